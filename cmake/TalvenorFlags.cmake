@@ -1,0 +1,31 @@
+# Compiler settings of the program's own code, and the one way to add a room (a folder that is one library).
+
+option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
+
+function(talvenor_flags target)
+  target_include_directories(${target} PUBLIC "${PROJECT_SOURCE_DIR}")
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+  if(WIN32)
+    target_compile_definitions(${target} PUBLIC
+      UNICODE _UNICODE STRICT NOMINMAX WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006)
+    target_link_options(${target} PUBLIC -static -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
+  endif()
+  if(TALVENOR_SANITIZE)
+    target_compile_options(${target} PUBLIC -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PUBLIC -fsanitize=address,undefined)
+  endif()
+endfunction()
+
+# talvenor_room(NAME [ROOM ...]): the library talvenor_NAME of all sources in the folder NAME, and the rooms
+# below it that it may use. A source that talvenor_text already holds is taken from there.
+function(talvenor_room name)
+  file(GLOB sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/${name}/*.cpp")
+  get_target_property(text_sources talvenor_text SOURCES)
+  list(REMOVE_ITEM sources ${text_sources} ui/Main.cpp)
+  add_library(talvenor_${name} STATIC ${sources})
+  talvenor_flags(talvenor_${name})
+  target_link_libraries(talvenor_${name} PUBLIC talvenor_text)
+  foreach(below IN LISTS ARGN)
+    target_link_libraries(talvenor_${name} PUBLIC talvenor_${below})
+  endforeach()
+endfunction()

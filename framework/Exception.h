@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+// The common base of the framework's exceptions. They are thrown by value and caught by reference.
+class CException
+{
+public:
+    CException() = default;
+    CException(const CException&) = default;
+    CException& operator=(const CException&) = default;
+    virtual ~CException() = default;
+
+    // A sentence for the user, in the language of the process, without a full stop at its end.
+    [[nodiscard]] virtual std::wstring GetErrorMessage() const = 0;
+};
