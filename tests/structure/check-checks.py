@@ -1,0 +1,77 @@
+#!/usr/bin/env python3
+"""Checks the structure checks themselves: each must report the mistake that it is there for, and only that."""
+import os
+import subprocess
+import sys
+import tempfile
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+# what is tried, the check, the files of a small made-up project, the words of the one finding (None: no finding)
+CASES = [
+    ("down", "floors", {"ui/A.cpp": '#include "core/B.h"\n', "core/B.h": ""}, None),
+    ("same room", "floors", {"run/A.h": '#include "run/B.h"\n', "run/B.h": ""}, None),
+    ("numbers of the resources", "floors", {"ui/A.cpp": '#include "resources/resource.h"\n'}, None),
+    ("platform to framework", "floors", {"platform/A.h": '#include "framework/B.h"\n', "framework/B.h": ""}, None),
+    ("framework to platform", "floors", {"framework/A.h": '#include "platform/B.h"\n', "platform/B.h": ""}, "across"),
+    ("up", "floors", {"core/A.h": '#include "ui/B.h"\n', "ui/B.h": ""}, "up to ui"),
+    ("files to cad", "floors", {"files/A.h": '#include "cad/B.h"\n', "cad/B.h": ""}, "across to cad"),
+    ("cad to files", "floors", {"cad/A.h": '#include "files/B.h"\n', "files/B.h": ""}, "across to files"),
+    ("out of the house", "floors", {"core/A.h": '#include "tests/B.h"\n'}, "no room"),
+    ("no room named", "floors", {"core/A.h": '#include "B.h"\n', "core/B.h": ""}, "write the room"),
+    ("each other", "floors", {"ui/A.h": '#include "ui/B.h"\n', "ui/B.h": '#include "ui/A.h"\n'},
+     "circle: ui/A.h -> ui/B.h -> ui/A.h"),
+    ("longer circle", "floors", {"run/A.h": '#include "run/B.h"\n', "run/B.h": '#include "run/C.h"\n',
+                                 "run/C.h": '#include "run/A.h"\n'}, "circle: run/A.h -> run/B.h -> run/C.h -> run/A.h"),
+    ("itself", "floors", {"run/A.h": '#include "run/A.h"\n'}, "circle: run/A.h -> run/A.h"),
+    ("Windows in portable text", "floors", {"core/PartName.cpp": "#include <windows.h>\n"}, "portable"),
+    ("nothing to look at", "floors", {"other.txt": ""}, "nothing was checked"),
+    ("clean text", "texts", {"ui/A.cpp": "// Stückliste\n", "a.png": b"\0\xff"}, None),
+    ("8-bit text", "texts", {"a.txt": b"St\xfcck\n"}, "not UTF-8 (byte 2)"),
+    ("byte-order mark", "texts", {"a.txt": b"\xef\xbb\xbfa\n"}, "byte-order mark"),
+    ("CR LF", "texts", {"a.txt": b"a\r\n"}, "CR LF"),
+    ("trailing blank", "texts", {"core/A.h": "int a; \n"}, "trailing blanks"),
+    ("tab", "texts", {"core/A.h": "\tint a;\n"}, "tab"),
+    ("unfinished", "texts", {"core/A.h": "// TO" "DO: later\n"}, "unfinished"),
+    ("test switched off", "texts", {"tests/A.cpp": "TEST(A, DISABLED" "_b)\n"}, "switched off"),
+    ("skip without a reason", "texts", {"tests/A.cpp": "GTEST_" "SKIP();\n"}, "switched off"),
+    ("message box of its own", "texts", {"ui/A.cpp": "::MessageBoxW(0, 0, 0, 0);\n"}, "ShowMessage"),
+]
+
+
+def make(folder, files):
+    for name, content in files.items():
+        path = os.path.join(folder, name)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "wb") as file:
+            file.write(content if isinstance(content, bytes) else content.encode("utf-8"))
+    subprocess.run(["git", "init", "-q", folder], check=True, capture_output=True)
+    subprocess.run(["git", "-C", folder, "add", "-A"], check=True, capture_output=True)
+
+
+def outcome(check, files):
+    with tempfile.TemporaryDirectory() as folder:
+        make(folder, files)
+        return subprocess.run([sys.executable, os.path.join(HERE, f"check-{check}.py"), folder],
+                              capture_output=True, text=True)
+
+
+def main():
+    failed = 0
+    for title, check, files, expected in CASES:
+        run = outcome(check, files)
+        lines = run.stdout.split("\n")[:-1]
+        findings = [line for line in lines if expected and expected in line]
+        if expected is None:
+            right = run.returncode == 0 and len(lines) == 1
+        else:
+            right = run.returncode == 1 and len(findings) == 1 and len(lines) == 2
+        if not right:
+            failed += 1
+            print(f"{title}: expected {expected or 'no finding'}, got status {run.returncode} and\n{run.stdout}{run.stderr}")
+    print(f"{len(CASES)} cases, {failed} failed")
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

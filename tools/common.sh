@@ -1,0 +1,48 @@
+# What tools/test and tools/demo share; to be sourced. Sets top (the project's folder) and changes into it.
+
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$top"
+export LANG=C.UTF-8 LC_ALL=C.UTF-8
+logs=$top/build/logs
+mkdir -p "$logs"
+
+step() { printf '\n== %s\n' "$*"; }
+
+# logged NAME COMMAND [ARG ...]: runs the command with its output in build/logs/NAME.log; when it fails, shows
+# the end of that log and returns the command's status.
+logged() {
+  local name=$1 status=0 begin=$SECONDS
+  shift
+  "$@" >"$logs/$name.log" 2>&1 || status=$?
+  if [ $status = 0 ]; then
+    echo "   done in $((SECONDS - begin)) s"
+  else
+    tail -n 40 "$logs/$name.log"
+    echo "   FAILED (status $status); the whole output is in build/logs/$name.log"
+  fi
+  return $status
+}
+
+# build_preset NAME: configures and builds one preset of CMakePresets.json.
+build_preset() { cmake --preset "$1" && cmake --build --preset "$1"; }
+
+# start_display: starts an X server without a screen, sets DISPLAY, ends the server with the script.
+start_display() {
+  local number
+  number=$(mktemp)
+  Xvfb -displayfd 1 -screen 0 1600x1200x24 -nolisten tcp >"$number" 2>"$logs/xvfb.log" &
+  xvfb=$!
+  until [ -s "$number" ]; do
+    kill -0 $xvfb || { cat "$logs/xvfb.log"; return 1; }
+    sleep 0.05
+  done
+  export DISPLAY=:$(cat "$number")
+  rm -f "$number"
+}
+
+# end_display: ends Wine's own server first, whose windows live on the display, then the display.
+end_display() {
+  [ -n "${xvfb:-}" ] || return 0
+  WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix} wineserver -k 2>/dev/null || true
+  kill "$xvfb" 2>/dev/null || true
+}
