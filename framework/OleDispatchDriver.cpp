@@ -1,0 +1,160 @@
+#include "framework/OleDispatchDriver.h"
+
+#include <limits>
+
+namespace {
+
+// The server's report of an exception; frees the strings that came with it.
+class CExceptionInfo : public EXCEPINFO
+{
+public:
+    CExceptionInfo() : EXCEPINFO{} {}
+    CExceptionInfo(const CExceptionInfo&) = delete;
+    CExceptionInfo& operator=(const CExceptionInfo&) = delete;
+    ~CExceptionInfo()
+    {
+        SysFreeString(bstrSource);
+        SysFreeString(bstrDescription);
+        SysFreeString(bstrHelpFile);
+    }
+
+    // A server may leave the filling of its report to the moment that someone wants it.
+    void Complete()
+    {
+        if (pfnDeferredFillIn != nullptr) {
+            pfnDeferredFillIn(this);
+        }
+    }
+};
+
+std::wstring TextOf(BSTR string)
+{
+    return string == nullptr ? std::wstring() : std::wstring(string, SysStringLen(string));
+}
+
+COleDispatchException ExceptionFrom(CExceptionInfo& info)
+{
+    info.Complete();
+    COleDispatchException exception;
+    exception.m_wCode = info.wCode;
+    exception.m_strSource = TextOf(info.bstrSource);
+    exception.m_strDescription = TextOf(info.bstrDescription);
+    exception.m_strHelpFile = TextOf(info.bstrHelpFile);
+    exception.m_dwHelpContext = info.dwHelpContext;
+    exception.m_scError = info.scode;
+    return exception;
+}
+
+}  // namespace
+
+_bstr_t MakeAutomationString(std::wstring_view text)
+{
+    _bstr_t string;
+    BSTR& raw = string.GetBSTR();
+    if (text.size() <= std::numeric_limits<UINT>::max()) {
+        raw = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    }
+    if (raw == nullptr) {
+        throw COleException(E_OUTOFMEMORY);
+    }
+    return string;
+}
+
+bool COleDispatchDriver::CreateDispatch(const std::wstring& progId, COleException* error)
+{
+    ReleaseDispatch();
+    CLSID classId{};
+    HRESULT status = CLSIDFromProgID(progId.c_str(), &classId);
+    if (SUCCEEDED(status)) {
+        // A server on this machine, in a process of its own or in ours. An in-process handler is no
+        // automation object, and another machine's server could not open our files.
+        status = m_dispatch.CreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER);
+    }
+    if (error != nullptr) {
+        error->m_sc = status;
+    }
+    return IsAttached();
+}
+
+void COleDispatchDriver::AttachDispatch(IDispatch* dispatch)
+{
+    ReleaseDispatch();
+    m_dispatch.Attach(dispatch);
+}
+
+void COleDispatchDriver::ReleaseDispatch()
+{
+    // Let go first: while the last reference to a server is released, messages may be dispatched.
+    if (IDispatch* const dispatch = m_dispatch.Detach(); dispatch != nullptr) {
+        dispatch->Release();
+    }
+}
+
+void COleDispatchDriver::Invoke(DISPID member, WORD kind, VARIANT* reversedArguments, UINT count,
+                                VARIANT* result) const
+{
+    if (!IsAttached()) {
+        throw COleException(E_POINTER);
+    }
+    DISPPARAMS parameters{reversedArguments, nullptr, count, 0};
+    DISPID putName = DISPID_PROPERTYPUT;
+    if (kind == DISPATCH_PROPERTYPUT) {
+        parameters.rgdispidNamedArgs = &putName;
+        parameters.cNamedArgs = 1;
+    }
+    CExceptionInfo info;
+    UINT badArgument = 0;
+    // The user's locale, so that a server that words its errors by locale words them for this user.
+    const HRESULT status = m_dispatch->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters,
+                                              result, &info, &badArgument);
+    if (status == DISP_E_EXCEPTION) {
+        throw ExceptionFrom(info);
+    }
+    if (FAILED(status)) {
+        throw COleException(status);
+    }
+}
+
+void COleDispatchDriver::SetArgument(_variant_t& argument, const std::wstring& value)
+{
+    argument.vt = VT_BSTR;
+    argument.bstrVal = nullptr;
+    argument.bstrVal = MakeAutomationString(value).Detach();
+}
+
+void COleDispatchDriver::SetArgument(_variant_t& argument, long* value)
+{
+    argument.vt = VT_BYREF | VT_I4;
+    argument.plVal = value;
+}
+
+long COleDispatchDriver::TakeLong(_variant_t& result)
+{
+    const HRESULT status = VariantChangeTypeEx(&result, &result, LOCALE_USER_DEFAULT, 0, VT_I4);
+    if (FAILED(status)) {
+        throw COleException(status);
+    }
+    return result.lVal;
+}
+
+IDispatchPtr COleDispatchDriver::TakeDispatch(_variant_t& result)
+{
+    switch (result.vt) {
+        case VT_EMPTY:
+        case VT_NULL:
+            return {};
+        case VT_DISPATCH:
+            return {result.pdispVal};
+        case VT_UNKNOWN: {
+            IDispatchPtr object;
+            const HRESULT status =
+                result.punkVal == nullptr ? S_OK : result.punkVal->QueryInterface(IID_PPV_ARGS(&object));
+            if (FAILED(status)) {
+                throw COleException(status);
+            }
+            return object;
+        }
+        default:
+            throw COleException(DISP_E_TYPEMISMATCH);
+    }
+}

@@ -1,0 +1,62 @@
+#include "framework/OleException.h"
+
+#include <array>
+#include <cwchar>
+#include <string_view>
+
+#include "framework/Language.h"
+
+namespace {
+
+// Cuts the line end and the full stop that system messages carry.
+std::wstring WithoutTail(std::wstring_view text)
+{
+    const std::size_t last = text.find_last_not_of(L" \t\r\n.");
+    return std::wstring(text.substr(0, last == std::wstring_view::npos ? 0 : last + 1));
+}
+
+// The system's text for a status code in the given language (0: whatever language the system has); empty
+// when there is none.
+std::wstring SystemText(HRESULT status, DWORD languageId)
+{
+    std::array<wchar_t, 1024> buffer{};
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                        static_cast<DWORD>(status), languageId, buffer.data(),
+                                        static_cast<DWORD>(buffer.size()), nullptr);
+    return WithoutTail({buffer.data(), length});
+}
+
+std::wstring StatusNumber(HRESULT status)
+{
+    constexpr Text kStatus{L"Fehler 0x", L"Error 0x"};
+    std::array<wchar_t, 9> digits{};
+    std::swprintf(digits.data(), digits.size(), L"%08lX", static_cast<unsigned long>(status));
+    return kStatus.Current() + digits.data();
+}
+
+std::wstring StatusText(HRESULT status)
+{
+    const WORD language = g_nLanguage != 0 ? LANG_GERMAN : LANG_ENGLISH;
+    std::wstring text = SystemText(status, MAKELANGID(language, SUBLANG_DEFAULT));
+    if (text.empty()) {
+        text = SystemText(status, 0);
+    }
+    return text.empty() ? StatusNumber(status) : text;
+}
+
+}  // namespace
+
+COleException::COleException(HRESULT sc) : m_sc(sc) {}
+
+std::wstring COleException::GetErrorMessage() const
+{
+    return StatusText(m_sc);
+}
+
+std::wstring COleDispatchException::GetErrorMessage() const
+{
+    if (std::wstring description = WithoutTail(m_strDescription); !description.empty()) {
+        return description;
+    }
+    return StatusText(m_scError != S_OK ? m_scError : DISP_E_EXCEPTION);
+}

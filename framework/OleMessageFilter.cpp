@@ -1,0 +1,95 @@
+#include "framework/OleMessageFilter.h"
+
+#include <algorithm>
+
+#include "framework/Language.h"
+#include "framework/MessageBox.h"
+
+namespace {
+
+// Answers of RetryRejectedCall. From 100 on an answer is a time in milliseconds to wait before the next try.
+constexpr DWORD kCancelCall = static_cast<DWORD>(-1);
+constexpr DWORD kTryAgainAfter = 250;
+
+constexpr Text kServerBusy{
+    L"Das andere Programm ist beschäftigt und nimmt keine Befehle an.\n\n"
+    L"Soll weiter gewartet werden?",
+    L"The other program is busy and takes no commands.\n\n"
+    L"Do you want to keep waiting?"};
+
+}  // namespace
+
+bool COleMessageFilter::Register()
+{
+    if (!m_registered) {
+        m_registered = SUCCEEDED(CoRegisterMessageFilter(this, &m_previous));
+    }
+    return m_registered;
+}
+
+void COleMessageFilter::Revoke()
+{
+    if (m_registered) {
+        m_registered = false;
+        IMessageFilterPtr self;
+        CoRegisterMessageFilter(m_previous, &self);
+        m_previous.Attach(nullptr);
+    }
+}
+
+HRESULT COleMessageFilter::QueryInterface(REFIID interfaceId, void** object)
+{
+    if (object == nullptr) {
+        return E_POINTER;
+    }
+    if (!IsEqualIID(interfaceId, IID_IUnknown) && !IsEqualIID(interfaceId, IID_IMessageFilter)) {
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+    *object = static_cast<IMessageFilter*>(this);
+    AddRef();
+    return S_OK;
+}
+
+ULONG COleMessageFilter::AddRef()
+{
+    return ++m_references;
+}
+
+ULONG COleMessageFilter::Release()
+{
+    return --m_references;
+}
+
+DWORD COleMessageFilter::HandleInComingCall(DWORD /*callType*/, HTASK /*caller*/, DWORD /*tickCount*/,
+                                            LPINTERFACEINFO /*interfaceInfo*/)
+{
+    return SERVERCALL_ISHANDLED;
+}
+
+DWORD COleMessageFilter::RetryRejectedCall(HTASK /*callee*/, DWORD tickCount, DWORD /*rejectType*/)
+{
+    // A busy server may say "later" or refuse outright, and a refusal passes just as well: both are tried
+    // again. tickCount is the time since the call was first tried; the user's last answer starts a new delay.
+    const ULONGLONG waited = std::min<ULONGLONG>(tickCount, GetTickCount64() - m_answeredAt);
+    if (waited < m_messagePendingDelay || m_asking || AskUser()) {
+        return kTryAgainAfter;
+    }
+    return kCancelCall;
+}
+
+DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD /*tickCount*/, DWORD /*pendingType*/)
+{
+    // No question here, however long the call takes: the server is at work, and a box inside the pending call
+    // would only let the user start something else in the middle of it.
+    return PENDINGMSG_WAITDEFPROCESS;
+}
+
+bool COleMessageFilter::AskUser()
+{
+    m_asking = true;
+    const int answer = ShowMessage(kServerBusy.Current(), MB_RETRYCANCEL | MB_ICONEXCLAMATION);
+    m_asking = false;
+    m_answeredAt = GetTickCount64();
+    return answer == IDRETRY;
+}
