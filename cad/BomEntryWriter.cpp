@@ -1,0 +1,206 @@
+#include "cad/BomEntryWriter.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "core/NameTemplate.h"
+#include "core/TextTools.h"
+#include "framework/Language.h"
+#include "framework/MessageBox.h"
+
+namespace {
+
+constexpr Text kCurrentConfiguration{L"Aktuelle Konfiguration:  ", L"Current Configuration:  "};
+constexpr Text kSetNewEntry{L"Setze neuen Stückl.-Eintrag:  ", L"Set new BOM entry:  "};
+constexpr Text kSavingFile{L"Schreibe Datei...", L"Saving file..."};
+// The German text speaks of the current standard part, the English one does not: both are meant.
+constexpr Text kReallyCancel{
+    L"Wirklich abbrechen?\n"
+    L"(Die Stücklisteneinträge der Konfigurationen des aktuellen Normteils "
+    L"werden noch zu Ende geschrieben).",
+    L"Do you really want to cancel?\n"
+    L"(The BOM entries of these configurations are still changed and saved)."};
+
+constexpr int kBarEnd = 100;
+constexpr long kOpenedWithReservation = 128;  // the one positive error code with which a document is usable
+
+// An extension that merely begins with "sldasm" counts as an assembly too, which is meant.
+long DocumentType(std::wstring_view path)
+{
+    constexpr std::wstring_view kAssemblyExtension = L"sldasm";
+    const std::size_t dot = path.rfind(L'.');
+    if (dot == std::wstring_view::npos) {
+        return CSldWorksApplication::kPart;
+    }
+    const bool isAssembly =
+        EqualIgnoringCase(path.substr(dot + 1, kAssemblyExtension.size()), kAssemblyExtension);
+    return isAssembly ? CSldWorksApplication::kAssembly : CSldWorksApplication::kPart;
+}
+
+std::wstring FileNameOf(const std::wstring& path)
+{
+    const std::size_t backslash = path.rfind(L'\\');
+    return backslash == std::wstring::npos ? path : path.substr(backslash + 1);
+}
+
+// The first strings of an array, at most `maximum`; none for an array of several dimensions or of anything
+// else.
+std::vector<std::wstring> StringsOf(SAFEARRAY* array, long maximum)
+{
+    std::vector<std::wstring> strings;
+    VARTYPE type = VT_EMPTY;
+    if (array == nullptr || array->pvData == nullptr || SafeArrayGetDim(array) != 1 ||
+        FAILED(SafeArrayGetVartype(array, &type)) || type != VT_BSTR) {
+        return strings;
+    }
+    // The array belongs to the caller alone: it may be read without a lock, and so whatever its lower bound
+    // is.
+    const auto* const elements = static_cast<const BSTR*>(array->pvData);
+    const ULONG count = std::min(array->rgsabound[0].cElements, static_cast<ULONG>(std::max(maximum, 0L)));
+    for (ULONG index = 0; index < count; ++index) {
+        const BSTR element = elements[index];
+        strings.emplace_back(element == nullptr ? L"" : element, SysStringLen(element));
+    }
+    return strings;
+}
+
+}  // namespace
+
+CBomEntryWriter::CBomEntryWriter(CSldWorksApplication& application, CProgressFace& progress,
+                                 const std::wstring& filePath, const PartNameValues& fields,
+                                 const std::wstring& bomNameTemplate, float fileShare, int fileNumber)
+    : m_application(application)
+    , m_progress(progress)
+    , m_filePath(filePath)
+    , m_fields(fields)
+    , m_bomNameTemplate(bomNameTemplate)
+    , m_fileShare(fileShare)
+    , m_fileNumber(fileNumber)
+    , m_documentType(DocumentType(filePath))
+{
+}
+
+int CBomEntryWriter::Run()
+{
+    m_application.SetDocumentVisibility(false, m_documentType);
+    // Both early ends leave the visibility off, and the second one the document open, which is meant.
+    if (!OpenDocument()) {
+        return 0;
+    }
+    ReadConfigurations();
+    if (!WriteConfigurations()) {
+        return 0;
+    }
+    SaveDocument();
+    ReleaseDocument();
+    m_application.CloseDocument(m_filePath);
+    m_progress.EnableCancel(true);
+    m_application.SetDocumentVisibility(true, m_documentType);
+    return m_configurationCount;
+}
+
+bool CBomEntryWriter::OpenDocument()
+{
+    long errorCode = 0;
+    m_document = m_application.OpenDocument(m_filePath, m_documentType, false, false, true, errorCode);
+    if (!m_document.IsAttached() || (errorCode >= 1 && errorCode != kOpenedWithReservation)) {
+        return false;
+    }
+    m_openedDocument = m_document;
+    // A test of the bit, so that negative codes may pass it too.
+    if ((errorCode & kOpenedWithReservation) != 0) {
+        m_openedDocument.CallMethod17();
+    }
+    return true;
+}
+
+void CBomEntryWriter::ReadConfigurations()
+{
+    m_configurationCount = m_document.GetConfigurationCount();
+    const _variant_t names = m_document.GetConfigurationNames();
+    if (names.vt == (VT_ARRAY | VT_BSTR)) {
+        m_configurationNames = StringsOf(names.parray, m_configurationCount);
+    }
+}
+
+bool CBomEntryWriter::WriteConfigurations()
+{
+    m_overallStart = static_cast<float>(m_progress.GetOverallPosition());
+    return std::ranges::all_of(m_configurationNames,
+                               [this](const std::wstring& name) { return WriteConfiguration(name); });
+}
+
+bool CBomEntryWriter::WriteConfiguration(const std::wstring& name)
+{
+    const std::wstring bomName = FillBomName(name);
+    ShowConfiguration(name, bomName);
+    ++m_handled;
+    CSldWorksConfiguration configuration = m_document.GetConfiguration(name);
+    if (!configuration.IsAttached()) {
+        ReleaseDocument();
+        return false;
+    }
+    PutBomName(configuration, bomName);
+    m_progress.PumpOneMessage();
+    HandleCancel();
+    return true;
+}
+
+std::wstring CBomEntryWriter::FillBomName(const std::wstring& configurationName) const
+{
+    return Trim(ExpandConfigurationName(m_bomNameTemplate, m_fields, configurationName));
+}
+
+void CBomEntryWriter::ShowConfiguration(const std::wstring& name, const std::wstring& bomName)
+{
+    m_progress.SetSecondText(kCurrentConfiguration.Current() + name);
+    m_progress.SetThirdText(kSetNewEntry.Current() + (bomName.empty() ? FileNameOf(m_filePath) : bomName));
+
+    const auto handled = static_cast<float>(m_handled);
+    const auto count = static_cast<float>(m_configurationCount);
+    m_progress.SetFilePosition(static_cast<int>(handled / count * 100.0F));
+    m_progress.SetOverallPosition(static_cast<int>(handled * m_fileShare / count + m_overallStart));
+    m_progress.Refresh();
+}
+
+void CBomEntryWriter::PutBomName(CSldWorksConfiguration& configuration, const std::wstring& bomName)
+{
+    configuration.PutUseAlternativeBomName(!bomName.empty());
+    if (!bomName.empty()) {
+        configuration.PutAlternativeBomName(bomName);
+    }
+}
+
+// A confirmed cancel lets this file be finished: the flag stays set for whoever goes through the files.
+void CBomEntryWriter::HandleCancel()
+{
+    if (!m_progress.IsCancelled() || m_cancelConfirmed) {
+        return;
+    }
+    if (ShowMessage(kReallyCancel.Current(), MB_YESNO | MB_ICONQUESTION) == IDYES) {
+        m_cancelConfirmed = true;
+    } else {
+        m_progress.ClearCancelled();
+    }
+}
+
+void CBomEntryWriter::SaveDocument()
+{
+    // The count decides, not the names: a document whose names could not be read is saved all the same.
+    if (m_configurationCount <= 0) {
+        return;
+    }
+    m_progress.SetSecondText(kSavingFile.Current());
+    m_progress.SetThirdText(L"");
+    m_progress.SetFilePosition(kBarEnd);
+    m_progress.SetOverallPosition(static_cast<int>(static_cast<float>(m_fileNumber) * m_fileShare));
+    m_progress.EnableCancel(false);
+    m_progress.Refresh();
+    m_document.Save(true);
+}
+
+void CBomEntryWriter::ReleaseDocument()
+{
+    m_document.ReleaseDispatch();
+    m_openedDocument.ReleaseDispatch();
+}

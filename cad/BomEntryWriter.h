@@ -1,0 +1,58 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cad/ProgressFace.h"
+#include "cad/SldWorksCalls.h"
+#include "core/PartName.h"
+
+// Writes the bill-of-materials entries of one file: opens it in the CAD system, sets the alternative BOM name
+// of each of its configurations, saves and closes it. Shows its progress, and asks when the user cancels.
+class CBomEntryWriter
+{
+public:
+    // `application` is connected. `filePath` is the full path of the file. `fields` fill "%1" (strNumDigits),
+    // "%3" (strNumber), "%4" (strSize), "%7" and "%8" (strExtra1, strExtra2) of `bomNameTemplate`.
+    // `fileShare` is the part of the overall bar that one file takes, `fileNumber` the number of files so far
+    // with this one. All that is passed by reference must live until Run is over.
+    CBomEntryWriter(CSldWorksApplication& application, CProgressFace& progress, const std::wstring& filePath,
+                    const PartNameValues& fields, const std::wstring& bomNameTemplate, float fileShare,
+                    int fileNumber);
+
+    // Does the whole sequence once. Answers the number of configurations that the CAD system reported, and 0
+    // when the document or one of its configurations could not be had. Throws what a failing call throws; the
+    // document's references have been released then.
+    [[nodiscard]] int Run();
+
+private:
+    [[nodiscard]] bool OpenDocument();
+    void ReadConfigurations();
+    [[nodiscard]] bool WriteConfigurations();
+    [[nodiscard]] bool WriteConfiguration(const std::wstring& name);
+    [[nodiscard]] std::wstring FillBomName(const std::wstring& configurationName) const;
+    void ShowConfiguration(const std::wstring& name, const std::wstring& bomName);
+    static void PutBomName(CSldWorksConfiguration& configuration, const std::wstring& bomName);
+    void HandleCancel();
+    void SaveDocument();
+    void ReleaseDocument();
+
+    CSldWorksApplication& m_application;
+    CProgressFace& m_progress;
+    const std::wstring& m_filePath;
+    const PartNameValues& m_fields;
+    const std::wstring& m_bomNameTemplate;
+    const float m_fileShare;
+    const int m_fileNumber;
+    const long m_documentType;
+
+    // The document is held twice, each reference released on its own, which is meant.
+    CSldWorksDocument m_document;        // for the configurations and the saving
+    CSldWorksDocument m_openedDocument;  // for the call after an opening with code 128
+
+    long m_configurationCount = 0;                   // as reported; need not be the number of names
+    std::vector<std::wstring> m_configurationNames;  // in the CAD system's order
+    int m_handled = 0;                               // configurations begun so far
+    float m_overallStart = 0;                        // position of the overall bar at the beginning
+    bool m_cancelConfirmed = false;
+};

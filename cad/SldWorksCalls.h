@@ -1,0 +1,64 @@
+#pragma once
+
+#include <string>
+
+#include "framework/OleDispatchDriver.h"
+
+// The twelve automation calls that the program makes, one member function each. A failing call throws
+// COleDispatchException or COleException.
+
+// One configuration of a document.
+class CSldWorksConfiguration : public COleDispatchDriver
+{
+public:
+    // Takes over the caller's reference; null gives a configuration that is not attached.
+    explicit CSldWorksConfiguration(IDispatch* configuration = nullptr) { AttachDispatch(configuration); }
+
+    void PutAlternativeBomName(const std::wstring& name);
+    void PutUseAlternativeBomName(bool use);
+};
+
+// One open document: a part or an assembly.
+class CSldWorksDocument : public COleDispatchDriver
+{
+public:
+    // Takes over the caller's reference; null gives a document that is not attached.
+    explicit CSldWorksDocument(IDispatch* document = nullptr) { AttachDispatch(document); }
+
+    // What it does is the CAD system's affair; it is called when opening reported code 128.
+    void CallMethod17();
+
+    [[nodiscard]] long GetConfigurationCount();
+
+    // An array of strings, if the server keeps to its interface.
+    [[nodiscard]] _variant_t GetConfigurationNames();
+
+    // Not attached when the document has no configuration of that name.
+    [[nodiscard]] CSldWorksConfiguration GetConfiguration(const std::wstring& name);
+
+    // Answers the CAD system's status number.
+    long Save(bool silent);
+};
+
+// The CAD application.
+class CSldWorksApplication : public COleDispatchDriver
+{
+public:
+    static constexpr long kPart = 1;
+    static constexpr long kAssembly = 2;
+
+    // Ends the application.
+    void Exit();
+
+    void CloseDocument(const std::wstring& path);
+
+    // Release year and build as one number: 1999250 is build 250 of 1999.
+    [[nodiscard]] long GetDateCode();
+
+    // Whether documents of a type (kPart, kAssembly) open in a window.
+    void SetDocumentVisibility(bool visible, long type);
+
+    // Not attached when nothing was opened. `errorCode` is set by the server.
+    [[nodiscard]] CSldWorksDocument OpenDocument(const std::wstring& path, long type, bool readOnly,
+                                                 bool viewOnly, bool silent, long& errorCode);
+};
