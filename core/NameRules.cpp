@@ -1,0 +1,60 @@
+#include "core/NameRules.h"
+
+#include <algorithm>
+
+#include "core/TextTools.h"
+
+namespace {
+
+// Meant to be six whatever the extension's length: it fits "sldprt", "sldasm" and "slddrw".
+constexpr std::size_t kComparedCharacters = 6;
+
+std::wstring_view LastCharacters(std::wstring_view name)
+{
+    return name.substr(name.size() - std::min(name.size(), kComparedCharacters));
+}
+
+int PutUnderscores(std::wstring& name, std::wstring_view forbidden)
+{
+    int count = 0;
+    for (wchar_t& character : name) {
+        if (forbidden.find(character) != std::wstring_view::npos) {
+            character = L'_';
+            ++count;
+        }
+    }
+    return count;
+}
+
+void CollapseDots(std::wstring& name)
+{
+    const auto end =
+        std::unique(name.begin(), name.end(), [](wchar_t a, wchar_t b) { return a == L'.' && b == L'.'; });
+    name.erase(end, name.end());
+}
+
+}  // namespace
+
+bool EnsureExtension(std::wstring& name, std::wstring_view extension)
+{
+    name = Trim(name);
+    if (name.empty() || extension.empty()) {
+        return false;
+    }
+    if (!EqualIgnoringCase(LastCharacters(name), extension)) {
+        name.append(L".").append(extension);
+    }
+    return true;
+}
+
+int SanitizeFileName(std::wstring& name)
+{
+    const int count = PutUnderscores(name, L"|/\\*:\"?<>;=");
+    CollapseDots(name);
+    return count;
+}
+
+int SanitizeFeatureName(std::wstring& name)
+{
+    return PutUnderscores(name, L"/@;=");
+}

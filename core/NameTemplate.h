@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "core/PartName.h"
+
+// The columns of the conversion table.
+inline constexpr int kColumnOriginal = 0;  // file name of the standard part
+inline constexpr int kColumnRenamed = 1;   // file name of its copy
+inline constexpr int kColumnBomName = 2;   // name in the bill of materials
+
+// The template that generates the given column (kColumnRenamed or kColumnBomName) unless the user has set
+// another one.
+[[nodiscard]] const wchar_t* DefaultTemplate(int column);
+
+// Fills %1 and %3 to %8 of a template with the pieces of a part's file name. The fill-ins are replaced one
+// after the other over the whole text, so a fill-in inside a value is filled too when its turn is still to
+// come. %2, the configuration name, stays as it stands, and so does a % before any other character.
+[[nodiscard]] std::wstring ExpandTemplate(std::wstring_view templateText, const PartNameValues& values);
+
+// Fills %1, %2 (the configuration name), %3, %4, %7 and %8 of a bill-of-materials name, in the same way.
+// %5 and %6 are not filled here.
+[[nodiscard]] std::wstring ExpandConfigurationName(std::wstring_view text, const PartNameValues& values,
+                                                   std::wstring_view configurationName);

@@ -1,0 +1,127 @@
+#include "core/PartName.h"
+
+#include <array>
+#include <optional>
+
+#include "core/TextTools.h"
+
+namespace {
+
+constexpr std::wstring_view kFence = L"__";
+
+// The longer prefixes stand before the shorter ones that they begin with.
+constexpr std::array<std::wstring_view, 5> kPrefixes = {L"N_ISO_", L"N_ENISO_", L"N_EN_", L"N_", L"N"};
+
+// Where the three fences around the two extra fields begin.
+struct ExtraBlock
+{
+    std::size_t first;
+    std::size_t middle;
+    std::size_t last;
+};
+
+std::wstring_view StandardPrefix(std::wstring_view fileName)
+{
+    const std::wstring upper = ToUpper(fileName);
+    for (const std::wstring_view prefix : kPrefixes) {
+        if (upper.starts_with(prefix)) {
+            return prefix;
+        }
+    }
+    return {};
+}
+
+std::wstring_view Extension(std::wstring_view fileName)
+{
+    const std::size_t dot = fileName.rfind(L'.');
+    return dot == std::wstring_view::npos ? std::wstring_view() : fileName.substr(dot + 1);
+}
+
+std::wstring_view Core(std::wstring_view fileName, std::size_t prefixLength)
+{
+    const std::size_t dot = fileName.rfind(L'.');
+    if (dot == std::wstring_view::npos || dot <= prefixLength) {
+        return {};
+    }
+    return fileName.substr(prefixLength, dot - prefixLength);
+}
+
+std::wstring_view NumberOf(std::wstring_view core)
+{
+    return core.substr(0, core.find(L'_'));
+}
+
+// Only exactly three fences, counted left to right without overlap, make a block; of "___" the first two
+// underscores are the fence.
+std::optional<ExtraBlock> FindExtraBlock(std::wstring_view fileName)
+{
+    std::array<std::size_t, 3> fences{};
+    std::size_t count = 0;
+    for (std::size_t at = fileName.find(kFence); at != std::wstring_view::npos;
+         at = fileName.find(kFence, at + kFence.size())) {
+        if (count == fences.size()) {
+            return std::nullopt;
+        }
+        fences[count++] = at;
+    }
+    if (count < fences.size()) {
+        return std::nullopt;
+    }
+    return ExtraBlock{fences[0], fences[1], fences[2]};
+}
+
+std::wstring_view TextBetween(std::wstring_view fileName, std::size_t fence, std::size_t nextFence)
+{
+    const std::size_t begin = fence + kFence.size();
+    return fileName.substr(begin, nextFence - begin);
+}
+
+std::wstring WithoutBlock(std::wstring_view fileName, const std::optional<ExtraBlock>& block)
+{
+    std::wstring text(fileName);
+    if (block) {
+        text.erase(block->first, block->last + kFence.size() - block->first);
+    }
+    return text;
+}
+
+std::wstring SizeOf(std::wstring_view fileName, const std::optional<ExtraBlock>& block,
+                    std::size_t prefixLength)
+{
+    std::wstring text = WithoutBlock(fileName, block);
+    text.erase(0, prefixLength);
+    const std::size_t underscore = text.find(L'_');
+    if (underscore == std::wstring::npos) {
+        return {};
+    }
+    text.erase(0, underscore + 1);
+    const std::size_t dot = text.rfind(L'.');
+    return dot == std::wstring::npos ? std::wstring() : text.substr(0, dot);
+}
+
+}  // namespace
+
+PartNameValues Diverses::SplitPartName(std::wstring_view fileName)
+{
+    PartNameValues values;
+    values.strExt = Extension(fileName);
+    const std::wstring_view prefix = StandardPrefix(fileName);
+    if (!prefix.empty()) {
+        values.strPrefix = prefix;
+        values.strNumDigits = LeadingDigits(fileName, prefix);
+        values.strNumber = NumberOf(Core(fileName, prefix.size()));
+    }
+    const std::optional<ExtraBlock> block = FindExtraBlock(fileName);
+    values.strSize = SizeOf(fileName, block, prefix.size());
+    if (block) {
+        values.strExtra1 = TextBetween(fileName, block->first, block->middle);
+        values.strExtra2 = TextBetween(fileName, block->middle, block->last);
+    }
+    return values;
+}
+
+std::wstring Diverses::LeadingDigits(std::wstring_view fileName, std::wstring_view prefix)
+{
+    const std::wstring_view core = Core(fileName, prefix.size());
+    return std::wstring(core.substr(0, core.find_first_not_of(L"0123456789")));
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// The text without the white space at its two ends: every character with the Unicode property White_Space.
+[[nodiscard]] std::wstring Trim(std::wstring_view text);
+
+// The text with the letters a to z in upper case; every other character stays. Only ASCII letters are turned,
+// whatever the locale: the prefixes and extensions compared are ASCII, and under a Turkish locale the i of
+// "iso" would otherwise become a dotted capital that is found in no prefix.
+[[nodiscard]] std::wstring ToUpper(std::wstring_view text);
+
+// True when both texts are equal after ToUpper.
+[[nodiscard]] bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right);
+
+// Replaces every occurrence of `what` in the text by `by`, case-sensitively, left to right and without
+// overlap; what was put in is not looked at again. Returns the number of replacements. An empty `what`
+// replaces nothing. Takes time linear in the lengths of the old and the new text.
+int ReplaceAll(std::wstring& text, std::wstring_view what, std::wstring_view by);

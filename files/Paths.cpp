@@ -1,0 +1,48 @@
+#include "files/Paths.h"
+
+#include "core/TextTools.h"
+
+namespace {
+
+constexpr wchar_t kBackslash = L'\\';
+
+std::wstring_view WithoutTrailing(std::wstring_view text, wchar_t character)
+{
+    // npos + 1 is 0: a text of nothing but the character becomes empty.
+    return text.substr(0, text.find_last_not_of(character) + 1);
+}
+
+std::wstring Joined(std::wstring_view folder, std::wstring_view name)
+{
+    std::wstring path(folder);
+    path += kBackslash;
+    path += name;
+    return path;
+}
+
+}  // namespace
+
+std::wstring NormalizePath(std::wstring_view path)
+{
+    std::wstring normalized(path);
+    ReplaceAll(normalized, L"\\\\", L"\\");
+    if (normalized.starts_with(kBackslash)) {
+        normalized.insert(normalized.begin(), kBackslash);
+    }
+    return normalized;
+}
+
+std::wstring MappedFolder(std::wstring_view standardPartsFolder)
+{
+    return NormalizePath(Joined(standardPartsFolder, kMappedFolderName));
+}
+
+std::wstring MapFilePath(std::wstring_view standardPartsFolder)
+{
+    return NormalizePath(Joined(Joined(standardPartsFolder, kMappedFolderName), kMapFileName));
+}
+
+std::wstring StripFolderInput(std::wstring_view folder)
+{
+    return std::wstring(WithoutTrailing(WithoutTrailing(folder, L'.'), kBackslash));
+}
