@@ -1,0 +1,358 @@
+#include "files/MapLine.h"
+
+#include <gtest/gtest.h>
+
+#include <cwchar>
+#include <sstream>
+#include <vector>
+
+namespace {
+
+char QuestionMark(wchar_t)
+{
+    return '?';
+}
+
+std::wstring FromLatin1(std::string_view bytes)
+{
+    std::wstring text;
+    for (const char byte : bytes) {
+        text += static_cast<wchar_t>(static_cast<unsigned char>(byte));
+    }
+    return text;
+}
+
+using Entries = std::vector<UTtab_entry>;
+
+struct Reading
+{
+    bool syntaxError;
+    int badLine;
+    Entries entries;
+};
+
+Reading Read(const std::string& file)
+{
+    std::istringstream in(file);
+    CList<UTtab_entry, UTtab_entry&> entries;
+    const MapReadResult result = ReadMapLines(in, FromLatin1, entries);
+    return {result.syntaxError, result.badLine, Entries(entries.begin(), entries.end())};
+}
+
+void ExpectEntries(const Reading& reading, const Entries& expected)
+{
+    EXPECT_FALSE(reading.syntaxError);
+    EXPECT_EQ(reading.badLine, 0);
+    EXPECT_EQ(reading.entries, expected);
+}
+
+UTtab_entry Parsed(std::wstring_view line)
+{
+    UTtab_entry entry;
+    EXPECT_TRUE(ParseMapLine(line, entry));
+    return entry;
+}
+
+// A record line of the given number of bytes, for the entry with a BOM name of as many "x" as needed.
+std::string RecordOfSize(std::size_t size)
+{
+    const std::string start = "a ; b ; ";
+    return start + std::string(size - start.size(), 'x');
+}
+
+std::string Record(std::wstring original, std::wstring renamed, std::wstring bomName)
+{
+    return FormatMapRecord({std::move(original), std::move(renamed), std::move(bomName)}, QuestionMark);
+}
+
+}  // namespace
+
+TEST(ParseMapLine, TakesThreeFieldsWithoutOuterBlanks)
+{
+    EXPECT_EQ(Parsed(L"a ; b ; c"), (UTtab_entry{L"a", L"b", L"c"}));
+    EXPECT_EQ(Parsed(L"a\t ;\t b  ; \tc"), (UTtab_entry{L"a", L"b", L"c"}));
+    EXPECT_EQ(Parsed(L"a;b;c"), (UTtab_entry{L"a", L"b", L"c"}));
+}
+
+TEST(ParseMapLine, KeepsBlanksInsideAField)
+{
+    EXPECT_EQ(Parsed(L"a a ; b b ; Norm 4017 - M8"), (UTtab_entry{L"a a", L"b b", L"Norm 4017 - M8"}));
+}
+
+TEST(ParseMapLine, TakesAnEmptyBomName)
+{
+    EXPECT_EQ(Parsed(L"a;b;"), (UTtab_entry{L"a", L"b", L""}));
+    EXPECT_EQ(Parsed(L"a ; b ;"), (UTtab_entry{L"a", L"b", L""}));
+}
+
+TEST(ParseMapLine, SplitsAtTheFirstTwoSeparatorsOnly)
+{
+    EXPECT_EQ(Parsed(L"a ; b ; c ; d"), (UTtab_entry{L"a", L"b", L"c ; d"}));
+    EXPECT_EQ(Parsed(L"a;b;;"), (UTtab_entry{L"a", L"b", L";"}));
+}
+
+TEST(ParseMapLine, TakesASecondFieldOfBlanksAsEmpty)
+{
+    EXPECT_EQ(Parsed(L"a; ;c"), (UTtab_entry{L"a", L"", L"c"}));
+}
+
+TEST(ParseMapLine, RefusesALineWithoutTwoFilledFieldsAndLeavesTheEntry)
+{
+    for (const wchar_t* const line : {L"", L"a", L"a;", L"a;b", L"a ; b", L"a;;c", L"a;;", L";b;c", L";"}) {
+        UTtab_entry entry{L"1", L"2", L"3"};
+        EXPECT_FALSE(ParseMapLine(line, entry)) << std::string(line, line + std::wcslen(line));
+        EXPECT_EQ(entry, (UTtab_entry{L"1", L"2", L"3"}));
+    }
+}
+
+TEST(EncodeMapText, MakesTheByteOfTheCodeUpToFF)
+{
+    for (int code = 0; code <= 0xFF; ++code) {
+        EXPECT_EQ(EncodeMapText(std::wstring(1, static_cast<wchar_t>(code)), QuestionMark),
+                  std::string(1, static_cast<char>(code)));
+    }
+}
+
+TEST(EncodeMapText, AsksForEveryOtherCharacter)
+{
+    const auto lowByte = [](wchar_t character) { return static_cast<char>(character & 0x7F); };
+    EXPECT_EQ(EncodeMapText(L"\u0141\u0142x", lowByte), "ABx");
+    EXPECT_EQ(EncodeMapText(L"\u0100\u20AC\uFFFF", QuestionMark), "???");
+}
+
+TEST(FormatMapRecord, JoinsTheFieldsByBlankSemicolonBlank)
+{
+    EXPECT_EQ(Record(L"N_ISO_4017_M8.sldprt", L"N_ISO_4017_M8.changed.sldprt", L"Norm 4017 - %2"),
+              "N_ISO_4017_M8.sldprt ; N_ISO_4017_M8.changed.sldprt ; Norm 4017 - %2");
+}
+
+TEST(FormatMapRecord, KeepsTheTrailingBlankBeforeAnEmptyBomName)
+{
+    EXPECT_EQ(Record(L"a", L"b", L""), "a ; b ; ");
+}
+
+TEST(FormatMapRecord, WritesUmlautsAsOneByte)
+{
+    EXPECT_EQ(Record(L"ä", L"Ö", L"\u03A9"), "\xE4 ; \xD6 ; ?");
+}
+
+TEST(FormatMapRecord, CutsEachFieldAt259Bytes)
+{
+    const std::string cut(259, 'x');
+    for (const std::size_t length : {std::size_t{259}, std::size_t{260}, std::size_t{1000}}) {
+        const std::wstring field(length, L'x');
+        EXPECT_EQ(Record(field, field, field), cut + " ; " + cut + " ; " + cut);
+    }
+    EXPECT_EQ(Record(std::wstring(258, L'x'), L"b", L"c"), std::string(258, 'x') + " ; b ; c");
+}
+
+TEST(FormatMapHeader, IsThreeCommentLinesAndAnEmptyOne)
+{
+    EXPECT_EQ(FormatMapHeader(L"D:\\Parts\\Mapped\\PartsMap.txt", QuestionMark),
+              "; Datei: D:\\Parts\\Mapped\\PartsMap.txt\n"
+              "; Automatisch generierte Datei, manuelle \xC4"
+              "nderungen k\xF6nnen verloren gehen.\n"
+              "; (c) Talvenor\n"
+              "\n");
+}
+
+TEST(FormatMapHeader, EncodesThePath)
+{
+    EXPECT_TRUE(FormatMapHeader(L"D:\\Größe\u03A9", QuestionMark)
+                    .starts_with("; Datei: D:\\Gr\xF6\xDF"
+                                 "e?\n"));
+}
+
+TEST(ReadMapLines, FindsNothingInAnEmptyFile)
+{
+    ExpectEntries(Read(""), {});
+}
+
+TEST(ReadMapLines, FindsNothingInTheHeader)
+{
+    ExpectEntries(Read(FormatMapHeader(L"D:\\Parts\\Mapped\\PartsMap.txt", QuestionMark)), {});
+}
+
+TEST(ReadMapLines, SkipsCommentsAndEmptyLines)
+{
+    ExpectEntries(Read("; x ; y ; z\n"
+                       "\n"
+                       " \t \n"
+                       ";b;c\n"
+                       "  ; indented\n"
+                       "a;b;c\n"),
+                  {{L"a", L"b", L"c"}});
+}
+
+TEST(ReadMapLines, KeepsTheOrderOfTheFile)
+{
+    ExpectEntries(Read("b ; 2 ; y\na ; 1 ; x\nb ; 2 ; y\n"),
+                  {{L"b", L"2", L"y"}, {L"a", L"1", L"x"}, {L"b", L"2", L"y"}});
+}
+
+TEST(ReadMapLines, AppendsToTheEntries)
+{
+    CList<UTtab_entry, UTtab_entry&> entries;
+    UTtab_entry before{L"old", L"entry", L""};
+    entries.AddTail(before);
+    std::istringstream in("a;b;c\n");
+    EXPECT_FALSE(ReadMapLines(in, FromLatin1, entries).syntaxError);
+    EXPECT_EQ(Entries(entries.begin(), entries.end()), (Entries{before, {L"a", L"b", L"c"}}));
+}
+
+TEST(ReadMapLines, StripsBlanksTabsAndCarriageReturnsAroundTheLine)
+{
+    ExpectEntries(Read(" \ta ; b ; c \t\r\n"), {{L"a", L"b", L"c"}});
+    ExpectEntries(Read("a ; b ; \r\n"), {{L"a", L"b", L""}});
+}
+
+TEST(ReadMapLines, ReadsALastLineWithoutLineEnd)
+{
+    ExpectEntries(Read("a;b;c\nd;e;f"), {{L"a", L"b", L"c"}, {L"d", L"e", L"f"}});
+}
+
+TEST(ReadMapLines, DecodesEachLine)
+{
+    ExpectEntries(Read("Gr\xF6\xDF"
+                       "e;b;c\n"),
+                  {{L"Größe", L"b", L"c"}});
+}
+
+TEST(ReadMapLines, ReadsALineOf255Bytes)
+{
+    const UTtab_entry longest{L"a", L"b", std::wstring(247, L'x')};
+    ExpectEntries(Read(RecordOfSize(255) + "\nd;e;f\n"), {longest, {L"d", L"e", L"f"}});
+    ExpectEntries(Read(RecordOfSize(255)), {longest});
+}
+
+TEST(ReadMapLines, StopsSilentlyAtALineOf256Bytes)
+{
+    ExpectEntries(Read("a;b;c\n" + RecordOfSize(256) + "\nd;e;f\n"), {{L"a", L"b", L"c"}});
+    ExpectEntries(Read("a;b;c\n" + RecordOfSize(256)), {{L"a", L"b", L"c"}});
+}
+
+TEST(ReadMapLines, CountsTheBytesOfALineBeforeStrippingThem)
+{
+    ExpectEntries(Read("a;b;c" + std::string(250, ' ') + "\n"), {{L"a", L"b", L"c"}});
+    ExpectEntries(Read("a;b;c" + std::string(251, ' ') + "\n"), {});
+}
+
+TEST(ReadMapLines, StopsSilentlyAtACommentThatIsTooLong)
+{
+    ExpectEntries(Read(";" + std::string(255, 'x') + "\na;b;c\n"), {});
+}
+
+TEST(ReadMapLines, StopsAtABadLineAndKeepsTheEntriesBefore)
+{
+    const Reading reading = Read("a;b;c\nbad\nd;e;f\n");
+    EXPECT_TRUE(reading.syntaxError);
+    EXPECT_EQ(reading.badLine, 2);
+    EXPECT_EQ(reading.entries, (Entries{{L"a", L"b", L"c"}}));
+}
+
+TEST(ReadMapLines, CountsCommentsAndEmptyLinesInTheLineNumber)
+{
+    const Reading reading = Read(FormatMapHeader(L"D:\\PartsMap.txt", QuestionMark) + "a;;c\n");
+    EXPECT_TRUE(reading.syntaxError);
+    EXPECT_EQ(reading.badLine, 5);
+    EXPECT_EQ(reading.entries, Entries());
+}
+
+TEST(ReadMapLines, NamesABadLastLineWithoutLineEnd)
+{
+    const Reading reading = Read("a;b");
+    EXPECT_TRUE(reading.syntaxError);
+    EXPECT_EQ(reading.badLine, 1);
+}
+
+TEST(ReadMapLines, GivesBackWhatTheWriterWrote)
+{
+    const Entries written = {{L"N_ISO_4017_M8.sldprt", L"N_ISO_4017_M8.changed.sldprt", L"Norm 4017 - %2"},
+                             {L"Größe 5.sldprt", L"x y.sldprt", L"a ; b;c"},
+                             {L"a", L"b", L""},
+                             {std::wstring(100, L'p'), std::wstring(100, L'q'), std::wstring(49, L'r')}};
+    std::string file = FormatMapHeader(L"\\\\server\\Parts\\Mapped\\PartsMap.txt", QuestionMark);
+    for (const UTtab_entry& entry : written) {
+        file += FormatMapRecord(entry, QuestionMark) + "\n";
+    }
+    ExpectEntries(Read(file), written);
+}
+
+TEST(ReadMapLines, GivesBackEveryWritableCharacterOfAName)
+{
+    // From U+0021 on: control characters and blanks are no inner part of these one-character names.
+    for (int code = 0x21; code <= 0xFF; ++code) {
+        if (code == L';' || code == 0x85 || code == 0xA0) {
+            continue;
+        }
+        const std::wstring name(1, static_cast<wchar_t>(code));
+        ExpectEntries(Read(Record(name, name, name) + "\n"), {{name, name, name}});
+    }
+}
+
+TEST(ReadMapLines, GivesBackACopyOnlyRunWithEmptyBomNames)
+{
+    ExpectEntries(Read(Record(L"a", L"b", L"") + "\n" + Record(L"c", L"d", L"") + "\n"),
+                  {{L"a", L"b", L""}, {L"c", L"d", L""}});
+}
+
+TEST(FormatSyntaxError, PutsTheLineNumberIntoTheText)
+{
+    EXPECT_EQ(
+        FormatSyntaxError(L"Syntax-Error in line %d in\nD:\\PartsMap.txt\n\nThe file could not be evaluated "
+                          L"completely.",
+                          5),
+        L"Syntax-Error in line 5 in\nD:\\PartsMap.txt\n\nThe file could not be evaluated completely.");
+    EXPECT_EQ(FormatSyntaxError(L"%d", 2147483647), L"2147483647");
+}
+
+TEST(FormatSyntaxError, ReadsNoSecondArgument)
+{
+    EXPECT_EQ(FormatSyntaxError(L"line %d in\nD:\\%s%d%n%5x%p%f", 7), L"line 7 in\nD:\\%s%d%n%5x%p%f");
+}
+
+TEST(FormatSyntaxError, TakesADoubledPercentSignInThePathAsOne)
+{
+    EXPECT_EQ(FormatSyntaxError(L"line %d in\nD:\\100%%d\\%%%%", 7), L"line 7 in\nD:\\100%d\\%%");
+    EXPECT_EQ(FormatSyntaxError(L"%%d %d", 7), L"%d 7");
+}
+
+TEST(FormatSyntaxError, KeepsALonePercentSign)
+{
+    EXPECT_EQ(FormatSyntaxError(L"line %d in\nD:\\50%\\%", 7), L"line 7 in\nD:\\50%\\%");
+    EXPECT_EQ(FormatSyntaxError(L"%", 7), L"%");
+    EXPECT_EQ(FormatSyntaxError(L"", 7), L"");
+}
+
+TEST(FormatSyntaxError, KeepsConversionsOfOtherKindsBeforeTheNumber)
+{
+    EXPECT_EQ(FormatSyntaxError(L"%s %n %*d %lld %$d %5 %. %d", 7), L"%s %n %*d %lld %$d %5 %. 7");
+}
+
+TEST(FormatSyntaxError, HeedsFlagsWidthPrecisionAndModifiers)
+{
+    EXPECT_EQ(FormatSyntaxError(L"[%5d]", 42), L"[   42]");
+    EXPECT_EQ(FormatSyntaxError(L"[%-5i]", 42), L"[42   ]");
+    EXPECT_EQ(FormatSyntaxError(L"[%+05d]", 42), L"[+0042]");
+    EXPECT_EQ(FormatSyntaxError(L"[%.4u]", 42), L"[0042]");
+    EXPECT_EQ(FormatSyntaxError(L"[%#x %d]", 42), L"[0x2a %d]");
+    EXPECT_EQ(FormatSyntaxError(L"[%X]", 42), L"[2A]");
+    EXPECT_EQ(FormatSyntaxError(L"[%o]", 42), L"[52]");
+    EXPECT_EQ(FormatSyntaxError(L"[%c]", 42), L"[*]");
+    EXPECT_EQ(FormatSyntaxError(L"[%ld]", 42), L"[42]");
+    EXPECT_EQ(FormatSyntaxError(L"[%lc]", 42), L"[*]");
+    EXPECT_EQ(FormatSyntaxError(L"[%hd]", 42), L"[42]");
+    EXPECT_EQ(FormatSyntaxError(L"[%hhd]", 42), L"[42]");
+}
+
+TEST(FormatSyntaxError, PrintsTheWidestNumberWhole)
+{
+    EXPECT_EQ(FormatSyntaxError(L"%999d", 7), std::wstring(998, L' ') + L"7");
+    EXPECT_EQ(FormatSyntaxError(L"%.999d", 7), std::wstring(998, L'0') + L"7");
+    EXPECT_EQ(FormatSyntaxError(L"%999.999d", -7), L"-" + std::wstring(998, L'0') + L"7");
+}
+
+TEST(FormatSyntaxError, TakesAnOverlongWidthForNoConversion)
+{
+    EXPECT_EQ(FormatSyntaxError(L"%1000d %.1000d %d", 7), L"%1000d %.1000d 7");
+}

@@ -1,0 +1,235 @@
+#include "core/PartName.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+namespace {
+
+std::string Narrow(const std::wstring& text)
+{
+    return {text.begin(), text.end()};
+}
+
+PartNameValues Split(std::wstring_view fileName)
+{
+    return Diverses::SplitPartName(fileName);
+}
+
+}  // namespace
+
+// Found by the test library when it reports a difference.
+static void PrintTo(const PartNameValues& values, std::ostream* out)
+{
+    *out << "%1 '" << Narrow(values.strNumDigits) << "' %3 '" << Narrow(values.strNumber) << "' %4 '"
+         << Narrow(values.strSize) << "' %5 '" << Narrow(values.strPrefix) << "' %6 '"
+         << Narrow(values.strExt) << "' %7 '" << Narrow(values.strExtra1) << "' %8 '"
+         << Narrow(values.strExtra2) << "'";
+}
+
+// The values stand in the order: digits, number, size, prefix, extension, first and second extra field.
+
+TEST(SplitPartName, TakesAnIsoNameApart)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M10x50.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M10x50", L"N_ISO_", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, IgnoresCaseInThePrefixAndKeepsTheSpellingOfTheValues)
+{
+    EXPECT_EQ(Split(L"n_eniso_4762_m8x20.SLDPRT"),
+              (PartNameValues{L"4762", L"4762", L"m8x20", L"N_ENISO_", L"SLDPRT", L"", L""}));
+}
+
+TEST(SplitPartName, CutsTheDigitsOfANumberWithAPart)
+{
+    EXPECT_EQ(Split(L"N_EN_123-4_M16.sldasm"),
+              (PartNameValues{L"123", L"123-4", L"M16", L"N_EN_", L"sldasm", L"", L""}));
+}
+
+TEST(SplitPartName, KnowsThePrefixNWithoutUnderscore)
+{
+    EXPECT_EQ(Split(L"N912_M8.sldprt"), (PartNameValues{L"912", L"912", L"M8", L"N", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, TakesNUnderscoreBeforeAnUnknownStandard)
+{
+    EXPECT_EQ(Split(L"N_DIN_912_M8.sldprt"),
+              (PartNameValues{L"", L"DIN", L"912_M8", L"N_", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, CutsTheExtraFieldsOutOfTheSize)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}));
+}
+
+TEST(SplitPartName, LeavesTheNumberEmptyWithoutPrefix)
+{
+    EXPECT_EQ(Split(L"Washer_8.sldprt"), (PartNameValues{L"", L"", L"8", L"", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, NutTakesThePrefixN)
+{
+    EXPECT_EQ(Split(L"Nut_M8.sldprt"), (PartNameValues{L"", L"ut", L"M8", L"N", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, GivesOnlyPrefixForANameWithoutDot)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8"), (PartNameValues{L"", L"", L"", L"N_ISO_", L"", L"", L""}));
+}
+
+TEST(SplitPartName, FindsTheExtraFieldsOfANameWithoutDot)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__"),
+              (PartNameValues{L"", L"", L"", L"N_ISO_", L"", L"A2", L"70"}));
+}
+
+TEST(SplitPartName, GivesNothingForAnEmptyName)
+{
+    EXPECT_EQ(Split(L""), PartNameValues());
+}
+
+TEST(SplitPartName, StartsTheExtensionBehindTheLastDot)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017.1_M8.x.sldprt"),
+              (PartNameValues{L"4017", L"4017.1", L"M8.x", L"N_ISO_", L"sldprt", L"", L""}));
+    EXPECT_EQ(Split(L"N912_M8."), (PartNameValues{L"912", L"912", L"M8", L"N", L"", L"", L""}));
+}
+
+TEST(SplitPartName, TakesTheWholeCoreAsNumberWithoutUnderscore)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"", L"N_ISO_", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, LeavesTheNumberEmptyWhenTheCoreIsEmptyOrStartsWithUnderscore)
+{
+    EXPECT_EQ(Split(L"N_ISO_.sldprt"), (PartNameValues{L"", L"", L"", L"N_ISO_", L"sldprt", L"", L""}));
+    EXPECT_EQ(Split(L"N_ISO__M8.sldprt"), (PartNameValues{L"", L"", L"M8", L"N_ISO_", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, NeedsTheUnderscoreBehindAPrefix)
+{
+    EXPECT_EQ(Split(L"N_ISO4017_M8.sldprt"),
+              (PartNameValues{L"", L"ISO4017", L"M8", L"N_", L"sldprt", L"", L""}));
+    EXPECT_EQ(Split(L"N.sldprt"), (PartNameValues{L"", L"", L"", L"N", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, FindsThePrefixAtTheStartOnly)
+{
+    EXPECT_EQ(Split(L"XN_ISO_4017_M8.sldprt"),
+              (PartNameValues{L"", L"", L"ISO_4017_M8", L"", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, CountsAsciiDigitsOnly)
+{
+    EXPECT_EQ(Split(L"N_ISO_4\u0661_M8.sldprt").strNumDigits, L"4");
+}
+
+TEST(SplitPartName, KeepsTheBlockOfTwoFences)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8__A2__70", L"N_ISO_", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, KeepsTheBlockOfFourFences)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__x__.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8__A2__70__x__", L"N_ISO_", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, LeavesAnEmptyFirstExtraFieldEmpty)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8____70__.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"", L"70"}));
+}
+
+TEST(SplitPartName, CountsFourUnderscoresAsTwoFences)
+{
+    // Two are no block; with one more before them they are.
+    EXPECT_EQ(Split(L"N_ISO_4017_M8____.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8____", L"N_ISO_", L"sldprt", L"", L""}));
+    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2____.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L""}));
+}
+
+TEST(SplitPartName, CountsSixUnderscoresAsABlockOfEmptyFields)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8______.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"", L""}));
+}
+
+TEST(SplitPartName, TakesTheFirstTwoOfThreeUnderscoresAsTheFence)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8___A2__70___x.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8_x", L"N_ISO_", L"sldprt", L"_A2", L"70"}));
+}
+
+TEST(SplitPartName, KeepsWhatFollowsTheBlockInTheSize)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__-L.sldprt").strSize, L"M8-L");
+}
+
+TEST(SplitPartName, TakesABlockBeforeTheSizeOutToo)
+{
+    // The number comes from the whole name, the size from the name without the block.
+    EXPECT_EQ(Split(L"N_ISO_4017__A2__70___M8.sldprt"),
+              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}));
+}
+
+TEST(SplitPartName, SkipsThePrefixLengthEvenWhenTheBlockBeganInThePrefix)
+{
+    // Without the block "N.sldprt" is left, two characters of it are skipped, and no "_" remains.
+    EXPECT_EQ(Split(L"N__a__b__.sldprt"), (PartNameValues{L"", L"", L"", L"N_", L"sldprt", L"a", L"b"}));
+}
+
+TEST(SplitPartName, LeavesTheSizeEmptyWhenTheBlockTookTheDot)
+{
+    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70.sld__prt"),
+              (PartNameValues{L"4017", L"4017", L"", L"N_ISO_", L"sld__prt", L"A2", L"70.sld"}));
+}
+
+TEST(SplitPartName, LeavesTheSizeEmptyWhenTheOnlyUnderscoreIsInTheExtension)
+{
+    EXPECT_EQ(Split(L"N912.sld_prt"), (PartNameValues{L"912", L"912", L"", L"N", L"sld_prt", L"", L""}));
+}
+
+TEST(SplitPartName, TakesTheBlockOutOfANameWithoutPrefix)
+{
+    EXPECT_EQ(Split(L"Washer_8__A2__70__.sldprt"),
+              (PartNameValues{L"", L"", L"8", L"", L"sldprt", L"A2", L"70"}));
+}
+
+TEST(LeadingDigits, SkipsThePrefixLengthOnly)
+{
+    // The prefix given is not the name's: only its length counts.
+    EXPECT_EQ(Diverses::LeadingDigits(L"N_ISO_4017_M8.sldprt", L"N_"), L"");
+    EXPECT_EQ(Diverses::LeadingDigits(L"xy4017_M8.sldprt", L"N_"), L"4017");
+    EXPECT_EQ(Diverses::LeadingDigits(L"N912_M8.sldprt", L"N_"), L"12");
+}
+
+TEST(LeadingDigits, TakesAWholeCoreOfDigits)
+{
+    EXPECT_EQ(Diverses::LeadingDigits(L"N_4017.sldprt", L"N_"), L"4017");
+}
+
+TEST(LeadingDigits, StopsAtTheFirstOtherCharacter)
+{
+    EXPECT_EQ(Diverses::LeadingDigits(L"N_123-4_M16.sldasm", L"N_"), L"123");
+    EXPECT_EQ(Diverses::LeadingDigits(L"N_12.34.sldprt", L"N_"), L"12");
+}
+
+TEST(LeadingDigits, IsEmptyWithoutCore)
+{
+    EXPECT_EQ(Diverses::LeadingDigits(L"N_4017", L"N_"), L"");
+    EXPECT_EQ(Diverses::LeadingDigits(L"N_.sldprt", L"N_"), L"");
+    EXPECT_EQ(Diverses::LeadingDigits(L".sldprt", L"N_"), L"");
+    EXPECT_EQ(Diverses::LeadingDigits(L"4.1", L"N_"), L"");
+    EXPECT_EQ(Diverses::LeadingDigits(L"", L"N_"), L"");
+}
+
+TEST(LeadingDigits, TakesTheWholeStemForAnEmptyPrefix)
+{
+    EXPECT_EQ(Diverses::LeadingDigits(L"4017.sldprt", L""), L"4017");
+}

@@ -1,0 +1,80 @@
+#include "files/Paths.h"
+
+#include <gtest/gtest.h>
+
+TEST(NormalizePath, KeepsAPathWithSingleBackslashes)
+{
+    EXPECT_EQ(NormalizePath(L"D:\\Parts\\Mapped"), L"D:\\Parts\\Mapped");
+    EXPECT_EQ(NormalizePath(L""), L"");
+}
+
+TEST(NormalizePath, MakesTwoBackslashesOne)
+{
+    EXPECT_EQ(NormalizePath(L"D:\\\\Parts\\\\Mapped\\\\"), L"D:\\Parts\\Mapped\\");
+}
+
+TEST(NormalizePath, GoesOverTheTextOnce)
+{
+    EXPECT_EQ(NormalizePath(L"D:\\\\\\x"), L"D:\\\\x");
+    EXPECT_EQ(NormalizePath(L"D:\\\\\\\\x"), L"D:\\\\x");
+    EXPECT_EQ(NormalizePath(L"D:\\\\\\\\\\x"), L"D:\\\\\\x");
+}
+
+TEST(NormalizePath, KeepsTheTwoBackslashesOfANetworkPath)
+{
+    EXPECT_EQ(NormalizePath(L"\\\\server\\parts\\\\Mapped"), L"\\\\server\\parts\\Mapped");
+}
+
+TEST(NormalizePath, GivesASingleLeadingBackslashASecondOne)
+{
+    EXPECT_EQ(NormalizePath(L"\\Parts"), L"\\\\Parts");
+}
+
+TEST(NormalizePath, LeavesForwardSlashes)
+{
+    EXPECT_EQ(NormalizePath(L"//server//parts"), L"//server//parts");
+}
+
+TEST(MappedFolder, LiesInTheStandardPartsFolder)
+{
+    EXPECT_EQ(MappedFolder(L"D:\\Parts"), L"D:\\Parts\\Mapped");
+    EXPECT_EQ(MappedFolder(L"D:\\Parts\\"), L"D:\\Parts\\Mapped");
+    EXPECT_EQ(MappedFolder(L"D:\\"), L"D:\\Mapped");
+    EXPECT_EQ(MappedFolder(L"\\\\server\\parts"), L"\\\\server\\parts\\Mapped");
+}
+
+TEST(MapFilePath, LiesInTheMappedFolder)
+{
+    EXPECT_EQ(MapFilePath(L"D:\\Parts"), L"D:\\Parts\\Mapped\\PartsMap.txt");
+    EXPECT_EQ(MapFilePath(L"D:\\Parts\\"), L"D:\\Parts\\Mapped\\PartsMap.txt");
+    EXPECT_EQ(MapFilePath(L"\\\\server\\parts\\"), L"\\\\server\\parts\\Mapped\\PartsMap.txt");
+}
+
+TEST(MapFilePath, OfAnEmptyFolderGetsTwoLeadingBackslashes)
+{
+    EXPECT_EQ(MapFilePath(L""), L"\\\\Mapped\\PartsMap.txt");
+}
+
+TEST(StripFolderInput, StripsDotsBeforeBackslashes)
+{
+    EXPECT_EQ(StripFolderInput(L"D:\\Parts\\."), L"D:\\Parts");
+    EXPECT_EQ(StripFolderInput(L"D:\\Parts\\\\..."), L"D:\\Parts");
+    EXPECT_EQ(StripFolderInput(L"D:\\Parts\\"), L"D:\\Parts");
+}
+
+TEST(StripFolderInput, KeepsADotBeforeABackslash)
+{
+    EXPECT_EQ(StripFolderInput(L"D:\\Parts.\\"), L"D:\\Parts.");
+}
+
+TEST(StripFolderInput, KeepsWhatStandsInside)
+{
+    EXPECT_EQ(StripFolderInput(L"D:\\..\\a.b"), L"D:\\..\\a.b");
+    EXPECT_EQ(StripFolderInput(L"D:\\"), L"D:");
+}
+
+TEST(StripFolderInput, CanLeaveNothing)
+{
+    EXPECT_EQ(StripFolderInput(L"\\\\.."), L"");
+    EXPECT_EQ(StripFolderInput(L""), L"");
+}
