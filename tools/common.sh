@@ -26,6 +26,12 @@ logged() {
 # build_preset NAME: configures and builds one preset of CMakePresets.json.
 build_preset() { cmake --preset "$1" && cmake --build --preset "$1"; }
 
+# build_windowwatch: builds the demonstration's eye, which is a project of its own.
+build_windowwatch() {
+  cmake -S tools/windowwatch -B build/windowwatch -G Ninja --toolchain "$top/cmake/mingw-w64.cmake" \
+    -DCMAKE_BUILD_TYPE=Release && cmake --build build/windowwatch
+}
+
 # start_display: starts an X server without a screen, sets DISPLAY, ends the server with the script.
 start_display() {
   local number
