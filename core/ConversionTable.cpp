@@ -1,0 +1,429 @@
+#include "core/ConversionTable.h"
+
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "core/NameRules.h"
+#include "core/NameTemplate.h"
+#include "core/PartName.h"
+#include "framework/Language.h"
+#include "framework/MessageBox.h"
+#include "platform/TemplateStore.h"
+
+namespace {
+
+constexpr LPARAM kDataPending = 1;
+constexpr LPARAM kDataConverted = 0;
+constexpr int kImagePending = 1;
+constexpr int kImageConverted = 2;
+
+// A hand-edited file name gets this extension in every row: the table is built from part files.
+constexpr const wchar_t* kEditedExtension = L"sldprt";
+
+constexpr Text kForbiddenCharacters{
+    L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\nDiese "
+    L"Zeichen "
+    L"werden nun automatisch durch Unterstriche '_' ersetzt.",
+    L"The following characters are not allowed to use in file names:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
+    L"These characters are automatically replaced by underscores '_'."};
+
+// One blank between ";" and "=" is meant.
+constexpr Text kForbiddenFeatureCharacters{
+    L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n\t@  /  ; =\n\n"
+    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.",
+    L"The following characters are not allowed to use in feature-/component names of SOLIDWORKS:\n\t@  /  ; "
+    L"=\n\n"
+    L"These characters are automatically replaced by underscores '_'."};
+
+constexpr Text kEditedNameTaken{L"Der angegebene Dateiname ist schon vorhanden.",
+                                L"The file name is not unique."};
+
+constexpr Text kGeneratedNameTaken{
+    L"Ein generierter Dateiname ist bereits vorhanden.\nDer vorhandene Dateiname bleibt erhalten.",
+    L"A generated file name is not unique.\nSkip this file."};
+
+constexpr Text kAddedNameTakenLead{
+    L"Der angegebene Dateiname in der Spalte 'Umbenannt nach...' ist bereits vorhanden.\nDatei: \"",
+    L"The file name in column 'Renamed to...' is not unique.\nFile: \""};
+constexpr Text kAddedNameTakenClosing{
+    L"\" wird übergangen.\n\nSind mehrere Dateien betroffen, so wird diese Fehlermeldung nicht erneut "
+    L"angezeigt.",
+    L"\" is skipped.\n\nThis error message will be skipped for all following failures."};
+
+// A message that is shown at most once in an operation.
+class COnceMessage
+{
+public:
+    void Show(const std::wstring& text)
+    {
+        if (!std::exchange(m_bShown, true)) {
+            ShowMessage(text);
+        }
+    }
+
+private:
+    bool m_bShown = false;
+};
+
+// Equal for two names exactly when the list view's own text search takes them for the same: a comparison by
+// the rules of the thread's locale that ignores letter case.
+std::string SearchKey(const std::wstring& name)
+{
+    constexpr DWORD kFlags = LCMAP_SORTKEY | NORM_IGNORECASE;
+    const LCID locale = GetThreadLocale();
+    const int length = static_cast<int>(name.size());
+    const int size = LCMapStringW(locale, kFlags, name.c_str(), length, nullptr, 0);
+    std::string key(static_cast<std::size_t>(std::max(size, 0)), '\0');
+    LCMapStringW(locale, kFlags, name.c_str(), length, reinterpret_cast<wchar_t*>(key.data()), size);
+    return key;
+}
+
+bool EqualIgnoringFileCase(const std::wstring& left, const std::wstring& right)
+{
+    return CompareStringOrdinal(left.c_str(), static_cast<int>(left.size()), right.c_str(),
+                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
+std::wstring TemplateOrDefault(int column)
+{
+    if (std::optional<std::wstring> text = ReadTemplate(column)) {
+        return *std::move(text);
+    }
+    WriteTemplate(column, DefaultTemplate(column));
+    return DefaultTemplate(column);
+}
+
+// Makes the rows for new files: asks two sets where asking the list view for each name would take quadratic
+// time.
+class CNewRows
+{
+public:
+    explicit CNewRows(const CConversionTable& table)
+        : m_strFileTemplate(TemplateOrDefault(kColumnRenamed))
+        , m_strBomTemplate(TemplateOrDefault(kColumnBomName))
+    {
+        for (int row = 0; row < table.GetItemCount(); ++row) {
+            m_originals.insert(SearchKey(table.GetItemText(row, kColumnOriginal)));
+            m_newNames.insert(table.GetItemText(row, kColumnRenamed));
+        }
+    }
+
+    void Add(const std::wstring& original)
+    {
+        std::string key = SearchKey(original);
+        if (m_originals.contains(key)) {
+            return;
+        }
+        const PartNameValues values = Diverses::SplitPartName(original);
+        std::wstring newName = ExpandTemplate(m_strFileTemplate, values);
+        if (!EnsureExtension(newName, values.strExt)) {
+            return;
+        }
+        if (SanitizeFileName(newName) > 0) {
+            m_forbiddenCharacters.Show(kForbiddenCharacters.Current());
+        }
+        if (!m_newNames.insert(newName).second) {
+            m_nameTaken.Show(kAddedNameTakenLead.Current() + original + L" -> " + newName +
+                             kAddedNameTakenClosing.Current());
+            return;
+        }
+        m_originals.insert(std::move(key));
+        m_rows.push_back({original, std::move(newName), ExpandTemplate(m_strBomTemplate, values)});
+    }
+
+    // The rows made so far in the table's order, so that an empty table needs no further sorting.
+    [[nodiscard]] const std::vector<UTtab_entry>& Sorted()
+    {
+        std::ranges::stable_sort(m_rows, {}, &UTtab_entry::strOriginal);
+        return m_rows;
+    }
+
+private:
+    std::wstring m_strFileTemplate;
+    std::wstring m_strBomTemplate;
+    std::unordered_set<std::string> m_originals;
+    std::unordered_set<std::wstring> m_newNames;
+    std::vector<UTtab_entry> m_rows;
+    COnceMessage m_forbiddenCharacters;
+    COnceMessage m_nameTaken;
+};
+
+// What a template makes of one cell.
+enum class Outcome
+{
+    unchanged,
+    changed,
+    unusable  // ends the whole operation
+};
+
+// Applies a column's template to one row after the other.
+class CTemplateApplication
+{
+public:
+    CTemplateApplication(const CConversionTable& table, int column) : m_nColumn(column)
+    {
+        for (int row = 0; column == kColumnRenamed && row < table.GetItemCount(); ++row) {
+            ++m_newNames[table.GetItemText(row, kColumnRenamed)];
+        }
+    }
+
+    // `text`: the cell's text, replaced by the new one when the outcome is "changed".
+    Outcome Apply(const std::wstring& original, std::wstring& text)
+    {
+        // The template is read for each row anew: a change made meanwhile counts from the next row on.
+        const std::optional<std::wstring> columnTemplate = ReadTemplate(m_nColumn);
+        if (!columnTemplate) {
+            return Outcome::unusable;
+        }
+        const PartNameValues values = Diverses::SplitPartName(original);
+        std::wstring newText = ExpandTemplate(*columnTemplate, values);
+        if (m_nColumn == kColumnRenamed && !AcceptFileName(newText, text, values.strExt)) {
+            return Outcome::unusable;
+        }
+        // A file name that differs in letter case only stays as it is; that is meant.
+        const bool same =
+            m_nColumn == kColumnRenamed ? EqualIgnoringFileCase(newText, text) : newText == text;
+        if (same) {
+            return Outcome::unchanged;
+        }
+        text = std::move(newText);
+        return Outcome::changed;
+    }
+
+    // Keeps the names that Apply asks in step with the table.
+    void Rename(const std::wstring& oldName, const std::wstring& newName)
+    {
+        --m_newNames[oldName];
+        ++m_newNames[newName];
+    }
+
+private:
+    // False when there is no usable name. A name that another row has is replaced by the row's old one.
+    bool AcceptFileName(std::wstring& newName, const std::wstring& oldName, const std::wstring& extension)
+    {
+        if (!EnsureExtension(newName, extension)) {
+            return false;
+        }
+        if (SanitizeFileName(newName) > 0) {
+            m_forbiddenCharacters.Show(kForbiddenCharacters.Current());
+        }
+        const auto taken = m_newNames.find(newName);
+        if (newName != oldName && taken != m_newNames.end() && taken->second > 0) {
+            newName = oldName;
+            m_nameTaken.Show(kGeneratedNameTaken.Current());
+        }
+        return true;
+    }
+
+    int m_nColumn;
+    std::unordered_map<std::wstring, int> m_newNames;  // how many rows have the name
+    COnceMessage m_forbiddenCharacters;
+    COnceMessage m_nameTaken;
+};
+
+}  // namespace
+
+// A row with all that moves when the table is sorted.
+struct CConversionTable::Row
+{
+    UTtab_entry texts;
+    LPARAM data = 0;
+    UINT state = 0;
+};
+
+void CConversionTable::AddFiles(const std::vector<std::wstring>& fileNames)
+{
+    CNewRows newRows(*this);
+    for (const std::wstring& name : fileNames) {
+        newRows.Add(name);
+    }
+    const std::vector<UTtab_entry>& rows = newRows.Sorted();
+    const CRedrawPause pause(*this);
+    int row = GetItemCount();
+    SetItemCount(row + static_cast<int>(rows.size()));
+    for (const UTtab_entry& entry : rows) {
+        InsertRow(row++, entry, true);
+    }
+    SortTextItems(kColumnOriginal, true, 0, -1);
+}
+
+void CConversionTable::FillConverted(const CList<UTtab_entry, UTtab_entry&>& entries)
+{
+    const CRedrawPause pause(*this);
+    DeleteAllItems();
+    SetItemCount(static_cast<int>(entries.GetCount()));
+    int row = 0;
+    for (const UTtab_entry& entry : entries) {
+        InsertRow(row++, entry, false);
+    }
+}
+
+bool CConversionTable::IsNewNameTaken(const std::wstring& fileName) const
+{
+    for (int row = 0; row < GetItemCount(); ++row) {
+        if (GetItemText(row, kColumnRenamed) == fileName) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int CConversionTable::CountPendingRows() const
+{
+    int count = 0;
+    for (int row = 0; row < GetItemCount(); ++row) {
+        count += IsPending(row) ? 1 : 0;
+    }
+    return count;
+}
+
+void CConversionTable::SortTextItems(int column, bool ascending, int low, int high)
+{
+    const int last = high == -1 ? GetItemCount() - 1 : high;
+    std::vector<std::pair<std::wstring, int>> order;  // the column's text and the row that it stands in
+    for (int row = low; row <= last; ++row) {
+        order.emplace_back(GetItemText(row, column), row);
+    }
+    const auto before = [ascending](const auto& left, const auto& right) {
+        return ascending ? left.first < right.first : right.first < left.first;
+    };
+    if (std::ranges::is_sorted(order, before)) {
+        return;
+    }
+    std::ranges::stable_sort(order, before);
+    std::vector<Row> rows;
+    rows.reserve(order.size());
+    for (const auto& [text, row] : order) {
+        rows.push_back(ReadRow(row));
+    }
+    const CRedrawPause pause(*this);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const int row = low + static_cast<int>(i);
+        if (order[i].second != row) {
+            WriteRow(row, rows[i]);
+        }
+    }
+}
+
+void CConversionTable::ApplyTemplate(int column)
+{
+    CTemplateApplication application(*this, column);
+    bool anyChanged = false;
+    for (int row = GetNextItem(-1, LVNI_SELECTED); row != -1; row = GetNextItem(row, LVNI_SELECTED)) {
+        const std::wstring oldText = GetItemText(row, column);
+        std::wstring text = oldText;
+        const Outcome outcome = application.Apply(GetItemText(row, kColumnOriginal), text);
+        if (outcome == Outcome::unusable) {
+            break;
+        }
+        if (outcome == Outcome::changed) {
+            application.Rename(oldText, text);
+            SetItemText(row, column, text);
+            MarkPending(row);
+            anyChanged = true;
+        }
+    }
+    if (anyChanged) {
+        ::PostMessageW(::GetParent(m_hWnd), WM_LISTCHANGED, 0, 0);
+    }
+}
+
+LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* newText)
+{
+    if (newText == nullptr) {
+        return 0;
+    }
+    const std::wstring oldText = GetItemText(row, column);
+    std::wstring text = newText;
+    if (column == kColumnRenamed && !AcceptEditedFileName(text, oldText)) {
+        return 0;
+    }
+    if (column == kColumnBomName && SanitizeFeatureName(text) > 0) {
+        ShowMessage(kForbiddenFeatureCharacters.Current());
+    }
+    if (text == oldText) {
+        return 0;
+    }
+    SetItemText(row, column, text);
+    MarkPending(row);
+    ::PostMessageW(::GetParent(m_hWnd), WM_LISTCHANGED, 0, 0);
+    if (column == kColumnOriginal) {
+        SortTextItems(kColumnOriginal, true, 0, -1);
+    }
+    return 0;
+}
+
+// The rules for a hand-edited file name. False when the cell keeps its text.
+bool CConversionTable::AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const
+{
+    if (!EnsureExtension(text, kEditedExtension)) {
+        return false;
+    }
+    if (SanitizeFileName(text) > 0) {
+        ShowMessage(kForbiddenCharacters.Current());
+    }
+    if (text == oldText) {
+        return false;
+    }
+    if (IsNewNameTaken(text)) {
+        ShowMessage(kEditedNameTaken.Current());
+        return false;
+    }
+    return true;
+}
+
+UTtab_entry CConversionTable::GetRow(int row) const
+{
+    return {GetItemText(row, kColumnOriginal), GetItemText(row, kColumnRenamed),
+            GetItemText(row, kColumnBomName)};
+}
+
+bool CConversionTable::IsPending(int row) const
+{
+    return GetItemData(row) == kDataPending;
+}
+
+void CConversionTable::MarkPending(int row) const
+{
+    SetItemData(row, kDataPending);
+    SetItemState(row, INDEXTOSTATEIMAGEMASK(kImagePending), LVIS_STATEIMAGEMASK);
+}
+
+void CConversionTable::MarkConverted(int row) const
+{
+    SetItemData(row, kDataConverted);
+    SetItemState(row, INDEXTOSTATEIMAGEMASK(kImageConverted), LVIS_STATEIMAGEMASK);
+}
+
+void CConversionTable::InsertRow(int row, const UTtab_entry& entry, bool pending) const
+{
+    LVITEMW item{};
+    item.mask = LVIF_TEXT | LVIF_PARAM | LVIF_STATE | LVIF_IMAGE;
+    item.iItem = row;
+    item.pszText = const_cast<wchar_t*>(entry.strOriginal.c_str());
+    item.lParam = pending ? kDataPending : kDataConverted;
+    item.state = INDEXTOSTATEIMAGEMASK(pending ? kImagePending : kImageConverted);
+    item.stateMask = LVIS_STATEIMAGEMASK;
+    const int inserted = InsertItem(item);
+    SetItemText(inserted, kColumnRenamed, entry.strRenamed);
+    SetItemText(inserted, kColumnBomName, entry.strBomName);
+}
+
+CConversionTable::Row CConversionTable::ReadRow(int row) const
+{
+    constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
+    return {GetRow(row), GetItemData(row), GetItemState(row, kMovingStates)};
+}
+
+void CConversionTable::WriteRow(int row, const Row& content) const
+{
+    constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
+    SetItemText(row, kColumnOriginal, content.texts.strOriginal);
+    SetItemText(row, kColumnRenamed, content.texts.strRenamed);
+    SetItemText(row, kColumnBomName, content.texts.strBomName);
+    SetItemData(row, content.data);
+    SetItemState(row, content.state, kMovingStates);
+}

@@ -1,0 +1,117 @@
+#include "framework/Controls.h"
+
+#include "framework/ResourceHandle.h"
+
+namespace {
+
+// Texts up to this length are read in one message.
+constexpr std::size_t kUsualTextLength = 260;
+
+}  // namespace
+
+void CEdit::FocusAndSelectAll() const
+{
+    SetFocus();
+    SetSel(0, -1);
+    ScrollCaret();
+}
+
+std::wstring CComboBox::GetLBText(int index) const
+{
+    const LRESULT length = SendMessage(CB_GETLBTEXTLEN, static_cast<WPARAM>(index));
+    if (length == CB_ERR) {
+        return {};
+    }
+    std::wstring text(static_cast<std::size_t>(length), L'\0');
+    SendMessage(CB_GETLBTEXT, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(text.data()));
+    return text;
+}
+
+CImageList::~CImageList()
+{
+    if (m_hImageList != nullptr) {
+        ImageList_Destroy(m_hImageList);
+    }
+}
+
+bool CImageList::Create(UINT bitmapId, int width, int growBy, COLORREF mask)
+{
+    m_hImageList = ImageList_LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(bitmapId), width, growBy, mask,
+                                        IMAGE_BITMAP, LR_CREATEDIBSECTION);
+    return m_hImageList != nullptr;
+}
+
+int CListCtrl::InsertColumn(int column, const std::wstring& text, int width, int format) const
+{
+    LVCOLUMNW description{};
+    description.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT | LVCF_SUBITEM;
+    description.fmt = format;
+    description.cx = width;
+    description.pszText = const_cast<wchar_t*>(text.c_str());
+    description.iSubItem = column;
+    return static_cast<int>(
+        SendMessage(LVM_INSERTCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&description)));
+}
+
+std::wstring CListCtrl::GetItemText(int row, int column) const
+{
+    std::wstring text;
+    std::size_t length = 0;
+    // The control cuts a text to the buffer without saying so: a full buffer asks for a larger one.
+    for (std::size_t size = kUsualTextLength; length + 1 >= text.size(); size *= 2) {
+        text.resize(size);
+        LVITEMW item{};
+        item.iSubItem = column;
+        item.pszText = text.data();
+        item.cchTextMax = static_cast<int>(size);
+        length = static_cast<std::size_t>(
+            SendMessage(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
+    }
+    text.resize(length);
+    return text;
+}
+
+void CListCtrl::SetItemText(int row, int column, const std::wstring& text) const
+{
+    LVITEMW item{};
+    item.iSubItem = column;
+    item.pszText = const_cast<wchar_t*>(text.c_str());
+    SendMessage(LVM_SETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+}
+
+LPARAM CListCtrl::GetItemData(int row) const
+{
+    LVITEMW item{};
+    item.mask = LVIF_PARAM;
+    item.iItem = row;
+    SendMessage(LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    return item.lParam;
+}
+
+void CListCtrl::SetItemData(int row, LPARAM data) const
+{
+    LVITEMW item{};
+    item.mask = LVIF_PARAM;
+    item.iItem = row;
+    item.lParam = data;
+    SendMessage(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
+}
+
+void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
+{
+    LVITEMW item{};
+    item.state = state;
+    item.stateMask = mask;
+    SendMessage(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+}
+
+CRedrawPause::CRedrawPause(const CWnd& window) : m_window(window)
+{
+    m_window.SendMessage(WM_SETREDRAW, FALSE);
+}
+
+CRedrawPause::~CRedrawPause()
+{
+    m_window.SendMessage(WM_SETREDRAW, TRUE);
+    RedrawWindow(m_window.m_hWnd, nullptr, nullptr, RDW_ERASE | RDW_FRAME | RDW_INVALIDATE | RDW_ALLCHILDREN);
+}

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <string>
+
+#include "framework/Wnd.h"
+
+// The common controls, as thin as they can be: a member stands for the message or macro of the same name.
+
+class CStatic : public CWnd
+{
+};
+
+class CButton : public CWnd
+{
+public:
+    [[nodiscard]] bool IsChecked() const { return SendMessage(BM_GETCHECK) == BST_CHECKED; }
+};
+
+class CEdit : public CWnd
+{
+public:
+    void SetSel(int start, int end) const
+    {
+        SendMessage(EM_SETSEL, static_cast<WPARAM>(start), static_cast<LPARAM>(end));
+    }
+    void ScrollCaret() const { SendMessage(EM_SCROLLCARET); }
+
+    // Takes the focus, selects the whole text and scrolls the caret into view.
+    void FocusAndSelectAll() const;
+};
+
+class CComboBox : public CWnd
+{
+public:
+    void ResetContent() const { SendMessage(CB_RESETCONTENT); }
+    int AddString(const std::wstring& text) const
+    {
+        return static_cast<int>(SendMessage(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str())));
+    }
+    void SetCurSel(int index) const { SendMessage(CB_SETCURSEL, static_cast<WPARAM>(index)); }
+    [[nodiscard]] int GetCurSel() const { return static_cast<int>(SendMessage(CB_GETCURSEL)); }
+    [[nodiscard]] std::wstring GetLBText(int index) const;  // empty when there is no such entry
+};
+
+class CProgressCtrl : public CWnd
+{
+public:
+    void SetRange(int lower, int upper) const { SendMessage(PBM_SETRANGE, 0, MAKELPARAM(lower, upper)); }
+    void SetPos(int position) const { SendMessage(PBM_SETPOS, static_cast<WPARAM>(position)); }
+    [[nodiscard]] int GetPos() const { return static_cast<int>(SendMessage(PBM_GETPOS)); }
+};
+
+// A list of images of one size; owns the list.
+class CImageList
+{
+public:
+    CImageList() = default;
+    CImageList(const CImageList&) = delete;
+    CImageList& operator=(const CImageList&) = delete;
+    ~CImageList();
+
+    // Takes the images from a bitmap resource in which they stand side by side, each `width` pixels wide;
+    // pixels of the mask colour are transparent. False when the bitmap is missing.
+    bool Create(UINT bitmapId, int width, int growBy, COLORREF mask);
+    [[nodiscard]] HIMAGELIST GetHandle() const { return m_hImageList; }
+
+private:
+    HIMAGELIST m_hImageList = nullptr;
+};
+
+// A list view in report view. Rows and columns count from 0; -1 is "none".
+class CListCtrl : public CWnd
+{
+public:
+    void SetExtendedStyle(DWORD mask, DWORD styles) const
+    {
+        ListView_SetExtendedListViewStyleEx(m_hWnd, mask, styles);
+    }
+    void SetImageList(const CImageList& images, int kind) const
+    {
+        ListView_SetImageList(m_hWnd, images.GetHandle(), kind);
+    }
+    int InsertColumn(int column, const std::wstring& text, int width, int format = LVCFMT_LEFT) const;
+
+    [[nodiscard]] int GetItemCount() const { return ListView_GetItemCount(m_hWnd); }
+    // Announces how many rows are to come.
+    void SetItemCount(int count) const { ListView_SetItemCount(m_hWnd, count); }
+    int InsertItem(const LVITEMW& item) const
+    {
+        return static_cast<int>(SendMessage(LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
+    }
+    bool DeleteItem(int row) const { return ListView_DeleteItem(m_hWnd, row) != FALSE; }
+    bool DeleteAllItems() const { return ListView_DeleteAllItems(m_hWnd) != FALSE; }
+
+    [[nodiscard]] std::wstring GetItemText(int row, int column) const;  // of any length
+    void SetItemText(int row, int column, const std::wstring& text) const;
+    [[nodiscard]] LPARAM GetItemData(int row) const;
+    void SetItemData(int row, LPARAM data) const;
+    [[nodiscard]] UINT GetItemState(int row, UINT mask) const
+    {
+        return ListView_GetItemState(m_hWnd, row, mask);
+    }
+    void SetItemState(int row, UINT state, UINT mask) const;
+
+    // The first row after `row` (-1: from the start) with the LVNI_* property, or -1.
+    [[nodiscard]] int GetNextItem(int row, UINT flags) const
+    {
+        return ListView_GetNextItem(m_hWnd, row, flags);
+    }
+    void EnsureVisible(int row) const { ListView_EnsureVisible(m_hWnd, row, FALSE); }
+};
+
+// Keeps a window from redrawing while it is filled, and has it redrawn once at the end.
+class CRedrawPause
+{
+public:
+    explicit CRedrawPause(const CWnd& window);
+    CRedrawPause(const CRedrawPause&) = delete;
+    CRedrawPause& operator=(const CRedrawPause&) = delete;
+    ~CRedrawPause();
+
+private:
+    const CWnd& m_window;
+};

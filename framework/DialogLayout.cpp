@@ -1,0 +1,52 @@
+#include "framework/DialogLayout.h"
+
+void CDialogLayout::Begin(HWND dialog)
+{
+    m_hDialog = dialog;
+    m_controls.clear();
+    RECT rect{};
+    GetClientRect(dialog, &rect);
+    m_client = {rect.right, rect.bottom};
+    GetWindowRect(dialog, &rect);
+    m_window = {rect.right - rect.left, rect.bottom - rect.top};
+}
+
+void CDialogLayout::Anchor(int id, unsigned edges)
+{
+    Anchored anchored{GetDlgItem(m_hDialog, id), edges, {}};
+    if (anchored.control == nullptr) {
+        return;
+    }
+    GetWindowRect(anchored.control, &anchored.place);
+    MapWindowPoints(nullptr, m_hDialog, reinterpret_cast<POINT*>(&anchored.place), 2);
+    m_controls.push_back(anchored);
+}
+
+void CDialogLayout::Arrange() const
+{
+    RECT client{};
+    GetClientRect(m_hDialog, &client);
+    const LONG wider = client.right - m_client.cx;
+    const LONG higher = client.bottom - m_client.cy;
+    HDWP moves = BeginDeferWindowPos(static_cast<int>(m_controls.size()));
+    for (const Anchored& anchored : m_controls) {
+        RECT place = anchored.place;
+        place.left += (anchored.edges & left) != 0 ? 0 : wider;
+        place.right += (anchored.edges & right) != 0 ? wider : 0;
+        place.top += (anchored.edges & top) != 0 ? 0 : higher;
+        place.bottom += (anchored.edges & bottom) != 0 ? higher : 0;
+        if (moves != nullptr) {
+            moves = DeferWindowPos(moves, anchored.control, nullptr, place.left, place.top,
+                                   place.right - place.left, place.bottom - place.top,
+                                   SWP_NOZORDER | SWP_NOACTIVATE);
+        }
+    }
+    if (moves != nullptr) {
+        EndDeferWindowPos(moves);
+    }
+}
+
+void CDialogLayout::LimitSize(MINMAXINFO& limits) const
+{
+    limits.ptMinTrackSize = {m_window.cx, m_window.cy};
+}

@@ -1,0 +1,117 @@
+#pragma once
+
+#include <windows.h>
+
+#include <span>
+#include <type_traits>
+
+class CWnd;
+
+// One row of a window class's message table: which message it is about, and the member function that handles
+// it. Rows are made by OnMessage, OnCommand and OnReflectedNotify below, which check the handler's signature.
+struct MessageEntry
+{
+    enum class Kind
+    {
+        message,  // a window message: `code` is the message
+        command,  // WM_COMMAND: `code` is the notification (BN_CLICKED for buttons and menus), `id` the
+                  // control
+        reflectedNotify  // WM_NOTIFY that the parent sent back to the control it came from: `code` is the
+                         // code
+    };
+
+    Kind kind;
+    UINT code;
+    UINT id;
+    LRESULT (*handler)(CWnd& window, WPARAM wParam, LPARAM lParam);
+};
+
+// A class's table and that of its base class, which is asked when no row of the table fits.
+struct MessageMap
+{
+    const MessageMap* base;
+    std::span<const MessageEntry> entries;
+
+    // The first row that fits in this table or those of the base classes; null when none does.
+    [[nodiscard]] const MessageEntry* Find(MessageEntry::Kind kind, UINT code, UINT id) const
+    {
+        for (const MessageMap* map = this; map != nullptr; map = map->base) {
+            for (const MessageEntry& entry : map->entries) {
+                if (entry.kind == kind && entry.code == code && entry.id == id) {
+                    return &entry;
+                }
+            }
+        }
+        return nullptr;
+    }
+};
+
+namespace message_map_detail {
+
+template <class Class, class Result, class... Args>
+struct MemberTraits
+{
+    using Owner = Class;
+};
+
+template <class Class, class Result, class... Args>
+MemberTraits<Class, Result, Args...> Traits(Result (Class::*)(Args...));
+
+template <auto Handler>
+using OwnerOf = typename decltype(Traits(Handler))::Owner;
+
+// Unpacks a message's two parameters into what the handler's signature asks for.
+template <auto Handler>
+LRESULT CallForMessage(CWnd& window, [[maybe_unused]] WPARAM wParam, [[maybe_unused]] LPARAM lParam)
+{
+    using Owner = OwnerOf<Handler>;
+    auto& self = static_cast<Owner&>(window);
+    if constexpr (std::is_invocable_r_v<LRESULT, decltype(Handler), Owner&, WPARAM, LPARAM>) {
+        return (self.*Handler)(wParam, lParam);
+    } else if constexpr (std::is_invocable_v<decltype(Handler), Owner&, UINT, SIZE>) {  // WM_SIZE
+        (self.*Handler)(static_cast<UINT>(wParam), SIZE{LOWORD(lParam), HIWORD(lParam)});
+        return 0;
+    } else if constexpr (std::is_invocable_v<decltype(Handler), Owner&, MINMAXINFO&>) {  // WM_GETMINMAXINFO
+        (self.*Handler)(*reinterpret_cast<MINMAXINFO*>(lParam));
+        return 0;
+    } else if constexpr (std::is_invocable_r_v<HICON, decltype(Handler), Owner&>) {  // WM_QUERYDRAGICON
+        return reinterpret_cast<LRESULT>((self.*Handler)());
+    } else {
+        static_assert(std::is_invocable_r_v<void, decltype(Handler), Owner&>, "no way to call this handler");
+        (self.*Handler)();
+        return 0;
+    }
+}
+
+template <auto Handler>
+LRESULT CallForNotify(CWnd& window, WPARAM, LPARAM lParam)
+{
+    using Owner = OwnerOf<Handler>;
+    return (static_cast<Owner&>(window).*Handler)(*reinterpret_cast<NMHDR*>(lParam));
+}
+
+}  // namespace message_map_detail
+
+// A row for a window message. The handler is a member `void ()`, `LRESULT (WPARAM, LPARAM)`,
+// `void (UINT type, SIZE client)`, `void (MINMAXINFO&)` or `HICON ()`.
+template <auto Handler>
+constexpr MessageEntry OnMessage(UINT message)
+{
+    return {MessageEntry::Kind::message, message, 0, &message_map_detail::CallForMessage<Handler>};
+}
+
+// A row for a button's click, a menu command or, with another code, a control's notification. The handler is
+// a member `void ()`.
+template <auto Handler>
+constexpr MessageEntry OnCommand(UINT id, UINT code = BN_CLICKED)
+{
+    return {MessageEntry::Kind::command, code, id, &message_map_detail::CallForMessage<Handler>};
+}
+
+// A row of a control for a notification of its own that its parent sends back. The handler is a member
+// `LRESULT (NMHDR&)`; what it returns is the notification's result.
+template <auto Handler>
+constexpr MessageEntry OnReflectedNotify(UINT code)
+{
+    return {MessageEntry::Kind::reflectedNotify, code, 0, &message_map_detail::CallForNotify<Handler>};
+}

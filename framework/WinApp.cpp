@@ -1,0 +1,79 @@
+#include "framework/WinApp.h"
+
+#include <ole2.h>
+
+#include <utility>
+
+#include "framework/Wnd.h"
+
+namespace {
+
+CWinApp* g_app = nullptr;
+
+void Dispatch(MSG& message)
+{
+    if (!CWnd::WalkPreTranslateTree(message)) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+}  // namespace
+
+CWinApp::CWinApp(std::wstring name) : m_strName(std::move(name))
+{
+    g_app = this;
+}
+
+CWinApp::~CWinApp()
+{
+    g_app = nullptr;
+}
+
+CWinApp* CWinApp::Get()
+{
+    return g_app;
+}
+
+int CWinApp::Run()
+{
+    if (InitInstance()) {
+        while (PumpMessage()) {
+        }
+    }
+    if (m_bOleInitialized) {
+        m_messageFilter.Revoke();
+        OleUninitialize();
+    }
+    return 0;
+}
+
+bool CWinApp::PumpMessage()
+{
+    MSG message{};
+    if (GetMessageW(&message, nullptr, 0, 0) <= 0) {
+        PostQuitMessage(static_cast<int>(message.wParam));
+        return false;
+    }
+    Dispatch(message);
+    return true;
+}
+
+void CWinApp::PumpPendingMessage()
+{
+    MSG message{};
+    if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) == FALSE) {
+        return;
+    }
+    if (message.message == WM_QUIT) {
+        PostQuitMessage(static_cast<int>(message.wParam));
+        return;
+    }
+    Dispatch(message);
+}
+
+bool CWinApp::InitializeOle()
+{
+    m_bOleInitialized = SUCCEEDED(OleInitialize(nullptr));
+    return m_bOleInitialized && m_messageFilter.Register();
+}

@@ -1,0 +1,188 @@
+#include "framework/Wnd.h"
+
+#include <commctrl.h>
+
+#include <exception>
+
+#include "framework/DataExchange.h"
+#include "framework/Exception.h"
+#include "framework/MessageBox.h"
+
+namespace {
+
+constexpr UINT_PTR kSubclassId = 1;
+
+}  // namespace
+
+CWnd::~CWnd()
+{
+    UnsubclassWindow();
+}
+
+CWnd* CWnd::FromHandle(HWND window)
+{
+    DWORD_PTR object = 0;
+    if (window == nullptr || GetWindowSubclass(window, &SubclassProc, kSubclassId, &object) == FALSE) {
+        return nullptr;
+    }
+    return reinterpret_cast<CWnd*>(object);
+}
+
+bool CWnd::SubclassWindow(HWND window)
+{
+    if (m_hWnd != nullptr || !IsWindow(window) || FromHandle(window) != nullptr) {
+        return false;
+    }
+    if (SetWindowSubclass(window, &SubclassProc, kSubclassId, reinterpret_cast<DWORD_PTR>(this)) == FALSE) {
+        return false;
+    }
+    m_hWnd = window;
+    return true;
+}
+
+bool CWnd::SubclassDlgItem(int id, const CWnd& dialog)
+{
+    return SubclassWindow(dialog.GetDlgItem(id));
+}
+
+HWND CWnd::UnsubclassWindow()
+{
+    const HWND window = m_hWnd;
+    if (window != nullptr) {
+        RemoveWindowSubclass(window, &SubclassProc, kSubclassId);
+        m_hWnd = nullptr;
+    }
+    return window;
+}
+
+bool CWnd::DestroyWindow()
+{
+    return m_hWnd != nullptr && ::DestroyWindow(m_hWnd) != FALSE;
+}
+
+bool CWnd::PreTranslateMessage(MSG&)
+{
+    return false;
+}
+
+bool CWnd::WalkPreTranslateTree(MSG& message)
+{
+    for (HWND window = message.hwnd; window != nullptr; window = GetAncestor(window, GA_PARENT)) {
+        CWnd* object = FromHandle(window);
+        if (object != nullptr && object->PreTranslateMessage(message)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CWnd::UpdateData(bool save)
+{
+    CDataExchange exchange(*this, save);
+    DoDataExchange(exchange);
+    return exchange.Succeeded();
+}
+
+RECT CWnd::GetClientRect() const
+{
+    RECT rect{};
+    ::GetClientRect(m_hWnd, &rect);
+    return rect;
+}
+
+const MessageMap* CWnd::GetMessageMap() const
+{
+    static constexpr MessageMap kMap{nullptr, {}};
+    return &kMap;
+}
+
+LRESULT CWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message == WM_COMMAND) {
+        return OnCommand(wParam, lParam) ? 0 : Default();
+    }
+    LRESULT result = 0;
+    if (message == WM_NOTIFY && ReflectNotify(wParam, lParam, result)) {
+        return result;
+    }
+    const MessageEntry* entry = GetMessageMap()->Find(MessageEntry::Kind::message, message, 0);
+    return entry != nullptr ? entry->handler(*this, wParam, lParam) : Default();
+}
+
+bool CWnd::OnCommand(WPARAM wParam, LPARAM lParam)
+{
+    const MessageEntry* entry =
+        GetMessageMap()->Find(MessageEntry::Kind::command, HIWORD(wParam), LOWORD(wParam));
+    if (entry == nullptr) {
+        return false;
+    }
+    entry->handler(*this, wParam, lParam);
+    return true;
+}
+
+bool CWnd::ReflectNotify(WPARAM wParam, LPARAM lParam, LRESULT& result)
+{
+    const NMHDR& header = *reinterpret_cast<const NMHDR*>(lParam);
+    CWnd* sender = FromHandle(header.hwndFrom);
+    if (sender == nullptr) {
+        return false;
+    }
+    const MessageEntry* entry =
+        sender->GetMessageMap()->Find(MessageEntry::Kind::reflectedNotify, header.code, 0);
+    if (entry == nullptr) {
+        return false;
+    }
+    result = entry->handler(*sender, wParam, lParam);
+    return true;
+}
+
+void CWnd::DoDataExchange(CDataExchange&) {}
+
+LRESULT CWnd::Default()
+{
+    return DefSubclassProc(m_hWnd, m_current.message, m_current.wParam, m_current.lParam);
+}
+
+std::wstring CWnd::TextOf(HWND window)
+{
+    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
+    // The text may be shorter than its announced length.
+    const int length = ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1);
+    text.resize(static_cast<std::size_t>(length));
+    return text;
+}
+
+LRESULT CALLBACK CWnd::SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                                    DWORD_PTR object)
+{
+    auto* self = reinterpret_cast<CWnd*>(object);
+    if (message == WM_NCDESTROY) {
+        self->UnsubclassWindow();
+        const LRESULT result = DefSubclassProc(window, message, wParam, lParam);
+        self->PostNcDestroy();
+        return result;
+    }
+    return self->Dispatch(message, wParam, lParam);
+}
+
+// No exception may pass the system's frames between two windows, so the last stop is here.
+LRESULT CWnd::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const HWND window = m_hWnd;
+    const CurrentMessage outer = m_current;
+    m_current = {message, wParam, lParam};
+    LRESULT result = 0;
+    try {
+        result = WindowProc(message, wParam, lParam);
+    } catch (const CException& exception) {
+        ShowMessage(exception.GetErrorMessage(), MB_OK | MB_ICONEXCLAMATION);
+    } catch (const std::exception& exception) {
+        const std::string what = exception.what();
+        ShowMessage(std::wstring(what.begin(), what.end()), MB_OK | MB_ICONEXCLAMATION);
+    }
+    // A handler may have destroyed its window, and with it an object that owns itself.
+    if (FromHandle(window) == this) {
+        m_current = outer;
+    }
+    return result;
+}

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "framework/MessageMap.h"
+
+class CDataExchange;
+
+// A window of the program. The object is bound to a window by subclassing it: from then on the window's
+// messages go through WindowProc, which looks the message table up and leaves everything else to the window's
+// own class. Members that only stand for one call of the system name it. All members belong to the thread
+// that made the window.
+class CWnd
+{
+public:
+    CWnd() = default;
+    CWnd(const CWnd&) = delete;
+    CWnd& operator=(const CWnd&) = delete;
+
+    // Lets go of the window without destroying it.
+    virtual ~CWnd();
+
+    HWND m_hWnd = nullptr;
+
+    // The object bound to the window, or null.
+    [[nodiscard]] static CWnd* FromHandle(HWND window);
+
+    // Binds this object, which must not be bound yet, to an existing window. False when the window does not
+    // exist or belongs to another object.
+    bool SubclassWindow(HWND window);
+    bool SubclassDlgItem(int id, const CWnd& dialog);
+    HWND UnsubclassWindow();
+
+    // DestroyWindow. The object is unbound when the call returns.
+    virtual bool DestroyWindow();
+
+    // Called for each queued message before it is dispatched, from the window it is meant for up to its
+    // top-level window; the first that answers true has dealt with it.
+    virtual bool PreTranslateMessage(MSG& message);
+    static bool WalkPreTranslateTree(MSG& message);
+
+    // Moves data between members and controls through DoDataExchange: towards the members when `save` is
+    // true. False when a control is missing.
+    bool UpdateData(bool save);
+
+    [[nodiscard]] HWND GetDlgItem(int id) const { return ::GetDlgItem(m_hWnd, id); }
+    [[nodiscard]] std::wstring GetDlgItemText(int id) const { return TextOf(GetDlgItem(id)); }  // WM_GETTEXT
+    void SetDlgItemText(int id, const std::wstring& text) const
+    {
+        ::SetDlgItemTextW(m_hWnd, id, text.c_str());
+    }
+    [[nodiscard]] std::wstring GetWindowText() const { return TextOf(m_hWnd); }
+    void SetWindowText(const std::wstring& text) const { ::SetWindowTextW(m_hWnd, text.c_str()); }
+    [[nodiscard]] bool IsWindowEnabled() const { return ::IsWindowEnabled(m_hWnd) != FALSE; }
+    void EnableWindow(bool enable) const { ::EnableWindow(m_hWnd, enable ? TRUE : FALSE); }
+    void ShowWindow(int command) const { ::ShowWindow(m_hWnd, command); }
+    void SetFocus() const { ::SetFocus(m_hWnd); }
+    void BringWindowToTop() const { ::BringWindowToTop(m_hWnd); }
+    [[nodiscard]] CWnd* GetParent() const { return FromHandle(::GetParent(m_hWnd)); }
+    [[nodiscard]] RECT GetClientRect() const;
+    LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
+    {
+        return ::SendMessageW(m_hWnd, message, wParam, lParam);
+    }
+    bool PostMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
+    {
+        return ::PostMessageW(m_hWnd, message, wParam, lParam) != FALSE;
+    }
+
+protected:
+    // The class's message table. A class with rows of its own returns a table whose base is its base class's.
+    [[nodiscard]] virtual const MessageMap* GetMessageMap() const;
+
+    // What the window does on a message: the table's handler, or Default.
+    virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
+
+    // WM_COMMAND; true when a handler was found.
+    virtual bool OnCommand(WPARAM wParam, LPARAM lParam);
+
+    virtual void DoDataExchange(CDataExchange& exchange);
+
+    // Called when the window is gone and the object unbound; an object that owns itself deletes itself here.
+    virtual void PostNcDestroy() {}
+
+    // Does with the message in hand what the window's own class does with it.
+    LRESULT Default();
+
+private:
+    static std::wstring TextOf(HWND window);
+    static LRESULT CALLBACK SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id,
+                                         DWORD_PTR object);
+    LRESULT Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
+    bool ReflectNotify(WPARAM wParam, LPARAM lParam, LRESULT& result);
+
+    struct CurrentMessage
+    {
+        UINT message;
+        WPARAM wParam;
+        LPARAM lParam;
+    };
+    CurrentMessage m_current{};
+};

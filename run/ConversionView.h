@@ -1,0 +1,20 @@
+#pragma once
+
+// What a conversion run needs of the window that started it. The main dialog is one.
+class CConversionView
+{
+public:
+    virtual ~CConversionView() = default;
+
+    // Names the view in the window: true for "contents of the map file", false for "contents of the folder".
+    // The rows stay as they are.
+    virtual void ShowViewStatus(bool mapView) = 0;
+
+    // Shows what the map file on disk holds; when it cannot be read, the standard-parts folder's contents.
+    virtual void ReloadAfterCancel() = 0;
+
+protected:
+    CConversionView() = default;
+    CConversionView(const CConversionView&) = default;
+    CConversionView& operator=(const CConversionView&) = default;
+};

@@ -1,0 +1,101 @@
+#include "run/ProgressFileCopy.h"
+
+#include "files/FileMisc.h"
+#include "framework/DataExchange.h"
+#include "framework/WinApp.h"
+#include "resources/resource.h"
+
+namespace {
+
+// A window's device context with the window's own font selected.
+class CWindowFontDC
+{
+public:
+    explicit CWindowFontDC(HWND window) : m_hWindow(window), m_hDC(GetDC(window))
+    {
+        const auto font = reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0));
+        m_hOldFont = SelectObject(m_hDC, font != nullptr ? font : GetStockObject(SYSTEM_FONT));
+    }
+    CWindowFontDC(const CWindowFontDC&) = delete;
+    CWindowFontDC& operator=(const CWindowFontDC&) = delete;
+    ~CWindowFontDC()
+    {
+        SelectObject(m_hDC, m_hOldFont);
+        ReleaseDC(m_hWindow, m_hDC);
+    }
+
+    [[nodiscard]] HDC Get() const { return m_hDC; }
+
+private:
+    HWND m_hWindow;
+    HDC m_hDC;
+    HGDIOBJ m_hOldFont;
+};
+
+}  // namespace
+
+CProgressFileCopy::CProgressFileCopy(CWnd* owner, int lower, int upper, int start)
+    : CDialog(IDD_PROGRESS, owner), m_nLower(lower), m_nUpper(upper), m_nStart(start)
+{
+    Create();
+    for (const CProgressCtrl* bar : {&m_wndFileBar, &m_wndOverallBar}) {
+        bar->SetRange(m_nLower, m_nUpper);
+        bar->SetPos(m_nStart);
+        bar->ShowWindow(SW_SHOW);
+    }
+    ShowWindow(SW_SHOW);
+}
+
+void CProgressFileCopy::Refresh()
+{
+    UpdateData(false);
+    UpdateWindow(m_hWnd);
+    for (const int id : {IDC_PROGRESS_FIRST, IDC_PROGRESS_SECOND, IDC_PROGRESS_THIRD, IDC_PROGRESS_FILE,
+                         IDC_PROGRESS_OVERALL}) {
+        UpdateWindow(GetDlgItem(id));
+    }
+}
+
+void CProgressFileCopy::PumpOneMessage()
+{
+    CWinApp::PumpPendingMessage();
+}
+
+std::wstring CProgressFileCopy::FitToFirstLine(const std::wstring& prefix, const std::wstring& path) const
+{
+    return FitToLine(IDC_PROGRESS_FIRST, prefix, path);
+}
+
+std::wstring CProgressFileCopy::FitToSecondLine(const std::wstring& prefix, const std::wstring& path) const
+{
+    return FitToLine(IDC_PROGRESS_SECOND, prefix, path);
+}
+
+const MessageMap* CProgressFileCopy::GetMessageMap() const
+{
+    return CDialog::GetMessageMap();
+}
+
+void CProgressFileCopy::DoDataExchange(CDataExchange& exchange)
+{
+    DDX_Control(exchange, IDC_PROGRESS_FILE, m_wndFileBar);
+    DDX_Control(exchange, IDCANCEL, m_wndCancel);
+    DDX_Control(exchange, IDC_PROGRESS_OVERALL, m_wndOverallBar);
+    DDX_Text(exchange, IDC_PROGRESS_SECOND, m_strSecond);
+    DDX_Text(exchange, IDC_PROGRESS_THIRD, m_strThird);
+    DDX_Text(exchange, IDC_PROGRESS_FIRST, m_strFirst);
+}
+
+void CProgressFileCopy::OnCancel()
+{
+    m_nCancelled = 1;
+}
+
+std::wstring CProgressFileCopy::FitToLine(int id, const std::wstring& prefix, const std::wstring& path) const
+{
+    const HWND line = GetDlgItem(id);
+    RECT client{};
+    ::GetClientRect(line, &client);
+    const CWindowFontDC dc(line);
+    return CFileMisc::FitPathToWidth(dc.Get(), prefix, path, client.right);
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+
+#include "cad/ProgressFace.h"
+#include "framework/Controls.h"
+#include "framework/Dialog.h"
+
+// The modeless progress dialog of a conversion run: three text lines, a bar for the current part, a bar for
+// all parts, and a cancel button that only sets a flag. It does no work of its own; the run sets texts and
+// bars, polls the flag and destroys the window.
+class CProgressFileCopy : public CDialog, public CProgressFace
+{
+public:
+    // Makes and shows the dialog, with both bars ranging from `lower` to `upper`, at `start`.
+    CProgressFileCopy(CWnd* owner, int lower, int upper, int start);
+
+    void SetFirstText(const std::wstring& text) override { m_strFirst = text; }
+    void SetSecondText(const std::wstring& text) override { m_strSecond = text; }
+    void SetThirdText(const std::wstring& text) override { m_strThird = text; }
+
+    // Puts the texts on screen at once: the run gives the queue's own repainting little room.
+    void Refresh() override;
+
+    void SetFilePosition(int position) override { m_wndFileBar.SetPos(position); }
+    void SetOverallPosition(int position) override { m_wndOverallBar.SetPos(position); }
+    [[nodiscard]] int GetOverallPosition() const override { return m_wndOverallBar.GetPos(); }
+    [[nodiscard]] bool IsCancelled() const override { return m_nCancelled != 0; }
+    void ClearCancelled() override { m_nCancelled = 0; }
+    void EnableCancel(bool enable) override { m_wndCancel.EnableWindow(enable); }
+    void PumpOneMessage() override;
+
+    // Prefix and path, with the path shortened so that both fit the width of the first or the second line.
+    [[nodiscard]] std::wstring FitToFirstLine(const std::wstring& prefix, const std::wstring& path) const;
+    [[nodiscard]] std::wstring FitToSecondLine(const std::wstring& prefix, const std::wstring& path) const;
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override;  // no rows of its own
+    void DoDataExchange(CDataExchange& exchange) override;
+
+    // Sets the cancel flag; the dialog stays until the run destroys it.
+    void OnCancel() override;
+
+private:
+    [[nodiscard]] std::wstring FitToLine(int id, const std::wstring& prefix, const std::wstring& path) const;
+
+    int m_nCancelled = 0;
+    CProgressCtrl m_wndFileBar;
+    CButton m_wndCancel;
+    CProgressCtrl m_wndOverallBar;
+    std::wstring m_strSecond;
+    std::wstring m_strThird;
+    std::wstring m_strFirst;
+    int m_nLower;
+    int m_nUpper;
+    int m_nStart;
+};

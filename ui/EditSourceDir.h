@@ -1,0 +1,11 @@
+#pragma once
+
+#include "framework/Controls.h"
+
+// The main dialog's source-folder edit: Enter and Escape stay in it, so that neither presses the default
+// button or closes the dialog.
+class CEditSourceDir : public CEdit
+{
+public:
+    bool PreTranslateMessage(MSG& message) override;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "framework/Handles.h"
+#include "framework/WinApp.h"
+
+// The application object.
+class CTalvenorApp : public CWinApp
+{
+public:
+    CTalvenorApp() : CWinApp(L"Talvenor") {}
+    ~CTalvenorApp() override;
+
+protected:
+    // Sets the language, loads its resource library and runs the main dialog until it closes. Always false:
+    // there is nothing left to run then.
+    bool InitInstance() override;
+
+private:
+    void ShowMainDialog();
+
+    UniqueModule m_resourceLibrary;
+    HINSTANCE m_hSavedResources = nullptr;
+};

@@ -1,0 +1,691 @@
+#include "ui/TalvenorDlg.h"
+
+#include <commdlg.h>
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "core/NameTemplate.h"
+#include "core/TextTools.h"
+#include "files/Paths.h"
+#include "files/PickedFiles.h"
+#include "framework/DataExchange.h"
+#include "framework/Language.h"
+#include "framework/MessageBox.h"
+#include "framework/ResourceHandle.h"
+#include "platform/Registry.h"
+#include "resources/resource.h"
+#include "run/ConversionRun.h"
+#include "ui/AboutDlg.h"
+
+namespace {
+
+constexpr int kGerman = 1;
+constexpr int kColumnWidth = 175;
+constexpr int kStateImageWidth = 12;
+constexpr COLORREF kStateImageMask = RGB(255, 0, 0);
+constexpr DWORD kPickedFilesLength = 32766;  // characters of the file dialog's buffer
+constexpr UINT kSysCommandMask = 0xFFF0;     // the low four bits belong to the system
+constexpr UINT kHelpQuit = 2;
+constexpr std::size_t kYearDigits = 4;
+
+// Major version 20 is the release of 2012.
+constexpr int kYearOfVersionZero = 1992;
+constexpr const wchar_t* kProgIdLead = L"SldWorks.Application.";
+
+constexpr const wchar_t* kLibraryKey = L"SOFTWARE\\Zelmar\\input";
+constexpr const wchar_t* kProgramFolderValue = L"prg";
+constexpr const wchar_t* kPartsFolderValue = L"parts";
+constexpr const wchar_t* kFallbackFolder = L"c:\\";
+
+constexpr std::array kColumnHeaders{Text{L"Original Normteil-Dateien", L"Original Standard-Part-Files"},
+                                    Text{L"Umbenannt nach...", L"Renamed to..."},
+                                    Text{L"Benennung d. Stücklisteneintrags", L"BOM names"}};
+
+constexpr Text kHelpDocument{L"\\Manuals\\ger\\Zelmar_Talvenor_Hilfe.pdf",
+                             L"\\Manuals\\us\\Zelmar_Talvenor_Hilfe.pdf"};
+
+constexpr Text kMapView{L"Inhalt der Map-Datei wird angezeigt", L"Showing contents of the Map-File"};
+constexpr Text kFolderView{L"Inhalt des Normteil-Verzeichnisses wird angezeigt",
+                           L"Showing contents of the standard part folder"};
+constexpr Text kListChanged{L" (Liste geändert)", L" (list changed)"};
+
+constexpr Text kInputFolderMissing{
+    L"Norm-Input-Verzeichnis nicht vorhanden!\n\nNormteil-Verzeichnis und -Dateien müssen "
+    L"manuell gewählt werden.",
+    L"Norm-Input-Directory not available!\n\nStandard part directory and files have to "
+    L"be selected manually."};
+constexpr Text kPickFolder{L"Quellordner der Normteile auswählen:", L"Select the standard part folder:"};
+constexpr Text kChangeFolder{
+    L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle "
+    L"Normteillisteneinträge im Fenster verworfen.",
+    L"Do you really want to change the standard part folder?\n\nIf YES, then all standard part "
+    L"entries are removed from list."};
+constexpr Text kNoSuchFolder{L"Das Quellverzeichnis existiert nicht!\nBitte Eingabe korrigieren.",
+                             L"The source directory does not exist!\nPlease check input."};
+constexpr Text kAddFilter{L"SW-Dateien (*.sldprt;*.sldasm)", L"SW Files (*.sldprt;*.sldasm)"};
+constexpr const wchar_t* kAddPattern = L"*.sldprt;*.sldasm";
+constexpr Text kAddTitle{L"Normteile hinzufügen...", L"Add standart parts..."};
+constexpr Text kAddFromOtherFolder{
+    L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle "
+    L"bisherigen Normteillisteneinträge im Fenster verworfen\nund die neu ausgewählten "
+    L"eingefügt.",
+    L"Do you really want to change the standard part folder?\n\nIf YES, then all previous "
+    L"selected standard part entries are removed from list\nand the new selections are "
+    L"inserted."};
+constexpr Text kMapFileMissingLead{L"Map-Datei '", L"Map-File '"};
+constexpr Text kMapFileMissingClosing{L"' nicht vorhanden.", L"' not available."};
+constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
+                          L"Do you really want to remove all list entries?"};
+constexpr Text kOverwriteLead{L"Die Map-Datei '", L"The Map-File '"};
+constexpr Text kOverwriteMiddle{L"' existiert bereits in '", L"' already exists in '"};
+constexpr Text kOverwriteClosing{L"'.\n\nSoll die Datei überschrieben werden?",
+                                 L"'.\n\nDo you want to overwrite this file?"};
+
+// The first paint of the process shows what the start had to report.
+bool g_firstPaintPending = true;
+
+bool Exists(const std::wstring& path)
+{
+    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+bool IsFolder(const std::wstring& path)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// A drive or share root has volume information even where it has no attributes of its own.
+bool IsVolume(std::wstring path)
+{
+    if (path.starts_with(L"\\\\") && !path.ends_with(L"\\")) {
+        path += L'\\';
+    }
+    return GetVolumeInformationW(path.c_str(), nullptr, 0, nullptr, nullptr, nullptr, nullptr, 0) != FALSE;
+}
+
+bool SameFolder(const std::wstring& left, const std::wstring& right)
+{
+    return CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_EQUAL;
+}
+
+bool Ask(const Text& question)
+{
+    return ShowMessage(question.Current(), MB_YESNO | MB_ICONQUESTION) == IDYES;
+}
+
+std::wstring ProgIdOf(const std::wstring& majorVersion)
+{
+    return kProgIdLead + majorVersion;
+}
+
+// The decimal number at the start of the text; 0 when there is none.
+int LeadingNumber(const std::wstring& text)
+{
+    return static_cast<int>(std::wcstol(text.c_str(), nullptr, 10));
+}
+
+struct ShellFree
+{
+    void operator()(void* memory) const { CoTaskMemFree(memory); }
+};
+
+// Asks for a folder; empty when the user cancelled or chose something that is no folder of the file system.
+std::wstring PickFolder(HWND owner)
+{
+    const std::wstring title = kPickFolder.Current();
+    BROWSEINFOW request{};
+    request.hwndOwner = owner;
+    request.lpszTitle = title.c_str();
+    request.ulFlags = BIF_EDITBOX;
+    const std::unique_ptr<ITEMIDLIST, ShellFree> items(SHBrowseForFolderW(&request));
+    std::array<wchar_t, MAX_PATH> path{};
+    if (items == nullptr || SHGetPathFromIDListW(items.get(), path.data()) == FALSE) {
+        return {};
+    }
+    return StripFolderInput(path.data());
+}
+
+// Asks for standard-part files, beginning in the folder; none when the user cancelled.
+std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder)
+{
+    using namespace std::string_literals;
+    const std::wstring filter = kAddFilter.Current() + L"\0"s + kAddPattern + L"\0\0"s;
+    const std::wstring title = kAddTitle.Current();
+    std::wstring buffer = kAddPattern;
+    buffer.resize(kPickedFilesLength);
+    OPENFILENAMEW request{};
+    request.lStructSize = sizeof request;
+    request.hwndOwner = owner;
+    request.lpstrFilter = filter.c_str();
+    request.nFilterIndex = 1;
+    request.lpstrFile = buffer.data();
+    request.nMaxFile = kPickedFilesLength;
+    request.lpstrInitialDir = folder.c_str();
+    request.lpstrTitle = title.c_str();
+    request.Flags =
+        OFN_HIDEREADONLY | OFN_ALLOWMULTISELECT | OFN_PATHMUSTEXIST | OFN_FILEMUSTEXIST | OFN_EXPLORER;
+    if (GetOpenFileNameW(&request) == FALSE) {
+        return std::nullopt;
+    }
+    return SplitPickedFiles(buffer.c_str());
+}
+
+// After a run, however it ended, the main window takes input again and stands in front.
+class CMainWindowBack
+{
+public:
+    explicit CMainWindowBack(const CWnd& window) : m_window(window) {}
+    CMainWindowBack(const CMainWindowBack&) = delete;
+    CMainWindowBack& operator=(const CMainWindowBack&) = delete;
+    ~CMainWindowBack()
+    {
+        if (!m_window.IsWindowEnabled()) {
+            m_window.EnableWindow(true);
+        }
+        m_window.BringWindowToTop();
+    }
+
+private:
+    const CWnd& m_window;
+};
+
+}  // namespace
+
+CTalvenorDlg::CTalvenorDlg() : CDialog(IDD_TALVENOR), CFileMisc(kGerman) {}
+
+// ---- Start
+
+bool CTalvenorDlg::OnInitDialog()
+{
+    CDialog::OnInitDialog();
+    AddAboutToSystemMenu();
+    SetDialogIcon();
+    AnchorControls();
+    PrepareList();
+    ReadFolders();
+    m_strHelpFile = m_strInstallDir + kHelpDocument.Current();
+    FillVersions();
+    return true;
+}
+
+void CTalvenorDlg::DoDataExchange(CDataExchange& exchange)
+{
+    DDX_Control(exchange, IDC_STATUS_FRAME, m_wndStatusFrame);
+    DDX_Control(exchange, IDC_LIST, m_wndList);
+    DDX_Control(exchange, IDC_SOURCE_DIR, m_wndSourceDir);
+    DDX_Control(exchange, IDC_VERSION, m_wndVersion);
+}
+
+void CTalvenorDlg::AddAboutToSystemMenu() const
+{
+    const std::wstring about = LoadResourceString(IDS_ABOUT);
+    const HMENU menu = GetSystemMenu(m_hWnd, FALSE);
+    if (menu != nullptr && !about.empty()) {
+        AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+        AppendMenuW(menu, MF_STRING, IDM_ABOUT, about.c_str());
+    }
+}
+
+void CTalvenorDlg::SetDialogIcon()
+{
+    const auto load = [](int widthMetric, int heightMetric) {
+        return static_cast<HICON>(LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(IDI_TALVENOR), IMAGE_ICON,
+                                             GetSystemMetrics(widthMetric), GetSystemMetrics(heightMetric),
+                                             LR_SHARED));
+    };
+    m_hIcon = load(SM_CXICON, SM_CYICON);
+    SendMessage(WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(m_hIcon));
+    SendMessage(WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(load(SM_CXSMICON, SM_CYSMICON)));
+}
+
+void CTalvenorDlg::AnchorControls()
+{
+    using enum CDialogLayout::Edges;
+    m_layout.Begin(m_hWnd);
+    m_layout.Anchor(IDC_SOURCE_DIR, left | top | right);
+    m_layout.Anchor(IDC_MAPPED_DIR, left | top | right);
+    m_layout.Anchor(IDC_BROWSE, top | right);
+    m_layout.Anchor(IDC_STATUS_FRAME, left | top | right | bottom);
+    m_layout.Anchor(IDC_LIST, left | top | right | bottom);
+    for (const int id : {IDC_ADD, IDC_DELETE, IDC_REMOVE_ALL, IDC_SHOW_MAP, IDC_SELECT_ALL, IDC_SELECT_NONE,
+                         IDC_MARK, IDC_VERSION_LABEL, IDC_VERSION, IDC_COPY_ONLY}) {
+        m_layout.Anchor(id, left | bottom);
+    }
+    for (const int id : {IDC_START, IDCANCEL, IDC_HELP_BUTTON}) {
+        m_layout.Anchor(id, right | bottom);
+    }
+}
+
+void CTalvenorDlg::PrepareList()
+{
+    constexpr DWORD kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT;
+    m_wndList.SetExtendedStyle(kStyles, kStyles);
+    m_stateImages.Create(IDB_STATES, kStateImageWidth, 1, kStateImageMask);
+    m_wndList.SetImageList(m_stateImages, LVSIL_STATE);
+    for (std::size_t column = 0; column < kColumnHeaders.size(); ++column) {
+        m_wndList.InsertColumn(static_cast<int>(column), kColumnHeaders[column].Current(), kColumnWidth);
+    }
+    m_wndList.ShowWindow(SW_SHOW);
+}
+
+void CTalvenorDlg::ReadFolders()
+{
+    m_strSourceDir.clear();
+    m_strInstallDir.clear();
+    CRegistry settings(HKEY_LOCAL_MACHINE);
+    static_cast<void>(settings.ReadString(kLibraryKey, kProgramFolderValue, m_strInstallDir));
+    if (settings.ReadString(kLibraryKey, kPartsFolderValue, m_strSourceDir)) {
+        ShowFolders();
+        LoadListForSourceFolder();
+    } else {
+        m_strSourceDir = kFallbackFolder;
+        ShowFolders();
+        m_bInputDirMissing = true;  // the first paint goes on from here
+    }
+}
+
+void CTalvenorDlg::FillVersions()
+{
+    m_wndVersion.ResetContent();
+    m_strProgId.clear();
+    std::vector<std::wstring> versions;
+    const int selected = GetInstalledVersions(versions);
+    if (versions.empty()) {
+        return;
+    }
+    m_strProgId = ProgIdOf(versions[static_cast<std::size_t>(selected)]);
+    for (const std::wstring& version : versions) {
+        const int number = LeadingNumber(version);
+        if (number > 0) {
+            m_wndVersion.AddString(std::to_wstring(number + kYearOfVersionZero));
+        }
+    }
+    // The index counts the versions, not the entries of the box: one left out above shifts it, which is
+    // meant.
+    m_wndVersion.SetCurSel(selected);
+}
+
+void CTalvenorDlg::OnFirstPaint()
+{
+    if (m_bInputDirMissing) {
+        ShowMessage(kInputFolderMissing.Current());
+        OnAddStandardParts();
+        LoadListForSourceFolder();
+    }
+}
+
+// ---- View
+
+void CTalvenorDlg::ShowViewStatus(bool mapView)
+{
+    m_wndStatusFrame.SetWindowText(mapView ? kMapView.Current() : kFolderView.Current());
+}
+
+void CTalvenorDlg::MarkListChanged(bool on)
+{
+    if (!on) {
+        return;
+    }
+    const std::wstring caption = m_wndStatusFrame.GetWindowText();
+    if (caption.find(kListChanged.Current()) == std::wstring::npos) {
+        m_wndStatusFrame.SetWindowText(caption + kListChanged.Current());
+    }
+}
+
+void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
+{
+    m_wndList.SetFocus();
+    m_wndList.FillConverted(mapFile.m_lstEntries);
+}
+
+// False when there is no map file that can be read; the list stays as it is then.
+bool CTalvenorDlg::ShowMapFileContents()
+{
+    CFileMisc mapFile(kGerman);
+    const MapFileState state = mapFile.ReadMapFile(MapFilePath(m_strSourceDir));
+    if (!state.exists || state.openFailed) {
+        return false;
+    }
+    FillListFromTable(mapFile);
+    ShowViewStatus(true);
+    return true;
+}
+
+void CTalvenorDlg::ShowFolderContents()
+{
+    ShowViewStatus(false);
+    std::vector<std::wstring> names;
+    ScanPartFiles(m_strSourceDir, names);
+    m_wndList.AddFiles(names);
+}
+
+void CTalvenorDlg::LoadListForSourceFolder()
+{
+    if (!ShowMapFileContents()) {
+        ShowFolderContents();
+    }
+}
+
+void CTalvenorDlg::ReloadAfterCancel()
+{
+    if (!ShowMapFileContents()) {
+        m_wndList.DeleteAllItems();
+        ShowFolderContents();
+    }
+}
+
+void CTalvenorDlg::ShowFolders()
+{
+    SetDlgItemText(IDC_SOURCE_DIR, m_strSourceDir);
+    SetDlgItemText(IDC_MAPPED_DIR, MappedFolder(m_strSourceDir));
+}
+
+// ---- Windows messages
+
+const MessageMap* CTalvenorDlg::GetMessageMap() const
+{
+    using Self = CTalvenorDlg;
+    static constexpr std::array kEntries{
+        OnMessage<&Self::OnPaint>(WM_PAINT),
+        OnMessage<&Self::OnQueryDragIcon>(WM_QUERYDRAGICON),
+        OnMessage<&Self::OnSysCommand>(WM_SYSCOMMAND),
+        OnMessage<&Self::OnDestroy>(WM_DESTROY),
+        OnMessage<&Self::OnSize>(WM_SIZE),
+        OnMessage<&Self::OnGetMinMaxInfo>(WM_GETMINMAXINFO),
+        OnMessage<&Self::OnHelp>(WM_HELP),
+        OnMessage<&Self::OnListChanged>(WM_LISTCHANGED),
+        OnMessage<&Self::OnDeleteSelected>(WM_DELETESELECTED),
+        OnMessage<&Self::OnApplyTemplate>(WM_APPLYTEMPLATE),
+        ::OnCommand<&Self::OnSourceDirKillFocus>(IDC_SOURCE_DIR, EN_KILLFOCUS),
+        ::OnCommand<&Self::OnBrowseSourceFolder>(IDC_BROWSE),
+        ::OnCommand<&Self::OnAddStandardParts>(IDC_ADD),
+        ::OnCommand<&Self::OnDeleteSelected>(IDC_DELETE),
+        ::OnCommand<&Self::OnSelectAll>(IDC_SELECT_ALL),
+        ::OnCommand<&Self::OnSelectNone>(IDC_SELECT_NONE),
+        ::OnCommand<&Self::OnRemoveAll>(IDC_REMOVE_ALL),
+        ::OnCommand<&Self::OnShowMapFile>(IDC_SHOW_MAP),
+        ::OnCommand<&Self::OnMarkForConversion>(IDC_MARK),
+        ::OnCommand<&Self::OnStart>(IDC_START),
+        ::OnCommand<&Self::OnHelp>(IDC_HELP_BUTTON),
+    };
+    static const MessageMap kMap{CDialog::GetMessageMap(), kEntries};
+    return &kMap;
+}
+
+// While a run has the window disabled no command starts, whatever sent it: a screen reader can press a button
+// of a disabled window, and automation calls let posted messages through.
+bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
+{
+    return !IsWindowEnabled() || CDialog::OnCommand(wParam, lParam);
+}
+
+// The Delete key in the list deletes the selected rows, once the list has had the key.
+bool CTalvenorDlg::PreTranslateMessage(MSG& message)
+{
+    if (message.message == WM_KEYDOWN && message.wParam == VK_DELETE && message.hwnd == m_wndList.m_hWnd) {
+        DispatchMessageW(&message);
+        OnDeleteSelected();
+        return true;
+    }
+    return CDialog::PreTranslateMessage(message);
+}
+
+void CTalvenorDlg::OnPaint()
+{
+    if (IsIconic(m_hWnd) != FALSE) {
+        PAINTSTRUCT paint{};
+        const HDC dc = BeginPaint(m_hWnd, &paint);
+        SendMessage(WM_ICONERASEBKGND, reinterpret_cast<WPARAM>(dc));
+        const RECT client = GetClientRect();
+        DrawIcon(dc, (client.right - GetSystemMetrics(SM_CXICON) + 1) / 2,
+                 (client.bottom - GetSystemMetrics(SM_CYICON) + 1) / 2, m_hIcon);
+        EndPaint(m_hWnd, &paint);
+    } else {
+        Default();
+    }
+    if (std::exchange(g_firstPaintPending, false)) {
+        OnFirstPaint();
+    }
+}
+
+HICON CTalvenorDlg::OnQueryDragIcon()
+{
+    return m_hIcon;
+}
+
+LRESULT CTalvenorDlg::OnSysCommand(WPARAM wParam, LPARAM)
+{
+    if ((wParam & kSysCommandMask) == IDM_ABOUT) {
+        CAboutDlg(this).DoModal();
+        return 0;
+    }
+    return Default();
+}
+
+void CTalvenorDlg::OnDestroy()
+{
+    ::WinHelpW(m_hWnd, nullptr, kHelpQuit, 0);
+    Default();
+}
+
+void CTalvenorDlg::OnSize()
+{
+    Default();
+    if (IsIconic(m_hWnd) == FALSE) {
+        m_layout.Arrange();
+    }
+}
+
+void CTalvenorDlg::OnGetMinMaxInfo(MINMAXINFO& limits)
+{
+    m_layout.LimitSize(limits);
+}
+
+void CTalvenorDlg::OnListChanged()
+{
+    MarkListChanged(true);
+}
+
+LRESULT CTalvenorDlg::OnApplyTemplate(WPARAM wParam, LPARAM)
+{
+    m_wndList.ApplyTemplate(static_cast<int>(wParam));
+    return 0;
+}
+
+// ---- Commands
+
+void CTalvenorDlg::OnSourceDirKillFocus()
+{
+    // The messages below take the focus themselves; a window on its way out asks nothing any more.
+    if (m_bCheckingSourceDir || IsEnding()) {
+        return;
+    }
+    m_bCheckingSourceDir = true;
+    const std::wstring folder = StripFolderInput(m_wndSourceDir.GetWindowText());
+    m_wndSourceDir.SetWindowText(folder);
+    if (CheckTypedFolder(folder) && !SameFolder(folder, m_strSourceDir)) {
+        if (Ask(kChangeFolder)) {
+            m_wndList.DeleteAllItems();
+            m_strSourceDir = folder;
+            if (IsFolder(folder)) {
+                LoadListForSourceFolder();
+            }
+        }
+        ShowFolders();
+    }
+    m_bCheckingSourceDir = false;
+}
+
+// Whether the typed folder exists. If not, the user is told and put back into the field, unless the focus is
+// on its way to the button that closes the window.
+bool CTalvenorDlg::CheckTypedFolder(const std::wstring& folder)
+{
+    if (Exists(folder) || IsVolume(folder)) {
+        return true;
+    }
+    if (::GetFocus() != GetDlgItem(IDCANCEL)) {
+        ShowMessage(kNoSuchFolder.Current());
+        m_wndSourceDir.FocusAndSelectAll();
+    }
+    return false;
+}
+
+void CTalvenorDlg::OnBrowseSourceFolder()
+{
+    const std::wstring folder = PickFolder(m_hWnd);
+    if (folder.empty()) {
+        return;
+    }
+    if (!SameFolder(folder, m_strSourceDir) && Ask(kChangeFolder)) {
+        m_wndList.DeleteAllItems();
+        m_strSourceDir = folder;
+    }
+    // A "No" reloads the old folder's list too; that is meant.
+    ShowFolders();
+    LoadListForSourceFolder();
+}
+
+void CTalvenorDlg::OnAddStandardParts()
+{
+    const std::optional<PickedFiles> picked = PickFiles(m_hWnd, m_strSourceDir);
+    if (!picked) {
+        return;
+    }
+    while (m_strSourceDir.ends_with(L'\\')) {
+        m_strSourceDir.pop_back();
+    }
+    if (!picked->names.empty()) {
+        TakePickedFiles(picked->folder, picked->names);
+        ShowFolders();
+    }
+}
+
+void CTalvenorDlg::TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names)
+{
+    if (SameFolder(folder, m_strSourceDir)) {
+        MarkListChanged(true);
+        m_wndList.AddFiles(names);
+    } else if (Ask(kAddFromOtherFolder) && CreateFolder(MappedFolder(folder)) == 0) {
+        m_wndList.DeleteAllItems();
+        m_strSourceDir = folder;
+        m_wndList.AddFiles(names);
+        ShowViewStatus(false);
+    }
+}
+
+void CTalvenorDlg::OnShowMapFile()
+{
+    m_wndList.SetFocus();
+    if (!ShowMapFileContents()) {
+        ShowMessage(kMapFileMissingLead.Current() + MapFilePath(m_strSourceDir) +
+                    kMapFileMissingClosing.Current());
+    }
+}
+
+void CTalvenorDlg::OnRemoveAll()
+{
+    if (m_wndList.GetItemCount() > 0 && Ask(kRemoveAll)) {
+        m_wndList.DeleteAllItems();
+        ShowViewStatus(false);
+        MarkListChanged(true);
+    }
+}
+
+void CTalvenorDlg::OnDeleteSelected()
+{
+    int row = m_wndList.GetNextItem(-1, LVNI_SELECTED);
+    MarkListChanged(row != -1);
+    {
+        const CRedrawPause pause(m_wndList);
+        // Behind a deleted row the search goes on where it stood: rows before it are not selected.
+        for (; row != -1; row = m_wndList.GetNextItem(row - 1, LVNI_SELECTED)) {
+            m_wndList.DeleteItem(row);
+        }
+    }
+    if (m_wndList.GetItemCount() == 0) {
+        ShowViewStatus(false);
+        MarkListChanged(true);
+    }
+    m_wndList.SetFocus();
+}
+
+void CTalvenorDlg::OnSelectAll()
+{
+    SelectAllRows(true);
+}
+
+void CTalvenorDlg::OnSelectNone()
+{
+    SelectAllRows(false);
+}
+
+void CTalvenorDlg::SelectAllRows(bool select)
+{
+    m_wndList.SetFocus();
+    m_wndList.SetItemState(-1, select ? LVIS_SELECTED : 0, LVIS_SELECTED);  // -1: every row
+}
+
+void CTalvenorDlg::OnMarkForConversion()
+{
+    int row = m_wndList.GetNextItem(-1, LVNI_SELECTED);
+    MarkListChanged(row != -1);
+    for (; row != -1; row = m_wndList.GetNextItem(row, LVNI_SELECTED)) {
+        m_wndList.MarkPending(row);
+    }
+    m_wndList.SetFocus();
+}
+
+void CTalvenorDlg::OnStart()
+{
+    const CMainWindowBack back(*this);
+    m_wndList.SetFocus();
+    if (m_wndList.GetItemCount() == 0) {
+        return;
+    }
+    TakeChosenVersion();
+    const bool mayOverwrite = MayOverwriteMapFile();
+    if (CreateFolder(MappedFolder(m_strSourceDir)) != 0 || !mayOverwrite) {
+        return;
+    }
+    RunConversion(IsDlgButtonChecked(m_hWnd, IDC_COPY_ONLY) == BST_CHECKED);
+}
+
+void CTalvenorDlg::TakeChosenVersion()
+{
+    const int selected = m_wndVersion.GetCurSel();
+    if (selected == CB_ERR) {
+        return;
+    }
+    const int year = LeadingNumber(m_wndVersion.GetLBText(selected).substr(0, kYearDigits));
+    if (year > 0) {
+        m_strProgId = ProgIdOf(std::to_wstring(year - kYearOfVersionZero));
+    }
+}
+
+bool CTalvenorDlg::MayOverwriteMapFile() const
+{
+    if (!Exists(MapFilePath(m_strSourceDir))) {
+        return true;
+    }
+    const std::wstring question = kOverwriteLead.Current() + std::wstring(kMapFileName) +
+                                  kOverwriteMiddle.Current() + m_strSourceDir + L"\\" +
+                                  std::wstring(kMappedFolderName) + kOverwriteClosing.Current();
+    // The whole text passes through the path rule, the sentence around the path included; that is meant.
+    return ShowMessage(NormalizePath(question), MB_YESNO | MB_ICONQUESTION) != IDNO;
+}
+
+void CTalvenorDlg::RunConversion(bool copyOnly)
+{
+    CConversionRun(*this, m_wndList, *this, *this, {m_strSourceDir, m_strProgId, copyOnly}).Run();
+}
+
+void CTalvenorDlg::OnHelp()
+{
+    ShellExecuteW(m_hWnd, L"open", m_strHelpFile.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+}

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cad/SldWorks.h"
+#include "files/FileMisc.h"
+#include "framework/Controls.h"
+#include "framework/Dialog.h"
+#include "framework/DialogLayout.h"
+#include "run/ConversionView.h"
+#include "ui/ConvList.h"
+#include "ui/EditSourceDir.h"
+
+// The program's only main window: shows the conversion table, lets the user choose the standard-parts folder,
+// add and delete files, look at the map file, choose the SOLIDWORKS version and start the conversion run.
+class CTalvenorDlg : public CDialog, private CFileMisc, private CSldWorks, private CConversionView
+{
+public:
+    CTalvenorDlg();
+
+    bool PreTranslateMessage(MSG& message) override;
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override;
+    bool OnCommand(WPARAM wParam, LPARAM lParam) override;
+    void DoDataExchange(CDataExchange& exchange) override;
+    bool OnInitDialog() override;
+    void OnOK() override {}  // Enter never closes the window
+
+private:
+    // Start
+    void AddAboutToSystemMenu() const;
+    void SetDialogIcon();
+    void PrepareList();
+    void AnchorControls();
+    void ReadFolders();
+    void FillVersions();
+    void OnFirstPaint();
+
+    // View
+    void ShowViewStatus(bool mapView) override;
+    void ReloadAfterCancel() override;
+    void MarkListChanged(bool on);
+    void FillListFromTable(const CFileMisc& mapFile);
+    bool ShowMapFileContents();
+    void ShowFolderContents();
+    void LoadListForSourceFolder();
+    void ShowFolders();
+
+    // Windows messages
+    void OnPaint();
+    HICON OnQueryDragIcon();
+    LRESULT OnSysCommand(WPARAM wParam, LPARAM lParam);
+    void OnDestroy();
+    void OnSize();
+    void OnGetMinMaxInfo(MINMAXINFO& limits);
+    void OnListChanged();
+    LRESULT OnApplyTemplate(WPARAM wParam, LPARAM lParam);
+
+    // Commands
+    void OnSourceDirKillFocus();
+    void OnBrowseSourceFolder();
+    void OnAddStandardParts();
+    void OnDeleteSelected();
+    void OnSelectAll();
+    void OnSelectNone();
+    void OnRemoveAll();
+    void OnShowMapFile();
+    void OnMarkForConversion();
+    void OnStart();
+    void OnHelp();
+
+    bool CheckTypedFolder(const std::wstring& folder);
+    void TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names);
+    void SelectAllRows(bool select);
+    void TakeChosenVersion();
+    [[nodiscard]] bool MayOverwriteMapFile() const;
+    void RunConversion(bool copyOnly);
+
+    CStatic m_wndStatusFrame;
+    CConvList m_wndList;
+    std::wstring m_strSourceDir;   // the standard-parts folder
+    std::wstring m_strInstallDir;  // the library's program folder
+    bool m_bInputDirMissing = false;
+    CImageList m_stateImages;
+    CEditSourceDir m_wndSourceDir;
+    CComboBox m_wndVersion;
+    std::wstring m_strProgId;
+    std::wstring m_strHelpFile;
+    HICON m_hIcon = nullptr;  // shared by the system, never destroyed
+
+    CDialogLayout m_layout;
+    bool m_bCheckingSourceDir = false;  // a message about the typed folder is open
+};
