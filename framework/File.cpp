@@ -1,0 +1,232 @@
+#include "framework/File.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "framework/Language.h"
+
+namespace {
+
+using Cause = CFileException::Cause;
+
+constexpr std::size_t kMaxMessageLength = 1024;
+constexpr DWORD kErrorDiskQuotaExceeded = 1295;  // the toolchain's headers lack its name
+
+struct CauseText
+{
+    Cause cause;
+    Text text;  // "%s" stands for the file
+};
+
+// No sentence ends in a full stop: the messages that take them in put their own.
+constexpr CauseText kCauseTexts[] = {
+    {Cause::none, {L"Es liegt kein Fehler vor", L"There is no error"}},
+    {Cause::generic,
+     {L"Beim Zugriff auf \"%s\" trat ein unbekannter Fehler auf",
+      L"An unknown error happened during the access to \"%s\""}},
+    {Cause::fileNotFound, {L"Die Datei \"%s\" ist nicht vorhanden", L"The file \"%s\" does not exist"}},
+    {Cause::badPath,
+     {L"Der Pfad \"%s\" ist ungültig oder nicht vorhanden", L"The path \"%s\" is invalid or does not exist"}},
+    {Cause::tooManyOpenFiles, {L"Es sind zu viele Dateien geöffnet", L"Too many files are open"}},
+    {Cause::accessDenied, {L"Der Zugriff auf \"%s\" wurde verweigert", L"The access to \"%s\" was denied"}},
+    {Cause::invalidFile,
+     {L"Die Datei \"%s\" ist nicht oder nicht mehr geöffnet", L"The file \"%s\" is not or no longer open"}},
+    {Cause::removeCurrentDir,
+     {L"Der Arbeitsordner \"%s\" kann nicht entfernt werden",
+      L"The working folder \"%s\" cannot be removed"}},
+    {Cause::directoryFull,
+     {L"Im Ordner von \"%s\" ist kein Platz für weitere Einträge",
+      L"The folder of \"%s\" has no room for more entries"}},
+    {Cause::badSeek,
+     {L"In der Datei \"%s\" wurde eine ungültige Stelle angesprochen",
+      L"An invalid position in the file \"%s\" was asked for"}},
+    {Cause::hardIO,
+     {L"Das Laufwerk oder Gerät von \"%s\" meldet einen Fehler",
+      L"The drive or device of \"%s\" reports an error"}},
+    {Cause::sharingViolation,
+     {L"Die Datei \"%s\" ist von einem anderen Programm geöffnet",
+      L"The file \"%s\" is open in another program"}},
+    {Cause::lockViolation,
+     {L"Ein Bereich der Datei \"%s\" ist von einem anderen Programm gesperrt",
+      L"A region of the file \"%s\" is locked by another program"}},
+    {Cause::diskFull,
+     {L"Für die Datei \"%s\" ist kein Speicherplatz mehr frei",
+      L"There is no space left for the file \"%s\""}},
+    {Cause::endOfFile,
+     {L"Das Ende der Datei \"%s\" wurde überschritten", L"The end of the file \"%s\" was passed"}},
+};
+
+std::wstring SentenceOf(Cause cause, const std::wstring& fileName)
+{
+    const auto* entry = std::find_if(std::begin(kCauseTexts), std::end(kCauseTexts),
+                                     [cause](const CauseText& each) { return each.cause == cause; });
+    std::wstring sentence = entry->text.Current();
+    const auto place = sentence.find(L"%s");
+    if (place != std::wstring::npos) {
+        sentence.replace(place, 2, fileName);
+    }
+    return sentence;
+}
+
+[[noreturn]] void ThrowLastError(const std::wstring& fileName)
+{
+    const DWORD osError = ::GetLastError();
+    throw CFileException(osError, fileName);
+}
+
+}  // namespace
+
+CFileException::CFileException(DWORD osError, std::wstring fileName)
+    : m_cause(CauseOf(osError)), m_lOsError(osError), m_strFileName(std::move(fileName))
+{
+}
+
+CFileException::Cause CFileException::CauseOf(DWORD osError)
+{
+    switch (osError) {
+        case ERROR_SUCCESS:
+            return Cause::none;
+        case ERROR_FILE_NOT_FOUND:
+            return Cause::fileNotFound;
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_INVALID_DRIVE:
+        case ERROR_INVALID_NAME:
+        case ERROR_BAD_PATHNAME:
+        case ERROR_DIRECTORY:
+        case ERROR_FILENAME_EXCED_RANGE:
+        case ERROR_BAD_NETPATH:
+        case ERROR_BAD_NET_NAME:
+            return Cause::badPath;
+        case ERROR_TOO_MANY_OPEN_FILES:
+            return Cause::tooManyOpenFiles;
+        case ERROR_ACCESS_DENIED:
+        case ERROR_NETWORK_ACCESS_DENIED:
+        case ERROR_WRITE_PROTECT:
+            return Cause::accessDenied;
+        case ERROR_INVALID_HANDLE:
+            return Cause::invalidFile;
+        case ERROR_CURRENT_DIRECTORY:
+            return Cause::removeCurrentDir;
+        case ERROR_CANNOT_MAKE:
+            return Cause::directoryFull;
+        case ERROR_SEEK:
+        case ERROR_SEEK_ON_DEVICE:
+        case ERROR_NEGATIVE_SEEK:
+            return Cause::badSeek;
+        case ERROR_NOT_READY:
+        case ERROR_CRC:
+        case ERROR_BAD_UNIT:
+        case ERROR_SECTOR_NOT_FOUND:
+        case ERROR_READ_FAULT:
+        case ERROR_WRITE_FAULT:
+        case ERROR_GEN_FAILURE:
+        case ERROR_WRONG_DISK:
+        case ERROR_IO_DEVICE:
+            return Cause::hardIO;
+        case ERROR_SHARING_VIOLATION:
+        case ERROR_SHARING_BUFFER_EXCEEDED:
+            return Cause::sharingViolation;
+        case ERROR_LOCK_VIOLATION:
+        case ERROR_LOCKED:
+            return Cause::lockViolation;
+        case ERROR_DISK_FULL:
+        case ERROR_HANDLE_DISK_FULL:
+        case kErrorDiskQuotaExceeded:
+            return Cause::diskFull;
+        case ERROR_HANDLE_EOF:
+            return Cause::endOfFile;
+        default:
+            return Cause::generic;
+    }
+}
+
+std::wstring CFileException::GetErrorMessage() const
+{
+    std::wstring message = SentenceOf(m_cause, m_strFileName);
+    if (m_cause == Cause::generic) {
+        const Text number{L" (Windows-Fehler ", L" (Windows error "};
+        message += number.Current() + std::to_wstring(m_lOsError) + L")";
+    }
+    if (message.size() > kMaxMessageLength) {
+        message.resize(kMaxMessageLength);
+    }
+    return message;
+}
+
+bool CFile::Open(const std::wstring& path, UINT flags, CFileException* error)
+{
+    const DWORD access =
+        ((flags & modeRead) != 0 ? GENERIC_READ : 0U) | ((flags & modeWrite) != 0 ? GENERIC_WRITE : 0U);
+    const DWORD share = (flags & shareDenyNone) != 0 ? FILE_SHARE_READ | FILE_SHARE_WRITE : 0U;
+    const DWORD disposition = (flags & modeCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING;
+
+    m_file.reset();
+    m_strFileName = path;
+    m_file.reset(ValidHandle(
+        ::CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr)));
+    if (m_file) {
+        return true;
+    }
+    const DWORD osError = ::GetLastError();
+    if (error != nullptr) {
+        *error = CFileException(osError, path);
+    }
+    return false;
+}
+
+UINT CFile::Read(void* buffer, UINT count)
+{
+    DWORD done = 0;
+    if (!::ReadFile(m_file.get(), buffer, count, &done, nullptr)) {
+        ThrowLastError(m_strFileName);
+    }
+    return done;
+}
+
+void CFile::Write(const void* buffer, UINT count)
+{
+    DWORD done = 0;
+    if (!::WriteFile(m_file.get(), buffer, count, &done, nullptr)) {
+        ThrowLastError(m_strFileName);
+    }
+    if (done != count) {
+        throw CFileException(ERROR_DISK_FULL, m_strFileName);
+    }
+}
+
+void CFile::Close()
+{
+    if (m_file && !::CloseHandle(m_file.release())) {
+        ThrowLastError(m_strFileName);
+    }
+}
+
+bool CFile::GetStatus(const std::wstring& path, CFileStatus& status)
+{
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
+        return false;
+    }
+    status.attributes = data.dwFileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL);
+    status.lastWriteTime = data.ftLastWriteTime;
+    return true;
+}
+
+void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
+{
+    // The right to write attributes is granted for read-only files too, and whatever others have open.
+    const UniqueHandle file(ValidHandle(::CreateFileW(
+        path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)));
+    if (!file) {
+        ThrowLastError(path);
+    }
+    FILE_BASIC_INFO info = {};  // a time of zero stays as it is
+    info.LastWriteTime.LowPart = status.lastWriteTime.dwLowDateTime;
+    info.LastWriteTime.HighPart = static_cast<LONG>(status.lastWriteTime.dwHighDateTime);
+    info.FileAttributes = status.attributes != 0 ? status.attributes : FILE_ATTRIBUTE_NORMAL;
+    if (!::SetFileInformationByHandle(file.get(), FileBasicInfo, &info, sizeof info)) {
+        ThrowLastError(path);
+    }
+}
