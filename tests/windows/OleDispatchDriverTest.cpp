@@ -1,0 +1,368 @@
+#include "framework/OleDispatchDriver.h"
+
+#include <gtest/gtest.h>
+#include <olectl.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include "tests/windows/FakeAutomation.h"
+
+namespace {
+
+constexpr DISPID kMember = 4711;
+
+class OleDispatchDriverTest : public testing::Test
+{
+protected:
+    OleDispatchDriverTest() { m_driver.AttachDispatch(m_object.Reference()); }
+
+    // Lets the object answer its one member with a variant that the caller fills.
+    void Answer(std::function<void(VARIANT&)> fill)
+    {
+        m_object.On(kMember, [fill = std::move(fill)](FakeCall& call) {
+            fill(*call.result);
+            return S_OK;
+        });
+    }
+
+    // The status of the exception that a call with this result throws; S_OK when it throws none.
+    template <class Result>
+    HRESULT StatusOfCall()
+    {
+        try {
+            static_cast<void>(m_driver.InvokeHelper<Result>(kMember, DISPATCH_METHOD));
+        } catch (const COleException& error) {
+            return error.m_sc;
+        }
+        return S_OK;
+    }
+
+    COleDispatchException ExceptionOfCall()
+    {
+        try {
+            m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
+        } catch (const COleDispatchException& error) {
+            return error;
+        }
+        ADD_FAILURE() << "no exception";
+        return {};
+    }
+
+    EventLog m_log;
+    CFakeDispatch m_object{L"object", m_log};
+    COleDispatchDriver m_driver;
+};
+
+TEST_F(OleDispatchDriverTest, ArgumentsArriveInOrderWithTheirTypes)
+{
+    long filled = -7;
+    m_driver.InvokeHelper(kMember, DISPATCH_METHOD, std::wstring(L"Größe ☃"), 2L, true, false, -5L, &filled);
+    EXPECT_EQ(m_log, EventLog{L"object 4711 method BSTR=Größe ☃ I4=2 BOOL=-1 BOOL=0 I4=-5 &I4=-7"});
+}
+
+TEST_F(OleDispatchDriverTest, TextsKeepTheirWholeLength)
+{
+    const std::wstring withZero(L"a\0b", 3);
+    m_driver.InvokeHelper(kMember, DISPATCH_METHOD, std::wstring(), withZero);
+    EXPECT_EQ(m_log, EventLog{L"object 4711 method BSTR= BSTR=" + withZero});
+}
+
+TEST_F(OleDispatchDriverTest, AnEmptyTextIsAStringAndNoNullPointer)
+{
+    bool isString = false;
+    m_object.On(kMember, [&isString](FakeCall& call) {
+        isString = call.Argument(0).bstrVal != nullptr;
+        return S_OK;
+    });
+    m_driver.InvokeHelper(kMember, DISPATCH_METHOD, std::wstring());
+    EXPECT_TRUE(isString);
+}
+
+TEST_F(OleDispatchDriverTest, APutNamesItsArgument)
+{
+    m_driver.InvokeHelper(kMember, DISPATCH_PROPERTYPUT, std::wstring(L"name"));
+    EXPECT_EQ(m_log, EventLog{L"object 4711 put BSTR=name"});
+}
+
+TEST_F(OleDispatchDriverTest, ACallWithoutResultAsksForNone)
+{
+    bool asked = true;
+    m_object.On(kMember, [&asked](FakeCall& call) {
+        asked = call.result != nullptr;
+        return S_OK;
+    });
+    m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
+    EXPECT_FALSE(asked);
+}
+
+TEST_F(OleDispatchDriverTest, TheServerFillsAnIntegerByReference)
+{
+    m_object.On(kMember, [](FakeCall& call) {
+        *call.Argument(0).plVal = 128;
+        return S_OK;
+    });
+    long code = 0;
+    m_driver.InvokeHelper(kMember, DISPATCH_METHOD, &code);
+    EXPECT_EQ(code, 128);
+}
+
+TEST_F(OleDispatchDriverTest, ALongIsWhatTheServerAnswers)
+{
+    m_object.On(kMember, AnswerLong(-2019250));
+    EXPECT_EQ(m_driver.InvokeHelper<long>(kMember, DISPATCH_METHOD), -2019250);
+}
+
+TEST_F(OleDispatchDriverTest, OtherAnswersAreCoercedToALong)
+{
+    Answer([](VARIANT& result) {
+        result.vt = VT_I2;
+        result.iVal = -3;
+    });
+    EXPECT_EQ(m_driver.InvokeHelper<long>(kMember, DISPATCH_METHOD), -3);
+    Answer([](VARIANT& result) {
+        result.vt = VT_BSTR;
+        result.bstrVal = SysAllocString(L"42");
+    });
+    EXPECT_EQ(m_driver.InvokeHelper<long>(kMember, DISPATCH_METHOD), 42);
+    Answer([](VARIANT&) {});
+    EXPECT_EQ(m_driver.InvokeHelper<long>(kMember, DISPATCH_METHOD), 0);
+}
+
+TEST_F(OleDispatchDriverTest, AnAnswerThatIsNoNumberIsAFailure)
+{
+    Answer([](VARIANT& result) {
+        result.vt = VT_BSTR;
+        result.bstrVal = SysAllocString(L"many");
+    });
+    EXPECT_EQ(StatusOfCall<long>(), DISP_E_TYPEMISMATCH);
+    Answer([](VARIANT& result) { result.vt = VT_NULL; });
+    EXPECT_EQ(StatusOfCall<long>(), DISP_E_TYPEMISMATCH);
+    Answer([](VARIANT& result) {
+        result.vt = VT_R8;
+        result.dblVal = 1e30;
+    });
+    EXPECT_EQ(StatusOfCall<long>(), DISP_E_OVERFLOW);
+}
+
+TEST_F(OleDispatchDriverTest, AnObjectIsHeldOnceAndReleased)
+{
+    CFakeDispatch child(L"child", m_log);
+    m_object.On(kMember, AnswerObject(&child));
+    {
+        const auto held = m_driver.InvokeHelper<IDispatchPtr>(kMember, DISPATCH_METHOD);
+        EXPECT_EQ(held.GetInterfacePtr(), &child);
+        EXPECT_EQ(child.References(), 1);
+    }
+    EXPECT_EQ(child.References(), 0);
+}
+
+TEST_F(OleDispatchDriverTest, NoObjectIsAnEmptyPointer)
+{
+    m_object.On(kMember, AnswerObject(nullptr));
+    EXPECT_FALSE(m_driver.InvokeHelper<IDispatchPtr>(kMember, DISPATCH_METHOD));
+    for (const VARTYPE nothing : {VT_EMPTY, VT_NULL}) {
+        Answer([nothing](VARIANT& result) { result.vt = nothing; });
+        EXPECT_FALSE(m_driver.InvokeHelper<IDispatchPtr>(kMember, DISPATCH_METHOD));
+    }
+    Answer([](VARIANT& result) {
+        result.vt = VT_UNKNOWN;
+        result.punkVal = nullptr;
+    });
+    EXPECT_FALSE(m_driver.InvokeHelper<IDispatchPtr>(kMember, DISPATCH_METHOD));
+}
+
+TEST_F(OleDispatchDriverTest, AnUnknownObjectIsAskedForItsAutomationInterface)
+{
+    CFakeDispatch child(L"child", m_log);
+    Answer([&child](VARIANT& result) {
+        result.vt = VT_UNKNOWN;
+        result.punkVal = child.Reference();
+    });
+    {
+        const auto held = m_driver.InvokeHelper<IDispatchPtr>(kMember, DISPATCH_METHOD);
+        EXPECT_EQ(held.GetInterfacePtr(), &child);
+        EXPECT_EQ(child.References(), 1);
+    }
+    child.m_hasDispatch = false;
+    EXPECT_EQ(StatusOfCall<IDispatchPtr>(), E_NOINTERFACE);
+    EXPECT_EQ(child.References(), 0);
+}
+
+TEST_F(OleDispatchDriverTest, AnAnswerThatIsNoObjectIsAFailure)
+{
+    m_object.On(kMember, AnswerLong(1));
+    EXPECT_EQ(StatusOfCall<IDispatchPtr>(), DISP_E_TYPEMISMATCH);
+}
+
+TEST_F(OleDispatchDriverTest, AVariantComesAsItIs)
+{
+    m_object.On(kMember, AnswerStrings({L"one", L"two"}));
+    const auto names = m_driver.InvokeHelper<_variant_t>(kMember, DISPATCH_METHOD);
+    ASSERT_EQ(names.vt, VT_ARRAY | VT_BSTR);
+    EXPECT_EQ(names.parray->rgsabound[0].cElements, 2U);
+    EXPECT_STREQ(static_cast<BSTR*>(names.parray->pvData)[1], L"two");
+}
+
+TEST_F(OleDispatchDriverTest, AServerExceptionKeepsItsReport)
+{
+    m_object.On(kMember, [](FakeCall& call) {
+        call.exception->wCode = 1001;
+        call.exception->scode = 0;
+        return RaiseException(L"Server", L"It went wrong.", L"C:\\server.chm", 77)(call);
+    });
+    const COleDispatchException error = ExceptionOfCall();
+    EXPECT_EQ(error.m_wCode, 1001);
+    EXPECT_EQ(error.m_strSource, L"Server");
+    EXPECT_EQ(error.m_strDescription, L"It went wrong.");
+    EXPECT_EQ(error.m_strHelpFile, L"C:\\server.chm");
+    EXPECT_EQ(error.m_dwHelpContext, 77U);
+    EXPECT_EQ(error.m_scError, S_OK);
+    EXPECT_EQ(error.GetErrorMessage(), L"It went wrong");
+}
+
+TEST_F(OleDispatchDriverTest, AServerExceptionMayLackEveryText)
+{
+    m_object.On(kMember, [](FakeCall& call) {
+        call.exception->scode = E_ACCESSDENIED;
+        return DISP_E_EXCEPTION;
+    });
+    const COleDispatchException error = ExceptionOfCall();
+    EXPECT_EQ(error.m_strSource, L"");
+    EXPECT_EQ(error.m_strDescription, L"");
+    EXPECT_EQ(error.m_strHelpFile, L"");
+    EXPECT_EQ(error.m_dwHelpContext, 0U);
+    EXPECT_EQ(error.m_scError, E_ACCESSDENIED);
+    EXPECT_EQ(error.GetErrorMessage(), COleException(E_ACCESSDENIED).GetErrorMessage());
+}
+
+TEST_F(OleDispatchDriverTest, AnExceptionReportMayBeFilledOnDemand)
+{
+    m_object.On(kMember, [](FakeCall& call) {
+        call.exception->pfnDeferredFillIn = [](EXCEPINFO* info) -> HRESULT {
+            info->bstrDescription = SysAllocString(L"late");
+            return S_OK;
+        };
+        return DISP_E_EXCEPTION;
+    });
+    EXPECT_EQ(ExceptionOfCall().m_strDescription, L"late");
+}
+
+TEST_F(OleDispatchDriverTest, EveryOtherFailureCarriesItsStatus)
+{
+    for (const HRESULT status : {DISP_E_MEMBERNOTFOUND, RPC_E_CALL_REJECTED, RPC_E_DISCONNECTED,
+                                 HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE)}) {
+        m_object.On(kMember, Fail(status));
+        EXPECT_EQ(StatusOfCall<void>(), status);
+        EXPECT_EQ(StatusOfCall<long>(), status);
+    }
+}
+
+TEST_F(OleDispatchDriverTest, AResultThatCameWithAFailureIsReleased)
+{
+    CFakeDispatch child(L"child", m_log);
+    m_object.On(kMember, [&child](FakeCall& call) {
+        AnswerObject (&child)(call);
+        return E_FAIL;
+    });
+    EXPECT_EQ(StatusOfCall<IDispatchPtr>(), E_FAIL);
+    EXPECT_EQ(child.References(), 0);
+}
+
+TEST_F(OleDispatchDriverTest, ACallWithoutAnObjectIsAFailure)
+{
+    m_driver.ReleaseDispatch();
+    EXPECT_EQ(StatusOfCall<void>(), E_POINTER);
+    EXPECT_TRUE(m_log.empty());
+}
+
+TEST_F(OleDispatchDriverTest, EachDriverReleasesItsOwnReference)
+{
+    EXPECT_EQ(m_object.References(), 1);
+    {
+        COleDispatchDriver second = m_driver;
+        EXPECT_EQ(m_object.References(), 2);
+        m_driver.ReleaseDispatch();
+        EXPECT_FALSE(m_driver.IsAttached());
+        EXPECT_TRUE(second.IsAttached());
+        EXPECT_EQ(m_object.References(), 1);
+        m_driver.ReleaseDispatch();
+        EXPECT_EQ(m_object.References(), 1);
+    }
+    EXPECT_EQ(m_object.References(), 0);
+}
+
+TEST_F(OleDispatchDriverTest, AttachingReleasesTheObjectBefore)
+{
+    CFakeDispatch other(L"other", m_log);
+    m_driver.AttachDispatch(other.Reference());
+    EXPECT_EQ(m_object.References(), 0);
+    EXPECT_EQ(other.References(), 1);
+    m_driver.AttachDispatch(nullptr);
+    EXPECT_FALSE(m_driver.IsAttached());
+    EXPECT_EQ(other.References(), 0);
+}
+
+TEST_F(OleDispatchDriverTest, CreatingAnUnknownClassFailsAndLetsTheOldObjectGo)
+{
+    COleException error;
+    EXPECT_FALSE(m_driver.CreateDispatch(L"Talvenor.NoSuchClass", &error));
+    EXPECT_EQ(error.m_sc, CO_E_CLASSSTRING);
+    EXPECT_FALSE(m_driver.IsAttached());
+    EXPECT_EQ(m_object.References(), 0);
+    EXPECT_FALSE(m_driver.CreateDispatch(L"Talvenor.NoSuchClass"));
+}
+
+struct VirtualFreeDeleter
+{
+    void operator()(wchar_t* memory) const { VirtualFree(memory, 0, MEM_RELEASE); }
+};
+
+TEST(MakeAutomationString, TellsTheLackOfMemory)
+{
+    // Address space only: the text is refused for its length before anyone looks at it.
+    for (const std::size_t length : {std::size_t{0x80000000U}, std::size_t{0x100000002U}}) {
+        const std::unique_ptr<wchar_t, VirtualFreeDeleter> space(static_cast<wchar_t*>(
+            VirtualAlloc(nullptr, length * sizeof(wchar_t), MEM_RESERVE, PAGE_NOACCESS)));
+        if (space == nullptr) {
+            GTEST_SKIP() << "skipped: no address space for a text of " << length << " characters";
+        }
+        try {
+            static_cast<void>(MakeAutomationString({space.get(), length}));
+            ADD_FAILURE() << "a string of " << length << " characters";
+        } catch (const COleException& error) {
+            EXPECT_EQ(error.m_sc, E_OUTOFMEMORY);
+        }
+    }
+}
+
+TEST(OleException, MessageIsTheSystemTextWithoutFullStop)
+{
+    const std::wstring text = COleException(E_ACCESSDENIED).GetErrorMessage();
+    ASSERT_FALSE(text.empty());
+    EXPECT_EQ(std::wstring(L".\r\n ").find(text.back()), std::wstring::npos);
+    EXPECT_EQ(text.find(L"80070005"), std::wstring::npos);
+}
+
+TEST(OleException, AnUnknownStatusIsShownAsItsNumber)
+{
+    {
+        const CLanguageScope german(1);
+        EXPECT_EQ(COleException(static_cast<HRESULT>(0xA0049999U)).GetErrorMessage(), L"Fehler 0xA0049999");
+    }
+    const CLanguageScope english(0);
+    EXPECT_EQ(COleException(static_cast<HRESULT>(0xA0049999U)).GetErrorMessage(), L"Error 0xA0049999");
+}
+
+TEST(OleDispatchException, ADescriptionOfBlanksIsNone)
+{
+    COleDispatchException error;
+    error.m_strDescription = L" .\r\n";
+    error.m_scError = E_ACCESSDENIED;
+    EXPECT_EQ(error.GetErrorMessage(), COleException(E_ACCESSDENIED).GetErrorMessage());
+    error.m_scError = S_OK;
+    EXPECT_EQ(error.GetErrorMessage(), COleException(DISP_E_EXCEPTION).GetErrorMessage());
+}
+
+}  // namespace
