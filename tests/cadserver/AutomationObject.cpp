@@ -1,0 +1,234 @@
+#include "tests/cadserver/AutomationObject.h"
+
+#include "tests/cadserver/TextFile.h"
+
+struct CAutomationObject::Call
+{
+    DISPID dispid;
+    WORD flags;
+    const DISPPARAMS& parameters;
+    CArguments arguments;
+    const Operation* operation;
+    EXCEPINFO* exception;
+    UINT wrongArgument = 0;
+};
+
+namespace {
+
+std::wstring KindText(WORD flags)
+{
+    std::wstring text;
+    const auto add = [&](WORD flag, const wchar_t* name) {
+        if ((flags & flag) != 0) {
+            text += (text.empty() ? L"" : L"+") + std::wstring(name);
+        }
+    };
+    add(DISPATCH_METHOD, L"method");
+    add(DISPATCH_PROPERTYGET, L"get");
+    add(DISPATCH_PROPERTYPUT, L"put");
+    add(DISPATCH_PROPERTYPUTREF, L"putref");
+    return text;
+}
+
+std::wstring StatusText(HRESULT status)
+{
+    wchar_t text[16];
+    swprintf(text, 16, L"0x%08lX", static_cast<unsigned long>(status));
+    return text;
+}
+
+std::wstring OutcomeText(const Outcome& outcome)
+{
+    if (FAILED(outcome.status)) {
+        return StatusText(outcome.status);
+    }
+    if (!outcome.text.empty()) {
+        return outcome.text;
+    }
+    return outcome.value.vt == VT_EMPTY ? L"ok" : DescribeValue(outcome.value);
+}
+
+BSTR CopyOf(const std::optional<std::wstring>& text)
+{
+    return text ? SysAllocStringLen(text->data(), static_cast<UINT>(text->size())) : nullptr;
+}
+
+HRESULT ReportException(const FaultAction& action, EXCEPINFO* exception)
+{
+    if (exception != nullptr) {
+        *exception = {};
+        exception->wCode = action.code;
+        exception->scode = action.code != 0 ? 0 : action.status;
+        exception->bstrSource = CopyOf(action.source);
+        exception->bstrDescription = CopyOf(action.description);
+        exception->bstrHelpFile = CopyOf(action.helpFile);
+        exception->dwHelpContext = action.helpContext;
+    }
+    return DISP_E_EXCEPTION;
+}
+
+// A put names its value; nothing else takes named arguments.
+bool NamesFit(WORD kind, const DISPPARAMS& parameters)
+{
+    if (kind == DISPATCH_PROPERTYPUT) {
+        return parameters.cNamedArgs == 1 && parameters.rgdispidNamedArgs[0] == DISPID_PROPERTYPUT;
+    }
+    return parameters.cNamedArgs == 0;
+}
+
+}  // namespace
+
+CAutomationObject::CAutomationObject(CSession& session) : m_session(session)
+{
+    m_session.AddObject();
+}
+
+CAutomationObject::~CAutomationObject()
+{
+    m_session.RemoveObject();
+}
+
+STDMETHODIMP CAutomationObject::QueryInterface(REFIID identifier, void** object)
+{
+    const bool known = identifier == IID_IUnknown || identifier == IID_IDispatch;
+    *object = known ? this : nullptr;
+    if (!known) {
+        return E_NOINTERFACE;
+    }
+    AddRef();
+    return S_OK;
+}
+
+STDMETHODIMP_(ULONG) CAutomationObject::AddRef()
+{
+    return ++m_references;
+}
+
+STDMETHODIMP_(ULONG) CAutomationObject::Release()
+{
+    const ULONG references = --m_references;
+    if (references == 0) {
+        delete this;
+    }
+    return references;
+}
+
+STDMETHODIMP CAutomationObject::GetTypeInfoCount(UINT* count)
+{
+    *count = 0;
+    return S_OK;
+}
+
+STDMETHODIMP CAutomationObject::GetTypeInfo(UINT /*index*/, LCID /*locale*/, ITypeInfo** info)
+{
+    *info = nullptr;
+    return E_NOTIMPL;
+}
+
+STDMETHODIMP CAutomationObject::GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* names, UINT count,
+                                              LCID /*locale*/, DISPID* ids)
+{
+    // Names behind the first are names of parameters, which no operation has.
+    std::fill(ids, ids + count, DISPID_UNKNOWN);
+    for (const Operation& operation : Operations()) {
+        if (count == 1 && LowerCase(operation.name) == LowerCase(names[0])) {
+            ids[0] = operation.dispid;
+            return S_OK;
+        }
+    }
+    return DISP_E_UNKNOWNNAME;
+}
+
+const Operation* CAutomationObject::Find(DISPID dispid, WORD flags) const
+{
+    for (const Operation& operation : Operations()) {
+        // Script languages ask for a method and a property at once; both bits then stand in the flags.
+        if (operation.dispid == dispid && (operation.kind & flags) != 0) {
+            return &operation;
+        }
+    }
+    return nullptr;
+}
+
+Outcome CAutomationObject::Serve(Call& call)
+{
+    if (call.operation == nullptr) {
+        return {DISP_E_MEMBERNOTFOUND, {}, {}};
+    }
+    if (!NamesFit(call.operation->kind, call.parameters)) {
+        return {DISP_E_NONAMEDARGS, {}, {}};
+    }
+    const HRESULT fits = call.arguments.Check(call.operation->parameters, call.wrongArgument);
+    return FAILED(fits) ? Outcome{fits, {}, {}} : Perform(call.dispid, call.arguments);
+}
+
+Outcome CAutomationObject::ServeWithFaults(Call& call)
+{
+    const std::wstring number = m_session.NextCallNumber();
+    bool endAfter = false;
+    for (const FaultAction& action : m_session.Faults().Count(call.dispid, FileOf(call.arguments))) {
+        switch (action.kind) {
+            case FaultAction::Kind::slow:
+                Sleep(action.milliseconds);
+                break;
+            case FaultAction::Kind::exception:
+                LogCall(call, number, StatusText(DISP_E_EXCEPTION));
+                return {ReportException(action, call.exception), {}, {}};
+            case FaultAction::Kind::fail:
+                LogCall(call, number, StatusText(action.status));
+                return {action.status, {}, {}};
+            case FaultAction::Kind::endBefore:
+                LogCall(call, number, L"not served");
+                m_session.EndNow(L"fault");
+            case FaultAction::Kind::endAfter:
+                endAfter = true;
+                break;
+            case FaultAction::Kind::busy:
+                break;
+        }
+    }
+    Outcome outcome = Serve(call);
+    LogCall(call, number, OutcomeText(outcome));
+    if (endAfter) {
+        m_session.EndNow(L"fault");
+    }
+    return outcome;
+}
+
+void CAutomationObject::LogCall(const Call& call, const std::wstring& number,
+                                const std::wstring& outcome) const
+{
+    std::vector<std::wstring> fields = {number, Label(), std::to_wstring(call.dispid), KindText(call.flags)};
+    for (std::wstring& argument : call.arguments.Describe()) {
+        fields.push_back(std::move(argument));
+    }
+    fields.push_back(outcome);
+    m_session.Log().Add(fields);
+}
+
+STDMETHODIMP CAutomationObject::Invoke(DISPID dispid, REFIID /*reserved*/, LCID /*locale*/, WORD flags,
+                                       DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                       UINT* wrongArgument)
+{
+    try {
+        Call call{dispid, flags, *parameters, CArguments(*parameters), Find(dispid, flags), exception};
+        Outcome outcome;
+        if (call.operation != nullptr && call.operation->forScripts) {
+            outcome = Serve(call);
+            LogCall(call, L"-", OutcomeText(outcome));
+        } else {
+            outcome = ServeWithFaults(call);
+        }
+        if (outcome.status == DISP_E_TYPEMISMATCH && wrongArgument != nullptr) {
+            *wrongArgument = call.wrongArgument;
+        }
+        if (SUCCEEDED(outcome.status) && result != nullptr) {
+            *result = outcome.value.Detach();
+        }
+        return outcome.status;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (const _com_error& error) {
+        return error.Error();
+    }
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <windows.h>
+
+#include <oaidl.h>
+
+#include <comdef.h>
+
+#include <span>
+#include <string>
+
+#include "tests/cadserver/Arguments.h"
+#include "tests/cadserver/Session.h"
+
+// One operation of an automation object.
+struct Operation
+{
+    DISPID dispid;
+    WORD kind;            // DISPATCH_METHOD or DISPATCH_PROPERTYPUT
+    const wchar_t* name;  // for clients that ask for identifiers by name
+    std::span<const Parameter> parameters;
+    bool forScripts = false;  // beside the product's interface: not counted, never hit by a fault
+};
+
+// What serving a call gave.
+struct Outcome
+{
+    HRESULT status = S_OK;
+    _variant_t value;
+    std::wstring text;  // the value in the form of the call log, for values that do not describe themselves
+};
+
+// The common part of the three automation objects: reference counting, names, the check of the arguments,
+// faults and the call log.
+class CAutomationObject : public IDispatch
+{
+public:
+    CAutomationObject(const CAutomationObject&) = delete;
+    CAutomationObject& operator=(const CAutomationObject&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID identifier, void** object) override;
+    STDMETHODIMP_(ULONG) AddRef() override;
+    STDMETHODIMP_(ULONG) Release() override;
+    STDMETHODIMP GetTypeInfoCount(UINT* count) override;
+    STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override;
+    STDMETHODIMP GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
+                               DISPID* ids) override;
+    STDMETHODIMP Invoke(DISPID dispid, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* parameters,
+                        VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument) override;
+
+protected:
+    explicit CAutomationObject(CSession& session);
+    virtual ~CAutomationObject();
+
+    [[nodiscard]] CSession& Session() const { return m_session; }
+
+    // All operations of the object.
+    [[nodiscard]] virtual std::span<const Operation> Operations() const = 0;
+    // What the call log calls the object.
+    [[nodiscard]] virtual std::wstring Label() const = 0;
+    // The file that a call concerns, without folder; empty when it concerns none.
+    [[nodiscard]] virtual std::wstring FileOf(const CArguments& arguments) const = 0;
+    // Serves a call whose arguments are as the operation declares them.
+    virtual Outcome Perform(DISPID dispid, const CArguments& arguments) = 0;
+
+private:
+    struct Call;
+
+    [[nodiscard]] const Operation* Find(DISPID dispid, WORD flags) const;
+    Outcome Serve(Call& call);
+    Outcome ServeWithFaults(Call& call);
+    void LogCall(const Call& call, const std::wstring& number, const std::wstring& outcome) const;
+
+    CSession& m_session;
+    ULONG m_references = 1;
+};

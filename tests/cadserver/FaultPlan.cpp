@@ -1,0 +1,66 @@
+#include "tests/cadserver/FaultPlan.h"
+
+#include "tests/cadserver/Settings.h"
+#include "tests/cadserver/TextFile.h"
+
+namespace {
+
+std::wstring CounterName(size_t index)
+{
+    return L"Rule" + std::to_wstring(index);
+}
+
+bool Fits(const FaultRule& rule, DISPID dispid, const std::wstring& file)
+{
+    return (!rule.dispid || *rule.dispid == dispid) && (rule.file.empty() || rule.file == LowerCase(file));
+}
+
+}  // namespace
+
+CFaultPlan::CFaultPlan(std::vector<FaultRule> rules)
+{
+    for (FaultRule& rule : rules) {
+        const DWORD seen = rule.across ? ReadCounter(CounterName(m_rules.size())) : 0;
+        m_rules.push_back({std::move(rule), seen, std::nullopt});
+    }
+}
+
+bool CFaultPlan::Hits(const CountedRule& counted, DWORD call)
+{
+    return call == counted.rule.nth || (counted.rule.lasting && call > counted.rule.nth);
+}
+
+std::vector<FaultAction> CFaultPlan::Count(DISPID dispid, const std::wstring& file)
+{
+    std::vector<FaultAction> actions;
+    for (size_t index = 0; index < m_rules.size(); ++index) {
+        CountedRule& counted = m_rules[index];
+        if (!Fits(counted.rule, dispid, file)) {
+            continue;
+        }
+        ++counted.seen;
+        counted.busySince.reset();
+        if (counted.rule.across) {
+            WriteCounter(CounterName(index), counted.seen);
+        }
+        if (counted.rule.action.kind != FaultAction::Kind::busy && Hits(counted, counted.seen)) {
+            actions.push_back(counted.rule.action);
+        }
+    }
+    return actions;
+}
+
+bool CFaultPlan::IsBusy(ULONGLONG now)
+{
+    bool busy = false;
+    for (CountedRule& counted : m_rules) {
+        if (counted.rule.action.kind != FaultAction::Kind::busy || !Hits(counted, counted.seen + 1)) {
+            continue;
+        }
+        const DWORD milliseconds = counted.rule.action.milliseconds;
+        const ULONGLONG since = counted.busySince.value_or(now);
+        counted.busySince = since;
+        busy = busy || milliseconds == INFINITE || now - since < milliseconds;
+    }
+    return busy;
+}

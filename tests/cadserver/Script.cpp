@@ -1,0 +1,294 @@
+#include "tests/cadserver/Script.h"
+
+#include "tests/cadserver/TextFile.h"
+
+namespace {
+
+// The words of a line; double quotes hold blanks together, also behind a "key=".
+std::vector<std::wstring> SplitWords(const std::wstring& line)
+{
+    std::vector<std::wstring> words;
+    bool inWord = false;
+    bool quoted = false;
+    for (const wchar_t character : line) {
+        const bool blank = character == L' ' || character == L'\t';
+        if (!quoted && (blank || (character == L'#' && !inWord))) {
+            inWord = false;
+            if (!blank) {
+                break;
+            }
+            continue;
+        }
+        if (!inWord) {
+            words.emplace_back();
+            inWord = true;
+        }
+        if (character == L'"') {
+            quoted = !quoted;
+        } else {
+            words.back() += character;
+        }
+    }
+    if (quoted) {
+        throw CScriptError("a quote is not closed");
+    }
+    return words;
+}
+
+long ToNumber(const std::wstring& text)
+{
+    try {
+        size_t used = 0;
+        const long long number = std::stoll(text, &used, 0);
+        if (used == text.size()) {
+            return static_cast<long>(number);  // 0x80004005 means the negative number of the same bits
+        }
+    } catch (const std::logic_error&) {
+    }
+    throw CScriptError("not a number: " + ToUtf8(text));
+}
+
+DWORD ToCount(const std::wstring& text)
+{
+    const long number = ToNumber(text);
+    if (number < 1) {
+        throw CScriptError("must be 1 or more: " + ToUtf8(text));
+    }
+    return static_cast<DWORD>(number);
+}
+
+DWORD ToMilliseconds(const std::wstring& text)
+{
+    return text == L"forever" ? INFINITE : ToCount(text);
+}
+
+// "key=value" taken apart; a word without "=" is a key without value.
+std::pair<std::wstring, std::wstring> SplitOption(const std::wstring& word)
+{
+    const size_t equals = word.find(L'=');
+    if (equals == std::wstring::npos) {
+        return {word, L""};
+    }
+    return {word.substr(0, equals), word.substr(equals + 1)};
+}
+
+void RequireWords(const std::vector<std::wstring>& words, size_t fewest, size_t most)
+{
+    if (words.size() < fewest || words.size() > most) {
+        throw CScriptError("too few or too many words");
+    }
+}
+
+[[noreturn]] void RefuseWord(const std::wstring& word)
+{
+    throw CScriptError("unknown word " + ToUtf8(word));
+}
+
+template <class Value>
+const Value* FindFor(const std::map<std::wstring, Value>& rules, const std::wstring& file)
+{
+    auto found = rules.find(LowerCase(file));
+    if (found == rules.end()) {
+        found = rules.find(L"*");
+    }
+    return found == rules.end() ? nullptr : &found->second;
+}
+
+void SetExceptionPart(FaultAction& action, const std::wstring& word)
+{
+    const auto [key, value] = SplitOption(word);
+    if (key == L"code") {
+        action.code = static_cast<WORD>(ToNumber(value));
+        action.status = S_OK;
+    } else if (key == L"scode") {
+        action.status = ToNumber(value);
+    } else if (key == L"source") {
+        action.source = value;
+    } else if (key == L"description") {
+        action.description = value;
+    } else if (key == L"help") {
+        action.helpFile = value;
+    } else if (key == L"context") {
+        action.helpContext = static_cast<DWORD>(ToNumber(value));
+    } else {
+        RefuseWord(word);
+    }
+}
+
+FaultAction ParseAction(const std::vector<std::wstring>& words, size_t at)
+{
+    FaultAction action;
+    RequireWords(words, at + 1, words.size());
+    const std::wstring& verb = words[at];
+    if (verb == L"exception") {
+        action.kind = FaultAction::Kind::exception;
+        for (++at; at < words.size(); ++at) {
+            SetExceptionPart(action, words[at]);
+        }
+        return action;
+    }
+    if (verb == L"end-before" || verb == L"end-after") {
+        RequireWords(words, at + 1, at + 1);
+        action.kind = verb == L"end-before" ? FaultAction::Kind::endBefore : FaultAction::Kind::endAfter;
+        return action;
+    }
+    if (verb != L"fail" && verb != L"busy" && verb != L"slow") {
+        RefuseWord(verb);
+    }
+    RequireWords(words, at + 2, at + 2);
+    if (verb == L"fail") {
+        action.status = ToNumber(words[at + 1]);
+        return action;
+    }
+    action.kind = verb == L"busy" ? FaultAction::Kind::busy : FaultAction::Kind::slow;
+    action.milliseconds = ToMilliseconds(words[at + 1]);
+    return action;
+}
+
+// Takes a word that says which calls a fault hits; answers whether the word was one.
+bool SetCondition(FaultRule& rule, const std::wstring& word)
+{
+    const auto [key, value] = SplitOption(word);
+    if (key == L"nth") {
+        rule.nth = ToCount(value);
+    } else if (key == L"dispid") {
+        rule.dispid = ToNumber(value);
+    } else if (key == L"file") {
+        rule.file = LowerCase(value);
+    } else if (key == L"lasting") {
+        rule.lasting = true;
+    } else if (key == L"across") {
+        rule.across = true;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+CScript::CScript(const std::wstring& path)
+{
+    int number = 0;
+    for (const std::wstring& line : ReadLines(path)) {
+        ++number;
+        try {
+            const Words words = SplitWords(line);
+            if (!words.empty()) {
+                AddRule(words);
+            }
+        } catch (const CScriptError& error) {
+            throw CScriptError("line " + std::to_string(number) + ": " + error.what());
+        }
+    }
+}
+
+void CScript::AddRule(const Words& words)
+{
+    const std::wstring& verb = words[0];
+    if (verb == L"datecode") {
+        RequireWords(words, 2, 2);
+        m_dateCode = ToNumber(words[1]);
+    } else if (verb == L"open") {
+        AddOpen(words);
+    } else if (verb == L"count") {
+        RequireWords(words, 3, 3);
+        m_counts[LowerCase(words[1])] = ToNumber(words[2]);
+    } else if (verb == L"names") {
+        AddNames(words);
+    } else if (verb == L"missing") {
+        RequireWords(words, 3, 3);
+        m_missing.emplace(LowerCase(words[1]), words[2]);
+    } else if (verb == L"start-refuse") {
+        RequireWords(words, 1, 2);
+        const auto [key, value] = SplitOption(words.size() == 2 ? words[1] : L"from=1");
+        if (key != L"from") {
+            RefuseWord(key);
+        }
+        m_refuseFrom = ToCount(value);
+    } else if (verb == L"fault") {
+        AddFault(words);
+    } else {
+        RefuseWord(verb);
+    }
+}
+
+void CScript::AddOpen(const Words& words)
+{
+    RequireWords(words, 3, 4);
+    OpenAnswer answer;
+    for (size_t at = 2; at < words.size(); ++at) {
+        const auto [key, value] = SplitOption(words[at]);
+        if (key == L"null") {
+            answer.withDocument = false;
+        } else if (key == L"code") {
+            answer.errorCode = ToNumber(value);
+        } else {
+            RefuseWord(words[at]);
+        }
+    }
+    m_open[LowerCase(words[1])] = answer;
+}
+
+void CScript::AddNames(const Words& words)
+{
+    static const std::map<std::wstring, NamesKind> kinds = {
+        {L"texts", NamesKind::texts}, {L"variants", NamesKind::variants}, {L"single", NamesKind::single},
+        {L"empty", NamesKind::empty}, {L"integers", NamesKind::integers}, {L"from-one", NamesKind::fromOne},
+    };
+    RequireWords(words, 3, 3);
+    const auto [key, value] = SplitOption(words[2]);
+    if (key == L"first") {
+        m_namesLimits[LowerCase(words[1])] = static_cast<size_t>(ToCount(value));
+        return;
+    }
+    const auto kind = kinds.find(words[2]);
+    if (kind == kinds.end()) {
+        RefuseWord(words[2]);
+    }
+    m_names[LowerCase(words[1])] = kind->second;
+}
+
+void CScript::AddFault(const Words& words)
+{
+    FaultRule rule;
+    size_t at = 1;
+    while (at < words.size() && SetCondition(rule, words[at])) {
+        ++at;
+    }
+    rule.action = ParseAction(words, at);
+    if (rule.action.kind == FaultAction::Kind::busy && (rule.dispid || !rule.file.empty())) {
+        // A call is turned away before anyone can see what it asks.
+        throw CScriptError("busy goes by the number of the call alone");
+    }
+    m_faults.push_back(rule);
+}
+
+OpenAnswer CScript::Open(const std::wstring& file) const
+{
+    const OpenAnswer* answer = FindFor(m_open, file);
+    return answer != nullptr ? *answer : OpenAnswer{};
+}
+
+std::optional<long> CScript::Count(const std::wstring& file) const
+{
+    const long* count = FindFor(m_counts, file);
+    return count != nullptr ? std::optional(*count) : std::nullopt;
+}
+
+NamesKind CScript::Names(const std::wstring& file) const
+{
+    const NamesKind* kind = FindFor(m_names, file);
+    return kind != nullptr ? *kind : NamesKind::texts;
+}
+
+std::optional<size_t> CScript::NamesLimit(const std::wstring& file) const
+{
+    const size_t* limit = FindFor(m_namesLimits, file);
+    return limit != nullptr ? std::optional(*limit) : std::nullopt;
+}
+
+bool CScript::IsMissing(const std::wstring& file, const std::wstring& configuration) const
+{
+    return m_missing.contains({LowerCase(file), configuration}) || m_missing.contains({L"*", configuration});
+}

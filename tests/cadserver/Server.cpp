@@ -1,0 +1,167 @@
+#include "tests/cadserver/Server.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include "tests/cadserver/Application.h"
+#include "tests/cadserver/Session.h"
+#include "tests/cadserver/Settings.h"
+#include "tests/cadserver/TextFile.h"
+
+namespace {
+
+constexpr UINT kClientTime =
+    60'000;  // milliseconds in which the client that had the server started must show up
+constexpr WORD kInvokeMethod = 6;  // position of Invoke in IDispatch
+
+// A COM object of the length of the process, so that counting references has no use.
+template <class Interface>
+class CLastingObject : public Interface
+{
+public:
+    explicit CLastingObject(REFIID identifier) : m_identifier(identifier) {}
+
+    STDMETHODIMP QueryInterface(REFIID identifier, void** object) override
+    {
+        const bool known = identifier == IID_IUnknown || identifier == m_identifier;
+        *object = known ? this : nullptr;
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+
+private:
+    IID m_identifier;
+};
+
+// Hands out application objects. References to the class object itself do not keep the server alive.
+class CApplicationFactory : public CLastingObject<IClassFactory>
+{
+public:
+    explicit CApplicationFactory(CSession& session) : CLastingObject(IID_IClassFactory), m_session(session) {}
+
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID identifier, void** object) override
+    {
+        *object = nullptr;
+        if (outer != nullptr) {
+            return CLASS_E_NOAGGREGATION;
+        }
+        auto* application = new CApplication(m_session);
+        const HRESULT result = application->QueryInterface(identifier, object);
+        application->Release();
+        return result;
+    }
+
+    STDMETHODIMP LockServer(BOOL lock) override
+    {
+        if (lock != FALSE) {
+            m_session.AddObject();
+        } else {
+            m_session.RemoveObject();
+        }
+        return S_OK;
+    }
+
+private:
+    CSession& m_session;
+};
+
+// Turns calls away while the script says that the server is busy.
+class CBusyFilter : public CLastingObject<IMessageFilter>
+{
+public:
+    explicit CBusyFilter(CSession& session) : CLastingObject(IID_IMessageFilter), m_session(session) {}
+
+    STDMETHODIMP_(DWORD)
+    HandleInComingCall(DWORD /*type*/, HTASK /*caller*/, DWORD /*ticks*/, LPINTERFACEINFO info) override
+    {
+        const bool invoke = info != nullptr && info->iid == IID_IDispatch && info->wMethod == kInvokeMethod;
+        if (!invoke || !m_session.Faults().IsBusy(GetTickCount64())) {
+            return SERVERCALL_ISHANDLED;
+        }
+        m_session.Log().Add({L"-", L"busy"});
+        return SERVERCALL_RETRYLATER;
+    }
+    STDMETHODIMP_(DWORD) RetryRejectedCall(HTASK /*callee*/, DWORD /*ticks*/, DWORD /*type*/) override
+    {
+        return static_cast<DWORD>(-1);
+    }
+    STDMETHODIMP_(DWORD) MessagePending(HTASK /*callee*/, DWORD /*ticks*/, DWORD /*type*/) override
+    {
+        return PENDINGMSG_WAITDEFPROCESS;
+    }
+
+private:
+    CSession& m_session;
+};
+
+// The single-threaded apartment of the calling thread.
+class CApartment
+{
+public:
+    CApartment() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
+    ~CApartment() { CoUninitialize(); }
+    CApartment(const CApartment&) = delete;
+    CApartment& operator=(const CApartment&) = delete;
+};
+
+void ServeCalls(CSession& session)
+{
+    const UINT_PTR idleTimer = SetTimer(nullptr, 0, kClientTime, nullptr);
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (message.message == WM_TIMER && message.wParam == idleTimer) {
+            KillTimer(nullptr, idleTimer);
+            if (!session.WasUsed()) {
+                session.RequestEnd(L"unused");
+            }
+        } else {
+            DispatchMessageW(&message);
+        }
+    }
+}
+
+DWORD CountStart()
+{
+    const DWORD start = ReadCounter(L"Starts") + 1;
+    WriteCounter(L"Starts", start);
+    return start;
+}
+
+int ServeWith(const CScript& script, const CCallLog& log, int version)
+{
+    const std::wstring process = L"process=" + std::to_wstring(GetCurrentProcessId());
+    const std::wstring versionText = L"version=" + std::to_wstring(version);
+    if (script.RefusesStart(CountStart())) {
+        log.Add({L"-", L"refused", process, versionText});
+        return 1;
+    }
+    const CApartment apartment;
+    CSession session(version, script, log);
+    CApplicationFactory factory(session);
+    CBusyFilter filter(session);
+    CoRegisterMessageFilter(&filter, nullptr);
+    log.Add({L"-", L"start", process, versionText});
+    if (FAILED(session.RegisterClassObject(factory))) {
+        session.EndNow(L"not registered");
+    }
+    ServeCalls(session);
+    CoRegisterMessageFilter(nullptr, nullptr);
+    session.LogEnd();
+    return 0;
+}
+
+}  // namespace
+
+int Serve(int version)
+{
+    const CCallLog log(LogPath());
+    const std::wstring path = ScriptPath();
+    try {
+        return ServeWith(path.empty() ? CScript() : CScript(path), log, version);
+    } catch (const std::exception& error) {
+        log.Add({L"-", L"script-error", FromUtf8(error.what())});
+        return 1;
+    }
+}

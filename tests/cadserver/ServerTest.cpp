@@ -1,0 +1,715 @@
+// The stand-in CAD server, asked by a bare automation client. Each test registers nothing anew: the versions
+// 25 and 30 are registered once, and every test gives the server its own script, log and part files.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/cadserver/ComPointers.h"
+#include "tests/cadserver/PartFile.h"
+#include "tests/cadserver/TextFile.h"
+
+namespace {
+
+constexpr DISPID kEnd = 6;
+constexpr DISPID kClose = 7;
+constexpr DISPID kDateCode = 11;
+constexpr DISPID kVisible = 24;
+constexpr DISPID kOpen = 99;
+constexpr DISPID kOpenNames = 1001;
+constexpr DISPID kAcceptWarning = 17;
+constexpr DISPID kCount = 65971;
+constexpr DISPID kNames = 65972;
+constexpr DISPID kSave = 66019;
+constexpr DISPID kByName = 66048;
+constexpr DISPID kBomName = 5;
+constexpr DISPID kUseBomName = 6;
+
+constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
+constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
+
+std::wstring ProgramFolder()
+{
+    wchar_t path[MAX_PATH] = L"";
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return std::filesystem::path(path).parent_path().wstring();
+}
+
+// Runs cadserver.exe with these words and returns its exit status.
+DWORD RunServerProgram(const std::wstring& words)
+{
+    std::wstring command = L"\"" + ProgramFolder() + L"\\cadserver.exe\" " + words;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &process)) {
+        return ~0U;
+    }
+    DWORD status = ~0U;
+    WaitForSingleObject(process.hProcess, INFINITE);
+    GetExitCodeProcess(process.hProcess, &status);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return status;
+}
+
+std::wstring Quoted(const std::filesystem::path& path)
+{
+    return L"\"" + path.wstring() + L"\"";
+}
+
+// What a call gave the client.
+struct Answer
+{
+    HRESULT status = S_OK;
+    _variant_t value;
+    EXCEPINFO exception{};
+    UINT wrongArgument = ~0U;
+
+    [[nodiscard]] IDispatchPtr Object() const
+    {
+        return {value.vt == VT_DISPATCH ? value.pdispVal : nullptr, true};
+    }
+};
+
+Answer Invoke(IDispatch* object, DISPID dispid, std::vector<_variant_t> arguments,
+              WORD kind = DISPATCH_METHOD)
+{
+    std::reverse(arguments.begin(), arguments.end());
+    DISPID put = DISPID_PROPERTYPUT;
+    DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+    if (kind == DISPATCH_PROPERTYPUT) {
+        parameters.rgdispidNamedArgs = &put;
+        parameters.cNamedArgs = 1;
+    }
+    Answer answer;
+    answer.status = object->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters, &answer.value,
+                                   &answer.exception, &answer.wrongArgument);
+    return answer;
+}
+
+_variant_t Flag(bool flag)
+{
+    return _variant_t(flag);
+}
+
+_variant_t Number(long number)
+{
+    return {number, VT_I4};
+}
+
+_variant_t Reference(long& number)
+{
+    _variant_t value;
+    value.vt = VT_BYREF | VT_I4;
+    value.plVal = &number;
+    return value;
+}
+
+Answer Open(IDispatch* application, const std::filesystem::path& path, long& errorCode)
+{
+    return Invoke(application, kOpen,
+                  {path.c_str(), Number(1), Flag(false), Flag(false), Flag(true), Reference(errorCode)});
+}
+
+std::vector<std::wstring> TextsOf(const _variant_t& names)
+{
+    std::vector<std::wstring> texts;
+    LONG first = 0;
+    LONG last = -1;
+    SafeArrayGetLBound(names.parray, 1, &first);
+    SafeArrayGetUBound(names.parray, 1, &last);
+    for (LONG index = first; index <= last; ++index) {
+        BSTR text = nullptr;
+        SafeArrayGetElement(names.parray, &index, &text);
+        texts.emplace_back(_bstr_t(text, false).GetBSTR());
+    }
+    return texts;
+}
+
+class ServerTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        ASSERT_EQ(0U, RunServerProgram(L"--register 25 30 --current 30"));
+    }
+
+    static void TearDownTestSuite()
+    {
+        RunServerProgram(L"--unregister");
+        CoUninitialize();
+    }
+
+    void SetUp() override
+    {
+        static int number = 0;
+        m_folder = std::filesystem::temp_directory_path() /
+                   (L"cadserver" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
+        std::filesystem::create_directories(m_folder);
+        m_part = m_folder / L"N_ISO_4017_M8.sldprt";
+        ASSERT_EQ(S_OK, CreatePartFile(m_part.wstring(), {L"M8x10", L"M8/x 12", L"Größe"}));
+        Script("");
+    }
+
+    void TearDown() override
+    {
+        m_application = nullptr;
+        WaitForEnds();
+        std::error_code ignored;
+        std::filesystem::remove_all(m_folder, ignored);
+    }
+
+    // The script of every server that is started from now on.
+    void Script(const std::string& rules)
+    {
+        std::ofstream(m_folder / L"script", std::ios::binary) << rules;
+        ASSERT_EQ(0U, RunServerProgram(L"--configure --script " + Quoted(m_folder / L"script") + L" --log " +
+                                       Quoted(m_folder / L"log")));
+    }
+
+    HRESULT Start(const wchar_t* progId = L"SldWorks.Application.30")
+    {
+        m_application = nullptr;
+        return m_application.CreateInstance(progId, nullptr, CLSCTX_LOCAL_SERVER);
+    }
+
+    [[nodiscard]] IDispatch* Application() const { return m_application; }
+
+    // A new start of the server under a script, and its part opened.
+    IDispatchPtr StartAndOpen(const std::string& rules)
+    {
+        Script(rules);
+        EXPECT_EQ(S_OK, Start());
+        long errorCode = -1;
+        return m_application != nullptr ? Open(m_application, m_part, errorCode).Object() : IDispatchPtr();
+    }
+
+    void Release() { m_application = nullptr; }
+
+    // The lines of the log without the process numbers.
+    [[nodiscard]] std::vector<std::wstring> LogLines() const
+    {
+        std::vector<std::wstring> lines;
+        if (std::filesystem::exists(m_folder / L"log")) {
+            lines = ReadLines((m_folder / L"log").wstring());
+        }
+        for (std::wstring& line : lines) {
+            if (const size_t at = line.find(L"process="); at != std::wstring::npos) {
+                const size_t tab = std::min(line.find(L'\t', at), line.size());
+                line.replace(at + 8, tab - at - 8, L"N");
+            }
+        }
+        return lines;
+    }
+
+    // Waits until every server that logged its start has logged its end.
+    void WaitForEnds() const
+    {
+        const auto count = [](const std::vector<std::wstring>& lines, const wchar_t* text) {
+            return std::ranges::count_if(lines,
+                                         [&](const std::wstring& line) { return line.starts_with(text); });
+        };
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            const std::vector<std::wstring> lines = LogLines();
+            if (count(lines, L"-\tstart") == count(lines, L"-\tend")) {
+                return;
+            }
+            Sleep(50);
+        }
+        ADD_FAILURE() << "a server does not end";
+    }
+
+    [[nodiscard]] std::vector<PartConfiguration> OnDisk() const
+    {
+        std::vector<PartConfiguration> configurations;
+        EXPECT_EQ(S_OK, ReadConfigurations(m_part.wstring(), configurations));
+        return configurations;
+    }
+
+    std::filesystem::path m_folder;
+    std::filesystem::path m_part;
+
+private:
+    IDispatchPtr m_application;
+};
+
+TEST_F(ServerTest, TellsItsVersionsByProgId)
+{
+    CLSID current{};
+    ASSERT_EQ(S_OK, CLSIDFromProgID(L"SldWorks.Application", &current));
+    LPOLESTR progId = nullptr;
+    ASSERT_EQ(S_OK, ProgIDFromCLSID(current, &progId));
+    EXPECT_STREQ(L"SldWorks.Application.30", progId);
+    CoTaskMemFree(progId);
+    CLSID other{};
+    EXPECT_EQ(S_OK, CLSIDFromProgID(L"SldWorks.Application.25", &other));
+    EXPECT_FALSE(IsEqualGUID(current, other));
+    EXPECT_TRUE(FAILED(CLSIDFromProgID(L"SldWorks.Application.26", &other)));
+}
+
+TEST_F(ServerTest, ServesEachVersionInAProcessOfItsOwn)
+{
+    ASSERT_EQ(S_OK, Start(L"SldWorks.Application.25"));
+    EXPECT_EQ(L"-\tstart\tprocess=N\tversion=25", LogLines().at(0));
+    ASSERT_EQ(S_OK, Start(L"SldWorks.Application"));
+    WaitForEnds();
+}
+
+TEST_F(ServerTest, WritesEachConfigurationAndLogsEachCall)
+{
+    ASSERT_EQ(S_OK, Start());
+    Answer answer = Invoke(Application(), kDateCode, {});
+    EXPECT_EQ(VT_I4, answer.value.vt);
+    EXPECT_EQ(2019250, answer.value.lVal);
+    EXPECT_EQ(S_OK, Invoke(Application(), kVisible, {Flag(false), Number(1)}).status);
+    long errorCode = 77;
+    IDispatchPtr document = Open(Application(), m_part, errorCode).Object();
+    ASSERT_TRUE(document != nullptr);
+    EXPECT_EQ(0, errorCode);
+    EXPECT_EQ(S_OK, Invoke(document, kAcceptWarning, {}).status);
+    EXPECT_EQ(3, Invoke(document, kCount, {}).value.lVal);
+    answer = Invoke(document, kNames, {});
+    ASSERT_EQ(VT_ARRAY | VT_BSTR, answer.value.vt);
+    EXPECT_EQ((std::vector<std::wstring>{L"M8x10", L"M8/x 12", L"Größe"}), TextsOf(answer.value));
+    IDispatchPtr configuration = Invoke(document, kByName, {L"Größe"}).Object();
+    ASSERT_TRUE(configuration != nullptr);
+    EXPECT_EQ(S_OK, Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT).status);
+    EXPECT_EQ(S_OK, Invoke(configuration, kBomName, {L"Norm 4017 - ß"}, DISPATCH_PROPERTYPUT).status);
+    EXPECT_FALSE(OnDisk()[2].useAlternative);  // only saving changes the file
+    EXPECT_EQ(0, Invoke(document, kSave, {Flag(true)}).value.lVal);
+    configuration = nullptr;
+    document = nullptr;
+    EXPECT_EQ(S_OK, Invoke(Application(), kClose, {m_part.c_str()}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kEnd, {}).status);
+    Release();
+    WaitForEnds();
+
+    const std::vector<PartConfiguration> expected = {
+        {L"M8x10", false, L""}, {L"M8/x 12", false, L""}, {L"Größe", true, L"Norm 4017 - ß"}};
+    EXPECT_EQ(expected, OnDisk());
+    const std::wstring name = m_part.filename().wstring();
+    const std::vector<std::wstring> lines = {
+        L"-\tstart\tprocess=N\tversion=30",
+        L"1\tapplication\t11\tmethod\tI4=2019250",
+        L"2\tapplication\t24\tmethod\tBOOL=0\tI4=1\tok",
+        L"3\tapplication\t99\tmethod\tBSTR=" + m_part.wstring() +
+            L"\tI4=1\tBOOL=0\tBOOL=0\tBOOL=-1\tI4&=0\tdocument " + name,
+        L"4\tdocument " + name + L"\t17\tmethod\tok",
+        L"5\tdocument " + name + L"\t65971\tmethod\tI4=3",
+        L"6\tdocument " + name + L"\t65972\tmethod\tBSTR[3]=M8x10|M8/x 12|Größe",
+        L"7\tdocument " + name + L"\t66048\tmethod\tBSTR=Größe\tconfiguration " + name + L"/Größe",
+        L"8\tconfiguration " + name + L"/Größe\t6\tput\tBOOL=-1\tok",
+        L"9\tconfiguration " + name + L"/Größe\t5\tput\tBSTR=Norm 4017 - ß\tok",
+        L"10\tdocument " + name + L"\t66019\tmethod\tBOOL=-1\tI4=0",
+        L"11\tapplication\t7\tmethod\tBSTR=" + m_part.wstring() + L"\tok",
+        L"12\tapplication\t6\tmethod\tok",
+        L"-\tend\tprocess=N\treason=asked\topen=",
+    };
+    EXPECT_EQ(lines, LogLines());
+}
+
+TEST_F(ServerTest, SavingLeavesTheRestOfTheFileAsItIs)
+{
+    const auto bodyOf = [this] {
+        IStoragePtr storage;
+        IStreamPtr stream;
+        StgOpenStorage(m_part.c_str(), nullptr, STGM_READ | STGM_SHARE_DENY_WRITE, nullptr, 0, &storage);
+        storage->OpenStream(L"Body", nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0, &stream);
+        std::string bytes(500'000, '\0');
+        ULONG read = 0;
+        stream->Read(bytes.data(), static_cast<ULONG>(bytes.size()), &read);
+        bytes.resize(read);
+        return bytes;
+    };
+    const std::string before = bodyOf();
+    IDispatchPtr document = StartAndOpen("");
+    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
+    // Long enough to move the configuration out of the compound file's small streams, and back.
+    for (const size_t length : {6000, 3}) {
+        const std::wstring name(length, L'x');
+        Invoke(configuration, kBomName, {name.c_str()}, DISPATCH_PROPERTYPUT);
+        EXPECT_EQ(0, Invoke(document, kSave, {Flag(true)}).value.lVal);
+        EXPECT_EQ(name, OnDisk()[0].alternative);
+    }
+    EXPECT_GE(before.size(), 20'000U);
+    EXPECT_EQ(before, bodyOf());
+}
+
+TEST_F(ServerTest, ClosingWithoutSavingLosesTheChanges)
+{
+    IDispatchPtr document = StartAndOpen("");
+    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
+    Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
+    std::wstring upper = m_part.wstring();
+    CharUpperW(upper.data());
+    EXPECT_EQ(S_OK, Invoke(Application(), kClose, {upper.c_str()}).status);
+    EXPECT_EQ(RPC_E_DISCONNECTED, Invoke(document, kSave, {Flag(true)}).status);
+    EXPECT_EQ(RPC_E_DISCONNECTED,
+              Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT).status);
+    EXPECT_FALSE(OnDisk()[0].useAlternative);
+    EXPECT_EQ(S_OK, Invoke(Application(), kClose, {upper.c_str()}).status);
+    EXPECT_TRUE(LogLines().back().ends_with(L"\tnot open"));
+}
+
+TEST_F(ServerTest, KeepsADocumentOpenThatNobodyClosed)
+{
+    IDispatchPtr document = StartAndOpen("");
+    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
+    Invoke(configuration, kBomName, {L"kept"}, DISPATCH_PROPERTYPUT);
+    configuration = nullptr;
+    document = nullptr;
+    EXPECT_STREQ(L"N_ISO_4017_M8.sldprt", Invoke(Application(), kOpenNames, {}).value.bstrVal);
+    long errorCode = -1;
+    document = Open(Application(), m_part, errorCode).Object();
+    Invoke(document, kSave, {Flag(true)});
+    EXPECT_EQ(L"kept", OnDisk()[0].alternative);
+    document = nullptr;
+    Release();
+    WaitForEnds();
+    EXPECT_EQ(L"-\tend\tprocess=N\treason=released\topen=N_ISO_4017_M8.sldprt", LogLines().back());
+}
+
+TEST_F(ServerTest, OpensNoReadOnlyMissingOrForeignFile)
+{
+    ASSERT_EQ(S_OK, Start());
+    long errorCode = 0;
+    SetFileAttributesW(m_part.c_str(), FILE_ATTRIBUTE_READONLY);
+    Answer answer = Open(Application(), m_part, errorCode);
+    EXPECT_EQ(S_OK, answer.status);
+    EXPECT_EQ(VT_DISPATCH, answer.value.vt);
+    EXPECT_TRUE(answer.Object() == nullptr);
+    EXPECT_EQ(3, errorCode);
+    SetFileAttributesW(m_part.c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_TRUE(Open(Application(), m_folder / L"none.sldprt", errorCode).Object() == nullptr);
+    EXPECT_EQ(2, errorCode);
+    EXPECT_TRUE(Open(Application(), m_folder / L"script", errorCode).Object() == nullptr);
+    EXPECT_EQ(1, errorCode);
+}
+
+TEST_F(ServerTest, RefusesWrongArguments)
+{
+    IDispatchPtr document = StartAndOpen("");
+    EXPECT_EQ(DISP_E_BADPARAMCOUNT, Invoke(Application(), kVisible, {Flag(true)}).status);
+    EXPECT_EQ(DISP_E_BADPARAMCOUNT, Invoke(Application(), kDateCode, {Number(1)}).status);
+    _variant_t one;
+    one.vt = VT_BOOL;
+    one.boolVal = 1;
+    const Answer raw = Invoke(Application(), kVisible, {one, Number(1)});
+    EXPECT_EQ(DISP_E_TYPEMISMATCH, raw.status);
+    EXPECT_EQ(1U, raw.wrongArgument);  // the array of a call runs from its last argument to its first
+    EXPECT_TRUE(LogLines().back().ends_with(L"\tBOOL=1\tI4=1\t0x80020005"));
+    EXPECT_EQ(DISP_E_TYPEMISMATCH,
+              Invoke(Application(), kVisible, {Flag(true), _variant_t(short{1})}).status);
+    EXPECT_EQ(DISP_E_TYPEMISMATCH, Invoke(Application(), kVisible, {Number(1), Number(1)}).status);
+    EXPECT_EQ(DISP_E_TYPEMISMATCH, Invoke(document, kByName, {Number(1)}).status);
+    EXPECT_EQ(DISP_E_TYPEMISMATCH,
+              Invoke(Application(), kOpen,
+                     {m_part.c_str(), Number(1), Flag(false), Flag(false), Flag(true), Number(0)})
+                  .status);
+    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(Application(), 12, {}).status);
+    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(Application(), kDateCode, {}, DISPATCH_PROPERTYGET).status);
+    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
+    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(configuration, kBomName, {L"x"}).status);
+}
+
+TEST_F(ServerTest, GivesIdentifiersByName)
+{
+    ASSERT_EQ(S_OK, Start());
+    wchar_t name[] = L"datecode";
+    wchar_t* names = name;
+    DISPID dispid = 0;
+    EXPECT_EQ(S_OK, Application()->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &dispid));
+    EXPECT_EQ(kDateCode, dispid);
+    wchar_t unknown[] = L"none";
+    names = unknown;
+    EXPECT_EQ(DISP_E_UNKNOWNNAME,
+              Application()->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &dispid));
+}
+
+TEST_F(ServerTest, ScriptSaysTheDateCode)
+{
+    Script("datecode 1999249  # one below the oldest release that will do\n");
+    ASSERT_EQ(S_OK, Start());
+    EXPECT_EQ(1999249, Invoke(Application(), kDateCode, {}).value.lVal);
+}
+
+TEST_F(ServerTest, ScriptSaysWhatOpeningGives)
+{
+    struct Case
+    {
+        const char* rule;
+        bool document;
+        long code;
+    };
+    const std::filesystem::path other = m_folder / L"other name.sldprt";
+    ASSERT_EQ(S_OK, CreatePartFile(other.wstring(), {L"a"}));
+    for (const Case& expected :
+         {Case{"null", false, 0}, Case{"null code=5", false, 5}, Case{"code=128", true, 128},
+          Case{"code=-2", true, -2}, Case{"code=1", true, 1}}) {
+        SCOPED_TRACE(expected.rule);
+        Script("open \"OTHER name.sldprt\" " + std::string(expected.rule) + "\n");
+        ASSERT_EQ(S_OK, Start());
+        long errorCode = 99;
+        EXPECT_EQ(expected.document, Open(Application(), other, errorCode).Object() != nullptr);
+        EXPECT_EQ(expected.code, errorCode);
+        EXPECT_TRUE(Open(Application(), m_part, errorCode).Object() != nullptr);
+        EXPECT_EQ(0, errorCode);
+        Release();
+        WaitForEnds();
+    }
+}
+
+TEST_F(ServerTest, ScriptSaysTheNames)
+{
+    struct Case
+    {
+        const char* rules;
+        VARTYPE type;
+        const wchar_t* logged;
+    };
+    const Case cases[] = {
+        {"names * variants\n", VT_ARRAY | VT_VARIANT, L"VARIANT[3]=M8x10|M8/x 12|Größe"},
+        {"names * single\n", VT_BSTR, L"BSTR=M8x10"},
+        {"names * empty\n", VT_EMPTY, L"ok"},
+        {"names * integers\n", VT_ARRAY | VT_I4, L"I4[3]=1|2|3"},
+        {"names * from-one\n", VT_ARRAY | VT_BSTR, L"BSTR[1..3]=M8x10|M8/x 12|Größe"},
+        {"names * first=2\n", VT_ARRAY | VT_BSTR, L"BSTR[2]=M8x10|M8/x 12"},
+    };
+    for (const Case& expected : cases) {
+        SCOPED_TRACE(expected.rules);
+        IDispatchPtr document = StartAndOpen(expected.rules);
+        ASSERT_TRUE(document != nullptr);
+        EXPECT_EQ(3, Invoke(document, kCount, {}).value.lVal);
+        EXPECT_EQ(expected.type, Invoke(document, kNames, {}).value.vt);
+        EXPECT_TRUE(LogLines().back().ends_with(std::wstring(L"\t") + expected.logged))
+            << ToUtf8(LogLines().back());
+        document = nullptr;
+        Release();
+        WaitForEnds();
+    }
+}
+
+TEST_F(ServerTest, ScriptSaysTheCountAndHidesAConfiguration)
+{
+    IDispatchPtr document =
+        StartAndOpen("count N_iso_4017_m8.sldprt -1\nmissing N_ISO_4017_M8.sldprt \"M8/x 12\"\n");
+    EXPECT_EQ(-1, Invoke(document, kCount, {}).value.lVal);
+    EXPECT_EQ(3U, TextsOf(Invoke(document, kNames, {}).value).size());
+    const Answer missing = Invoke(document, kByName, {L"M8/x 12"});
+    EXPECT_EQ(S_OK, missing.status);
+    EXPECT_TRUE(missing.Object() == nullptr);
+    EXPECT_TRUE(Invoke(document, kByName, {L"M8x10"}).Object() != nullptr);
+}
+
+TEST_F(ServerTest, FaultReportsAnException)
+{
+    Script(
+        "fault nth=2 exception code=1001 source=\"CAD system\" description=\"Schlüssel fehlt\" "
+        "help=C:\\h.chm "
+        "context=7\n"
+        "fault nth=3 exception scode=0x8004ABCD\n");
+    ASSERT_EQ(S_OK, Start());
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    Answer answer = Invoke(Application(), kDateCode, {});
+    EXPECT_EQ(DISP_E_EXCEPTION, answer.status);
+    EXPECT_EQ(1001, answer.exception.wCode);
+    EXPECT_EQ(0, answer.exception.scode);
+    EXPECT_STREQ(L"CAD system", _bstr_t(answer.exception.bstrSource, false));
+    EXPECT_STREQ(L"Schlüssel fehlt", _bstr_t(answer.exception.bstrDescription, false));
+    EXPECT_STREQ(L"C:\\h.chm", _bstr_t(answer.exception.bstrHelpFile, false));
+    EXPECT_EQ(7U, answer.exception.dwHelpContext);
+    EXPECT_EQ(L"2\tapplication\t11\tmethod\t0x80020009", LogLines().back());
+    answer = Invoke(Application(), kDateCode, {});
+    EXPECT_EQ(DISP_E_EXCEPTION, answer.status);
+    EXPECT_EQ(0, answer.exception.wCode);
+    EXPECT_EQ(static_cast<HRESULT>(0x8004ABCD), answer.exception.scode);
+    EXPECT_TRUE(answer.exception.bstrSource == nullptr);
+    EXPECT_TRUE(answer.exception.bstrDescription == nullptr);
+    EXPECT_TRUE(answer.exception.bstrHelpFile == nullptr);
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+}
+
+TEST_F(ServerTest, FaultGoesByDispidAndFile)
+{
+    const std::filesystem::path other = m_folder / L"other.sldprt";
+    ASSERT_EQ(S_OK, CreatePartFile(other.wstring(), {L"a"}));
+    Script(
+        "fault dispid=24 nth=2 fail 0x80004005\n"
+        "fault file=OTHER.sldprt nth=2 lasting fail 0x8000FFFF\n");
+    ASSERT_EQ(S_OK, Start());
+    const auto show = [this] { return Invoke(Application(), kVisible, {Flag(true), Number(1)}).status; };
+    EXPECT_EQ(S_OK, show());
+    EXPECT_EQ(E_FAIL, show());
+    EXPECT_EQ(S_OK, show());
+    long errorCode = -1;
+    IDispatchPtr document = Open(Application(), other, errorCode).Object();
+    ASSERT_TRUE(document != nullptr);
+    IDispatchPtr untouched = Open(Application(), m_part, errorCode).Object();
+    EXPECT_EQ(S_OK, Invoke(untouched, kCount, {}).status);
+    EXPECT_EQ(E_UNEXPECTED, Invoke(document, kCount, {}).status);
+    EXPECT_EQ(E_UNEXPECTED, Invoke(document, kCount, {}).status);
+    EXPECT_EQ(E_UNEXPECTED, Invoke(Application(), kClose, {other.c_str()}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kClose, {m_part.c_str()}).status);
+}
+
+TEST_F(ServerTest, FaultEndsTheServerBeforeActing)
+{
+    IDispatchPtr document = StartAndOpen("fault dispid=66019 end-before\n");
+    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
+    Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
+    EXPECT_EQ(kServerDied, Invoke(document, kSave, {Flag(true)}).status);
+    EXPECT_EQ(kServerGone, Invoke(document, kCount, {}).status);
+    EXPECT_FALSE(OnDisk()[0].useAlternative);
+    const std::vector<std::wstring> lines = LogLines();
+    EXPECT_EQ(L"4\tdocument N_ISO_4017_M8.sldprt\t66019\tmethod\tBOOL=-1\tnot served",
+              lines.at(lines.size() - 2));
+    EXPECT_EQ(L"-\tend\tprocess=N\treason=fault\topen=N_ISO_4017_M8.sldprt", lines.back());
+    EXPECT_EQ(S_OK, Start());  // a new server comes up at once
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+}
+
+TEST_F(ServerTest, FaultEndsTheServerAfterActing)
+{
+    IDispatchPtr document = StartAndOpen("fault dispid=66019 end-after\n");
+    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
+    Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
+    EXPECT_EQ(kServerDied, Invoke(document, kSave, {Flag(true)}).status);
+    EXPECT_TRUE(OnDisk()[0].useAlternative);
+    EXPECT_EQ(S_OK, Start());
+}
+
+TEST_F(ServerTest, FaultSlowsACallDown)
+{
+    Script("fault nth=1 slow 400\n");
+    ASSERT_EQ(S_OK, Start());
+    ULONGLONG begin = GetTickCount64();
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_GE(GetTickCount64() - begin + 20, 400U);
+    begin = GetTickCount64();
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_LT(GetTickCount64() - begin, 400U);
+}
+
+// Without a message filter of its own the client is told that the server is busy.
+TEST_F(ServerTest, FaultTurnsCallsAwayForATime)
+{
+    Script("fault nth=2 busy 500\n");
+    ASSERT_EQ(S_OK, Start());
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(L"-\tbusy", LogLines().back());
+    EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kDateCode, {}).status);
+    Sleep(600);
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(L"2\tapplication\t11\tmethod\tI4=2019250", LogLines().back());
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+}
+
+TEST_F(ServerTest, FaultTurnsCallsAwayForGood)
+{
+    Script("fault nth=1 lasting busy forever\n");
+    ASSERT_EQ(S_OK, Start());
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kDateCode, {}).status);
+    }
+}
+
+TEST_F(ServerTest, FaultCountsFromEachStartOrAcrossAll)
+{
+    Script("fault nth=2 fail 0x80004005\nfault nth=3 across fail 0x8000FFFF\n");
+    const auto call = [this] { return Invoke(Application(), kDateCode, {}).status; };
+    ASSERT_EQ(S_OK, Start());
+    EXPECT_EQ(S_OK, call());
+    EXPECT_EQ(E_FAIL, call());
+    Release();
+    WaitForEnds();
+    ASSERT_EQ(S_OK, Start());
+    EXPECT_EQ(E_UNEXPECTED, call());
+    EXPECT_EQ(E_FAIL, call());
+    EXPECT_EQ(S_OK, call());
+}
+
+TEST_F(ServerTest, RefusesToStartFromTheSecondTimeOn)
+{
+    Script("start-refuse from=2\n");
+    ASSERT_EQ(S_OK, Start());
+    Release();
+    WaitForEnds();
+    const ULONGLONG begin = GetTickCount64();
+    EXPECT_TRUE(FAILED(Start()));
+    EXPECT_LT(GetTickCount64() - begin, 60'000U);
+    EXPECT_EQ(L"-\trefused\tprocess=N\tversion=30", LogLines().back());
+}
+
+TEST_F(ServerTest, AnswersTheCallThatEndsItAndLetsTheNextClientStartAnew)
+{
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_EQ(S_OK, Start());
+        EXPECT_EQ(S_OK, Invoke(Application(), kEnd, {}).status);
+    }
+    Release();
+    WaitForEnds();
+    const std::vector<std::wstring> lines = LogLines();
+    EXPECT_EQ(9U, lines.size());
+}
+
+TEST_F(ServerTest, TellsAWrongScriptBeforeAnyStart)
+{
+    for (const char* rule :
+         {"nonsense", "open x", "names * what", "fault nth=0 fail 1", "fault file=x busy 5", "datecode 12a",
+          "fault description=\"x fail 1", "fault slow"}) {
+        SCOPED_TRACE(rule);
+        std::ofstream(m_folder / L"wrong", std::ios::binary) << rule << "\n";
+        EXPECT_EQ(1U, RunServerProgram(L"--configure --script " + Quoted(m_folder / L"wrong")));
+    }
+    EXPECT_EQ(1U, RunServerProgram(L"--register 19"));
+    EXPECT_EQ(2U, RunServerProgram(L"--what"));
+}
+
+TEST_F(ServerTest, LeavesAProgIdAloneThatBelongsToAnotherProgram)
+{
+    const wchar_t* key = L"Software\\Classes\\SldWorks.Application.31\\CLSID";
+    const wchar_t other[] = L"{00000000-1111-2222-3333-444444444444}";
+    ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, nullptr, REG_SZ, other, sizeof other));
+    EXPECT_EQ(1U, RunServerProgram(L"--register 30 31"));
+    EXPECT_EQ(0U, RunServerProgram(L"--unregister"));
+    wchar_t text[64] = L"";
+    DWORD bytes = sizeof text;
+    RegGetValueW(HKEY_LOCAL_MACHINE, key, nullptr, RRF_RT_REG_SZ, nullptr, text, &bytes);
+    EXPECT_STREQ(other, text);
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\SldWorks.Application.31");
+    CLSID identifier{};
+    EXPECT_TRUE(FAILED(CLSIDFromProgID(L"SldWorks.Application.30", &identifier)));
+    EXPECT_EQ(0U, RunServerProgram(L"--register 25 30 --current none"));
+    EXPECT_TRUE(FAILED(CLSIDFromProgID(L"SldWorks.Application", &identifier)));
+    EXPECT_EQ(S_OK, CLSIDFromProgID(L"SldWorks.Application.30", &identifier));
+    EXPECT_EQ(0U, RunServerProgram(L"--register 25 30 --current 30"));
+}
+
+TEST(PartFileTest, LengthAndBytesFollowFromTheName)
+{
+    const std::filesystem::path folder = std::filesystem::temp_directory_path();
+    const auto make = [&](const wchar_t* name) {
+        const std::filesystem::path path = folder / name;
+        EXPECT_EQ(S_OK, CreatePartFile(path.wstring(), {L"a", L"b"}));
+        std::ifstream file(path, std::ios::binary);
+        std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        file.close();
+        std::filesystem::remove(path);
+        return bytes.substr(bytes.size() > 4096 ? 4096 : 0, 16384);  // behind the header and its times
+    };
+    const std::string first = make(L"a.sldprt");
+    EXPECT_EQ(16384U, first.size());
+    EXPECT_EQ(first, make(L"a.sldprt"));
+    EXPECT_NE(first, make(L"b.sldprt"));
+}
+
+}  // namespace

@@ -1,0 +1,37 @@
+' Drives the stand-in CAD server as a script user would: cscript //nologo check.vbs PART PREFIX
+' Gives every configuration but the last the BOM name PREFIX + its own name, and prints what it saw, in plain
+' ASCII: what the console does with other characters is no part of the check.
+Option Explicit
+Dim app, doc, conf, names, code, index
+Set app = CreateObject("SldWorks.Application.30")
+WScript.Echo "date code " & app.DateCode()
+
+app.SetDocumentVisible False, CLng(1)
+code = CLng(-1)
+Set doc = app.OpenDocument(WScript.Arguments(0), CLng(1), False, False, True, code)
+WScript.Echo "open code " & code
+WScript.Echo "count " & doc.ConfigurationCount()
+
+names = doc.ConfigurationNames()
+WScript.Echo "names " & TypeName(names) & " " & LBound(names) & " to " & UBound(names)
+For index = LBound(names) To UBound(names)
+    WScript.Echo "configuration of " & Len(names(index)) & " characters, " & Left(names(index), 2) & "..."
+    Set conf = doc.ConfigurationByName(names(index))
+    If index < UBound(names) Then
+        conf.UseAlternativeBomName = True
+        conf.AlternativeBomName = WScript.Arguments(1) & names(index)
+    Else
+        conf.UseAlternativeBomName = False
+    End If
+    Set conf = Nothing
+Next
+
+WScript.Echo "unknown is nothing: " & (doc.ConfigurationByName("no such") Is Nothing)
+WScript.Echo "open " & app.OpenDocumentNames()
+WScript.Echo "save " & doc.Save(True)
+Set doc = Nothing
+app.CloseDocument WScript.Arguments(0)
+WScript.Echo "open after closing '" & app.OpenDocumentNames() & "'"
+app.SetDocumentVisible True, CLng(1)
+app.EndApplication
+Set app = Nothing
