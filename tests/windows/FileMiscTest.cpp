@@ -1,0 +1,767 @@
+#include "files/FileMisc.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "files/MapLine.h"
+#include "framework/File.h"
+#include "framework/Handles.h"
+#include "tests/windows/TestScopes.h"
+
+namespace {
+
+using Texts = std::vector<std::wstring>;
+
+constexpr char kHeader[] =
+    "; Datei: C:\\parts\\Mapped\\PartsMap.txt\r\n"
+    "; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\r\n"
+    "; (c) Somebody\r\n"
+    "\r\n";
+
+class FileMiscTest : public testing::Test
+{
+protected:
+    // The texts shown by the operation, in the given language of the process.
+    template <class Operation>
+    [[nodiscard]] Texts Shown(int language, Operation operation)
+    {
+        const CLanguageScope scope(language);
+        operation();
+        return m_messages.TakeTexts();
+    }
+
+    CTempFolder m_folder;
+    CMessageRecorder m_messages;
+};
+
+class CopyPartFileTest : public FileMiscTest
+{
+protected:
+    // The texts shown by a copy that must fail.
+    [[nodiscard]] Texts ShownByFailure(int language)
+    {
+        return Shown(language, [this] { EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1); });
+    }
+
+    std::wstring m_source = m_folder / L"source.sldprt";
+    std::wstring m_target = m_folder / L"target.sldprt";
+};
+
+class ReadOnlyTest : public FileMiscTest
+{
+protected:
+    ReadOnlyTest() { WriteBytes(m_path, "part"); }
+
+    // Gives the file these attributes and a time long past.
+    void Prepare(DWORD attributes) const
+    {
+        CFileStatus status;
+        status.attributes = attributes;
+        status.lastWriteTime = {0, 0x01B00000};
+        CFile::SetStatus(m_path, status);
+    }
+
+    [[nodiscard]] CFileStatus Status() const
+    {
+        CFileStatus status;
+        EXPECT_TRUE(CFile::GetStatus(m_path, status));
+        return status;
+    }
+
+    [[nodiscard]] bool IsReadOnly() const { return (Status().attributes & FILE_ATTRIBUTE_READONLY) != 0; }
+
+    // True when the last modification is less than a minute ago.
+    [[nodiscard]] bool IsModifiedNow() const
+    {
+        FILETIME now = {};
+        ::GetSystemTimeAsFileTime(&now);
+        const auto ticks = [](const FILETIME& time) {
+            return static_cast<LONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+        };
+        const LONGLONG age = ticks(now) - ticks(Status().lastWriteTime);
+        constexpr LONGLONG kTicksPerMinute = 60LL * 10'000'000;
+        return -kTicksPerMinute < age && age < kTicksPerMinute;
+    }
+
+    const std::wstring m_path = m_folder / L"part.sldprt";
+};
+
+class FitPathTest : public testing::Test
+{
+protected:
+    FitPathTest() { ::SelectObject(m_dc, ::GetStockObject(DEFAULT_GUI_FONT)); }
+    ~FitPathTest() override { ::DeleteDC(m_dc); }
+
+    // The width of the text in pixels.
+    [[nodiscard]] int WidthOf(const std::wstring& text) const
+    {
+        SIZE size = {};
+        EXPECT_TRUE(::GetTextExtentPoint32W(m_dc, text.c_str(), static_cast<int>(text.size()), &size));
+        return static_cast<int>(size.cx);
+    }
+
+    [[nodiscard]] std::wstring Fit(const std::wstring& prefix, const std::wstring& path, int width) const
+    {
+        return CFileMisc::FitPathToWidth(m_dc, prefix, path, width);
+    }
+
+    HDC m_dc = ::CreateCompatibleDC(nullptr);
+};
+
+class MapFileTest : public FileMiscTest
+{
+protected:
+    // Writes the bytes as the map file and reads it.
+    CFileMisc::MapFileState Read(const std::string& bytes)
+    {
+        WriteBytes(m_path, bytes);
+        return m_files.ReadMapFile(m_path);
+    }
+
+    [[nodiscard]] std::vector<UTtab_entry> Entries() const
+    {
+        return {m_files.m_lstEntries.begin(), m_files.m_lstEntries.end()};
+    }
+
+    CFileMisc m_files{1};
+    const std::wstring m_path = m_folder / L"PartsMap.txt";
+};
+
+UniqueHandle OpenOther(const std::wstring& path, DWORD access, DWORD share)
+{
+    return UniqueHandle(
+        ValidHandle(::CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr)));
+}
+
+std::string Pattern(std::size_t size)
+{
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<char>(i * 7 + i / 251);
+    }
+    return bytes;
+}
+
+Texts Sorted(Texts names)
+{
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+constexpr CFileMisc::MapFileState kRead = {true, false};
+constexpr CFileMisc::MapFileState kMissing = {false, false};
+constexpr CFileMisc::MapFileState kUnreadable = {true, true};
+
+}  // namespace
+
+TEST_F(FileMiscTest, KeepsTheLanguageItIsGivenAndStartsWithoutEntries)
+{
+    const CFileMisc german(1);
+    EXPECT_EQ(german.m_nLanguage, 1);
+    EXPECT_TRUE(german.m_lstEntries.IsEmpty());
+    EXPECT_EQ(CFileMisc(0).m_nLanguage, 0);
+}
+
+TEST_F(FileMiscTest, CreateFolderMakesOneLevel)
+{
+    EXPECT_EQ(CFileMisc::CreateFolder(m_folder / L"Mapped"), 0);
+    EXPECT_TRUE(std::filesystem::is_directory(m_folder / L"Mapped"));
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(FileMiscTest, CreateFolderIsContentWithAFolderThatIsThere)
+{
+    std::filesystem::create_directory(m_folder / L"Mapped");
+    WriteBytes(m_folder / L"Mapped\\a.sldprt", "x");
+    EXPECT_EQ(CFileMisc::CreateFolder(m_folder / L"Mapped"), 0);
+    EXPECT_EQ(ReadBytes(m_folder / L"Mapped\\a.sldprt"), "x");
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(FileMiscTest, CreateFolderReportsAMissingParent)
+{
+    const std::wstring path = m_folder / L"no\\Mapped";
+    const auto fail = [&] { EXPECT_EQ(CFileMisc::CreateFolder(path), 1); };
+    EXPECT_EQ(Shown(1, fail), Texts{L"Verzeichnis '" + path + L"' kann nicht angelegt werden."});
+    EXPECT_EQ(Shown(0, fail), Texts{L"Cannot create directory '" + path + L"'."});
+    EXPECT_FALSE(std::filesystem::exists(m_folder / L"no"));
+}
+
+TEST_F(FileMiscTest, CreateFolderReportsAFileInItsPlace)
+{
+    const std::wstring path = m_folder / L"Mapped";
+    WriteBytes(path, "x");
+    const auto fail = [&] { EXPECT_EQ(CFileMisc::CreateFolder(path), 1); };
+    EXPECT_EQ(Shown(1, fail), Texts{L"Verzeichnis '" + path +
+                                    L"' kann nicht angelegt werden.\n"
+                                    L"Es existiert bereits eine Datei mit dem gleichen Namen."});
+    EXPECT_EQ(Shown(0, fail),
+              Texts{L"Cannot create directory '" + path + L"'.\nA file with the same name exists."});
+    EXPECT_EQ(ReadBytes(path), "x");
+}
+
+TEST_F(CopyPartFileTest, CopiesEveryByteWhateverTheSize)
+{
+    for (const std::size_t size : {0, 1, 4095, 4096, 4097, 8192, 12289}) {
+        SCOPED_TRACE(size);
+        const std::string bytes = Pattern(size);
+        WriteBytes(m_source, bytes);
+        EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 0);
+        EXPECT_EQ(ReadBytes(m_target), bytes);
+        EXPECT_EQ(ReadBytes(m_source), bytes);
+        std::filesystem::remove(m_target);
+    }
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(CopyPartFileTest, OverwritesALongerTarget)
+{
+    WriteBytes(m_source, "new");
+    WriteBytes(m_target, "old and longer");
+    EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 0);
+    EXPECT_EQ(ReadBytes(m_target), "new");
+}
+
+TEST_F(CopyPartFileTest, TimesAndAttributesAreNotCarriedOver)
+{
+    WriteBytes(m_source, "x");
+    CFileStatus status;
+    status.attributes = FILE_ATTRIBUTE_READONLY;
+    status.lastWriteTime = {0, 0x01B00000};
+    CFile::SetStatus(m_source, status);
+    ASSERT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 0);
+    CFileStatus copied;
+    ASSERT_TRUE(CFile::GetStatus(m_target, copied));
+    EXPECT_EQ(copied.attributes & FILE_ATTRIBUTE_READONLY, 0U);
+    EXPECT_GT(copied.lastWriteTime.dwHighDateTime, 0x01D00000U) << "the copy is as old as its source";
+}
+
+TEST_F(CopyPartFileTest, SourceMayBeOpenElsewhere)
+{
+    WriteBytes(m_source, "shared");
+    const UniqueHandle other =
+        OpenOther(m_source, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 0);
+    EXPECT_EQ(ReadBytes(m_target), "shared");
+}
+
+TEST_F(CopyPartFileTest, MissingSourceIsReportedAndMakesNoTarget)
+{
+    m_source = m_folder / L"100%s.sldprt";  // no "%" of a path is filled in
+    EXPECT_EQ(ShownByFailure(1),
+              Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei \"" + m_source +
+                    L"\" konnte nicht geöffnet werden.\nError: Die Datei \"" + m_source +
+                    L"\" ist nicht vorhanden.\nMöglicherweise ist die Datei derzeit in Verwendung."});
+    EXPECT_EQ(ShownByFailure(0), Texts{L"Filecopy failed!\n\nThe source file \"" + m_source +
+                                       L"\" could not be opened.\nError: The file \"" + m_source +
+                                       L"\" does not exist.\nMaybe the file is already in use."});
+    EXPECT_FALSE(std::filesystem::exists(m_target));
+}
+
+TEST_F(CopyPartFileTest, LockedSourceIsReportedAndLeavesTheTargetAlone)
+{
+    WriteBytes(m_source, "source");
+    WriteBytes(m_target, "target");
+    const UniqueHandle other = OpenOther(m_source, GENERIC_READ, 0);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(ShownByFailure(1),
+              Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei \"" + m_source +
+                    L"\" konnte nicht geöffnet werden.\nError: Die Datei \"" + m_source +
+                    L"\" ist von einem anderen Programm geöffnet.\n"
+                    L"Möglicherweise ist die Datei derzeit in Verwendung."});
+    EXPECT_EQ(ReadBytes(m_target), "target");
+}
+
+TEST_F(CopyPartFileTest, LockedTargetIsReportedUnderTheTargetInGermanAndTheSourceInEnglish)
+{
+    WriteBytes(m_source, "source");
+    WriteBytes(m_target, "target");
+    {
+        const UniqueHandle other = OpenOther(m_target, GENERIC_READ, FILE_SHARE_READ);
+        ASSERT_TRUE(other);
+        EXPECT_EQ(ShownByFailure(1),
+                  Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Ziel-Datei \"" + m_target +
+                        L"\" konnte nicht geöffnet werden.\nError: Die Datei \"" + m_target +
+                        L"\" ist von einem anderen Programm geöffnet.\n"
+                        L"Möglicherweise ist die Datei derzeit in Verwendung."});
+        EXPECT_EQ(ShownByFailure(0),
+                  Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
+                        L"\" could not be opened.\nError: The file \"" + m_target +
+                        L"\" is open in another program.\nMaybe the file is already in use."});
+    }
+    EXPECT_EQ(ReadBytes(m_source), "source");
+    EXPECT_EQ(ReadBytes(m_target), "target");
+    EXPECT_TRUE(OpenOther(m_source, GENERIC_READ, 0)) << "the source is still open";
+}
+
+TEST_F(CopyPartFileTest, ReadOnlyTargetIsReported)
+{
+    if (!ReadOnlyFilesDenyWriting()) {
+        GTEST_SKIP() << "this system lets the user write to read-only files, as Wine does for root";
+    }
+    WriteBytes(m_source, "source");
+    WriteBytes(m_target, "target");
+    ASSERT_TRUE(::SetFileAttributesW(m_target.c_str(), FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(ShownByFailure(0), Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
+                                       L"\" could not be opened.\nError: The access to \"" + m_target +
+                                       L"\" was denied.\nMaybe the file is already in use."});
+    EXPECT_EQ(ReadBytes(m_target), "target");
+}
+
+TEST_F(CopyPartFileTest, FolderAsTargetIsReported)
+{
+    WriteBytes(m_source, "source");
+    std::filesystem::create_directory(m_target);
+    const Texts shown = ShownByFailure(0);
+    ASSERT_EQ(shown.size(), 1U);
+    const std::wstring lead =
+        L"Filecopy failed!\n\nThe target file \"" + m_source + L"\" could not be opened.\nError: ";
+    EXPECT_EQ(shown[0].substr(0, lead.size()), lead);
+    EXPECT_TRUE(std::filesystem::is_directory(m_target));
+}
+
+TEST_F(CopyPartFileTest, TargetInAMissingFolderIsReported)
+{
+    WriteBytes(m_source, "source");
+    m_target = m_folder / L"no\\target.sldprt";
+    EXPECT_EQ(ShownByFailure(0),
+              Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
+                    L"\" could not be opened.\nError: The path \"" + m_target +
+                    L"\" is invalid or does not exist.\nMaybe the file is already in use."});
+}
+
+TEST_F(CopyPartFileTest, CopyOntoItselfFailsAndKeepsTheFile)
+{
+    WriteBytes(m_source, "source");
+    m_target = m_source;
+    EXPECT_EQ(ShownByFailure(1).size(), 1U);
+    EXPECT_EQ(ReadBytes(m_source), "source");
+}
+
+TEST_F(CopyPartFileTest, ReadErrorIsReportedAndLeavesWhatWasWritten)
+{
+    // A pipe whose other end goes away after 5000 bytes is a source that breaks in its second block.
+    const std::string bytes = Pattern(5000);
+    for (const int language : {1, 0}) {
+        m_source = L"\\\\.\\pipe\\talvenor" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
+                   std::to_wstring(language);
+        UniqueHandle pipe(ValidHandle(::CreateNamedPipeW(
+            m_source.c_str(), PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE | PIPE_WAIT, 1, 8192, 8192, 0, nullptr)));
+        ASSERT_TRUE(pipe);
+        std::thread server([&] {
+            ::ConnectNamedPipe(pipe.get(), nullptr);
+            DWORD written = 0;
+            ::WriteFile(pipe.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+            pipe.reset();
+        });
+        const Texts shown = ShownByFailure(language);
+        // Sets the server free in case that the copy never came to it.
+        OpenOther(m_source, GENERIC_READ, 0).reset();
+        server.join();
+        const std::wstring text =
+            language != 0
+                ? L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
+                  L"Schreib-/Lesefehler beim Kopieren von\n\"" +
+                      m_source + L"\" nach\n\"" + m_target + L"\".\nError: Beim Zugriff auf \"" + m_source +
+                      L"\" trat ein unbekannter Fehler auf (Windows-Fehler 109)"
+                : L"Filecopy failed!\n\nRead/write error while copying of\n\"" + m_source + L"\" to\n\"" +
+                      m_target + L"\".\nError: An unknown error happened during the access to \"" + m_source +
+                      L"\" (Windows error 109)";
+        EXPECT_EQ(shown, Texts{text});
+        EXPECT_EQ(ReadBytes(m_target), bytes);
+    }
+}
+
+TEST_F(FileMiscTest, ScanListsBothKindsOfPartFilesBehindWhatIsThere)
+{
+    for (const wchar_t* name :
+         {L"b.sldprt", L"a.SLDPRT", L"c.prt", L"D.PRT", L"e.sldprt.bak", L"f.txt", L"g.sldasm", L"sldprt"}) {
+        WriteBytes(m_folder / name, "");
+    }
+    std::filesystem::create_directory(m_folder / L"folder.sldprt");
+    std::filesystem::create_directory(m_folder / L"sub");
+    WriteBytes(m_folder / L"sub\\h.sldprt", "");
+    Texts names = {L"before"};
+    CFileMisc::ScanPartFiles(m_folder.Path(), names);
+    ASSERT_EQ(names.size(), 6U);
+    EXPECT_EQ(names.front(), L"before");
+    EXPECT_EQ(Sorted({names.begin() + 1, names.begin() + 4}),
+              (Texts{L"a.SLDPRT", L"b.sldprt", L"folder.sldprt"}));
+    EXPECT_EQ(Sorted({names.begin() + 4, names.end()}), (Texts{L"D.PRT", L"c.prt"}));
+}
+
+TEST_F(FileMiscTest, ScanOfAnEmptyOrMissingFolderAddsNothing)
+{
+    Texts names;
+    CFileMisc::ScanPartFiles(m_folder.Path(), names);
+    CFileMisc::ScanPartFiles(m_folder / L"no", names);
+    EXPECT_EQ(names, Texts{});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(ReadOnlyTest, SetReadOnlySetsArchiveAndTheTimeToo)
+{
+    Prepare(0);
+    ASSERT_FALSE(IsModifiedNow());
+    EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
+    EXPECT_TRUE(IsReadOnly());
+    EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U);
+    EXPECT_TRUE(IsModifiedNow());
+    EXPECT_EQ(ReadBytes(m_path), "part");
+}
+
+TEST_F(ReadOnlyTest, ClearReadOnlySetsArchiveAndTheTimeToo)
+{
+    Prepare(FILE_ATTRIBUTE_READONLY);
+    EXPECT_EQ(CFileMisc::ClearReadOnly(m_path), L"");
+    EXPECT_FALSE(IsReadOnly());
+    EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U);
+    EXPECT_TRUE(IsModifiedNow());
+}
+
+TEST_F(ReadOnlyTest, NothingIsDoneWhenNothingIsToBeDone)
+{
+    Prepare(FILE_ATTRIBUTE_READONLY);
+    EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
+    EXPECT_TRUE(IsReadOnly());
+    EXPECT_FALSE(IsModifiedNow());
+    Prepare(0);
+    EXPECT_EQ(CFileMisc::ClearReadOnly(m_path), L"");
+    EXPECT_FALSE(IsReadOnly());
+    EXPECT_FALSE(IsModifiedNow());
+}
+
+TEST_F(ReadOnlyTest, OtherAttributesStay)
+{
+    Prepare(FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
+    constexpr DWORD kOthers = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+    if ((Status().attributes & kOthers) != kOthers) {
+        GTEST_SKIP() << "the file system of the temporary folder keeps no hidden and system attributes";
+    }
+    EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
+    EXPECT_EQ(Status().attributes & kOthers, kOthers);
+    EXPECT_EQ(CFileMisc::ClearReadOnly(m_path), L"");
+    EXPECT_EQ(Status().attributes & kOthers, kOthers);
+}
+
+TEST_F(ReadOnlyTest, MissingFileIsToldInEnglishInBothLanguages)
+{
+    const std::wstring path = m_folder / L"missing.sldprt";
+    for (const int language : {1, 0}) {
+        const CLanguageScope scope(language);
+        EXPECT_EQ(CFileMisc::SetReadOnly(path), path + L": File does not exist.");
+        EXPECT_EQ(CFileMisc::ClearReadOnly(path), path + L": File does not exist.");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(ReadOnlyTest, FileThatCannotBeChangedIsTold)
+{
+    // Under Wine: a read-only file of this process whose attributes the host lets nobody change, not even
+    // root.
+    const std::wstring path = L"Z:\\proc\\self\\status";
+    CFileStatus status;
+    if (!CFile::GetStatus(path, status)) {
+        GTEST_SKIP() << "this system has no file at hand whose attributes nobody may change";
+    }
+    const CLanguageScope english(0);
+    EXPECT_EQ(CFileMisc::ClearReadOnly(path), L"The access to \"" + path + L"\" was denied");
+}
+
+TEST_F(FitPathTest, WholeTextIsKeptWhenItFits)
+{
+    const std::wstring prefix = L"Copy: ";
+    const std::wstring path = L"C:\\parts\\a.sldprt";
+    EXPECT_EQ(Fit(prefix, path, WidthOf(prefix + path)), prefix + path);
+    EXPECT_NE(Fit(prefix, path, WidthOf(prefix + path) - 1), prefix + path);
+}
+
+TEST_F(FitPathTest, NothingStaysNothing)
+{
+    EXPECT_EQ(Fit(L"", L"", 100), L"");
+    EXPECT_EQ(Fit(L"", L"", -1), L"");
+}
+
+TEST_F(FitPathTest, FirstBackslashFromWhichTheRestFits)
+{
+    const std::wstring path = L"C:\\parts\\Mapped\\N_ISO_4017.sldprt";
+    const std::wstring fromFirst = L"to: ...\\parts\\Mapped\\N_ISO_4017.sldprt";
+    const std::wstring fromSecond = L"to: ...\\Mapped\\N_ISO_4017.sldprt";
+    const std::wstring fromThird = L"to: ...\\N_ISO_4017.sldprt";
+    EXPECT_EQ(Fit(L"to: ", path, WidthOf(fromSecond)), fromSecond);
+    EXPECT_EQ(Fit(L"to: ", path, WidthOf(fromSecond) - 1), fromThird);
+    EXPECT_EQ(Fit(L"to: ", path, WidthOf(fromThird)), fromThird);
+    EXPECT_EQ(Fit(L"to: ", L"C:\\ein\\sehr\\langer\\Anfang" + path.substr(2), WidthOf(fromFirst)), fromFirst);
+}
+
+TEST_F(FitPathTest, TailOfALongFileName)
+{
+    const std::wstring path = L"C:\\deep\\deeper\\" + std::wstring(60, L'm') + L"abcd.sldprt";
+    const std::wstring tail = L"to: ...bcd.sldprt";
+    EXPECT_EQ(Fit(L"to: ", path, WidthOf(tail)), tail);
+    EXPECT_EQ(Fit(L"to: ", path, WidthOf(tail) - 1), L"to: ...cd.sldprt");
+    EXPECT_EQ(Fit(L"to: ", path, WidthOf(L"to: ...t")), L"to: ...t");
+}
+
+TEST_F(FitPathTest, PathWithoutABackslash)
+{
+    EXPECT_EQ(Fit(L"", L"mmmmmmmmmmxyz", WidthOf(L"...xyz")), L"...xyz");
+}
+
+TEST_F(FitPathTest, DotsWhenNotOneCharacterFits)
+{
+    EXPECT_EQ(Fit(L"to: ", L"C:\\a.sldprt", 0), L"to: ...");
+    EXPECT_EQ(Fit(L"to: ", L"C:\\a.sldprt", WidthOf(L"to: ...t") - 1), L"to: ...");
+    EXPECT_EQ(Fit(L"to: ", L"", 0), L"to: ...");
+    EXPECT_EQ(CFileMisc::FitPathToWidth(nullptr, L"to: ", L"C:\\a.sldprt", 1000), L"to: ...");
+}
+
+TEST_F(MapFileTest, MissingFileEmptiesTheListWithoutAMessage)
+{
+    UTtab_entry entry = {L"a", L"b", L"c"};
+    m_files.m_lstEntries.AddTail(entry);
+    EXPECT_EQ(m_files.ReadMapFile(m_path), kMissing);
+    EXPECT_TRUE(m_files.m_lstEntries.IsEmpty());
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(MapFileTest, HeaderAloneHoldsNoEntries)
+{
+    EXPECT_EQ(Read(kHeader), kRead);
+    EXPECT_EQ(Entries(), std::vector<UTtab_entry>{});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(MapFileTest, ReadsRecordsInFileOrderAndReplacesTheLastOnes)
+{
+    EXPECT_EQ(Read(std::string(kHeader) + "z.sldprt ; y.sldprt ; Norm 1\r\na.sldprt ; b.sldprt ; \r\n"),
+              kRead);
+    EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"z.sldprt", L"y.sldprt", L"Norm 1"},
+                                                   {L"a.sldprt", L"b.sldprt", L""}}));
+    EXPECT_EQ(Read("c;d;e"), kRead);
+    EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"c", L"d", L"e"}}));
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(MapFileTest, BareLineFeedsAndALastLineWithoutAnEndAreRead)
+{
+    EXPECT_EQ(Read("; comment\n\n \ta ; b ; c ; d\t\n;b;c\nlast;;\n"), kRead);
+    EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"a", L"b", L"c ; d"}}));
+    EXPECT_EQ(m_messages.TakeTexts().size(), 1U);
+    EXPECT_EQ(Read("a;b;\ne; ;f"), kRead);
+    EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"a", L"b", L""}, {L"e", L"", L"f"}}));
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(MapFileTest, LineOf255BytesIsReadAndOneOf256EndsTheReadingSilently)
+{
+    const std::string longest = "a;b;" + std::string(251, 'x');
+    EXPECT_EQ(Read(longest + "\r\n" + "c;d;e\r\n" + longest + "x\r\nf;g;h\r\n"), kRead);
+    EXPECT_EQ(Entries(),
+              (std::vector<UTtab_entry>{{L"a", L"b", std::wstring(251, L'x')}, {L"c", L"d", L"e"}}));
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(MapFileTest, BadLineIsReportedInTheObjectsOwnLanguage)
+{
+    const std::string bytes = std::string(kHeader) + "a;b\r\nc;d;e\r\n";
+    const Texts german = {L"Syntax-Fehler in Zeile 5 in\n" + m_path +
+                          L"\n\nDie Datei konnte nicht vollständig ausgewertet werden."};
+    const Texts english = {L"Syntax-Error in line 5 in\n" + m_path +
+                           L"\n\nThe file could not be evaluated completely."};
+    for (const int language : {1, 0}) {
+        m_files.m_nLanguage = 1;
+        EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(Read(bytes), kRead); }), german);
+        m_files.m_nLanguage = 0;
+        EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(Read(bytes), kRead); }), english);
+        EXPECT_TRUE(m_files.m_lstEntries.IsEmpty());
+    }
+}
+
+TEST_F(MapFileTest, EntriesBeforeABadLineStay)
+{
+    EXPECT_EQ(Read("a;b;c\r\nd;;e\r\nf;g;h\r\n"), kRead);
+    EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"a", L"b", L"c"}}));
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"Syntax-Fehler in Zeile 2 in\n" + m_path +
+                                            L"\n\nDie Datei konnte nicht vollständig ausgewertet werden."});
+}
+
+TEST_F(MapFileTest, PercentInThePathTakesNoArgument)
+{
+    const std::wstring folder = m_folder / L"100%d %s %n";
+    std::filesystem::create_directory(folder);
+    WriteBytes(folder + L"\\PartsMap.txt", "bad\r\n");
+    EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kRead);
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"Syntax-Fehler in Zeile 1 in\n" + folder +
+                                            L"\\PartsMap.txt\n\n"
+                                            L"Die Datei konnte nicht vollständig ausgewertet werden."});
+}
+
+TEST_F(MapFileTest, LockedFileIsReportedInTheObjectsOwnLanguage)
+{
+    WriteBytes(m_path, "a;b;c\r\n");
+    const UniqueHandle other = OpenOther(m_path, GENERIC_READ, 0);
+    ASSERT_TRUE(other);
+    for (const int language : {1, 0}) {
+        m_files.m_nLanguage = 1;
+        EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable); }),
+                  Texts{L"FEHLER: Datei '" + m_path + L"' kann nicht zum Lesen geöffnet werden!"});
+        m_files.m_nLanguage = 0;
+        EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable); }),
+                  Texts{L"ERROR: File '" + m_path + L"' cannot be opened for read access!"});
+    }
+    EXPECT_TRUE(m_files.m_lstEntries.IsEmpty());
+}
+
+TEST_F(MapFileTest, FolderOfThatNameCannotBeRead)
+{
+    std::filesystem::create_directory(m_path);
+    EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable);
+    EXPECT_EQ(m_messages.TakeTexts(),
+              Texts{L"FEHLER: Datei '" + m_path + L"' kann nicht zum Lesen geöffnet werden!"});
+}
+
+TEST_F(MapFileTest, FileIsOpenForOthersWhileItIsRead)
+{
+    WriteBytes(m_path, "a;b;c\r\n");
+    const UniqueHandle other =
+        OpenOther(m_path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(m_files.ReadMapFile(m_path), kRead);
+    EXPECT_EQ(Entries().size(), 1U);
+}
+
+TEST_F(MapFileTest, PathMayHoldCharactersUpToFF)
+{
+    const std::wstring folder = m_folder / L"Größe ÿ";
+    std::filesystem::create_directory(folder);
+    WriteBytes(folder + L"\\PartsMap.txt", "a;b;c\r\n");
+    EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kRead);
+    EXPECT_EQ(Entries().size(), 1U);
+}
+
+TEST_F(MapFileTest, PathAboveFFCannotBeRead)
+{
+    const std::wstring folder = m_folder / L"Łódź";
+    std::filesystem::create_directory(folder);
+    WriteBytes(folder + L"\\PartsMap.txt", "a;b;c\r\n");
+    EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kUnreadable);
+    EXPECT_EQ(m_messages.TakeTexts(),
+              Texts{L"FEHLER: Datei '" + folder + L"\\PartsMap.txt' kann nicht zum Lesen geöffnet werden!"});
+}
+
+TEST_F(MapFileTest, BytesAreReadThroughTheAnsiCodePage)
+{
+    if (::GetACP() != 1252) {
+        GTEST_SKIP() << "the process's ANSI code page is not 1252";
+    }
+    EXPECT_EQ(Read("\xE4;\x80;\x96\xDF\r\n"), kRead);
+    EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"ä", L"€", L"–ß"}}));
+}
+
+TEST_F(MapFileTest, WhatTheWriterPutsInComesBack)
+{
+    if (::GetACP() != 1252) {
+        GTEST_SKIP() << "the process's ANSI code page is not 1252";
+    }
+    const std::vector<UTtab_entry> entries = {
+        {L"N_ISO_4017_M8.sldprt", L"Größe–8 €.sldprt", L"Norm 4017 ; %2"}, {L"b.sldprt", L"c.sldprt", L""}};
+    std::ofstream stream;
+    ASSERT_EQ(CFileMisc::OpenOutputFile(stream, CFileMisc::PathToBytes(m_path), true), 0);
+    stream << FormatMapHeader(m_path, MapByteFor);
+    for (const UTtab_entry& entry : entries) {
+        stream << FormatMapRecord(entry, MapByteFor) << '\n';
+    }
+    stream.close();
+    EXPECT_EQ(m_files.ReadMapFile(m_path), kRead);
+    EXPECT_EQ(Entries(), entries);
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST(MapByteFor, GivesTheExactByteOfTheCodePageOrAQuestionMark)
+{
+    if (::GetACP() != 1252) {
+        GTEST_SKIP() << "the process's ANSI code page is not 1252";
+    }
+    EXPECT_EQ(MapByteFor(L'€'), '\x80');
+    EXPECT_EQ(MapByteFor(L'–'), '\x96');
+    EXPECT_EQ(MapByteFor(L'Œ'), '\x8C');
+    EXPECT_EQ(MapByteFor(L'ā'), '?') << "no likeness such as \"a\"";
+    EXPECT_EQ(MapByteFor(L'Ω'), '?');
+    EXPECT_EQ(MapByteFor(L'日'), '?');
+    EXPECT_EQ(MapByteFor(static_cast<wchar_t>(0xD83D)), '?');
+}
+
+TEST_F(FileMiscTest, TextModeTurnsLineEndsAndBinaryDoesNot)
+{
+    const std::wstring path = m_folder / L"ä ÿ.txt";
+    const std::string path8 = CFileMisc::PathToBytes(path);
+    for (const bool text : {true, false}) {
+        std::ofstream output;
+        ASSERT_EQ(CFileMisc::OpenOutputFile(output, path8, text), 0);
+        output << "a\nb\n";
+        output.close();
+        EXPECT_EQ(ReadBytes(path), text ? "a\r\nb\r\n" : "a\nb\n") << "and what was there before is gone";
+    }
+    WriteBytes(path, "a\r\nb");
+    for (const bool text : {true, false}) {
+        std::ifstream input;
+        ASSERT_EQ(CFileMisc::OpenInputFile(input, path8, text), 0);
+        EXPECT_TRUE(input.good());
+        std::string line;
+        std::getline(input, line);
+        EXPECT_EQ(line, text ? "a" : "a\r");
+    }
+}
+
+TEST_F(FileMiscTest, OpenStreamsLetOthersReadAndWrite)
+{
+    const std::wstring path = m_folder / L"shared.txt";
+    const std::string path8 = CFileMisc::PathToBytes(path);
+    std::ofstream output;
+    ASSERT_EQ(CFileMisc::OpenOutputFile(output, path8, true), 0);
+    std::ifstream input;
+    EXPECT_EQ(CFileMisc::OpenInputFile(input, path8, true), 0);
+    EXPECT_TRUE(OpenOther(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    output.close();
+    EXPECT_TRUE(OpenOther(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
+}
+
+TEST_F(FileMiscTest, StreamsThatCannotBeOpenedAreLeftFailed)
+{
+    std::ifstream input;
+    EXPECT_EQ(CFileMisc::OpenInputFile(input, CFileMisc::PathToBytes(m_folder / L"missing.txt"), true), 1);
+    EXPECT_TRUE(input.fail());
+    EXPECT_FALSE(std::filesystem::exists(m_folder / L"missing.txt"));
+    std::ofstream output;
+    EXPECT_EQ(CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(m_folder / L"no\\file.txt"), true), 1);
+    EXPECT_TRUE(output.fail());
+    EXPECT_EQ(CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(m_folder.Path()), false), 1);
+    EXPECT_TRUE(output.fail());
+    EXPECT_EQ(CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(m_folder / L"Łódź.txt"), true), 1);
+    EXPECT_TRUE(std::filesystem::is_empty(m_folder.Path())) << "some other file was made";
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(FileMiscTest, PathToBytesTakesEachCharacterByItsCode)
+{
+    EXPECT_EQ(CFileMisc::PathToBytes(L"C:\\ä\u0080\u00FF"), "C:\\\xE4\x80\xFF");
+    EXPECT_EQ(CFileMisc::PathToBytes(L"\u0100€"), "??");
+}
+
+TEST_F(FileMiscTest, NameRulesAreItsOwnToo)
+{
+    std::wstring name = L" M8 ";
+    EXPECT_TRUE(CFileMisc::EnsureExtension(name, L"sldprt"));
+    EXPECT_EQ(name, L"M8.sldprt");
+    EXPECT_FALSE(CFileMisc::EnsureExtension(name, L""));
+    name = L"a|b<c>..sldprt";
+    EXPECT_EQ(CFileMisc::SanitizeFileName(name), 3);
+    EXPECT_EQ(name, L"a_b_c_.sldprt");
+}

@@ -1,0 +1,305 @@
+#include "framework/File.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/windows/TestScopes.h"
+
+namespace {
+
+using Cause = CFileException::Cause;
+
+class FileTest : public testing::Test
+{
+protected:
+    CTempFolder m_folder;
+    const std::wstring m_path = m_folder / L"file.bin";
+};
+
+UniqueHandle OpenOther(const std::wstring& path, DWORD access, DWORD share)
+{
+    return UniqueHandle(
+        ValidHandle(::CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr)));
+}
+
+CFileException OpenFailure(const std::wstring& path, UINT flags)
+{
+    CFile file;
+    CFileException error;
+    EXPECT_FALSE(file.Open(path, flags, &error));
+    EXPECT_EQ(error.m_strFileName, path);
+    return error;
+}
+
+template <class Operation>
+Cause ThrownCause(Operation operation)
+{
+    try {
+        operation();
+    } catch (const CFileException& error) {
+        return error.m_cause;
+    }
+    return Cause::none;
+}
+
+FILETIME SomeTime()
+{
+    const SYSTEMTIME time = {2001, 2, 0, 3, 4, 5, 6, 0};
+    FILETIME fileTime = {};
+    ::SystemTimeToFileTime(&time, &fileTime);
+    return fileTime;
+}
+
+}  // namespace
+
+TEST_F(FileTest, MissingFileIsNotFound)
+{
+    const CFileException error = OpenFailure(m_path, CFile::modeRead | CFile::shareDenyNone);
+    EXPECT_EQ(error.m_cause, Cause::fileNotFound);
+    EXPECT_EQ(error.m_lOsError, static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+}
+
+TEST_F(FileTest, MissingFolderIsABadPath)
+{
+    EXPECT_EQ(OpenFailure(m_folder / L"no\\file.bin", CFile::modeRead).m_cause, Cause::badPath);
+    EXPECT_EQ(OpenFailure(m_folder / L"no\\file.bin", CFile::modeWrite | CFile::modeCreate).m_cause,
+              Cause::badPath);
+}
+
+TEST_F(FileTest, FolderDeniesAccess)
+{
+    EXPECT_EQ(OpenFailure(m_folder.Path(), CFile::modeRead).m_cause, Cause::accessDenied);
+}
+
+TEST_F(FileTest, ReadOnlyFileDeniesWriting)
+{
+    WriteBytes(m_path, "x");
+    if (!ReadOnlyFilesDenyWriting()) {
+        GTEST_SKIP() << "this system lets the user write to read-only files, as Wine does for root";
+    }
+    ASSERT_TRUE(::SetFileAttributesW(m_path.c_str(), FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(OpenFailure(m_path, CFile::modeWrite | CFile::modeCreate).m_cause, Cause::accessDenied);
+    EXPECT_EQ(ReadBytes(m_path), "x");
+}
+
+TEST_F(FileTest, FileThatAnotherHoldsExclusivelyIsASharingViolation)
+{
+    WriteBytes(m_path, "x");
+    const UniqueHandle other = OpenOther(m_path, GENERIC_READ, 0);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(OpenFailure(m_path, CFile::modeRead | CFile::shareDenyNone).m_cause, Cause::sharingViolation);
+}
+
+TEST_F(FileTest, FailureNeedsNoExceptionObject)
+{
+    CFile file;
+    EXPECT_FALSE(file.Open(m_path, CFile::modeRead, nullptr));
+}
+
+TEST_F(FileTest, ShareDenyNoneLetsOthersReadAndWrite)
+{
+    WriteBytes(m_path, "x");
+    CFile file;
+    ASSERT_TRUE(file.Open(m_path, CFile::modeRead | CFile::shareDenyNone, nullptr));
+    EXPECT_TRUE(OpenOther(m_path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
+}
+
+TEST_F(FileTest, ShareExclusiveKeepsOthersOutUntilClose)
+{
+    CFile file;
+    ASSERT_TRUE(file.Open(m_path, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, nullptr));
+    EXPECT_FALSE(OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    file.Close();
+    EXPECT_TRUE(OpenOther(m_path, GENERIC_READ, 0));
+    EXPECT_NO_THROW(file.Close());
+}
+
+TEST_F(FileTest, DestructorCloses)
+{
+    {
+        CFile file;
+        ASSERT_TRUE(file.Open(m_path, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, nullptr));
+    }
+    EXPECT_TRUE(OpenOther(m_path, GENERIC_READ, 0));
+}
+
+TEST_F(FileTest, OpeningAnotherFileClosesTheFirst)
+{
+    CFile file;
+    ASSERT_TRUE(file.Open(m_path, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, nullptr));
+    EXPECT_FALSE(file.Open(m_folder / L"missing", CFile::modeRead, nullptr));
+    EXPECT_TRUE(OpenOther(m_path, GENERIC_READ, 0));
+}
+
+TEST_F(FileTest, ReadsUpToTheEndAndThenNothing)
+{
+    WriteBytes(m_path, std::string("a\r\n\x1a\0z", 6));
+    CFile file;
+    ASSERT_TRUE(file.Open(m_path, CFile::modeRead | CFile::typeBinary, nullptr));
+    char bytes[4] = {};
+    EXPECT_EQ(file.Read(bytes, 4), 4U);
+    EXPECT_EQ(std::string(bytes, 4), "a\r\n\x1a");
+    EXPECT_EQ(file.Read(bytes, 4), 2U);
+    EXPECT_EQ(std::string(bytes, 2), std::string("\0z", 2));
+    EXPECT_EQ(file.Read(bytes, 4), 0U);
+}
+
+TEST_F(FileTest, CreateTruncatesAndPlainWriteDoesNot)
+{
+    WriteBytes(m_path, "12345");
+    CFile file;
+    ASSERT_TRUE(file.Open(m_path, CFile::modeWrite, nullptr));
+    file.Write("ab", 2);
+    file.Close();
+    EXPECT_EQ(ReadBytes(m_path), "ab345");
+    ASSERT_TRUE(file.Open(m_path, CFile::modeWrite | CFile::modeCreate, nullptr));
+    file.Write("\n\0", 2);
+    file.Write("", 0);
+    file.Close();
+    EXPECT_EQ(ReadBytes(m_path), std::string("\n\0", 2));
+}
+
+TEST_F(FileTest, ReadAndWriteThrowWhatFailed)
+{
+    char one = 0;
+    CFile file;
+    EXPECT_EQ(ThrownCause([&] { (void)file.Read(&one, 1); }), Cause::invalidFile);
+    ASSERT_TRUE(file.Open(m_path, CFile::modeCreate | CFile::modeWrite, nullptr));
+    EXPECT_EQ(ThrownCause([&] { (void)file.Read(&one, 1); }), Cause::accessDenied);
+    file.Close();
+    ASSERT_TRUE(file.Open(m_path, CFile::modeRead, nullptr));
+    try {
+        file.Write("x", 1);
+        FAIL() << "a file that is open for reading took a byte";
+    } catch (const CFileException& error) {
+        EXPECT_EQ(error.m_cause, Cause::accessDenied);
+        EXPECT_EQ(error.m_lOsError, static_cast<DWORD>(ERROR_ACCESS_DENIED));
+        EXPECT_EQ(error.m_strFileName, m_path);
+    }
+    file.Close();
+    EXPECT_EQ(ReadBytes(m_path), "");
+}
+
+TEST_F(FileTest, StatusOfAMissingFileIsNone)
+{
+    CFileStatus status;
+    EXPECT_FALSE(CFile::GetStatus(m_path, status));
+    EXPECT_EQ(ThrownCause([&] { CFile::SetStatus(m_path, status); }), Cause::fileNotFound);
+    EXPECT_FALSE(CFile::GetStatus(m_path, status));
+}
+
+TEST_F(FileTest, StatusTellsFoldersToo)
+{
+    CFileStatus status;
+    ASSERT_TRUE(CFile::GetStatus(m_folder.Path(), status));
+    EXPECT_NE(status.attributes & FILE_ATTRIBUTE_DIRECTORY, 0U);
+}
+
+TEST_F(FileTest, SetStatusSetsAttributesAndTimeOfReadOnlyFilesToo)
+{
+    WriteBytes(m_path, "x");
+    CFileStatus wanted;
+    wanted.attributes = FILE_ATTRIBUTE_READONLY;
+    wanted.lastWriteTime = SomeTime();
+    CFile::SetStatus(m_path, wanted);
+    CFileStatus found;
+    ASSERT_TRUE(CFile::GetStatus(m_path, found));
+    EXPECT_EQ(found.attributes & FILE_ATTRIBUTE_READONLY, static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(::CompareFileTime(&found.lastWriteTime, &wanted.lastWriteTime), 0);
+
+    wanted.attributes = 0;
+    wanted.lastWriteTime.dwHighDateTime += 1;
+    CFile::SetStatus(m_path, wanted);
+    ASSERT_TRUE(CFile::GetStatus(m_path, found));
+    EXPECT_EQ(found.attributes & FILE_ATTRIBUTE_READONLY, 0U);
+    EXPECT_EQ(::CompareFileTime(&found.lastWriteTime, &wanted.lastWriteTime), 0);
+}
+
+TEST_F(FileTest, SetStatusDoesNotMindThatAnotherHoldsTheFile)
+{
+    WriteBytes(m_path, "x");
+    const UniqueHandle other = OpenOther(m_path, GENERIC_READ | GENERIC_WRITE, 0);
+    ASSERT_TRUE(other);
+    CFileStatus wanted;
+    wanted.attributes = FILE_ATTRIBUTE_READONLY;
+    wanted.lastWriteTime = SomeTime();
+    EXPECT_EQ(ThrownCause([&] { CFile::SetStatus(m_path, wanted); }), Cause::none);
+}
+
+TEST(FileException, KnowsTheClassOfAWindowsError)
+{
+    const struct
+    {
+        DWORD osError;
+        Cause cause;
+    } cases[] = {
+        {ERROR_SUCCESS, Cause::none},
+        {ERROR_FILE_NOT_FOUND, Cause::fileNotFound},
+        {ERROR_PATH_NOT_FOUND, Cause::badPath},
+        {ERROR_INVALID_NAME, Cause::badPath},
+        {ERROR_BAD_NETPATH, Cause::badPath},
+        {ERROR_TOO_MANY_OPEN_FILES, Cause::tooManyOpenFiles},
+        {ERROR_ACCESS_DENIED, Cause::accessDenied},
+        {ERROR_WRITE_PROTECT, Cause::accessDenied},
+        {ERROR_INVALID_HANDLE, Cause::invalidFile},
+        {ERROR_CURRENT_DIRECTORY, Cause::removeCurrentDir},
+        {ERROR_CANNOT_MAKE, Cause::directoryFull},
+        {ERROR_NEGATIVE_SEEK, Cause::badSeek},
+        {ERROR_CRC, Cause::hardIO},
+        {ERROR_NOT_READY, Cause::hardIO},
+        {ERROR_SHARING_VIOLATION, Cause::sharingViolation},
+        {ERROR_LOCK_VIOLATION, Cause::lockViolation},
+        {ERROR_DISK_FULL, Cause::diskFull},
+        {ERROR_HANDLE_DISK_FULL, Cause::diskFull},
+        {1295, Cause::diskFull},  // disk quota exceeded
+        {ERROR_HANDLE_EOF, Cause::endOfFile},
+        {ERROR_BROKEN_PIPE, Cause::generic},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(CFileException::CauseOf(each.osError), each.cause) << "error " << each.osError;
+    }
+}
+
+TEST(FileException, SpeaksTheLanguageOfTheProcess)
+{
+    const CFileException denied(ERROR_ACCESS_DENIED, L"C:\\a\\b.sldprt");
+    const CFileException unknown(ERROR_BROKEN_PIPE, L"C:\\a");
+    {
+        const CLanguageScope german(1);
+        EXPECT_EQ(denied.GetErrorMessage(), L"Der Zugriff auf \"C:\\a\\b.sldprt\" wurde verweigert");
+        EXPECT_EQ(unknown.GetErrorMessage(),
+                  L"Beim Zugriff auf \"C:\\a\" trat ein unbekannter Fehler auf (Windows-Fehler 109)");
+    }
+    const CLanguageScope english(0);
+    EXPECT_EQ(denied.GetErrorMessage(), L"The access to \"C:\\a\\b.sldprt\" was denied");
+    EXPECT_EQ(unknown.GetErrorMessage(),
+              L"An unknown error happened during the access to \"C:\\a\" (Windows error 109)");
+}
+
+TEST(FileException, EveryCauseHasItsSentenceInBothLanguagesWithoutAFullStop)
+{
+    for (int cause = static_cast<int>(Cause::none); cause <= static_cast<int>(Cause::endOfFile); ++cause) {
+        SCOPED_TRACE(cause);
+        CFileException error(ERROR_SUCCESS, L"C:\\100%s");
+        error.m_cause = static_cast<Cause>(cause);
+        std::wstring texts[2];
+        for (int language = 0; language < 2; ++language) {
+            const CLanguageScope scope(language);
+            texts[language] = error.GetErrorMessage();
+            ASSERT_FALSE(texts[language].empty());
+            EXPECT_NE(texts[language].back(), L'.');
+            const bool aboutAFile = error.m_cause != Cause::none && error.m_cause != Cause::tooManyOpenFiles;
+            EXPECT_EQ(texts[language].find(L"\"C:\\100%s\"") != std::wstring::npos, aboutAFile);
+        }
+        EXPECT_NE(texts[0], texts[1]);
+    }
+}
+
+TEST(FileException, MessageIsCutAt1024Characters)
+{
+    const CLanguageScope english(0);
+    const std::wstring lead = L"The file \"";
+    const CFileException error(ERROR_FILE_NOT_FOUND, std::wstring(3000, L'x'));
+    EXPECT_EQ(error.GetErrorMessage(), lead + std::wstring(1024 - lead.size(), L'x'));
+}
