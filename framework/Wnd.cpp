@@ -3,6 +3,7 @@
 #include <commctrl.h>
 
 #include <exception>
+#include <unordered_map>
 
 #include "framework/DataExchange.h"
 #include "framework/Exception.h"
@@ -11,6 +12,13 @@
 namespace {
 
 constexpr UINT_PTR kSubclassId = 1;
+
+// The objects bound to windows of this thread.
+std::unordered_map<HWND, CWnd*>& BoundWindows()
+{
+    thread_local std::unordered_map<HWND, CWnd*> windows;
+    return windows;
+}
 
 }  // namespace
 
@@ -21,11 +29,8 @@ CWnd::~CWnd()
 
 CWnd* CWnd::FromHandle(HWND window)
 {
-    DWORD_PTR object = 0;
-    if (window == nullptr || GetWindowSubclass(window, &SubclassProc, kSubclassId, &object) == FALSE) {
-        return nullptr;
-    }
-    return reinterpret_cast<CWnd*>(object);
+    const auto bound = BoundWindows().find(window);
+    return bound != BoundWindows().end() ? bound->second : nullptr;
 }
 
 bool CWnd::SubclassWindow(HWND window)
@@ -36,6 +41,7 @@ bool CWnd::SubclassWindow(HWND window)
     if (SetWindowSubclass(window, &SubclassProc, kSubclassId, reinterpret_cast<DWORD_PTR>(this)) == FALSE) {
         return false;
     }
+    BoundWindows().emplace(window, this);
     m_hWnd = window;
     return true;
 }
@@ -50,6 +56,7 @@ HWND CWnd::UnsubclassWindow()
     const HWND window = m_hWnd;
     if (window != nullptr) {
         RemoveWindowSubclass(window, &SubclassProc, kSubclassId);
+        BoundWindows().erase(window);
         m_hWnd = nullptr;
     }
     return window;
