@@ -6,6 +6,8 @@
 
 namespace {
 
+// The filter is asked here as COM asks it on Windows: Wine 8 serves the call of a server that says "later"
+// and never asks the caller's filter.
 constexpr DWORD kCancelled = static_cast<DWORD>(-1);
 
 // The filter that COM asks on this thread now, put back at once.
