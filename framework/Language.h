@@ -2,8 +2,8 @@
 
 #include <string>
 
-// The user-interface language of the process: non-zero is German, zero is English. The application object sets
-// it once at start; every user text is chosen by it at the moment the text is shown.
+// The user-interface language of the process: non-zero is German, zero is English. The application object
+// sets it once at start; every user text is chosen by it at the moment the text is shown.
 inline int g_nLanguage = 1;
 
 // A fixed user text in both languages, written beside the code that shows it.

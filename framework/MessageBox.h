@@ -10,9 +10,9 @@
 struct MessageRequest
 {
     std::wstring text;
-    UINT type = MB_OK;        // MB_* buttons and icon
-    std::wstring helpFile;    // empty: no help button
-    DWORD helpContext = 0;    // topic within helpFile
+    UINT type = MB_OK;      // MB_* buttons and icon
+    std::wstring helpFile;  // empty: no help button
+    DWORD helpContext = 0;  // topic within helpFile
 };
 
 // Shows a modal message box under the application's title and returns the button pressed (IDOK, IDYES, ...).
