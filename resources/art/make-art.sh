@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Draws resources/talvenor.ico and resources/states.bmp from their sources in this folder.
+# Needs Debian's librsvg2-bin, icoutils and imagemagick. The results are committed, so a build does not need them.
+set -euo pipefail
+cd "$(dirname "$0")"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+images=()
+for size in 16 20 24 32 40 48 64 256; do
+  drawing=talvenor.svg
+  [ "$size" -gt 24 ] || drawing=talvenor-small.svg
+  rsvg-convert --width "$size" --height "$size" --output "$work/$size.png" "$drawing"
+  # Only the largest image is kept compressed; older readers of icons know no other.
+  [ "$size" -lt 256 ] || images+=(--raw)
+  images+=("$work/$size.png")
+done
+icotool --create --output ../talvenor.ico "${images[@]}"
+
+convert states.xpm -type TrueColor BMP3:../states.bmp

@@ -1,0 +1,52 @@
+#pragma once
+
+// Every number that the resource libraries and the code share. Read by the resource compiler too: plain
+// defines only.
+
+// Dialogs
+#define IDD_ABOUT 100
+#define IDD_TALVENOR 102
+#define IDD_TEMPLATE 136
+#define IDD_PROGRESS 17766
+
+// Strings, icon, bitmap
+#define IDS_ABOUT 101
+#define IDI_TALVENOR 128
+#define IDB_STATES 134
+
+// Commands of the system menu; the low four bits belong to Windows
+#define IDM_ABOUT 16
+
+// Main dialog
+#define IDC_LIST 1002
+#define IDC_SOURCE_DIR 1003
+#define IDC_BROWSE 1004
+#define IDC_MAPPED_DIR 1005
+#define IDC_ADD 1006
+#define IDC_DELETE 1007
+#define IDC_SELECT_ALL 1008
+#define IDC_SELECT_NONE 1009
+#define IDC_REMOVE_ALL 1010
+#define IDC_SHOW_MAP 1011
+#define IDC_START 1016
+#define IDC_STATUS_FRAME 1018
+#define IDC_COPY_ONLY 1024
+#define IDC_MARK 1025
+#define IDC_VERSION 1026
+#define IDC_VERSION_LABEL 1100
+#define IDC_HELP_BUTTON 28445
+
+// Progress dialog; its cancel button is IDCANCEL
+#define IDC_PROGRESS_FIRST 1012
+#define IDC_PROGRESS_SECOND 1013
+#define IDC_PROGRESS_THIRD 1014
+#define IDC_PROGRESS_OVERALL 1015
+#define IDC_PROGRESS_FILE 1017
+
+// Template dialog
+#define IDC_TEMPLATE_TEXT 1021
+
+// A control that no code asks for
+#ifndef IDC_STATIC
+#define IDC_STATIC (-1)
+#endif
