@@ -1,5 +1,8 @@
 #include "run/ConversionRun.h"
 
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "files/FileMisc.h"
@@ -68,7 +71,7 @@ void CConversionRun::Run()
     if (!PrepareCad() || !OpenMapFile()) {
         return;
     }
-    m_mapFile << FormatMapHeader(m_strMapPath, &MapByteFor) << std::flush;
+    WriteToMapFile(FormatMapHeader(m_strMapPath, &MapByteFor));
     const RowEnd end = ConvertRows();
     m_mapFile.close();
     if (end == RowEnd::broken) {
@@ -216,24 +219,34 @@ bool CConversionRun::CopyAndRecord()
     if (m_order.copyOnly) {
         record.strBomName.clear();
     }
-    return WriteRecord(record);
+    return WriteToMapFile(FormatMapRecord(record, &MapByteFor) + '\n');
 }
 
-// Hands the record to the system at once, so that it survives the end of the program. A record that cannot be
+// Hands the text to the system at once, so that it survives the end of the program. A text that cannot be
 // written leaves no half line behind, and the user is told once.
-bool CConversionRun::WriteRecord(const UTtab_entry& record)
+bool CConversionRun::WriteToMapFile(const std::string& text)
 {
-    const std::ofstream::pos_type start = m_mapFile.tellp();
-    m_mapFile << FormatMapRecord(record, &MapByteFor) << '\n' << std::flush;
+    m_mapFile << text << std::flush;
     if (m_mapFile.good()) {
+        m_nMapFileSize = static_cast<std::uintmax_t>(std::streamoff(m_mapFile.tellp()));
         return true;
     }
-    m_mapFile.clear();
-    m_mapFile.seekp(start);
-    if (!std::exchange(m_bRecordFailureShown, true)) {
+    TakeBackHalfLine();
+    if (!std::exchange(m_bMapFileFailureShown, true)) {
         ShowMessage(kMapFileLead.Current() + m_strMapPath + kMapFileNotWritten.Current());
     }
     return false;
+}
+
+// Opened anew because the failed stream would write what it still holds at the next chance.
+void CConversionRun::TakeBackHalfLine()
+{
+    const std::filesystem::path path(m_strMapPath);
+    m_mapFile.close();
+    std::error_code ignored;
+    std::filesystem::resize_file(path, m_nMapFileSize, ignored);
+    m_mapFile.clear();
+    m_mapFile.open(path, std::ios::app);
 }
 
 void CConversionRun::ShowCurrentFile()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -54,7 +55,8 @@ private:
     RowEnd ConvertRows();
     RowEnd ConvertRow(int row);
     bool CopyAndRecord();
-    bool WriteRecord(const UTtab_entry& record);
+    bool WriteToMapFile(const std::string& text);
+    void TakeBackHalfLine();
     void ShowRow();
     void ShowCurrentFile();
     bool UpdateBomEntries();
@@ -72,7 +74,8 @@ private:
     std::unique_ptr<CProgressFileCopy> m_pProgress;
     std::wstring m_strMapPath;
     std::ofstream m_mapFile;
-    bool m_bRecordFailureShown = false;
+    std::uintmax_t m_nMapFileSize = 0;  // up to the last whole line, in bytes
+    bool m_bMapFileFailureShown = false;
     int m_nTotal = 0;  // rows to convert
     int m_nDone = 0;
 
