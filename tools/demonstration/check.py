@@ -1,0 +1,217 @@
+"""Works out on its own what a run of the program must leave behind, and compares.
+
+The rules for names stand here a second time, in another language and written from their description, so that program
+and check cannot share a mistake. LIBRARY is always the standard-parts folder as this machine sees it, TABLE the
+configurations of each part.
+"""
+import collections
+import filecmp
+import itertools
+import os
+import subprocess
+
+FILE_TEMPLATE, BOM_TEMPLATE = "%5%3_%4.changed.%6", "Norm %1 - %2"
+WINDOWS_FOLDER = "C:\\Zelmar\\Normteile"  # where tools/demo puts the library
+Row = collections.namedtuple("Row", "original renamed bom_name")
+
+
+def leading_digits(text):
+    end = 0
+    while end < len(text) and text[end] in "0123456789":
+        end += 1
+    return text[:end]
+
+
+def core_of(name, prefix_length):
+    return name[prefix_length:name.rindex(".")] if "." in name else ""
+
+
+def split_name(name):
+    """The fill-ins 1, 3, 4, 5, 6, 7, 8 of a standard-part file name."""
+    known = ["N_ISO_", "N_ENISO_", "N_EN_", "N_", "N"]
+    prefix = next((p for p in known if name.upper().startswith(p)), "")
+    parts = dict.fromkeys("1345678", "")
+    parts["5"] = prefix
+    if "." in name:
+        parts["6"] = name[name.rindex(".") + 1:]
+    if prefix:
+        core = core_of(name, len(prefix))
+        parts["1"] = leading_digits(core)
+        parts["3"] = core.split("_")[0]
+    plain = name
+    if name.count("__") == 3:
+        first, last = name.index("__"), name.rindex("__")
+        plain = name[:first] + name[last + 2:]
+        between = name[first + 2:last]
+        if "__" in between:
+            parts["7"], parts["8"] = between.split("__", 1)
+    rest = plain[len(prefix):]
+    if "_" in rest:
+        size = rest.split("_", 1)[1]
+        parts["4"] = size[:size.rindex(".")] if "." in size else ""
+    return parts
+
+
+def fill(text, parts, order):
+    for number in order:
+        text = text.replace("%" + number, parts[number])
+    return text
+
+
+def usable_file_name(name, extension):
+    name = name.strip()
+    if not name or not extension:
+        return ""
+    if name[-6:].lower() != extension.lower():
+        name += "." + extension
+    for character in '|/\\*:"?<>;=':
+        name = name.replace(character, "_")
+    while ".." in name:
+        name = name.replace("..", ".")
+    return name
+
+
+def expected_rows(library):
+    """The rows of the table after a scan of the library, sorted; and the files that a taken name keeps out."""
+    listed = sorted((n for n in os.listdir(library) if n.lower().endswith(".sldprt")), key=str.upper)
+    rows, taken, left_out = [], set(), []
+    for name in listed:
+        parts = split_name(name)
+        renamed = usable_file_name(fill(FILE_TEMPLATE, parts, "1345678"), parts["6"])
+        if not renamed:
+            continue
+        if renamed in taken:
+            left_out.append(name)
+            continue
+        taken.add(renamed)
+        rows.append(Row(name, renamed, fill(BOM_TEMPLATE, parts, "1345678")))
+    return sorted(rows), left_out
+
+
+def written_bom_name(row, configuration):
+    """What a run writes into a configuration: the row's BOM name, filled a second time."""
+    parts = split_name(row.original)
+    core = core_of(row.original, len("N_"))
+    values = dict(parts, **{"1": leading_digits(core), "2": configuration})
+    return fill(row.bom_name, values, "123478").strip()
+
+
+def read_table(path):
+    with open(path, encoding="utf-8") as table:
+        lines = [line.rstrip("\n").split("\t") for line in table if not line.startswith("#") and line.strip()]
+    return {name: names.split("|") for name, names in lines}
+
+
+def expected_boxes(library):
+    """The texts of the message boxes of one run, in order."""
+    rows, left_out = expected_rows(library)
+    boxes = ["Umsetzungen erfolgreich beendet."] if rows else []
+    if left_out:
+        parts = split_name(left_out[0])
+        renamed = usable_file_name(fill(FILE_TEMPLATE, parts, "1345678"), parts["6"])
+        boxes.insert(0, "Der angegebene Dateiname in der Spalte 'Umbenannt nach...' ist bereits vorhanden.\nDatei: \""
+                     f"{left_out[0]} -> {renamed}\" wird übergangen.\n\nSind mehrere Dateien betroffen, so wird "
+                     "diese Fehlermeldung nicht erneut angezeigt.")
+    return boxes
+
+
+class Report:
+    def __init__(self):
+        self.wrong = 0
+
+    def compare(self, words, right, total, complaints=()):
+        print(f"   {words}: {right} of {total}" + ("" if right == total else "   <-- NOT AS IT SHOULD BE"))
+        for complaint in list(complaints)[:10]:
+            print(f"      {complaint}")
+        self.wrong += right != total
+
+
+def map_lines(library):
+    with open(os.path.join(library, "Mapped", "PartsMap.txt"), "rb") as file:
+        return file.read().decode("latin-1").split("\n")
+
+
+def compare_map(report, library, rows):
+    """Every line of the map file; of the third only its beginning, as it names an owner of the program's choice."""
+    found = map_lines(library)
+    header = ["; Datei: " + WINDOWS_FOLDER + "\\Mapped\\PartsMap.txt",
+              "; Automatisch generierte Datei, manuelle Änderungen können verloren gehen.", "; (c) ", ""]
+    expected = [line + "\r" for line in header + [" ; ".join(row) for row in rows]] + [""]
+    if len(found) > 2 and found[2].startswith("; (c) ") and found[2].endswith("\r"):
+        expected[2] = found[2]
+    wrong = [f"line {n}: expected {e!r}, found {f!r}"
+             for n, (f, e) in enumerate(itertools.zip_longest(found, expected), 1) if f != e]
+    lines = max(len(found), len(expected))
+    report.compare("lines of the map file, header included", lines - len(wrong), lines, wrong)
+
+
+def compare_mapped_names(report, library, rows):
+    found = set(os.listdir(os.path.join(library, "Mapped"))) - {"PartsMap.txt"}
+    expected = {row.renamed for row in rows}
+    report.compare("copies in the folder Mapped, and nothing else", len(found & expected), len(found | expected),
+                   sorted(found ^ expected))
+
+
+def compare_bom_names(report, library, table, rows):
+    """Every configuration of every copy uses its alternative BOM name, and it is the expected one."""
+    expected = {(row.renamed, configuration): ("1" if written_bom_name(row, configuration) else "0",
+                                               written_bom_name(row, configuration))
+                for row in rows for configuration in table.get(row.original, [])}
+    found = {(file, configuration): (use, name)
+             for file, configuration, use, name in read_parts(os.path.join(library, "Mapped"))}
+    keys = expected.keys() | found.keys()
+    wrong = [f"{' '.join(key)}: expected {expected.get(key)}, found {found.get(key)}"
+             for key in sorted(keys) if expected.get(key) != found.get(key)]
+    report.compare("BOM names of configurations, read back by tools/read-parts", len(keys) - len(wrong), len(keys), wrong)
+
+
+def compare_originals(report, library, table):
+    """No original has got a BOM name."""
+    lines = read_parts(library)
+    touched = [" ".join(line) for line in lines if line[2] != "0" or line[3]]
+    known = sum(len(table.get(name, [])) for name in os.listdir(library))
+    report.compare("configurations of the originals left as they were", len(lines) - len(touched), known, touched)
+
+
+def read_parts(folder):
+    run = subprocess.run(["tools/read-parts", folder], check=True, capture_output=True, encoding="utf-8")
+    return [line.split("\t") for line in run.stdout.split("\n") if line]
+
+
+def check_copies(library, table):
+    report, (rows, left_out) = Report(), expected_rows(library)
+    rows = [row._replace(bom_name="") for row in rows]
+    compare_mapped_names(report, library, rows)
+    pairs = [(os.path.join(library, row.original), os.path.join(library, "Mapped", row.renamed)) for row in rows]
+    equal = [pair for pair in pairs if os.path.exists(pair[1]) and filecmp.cmp(*pair, shallow=False)]
+    report.compare("copies with the same bytes as their originals", len(equal), len(pairs))
+    compare_map(report, library, rows)
+    if left_out:
+        print(f"   left out, as their new name was taken: {len(left_out)} ({left_out[0]} ...)")
+    return report
+
+
+def check_full(library, table):
+    report, (rows, _) = Report(), expected_rows(library)
+    compare_mapped_names(report, library, rows)
+    compare_map(report, library, rows)
+    compare_bom_names(report, library, table, rows)
+    compare_originals(report, library, table)
+    return report
+
+
+def check_found(library, table):
+    report = Report()
+    if not os.path.exists(os.path.join(library, "Mapped", "PartsMap.txt")):
+        print("   There is no map file: no run has been made.")
+        return report
+    lines = [line.strip() for line in map_lines(library)]
+    rows = [Row(*(field.strip() for field in line.split(";", 2))) for line in lines if line and line[0] != ";"]
+    there = [row for row in rows if os.path.exists(os.path.join(library, "Mapped", row.renamed))]
+    report.compare("files of the map file that are there", len(there), len(rows))
+    if any(row.bom_name for row in rows):
+        compare_bom_names(report, library, table, rows)
+    else:
+        print("   The run only copied: the map file holds no BOM names.")
+    return report
+

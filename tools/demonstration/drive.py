@@ -1,0 +1,178 @@
+"""Operates the real program as a person would and tells what came of it; called by tools/demo, which has prepared it.
+
+  drive.py automatic|interactive LIBRARY TABLE SERVER_LOG WINDOW_LOG BARE_SECONDS_COMMAND...
+"""
+import os
+import shutil
+import subprocess
+import sys
+import time
+
+import check
+import windows
+
+IDC_LIST, IDC_PROGRESS_OVERALL, IDC_START, IDC_COPY_ONLY, IDCANCEL = 1002, 1015, 1016, 1024, 2
+PICTURES = "build/demo"
+FINISHED = "Umsetzungen erfolgreich beendet."
+
+
+class Stuck(Exception):
+    pass
+
+
+class Program:
+    """One start of the program, from its first window to its end."""
+
+    def __init__(self, screen):
+        self.screen = screen
+        self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), "talvenor.exe"],
+                                         cwd="build/windows/bin")
+
+    def wait_for(self, what, seconds, happened):
+        end = time.monotonic() + seconds
+        while True:
+            self.screen.look()
+            found = happened()
+            if found:
+                return found
+            if self._process.poll() is not None:
+                raise Stuck(f"the program ended (status {self._process.returncode}) before {what}")
+            if time.monotonic() > end:
+                raise Stuck(f"waited {seconds} s in vain for {what}")
+            time.sleep(0.05)
+
+    def wait_answering(self, what, seconds, happened):
+        """As wait_for, but answers with Return every message box that comes up meanwhile."""
+        while True:
+            found = self.wait_for(what, seconds, lambda: happened() or self.screen.box())
+            if found is not self.screen.box() or happened():
+                return happened()
+            self.answer(found)
+
+    def answer(self, box):
+        time.sleep(0.3)  # a person reads; the window gets the focus
+        windows.press("Return")
+        self.wait_for("the message box to go away", 10, lambda: box not in self.screen.windows.values())
+
+    def wait_for_end(self, seconds):
+        try:
+            self._process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            raise Stuck("the program did not end when its window was closed") from None
+
+    def stop(self):
+        if self._process.poll() is None:
+            self._process.terminate()
+
+
+def finished_box(screen):
+    box = screen.box()
+    return box if box and box.text() == FINISHED else None
+
+
+def copies(library):
+    folder = os.path.join(library, "Mapped")
+    return len(os.listdir(folder)) if os.path.isdir(folder) else 0
+
+
+def one_run(screen, library, copy_only, pictures):
+    """Starts the program, runs the conversion, closes the program. Returns the seconds of the run."""
+    shutil.rmtree(os.path.join(library, "Mapped"), ignore_errors=True)
+    rows = len(check.expected_rows(library)[0])
+    program = Program(screen)
+    try:
+        main = program.wait_answering("the main window", 120, lambda: screen.with_control(IDC_START))
+        time.sleep(1)  # for the window manager to place it
+        screen.look()
+        main = screen.with_control(IDC_START)
+        if pictures:
+            windows.picture(f"{PICTURES}/1-before.png")
+        if copy_only:
+            windows.click(main, IDC_COPY_ONLY)
+        begin = time.time()
+        windows.click(main, IDC_START)
+        program.wait_answering("the progress dialog", 30,
+                               lambda: screen.with_control(IDC_PROGRESS_OVERALL) or finished_box(screen))
+        if pictures:
+            program.wait_answering("half of the copies", 60 + rows,
+                                   lambda: copies(library) > rows // 2 or finished_box(screen))
+            windows.picture(f"{PICTURES}/2-during.png")
+        box = program.wait_answering("the end of the run", 60 + rows, lambda: finished_box(screen))
+        seconds = box.seconds - begin
+        time.sleep(0.5)
+        if pictures:
+            windows.picture(f"{PICTURES}/3-after.png")
+        program.answer(box)
+        time.sleep(0.5)
+        screen.look()
+        windows.click(screen.with_control(IDC_START), IDCANCEL)
+        program.wait_for_end(20)
+        return seconds
+    except Stuck:
+        windows.picture(f"{PICTURES}/stuck.png")
+        raise
+    finally:
+        program.stop()
+
+
+def server_calls(server_log):
+    if not os.path.exists(server_log):
+        return 0
+    with open(server_log, encoding="utf-8") as log:
+        return sum(line.split("\t")[1].startswith(("application", "document", "configuration")) for line in log
+                   if line.count("\t") > 1)
+
+
+def report_boxes(report, found, expected):
+    for text in found:
+        print("   message box: " + text.replace("\n", "\n                "))
+    report.compare("message boxes as expected", sum(a == b for a, b in zip(found, expected)),
+                   max(len(found), len(expected)))
+
+
+def automatic(screen, library, table, server_log, bare_command):
+    wrong = 0
+    for title, copy_only, verify in (("Copies only", True, check.check_copies),
+                                     ("The whole run: copies, map file and BOM names", False, check.check_full)):
+        print(f"\n== {title}", flush=True)
+        calls, boxes = server_calls(server_log), len(screen.boxes)
+        seconds = one_run(screen, library, copy_only, pictures=not copy_only)
+        print(f"   {seconds:.1f} s from the click on the start button to the final message box, "
+              f"{server_calls(server_log) - calls} automation calls")
+        report = verify(library, table)
+        report_boxes(report, screen.boxes[boxes:], check.expected_boxes(library))
+        wrong += report.wrong
+    bare = subprocess.run(bare_command, capture_output=True, encoding="utf-8")
+    print("\n== The same copies and automation calls by a program without windows, for comparison")
+    print("   " + (bare.stdout.strip() or "FAILED: " + bare.stderr.strip()).replace("\n", "\n   "))
+    print(f"\nPictures of the screen: {PICTURES}/1-before.png, 2-during.png, 3-after.png")
+    return wrong + (bare.returncode != 0)
+
+
+def interactive(screen, library, table):
+    print("\nThe program is yours. When you close its window, what is found then is summed up here.", flush=True)
+    program = Program(screen)
+    program.wait_for_end(None)
+    print("\n== What is there now")
+    screen.look()
+    for text in screen.boxes:
+        print("   message box: " + text.replace("\n", "\n                "))
+    return check.check_found(library, table).wrong
+
+
+def main():
+    mode, library, table_path, server_log, window_log, *bare_command = sys.argv[1:]
+    table, screen = check.read_table(table_path), windows.Screen(window_log)
+    try:
+        wrong = (interactive(screen, library, table) if mode == "interactive"
+                 else automatic(screen, library, table, server_log, bare_command))
+    except Stuck as stuck:
+        print(f"\nStuck: {stuck}.\nThe screen as it was: {PICTURES}/stuck.png; windows: {window_log}")
+        return 1
+    print("\nEverything is as it should be." if wrong == 0 else f"\n{wrong} things are NOT as they should be.")
+    return 1 if wrong else 0
+
+
+if __name__ == "__main__":
+    sys.stdout.reconfigure(encoding="utf-8")
+    sys.exit(main())

@@ -1,0 +1,78 @@
+"""What stands on the screen, from the log of tools/windowwatch, and a person's hands: mouse, keys, pictures."""
+import collections
+import subprocess
+import time
+
+Control = collections.namedtuple("Control", "rect enabled text")
+DIALOG_CONTROLS = range(1002, 1027)  # numbers that no message box uses
+
+
+class Window:
+    def __init__(self, seconds, title):
+        self.seconds, self.title, self.controls = seconds, title, {}
+
+    def is_box(self):
+        return bool(self.controls) and not any(number in DIALOG_CONTROLS for number in self.controls)
+
+    def text(self):
+        """The longest text in the window: that of a message box."""
+        return max((control.text for control in self.controls.values()), key=len, default="")
+
+
+class Screen:
+    def __init__(self, log):
+        self._log, self._read, self._last = log, 0, None
+        self.windows = {}  # handle: Window, those that are there now
+        self.boxes = []    # the text of every message box that has come up
+
+    def look(self):
+        """Takes in what the watcher has written since the last look."""
+        with open(self._log, "rb") as log:
+            log.seek(self._read)
+            lines = log.read().split(b"\n")
+        self._read += sum(len(line) + 1 for line in lines[:-1])
+        new = []
+        for line in lines[:-1]:
+            self._take(line.decode("utf-8").split("\t"), new)
+        self.boxes += [window.text() for window in new if window.is_box()]
+
+    def _take(self, fields, new):
+        seconds, what, handle = int(fields[0]) / 1000, fields[1], int(fields[2])
+        if what == "gone":
+            self.windows.pop(handle, None)
+            return
+        rect, enabled, text = tuple(map(int, fields[3].split(","))), fields[4] == "enabled", fields[6]
+        text = text.replace("\\n", "\n").replace("\\t", "\t")
+        if what == "control":
+            # Several labels share the number -1; of a box only the one with the text matters.
+            number = int(fields[7])
+            if number not in self._last.controls or len(text) >= len(self._last.controls[number].text):
+                self._last.controls[number] = Control(rect, enabled, text)
+            return
+        first_seen = self.windows[handle].seconds if handle in self.windows else seconds
+        if handle not in self.windows:
+            new.append(None)
+        self._last = self.windows[handle] = Window(first_seen, text)
+        if new and new[-1] is None:
+            new[-1] = self._last
+
+    def box(self):
+        return next((window for window in self.windows.values() if window.is_box()), None)
+
+    def with_control(self, number):
+        return next((window for window in self.windows.values() if number in window.controls), None)
+
+
+def press(key):
+    subprocess.run(["xdotool", "key", "--clearmodifiers", key], check=True)
+
+
+def click(window, number):
+    left, top, right, bottom = window.controls[number].rect
+    subprocess.run(["xdotool", "mousemove", "--sync", str((left + right) // 2), str((top + bottom) // 2)], check=True)
+    time.sleep(0.2)
+    subprocess.run(["xdotool", "click", "1"], check=True)
+
+
+def picture(path):
+    subprocess.run(["import", "-window", "root", path], check=True)
