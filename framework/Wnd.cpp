@@ -85,7 +85,7 @@ bool CWnd::WalkPreTranslateTree(MSG& message)
 
 bool CWnd::UpdateData(bool save)
 {
-    CDataExchange exchange(*this, save);
+    CDataExchange exchange(m_hWnd, save);
     DoDataExchange(exchange);
     return exchange.Succeeded();
 }

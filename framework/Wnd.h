@@ -24,6 +24,9 @@ public:
 
     HWND m_hWnd = nullptr;
 
+    // A window's text, of any length.
+    [[nodiscard]] static std::wstring TextOf(HWND window);
+
     // The object bound to the window, or null.
     [[nodiscard]] static CWnd* FromHandle(HWND window);
 
@@ -88,7 +91,6 @@ protected:
     LRESULT Default();
 
 private:
-    static std::wstring TextOf(HWND window);
     static LRESULT CALLBACK SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id,
                                          DWORD_PTR object);
     LRESULT Dispatch(UINT message, WPARAM wParam, LPARAM lParam);

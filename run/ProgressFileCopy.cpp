@@ -1,7 +1,7 @@
 #include "run/ProgressFileCopy.h"
 
 #include "files/FileMisc.h"
-#include "framework/DataExchange.h"
+#include "framework/DialogData.h"
 #include "framework/WinApp.h"
 #include "resources/resource.h"
 

@@ -13,7 +13,7 @@
 #include "core/TextTools.h"
 #include "files/Paths.h"
 #include "files/PickedFiles.h"
-#include "framework/DataExchange.h"
+#include "framework/DialogData.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/ResourceHandle.h"
