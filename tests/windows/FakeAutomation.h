@@ -12,6 +12,7 @@
 #include "cad/ProgressFace.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "tests/windows/TestScopes.h"
 
 // Automation objects, a progress dialog and a user for tests, all in the process of the test. What happens to
 // them is written down in one log, a line an event, in the order in which it happens.
@@ -267,17 +268,4 @@ public:
 
 private:
     MessageListener m_previous;
-};
-
-// Sets the language of the process as long as it lives.
-class CLanguageScope
-{
-public:
-    explicit CLanguageScope(int language) : m_previous(std::exchange(g_nLanguage, language)) {}
-    CLanguageScope(const CLanguageScope&) = delete;
-    CLanguageScope& operator=(const CLanguageScope&) = delete;
-    ~CLanguageScope() { g_nLanguage = m_previous; }
-
-private:
-    int m_previous;
 };
