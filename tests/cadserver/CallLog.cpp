@@ -15,9 +15,9 @@ void CCallLog::Add(const std::vector<std::wstring>& fields) const
         return;
     }
     std::wstring line;
+    const auto isControl = [](wchar_t character) { return character < L' '; };
     for (std::wstring field : fields) {
-        std::replace_if(
-            field.begin(), field.end(), [](wchar_t c) { return c < L' '; }, L' ');
+        std::replace_if(field.begin(), field.end(), isControl, L' ');
         line += (line.empty() ? L"" : L"\t") + field;
     }
     const std::string bytes = ToUtf8(line) + "\n";
