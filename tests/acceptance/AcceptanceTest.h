@@ -1,0 +1,48 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "resources/resource.h"
+#include "tests/acceptance/CadServer.h"
+#include "tests/acceptance/ExpectedTexts.h"
+#include "tests/acceptance/Input.h"
+#include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/PartReader.h"
+#include "tests/acceptance/ProgramUnderTest.h"
+#include "tests/acceptance/TestLibrary.h"
+#include "tests/acceptance/WaitFor.h"
+#include "tests/acceptance/ZelmarRegistry.h"
+#include "tests/cadserver/TextFile.h"
+
+// What each test finds: an empty standard-parts folder that the registry names, no templates, and the
+// stand-in CAD server with an empty script. A server that still runs behind a test makes it fail.
+class AcceptanceTest : public testing::Test
+{
+protected:
+    AcceptanceTest();
+    void TearDown() override;
+
+    // Waits for a message box of the program, compares its text, title and buttons, and clicks on one of
+    // them.
+    static void ExpectMessage(const CProgramUnderTest& program, const std::wstring& text);
+    static void ExpectQuestion(const CProgramUnderTest& program, const std::wstring& text, int answer);
+    static void ExpectBox(const CProgramUnderTest& program, const std::wstring& text,
+                          const std::vector<int>& buttons, int answer);
+
+    // Clicks on start and waits until the run and its last message are over.
+    static void ConvertToTheEnd(const CProgramUnderTest& program);
+
+    // The program's question before it overwrites the library's map file.
+    [[nodiscard]] std::wstring OverwriteQuestion() const;
+
+    CTempFolder m_temp;
+    CZelmarRegistry m_registry;
+    CTestLibrary m_library;
+    CCadServer m_server;
+};
+
+// A row of the list with the generated names of a standard part 'N_ISO_<number>_<size>.sldprt'.
+RowOnScreen IsoRow(const std::wstring& number, const std::wstring& size, Mark mark);

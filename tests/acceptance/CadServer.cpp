@@ -1,0 +1,165 @@
+#include "tests/acceptance/CadServer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <utility>
+
+#include "framework/Handles.h"
+#include "tests/acceptance/OwnFolder.h"
+#include "tests/acceptance/WaitFor.h"
+#include "tests/cadserver/Settings.h"
+#include "tests/cadserver/TextFile.h"
+
+namespace {
+
+constexpr DWORD kEndTime = 10'000;  // milliseconds
+
+// Runs the server's executable with a command and waits for it.
+void RunServerProgram(const std::wstring& arguments)
+{
+    std::wstring commandLine = L"\"" + OwnFolder() + L"\\cadserver.exe\" " + arguments;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    DWORD status = 1;
+    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                       &process) != FALSE) {
+        const UniqueHandle thread(process.hThread);
+        const UniqueHandle handle(process.hProcess);
+        WaitForSingleObject(handle.get(), kPatience);
+        GetExitCodeProcess(handle.get(), &status);
+    }
+    if (status != 0) {
+        throw std::runtime_error("failed: " + ToUtf8(commandLine));
+    }
+}
+
+// A process of the server; null when it has ended, even if its number belongs to another process by now.
+UniqueHandle OpenServer(DWORD id)
+{
+    UniqueHandle process(
+        OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, id));
+    std::wstring image(MAX_PATH, L'\0');
+    auto length = static_cast<DWORD>(image.size());
+    if (process == nullptr || QueryFullProcessImageNameW(process.get(), 0, image.data(), &length) == FALSE) {
+        return nullptr;
+    }
+    image.resize(length);
+    return FileNameOf(image) == L"cadserver.exe" ? std::move(process) : nullptr;
+}
+
+std::vector<std::wstring> Fields(const std::wstring& line)
+{
+    std::vector<std::wstring> fields(1);
+    for (const wchar_t character : line) {
+        if (character == L'\t') {
+            fields.emplace_back();
+        } else {
+            fields.back() += character;
+        }
+    }
+    return fields;
+}
+
+std::string Join(const std::vector<std::wstring>& fields)
+{
+    std::wstring line;
+    for (const std::wstring& field : fields) {
+        if (!field.starts_with(L"process=")) {
+            line += (line.empty() ? L"" : L" ") + field;
+        }
+    }
+    return ToUtf8(line);
+}
+
+}  // namespace
+
+CCadServer::CCadServer(const std::wstring& folder)
+    : m_script(folder + L"\\script.txt"), m_log(folder + L"\\calls.txt")
+{
+    SetScript("");
+    std::ofstream(std::filesystem::path(m_log)).flush();
+    ConfigureServer(m_script, m_log);
+}
+
+CCadServer::~CCadServer()
+{
+    for (const DWORD id : ProcessIds()) {
+        if (const UniqueHandle process = OpenServer(id)) {
+            TerminateProcess(process.get(), 1);
+            WaitForSingleObject(process.get(), kEndTime);
+        }
+    }
+}
+
+void CCadServer::SetScript(const std::string& rules) const
+{
+    std::ofstream(std::filesystem::path(m_script), std::ios::binary) << rules;
+}
+
+std::vector<std::string> CCadServer::Log() const
+{
+    std::vector<std::string> lines;
+    for (const std::wstring& line : ReadLines(m_log)) {
+        lines.push_back(Join(Fields(line)));
+    }
+    return lines;
+}
+
+std::vector<std::string> CCadServer::Life() const
+{
+    std::vector<std::string> lines = Log();
+    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("- "); });
+    return lines;
+}
+
+bool CCadServer::WasAsked(const std::string& text) const
+{
+    return std::ranges::any_of(Log(),
+                               [&](const std::string& line) { return line.find(text) != std::string::npos; });
+}
+
+bool CCadServer::WaitForEnd() const
+{
+    return std::ranges::all_of(ProcessIds(), [](DWORD id) {
+        const UniqueHandle process = OpenServer(id);
+        return process == nullptr || WaitForSingleObject(process.get(), kEndTime) == WAIT_OBJECT_0;
+    });
+}
+
+std::vector<DWORD> CCadServer::ProcessIds() const
+{
+    constexpr std::wstring_view kLead = L"process=";
+    std::vector<DWORD> ids;
+    for (const std::wstring& line : ReadLines(m_log)) {
+        for (const std::wstring& field : Fields(line)) {
+            if (field.starts_with(kLead)) {
+                ids.push_back(static_cast<DWORD>(std::stoul(field.substr(kLead.size()))));
+            }
+        }
+    }
+    return ids;
+}
+
+void RegisterCadServer()
+{
+    RunServerProgram(L"--register 25 30 --current 30");
+}
+
+void UnregisterCadServer()
+{
+    RunServerProgram(L"--unregister");
+}
+
+CNoCadServer::~CNoCadServer()
+{
+    try {
+        RegisterCadServer();
+    } catch (const std::exception& error) {
+        ADD_FAILURE() << error.what();
+    }
+}

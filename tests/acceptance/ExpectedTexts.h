@@ -1,0 +1,91 @@
+#pragma once
+
+#include <string>
+
+#include "framework/Language.h"
+
+// What the program is to say, written down apart from its sources. Texts that a path or a number goes into
+// are given in pieces.
+namespace expected {
+
+// Main dialog
+inline constexpr Text kHeaders[] = {{L"Original Normteil-Dateien", L"Original Standard-Part-Files"},
+                                    {L"Umbenannt nach...", L"Renamed to..."},
+                                    {L"Benennung d. Stücklisteneintrags", L"BOM names"}};
+inline constexpr Text kMapView{L"Inhalt der Map-Datei wird angezeigt", L"Showing contents of the Map-File"};
+inline constexpr Text kFolderView{L"Inhalt des Normteil-Verzeichnisses wird angezeigt",
+                                  L"Showing contents of the standard part folder"};
+inline constexpr Text kListChanged{L" (Liste geändert)", L" (list changed)"};
+inline constexpr Text kNoPartsFolder{
+    L"Norm-Input-Verzeichnis nicht vorhanden!\n\n"
+    L"Normteil-Verzeichnis und -Dateien müssen manuell gewählt werden.",
+    L"Norm-Input-Directory not available!\n\n"
+    L"Standard part directory and files have to be selected manually."};
+inline constexpr Text kAddParts{L"Normteile hinzufügen...", L"Add standart parts..."};
+inline constexpr Text kChangeFolder{
+    L"Soll das Quellverzeichnis wirklich geändert werden?\n\n"
+    L"Wenn JA, dann werden alle Normteillisteneinträge im Fenster verworfen.",
+    L"Do you really want to change the standard part folder?\n\n"
+    L"If YES, then all standard part entries are removed from list."};
+inline constexpr Text kNoSuchFolder{L"Das Quellverzeichnis existiert nicht!\nBitte Eingabe korrigieren.",
+                                    L"The source directory does not exist!\nPlease check input."};
+inline constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
+                                 L"Do you really want to remove all list entries?"};
+inline constexpr Text kMapMissingLead{L"Map-Datei '", L"Map-File '"};
+inline constexpr Text kMapMissingEnd{L"' nicht vorhanden.", L"' not available."};
+inline constexpr Text kOverwriteLead{L"Die Map-Datei 'PartsMap.txt' existiert bereits in '",
+                                     L"The Map-File 'PartsMap.txt' already exists in '"};
+inline constexpr Text kOverwriteEnd{L"'.\n\nSoll die Datei überschrieben werden?",
+                                    L"'.\n\nDo you want to overwrite this file?"};
+
+// Start
+inline constexpr Text kNoResources{L"Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll",
+                                   L"Cannot load Resource DLL!\nFile: .\\talvresusx64.dll"};
+
+// The reader of the map file speaks German whatever the language of the program is.
+inline constexpr const wchar_t* kSyntaxErrorLead = L"Syntax-Fehler in Zeile ";
+inline constexpr const wchar_t* kSyntaxErrorMiddle = L" in\n";
+inline constexpr const wchar_t* kSyntaxErrorEnd =
+    L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.";
+inline constexpr const wchar_t* kNotReadLead = L"FEHLER: Datei '";
+inline constexpr const wchar_t* kNotReadEnd = L"' kann nicht zum Lesen geöffnet werden!";
+
+// Run
+inline constexpr Text kLoadingCad{L"Lade SOLIDWORKS...", L"Loading SOLIDWORKS..."};
+inline constexpr Text kCadNotLoaded{
+    L"SOLIDWORKS konnte nicht geladen werden.\nDie Anwendung ist entweder "
+    L"nicht installiert, oder die Installation ist zerstört.",
+    L"Could not load SOLIDWORKS.\nThe application either is not installed, "
+    L"or the installation is corrupt."};
+inline constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert sein.",
+                                 L"SOLIDWORKS 99/250 is required."};
+inline constexpr Text kMapNotWrittenLead{L"FEHLER: Datei ", L"ERROR: File "};
+inline constexpr Text kMapNotWrittenEnd{L" kann nicht zum Schreiben geöffnet werden!",
+                                        L" cannot be opened for write access!"};
+inline constexpr Text kSourceNotOpenedLead{
+    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei \"",
+    L"Filecopy failed!\n\nThe source file \""};
+inline constexpr Text kTargetNotOpenedLead{
+    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Ziel-Datei \"",
+    L"Filecopy failed!\n\nThe target file \""};
+inline constexpr Text kNotOpenedMiddle{L"\" konnte nicht geöffnet werden.\nError: ",
+                                       L"\" could not be opened.\nError: "};
+inline constexpr Text kNotOpenedEnd{L".\nMöglicherweise ist die Datei derzeit in Verwendung.",
+                                    L".\nMaybe the file is already in use."};
+inline constexpr Text kNoFolderLead{L"Verzeichnis '", L"Cannot create directory '"};
+inline constexpr Text kNoFolderFileThere{
+    L"' kann nicht angelegt werden.\n"
+    L"Es existiert bereits eine Datei mit dem gleichen Namen.",
+    L"'.\nA file with the same name exists."};
+inline constexpr const wchar_t* kUnknownError = L"unknown error";
+inline constexpr Text kCurrentConfiguration{L"Aktuelle Konfiguration:  ", L"Current Configuration:  "};
+inline constexpr Text kReallyCancel{
+    L"Wirklich abbrechen?\n(Die Stücklisteneinträge der Konfigurationen des "
+    L"aktuellen Normteils werden noch zu Ende geschrieben).",
+    L"Do you really want to cancel?\n(The BOM entries of these configurations "
+    L"are still changed and saved)."};
+inline constexpr Text kCancelled{L"Abbruch durch Benutzer!\n\nEs wurden nicht alle Dateien kopiert.",
+                                 L"Canceled by user!\n\nNot all files are copied."};
+inline constexpr Text kFinished{L"Umsetzungen erfolgreich beendet.", L"Conversion successfully finished."};
+
+}  // namespace expected

@@ -1,0 +1,89 @@
+#include "tests/acceptance/Input.h"
+
+#include <vector>
+
+#include "tests/acceptance/OtherWindows.h"
+
+namespace {
+
+void Send(std::vector<INPUT>& inputs)
+{
+    SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
+}
+
+INPUT MouseInput(DWORD flags)
+{
+    INPUT input{};
+    input.type = INPUT_MOUSE;
+    input.mi.dwFlags = flags;
+    return input;
+}
+
+bool IsExtended(int key)
+{
+    return key == VK_DELETE || key == VK_HOME || key == VK_END || key == VK_UP || key == VK_DOWN;
+}
+
+INPUT KeyInput(int key, DWORD flags)
+{
+    INPUT input{};
+    input.type = INPUT_KEYBOARD;
+    input.ki.wVk = static_cast<WORD>(key);
+    input.ki.wScan = static_cast<WORD>(MapVirtualKeyW(static_cast<UINT>(key), MAPVK_VK_TO_VSC));
+    input.ki.dwFlags = flags | (IsExtended(key) ? KEYEVENTF_EXTENDEDKEY : 0);
+    return input;
+}
+
+INPUT CharacterInput(wchar_t character, DWORD flags)
+{
+    INPUT input{};
+    input.type = INPUT_KEYBOARD;
+    input.ki.wScan = character;
+    input.ki.dwFlags = KEYEVENTF_UNICODE | flags;
+    return input;
+}
+
+}  // namespace
+
+void ClickAt(POINT position)
+{
+    SetCursorPos(position.x, position.y);
+    std::vector<INPUT> inputs = {MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP)};
+    Send(inputs);
+}
+
+void ClickOn(HWND control)
+{
+    RECT place{};
+    GetWindowRect(control, &place);
+    ClickAt({(place.left + place.right) / 2, (place.top + place.bottom) / 2});
+}
+
+void PressKeys(std::initializer_list<int> keys)
+{
+    std::vector<INPUT> inputs;
+    for (const int key : keys) {
+        inputs.push_back(KeyInput(key, 0));
+    }
+    for (auto key = keys.end(); key != keys.begin();) {
+        inputs.push_back(KeyInput(*--key, KEYEVENTF_KEYUP));
+    }
+    Send(inputs);
+}
+
+void TypeText(const std::wstring& text)
+{
+    std::vector<INPUT> inputs;
+    for (const wchar_t character : text) {
+        inputs.push_back(CharacterInput(character, 0));
+        inputs.push_back(CharacterInput(character, KEYEVENTF_KEYUP));
+    }
+    Send(inputs);
+}
+
+int MnemonicOf(HWND control)
+{
+    const std::wstring text = TextOf(control);
+    const std::size_t ampersand = text.find(L'&');
+    return ampersand == std::wstring::npos ? 0 : VkKeyScanW(text.at(ampersand + 1)) & 0xFF;
+}

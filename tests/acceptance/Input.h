@@ -1,0 +1,24 @@
+#pragma once
+
+#include <windows.h>
+
+#include <initializer_list>
+#include <string>
+
+// Mouse and keyboard as a person uses them: what is done goes to the window that is under the mouse, and to
+// the one that has the focus. All return at once; the program acts when it gets to it.
+
+// Clicks the left button at a position of the screen.
+void ClickAt(POINT position);
+
+// Clicks the left button in the middle of a control.
+void ClickOn(HWND control);
+
+// Presses the keys one after the other and releases them in reverse order: {VK_MENU, 'T'} is Alt+T.
+void PressKeys(std::initializer_list<int> keys);
+
+// Types a text, whatever the keyboard layout.
+void TypeText(const std::wstring& text);
+
+// The key that stands behind the ampersand of a control's text.
+int MnemonicOf(HWND control);

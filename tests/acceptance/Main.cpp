@@ -1,0 +1,36 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <cstdlib>
+#include <string_view>
+
+#include "framework/Language.h"
+#include "tests/acceptance/CadServer.h"
+
+namespace {
+
+// Registers the stand-in server for the length of all tests.
+class CCadServerEnvironment : public testing::Environment
+{
+public:
+    void SetUp() override { RegisterCadServer(); }
+    void TearDown() override { UnregisterCadServer(); }
+};
+
+}  // namespace
+
+// TALVENOR_TEST_LANGUAGE (german, the default, or english) says in which language the program under test
+// speaks.
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    const char* language = std::getenv("TALVENOR_TEST_LANGUAGE");
+    g_nLanguage = language != nullptr && std::string_view(language) == "english" ? 0 : 1;
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    testing::AddGlobalTestEnvironment(new CCadServerEnvironment);  // the framework deletes it
+    const int result = RUN_ALL_TESTS();
+    CoUninitialize();
+    return result;
+}

@@ -1,0 +1,93 @@
+#include "tests/acceptance/MessageBoxOnScreen.h"
+
+#include <algorithm>
+
+#include "tests/acceptance/Input.h"
+#include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/WaitFor.h"
+
+namespace {
+
+// The text of a message box stands in a static with this number.
+constexpr int kTextId = 0xFFFF;
+
+bool IsMessageText(HWND control)
+{
+    return ClassOf(control) == L"Static" && (GetDlgCtrlID(control) & kTextId) == kTextId;
+}
+
+bool IsMessageButton(HWND control)
+{
+    return ClassOf(control) == L"Button" && GetDlgCtrlID(control) >= IDOK && GetDlgCtrlID(control) <= IDHELP;
+}
+
+bool IsMessageIcon(HWND control)
+{
+    return ClassOf(control) == L"Static" && (GetWindowLongW(control, GWL_STYLE) & SS_TYPEMASK) == SS_ICON;
+}
+
+// One text, buttons, perhaps an icon and nothing else: no other dialog of the program looks like this.
+bool IsMessageBox(HWND window)
+{
+    const std::vector<HWND> controls = ControlsOf(window);
+    const bool known = std::ranges::all_of(controls, [](HWND control) {
+        return IsMessageText(control) || IsMessageButton(control) || IsMessageIcon(control);
+    });
+    return known && ClassOf(window) == L"#32770" && std::ranges::count_if(controls, &IsMessageText) == 1;
+}
+
+}  // namespace
+
+std::optional<CMessageBoxOnScreen> CMessageBoxOnScreen::Find(DWORD process)
+{
+    for (const HWND window : TopWindowsOf(process)) {
+        if (IsMessageBox(window)) {
+            return CMessageBoxOnScreen(window, process);
+        }
+    }
+    return std::nullopt;
+}
+
+CMessageBoxOnScreen CMessageBoxOnScreen::WaitForOne(DWORD process)
+{
+    const auto box = WaitFor([&] { return Find(process); });
+    if (!box) {
+        throw CNotOnScreen(L"a message box", process);
+    }
+    return *box;
+}
+
+std::wstring CMessageBoxOnScreen::Text() const
+{
+    const std::vector<HWND> controls = ControlsOf(m_window);
+    const auto text = std::ranges::find_if(controls, &IsMessageText);
+    return text == controls.end() ? std::wstring() : TextOf(*text);
+}
+
+std::wstring CMessageBoxOnScreen::Title() const
+{
+    return TextOf(m_window);
+}
+
+std::vector<int> CMessageBoxOnScreen::Buttons() const
+{
+    std::vector<HWND> buttons = ControlsOf(m_window);
+    std::erase_if(buttons, [](HWND control) { return !IsMessageButton(control); });
+    const auto left = [](HWND control) {
+        RECT place{};
+        GetWindowRect(control, &place);
+        return place.left;
+    };
+    std::ranges::sort(buttons, {}, left);
+    std::vector<int> numbers(buttons.size());
+    std::ranges::transform(buttons, numbers.begin(), &GetDlgCtrlID);
+    return numbers;
+}
+
+void CMessageBoxOnScreen::Answer(int button) const
+{
+    ClickOn(GetDlgItem(m_window, button));
+    if (!WaitFor([&] { return IsWindow(m_window) == FALSE; })) {
+        throw CNotOnScreen(L"the end of a message box", m_process);
+    }
+}

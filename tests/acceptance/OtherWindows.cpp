@@ -1,0 +1,108 @@
+#include "tests/acceptance/OtherWindows.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "tests/cadserver/TextFile.h"
+
+namespace {
+
+constexpr UINT kAnswerTime = 10'000;  // milliseconds
+constexpr std::size_t kLongestText = 4096;
+
+struct Search
+{
+    DWORD process;
+    std::vector<HWND> found;
+};
+
+BOOL CALLBACK TakeTopWindow(HWND window, LPARAM parameter)
+{
+    auto& search = *reinterpret_cast<Search*>(parameter);
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    if (process == search.process && IsWindowVisible(window) != FALSE) {
+        search.found.push_back(window);
+    }
+    return TRUE;
+}
+
+BOOL CALLBACK TakeControl(HWND control, LPARAM parameter)
+{
+    if (IsWindowVisible(control) != FALSE) {
+        reinterpret_cast<std::vector<HWND>*>(parameter)->push_back(control);
+    }
+    return TRUE;
+}
+
+std::wstring Describe(HWND window)
+{
+    return ClassOf(window) + L" " + std::to_wstring(GetDlgCtrlID(window)) + L" \"" + TextOf(window) + L"\"" +
+           (IsWindowEnabled(window) != FALSE ? L"\n" : L" (disabled)\n");
+}
+
+}  // namespace
+
+CNotOnScreen::CNotOnScreen(const std::wstring& missing, DWORD process)
+    : std::runtime_error(ToUtf8(L"not on the screen: " + missing + L"\n" + DescribeScreen(process)))
+{
+}
+
+std::vector<HWND> TopWindowsOf(DWORD process)
+{
+    Search search{process, {}};
+    EnumWindows(&TakeTopWindow, reinterpret_cast<LPARAM>(&search));
+    return std::move(search.found);
+}
+
+std::vector<HWND> ControlsOf(HWND window)
+{
+    std::vector<HWND> controls;
+    EnumChildWindows(window, &TakeControl, reinterpret_cast<LPARAM>(&controls));
+    return controls;
+}
+
+std::wstring TextOf(HWND window)
+{
+    std::wstring text(kLongestText, L'\0');
+    DWORD_PTR length = 0;
+    SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()), SMTO_NORMAL,
+                        kAnswerTime, &length);
+    text.resize(std::min<std::size_t>(length, kLongestText));
+    std::erase(text, L'\r');
+    return text;
+}
+
+std::wstring ClassOf(HWND window)
+{
+    wchar_t name[64] = L"";
+    GetClassNameW(window, name, 64);
+    return name;
+}
+
+LRESULT Ask(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    DWORD_PTR answer = 0;
+    SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kAnswerTime, &answer);
+    return static_cast<LRESULT>(answer);
+}
+
+HWND FocusOf(HWND window)
+{
+    GUITHREADINFO info{};
+    info.cbSize = sizeof info;
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    return info.hwndFocus;
+}
+
+std::wstring DescribeScreen(DWORD process)
+{
+    std::wstring text = L"on the screen:\n";
+    for (const HWND window : TopWindowsOf(process)) {
+        text += Describe(window);
+        for (const HWND control : ControlsOf(window)) {
+            text += L"    " + Describe(control);
+        }
+    }
+    return text;
+}

@@ -1,0 +1,128 @@
+#include "tests/acceptance/ProgramUnderTest.h"
+
+#include "resources/resource.h"
+#include "tests/acceptance/Input.h"
+#include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/OwnFolder.h"
+#include "tests/acceptance/WaitFor.h"
+#include "tests/cadserver/TextFile.h"
+
+CProgramUnderTest::CProgramUnderTest(const std::wstring& workingFolder)
+{
+    const std::wstring folder = OwnFolder();
+    std::wstring commandLine = L"\"" + folder + L"\\talvenor.exe\"";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    const std::wstring& start = workingFolder.empty() ? folder : workingFolder;
+    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, start.c_str(),
+                       &startup, &process) == FALSE) {
+        throw std::runtime_error("cannot start " + ToUtf8(commandLine));
+    }
+    const UniqueHandle thread(process.hThread);
+    m_process.reset(process.hProcess);
+    m_processId = process.dwProcessId;
+}
+
+CProgramUnderTest::~CProgramUnderTest()
+{
+    TerminateProcess(m_process.get(), 1);
+    WaitForSingleObject(m_process.get(), kPatience);
+}
+
+HWND CProgramUnderTest::MainWindow() const
+{
+    const HWND window = WaitFor([&] { return DialogWith(IDC_LIST); });
+    if (window == nullptr) {
+        throw CNotOnScreen(L"the main dialog", m_processId);
+    }
+    return window;
+}
+
+HWND CProgramUnderTest::Control(int id) const
+{
+    const HWND control = GetDlgItem(MainWindow(), id);
+    if (control == nullptr) {
+        throw CNotOnScreen(L"control " + std::to_wstring(id), m_processId);
+    }
+    return control;
+}
+
+std::wstring CProgramUnderTest::ControlText(int id) const
+{
+    return TextOf(Control(id));
+}
+
+CListOnScreen CProgramUnderTest::List() const
+{
+    return {Control(IDC_LIST), m_process.get()};
+}
+
+HWND CProgramUnderTest::ProgressDialog() const
+{
+    return DialogWith(IDC_PROGRESS_OVERALL);
+}
+
+bool CProgramUnderTest::IsAtRest() const
+{
+    const std::vector<HWND> windows = TopWindowsOf(m_processId);
+    return windows.size() == 1 && IsWindowEnabled(windows[0]) != FALSE && GetDlgItem(windows[0], IDC_LIST);
+}
+
+void CProgramUnderTest::Click(int id) const
+{
+    ClickOn(Control(id));
+}
+
+void CProgramUnderTest::Focus(int id) const
+{
+    const HWND control = Control(id);
+    ClickOn(control);
+    if (!WaitFor([&] { return FocusOf(control) == control; })) {
+        throw CNotOnScreen(L"the focus in control " + std::to_wstring(id), m_processId);
+    }
+}
+
+void CProgramUnderTest::TypeInto(int id, const std::wstring& text) const
+{
+    Focus(id);
+    PressKeys({VK_HOME});
+    PressKeys({VK_SHIFT, VK_END});
+    TypeText(text);
+    WaitForText(id, text);
+}
+
+void CProgramUnderTest::WaitForText(int id, const std::wstring& text) const
+{
+    const HWND control = Control(id);
+    if (!WaitFor([&] { return TextOf(control) == text; })) {
+        throw CNotOnScreen(L"\"" + text + L"\" in control " + std::to_wstring(id), m_processId);
+    }
+}
+
+void CProgramUnderTest::WaitForRest() const
+{
+    if (!WaitFor([&] { return IsAtRest(); })) {
+        throw CNotOnScreen(L"the main dialog alone", m_processId);
+    }
+}
+
+DWORD CProgramUnderTest::WaitForEnd() const
+{
+    DWORD status = 0;
+    if (WaitForSingleObject(m_process.get(), kPatience) != WAIT_OBJECT_0 ||
+        GetExitCodeProcess(m_process.get(), &status) == FALSE) {
+        throw CNotOnScreen(L"the end of the program", m_processId);
+    }
+    return status;
+}
+
+HWND CProgramUnderTest::DialogWith(int controlId) const
+{
+    for (const HWND window : TopWindowsOf(m_processId)) {
+        if (ClassOf(window) == L"#32770" && GetDlgItem(window, controlId) != nullptr) {
+            return window;
+        }
+    }
+    return nullptr;
+}

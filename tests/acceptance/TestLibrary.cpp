@@ -1,0 +1,58 @@
+#include "tests/acceptance/TestLibrary.h"
+
+#include "tests/cadserver/PartFile.h"
+
+namespace {
+
+// The text in the 8-bit form of the map file: every character as the byte of its code.
+std::string ByCode(const std::wstring& text)
+{
+    std::string bytes;
+    for (const wchar_t character : text) {
+        bytes += static_cast<char>(static_cast<unsigned char>(character));
+    }
+    return bytes;
+}
+
+}  // namespace
+
+CTestLibrary::CTestLibrary() : m_path(m_temp / L"Normteile für Tests")
+{
+    std::filesystem::create_directory(m_path);
+}
+
+void CTestLibrary::AddPart(const std::wstring& name, const std::vector<std::wstring>& configurations) const
+{
+    ASSERT_EQ(S_OK, CreatePartFile(Part(name), configurations));
+}
+
+void CTestLibrary::WriteMapFile(const std::string& bytes) const
+{
+    std::filesystem::create_directory(MappedPath());
+    WriteBytes(MapPath(), bytes);
+}
+
+std::string CTestLibrary::MapHeader() const
+{
+    return "; Datei: " + ByCode(MapPath()) +
+           "\r\n; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\r\n"
+           "; (c) Talvenor\r\n\r\n";
+}
+
+bool PathExists(const std::wstring& path)
+{
+    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+bool IsReadOnly(const std::wstring& path)
+{
+    return PathExists(path) && (GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
+UniqueHandle LockFile(const std::wstring& path)
+{
+    UniqueHandle file(ValidHandle(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)));
+    EXPECT_NE(nullptr, file);
+    return file;
+}
