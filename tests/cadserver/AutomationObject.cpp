@@ -184,7 +184,8 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
                 endAfter = true;
                 break;
             case FaultAction::Kind::busy:
-                break;
+            case FaultAction::Kind::reject:
+                break;  // the message filter's affair
         }
     }
     Outcome outcome = Serve(call);

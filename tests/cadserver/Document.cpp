@@ -98,8 +98,10 @@ Outcome CDocument::Perform(DISPID dispid, const CArguments& arguments)
             return {};
         case kCount:
             return {S_OK, _variant_t(Count(), VT_I4), {}};
-        case kNames:
-            return {S_OK, Names(), L""};
+        case kNames: {
+            const _variant_t names = Names();
+            return {S_OK, names, DescribeValue(names)};
+        }
         case kSave:
             return Save();
         case kByName:

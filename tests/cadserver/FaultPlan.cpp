@@ -15,6 +15,11 @@ bool Fits(const FaultRule& rule, DISPID dispid, const std::wstring& file)
     return (!rule.dispid || *rule.dispid == dispid) && (rule.file.empty() || rule.file == LowerCase(file));
 }
 
+bool TurnsAway(const FaultAction& action)
+{
+    return action.kind == FaultAction::Kind::busy || action.kind == FaultAction::Kind::reject;
+}
+
 }  // namespace
 
 CFaultPlan::CFaultPlan(std::vector<FaultRule> rules)
@@ -39,28 +44,30 @@ std::vector<FaultAction> CFaultPlan::Count(DISPID dispid, const std::wstring& fi
             continue;
         }
         ++counted.seen;
-        counted.busySince.reset();
+        counted.turningAwaySince.reset();
         if (counted.rule.across) {
             WriteCounter(CounterName(index), counted.seen);
         }
-        if (counted.rule.action.kind != FaultAction::Kind::busy && Hits(counted, counted.seen)) {
+        if (!TurnsAway(counted.rule.action) && Hits(counted, counted.seen)) {
             actions.push_back(counted.rule.action);
         }
     }
     return actions;
 }
 
-bool CFaultPlan::IsBusy(ULONGLONG now)
+DWORD CFaultPlan::Receive(ULONGLONG now)
 {
-    bool busy = false;
     for (CountedRule& counted : m_rules) {
-        if (counted.rule.action.kind != FaultAction::Kind::busy || !Hits(counted, counted.seen + 1)) {
+        if (!TurnsAway(counted.rule.action) || !Hits(counted, counted.seen + 1)) {
             continue;
         }
         const DWORD milliseconds = counted.rule.action.milliseconds;
-        const ULONGLONG since = counted.busySince.value_or(now);
-        counted.busySince = since;
-        busy = busy || milliseconds == INFINITE || now - since < milliseconds;
+        const ULONGLONG since = counted.turningAwaySince.value_or(now);
+        counted.turningAwaySince = since;
+        if (milliseconds == INFINITE || now - since < milliseconds) {
+            return counted.rule.action.kind == FaultAction::Kind::busy ? SERVERCALL_RETRYLATER
+                                                                       : SERVERCALL_REJECTED;
+        }
     }
-    return busy;
+    return SERVERCALL_ISHANDLED;
 }

@@ -132,16 +132,20 @@ FaultAction ParseAction(const std::vector<std::wstring>& words, size_t at)
         action.kind = verb == L"end-before" ? FaultAction::Kind::endBefore : FaultAction::Kind::endAfter;
         return action;
     }
-    if (verb != L"fail" && verb != L"busy" && verb != L"slow") {
+    static const std::map<std::wstring, FaultAction::Kind> timed = {{L"busy", FaultAction::Kind::busy},
+                                                                    {L"reject", FaultAction::Kind::reject},
+                                                                    {L"slow", FaultAction::Kind::slow}};
+    const auto kind = timed.find(verb);
+    if (verb != L"fail" && kind == timed.end()) {
         RefuseWord(verb);
     }
     RequireWords(words, at + 2, at + 2);
     if (verb == L"fail") {
         action.status = ToNumber(words[at + 1]);
-        return action;
+    } else {
+        action.kind = kind->second;
+        action.milliseconds = ToMilliseconds(words[at + 1]);
     }
-    action.kind = verb == L"busy" ? FaultAction::Kind::busy : FaultAction::Kind::slow;
-    action.milliseconds = ToMilliseconds(words[at + 1]);
     return action;
 }
 
@@ -257,9 +261,11 @@ void CScript::AddFault(const Words& words)
         ++at;
     }
     rule.action = ParseAction(words, at);
-    if (rule.action.kind == FaultAction::Kind::busy && (rule.dispid || !rule.file.empty())) {
+    const bool turnsAway =
+        rule.action.kind == FaultAction::Kind::busy || rule.action.kind == FaultAction::Kind::reject;
+    if (turnsAway && (rule.dispid || !rule.file.empty())) {
         // A call is turned away before anyone can see what it asks.
-        throw CScriptError("busy goes by the number of the call alone");
+        throw CScriptError("busy and reject go by the number of the call alone");
     }
     m_faults.push_back(rule);
 }

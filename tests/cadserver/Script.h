@@ -26,7 +26,8 @@ struct FaultAction
         fail,       // the call fails with `status`
         endBefore,  // the server ends without serving the call
         endAfter,   // the server serves the call and ends without answering
-        busy,       // the call is turned away for `milliseconds`
+        busy,       // for `milliseconds` the call is turned away, to be tried again later
+        reject,     // for `milliseconds` the call is turned away
         slow        // the call is served after `milliseconds`
     };
     Kind kind = Kind::fail;

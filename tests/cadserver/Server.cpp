@@ -77,11 +77,12 @@ public:
     HandleInComingCall(DWORD /*type*/, HTASK /*caller*/, DWORD /*ticks*/, LPINTERFACEINFO info) override
     {
         const bool invoke = info != nullptr && info->iid == IID_IDispatch && info->wMethod == kInvokeMethod;
-        if (!invoke || !m_session.Faults().IsBusy(GetTickCount64())) {
-            return SERVERCALL_ISHANDLED;
+        const DWORD reception =
+            invoke ? m_session.Faults().Receive(GetTickCount64()) : static_cast<DWORD>(SERVERCALL_ISHANDLED);
+        if (reception != SERVERCALL_ISHANDLED) {
+            m_session.Log().Add({L"-", reception == SERVERCALL_RETRYLATER ? L"busy" : L"rejected"});
         }
-        m_session.Log().Add({L"-", L"busy"});
-        return SERVERCALL_RETRYLATER;
+        return reception;
     }
     STDMETHODIMP_(DWORD) RetryRejectedCall(HTASK /*callee*/, DWORD /*ticks*/, DWORD /*type*/) override
     {

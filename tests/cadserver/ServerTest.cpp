@@ -33,6 +33,11 @@ constexpr DISPID kUseBomName = 6;
 constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
 constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
 
+bool UnderWine()
+{
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
 std::wstring ProgramFolder()
 {
     wchar_t path[MAX_PATH] = L"";
@@ -258,9 +263,14 @@ TEST_F(ServerTest, TellsItsVersionsByProgId)
 TEST_F(ServerTest, ServesEachVersionInAProcessOfItsOwn)
 {
     ASSERT_EQ(S_OK, Start(L"SldWorks.Application.25"));
-    EXPECT_EQ(L"-\tstart\tprocess=N\tversion=25", LogLines().at(0));
     ASSERT_EQ(S_OK, Start(L"SldWorks.Application"));
+    Release();
     WaitForEnds();
+    std::vector<std::wstring> starts = LogLines();
+    std::erase_if(starts, [](const std::wstring& line) { return !line.starts_with(L"-\tstart"); });
+    EXPECT_EQ(
+        (std::vector<std::wstring>{L"-\tstart\tprocess=N\tversion=25", L"-\tstart\tprocess=N\tversion=30"}),
+        starts);
 }
 
 TEST_F(ServerTest, WritesEachConfigurationAndLogsEachCall)
@@ -478,7 +488,7 @@ TEST_F(ServerTest, ScriptSaysTheNames)
     const Case cases[] = {
         {"names * variants\n", VT_ARRAY | VT_VARIANT, L"VARIANT[3]=M8x10|M8/x 12|Größe"},
         {"names * single\n", VT_BSTR, L"BSTR=M8x10"},
-        {"names * empty\n", VT_EMPTY, L"ok"},
+        {"names * empty\n", VT_EMPTY, L"EMPTY"},
         {"names * integers\n", VT_ARRAY | VT_I4, L"I4[3]=1|2|3"},
         {"names * from-one\n", VT_ARRAY | VT_BSTR, L"BSTR[1..3]=M8x10|M8/x 12|Größe"},
         {"names * first=2\n", VT_ARRAY | VT_BSTR, L"BSTR[2]=M8x10|M8/x 12"},
@@ -598,15 +608,15 @@ TEST_F(ServerTest, FaultSlowsACallDown)
     EXPECT_LT(GetTickCount64() - begin, 400U);
 }
 
-// Without a message filter of its own the client is told that the server is busy.
+// The client has no message filter of its own here, so it is told at once that its call was turned away.
 TEST_F(ServerTest, FaultTurnsCallsAwayForATime)
 {
-    Script("fault nth=2 busy 500\n");
+    Script("fault nth=2 reject 500\n");
     ASSERT_EQ(S_OK, Start());
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
-    EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kDateCode, {}).status);
-    EXPECT_EQ(L"-\tbusy", LogLines().back());
-    EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(L"-\trejected", LogLines().back());
+    EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kDateCode, {}).status);
     Sleep(600);
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
     EXPECT_EQ(L"2\tapplication\t11\tmethod\tI4=2019250", LogLines().back());
@@ -615,11 +625,25 @@ TEST_F(ServerTest, FaultTurnsCallsAwayForATime)
 
 TEST_F(ServerTest, FaultTurnsCallsAwayForGood)
 {
-    Script("fault nth=1 lasting busy forever\n");
+    Script("fault nth=1 lasting reject forever\n");
     ASSERT_EQ(S_OK, Start());
     for (int attempt = 0; attempt < 3; ++attempt) {
-        EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kDateCode, {}).status);
+        EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kDateCode, {}).status);
     }
+}
+
+TEST_F(ServerTest, FaultAsksToTryAgainLater)
+{
+    if (UnderWine()) {
+        GTEST_SKIP()
+            << "skipped: Wine serves a call that the server's message filter asks to try again later";
+    }
+    Script("fault nth=1 busy 500\n");
+    ASSERT_EQ(S_OK, Start());
+    EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(L"-\tbusy", LogLines().back());
+    Sleep(600);
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
 }
 
 TEST_F(ServerTest, FaultCountsFromEachStartOrAcrossAll)

@@ -47,8 +47,8 @@ OpenPartPointer CSession::OpenPartAt(const std::wstring& path, long& errorCode)
     auto part = std::make_shared<OpenPart>();
     part->path = path;
     part->file = FileNameOf(path);
-    errorCode = LoadPart(*part);
-    if (errorCode != 0) {
+    if (const long failure = LoadPart(*part); failure != 0) {
+        errorCode = failure;
         return nullptr;
     }
     m_parts[key] = part;

@@ -1,0 +1,289 @@
+// The baseline of a conversion run: the same copies and the same automation calls in the same order as the
+// program makes them, without a window, a table or a map file.
+//
+//   bareclient FOLDER ROWS.tsv [PROGID]
+//
+// ROWS.tsv (UTF-8) holds one part a line: file name in FOLDER, tab, name of its copy in FOLDER\Mapped, tab,
+// BOM name in which only "%2" is left to fill (with the configuration's name). PROGID is
+// "SldWorks.Application.30" unless given. Prints the number of files and configurations and the seconds that
+// the whole took, the server's start included.
+#include <windows.h>
+
+#include <comdef.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+// The toolchain declares no owning pointer for this interface.
+_COM_SMARTPTR_TYPEDEF(IDispatch, IID_IDispatch);
+
+constexpr DISPID kEndApplication = 6;
+constexpr DISPID kCloseDocument = 7;
+constexpr DISPID kDateCode = 11;
+constexpr DISPID kSetDocumentVisible = 24;
+constexpr DISPID kOpenDocument = 99;
+constexpr DISPID kAfterOpenWarning = 17;
+constexpr DISPID kConfigurationCount = 65971;
+constexpr DISPID kConfigurationNames = 65972;
+constexpr DISPID kSave = 66019;
+constexpr DISPID kConfigurationByName = 66048;
+constexpr DISPID kAlternativeBomName = 5;
+constexpr DISPID kUseAlternativeBomName = 6;
+
+constexpr long kOldestDateCode = 1999250;
+constexpr long kOpenWarning = 128;
+constexpr DWORD kBlockSize = 4096;
+
+struct Row
+{
+    std::wstring original;
+    std::wstring renamed;
+    std::wstring bomName;
+};
+
+struct HandleCloser
+{
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using File = std::unique_ptr<void, HandleCloser>;
+
+std::wstring FromUtf8(const std::string& bytes)
+{
+    const int length = static_cast<int>(bytes.size());
+    std::wstring text(bytes.size(), L'\0');
+    text.resize(static_cast<size_t>(
+        MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, text.data(), static_cast<int>(text.size()))));
+    return text;
+}
+
+std::vector<Row> ReadRows(const std::wstring& path)
+{
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    if (!file) {
+        throw std::runtime_error("cannot read the rows");
+    }
+    std::vector<Row> rows;
+    for (std::string bytes; std::getline(file, bytes);) {
+        std::wstring line = FromUtf8(bytes);
+        std::erase(line, L'\r');
+        const size_t first = line.find(L'\t');
+        const size_t second = first == std::wstring::npos ? first : line.find(L'\t', first + 1);
+        if (second == std::wstring::npos) {
+            throw std::runtime_error("a row without its three fields");
+        }
+        rows.push_back(
+            {line.substr(0, first), line.substr(first + 1, second - first - 1), line.substr(second + 1)});
+    }
+    return rows;
+}
+
+File OpenFile(const std::wstring& path, DWORD access, DWORD share, DWORD disposition)
+{
+    const HANDLE handle =
+        CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        throw std::runtime_error("cannot open a file for its copy");
+    }
+    return File(handle);
+}
+
+void CopyInBlocks(const std::wstring& source, const std::wstring& target)
+{
+    const File from = OpenFile(source, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
+    const File to = OpenFile(target, GENERIC_WRITE, 0, CREATE_ALWAYS);
+    char block[kBlockSize];
+    DWORD read = 0;
+    do {
+        DWORD written = 0;
+        if (!ReadFile(from.get(), block, kBlockSize, &read, nullptr) ||
+            (read != 0 && !WriteFile(to.get(), block, read, &written, nullptr))) {
+            throw std::runtime_error("cannot copy a file");
+        }
+    } while (read != 0);
+}
+
+// Gives the file the read-only attribute or takes it; the file counts as changed now and is to be archived.
+void SetReadOnly(const std::wstring& path, bool readOnly)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || ((attributes & FILE_ATTRIBUTE_READONLY) != 0) == readOnly) {
+        return;
+    }
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    const DWORD writable =
+        (attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY)) | FILE_ATTRIBUTE_ARCHIVE;
+    SetFileAttributesW(path.c_str(), writable);
+    SetFileTime(
+        OpenFile(path, FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING).get(),
+        nullptr, nullptr, &now);
+    if (readOnly) {
+        SetFileAttributesW(path.c_str(), writable | FILE_ATTRIBUTE_READONLY);
+    }
+}
+
+_variant_t Call(IDispatch* object, DISPID dispid, std::vector<_variant_t> arguments,
+                WORD kind = DISPATCH_METHOD)
+{
+    std::reverse(arguments.begin(), arguments.end());
+    DISPID put = DISPID_PROPERTYPUT;
+    DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+    if (kind == DISPATCH_PROPERTYPUT) {
+        parameters.rgdispidNamedArgs = &put;
+        parameters.cNamedArgs = 1;
+    }
+    _variant_t result;
+    const HRESULT status =
+        object->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters, &result, nullptr, nullptr);
+    if (FAILED(status)) {
+        throw std::runtime_error("automation call " + std::to_string(dispid) + " failed");
+    }
+    return result;
+}
+
+IDispatchPtr ObjectOf(const _variant_t& value)
+{
+    return {value.vt == VT_DISPATCH ? value.pdispVal : nullptr, true};
+}
+
+IDispatchPtr OpenDocument(IDispatch* application, const std::wstring& path, long& errorCode)
+{
+    _variant_t code;
+    code.vt = VT_BYREF | VT_I4;
+    code.plVal = &errorCode;
+    return ObjectOf(
+        Call(application, kOpenDocument, {path.c_str(), _variant_t(1L, VT_I4), false, false, true, code}));
+}
+
+std::wstring Fill(std::wstring bomName, const std::wstring& configuration)
+{
+    for (size_t at = 0; (at = bomName.find(L"%2", at)) != std::wstring::npos; at += configuration.size()) {
+        bomName.replace(at, 2, configuration);
+    }
+    return bomName;
+}
+
+void WriteConfiguration(IDispatch* document, const std::wstring& name, const std::wstring& bomName)
+{
+    const IDispatchPtr configuration = ObjectOf(Call(document, kConfigurationByName, {name.c_str()}));
+    if (configuration == nullptr) {
+        throw std::runtime_error("a configuration is missing");
+    }
+    const std::wstring filled = Fill(bomName, name);
+    Call(configuration, kUseAlternativeBomName, {!filled.empty()}, DISPATCH_PROPERTYPUT);
+    if (!filled.empty()) {
+        Call(configuration, kAlternativeBomName, {filled.c_str()}, DISPATCH_PROPERTYPUT);
+    }
+}
+
+std::vector<std::wstring> NamesOf(const _variant_t& value, long count)
+{
+    if (value.vt != (VT_ARRAY | VT_BSTR)) {
+        throw std::runtime_error("the configuration names are no array of texts");
+    }
+    std::vector<std::wstring> names;
+    for (LONG index = 0; index < count; ++index) {
+        BSTR name = nullptr;
+        SafeArrayGetElement(value.parray, &index, &name);
+        names.emplace_back(_bstr_t(name, false).GetBSTR());
+    }
+    return names;
+}
+
+long WriteBomEntries(IDispatch* application, const std::wstring& path, const std::wstring& bomName)
+{
+    const _variant_t part(1L, VT_I4);
+    Call(application, kSetDocumentVisible, {false, part});
+    long errorCode = 0;
+    IDispatchPtr document = OpenDocument(application, path, errorCode);
+    if (document == nullptr || (errorCode >= 1 && errorCode != kOpenWarning)) {
+        throw std::runtime_error("a copy could not be opened");
+    }
+    if ((errorCode & kOpenWarning) != 0) {
+        Call(document, kAfterOpenWarning, {});
+    }
+    const long count = Call(document, kConfigurationCount, {});
+    for (const std::wstring& name : NamesOf(Call(document, kConfigurationNames, {}), count)) {
+        WriteConfiguration(document, name, bomName);
+    }
+    if (count > 0) {
+        Call(document, kSave, {true});
+    }
+    document = nullptr;
+    Call(application, kCloseDocument, {path.c_str()});
+    Call(application, kSetDocumentVisible, {true, part});
+    return count;
+}
+
+// Returns the number of configurations written.
+long Convert(const std::wstring& folder, const std::vector<Row>& rows, const std::wstring& progId)
+{
+    IDispatchPtr application;
+    if (FAILED(application.CreateInstance(progId.c_str(), nullptr, CLSCTX_LOCAL_SERVER))) {
+        throw std::runtime_error("the server does not start");
+    }
+    if (static_cast<long>(Call(application, kDateCode, {})) < kOldestDateCode) {
+        throw std::runtime_error("the server is too old");
+    }
+    long configurations = 0;
+    for (const Row& row : rows) {
+        const std::wstring target = folder + L"\\Mapped\\" + row.renamed;
+        SetReadOnly(target, false);
+        CopyInBlocks(folder + L"\\" + row.original, target);
+        configurations += WriteBomEntries(application, target, row.bomName);
+        SetReadOnly(target, true);
+    }
+    Call(application, kEndApplication, {});
+    return configurations;
+}
+
+double Seconds()
+{
+    LARGE_INTEGER count;
+    LARGE_INTEGER frequency;
+    QueryPerformanceCounter(&count);
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
+
+void Run(const std::wstring& folder, const std::wstring& rowsPath, const std::wstring& progId)
+{
+    const std::vector<Row> rows = ReadRows(rowsPath);
+    const double begin = Seconds();
+    std::filesystem::create_directories(folder + L"\\Mapped");
+    const long configurations = Convert(folder, rows, progId);
+    std::printf("%zu files, %ld configurations, %.3f s\n", rows.size(), configurations, Seconds() - begin);
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments)
+{
+    if (count != 3 && count != 4) {
+        std::fprintf(stderr, "usage: bareclient FOLDER ROWS.tsv [PROGID]\n");
+        return 2;
+    }
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    int status = 0;
+    try {
+        Run(arguments[1], arguments[2], count == 4 ? arguments[3] : L"SldWorks.Application.30");
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bareclient: %s\n", error.what());
+        status = 1;
+    } catch (const _com_error& error) {
+        std::fprintf(stderr, "bareclient: 0x%08lx\n", static_cast<unsigned long>(error.Error()));
+        status = 1;
+    }
+    CoUninitialize();
+    return status;
+}
