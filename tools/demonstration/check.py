@@ -8,6 +8,7 @@ import collections
 import filecmp
 import itertools
 import os
+import stat
 import subprocess
 
 FILE_TEMPLATE, BOM_TEMPLATE = "%5%3_%4.changed.%6", "Norm %1 - %2"
@@ -152,6 +153,12 @@ def compare_mapped_names(report, library, rows):
                    sorted(found ^ expected))
 
 
+def compare_read_only(report, library, rows):
+    paths = [os.path.join(library, "Mapped", row.renamed) for row in rows]
+    read_only = [path for path in paths if os.path.exists(path) and not os.stat(path).st_mode & stat.S_IWUSR]
+    report.compare("copies that are read-only", len(read_only), len(rows))
+
+
 def compare_bom_names(report, library, table, rows):
     """Every configuration of every copy uses its alternative BOM name, and it is the expected one."""
     expected = {(row.renamed, configuration): ("1" if written_bom_name(row, configuration) else "0",
@@ -185,6 +192,7 @@ def check_copies(library, table):
     pairs = [(os.path.join(library, row.original), os.path.join(library, "Mapped", row.renamed)) for row in rows]
     equal = [pair for pair in pairs if os.path.exists(pair[1]) and filecmp.cmp(*pair, shallow=False)]
     report.compare("copies with the same bytes as their originals", len(equal), len(pairs))
+    compare_read_only(report, library, rows)
     compare_map(report, library, rows)
     if left_out:
         print(f"   left out, as their new name was taken: {len(left_out)} ({left_out[0]} ...)")
@@ -194,6 +202,7 @@ def check_copies(library, table):
 def check_full(library, table):
     report, (rows, _) = Report(), expected_rows(library)
     compare_mapped_names(report, library, rows)
+    compare_read_only(report, library, rows)
     compare_map(report, library, rows)
     compare_bom_names(report, library, table, rows)
     compare_originals(report, library, table)

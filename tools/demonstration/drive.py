@@ -1,6 +1,8 @@
 """Operates the real program as a person would and tells what came of it; called by tools/demo, which has prepared it.
 
-  drive.py automatic|interactive LIBRARY TABLE SERVER_LOG WINDOW_LOG BARE_SECONDS_COMMAND...
+  drive.py automatic|interactive LIBRARY TABLE SERVER_LOG WINDOW_LOG BARE_COMMAND...
+
+BARE_COMMAND makes the same copies and automation calls without a window, and says how long it took.
 """
 import os
 import shutil
@@ -86,7 +88,7 @@ def one_run(screen, library, copy_only, pictures):
         screen.look()
         main = screen.with_control(IDC_START)
         if pictures:
-            windows.picture(f"{PICTURES}/1-before.png")
+            windows.picture(f"{PICTURES}/1-before.png").wait()
         if copy_only:
             windows.click(main, IDC_COPY_ONLY)
         begin = time.time()
@@ -96,12 +98,13 @@ def one_run(screen, library, copy_only, pictures):
         if pictures:
             program.wait_answering("half of the copies", 60 + rows,
                                    lambda: copies(library) > rows // 2 or finished_box(screen))
-            windows.picture(f"{PICTURES}/2-during.png")
+            during = windows.picture(f"{PICTURES}/2-during.png")  # beside the run, not to hold it up
         box = program.wait_answering("the end of the run", 60 + rows, lambda: finished_box(screen))
         seconds = box.seconds - begin
         time.sleep(0.5)
         if pictures:
-            windows.picture(f"{PICTURES}/3-after.png")
+            during.wait()
+            windows.picture(f"{PICTURES}/3-after.png").wait()
         program.answer(box)
         time.sleep(0.5)
         screen.look()
@@ -109,7 +112,7 @@ def one_run(screen, library, copy_only, pictures):
         program.wait_for_end(20)
         return seconds
     except Stuck:
-        windows.picture(f"{PICTURES}/stuck.png")
+        windows.picture(f"{PICTURES}/stuck.png").wait()
         raise
     finally:
         program.stop()
@@ -144,7 +147,7 @@ def automatic(screen, library, table, server_log, bare_command):
         wrong += report.wrong
     bare = subprocess.run(bare_command, capture_output=True, encoding="utf-8")
     print("\n== The same copies and automation calls by a program without windows, for comparison")
-    print("   " + (bare.stdout.strip() or "FAILED: " + bare.stderr.strip()).replace("\n", "\n   "))
+    print("   " + (bare.stdout.strip() if bare.returncode == 0 else "FAILED: " + bare.stderr.strip()))
     print(f"\nPictures of the screen: {PICTURES}/1-before.png, 2-during.png, 3-after.png")
     return wrong + (bare.returncode != 0)
 

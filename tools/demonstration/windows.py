@@ -75,4 +75,5 @@ def click(window, number):
 
 
 def picture(path):
-    subprocess.run(["import", "-window", "root", path], check=True)
+    """Starts taking a picture of the screen; to be waited for."""
+    return subprocess.Popen(["import", "-window", "root", path])
