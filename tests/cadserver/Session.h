@@ -30,7 +30,6 @@ class CSession
 public:
     CSession(int version, CScript script, CCallLog log);
 
-    [[nodiscard]] int Version() const { return m_version; }
     [[nodiscard]] const CScript& Script() const { return m_script; }
     [[nodiscard]] CFaultPlan& Faults() { return m_faults; }
     [[nodiscard]] const CCallLog& Log() const { return m_log; }
