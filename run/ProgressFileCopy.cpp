@@ -7,6 +7,9 @@
 
 namespace {
 
+// Texts that change faster than the eye reads are not painted one by one, in milliseconds.
+constexpr ULONGLONG kPaintInterval = 40;
+
 // A window's device context with the window's own font selected.
 class CWindowFontDC
 {
@@ -49,6 +52,11 @@ CProgressFileCopy::CProgressFileCopy(CWnd* owner, int lower, int upper, int star
 void CProgressFileCopy::Refresh()
 {
     UpdateData(false);
+    const ULONGLONG now = GetTickCount64();
+    if (now - m_nPaintedAt < kPaintInterval) {
+        return;
+    }
+    m_nPaintedAt = now;
     UpdateWindow(m_hWnd);
     for (const int id : {IDC_PROGRESS_FIRST, IDC_PROGRESS_SECOND, IDC_PROGRESS_THIRD, IDC_PROGRESS_FILE,
                          IDC_PROGRESS_OVERALL}) {

@@ -19,7 +19,8 @@ public:
     void SetSecondText(const std::wstring& text) override { m_strSecond = text; }
     void SetThirdText(const std::wstring& text) override { m_strThird = text; }
 
-    // Puts the texts on screen at once: the run gives the queue's own repainting little room.
+    // Moves the texts to the screen. They are painted at once, since the run gives the queue's own repainting
+    // little room, unless that was done a moment ago.
     void Refresh() override;
 
     void SetFilePosition(int position) override { m_wndFileBar.SetPos(position); }
@@ -54,4 +55,5 @@ private:
     int m_nLower;
     int m_nUpper;
     int m_nStart;
+    ULONGLONG m_nPaintedAt = 0;
 };
