@@ -76,11 +76,14 @@ void CProgramUnderTest::Click(int id) const
 
 void CProgramUnderTest::Focus(int id) const
 {
-    const HWND control = Control(id);
-    ClickOn(control);
-    if (!WaitFor([&] { return FocusOf(control) == control; })) {
-        throw CNotOnScreen(L"the focus in control " + std::to_wstring(id), m_processId);
-    }
+    Click(id);
+    WaitForFocus(id);
+}
+
+void CProgramUnderTest::FocusByKey(int labelId, int id) const
+{
+    PressKeys({VK_MENU, MnemonicOf(Control(labelId))});
+    WaitForFocus(id);
 }
 
 void CProgramUnderTest::TypeInto(int id, const std::wstring& text) const
@@ -97,6 +100,14 @@ void CProgramUnderTest::WaitForText(int id, const std::wstring& text) const
     const HWND control = Control(id);
     if (!WaitFor([&] { return TextOf(control) == text; })) {
         throw CNotOnScreen(L"\"" + text + L"\" in control " + std::to_wstring(id), m_processId);
+    }
+}
+
+void CProgramUnderTest::WaitForFocus(int id) const
+{
+    const HWND control = Control(id);
+    if (!WaitFor([&] { return FocusOf(control) == control; })) {
+        throw CNotOnScreen(L"the focus in control " + std::to_wstring(id), m_processId);
     }
 }
 

@@ -37,10 +37,14 @@ public:
     void Click(int id) const;
     // Gives the focus to a control of the main dialog as a click does.
     void Focus(int id) const;
+    // Gives the focus to a control by Alt and the underlined letter of its label.
+    void FocusByKey(int labelId, int id) const;
     // Replaces the text of an edit of the main dialog by typing.
     void TypeInto(int id, const std::wstring& text) const;
     // Waits until a control of the main dialog has this text.
     void WaitForText(int id, const std::wstring& text) const;
+    // Waits until a control of the main dialog has the focus.
+    void WaitForFocus(int id) const;
     // Waits until IsAtRest.
     void WaitForRest() const;
 
