@@ -300,6 +300,11 @@ TEST(FileException, MessageIsCutAt1024Characters)
 {
     const CLanguageScope english(0);
     const std::wstring lead = L"The file \"";
-    const CFileException error(ERROR_FILE_NOT_FOUND, std::wstring(3000, L'x'));
-    EXPECT_EQ(error.GetErrorMessage(), lead + std::wstring(1024 - lead.size(), L'x'));
+    const std::wstring tail = L"\" does not exist";
+    const std::wstring longest(1024 - lead.size() - tail.size(), L'x');
+    EXPECT_EQ(CFileException(ERROR_FILE_NOT_FOUND, longest).GetErrorMessage(), lead + longest + tail);
+    EXPECT_EQ(CFileException(ERROR_FILE_NOT_FOUND, longest + L"y").GetErrorMessage(),
+              lead + longest + L"y\" does not exis");
+    EXPECT_EQ(CFileException(ERROR_FILE_NOT_FOUND, std::wstring(3000, L'x')).GetErrorMessage(),
+              lead + std::wstring(1024 - lead.size(), L'x'));
 }

@@ -211,6 +211,7 @@ TEST_F(RegistryTest, AnyOtherRootIsClosedByTheFirstAccessThatOpensASubKey)
     EXPECT_FALSE(registry.ReadString(L"a", L"missing", text));
     EXPECT_TRUE(registry.ReadString(L"a", L"name", text));
     EXPECT_EQ(::RegFlushKey(root), ERROR_INVALID_HANDLE);
+    const UniqueKey next = Open();  // is likely to get the number of the handle that was closed
     EXPECT_FALSE(registry.ReadString(L"a", L"name", text));
     EXPECT_FALSE(registry.WriteString(L"a", L"name", L"y"));
 }
