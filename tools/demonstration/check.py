@@ -127,7 +127,14 @@ class Report:
         self.wrong += right != total
 
 
+def mapped_names(library):
+    folder = os.path.join(library, "Mapped")
+    return set(os.listdir(folder)) if os.path.isdir(folder) else set()
+
+
 def map_lines(library):
+    if "PartsMap.txt" not in mapped_names(library):
+        return []
     with open(os.path.join(library, "Mapped", "PartsMap.txt"), "rb") as file:
         return file.read().decode("latin-1").split("\n")
 
@@ -147,7 +154,7 @@ def compare_map(report, library, rows):
 
 
 def compare_mapped_names(report, library, rows):
-    found = set(os.listdir(os.path.join(library, "Mapped"))) - {"PartsMap.txt"}
+    found = mapped_names(library) - {"PartsMap.txt"}
     expected = {row.renamed for row in rows}
     report.compare("copies in the folder Mapped, and nothing else", len(found & expected), len(found | expected),
                    sorted(found ^ expected))
@@ -181,7 +188,8 @@ def compare_originals(report, library, table):
 
 
 def read_parts(folder):
-    run = subprocess.run(["tools/read-parts", folder], check=True, capture_output=True, encoding="utf-8")
+    run = subprocess.run(["tools/read-parts", folder], capture_output=True, encoding="utf-8")
+    print(run.stderr, end="")  # which files it could not read; their configurations are then missing
     return [line.split("\t") for line in run.stdout.split("\n") if line]
 
 
@@ -211,12 +219,13 @@ def check_full(library, table):
 
 def check_found(library, table):
     report = Report()
-    if not os.path.exists(os.path.join(library, "Mapped", "PartsMap.txt")):
+    lines = [line.strip() for line in map_lines(library)]
+    if not lines:
         print("   There is no map file: no run has been made.")
         return report
-    lines = [line.strip() for line in map_lines(library)]
     rows = [Row(*(field.strip() for field in line.split(";", 2))) for line in lines if line and line[0] != ";"]
-    there = [row for row in rows if os.path.exists(os.path.join(library, "Mapped", row.renamed))]
+    names = mapped_names(library)
+    there = [row for row in rows if row.renamed in names]
     report.compare("files of the map file that are there", len(there), len(rows))
     if any(row.bom_name for row in rows):
         compare_bom_names(report, library, table, rows)

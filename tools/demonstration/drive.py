@@ -72,11 +72,6 @@ def finished_box(screen):
     return box if box and box.text() == FINISHED else None
 
 
-def copies(library):
-    folder = os.path.join(library, "Mapped")
-    return len(os.listdir(folder)) if os.path.isdir(folder) else 0
-
-
 def one_run(screen, library, copy_only, pictures):
     """Starts the program, runs the conversion, closes the program. Returns the seconds of the run."""
     shutil.rmtree(os.path.join(library, "Mapped"), ignore_errors=True)
@@ -97,7 +92,7 @@ def one_run(screen, library, copy_only, pictures):
                                lambda: screen.with_control(IDC_PROGRESS_OVERALL) or finished_box(screen))
         if pictures:
             program.wait_answering("half of the copies", 60 + rows,
-                                   lambda: copies(library) > rows // 2 or finished_box(screen))
+                                   lambda: len(check.mapped_names(library)) > rows // 2 or finished_box(screen))
             during = windows.picture(f"{PICTURES}/2-during.png")  # beside the run, not to hold it up
         box = program.wait_answering("the end of the run", 60 + rows, lambda: finished_box(screen))
         seconds = box.seconds - begin
