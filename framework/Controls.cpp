@@ -27,18 +27,11 @@ std::wstring CComboBox::GetLBText(int index) const
     return text;
 }
 
-CImageList::~CImageList()
-{
-    if (m_hImageList != nullptr) {
-        ImageList_Destroy(m_hImageList);
-    }
-}
-
 bool CImageList::Create(UINT bitmapId, int width, int growBy, COLORREF mask)
 {
-    m_hImageList = ImageList_LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(bitmapId), width, growBy, mask,
-                                        IMAGE_BITMAP, LR_CREATEDIBSECTION);
-    return m_hImageList != nullptr;
+    m_imageList.reset(ImageList_LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(bitmapId), width, growBy,
+                                           mask, IMAGE_BITMAP, LR_CREATEDIBSECTION));
+    return m_imageList != nullptr;
 }
 
 int CListCtrl::InsertColumn(int column, const std::wstring& text, int width, int format) const

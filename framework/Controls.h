@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "framework/Handles.h"
 #include "framework/Wnd.h"
 
 // The common controls, as thin as they can be: a member stands for the message or macro of the same name.
@@ -54,22 +55,17 @@ public:
     [[nodiscard]] int GetPos() const { return static_cast<int>(SendMessage(PBM_GETPOS)); }
 };
 
-// A list of images of one size; owns the list.
+// A list of images of one size.
 class CImageList
 {
 public:
-    CImageList() = default;
-    CImageList(const CImageList&) = delete;
-    CImageList& operator=(const CImageList&) = delete;
-    ~CImageList();
-
     // Takes the images from a bitmap resource in which they stand side by side, each `width` pixels wide;
     // pixels of the mask colour are transparent. False when the bitmap is missing.
     bool Create(UINT bitmapId, int width, int growBy, COLORREF mask);
-    [[nodiscard]] HIMAGELIST GetHandle() const { return m_hImageList; }
+    [[nodiscard]] HIMAGELIST GetHandle() const { return m_imageList.get(); }
 
 private:
-    HIMAGELIST m_hImageList = nullptr;
+    UniqueImageList m_imageList;
 };
 
 // A list view in report view. Rows and columns count from 0; -1 is "none".

@@ -26,7 +26,6 @@ using UniqueFindHandle = UniqueOwner<HANDLE, ::FindClose>;
 using UniqueHeap = UniqueOwner<HANDLE, ::HeapDestroy>;
 using UniqueKey = UniqueOwner<HKEY, ::RegCloseKey>;
 using UniqueModule = UniqueOwner<HMODULE, ::FreeLibrary>;
-using UniqueMenu = UniqueOwner<HMENU, ::DestroyMenu>;
 using UniqueImageList = UniqueOwner<HIMAGELIST, ::ImageList_Destroy>;
 
 // A pen, brush, font or bitmap (HPEN, HBRUSH, HFONT, HBITMAP).
