@@ -23,8 +23,10 @@
 
 namespace {
 
-// The toolchain declares no owning pointer for this interface.
+#if !USE___UUIDOF
+// The toolchain's own list of owning pointers is switched off for GCC.
 _COM_SMARTPTR_TYPEDEF(IDispatch, IID_IDispatch);
+#endif
 
 constexpr DISPID kEndApplication = 6;
 constexpr DISPID kCloseDocument = 7;
