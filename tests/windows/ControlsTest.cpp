@@ -1,0 +1,225 @@
+#include "framework/Controls.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "resources/resource.h"
+#include "tests/windows/WindowScopes.h"
+
+namespace {
+
+constexpr int kControl = 700;
+constexpr COLORREF kMask = RGB(255, 0, 255);
+
+// A bound control of a class in a window of its own.
+template <class Control>
+class CControlWindow
+{
+public:
+    explicit CControlWindow(const wchar_t* controlClass, DWORD style = 0)
+    {
+        const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+        ::InitCommonControlsEx(&controls);
+        EXPECT_TRUE(m_control.SubclassWindow(m_window.AddControl(controlClass, kControl, style)));
+    }
+
+    CPlainWindow m_window;
+    Control m_control;
+};
+
+TEST(Controls, AButtonTellsWhetherItIsChecked)
+{
+    const CControlWindow<CButton> box(L"BUTTON", BS_AUTOCHECKBOX);
+    EXPECT_FALSE(box.m_control.IsChecked());
+    box.m_control.SendMessage(BM_SETCHECK, BST_CHECKED);
+    EXPECT_TRUE(box.m_control.IsChecked());
+}
+
+TEST(Controls, AnEditTakesTheFocusAndSelectsItsText)
+{
+    const CControlWindow<CEdit> edit(L"EDIT", ES_AUTOHSCROLL);
+    edit.m_control.SetWindowText(L"%5%3_%4.changed.%6");
+    SetFocus(edit.m_window.m_hWnd);
+    edit.m_control.FocusAndSelectAll();
+    EXPECT_EQ(GetFocus(), edit.m_control.m_hWnd);
+    EXPECT_EQ(edit.m_control.SendMessage(EM_GETSEL), MAKELRESULT(0, 18));
+    edit.m_control.SetSel(2, 4);
+    EXPECT_EQ(edit.m_control.SendMessage(EM_GETSEL), MAKELRESULT(2, 4));
+}
+
+TEST(Controls, AComboBoxHoldsEntries)
+{
+    const CControlWindow<CComboBox> box(L"COMBOBOX", CBS_DROPDOWNLIST);
+    EXPECT_EQ(box.m_control.GetCurSel(), -1);
+    EXPECT_EQ(box.m_control.AddString(L"2019"), 0);
+    EXPECT_EQ(box.m_control.AddString(L"2024 (größer)"), 1);
+    box.m_control.SetCurSel(1);
+    EXPECT_EQ(box.m_control.GetCurSel(), 1);
+    EXPECT_EQ(box.m_control.GetLBText(0), L"2019");
+    EXPECT_EQ(box.m_control.GetLBText(1), L"2024 (größer)");
+    EXPECT_EQ(box.m_control.GetLBText(2), L"");
+    EXPECT_EQ(box.m_control.GetLBText(-1), L"");
+    box.m_control.SetCurSel(-1);
+    EXPECT_EQ(box.m_control.GetCurSel(), -1);
+    box.m_control.ResetContent();
+    EXPECT_EQ(box.m_control.GetLBText(0), L"");
+}
+
+TEST(Controls, AProgressBarMovesInItsRange)
+{
+    const CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
+    bar.m_control.SetRange(10, 200);
+    PBRANGE range{};
+    bar.m_control.SendMessage(PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
+    EXPECT_EQ(range.iLow, 10);
+    EXPECT_EQ(range.iHigh, 200);
+    bar.m_control.SetPos(150);
+    EXPECT_EQ(bar.m_control.GetPos(), 150);
+}
+
+class ListCtrlTest : public testing::Test
+{
+protected:
+    ListCtrlTest()
+    {
+        m_list.InsertColumn(0, L"Original", 175);
+        m_list.InsertColumn(1, L"Umbenannt", 120, LVCFMT_RIGHT);
+    }
+
+    void Insert(int row, const wchar_t* text) const
+    {
+        LVITEMW item{};
+        item.mask = LVIF_TEXT;
+        item.iItem = row;
+        item.pszText = const_cast<wchar_t*>(text);
+        EXPECT_EQ(m_list.InsertItem(item), row);
+    }
+
+    CControlWindow<CListCtrl> m_host{WC_LISTVIEWW, LVS_REPORT};
+    CListCtrl& m_list = m_host.m_control;
+};
+
+TEST_F(ListCtrlTest, HasColumns)
+{
+    wchar_t text[32] = {};
+    LVCOLUMNW column{};
+    column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT;
+    column.pszText = text;
+    column.cchTextMax = 32;
+    ASSERT_TRUE(m_list.SendMessage(LVM_GETCOLUMNW, 1, reinterpret_cast<LPARAM>(&column)));
+    EXPECT_STREQ(text, L"Umbenannt");
+    EXPECT_EQ(column.cx, 120);
+    EXPECT_EQ(column.fmt & LVCFMT_JUSTIFYMASK, LVCFMT_RIGHT);
+    ASSERT_TRUE(m_list.SendMessage(LVM_GETCOLUMNW, 0, reinterpret_cast<LPARAM>(&column)));
+    EXPECT_EQ(column.cx, 175);
+    EXPECT_EQ(column.fmt & LVCFMT_JUSTIFYMASK, LVCFMT_LEFT);
+}
+
+TEST_F(ListCtrlTest, HoldsTextsOfAnyLength)
+{
+    Insert(0, L"N_ISO_4017_M8.sldprt");
+    for (const std::size_t length : {0U, 1U, 258U, 259U, 260U, 261U, 519U, 520U, 5000U}) {
+        const std::wstring text(length, L'ü');
+        m_list.SetItemText(0, 1, text);
+        EXPECT_EQ(m_list.GetItemText(0, 1), text) << length;
+    }
+    EXPECT_EQ(m_list.GetItemText(0, 0), L"N_ISO_4017_M8.sldprt");
+    EXPECT_EQ(m_list.GetItemText(1, 0), L"");
+}
+
+TEST_F(ListCtrlTest, HoldsDataAndStates)
+{
+    Insert(0, L"a");
+    Insert(1, L"b");
+    EXPECT_EQ(m_list.GetItemData(1), 0);
+    m_list.SetItemData(1, static_cast<LPARAM>(0x123456789));
+    EXPECT_EQ(m_list.GetItemData(1), static_cast<LPARAM>(0x123456789));
+    EXPECT_EQ(m_list.GetItemData(0), 0);
+    m_list.SetItemState(1, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
+    EXPECT_EQ(m_list.GetItemState(1, LVIS_SELECTED), static_cast<UINT>(LVIS_SELECTED));
+    EXPECT_EQ(m_list.GetItemState(0, LVIS_SELECTED), 0U);
+    m_list.SetItemState(-1, LVIS_SELECTED, LVIS_SELECTED);
+    EXPECT_EQ(m_list.GetItemState(0, LVIS_SELECTED), static_cast<UINT>(LVIS_SELECTED));
+}
+
+TEST_F(ListCtrlTest, WalksItsRows)
+{
+    EXPECT_EQ(m_list.GetNextItem(-1, LVNI_ALL), -1);
+    for (const int row : {0, 1, 2}) {
+        Insert(row, L"x");
+    }
+    EXPECT_EQ(m_list.GetItemCount(), 3);
+    m_list.SetItemState(0, LVIS_SELECTED, LVIS_SELECTED);
+    m_list.SetItemState(2, LVIS_SELECTED, LVIS_SELECTED);
+    EXPECT_EQ(m_list.GetNextItem(-1, LVNI_ALL), 0);
+    EXPECT_EQ(m_list.GetNextItem(-1, LVNI_SELECTED), 0);
+    EXPECT_EQ(m_list.GetNextItem(0, LVNI_SELECTED), 2);
+    EXPECT_EQ(m_list.GetNextItem(2, LVNI_SELECTED), -1);
+    EXPECT_TRUE(m_list.DeleteItem(1));
+    EXPECT_FALSE(m_list.DeleteItem(2));
+    EXPECT_EQ(m_list.GetItemCount(), 2);
+    EXPECT_TRUE(m_list.DeleteAllItems());
+    EXPECT_EQ(m_list.GetItemCount(), 0);
+}
+
+TEST_F(ListCtrlTest, ScrollsARowIntoView)
+{
+    for (int row = 0; row < 50; ++row) {
+        Insert(row, L"x");
+    }
+    ASSERT_EQ(ListView_GetTopIndex(m_list.m_hWnd), 0);
+    m_list.EnsureVisible(49);
+    EXPECT_EQ(ListView_GetTopIndex(m_list.m_hWnd) + ListView_GetCountPerPage(m_list.m_hWnd), 50);
+}
+
+TEST_F(ListCtrlTest, ExtendedStylesAreSetUnderTheirMask)
+{
+    m_list.SetExtendedStyle(LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES, LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES);
+    m_list.SetExtendedStyle(LVS_EX_GRIDLINES, 0);
+    EXPECT_EQ(ListView_GetExtendedListViewStyle(m_list.m_hWnd), static_cast<DWORD>(LVS_EX_FULLROWSELECT));
+}
+
+TEST_F(ListCtrlTest, ShowsTheStateImagesOfABitmap)
+{
+    const CResourceScope resources;
+    CImageList images;
+    EXPECT_FALSE(images.Create(9999, 12, 0, kMask));
+    EXPECT_EQ(images.GetHandle(), nullptr);
+    ASSERT_TRUE(images.Create(IDB_STATES, 12, 0, kMask));
+    EXPECT_EQ(ImageList_GetImageCount(images.GetHandle()), 2);
+    int width = 0;
+    int height = 0;
+    ASSERT_TRUE(ImageList_GetIconSize(images.GetHandle(), &width, &height));
+    EXPECT_EQ(width, 12);
+    EXPECT_EQ(height, 12);
+    m_list.SetImageList(images, LVSIL_STATE);
+    EXPECT_EQ(ListView_GetImageList(m_list.m_hWnd, LVSIL_STATE), images.GetHandle());
+    ListView_SetImageList(m_list.m_hWnd, nullptr, LVSIL_STATE);
+}
+
+LRESULT CALLBACK NoteRedraw(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR, DWORD_PTR log)
+{
+    if (message == WM_SETREDRAW) {
+        reinterpret_cast<std::vector<WPARAM>*>(log)->push_back(wParam);
+    }
+    return DefSubclassProc(window, message, wParam, lParam);
+}
+
+TEST_F(ListCtrlTest, ARedrawPauseEndsWithARedraw)
+{
+    std::vector<WPARAM> log;
+    ASSERT_TRUE(SetWindowSubclass(m_list.m_hWnd, &NoteRedraw, 2, reinterpret_cast<DWORD_PTR>(&log)));
+    UpdateWindow(m_list.m_hWnd);
+    {
+        const CRedrawPause pause(m_list);
+        EXPECT_EQ(log, std::vector<WPARAM>{FALSE});
+        Insert(0, L"a");
+    }
+    EXPECT_EQ(log, (std::vector<WPARAM>{FALSE, TRUE}));
+    EXPECT_TRUE(GetUpdateRect(m_list.m_hWnd, nullptr, FALSE));
+    RemoveWindowSubclass(m_list.m_hWnd, &NoteRedraw, 2);
+}
+
+}  // namespace

@@ -1,0 +1,885 @@
+#include "core/ConversionTable.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/NameTemplate.h"
+#include "tests/windows/TestScopes.h"
+#include "tests/windows/WindowScopes.h"
+
+namespace {
+
+using Texts = std::vector<std::wstring>;
+
+const std::wstring kForbiddenGerman =
+    L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
+    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.";
+const std::wstring kForbiddenEnglish =
+    L"The following characters are not allowed to use in file names:\n"
+    L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
+    L"These characters are automatically replaced by underscores '_'.";
+const std::wstring kFeatureGerman =
+    L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n\t@  /  ; =\n\n"
+    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.";
+const std::wstring kFeatureEnglish =
+    L"The following characters are not allowed to use in feature-/component names of SOLIDWORKS:\n"
+    L"\t@  /  ; =\n\nThese characters are automatically replaced by underscores '_'.";
+
+// The table in a list view of a window that counts what is posted to it.
+class ConversionTableTest : public testing::Test
+{
+protected:
+    ConversionTableTest()
+    {
+        const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+        ::InitCommonControlsEx(&controls);
+        EXPECT_TRUE(m_table.SubclassWindow(
+            m_parent.AddControl(WC_LISTVIEWW, 1002, LVS_REPORT | LVS_SHOWSELALWAYS, {0, 0, 600, 300})));
+        for (const int column : {kColumnOriginal, kColumnRenamed, kColumnBomName}) {
+            m_table.InsertColumn(column, L"", 175);
+        }
+    }
+
+    // A row as "ORIGINAL > NEW NAME > BOM NAME", with "(converted)" behind it; a mark whose two halves do not
+    // agree gives neither.
+    [[nodiscard]] std::wstring Row(int row) const
+    {
+        const std::wstring text = m_table.GetItemText(row, 0) + L" > " + m_table.GetItemText(row, 1) +
+                                  L" > " + m_table.GetItemText(row, 2);
+        const LPARAM data = m_table.GetItemData(row);
+        const UINT image = m_table.GetItemState(row, 0xF000);
+        if (data == 1 && image == 0x1000) {
+            return text;
+        }
+        return text + (data == 0 && image == 0x2000 ? L" (converted)" : L" (bad mark)");
+    }
+    [[nodiscard]] Texts Rows() const
+    {
+        Texts rows;
+        for (int row = 0; row < m_table.GetItemCount(); ++row) {
+            rows.push_back(Row(row));
+        }
+        return rows;
+    }
+    [[nodiscard]] Texts Column(int column) const
+    {
+        Texts texts;
+        for (int row = 0; row < m_table.GetItemCount(); ++row) {
+            texts.push_back(m_table.GetItemText(row, column));
+        }
+        return texts;
+    }
+
+    void Add(const Texts& names)
+    {
+        m_settings.Redirect();
+        m_table.AddFiles(names);
+    }
+    void Apply(int column)
+    {
+        m_settings.Redirect();
+        m_table.ApplyTemplate(column);
+    }
+    void Select(const std::vector<int>& rows) const
+    {
+        m_table.SetItemState(-1, 0, LVIS_SELECTED);
+        for (const int row : rows) {
+            m_table.SetItemState(row, LVIS_SELECTED, LVIS_SELECTED);
+        }
+    }
+
+    // Fills the table with converted rows of these texts.
+    void Fill(std::vector<UTtab_entry> entries)
+    {
+        CList<UTtab_entry, UTtab_entry&> list;
+        for (UTtab_entry& entry : entries) {
+            list.AddTail(entry);
+        }
+        m_table.FillConverted(list);
+    }
+
+    // How many times the parent was told of a change since the last call.
+    int TakeChanges() const
+    {
+        int count = 0;
+        MSG message{};
+        while (::PeekMessageW(&message, m_parent.m_hWnd, WM_USER, WM_USER + 99, PM_REMOVE) != FALSE) {
+            EXPECT_EQ(message.message, static_cast<UINT>(WM_USER + 5));
+            EXPECT_EQ(message.wParam, 0U);
+            EXPECT_EQ(message.lParam, 0);
+            ++count;
+        }
+        return count;
+    }
+
+    CUserSettingsScope m_settings;
+    CLanguageScope m_language{1};
+    CMessageRecorder m_messages;
+    CPlainWindow m_parent;
+    CConversionTable m_table;
+};
+
+// Adding files
+
+TEST_F(ConversionTableTest, AnAddedFileGetsItsNamesAndIsPending)
+{
+    Add({L"N_ISO_4017_M10x50.sldprt"});
+    EXPECT_EQ(Rows(), Texts{L"N_ISO_4017_M10x50.sldprt > N_ISO_4017_M10x50.changed.sldprt > Norm 4017 - %2"});
+    EXPECT_EQ(m_table.CountPendingRows(), 1);
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+    EXPECT_EQ(TakeChanges(), 0);
+}
+
+TEST_F(ConversionTableTest, ThePrefixIsPutInUpperCaseTheExtensionIsNot)
+{
+    Add({L"n_iso_4017_m8.SLDPRT"});
+    EXPECT_EQ(Column(1), Texts{L"N_ISO_4017_m8.changed.SLDPRT"});
+}
+
+TEST_F(ConversionTableTest, MissingTemplatesAreWrittenBackWithTheirDefaults)
+{
+    Add({});
+    EXPECT_EQ(m_settings.Template(1), L"%5%3_%4.changed.%6");
+    EXPECT_EQ(m_settings.Template(2), L"Norm %1 - %2");
+}
+
+TEST_F(ConversionTableTest, StoredTemplatesAreUsedAndKept)
+{
+    m_settings.SetTemplate(1, L"Neu_%3_%4");
+    m_settings.SetTemplate(2, L"%1%1 %2");
+    Add({L"N_ISO_4017_M8.sldprt"});
+    EXPECT_EQ(Rows(), Texts{L"N_ISO_4017_M8.sldprt > Neu_4017_M8.sldprt > 40174017 %2"});
+    EXPECT_EQ(m_settings.Template(1), L"Neu_%3_%4");
+    EXPECT_EQ(m_settings.Template(2), L"%1%1 %2");
+}
+
+TEST_F(ConversionTableTest, ATemplateThatIsNoTextCountsAsMissing)
+{
+    m_settings.SetTemplateNumber(1, 7);
+    m_settings.SetTemplateNumber(2, 8);
+    Add({L"N_ISO_4017_M8.sldprt"});
+    EXPECT_EQ(Rows(), Texts{L"N_ISO_4017_M8.sldprt > N_ISO_4017_M8.changed.sldprt > Norm 4017 - %2"});
+    EXPECT_EQ(m_settings.Template(1), L"%5%3_%4.changed.%6");
+    EXPECT_EQ(m_settings.Template(2), L"Norm %1 - %2");
+}
+
+TEST_F(ConversionTableTest, OneMissingTemplateLeavesTheOtherAlone)
+{
+    m_settings.SetTemplate(2, L"");
+    Add({L"N_ISO_4017_M8.sldprt"});
+    EXPECT_EQ(Rows(), Texts{L"N_ISO_4017_M8.sldprt > N_ISO_4017_M8.changed.sldprt > "});
+    EXPECT_EQ(m_settings.Template(1), L"%5%3_%4.changed.%6");
+    EXPECT_EQ(m_settings.Template(2), L"");
+}
+
+TEST_F(ConversionTableTest, AFileThatIsThereIsSkippedWithoutAWord)
+{
+    Add({L"N_1_a.sldprt", L"N_1_a.sldprt", L"N_1_A.SLDPRT", L"n_2_b.sldprt"});
+    Add({L"N_1_a.sldprt", L"N_1_A.sldprt", L"N_2_B.sldprt"});
+    EXPECT_EQ(Column(0), (Texts{L"N_1_a.sldprt", L"n_2_b.sldprt"}));
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ConversionTableTest, ANameWithoutAnExtensionIsSkippedWithoutAWord)
+{
+    Add({L"N_ISO_4017_M8", L"N_ISO_4017_M8.", L"", L"N_ISO_4017_M10.sldprt"});
+    EXPECT_EQ(Column(0), Texts{L"N_ISO_4017_M10.sldprt"});
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ConversionTableTest, AnEmptyNewNameIsSkippedWithoutAWord)
+{
+    m_settings.SetTemplate(1, L"%5%3");
+    Add({L"Schraube_M8.sldprt", L"N_ISO_4017_M8.sldprt"});
+    EXPECT_EQ(Rows(), Texts{L"N_ISO_4017_M8.sldprt > N_ISO_4017.sldprt > Norm 4017 - %2"});
+    m_settings.SetTemplate(1, L" \t ");
+    Add({L"N_ISO_4018_M8.sldprt"});
+    EXPECT_EQ(m_table.GetItemCount(), 1);
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ConversionTableTest, TheNewNameIsTrimmedAndGetsItsExtension)
+{
+    m_settings.SetTemplate(1, L"  %5%3_%4 ");
+    Add({L"N_ISO_4017_M8.sldasm", L"N_ISO_4017_M8.prt"});
+    EXPECT_EQ(Column(1), (Texts{L"N_ISO_4017_M8.prt", L"N_ISO_4017_M8.sldasm"}));
+}
+
+TEST_F(ConversionTableTest, ForbiddenCharactersAreReplacedAndReportedOnce)
+{
+    m_settings.SetTemplate(1, L"a|b<c>%4:%3\\x");
+    m_settings.SetTemplate(2, L"%1/@;=%4");
+    const Texts files{L"N_1_M8.sldprt", L"N_2_M8.sldprt", L"N_3_M8.sldprt"};
+    Add(files);
+    EXPECT_EQ(Column(1), (Texts{L"a_b_c_M8_1_x.sldprt", L"a_b_c_M8_2_x.sldprt", L"a_b_c_M8_3_x.sldprt"}));
+    EXPECT_EQ(Column(2), (Texts{L"1/@;=M8", L"2/@;=M8", L"3/@;=M8"})) << "generated BOM names stay";
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenGerman});
+    const CLanguageScope english(0);
+    m_table.DeleteAllItems();
+    Add(files);
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenEnglish});
+}
+
+TEST_F(ConversionTableTest, RunsOfDotsCollapseWithoutAMessage)
+{
+    m_settings.SetTemplate(1, L"%5%3_%4...%6");
+    Add({L"N_ISO_4017_M8.sldprt"});
+    EXPECT_EQ(Column(1), Texts{L"N_ISO_4017_M8.sldprt"});
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ConversionTableTest, ACollisionIsReportedOnceByItsFirstFile)
+{
+    m_settings.SetTemplate(1, L"%5%3.%6");
+    Texts files;
+    for (int size = 50; size > 0; --size) {
+        files.push_back(L"N_ISO_4017_M" + std::to_wstring(size) + L".sldprt");
+    }
+    Add(files);
+    EXPECT_EQ(Rows(), Texts{L"N_ISO_4017_M50.sldprt > N_ISO_4017.sldprt > Norm 4017 - %2"});
+    EXPECT_EQ(
+        m_messages.TakeTexts(),
+        Texts{L"Der angegebene Dateiname in der Spalte 'Umbenannt nach...' ist bereits vorhanden.\nDatei: "
+              L"\"N_ISO_4017_M49.sldprt -> N_ISO_4017.sldprt\" wird übergangen.\n\nSind mehrere Dateien "
+              L"betroffen, so wird diese Fehlermeldung nicht erneut angezeigt."});
+    const CLanguageScope english(0);
+    Add(files);
+    EXPECT_EQ(m_messages.TakeTexts(),
+              Texts{L"The file name in column 'Renamed to...' is not unique.\nFile: "
+                    L"\"N_ISO_4017_M49.sldprt -> N_ISO_4017.sldprt\" is skipped.\n\nThis error message will "
+                    L"be skipped for all following failures."});
+    EXPECT_EQ(m_table.GetItemCount(), 1);
+}
+
+TEST_F(ConversionTableTest, AFileThatCollidedMayComeAgain)
+{
+    m_settings.SetTemplate(1, L"%5%3.%6");
+    Add({L"N_1_a.sldprt", L"N_1_b.sldprt"});
+    m_settings.SetTemplate(1, L"%5%3_%4.%6");
+    Add({L"N_1_b.sldprt"});
+    EXPECT_EQ(Column(1), (Texts{L"N_1.sldprt", L"N_1_b.sldprt"}));
+}
+
+TEST_F(ConversionTableTest, NewNamesCollideByTheirExactSpelling)
+{
+    m_settings.SetTemplate(1, L"%4.%6");
+    Add({L"N_1_m8.sldprt", L"N_2_M8.sldprt"});
+    EXPECT_EQ(Column(1), (Texts{L"m8.sldprt", L"M8.sldprt"}));
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+    EXPECT_TRUE(m_table.IsNewNameTaken(L"m8.sldprt"));
+    EXPECT_TRUE(m_table.IsNewNameTaken(L"M8.sldprt"));
+    EXPECT_FALSE(m_table.IsNewNameTaken(L"M8.SLDPRT"));
+    EXPECT_FALSE(m_table.IsNewNameTaken(L"M8"));
+    EXPECT_FALSE(m_table.IsNewNameTaken(L"N_1_m8.sldprt"));
+}
+
+TEST_F(ConversionTableTest, TheCollisionIsThatOfTheSanitisedName)
+{
+    m_settings.SetTemplate(1, L"%3%4.%6");
+    Add({L"N_1_M8.sldprt"});
+    m_settings.SetTemplate(1, L"1?M8.%6");
+    Add({L"N_2_M8.sldprt"});
+    m_settings.SetTemplate(1, L"1*M8.%6");
+    Add({L"N_3_M8.sldprt"});
+    EXPECT_EQ(Column(1), (Texts{L"1M8.sldprt", L"1_M8.sldprt"}));
+    const Texts messages = m_messages.TakeTexts();
+    ASSERT_EQ(messages.size(), 3U);
+    EXPECT_EQ(messages[1], kForbiddenGerman);
+    EXPECT_NE(messages[2].find(L"\"N_3_M8.sldprt -> 1_M8.sldprt\""), std::wstring::npos);
+}
+
+TEST_F(ConversionTableTest, AddedRowsStandInTheOrderOfTheirCharacterCodes)
+{
+    m_settings.SetTemplate(1, L"%4.%6");
+    Add({L"a_1.sldprt", L"Ä_2.sldprt", L"Z_3.sldprt", L"_4.sldprt"});
+    EXPECT_EQ(Column(0), (Texts{L"Z_3.sldprt", L"_4.sldprt", L"a_1.sldprt", L"Ä_2.sldprt"}));
+    Add({L"A_5.sldprt", L"b_6.sldprt", L"10_7.sldprt", L"9_8.sldprt"});
+    EXPECT_EQ(Column(0), (Texts{L"10_7.sldprt", L"9_8.sldprt", L"A_5.sldprt", L"Z_3.sldprt", L"_4.sldprt",
+                                L"a_1.sldprt", L"b_6.sldprt", L"Ä_2.sldprt"}));
+    EXPECT_EQ(Column(1), (Texts{L"7.sldprt", L"8.sldprt", L"5.sldprt", L"3.sldprt", L"4.sldprt", L"1.sldprt",
+                                L"6.sldprt", L"2.sldprt"}));
+}
+
+TEST_F(ConversionTableTest, MarksAndSelectionStayWithTheirRowsWhenFilesAreAdded)
+{
+    Fill({{L"N_2.sldprt", L"two", L"zwei"}, {L"N_4.sldprt", L"four", L"vier"}});
+    m_table.SetItemState(0, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
+    Add({L"N_1_x.sldprt", L"N_3_x.sldprt"});
+    EXPECT_EQ(Rows(), (Texts{L"N_1_x.sldprt > N_1_x.changed.sldprt > Norm 1 - %2",
+                             L"N_2.sldprt > two > zwei (converted)",
+                             L"N_3_x.sldprt > N_3_x.changed.sldprt > Norm 3 - %2",
+                             L"N_4.sldprt > four > vier (converted)"}));
+    EXPECT_EQ(m_table.GetNextItem(-1, LVNI_SELECTED), 1);
+    EXPECT_EQ(m_table.GetNextItem(1, LVNI_SELECTED), -1);
+    EXPECT_EQ(m_table.GetNextItem(-1, LVNI_FOCUSED), 1);
+    EXPECT_EQ(m_table.CountPendingRows(), 2);
+}
+
+TEST_F(ConversionTableTest, LongNamesAreHeldInFull)
+{
+    const std::wstring name = L"N_ISO_4017_" + std::wstring(400, L'x') + L".sldprt";
+    Add({name});
+    EXPECT_EQ(m_table.GetItemText(0, 0), name);
+    EXPECT_EQ(m_table.GetItemText(0, 1), L"N_ISO_4017_" + std::wstring(400, L'x') + L".changed.sldprt");
+    Add({name});
+    EXPECT_EQ(m_table.GetItemCount(), 1);
+}
+
+// What the list view's own search finds is a duplicate, and nothing else.
+TEST_F(ConversionTableTest, DuplicatesAreWhatTheListViewFinds)
+{
+    const Texts pieces{L"a",      L"A",    L"ä",        L"Ä",        L"a\u0308", L"ß",       L"ss", L"SS",
+                       L"\u1E9E", L"i",    L"I",        L"ı",        L"İ",       L"ﬁ",       L"fi", L"æ",
+                       L"ae",     L"coop", L"co-op",    L"CO-OP",    L"co'op",   L"coo-p",   L"1",  L"01",
+                       L"１",     L"é",    L"e",        L"é\u0301",  L"ø",       L"o",       L"œ",  L"oe",
+                       L"½",      L"1 2",  L"12",       L"1\u00AD2", L"σ",       L"ς",       L"Σ",  L"щ",
+                       L"Щ",      L"x y",  L"x\u00A0y", L"xy",       L"Z",       L"z\u200D", L"ｚ", L"ア",
+                       L"ｱ",      L"あ"};
+    for (const std::wstring& first : pieces) {
+        m_table.DeleteAllItems();
+        Add({L"N_" + first + L"_1.sldprt"});
+        ASSERT_EQ(m_table.GetItemCount(), 1);
+        for (const std::wstring& second : pieces) {
+            const std::wstring name = L"N_" + second + L"_1.sldprt";
+            LVFINDINFOW find{};
+            find.flags = LVFI_STRING;
+            find.psz = name.c_str();
+            const bool found = m_table.SendMessage(LVM_FINDITEMW, static_cast<WPARAM>(-1),
+                                                   reinterpret_cast<LPARAM>(&find)) == 0;
+            Add({name});
+            EXPECT_EQ(m_table.GetItemCount(), found ? 1 : 2)
+                << testing::PrintToString(first) << " and " << testing::PrintToString(second);
+            if (m_table.GetItemCount() == 2) {
+                m_table.DeleteItem(m_table.GetItemText(0, 0) == name ? 0 : 1);
+            }
+        }
+    }
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ConversionTableTest, DuplicatesIgnoreTheCaseOfTheWholeName)
+{
+    Add({L"N_Ä_m8.SldPrt"});
+    Add({L"n_ä_M8.SLDPRT"});
+    EXPECT_EQ(m_table.GetItemCount(), 1);
+}
+
+// Counts what is sent to a window.
+LRESULT CALLBACK CountMessages(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                               DWORD_PTR count)
+{
+    ++*reinterpret_cast<int*>(count);
+    return DefSubclassProc(window, message, wParam, lParam);
+}
+
+class ConversionTableEffortTest : public ConversionTableTest
+{
+protected:
+    // What an operation on a table of n rows costs in messages to the list view.
+    int MessagesFor(int n, const std::function<void(const Texts& files)>& operation)
+    {
+        m_table.DeleteAllItems();
+        Texts files;
+        for (int i = 0; i < n; ++i) {
+            files.push_back(L"N_ISO_" + std::to_wstring(9000 - i) + L"_M8.sldprt");
+        }
+        Texts first(files.begin(), files.begin() + n / 2);
+        Add(first);
+        int count = 0;
+        SetWindowSubclass(m_table.m_hWnd, &CountMessages, 99, reinterpret_cast<DWORD_PTR>(&count));
+        operation(files);
+        RemoveWindowSubclass(m_table.m_hWnd, &CountMessages, 99);
+        return count;
+    }
+
+    // Twice the rows may take twice the messages and a little more, not four times as many.
+    void ExpectLinear(const std::function<void(const Texts& files)>& operation)
+    {
+        const int once = MessagesFor(400, operation);
+        const int twice = MessagesFor(800, operation);
+        EXPECT_GT(once, 400);
+        EXPECT_LT(twice, once * 2 + once / 4) << once << " messages for 400 rows";
+    }
+};
+
+TEST_F(ConversionTableEffortTest, AddingFilesIsLinear)
+{
+    ExpectLinear([this](const Texts& files) {
+        Add(files);
+        EXPECT_EQ(m_table.GetItemCount(), static_cast<int>(files.size()));
+    });
+}
+
+TEST_F(ConversionTableEffortTest, AddingFilesThatAreThereIsLinear)
+{
+    ExpectLinear([this](const Texts& files) {
+        Add(Texts(files.begin(), files.begin() + static_cast<std::ptrdiff_t>(files.size() / 2)));
+        EXPECT_EQ(m_table.GetItemCount(), static_cast<int>(files.size() / 2));
+    });
+}
+
+TEST_F(ConversionTableEffortTest, ApplyingATemplateIsLinear)
+{
+    m_settings.SetTemplate(1, L"%3.%6");
+    ExpectLinear([this](const Texts&) {
+        m_settings.SetTemplate(1, L"%3_%4.%6");
+        m_table.SetItemState(-1, LVIS_SELECTED, LVIS_SELECTED);
+        Apply(1);
+        EXPECT_EQ(m_table.GetItemText(0, 1).substr(4), L"_M8.sldprt");
+        m_settings.SetTemplate(1, L"%3.%6");
+    });
+}
+
+// Sorting
+
+TEST_F(ConversionTableTest, SortsByAnyColumnBothWaysAndInPart)
+{
+    Fill({{L"c", L"1", L"x"}, {L"a", L"3", L"y"}, {L"d", L"2", L"z"}, {L"b", L"4", L"w"}});
+    m_table.MarkPending(2);
+    m_table.SortTextItems(1, false, 0, -1);
+    EXPECT_EQ(Rows(), (Texts{L"b > 4 > w (converted)", L"a > 3 > y (converted)", L"d > 2 > z",
+                             L"c > 1 > x (converted)"}));
+    m_table.SortTextItems(0, true, 1, 3);
+    EXPECT_EQ(Column(0), (Texts{L"b", L"a", L"c", L"d"}));
+    m_table.SortTextItems(0, true, 0, 1);
+    EXPECT_EQ(Column(0), (Texts{L"a", L"b", L"c", L"d"}));
+    EXPECT_EQ(Row(3), L"d > 2 > z");
+    m_table.DeleteAllItems();
+    m_table.SortTextItems(0, true, 0, -1);
+    EXPECT_EQ(m_table.GetItemCount(), 0);
+}
+
+// Marks
+
+TEST_F(ConversionTableTest, MarksAreTheItemDataAndTheStateImage)
+{
+    Fill({{L"a", L"b", L"c"}, {L"d", L"e", L"f"}});
+    EXPECT_EQ(m_table.GetItemData(0), 0);
+    EXPECT_EQ(m_table.GetItemState(0, 0xF000), 0x2000U);
+    EXPECT_FALSE(m_table.IsPending(0));
+    EXPECT_EQ(m_table.CountPendingRows(), 0);
+    m_table.MarkPending(1);
+    EXPECT_EQ(m_table.GetItemData(1), 1);
+    EXPECT_EQ(m_table.GetItemState(1, 0xF000), 0x1000U);
+    EXPECT_TRUE(m_table.IsPending(1));
+    EXPECT_EQ(m_table.CountPendingRows(), 1);
+    m_table.MarkConverted(1);
+    EXPECT_EQ(m_table.GetItemState(1, 0xF000), 0x2000U);
+    EXPECT_EQ(m_table.CountPendingRows(), 0);
+    EXPECT_EQ(m_table.GetRow(1), (UTtab_entry{L"d", L"e", L"f"}));
+}
+
+TEST_F(ConversionTableTest, MapFileEntriesReplaceAllRowsInTheirOrder)
+{
+    Add({L"N_1_a.sldprt"});
+    Fill({{L"z", L"Z", L""}, {L"a", L"A", L"a;b"}, {L"z", L"Z", L""}});
+    EXPECT_EQ(Rows(), (Texts{L"z > Z >  (converted)", L"a > A > a;b (converted)", L"z > Z >  (converted)"}));
+    Fill({});
+    EXPECT_EQ(m_table.GetItemCount(), 0);
+}
+
+// Hand edits
+
+class HandEditTest : public ConversionTableTest
+{
+protected:
+    HandEditTest()
+    {
+        Fill({{L"N_1.sldprt", L"M6.sldprt", L"Norm 1"},
+              {L"N_2.sldasm", L"M8.sldprt", L"Norm 2"},
+              {L"N_3.sldprt", L"M10.sldprt", L"Norm 3"}});
+    }
+
+    void Edit(int row, int column, const wchar_t* text)
+    {
+        EXPECT_EQ(m_table.OnEndLabelEdit(row, column, text), 0);
+    }
+
+    // The cell of row 1 takes the text as given here, and the row alone becomes pending.
+    void ExpectTaken(int column, const std::wstring& text)
+    {
+        EXPECT_EQ(m_table.GetItemText(1, column), text);
+        EXPECT_EQ(m_table.CountPendingRows(), 1);
+        EXPECT_TRUE(m_table.IsPending(1));
+        EXPECT_EQ(m_table.GetItemState(1, 0xF000), 0x1000U);
+        EXPECT_EQ(TakeChanges(), 1);
+    }
+    void ExpectUnchanged() const
+    {
+        EXPECT_EQ(Rows(), (Texts{L"N_1.sldprt > M6.sldprt > Norm 1 (converted)",
+                                 L"N_2.sldasm > M8.sldprt > Norm 2 (converted)",
+                                 L"N_3.sldprt > M10.sldprt > Norm 3 (converted)"}));
+        EXPECT_EQ(TakeChanges(), 0);
+    }
+};
+
+TEST_F(HandEditTest, ACancelledEditChangesNothing)
+{
+    for (const int column : {0, 1, 2}) {
+        Edit(1, column, nullptr);
+    }
+    ExpectUnchanged();
+}
+
+TEST_F(HandEditTest, AFileNameIsTrimmedAndGetsThePartsExtension)
+{
+    Edit(1, 1, L" \t Frame  ");
+    ExpectTaken(1, L"Frame.sldprt");
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(HandEditTest, AFileNameThatEndsInTheExtensionGetsNoOther)
+{
+    Edit(1, 1, L"ABCsldprt");
+    ExpectTaken(1, L"ABCsldprt");
+    Edit(1, 1, L"Frame.SLDPRT");
+    ExpectTaken(1, L"Frame.SLDPRT");
+    Edit(1, 1, L"Frame.sldasm");
+    ExpectTaken(1, L"Frame.sldasm.sldprt");
+}
+
+TEST_F(HandEditTest, AnEmptyFileNameChangesNothing)
+{
+    Edit(1, 1, L"");
+    Edit(1, 1, L" \t ");
+    ExpectUnchanged();
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(HandEditTest, TheSameFileNameChangesNothing)
+{
+    Edit(1, 1, L"M8");
+    Edit(1, 1, L"M8.sldprt");
+    Edit(1, 1, L"M8..sldprt");
+    ExpectUnchanged();
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(HandEditTest, ForbiddenCharactersOfAFileNameAreReportedEveryTime)
+{
+    Edit(1, 1, L"a|b<c>");
+    ExpectTaken(1, L"a_b_c_.sldprt");
+    m_table.MarkConverted(1);
+    const CLanguageScope english(0);
+    Edit(1, 1, L"a/b");
+    ExpectTaken(1, L"a_b.sldprt");
+    EXPECT_EQ(m_messages.TakeTexts(), (Texts{kForbiddenGerman, kForbiddenEnglish}));
+}
+
+TEST_F(HandEditTest, ForbiddenCharactersAreReportedThoughNothingChanges)
+{
+    Edit(0, 1, L"a_b");
+    EXPECT_EQ(TakeChanges(), 1);
+    m_table.MarkConverted(0);
+    Edit(0, 1, L"a:b");
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenGerman});
+    EXPECT_EQ(m_table.CountPendingRows(), 0);
+    EXPECT_EQ(TakeChanges(), 0);
+}
+
+TEST_F(HandEditTest, AFileNameThatAnotherRowHasIsRefused)
+{
+    Edit(1, 1, L"M10");
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"Der angegebene Dateiname ist schon vorhanden."});
+    const CLanguageScope english(0);
+    Edit(1, 1, L"M6.sldprt");
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"The file name is not unique."});
+    ExpectUnchanged();
+}
+
+TEST_F(HandEditTest, AFileNameThatDiffersFromAnothersInCaseIsTaken)
+{
+    Edit(1, 1, L"m10");
+    ExpectTaken(1, L"m10.sldprt");
+    Edit(1, 1, L"M10.SLDPRT");
+    ExpectTaken(1, L"M10.SLDPRT");
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(HandEditTest, ABomNameIsTakenWithItsCharactersReplaced)
+{
+    Edit(1, 2, L"x/y@z;=");
+    ExpectTaken(2, L"x_y_z__");
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{kFeatureGerman});
+    const CLanguageScope english(0);
+    Edit(1, 2, L"x/y");
+    ExpectTaken(2, L"x_y");
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{kFeatureEnglish});
+}
+
+TEST_F(HandEditTest, ABomNameIsTakenAsTyped)
+{
+    for (const wchar_t* const text : {L"a:b", L" blanks stay ", L"%2 | * ? < >", L"norm 2", L"Norm 3", L""}) {
+        Edit(1, 2, text);
+        ExpectTaken(2, text);
+        m_table.MarkConverted(1);
+    }
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(HandEditTest, TheSameBomNameChangesNothing)
+{
+    Edit(1, 2, L"Norm 2");
+    ExpectUnchanged();
+    Edit(1, 2, L"a_b");
+    EXPECT_EQ(TakeChanges(), 1);
+    m_table.MarkConverted(1);
+    Edit(1, 2, L"a;b");
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{kFeatureGerman});
+    EXPECT_EQ(TakeChanges(), 0);
+    EXPECT_FALSE(m_table.IsPending(1));
+}
+
+TEST_F(HandEditTest, AnOriginalNameIsTakenAsTypedAndSortedIn)
+{
+    m_table.MarkPending(2);
+    Select({0});
+    m_table.SetItemState(0, LVIS_FOCUSED, LVIS_FOCUSED);
+    Edit(0, 0, L"a|b ");
+    EXPECT_EQ(Rows(), (Texts{L"N_2.sldasm > M8.sldprt > Norm 2 (converted)",
+                             L"N_3.sldprt > M10.sldprt > Norm 3", L"a|b  > M6.sldprt > Norm 1"}));
+    EXPECT_EQ(m_table.GetNextItem(-1, LVNI_SELECTED), 2);
+    EXPECT_EQ(m_table.GetNextItem(-1, LVNI_FOCUSED), 2);
+    EXPECT_EQ(TakeChanges(), 1);
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(HandEditTest, OtherColumnsAreNotSorted)
+{
+    Edit(0, 1, L"Z9");
+    Edit(0, 2, L"zz");
+    EXPECT_EQ(Column(0), (Texts{L"N_1.sldprt", L"N_2.sldasm", L"N_3.sldprt"}));
+    EXPECT_EQ(m_table.GetItemText(0, 1), L"Z9.sldprt");
+}
+
+TEST_F(HandEditTest, TheChangeIsPostedNotSent)
+{
+    Edit(1, 2, L"x");
+    MSG message{};
+    EXPECT_TRUE(PeekMessageW(&message, m_parent.m_hWnd, WM_USER + 5, WM_USER + 5, PM_NOREMOVE));
+    EXPECT_EQ(TakeChanges(), 1);
+}
+
+// Applying a template
+
+class ApplyTemplateTest : public ConversionTableTest
+{
+protected:
+    ApplyTemplateTest()
+    {
+        Fill({{L"N_ISO_1_a.sldprt", L"1.sldprt", L"eins"},
+              {L"N_ISO_2_b.sldprt", L"2.sldprt", L"zwei"},
+              {L"N_ISO_3_c.sldprt", L"3.sldprt", L"drei"}});
+    }
+};
+
+TEST_F(ApplyTemplateTest, ChangesTheSelectedRowsOnly)
+{
+    m_settings.SetTemplate(1, L"%5%3%4");
+    Select({0, 2});
+    Apply(1);
+    EXPECT_EQ(Rows(), (Texts{L"N_ISO_1_a.sldprt > N_ISO_1a.sldprt > eins",
+                             L"N_ISO_2_b.sldprt > 2.sldprt > zwei (converted)",
+                             L"N_ISO_3_c.sldprt > N_ISO_3c.sldprt > drei"}));
+    EXPECT_GE(TakeChanges(), 1);
+    EXPECT_EQ(m_table.GetNextItem(0, LVNI_SELECTED), 2);
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ApplyTemplateTest, FillsTheBomNamesAsTheyAre)
+{
+    m_settings.SetTemplate(2, L"%5@%1/%2;%6");
+    Select({1});
+    Apply(2);
+    EXPECT_EQ(m_table.GetItemText(1, 2), L"N_ISO_@2/%2;sldprt");
+    EXPECT_TRUE(m_table.IsPending(1));
+    EXPECT_EQ(m_table.CountPendingRows(), 1);
+    EXPECT_GE(TakeChanges(), 1);
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+    m_settings.SetTemplate(2, L"");
+    Apply(2);
+    EXPECT_EQ(m_table.GetItemText(1, 2), L"");
+}
+
+TEST_F(ApplyTemplateTest, WithoutASelectionNothingHappens)
+{
+    m_settings.SetTemplate(1, L"%5%3%4");
+    Apply(1);
+    EXPECT_EQ(m_table.CountPendingRows(), 0);
+    EXPECT_EQ(TakeChanges(), 0);
+}
+
+TEST_F(ApplyTemplateTest, AMissingTemplateEndsItSilentlyAndStaysMissing)
+{
+    Select({0, 1, 2});
+    Apply(1);
+    Apply(2);
+    m_settings.SetTemplateNumber(1, 3);
+    Apply(1);
+    EXPECT_EQ(m_table.CountPendingRows(), 0);
+    EXPECT_EQ(Column(1), (Texts{L"1.sldprt", L"2.sldprt", L"3.sldprt"}));
+    EXPECT_EQ(TakeChanges(), 0);
+    EXPECT_EQ(m_settings.Template(1), L"(none)");
+    EXPECT_EQ(m_settings.Template(2), L"(none)");
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ApplyTemplateTest, ATemplateRemovedMeanwhileKeepsWhatIsDone)
+{
+    m_settings.SetTemplate(1, L"%3?%4");
+    Select({0, 1, 2});
+    m_settings.Redirect();
+    const MessageListener before = SetMessageListener([this](const MessageRequest&) {
+        m_settings.RemoveTemplate(1);
+        return IDOK;
+    });
+    Apply(1);
+    SetMessageListener(before);
+    EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"2.sldprt", L"3.sldprt"}));
+    EXPECT_EQ(m_table.CountPendingRows(), 1);
+    EXPECT_GE(TakeChanges(), 1);
+}
+
+TEST_F(ApplyTemplateTest, ATemplateChangedMeanwhileCountsFromTheNextRow)
+{
+    m_settings.SetTemplate(1, L"%3?%4");
+    Select({0, 1, 2});
+    const MessageListener before = SetMessageListener([this](const MessageRequest&) {
+        m_settings.SetTemplate(1, L"%4%4");
+        return IDOK;
+    });
+    Apply(1);
+    SetMessageListener(before);
+    EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"bb.sldprt", L"cc.sldprt"}));
+}
+
+TEST_F(ApplyTemplateTest, AnEmptyFileNameEndsItSilently)
+{
+    Fill({{L"N_ISO_1_a.sldprt", L"1", L""},
+          {L"Schraube.sldprt", L"2", L""},
+          {L"N_ISO_3_c.sldprt", L"3", L""}});
+    m_settings.SetTemplate(1, L"%5%3");
+    Select({0, 1, 2});
+    Apply(1);
+    EXPECT_EQ(Column(1), (Texts{L"N_ISO_1.sldprt", L"2", L"3"}));
+    EXPECT_EQ(m_table.CountPendingRows(), 1);
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ApplyTemplateTest, AnOriginalWithoutExtensionEndsItSilently)
+{
+    Fill({{L"N_ISO_1_a", L"1", L""}, {L"N_ISO_3_c.sldprt", L"3", L""}});
+    m_settings.SetTemplate(1, L"%5%3");
+    Select({0, 1});
+    Apply(1);
+    EXPECT_EQ(Column(1), (Texts{L"1", L"3"}));
+    EXPECT_EQ(TakeChanges(), 0);
+}
+
+TEST_F(ApplyTemplateTest, ForbiddenCharactersAreReportedOnce)
+{
+    m_settings.SetTemplate(1, L"%3*%4");
+    Select({0, 1, 2});
+    Apply(1);
+    EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"2_b.sldprt", L"3_c.sldprt"}));
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenGerman});
+    const CLanguageScope english(0);
+    Apply(1);
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenEnglish}) << "though the names are the same now";
+}
+
+TEST_F(ApplyTemplateTest, ANameThatAnotherRowHasIsNotTakenAndReportedOnce)
+{
+    m_settings.SetTemplate(1, L"2.%6");
+    Select({0, 1, 2});
+    Apply(1);
+    EXPECT_EQ(Column(1), (Texts{L"1.sldprt", L"2.sldprt", L"3.sldprt"}));
+    EXPECT_EQ(m_table.CountPendingRows(), 0);
+    EXPECT_EQ(TakeChanges(), 0);
+    EXPECT_EQ(
+        m_messages.TakeTexts(),
+        Texts{
+            L"Ein generierter Dateiname ist bereits vorhanden.\nDer vorhandene Dateiname bleibt erhalten."});
+    const CLanguageScope english(0);
+    Apply(1);
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"A generated file name is not unique.\nSkip this file."});
+}
+
+TEST_F(ApplyTemplateTest, NamesMadeInTheSameOperationCollideToo)
+{
+    m_settings.SetTemplate(1, L"same");
+    Select({0, 1, 2});
+    Apply(1);
+    EXPECT_EQ(Column(1), (Texts{L"same.sldprt", L"2.sldprt", L"3.sldprt"}));
+    EXPECT_EQ(m_messages.TakeTexts().size(), 1U);
+}
+
+TEST_F(ApplyTemplateTest, ANameGivenUpInTheSameOperationIsFree)
+{
+    Fill({{L"N_ISO_1_a.sldprt", L"b.sldprt", L""}, {L"N_ISO_2_b.sldprt", L"2.sldprt", L""}});
+    m_settings.SetTemplate(1, L"%4");
+    Select({0, 1});
+    Apply(1);
+    EXPECT_EQ(Column(1), (Texts{L"a.sldprt", L"b.sldprt"}));
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ApplyTemplateTest, AChangeOfCaseAloneIsNotAppliedToAFileName)
+{
+    Fill({{L"N_ISO_1_a.sldprt", L"A.SLDPRT", L""}, {L"N_ISO_2_Ö.sldprt", L"ö.sldprt", L""}});
+    m_table.MarkPending(1);
+    m_settings.SetTemplate(1, L"%4.%6");
+    Select({0, 1});
+    Apply(1);
+    EXPECT_EQ(Rows(),
+              (Texts{L"N_ISO_1_a.sldprt > A.SLDPRT >  (converted)", L"N_ISO_2_Ö.sldprt > ö.sldprt > "}));
+    EXPECT_EQ(TakeChanges(), 0);
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ApplyTemplateTest, AChangeOfCaseAloneIsAppliedToABomName)
+{
+    m_settings.SetTemplate(2, L"EINS");
+    Select({0});
+    Apply(2);
+    EXPECT_EQ(m_table.GetItemText(0, 2), L"EINS");
+    EXPECT_TRUE(m_table.IsPending(0));
+    m_table.MarkConverted(0);
+    TakeChanges();
+    Apply(2);
+    EXPECT_FALSE(m_table.IsPending(0));
+    EXPECT_EQ(TakeChanges(), 0);
+}
+
+TEST_F(ApplyTemplateTest, ACaseVariantOfAnothersNameIsTaken)
+{
+    Fill({{L"N_ISO_1_A.sldprt", L"1.sldprt", L""}, {L"N_ISO_2_b.sldprt", L"a.sldprt", L""}});
+    m_settings.SetTemplate(1, L"%4.%6");
+    Select({0});
+    Apply(1);
+    EXPECT_EQ(Column(1), (Texts{L"A.sldprt", L"a.sldprt"}));
+    EXPECT_TRUE(m_messages.TakeTexts().empty());
+}
+
+TEST_F(ApplyTemplateTest, TheConfigurationNameStaysLiteralInAFileName)
+{
+    m_settings.SetTemplate(1, L"%5%3_%2.%6");
+    Select({0});
+    Apply(1);
+    EXPECT_EQ(m_table.GetItemText(0, 1), L"N_ISO_1_%2.sldprt");
+}
+
+TEST_F(ApplyTemplateTest, AnAssemblyKeepsItsExtension)
+{
+    Fill({{L"N_ISO_1_a.sldasm", L"1.sldprt", L""}});
+    m_settings.SetTemplate(1, L"Frame");
+    Select({0});
+    Apply(1);
+    EXPECT_EQ(Column(1), Texts{L"Frame.sldasm"});
+}
+
+}  // namespace

@@ -1,0 +1,117 @@
+#include "framework/DialogLayout.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+#include "tests/windows/WindowScopes.h"
+
+namespace {
+
+constexpr RECT kPlace{100, 50, 300, 150};
+
+struct Anchoring
+{
+    unsigned edges;
+    RECT larger;   // the control's place when the client area is 60 wider and 40 higher
+    RECT smaller;  // and when it is 10 narrower and 20 lower
+};
+
+void PrintTo(const Anchoring& anchoring, std::ostream* stream)
+{
+    *stream << "edges " << anchoring.edges;
+}
+
+RECT PlaceOf(const CWnd& window, int id)
+{
+    RECT rect{};
+    ::GetWindowRect(window.GetDlgItem(id), &rect);
+    ::MapWindowPoints(nullptr, window.m_hWnd, reinterpret_cast<POINT*>(&rect), 2);
+    return rect;
+}
+
+void ResizeBy(const CWnd& window, int wider, int higher)
+{
+    RECT rect{};
+    ::GetWindowRect(window.m_hWnd, &rect);
+    ::SetWindowPos(window.m_hWnd, nullptr, 0, 0, rect.right - rect.left + wider,
+                   rect.bottom - rect.top + higher, SWP_NOMOVE | SWP_NOZORDER);
+}
+
+void ExpectPlace(const CWnd& window, int id, const RECT& expected)
+{
+    const RECT place = PlaceOf(window, id);
+    EXPECT_EQ(place.left, expected.left);
+    EXPECT_EQ(place.top, expected.top);
+    EXPECT_EQ(place.right, expected.right);
+    EXPECT_EQ(place.bottom, expected.bottom);
+}
+
+using L = CDialogLayout;
+
+class DialogLayout : public testing::TestWithParam<Anchoring>
+{
+protected:
+    CPlainWindow m_window{nullptr, WS_POPUP | WS_VISIBLE};
+    CDialogLayout m_layout;
+};
+
+TEST_P(DialogLayout, EdgesKeepTheirDistance)
+{
+    m_window.AddControl(L"BUTTON", 1, 0, kPlace);
+    m_window.AddControl(L"BUTTON", 2, 0, {5, 5, 20, 20});
+    m_layout.Begin(m_window.m_hWnd);
+    m_layout.Anchor(1, GetParam().edges);
+    m_layout.Anchor(77, L::right);  // no such control
+    ResizeBy(m_window, 60, 40);
+    m_layout.Arrange();
+    ExpectPlace(m_window, 1, GetParam().larger);
+    ResizeBy(m_window, -70, -60);
+    m_layout.Arrange();
+    ExpectPlace(m_window, 1, GetParam().smaller);
+    ResizeBy(m_window, 10, 20);
+    m_layout.Arrange();
+    ExpectPlace(m_window, 1, kPlace);
+    ExpectPlace(m_window, 2, {5, 5, 20, 20});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Edges, DialogLayout,
+    testing::Values(Anchoring{L::left | L::top, kPlace, kPlace},
+                    Anchoring{L::left | L::top | L::right, {100, 50, 360, 150}, {100, 50, 290, 150}},
+                    Anchoring{L::top | L::right, {160, 50, 360, 150}, {90, 50, 290, 150}},
+                    Anchoring{L::left | L::bottom, {100, 90, 300, 190}, {100, 30, 300, 130}},
+                    Anchoring{L::left | L::top | L::bottom, {100, 50, 300, 190}, {100, 50, 300, 130}},
+                    Anchoring{L::right | L::bottom, {160, 90, 360, 190}, {90, 30, 290, 130}},
+                    Anchoring{
+                        L::left | L::top | L::right | L::bottom, {100, 50, 360, 190}, {100, 50, 290, 130}}));
+
+TEST(DialogLayoutSize, TheFirstSizeIsTheSmallest)
+{
+    const CPlainWindow window;
+    CDialogLayout layout;
+    layout.Begin(window.m_hWnd);
+    ResizeBy(window, 100, 100);
+    MINMAXINFO limits{};
+    limits.ptMaxTrackSize = {3000, 2000};
+    layout.LimitSize(limits);
+    EXPECT_EQ(limits.ptMinTrackSize.x, 640);
+    EXPECT_EQ(limits.ptMinTrackSize.y, 480);
+    EXPECT_EQ(limits.ptMaxTrackSize.x, 3000);
+    EXPECT_EQ(limits.ptMaxTrackSize.y, 2000);
+}
+
+TEST(DialogLayoutSize, BeginningAnewForgetsTheControls)
+{
+    const CPlainWindow window(nullptr, WS_POPUP);
+    window.AddControl(L"BUTTON", 1, 0, kPlace);
+    CDialogLayout layout;
+    layout.Begin(window.m_hWnd);
+    layout.Anchor(1, L::right);
+    layout.Begin(window.m_hWnd);
+    ResizeBy(window, 60, 40);
+    layout.Arrange();
+    ExpectPlace(window, 1, kPlace);
+}
+
+}  // namespace

@@ -1,0 +1,379 @@
+#include "framework/Dialog.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "framework/Controls.h"
+#include "framework/DialogData.h"
+#include "resources/resource.h"
+#include "tests/windows/WindowScopes.h"
+
+namespace {
+
+constexpr UINT kNextStep = WM_APP + 1;
+constexpr INT_PTR kStepsOver = -2;
+constexpr INT_PTR kTooLong = -3;
+constexpr UINT kPatience = 10000;  // milliseconds
+constexpr UINT kNoTemplate = 9999;
+
+// The template dialog, which takes one step of a test after the other from its own queue: what a step posts
+// is dealt with before the next step is taken. After the last step it ends by itself.
+class CSteppingDialog : public CDialog
+{
+public:
+    explicit CSteppingDialog(CWnd* owner = nullptr) : CDialog(IDD_TEMPLATE, owner) {}
+
+    std::vector<std::function<void()>> m_steps;
+    std::vector<std::string> m_log;
+    CEdit m_edit;
+    std::wstring m_text = L"from the member";
+    bool m_endAtStart = false;
+    bool m_halted = false;  // takes no further steps
+    int m_missingControl = 0;
+
+    using CDialog::EndDialog;
+    using CDialog::IsEnding;
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override
+    {
+        static constexpr std::array kEntries{
+            OnMessage<&CSteppingDialog::OnNextStep>(kNextStep),
+            OnMessage<&CSteppingDialog::OnTimer>(WM_TIMER),
+        };
+        static const MessageMap kMap{CDialog::GetMessageMap(), kEntries};
+        return &kMap;
+    }
+    bool OnInitDialog() override
+    {
+        const bool focus = CDialog::OnInitDialog();
+        m_log.emplace_back(IsWindowVisible(m_hWnd) != FALSE ? "init while visible" : "init");
+        if (m_endAtStart) {
+            EndDialog(77);
+        }
+        SetTimer(m_hWnd, 1, kPatience, nullptr);
+        PostMessage(kNextStep);
+        return focus;
+    }
+    void DoDataExchange(CDataExchange& exchange) override
+    {
+        DDX_Control(exchange, IDC_TEMPLATE_TEXT, m_edit);
+        DDX_Text(exchange, IDC_TEMPLATE_TEXT, m_text);
+        if (m_missingControl != 0) {
+            std::wstring unused = L"unchanged";
+            DDX_Text(exchange, m_missingControl, unused);
+            EXPECT_EQ(unused, L"unchanged");
+        }
+    }
+    void OnOK() override
+    {
+        m_log.emplace_back("ok");
+        CDialog::OnOK();
+    }
+    void OnCancel() override
+    {
+        m_log.emplace_back("cancel");
+        CDialog::OnCancel();
+    }
+
+private:
+    void OnNextStep()
+    {
+        if (m_step == m_steps.size()) {
+            EndDialog(kStepsOver);
+            return;
+        }
+        m_steps[m_step++]();
+        if (!m_halted) {
+            PostMessage(kNextStep);
+        }
+    }
+    void OnTimer() { EndDialog(kTooLong); }
+
+    std::size_t m_step = 0;
+};
+
+class DialogTest : public testing::Test
+{
+protected:
+    void PressKey(const CWnd& window, WPARAM key) const
+    {
+        window.PostMessage(WM_KEYDOWN, key, 1);
+        window.PostMessage(WM_KEYUP, key, 0xC0000001);
+    }
+
+    CResourceScope m_resources;
+    CPlainWindow m_owner;
+    CSteppingDialog m_dialog{&m_owner};
+};
+
+TEST_F(DialogTest, RunsModallyWithItsOwnerDisabled)
+{
+    HWND window = nullptr;
+    m_dialog.m_steps = {[&] {
+        window = m_dialog.m_hWnd;
+        EXPECT_FALSE(m_owner.IsWindowEnabled());
+        EXPECT_TRUE(IsWindowVisible(window));
+        EXPECT_EQ(GetWindow(window, GW_OWNER), m_owner.m_hWnd);
+        EXPECT_EQ(CWnd::FromHandle(window), &m_dialog);
+        EXPECT_FALSE(m_dialog.IsEnding());
+        m_dialog.EndDialog(42);
+        EXPECT_TRUE(m_dialog.IsEnding());
+    }};
+    EXPECT_EQ(m_dialog.DoModal(), 42);
+    EXPECT_TRUE(m_owner.IsWindowEnabled());
+    EXPECT_EQ(m_dialog.m_hWnd, nullptr);
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(m_dialog.m_log, std::vector<std::string>{"init"});
+}
+
+TEST_F(DialogTest, CanBeRunAgain)
+{
+    m_dialog.m_steps = {[&] { m_dialog.EndDialog(1); }, [&] { m_dialog.EndDialog(2); }};
+    EXPECT_EQ(m_dialog.DoModal(), 1);
+    EXPECT_EQ(m_dialog.DoModal(), 2);
+}
+
+TEST_F(DialogTest, LeavesADisabledOwnerDisabled)
+{
+    m_owner.EnableWindow(false);
+    EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
+    EXPECT_FALSE(m_owner.IsWindowEnabled());
+}
+
+TEST_F(DialogTest, ADialogEndedAtItsStartIsNeverShown)
+{
+    m_dialog.m_endAtStart = true;
+    m_dialog.m_steps = {[] { FAIL() << "the dialog went on"; }};
+    EXPECT_EQ(m_dialog.DoModal(), 77);
+    EXPECT_TRUE(m_owner.IsWindowEnabled());
+    EXPECT_EQ(m_dialog.m_log, std::vector<std::string>{"init"});
+}
+
+TEST_F(DialogTest, ADialogThatCannotBeMadeLeavesTheOwnerEnabled)
+{
+    CDialog dialog(kNoTemplate, &m_owner);
+    EXPECT_EQ(dialog.DoModal(), -1);
+    EXPECT_TRUE(m_owner.IsWindowEnabled());
+    EXPECT_EQ(dialog.m_hWnd, nullptr);
+    EXPECT_FALSE(dialog.Create());
+}
+
+TEST_F(DialogTest, ItsOwnerIsTheMainWindowUnlessAnotherIsNamed)
+{
+    const CMainWindowScope mainWindow(&m_owner);
+    CSteppingDialog dialog;
+    dialog.m_steps = {[&] {
+        EXPECT_EQ(GetWindow(dialog.m_hWnd, GW_OWNER), m_owner.m_hWnd);
+        EXPECT_FALSE(m_owner.IsWindowEnabled());
+    }};
+    EXPECT_EQ(dialog.DoModal(), kStepsOver);
+    EXPECT_TRUE(m_owner.IsWindowEnabled());
+}
+
+TEST_F(DialogTest, TheMainWindowItselfHasNoOwner)
+{
+    CSteppingDialog dialog;
+    const CMainWindowScope mainWindow(&dialog);
+    dialog.m_steps = {[&] { EXPECT_EQ(GetWindow(dialog.m_hWnd, GW_OWNER), nullptr); }};
+    EXPECT_EQ(dialog.DoModal(), kStepsOver);
+}
+
+TEST_F(DialogTest, OneDialogRunsOnTopOfAnother)
+{
+    CSteppingDialog inner(&m_dialog);
+    m_dialog.m_steps = {[&] {
+        inner.m_steps = {[&] {
+            EXPECT_FALSE(m_dialog.IsWindowEnabled());
+            EXPECT_FALSE(m_owner.IsWindowEnabled());
+            inner.EndDialog(5);
+        }};
+        EXPECT_EQ(inner.DoModal(), 5);
+        EXPECT_TRUE(m_dialog.IsWindowEnabled());
+        EXPECT_FALSE(m_owner.IsWindowEnabled());
+        EXPECT_TRUE(IsWindow(m_dialog.m_hWnd));
+        m_dialog.EndDialog(6);
+    }};
+    EXPECT_EQ(m_dialog.DoModal(), 6);
+}
+
+TEST_F(DialogTest, TheEndOfTheProgramEndsTheDialog)
+{
+    m_dialog.m_steps = {[&] {
+        PostQuitMessage(3);
+        m_dialog.m_halted = true;  // it comes when nothing else is waiting
+    }};
+    EXPECT_EQ(m_dialog.DoModal(), -1);
+    EXPECT_TRUE(m_owner.IsWindowEnabled());
+    // The loops further out are to see it too.
+    MSG message{};
+    ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+    EXPECT_EQ(message.wParam, 3U);
+}
+
+TEST_F(DialogTest, EnterPressesTheDefaultButton)
+{
+    m_dialog.m_steps = {[&] { PressKey(m_dialog.m_edit, VK_RETURN); }, [] {}, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), IDOK);
+    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "ok"}));
+}
+
+TEST_F(DialogTest, EscapeCancels)
+{
+    m_dialog.m_steps = {[&] { PressKey(m_dialog.m_edit, VK_ESCAPE); }, [] {}, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
+    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
+}
+
+TEST_F(DialogTest, TheCloseBoxCancels)
+{
+    m_dialog.m_steps = {[&] { m_dialog.PostMessage(WM_CLOSE); }, [] {}, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
+    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
+}
+
+TEST_F(DialogTest, ButtonsGiveTheirCommands)
+{
+    m_dialog.m_steps = {[&] { ::PostMessageW(m_dialog.GetDlgItem(IDOK), BM_CLICK, 0, 0); }, [] {}, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), IDOK);
+}
+
+TEST_F(DialogTest, NothingCancelsWhileTheCancelButtonIsDisabled)
+{
+    m_dialog.m_steps = {
+        [&] { ::EnableWindow(m_dialog.GetDlgItem(IDCANCEL), FALSE); },
+        [&] { PressKey(m_dialog.m_edit, VK_ESCAPE); },
+        [&] { m_dialog.PostMessage(WM_CLOSE); },
+        [&] { m_dialog.PostMessage(WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED)); },
+        [] {},
+        [] {},
+        [&] { ::EnableWindow(m_dialog.GetDlgItem(IDOK), FALSE); },
+        [&] { PressKey(m_dialog.m_edit, VK_RETURN); },
+        [] {},
+    };
+    EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
+    EXPECT_EQ(m_dialog.m_log, std::vector<std::string>{"init"});
+}
+
+TEST_F(DialogTest, TabGoesFromControlToControl)
+{
+    std::vector<int> focused;
+    const auto note = [&] { focused.push_back(GetDlgCtrlID(GetFocus())); };
+    const auto tab = [&] {
+        note();
+        ::PostMessageW(GetFocus(), WM_KEYDOWN, VK_TAB, 1);
+    };
+    m_dialog.m_steps = {tab, tab, tab, note};
+    EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
+    EXPECT_EQ(focused, (std::vector<int>{IDC_TEMPLATE_TEXT, IDOK, IDCANCEL, IDC_TEMPLATE_TEXT}));
+}
+
+TEST_F(DialogTest, CharactersReachTheControl)
+{
+    m_dialog.m_text.clear();
+    m_dialog.m_steps = {[&] {
+                            m_dialog.m_edit.PostMessage(WM_CHAR, L'M', 1);
+                            m_dialog.m_edit.PostMessage(WM_CHAR, L'ß', 1);
+                        },
+                        [&] { EXPECT_EQ(m_dialog.m_edit.GetWindowText(), L"Mß"); }};
+    EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
+}
+
+// Keeps Enter to itself.
+class CEnterKeeper : public CWnd
+{
+public:
+    int m_kept = 0;
+
+    bool PreTranslateMessage(MSG& message) override
+    {
+        if (message.message != WM_KEYDOWN || message.wParam != VK_RETURN) {
+            return CWnd::PreTranslateMessage(message);
+        }
+        ++m_kept;
+        return true;
+    }
+};
+
+TEST_F(DialogTest, AControlMayKeepAKeyFromTheDialog)
+{
+    CEnterKeeper keeper;
+    m_dialog.m_steps = {[&] {
+                            m_dialog.m_edit.UnsubclassWindow();
+                            ASSERT_TRUE(keeper.SubclassDlgItem(IDC_TEMPLATE_TEXT, m_dialog));
+                            PressKey(keeper, VK_RETURN);
+                        },
+                        [] {}, [&] { PressKey(keeper, VK_ESCAPE); }, [] {}, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
+    EXPECT_EQ(keeper.m_kept, 1);
+    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
+}
+
+TEST_F(DialogTest, AModelessDialogLeavesItsOwnerEnabled)
+{
+    HWND window = nullptr;
+    {
+        CSteppingDialog dialog(&m_owner);
+        ASSERT_TRUE(dialog.Create());
+        window = dialog.m_hWnd;
+        EXPECT_TRUE(m_owner.IsWindowEnabled());
+        EXPECT_EQ(GetWindow(window, GW_OWNER), m_owner.m_hWnd);
+        EXPECT_EQ(dialog.m_edit.GetWindowText(), L"from the member");
+        EXPECT_FALSE(IsWindowVisible(window)) << "the template does not say so";
+    }
+    EXPECT_FALSE(IsWindow(window));
+}
+
+TEST_F(DialogTest, DataGoesBothWays)
+{
+    ASSERT_TRUE(m_dialog.Create());
+    EXPECT_EQ(m_dialog.GetDlgItemText(IDC_TEMPLATE_TEXT), L"from the member");
+    EXPECT_EQ(m_dialog.m_edit.m_hWnd, m_dialog.GetDlgItem(IDC_TEMPLATE_TEXT));
+    m_dialog.SetDlgItemText(IDC_TEMPLATE_TEXT, L"from the control");
+    EXPECT_TRUE(m_dialog.UpdateData(true));
+    EXPECT_EQ(m_dialog.m_text, L"from the control");
+    m_dialog.m_text = L"and back";
+    EXPECT_TRUE(m_dialog.UpdateData(false));
+    EXPECT_EQ(m_dialog.GetDlgItemText(IDC_TEMPLATE_TEXT), L"and back");
+    EXPECT_EQ(m_dialog.m_edit.m_hWnd, m_dialog.GetDlgItem(IDC_TEMPLATE_TEXT));
+}
+
+TEST_F(DialogTest, AMissingControlFailsTheExchange)
+{
+    ASSERT_TRUE(m_dialog.Create());
+    m_dialog.m_missingControl = 4711;
+    m_dialog.m_text = L"the others are exchanged all the same";
+    EXPECT_FALSE(m_dialog.UpdateData(false));
+    EXPECT_EQ(m_dialog.GetDlgItemText(IDC_TEMPLATE_TEXT), L"the others are exchanged all the same");
+    EXPECT_FALSE(m_dialog.UpdateData(true));
+    m_dialog.m_missingControl = 0;
+    EXPECT_TRUE(m_dialog.UpdateData(true));
+}
+
+LRESULT CALLBACK CountTexts(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                            DWORD_PTR count)
+{
+    if (message == WM_SETTEXT) {
+        ++*reinterpret_cast<int*>(count);
+    }
+    return DefSubclassProc(window, message, wParam, lParam);
+}
+
+TEST_F(DialogTest, ATextThatStandsThereIsNotSetAgain)
+{
+    ASSERT_TRUE(m_dialog.Create());
+    int count = 0;
+    ASSERT_TRUE(SetWindowSubclass(m_dialog.GetDlgItem(IDC_TEMPLATE_TEXT), &CountTexts, 2,
+                                  reinterpret_cast<DWORD_PTR>(&count)));
+    m_dialog.UpdateData(false);
+    EXPECT_EQ(count, 0);
+    m_dialog.m_text = L"From the member";
+    m_dialog.UpdateData(false);
+    EXPECT_EQ(count, 1);
+}
+
+}  // namespace

@@ -1,0 +1,207 @@
+#pragma once
+
+#include <windows.h>
+
+#include <commctrl.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "framework/Handles.h"
+#include "framework/ResourceHandle.h"
+#include "framework/WinApp.h"
+#include "framework/Wnd.h"
+
+// Windows, resources and settings for the length of a test.
+
+inline constexpr wchar_t kGermanLibrary[] = L"talvresgerx64.dll";
+inline constexpr wchar_t kEnglishLibrary[] = L"talvresusx64.dll";
+
+// A file of the working folder, loaded as data: nothing in it runs.
+inline UniqueModule LoadAsData(const std::wstring& name)
+{
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(::GetFullPathNameW(name.c_str(), MAX_PATH, path.data(), nullptr));
+    return UniqueModule(
+        ::LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+}
+
+// Takes the program's resources from a library of the working folder until the end of the scope.
+class CResourceScope
+{
+public:
+    explicit CResourceScope(const std::wstring& library = kGermanLibrary)
+        : m_before(GetResourceHandle()), m_module(LoadAsData(library))
+    {
+        EXPECT_NE(m_module, nullptr);
+        const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+        EXPECT_TRUE(::InitCommonControlsEx(&controls));
+        SetResourceHandle(m_module.get());
+    }
+    ~CResourceScope() { SetResourceHandle(m_before); }
+    CResourceScope(const CResourceScope&) = delete;
+    CResourceScope& operator=(const CResourceScope&) = delete;
+
+private:
+    HINSTANCE m_before;
+    UniqueModule m_module;
+};
+
+// An empty HKEY_CURRENT_USER for the process until the end of the scope. On Windows, closing the predefined
+// handle, as the settings store does, may end the redirection: Redirect puts it in place again.
+class CUserSettingsScope
+{
+public:
+    CUserSettingsScope()
+    {
+        HKEY key = nullptr;
+        EXPECT_EQ(::RegCreateKeyExW(HKEY_CURRENT_USER, m_path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                    &key, nullptr),
+                  ERROR_SUCCESS);
+        m_key.reset(key);
+        Redirect();
+    }
+    ~CUserSettingsScope()
+    {
+        ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+        m_key.reset();
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
+    }
+    CUserSettingsScope(const CUserSettingsScope&) = delete;
+    CUserSettingsScope& operator=(const CUserSettingsScope&) = delete;
+
+    void Redirect() const
+    {
+        EXPECT_EQ(::RegOverridePredefKey(HKEY_CURRENT_USER, m_key.get()), ERROR_SUCCESS);
+    }
+
+    void SetTemplate(int column, const std::wstring& text) const
+    {
+        const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+        EXPECT_EQ(::RegSetKeyValueW(m_key.get(), kKey, ValueName(column).c_str(), REG_SZ, text.c_str(), size),
+                  ERROR_SUCCESS);
+    }
+    void SetTemplateNumber(int column, DWORD number) const
+    {
+        EXPECT_EQ(::RegSetKeyValueW(m_key.get(), kKey, ValueName(column).c_str(), REG_DWORD, &number,
+                                    sizeof number),
+                  ERROR_SUCCESS);
+    }
+    void RemoveTemplate(int column) const
+    {
+        EXPECT_EQ(::RegDeleteKeyValueW(m_key.get(), kKey, ValueName(column).c_str()), ERROR_SUCCESS);
+    }
+
+    // The stored template; "(none)" when there is none of type REG_SZ.
+    [[nodiscard]] std::wstring Template(int column) const
+    {
+        std::wstring text(256, L'\0');
+        auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+        if (::RegGetValueW(m_key.get(), kKey, ValueName(column).c_str(), RRF_RT_REG_SZ, nullptr, text.data(),
+                           &size) != ERROR_SUCCESS) {
+            return L"(none)";
+        }
+        text.resize(size / sizeof(wchar_t) - 1);
+        return text;
+    }
+
+private:
+    static constexpr wchar_t kKey[] = L"SOFTWARE\\Zelmar\\Tools\\Talvenor";
+
+    static std::wstring ValueName(int column) { return L"Template Text Column " + std::to_wstring(column); }
+
+    const std::wstring m_path = L"SOFTWARE\\TalvenorSettingsTest" + std::to_wstring(::GetCurrentProcessId());
+    UniqueKey m_key;
+};
+
+// A window of a class that does nothing of its own, destroyed with the object.
+class CPlainWindow : public CWnd
+{
+public:
+    explicit CPlainWindow(HWND parent = nullptr, DWORD style = WS_OVERLAPPEDWINDOW | WS_VISIBLE)
+    {
+        static const ATOM windowClass = Register();
+        SubclassWindow(::CreateWindowExW(0, MAKEINTATOM(windowClass), L"window of a test", style, 40, 40, 640,
+                                         480, parent, nullptr, ::GetModuleHandleW(nullptr), nullptr));
+        EXPECT_NE(m_hWnd, nullptr);
+    }
+    ~CPlainWindow() override { CWnd::DestroyWindow(); }
+
+    // A child control of a standard class. It goes with the window.
+    HWND AddControl(const wchar_t* controlClass, int id, DWORD style = 0, RECT place = {0, 0, 200, 100}) const
+    {
+        return ::CreateWindowExW(0, controlClass, L"", WS_CHILD | WS_VISIBLE | style, place.left, place.top,
+                                 place.right - place.left, place.bottom - place.top, m_hWnd,
+                                 reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
+                                 ::GetModuleHandleW(nullptr), nullptr);
+    }
+
+private:
+    static ATOM Register()
+    {
+        WNDCLASSW windowClass{};
+        windowClass.lpfnWndProc = &::DefWindowProcW;
+        windowClass.hInstance = ::GetModuleHandleW(nullptr);
+        windowClass.lpszClassName = L"Talvenor.Test.Window";
+        return ::RegisterClassW(&windowClass);
+    }
+};
+
+// Makes a window the application's main window until the end of the scope.
+class CMainWindowScope
+{
+public:
+    explicit CMainWindowScope(CWnd* window) : m_before(std::exchange(CWinApp::Get()->m_pMainWnd, window)) {}
+    ~CMainWindowScope() { CWinApp::Get()->m_pMainWnd = m_before; }
+    CMainWindowScope(const CMainWindowScope&) = delete;
+    CMainWindowScope& operator=(const CMainWindowScope&) = delete;
+
+private:
+    CWnd* m_before;
+};
+
+// Calls a function again and again, from within whatever message loop runs, until the end of the scope. Loops
+// that no user ends, such as that of a message box, are ended from here.
+class CTimerScope
+{
+public:
+    CTimerScope(UINT milliseconds, std::function<void()> function)
+        : m_id(::SetTimer(nullptr, 0, milliseconds, &OnTimer))
+    {
+        Functions()[m_id] = std::move(function);
+    }
+    ~CTimerScope()
+    {
+        ::KillTimer(nullptr, m_id);
+        Functions().erase(m_id);
+    }
+    CTimerScope(const CTimerScope&) = delete;
+    CTimerScope& operator=(const CTimerScope&) = delete;
+
+private:
+    static std::map<UINT_PTR, std::function<void()>>& Functions()
+    {
+        static std::map<UINT_PTR, std::function<void()>> functions;
+        return functions;
+    }
+    static void CALLBACK OnTimer(HWND, UINT, UINT_PTR id, DWORD)
+    {
+        if (const auto function = Functions().find(id); function != Functions().end()) {
+            function->second();
+        }
+    }
+
+    UINT_PTR m_id;
+};
+
+// Deals with all messages that are in the thread's queue.
+inline void DrainMessages()
+{
+    MSG message{};
+    while (::PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE) != FALSE && message.message != WM_QUIT) {
+        CWinApp::PumpPendingMessage();
+    }
+}

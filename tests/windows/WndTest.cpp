@@ -1,0 +1,415 @@
+#include "framework/Wnd.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "framework/Controls.h"
+#include "framework/Exception.h"
+#include "tests/windows/TestScopes.h"
+#include "tests/windows/WindowScopes.h"
+
+namespace {
+
+constexpr UINT kAsk = WM_APP + 1;
+constexpr UINT kFail = WM_APP + 2;
+constexpr int kButton = 501;
+constexpr int kOther = 502;
+
+class CTestException : public CException
+{
+public:
+    [[nodiscard]] std::wstring GetErrorMessage() const override { return L"Etwas ging schief"; }
+};
+
+// A window with a small table, whose handlers do what the test says and are noted.
+class CTableWindow : public CWnd
+{
+public:
+    std::vector<std::string> m_log;
+    std::function<void()> m_onFail;
+    bool m_passTextOn = true;
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override
+    {
+        static constexpr std::array kEntries{
+            OnMessage<&CTableWindow::OnAsk>(kAsk),
+            OnMessage<&CTableWindow::OnFail>(kFail),
+            OnMessage<&CTableWindow::OnSetText>(WM_SETTEXT),
+            OnMessage<&CTableWindow::OnNotify>(WM_NOTIFY),
+            ::OnCommand<&CTableWindow::OnButton>(kButton),
+            ::OnCommand<&CTableWindow::OnKillFocus>(kOther, EN_KILLFOCUS),
+        };
+        static const MessageMap kMap{CWnd::GetMessageMap(), kEntries};
+        return &kMap;
+    }
+
+    void PostNcDestroy() override { m_log.push_back(m_hWnd == nullptr ? "gone" : "gone too early"); }
+
+private:
+    LRESULT OnAsk(WPARAM wParam, LPARAM lParam)
+    {
+        m_log.push_back("ask");
+        return static_cast<LRESULT>(wParam) + lParam;
+    }
+    void OnFail()
+    {
+        m_log.push_back("fail");
+        m_onFail();
+    }
+    LRESULT OnSetText(WPARAM, LPARAM)
+    {
+        SendMessage(kAsk);
+        if (m_onFail) {
+            SendMessage(kFail);
+        }
+        return m_passTextOn ? Default() : FALSE;
+    }
+    LRESULT OnNotify(WPARAM, LPARAM)
+    {
+        m_log.push_back("notify");
+        return 21;
+    }
+    void OnButton() { m_log.push_back("button"); }
+    void OnKillFocus() { m_log.push_back("kill focus"); }
+};
+
+// The same, with a top-level window of its own.
+class CTopTableWindow : public CTableWindow
+{
+public:
+    CTopTableWindow() { SubclassWindow(CPlainWindow().UnsubclassWindow()); }
+    ~CTopTableWindow() override { CWnd::DestroyWindow(); }
+};
+
+TEST(Wnd, BindsOneObjectToOneWindow)
+{
+    const CPlainWindow plain;
+    const HWND control = plain.AddControl(L"EDIT", kButton);
+    CWnd first;
+    CWnd second;
+    EXPECT_FALSE(first.SubclassWindow(nullptr));
+    EXPECT_FALSE(first.SubclassWindow(reinterpret_cast<HWND>(static_cast<INT_PTR>(0x7FFF0))));
+    EXPECT_EQ(first.m_hWnd, nullptr);
+    EXPECT_TRUE(first.SubclassWindow(control));
+    EXPECT_EQ(first.m_hWnd, control);
+    EXPECT_EQ(CWnd::FromHandle(control), &first);
+    EXPECT_FALSE(second.SubclassWindow(control));
+    EXPECT_EQ(second.m_hWnd, nullptr);
+    EXPECT_FALSE(first.SubclassWindow(plain.AddControl(L"EDIT", kOther)));
+    EXPECT_EQ(first.m_hWnd, control);
+    EXPECT_EQ(first.GetParent(), &plain);
+    EXPECT_EQ(CWnd::FromHandle(nullptr), nullptr);
+}
+
+TEST(Wnd, BindsToAControlOfADialog)
+{
+    const CPlainWindow plain;
+    const HWND control = plain.AddControl(L"EDIT", kButton);
+    CWnd edit;
+    EXPECT_FALSE(edit.SubclassDlgItem(kOther, plain));
+    EXPECT_TRUE(edit.SubclassDlgItem(kButton, plain));
+    EXPECT_EQ(edit.m_hWnd, control);
+}
+
+TEST(Wnd, AnUnboundWindowLivesOnWithoutTheObject)
+{
+    const CPlainWindow plain;
+    const HWND control = plain.AddControl(L"EDIT", kButton);
+    CTableWindow window;
+    ASSERT_TRUE(window.SubclassWindow(control));
+    EXPECT_EQ(SendMessageW(control, kAsk, 2, 3), 5);
+    EXPECT_EQ(window.UnsubclassWindow(), control);
+    EXPECT_EQ(window.UnsubclassWindow(), nullptr);
+    EXPECT_EQ(window.m_hWnd, nullptr);
+    EXPECT_EQ(CWnd::FromHandle(control), nullptr);
+    EXPECT_TRUE(IsWindow(control));
+    EXPECT_EQ(SendMessageW(control, kAsk, 2, 3), 0);
+    EXPECT_EQ(window.m_log, std::vector<std::string>{"ask"});
+    EXPECT_TRUE(window.SubclassWindow(control));
+}
+
+TEST(Wnd, TheDestructorLetsTheWindowLive)
+{
+    const CPlainWindow plain;
+    const HWND control = plain.AddControl(L"EDIT", kButton);
+    {
+        CTableWindow window;
+        ASSERT_TRUE(window.SubclassWindow(control));
+    }
+    EXPECT_TRUE(IsWindow(control));
+    EXPECT_EQ(CWnd::FromHandle(control), nullptr);
+    EXPECT_EQ(SendMessageW(control, kAsk, 2, 3), 0);
+}
+
+TEST(Wnd, DestroyWindowUnbindsAndTellsTheObjectLast)
+{
+    const CPlainWindow plain;
+    const HWND control = plain.AddControl(L"EDIT", kButton);
+    CTableWindow window;
+    EXPECT_FALSE(window.DestroyWindow());
+    ASSERT_TRUE(window.SubclassWindow(control));
+    EXPECT_TRUE(window.DestroyWindow());
+    EXPECT_EQ(window.m_hWnd, nullptr);
+    EXPECT_FALSE(IsWindow(control));
+    EXPECT_EQ(CWnd::FromHandle(control), nullptr);
+    EXPECT_EQ(window.m_log, std::vector<std::string>{"gone"});
+    EXPECT_FALSE(window.DestroyWindow());
+}
+
+TEST(Wnd, AWindowThatGoesWithItsParentIsUnboundToo)
+{
+    CPlainWindow plain;
+    CTableWindow window;
+    ASSERT_TRUE(window.SubclassWindow(plain.AddControl(L"EDIT", kButton)));
+    EXPECT_TRUE(plain.DestroyWindow());
+    EXPECT_EQ(plain.m_hWnd, nullptr);
+    EXPECT_EQ(window.m_hWnd, nullptr);
+    EXPECT_EQ(window.m_log, std::vector<std::string>{"gone"});
+}
+
+// Owns itself, as a cell editor does.
+class CSelfOwned : public CWnd
+{
+public:
+    explicit CSelfOwned(int& alive) : m_alive(alive) { ++m_alive; }
+    ~CSelfOwned() override { --m_alive; }
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        if (message == kAsk) {
+            DestroyWindow();
+            return 33;
+        }
+        return CWnd::WindowProc(message, wParam, lParam);
+    }
+    void PostNcDestroy() override { delete this; }
+
+private:
+    int& m_alive;
+};
+
+TEST(Wnd, AnObjectMayDieInItsOwnHandler)
+{
+    const CPlainWindow plain;
+    int alive = 0;
+    for (int round = 0; round < 3; ++round) {
+        const HWND control = plain.AddControl(L"EDIT", kButton);
+        auto* const window = new CSelfOwned(alive);  // deletes itself when its window goes
+        ASSERT_TRUE(window->SubclassWindow(control));
+        EXPECT_EQ(alive, 1);
+        EXPECT_EQ(SendMessageW(control, kAsk, 0, 0), 33);
+        EXPECT_EQ(alive, 0);
+        EXPECT_FALSE(IsWindow(control));
+        EXPECT_EQ(CWnd::FromHandle(control), nullptr);
+    }
+}
+
+TEST(Wnd, MessagesWithoutARowGoToTheWindowsOwnClass)
+{
+    const CPlainWindow plain;
+    CTableWindow window;
+    ASSERT_TRUE(window.SubclassWindow(plain.AddControl(L"EDIT", kButton)));
+    window.SendMessage(EM_LIMITTEXT, 7);
+    EXPECT_EQ(window.SendMessage(EM_GETLIMITTEXT), 7);
+    EXPECT_TRUE(window.m_log.empty());
+}
+
+TEST(Wnd, DefaultMeansTheMessageInHandWhateverCameBetween)
+{
+    const CMessageRecorder messages;
+    const CPlainWindow plain;
+    CTableWindow window;
+    ASSERT_TRUE(window.SubclassWindow(plain.AddControl(L"EDIT", kButton)));
+    window.SetWindowText(L"after a nested message");
+    EXPECT_EQ(window.GetWindowText(), L"after a nested message");
+    window.m_onFail = [] { throw CTestException(); };
+    window.SetWindowText(L"after a nested failure");
+    EXPECT_EQ(window.GetWindowText(), L"after a nested failure");
+    window.m_passTextOn = false;
+    window.SetWindowText(L"refused");
+    EXPECT_EQ(window.GetWindowText(), L"after a nested failure");
+}
+
+TEST(Wnd, CommandsAreFoundByNumberAndNotification)
+{
+    CTopTableWindow window;
+    const auto send = [&window](int id, int code) {
+        return window.SendMessage(WM_COMMAND, MAKEWPARAM(id, code));
+    };
+    EXPECT_EQ(send(kButton, BN_CLICKED), 0);
+    EXPECT_EQ(send(kOther, EN_KILLFOCUS), 0);
+    EXPECT_EQ(send(kOther, EN_CHANGE), 0);
+    EXPECT_EQ(send(kButton, BN_DOUBLECLICKED), 0);
+    EXPECT_EQ(send(kOther, BN_CLICKED), 0);
+    EXPECT_EQ(window.m_log, (std::vector<std::string>{"button", "kill focus"}));
+}
+
+// A control that answers one notification of its own.
+class CReflecting : public CListCtrl
+{
+public:
+    int m_answered = 0;
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override
+    {
+        static constexpr std::array kEntries{
+            OnReflectedNotify<&CReflecting::OnEndLabelEdit>(LVN_ENDLABELEDITW)};
+        static const MessageMap kMap{CListCtrl::GetMessageMap(), kEntries};
+        return &kMap;
+    }
+
+private:
+    LRESULT OnEndLabelEdit(NMHDR& header)
+    {
+        ++m_answered;
+        return header.idFrom == kButton ? 12 : -1;
+    }
+};
+
+TEST(Wnd, ANotificationGoesToTheControlBeforeTheParent)
+{
+    CTopTableWindow window;
+    const HWND control =
+        CreateWindowExW(0, WC_LISTVIEWW, L"", WS_CHILD, 0, 0, 9, 9, window.m_hWnd, nullptr, nullptr, nullptr);
+    ASSERT_NE(control, nullptr);
+    CReflecting list;
+    ASSERT_TRUE(list.SubclassWindow(control));
+    window.m_log.clear();
+    const auto send = [&window](HWND sender, UINT code) {
+        NMHDR header{sender, kButton, code};
+        return window.SendMessage(WM_NOTIFY, kButton, reinterpret_cast<LPARAM>(&header));
+    };
+    EXPECT_EQ(send(control, LVN_ENDLABELEDITW), 12);
+    EXPECT_EQ(list.m_answered, 1);
+    EXPECT_TRUE(window.m_log.empty());
+    // Another notification, and one of a window without an object, are the parent's.
+    EXPECT_EQ(send(control, NM_CLICK), 21);
+    list.UnsubclassWindow();
+    EXPECT_EQ(send(control, LVN_ENDLABELEDITW), 21);
+    EXPECT_EQ(send(nullptr, LVN_ENDLABELEDITW), 21);
+    EXPECT_EQ(list.m_answered, 1);
+    EXPECT_EQ(window.m_log, (std::vector<std::string>{"notify", "notify", "notify"}));
+}
+
+TEST(Wnd, ExceptionsEndAtTheWindowWithAMessage)
+{
+    std::vector<MessageRequest> requests;
+    const auto before = SetMessageListener([&requests](const MessageRequest& request) {
+        requests.push_back(request);
+        return IDOK;
+    });
+    CTopTableWindow window;
+    window.m_onFail = [] { throw CTestException(); };
+    EXPECT_EQ(window.SendMessage(kFail), 0);
+    window.m_onFail = [] { throw std::runtime_error("no such thing"); };
+    EXPECT_EQ(window.SendMessage(kFail), 0);
+    EXPECT_EQ(window.SendMessage(kAsk, 1, 1), 2);
+    SetMessageListener(before);
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_EQ(requests[0].text, L"Etwas ging schief");
+    EXPECT_EQ(requests[1].text, L"no such thing");
+    for (const MessageRequest& request : requests) {
+        EXPECT_EQ(request.type, static_cast<UINT>(MB_OK | MB_ICONEXCLAMATION));
+    }
+    EXPECT_EQ(window.m_log, (std::vector<std::string>{"fail", "fail", "ask"}));
+}
+
+// Notes whom a message is offered to.
+class COffered : public CWnd
+{
+public:
+    COffered(std::string name, std::vector<std::string>& log) : m_name(std::move(name)), m_log(log) {}
+
+    bool m_takes = false;
+
+    bool PreTranslateMessage(MSG&) override
+    {
+        m_log.push_back(m_name);
+        return m_takes;
+    }
+
+private:
+    std::string m_name;
+    std::vector<std::string>& m_log;
+};
+
+TEST(Wnd, AMessageIsOfferedFromItsWindowUpToTheTopLevelWindow)
+{
+    std::vector<std::string> log;
+    CPlainWindow ownerWindow;
+    COffered owner("owner", log);
+    owner.SubclassWindow(ownerWindow.UnsubclassWindow());
+    CPlainWindow topWindow(owner.m_hWnd, WS_POPUP);
+    const HWND group = topWindow.AddControl(L"STATIC", 1);
+    const HWND edit =
+        CreateWindowExW(0, L"EDIT", L"", WS_CHILD, 0, 0, 9, 9, group, nullptr, nullptr, nullptr);
+    COffered top("top", log);
+    top.SubclassWindow(topWindow.UnsubclassWindow());
+    COffered control("control", log);
+    ASSERT_TRUE(control.SubclassWindow(edit));
+
+    MSG message{};
+    message.message = WM_KEYDOWN;
+    message.hwnd = edit;
+    EXPECT_FALSE(CWnd::WalkPreTranslateTree(message));
+    EXPECT_EQ(log, (std::vector<std::string>{"control", "top"}));
+    log.clear();
+    control.m_takes = true;
+    EXPECT_TRUE(CWnd::WalkPreTranslateTree(message));
+    EXPECT_EQ(log, std::vector<std::string>{"control"});
+    log.clear();
+    message.hwnd = group;
+    top.m_takes = true;
+    EXPECT_TRUE(CWnd::WalkPreTranslateTree(message));
+    EXPECT_EQ(log, std::vector<std::string>{"top"});
+    log.clear();
+    message.hwnd = nullptr;
+    EXPECT_FALSE(CWnd::WalkPreTranslateTree(message));
+    EXPECT_TRUE(log.empty());
+    top.DestroyWindow();
+    owner.DestroyWindow();
+}
+
+TEST(Wnd, ReadsAndSetsTexts)
+{
+    const CPlainWindow window;
+    window.AddControl(L"EDIT", kButton);
+    EXPECT_EQ(window.GetWindowText(), L"window of a test");
+    window.SetWindowText(L"Straße nach Łódź");
+    EXPECT_EQ(window.GetWindowText(), L"Straße nach Łódź");
+    EXPECT_EQ(window.GetDlgItemText(kButton), L"");
+    window.SetDlgItemText(kButton, L"M8x20");
+    EXPECT_EQ(window.GetDlgItemText(kButton), L"M8x20");
+    const std::wstring longText(5000, L'x');
+    window.SetDlgItemText(kButton, longText);
+    EXPECT_EQ(window.GetDlgItemText(kButton), longText);
+    EXPECT_EQ(window.GetDlgItemText(kOther), L"");
+}
+
+TEST(Wnd, EnablesShowsAndMeasures)
+{
+    const CPlainWindow window(nullptr, WS_POPUP);
+    window.EnableWindow(false);
+    EXPECT_FALSE(window.IsWindowEnabled());
+    window.EnableWindow(true);
+    EXPECT_TRUE(window.IsWindowEnabled());
+    window.ShowWindow(SW_SHOWNA);
+    EXPECT_TRUE(IsWindowVisible(window.m_hWnd));
+    window.ShowWindow(SW_HIDE);
+    EXPECT_FALSE(IsWindowVisible(window.m_hWnd));
+    const RECT client = window.GetClientRect();
+    EXPECT_EQ(client.left, 0);
+    EXPECT_EQ(client.top, 0);
+    EXPECT_EQ(client.right, 640);
+    EXPECT_EQ(client.bottom, 480);
+}
+
+}  // namespace
