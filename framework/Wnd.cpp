@@ -1,7 +1,5 @@
 #include "framework/Wnd.h"
 
-#include <commctrl.h>
-
 #include <exception>
 #include <unordered_map>
 
@@ -11,13 +9,28 @@
 
 namespace {
 
-constexpr UINT_PTR kSubclassId = 1;
-
-// The objects bound to windows of this thread.
-std::unordered_map<HWND, CWnd*>& BoundWindows()
+// A window that was bound to an object, and the window procedure that it had before.
+struct Binding
 {
-    thread_local std::unordered_map<HWND, CWnd*> windows;
-    return windows;
+    CWnd* object;  // null when the object let go while another procedure stood in front of ours
+    WNDPROC previous;
+};
+
+// The bindings of this thread's windows.
+std::unordered_map<HWND, Binding>& Bindings()
+{
+    thread_local std::unordered_map<HWND, Binding> bindings;
+    return bindings;
+}
+
+WNDPROC ProcedureOf(HWND window)
+{
+    return reinterpret_cast<WNDPROC>(GetWindowLongPtrW(window, GWLP_WNDPROC));
+}
+
+void SetProcedure(HWND window, WNDPROC procedure)
+{
+    SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
 }
 
 }  // namespace
@@ -29,8 +42,8 @@ CWnd::~CWnd()
 
 CWnd* CWnd::FromHandle(HWND window)
 {
-    const auto bound = BoundWindows().find(window);
-    return bound != BoundWindows().end() ? bound->second : nullptr;
+    const auto found = Bindings().find(window);
+    return found != Bindings().end() ? found->second.object : nullptr;
 }
 
 bool CWnd::SubclassWindow(HWND window)
@@ -38,11 +51,12 @@ bool CWnd::SubclassWindow(HWND window)
     if (m_hWnd != nullptr || !IsWindow(window) || FromHandle(window) != nullptr) {
         return false;
     }
-    if (SetWindowSubclass(window, &SubclassProc, kSubclassId, reinterpret_cast<DWORD_PTR>(this)) == FALSE) {
-        return false;
-    }
-    BoundWindows().emplace(window, this);
+    const auto [binding, isNew] = Bindings().try_emplace(window, Binding{this, ProcedureOf(window)});
+    binding->second.object = this;
     m_hWnd = window;
+    if (isNew) {
+        SetProcedure(window, &SubclassProc);
+    }
     return true;
 }
 
@@ -55,8 +69,13 @@ HWND CWnd::UnsubclassWindow()
 {
     const HWND window = m_hWnd;
     if (window != nullptr) {
-        RemoveWindowSubclass(window, &SubclassProc, kSubclassId);
-        BoundWindows().erase(window);
+        const auto binding = Bindings().find(window);
+        if (ProcedureOf(window) == &SubclassProc) {
+            SetProcedure(window, binding->second.previous);
+            Bindings().erase(binding);
+        } else {
+            binding->second.object = nullptr;
+        }
         m_hWnd = nullptr;
     }
     return window;
@@ -147,7 +166,12 @@ void CWnd::DoDataExchange(CDataExchange&) {}
 
 LRESULT CWnd::Default()
 {
-    return DefSubclassProc(m_hWnd, m_current.message, m_current.wParam, m_current.lParam);
+    const auto binding = Bindings().find(m_hWnd);
+    if (binding == Bindings().end()) {
+        return 0;  // the handler has destroyed the window
+    }
+    return CallWindowProcW(binding->second.previous, m_hWnd, m_current.message, m_current.wParam,
+                           m_current.lParam);
 }
 
 std::wstring CWnd::TextOf(HWND window)
@@ -159,17 +183,26 @@ std::wstring CWnd::TextOf(HWND window)
     return text;
 }
 
-LRESULT CALLBACK CWnd::SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
-                                    DWORD_PTR object)
+LRESULT CALLBACK CWnd::SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
-    auto* self = reinterpret_cast<CWnd*>(object);
+    const auto found = Bindings().find(window);
+    if (found == Bindings().end()) {
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+    const Binding binding = found->second;
     if (message == WM_NCDESTROY) {
-        self->UnsubclassWindow();
-        const LRESULT result = DefSubclassProc(window, message, wParam, lParam);
-        self->PostNcDestroy();
+        if (binding.object != nullptr) {
+            binding.object->UnsubclassWindow();
+        }
+        Bindings().erase(window);
+        const LRESULT result = CallWindowProcW(binding.previous, window, message, wParam, lParam);
+        if (binding.object != nullptr) {
+            binding.object->PostNcDestroy();
+        }
         return result;
     }
-    return self->Dispatch(message, wParam, lParam);
+    return binding.object != nullptr ? binding.object->Dispatch(message, wParam, lParam)
+                                     : CallWindowProcW(binding.previous, window, message, wParam, lParam);
 }
 
 // No exception may pass the system's frames between two windows, so the last stop is here.
