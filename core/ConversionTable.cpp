@@ -81,6 +81,13 @@ std::string SearchKey(const std::wstring& name)
     return key;
 }
 
+void SetMark(LVITEMW& item, bool pending)
+{
+    item.lParam = pending ? kDataPending : kDataConverted;
+    item.state = INDEXTOSTATEIMAGEMASK(pending ? kImagePending : kImageConverted);
+    item.stateMask = LVIS_STATEIMAGEMASK;
+}
+
 bool EqualIgnoringFileCase(const std::wstring& left, const std::wstring& right)
 {
     return CompareStringOrdinal(left.c_str(), static_cast<int>(left.size()), right.c_str(),
@@ -388,14 +395,30 @@ bool CConversionTable::IsPending(int row) const
 
 void CConversionTable::MarkPending(int row) const
 {
-    SetItemData(row, kDataPending);
-    SetItemState(row, INDEXTOSTATEIMAGEMASK(kImagePending), LVIS_STATEIMAGEMASK);
+    Mark(row, true);
 }
 
 void CConversionTable::MarkConverted(int row) const
 {
-    SetItemData(row, kDataConverted);
-    SetItemState(row, INDEXTOSTATEIMAGEMASK(kImageConverted), LVIS_STATEIMAGEMASK);
+    Mark(row, false);
+}
+
+void CConversionTable::ScrollIntoView(int row) const
+{
+    const int page = GetCountPerPage();
+    if (row >= GetTopIndex() + page) {
+        EnsureVisible(std::min(row + page, GetItemCount()) - 1);
+    }
+    EnsureVisible(row);
+}
+
+void CConversionTable::Mark(int row, bool pending) const
+{
+    LVITEMW item{};
+    item.mask = LVIF_PARAM | LVIF_STATE;
+    item.iItem = row;
+    SetMark(item, pending);
+    SetItem(item);
 }
 
 void CConversionTable::InsertRow(int row, const UTtab_entry& entry, bool pending) const
@@ -404,9 +427,7 @@ void CConversionTable::InsertRow(int row, const UTtab_entry& entry, bool pending
     item.mask = LVIF_TEXT | LVIF_PARAM | LVIF_STATE | LVIF_IMAGE;
     item.iItem = row;
     item.pszText = const_cast<wchar_t*>(entry.strOriginal.c_str());
-    item.lParam = pending ? kDataPending : kDataConverted;
-    item.state = INDEXTOSTATEIMAGEMASK(pending ? kImagePending : kImageConverted);
-    item.stateMask = LVIS_STATEIMAGEMASK;
+    SetMark(item, pending);
     const int inserted = InsertItem(item);
     SetItemText(inserted, kColumnRenamed, entry.strRenamed);
     SetItemText(inserted, kColumnBomName, entry.strBomName);

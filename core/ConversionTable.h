@@ -48,9 +48,14 @@ public:
     void MarkPending(int row) const;
     void MarkConverted(int row) const;
 
+    // Scrolls only when the row is out of view, and then by a whole page, so that the rows to come are seen
+    // too.
+    void ScrollIntoView(int row) const;
+
 private:
     struct Row;
 
+    void Mark(int row, bool pending) const;
     void InsertRow(int row, const UTtab_entry& entry, bool pending) const;
     [[nodiscard]] Row ReadRow(int row) const;
     void WriteRow(int row, const Row& content) const;

@@ -89,6 +89,7 @@ public:
     {
         return static_cast<int>(SendMessage(LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
     }
+    void SetItem(const LVITEMW& item) const { SendMessage(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item)); }
     bool DeleteItem(int row) const { return ListView_DeleteItem(m_hWnd, row) != FALSE; }
     bool DeleteAllItems() const { return ListView_DeleteAllItems(m_hWnd) != FALSE; }
 
@@ -107,6 +108,8 @@ public:
     {
         return ListView_GetNextItem(m_hWnd, row, flags);
     }
+    [[nodiscard]] int GetTopIndex() const { return ListView_GetTopIndex(m_hWnd); }
+    [[nodiscard]] int GetCountPerPage() const { return ListView_GetCountPerPage(m_hWnd); }
     void EnsureVisible(int row) const { ListView_EnsureVisible(m_hWnd, row, FALSE); }
 };
 

@@ -306,7 +306,7 @@ bool CConversionRun::ReconnectCad()
 CConversionRun::RowEnd CConversionRun::FinishRow(int row)
 {
     m_table.MarkConverted(row);
-    m_table.EnsureVisible(row);
+    m_table.ScrollIntoView(row);
     m_pProgress->PumpOneMessage();
     return m_pProgress->IsCancelled() ? RowEnd::cancelled : RowEnd::next;
 }

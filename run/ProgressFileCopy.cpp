@@ -57,11 +57,7 @@ void CProgressFileCopy::Refresh()
         return;
     }
     m_nPaintedAt = now;
-    UpdateWindow(m_hWnd);
-    for (const int id : {IDC_PROGRESS_FIRST, IDC_PROGRESS_SECOND, IDC_PROGRESS_THIRD, IDC_PROGRESS_FILE,
-                         IDC_PROGRESS_OVERALL}) {
-        UpdateWindow(GetDlgItem(id));
-    }
+    RedrawWindow(m_hWnd, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
 }
 
 void CProgressFileCopy::PumpOneMessage()
