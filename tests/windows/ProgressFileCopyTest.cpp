@@ -1,0 +1,247 @@
+#include "run/ProgressFileCopy.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+#include <string>
+
+#include "resources/resource.h"
+#include "tests/windows/TestScopes.h"
+#include "tests/windows/WindowScopes.h"
+
+namespace {
+
+class ProgressFileCopyTest : public testing::TestWithParam<const wchar_t*>
+{
+protected:
+    ProgressFileCopyTest() { m_progress = std::make_unique<CProgressFileCopy>(&m_owner, 0, 100, 0); }
+
+    // Sends what a press of the cancel button sends.
+    void PressCancel() const
+    {
+        ::SendMessageW(m_progress->GetDlgItem(IDCANCEL), BM_CLICK, 0, 0);
+        DrainMessages();
+    }
+
+    [[nodiscard]] LRESULT AskBar(int id, UINT message) const
+    {
+        return ::SendMessageW(m_progress->GetDlgItem(id), message, 0, 0);
+    }
+
+    CResourceScope m_resources{GetParam()};
+    CPlainWindow m_owner;
+    std::unique_ptr<CProgressFileCopy> m_progress;
+};
+
+TEST_P(ProgressFileCopyTest, IsMadeModelessBelongingToItsOwner)
+{
+    EXPECT_TRUE(IsWindow(m_progress->m_hWnd));
+    EXPECT_TRUE(IsWindowVisible(m_progress->m_hWnd));
+    EXPECT_EQ(GetWindow(m_progress->m_hWnd, GW_OWNER), m_owner.m_hWnd);
+    EXPECT_TRUE(m_owner.IsWindowEnabled());
+    EXPECT_FALSE(m_progress->IsCancelled());
+    EXPECT_TRUE(::IsWindowEnabled(m_progress->GetDlgItem(IDCANCEL)));
+    for (const int id : {IDC_PROGRESS_FIRST, IDC_PROGRESS_SECOND, IDC_PROGRESS_THIRD}) {
+        EXPECT_EQ(m_progress->GetDlgItemText(id), L"");
+    }
+}
+
+INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
+{
+    return FALSE;
+}
+
+TEST_P(ProgressFileCopyTest, TheConstructorShowsTheBars)
+{
+    const HWND plain =
+        CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(IDD_PROGRESS), nullptr, &IgnoreMessage, 0);
+    for (const int id : {IDC_PROGRESS_FILE, IDC_PROGRESS_OVERALL}) {
+        EXPECT_FALSE(IsWindowVisible(GetDlgItem(plain, id))) << "as the template has it";
+        EXPECT_TRUE(IsWindowVisible(m_progress->GetDlgItem(id)));
+    }
+    DestroyWindow(plain);
+}
+
+TEST_P(ProgressFileCopyTest, BothBarsTakeRangeAndStart)
+{
+    const CProgressFileCopy progress(&m_owner, 20, 70, 30);
+    for (const int id : {IDC_PROGRESS_FILE, IDC_PROGRESS_OVERALL}) {
+        PBRANGE range{};
+        const HWND bar = progress.GetDlgItem(id);
+        ::SendMessageW(bar, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
+        EXPECT_EQ(range.iLow, 20);
+        EXPECT_EQ(range.iHigh, 70);
+        EXPECT_EQ(::SendMessageW(bar, PBM_GETPOS, 0, 0), 30);
+    }
+}
+
+TEST_P(ProgressFileCopyTest, EachTextGoesToItsLineWithTheRefresh)
+{
+    m_progress->SetFirstText(L"Kopiere: C:\\Schraube & Mutter.sldprt");
+    m_progress->SetSecondText(L"nach: D:\\x");
+    m_progress->SetThirdText(L"dritte Zeile");
+    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), L"");
+    m_progress->Refresh();
+    EXPECT_EQ(m_progress->GetDlgItemText(1012), L"Kopiere: C:\\Schraube & Mutter.sldprt");
+    EXPECT_EQ(m_progress->GetDlgItemText(1013), L"nach: D:\\x");
+    EXPECT_EQ(m_progress->GetDlgItemText(1014), L"dritte Zeile");
+    for (const int id : {1012, 1013, 1014}) {
+        EXPECT_FALSE(GetUpdateRect(m_progress->GetDlgItem(id), nullptr, FALSE)) << "painted at once";
+    }
+    m_progress->SetThirdText(L"");
+    m_progress->Refresh();
+    EXPECT_EQ(m_progress->GetDlgItemText(1012), L"Kopiere: C:\\Schraube & Mutter.sldprt");
+    EXPECT_EQ(m_progress->GetDlgItemText(1014), L"");
+}
+
+TEST_P(ProgressFileCopyTest, EachPositionGoesToItsBar)
+{
+    m_progress->SetFilePosition(33);
+    m_progress->SetOverallPosition(66);
+    EXPECT_EQ(AskBar(1017, PBM_GETPOS), 33);
+    EXPECT_EQ(AskBar(1015, PBM_GETPOS), 66);
+    EXPECT_EQ(m_progress->GetOverallPosition(), 66);
+}
+
+TEST_P(ProgressFileCopyTest, CancelSetsTheFlagAndNothingElse)
+{
+    PressCancel();
+    EXPECT_TRUE(m_progress->IsCancelled());
+    PressCancel();
+    EXPECT_TRUE(m_progress->IsCancelled());
+    EXPECT_TRUE(IsWindow(m_progress->m_hWnd));
+    EXPECT_TRUE(IsWindowVisible(m_progress->m_hWnd));
+    m_progress->ClearCancelled();
+    EXPECT_FALSE(m_progress->IsCancelled());
+    PressCancel();
+    EXPECT_TRUE(m_progress->IsCancelled());
+}
+
+TEST_P(ProgressFileCopyTest, EscapeAndTheCloseBoxCancelToo)
+{
+    m_progress->PostMessage(WM_CLOSE);
+    DrainMessages();
+    EXPECT_TRUE(m_progress->IsCancelled());
+    EXPECT_TRUE(IsWindow(m_progress->m_hWnd));
+    m_progress->ClearCancelled();
+    m_progress->PostMessage(WM_KEYDOWN, VK_ESCAPE, 1);
+    DrainMessages();
+    EXPECT_TRUE(m_progress->IsCancelled());
+    EXPECT_TRUE(IsWindow(m_progress->m_hWnd));
+}
+
+TEST_P(ProgressFileCopyTest, NothingSetsTheFlagWhileTheButtonIsDisabled)
+{
+    m_progress->EnableCancel(false);
+    EXPECT_FALSE(::IsWindowEnabled(m_progress->GetDlgItem(IDCANCEL)));
+    PressCancel();
+    m_progress->PostMessage(WM_CLOSE);
+    m_progress->PostMessage(WM_KEYDOWN, VK_ESCAPE, 1);
+    m_progress->PostMessage(WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED));
+    m_progress->PostMessage(WM_SYSCOMMAND, SC_CLOSE);
+    DrainMessages();
+    EXPECT_FALSE(m_progress->IsCancelled());
+    EXPECT_TRUE(IsWindow(m_progress->m_hWnd));
+    m_progress->EnableCancel(true);
+    PressCancel();
+    EXPECT_TRUE(m_progress->IsCancelled());
+}
+
+TEST_P(ProgressFileCopyTest, EnterDoesNotEndTheDialog)
+{
+    m_progress->PostMessage(WM_KEYDOWN, VK_RETURN, 1);
+    DrainMessages();
+    EXPECT_TRUE(IsWindow(m_progress->m_hWnd));
+    EXPECT_TRUE(IsWindowVisible(m_progress->m_hWnd));
+}
+
+// Counts what is posted to it.
+class CCountingWindow : public CPlainWindow
+{
+public:
+    int m_count = 0;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        m_count += message == WM_APP ? 1 : 0;
+        return CPlainWindow::WindowProc(message, wParam, lParam);
+    }
+};
+
+TEST_P(ProgressFileCopyTest, PumpsOneMessageAtATime)
+{
+    CCountingWindow window;
+    DrainMessages();
+    m_progress->PumpOneMessage();  // returns though there is none
+    for (int i = 0; i < 3; ++i) {
+        window.PostMessage(WM_APP);
+    }
+    EXPECT_EQ(window.m_count, 0);
+    m_progress->PumpOneMessage();
+    EXPECT_EQ(window.m_count, 1);
+    m_progress->PumpOneMessage();
+    EXPECT_EQ(window.m_count, 2);
+    m_progress->PumpOneMessage();
+    m_progress->PumpOneMessage();
+    EXPECT_EQ(window.m_count, 3);
+}
+
+TEST_P(ProgressFileCopyTest, ThePumpLeavesTheEndOfTheProgramToTheLoopsFurtherOut)
+{
+    DrainMessages();
+    PostQuitMessage(4);
+    m_progress->PumpOneMessage();
+    m_progress->PumpOneMessage();
+    MSG message{};
+    ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+    EXPECT_EQ(message.wParam, 4U);
+}
+
+// The width of a text in the font of a line.
+int WidthOf(HWND line, const std::wstring& text)
+{
+    const HDC dc = GetDC(line);
+    const HGDIOBJ oldFont = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(line, WM_GETFONT, 0, 0)));
+    SIZE size{};
+    GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
+    SelectObject(dc, oldFont);
+    ReleaseDC(line, dc);
+    return size.cx;
+}
+
+TEST_P(ProgressFileCopyTest, AShortPathIsShownWhole)
+{
+    EXPECT_EQ(m_progress->FitToFirstLine(L"Kopiere: ", L"C:\\a\\N_ISO_4017_M8.sldprt"),
+              L"Kopiere: C:\\a\\N_ISO_4017_M8.sldprt");
+    EXPECT_EQ(m_progress->FitToSecondLine(L"nach: ", L"C:\\a\\Mapped\\x.sldprt"),
+              L"nach: C:\\a\\Mapped\\x.sldprt");
+}
+
+TEST_P(ProgressFileCopyTest, ALongPathIsFittedAndEndsWithTheFilesName)
+{
+    std::wstring path = L"C:";
+    for (int i = 0; i < 30; ++i) {
+        path += L"\\ein Ordner mit Namen";
+    }
+    path += L"\\N_ISO_4017_M8x20.sldprt";
+    const std::array lines{std::pair{m_progress->FitToFirstLine(L"Kopiere: ", path), IDC_PROGRESS_FIRST},
+                           std::pair{m_progress->FitToSecondLine(L"Kopiere: ", path), IDC_PROGRESS_SECOND}};
+    for (const auto& [text, id] : lines) {
+        EXPECT_TRUE(text.starts_with(L"Kopiere: ...")) << testing::PrintToString(text);
+        EXPECT_TRUE(text.ends_with(L"\\N_ISO_4017_M8x20.sldprt")) << testing::PrintToString(text);
+        const HWND line = m_progress->GetDlgItem(id);
+        RECT client{};
+        ::GetClientRect(line, &client);
+        EXPECT_LE(WidthOf(line, text), client.right);
+        EXPECT_GT(WidthOf(line, text), client.right / 2) << "more of the path would fit";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Libraries, ProgressFileCopyTest, testing::Values(kGermanLibrary, kEnglishLibrary),
+                         [](const testing::TestParamInfo<const wchar_t*>& library) {
+                             return library.index == 0 ? "German" : "English";
+                         });
+
+}  // namespace

@@ -1,0 +1,309 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <ostream>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "framework/Handles.h"
+#include "framework/ResourceHandle.h"
+#include "tests/windows/TestScopes.h"
+#include "tests/windows/WindowScopes.h"
+
+// The two resource libraries, by the numbers that the program asks them for.
+
+namespace {
+
+struct Library
+{
+    const wchar_t* file;
+    WORD language;
+};
+
+void PrintTo(const Library& library, std::ostream* stream)
+{
+    *stream << (library.language == MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN) ? "German" : "English");
+}
+
+struct Control
+{
+    int id;
+    const wchar_t* windowClass;
+};
+
+constexpr WORD kMainDialog = 102;
+constexpr WORD kTemplateDialog = 136;
+constexpr WORD kProgressDialog = 17766;
+constexpr WORD kAboutDialog = 100;
+constexpr WORD kAboutText = 101;
+constexpr WORD kIcon = 128;
+constexpr WORD kStateImages = 134;
+
+const std::vector<Control> kMainControls{
+    {1002, WC_LISTVIEWW}, {1003, L"Edit"},   {1004, L"Button"}, {1005, L"Edit"},   {1006, L"Button"},
+    {1007, L"Button"},    {1008, L"Button"}, {1009, L"Button"}, {1010, L"Button"}, {1011, L"Button"},
+    {1016, L"Button"},    {1018, L"Button"}, {1024, L"Button"}, {1025, L"Button"}, {1026, L"ComboBox"},
+    {28445, L"Button"},   {2, L"Button"},
+};
+const std::vector<Control> kTemplateControls{{1021, L"Edit"}, {1, L"Button"}, {2, L"Button"}};
+const std::vector<Control> kProgressControls{
+    {1012, L"Static"},       {1013, L"Static"},       {1014, L"Static"},
+    {1015, PROGRESS_CLASSW}, {1017, PROGRESS_CLASSW}, {2, L"Button"},
+};
+
+INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
+{
+    return FALSE;
+}
+
+using UniqueWindow = UniqueOwner<HWND, ::DestroyWindow>;
+
+std::wstring ClassOf(HWND window)
+{
+    std::array<wchar_t, 64> name{};
+    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return name.data();
+}
+
+class ResourcesTest : public testing::TestWithParam<Library>
+{
+protected:
+    [[nodiscard]] HRSRC Find(const wchar_t* type, WORD id) const
+    {
+        return FindResourceExW(GetResourceHandle(), type, MAKEINTRESOURCEW(id), GetParam().language);
+    }
+
+    [[nodiscard]] static UniqueWindow Make(WORD dialog)
+    {
+        return UniqueWindow(
+            CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(dialog), nullptr, &IgnoreMessage, 0));
+    }
+
+    static void ExpectControls(WORD dialog, const std::vector<Control>& controls)
+    {
+        const UniqueWindow window = Make(dialog);
+        ASSERT_NE(window, nullptr) << dialog;
+        for (const Control& control : controls) {
+            const HWND found = GetDlgItem(window.get(), control.id);
+            ASSERT_NE(found, nullptr) << control.id;
+            EXPECT_EQ(ClassOf(found), control.windowClass) << control.id;
+        }
+    }
+
+    CResourceScope m_resources{GetParam().file};
+};
+
+TEST_P(ResourcesTest, HoldsEverythingInItsLanguage)
+{
+    for (const WORD dialog : {kMainDialog, kTemplateDialog, kProgressDialog, kAboutDialog}) {
+        EXPECT_NE(Find(RT_DIALOG, dialog), nullptr) << dialog;
+    }
+    EXPECT_NE(Find(RT_STRING, kAboutText / 16 + 1), nullptr);
+    EXPECT_NE(Find(RT_GROUP_ICON, kIcon), nullptr);
+    EXPECT_NE(Find(RT_BITMAP, kStateImages), nullptr);
+    EXPECT_NE(Find(RT_VERSION, 1), nullptr);
+}
+
+TEST_P(ResourcesTest, TheMainDialogHasItsControls)
+{
+    ExpectControls(kMainDialog, kMainControls);
+    const UniqueWindow window = Make(kMainDialog);
+    const HWND list = GetDlgItem(window.get(), 1002);
+    EXPECT_EQ(GetWindowLongW(list, GWL_STYLE) & LVS_TYPEMASK, LVS_REPORT);
+    EXPECT_EQ(GetWindowLongW(list, GWL_STYLE) & (LVS_SORTASCENDING | LVS_SORTDESCENDING), 0)
+        << "the program sorts";
+    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), 1018), GWL_STYLE) & BS_TYPEMASK, BS_GROUPBOX);
+    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), 1024), GWL_STYLE) & BS_TYPEMASK, BS_AUTOCHECKBOX);
+    EXPECT_NE(GetWindowLongW(GetDlgItem(window.get(), 1005), GWL_STYLE) & ES_READONLY, 0);
+    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), 1026), GWL_STYLE) & CBS_DROPDOWNLIST, CBS_DROPDOWNLIST);
+}
+
+TEST_P(ResourcesTest, TheTemplateDialogHasItsControls)
+{
+    ExpectControls(kTemplateDialog, kTemplateControls);
+}
+
+TEST_P(ResourcesTest, TheProgressDialogHasItsControls)
+{
+    ExpectControls(kProgressDialog, kProgressControls);
+    const UniqueWindow window = Make(kProgressDialog);
+    for (const int id : {1012, 1013, 1014}) {
+        EXPECT_NE(GetWindowLongW(GetDlgItem(window.get(), id), GWL_STYLE) & SS_NOPREFIX, 0)
+            << "an ampersand in a path would vanish";
+    }
+}
+
+TEST_P(ResourcesTest, TheAboutBoxCanBeClosed)
+{
+    ExpectControls(kAboutDialog, {{IDOK, L"Button"}});
+}
+
+TEST_P(ResourcesTest, TheCommandOfTheSystemMenuHasItsText)
+{
+    EXPECT_NE(LoadResourceString(kAboutText).find(L"Talvenor"), std::wstring::npos);
+    EXPECT_EQ(LoadResourceString(kAboutText + 1), L"");
+}
+
+TEST_P(ResourcesTest, TheStateImagesAreTwoTwelvePixelsWide)
+{
+    const UniqueGdiObject<HBITMAP> bitmap(static_cast<HBITMAP>(LoadImageW(
+        GetResourceHandle(), MAKEINTRESOURCEW(kStateImages), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
+    ASSERT_NE(bitmap, nullptr);
+    BITMAP size{};
+    ASSERT_NE(GetObjectW(bitmap.get(), sizeof size, &size), 0);
+    EXPECT_EQ(size.bmWidth, 24);
+    EXPECT_EQ(size.bmHeight, 12);
+}
+
+TEST_P(ResourcesTest, TheIconComesInTheSizesOfTheShell)
+{
+    for (const int size : {16, 32, 48}) {
+        const auto icon = static_cast<HICON>(
+            LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(kIcon), IMAGE_ICON, size, size, 0));
+        EXPECT_NE(icon, nullptr) << size;
+        DestroyIcon(icon);
+    }
+}
+
+// The character behind the single ampersand of a caption, or 0.
+wchar_t MnemonicOf(const std::wstring& caption)
+{
+    for (std::size_t i = 0; i + 1 < caption.size(); ++i) {
+        if (caption[i] == L'&') {
+            if (caption[i + 1] != L'&') {
+                return caption[i + 1];
+            }
+            ++i;
+        }
+    }
+    return 0;
+}
+
+TEST_P(ResourcesTest, NoKeyLeadsToTwoControls)
+{
+    for (const WORD dialog : {kMainDialog, kTemplateDialog, kProgressDialog, kAboutDialog}) {
+        const UniqueWindow window = Make(dialog);
+        ASSERT_NE(window, nullptr);
+        std::set<std::wstring> seen;
+        for (HWND child = GetWindow(window.get(), GW_CHILD); child != nullptr;
+             child = GetWindow(child, GW_HWNDNEXT)) {
+            std::array<wchar_t, 256> caption{};
+            GetWindowTextW(child, caption.data(), static_cast<int>(caption.size()));
+            std::wstring key(1, MnemonicOf(caption.data()));
+            CharLowerW(key.data());
+            EXPECT_TRUE(key[0] == 0 || seen.insert(key).second) << dialog << " " << caption.data();
+        }
+    }
+}
+
+// A structure at an offset of the file's bytes.
+template <class Structure>
+Structure At(const std::string& bytes, std::size_t offset)
+{
+    Structure structure{};
+    EXPECT_LE(offset + sizeof structure, bytes.size());
+    if (offset + sizeof structure <= bytes.size()) {
+        std::memcpy(&structure, bytes.data() + offset, sizeof structure);
+    }
+    return structure;
+}
+
+// A library as it lies in its file.
+class CPortableExecutable
+{
+public:
+    explicit CPortableExecutable(std::string bytes) : m_bytes(std::move(bytes))
+    {
+        const auto start = static_cast<std::size_t>(At<IMAGE_DOS_HEADER>(m_bytes, 0).e_lfanew);
+        m_header = At<IMAGE_NT_HEADERS64>(m_bytes, start);
+        const std::size_t table =
+            start + offsetof(IMAGE_NT_HEADERS64, OptionalHeader) + m_header.FileHeader.SizeOfOptionalHeader;
+        for (std::size_t i = 0; i < m_header.FileHeader.NumberOfSections; ++i) {
+            m_sections.push_back(At<IMAGE_SECTION_HEADER>(m_bytes, table + i * sizeof(IMAGE_SECTION_HEADER)));
+        }
+    }
+
+    [[nodiscard]] DWORD DirectorySize(int directory) const { return Directory(directory).Size; }
+
+    // Whether the list of imported libraries ends before its first entry.
+    [[nodiscard]] bool ImportsNothing() const
+    {
+        const IMAGE_DATA_DIRECTORY imports = Directory(IMAGE_DIRECTORY_ENTRY_IMPORT);
+        if (imports.Size == 0) {
+            return true;
+        }
+        for (const IMAGE_SECTION_HEADER& section : m_sections) {
+            const DWORD offset = imports.VirtualAddress - section.VirtualAddress;
+            if (imports.VirtualAddress >= section.VirtualAddress && offset < section.SizeOfRawData) {
+                return At<IMAGE_IMPORT_DESCRIPTOR>(m_bytes, section.PointerToRawData + offset).Name == 0;
+            }
+        }
+        return false;
+    }
+
+    // The bytes of the sections that may be executed.
+    [[nodiscard]] std::string ExecutableBytes() const
+    {
+        std::string code;
+        for (const IMAGE_SECTION_HEADER& section : m_sections) {
+            if ((section.Characteristics & (IMAGE_SCN_CNT_CODE | IMAGE_SCN_MEM_EXECUTE)) != 0) {
+                code += m_bytes.substr(section.PointerToRawData, section.SizeOfRawData);
+            }
+        }
+        return code;
+    }
+
+    IMAGE_NT_HEADERS64 m_header{};
+
+private:
+    [[nodiscard]] IMAGE_DATA_DIRECTORY Directory(int directory) const
+    {
+        return m_header.OptionalHeader.DataDirectory[directory];
+    }
+
+    std::string m_bytes;
+    std::vector<IMAGE_SECTION_HEADER> m_sections;
+};
+
+TEST_P(ResourcesTest, TheLibraryHoldsNoCodeAndImportsNothing)
+{
+    const CPortableExecutable library(ReadBytes(GetParam().file));
+    ASSERT_EQ(library.m_header.Signature, static_cast<DWORD>(IMAGE_NT_SIGNATURE));
+    EXPECT_EQ(library.m_header.FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
+    EXPECT_NE(library.m_header.FileHeader.Characteristics & IMAGE_FILE_DLL, 0);
+    EXPECT_GT(library.m_header.FileHeader.NumberOfSections, 0);
+    EXPECT_EQ(library.m_header.OptionalHeader.AddressOfEntryPoint, 0U);
+    EXPECT_EQ(library.m_header.OptionalHeader.SizeOfCode, 0U);
+    EXPECT_TRUE(library.ImportsNothing());
+    EXPECT_EQ(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT), 0U);
+    EXPECT_EQ(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_TLS), 0U);
+    EXPECT_NE(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_RESOURCE), 0U);
+    // The linker leaves the ends of two empty lists there: bytes 00 and FF.
+    EXPECT_EQ(library.ExecutableBytes().find_first_not_of(std::string("\0\xFF", 2)), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Libraries, ResourcesTest,
+    testing::Values(Library{kGermanLibrary, MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN)},
+                    Library{kEnglishLibrary, MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)}),
+    [](const testing::TestParamInfo<Library>& library) { return library.index == 0 ? "German" : "English"; });
+
+TEST(ResourceHandle, IsTheExecutableUntilALibraryIsSet)
+{
+    EXPECT_EQ(GetResourceHandle(), GetModuleHandleW(nullptr));
+    {
+        const CResourceScope resources;
+        EXPECT_NE(GetResourceHandle(), GetModuleHandleW(nullptr));
+    }
+    EXPECT_EQ(GetResourceHandle(), GetModuleHandleW(nullptr));
+    EXPECT_EQ(LoadResourceString(kAboutText), L"");
+}
+
+}  // namespace
