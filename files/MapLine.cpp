@@ -2,15 +2,23 @@
 
 #include <algorithm>
 #include <array>
-#include <cwchar>
 #include <utility>
-
-#include "core/TextTools.h"
 
 namespace {
 
 constexpr wchar_t kSeparator = L';';
 constexpr std::size_t kNone = std::wstring_view::npos;
+
+// The format knows these blanks only; a name may well end in another kind, such as a no-break space.
+std::wstring StripBlanks(std::wstring_view text)
+{
+    constexpr std::wstring_view kBlanks = L" \t\r\n";
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == kNone) {
+        return {};
+    }
+    return std::wstring(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
+}
 
 // Cuts the text before the first separator off the front of `rest`, separator included, into `field`,
 // trimmed. False when there is no separator or nothing, not even a blank, before it.
@@ -20,75 +28,23 @@ bool TakeField(std::wstring_view& rest, std::wstring& field)
     if (separator == kNone || separator == 0) {
         return false;
     }
-    field = Trim(rest.substr(0, separator));
+    field = StripBlanks(rest.substr(0, separator));
     rest.remove_prefix(separator + 1);
     return true;
 }
 
+// A line break, which a template from outside may bring in, would tear the record apart: it becomes a blank.
 std::string EncodeField(std::wstring_view field, char (*byteFor)(wchar_t))
 {
-    return EncodeMapText(field.substr(0, kMapFieldMaxBytes), byteFor);
+    std::string bytes = EncodeMapText(field.substr(0, kMapFieldMaxBytes), byteFor);
+    std::ranges::replace_if(
+        bytes, [](char byte) { return byte == '\n' || byte == '\r'; }, ' ');
+    return bytes;
 }
 
 bool HoldsRecord(std::wstring_view strippedLine)
 {
     return !strippedLine.empty() && strippedLine.front() != kSeparator;
-}
-
-// One conversion of a printf format; a length of 0 says that there is none.
-struct Conversion
-{
-    std::size_t length = 0;
-    bool takesLong = false;
-};
-
-std::size_t EndOf(std::wstring_view text, std::size_t begin, std::wstring_view characters)
-{
-    return std::min(text.find_first_not_of(characters, begin), text.size());
-}
-
-// A width or precision of more than three digits is no conversion, so that no path makes a message of
-// megabytes.
-std::size_t EndOfNumber(std::wstring_view text, std::size_t begin)
-{
-    constexpr std::size_t kMostDigits = 3;
-    return EndOf(text.substr(0, std::min(text.size(), begin + kMostDigits)), begin, L"0123456789");
-}
-
-// The conversion that the text begins with.
-Conversion IntConversion(std::wstring_view text)
-{
-    if (!text.starts_with(L'%')) {
-        return {};
-    }
-    std::size_t at = EndOfNumber(text, EndOf(text, 1, L"-+ #0"));
-    if (text.substr(at).starts_with(L'.')) {
-        at = EndOfNumber(text, at + 1);
-    }
-    Conversion conversion;
-    for (const std::wstring_view modifier : {L"hh", L"h", L"l"}) {
-        if (text.substr(at).starts_with(modifier)) {
-            conversion.takesLong = modifier == L"l";
-            at += modifier.size();
-            break;
-        }
-    }
-    if (at == text.size() || std::wstring_view(L"diuxXoc").find(text[at]) == kNone) {
-        return {};
-    }
-    conversion.takesLong = conversion.takesLong && text[at] != L'c';
-    conversion.length = at + 1;
-    return conversion;
-}
-
-// The line number printed by a format that is one conversion. A format that fails stands as it is.
-std::wstring Printed(const std::wstring& format, bool takesLong, int line)
-{
-    std::array<wchar_t, 1024> buffer{};  // more than a width and a precision of three digits can fill
-    const int length =
-        takesLong ? std::swprintf(buffer.data(), buffer.size(), format.c_str(), static_cast<long>(line))
-                  : std::swprintf(buffer.data(), buffer.size(), format.c_str(), line);
-    return length < 0 ? format : std::wstring(buffer.data(), static_cast<std::size_t>(length));
 }
 
 }  // namespace
@@ -99,7 +55,7 @@ bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry)
     if (!TakeField(strippedLine, parsed.strOriginal) || !TakeField(strippedLine, parsed.strRenamed)) {
         return false;
     }
-    parsed.strBomName = Trim(strippedLine);
+    parsed.strBomName = StripBlanks(strippedLine);
     entry = std::move(parsed);
     return true;
 }
@@ -140,7 +96,7 @@ MapReadResult ReadMapLines(std::istream& in, std::wstring (*decode)(std::string_
     for (int line = 1; in.getline(buffer.data(), buffer.size()); ++line) {
         // The line end is counted but not stored; only a last line can be without one.
         const std::size_t length = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);
-        const std::wstring text = Trim(decode(std::string_view(buffer.data(), length)));
+        const std::wstring text = StripBlanks(decode(std::string_view(buffer.data(), length)));
         if (!HoldsRecord(text)) {
             continue;
         }
@@ -155,14 +111,15 @@ MapReadResult ReadMapLines(std::istream& in, std::wstring (*decode)(std::string_
 
 std::wstring FormatSyntaxError(std::wstring_view joinedFormat, int line)
 {
+    constexpr std::wstring_view kLineNumber = L"%d";
     std::wstring message;
     bool numberPrinted = false;
     while (!joinedFormat.empty()) {
-        const Conversion number = numberPrinted ? Conversion() : IntConversion(joinedFormat);
-        std::size_t length = number.length;
-        if (number.length > 0) {
-            message += Printed(std::wstring(joinedFormat.substr(0, length)), number.takesLong, line);
+        std::size_t length = 0;
+        if (!numberPrinted && joinedFormat.starts_with(kLineNumber)) {
+            message += std::to_wstring(line);
             numberPrinted = true;
+            length = kLineNumber.size();
         } else {
             length = joinedFormat.starts_with(L"%%") ? 2 : 1;
             message += joinedFormat.front();

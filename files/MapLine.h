@@ -17,17 +17,19 @@ inline constexpr std::size_t kMapLineMaxBytes = 255;
 // The writer cuts each field of a record after this many bytes.
 inline constexpr std::size_t kMapFieldMaxBytes = 259;
 
-// Takes one record apart at its first two semicolons and trims the three fields; the third may be empty and
-// may hold further semicolons. The line is expected trimmed and neither empty nor a comment. Returns false,
-// and leaves the entry untouched, when a semicolon is missing or nothing stands before one of the two.
+// Takes one record apart at its first two semicolons and strips the blanks around the three fields; the third
+// may be empty and may hold further semicolons. The line is expected stripped and neither empty nor a
+// comment. Returns false, and leaves the entry untouched, when a semicolon is missing or nothing stands
+// before one of the two.
 bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry);
 
 // The text as bytes: a character up to U+00FF becomes the byte of its code, any other one what byteFor (not
 // null) gives for it.
 [[nodiscard]] std::string EncodeMapText(std::wstring_view text, char (*byteFor)(wchar_t));
 
-// One record line without its line end. Each field is cut to kMapFieldMaxBytes. With an empty BOM name the
-// line ends in "; ", which is meant. The line may be longer than the reader takes.
+// One record line without its line end. Each field is cut to kMapFieldMaxBytes, line breaks in it become
+// blanks. With an empty BOM name the line ends in "; ", which is meant. The line may be longer than the
+// reader takes.
 [[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, char (*byteFor)(wchar_t));
 
 // The four lines at the top of the file, each with "\n" at its end. mapPath: the full path of the file
@@ -47,7 +49,6 @@ MapReadResult ReadMapLines(std::istream& in, std::wstring (*decode)(std::string_
                            CList<UTtab_entry, UTtab_entry&>& entries);
 
 // The message about a bad line: the joined text, file path included, taken as a printf format with the line
-// number as its one argument. The first conversion that prints an int (d i u x X o c; flags, a width and a
-// precision of up to three digits, and the modifiers hh, h and l are heeded) takes the number. "%%" becomes
-// "%". There is no second argument, so every other "%", such as one in the path, stands as it is.
+// number as its one argument. The first "%d" takes the number, "%%" becomes "%". There is no second argument,
+// so every other "%", such as one in the path, stands as it is.
 [[nodiscard]] std::wstring FormatSyntaxError(std::wstring_view joinedFormat, int line);

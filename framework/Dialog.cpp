@@ -100,7 +100,9 @@ INT_PTR CALLBACK CDialog::DialogProc(HWND window, UINT message, WPARAM, LPARAM l
     }
     auto* self = reinterpret_cast<CDialog*>(lParam);
     self->SubclassWindow(window);
-    return self->OnInitDialog() ? TRUE : FALSE;
+    bool defaultFocus = true;
+    Guard([&] { defaultFocus = self->OnInitDialog(); });
+    return defaultFocus ? TRUE : FALSE;
 }
 
 bool CDialog::CreateFromTemplate(HWND owner)

@@ -3,6 +3,7 @@
 void CDialogLayout::Begin(HWND dialog)
 {
     m_hDialog = dialog;
+    m_nDpi = GetDpiForWindow(dialog);
     m_controls.clear();
     RECT rect{};
     GetClientRect(dialog, &rect);
@@ -26,11 +27,12 @@ void CDialogLayout::Arrange() const
 {
     RECT client{};
     GetClientRect(m_hDialog, &client);
-    const LONG wider = client.right - m_client.cx;
-    const LONG higher = client.bottom - m_client.cy;
+    const LONG wider = client.right - Scaled(m_client.cx);
+    const LONG higher = client.bottom - Scaled(m_client.cy);
     HDWP moves = BeginDeferWindowPos(static_cast<int>(m_controls.size()));
     for (const Anchored& anchored : m_controls) {
-        RECT place = anchored.place;
+        RECT place{Scaled(anchored.place.left), Scaled(anchored.place.top), Scaled(anchored.place.right),
+                   Scaled(anchored.place.bottom)};
         place.left += (anchored.edges & left) != 0 ? 0 : wider;
         place.right += (anchored.edges & right) != 0 ? wider : 0;
         place.top += (anchored.edges & top) != 0 ? 0 : higher;
@@ -48,5 +50,10 @@ void CDialogLayout::Arrange() const
 
 void CDialogLayout::LimitSize(MINMAXINFO& limits) const
 {
-    limits.ptMinTrackSize = {m_window.cx, m_window.cy};
+    limits.ptMinTrackSize = {Scaled(m_window.cx), Scaled(m_window.cy)};
+}
+
+LONG CDialogLayout::Scaled(LONG length) const
+{
+    return MulDiv(length, static_cast<int>(GetDpiForWindow(m_hDialog)), static_cast<int>(m_nDpi));
 }

@@ -28,6 +28,9 @@ public:
     void LimitSize(MINMAXINFO& limits) const;
 
 private:
+    // A length at the first scaling in pixels of today's.
+    [[nodiscard]] LONG Scaled(LONG length) const;
+
     struct Anchored
     {
         HWND control;
@@ -36,7 +39,8 @@ private:
     };
 
     HWND m_hDialog = nullptr;
-    SIZE m_client{};  // the client area's first size
-    SIZE m_window{};  // the window's first size
+    UINT m_nDpi = USER_DEFAULT_SCREEN_DPI;  // the first scaling, in dots per inch
+    SIZE m_client{};                        // the client area's first size
+    SIZE m_window{};                        // the window's first size
     std::vector<Anchored> m_controls;
 };

@@ -37,10 +37,7 @@ CWinApp* CWinApp::Get()
 
 int CWinApp::Run()
 {
-    if (InitInstance()) {
-        while (PumpMessage()) {
-        }
-    }
+    InitInstance();
     if (m_bOleInitialized) {
         m_messageFilter.Revoke();
         OleUninitialize();

@@ -20,7 +20,7 @@ public:
     // The application object; null when the process has none.
     [[nodiscard]] static CWinApp* Get();
 
-    // Runs InitInstance and, when it answers true, a message loop until WM_QUIT. Returns the exit code.
+    // Runs InitInstance and then leaves OLE. Returns the exit code of the process.
     int Run();
 
     // Takes the next message from the thread's queue, waiting for it, and deals with it. False after WM_QUIT,
@@ -36,7 +36,8 @@ public:
     CWnd* m_pMainWnd = nullptr;
 
 protected:
-    // The program's start. False ends the program.
+    // The whole program: its dialogs run in loops of their own. False says that no message loop is to follow,
+    // and there is none here.
     virtual bool InitInstance() = 0;
 
     // OleInitialize and the message filter. False when the system refuses. Undone by Run.

@@ -1,10 +1,13 @@
 #include "framework/Wnd.h"
 
+#include <comdef.h>
+
 #include <exception>
 #include <unordered_map>
 
 #include "framework/DataExchange.h"
 #include "framework/Exception.h"
+#include "framework/Language.h"
 #include "framework/MessageBox.h"
 
 namespace {
@@ -60,11 +63,6 @@ bool CWnd::SubclassWindow(HWND window)
     return true;
 }
 
-bool CWnd::SubclassDlgItem(int id, const CWnd& dialog)
-{
-    return SubclassWindow(dialog.GetDlgItem(id));
-}
-
 HWND CWnd::UnsubclassWindow()
 {
     const HWND window = m_hWnd;
@@ -95,7 +93,11 @@ bool CWnd::WalkPreTranslateTree(MSG& message)
 {
     for (HWND window = message.hwnd; window != nullptr; window = GetAncestor(window, GA_PARENT)) {
         CWnd* object = FromHandle(window);
-        if (object != nullptr && object->PreTranslateMessage(message)) {
+        bool dealtWith = false;
+        if (object != nullptr) {
+            Guard([&] { dealtWith = object->PreTranslateMessage(message); });
+        }
+        if (dealtWith) {
             return true;
         }
     }
@@ -205,24 +207,31 @@ LRESULT CALLBACK CWnd::SubclassProc(HWND window, UINT message, WPARAM wParam, LP
                                      : CallWindowProcW(binding.previous, window, message, wParam, lParam);
 }
 
-// No exception may pass the system's frames between two windows, so the last stop is here.
 LRESULT CWnd::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
 {
     const HWND window = m_hWnd;
     const CurrentMessage outer = m_current;
     m_current = {message, wParam, lParam};
     LRESULT result = 0;
-    try {
-        result = WindowProc(message, wParam, lParam);
-    } catch (const CException& exception) {
-        ShowMessage(exception.GetErrorMessage(), MB_OK | MB_ICONEXCLAMATION);
-    } catch (const std::exception& exception) {
-        const std::string what = exception.what();
-        ShowMessage(std::wstring(what.begin(), what.end()), MB_OK | MB_ICONEXCLAMATION);
-    }
+    Guard([&] { result = WindowProc(message, wParam, lParam); });
     // A handler may have destroyed its window, and with it an object that owns itself.
     if (FromHandle(window) == this) {
         m_current = outer;
     }
     return result;
+}
+
+void CWnd::ReportException()
+{
+    const Text lead{L"Unerwarteter Fehler: ", L"Unexpected error: "};
+    try {
+        throw;
+    } catch (const CException& exception) {
+        ShowMessage(exception.GetErrorMessage(), MB_OK | MB_ICONEXCLAMATION);
+    } catch (const std::exception& exception) {
+        const std::string what = exception.what();
+        ShowMessage(lead.Current() + std::wstring(what.begin(), what.end()), MB_OK | MB_ICONEXCLAMATION);
+    } catch (const _com_error& error) {
+        ShowMessage(lead.Current() + error.ErrorMessage(), MB_OK | MB_ICONEXCLAMATION);
+    }
 }

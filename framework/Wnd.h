@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <string>
+#include <utility>
 
 #include "framework/MessageMap.h"
 
@@ -33,7 +34,6 @@ public:
     // Binds this object, which must not be bound yet, to an existing window. False when the window does not
     // exist or belongs to another object.
     bool SubclassWindow(HWND window);
-    bool SubclassDlgItem(int id, const CWnd& dialog);
     HWND UnsubclassWindow();
 
     // DestroyWindow. The object is unbound when the call returns.
@@ -61,7 +61,6 @@ public:
     void ShowWindow(int command) const { ::ShowWindow(m_hWnd, command); }
     void SetFocus() const { ::SetFocus(m_hWnd); }
     void BringWindowToTop() const { ::BringWindowToTop(m_hWnd); }
-    [[nodiscard]] CWnd* GetParent() const { return FromHandle(::GetParent(m_hWnd)); }
     [[nodiscard]] RECT GetClientRect() const;
     LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
     {
@@ -87,10 +86,23 @@ protected:
     // Called when the window is gone and the object unbound; an object that owns itself deletes itself here.
     virtual void PostNcDestroy() {}
 
+    // Runs an action; an exception of it is shown to the user and goes no further. No exception may pass the
+    // system's frames between two windows: whatever the system calls runs in here.
+    template <class Action>
+    static void Guard(Action&& action)
+    {
+        try {
+            std::forward<Action>(action)();
+        } catch (...) {
+            ReportException();
+        }
+    }
+
     // Does with the message in hand what the window's own class does with it.
     LRESULT Default();
 
 private:
+    static void ReportException();
     static LRESULT CALLBACK SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
     bool ReflectNotify(WPARAM wParam, LPARAM lParam, LRESULT& result);

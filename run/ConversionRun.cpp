@@ -33,8 +33,8 @@ constexpr Text kMapFileLead{L"FEHLER: Datei ", L"ERROR: File "};
 constexpr Text kMapFileNotOpened{L" kann nicht zum Schreiben geöffnet werden!",
                                  L" cannot be opened for write access!"};
 constexpr Text kMapFileNotWritten{
-    L" kann nicht geschrieben werden!\nDie betroffenen Normteile bleiben zur Umsetzung markiert.",
-    L" cannot be written!\nThe standard parts concerned stay marked for conversion."};
+    L" kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
+    L" cannot be written!\nThe standard parts concerned are missing in this file."};
 
 constexpr Text kCopyFrom{L"Kopiere: ", L"Copy: "};
 constexpr Text kCopyTo{L"nach: ", L"to: "};
@@ -61,6 +61,12 @@ CConversionRun::CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWo
                                CConversionView& view, ConversionOrder order)
     : m_mainWindow(mainWindow), m_table(table), m_sldWorks(sldWorks), m_view(view), m_order(std::move(order))
 {
+}
+
+// An exception may have ended the run early: no server may stay behind.
+CConversionRun::~CConversionRun()
+{
+    ReleaseCad();
 }
 
 void CConversionRun::Run()
@@ -149,7 +155,7 @@ void CConversionRun::ReleaseCad()
     try {
         m_sldWorks.Disconnect();
     } catch (const CException&) {
-        // The connection is dropped either way, and there is nobody left to end.
+        // The connection is dropped all the same, and there is nobody left to end.
     }
 }
 
@@ -181,7 +187,8 @@ CConversionRun::RowEnd CConversionRun::ConvertRow(int row)
     m_row = m_table.GetRow(row);
     m_bRowPending = m_table.IsPending(row);
     m_strSource = NormalizePath(m_order.standardPartsFolder + L"\\" + m_row.strOriginal);
-    m_strTarget = NormalizePath(MappedFolder(m_order.standardPartsFolder) + L"\\" + m_row.strRenamed);
+    m_strTarget = NormalizePath(m_order.standardPartsFolder + L"\\" + std::wstring(kMappedFolderName) +
+                                L"\\" + m_row.strRenamed);
     ShowRow();
     static_cast<void>(CFileMisc::ClearReadOnly(m_strTarget));
     if (CopyAndRecord()) {
@@ -289,7 +296,7 @@ void CConversionRun::ShowDispatchError(const COleDispatchException& error) const
     ShowMessage(request);
 }
 
-// The cancel button stays disabled: the run does not offer it again after a reconnection.
+// The cancel button stays disabled; the next part's last step enables it again.
 bool CConversionRun::ReconnectCad()
 {
     ReleaseCad();

@@ -29,6 +29,10 @@ public:
     CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWorks& sldWorks, CConversionView& view,
                    ConversionOrder order);
 
+    CConversionRun(const CConversionRun&) = delete;
+    CConversionRun& operator=(const CConversionRun&) = delete;
+    ~CConversionRun();
+
     void Run();
 
 private:

@@ -60,6 +60,14 @@ void CProgressFileCopy::Refresh()
     RedrawWindow(m_hWnd, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
 }
 
+void CProgressFileCopy::EnableCancel(bool enable)
+{
+    m_wndCancel.EnableWindow(enable);
+    if (enable && GetActiveWindow() == m_hWnd) {
+        m_wndCancel.SetFocus();
+    }
+}
+
 void CProgressFileCopy::PumpOneMessage()
 {
     CWinApp::PumpPendingMessage();

@@ -28,7 +28,10 @@ public:
     [[nodiscard]] int GetOverallPosition() const override { return m_wndOverallBar.GetPos(); }
     [[nodiscard]] bool IsCancelled() const override { return m_nCancelled != 0; }
     void ClearCancelled() override { m_nCancelled = 0; }
-    void EnableCancel(bool enable) override { m_wndCancel.EnableWindow(enable); }
+
+    // A disabled button loses the focus, and with it the keyboard: it gets the focus back when it is enabled.
+    void EnableCancel(bool enable) override;
+
     void PumpOneMessage() override;
 
     // Prefix and path, with the path shortened so that both fit the width of the first or the second line.

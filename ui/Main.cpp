@@ -1,14 +1,10 @@
 #include <windows.h>
 
-#include "ui/TalvenorApp.h"
-
-namespace {
-
-CTalvenorApp theApp;
-
-}  // namespace
+#include "framework/WinApp.h"
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
 {
-    return theApp.Run();
+    // A drive without a medium is an error like any other and no reason for a box of the system's own.
+    SetErrorMode(SEM_FAILCRITICALERRORS);
+    return CWinApp::Get()->Run();
 }

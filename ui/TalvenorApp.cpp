@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "framework/Handles.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/ResourceHandle.h"
@@ -30,11 +31,21 @@ UniqueModule LoadResourceLibrary(const std::wstring& path)
         LoadLibraryExW(fullPath.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
 }
 
+// Process-wide; both empty until the library is loaded.
+UniqueModule g_resourceLibrary;
+HINSTANCE g_savedResourceHandle = nullptr;
+
+// The one application object, made before the entry point runs. It goes before the handles above.
+CTalvenorApp theApp;
+
 }  // namespace
 
 CTalvenorApp::~CTalvenorApp()
 {
-    SetResourceHandle(m_hSavedResources);
+    if (g_savedResourceHandle != nullptr) {
+        SetResourceHandle(g_savedResourceHandle);
+    }
+    g_resourceLibrary.reset();
 }
 
 bool CTalvenorApp::InitInstance()
@@ -45,10 +56,10 @@ bool CTalvenorApp::InitInstance()
     GetMessageFilter().SetMessagePendingDelay(kBusyServerDelay);
     g_nLanguage = kStartLanguage;
     const std::wstring path = kLibraryLead + kLibraryTail.Current();
-    m_resourceLibrary = LoadResourceLibrary(path);
-    m_hSavedResources = GetResourceHandle();
-    if (m_resourceLibrary != nullptr) {
-        SetResourceHandle(m_resourceLibrary.get());
+    g_resourceLibrary = LoadResourceLibrary(path);
+    g_savedResourceHandle = GetResourceHandle();
+    if (g_resourceLibrary != nullptr) {
+        SetResourceHandle(g_resourceLibrary.get());
         ShowMainDialog();
     } else {
         ShowMessage(kLibraryMissing.Current() + path);

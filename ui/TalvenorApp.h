@@ -1,6 +1,5 @@
 #pragma once
 
-#include "framework/Handles.h"
 #include "framework/WinApp.h"
 
 // The application object.
@@ -17,7 +16,4 @@ protected:
 
 private:
     void ShowMainDialog();
-
-    UniqueModule m_resourceLibrary;
-    HINSTANCE m_hSavedResources = nullptr;
 };

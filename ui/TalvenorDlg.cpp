@@ -37,7 +37,7 @@ constexpr std::size_t kYearDigits = 4;
 constexpr int kYearOfVersionZero = 1992;
 constexpr const wchar_t* kProgIdLead = L"SldWorks.Application.";
 
-constexpr const wchar_t* kLibraryKey = L"SOFTWARE\\Zelmar\\input";
+constexpr const wchar_t* kLibraryKeyTail = L"\\input";
 constexpr const wchar_t* kProgramFolderValue = L"prg";
 constexpr const wchar_t* kPartsFolderValue = L"parts";
 constexpr const wchar_t* kFallbackFolder = L"c:\\";
@@ -176,6 +176,19 @@ std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder)
     return SplitPickedFiles(buffer.c_str());
 }
 
+// Holds a flag as long as it lives.
+class CFlagScope
+{
+public:
+    explicit CFlagScope(bool& flag) : m_bFlag(flag) { m_bFlag = true; }
+    CFlagScope(const CFlagScope&) = delete;
+    CFlagScope& operator=(const CFlagScope&) = delete;
+    ~CFlagScope() { m_bFlag = false; }
+
+private:
+    bool& m_bFlag;
+};
+
 // After a run, however it ended, the main window takes input again and stands in front.
 class CMainWindowBack
 {
@@ -209,7 +222,7 @@ bool CTalvenorDlg::OnInitDialog()
     AnchorControls();
     PrepareList();
     ReadFolders();
-    m_strHelpFile = m_strInstallDir + kHelpDocument.Current();
+    m_strHelpFile = NormalizePath(m_strInstallDir + kHelpDocument.Current());
     FillVersions();
     return true;
 }
@@ -220,6 +233,7 @@ void CTalvenorDlg::DoDataExchange(CDataExchange& exchange)
     DDX_Control(exchange, IDC_LIST, m_wndList);
     DDX_Control(exchange, IDC_SOURCE_DIR, m_wndSourceDir);
     DDX_Control(exchange, IDC_VERSION, m_wndVersion);
+    DDX_Control(exchange, IDC_COPY_ONLY, m_wndCopyOnly);
 }
 
 void CTalvenorDlg::AddAboutToSystemMenu() const
@@ -278,9 +292,10 @@ void CTalvenorDlg::ReadFolders()
 {
     m_strSourceDir.clear();
     m_strInstallDir.clear();
+    const std::wstring key = std::wstring(kProductKey) + kLibraryKeyTail;
     CRegistry settings(HKEY_LOCAL_MACHINE);
-    static_cast<void>(settings.ReadString(kLibraryKey, kProgramFolderValue, m_strInstallDir));
-    if (settings.ReadString(kLibraryKey, kPartsFolderValue, m_strSourceDir)) {
+    static_cast<void>(settings.ReadString(key, kProgramFolderValue, m_strInstallDir));
+    if (settings.ReadString(key, kPartsFolderValue, m_strSourceDir)) {
         ShowFolders();
         LoadListForSourceFolder();
     } else {
@@ -418,17 +433,24 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
     return &kMap;
 }
 
-// While a run has the window disabled no command starts, whatever sent it: a screen reader can press a button
-// of a disabled window, and automation calls let posted messages through.
+// During a run and below an open message box no command starts, whatever sent it: a screen reader can press a
+// button of a disabled window, and automation calls let posted messages through.
+bool CTalvenorDlg::IsBusy() const
+{
+    return m_bRunning || !IsWindowEnabled();
+}
+
 bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
 {
-    return !IsWindowEnabled() || CDialog::OnCommand(wParam, lParam);
+    return IsBusy() || CDialog::OnCommand(wParam, lParam);
 }
 
 // The Delete key in the list deletes the selected rows, once the list has had the key.
 bool CTalvenorDlg::PreTranslateMessage(MSG& message)
 {
-    if (message.message == WM_KEYDOWN && message.wParam == VK_DELETE && message.hwnd == m_wndList.m_hWnd) {
+    const bool deleteKey =
+        message.message == WM_KEYDOWN && message.wParam == VK_DELETE && message.hwnd == m_wndList.m_hWnd;
+    if (deleteKey && !IsBusy()) {
         DispatchMessageW(&message);
         OnDeleteSelected();
         return true;
@@ -462,7 +484,9 @@ HICON CTalvenorDlg::OnQueryDragIcon()
 LRESULT CTalvenorDlg::OnSysCommand(WPARAM wParam, LPARAM)
 {
     if ((wParam & kSysCommandMask) == IDM_ABOUT) {
-        CAboutDlg(this).DoModal();
+        if (!IsBusy()) {
+            CAboutDlg(this).DoModal();
+        }
         return 0;
     }
     return Default();
@@ -494,7 +518,9 @@ void CTalvenorDlg::OnListChanged()
 
 LRESULT CTalvenorDlg::OnApplyTemplate(WPARAM wParam, LPARAM)
 {
-    m_wndList.ApplyTemplate(static_cast<int>(wParam));
+    if (!IsBusy()) {
+        m_wndList.ApplyTemplate(static_cast<int>(wParam));
+    }
     return 0;
 }
 
@@ -506,7 +532,7 @@ void CTalvenorDlg::OnSourceDirKillFocus()
     if (m_bCheckingSourceDir || IsEnding()) {
         return;
     }
-    m_bCheckingSourceDir = true;
+    const CFlagScope checking(m_bCheckingSourceDir);
     const std::wstring folder = StripFolderInput(m_wndSourceDir.GetWindowText());
     m_wndSourceDir.SetWindowText(folder);
     if (CheckTypedFolder(folder) && !SameFolder(folder, m_strSourceDir)) {
@@ -519,7 +545,6 @@ void CTalvenorDlg::OnSourceDirKillFocus()
         }
         ShowFolders();
     }
-    m_bCheckingSourceDir = false;
 }
 
 // Whether the typed folder exists. If not, the user is told and put back into the field, unless the focus is
@@ -599,6 +624,9 @@ void CTalvenorDlg::OnRemoveAll()
 
 void CTalvenorDlg::OnDeleteSelected()
 {
+    if (IsBusy()) {
+        return;
+    }
     int row = m_wndList.GetNextItem(-1, LVNI_SELECTED);
     MarkListChanged(row != -1);
     {
@@ -653,7 +681,7 @@ void CTalvenorDlg::OnStart()
     if (CreateFolder(MappedFolder(m_strSourceDir)) != 0 || !mayOverwrite) {
         return;
     }
-    RunConversion(IsDlgButtonChecked(m_hWnd, IDC_COPY_ONLY) == BST_CHECKED);
+    RunConversion(m_wndCopyOnly.IsChecked());
 }
 
 void CTalvenorDlg::TakeChosenVersion()
@@ -682,6 +710,7 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
 
 void CTalvenorDlg::RunConversion(bool copyOnly)
 {
+    const CFlagScope running(m_bRunning);
     CConversionRun(*this, m_wndList, *this, *this, {m_strSourceDir, m_strProgId, copyOnly}).Run();
 }
 

@@ -49,6 +49,7 @@ private:
     void ShowFolders();
 
     // Windows messages
+    [[nodiscard]] bool IsBusy() const;
     void OnPaint();
     HICON OnQueryDragIcon();
     LRESULT OnSysCommand(WPARAM wParam, LPARAM lParam);
@@ -86,10 +87,12 @@ private:
     CImageList m_stateImages;
     CEditSourceDir m_wndSourceDir;
     CComboBox m_wndVersion;
+    CButton m_wndCopyOnly;
     std::wstring m_strProgId;
     std::wstring m_strHelpFile;
     HICON m_hIcon = nullptr;  // shared by the system, never destroyed
 
     CDialogLayout m_layout;
+    bool m_bRunning = false;            // a conversion run is under way
     bool m_bCheckingSourceDir = false;  // a message about the typed folder is open
 };

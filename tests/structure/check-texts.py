@@ -10,7 +10,7 @@ import subprocess
 import sys
 
 MARKERS = re.compile(r"\b(TO" r"DO|FIX" r"ME|X" r"XX|HA" r"CK)\b|\bDISABLED" r"_\w|GTEST_SKIP\(\)\s*;")
-BARE_BOX = re.compile(r"\b(MessageBox(Ex)?[AW]?|MessageBoxIndirect[AW]?|AfxMessageBox)\s*\(")
+BARE_BOX = re.compile(r"\b(MessageBox(Ex)?[AW]?|MessageBoxIndirect[AW]?)\s*\(")
 ROOMS = ("framework/", "platform/", "core/", "files/", "cad/", "run/", "ui/")
 THE_DOOR = "framework/MessageBox.cpp"
 

@@ -324,35 +324,14 @@ TEST(FormatSyntaxError, KeepsALonePercentSign)
     EXPECT_EQ(FormatSyntaxError(L"", 7), L"");
 }
 
-TEST(FormatSyntaxError, KeepsConversionsOfOtherKindsBeforeTheNumber)
+TEST(FormatMapRecord, KeepsALineBreakInAFieldFromTearingTheRecord)
 {
-    EXPECT_EQ(FormatSyntaxError(L"%s %n %*d %lld %$d %5 %. %d", 7), L"%s %n %*d %lld %$d %5 %. 7");
+    EXPECT_EQ(FormatMapRecord({L"a", L"b", L"one\r\ntwo"}, QuestionMark), "a ; b ; one  two");
 }
 
-TEST(FormatSyntaxError, HeedsFlagsWidthPrecisionAndModifiers)
+TEST(ParseMapLine, KeepsANoBreakSpaceAtTheEndOfAName)
 {
-    EXPECT_EQ(FormatSyntaxError(L"[%5d]", 42), L"[   42]");
-    EXPECT_EQ(FormatSyntaxError(L"[%-5i]", 42), L"[42   ]");
-    EXPECT_EQ(FormatSyntaxError(L"[%+05d]", 42), L"[+0042]");
-    EXPECT_EQ(FormatSyntaxError(L"[%.4u]", 42), L"[0042]");
-    EXPECT_EQ(FormatSyntaxError(L"[%#x %d]", 42), L"[0x2a %d]");
-    EXPECT_EQ(FormatSyntaxError(L"[%X]", 42), L"[2A]");
-    EXPECT_EQ(FormatSyntaxError(L"[%o]", 42), L"[52]");
-    EXPECT_EQ(FormatSyntaxError(L"[%c]", 42), L"[*]");
-    EXPECT_EQ(FormatSyntaxError(L"[%ld]", 42), L"[42]");
-    EXPECT_EQ(FormatSyntaxError(L"[%lc]", 42), L"[*]");
-    EXPECT_EQ(FormatSyntaxError(L"[%hd]", 42), L"[42]");
-    EXPECT_EQ(FormatSyntaxError(L"[%hhd]", 42), L"[42]");
-}
-
-TEST(FormatSyntaxError, PrintsTheWidestNumberWhole)
-{
-    EXPECT_EQ(FormatSyntaxError(L"%999d", 7), std::wstring(998, L' ') + L"7");
-    EXPECT_EQ(FormatSyntaxError(L"%.999d", 7), std::wstring(998, L'0') + L"7");
-    EXPECT_EQ(FormatSyntaxError(L"%999.999d", -7), L"-" + std::wstring(998, L'0') + L"7");
-}
-
-TEST(FormatSyntaxError, TakesAnOverlongWidthForNoConversion)
-{
-    EXPECT_EQ(FormatSyntaxError(L"%1000d %.1000d %d", 7), L"%1000d %.1000d 7");
+    UTtab_entry entry;
+    ASSERT_TRUE(ParseMapLine(L"a ; b ; c\u00A0", entry));
+    EXPECT_EQ(entry.strBomName, L"c\u00A0");
 }

@@ -304,7 +304,7 @@ TEST_F(DialogTest, AControlMayKeepAKeyFromTheDialog)
     CEnterKeeper keeper;
     m_dialog.m_steps = {[&] {
                             m_dialog.m_edit.UnsubclassWindow();
-                            ASSERT_TRUE(keeper.SubclassDlgItem(IDC_TEMPLATE_TEXT, m_dialog));
+                            ASSERT_TRUE(keeper.SubclassWindow(m_dialog.GetDlgItem(IDC_TEMPLATE_TEXT)));
                             PressKey(keeper, VK_RETURN);
                         },
                         [] {}, [&] { PressKey(keeper, VK_ESCAPE); }, [] {}, [] {}};

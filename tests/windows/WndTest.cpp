@@ -103,18 +103,7 @@ TEST(Wnd, BindsOneObjectToOneWindow)
     EXPECT_EQ(second.m_hWnd, nullptr);
     EXPECT_FALSE(first.SubclassWindow(plain.AddControl(L"EDIT", kOther)));
     EXPECT_EQ(first.m_hWnd, control);
-    EXPECT_EQ(first.GetParent(), &plain);
     EXPECT_EQ(CWnd::FromHandle(nullptr), nullptr);
-}
-
-TEST(Wnd, BindsToAControlOfADialog)
-{
-    const CPlainWindow plain;
-    const HWND control = plain.AddControl(L"EDIT", kButton);
-    CWnd edit;
-    EXPECT_FALSE(edit.SubclassDlgItem(kOther, plain));
-    EXPECT_TRUE(edit.SubclassDlgItem(kButton, plain));
-    EXPECT_EQ(edit.m_hWnd, control);
 }
 
 TEST(Wnd, AnUnboundWindowLivesOnWithoutTheObject)
