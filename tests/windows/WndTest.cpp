@@ -304,7 +304,7 @@ TEST(Wnd, ExceptionsEndAtTheWindowWithAMessage)
     SetMessageListener(before);
     ASSERT_EQ(requests.size(), 2U);
     EXPECT_EQ(requests[0].text, L"Etwas ging schief");
-    EXPECT_EQ(requests[1].text, L"no such thing");
+    EXPECT_EQ(requests[1].text, L"Unerwarteter Fehler: no such thing");
     for (const MessageRequest& request : requests) {
         EXPECT_EQ(request.type, static_cast<UINT>(MB_OK | MB_ICONEXCLAMATION));
     }
