@@ -23,8 +23,8 @@ logged() {
   return $status
 }
 
-# build_preset NAME: configures and builds one preset of CMakePresets.json.
-build_preset() { cmake --preset "$1" && cmake --build --preset "$1"; }
+# build_preset NAME [TARGET ...]: configures one preset of CMakePresets.json and builds the targets, or everything.
+build_preset() { cmake --preset "$1" && cmake --build --preset "$1" ${2:+--target "${@:2}"}; }
 
 # build_windowwatch: builds the demonstration's eye, which is a project of its own.
 build_windowwatch() {

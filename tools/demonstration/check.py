@@ -11,7 +11,9 @@ import os
 import stat
 import subprocess
 
-FILE_TEMPLATE, BOM_TEMPLATE = "%5%3_%4.changed.%6", "Norm %1 - %2"
+# The file-name template that tools/demo stores: with the two extra fields, so that no two parts get one name. Where
+# they are empty, the two dots that meet become one. The BOM-name template is the program's own.
+FILE_TEMPLATE, BOM_TEMPLATE = "%5%3_%4.%7%8.changed.%6", "Norm %1 - %2"
 WINDOWS_FOLDER = "C:\\Zelmar\\Normteile"  # where tools/demo puts the library
 Row = collections.namedtuple("Row", "original renamed bom_name")
 
@@ -105,15 +107,7 @@ def read_table(path):
 
 def expected_boxes(library):
     """The texts of the message boxes of one run, in order."""
-    rows, left_out = expected_rows(library)
-    boxes = ["Umsetzungen erfolgreich beendet."] if rows else []
-    if left_out:
-        parts = split_name(left_out[0])
-        renamed = usable_file_name(fill(FILE_TEMPLATE, parts, "1345678"), parts["6"])
-        boxes.insert(0, "Der angegebene Dateiname in der Spalte 'Umbenannt nach...' ist bereits vorhanden.\nDatei: \""
-                     f"{left_out[0]} -> {renamed}\" wird übergangen.\n\nSind mehrere Dateien betroffen, so wird "
-                     "diese Fehlermeldung nicht erneut angezeigt.")
-    return boxes
+    return ["Umsetzungen erfolgreich beendet."] if expected_rows(library)[0] else []
 
 
 class Report:
@@ -139,6 +133,10 @@ def map_lines(library):
         return file.read().decode("latin-1").split("\n")
 
 
+def records(lines):
+    return [line for line in lines if line.strip() and not line.startswith(";")]
+
+
 def compare_map(report, library, rows):
     """Every line of the map file; of the third only its beginning, as it names an owner of the program's choice."""
     found = map_lines(library)
@@ -149,8 +147,9 @@ def compare_map(report, library, rows):
         expected[2] = found[2]
     wrong = [f"line {n}: expected {e!r}, found {f!r}"
              for n, (f, e) in enumerate(itertools.zip_longest(found, expected), 1) if f != e]
-    lines = max(len(found), len(expected))
-    report.compare("lines of the map file, header included", lines - len(wrong), lines, wrong)
+    lines = max(len(found), len(expected)) - 1  # the text behind the last line end is empty
+    report.compare("lines of the map file, 4 of header and one record a part", lines - len(wrong), lines, wrong)
+    print(f"   records in the map file: {len(records(found))}")
 
 
 def compare_mapped_names(report, library, rows):
@@ -202,8 +201,7 @@ def check_copies(library, table):
     report.compare("copies with the same bytes as their originals", len(equal), len(pairs))
     compare_read_only(report, library, rows)
     compare_map(report, library, rows)
-    if left_out:
-        print(f"   left out, as their new name was taken: {len(left_out)} ({left_out[0]} ...)")
+    report.compare("parts with a new name of their own", len(rows), len(rows) + len(left_out), left_out)
     return report
 
 

@@ -139,10 +139,13 @@ def automatic(screen, library, table, server_log, bare_command):
               f"{server_calls(server_log) - calls} automation calls")
         report = verify(library, table)
         report_boxes(report, screen.boxes[boxes:], check.expected_boxes(library))
-        wrong += report.wrong
+        wrong += report.wrong  # the seconds kept are those of the last run, the whole one
     bare = subprocess.run(bare_command, capture_output=True, encoding="utf-8")
     print("\n== The same copies and automation calls by a program without windows, for comparison")
     print("   " + (bare.stdout.strip() if bare.returncode == 0 else "FAILED: " + bare.stderr.strip()))
+    if bare.returncode == 0:
+        bare_seconds = float(bare.stdout.split()[-2])
+        print(f"   the program took {seconds:.1f} s, {seconds / bare_seconds:.2f} times as long")
     print(f"\nPictures of the screen: {PICTURES}/1-before.png, 2-during.png, 3-after.png")
     return wrong + (bare.returncode != 0)
 
