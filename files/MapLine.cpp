@@ -37,8 +37,8 @@ bool TakeField(std::wstring_view& rest, std::wstring& field)
 std::string EncodeField(std::wstring_view field, char (*byteFor)(wchar_t))
 {
     std::string bytes = EncodeMapText(field.substr(0, kMapFieldMaxBytes), byteFor);
-    std::ranges::replace_if(
-        bytes, [](char byte) { return byte == '\n' || byte == '\r'; }, ' ');
+    const auto breaksLine = [](char byte) { return byte == '\n' || byte == '\r'; };
+    std::ranges::replace_if(bytes, breaksLine, ' ');
     return bytes;
 }
 
