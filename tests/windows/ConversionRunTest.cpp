@@ -1,6 +1,8 @@
 #include "run/ConversionRun.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <io.h>
 
 #include <algorithm>
 #include <array>
@@ -68,10 +70,11 @@ public:
     CScreenWatcher(const CScreenWatcher&) = delete;
     CScreenWatcher& operator=(const CScreenWatcher&) = delete;
 
-    HWND m_dialog = nullptr;                // the progress dialog; it may be gone
-    std::map<int, Texts> m_texts;           // what each line was set to
-    std::map<int, Positions> m_positions;   // and each bar
-    std::function<void()> m_onOverallMove;  // called when the overall bar is about to move
+    HWND m_dialog = nullptr;                                 // the progress dialog; it may be gone
+    std::map<int, Texts> m_texts;                            // what each line was set to
+    std::map<int, Positions> m_positions;                    // and each bar
+    std::function<void()> m_onOverallMove;                   // called when the overall bar is about to move
+    std::function<void(const std::wstring&)> m_onFirstLine;  // and when the first line is about to be set
 
     [[nodiscard]] bool IsOpen() const { return m_dialog != nullptr && IsWindow(m_dialog) != FALSE; }
     [[nodiscard]] bool MayCancel() const { return IsWindowEnabled(GetDlgItem(m_dialog, IDCANCEL)) != FALSE; }
@@ -109,6 +112,9 @@ private:
         m_dialog = parent;
         if (call.message == WM_SETTEXT) {
             m_texts[id].emplace_back(reinterpret_cast<const wchar_t*>(call.lParam));
+            if (id == IDC_PROGRESS_FIRST && m_onFirstLine) {
+                m_onFirstLine(m_texts[id].back());
+            }
         } else {
             m_positions[id].push_back(static_cast<int>(call.wParam));
             if (id == IDC_PROGRESS_OVERALL && m_onOverallMove) {
@@ -655,20 +661,6 @@ TEST_F(ConversionRunTest, ACopyOnlyRunCannotBeCancelled)
     EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
 }
 
-// Counts what is posted to it.
-class CCountingWindow : public CPlainWindow
-{
-public:
-    int m_count = 0;
-
-protected:
-    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
-    {
-        m_count += message == WM_APP ? 1 : 0;
-        return CPlainWindow::WindowProc(message, wParam, lParam);
-    }
-};
-
 TEST_F(ConversionRunTest, TakesOneMessageForEachRow)
 {
     AddRows(3);
@@ -879,6 +871,92 @@ TEST_F(ConversionRunTest, ANetworkPathKeepsItsTwoBackslashes)
                        L"kann nicht zum Schreiben geöffnet werden!"});
 }
 
+// A map file on which writing fails for a while, as on a disk that is full.
+class UnwritableMapFileTest : public ConversionRunTest
+{
+protected:
+    // Lets writing the map file fail while the rows of these original names are in hand.
+    void FailAt(const Texts& originals)
+    {
+        const int file = NextFileNumber();
+        m_screen.m_onFirstLine = [originals, file](const std::wstring& text) {
+            if (std::ranges::any_of(originals, [&](const auto& name) { return text.ends_with(name); })) {
+                BreakMapFile(file);
+            }
+        };
+    }
+
+    void ExpectRowsMissing(const std::wstring& box, const std::wstring& finished)
+    {
+        AddRow(L"a1.sldprt", L"b1.sldprt", L"one");
+        AddRow(L"a2.sldprt", L"b2.sldprt", L"two");
+        AddRow(L"a3.sldprt", L"b3.sldprt", L"three");
+        AddRow(L"a4.sldprt", L"b4.sldprt", L"four", false);
+        AddRow(L"a5.sldprt", L"b5.sldprt", L"five");
+        FailAt({L"a2.sldprt", L"a3.sldprt", L"a4.sldprt"});
+        Run(false);
+        EXPECT_EQ(Boxes(), (Texts{box, finished})) << "told once";
+        EXPECT_EQ(Records(),
+                  (std::vector<std::string>{"a1.sldprt ; b1.sldprt ; one", "a5.sldprt ; b5.sldprt ; five"}));
+        EXPECT_EQ(Marks(), "cPPcc");
+        EXPECT_EQ(Count(L"document 66019 method BOOL=-1"), 2) << "only parts on record are updated";
+        EXPECT_TRUE(MentionsView());
+    }
+
+private:
+    // The number under which the C run-time opens its next file.
+    static int NextFileNumber()
+    {
+        const int number = _open("NUL", _O_RDONLY);
+        EXPECT_NE(number, -1);
+        _close(number);
+        return number;
+    }
+
+    // Puts an end that only reads in the place of the run's open map file, and half a line into the file.
+    // That needs neither a full disk nor a lock, which Wine would not heed.
+    static void BreakMapFile(int number)
+    {
+        std::array<wchar_t, MAX_PATH> path{};
+        GetFinalPathNameByHandleW(reinterpret_cast<HANDLE>(_get_osfhandle(number)), path.data(), MAX_PATH, 0);
+        ASSERT_TRUE(std::wstring(path.data()).ends_with(L"\\lib\\Mapped\\PartsMap.txt"));
+        const int onlyReads = _wopen(kMapFile, _O_RDONLY | _O_TEXT);
+        ASSERT_EQ(_dup2(onlyReads, number), 0);
+        _close(onlyReads);
+        std::ofstream(kMapFile, std::ios::app) << "a2.sldprt ; b2.s";
+    }
+
+    static constexpr wchar_t kMapFile[] = L"lib\\Mapped\\PartsMap.txt";
+};
+
+TEST_F(UnwritableMapFileTest, ARecordThatCannotBeWrittenIsReportedInGerman)
+{
+    ExpectRowsMissing(
+        L"box FEHLER: Datei lib\\Mapped\\PartsMap.txt kann nicht geschrieben werden!\n"
+        L"Die betroffenen Normteile fehlen in dieser Datei.",
+        kFinishedGerman);
+}
+
+TEST_F(UnwritableMapFileTest, ARecordThatCannotBeWrittenIsReportedInEnglish)
+{
+    const CLanguageScope english(0);
+    ExpectRowsMissing(
+        L"box ERROR: File lib\\Mapped\\PartsMap.txt cannot be written!\n"
+        L"The standard parts concerned are missing in this file.",
+        kFinishedEnglish);
+}
+
+TEST_F(UnwritableMapFileTest, TheLastRecordsFailureLeavesNoHalfLine)
+{
+    AddRows(2);
+    FailAt({L"a2.sldprt"});
+    Run(true);
+    EXPECT_EQ(Records(), std::vector<std::string>{"a1.sldprt ; b1.sldprt ; "});
+    EXPECT_EQ(Marks(), "cP");
+    EXPECT_EQ(ReadBytes(L"lib\\Mapped\\b2.sldprt"), "content of a part");
+    EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b2.sldprt"));
+}
+
 // Errors of the CAD system
 
 TEST_F(ConversionRunTest, AReportedErrorIsShownAndTheRunGoesOnWithANewConnection)
@@ -911,6 +989,20 @@ TEST_F(ConversionRunTest, AReportedErrorIsShownAndTheRunGoesOnWithANewConnection
                      L"Kopiere: lib\\a2.sldprt", L"Bearbeite Datei: lib\\Mapped\\b2.sldprt"}));
     // The second row begins at one part of two, whatever became of the first.
     EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 0, 50, 50, 100}));
+}
+
+TEST_F(ConversionRunTest, BehindAReconnectionTheNextPartsLastStepEnablesTheCancelButtonAgain)
+{
+    AddRows(3);
+    std::vector<bool> mayCancel;
+    m_application.On(kOpenDocument, [&](FakeCall& call) {
+        mayCancel.push_back(m_screen.MayCancel());
+        return mayCancel.size() == 1 ? RaiseException(L"SldWorks", L"Crash", nullptr, 0)(call)
+                                     : AnswerObject(&m_document)(call);
+    });
+    Run(false);
+    EXPECT_EQ(mayCancel, (std::vector<bool>{true, false, true}));
+    EXPECT_EQ(Marks(), "ccc");
 }
 
 TEST_F(ConversionRunTest, AnErrorIsShownWithWhatItSays)

@@ -148,6 +148,29 @@ TEST_P(ProgressFileCopyTest, NothingSetsTheFlagWhileTheButtonIsDisabled)
     EXPECT_TRUE(m_progress->IsCancelled());
 }
 
+TEST_P(ProgressFileCopyTest, TheButtonGetsTheKeyboardBackWhenItIsEnabled)
+{
+    SetActiveWindow(m_progress->m_hWnd);
+    ASSERT_EQ(GetActiveWindow(), m_progress->m_hWnd);
+    SetFocus(m_progress->GetDlgItem(IDCANCEL));
+    m_progress->EnableCancel(false);
+    // Windows may leave the focus where it is, which is no use to the user either: no key arrives there.
+    SetFocus(nullptr);
+    m_progress->EnableCancel(true);
+    EXPECT_EQ(GetFocus(), m_progress->GetDlgItem(IDCANCEL));
+}
+
+TEST_P(ProgressFileCopyTest, TheButtonTakesTheKeyboardFromNoOtherWindow)
+{
+    const HWND edit = m_owner.AddControl(L"EDIT", 1);
+    SetActiveWindow(m_owner.m_hWnd);
+    SetFocus(edit);
+    ASSERT_EQ(GetFocus(), edit);
+    m_progress->EnableCancel(false);
+    m_progress->EnableCancel(true);
+    EXPECT_EQ(GetFocus(), edit);
+}
+
 TEST_P(ProgressFileCopyTest, EnterDoesNotEndTheDialog)
 {
     m_progress->PostMessage(WM_KEYDOWN, VK_RETURN, 1);
@@ -155,20 +178,6 @@ TEST_P(ProgressFileCopyTest, EnterDoesNotEndTheDialog)
     EXPECT_TRUE(IsWindow(m_progress->m_hWnd));
     EXPECT_TRUE(IsWindowVisible(m_progress->m_hWnd));
 }
-
-// Counts what is posted to it.
-class CCountingWindow : public CPlainWindow
-{
-public:
-    int m_count = 0;
-
-protected:
-    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
-    {
-        m_count += message == WM_APP ? 1 : 0;
-        return CPlainWindow::WindowProc(message, wParam, lParam);
-    }
-};
 
 TEST_P(ProgressFileCopyTest, PumpsOneMessageAtATime)
 {

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "framework/Exception.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 
@@ -58,8 +59,15 @@ private:
     MessageListener m_before;
 };
 
+// An error of the program that no handler expects.
+class CTestException : public CException
+{
+public:
+    [[nodiscard]] std::wstring GetErrorMessage() const override { return L"Etwas ging schief"; }
+};
+
 // An empty folder of a test's own below the user's temporary folder; it goes with the object, whatever is in
-// it.
+// it. What an earlier process of the same number left there, having crashed, goes first.
 class CTempFolder
 {
 public:
@@ -68,16 +76,10 @@ public:
         static int made = 0;
         m_path = std::filesystem::temp_directory_path() /
                  (L"talvenor-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++made));
-        std::filesystem::create_directory(m_path);
+        Remove();
+        EXPECT_TRUE(std::filesystem::create_directory(m_path));
     }
-    ~CTempFolder()
-    {
-        std::error_code ignored;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_path, ignored)) {
-            ::SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
-        }
-        std::filesystem::remove_all(m_path, ignored);
-    }
+    ~CTempFolder() { Remove(); }
     CTempFolder(const CTempFolder&) = delete;
     CTempFolder& operator=(const CTempFolder&) = delete;
 
@@ -88,6 +90,15 @@ public:
     [[nodiscard]] std::wstring operator/(const std::wstring& name) const { return (m_path / name).wstring(); }
 
 private:
+    void Remove() const
+    {
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_path, ignored)) {
+            ::SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
+        }
+        std::filesystem::remove_all(m_path, ignored);
+    }
+
     std::filesystem::path m_path;
 };
 

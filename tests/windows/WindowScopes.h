@@ -150,6 +150,20 @@ private:
     }
 };
 
+// Counts the WM_APP messages that it gets.
+class CCountingWindow : public CPlainWindow
+{
+public:
+    int m_count = 0;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        m_count += message == WM_APP ? 1 : 0;
+        return CPlainWindow::WindowProc(message, wParam, lParam);
+    }
+};
+
 // Makes a window the application's main window until the end of the scope.
 class CMainWindowScope
 {

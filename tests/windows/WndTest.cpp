@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "framework/Controls.h"
-#include "framework/Exception.h"
 #include "tests/windows/TestScopes.h"
 #include "tests/windows/WindowScopes.h"
 
@@ -19,12 +18,6 @@ constexpr UINT kAsk = WM_APP + 1;
 constexpr UINT kFail = WM_APP + 2;
 constexpr int kButton = 501;
 constexpr int kOther = 502;
-
-class CTestException : public CException
-{
-public:
-    [[nodiscard]] std::wstring GetErrorMessage() const override { return L"Etwas ging schief"; }
-};
 
 // A window with a small table, whose handlers do what the test says and are noted.
 class CTableWindow : public CWnd
