@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstring>
 #include <ostream>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -169,37 +168,6 @@ TEST_P(ResourcesTest, TheIconComesInTheSizesOfTheShell)
             LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(kIcon), IMAGE_ICON, size, size, 0));
         EXPECT_NE(icon, nullptr) << size;
         DestroyIcon(icon);
-    }
-}
-
-// The character behind the single ampersand of a caption, or 0.
-wchar_t MnemonicOf(const std::wstring& caption)
-{
-    for (std::size_t i = 0; i + 1 < caption.size(); ++i) {
-        if (caption[i] == L'&') {
-            if (caption[i + 1] != L'&') {
-                return caption[i + 1];
-            }
-            ++i;
-        }
-    }
-    return 0;
-}
-
-TEST_P(ResourcesTest, NoKeyLeadsToTwoControls)
-{
-    for (const WORD dialog : {kMainDialog, kTemplateDialog, kProgressDialog, kAboutDialog}) {
-        const UniqueWindow window = Make(dialog);
-        ASSERT_NE(window, nullptr);
-        std::set<std::wstring> seen;
-        for (HWND child = GetWindow(window.get(), GW_CHILD); child != nullptr;
-             child = GetWindow(child, GW_HWNDNEXT)) {
-            std::array<wchar_t, 256> caption{};
-            GetWindowTextW(child, caption.data(), static_cast<int>(caption.size()));
-            std::wstring key(1, MnemonicOf(caption.data()));
-            CharLowerW(key.data());
-            EXPECT_TRUE(key[0] == 0 || seen.insert(key).second) << dialog << " " << caption.data();
-        }
     }
 }
 
