@@ -4,12 +4,14 @@
 
 #include <array>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "framework/Controls.h"
 #include "framework/DialogData.h"
 #include "resources/resource.h"
+#include "tests/windows/TestScopes.h"
 #include "tests/windows/WindowScopes.h"
 
 namespace {
@@ -33,6 +35,7 @@ public:
     std::wstring m_text = L"from the member";
     bool m_endAtStart = false;
     bool m_halted = false;  // takes no further steps
+    std::function<void()> m_onInit;
     int m_missingControl = 0;
 
     using CDialog::EndDialog;
@@ -57,6 +60,9 @@ protected:
         }
         SetTimer(m_hWnd, 1, kPatience, nullptr);
         PostMessage(kNextStep);
+        if (m_onInit) {
+            m_onInit();
+        }
         return focus;
     }
     void DoDataExchange(CDataExchange& exchange) override
@@ -311,6 +317,51 @@ TEST_F(DialogTest, AControlMayKeepAKeyFromTheDialog)
     EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
     EXPECT_EQ(keeper.m_kept, 1);
     EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
+}
+
+TEST_F(DialogTest, AnExceptionAtTheStartIsShownAndTheDialogGoesOn)
+{
+    CMessageRecorder messages;
+    const std::vector<std::function<void()>> failures{[] { throw CTestException(); },
+                                                      [] { throw std::runtime_error("no such thing"); }};
+    for (const auto& failure : failures) {
+        m_dialog.m_onInit = failure;
+        EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
+        EXPECT_TRUE(m_owner.IsWindowEnabled());
+        EXPECT_EQ(m_dialog.m_hWnd, nullptr);
+    }
+    EXPECT_EQ(messages.TakeTexts(), (std::vector<std::wstring>{
+                                        L"(not plain) Etwas ging schief",
+                                        L"(not plain) Unerwarteter Fehler: no such thing",
+                                    }));
+}
+
+// Fails at each key that is offered to it.
+class CKeyFailer : public CWnd
+{
+public:
+    bool PreTranslateMessage(MSG& message) override
+    {
+        if (message.message == WM_KEYDOWN) {
+            throw CTestException();
+        }
+        return CWnd::PreTranslateMessage(message);
+    }
+};
+
+TEST_F(DialogTest, AnExceptionAtAKeyIsShownAndTheKeyGoesItsWay)
+{
+    CMessageRecorder messages;
+    CKeyFailer failer;
+    m_dialog.m_steps = {[&] {
+                            m_dialog.m_edit.UnsubclassWindow();
+                            ASSERT_TRUE(failer.SubclassWindow(m_dialog.GetDlgItem(IDC_TEMPLATE_TEXT)));
+                            PressKey(failer, VK_ESCAPE);
+                        },
+                        [] {}, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
+    EXPECT_TRUE(m_owner.IsWindowEnabled());
+    EXPECT_EQ(messages.TakeTexts(), std::vector<std::wstring>{L"(not plain) Etwas ging schief"});
 }
 
 TEST_F(DialogTest, AModelessDialogLeavesItsOwnerEnabled)
