@@ -224,6 +224,24 @@ TEST_F(ConversionTableTest, ForbiddenCharactersAreReplacedAndReportedOnce)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenEnglish});
 }
 
+TEST_F(ConversionTableTest, TemplatesChangedMeanwhileCountFromTheNextAddedFilesOn)
+{
+    m_settings.SetTemplate(1, L"%3?%4");
+    m_settings.SetTemplate(2, L"%4-%3");
+    const MessageListener before = SetMessageListener([this](const MessageRequest&) {
+        m_settings.SetTemplate(1, L"%4%4");
+        m_settings.SetTemplate(2, L"other");
+        return IDOK;
+    });
+    Add({L"N_ISO_1_a.sldprt", L"N_ISO_2_b.sldprt", L"N_ISO_3_c.sldprt"});
+    SetMessageListener(before);
+    EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"2_b.sldprt", L"3_c.sldprt"}));
+    EXPECT_EQ(Column(2), (Texts{L"a-1", L"b-2", L"c-3"}));
+    Add({L"N_ISO_4_d.sldprt"});
+    EXPECT_EQ(Column(1).back(), L"dd.sldprt");
+    EXPECT_EQ(Column(2).back(), L"other");
+}
+
 TEST_F(ConversionTableTest, RunsOfDotsCollapseWithoutAMessage)
 {
     m_settings.SetTemplate(1, L"%5%3_%4...%6");

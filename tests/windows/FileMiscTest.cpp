@@ -299,6 +299,21 @@ TEST_F(CopyPartFileTest, LockedTargetIsReportedUnderTheTargetInGermanAndTheSourc
     EXPECT_TRUE(OpenOther(m_source, GENERIC_READ, 0)) << "the source is still open";
 }
 
+TEST_F(CopyPartFileTest, TheTargetIsOpenedForTheCopyAlone)
+{
+    WriteBytes(m_source, "source");
+    WriteBytes(m_target, "target");
+    const UniqueHandle other =
+        OpenOther(m_target, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(ShownByFailure(1),
+              Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Ziel-Datei \"" + m_target +
+                    L"\" konnte nicht geöffnet werden.\nError: Die Datei \"" + m_target +
+                    L"\" ist von einem anderen Programm geöffnet.\n"
+                    L"Möglicherweise ist die Datei derzeit in Verwendung."});
+    EXPECT_EQ(ReadBytes(m_target), "target");
+}
+
 TEST_F(CopyPartFileTest, ReadOnlyTargetIsReported)
 {
     if (!ReadOnlyFilesDenyWriting()) {
@@ -375,6 +390,25 @@ TEST_F(CopyPartFileTest, ReadErrorIsReportedAndLeavesWhatWasWritten)
         EXPECT_EQ(shown, Texts{text});
         EXPECT_EQ(ReadBytes(m_target), bytes);
     }
+}
+
+TEST_F(CopyPartFileTest, WriteErrorIsReported)
+{
+    m_target = L"Z:\\dev\\full";
+    if (!OpenOther(m_target, GENERIC_WRITE, 0)) {
+        GTEST_SKIP() << "skipped: only Wine's host has a device on which no space is left";
+    }
+    const std::string bytes = Pattern(5000);
+    WriteBytes(m_source, bytes);
+    EXPECT_EQ(ShownByFailure(1),
+              Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
+                    L"Schreib-/Lesefehler beim Kopieren von\n\"" +
+                    m_source + L"\" nach\n\"" + m_target + L"\".\nError: Für die Datei \"" + m_target +
+                    L"\" ist kein Speicherplatz mehr frei"});
+    EXPECT_EQ(ShownByFailure(0),
+              Texts{L"Filecopy failed!\n\nRead/write error while copying of\n\"" + m_source + L"\" to\n\"" +
+                    m_target + L"\".\nError: There is no space left for the file \"" + m_target + L"\""});
+    EXPECT_EQ(ReadBytes(m_source), bytes);
 }
 
 TEST_F(FileMiscTest, ScanListsBothKindsOfPartFilesBehindWhatIsThere)
