@@ -7,7 +7,8 @@ AcceptanceTest::AcceptanceTest() : m_server(m_temp.Path())
 
 void AcceptanceTest::TearDown()
 {
-    EXPECT_TRUE(m_server.WaitForEnd()) << "a process of the CAD server is still there";
+    EXPECT_TRUE(m_server.WaitForEnd()) << "a process of the CAD server is still there; it was asked:\n"
+                                       << testing::PrintToString(m_server.Log());
 }
 
 void AcceptanceTest::ExpectMessage(const CProgramUnderTest& program, const std::wstring& text)
@@ -30,11 +31,17 @@ void AcceptanceTest::ExpectBox(const CProgramUnderTest& program, const std::wstr
     box.Answer(answer);
 }
 
-void AcceptanceTest::ConvertToTheEnd(const CProgramUnderTest& program)
+void AcceptanceTest::ConvertToTheEnd(const CProgramUnderTest& program) const
 {
     program.Click(IDC_START);
     ExpectMessage(program, expected::kFinished.Current());
+    WaitForEndOfRun(program);
+}
+
+void AcceptanceTest::WaitForEndOfRun(const CProgramUnderTest& program) const
+{
     program.WaitForRest();
+    EXPECT_TRUE(m_server.WaitForEnd()) << "the run has not ended the CAD server";
 }
 
 std::wstring AcceptanceTest::OverwriteQuestion() const

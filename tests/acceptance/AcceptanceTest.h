@@ -32,8 +32,10 @@ protected:
     static void ExpectBox(const CProgramUnderTest& program, const std::wstring& text,
                           const std::vector<int>& buttons, int answer);
 
-    // Clicks on start and waits until the run and its last message are over.
-    static void ConvertToTheEnd(const CProgramUnderTest& program);
+    // Clicks on start and waits until a run that goes well is over.
+    void ConvertToTheEnd(const CProgramUnderTest& program) const;
+    // Waits until a run is over: only the main dialog is left, and the server has been ended.
+    void WaitForEndOfRun(const CProgramUnderTest& program) const;
 
     // The program's question before it overwrites the library's map file.
     [[nodiscard]] std::wstring OverwriteQuestion() const;

@@ -114,6 +114,7 @@ std::vector<std::string> CCadServer::Life() const
 {
     std::vector<std::string> lines = Log();
     std::erase_if(lines, [](const std::string& line) { return !line.starts_with("- "); });
+    std::ranges::stable_partition(lines, [](const std::string& line) { return line.starts_with("- start"); });
     return lines;
 }
 

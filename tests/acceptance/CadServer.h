@@ -22,7 +22,8 @@ public:
 
     // What the server was asked, a line each: fields separated by blanks, process numbers left out.
     [[nodiscard]] std::vector<std::string> Log() const;
-    // The lines of the log that tell of the server's starts and ends.
+    // The lines of the log that tell of the server's starts, and behind them those that tell of its ends: a
+    // server writes its end when the next one may have started already.
     [[nodiscard]] std::vector<std::string> Life() const;
     // Whether a line of the log contains the text.
     [[nodiscard]] bool WasAsked(const std::string& text) const;

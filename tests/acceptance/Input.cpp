@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/WaitFor.h"
 
 namespace {
 
@@ -43,20 +44,53 @@ INPUT CharacterInput(wchar_t character, DWORD flags)
     return input;
 }
 
+void MoveMouse(POINT position)
+{
+    SetCursorPos(position.x, position.y);
+    WaitFor([&] {
+        POINT mouse{};
+        return GetCursorPos(&mouse) != FALSE && mouse.x == position.x && mouse.y == position.y;
+    });
+}
+
+void Click()
+{
+    std::vector<INPUT> inputs = {MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP)};
+    Send(inputs);
+}
+
 }  // namespace
 
 void ClickAt(POINT position)
 {
-    SetCursorPos(position.x, position.y);
-    std::vector<INPUT> inputs = {MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP)};
-    Send(inputs);
+    // A second click at the same place would be taken for a double click.
+    static POINT lastPosition{};
+    static ULONGLONG lastTime = 0;
+    if (position.x == lastPosition.x && position.y == lastPosition.y) {
+        WaitFor([] { return GetTickCount64() > lastTime + GetDoubleClickTime(); });
+    }
+    MoveMouse(position);
+    Click();
+    lastPosition = position;
+    lastTime = GetTickCount64();
+}
+
+void DoubleClickAt(POINT position)
+{
+    MoveMouse(position);
+    Click();
+    Click();
 }
 
 void ClickOn(HWND control)
 {
     RECT place{};
     GetWindowRect(control, &place);
-    ClickAt({(place.left + place.right) / 2, (place.top + place.bottom) / 2});
+    const POINT middle{(place.left + place.right) / 2, (place.top + place.bottom) / 2};
+    // A window that has just been opened may still lie under another one.
+    const HWND window = GetAncestor(control, GA_ROOT);
+    WaitFor([&] { return GetAncestor(WindowFromPoint(middle), GA_ROOT) == window; });
+    ClickAt(middle);
 }
 
 void PressKeys(std::initializer_list<int> keys)

@@ -8,10 +8,13 @@
 // Mouse and keyboard as a person uses them: what is done goes to the window that is under the mouse, and to
 // the one that has the focus. All return at once; the program acts when it gets to it.
 
-// Clicks the left button at a position of the screen.
+// Clicks the left button once at a position of the screen.
 void ClickAt(POINT position);
 
-// Clicks the left button in the middle of a control.
+// Clicks the left button twice at a position of the screen.
+void DoubleClickAt(POINT position);
+
+// Clicks the left button in the middle of a control, once no other window covers it.
 void ClickOn(HWND control);
 
 // Presses the keys one after the other and releases them in reverse order: {VK_MENU, 'T'} is Alt+T.

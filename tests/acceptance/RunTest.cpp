@@ -109,7 +109,7 @@ TEST_F(RunTest, CopiesRecordsAndWritesBomNames)
     EXPECT_EQ(FALSE, IsWindowEnabled(program.MainWindow()));
     EXPECT_NE(nullptr, program.ProgressDialog());
     ExpectMessage(program, expected::kFinished.Current());
-    program.WaitForRest();
+    WaitForEndOfRun(program);
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
 
     ExpectCopy(L"N_ISO_4017_M10x50.sldprt", L"N_ISO_4017_M10x50.changed.sldprt",
@@ -126,7 +126,6 @@ TEST_F(RunTest, CopiesRecordsAndWritesBomNames)
                     IsoRow(L"7089", L"10", Mark::converted)}),
               program.List().Rows());
 
-    ASSERT_TRUE(m_server.WaitForEnd());
     Lines calls = {"- start version=30", "1 application 11 method I4=1999250"};
     Append(calls, LinesForPart(2, LoggedCopy(L"N_ISO_4017_M10x50.changed.sldprt"),
                                "N_ISO_4017_M10x50.changed.sldprt", WithBomNames("4017", {L"Standard"})));
@@ -155,7 +154,7 @@ TEST_F(RunTest, FillsThePlaceholdersThatAMapFileHolds)
     program.Click(IDC_START);
     ExpectQuestion(program, OverwriteQuestion(), IDYES);
     ExpectMessage(program, expected::kFinished.Current());
-    program.WaitForRest();
+    WaitForEndOfRun(program);
     ExpectCopy(L"N_912_M8__A2__70__.sldprt", L"a.sldprt", {{L"kurz", true, L"912|kurz|912|M8|%5|%6|A2|70"}});
     ExpectCopy(L"N_ISO_4017_M8.sldprt", L"b.sldprt", {{L"lang", true, L"|lang|4017|M8||"}});
     // Nothing is left of the third: its part keeps its own BOM entry.
@@ -174,7 +173,7 @@ TEST_F(RunTest, CopiesOnlyWithoutTheCadSystem)
     CMessageBoxOnScreen::WaitForOne(program.ProcessId());
     EXPECT_EQ(FALSE, IsWindowEnabled(GetDlgItem(program.ProgressDialog(), IDCANCEL)));
     ExpectMessage(program, expected::kFinished.Current());
-    program.WaitForRest();
+    WaitForEndOfRun(program);
     for (const std::wstring name : {L"N_ISO_4017_M8", L"N_ISO_4032_M8"}) {
         EXPECT_EQ(ReadBytes(m_library.Part(name + L".sldprt")),
                   ReadBytes(m_library.Copy(name + L".changed.sldprt")));
@@ -197,12 +196,12 @@ TEST_F(RunTest, StartsWithTheKeyboard)
     program.Focus(IDC_LIST);
     PressKeys({VK_MENU, MnemonicOf(program.Control(IDC_START))});
     ExpectMessage(program, expected::kFinished.Current());
-    program.WaitForRest();
+    WaitForEndOfRun(program);
     EXPECT_TRUE(PathExists(m_library.Copy(L"N_ISO_4017_M8.changed.sldprt")));
     program.Focus(IDC_LIST);
     PressKeys({VK_RETURN});  // start is the default button
     ExpectQuestion(program, OverwriteQuestion(), IDNO);
-    program.WaitForRest();
+    WaitForEndOfRun(program);
 }
 
 TEST_F(RunTest, RecordsConvertedRowsAgainWithoutCopyingThem)
@@ -220,13 +219,13 @@ TEST_F(RunTest, RecordsConvertedRowsAgainWithoutCopyingThem)
 
     program.Click(IDC_START);
     ExpectQuestion(program, OverwriteQuestion(), IDNO);
-    program.WaitForRest();
+    WaitForEndOfRun(program);
     EXPECT_EQ("old", m_library.MapFileBytes());
 
     program.Click(IDC_START);
     ExpectQuestion(program, OverwriteQuestion(), IDYES);
     ExpectMessage(program, expected::kFinished.Current());
-    program.WaitForRest();
+    WaitForEndOfRun(program);
     EXPECT_EQ(map, m_library.MapFileBytes());
     EXPECT_EQ("changed by hand", ReadBytes(copy.wstring()));
     EXPECT_TRUE(IsReadOnly(copy.wstring()));
@@ -244,7 +243,7 @@ TEST_F(RunTest, MakesTheMappedFolderEvenWhenTheAnswerIsNo)
     CMessageBoxOnScreen::WaitForOne(program.ProcessId());
     std::filesystem::remove_all(m_library.MappedPath());
     ExpectQuestion(program, OverwriteQuestion(), IDNO);
-    program.WaitForRest();
+    WaitForEndOfRun(program);
     EXPECT_TRUE(std::filesystem::is_directory(m_library.MappedPath()));
     EXPECT_TRUE(std::filesystem::is_empty(m_library.MappedPath()));
     EXPECT_EQ(Lines{}, m_server.Log());
@@ -263,7 +262,6 @@ TEST_F(RunTest, StartsTheChosenVersion)
     PressKeys({VK_UP});
     program.WaitForText(IDC_VERSION, L"2017");
     ConvertToTheEnd(program);
-    ASSERT_TRUE(m_server.WaitForEnd());
     EXPECT_EQ((Lines{"- start version=25", "- end reason=asked open="}), m_server.Life());
 }
 
@@ -296,7 +294,6 @@ TEST_F(RunTest, WorksOnWithOddDocuments)
     for (const RowOnScreen& row : program.List().Rows()) {
         EXPECT_EQ(Mark::converted, row.mark) << row;
     }
-    ASSERT_TRUE(m_server.WaitForEnd());
     const auto open = [&](const std::string& name, int code, const std::string& outcome) {
         return "application 99 method BSTR=" + LoggedCopy(L"") + name +
                " I4=1 BOOL=0 BOOL=0 BOOL=-1 I4&=" + std::to_string(code) + " " + outcome;
