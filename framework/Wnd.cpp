@@ -168,12 +168,16 @@ void CWnd::DoDataExchange(CDataExchange&) {}
 
 LRESULT CWnd::Default()
 {
+    return DefaultWindowProc(m_current.message, m_current.wParam, m_current.lParam);
+}
+
+LRESULT CWnd::DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam)
+{
     const auto binding = Bindings().find(m_hWnd);
     if (binding == Bindings().end()) {
         return 0;  // the handler has destroyed the window
     }
-    return CallWindowProcW(binding->second.previous, m_hWnd, m_current.message, m_current.wParam,
-                           m_current.lParam);
+    return CallWindowProcW(binding->second.previous, m_hWnd, message, wParam, lParam);
 }
 
 std::wstring CWnd::TextOf(HWND window)

@@ -101,6 +101,9 @@ protected:
     // Does with the message in hand what the window's own class does with it.
     LRESULT Default();
 
+    // The same for a message of the caller's choice.
+    LRESULT DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam);
+
 private:
     static void ReportException();
     static LRESULT CALLBACK SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);

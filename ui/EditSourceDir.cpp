@@ -1,5 +1,14 @@
 #include "ui/EditSourceDir.h"
 
+#include <array>
+
+const MessageMap* CEditSourceDir::GetMessageMap() const
+{
+    static constexpr std::array kEntries{OnMessage<&CEditSourceDir::OnGetDlgCode>(WM_GETDLGCODE)};
+    static const MessageMap kMap{CEdit::GetMessageMap(), kEntries};
+    return &kMap;
+}
+
 bool CEditSourceDir::PreTranslateMessage(MSG& message)
 {
     const bool keep =
@@ -8,4 +17,11 @@ bool CEditSourceDir::PreTranslateMessage(MSG& message)
         DispatchMessageW(&message);
     }
     return keep || CEdit::PreTranslateMessage(message);
+}
+
+// An edit that learns here of the key in hand takes itself for part of a dialog, and may then press the
+// default button on Enter of its own accord.
+LRESULT CEditSourceDir::OnGetDlgCode(WPARAM wParam, LPARAM)
+{
+    return DefaultWindowProc(WM_GETDLGCODE, wParam, 0);
 }

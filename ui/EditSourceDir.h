@@ -8,4 +8,10 @@ class CEditSourceDir : public CEdit
 {
 public:
     bool PreTranslateMessage(MSG& message) override;
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override;
+
+private:
+    LRESULT OnGetDlgCode(WPARAM wParam, LPARAM lParam);
 };
