@@ -31,6 +31,18 @@ void AcceptanceTest::ExpectBox(const CProgramUnderTest& program, const std::wstr
     box.Answer(answer);
 }
 
+HWND AcceptanceTest::WaitForPicker(const CProgramUnderTest& program)
+{
+    const HWND picker = WaitFor([&] {
+        const std::vector<HWND> windows = TopWindowsOf(program.ProcessId());
+        return !windows.empty() && TextOf(windows[0]) == expected::kAddParts.Current() ? windows[0] : nullptr;
+    });
+    if (picker == nullptr) {
+        throw CNotOnScreen(L"the file dialog", program.ProcessId());
+    }
+    return picker;
+}
+
 void AcceptanceTest::ConvertToTheEnd(const CProgramUnderTest& program) const
 {
     program.Click(IDC_START);

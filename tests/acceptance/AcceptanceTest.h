@@ -32,6 +32,9 @@ protected:
     static void ExpectBox(const CProgramUnderTest& program, const std::wstring& text,
                           const std::vector<int>& buttons, int answer);
 
+    // Waits for the program's file dialog; throws CNotOnScreen when it does not come.
+    static HWND WaitForPicker(const CProgramUnderTest& program);
+
     // Clicks on start and waits until a run that goes well is over.
     void ConvertToTheEnd(const CProgramUnderTest& program) const;
     // Waits until a run is over: only the main dialog is left, and the server has been ended.

@@ -27,6 +27,11 @@ inline constexpr Text kChangeFolder{
     L"Wenn JA, dann werden alle Normteillisteneinträge im Fenster verworfen.",
     L"Do you really want to change the standard part folder?\n\n"
     L"If YES, then all standard part entries are removed from list."};
+inline constexpr Text kAddFromOtherFolder{
+    L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle bisherigen "
+    L"Normteillisteneinträge im Fenster verworfen\nund die neu ausgewählten eingefügt.",
+    L"Do you really want to change the standard part folder?\n\nIf YES, then all previous selected standard "
+    L"part entries are removed from list\nand the new selections are inserted."};
 inline constexpr Text kNoSuchFolder{L"Das Quellverzeichnis existiert nicht!\nBitte Eingabe korrigieren.",
                                     L"The source directory does not exist!\nPlease check input."};
 inline constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",

@@ -53,12 +53,6 @@ void MoveMouse(POINT position)
     });
 }
 
-void Click()
-{
-    std::vector<INPUT> inputs = {MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP)};
-    Send(inputs);
-}
-
 }  // namespace
 
 void ClickAt(POINT position)
@@ -70,16 +64,10 @@ void ClickAt(POINT position)
         WaitFor([] { return GetTickCount64() > lastTime + GetDoubleClickTime(); });
     }
     MoveMouse(position);
-    Click();
+    std::vector<INPUT> inputs = {MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP)};
+    Send(inputs);
     lastPosition = position;
     lastTime = GetTickCount64();
-}
-
-void DoubleClickAt(POINT position)
-{
-    MoveMouse(position);
-    Click();
-    Click();
 }
 
 void ClickOn(HWND control)
@@ -87,9 +75,11 @@ void ClickOn(HWND control)
     RECT place{};
     GetWindowRect(control, &place);
     const POINT middle{(place.left + place.right) / 2, (place.top + place.bottom) / 2};
-    // A window that has just been opened may still lie under another one.
+    // A window that has just been opened may still lie under another one. The system asks the window itself
+    // what is at the point, and a program in the middle of a call does not answer: so no long wait for it.
+    constexpr DWORD kOpening = 300;  // milliseconds
     const HWND window = GetAncestor(control, GA_ROOT);
-    WaitFor([&] { return GetAncestor(WindowFromPoint(middle), GA_ROOT) == window; });
+    WaitFor([&] { return GetAncestor(WindowFromPoint(middle), GA_ROOT) == window; }, kOpening);
     ClickAt(middle);
 }
 

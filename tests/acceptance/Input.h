@@ -11,9 +11,6 @@
 // Clicks the left button once at a position of the screen.
 void ClickAt(POINT position);
 
-// Clicks the left button twice at a position of the screen.
-void DoubleClickAt(POINT position);
-
 // Clicks the left button in the middle of a control, once no other window covers it.
 void ClickOn(HWND control);
 

@@ -2,12 +2,17 @@
 #include <windows.h>
 
 #include <objbase.h>
+#include <shellapi.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
 #include <string_view>
 
 #include "framework/Language.h"
 #include "tests/acceptance/CadServer.h"
+#include "tests/cadserver/TextFile.h"
 
 namespace {
 
@@ -19,12 +24,30 @@ public:
     void TearDown() override { UnregisterCadServer(); }
 };
 
+// Appends the path of a document to a file, when the command line says so: --note-document FILE DOCUMENT. The
+// help test has documents opened with this.
+bool NoteDocument()
+{
+    int count = 0;
+    const std::unique_ptr<LPWSTR, decltype(&LocalFree)> words(CommandLineToArgvW(GetCommandLineW(), &count),
+                                                              &LocalFree);
+    if (count != 4 || std::wstring_view(words.get()[1]) != L"--note-document") {
+        return false;
+    }
+    std::ofstream(std::filesystem::path(words.get()[2]), std::ios::binary | std::ios::app)
+        << ToUtf8(words.get()[3]) << '\n';
+    return true;
+}
+
 }  // namespace
 
 // TALVENOR_TEST_LANGUAGE (german, the default, or english) says in which language the program under test
 // speaks.
 int main(int argc, char** argv)
 {
+    if (NoteDocument()) {
+        return 0;
+    }
     testing::InitGoogleTest(&argc, argv);
     const char* language = std::getenv("TALVENOR_TEST_LANGUAGE");
     g_nLanguage = language != nullptr && std::string_view(language) == "english" ? 0 : 1;

@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "tests/acceptance/AcceptanceTest.h"
+#include "tests/acceptance/OwnFolder.h"
 
 namespace {
 
@@ -57,6 +58,21 @@ protected:
         program.WaitForRest();
     }
 
+    // Opens the file dialog and chooses a file by typing its path.
+    static void AddByPath(const CProgramUnderTest& program, const std::wstring& path)
+    {
+        program.Click(IDC_ADD);
+        const HWND picker = WaitForPicker(program);
+        const HWND name = WaitFor([&] { return NameEditOf(picker); });
+        if (name == nullptr) {
+            throw CNotOnScreen(L"the file name in the file dialog", program.ProcessId());
+        }
+        TypeText(path);  // over the file name, which is selected
+        WaitFor([&] { return TextOf(name) == path; });
+        EXPECT_EQ(path, TextOf(name));
+        PressKeys({VK_RETURN});
+    }
+
     // The text of the folder edit with its selection, as a person sees it.
     static void ExpectFolderSelected(const CProgramUnderTest& program, const std::wstring& text)
     {
@@ -65,6 +81,14 @@ protected:
         const auto range = Ask(program.Control(IDC_SOURCE_DIR), EM_GETSEL);
         EXPECT_EQ(0, LOWORD(range));
         EXPECT_EQ(text.size(), HIWORD(range));
+    }
+
+    // The edit of a file dialog, once it has the focus.
+    static HWND NameEditOf(HWND picker)
+    {
+        const HWND focus = FocusOf(picker);
+        const bool found = IsChild(picker, focus) != FALSE && ClassOf(focus).compare(L"Edit") == 0;
+        return found ? focus : nullptr;
     }
 
     static constexpr DWORD kReactionTime = 5'000;  // milliseconds
@@ -260,6 +284,43 @@ TEST_F(MainDialogTest, ShowsTheMapFileOnDemand)
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
 }
 
+TEST_F(MainDialogTest, AddsChosenFilesOfTheFolder)
+{
+    AddThreeParts();
+    WriteThreeRecords();
+    const CProgramUnderTest program;
+    AddByPath(program, m_library.Part(L"N_ISO_4017_M6.sldprt"));
+    Rows rows = ThreeRecords(Mark::converted);
+    rows.insert(rows.begin(), ThreeRows()[1]);
+    WaitForRows(program, rows);
+    WaitForCaption(program, expected::kMapView.Current() + expected::kListChanged.Current());
+    // A file that is there already is not added again.
+    AddByPath(program, m_library.Part(L"N_ISO_4017_M6.sldprt"));
+    program.WaitForRest();
+    EXPECT_EQ(rows, program.List().Rows());
+}
+
+TEST_F(MainDialogTest, ChangesToTheFolderOfChosenFilesWhenTheAnswerIsYes)
+{
+    AddThreeParts();
+    const CTestLibrary other;
+    other.AddPart(L"N_ISO_4032_M8.sldprt", {L"x"});
+    const CProgramUnderTest program;
+    AddByPath(program, other.Part(L"N_ISO_4032_M8.sldprt"));
+    ExpectQuestion(program, expected::kAddFromOtherFolder.Current(), IDNO);
+    program.WaitForRest();
+    EXPECT_EQ(ThreeRows(), program.List().Rows());
+    EXPECT_EQ(m_library.Path(), program.ControlText(IDC_SOURCE_DIR));
+    EXPECT_FALSE(PathExists(other.MappedPath()));
+    AddByPath(program, other.Part(L"N_ISO_4032_M8.sldprt"));
+    ExpectQuestion(program, expected::kAddFromOtherFolder.Current(), IDYES);
+    program.WaitForText(IDC_MAPPED_DIR, other.MappedPath());
+    EXPECT_EQ(other.Path(), program.ControlText(IDC_SOURCE_DIR));
+    EXPECT_EQ((Rows{IsoRow(L"4032", L"M8", Mark::pending)}), program.List().Rows());
+    EXPECT_TRUE(std::filesystem::is_directory(other.MappedPath()));
+    EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
+}
+
 TEST_F(MainDialogTest, OffersTheInstalledVersions)
 {
     const CProgramUnderTest program;
@@ -272,23 +333,83 @@ TEST_F(MainDialogTest, OffersTheInstalledVersions)
     program.WaitForText(IDC_VERSION, L"2017");
 }
 
-TEST_F(MainDialogTest, EditsACellInPlace)
+// Makes documents with the extension "pdf" open with the tests' own program, which notes their paths in a
+// file.
+class CDocumentViewer
 {
-    WriteThreeRecords();
+public:
+    explicit CDocumentViewer(std::wstring noteFile) : m_noteFile(std::move(noteFile)), m_before(Read())
+    {
+        Write(kExtension, kClass);
+        Write(
+            std::wstring(kClass) + L"\\shell\\open\\command",
+            L"\"" + OwnFolder() + L"\\acceptance_tests.exe\" --note-document \"" + m_noteFile + L"\" \"%1\"");
+    }
+    ~CDocumentViewer()
+    {
+        Write(kExtension, m_before);
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, (std::wstring(kClasses) + kClass).c_str());
+    }
+    CDocumentViewer(const CDocumentViewer&) = delete;
+    CDocumentViewer& operator=(const CDocumentViewer&) = delete;
+
+    // On Windows a user's own choice of program comes before everything that is registered.
+    static bool IsOverruled()
+    {
+        return RegGetValueW(
+                   HKEY_CURRENT_USER,
+                   L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\.pdf\\UserChoice",
+                   L"ProgId", RRF_RT_REG_SZ, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+    }
+
+    // The documents opened so far.
+    [[nodiscard]] std::vector<std::wstring> Opened() const
+    {
+        return PathExists(m_noteFile) ? ReadLines(m_noteFile) : std::vector<std::wstring>();
+    }
+
+private:
+    static constexpr const wchar_t* kClasses = L"SOFTWARE\\Classes\\";
+    static constexpr const wchar_t* kExtension = L".pdf";
+    static constexpr const wchar_t* kClass = L"TalvenorTestDocument";
+
+    static std::wstring Read()
+    {
+        wchar_t text[256] = L"";
+        DWORD bytes = sizeof text;
+        RegGetValueW(HKEY_LOCAL_MACHINE, (std::wstring(kClasses) + kExtension).c_str(), nullptr,
+                     RRF_RT_REG_SZ, nullptr, text, &bytes);
+        return text;
+    }
+    static void Write(const std::wstring& key, const std::wstring& text)
+    {
+        RegSetKeyValueW(HKEY_LOCAL_MACHINE, (kClasses + key).c_str(), nullptr, REG_SZ, text.c_str(),
+                        static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+    }
+
+    std::wstring m_noteFile;
+    std::wstring m_before;
+};
+
+TEST_F(MainDialogTest, OpensTheHelpDocumentWithItsProgram)
+{
+    if (CDocumentViewer::IsOverruled()) {
+        GTEST_SKIP() << "the user has chosen a program for documents of this kind";
+    }
+    const std::wstring document =
+        m_temp /
+        Text{L"Manuals\\ger\\Zelmar_Talvenor_Hilfe.pdf", L"Manuals\\us\\Zelmar_Talvenor_Hilfe.pdf"}.Current();
+    std::filesystem::create_directories(std::filesystem::path(document).parent_path());
+    WriteBytes(document, "help");
+    m_registry.SetProgramFolder(m_temp.Path());
+    const CDocumentViewer viewer(m_temp / L"opened.txt");
     const CProgramUnderTest program;
-    const POINT cell = program.List().CellPosition(1, 2);
-    ClickAt(cell);  // only a row that has the focus is edited
-    WaitForSelection(program, {1});
-    DoubleClickAt(cell);
-    const HWND list = program.Control(IDC_LIST);
-    ASSERT_TRUE(WaitFor([&] { return GetParent(FocusOf(list)) == list; }, kReactionTime)) << "no cell editor";
-    TypeText(L"Schraube");
-    PressKeys({VK_RETURN});
-    Rows rows = ThreeRecords(Mark::pending);
-    rows[1].bomName = L"Schraube";
-    WaitForRows(program, rows);
-    WaitForCaption(program, expected::kMapView.Current() + expected::kListChanged.Current());
-    EXPECT_TRUE(program.IsAtRest());
+    program.Click(IDC_HELP_BUTTON);
+    WaitFor([&] { return viewer.Opened().size() == 1; });
+    EXPECT_EQ((std::vector{document}), viewer.Opened());
+    PressKeys({VK_F1});
+    WaitFor([&] { return viewer.Opened().size() == 2; });
+    EXPECT_EQ((std::vector{document, document}), viewer.Opened());
 }
 
 TEST_F(MainDialogTest, ShowsItsAboutBox)

@@ -1,5 +1,6 @@
 #include "tests/acceptance/ProgramUnderTest.h"
 
+#include "framework/Language.h"
 #include "resources/resource.h"
 #include "tests/acceptance/Input.h"
 #include "tests/acceptance/OtherWindows.h"
@@ -10,7 +11,8 @@
 CProgramUnderTest::CProgramUnderTest(const std::wstring& workingFolder)
 {
     const std::wstring folder = OwnFolder();
-    std::wstring commandLine = L"\"" + folder + L"\\talvenor.exe\"";
+    const Text program{L"talvenor_german.exe", L"talvenor_english.exe"};
+    std::wstring commandLine = L"\"" + folder + L"\\" + program.Current() + L"\"";
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};

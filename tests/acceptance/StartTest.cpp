@@ -87,11 +87,7 @@ TEST_F(StartTest, AsksForFilesWhenTheRegistryNamesNoFolder)
     const CZelmarRegistry empty;
     const CProgramUnderTest program;
     ExpectMessage(program, expected::kNoPartsFolder.Current());
-    const HWND picker = WaitFor([&] {
-        const std::vector<HWND> windows = TopWindowsOf(program.ProcessId());
-        return !windows.empty() && TextOf(windows[0]) == expected::kAddParts.Current() ? windows[0] : nullptr;
-    });
-    ASSERT_NE(nullptr, picker) << ToUtf8(DescribeScreen(program.ProcessId()));
+    const HWND picker = WaitForPicker(program);
     EXPECT_EQ(L"c:\\", program.ControlText(IDC_SOURCE_DIR));
     EXPECT_EQ(L"c:\\Mapped", program.ControlText(IDC_MAPPED_DIR));
     ClickOn(GetDlgItem(picker, IDCANCEL));
