@@ -128,22 +128,6 @@ private:
     HHOOK m_hook;
 };
 
-// Makes a folder the working folder until the end of the scope.
-class CWorkingFolderScope
-{
-public:
-    explicit CWorkingFolderScope(const std::wstring& folder) : m_before(std::filesystem::current_path())
-    {
-        std::filesystem::current_path(folder);
-    }
-    ~CWorkingFolderScope() { std::filesystem::current_path(m_before); }
-    CWorkingFolderScope(const CWorkingFolderScope&) = delete;
-    CWorkingFolderScope& operator=(const CWorkingFolderScope&) = delete;
-
-private:
-    std::filesystem::path m_before;
-};
-
 class ConversionRunTest : public testing::Test, protected CConversionView
 {
 protected:

@@ -102,6 +102,22 @@ private:
     std::filesystem::path m_path;
 };
 
+// Makes a folder the working folder until the end of the scope.
+class CWorkingFolderScope
+{
+public:
+    explicit CWorkingFolderScope(const std::wstring& folder) : m_before(std::filesystem::current_path())
+    {
+        std::filesystem::current_path(folder);
+    }
+    ~CWorkingFolderScope() { std::filesystem::current_path(m_before); }
+    CWorkingFolderScope(const CWorkingFolderScope&) = delete;
+    CWorkingFolderScope& operator=(const CWorkingFolderScope&) = delete;
+
+private:
+    std::filesystem::path m_before;
+};
+
 // Makes or overwrites a file with these bytes.
 inline void WriteBytes(const std::wstring& path, const std::string& bytes)
 {

@@ -1,0 +1,1204 @@
+#include "ui/TalvenorDlg.h"
+
+#include <dlgs.h>
+#include <gtest/gtest.h>
+#include <shlobj.h>
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "framework/Handles.h"
+#include "resources/resource.h"
+#include "tests/windows/FakeAutomation.h"
+#include "tests/windows/FakeClasses.h"
+#include "tests/windows/TestScopes.h"
+#include "tests/windows/WindowScopes.h"
+
+// The main dialog in the process of the test, run modally in both languages and worked as a user works it.
+
+namespace {
+
+using Texts = std::vector<std::wstring>;
+
+constexpr UINT kWork = WM_APP + 1;
+constexpr DISPID kExit = 6;
+constexpr DISPID kDateCode = 11;
+constexpr DISPID kOpenDocument = 99;
+const std::wstring kLibraryKey = L"\\input";
+const std::wstring kTemplateKey = L"\\Tools\\Talvenor";
+constexpr char kMapHeader[] = "; Datei: x\r\n; y\r\n; z\r\n\r\n";
+
+struct Language
+{
+    int flag;
+    const wchar_t* library;
+};
+
+void PrintTo(const Language& language, std::ostream* stream)
+{
+    *stream << (language.flag != 0 ? "German" : "English");
+}
+
+// The product's settings below a hive: none until the end of the scope, then those of before again.
+class CProductSettingsScope
+{
+public:
+    explicit CProductSettingsScope(HKEY hive) : m_hive(hive), m_hadSettings(Move(kProduct, kAside)) {}
+    ~CProductSettingsScope()
+    {
+        RegDeleteTreeW(m_hive, kProduct.c_str());
+        if (m_hadSettings) {
+            Move(kAside, kProduct);
+        }
+    }
+    CProductSettingsScope(const CProductSettingsScope&) = delete;
+    CProductSettingsScope& operator=(const CProductSettingsScope&) = delete;
+
+    // False when this process may not write there.
+    bool Set(const std::wstring& key, const std::wstring& value, const std::wstring& text) const
+    {
+        const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+        return RegSetKeyValueW(m_hive, (kProduct + key).c_str(), value.c_str(), REG_SZ, text.c_str(), size) ==
+               ERROR_SUCCESS;
+    }
+
+    void Remove(const std::wstring& key, const std::wstring& value) const
+    {
+        EXPECT_EQ(RegDeleteKeyValueW(m_hive, (kProduct + key).c_str(), value.c_str()), ERROR_SUCCESS);
+    }
+
+private:
+    // False when there is nothing to move.
+    bool Move(const std::wstring& from, const std::wstring& to) const
+    {
+        HKEY key = nullptr;
+        if (RegOpenKeyExW(m_hive, from.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
+            return false;
+        }
+        const UniqueKey source(key);
+        if (RegCreateKeyExW(m_hive, to.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) !=
+            ERROR_SUCCESS) {
+            return false;
+        }
+        const UniqueKey target(key);
+        return RegCopyTreeW(source.get(), nullptr, target.get()) == ERROR_SUCCESS &&
+               RegDeleteTreeW(m_hive, from.c_str()) == ERROR_SUCCESS;
+    }
+
+    inline static const std::wstring kProduct = L"SOFTWARE\\Zelmar";
+    const std::wstring kAside =
+        L"SOFTWARE\\Zelmar, set aside by test " + std::to_wstring(GetCurrentProcessId());
+
+    HKEY m_hive;
+    bool m_hadSettings;
+};
+
+// The main dialog, which has a test work it as soon as it runs.
+class CWorkedDialog : public CTalvenorDlg
+{
+public:
+    std::function<void()> m_work;
+
+protected:
+    bool OnInitDialog() override
+    {
+        const bool focus = CTalvenorDlg::OnInitDialog();
+        PostMessage(kWork);
+        return focus;
+    }
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        if (message != kWork) {
+            return CTalvenorDlg::WindowProc(message, wParam, lParam);
+        }
+        m_work();
+        return 0;
+    }
+};
+
+// All windows below a window.
+std::vector<HWND> Descendants(HWND window)
+{
+    std::vector<HWND> found;
+    EnumChildWindows(
+        window,
+        [](HWND child, LPARAM list) -> BOOL {
+            reinterpret_cast<std::vector<HWND>*>(list)->push_back(child);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&found));
+    return found;
+}
+
+bool IsOfClass(HWND window, const wchar_t* windowClass)
+{
+    std::array<wchar_t, 64> name{};
+    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return lstrcmpiW(name.data(), windowClass) == 0;
+}
+
+// Whether the text stands on one of the windows below, or is a choice of one.
+bool Shows(HWND window, const std::wstring& text)
+{
+    for (const HWND child : Descendants(window)) {
+        const bool isChoice =
+            IsOfClass(child, WC_COMBOBOXW) && SendMessageW(child, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1),
+                                                           reinterpret_cast<LPARAM>(text.c_str())) != CB_ERR;
+        if (isChoice || CWnd::TextOf(child) == text) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// A user who works the dialogs that open above the main dialog, until the end of the scope. A dialog that
+// stays open all the same is cancelled after a while.
+class CDialogUser
+{
+public:
+    explicit CDialogUser(std::function<void(HWND)> work) : m_work(std::move(work)) {}
+    CDialogUser(const CDialogUser&) = delete;
+    CDialogUser& operator=(const CDialogUser&) = delete;
+
+    int m_opened = 0;  // dialogs seen
+
+private:
+    static constexpr UINT kInterval = 30;  // milliseconds
+    static constexpr int kPatience = 300;  // looks at one dialog
+
+    // The dialog on top, other than the main and the progress dialog; or null.
+    static HWND Find()
+    {
+        HWND found = nullptr;
+        EnumThreadWindows(
+            GetCurrentThreadId(),
+            [](HWND window, LPARAM place) -> BOOL {
+                const bool isIt = IsOfClass(window, L"#32770") && IsWindowVisible(window) != FALSE &&
+                                  GetDlgItem(window, IDC_PROGRESS_FILE) == nullptr &&
+                                  GetDlgItem(window, IDC_STATUS_FRAME) == nullptr;
+                *reinterpret_cast<HWND*>(place) = isIt ? window : nullptr;
+                return isIt ? FALSE : TRUE;
+            },
+            reinterpret_cast<LPARAM>(&found));
+        return found;
+    }
+
+    void Look()
+    {
+        const HWND dialog = Find();
+        if (dialog == nullptr) {
+            m_current = nullptr;
+            return;
+        }
+        if (dialog != m_current) {
+            m_current = dialog;
+            m_looks = 0;
+            ++m_opened;
+            m_work(dialog);
+        } else if (++m_looks == kPatience) {
+            ADD_FAILURE() << "a dialog stays open";
+            PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+        }
+    }
+
+    std::function<void(HWND)> m_work;
+    HWND m_current = nullptr;
+    int m_looks = 0;
+    CTimerScope m_timer{kInterval, [this] { Look(); }};
+};
+
+void Cancel(HWND dialog)
+{
+    PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+}
+
+// Types into the system's file dialog and presses its default button; cancels it when there is nothing to
+// type.
+void PickFiles(HWND dialog, const std::wstring& names)
+{
+    for (const HWND child : Descendants(dialog)) {
+        const int id = GetDlgCtrlID(child);
+        if (IsOfClass(child, WC_EDITW) && (id == edt1 || id == cmb13)) {
+            SendMessageW(child, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(names.c_str()));
+        }
+    }
+    PostMessageW(dialog, WM_COMMAND, names.empty() ? IDCANCEL : IDOK, 0);
+}
+
+class TalvenorDlgTest : public testing::TestWithParam<Language>
+{
+protected:
+    TalvenorDlgTest()
+    {
+        std::filesystem::create_directory(m_parts);
+        m_user.Set(kTemplateKey, L"Template Text Column 1", L"%3_%4");
+        m_user.Set(kTemplateKey, L"Template Text Column 2", L"%4-%3");
+    }
+
+    void SetUp() override
+    {
+        if (!m_machine.Set(kLibraryKey, L"prg", m_folder / L"prg")) {
+            GTEST_SKIP() << "skipped: this process may not write the machine's settings";
+        }
+        SetPartsFolder(m_parts);
+    }
+
+    // The text of the language at hand.
+    [[nodiscard]] static std::wstring In(const wchar_t* german, const wchar_t* english)
+    {
+        return GetParam().flag != 0 ? german : english;
+    }
+
+    void SetPartsFolder(const std::wstring& folder) const
+    {
+        EXPECT_TRUE(m_machine.Set(kLibraryKey, L"parts", folder));
+    }
+    void AddPart(const std::wstring& name) const { WriteBytes(m_parts + L"\\" + name, "part"); }
+    // Three parts, without a map file: in the list with the new names 1_a.sldprt, 2_b.sldprt and 3_c.sldprt.
+    void AddThreeParts() const
+    {
+        for (const wchar_t* const name : {L"N_ISO_1_a.sldprt", L"N_ISO_2_b.sldprt", L"N_ISO_3_c.sldprt"}) {
+            AddPart(name);
+        }
+    }
+    void WriteMapFile(const std::string& records) const
+    {
+        std::filesystem::create_directory(m_parts + L"\\Mapped");
+        WriteBytes(m_mapFile, kMapHeader + records);
+    }
+    [[nodiscard]] std::wstring MakeOtherFolder() const
+    {
+        const std::wstring folder = m_folder / L"other";
+        std::filesystem::create_directory(folder);
+        WriteBytes(folder + L"\\N_ISO_8_x.sldprt", "part");
+        WriteBytes(folder + L"\\N_ISO_9_y.sldprt", "part");
+        return folder;
+    }
+
+    // Runs the dialog, has it worked and closes it with its button.
+    void Run(const std::function<void()>& work)
+    {
+        CWorkedDialog dialog;
+        const CMainWindowScope mainWindow(&dialog);
+        dialog.m_work = [&] {
+            m_dialog = &dialog;
+            DrainMessages();
+            work();
+            Press(IDCANCEL);
+        };
+        EXPECT_EQ(dialog.DoModal(), IDCANCEL);
+        m_dialog = nullptr;
+    }
+
+    [[nodiscard]] HWND Item(int id) const { return m_dialog->GetDlgItem(id); }
+    [[nodiscard]] std::wstring TextOf(int id) const { return m_dialog->GetDlgItemText(id); }
+    [[nodiscard]] CConvList& List() const
+    {
+        return dynamic_cast<CConvList&>(*CWnd::FromHandle(Item(IDC_LIST)));
+    }
+    void Press(int button) const { SendMessageW(Item(button), BM_CLICK, 0, 0); }
+
+    // Sends what a pressed button sends.
+    void Command(int id) const
+    {
+        m_dialog->SendMessage(WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(Item(id)));
+    }
+
+    // Types a folder and goes on to another control.
+    void TypeFolder(const std::wstring& folder, int nextControl = IDC_LIST) const
+    {
+        SetFocus(Item(IDC_SOURCE_DIR));
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, folder);
+        SetFocus(Item(nextControl));
+    }
+
+    void Select(const std::vector<int>& rows) const
+    {
+        List().SetItemState(-1, 0, LVIS_SELECTED);
+        for (const int row : rows) {
+            List().SetItemState(row, LVIS_SELECTED, LVIS_SELECTED);
+        }
+    }
+    [[nodiscard]] int SelectedCount() const { return ListView_GetSelectedCount(Item(IDC_LIST)); }
+
+    // The rows as "ORIGINAL > NEW NAME > BOM NAME", pending ones with a "*" behind them.
+    [[nodiscard]] Texts Rows() const
+    {
+        Texts rows;
+        for (int row = 0; row < List().GetItemCount(); ++row) {
+            const UTtab_entry entry = List().GetRow(row);
+            const bool pending = List().GetItemState(row, LVIS_STATEIMAGEMASK) == INDEXTOSTATEIMAGEMASK(1);
+            EXPECT_EQ(List().IsPending(row), pending);
+            rows.push_back(entry.strOriginal + L" > " + entry.strRenamed + L" > " + entry.strBomName +
+                           (pending ? L" *" : L""));
+        }
+        return rows;
+    }
+
+    // The message boxes since the last call; questions are marked, and boxes of any other kind than a plain
+    // one.
+    [[nodiscard]] Texts TakeBoxes()
+    {
+        Texts boxes;
+        for (const MessageRequest& box : std::exchange(m_answers.m_boxes, {})) {
+            const std::wstring kind = box.type == (MB_YESNO | MB_ICONQUESTION)
+                                          ? L" [question]"
+                                          : L" [type " + std::to_wstring(box.type) + L"]";
+            boxes.push_back(box.text + (box.type == MB_OK ? L"" : kind));
+        }
+        return boxes;
+    }
+
+    // The status captions
+    [[nodiscard]] static std::wstring FolderView()
+    {
+        return In(L"Inhalt des Normteil-Verzeichnisses wird angezeigt",
+                  L"Showing contents of the standard part folder");
+    }
+    [[nodiscard]] static std::wstring MapView()
+    {
+        return In(L"Inhalt der Map-Datei wird angezeigt", L"Showing contents of the Map-File");
+    }
+    [[nodiscard]] static std::wstring Changed() { return In(L" (Liste geändert)", L" (list changed)"); }
+
+    // Message boxes
+    [[nodiscard]] static std::wstring InputFolderMissing()
+    {
+        return In(
+            L"Norm-Input-Verzeichnis nicht vorhanden!\n\nNormteil-Verzeichnis und -Dateien müssen manuell "
+            L"gewählt werden.",
+            L"Norm-Input-Directory not available!\n\nStandard part directory and files have to be selected "
+            L"manually.");
+    }
+    [[nodiscard]] static std::wstring ChangeQuestion()
+    {
+        return In(
+            L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle "
+            L"Normteillisteneinträge im Fenster verworfen. [question]",
+            L"Do you really want to change the standard part folder?\n\nIf YES, then all standard part "
+            L"entries are removed from list. [question]");
+    }
+    [[nodiscard]] static std::wstring OtherFolderQuestion()
+    {
+        return In(
+            L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle bisherigen "
+            L"Normteillisteneinträge im Fenster verworfen\nund die neu ausgewählten eingefügt. [question]",
+            L"Do you really want to change the standard part folder?\n\nIf YES, then all previous "
+            L"selected standard part entries are removed from list\nand the new selections are inserted. "
+            L"[question]");
+    }
+    [[nodiscard]] static std::wstring NoSuchFolder()
+    {
+        return In(L"Das Quellverzeichnis existiert nicht!\nBitte Eingabe korrigieren.",
+                  L"The source directory does not exist!\nPlease check input.");
+    }
+    [[nodiscard]] std::wstring NoMapFile() const
+    {
+        return In(L"Map-Datei '", L"Map-File '") + m_mapFile + In(L"' nicht vorhanden.", L"' not available.");
+    }
+    [[nodiscard]] static std::wstring RemoveAllQuestion()
+    {
+        return In(L"Wirklich alle Einträge löschen? [question]",
+                  L"Do you really want to remove all list entries? [question]");
+    }
+    [[nodiscard]] static std::wstring OverwriteQuestion(const std::wstring& mappedFolder)
+    {
+        return In(L"Die Map-Datei 'PartsMap.txt' existiert bereits in '",
+                  L"The Map-File 'PartsMap.txt' already exists in '") +
+               mappedFolder +
+               In(L"'.\n\nSoll die Datei überschrieben werden? [question]",
+                  L"'.\n\nDo you want to overwrite this file? [question]");
+    }
+    [[nodiscard]] static std::wstring AddTitle()
+    {
+        return In(L"Normteile hinzufügen...", L"Add standart parts...");
+    }
+    [[nodiscard]] static std::wstring Finished()
+    {
+        return In(L"Umsetzungen erfolgreich beendet. [type 64]",
+                  L"Conversion successfully finished. [type 64]");
+    }
+
+    const CLanguageScope m_language{GetParam().flag};
+    const CResourceScope m_resources{GetParam().library};
+    const CProductSettingsScope m_machine{HKEY_LOCAL_MACHINE};
+    const CProductSettingsScope m_user{HKEY_CURRENT_USER};
+    const CTempFolder m_folder;
+    const CWorkingFolderScope m_workingFolder{std::filesystem::current_path()};  // the file dialog changes it
+    const std::wstring m_parts = m_folder / L"parts";
+    const std::wstring m_mapFile = m_parts + L"\\Mapped\\PartsMap.txt";
+    const Texts m_threeRows{L"N_ISO_1_a.sldprt > 1_a.sldprt > a-1 *",
+                            L"N_ISO_2_b.sldprt > 2_b.sldprt > b-2 *",
+                            L"N_ISO_3_c.sldprt > 3_c.sldprt > c-3 *"};
+    CWorkedDialog* m_dialog = nullptr;
+    int m_answer = IDOK;
+    CFakeUser m_answers{[this] { return m_answer; }};
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, TalvenorDlgTest,
+                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::PrintToStringParamName());
+
+// Start and view
+
+TEST_P(TalvenorDlgTest, TheColumnsHaveTheirHeaders)
+{
+    Run([this] {
+        const Texts headers{
+            In(L"Original Normteil-Dateien", L"Original Standard-Part-Files"),
+            In(L"Umbenannt nach...", L"Renamed to..."),
+            In(L"Benennung d. Stücklisteneintrags", L"BOM names"),
+        };
+        EXPECT_EQ(Header_GetItemCount(ListView_GetHeader(Item(IDC_LIST))), 3);
+        for (int column = 0; column < 3; ++column) {
+            std::array<wchar_t, 100> text{};
+            LVCOLUMNW request{};
+            request.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT;
+            request.pszText = text.data();
+            request.cchTextMax = static_cast<int>(text.size());
+            ASSERT_TRUE(ListView_GetColumn(Item(IDC_LIST), column, &request));
+            EXPECT_EQ(text.data(), headers[static_cast<std::size_t>(column)]);
+            EXPECT_EQ(request.cx, 175);
+            EXPECT_EQ(request.fmt & LVCFMT_JUSTIFYMASK, LVCFMT_LEFT);
+        }
+    });
+}
+
+TEST_P(TalvenorDlgTest, StartsWithTheFoldersPartsWhereThereIsNoMapFile)
+{
+    AddThreeParts();
+    Run([this] {
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), m_parts + L"\\Mapped");
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TalvenorDlgTest, StartsWithTheMapFileWhereThereIsOne)
+{
+    AddThreeParts();
+    WriteMapFile("z.sldprt ; 1.sldprt ; one\r\na.sldprt ; 2.sldprt ; \r\n");
+    Run([this] {
+        EXPECT_EQ(Rows(), (Texts{L"z.sldprt > 1.sldprt > one", L"a.sldprt > 2.sldprt > "}));
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TalvenorDlgTest, AChangeIsMarkedOnceAndForgottenWithTheNextView)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+    Run([this] {
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+        for (int i = 0; i < 3; ++i) {
+            m_dialog->PostMessage(WM_LISTCHANGED);
+            DrainMessages();
+            EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
+        }
+        Press(IDC_SHOW_MAP);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TalvenorDlgTest, TheDragIconIsTheWindowsOwn)
+{
+    Run([this] {
+        const LRESULT icon = m_dialog->SendMessage(WM_QUERYDRAGICON);
+        EXPECT_NE(icon, 0);
+        EXPECT_EQ(icon, m_dialog->SendMessage(WM_GETICON, ICON_BIG));
+    });
+}
+
+TEST_P(TalvenorDlgTest, TheSystemMenuLeadsToTheAboutBox)
+{
+    Run([this] {
+        std::array<wchar_t, 100> item{};
+        GetMenuStringW(GetSystemMenu(m_dialog->m_hWnd, FALSE), IDM_ABOUT, item.data(),
+                       static_cast<int>(item.size()), MF_BYCOMMAND);
+        EXPECT_EQ(item.data(), In(L"&Über Talvenor...", L"&About Talvenor..."));
+        std::wstring title;
+        const CDialogUser user([&](HWND dialog) {
+            title = CWnd::TextOf(dialog);
+            EXPECT_FALSE(m_dialog->IsWindowEnabled());
+            Cancel(dialog);
+        });
+        // The low four bits belong to the system.
+        m_dialog->SendMessage(WM_SYSCOMMAND, IDM_ABOUT + 3);
+        EXPECT_EQ(title, In(L"Über Talvenor", L"About Talvenor"));
+        EXPECT_EQ(user.m_opened, 1);
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+    });
+}
+
+// The source folder as it is typed
+
+TEST_P(TalvenorDlgTest, AFolderThatDoesNotExistIsReportedAndCorrectedInPlace)
+{
+    AddThreeParts();
+    Run([this] {
+        const std::wstring typed = m_folder / L"no such folder";
+        TypeFolder(typed + L"\\\\..");
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), typed) << "dots and backslashes at the end go";
+        EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
+        DWORD start = 1;
+        DWORD end = 0;
+        SendMessageW(Item(IDC_SOURCE_DIR), EM_GETSEL, reinterpret_cast<WPARAM>(&start),
+                     reinterpret_cast<LPARAM>(&end));
+        EXPECT_EQ(start, 0U);
+        EXPECT_EQ(end, typed.size());
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), m_parts + L"\\Mapped");
+        SetFocus(Item(IDCANCEL));
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "the window may be closed all the same";
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TalvenorDlgTest, TheSameFolderInOtherLettersIsNoChange)
+{
+    AddThreeParts();
+    Run([this] {
+        std::wstring typed = m_parts + L"\\";
+        CharUpperW(typed.data());
+        TypeFolder(typed);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR) + L"\\", typed);
+    });
+}
+
+TEST_P(TalvenorDlgTest, ANoToTheChangeOfTheFolderBringsTheOldOneBack)
+{
+    AddThreeParts();
+    m_answer = IDNO;
+    Run([this] {
+        TypeFolder(MakeOtherFolder());
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), m_parts + L"\\Mapped");
+        EXPECT_EQ(Rows(), m_threeRows);
+    });
+}
+
+TEST_P(TalvenorDlgTest, AYesToTheChangeOfTheFolderLoadsTheNewOne)
+{
+    AddThreeParts();
+    m_answer = IDYES;
+    Run([this] {
+        const std::wstring other = MakeOtherFolder();
+        TypeFolder(other + L"\\.");
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), other);
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), other + L"\\Mapped");
+        EXPECT_EQ(Rows(), (Texts{L"N_ISO_8_x.sldprt > 8_x.sldprt > x-8 *",
+                                 L"N_ISO_9_y.sldprt > 9_y.sldprt > y-9 *"}));
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+    });
+}
+
+TEST_P(TalvenorDlgTest, AFileIsTakenAsTheFolderAndNothingIsLoaded)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+    AddThreeParts();
+    m_answer = IDYES;
+    Run([this] {
+        const std::wstring file = m_parts + L"\\N_ISO_1_a.sldprt";
+        TypeFolder(file);
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), file);
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), file + L"\\Mapped");
+        EXPECT_EQ(Rows(), Texts{});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView()) << "no other view was shown";
+    });
+}
+
+// The source folder as it is picked
+
+class FolderPickerTest : public TalvenorDlgTest
+{
+protected:
+    // Picks a folder by the browse button.
+    void Browse(const std::wstring& folder) const
+    {
+        const CDialogUser user([&](HWND dialog) {
+            EXPECT_TRUE(Shows(
+                dialog, In(L"Quellordner der Normteile auswählen:", L"Select the standard part folder:")));
+            SendMessageW(dialog, BFFM_SETSELECTIONW, TRUE, reinterpret_cast<LPARAM>(folder.c_str()));
+            PostMessageW(dialog, WM_COMMAND, folder.empty() ? IDCANCEL : IDOK, 0);
+        });
+        Press(IDC_BROWSE);
+        EXPECT_EQ(user.m_opened, 1);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, FolderPickerTest,
+                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::PrintToStringParamName());
+
+TEST_P(FolderPickerTest, ANoReloadsTheOldFolder)
+{
+    AddThreeParts();
+    m_answer = IDNO;
+    Run([this] {
+        Select({0});
+        Press(IDC_DELETE);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
+        Browse(MakeOtherFolder());
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+    });
+}
+
+TEST_P(FolderPickerTest, AYesLoadsTheNewFolder)
+{
+    AddThreeParts();
+    m_answer = IDYES;
+    Run([this] {
+        const std::wstring other = MakeOtherFolder();
+        Browse(other);
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), other);
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), other + L"\\Mapped");
+        EXPECT_EQ(List().GetItemCount(), 2);
+    });
+}
+
+TEST_P(FolderPickerTest, TheSameFolderIsLoadedAgainWithoutAQuestion)
+{
+    AddThreeParts();
+    Run([this] {
+        WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+        Browse(m_parts);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(Rows(), Texts{L"a.sldprt > 1.sldprt > one"});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+    });
+}
+
+TEST_P(FolderPickerTest, ACancelChangesNothing)
+{
+    AddThreeParts();
+    Run([this] {
+        Select({0});
+        Press(IDC_DELETE);
+        Browse(L"");
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(Rows(), (Texts{m_threeRows[1], m_threeRows[2]}));
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
+    });
+}
+
+// Adding files
+
+class FileDialogTest : public TalvenorDlgTest
+{
+protected:
+    // Picks files by the add button: names, or none to cancel.
+    void Add(const std::wstring& names) const
+    {
+        const CDialogUser user([&](HWND dialog) {
+            EXPECT_EQ(CWnd::TextOf(dialog), AddTitle());
+            EXPECT_TRUE(
+                Shows(dialog, In(L"SW-Dateien (*.sldprt;*.sldasm)", L"SW Files (*.sldprt;*.sldasm)")));
+            PickFiles(dialog, names);
+        });
+        Press(IDC_ADD);
+        EXPECT_EQ(user.m_opened, 1);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, FileDialogTest,
+                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::PrintToStringParamName());
+
+TEST_P(FileDialogTest, FilesOfTheSameFolderAreAddedAsAChange)
+{
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
+    AddThreeParts();
+    Run([this] {
+        Add(L"\"N_ISO_1_a.sldprt\" \"N_ISO_3_c.sldprt\"");
+        EXPECT_EQ(Rows(), (Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one", m_threeRows[2]}));
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
+        Add(L"");
+        EXPECT_EQ(List().GetItemCount(), 2);
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(FileDialogTest, FilesOfAnotherFolderReplaceTheListAfterAYes)
+{
+    AddThreeParts();
+    Run([this] {
+        const std::wstring other = MakeOtherFolder();
+        m_answer = IDNO;
+        Add(other + L"\\N_ISO_9_y.sldprt");
+        EXPECT_EQ(TakeBoxes(), Texts{OtherFolderQuestion()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+        EXPECT_FALSE(std::filesystem::exists(other + L"\\Mapped"));
+        m_answer = IDYES;
+        Add(other + L"\\N_ISO_9_y.sldprt");
+        EXPECT_EQ(TakeBoxes(), Texts{OtherFolderQuestion()});
+        EXPECT_EQ(Rows(), Texts{L"N_ISO_9_y.sldprt > 9_y.sldprt > y-9 *"});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), other);
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), other + L"\\Mapped");
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+        EXPECT_TRUE(std::filesystem::is_directory(other + L"\\Mapped"));
+    });
+}
+
+TEST_P(FileDialogTest, FilesOfAnotherFolderNeedItsMappedFolder)
+{
+    AddThreeParts();
+    m_answer = IDYES;
+    Run([this] {
+        const std::wstring other = MakeOtherFolder();
+        WriteBytes(other + L"\\Mapped", "a file");
+        Add(other + L"\\N_ISO_9_y.sldprt");
+        EXPECT_EQ(
+            TakeBoxes(),
+            (Texts{OtherFolderQuestion(),
+                   In(L"Verzeichnis '", L"Cannot create directory '") + other + L"\\Mapped" +
+                       In(L"' kann nicht angelegt werden.\nEs existiert bereits eine Datei mit dem gleichen "
+                          L"Namen.",
+                          L"'.\nA file with the same name exists.")}));
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+    });
+}
+
+// The commands on rows
+
+TEST_P(TalvenorDlgTest, TheMapFileIsShownOrReportedMissing)
+{
+    AddThreeParts();
+    Run([this] {
+        Press(IDC_SHOW_MAP);
+        EXPECT_EQ(TakeBoxes(), Texts{NoMapFile()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+        Press(IDC_SHOW_MAP);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(Rows(), Texts{L"a.sldprt > 1.sldprt > one"});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+    });
+}
+
+TEST_P(TalvenorDlgTest, AMapFileThatCannotBeReadIsReportedTwice)
+{
+    AddThreeParts();
+    Run([this] {
+        WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+        const UniqueHandle other(
+            ValidHandle(CreateFileW(m_mapFile.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
+        ASSERT_TRUE(other);
+        Press(IDC_SHOW_MAP);
+        // The reader speaks German whatever the language.
+        EXPECT_EQ(TakeBoxes(),
+                  (Texts{L"FEHLER: Datei '" + m_mapFile + L"' kann nicht zum Lesen geöffnet werden!",
+                         NoMapFile()}));
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+    });
+}
+
+TEST_P(TalvenorDlgTest, AllRowsAreRemovedAfterAYes)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\nb.sldprt ; 2.sldprt ; two\r\n");
+    Run([this] {
+        m_answer = IDNO;
+        Press(IDC_REMOVE_ALL);
+        EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
+        EXPECT_EQ(List().GetItemCount(), 2);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+        m_answer = IDYES;
+        Press(IDC_REMOVE_ALL);
+        EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
+        EXPECT_EQ(List().GetItemCount(), 0);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
+        Press(IDC_REMOVE_ALL);
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "nothing to ask about";
+    });
+}
+
+TEST_P(TalvenorDlgTest, SelectedRowsAreDeleted)
+{
+    AddThreeParts();
+    AddPart(L"N_ISO_4_d.sldprt");
+    AddPart(L"N_ISO_5_e.sldprt");
+    Run([this] {
+        Press(IDC_SELECT_NONE);
+        Press(IDC_DELETE);
+        EXPECT_EQ(List().GetItemCount(), 5);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView()) << "nothing was deleted";
+        Select({1, 2, 4});
+        Press(IDC_DELETE);
+        EXPECT_EQ(Rows(), (Texts{m_threeRows[0], L"N_ISO_4_d.sldprt > 4_d.sldprt > d-4 *"}));
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        Select({0});
+        m_dialog->PostMessage(WM_DELETESELECTED);
+        DrainMessages();
+        EXPECT_EQ(Rows(), Texts{L"N_ISO_4_d.sldprt > 4_d.sldprt > d-4 *"});
+        Select({0});
+        List().PostMessage(WM_KEYDOWN, VK_DELETE, 1);
+        DrainMessages();
+        EXPECT_EQ(Rows(), Texts{});
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TalvenorDlgTest, DeletingTheLastRowOfTheMapViewShowsTheFolderView)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\nb.sldprt ; 2.sldprt ; two\r\n");
+    Run([this] {
+        Select({0});
+        Press(IDC_DELETE);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
+        Select({0});
+        Press(IDC_DELETE);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
+    });
+}
+
+TEST_P(TalvenorDlgTest, RowsAreSelectedAndMarkedForConversion)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\nb.sldprt ; 2.sldprt ; two\r\nc.sldprt ; 3.sldprt ; three\r\n");
+    Run([this] {
+        Press(IDC_SELECT_ALL);
+        EXPECT_EQ(SelectedCount(), 3);
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        Press(IDC_SELECT_NONE);
+        EXPECT_EQ(SelectedCount(), 0);
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        Press(IDC_MARK);
+        EXPECT_EQ(List().CountPendingRows(), 0);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView()) << "nothing was marked";
+        Select({0, 2});
+        Press(IDC_MARK);
+        EXPECT_EQ(Rows(), (Texts{L"a.sldprt > 1.sldprt > one *", L"b.sldprt > 2.sldprt > two",
+                                 L"c.sldprt > 3.sldprt > three *"}));
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TalvenorDlgTest, ATemplateIsAppliedToTheSelectedRows)
+{
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\nN_ISO_2_b.sldprt ; 2.sldprt ; two\r\n");
+    Run([this] {
+        Select({1});
+        m_dialog->PostMessage(WM_APPLYTEMPLATE, 2);
+        DrainMessages();
+        EXPECT_EQ(Rows(),
+                  (Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one", L"N_ISO_2_b.sldprt > 2.sldprt > b-2 *"}));
+        m_dialog->PostMessage(WM_APPLYTEMPLATE, 1);
+        DrainMessages();
+        EXPECT_EQ(Rows(),
+                  (Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one", L"N_ISO_2_b.sldprt > 2_b.sldprt > b-2 *"}));
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
+    });
+}
+
+// The run
+
+TEST_P(TalvenorDlgTest, StartWithAnEmptyListDoesNothing)
+{
+    Run([this] {
+        Press(IDC_START);
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+    EXPECT_FALSE(std::filesystem::exists(m_parts + L"\\Mapped"));
+}
+
+TEST_P(TalvenorDlgTest, AMapFileIsOverwrittenAfterAYes)
+{
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
+    AddThreeParts();
+    const std::string before = ReadBytes(m_mapFile);
+    Run([&] {
+        SendMessageW(Item(IDC_COPY_ONLY), BM_SETCHECK, BST_CHECKED, 0);
+        Press(IDC_SELECT_ALL);
+        Press(IDC_MARK);
+        m_answer = IDNO;
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
+        EXPECT_EQ(ReadBytes(m_mapFile), before);
+        EXPECT_EQ(List().CountPendingRows(), 1);
+        m_answer = IDYES;
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), (Texts{OverwriteQuestion(m_parts + L"\\Mapped"), Finished()}));
+        EXPECT_EQ(Rows(), Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one"});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+    });
+    EXPECT_TRUE(ReadBytes(m_mapFile).ends_with("N_ISO_1_a.sldprt ; 1.sldprt ; \r\n"));
+    EXPECT_TRUE(std::filesystem::exists(m_parts + L"\\Mapped\\1.sldprt"));
+}
+
+TEST_P(TalvenorDlgTest, TheOverwriteQuestionIsNormalisedAsAWhole)
+{
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
+    m_answer = IDNO;
+    SetPartsFolder(m_parts + L"\\");
+    Run([this] {
+        SetFocus(Item(IDC_LIST));
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "without its backslash the folder is another one";
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
+    });
+    // Two backslashes that do not stand at the start of the sentence become one, those of a network path too.
+    SetPartsFolder(L"\\\\?\\" + m_parts);
+    Run([this] {
+        EXPECT_EQ(Rows(), Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one"});
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(L"\\?\\" + m_parts + L"\\Mapped")});
+    });
+}
+
+TEST_P(TalvenorDlgTest, WithoutTheMappedFolderNoRunStarts)
+{
+    AddThreeParts();
+    WriteBytes(m_parts + L"\\Mapped", "a file");
+    Run([this] {
+        Press(IDC_START);
+        EXPECT_EQ(
+            TakeBoxes(),
+            Texts{
+                In(L"Verzeichnis '", L"Cannot create directory '") + m_parts + L"\\Mapped" +
+                In(L"' kann nicht angelegt werden.\nEs existiert bereits eine Datei mit dem gleichen Namen.",
+                   L"'.\nA file with the same name exists.")});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+    });
+}
+
+// A run with a stand-in CAD system of version 30, the release of 2022.
+class BusyDialogTest : public TalvenorDlgTest
+{
+protected:
+    void SetUp() override
+    {
+        TalvenorDlgTest::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        CLSID registered{};
+        for (int number = 20; number <= 39; ++number) {
+            if (SUCCEEDED(CLSIDFromProgID((kCad + std::to_wstring(number)).c_str(), &registered))) {
+                GTEST_SKIP() << "skipped: a CAD system is registered on this machine";
+            }
+        }
+        if (!CScratchClassKey::Root()) {
+            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        }
+        m_progIdKey = std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), kCad + L"30",
+                                                         kCad + L"30\\CLSID", TextOfClass(m_classId));
+        m_application.On(kDateCode, AnswerLong(2022100));
+        AddThreeParts();
+    }
+
+    // Tries all that a user or another program can send the dialog.
+    void TryEverything()
+    {
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, L"Q:\\no such folder");
+        m_dialog->SendMessage(WM_COMMAND, MAKEWPARAM(IDC_SOURCE_DIR, EN_KILLFOCUS),
+                              reinterpret_cast<LPARAM>(Item(IDC_SOURCE_DIR)));
+        for (const int id : {IDC_BROWSE, IDC_ADD, IDC_DELETE, IDC_REMOVE_ALL, IDC_SELECT_NONE, IDC_SHOW_MAP,
+                             IDC_MARK, IDC_START, IDCANCEL}) {
+            Command(id);
+        }
+        List().PostMessage(WM_KEYDOWN, VK_DELETE, 1);
+        m_dialog->PostMessage(WM_DELETESELECTED);
+        m_dialog->PostMessage(WM_APPLYTEMPLATE, 1);
+        m_dialog->PostMessage(WM_SYSCOMMAND, IDM_ABOUT);
+        DrainMessages();
+    }
+
+    void ExpectNothingHappens()
+    {
+        const Texts rows = Rows();
+        const std::size_t boxes = m_answers.m_boxes.size();
+        const std::wstring status = TextOf(IDC_STATUS_FRAME);
+        TryEverything();
+        EXPECT_EQ(Rows(), rows);
+        EXPECT_EQ(SelectedCount(), 3);
+        EXPECT_EQ(m_answers.m_boxes.size(), boxes);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), status);
+        EXPECT_EQ(m_class.m_created, 1) << "no second run";
+        ++m_tries;
+    }
+
+    const std::wstring kCad = L"SldWorks.Application.";
+    EventLog m_log;
+    const CLSID m_classId = NewClassId();
+    CFakeDispatch m_application{L"application", m_log};
+    CFakeClass m_class{m_classId, m_application};
+    int m_tries = 0;
+
+private:
+    std::unique_ptr<CScratchClassKey> m_progIdKey;
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, BusyDialogTest,
+                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::PrintToStringParamName());
+
+TEST_P(BusyDialogTest, NoCommandStartsDuringARun)
+{
+    m_application.On(kOpenDocument, [this](FakeCall& call) {
+        m_user.Set(kTemplateKey, L"Template Text Column 1", L"other %4");
+        EXPECT_FALSE(m_dialog->IsWindowEnabled());
+        ExpectNothingHappens();
+        return AnswerObject(nullptr)(call);
+    });
+    // The window is enabled again while the CAD system ends.
+    m_application.On(kExit, [this](FakeCall&) {
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+        ExpectNothingHappens();
+        return S_OK;
+    });
+    Run([this] {
+        EXPECT_EQ(TextOf(IDC_VERSION), L"2022");
+        const CDialogUser user(&Cancel);
+        Select({0, 1, 2});
+        Press(IDC_START);
+        EXPECT_EQ(user.m_opened, 0);
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+        EXPECT_EQ(TakeBoxes(), Texts{Finished()});
+        EXPECT_EQ(List().CountPendingRows(), 0);
+        EXPECT_EQ(List().GetItemCount(), 3);
+        Press(IDC_SELECT_NONE);
+        EXPECT_EQ(SelectedCount(), 0) << "it takes commands again";
+    });
+    EXPECT_EQ(m_tries, 4);
+}
+
+// The first paint. It comes once in a process: each test of it takes a process of its own.
+
+class FirstPaintTest : public TalvenorDlgTest
+{
+protected:
+    // Runs the test at hand again in a process of its own, unless this is that process already. True there.
+    [[nodiscard]] static bool IsInOwnProcess()
+    {
+        if (std::getenv(kMark) != nullptr) {
+            return true;
+        }
+        const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+        std::wstring program(MAX_PATH, L'\0');
+        program.resize(GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
+        const std::string name = std::string(test.test_suite_name()) + "." + test.name();
+        std::wstring commandLine =
+            L"\"" + program + L"\" --gtest_brief=1 --gtest_filter=" + std::wstring(name.begin(), name.end());
+        SetEnvironmentVariableA(kMark, "1");
+        STARTUPINFOW start{};
+        start.cb = sizeof start;
+        PROCESS_INFORMATION child{};
+        const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                            nullptr, &start, &child);
+        SetEnvironmentVariableA(kMark, nullptr);
+        EXPECT_TRUE(started);
+        if (started != FALSE) {
+            Await(UniqueHandle(child.hProcess));
+            CloseHandle(child.hThread);
+        }
+        return false;
+    }
+
+private:
+    static void Await(const UniqueHandle& process)
+    {
+        constexpr DWORD kPatience = 60000;  // milliseconds
+        DWORD exitCode = 1;
+        if (WaitForSingleObject(process.get(), kPatience) != WAIT_OBJECT_0) {
+            TerminateProcess(process.get(), 1);
+        }
+        GetExitCodeProcess(process.get(), &exitCode);
+        EXPECT_EQ(exitCode, 0U) << "see above";
+    }
+
+    static constexpr char kMark[] = "TALVENOR_TEST_IN_OWN_PROCESS";
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, FirstPaintTest,
+                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::PrintToStringParamName());
+
+TEST_P(FirstPaintTest, ReportsAMissingInputFolderAndAsksForFilesOnce)
+{
+    if (!IsInOwnProcess()) {
+        return;
+    }
+    m_machine.Remove(kLibraryKey, L"parts");
+    std::wstring title;
+    const CDialogUser user([&](HWND dialog) {
+        title = CWnd::TextOf(dialog);
+        EXPECT_EQ(TakeBoxes(), Texts{InputFolderMissing()});
+        Cancel(dialog);
+    });
+    const auto expectFallback = [&] {
+        EXPECT_EQ(title, AddTitle());
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"c:\\");
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), L"c:\\Mapped");
+        RedrawWindow(m_dialog->m_hWnd, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+        EXPECT_EQ(user.m_opened, 1);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+    };
+    for (int i = 0; i < 2; ++i) {
+        Run(expectFallback);
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "without its backslash the folder is another one";
+    }
+}
+
+TEST_P(FirstPaintTest, LoadsTheWholeFolderOfTheFilesThatAreChosen)
+{
+    if (!IsInOwnProcess()) {
+        return;
+    }
+    m_machine.Remove(kLibraryKey, L"parts");
+    m_answer = IDYES;
+    AddThreeParts();
+    const CDialogUser user([&](HWND dialog) { PickFiles(dialog, m_parts + L"\\N_ISO_2_b.sldprt"); });
+    Run([&] {
+        EXPECT_EQ(user.m_opened, 1);
+        EXPECT_EQ(TakeBoxes(), (Texts{InputFolderMissing(), OtherFolderQuestion()}));
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), m_parts + L"\\Mapped");
+    });
+}
+
+TEST_P(FirstPaintTest, IsSilentWhereTheInputFolderIsSet)
+{
+    if (!IsInOwnProcess()) {
+        return;
+    }
+    const CDialogUser user(&Cancel);
+    Run([] {});
+    // Only the first paint of the process looks.
+    m_machine.Remove(kLibraryKey, L"parts");
+    Run([this] { EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"c:\\"); });
+    EXPECT_EQ(user.m_opened, 0);
+    EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "asked when the button that closes takes the focus";
+}
+
+}  // namespace
