@@ -215,7 +215,12 @@ bool CFile::GetStatus(const std::wstring& path, CFileStatus& status)
 
 void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
 {
-    // The right to write attributes is granted for read-only files too, and whatever others have open.
+    // Windows grants the right to write attributes for read-only files too, but not every file system behind
+    // a network path does: the attribute goes first.
+    const DWORD present = ::GetFileAttributesW(path.c_str());
+    if (present != INVALID_FILE_ATTRIBUTES && (present & FILE_ATTRIBUTE_READONLY) != 0) {
+        ::SetFileAttributesW(path.c_str(), present & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    }
     const UniqueHandle file(ValidHandle(::CreateFileW(
         path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)));

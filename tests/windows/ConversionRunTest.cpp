@@ -26,7 +26,6 @@
 namespace {
 
 constexpr DISPID kExit = 6;
-constexpr DISPID kCloseDocument = 7;
 constexpr DISPID kDateCode = 11;
 constexpr DISPID kOpenDocument = 99;
 constexpr DISPID kConfigurationCount = 0x101B3;
