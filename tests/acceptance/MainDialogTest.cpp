@@ -87,8 +87,7 @@ protected:
     static HWND NameEditOf(HWND picker)
     {
         const HWND focus = FocusOf(picker);
-        const bool found = IsChild(picker, focus) != FALSE && ClassOf(focus).compare(L"Edit") == 0;
-        return found ? focus : nullptr;
+        return IsChild(picker, focus) != FALSE && ClassOf(focus).ends_with(L"Edit") ? focus : nullptr;
     }
 
     static constexpr DWORD kReactionTime = 5'000;  // milliseconds
