@@ -38,7 +38,7 @@ constexpr char kMapHeader[] = "; Datei: x\r\n; y\r\n; z\r\n\r\n";
 struct Language
 {
     int flag;
-    const wchar_t* library;
+    const wchar_t* resources;
 };
 
 void PrintTo(const Language& language, std::ostream* stream)
@@ -427,7 +427,7 @@ protected:
     }
 
     const CLanguageScope m_language{GetParam().flag};
-    const CResourceScope m_resources{GetParam().library};
+    const CResourceScope m_resources{GetParam().resources};
     const CProductSettingsScope m_machine{HKEY_LOCAL_MACHINE};
     const CProductSettingsScope m_user{HKEY_CURRENT_USER};
     const CTempFolder m_folder;
