@@ -1,6 +1,10 @@
 # Compiler settings of the program's own code, and the one way to add a room (a folder that is one library).
 
 option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
+option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the build machine only)" OFF)
+
+# What makes a built file hard to attack. tests/hardening reads the files and holds them to it.
+set(TALVENOR_HARDENED_FILE -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
 
 function(talvenor_flags target)
   target_include_directories(${target} PUBLIC "${PROJECT_SOURCE_DIR}")
@@ -8,12 +12,16 @@ function(talvenor_flags target)
   if(WIN32)
     target_compile_definitions(${target} PUBLIC
       UNICODE _UNICODE STRICT NOMINMAX WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006)
-    target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
-    target_link_options(${target} PUBLIC -static -Wl,--gc-sections,--dynamicbase,--nxcompat,--high-entropy-va)
+    target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections -fstack-protector-strong)
+    target_link_options(${target} PUBLIC -static -fstack-protector-strong -Wl,--gc-sections ${TALVENOR_HARDENED_FILE})
   endif()
   if(TALVENOR_SANITIZE)
     target_compile_options(${target} PUBLIC -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PUBLIC -fsanitize=address,undefined)
+  endif()
+  if(TALVENOR_FUZZ)
+    target_compile_options(${target} PUBLIC -fsanitize=fuzzer-no-link)
+    target_compile_definitions(${target} PUBLIC _GLIBCXX_ASSERTIONS)
   endif()
 endfunction()
 

@@ -2,6 +2,7 @@
 
 #include <initializer_list>
 
+#include "core/NameRules.h"
 #include "core/TextTools.h"
 
 namespace {
@@ -50,4 +51,22 @@ std::wstring ExpandConfigurationName(std::wstring_view text, const PartNameValue
                        {L"%4", values.strSize},
                        {L"%7", values.strExtra1},
                        {L"%8", values.strExtra2}});
+}
+
+std::optional<std::wstring> NewFileName(std::wstring_view templateText, std::wstring_view fileName)
+{
+    const PartNameValues values = Diverses::SplitPartName(fileName);
+    std::wstring name = ExpandTemplate(templateText, values);
+    if (!EnsureExtension(name, values.strExt)) {
+        return std::nullopt;
+    }
+    SanitizeFileName(name);
+    return name;
+}
+
+std::wstring ConfigurationBomName(std::wstring_view templateText, std::wstring_view fileName,
+                                  std::wstring_view configurationName)
+{
+    const PartNameValues values = Diverses::SplitPartName(fileName);
+    return ExpandConfigurationName(ExpandTemplate(templateText, values), values, configurationName);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,3 +24,13 @@ inline constexpr int kColumnBomName = 2;   // name in the bill of materials
 // %5 and %6 are not filled here.
 [[nodiscard]] std::wstring ExpandConfigurationName(std::wstring_view text, const PartNameValues& values,
                                                    std::wstring_view configurationName);
+
+// The new file name that a file-name template gives to the part of this file name: expanded, with the part's
+// extension, and with "_" for the characters that a file name may not hold. None when the expanded template
+// or the part's extension is empty.
+[[nodiscard]] std::optional<std::wstring> NewFileName(std::wstring_view templateText,
+                                                      std::wstring_view fileName);
+
+// The bill-of-materials name that a template gives to one configuration of the part of this file name.
+[[nodiscard]] std::wstring ConfigurationBomName(std::wstring_view templateText, std::wstring_view fileName,
+                                                std::wstring_view configurationName);

@@ -42,6 +42,12 @@ std::wstring MapFilePath(std::wstring_view standardPartsFolder)
     return NormalizePath(Joined(Joined(standardPartsFolder, kMappedFolderName), kMapFileName));
 }
 
+bool IsBareFileName(std::wstring_view name)
+{
+    return name.find_first_of(L"\\/:") == std::wstring_view::npos &&
+           name.find_first_not_of(L". ") != std::wstring_view::npos;
+}
+
 std::wstring StripFolderInput(std::wstring_view folder)
 {
     return std::wstring(WithoutTrailing(WithoutTrailing(folder, L'.'), kBackslash));

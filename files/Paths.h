@@ -17,6 +17,11 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 // The path of the parts map file of a standard-parts folder. The folder may end in a backslash.
 [[nodiscard]] std::wstring MapFilePath(std::wstring_view standardPartsFolder);
 
+// Whether the text, put behind a folder, is the path of something in that folder itself: not empty, no more
+// than dots and blanks, and without the characters that lead to another folder, another drive or a stream of
+// a file.
+[[nodiscard]] bool IsBareFileName(std::wstring_view name);
+
 // A folder as typed or picked by the user without the dots at its end and then without the backslashes at its
 // end. Dots that come to stand at the end only by that are meant to stay.
 [[nodiscard]] std::wstring StripFolderInput(std::wstring_view folder);

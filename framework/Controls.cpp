@@ -1,5 +1,7 @@
 #include "framework/Controls.h"
 
+#include <array>
+
 #include "framework/ResourceHandle.h"
 
 namespace {
@@ -44,6 +46,49 @@ int CListCtrl::InsertColumn(int column, const std::wstring& text, int width, int
     description.iSubItem = column;
     return static_cast<int>(
         SendMessage(LVM_INSERTCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&description)));
+}
+
+int CListCtrl::GetColumnCount() const
+{
+    return Header_GetItemCount(GetHeader());
+}
+
+std::wstring CListCtrl::GetColumnText(int column) const
+{
+    std::array<wchar_t, 256> text{};
+    LVCOLUMNW description{};
+    description.mask = LVCF_TEXT;
+    description.pszText = text.data();
+    description.cchTextMax = static_cast<int>(text.size());
+    SendMessage(LVM_GETCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&description));
+    return text.data();
+}
+
+int CListCtrl::GetColumnFormat(int column) const
+{
+    LVCOLUMNW description{};
+    description.mask = LVCF_FMT;
+    SendMessage(LVM_GETCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&description));
+    return description.fmt & LVCFMT_JUSTIFYMASK;
+}
+
+std::vector<int> CListCtrl::GetColumnOrder() const
+{
+    std::vector<int> order(static_cast<std::size_t>(GetColumnCount()));
+    ListView_GetColumnOrderArray(m_hWnd, static_cast<int>(order.size()), order.data());
+    return order;
+}
+
+void CListCtrl::SetColumnOrder(std::vector<int> order) const
+{
+    ListView_SetColumnOrderArray(m_hWnd, static_cast<int>(order.size()), order.data());
+}
+
+RECT CListCtrl::GetRowRect(int row) const
+{
+    RECT rect{};
+    ListView_GetItemRect(m_hWnd, row, &rect, LVIR_BOUNDS);
+    return rect;
 }
 
 std::wstring CListCtrl::GetItemText(int row, int column) const

@@ -5,6 +5,7 @@
 #include <commctrl.h>
 
 #include <string>
+#include <vector>
 
 #include "framework/Handles.h"
 #include "framework/Wnd.h"
@@ -90,6 +91,15 @@ public:
         return static_cast<int>(SendMessage(LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
     }
     void SetItem(const LVITEMW& item) const { SendMessage(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item)); }
+    [[nodiscard]] int GetColumnCount() const;
+    [[nodiscard]] int GetColumnWidth(int column) const { return ListView_GetColumnWidth(m_hWnd, column); }
+    void SetColumnWidth(int column, int width) const { ListView_SetColumnWidth(m_hWnd, column, width); }
+    [[nodiscard]] std::wstring GetColumnText(int column) const;  // the header, at most 255 characters of it
+    // An LVCFMT_* alignment.
+    [[nodiscard]] int GetColumnFormat(int column) const;
+    // The columns from left to right.
+    [[nodiscard]] std::vector<int> GetColumnOrder() const;
+    void SetColumnOrder(std::vector<int> order) const;
     bool DeleteItem(int row) const { return ListView_DeleteItem(m_hWnd, row) != FALSE; }
     bool DeleteAllItems() const { return ListView_DeleteAllItems(m_hWnd) != FALSE; }
 
@@ -110,7 +120,15 @@ public:
     }
     [[nodiscard]] int GetTopIndex() const { return ListView_GetTopIndex(m_hWnd); }
     [[nodiscard]] int GetCountPerPage() const { return ListView_GetCountPerPage(m_hWnd); }
-    void EnsureVisible(int row) const { ListView_EnsureVisible(m_hWnd, row, FALSE); }
+    void EnsureVisible(int row, bool partially = false) const
+    {
+        ListView_EnsureVisible(m_hWnd, row, partially ? TRUE : FALSE);
+    }
+    // Scrolls the content by pixels, to the right.
+    void ScrollHorizontally(int pixels) const { ListView_Scroll(m_hWnd, pixels, 0); }
+    // The row across all columns, in client coordinates; empty when there is no such row.
+    [[nodiscard]] RECT GetRowRect(int row) const;
+    [[nodiscard]] HWND GetHeader() const { return ListView_GetHeader(m_hWnd); }
 };
 
 // Keeps a window from redrawing while it is filled, and has it redrawn once at the end.

@@ -62,6 +62,7 @@ bool CDialog::PreTranslateMessage(MSG& message)
 const MessageMap* CDialog::GetMessageMap() const
 {
     static constexpr std::array kEntries{
+        OnMessage<&CDialog::OnSysColorChange>(WM_SYSCOLORCHANGE),
         ::OnCommand<&CDialog::OnOK>(IDOK),
         ::OnCommand<&CDialog::OnCancel>(IDCANCEL),
     };
@@ -78,6 +79,19 @@ bool CDialog::OnCommand(WPARAM wParam, LPARAM lParam)
         return true;
     }
     return CWnd::OnCommand(wParam, lParam);
+}
+
+// The system tells top-level windows only that its colours have changed, for instance to high contrast.
+void CDialog::OnSysColorChange()
+{
+    Default();
+    EnumChildWindows(
+        m_hWnd,
+        [](HWND child, LPARAM) -> BOOL {
+            ::SendMessageW(child, WM_SYSCOLORCHANGE, 0, 0);
+            return TRUE;
+        },
+        0);
 }
 
 bool CDialog::OnInitDialog()

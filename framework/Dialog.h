@@ -39,6 +39,7 @@ protected:
     [[nodiscard]] bool IsEnding() const { return m_bEnding; }
 
 private:
+    void OnSysColorChange();
     static INT_PTR CALLBACK DialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     bool CreateFromTemplate(HWND owner);
     [[nodiscard]] HWND FindOwner() const;

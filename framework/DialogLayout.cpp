@@ -40,12 +40,14 @@ void CDialogLayout::Arrange() const
         if (moves != nullptr) {
             moves = DeferWindowPos(moves, anchored.control, nullptr, place.left, place.top,
                                    place.right - place.left, place.bottom - place.top,
-                                   SWP_NOZORDER | SWP_NOACTIVATE);
+                                   SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
         }
     }
     if (moves != nullptr) {
         EndDeferWindowPos(moves);
     }
+    // A group box lies under other controls, so none of the old pixels can be taken along.
+    RedrawWindow(m_hDialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 void CDialogLayout::LimitSize(MINMAXINFO& limits) const

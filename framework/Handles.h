@@ -24,7 +24,9 @@ using UniqueOwner =
 using UniqueHandle = UniqueOwner<HANDLE, ::CloseHandle>;
 using UniqueFindHandle = UniqueOwner<HANDLE, ::FindClose>;
 using UniqueHeap = UniqueOwner<HANDLE, ::HeapDestroy>;
+using UniqueIcon = UniqueOwner<HICON, ::DestroyIcon>;
 using UniqueKey = UniqueOwner<HKEY, ::RegCloseKey>;
+using UniqueMenu = UniqueOwner<HMENU, ::DestroyMenu>;
 using UniqueModule = UniqueOwner<HMODULE, ::FreeLibrary>;
 using UniqueImageList = UniqueOwner<HIMAGELIST, ::ImageList_Destroy>;
 

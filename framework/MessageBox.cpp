@@ -2,6 +2,7 @@
 
 #include <shellapi.h>
 
+#include <array>
 #include <utility>
 
 #include "framework/WinApp.h"
@@ -23,6 +24,15 @@ HWND FindOwner()
     return GetLastActivePopup(app->m_pMainWnd->m_hWnd);
 }
 
+// The viewer of compiled help, by its whole path: a name alone would be looked for in the working folder,
+// too.
+std::wstring HelpViewer()
+{
+    std::array<wchar_t, MAX_PATH> folder{};
+    GetSystemWindowsDirectoryW(folder.data(), MAX_PATH);
+    return std::wstring(folder.data()) + L"\\hh.exe";
+}
+
 // The help button: the viewer of compiled help opens the topic.
 void CALLBACK ShowHelpTopic(HELPINFO* info)
 {
@@ -31,7 +41,7 @@ void CALLBACK ShowHelpTopic(HELPINFO* info)
     }
     const std::wstring parameters =
         L"-mapid " + std::to_wstring(info->dwContextId) + L" \"" + g_shown->helpFile + L"\"";
-    ShellExecuteW(nullptr, L"open", L"hh.exe", parameters.c_str(), nullptr, SW_SHOWNORMAL);
+    ShellExecuteW(nullptr, L"open", HelpViewer().c_str(), parameters.c_str(), nullptr, SW_SHOWNORMAL);
 }
 
 int ShowBox(const MessageRequest& request)

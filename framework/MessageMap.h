@@ -8,7 +8,8 @@
 class CWnd;
 
 // One row of a window class's message table: which message it is about, and the member function that handles
-// it. Rows are made by OnMessage, OnCommand and OnReflectedNotify below, which check the handler's signature.
+// it. Rows are made by OnMessage, OnCommand, OnNotify and OnReflectedNotify below, which check the handler's
+// signature.
 struct MessageEntry
 {
     enum class Kind
@@ -16,6 +17,7 @@ struct MessageEntry
         message,  // a window message: `code` is the message
         command,  // WM_COMMAND: `code` is the notification (BN_CLICKED for buttons and menus), `id` the
                   // control
+        notify,   // WM_NOTIFY of a child window: `code` is the code
         reflectedNotify  // WM_NOTIFY that the parent sent back to the control it came from: `code` is the
                          // code
     };
@@ -106,6 +108,14 @@ template <auto Handler>
 constexpr MessageEntry OnCommand(UINT id, UINT code = BN_CLICKED)
 {
     return {MessageEntry::Kind::command, code, id, &message_map_detail::CallForMessage<Handler>};
+}
+
+// A row for a notification of a child window. The handler is a member `LRESULT (NMHDR&)`; what it returns is
+// the notification's result.
+template <auto Handler>
+constexpr MessageEntry OnNotify(UINT code)
+{
+    return {MessageEntry::Kind::notify, code, 0, &message_map_detail::CallForNotify<Handler>};
 }
 
 // A row of a control for a notification of its own that its parent sends back. The handler is a member

@@ -79,6 +79,14 @@ HWND CWnd::UnsubclassWindow()
     return window;
 }
 
+bool CWnd::CreateChild(const wchar_t* windowClass, DWORD style, const RECT& place, const CWnd& parent, int id)
+{
+    return SubclassWindow(CreateWindowExW(0, windowClass, L"", WS_CHILD | style, place.left, place.top,
+                                          place.right - place.left, place.bottom - place.top, parent.m_hWnd,
+                                          reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
+                                          GetModuleHandleW(nullptr), nullptr));
+}
+
 bool CWnd::DestroyWindow()
 {
     return m_hWnd != nullptr && ::DestroyWindow(m_hWnd) != FALSE;
@@ -118,6 +126,11 @@ RECT CWnd::GetClientRect() const
     return rect;
 }
 
+int CWnd::Scaled(int length) const
+{
+    return MulDiv(length, static_cast<int>(GetDpiForWindow(m_hWnd)), USER_DEFAULT_SCREEN_DPI);
+}
+
 const MessageMap* CWnd::GetMessageMap() const
 {
     static constexpr MessageMap kMap{nullptr, {}};
@@ -129,9 +142,8 @@ LRESULT CWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
     if (message == WM_COMMAND) {
         return OnCommand(wParam, lParam) ? 0 : Default();
     }
-    LRESULT result = 0;
-    if (message == WM_NOTIFY && ReflectNotify(wParam, lParam, result)) {
-        return result;
+    if (message == WM_NOTIFY) {
+        return OnNotify(wParam, lParam);
     }
     const MessageEntry* entry = GetMessageMap()->Find(MessageEntry::Kind::message, message, 0);
     return entry != nullptr ? entry->handler(*this, wParam, lParam) : Default();
@@ -148,20 +160,20 @@ bool CWnd::OnCommand(WPARAM wParam, LPARAM lParam)
     return true;
 }
 
-bool CWnd::ReflectNotify(WPARAM wParam, LPARAM lParam, LRESULT& result)
+// The control that sent the notification is asked first.
+LRESULT CWnd::OnNotify(WPARAM wParam, LPARAM lParam)
 {
     const NMHDR& header = *reinterpret_cast<const NMHDR*>(lParam);
     CWnd* sender = FromHandle(header.hwndFrom);
-    if (sender == nullptr) {
-        return false;
+    if (sender != nullptr) {
+        const MessageEntry* entry =
+            sender->GetMessageMap()->Find(MessageEntry::Kind::reflectedNotify, header.code, 0);
+        if (entry != nullptr) {
+            return entry->handler(*sender, wParam, lParam);
+        }
     }
-    const MessageEntry* entry =
-        sender->GetMessageMap()->Find(MessageEntry::Kind::reflectedNotify, header.code, 0);
-    if (entry == nullptr) {
-        return false;
-    }
-    result = entry->handler(*sender, wParam, lParam);
-    return true;
+    const MessageEntry* entry = GetMessageMap()->Find(MessageEntry::Kind::notify, header.code, 0);
+    return entry != nullptr ? entry->handler(*this, wParam, lParam) : Default();
 }
 
 void CWnd::DoDataExchange(CDataExchange&) {}

@@ -36,6 +36,10 @@ public:
     bool SubclassWindow(HWND window);
     HWND UnsubclassWindow();
 
+    // CreateWindowExW: makes a child window of a standard class, without a text, at a place in the parent's
+    // client area, and binds this object to it. False when the system refuses.
+    bool CreateChild(const wchar_t* windowClass, DWORD style, const RECT& place, const CWnd& parent, int id);
+
     // DestroyWindow. The object is unbound when the call returns.
     virtual bool DestroyWindow();
 
@@ -62,6 +66,8 @@ public:
     void SetFocus() const { ::SetFocus(m_hWnd); }
     void BringWindowToTop() const { ::BringWindowToTop(m_hWnd); }
     [[nodiscard]] RECT GetClientRect() const;
+    // A length at 100 % scaling in pixels of the window's scaling.
+    [[nodiscard]] int Scaled(int length) const;
     LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
     {
         return ::SendMessageW(m_hWnd, message, wParam, lParam);
@@ -80,6 +86,9 @@ protected:
 
     // WM_COMMAND; true when a handler was found.
     virtual bool OnCommand(WPARAM wParam, LPARAM lParam);
+
+    // WM_NOTIFY: a handler of the control that sent it, else one of this window, else Default.
+    virtual LRESULT OnNotify(WPARAM wParam, LPARAM lParam);
 
     virtual void DoDataExchange(CDataExchange& exchange);
 
@@ -108,7 +117,6 @@ private:
     static void ReportException();
     static LRESULT CALLBACK SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
-    bool ReflectNotify(WPARAM wParam, LPARAM lParam, LRESULT& result);
 
     struct CurrentMessage
     {

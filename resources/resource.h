@@ -13,6 +13,10 @@
 #define IDS_ABOUT 101
 #define IDI_TALVENOR 128
 #define IDB_STATES 134
+#define IDB_STATES_125 1341
+#define IDB_STATES_150 1342
+#define IDB_STATES_200 1343
+#define IDB_STATES_300 1344
 
 // Commands of the system menu; the low four bits belong to Windows
 #define IDM_ABOUT 16
@@ -36,6 +40,10 @@
 #define IDC_VERSION_LABEL 1100
 #define IDC_HELP_BUTTON 28445
 
+// Cell editors of the list
+#define IDC_IN_PLACE_EDIT 1101
+#define IDC_IN_PLACE_LIST 1102
+
 // Progress dialog; its cancel button is IDCANCEL
 #define IDC_PROGRESS_FIRST 1012
 #define IDC_PROGRESS_SECOND 1013
@@ -45,6 +53,11 @@
 
 // Template dialog
 #define IDC_TEMPLATE_TEXT 1021
+#define IDC_TEMPLATE_PREVIEW_LABEL 1030
+#define IDC_TEMPLATE_PREVIEW 1031
+// The first control of the legend: a row of three for each fill-in from %1 to %8, the fill-in itself, what it
+// stands for and an example, numbered one after the other
+#define IDC_TEMPLATE_LEGEND 1032
 
 // A control that no code asks for
 #ifndef IDC_STATIC

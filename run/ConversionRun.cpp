@@ -36,6 +36,11 @@ constexpr Text kMapFileNotWritten{
     L" kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
     L" cannot be written!\nThe standard parts concerned are missing in this file."};
 
+// A generated or edited name is always a file name; one from the map file may be anything.
+constexpr Text kNoFileNameLead{L"FEHLER: '", L"ERROR: '"};
+constexpr Text kNoFileNameClosing{L"' ist kein Dateiname!\nDas betroffene Normteil wird übergangen.",
+                                  L"' is not a file name!\nThe standard part concerned is skipped."};
+
 constexpr Text kCopyFrom{L"Kopiere: ", L"Copy: "};
 constexpr Text kCopyTo{L"nach: ", L"to: "};
 constexpr Text kCurrentFile{L"Bearbeite Datei: ", L"Current file: "};
@@ -189,8 +194,11 @@ CConversionRun::RowEnd CConversionRun::ConvertRow(int row)
     m_strSource = NormalizePath(m_order.standardPartsFolder + L"\\" + m_row.strOriginal);
     m_strTarget = NormalizePath(m_order.standardPartsFolder + L"\\" + std::wstring(kMappedFolderName) +
                                 L"\\" + m_row.strRenamed);
+    m_bNewNameUsable = IsBareFileName(m_row.strRenamed);
     ShowRow();
-    static_cast<void>(CFileMisc::ClearReadOnly(m_strTarget));
+    if (m_bNewNameUsable) {
+        static_cast<void>(CFileMisc::ClearReadOnly(m_strTarget));
+    }
     if (CopyAndRecord()) {
         if (m_order.copyOnly) {
             ShowCurrentFile();
@@ -202,7 +210,9 @@ CConversionRun::RowEnd CConversionRun::ConvertRow(int row)
             return RowEnd::cancelled;
         }
     }
-    static_cast<void>(CFileMisc::SetReadOnly(m_strTarget));
+    if (m_bNewNameUsable) {
+        static_cast<void>(CFileMisc::SetReadOnly(m_strTarget));
+    }
     return RowEnd::next;
 }
 
@@ -216,10 +226,24 @@ void CConversionRun::ShowRow()
     m_pProgress->Refresh();
 }
 
+// Whether both names lie in their folders. If not, the user is told once.
+bool CConversionRun::HasFileNames()
+{
+    for (const std::wstring& name : {m_row.strOriginal, m_row.strRenamed}) {
+        if (!IsBareFileName(name)) {
+            if (!std::exchange(m_bNoFileNameShown, true)) {
+                ShowMessage(kNoFileNameLead.Current() + name + kNoFileNameClosing.Current());
+            }
+            return false;
+        }
+    }
+    return true;
+}
+
 // Copies a pending row's file and records the row. False when the row stays as it is.
 bool CConversionRun::CopyAndRecord()
 {
-    if (m_bRowPending && CFileMisc::CopyPartFile(m_strSource, m_strTarget) != 0) {
+    if (m_bRowPending && (!HasFileNames() || CFileMisc::CopyPartFile(m_strSource, m_strTarget) != 0)) {
         return false;
     }
     UTtab_entry record = m_row;

@@ -58,6 +58,7 @@ private:
     bool OpenMapFile();
     RowEnd ConvertRows();
     RowEnd ConvertRow(int row);
+    bool HasFileNames();
     bool CopyAndRecord();
     bool WriteToMapFile(const std::string& text);
     void TakeBackHalfLine();
@@ -80,12 +81,14 @@ private:
     std::ofstream m_mapFile;
     std::uintmax_t m_nMapFileSize = 0;  // up to the last whole line, in bytes
     bool m_bMapFileFailureShown = false;
+    bool m_bNoFileNameShown = false;
     int m_nTotal = 0;  // rows to convert
     int m_nDone = 0;
 
     // The row in hand.
     UTtab_entry m_row;
     bool m_bRowPending = false;
+    bool m_bNewNameUsable = false;
     std::wstring m_strSource;
     std::wstring m_strTarget;
 };

@@ -1,18 +1,482 @@
 #include "ui/ConvList.h"
 
-#include <array>
+#include <windowsx.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "core/NameTemplate.h"
+#include "framework/Language.h"
+#include "framework/WindowFontDC.h"
+#include "platform/TemplateStore.h"
+#include "resources/resource.h"
+#include "ui/DlgTemplate.h"
+#include "ui/InPlaceEdit.h"
+#include "ui/InPlaceList.h"
+
+namespace {
+
+constexpr Text kRenamedMenuTitle{L"Spalte: Umbenannt nach...", L"Column: Renamed to..."};
+constexpr Text kBomNameMenuTitle{L"Spalte: Benennung d. Stücklisteneintrags...", L"Column: BOM names..."};
+
+// Column widths that the user may set, in pixels at 100 % scaling, and what a key press adds.
+constexpr int kMinColumnWidth = 80;
+constexpr int kMaxColumnWidth = 400;
+constexpr int kColumnWidthStep = 10;
+
+// Where an editor lies in its cell, in pixels.
+constexpr int kNarrowestEditedColumn = 5;
+constexpr int kEditorIndent = 4;
+constexpr int kEditorGap = 3;
+
+// How far below the header the column lines begin, in pixels.
+constexpr int kLineGap = 2;
+
+bool IsGenerated(int column)
+{
+    return column == kColumnRenamed || column == kColumnBomName;
+}
+
+bool IsDown(int key)
+{
+    return GetKeyState(key) < 0;
+}
+
+}  // namespace
+
+CConvList::CConvList() : m_menus{CColumnMenu(kRenamedMenuTitle), CColumnMenu(kBomNameMenuTitle)} {}
 
 const MessageMap* CConvList::GetMessageMap() const
 {
+    using Self = CConvList;
     static constexpr std::array kEntries{
-        OnReflectedNotify<&CConvList::OnEndLabelEditNotify>(LVN_ENDLABELEDITW),
+        OnMessage<&Self::OnScroll>(WM_HSCROLL),
+        OnMessage<&Self::OnScroll>(WM_VSCROLL),
+        OnMessage<&Self::OnWheel>(WM_MOUSEWHEEL),
+        OnMessage<&Self::OnWheel>(WM_MOUSEHWHEEL),
+        OnMessage<&Self::OnPaint>(WM_PAINT),
+        OnMessage<&Self::OnLButtonDblClk>(WM_LBUTTONDBLCLK),
+        OnMessage<&Self::OnRButtonDown>(WM_RBUTTONDOWN),
+        OnMessage<&Self::OnContextMenu>(WM_CONTEXTMENU),
+        ::OnCommand<&Self::OnInPlaceListClosed>(IDC_IN_PLACE_LIST, CBN_CLOSEUP),
+        ::OnNotify<&Self::OnHeaderBeginDrag>(HDN_BEGINTRACKW),
+        ::OnNotify<&Self::OnHeaderBeginDrag>(HDN_DIVIDERDBLCLICKW),
+        ::OnNotify<&Self::OnHeaderBeginDrag>(HDN_BEGINDRAG),
+        ::OnNotify<&Self::OnHeaderItemChanging>(HDN_ITEMCHANGINGW),
+        ::OnNotify<&Self::OnHeaderItemChanged>(HDN_ITEMCHANGEDW),
+        OnReflectedNotify<&Self::OnEndLabelEditNotify>(LVN_ENDLABELEDITW),
     };
     static const MessageMap kMap{CConversionTable::GetMessageMap(), kEntries};
     return &kMap;
+}
+
+// ---- Where things are
+
+// The columns from left to right.
+std::vector<CConvList::ColumnPlace> CConvList::ColumnPlaces() const
+{
+    std::vector<ColumnPlace> places;
+    int left = -GetScrollPos(m_hWnd, SB_HORZ);
+    for (const int column : GetColumnOrder()) {
+        const int right = left + GetColumnWidth(column);
+        places.push_back({column, left, right});
+        left = right;
+    }
+    return places;
+}
+
+std::optional<int> CConvList::ColumnAt(int x) const
+{
+    for (const ColumnPlace& place : ColumnPlaces()) {
+        if (x >= place.left && x < place.right) {
+            return place.column;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<int> CConvList::RowAt(POINT point) const
+{
+    const int bottom = GetClientRect().bottom;
+    for (int row = GetTopIndex(); row < GetItemCount(); ++row) {
+        const RECT place = GetRowRect(row);
+        if (point.y >= place.top && point.y < place.bottom) {
+            return row;
+        }
+        if (place.bottom >= bottom) {
+            break;
+        }
+    }
+    return std::nullopt;
+}
+
+// The place of a column that exists.
+CConvList::ColumnPlace CConvList::PlaceOf(int column) const
+{
+    const std::vector<ColumnPlace> places = ColumnPlaces();
+    return *std::ranges::find(places, column, &ColumnPlace::column);
+}
+
+bool CConvList::IsReport() const
+{
+    return (GetWindowLongPtrW(m_hWnd, GWL_STYLE) & LVS_TYPEMASK) == LVS_REPORT;
+}
+
+int CConvList::HeaderHeight() const
+{
+    RECT header{};
+    ::GetClientRect(GetHeader(), &header);
+    return header.bottom;
+}
+
+// ---- Windows messages
+
+// Scrolling ends an open edit.
+void CConvList::OnScroll()
+{
+    SetFocus();
+    Default();
+}
+
+// The wheel scrolls a list that does not have the focus, too: it takes the focus from a cell editor only.
+void CConvList::OnWheel()
+{
+    EndEdit();
+    Default();
+}
+
+// Continues the columns' grid lines below the last row.
+void CConvList::OnPaint()
+{
+    Default();
+    if (!IsReport()) {
+        return;
+    }
+    const CWindowFontDC dc(m_hWnd);
+    const RECT client = GetClientRect();
+    const int top = HeaderHeight() + kLineGap;
+    for (const ColumnPlace& place : ColumnPlaces()) {
+        if (place.right > client.right) {
+            break;
+        }
+        const RECT line{place.right - 1, top, place.right, client.bottom};
+        FillRect(dc.Get(), &line, GetSysColorBrush(COLOR_3DFACE));
+    }
+}
+
+LRESULT CConvList::OnLButtonDblClk(WPARAM, LPARAM lParam)
+{
+    Default();
+    const POINT point{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+    const std::optional<int> row = RowAt(point);
+    const std::optional<int> column = ColumnAt(point.x);
+    if (!row || !column) {
+        return 0;
+    }
+    if (GetItemState(*row, LVIS_FOCUSED) != 0 && IsGenerated(*column)) {
+        EditCell(*row, *column);
+    } else {
+        SelectAndFocus(*row);
+    }
+    return 0;
+}
+
+LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
+{
+    SetFocus();  // ends an open edit before the menu comes
+    POINT point{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+    const std::optional<int> column = ColumnAt(point.x);
+    if (!column) {
+        return Default();
+    }
+    // Below the last row the column's number serves as the row's, too; that is meant.
+    const Cell cell{RowAt(point).value_or(*column), *column};
+    SelectAndFocus(cell.row);
+    CColumnMenu::Command command = CColumnMenu::none;
+    if (IsGenerated(cell.column)) {
+        ClientToScreen(m_hWnd, &point);
+        command = MenuOf(cell.column).Show(m_hWnd, point);
+    }
+    // The control lets posted messages through while it deals with the click, so the command, which acts on
+    // the selection, comes behind.
+    const LRESULT result = DefaultKeepingSelection(lParam);
+    Perform(command, cell);
+    return result;
+}
+
+// The menu key; a click has had its menu already.
+LRESULT CConvList::OnContextMenu(WPARAM, LPARAM lParam)
+{
+    const bool byKeyboard = GET_X_LPARAM(lParam) == -1 && GET_Y_LPARAM(lParam) == -1;
+    if (!byKeyboard) {
+        return Default();
+    }
+    // The message comes when the menu key is let go, and Ctrl may have been let go before.
+    ShowMenuByKeyboard(std::exchange(m_bCtrlAtMenuKey, false) || IsDown(VK_CONTROL));
+    return 0;
+}
+
+// A list that closes up because the focus has gone elsewhere leaves it there.
+void CConvList::OnInPlaceListClosed()
+{
+    if (::GetFocus() == GetDlgItem(IDC_IN_PLACE_LIST)) {
+        SetFocus();
+    }
+}
+
+// The columns are about to move below an open edit, which ends it.
+LRESULT CConvList::OnHeaderBeginDrag(NMHDR&)
+{
+    SetFocus();
+    return Default();
+}
+
+// A width outside the limits is refused.
+LRESULT CConvList::OnHeaderItemChanging(NMHDR& header)
+{
+    const HDITEMW* change = reinterpret_cast<const NMHEADERW&>(header).pitem;
+    const bool newWidth = change != nullptr && (change->mask & HDI_WIDTH) != 0;
+    if (newWidth && (change->cxy < Scaled(kMinColumnWidth) || change->cxy > Scaled(kMaxColumnWidth))) {
+        return TRUE;
+    }
+    return Default();
+}
+
+// The column lines below the last row stand elsewhere with a new width.
+LRESULT CConvList::OnHeaderItemChanged(NMHDR& header)
+{
+    const LRESULT result = Default();
+    const HDITEMW* change = reinterpret_cast<const NMHEADERW&>(header).pitem;
+    if (IsReport() && change != nullptr && (change->mask & HDI_WIDTH) != 0) {
+        RECT below = GetClientRect();
+        below.top = GetItemCount() > 0 ? GetRowRect(GetItemCount() - 1).bottom : HeaderHeight();
+        InvalidateRect(m_hWnd, &below, TRUE);
+    }
+    return result;
 }
 
 LRESULT CConvList::OnEndLabelEditNotify(NMHDR& header)
 {
     const LVITEMW& item = reinterpret_cast<const NMLVDISPINFOW&>(header).item;
     return OnEndLabelEdit(item.iItem, item.iSubItem, item.pszText);
+}
+
+// ---- Editing
+
+void CConvList::EndEdit() const
+{
+    if (IsChild(m_hWnd, ::GetFocus()) != FALSE) {
+        SetFocus();
+    }
+}
+
+void CConvList::EditCell(int row, int column)
+{
+    EndEdit();
+    const std::optional<RECT> place = RevealCell(row, column);
+    if (place) {
+        m_edited = {row, column};
+        CInPlaceEdit::Open(*this, row, column, *place);
+    }
+}
+
+void CConvList::EditCellFromList(int row, int column, const std::vector<std::wstring>& choices)
+{
+    EndEdit();
+    const std::optional<RECT> place = RevealCell(row, column);
+    if (place) {
+        m_edited = {row, column};
+        CInPlaceList::Open(*this, row, column, *place, choices);
+    }
+}
+
+// Scrolls a cell into view and returns where its editor goes; none when there is no room for one.
+std::optional<RECT> CConvList::RevealCell(int row, int column) const
+{
+    if (row < 0 || row >= GetItemCount()) {
+        return std::nullopt;
+    }
+    EnsureVisible(row, true);
+    if (column < 0 || column >= GetColumnCount() || GetColumnWidth(column) < kNarrowestEditedColumn) {
+        return std::nullopt;
+    }
+    const ColumnPlace cell = RevealColumn(column);
+    RECT place = GetRowRect(row);
+    place.left = cell.left + kEditorIndent;
+    place.right = std::min<LONG>(GetClientRect().right, place.left - kEditorGap + cell.right - cell.left);
+    return place;
+}
+
+// Scrolls a column that exists into view and returns where it is then. Of one that is wider than the list,
+// the left end is shown.
+CConvList::ColumnPlace CConvList::RevealColumn(int column) const
+{
+    const int width = GetClientRect().right;
+    const ColumnPlace place = PlaceOf(column);
+    if (place.left >= 0 && place.right <= width) {
+        return place;
+    }
+    ScrollHorizontally(place.left < 0 ? place.left : std::min(place.right - width, place.left));
+    return PlaceOf(column);
+}
+
+// Goes on in the row's other generated column.
+void CConvList::EditOtherColumn()
+{
+    const Cell cell{m_edited.row, m_edited.column == kColumnRenamed ? kColumnBomName : kColumnRenamed};
+    EditCell(cell.row, cell.column);
+}
+
+// ---- Menus
+
+// Adds the row, if there is one, to the selection.
+void CConvList::SelectAndFocus(int row) const
+{
+    constexpr UINT kStates = LVIS_SELECTED | LVIS_FOCUSED;
+    SetItemState(row, kStates, kStates);
+}
+
+const CColumnMenu& CConvList::MenuOf(int column) const
+{
+    return m_menus[column == kColumnRenamed ? 0 : 1];
+}
+
+// Opens the menu of the focused row at its cell. Shift is in use by Shift+F10, so it is Ctrl that asks for
+// the second menu. Without such a row the menu opens below the header, for what it can do all the same.
+void CConvList::ShowMenuByKeyboard(bool bomNames)
+{
+    const int column = bomNames ? kColumnBomName : kColumnRenamed;
+    const int row = FocusedRow();
+    const std::optional<RECT> place = RevealCell(row, column);
+    if (place) {
+        SelectAndFocus(row);
+    }
+    POINT point =
+        place ? POINT{place->left, place->bottom} : POINT{RevealColumn(column).left, HeaderHeight()};
+    ClientToScreen(m_hWnd, &point);
+    Perform(MenuOf(column).Show(m_hWnd, point), {row, column});
+}
+
+// Does what was chosen in the menu of a cell.
+void CConvList::Perform(CColumnMenu::Command command, const Cell& cell)
+{
+    const HWND parent = ::GetParent(m_hWnd);
+    switch (command) {
+        case CColumnMenu::deleteRows:
+            ::PostMessageW(parent, WM_DELETESELECTED, 0, 0);
+            break;
+        case CColumnMenu::applyTemplate:
+            ::PostMessageW(parent, WM_APPLYTEMPLATE, static_cast<WPARAM>(cell.column), 0);
+            break;
+        case CColumnMenu::editTemplate:
+            EditTemplate(cell);
+            break;
+        case CColumnMenu::none:
+            break;
+    }
+}
+
+// Lets the user change the column's template; the cell's text stands in for one that is not stored.
+void CConvList::EditTemplate(const Cell& cell)
+{
+    CDlgTemplate dialog(g_nLanguage, cell.column,
+                        ReadTemplate(cell.column).value_or(GetItemText(cell.row, cell.column)),
+                        FromHandle(::GetParent(m_hWnd)));
+    const bool exists = cell.row >= 0 && cell.row < GetItemCount();
+    dialog.SetSample(GetItemText(exists ? cell.row : 0, kColumnOriginal));
+    dialog.DoModal();
+}
+
+// The control's own dealing with a click below the rows clears the selection, on which the chosen command is
+// still to act. It also waits for the button's release, which the menu has swallowed: without another one it
+// would take the next click for it.
+LRESULT CConvList::DefaultKeepingSelection(LPARAM position)
+{
+    if (!IsDown(VK_RBUTTON)) {
+        PostMessage(WM_RBUTTONUP, 0, position);
+    }
+    std::vector<int> selected;
+    for (int row = GetNextItem(-1, LVNI_SELECTED); row != -1; row = GetNextItem(row, LVNI_SELECTED)) {
+        selected.push_back(row);
+    }
+    const LRESULT result = Default();
+    for (const int row : selected) {
+        SetItemState(row, LVIS_SELECTED, LVIS_SELECTED);
+    }
+    return result;
+}
+
+// ---- Keys
+
+bool CConvList::PreTranslateMessage(MSG& message)
+{
+    const bool keyDown = message.message == WM_KEYDOWN || message.message == WM_SYSKEYDOWN;
+    if (keyDown && message.hwnd == m_hWnd && OnKey(message.wParam)) {
+        return true;
+    }
+    if (message.message == WM_KEYDOWN && message.wParam == VK_TAB && message.hwnd != m_hWnd) {
+        // It comes from a cell editor.
+        EditOtherColumn();
+        return true;
+    }
+    return CConversionTable::PreTranslateMessage(message);
+}
+
+// F2 and Shift+F2 edit the focused row's generated names, Shift+F10 opens a menu, Ctrl+A selects all rows.
+// Columns are numbered from 1: Ctrl and the number widens one, Ctrl+Shift narrows it, Alt moves it one place
+// to the right, from the last place to the first. False when the key is none of these.
+bool CConvList::OnKey(WPARAM key)
+{
+    const bool control = IsDown(VK_CONTROL);
+    const bool alt = IsDown(VK_MENU);
+    const int column = static_cast<int>(key) - '1';
+    if (key == VK_F2 && !control && !alt) {
+        EditCell(FocusedRow(), IsDown(VK_SHIFT) ? kColumnBomName : kColumnRenamed);
+        return true;
+    }
+    if (key == VK_F10 && IsDown(VK_SHIFT)) {
+        ShowMenuByKeyboard(control);
+        return true;
+    }
+    if (key == VK_APPS) {
+        m_bCtrlAtMenuKey = control;
+        return false;  // the system asks for the menu
+    }
+    if (key == 'A' && control && !alt) {
+        SetItemState(-1, LVIS_SELECTED, LVIS_SELECTED);  // -1: every row
+        return true;
+    }
+    if (column < 0 || column >= GetColumnCount() || control == alt) {
+        return false;
+    }
+    if (alt) {
+        MoveRight(column);
+    } else {
+        Widen(column, IsDown(VK_SHIFT) ? -kColumnWidthStep : kColumnWidthStep);
+    }
+    return true;
+}
+
+int CConvList::FocusedRow() const
+{
+    return GetNextItem(-1, LVNI_FOCUSED);
+}
+
+void CConvList::Widen(int column, int step) const
+{
+    SetColumnWidth(column, std::clamp(GetColumnWidth(column) + Scaled(step), Scaled(kMinColumnWidth),
+                                      Scaled(kMaxColumnWidth)));
+}
+
+void CConvList::MoveRight(int column) const
+{
+    std::vector<int> order = GetColumnOrder();
+    const auto place = std::ranges::find(order, column);
+    if (place + 1 == order.end()) {
+        std::rotate(order.begin(), place, order.end());
+    } else {
+        std::iter_swap(place, place + 1);
+    }
+    SetColumnOrder(std::move(order));
+    InvalidateRect(m_hWnd, nullptr, TRUE);
 }

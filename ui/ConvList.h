@@ -1,13 +1,93 @@
 #pragma once
 
-#include "core/ConversionTable.h"
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
 
-// The main dialog's list: the conversion table in the user's hands.
+#include "core/ConversionTable.h"
+#include "ui/ColumnMenu.h"
+
+// The main dialog's list: the conversion table in the user's hands. Cells of the two generated columns are
+// edited in place, each of the two has a context menu, and the columns can be moved and made wider or
+// narrower.
 class CConvList : public CConversionTable
 {
+public:
+    // Makes the menus in the language in force.
+    CConvList();
+
+    bool PreTranslateMessage(MSG& message) override;
+
+    // Ends an open edit, brings a cell into view and opens its editor. Nothing happens when there is no such
+    // cell or its column is too narrow for an editor.
+    void EditCell(int row, int column);
+
+    // The same with a drop-down list of texts to choose from.
+    void EditCellFromList(int row, int column, const std::vector<std::wstring>& choices);
+
+    // Takes the text of the open editor, if there is one, and gives the focus back to the list.
+    void EndEdit() const;
+
 protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override;
 
 private:
+    struct Cell
+    {
+        int row = -1;
+        int column = -1;
+    };
+
+    // A column's place in client coordinates; `right` is the first pixel behind it.
+    struct ColumnPlace
+    {
+        int column;
+        int left;
+        int right;
+    };
+
+    // Where things are
+    [[nodiscard]] std::vector<ColumnPlace> ColumnPlaces() const;
+    [[nodiscard]] std::optional<int> ColumnAt(int x) const;
+    [[nodiscard]] std::optional<int> RowAt(POINT point) const;
+    [[nodiscard]] ColumnPlace PlaceOf(int column) const;
+    [[nodiscard]] bool IsReport() const;
+    [[nodiscard]] int HeaderHeight() const;
+
+    // Windows messages
+    void OnScroll();
+    void OnWheel();
+    void OnPaint();
+    LRESULT OnLButtonDblClk(WPARAM wParam, LPARAM lParam);
+    LRESULT OnRButtonDown(WPARAM wParam, LPARAM lParam);
+    LRESULT OnContextMenu(WPARAM wParam, LPARAM lParam);
+    void OnInPlaceListClosed();
+    LRESULT OnHeaderBeginDrag(NMHDR& header);
+    LRESULT OnHeaderItemChanging(NMHDR& header);
+    LRESULT OnHeaderItemChanged(NMHDR& header);
     LRESULT OnEndLabelEditNotify(NMHDR& header);
+
+    // Editing
+    [[nodiscard]] std::optional<RECT> RevealCell(int row, int column) const;
+    [[nodiscard]] ColumnPlace RevealColumn(int column) const;
+    void EditOtherColumn();
+
+    // Menus
+    void SelectAndFocus(int row) const;
+    [[nodiscard]] const CColumnMenu& MenuOf(int column) const;
+    void ShowMenuByKeyboard(bool bomNames);
+    void Perform(CColumnMenu::Command command, const Cell& cell);
+    void EditTemplate(const Cell& cell);
+    LRESULT DefaultKeepingSelection(LPARAM position);
+
+    // Keys
+    bool OnKey(WPARAM key);
+    [[nodiscard]] int FocusedRow() const;
+    void Widen(int column, int step) const;
+    void MoveRight(int column) const;
+
+    std::array<CColumnMenu, 2> m_menus;  // of the columns 1 and 2
+    Cell m_edited;                       // the cell whose editor was opened last
+    bool m_bCtrlAtMenuKey = false;       // Ctrl was down when the menu key was pressed
 };

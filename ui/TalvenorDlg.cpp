@@ -25,8 +25,7 @@
 namespace {
 
 constexpr int kGerman = 1;
-constexpr int kColumnWidth = 175;
-constexpr int kStateImageWidth = 12;
+constexpr int kColumnWidth = 175;  // pixels at 100 % scaling
 constexpr COLORREF kStateImageMask = RGB(255, 0, 0);
 constexpr DWORD kPickedFilesLength = 32766;  // characters of the file dialog's buffer
 constexpr UINT kSysCommandMask = 0xFFF0;     // the low four bits belong to the system
@@ -85,6 +84,27 @@ constexpr Text kOverwriteLead{L"Die Map-Datei '", L"The Map-File '"};
 constexpr Text kOverwriteMiddle{L"' existiert bereits in '", L"' already exists in '"};
 constexpr Text kOverwriteClosing{L"'.\n\nSoll die Datei überschrieben werden?",
                                  L"'.\n\nDo you want to overwrite this file?"};
+
+// A bitmap of the rows' state images, and how wide one of them is in pixels.
+struct StateImages
+{
+    int width;
+    UINT bitmapId;
+};
+
+// The largest that are not larger than 12 pixels at 100 % come to at this scaling.
+StateImages StateImagesFor(UINT dpi)
+{
+    constexpr StateImages kSmallest{12, IDB_STATES};
+    constexpr std::array kLarger{StateImages{36, IDB_STATES_300}, StateImages{24, IDB_STATES_200},
+                                 StateImages{18, IDB_STATES_150}, StateImages{15, IDB_STATES_125}};
+    for (const StateImages& images : kLarger) {
+        if (images.width <= MulDiv(kSmallest.width, static_cast<int>(dpi), USER_DEFAULT_SCREEN_DPI)) {
+            return images;
+        }
+    }
+    return kSmallest;
+}
 
 // The first paint of the process shows what the start had to report.
 bool g_firstPaintPending = true;
@@ -217,6 +237,7 @@ CTalvenorDlg::CTalvenorDlg() : CDialog(IDD_TALVENOR), CFileMisc(kGerman) {}
 bool CTalvenorDlg::OnInitDialog()
 {
     CDialog::OnInitDialog();
+    m_nDpi = GetDpiForWindow(m_hWnd);
     AddAboutToSystemMenu();
     SetDialogIcon();
     AnchorControls();
@@ -248,14 +269,17 @@ void CTalvenorDlg::AddAboutToSystemMenu() const
 
 void CTalvenorDlg::SetDialogIcon()
 {
-    const auto load = [](int widthMetric, int heightMetric) {
-        return static_cast<HICON>(LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(IDI_TALVENOR), IMAGE_ICON,
-                                             GetSystemMetrics(widthMetric), GetSystemMetrics(heightMetric),
-                                             LR_SHARED));
+    const auto load = [dpi = m_nDpi](int widthMetric, int heightMetric) {
+        return UniqueIcon(static_cast<HICON>(LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(IDI_TALVENOR),
+                                                        IMAGE_ICON, GetSystemMetricsForDpi(widthMetric, dpi),
+                                                        GetSystemMetricsForDpi(heightMetric, dpi), 0)));
     };
-    m_hIcon = load(SM_CXICON, SM_CYICON);
-    SendMessage(WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(m_hIcon));
-    SendMessage(WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(load(SM_CXSMICON, SM_CYSMICON)));
+    UniqueIcon icon = load(SM_CXICON, SM_CYICON);
+    UniqueIcon smallIcon = load(SM_CXSMICON, SM_CYSMICON);
+    SendMessage(WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon.get()));
+    SendMessage(WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(smallIcon.get()));
+    m_icon = std::move(icon);  // only now the window can do without the old ones
+    m_smallIcon = std::move(smallIcon);
 }
 
 void CTalvenorDlg::AnchorControls()
@@ -278,14 +302,23 @@ void CTalvenorDlg::AnchorControls()
 
 void CTalvenorDlg::PrepareList()
 {
-    constexpr DWORD kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT;
+    constexpr DWORD kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_HEADERDRAGDROP;
     m_wndList.SetExtendedStyle(kStyles, kStyles);
-    m_stateImages.Create(IDB_STATES, kStateImageWidth, 1, kStateImageMask);
-    m_wndList.SetImageList(m_stateImages, LVSIL_STATE);
+    SetStateImages();
     for (std::size_t column = 0; column < kColumnHeaders.size(); ++column) {
-        m_wndList.InsertColumn(static_cast<int>(column), kColumnHeaders[column].Current(), kColumnWidth);
+        m_wndList.InsertColumn(static_cast<int>(column), kColumnHeaders[column].Current(),
+                               Scaled(kColumnWidth));
     }
     m_wndList.ShowWindow(SW_SHOW);
+}
+
+void CTalvenorDlg::SetStateImages()
+{
+    const StateImages choice = StateImagesFor(m_nDpi);
+    CImageList images;
+    images.Create(choice.bitmapId, choice.width, 1, kStateImageMask);
+    m_wndList.SetImageList(images, LVSIL_STATE);
+    m_stateImages = std::move(images);  // only now the list can do without the old ones
 }
 
 void CTalvenorDlg::ReadFolders()
@@ -397,6 +430,7 @@ void CTalvenorDlg::ReloadAfterCancel()
 
 void CTalvenorDlg::ShowFolders()
 {
+    m_bFolderRefused = false;
     SetDlgItemText(IDC_SOURCE_DIR, m_strSourceDir);
     SetDlgItemText(IDC_MAPPED_DIR, MappedFolder(m_strSourceDir));
 }
@@ -411,7 +445,9 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
         OnMessage<&Self::OnQueryDragIcon>(WM_QUERYDRAGICON),
         OnMessage<&Self::OnSysCommand>(WM_SYSCOMMAND),
         OnMessage<&Self::OnDestroy>(WM_DESTROY),
+        OnMessage<&Self::OnActivate>(WM_ACTIVATE),
         OnMessage<&Self::OnSize>(WM_SIZE),
+        OnMessage<&Self::OnDpiChanged>(WM_DPICHANGED),
         OnMessage<&Self::OnGetMinMaxInfo>(WM_GETMINMAXINFO),
         OnMessage<&Self::OnHelp>(WM_HELP),
         OnMessage<&Self::OnListChanged>(WM_LISTCHANGED),
@@ -442,7 +478,28 @@ bool CTalvenorDlg::IsBusy() const
 
 bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
 {
-    return IsBusy() || CDialog::OnCommand(wParam, lParam);
+    return IsBusy() || NeedsOtherFolder(wParam) || CDialog::OnCommand(wParam, lParam);
+}
+
+// A button that is pressed by its letter acts although the folder was just refused: it would work on the old
+// folder while the field shows another one. Whoever left the field without correcting it is led back.
+bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
+{
+    const int id = LOWORD(command);
+    const bool harmless = id == IDCANCEL || id == IDC_HELP_BUTTON || id == IDC_BROWSE || id == IDC_COPY_ONLY;
+    if (!m_bFolderRefused || harmless || HIWORD(command) != BN_CLICKED) {
+        return false;
+    }
+    if (::GetFocus() != m_wndSourceDir.m_hWnd) {
+        RefuseFolder();
+    }
+    return true;
+}
+
+// A window on its way out takes no edits any more: the messages about them would come too late.
+LRESULT CTalvenorDlg::OnNotify(WPARAM wParam, LPARAM lParam)
+{
+    return IsEnding() ? 0 : CDialog::OnNotify(wParam, lParam);
 }
 
 // The Delete key in the list deletes the selected rows, once the list has had the key.
@@ -466,7 +523,7 @@ void CTalvenorDlg::OnPaint()
         SendMessage(WM_ICONERASEBKGND, reinterpret_cast<WPARAM>(dc));
         const RECT client = GetClientRect();
         DrawIcon(dc, (client.right - GetSystemMetrics(SM_CXICON) + 1) / 2,
-                 (client.bottom - GetSystemMetrics(SM_CYICON) + 1) / 2, m_hIcon);
+                 (client.bottom - GetSystemMetrics(SM_CYICON) + 1) / 2, m_icon.get());
         EndPaint(m_hWnd, &paint);
     } else {
         Default();
@@ -478,7 +535,7 @@ void CTalvenorDlg::OnPaint()
 
 HICON CTalvenorDlg::OnQueryDragIcon()
 {
-    return m_hIcon;
+    return m_icon.get();
 }
 
 LRESULT CTalvenorDlg::OnSysCommand(WPARAM wParam, LPARAM)
@@ -498,12 +555,40 @@ void CTalvenorDlg::OnDestroy()
     Default();
 }
 
+// A window that is left remembers where its focus was. A cell editor does not outlive the loss of the focus,
+// so it is the list that is to be remembered.
+LRESULT CTalvenorDlg::OnActivate(WPARAM wParam, LPARAM)
+{
+    if (LOWORD(wParam) == WA_INACTIVE) {
+        m_wndList.EndEdit();
+    }
+    return Default();
+}
+
 void CTalvenorDlg::OnSize()
 {
+    m_wndList.EndEdit();  // its cell may come to lie elsewhere
     Default();
     if (IsIconic(m_hWnd) == FALSE) {
         m_layout.Arrange();
     }
+}
+
+// The window has come to a screen of another scaling. The system scales the dialog and its controls itself,
+// but not the columns and the images.
+LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
+{
+    m_wndList.EndEdit();
+    const LRESULT result = Default();
+    const UINT before = std::exchange(m_nDpi, HIWORD(wParam));
+    m_layout.Arrange();
+    for (int column = 0; column < m_wndList.GetColumnCount(); ++column) {
+        m_wndList.SetColumnWidth(column, MulDiv(m_wndList.GetColumnWidth(column), static_cast<int>(m_nDpi),
+                                                static_cast<int>(before)));
+    }
+    SetStateImages();
+    SetDialogIcon();
+    return result;
 }
 
 void CTalvenorDlg::OnGetMinMaxInfo(MINMAXINFO& limits)
@@ -535,7 +620,8 @@ void CTalvenorDlg::OnSourceDirKillFocus()
     const CFlagScope checking(m_bCheckingSourceDir);
     const std::wstring folder = StripFolderInput(m_wndSourceDir.GetWindowText());
     m_wndSourceDir.SetWindowText(folder);
-    if (CheckTypedFolder(folder) && !SameFolder(folder, m_strSourceDir)) {
+    m_bFolderRefused = !CheckTypedFolder(folder);
+    if (!m_bFolderRefused && !SameFolder(folder, m_strSourceDir)) {
         if (Ask(kChangeFolder)) {
             m_wndList.DeleteAllItems();
             m_strSourceDir = folder;
@@ -549,16 +635,21 @@ void CTalvenorDlg::OnSourceDirKillFocus()
 
 // Whether the typed folder exists. If not, the user is told and put back into the field, unless the focus is
 // on its way to the button that closes the window.
-bool CTalvenorDlg::CheckTypedFolder(const std::wstring& folder)
+bool CTalvenorDlg::CheckTypedFolder(const std::wstring& folder) const
 {
     if (Exists(folder) || IsVolume(folder)) {
         return true;
     }
     if (::GetFocus() != GetDlgItem(IDCANCEL)) {
-        ShowMessage(kNoSuchFolder.Current());
-        m_wndSourceDir.FocusAndSelectAll();
+        RefuseFolder();
     }
     return false;
+}
+
+void CTalvenorDlg::RefuseFolder() const
+{
+    ShowMessage(kNoSuchFolder.Current());
+    m_wndSourceDir.FocusAndSelectAll();
 }
 
 void CTalvenorDlg::OnBrowseSourceFolder()

@@ -24,6 +24,7 @@ public:
 protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override;
     bool OnCommand(WPARAM wParam, LPARAM lParam) override;
+    LRESULT OnNotify(WPARAM wParam, LPARAM lParam) override;
     void DoDataExchange(CDataExchange& exchange) override;
     bool OnInitDialog() override;
     void OnOK() override {}  // Enter never closes the window
@@ -33,6 +34,7 @@ private:
     void AddAboutToSystemMenu() const;
     void SetDialogIcon();
     void PrepareList();
+    void SetStateImages();
     void AnchorControls();
     void ReadFolders();
     void FillVersions();
@@ -54,7 +56,9 @@ private:
     HICON OnQueryDragIcon();
     LRESULT OnSysCommand(WPARAM wParam, LPARAM lParam);
     void OnDestroy();
+    LRESULT OnActivate(WPARAM wParam, LPARAM lParam);
     void OnSize();
+    LRESULT OnDpiChanged(WPARAM wParam, LPARAM lParam);
     void OnGetMinMaxInfo(MINMAXINFO& limits);
     void OnListChanged();
     LRESULT OnApplyTemplate(WPARAM wParam, LPARAM lParam);
@@ -72,7 +76,9 @@ private:
     void OnStart();
     void OnHelp();
 
-    bool CheckTypedFolder(const std::wstring& folder);
+    [[nodiscard]] bool NeedsOtherFolder(WPARAM command) const;
+    [[nodiscard]] bool CheckTypedFolder(const std::wstring& folder) const;
+    void RefuseFolder() const;
     void TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names);
     void SelectAllRows(bool select);
     void TakeChosenVersion();
@@ -90,9 +96,12 @@ private:
     CButton m_wndCopyOnly;
     std::wstring m_strProgId;
     std::wstring m_strHelpFile;
-    HICON m_hIcon = nullptr;  // shared by the system, never destroyed
+    UniqueIcon m_icon;
+    UniqueIcon m_smallIcon;
 
+    UINT m_nDpi = USER_DEFAULT_SCREEN_DPI;  // the scaling that columns and images are made for
     CDialogLayout m_layout;
     bool m_bRunning = false;            // a conversion run is under way
     bool m_bCheckingSourceDir = false;  // a message about the typed folder is open
+    bool m_bFolderRefused = false;      // the folder field holds a folder that does not exist
 };

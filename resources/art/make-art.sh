@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Draws resources/talvenor.ico and resources/states.bmp from their sources in this folder.
+# Draws resources/talvenor.ico and the bitmaps resources/states*.bmp from their sources in this folder.
 # Needs Debian's librsvg2-bin, icoutils and imagemagick. The results are committed, so a build does not need them.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -17,4 +17,9 @@ for size in 16 20 24 32 40 48 64 256; do
 done
 icotool --create --output ../talvenor.ico "${images[@]}"
 
+# The state images, twice as wide as high: drawn by hand for 100 % scaling, from one drawing for the others.
 convert states.xpm -type TrueColor BMP3:../states.bmp
+for size in 15 18 24 36; do
+  rsvg-convert --width $((2 * size)) --height $size --output "$work/states.png" states.svg
+  convert "$work/states.png" -type TrueColor BMP3:../states$size.bmp
+done

@@ -30,6 +30,8 @@ CASES = [
     ("8-bit text", "texts", {"a.txt": b"St\xfcck\n"}, "not UTF-8 (byte 2)"),
     ("byte-order mark", "texts", {"a.txt": b"\xef\xbb\xbfa\n"}, "byte-order mark"),
     ("CR LF", "texts", {"a.txt": b"a\r\n"}, "CR LF"),
+    ("CR LF in a fuzz seed", "texts", {"tests/fuzz/seeds/a/b": b"a\r\n"}, None),
+    ("CR LF beside the fuzz seeds", "texts", {"tests/fuzz/a.txt": b"a\r\n"}, "CR LF"),
     ("trailing blank", "texts", {"core/A.h": "int a; \n"}, "trailing blanks"),
     ("tab", "texts", {"core/A.h": "\tint a;\n"}, "tab"),
     ("unfinished", "texts", {"core/A.h": "// TO" "DO: later\n"}, "unfinished"),

@@ -14,7 +14,7 @@ SIDEWAYS = {("platform", "framework")}
 EVERYBODYS = "resources/"  # numbers only
 # The portable text rules include nothing of Windows, so that they can be built for the build machine.
 PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "files/MapLine", "files/Paths",
-            "framework/List"]
+            "framework/List", "files/PickedFiles"]
 WINDOWS_HEADER = re.compile(r"^(windows|windowsx|commctrl|commdlg|shlobj|shellapi|ole\w*|com\w+|objbase|wtypes|tchar)\.h$",
                             re.IGNORECASE)
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')

@@ -1,0 +1,143 @@
+#include "ui/DlgTemplate.h"
+
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "core/NameTemplate.h"
+#include "framework/DialogData.h"
+#include "framework/Language.h"
+#include "framework/MessageBox.h"
+#include "platform/TemplateStore.h"
+#include "resources/resource.h"
+
+namespace {
+
+constexpr Text kFileCaption{L"Schablone Zieldatei bearbeiten", L"View/Modify file template"};
+constexpr Text kBomCaption{L"Schablone Stücklisteneintrag bearbeiten", L"View/Modify BOM template"};
+constexpr Text kOtherCaption{L"Schablone bearbeiten", L"View/Modify template"};
+
+constexpr Text kRefused{L"Platzhalter %2 für Konfigurationsnamen ist nicht erlaubt.",
+                        L"You cannot use the fill-in %2 for configuration names."};
+
+constexpr Text kPreviewRefused{L"(%2 ist in Dateinamen nicht erlaubt)", L"(%2 is not allowed in file names)"};
+constexpr Text kPreviewNoName{L"(ergibt keinen Dateinamen)", L"(gives no file name)"};
+constexpr Text kPreviewEmpty{L"(leer)", L"(empty)"};
+
+constexpr const wchar_t* kConfigurationFillIn = L"%2";
+constexpr int kConfiguration = 2;  // the same, in the legend
+
+// The legend's rows, one for each fill-in, and the controls of a row
+constexpr int kLegendRows = 8;
+constexpr int kLegendColumns = 3;
+constexpr int kLegendExample = 2;
+
+// The control in a row (a fill-in's number) and column (from 0) of the legend.
+constexpr int LegendControl(int row, int column)
+{
+    return IDC_TEMPLATE_LEGEND + (row - 1) * kLegendColumns + column;
+}
+
+const Text& CaptionOf(int column)
+{
+    return column == kColumnRenamed ? kFileCaption : column == kColumnBomName ? kBomCaption : kOtherCaption;
+}
+
+}  // namespace
+
+CDlgTemplate::CDlgTemplate(int language, int column, std::wstring text, CWnd* parent)
+    : CDialog(IDD_TEMPLATE, parent), m_nLanguage(language), m_strText(std::move(text)), m_nColumn(column)
+{
+}
+
+const MessageMap* CDlgTemplate::GetMessageMap() const
+{
+    static constexpr std::array kEntries{
+        ::OnCommand<&CDlgTemplate::ShowPreview>(IDC_TEMPLATE_TEXT, EN_CHANGE),
+    };
+    static const MessageMap kMap{CDialog::GetMessageMap(), kEntries};
+    return &kMap;
+}
+
+void CDlgTemplate::DoDataExchange(CDataExchange& exchange)
+{
+    DDX_Control(exchange, IDC_TEMPLATE_TEXT, m_wndText);
+}
+
+bool CDlgTemplate::OnInitDialog()
+{
+    CDialog::OnInitDialog();
+    SetWindowText(CaptionOf(m_nColumn).In(m_nLanguage));
+    ShowSampleName();
+    if (m_nColumn == kColumnRenamed) {
+        RemoveFromLegend(kConfiguration);
+    }
+    m_wndText.SetWindowText(m_strText);
+    ShowPreview();
+    return true;
+}
+
+void CDlgTemplate::OnOK()
+{
+    m_strText = m_wndText.GetWindowText();
+    if (IsRefused(m_strText)) {
+        ShowMessage(kRefused.In(m_nLanguage), MB_OK | MB_ICONINFORMATION);
+        m_wndText.FocusAndSelectAll();
+        return;
+    }
+    if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
+        WriteTemplate(m_nColumn, m_strText);  // it is meant that a failure is not reported
+    }
+    CDialog::OnOK();
+}
+
+void CDlgTemplate::ShowSampleName() const
+{
+    if (m_strSample.empty()) {
+        ::ShowWindow(GetDlgItem(IDC_TEMPLATE_PREVIEW_LABEL), SW_HIDE);
+        ::ShowWindow(GetDlgItem(IDC_TEMPLATE_PREVIEW), SW_HIDE);
+        return;
+    }
+    SetDlgItemText(IDC_TEMPLATE_PREVIEW_LABEL,
+                   GetDlgItemText(IDC_TEMPLATE_PREVIEW_LABEL) + L" " + m_strSample + L":");
+    // In line with the legend's static texts, which have no margins
+    ::SendMessageW(GetDlgItem(IDC_TEMPLATE_PREVIEW), EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
+}
+
+// The rows below move up. Their texts do, not their controls, so that the dialog keeps the layout of its
+// template when it is taken to a screen of another scaling.
+void CDlgTemplate::RemoveFromLegend(int fillIn) const
+{
+    for (int column = 0; column < kLegendColumns; ++column) {
+        for (int row = fillIn; row < kLegendRows; ++row) {
+            SetDlgItemText(LegendControl(row, column), GetDlgItemText(LegendControl(row + 1, column)));
+        }
+        ::ShowWindow(GetDlgItem(LegendControl(kLegendRows, column)), SW_HIDE);
+    }
+}
+
+void CDlgTemplate::ShowPreview()
+{
+    if (!m_strSample.empty()) {
+        SetDlgItemText(IDC_TEMPLATE_PREVIEW, Preview(m_wndText.GetWindowText()));
+    }
+}
+
+std::wstring CDlgTemplate::Preview(const std::wstring& templateText) const
+{
+    if (IsRefused(templateText)) {
+        return kPreviewRefused.In(m_nLanguage);
+    }
+    if (m_nColumn == kColumnRenamed) {
+        return NewFileName(templateText, m_strSample).value_or(kPreviewNoName.In(m_nLanguage));
+    }
+    const std::wstring name = ConfigurationBomName(
+        templateText, m_strSample, GetDlgItemText(LegendControl(kConfiguration, kLegendExample)));
+    return name.empty() ? kPreviewEmpty.In(m_nLanguage) : name;
+}
+
+// A file holds all its configurations, so that its name cannot depend on one.
+bool CDlgTemplate::IsRefused(const std::wstring& templateText) const
+{
+    return m_nColumn == kColumnRenamed && templateText.find(kConfigurationFillIn) != std::wstring::npos;
+}

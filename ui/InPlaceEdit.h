@@ -1,0 +1,32 @@
+#pragma once
+
+#include "framework/Controls.h"
+#include "ui/CellEdit.h"
+
+// The edit in which a cell of a list is changed. Enter and the loss of the focus end it with the text, Escape
+// without one. The object belongs to its window and goes with it.
+class CInPlaceEdit : public CEdit
+{
+public:
+    // Opens an editor for the cell at a place in the list's client area, with the cell's text selected and
+    // the alignment of its column. Nothing happens when the system refuses the window.
+    static void Open(const CListCtrl& list, int row, int column, const RECT& place);
+
+    bool PreTranslateMessage(MSG& message) override;
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override;
+    void PostNcDestroy() override;
+
+private:
+    CInPlaceEdit(int row, int column, std::wstring text);
+    void Begin(const CListCtrl& list) const;
+    LRESULT OnChar(WPARAM wParam, LPARAM lParam);
+    LRESULT OnMouseWheel(WPARAM wParam, LPARAM lParam);
+    void OnKillFocus();
+    void FocusList() const;
+    void GrowToText() const;
+    void ShowAsMuchAsPossible() const;
+
+    CCellEdit m_cell;
+};
