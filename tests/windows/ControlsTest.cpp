@@ -174,6 +174,73 @@ TEST_F(ListCtrlTest, ScrollsARowIntoView)
     EXPECT_EQ(ListView_GetTopIndex(m_list.m_hWnd) + ListView_GetCountPerPage(m_list.m_hWnd), 50);
 }
 
+TEST_F(ListCtrlTest, ARowThatIsInViewInPartNeedsNoScrolling)
+{
+    for (int row = 0; row < 50; ++row) {
+        Insert(row, L"x");
+    }
+    const RECT first = m_list.GetRowRect(0);
+    const LONG height = first.bottom - first.top;
+    SetWindowPos(m_list.m_hWnd, nullptr, 0, 0, 400, first.top + 4 * height + height / 2,
+                 SWP_NOMOVE | SWP_NOZORDER);
+    m_list.EnsureVisible(4, true);
+    EXPECT_EQ(m_list.GetTopIndex(), 0);
+    m_list.EnsureVisible(4);
+    EXPECT_EQ(m_list.GetTopIndex(), 1);
+}
+
+TEST_F(ListCtrlTest, TellsAndSetsItsColumns)
+{
+    EXPECT_EQ(m_list.GetColumnCount(), 2);
+    m_list.InsertColumn(2, L"Benennung", 90, LVCFMT_CENTER);
+    EXPECT_EQ(m_list.GetColumnCount(), 3);
+    EXPECT_EQ(m_list.GetColumnWidth(0), 175);
+    EXPECT_EQ(m_list.GetColumnWidth(2), 90);
+    m_list.SetColumnWidth(2, 33);
+    EXPECT_EQ(m_list.GetColumnWidth(2), 33);
+    EXPECT_EQ(m_list.GetColumnWidth(1), 120);
+    EXPECT_EQ(m_list.GetColumnFormat(0), LVCFMT_LEFT);
+    EXPECT_EQ(m_list.GetColumnFormat(1), LVCFMT_RIGHT);
+    EXPECT_EQ(m_list.GetColumnFormat(2), LVCFMT_CENTER);
+}
+
+TEST_F(ListCtrlTest, ShowsItsColumnsInAnOrder)
+{
+    m_list.InsertColumn(2, L"Benennung", 90);
+    EXPECT_EQ(m_list.GetColumnOrder(), (std::vector<int>{0, 1, 2}));
+    m_list.SetColumnOrder({2, 0, 1});
+    EXPECT_EQ(m_list.GetColumnOrder(), (std::vector<int>{2, 0, 1}));
+    EXPECT_EQ(m_list.GetColumnWidth(2), 90) << "a column keeps its number";
+    const CControlWindow<CListCtrl> empty(WC_LISTVIEWW, LVS_REPORT);
+    EXPECT_TRUE(empty.m_control.GetColumnOrder().empty());
+}
+
+TEST_F(ListCtrlTest, TellsWhereItsRowsAre)
+{
+    for (int row = 0; row < 3; ++row) {
+        Insert(row, L"x");
+    }
+    const RECT first = m_list.GetRowRect(0);
+    RECT header{};
+    GetClientRect(m_list.GetHeader(), &header);
+    EXPECT_EQ(first.left, 0);
+    EXPECT_EQ(first.right, 295);  // 175 + 120
+    EXPECT_EQ(first.top, header.bottom);
+    EXPECT_EQ(m_list.GetRowRect(2).top, first.top + 2 * (first.bottom - first.top));
+    const RECT none = m_list.GetRowRect(3);
+    EXPECT_TRUE(IsRectEmpty(&none));
+}
+
+TEST_F(ListCtrlTest, ScrollsToTheRightAndBack)
+{
+    Insert(0, L"x");  // the list is 200 wide, its columns 295
+    m_list.ScrollHorizontally(60);
+    EXPECT_EQ(GetScrollPos(m_list.m_hWnd, SB_HORZ), 60);
+    EXPECT_EQ(m_list.GetRowRect(0).left, -60);
+    m_list.ScrollHorizontally(-20);
+    EXPECT_EQ(m_list.GetRowRect(0).left, -40);
+}
+
 TEST_F(ListCtrlTest, ExtendedStylesAreSetUnderTheirMask)
 {
     m_list.SetExtendedStyle(LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES, LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES);

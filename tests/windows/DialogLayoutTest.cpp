@@ -114,4 +114,19 @@ TEST(DialogLayoutSize, BeginningAnewForgetsTheControls)
     ExpectPlace(window, 1, kPlace);
 }
 
+TEST(DialogLayoutPaint, EverythingIsPaintedAnew)
+{
+    const CPlainWindow window(nullptr, WS_POPUP | WS_VISIBLE);
+    const HWND moved = window.AddControl(L"BUTTON", 1, 0, kPlace);
+    const HWND resting = window.AddControl(L"BUTTON", 2, 0, {5, 5, 20, 20});
+    CDialogLayout layout;
+    layout.Begin(window.m_hWnd);
+    layout.Anchor(1, L::right);
+    ResizeBy(window, 60, 40);
+    RedrawWindow(window.m_hWnd, nullptr, nullptr, RDW_VALIDATE | RDW_ALLCHILDREN);
+    layout.Arrange();
+    EXPECT_TRUE(GetUpdateRect(moved, nullptr, FALSE));
+    EXPECT_TRUE(GetUpdateRect(resting, nullptr, FALSE));
+}
+
 }  // namespace

@@ -22,6 +22,19 @@ constexpr INT_PTR kTooLong = -3;
 constexpr UINT kPatience = 10000;  // milliseconds
 constexpr UINT kNoTemplate = 9999;
 
+class CNotingEdit : public CEdit
+{
+public:
+    int m_colourChanges = 0;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        m_colourChanges += message == WM_SYSCOLORCHANGE ? 1 : 0;
+        return CEdit::WindowProc(message, wParam, lParam);
+    }
+};
+
 // The template dialog, which takes one step of a test after the other from its own queue: what a step posts
 // is dealt with before the next step is taken. After the last step it ends by itself.
 class CSteppingDialog : public CDialog
@@ -31,7 +44,7 @@ public:
 
     std::vector<std::function<void()>> m_steps;
     std::vector<std::string> m_log;
-    CEdit m_edit;
+    CNotingEdit m_edit;
     std::wstring m_text = L"from the member";
     bool m_endAtStart = false;
     bool m_halted = false;  // takes no further steps
@@ -135,6 +148,15 @@ TEST_F(DialogTest, RunsModallyWithItsOwnerDisabled)
     EXPECT_EQ(m_dialog.m_hWnd, nullptr);
     EXPECT_FALSE(IsWindow(window));
     EXPECT_EQ(m_dialog.m_log, std::vector<std::string>{"init"});
+}
+
+TEST_F(DialogTest, TellsItsControlsOfNewSystemColours)
+{
+    m_dialog.m_steps = {[&] {
+        m_dialog.SendMessage(WM_SYSCOLORCHANGE);
+        EXPECT_EQ(m_dialog.m_edit.m_colourChanges, 1);
+    }};
+    EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
 }
 
 TEST_F(DialogTest, CanBeRunAgain)
@@ -273,9 +295,10 @@ TEST_F(DialogTest, TabGoesFromControlToControl)
         note();
         ::PostMessageW(GetFocus(), WM_KEYDOWN, VK_TAB, 1);
     };
-    m_dialog.m_steps = {tab, tab, tab, note};
+    m_dialog.m_steps = {tab, tab, tab, tab, note};
     EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
-    EXPECT_EQ(focused, (std::vector<int>{IDC_TEMPLATE_TEXT, IDOK, IDCANCEL, IDC_TEMPLATE_TEXT}));
+    EXPECT_EQ(focused,
+              (std::vector<int>{IDC_TEMPLATE_TEXT, IDC_TEMPLATE_PREVIEW, IDOK, IDCANCEL, IDC_TEMPLATE_TEXT}));
 }
 
 TEST_F(DialogTest, CharactersReachTheControl)

@@ -29,7 +29,7 @@ public:
     }
     void OnLimits(MINMAXINFO& limits) { limits.ptMinTrackSize = {320, 200}; }
     HICON OnIcon() { return reinterpret_cast<HICON>(static_cast<INT_PTR>(0x1234)); }
-    LRESULT OnNotify(NMHDR& header)
+    LRESULT OnEndLabelEdit(NMHDR& header)
     {
         header.code = 5;
         return -3;
@@ -45,13 +45,15 @@ TEST(MessageMap, ARowMatchesByKindCodeAndNumber)
         OnMessage<&CHandlers::OnPlain>(WM_PAINT),
         OnCommand<&CHandlers::OnPlain>(1006),
         OnCommand<&CHandlers::OnPlain>(1003, EN_KILLFOCUS),
-        OnReflectedNotify<&CHandlers::OnNotify>(LVN_ENDLABELEDITW),
+        OnReflectedNotify<&CHandlers::OnEndLabelEdit>(LVN_ENDLABELEDITW),
+        OnNotify<&CHandlers::OnEndLabelEdit>(HDN_ITEMCHANGINGW),
     };
     const MessageMap map{nullptr, kEntries};
     EXPECT_EQ(map.Find(Kind::message, WM_PAINT, 0), &kEntries[0]);
     EXPECT_EQ(map.Find(Kind::command, BN_CLICKED, 1006), &kEntries[1]);
     EXPECT_EQ(map.Find(Kind::command, EN_KILLFOCUS, 1003), &kEntries[2]);
     EXPECT_EQ(map.Find(Kind::reflectedNotify, LVN_ENDLABELEDITW, 0), &kEntries[3]);
+    EXPECT_EQ(map.Find(Kind::notify, HDN_ITEMCHANGINGW, 0), &kEntries[4]);
 
     EXPECT_EQ(map.Find(Kind::message, WM_SIZE, 0), nullptr);
     EXPECT_EQ(map.Find(Kind::command, WM_PAINT, 0), nullptr);
@@ -59,6 +61,8 @@ TEST(MessageMap, ARowMatchesByKindCodeAndNumber)
     EXPECT_EQ(map.Find(Kind::command, EN_KILLFOCUS, 1006), nullptr);
     EXPECT_EQ(map.Find(Kind::message, LVN_ENDLABELEDITW, 0), nullptr);
     EXPECT_EQ(map.Find(Kind::reflectedNotify, LVN_ENDLABELEDITA, 0), nullptr);
+    EXPECT_EQ(map.Find(Kind::notify, LVN_ENDLABELEDITW, 0), nullptr);
+    EXPECT_EQ(map.Find(Kind::reflectedNotify, HDN_ITEMCHANGINGW, 0), nullptr);
 }
 
 TEST(MessageMap, AnEmptyMapHoldsNothing)
@@ -100,7 +104,12 @@ TEST(MessageMap, AHandlerGetsWhatItsSignatureAsksFor)
     EXPECT_EQ(limits.ptMinTrackSize.y, 200);
     EXPECT_EQ(OnMessage<&CHandlers::OnIcon>(WM_QUERYDRAGICON).handler(window, 0, 0), 0x1234);
     NMHDR header{};
-    EXPECT_EQ(OnReflectedNotify<&CHandlers::OnNotify>(LVN_ENDLABELEDITW)
+    EXPECT_EQ(OnReflectedNotify<&CHandlers::OnEndLabelEdit>(LVN_ENDLABELEDITW)
+                  .handler(window, 0, reinterpret_cast<LPARAM>(&header)),
+              -3);
+    EXPECT_EQ(header.code, 5U);
+    header.code = 4;
+    EXPECT_EQ(OnNotify<&CHandlers::OnEndLabelEdit>(HDN_ITEMCHANGINGW)
                   .handler(window, 0, reinterpret_cast<LPARAM>(&header)),
               -3);
     EXPECT_EQ(header.code, 5U);

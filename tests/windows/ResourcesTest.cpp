@@ -6,7 +6,9 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <map>
 #include <ostream>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,7 +53,8 @@ const std::vector<Control> kMainControls{
     {1016, L"Button"},    {1018, L"Button"}, {1024, L"Button"}, {1025, L"Button"}, {1026, L"ComboBox"},
     {28445, L"Button"},   {2, L"Button"},
 };
-const std::vector<Control> kTemplateControls{{1021, L"Edit"}, {1, L"Button"}, {2, L"Button"}};
+const std::vector<Control> kTemplateControls{
+    {1021, L"Edit"}, {1030, L"Static"}, {1031, L"Edit"}, {1, L"Button"}, {2, L"Button"}};
 const std::vector<Control> kProgressControls{
     {1012, L"Static"},       {1013, L"Static"},       {1014, L"Static"},
     {1015, PROGRESS_CLASSW}, {1017, PROGRESS_CLASSW}, {2, L"Button"},
@@ -150,20 +153,47 @@ TEST_P(ResourcesTest, TheCommandOfTheSystemMenuHasItsText)
     EXPECT_EQ(LoadResourceString(kAboutText + 1), L"");
 }
 
-TEST_P(ResourcesTest, TheStateImagesAreTwoTwelvePixelsWide)
+TEST_P(ResourcesTest, TheStateImagesAreTwoForEachScaling)
 {
-    const UniqueGdiObject<HBITMAP> bitmap(static_cast<HBITMAP>(LoadImageW(
-        GetResourceHandle(), MAKEINTRESOURCEW(kStateImages), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
-    ASSERT_NE(bitmap, nullptr);
-    BITMAP size{};
-    ASSERT_NE(GetObjectW(bitmap.get(), sizeof size, &size), 0);
-    EXPECT_EQ(size.bmWidth, 24);
-    EXPECT_EQ(size.bmHeight, 12);
+    const std::map<int, int> widths{{kStateImages, 12}, {1341, 15}, {1342, 18}, {1343, 24}, {1344, 36}};
+    for (const auto& [id, width] : widths) {
+        const UniqueGdiObject<HBITMAP> bitmap(static_cast<HBITMAP>(
+            LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
+        ASSERT_NE(bitmap, nullptr) << id;
+        BITMAP size{};
+        ASSERT_NE(GetObjectW(bitmap.get(), sizeof size, &size), 0);
+        EXPECT_EQ(size.bmWidth, 2 * width) << id;
+        EXPECT_EQ(size.bmHeight, width) << id;
+    }
+}
+
+// A colour near the mask colour would be an edge that ran into the mask: it would show as a red fringe.
+TEST_P(ResourcesTest, TheStateImagesHaveNoFringe)
+{
+    for (const int id : {int{kStateImages}, 1341, 1342, 1343, 1344}) {
+        const UniqueGdiObject<HBITMAP> bitmap(static_cast<HBITMAP>(
+            LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
+        BITMAP size{};
+        ASSERT_NE(GetObjectW(bitmap.get(), sizeof size, &size), 0) << id;
+        const HDC dc = CreateCompatibleDC(nullptr);
+        const HGDIOBJ before = SelectObject(dc, bitmap.get());
+        std::set<COLORREF> colours;
+        for (int x = 0; x < size.bmWidth; ++x) {
+            for (int y = 0; y < size.bmHeight; ++y) {
+                colours.insert(GetPixel(dc, x, y));
+            }
+        }
+        SelectObject(dc, before);
+        DeleteDC(dc);
+        const std::set<COLORREF> expected{RGB(0xFF, 0, 0), RGB(0xFF, 0xFF, 0xFF), RGB(0x0B, 0x5C, 0xAD),
+                                          RGB(0x10, 0x7C, 0x10)};
+        EXPECT_EQ(colours, expected) << id;
+    }
 }
 
 TEST_P(ResourcesTest, TheIconComesInTheSizesOfTheShell)
 {
-    for (const int size : {16, 32, 48}) {
+    for (const int size : {16, 20, 24, 32, 40, 48, 64, 256}) {
         const auto icon = static_cast<HICON>(
             LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(kIcon), IMAGE_ICON, size, size, 0));
         EXPECT_NE(icon, nullptr) << size;

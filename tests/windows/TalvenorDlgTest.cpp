@@ -35,6 +35,9 @@ const std::wstring kLibraryKey = L"\\input";
 const std::wstring kTemplateKey = L"\\Tools\\Talvenor";
 constexpr char kMapHeader[] = "; Datei: x\r\n; y\r\n; z\r\n\r\n";
 
+// Where the system suggests to put a window that came to a screen of another scaling.
+constexpr RECT kSomePlace{10, 10, 900, 700};
+
 struct Language
 {
     int flag;
@@ -509,8 +512,38 @@ TEST_P(TalvenorDlgTest, TheColumnsHaveTheirHeaders)
             request.cchTextMax = static_cast<int>(text.size());
             ASSERT_TRUE(ListView_GetColumn(Item(IDC_LIST), column, &request));
             EXPECT_EQ(text.data(), headers[static_cast<std::size_t>(column)]);
-            EXPECT_EQ(request.cx, 175);
+            EXPECT_EQ(request.cx, MulDiv(175, static_cast<int>(GetDpiForWindow(Item(IDC_LIST))), 96));
             EXPECT_EQ(request.fmt & LVCFMT_JUSTIFYMASK, LVCFMT_LEFT);
+        }
+    });
+}
+
+// Wine does not scale the dialog itself; what the program adds to that is seen here.
+TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
+{
+    struct Scaling
+    {
+        WORD dpi;
+        int columnWidth;
+        int imageWidth;
+    };
+    // 175 and 12 pixels at 96 dpi; between two bitmaps the smaller one is taken.
+    constexpr std::array kScalings{Scaling{120, 219, 15}, Scaling{144, 263, 18}, Scaling{168, 307, 18},
+                                   Scaling{192, 351, 24}, Scaling{96, 176, 12}};
+    Run([&] {
+        const HWND list = Item(IDC_LIST);
+        for (const Scaling& scaling : kScalings) {
+            SendMessageW(m_dialog->m_hWnd, WM_DPICHANGED, MAKEWPARAM(scaling.dpi, scaling.dpi),
+                         reinterpret_cast<LPARAM>(&kSomePlace));
+            for (int column = 0; column < 3; ++column) {
+                EXPECT_EQ(ListView_GetColumnWidth(list, column), scaling.columnWidth) << scaling.dpi;
+            }
+            int width = 0;
+            int height = 0;
+            const HIMAGELIST images = ListView_GetImageList(list, LVSIL_STATE);
+            EXPECT_EQ(ImageList_GetImageCount(images), 2);
+            EXPECT_TRUE(ImageList_GetIconSize(images, &width, &height));
+            EXPECT_EQ(width, scaling.imageWidth) << scaling.dpi;
         }
     });
 }
@@ -607,6 +640,55 @@ TEST_P(TalvenorDlgTest, AFolderThatDoesNotExistIsReportedAndCorrectedInPlace)
         EXPECT_EQ(TakeBoxes(), Texts{}) << "the window may be closed all the same";
     });
     EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TalvenorDlgTest, NoButtonWorksOnTheOldFolderWhileTheFieldShowsARefusedOne)
+{
+    AddThreeParts();
+    Run([this] {
+        TypeFolder(m_folder / L"no such folder");
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        Command(IDC_SELECT_ALL);  // the focus is back in the field: the letter of a button was pressed there
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "the user was told already";
+        EXPECT_EQ(SelectedCount(), 0);
+        SetFocus(Item(IDCANCEL));  // leaves the field without a word
+        Command(IDC_SELECT_ALL);
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
+        EXPECT_EQ(SelectedCount(), 0);
+        TypeFolder(m_parts);
+        Command(IDC_SELECT_ALL);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(SelectedCount(), 3);
+    });
+}
+
+TEST_P(TalvenorDlgTest, AnEditEndsWhenTheWindowIsResizedOrLeft)
+{
+    AddThreeParts();
+    const auto edit = [this](const wchar_t* text) {
+        List().EditCell(0, 1);
+        SetWindowTextW(List().GetDlgItem(IDC_IN_PLACE_EDIT), text);
+    };
+    const auto expectEnd = [this](const std::wstring& text) {
+        EXPECT_EQ(List().GetDlgItem(IDC_IN_PLACE_EDIT), nullptr);
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        EXPECT_EQ(List().GetItemText(0, 1), text);
+    };
+    Run([&] {
+        edit(L"resized");
+        RECT place{};
+        GetWindowRect(m_dialog->m_hWnd, &place);
+        SetWindowPos(m_dialog->m_hWnd, nullptr, 0, 0, place.right - place.left + 50, place.bottom - place.top,
+                     SWP_NOMOVE | SWP_NOZORDER);
+        expectEnd(L"resized.sldprt");
+        edit(L"left");
+        m_dialog->SendMessage(WM_ACTIVATE, WA_INACTIVE);
+        expectEnd(L"left.sldprt");
+        edit(L"scaled");
+        m_dialog->SendMessage(WM_DPICHANGED, MAKEWPARAM(120, 120), reinterpret_cast<LPARAM>(&kSomePlace));
+        expectEnd(L"scaled.sldprt");
+    });
 }
 
 TEST_P(TalvenorDlgTest, TheSameFolderInOtherLettersIsNoChange)

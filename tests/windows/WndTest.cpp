@@ -34,7 +34,8 @@ protected:
             OnMessage<&CTableWindow::OnAsk>(kAsk),
             OnMessage<&CTableWindow::OnFail>(kFail),
             OnMessage<&CTableWindow::OnSetText>(WM_SETTEXT),
-            OnMessage<&CTableWindow::OnNotify>(WM_NOTIFY),
+            ::OnNotify<&CTableWindow::OnClick>(NM_CLICK),
+            ::OnNotify<&CTableWindow::OnClick>(LVN_ENDLABELEDITW),
             ::OnCommand<&CTableWindow::OnButton>(kButton),
             ::OnCommand<&CTableWindow::OnKillFocus>(kOther, EN_KILLFOCUS),
         };
@@ -63,9 +64,9 @@ private:
         }
         return m_passTextOn ? Default() : FALSE;
     }
-    LRESULT OnNotify(WPARAM, LPARAM)
+    LRESULT OnClick(NMHDR& header)
     {
-        m_log.push_back("notify");
+        m_log.push_back(header.code == NM_CLICK ? "click" : "label edit");
         return 21;
     }
     void OnButton() { m_log.push_back("button"); }
@@ -277,8 +278,9 @@ TEST(Wnd, ANotificationGoesToTheControlBeforeTheParent)
     list.UnsubclassWindow();
     EXPECT_EQ(send(control, LVN_ENDLABELEDITW), 21);
     EXPECT_EQ(send(nullptr, LVN_ENDLABELEDITW), 21);
+    EXPECT_EQ(send(control, NM_DBLCLK), 0) << "nobody's";
     EXPECT_EQ(list.m_answered, 1);
-    EXPECT_EQ(window.m_log, (std::vector<std::string>{"notify", "notify", "notify"}));
+    EXPECT_EQ(window.m_log, (std::vector<std::string>{"click", "label edit", "label edit"}));
 }
 
 TEST(Wnd, ExceptionsEndAtTheWindowWithAMessage)
@@ -374,6 +376,50 @@ TEST(Wnd, ReadsAndSetsTexts)
     window.SetDlgItemText(kButton, longText);
     EXPECT_EQ(window.GetDlgItemText(kButton), longText);
     EXPECT_EQ(window.GetDlgItemText(kOther), L"");
+}
+
+TEST(Wnd, MakesAChildOfAStandardClass)
+{
+    const CPlainWindow parent;
+    CTableWindow child;
+    ASSERT_TRUE(child.CreateChild(L"EDIT", WS_VISIBLE | ES_RIGHT, {10, 20, 110, 45}, parent, kOther));
+    EXPECT_EQ(CWnd::FromHandle(child.m_hWnd), &child);
+    EXPECT_EQ(parent.GetDlgItem(kOther), child.m_hWnd);
+    EXPECT_EQ(GetParent(child.m_hWnd), parent.m_hWnd);
+    EXPECT_EQ(child.GetWindowText(), L"");
+    EXPECT_EQ(child.SendMessage(kAsk, 2, 3), 5) << "the object has the messages";
+    const auto style = static_cast<DWORD>(GetWindowLongPtrW(child.m_hWnd, GWL_STYLE));
+    EXPECT_EQ(style & (WS_CHILD | WS_VISIBLE | ES_RIGHT | ES_CENTER), WS_CHILD | WS_VISIBLE | ES_RIGHT);
+    RECT place{};
+    GetWindowRect(child.m_hWnd, &place);
+    MapWindowPoints(nullptr, parent.m_hWnd, reinterpret_cast<POINT*>(&place), 2);
+    EXPECT_EQ(place.left, 10);
+    EXPECT_EQ(place.top, 20);
+    EXPECT_EQ(place.right, 110);
+    EXPECT_EQ(place.bottom, 45);
+    EXPECT_TRUE(child.DestroyWindow());
+    EXPECT_EQ(child.m_log, (std::vector<std::string>{"ask", "gone"}));
+}
+
+TEST(Wnd, AChildThatTheSystemRefusesIsNone)
+{
+    const CPlainWindow parent;
+    CTableWindow child;
+    EXPECT_FALSE(child.CreateChild(L"No.Such.Class", 0, {0, 0, 9, 9}, parent, kOther));
+    EXPECT_EQ(child.m_hWnd, nullptr);
+    const CWnd unbound;
+    EXPECT_FALSE(child.CreateChild(L"EDIT", 0, {0, 0, 9, 9}, unbound, kOther));
+    EXPECT_TRUE(child.m_log.empty());
+}
+
+TEST(Wnd, ScalesLengthsToItsScreen)
+{
+    const CPlainWindow window;
+    const int dpi = static_cast<int>(GetDpiForWindow(window.m_hWnd));
+    EXPECT_EQ(window.Scaled(0), 0);
+    EXPECT_EQ(window.Scaled(96), dpi);
+    EXPECT_EQ(window.Scaled(960), 10 * dpi);
+    EXPECT_EQ(window.Scaled(-96), -dpi);
 }
 
 TEST(Wnd, EnablesShowsAndMeasures)

@@ -1,0 +1,492 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+#include "framework/Handles.h"
+#include "tests/windows/ConvListScopes.h"
+
+// Opening a cell's editor: which hand opens it, where it lies, how it looks, and how it grows.
+
+namespace {
+
+using Place = std::array<LONG, 4>;  // left, top, right, bottom
+
+UniqueGdiObject<HFONT> MakeFont(int height)
+{
+    return UniqueGdiObject<HFONT>(CreateFontW(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE,
+                                              DEFAULT_CHARSET, OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS,
+                                              DEFAULT_QUALITY, DEFAULT_PITCH, L"Tahoma"));
+}
+
+int TextWidth(HFONT font, const std::wstring& text)
+{
+    const HDC dc = CreateCompatibleDC(nullptr);
+    SelectObject(dc, font);
+    SIZE size{};
+    GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
+    DeleteDC(dc);
+    return size.cx;
+}
+
+// The selection of an edit as {start, end}.
+std::array<DWORD, 2> SelectionOf(HWND edit)
+{
+    std::array<DWORD, 2> selection{};
+    SendMessageW(edit, EM_GETSEL, reinterpret_cast<WPARAM>(&selection[0]),
+                 reinterpret_cast<LPARAM>(&selection[1]));
+    return selection;
+}
+
+LONG ClientWidth(HWND window)
+{
+    RECT client{};
+    GetClientRect(window, &client);
+    return client.right;
+}
+
+bool IsOfClass(HWND window, const wchar_t* windowClass)
+{
+    std::array<wchar_t, 64> name{};
+    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return lstrcmpiW(name.data(), windowClass) == 0;
+}
+
+// Opening by double-click
+
+TEST(ConvListEdit, ADoubleClickOnTheFocusedRowEditsTheNewName)
+{
+    const CListWindow window;
+    window.Focus(1);
+    window.DoubleClick(window.At(175, 1));  // the first pixel of column 1
+    ASSERT_NE(window.Editor(), nullptr);
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"M1.sldprt");
+    EXPECT_EQ(GetFocus(), window.Editor());
+    EXPECT_EQ(window.FocusedRow(), 1);
+}
+
+TEST(ConvListEdit, ADoubleClickOnTheFocusedRowEditsTheBomName)
+{
+    const CListWindow window;
+    window.Focus(2);
+    window.DoubleClick(window.At(524, 2));  // the last pixel of column 2
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"Norm 2");
+}
+
+TEST(ConvListEdit, TheOriginalNameIsNeverEdited)
+{
+    const CListWindow window;
+    window.Focus(1);
+    for (const int x : {0, 20, 174}) {
+        window.DoubleClick(window.At(x, 1));
+        EXPECT_EQ(window.Editor(), nullptr) << x;
+    }
+    EXPECT_EQ(window.SelectedRows(), std::vector<int>{1});
+}
+
+// Windows may focus the row in its own dealing with the double-click; then the editor opens at once.
+TEST(ConvListEdit, ADoubleClickOnARowWithoutTheFocusSelectsAndFocusesIt)
+{
+    for (const int x : {20, 200, 400}) {
+        const CListWindow window;
+        window.Focus(0);
+        window.DoubleClick(window.At(x, 3));
+        EXPECT_EQ(window.Editor(), nullptr) << x;
+        EXPECT_EQ(window.FocusedRow(), 3) << x;
+        EXPECT_NE(window.m_list.GetItemState(3, LVIS_SELECTED), 0U) << x;
+        window.DoubleClick(window.At(x, 3));
+        EXPECT_EQ(window.Editor() != nullptr, x != 20) << "now that it has the focus";
+    }
+}
+
+TEST(ConvListEdit, TheFocusCountsNotTheSelection)
+{
+    const CListWindow window;
+    window.Focus(0);
+    window.m_list.SetItemState(3, LVIS_SELECTED, LVIS_SELECTED);
+    window.DoubleClick(window.At(200, 3));
+    EXPECT_EQ(window.Editor(), nullptr);
+    window.m_list.SetItemState(-1, 0, LVIS_SELECTED);
+    window.DoubleClick(window.At(200, 3));
+    EXPECT_NE(window.Editor(), nullptr);
+}
+
+TEST(ConvListEdit, ADoubleClickOutsideTheCellsOpensNothing)
+{
+    const CListWindow window;
+    window.Focus(1);
+    for (const POINT point : {window.At(525, 1), window.BelowRows(200), window.BelowRows(590)}) {
+        window.DoubleClick(point);
+        EXPECT_EQ(window.Editor(), nullptr) << point.x << " " << point.y;
+    }
+}
+
+TEST(ConvListEdit, TheColumnsAreFoundWhereTheyAreShown)
+{
+    const CListWindow window({600, 300}, {{100}, {150}, {200}});
+    window.m_list.SetColumnOrder({2, 0, 1});
+    window.Focus(1);
+    window.DoubleClick(window.At(199, 1));
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"Norm 1");
+    window.m_list.SetFocus();
+    window.DoubleClick(window.At(200, 1));
+    EXPECT_EQ(window.Editor(), nullptr) << "column 0";
+    window.DoubleClick(window.At(300, 1));
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"M1.sldprt");
+}
+
+TEST(ConvListEdit, TheColumnsAreFoundInAScrolledList)
+{
+    const CListWindow window({300, 300});
+    window.Focus(1);
+    window.m_list.ScrollHorizontally(150);
+    ASSERT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 150);
+    window.DoubleClick(window.At(24, 1));
+    EXPECT_EQ(window.Editor(), nullptr) << "column 0 ends at 25";
+    window.DoubleClick(window.At(25, 1));
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"M1.sldprt");
+}
+
+// Opening by key
+
+TEST(ConvListEdit, F2EditsTheNewNameOfTheFocusedRow)
+{
+    const CListWindow window;
+    window.Focus(3);
+    PressKey(VK_F2);
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"M3.sldprt");
+}
+
+TEST(ConvListEdit, ShiftF2EditsTheBomNameOfTheFocusedRow)
+{
+    const CListWindow window;
+    window.Focus(3);
+    const CHeldKeys shift{VK_SHIFT};
+    PressKey(VK_F2);
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"Norm 3");
+}
+
+TEST(ConvListEdit, F2WithoutAFocusedRowOrWithAnotherKeyEditsNothing)
+{
+    const CListWindow empty({600, 300}, {{}, {}, {}}, 0);
+    PressKey(VK_F2);
+    EXPECT_EQ(empty.Editor(), nullptr);
+    const CListWindow window;
+    window.m_list.SetItemState(-1, 0, LVIS_FOCUSED);
+    PressKey(VK_F2);
+    EXPECT_EQ(window.Editor(), nullptr);
+    window.Focus(1);
+    for (const int held : {VK_CONTROL, VK_MENU}) {
+        const CHeldKeys keys{held};
+        PressKey(VK_F2);
+        EXPECT_EQ(window.Editor(), nullptr) << held;
+    }
+}
+
+TEST(ConvListEdit, TabCommitsAndGoesOnInTheOtherColumn)
+{
+    const CListWindow window;
+    window.Focus(3);
+    PressKey(VK_F2);
+    window.Retype(L"Frame");
+    PressKey(VK_TAB);
+    EXPECT_EQ(window.m_list.GetItemText(3, 1), L"Frame.sldprt");
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"Norm 3");
+    EXPECT_EQ(GetFocus(), window.Editor());
+    window.Retype(L"x");
+    PressKey(VK_TAB);
+    EXPECT_EQ(window.m_list.GetItemText(3, 2), L"x");
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"Frame.sldprt");
+}
+
+TEST(ConvListEdit, TabInTheListItselfIsNotOfTheEditors)
+{
+    const CListWindow window;
+    window.Focus(3);
+    PressKey(VK_TAB);
+    EXPECT_EQ(window.Editor(), nullptr);
+}
+
+// No one who comes before the dispatching, such as a dialog with its default button, sees the editor's keys.
+TEST(ConvListEdit, TheEditorsKeysAreOfferedToNoOneElse)
+{
+    CListWindow window;
+    const auto offered = [&window](WPARAM key) {
+        window.m_list.EditCell(1, 2);
+        window.m_parent.m_offeredKeys.clear();
+        PressKey(key);
+        return window.m_parent.m_offeredKeys;
+    };
+    for (const WPARAM key : {VK_RETURN, VK_ESCAPE, VK_DELETE}) {
+        EXPECT_TRUE(offered(key).empty()) << key;
+    }
+    for (const WPARAM key : {WPARAM{VK_LEFT}, WPARAM{VK_F5}, WPARAM{'C'}}) {
+        EXPECT_EQ(offered(key), std::vector<WPARAM>{key}) << key;
+        const CHeldKeys control{VK_CONTROL};
+        EXPECT_TRUE(offered(key).empty()) << "Ctrl and " << key;
+    }
+}
+
+// What begins
+
+TEST(ConvListEdit, TheEditorBeginsWithTheTextSelectedInTheListsFont)
+{
+    const UniqueGdiObject<HFONT> font = MakeFont(-13);
+    CListWindow window;
+    window.m_list.SendMessage(WM_SETFONT, reinterpret_cast<WPARAM>(font.get()));
+    window.m_list.SetItemText(1, 1, L"A file name that is a good deal longer than its column is wide.sldprt");
+    window.m_list.EditCell(1, 1);
+    const HWND editor = window.Editor();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_EQ(SendMessageW(editor, WM_GETFONT, 0, 0), reinterpret_cast<LRESULT>(font.get()));
+    EXPECT_EQ(CWnd::TextOf(editor), window.m_list.GetItemText(1, 1));
+    EXPECT_EQ(GetFocus(), editor);
+    const std::size_t length = window.m_list.GetItemText(1, 1).size();
+    EXPECT_EQ(SelectionOf(editor), (std::array<DWORD, 2>{0, static_cast<DWORD>(length)}));
+    const LRESULT last = SendMessageW(editor, EM_POSFROMCHAR, length - 1, 0);
+    const int x = static_cast<short>(LOWORD(last));
+    EXPECT_GE(x, 0) << "the caret is in view";
+    EXPECT_LT(x, ClientWidth(editor));
+}
+
+// The style that the next window of the thread is made with.
+DWORD g_madeWith = 0;
+
+LRESULT CALLBACK NoteStyle(int code, WPARAM wParam, LPARAM lParam)
+{
+    if (code == HCBT_CREATEWND) {
+        g_madeWith = static_cast<DWORD>(reinterpret_cast<const CBT_CREATEWNDW*>(lParam)->lpcs->style);
+    }
+    return CallNextHookEx(nullptr, code, wParam, lParam);
+}
+
+// Wine's edits take the border's style away from themselves and draw the border on their own: it is looked
+// for as the edit is made.
+TEST(ConvListEdit, TheEditorIsABorderedChildEditThatScrolls)
+{
+    CListWindow window;
+    const HHOOK hook = SetWindowsHookExW(WH_CBT, &NoteStyle, nullptr, GetCurrentThreadId());
+    window.m_list.EditCell(1, 2);
+    UnhookWindowsHookEx(hook);
+    ASSERT_TRUE(IsOfClass(window.Editor(), WC_EDITW));
+    EXPECT_EQ(g_madeWith, static_cast<DWORD>(WS_CHILD | WS_VISIBLE | WS_BORDER | ES_AUTOHSCROLL));
+    EXPECT_EQ(GetParent(window.Editor()), window.m_list.m_hWnd);
+}
+
+TEST(ConvListEdit, TheEditorIsAlignedAsItsColumn)
+{
+    CListWindow window({600, 300}, {{}, {175, LVCFMT_RIGHT}, {175, LVCFMT_CENTER}, {50, LVCFMT_LEFT}});
+    const std::vector<DWORD> alignments{ES_RIGHT, ES_CENTER, ES_LEFT};
+    for (const int column : {1, 2, 3}) {
+        window.m_list.EditCell(0, column);
+        ASSERT_NE(window.Editor(), nullptr) << column;
+        const auto style = static_cast<DWORD>(GetWindowLongPtrW(window.Editor(), GWL_STYLE));
+        EXPECT_EQ(style & (ES_LEFT | ES_RIGHT | ES_CENTER), alignments[static_cast<std::size_t>(column - 1)]);
+        window.m_list.SetFocus();
+    }
+}
+
+// Where it lies
+
+class ConvListEditPlace : public testing::Test
+{
+protected:
+    // The editor's place is this one from left to right, and the height of its row.
+    static void ExpectPlace(CListWindow& window, int row, int column, LONG left, LONG right)
+    {
+        window.m_list.EditCell(row, column);
+        ASSERT_NE(window.Editor(), nullptr);
+        const RECT bounds = window.m_list.GetRowRect(row);
+        EXPECT_GT(bounds.bottom, bounds.top);
+        EXPECT_EQ(window.EditorPlace(), (Place{left, bounds.top, right, bounds.bottom}));
+    }
+};
+
+TEST_F(ConvListEditPlace, BehindTheColumnsBefore)
+{
+    CListWindow window;
+    ExpectPlace(window, 0, 1, 179, 351);  // 175 + 4, 179 - 3 + 175
+    window.m_list.SetFocus();
+    ExpectPlace(window, 4, 2, 354, 526);  // 350 + 4, 354 - 3 + 175
+}
+
+TEST_F(ConvListEditPlace, InDisplayOrder)
+{
+    CListWindow window({600, 300}, {{100}, {150}, {200}});
+    window.m_list.SetColumnOrder({2, 0, 1});
+    ExpectPlace(window, 1, 2, 4, 201);  // 0 + 4, 4 - 3 + 200
+    window.m_list.SetFocus();
+    ExpectPlace(window, 1, 1, 304, 451);  // 200 + 100 + 4, 304 - 3 + 150
+    window.m_list.SetFocus();
+    window.m_list.SetColumnOrder({1, 2, 0});
+    ExpectPlace(window, 1, 1, 4, 151);
+    window.m_list.SetFocus();
+    ExpectPlace(window, 1, 2, 154, 351);
+}
+
+TEST_F(ConvListEditPlace, EndsAtTheClientsRightEdge)
+{
+    CListWindow window({525, 300});
+    ExpectPlace(window, 1, 2, 354, 525);  // not 526
+}
+
+TEST_F(ConvListEditPlace, ACellBeyondTheRightEdgeIsScrolledIn)
+{
+    CListWindow window({500, 300});
+    ExpectPlace(window, 1, 2, 329, 500);  // scrolled by 25: 325 + 4, 329 - 3 + 175 = 501
+    EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 25);
+}
+
+TEST_F(ConvListEditPlace, ACellBeyondTheLeftEdgeIsScrolledIn)
+{
+    CListWindow window({500, 300}, {{300}, {300}, {300}});
+    window.m_list.ScrollHorizontally(400);
+    ASSERT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 400);
+    ExpectPlace(window, 1, 1, 4, 301);  // scrolled back by 100: 0 + 4, 4 - 3 + 300
+    EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 300);
+}
+
+TEST_F(ConvListEditPlace, ACellInViewIsNotScrolled)
+{
+    CListWindow window({500, 300}, {{300}, {300}, {300}});
+    window.m_list.ScrollHorizontally(150);
+    ExpectPlace(window, 1, 1, 154, 451);  // 300 - 150 + 4, 154 - 3 + 300
+    EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 150);
+}
+
+TEST_F(ConvListEditPlace, OfACellWiderThanTheListTheLeftEndIsShown)
+{
+    CListWindow window({300, 300}, {{100}, {390}, {100}});
+    ExpectPlace(window, 1, 1, 4, 300);  // not 4 - 3 + 390
+    EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 100);
+}
+
+TEST_F(ConvListEditPlace, ARowOutOfViewIsScrolledIn)
+{
+    CListWindow window({600, 200}, {{}, {}, {}}, 100);
+    ExpectPlace(window, 60, 1, 179, 351);
+    const Place place = window.EditorPlace();
+    EXPECT_GE(place[1], 0);
+    EXPECT_LE(place[1], window.m_list.GetClientRect().bottom);
+    window.m_list.SetFocus();
+    ExpectPlace(window, 3, 2, 354, 526);
+}
+
+TEST_F(ConvListEditPlace, ARowInViewInPartStaysWhereItIs)
+{
+    CListWindow window({600, 200}, {{}, {}, {}}, 100);
+    // The lowest row is cut in the middle.
+    const RECT first = window.m_list.GetRowRect(0);
+    const LONG height = first.bottom - first.top;
+    SetWindowPos(window.m_list.m_hWnd, nullptr, 0, 0, 600, first.top + 5 * height + height / 2,
+                 SWP_NOMOVE | SWP_NOZORDER);
+    ASSERT_LT(window.m_list.GetRowRect(5).top, window.m_list.GetClientRect().bottom);
+    ASSERT_GT(window.m_list.GetRowRect(5).bottom, window.m_list.GetClientRect().bottom);
+    ExpectPlace(window, 5, 1, 179, 351);
+    EXPECT_EQ(window.m_list.GetTopIndex(), 0);
+}
+
+TEST_F(ConvListEditPlace, AColumnOfFewerThanFivePixelsHasNone)
+{
+    CListWindow window({600, 300}, {{100}, {4}, {5}});
+    window.m_list.EditCell(1, 1);
+    EXPECT_EQ(window.Editor(), nullptr);
+    ExpectPlace(window, 1, 2, 108, 110);  // 100 + 4 + 4, 108 - 3 + 5
+}
+
+TEST_F(ConvListEditPlace, ACellThatDoesNotExistHasNone)
+{
+    CListWindow window;
+    for (const auto& [row, column] : {std::pair{-1, 1}, {5, 1}, {1, -1}, {1, 3}}) {
+        window.m_list.EditCell(row, column);
+        EXPECT_EQ(window.Editor(), nullptr) << row << " " << column;
+        EXPECT_EQ(GetFocus(), window.m_list.m_hWnd);
+    }
+}
+
+TEST_F(ConvListEditPlace, AnotherCellsEditorTakesTheOpenOnesPlace)
+{
+    CListWindow window;
+    window.m_list.EditCell(1, 1);
+    window.Retype(L"Frame");
+    const HWND first = window.Editor();
+    window.m_list.EditCell(3, 2);
+    EXPECT_FALSE(IsWindow(first));
+    EXPECT_EQ(window.m_list.GetItemText(1, 1), L"Frame.sldprt");
+    EXPECT_EQ(CWnd::TextOf(window.Editor()), L"Norm 3");
+    window.Retype(L"x");
+    window.m_list.SetFocus();
+    EXPECT_EQ(window.m_list.GetItemText(3, 2), L"x");
+}
+
+// How it grows
+
+class ConvListEditGrowth : public testing::Test
+{
+protected:
+    explicit ConvListEditGrowth()
+    {
+        m_window.m_list.SendMessage(WM_SETFONT, reinterpret_cast<WPARAM>(m_font.get()));
+        m_window.m_list.EditCell(1, 1);
+        m_start = m_window.EditorPlace();
+        m_border = m_start[2] - m_start[0] - ClientWidth(m_window.Editor());
+    }
+
+    // Where the editor's right edge is after typing more and more of a text, from the text's width alone.
+    void ExpectGrowth(const std::wstring& text)
+    {
+        LONG right = m_window.EditorPlace()[2];
+        m_window.Retype(L"x");
+        std::wstring typed = L"x";
+        for (const wchar_t character : text) {
+            Type(std::wstring(1, character));
+            typed += character;
+            const LONG needed = m_start[0] + m_border + TextWidth(m_font.get(), typed) + 5;
+            right = std::min(std::max(right, needed), 600L);
+            EXPECT_EQ(m_window.EditorPlace(), (Place{m_start[0], m_start[1], right, m_start[3]}))
+                << testing::PrintToString(typed);
+        }
+    }
+
+    const UniqueGdiObject<HFONT> m_font = MakeFont(-13);
+    CListWindow m_window;
+    Place m_start{};
+    LONG m_border = 0;
+};
+
+TEST_F(ConvListEditGrowth, AsFarAsTheTextNeedsAndTheListReaches)
+{
+    ExpectGrowth(std::wstring(70, L'm') + std::wstring(20, L'i'));
+    EXPECT_EQ(m_window.EditorPlace()[2], 600);
+}
+
+TEST_F(ConvListEditGrowth, NotForATextThatFits)
+{
+    m_window.Retype(L"M8");
+    EXPECT_EQ(m_window.EditorPlace(), m_start);
+}
+
+TEST_F(ConvListEditGrowth, NeverShrinks)
+{
+    ExpectGrowth(std::wstring(20, L'm'));
+    const Place wide = m_window.EditorPlace();
+    ASSERT_GT(wide[2], m_start[2]);
+    for (int i = 0; i < 15; ++i) {
+        Type(L"\b");
+    }
+    EXPECT_EQ(m_window.EditorPlace(), wide);
+}
+
+// What was scrolled away while the edit was narrower comes back, but for the one character that the edit's
+// own margins may cost.
+TEST_F(ConvListEditGrowth, ShowsTheTextFromItsBeginning)
+{
+    ExpectGrowth(std::wstring(20, L'm'));
+    ASSERT_LT(m_window.EditorPlace()[2], 600);
+    EXPECT_LE(SendMessageW(m_window.Editor(), EM_GETFIRSTVISIBLELINE, 0, 0), 1) << "counts characters here";
+    EXPECT_EQ(SelectionOf(m_window.Editor()), (std::array<DWORD, 2>{21, 21})) << "the caret stays";
+}
+
+}  // namespace

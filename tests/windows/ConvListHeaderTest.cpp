@@ -1,0 +1,287 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "framework/Handles.h"
+#include "tests/windows/ConvListScopes.h"
+
+// The columns in the user's hands: their widths, their order, and their lines below the rows.
+
+namespace {
+
+// Drags the divider behind the first column to the width, through the others on the way.
+void DragFirstColumn(const CListWindow& window, const std::vector<int>& widths)
+{
+    const HWND header = window.m_list.GetHeader();
+    const auto at = [](int x) { return MAKELPARAM(x, 5); };
+    const int start = window.m_list.GetColumnWidth(0);
+    SendMessageW(header, WM_LBUTTONDOWN, MK_LBUTTON, at(start - 1));
+    for (const int width : widths) {
+        SendMessageW(header, WM_MOUSEMOVE, MK_LBUTTON, at(width - 1));
+    }
+    SendMessageW(header, WM_LBUTTONUP, 0, at(widths.back() - 1));
+    DrainMessages();
+}
+
+// Widths
+
+TEST(ConvListHeader, ADragIsRefusedBeyondTheLimits)
+{
+    const std::vector<std::pair<int, int>> widthsAfter{{79, 175}, {80, 80}, {401, 175}, {400, 400},
+                                                       {0, 175},  {81, 81}, {399, 399}, {450, 175}};
+    for (const auto& [dragged, after] : widthsAfter) {
+        const CListWindow window;
+        DragFirstColumn(window, {dragged});
+        EXPECT_EQ(window.m_list.GetColumnWidth(0), after) << dragged;
+        EXPECT_EQ(window.m_list.GetColumnWidth(1), 175);
+    }
+}
+
+TEST(ConvListHeader, ADragGoesAsFarAsItMay)
+{
+    const CListWindow window;
+    DragFirstColumn(window, {150, 100, 60, 40});
+    EXPECT_EQ(window.m_list.GetColumnWidth(0), 100) << "the last width that was not refused";
+}
+
+TEST(ConvListHeader, TheLimitsHoldForEveryColumn)
+{
+    const CListWindow window;
+    for (const int column : {0, 1, 2}) {
+        for (const int width : {79, 401}) {
+            window.m_list.SetColumnWidth(column, width);
+            EXPECT_EQ(window.m_list.GetColumnWidth(column), 175);
+        }
+        for (const int width : {80, 400}) {
+            window.m_list.SetColumnWidth(column, width);
+            EXPECT_EQ(window.m_list.GetColumnWidth(column), width);
+        }
+    }
+}
+
+TEST(ConvListHeader, OtherChangesOfAColumnAreNotRefused)
+{
+    const CListWindow window;
+    std::wstring text = L"Name";
+    HDITEMW item{};
+    item.mask = HDI_TEXT;
+    item.cxy = 5;  // not meant, as the mask says
+    item.pszText = text.data();
+    ASSERT_TRUE(SendMessageW(window.m_list.GetHeader(), HDM_SETITEMW, 1, reinterpret_cast<LPARAM>(&item)));
+    wchar_t read[16] = {};
+    item.pszText = read;
+    item.cchTextMax = 16;
+    ASSERT_TRUE(SendMessageW(window.m_list.GetHeader(), HDM_GETITEMW, 1, reinterpret_cast<LPARAM>(&item)));
+    EXPECT_EQ(read, text);
+    EXPECT_EQ(window.m_list.GetColumnWidth(1), 175);
+}
+
+// The area below the rows that has to be drawn again.
+bool IsStale(const CListWindow& window, int x, int y)
+{
+    const UniqueGdiObject<HRGN> region(CreateRectRgn(0, 0, 0, 0));
+    GetUpdateRgn(window.m_list.m_hWnd, region.get(), FALSE);
+    return PtInRegion(region.get(), x, y) != FALSE;
+}
+
+TEST(ConvListHeader, ANewWidthHasTheAreaBelowTheRowsDrawnAgain)
+{
+    for (const int rows : {0, 5}) {
+        const CListWindow window({600, 300}, {{}, {}, {}}, rows);
+        RECT header{};
+        GetClientRect(window.m_list.GetHeader(), &header);
+        const LONG top = rows > 0 ? window.m_list.GetRowRect(rows - 1).bottom : header.bottom;
+        UpdateWindow(window.m_list.m_hWnd);
+        ValidateRect(window.m_list.m_hWnd, nullptr);
+        window.m_list.SetColumnWidth(1, 401);
+        EXPECT_FALSE(IsStale(window, 0, 299)) << "refused";
+        window.m_list.SetColumnWidth(1, 200);
+        for (const int x : {0, 100, 300, 599}) {
+            EXPECT_TRUE(IsStale(window, x, top)) << rows << " " << x;
+            EXPECT_TRUE(IsStale(window, x, 299)) << rows << " " << x;
+        }
+    }
+}
+
+// Lines
+
+class ConvListLines : public testing::Test
+{
+protected:
+    // The list's pixels after a redraw stand for the line's colour in exactly these places at this height.
+    static void ExpectLines(const CListWindow& window, const std::vector<int>& expected, LONG y)
+    {
+        const HDC dc = GetDC(window.m_list.m_hWnd);
+        const COLORREF line = GetSysColor(COLOR_3DFACE);
+        EXPECT_NE(line, GetSysColor(COLOR_WINDOW));
+        std::vector<int> found;
+        for (int x = 0; x < window.m_list.GetClientRect().right; ++x) {
+            if (GetPixel(dc, x, y) == line) {
+                found.push_back(x);
+            }
+        }
+        ReleaseDC(window.m_list.m_hWnd, dc);
+        EXPECT_EQ(found, expected) << "at the height " << y;
+    }
+    static LONG HeaderBottom(const CListWindow& window)
+    {
+        RECT header{};
+        GetClientRect(window.m_list.GetHeader(), &header);
+        EXPECT_GT(header.bottom, 0);
+        return header.bottom;
+    }
+    static void Redraw(const CListWindow& window)
+    {
+        DrainMessages();
+        RedrawWindow(window.m_list.m_hWnd, nullptr, nullptr,
+                     RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+    }
+};
+
+TEST_F(ConvListLines, ReachFromBelowTheHeaderToTheBottom)
+{
+    const CListWindow window({600, 300}, {{}, {}, {}}, 0);
+    const LONG top = HeaderBottom(window);
+    Redraw(window);
+    ExpectLines(window, {}, top);
+    ExpectLines(window, {}, top + 1);
+    for (const LONG y : {top + 2, top + 3, 150L, 298L, 299L}) {
+        ExpectLines(window, {174, 349, 524}, y);
+    }
+}
+
+TEST_F(ConvListLines, GoOnBelowTheLastRow)
+{
+    const CListWindow window;
+    Redraw(window);
+    ExpectLines(window, {174, 349, 524}, window.m_list.GetRowRect(4).bottom);
+    ExpectLines(window, {174, 349, 524}, 299);
+}
+
+TEST_F(ConvListLines, StandBehindTheColumnsAsShown)
+{
+    const CListWindow window({600, 300}, {{100}, {150}, {200}});
+    window.m_list.SetColumnOrder({2, 0, 1});
+    Redraw(window);
+    ExpectLines(window, {199, 299, 449}, 299);
+}
+
+TEST_F(ConvListLines, MoveWithTheScrolledList)
+{
+    const CListWindow window({500, 300});
+    const LONG bottom = window.m_list.GetClientRect().bottom;
+    Redraw(window);
+    ExpectLines(window, {174, 349}, bottom - 1);  // the third would be 524
+    window.m_list.ScrollHorizontally(25);
+    ASSERT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 25);
+    Redraw(window);
+    ExpectLines(window, {149, 324, 499}, bottom - 1);
+}
+
+TEST_F(ConvListLines, AreOfTheReportViewOnly)
+{
+    const CListWindow window({600, 300}, {{}, {}, {}}, 0);
+    const auto style = static_cast<DWORD>(GetWindowLongPtrW(window.m_list.m_hWnd, GWL_STYLE));
+    SetWindowLongPtrW(window.m_list.m_hWnd, GWL_STYLE,
+                      static_cast<LONG_PTR>((style & ~static_cast<DWORD>(LVS_TYPEMASK)) | LVS_LIST));
+    Redraw(window);
+    ExpectLines(window, {}, 299);
+}
+
+// Keys
+
+TEST(ConvListKeys, CtrlAndTheNumberWidensAColumn)
+{
+    const CListWindow window;
+    {
+        const CHeldKeys control{VK_CONTROL};
+        for (const int key : {'1', '2', '2', '3', '3', '3'}) {
+            PressKey(static_cast<WPARAM>(key));
+        }
+    }
+    EXPECT_EQ(window.m_list.GetColumnWidth(0), 185);
+    EXPECT_EQ(window.m_list.GetColumnWidth(1), 195);
+    EXPECT_EQ(window.m_list.GetColumnWidth(2), 205);
+}
+
+TEST(ConvListKeys, CtrlShiftAndTheNumberNarrowsAColumn)
+{
+    const CListWindow window;
+    const CHeldKeys keys{VK_CONTROL, VK_SHIFT};
+    for (const int key : {'1', '2', '2', '3', '3', '3'}) {
+        PressKey(static_cast<WPARAM>(key));
+    }
+    EXPECT_EQ(window.m_list.GetColumnWidth(0), 165);
+    EXPECT_EQ(window.m_list.GetColumnWidth(1), 155);
+    EXPECT_EQ(window.m_list.GetColumnWidth(2), 145);
+}
+
+TEST(ConvListKeys, WidthsStopAtTheLimits)
+{
+    const CListWindow window({600, 300}, {{395}, {85}, {}});
+    {
+        const CHeldKeys control{VK_CONTROL};
+        PressKey('1');
+        PressKey('1');
+    }
+    EXPECT_EQ(window.m_list.GetColumnWidth(0), 400);
+    const CHeldKeys keys{VK_CONTROL, VK_SHIFT};
+    PressKey('2');
+    PressKey('2');
+    EXPECT_EQ(window.m_list.GetColumnWidth(1), 80);
+}
+
+TEST(ConvListKeys, AltAndTheNumberMovesAColumnToTheRight)
+{
+    const CListWindow window;
+    const CHeldKeys alt{VK_MENU};
+    PressKey('1');
+    EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{1, 0, 2}));
+    PressKey('1');
+    EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{1, 2, 0}));
+    PressKey('1');
+    EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{0, 1, 2}))
+        << "from the last place to the first";
+    PressKey('3');
+    EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{2, 0, 1}));
+    PressKey('2');
+    EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{1, 2, 0}))
+        << "the column's number, not its place's";
+}
+
+TEST(ConvListKeys, OtherNumbersAndKeysDoNothingToColumns)
+{
+    const CListWindow window;
+    const auto expectUnchanged = [&window](const char* keys) {
+        EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{0, 1, 2})) << keys;
+        for (const int column : {0, 1, 2}) {
+            EXPECT_EQ(window.m_list.GetColumnWidth(column), 175) << keys;
+        }
+    };
+    PressKey('1');
+    expectUnchanged("1");
+    {
+        const CHeldKeys control{VK_CONTROL};
+        PressKey('4');
+        PressKey('0');
+        expectUnchanged("Ctrl+4, Ctrl+0");
+    }
+    const CHeldKeys altGr{VK_CONTROL, VK_MENU};
+    PressKey('1');
+    expectUnchanged("AltGr+1");
+}
+
+TEST(ConvListKeys, CtrlASelectsAllRows)
+{
+    const CListWindow window;
+    window.Focus(2);
+    PressKey('A');
+    EXPECT_EQ(window.SelectedRows(), std::vector<int>{2}) << "without Ctrl";
+    const CHeldKeys control{VK_CONTROL};
+    PressKey('A');
+    EXPECT_EQ(window.SelectedRows(), (std::vector<int>{0, 1, 2, 3, 4}));
+    EXPECT_EQ(window.FocusedRow(), 2);
+}
+
+}  // namespace

@@ -1,0 +1,562 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/windows/ConvListScopes.h"
+
+// The menus of the two generated columns: what stands in them, what opens them, and what their commands do.
+
+namespace {
+
+constexpr WPARAM kDismiss = 0;  // instead of a mnemonic
+
+// The visible window of this thread that a condition picks; or null.
+HWND FindWindowOfThread(bool (*isIt)(HWND))
+{
+    struct Search
+    {
+        bool (*isIt)(HWND);
+        HWND found;
+    };
+    Search search{isIt, nullptr};
+    EnumThreadWindows(
+        GetCurrentThreadId(),
+        [](HWND window, LPARAM place) -> BOOL {
+            auto& asked = *reinterpret_cast<Search*>(place);
+            if (IsWindowVisible(window) != FALSE && asked.isIt(window)) {
+                asked.found = window;
+            }
+            return asked.found == nullptr ? TRUE : FALSE;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+bool IsMenu(HWND window)
+{
+    std::array<wchar_t, 16> name{};
+    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return lstrcmpW(name.data(), L"#32768") == 0;
+}
+
+bool IsTemplateDialog(HWND window)
+{
+    return GetDlgItem(window, IDC_TEMPLATE_TEXT) != nullptr;
+}
+
+// A menu's items from top to bottom: the text with the command number behind it and what is special about the
+// item, or "-" for a separator.
+Texts ItemsOf(HMENU menu)
+{
+    Texts items;
+    for (int i = 0; i < GetMenuItemCount(menu); ++i) {
+        std::array<wchar_t, 100> text{};
+        MENUITEMINFOW item{};
+        item.cbSize = sizeof item;
+        item.fMask = MIIM_FTYPE | MIIM_STATE | MIIM_ID | MIIM_STRING;
+        item.dwTypeData = text.data();
+        item.cch = static_cast<UINT>(text.size());
+        EXPECT_TRUE(GetMenuItemInfoW(menu, static_cast<UINT>(i), TRUE, &item));
+        if ((item.fType & MFT_SEPARATOR) != 0) {
+            items.push_back(L"-");
+            continue;
+        }
+        items.push_back(std::wstring(text.data()) + L" [" + std::to_wstring(item.wID) + L"]" +
+                        ((item.fState & (MF_DISABLED | MF_GRAYED)) != 0 ? L" disabled" : L"") +
+                        ((item.fState & MFS_DEFAULT) != 0 ? L" default" : L""));
+    }
+    return items;
+}
+
+// A user who looks at the menu that a click opens over the list and chooses by a mnemonic, and who cancels
+// each template dialog after a look. Between them the user lets go of the mouse button, for which the list
+// may wait.
+class CMenuUser
+{
+public:
+    CMenuUser(const CListWindow& window, WPARAM mnemonic) : m_window(window), m_mnemonic(mnemonic) {}
+    CMenuUser(const CMenuUser&) = delete;
+    CMenuUser& operator=(const CMenuUser&) = delete;
+
+    std::vector<Texts> m_menus;  // the items of each menu that opened
+    POINT m_place{};             // the top left corner of the last menu, in the list's client coordinates
+    Texts m_dialogs;             // "CAPTION: TEMPLATE" of each template dialog that opened
+    std::function<void()> m_onMenu = [] {};
+
+private:
+    static constexpr UINT kInterval = 20;  // milliseconds
+    static constexpr int kPatience = 100;  // looks at one menu
+
+    void Look()
+    {
+        const HWND menu = FindWindowOfThread(&IsMenu);
+        if (menu != nullptr) {
+            LookAtMenu(menu);
+            return;
+        }
+        m_looks = 0;
+        const HWND dialog = FindWindowOfThread(&IsTemplateDialog);
+        if (dialog != std::exchange(m_dialog, dialog) && dialog != nullptr) {
+            m_dialogs.push_back(CWnd::TextOf(dialog) + L": " +
+                                CWnd::TextOf(GetDlgItem(dialog, IDC_TEMPLATE_TEXT)));
+            EXPECT_EQ(GetWindow(dialog, GW_OWNER), m_window.m_parent.m_hWnd);
+            PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+        } else if (dialog == nullptr) {
+            m_window.m_list.PostMessage(WM_RBUTTONUP, 0, MAKELPARAM(0, 0));
+        }
+    }
+
+    void LookAtMenu(HWND menu)
+    {
+        if (m_looks++ == 0) {
+            constexpr UINT kGetMenu = 0x01E1;  // MN_GETHMENU
+            m_menus.push_back(ItemsOf(reinterpret_cast<HMENU>(SendMessageW(menu, kGetMenu, 0, 0))));
+            RECT place{};
+            GetWindowRect(menu, &place);
+            m_place = {place.left, place.top};
+            ScreenToClient(m_window.m_list.m_hWnd, &m_place);
+            m_onMenu();
+            if (m_mnemonic == kDismiss) {
+                m_window.m_list.PostMessage(WM_KEYDOWN, VK_ESCAPE, 1);
+            } else {
+                m_window.m_list.PostMessage(WM_CHAR, m_mnemonic, 1);
+            }
+        }
+        if (m_looks == kPatience) {
+            ADD_FAILURE() << "a menu stays open";
+            EndMenu();
+        }
+    }
+
+    const CListWindow& m_window;
+    WPARAM m_mnemonic;
+    int m_looks = 0;
+    HWND m_dialog = nullptr;
+    CTimerScope m_timer{kInterval, [this] { Look(); }};
+};
+
+void RightClick(const CListWindow& window, POINT point)
+{
+    window.m_list.SendMessage(WM_RBUTTONDOWN, MK_RBUTTON, MAKELPARAM(point.x, point.y));
+}
+
+Texts MenuOf(int column, int language)
+{
+    if (language != 0) {
+        return {(column == 1 ? L"Spalte: Umbenannt nach... [0] disabled default"
+                             : L"Spalte: Benennung d. Stücklisteneintrags... [0] disabled default"),
+                L"-",
+                L"&Löschen [1]",
+                L"-",
+                L"Schablone &anwenden [2]",
+                L"Schablone ansehen/&bearbeiten... [3]"};
+    }
+    return {(column == 1 ? L"Column: Renamed to... [0] disabled default"
+                         : L"Column: BOM names... [0] disabled default"),
+            L"-",
+            L"&Delete [1]",
+            L"-",
+            L"&Use template [2]",
+            L"View/&Modify template... [3]"};
+}
+
+class ConvListMenu : public testing::TestWithParam<int>
+{
+protected:
+    // The mnemonic in the language at hand.
+    static WPARAM Mnemonic(wchar_t german, wchar_t english) { return GetParam() != 0 ? german : english; }
+    static WPARAM Delete() { return Mnemonic(L'l', L'd'); }
+    static WPARAM Apply() { return Mnemonic(L'a', L'u'); }
+    static WPARAM Edit() { return Mnemonic(L'b', L'm'); }
+
+    const CLanguageScope m_language{GetParam()};
+    const CListWindow m_window;
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, ConvListMenu, testing::Values(1, 0),
+                         [](const auto& flag) { return flag.param != 0 ? "German" : "English"; });
+
+TEST_P(ConvListMenu, HoldsItsColumnsCommands)
+{
+    for (const int column : {1, 2}) {
+        const CMenuUser user(m_window, kDismiss);
+        RightClick(m_window, m_window.At(column * 175 + 20, 1));
+        EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(column, GetParam())});
+    }
+}
+
+TEST_P(ConvListMenu, KeepsTheLanguageItWasMadeIn)
+{
+    const CLanguageScope theOther{GetParam() != 0 ? 0 : 1};
+    const CMenuUser user(m_window, kDismiss);
+    RightClick(m_window, m_window.At(200, 1));
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+}
+
+TEST_P(ConvListMenu, OpensAtThePoint)
+{
+    const CMenuUser user(m_window, kDismiss);
+    const POINT point = m_window.At(200, 1);
+    RightClick(m_window, point);
+    EXPECT_EQ(user.m_place.x, point.x);
+    EXPECT_EQ(user.m_place.y, point.y);
+}
+
+TEST_P(ConvListMenu, PostsItsCommandsToTheParent)
+{
+    for (const int column : {1, 2}) {
+        const POINT point = m_window.At(column * 175 + 20, 1);
+        const std::vector<std::pair<WPARAM, Texts>> commands{
+            {Delete(), {L"list WM_RBUTTONDOWN", L"parent WM_DELETESELECTED 0 0"}},
+            {Apply(),
+             {L"list WM_RBUTTONDOWN", L"parent WM_APPLYTEMPLATE " + std::to_wstring(column) + L" 0"}},
+            {kDismiss, {L"list WM_RBUTTONDOWN"}},
+        };
+        for (const auto& [mnemonic, messages] : commands) {
+            CMessageTrace trace(m_window);
+            const CMenuUser user(m_window, mnemonic);
+            RightClick(m_window, point);
+            EXPECT_EQ(user.m_menus.size(), 1U);
+            EXPECT_EQ(trace.Take(), messages) << column << " " << mnemonic;
+            EXPECT_EQ(user.m_dialogs, Texts{});
+        }
+    }
+    EXPECT_EQ(m_window.m_list.GetItemCount(), 5) << "the parent deletes";
+    EXPECT_EQ(m_window.m_list.CountPendingRows(), 0) << "the parent applies";
+}
+
+TEST_P(ConvListMenu, TheTitleIsNoCommand)
+{
+    CMessageTrace trace(m_window);
+    CMenuUser user(m_window, kDismiss);
+    user.m_onMenu = [this] {
+        m_window.m_list.PostMessage(WM_KEYDOWN, VK_DOWN, 1);  // to the title, for all that it is disabled
+        m_window.m_list.PostMessage(WM_KEYDOWN, VK_RETURN, 1);
+    };
+    RightClick(m_window, m_window.At(200, 1));
+    EXPECT_EQ(trace.Take(), Texts{L"list WM_RBUTTONDOWN"});
+    EXPECT_EQ(user.m_dialogs, Texts{});
+}
+
+TEST_P(ConvListMenu, AddsTheRowToTheSelection)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.Focus(0);
+    m_window.m_list.SetItemState(4, LVIS_SELECTED, LVIS_SELECTED);
+    RightClick(m_window, m_window.At(200, 2));
+    EXPECT_EQ(m_window.SelectedRows(), (std::vector<int>{0, 2, 4}));
+    EXPECT_EQ(m_window.FocusedRow(), 2);
+}
+
+TEST_P(ConvListMenu, TheRowIsSelectedBeforeTheMenuOpens)
+{
+    CMenuUser user(m_window, kDismiss);
+    std::vector<int> selected;
+    user.m_onMenu = [&] { selected = m_window.SelectedRows(); };
+    RightClick(m_window, m_window.At(400, 3));
+    EXPECT_EQ(selected, std::vector<int>{3});
+}
+
+TEST_P(ConvListMenu, TheFirstColumnHasNone)
+{
+    const CMenuUser user(m_window, kDismiss);
+    RightClick(m_window, m_window.At(20, 2));
+    EXPECT_TRUE(user.m_menus.empty());
+    EXPECT_EQ(m_window.SelectedRows(), std::vector<int>{2});
+    EXPECT_EQ(m_window.FocusedRow(), 2);
+}
+
+// Below the last row the column's number is the row's, too.
+TEST_P(ConvListMenu, BelowTheRowsTheColumnsNumberIsTheRows)
+{
+    for (const int column : {0, 1, 2}) {
+        const CListWindow window;
+        window.Focus(0);
+        window.m_list.SetItemState(4, LVIS_SELECTED, LVIS_SELECTED);
+        const CMenuUser user(window, kDismiss);
+        RightClick(window, window.BelowRows(column * 175 + 20));
+        EXPECT_EQ(user.m_menus.size(), column == 0 ? 0U : 1U);
+        if (column != 0) {
+            EXPECT_EQ(user.m_menus[0], MenuOf(column, GetParam()));
+        }
+        std::vector<int> selected{0, 4};
+        if (column != 0) {
+            selected.insert(selected.begin() + 1, column);
+        }
+        EXPECT_EQ(window.SelectedRows(), selected) << column;
+        EXPECT_EQ(window.FocusedRow(), column);
+    }
+}
+
+TEST_P(ConvListMenu, BelowTooFewRowsTheMenuOpensAndNoRowIsAdded)
+{
+    const CListWindow window({600, 300}, {{}, {}, {}}, 2);
+    window.Focus(0);
+    CMessageTrace trace(window);
+    const CMenuUser user(window, Delete());
+    RightClick(window, window.BelowRows(400));
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
+    EXPECT_EQ(window.SelectedRows(), std::vector<int>{0});
+    EXPECT_EQ(window.FocusedRow(), 0);
+    EXPECT_EQ(trace.Take(), (Texts{L"list WM_RBUTTONDOWN", L"parent WM_DELETESELECTED 0 0"}));
+}
+
+TEST_P(ConvListMenu, AnEmptyListHasItsMenus)
+{
+    const CListWindow window({600, 300}, {{}, {}, {}}, 0);
+    const CMenuUser user(window, kDismiss);
+    RightClick(window, window.BelowRows(200));
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+}
+
+TEST_P(ConvListMenu, RightOfTheLastColumnThereIsNone)
+{
+    for (const POINT point : {m_window.At(525, 2), m_window.BelowRows(525)}) {
+        const CMenuUser user(m_window, kDismiss);
+        RightClick(m_window, point);
+        EXPECT_TRUE(user.m_menus.empty());
+        EXPECT_NE(m_window.FocusedRow(), 1);
+    }
+}
+
+TEST_P(ConvListMenu, TheColumnIsTheOneShownThere)
+{
+    CListWindow window({400, 300}, {{100}, {150}, {200}});
+    window.m_list.SetColumnOrder({2, 0, 1});
+    window.m_list.ScrollHorizontally(50);
+    ASSERT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 50);
+    const std::vector<std::pair<int, int>> columnsAt{{0, 2}, {149, 2}, {150, 0}, {249, 0}, {250, 1}};
+    for (const auto& [x, column] : columnsAt) {
+        for (const POINT point : {window.At(x, 1), window.BelowRows(x)}) {
+            const CMenuUser user(window, kDismiss);
+            RightClick(window, point);
+            EXPECT_EQ(user.m_menus,
+                      column == 0 ? std::vector<Texts>{} : std::vector<Texts>{MenuOf(column, GetParam())})
+                << x;
+        }
+    }
+}
+
+LRESULT CALLBACK CountRightClicks(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                                  DWORD_PTR count)
+{
+    *reinterpret_cast<int*>(count) += message == WM_RBUTTONDOWN ? 1 : 0;
+    return DefSubclassProc(window, message, wParam, lParam);
+}
+
+TEST_P(ConvListMenu, TheControlDealsWithTheClickInEveryCase)
+{
+    CListWindow window;
+    int count = 0;
+    // What reaches the control itself passes the counter.
+    const HWND list = window.m_list.UnsubclassWindow();
+    SetWindowSubclass(list, &CountRightClicks, 98, reinterpret_cast<DWORD_PTR>(&count));
+    ASSERT_TRUE(window.m_list.SubclassWindow(list));
+    int clicks = 0;
+    std::size_t menus = 0;
+    for (const POINT point : {window.At(20, 1), window.At(200, 1), window.At(400, 1), window.At(550, 1),
+                              window.BelowRows(20), window.BelowRows(200), window.BelowRows(550)}) {
+        const CMenuUser user(window, kDismiss);
+        RightClick(window, point);
+        EXPECT_EQ(count, ++clicks) << point.x << " " << point.y;
+        menus += user.m_menus.size();
+    }
+    EXPECT_EQ(menus, 3U);
+}
+
+TEST_P(ConvListMenu, AnOpenEditEndsBeforeTheMenuComes)
+{
+    CListWindow window;
+    window.m_list.EditCell(1, 1);
+    window.Retype(L"Frame");
+    CMenuUser user(window, kDismiss);
+    std::wstring text;
+    user.m_onMenu = [&] { text = window.m_list.GetItemText(1, 1); };
+    RightClick(window, window.At(200, 1));
+    EXPECT_EQ(text, L"Frame.sldprt");
+    EXPECT_EQ(window.Editor(), nullptr);
+}
+
+TEST_P(ConvListMenu, TheMessageAfterAClickOpensNoOtherMenu)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.Focus(1);
+    POINT point = m_window.At(200, 1);
+    ClientToScreen(m_window.m_list.m_hWnd, &point);
+    m_window.m_list.SendMessage(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(m_window.m_list.m_hWnd),
+                                MAKELPARAM(point.x, point.y));
+    EXPECT_TRUE(user.m_menus.empty());
+}
+
+// By the keyboard
+
+class ConvListMenuByKey : public ConvListMenu
+{
+protected:
+    void AskByKey() const
+    {
+        m_window.m_list.SendMessage(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(m_window.m_list.m_hWnd), -1);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, ConvListMenuByKey, testing::Values(1, 0),
+                         [](const auto& flag) { return flag.param != 0 ? "German" : "English"; });
+
+TEST_P(ConvListMenuByKey, OpensBelowTheFocusedRowsNewName)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.Focus(1);
+    AskByKey();
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    EXPECT_EQ(user.m_place.x, 179);
+    EXPECT_EQ(user.m_place.y, m_window.m_list.GetRowRect(1).bottom);
+}
+
+TEST_P(ConvListMenuByKey, WithCtrlItIsTheBomNames)
+{
+    CMessageTrace trace(m_window);
+    const CMenuUser user(m_window, Apply());
+    m_window.Focus(1);
+    {
+        const CHeldKeys control{VK_CONTROL};
+        AskByKey();
+    }
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
+    EXPECT_EQ(user.m_place.x, 354);
+    EXPECT_EQ(trace.Take(), Texts{L"parent WM_APPLYTEMPLATE 2 0"});
+}
+
+TEST_P(ConvListMenuByKey, ShiftF10AsksForIt)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.Focus(1);
+    const CHeldKeys shift{VK_SHIFT};
+    PostMessageW(m_window.m_list.m_hWnd, WM_SYSKEYDOWN, VK_F10, 1);
+    DrainMessages();
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+}
+
+TEST_P(ConvListMenuByKey, CtrlMayBeLetGoBeforeTheMenuKey)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.Focus(1);
+    {
+        const CHeldKeys control{VK_CONTROL};
+        PostMessageW(m_window.m_list.m_hWnd, WM_KEYDOWN, VK_APPS, 1);
+        DrainMessages();
+    }
+    AskByKey();
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
+}
+
+TEST_P(ConvListMenuByKey, CtrlShiftF10AsksForTheBomNames)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.Focus(1);
+    const CHeldKeys keys{VK_SHIFT, VK_CONTROL};
+    PostMessageW(m_window.m_list.m_hWnd, WM_KEYDOWN, VK_F10, 1);
+    DrainMessages();
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
+}
+
+// Some programs put the place together from two halves, which are -1 each.
+TEST_P(ConvListMenuByKey, TheMessageMayHoldTwoHalves)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.Focus(1);
+    m_window.m_list.SendMessage(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(m_window.m_list.m_hWnd),
+                                MAKELPARAM(-1, -1));
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+}
+
+TEST_P(ConvListMenuByKey, TheFocusedRowIsSelectedToo)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.Focus(3);
+    m_window.m_list.SetItemState(-1, 0, LVIS_SELECTED);
+    m_window.m_list.SetItemState(1, LVIS_SELECTED, LVIS_SELECTED);
+    AskByKey();
+    EXPECT_EQ(m_window.SelectedRows(), (std::vector<int>{1, 3}));
+}
+
+TEST_P(ConvListMenuByKey, WithoutAFocusedRowItOpensBelowTheHeader)
+{
+    const CListWindow window({600, 300}, {{}, {}, {}}, 0);
+    const CMenuUser user(window, kDismiss);
+    window.m_list.SendMessage(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(window.m_list.m_hWnd), -1);
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    RECT header{};
+    GetWindowRect(window.m_list.GetHeader(), &header);
+    EXPECT_EQ(user.m_place.x, 175);
+    EXPECT_EQ(user.m_place.y, header.bottom - header.top);
+}
+
+TEST_P(ConvListMenuByKey, WithoutAFocusedRowTheSelectionStays)
+{
+    const CMenuUser user(m_window, kDismiss);
+    m_window.m_list.SetItemState(3, LVIS_SELECTED, LVIS_SELECTED);
+    AskByKey();
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    EXPECT_EQ(m_window.SelectedRows(), std::vector<int>{3});
+}
+
+// The template
+
+class ConvListTemplate : public ConvListMenu
+{
+protected:
+    static std::wstring Caption(int column)
+    {
+        if (GetParam() != 0) {
+            return column == 1 ? L"Schablone Zieldatei bearbeiten"
+                               : L"Schablone Stücklisteneintrag bearbeiten";
+        }
+        return column == 1 ? L"View/Modify file template" : L"View/Modify BOM template";
+    }
+
+    // The template dialogs that the third command shows for a click at this point.
+    Texts Dialogs(POINT point)
+    {
+        m_settings.Redirect();
+        const CMenuUser user(m_window, Edit());
+        RightClick(m_window, point);
+        return user.m_dialogs;
+    }
+
+    const CUserSettingsScope m_settings;
+    const CResourceScope m_resources{GetParam() != 0 ? kGermanLibrary : kEnglishLibrary};
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, ConvListTemplate, testing::Values(1, 0),
+                         [](const auto& flag) { return flag.param != 0 ? "German" : "English"; });
+
+TEST_P(ConvListTemplate, TheStoredOneIsShown)
+{
+    m_settings.SetTemplate(1, L"%3_%4");
+    m_settings.SetTemplate(2, L"");
+    EXPECT_EQ(Dialogs(m_window.At(200, 1)), Texts{Caption(1) + L": %3_%4"});
+    EXPECT_EQ(Dialogs(m_window.At(400, 1)), Texts{Caption(2) + L": "});
+    EXPECT_EQ(m_settings.Template(1), L"%3_%4");
+    EXPECT_EQ(m_window.m_list.CountPendingRows(), 0);
+}
+
+TEST_P(ConvListTemplate, TheCellStandsInForOneThatIsNotStored)
+{
+    EXPECT_EQ(Dialogs(m_window.At(200, 3)), Texts{Caption(1) + L": M3.sldprt"});
+    EXPECT_EQ(Dialogs(m_window.At(400, 2)), Texts{Caption(2) + L": Norm 2"});
+    EXPECT_EQ(Dialogs(m_window.BelowRows(400)), Texts{Caption(2) + L": Norm 2"});
+    EXPECT_EQ(m_settings.Template(1), L"(none)") << "looking stores nothing";
+    EXPECT_EQ(m_settings.Template(2), L"(none)");
+}
+
+TEST_P(ConvListTemplate, OneThatIsNoTextCountsAsNotStored)
+{
+    m_settings.SetTemplateNumber(2, 7);
+    EXPECT_EQ(Dialogs(m_window.At(400, 4)), Texts{Caption(2) + L": Norm 4"});
+}
+
+}  // namespace

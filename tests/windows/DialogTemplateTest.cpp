@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "framework/Handles.h"
+#include "resources/resource.h"
+
+// How the dialogs are laid out, in both languages: nothing is cut, nothing overlaps, every field has a name.
+// Measured with the font that the dialog really has here; under Wine that is a wider one than Windows would
+// take.
+
+namespace {
+
+INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
+{
+    return FALSE;
+}
+
+using UniqueWindow = UniqueOwner<HWND, ::DestroyWindow>;
+
+std::wstring ClassOf(HWND control)
+{
+    wchar_t name[64] = {};
+    GetClassNameW(control, name, 64);
+    return name;
+}
+
+std::wstring CaptionOf(HWND control)
+{
+    wchar_t text[512] = {};
+    GetWindowTextW(control, text, 512);
+    return text;
+}
+
+// Pixels that the control draws beside its caption.
+int WidthBesideCaption(HWND control)
+{
+    if (ClassOf(control) != L"Button") {
+        return 0;
+    }
+    const auto type = GetWindowLongW(control, GWL_STYLE) & BS_TYPEMASK;
+    const bool check = type == BS_AUTOCHECKBOX || type == BS_CHECKBOX;
+    const bool push = type == BS_PUSHBUTTON || type == BS_DEFPUSHBUTTON;
+    const int edges = 2 * GetSystemMetrics(SM_CXEDGE);
+    return check ? GetSystemMetrics(SM_CXMENUCHECK) + edges : push ? 2 * edges : edges;
+}
+
+SIZE CaptionSize(HWND control)
+{
+    const HDC dc = GetDC(control);
+    const HGDIOBJ oldFont =
+        SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
+    const std::wstring caption = CaptionOf(control);
+    RECT rect{};
+    DrawTextW(dc, caption.c_str(), -1, &rect, DT_CALCRECT | DT_SINGLELINE);
+    SelectObject(dc, oldFont);
+    ReleaseDC(control, dc);
+    return {rect.right, rect.bottom};
+}
+
+bool IsGroupBox(HWND control)
+{
+    return ClassOf(control) == L"Button" && (GetWindowLongW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX;
+}
+
+// A dialog of a resource library as its template lays it out.
+class DialogTemplate : public testing::TestWithParam<std::pair<const wchar_t*, int>>
+{
+protected:
+    DialogTemplate()
+    {
+        const auto [library, dialogId] = GetParam();
+        const INITCOMMONCONTROLSEX classes{sizeof classes, ICC_WIN95_CLASSES};
+        InitCommonControlsEx(&classes);
+        m_module.reset(
+            LoadLibraryExW(library, nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+        EXPECT_NE(m_module, nullptr);
+        m_dialog.reset(
+            CreateDialogParamW(m_module.get(), MAKEINTRESOURCEW(dialogId), nullptr, &IgnoreMessage, 0));
+        EXPECT_NE(m_dialog, nullptr);
+        for (HWND control = GetWindow(m_dialog.get(), GW_CHILD); control != nullptr;
+             control = GetWindow(control, GW_HWNDNEXT)) {
+            m_controls.push_back(control);
+        }
+        EXPECT_FALSE(m_controls.empty());
+    }
+
+    // In the client area of the dialog.
+    [[nodiscard]] RECT PlaceOf(HWND control) const
+    {
+        RECT place{};
+        GetWindowRect(control, &place);
+        MapWindowPoints(nullptr, m_dialog.get(), reinterpret_cast<POINT*>(&place), 2);
+        return place;
+    }
+
+    // What a failed expectation calls a control.
+    static std::string NameOf(HWND control)
+    {
+        const std::wstring text = ClassOf(control) + L" " + std::to_wstring(GetDlgCtrlID(control)) + L" '" +
+                                  CaptionOf(control) + L"'";
+        return {text.begin(), text.end()};
+    }
+
+    UniqueModule m_module;
+    UniqueWindow m_dialog;
+    std::vector<HWND> m_controls;  // in tab order
+};
+
+TEST_P(DialogTemplate, EveryCaptionIsSeenWhole)
+{
+    int measured = 0;
+    for (const HWND control : m_controls) {
+        const std::wstring kind = ClassOf(control);
+        if ((kind != L"Button" && kind != L"Static") || CaptionOf(control).empty()) {
+            continue;
+        }
+        RECT client{};
+        GetClientRect(control, &client);
+        const SIZE caption = CaptionSize(control);
+        EXPECT_LE(caption.cx + WidthBesideCaption(control), client.right) << NameOf(control);
+        EXPECT_LE(caption.cy, client.bottom) << NameOf(control);
+        ++measured;
+    }
+    EXPECT_GT(measured, 0);
+}
+
+// A group box may hold other controls, but not cut them.
+TEST_P(DialogTemplate, NoTwoControlsOverlap)
+{
+    for (std::size_t i = 0; i < m_controls.size(); ++i) {
+        for (std::size_t j = i + 1; j < m_controls.size(); ++j) {
+            const RECT first = PlaceOf(m_controls[i]);
+            const RECT second = PlaceOf(m_controls[j]);
+            RECT common{};
+            const bool inside = IsGroupBox(m_controls[i]) && UnionRect(&common, &first, &second) != FALSE &&
+                                EqualRect(&common, &first) != FALSE;
+            EXPECT_TRUE(inside || IntersectRect(&common, &first, &second) == FALSE)
+                << NameOf(m_controls[i]) << " and " << NameOf(m_controls[j]);
+        }
+    }
+}
+
+TEST_P(DialogTemplate, EveryControlLiesInsideTheDialog)
+{
+    RECT client{};
+    GetClientRect(m_dialog.get(), &client);
+    for (const HWND control : m_controls) {
+        const RECT place = PlaceOf(control);
+        EXPECT_TRUE(place.left >= 0 && place.top >= 0 && place.right <= client.right &&
+                    place.bottom <= client.bottom)
+            << NameOf(control);
+    }
+}
+
+// Screen readers take the name of a field from the label before it.
+TEST_P(DialogTemplate, EveryFieldFollowsItsLabel)
+{
+    const std::set<std::wstring> fields{L"Edit", L"ComboBox", WC_LISTVIEWW, PROGRESS_CLASSW};
+    for (const HWND control : m_controls) {
+        if (fields.contains(ClassOf(control))) {
+            const HWND label = GetWindow(control, GW_HWNDPREV);
+            EXPECT_EQ(ClassOf(label), L"Static") << NameOf(control);
+            EXPECT_NE(CaptionOf(label), L"") << NameOf(control);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(German, DialogTemplate,
+                         testing::Values(std::pair{L"talvresgerx64.dll", IDD_TALVENOR},
+                                         std::pair{L"talvresgerx64.dll", IDD_PROGRESS},
+                                         std::pair{L"talvresgerx64.dll", IDD_TEMPLATE},
+                                         std::pair{L"talvresgerx64.dll", IDD_ABOUT}));
+INSTANTIATE_TEST_SUITE_P(English, DialogTemplate,
+                         testing::Values(std::pair{L"talvresusx64.dll", IDD_TALVENOR},
+                                         std::pair{L"talvresusx64.dll", IDD_PROGRESS},
+                                         std::pair{L"talvresusx64.dll", IDD_TEMPLATE},
+                                         std::pair{L"talvresusx64.dll", IDD_ABOUT}));
+
+}  // namespace
