@@ -32,11 +32,12 @@ build_windowwatch() {
     -DCMAKE_BUILD_TYPE=Release && cmake --build build/windowwatch
 }
 
-# start_display: starts an X server without a screen, sets DISPLAY, ends the server with the script.
+# start_display [SIZE]: starts an X server without a screen, of so many pixels (1600x1200 unless said), and a window
+# manager on it, and sets DISPLAY.
 start_display() {
   local number
   number=$(mktemp)
-  Xvfb -displayfd 1 -screen 0 1600x1200x24 -nolisten tcp >"$number" 2>"$logs/xvfb.log" &
+  Xvfb -displayfd 1 -screen 0 "${1:-1600x1200}x24" -nolisten tcp >"$number" 2>"$logs/xvfb.log" &
   xvfb=$!
   until [ -s "$number" ]; do
     kill -0 $xvfb || { cat "$logs/xvfb.log"; return 1; }
@@ -44,11 +45,16 @@ start_display() {
   done
   export DISPLAY=:$(cat "$number")
   rm -f "$number"
+  openbox >/dev/null 2>&1 &
+  manager=$!
 }
+
+# windows_path PATH: an absolute path of this machine as a Windows program under Wine knows it.
+windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
 # end_display: ends Wine's own server first, whose windows live on the display, then the display.
 end_display() {
   [ -n "${xvfb:-}" ] || return 0
   WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix} wineserver -k 2>/dev/null || true
-  kill "$xvfb" 2>/dev/null || true
+  kill "$manager" "$xvfb" 2>/dev/null || true
 }

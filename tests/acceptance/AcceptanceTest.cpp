@@ -1,5 +1,18 @@
 #include "tests/acceptance/AcceptanceTest.h"
 
+namespace {
+
+constexpr DWORD kReactionTime = 5'000;  // milliseconds
+
+// The edit of a file dialog, once it has the focus.
+HWND NameEditOf(HWND picker)
+{
+    const HWND focus = FocusOf(picker);
+    return IsChild(picker, focus) != FALSE && ClassOf(focus).ends_with(L"Edit") ? focus : nullptr;
+}
+
+}  // namespace
+
 AcceptanceTest::AcceptanceTest() : m_server(m_temp.Path())
 {
     m_registry.SetPartsFolder(m_library.Path());
@@ -43,6 +56,61 @@ HWND AcceptanceTest::WaitForPicker(const CProgramUnderTest& program)
     return picker;
 }
 
+void AcceptanceTest::ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path)
+{
+    const HWND picker = WaitForPicker(program);
+    const HWND name = WaitFor([&] { return NameEditOf(picker); });
+    if (name == nullptr) {
+        throw CNotOnScreen(L"the file name in the file dialog", program.ProcessId());
+    }
+    TypeText(path);  // over the file name, which is selected
+    WaitFor([&] { return TextOf(name) == path; });
+    EXPECT_EQ(path, TextOf(name));
+    PressKeys({VK_RETURN});
+}
+
+void AcceptanceTest::AddThreeParts() const
+{
+    for (const wchar_t* size : {L"M4", L"M6", L"M8"}) {
+        m_library.AddPart(L"N_ISO_4017_" + std::wstring(size) + L".sldprt", {L"x"});
+    }
+}
+
+Rows AcceptanceTest::ThreeRows()
+{
+    return {IsoRow(L"4017", L"M4", Mark::pending), IsoRow(L"4017", L"M6", Mark::pending),
+            IsoRow(L"4017", L"M8", Mark::pending)};
+}
+
+void AcceptanceTest::WriteThreeRecords() const
+{
+    m_library.WriteMapFile("a ; A ; 1\nb ; B ; 2\nc ; C ; 3\n");
+}
+
+Rows AcceptanceTest::ThreeRecords()
+{
+    return {{L"a", L"A", L"1", Mark::converted},
+            {L"b", L"B", L"2", Mark::converted},
+            {L"c", L"C", L"3", Mark::converted}};
+}
+
+void AcceptanceTest::WaitForRows(const CProgramUnderTest& program, const Rows& rows)
+{
+    WaitFor([&] { return program.List().Rows() == rows; }, kReactionTime);
+    EXPECT_EQ(rows, program.List().Rows());
+}
+
+void AcceptanceTest::WaitForSelection(const CProgramUnderTest& program, const Selection& rows)
+{
+    WaitFor([&] { return program.List().Selection() == rows; }, kReactionTime);
+    EXPECT_EQ(rows, program.List().Selection());
+}
+
+void AcceptanceTest::WaitForCaption(const CProgramUnderTest& program, const std::wstring& caption)
+{
+    program.WaitForText(IDC_STATUS_FRAME, caption);
+}
+
 void AcceptanceTest::ConvertToTheEnd(const CProgramUnderTest& program) const
 {
     program.Click(IDC_START);
@@ -59,6 +127,13 @@ void AcceptanceTest::WaitForEndOfRun(const CProgramUnderTest& program) const
 std::wstring AcceptanceTest::OverwriteQuestion() const
 {
     return expected::kOverwriteLead.Current() + m_library.MappedPath() + expected::kOverwriteEnd.Current();
+}
+
+Rows Edited(Rows rows, std::size_t row, std::wstring RowOnScreen::*cell, const std::wstring& text)
+{
+    rows.at(row).*cell = text;
+    rows.at(row).mark = Mark::pending;
+    return rows;
 }
 
 RowOnScreen IsoRow(const std::wstring& number, const std::wstring& size, Mark mark)

@@ -81,9 +81,7 @@ std::string Join(const std::vector<std::wstring>& fields)
 CCadServer::CCadServer(const std::wstring& folder)
     : m_script(folder + L"\\script.txt"), m_log(folder + L"\\calls.txt")
 {
-    SetScript("");
-    std::ofstream(std::filesystem::path(m_log)).flush();
-    ConfigureServer(m_script, m_log);
+    StartOver("");
 }
 
 CCadServer::~CCadServer()
@@ -99,6 +97,13 @@ CCadServer::~CCadServer()
 void CCadServer::SetScript(const std::string& rules) const
 {
     std::ofstream(std::filesystem::path(m_script), std::ios::binary) << rules;
+}
+
+void CCadServer::StartOver(const std::string& rules) const
+{
+    SetScript(rules);
+    std::ofstream(std::filesystem::path(m_log)).flush();
+    ConfigureServer(m_script, m_log);
 }
 
 std::vector<std::string> CCadServer::Log() const

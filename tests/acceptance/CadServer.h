@@ -19,6 +19,8 @@ public:
 
     // The rules that the server follows from its next start on, one per line.
     void SetScript(const std::string& rules) const;
+    // The same, with an empty log and everything counted from the beginning.
+    void StartOver(const std::string& rules) const;
 
     // What the server was asked, a line each: fields separated by blanks, process numbers left out.
     [[nodiscard]] std::vector<std::string> Log() const;

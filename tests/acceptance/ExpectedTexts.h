@@ -22,6 +22,8 @@ inline constexpr Text kNoPartsFolder{
     L"Norm-Input-Directory not available!\n\n"
     L"Standard part directory and files have to be selected manually."};
 inline constexpr Text kAddParts{L"Normteile hinzufügen...", L"Add standart parts..."};
+inline constexpr Text kPickFolder{L"Quellordner der Normteile auswählen:",
+                                  L"Select the standard part folder:"};
 inline constexpr Text kChangeFolder{
     L"Soll das Quellverzeichnis wirklich geändert werden?\n\n"
     L"Wenn JA, dann werden alle Normteillisteneinträge im Fenster verworfen.",
@@ -42,6 +44,38 @@ inline constexpr Text kOverwriteLead{L"Die Map-Datei 'PartsMap.txt' existiert be
                                      L"The Map-File 'PartsMap.txt' already exists in '"};
 inline constexpr Text kOverwriteEnd{L"'.\n\nSoll die Datei überschrieben werden?",
                                     L"'.\n\nDo you want to overwrite this file?"};
+
+// List menus and template dialog
+inline constexpr Text kDeleteRows{L"&Löschen", L"&Delete"};
+inline constexpr Text kUseTemplate{L"Schablone &anwenden", L"&Use template"};
+inline constexpr Text kEditTemplate{L"Schablone ansehen/&bearbeiten...", L"View/&Modify template..."};
+inline constexpr Text kFileTemplate{L"Schablone Zieldatei bearbeiten", L"View/Modify file template"};
+inline constexpr Text kBomTemplate{L"Schablone Stücklisteneintrag bearbeiten", L"View/Modify BOM template"};
+inline constexpr Text kFillInRefused{L"Platzhalter %2 für Konfigurationsnamen ist nicht erlaubt.",
+                                     L"You cannot use the fill-in %2 for configuration names."};
+inline constexpr Text kPreviewRefused{L"(%2 ist in Dateinamen nicht erlaubt)",
+                                      L"(%2 is not allowed in file names)"};
+inline constexpr Text kSampleConfiguration{L"Standard", L"Default"};
+
+// About box
+inline constexpr Text kAbout{L"Über Talvenor", L"About Talvenor"};
+
+// Names edited by hand or made by a template
+inline constexpr Text kForbiddenInFileName{
+    L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
+    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.",
+    L"The following characters are not allowed to use in file names:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
+    L"These characters are automatically replaced by underscores '_'."};
+inline constexpr Text kForbiddenInBomName{
+    L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n"
+    L"\t@  /  ; =\n\nDiese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.",
+    L"The following characters are not allowed to use in feature-/component names of SOLIDWORKS:\n"
+    L"\t@  /  ; =\n\nThese characters are automatically replaced by underscores '_'."};
+inline constexpr Text kNameTaken{L"Der angegebene Dateiname ist schon vorhanden.",
+                                 L"The file name is not unique."};
+inline constexpr Text kGeneratedNameTaken{
+    L"Ein generierter Dateiname ist bereits vorhanden.\nDer vorhandene Dateiname bleibt erhalten.",
+    L"A generated file name is not unique.\nSkip this file."};
 
 // Start
 inline constexpr Text kNoResources{L"Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll",
@@ -91,6 +125,9 @@ inline constexpr Text kReallyCancel{
     L"are still changed and saved)."};
 inline constexpr Text kCancelled{L"Abbruch durch Benutzer!\n\nEs wurden nicht alle Dateien kopiert.",
                                  L"Canceled by user!\n\nNot all files are copied."};
+inline constexpr Text kNoFileNameLead{L"FEHLER: '", L"ERROR: '"};
+inline constexpr Text kNoFileNameEnd{L"' ist kein Dateiname!\nDas betroffene Normteil wird übergangen.",
+                                     L"' is not a file name!\nThe standard part concerned is skipped."};
 inline constexpr Text kFinished{L"Umsetzungen erfolgreich beendet.", L"Conversion successfully finished."};
 
 }  // namespace expected

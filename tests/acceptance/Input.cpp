@@ -1,5 +1,6 @@
 #include "tests/acceptance/Input.h"
 
+#include <cstdlib>
 #include <vector>
 
 #include "tests/acceptance/OtherWindows.h"
@@ -7,22 +8,49 @@
 
 namespace {
 
-void Send(std::vector<INPUT>& inputs)
+void Send(std::vector<INPUT> inputs)
 {
     SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
 }
 
-INPUT MouseInput(DWORD flags)
+// SendInput counts the screen in 65536 parts; rounded up, exactly this pixel comes out.
+LONG PartOfScreen(LONG pixel, int metric)
+{
+    const LONG pixels = GetSystemMetrics(metric);
+    return (pixel * 65536 + pixels - 1) / pixels;
+}
+
+// An action of the mouse at a position of the screen, wherever the pointer was before.
+INPUT MouseInput(POINT position, DWORD action, int wheel = 0)
 {
     INPUT input{};
     input.type = INPUT_MOUSE;
-    input.mi.dwFlags = flags;
+    input.mi.dx = PartOfScreen(position.x, SM_CXSCREEN);
+    input.mi.dy = PartOfScreen(position.y, SM_CYSCREEN);
+    input.mi.mouseData = static_cast<DWORD>(wheel);
+    input.mi.dwFlags = MOUSEEVENTF_ABSOLUTE | MOUSEEVENTF_MOVE | action;
     return input;
+}
+
+// What a button does at a position, once it cannot be taken for the second half of a double click.
+void SendClick(POINT position, const std::vector<INPUT>& inputs)
+{
+    static POINT lastPosition{};
+    static ULONGLONG lastTime = 0;
+    const bool samePlace = std::abs(position.x - lastPosition.x) <= GetSystemMetrics(SM_CXDOUBLECLK) &&
+                           std::abs(position.y - lastPosition.y) <= GetSystemMetrics(SM_CYDOUBLECLK);
+    if (samePlace) {
+        WaitFor([] { return GetTickCount64() > lastTime + GetDoubleClickTime(); });
+    }
+    Send(inputs);
+    lastPosition = position;
+    lastTime = GetTickCount64();
 }
 
 bool IsExtended(int key)
 {
-    return key == VK_DELETE || key == VK_HOME || key == VK_END || key == VK_UP || key == VK_DOWN;
+    return key == VK_DELETE || key == VK_HOME || key == VK_END || key == VK_UP || key == VK_DOWN ||
+           key == VK_LEFT || key == VK_RIGHT || key == VK_APPS;
 }
 
 INPUT KeyInput(int key, DWORD flags)
@@ -44,30 +72,45 @@ INPUT CharacterInput(wchar_t character, DWORD flags)
     return input;
 }
 
-void MoveMouse(POINT position)
-{
-    SetCursorPos(position.x, position.y);
-    WaitFor([&] {
-        POINT mouse{};
-        return GetCursorPos(&mouse) != FALSE && mouse.x == position.x && mouse.y == position.y;
-    });
-}
-
 }  // namespace
 
 void ClickAt(POINT position)
 {
-    // A second click at the same place would be taken for a double click.
-    static POINT lastPosition{};
-    static ULONGLONG lastTime = 0;
-    if (position.x == lastPosition.x && position.y == lastPosition.y) {
-        WaitFor([] { return GetTickCount64() > lastTime + GetDoubleClickTime(); });
-    }
-    MoveMouse(position);
-    std::vector<INPUT> inputs = {MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP)};
-    Send(inputs);
-    lastPosition = position;
-    lastTime = GetTickCount64();
+    SendClick(position,
+              {MouseInput(position, MOUSEEVENTF_LEFTDOWN), MouseInput(position, MOUSEEVENTF_LEFTUP)});
+}
+
+void DoubleClickAt(POINT position)
+{
+    const INPUT down = MouseInput(position, MOUSEEVENTF_LEFTDOWN);
+    const INPUT up = MouseInput(position, MOUSEEVENTF_LEFTUP);
+    SendClick(position, {down, up, down, up});
+}
+
+void RightClickAt(POINT position)
+{
+    SendClick(position,
+              {MouseInput(position, MOUSEEVENTF_RIGHTDOWN), MouseInput(position, MOUSEEVENTF_RIGHTUP)});
+}
+
+void Drag(POINT from, POINT to)
+{
+    SendClick(from, {MouseInput(from, MOUSEEVENTF_LEFTDOWN), MouseInput(to, 0),
+                     MouseInput(to, MOUSEEVENTF_LEFTUP)});
+}
+
+void TurnWheelAt(POINT position, int notches)
+{
+    Send({MouseInput(position, MOUSEEVENTF_WHEEL, notches * WHEEL_DELTA)});
+}
+
+void WaitUntilOnTop(HWND control, POINT position)
+{
+    // The system asks the window itself what is at the point, and a program in the middle of a call does not
+    // answer: so no long wait for it.
+    constexpr DWORD kOpening = 300;  // milliseconds
+    const HWND window = GetAncestor(control, GA_ROOT);
+    WaitFor([&] { return GetAncestor(WindowFromPoint(position), GA_ROOT) == window; }, kOpening);
 }
 
 void ClickOn(HWND control)
@@ -75,11 +118,7 @@ void ClickOn(HWND control)
     RECT place{};
     GetWindowRect(control, &place);
     const POINT middle{(place.left + place.right) / 2, (place.top + place.bottom) / 2};
-    // A window that has just been opened may still lie under another one. The system asks the window itself
-    // what is at the point, and a program in the middle of a call does not answer: so no long wait for it.
-    constexpr DWORD kOpening = 300;  // milliseconds
-    const HWND window = GetAncestor(control, GA_ROOT);
-    WaitFor([&] { return GetAncestor(WindowFromPoint(middle), GA_ROOT) == window; }, kOpening);
+    WaitUntilOnTop(control, middle);
     ClickAt(middle);
 }
 
@@ -105,9 +144,13 @@ void TypeText(const std::wstring& text)
     Send(inputs);
 }
 
+int MnemonicIn(const std::wstring& caption)
+{
+    const std::size_t ampersand = caption.find(L'&');
+    return ampersand == std::wstring::npos ? 0 : VkKeyScanW(caption.at(ampersand + 1)) & 0xFF;
+}
+
 int MnemonicOf(HWND control)
 {
-    const std::wstring text = TextOf(control);
-    const std::size_t ampersand = text.find(L'&');
-    return ampersand == std::wstring::npos ? 0 : VkKeyScanW(text.at(ampersand + 1)) & 0xFF;
+    return MnemonicIn(TextOf(control));
 }

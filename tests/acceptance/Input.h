@@ -11,6 +11,23 @@
 // Clicks the left button once at a position of the screen.
 void ClickAt(POINT position);
 
+// Clicks the left button twice in a row.
+void DoubleClickAt(POINT position);
+
+// Clicks the right button once at a position of the screen.
+void RightClickAt(POINT position);
+
+// Presses the left button, moves the mouse in one go and releases the button.
+void Drag(POINT from, POINT to);
+
+// Turns the wheel over a position of the screen by so many notches, negative ones towards the user, which
+// scrolls down.
+void TurnWheelAt(POINT position, int notches);
+
+// Waits a moment until no other window covers a control at a position of the screen: a window that has just
+// been opened may still lie under another one.
+void WaitUntilOnTop(HWND control, POINT position);
+
 // Clicks the left button in the middle of a control, once no other window covers it.
 void ClickOn(HWND control);
 
@@ -19,6 +36,9 @@ void PressKeys(std::initializer_list<int> keys);
 
 // Types a text, whatever the keyboard layout.
 void TypeText(const std::wstring& text);
+
+// The key that stands behind the ampersand of a caption; 0 when there is none.
+int MnemonicIn(const std::wstring& caption);
 
 // The key that stands behind the ampersand of a control's text.
 int MnemonicOf(HWND control);

@@ -2,6 +2,10 @@
 
 #include <commctrl.h>
 
+#include <array>
+
+#include "resources/resource.h"
+#include "tests/acceptance/Input.h"
 #include "tests/acceptance/OtherWindows.h"
 #include "tests/cadserver/TextFile.h"
 
@@ -52,6 +56,17 @@ private:
     BYTE* m_memory;
 };
 
+POINT MiddleOf(const RECT& place)
+{
+    return {(place.left + place.right) / 2, (place.top + place.bottom) / 2};
+}
+
+RECT OnScreen(HWND window, RECT place)
+{
+    MapWindowPoints(window, nullptr, reinterpret_cast<POINT*>(&place), 2);
+    return place;
+}
+
 const char* NameOf(Mark mark)
 {
     return mark == Mark::pending ? "pending" : mark == Mark::converted ? "converted" : "odd";
@@ -87,10 +102,15 @@ std::vector<int> CListOnScreen::Selection() const
     return rows;
 }
 
+int CListOnScreen::FocusedRow() const
+{
+    return static_cast<int>(Ask(m_list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_FOCUSED));
+}
+
 std::vector<std::wstring> CListOnScreen::Headers() const
 {
     std::vector<std::wstring> headers;
-    const auto header = reinterpret_cast<HWND>(Ask(m_list, LVM_GETHEADER));
+    const HWND header = Header();
     const auto count = static_cast<WPARAM>(Ask(header, HDM_GETITEMCOUNT));
     for (WPARAM column = 0; column < count; ++column) {
         const CRemote<HDITEMW> remote(m_process);
@@ -109,16 +129,87 @@ int CListOnScreen::ColumnWidth(int column) const
     return static_cast<int>(Ask(m_list, LVM_GETCOLUMNWIDTH, static_cast<WPARAM>(column)));
 }
 
+std::vector<int> CListOnScreen::ColumnOrder() const
+{
+    std::array<int, 8> order{};
+    const auto count = static_cast<std::size_t>(Ask(Header(), HDM_GETITEMCOUNT));
+    const CRemote<std::array<int, 8>> remote(m_process);
+    remote.Send(m_list, LVM_GETCOLUMNORDERARRAY, count, order);
+    return {order.begin(), order.begin() + static_cast<std::ptrdiff_t>(count)};
+}
+
 POINT CListOnScreen::CellPosition(int row, int column) const
 {
+    return Uncovered(MiddleOf(CellRect(row, column)));
+}
+
+POINT CListOnScreen::HeaderPosition(int column) const
+{
+    return Uncovered(MiddleOf(HeaderRect(column)));
+}
+
+POINT CListOnScreen::DividerPosition(int column) const
+{
+    const RECT header = HeaderRect(column);
+    return Uncovered({header.right - 1, MiddleOf(header).y});
+}
+
+POINT CListOnScreen::PositionBelowRows(int column) const
+{
+    constexpr int kAboveTheEnd = 5;  // pixels
+    return Uncovered({MiddleOf(HeaderRect(column)).x, ClientRect().bottom - kAboveTheEnd});
+}
+
+RECT CListOnScreen::CellRect(int row, int column) const
+{
+    const RECT header = HeaderRect(column);
+    const RECT line = RowRect(row);
+    return {header.left, line.top, header.right, line.bottom};
+}
+
+RECT CListOnScreen::ClientRect() const
+{
+    RECT client{};
+    GetClientRect(m_list, &client);
+    return OnScreen(m_list, client);
+}
+
+void CListOnScreen::MakeHeaderDraggable() const
+{
+    SetWindowLongPtrW(Header(), GWL_STYLE, GetWindowLongPtrW(Header(), GWL_STYLE) | HDS_BUTTONS);
+}
+
+HWND CListOnScreen::Editor() const
+{
+    return GetDlgItem(m_list, IDC_IN_PLACE_EDIT);
+}
+
+POINT CListOnScreen::Uncovered(POINT position) const
+{
+    WaitUntilOnTop(m_list, position);
+    return position;
+}
+
+HWND CListOnScreen::Header() const
+{
+    return reinterpret_cast<HWND>(Ask(m_list, LVM_GETHEADER));
+}
+
+RECT CListOnScreen::HeaderRect(int column) const
+{
     const CRemote<RECT> remote(m_process);
-    RECT cell{};
-    cell.left = LVIR_LABEL;
-    cell.top = column;
-    remote.Send(m_list, LVM_GETSUBITEMRECT, static_cast<WPARAM>(row), cell);
-    POINT middle{(cell.left + cell.right) / 2, (cell.top + cell.bottom) / 2};
-    ClientToScreen(m_list, &middle);
-    return middle;
+    RECT place{};
+    remote.Send(Header(), HDM_GETITEMRECT, static_cast<WPARAM>(column), place);
+    return OnScreen(Header(), place);
+}
+
+RECT CListOnScreen::RowRect(int row) const
+{
+    const CRemote<RECT> remote(m_process);
+    RECT place{};
+    place.left = LVIR_BOUNDS;
+    remote.Send(m_list, LVM_GETITEMRECT, static_cast<WPARAM>(row), place);
+    return OnScreen(m_list, place);
 }
 
 RowOnScreen CListOnScreen::Row(int row) const

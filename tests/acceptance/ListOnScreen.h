@@ -38,13 +38,38 @@ public:
     [[nodiscard]] std::vector<RowOnScreen> Rows() const;
     // The rows that are selected, from 0.
     [[nodiscard]] std::vector<int> Selection() const;
+    // The row that has the focus, -1 when there is none.
+    [[nodiscard]] int FocusedRow() const;
     // The headers of the columns.
     [[nodiscard]] std::vector<std::wstring> Headers() const;
     [[nodiscard]] int ColumnWidth(int column) const;
-    // Where on the screen to click on a cell.
+    // The columns from left to right.
+    [[nodiscard]] std::vector<int> ColumnOrder() const;
+
+    // Where on the screen to click on a cell. This and the next are told once no other window covers the
+    // place.
     [[nodiscard]] POINT CellPosition(int row, int column) const;
+    // Where to take hold of a column, and of the divider at its right end.
+    [[nodiscard]] POINT HeaderPosition(int column) const;
+    [[nodiscard]] POINT DividerPosition(int column) const;
+    // Below the last row in the middle of a column; the rows must leave room.
+    [[nodiscard]] POINT PositionBelowRows(int column) const;
+
+    // A cell, and the area that the list shows its rows and headers in, on the screen.
+    [[nodiscard]] RECT CellRect(int row, int column) const;
+    [[nodiscard]] RECT ClientRect() const;
+
+    // Under Wine only headers that look like buttons can be dragged, on Windows all can: makes them look so.
+    void MakeHeaderDraggable() const;
+
+    // The editor of a cell; null when none is open.
+    [[nodiscard]] HWND Editor() const;
 
 private:
+    [[nodiscard]] POINT Uncovered(POINT position) const;
+    [[nodiscard]] HWND Header() const;
+    [[nodiscard]] RECT HeaderRect(int column) const;
+    [[nodiscard]] RECT RowRect(int row) const;
     [[nodiscard]] RowOnScreen Row(int row) const;
     [[nodiscard]] std::wstring CellText(int row, int column) const;
     [[nodiscard]] Mark MarkOf(int row) const;

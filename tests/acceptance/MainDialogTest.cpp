@@ -1,54 +1,20 @@
 // The commands of the main dialog, except the conversion run.
+#include <windows.h>
+
+#include <commctrl.h>
+
 #include <filesystem>
+#include <map>
+#include <set>
 
 #include "tests/acceptance/AcceptanceTest.h"
 #include "tests/acceptance/OwnFolder.h"
 
 namespace {
 
-using Rows = std::vector<RowOnScreen>;
-using Selection = std::vector<int>;
-
 class MainDialogTest : public AcceptanceTest
 {
 protected:
-    // Three parts in the folder, one row each.
-    void AddThreeParts() const
-    {
-        for (const wchar_t* size : {L"M4", L"M6", L"M8"}) {
-            m_library.AddPart(L"N_ISO_4017_" + std::wstring(size) + L".sldprt", {L"x"});
-        }
-    }
-    static Rows ThreeRows()
-    {
-        return {IsoRow(L"4017", L"M4", Mark::pending), IsoRow(L"4017", L"M6", Mark::pending),
-                IsoRow(L"4017", L"M8", Mark::pending)};
-    }
-
-    // A map file with three records, and its rows.
-    void WriteThreeRecords() const { m_library.WriteMapFile("a ; A ; 1\nb ; B ; 2\nc ; C ; 3\n"); }
-    static Rows ThreeRecords(Mark second)
-    {
-        return {{L"a", L"A", L"1", Mark::converted},
-                {L"b", L"B", L"2", second},
-                {L"c", L"C", L"3", Mark::converted}};
-    }
-
-    static void WaitForRows(const CProgramUnderTest& program, const Rows& rows)
-    {
-        WaitFor([&] { return program.List().Rows() == rows; }, kReactionTime);
-        EXPECT_EQ(rows, program.List().Rows());
-    }
-    static void WaitForSelection(const CProgramUnderTest& program, const Selection& rows)
-    {
-        WaitFor([&] { return program.List().Selection() == rows; }, kReactionTime);
-        EXPECT_EQ(rows, program.List().Selection());
-    }
-    static void WaitForCaption(const CProgramUnderTest& program, const std::wstring& caption)
-    {
-        program.WaitForText(IDC_STATUS_FRAME, caption);
-    }
-
     // Everything that was done before has been dealt with once the program tells that there is no map file.
     void ExpectMapFileMissing(const CProgramUnderTest& program) const
     {
@@ -62,35 +28,74 @@ protected:
     static void AddByPath(const CProgramUnderTest& program, const std::wstring& path)
     {
         program.Click(IDC_ADD);
-        const HWND picker = WaitForPicker(program);
-        const HWND name = WaitFor([&] { return NameEditOf(picker); });
-        if (name == nullptr) {
-            throw CNotOnScreen(L"the file name in the file dialog", program.ProcessId());
+        ChooseInPicker(program, path);
+    }
+
+    // Opens the folder picker and chooses in it what the keys lead to; with no keys the picker is cancelled.
+    static void Browse(const CProgramUnderTest& program, const std::vector<int>& keys)
+    {
+        program.Click(IDC_BROWSE);
+        const HWND picker = WaitFor([&] { return WindowShowing(program, expected::kPickFolder.Current()); });
+        if (picker == nullptr) {
+            throw CNotOnScreen(L"the folder picker", program.ProcessId());
         }
-        TypeText(path);  // over the file name, which is selected
-        WaitFor([&] { return TextOf(name) == path; });
-        EXPECT_EQ(path, TextOf(name));
-        PressKeys({VK_RETURN});
+        const HWND tree = WaitFor([&] { return TreeOf(picker); });
+        ASSERT_TRUE(WaitFor([&] { return Ask(tree, TVM_GETCOUNT) > 0; }));
+        if (!keys.empty()) {
+            ClickOn(tree);
+            ASSERT_TRUE(WaitFor([&] { return FocusOf(tree) == tree; }));
+        }
+        for (const int key : keys) {
+            PressKeys({key});
+        }
+        const int button = keys.empty() ? IDCANCEL : IDOK;
+        ASSERT_TRUE(WaitFor([&] { return IsWindowEnabled(GetDlgItem(picker, button)) != FALSE; }));
+        ClickOn(GetDlgItem(picker, button));
+        WaitFor([&] { return IsWindow(picker) == FALSE; });
+    }
+    // The window of the program in which a text stands.
+    static HWND WindowShowing(const CProgramUnderTest& program, const std::wstring& text)
+    {
+        for (const HWND window : TopWindowsOf(program.ProcessId())) {
+            for (const HWND control : ControlsOf(window)) {
+                if (TextOf(control) == text) {
+                    return window;
+                }
+            }
+        }
+        return nullptr;
+    }
+    static HWND TreeOf(HWND picker)
+    {
+        for (const HWND control : ControlsOf(picker)) {
+            if (ClassOf(control) == WC_TREEVIEWW) {
+                return control;
+            }
+        }
+        return nullptr;
     }
 
     // The text of the folder edit with its selection, as a person sees it.
-    static void ExpectFolderSelected(const CProgramUnderTest& program, const std::wstring& text)
+    // Answers the message about a folder that does not exist, and expects the folder selected in its field.
+    // While the window manager gives the focus back Wine may take it from the field once more; the check then
+    // speaks again.
+    static void ExpectFolderRefused(const CProgramUnderTest& program, const std::wstring& text)
     {
-        program.WaitForFocus(IDC_SOURCE_DIR);
+        ExpectMessage(program, expected::kNoSuchFolder.Current());
+        const HWND field = program.Control(IDC_SOURCE_DIR);
+        const auto isBack = [&] {
+            const auto again = CMessageBoxOnScreen::Find(program.ProcessId());
+            if (again && again->Text() == expected::kNoSuchFolder.Current()) {
+                again->Answer(IDOK);
+            }
+            return FocusOf(field) == field;
+        };
+        EXPECT_TRUE(WaitFor(isBack));
         EXPECT_EQ(text, program.ControlText(IDC_SOURCE_DIR));
         const auto range = Ask(program.Control(IDC_SOURCE_DIR), EM_GETSEL);
         EXPECT_EQ(0, LOWORD(range));
         EXPECT_EQ(text.size(), HIWORD(range));
     }
-
-    // The edit of a file dialog, once it has the focus.
-    static HWND NameEditOf(HWND picker)
-    {
-        const HWND focus = FocusOf(picker);
-        return IsChild(picker, focus) != FALSE && ClassOf(focus).ends_with(L"Edit") ? focus : nullptr;
-    }
-
-    static constexpr DWORD kReactionTime = 5'000;  // milliseconds
 };
 
 TEST_F(MainDialogTest, ChangesToATypedFolderWhenTheAnswerIsYes)
@@ -135,16 +140,29 @@ TEST_F(MainDialogTest, TellsThatATypedFolderDoesNotExist)
     const std::wstring missing = m_library.Path() + L"\\keiner";
     program.TypeInto(IDC_SOURCE_DIR, missing + L"\\..");
     PressKeys({VK_TAB});
-    ExpectMessage(program, expected::kNoSuchFolder.Current());
-    ExpectFolderSelected(program, missing);
+    ExpectFolderRefused(program, missing);
     PressKeys({VK_SHIFT, VK_TAB});
-    ExpectMessage(program, expected::kNoSuchFolder.Current());
-    ExpectFolderSelected(program, missing);
+    ExpectFolderRefused(program, missing);
     EXPECT_EQ(ThreeRows(), program.List().Rows());
     // The folder goes back to what it was by typing, without a question.
     TypeText(m_library.Path());
     program.WaitForText(IDC_SOURCE_DIR, m_library.Path());
     ExpectMapFileMissing(program);
+}
+
+TEST_F(MainDialogTest, StartsNothingWhileTheFieldShowsAMissingFolder)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    const std::wstring missing = m_library.Path() + L"\\keiner";
+    program.Click(IDC_COPY_ONLY);
+    program.TypeInto(IDC_SOURCE_DIR, missing);
+    program.PressByKey(IDC_START);
+    ExpectFolderRefused(program, missing);
+    TypeText(m_library.Path());
+    program.WaitForText(IDC_SOURCE_DIR, m_library.Path());
+    ExpectMapFileMissing(program);
+    EXPECT_FALSE(PathExists(m_library.MappedPath()));
 }
 
 TEST_F(MainDialogTest, ClosesWithoutAWordAboutAMissingFolder)
@@ -169,6 +187,107 @@ TEST_F(MainDialogTest, CutsDotsAndBackslashesOffATypedFolder)
     PressKeys({VK_TAB});
     ExpectMapFileMissing(program);
     EXPECT_EQ(ThreeRows(), program.List().Rows());
+}
+
+TEST_F(MainDialogTest, CutsDotsBeforeBackslashesOffATypedFolder)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    program.TypeInto(IDC_SOURCE_DIR, m_library.Path() + L".\\");
+    PressKeys({VK_TAB});
+    // The dot stays, and with it the text is another one than before.
+    const CMessageBoxOnScreen box = CMessageBoxOnScreen::WaitForOne(program.ProcessId());
+    EXPECT_EQ(expected::kChangeFolder.Current(), box.Text());
+    EXPECT_EQ(m_library.Path() + L".", program.ControlText(IDC_SOURCE_DIR));
+    box.Answer(IDYES);
+    program.WaitForText(IDC_MAPPED_DIR, m_library.Path() + L".\\Mapped");
+    EXPECT_EQ(m_library.Path() + L".", program.ControlText(IDC_SOURCE_DIR));
+    EXPECT_EQ(ThreeRows(), program.List().Rows());
+}
+
+TEST_F(MainDialogTest, TakesATypedDrive)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    program.TypeInto(IDC_SOURCE_DIR, L"c:\\");
+    PressKeys({VK_TAB});
+    ExpectQuestion(program, expected::kChangeFolder.Current(), IDYES);
+    program.WaitForText(IDC_MAPPED_DIR, L"c:\\Mapped");
+    EXPECT_EQ(L"c:", program.ControlText(IDC_SOURCE_DIR));
+    WaitForRows(program, {});
+}
+
+TEST_F(MainDialogTest, TakesATypedRootThatOnlyTheVolumeQueryKnows)
+{
+    // A stand-in for the root of a share: without a backslash at its end this is a device, not a folder.
+    const std::wstring root = L"\\\\?\\C:";
+    if (PathExists(root) || GetVolumeInformationW((root + L"\\").c_str(), nullptr, 0, nullptr, nullptr,
+                                                  nullptr, nullptr, 0) == FALSE) {
+        GTEST_SKIP() << "skipped: this machine has no root that only the volume query knows";
+    }
+    AddThreeParts();
+    const CProgramUnderTest program;
+    program.TypeInto(IDC_SOURCE_DIR, root + L"\\");
+    PressKeys({VK_TAB});
+    ExpectQuestion(program, expected::kChangeFolder.Current(), IDYES);
+    program.WaitForText(IDC_SOURCE_DIR, root);
+    // What does not exist as a folder is not loaded.
+    WaitForRows(program, {});
+    EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
+}
+
+TEST_F(MainDialogTest, TellsThatAShareDoesNotExist)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    program.TypeInto(IDC_SOURCE_DIR, L"\\\\127.0.0.1\\no such share\\");
+    PressKeys({VK_TAB});
+    ExpectFolderRefused(program, L"\\\\127.0.0.1\\no such share");
+    EXPECT_EQ(ThreeRows(), program.List().Rows());
+}
+
+TEST_F(MainDialogTest, LoadsNothingForAFileTypedAsTheFolder)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    const std::wstring file = m_library.Part(L"N_ISO_4017_M6.sldprt");
+    program.TypeInto(IDC_SOURCE_DIR, file);
+    PressKeys({VK_TAB});
+    ExpectQuestion(program, expected::kChangeFolder.Current(), IDYES);
+    program.WaitForText(IDC_MAPPED_DIR, file + L"\\Mapped");
+    WaitForRows(program, {});
+}
+
+TEST_F(MainDialogTest, ReloadsTheFolderWhenAPickedOneIsRefused)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    program.Click(IDC_SELECT_ALL);
+    program.Click(IDC_DELETE);
+    WaitForCaption(program, expected::kFolderView.Current() + expected::kListChanged.Current());
+    Browse(program, {});
+    program.WaitForRest();
+    EXPECT_EQ(Rows{}, program.List().Rows()) << "a cancel changes nothing";
+    Browse(program, {VK_HOME});
+    ExpectQuestion(program, expected::kChangeFolder.Current(), IDNO);
+    WaitForRows(program, ThreeRows());
+    WaitForCaption(program, expected::kFolderView.Current());
+    EXPECT_EQ(m_library.Path(), program.ControlText(IDC_SOURCE_DIR));
+    EXPECT_EQ(m_library.MappedPath(), program.ControlText(IDC_MAPPED_DIR));
+}
+
+TEST_F(MainDialogTest, ChangesToAPickedFolderWhenTheAnswerIsYes)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    Browse(program, {VK_HOME});
+    ExpectQuestion(program, expected::kChangeFolder.Current(), IDYES);
+    WaitFor([&] { return program.ControlText(IDC_SOURCE_DIR) != m_library.Path(); });
+    const std::wstring folder = program.ControlText(IDC_SOURCE_DIR);
+    EXPECT_TRUE(std::filesystem::is_directory(folder));
+    EXPECT_EQ(folder + L"\\Mapped", program.ControlText(IDC_MAPPED_DIR));
+    EXPECT_EQ(Rows{}, program.List().Rows());
+    EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
 }
 
 TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
@@ -227,7 +346,7 @@ TEST_F(MainDialogTest, RemovesAllRowsWhenTheAnswerIsYes)
     program.Click(IDC_REMOVE_ALL);
     ExpectQuestion(program, expected::kRemoveAll.Current(), IDNO);
     program.WaitForRest();
-    EXPECT_EQ(ThreeRecords(Mark::converted), program.List().Rows());
+    EXPECT_EQ(ThreeRecords(), program.List().Rows());
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
     program.Click(IDC_REMOVE_ALL);
     ExpectQuestion(program, expected::kRemoveAll.Current(), IDYES);
@@ -260,12 +379,12 @@ TEST_F(MainDialogTest, MarksSelectedRowsForConversion)
     const CProgramUnderTest program;
     program.Click(IDC_MARK);  // with nothing selected
     program.WaitForFocus(IDC_LIST);
-    EXPECT_EQ(ThreeRecords(Mark::converted), program.List().Rows());
+    EXPECT_EQ(ThreeRecords(), program.List().Rows());
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
     ClickAt(program.List().CellPosition(1, 1));
     WaitForSelection(program, {1});
     program.Click(IDC_MARK);
-    WaitForRows(program, ThreeRecords(Mark::pending));
+    WaitForRows(program, Edited(ThreeRecords(), 1, &RowOnScreen::renamed, L"B"));
     EXPECT_EQ(expected::kMapView.Current() + expected::kListChanged.Current(),
               program.ControlText(IDC_STATUS_FRAME));
 }
@@ -279,8 +398,76 @@ TEST_F(MainDialogTest, ShowsTheMapFileOnDemand)
     EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
     WriteThreeRecords();
     program.Click(IDC_SHOW_MAP);
-    WaitForRows(program, ThreeRecords(Mark::converted));
+    WaitForRows(program, ThreeRecords());
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
+}
+
+TEST_F(MainDialogTest, TellsThatTheMapFileIsLocked)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    program.Click(IDC_SELECT_ALL);
+    WaitForSelection(program, {0, 1, 2});
+    WriteThreeRecords();
+    {
+        const UniqueHandle lock = LockFile(m_library.MapPath());
+        program.Click(IDC_SHOW_MAP);
+        ExpectMessage(program, expected::kNotReadLead + m_library.MapPath() + expected::kNotReadEnd);
+        ExpectMessage(program, expected::kMapMissingLead.Current() + m_library.MapPath() +
+                                   expected::kMapMissingEnd.Current());
+        program.WaitForRest();
+        EXPECT_EQ(ThreeRows(), program.List().Rows());
+        EXPECT_EQ((Selection{0, 1, 2}), program.List().Selection());
+        EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
+    }
+    program.Click(IDC_SHOW_MAP);
+    WaitForRows(program, ThreeRecords());
+}
+
+TEST_F(MainDialogTest, ShowsTheMapFileWithoutAQuestionAboutChanges)
+{
+    WriteThreeRecords();
+    const CProgramUnderTest program;
+    program.Click(IDC_SELECT_ALL);
+    program.Click(IDC_MARK);
+    WaitForCaption(program, expected::kMapView.Current() + expected::kListChanged.Current());
+    program.Click(IDC_MARK);  // the mark of the change is not set twice
+    program.Click(IDC_SELECT_NONE);
+    WaitForSelection(program, {});
+    EXPECT_EQ(expected::kMapView.Current() + expected::kListChanged.Current(),
+              program.ControlText(IDC_STATUS_FRAME));
+    program.Click(IDC_SHOW_MAP);
+    WaitForRows(program, ThreeRecords());
+    WaitForCaption(program, expected::kMapView.Current());
+}
+
+TEST_F(MainDialogTest, AddsSeveralFilesAtOnce)
+{
+    AddThreeParts();
+    WriteThreeRecords();
+    const CProgramUnderTest program;
+    AddByPath(program, L"\"N_ISO_4017_M8.sldprt\" \"N_ISO_4017_M4.sldprt\"");
+    Rows rows = ThreeRecords();
+    rows.insert(rows.begin(), {ThreeRows()[0], ThreeRows()[2]});
+    WaitForRows(program, rows);
+    WaitForCaption(program, expected::kMapView.Current() + expected::kListChanged.Current());
+}
+
+TEST_F(MainDialogTest, KeepsItsFolderWhenTheOtherOneTakesNoCopies)
+{
+    AddThreeParts();
+    const CTestLibrary other;
+    other.AddPart(L"N_ISO_4032_M8.sldprt", {L"x"});
+    WriteBytes(other.MappedPath(), "a file");
+    const CProgramUnderTest program;
+    AddByPath(program, other.Part(L"N_ISO_4032_M8.sldprt"));
+    ExpectQuestion(program, expected::kAddFromOtherFolder.Current(), IDYES);
+    ExpectMessage(program, expected::kNoFolderLead.Current() + other.MappedPath() +
+                               expected::kNoFolderFileThere.Current());
+    program.WaitForRest();
+    EXPECT_EQ(ThreeRows(), program.List().Rows());
+    EXPECT_EQ(m_library.Path(), program.ControlText(IDC_SOURCE_DIR));
+    EXPECT_EQ(m_library.MappedPath(), program.ControlText(IDC_MAPPED_DIR));
 }
 
 TEST_F(MainDialogTest, AddsChosenFilesOfTheFolder)
@@ -289,7 +476,7 @@ TEST_F(MainDialogTest, AddsChosenFilesOfTheFolder)
     WriteThreeRecords();
     const CProgramUnderTest program;
     AddByPath(program, m_library.Part(L"N_ISO_4017_M6.sldprt"));
-    Rows rows = ThreeRecords(Mark::converted);
+    Rows rows = ThreeRecords();
     rows.insert(rows.begin(), ThreeRows()[1]);
     WaitForRows(program, rows);
     WaitForCaption(program, expected::kMapView.Current() + expected::kListChanged.Current());
@@ -327,7 +514,7 @@ TEST_F(MainDialogTest, OffersTheInstalledVersions)
     EXPECT_EQ(2, Ask(versions, CB_GETCOUNT));
     EXPECT_EQ(1, Ask(versions, CB_GETCURSEL)) << "the current version, 30";
     EXPECT_EQ(L"2022", TextOf(versions));
-    program.FocusByKey(IDC_VERSION_LABEL, IDC_VERSION);
+    program.FocusByKey(IDC_VERSION);
     PressKeys({VK_UP});
     program.WaitForText(IDC_VERSION, L"2017");
 }
@@ -425,6 +612,107 @@ TEST_F(MainDialogTest, ShowsItsAboutBox)
     EXPECT_EQ(FALSE, IsWindowEnabled(program.MainWindow()));
     ClickOn(GetDlgItem(about, IDOK));
     program.WaitForRest();
+}
+
+// ---- Size
+
+RECT PlaceOf(HWND window)
+{
+    RECT place{};
+    GetWindowRect(window, &place);
+    return place;
+}
+
+// How far a control's edges lie from where they were, as seen from the window's top left corner.
+RECT Moved(const RECT& before, const RECT& after)
+{
+    return {after.left - before.left, after.top - before.top, after.right - before.right,
+            after.bottom - before.bottom};
+}
+
+// How many different colours there are on the screen along the middle of a place.
+std::size_t ColoursOn(const RECT& place)
+{
+    const HDC screen = GetDC(nullptr);
+    std::set<COLORREF> colours;
+    for (LONG x = place.left; x < place.right; ++x) {
+        colours.insert(GetPixel(screen, x, (place.top + place.bottom) / 2));
+    }
+    ReleaseDC(nullptr, screen);
+    return colours.size();
+}
+
+class WindowSizeTest : public AcceptanceTest
+{
+protected:
+    // The controls' places in the main dialog.
+    static std::map<int, RECT> Places(const CProgramUnderTest& program)
+    {
+        std::map<int, RECT> places;
+        for (const int id :
+             {IDC_SOURCE_DIR, IDC_BROWSE, IDC_LIST, IDC_ADD, IDC_MARK, IDC_VERSION, IDC_START}) {
+            places[id] = PlaceOf(program.Control(id));
+            MapWindowPoints(nullptr, program.MainWindow(), reinterpret_cast<POINT*>(&places[id]), 2);
+        }
+        return places;
+    }
+    static void Resize(const CProgramUnderTest& program, LONG width, LONG height)
+    {
+        SetWindowPos(program.MainWindow(), nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER);
+    }
+    // Waits until the start button has moved to the right by so many pixels from where it was.
+    static void WaitForStartAt(const CProgramUnderTest& program, const std::map<int, RECT>& before,
+                               LONG right)
+    {
+        WaitFor([&] { return Places(program).at(IDC_START).left == before.at(IDC_START).left + right; },
+                5000);
+    }
+};
+
+TEST_F(WindowSizeTest, GivesTheListTheRoomOfALargerWindow)
+{
+    const CProgramUnderTest program;
+    program.WaitForKeyboard();
+    const RECT window = PlaceOf(program.MainWindow());
+    const std::map<int, RECT> before = Places(program);
+    Resize(program, window.right - window.left + 200, window.bottom - window.top + 100);
+    const std::map<int, RECT> expected{{IDC_SOURCE_DIR, {0, 0, 200, 0}}, {IDC_BROWSE, {200, 0, 200, 0}},
+                                       {IDC_LIST, {0, 0, 200, 100}},     {IDC_ADD, {0, 100, 0, 100}},
+                                       {IDC_MARK, {0, 100, 0, 100}},     {IDC_VERSION, {0, 100, 0, 100}},
+                                       {IDC_START, {200, 100, 200, 100}}};
+    WaitForStartAt(program, before, 200);
+    for (const auto& [id, place] : Places(program)) {
+        const RECT moved = Moved(before.at(id), place);
+        EXPECT_TRUE(EqualRect(&moved, &expected.at(id))) << id;
+    }
+}
+
+TEST_F(WindowSizeTest, IsNeverSmallerThanItsControlsNeed)
+{
+    const CProgramUnderTest program;
+    program.WaitForKeyboard();
+    const RECT window = PlaceOf(program.MainWindow());
+    const std::map<int, RECT> before = Places(program);
+    Resize(program, window.right - window.left + 50, window.bottom - window.top + 50);
+    WaitForStartAt(program, before, 50);
+    Resize(program, 200, 100);
+    WaitForStartAt(program, before, 0);
+    const RECT smallest = PlaceOf(program.MainWindow());
+    EXPECT_EQ(window.right - window.left, smallest.right - smallest.left);
+    EXPECT_EQ(window.bottom - window.top, smallest.bottom - smallest.top);
+}
+
+TEST_F(WindowSizeTest, ShowsItsButtonsWhenItIsMaximised)
+{
+    const CProgramUnderTest program;
+    program.WaitForKeyboard();
+    const RECT before = PlaceOf(program.Control(IDC_START));
+    ShowWindow(program.MainWindow(), SW_MAXIMIZE);
+    ASSERT_TRUE(WaitFor([&] { return PlaceOf(program.Control(IDC_START)).left > before.left; }));
+    for (const int id : {IDC_BROWSE, IDC_ADD, IDC_DELETE, IDC_MARK, IDC_COPY_ONLY, IDC_START, IDCANCEL}) {
+        const HWND control = program.Control(id);
+        EXPECT_TRUE(WaitFor([&] { return ColoursOn(PlaceOf(control)) > 2; }, 5000)) << id;
+    }
 }
 
 }  // namespace

@@ -50,9 +50,14 @@ std::optional<CMessageBoxOnScreen> CMessageBoxOnScreen::Find(DWORD process)
 
 CMessageBoxOnScreen CMessageBoxOnScreen::WaitForOne(DWORD process)
 {
-    const auto box = WaitFor([&] { return Find(process); });
-    if (!box) {
-        throw CNotOnScreen(L"a message box", process);
+    // A box is shown a moment before it is given the focus; what is clicked in between can get lost.
+    std::optional<CMessageBoxOnScreen> box;
+    const auto ready = [&] {
+        box = Find(process);
+        return box && IsMessageButton(FocusOf(box->m_window));
+    };
+    if (!WaitFor(ready)) {
+        throw CNotOnScreen(L"a message box with the focus", process);
     }
     return *box;
 }
@@ -86,7 +91,14 @@ std::vector<int> CMessageBoxOnScreen::Buttons() const
 
 void CMessageBoxOnScreen::Answer(int button) const
 {
+    // Under Wine a box may come to lie below the dialog that it belongs to, where no click reaches it.
+    SetWindowPos(m_window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     ClickOn(GetDlgItem(m_window, button));
+    WaitForEnd();
+}
+
+void CMessageBoxOnScreen::WaitForEnd() const
+{
     if (!WaitFor([&] { return IsWindow(m_window) == FALSE; })) {
         throw CNotOnScreen(L"the end of a message box", m_process);
     }

@@ -25,6 +25,8 @@ public:
 
     // Clicks the button with the mouse and waits until the box has gone; throws CNotOnScreen when it stays.
     void Answer(int button) const;
+    // Waits until the box has gone; throws CNotOnScreen when it stays.
+    void WaitForEnd() const;
 
 private:
     CMessageBoxOnScreen(HWND window, DWORD process) : m_window(window), m_process(process) {}

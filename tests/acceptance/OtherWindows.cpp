@@ -35,10 +35,35 @@ BOOL CALLBACK TakeControl(HWND control, LPARAM parameter)
     return TRUE;
 }
 
+std::wstring PlaceOf(HWND window)
+{
+    RECT place{};
+    GetWindowRect(window, &place);
+    return std::to_wstring(place.left) + L"," + std::to_wstring(place.top) + L" to " +
+           std::to_wstring(place.right) + L"," + std::to_wstring(place.bottom);
+}
+
+// Which windows of the thread that made the window have keyboard and mouse, and where the mouse is.
+std::wstring DescribeInput(HWND window)
+{
+    GUITHREADINFO info{};
+    info.cbSize = sizeof info;
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    POINT mouse{};
+    GetCursorPos(&mouse);
+    const auto name = [](HWND named) {
+        return named == nullptr ? std::wstring(L"none") : ClassOf(named) + L" \"" + TextOf(named) + L"\"";
+    };
+    return L"foreground " + name(GetForegroundWindow()) + L", active " + name(info.hwndActive) + L", focus " +
+           name(info.hwndFocus) + L", capture " + name(info.hwndCapture) + L", mouse at " +
+           std::to_wstring(mouse.x) + L"," + std::to_wstring(mouse.y) + L" over " +
+           name(WindowFromPoint(mouse)) + L"\n";
+}
+
 std::wstring Describe(HWND window)
 {
-    return ClassOf(window) + L" " + std::to_wstring(GetDlgCtrlID(window)) + L" \"" + TextOf(window) + L"\"" +
-           (IsWindowEnabled(window) != FALSE ? L"\n" : L" (disabled)\n");
+    return PlaceOf(window) + L" " + ClassOf(window) + L" " + std::to_wstring(GetDlgCtrlID(window)) + L" \"" +
+           TextOf(window) + L"\"" + (IsWindowEnabled(window) != FALSE ? L"\n" : L" (disabled)\n");
 }
 
 }  // namespace
@@ -98,7 +123,11 @@ HWND FocusOf(HWND window)
 std::wstring DescribeScreen(DWORD process)
 {
     std::wstring text = L"on the screen:\n";
-    for (const HWND window : TopWindowsOf(process)) {
+    const std::vector<HWND> windows = TopWindowsOf(process);
+    if (!windows.empty()) {
+        text += DescribeInput(windows[0]);
+    }
+    for (const HWND window : windows) {
         text += Describe(window);
         for (const HWND control : ControlsOf(window)) {
             text += L"    " + Describe(control);

@@ -82,10 +82,15 @@ void CProgramUnderTest::Focus(int id) const
     WaitForFocus(id);
 }
 
-void CProgramUnderTest::FocusByKey(int labelId, int id) const
+void CProgramUnderTest::FocusByKey(int id) const
 {
-    PressKeys({VK_MENU, MnemonicOf(Control(labelId))});
+    PressKeys({VK_MENU, MnemonicOf(GetWindow(Control(id), GW_HWNDPREV))});
     WaitForFocus(id);
+}
+
+void CProgramUnderTest::PressByKey(int id) const
+{
+    PressKeys({VK_MENU, MnemonicOf(Control(id))});
 }
 
 void CProgramUnderTest::TypeInto(int id, const std::wstring& text) const
@@ -110,6 +115,14 @@ void CProgramUnderTest::WaitForFocus(int id) const
     const HWND control = Control(id);
     if (!WaitFor([&] { return FocusOf(control) == control; })) {
         throw CNotOnScreen(L"the focus in control " + std::to_wstring(id), m_processId);
+    }
+}
+
+void CProgramUnderTest::WaitForKeyboard() const
+{
+    const HWND window = MainWindow();
+    if (!WaitFor([&] { return GetForegroundWindow() == window && FocusOf(window) != nullptr; })) {
+        throw CNotOnScreen(L"the focus in the main dialog", m_processId);
     }
 }
 

@@ -35,16 +35,20 @@ public:
 
     // Clicks a control of the main dialog with the mouse.
     void Click(int id) const;
-    // Gives the focus to a control of the main dialog as a click does.
+    // Gives the focus to an edit of the main dialog by a click.
     void Focus(int id) const;
-    // Gives the focus to a control by Alt and the underlined letter of its label.
-    void FocusByKey(int labelId, int id) const;
+    // Gives the focus to a control by Alt and the underlined letter of its label, which stands before it.
+    void FocusByKey(int id) const;
+    // Presses a button by Alt and its underlined letter.
+    void PressByKey(int id) const;
     // Replaces the text of an edit of the main dialog by typing.
     void TypeInto(int id, const std::wstring& text) const;
     // Waits until a control of the main dialog has this text.
     void WaitForText(int id, const std::wstring& text) const;
     // Waits until a control of the main dialog has the focus.
     void WaitForFocus(int id) const;
+    // Waits until the main dialog is the window that the keyboard writes into.
+    void WaitForKeyboard() const;
     // Waits until IsAtRest.
     void WaitForRest() const;
 

@@ -6,7 +6,6 @@
 
 namespace {
 
-using Rows = std::vector<RowOnScreen>;
 using Lines = std::vector<std::string>;
 
 class RunFailureTest : public AcceptanceTest
@@ -245,6 +244,46 @@ TEST_F(RunFailureTest, SkipsPartsThatCannotBeCopied)
     EXPECT_EQ(L"Norm 2", BomNameOf(2));
     EXPECT_EQ(L"Norm 4", BomNameOf(4));
     EXPECT_FALSE(m_server.WasAsked("3.sldprt"));
+}
+
+// The first record leads to a file beside the library's parts, the second to a stream of a copy.
+TEST_F(RunFailureTest, TouchesNothingElsewhereThatAMapFileNames)
+{
+    AddParts(3);
+    const std::wstring other = m_library.Part(L"other.sldprt");
+    WriteBytes(other, "other");
+    const std::string records =
+        "N_ISO_1_M8.sldprt ; ..\\other.sldprt ; x\r\n"
+        "N_ISO_2_M8.sldprt ; 3.sldprt:stream ; x\r\n"
+        "..\\other.sldprt ; 2.sldprt ; x\r\n";
+    m_library.WriteMapFile(m_library.MapHeader() + records + RecordOf(3));
+    const CProgramUnderTest program;
+    program.Click(IDC_START);
+    ExpectQuestion(program, OverwriteQuestion(), IDYES);
+    ExpectMessage(program, expected::kFinished.Current());
+    WaitForEndOfRun(program);
+    EXPECT_FALSE(IsReadOnly(other)) << "rows that are recorded only";
+    EXPECT_EQ(m_library.MapHeader() + records + RecordOf(3), m_library.MapFileBytes());
+
+    program.Click(IDC_SELECT_ALL);
+    program.Click(IDC_MARK);
+    program.Click(IDC_START);
+    ExpectQuestion(program, OverwriteQuestion(), IDYES);
+    ExpectMessage(program, expected::kNoFileNameLead.Current() + std::wstring(L"..\\other.sldprt") +
+                               expected::kNoFileNameEnd.Current());
+    ExpectMessage(program, expected::kFinished.Current());
+    WaitForEndOfRun(program);
+    EXPECT_EQ("other", ReadBytes(other));
+    EXPECT_FALSE(IsReadOnly(other));
+    EXPECT_FALSE(PathExists(m_library.Copy(L"2.sldprt")));
+    EXPECT_EQ(L"Norm 3", BomNameOf(3));
+    EXPECT_EQ(m_library.MapHeader() + RecordOf(3), m_library.MapFileBytes());
+    const Rows rows = program.List().Rows();
+    ASSERT_EQ(rows.size(), 4U);
+    for (const std::size_t skipped : {0U, 1U, 2U}) {
+        EXPECT_EQ(rows[skipped].mark, Mark::pending);
+    }
+    EXPECT_EQ(rows[3], RowOf(3, Mark::converted));
 }
 
 TEST_F(RunFailureTest, DoesNotStartWhenMappedIsAFile)

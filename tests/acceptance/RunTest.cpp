@@ -5,7 +5,6 @@
 
 namespace {
 
-using Rows = std::vector<RowOnScreen>;
 using Lines = std::vector<std::string>;
 
 class RunTest : public AcceptanceTest
@@ -193,12 +192,11 @@ TEST_F(RunTest, StartsWithTheKeyboard)
     m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});
     const CProgramUnderTest program;
     program.Click(IDC_COPY_ONLY);
-    program.Focus(IDC_LIST);
     PressKeys({VK_MENU, MnemonicOf(program.Control(IDC_START))});
     ExpectMessage(program, expected::kFinished.Current());
     WaitForEndOfRun(program);
     EXPECT_TRUE(PathExists(m_library.Copy(L"N_ISO_4017_M8.changed.sldprt")));
-    program.Focus(IDC_LIST);
+    program.WaitForFocus(IDC_LIST);
     PressKeys({VK_RETURN});  // start is the default button
     ExpectQuestion(program, OverwriteQuestion(), IDNO);
     WaitForEndOfRun(program);
@@ -257,8 +255,7 @@ TEST_F(RunTest, StartsTheChosenVersion)
     ASSERT_EQ(2, Ask(versions, CB_GETCOUNT));
     EXPECT_EQ(1, Ask(versions, CB_GETCURSEL)) << "the current version is chosen at first";
     EXPECT_EQ(L"2022", TextOf(versions));
-    program.Focus(IDC_LIST);
-    program.FocusByKey(IDC_VERSION_LABEL, IDC_VERSION);
+    program.FocusByKey(IDC_VERSION);
     PressKeys({VK_UP});
     program.WaitForText(IDC_VERSION, L"2017");
     ConvertToTheEnd(program);

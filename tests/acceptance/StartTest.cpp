@@ -6,7 +6,6 @@ namespace {
 class StartTest : public AcceptanceTest
 {
 };
-using Rows = std::vector<RowOnScreen>;
 
 TEST_F(StartTest, ShowsTheFolderWithGeneratedNames)
 {
@@ -97,6 +96,23 @@ TEST_F(StartTest, AsksForFilesWhenTheRegistryNamesNoFolder)
     EXPECT_EQ(Rows{}, program.List().Rows());
 }
 
+TEST_F(StartTest, ShowsTheFolderOfTheFilesChosenWhenTheRegistryNamesNone)
+{
+    m_library.AddPart(L"N_ISO_4017_M4.sldprt", {L"Standard"});
+    m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"Standard"});
+    const CZelmarRegistry empty;
+    const CProgramUnderTest program;
+    ExpectMessage(program, expected::kNoPartsFolder.Current());
+    ChooseInPicker(program, m_library.Part(L"N_ISO_4017_M8.sldprt"));
+    ExpectQuestion(program, expected::kAddFromOtherFolder.Current(), IDYES);
+    // The chosen file is joined by what else is in its folder.
+    WaitForRows(program, {IsoRow(L"4017", L"M4", Mark::pending), IsoRow(L"4017", L"M8", Mark::pending)});
+    EXPECT_EQ(m_library.Path(), program.ControlText(IDC_SOURCE_DIR));
+    EXPECT_EQ(m_library.MappedPath(), program.ControlText(IDC_MAPPED_DIR));
+    EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
+    EXPECT_TRUE(PathExists(m_library.MappedPath()));
+}
+
 TEST_F(StartTest, NeedsItsResourceLibraryInTheWorkingFolder)
 {
     const CProgramUnderTest program(m_temp.Path());
@@ -114,7 +130,8 @@ TEST_F(StartTest, EndsWithItsCloseButton)
 TEST_F(StartTest, EndsWithTheEscapeKey)
 {
     const CProgramUnderTest program;
-    program.Focus(IDC_LIST);
+    program.Click(IDC_SELECT_ALL);  // hands the focus on to the list
+    program.WaitForFocus(IDC_LIST);
     PressKeys({VK_ESCAPE});
     EXPECT_EQ(0U, program.WaitForEnd());
 }

@@ -78,14 +78,15 @@ bool NamesFit(WORD kind, const DISPPARAMS& parameters)
 
 }  // namespace
 
-CAutomationObject::CAutomationObject(CSession& session) : m_session(session)
+CAutomationObject::CAutomationObject(CSession& session)
+    : m_session(session), m_sessionNumber(session.Number())
 {
     m_session.AddObject();
 }
 
 CAutomationObject::~CAutomationObject()
 {
-    m_session.RemoveObject();
+    m_session.RemoveObject(m_sessionNumber);
 }
 
 STDMETHODIMP CAutomationObject::QueryInterface(REFIID identifier, void** object)
@@ -196,6 +197,21 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
     return outcome;
 }
 
+Outcome CAutomationObject::Answer(Call& call)
+{
+    if (m_sessionNumber != m_session.Number()) {
+        // To the client this object's server has ended.
+        LogCall(call, L"-", L"gone");
+        return {HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE), {}, {}};
+    }
+    if (call.operation == nullptr || !call.operation->forScripts) {
+        return ServeWithFaults(call);
+    }
+    Outcome outcome = Serve(call);
+    LogCall(call, L"-", OutcomeText(outcome));
+    return outcome;
+}
+
 void CAutomationObject::LogCall(const Call& call, const std::wstring& number,
                                 const std::wstring& outcome) const
 {
@@ -213,13 +229,7 @@ STDMETHODIMP CAutomationObject::Invoke(DISPID dispid, REFIID /*reserved*/, LCID 
 {
     try {
         Call call{dispid, flags, *parameters, CArguments(*parameters), Find(dispid, flags), exception};
-        Outcome outcome;
-        if (call.operation != nullptr && call.operation->forScripts) {
-            outcome = Serve(call);
-            LogCall(call, L"-", OutcomeText(outcome));
-        } else {
-            outcome = ServeWithFaults(call);
-        }
+        Outcome outcome = Answer(call);
         if (outcome.status == DISP_E_TYPEMISMATCH && wrongArgument != nullptr) {
             *wrongArgument = call.wrongArgument;
         }

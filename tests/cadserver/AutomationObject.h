@@ -69,8 +69,10 @@ private:
     [[nodiscard]] const Operation* Find(DISPID dispid, WORD flags) const;
     Outcome Serve(Call& call);
     Outcome ServeWithFaults(Call& call);
+    Outcome Answer(Call& call);
     void LogCall(const Call& call, const std::wstring& number, const std::wstring& outcome) const;
 
     CSession& m_session;
+    unsigned m_sessionNumber;
     ULONG m_references = 1;
 };

@@ -210,6 +210,9 @@ void CScript::AddRule(const Words& words)
             RefuseWord(key);
         }
         m_refuseFrom = ToCount(value);
+    } else if (verb == L"stay") {
+        RequireWords(words, 1, 1);
+        m_stays = true;
     } else if (verb == L"fault") {
         AddFault(words);
     } else {

@@ -88,6 +88,8 @@ public:
     [[nodiscard]] bool IsMissing(const std::wstring& file, const std::wstring& configuration) const;
     // Whether the server's n-th start (from 1) is to fail.
     [[nodiscard]] bool RefusesStart(DWORD start) const { return m_refuseFrom && start >= *m_refuseFrom; }
+    // Whether the process outlives its sessions.
+    [[nodiscard]] bool Stays() const { return m_stays; }
     [[nodiscard]] const std::vector<FaultRule>& Faults() const { return m_faults; }
 
 private:
@@ -105,5 +107,6 @@ private:
     std::map<std::wstring, size_t> m_namesLimits;
     std::set<std::pair<std::wstring, std::wstring>> m_missing;
     std::optional<DWORD> m_refuseFrom;
+    bool m_stays = false;
     std::vector<FaultRule> m_faults;
 };

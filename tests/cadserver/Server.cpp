@@ -6,8 +6,6 @@
 
 #include "tests/cadserver/Application.h"
 #include "tests/cadserver/Session.h"
-#include "tests/cadserver/Settings.h"
-#include "tests/cadserver/TextFile.h"
 
 namespace {
 
@@ -47,6 +45,9 @@ public:
         if (outer != nullptr) {
             return CLASS_E_NOAGGREGATION;
         }
+        if (!m_session.Continue()) {
+            return CO_E_SERVER_EXEC_FAILURE;
+        }
         auto* application = new CApplication(m_session);
         const HRESULT result = application->QueryInterface(identifier, object);
         application->Release();
@@ -58,7 +59,7 @@ public:
         if (lock != FALSE) {
             m_session.AddObject();
         } else {
-            m_session.RemoveObject();
+            m_session.RemoveObject(m_session.Number());
         }
         return S_OK;
     }
@@ -112,6 +113,9 @@ void ServeCalls(CSession& session)
     const UINT_PTR idleTimer = SetTimer(nullptr, 0, kClientTime, nullptr);
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (message.message == WM_TIMER && message.hwnd == nullptr && message.wParam == session.StayTimer()) {
+            session.EndNow(L"unused");
+        }
         if (message.message == WM_TIMER && message.wParam == idleTimer) {
             KillTimer(nullptr, idleTimer);
             if (!session.WasUsed()) {
@@ -123,27 +127,19 @@ void ServeCalls(CSession& session)
     }
 }
 
-DWORD CountStart()
-{
-    const DWORD start = ReadCounter(L"Starts") + 1;
-    WriteCounter(L"Starts", start);
-    return start;
-}
+}  // namespace
 
-int ServeWith(const CScript& script, const CCallLog& log, int version)
+int Serve(int version)
 {
-    const std::wstring process = L"process=" + std::to_wstring(GetCurrentProcessId());
-    const std::wstring versionText = L"version=" + std::to_wstring(version);
-    if (script.RefusesStart(CountStart())) {
-        log.Add({L"-", L"refused", process, versionText});
+    std::optional<StartSettings> settings = PrepareStart(version);
+    if (!settings) {
         return 1;
     }
     const CApartment apartment;
-    CSession session(version, script, log);
+    CSession session(version, *std::move(settings));
     CApplicationFactory factory(session);
     CBusyFilter filter(session);
     CoRegisterMessageFilter(&filter, nullptr);
-    log.Add({L"-", L"start", process, versionText});
     if (FAILED(session.RegisterClassObject(factory))) {
         session.EndNow(L"not registered");
     }
@@ -151,18 +147,4 @@ int ServeWith(const CScript& script, const CCallLog& log, int version)
     CoRegisterMessageFilter(nullptr, nullptr);
     session.LogEnd();
     return 0;
-}
-
-}  // namespace
-
-int Serve(int version)
-{
-    const CCallLog log(LogPath());
-    const std::wstring path = ScriptPath();
-    try {
-        return ServeWith(path.empty() ? CScript() : CScript(path), log, version);
-    } catch (const std::exception& error) {
-        log.Add({L"-", L"script-error", FromUtf8(error.what())});
-        return 1;
-    }
 }

@@ -685,6 +685,67 @@ TEST_F(ServerTest, AnswersTheCallThatEndsItAndLetsTheNextClientStartAnew)
     EXPECT_EQ(9U, lines.size());
 }
 
+// What is left of a process that stays is ended by a session that does not.
+class StayTest : public ServerTest
+{
+protected:
+    void TearDown() override
+    {
+        Script("");
+        EXPECT_EQ(S_OK, Start());
+        ServerTest::TearDown();
+    }
+
+    [[nodiscard]] static std::wstring ProcessOf(const std::wstring& line)
+    {
+        const size_t at = line.find(L"process=");
+        return line.substr(at, line.find(L'\t', at) - at);
+    }
+};
+
+TEST_F(StayTest, EachSessionBeginsLikeANewProcess)
+{
+    IDispatchPtr document = StartAndOpen("stay\nfault nth=2 fail 0x80004005\n");
+    EXPECT_EQ(E_FAIL, Invoke(Application(), kEnd, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kEnd, {}).status);
+    EXPECT_EQ(kServerGone, Invoke(document, kCount, {}).status);
+    EXPECT_EQ(kServerGone, Invoke(Application(), kDateCode, {}).status);
+    std::ofstream(m_folder / L"script", std::ios::binary) << "stay\ndatecode 1\n";
+    Release();
+    ASSERT_EQ(S_OK, Start());
+    EXPECT_EQ(1, Invoke(Application(), kDateCode, {}).value.lVal);
+    EXPECT_STREQ(L"", Invoke(Application(), kOpenNames, {}).value.bstrVal);
+    document = nullptr;
+    Release();
+    ASSERT_EQ(S_OK, Start());
+
+    const std::vector<std::wstring> lines = ReadLines((m_folder / L"log").wstring());
+    EXPECT_EQ(3, std::ranges::count(lines, ProcessOf(lines.at(0)), [](const std::wstring& line) {
+                  return line.starts_with(L"-\tstart") ? ProcessOf(line) : L"";
+              }));
+    const std::vector<std::wstring> told = LogLines();
+    const std::wstring start = L"-\tstart\tprocess=N\tversion=30";
+    EXPECT_EQ(start, told.at(0));
+    EXPECT_EQ(1, std::ranges::count(told, L"-\tend\tprocess=N\treason=asked\topen=N_ISO_4017_M8.sldprt"));
+    EXPECT_EQ(1, std::ranges::count(told, L"-\tdocument N_ISO_4017_M8.sldprt\t65971\tmethod\tgone"));
+    EXPECT_EQ(1, std::ranges::count(told, start + L"\tleft=1")) << "the document was still held";
+    EXPECT_EQ(1, std::ranges::count(told, L"1\tapplication\t11\tmethod\tI4=1"));
+    EXPECT_EQ(1, std::ranges::count(told, L"-\tend\tprocess=N\treason=released\topen="));
+    EXPECT_EQ(start + L"\tleft=0", told.back());
+}
+
+TEST_F(StayTest, RefusesASessionAndTakesTheNextOne)
+{
+    Script("stay\nstart-refuse from=2\n");
+    ASSERT_EQ(S_OK, Start());
+    Release();
+    EXPECT_TRUE(FAILED(Start()));
+    EXPECT_EQ(L"-\trefused\tprocess=N\tversion=30", LogLines().back());
+    Script("stay\n");
+    EXPECT_EQ(S_OK, Start());
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+}
+
 TEST_F(ServerTest, TellsAWrongScriptBeforeAnyStart)
 {
     for (const char* rule :

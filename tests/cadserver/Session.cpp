@@ -5,11 +5,13 @@
 #include <utility>
 
 #include "tests/cadserver/Registration.h"
+#include "tests/cadserver/Settings.h"
 #include "tests/cadserver/TextFile.h"
 
 namespace {
 
-constexpr UINT kAnswerTime = 100;  // milliseconds in which the answer to the last call leaves the process
+constexpr UINT kAnswerTime = 100;   // milliseconds in which the answer to the last call leaves the process
+constexpr UINT kStayTime = 60'000;  // milliseconds that a session, and the time between two, may take
 constexpr long kNoPartFile = 1;
 constexpr long kNoSuchFile = 2;
 constexpr long kReadOnly = 3;
@@ -31,11 +33,53 @@ long LoadPart(OpenPart& part)
     return SUCCEEDED(ReadConfigurations(part.path, part.configurations)) ? 0 : kNoPartFile;
 }
 
+std::wstring OwnProcess()
+{
+    return L"process=" + std::to_wstring(GetCurrentProcessId());
+}
+
+DWORD CountStart()
+{
+    const DWORD start = ReadCounter(L"Starts") + 1;
+    WriteCounter(L"Starts", start);
+    return start;
+}
+
 }  // namespace
 
-CSession::CSession(int version, CScript script, CCallLog log)
-    : m_version(version), m_script(std::move(script)), m_faults(m_script.Faults()), m_log(std::move(log))
+std::optional<StartSettings> PrepareStart(int version, const std::wstring& remark)
 {
+    const CCallLog log(LogPath());
+    const std::wstring path = ScriptPath();
+    const std::wstring versionText = L"version=" + std::to_wstring(version);
+    try {
+        CScript script = path.empty() ? CScript() : CScript(path);
+        if (script.RefusesStart(CountStart())) {
+            log.Add({L"-", L"refused", OwnProcess(), versionText});
+            return std::nullopt;
+        }
+        std::vector<std::wstring> fields = {L"-", L"start", OwnProcess(), versionText};
+        if (!remark.empty()) {
+            fields.push_back(remark);
+        }
+        log.Add(fields);
+        return StartSettings{std::move(script), log};
+    } catch (const std::exception& error) {
+        log.Add({L"-", L"script-error", FromUtf8(error.what())});
+        return std::nullopt;
+    }
+}
+
+CSession::CSession(int version, StartSettings settings)
+    : m_version(version)
+    , m_script(std::move(settings.script))
+    , m_faults(m_script.Faults())
+    , m_log(std::move(settings.log))
+{
+    if (m_script.Stays()) {
+        CoAddRefServerProcess();  // never given back: without objects, too, the class takes clients
+        RestartStayTimer();
+    }
 }
 
 OpenPartPointer CSession::OpenPartAt(const std::wstring& path, long& errorCode)
@@ -94,15 +138,39 @@ void CSession::Revoke()
     }
 }
 
+bool CSession::Continue()
+{
+    if (m_endReason.empty() || !m_script.Stays()) {
+        return true;
+    }
+    std::optional<StartSettings> settings =
+        PrepareStart(m_version, L"left=" + std::to_wstring(m_leftObjects));
+    if (!settings) {
+        return false;
+    }
+    m_script = std::move(settings->script);
+    m_log = std::move(settings->log);
+    m_faults = CFaultPlan(m_script.Faults());
+    m_calls = 0;
+    m_endReason.clear();
+    m_endTold = false;
+    RestartStayTimer();
+    return true;
+}
+
 void CSession::AddObject()
 {
     m_used = true;
+    ++m_objects;
     CoAddRefServerProcess();
 }
 
-void CSession::RemoveObject()
+void CSession::RemoveObject(unsigned number)
 {
-    if (CoReleaseServerProcess() == 0) {
+    CoReleaseServerProcess();
+    if (number != m_number) {
+        --m_leftObjects;
+    } else if (--m_objects == 0) {
         RequestEnd(L"released");
     }
 }
@@ -113,8 +181,32 @@ void CSession::RequestEnd(const std::wstring& reason)
         return;
     }
     m_endReason = reason;
-    Revoke();
-    SetTimer(nullptr, 0, kAnswerTime, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(0); });
+    if (m_script.Stays()) {
+        EndSession();
+    } else {
+        Revoke();
+        SetTimer(nullptr, 0, kAnswerTime, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(0); });
+    }
+}
+
+void CSession::EndSession()
+{
+    LogEnd();
+    for (const auto& [key, part] : m_parts) {
+        part->open = false;
+    }
+    m_parts.clear();
+    ++m_number;
+    m_leftObjects += std::exchange(m_objects, 0);
+    RestartStayTimer();
+}
+
+void CSession::RestartStayTimer()
+{
+    if (m_stayTimer != 0) {
+        KillTimer(nullptr, m_stayTimer);
+    }
+    m_stayTimer = m_script.Stays() ? SetTimer(nullptr, 0, kStayTime, nullptr) : 0;
 }
 
 void CSession::EndNow(const std::wstring& reason)
@@ -127,8 +219,10 @@ void CSession::EndNow(const std::wstring& reason)
     std::abort();
 }
 
-void CSession::LogEnd() const
+void CSession::LogEnd()
 {
-    m_log.Add({L"-", L"end", L"process=" + std::to_wstring(GetCurrentProcessId()), L"reason=" + m_endReason,
-               L"open=" + OpenNames()});
+    if (std::exchange(m_endTold, true)) {
+        return;
+    }
+    m_log.Add({L"-", L"end", OwnProcess(), L"reason=" + m_endReason, L"open=" + OpenNames()});
 }

@@ -23,12 +23,24 @@ struct OpenPart
 };
 using OpenPartPointer = std::shared_ptr<OpenPart>;
 
+// What a start of the server goes by.
+struct StartSettings
+{
+    CScript script;
+    CCallLog log;
+};
+
+// Counts a start of the server and takes up what is configured for it. Nothing when the script refuses this
+// start or cannot be read, which the log tells then; it tells the start otherwise, with `remark` behind it.
+std::optional<StartSettings> PrepareStart(int version, const std::wstring& remark = {});
+
 // What one start of the server holds from its first to its last moment: script, log, open documents, and the
-// decision to end. Lives on the thread that serves the calls.
+// decision to end. In a process that stays, one session follows the other. Lives on the thread that serves
+// the calls.
 class CSession
 {
 public:
-    CSession(int version, CScript script, CCallLog log);
+    CSession(int version, StartSettings settings);
 
     [[nodiscard]] const CScript& Script() const { return m_script; }
     [[nodiscard]] CFaultPlan& Faults() { return m_faults; }
@@ -47,21 +59,34 @@ public:
     // The class object's registration, revoked when the session ends.
     HRESULT RegisterClassObject(IUnknown& factory);
 
-    // Every automation object announces its life: the session ends when the last one has gone.
+    // Which session of the process this is.
+    [[nodiscard]] unsigned Number() const { return m_number; }
+    // A session that has ended, in a process that stays, begins anew as a new process would. Answers whether
+    // there is one to serve a new client.
+    bool Continue();
+
+    // Every automation object announces its life, and leaves with the number of the session that it came in:
+    // the session ends when its last one has gone.
     void AddObject();
-    void RemoveObject();
+    void RemoveObject(unsigned number);
     [[nodiscard]] bool WasUsed() const { return m_used; }
 
     // Ends the server soon, once the answer to the present call is out: no further client is let in from now
-    // on.
+    // on. A process that stays only ends the session.
     void RequestEnd(const std::wstring& reason);
     // Ends the process on the spot, in the midst of a call.
     [[noreturn]] void EndNow(const std::wstring& reason);
-    // Writes the end line with the reason asked for.
-    void LogEnd() const;
+    // The timer of a process that stays: when it runs out, nobody has begun or ended a session for a long
+    // time.
+    [[nodiscard]] UINT_PTR StayTimer() const { return m_stayTimer; }
+
+    // Writes the end line with the reason asked for, unless it stands in the log already.
+    void LogEnd();
 
 private:
     void Revoke();
+    void EndSession();
+    void RestartStayTimer();
 
     int m_version;
     CScript m_script;
@@ -71,5 +96,10 @@ private:
     std::map<std::wstring, OpenPartPointer> m_parts;  // by full path in lower case
     std::optional<DWORD> m_registration;
     bool m_used = false;
+    unsigned m_number = 1;
+    unsigned m_objects = 0;      // of this session
+    unsigned m_leftObjects = 0;  // of sessions that have ended
+    UINT_PTR m_stayTimer = 0;
     std::wstring m_endReason;
+    bool m_endTold = false;
 };

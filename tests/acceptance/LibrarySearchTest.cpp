@@ -1,0 +1,81 @@
+// Which libraries the program lets run in its process.
+#include <array>
+#include <filesystem>
+
+#include "tests/acceptance/AcceptanceTest.h"
+#include "tests/acceptance/OwnFolder.h"
+
+namespace {
+
+const std::wstring kPlanted = L"planted.dll";
+
+// Has a library with code leave a file at the path when it runs, in this process or one that it starts.
+class CPlantedScope
+{
+public:
+    explicit CPlantedScope(const std::wstring& trace)
+    {
+        SetEnvironmentVariableW(L"TALVENOR_TEST_PLANTED", trace.c_str());
+    }
+    CPlantedScope(const CPlantedScope&) = delete;
+    CPlantedScope& operator=(const CPlantedScope&) = delete;
+    ~CPlantedScope() { SetEnvironmentVariableW(L"TALVENOR_TEST_PLANTED", nullptr); }
+};
+
+// Has a process load a library as its own code would, by name or by path, and returns whether it did.
+bool LoadsInProcess(DWORD processId, const std::wstring& library)
+{
+    const UniqueHandle process(OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
+    const SIZE_T size = (library.size() + 1) * sizeof(wchar_t);
+    void* const text = VirtualAllocEx(process.get(), nullptr, size, MEM_COMMIT, PAGE_READWRITE);
+    EXPECT_NE(WriteProcessMemory(process.get(), text, library.c_str(), size, nullptr), FALSE);
+    // The system's libraries lie at the same place in every process.
+    FARPROC const load = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "LoadLibraryW");
+    const UniqueHandle thread(CreateRemoteThread(
+        process.get(), nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(load)),
+        text, 0, nullptr));
+    EXPECT_EQ(WaitForSingleObject(thread.get(), kPatience), WAIT_OBJECT_0);
+    DWORD module = 0;  // the lower half of its address, which is never 0 for one that is loaded
+    EXPECT_NE(GetExitCodeThread(thread.get(), &module), FALSE);
+    return module != 0;
+}
+
+class LibrarySearchTest : public AcceptanceTest
+{
+protected:
+    const std::wstring m_trace = m_temp / L"planted library ran";
+    const CPlantedScope m_planted{m_trace};
+};
+
+TEST_F(LibrarySearchTest, RunsNothingFromItsOwnAndTheWorkingFolder)
+{
+    const CProgramUnderTest program;
+    ASSERT_NE(program.MainWindow(), nullptr);
+    EXPECT_FALSE(LoadsInProcess(program.ProcessId(), kPlanted));
+    EXPECT_FALSE(PathExists(m_trace));
+    // Nothing but the search kept it from being loaded.
+    EXPECT_TRUE(LoadsInProcess(program.ProcessId(), OwnFolder() + L"\\" + kPlanted));
+    EXPECT_TRUE(PathExists(m_trace));
+}
+
+TEST_F(LibrarySearchTest, FindsTheSystemsLibraries)
+{
+    const CProgramUnderTest program;
+    ASSERT_NE(program.MainWindow(), nullptr);
+    EXPECT_TRUE(LoadsInProcess(program.ProcessId(), L"winmm.dll"));
+}
+
+TEST_F(LibrarySearchTest, RunsNothingInItsResourceLibrary)
+{
+    for (const wchar_t* const library : {L"talvresgerx64.dll", L"talvresusx64.dll"}) {
+        ASSERT_TRUE(std::filesystem::copy_file(OwnFolder() + L"\\" + kPlanted, m_temp / library));
+    }
+    const CProgramUnderTest program(m_temp.Path());
+    EXPECT_EQ(0U, program.WaitForEnd()) << "it holds no dialog, so the program ends";
+    EXPECT_FALSE(PathExists(m_trace));
+    // Nothing but the way of loading it kept it from running.
+    const UniqueModule loaded(LoadLibraryW((m_temp / L"talvresgerx64.dll").c_str()));
+    EXPECT_TRUE(PathExists(m_trace));
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "tests/acceptance/ListTest.h"
+
+HWND ListTest::WaitForEditor(const CProgramUnderTest& program)
+{
+    const HWND editor = WaitFor([&] {
+        const HWND open = program.List().Editor();
+        return open != nullptr && FocusOf(open) == open ? open : nullptr;
+    });
+    if (editor == nullptr) {
+        throw CNotOnScreen(L"the editor of a cell", program.ProcessId());
+    }
+    return editor;
+}
+
+void ListTest::WaitForNoEditor(const CProgramUnderTest& program)
+{
+    if (!WaitFor([&] { return program.List().Editor() == nullptr; })) {
+        throw CNotOnScreen(L"the list without an editor", program.ProcessId());
+    }
+}
+
+HWND ListTest::OpenEditor(const CProgramUnderTest& program, int row, int column)
+{
+    DoubleClickAt(program.List().CellPosition(row, column));
+    return WaitForEditor(program);
+}
+
+void ListTest::TypeOver(const CProgramUnderTest& program, const std::wstring& text)
+{
+    const HWND editor = WaitForEditor(program);
+    TypeText(text);
+    if (!WaitFor([&] { return TextOf(editor) == text; })) {
+        throw CNotOnScreen(L"\"" + text + L"\" in the editor", program.ProcessId());
+    }
+}
+
+void ListTest::Rename(const CProgramUnderTest& program, int row, int column, const std::wstring& text)
+{
+    OpenEditor(program, row, column);
+    TypeOver(program, text);
+    PressKeys({VK_RETURN});
+}
+
+void ListTest::WaitForTextOf(HWND control, const std::wstring& text)
+{
+    WaitFor([&] { return TextOf(control) == text; });
+    EXPECT_EQ(text, TextOf(control));
+}
+
+void ListTest::ExpectSelectedText(HWND editor, const std::wstring& text)
+{
+    EXPECT_EQ(text, TextOf(editor));
+    const LRESULT range = Ask(editor, EM_GETSEL);
+    EXPECT_EQ(0, LOWORD(range));
+    EXPECT_EQ(text.size(), HIWORD(range));
+}
+
+CMenuOnScreen ListTest::OpenMenu(const CProgramUnderTest& program, int row, int column)
+{
+    RightClickAt(program.List().CellPosition(row, column));
+    return CMenuOnScreen::WaitForOne(program.ProcessId());
+}
+
+void ListTest::FocusFirstRow(const CProgramUnderTest& program)
+{
+    program.WaitForKeyboard();
+    program.FocusByKey(IDC_LIST);
+    PressKeys({VK_END});  // the first row may have the focus without being selected
+    PressKeys({VK_HOME});
+    WaitForSelection(program, {0});
+}
+
+void ListTest::WriteManyRecords() const
+{
+    std::string records;
+    for (int record = 100; record < 140; ++record) {
+        const std::string number = std::to_string(record);
+        records += "a" + number + " ; A" + number + " ; " + number + "\n";
+    }
+    m_library.WriteMapFile(records);
+}
+
+std::wstring ListTest::ChangedMapView()
+{
+    return expected::kMapView.Current() + expected::kListChanged.Current();
+}

@@ -1,0 +1,68 @@
+#include "tests/acceptance/MenuOnScreen.h"
+
+#include "tests/acceptance/Input.h"
+#include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/WaitFor.h"
+
+namespace {
+
+HWND FindMenu(DWORD process)
+{
+    for (const HWND window : TopWindowsOf(process)) {
+        if (ClassOf(window) == L"#32768") {
+            return window;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+bool CMenuOnScreen::IsOpen(DWORD process)
+{
+    return FindMenu(process) != nullptr;
+}
+
+CMenuOnScreen CMenuOnScreen::WaitForOne(DWORD process)
+{
+    const HWND window = WaitFor([&] { return FindMenu(process); });
+    if (window == nullptr) {
+        throw CNotOnScreen(L"a menu", process);
+    }
+    return {window, process};
+}
+
+void CMenuOnScreen::ChooseByKey(const std::wstring& caption) const
+{
+    PressKeys({MnemonicIn(caption)});
+    WaitForEnd();
+}
+
+void CMenuOnScreen::Choose(Item item) const
+{
+    ClickOn(item);
+    WaitForEnd();
+}
+
+void CMenuOnScreen::ClickOn(Item item) const
+{
+    // Four texts and two separators, which are half as high: the middle of an item in tenths of the height.
+    constexpr int kMiddles[] = {1, 4, 7, 9};
+    RECT place{};
+    GetWindowRect(m_window, &place);
+    const int middle = kMiddles[static_cast<std::size_t>(item)];
+    ClickAt({(place.left + place.right) / 2, place.top + (place.bottom - place.top) * middle / 10});
+}
+
+void CMenuOnScreen::Dismiss() const
+{
+    PressKeys({VK_ESCAPE});
+    WaitForEnd();
+}
+
+void CMenuOnScreen::WaitForEnd() const
+{
+    if (!WaitFor([&] { return FindMenu(m_process) == nullptr; })) {
+        throw CNotOnScreen(L"the end of a menu", m_process);
+    }
+}
