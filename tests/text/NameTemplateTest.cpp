@@ -144,3 +144,46 @@ TEST(ExpandConfigurationName, KeepsAnEarlierFillInInsideTheConfigurationName)
 {
     EXPECT_EQ(ExpandConfigurationName(L"%2", kDistinct, L"%1%2"), L"%1%2");
 }
+
+TEST(NewFileName, IsTheExpandedTemplateWithThePartsExtension)
+{
+    EXPECT_EQ(NewFileName(L"%5%3_%4.changed.%6", L"N_ISO_4017_M10x50.sldprt"),
+              L"N_ISO_4017_M10x50.changed.sldprt");
+    EXPECT_EQ(NewFileName(L"%3", L"n_iso_4017_m8.SLDPRT"), L"4017.SLDPRT");
+    EXPECT_EQ(NewFileName(L"%3", L"N_ISO_4017_set.sldasm"), L"4017.sldasm");
+    EXPECT_EQ(NewFileName(L"%4sldprt", L"N_ISO_4017_M8.sldprt"), L"M8sldprt");
+}
+
+TEST(NewFileName, IsTrimmedAndCleaned)
+{
+    EXPECT_EQ(NewFileName(L"  %3 ", L"N_ISO_4017_M8.sldprt"), L"4017.sldprt");
+    EXPECT_EQ(NewFileName(L"%3|%4", L"N_ISO_4017_M8.sldprt"), L"4017_M8.sldprt");
+    EXPECT_EQ(NewFileName(L"%3...%4.", L"N_ISO_4017_M8.sldprt"), L"4017.M8.sldprt");
+}
+
+TEST(NewFileName, KeepsTheFillInOfTheConfigurationAsItStands)
+{
+    EXPECT_EQ(NewFileName(L"%3_%2", L"N_ISO_4017_M8.sldprt"), L"4017_%2.sldprt");
+}
+
+TEST(NewFileName, IsNoneWhenNothingIsLeftOrThePartHasNoExtension)
+{
+    EXPECT_EQ(NewFileName(L"", L"N_ISO_4017_M8.sldprt"), std::nullopt);
+    EXPECT_EQ(NewFileName(L" %7 %8 ", L"N_ISO_4017_M8.sldprt"), std::nullopt);
+    EXPECT_EQ(NewFileName(L"%5%3", L"Washer_8.sldprt"), std::nullopt);
+    EXPECT_EQ(NewFileName(L"%5", L"N_ISO_4017_M8"), std::nullopt);
+}
+
+TEST(ConfigurationBomName, IsTheExpandedTemplateWithTheConfigurationName)
+{
+    EXPECT_EQ(ConfigurationBomName(L"Norm %1 - %2", L"N_ISO_4017_M10x50.sldprt", L"long"),
+              L"Norm 4017 - long");
+    EXPECT_EQ(ConfigurationBomName(L"%8,%7,%6,%5,%4,%3,%2,%1", L"N_EN_14399-4_M20__HV__tZn__.sldprt", L"c"),
+              L"tZn,HV,sldprt,N_EN_,M20,14399-4,c,14399");
+}
+
+TEST(ConfigurationBomName, IsNotCleaned)
+{
+    EXPECT_EQ(ConfigurationBomName(L" %3/%4=%2..", L"N_ISO_4017_M8.sldprt", L"a|b"), L" 4017/M8=a|b..");
+    EXPECT_EQ(ConfigurationBomName(L"%7", L"N_ISO_4017_M8.sldprt", L"c"), L"");
+}

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cwchar>
+
 TEST(NormalizePath, KeepsAPathWithSingleBackslashes)
 {
     EXPECT_EQ(NormalizePath(L"D:\\Parts\\Mapped"), L"D:\\Parts\\Mapped");
@@ -77,4 +79,19 @@ TEST(StripFolderInput, CanLeaveNothing)
 {
     EXPECT_EQ(StripFolderInput(L"\\\\.."), L"");
     EXPECT_EQ(StripFolderInput(L""), L"");
+}
+
+TEST(IsBareFileName, TakesWhatLiesInTheFolderItself)
+{
+    for (const wchar_t* const name : {L"a", L"a b.sldprt", L"..a", L"a..", L".a.", L"a=b;c"}) {
+        EXPECT_TRUE(IsBareFileName(name)) << std::string(name, name + std::wcslen(name));
+    }
+}
+
+TEST(IsBareFileName, RefusesWhatLeadsElsewhere)
+{
+    for (const wchar_t* const name : {L"", L".", L"..", L". .", L" ", L"..\\x", L"a\\b", L"a/b", L"\\x",
+                                      L"a:b", L"c:x", L"\\\\server\\share\\x", L"x\\"}) {
+        EXPECT_FALSE(IsBareFileName(name)) << std::string(name, name + std::wcslen(name));
+    }
 }

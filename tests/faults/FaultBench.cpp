@@ -1,0 +1,544 @@
+#include "tests/faults/FaultBench.h"
+
+#include <objbase.h>
+#include <tlhelp32.h>
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <utility>
+
+#include "framework/ComPointers.h"
+#include "resources/resource.h"
+#include "tests/acceptance/ExpectedTexts.h"
+#include "tests/acceptance/WaitFor.h"
+#include "tests/cadserver/TextFile.h"
+
+namespace {
+
+constexpr const wchar_t* kProgId = L"SldWorks.Application.30";
+constexpr DWORD kEndTime = 10'000;        // milliseconds
+constexpr DWORD kForgottenTime = 90'000;  // more than a server stays with nothing to do
+
+// The processes of the server, whoever started them.
+std::vector<DWORD> ServerIds()
+{
+    const UniqueHandle snapshot(ValidHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0)));
+    PROCESSENTRY32W process{};
+    process.dwSize = sizeof process;
+    std::vector<DWORD> ids;
+    for (BOOL more = Process32FirstW(snapshot.get(), &process); more != FALSE;
+         more = Process32NextW(snapshot.get(), &process)) {
+        if (LowerCase(process.szExeFile) == L"cadserver.exe") {
+            ids.push_back(process.th32ProcessID);
+        }
+    }
+    return ids;
+}
+
+std::size_t CountServers()
+{
+    return ServerIds().size();
+}
+
+bool IsProgressDialog(HWND window)
+{
+    return GetDlgItem(window, IDC_PROGRESS_FILE) != nullptr;
+}
+
+BOOL CALLBACK FindProgressDialog(HWND window, LPARAM found)
+{
+    if (IsProgressDialog(window)) {
+        *reinterpret_cast<bool*>(found) = true;
+        return FALSE;
+    }
+    return TRUE;
+}
+
+bool IsProgressOpen()
+{
+    bool open = false;
+    EnumThreadWindows(GetCurrentThreadId(), &FindProgressDialog, reinterpret_cast<LPARAM>(&open));
+    return open;
+}
+
+// Without configurations: an empty file.
+void MakePart(const std::wstring& path, const std::vector<PartConfiguration>& configurations)
+{
+    if (configurations.empty()) {
+        WriteBytes(path, "");
+        return;
+    }
+    std::vector<std::wstring> names;
+    for (const PartConfiguration& configuration : configurations) {
+        names.push_back(configuration.name);
+    }
+    ASSERT_EQ(S_OK, CreatePartFile(path, names));
+    ASSERT_EQ(S_OK, SaveConfigurations(path, configurations));
+}
+
+// The names in a folder, in order.
+std::vector<std::wstring> NamesIn(const std::wstring& folder)
+{
+    std::vector<std::wstring> names;
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
+        names.push_back(entry.path().filename().wstring());
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+void EmptyFolder(const std::wstring& folder)
+{
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
+        SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
+        DeleteFileW(entry.path().c_str());
+    }
+}
+
+std::optional<std::string> BytesOf(const std::wstring& path)
+{
+    if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
+        return std::nullopt;
+    }
+    return ReadBytes(path);
+}
+
+// The character that the reader of the map file makes of a byte; 0 for a byte that is no character alone.
+wchar_t CharacterOf(char byte)
+{
+    wchar_t character = 0;
+    MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, &byte, 1, &character, 1);
+    return character;
+}
+
+// A character as the map file holds it: by its code, or, where that takes more than a byte, as the byte that
+// the reader makes the same character of.
+char ByteOf(wchar_t character)
+{
+    static const std::map<wchar_t, char> bytes = [] {
+        std::map<wchar_t, char> made;
+        for (int byte = 0x80; byte <= 0xFF; ++byte) {
+            made[CharacterOf(static_cast<char>(byte))] = static_cast<char>(byte);
+        }
+        return made;
+    }();
+    if (character <= 0xFF) {
+        return static_cast<char>(character);
+    }
+    const auto found = bytes.find(character);
+    return found == bytes.end() ? '?' : found->second;
+}
+
+std::string MapText(const std::wstring& text)
+{
+    std::string bytes;
+    std::ranges::transform(text, std::back_inserter(bytes), ByteOf);
+    return bytes;
+}
+
+// Whether a text is the expected one, in which one "*" stands for any text at all.
+bool Fits(const std::wstring& text, const std::wstring& expected)
+{
+    const std::size_t star = expected.find(L'*');
+    if (star == std::wstring::npos) {
+        return text == expected;
+    }
+    return text.size() >= expected.size() && text.starts_with(expected.substr(0, star)) &&
+           text.ends_with(expected.substr(star + 1));
+}
+
+std::string Listed(const std::vector<std::string>& lines)
+{
+    std::string text;
+    for (const std::string& line : lines) {
+        text += "\n    " + line;
+    }
+    return text;
+}
+
+std::string Listed(const std::vector<std::wstring>& lines)
+{
+    std::vector<std::string> bytes;
+    std::ranges::transform(lines, std::back_inserter(bytes),
+                           [](const std::wstring& line) { return ToUtf8(line); });
+    return Listed(bytes);
+}
+
+std::ptrdiff_t CountLead(const std::vector<std::string>& lines, const char* lead)
+{
+    return std::ranges::count_if(lines, [lead](const std::string& line) { return line.starts_with(lead); });
+}
+
+bool HasEveryEnd()
+{
+    const std::vector<std::string> lines = CServerEnvironment::Server().Log();
+    return CountLead(lines, "- start ") == CountLead(lines, "- end ");
+}
+
+}  // namespace
+
+void CServerEnvironment::SetUp()
+{
+    s_current = this;
+    // A server that stays behind tests that were ended in the midst of a run goes of its own accord.
+    EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kForgottenTime));
+    RegisterCadServer();
+    m_folder = std::make_unique<CTempFolder>();
+    m_server = std::make_unique<CCadServer>(m_folder->Path());
+}
+
+void CServerEnvironment::TearDown()
+{
+    EndServer();
+    m_server.reset();
+    m_folder.reset();
+    UnregisterCadServer();
+    s_current = nullptr;
+}
+
+CCadServer& CServerEnvironment::Server()
+{
+    return *s_current->m_server;
+}
+
+void CServerEnvironment::EndServer()
+{
+    if (CountServers() == 0) {
+        return;
+    }
+    Server().StartOver("");
+    IDispatchPtr application;
+    EXPECT_EQ(S_OK, application.CreateInstance(kProgId, nullptr, CLSCTX_LOCAL_SERVER));
+    application = nullptr;
+    EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kEndTime));
+}
+
+CFaultBench::CFaultBench(std::wstring folder, std::vector<ModelRow> rows)
+    : m_folder(std::move(folder)), m_runFolder(m_folder), m_startRows(std::move(rows))
+{
+    CreateDirectoryW(Mapped().c_str(), nullptr);
+    for (const ModelRow& row : m_startRows) {
+        MakePart(m_folder + L"\\" + row.texts.strOriginal, row.source);
+    }
+    KeepCopiesOfTheStart();
+    EXPECT_TRUE(m_table.SubclassWindow(
+        m_mainWindow.AddControl(WC_LISTVIEWW, IDC_LIST, LVS_REPORT, {0, 0, 600, 200})));
+    for (const int column : {0, 1, 2}) {
+        m_table.InsertColumn(column, L"", 175);
+    }
+    m_listenerBefore = SetMessageListener([this](const MessageRequest& request) { return OnBox(request); });
+    Reset();
+}
+
+CFaultBench::~CFaultBench()
+{
+    SetMessageListener(m_listenerBefore);
+    EmptyFolder(Mapped());
+}
+
+// What an earlier run left of the rows that need no conversion.
+void CFaultBench::KeepCopiesOfTheStart()
+{
+    for (const ModelRow& row : m_startRows) {
+        if (!row.pending) {
+            m_startCopies[row.texts.strRenamed] = {row.written, true};
+            MakePart(m_safe / row.texts.strRenamed, row.written);
+        }
+    }
+}
+
+void CFaultBench::Reset()
+{
+    EmptyFolder(Mapped());
+    m_map.reset();
+    for (const auto& [name, copy] : m_startCopies) {
+        const std::wstring path = Mapped() + L"\\" + name;
+        EXPECT_NE(FALSE, CopyFileW((m_safe / name).c_str(), path.c_str(), FALSE));
+        SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+    }
+    m_model =
+        std::make_unique<CRunModel>(m_runFolder + L"\\Mapped", m_startRows, m_startCopies, !UnderWine());
+    FillTable();
+}
+
+void CFaultBench::WriteMapFile(const std::string& bytes)
+{
+    WriteBytes(Mapped() + L"\\PartsMap.txt", bytes);
+    m_map = bytes;
+}
+
+void CFaultBench::RunIn(const std::wstring& folder)
+{
+    m_runFolder = folder;
+    Reset();
+}
+
+void CFaultBench::ExpectNoMapFile()
+{
+    m_model->m_mapFileFailure =
+        expected::kMapNotWrittenLead.Current() + MapPath() + expected::kMapNotWrittenEnd.Current();
+}
+
+void CFaultBench::ExpectNoFailure()
+{
+    m_model->m_mapFileFailure.clear();
+    m_model->m_headerFails = false;
+    for (ModelRow& row : Rows()) {
+        row.copyFailure.clear();
+        row.recordFails = false;
+    }
+}
+
+void CFaultBench::ExpectNoRoomFor(std::size_t bytes, std::size_t recordLength)
+{
+    RunOutcome headerOnly;
+    headerOnly.headerWritten = true;
+    std::size_t used = MapFileOf(headerOnly).size();
+    m_model->m_headerFails = used > bytes;
+    for (ModelRow& row : Rows()) {
+        used += recordLength;
+        row.recordFails = used > bytes;
+    }
+}
+
+void CFaultBench::FillTable()
+{
+    CList<UTtab_entry, UTtab_entry&> entries;
+    for (ModelRow& row : m_startRows) {
+        entries.AddTail(row.texts);
+    }
+    m_table.FillConverted(entries);
+    for (std::size_t row = 0; row < m_startRows.size(); ++row) {
+        if (m_startRows[row].pending) {
+            m_table.MarkPending(static_cast<int>(row));
+        }
+    }
+}
+
+void CFaultBench::MarkAll()
+{
+    for (std::size_t row = 0; row < Rows().size(); ++row) {
+        Rows()[row].pending = true;
+        m_table.MarkPending(static_cast<int>(row));
+    }
+}
+
+std::wstring CFaultBench::Part(std::size_t row) const
+{
+    return m_runFolder + L"\\" + m_startRows.at(row).texts.strOriginal;
+}
+
+std::wstring CFaultBench::Copy(std::size_t row) const
+{
+    return m_runFolder + L"\\Mapped\\" + m_startRows.at(row).texts.strRenamed;
+}
+
+std::vector<std::string> CFaultBench::Calls()
+{
+    std::vector<std::string> lines = CServerEnvironment::Server().Log();
+    std::erase_if(lines, [](const std::string& line) { return line.starts_with('-'); });
+    return lines;
+}
+
+std::string CFaultBench::Run(const ServerScript& script)
+{
+    m_differences.clear();
+    m_shown.clear();
+    if (m_life == ServerLife::real) {
+        CServerEnvironment::EndServer();
+    }
+    CServerEnvironment::Server().StartOver((m_life == ServerLife::stays ? "stay\n" : "") + OpenRules() +
+                                           script.Rules());
+    m_retry = std::ranges::none_of(
+        script.faults, [](const Fault& fault) { return fault.kind == Fault::Kind::rejectForGood; });
+    m_model->m_copyOnly = m_copyOnly;
+    const RunOutcome expected = m_model->Run(script);
+    Convert();
+    if (m_afterRun) {
+        m_afterRun();
+    }
+    CompareWith(expected);
+    return m_differences;
+}
+
+// The rows' error codes as the server reads them.
+std::string CFaultBench::OpenRules() const
+{
+    std::string rules;
+    for (const ModelRow& row : m_startRows) {
+        rules += "open \"" + ToUtf8(row.texts.strRenamed) + "\" code=" + std::to_string(row.openCode) + "\n";
+    }
+    return rules;
+}
+
+void CFaultBench::Convert()
+{
+    DrainMessages();
+    try {
+        CConversionRun(m_mainWindow, m_table, m_sldWorks, *this, {m_runFolder, kProgId, m_copyOnly}).Run();
+    } catch (const CException& exception) {
+        Differ("the run threw: " + ToUtf8(exception.GetErrorMessage()));
+    } catch (const std::exception& exception) {
+        Differ(std::string("the run threw: ") + exception.what());
+    }
+}
+
+int CFaultBench::OnBox(const MessageRequest& request)
+{
+    m_shown.push_back(DescribeBox(request.text, request.type, request.helpFile, request.helpContext));
+    if (m_mainWindow.IsWindowEnabled() || !IsProgressOpen()) {
+        // The server may be busy when the run lets it go, after the dialog has gone.
+        if (request.type != (MB_RETRYCANCEL | MB_ICONEXCLAMATION)) {
+            Differ("shown outside of the run: " + ToUtf8(request.text));
+        }
+    }
+    return request.type != (MB_RETRYCANCEL | MB_ICONEXCLAMATION) ? IDOK : m_retry ? IDRETRY : IDCANCEL;
+}
+
+void CFaultBench::ShowViewStatus(bool mapView)
+{
+    m_shown.emplace_back(mapView ? L"view map file" : L"view folder");
+}
+
+void CFaultBench::ReloadAfterCancel()
+{
+    m_shown.emplace_back(L"view reload");
+}
+
+void CFaultBench::Differ(const std::string& what)
+{
+    m_differences += "  " + what + "\n";
+}
+
+void CFaultBench::CompareWith(const RunOutcome& expected)
+{
+    CompareWindows();
+    CompareShown(expected.shown);
+    CompareMapFile(expected);
+    if (const std::string marks = Marks(); marks != expected.marks) {
+        Differ("marks " + marks + " instead of " + expected.marks);
+    }
+    CompareCopies();
+    CompareServer(expected);
+}
+
+// A run that does not come to write the map file leaves it as it was.
+void CFaultBench::CompareMapFile(const RunOutcome& expected)
+{
+    const std::optional<std::string> before = std::exchange(m_map, BytesOf(Mapped() + L"\\PartsMap.txt"));
+    if (m_map != (expected.mapFileWritten ? MapFileOf(expected) : before)) {
+        Differ("map file: " + m_map.value_or("(none)"));
+    }
+}
+
+void CFaultBench::CompareWindows()
+{
+    if (!m_mainWindow.IsWindowEnabled()) {
+        Differ("the main window is disabled");
+        m_mainWindow.EnableWindow(true);
+    }
+    if (IsProgressOpen()) {
+        Differ("the progress dialog is there");
+    }
+}
+
+void CFaultBench::CompareShown(const std::vector<std::wstring>& expected)
+{
+    if (m_shown.size() != expected.size() || !std::ranges::equal(m_shown, expected, Fits)) {
+        Differ("shown:" + Listed(m_shown) + "\n   instead of:" + Listed(expected));
+    }
+}
+
+void CFaultBench::CompareCopies()
+{
+    const Copies& expected = m_model->CopiesNow();
+    std::vector<std::wstring> names;
+    for (const auto& [name, copy] : expected) {
+        names.push_back(name);
+    }
+    std::vector<std::wstring> found = NamesIn(Mapped());
+    std::erase(found, L"PartsMap.txt");
+    if (found != names) {
+        Differ("copies:" + Listed(found) + "\n   instead of:" + Listed(names));
+        return;
+    }
+    for (const auto& [name, copy] : expected) {
+        CompareCopy(name, copy);
+    }
+}
+
+void CFaultBench::CompareCopy(const std::wstring& name, const CopyState& expected)
+{
+    const std::wstring path = Mapped() + L"\\" + name;
+    const bool readOnly = (GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY) != 0;
+    if (readOnly != expected.readOnly) {
+        Differ(ToUtf8(name) + (readOnly ? " is read-only" : " is not read-only"));
+    }
+    if (expected.configurations.empty()) {
+        if (!ReadBytes(path).empty()) {
+            Differ(ToUtf8(name) + " is not empty");
+        }
+        return;
+    }
+    std::vector<PartConfiguration> configurations;
+    if (ReadConfigurations(path, configurations) != S_OK) {
+        Differ(ToUtf8(name) + " is no part file");
+    } else if (configurations != expected.configurations) {
+        Differ(ToUtf8(name) + " holds other BOM names than expected");
+    }
+}
+
+void CFaultBench::CompareServer(const RunOutcome& expected)
+{
+    const std::vector<std::string> calls = Calls();
+    const auto [call, wanted] = std::ranges::mismatch(calls, expected.calls);
+    if (call != calls.end() || wanted != expected.calls.end()) {
+        Differ("calls: " + (call == calls.end() ? "(no more)" : *call) +
+               "\n   instead of: " + (wanted == expected.calls.end() ? "(no more)" : *wanted));
+    }
+    // A session that has ended holds no document open any more.
+    if (!WaitFor(HasEveryEnd, kEndTime)) {
+        Differ("a session of the server goes on");
+    }
+    const std::size_t mayRun = m_life == ServerLife::stays ? 1 : 0;
+    if (!WaitFor([mayRun] { return CountServers() <= mayRun; }, kEndTime)) {
+        Differ("a server process is left over");
+    }
+    for (const std::string& line : CServerEnvironment::Server().Log()) {
+        if (line.ends_with(" gone")) {
+            Differ("called after its end: " + line);
+        } else if (line.find(" left=") != std::string::npos && !line.ends_with(" left=0")) {
+            Differ("objects of an ended session are held: " + line);
+        }
+    }
+}
+
+// The marks of the rows: P pending, c converted, ? neither whole.
+std::string CFaultBench::Marks() const
+{
+    std::string marks;
+    for (int row = 0; row < m_table.GetItemCount(); ++row) {
+        const LPARAM data = m_table.GetItemData(row);
+        const UINT image = m_table.GetItemState(row, LVIS_STATEIMAGEMASK);
+        marks += data == 1 && image == 0x1000 ? 'P' : data == 0 && image == 0x2000 ? 'c' : '?';
+    }
+    return marks;
+}
+
+std::string CFaultBench::MapFileOf(const RunOutcome& outcome) const
+{
+    std::wstring text;
+    if (outcome.headerWritten) {
+        text = L"; Datei: " + MapPath() +
+               L"\r\n"
+               L"; Automatisch generierte Datei, manuelle Änderungen können verloren gehen.\r\n"
+               L"; (c) Talvenor\r\n\r\n";
+    }
+    for (const UTtab_entry& record : outcome.records) {
+        text += record.strOriginal + L" ; " + record.strRenamed + L" ; " + record.strBomName + L"\r\n";
+    }
+    return MapText(text);
+}

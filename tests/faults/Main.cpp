@@ -1,0 +1,36 @@
+#include <gtest/gtest.h>
+
+#include <ole2.h>
+
+#include "framework/WinApp.h"
+#include "tests/faults/FaultBench.h"
+
+namespace {
+
+// The tests' application object: the run's message boxes and loops ask for one.
+class CFaultTestApp : public CWinApp
+{
+public:
+    CFaultTestApp() : CWinApp(L"Talvenor") {}
+    int m_nResult = 1;
+
+protected:
+    bool InitInstance() override
+    {
+        InitializeOle();
+        GetMessageFilter().SetMessagePendingDelay(0);  // a busy server brings the question at once
+        m_nResult = RUN_ALL_TESTS();
+        return false;
+    }
+};
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    testing::AddGlobalTestEnvironment(new CServerEnvironment);  // the framework deletes it
+    CFaultTestApp app;
+    app.Run();
+    return app.m_nResult;
+}

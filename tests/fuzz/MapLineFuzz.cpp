@@ -1,0 +1,78 @@
+#include "tests/fuzz/FuzzInput.h"
+#include "tests/fuzz/MapText.h"
+
+namespace {
+
+// What a field of a record looks like to the reader: the characters that a byte can hold, "?" for the others,
+// and blanks for line breaks.
+std::wstring Readable(std::wstring field)
+{
+    field.resize(std::min(field.size(), kMapFieldMaxBytes));
+    for (wchar_t& character : field) {
+        if (character > L'\u00FF') {
+            character = L'?';
+        } else if (character == L'\n' || character == L'\r') {
+            character = L' ';
+        }
+    }
+    return field;
+}
+
+std::string PlainBytes(const std::wstring& text)
+{
+    std::string bytes;
+    for (const wchar_t character : text) {
+        bytes += static_cast<char>(static_cast<unsigned char>(character));
+    }
+    return bytes;
+}
+
+void CheckWriter(const UTtab_entry& entry)
+{
+    const std::string plain = PlainBytes(Readable(entry.strOriginal) + L" ; " + Readable(entry.strRenamed) +
+                                         L" ; " + Readable(entry.strBomName));
+    Require(FormatMapRecord(entry, QuestionMark) == plain, "a record is written as the plain rule has it");
+}
+
+// The conditions under which the format promises that a record comes back.
+bool ComesBack(const UTtab_entry& entry, const std::string& line)
+{
+    const bool separatorInName = (entry.strOriginal + entry.strRenamed).find(L';') != std::wstring::npos;
+    return !separatorInName && line.size() <= kMapLineMaxBytes &&
+           !PlainStrip(Readable(entry.strOriginal)).empty();
+}
+
+void CheckRoundTrip(const UTtab_entry& entry, const std::wstring& mapPath)
+{
+    const std::string line = FormatMapRecord(entry, QuestionMark);
+    const std::string header = FormatMapHeader(mapPath, QuestionMark);
+    const bool headerFits =
+        header.find('\n') <= kMapLineMaxBytes && mapPath.find(L'\n') == std::wstring::npos;
+    if (!ComesBack(entry, line) || !headerFits) {
+        return;
+    }
+    const UTtab_entry neighbour{L"a", L"b", L""};
+    const UTtab_entry read{PlainStrip(Readable(entry.strOriginal)), PlainStrip(Readable(entry.strRenamed)),
+                           PlainStrip(Readable(entry.strBomName))};
+    const std::string before = FormatMapRecord(neighbour, QuestionMark) + "\n";
+    Require(
+        ReadMap(header + before + line + "\n" + before) == MapReading{false, 0, {neighbour, read, neighbour}},
+        "what the writer wrote the reader returns");
+    Require(ReadMap(header + line) == MapReading{false, 0, {read}},
+            "a record without a line end behind it is returned, too");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    CFuzzInput input(data, size);
+    UTtab_entry entry;
+    entry.strOriginal = input.Field();
+    entry.strRenamed = input.Field();
+    entry.strBomName = input.Field();
+    const std::wstring mapPath = input.Rest();
+    CheckWriter(entry);
+    CheckRoundTrip(entry, mapPath);
+    return 0;
+}

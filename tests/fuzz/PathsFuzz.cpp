@@ -1,0 +1,88 @@
+#include "files/Paths.h"
+
+#include "files/PickedFiles.h"
+#include "tests/fuzz/FuzzInput.h"
+
+namespace {
+
+std::wstring PlainNormalize(const std::wstring& path)
+{
+    std::wstring normalized;
+    for (std::size_t at = 0; at < path.size(); ++at) {
+        normalized += path[at];
+        if (path[at] == L'\\' && at + 1 < path.size() && path[at + 1] == L'\\') {
+            ++at;
+        }
+    }
+    return normalized.empty() || normalized[0] != L'\\' ? normalized : L"\\" + normalized;
+}
+
+std::wstring PlainStripFolder(std::wstring folder)
+{
+    while (!folder.empty() && folder.back() == L'.') {
+        folder.pop_back();
+    }
+    while (!folder.empty() && folder.back() == L'\\') {
+        folder.pop_back();
+    }
+    return folder;
+}
+
+void CheckPaths(const std::wstring& folder)
+{
+    const std::wstring normalized = NormalizePath(folder);
+    Require(normalized == PlainNormalize(folder), "a path is normalised as the plain rule does it");
+    Require(!normalized.starts_with(L'\\') || normalized.starts_with(L"\\\\"),
+            "a path that begins with a backslash begins with two");
+    Require(MappedFolder(folder) == PlainNormalize(folder + L"\\Mapped"),
+            "the folder of the copies lies in the standard-parts folder");
+    Require(MapFilePath(folder) == PlainNormalize(folder + L"\\Mapped\\PartsMap.txt"),
+            "the map file lies in the folder of the copies");
+    Require(StripFolderInput(folder) == PlainStripFolder(folder),
+            "a typed folder loses the dots and then the backslashes at its end");
+}
+
+// Puts the fields into a buffer as the file dialog does, each ended by a zero, with one more behind the last.
+void CheckPickedFiles(const std::wstring& folder, CFuzzInput& input)
+{
+    std::wstring buffer = folder.substr(0, folder.find(L'\0'));
+    PickedFiles expected{buffer, {}};
+    while (expected.folder.ends_with(L'\\')) {
+        expected.folder.pop_back();
+    }
+    buffer += L'\0';
+    for (std::wstring name = input.Field(); !name.empty(); name = input.Field()) {
+        name = name.substr(0, name.find(L'\0'));
+        if (name.empty()) {
+            break;
+        }
+        buffer += name + L'\0';
+        expected.names.push_back(name);
+    }
+    buffer += L'\0';
+    const PickedFiles picked = SplitPickedFiles(buffer.c_str());
+    if (buffer.front() == L'\0') {
+        Require(picked.names.empty() && picked.folder.empty(), "an empty buffer holds no file");
+    } else if (expected.names.empty()) {
+        const std::wstring path = buffer.substr(0, buffer.find(L'\0'));
+        Require(
+            picked.names.size() == 1 && path.ends_with(picked.names[0]) &&
+                picked.names[0].find(L'\\') == std::wstring::npos && path.starts_with(picked.folder) &&
+                path.find_first_not_of(L'\\', picked.folder.size()) >= path.size() - picked.names[0].size(),
+            "a single path is a folder and a name");
+    } else {
+        Require(picked.folder == expected.folder && picked.names == expected.names,
+                "several files come back as they were put in");
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    CFuzzInput input(data, size);
+    const std::wstring folder = input.Field();
+    CheckPaths(folder);
+    CheckPickedFiles(folder, input);
+    return 0;
+}

@@ -1,0 +1,198 @@
+#!/usr/bin/env python3
+"""Checks how the built program is hardened: tests/hardening/built_files.py BUILD_FOLDER
+
+Reads talvenor.exe and the two resource libraries in BUILD_FOLDER/bin as the system's loader would, and the object
+files of the program's rooms. Then takes each property away from a copy of the file in memory and sees whether that is
+found: a check that finds nothing there is itself a finding. Exit status 1 on a finding.
+"""
+import glob
+import os
+import struct
+import sys
+
+ROOMS = ["cad", "core", "files", "framework", "platform", "run", "text", "ui"]
+RESOURCE_LIBRARIES = ["talvresgerx64.dll", "talvresusx64.dll"]
+
+RELOCATIONS_STRIPPED = 0x0001  # of the file header
+FLAGS = {0x0020: "high-entropy addresses", 0x0040: "a relocatable base", 0x0100: "data execution prevention"}
+IMPORTS, RELOCATIONS, TLS, DELAYED_IMPORTS = 1, 5, 9, 13
+EXECUTE, WRITE = 0x20000000, 0x80000000
+
+# Libraries that Windows takes from its own folder whatever folders a process would search ("known" libraries). The
+# common controls are none of them, but the manifest binds them to the side-by-side store of Windows.
+KNOWN_LIBRARIES = {"advapi32.dll", "comdlg32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
+                   "oleaut32.dll", "shell32.dll", "user32.dll"}
+COMMON_CONTROLS = "comctl32.dll"
+COMMON_CONTROLS_MANIFEST = b"Microsoft.Windows.Common-Controls"
+
+STACK_CHECK = b"__stack_chk_fail"
+STACK_CHECK_MESSAGE = b"*** stack smashing detected ***"
+
+
+class Image:
+    """The headers of a 64-bit executable or library; the places of the fields are kept for the trials."""
+
+    def __init__(self, data):
+        self.data = bytearray(data)
+        pe = self.number("<I", 0x3C)
+        if self.data[pe:pe + 4] != b"PE\0\0" or self.number("<H", pe + 24) != 0x20B:
+            raise ValueError("no 64-bit Windows file")
+        self.file_flags_at = pe + 22
+        self.entry_at = pe + 24 + 16
+        self.flags_at = pe + 24 + 70
+        self.directories_at = pe + 24 + 112
+        sections_at = pe + 24 + self.number("<H", pe + 20)
+        self.section_headers = [sections_at + 40 * i for i in range(self.number("<H", pe + 6))]
+
+    def number(self, form, at):
+        return struct.unpack_from(form, self.data, at)[0]
+
+    def directory(self, index):
+        """Address and size of a data directory."""
+        return struct.unpack_from("<II", self.data, self.directories_at + 8 * index)
+
+    def offset(self, address):
+        for header in self.section_headers:
+            start, size, raw = (self.number("<I", header + at) for at in (12, 16, 20))
+            if start <= address < start + size:
+                return address - start + raw
+        raise ValueError(f"no section holds the address {address:#x}")
+
+    def import_names(self):
+        """The imported libraries with the place of each name."""
+        address, _ = self.directory(IMPORTS)
+        names = []
+        at = self.offset(address) if address else None
+        while at is not None and (name_at := self.number("<I", at + 12)):
+            place = self.offset(name_at)
+            names.append((self.data[place:self.data.index(0, place)].decode("ascii").lower(), place))
+            at += 20
+        return names
+
+
+def common_findings(image):
+    flags = image.number("<H", image.flags_at)
+    for flag, words in FLAGS.items():
+        if not flags & flag:
+            yield f"lacks {words}"
+    if image.number("<H", image.file_flags_at) & RELOCATIONS_STRIPPED:
+        yield "relocations are stripped"
+    for header in image.section_headers:
+        if image.number("<I", header + 36) & EXECUTE and image.number("<I", header + 36) & WRITE:
+            yield "a section can be written and executed"
+
+
+def program_findings(image):
+    yield from common_findings(image)
+    if image.directory(RELOCATIONS)[1] == 0:
+        yield "holds no relocations"
+    if image.directory(DELAYED_IMPORTS)[0] != 0:
+        yield "imports a library by delay"
+    for name, _ in image.import_names():
+        if name == COMMON_CONTROLS:
+            if COMMON_CONTROLS_MANIFEST not in image.data:
+                yield f"imports {name} without a manifest that binds it"
+        elif name not in KNOWN_LIBRARIES:
+            yield f"imports {name}"
+    if not image.import_names():
+        yield "imports nothing: not read rightly"
+    if STACK_CHECK_MESSAGE not in image.data:
+        yield "holds no stack check"
+
+
+def resource_findings(image):
+    yield from common_findings(image)
+    if image.number("<I", image.entry_at) != 0:
+        yield "has an entry point"
+    if image.directory(TLS)[0] != 0:
+        yield "has start-up code"
+    if image.import_names():
+        yield "imports a library"
+
+
+def object_findings(build):
+    """Rooms of which no object file holds the stack check."""
+    for room in ROOMS:
+        objects = glob.glob(f"{build}/CMakeFiles/talvenor_{room}.dir/**/*.obj", recursive=True)
+        if not any(STACK_CHECK in read(path) for path in objects):
+            yield f"room {room}: none of {len(objects)} object files checks its stack"
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def without_flag(flag):
+    return lambda image: struct.pack_into("<H", image.data, image.flags_at,
+                                          image.number("<H", image.flags_at) & ~flag)
+
+
+def with_directory(index, address, size):
+    return lambda image: struct.pack_into("<II", image.data, image.directories_at + 8 * index, address, size)
+
+
+def strip_relocations(image):
+    struct.pack_into("<H", image.data, image.file_flags_at,
+                     image.number("<H", image.file_flags_at) | RELOCATIONS_STRIPPED)
+
+
+def open_section(image):
+    struct.pack_into("<I", image.data, image.section_headers[0] + 36, EXECUTE | WRITE)
+
+
+def rename_import(image):
+    place = next(place for name, place in image.import_names() if name == "gdi32.dll")
+    image.data[place:place + 3] = b"xyz"
+
+
+def replace(old):
+    def trial(image):
+        image.data[:] = image.data.replace(old, old[::-1])
+    return trial
+
+
+def enter(image):
+    struct.pack_into("<I", image.data, image.entry_at, 0x1000)
+
+
+COMMON_TRIALS = {**{f"lacks {words}": without_flag(flag) for flag, words in FLAGS.items()},
+                 "relocations are stripped": strip_relocations,
+                 "a section can be written and executed": open_section}
+PROGRAM_TRIALS = {**COMMON_TRIALS,
+                  "holds no relocations": with_directory(RELOCATIONS, 0, 0),
+                  "imports a library by delay": with_directory(DELAYED_IMPORTS, 0x1000, 0x20),
+                  "imports xyz32.dll": rename_import,
+                  "imports comctl32.dll without a manifest that binds it": replace(COMMON_CONTROLS_MANIFEST),
+                  "imports nothing: not read rightly": with_directory(IMPORTS, 0, 0),
+                  "holds no stack check": replace(STACK_CHECK_MESSAGE)}
+RESOURCE_TRIALS = {**COMMON_TRIALS, "has an entry point": enter, "has start-up code": with_directory(TLS, 0x1000, 0x28)}
+
+
+def check_file(path, findings_of, trials):
+    """The findings about a file, and about the checks that do not find what is taken away from it."""
+    data = read(path)
+    name = os.path.basename(path)
+    for finding in findings_of(Image(data)):
+        yield f"{name} {finding}"
+    for expected, trial in trials.items():
+        image = Image(data)
+        trial(image)
+        if expected not in findings_of(image):
+            yield f"{name}: the check does not find that it {expected}"
+
+
+def main():
+    build = sys.argv[1]
+    findings = list(check_file(f"{build}/bin/talvenor.exe", program_findings, PROGRAM_TRIALS))
+    for library in RESOURCE_LIBRARIES:
+        findings += check_file(f"{build}/bin/{library}", resource_findings, RESOURCE_TRIALS)
+    findings += object_findings(build)
+    for finding in findings:
+        print(finding)
+    print(f"{1 + len(RESOURCE_LIBRARIES)} files and {len(ROOMS)} rooms looked at, {len(findings)} findings")
+    return 1 if findings else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
