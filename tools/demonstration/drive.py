@@ -12,59 +12,11 @@ import time
 
 import check
 import windows
+from program import Program, Stuck
 
 IDC_LIST, IDC_PROGRESS_OVERALL, IDC_START, IDC_COPY_ONLY, IDCANCEL = 1002, 1015, 1016, 1024, 2
 PICTURES = "build/demo"
 FINISHED = "Umsetzungen erfolgreich beendet."
-
-
-class Stuck(Exception):
-    pass
-
-
-class Program:
-    """One start of the program, from its first window to its end."""
-
-    def __init__(self, screen):
-        self.screen = screen
-        self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), "talvenor.exe"],
-                                         cwd="build/windows/bin")
-
-    def wait_for(self, what, seconds, happened):
-        end = time.monotonic() + seconds
-        while True:
-            self.screen.look()
-            found = happened()
-            if found:
-                return found
-            if self._process.poll() is not None:
-                raise Stuck(f"the program ended (status {self._process.returncode}) before {what}")
-            if time.monotonic() > end:
-                raise Stuck(f"waited {seconds} s in vain for {what}")
-            time.sleep(0.05)
-
-    def wait_answering(self, what, seconds, happened):
-        """As wait_for, but answers with Return every message box that comes up meanwhile."""
-        while True:
-            found = self.wait_for(what, seconds, lambda: happened() or self.screen.box())
-            if found is not self.screen.box() or happened():
-                return happened()
-            self.answer(found)
-
-    def answer(self, box):
-        time.sleep(0.3)  # a person reads; the window gets the focus
-        windows.press("Return")
-        self.wait_for("the message box to go away", 10, lambda: box not in self.screen.windows.values())
-
-    def wait_for_end(self, seconds):
-        try:
-            self._process.wait(seconds)
-        except subprocess.TimeoutExpired:
-            raise Stuck("the program did not end when its window was closed") from None
-
-    def stop(self):
-        if self._process.poll() is None:
-            self._process.terminate()
 
 
 def finished_box(screen):

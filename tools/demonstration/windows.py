@@ -8,8 +8,8 @@ DIALOG_CONTROLS = range(1002, 1027)  # numbers that no message box uses
 
 
 class Window:
-    def __init__(self, seconds, title):
-        self.seconds, self.title, self.controls = seconds, title, {}
+    def __init__(self, handle, seconds, title, rect):
+        self.handle, self.seconds, self.title, self.rect, self.controls = handle, seconds, title, rect, {}
 
     def is_box(self):
         return bool(self.controls) and not any(number in DIALOG_CONTROLS for number in self.controls)
@@ -52,7 +52,7 @@ class Screen:
         first_seen = self.windows[handle].seconds if handle in self.windows else seconds
         if handle not in self.windows:
             new.append(None)
-        self._last = self.windows[handle] = Window(first_seen, text)
+        self._last = self.windows[handle] = Window(handle, first_seen, text, rect)
         if new and new[-1] is None:
             new[-1] = self._last
 
@@ -67,11 +67,25 @@ def press(key):
     subprocess.run(["xdotool", "key", "--clearmodifiers", key], check=True)
 
 
-def click(window, number):
-    left, top, right, bottom = window.controls[number].rect
-    subprocess.run(["xdotool", "mousemove", "--sync", str((left + right) // 2), str((top + bottom) // 2)], check=True)
+def type_text(text):
+    subprocess.run(["xdotool", "type", "--clearmodifiers", text], check=True)
+
+
+def click_at(x, y):
+    subprocess.run(["xdotool", "mousemove", "--sync", str(x), str(y)], check=True)
     time.sleep(0.2)
     subprocess.run(["xdotool", "click", "1"], check=True)
+
+
+def click(window, number):
+    left, top, right, bottom = window.controls[number].rect
+    click_at((left + right) // 2, (top + bottom) // 2)
+
+
+def resize(title, width, height):
+    """Asks the window manager for a size; the window may allow less."""
+    subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$", "windowsize", str(width),
+                    str(height)], check=True)
 
 
 def picture(path):

@@ -1,0 +1,203 @@
+"""Goes through every window of the program and takes its picture; called by tools/screenshots, which has prepared it.
+
+  screenshots.py german|english SCALING FOLDER [about]
+
+With a window manager, the system menu is the manager's: about is for the program without one and takes the pictures of
+the menu and of what it leads to.
+"""
+import glob
+import os
+import subprocess
+import sys
+import time
+
+import windows
+from program import Program, Stuck
+
+IDC_LIST, IDC_REMOVE_ALL, IDC_SHOW_MAP, IDC_PROGRESS_OVERALL, IDC_START = 1002, 1010, 1011, 1015, 1016
+IDC_TEMPLATE_TEXT, IDCANCEL, IDYES, IDNO = 1021, 2, 6, 7
+EDIT_TEMPLATE = {"german": "b", "english": "m"}  # its letter in the list's menus
+
+
+class Gallery:
+    """One start of the program whose windows have their pictures taken."""
+
+    def __init__(self, language, scaling, folder, part="all"):
+        self.scale, self._folder, self._part = int(scaling) / 100, folder, part
+        self._count = len(glob.glob(f"{folder}/*.png"))
+        self._edit_template = EDIT_TEMPLATE[language]
+        name = f"talvenor_{language}.exe"
+        self._log = os.path.abspath(os.path.join(folder, f"windows-{part}.log"))
+        subprocess.Popen([os.path.abspath("tools/run-windows"), "build/windowwatch/windowwatch.exe",
+                          "Z:" + self._log.replace("/", "\\"), name])
+        while not os.path.exists(self._log):
+            time.sleep(0.1)
+        self.screen = windows.Screen(self._log)
+        self.program = Program(self.screen, name)
+
+    def end(self):
+        self.program.stop()
+        with open(self._log + ".stop", "w", encoding="utf-8"):
+            pass
+
+    def take(self, name):
+        """A picture of all windows that are there."""
+        time.sleep(0.5)  # for the last paint
+        self.screen.look()
+        rects = [window.rect for window in self.screen.windows.values()]
+        if not rects:
+            return
+        left, top = max(0, min(rect[0] for rect in rects)), max(0, min(rect[1] for rect in rects))
+        right, bottom = max(rect[2] for rect in rects), max(rect[3] for rect in rects)
+        self._count += 1
+        path = f"{self._folder}/{self._count:02}-{name}.png"
+        subprocess.run(["import", "-window", "root", "-crop", f"{right - left}x{bottom - top}+{left}+{top}",
+                        "+repage", path], check=True)
+
+    def main_window(self):
+        return self.program.wait_for("the main window", 30, lambda: self.screen.with_control(IDC_START))
+
+    def wait_for_start(self):
+        """Before anything was recorded, the program tells first that two parts of the library get the same name."""
+        if self._part == "all":
+            box = self.program.wait_for("the message about a name that is taken", 120, self.screen.box)
+            self.take("name-taken")
+            self.close(box, "Return")
+        self.main_window()
+        time.sleep(1)  # for the window manager to place it
+
+    def dialog_with(self, control):
+        return self.program.wait_for(f"a dialog with {control}", 30, lambda: self.screen.with_control(control))
+
+    def box(self):
+        found = self.program.wait_for("a message box", 60, self.screen.box)
+        time.sleep(0.3)  # it gets the focus
+        return found
+
+    def close(self, window, key="Escape"):
+        """Presses the key, and again when the window did not have the focus yet."""
+        def gone():
+            if window.handle not in self.screen.windows:
+                return True
+            if time.monotonic() > pressed[-1] + 3:
+                pressed.append(time.monotonic())
+                windows.press(key)
+            return False
+        pressed = [time.monotonic()]
+        windows.press(key)
+        self.program.wait_for("the end of a window", 30, gone)
+
+    def click(self, control):
+        windows.click(self.main_window(), control)
+
+    def select_a_row(self):
+        left, top, right, bottom = self.main_window().controls[IDC_LIST].rect
+        windows.click_at(left + (right - left) // 10, (top + bottom) // 2)
+
+    def take_views(self):
+        self.take("folder-view")
+        self.select_a_row()
+        windows.press("F2")
+        self.take("cell-editor")
+        windows.press("Escape")
+        windows.press("shift+F2")
+        self.take("cell-editor-bom")
+        windows.press("Escape")
+
+    def take_menu_and_template(self, column, menu_key):
+        before = len(self.screen.windows)
+        windows.press(menu_key)
+        self.program.wait_for("a menu", 30, lambda: len(self.screen.windows) > before)
+        self.take(f"menu-{column}")
+        windows.press(self._edit_template)
+        dialog = self.dialog_with(IDC_TEMPLATE_TEXT)
+        self.take(f"template-{column}")
+        return dialog
+
+    def take_refusal(self, dialog):
+        windows.type_text("%5%3_%2")
+        self.take("template-with-a-configuration-name")
+        windows.press("Return")
+        box = self.box()
+        self.take("refusal")
+        self.close(box, "Return")
+        self.close(dialog)
+
+    def take_question(self):
+        self.click(IDC_REMOVE_ALL)
+        box = self.box()
+        self.take("question")
+        windows.click(box, IDNO)
+
+    def take_about(self):
+        left, top, _, _ = self.main_window().rect
+        windows.click_at(left + int(14 * self.scale), top + int(12 * self.scale))
+        self.take("system-menu")
+        windows.press("Up")
+        windows.press("Return")
+        box = self.box()
+        self.take("about")
+        self.close(box)
+
+    def take_run(self):
+        self.click(IDC_START)
+        progress = self.dialog_with(IDC_PROGRESS_OVERALL)
+        time.sleep(3)
+        self.take("progress")
+        windows.click(progress, IDCANCEL)
+        question = self.box()
+        self.take("cancel-question")
+        windows.click(question, IDNO)
+        self.program.wait_for("the answer", 30, lambda: question.handle not in self.screen.windows)
+        finished = self.box()
+        self.take("finished")
+        self.close(finished, "Return")
+
+    def take_map_view(self):
+        self.click(IDC_SHOW_MAP)
+        self.take("map-view")
+        self.click(IDC_START)
+        box = self.box()
+        self.take("overwrite-question")
+        windows.click(box, IDNO)
+
+    def take_large(self):
+        """The size that the window starts with is its smallest."""
+        windows.resize("Talvenor", int(1400 * self.scale), int(760 * self.scale))
+        self.take("large")
+
+    def take_part(self):
+        self.wait_for_start()
+        if self._part == "about":
+            self.take_about()
+            self.click(IDCANCEL)
+        else:
+            self.take_all()
+            windows.press("alt+F4")
+        self.program.wait_for_end(20)
+
+    def take_all(self):
+        self.take_views()
+        self.take_refusal(self.take_menu_and_template(1, "Menu"))
+        self.close(self.take_menu_and_template(2, "ctrl+Menu"))
+        self.take_question()
+        self.take_run()
+        self.take_map_view()
+        self.take_large()
+
+
+def main():
+    gallery = Gallery(*sys.argv[1:])
+    try:
+        gallery.take_part()
+    except Stuck as stuck:
+        gallery.take("stuck")
+        print(f"   Stuck: {stuck}. The last picture shows the screen as it was.")
+        return 1
+    finally:
+        gallery.end()
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
