@@ -113,7 +113,9 @@ void CProgramUnderTest::WaitForText(int id, const std::wstring& text) const
 void CProgramUnderTest::WaitForFocus(int id) const
 {
     const HWND control = Control(id);
-    if (!WaitFor([&] { return FocusOf(control) == control; })) {
+    const HWND window = GetAncestor(control, GA_ROOT);
+    // The control may have its dialog's focus long before the dialog is the one that gets the keys.
+    if (!WaitFor([&] { return GetForegroundWindow() == window && FocusOf(control) == control; })) {
         throw CNotOnScreen(L"the focus in control " + std::to_wstring(id), m_processId);
     }
 }

@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -225,6 +227,27 @@ private:
     bool m_done = false;
     CTimerScope m_timer{kInterval, [this] { Look(); }};
 };
+
+// Whether one of the windows below is of a class and visible.
+bool ShowsA(HWND window, const wchar_t* windowClass)
+{
+    const std::vector<HWND> below = Descendants(window);
+    return std::any_of(below.begin(), below.end(), [&](HWND child) {
+        return IsOfClass(child, windowClass) && IsWindowVisible(child) != FALSE;
+    });
+}
+
+// Whether a window of the top level stands above another one.
+bool IsAbove(HWND window, HWND other)
+{
+    for (HWND above = GetWindow(other, GW_HWNDPREV); above != nullptr;
+         above = GetWindow(above, GW_HWNDPREV)) {
+        if (above == window) {
+            return true;
+        }
+    }
+    return false;
+}
 
 bool Cancel(HWND dialog)
 {
@@ -760,6 +783,7 @@ protected:
         const CDialogUser user([&](HWND dialog) {
             EXPECT_TRUE(Shows(
                 dialog, In(L"Quellordner der Normteile auswählen:", L"Select the standard part folder:")));
+            EXPECT_TRUE(ShowsA(dialog, WC_EDITW)) << "a field to type a folder into";
             return PickFolder(dialog, folder);
         });
         Press(IDC_BROWSE);
@@ -843,6 +867,19 @@ protected:
         Press(IDC_ADD);
         EXPECT_EQ(user.m_opened, 1);
     }
+
+    // Types the path of a file that cannot be had: the system says so and asks on.
+    void ExpectRefused(const std::wstring& path) const
+    {
+        Texts titles;
+        const CDialogUser user([&](HWND dialog) {
+            const bool isPicker = ShowsA(dialog, WC_COMBOBOXW);
+            titles.push_back(isPicker ? L"picker" : L"message");
+            return isPicker && titles.size() == 1 ? PickFiles(dialog, path) : Cancel(dialog);
+        });
+        Press(IDC_ADD);
+        EXPECT_EQ(titles, (Texts{L"picker", L"message", L"picker"}));
+    }
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, FileDialogTest,
@@ -903,6 +940,66 @@ TEST_P(FileDialogTest, FilesOfAnotherFolderNeedItsMappedFolder)
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
     });
+}
+
+TEST_P(FileDialogTest, OffersNoReadOnlyBox)
+{
+    Run([this] {
+        const CDialogUser user([](HWND dialog) {
+            EXPECT_FALSE(IsWindowVisible(GetDlgItem(dialog, chx1)));
+            return Cancel(dialog);
+        });
+        Press(IDC_ADD);
+        EXPECT_EQ(user.m_opened, 1);
+    });
+}
+
+TEST_P(FileDialogTest, AMissingFileIsRefused)
+{
+    AddThreeParts();
+    Run([this] {
+        ExpectRefused(L"N_ISO_4_d.sldprt");
+        ExpectRefused(m_folder / L"nowhere\\N_ISO_4_d.sldprt");
+        EXPECT_EQ(Rows(), m_threeRows);
+    });
+}
+
+// The end of the window
+
+// Stands where the system looks for the viewer of old help files, and counts the requests to quit.
+class CHelpViewer : public CPlainWindow
+{
+public:
+    CHelpViewer() : CPlainWindow(nullptr, WS_OVERLAPPEDWINDOW, L"MS_WINHELP") {}
+
+    std::vector<std::pair<HWND, int>> m_requests;  // by whom, and the command
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        if (message != WM_COPYDATA) {
+            return CPlainWindow::WindowProc(message, wParam, lParam);
+        }
+        const auto& data = *reinterpret_cast<const COPYDATASTRUCT*>(lParam);
+        std::array<WORD, 2> sizeAndCommand{};
+        std::memcpy(sizeAndCommand.data(), data.lpData, sizeof sizeAndCommand);
+        m_requests.emplace_back(reinterpret_cast<HWND>(wParam), sizeAndCommand[1]);
+        return TRUE;
+    }
+};
+
+TEST_P(TalvenorDlgTest, TheHelpViewerIsToldToQuit)
+{
+    if (GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
+        GTEST_SKIP() << "skipped: how this system tells its help viewer is known of Wine only";
+    }
+    const CHelpViewer viewer;
+    HWND window = nullptr;
+    Run([&] {
+        window = m_dialog->m_hWnd;
+        EXPECT_TRUE(viewer.m_requests.empty());
+    });
+    EXPECT_EQ(viewer.m_requests, (std::vector<std::pair<HWND, int>>{{window, HELP_QUIT}}));
 }
 
 // The commands on rows
@@ -1052,6 +1149,17 @@ TEST_P(TalvenorDlgTest, StartWithAnEmptyListDoesNothing)
     });
     EXPECT_EQ(TakeBoxes(), Texts{});
     EXPECT_FALSE(std::filesystem::exists(m_parts + L"\\Mapped"));
+}
+
+TEST_P(TalvenorDlgTest, StartWithAnEmptyListBringsTheWindowToTheTop)
+{
+    Run([this] {
+        const CPlainWindow other;
+        SetWindowPos(other.m_hWnd, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+        ASSERT_TRUE(IsAbove(other.m_hWnd, m_dialog->m_hWnd));
+        Command(IDC_START);
+        EXPECT_TRUE(IsAbove(m_dialog->m_hWnd, other.m_hWnd));
+    });
 }
 
 TEST_P(TalvenorDlgTest, AMapFileIsOverwrittenAfterAYes)

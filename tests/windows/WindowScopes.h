@@ -117,15 +117,16 @@ private:
     UniqueKey m_key;
 };
 
-// A window of a class that does nothing of its own, destroyed with the object.
+// A window of a class that does nothing of its own, destroyed with the object. A test may name the class.
 class CPlainWindow : public CWnd
 {
 public:
-    explicit CPlainWindow(HWND parent = nullptr, DWORD style = WS_OVERLAPPEDWINDOW | WS_VISIBLE)
+    explicit CPlainWindow(HWND parent = nullptr, DWORD style = WS_OVERLAPPEDWINDOW | WS_VISIBLE,
+                          const wchar_t* windowClass = L"Talvenor.Test.Window")
     {
-        static const ATOM windowClass = Register();
-        SubclassWindow(::CreateWindowExW(0, MAKEINTATOM(windowClass), L"window of a test", style, 40, 40, 640,
-                                         480, parent, nullptr, ::GetModuleHandleW(nullptr), nullptr));
+        Register(windowClass);
+        SubclassWindow(::CreateWindowExW(0, windowClass, L"window of a test", style, 40, 40, 640, 480, parent,
+                                         nullptr, ::GetModuleHandleW(nullptr), nullptr));
         EXPECT_NE(m_hWnd, nullptr);
     }
     ~CPlainWindow() override { CWnd::DestroyWindow(); }
@@ -140,13 +141,14 @@ public:
     }
 
 private:
-    static ATOM Register()
+    // Once for the process: a second time it fails, and nothing is lost.
+    static void Register(const wchar_t* name)
     {
         WNDCLASSW windowClass{};
         windowClass.lpfnWndProc = &::DefWindowProcW;
         windowClass.hInstance = ::GetModuleHandleW(nullptr);
-        windowClass.lpszClassName = L"Talvenor.Test.Window";
-        return ::RegisterClassW(&windowClass);
+        windowClass.lpszClassName = name;
+        ::RegisterClassW(&windowClass);
     }
 };
 
