@@ -1,7 +1,9 @@
 #include "framework/File.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 #include "framework/Language.h"
@@ -73,6 +75,18 @@ std::wstring SentenceOf(Cause cause, const std::wstring& fileName)
 {
     const DWORD osError = ::GetLastError();
     throw CFileException(osError, fileName);
+}
+
+// Before Windows 11 a name such as NUL.txt or AUX.txt means a device in every folder: the system turns the
+// path into that of the device, and what is written there is lost without an error.
+bool BecomesDevice(const std::wstring& path)
+{
+    constexpr std::wstring_view kDevice = L"\\\\.\\";
+    std::array<wchar_t, 16> full{};  // as many as a device takes; a longer path is none
+    const DWORD length =
+        ::GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    return length < full.size() && std::wstring_view(full.data()).starts_with(kDevice) &&
+           !path.starts_with(kDevice);
 }
 
 }  // namespace
@@ -163,12 +177,15 @@ bool CFile::Open(const std::wstring& path, UINT flags, CFileException* error)
 
     m_file.reset();
     m_strFileName = path;
-    m_file.reset(ValidHandle(
-        ::CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr)));
+    const bool becomesDevice = BecomesDevice(path);
+    if (!becomesDevice) {
+        m_file.reset(ValidHandle(::CreateFileW(path.c_str(), access, share, nullptr, disposition,
+                                               FILE_ATTRIBUTE_NORMAL, nullptr)));
+    }
     if (m_file) {
         return true;
     }
-    const DWORD osError = ::GetLastError();
+    const DWORD osError = becomesDevice ? ERROR_BAD_PATHNAME : ::GetLastError();
     if (error != nullptr) {
         *error = CFileException(osError, path);
     }

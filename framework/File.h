@@ -69,7 +69,7 @@ public:
     };
 
     // Opens the file (CreateFileW) in place of the one that is open now. False on failure; *error then tells
-    // why, when error is not null.
+    // why, when error is not null. A name that means a device, such as NUL.txt, is a failure too.
     [[nodiscard]] bool Open(const std::wstring& path, UINT flags, CFileException* error);
 
     // Reads up to count bytes (ReadFile) and returns how many it read; 0 is the end of the file.

@@ -314,6 +314,19 @@ TEST_F(CopyPartFileTest, TheTargetIsOpenedForTheCopyAlone)
     EXPECT_EQ(ReadBytes(m_target), "target");
 }
 
+TEST_F(CopyPartFileTest, ADeviceIsNoTarget)
+{
+    WriteBytes(m_source, "source");
+    m_target = m_folder / L"NUL.sldprt";
+    if (::GetFileType(OpenOther(m_target, GENERIC_READ, 0).get()) != FILE_TYPE_CHAR) {
+        GTEST_SKIP() << "skipped: no longer a device on this system, as from Windows 11 on";
+    }
+    EXPECT_EQ(ShownByFailure(0),
+              Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
+                    L"\" could not be opened.\nError: The path \"" + m_target +
+                    L"\" is invalid or does not exist.\nMaybe the file is already in use."});
+}
+
 TEST_F(CopyPartFileTest, ReadOnlyTargetIsReported)
 {
     if (!ReadOnlyFilesDenyWriting()) {

@@ -67,6 +67,17 @@ TEST_F(FileTest, MissingFolderIsABadPath)
               Cause::badPath);
 }
 
+TEST_F(FileTest, NameOfADeviceIsABadPath)
+{
+    const std::wstring path = m_folder / L"NUL.sldprt";
+    if (::GetFileType(OpenOther(path, GENERIC_READ, 0).get()) != FILE_TYPE_CHAR) {
+        GTEST_SKIP() << "skipped: no longer a device on this system, as from Windows 11 on";
+    }
+    for (const UINT flags : {UINT{CFile::modeRead}, CFile::modeWrite | CFile::modeCreate}) {
+        EXPECT_EQ(OpenFailure(path, flags).m_cause, Cause::badPath);
+    }
+}
+
 TEST_F(FileTest, FolderDeniesAccess)
 {
     EXPECT_EQ(OpenFailure(m_folder.Path(), CFile::modeRead).m_cause, Cause::accessDenied);
