@@ -40,19 +40,27 @@ class Gallery:
         with open(self._log + ".stop", "w", encoding="utf-8"):
             pass
 
-    def take(self, name):
-        """A picture of all windows that are there."""
+    def take(self, name, window=None):
+        """A picture of one window with its frame, or of all that are there without the bare screen around them."""
         time.sleep(0.5)  # for the last paint
         self.screen.look()
-        rects = [window.rect for window in self.screen.windows.values()]
+        if window:
+            subprocess.run(["import", "-frame", "-window", windows.smallest(window.title), self._next_path(name)],
+                           check=True)
+            return
+        rects = [each.rect for each in self.screen.windows.values()]
         if not rects:
             return
         left, top = max(0, min(rect[0] for rect in rects)), max(0, min(rect[1] for rect in rects))
         right, bottom = max(rect[2] for rect in rects), max(rect[3] for rect in rects)
-        self._count += 1
-        path = f"{self._folder}/{self._count:02}-{name}.png"
+        path = self._next_path(name)
         subprocess.run(["import", "-window", "root", "-crop", f"{right - left}x{bottom - top}+{left}+{top}",
                         "+repage", path], check=True)
+        subprocess.run(["mogrify", "-bordercolor", "black", "-border", "1", "-trim", "+repage", path], check=True)
+
+    def _next_path(self, name):
+        self._count += 1
+        return f"{self._folder}/{self._count:02}-{name}.png"
 
     def main_window(self):
         return self.program.wait_for("the main window", 30, lambda: self.screen.with_control(IDC_START))
@@ -111,7 +119,7 @@ class Gallery:
         self.take(f"menu-{column}")
         windows.press(self._edit_template)
         dialog = self.dialog_with(IDC_TEMPLATE_TEXT)
-        self.take(f"template-{column}")
+        self.take(f"template-{column}", dialog)
         return dialog
 
     def take_refusal(self, dialog):
@@ -146,7 +154,7 @@ class Gallery:
         self.take("progress")
         windows.click(progress, IDCANCEL)
         question = self.box()
-        self.take("cancel-question")
+        self.take("cancel-question", question)
         windows.click(question, IDNO)
         self.program.wait_for("the answer", 30, lambda: question.handle not in self.screen.windows)
         finished = self.box()

@@ -82,6 +82,20 @@ def click(window, number):
     click_at((left + right) // 2, (top + bottom) // 2)
 
 
+def smallest(title):
+    """The X window of that title; of several, as of the program and its message box, the smallest."""
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], check=True,
+                           capture_output=True, encoding="ascii").stdout.split()
+
+    def size(window):
+        geometry = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window], check=True,
+                                  capture_output=True, encoding="ascii").stdout
+        values = dict(line.split("=") for line in geometry.split())
+        return int(values["WIDTH"]) * int(values["HEIGHT"])
+
+    return min(found, key=size)
+
+
 def resize(title, width, height):
     """Asks the window manager for a size; the window may allow less."""
     subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$", "windowsize", str(width),
