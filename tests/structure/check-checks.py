@@ -7,6 +7,20 @@ import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
+# A program with one text, one dialog and a legend of one row, and its manuals
+PROGRAM = {"ui/A.cpp": 'Text kA{L"Datei \'%s\'\\n"\n L"fehlt", L"File \'%s\'\\nis missing"};\n',
+           "resources/german.rc": 'X DIALOGEX 0\nLTEXT "&Zahl", 1\nLTEXT "%1", IDC_TEMPLATE_LEGEND, 1\n'
+                                  'LTEXT "Ziffern", IDC_TEMPLATE_LEGEND + 1\nLTEXT "12", IDC_TEMPLATE_LEGEND + 2\nEND\n',
+           "resources/english.rc": 'X DIALOGEX 0\nLTEXT "&Number", 1\nEND\n'}
+GERMAN = ("# Eins {#one}\n\nZahl %1 Ziffern 12, siehe [eins](#one)\n\n| `%1` | Ziffern | `12` |\n\n"
+          "```message\nDatei '‹Pfad›'\nfehlt\n```\n")
+ENGLISH = "# One {#one}\n\nNumber\n\n```message\nFile '‹path›'\nis missing\n```\n"
+
+
+def manuals(german=GERMAN, english=ENGLISH):
+    return {**PROGRAM, "manual/german.md": german, "manual/english.md": english}
+
+
 # what is tried, the check, the files of a small made-up project, the words of the one finding (None: no finding)
 CASES = [
     ("down", "floors", {"ui/A.cpp": '#include "core/B.h"\n', "core/B.h": ""}, None),
@@ -38,6 +52,16 @@ CASES = [
     ("test switched off", "texts", {"tests/A.cpp": "TEST(A, DISABLED" "_b)\n"}, "switched off"),
     ("skip without a reason", "texts", {"tests/A.cpp": "GTEST_" "SKIP();\n"}, "switched off"),
     ("message box of its own", "texts", {"ui/A.cpp": "::MessageBoxW(0, 0, 0, 0);\n"}, "ShowMessage"),
+    ("manuals that fit", "manuals", manuals(), None),
+    ("text of another wording", "manuals", manuals(english=ENGLISH + "\n```message\nFile lost\n```\n",
+                                                   german=GERMAN + GERMAN[GERMAN.index("```"):]),
+     "english.md: the program has no such message: 'File lost'"),
+    ("text that is missing", "manuals", manuals(english=ENGLISH.replace("Number", "")),
+     "english.md: a text of the program is missing: 'Number'"),
+    ("legend of another wording", "manuals", manuals(german=GERMAN.replace("| Ziffern", "| Zahlen")), "legend's of %1"),
+    ("link to nowhere", "manuals", manuals(german=GERMAN.replace("(#one)", "(#two)")), "german.md: a link to two"),
+    ("chapter in one language", "manuals", manuals(english=ENGLISH + "# Two {#two}\n"), "the languages differ"),
+    ("no manual", "manuals", {**PROGRAM, "manual/german.md": GERMAN}, "nothing was checked"),
 ]
 
 

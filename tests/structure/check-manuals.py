@@ -1,0 +1,174 @@
+#!/usr/bin/env python3
+"""Checks the sources of the manuals against the program's: tests/structure/check-manuals.py [FOLDER].
+
+- Every text that the program shows, and every caption of its dialogs, stands in the manual of its language.
+- A block marked as a message holds only what the program can show; what changes stands in ‹brackets›.
+- The table of fill-ins says what the template dialog's legend says.
+- Both manuals have the same chapters, pictures and numbers of messages, and no link leads nowhere.
+
+Exit status 1 on a finding; each finding is one plain line.
+"""
+import os
+import re
+import sys
+
+ROOMS = ("framework", "platform", "core", "files", "cad", "run", "ui")
+LANGUAGES = ("german", "english")
+# The title of a template dialog for a column without a template, of which there is none.
+NEVER_SHOWN = {"Schablone bearbeiten", "View/Modify template"}
+
+LITERAL = r'L"(?:[^"\\]|\\.)*"'
+LITERALS = rf"(?:{LITERAL}\s*)+"
+PAIR = re.compile(rf"{{\s*({LITERALS}),\s*({LITERALS})}}")
+ESCAPES = {"n": "\n", "t": "    ", '"': '"', "\\": "\\"}
+FORMATS = re.compile(r"%[sd]")
+BRACKETS = re.compile(r"‹[^›]+›")
+MESSAGE = re.compile(r"^```message\n(.*?)\n```$", re.MULTILINE | re.DOTALL)
+HEADING = re.compile(r"^(#+) .*\{#([\w-]+)\}$", re.MULTILINE)
+
+
+def text_of(literals):
+    """What adjacent string literals of the source come to, without the signs before a menu's letters; a tab is four
+    blanks in the manuals."""
+    joined = "".join(each[2:-1] for each in re.findall(LITERAL, literals))
+    return re.sub(r"\\(.)", lambda match: ESCAPES.get(match.group(1), match.group(0)), joined).replace("&", "")
+
+
+def sources(top):
+    for room in ROOMS:
+        for folder, _, names in os.walk(os.path.join(top, room)):
+            for name in sorted(names):
+                if name.endswith((".cpp", ".h")):
+                    with open(os.path.join(folder, name), encoding="utf-8") as file:
+                        yield file.read()
+
+
+def program_texts(top):
+    """The texts of each language, and those literals that belong to none."""
+    texts, common = {language: [] for language in LANGUAGES}, []
+    for source in sources(top):
+        for pair in PAIR.finditer(source):
+            for language, literals in zip(LANGUAGES, pair.groups()):
+                texts[language].append(text_of(literals))
+        common += [text_of(literals) for literals in re.findall(LITERALS, PAIR.sub("", source))]
+    return texts, common
+
+
+def dialog_lines(resource):
+    """The lines inside the dialogs and the string table."""
+    inside = False
+    for line in resource.splitlines():
+        inside = (inside or "DIALOGEX" in line or line == "STRINGTABLE") and line != "END"
+        if inside:
+            yield line
+
+
+def captions(resource):
+    for line in dialog_lines(resource):
+        caption = re.match(r'\s*(?:CAPTION|IDS_\w+,|[LCR]TEXT|(?:DEF)?PUSHBUTTON|AUTO\w+|GROUPBOX) "([^"]*)"', line)
+        if caption:
+            yield caption.group(1).replace("&", "")
+
+
+def legend(resource):
+    """The rows of the template dialog's legend: (fill-in, meaning, example)."""
+    cells = re.findall(r'LTEXT "([^"]*)", IDC_TEMPLATE_LEGEND', resource)
+    return list(zip(cells[0::3], cells[1::3], cells[2::3]))
+
+
+def holds(manual, text):
+    """Whether the manual has the text, with something in brackets where the program fills something in. A text of one
+    line may be broken by the lines of the manual; one of several lines stands as it is shown."""
+    parts = [re.escape(part) for part in FORMATS.split(text.strip(" "))]
+    if "\n" not in text:
+        parts = [part.replace("\\ ", r"\s+") for part in parts]
+    return re.search(BRACKETS.pattern.join(parts), manual) is not None
+
+
+def is_made_of(fragment, pieces):
+    """Whether the fragment is nothing but pieces, one behind the other."""
+    reached = {0}
+    for start in range(len(fragment)):
+        if start in reached:
+            reached |= {start + len(piece) for piece in pieces if piece and fragment.startswith(piece, start)}
+    return len(fragment) in reached
+
+
+def text_findings(language, manual, texts, resource):
+    for text in sorted({*texts, *captions(resource)} - NEVER_SHOWN):
+        if text.strip() and not holds(manual, text):
+            yield f"manual/{language}.md: a text of the program is missing: {text!r}"
+
+
+def message_findings(language, manual, texts):
+    pieces = {piece for text in texts for piece in FORMATS.split(text)}
+    for block in MESSAGE.findall(manual):
+        for fragment in BRACKETS.split(block):
+            if not is_made_of(fragment, pieces):
+                yield f"manual/{language}.md: the program has no such message: {fragment!r}"
+
+
+def fill_in_findings(language, manual, resource):
+    for fill_in, meaning, example in legend(resource):
+        row = rf"^\| `{fill_in}` \| {re.escape(meaning)}[^|]* \| `{re.escape(example)}` \|$"
+        if not re.search(row, manual, re.MULTILINE):
+            yield f"manual/{language}.md: the table of fill-ins has no row like the legend's of {fill_in}"
+
+
+def link_findings(language, manual):
+    places = {place for _, place in HEADING.findall(manual)}
+    for link in re.findall(r"\]\(#([\w-]+)\)", manual):
+        if link not in places:
+            yield f"manual/{language}.md: a link to {link}, which is nowhere"
+
+
+def shape(manual):
+    """What both manuals have in common, in its order."""
+    return re.findall(r"^#+ .*(\{#[\w-]+\})$|^(```message)$|!\[[^]]*\](\([\w.-]+\)(?:\{[^}]*\})?)|^(\|--)", manual,
+                      re.MULTILINE)
+
+
+def shape_findings(manuals):
+    german, english = (shape(manuals[language]) for language in LANGUAGES)
+    for number, (left, right) in enumerate(zip(german + [("the end",)], english + [("the end",)])):
+        if left != right:
+            yield (f"manual/: the languages differ at place {number}: {''.join(left)} in German, "
+                   f"{''.join(right)} in English")
+            return
+
+
+def read(top, name):
+    path = os.path.join(top, name)
+    if not os.path.exists(path):
+        return ""
+    with open(path, encoding="utf-8") as file:
+        return file.read()
+
+
+def findings_of(texts, common, manuals, resources):
+    if not texts["german"] or not all(manuals.values()):
+        yield "a manual or the program is missing: nothing was checked"
+        return
+    yield from shape_findings(manuals)
+    for language, manual in manuals.items():
+        yield from text_findings(language, manual, texts[language], resources[language])
+        yield from message_findings(language, manual, texts[language] + common)
+        yield from fill_in_findings(language, manual, resources[language])
+        yield from link_findings(language, manual)
+
+
+def main():
+    top = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+    texts, common = program_texts(top)
+    manuals = {language: read(top, f"manual/{language}.md").replace("\\_", "_") for language in LANGUAGES}
+    resources = {language: read(top, f"resources/{language}.rc") for language in LANGUAGES}
+    findings = list(findings_of(texts, common, manuals, resources))
+    for finding in findings:
+        print(finding)
+    print(f"{sum(map(len, texts.values()))} texts, {sum(len(MESSAGE.findall(manual)) for manual in manuals.values())} "
+          f"messages, {len(findings)} findings")
+    return 1 if findings else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
