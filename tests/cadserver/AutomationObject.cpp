@@ -1,5 +1,7 @@
 #include "tests/cadserver/AutomationObject.h"
 
+#include "framework/Handles.h"
+#include "tests/cadserver/Settings.h"
 #include "tests/cadserver/TextFile.h"
 
 struct CAutomationObject::Call
@@ -65,6 +67,18 @@ HRESULT ReportException(const FaultAction& action, EXCEPINFO* exception)
         exception->dwHelpContext = action.helpContext;
     }
     return DISP_E_EXCEPTION;
+}
+
+// Keeps a call waiting for the test that has made the two events.
+void HoldCall()
+{
+    constexpr DWORD kLongestHold = 60'000;  // milliseconds
+    const UniqueHandle held(OpenEventW(EVENT_MODIFY_STATE, FALSE, kHeldEvent));
+    const UniqueHandle goOn(OpenEventW(SYNCHRONIZE, FALSE, kGoOnEvent));
+    if (held != nullptr && goOn != nullptr) {
+        SetEvent(held.get());
+        WaitForSingleObject(goOn.get(), kLongestHold);
+    }
 }
 
 // A put names its value; nothing else takes named arguments.
@@ -167,6 +181,7 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
 {
     const std::wstring number = m_session.NextCallNumber();
     bool endAfter = false;
+    bool holdAfter = false;
     for (const FaultAction& action : m_session.Faults().Count(call.dispid, FileOf(call.arguments))) {
         switch (action.kind) {
             case FaultAction::Kind::slow:
@@ -184,6 +199,12 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
             case FaultAction::Kind::endAfter:
                 endAfter = true;
                 break;
+            case FaultAction::Kind::holdBefore:
+                HoldCall();
+                break;
+            case FaultAction::Kind::holdAfter:
+                holdAfter = true;
+                break;
             case FaultAction::Kind::busy:
             case FaultAction::Kind::reject:
                 break;  // the message filter's affair
@@ -191,6 +212,9 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
     }
     Outcome outcome = Serve(call);
     LogCall(call, number, OutcomeText(outcome));
+    if (holdAfter) {
+        HoldCall();
+    }
     if (endAfter) {
         m_session.EndNow(L"fault");
     }

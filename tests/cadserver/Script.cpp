@@ -127,9 +127,14 @@ FaultAction ParseAction(const std::vector<std::wstring>& words, size_t at)
         }
         return action;
     }
-    if (verb == L"end-before" || verb == L"end-after") {
+    static const std::map<std::wstring, FaultAction::Kind> bare = {
+        {L"end-before", FaultAction::Kind::endBefore},
+        {L"end-after", FaultAction::Kind::endAfter},
+        {L"hold-before", FaultAction::Kind::holdBefore},
+        {L"hold-after", FaultAction::Kind::holdAfter}};
+    if (const auto kind = bare.find(verb); kind != bare.end()) {
         RequireWords(words, at + 1, at + 1);
-        action.kind = verb == L"end-before" ? FaultAction::Kind::endBefore : FaultAction::Kind::endAfter;
+        action.kind = kind->second;
         return action;
     }
     static const std::map<std::wstring, FaultAction::Kind> timed = {{L"busy", FaultAction::Kind::busy},

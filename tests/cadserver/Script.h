@@ -22,13 +22,15 @@ struct FaultAction
 {
     enum class Kind
     {
-        exception,  // the call reports an exception with the texts below
-        fail,       // the call fails with `status`
-        endBefore,  // the server ends without serving the call
-        endAfter,   // the server serves the call and ends without answering
-        busy,       // for `milliseconds` the call is turned away, to be tried again later
-        reject,     // for `milliseconds` the call is turned away
-        slow        // the call is served after `milliseconds`
+        exception,   // the call reports an exception with the texts below
+        fail,        // the call fails with `status`
+        endBefore,   // the server ends without serving the call
+        endAfter,    // the server serves the call and ends without answering
+        holdBefore,  // the call waits for a test before it is served
+        holdAfter,   // the call is served and waits for a test before it is answered
+        busy,        // for `milliseconds` the call is turned away, to be tried again later
+        reject,      // for `milliseconds` the call is turned away
+        slow         // the call is served after `milliseconds`
     };
     Kind kind = Kind::fail;
     HRESULT status = E_FAIL;  // of a failure, or the exception's scode (0: the exception has a code instead)

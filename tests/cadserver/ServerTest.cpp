@@ -8,8 +8,10 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "tests/cadserver/CallHold.h"
 #include "tests/cadserver/ComPointers.h"
 #include "tests/cadserver/PartFile.h"
 #include "tests/cadserver/TextFile.h"
@@ -606,6 +608,37 @@ TEST_F(ServerTest, FaultSlowsACallDown)
     begin = GetTickCount64();
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
     EXPECT_LT(GetTickCount64() - begin, 400U);
+}
+
+TEST_F(ServerTest, FaultHoldsACallBeforeItIsServedOrAnswered)
+{
+    const std::wstring answered = L"\tapplication\t11\tmethod\tI4=2019250";
+    const CCallHold hold;
+    Script("fault nth=1 hold-before\nfault nth=2 hold-after\n");
+    ASSERT_EQ(S_OK, Start());
+    std::vector<std::wstring> whileHeld;
+    std::thread test([&] {
+        for (int call = 1; call <= 2; ++call) {
+            EXPECT_TRUE(hold.WaitUntilHeld(10'000));
+            whileHeld.push_back(LogLines().back());
+            hold.LetGo();
+        }
+    });
+    for (int call = 1; call <= 2; ++call) {
+        EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+        EXPECT_EQ(std::to_wstring(call) + answered, LogLines().back());
+    }
+    test.join();
+    EXPECT_EQ((std::vector<std::wstring>{L"-\tstart\tprocess=N\tversion=30", L"2" + answered}), whileHeld);
+}
+
+TEST_F(ServerTest, NothingIsHeldForNobody)
+{
+    Script("fault nth=1 hold-before\n");
+    ASSERT_EQ(S_OK, Start());
+    const ULONGLONG begin = GetTickCount64();
+    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_LT(GetTickCount64() - begin, 5'000U);
 }
 
 // The client has no message filter of its own here, so it is told at once that its call was turned away.

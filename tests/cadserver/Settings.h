@@ -12,6 +12,11 @@
 //   across starts
 inline constexpr const wchar_t* kSettingsKey = L"Software\\TalvenorCadServer";
 
+// Events of a test that has calls held: the server sets the first when a call is held, the test the second
+// when that call may go on.
+inline constexpr const wchar_t* kHeldEvent = L"Local\\TalvenorCadServerHeld";
+inline constexpr const wchar_t* kGoOnEvent = L"Local\\TalvenorCadServerGoOn";
+
 // Stores the two paths (empty: none) and sets all counters back to 0.
 void ConfigureServer(const std::wstring& script, const std::wstring& log);
 
