@@ -42,6 +42,12 @@ std::wstring MapFilePath(std::wstring_view standardPartsFolder)
     return NormalizePath(Joined(Joined(standardPartsFolder, kMappedFolderName), kMapFileName));
 }
 
+std::wstring DocumentPath(std::wstring_view programFolder, std::wstring_view document)
+{
+    return programFolder.empty() ? std::wstring()
+                                 : NormalizePath(std::wstring(programFolder).append(document));
+}
+
 bool IsBareFileName(std::wstring_view name)
 {
     return name.find_first_of(L"\\/:") == std::wstring_view::npos &&

@@ -17,6 +17,10 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 // The path of the parts map file of a standard-parts folder. The folder may end in a backslash.
 [[nodiscard]] std::wstring MapFilePath(std::wstring_view standardPartsFolder);
 
+// The path of a document (with a backslash at its beginning) below the library's program folder. Empty when
+// that folder is not known: what is left would be taken for a computer in the network.
+[[nodiscard]] std::wstring DocumentPath(std::wstring_view programFolder, std::wstring_view document);
+
 // Whether the text, put behind a folder, is the path of something in that folder itself: not empty, no more
 // than dots and blanks, and without the characters that lead to another folder, another drive or a stream of
 // a file.

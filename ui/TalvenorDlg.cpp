@@ -243,7 +243,7 @@ bool CTalvenorDlg::OnInitDialog()
     AnchorControls();
     PrepareList();
     ReadFolders();
-    m_strHelpFile = NormalizePath(m_strInstallDir + kHelpDocument.Current());
+    m_strHelpFile = DocumentPath(m_strInstallDir, kHelpDocument.Current());
     FillVersions();
     return true;
 }
@@ -807,5 +807,7 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
 
 void CTalvenorDlg::OnHelp()
 {
-    ShellExecuteW(m_hWnd, L"open", m_strHelpFile.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+    if (!m_strHelpFile.empty()) {
+        ShellExecuteW(m_hWnd, L"open", m_strHelpFile.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+    }
 }

@@ -88,14 +88,14 @@ private:
     CStatic m_wndStatusFrame;
     CConvList m_wndList;
     std::wstring m_strSourceDir;   // the standard-parts folder
-    std::wstring m_strInstallDir;  // the library's program folder
+    std::wstring m_strInstallDir;  // the library's program folder; empty when the registry does not name it
     bool m_bInputDirMissing = false;
     CImageList m_stateImages;
     CEditSourceDir m_wndSourceDir;
     CComboBox m_wndVersion;
     CButton m_wndCopyOnly;
     std::wstring m_strProgId;
-    std::wstring m_strHelpFile;
+    std::wstring m_strHelpFile;  // empty when the program folder is not known
     UniqueIcon m_icon;
     UniqueIcon m_smallIcon;
 

@@ -37,6 +37,18 @@ TEST(NormalizePath, LeavesForwardSlashes)
     EXPECT_EQ(NormalizePath(L"//server//parts"), L"//server//parts");
 }
 
+TEST(DocumentPath, LiesBelowTheProgramFolder)
+{
+    EXPECT_EQ(DocumentPath(L"C:\\Zelmar", L"\\Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
+    EXPECT_EQ(DocumentPath(L"C:\\Zelmar\\", L"\\Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
+    EXPECT_EQ(DocumentPath(L"\\\\server\\zelmar", L"\\a.pdf"), L"\\\\server\\zelmar\\a.pdf");
+}
+
+TEST(DocumentPath, IsNoneInTheNetworkWithoutAProgramFolder)
+{
+    EXPECT_EQ(DocumentPath(L"", L"\\Manuals\\us\\a.pdf"), L"");
+}
+
 TEST(MappedFolder, LiesInTheStandardPartsFolder)
 {
     EXPECT_EQ(MappedFolder(L"D:\\Parts"), L"D:\\Parts\\Mapped");
