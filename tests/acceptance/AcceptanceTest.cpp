@@ -126,7 +126,7 @@ void AcceptanceTest::WaitForEndOfRun(const CProgramUnderTest& program) const
 
 std::wstring AcceptanceTest::OverwriteQuestion() const
 {
-    return expected::kOverwriteLead.Current() + m_library.MappedPath() + expected::kOverwriteEnd.Current();
+    return m_library.OverwriteQuestion();
 }
 
 Rows Edited(Rows rows, std::size_t row, std::wstring RowOnScreen::*cell, const std::wstring& text)

@@ -102,6 +102,15 @@ std::vector<int> CListOnScreen::Selection() const
     return rows;
 }
 
+void CListOnScreen::Select(int row, bool selected) const
+{
+    const CRemote<LVITEMW> remote(m_process);
+    LVITEMW item{};
+    item.state = selected ? LVIS_SELECTED : 0;
+    item.stateMask = LVIS_SELECTED;
+    remote.Send(m_list, LVM_SETITEMSTATE, static_cast<WPARAM>(row), item);
+}
+
 int CListOnScreen::FocusedRow() const
 {
     return static_cast<int>(Ask(m_list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_FOCUSED));

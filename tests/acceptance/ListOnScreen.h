@@ -46,6 +46,9 @@ public:
     // The columns from left to right.
     [[nodiscard]] std::vector<int> ColumnOrder() const;
 
+    // Selects a row or takes its selection back, without the mouse; -1 stands for all rows.
+    void Select(int row, bool selected) const;
+
     // Where on the screen to click on a cell. This and the next are told once no other window covers the
     // place.
     [[nodiscard]] POINT CellPosition(int row, int column) const;

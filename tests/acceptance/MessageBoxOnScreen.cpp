@@ -4,7 +4,6 @@
 
 #include "tests/acceptance/Input.h"
 #include "tests/acceptance/OtherWindows.h"
-#include "tests/acceptance/WaitFor.h"
 
 namespace {
 
@@ -62,6 +61,16 @@ CMessageBoxOnScreen CMessageBoxOnScreen::WaitForOne(DWORD process)
     return *box;
 }
 
+CMessageBoxOnScreen CMessageBoxOnScreen::WaitForText(DWORD process, const std::wstring& text, DWORD patience)
+{
+    std::optional<CMessageBoxOnScreen> box;
+    WaitFor([&] { return (box = Find(process)).has_value(); }, patience);
+    if (!box || box->Text() != text) {
+        throw CNotOnScreen(L"the message box: " + text, process);
+    }
+    return *box;
+}
+
 std::wstring CMessageBoxOnScreen::Text() const
 {
     const std::vector<HWND> controls = ControlsOf(m_window);
@@ -94,6 +103,13 @@ void CMessageBoxOnScreen::Answer(int button) const
     // Under Wine a box may come to lie below the dialog that it belongs to, where no click reaches it.
     SetWindowPos(m_window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     ClickOn(GetDlgItem(m_window, button));
+    WaitForEnd();
+}
+
+void CMessageBoxOnScreen::Press(int button) const
+{
+    PostMessageW(m_window, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED),
+                 reinterpret_cast<LPARAM>(GetDlgItem(m_window, button)));
     WaitForEnd();
 }
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/acceptance/WaitFor.h"
+
 // An open message box of another process. Its icon cannot be asked for from outside under Wine; the
 // in-process tests look at it instead.
 class CMessageBoxOnScreen
@@ -17,6 +19,11 @@ public:
     // Waits for a message box; throws CNotOnScreen when none comes.
     static CMessageBoxOnScreen WaitForOne(DWORD process);
 
+    // Waits for one with this text, wherever the focus is, at most for so many milliseconds; throws
+    // CNotOnScreen when none or another one comes.
+    static CMessageBoxOnScreen WaitForText(DWORD process, const std::wstring& text,
+                                           DWORD patience = kPatience);
+
     [[nodiscard]] std::wstring Text() const;
     // The box's title.
     [[nodiscard]] std::wstring Title() const;
@@ -25,6 +32,8 @@ public:
 
     // Clicks the button with the mouse and waits until the box has gone; throws CNotOnScreen when it stays.
     void Answer(int button) const;
+    // The same without the mouse, and without the box having to come to the front.
+    void Press(int button) const;
     // Waits until the box has gone; throws CNotOnScreen when it stays.
     void WaitForEnd() const;
 

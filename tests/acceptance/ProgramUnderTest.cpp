@@ -8,11 +8,12 @@
 #include "tests/acceptance/WaitFor.h"
 #include "tests/cadserver/TextFile.h"
 
-CProgramUnderTest::CProgramUnderTest(const std::wstring& workingFolder)
+CProgramUnderTest::CProgramUnderTest(const std::wstring& workingFolder, const std::wstring& program)
 {
     const std::wstring folder = OwnFolder();
-    const Text program{L"talvenor_german.exe", L"talvenor_english.exe"};
-    std::wstring commandLine = L"\"" + folder + L"\\" + program.Current() + L"\"";
+    const Text inLanguage{L"talvenor_german.exe", L"talvenor_english.exe"};
+    std::wstring commandLine =
+        L"\"" + folder + L"\\" + (program.empty() ? inLanguage.Current() : program) + L"\"";
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
@@ -74,6 +75,11 @@ bool CProgramUnderTest::IsAtRest() const
 void CProgramUnderTest::Click(int id) const
 {
     ClickOn(Control(id));
+}
+
+void CProgramUnderTest::Press(int id) const
+{
+    PostMessageW(MainWindow(), WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(Control(id)));
 }
 
 void CProgramUnderTest::Focus(int id) const

@@ -14,12 +14,14 @@ class CProgramUnderTest
 {
 public:
     // Starts the program beside the tests' own executable, in a working folder (empty: the program's own).
-    explicit CProgramUnderTest(const std::wstring& workingFolder = {});
+    // Another program than the one in the tests' language is named by its file.
+    explicit CProgramUnderTest(const std::wstring& workingFolder = {}, const std::wstring& program = {});
     ~CProgramUnderTest();
     CProgramUnderTest(const CProgramUnderTest&) = delete;
     CProgramUnderTest& operator=(const CProgramUnderTest&) = delete;
 
     [[nodiscard]] DWORD ProcessId() const { return m_processId; }
+    [[nodiscard]] HANDLE Process() const { return m_process.get(); }
 
     // The main dialog; waits until it is on the screen.
     [[nodiscard]] HWND MainWindow() const;
@@ -35,6 +37,8 @@ public:
 
     // Clicks a control of the main dialog with the mouse.
     void Click(int id) const;
+    // Presses a button of the main dialog without the mouse: the program acts when it gets to it.
+    void Press(int id) const;
     // Gives the focus to an edit of the main dialog by a click.
     void Focus(int id) const;
     // Gives the focus to a control by Alt and the underlined letter of its label, which stands before it.

@@ -1,5 +1,8 @@
 #include "tests/acceptance/TestLibrary.h"
 
+#include <algorithm>
+
+#include "tests/acceptance/ExpectedTexts.h"
 #include "tests/cadserver/PartFile.h"
 
 namespace {
@@ -32,11 +35,35 @@ void CTestLibrary::WriteMapFile(const std::string& bytes) const
     WriteBytes(MapPath(), bytes);
 }
 
+void CTestLibrary::RemoveMapped() const
+{
+    for (const std::wstring& name : NamesIn(MappedPath())) {
+        SetFileAttributesW(Copy(name).c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+    std::filesystem::remove_all(MappedPath());
+}
+
 std::string CTestLibrary::MapHeader() const
 {
     return "; Datei: " + ByCode(MapPath()) +
            "\r\n; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\r\n"
            "; (c) Talvenor\r\n\r\n";
+}
+
+std::wstring CTestLibrary::OverwriteQuestion() const
+{
+    return expected::kOverwriteLead.Current() + MappedPath() + expected::kOverwriteEnd.Current();
+}
+
+std::vector<std::wstring> NamesIn(const std::wstring& folder)
+{
+    std::vector<std::wstring> names;
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
+        names.push_back(entry.path().filename().wstring());
+    }
+    std::ranges::sort(names);
+    return names;
 }
 
 bool PathExists(const std::wstring& path)

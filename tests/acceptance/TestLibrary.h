@@ -23,13 +23,20 @@ public:
     // Makes the Mapped folder with a map file of these bytes.
     void WriteMapFile(const std::string& bytes) const;
     [[nodiscard]] std::string MapFileBytes() const { return ReadBytes(MapPath()); }
+    // Takes the Mapped folder away with all that is in it.
+    void RemoveMapped() const;
     // The four lines that every map file of this library starts with, as bytes.
     [[nodiscard]] std::string MapHeader() const;
+    // The program's question before it overwrites this library's map file.
+    [[nodiscard]] std::wstring OverwriteQuestion() const;
 
 private:
     CTempFolder m_temp;
     std::wstring m_path;
 };
+
+// The names in a folder, in order; none when there is no folder.
+std::vector<std::wstring> NamesIn(const std::wstring& folder);
 
 // Whether something is at the path.
 bool PathExists(const std::wstring& path);

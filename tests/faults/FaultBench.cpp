@@ -11,14 +11,13 @@
 #include "framework/ComPointers.h"
 #include "resources/resource.h"
 #include "tests/acceptance/ExpectedTexts.h"
+#include "tests/acceptance/TestLibrary.h"
 #include "tests/acceptance/WaitFor.h"
 #include "tests/cadserver/TextFile.h"
 
 namespace {
 
-constexpr const wchar_t* kProgId = L"SldWorks.Application.30";
-constexpr DWORD kEndTime = 10'000;        // milliseconds
-constexpr DWORD kForgottenTime = 90'000;  // more than a server stays with nothing to do
+constexpr DWORD kForgottenTime = 90'000;  // milliseconds: more than a server stays with nothing to do
 
 // The processes of the server, whoever started them.
 std::vector<DWORD> ServerIds()
@@ -75,18 +74,6 @@ void MakePart(const std::wstring& path, const std::vector<PartConfiguration>& co
     }
     ASSERT_EQ(S_OK, CreatePartFile(path, names));
     ASSERT_EQ(S_OK, SaveConfigurations(path, configurations));
-}
-
-// The names in a folder, in order.
-std::vector<std::wstring> NamesIn(const std::wstring& folder)
-{
-    std::vector<std::wstring> names;
-    std::error_code missing;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
-        names.push_back(entry.path().filename().wstring());
-    }
-    std::ranges::sort(names);
-    return names;
 }
 
 void EmptyFolder(const std::wstring& folder)
@@ -211,9 +198,9 @@ void CServerEnvironment::EndServer()
     }
     Server().StartOver("");
     IDispatchPtr application;
-    EXPECT_EQ(S_OK, application.CreateInstance(kProgId, nullptr, CLSCTX_LOCAL_SERVER));
+    EXPECT_EQ(S_OK, application.CreateInstance(kCadProgId, nullptr, CLSCTX_LOCAL_SERVER));
     application = nullptr;
-    EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kEndTime));
+    EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kServerEndTime));
 }
 
 CFaultBench::CFaultBench(std::wstring folder, std::vector<ModelRow> rows)
@@ -378,7 +365,7 @@ void CFaultBench::Convert()
 {
     DrainMessages();
     try {
-        CConversionRun(m_mainWindow, m_table, m_sldWorks, *this, {m_runFolder, kProgId, m_copyOnly}).Run();
+        CConversionRun(m_mainWindow, m_table, m_sldWorks, *this, {m_runFolder, kCadProgId, m_copyOnly}).Run();
     } catch (const CException& exception) {
         Differ("the run threw: " + ToUtf8(exception.GetErrorMessage()));
     } catch (const std::exception& exception) {
@@ -500,11 +487,11 @@ void CFaultBench::CompareServer(const RunOutcome& expected)
                "\n   instead of: " + (wanted == expected.calls.end() ? "(no more)" : *wanted));
     }
     // A session that has ended holds no document open any more.
-    if (!WaitFor(HasEveryEnd, kEndTime)) {
+    if (!WaitFor(HasEveryEnd, kServerEndTime)) {
         Differ("a session of the server goes on");
     }
     const std::size_t mayRun = m_life == ServerLife::stays ? 1 : 0;
-    if (!WaitFor([mayRun] { return CountServers() <= mayRun; }, kEndTime)) {
+    if (!WaitFor([mayRun] { return CountServers() <= mayRun; }, kServerEndTime)) {
         Differ("a server process is left over");
     }
     for (const std::string& line : CServerEnvironment::Server().Log()) {

@@ -13,6 +13,11 @@
 #include "tests/windows/TestScopes.h"
 #include "tests/windows/WindowScopes.h"
 
+// The version of the CAD system that the runs ask for, and how long its server may take to end, in
+// milliseconds.
+inline constexpr const wchar_t* kCadProgId = L"SldWorks.Application.30";
+inline constexpr DWORD kServerEndTime = 10'000;
+
 // The stand-in server for the length of all tests.
 class CServerEnvironment : public testing::Environment
 {

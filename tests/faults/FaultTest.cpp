@@ -1,5 +1,6 @@
 #include "tests/faults/FaultTest.h"
 
+#include <cstdlib>
 #include <string>
 
 namespace {
@@ -19,6 +20,16 @@ std::string Told(const char* run, const std::string& differences)
 }
 
 }  // namespace
+
+bool EveryFault()
+{
+    return _wgetenv(L"TALVENOR_EVERY_FAULT") != nullptr;
+}
+
+std::vector<int> LanguagesToTry()
+{
+    return EveryFault() ? std::vector{1, 0} : std::vector{1};
+}
 
 std::vector<ModelRow> FourRows()
 {

@@ -8,6 +8,12 @@
 
 #include "tests/faults/FaultBench.h"
 
+// Whether every fault is to be injected, as tools/faults has it, or the main ones of each kind.
+bool EveryFault();
+
+// The languages to inject a fault in: both, or German alone when time is short.
+std::vector<int> LanguagesToTry();
+
 // Two parts, a part that was converted before, and an assembly that opens with reservations.
 std::vector<ModelRow> FourRows();
 
@@ -36,5 +42,5 @@ protected:
     // left undone (unless time is short), and one more, of all rows, has to leave everything right.
     void RunAndRepeat(const ServerScript& script, const std::function<void()>& mend = nullptr);
 
-    bool m_thorough = true;
+    bool m_thorough = EveryFault();
 };

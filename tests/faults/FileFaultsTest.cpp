@@ -46,7 +46,7 @@ protected:
     void ForEachRow(const std::function<Mend(std::size_t)>& breakRow,
                     std::wstring (*failure)(const CFaultBench&, std::size_t))
     {
-        for (const int language : {1, 0}) {
+        for (const int language : LanguagesToTry()) {
             const CLanguageScope scope(language);
             for (const std::size_t row : kPendingRows) {
                 SCOPED_TRACE("row " + std::to_string(row));
@@ -61,7 +61,7 @@ protected:
     // The same for something that keeps the map file from being opened.
     void ForTheMapFile(const std::function<Mend()>& breakIt)
     {
-        for (const int language : {1, 0}) {
+        for (const int language : LanguagesToTry()) {
             const CLanguageScope scope(language);
             m_bench.Reset();
             const Mend mend = breakIt();
@@ -287,7 +287,7 @@ private:
 TEST_F(FileFaultTest, ShareGoneDuringTheRun)
 {
     RecordProperty("kind", "the library's share gone from this row on");
-    for (const int language : {1, 0}) {
+    for (const int language : LanguagesToTry()) {
         const CLanguageScope scope(language);
         for (const std::size_t gone : kPendingRows) {
             SCOPED_TRACE("row " + std::to_string(gone));
@@ -471,7 +471,7 @@ TEST_F(FullDiskTest, NoRoomForThisAndTheLaterCopies)
     RecordProperty("kind", "disk full while a file is copied");
     CFaultBench bench(m_folder, FourRows());
     bench.m_copyOnly = true;
-    for (const int language : {1, 0}) {
+    for (const int language : LanguagesToTry()) {
         const CLanguageScope scope(language);
         std::size_t room = 0;  // that the map file's one block and the copies before leave
         for (const std::size_t full : kPendingRows) {
@@ -539,7 +539,7 @@ TEST_F(CountingTest, NothingIsWrittenIntoAReadOnlyFolder)
     std::vector<ModelRow> rows = FourRows();
     std::erase_if(rows, [](const ModelRow& row) { return !row.pending; });
     CFaultBench bench(folder, rows);
-    for (const int language : {1, 0}) {
+    for (const int language : LanguagesToTry()) {
         const CLanguageScope scope(language);
         bench.ExpectNoMapFile();
         Note(1, bench.Run({}));

@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <random>
+#include <string>
+
+#include "framework/Handles.h"
+#include "tests/acceptance/WaitFor.h"
+#include "tests/cadserver/CallHold.h"
+#include "tests/faults/EndOrder.h"
+#include "tests/faults/FaultTest.h"
+#include "tests/faults/KillBench.h"
+
+// The program is ended by force, at every point of a run that can be told from outside and at any moment.
+
+namespace {
+
+constexpr MappedBefore kBoth[] = {MappedBefore::nothing, MappedBefore::anEarlierRun};
+
+class KillTest : public CountingTest
+{
+};
+
+// The server holds the call, the program is ended, and the server goes on with the call and answers to
+// nobody.
+TEST_F(KillTest, AtEveryAutomationCall)
+{
+    RecordProperty("kind",
+                   "program ended by force during each automation call, before or behind what it does");
+    CKillBench bench;
+    const CCallHold hold;
+    const auto endWhileHeld = [&hold](CKillBench& held) {
+        EXPECT_TRUE(hold.WaitUntilHeld(kPatience));
+        held.EndProgram();
+        hold.LetGo();
+    };
+    for (const MappedBefore before : kBoth) {
+        for (unsigned call = 1; call <= CKillBench::Calls(before); call += EveryFault() ? 1 : 24) {
+            for (const std::string side : {"before", "after"}) {
+                SCOPED_TRACE("call " + std::to_string(call) + " " + side);
+                const std::string rule = "fault nth=" + std::to_string(call) + " hold-" + side + "\n";
+                Note(1, bench.Kill({.before = before,
+                                    .end = endWhileHeld,
+                                    .rules = rule,
+                                    .records = CKillBench::RecordsAtCall(before, call)}));
+            }
+        }
+    }
+}
+
+// Memory shared with the program that ends itself.
+class COrder
+{
+public:
+    COrder(const COrder&) = delete;
+    COrder& operator=(const COrder&) = delete;
+    COrder()
+        : m_memory(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(EndOrder),
+                                      kEndOrderName))
+        , m_order(
+              static_cast<EndOrder*>(MapViewOfFile(m_memory.get(), FILE_MAP_WRITE, 0, 0, sizeof(EndOrder))))
+    {
+    }
+    ~COrder() { UnmapViewOfFile(m_order); }
+
+    // From now on the operations count, and none is made any more when it comes to this one.
+    void Give(LONG endAt) const
+    {
+        m_order->operations = 0;
+        m_order->endAt = endAt;
+        m_order->counting = 1;
+    }
+    // The operations since then.
+    [[nodiscard]] LONG Take() const
+    {
+        m_order->counting = 0;
+        return m_order->operations;
+    }
+
+private:
+    UniqueHandle m_memory;
+    EndOrder* m_order;
+};
+
+TEST_F(KillTest, AtEveryFileOperation)
+{
+    RecordProperty("kind", "program ended by force in front of each file operation of a run");
+    const COrder order;
+    CKillBench bench(L"talvenor_ending.exe");
+    for (const MappedBefore before : kBoth) {
+        ASSERT_EQ("", bench.RunToTheEnd(before, [&] { order.Give(0); }));
+        const LONG operations = order.Take();
+        // Four copies of at least six blocks each, their opening and attributes, the records.
+        ASSERT_GT(operations, 4 * (6 + 2 + 1));
+        for (LONG operation = 1; operation <= operations; operation += EveryFault() ? 1 : 45) {
+            SCOPED_TRACE("operation " + std::to_string(operation));
+            const auto end = [&](CKillBench& running) {
+                running.WaitForEndOfProgram();
+                EXPECT_EQ(operation, order.Take());
+            };
+            Note(1, bench.Kill({.before = before, .end = end, .atStart = [&] { order.Give(operation); }}));
+        }
+    }
+}
+
+TEST_F(KillTest, AtRandomMoments)
+{
+    const int count = EveryFault() ? 300 : 4;
+    const auto seed = static_cast<std::uint32_t>(std::random_device()());
+    RecordProperty("kind",
+                   "program ended by force at a random moment of a run (seed " + std::to_string(seed) + ")");
+    std::cout << "seed " << seed << "\n";
+    std::mt19937 random(seed);
+    std::map<std::size_t, int> killsThatLeft;
+    CKillBench bench;
+    for (const MappedBefore before : kBoth) {
+        ASSERT_EQ("", bench.RunToTheEnd(before));
+        std::uniform_int_distribution<DWORD> moments(0, bench.RunTime());
+        for (int kill = 0; kill < count / 2; ++kill) {
+            const DWORD moment = moments(random);
+            SCOPED_TRACE("after " + std::to_string(moment) + " ms");
+            const auto end = [moment](CKillBench& running) {
+                Sleep(moment);
+                running.EndProgram();
+            };
+            Note(1, bench.Kill({.before = before, .end = end}));
+            ++killsThatLeft[bench.RecordsLeft()];
+        }
+    }
+    for (const auto& [records, kills] : killsThatLeft) {
+        std::cout << kills << " kills left " << records << " records\n";
+    }
+}
+
+}  // namespace

@@ -1,0 +1,290 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "framework/Handles.h"
+#include "resources/resource.h"
+#include "tests/acceptance/ExpectedTexts.h"
+#include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/PartReader.h"
+#include "tests/acceptance/ProgramUnderTest.h"
+#include "tests/acceptance/TestLibrary.h"
+#include "tests/acceptance/WaitFor.h"
+#include "tests/acceptance/ZelmarRegistry.h"
+#include "tests/cadserver/TextFile.h"
+#include "tests/faults/FaultBench.h"
+#include "tests/faults/FaultTest.h"
+#include "tests/faults/ResourceUse.h"
+
+// Long runs: the program holds as much behind them as before, and its window answers all the time.
+
+namespace {
+
+// Asks a window again and again whether it answers, from a thread of its own, and keeps the longest time that
+// it took to.
+class CAnswerWatch
+{
+public:
+    explicit CAnswerWatch(HWND window) : m_thread([this, window] { Watch(window); }) {}
+    CAnswerWatch(const CAnswerWatch&) = delete;
+    CAnswerWatch& operator=(const CAnswerWatch&) = delete;
+    ~CAnswerWatch() { End(); }
+
+    // Ends the watch and tells the longest time in milliseconds.
+    DWORD End()
+    {
+        m_end = true;
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+        return m_longest;
+    }
+    [[nodiscard]] DWORD Asked() const { return m_asked; }
+
+private:
+    void Watch(HWND window)
+    {
+        constexpr DWORD kPause = 50;  // milliseconds
+        constexpr UINT kGiveUp = 60'000;
+        while (!m_end) {
+            const ULONGLONG begin = GetTickCount64();
+            DWORD_PTR answer = 0;
+            SendMessageTimeoutW(window, WM_NULL, 0, 0, SMTO_NORMAL, kGiveUp, &answer);
+            m_longest = std::max(m_longest, static_cast<DWORD>(GetTickCount64() - begin));
+            ++m_asked;
+            Sleep(kPause);
+        }
+    }
+
+    std::atomic<bool> m_end = false;
+    DWORD m_longest = 0;
+    DWORD m_asked = 0;
+    std::thread m_thread;
+};
+
+// A library of many small parts: of ten, nine have one configuration and the tenth five, and one part has
+// many.
+class CManyParts
+{
+public:
+    explicit CManyParts(int count) : m_count(count)
+    {
+        const std::array models = {Model(L"a.sldprt", kFew), Model(L"b.sldprt", kSeveral),
+                                   Model(L"c.sldprt", kMany)};
+        for (int number = 0; number < count; ++number) {
+            const std::wstring& model = models.at(ConfigurationsOf(number) == kFew       ? 0
+                                                  : ConfigurationsOf(number) == kSeveral ? 1
+                                                                                         : 2);
+            EXPECT_NE(FALSE, CopyFileW(model.c_str(), m_library.Part(OriginalOf(number)).c_str(), TRUE));
+        }
+    }
+
+    [[nodiscard]] const CTestLibrary& Library() const { return m_library; }
+    [[nodiscard]] int Count() const { return m_count; }
+    [[nodiscard]] int Configurations() const
+    {
+        int sum = 0;
+        for (int number = 0; number < m_count; ++number) {
+            sum += ConfigurationsOf(number);
+        }
+        return sum;
+    }
+
+    // Whether every row is recorded once, and some copies, read by the test itself, are as they have to be.
+    void ExpectWhole() const
+    {
+        std::string map = m_library.MapHeader();
+        for (int number = 0; number < m_count; ++number) {
+            map += ToUtf8(OriginalOf(number) + L" ; " + Digits(number) + L".sldprt ; Norm " + Digits(number) +
+                          L" - %2\r\n");
+        }
+        EXPECT_TRUE(m_library.MapFileBytes() == map) << "the records are not those of all rows";
+        constexpr int kStep = 23;
+        for (int number = 0; number < m_count; number += kStep) {
+            ExpectCopy(number);
+        }
+        ExpectCopy(kManyAt);
+    }
+
+private:
+    static constexpr int kFew = 1;
+    static constexpr int kSeveral = 5;
+    static constexpr int kMany = 200;
+    static constexpr int kManyAt = 7;  // the part that has so many
+
+    static int ConfigurationsOf(int number)
+    {
+        return number == kManyAt ? kMany : number % 10 == 0 ? kSeveral : kFew;
+    }
+    static std::wstring Digits(int number) { return std::to_wstring(10'000 + number); }
+    static std::wstring OriginalOf(int number) { return L"N_ISO_" + Digits(number) + L"_M8.sldprt"; }
+
+    [[nodiscard]] std::wstring Model(const std::wstring& name, int configurations) const
+    {
+        std::vector<std::wstring> names;
+        for (int number = 1; number <= configurations; ++number) {
+            names.push_back(L"M8x" + std::to_wstring(number));
+        }
+        EXPECT_EQ(S_OK, CreatePartFile(m_models / name, names));
+        return m_models / name;
+    }
+
+    void ExpectCopy(int number) const
+    {
+        const std::wstring path = m_library.Copy(Digits(number) + L".sldprt");
+        std::vector<BomEntry> entries;
+        for (int configuration = 1; configuration <= ConfigurationsOf(number); ++configuration) {
+            const std::wstring name = L"M8x" + std::to_wstring(configuration);
+            entries.push_back({name, true, L"Norm " + Digits(number) + L" - " + name});
+        }
+        EXPECT_EQ(entries, ReadPart(path).bomEntries) << ToUtf8(path);
+        EXPECT_TRUE(IsReadOnly(path)) << ToUtf8(path);
+    }
+
+    const int m_count;
+    CTempFolder m_models;
+    CTestLibrary m_library;
+};
+
+// The program in its window, taken from one library to another and through its runs by messages.
+class CLongRunner
+{
+public:
+    explicit CLongRunner(const CTestLibrary& library) : m_library(&library)
+    {
+        m_registry.SetPartsFolder(library.Path());
+        m_registry.SetTemplate(1, L"%3");
+        m_registry.SetTemplate(2, L"Norm %3 - %2");
+        m_program.emplace();
+    }
+
+    [[nodiscard]] ResourceUse Use() const { return UseOf(m_program->Process()); }
+    [[nodiscard]] HWND Window() const { return m_program->MainWindow(); }
+
+    // Fills the table from another library's folder, as if it had been typed.
+    void Fill(const CManyParts& parts)
+    {
+        m_library = &parts.Library();
+        const HWND edit = m_program->Control(IDC_SOURCE_DIR);
+        const std::wstring folder = m_library->Path();
+        Ask(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(folder.c_str()));
+        PostMessageW(Window(), WM_COMMAND, MAKEWPARAM(IDC_SOURCE_DIR, EN_KILLFOCUS),
+                     reinterpret_cast<LPARAM>(edit));
+        CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kChangeFolder.Current())
+            .Press(IDYES);
+        const HWND list = m_program->Control(IDC_LIST);
+        EXPECT_TRUE(WaitFor([&] { return Ask(list, LVM_GETITEMCOUNT) == parts.Count(); }));
+    }
+
+    // A run of all that is in the table; answers how long the window took at most to answer, in milliseconds.
+    DWORD Run()
+    {
+        constexpr DWORD kPatienceOfARun = 3'600'000;  // milliseconds
+        CServerEnvironment::Server().StartOver("stay\n");
+        CAnswerWatch watch(Window());
+        m_program->Press(IDC_START);
+        CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kFinished.Current(),
+                                         kPatienceOfARun)
+            .Press(IDOK);
+        const DWORD longest = watch.End();
+        m_program->WaitForRest();
+        return longest;
+    }
+
+private:
+    const CTestLibrary* m_library;
+    CZelmarRegistry m_registry;
+    std::optional<CProgramUnderTest> m_program;
+};
+
+// The table is filled anew for each run.
+struct Measured
+{
+    ResourceUse before;
+    ResourceUse behind;
+    DWORD longestSilence = 0;  // milliseconds
+};
+
+// A line of the table of long runs: how much there was at each moment, and by how much it may grow from the
+// first to any later one.
+class LongRunTest : public testing::Test
+{
+protected:
+    template <class Number>
+    void Compare(const std::string& what, const std::array<Measured, 2>& runs, Number ResourceUse::*number,
+                 Number mayGrow, Number unit = 1)
+    {
+        const Number start = runs[0].before.*number;
+        std::string line = what;
+        for (const Measured& run : runs) {
+            for (const ResourceUse* use : {&run.before, &run.behind}) {
+                line += " | " + std::to_string(use->*number / unit);
+                EXPECT_LE(use->*number, start + mayGrow) << what;
+            }
+        }
+        Tell(line + " | " + std::to_string(mayGrow / unit));
+        EXPECT_GT(start, Number{0}) << what << " is not told";
+    }
+
+    void Tell(const std::string& line)
+    {
+        std::cout << line << "\n";
+        RecordProperty("long_" + std::to_string(++m_lines), line);
+    }
+
+private:
+    int m_lines = 0;
+};
+
+}  // namespace
+
+// Windows calls a window hung that has looked at no message for five seconds. The program's window answers
+// while an automation call is under way, however long that takes; between two calls it is busy with its own
+// files.
+TEST_F(LongRunTest, LeaveNothingBehindAndTheWindowAnswersAllTheTime)
+{
+    constexpr DWORD kHung = 5'000;  // milliseconds
+    constexpr std::size_t kKilobyte = 1024;
+    const CManyParts few(10);
+    const CManyParts many(EveryFault() ? 10'000 : 100);
+    CLongRunner runner(few.Library());
+    runner.Run();  // loads all that a run takes
+    few.ExpectWhole();
+    std::array<Measured, 2> runs;
+    for (Measured& run : runs) {
+        many.Library().RemoveMapped();
+        runner.Fill(many);
+        run.before = runner.Use();
+        run.longestSilence = runner.Run();
+        run.behind = runner.Use();
+        many.ExpectWhole();
+        runner.Fill(few);
+    }
+    RecordProperty("long_rows", std::to_string(many.Count()));
+    RecordProperty("long_configurations", std::to_string(many.Configurations()));
+    Compare("private memory (KB)", runs, &ResourceUse::privateBytes, 1024 * kKilobyte, kKilobyte);
+    Compare("working set (KB)", runs, &ResourceUse::workingSet, 4096 * kKilobyte, kKilobyte);
+    Compare<DWORD>("open handles", runs, &ResourceUse::handles, 4);
+    Compare<DWORD>("GDI objects", runs, &ResourceUse::gdiObjects, 4);
+    Compare<DWORD>("windows", runs, &ResourceUse::windows, 0);
+    if (runs[0].before.userObjects != 0) {
+        Compare<DWORD>("USER objects", runs, &ResourceUse::userObjects, 4);
+    } else {
+        Tell("USER objects of other kinds | skipped: this system does not count them | | | | ");
+    }
+    Tell("longest time without an answer (ms) | | " + std::to_string(runs[0].longestSilence) + " | | " +
+         std::to_string(runs[1].longestSilence) + " | must be below " + std::to_string(kHung));
+    for (const Measured& run : runs) {
+        EXPECT_LT(run.longestSilence, kHung);
+    }
+}

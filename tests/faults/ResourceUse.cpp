@@ -1,0 +1,136 @@
+#include "tests/faults/ResourceUse.h"
+
+#include <psapi.h>
+#include <winternl.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+struct WindowCount
+{
+    DWORD process;
+    DWORD windows = 0;
+};
+
+BOOL CALLBACK CountChild(HWND, LPARAM count)
+{
+    ++*reinterpret_cast<DWORD*>(count);
+    return TRUE;
+}
+
+BOOL CALLBACK CountTopWindow(HWND window, LPARAM parameter)
+{
+    auto& count = *reinterpret_cast<WindowCount*>(parameter);
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    if (process == count.process) {
+        ++count.windows;
+        EnumChildWindows(window, &CountChild, reinterpret_cast<LPARAM>(&count.windows));
+    }
+    return TRUE;
+}
+
+DWORD WindowsOf(HANDLE process)
+{
+    WindowCount count{GetProcessId(process)};
+    EnumWindows(&CountTopWindow, reinterpret_cast<LPARAM>(&count));
+    return count.windows;
+}
+
+// A place in the table of GDI objects that each process can read of itself.
+struct GdiEntry
+{
+    ULONGLONG object;
+    ULONG owner;
+    USHORT unique;
+    UCHAR type;  // 0: not in use
+    UCHAR flags;
+    ULONGLONG userPointer;
+};
+
+// Wine does not answer GetGuiResources, but keeps the table, one for each process. 0 when it cannot be read.
+DWORD CountGdiTable(HANDLE process)
+{
+    constexpr std::size_t kTableInBlock = 0xF8;  // of the process environment block
+    constexpr std::size_t kEntries = 0x4000;
+    PROCESS_BASIC_INFORMATION information{};
+    const BYTE* table = nullptr;
+    std::vector<GdiEntry> entries(kEntries);
+    if (NtQueryInformationProcess(process, ProcessBasicInformation, &information, sizeof information,
+                                  nullptr) != 0 ||
+        !ReadProcessMemory(process, reinterpret_cast<const BYTE*>(information.PebBaseAddress) + kTableInBlock,
+                           &table, sizeof table, nullptr) ||
+        !ReadProcessMemory(process, table, entries.data(), kEntries * sizeof(GdiEntry), nullptr)) {
+        return 0;
+    }
+    return static_cast<DWORD>(
+        std::ranges::count_if(entries, [](const GdiEntry& entry) { return entry.type != 0; }));
+}
+
+// Memory that the process has committed for itself alone, whether it lies in the working set or not.
+std::size_t PrivateBytesOf(HANDLE process)
+{
+    std::size_t bytes = 0;
+    MEMORY_BASIC_INFORMATION region{};
+    for (const BYTE* place = nullptr; VirtualQueryEx(process, place, &region, sizeof region) != 0;
+         place = static_cast<const BYTE*>(region.BaseAddress) + region.RegionSize) {
+        bytes += region.State == MEM_COMMIT && region.Type == MEM_PRIVATE ? region.RegionSize : 0;
+    }
+    return bytes;
+}
+
+// Wine does not answer GetProcessHandleCount, but gives the handles of all processes in one table.
+DWORD CountInHandleTable(DWORD process)
+{
+    constexpr auto kHandles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
+    constexpr NTSTATUS kMoreSpace = static_cast<NTSTATUS>(0xC0000004);
+    struct Entry
+    {
+        ULONG process;
+        BYTE type;
+        BYTE flags;
+        USHORT handle;
+        void* object;
+        ULONG access;
+    };
+    std::vector<BYTE> table(1U << 16);
+    while (NtQuerySystemInformation(kHandles, table.data(), static_cast<ULONG>(table.size()), nullptr) ==
+           kMoreSpace) {
+        table.resize(table.size() * 2);
+    }
+    ULONG count = 0;
+    std::memcpy(&count, table.data(), sizeof count);
+    DWORD found = 0;
+    for (ULONG index = 0; index < count; ++index) {
+        Entry entry{};
+        std::memcpy(&entry, table.data() + sizeof(void*) + index * sizeof entry, sizeof entry);
+        found += entry.process == process ? 1 : 0;
+    }
+    return found;
+}
+
+}  // namespace
+
+ResourceUse UseOf(HANDLE process)
+{
+    ResourceUse use;
+    use.privateBytes = PrivateBytesOf(process);
+    PROCESS_MEMORY_COUNTERS memory{};
+    if (GetProcessMemoryInfo(process, &memory, sizeof memory)) {
+        use.workingSet = memory.WorkingSetSize;
+    }
+    GetProcessHandleCount(process, &use.handles);
+    if (use.handles == 0) {
+        use.handles = CountInHandleTable(GetProcessId(process));
+    }
+    use.gdiObjects = GetGuiResources(process, GR_GDIOBJECTS);
+    use.userObjects = GetGuiResources(process, GR_USEROBJECTS);
+    if (use.gdiObjects == 0) {
+        use.gdiObjects = CountGdiTable(process);
+    }
+    use.windows = WindowsOf(process);
+    return use;
+}
