@@ -158,6 +158,9 @@ int wmain(int count, wchar_t* arguments[])
         std::fputs("windowwatch LOG PROGRAM.exe\n", stderr);
         return 2;
     }
+    // Where a window really is on the screen; a program that is not aware of the scaling is told something
+    // else.
+    SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
     const std::filesystem::path log = arguments[1];
     const std::filesystem::path stop = log.wstring() + L".stop";
     WindowWatch watch(log, arguments[2]);
