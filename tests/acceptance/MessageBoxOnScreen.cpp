@@ -4,6 +4,7 @@
 
 #include "tests/acceptance/Input.h"
 #include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/WaitFor.h"
 
 namespace {
 
@@ -61,10 +62,10 @@ CMessageBoxOnScreen CMessageBoxOnScreen::WaitForOne(DWORD process)
     return *box;
 }
 
-CMessageBoxOnScreen CMessageBoxOnScreen::WaitForText(DWORD process, const std::wstring& text, DWORD patience)
+CMessageBoxOnScreen CMessageBoxOnScreen::WaitForText(DWORD process, const std::wstring& text)
 {
     std::optional<CMessageBoxOnScreen> box;
-    WaitFor([&] { return (box = Find(process)).has_value(); }, patience);
+    WaitFor([&] { return (box = Find(process)).has_value(); });
     if (!box || box->Text() != text) {
         throw CNotOnScreen(L"the message box: " + text, process);
     }

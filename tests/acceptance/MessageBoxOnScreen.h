@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "tests/acceptance/WaitFor.h"
-
 // An open message box of another process. Its icon cannot be asked for from outside under Wine; the
 // in-process tests look at it instead.
 class CMessageBoxOnScreen
@@ -19,10 +17,9 @@ public:
     // Waits for a message box; throws CNotOnScreen when none comes.
     static CMessageBoxOnScreen WaitForOne(DWORD process);
 
-    // Waits for one with this text, wherever the focus is, at most for so many milliseconds; throws
-    // CNotOnScreen when none or another one comes.
-    static CMessageBoxOnScreen WaitForText(DWORD process, const std::wstring& text,
-                                           DWORD patience = kPatience);
+    // Waits for one with this text, wherever the focus is; throws CNotOnScreen when none or another one
+    // comes.
+    static CMessageBoxOnScreen WaitForText(DWORD process, const std::wstring& text);
 
     [[nodiscard]] std::wstring Text() const;
     // The box's title.

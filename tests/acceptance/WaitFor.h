@@ -7,14 +7,14 @@
 inline constexpr DWORD kPatience = 30'000;
 
 // Asks until the answer is not false, null or empty (whatever `if` takes for no), at most for `patience`
-// milliseconds, and returns the last answer.
+// milliseconds, with so many of them in between, and returns the last answer.
 template <class Ask>
-auto WaitFor(Ask ask, DWORD patience = kPatience) -> decltype(ask())
+auto WaitFor(Ask ask, DWORD patience = kPatience, DWORD pause = 10) -> decltype(ask())
 {
     const ULONGLONG end = GetTickCount64() + patience;
     auto answer = ask();
     while (!answer && GetTickCount64() < end) {
-        Sleep(10);
+        Sleep(pause);
         answer = ask();
     }
     return answer;

@@ -153,6 +153,11 @@ void CKillBench::StartOver()
     StartProgram();
 }
 
+void CKillBench::AcceptTheEnd()
+{
+    CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kFinished.Current()).Press(IDOK);
+}
+
 void CKillBench::EndProgram()
 {
     m_program.reset();

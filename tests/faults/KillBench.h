@@ -55,7 +55,9 @@ public:
     // next start and behind the next run; nothing when all is.
     std::string Kill(const KillPlan& plan);
 
-    // For `end`: ends the program; waits until it has ended itself.
+    // For `end`: answers the last message of the run, behind which the server is let go; ends the program;
+    // waits until it has ended itself.
+    void AcceptTheEnd();
     void EndProgram();
     void WaitForEndOfProgram();
 

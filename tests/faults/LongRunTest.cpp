@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "framework/Handles.h"
@@ -168,7 +169,19 @@ public:
         m_program.emplace();
     }
 
-    [[nodiscard]] ResourceUse Use() const { return UseOf(m_program->Process()); }
+    // What the program holds once nothing comes or goes any more.
+    [[nodiscard]] ResourceUse Use() const
+    {
+        constexpr DWORD kPause = 300;  // milliseconds
+        ResourceUse use = UseOf(m_program->Process());
+        EXPECT_TRUE(WaitFor(
+            [&] {
+                const ResourceUse before = std::exchange(use, UseOf(m_program->Process()));
+                return before.windows == use.windows && before.handles == use.handles;
+            },
+            kPatience, kPause));
+        return use;
+    }
     [[nodiscard]] HWND Window() const { return m_program->MainWindow(); }
 
     // Fills the table from another library's folder, as if it had been typed.
@@ -190,14 +203,18 @@ public:
     DWORD Run()
     {
         constexpr DWORD kPatienceOfARun = 3'600'000;  // milliseconds
+        constexpr DWORD kPause = 250;                 // as looking for windows takes its own time
         CServerEnvironment::Server().StartOver("stay\n");
         CAnswerWatch watch(Window());
         m_program->Press(IDC_START);
-        CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kFinished.Current(),
-                                         kPatienceOfARun)
-            .Press(IDOK);
+        WaitFor([&] { return CMessageBoxOnScreen::Find(m_program->ProcessId()).has_value(); },
+                kPatienceOfARun, kPause);
+        CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kFinished.Current()).Press(IDOK);
         const DWORD longest = watch.End();
         m_program->WaitForRest();
+        // The server is let go behind the message.
+        EXPECT_TRUE(
+            WaitFor([] { return CServerEnvironment::Server().WasAsked("reason=asked"); }, kPatience, kPause));
         return longest;
     }
 
