@@ -7,25 +7,12 @@
 #include <vector>
 
 #include "framework/MessageBox.h"
+#include "tests/windows/CharacterMessages.h"
 #include "tests/windows/ConvListScopes.h"
 
 // What becomes of the text that was typed into a cell's editor.
 
 namespace {
-
-const std::wstring kForbiddenGerman =
-    L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
-    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.";
-const std::wstring kForbiddenEnglish =
-    L"The following characters are not allowed to use in file names:\n"
-    L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
-    L"These characters are automatically replaced by underscores '_'.";
-const std::wstring kFeatureGerman =
-    L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n\t@  /  ; =\n\n"
-    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.";
-const std::wstring kFeatureEnglish =
-    L"The following characters are not allowed to use in feature-/component names of SOLIDWORKS:\n"
-    L"\t@  /  ; =\n\nThese characters are automatically replaced by underscores '_'.";
 
 constexpr wchar_t kSame[] = L"M1.sldprt";
 

@@ -8,26 +8,13 @@
 #include <vector>
 
 #include "core/NameTemplate.h"
+#include "tests/windows/CharacterMessages.h"
 #include "tests/windows/TestScopes.h"
 #include "tests/windows/WindowScopes.h"
 
 namespace {
 
 using Texts = std::vector<std::wstring>;
-
-const std::wstring kForbiddenGerman =
-    L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
-    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.";
-const std::wstring kForbiddenEnglish =
-    L"The following characters are not allowed to use in file names:\n"
-    L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
-    L"These characters are automatically replaced by underscores '_'.";
-const std::wstring kFeatureGerman =
-    L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n\t@  /  ; =\n\n"
-    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.";
-const std::wstring kFeatureEnglish =
-    L"The following characters are not allowed to use in feature-/component names of SOLIDWORKS:\n"
-    L"\t@  /  ; =\n\nThese characters are automatically replaced by underscores '_'.";
 
 // The table in a list view of a window that counts what is posted to it.
 class ConversionTableTest : public testing::Test

@@ -19,7 +19,6 @@ namespace {
 
 using Texts = std::vector<std::wstring>;
 
-constexpr UINT kWork = WM_APP + 1;
 constexpr INT_PTR kStillOpen = -2;
 constexpr wchar_t kNone[] = L"(none)";
 constexpr wchar_t kBolt[] = L"N_ISO_4017_M10x50.sldprt";
@@ -35,35 +34,6 @@ void PrintTo(const Language& language, std::ostream* stream)
     *stream << (language.flag != 0 ? "German" : "English");
 }
 
-// The template dialog, which has a test work it as soon as it runs. A dialog that the work leaves open ends.
-class CWorkedTemplate : public CDlgTemplate
-{
-public:
-    using CDlgTemplate::CDlgTemplate;
-    using CDlgTemplate::IsEnding;
-
-    std::function<void()> m_work;
-
-protected:
-    bool OnInitDialog() override
-    {
-        const bool focus = CDlgTemplate::OnInitDialog();
-        PostMessage(kWork);
-        return focus;
-    }
-    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
-    {
-        if (message != kWork) {
-            return CDlgTemplate::WindowProc(message, wParam, lParam);
-        }
-        m_work();
-        if (!IsEnding()) {
-            EndDialog(kStillOpen);
-        }
-        return 0;
-    }
-};
-
 class DlgTemplateTest : public testing::TestWithParam<Language>
 {
 protected:
@@ -73,15 +43,19 @@ protected:
         return GetParam().flag != 0 ? german : english;
     }
 
-    // Runs the dialog for a template and has it worked; what DoModal returns.
+    // Runs the dialog for a template and has it worked; what DoModal returns. A dialog that the work leaves
+    // open ends.
     INT_PTR Run(int column, const std::wstring& text, const std::function<void()>& work)
     {
-        CWorkedTemplate dialog(GetParam().flag, column, text, &m_owner);
+        CWorked<CDlgTemplate> dialog(GetParam().flag, column, text, &m_owner);
         dialog.SetSample(m_sample);
         dialog.m_work = [&] {
             m_dialog = &dialog;
             DrainMessages();
             work();
+            if (!dialog.IsEnding()) {
+                dialog.EndDialog(kStillOpen);
+            }
         };
         const INT_PTR result = dialog.DoModal();
         m_dialog = nullptr;
@@ -178,7 +152,7 @@ protected:
     CPlainWindow m_owner;
     std::wstring m_sample = kBolt;
     std::wstring m_readBack;
-    CWorkedTemplate* m_dialog = nullptr;
+    CWorked<CDlgTemplate>* m_dialog = nullptr;
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, DlgTemplateTest,

@@ -29,7 +29,6 @@ namespace {
 
 using Texts = std::vector<std::wstring>;
 
-constexpr UINT kWork = WM_APP + 1;
 constexpr DISPID kExit = 6;
 constexpr DISPID kDateCode = 11;
 constexpr DISPID kOpenDocument = 99;
@@ -103,29 +102,6 @@ private:
 
     HKEY m_hive;
     bool m_hadSettings;
-};
-
-// The main dialog, which has a test work it as soon as it runs.
-class CWorkedDialog : public CTalvenorDlg
-{
-public:
-    std::function<void()> m_work;
-
-protected:
-    bool OnInitDialog() override
-    {
-        const bool focus = CTalvenorDlg::OnInitDialog();
-        PostMessage(kWork);
-        return focus;
-    }
-    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
-    {
-        if (message != kWork) {
-            return CTalvenorDlg::WindowProc(message, wParam, lParam);
-        }
-        m_work();
-        return 0;
-    }
 };
 
 // All windows below a window.
@@ -355,7 +331,7 @@ protected:
     // Runs the dialog, has it worked and closes it with its button.
     void Run(const std::function<void()>& work)
     {
-        CWorkedDialog dialog;
+        CWorked<CTalvenorDlg> dialog;
         const CMainWindowScope mainWindow(&dialog);
         dialog.m_work = [&] {
             m_dialog = &dialog;
@@ -507,7 +483,7 @@ protected:
     const Texts m_threeRows{L"N_ISO_1_a.sldprt > 1_a.sldprt > a-1 *",
                             L"N_ISO_2_b.sldprt > 2_b.sldprt > b-2 *",
                             L"N_ISO_3_c.sldprt > 3_c.sldprt > c-3 *"};
-    CWorkedDialog* m_dialog = nullptr;
+    CWorked<CTalvenorDlg>* m_dialog = nullptr;
     int m_answer = IDOK;
     CFakeUser m_answers{[this] { return m_answer; }};
 };

@@ -166,6 +166,37 @@ protected:
     }
 };
 
+// A dialog of the program which has a test work it as soon as it runs.
+template <class Dialog>
+class CWorked : public Dialog
+{
+public:
+    using Dialog::Dialog;
+    using Dialog::EndDialog;
+    using Dialog::IsEnding;
+
+    std::function<void()> m_work;
+
+protected:
+    bool OnInitDialog() override
+    {
+        const bool focus = Dialog::OnInitDialog();
+        this->PostMessage(kWork);
+        return focus;
+    }
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        if (message != kWork) {
+            return Dialog::WindowProc(message, wParam, lParam);
+        }
+        m_work();
+        return 0;
+    }
+
+private:
+    static constexpr UINT kWork = WM_APP + 1;
+};
+
 // Makes a window the application's main window until the end of the scope.
 class CMainWindowScope
 {
