@@ -32,26 +32,25 @@ std::wstring NormalizePath(std::wstring_view path)
     return normalized;
 }
 
+std::wstring PathBelow(std::wstring_view folder, std::wstring_view name)
+{
+    return folder.empty() ? std::wstring() : NormalizePath(Joined(folder, name));
+}
+
 std::wstring MappedFolder(std::wstring_view standardPartsFolder)
 {
-    return NormalizePath(Joined(standardPartsFolder, kMappedFolderName));
+    return PathBelow(standardPartsFolder, kMappedFolderName);
 }
 
 std::wstring MapFilePath(std::wstring_view standardPartsFolder)
 {
-    return NormalizePath(Joined(Joined(standardPartsFolder, kMappedFolderName), kMapFileName));
-}
-
-std::wstring DocumentPath(std::wstring_view programFolder, std::wstring_view document)
-{
-    return programFolder.empty() ? std::wstring()
-                                 : NormalizePath(std::wstring(programFolder).append(document));
+    return PathBelow(standardPartsFolder, Joined(kMappedFolderName, kMapFileName));
 }
 
 bool IsBareFileName(std::wstring_view name)
 {
-    return name.find_first_of(L"\\/:") == std::wstring_view::npos &&
-           name.find_first_not_of(L". ") != std::wstring_view::npos;
+    return name.find_first_of(L"|/\\*:\"?<>") == std::wstring_view::npos && !name.empty() &&
+           name.back() != L'.' && name.back() != L' ';
 }
 
 std::wstring StripFolderInput(std::wstring_view folder)

@@ -11,19 +11,19 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 // and puts one more in front of a result that begins with a backslash, so that a network path keeps its two.
 [[nodiscard]] std::wstring NormalizePath(std::wstring_view path);
 
-// The "Mapped" folder of a standard-parts folder, without a backslash at its end. The folder may end in one.
-[[nodiscard]] std::wstring MappedFolder(std::wstring_view standardPartsFolder);
+// The path of a name, or of several joined by backslashes, below a folder, which may end in a backslash.
+// Empty when the folder is not known: what is left would be taken for a computer in the network.
+[[nodiscard]] std::wstring PathBelow(std::wstring_view folder, std::wstring_view name);
 
-// The path of the parts map file of a standard-parts folder. The folder may end in a backslash.
+// The "Mapped" folder of a standard-parts folder, without a backslash at its end, and the path of the parts
+// map file in it; empty as PathBelow has it.
+[[nodiscard]] std::wstring MappedFolder(std::wstring_view standardPartsFolder);
 [[nodiscard]] std::wstring MapFilePath(std::wstring_view standardPartsFolder);
 
-// The path of a document (with a backslash at its beginning) below the library's program folder. Empty when
-// that folder is not known: what is left would be taken for a computer in the network.
-[[nodiscard]] std::wstring DocumentPath(std::wstring_view programFolder, std::wstring_view document);
-
-// Whether the text, put behind a folder, is the path of something in that folder itself: not empty, no more
-// than dots and blanks, and without the characters that lead to another folder, another drive or a stream of
-// a file.
+// Whether the text, put behind a folder, is the path of something in that folder itself and of no other name:
+// not empty, without the characters that lead elsewhere or stand for several names, and without a dot or a
+// blank at its end, which the system would drop. Of the characters that a new name may not have, ";" and "="
+// are allowed: they are parts of file names as any other.
 [[nodiscard]] bool IsBareFileName(std::wstring_view name);
 
 // A folder as typed or picked by the user without the dots at its end and then without the backslashes at its

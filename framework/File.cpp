@@ -222,7 +222,7 @@ void CFile::Close()
 bool CFile::GetStatus(const std::wstring& path, CFileStatus& status)
 {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
-    if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
+    if (BecomesDevice(path) || !::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
         return false;
     }
     status.attributes = data.dwFileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL);

@@ -83,7 +83,7 @@ public:
     // point; the file is closed all the same. The destructor closes without a report.
     void Close();
 
-    // Reads the status of a file or folder; false when there is none at the path.
+    // Reads the status of a file or folder; false when there is none at the path, or a device.
     [[nodiscard]] static bool GetStatus(const std::wstring& path, CFileStatus& status);
 
     // Sets the attributes and the time of last modification, both or none. Throws CFileException.

@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "core/TextTools.h"
 #include "files/FileMisc.h"
 #include "files/MapLine.h"
 #include "files/Paths.h"
@@ -194,7 +195,9 @@ CConversionRun::RowEnd CConversionRun::ConvertRow(int row)
     m_strSource = NormalizePath(m_order.standardPartsFolder + L"\\" + m_row.strOriginal);
     m_strTarget = NormalizePath(m_order.standardPartsFolder + L"\\" + std::wstring(kMappedFolderName) +
                                 L"\\" + m_row.strRenamed);
-    m_bNewNameUsable = IsBareFileName(m_row.strRenamed);
+    // A name that cannot be a copy's: nothing that has it may be touched. While the map file is open, the
+    // copy cannot take its place.
+    m_bNewNameUsable = IsBareFileName(m_row.strRenamed) && !EqualIgnoringCase(m_row.strRenamed, kMapFileName);
     ShowRow();
     if (m_bNewNameUsable) {
         static_cast<void>(CFileMisc::ClearReadOnly(m_strTarget));

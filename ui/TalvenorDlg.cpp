@@ -45,8 +45,8 @@ constexpr std::array kColumnHeaders{Text{L"Original Normteil-Dateien", L"Origina
                                     Text{L"Umbenannt nach...", L"Renamed to..."},
                                     Text{L"Benennung d. Stücklisteneintrags", L"BOM names"}};
 
-constexpr Text kHelpDocument{L"\\Manuals\\ger\\Zelmar_Talvenor_Hilfe.pdf",
-                             L"\\Manuals\\us\\Zelmar_Talvenor_Hilfe.pdf"};
+constexpr Text kHelpDocument{L"Manuals\\ger\\Zelmar_Talvenor_Hilfe.pdf",
+                             L"Manuals\\us\\Zelmar_Talvenor_Hilfe.pdf"};
 
 constexpr Text kMapView{L"Inhalt der Map-Datei wird angezeigt", L"Showing contents of the Map-File"};
 constexpr Text kFolderView{L"Inhalt des Normteil-Verzeichnisses wird angezeigt",
@@ -243,7 +243,7 @@ bool CTalvenorDlg::OnInitDialog()
     AnchorControls();
     PrepareList();
     ReadFolders();
-    m_strHelpFile = DocumentPath(m_strInstallDir, kHelpDocument.Current());
+    m_strHelpFile = PathBelow(m_strInstallDir, kHelpDocument.Current());
     FillVersions();
     return true;
 }

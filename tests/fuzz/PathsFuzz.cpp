@@ -1,5 +1,9 @@
 #include "files/Paths.h"
 
+#include <optional>
+
+#include "core/NameRules.h"
+#include "core/NameTemplate.h"
 #include "files/PickedFiles.h"
 #include "tests/fuzz/FuzzInput.h"
 
@@ -15,6 +19,11 @@ std::wstring PlainNormalize(const std::wstring& path)
         }
     }
     return normalized.empty() || normalized[0] != L'\\' ? normalized : L"\\" + normalized;
+}
+
+std::wstring PlainBelow(const std::wstring& folder, const std::wstring& tail)
+{
+    return folder.empty() ? folder : PlainNormalize(folder + tail);
 }
 
 std::wstring PlainStripFolder(std::wstring folder)
@@ -34,12 +43,34 @@ void CheckPaths(const std::wstring& folder)
     Require(normalized == PlainNormalize(folder), "a path is normalised as the plain rule does it");
     Require(!normalized.starts_with(L'\\') || normalized.starts_with(L"\\\\"),
             "a path that begins with a backslash begins with two");
-    Require(MappedFolder(folder) == PlainNormalize(folder + L"\\Mapped"),
+    Require(MappedFolder(folder) == PlainBelow(folder, L"\\Mapped"),
             "the folder of the copies lies in the standard-parts folder");
-    Require(MapFilePath(folder) == PlainNormalize(folder + L"\\Mapped\\PartsMap.txt"),
+    Require(MapFilePath(folder) == PlainBelow(folder, L"\\Mapped\\PartsMap.txt"),
             "the map file lies in the folder of the copies");
     Require(StripFolderInput(folder) == PlainStripFolder(folder),
             "a typed folder loses the dots and then the backslashes at its end");
+}
+
+bool PlainIsBareFileName(const std::wstring& name)
+{
+    for (const wchar_t character : name) {
+        if (std::wstring(L"|/\\*:\"?<>").find(character) != std::wstring::npos) {
+            return false;
+        }
+    }
+    return !name.empty() && !name.ends_with(L'.') && !name.ends_with(L' ');
+}
+
+void CheckName(const std::wstring& name)
+{
+    const bool bare = IsBareFileName(name);
+    Require(bare == PlainIsBareFileName(name), "a bare file name is one as the plain rule has it");
+    std::wstring sanitized = name;
+    Require(!bare || name.find_first_of(L";=") != std::wstring::npos || SanitizeFileName(sanitized) == 0,
+            "a bare file name has only characters that a new name may have, or a semicolon or equals sign");
+    if (const std::optional<std::wstring> made = NewFileName(name, L"Part.sldprt")) {
+        Require(IsBareFileName(*made), "a name that is made for a copy is a bare file name");
+    }
 }
 
 // Puts the fields into a buffer as the file dialog does, each ended by a zero, with one more behind the last.
@@ -83,6 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CFuzzInput input(data, size);
     const std::wstring folder = input.Field();
     CheckPaths(folder);
+    CheckName(folder);
     CheckPickedFiles(folder, input);
     return 0;
 }

@@ -37,16 +37,18 @@ TEST(NormalizePath, LeavesForwardSlashes)
     EXPECT_EQ(NormalizePath(L"//server//parts"), L"//server//parts");
 }
 
-TEST(DocumentPath, LiesBelowTheProgramFolder)
+TEST(PathBelow, LiesBelowTheFolder)
 {
-    EXPECT_EQ(DocumentPath(L"C:\\Zelmar", L"\\Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
-    EXPECT_EQ(DocumentPath(L"C:\\Zelmar\\", L"\\Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
-    EXPECT_EQ(DocumentPath(L"\\\\server\\zelmar", L"\\a.pdf"), L"\\\\server\\zelmar\\a.pdf");
+    EXPECT_EQ(PathBelow(L"C:\\Zelmar", L"Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
+    EXPECT_EQ(PathBelow(L"C:\\Zelmar\\", L"Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
+    EXPECT_EQ(PathBelow(L"\\\\server\\zelmar", L"a.pdf"), L"\\\\server\\zelmar\\a.pdf");
 }
 
-TEST(DocumentPath, IsNoneInTheNetworkWithoutAProgramFolder)
+TEST(PathBelow, IsNoneInTheNetworkWithoutAFolder)
 {
-    EXPECT_EQ(DocumentPath(L"", L"\\Manuals\\us\\a.pdf"), L"");
+    EXPECT_EQ(PathBelow(L"", L"Manuals\\us\\a.pdf"), L"");
+    EXPECT_EQ(MappedFolder(L""), L"");
+    EXPECT_EQ(MapFilePath(L""), L"");
 }
 
 TEST(MappedFolder, LiesInTheStandardPartsFolder)
@@ -62,11 +64,6 @@ TEST(MapFilePath, LiesInTheMappedFolder)
     EXPECT_EQ(MapFilePath(L"D:\\Parts"), L"D:\\Parts\\Mapped\\PartsMap.txt");
     EXPECT_EQ(MapFilePath(L"D:\\Parts\\"), L"D:\\Parts\\Mapped\\PartsMap.txt");
     EXPECT_EQ(MapFilePath(L"\\\\server\\parts\\"), L"\\\\server\\parts\\Mapped\\PartsMap.txt");
-}
-
-TEST(MapFilePath, OfAnEmptyFolderGetsTwoLeadingBackslashes)
-{
-    EXPECT_EQ(MapFilePath(L""), L"\\\\Mapped\\PartsMap.txt");
 }
 
 TEST(StripFolderInput, StripsDotsBeforeBackslashes)
@@ -95,8 +92,16 @@ TEST(StripFolderInput, CanLeaveNothing)
 
 TEST(IsBareFileName, TakesWhatLiesInTheFolderItself)
 {
-    for (const wchar_t* const name : {L"a", L"a b.sldprt", L"..a", L"a..", L".a.", L"a=b;c"}) {
+    for (const wchar_t* const name : {L"a", L"a b.sldprt", L"..a", L"a..b", L".a", L"a=b;c", L"a b .c"}) {
         EXPECT_TRUE(IsBareFileName(name)) << std::string(name, name + std::wcslen(name));
+    }
+}
+
+TEST(IsBareFileName, RefusesWhatTheSystemTakesForAnotherName)
+{
+    for (const wchar_t* const name :
+         {L"a.", L"a..", L"a ", L"a. ", L"a*", L"a?.sldprt", L"*.sldprt", L"a<b", L"a>b", L"a\"b", L"a|b"}) {
+        EXPECT_FALSE(IsBareFileName(name)) << std::string(name, name + std::wcslen(name));
     }
 }
 

@@ -775,6 +775,16 @@ TEST_F(ConversionRunTest, AFailedCopySkipsTheRow)
     EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 0, 0, 33, 33, 33, 33, 66}));
 }
 
+TEST_F(ConversionRunTest, NoCopyTakesThePlaceOfTheMapFile)
+{
+    AddRow(L"a.txt", L"partsmap.TXT", L"x");
+    AddRow(L"b.txt", L"PartsMap.txt", L"x", false);
+    Run(true);
+    EXPECT_EQ(Records(), std::vector<std::string>{"b.txt ; PartsMap.txt ; "});
+    EXPECT_EQ(Marks(), "Pc");
+    EXPECT_FALSE(IsReadOnly(L"lib\\Mapped\\PartsMap.txt")) << "the next run could not write it";
+}
+
 TEST_F(ConversionRunTest, EveryFailedCopyIsReported)
 {
     AddRows(2);

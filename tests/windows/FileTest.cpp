@@ -76,6 +76,8 @@ TEST_F(FileTest, NameOfADeviceIsABadPath)
     for (const UINT flags : {UINT{CFile::modeRead}, CFile::modeWrite | CFile::modeCreate}) {
         EXPECT_EQ(OpenFailure(path, flags).m_cause, Cause::badPath);
     }
+    CFileStatus status;
+    EXPECT_FALSE(CFile::GetStatus(path, status));
 }
 
 TEST_F(FileTest, FolderDeniesAccess)

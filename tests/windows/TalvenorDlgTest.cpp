@@ -559,6 +559,17 @@ TEST_P(TalvenorDlgTest, StartsWithTheFoldersPartsWhereThereIsNoMapFile)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
+TEST_P(TalvenorDlgTest, AnEmptyFolderHasNoFolderOfCopiesInTheNetwork)
+{
+    SetPartsFolder(L"");
+    Run([this] {
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"");
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), L"");
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
 TEST_P(TalvenorDlgTest, StartsWithTheMapFileWhereThereIsOne)
 {
     AddThreeParts();
