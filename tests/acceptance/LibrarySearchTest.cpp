@@ -22,6 +22,22 @@ public:
     ~CPlantedScope() { SetEnvironmentVariableW(L"TALVENOR_TEST_PLANTED", nullptr); }
 };
 
+// Puts a folder in front of those of PATH, in this process and those that it starts.
+class CPathScope
+{
+public:
+    explicit CPathScope(const std::wstring& folder) : m_before(_wgetenv(L"PATH"))
+    {
+        SetEnvironmentVariableW(L"PATH", (folder + L";" + m_before).c_str());
+    }
+    CPathScope(const CPathScope&) = delete;
+    CPathScope& operator=(const CPathScope&) = delete;
+    ~CPathScope() { SetEnvironmentVariableW(L"PATH", m_before.c_str()); }
+
+private:
+    const std::wstring m_before;
+};
+
 // Has a process load a library as its own code would, by name or by path, and returns whether it did.
 bool LoadsInProcess(DWORD processId, const std::wstring& library)
 {
@@ -55,6 +71,21 @@ TEST_F(LibrarySearchTest, RunsNothingFromItsOwnAndTheWorkingFolder)
     EXPECT_FALSE(PathExists(m_trace));
     // Nothing but the search kept it from being loaded.
     EXPECT_TRUE(LoadsInProcess(program.ProcessId(), OwnFolder() + L"\\" + kPlanted));
+    EXPECT_TRUE(PathExists(m_trace));
+}
+
+TEST_F(LibrarySearchTest, RunsNothingFromTheFoldersOfPath)
+{
+    const std::wstring name = L"planted in path.dll";
+    ASSERT_TRUE(std::filesystem::copy_file(OwnFolder() + L"\\" + kPlanted, m_temp / name));
+    const CPathScope path(m_temp.Path());
+    const CProgramUnderTest program;
+    ASSERT_NE(program.MainWindow(), nullptr);
+    EXPECT_FALSE(LoadsInProcess(program.ProcessId(), name));
+    EXPECT_FALSE(PathExists(m_trace));
+    // Nothing but the search kept it from being loaded.
+    const UniqueModule loaded(LoadLibraryW(name.c_str()));
+    EXPECT_NE(loaded, nullptr);
     EXPECT_TRUE(PathExists(m_trace));
 }
 

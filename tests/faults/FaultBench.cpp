@@ -159,6 +159,14 @@ std::ptrdiff_t CountLead(const std::vector<std::string>& lines, const char* lead
     return std::ranges::count_if(lines, [lead](const std::string& line) { return line.starts_with(lead); });
 }
 
+// Whether somebody has the file open.
+bool IsHeld(const std::wstring& path)
+{
+    const UniqueHandle file(
+        ValidHandle(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
+    return file == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
 bool HasEveryEnd()
 {
     const std::vector<std::string> lines = CServerEnvironment::Server().Log();
@@ -410,6 +418,7 @@ void CFaultBench::CompareWith(const RunOutcome& expected)
     }
     CompareCopies();
     CompareServer(expected);
+    CompareHeldFiles();
 }
 
 // A run that does not come to write the map file leaves it as it was.
@@ -436,6 +445,21 @@ void CFaultBench::CompareShown(const std::vector<std::wstring>& expected)
 {
     if (m_shown.size() != expected.size() || !std::ranges::equal(m_shown, expected, Fits)) {
         Differ("shown:" + Listed(m_shown) + "\n   instead of:" + Listed(expected));
+    }
+}
+
+void CFaultBench::CompareHeldFiles()
+{
+    for (const ModelRow& row : m_startRows) {
+        for (const std::wstring& path :
+             {m_folder + L"\\" + row.texts.strOriginal, Mapped() + L"\\" + row.texts.strRenamed}) {
+            if (IsHeld(path)) {
+                Differ("still open: " + ToUtf8(path));
+            }
+        }
+    }
+    if (IsHeld(Mapped() + L"\\PartsMap.txt")) {
+        Differ("the map file is still open");
     }
 }
 

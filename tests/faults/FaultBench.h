@@ -100,6 +100,7 @@ private:
     void CompareWith(const RunOutcome& expected);
     void CompareMapFile(const RunOutcome& expected);
     void CompareShown(const std::vector<std::wstring>& expected);
+    void CompareHeldFiles();
     void CompareCopies();
     void CompareCopy(const std::wstring& name, const CopyState& expected);
     [[nodiscard]] std::wstring Mapped() const { return m_folder + L"\\Mapped"; }

@@ -151,6 +151,15 @@ TEST_F(FileFaultTest, HeldMapFile)
     }
 }
 
+// Of the bench itself.
+TEST_F(FileFaultTest, AFileThatSomebodyStillHoldsIsNoticed)
+{
+    m_bench.WriteMapFile("");
+    const Mend letGo = Hold(m_bench.MapPath(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    EXPECT_EQ("  the map file is still open\n", m_bench.Run({}));
+    letGo();
+}
+
 TEST_F(FileFaultTest, FolderInPlaceOfTheMapFile)
 {
     RecordProperty("kind", "folder in the place of the map file");
@@ -332,20 +341,21 @@ bool CanCreate(const std::wstring& path)
 class FileNameTest : public CountingTest
 {
 protected:
-    // Copies a file with each of the characters in its name, all in one run. Answers which of the characters
-    // the system does not allow.
-    std::wstring CopyWith(const std::wstring& characters)
+    // Copies files with the characters in their names, so many in each, all in one run. Answers which of the
+    // characters the system does not allow, with those beside them.
+    std::wstring CopyWith(const std::wstring& characters, std::size_t inOneName)
     {
         const CTempFolder library;
         std::vector<std::wstring> names;
         std::wstring refused;
-        for (const wchar_t character : characters) {
+        for (std::size_t at = 0; at < characters.size(); at += inOneName) {
+            const std::wstring part = characters.substr(at, inOneName);
             const std::wstring name =
-                std::to_wstring(static_cast<int>(character)) + L"_" + character + L"_.sldprt";
+                std::to_wstring(static_cast<int>(part.front())) + L"_" + part + L"_.sldprt";
             if (CanCreate(library / name)) {
                 names.push_back(name);
             } else {
-                refused += character;
+                refused += part;
             }
         }
         Note(static_cast<int>(names.size()), CopyUnder(library.Path(), names));
@@ -367,22 +377,38 @@ TEST_F(FileNameTest, EveryCharacterOfASCII)
         }
     }
     std::ranges::sort(forbidden);
-    EXPECT_EQ(forbidden, CopyWith(characters));
+    EXPECT_EQ(forbidden, CopyWith(characters, 1));
 }
 
 // Takes too long for every day.
 TEST_F(FileNameTest, MoreCharactersOfTheBasicPlane)
 {
-    RecordProperty("kind",
-                   "every 29th character of the Basic Multilingual Plane, and all up to U+0250, in a name");
+    RecordProperty("kind", "all further characters of the Basic Multilingual Plane, 64 in each name");
     std::wstring characters;
-    for (int code = 0x80; code < 0x10000; code += code < 0x250 ? 1 : 29) {
+    for (int code = 0x80; code < 0x10000; ++code) {
         const bool halfOfAPair = code >= 0xD800 && code < 0xE000;  // no character
         if (!halfOfAPair) {
             characters += static_cast<wchar_t>(code);
         }
     }
-    CopyWith(characters);
+    EXPECT_EQ(L"", CopyWith(characters, 64));
+}
+
+// Each stands for two halves in the name; the first and the last 32 of each plane.
+TEST_F(FileNameTest, CharactersOfTheOtherPlanes)
+{
+    RecordProperty("kind", "characters of the other sixteen planes, 32 in each name");
+    std::wstring characters;
+    for (unsigned plane = 1; plane <= 16; ++plane) {
+        for (const unsigned first : {0U, 0x10000U - 32U}) {
+            for (unsigned place = first; place < first + 32; ++place) {
+                const unsigned code = (plane - 1) * 0x10000U + place;
+                characters += static_cast<wchar_t>(0xD800U + (code >> 10U));
+                characters += static_cast<wchar_t>(0xDC00U + (code & 0x3FFU));
+            }
+        }
+    }
+    EXPECT_EQ(L"", CopyWith(characters, 64));
 }
 
 // Whether a path is too long is the system's affair (Windows: more than 259 characters); the run either deals

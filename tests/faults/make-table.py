@@ -16,14 +16,19 @@ the progress dialog, against the stand-in CAD server in its own process. "Left e
 back; the main window is enabled and the progress dialog gone; the messages are exactly those specified, in order; the
 map file holds exactly the records of the rows handled, the copies exactly the configurations and BOM names written so
 far, and the rows the marks that belong to that; the server got exactly the calls expected; no server process is left
-over and no document open; the next run completes what was left undone, and a run of all rows leaves everything right.
-What has to be is worked out by a plain model of the run that shares no code with the program.
+over, no document open, and no part, copy or map file held; the next run completes what was left undone, and a run of
+all rows leaves everything right. What has to be is worked out by a plain model of the run that shares no code with the
+program.
 
 A run makes 44 automation calls, counted by hand and from the server's log; each kind of fault hits every one of them in
 turn. Where a server is to end or is said to have a process for each connection, its processes really end and start; in
 the other kinds one process stays on from session to session (`stay` in tests/cadserver/README.md), which is the same
 to the program: every call on an object of an ended session fails, and the log shows that there is none. Of the files,
 three are copied in each run; names, paths and disks have runs that only copy.
+
+Wine does not ask a client's message filter about a call that the server rejects: under it such a call fails at once,
+for a while as for good, and the run loads the server anew. That the program waits for a busy server and then asks its
+user is tested with the filter alone (tests/windows/OleMessageFilterTest.cpp).
 
 """
 
