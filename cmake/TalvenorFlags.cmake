@@ -13,7 +13,8 @@ function(talvenor_flags target)
     target_compile_definitions(${target} PUBLIC
       UNICODE _UNICODE STRICT NOMINMAX WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006)
     target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections -fstack-protector-strong)
-    target_link_options(${target} PUBLIC -static -fstack-protector-strong -Wl,--gc-sections ${TALVENOR_HARDENED_FILE})
+    target_link_options(${target} PUBLIC -static -fstack-protector-strong -Wl,--gc-sections,--no-insert-timestamp
+      ${TALVENOR_HARDENED_FILE})
   endif()
   if(TALVENOR_SANITIZE)
     target_compile_options(${target} PUBLIC -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -45,6 +46,7 @@ function(talvenor_program name language)
   talvenor_flags(${name})
   target_compile_definitions(${name} PRIVATE TALVENOR_START_LANGUAGE=$<IF:$<STREQUAL:${language},english>,0,1>)
   target_link_libraries(${name} PRIVATE talvenor_ui talvenor_exe_resources)
-  target_link_options(${name} PRIVATE -municode $<$<CONFIG:Release>:-s>)
+  # The map says what of the compiler's own libraries is in the program; the bill of materials is made from it.
+  target_link_options(${name} PRIVATE -municode $<$<CONFIG:Release>:-s> "-Wl,-Map=$<TARGET_FILE_DIR:${name}>/${name}.map")
   add_dependencies(${name} talvresgerx64 talvresusx64)
 endfunction()

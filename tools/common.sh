@@ -52,6 +52,15 @@ start_display() {
 # windows_path PATH: an absolute path of this machine as a Windows program under Wine knows it.
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
+# register_library: the registry as an installed library leaves it, and the file-name template of the demonstration.
+register_library() {
+  tools/run-windows reg add 'HKLM\SOFTWARE\Zelmar\input' /v parts /d 'C:\Zelmar\Normteile' /f
+  tools/run-windows reg add 'HKLM\SOFTWARE\Zelmar\input' /v prg /d 'C:\Zelmar' /f
+  tools/run-windows reg delete 'HKCU\SOFTWARE\Zelmar\Tools\Talvenor' /f || true # left by an earlier run
+  tools/run-windows reg add 'HKCU\SOFTWARE\Zelmar\Tools\Talvenor' /v 'Template Text Column 1' \
+    /d "$(python3 -c "import sys; sys.path.insert(0, 'tools/demonstration'); import check; print(check.FILE_TEMPLATE)")" /f
+}
+
 # end_display: ends Wine's own server first, whose windows live on the display, then the display.
 end_display() {
   [ -n "${xvfb:-}" ] || return 0

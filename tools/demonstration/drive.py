@@ -24,11 +24,11 @@ def finished_box(screen):
     return box if box and box.text() == FINISHED else None
 
 
-def one_run(screen, library, copy_only, pictures):
-    """Starts the program, runs the conversion, closes the program. Returns the seconds of the run."""
+def one_run(screen, library, copy_only, pictures, start=Program):
+    """Starts the program by start(screen), runs the conversion, closes the program. Returns the seconds of the run."""
     shutil.rmtree(os.path.join(library, "Mapped"), ignore_errors=True)
     rows = len(check.expected_rows(library)[0])
-    program = Program(screen)
+    program = start(screen)
     try:
         main = program.wait_answering("the main window", 120, lambda: screen.with_control(IDC_START))
         time.sleep(1)  # for the window manager to place it

@@ -13,10 +13,9 @@ class Stuck(Exception):
 class Program:
     """One start of the program, from its first window to its end."""
 
-    def __init__(self, screen, name="talvenor.exe"):
+    def __init__(self, screen, name="talvenor.exe", folder="build/windows/bin"):
         self.screen = screen
-        self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), name],
-                                         cwd="build/windows/bin")
+        self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), name], cwd=folder)
 
     def wait_for(self, what, seconds, happened):
         end = time.monotonic() + seconds

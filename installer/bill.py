@@ -1,0 +1,88 @@
+#!/usr/bin/env python3
+"""Writes the bill of materials, SPDX 2.3 as JSON: installer/bill.py FOLDER VERSION TALVENOR.MAP BILL.spdx.json
+
+Lists the files of the staged folder with their checksums, and what the compiler has put into the program.
+SOURCE_DATE_EPOCH is the document's time.
+"""
+import hashlib
+import json
+import os
+import re
+import sys
+import time
+import uuid
+from urllib.parse import quote
+
+import package as installer
+import runtime
+
+LICENCES = "Licences.txt"
+
+
+def spdx_id(kind, name):
+    return f"SPDXRef-{kind}-" + re.sub(r"[^A-Za-z0-9.]+", "-", name.replace("++", "pp"))
+
+
+def file_entry(folder, name):
+    with open(os.path.join(folder, name), "rb") as file:
+        data = file.read()
+    return {"SPDXID": spdx_id("File", name), "fileName": "./" + name,
+            "checksums": [{"algorithm": "SHA1", "checksumValue": hashlib.sha1(data).hexdigest()},
+                          {"algorithm": "SHA256", "checksumValue": hashlib.sha256(data).hexdigest()}],
+            "licenseConcluded": "NOASSERTION", "copyrightText": "NOASSERTION"}
+
+
+def own_package(version, files):
+    sums = "".join(sorted(entry["checksums"][0]["checksumValue"] for entry in files))
+    return {"SPDXID": "SPDXRef-Talvenor", "name": "Talvenor", "versionInfo": version, "supplier": "Organization: Talvenor",
+            "downloadLocation": "NOASSERTION", "filesAnalyzed": True,
+            "packageVerificationCode": {"packageVerificationCodeValue": hashlib.sha1(sums.encode()).hexdigest()},
+            "licenseConcluded": "NOASSERTION", "licenseDeclared": "NOASSERTION",
+            "copyrightText": "© 2026 Talvenor", "primaryPackagePurpose": "APPLICATION"}
+
+
+def part_package(part):
+    address = f"pkg:deb/debian/{quote(part.package)}@{quote(part.version, safe='')}"
+    return {"SPDXID": spdx_id("Part", part.name), "name": part.name, "versionInfo": part.version,
+            "supplier": "Organization: Debian", "downloadLocation": "NOASSERTION", "filesAnalyzed": False,
+            "licenseConcluded": "NOASSERTION", "licenseDeclared": " AND ".join(part.licences),
+            "licenseComments": f"As the copyright file of the Debian package {part.package} says; see {LICENCES}.",
+            "comment": "Linked statically into talvenor.exe, from " + ", ".join(part.files),
+            "copyrightText": "NOASSERTION", "primaryPackagePurpose": "LIBRARY",
+            "externalRefs": [{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
+                              "referenceLocator": address}]}
+
+
+def relation(one, kind, other):
+    return {"spdxElementId": one, "relationshipType": kind, "relatedSpdxElement": other}
+
+
+def document(folder, version, map_path):
+    when = int(os.environ["SOURCE_DATE_EPOCH"])
+    files = [file_entry(folder, name) for name in installer.files_below(folder)]
+    parts = runtime.parts_in(map_path)
+    texts = {name: text for part in parts for name, text in part.texts.items()}
+    program = spdx_id("File", "talvenor.exe")
+    identity = uuid.uuid5(installer.NAMESPACE, f"bill {version} {when} {installer.digest_of(folder)}")
+    return {"spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "SPDXID": "SPDXRef-DOCUMENT",
+            "name": f"Talvenor-{version}", "documentNamespace": f"urn:uuid:{identity}",
+            "creationInfo": {"created": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(when)),
+                             "creators": ["Organization: Talvenor", "Tool: tools-release"]},
+            "packages": [own_package(version, files)] + [part_package(part) for part in parts],
+            "files": files,
+            "hasExtractedLicensingInfos": [{"licenseId": "LicenseRef-" + name, "name": name, "extractedText": text}
+                                           for name, text in sorted(texts.items())],
+            "relationships": [relation("SPDXRef-DOCUMENT", "DESCRIBES", "SPDXRef-Talvenor")]
+            + [relation("SPDXRef-Talvenor", "CONTAINS", entry["SPDXID"]) for entry in files]
+            + [relation(program, "STATIC_LINK", spdx_id("Part", part.name)) for part in parts]}
+
+
+def main():
+    folder, version, map_path, bill = sys.argv[1:]
+    with open(bill, "w", encoding="utf-8") as file:
+        json.dump(document(folder, version, map_path), file, ensure_ascii=False, indent=2)
+        file.write("\n")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""Makes the Windows Installer package of a staged folder: installer/package.py FOLDER VERSION PACKAGE.msi
+
+The folder holds what is installed, as tools/release stages it. SOURCE_DATE_EPOCH gives the times in the package. The
+same folder, version and time give the same bytes: the product's identity follows from the version, the package's from
+the version and the content. Needs Debian's wixl and msitools.
+"""
+import hashlib
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import uuid
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+NAMESPACE = uuid.UUID("71d910c2-d687-4556-9b68-e17fb9ea052b")
+VERSIONED = ["talvenor.exe", "talvresgerx64.dll", "talvresusx64.dll"]
+# Properties that the unprivileged half of an installation hands over to the privileged one
+SECURE = "WIX_DOWNGRADE_DETECTED;WIX_UPGRADE_DETECTED;INSTALLDIR;OWNMANUALS;LIBRARYFOLDER"
+
+
+def files_below(folder):
+    return sorted(os.path.relpath(os.path.join(place, name), folder)
+                  for place, _, names in os.walk(folder) for name in names)
+
+
+def digest_of(folder):
+    digest = hashlib.sha256()
+    for name in files_below(folder):
+        with open(os.path.join(folder, name), "rb") as file:
+            digest.update(f"{name}\0{hashlib.sha256(file.read()).hexdigest()}\n".encode("utf-8"))
+    return digest.hexdigest()
+
+
+def copy_as_of(folder, source, when):
+    """Copies the folder with what else the package is made of; the archive in the package keeps the files' times."""
+    shutil.copytree(folder, source)
+    for other in ("installer/talvenor.wxs", "resources/talvenor.ico"):
+        shutil.copy(os.path.join(HERE, "..", other), source)
+    for name in files_below(source):
+        os.utime(os.path.join(source, name), (when, when))
+
+
+def run(*command, cwd):
+    """Runs a tool whose every word is a complaint, but for one of wixl that concerns nothing used here."""
+    done = subprocess.run(command, cwd=cwd, capture_output=True, encoding="utf-8", env={**os.environ, "TZ": "UTC"})
+    complaints = [line for line in (done.stdout + done.stderr).splitlines()
+                  if line.strip() and not line.endswith(": unimplemented")]
+    if done.returncode or complaints:
+        sys.exit(f"{command[0]} failed (status {done.returncode}):\n" + "\n".join(complaints))
+
+
+def queries(version):
+    """What wixl leaves out. A file without a version in the package counts as older than any installed one with a
+    version, and would not be installed in its place."""
+    for name in VERSIONED:
+        yield f"UPDATE `File` SET `Version`='{version}.0' WHERE `File`='{name}'"
+        yield f"DELETE FROM `MsiFileHash` WHERE `File_`='{name}'"
+    yield f"UPDATE `Property` SET `Value`='{SECURE}' WHERE `Property`='SecureCustomProperties'"
+
+
+def summary(package, code, when, cwd):
+    """The package's summary as wixl wrote it, with identity, language and times of our own."""
+    text = subprocess.run(["msiinfo", "export", package, "_SummaryInformation"], cwd=cwd, check=True,
+                          capture_output=True, encoding="cp1252").stdout
+    stamp = time.strftime("%Y/%m/%d %H:%M:%S", time.gmtime(when))
+    ours = {"7": "x64;1031", "9": "{%s}" % str(code).upper(), "12": stamp, "13": stamp}
+    rows = [line.split("\t", 1) for line in text.splitlines()]
+    return "".join(f"{key}\t{ours.get(key, rest)}\r\n" for key, rest in rows)
+
+
+def main():
+    folder, version, package = sys.argv[1:]
+    when = int(os.environ["SOURCE_DATE_EPOCH"])
+    with tempfile.TemporaryDirectory() as work:
+        source = os.path.join(work, "source")
+        copy_as_of(folder, source, when)
+        product, code = uuid.uuid5(NAMESPACE, version), uuid.uuid5(NAMESPACE, f"{version} {when} {digest_of(source)}")
+        made = os.path.join(work, "made.msi")
+        run("wixl", "--arch", "x64", "-D", f"Version={version}", "-D", f"ProductCode={str(product).upper()}",
+            "--output", made, "talvenor.wxs", cwd=source)
+        run("msibuild", made, "-q", *queries(version), cwd=work)
+        with open(os.path.join(work, "_SummaryInformation.idt"), "w", encoding="cp1252", newline="") as table:
+            table.write(summary(made, code, when, work))
+        run("msibuild", made, "-i", "_SummaryInformation.idt", cwd=work)
+        shutil.copyfile(made, package)
+
+
+if __name__ == "__main__":
+    main()

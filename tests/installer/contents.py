@@ -1,0 +1,115 @@
+#!/usr/bin/env python3
+"""Checks what a release holds: tests/installer/contents.py DIST VERSION STAGE
+
+The installer package and the portable archive hold the files below and no others, with the bytes of the staged folder;
+the package says what it should of itself; the checksums and the bill of materials fit. Exit status 1 on a finding.
+"""
+import hashlib
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import zipfile
+
+FILES = {"Licences.txt", "Manuals/ger/Zelmar_Talvenor_Hilfe.pdf", "Manuals/us/Zelmar_Talvenor_Hilfe.pdf", "talvenor.exe",
+         "talvresgerx64.dll", "talvresusx64.dll"}
+PROPERTIES = {"ALLUSERS": "1", "ARPPRODUCTICON": "talvenor.ico", "ProductName": "Talvenor", "Manufacturer": "Talvenor",
+              "UpgradeCode": "{D68003F5-A04E-4B17-9156-DE64D5E4DF2A}"}
+RUNTIME = {"libgcc", "libssp", "libstdc++", "mingw-w64 runtime", "winpthreads"}
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def in_folder(folder):
+    return {os.path.relpath(os.path.join(place, name), folder): read(os.path.join(place, name))
+            for place, _, names in os.walk(folder) for name in names}
+
+
+def in_package(package):
+    with tempfile.TemporaryDirectory() as folder:
+        subprocess.run(["msiextract", "--directory", folder, package], check=True, capture_output=True)
+        return in_folder(os.path.join(folder, "Talvenor"))
+
+
+def in_archive(archive, title):
+    with zipfile.ZipFile(archive) as packed:
+        return {name.removeprefix(title + "/"): packed.read(name) for name in packed.namelist()}
+
+
+def content_findings(where, found, staged):
+    for name in sorted(found.keys() ^ FILES):
+        yield f"{where}: {name} is {'not wanted' if name in found else 'missing'}"
+    for name in sorted(found.keys() & staged.keys()):
+        if found[name] != staged[name]:
+            yield f"{where}: {name} has other bytes"
+
+
+def table(package, name):
+    text = subprocess.run(["msiinfo", "export", package, name], check=True, capture_output=True, encoding="cp1252").stdout
+    return [line.split("\t") for line in text.splitlines()[3:]]
+
+
+def property_findings(package, version):
+    found = dict(table(package, "Property"))
+    for name, expected in {**PROPERTIES, "ProductVersion": version}.items():
+        if found.get(name) != expected:
+            yield f"installer package: property {name} is {found.get(name)!r}, not {expected!r}"
+    for row in table(package, "File"):
+        expected = f"{version}.0" if row[2].endswith((".exe", ".dll")) else ""
+        if row[4] != expected:
+            yield f"installer package: {row[2]} has the version {row[4]!r}, not {expected!r}"
+
+
+def sum_findings(dist):
+    lines = [line.split(maxsplit=1) for line in read(os.path.join(dist, "SHA256SUMS")).decode().splitlines()]
+    sums = {name: digest for digest, name in lines}
+    for name in sorted(sums.keys() ^ (set(os.listdir(dist)) - {"SHA256SUMS"})):
+        yield f"SHA256SUMS and the folder differ in {name}"
+    for name, digest in sums.items():
+        if hashlib.sha256(read(os.path.join(dist, name))).hexdigest() != digest:
+            yield f"SHA256SUMS: wrong for {name}"
+
+
+def bill_findings(bill, staged):
+    found = {entry["fileName"].removeprefix("./"): entry["checksums"][1]["checksumValue"] for entry in bill["files"]}
+    if found != {name: hashlib.sha256(data).hexdigest() for name, data in staged.items()}:
+        yield "bill of materials: other files or checksums than staged"
+    names = {package["name"] for package in bill["packages"]}
+    if names != RUNTIME | {"Talvenor"}:
+        yield f"bill of materials: the parts are {sorted(names)}"
+    known = {entry["SPDXID"] for key in ("files", "packages") for entry in bill[key]} | {"SPDXRef-DOCUMENT"}
+    for relation in bill["relationships"]:
+        if {relation["spdxElementId"], relation["relatedSpdxElement"]} - known:
+            yield f"bill of materials: a relation to nothing: {relation}"
+
+
+def findings(dist, version, stage):
+    title, staged = f"Talvenor-{version}", in_folder(stage)
+    package = os.path.join(dist, f"{title}-x64.msi")
+    yield from content_findings("installer package", in_package(package), staged)
+    yield from content_findings("portable archive", in_archive(os.path.join(dist, f"{title}-x64-portable.zip"), title), staged)
+    yield from property_findings(package, version)
+    yield from sum_findings(dist)
+    yield from bill_findings(json.loads(read(os.path.join(dist, f"{title}.spdx.json"))), staged)
+
+
+def main():
+    found = list(findings(*sys.argv[1:]))
+    # A test program that got in, a file that was left out and one that was changed must be seen.
+    staged = in_folder(sys.argv[3])
+    tried = {**staged, "cadserver.exe": b"", "talvenor.exe": b"other"}
+    del tried["Licences.txt"]
+    if len(list(content_findings("trial", tried, staged))) != 3:
+        found.append("what does not belong there would not be noticed")
+    for finding in found:
+        print("   " + finding)
+    print(f"   {len(FILES)} files in each package, {len(found)} findings")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
