@@ -64,6 +64,15 @@ def property_findings(package, version):
             yield f"installer package: {row[2]} has the version {row[4]!r}, not {expected!r}"
 
 
+def order_findings(package):
+    """The older version goes before anything of the newer one comes; the manuals' folder is known before it is used."""
+    order = {row[0]: int(row[2]) for row in table(package, "InstallExecuteSequence")}
+    for actions in (("InstallValidate", "RemoveExistingProducts", "InstallInitialize"),
+                    ("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize")):
+        if sorted(actions, key=lambda action: order.get(action, 0)) != list(actions):
+            yield f"installer package: the order is not {', '.join(actions)}"
+
+
 def sum_findings(dist):
     lines = [line.split(maxsplit=1) for line in read(os.path.join(dist, "SHA256SUMS")).decode().splitlines()]
     sums = {name: digest for digest, name in lines}
@@ -93,6 +102,7 @@ def findings(dist, version, stage):
     yield from content_findings("installer package", in_package(package), staged)
     yield from content_findings("portable archive", in_archive(os.path.join(dist, f"{title}-x64-portable.zip"), title), staged)
     yield from property_findings(package, version)
+    yield from order_findings(package)
     yield from sum_findings(dist)
     yield from bill_findings(json.loads(read(os.path.join(dist, f"{title}.spdx.json"))), staged)
 

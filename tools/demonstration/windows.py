@@ -1,5 +1,6 @@
 """What stands on the screen, from the log of tools/windowwatch, and a person's hands: mouse, keys, pictures."""
 import collections
+import re
 import subprocess
 import time
 
@@ -42,7 +43,7 @@ class Screen:
             self.windows.pop(handle, None)
             return
         rect, enabled, text = tuple(map(int, fields[3].split(","))), fields[4] == "enabled", fields[6]
-        text = text.replace("\\n", "\n").replace("\\t", "\t")
+        text = re.sub(r"\\(.)", lambda escaped: {"n": "\n", "t": "\t"}.get(escaped.group(1), escaped.group(1)), text)
         if what == "control":
             # Several labels share the number -1; of a box only the one with the text matters.
             number = int(fields[7])

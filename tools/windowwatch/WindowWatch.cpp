@@ -7,8 +7,9 @@
 //   TIME  control  HANDLE  LEFT,TOP,RIGHT,BOTTOM  enabled|disabled  CLASS  TEXT  ID   (after its window's
 //   line) TIME  gone     HANDLE
 //
-// TIME is in milliseconds since 1970 in UTC, rectangles are in screen pixels, line feeds and tabs in texts
-// appear as \n and \t. Texts are read without sending a message, so the watched program does not notice.
+// TIME is in milliseconds since 1970 in UTC, rectangles are in screen pixels, line feeds, tabs and
+// backslashes in texts appear as \n, \t and \\. Texts are read without sending a message, so the watched
+// program does not notice.
 #include <windows.h>
 
 #include <chrono>
@@ -43,6 +44,9 @@ std::string OneLine(const std::wstring& text)
                 break;
             case L'\t':
                 line += L"\\t";
+                break;
+            case L'\\':
+                line += L"\\\\";
                 break;
             case L'\r':
                 break;
