@@ -18,6 +18,7 @@ import windows
 from program import Program, Stuck
 
 OLDER = "0.9.0"
+VERSION_NUMBERS = struct.pack("<II", 0xFEEF04BD, 0x00010000)  # what begins the numbers of a version resource
 INSTALLED = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall"
 LIBRARY_KEY = "HKLM\\SOFTWARE\\Zelmar\\input"
 PROGRAM_FOLDER, LIBRARY_FOLDER, PARTS = "C:\\Program Files\\Talvenor\\", "C:\\Zelmar\\", "C:\\Zelmar\\Normteile"
@@ -27,7 +28,10 @@ NO_RESOURCES = "Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx6
 WINE = r"HKEY_LOCAL_MACHINE\\Software\\(Classes|Microsoft\\Windows\\CurrentVersion)\\Installer"
 LEFT = {
     r"C:\\Zelmar\\Normteile\\Mapped(\\.*)?": "made by the conversion run",
-    r"HKEY_USERS\\[^\\]+\\Software\\TalvenorCadServer\\Starts": "counted by the stand-in server",
+    r"HKEY_USERS\\[^\\]+\\Software\\Zelmar\\Tools\\Talvenor\\Template Text Column [12]": "the user's templates",
+    r"HKEY_USERS\\[^\\]+\\Software\\TalvenorCadServer(\\Starts)?": "counted by the stand-in server",
+    r"HKEY_USERS\\[^\\]+\\Software\\Wine\\Temporary System Parameters(\\.*)?": "Wine's own notes",
+    r"C:\\windows\\Installer": "empty folder of Wine's own installer service",
     WINE + r"(\\(Features|Products|UpgradeCodes|UserData|UserData\\S-1-5-18(\\(Components|Products))?))?":
         "empty registry keys of Wine's own installer service",
 }
@@ -132,7 +136,7 @@ def older_bytes(data, version):
     """The file with the older number in its version resource; a text has none."""
     def numbers(text):
         major, minor, patch = map(int, text.split("."))
-        return struct.pack("<4H", minor, major, 0, patch) * 2  # of the file and of the product
+        return VERSION_NUMBERS + struct.pack("<4H", minor, major, 0, patch) * 2  # of the file and of the product
     if not data.startswith(b"MZ"):
         return data
     if data.count(numbers(version)) != 1:
