@@ -17,8 +17,8 @@ namespace {
 
 constexpr LPARAM kDataPending = 1;
 constexpr LPARAM kDataConverted = 0;
-constexpr int kImagePending = 1;
-constexpr int kImageConverted = 2;
+constexpr UINT kImagePending = 1;
+constexpr UINT kImageConverted = 2;
 
 // A hand-edited file name gets this extension in every row: the table is built from part files.
 constexpr const wchar_t* kEditedExtension = L"sldprt";

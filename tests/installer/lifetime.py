@@ -21,7 +21,8 @@ OLDER = "0.9.0"
 VERSION_NUMBERS = struct.pack("<II", 0xFEEF04BD, 0x00010000)  # what begins the numbers of a version resource
 INSTALLED = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall"
 LIBRARY_KEY = "HKLM\\SOFTWARE\\Zelmar\\input"
-PROGRAM_FOLDER, LIBRARY_FOLDER, PARTS = "C:\\Program Files\\Talvenor\\", "C:\\Zelmar\\", "C:\\Zelmar\\Normteile"
+PROGRAM_FOLDER, OTHER_FOLDER = "C:\\Program Files\\Talvenor\\", "C:\\Another folder\\"
+LIBRARY_FOLDER, PARTS = "C:\\Zelmar\\", "C:\\Zelmar\\Normteile"
 NO_RESOURCES = "Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll"
 
 # What may differ from before after the removal, and why.
@@ -49,8 +50,8 @@ class Trial:
         right = found == expected
         self.report.compare(words, int(right), 1, [] if right else [f"expected {expected!r}", f"found {found!r}"])
 
-    def installer(self, switch, package):
-        return machine.run_windows("msiexec", switch, "Z:" + package.replace("/", "\\"), "/qn")
+    def installer(self, switch, package, *settings):
+        return machine.run_windows("msiexec", switch, "Z:" + package.replace("/", "\\"), "/qn", *settings)
 
     def entries(self, state):
         """Name, version and publisher of every entry of ours under the installed programs."""
@@ -60,21 +61,21 @@ class Trial:
                 for key in keys]
         return sorted(row for row in rows if row[0] == "Talvenor")
 
-    def installed_files(self, stage, manuals):
+    def installed_files(self, stage, program, manuals):
         """The staged files under the paths that they should be installed at."""
         names = installer.files_below(stage)
-        places = {name: (manuals if name.startswith("Manuals/") else PROGRAM_FOLDER) + name.replace("/", "\\")
+        places = {name: (manuals if name.startswith("Manuals/") else program) + name.replace("/", "\\")
                   for name in names}
         return {places[name]: machine.digest(os.path.join(stage, name)) for name in names}
 
-    def expect_installed(self, before, version, stage, manuals):
+    def expect_installed(self, before, version, stage, program, manuals):
         state = self.machine.state()
         self.expect(f"entry of version {version} under the installed programs", self.entries(state),
                     [["Talvenor", version, "Talvenor"]])
         new = {name for word, name in machine.differences(before, state) if word == "new" and name in state}
         files = {name: state[name] for name in new if state[name] != "folder" and "\\windows\\Installer\\" not in name
                  and not name.endswith(".lnk") and not name.startswith(PARTS + "\\")}
-        self.expect("installed files, their places and bytes", files, self.installed_files(stage, manuals))
+        self.expect("installed files, their places and bytes", files, self.installed_files(stage, program, manuals))
         return state
 
     def expect_icon(self, state):
@@ -148,7 +149,7 @@ def first_lifetime(trial):
     print("\n== Installed where the library is registered; used; removed", flush=True)
     before = trial.machine.state()
     trial.expect("status of the installation", trial.installer("/i", trial.package), 0)
-    state = trial.expect_installed(before, trial.version, trial.stage, LIBRARY_FOLDER)
+    state = trial.expect_installed(before, trial.version, trial.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
     trial.expect_icon(state)
     target, folder = trial.shortcut(state)
     trial.conversion(target, folder)
@@ -162,21 +163,21 @@ def second_lifetime(trial):
     package, stage = trial.older_package()
     before = trial.machine.state()
     trial.expect(f"status of the installation of {OLDER}", trial.installer("/i", package), 0)
-    trial.expect_installed(before, OLDER, stage, LIBRARY_FOLDER)
+    trial.expect_installed(before, OLDER, stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
     trial.expect("status of the upgrade", trial.installer("/i", trial.package), 0)
-    trial.expect_installed(before, trial.version, trial.stage, LIBRARY_FOLDER)
+    trial.expect_installed(before, trial.version, trial.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
     trial.expect("an installation of the older version fails", trial.installer("/i", package) != 0, True)
-    trial.expect_installed(before, trial.version, trial.stage, LIBRARY_FOLDER)
+    trial.expect_installed(before, trial.version, trial.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
     trial.expect("status of the removal", trial.installer("/x", trial.package), 0)
     trial.expect_as_before(before)
 
 
 def third_lifetime(trial):
-    print("\n== Installed where no library is registered; the library comes; removed", flush=True)
+    print("\n== Installed into another folder where no library is registered; the library comes; removed", flush=True)
     machine.run_windows("reg", "delete", LIBRARY_KEY, "/v", "prg", "/f")
     without = trial.machine.state()
-    trial.expect("status of the installation", trial.installer("/i", trial.package), 0)
-    trial.expect_installed(without, trial.version, trial.stage, PROGRAM_FOLDER)
+    trial.expect("status of the installation", trial.installer("/i", trial.package, "INSTALLDIR=" + OTHER_FOLDER), 0)
+    trial.expect_installed(without, trial.version, trial.stage, OTHER_FOLDER, OTHER_FOLDER)
     machine.run_windows("reg", "add", LIBRARY_KEY, "/v", "prg", "/d", LIBRARY_FOLDER.rstrip("\\"), "/f")
     trial.expect("status of the removal", trial.installer("/x", trial.package), 0)
     machine.run_windows("reg", "delete", LIBRARY_KEY, "/v", "prg", "/f")
