@@ -1,7 +1,11 @@
 #include "core/ConversionTable.h"
 
 #include <algorithm>
+#include <array>
+#include <deque>
+#include <memory_resource>
 #include <optional>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -68,16 +72,27 @@ private:
     bool m_bShown = false;
 };
 
-// Equal for two names exactly when the list view's own text search takes them for the same: a comparison by
-// the rules of the thread's locale that ignores letter case.
-std::string SearchKey(const std::wstring& name)
+// Writes the name's sort key into the bytes, or only measures it when `size` is 0. The key's size in bytes; 0
+// when there is no room for it.
+std::size_t MakeSortKey(const std::wstring& name, char* bytes, std::size_t size)
 {
     constexpr DWORD kFlags = LCMAP_SORTKEY | NORM_IGNORECASE;
-    const LCID locale = GetThreadLocale();
-    const int length = static_cast<int>(name.size());
-    const int size = LCMapStringW(locale, kFlags, name.c_str(), length, nullptr, 0);
-    std::string key(static_cast<std::size_t>(std::max(size, 0)), '\0');
-    LCMapStringW(locale, kFlags, name.c_str(), length, reinterpret_cast<wchar_t*>(key.data()), size);
+    const int made = LCMapStringW(GetThreadLocale(), kFlags, name.c_str(), static_cast<int>(name.size()),
+                                  reinterpret_cast<wchar_t*>(bytes), static_cast<int>(size));
+    return static_cast<std::size_t>(std::max(made, 0));
+}
+
+// Equal for two names exactly when the list view's own text search takes them for the same: a comparison by
+// the rules of the thread's locale that ignores letter case.
+std::pmr::string SearchKey(const std::wstring& name, std::pmr::memory_resource* memory)
+{
+    constexpr std::size_t kUsualSize = 1024;
+    std::array<char, kUsualSize> usual;
+    if (const std::size_t size = MakeSortKey(name, usual.data(), usual.size()); size > 0) {
+        return {usual.data(), size, memory};
+    }
+    std::pmr::string key(MakeSortKey(name, nullptr, 0), '\0', memory);
+    MakeSortKey(name, key.data(), key.size());
     return key;
 }
 
@@ -103,24 +118,42 @@ std::wstring TemplateOrDefault(int column)
     return DefaultTemplate(column);
 }
 
+// A row that is about to be inserted. Its texts lie in the memory of the rows' maker.
+struct NewRow
+{
+    const std::wstring* original;
+    std::pmr::wstring renamed;
+    std::pmr::wstring bomName;
+};
+
+bool StandsBefore(const NewRow* left, const NewRow* right)
+{
+    return *left->original < *right->original;
+}
+
 // Makes the rows for new files: asks two sets where asking the list view for each name would take quadratic
 // time.
 class CNewRows
 {
 public:
-    explicit CNewRows(const CConversionTable& table)
+    // `expected`: how many files will be added at most.
+    CNewRows(const CConversionTable& table, std::size_t expected)
         : m_strFileTemplate(TemplateOrDefault(kColumnRenamed))
         , m_strBomTemplate(TemplateOrDefault(kColumnBomName))
     {
-        for (int row = 0; row < table.GetItemCount(); ++row) {
-            m_originals.insert(SearchKey(table.GetItemText(row, kColumnOriginal)));
-            m_newNames.insert(table.GetItemText(row, kColumnRenamed));
+        const int count = table.GetItemCount();
+        m_originals.reserve(static_cast<std::size_t>(count) + expected);
+        m_newNames.reserve(static_cast<std::size_t>(count) + expected);
+        for (int row = 0; row < count; ++row) {
+            m_originals.insert(SearchKey(table.GetItemText(row, kColumnOriginal), &m_memory));
+            m_newNames.insert(m_oldRows.emplace_back(table.GetItemText(row, kColumnRenamed)));
         }
     }
 
+    // The name must stay where it is.
     void Add(const std::wstring& original)
     {
-        std::string key = SearchKey(original);
+        std::pmr::string key = SearchKey(original, &m_memory);
         if (m_originals.contains(key)) {
             return;
         }
@@ -132,28 +165,43 @@ public:
         if (SanitizeFileName(newName) > 0) {
             m_forbiddenCharacters.Show(kForbiddenCharacters.Current());
         }
-        if (!m_newNames.insert(newName).second) {
+        m_rows.push_back({&original, Kept(newName), Kept(ExpandTemplate(m_strBomTemplate, values))});
+        if (!m_newNames.insert(m_rows.back().renamed).second) {
+            m_rows.pop_back();
             m_nameTaken.Show(kAddedNameTakenLead.Current() + original + L" -> " + newName +
                              kAddedNameTakenClosing.Current());
             return;
         }
         m_originals.insert(std::move(key));
-        m_rows.push_back({original, std::move(newName), ExpandTemplate(m_strBomTemplate, values)});
     }
 
-    // The rows made so far in the table's order, so that an empty table needs no further sorting.
-    [[nodiscard]] const std::vector<UTtab_entry>& Sorted()
+    // The rows made so far in the table's order, so that an empty table needs no further sorting. No two of
+    // them have the same original name.
+    [[nodiscard]] std::vector<const NewRow*> Sorted() const
     {
-        std::ranges::stable_sort(m_rows, {}, &UTtab_entry::strOriginal);
-        return m_rows;
+        std::vector<const NewRow*> sorted;
+        sorted.reserve(m_rows.size());
+        for (const NewRow& row : m_rows) {
+            sorted.push_back(&row);
+        }
+        if (!std::ranges::is_sorted(sorted, StandsBefore)) {
+            std::ranges::sort(sorted, StandsBefore);
+        }
+        return sorted;
     }
 
 private:
+    // A text in the memory of the rows.
+    std::pmr::wstring Kept(std::wstring_view text) { return std::pmr::wstring(text, &m_memory); }
+
     std::wstring m_strFileTemplate;
     std::wstring m_strBomTemplate;
-    std::unordered_set<std::string> m_originals;
-    std::unordered_set<std::wstring> m_newNames;
-    std::vector<UTtab_entry> m_rows;
+    std::pmr::monotonic_buffer_resource m_memory;  // nothing in it goes before the rest
+    std::pmr::unordered_set<std::pmr::string> m_originals{&m_memory};
+    // Those of m_oldRows and m_rows, which stay in place.
+    std::pmr::unordered_set<std::wstring_view> m_newNames{&m_memory};
+    std::deque<std::wstring> m_oldRows;
+    std::pmr::deque<NewRow> m_rows{&m_memory};
     COnceMessage m_forbiddenCharacters;
     COnceMessage m_nameTaken;
 };
@@ -243,18 +291,21 @@ struct CConversionTable::Row
 
 void CConversionTable::AddFiles(const std::vector<std::wstring>& fileNames)
 {
-    CNewRows newRows(*this);
+    CNewRows newRows(*this, fileNames.size());
     for (const std::wstring& name : fileNames) {
         newRows.Add(name);
     }
-    const std::vector<UTtab_entry>& rows = newRows.Sorted();
+    const std::vector<const NewRow*> rows = newRows.Sorted();
     const CRedrawPause pause(*this);
-    int row = GetItemCount();
-    SetItemCount(row + static_cast<int>(rows.size()));
-    for (const UTtab_entry& entry : rows) {
-        InsertRow(row++, entry, true);
+    const int before = GetItemCount();
+    SetItemCount(before + static_cast<int>(rows.size()));
+    int row = before;
+    for (const NewRow* newRow : rows) {
+        InsertRow(row++, newRow->original->c_str(), newRow->renamed.c_str(), newRow->bomName.c_str(), true);
     }
-    SortTextItems(kColumnOriginal, true, 0, -1);
+    if (before > 0) {
+        SortTextItems(kColumnOriginal, true, 0, -1);
+    }
 }
 
 void CConversionTable::FillConverted(const CList<UTtab_entry, UTtab_entry&>& entries)
@@ -264,7 +315,8 @@ void CConversionTable::FillConverted(const CList<UTtab_entry, UTtab_entry&>& ent
     SetItemCount(static_cast<int>(entries.GetCount()));
     int row = 0;
     for (const UTtab_entry& entry : entries) {
-        InsertRow(row++, entry, false);
+        InsertRow(row++, entry.strOriginal.c_str(), entry.strRenamed.c_str(), entry.strBomName.c_str(),
+                  false);
     }
 }
 
@@ -318,7 +370,7 @@ void CConversionTable::SortTextItems(int column, bool ascending, int low, int hi
 void CConversionTable::ApplyTemplate(int column)
 {
     CTemplateApplication application(*this, column);
-    bool anyChanged = false;
+    std::vector<std::pair<int, std::wstring>> changes;  // rows and their new texts
     for (int row = GetNextItem(-1, LVNI_SELECTED); row != -1; row = GetNextItem(row, LVNI_SELECTED)) {
         const std::wstring oldText = GetItemText(row, column);
         std::wstring text = oldText;
@@ -328,13 +380,23 @@ void CConversionTable::ApplyTemplate(int column)
         }
         if (outcome == Outcome::changed) {
             application.Rename(oldText, text);
-            SetItemText(row, column, text);
-            MarkPending(row);
-            anyChanged = true;
+            changes.emplace_back(row, std::move(text));
         }
     }
-    if (anyChanged) {
+    if (!changes.empty()) {
+        SetTexts(column, changes);
         ::PostMessageW(::GetParent(m_hWnd), WM_LISTCHANGED, 0, 0);
+    }
+}
+
+// Sets texts of the column and marks their rows pending; all at once, since the list does not redraw
+// meanwhile and no message box may come up above it.
+void CConversionTable::SetTexts(int column, const std::vector<std::pair<int, std::wstring>>& changes) const
+{
+    const CRedrawPause pause(*this);
+    for (const auto& [row, text] : changes) {
+        SetItemText(row, column, text);
+        MarkPending(row);
     }
 }
 
@@ -421,16 +483,17 @@ void CConversionTable::Mark(int row, bool pending) const
     SetItem(item);
 }
 
-void CConversionTable::InsertRow(int row, const UTtab_entry& entry, bool pending) const
+void CConversionTable::InsertRow(int row, const wchar_t* original, const wchar_t* renamed,
+                                 const wchar_t* bomName, bool pending) const
 {
     LVITEMW item{};
     item.mask = LVIF_TEXT | LVIF_PARAM | LVIF_STATE | LVIF_IMAGE;
     item.iItem = row;
-    item.pszText = const_cast<wchar_t*>(entry.strOriginal.c_str());
+    item.pszText = const_cast<wchar_t*>(original);
     SetMark(item, pending);
     const int inserted = InsertItem(item);
-    SetItemText(inserted, kColumnRenamed, entry.strRenamed);
-    SetItemText(inserted, kColumnBomName, entry.strBomName);
+    SetItemText(inserted, kColumnRenamed, renamed);
+    SetItemText(inserted, kColumnBomName, bomName);
 }
 
 CConversionTable::Row CConversionTable::ReadRow(int row) const

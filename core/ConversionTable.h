@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/UTtabEntry.h"
@@ -56,7 +57,9 @@ private:
     struct Row;
 
     void Mark(int row, bool pending) const;
-    void InsertRow(int row, const UTtab_entry& entry, bool pending) const;
+    void SetTexts(int column, const std::vector<std::pair<int, std::wstring>>& changes) const;
+    void InsertRow(int row, const wchar_t* original, const wchar_t* renamed, const wchar_t* bomName,
+                   bool pending) const;
     [[nodiscard]] Row ReadRow(int row) const;
     void WriteRow(int row, const Row& content) const;
     [[nodiscard]] bool AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const;

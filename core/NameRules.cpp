@@ -37,7 +37,9 @@ void CollapseDots(std::wstring& name)
 
 bool EnsureExtension(std::wstring& name, std::wstring_view extension)
 {
-    name = Trim(name);
+    if (const std::wstring_view trimmed = Trimmed(name); trimmed.size() < name.size()) {
+        name = std::wstring(trimmed);
+    }
     if (name.empty() || extension.empty()) {
         return false;
     }

@@ -17,7 +17,13 @@ struct FillIn
 // on it.
 std::wstring Fill(std::wstring_view text, std::initializer_list<FillIn> fillIns)
 {
-    std::wstring filled(text);
+    std::size_t usualSize = text.size();  // of a text in which each fill-in stands once
+    for (const FillIn& fillIn : fillIns) {
+        usualSize += fillIn.value.size();
+    }
+    std::wstring filled;
+    filled.reserve(usualSize);
+    filled = text;
     for (const FillIn& fillIn : fillIns) {
         ReplaceAll(filled, fillIn.name, fillIn.value);
     }

@@ -1,5 +1,6 @@
 #include "core/PartName.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -22,9 +23,8 @@ struct ExtraBlock
 
 std::wstring_view StandardPrefix(std::wstring_view fileName)
 {
-    const std::wstring upper = ToUpper(fileName);
     for (const std::wstring_view prefix : kPrefixes) {
-        if (upper.starts_with(prefix)) {
+        if (EqualIgnoringCase(fileName.substr(0, prefix.size()), prefix)) {
             return prefix;
         }
     }
@@ -76,27 +76,24 @@ std::wstring_view TextBetween(std::wstring_view fileName, std::size_t fence, std
     return fileName.substr(begin, nextFence - begin);
 }
 
-std::wstring WithoutBlock(std::wstring_view fileName, const std::optional<ExtraBlock>& block)
+std::wstring WithoutBlock(std::wstring_view fileName, const ExtraBlock& block)
 {
     std::wstring text(fileName);
-    if (block) {
-        text.erase(block->first, block->last + kFence.size() - block->first);
-    }
+    text.erase(block.first, block.last + kFence.size() - block.first);
     return text;
 }
 
-std::wstring SizeOf(std::wstring_view fileName, const std::optional<ExtraBlock>& block,
-                    std::size_t prefixLength)
+// `fileName`: without an extra block.
+std::wstring_view SizeOf(std::wstring_view fileName, std::size_t prefixLength)
 {
-    std::wstring text = WithoutBlock(fileName, block);
-    text.erase(0, prefixLength);
-    const std::size_t underscore = text.find(L'_');
-    if (underscore == std::wstring::npos) {
+    fileName.remove_prefix(std::min(prefixLength, fileName.size()));
+    const std::size_t underscore = fileName.find(L'_');
+    if (underscore == std::wstring_view::npos) {
         return {};
     }
-    text.erase(0, underscore + 1);
-    const std::size_t dot = text.rfind(L'.');
-    return dot == std::wstring::npos ? std::wstring() : text.substr(0, dot);
+    fileName.remove_prefix(underscore + 1);
+    const std::size_t dot = fileName.rfind(L'.');
+    return dot == std::wstring_view::npos ? std::wstring_view() : fileName.substr(0, dot);
 }
 
 }  // namespace
@@ -112,8 +109,10 @@ PartNameValues Diverses::SplitPartName(std::wstring_view fileName)
         values.strNumber = NumberOf(Core(fileName, prefix.size()));
     }
     const std::optional<ExtraBlock> block = FindExtraBlock(fileName);
-    values.strSize = SizeOf(fileName, block, prefix.size());
-    if (block) {
+    if (!block) {
+        values.strSize = SizeOf(fileName, prefix.size());
+    } else {
+        values.strSize = SizeOf(WithoutBlock(fileName, *block), prefix.size());
         values.strExtra1 = TextBetween(fileName, block->first, block->middle);
         values.strExtra2 = TextBetween(fileName, block->middle, block->last);
     }

@@ -16,13 +16,18 @@ wchar_t UpperLetter(wchar_t character)
 
 }  // namespace
 
-std::wstring Trim(std::wstring_view text)
+std::wstring_view Trimmed(std::wstring_view text)
 {
     const std::size_t first = text.find_first_not_of(kWhiteSpace);
     if (first == std::wstring_view::npos) {
         return {};
     }
-    return std::wstring(text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1));
+    return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
+}
+
+std::wstring Trim(std::wstring_view text)
+{
+    return std::wstring(Trimmed(text));
 }
 
 std::wstring ToUpper(std::wstring_view text)
@@ -43,10 +48,15 @@ int ReplaceAll(std::wstring& text, std::wstring_view what, std::wstring_view by)
     if (what.empty()) {
         return 0;
     }
+    std::size_t at = text.find(what);
+    if (at != std::wstring::npos && text.find(what, at + what.size()) == std::wstring::npos) {
+        text.replace(at, what.size(), by);  // the usual case, which needs no second text
+        return 1;
+    }
     std::wstring replaced;
     std::size_t done = 0;
     int count = 0;
-    for (std::size_t at = text.find(what); at != std::wstring::npos; at = text.find(what, done)) {
+    for (; at != std::wstring::npos; at = text.find(what, done)) {
         replaced.append(text, done, at - done).append(by);
         done = at + what.size();
         ++count;

@@ -5,6 +5,8 @@
 
 // The text without the white space at its two ends: every character with the Unicode property White_Space.
 [[nodiscard]] std::wstring Trim(std::wstring_view text);
+// The same as a view into the text.
+[[nodiscard]] std::wstring_view Trimmed(std::wstring_view text);
 
 // The text with the letters a to z in upper case; every other character stays. Only ASCII letters are turned,
 // whatever the locale: the prefixes and extensions compared are ASCII, and under a Turkish locale the i of

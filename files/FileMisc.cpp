@@ -16,6 +16,7 @@
 namespace {
 
 constexpr UINT kCopyBlockSize = 4096;
+constexpr std::size_t kReadBufferSize = 65536;
 
 // The pattern with its "%s" replaced by the values, one after the other.
 std::wstring FillIn(const std::wstring& pattern, std::initializer_list<std::wstring> values)
@@ -166,10 +167,11 @@ int OpenStream(Stream& stream, const std::string& path8, std::ios::openmode mode
 
 std::wstring DecodeAnsi(std::string_view bytes)
 {
+    // No code page makes more characters than there are bytes.
     const int size = static_cast<int>(bytes.size());
-    const int length = ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, nullptr, 0);
-    std::wstring text(static_cast<std::size_t>(length), L'\0');
-    ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, text.data(), length);
+    std::wstring text(bytes.size(), L'\0');
+    const int length = ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, text.data(), size);
+    text.resize(static_cast<std::size_t>(length));
     return text;
 }
 
@@ -269,7 +271,9 @@ CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
     if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
         return {false, false};
     }
+    std::vector<char> buffer(kReadBufferSize);  // the stream's own is a fraction of it
     std::ifstream stream;
+    stream.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
     if (OpenInputFile(stream, PathToBytes(path), true) != 0) {
         const Text before{L"FEHLER: Datei '", L"ERROR: File '"};
         const Text after{L"' kann nicht zum Lesen geöffnet werden!", L"' cannot be opened for read access!"};

@@ -10,19 +10,19 @@ constexpr wchar_t kSeparator = L';';
 constexpr std::size_t kNone = std::wstring_view::npos;
 
 // The format knows these blanks only; a name may well end in another kind, such as a no-break space.
-std::wstring StripBlanks(std::wstring_view text)
+std::wstring_view StripBlanks(std::wstring_view text)
 {
     constexpr std::wstring_view kBlanks = L" \t\r\n";
     const std::size_t first = text.find_first_not_of(kBlanks);
     if (first == kNone) {
         return {};
     }
-    return std::wstring(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 // Cuts the text before the first separator off the front of `rest`, separator included, into `field`,
 // trimmed. False when there is no separator or nothing, not even a blank, before it.
-bool TakeField(std::wstring_view& rest, std::wstring& field)
+bool TakeField(std::wstring_view& rest, std::wstring_view& field)
 {
     const std::size_t separator = rest.find(kSeparator);
     if (separator == kNone || separator == 0) {
@@ -51,12 +51,14 @@ bool HoldsRecord(std::wstring_view strippedLine)
 
 bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry)
 {
-    UTtab_entry parsed;
-    if (!TakeField(strippedLine, parsed.strOriginal) || !TakeField(strippedLine, parsed.strRenamed)) {
+    std::wstring_view original;
+    std::wstring_view renamed;
+    if (!TakeField(strippedLine, original) || !TakeField(strippedLine, renamed)) {
         return false;
     }
-    parsed.strBomName = StripBlanks(strippedLine);
-    entry = std::move(parsed);
+    entry.strOriginal = original;
+    entry.strRenamed = renamed;
+    entry.strBomName = StripBlanks(strippedLine);
     return true;
 }
 
@@ -92,15 +94,16 @@ MapReadResult ReadMapLines(std::istream& in, std::wstring (*decode)(std::string_
                            CList<UTtab_entry, UTtab_entry&>& entries)
 {
     std::array<char, kMapLineMaxBytes + 1> buffer{};
+    UTtab_entry entry;  // one for all lines, as its texts keep their room
     // A line that does not fit the buffer fails the stream and so ends the reading, which is meant.
     for (int line = 1; in.getline(buffer.data(), buffer.size()); ++line) {
         // The line end is counted but not stored; only a last line can be without one.
         const std::size_t length = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);
-        const std::wstring text = StripBlanks(decode(std::string_view(buffer.data(), length)));
+        const std::wstring decoded = decode(std::string_view(buffer.data(), length));
+        const std::wstring_view text = StripBlanks(decoded);
         if (!HoldsRecord(text)) {
             continue;
         }
-        UTtab_entry entry;
         if (!ParseMapLine(text, entry)) {
             return {true, line};
         }

@@ -93,27 +93,37 @@ RECT CListCtrl::GetRowRect(int row) const
 
 std::wstring CListCtrl::GetItemText(int row, int column) const
 {
-    std::wstring text;
-    std::size_t length = 0;
+    std::array<wchar_t, kUsualTextLength> usual;
+    std::size_t length = ReadItemText(row, column, usual.data(), usual.size());
+    if (length + 1 < usual.size()) {
+        return {usual.data(), length};
+    }
     // The control cuts a text to the buffer without saying so: a full buffer asks for a larger one.
-    for (std::size_t size = kUsualTextLength; length + 1 >= text.size(); size *= 2) {
-        text.resize(size);
-        LVITEMW item{};
-        item.iSubItem = column;
-        item.pszText = text.data();
-        item.cchTextMax = static_cast<int>(size);
-        length = static_cast<std::size_t>(
-            SendMessage(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
+    std::wstring text(usual.size(), L'\0');
+    while (length + 1 >= text.size()) {
+        text.resize(text.size() * 2);
+        length = ReadItemText(row, column, text.data(), text.size());
     }
     text.resize(length);
     return text;
 }
 
-void CListCtrl::SetItemText(int row, int column, const std::wstring& text) const
+// Returns how many characters of the text lie in the buffer now, the terminating zero not counted.
+std::size_t CListCtrl::ReadItemText(int row, int column, wchar_t* buffer, std::size_t size) const
 {
     LVITEMW item{};
     item.iSubItem = column;
-    item.pszText = const_cast<wchar_t*>(text.c_str());
+    item.pszText = buffer;
+    item.cchTextMax = static_cast<int>(size);
+    return static_cast<std::size_t>(
+        SendMessage(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
+}
+
+void CListCtrl::SetItemText(int row, int column, const wchar_t* text) const
+{
+    LVITEMW item{};
+    item.iSubItem = column;
+    item.pszText = const_cast<wchar_t*>(text);
     SendMessage(LVM_SETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 

@@ -104,7 +104,11 @@ public:
     bool DeleteAllItems() const { return ListView_DeleteAllItems(m_hWnd) != FALSE; }
 
     [[nodiscard]] std::wstring GetItemText(int row, int column) const;  // of any length
-    void SetItemText(int row, int column, const std::wstring& text) const;
+    void SetItemText(int row, int column, const wchar_t* text) const;
+    void SetItemText(int row, int column, const std::wstring& text) const
+    {
+        SetItemText(row, column, text.c_str());
+    }
     [[nodiscard]] LPARAM GetItemData(int row) const;
     void SetItemData(int row, LPARAM data) const;
     [[nodiscard]] UINT GetItemState(int row, UINT mask) const
@@ -129,6 +133,9 @@ public:
     // The row across all columns, in client coordinates; empty when there is no such row.
     [[nodiscard]] RECT GetRowRect(int row) const;
     [[nodiscard]] HWND GetHeader() const { return ListView_GetHeader(m_hWnd); }
+
+private:
+    std::size_t ReadItemText(int row, int column, wchar_t* buffer, std::size_t size) const;
 };
 
 // Keeps a window from redrawing while it is filled, and has it redrawn once at the end.

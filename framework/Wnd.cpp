@@ -19,10 +19,11 @@ struct Binding
     WNDPROC previous;
 };
 
-// The bindings of this thread's windows.
+// All bindings: the program has its windows on one thread. Every message asks, so that a variable of the
+// thread, which this compiler looks up by calls, would cost as much as the rest of a message's way.
 std::unordered_map<HWND, Binding>& Bindings()
 {
-    thread_local std::unordered_map<HWND, Binding> bindings;
+    static std::unordered_map<HWND, Binding> bindings;
     return bindings;
 }
 
@@ -57,6 +58,7 @@ bool CWnd::SubclassWindow(HWND window)
     const auto [binding, isNew] = Bindings().try_emplace(window, Binding{this, ProcedureOf(window)});
     binding->second.object = this;
     m_hWnd = window;
+    m_previousProcedure = binding->second.previous;
     if (isNew) {
         SetProcedure(window, &SubclassProc);
     }
@@ -185,11 +187,10 @@ LRESULT CWnd::Default()
 
 LRESULT CWnd::DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
-    const auto binding = Bindings().find(m_hWnd);
-    if (binding == Bindings().end()) {
+    if (m_hWnd == nullptr) {
         return 0;  // the handler has destroyed the window
     }
-    return CallWindowProcW(binding->second.previous, m_hWnd, message, wParam, lParam);
+    return CallWindowProcW(m_previousProcedure, m_hWnd, message, wParam, lParam);
 }
 
 std::wstring CWnd::TextOf(HWND window)

@@ -125,4 +125,5 @@ private:
         LPARAM lParam;
     };
     CurrentMessage m_current{};
+    WNDPROC m_previousProcedure = nullptr;  // that of the window's own class, mostly
 };

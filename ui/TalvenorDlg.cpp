@@ -754,8 +754,11 @@ void CTalvenorDlg::OnMarkForConversion()
 {
     int row = m_wndList.GetNextItem(-1, LVNI_SELECTED);
     MarkListChanged(row != -1);
-    for (; row != -1; row = m_wndList.GetNextItem(row, LVNI_SELECTED)) {
-        m_wndList.MarkPending(row);
+    {
+        const CRedrawPause pause(m_wndList);
+        for (; row != -1; row = m_wndList.GetNextItem(row, LVNI_SELECTED)) {
+            m_wndList.MarkPending(row);
+        }
     }
     m_wndList.SetFocus();
 }
