@@ -129,7 +129,7 @@ std::wstring AcceptanceTest::OverwriteQuestion() const
     return m_library.OverwriteQuestion();
 }
 
-Rows Edited(Rows rows, std::size_t row, std::wstring RowOnScreen::*cell, const std::wstring& text)
+Rows Edited(Rows rows, std::size_t row, Cell cell, const std::wstring& text)
 {
     rows.at(row).*cell = text;
     rows.at(row).mark = Mark::pending;

@@ -67,8 +67,10 @@ protected:
     CCadServer m_server;
 };
 
+using Cell = std::wstring RowOnScreen::*;
+
 // The rows after an edit of one cell, whose row is then to be converted.
-Rows Edited(Rows rows, std::size_t row, std::wstring RowOnScreen::*cell, const std::wstring& text);
+Rows Edited(Rows rows, std::size_t row, Cell cell, const std::wstring& text);
 
 // A row of the list with the generated names of a standard part 'N_ISO_<number>_<size>.sldprt'.
 RowOnScreen IsoRow(const std::wstring& number, const std::wstring& size, Mark mark);

@@ -1,5 +1,7 @@
 #include "tests/acceptance/Input.h"
 
+#include <commctrl.h>
+
 #include <cstdlib>
 #include <vector>
 
@@ -72,6 +74,34 @@ INPUT CharacterInput(wchar_t character, DWORD flags)
     return input;
 }
 
+// Whether a pressed button has taken the press: it holds the mouse until it is released, or what is to happen
+// before that has begun, such as a message about the field that was left.
+bool HasTakenPress(HWND button)
+{
+    GUITHREADINFO thread{};
+    thread.cbSize = sizeof thread;
+    GetGUIThreadInfo(GetWindowThreadProcessId(button, nullptr), &thread);
+    return thread.hwndCapture == button || IsWindow(button) == FALSE ||
+           IsWindowEnabled(GetAncestor(button, GA_ROOT)) == FALSE;
+}
+
+// Presses a button and releases it when it has taken the press. A press on a window that has just been opened
+// can get lost, and a person would then press again.
+void PressButton(HWND button, POINT position)
+{
+    constexpr int kPresses = 3;
+    constexpr DWORD kPatienceOfAPress =
+        8'000;  // milliseconds; a call that the program is in may take as long
+    for (int press = 0; press < kPresses; ++press) {
+        SendClick(position, {MouseInput(position, MOUSEEVENTF_LEFTDOWN)});
+        const bool taken = WaitFor([&] { return HasTakenPress(button); }, kPatienceOfAPress);
+        Send({MouseInput(position, MOUSEEVENTF_LEFTUP)});
+        if (taken) {
+            return;
+        }
+    }
+}
+
 }  // namespace
 
 void ClickAt(POINT position)
@@ -119,7 +149,11 @@ void ClickOn(HWND control)
     GetWindowRect(control, &place);
     const POINT middle{(place.left + place.right) / 2, (place.top + place.bottom) / 2};
     WaitUntilOnTop(control, middle);
-    ClickAt(middle);
+    if (ClassOf(control) == WC_BUTTONW && IsWindowEnabled(control) != FALSE) {
+        PressButton(control, middle);
+    } else {
+        ClickAt(middle);
+    }
 }
 
 void PressKeys(std::initializer_list<int> keys)

@@ -6,7 +6,8 @@
 #include <string>
 
 // Mouse and keyboard as a person uses them: what is done goes to the window that is under the mouse, and to
-// the one that has the focus. All return at once; the program acts when it gets to it.
+// the one that has the focus. The program acts when it gets to it; only ClickOn waits until a button is
+// pressed.
 
 // Clicks the left button once at a position of the screen.
 void ClickAt(POINT position);
@@ -28,7 +29,8 @@ void TurnWheelAt(POINT position, int notches);
 // been opened may still lie under another one.
 void WaitUntilOnTop(HWND control, POINT position);
 
-// Clicks the left button in the middle of a control, once no other window covers it.
+// Clicks the left button in the middle of a control, once no other window covers it. A press that a button
+// does not take is repeated.
 void ClickOn(HWND control);
 
 // Presses the keys one after the other and releases them in reverse order: {VK_MENU, 'T'} is Alt+T.

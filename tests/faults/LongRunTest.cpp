@@ -224,6 +224,9 @@ private:
     std::optional<CProgramUnderTest> m_program;
 };
 
+template <class Number>
+using Figure = Number ResourceUse::*;
+
 // The table is filled anew for each run.
 struct Measured
 {
@@ -238,7 +241,7 @@ class LongRunTest : public testing::Test
 {
 protected:
     template <class Number>
-    void Compare(const std::string& what, const std::array<Measured, 2>& runs, Number ResourceUse::*number,
+    void Compare(const std::string& what, const std::array<Measured, 2>& runs, Figure<Number> number,
                  Number mayGrow, Number unit = 1)
     {
         const Number start = runs[0].before.*number;
