@@ -14,12 +14,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "bench/BareCopy.h"
+#include "bench/Stopwatch.h"
+#include "bench/TextFile.h"
 
 namespace {
 
@@ -43,7 +45,6 @@ constexpr DISPID kUseAlternativeBomName = 6;
 
 constexpr long kOldestDateCode = 1999250;
 constexpr long kOpenWarning = 128;
-constexpr DWORD kBlockSize = 4096;
 
 struct Row
 {
@@ -52,86 +53,19 @@ struct Row
     std::wstring bomName;
 };
 
-struct HandleCloser
-{
-    using pointer = HANDLE;
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-using File = std::unique_ptr<void, HandleCloser>;
-
-std::wstring FromUtf8(const std::string& bytes)
-{
-    const int length = static_cast<int>(bytes.size());
-    std::wstring text(bytes.size(), L'\0');
-    text.resize(static_cast<size_t>(
-        MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, text.data(), static_cast<int>(text.size()))));
-    return text;
-}
-
 std::vector<Row> ReadRows(const std::wstring& path)
 {
-    std::ifstream file(std::filesystem::path(path), std::ios::binary);
-    if (!file) {
-        throw std::runtime_error("cannot read the rows");
-    }
     std::vector<Row> rows;
-    for (std::string bytes; std::getline(file, bytes);) {
-        std::wstring line = FromUtf8(bytes);
-        std::erase(line, L'\r');
-        const size_t first = line.find(L'\t');
-        const size_t second = first == std::wstring::npos ? first : line.find(L'\t', first + 1);
-        if (second == std::wstring::npos) {
+    for (const std::vector<std::wstring>& fields : ReadFields(path)) {
+        if (fields.size() != 3) {
             throw std::runtime_error("a row without its three fields");
         }
-        rows.push_back(
-            {line.substr(0, first), line.substr(first + 1, second - first - 1), line.substr(second + 1)});
+        rows.push_back({fields[0], fields[1], fields[2]});
+    }
+    if (rows.empty()) {
+        throw std::runtime_error("cannot read the rows");
     }
     return rows;
-}
-
-File OpenFile(const std::wstring& path, DWORD access, DWORD share, DWORD disposition)
-{
-    const HANDLE handle =
-        CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) {
-        throw std::runtime_error("cannot open a file for its copy");
-    }
-    return File(handle);
-}
-
-void CopyInBlocks(const std::wstring& source, const std::wstring& target)
-{
-    const File from = OpenFile(source, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
-    const File to = OpenFile(target, GENERIC_WRITE, 0, CREATE_ALWAYS);
-    char block[kBlockSize];
-    DWORD read = 0;
-    do {
-        DWORD written = 0;
-        if (!ReadFile(from.get(), block, kBlockSize, &read, nullptr) ||
-            (read != 0 && !WriteFile(to.get(), block, read, &written, nullptr))) {
-            throw std::runtime_error("cannot copy a file");
-        }
-    } while (read != 0);
-}
-
-// Gives the file the read-only attribute or takes it; the file counts as changed now and is to be archived.
-void SetReadOnly(const std::wstring& path, bool readOnly)
-{
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES || ((attributes & FILE_ATTRIBUTE_READONLY) != 0) == readOnly) {
-        return;
-    }
-    FILETIME now;
-    GetSystemTimeAsFileTime(&now);
-    const DWORD writable =
-        (attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY)) | FILE_ATTRIBUTE_ARCHIVE;
-    SetFileAttributesW(path.c_str(), writable);
-    SetFileTime(
-        OpenFile(path, FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING).get(),
-        nullptr, nullptr, &now);
-    if (readOnly) {
-        SetFileAttributesW(path.c_str(), writable | FILE_ATTRIBUTE_READONLY);
-    }
 }
 
 _variant_t Call(IDispatch* object, DISPID dispid, std::vector<_variant_t> arguments,
@@ -249,22 +183,13 @@ long Convert(const std::wstring& folder, const std::vector<Row>& rows, const std
     return configurations;
 }
 
-double Seconds()
-{
-    LARGE_INTEGER count;
-    LARGE_INTEGER frequency;
-    QueryPerformanceCounter(&count);
-    QueryPerformanceFrequency(&frequency);
-    return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
-
 void Run(const std::wstring& folder, const std::wstring& rowsPath, const std::wstring& progId)
 {
     const std::vector<Row> rows = ReadRows(rowsPath);
-    const double begin = Seconds();
+    const CStopwatch watch;
     std::filesystem::create_directories(folder + L"\\Mapped");
     const long configurations = Convert(folder, rows, progId);
-    std::printf("%zu files, %ld configurations, %.3f s\n", rows.size(), configurations, Seconds() - begin);
+    std::printf("%zu files, %ld configurations, %.3f s\n", rows.size(), configurations, watch.Seconds());
 }
 
 }  // namespace

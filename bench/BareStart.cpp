@@ -1,0 +1,54 @@
+// The baseline of the program's start: a bare dialog of the same controls, filled with the same texts.
+//
+//   barestart ROWS.tsv
+//
+// ROWS.tsv holds a row's three texts a line. Stays until its window is closed.
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include "bench/BareDialog.h"
+#include "bench/TextFile.h"
+#include "framework/Handles.h"
+#include "framework/ResourceHandle.h"
+#include "resources/resource.h"
+
+namespace {
+
+std::vector<UTtab_entry> ReadRows(const std::wstring& path)
+{
+    std::vector<UTtab_entry> rows;
+    for (const std::vector<std::wstring>& fields : ReadFields(path)) {
+        if (fields.size() == 3) {
+            rows.push_back({fields[0], fields[1], fields[2]});
+        }
+    }
+    return rows;
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments)
+{
+    if (count != 2) {
+        return 2;
+    }
+    const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+    InitCommonControlsEx(&controls);
+    const UniqueModule resources(LoadLibraryExW(L"talvresgerx64.dll", nullptr,
+                                                LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+    SetResourceHandle(resources.get());
+    const CBareDialog dialog;
+    SetWindowTextW(dialog.Window(), L"barestart");
+    dialog.Fill(ReadRows(arguments[1]), true);
+    ShowWindow(dialog.Window(), SW_SHOW);
+    MSG message{};
+    while (IsWindow(dialog.Window()) != FALSE && GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (message.message == WM_SYSCOMMAND && message.wParam == SC_CLOSE) {
+            break;
+        }
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return 0;
+}

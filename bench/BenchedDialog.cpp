@@ -1,0 +1,76 @@
+#include "bench/BenchedDialog.h"
+
+#include <cstdio>
+#include <exception>
+
+#include "core/NameTemplate.h"
+#include "framework/WinApp.h"
+#include "resources/resource.h"
+
+namespace {
+
+class CBenchApp : public CWinApp
+{
+public:
+    explicit CBenchApp(const std::function<void()>& work) : CWinApp(L"Talvenor"), m_work(work) {}
+    int m_nResult = 1;
+
+protected:
+    bool InitInstance() override
+    {
+        InitializeOle();
+        const CResourceScope resources;
+        try {
+            m_work();
+            m_nResult = 0;
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "bench: %s\n", error.what());
+        }
+        return false;
+    }
+
+private:
+    const std::function<void()>& m_work;
+};
+
+}  // namespace
+
+CBenchedDialog::CBenchedDialog(const std::wstring& partsFolder)
+{
+    m_settings.SetPartsFolder(partsFolder);
+    // The two extra fields keep names apart that differ in nothing else.
+    m_settings.SetTemplate(kColumnRenamed, L"%5%3_%4.%7%8.changed.%6");
+    m_settings.SetTemplate(kColumnBomName, L"Norm %1 - %2");
+    m_dialog.Create();
+    m_table = &dynamic_cast<CConversionTable&>(*CWnd::FromHandle(m_dialog.GetDlgItem(IDC_LIST)));
+    m_dialog.ShowWindow(SW_SHOW);
+    DrainMessages();
+}
+
+void CBenchedDialog::Press(int id) const
+{
+    m_dialog.SendMessage(WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
+                         reinterpret_cast<LPARAM>(m_dialog.GetDlgItem(id)));
+}
+
+void CBenchedDialog::ApplyTemplate(int column) const
+{
+    m_dialog.SendMessage(WM_APPLYTEMPLATE, static_cast<WPARAM>(column));
+}
+
+std::vector<UTtab_entry> CBenchedDialog::Rows() const
+{
+    std::vector<UTtab_entry> rows;
+    for (int row = 0; row < Table().GetItemCount(); ++row) {
+        rows.push_back(Table().GetRow(row));
+    }
+    return rows;
+}
+
+int RunBench(const std::function<void()>& work)
+{
+    CBenchApp app(work);
+    app.Run();
+    const bool failed = testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed();
+    return failed ? 1 : app.m_nResult;
+}

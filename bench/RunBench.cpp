@@ -1,0 +1,139 @@
+// Times a conversion run of the real dialog, from the press of its start button to the answer to its last
+// message, which is given at once. FOLDER holds the standard parts.
+//
+//   runbench copies FOLDER PAIRS   runs that only copy. Prints for each pair the seconds of the run, of a
+//   loop of
+//                                  the system's own copy call on the same files, and of a loop that copies
+//                                  them in the run's small blocks and deals with the read-only attribute. The
+//                                  first pair is not printed.
+//   runbench records FOLDER ROWS   a run of so many rows that are converted already: each is shown and
+//   recorded,
+//                                  and nothing is copied. Prints its seconds.
+//   runbench full FOLDER           one whole run with the CAD system; prints its seconds
+#include <windows.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bench/BareCopy.h"
+#include "bench/BenchedDialog.h"
+#include "bench/Stopwatch.h"
+#include "files/FileMisc.h"
+#include "files/MapLine.h"
+#include "resources/resource.h"
+
+namespace {
+
+void RemoveFolder(const std::wstring& folder)
+{
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
+        SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+    std::filesystem::remove_all(folder, ignored);
+}
+
+double TimeRun(const std::wstring& folder, bool copyOnly, std::vector<UTtab_entry>& rows)
+{
+    CBenchedDialog dialog(folder);
+    rows = dialog.Rows();
+    CheckDlgButton(dialog.Window(), IDC_COPY_ONLY, copyOnly ? BST_CHECKED : BST_UNCHECKED);
+    static_cast<void>(dialog.m_messages.TakeTexts());
+    const CStopwatch watch;
+    dialog.Press(IDC_START);
+    const double seconds = watch.Seconds();
+    if (rows.empty() || dialog.Table().CountPendingRows() != 0 ||
+        dialog.m_messages.TakeTexts().back() != L"(not plain) Umsetzungen erfolgreich beendet.") {
+        throw std::runtime_error("the run did not convert all rows");
+    }
+    return seconds;
+}
+
+void CopyBySystem(const std::wstring& source, const std::wstring& target)
+{
+    if (CopyFileW(source.c_str(), target.c_str(), TRUE) == FALSE) {
+        throw std::runtime_error("the system does not copy");
+    }
+}
+
+void CopyAsRunsDo(const std::wstring& source, const std::wstring& target)
+{
+    SetReadOnly(target, false);
+    CopyInBlocks(source, target);
+    SetReadOnly(target, true);
+}
+
+double TimeCopies(const std::wstring& folder, const std::vector<UTtab_entry>& rows,
+                  void (*copy)(const std::wstring& source, const std::wstring& target))
+{
+    const std::wstring target = folder + L"\\Bare";
+    RemoveFolder(target);
+    CreateDirectoryW(target.c_str(), nullptr);
+    const CStopwatch watch;
+    for (const UTtab_entry& row : rows) {
+        copy(folder + L"\\" + row.strOriginal, target + L"\\" + row.strRenamed);
+    }
+    const double seconds = watch.Seconds();
+    RemoveFolder(target);
+    return seconds;
+}
+
+void MeasureCopies(const std::wstring& folder, int pairs)
+{
+    for (int pair = 0; pair <= pairs; ++pair) {
+        std::vector<UTtab_entry> rows;
+        RemoveFolder(folder + L"\\Mapped");  // so that every row begins as a new one
+        const double run = TimeRun(folder, true, rows);
+        const double bySystem = TimeCopies(folder, rows, &CopyBySystem);
+        const double asRunsDo = TimeCopies(folder, rows, &CopyAsRunsDo);
+        if (pair > 0) {
+            std::printf("%.6f\t%.6f\t%.6f\n", run, bySystem, asRunsDo);
+        }
+    }
+}
+
+void MeasureRecords(const std::wstring& folder, int count)
+{
+    std::string map = FormatMapHeader(folder, &MapByteFor);
+    for (int i = 0; i < count; ++i) {
+        const std::wstring number = std::to_wstring(i);
+        map += FormatMapRecord({L"N_" + number + L"_M8x40.sldprt", L"N_" + number + L"_M8x40.changed.sldprt",
+                                L"Norm " + number + L" - M8x40"},
+                               &MapByteFor) +
+               "\r\n";
+    }
+    std::filesystem::create_directories(folder + L"\\Mapped");
+    WriteBytes(folder + L"\\Mapped\\PartsMap.txt", map);
+    std::vector<UTtab_entry> rows;
+    const double seconds = TimeRun(folder, true, rows);
+    if (rows.size() != static_cast<std::size_t>(count)) {
+        throw std::runtime_error("not all records were shown");
+    }
+    std::printf("%.6f\n", seconds);
+}
+
+void Measure(int count, wchar_t** arguments)
+{
+    const std::wstring kind = arguments[1];
+    if (kind == L"copies" && count == 4) {
+        MeasureCopies(arguments[2], std::stoi(arguments[3]));
+    } else if (kind == L"records" && count == 4) {
+        MeasureRecords(arguments[2], std::stoi(arguments[3]));
+    } else if (kind == L"full" && count == 3) {
+        std::vector<UTtab_entry> rows;
+        RemoveFolder(std::wstring(arguments[2]) + L"\\Mapped");
+        std::printf("%.6f\n", TimeRun(arguments[2], false, rows));
+    } else {
+        throw std::runtime_error("usage: runbench copies FOLDER PAIRS | records FOLDER ROWS | full FOLDER");
+    }
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments)
+{
+    return count < 3 ? 2 : RunBench([count, arguments] { Measure(count, arguments); });
+}

@@ -1,0 +1,113 @@
+// Times the start of a program with the main dialog's list: from the making of the process until it waits for
+// input with everything painted. Then looks at how much memory it took at most, and ends it.
+//
+//   startbench ROWS PROGRAM [ARG ...]
+//
+// Prints: seconds, tab, peak of the working set in kilobytes, tab, peak of the committed memory in kilobytes.
+// ROWS is how many rows the list must hold: a start that shows anything else is no measurement.
+#include <windows.h>
+
+#include <commctrl.h>
+#include <psapi.h>
+
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+
+#include "bench/Stopwatch.h"
+#include "framework/Handles.h"
+#include "resources/resource.h"
+
+namespace {
+
+constexpr DWORD kPatience = 120'000;  // milliseconds
+
+struct Process
+{
+    UniqueHandle handle;
+    UniqueHandle thread;
+    DWORD threadId;
+};
+
+Process Start(std::wstring command)
+{
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION made{};
+    if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                       &made) == FALSE) {
+        throw std::runtime_error("the program does not start");
+    }
+    return {UniqueHandle(made.hProcess), UniqueHandle(made.hThread), made.dwThreadId};
+}
+
+// The window of the thread that has the list.
+HWND FindWindowWithList(DWORD threadId)
+{
+    HWND found = nullptr;
+    EnumThreadWindows(
+        threadId,
+        [](HWND window, LPARAM place) -> BOOL {
+            if (GetDlgItem(window, IDC_LIST) == nullptr) {
+                return TRUE;
+            }
+            *reinterpret_cast<HWND*>(place) = window;
+            return FALSE;
+        },
+        reinterpret_cast<LPARAM>(&found));
+    return found;
+}
+
+void RequireFinished(DWORD threadId, int rows)
+{
+    const HWND window = FindWindowWithList(threadId);
+    const HWND list = GetDlgItem(window, IDC_LIST);
+    if (window == nullptr || IsWindowVisible(window) == FALSE ||
+        SendMessageW(list, LVM_GETITEMCOUNT, 0, 0) != rows || GetUpdateRect(list, nullptr, FALSE) != FALSE) {
+        throw std::runtime_error("the start is not what it should be");
+    }
+}
+
+void Measure(int rows, const std::wstring& command)
+{
+    const CStopwatch watch;
+    const Process process = Start(command);
+    const DWORD waited = WaitForInputIdle(process.handle.get(), kPatience);
+    const double seconds = watch.Seconds();
+    try {
+        if (waited != 0) {
+            throw std::runtime_error("the program never waits for input");
+        }
+        RequireFinished(process.threadId, rows);
+        PROCESS_MEMORY_COUNTERS memory{};
+        GetProcessMemoryInfo(process.handle.get(), &memory, sizeof memory);
+        std::printf("%.6f\t%llu\t%llu\n", seconds, memory.PeakWorkingSetSize / 1024ULL,
+                    memory.PeakPagefileUsage / 1024ULL);
+    } catch (...) {
+        TerminateProcess(process.handle.get(), 1);
+        throw;
+    }
+    TerminateProcess(process.handle.get(), 0);
+    WaitForSingleObject(process.handle.get(), kPatience);
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments)
+{
+    if (count < 3) {
+        std::fprintf(stderr, "usage: startbench ROWS PROGRAM [ARG ...]\n");
+        return 2;
+    }
+    std::wstring command;
+    for (int i = 2; i < count; ++i) {
+        command += (i > 2 ? L" \"" : L"\"") + std::wstring(arguments[i]) + L"\"";
+    }
+    try {
+        Measure(std::stoi(arguments[1]), command);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "startbench: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,298 @@
+// Times what the main dialog does with many rows against bare loops of the same messages.
+//
+//   tablebench WORK ROWS PAIRS TABLE.tsv
+//
+// WORK is fill, show, apply1, apply2, select, delete or mark. TABLE.tsv names standard parts; more than it
+// holds are made of them. Prints a line for each pair of runs: seconds of the program, tab, seconds of the
+// bare loop; apply also prints the seconds of the bare loop with the reading of the settings that each row
+// asks for. The first pair is not printed: it makes memory and caches ready for both.
+//
+// The program's side is the real dialog (BenchedDialog.h), the bare side the same controls without any object
+// behind them (BareDialog.h). The time of each includes the painting of what it has changed. What both lists
+// hold afterwards is compared: work that was not done is no measurement.
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bench/BareDialog.h"
+#include "bench/BenchedDialog.h"
+#include "bench/Stopwatch.h"
+#include "bench/TextFile.h"
+#include "core/NameTemplate.h"
+#include "files/FileMisc.h"
+#include "files/MapLine.h"
+#include "platform/TemplateStore.h"
+#include "resources/resource.h"
+
+namespace {
+
+// Names like those of the table, none twice, in the order in which the system lists a folder.
+std::vector<std::wstring> MakeNames(const std::wstring& tablePath, std::size_t count)
+{
+    const std::vector<std::vector<std::wstring>> table = ReadFields(tablePath);
+    if (table.empty()) {
+        throw std::runtime_error("no standard parts");
+    }
+    std::vector<std::wstring> names;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::wstring name = table[i % table.size()].front();
+        if (i >= table.size()) {
+            name.insert(name.rfind(L'.'), L"-" + std::to_wstring(i / table.size()));
+        }
+        names.push_back(name);
+    }
+    std::ranges::sort(names, [](const std::wstring& left, const std::wstring& right) {
+        return CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_LESS_THAN;
+    });
+    return names;
+}
+
+double Timed(HWND list, const std::function<void()>& work)
+{
+    const CStopwatch watch;
+    work();
+    UpdateWindow(list);
+    return watch.Seconds();
+}
+
+void SelectAll(HWND list)
+{
+    ListView_SetItemState(list, -1, LVIS_SELECTED, LVIS_SELECTED);
+}
+
+std::wstring BareText(HWND list, int row, int column)
+{
+    std::wstring text(260, L'\0');
+    LVITEMW item{};
+    item.iSubItem = column;
+    item.pszText = text.data();
+    item.cchTextMax = static_cast<int>(text.size());
+    text.resize(static_cast<std::size_t>(
+        SendMessageW(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item))));
+    return text;
+}
+
+// The least that reading a template takes: what the settings store calls, without the store.
+std::wstring BareTemplate(int column)
+{
+    const std::wstring name = L"Template Text Column " + std::to_wstring(column);
+    HKEY key = nullptr;
+    DWORD size = 0;
+    DWORD type = 0;
+    RegOpenKeyExW(HKEY_CURRENT_USER, L"SOFTWARE\\Zelmar\\Tools\\Talvenor", 0, KEY_READ, &key);
+    RegQueryValueExW(key, name.c_str(), nullptr, nullptr, nullptr, &size);
+    const HANDLE heap = HeapCreate(0, 0, 0);
+    auto* const data = static_cast<wchar_t*>(HeapAlloc(heap, 0, size));
+    RegQueryValueExW(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(data), &size);
+    const std::wstring text(data);
+    HeapFree(heap, 0, data);
+    HeapDestroy(heap);
+    RegCloseKey(key);
+    RegCloseKey(HKEY_CURRENT_USER);
+    return text;
+}
+
+class CTableBench
+{
+public:
+    CTableBench(std::size_t rows, const std::wstring& tablePath) : m_names(MakeNames(tablePath, rows))
+    {
+        m_program.Table().AddFiles(m_names);
+        m_rows = m_program.Rows();
+        if (m_rows.size() != rows || !m_program.m_messages.TakeTexts().empty()) {
+            throw std::runtime_error("the names are not all taken");
+        }
+        ShowWindow(m_bare.Window(), SW_SHOW);
+        DrainMessages();
+    }
+
+    void Measure(const std::wstring& work, int pairs)
+    {
+        const auto found = m_works.find(work);
+        if (found == m_works.end()) {
+            throw std::runtime_error("no such work");
+        }
+        for (int pair = 0; pair <= pairs; ++pair) {
+            const std::vector<double> times = found->second();
+            CompareLists();
+            for (std::size_t i = 0; pair > 0 && i < times.size(); ++i) {
+                std::printf("%.6f%c", times[i], i + 1 < times.size() ? '\t' : '\n');
+            }
+        }
+    }
+
+private:
+    [[nodiscard]] HWND List() const { return m_program.Table().m_hWnd; }
+    [[nodiscard]] HWND BareList() const { return m_bare.List(); }
+
+    void Empty() const
+    {
+        for (const HWND list : {List(), BareList()}) {
+            ListView_DeleteAllItems(list);
+            UpdateWindow(list);
+        }
+        DrainMessages();
+    }
+
+    // Both lists hold all rows as converted ones, selected or not.
+    void FillBoth(bool selected) const
+    {
+        Empty();
+        for (const HWND list : {List(), BareList()}) {
+            FillBare(list, m_rows, false);
+            if (selected) {
+                SelectAll(list);
+            }
+            UpdateWindow(list);
+        }
+        DrainMessages();
+    }
+
+    void CompareLists() const
+    {
+        const int count = ListView_GetItemCount(BareList());
+        if (count != m_program.Table().GetItemCount()) {
+            throw std::runtime_error("the lists are not equally long");
+        }
+        for (int row = 0; row < count; ++row) {
+            const UTtab_entry bare{BareText(BareList(), row, 0), BareText(BareList(), row, 1),
+                                   BareText(BareList(), row, 2)};
+            constexpr UINT kStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED;
+            if (bare != m_program.Table().GetRow(row) || ListView_GetItemState(BareList(), row, kStates) !=
+                                                             m_program.Table().GetItemState(row, kStates)) {
+                throw std::runtime_error("the lists differ");
+            }
+        }
+    }
+
+    std::vector<double> Fill()
+    {
+        Empty();
+        return {Timed(List(), [this] { m_program.Table().AddFiles(m_names); }),
+                Timed(BareList(), [this] { m_bare.Fill(m_rows, true); })};
+    }
+
+    std::vector<double> Show()
+    {
+        Empty();
+        WriteMapFile();
+        return {Timed(List(), [this] { m_program.Press(IDC_SHOW_MAP); }),
+                Timed(BareList(), [this] { m_bare.Fill(m_rows, false); })};
+    }
+
+    void WriteMapFile() const
+    {
+        std::string text = FormatMapHeader(m_folder.Path(), &MapByteFor);
+        for (const UTtab_entry& row : m_rows) {
+            text += FormatMapRecord(row, &MapByteFor) + "\r\n";
+        }
+        CreateDirectoryW((m_folder / L"Mapped").c_str(), nullptr);
+        WriteBytes(m_folder / L"Mapped\\PartsMap.txt", text);
+    }
+
+    std::vector<double> SelectRows()
+    {
+        FillBoth(false);
+        return {Timed(List(), [this] { m_program.Press(IDC_SELECT_ALL); }),
+                Timed(BareList(), [this] { SelectAll(BareList()); })};
+    }
+
+    std::vector<double> DeleteRows()
+    {
+        FillBoth(true);
+        return {Timed(List(), [this] { m_program.Press(IDC_DELETE); }),
+                Timed(BareList(), [this] { DeleteBareRows(); })};
+    }
+
+    // From the end, where nothing has to move up.
+    void DeleteBareRows() const
+    {
+        const CBareRedrawPause pause(BareList());
+        for (int row = ListView_GetItemCount(BareList()) - 1; row >= 0; --row) {
+            if (ListView_GetItemState(BareList(), row, LVIS_SELECTED) != 0) {
+                ListView_DeleteItem(BareList(), row);
+            }
+        }
+    }
+
+    std::vector<double> MarkRows()
+    {
+        FillBoth(true);
+        return {Timed(List(), [this] { m_program.Press(IDC_MARK); }), Timed(BareList(), [this] {
+                    const CBareRedrawPause pause(BareList());
+                    for (int row = -1; (row = NextSelected(row)) != -1;) {
+                        SetBareMark(BareList(), row, true);
+                    }
+                })};
+    }
+
+    [[nodiscard]] int NextSelected(int row) const
+    {
+        return ListView_GetNextItem(BareList(), row, LVNI_SELECTED);
+    }
+
+    std::vector<double> Apply(int column)
+    {
+        FillBoth(true);
+        static_cast<void>(WriteTemplate(column, L"%5%3_%4_%7%8.new.%6"));  // changes every text
+        const double program = Timed(List(), [this, column] { m_program.ApplyTemplate(column); });
+        const std::vector<UTtab_entry> made = m_program.Rows();
+        const double bare = Timed(BareList(), [&] { ApplyBare(column, made, [] {}); });
+        FillBoth(true);
+        const double reading =
+            Timed(BareList(), [&] { ApplyBare(column, made, [column] { BareTemplate(column); }); });
+        SelectAll(List());
+        m_program.ApplyTemplate(column);
+        return {program, bare, reading};
+    }
+
+    // Reads both texts of each row, as making the new one asks for, then sets the finished text and the mark.
+    void ApplyBare(int column, const std::vector<UTtab_entry>& made,
+                   const std::function<void()>& before) const
+    {
+        const CBareRedrawPause pause(BareList());
+        for (int row = -1; (row = NextSelected(row)) != -1;) {
+            before();
+            BareText(BareList(), row, column);
+            BareText(BareList(), row, kColumnOriginal);
+            const UTtab_entry& texts = made[static_cast<std::size_t>(row)];
+            SetBareText(BareList(), row, column,
+                        column == kColumnRenamed ? texts.strRenamed : texts.strBomName);
+            SetBareMark(BareList(), row, true);
+        }
+    }
+
+    CTempFolder m_folder;
+    CBenchedDialog m_program{m_folder.Path()};
+    CBareDialog m_bare;
+    std::vector<std::wstring> m_names;
+    std::vector<UTtab_entry> m_rows;  // the finished ones
+    const std::map<std::wstring, std::function<std::vector<double>()>> m_works{
+        {L"fill", [this] { return Fill(); }},         {L"show", [this] { return Show(); }},
+        {L"apply1", [this] { return Apply(1); }},     {L"apply2", [this] { return Apply(2); }},
+        {L"select", [this] { return SelectRows(); }}, {L"delete", [this] { return DeleteRows(); }},
+        {L"mark", [this] { return MarkRows(); }},
+    };
+};
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments)
+{
+    if (count != 5) {
+        std::fprintf(stderr, "usage: tablebench WORK ROWS PAIRS TABLE.tsv\n");
+        return 2;
+    }
+    return RunBench([arguments] {
+        CTableBench(std::stoul(arguments[2]), arguments[4]).Measure(arguments[1], std::stoi(arguments[3]));
+    });
+}
