@@ -1,7 +1,6 @@
 # Compiler settings of the program's own code, and the one way to add a room (a folder that is one library).
 
 option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
-option(TALVENOR_BENCH "Build the benchmark of the text rules instead of their tests (build machine only)" OFF)
 option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the build machine only)" OFF)
 
 # What makes a built file hard to attack. tests/hardening reads the files and holds them to it.
