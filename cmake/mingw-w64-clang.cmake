@@ -6,11 +6,11 @@ execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libgcc.a
   OUTPUT_VARIABLE gcc_library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 get_filename_component(gcc_folder "${gcc_library}" DIRECTORY)
 set(headers "${gcc_folder}/include/c++")
-set(CMAKE_CXX_FLAGS_INIT
-  "-nostdinc++ -isystem ${headers} -isystem ${headers}/x86_64-w64-mingw32 -isystem ${headers}/backward")
-set(link_flags "-B${gcc_folder} -L${gcc_folder} -pthread")
-set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags}")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "${link_flags}")
+add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-nostdinc++;SHELL:-isystem ${headers};\
+SHELL:-isystem ${headers}/x86_64-w64-mingw32;SHELL:-isystem ${headers}/backward>")
+set(link_flags "-B${gcc_folder} -L${gcc_folder}")
+# GNU ld tells of every piece of code that the two compilers make in different sizes, LLVM's linker takes one of them.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags} -pthread -fuse-ld=lld")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${link_flags}")
 
 set(CMAKE_C_COMPILER clang)  # for GoogleTest only

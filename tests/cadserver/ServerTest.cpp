@@ -345,7 +345,7 @@ TEST_F(ServerTest, SavingLeavesTheRestOfTheFileAsItIs)
     IDispatchPtr document = StartAndOpen("");
     IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
     // Long enough to move the configuration out of the compound file's small streams, and back.
-    for (const size_t length : {6000, 3}) {
+    for (const size_t length : {6000U, 3U}) {
         const std::wstring name(length, L'x');
         Invoke(configuration, kBomName, {name.c_str()}, DISPATCH_PROPERTYPUT);
         EXPECT_EQ(0, Invoke(document, kSave, {Flag(true)}).value.lVal);

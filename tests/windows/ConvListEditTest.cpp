@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -219,7 +220,7 @@ TEST(ConvListEdit, TheEditorsKeysAreOfferedToNoOneElse)
         PressKey(key);
         return window.m_parent.m_offeredKeys;
     };
-    for (const WPARAM key : {VK_RETURN, VK_ESCAPE, VK_DELETE}) {
+    for (const WPARAM key : std::initializer_list<WPARAM>{VK_RETURN, VK_ESCAPE, VK_DELETE}) {
         EXPECT_TRUE(offered(key).empty()) << key;
     }
     for (const WPARAM key : {WPARAM{VK_LEFT}, WPARAM{VK_F5}, WPARAM{'C'}}) {

@@ -206,7 +206,7 @@ TEST_F(FileMiscTest, CreateFolderReportsAFileInItsPlace)
 
 TEST_F(CopyPartFileTest, CopiesEveryByteWhateverTheSize)
 {
-    for (const std::size_t size : {0, 1, 4095, 4096, 4097, 8192, 12289}) {
+    for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 8192U, 12289U}) {
         SCOPED_TRACE(size);
         const std::string bytes = Pattern(size);
         WriteBytes(m_source, bytes);

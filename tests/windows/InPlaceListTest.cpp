@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -172,7 +173,7 @@ TEST_F(InPlaceList, TabGoesOnInTheOtherColumnsEdit)
 
 TEST_F(InPlaceList, ItsKeysAreOfferedToNoOneElse)
 {
-    for (const WPARAM key : {VK_RETURN, VK_ESCAPE, VK_DELETE}) {
+    for (const WPARAM key : std::initializer_list<WPARAM>{VK_RETURN, VK_ESCAPE, VK_DELETE}) {
         Open();
         m_window.m_parent.m_offeredKeys.clear();
         PressKey(key);

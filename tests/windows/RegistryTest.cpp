@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -91,10 +92,10 @@ TEST_F(RegistryTest, LinkCountsAsText)
 
 TEST_F(RegistryTest, OtherTypesAreNoTextAndLeaveTheOutputAlone)
 {
-    for (const DWORD type :
-         {REG_NONE, REG_BINARY, REG_DWORD, REG_DWORD_BIG_ENDIAN, REG_MULTI_SZ, REG_QWORD}) {
+    for (const DWORD type : std::initializer_list<DWORD>{REG_NONE, REG_BINARY, REG_DWORD,
+                                                         REG_DWORD_BIG_ENDIAN, REG_MULTI_SZ, REG_QWORD}) {
         const DWORD value[2] = {0x00410041, 0};
-        Store(L"a", L"name", static_cast<DWORD>(type), value, type == REG_QWORD ? 8 : 4);
+        Store(L"a", L"name", type, value, type == REG_QWORD ? 8 : 4);
         std::wstring text = L"before";
         EXPECT_FALSE(Read(L"a", L"name", text)) << "type " << type;
         EXPECT_EQ(text, L"before");

@@ -372,7 +372,10 @@ protected:
             List().SetItemState(row, LVIS_SELECTED, LVIS_SELECTED);
         }
     }
-    [[nodiscard]] int SelectedCount() const { return ListView_GetSelectedCount(Item(IDC_LIST)); }
+    [[nodiscard]] int SelectedCount() const
+    {
+        return static_cast<int>(ListView_GetSelectedCount(Item(IDC_LIST)));
+    }
 
     // The rows as "ORIGINAL > NEW NAME > BOM NAME", pending ones with a "*" behind them.
     [[nodiscard]] Texts Rows() const
