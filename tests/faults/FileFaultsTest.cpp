@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
@@ -136,7 +137,8 @@ TEST_F(FileFaultTest, HeldMapFile)
 {
     RecordProperty("kind", "map file held by a reader or a writer, in every way of sharing");
     for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}, GENERIC_READ | GENERIC_WRITE}) {
-        for (const DWORD share : {0, FILE_SHARE_READ, FILE_SHARE_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE}) {
+        for (const DWORD share : std::initializer_list<DWORD>{0, FILE_SHARE_READ, FILE_SHARE_WRITE,
+                                                              FILE_SHARE_READ | FILE_SHARE_WRITE}) {
             SCOPED_TRACE("access " + std::to_string(access) + ", share " + std::to_string(share));
             const CLanguageScope language(static_cast<int>(share % 2));
             m_bench.Reset();
