@@ -28,9 +28,9 @@ std::vector<UTtab_entry> ReadRows(const std::wstring& path)
 
 }  // namespace
 
-int wmain(int count, wchar_t** arguments)
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
 {
-    if (count != 2) {
+    if (__argc != 2) {
         return 2;
     }
     const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
@@ -40,7 +40,7 @@ int wmain(int count, wchar_t** arguments)
     SetResourceHandle(resources.get());
     const CBareDialog dialog;
     SetWindowTextW(dialog.Window(), L"barestart");
-    dialog.Fill(ReadRows(arguments[1]), true);
+    dialog.Fill(ReadRows(__wargv[1]), true);
     ShowWindow(dialog.Window(), SW_SHOW);
     MSG message{};
     while (IsWindow(dialog.Window()) != FALSE && GetMessageW(&message, nullptr, 0, 0) > 0) {

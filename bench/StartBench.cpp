@@ -41,6 +41,18 @@ Process Start(std::wstring command)
     return {UniqueHandle(made.hProcess), UniqueHandle(made.hThread), made.dwThreadId};
 }
 
+// Until the process waits for input. Just after its making there may be nothing to wait for yet.
+bool WaitUntilIdle(HANDLE process)
+{
+    const CStopwatch watch;
+    DWORD waited = WAIT_FAILED;
+    while (waited == WAIT_FAILED && watch.Seconds() * 1000 < kPatience) {
+        waited = WaitForInputIdle(process, kPatience);
+        Sleep(waited == WAIT_FAILED ? 1 : 0);
+    }
+    return waited == 0;
+}
+
 // The window of the thread that has the list.
 HWND FindWindowWithList(DWORD threadId)
 {
@@ -72,10 +84,10 @@ void Measure(int rows, const std::wstring& command)
 {
     const CStopwatch watch;
     const Process process = Start(command);
-    const DWORD waited = WaitForInputIdle(process.handle.get(), kPatience);
+    const bool idle = WaitUntilIdle(process.handle.get());
     const double seconds = watch.Seconds();
     try {
-        if (waited != 0) {
+        if (!idle) {
             throw std::runtime_error("the program never waits for input");
         }
         RequireFinished(process.threadId, rows);

@@ -208,7 +208,7 @@ def main():
     longest = arguments.rows_of_a_run
     head = [f"Made by `tools/bench` at commit {commit()}, {datetime.date.today()}.", f"Machine: {machine()}.",
             f"Ratios are of {PAIRS} pairs of runs, one after the other ({arguments.full_runs} of the full run). What is timed stands at the",
-            "top of each bench's source."]
+            "top of each bench's source; where the time goes, and what the rules cost, in [README.md](README.md)."]
     lines, times, texts = [], {}, text_rows()
     for stage in (lambda: table_lines(times), command_lines, copy_lines, start_lines, memory_lines, size_lines,
                   lambda: run_growth(longest, times), lambda: full_run_lines(arguments.full_runs)):
@@ -216,9 +216,8 @@ def main():
         text = report(head, lines, texts)
         with open("bench/RESULTS.md", "w", encoding="utf-8") as file:
             file.write(text)
-    medians = {key: statistics.median(p for p, _ in pairs) for key, pairs in times.items()}
-    with open("bench/growth.svg", "w", encoding="utf-8") as file:
-        file.write(growth.plot(medians))
+        with open("bench/growth.svg", "w", encoding="utf-8") as file:
+            file.write(growth.plot({key: statistics.median(p for p, _ in pairs) for key, pairs in times.items()}))
     print(text)
 
 
