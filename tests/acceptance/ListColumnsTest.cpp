@@ -200,8 +200,7 @@ TEST_F(ListColumnsTest, AreScrolledToAPartlyHiddenCellThatIsDoubleClicked)
     const RECT client = list.ClientRect();
     const RECT hidden = list.CellRect(1, 1);
     ASSERT_GT(hidden.right, client.right);
-    DoubleClickAt({hidden.left + 20, (hidden.top + hidden.bottom) / 2});
-    const HWND editor = WaitForEditor(program);
+    const HWND editor = OpenEditorAt(program, {hidden.left + 20, (hidden.top + hidden.bottom) / 2});
     ExpectSelectedText(editor, L"B");
     EXPECT_EQ(client.right, list.CellRect(1, 1).right);
     TypeOver(program, L"M8");

@@ -1,11 +1,14 @@
 #include "tests/acceptance/ListTest.h"
 
+HWND ListTest::FindEditor(const CProgramUnderTest& program)
+{
+    const HWND open = program.List().Editor();
+    return open != nullptr && FocusOf(open) == open ? open : nullptr;
+}
+
 HWND ListTest::WaitForEditor(const CProgramUnderTest& program)
 {
-    const HWND editor = WaitFor([&] {
-        const HWND open = program.List().Editor();
-        return open != nullptr && FocusOf(open) == open ? open : nullptr;
-    });
+    const HWND editor = WaitFor([&] { return FindEditor(program); });
     if (editor == nullptr) {
         throw CNotOnScreen(L"the editor of a cell", program.ProcessId());
     }
@@ -21,7 +24,19 @@ void ListTest::WaitForNoEditor(const CProgramUnderTest& program)
 
 HWND ListTest::OpenEditor(const CProgramUnderTest& program, int row, int column)
 {
-    DoubleClickAt(program.List().CellPosition(row, column));
+    return OpenEditorAt(program, program.List().CellPosition(row, column));
+}
+
+HWND ListTest::OpenEditorAt(const CProgramUnderTest& program, POINT position)
+{
+    constexpr DWORD kPatienceOfAClick = 5'000;  // milliseconds
+    program.WaitForKeyboard();
+    DoubleClickAt(position);
+    // A window manager may take the focus of a window that has just been opened once more, and the editor
+    // ends.
+    if (!WaitFor([&] { return FindEditor(program); }, kPatienceOfAClick)) {
+        DoubleClickAt(position);
+    }
     return WaitForEditor(program);
 }
 
@@ -57,6 +72,7 @@ void ListTest::ExpectSelectedText(HWND editor, const std::wstring& text)
 
 CMenuOnScreen ListTest::OpenMenu(const CProgramUnderTest& program, int row, int column)
 {
+    program.WaitForKeyboard();
     RightClickAt(program.List().CellPosition(row, column));
     return CMenuOnScreen::WaitForOne(program.ProcessId());
 }

@@ -11,8 +11,9 @@ protected:
     static HWND WaitForEditor(const CProgramUnderTest& program);
     // Waits until no editor is open; throws CNotOnScreen when one stays.
     static void WaitForNoEditor(const CProgramUnderTest& program);
-    // Opens the editor of a cell by a double click.
+    // Opens the editor of a cell by a double click, which is repeated when no editor comes.
     static HWND OpenEditor(const CProgramUnderTest& program, int row, int column);
+    static HWND OpenEditorAt(const CProgramUnderTest& program, POINT position);
     // Types over the text of an open editor, which is selected, and waits until the text is there.
     static void TypeOver(const CProgramUnderTest& program, const std::wstring& text);
     // Types over the text of the cell and ends the edit with Enter; a message box may be open then.
@@ -34,6 +35,10 @@ protected:
 
     // The caption of the frame in the map-file view after a change.
     static std::wstring ChangedMapView();
+
+private:
+    // The open editor, once it has the focus; or null.
+    static HWND FindEditor(const CProgramUnderTest& program);
 };
 
 // For comparing rectangles and for the messages of failed comparisons.

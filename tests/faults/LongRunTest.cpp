@@ -204,7 +204,9 @@ public:
     {
         constexpr DWORD kPatienceOfARun = 3'600'000;  // milliseconds
         constexpr DWORD kPause = 250;                 // as looking for windows takes its own time
-        CServerEnvironment::Server().StartOver("stay\n");
+        // A server that ends with the run, as the CAD system does: to one that stays, Wine keeps every
+        // connection that it opened while the machine was busy.
+        CServerEnvironment::Server().StartOver("");
         CAnswerWatch watch(Window());
         m_program->Press(IDC_START);
         WaitFor([&] { return CMessageBoxOnScreen::Find(m_program->ProcessId()).has_value(); },
