@@ -62,8 +62,7 @@ public:
     void WaitForEndOfProgram();
 
     // A run that nobody ends. Answers what is not as it has to be.
-    std::string RunToTheEnd(
-        MappedBefore before, const std::function<void()>& atStart = [] {});
+    std::string RunToTheEnd(MappedBefore before, const std::function<void()>& atStart = DoNothing);
     // How long the last run took that nobody ended, in milliseconds.
     [[nodiscard]] DWORD RunTime() const { return m_runTime; }
 
@@ -71,6 +70,8 @@ public:
     [[nodiscard]] std::size_t RecordsLeft() const { return m_records; }
 
 private:
+    static void DoNothing() {}
+
     enum class Contents
     {
         missing,
