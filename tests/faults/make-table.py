@@ -58,10 +58,10 @@ loads what a run takes, the table filled from the folder, a run, the table fille
 outside; "may grow" is the most by which a count may ever lie above the first, and memory above what it was in the same
 state a run before: behind a run the map file is shown, whose entries take some 300 bytes a row more than the folder's
 view. What grows must stay within what a heap and the system's caches keep: four handles or objects are less than one
-for a thousand rows, and 1 MB is some 100 bytes a row. The window is asked every 50 ms whether it answers; 5 seconds is after what Windows calls it hung. It
-answers during an automation call, however long that takes. The handles, where GetProcessHandleCount does not answer,
-are those of the system's table of handles; the GDI objects, where GetGuiResources does not answer, those of the
-process's own table; the windows are counted one by one, shown or not.
+for a thousand rows, and 1 MB is some 100 bytes a row. The window is asked every 50 ms whether it answers; 5 seconds is
+after what Windows calls it hung. It answers during an automation call, however long that takes. The handles, where
+GetProcessHandleCount does not answer, are those of the system's table of handles; the GDI objects, where
+GetGuiResources does not answer, those of the process's own table; the windows are counted one by one, shown or not.
 
 | measured | table filled | behind the run | filled anew | behind the second run | may grow |
 |---|---:|---:|---:|---:|---:|
