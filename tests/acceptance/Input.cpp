@@ -3,6 +3,7 @@
 #include <commctrl.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <vector>
 
 #include "tests/acceptance/OtherWindows.h"
@@ -86,10 +87,10 @@ bool HasTakenPress(HWND button)
 }
 
 // Presses a button and releases it when it has taken the press. A press on a window that has just been opened
-// can get lost, and a person would then press again.
-void PressButton(HWND button, POINT position)
+// can get lost, and a person would then press again. Answers whether it was taken at last.
+bool PressButton(HWND button, POINT position)
 {
-    constexpr int kPresses = 3;
+    constexpr int kPresses = 2;
     constexpr DWORD kPatienceOfAPress =
         8'000;  // milliseconds; a call that the program is in may take as long
     for (int press = 0; press < kPresses; ++press) {
@@ -97,9 +98,11 @@ void PressButton(HWND button, POINT position)
         const bool taken = WaitFor([&] { return HasTakenPress(button); }, kPatienceOfAPress);
         Send({MouseInput(position, MOUSEEVENTF_LEFTUP)});
         if (taken) {
-            return;
+            return true;
         }
+        std::cout << "a press at " << position.x << "," << position.y << " was not taken\n";
     }
+    return false;
 }
 
 }  // namespace
@@ -143,17 +146,17 @@ void WaitUntilOnTop(HWND control, POINT position)
     WaitFor([&] { return GetAncestor(WindowFromPoint(position), GA_ROOT) == window; }, kOpening);
 }
 
-void ClickOn(HWND control)
+bool ClickOn(HWND control)
 {
     RECT place{};
     GetWindowRect(control, &place);
     const POINT middle{(place.left + place.right) / 2, (place.top + place.bottom) / 2};
     WaitUntilOnTop(control, middle);
     if (ClassOf(control) == WC_BUTTONW && IsWindowEnabled(control) != FALSE) {
-        PressButton(control, middle);
-    } else {
-        ClickAt(middle);
+        return PressButton(control, middle);
     }
+    ClickAt(middle);
+    return true;
 }
 
 void PressKeys(std::initializer_list<int> keys)

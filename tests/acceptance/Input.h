@@ -30,8 +30,8 @@ void TurnWheelAt(POINT position, int notches);
 void WaitUntilOnTop(HWND control, POINT position);
 
 // Clicks the left button in the middle of a control, once no other window covers it. A press that a button
-// does not take is repeated.
-void ClickOn(HWND control);
+// does not take is repeated; false when it did not take that one either.
+bool ClickOn(HWND control);
 
 // Presses the keys one after the other and releases them in reverse order: {VK_MENU, 'T'} is Alt+T.
 void PressKeys(std::initializer_list<int> keys);

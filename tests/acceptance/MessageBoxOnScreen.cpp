@@ -103,8 +103,23 @@ void CMessageBoxOnScreen::Answer(int button) const
 {
     // Under Wine a box may come to lie below the dialog that it belongs to, where no click reaches it.
     SetWindowPos(m_window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
-    ClickOn(GetDlgItem(m_window, button));
+    const HWND item = GetDlgItem(m_window, button);
+    if (!ClickOn(item)) {
+        AnswerByKey(item);
+    }
     WaitForEnd();
+}
+
+// Under Wine a box that the window manager has just taken over may come to miss the mouse for good.
+void CMessageBoxOnScreen::AnswerByKey(HWND item) const
+{
+    constexpr int kMostButtons = 4;
+    constexpr DWORD kPatienceOfAKey = 500;  // milliseconds
+    for (int tab = 0; tab < kMostButtons && FocusOf(m_window) != item; ++tab) {
+        PressKeys({VK_TAB});
+        WaitFor([&] { return FocusOf(m_window) == item; }, kPatienceOfAKey);
+    }
+    PressKeys({VK_SPACE});
 }
 
 void CMessageBoxOnScreen::Press(int button) const

@@ -27,7 +27,8 @@ public:
     // The numbers of the buttons, from left to right.
     [[nodiscard]] std::vector<int> Buttons() const;
 
-    // Clicks the button with the mouse and waits until the box has gone; throws CNotOnScreen when it stays.
+    // Clicks the button with the mouse, or takes the keyboard when no click is taken, and waits until the box
+    // has gone; throws CNotOnScreen when it stays.
     void Answer(int button) const;
     // The same without the mouse, and without the box having to come to the front.
     void Press(int button) const;
@@ -35,6 +36,8 @@ public:
     void WaitForEnd() const;
 
 private:
+    void AnswerByKey(HWND item) const;
+
     CMessageBoxOnScreen(HWND window, DWORD process) : m_window(window), m_process(process) {}
 
     HWND m_window;
