@@ -15,6 +15,7 @@
 #include "tests/cadserver/ComPointers.h"
 #include "tests/cadserver/PartFile.h"
 #include "tests/cadserver/TextFile.h"
+#include "tests/cadserver/UnderWine.h"
 
 namespace {
 
@@ -34,11 +35,6 @@ constexpr DISPID kUseBomName = 6;
 
 constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
 constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
-
-bool UnderWine()
-{
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
 
 std::wstring ProgramFolder()
 {

@@ -68,11 +68,6 @@ std::string NameText(const ModelRow& row)
 
 }  // namespace
 
-bool UnderWine()
-{
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
-
 std::wstring DescribeBox(const std::wstring& text, UINT type, const std::wstring& helpFile, DWORD helpContext)
 {
     std::wstring described = L"box " + text;

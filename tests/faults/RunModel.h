@@ -10,12 +10,10 @@
 
 #include "core/UTtabEntry.h"
 #include "tests/cadserver/PartFile.h"
+#include "tests/cadserver/UnderWine.h"
 
 // What conversion runs are to do, told once more in the plainest way and apart from the program: a model of
 // the run, of the stand-in CAD server under a script of faults, and of what both leave behind.
-
-// Whether the system is Wine and not Windows.
-bool UnderWine();
 
 // One fault of the server's script; it hits the nth call.
 struct Fault

@@ -18,6 +18,7 @@
 
 #include "framework/Handles.h"
 #include "resources/resource.h"
+#include "tests/cadserver/UnderWine.h"
 #include "tests/windows/FakeAutomation.h"
 #include "tests/windows/FakeClasses.h"
 #include "tests/windows/TestScopes.h"
@@ -1007,7 +1008,7 @@ protected:
 
 TEST_P(TalvenorDlgTest, TheHelpViewerIsToldToQuit)
 {
-    if (GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
+    if (!UnderWine()) {
         GTEST_SKIP() << "skipped: how this system tells its help viewer is known of Wine only";
     }
     const CHelpViewer viewer;
