@@ -21,7 +21,7 @@ void PutMark(LVITEMW& item, bool pending)
 {
     item.mask |= LVIF_PARAM | LVIF_STATE;
     item.lParam = pending ? 1 : 0;
-    item.state = INDEXTOSTATEIMAGEMASK(pending ? 1 : 2);
+    item.state = INDEXTOSTATEIMAGEMASK(pending ? 1U : 2U);
     item.stateMask = LVIS_STATEIMAGEMASK;
 }
 
