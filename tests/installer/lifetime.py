@@ -2,6 +2,7 @@
 
   lifetime.py PACKAGE.msi STAGE PREFIX WINDOW_LOG
 """
+import functools
 import os
 import re
 import shutil
@@ -117,8 +118,10 @@ class Trial:
         for reason, names in left.items():
             print(f"   left, {reason}: {len(names)}")
 
-    def older_package(self):
-        """A package of an older version: the program's files say so themselves, the manuals have another content."""
+    @functools.cached_property
+    def older(self):
+        """A package of an older version, and the folder of what is in it: the program's files say so themselves, the
+        manuals have another content."""
         stage = os.path.join(self.prefix, "..", "older")
         shutil.copytree(self.stage, stage)
         for name in installer.files_below(stage):
@@ -160,7 +163,7 @@ def first_lifetime(trial):
 
 def second_lifetime(trial):
     print(f"\n== Upgraded from version {OLDER}; not downgraded; removed", flush=True)
-    package, stage = trial.older_package()
+    package, stage = trial.older
     before = trial.machine.state()
     trial.expect(f"status of the installation of {OLDER}", trial.installer("/i", package), 0)
     trial.expect_installed(before, OLDER, stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
@@ -173,10 +176,15 @@ def second_lifetime(trial):
 
 
 def third_lifetime(trial):
-    print("\n== Installed into another folder where no library is registered; the library comes; removed", flush=True)
+    print(f"\n== Version {OLDER} installed into another folder where no library is registered; upgraded; the library comes; "
+          "removed", flush=True)
     machine.run_windows("reg", "delete", LIBRARY_KEY, "/v", "prg", "/f")
+    package, stage = trial.older
     without = trial.machine.state()
-    trial.expect("status of the installation", trial.installer("/i", trial.package, "INSTALLDIR=" + OTHER_FOLDER), 0)
+    trial.expect(f"status of the installation of {OLDER}", trial.installer("/i", package, "INSTALLDIR=" + OTHER_FOLDER), 0)
+    trial.expect_installed(without, OLDER, stage, OTHER_FOLDER, OTHER_FOLDER)
+    # An upgrade stays where the older version is, whatever it is told.
+    trial.expect("status of the upgrade", trial.installer("/i", trial.package, "INSTALLDIR=" + PROGRAM_FOLDER), 0)
     trial.expect_installed(without, trial.version, trial.stage, OTHER_FOLDER, OTHER_FOLDER)
     machine.run_windows("reg", "add", LIBRARY_KEY, "/v", "prg", "/d", LIBRARY_FOLDER.rstrip("\\"), "/f")
     trial.expect("status of the removal", trial.installer("/x", trial.package), 0)
