@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Checks the sources of the manuals against the program's: tests/structure/check-manuals.py [FOLDER].
 
-- Every text that the program shows, and every caption of its dialogs, stands in the manual of its language.
+- Every text that the program shows, and every caption of its dialogs, stands in the manual of its language; what the
+  installer package says in both languages stands in both.
 - A block marked as a message holds only what the program can show; what changes stands in ‹brackets›.
 - The table of fill-ins says what the template dialog's legend says.
 - Both manuals have the same chapters, pictures and numbers of messages, and no link leads nowhere.
@@ -23,6 +24,7 @@ PAIR = re.compile(rf"{{\s*({LITERALS}),\s*({LITERALS})}}")
 ESCAPES = {"n": "\n", "t": "    ", '"': '"', "\\": "\\"}
 FORMATS = re.compile(r"%[sd]")
 BRACKETS = re.compile(r"‹[^›]+›")
+PACKAGE_MESSAGE = re.compile(r'Message=\s*"([^"]+)"')
 MESSAGE = re.compile(r"^```message\n(.*?)\n```$", re.MULTILINE | re.DOTALL)
 HEADING = re.compile(r"^(#+) .*\{#([\w-]+)\}$", re.MULTILINE)
 
@@ -51,6 +53,9 @@ def program_texts(top):
             for language, literals in zip(LANGUAGES, pair.groups()):
                 texts[language].append(text_of(literals))
         common += [text_of(literals) for literals in re.findall(LITERALS, PAIR.sub("", source))]
+    for message in PACKAGE_MESSAGE.findall(read(top, "installer/talvenor.wxs")):
+        for language in LANGUAGES:
+            texts[language].append(message)
     return texts, common
 
 
