@@ -1,10 +1,13 @@
-# What tools/test and tools/demo share; to be sourced. Sets top (the project's folder) and changes into it.
+# What the commands share; to be sourced. Sets top (the project's folder) and changes into it.
 
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$top"
 export LANG=C.UTF-8 LC_ALL=C.UTF-8
 logs=$top/build/logs
 mkdir -p "$logs"
+
+# project_version: the version number, which CMakeLists.txt alone holds.
+project_version() { sed -nE 's/^project\(Talvenor VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt; }
 
 step() { printf '\n== %s\n' "$*"; }
 
