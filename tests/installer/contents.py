@@ -16,6 +16,9 @@ FILES = {"Licences.txt", "Manuals/ger/Zelmar_Talvenor_Hilfe.pdf", "Manuals/us/Ze
          "talvresgerx64.dll", "talvresusx64.dll"}
 PROPERTIES = {"ALLUSERS": "1", "ARPPRODUCTICON": "talvenor.ico", "ProductName": "Talvenor", "Manufacturer": "Talvenor",
               "UpgradeCode": "{D68003F5-A04E-4B17-9156-DE64D5E4DF2A}"}
+ORDERS = {"InstallExecuteSequence": [("InstallValidate", "RemoveExistingProducts", "InstallInitialize"),
+                                     ("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize")],
+          "InstallUISequence": [("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize")]}
 RUNTIME = {"libgcc", "libssp", "libstdc++", "mingw-w64 runtime", "winpthreads"}
 
 
@@ -66,11 +69,11 @@ def property_findings(package, version):
 
 def order_findings(package):
     """The older version goes before anything of the newer one comes; the manuals' folder is known before it is used."""
-    order = {row[0]: int(row[2]) for row in table(package, "InstallExecuteSequence")}
-    for actions in (("InstallValidate", "RemoveExistingProducts", "InstallInitialize"),
-                    ("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize")):
-        if sorted(actions, key=lambda action: order.get(action, 0)) != list(actions):
-            yield f"installer package: the order is not {', '.join(actions)}"
+    for sequence, orders in ORDERS.items():
+        numbers = {row[0]: int(row[2]) for row in table(package, sequence)}
+        for actions in orders:
+            if sorted(actions, key=lambda action: numbers.get(action, 0)) != list(actions):
+                yield f"installer package: the order in {sequence} is not {', '.join(actions)}"
 
 
 def sum_findings(dist):

@@ -4,12 +4,13 @@ import os
 import re
 import subprocess
 
+LONGEST = 300  # seconds, for one Windows program: who waits longer waits for an answer to a message
 ROOTS = ("HKEY_LOCAL_MACHINE", "HKEY_USERS")
 
 
 def run_windows(*words):
     """Runs a Windows program and waits for its end; returns its exit status."""
-    return subprocess.run(["tools/run-windows", *words], stdout=subprocess.DEVNULL).returncode
+    return subprocess.run(["tools/run-windows", *words], stdout=subprocess.DEVNULL, timeout=LONGEST).returncode
 
 
 class Machine:
