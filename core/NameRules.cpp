@@ -1,6 +1,7 @@
 #include "core/NameRules.h"
 
 #include <algorithm>
+#include <array>
 
 #include "core/TextTools.h"
 
@@ -14,11 +15,33 @@ std::wstring_view LastCharacters(std::wstring_view name)
     return name.substr(name.size() - std::min(name.size(), kComparedCharacters));
 }
 
-int PutUnderscores(std::wstring& name, std::wstring_view forbidden)
+// ASCII characters, asked by number.
+class CCharacterSet
+{
+public:
+    explicit constexpr CCharacterSet(std::wstring_view characters)
+    {
+        for (const wchar_t character : characters) {
+            m_has[character] = true;
+        }
+    }
+    [[nodiscard]] constexpr bool Has(wchar_t character) const
+    {
+        return static_cast<std::size_t>(character) < m_has.size() && m_has[character];
+    }
+
+private:
+    std::array<bool, 128> m_has{};
+};
+
+constexpr CCharacterSet kForbiddenInFileNames(L"|/\\*:\"?<>;=");
+constexpr CCharacterSet kForbiddenInFeatureNames(L"/@;=");
+
+int PutUnderscores(std::wstring& name, const CCharacterSet& forbidden)
 {
     int count = 0;
     for (wchar_t& character : name) {
-        if (forbidden.find(character) != std::wstring_view::npos) {
+        if (forbidden.Has(character)) {
             character = L'_';
             ++count;
         }
@@ -51,12 +74,12 @@ bool EnsureExtension(std::wstring& name, std::wstring_view extension)
 
 int SanitizeFileName(std::wstring& name)
 {
-    const int count = PutUnderscores(name, L"|/\\*:\"?<>;=");
+    const int count = PutUnderscores(name, kForbiddenInFileNames);
     CollapseDots(name);
     return count;
 }
 
 int SanitizeFeatureName(std::wstring& name)
 {
-    return PutUnderscores(name, L"/@;=");
+    return PutUnderscores(name, kForbiddenInFeatureNames);
 }

@@ -1,5 +1,6 @@
 #include "core/NameTemplate.h"
 
+#include <algorithm>
 #include <initializer_list>
 
 #include "core/NameRules.h"
@@ -13,9 +14,35 @@ struct FillIn
     std::wstring_view value;
 };
 
+using FillIns = std::initializer_list<FillIn>;
+
+// Whether putting a value in can make a fill-in that was none before: out of a value's own "%", or out of one
+// that stands right before a fill-in.
+bool CanMakeFillIns(std::wstring_view text, FillIns fillIns)
+{
+    return text.find(L"%%") != std::wstring_view::npos ||
+           std::ranges::any_of(
+               fillIns, [](const FillIn& each) { return each.value.find(L'%') != std::wstring_view::npos; });
+}
+
+// All fill-ins in one walk along the text.
+void FillAtOnce(std::wstring& filled, std::wstring_view text, FillIns fillIns)
+{
+    std::size_t done = 0;
+    for (std::size_t at = text.find(L'%'); at != std::wstring_view::npos; at = text.find(L'%', at + 1)) {
+        const std::wstring_view name = text.substr(at, 2);
+        const FillIn* fillIn = std::ranges::find(fillIns, name, &FillIn::name);
+        if (fillIn != fillIns.end()) {
+            filled.append(text, done, at - done).append(fillIn->value);
+            done = at + name.size();
+        }
+    }
+    filled.append(text, done);
+}
+
 // Filling in this order over the whole text, values put in before included, is meant: users' templates rely
-// on it.
-std::wstring Fill(std::wstring_view text, std::initializer_list<FillIn> fillIns)
+// on it. It is the same as one walk where no new fill-in can come up.
+std::wstring Fill(std::wstring_view text, FillIns fillIns)
 {
     std::size_t usualSize = text.size();  // of a text in which each fill-in stands once
     for (const FillIn& fillIn : fillIns) {
@@ -23,6 +50,10 @@ std::wstring Fill(std::wstring_view text, std::initializer_list<FillIn> fillIns)
     }
     std::wstring filled;
     filled.reserve(usualSize);
+    if (!CanMakeFillIns(text, fillIns)) {
+        FillAtOnce(filled, text, fillIns);
+        return filled;
+    }
     filled = text;
     for (const FillIn& fillIn : fillIns) {
         ReplaceAll(filled, fillIn.name, fillIn.value);

@@ -3,7 +3,6 @@
 #include <direct.h>
 
 #include <array>
-#include <filesystem>
 #include <initializer_list>
 
 #include "core/NameRules.h"
@@ -148,7 +147,7 @@ bool Fits(HDC dc, const std::wstring& text, int width)
 
 // An 8-bit path back as text. By code and not through the ANSI code page, so that a path with an umlaut opens
 // the same file whatever code page the machine has.
-std::filesystem::path PathOfBytes(const std::string& path8)
+std::wstring PathOfBytes(const std::string& path8)
 {
     std::wstring path;
     for (const char byte : path8) {
@@ -161,7 +160,7 @@ std::filesystem::path PathOfBytes(const std::string& path8)
 template <class Stream>
 int OpenStream(Stream& stream, const std::string& path8, std::ios::openmode mode, bool text)
 {
-    stream.open(PathOfBytes(path8), text ? mode : mode | std::ios::binary);
+    stream.open(PathOfBytes(path8).c_str(), text ? mode : mode | std::ios::binary);
     return stream.fail() ? 1 : 0;
 }
 

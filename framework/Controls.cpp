@@ -116,7 +116,7 @@ std::size_t CListCtrl::ReadItemText(int row, int column, wchar_t* buffer, std::s
     item.pszText = buffer;
     item.cchTextMax = static_cast<int>(size);
     return static_cast<std::size_t>(
-        SendMessage(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
+        Ask(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
 }
 
 void CListCtrl::SetItemText(int row, int column, const wchar_t* text) const
@@ -124,7 +124,7 @@ void CListCtrl::SetItemText(int row, int column, const wchar_t* text) const
     LVITEMW item{};
     item.iSubItem = column;
     item.pszText = const_cast<wchar_t*>(text);
-    SendMessage(LVM_SETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+    Ask(LVM_SETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
 LPARAM CListCtrl::GetItemData(int row) const
@@ -132,7 +132,7 @@ LPARAM CListCtrl::GetItemData(int row) const
     LVITEMW item{};
     item.mask = LVIF_PARAM;
     item.iItem = row;
-    SendMessage(LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    Ask(LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item));
     return item.lParam;
 }
 
@@ -142,7 +142,7 @@ void CListCtrl::SetItemData(int row, LPARAM data) const
     item.mask = LVIF_PARAM;
     item.iItem = row;
     item.lParam = data;
-    SendMessage(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    Ask(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
 }
 
 void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
@@ -150,7 +150,7 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
     LVITEMW item{};
     item.state = state;
     item.stateMask = mask;
-    SendMessage(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+    Ask(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
 CRedrawPause::CRedrawPause(const CWnd& window) : m_window(window)

@@ -252,3 +252,12 @@ void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
         ThrowLastError(path);
     }
 }
+
+bool CFile::CutOff(const std::wstring& path, std::uint64_t length)
+{
+    CFile file;
+    FILE_END_OF_FILE_INFO end{};
+    end.EndOfFile.QuadPart = static_cast<LONGLONG>(length);
+    return file.Open(path, modeWrite | shareDenyNone, nullptr) &&
+           ::SetFileInformationByHandle(file.m_file.get(), FileEndOfFileInfo, &end, sizeof end);
+}

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <string>
 
 #include "framework/Exception.h"
@@ -88,6 +89,9 @@ public:
 
     // Sets the attributes and the time of last modification, both or none. Throws CFileException.
     static void SetStatus(const std::wstring& path, const CFileStatus& status);
+
+    // Takes away what a file holds behind its first `length` bytes. False when the system refuses.
+    static bool CutOff(const std::wstring& path, std::uint64_t length);
 
 private:
     UniqueHandle m_file;

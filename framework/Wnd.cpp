@@ -185,7 +185,7 @@ LRESULT CWnd::Default()
     return DefaultWindowProc(m_current.message, m_current.wParam, m_current.lParam);
 }
 
-LRESULT CWnd::DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam)
+LRESULT CWnd::DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam) const
 {
     if (m_hWnd == nullptr) {
         return 0;  // the handler has destroyed the window

@@ -111,7 +111,7 @@ protected:
     LRESULT Default();
 
     // The same for a message of the caller's choice.
-    LRESULT DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam) const;
 
 private:
     static void ReportException();

@@ -1,14 +1,13 @@
 #include "run/ConversionRun.h"
 
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "core/TextTools.h"
 #include "files/FileMisc.h"
 #include "files/MapLine.h"
 #include "files/Paths.h"
+#include "framework/File.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 
@@ -275,12 +274,10 @@ bool CConversionRun::WriteToMapFile(const std::string& text)
 // Opened anew because the failed stream would write what it still holds at the next chance.
 void CConversionRun::TakeBackHalfLine()
 {
-    const std::filesystem::path path(m_strMapPath);
     m_mapFile.close();
-    std::error_code ignored;
-    std::filesystem::resize_file(path, m_nMapFileSize, ignored);
+    CFile::CutOff(m_strMapPath, m_nMapFileSize);
     m_mapFile.clear();
-    m_mapFile.open(path, std::ios::app);
+    m_mapFile.open(m_strMapPath.c_str(), std::ios::app);
 }
 
 void CConversionRun::ShowCurrentFile()

@@ -240,6 +240,25 @@ TEST_F(FileTest, SetStatusDoesNotMindThatAnotherHoldsTheFile)
     EXPECT_EQ(ThrownCause([&] { CFile::SetStatus(m_path, wanted); }), Cause::none);
 }
 
+TEST_F(FileTest, CutsOffWhatLiesBehindALength)
+{
+    WriteBytes(m_path, "whole line\nhalf");
+    const UniqueHandle reader = OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    EXPECT_TRUE(CFile::CutOff(m_path, 11));
+    EXPECT_EQ(ReadBytes(m_path), "whole line\n");
+}
+
+TEST_F(FileTest, CutsNothingOffWhereItMayNotWrite)
+{
+    WriteBytes(m_path, "whole line\nhalf");
+    const UniqueHandle holder = OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ);
+    EXPECT_FALSE(CFile::CutOff(m_path, 11));
+    EXPECT_EQ(ReadBytes(m_path), "whole line\nhalf");
+    EXPECT_FALSE(CFile::CutOff(m_folder / L"missing.bin", 0));
+    CFileStatus status;
+    EXPECT_FALSE(CFile::GetStatus(m_folder / L"missing.bin", status));
+}
+
 TEST(FileException, KnowsTheClassOfAWindowsError)
 {
     const struct
