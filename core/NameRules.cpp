@@ -22,12 +22,13 @@ public:
     explicit constexpr CCharacterSet(std::wstring_view characters)
     {
         for (const wchar_t character : characters) {
-            m_has[character] = true;
+            m_has[static_cast<std::size_t>(character)] = true;
         }
     }
     [[nodiscard]] constexpr bool Has(wchar_t character) const
     {
-        return static_cast<std::size_t>(character) < m_has.size() && m_has[character];
+        const auto number = static_cast<std::size_t>(character);
+        return number < m_has.size() && m_has[number];
     }
 
 private:

@@ -135,9 +135,9 @@ public:
     [[nodiscard]] HWND GetHeader() const { return ListView_GetHeader(m_hWnd); }
 
 private:
-    // For what a table of many rows asks row by row: such messages, which the control alone answers, go to
-    // its own procedure. The way through the system and this object's message tables costs more than the
-    // answer.
+    // For what a table of many rows asks row by row: messages that the control alone answers go straight to
+    // the procedure that the object was bound in front of. The way through the system and this object's
+    // tables costs more than the answer.
     LRESULT Ask(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
     {
         return DefaultWindowProc(message, wParam, lParam);

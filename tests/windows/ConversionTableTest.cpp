@@ -373,13 +373,38 @@ TEST_F(ConversionTableTest, DuplicatesIgnoreTheCaseOfTheWholeName)
     EXPECT_EQ(m_table.GetItemCount(), 1);
 }
 
-// Counts what is sent to a window.
-LRESULT CALLBACK CountMessages(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
-                               DWORD_PTR count)
+LRESULT CALLBACK CountMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                              DWORD_PTR count)
 {
     ++*reinterpret_cast<int*>(count);
     return DefSubclassProc(window, message, wParam, lParam);
 }
+
+// Counts what reaches the list view itself, below the object that is bound to it.
+class CMessageCount
+{
+public:
+    explicit CMessageCount(CWnd& object) : m_object(object), m_window(object.UnsubclassWindow())
+    {
+        SetWindowSubclass(m_window, &CountMessage, kId, reinterpret_cast<DWORD_PTR>(&m_count));
+        m_object.SubclassWindow(m_window);
+    }
+    CMessageCount(const CMessageCount&) = delete;
+    CMessageCount& operator=(const CMessageCount&) = delete;
+    ~CMessageCount()
+    {
+        m_object.UnsubclassWindow();
+        RemoveWindowSubclass(m_window, &CountMessage, kId);
+        m_object.SubclassWindow(m_window);
+    }
+    [[nodiscard]] int Count() const { return m_count; }
+
+private:
+    static constexpr UINT_PTR kId = 99;
+    CWnd& m_object;
+    HWND m_window;
+    int m_count = 0;
+};
 
 class ConversionTableEffortTest : public ConversionTableTest
 {
@@ -394,11 +419,9 @@ protected:
         }
         Texts first(files.begin(), files.begin() + n / 2);
         Add(first);
-        int count = 0;
-        SetWindowSubclass(m_table.m_hWnd, &CountMessages, 99, reinterpret_cast<DWORD_PTR>(&count));
+        const CMessageCount messages(m_table);
         operation(files);
-        RemoveWindowSubclass(m_table.m_hWnd, &CountMessages, 99);
-        return count;
+        return messages.Count();
     }
 
     // Twice the rows may take twice the messages and a little more, not four times as many.
