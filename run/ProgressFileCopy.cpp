@@ -8,7 +8,7 @@
 
 namespace {
 
-// Texts that change faster than the eye reads are not painted one by one, in milliseconds.
+// What changes faster than the eye reads is not painted one by one, in milliseconds.
 constexpr ULONGLONG kPaintInterval = 40;
 
 }  // namespace
@@ -28,12 +28,15 @@ CProgressFileCopy::CProgressFileCopy(CWnd* owner, int lower, int upper, int star
 void CProgressFileCopy::Refresh()
 {
     UpdateData(false);
-    const ULONGLONG now = GetTickCount64();
-    if (now - m_nPaintedAt < kPaintInterval) {
+    if (!IsPaintingDue()) {
         return;
     }
-    m_nPaintedAt = now;
-    RedrawWindow(m_hWnd, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
+    for (const HWND window : {m_hWnd, GetWindow(m_hWnd, GW_OWNER)}) {
+        if (window != nullptr) {  // a null would be the desktop
+            RedrawWindow(window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
+        }
+    }
+    m_nPaintedAt = GetTickCount64();
 }
 
 void CProgressFileCopy::EnableCancel(bool enable)
@@ -46,17 +49,17 @@ void CProgressFileCopy::EnableCancel(bool enable)
 
 void CProgressFileCopy::PumpOneMessage()
 {
-    CWinApp::PumpPendingMessage();
+    CWinApp::PumpPendingMessage(IsPaintingDue() ? CWinApp::kAllMessages : CWinApp::kAllButPaint);
 }
 
 std::wstring CProgressFileCopy::FitToFirstLine(const std::wstring& prefix, const std::wstring& path) const
 {
-    return FitToLine(IDC_PROGRESS_FIRST, prefix, path);
+    return FitToLine(m_wndFirst, prefix, path);
 }
 
 std::wstring CProgressFileCopy::FitToSecondLine(const std::wstring& prefix, const std::wstring& path) const
 {
-    return FitToLine(IDC_PROGRESS_SECOND, prefix, path);
+    return FitToLine(m_wndSecond, prefix, path);
 }
 
 const MessageMap* CProgressFileCopy::GetMessageMap() const
@@ -69,9 +72,12 @@ void CProgressFileCopy::DoDataExchange(CDataExchange& exchange)
     DDX_Control(exchange, IDC_PROGRESS_FILE, m_wndFileBar);
     DDX_Control(exchange, IDCANCEL, m_wndCancel);
     DDX_Control(exchange, IDC_PROGRESS_OVERALL, m_wndOverallBar);
-    DDX_Text(exchange, IDC_PROGRESS_SECOND, m_strSecond);
-    DDX_Text(exchange, IDC_PROGRESS_THIRD, m_strThird);
-    DDX_Text(exchange, IDC_PROGRESS_FIRST, m_strFirst);
+    DDX_Control(exchange, IDC_PROGRESS_SECOND, m_wndSecond);
+    DDX_Control(exchange, IDC_PROGRESS_THIRD, m_wndThird);
+    DDX_Control(exchange, IDC_PROGRESS_FIRST, m_wndFirst);
+    DDX_Text(exchange, m_wndSecond, m_strSecond);
+    DDX_Text(exchange, m_wndThird, m_strThird);
+    DDX_Text(exchange, m_wndFirst, m_strFirst);
 }
 
 void CProgressFileCopy::OnCancel()
@@ -79,11 +85,14 @@ void CProgressFileCopy::OnCancel()
     m_nCancelled = 1;
 }
 
-std::wstring CProgressFileCopy::FitToLine(int id, const std::wstring& prefix, const std::wstring& path) const
+bool CProgressFileCopy::IsPaintingDue() const
 {
-    const HWND line = GetDlgItem(id);
-    RECT client{};
-    ::GetClientRect(line, &client);
-    const CWindowFontDC dc(line);
-    return CFileMisc::FitPathToWidth(dc.Get(), prefix, path, client.right);
+    return GetTickCount64() - m_nPaintedAt >= kPaintInterval;
+}
+
+std::wstring CProgressFileCopy::FitToLine(const CStatic& line, const std::wstring& prefix,
+                                          const std::wstring& path)
+{
+    const CWindowFontDC dc(line.m_hWnd);
+    return CFileMisc::FitPathToWidth(dc.Get(), prefix, path, line.GetClientRect().right);
 }

@@ -19,8 +19,8 @@ public:
     void SetSecondText(const std::wstring& text) override { m_strSecond = text; }
     void SetThirdText(const std::wstring& text) override { m_strThird = text; }
 
-    // Moves the texts to the screen. They are painted at once, since the run gives the queue's own repainting
-    // little room, unless that was done a moment ago.
+    // Moves the texts to the screen. They are painted at once, and with them whatever else of the dialog and
+    // its owner waits for it, unless that was done a moment ago.
     void Refresh() override;
 
     void SetFilePosition(int position) override { m_wndFileBar.SetPos(position); }
@@ -32,6 +32,8 @@ public:
     // A disabled button loses the focus, and with it the keyboard: it gets the focus back when it is enabled.
     void EnableCancel(bool enable) override;
 
+    // A window that merely wants to be painted is left to the next refresh when the last was a moment ago:
+    // otherwise each row's mark would be painted on its own.
     void PumpOneMessage() override;
 
     // Prefix and path, with the path shortened so that both fit the width of the first or the second line.
@@ -46,7 +48,9 @@ protected:
     void OnCancel() override;
 
 private:
-    [[nodiscard]] std::wstring FitToLine(int id, const std::wstring& prefix, const std::wstring& path) const;
+    [[nodiscard]] bool IsPaintingDue() const;
+    [[nodiscard]] static std::wstring FitToLine(const CStatic& line, const std::wstring& prefix,
+                                                const std::wstring& path);
 
     int m_nCancelled = 0;
     CProgressCtrl m_wndFileBar;
@@ -58,5 +62,8 @@ private:
     int m_nLower;
     int m_nUpper;
     int m_nStart;
+    CStatic m_wndSecond;
+    CStatic m_wndThird;
+    CStatic m_wndFirst;
     ULONGLONG m_nPaintedAt = 0;
 };

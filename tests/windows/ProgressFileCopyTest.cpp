@@ -197,6 +197,43 @@ TEST_P(ProgressFileCopyTest, PumpsOneMessageAtATime)
     EXPECT_EQ(window.m_count, 3);
 }
 
+bool IsPainted(HWND window)
+{
+    return GetUpdateRect(window, nullptr, FALSE) == FALSE;
+}
+
+TEST_P(ProgressFileCopyTest, TheRefreshPaintsTheOwnersWindowsToo)
+{
+    const HWND edit = m_owner.AddControl(L"EDIT", 1);
+    ASSERT_FALSE(IsPainted(edit));
+    m_progress->Refresh();
+    EXPECT_TRUE(IsPainted(edit));
+}
+
+TEST_P(ProgressFileCopyTest, ThePumpPaintsNothingForAMomentAfterTheRefresh)
+{
+    constexpr ULONGLONG kMoment = 40;  // milliseconds
+    const HWND edit = m_owner.AddControl(L"EDIT", 1);
+    DrainMessages();
+    bool inTime = false;
+    for (int attempt = 0; attempt < 50 && !inTime; ++attempt) {  // a busy machine may take longer than that
+        Sleep(2 * kMoment);
+        const ULONGLONG begin = GetTickCount64();
+        m_progress->Refresh();
+        InvalidateRect(edit, nullptr, FALSE);
+        m_progress->PumpOneMessage();
+        const bool painted = IsPainted(edit);
+        inTime = GetTickCount64() - begin < kMoment;
+        ASSERT_FALSE(inTime && painted);
+    }
+    ASSERT_TRUE(inTime);
+    Sleep(2 * kMoment);
+    for (int i = 0; i < 50 && !IsPainted(edit); ++i) {  // other windows may come first
+        m_progress->PumpOneMessage();
+    }
+    EXPECT_TRUE(IsPainted(edit));
+}
+
 TEST_P(ProgressFileCopyTest, ThePumpLeavesTheEndOfTheProgramToTheLoopsFurtherOut)
 {
     DrainMessages();
