@@ -117,6 +117,7 @@ public:
     }
     void SetItemState(int row, UINT state, UINT mask) const;
 
+    [[nodiscard]] int GetSelectedCount() const { return static_cast<int>(Ask(LVM_GETSELECTEDCOUNT)); }
     // The first row after `row` (-1: from the start) with the LVNI_* property, or -1.
     [[nodiscard]] int GetNextItem(int row, UINT flags) const
     {

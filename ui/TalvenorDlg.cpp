@@ -718,20 +718,27 @@ void CTalvenorDlg::OnDeleteSelected()
     if (IsBusy()) {
         return;
     }
-    int row = m_wndList.GetNextItem(-1, LVNI_SELECTED);
-    MarkListChanged(row != -1);
-    {
-        const CRedrawPause pause(m_wndList);
-        // Behind a deleted row the search goes on where it stood: rows before it are not selected.
-        for (; row != -1; row = m_wndList.GetNextItem(row - 1, LVNI_SELECTED)) {
-            m_wndList.DeleteItem(row);
-        }
+    const int selected = m_wndList.GetSelectedCount();
+    MarkListChanged(selected > 0);
+    if (selected == m_wndList.GetItemCount()) {
+        m_wndList.DeleteAllItems();  // one after the other takes quadratic time
+    } else {
+        DeleteSelectedRows();
     }
     if (m_wndList.GetItemCount() == 0) {
         ShowViewStatus(false);
         MarkListChanged(true);
     }
     m_wndList.SetFocus();
+}
+
+void CTalvenorDlg::DeleteSelectedRows() const
+{
+    const CRedrawPause pause(m_wndList);
+    // Behind a deleted row the search goes on where it stood: rows before it are not selected.
+    for (int row = -1; (row = m_wndList.GetNextItem(row, LVNI_SELECTED)) != -1; --row) {
+        m_wndList.DeleteItem(row);
+    }
 }
 
 void CTalvenorDlg::OnSelectAll()

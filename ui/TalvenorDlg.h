@@ -81,6 +81,7 @@ private:
     void RefuseFolder() const;
     void TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names);
     void SelectAllRows(bool select);
+    void DeleteSelectedRows() const;
     void TakeChosenVersion();
     [[nodiscard]] bool MayOverwriteMapFile() const;
     void RunConversion(bool copyOnly);
