@@ -51,7 +51,7 @@ Outcome CApplication::Perform(DISPID dispid, const CArguments& arguments)
         case kCloseDocument:
             return {S_OK, {}, Session().ClosePartAt(arguments.Text(0)) ? L"ok" : L"not open"};
         case kDateCode:
-            return {S_OK, _variant_t(Session().Script().DateCode(), VT_I4), {}};
+            return {S_OK, _variant_t(Session().DateCode(), VT_I4), {}};
         case kSetDocumentVisible:
             return {};  // there are no windows: the call shows in the log alone
         case kOpenDocument:

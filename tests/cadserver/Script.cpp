@@ -84,6 +84,16 @@ void RequireWords(const std::vector<std::wstring>& words, size_t fewest, size_t 
     throw CScriptError("unknown word " + ToUtf8(word));
 }
 
+// "from=S": the first start that a rule holds for.
+DWORD ToFirstStart(const std::wstring& word)
+{
+    const auto [key, value] = SplitOption(word);
+    if (key != L"from") {
+        RefuseWord(key);
+    }
+    return ToCount(value);
+}
+
 template <class Value>
 const Value* FindFor(const std::map<std::wstring, Value>& rules, const std::wstring& file)
 {
@@ -196,8 +206,8 @@ void CScript::AddRule(const Words& words)
 {
     const std::wstring& verb = words[0];
     if (verb == L"datecode") {
-        RequireWords(words, 2, 2);
-        m_dateCode = ToNumber(words[1]);
+        RequireWords(words, 2, 3);
+        m_dateCodes[words.size() == 3 ? ToFirstStart(words[2]) : 1] = ToNumber(words[1]);
     } else if (verb == L"open") {
         AddOpen(words);
     } else if (verb == L"count") {
@@ -210,11 +220,7 @@ void CScript::AddRule(const Words& words)
         m_missing.emplace(LowerCase(words[1]), words[2]);
     } else if (verb == L"start-refuse") {
         RequireWords(words, 1, 2);
-        const auto [key, value] = SplitOption(words.size() == 2 ? words[1] : L"from=1");
-        if (key != L"from") {
-            RefuseWord(key);
-        }
-        m_refuseFrom = ToCount(value);
+        m_refuseFrom = words.size() == 2 ? ToFirstStart(words[1]) : 1;
     } else if (verb == L"stay") {
         RequireWords(words, 1, 1);
         m_stays = true;

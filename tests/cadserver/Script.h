@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
@@ -80,7 +81,11 @@ public:
     // Reads the rules of a script file. Throws CScriptError, or std::runtime_error when it cannot be read.
     explicit CScript(const std::wstring& path);
 
-    [[nodiscard]] long DateCode() const { return m_dateCode; }
+    // What the server's n-th start (from 1) gives for its version.
+    [[nodiscard]] long DateCode(DWORD start) const
+    {
+        return std::prev(m_dateCodes.upper_bound(start))->second;
+    }
     [[nodiscard]] OpenAnswer Open(const std::wstring& file) const;
     // The number of configurations that the document reports, when the script says one.
     [[nodiscard]] std::optional<long> Count(const std::wstring& file) const;
@@ -102,7 +107,7 @@ private:
     void AddNames(const Words& words);
     void AddFault(const Words& words);
 
-    long m_dateCode = 2019250;
+    std::map<DWORD, long> m_dateCodes = {{0, 2019250}};  // by the first start that gives them
     std::map<std::wstring, OpenAnswer> m_open;
     std::map<std::wstring, long> m_counts;
     std::map<std::wstring, NamesKind> m_names;

@@ -449,6 +449,16 @@ TEST_F(ServerTest, ScriptSaysTheDateCode)
     EXPECT_EQ(1999249, Invoke(Application(), kDateCode, {}).value.lVal);
 }
 
+TEST_F(ServerTest, ScriptSaysFromWhichStartOnADateCodeIsGiven)
+{
+    Script("datecode 7 from=2\ndatecode 5\n");
+    for (const long dateCode : {5, 7, 7}) {
+        ASSERT_EQ(S_OK, Start());
+        EXPECT_EQ(dateCode, Invoke(Application(), kDateCode, {}).value.lVal);
+        EXPECT_EQ(S_OK, Invoke(Application(), kEnd, {}).status);
+    }
+}
+
 TEST_F(ServerTest, ScriptSaysWhatOpeningGives)
 {
     struct Case
@@ -779,7 +789,7 @@ TEST_F(ServerTest, TellsAWrongScriptBeforeAnyStart)
 {
     for (const char* rule :
          {"nonsense", "open x", "names * what", "fault nth=0 fail 1", "fault file=x busy 5", "datecode 12a",
-          "fault description=\"x fail 1", "fault slow"}) {
+          "datecode 1 to=2", "fault description=\"x fail 1", "fault slow"}) {
         SCOPED_TRACE(rule);
         std::ofstream(m_folder / L"wrong", std::ios::binary) << rule << "\n";
         EXPECT_EQ(1U, RunServerProgram(L"--configure --script " + Quoted(m_folder / L"wrong")));

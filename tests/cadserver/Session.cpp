@@ -54,7 +54,8 @@ std::optional<StartSettings> PrepareStart(int version, const std::wstring& remar
     const std::wstring versionText = L"version=" + std::to_wstring(version);
     try {
         CScript script = path.empty() ? CScript() : CScript(path);
-        if (script.RefusesStart(CountStart())) {
+        const DWORD start = CountStart();
+        if (script.RefusesStart(start)) {
             log.Add({L"-", L"refused", OwnProcess(), versionText});
             return std::nullopt;
         }
@@ -63,7 +64,7 @@ std::optional<StartSettings> PrepareStart(int version, const std::wstring& remar
             fields.push_back(remark);
         }
         log.Add(fields);
-        return StartSettings{std::move(script), log};
+        return StartSettings{start, std::move(script), log};
     } catch (const std::exception& error) {
         log.Add({L"-", L"script-error", FromUtf8(error.what())});
         return std::nullopt;
@@ -72,6 +73,7 @@ std::optional<StartSettings> PrepareStart(int version, const std::wstring& remar
 
 CSession::CSession(int version, StartSettings settings)
     : m_version(version)
+    , m_start(settings.number)
     , m_script(std::move(settings.script))
     , m_faults(m_script.Faults())
     , m_log(std::move(settings.log))
@@ -148,6 +150,7 @@ bool CSession::Continue()
     if (!settings) {
         return false;
     }
+    m_start = settings->number;
     m_script = std::move(settings->script);
     m_log = std::move(settings->log);
     m_faults = CFaultPlan(m_script.Faults());

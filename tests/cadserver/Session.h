@@ -26,6 +26,7 @@ using OpenPartPointer = std::shared_ptr<OpenPart>;
 // What a start of the server goes by.
 struct StartSettings
 {
+    DWORD number;  // of the start, from 1
     CScript script;
     CCallLog log;
 };
@@ -43,6 +44,8 @@ public:
     CSession(int version, StartSettings settings);
 
     [[nodiscard]] const CScript& Script() const { return m_script; }
+    // What the application gives for its version.
+    [[nodiscard]] long DateCode() const { return m_script.DateCode(m_start); }
     [[nodiscard]] CFaultPlan& Faults() { return m_faults; }
     [[nodiscard]] const CCallLog& Log() const { return m_log; }
     // The running number of the next call, from 1.
@@ -89,6 +92,7 @@ private:
     void RestartStayTimer();
 
     int m_version;
+    DWORD m_start;
     CScript m_script;
     CFaultPlan m_faults;
     CCallLog m_log;
