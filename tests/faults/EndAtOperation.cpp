@@ -5,10 +5,10 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <cstring>
 #include <initializer_list>
 
 #include "tests/faults/EndOrder.h"
+#include "tests/faults/ImportTable.h"
 
 namespace {
 
@@ -76,45 +76,12 @@ Substitute For(const char* name)
     return {name, Stand<place>(place), reinterpret_cast<void**>(place)};
 }
 
-void Replace(void** entry, const Substitute& substitute)
-{
-    DWORD protection = 0;
-    VirtualProtect(entry, sizeof *entry, PAGE_READWRITE, &protection);
-    *substitute.original = *entry;
-    *entry = substitute.function;
-    VirtualProtect(entry, sizeof *entry, protection, &protection);
-}
-
-template <class Structure>
-Structure* At(DWORD place)
-{
-    return reinterpret_cast<Structure*>(reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr)) + place);
-}
-
-// Puts the substitute into the program's import table, wherever it imports that function; a function may be
-// imported under several names of the runtime library.
-void Redirect(const Substitute& substitute)
-{
-    const auto* const headers = At<IMAGE_NT_HEADERS>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
-    const DWORD table = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-    for (const auto* library = At<IMAGE_IMPORT_DESCRIPTOR>(table); library->Name != 0; ++library) {
-        const auto* name = At<IMAGE_THUNK_DATA>(library->OriginalFirstThunk);
-        auto* entry = At<void*>(library->FirstThunk);
-        for (; name->u1.AddressOfData != 0; ++name, ++entry) {
-            const auto* const import = At<IMAGE_IMPORT_BY_NAME>(static_cast<DWORD>(name->u1.AddressOfData));
-            if (std::strcmp(reinterpret_cast<const char*>(import->Name), substitute.name) == 0) {
-                Replace(entry, substitute);
-            }
-        }
-    }
-}
-
 const bool g_redirected = [] {
     for (const Substitute& substitute :
          {For<&g_createFile>("CreateFileW"), For<&g_writeFile>("WriteFile"),
           For<&g_setAttributes>("SetFileAttributesW"), For<&g_setInformation>("SetFileInformationByHandle"),
           For<&g_makeFolder>("_wmkdir"), For<&g_openStream>("_wfopen"), For<&g_write>("_write")}) {
-        Redirect(substitute);
+        RedirectImport(substitute.name, substitute.function, substitute.original);
     }
     return true;
 }();
