@@ -61,6 +61,14 @@ ScriptFor AndNoNewServer(Fault::Kind kind)
     return [kind](unsigned call) { return ServerScript{{{.kind = kind, .nth = call}}, 2}; };
 }
 
+// The server reports an exception, and the new one is too old.
+ServerScript AndTooOld(unsigned call)
+{
+    Fault fault = kTold;
+    fault.nth = call;
+    return {.faults = {fault}, .oldFrom = 2};
+}
+
 // A fault, and the new server does not tell its version, which is the first call that it is asked.
 ServerScript AndNoVersion(unsigned call)
 {
@@ -91,6 +99,7 @@ const std::vector<FaultKind> kTellingKinds = {
     kExceptionTold,
     {"ExceptionUntold", "exception with neither", OneOfKind(Fault::Kind::exception)},
     kNoNewServer,
+    {"TooOld", "exception, and the new server is too old", AndTooOld},
 };
 
 const std::vector<FaultKind> kOtherKinds = {

@@ -68,6 +68,8 @@ public:
     void ExpectNoFailure();
     // Expects that the map file finds room for so many bytes only; each record takes `recordLength`.
     void ExpectNoRoomFor(std::size_t bytes, std::size_t recordLength);
+    // Expects that the first record that finds no room leaves as much of itself as there is room for.
+    void ExpectHalfRecord() { m_model->m_halfRecordStays = true; }
 
     // Brings the folder of the copies, the table and the model back to where they were at the start.
     void Reset();
@@ -93,6 +95,7 @@ private:
     void ReloadAfterCancel() override;
 
     void KeepCopiesOfTheStart();
+    void MakeCopiesOfTheStart() const;
     void FillTable();
     [[nodiscard]] std::string OpenRules() const;
     void Convert();
@@ -124,5 +127,6 @@ private:
     std::vector<std::wstring> m_shown;
     bool m_retry = true;               // the answer to the question about a busy server
     std::optional<std::string> m_map;  // the map file's bytes behind the last run
+    std::size_t m_room = 0;            // for the map file, when that is bounded
     std::string m_differences;
 };

@@ -2,10 +2,12 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,14 +18,17 @@
 #include "framework/Language.h"
 #include "resources/resource.h"
 #include "tests/acceptance/ExpectedTexts.h"
+#include "tests/acceptance/TestLibrary.h"
 #include "tests/cadserver/TextFile.h"
 #include "tests/faults/FaultTest.h"
+#include "tests/faults/RefusedFile.h"
 
 // One file operation of a run after the other fails.
 
 namespace {
 
 constexpr std::size_t kPendingRows[] = {0, 1, 3};  // of the four: those whose files are copied
+constexpr std::size_t kRecordedRow = 2;            // and the one that is only recorded
 
 std::wstring SourceFailure(const CFaultBench& bench, std::size_t row)
 {
@@ -36,6 +41,35 @@ std::wstring TargetFailure(const CFaultBench& bench, std::size_t row)
 {
     return expected::kTargetNotOpenedLead.Current() + (g_nLanguage != 0 ? bench.Copy(row) : bench.Part(row)) +
            expected::kNotOpenedMiddle.Current() + L"*" + expected::kNotOpenedEnd.Current();
+}
+
+constexpr Text kNotCopiedLead{
+    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nSchreib-/Lesefehler beim Kopieren von\n\"",
+    L"Filecopy failed!\n\nRead/write error while copying of\n\""};
+constexpr Text kNotCopiedMiddle{L"\" nach\n\"", L"\" to\n\""};
+constexpr const wchar_t* kNotCopiedEnd = L"\".\nError: *";
+
+std::wstring CopyingFailure(const CFaultBench& bench, std::size_t row)
+{
+    return kNotCopiedLead.Current() + bench.Part(row) + kNotCopiedMiddle.Current() + bench.Copy(row) +
+           kNotCopiedEnd;
+}
+
+// What the copying of a file leaves that failed on the way: its beginning. Puts it out of the way and answers
+// how long it is.
+std::size_t TakePartOf(const std::wstring& source, const std::wstring& copy)
+{
+    const std::string bytes = ReadBytes(copy);
+    EXPECT_TRUE(ReadBytes(source).starts_with(bytes));
+    EXPECT_TRUE(IsReadOnly(copy));
+    SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_NE(FALSE, DeleteFileW(copy.c_str()));
+    return bytes.size();
+}
+
+std::size_t SizeOf(const std::wstring& path)
+{
+    return static_cast<std::size_t>(std::filesystem::file_size(path));
 }
 
 class FileFaultTest : public FaultTest
@@ -88,10 +122,23 @@ protected:
         return [file] { CloseHandle(file); };
     }
 
+    // Has changes of a file's attributes refused.
+    Mend Refuse(const std::wstring& path, Refusal refusal)
+    {
+        m_refused.emplace(path, refusal, ERROR_ACCESS_DENIED);
+        return [this] { EndRefusal(); };
+    }
+    void EndRefusal()
+    {
+        EXPECT_GT(m_refused->Count(), 0) << "nothing was refused";
+        m_refused.reset();
+    }
+
     CFaultBench& Bench() override { return m_bench; }
 
     CTempFolder m_library;
     CFaultBench m_bench{m_library.Path(), FourRows()};
+    std::optional<CRefusedFile> m_refused;
 };
 
 TEST_F(FileFaultTest, MissingSource)
@@ -131,6 +178,67 @@ TEST_F(FileFaultTest, FolderInPlaceOfTheTarget)
             };
         },
         TargetFailure);
+}
+
+// From its first byte on, from its second block on, from its middle on, and at its end.
+TEST_F(FileFaultTest, UnreadableSource)
+{
+    RecordProperty("kind", "read error in a source file");
+    constexpr std::size_t kAtATime = 4096;  // bytes are read and written
+    for (const std::size_t place : {0U, 1U, 2U, 3U}) {
+        SCOPED_TRACE("place " + std::to_string(place));
+        ForEachRow(
+            [&](std::size_t row) -> Mend {
+                const std::wstring part = m_bench.Part(row);
+                const std::size_t size = SizeOf(part);
+                EXPECT_GT(size, 4 * kAtATime);
+                const std::size_t firstByte =
+                    std::array{std::size_t{0}, kAtATime, size / kAtATime / 2 * kAtATime, size}.at(place);
+                m_refused.emplace(part, Refusal::reading, ERROR_LOCK_VIOLATION, firstByte);
+                return [this, part, firstByte, copy = m_bench.Copy(row)] {
+                    EndRefusal();
+                    EXPECT_EQ(firstByte, TakePartOf(part, copy));
+                };
+            },
+            CopyingFailure);
+    }
+}
+
+// An earlier copy stays as it was.
+TEST_F(FileFaultTest, ReadOnlyCannotBeCleared)
+{
+    RecordProperty("kind", "read-only attribute of an earlier copy cannot be cleared");
+    for (const Refusal refusal : {Refusal::openingForChanges, Refusal::changes}) {
+        ForEachRow(
+            [&](std::size_t row) {
+                EXPECT_EQ("", m_bench.Run({}));
+                m_bench.MarkAll();
+                return Refuse(m_bench.Copy(row), refusal);
+            },
+            TargetFailure);
+    }
+}
+
+TEST_F(FileFaultTest, ReadOnlyCannotBeClearedOfARowThatIsOnlyRecorded)
+{
+    RecordProperty("kind", "read-only attribute of a copy that is only recorded cannot be cleared");
+    for (const Refusal refusal : {Refusal::openingForChanges, Refusal::changes}) {
+        m_bench.Reset();
+        RunAndRepeat({}, Refuse(m_bench.Copy(kRecordedRow), refusal));
+    }
+}
+
+TEST_F(FileFaultTest, ReadOnlyCannotBeSet)
+{
+    RecordProperty("kind", "read-only attribute of a copy cannot be set");
+    for (const Refusal refusal : {Refusal::openingForChanges, Refusal::changes}) {
+        for (const std::size_t row : kPendingRows) {
+            SCOPED_TRACE("row " + std::to_string(row));
+            m_bench.Reset();
+            m_bench.Rows()[row].staysWritable = true;
+            RunAndRepeat({}, Refuse(m_bench.Copy(row), refusal));
+        }
+    }
 }
 
 TEST_F(FileFaultTest, HeldMapFile)
@@ -250,12 +358,17 @@ private:
     std::wstring m_way;
 };
 
-// Calls a function when the run turns to a row, which it shows in the first line of the progress dialog.
+// What the first line of the progress dialog begins with when the run turns to a row, and, in one that only
+// copies, when the row is recorded.
+constexpr Text kTurnedTo{L"Kopiere: ", L"Copy: "};
+constexpr Text kRecorded{L"Bearbeite Datei: ", L"Current file: "};
+
+// Calls a function with the number of each row, from 0, when the run is that far with it.
 class CRowWatcher
 {
 public:
-    CRowWatcher(std::size_t row, std::function<void()> onRow)
-        : m_rowsToGo(row + 1)
+    CRowWatcher(const Text& moment, std::function<void(std::size_t)> onRow)
+        : m_moment(moment.Current())
         , m_onRow(std::move(onRow))
         , m_hook(SetWindowsHookExW(WH_CALLWNDPROC, &OnCall, nullptr, GetCurrentThreadId()))
     {
@@ -282,18 +395,40 @@ private:
 
     void Note(const std::wstring& text)
     {
-        const bool beginsRow = text.starts_with(L"Kopiere: ") || text.starts_with(L"Copy: ");
-        if (beginsRow && --m_rowsToGo == 0) {
-            m_onRow();
+        if (text.starts_with(m_moment)) {
+            m_onRow(m_row++);
         }
     }
 
     inline static CRowWatcher* s_current = nullptr;
 
-    std::size_t m_rowsToGo;
-    std::function<void()> m_onRow;
+    const std::wstring m_moment;
+    std::size_t m_row = 0;
+    std::function<void(std::size_t)> m_onRow;
     HHOOK m_hook;
 };
+
+// It stays away until the row is converted again.
+TEST_F(FileFaultTest, CopyGoneBeforeItIsMadeReadOnly)
+{
+    RecordProperty("kind", "copy removed before it is made read-only");
+    m_bench.m_copyOnly = true;
+    for (const int language : LanguagesToTry()) {
+        const CLanguageScope scope(language);
+        for (const std::size_t gone : kPendingRows) {
+            SCOPED_TRACE("row " + std::to_string(gone));
+            m_bench.Reset();
+            m_bench.Rows()[gone].copyVanishes = true;
+            std::optional<CRowWatcher> watcher;
+            watcher.emplace(kRecorded, [this, gone](std::size_t row) {
+                if (row == gone) {
+                    EXPECT_NE(FALSE, DeleteFileW(m_bench.Copy(row).c_str()));
+                }
+            });
+            RunAndRepeat({}, [&watcher] { watcher.reset(); });
+        }
+    }
+}
 
 TEST_F(FileFaultTest, ShareGoneDuringTheRun)
 {
@@ -309,8 +444,16 @@ TEST_F(FileFaultTest, ShareGoneDuringTheRun)
                     m_bench.Rows()[row].copyFailure = SourceFailure(m_bench, row);
                 }
             }
-            const CRowWatcher watcher(gone, [&way] { way.Take(); });
-            RunAndRepeat({}, [&way] { way.GiveBack(); });
+            std::optional<CRowWatcher> watcher;
+            watcher.emplace(kTurnedTo, [&way, gone](std::size_t row) {
+                if (row == gone) {
+                    way.Take();
+                }
+            });
+            RunAndRepeat({}, [&] {
+                watcher.reset();
+                way.GiveBack();
+            });
         }
     }
 }
@@ -477,23 +620,6 @@ private:
     [[nodiscard]] std::wstring Filler() const { return m_folder + L"\\filler"; }
 };
 
-constexpr Text kNotCopiedLead{
-    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nSchreib-/Lesefehler beim Kopieren von\n\"",
-    L"Filecopy failed!\n\nRead/write error while copying of\n\""};
-constexpr Text kNotCopiedMiddle{L"\" nach\n\"", L"\" to\n\""};
-constexpr const wchar_t* kNotCopiedEnd = L"\".\nError: *";
-
-// What the copying of a file leaves for which there was no room: its beginning. Puts it out of the way.
-void TakePartOf(const std::wstring& source, const std::wstring& copy)
-{
-    const std::string bytes = ReadBytes(copy);
-    EXPECT_LT(bytes.size(), std::filesystem::file_size(source));
-    EXPECT_TRUE(ReadBytes(source).starts_with(bytes));
-    EXPECT_NE(0U, GetFileAttributesW(copy.c_str()) & FILE_ATTRIBUTE_READONLY);
-    SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
-    EXPECT_NE(FALSE, DeleteFileW(copy.c_str()));
-}
-
 TEST_F(FullDiskTest, NoRoomForThisAndTheLaterCopies)
 {
     RecordProperty("kind", "disk full while a file is copied");
@@ -505,21 +631,19 @@ TEST_F(FullDiskTest, NoRoomForThisAndTheLaterCopies)
         for (const std::size_t full : kPendingRows) {
             SCOPED_TRACE("row " + std::to_string(full));
             bench.Reset();
-            room += Blocks(static_cast<std::size_t>(std::filesystem::file_size(bench.Part(full))));
+            room += Blocks(SizeOf(bench.Part(full)));
             Fill(room);  // one block short, as the map file takes one
             bench.m_afterRun = [&] {
                 Free();
                 for (const std::size_t row : kPendingRows) {
                     if (row >= full) {
-                        TakePartOf(bench.Part(row), bench.Copy(row));
+                        EXPECT_LT(TakePartOf(bench.Part(row), bench.Copy(row)), SizeOf(bench.Part(row)));
                     }
                 }
             };
             for (const std::size_t row : kPendingRows) {
                 if (row >= full) {
-                    bench.Rows()[row].copyFailure = kNotCopiedLead.Current() + bench.Part(row) +
-                                                    kNotCopiedMiddle.Current() + bench.Copy(row) +
-                                                    kNotCopiedEnd;
+                    bench.Rows()[row].copyFailure = CopyingFailure(bench, row);
                 }
             }
             std::string differences = bench.Run({});
@@ -531,21 +655,33 @@ TEST_F(FullDiskTest, NoRoomForThisAndTheLaterCopies)
     }
 }
 
-TEST_F(FullDiskTest, NoRoomForRecords)
+// Rows whose records take as many bytes each, some blocks together.
+std::vector<ModelRow> RowsOfLongNames()
 {
-    RecordProperty("kind", "disk full while the map file is written");
     std::vector<std::wstring> names;
     for (int number = 100; number < 150; ++number) {
         names.push_back(std::to_wstring(number) + std::wstring(60, L'x') + L".sldprt");
     }
-    const std::size_t recordLength = 2 * names[0].size() + std::wstring(L"neu ").size() + 6 + 2;
-    CFaultBench bench(m_folder, EmptyParts(names));
+    return EmptyParts(names);
+}
+
+// Of a run that only copies.
+std::size_t RecordLength(const ModelRow& row)
+{
+    return (row.texts.strOriginal + L" ; " + row.texts.strRenamed + L" ; \r\n").size();
+}
+
+TEST_F(FullDiskTest, NoRoomForRecords)
+{
+    RecordProperty("kind", "disk full while the map file is written");
+    const std::vector<ModelRow> rows = RowsOfLongNames();
+    CFaultBench bench(m_folder, rows);
     bench.m_copyOnly = true;
     for (std::size_t blocks = 0; blocks <= 2; ++blocks) {
         SCOPED_TRACE("blocks " + std::to_string(blocks));
         const CLanguageScope language(static_cast<int>(blocks % 2));
         bench.Reset();
-        bench.ExpectNoRoomFor(blocks * kBlock, recordLength);
+        bench.ExpectNoRoomFor(blocks * kBlock, RecordLength(rows[0]));
         Fill(blocks);
         bench.m_afterRun = [this] { Free(); };
         std::string differences = bench.Run({});
@@ -576,15 +712,20 @@ TEST_F(CountingTest, NothingIsWrittenIntoAReadOnlyFolder)
 
 // ---- Many files
 
-// A folder with that many part files. Wine looks through the whole folder for each file that it makes, so the
-// caller may have made it.
+std::wstring NameOfMany(int number)
+{
+    return L"N_" + std::to_wstring(number) + L"_M8.sldprt";
+}
+
+// A folder with that many part files, and their copies where the caller made them. Wine looks through the
+// whole folder for each file that it makes, so the caller may have made it.
 std::wstring FolderOfMany(const CTempFolder& own, int count)
 {
     if (const wchar_t* const folder = _wgetenv(L"TALVENOR_MANY_FILES"); folder != nullptr) {
         return folder;
     }
     for (int number = 1; number <= count; ++number) {
-        WriteBytes(own / (L"N_" + std::to_wstring(number) + L"_M8.sldprt"), "");
+        WriteBytes(own / NameOfMany(number), "");
     }
     return own.Path();
 }
@@ -609,7 +750,7 @@ TEST_F(CountingTest, FiftyThousandFilesAreLoaded)
 
     std::vector<std::wstring> expectedNames;
     for (int number = 1; number <= kCount; ++number) {
-        expectedNames.push_back(L"N_" + std::to_wstring(number) + L"_M8.sldprt");
+        expectedNames.push_back(NameOfMany(number));
     }
     std::ranges::sort(expectedNames);
     ASSERT_EQ(kCount, table.GetItemCount());
@@ -621,6 +762,26 @@ TEST_F(CountingTest, FiftyThousandFilesAreLoaded)
         }
     }
     Note(1, difference);
+}
+
+// The copies are there already, as an earlier run left them.
+TEST_F(CountingTest, FiftyThousandFilesAreCopiedAndRecorded)
+{
+    RecordProperty("kind", "50,000 files in the folder, all of them copied and recorded");
+    const int count = EveryFault() ? 50'000 : 200;
+    const CTempFolder own;
+    std::vector<std::wstring> names;
+    for (int number = 1; number <= count; ++number) {
+        names.push_back(NameOfMany(number));
+    }
+    std::vector<ModelRow> rows = EmptyParts(names);
+    for (ModelRow& row : rows) {
+        row.pending = false;
+    }
+    CFaultBench bench(EveryFault() ? FolderOfMany(own, count) : own.Path(), std::move(rows));
+    bench.m_copyOnly = true;
+    bench.MarkAll();
+    Note(1, bench.Run({}));
 }
 
 }  // namespace

@@ -11,6 +11,10 @@ constexpr const char* kException = "0x80020009";  // DISP_E_EXCEPTION, as the lo
 constexpr const char* kWhile = "20000";           // milliseconds: longer than what is left of the session
 constexpr const char* kShortWhile = "100";
 
+// Versions that the server gives: one below the first that will do, and what it gives unless told otherwise.
+constexpr long kTooOld = 1999249;
+constexpr long kNewEnough = 2019250;
+
 constexpr Text kBusy{
     L"Das andere Programm ist beschäftigt und nimmt keine Befehle an.\n\nSoll weiter gewartet werden?",
     L"The other program is busy and takes no commands.\n\nDo you want to keep waiting?"};
@@ -90,6 +94,9 @@ std::string ServerScript::Rules() const
     if (refuseFrom != 0) {
         rules += "start-refuse from=" + std::to_string(refuseFrom) + "\n";
     }
+    if (oldFrom != 0) {
+        rules += "datecode " + std::to_string(kTooOld) + " from=" + std::to_string(oldFrom) + "\n";
+    }
     return rules;
 }
 
@@ -108,23 +115,28 @@ RunOutcome CRunModel::Run(const ServerScript& script)
     m_starts = 0;
     m_callsAcross = 0;
     m_recordFailureShown = false;
-    if (!m_copyOnly && LoadCad() != Load::done) {
-        m_outcome.shown.push_back(L"box " + expected::kCadNotLoaded.Current());
-    } else if (!m_mapFileFailure.empty()) {
-        m_outcome.shown.push_back(L"box " + m_mapFileFailure);
-    } else {
-        m_outcome.mapFileWritten = true;
-        m_outcome.headerWritten = !m_headerFails;
-        if (m_headerFails) {
-            ShowRecordFailure();
-        }
-        RunRows();
+    if (m_copyOnly || LoadOrTell()) {
+        WriteMapFile();
     }
     ReleaseCad();
     for (const ModelRow& row : m_rows) {
         m_outcome.marks += row.pending ? 'P' : 'c';
     }
     return std::move(m_outcome);
+}
+
+void CRunModel::WriteMapFile()
+{
+    if (!m_mapFileFailure.empty()) {
+        m_outcome.shown.push_back(L"box " + m_mapFileFailure);
+        return;
+    }
+    m_outcome.mapFileWritten = true;
+    m_outcome.headerWritten = !m_headerFails;
+    if (m_headerFails) {
+        ShowRecordFailure();
+    }
+    RunRows();
 }
 
 void CRunModel::RunRows()
@@ -155,8 +167,10 @@ bool CRunModel::HandleRow(ModelRow& row)
         }
         row.pending = false;
     }
-    if (m_copies.contains(name)) {
-        m_copies[name].readOnly = true;
+    if (row.copyVanishes) {
+        m_copies.erase(name);
+    } else if (m_copies.contains(name)) {
+        m_copies[name].readOnly = !row.staysWritable;
     }
     return true;
 }
@@ -173,14 +187,23 @@ void CRunModel::ShowRecordFailure()
 bool CRunModel::Record(const ModelRow& row)
 {
     if (!row.recordFails) {
-        m_outcome.records.push_back(row.texts);
-        if (m_copyOnly) {
-            m_outcome.records.back().strBomName.clear();
-        }
+        m_outcome.records.push_back(RecordOf(row));
     } else {
         ShowRecordFailure();
+        if (m_halfRecordStays && !m_outcome.halfRecord) {
+            m_outcome.halfRecord = RecordOf(row);
+        }
     }
     return !row.recordFails;
+}
+
+UTtab_entry CRunModel::RecordOf(const ModelRow& row) const
+{
+    UTtab_entry record = row.texts;
+    if (m_copyOnly) {
+        record.strBomName.clear();
+    }
+    return record;
 }
 
 // False when there is no server to go on with.
@@ -195,11 +218,7 @@ bool CRunModel::Update(const ModelRow& row)
         }
     }
     ReleaseCad();
-    if (LoadCad() == Load::done) {
-        return true;
-    }
-    m_outcome.shown.push_back(L"box " + expected::kCadNotLoaded.Current());
-    return false;
+    return LoadOrTell();
 }
 
 void CRunModel::WriteBomNames(const ModelRow& row)
@@ -246,11 +265,23 @@ CRunModel::Load CRunModel::LoadCad()
         return Load::failed;
     }
     try {
-        Call("application 11 method", "I4=2019250");
-        return Load::done;
+        const bool tooOld = m_script->oldFrom != 0 && m_starts >= m_script->oldFrom;
+        Call("application 11 method", "I4=" + std::to_string(tooOld ? kTooOld : kNewEnough));
+        return tooOld ? Load::tooOld : Load::done;
     } catch (const CallFailed&) {
         return Load::failed;
     }
+}
+
+// False when there is no server to work with, which the user is told.
+bool CRunModel::LoadOrTell()
+{
+    const Load load = LoadCad();
+    if (load != Load::done) {
+        const Text& message = load == Load::tooOld ? expected::kCadTooOld : expected::kCadNotLoaded;
+        m_outcome.shown.push_back(L"box " + message.Current());
+    }
+    return load == Load::done;
 }
 
 // Whatever becomes of the call, the server is let go, and that ends it.

@@ -48,6 +48,7 @@ struct ServerScript
 {
     std::vector<Fault> faults;
     unsigned refuseFrom = 0;  // the first start that fails; 0: none
+    unsigned oldFrom = 0;     // the first start from which on the version is too old; 0: none
 
     // The rules as the server reads them.
     [[nodiscard]] std::string Rules() const;
@@ -65,6 +66,8 @@ struct ModelRow
     bool pending = true;
     std::wstring copyFailure = {};  // the message about it, "*" for the system's words; empty: it succeeds
     bool recordFails = false;       // for want of room in the map file
+    bool staysWritable = false;     // the copy's read-only attribute cannot be set
+    bool copyVanishes = false;      // before it can be set
 };
 
 struct CopyState
@@ -84,8 +87,9 @@ struct RunOutcome
     bool mapFileWritten = false;      // though it may have found no room
     bool headerWritten = false;
     std::vector<UTtab_entry> records;
-    std::string marks;               // of the rows: P pending, c converted
-    std::vector<std::string> calls;  // as the server's log tells them, beginning with their number
+    std::optional<UTtab_entry> halfRecord;  // whose beginning is left behind them
+    std::string marks;                      // of the rows: P pending, c converted
+    std::vector<std::string> calls;         // as the server's log tells them, beginning with their number
 };
 
 class CRunModel
@@ -101,8 +105,9 @@ public:
     [[nodiscard]] std::vector<ModelRow>& Rows() { return m_rows; }
     [[nodiscard]] const Copies& CopiesNow() const { return m_copies; }
     bool m_copyOnly = false;
-    bool m_headerFails = false;     // for want of room
-    std::wstring m_mapFileFailure;  // the message when the map file cannot be opened; empty: it can
+    bool m_headerFails = false;      // for want of room
+    bool m_halfRecordStays = false;  // of the first record that finds no room
+    std::wstring m_mapFileFailure;   // the message when the map file cannot be opened; empty: it can
 
 private:
     // A call that came to nothing; with a report when the server made one.
@@ -113,18 +118,22 @@ private:
     enum class Load
     {
         done,
-        failed
+        failed,
+        tooOld
     };
 
+    void WriteMapFile();
     void RunRows();
     bool HandleRow(ModelRow& row);
     bool Record(const ModelRow& row);
+    [[nodiscard]] UTtab_entry RecordOf(const ModelRow& row) const;
     void ShowRecordFailure();
     [[nodiscard]] std::wstring MapPath() const { return m_mapped + L"\\PartsMap.txt"; }
     bool Update(const ModelRow& row);
     void WriteBomNames(const ModelRow& row);
     void WriteConfiguration(const ModelRow& row, std::size_t index);
     Load LoadCad();
+    bool LoadOrTell();
     void ReleaseCad();
 
     // The server.

@@ -24,7 +24,9 @@ A run makes 44 automation calls, counted by hand and from the server's log; each
 turn. Where a server is to end or is said to have a process for each connection, its processes really end and start; in
 the other kinds one process stays on from session to session (`stay` in tests/cadserver/README.md), which is the same
 to the program: every call on an object of an ended session fails, and the log shows that there is none. Of the files,
-three are copied in each run; names, paths and disks have runs that only copy.
+three are copied in each run; names, paths and disks have runs that only copy. A read error, and attributes that cannot
+be changed, are had from functions that stand between the program's code and the system's in the table of the functions
+that it imports, and refuse that for one file.
 
 Wine does not ask a client's message filter about a call that the server rejects: under it such a call fails at once,
 for a while as for good, and the run loads the server anew. That the program waits for a busy server and then asks its

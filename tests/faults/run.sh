@@ -2,8 +2,8 @@
 # Runs fault_tests with what only the machine around Wine can give them: run.sh PROGRAM [ARG ...]
 #
 # A small file system that can be filled and a "Mapped" folder that nobody may write, when this user may mount file
-# systems (the tests that want them are skipped otherwise), and a folder of 50,000 part files, which Wine itself would
-# take minutes to make.
+# systems (the tests that want them are skipped otherwise), and a folder of 50,000 part files and their copies, which
+# Wine itself would take long to make.
 set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
@@ -17,7 +17,7 @@ trap finish EXIT
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 mount_small() { mount -t tmpfs -o "$1" talvenor-faults "$2" 2>/dev/null; }
 
-mkdir -p "$work/small" "$work/read-only/Mapped" "$work/many"
+mkdir -p "$work/small" "$work/read-only/Mapped" "$work/many/Mapped"
 if mount_small size=4m "$work/small"; then
   export TALVENOR_SMALL_DISK=$(windows_path "$work/small")
 fi
@@ -25,5 +25,6 @@ if mount_small size=64k,ro "$work/read-only/Mapped"; then
   export TALVENOR_READ_ONLY_MAPPED=$(windows_path "$work/read-only")
 fi
 (cd "$work/many" && seq -f 'N_%.0f_M8.sldprt' 50000 | xargs touch)
+(cd "$work/many/Mapped" && seq -f 'neu N_%.0f_M8.sldprt' 50000 | xargs -d '\n' touch)
 export TALVENOR_MANY_FILES=$(windows_path "$work/many")
 "$here/../../tools/run-windows" "$@"
