@@ -91,7 +91,7 @@ public:
     static void SetStatus(const std::wstring& path, const CFileStatus& status);
 
     // Takes away what a file holds behind its first `length` bytes. False when the system refuses.
-    static bool CutOff(const std::wstring& path, std::uint64_t length);
+    [[nodiscard]] static bool CutOff(const std::wstring& path, std::uint64_t length);
 
 private:
     UniqueHandle m_file;

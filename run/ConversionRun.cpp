@@ -256,28 +256,34 @@ bool CConversionRun::CopyAndRecord()
 }
 
 // Hands the text to the system at once, so that it survives the end of the program. A text that cannot be
-// written leaves no half line behind, and the user is told once.
+// written leaves no half line behind, and the user is told once. Behind a half line that cannot be taken back
+// nothing is written: the two would be read as one record.
 bool CConversionRun::WriteToMapFile(const std::string& text)
 {
-    m_mapFile << text << std::flush;
-    if (m_mapFile.good()) {
-        m_nMapFileSize = static_cast<std::uintmax_t>(std::streamoff(m_mapFile.tellp()));
-        return true;
+    if (!m_bMapFileHasHalfLine || TakeBackHalfLine()) {
+        m_mapFile << text << std::flush;
+        if (m_mapFile.good()) {
+            m_bMapFileHasHalfLine = false;
+            m_nMapFileSize = static_cast<std::uintmax_t>(std::streamoff(m_mapFile.tellp()));
+            return true;
+        }
+        m_bMapFileHasHalfLine = !TakeBackHalfLine();
     }
-    TakeBackHalfLine();
     if (!std::exchange(m_bMapFileFailureShown, true)) {
         ShowMessage(kMapFileLead.Current() + m_strMapPath + kMapFileNotWritten.Current());
     }
     return false;
 }
 
-// Opened anew because the failed stream would write what it still holds at the next chance.
-void CConversionRun::TakeBackHalfLine()
+// Opened anew because the failed stream would write what it still holds at the next chance. False when the
+// system does not let the file be made shorter, as while another program has it mapped into its memory.
+bool CConversionRun::TakeBackHalfLine()
 {
     m_mapFile.close();
-    CFile::CutOff(m_strMapPath, m_nMapFileSize);
+    const bool cut = CFile::CutOff(m_strMapPath, m_nMapFileSize);
     m_mapFile.clear();
     m_mapFile.open(m_strMapPath.c_str(), std::ios::app);
+    return cut;
 }
 
 void CConversionRun::ShowCurrentFile()

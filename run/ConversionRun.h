@@ -61,7 +61,7 @@ private:
     bool HasFileNames();
     bool CopyAndRecord();
     bool WriteToMapFile(const std::string& text);
-    void TakeBackHalfLine();
+    bool TakeBackHalfLine();
     void ShowRow();
     void ShowCurrentFile();
     bool UpdateBomEntries();
@@ -80,6 +80,7 @@ private:
     std::wstring m_strMapPath;
     std::ofstream m_mapFile;
     std::uintmax_t m_nMapFileSize = 0;  // up to the last whole line, in bytes
+    bool m_bMapFileHasHalfLine = false;
     bool m_bMapFileFailureShown = false;
     bool m_bNoFileNameShown = false;
     int m_nTotal = 0;  // rows to convert

@@ -692,6 +692,140 @@ TEST_F(FullDiskTest, NoRoomForRecords)
     }
 }
 
+// As long as it lives, the file cannot be made shorter: another program has it mapped into its memory.
+class CMappedFile
+{
+public:
+    explicit CMappedFile(const std::wstring& path)
+        : m_file(ValidHandle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                         nullptr, OPEN_EXISTING, 0, nullptr)))
+        , m_mapping(CreateFileMappingW(m_file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr))
+        , m_view(MapViewOfFile(m_mapping.get(), FILE_MAP_READ, 0, 0, 0))
+    {
+        EXPECT_NE(nullptr, m_view);
+    }
+    CMappedFile(const CMappedFile&) = delete;
+    CMappedFile& operator=(const CMappedFile&) = delete;
+    ~CMappedFile() { UnmapViewOfFile(m_view); }
+
+private:
+    UniqueHandle m_file;
+    UniqueHandle m_mapping;
+    const void* m_view;
+};
+
+// A record finds room for its beginning only, which cannot be taken back.
+class HalfRecordTest : public FullDiskTest
+{
+protected:
+    // What is mended before the run turns to the row behind the one that is not recorded.
+    struct MendedOnTheWay
+    {
+        bool disk;
+        bool file;
+    };
+
+    void SetUp() override
+    {
+        FullDiskTest::SetUp();
+        if (!IsSkipped()) {
+            m_bench.emplace(m_folder, m_rows);
+            m_bench->m_copyOnly = true;
+        }
+    }
+
+    // A run in which the map file finds room for one block.
+    std::string Run(MendedOnTheWay mended)
+    {
+        m_bench->Reset();
+        m_bench->ExpectNoRoomFor(kBlock, RecordLength(m_rows[0]));
+        m_failing = static_cast<std::size_t>(std::ranges::find_if(m_bench->Rows(), &ModelRow::recordFails) -
+                                             m_bench->Rows().begin());
+        if (mended.disk && mended.file) {
+            m_bench->ExpectNoFailure();
+            m_bench->Rows()[m_failing].recordFails = true;
+        } else {
+            m_bench->ExpectHalfRecord();
+        }
+        Fill(1);
+        std::optional<CMappedFile> mapped;
+        std::optional<CRowWatcher> watcher;
+        watcher.emplace(kTurnedTo, [&](std::size_t row) {
+            if (row == m_failing) {
+                mapped.emplace(m_bench->MapPath());
+            } else if (row == m_failing + 1) {
+                Mend(mended, mapped);
+            }
+        });
+        m_bench->m_afterRun = [&] {
+            watcher.reset();
+            Mend({!mended.disk, !mended.file}, mapped);
+        };
+        return m_bench->Run({});
+    }
+
+    std::string RunAgain()
+    {
+        m_bench->m_afterRun = nullptr;
+        m_bench->ExpectNoFailure();
+        return m_bench->Run({});
+    }
+
+    // The records that were written whole are read; the half one may pass for a record, too.
+    void ExpectWholeRecordsRead() const
+    {
+        CFileMisc reader(1);
+        EXPECT_EQ((CFileMisc::MapFileState{true, false}), reader.ReadMapFile(m_bench->MapPath()));
+        std::vector<UTtab_entry> records;
+        for (POSITION at = reader.m_lstEntries.GetHeadPosition(); at != nullptr;) {
+            records.push_back(reader.m_lstEntries.GetNext(at));
+        }
+        ASSERT_GE(records.size(), m_failing);
+        EXPECT_LE(records.size(), m_failing + 1);
+        for (std::size_t row = 0; row < m_failing; ++row) {
+            EXPECT_EQ(m_rows[row].texts.strOriginal, records[row].strOriginal);
+            EXPECT_EQ(m_rows[row].texts.strRenamed, records[row].strRenamed);
+        }
+    }
+
+    const std::vector<ModelRow> m_rows = RowsOfLongNames();
+
+private:
+    void Mend(MendedOnTheWay what, std::optional<CMappedFile>& mapped) const
+    {
+        if (what.disk) {
+            Free();
+        }
+        if (what.file) {
+            mapped.reset();
+        }
+    }
+
+    std::optional<CFaultBench> m_bench;
+    std::size_t m_failing = 0;  // the row
+};
+
+TEST_F(HalfRecordTest, NothingIsWrittenBehindIt)
+{
+    RecordProperty("kind", "disk full, and the half record cannot be taken back");
+    for (const bool freedOnTheWay : {false, true}) {
+        const CLanguageScope language(freedOnTheWay ? 0 : 1);
+        std::string differences = Run({.disk = freedOnTheWay, .file = false});
+        ExpectWholeRecordsRead();
+        Note(1, differences + RunAgain());
+    }
+}
+
+TEST_F(HalfRecordTest, IsTakenBackAsSoonAsThatGoes)
+{
+    RecordProperty("kind", "disk full, and the half record can be taken back only later");
+    for (const int language : LanguagesToTry()) {
+        const CLanguageScope scope(language);
+        const std::string differences = Run({.disk = true, .file = true});
+        Note(1, differences + RunAgain());
+    }
+}
+
 TEST_F(CountingTest, NothingIsWrittenIntoAReadOnlyFolder)
 {
     RecordProperty("kind", "target folder read-only");

@@ -26,7 +26,8 @@ the other kinds one process stays on from session to session (`stay` in tests/ca
 to the program: every call on an object of an ended session fails, and the log shows that there is none. Of the files,
 three are copied in each run; names, paths and disks have runs that only copy. A read error, and attributes that cannot
 be changed, are had from functions that stand between the program's code and the system's in the table of the functions
-that it imports, and refuse that for one file.
+that it imports, and refuse that for one file. A half record that cannot be taken back is in a map file that somebody has
+mapped into memory.
 
 Wine does not ask a client's message filter about a call that the server rejects: under it such a call fails at once,
 for a while as for good, and the run loads the server anew. That the program waits for a busy server and then asks its
