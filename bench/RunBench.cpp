@@ -1,15 +1,15 @@
 // Times a conversion run of the real dialog, from the press of its start button to the answer to its last
 // message, which is given at once. FOLDER holds the standard parts.
 //
-//   runbench copies FOLDER PAIRS   runs that only copy. Prints for each pair the seconds of the run, of a
-//   loop of
-//                                  the system's own copy call on the same files, and of a loop that copies
-//                                  them in the run's small blocks and deals with the read-only attribute. The
-//                                  first pair is not printed.
-//   runbench records FOLDER ROWS   a run of so many rows that are converted already: each is shown and
-//   recorded,
-//                                  and nothing is copied. Prints its seconds.
-//   runbench full FOLDER           one whole run with the CAD system; prints its seconds
+//   runbench copies FOLDER PAIRS
+//     Runs that only copy. Prints for each pair the seconds of the run, of a loop of the system's own copy
+//     call on the same files, and of a loop that copies them in the run's small blocks and deals with the
+//     read-only attribute. The first pair is not printed.
+//   runbench records FOLDER ROWS
+//     A run of so many rows that are converted already: each is shown and recorded, and nothing is copied.
+//     Prints its seconds.
+//   runbench full FOLDER
+//     One whole run with the CAD system; prints its seconds.
 #include <windows.h>
 
 #include <cstdio>

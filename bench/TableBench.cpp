@@ -2,8 +2,8 @@
 //
 //   tablebench WORK ROWS PAIRS TABLE.tsv
 //
-// WORK is fill, show, apply1, apply2, select, delete or mark. TABLE.tsv names standard parts; more than it
-// holds are made of them. Prints a line for each pair of runs: seconds of the program, tab, seconds of the
+// WORK is fill, show, apply1, apply2, select, delete, thin or mark. TABLE.tsv names standard parts; more than
+// it holds are made of them. Prints a line for each pair of runs: seconds of the program, tab, seconds of the
 // bare loop; apply also prints the seconds of the bare loop with the reading of the settings that each row
 // asks for. The first pair is not printed: it makes memory and caches ready for both.
 //
@@ -210,6 +210,18 @@ private:
     {
         FillBoth(true);
         return {Timed(List(), [this] { m_program.Press(IDC_DELETE); }),
+                Timed(BareList(), [this] { ListView_DeleteAllItems(BareList()); })};
+    }
+
+    std::vector<double> DeleteHalfTheRows()
+    {
+        FillBoth(false);
+        for (int row = 0; row < ListView_GetItemCount(BareList()); row += 2) {
+            for (const HWND list : {List(), BareList()}) {
+                ListView_SetItemState(list, row, LVIS_SELECTED, LVIS_SELECTED);
+            }
+        }
+        return {Timed(List(), [this] { m_program.Press(IDC_DELETE); }),
                 Timed(BareList(), [this] { DeleteBareRows(); })};
     }
 
@@ -277,9 +289,13 @@ private:
     std::vector<std::wstring> m_names;
     std::vector<UTtab_entry> m_rows;  // the finished ones
     const std::map<std::wstring, std::function<std::vector<double>()>> m_works{
-        {L"fill", [this] { return Fill(); }},         {L"show", [this] { return Show(); }},
-        {L"apply1", [this] { return Apply(1); }},     {L"apply2", [this] { return Apply(2); }},
-        {L"select", [this] { return SelectRows(); }}, {L"delete", [this] { return DeleteRows(); }},
+        {L"fill", [this] { return Fill(); }},
+        {L"show", [this] { return Show(); }},
+        {L"apply1", [this] { return Apply(1); }},
+        {L"apply2", [this] { return Apply(2); }},
+        {L"select", [this] { return SelectRows(); }},
+        {L"delete", [this] { return DeleteRows(); }},
+        {L"thin", [this] { return DeleteHalfTheRows(); }},
         {L"mark", [this] { return MarkRows(); }},
     };
 };

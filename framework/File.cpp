@@ -256,8 +256,12 @@ void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
 bool CFile::CutOff(const std::wstring& path, std::uint64_t length)
 {
     CFile file;
+    LARGE_INTEGER size{};
+    if (!file.Open(path, modeWrite | shareDenyNone, nullptr) || !::GetFileSizeEx(file.m_file.get(), &size)) {
+        return false;
+    }
     FILE_END_OF_FILE_INFO end{};
     end.EndOfFile.QuadPart = static_cast<LONGLONG>(length);
-    return file.Open(path, modeWrite | shareDenyNone, nullptr) &&
+    return size.QuadPart <= end.EndOfFile.QuadPart ||
            ::SetFileInformationByHandle(file.m_file.get(), FileEndOfFileInfo, &end, sizeof end);
 }

@@ -90,7 +90,8 @@ public:
     // Sets the attributes and the time of last modification, both or none. Throws CFileException.
     static void SetStatus(const std::wstring& path, const CFileStatus& status);
 
-    // Takes away what a file holds behind its first `length` bytes. False when the system refuses.
+    // Takes away what a file holds behind its first `length` bytes; a shorter one stays as it is. False when
+    // the system refuses.
     [[nodiscard]] static bool CutOff(const std::wstring& path, std::uint64_t length);
 
 private:

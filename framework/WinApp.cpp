@@ -56,10 +56,10 @@ bool CWinApp::PumpMessage()
     return true;
 }
 
-void CWinApp::PumpPendingMessage(UINT kinds)
+void CWinApp::PumpPendingMessage()
 {
     MSG message{};
-    if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE | kinds) == FALSE) {
+    if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) == FALSE) {
         return;
     }
     if (message.message == WM_QUIT) {

@@ -27,12 +27,8 @@ public:
     // which is left in the queue for the loops further out.
     static bool PumpMessage();
 
-    // What a pump may take, as PeekMessageW has it.
-    static constexpr UINT kAllMessages = 0;
-    static constexpr UINT kAllButPaint = PM_QS_INPUT | PM_QS_POSTMESSAGE | PM_QS_SENDMESSAGE;
-
-    // The same for a message that is already there; does nothing when there is none of these kinds.
-    static void PumpPendingMessage(UINT kinds = kAllMessages);
+    // The same for a message that is already there; does nothing when the queue is empty.
+    static void PumpPendingMessage();
 
     // The title of the program's message boxes.
     [[nodiscard]] const std::wstring& GetName() const { return m_strName; }

@@ -84,7 +84,7 @@ void CConversionRun::Run()
     }
     WriteToMapFile(FormatMapHeader(m_strMapPath, &MapByteFor));
     const RowEnd end = ConvertRows();
-    m_mapFile.close();
+    CloseMapFile();
     if (end == RowEnd::broken) {
         return;
     }
@@ -135,7 +135,7 @@ CConversionRun::CadState CConversionRun::LoadCad()
 {
     m_pProgress->SetFirstText(kLoadingCad.Current());
     m_pProgress->EnableCancel(false);
-    m_pProgress->Refresh();
+    m_pProgress->RefreshAtOnce();
     try {
         if (m_sldWorks.Connect(m_order.progId) == 0) {
             return CadState::notLoaded;
@@ -275,15 +275,23 @@ bool CConversionRun::WriteToMapFile(const std::string& text)
     return false;
 }
 
-// Opened anew because the failed stream would write what it still holds at the next chance. False when the
-// system does not let the file be made shorter, as while another program has it mapped into its memory.
+// Opened anew because the failed stream would write what it still holds at the next chance; not made anew if
+// it is gone meanwhile. False when the system does not let the file be made shorter, as while another program
+// has it mapped into its memory, or be opened.
 bool CConversionRun::TakeBackHalfLine()
 {
     m_mapFile.close();
     const bool cut = CFile::CutOff(m_strMapPath, m_nMapFileSize);
     m_mapFile.clear();
-    m_mapFile.open(m_strMapPath.c_str(), std::ios::app);
-    return cut;
+    m_mapFile.open(m_strMapPath.c_str(), std::ios::in | std::ios::ate);
+    return cut && m_mapFile.is_open();
+}
+
+// A half line that is still there gets its last chance.
+void CConversionRun::CloseMapFile()
+{
+    m_bMapFileHasHalfLine = m_bMapFileHasHalfLine && !TakeBackHalfLine();
+    m_mapFile.close();
 }
 
 void CConversionRun::ShowCurrentFile()

@@ -27,10 +27,16 @@ CProgressFileCopy::CProgressFileCopy(CWnd* owner, int lower, int upper, int star
 
 void CProgressFileCopy::Refresh()
 {
-    UpdateData(false);
-    if (!IsPaintingDue()) {
-        return;
+    if (GetTickCount64() - m_nPaintedAt >= kPaintInterval) {
+        RefreshAtOnce();
+    } else {
+        UpdateData(false);
     }
+}
+
+void CProgressFileCopy::RefreshAtOnce()
+{
+    UpdateData(false);
     for (const HWND window : {m_hWnd, GetWindow(m_hWnd, GW_OWNER)}) {
         if (window != nullptr) {  // a null would be the desktop
             RedrawWindow(window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
@@ -49,7 +55,7 @@ void CProgressFileCopy::EnableCancel(bool enable)
 
 void CProgressFileCopy::PumpOneMessage()
 {
-    CWinApp::PumpPendingMessage(IsPaintingDue() ? CWinApp::kAllMessages : CWinApp::kAllButPaint);
+    CWinApp::PumpPendingMessage();
 }
 
 std::wstring CProgressFileCopy::FitToFirstLine(const std::wstring& prefix, const std::wstring& path) const
@@ -83,11 +89,6 @@ void CProgressFileCopy::DoDataExchange(CDataExchange& exchange)
 void CProgressFileCopy::OnCancel()
 {
     m_nCancelled = 1;
-}
-
-bool CProgressFileCopy::IsPaintingDue() const
-{
-    return GetTickCount64() - m_nPaintedAt >= kPaintInterval;
 }
 
 std::wstring CProgressFileCopy::FitToLine(const CStatic& line, const std::wstring& prefix,

@@ -23,6 +23,9 @@ public:
     // its owner waits for it, unless that was done a moment ago.
     void Refresh() override;
 
+    // The same whenever the last painting was: for what is to be seen while the program waits.
+    void RefreshAtOnce();
+
     void SetFilePosition(int position) override { m_wndFileBar.SetPos(position); }
     void SetOverallPosition(int position) override { m_wndOverallBar.SetPos(position); }
     [[nodiscard]] int GetOverallPosition() const override { return m_wndOverallBar.GetPos(); }
@@ -32,8 +35,6 @@ public:
     // A disabled button loses the focus, and with it the keyboard: it gets the focus back when it is enabled.
     void EnableCancel(bool enable) override;
 
-    // A window that merely wants to be painted is left to the next refresh when the last was a moment ago:
-    // otherwise each row's mark would be painted on its own.
     void PumpOneMessage() override;
 
     // Prefix and path, with the path shortened so that both fit the width of the first or the second line.
@@ -48,7 +49,6 @@ protected:
     void OnCancel() override;
 
 private:
-    [[nodiscard]] bool IsPaintingDue() const;
     [[nodiscard]] static std::wstring FitToLine(const CStatic& line, const std::wstring& prefix,
                                                 const std::wstring& path);
 

@@ -1,5 +1,7 @@
 #include "tests/acceptance/ListTest.h"
 
+#include <iostream>
+
 HWND ListTest::FindEditor(const CProgramUnderTest& program)
 {
     const HWND open = program.List().Editor();
@@ -35,6 +37,7 @@ HWND ListTest::OpenEditorAt(const CProgramUnderTest& program, POINT position)
     // A window manager may take the focus of a window that has just been opened once more, and the editor
     // ends.
     if (!WaitFor([&] { return FindEditor(program); }, kPatienceOfAClick)) {
+        std::cout << "a double click at " << position.x << "," << position.y << " left no editor open\n";
         DoubleClickAt(position);
     }
     return WaitForEditor(program);

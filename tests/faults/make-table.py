@@ -3,8 +3,8 @@
 
 A test in a later report counts in the place of the same test in an earlier one. A test that injects faults says of
 what kind they were, how many it injected and how many of them left everything true; tests of one kind stand in one
-line. The test of long runs says what it measured, and the table says when that was too much. Exit status 1, and no table, when the report holds a test that
-failed without a fault to show for it.
+line. The test of long runs says what it measured, and the table says when that was too much. Exit status 1, and no
+table, when the report holds a test that failed without a fault to show for it.
 """
 import sys
 import xml.etree.ElementTree as ElementTree
@@ -65,6 +65,8 @@ for a thousand rows, and 1 MB is some 100 bytes a row. The window is asked every
 after what Windows calls it hung. It answers during an automation call, however long that takes. The handles, where
 GetProcessHandleCount does not answer, are those of the system's table of handles; the GDI objects, where
 GetGuiResources does not answer, those of the process's own table; the windows are counted one by one, shown or not.
+The server ends with each run: with one that stays, Wine on a machine under load opens further connections to it and
+keeps them, and handles grew from 39 to 229.
 
 | measured | table filled | behind the run | filled anew | behind the second run | may grow |
 |---|---:|---:|---:|---:|---:|
@@ -97,6 +99,8 @@ def main():
             lines = [line.strip() for line in (skip.get("message") or "").splitlines() if line.strip()]
             skipped.append(f"- {kind or properties['name']}: {lines[-1] if lines else 'skipped'}")
         elif kind:
+            if case.find("failure") is not None and properties.get("injected") == properties.get("true"):
+                sys.exit(f"{properties['classname']}.{properties['name']} failed beside what it counts; no table")
             counts = kinds.setdefault(kind, [0, 0])
             counts[0] += int(properties["injected"])
             counts[1] += int(properties["true"])

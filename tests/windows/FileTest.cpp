@@ -246,6 +246,8 @@ TEST_F(FileTest, CutsOffWhatLiesBehindALength)
     const UniqueHandle reader = OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
     EXPECT_TRUE(CFile::CutOff(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\n");
+    EXPECT_TRUE(CFile::CutOff(m_path, 20));
+    EXPECT_EQ(ReadBytes(m_path), "whole line\n");
 }
 
 TEST_F(FileTest, CutsNothingOffWhereItMayNotWrite)
