@@ -20,7 +20,9 @@
 #include "tests/acceptance/ExpectedTexts.h"
 #include "tests/acceptance/TestLibrary.h"
 #include "tests/cadserver/TextFile.h"
+#include "tests/faults/CopyFailures.h"
 #include "tests/faults/FaultTest.h"
+#include "tests/faults/FileWatch.h"
 #include "tests/faults/RefusedFile.h"
 
 // One file operation of a run after the other fails.
@@ -29,43 +31,6 @@ namespace {
 
 constexpr std::size_t kPendingRows[] = {0, 1, 3};  // of the four: those whose files are copied
 constexpr std::size_t kRecordedRow = 2;            // and the one that is only recorded
-
-std::wstring SourceFailure(const CFaultBench& bench, std::size_t row)
-{
-    return expected::kSourceNotOpenedLead.Current() + bench.Part(row) + expected::kNotOpenedMiddle.Current() +
-           L"*" + expected::kNotOpenedEnd.Current();
-}
-
-// The German message names the target, the English one the source.
-std::wstring TargetFailure(const CFaultBench& bench, std::size_t row)
-{
-    return expected::kTargetNotOpenedLead.Current() + (g_nLanguage != 0 ? bench.Copy(row) : bench.Part(row)) +
-           expected::kNotOpenedMiddle.Current() + L"*" + expected::kNotOpenedEnd.Current();
-}
-
-constexpr Text kNotCopiedLead{
-    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nSchreib-/Lesefehler beim Kopieren von\n\"",
-    L"Filecopy failed!\n\nRead/write error while copying of\n\""};
-constexpr Text kNotCopiedMiddle{L"\" nach\n\"", L"\" to\n\""};
-constexpr const wchar_t* kNotCopiedEnd = L"\".\nError: *";
-
-std::wstring CopyingFailure(const CFaultBench& bench, std::size_t row)
-{
-    return kNotCopiedLead.Current() + bench.Part(row) + kNotCopiedMiddle.Current() + bench.Copy(row) +
-           kNotCopiedEnd;
-}
-
-// What the copying of a file leaves that failed on the way: its beginning. Puts it out of the way and answers
-// how long it is.
-std::size_t TakePartOf(const std::wstring& source, const std::wstring& copy)
-{
-    const std::string bytes = ReadBytes(copy);
-    EXPECT_TRUE(ReadBytes(source).starts_with(bytes));
-    EXPECT_TRUE(IsReadOnly(copy));
-    SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
-    EXPECT_NE(FALSE, DeleteFileW(copy.c_str()));
-    return bytes.size();
-}
 
 std::size_t SizeOf(const std::wstring& path)
 {
@@ -103,6 +68,51 @@ protected:
             m_bench.ExpectNoMapFile();
             RunAndRepeat({}, mend);
         }
+    }
+
+    enum class Place
+    {
+        first,
+        secondBlock,
+        middle,
+        end
+    };
+
+    // The same for reading or writing that fails from each of these places of a file on, the source or its
+    // copy: what lies before them is copied.
+    void ForPlacesOfEachRow(std::wstring (CFaultBench::*file)(std::size_t) const, Refusal refusal,
+                            DWORD error, std::initializer_list<Place> places)
+    {
+        for (const Place place : places) {
+            SCOPED_TRACE("place " + std::to_string(static_cast<int>(place)));
+            ForEachRow(
+                [&](std::size_t row) -> Mend {
+                    const std::size_t firstByte = ByteAt(place, SizeOf(m_bench.Part(row)));
+                    m_refused.emplace((m_bench.*file)(row), refusal, error, firstByte);
+                    return [this, row, firstByte] {
+                        EndRefusal();
+                        EXPECT_EQ(firstByte, TakePartOf(m_bench.Part(row), m_bench.Copy(row)));
+                    };
+                },
+                CopyingFailure);
+        }
+    }
+
+    static std::size_t ByteAt(Place place, std::size_t size)
+    {
+        constexpr std::size_t kAtATime = 4096;  // bytes are read and written
+        EXPECT_GT(size, 4 * kAtATime);
+        switch (place) {
+            case Place::first:
+                return 0;
+            case Place::secondBlock:
+                return kAtATime;
+            case Place::middle:
+                return size / kAtATime / 2 * kAtATime;
+            case Place::end:
+                break;
+        }
+        return size;
     }
 
     // Brings something out of the way, and back.
@@ -180,28 +190,18 @@ TEST_F(FileFaultTest, FolderInPlaceOfTheTarget)
         TargetFailure);
 }
 
-// From its first byte on, from its second block on, from its middle on, and at its end.
 TEST_F(FileFaultTest, UnreadableSource)
 {
     RecordProperty("kind", "read error in a source file");
-    constexpr std::size_t kAtATime = 4096;  // bytes are read and written
-    for (const std::size_t place : {0U, 1U, 2U, 3U}) {
-        SCOPED_TRACE("place " + std::to_string(place));
-        ForEachRow(
-            [&](std::size_t row) -> Mend {
-                const std::wstring part = m_bench.Part(row);
-                const std::size_t size = SizeOf(part);
-                EXPECT_GT(size, 4 * kAtATime);
-                const std::size_t firstByte =
-                    std::array{std::size_t{0}, kAtATime, size / kAtATime / 2 * kAtATime, size}.at(place);
-                m_refused.emplace(part, Refusal::reading, ERROR_LOCK_VIOLATION, firstByte);
-                return [this, part, firstByte, copy = m_bench.Copy(row)] {
-                    EndRefusal();
-                    EXPECT_EQ(firstByte, TakePartOf(part, copy));
-                };
-            },
-            CopyingFailure);
-    }
+    ForPlacesOfEachRow(&CFaultBench::Part, Refusal::reading, ERROR_LOCK_VIOLATION,
+                       {Place::first, Place::secondBlock, Place::middle, Place::end});
+}
+
+TEST_F(FileFaultTest, UnwritableTarget)
+{
+    RecordProperty("kind", "write error in a target file");
+    ForPlacesOfEachRow(&CFaultBench::Copy, Refusal::writing, ERROR_WRITE_FAULT,
+                       {Place::first, Place::secondBlock, Place::middle});
 }
 
 // An earlier copy stays as it was.
@@ -283,14 +283,16 @@ TEST_F(FileFaultTest, FolderInPlaceOfTheMapFile)
 TEST_F(FileFaultTest, ReadOnlyMapFile)
 {
     RecordProperty("kind", "map file read-only");
-    if (!ReadOnlyFilesDenyWriting()) {
-        GTEST_SKIP() << "this system lets the user write to read-only files, as Wine does for root";
-    }
-    ForTheMapFile([this]() -> Mend {
+    std::optional<CFileWatch> watch;
+    ForTheMapFile([&]() -> Mend {
         const std::wstring path = m_bench.MapPath();
-        WriteBytes(path, "");
+        m_bench.WriteMapFile("of an earlier run");
         SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
-        return [path] { SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL); };
+        watch.emplace();
+        return [&watch, path] {
+            watch.reset();
+            SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        };
     });
 }
 
@@ -898,7 +900,16 @@ TEST_F(CountingTest, FiftyThousandFilesAreLoaded)
     Note(1, difference);
 }
 
-// The copies are there already, as an earlier run left them.
+// Other bytes in the place of a copy.
+void MakeStale(const std::wstring& copy)
+{
+    SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
+    WriteBytes(copy, "old");
+    SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_READONLY);
+}
+
+// The copies are there already, as an earlier run left them, but of other parts: those that the folder holds
+// are empty, and so are their copies behind the run.
 TEST_F(CountingTest, FiftyThousandFilesAreCopiedAndRecorded)
 {
     RecordProperty("kind", "50,000 files in the folder, all of them copied and recorded");
@@ -915,6 +926,9 @@ TEST_F(CountingTest, FiftyThousandFilesAreCopiedAndRecorded)
     CFaultBench bench(EveryFault() ? FolderOfMany(own, count) : own.Path(), std::move(rows));
     bench.m_copyOnly = true;
     bench.MarkAll();
+    for (std::size_t row = 0; row < names.size(); ++row) {
+        MakeStale(bench.Copy(row));
+    }
     Note(1, bench.Run({}));
 }
 

@@ -1,0 +1,200 @@
+#include "tests/faults/FileWatch.h"
+
+#include <direct.h>
+#include <io.h>
+#include <cerrno>
+#include <cstdio>
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "tests/faults/ImportTable.h"
+
+namespace {
+
+struct OpenFile
+{
+    std::wstring path;
+    DWORD access;
+};
+
+CFileWatch* g_watch = nullptr;
+std::map<HANDLE, OpenFile> g_files;
+std::map<int, OpenFile> g_streams;  // by the runtime library's number
+
+decltype(&CreateFileW) g_createFile = nullptr;
+decltype(&ReadFile) g_readFile = nullptr;
+decltype(&WriteFile) g_writeFile = nullptr;
+decltype(&CloseHandle) g_closeHandle = nullptr;
+decltype(&GetFileAttributesExW) g_readStatus = nullptr;
+decltype(&GetFileAttributesW) g_readAttributes = nullptr;
+decltype(&SetFileAttributesW) g_setAttributes = nullptr;
+decltype(&SetFileInformationByHandle) g_change = nullptr;
+decltype(&_wmkdir) g_makeFolder = nullptr;
+decltype(&_wfopen) g_openStream = nullptr;
+decltype(&_write) g_writeStream = nullptr;
+decltype(&fclose) g_closeStream = nullptr;
+
+// Whether the operation is to fail; the error codes are set then.
+bool Fails(const FileOperation& operation)
+{
+    const DWORD error = g_watch == nullptr ? ERROR_SUCCESS : g_watch->ErrorOf(operation);
+    if (error == ERROR_SUCCESS) {
+        return false;
+    }
+    SetLastError(error);
+    errno = error == ERROR_ACCESS_DENIED ? EACCES : EINVAL;  // as the runtime library translates them
+    return true;
+}
+
+bool DeniesWriting(const wchar_t* path, DWORD access)
+{
+    const bool denies = g_watch != nullptr && (access & GENERIC_WRITE) != 0 &&
+                        (g_readAttributes(path) & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) ==
+                            FILE_ATTRIBUTE_READONLY;
+    if (denies) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        errno = EACCES;
+    }
+    return denies;
+}
+
+// Of what was opened under a watch; nothing else is asked about.
+template <class Key>
+bool FailsOpen(const std::map<Key, OpenFile>& files, Key key, FileCall call, LONGLONG place = 0)
+{
+    const auto found = files.find(key);
+    return found != files.end() && Fails({call, found->second.path, found->second.access, place});
+}
+
+LONGLONG PlaceIn(HANDLE file)
+{
+    LARGE_INTEGER place{};
+    return g_files.contains(file) && SetFilePointerEx(file, {}, &place, FILE_CURRENT) != FALSE
+               ? place.QuadPart
+               : 0;
+}
+
+HANDLE WINAPI Open(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                   DWORD flags, HANDLE model)
+{
+    if (Fails({FileCall::open, path, access}) || DeniesWriting(path, access)) {
+        return INVALID_HANDLE_VALUE;
+    }
+    const HANDLE file = g_createFile(path, access, share, security, disposition, flags, model);
+    if (g_watch != nullptr && file != INVALID_HANDLE_VALUE) {
+        g_files[file] = {path, access};
+    }
+    return file;
+}
+
+BOOL WINAPI Read(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)
+{
+    return FailsOpen(g_files, file, FileCall::read, PlaceIn(file))
+               ? FALSE
+               : g_readFile(file, buffer, count, done, overlapped);
+}
+
+BOOL WINAPI Write(HANDLE file, LPCVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)
+{
+    return FailsOpen(g_files, file, FileCall::write, PlaceIn(file))
+               ? FALSE
+               : g_writeFile(file, buffer, count, done, overlapped);
+}
+
+BOOL WINAPI Close(HANDLE file)
+{
+    if (!g_files.contains(file)) {
+        return g_closeHandle(file);
+    }
+    const OpenFile closed = g_files.extract(file).mapped();
+    const BOOL done = g_closeHandle(file);
+    return Fails({FileCall::close, closed.path, closed.access}) ? FALSE : done;
+}
+
+BOOL WINAPI ReadStatus(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID status)
+{
+    return Fails({FileCall::readStatus, path}) ? FALSE : g_readStatus(path, level, status);
+}
+
+DWORD WINAPI ReadAttributes(LPCWSTR path)
+{
+    return Fails({FileCall::readAttributes, path}) ? INVALID_FILE_ATTRIBUTES : g_readAttributes(path);
+}
+
+BOOL WINAPI SetAttributes(LPCWSTR path, DWORD attributes)
+{
+    return Fails({FileCall::setAttributes, path}) ? FALSE : g_setAttributes(path, attributes);
+}
+
+BOOL WINAPI Change(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID information, DWORD size)
+{
+    return FailsOpen(g_files, file, FileCall::change) ? FALSE : g_change(file, kind, information, size);
+}
+
+int MakeFolder(const wchar_t* path)
+{
+    return Fails({FileCall::makeFolder, path}) ? -1 : g_makeFolder(path);
+}
+
+FILE* OpenStream(const wchar_t* path, const wchar_t* mode)
+{
+    const DWORD access = *mode == L'r' ? GENERIC_READ : GENERIC_WRITE;
+    if (Fails({FileCall::openStream, path, access}) || DeniesWriting(path, access)) {
+        return nullptr;
+    }
+    FILE* const stream = g_openStream(path, mode);
+    if (g_watch != nullptr && stream != nullptr) {
+        g_streams[_fileno(stream)] = {path, access};
+    }
+    return stream;
+}
+
+int WriteStream(int stream, const void* bytes, unsigned count)
+{
+    return FailsOpen(g_streams, stream, FileCall::writeStream) ? -1 : g_writeStream(stream, bytes, count);
+}
+
+int CloseStream(FILE* stream)
+{
+    const int number = _fileno(stream);
+    if (!g_streams.contains(number)) {
+        return g_closeStream(stream);
+    }
+    const OpenFile closed = g_streams.extract(number).mapped();
+    const int result = g_closeStream(stream);
+    return Fails({FileCall::closeStream, closed.path, closed.access}) ? EOF : result;
+}
+
+bool RedirectAll()
+{
+    RedirectImport("CreateFileW", &Open, &g_createFile);
+    RedirectImport("ReadFile", &Read, &g_readFile);
+    RedirectImport("WriteFile", &Write, &g_writeFile);
+    RedirectImport("CloseHandle", &Close, &g_closeHandle);
+    RedirectImport("GetFileAttributesExW", &ReadStatus, &g_readStatus);
+    RedirectImport("GetFileAttributesW", &ReadAttributes, &g_readAttributes);
+    RedirectImport("SetFileAttributesW", &SetAttributes, &g_setAttributes);
+    RedirectImport("SetFileInformationByHandle", &Change, &g_change);
+    RedirectImport("_wmkdir", &MakeFolder, &g_makeFolder);
+    RedirectImport("_wfopen", &OpenStream, &g_openStream);
+    RedirectImport("_write", &WriteStream, &g_writeStream);
+    RedirectImport("fclose", &CloseStream, &g_closeStream);
+    return true;
+}
+
+}  // namespace
+
+CFileWatch::CFileWatch()
+{
+    static const bool redirected = RedirectAll();
+    static_cast<void>(redirected);
+    g_watch = this;
+}
+
+CFileWatch::~CFileWatch()
+{
+    g_watch = nullptr;
+    g_files.clear();
+    g_streams.clear();
+}
