@@ -22,12 +22,16 @@ program.
 
 A run makes 44 automation calls, counted by hand and from the server's log; each kind of fault hits every one of them in
 turn. Where a server is to end or is said to have a process for each connection, its processes really end and start; in
-the other kinds one process stays on from session to session (`stay` in tests/cadserver/README.md), which is the same
-to the program: every call on an object of an ended session fails, and the log shows that there is none. Of the files,
-three are copied in each run; names, paths and disks have runs that only copy. A read error, and attributes that cannot
-be changed, are had from functions that stand between the program's code and the system's in the table of the functions
-that it imports, and refuse that for one file. A half record that cannot be taken back is in a map file that somebody has
-mapped into memory.
+the other kinds one process stays on from session to session (`stay` in tests/cadserver/README.md), which is the same to
+the program: every call on an object of an ended session fails, and the log shows that there is none. Of the files,
+three are copied in each run; names, paths and disks have runs that only copy. A read or write error, and attributes
+that cannot be changed, are had from functions that stand between the program's code and the system's in the table of
+the functions that it imports, and refuse that for one file. The same functions refuse each file operation of a run in
+turn: every opening, read, write and closing of a part, a copy and the map file, and every reading and change of
+attributes, fails once, in runs that only copy and in runs with the server, with earlier copies and without; and so does
+each step of making "Mapped". What closes a file fails when that is done. Nothing is said of attributes, as specified,
+unless an earlier copy cannot be overwritten for that; nor of the closing of the map file, whose lines the system has by
+then. A half record that cannot be taken back is in a map file that somebody has mapped into memory.
 
 Wine does not ask a client's message filter about a call that the server rejects: under it such a call fails at once,
 for a while as for good, and the run loads the server anew. That the program waits for a busy server and then asks its
