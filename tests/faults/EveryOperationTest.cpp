@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,14 +34,14 @@ std::string Described(const FileOperation& operation)
            std::to_string(operation.access) + " at " + std::to_string(operation.place);
 }
 
-// Counts the operations on what lies in a folder, and lets one of them fail.
+// Counts the operations on what lies in a folder, and lets some of them fail.
 class COperationCounter : public CFileWatch
 {
 public:
-    // `number` is that of the one, from 0; none when there are not so many.
-    explicit COperationCounter(std::wstring folder, std::size_t number = SIZE_MAX,
+    // `failing` are the numbers of those, from 0.
+    explicit COperationCounter(std::wstring folder, std::set<std::size_t> failing = {},
                                DWORD error = ERROR_SUCCESS)
-        : m_folder(std::move(folder) + L"\\"), m_number(number), m_error(error)
+        : m_folder(std::move(folder) + L"\\"), m_failing(std::move(failing)), m_error(error)
     {
     }
 
@@ -52,12 +53,12 @@ public:
             return ERROR_SUCCESS;
         }
         m_seen.push_back(operation);
-        return m_seen.size() == m_number + 1 ? m_error : ERROR_SUCCESS;
+        return m_failing.contains(m_seen.size() - 1) ? m_error : ERROR_SUCCESS;
     }
 
 private:
     const std::wstring m_folder;
-    const std::size_t m_number;
+    const std::set<std::size_t> m_failing;
     const DWORD m_error;
     std::vector<FileOperation> m_seen;
 };
@@ -95,6 +96,19 @@ protected:
             }
         }
         SweepFolder(error);
+    }
+
+    void ForEveryStepOfTakingBack(DWORD error)
+    {
+        m_bench.m_copyOnly = true;
+        m_bench.Reset();
+        const std::vector<FileOperation> run = OperationsOfARun();
+        for (std::size_t number = 0; number < run.size(); ++number) {
+            if (run[number].call == FileCall::writeStream) {
+                const CLanguageScope language(static_cast<int>(number % 2));
+                SweepTakingBack(run, number, error);
+            }
+        }
     }
 
 private:
@@ -145,10 +159,11 @@ private:
         m_bench.MarkAll();
     }
 
-    std::vector<FileOperation> OperationsOfARun()
+    std::vector<FileOperation> OperationsOfARun(const std::set<std::size_t>& failing = {},
+                                                DWORD error = ERROR_SUCCESS)
     {
         std::optional<COperationCounter> counter;
-        counter.emplace(m_library.Path());
+        counter.emplace(m_library.Path(), failing, error);
         std::vector<FileOperation> seen;
         m_bench.m_afterRun = [&] {
             seen = counter->Seen();
@@ -158,21 +173,47 @@ private:
         return seen;
     }
 
-    void Inject(const Moment& moment, bool copiesBefore)
+    // `second`: the number of another operation that fails, of those that only the failure brings about.
+    void Inject(const Moment& moment, bool copiesBefore, std::optional<std::size_t> second = {})
     {
         m_mend = nullptr;
         Expect(moment, copiesBefore);
+        std::set<std::size_t> failing = {moment.number};
+        if (second) {
+            failing.insert(*second);
+        }
         std::optional<COperationCounter> counter;
-        counter.emplace(m_library.Path(), moment.number, moment.error);
+        counter.emplace(m_library.Path(), failing, moment.error);
         RunAndRepeat({}, [&] {
             const std::vector<FileOperation> seen = counter->Seen();
             counter.reset();
-            ASSERT_GT(seen.size(), moment.number);
+            ASSERT_GT(seen.size(), *failing.rbegin());
             EXPECT_EQ(Described(moment.Operation()), Described(seen[moment.number]));
             if (m_mend) {
                 m_mend();
             }
         });
+    }
+
+    // A line of the map file cannot be written, and one step of taking back its beginning fails, too: that
+    // is made up for before the next line, or before the file is closed.
+    void SweepTakingBack(const std::vector<FileOperation>& run, std::size_t number, DWORD error)
+    {
+        const Moment moment{run, number, error};
+        m_bench.Reset();
+        Expect(moment, false);
+        const std::vector<FileOperation> withSteps = OperationsOfARun({number}, error);
+        std::size_t step = number + 1;
+        for (; step < withSteps.size() && withSteps[step].path == m_bench.MapPath(); ++step) {
+            SCOPED_TRACE("line at " + std::to_string(number) + ", then " + Described(withSteps[step]));
+            m_bench.Reset();
+            Inject(moment, false, step);
+            if (withSteps[step].call == FileCall::openStream) {
+                break;
+            }
+        }
+        // Written again and closed, opened to be cut, cut and closed, opened again.
+        EXPECT_EQ(number + 6, step);
     }
 
     // What the failure of the operation comes to.
@@ -322,7 +363,7 @@ private:
         }
         CMessageRecorder recorder;
         std::optional<COperationCounter> counter;
-        counter.emplace(m_library.Path(), number, error);
+        counter.emplace(m_library.Path(), std::set{number}, error);
         const bool failed = CFileMisc::CreateFolder(folder) != 0;
         const std::size_t operations = counter->Seen().size();
         counter.reset();
@@ -352,6 +393,12 @@ TEST_F(EveryOperationTest, AccessDenied)
 {
     RecordProperty("kind", "each file operation of a run refused in turn: access denied");
     ForEveryOperation(ERROR_ACCESS_DENIED);
+}
+
+TEST_F(EveryOperationTest, AccessDeniedWhileALineIsTakenBack)
+{
+    RecordProperty("kind", "a line of the map file, and each step of taking its beginning back, refused");
+    ForEveryStepOfTakingBack(ERROR_ACCESS_DENIED);
 }
 
 TEST_F(EveryOperationTest, ShareGone)
