@@ -269,10 +269,16 @@ bool CConversionRun::WriteToMapFile(const std::string& text)
         }
         m_bMapFileHasHalfLine = !TakeBackHalfLine();
     }
+    TellMapFileNotWritten();
+    return false;
+}
+
+// Once a run.
+void CConversionRun::TellMapFileNotWritten()
+{
     if (!std::exchange(m_bMapFileFailureShown, true)) {
         ShowMessage(kMapFileLead.Current() + m_strMapPath + kMapFileNotWritten.Current());
     }
-    return false;
 }
 
 // Opened anew because the failed stream would write what it still holds at the next chance; not made anew if
@@ -287,11 +293,15 @@ bool CConversionRun::TakeBackHalfLine()
     return cut && m_mapFile.is_open();
 }
 
-// A half line that is still there gets its last chance.
+// A half line that is still there gets its last chance. That lines are lost may turn out only now, as behind
+// a network path.
 void CConversionRun::CloseMapFile()
 {
     m_bMapFileHasHalfLine = m_bMapFileHasHalfLine && !TakeBackHalfLine();
     m_mapFile.close();
+    if (m_mapFile.fail()) {
+        TellMapFileNotWritten();
+    }
 }
 
 void CConversionRun::ShowCurrentFile()

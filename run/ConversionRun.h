@@ -62,6 +62,7 @@ private:
     bool CopyAndRecord();
     bool WriteToMapFile(const std::string& text);
     bool TakeBackHalfLine();
+    void TellMapFileNotWritten();
     void CloseMapFile();
     void ShowRow();
     void ShowCurrentFile();

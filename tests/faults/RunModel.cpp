@@ -1,5 +1,6 @@
 #include "tests/faults/RunModel.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "tests/acceptance/ExpectedTexts.h"
@@ -136,18 +137,14 @@ void CRunModel::WriteMapFile()
     if (m_headerFails) {
         ShowRecordFailure();
     }
-    RunRows();
-}
-
-void CRunModel::RunRows()
-{
-    for (ModelRow& row : m_rows) {
-        if (!HandleRow(row)) {
-            return;
-        }
+    const bool finished = std::ranges::all_of(m_rows, [this](ModelRow& row) { return HandleRow(row); });
+    if (m_mapCloseFails) {
+        ShowRecordFailure();
     }
-    m_outcome.shown.emplace_back(L"view map file");
-    m_outcome.shown.push_back(DescribeBox(expected::kFinished.Current(), MB_ICONINFORMATION, {}, 0));
+    if (finished) {
+        m_outcome.shown.emplace_back(L"view map file");
+        m_outcome.shown.push_back(DescribeBox(expected::kFinished.Current(), MB_ICONINFORMATION, {}, 0));
+    }
 }
 
 // False when the run ends with this row.
@@ -175,7 +172,7 @@ bool CRunModel::HandleRow(ModelRow& row)
     return true;
 }
 
-// What finds no room in the map file is told once a run.
+// What cannot be written to the map file is told once a run.
 void CRunModel::ShowRecordFailure()
 {
     if (!std::exchange(m_recordFailureShown, true)) {

@@ -29,9 +29,10 @@ that cannot be changed, are had from functions that stand between the program's 
 the functions that it imports, and refuse that for one file. The same functions refuse each file operation of a run in
 turn: every opening, read, write and closing of a part, a copy and the map file, and every reading and change of
 attributes, fails once, in runs that only copy and in runs with the server, with earlier copies and without; and so does
-each step of making "Mapped". What closes a file fails when that is done. Nothing is said of attributes, as specified,
-unless an earlier copy cannot be overwritten for that; nor of the closing of the map file, whose lines the system has by
-then. A half record that cannot be taken back is in a map file that somebody has mapped into memory.
+each step of making "Mapped". What closes a file fails when that is done. When a line of the map file is refused, each
+step of taking back what there may be of it is refused as well. Nothing is said of attributes, as specified, unless an
+earlier copy cannot be overwritten for that. A half record that cannot be taken back is in a map file that somebody has
+mapped into memory.
 
 Wine does not ask a client's message filter about a call that the server rejects: under it such a call fails at once,
 for a while as for good, and the run loads the server anew. That the program waits for a busy server and then asks its
