@@ -218,8 +218,8 @@ def main():
             "100,000 rows; the growth of runs is of one each). What is timed stands at the top of each bench's",
             "source; where the time goes, and what the rules cost, in [README.md](README.md)."]
     lines, times, texts = [], {}, text_rows()
-    for stage in (lambda: table_lines(times), command_lines, copy_lines, start_lines, memory_lines, size_lines,
-                  lambda: run_growth(longest, times), lambda: full_run_lines(arguments.full_runs)):
+    for stage in (lambda: table_lines(times), copy_lines, start_lines, memory_lines, size_lines,
+                  lambda: full_run_lines(arguments.full_runs), lambda: run_growth(longest, times), command_lines):
         lines += stage()
         text = report(head, lines, texts)
         with open("bench/RESULTS.md", "w", encoding="utf-8") as file:

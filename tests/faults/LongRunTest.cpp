@@ -312,11 +312,12 @@ TEST_F(LongRunTest, LeaveNothingBehindAndTheWindowAnswersAllTheTime)
     RecordProperty("long_configurations", std::to_string(many.Configurations()));
     CompareMemory("private memory (KB)", runs, &ResourceUse::privateBytes, 1024 * kKilobyte);
     CompareMemory("working set (KB)", runs, &ResourceUse::workingSet, 4096 * kKilobyte);
-    CompareCount("open handles", runs, &ResourceUse::handles, 4);
-    CompareCount("GDI objects", runs, &ResourceUse::gdiObjects, 4);
+    constexpr DWORD kKept = 8;  // the system's caches of brushes and fonts come and go: Wine 10's by five
+    CompareCount("open handles", runs, &ResourceUse::handles, kKept);
+    CompareCount("GDI objects", runs, &ResourceUse::gdiObjects, kKept);
     CompareCount("windows", runs, &ResourceUse::windows, 0);
     if (runs[0].before.userObjects != 0) {
-        CompareCount("USER objects", runs, &ResourceUse::userObjects, 4);
+        CompareCount("USER objects", runs, &ResourceUse::userObjects, kKept);
     } else {
         Tell("USER objects of other kinds | skipped: this system does not count them | | | | ");
     }

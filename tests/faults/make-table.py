@@ -65,7 +65,7 @@ The program in its window, with {rows} rows and {configurations} configurations,
 loads what a run takes, the table filled from the folder, a run, the table filled anew, a second run. Counted from
 outside; "may grow" is the most by which a count may ever lie above the first, and memory above what it was in the same
 state a run before: behind a run the map file is shown, whose entries take some 300 bytes a row more than the folder's
-view. What grows must stay within what a heap and the system's caches keep: four handles or objects are less than one
+view. What grows must stay within what a heap and the system's caches keep: eight handles or objects are less than one
 for a thousand rows, and 1 MB is some 100 bytes a row. The window is asked every 50 ms whether it answers; 5 seconds is
 after what Windows calls it hung. It answers during an automation call, however long that takes. The handles, where
 GetProcessHandleCount does not answer, are those of the system's table of handles; the GDI objects, where

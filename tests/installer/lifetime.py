@@ -51,8 +51,15 @@ class Trial:
         right = found == expected
         self.report.compare(words, int(right), 1, [] if right else [f"expected {expected!r}", f"found {found!r}"])
 
-    def installer(self, switch, package, *settings):
-        return machine.run_windows("msiexec", switch, "Z:" + package.replace("/", "\\"), "/qn", *settings)
+    def installer(self, switch, package):
+        return machine.run_windows("msiexec", switch, "Z:" + package.replace("/", "\\"), "/qn")
+
+    def install_into(self, folder, package):
+        """Typed as users type it: a list of arguments would put the quotation marks around the setting's name, too."""
+        batch = os.path.join(os.path.dirname(self.prefix), "install.bat")
+        with open(batch, "w", encoding="ascii", newline="\r\n") as file:
+            file.write('@msiexec /i "Z:{}" /qn INSTALLDIR="{}"\n'.format(package.replace("/", "\\"), folder.rstrip("\\")))
+        return machine.run_windows("cmd", "/c", "Z:" + batch.replace("/", "\\"))
 
     def double_click(self, package):
         """Starts the package as a double-click does: the sequence for windows comes first, of which it has none."""
@@ -185,10 +192,10 @@ def third_lifetime(trial):
     machine.run_windows("reg", "delete", LIBRARY_KEY, "/v", "prg", "/f")
     package, stage = trial.older
     without = trial.machine.state()
-    trial.expect(f"status of the installation of {OLDER}", trial.installer("/i", package, "INSTALLDIR=" + OTHER_FOLDER), 0)
+    trial.expect(f"status of the installation of {OLDER}", trial.install_into(OTHER_FOLDER, package), 0)
     trial.expect_installed(without, OLDER, stage, OTHER_FOLDER, OTHER_FOLDER)
     # An upgrade stays where the older version is, whatever it is told.
-    trial.expect("status of the upgrade", trial.installer("/i", trial.package, "INSTALLDIR=" + PROGRAM_FOLDER), 0)
+    trial.expect("status of the upgrade", trial.install_into(PROGRAM_FOLDER, trial.package), 0)
     trial.expect_installed(without, trial.version, trial.stage, OTHER_FOLDER, OTHER_FOLDER)
     machine.run_windows("reg", "add", LIBRARY_KEY, "/v", "prg", "/d", LIBRARY_FOLDER.rstrip("\\"), "/f")
     trial.expect("status of the removal", trial.installer("/x", trial.package), 0)
