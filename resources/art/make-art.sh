@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Draws resources/talvenor.ico and the bitmaps resources/states*.bmp from their sources in this folder.
-# Needs Debian's librsvg2-bin, icoutils and imagemagick. The results are committed, so a build does not need them.
+# Needs Debian's librsvg2-bin, icoutils, imagemagick and optipng. The results are committed, so a build does not need them.
 set -euo pipefail
 cd "$(dirname "$0")"
 work=$(mktemp -d)
@@ -11,8 +11,8 @@ for size in 16 20 24 32 40 48 64 256; do
   drawing=talvenor.svg
   [ "$size" -gt 24 ] || drawing=talvenor-small.svg
   rsvg-convert --width "$size" --height "$size" --output "$work/$size.png" "$drawing"
-  # Only the largest image is kept compressed; older readers of icons know no other.
-  [ "$size" -lt 256 ] || images+=(--raw)
+  # Only the largest image is kept compressed, as small as can be; older readers of icons know no other.
+  [ "$size" -lt 256 ] || { optipng -quiet -o7 "$work/$size.png" && images+=(--raw); }
   images+=("$work/$size.png")
 done
 icotool --create --output ../talvenor.ico "${images[@]}"

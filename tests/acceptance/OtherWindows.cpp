@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "framework/Handles.h"
 #include "tests/cadserver/TextFile.h"
 
 namespace {
@@ -58,6 +59,18 @@ std::wstring DescribeInput(HWND window)
            name(info.hwndFocus) + L", capture " + name(info.hwndCapture) + L", mouse at " +
            std::to_wstring(mouse.x) + L"," + std::to_wstring(mouse.y) + L" over " +
            name(WindowFromPoint(mouse)) + L"\n";
+}
+
+// Whether the program goes on.
+std::wstring StateOf(DWORD process)
+{
+    const UniqueHandle handle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));
+    DWORD status = 0;
+    if (!handle || GetExitCodeProcess(handle.get(), &status) == FALSE) {
+        return L"the program is gone\n";
+    }
+    return status == STILL_ACTIVE ? L"the program goes on\n"
+                                  : L"the program ended with status " + std::to_wstring(status) + L"\n";
 }
 
 std::wstring Describe(HWND window)
@@ -122,7 +135,7 @@ HWND FocusOf(HWND window)
 
 std::wstring DescribeScreen(DWORD process)
 {
-    std::wstring text = L"on the screen:\n";
+    std::wstring text = StateOf(process) + L"on the screen:\n";
     const std::vector<HWND> windows = TopWindowsOf(process);
     if (!windows.empty()) {
         text += DescribeInput(windows[0]);
