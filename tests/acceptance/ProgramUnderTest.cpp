@@ -20,7 +20,8 @@ CProgramUnderTest::CProgramUnderTest(const std::wstring& workingFolder, const st
     const std::wstring& start = workingFolder.empty() ? folder : workingFolder;
     if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, start.c_str(),
                        &startup, &process) == FALSE) {
-        throw std::runtime_error("cannot start " + ToUtf8(commandLine));
+        const DWORD error = GetLastError();
+        throw std::runtime_error("cannot start " + ToUtf8(commandLine) + ": error " + std::to_string(error));
     }
     const UniqueHandle thread(process.hThread);
     m_process.reset(process.hProcess);
