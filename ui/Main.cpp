@@ -18,8 +18,10 @@ __attribute__((constructor(101))) void LoadFromSystemFolderOnly()
 
 }  // namespace
 
+#ifdef NDEBUG
 // Takes the place of the runtime library's own: that one first names the exception on a console, which a
 // program with windows has not, and brings all that takes the names of C++ apart into the program, 50 KB.
+// A build for debugging keeps it: who develops has a console and wants the name.
 namespace __gnu_cxx {
 
 [[noreturn]] void __verbose_terminate_handler()
@@ -28,6 +30,7 @@ namespace __gnu_cxx {
 }
 
 }  // namespace __gnu_cxx
+#endif
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
 {
