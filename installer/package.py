@@ -18,7 +18,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 NAMESPACE = uuid.UUID("71d910c2-d687-4556-9b68-e17fb9ea052b")
 VERSIONED = ["talvenor.exe", "talvresgerx64.dll", "talvresusx64.dll"]
 # Properties that the unprivileged half of an installation hands over to the privileged one
-SECURE = "WIX_DOWNGRADE_DETECTED;WIX_UPGRADE_DETECTED;INSTALLDIR;OWNMANUALS;LIBRARYFOLDER"
+SECURE = "WIX_DOWNGRADE_DETECTED;WIX_UPGRADE_DETECTED;INSTALLDIR;OWNMANUALS;LIBRARYFOLDER;WINDOWSMAJOR"
 
 
 def files_below(folder):
