@@ -12,13 +12,11 @@ import sys
 import tempfile
 import zipfile
 
+import tables
+
+ICON = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../resources/talvenor.ico")
 FILES = {"Licences.txt", "Manuals/ger/Zelmar_Talvenor_Hilfe.pdf", "Manuals/us/Zelmar_Talvenor_Hilfe.pdf", "talvenor.exe",
          "talvresgerx64.dll", "talvresusx64.dll"}
-PROPERTIES = {"ALLUSERS": "1", "ARPPRODUCTICON": "talvenor.ico", "ProductName": "Talvenor", "Manufacturer": "Talvenor",
-              "UpgradeCode": "{D68003F5-A04E-4B17-9156-DE64D5E4DF2A}"}
-ORDERS = {"InstallExecuteSequence": [("InstallValidate", "RemoveExistingProducts", "InstallInitialize"),
-                                     ("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize")],
-          "InstallUISequence": [("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize")]}
 RUNTIME = {"libgcc", "libssp", "libstdc++", "mingw-w64 runtime", "winpthreads"}
 
 
@@ -51,31 +49,6 @@ def content_findings(where, found, staged):
             yield f"{where}: {name} has other bytes"
 
 
-def table(package, name):
-    text = subprocess.run(["msiinfo", "export", package, name], check=True, capture_output=True, encoding="cp1252").stdout
-    return [line.split("\t") for line in text.splitlines()[3:]]
-
-
-def property_findings(package, version):
-    found = dict(table(package, "Property"))
-    for name, expected in {**PROPERTIES, "ProductVersion": version}.items():
-        if found.get(name) != expected:
-            yield f"installer package: property {name} is {found.get(name)!r}, not {expected!r}"
-    for row in table(package, "File"):
-        expected = f"{version}.0" if row[2].endswith((".exe", ".dll")) else ""
-        if row[4] != expected:
-            yield f"installer package: {row[2]} has the version {row[4]!r}, not {expected!r}"
-
-
-def order_findings(package):
-    """The older version goes before anything of the newer one comes; the manuals' folder is known before it is used."""
-    for sequence, orders in ORDERS.items():
-        numbers = {row[0]: int(row[2]) for row in table(package, sequence)}
-        for actions in orders:
-            if sorted(actions, key=lambda action: numbers.get(action, 0)) != list(actions):
-                yield f"installer package: the order in {sequence} is not {', '.join(actions)}"
-
-
 def sum_findings(dist):
     lines = [line.split(maxsplit=1) for line in read(os.path.join(dist, "SHA256SUMS")).decode().splitlines()]
     sums = {name: digest for digest, name in lines}
@@ -104,8 +77,8 @@ def findings(dist, version, stage):
     package = os.path.join(dist, f"{title}-x64.msi")
     yield from content_findings("installer package", in_package(package), staged)
     yield from content_findings("portable archive", in_archive(os.path.join(dist, f"{title}-x64-portable.zip"), title), staged)
-    yield from property_findings(package, version)
-    yield from order_findings(package)
+    for finding in [*tables.findings(package, version, ICON), *tables.trial_findings(package, version, ICON)]:
+        yield f"installer package: {finding}"
     yield from sum_findings(dist)
     yield from bill_findings(json.loads(read(os.path.join(dist, f"{title}.spdx.json"))), staged)
 

@@ -21,6 +21,7 @@ from program import Program, Stuck
 OLDER = "0.9.0"
 VERSION_NUMBERS = struct.pack("<II", 0xFEEF04BD, 0x00010000)  # what begins the numbers of a version resource
 INSTALLED = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall"
+WINDOWS_KEY, WINDOWS_MAJOR = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentMajorVersionNumber"
 LIBRARY_KEY = "HKLM\\SOFTWARE\\Zelmar\\input"
 PROGRAM_FOLDER, OTHER_FOLDER = "C:\\Program Files\\Talvenor\\", "C:\\Another folder\\"
 LIBRARY_FOLDER, PARTS = "C:\\Zelmar\\", "C:\\Zelmar\\Normteile"
@@ -52,18 +53,23 @@ class Trial:
         self.report.compare(words, int(right), 1, [] if right else [f"expected {expected!r}", f"found {found!r}"])
 
     def installer(self, switch, package):
-        return machine.run_windows("msiexec", switch, "Z:" + package.replace("/", "\\"), "/qn")
+        return machine.run_windows("msiexec", switch, machine.windows_path(package), "/qn")
 
     def install_into(self, folder, package):
-        """Typed as users type it: a list of arguments would put the quotation marks around the setting's name, too."""
-        batch = os.path.join(os.path.dirname(self.prefix), "install.bat")
+        """Typed as users type it: a list of arguments would put the quotation marks around the setting's name, too. By a
+        copy under a plain name, as a batch file reads letters and percent signs in its own way."""
+        batch, copy = self.machine.path("C:\\install.bat"), self.machine.path("C:\\package.msi")
+        shutil.copyfile(package, copy)
         with open(batch, "w", encoding="ascii", newline="\r\n") as file:
-            file.write('@msiexec /i "Z:{}" /qn INSTALLDIR="{}"\n'.format(package.replace("/", "\\"), folder.rstrip("\\")))
-        return machine.run_windows("cmd", "/c", "Z:" + batch.replace("/", "\\"))
+            file.write('@msiexec /i "C:\\package.msi" /qn INSTALLDIR="{}"\n'.format(folder.rstrip("\\")))
+        status = machine.run_windows("cmd", "/c", "C:\\install.bat")
+        os.remove(batch)
+        os.remove(copy)
+        return status
 
     def double_click(self, package):
         """Starts the package as a double-click does: the sequence for windows comes first, of which it has none."""
-        return machine.run_windows("msiexec", "/i", "Z:" + package.replace("/", "\\"))
+        return machine.run_windows("msiexec", "/i", machine.windows_path(package))
 
     def entries(self, state):
         """Name, version and publisher of every entry of ours under the installed programs."""
@@ -159,6 +165,16 @@ def older_bytes(data, version):
     return data.replace(numbers(version), numbers(OLDER))
 
 
+def no_lifetime(trial):
+    print("\n== Refused where the registry lacks what it has since Windows 10", flush=True)
+    # Wine has the number itself when it is set to Windows 10, as tools/run-windows does.
+    machine.run_windows("reg", "delete", WINDOWS_KEY, "/v", WINDOWS_MAJOR, "/f")
+    before = trial.machine.state()
+    trial.expect("an installation fails", trial.installer("/i", trial.package) != 0, True)
+    trial.expect_as_before(before)
+    machine.run_windows("reg", "add", WINDOWS_KEY, "/v", WINDOWS_MAJOR, "/t", "REG_DWORD", "/d", "10", "/f")
+
+
 def first_lifetime(trial):
     print("\n== Installed where the library is registered; used; removed", flush=True)
     before = trial.machine.state()
@@ -206,7 +222,7 @@ def third_lifetime(trial):
 def main():
     trial = Trial(*sys.argv[1:])
     try:
-        for lifetime in (first_lifetime, second_lifetime, third_lifetime):
+        for lifetime in (no_lifetime, first_lifetime, second_lifetime, third_lifetime):
             lifetime(trial)
     except Stuck as stuck:
         print(f"\nStuck: {stuck}.")

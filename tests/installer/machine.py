@@ -4,13 +4,23 @@ import os
 import re
 import subprocess
 
+from program import Stuck
+
 LONGEST = 300  # seconds, for one Windows program: who waits longer waits for an answer to a message
 ROOTS = ("HKEY_LOCAL_MACHINE", "HKEY_USERS")
 
 
 def run_windows(*words):
     """Runs a Windows program and waits for its end; returns its exit status."""
-    return subprocess.run(["tools/run-windows", *words], stdout=subprocess.DEVNULL, timeout=LONGEST).returncode
+    try:
+        return subprocess.run(["tools/run-windows", *words], stdout=subprocess.DEVNULL, timeout=LONGEST).returncode
+    except subprocess.TimeoutExpired:
+        raise Stuck(f"waited {LONGEST} s in vain for the end of {' '.join(words)}") from None
+
+
+def windows_path(path):
+    """An absolute path of this machine as a Windows program under Wine knows it."""
+    return "Z:" + path.replace("/", "\\")
 
 
 class Machine:
@@ -38,7 +48,7 @@ class Machine:
         for root in ROOTS:
             export = os.path.join(self.drive, "export.reg")
             if run_windows("regedit", "/E", "C:\\export.reg", root):
-                raise RuntimeError(f"{root} could not be exported")
+                raise Stuck(f"{root} could not be exported")
             with open(export, encoding="utf-16") as file:
                 found.update(entries_of(file.read()))
             os.remove(export)
