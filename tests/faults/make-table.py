@@ -1,24 +1,26 @@
 #!/usr/bin/env python3
-"""Makes the table of faults from reports of fault_tests: make-table.py REPORT.xml ... >FAULTS.md
+"""Makes the table of faults from reports of fault_tests: make-table.py COMMIT REPORT.xml ... >FAULTS.md
 
 A test in a later report counts in the place of the same test in an earlier one. A test that injects faults says of
 what kind they were, how many it injected and how many of them left everything true; tests of one kind stand in one
 line. The test of long runs says what it measured, and the table says when that was too much. Exit status 1, and no
 table, when the report holds a test that failed without a fault to show for it.
 """
+import datetime
 import sys
 import xml.etree.ElementTree as ElementTree
 
 INTRODUCTION = """# Faults
 
-Made by `tools/faults`; not to be edited. Each fault hits one conversion run over real files, with the list control and
-the progress dialog, against the stand-in CAD server in its own process. "Left everything true" means: the run came
-back; the main window is enabled and the progress dialog gone; the messages are exactly those specified, in order; the
-map file holds exactly the records of the rows handled, the copies exactly the configurations and BOM names written so
-far, and the rows the marks that belong to that; the server got exactly the calls expected; no server process is left
-over, no document open, and no part, copy or map file held; the next run completes what was left undone, and a run of
-all rows leaves everything right. What has to be is worked out by a plain model of the run that shares no code with the
-program.
+Made by `tools/faults` at commit {commit}, {date}; not to be edited.
+
+Each fault hits one conversion run over real files, with the list control and the progress dialog, against the stand-in
+CAD server in its own process. "Left everything true" means: the run came back; the main window is enabled and the
+progress dialog gone; the messages are exactly those specified, in order; the map file holds exactly the records of the
+rows handled, the copies exactly the configurations and BOM names written so far, and the rows the marks that belong to
+that; the server got exactly the calls expected; no server process is left over, no document open, and no part, copy or
+map file held; the next run completes what was left undone, and a run of all rows leaves everything right. What has to
+be is worked out by a plain model of the run that shares no code with the program.
 
 A run makes 44 automation calls, counted by hand and from the server's log; each kind of fault hits every one of them in
 turn. Where a server is to end or is said to have a process for each connection, its processes really end and start; in
@@ -65,13 +67,13 @@ The program in its window, with {rows} rows and {configurations} configurations,
 loads what a run takes, the table filled from the folder, a run, the table filled anew, a second run. Counted from
 outside; "may grow" is the most by which a count may ever lie above the first, and memory above what it was in the same
 state a run before: behind a run the map file is shown, whose entries take some 300 bytes a row more than the folder's
-view. What grows must stay within what a heap and the system's caches keep: eight handles or objects are less than one
-for a thousand rows, and 1 MB is some 100 bytes a row. The window is asked every 50 ms whether it answers; 5 seconds is
-after what Windows calls it hung. It answers during an automation call, however long that takes. The handles, where
-GetProcessHandleCount does not answer, are those of the system's table of handles; the GDI objects, where
-GetGuiResources does not answer, those of the process's own table; the windows are counted one by one, shown or not.
-The server ends with each run: with one that stays, Wine on a machine under load opens further connections to it and
-keeps them, and handles grew from 39 to 229.
+view. What grows must stay within what a heap and the system's caches keep: four handles or eight GDI objects are less
+than one for a thousand rows, and 1 MB is some 100 bytes a row. The window is asked every 50 ms whether it answers; 5
+seconds is after what Windows calls it hung. It answers during an automation call, however long that takes. The handles,
+where GetProcessHandleCount does not answer, are those of the system's table of handles; the GDI objects, where
+GetGuiResources does not answer, those of the process's own table; the windows are counted one by one, shown or not. The
+server ends with each run: with one that stays, Wine on a machine under load opens further connections to it and keeps
+them, and handles grew from 39 to 229.
 
 | measured | table filled | behind the run | filled anew | behind the second run | may grow |
 |---|---:|---:|---:|---:|---:|
@@ -94,7 +96,8 @@ def long_runs(properties):
 def main():
     kinds, skipped, long = {}, [], ""
     cases = {}
-    for report in sys.argv[1:]:
+    commit, *reports = sys.argv[1:]
+    for report in reports:
         for case in ElementTree.parse(report).iter("testcase"):
             cases[case.get("classname"), case.get("name")] = case
     for case in cases.values():
@@ -116,7 +119,8 @@ def main():
         elif case.find("failure") is not None:
             sys.exit(f"{properties['classname']}.{properties['name']} failed; no table")
     total = [sum(counts[i] for counts in kinds.values()) for i in (0, 1)]
-    print(INTRODUCTION.rstrip("\n") + "\n" + KILLS + "\n" + KINDS, end="")
+    introduction = INTRODUCTION.format(commit=commit, date=datetime.date.today())
+    print(introduction.rstrip("\n") + "\n" + KILLS + "\n" + KINDS, end="")
     for kind, (injected, true) in kinds.items():
         print(f"| {kind} | {injected:,} | {true:,} |")
     print(f"| **all** | **{total[0]:,}** | **{total[1]:,}** |")
