@@ -21,6 +21,10 @@ def manuals(german=GERMAN, english=ENGLISH):
     return {**PROGRAM, "manual/german.md": german, "manual/english.md": english}
 
 
+def changelog(text, version="1.2.0"):
+    return {"CMakeLists.txt": f"project(Talvenor VERSION {version} LANGUAGES CXX)\n", "CHANGELOG.md": text}
+
+
 # what is tried, the check, the files of a small made-up project, the words of the one finding (None: no finding)
 CASES = [
     ("down", "floors", {"ui/A.cpp": '#include "core/B.h"\n', "core/B.h": ""}, None),
@@ -65,6 +69,14 @@ CASES = [
     ("legend of another wording", "manuals", manuals(german=GERMAN.replace("| Ziffern", "| Zahlen")), "legend's of %1"),
     ("link to nowhere", "manuals", manuals(german=GERMAN.replace("(#one)", "(#two)")), "german.md: a link to two"),
     ("chapter in one language", "manuals", manuals(english=ENGLISH + "# Two {#two}\n"), "the languages differ"),
+    ("changelog of the version", "changelog", changelog("## [Unreleased]\n\n## [1.2.0] - 2026-01-02\n\n## [1.1.0] - 2025-01-02\n"),
+     None),
+    ("changelog without the version", "changelog", changelog("## [Unreleased]\n\n## [1.1.0] - 2025-01-02\n"),
+     "no section for version 1.2.0"),
+    ("changelog of a later version", "changelog", changelog("## [1.3.0] - 2026-01-02\n## [1.2.0] - 2025-01-02\n"),
+     "the newest version is 1.3.0"),
+    ("changelog without the date", "changelog", changelog("## [1.2.0]\n"), "version 1.2.0 has no date"),
+    ("project without a version", "changelog", {"CMakeLists.txt": "", "CHANGELOG.md": ""}, "no section for version unknown"),
     ("no manual", "manuals", {**PROGRAM, "manual/german.md": GERMAN}, "nothing was checked"),
 ]
 
