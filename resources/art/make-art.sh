@@ -12,7 +12,10 @@ for size in 16 20 24 32 40 48 64 256; do
   [ "$size" -gt 24 ] || drawing=talvenor-small.svg
   rsvg-convert --width "$size" --height "$size" --output "$work/$size.png" "$drawing"
   # Only the largest image is kept compressed, as small as can be; older readers of icons know no other.
-  [ "$size" -lt 256 ] || { optipng -quiet -o7 "$work/$size.png" && images+=(--raw); }
+  if [ "$size" -ge 256 ]; then
+    optipng -quiet -o7 "$work/$size.png"
+    images+=(--raw)
+  fi
   images+=("$work/$size.png")
 done
 icotool --create --output ../talvenor.ico "${images[@]}"
