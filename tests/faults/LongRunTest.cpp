@@ -312,10 +312,10 @@ TEST_F(LongRunTest, LeaveNothingBehindAndTheWindowAnswersAllTheTime)
     RecordProperty("long_configurations", std::to_string(many.Configurations()));
     CompareMemory("private memory (KB)", runs, &ResourceUse::privateBytes, 1024 * kKilobyte);
     CompareMemory("working set (KB)", runs, &ResourceUse::workingSet, 4096 * kKilobyte);
-    // Even in the short run of 100 rows, each of which left one behind, there would be a hundred more.
+    // One left behind by each row would be a hundred even in the short run. The system's caches of brushes
+    // and fonts come and go: Wine 10's by five objects.
     constexpr DWORD kKept = 4;
-    constexpr DWORD kKeptGdiObjects =
-        8;  // the system's caches of brushes and fonts come and go: Wine 10's by five
+    constexpr DWORD kKeptGdiObjects = 8;
     CompareCount("open handles", runs, &ResourceUse::handles, kKept);
     CompareCount("GDI objects", runs, &ResourceUse::gdiObjects, kKeptGdiObjects);
     CompareCount("windows", runs, &ResourceUse::windows, 0);
