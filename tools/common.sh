@@ -35,6 +35,13 @@ build_windowwatch() {
     -DCMAKE_BUILD_TYPE=Release && cmake --build build/windowwatch
 }
 
+# pictures_stamp: what the pictures in build/screenshots are of: checksums of the programs of both languages, of the
+# library that they show, and of what operates them.
+pictures_stamp() {
+  sha256sum build/windows/bin/{talvenor_german.exe,talvenor_english.exe,talvresgerx64.dll,talvresusx64.dll} \
+    data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/demonstration/*.py
+}
+
 # start_display [SIZE]: starts an X server without a screen, of so many pixels (1600x1200 unless said), and a window
 # manager on it, and sets DISPLAY.
 start_display() {
