@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <deque>
 #include <memory_resource>
 #include <optional>
 #include <string_view>
@@ -82,18 +81,27 @@ std::size_t MakeSortKey(const std::wstring& name, char* bytes, std::size_t size)
     return static_cast<std::size_t>(std::max(made, 0));
 }
 
+// A text in a memory that stays until the text is no longer needed, with a zero behind it.
+template <class Char>
+std::basic_string_view<Char> Kept(std::basic_string_view<Char> text, std::pmr::memory_resource& memory)
+{
+    auto* const room = static_cast<Char*>(memory.allocate((text.size() + 1) * sizeof(Char), alignof(Char)));
+    *std::ranges::copy(text, room).out = Char();
+    return {room, text.size()};
+}
+
 // Equal for two names exactly when the list view's own text search takes them for the same: a comparison by
-// the rules of the thread's locale that ignores letter case.
-std::pmr::string SearchKey(const std::wstring& name, std::pmr::memory_resource* memory)
+// the rules of the thread's locale that ignores letter case. The key lies in the memory.
+std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& memory)
 {
     constexpr std::size_t kUsualSize = 1024;
     std::array<char, kUsualSize> usual;
     if (const std::size_t size = MakeSortKey(name, usual.data(), usual.size()); size > 0) {
-        return {usual.data(), size, memory};
+        return Kept(std::string_view(usual.data(), size), memory);
     }
-    std::pmr::string key(MakeSortKey(name, nullptr, 0), '\0', memory);
+    std::string key(MakeSortKey(name, nullptr, 0), '\0');
     MakeSortKey(name, key.data(), key.size());
-    return key;
+    return Kept(std::string_view(key), memory);
 }
 
 void SetMark(LVITEMW& item, bool pending)
@@ -118,17 +126,17 @@ std::wstring TemplateOrDefault(int column)
     return DefaultTemplate(column);
 }
 
-// A row that is about to be inserted. Its texts lie in the memory of the rows' maker.
+// A row that is about to be inserted. Its new texts lie in the memory of the rows' maker, zeros behind them.
 struct NewRow
 {
     const std::wstring* original;
-    std::pmr::wstring renamed;
-    std::pmr::wstring bomName;
+    std::wstring_view renamed;
+    std::wstring_view bomName;
 };
 
-bool StandsBefore(const NewRow* left, const NewRow* right)
+bool StandsBefore(const NewRow& left, const NewRow& right)
 {
-    return *left->original < *right->original;
+    return *left.original < *right.original;
 }
 
 // Makes the rows for new files: asks two sets where asking the list view for each name would take quadratic
@@ -144,64 +152,69 @@ public:
         const int count = table.GetItemCount();
         m_originals.reserve(static_cast<std::size_t>(count) + expected);
         m_newNames.reserve(static_cast<std::size_t>(count) + expected);
+        m_rows.reserve(expected);
         for (int row = 0; row < count; ++row) {
-            m_originals.insert(SearchKey(table.GetItemText(row, kColumnOriginal), &m_memory));
-            m_newNames.insert(m_oldRows.emplace_back(table.GetItemText(row, kColumnRenamed)));
+            m_originals.insert(SearchKey(table.GetItemText(row, kColumnOriginal), m_memory));
+            m_newNames.insert(Kept(std::wstring_view(table.GetItemText(row, kColumnRenamed)), m_memory));
         }
     }
 
     // The name must stay where it is.
     void Add(const std::wstring& original)
     {
-        std::pmr::string key = SearchKey(original, &m_memory);
-        if (m_originals.contains(key)) {
-            return;
+        const auto [key, isNew] = m_originals.insert(SearchKey(original, m_memory));
+        if (isNew && !MakeRow(original)) {
+            m_originals.erase(key);
         }
-        const PartNameValues values = Diverses::SplitPartName(original);
-        std::wstring newName = ExpandTemplate(m_strFileTemplate, values);
-        if (!EnsureExtension(newName, values.strExt)) {
-            return;
-        }
-        if (SanitizeFileName(newName) > 0) {
-            m_forbiddenCharacters.Show(kForbiddenCharacters.Current());
-        }
-        m_rows.push_back({&original, Kept(newName), Kept(ExpandTemplate(m_strBomTemplate, values))});
-        if (!m_newNames.insert(m_rows.back().renamed).second) {
-            m_rows.pop_back();
-            m_nameTaken.Show(kAddedNameTakenLead.Current() + original + L" -> " + newName +
-                             kAddedNameTakenClosing.Current());
-            return;
-        }
-        m_originals.insert(std::move(key));
     }
 
     // The rows made so far in the table's order, so that an empty table needs no further sorting. No two of
     // them have the same original name.
-    [[nodiscard]] std::vector<const NewRow*> Sorted() const
+    std::vector<NewRow>& Sorted()
     {
-        std::vector<const NewRow*> sorted;
-        sorted.reserve(m_rows.size());
-        for (const NewRow& row : m_rows) {
-            sorted.push_back(&row);
+        if (!std::ranges::is_sorted(m_rows, StandsBefore)) {
+            std::ranges::sort(m_rows, StandsBefore);
         }
-        if (!std::ranges::is_sorted(sorted, StandsBefore)) {
-            std::ranges::sort(sorted, StandsBefore);
-        }
-        return sorted;
+        return m_rows;
     }
 
 private:
-    // A text in the memory of the rows.
-    std::pmr::wstring Kept(std::wstring_view text) { return std::pmr::wstring(text, &m_memory); }
+    // False when the file gets no row.
+    bool MakeRow(const std::wstring& original)
+    {
+        Diverses::SplitPartName(original, m_values);
+        ExpandTemplate(m_strNewName, m_strFileTemplate, m_values);
+        if (!EnsureExtension(m_strNewName, m_values.strExt)) {
+            return false;
+        }
+        if (SanitizeFileName(m_strNewName) > 0) {
+            m_forbiddenCharacters.Show(kForbiddenCharacters.Current());
+        }
+        const std::wstring_view newName = Kept(std::wstring_view(m_strNewName), m_memory);
+        if (!m_newNames.insert(newName).second) {
+            m_nameTaken.Show(kAddedNameTakenLead.Current() + original + L" -> " + m_strNewName +
+                             kAddedNameTakenClosing.Current());
+            return false;
+        }
+        ExpandTemplate(m_strBomName, m_strBomTemplate, m_values);
+        m_rows.push_back({&original, newName, Kept(std::wstring_view(m_strBomName), m_memory)});
+        return true;
+    }
 
     std::wstring m_strFileTemplate;
     std::wstring m_strBomTemplate;
+    // Of the row in hand; members, as they keep their room.
+    PartNameValues m_values;
+    std::wstring m_strNewName;
+    std::wstring m_strBomName;
     std::pmr::monotonic_buffer_resource m_memory;  // nothing in it goes before the rest
-    std::pmr::unordered_set<std::pmr::string> m_originals{&m_memory};
-    // Those of m_oldRows and m_rows, which stay in place.
-    std::pmr::unordered_set<std::wstring_view> m_newNames{&m_memory};
-    std::deque<std::wstring> m_oldRows;
-    std::pmr::deque<NewRow> m_rows{&m_memory};
+    // Sets in that memory, which go with it: destroying them would visit each name for nothing.
+    std::pmr::polymorphic_allocator<> m_maker{&m_memory};
+    std::pmr::unordered_set<std::string_view>& m_originals =
+        *m_maker.new_object<std::pmr::unordered_set<std::string_view>>();
+    std::pmr::unordered_set<std::wstring_view>& m_newNames =
+        *m_maker.new_object<std::pmr::unordered_set<std::wstring_view>>();
+    std::vector<NewRow> m_rows;
     COnceMessage m_forbiddenCharacters;
     COnceMessage m_nameTaken;
 };
@@ -295,13 +308,13 @@ void CConversionTable::AddFiles(const std::vector<std::wstring>& fileNames)
     for (const std::wstring& name : fileNames) {
         newRows.Add(name);
     }
-    const std::vector<const NewRow*> rows = newRows.Sorted();
+    const std::vector<NewRow>& rows = newRows.Sorted();
     const CRedrawPause pause(*this);
     const int before = GetItemCount();
     SetItemCount(before + static_cast<int>(rows.size()));
     int row = before;
-    for (const NewRow* newRow : rows) {
-        InsertRow(row++, newRow->original->c_str(), newRow->renamed.c_str(), newRow->bomName.c_str(), true);
+    for (const NewRow& newRow : rows) {
+        InsertRow(row++, newRow.original->c_str(), newRow.renamed.data(), newRow.bomName.data(), true);
     }
     if (before > 0) {
         SortTextItems(kColumnOriginal, true, 0, -1);

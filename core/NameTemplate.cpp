@@ -42,23 +42,22 @@ void FillAtOnce(std::wstring& filled, std::wstring_view text, FillIns fillIns)
 
 // Filling in this order over the whole text, values put in before included, is meant: users' templates rely
 // on it. It is the same as one walk where no new fill-in can come up.
-std::wstring Fill(std::wstring_view text, FillIns fillIns)
+void Fill(std::wstring& filled, std::wstring_view text, FillIns fillIns)
 {
     std::size_t usualSize = text.size();  // of a text in which each fill-in stands once
     for (const FillIn& fillIn : fillIns) {
         usualSize += fillIn.value.size();
     }
-    std::wstring filled;
+    filled.clear();
     filled.reserve(usualSize);
     if (!CanMakeFillIns(text, fillIns)) {
         FillAtOnce(filled, text, fillIns);
-        return filled;
+        return;
     }
     filled = text;
     for (const FillIn& fillIn : fillIns) {
         ReplaceAll(filled, fillIn.name, fillIn.value);
     }
-    return filled;
 }
 
 }  // namespace
@@ -70,24 +69,35 @@ const wchar_t* DefaultTemplate(int column)
 
 std::wstring ExpandTemplate(std::wstring_view templateText, const PartNameValues& values)
 {
-    return Fill(templateText, {{L"%1", values.strNumDigits},
-                               {L"%3", values.strNumber},
-                               {L"%4", values.strSize},
-                               {L"%5", values.strPrefix},
-                               {L"%6", values.strExt},
-                               {L"%7", values.strExtra1},
-                               {L"%8", values.strExtra2}});
+    std::wstring expanded;
+    ExpandTemplate(expanded, templateText, values);
+    return expanded;
+}
+
+void ExpandTemplate(std::wstring& expanded, std::wstring_view templateText, const PartNameValues& values)
+{
+    Fill(expanded, templateText,
+         {{L"%1", values.strNumDigits},
+          {L"%3", values.strNumber},
+          {L"%4", values.strSize},
+          {L"%5", values.strPrefix},
+          {L"%6", values.strExt},
+          {L"%7", values.strExtra1},
+          {L"%8", values.strExtra2}});
 }
 
 std::wstring ExpandConfigurationName(std::wstring_view text, const PartNameValues& values,
                                      std::wstring_view configurationName)
 {
-    return Fill(text, {{L"%1", values.strNumDigits},
-                       {L"%2", configurationName},
-                       {L"%3", values.strNumber},
-                       {L"%4", values.strSize},
-                       {L"%7", values.strExtra1},
-                       {L"%8", values.strExtra2}});
+    std::wstring expanded;
+    Fill(expanded, text,
+         {{L"%1", values.strNumDigits},
+          {L"%2", configurationName},
+          {L"%3", values.strNumber},
+          {L"%4", values.strSize},
+          {L"%7", values.strExtra1},
+          {L"%8", values.strExtra2}});
+    return expanded;
 }
 
 std::optional<std::wstring> NewFileName(std::wstring_view templateText, std::wstring_view fileName)

@@ -20,6 +20,9 @@ inline constexpr int kColumnBomName = 2;   // name in the bill of materials
 // come. %2, the configuration name, stays as it stands, and so does a % before any other character.
 [[nodiscard]] std::wstring ExpandTemplate(std::wstring_view templateText, const PartNameValues& values);
 
+// The same into a text that is used again and keeps its room.
+void ExpandTemplate(std::wstring& expanded, std::wstring_view templateText, const PartNameValues& values);
+
 // Fills %1, %2 (the configuration name), %3, %4, %7 and %8 of a bill-of-materials name, in the same way.
 // %5 and %6 are not filled here.
 [[nodiscard]] std::wstring ExpandConfigurationName(std::wstring_view text, const PartNameValues& values,

@@ -46,6 +46,11 @@ std::wstring_view Core(std::wstring_view fileName, std::size_t prefixLength)
     return fileName.substr(prefixLength, dot - prefixLength);
 }
 
+std::wstring_view DigitsAtStart(std::wstring_view text)
+{
+    return text.substr(0, text.find_first_not_of(L"0123456789"));
+}
+
 std::wstring_view NumberOf(std::wstring_view core)
 {
     return core.substr(0, core.find(L'_'));
@@ -101,26 +106,30 @@ std::wstring_view SizeOf(std::wstring_view fileName, std::size_t prefixLength)
 PartNameValues Diverses::SplitPartName(std::wstring_view fileName)
 {
     PartNameValues values;
+    SplitPartName(fileName, values);
+    return values;
+}
+
+void Diverses::SplitPartName(std::wstring_view fileName, PartNameValues& values)
+{
     values.strExt = Extension(fileName);
     const std::wstring_view prefix = StandardPrefix(fileName);
-    if (!prefix.empty()) {
-        values.strPrefix = prefix;
-        values.strNumDigits = LeadingDigits(fileName, prefix);
-        values.strNumber = NumberOf(Core(fileName, prefix.size()));
-    }
-    const std::optional<ExtraBlock> block = FindExtraBlock(fileName);
-    if (!block) {
-        values.strSize = SizeOf(fileName, prefix.size());
-    } else {
+    const std::wstring_view core = prefix.empty() ? std::wstring_view() : Core(fileName, prefix.size());
+    values.strPrefix = prefix;
+    values.strNumDigits = DigitsAtStart(core);
+    values.strNumber = NumberOf(core);
+    if (const std::optional<ExtraBlock> block = FindExtraBlock(fileName)) {
         values.strSize = SizeOf(WithoutBlock(fileName, *block), prefix.size());
         values.strExtra1 = TextBetween(fileName, block->first, block->middle);
         values.strExtra2 = TextBetween(fileName, block->middle, block->last);
+    } else {
+        values.strSize = SizeOf(fileName, prefix.size());
+        values.strExtra1.clear();
+        values.strExtra2.clear();
     }
-    return values;
 }
 
 std::wstring Diverses::LeadingDigits(std::wstring_view fileName, std::wstring_view prefix)
 {
-    const std::wstring_view core = Core(fileName, prefix.size());
-    return std::wstring(core.substr(0, core.find_first_not_of(L"0123456789")));
+    return std::wstring(DigitsAtStart(Core(fileName, prefix.size())));
 }

@@ -25,6 +25,9 @@ public:
     // Takes a name apart. A name outside the convention gives empty values; nothing fails.
     [[nodiscard]] static PartNameValues SplitPartName(std::wstring_view fileName);
 
+    // The same into values that are used again, all of which are set: their texts keep their room.
+    static void SplitPartName(std::wstring_view fileName, PartNameValues& values);
+
     // The decimal digits at the start of the name's core: the text behind as many characters as the prefix
     // has (whether or not the name starts with the prefix), up to the last dot. Empty without a dot.
     [[nodiscard]] static std::wstring LeadingDigits(std::wstring_view fileName, std::wstring_view prefix);

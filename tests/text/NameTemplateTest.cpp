@@ -14,7 +14,11 @@ const PartNameValues kDistinct{.strNumDigits = L"one",
 
 std::wstring ExpandFor(std::wstring_view templateText, std::wstring_view fileName)
 {
-    return ExpandTemplate(templateText, Diverses::SplitPartName(fileName));
+    const PartNameValues values = Diverses::SplitPartName(fileName);
+    std::wstring used = L"of another name";
+    ExpandTemplate(used, templateText, values);
+    EXPECT_EQ(used, ExpandTemplate(templateText, values));
+    return used;
 }
 
 }  // namespace

@@ -11,9 +11,13 @@ std::string Narrow(const std::wstring& text)
     return {text.begin(), text.end()};
 }
 
+// Takes the name apart into values of their own and into used ones, which must not show through.
 PartNameValues Split(std::wstring_view fileName)
 {
-    return Diverses::SplitPartName(fileName);
+    PartNameValues used{L"a", L"b", L"c", L"d", L"e", L"f", L"g"};
+    Diverses::SplitPartName(fileName, used);
+    EXPECT_EQ(used, Diverses::SplitPartName(fileName));
+    return used;
 }
 
 }  // namespace

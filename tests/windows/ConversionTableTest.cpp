@@ -269,6 +269,15 @@ TEST_F(ConversionTableTest, AFileThatCollidedMayComeAgain)
     EXPECT_EQ(Column(1), (Texts{L"N_1.sldprt", L"N_1_b.sldprt"}));
 }
 
+// The first of two names that are the same in the list view's search may get no row.
+TEST_F(ConversionTableTest, AFileThatCollidedDoesNotStandInTheWayOfAnother)
+{
+    m_settings.SetTemplate(1, L"%4.%6");
+    Add({L"N_1_a.sldprt", L"N_2_a.sldprt", L"n_2_A.sldprt"});
+    EXPECT_EQ(Column(0), (Texts{L"N_1_a.sldprt", L"n_2_A.sldprt"}));
+    EXPECT_EQ(Column(1), (Texts{L"a.sldprt", L"A.sldprt"}));
+}
+
 TEST_F(ConversionTableTest, NewNamesCollideByTheirExactSpelling)
 {
     m_settings.SetTemplate(1, L"%4.%6");
