@@ -137,6 +137,18 @@ CFileException::Cause CFileException::CauseOf(DWORD osError)
         case ERROR_GEN_FAILURE:
         case ERROR_WRONG_DISK:
         case ERROR_IO_DEVICE:
+        case ERROR_DEVICE_NOT_CONNECTED:
+        case ERROR_REM_NOT_LIST:
+        case ERROR_NETWORK_BUSY:
+        case ERROR_DEV_NOT_EXIST:
+        case ERROR_BAD_NET_RESP:
+        case ERROR_UNEXP_NET_ERR:
+        case ERROR_NETNAME_DELETED:
+        case ERROR_SEM_TIMEOUT:
+        case ERROR_NO_NETWORK:
+        case ERROR_NETWORK_UNREACHABLE:
+        case ERROR_HOST_UNREACHABLE:
+        case ERROR_CONNECTION_ABORTED:
             return Cause::hardIO;
         case ERROR_SHARING_VIOLATION:
         case ERROR_SHARING_BUFFER_EXCEEDED:
@@ -219,6 +231,11 @@ void CFile::Close()
     }
 }
 
+bool CFile::Flush()
+{
+    return !m_file || ::FlushFileBuffers(m_file.get());
+}
+
 bool CFile::GetStatus(const std::wstring& path, CFileStatus& status)
 {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
@@ -262,6 +279,8 @@ bool CFile::CutOff(const std::wstring& path, std::uint64_t length)
     }
     FILE_END_OF_FILE_INFO end{};
     end.EndOfFile.QuadPart = static_cast<LONGLONG>(length);
-    return size.QuadPart <= end.EndOfFile.QuadPart ||
-           ::SetFileInformationByHandle(file.m_file.get(), FileEndOfFileInfo, &end, sizeof end);
+    if (size.QuadPart <= end.EndOfFile.QuadPart) {
+        return size.QuadPart == end.EndOfFile.QuadPart;  // setting it would fill a shorter file with zeros
+    }
+    return ::SetFileInformationByHandle(file.m_file.get(), FileEndOfFileInfo, &end, sizeof end) != FALSE;
 }

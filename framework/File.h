@@ -84,14 +84,18 @@ public:
     // point; the file is closed all the same. The destructor closes without a report.
     void Close();
 
+    // When the file is open (for writing): has the system bring to the disk what it still holds of it,
+    // whoever wrote that (FlushFileBuffers). False when it cannot.
+    [[nodiscard]] bool Flush();
+
     // Reads the status of a file or folder; false when there is none at the path, or a device.
     [[nodiscard]] static bool GetStatus(const std::wstring& path, CFileStatus& status);
 
     // Sets the attributes and the time of last modification, both or none. Throws CFileException.
     static void SetStatus(const std::wstring& path, const CFileStatus& status);
 
-    // Takes away what a file holds behind its first `length` bytes; a shorter one stays as it is. False when
-    // the system refuses.
+    // Takes away what a file holds behind its first `length` bytes. False when the system refuses, and when
+    // the file is shorter; it stays as it is then.
     [[nodiscard]] static bool CutOff(const std::wstring& path, std::uint64_t length);
 
 private:

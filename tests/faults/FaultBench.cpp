@@ -301,7 +301,7 @@ void CFaultBench::ExpectNoFailure()
 {
     m_model->m_mapFileFailure.clear();
     m_model->m_headerFails = false;
-    m_model->m_mapCloseFails = false;
+    m_model->m_mapFailsLate = false;
     m_model->m_halfRecordStays = false;
     for (ModelRow& row : Rows()) {
         row.copyFailure.clear();

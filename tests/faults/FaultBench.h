@@ -63,11 +63,11 @@ public:
 
     // Runs in the folder under another name of it, or in one that is not there.
     void RunIn(const std::wstring& folder);
-    // Expects from now on that the map file cannot be opened; that its lead cannot be written; that closing
-    // it fails; that nothing does.
+    // Expects from now on that the map file cannot be opened; that its lead cannot be written; that bringing
+    // it to the disk or closing it fails; that nothing does.
     void ExpectNoMapFile();
     void ExpectNoHeader() { m_model->m_headerFails = true; }
-    void ExpectMapFileNotClosed() { m_model->m_mapCloseFails = true; }
+    void ExpectLateMapFailure() { m_model->m_mapFailsLate = true; }
     void ExpectNoFailure();
     // Expects that the map file finds room for so many bytes only; each record takes `recordLength`.
     void ExpectNoRoomFor(std::size_t bytes, std::size_t recordLength);

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <map>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "tests/faults/ImportTable.h"
@@ -30,6 +31,8 @@ decltype(&GetFileAttributesExW) g_readStatus = nullptr;
 decltype(&GetFileAttributesW) g_readAttributes = nullptr;
 decltype(&SetFileAttributesW) g_setAttributes = nullptr;
 decltype(&SetFileInformationByHandle) g_change = nullptr;
+decltype(&GetFileSizeEx) g_readSize = nullptr;
+decltype(&FlushFileBuffers) g_flush = nullptr;
 decltype(&_wmkdir) g_makeFolder = nullptr;
 decltype(&_wfopen) g_openStream = nullptr;
 decltype(&_write) g_writeStream = nullptr;
@@ -132,14 +135,32 @@ BOOL WINAPI Change(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID informati
     return FailsOpen(g_files, file, FileCall::change) ? FALSE : g_change(file, kind, information, size);
 }
 
+BOOL WINAPI ReadSize(HANDLE file, PLARGE_INTEGER size)
+{
+    return FailsOpen(g_files, file, FileCall::readSize) ? FALSE : g_readSize(file, size);
+}
+
+BOOL WINAPI Flush(HANDLE file)
+{
+    return FailsOpen(g_files, file, FileCall::flush) ? FALSE : g_flush(file);
+}
+
 int MakeFolder(const wchar_t* path)
 {
     return Fails({FileCall::makeFolder, path}) ? -1 : g_makeFolder(path);
 }
 
+DWORD AccessOf(std::wstring_view mode)
+{
+    if (mode.find(L'+') != std::wstring_view::npos) {
+        return GENERIC_READ | GENERIC_WRITE;
+    }
+    return mode.starts_with(L'r') ? GENERIC_READ : GENERIC_WRITE;
+}
+
 FILE* OpenStream(const wchar_t* path, const wchar_t* mode)
 {
-    const DWORD access = *mode == L'r' ? GENERIC_READ : GENERIC_WRITE;
+    const DWORD access = AccessOf(mode);
     if (Fails({FileCall::openStream, path, access}) || DeniesWriting(path, access)) {
         return nullptr;
     }
@@ -176,6 +197,8 @@ bool RedirectAll()
     RedirectImport("GetFileAttributesW", &ReadAttributes, &g_readAttributes);
     RedirectImport("SetFileAttributesW", &SetAttributes, &g_setAttributes);
     RedirectImport("SetFileInformationByHandle", &Change, &g_change);
+    RedirectImport("GetFileSizeEx", &ReadSize, &g_readSize);
+    RedirectImport("FlushFileBuffers", &Flush, &g_flush);
     RedirectImport("_wmkdir", &MakeFolder, &g_makeFolder);
     RedirectImport("_wfopen", &OpenStream, &g_openStream);
     RedirectImport("_write", &WriteStream, &g_writeStream);

@@ -15,6 +15,8 @@ enum class FileCall
     readAttributes,  // alone
     setAttributes,   // by the path
     change,          // of what is open: attributes and times, or the size
+    readSize,        // of what is open
+    flush,           // to the disk
     makeFolder,
     openStream,  // the runtime library's
     writeStream,

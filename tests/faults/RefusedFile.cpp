@@ -31,6 +31,8 @@ bool CRefusedFile::Refuses(const FileOperation& operation) const
                    (operation.call == FileCall::open && (operation.access & FILE_WRITE_ATTRIBUTES) != 0);
         case Refusal::changes:
             return operation.call == FileCall::setAttributes || operation.call == FileCall::change;
+        case Refusal::flushing:
+            return operation.call == FileCall::flush;
     }
     return false;
 }

@@ -13,7 +13,8 @@ enum class Refusal
     reading,            // from a certain byte on
     writing,            // from a certain byte on
     openingForChanges,  // the file cannot be opened to change its attributes
-    changes             // it can, but they cannot be changed
+    changes,            // it can, but they cannot be changed
+    flushing            // what was written cannot be brought to the disk
 };
 
 // As long as it lives, the system refuses to do something with one file, in this process: as it does on a

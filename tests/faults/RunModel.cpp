@@ -138,7 +138,7 @@ void CRunModel::WriteMapFile()
         ShowRecordFailure();
     }
     const bool finished = std::ranges::all_of(m_rows, [this](ModelRow& row) { return HandleRow(row); });
-    if (m_mapCloseFails) {
+    if (m_mapFailsLate) {
         ShowRecordFailure();
     }
     if (finished) {

@@ -105,7 +105,7 @@ public:
     [[nodiscard]] std::vector<ModelRow>& Rows() { return m_rows; }
     [[nodiscard]] const Copies& CopiesNow() const { return m_copies; }
     bool m_copyOnly = false;
-    bool m_mapCloseFails = false;    // which is late to tell that lines are lost
+    bool m_mapFailsLate = false;     // only at the end it turns out that lines are lost
     bool m_headerFails = false;      // for want of room
     bool m_halfRecordStays = false;  // of the first record that finds no room
     std::wstring m_mapFileFailure;   // the message when the map file cannot be opened; empty: it can

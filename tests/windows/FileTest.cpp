@@ -246,8 +246,15 @@ TEST_F(FileTest, CutsOffWhatLiesBehindALength)
     const UniqueHandle reader = OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
     EXPECT_TRUE(CFile::CutOff(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\n");
-    EXPECT_TRUE(CFile::CutOff(m_path, 20));
+    EXPECT_TRUE(CFile::CutOff(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\n");
+}
+
+TEST_F(FileTest, TakesNoShorterFileForOneThatIsCutOff)
+{
+    WriteBytes(m_path, "whole li");
+    EXPECT_FALSE(CFile::CutOff(m_path, 11));
+    EXPECT_EQ(ReadBytes(m_path), "whole li");
 }
 
 TEST_F(FileTest, CutsNothingOffWhereItMayNotWrite)
@@ -259,6 +266,17 @@ TEST_F(FileTest, CutsNothingOffWhereItMayNotWrite)
     EXPECT_FALSE(CFile::CutOff(m_folder / L"missing.bin", 0));
     CFileStatus status;
     EXPECT_FALSE(CFile::GetStatus(m_folder / L"missing.bin", status));
+}
+
+TEST_F(FileTest, FlushesOnlyWhatItMayWrite)
+{
+    CFile file;
+    EXPECT_TRUE(file.Flush()) << "nothing is open";
+    WriteBytes(m_path, "x");
+    ASSERT_TRUE(file.Open(m_path, CFile::modeWrite | CFile::shareDenyNone, nullptr));
+    EXPECT_TRUE(file.Flush());
+    ASSERT_TRUE(file.Open(m_path, CFile::modeRead | CFile::shareDenyNone, nullptr));
+    EXPECT_FALSE(file.Flush());
 }
 
 TEST(FileException, KnowsTheClassOfAWindowsError)
@@ -282,6 +300,10 @@ TEST(FileException, KnowsTheClassOfAWindowsError)
         {ERROR_NEGATIVE_SEEK, Cause::badSeek},
         {ERROR_CRC, Cause::hardIO},
         {ERROR_NOT_READY, Cause::hardIO},
+        {ERROR_UNEXP_NET_ERR, Cause::hardIO},
+        {ERROR_NETNAME_DELETED, Cause::hardIO},
+        {ERROR_SEM_TIMEOUT, Cause::hardIO},
+        {ERROR_NETWORK_UNREACHABLE, Cause::hardIO},
         {ERROR_SHARING_VIOLATION, Cause::sharingViolation},
         {ERROR_LOCK_VIOLATION, Cause::lockViolation},
         {ERROR_DISK_FULL, Cause::diskFull},
