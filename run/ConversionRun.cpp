@@ -1,13 +1,13 @@
 #include "run/ConversionRun.h"
 
 #include <cstdint>
+#include <exception>
 #include <utility>
 
 #include "core/TextTools.h"
 #include "files/FileMisc.h"
 #include "files/MapLine.h"
 #include "files/Paths.h"
-#include "framework/File.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 
@@ -68,9 +68,15 @@ CConversionRun::CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWo
 {
 }
 
-// An exception may have ended the run early: no server may stay behind.
+// An exception may have ended the run early: neither half a line nor a server may stay behind. Nobody is told
+// any more.
 CConversionRun::~CConversionRun()
 {
+    try {
+        DropHalfLine();
+    } catch (const std::exception&) {
+        // Memory is short, and the half line stays.
+    }
     ReleaseCad();
 }
 
@@ -168,6 +174,9 @@ void CConversionRun::ReleaseCad()
 bool CConversionRun::OpenMapFile()
 {
     if (CFileMisc::OpenOutputFile(m_mapFile, CFileMisc::PathToBytes(m_strMapPath), true) == 0) {
+        // Now, as the way to the file may be gone at the end without a line being lost.
+        static_cast<void>(
+            m_mapFileOnDisk.Open(m_strMapPath, CFile::modeWrite | CFile::shareDenyNone, nullptr));
         return true;
     }
     ShowMessage(kMapFileLead.Current() + m_strMapPath + kMapFileNotOpened.Current());
@@ -263,11 +272,10 @@ bool CConversionRun::WriteToMapFile(const std::string& text)
     if (!m_bMapFileHasHalfLine || TakeBackHalfLine()) {
         m_mapFile << text << std::flush;
         if (m_mapFile.good()) {
-            m_bMapFileHasHalfLine = false;
             m_nMapFileSize = static_cast<std::uintmax_t>(std::streamoff(m_mapFile.tellp()));
             return true;
         }
-        m_bMapFileHasHalfLine = !TakeBackHalfLine();
+        static_cast<void>(TakeBackHalfLine());
     }
     TellMapFileNotWritten();
     return false;
@@ -286,20 +294,33 @@ void CConversionRun::TellMapFileNotWritten()
 // has it mapped into its memory, or be opened.
 bool CConversionRun::TakeBackHalfLine()
 {
+    m_bMapFileHasHalfLine = true;
     m_mapFile.close();
     const bool cut = CFile::CutOff(m_strMapPath, m_nMapFileSize);
     m_mapFile.clear();
     m_mapFile.open(m_strMapPath.c_str(), std::ios::in | std::ios::ate);
-    return cut && m_mapFile.is_open();
+    m_bMapFileHasHalfLine = !cut || !m_mapFile.is_open();
+    return !m_bMapFileHasHalfLine;
 }
 
-// A half line that is still there gets its last chance. That lines are lost may turn out only now, as behind
-// a network path.
+// The last chance of a half line that is still there: once the file is closed, another may write it.
+void CConversionRun::DropHalfLine()
+{
+    if (m_bMapFileHasHalfLine) {
+        static_cast<void>(TakeBackHalfLine());
+        m_bMapFileHasHalfLine = false;
+    }
+}
+
+// That lines are lost may turn out only when the system brings them to the disk, as behind a network path;
+// closing the file does not tell.
 void CConversionRun::CloseMapFile()
 {
-    m_bMapFileHasHalfLine = m_bMapFileHasHalfLine && !TakeBackHalfLine();
+    DropHalfLine();
+    const bool onDisk = m_mapFileOnDisk.Flush();
+    m_mapFileOnDisk = CFile();
     m_mapFile.close();
-    if (m_mapFile.fail()) {
+    if (!onDisk || m_mapFile.fail()) {
         TellMapFileNotWritten();
     }
 }

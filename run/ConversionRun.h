@@ -7,6 +7,7 @@
 
 #include "cad/SldWorks.h"
 #include "core/ConversionTable.h"
+#include "framework/File.h"
 #include "framework/OleException.h"
 #include "run/ConversionView.h"
 #include "run/ProgressFileCopy.h"
@@ -62,6 +63,7 @@ private:
     bool CopyAndRecord();
     bool WriteToMapFile(const std::string& text);
     bool TakeBackHalfLine();
+    void DropHalfLine();
     void TellMapFileNotWritten();
     void CloseMapFile();
     void ShowRow();
@@ -81,6 +83,7 @@ private:
     std::unique_ptr<CProgressFileCopy> m_pProgress;
     std::wstring m_strMapPath;
     std::ofstream m_mapFile;
+    CFile m_mapFileOnDisk;  // the same, which a stream cannot be asked about; closed when it cannot be opened
     std::uintmax_t m_nMapFileSize = 0;  // up to the last whole line, in bytes
     bool m_bMapFileHasHalfLine = false;
     bool m_bMapFileFailureShown = false;

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <initializer_list>
 #include <optional>
@@ -24,6 +25,7 @@
 #include "tests/faults/FaultTest.h"
 #include "tests/faults/FileWatch.h"
 #include "tests/faults/RefusedFile.h"
+#include "tests/windows/MappedFile.h"
 
 // One file operation of a run after the other fails.
 
@@ -132,7 +134,7 @@ protected:
         return [file] { CloseHandle(file); };
     }
 
-    // Has changes of a file's attributes refused.
+    // Has something refused, such as changes of a file's attributes.
     Mend Refuse(const std::wstring& path, Refusal refusal)
     {
         m_refused.emplace(path, refusal, ERROR_ACCESS_DENIED);
@@ -294,6 +296,29 @@ TEST_F(FileFaultTest, ReadOnlyMapFile)
             SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
         };
     });
+}
+
+// Of the watch itself.
+TEST_F(FileFaultTest, AReadOnlyFileIsOpenedForReadingOnly)
+{
+    const std::wstring path = m_library / L"read-only.txt";
+    WriteBytes(path, "");
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+    const CFileWatch watch;
+    EXPECT_TRUE(std::ifstream(path.c_str()).is_open());
+    EXPECT_FALSE(std::ofstream(path.c_str()).is_open());
+    EXPECT_FALSE(std::fstream(path.c_str(), std::ios::in | std::ios::out).is_open());
+}
+
+TEST_F(FileFaultTest, MapFileDoesNotReachTheDisk)
+{
+    RecordProperty("kind", "map file not brought to the disk");
+    for (const int language : LanguagesToTry()) {
+        const CLanguageScope scope(language);
+        m_bench.Reset();
+        m_bench.ExpectLateMapFailure();
+        RunAndRepeat({}, Refuse(m_bench.MapPath(), Refusal::flushing));
+    }
 }
 
 TEST_F(FileFaultTest, NoMappedFolder)
@@ -693,28 +718,6 @@ TEST_F(FullDiskTest, NoRoomForRecords)
         Note(1, differences);
     }
 }
-
-// As long as it lives, the file cannot be made shorter: another program has it mapped into its memory.
-class CMappedFile
-{
-public:
-    explicit CMappedFile(const std::wstring& path)
-        : m_file(ValidHandle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                         nullptr, OPEN_EXISTING, 0, nullptr)))
-        , m_mapping(CreateFileMappingW(m_file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr))
-        , m_view(MapViewOfFile(m_mapping.get(), FILE_MAP_READ, 0, 0, 0))
-    {
-        EXPECT_NE(nullptr, m_view);
-    }
-    CMappedFile(const CMappedFile&) = delete;
-    CMappedFile& operator=(const CMappedFile&) = delete;
-    ~CMappedFile() { UnmapViewOfFile(m_view); }
-
-private:
-    UniqueHandle m_file;
-    UniqueHandle m_mapping;
-    const void* m_view;
-};
 
 // A record finds room for its beginning only, which cannot be taken back.
 class HalfRecordTest : public FullDiskTest

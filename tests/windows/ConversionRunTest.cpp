@@ -18,6 +18,7 @@
 #include "resources/resource.h"
 #include "tests/windows/FakeAutomation.h"
 #include "tests/windows/FakeClasses.h"
+#include "tests/windows/MappedFile.h"
 #include "tests/windows/TestScopes.h"
 #include "tests/windows/WindowScopes.h"
 
@@ -291,7 +292,8 @@ protected:
     CConversionTable m_table;
     CSldWorks m_sldWorks;
     CScreenWatcher m_screen;
-    int m_answer = IDOK;           // to message boxes
+    int m_answer = IDOK;  // to message boxes
+    std::function<void()> m_onBox;
     bool m_mapFileIsOpen = false;  // expected when a message box is shown
     int m_opened = 0;
 
@@ -308,6 +310,9 @@ private:
             text += L" [help " + request.helpFile + L" " + std::to_wstring(request.helpContext) + L"]";
         }
         m_log.push_back(text);
+        if (m_onBox) {
+            m_onBox();
+        }
         return m_answer;
     }
 
@@ -868,6 +873,8 @@ TEST_F(ConversionRunTest, ANetworkPathKeepsItsTwoBackslashes)
 class UnwritableMapFileTest : public ConversionRunTest
 {
 protected:
+    static constexpr wchar_t kMapFile[] = L"lib\\Mapped\\PartsMap.txt";
+
     // Lets writing the map file fail while the rows of these original names are in hand.
     void FailAt(const Texts& originals)
     {
@@ -918,8 +925,6 @@ private:
         _close(onlyReads);
         std::ofstream(kMapFile, std::ios::app) << "a2.sldprt ; b2.s";
     }
-
-    static constexpr wchar_t kMapFile[] = L"lib\\Mapped\\PartsMap.txt";
 };
 
 TEST_F(UnwritableMapFileTest, ARecordThatCannotBeWrittenIsReportedInGerman)
@@ -948,6 +953,27 @@ TEST_F(UnwritableMapFileTest, TheLastRecordsFailureLeavesNoHalfLine)
     EXPECT_EQ(Marks(), "cP");
     EXPECT_EQ(ReadBytes(L"lib\\Mapped\\b2.sldprt"), "content of a part");
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b2.sldprt"));
+}
+
+TEST_F(UnwritableMapFileTest, AnExceptionThatEndsTheRunLeavesNoHalfLine)
+{
+    AddRows(2);
+    FailAt({L"a2.sldprt"});
+    std::optional<CMappedFile> mapped;
+    m_screen.m_onFirstLine = [&mapped, fail = m_screen.m_onFirstLine](const std::wstring& text) {
+        fail(text);
+        if (text.ends_with(L"a2.sldprt")) {
+            mapped.emplace(kMapFile);
+        }
+    };
+    m_onBox = [&mapped] {
+        EXPECT_TRUE(ReadBytes(kMapFile).ends_with("a2.sldprt ; b2.s"));
+        mapped.reset();
+        throw CTestException();
+    };
+    EXPECT_THROW(Run(true), CTestException);
+    m_mainWindow.EnableWindow(true);  // as the run's caller does
+    EXPECT_EQ(Records(), std::vector<std::string>{"a1.sldprt ; b1.sldprt ; "});
 }
 
 // Errors of the CAD system
