@@ -150,8 +150,8 @@ public:
         , m_strBomTemplate(TemplateOrDefault(kColumnBomName))
     {
         const int count = table.GetItemCount();
-        m_originals.reserve(static_cast<std::size_t>(count) + expected);
-        m_newNames.reserve(static_cast<std::size_t>(count) + expected);
+        MakeRoom(m_originals, static_cast<std::size_t>(count) + expected);
+        MakeRoom(m_newNames, static_cast<std::size_t>(count) + expected);
         m_rows.reserve(expected);
         for (int row = 0; row < count; ++row) {
             m_originals.insert(SearchKey(table.GetItemText(row, kColumnOriginal), m_memory));
@@ -179,6 +179,16 @@ public:
     }
 
 private:
+    // Room for so many names of which few share a place: with one that does, a look at the other's memory is
+    // due, which is dear with many names.
+    template <class Set>
+    static void MakeRoom(Set& names, std::size_t count)
+    {
+        constexpr float kNamesPerPlace = 0.25F;
+        names.max_load_factor(kNamesPerPlace);
+        names.reserve(count);
+    }
+
     // False when the file gets no row.
     bool MakeRow(const std::wstring& original)
     {
