@@ -164,14 +164,13 @@ int OpenStream(Stream& stream, const std::string& path8, std::ios::openmode mode
     return stream.fail() ? 1 : 0;
 }
 
-std::wstring DecodeAnsi(std::string_view bytes)
+void DecodeAnsi(std::string_view bytes, std::wstring& text)
 {
     // No code page makes more characters than there are bytes.
     const int size = static_cast<int>(bytes.size());
-    std::wstring text(bytes.size(), L'\0');
+    text.resize(bytes.size());
     const int length = ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, text.data(), size);
     text.resize(static_cast<std::size_t>(length));
-    return text;
 }
 
 }  // namespace
@@ -182,7 +181,9 @@ char MapByteFor(wchar_t character)
     BOOL usedDefault = FALSE;
     const int count =
         ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, &character, 1, bytes, 2, nullptr, &usedDefault);
-    const bool exact = count == 1 && !usedDefault && DecodeAnsi({bytes, 1}) == std::wstring(1, character);
+    std::wstring decoded;
+    DecodeAnsi({bytes, 1}, decoded);
+    const bool exact = count == 1 && !usedDefault && decoded == std::wstring(1, character);
     return exact ? bytes[0] : '?';
 }
 

@@ -90,16 +90,18 @@ std::string FormatMapHeader(std::wstring_view mapPath, char (*byteFor)(wchar_t))
     return EncodeMapText(header, byteFor);
 }
 
-MapReadResult ReadMapLines(std::istream& in, std::wstring (*decode)(std::string_view),
+MapReadResult ReadMapLines(std::istream& in, void (*decode)(std::string_view bytes, std::wstring& text),
                            CList<UTtab_entry, UTtab_entry&>& entries)
 {
     std::array<char, kMapLineMaxBytes + 1> buffer{};
-    UTtab_entry entry;  // one for all lines, as its texts keep their room
+    // One of each for all lines, as texts keep their room.
+    UTtab_entry entry;
+    std::wstring decoded;
     // A line that does not fit the buffer fails the stream and so ends the reading, which is meant.
     for (int line = 1; in.getline(buffer.data(), buffer.size()); ++line) {
         // The line end is counted but not stored; only a last line can be without one.
         const std::size_t length = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);
-        const std::wstring decoded = decode(std::string_view(buffer.data(), length));
+        decode(std::string_view(buffer.data(), length), decoded);
         const std::wstring_view text = StripBlanks(decoded);
         if (!HoldsRecord(text)) {
             continue;

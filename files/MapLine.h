@@ -43,9 +43,10 @@ struct MapReadResult
 };
 
 // Appends the records of a stream (in text mode, so that every line ends in "\n") to the entries, decoding
-// each line by `decode` (not null). Stops at the end, at the first bad line, which the result names, or,
-// without a notice, at a line of more than kMapLineMaxBytes; the entries before it stay.
-MapReadResult ReadMapLines(std::istream& in, std::wstring (*decode)(std::string_view),
+// each line by `decode` (not null) into a text that it sets whole. Stops at the end, at the first bad line,
+// which the result names, or, without a notice, at a line of more than kMapLineMaxBytes; the entries before
+// it stay.
+MapReadResult ReadMapLines(std::istream& in, void (*decode)(std::string_view bytes, std::wstring& text),
                            CList<UTtab_entry, UTtab_entry&>& entries);
 
 // The message about a bad line: the joined text, file path included, taken as a printf format with the line

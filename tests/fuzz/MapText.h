@@ -52,6 +52,7 @@ inline MapReading ReadMap(const std::string& file)
 {
     std::istringstream in(file);
     CList<UTtab_entry, UTtab_entry&> entries;
-    const MapReadResult result = ReadMapLines(in, FromLatin1, entries);
+    const MapReadResult result = ReadMapLines(
+        in, [](std::string_view bytes, std::wstring& text) { text = FromLatin1(bytes); }, entries);
     return {result.syntaxError, result.badLine, {entries.begin(), entries.end()}};
 }

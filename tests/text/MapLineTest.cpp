@@ -13,13 +13,12 @@ char QuestionMark(wchar_t)
     return '?';
 }
 
-std::wstring FromLatin1(std::string_view bytes)
+void DecodeLatin1(std::string_view bytes, std::wstring& text)
 {
-    std::wstring text;
+    text.clear();
     for (const char byte : bytes) {
         text += static_cast<wchar_t>(static_cast<unsigned char>(byte));
     }
-    return text;
 }
 
 using Entries = std::vector<UTtab_entry>;
@@ -35,7 +34,7 @@ Reading Read(const std::string& file)
 {
     std::istringstream in(file);
     CList<UTtab_entry, UTtab_entry&> entries;
-    const MapReadResult result = ReadMapLines(in, FromLatin1, entries);
+    const MapReadResult result = ReadMapLines(in, DecodeLatin1, entries);
     return {result.syntaxError, result.badLine, Entries(entries.begin(), entries.end())};
 }
 
@@ -196,7 +195,7 @@ TEST(ReadMapLines, AppendsToTheEntries)
     UTtab_entry before{L"old", L"entry", L""};
     entries.AddTail(before);
     std::istringstream in("a;b;c\n");
-    EXPECT_FALSE(ReadMapLines(in, FromLatin1, entries).syntaxError);
+    EXPECT_FALSE(ReadMapLines(in, DecodeLatin1, entries).syntaxError);
     EXPECT_EQ(Entries(entries.begin(), entries.end()), (Entries{before, {L"a", L"b", L"c"}}));
 }
 
