@@ -29,12 +29,14 @@ the program: every call on an object of an ended session fails, and the log show
 three are copied in each run; names, paths and disks have runs that only copy. A read or write error, and attributes
 that cannot be changed, are had from functions that stand between the program's code and the system's in the table of
 the functions that it imports, and refuse that for one file. The same functions refuse each file operation of a run in
-turn: every opening, read, write and closing of a part, a copy and the map file, and every reading and change of
-attributes, fails once, in runs that only copy and in runs with the server, with earlier copies and without; and so does
-each step of making "Mapped". What closes a file fails when that is done. When a line of the map file is refused, each
-step of taking back what there may be of it is refused as well. Nothing is said of attributes, as specified, unless an
-earlier copy cannot be overwritten for that. A half record that cannot be taken back is in a map file that somebody has
-mapped into memory.
+turn: every opening, read, write and closing of a part, a copy and the map file, its bringing to the disk, and every
+reading and change of attributes, fails once, in runs that only copy and in runs with the server, with earlier copies
+and without; and so does each step of making "Mapped". What closes a file fails when that is done. When a line of the
+map file is refused, each step of taking back what there may be of it is refused as well. Left out are the questions for
+a place in the map file or for its kind, and what the program asks before and behind a run (whether there is a map file,
+which files a folder holds, reading the map file). Nothing is said of attributes, as specified, unless an earlier copy
+cannot be overwritten for that. A half record that cannot be taken back is in a map file that somebody has mapped into
+memory.
 
 Wine does not ask a client's message filter about a call that the server rejects: under it such a call fails at once,
 for a while as for good, and the run loads the server anew. That the program waits for a busy server and then asks its
