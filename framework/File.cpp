@@ -233,7 +233,17 @@ void CFile::Close()
 
 bool CFile::Flush()
 {
-    return !m_file || ::FlushFileBuffers(m_file.get());
+    if (!m_file || ::FlushFileBuffers(m_file.get())) {
+        return true;
+    }
+    switch (::GetLastError()) {
+        case ERROR_INVALID_FUNCTION:
+        case ERROR_NOT_SUPPORTED:
+        case ERROR_CALL_NOT_IMPLEMENTED:
+            return true;
+        default:
+            return false;
+    }
 }
 
 bool CFile::GetStatus(const std::wstring& path, CFileStatus& status)

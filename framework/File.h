@@ -85,7 +85,8 @@ public:
     void Close();
 
     // When the file is open (for writing): has the system bring to the disk what it still holds of it,
-    // whoever wrote that (FlushFileBuffers). False when it cannot.
+    // whoever wrote that (FlushFileBuffers). False when it cannot; true when the file system, as some behind
+    // a network path, has no such request: then nothing is known to be lost.
     [[nodiscard]] bool Flush();
 
     // Reads the status of a file or folder; false when there is none at the path, or a device.

@@ -291,7 +291,8 @@ void CConversionRun::TellMapFileNotWritten()
 
 // Opened anew because the failed stream would write what it still holds at the next chance; not made anew if
 // it is gone meanwhile. False when the system does not let the file be made shorter, as while another program
-// has it mapped into its memory, or be opened.
+// has it mapped into its memory, or be opened; and for the rest of the run when the file holds less than was
+// written to it.
 bool CConversionRun::TakeBackHalfLine()
 {
     m_bMapFileHasHalfLine = true;

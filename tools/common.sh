@@ -36,10 +36,11 @@ build_windowwatch() {
 }
 
 # pictures_stamp: what the pictures in build/screenshots are of: checksums of the programs of both languages, of the
-# library that they show, and of what operates them.
+# library that they show, and of what makes that library, operates the programs and looks at them.
 pictures_stamp() {
   sha256sum build/windows/bin/{talvenor_german.exe,talvenor_english.exe,talvresgerx64.dll,talvresusx64.dll} \
-    data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/demonstration/*.py
+    data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/demonstration/*.py \
+    $(find tools/windowwatch tests/cadserver -type f | LC_ALL=C sort) tools/{common.sh,run-windows}
 }
 
 # start_display [SIZE]: starts an X server without a screen, of so many pixels (1600x1200 unless said), and a window

@@ -135,9 +135,9 @@ protected:
     }
 
     // Has something refused, such as changes of a file's attributes.
-    Mend Refuse(const std::wstring& path, Refusal refusal)
+    Mend Refuse(const std::wstring& path, Refusal refusal, DWORD error = ERROR_ACCESS_DENIED)
     {
-        m_refused.emplace(path, refusal, ERROR_ACCESS_DENIED);
+        m_refused.emplace(path, refusal, error);
         return [this] { EndRefusal(); };
     }
     void EndRefusal()
@@ -318,6 +318,15 @@ TEST_F(FileFaultTest, MapFileDoesNotReachTheDisk)
         m_bench.Reset();
         m_bench.ExpectLateMapFailure();
         RunAndRepeat({}, Refuse(m_bench.MapPath(), Refusal::flushing));
+    }
+}
+
+TEST_F(FileFaultTest, MapFileIsWhereNothingCanBeBroughtToTheDisk)
+{
+    RecordProperty("kind", "file system without the request to bring the map file to the disk");
+    for (const DWORD error : {ERROR_INVALID_FUNCTION, ERROR_NOT_SUPPORTED, ERROR_CALL_NOT_IMPLEMENTED}) {
+        m_bench.Reset();
+        RunAndRepeat({}, Refuse(m_bench.MapPath(), Refusal::flushing, error));
     }
 }
 

@@ -16,7 +16,7 @@ Made by `tools/faults` at commit {commit}, {date}; not to be edited.
 
 Each fault hits one conversion run over real files, with the list control and the progress dialog, against the stand-in
 CAD server in its own process. "Left everything true" means: the run came back; the main window is enabled and the
-progress dialog gone; the messages are exactly those specified, in order; the map file holds exactly the records of the
+progress dialog gone; the messages are exactly those due, in order; the map file holds exactly the records of the
 rows handled, the copies exactly the configurations and BOM names written so far, and the rows the marks that belong to
 that; the server got exactly the calls expected; no server process is left over, no document open, and no part, copy or
 map file held; the next run completes what was left undone, and a run of all rows leaves everything right. What has to
@@ -34,7 +34,7 @@ reading and change of attributes, fails once, in runs that only copy and in runs
 and without; and so does each step of making "Mapped". What closes a file fails when that is done. When a line of the
 map file is refused, each step of taking back what there may be of it is refused as well. Left out are the questions for
 a place in the map file or for its kind, and what the program asks before and behind a run (whether there is a map file,
-which files a folder holds, reading the map file). Nothing is said of attributes, as specified, unless an earlier copy
+which files a folder holds, reading the map file). Nothing is said of attributes, which is meant, unless an earlier copy
 cannot be overwritten for that. A half record that cannot be taken back is in a map file that somebody has mapped into
 memory.
 
