@@ -324,7 +324,8 @@ TEST_F(FileFaultTest, MapFileDoesNotReachTheDisk)
 TEST_F(FileFaultTest, MapFileIsWhereNothingCanBeBroughtToTheDisk)
 {
     RecordProperty("kind", "file system without the request to bring the map file to the disk");
-    for (const DWORD error : {ERROR_INVALID_FUNCTION, ERROR_NOT_SUPPORTED, ERROR_CALL_NOT_IMPLEMENTED}) {
+    for (const DWORD error : std::initializer_list<DWORD>{ERROR_INVALID_FUNCTION, ERROR_NOT_SUPPORTED,
+                                                          ERROR_CALL_NOT_IMPLEMENTED}) {
         m_bench.Reset();
         RunAndRepeat({}, Refuse(m_bench.MapPath(), Refusal::flushing, error));
     }
