@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "framework/Handles.h"
 #include "tests/acceptance/OwnFolder.h"
+#include "tests/acceptance/StartProgram.h"
 #include "tests/acceptance/WaitFor.h"
 #include "tests/cadserver/Settings.h"
 #include "tests/cadserver/TextFile.h"
@@ -21,18 +21,11 @@ constexpr DWORD kEndTime = 10'000;  // milliseconds
 // Runs the server's executable with a command and waits for it.
 void RunServerProgram(const std::wstring& arguments)
 {
-    std::wstring commandLine = L"\"" + OwnFolder() + L"\\cadserver.exe\" " + arguments;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
+    const std::wstring commandLine = L"\"" + OwnFolder() + L"\\cadserver.exe\" " + arguments;
+    const StartedProgram server = StartProgram(commandLine);
     DWORD status = 1;
-    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                       &process) != FALSE) {
-        const UniqueHandle thread(process.hThread);
-        const UniqueHandle handle(process.hProcess);
-        WaitForSingleObject(handle.get(), kPatience);
-        GetExitCodeProcess(handle.get(), &status);
-    }
+    WaitForSingleObject(server.process.get(), kPatience);
+    GetExitCodeProcess(server.process.get(), &status);
     if (status != 0) {
         throw std::runtime_error("failed: " + ToUtf8(commandLine));
     }

@@ -5,6 +5,7 @@
 #include "tests/acceptance/Input.h"
 #include "tests/acceptance/OtherWindows.h"
 #include "tests/acceptance/OwnFolder.h"
+#include "tests/acceptance/StartProgram.h"
 #include "tests/acceptance/WaitFor.h"
 #include "tests/cadserver/TextFile.h"
 
@@ -12,20 +13,11 @@ CProgramUnderTest::CProgramUnderTest(const std::wstring& workingFolder, const st
 {
     const std::wstring folder = OwnFolder();
     const Text inLanguage{L"talvenor_german.exe", L"talvenor_english.exe"};
-    std::wstring commandLine =
-        L"\"" + folder + L"\\" + (program.empty() ? inLanguage.Current() : program) + L"\"";
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    const std::wstring& start = workingFolder.empty() ? folder : workingFolder;
-    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, start.c_str(),
-                       &startup, &process) == FALSE) {
-        const DWORD error = GetLastError();
-        throw std::runtime_error("cannot start " + ToUtf8(commandLine) + ": error " + std::to_string(error));
-    }
-    const UniqueHandle thread(process.hThread);
-    m_process.reset(process.hProcess);
-    m_processId = process.dwProcessId;
+    const std::wstring file = folder + L"\\" + (program.empty() ? inLanguage.Current() : program);
+    StartedProgram started =
+        StartProgram(L"\"" + file + L"\"", workingFolder.empty() ? folder : workingFolder);
+    m_process = std::move(started.process);
+    m_processId = started.id;
 }
 
 CProgramUnderTest::~CProgramUnderTest()
