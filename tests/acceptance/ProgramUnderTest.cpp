@@ -1,5 +1,7 @@
 #include "tests/acceptance/ProgramUnderTest.h"
 
+#include <utility>
+
 #include "framework/Language.h"
 #include "resources/resource.h"
 #include "tests/acceptance/Input.h"
