@@ -9,6 +9,14 @@ namespace {
 // Texts up to this length are read in one message.
 constexpr std::size_t kUsualTextLength = 260;
 
+// In pixels on the screen; empty when there is no window.
+RECT PlaceOf(HWND window)
+{
+    RECT place{};
+    GetWindowRect(window, &place);
+    return place;
+}
+
 }  // namespace
 
 void CEdit::FocusAndSelectAll() const
@@ -153,13 +161,22 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
     Ask(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
-CRedrawPause::CRedrawPause(const CWnd& window) : m_window(window)
+// Taking the redraw away may drop what the header still had to draw, and a header that changes its place then
+// does not draw itself.
+CRedrawPause::CRedrawPause(const CListCtrl& list)
+    : m_list(list)
+    , m_header(ListView_GetHeader(list.m_hWnd))
+    , m_headerOutstanding(GetUpdateRect(m_header, nullptr, FALSE) != FALSE)
+    , m_headerPlace(PlaceOf(m_header))
 {
-    m_window.SendMessage(WM_SETREDRAW, FALSE);
+    m_list.SendMessage(WM_SETREDRAW, FALSE);
 }
 
 CRedrawPause::~CRedrawPause()
 {
-    m_window.SendMessage(WM_SETREDRAW, TRUE);
-    RedrawWindow(m_window.m_hWnd, nullptr, nullptr, RDW_ERASE | RDW_FRAME | RDW_INVALIDATE | RDW_ALLCHILDREN);
+    m_list.SendMessage(WM_SETREDRAW, TRUE);
+    const RECT place = PlaceOf(m_header);
+    const bool drawHeader = m_headerOutstanding || !EqualRect(&place, &m_headerPlace);
+    RedrawWindow(m_list.m_hWnd, nullptr, nullptr,
+                 RDW_ERASE | RDW_FRAME | RDW_INVALIDATE | (drawHeader ? RDW_ALLCHILDREN : 0U));
 }

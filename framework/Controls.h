@@ -146,15 +146,19 @@ private:
     std::size_t ReadItemText(int row, int column, wchar_t* buffer, std::size_t size) const;
 };
 
-// Keeps a window from redrawing while it is filled, and has it redrawn once at the end.
+// Keeps a list view from redrawing while it is filled, and has it redrawn once at the end; its header
+// only when it has changed its place or had to be drawn anyway.
 class CRedrawPause
 {
 public:
-    explicit CRedrawPause(const CWnd& window);
+    explicit CRedrawPause(const CListCtrl& list);
     CRedrawPause(const CRedrawPause&) = delete;
     CRedrawPause& operator=(const CRedrawPause&) = delete;
     ~CRedrawPause();
 
 private:
-    const CWnd& m_window;
+    const CListCtrl& m_list;
+    HWND m_header;  // null in a list view without one
+    bool m_headerOutstanding;
+    RECT m_headerPlace;
 };

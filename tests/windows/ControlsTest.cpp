@@ -97,7 +97,7 @@ protected:
         EXPECT_EQ(m_list.InsertItem(item), row);
     }
 
-    CControlWindow<CListCtrl> m_host{WC_LISTVIEWW, LVS_REPORT};
+    CControlWindow<CListCtrl> m_host{WC_LISTVIEWW, LVS_REPORT | WS_CLIPCHILDREN};
     CListCtrl& m_list = m_host.m_control;
 };
 
@@ -287,6 +287,53 @@ TEST_F(ListCtrlTest, ARedrawPauseEndsWithARedraw)
     EXPECT_EQ(log, (std::vector<WPARAM>{FALSE, TRUE}));
     EXPECT_TRUE(GetUpdateRect(m_list.m_hWnd, nullptr, FALSE));
     RemoveWindowSubclass(m_list.m_hWnd, &NoteRedraw, 2);
+}
+
+TEST_F(ListCtrlTest, ARedrawPauseLeavesAHeaderAloneThatStaysAsItIs)
+{
+    const HWND header = ListView_GetHeader(m_list.m_hWnd);
+    UpdateWindow(header);
+    {
+        const CRedrawPause pause(m_list);
+        Insert(0, L"a");
+    }
+    EXPECT_FALSE(GetUpdateRect(header, nullptr, FALSE));
+}
+
+TEST_F(ListCtrlTest, ARedrawPauseDrawsAHeaderWhoseDrawingWasOutstanding)
+{
+    const HWND header = ListView_GetHeader(m_list.m_hWnd);
+    InvalidateRect(header, nullptr, TRUE);
+    {
+        const CRedrawPause pause(m_list);
+        ValidateRect(header, nullptr);  // as the system may do when it takes the redraw away
+    }
+    EXPECT_TRUE(GetUpdateRect(header, nullptr, FALSE));
+}
+
+// A list view that gives its header another place without having it drawn.
+LRESULT CALLBACK MoveHeaderOnRedraw(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                                    DWORD_PTR)
+{
+    const LRESULT result = DefSubclassProc(window, message, wParam, lParam);
+    if (message == WM_SETREDRAW && wParam == TRUE) {
+        const HWND header = ListView_GetHeader(window);
+        SetWindowPos(header, nullptr, 0, 0, 50, 20, SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOREDRAW);
+        ValidateRect(header, nullptr);
+    }
+    return result;
+}
+
+TEST_F(ListCtrlTest, ARedrawPauseDrawsAHeaderThatHasChangedItsPlace)
+{
+    ASSERT_TRUE(SetWindowSubclass(m_list.m_hWnd, &MoveHeaderOnRedraw, 2, 0));
+    const HWND header = ListView_GetHeader(m_list.m_hWnd);
+    UpdateWindow(header);
+    {
+        const CRedrawPause pause(m_list);
+    }
+    EXPECT_TRUE(GetUpdateRect(header, nullptr, FALSE));
+    RemoveWindowSubclass(m_list.m_hWnd, &MoveHeaderOnRedraw, 2);
 }
 
 }  // namespace
