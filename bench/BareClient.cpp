@@ -1,12 +1,12 @@
 // The baseline of a conversion run: the same copies and the same automation calls in the same order as the
-// program makes them, without a window, a table or a map file.
+// program makes them, without a window, a table or a map file. With "shown" also what a run has to show by
+// its rules, in windows without the program behind them (BareRunWindows.h).
 //
-//   bareclient FOLDER ROWS.tsv [PROGID]
+//   bareclient FOLDER ROWS.tsv [shown]
 //
 // ROWS.tsv (UTF-8) holds one part a line: file name in FOLDER, tab, name of its copy in FOLDER\Mapped, tab,
-// BOM name in which only "%2" is left to fill (with the configuration's name). PROGID is
-// "SldWorks.Application.30" unless given. Prints the number of files and configurations and the seconds that
-// the whole took, the server's start included.
+// BOM name in which only "%2" is left to fill (with the configuration's name). Prints the number of files and
+// configurations and the seconds that the whole took, the server's start included and the windows' left out.
 #include <windows.h>
 
 #include <comdef.h>
@@ -15,13 +15,19 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bench/BareCopy.h"
+#include "bench/BareRunWindows.h"
 #include "bench/Stopwatch.h"
 #include "bench/TextFile.h"
+#include "core/UTtabEntry.h"
+#include "framework/Handles.h"
+#include "framework/ResourceHandle.h"
 
 namespace {
 
@@ -46,16 +52,11 @@ constexpr DISPID kUseAlternativeBomName = 6;
 constexpr long kOldestDateCode = 1999250;
 constexpr long kOpenWarning = 128;
 
-struct Row
-{
-    std::wstring original;
-    std::wstring renamed;
-    std::wstring bomName;
-};
+constexpr wchar_t kProgId[] = L"SldWorks.Application.30";
 
-std::vector<Row> ReadRows(const std::wstring& path)
+std::vector<UTtab_entry> ReadRows(const std::wstring& path)
 {
-    std::vector<Row> rows;
+    std::vector<UTtab_entry> rows;
     for (const std::vector<std::wstring>& fields : ReadFields(path)) {
         if (fields.size() != 3) {
             throw std::runtime_error("a row without its three fields");
@@ -109,13 +110,12 @@ std::wstring Fill(std::wstring bomName, const std::wstring& configuration)
     return bomName;
 }
 
-void WriteConfiguration(IDispatch* document, const std::wstring& name, const std::wstring& bomName)
+void WriteConfiguration(IDispatch* document, const std::wstring& name, const std::wstring& filled)
 {
     const IDispatchPtr configuration = ObjectOf(Call(document, kConfigurationByName, {name.c_str()}));
     if (configuration == nullptr) {
         throw std::runtime_error("a configuration is missing");
     }
-    const std::wstring filled = Fill(bomName, name);
     Call(configuration, kUseAlternativeBomName, {!filled.empty()}, DISPATCH_PROPERTYPUT);
     if (!filled.empty()) {
         Call(configuration, kAlternativeBomName, {filled.c_str()}, DISPATCH_PROPERTYPUT);
@@ -136,7 +136,24 @@ std::vector<std::wstring> NamesOf(const _variant_t& value, long count)
     return names;
 }
 
-long WriteBomEntries(IDispatch* application, const std::wstring& path, const std::wstring& bomName)
+void WriteConfigurations(IDispatch* document, long count, const std::wstring& bomName,
+                         CBareRunWindows* windows)
+{
+    long index = 0;
+    for (const std::wstring& name : NamesOf(Call(document, kConfigurationNames, {}), count)) {
+        const std::wstring filled = Fill(bomName, name);
+        if (windows != nullptr) {
+            windows->ShowConfiguration(name, filled, index++, count);
+        }
+        WriteConfiguration(document, name, filled);
+        if (windows != nullptr) {
+            CBareRunWindows::PumpOneMessage();
+        }
+    }
+}
+
+long WriteBomEntries(IDispatch* application, const std::wstring& path, const std::wstring& bomName,
+                     CBareRunWindows* windows)
 {
     const _variant_t part(1L, VT_I4);
     Call(application, kSetDocumentVisible, {false, part});
@@ -149,46 +166,72 @@ long WriteBomEntries(IDispatch* application, const std::wstring& path, const std
         Call(document, kAfterOpenWarning, {});
     }
     const long count = Call(document, kConfigurationCount, {});
-    for (const std::wstring& name : NamesOf(Call(document, kConfigurationNames, {}), count)) {
-        WriteConfiguration(document, name, bomName);
+    WriteConfigurations(document, count, bomName, windows);
+    if (windows != nullptr) {
+        windows->ShowSaving();
     }
     if (count > 0) {
         Call(document, kSave, {true});
     }
     document = nullptr;
     Call(application, kCloseDocument, {path.c_str()});
+    if (windows != nullptr) {
+        windows->EnableCancel(true);
+    }
     Call(application, kSetDocumentVisible, {true, part});
     return count;
 }
 
 // Returns the number of configurations written.
-long Convert(const std::wstring& folder, const std::vector<Row>& rows, const std::wstring& progId)
+long ConvertRow(IDispatch* application, const std::wstring& folder, const UTtab_entry& row,
+                CBareRunWindows* windows)
+{
+    const std::wstring source = folder + L"\\" + row.strOriginal;
+    const std::wstring target = folder + L"\\Mapped\\" + row.strRenamed;
+    if (windows != nullptr) {
+        windows->ShowCopy(source, target);
+    }
+    SetReadOnly(target, false);
+    CopyInBlocks(source, target);
+    if (windows != nullptr) {
+        windows->ShowCurrentFile(target);
+    }
+    const long configurations = WriteBomEntries(application, target, row.strBomName, windows);
+    if (windows != nullptr) {
+        windows->FinishRow();
+    }
+    SetReadOnly(target, true);
+    return configurations;
+}
+
+// Returns the number of configurations written.
+long Convert(const std::wstring& folder, const std::vector<UTtab_entry>& rows, CBareRunWindows* windows)
 {
     IDispatchPtr application;
-    if (FAILED(application.CreateInstance(progId.c_str(), nullptr, CLSCTX_LOCAL_SERVER))) {
+    if (FAILED(application.CreateInstance(kProgId, nullptr, CLSCTX_LOCAL_SERVER))) {
         throw std::runtime_error("the server does not start");
     }
     if (static_cast<long>(Call(application, kDateCode, {})) < kOldestDateCode) {
         throw std::runtime_error("the server is too old");
     }
     long configurations = 0;
-    for (const Row& row : rows) {
-        const std::wstring target = folder + L"\\Mapped\\" + row.renamed;
-        SetReadOnly(target, false);
-        CopyInBlocks(folder + L"\\" + row.original, target);
-        configurations += WriteBomEntries(application, target, row.bomName);
-        SetReadOnly(target, true);
+    for (const UTtab_entry& row : rows) {
+        configurations += ConvertRow(application, folder, row, windows);
     }
     Call(application, kEndApplication, {});
     return configurations;
 }
 
-void Run(const std::wstring& folder, const std::wstring& rowsPath, const std::wstring& progId)
+void Run(const std::wstring& folder, const std::wstring& rowsPath, bool shown)
 {
-    const std::vector<Row> rows = ReadRows(rowsPath);
+    const std::vector<UTtab_entry> rows = ReadRows(rowsPath);
+    std::optional<CBareRunWindows> windows;
+    if (shown) {
+        windows.emplace(rows);
+    }
     const CStopwatch watch;
     std::filesystem::create_directories(folder + L"\\Mapped");
-    const long configurations = Convert(folder, rows, progId);
+    const long configurations = Convert(folder, rows, windows ? &*windows : nullptr);
     std::printf("%zu files, %ld configurations, %.3f s\n", rows.size(), configurations, watch.Seconds());
 }
 
@@ -196,14 +239,16 @@ void Run(const std::wstring& folder, const std::wstring& rowsPath, const std::ws
 
 int wmain(int count, wchar_t** arguments)
 {
-    if (count != 3 && count != 4) {
-        std::fprintf(stderr, "usage: bareclient FOLDER ROWS.tsv [PROGID]\n");
+    const bool shown = count == 4 && std::wstring_view(arguments[3]) == L"shown";
+    if (count != 3 && !shown) {
+        std::fprintf(stderr, "usage: bareclient FOLDER ROWS.tsv [shown]\n");
         return 2;
     }
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     int status = 0;
     try {
-        Run(arguments[1], arguments[2], count == 4 ? arguments[3] : L"SldWorks.Application.30");
+        const UniqueModule resources = LoadBareResources();
+        Run(arguments[1], arguments[2], shown);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bareclient: %s\n", error.what());
         status = 1;

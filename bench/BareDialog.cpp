@@ -27,10 +27,23 @@ void PutMark(LVITEMW& item, bool pending)
 
 }  // namespace
 
+UniqueModule LoadBareResources()
+{
+    const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+    InitCommonControlsEx(&controls);
+    UniqueModule resources(LoadLibraryExW(L"talvresgerx64.dll", nullptr,
+                                          LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+    SetResourceHandle(resources.get());
+    return resources;
+}
+
+HWND MakeBareDialog(UINT id, HWND owner)
+{
+    return CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(id), owner, &AnswerNothing, 0);
+}
+
 CBareDialog::CBareDialog()
-    : m_window(
-          CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(IDD_TALVENOR), nullptr, &AnswerNothing, 0))
-    , m_list(GetDlgItem(m_window, IDC_LIST))
+    : m_window(MakeBareDialog(IDD_TALVENOR, nullptr)), m_list(GetDlgItem(m_window, IDC_LIST))
 {
     constexpr DWORD kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_HEADERDRAGDROP;
     ListView_SetExtendedListViewStyleEx(m_list, kStyles, kStyles);

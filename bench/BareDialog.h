@@ -7,6 +7,13 @@
 
 #include "core/UTtabEntry.h"
 #include "framework/Controls.h"
+#include "framework/Handles.h"
+
+// Makes the dialogs' templates ready, for as long as the result lives.
+[[nodiscard]] UniqueModule LoadBareResources();
+
+// A modeless dialog of that template with no object behind it.
+[[nodiscard]] HWND MakeBareDialog(UINT id, HWND owner);
 
 // Inserts the rows behind each other into an empty list, with redraw off; as pending rows or converted.
 void FillBare(HWND list, const std::vector<UTtab_entry>& rows, bool pending);

@@ -33,11 +33,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
     if (__argc != 2) {
         return 2;
     }
-    const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
-    InitCommonControlsEx(&controls);
-    const UniqueModule resources(LoadLibraryExW(L"talvresgerx64.dll", nullptr,
-                                                LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
-    SetResourceHandle(resources.get());
+    const UniqueModule resources = LoadBareResources();
     const CBareDialog dialog;
     SetWindowTextW(dialog.Window(), L"barestart");
     dialog.Fill(ReadRows(__wargv[1]), true);

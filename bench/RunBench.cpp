@@ -3,8 +3,9 @@
 //
 //   runbench copies FOLDER PAIRS
 //     Runs that only copy. Prints for each pair the seconds of the run, of a loop of the system's own copy
-//     call on the same files, and of a loop that copies them in the run's small blocks and deals with the
-//     read-only attribute. The first pair is not printed.
+//     call on the same files, of a loop that copies them in the run's small blocks and deals with the
+//     read-only attribute, and of the same loop when it also shows in bare windows what a run has to show by
+//     its rules (BareRunWindows.h). The first pair is not printed.
 //   runbench records FOLDER ROWS
 //     A run of so many rows that are converted already: each is shown and recorded, and nothing is copied.
 //     Prints its seconds.
@@ -14,11 +15,13 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "bench/BareCopy.h"
+#include "bench/BareRunWindows.h"
 #include "bench/BenchedDialog.h"
 #include "bench/Stopwatch.h"
 #include "files/FileMisc.h"
@@ -52,6 +55,9 @@ double TimeRun(const std::wstring& folder, bool copyOnly, std::vector<UTtab_entr
     return seconds;
 }
 
+// Copies the row's file to the target.
+using CopyRow = std::function<void(const std::wstring& source, const std::wstring& target)>;
+
 void CopyBySystem(const std::wstring& source, const std::wstring& target)
 {
     if (CopyFileW(source.c_str(), target.c_str(), TRUE) == FALSE) {
@@ -66,8 +72,17 @@ void CopyAsRunsDo(const std::wstring& source, const std::wstring& target)
     SetReadOnly(target, true);
 }
 
-double TimeCopies(const std::wstring& folder, const std::vector<UTtab_entry>& rows,
-                  void (*copy)(const std::wstring& source, const std::wstring& target))
+void CopyAndShow(CBareRunWindows& windows, const std::wstring& source, const std::wstring& target)
+{
+    windows.ShowCopy(source, target);
+    SetReadOnly(target, false);
+    CopyInBlocks(source, target);
+    windows.ShowCurrentFile(target);
+    windows.FinishRow();
+    SetReadOnly(target, true);
+}
+
+double TimeCopies(const std::wstring& folder, const std::vector<UTtab_entry>& rows, const CopyRow& copy)
 {
     const std::wstring target = folder + L"\\Bare";
     RemoveFolder(target);
@@ -81,6 +96,14 @@ double TimeCopies(const std::wstring& folder, const std::vector<UTtab_entry>& ro
     return seconds;
 }
 
+double TimeShownCopies(const std::wstring& folder, const std::vector<UTtab_entry>& rows)
+{
+    CBareRunWindows windows(rows);
+    return TimeCopies(folder, rows, [&windows](const std::wstring& source, const std::wstring& target) {
+        CopyAndShow(windows, source, target);
+    });
+}
+
 void MeasureCopies(const std::wstring& folder, int pairs)
 {
     for (int pair = 0; pair <= pairs; ++pair) {
@@ -89,8 +112,9 @@ void MeasureCopies(const std::wstring& folder, int pairs)
         const double run = TimeRun(folder, true, rows);
         const double bySystem = TimeCopies(folder, rows, &CopyBySystem);
         const double asRunsDo = TimeCopies(folder, rows, &CopyAsRunsDo);
+        const double shown = TimeShownCopies(folder, rows);
         if (pair > 0) {
-            std::printf("%.6f\t%.6f\t%.6f\n", run, bySystem, asRunsDo);
+            std::printf("%.6f\t%.6f\t%.6f\t%.6f\n", run, bySystem, asRunsDo, shown);
         }
     }
 }

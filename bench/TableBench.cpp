@@ -5,7 +5,8 @@
 // WORK is fill, show, apply1, apply2, select, delete, thin or mark. TABLE.tsv names standard parts; more than
 // it holds are made of them. Prints a line for each pair of runs: seconds of the program, tab, seconds of the
 // bare loop; apply also prints the seconds of the bare loop with the reading of the settings that each row
-// asks for. The first pair is not printed: it makes memory and caches ready for both.
+// asks for. Pairs of the first two seconds, at least one, are not printed: they make memory and caches ready
+// for both.
 //
 // The program's side is the real dialog (BenchedDialog.h), the bare side the same controls without any object
 // behind them (BareDialog.h). The time of each includes the painting of what it has changed. What both lists
@@ -34,6 +35,8 @@
 #include "resources/resource.h"
 
 namespace {
+
+constexpr double kWarmUpSeconds = 2;
 
 // Names like those of the table, none twice, in the order in which the system lists a folder.
 std::vector<std::wstring> MakeNames(const std::wstring& tablePath, std::size_t count)
@@ -121,10 +124,13 @@ public:
         if (found == m_works.end()) {
             throw std::runtime_error("no such work");
         }
-        for (int pair = 0; pair <= pairs; ++pair) {
-            const std::vector<double> times = found->second();
-            CompareLists();
-            for (std::size_t i = 0; pair > 0 && i < times.size(); ++i) {
+        const CStopwatch sinceBegin;
+        do {
+            MeasurePair(found->second);
+        } while (sinceBegin.Seconds() < kWarmUpSeconds);
+        for (int pair = 0; pair < pairs; ++pair) {
+            const std::vector<double> times = MeasurePair(found->second);
+            for (std::size_t i = 0; i < times.size(); ++i) {
                 std::printf("%.6f%c", times[i], i + 1 < times.size() ? '\t' : '\n');
             }
         }
@@ -133,6 +139,13 @@ public:
 private:
     [[nodiscard]] HWND List() const { return m_program.Table().m_hWnd; }
     [[nodiscard]] HWND BareList() const { return m_bare.List(); }
+
+    std::vector<double> MeasurePair(const std::function<std::vector<double>()>& work) const
+    {
+        std::vector<double> times = work();
+        CompareLists();
+        return times;
+    }
 
     void Empty() const
     {

@@ -1,0 +1,131 @@
+#include "bench/BareRunWindows.h"
+
+#include <commctrl.h>
+
+#include <algorithm>
+
+#include "files/FileMisc.h"
+#include "framework/WindowFontDC.h"
+#include "resources/resource.h"
+
+namespace {
+
+constexpr int kFull = 100;
+
+void Show(HWND window)
+{
+    ShowWindow(window, SW_SHOW);
+    UpdateWindow(window);
+}
+
+// Begins as a run does: the main dialog is there and disabled.
+HWND MakeProgressDialog(const CBareDialog& main, const std::vector<UTtab_entry>& rows)
+{
+    main.Fill(rows, true);
+    Show(main.Window());
+    EnableWindow(main.Window(), FALSE);
+    return MakeBareDialog(IDD_PROGRESS, main.Window());
+}
+
+}  // namespace
+
+CBareRunWindows::CBareRunWindows(const std::vector<UTtab_entry>& rows)
+    : m_window(MakeProgressDialog(m_main, rows))
+    , m_first{GetDlgItem(m_window, IDC_PROGRESS_FIRST), {}}
+    , m_second{GetDlgItem(m_window, IDC_PROGRESS_SECOND), {}}
+    , m_third{GetDlgItem(m_window, IDC_PROGRESS_THIRD), {}}
+    , m_fileBar(GetDlgItem(m_window, IDC_PROGRESS_FILE))
+    , m_overallBar(GetDlgItem(m_window, IDC_PROGRESS_OVERALL))
+    , m_cancel(GetDlgItem(m_window, IDCANCEL))
+    , m_rows(static_cast<int>(rows.size()))
+{
+    for (const HWND bar : {m_fileBar, m_overallBar}) {
+        SendMessageW(bar, PBM_SETRANGE, 0, MAKELPARAM(0, kFull));
+        ShowWindow(bar, SW_SHOW);
+    }
+    Show(m_window);
+    m_page = ListView_GetCountPerPage(m_main.List());
+}
+
+CBareRunWindows::~CBareRunWindows()
+{
+    DestroyWindow(m_window);
+}
+
+void CBareRunWindows::ShowCopy(const std::wstring& source, const std::wstring& target)
+{
+    SetPath(m_first, L"Kopiere: ", source);
+    SetPath(m_second, L"nach: ", target);
+    SetText(m_third, {});
+    SetBar(m_fileBar, 0);
+    SetBar(m_overallBar, OverallPosition(m_done));
+}
+
+void CBareRunWindows::ShowCurrentFile(const std::wstring& target)
+{
+    SetPath(m_first, L"Bearbeite Datei: ", target);
+}
+
+void CBareRunWindows::ShowConfiguration(const std::wstring& name, const std::wstring& bomName, long index,
+                                        long count)
+{
+    const double part = static_cast<double>(index) / static_cast<double>(count);
+    SetBar(m_fileBar, static_cast<int>(part * kFull));
+    SetBar(m_overallBar, OverallPosition(m_done + part));
+    SetText(m_second, L"Aktuelle Konfiguration:  " + name);
+    SetText(m_third, L"Setze neuen Stückl.-Eintrag:  " + bomName);
+}
+
+void CBareRunWindows::ShowSaving()
+{
+    SetBar(m_fileBar, kFull);
+    SetBar(m_overallBar, OverallPosition(m_done + 1));
+    EnableCancel(false);
+    SetText(m_second, L"Schreibe Datei...");
+    SetText(m_third, {});
+}
+
+void CBareRunWindows::FinishRow()
+{
+    SetBareMark(m_main.List(), m_done, false);
+    if (m_done >= ListView_GetTopIndex(m_main.List()) + m_page) {
+        ListView_EnsureVisible(m_main.List(), std::min(m_done + m_page, m_rows) - 1, FALSE);
+    }
+    PumpOneMessage();
+    ++m_done;
+}
+
+void CBareRunWindows::PumpOneMessage()
+{
+    MSG message;
+    if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+void CBareRunWindows::SetText(Line& line, const std::wstring& text)
+{
+    if (text != line.text) {
+        SetWindowTextW(line.control, text.c_str());
+        line.text = text;
+    }
+}
+
+void CBareRunWindows::SetPath(Line& line, const std::wstring& prefix, const std::wstring& path)
+{
+    const CWindowFontDC dc(line.control);
+    RECT area;
+    GetClientRect(line.control, &area);
+    SetText(line, CFileMisc::FitPathToWidth(dc.Get(), prefix, path, area.right));
+}
+
+void CBareRunWindows::SetBar(HWND bar, int position)
+{
+    SendMessageW(bar, PBM_SETPOS, static_cast<WPARAM>(position), 0);
+}
+
+int CBareRunWindows::OverallPosition(double rows) const
+{
+    return static_cast<int>(rows * kFull / m_rows);
+}
