@@ -27,7 +27,6 @@
 #include "bench/TextFile.h"
 #include "core/UTtabEntry.h"
 #include "framework/Handles.h"
-#include "framework/ResourceHandle.h"
 
 namespace {
 
@@ -232,7 +231,11 @@ void Run(const std::wstring& folder, const std::wstring& rowsPath, bool shown)
     const CStopwatch watch;
     std::filesystem::create_directories(folder + L"\\Mapped");
     const long configurations = Convert(folder, rows, windows ? &*windows : nullptr);
-    std::printf("%zu files, %ld configurations, %.3f s\n", rows.size(), configurations, watch.Seconds());
+    const double seconds = watch.Seconds();
+    if (windows) {
+        windows->CheckAllShown();
+    }
+    std::printf("%zu files, %ld configurations, %.3f s\n", rows.size(), configurations, seconds);
 }
 
 }  // namespace

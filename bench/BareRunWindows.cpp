@@ -3,6 +3,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "files/FileMisc.h"
 #include "framework/WindowFontDC.h"
@@ -24,7 +25,11 @@ HWND MakeProgressDialog(const CBareDialog& main, const std::vector<UTtab_entry>&
     main.Fill(rows, true);
     Show(main.Window());
     EnableWindow(main.Window(), FALSE);
-    return MakeBareDialog(IDD_PROGRESS, main.Window());
+    const HWND window = MakeBareDialog(IDD_PROGRESS, main.Window());
+    if (main.Window() == nullptr || window == nullptr) {
+        throw std::runtime_error("the dialogs cannot be made");
+    }
+    return window;
 }
 
 }  // namespace
@@ -95,6 +100,22 @@ void CBareRunWindows::FinishRow()
     ++m_done;
 }
 
+void CBareRunWindows::CheckAllShown() const
+{
+    const HWND list = m_main.List();
+    bool shown = ListView_GetItemCount(list) == m_rows && m_done == m_rows &&
+                 IsWindowVisible(m_window) != FALSE && ListView_GetTopIndex(list) + m_page >= m_rows;
+    for (int row = 0; row < m_rows; ++row) {
+        shown = shown && ListView_GetItemState(list, row, LVIS_STATEIMAGEMASK) == INDEXTOSTATEIMAGEMASK(2U);
+    }
+    for (const Line& line : {m_first, m_second, m_third}) {
+        shown = shown && CWnd::TextOf(line.control) == line.text;
+    }
+    if (!shown || m_first.text.empty()) {
+        throw std::runtime_error("the baseline did not show all rows");
+    }
+}
+
 void CBareRunWindows::PumpOneMessage()
 {
     MSG message;
@@ -115,7 +136,7 @@ void CBareRunWindows::SetText(Line& line, const std::wstring& text)
 void CBareRunWindows::SetPath(Line& line, const std::wstring& prefix, const std::wstring& path)
 {
     const CWindowFontDC dc(line.control);
-    RECT area;
+    RECT area{};
     GetClientRect(line.control, &area);
     SetText(line, CFileMisc::FitPathToWidth(dc.Get(), prefix, path, area.right));
 }

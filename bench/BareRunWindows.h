@@ -37,6 +37,9 @@ public:
     // The row is done; a page of rows scrolls into view at a time.
     void FinishRow();
 
+    // Throws unless all rows were shown as done: what was not shown is no measurement.
+    void CheckAllShown() const;
+
     // Takes one message that waits, if there is one.
     static void PumpOneMessage();
 

@@ -5,13 +5,9 @@
 // ROWS.tsv holds a row's three texts a line. Stays until its window is closed.
 #include <windows.h>
 
-#include <commctrl.h>
-
 #include "bench/BareDialog.h"
 #include "bench/TextFile.h"
 #include "framework/Handles.h"
-#include "framework/ResourceHandle.h"
-#include "resources/resource.h"
 
 namespace {
 

@@ -99,9 +99,12 @@ double TimeCopies(const std::wstring& folder, const std::vector<UTtab_entry>& ro
 double TimeShownCopies(const std::wstring& folder, const std::vector<UTtab_entry>& rows)
 {
     CBareRunWindows windows(rows);
-    return TimeCopies(folder, rows, [&windows](const std::wstring& source, const std::wstring& target) {
+    const auto copy = [&windows](const std::wstring& source, const std::wstring& target) {
         CopyAndShow(windows, source, target);
-    });
+    };
+    const double seconds = TimeCopies(folder, rows, copy);
+    windows.CheckAllShown();
+    return seconds;
 }
 
 void MeasureCopies(const std::wstring& folder, int pairs)

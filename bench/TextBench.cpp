@@ -4,8 +4,10 @@
 //   textbench --names=TABLE.tsv --passes=RULE,N   only makes N passes, for a tool that counts instructions
 //
 // Each pass goes over all names of the table once. "copy" is the baseline: the names' characters are copied
-// into a text that has room. A name's allocations are counted too; they are those of this machine's library,
-// whose texts hold fewer characters without one than those of the library for Windows do.
+// into a text that has room. The rules are timed in the forms that use their texts again, as filling does;
+// those that return a new text allocate it besides. A name's allocations are counted too; they are those of
+// this machine's library, whose texts hold fewer characters without one than those of the library for Windows
+// do.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

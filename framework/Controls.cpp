@@ -165,7 +165,7 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
 // does not draw itself.
 CRedrawPause::CRedrawPause(const CListCtrl& list)
     : m_list(list)
-    , m_header(ListView_GetHeader(list.m_hWnd))
+    , m_header(list.GetHeader())
     , m_headerOutstanding(GetUpdateRect(m_header, nullptr, FALSE) != FALSE)
     , m_headerPlace(PlaceOf(m_header))
 {
