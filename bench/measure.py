@@ -140,7 +140,7 @@ def start_lines():
     rows = sum(1 for _ in open(f"{BENCH}/rows.tsv", encoding="utf-8"))
     bare = ("barestart.exe", windows_path(f"{BENCH}/rows.tsv"))
     pairs = []
-    for pair in range(PAIRS + 1):
+    for pair in range(SHORT_PAIRS + 1):
         progress(f"start {pair}")
         pairs.append((start(rows, "talvenor.exe")[0], start(rows, *bare)[0]))
     return [line(f"start with {rows:,} rows, up to the finished paint", "a bare dialog with the same texts", pairs[1:], 1.3)]
@@ -247,9 +247,10 @@ def main():
     longest = arguments.rows_of_a_run
     wait_for_quiet()
     head = [f"Made by `tools/bench` at commit {commit()}, {datetime.date.today()}.", f"Machine: {machine()}.",
-            f"Ratios are of {PAIRS} rounds ({SHORT_PAIRS} of filling and reading up to 20,000 rows, {arguments.full_runs} of the full run,",
-            "1 of applying a template to 100,000 rows; the growth of runs is of one each). What is timed stands at the",
-            "top of each bench's source; where the time goes, and what the rules cost, in [README.md](README.md)."]
+            f"Ratios are of {PAIRS} rounds ({SHORT_PAIRS} of starting, and of filling and reading up to 20,000 rows,",
+            f"{arguments.full_runs} of the full run, 1 of applying a template to 100,000 rows; the growth of runs is of one each).",
+            "What is timed stands at the top of each bench's source; where the time goes, and what the rules cost,",
+            "in [README.md](README.md)."]
     lines, times, texts = [], {}, text_rows()
     stages = (lambda: table_lines(times), copy_lines, start_lines, memory_lines, size_lines,
               lambda: full_run_lines(arguments.full_runs), lambda: run_growth(longest, times), command_lines)
