@@ -12,6 +12,7 @@
 #include "tests/acceptance/OtherWindows.h"
 #include "tests/acceptance/PartReader.h"
 #include "tests/acceptance/ProgramUnderTest.h"
+#include "tests/acceptance/Repeat.h"
 #include "tests/acceptance/TestLibrary.h"
 #include "tests/acceptance/WaitFor.h"
 #include "tests/acceptance/ZelmarRegistry.h"

@@ -3,11 +3,12 @@
 #include <commctrl.h>
 
 #include <cstdlib>
-#include <iostream>
 #include <vector>
 
 #include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/Repeat.h"
 #include "tests/acceptance/WaitFor.h"
+#include "tests/cadserver/TextFile.h"
 
 namespace {
 
@@ -86,26 +87,14 @@ bool HasTakenPress(HWND button)
            IsWindowEnabled(GetAncestor(button, GA_ROOT)) == FALSE;
 }
 
-// Presses a button and releases it when it has taken the press. A press on a window that has just been opened
-// can get lost, and a person would then press again. Answers whether it was taken at last.
-bool PressButton(HWND button, POINT position)
-{
-    constexpr int kPresses = 2;
-    constexpr DWORD kPatienceOfAPress =
-        8'000;  // milliseconds; a call that the program is in may take as long
-    for (int press = 0; press < kPresses; ++press) {
-        SendClick(position, {MouseInput(position, MOUSEEVENTF_LEFTDOWN)});
-        const bool taken = WaitFor([&] { return HasTakenPress(button); }, kPatienceOfAPress);
-        Send({MouseInput(position, MOUSEEVENTF_LEFTUP)});
-        if (taken) {
-            return true;
-        }
-        std::cout << "a press at " << position.x << "," << position.y << " was not taken\n";
-    }
-    return false;
-}
-
 }  // namespace
+
+POINT MiddleOf(HWND control)
+{
+    RECT place{};
+    GetWindowRect(control, &place);
+    return {(place.left + place.right) / 2, (place.top + place.bottom) / 2};
+}
 
 void ClickAt(POINT position)
 {
@@ -137,26 +126,40 @@ void TurnWheelAt(POINT position, int notches)
     Send({MouseInput(position, MOUSEEVENTF_WHEEL, notches * WHEEL_DELTA)});
 }
 
-void WaitUntilOnTop(HWND control, POINT position)
+bool WaitUntilOnTop(HWND control, POINT position)
 {
     // The system asks the window itself what is at the point, and a program in the middle of a call does not
     // answer: so no long wait for it.
     constexpr DWORD kOpening = 300;  // milliseconds
     const HWND window = GetAncestor(control, GA_ROOT);
-    WaitFor([&] { return GetAncestor(WindowFromPoint(position), GA_ROOT) == window; }, kOpening);
+    return WaitFor([&] { return GetAncestor(WindowFromPoint(position), GA_ROOT) == window; }, kOpening);
 }
 
-bool ClickOn(HWND control)
+bool PressOn(HWND button)
 {
-    RECT place{};
-    GetWindowRect(control, &place);
-    const POINT middle{(place.left + place.right) / 2, (place.top + place.bottom) / 2};
-    WaitUntilOnTop(control, middle);
-    if (ClassOf(control) == WC_BUTTONW && IsWindowEnabled(control) != FALSE) {
-        return PressButton(control, middle);
+    constexpr DWORD kLongest = 8'000;  // milliseconds; a call that the program is in may take as long
+    const POINT middle = MiddleOf(button);
+    WaitUntilOnTop(button, middle);
+    SendClick(middle, {MouseInput(middle, MOUSEEVENTF_LEFTDOWN)});
+    const bool taken = WaitFor([&] { return HasTakenPress(button); }, kLongest);
+    Send({MouseInput(middle, MOUSEEVENTF_LEFTUP)});
+    return taken;
+}
+
+void ClickOn(HWND control)
+{
+    if (ClassOf(control) != WC_BUTTONW || IsWindowEnabled(control) == FALSE) {
+        const POINT middle = MiddleOf(control);
+        WaitUntilOnTop(control, middle);
+        ClickAt(middle);
+        return;
     }
-    ClickAt(middle);
-    return true;
+    const std::wstring press = L"a press on the button \"" + TextOf(control) + L"\"";
+    if (!PressOn(control) && !(MayRepeat(ToUtf8(press)) && PressOn(control))) {
+        DWORD process = 0;
+        GetWindowThreadProcessId(control, &process);
+        throw CNotOnScreen(press + L" that it takes", process);
+    }
 }
 
 void PressKeys(std::initializer_list<int> keys)

@@ -25,13 +25,20 @@ void Drag(POINT from, POINT to);
 // scrolls down.
 void TurnWheelAt(POINT position, int notches);
 
+// The middle of a control on the screen.
+POINT MiddleOf(HWND control);
+
 // Waits a moment until no other window covers a control at a position of the screen: a window that has just
-// been opened may still lie under another one.
-void WaitUntilOnTop(HWND control, POINT position);
+// been opened may still lie under another one. False when one still does.
+bool WaitUntilOnTop(HWND control, POINT position);
+
+// Presses the left button in the middle of a push button, waits until the button has taken the press, and
+// releases it. False when the button did not take it.
+[[nodiscard]] bool PressOn(HWND button);
 
 // Clicks the left button in the middle of a control, once no other window covers it. A press that a button
-// does not take is repeated; false when it did not take that one either.
-bool ClickOn(HWND control);
+// does not take may be repeated once (MayRepeat); throws CNotOnScreen when it does not take that one either.
+void ClickOn(HWND control);
 
 // Presses the keys one after the other and releases them in reverse order: {VK_MENU, 'T'} is Alt+T.
 void PressKeys(std::initializer_list<int> keys);

@@ -1,6 +1,6 @@
 #include "tests/acceptance/ListTest.h"
 
-#include <iostream>
+#include "tests/acceptance/Repeat.h"
 
 HWND ListTest::FindEditor(const CProgramUnderTest& program)
 {
@@ -36,8 +36,8 @@ HWND ListTest::OpenEditorAt(const CProgramUnderTest& program, POINT position)
     DoubleClickAt(position);
     // A window manager may take the focus of a window that has just been opened once more, and the editor
     // ends.
-    if (!WaitFor([&] { return FindEditor(program); }, kPatienceOfAClick)) {
-        std::cout << "a double click at " << position.x << "," << position.y << " left no editor open\n";
+    if (!WaitFor([&] { return FindEditor(program); }, kPatienceOfAClick) &&
+        MayRepeat("a double click that opens a cell")) {
         DoubleClickAt(position);
     }
     return WaitForEditor(program);

@@ -4,7 +4,9 @@
 
 #include "tests/acceptance/Input.h"
 #include "tests/acceptance/OtherWindows.h"
+#include "tests/acceptance/Repeat.h"
 #include "tests/acceptance/WaitFor.h"
+#include "tests/cadserver/TextFile.h"
 
 namespace {
 
@@ -101,13 +103,24 @@ std::vector<int> CMessageBoxOnScreen::Buttons() const
 
 void CMessageBoxOnScreen::Answer(int button) const
 {
-    // Under Wine a box may come to lie below the dialog that it belongs to, where no click reaches it.
-    SetWindowPos(m_window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     const HWND item = GetDlgItem(m_window, button);
-    if (!ClickOn(item)) {
+    BringToFront(item);
+    if (!PressOn(item)) {
+        if (!MayRepeat("a press in the message box: " + ToUtf8(Text()))) {
+            throw CNotOnScreen(L"a press that the message box takes", m_process);
+        }
         AnswerByKey(item);
     }
     WaitForEnd();
+}
+
+// Under Wine a box may come to lie below the dialog that it belongs to, where no click reaches it.
+void CMessageBoxOnScreen::BringToFront(HWND item) const
+{
+    if (!WaitUntilOnTop(item, MiddleOf(item)) &&
+        MayRepeat("the raising of the message box: " + ToUtf8(Text()))) {
+        SetWindowPos(m_window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+    }
 }
 
 // Under Wine a box that the window manager has just taken over may come to miss the mouse for good.

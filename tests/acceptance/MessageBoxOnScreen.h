@@ -27,8 +27,9 @@ public:
     // The numbers of the buttons, from left to right.
     [[nodiscard]] std::vector<int> Buttons() const;
 
-    // Clicks the button with the mouse, or takes the keyboard when no click is taken, and waits until the box
-    // has gone; throws CNotOnScreen when it stays.
+    // Clicks the button with the mouse and waits until the box has gone; throws CNotOnScreen when it stays. A
+    // box that another window covers may be raised, and a press that is lost be repeated by the keyboard
+    // (MayRepeat), once each.
     void Answer(int button) const;
     // The same without the mouse, and without the box having to come to the front.
     void Press(int button) const;
@@ -36,6 +37,7 @@ public:
     void WaitForEnd() const;
 
 private:
+    void BringToFront(HWND item) const;
     void AnswerByKey(HWND item) const;
 
     CMessageBoxOnScreen(HWND window, DWORD process) : m_window(window), m_process(process) {}

@@ -1,33 +1,38 @@
 #include "tests/acceptance/StartProgram.h"
 
-#include <iostream>
 #include <stdexcept>
 
+#include "tests/acceptance/Repeat.h"
 #include "tests/cadserver/TextFile.h"
 
 namespace {
 
-constexpr int kStarts = 3;  // in all
-
-}  // namespace
-
-StartedProgram StartProgram(std::wstring commandLine, const std::wstring& folder)
+// The error of the system; ERROR_SUCCESS when the program was started.
+DWORD Start(std::wstring commandLine, const std::wstring& folder, StartedProgram& program)
 {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
-    DWORD error = ERROR_SUCCESS;
-    for (int start = 1; start <= kStarts; ++start) {
-        PROCESS_INFORMATION process{};
-        if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                           folder.empty() ? nullptr : folder.c_str(), &startup, &process) != FALSE) {
-            const UniqueHandle thread(process.hThread);
-            return {UniqueHandle(process.hProcess), process.dwProcessId};
-        }
-        error = GetLastError();
-        if (error != ERROR_INTERNAL_ERROR) {
-            break;
-        }
-        std::cout << "start " << start << " of " << ToUtf8(commandLine) << " was lost by the system\n";
+    PROCESS_INFORMATION process{};
+    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                       folder.empty() ? nullptr : folder.c_str(), &startup, &process) == FALSE) {
+        return GetLastError();
     }
-    throw std::runtime_error("cannot start " + ToUtf8(commandLine) + ": error " + std::to_string(error));
+    const UniqueHandle thread(process.hThread);
+    program = {UniqueHandle(process.hProcess), process.dwProcessId};
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+StartedProgram StartProgram(const std::wstring& commandLine, const std::wstring& folder)
+{
+    StartedProgram program;
+    DWORD error = Start(commandLine, folder, program);
+    if (error == ERROR_INTERNAL_ERROR && MayRepeat("the start of " + ToUtf8(commandLine))) {
+        error = Start(commandLine, folder, program);
+    }
+    if (error != ERROR_SUCCESS) {
+        throw std::runtime_error("cannot start " + ToUtf8(commandLine) + ": error " + std::to_string(error));
+    }
+    return program;
 }

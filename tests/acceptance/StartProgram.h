@@ -13,6 +13,5 @@ struct StartedProgram
 };
 
 // Starts a program in a folder (empty: this program's own). Throws std::runtime_error with the system's error
-// code. Under Wine the system now and then loses a process while it starts it; the start is then repeated, as
-// a person would, and the test's output tells that.
-[[nodiscard]] StartedProgram StartProgram(std::wstring commandLine, const std::wstring& folder = {});
+// code. Wine now and then loses a process while it starts it; such a start may be repeated once (MayRepeat).
+[[nodiscard]] StartedProgram StartProgram(const std::wstring& commandLine, const std::wstring& folder = {});
