@@ -195,7 +195,7 @@ std::string NameOf(const testing::TestParamInfo<EveryCall>& info)
     return std::string(info.param.kind.name) + tails[static_cast<int>(info.param.languages)];
 }
 
-class EveryCallTest : public AutomationFaultTest, public testing::WithParamInterface<EveryCall>
+class CallTest : public AutomationFaultTest, public testing::WithParamInterface<EveryCall>
 {
 protected:
     [[nodiscard]] static int LanguageAt(unsigned call)
@@ -205,7 +205,7 @@ protected:
     }
 };
 
-TEST_P(EveryCallTest, LeavesEverythingTrue)
+TEST_P(CallTest, LeavesEverythingTrue)
 {
     m_bench.m_life = GetParam().kind.life;
     RecordProperty("kind", GetParam().kind.title);
@@ -217,13 +217,12 @@ TEST_P(EveryCallTest, LeavesEverythingTrue)
 }
 
 // Main is what is tested every time; it lies within More, which is all.
-INSTANTIATE_TEST_SUITE_P(Main, EveryCallTest, testing::Values(EveryCall{kExceptionTold, Languages::inTurn}),
+INSTANTIATE_TEST_SUITE_P(Main, CallTest, testing::Values(EveryCall{kExceptionTold, Languages::inTurn}),
                          NameOf);
-INSTANTIATE_TEST_SUITE_P(MoreTelling, EveryCallTest,
+INSTANTIATE_TEST_SUITE_P(MoreTelling, CallTest,
                          testing::ValuesIn(With(kTellingKinds, {Languages::german, Languages::english})),
                          NameOf);
-INSTANTIATE_TEST_SUITE_P(More, EveryCallTest, testing::ValuesIn(With(kOtherKinds, {Languages::inTurn})),
-                         NameOf);
+INSTANTIATE_TEST_SUITE_P(More, CallTest, testing::ValuesIn(With(kOtherKinds, {Languages::inTurn})), NameOf);
 
 // A second fault in the same run, at every call that is made behind the first. The test's parameter is the
 // first call to fail.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -199,28 +200,34 @@ public:
         EXPECT_TRUE(WaitFor([&] { return Ask(list, LVM_GETITEMCOUNT) == parts.Count(); }));
     }
 
-    // A run of all that is in the table; answers how long the window took at most to answer, in milliseconds.
+    // A run of all that is in the table. Returns how long the window took at most to answer, in milliseconds,
+    // from when the server is connected: what starts a server is the system's own waiting.
     DWORD Run()
     {
         constexpr DWORD kPatienceOfARun = 3'600'000;  // milliseconds
         constexpr DWORD kPause = 250;                 // as looking for windows takes its own time
+        const CCadServer& server = CServerEnvironment::Server();
         // A server that ends with the run, as the CAD system does: to one that stays, Wine keeps every
         // connection that it opened while the machine was busy.
-        CServerEnvironment::Server().StartOver("");
-        CAnswerWatch watch(Window());
+        server.StartOver("");
         m_program->Press(IDC_START);
+        EXPECT_TRUE(WaitFor([&] { return server.WasAsked(kFirstCall); }));
+        CAnswerWatch watch(Window());
         WaitFor([&] { return CMessageBoxOnScreen::Find(m_program->ProcessId()).has_value(); },
                 kPatienceOfARun, kPause);
         CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kFinished.Current()).Press(IDOK);
         const DWORD longest = watch.End();
+        EXPECT_GT(watch.Asked(), 0U);
         m_program->WaitForRest();
         // The server is let go behind the message.
-        EXPECT_TRUE(
-            WaitFor([] { return CServerEnvironment::Server().WasAsked("reason=asked"); }, kPatience, kPause));
+        EXPECT_TRUE(WaitFor([&] { return server.WasAsked("reason=asked"); }, kPatience, kPause));
         return longest;
     }
 
 private:
+    static constexpr const char* kFirstCall =
+        "application 11";  // the release, asked for behind the connection
+
     const CTestLibrary* m_library;
     CZelmarRegistry m_registry;
     std::optional<CProgramUnderTest> m_program;
@@ -237,27 +244,63 @@ struct Measured
     DWORD longestSilence = 0;  // milliseconds
 };
 
-// A line of the table of long runs: how much there was at each moment, and by how much it may grow. Things
-// that are counted may never be more than at the start. The table from the folder and the view of the map
-// file behind a run do not take the same memory, so that each is held against itself.
+constexpr std::size_t kRuns = 5;
+using FiveRuns = std::array<Measured, kRuns>;
+using State = ResourceUse Measured::*;
+
+// By how much a figure grows from run to run: the median of the slopes between any two of them, which a
+// single step, as of a heap that takes its next block, does not move.
+std::int64_t Growth(const std::array<std::int64_t, kRuns>& figures)
+{
+    std::vector<std::int64_t> slopes;
+    for (std::size_t first = 0; first < kRuns; ++first) {
+        for (std::size_t second = first + 1; second < kRuns; ++second) {
+            slopes.push_back((figures.at(second) - figures.at(first)) /
+                             static_cast<std::int64_t>(second - first));
+        }
+    }
+    std::ranges::sort(slopes);
+    return slopes[slopes.size() / 2];
+}
+
+// A line of the table of long runs: how much there was in each run, and by how much it may grow. The table
+// from the folder and the view of the map file behind a run do not take the same memory, so that each is held
+// against itself.
 class LongRunTest : public testing::Test
 {
 protected:
-    void CompareMemory(const std::string& what, const std::array<Measured, 2>& runs,
-                       Figure<std::size_t> bytes, std::size_t mayGrow)
+    // Memory may not grow by more than that from run to run.
+    void CompareMemory(const std::string& what, const FiveRuns& runs, Figure<std::size_t> bytes,
+                       std::int64_t mayGrow)
     {
-        TellFigures(what, runs, bytes, mayGrow, std::size_t{1024});
-        EXPECT_LE(runs[1].before.*bytes, runs[0].before.*bytes + mayGrow) << what << " of the filled table";
-        EXPECT_LE(runs[1].behind.*bytes, runs[0].behind.*bytes + mayGrow) << what << " behind a run";
+        constexpr std::size_t kKilobyte = 1024;
+        for (const auto& [state, words] : kStates) {
+            const std::array<std::int64_t, kRuns> figures = Figures(runs, state, bytes, kKilobyte);
+            const std::int64_t growth = Growth(figures);
+            TellFigures(what + " (KB), " + words, figures,
+                        std::to_string(growth) + " of at most " + std::to_string(mayGrow) + " a run");
+            EXPECT_LE(growth, mayGrow) << what << ", " << words;
+        }
     }
 
-    void CompareCount(const std::string& what, const std::array<Measured, 2>& runs, Figure<DWORD> count,
-                      DWORD mayGrow)
+    // Things that are counted may never be more than in the first run, by more than that.
+    void CompareCount(const std::string& what, const FiveRuns& runs, Figure<DWORD> count,
+                      std::int64_t mayGrow)
     {
-        TellFigures(what, runs, count, mayGrow, DWORD{1});
-        for (const ResourceUse* use : {&runs[0].behind, &runs[1].before, &runs[1].behind}) {
-            EXPECT_LE(use->*count, runs[0].before.*count + mayGrow) << what;
+        for (const auto& [state, words] : kStates) {
+            const std::array<std::int64_t, kRuns> figures = Figures(runs, state, count, DWORD{1});
+            TellFigures(what + ", " + words, figures, "at most " + std::to_string(mayGrow) + " more");
+            const auto first = static_cast<std::int64_t>(runs[0].before.*count);
+            EXPECT_LE(*std::ranges::max_element(figures), first + mayGrow) << what << ", " << words;
         }
+    }
+
+    void CompareSilence(const FiveRuns& runs, DWORD longest)
+    {
+        std::array<std::int64_t, kRuns> figures{};
+        std::ranges::transform(runs, figures.begin(), &Measured::longestSilence);
+        TellFigures("longest time without an answer (ms)", figures, "below " + std::to_string(longest));
+        EXPECT_LT(*std::ranges::max_element(figures), std::int64_t{longest});
     }
 
     void Tell(const std::string& line)
@@ -267,66 +310,78 @@ protected:
     }
 
 private:
+    static constexpr std::array<std::pair<State, const char*>, 2> kStates{
+        {{&Measured::before, "table filled"}, {&Measured::behind, "behind the run"}}};
+
     template <class Number>
-    void TellFigures(const std::string& what, const std::array<Measured, 2>& runs, Figure<Number> number,
-                     Number mayGrow, Number unit)
+    static std::array<std::int64_t, kRuns> Figures(const FiveRuns& runs, State state, Figure<Number> number,
+                                                   Number unit)
+    {
+        std::array<std::int64_t, kRuns> figures{};
+        std::ranges::transform(runs, figures.begin(), [&](const Measured& run) {
+            return static_cast<std::int64_t>(run.*state.*number / unit);
+        });
+        EXPECT_GT(*std::ranges::min_element(figures), 0) << "the system does not tell";
+        return figures;
+    }
+
+    void TellFigures(const std::string& what, const std::array<std::int64_t, kRuns>& figures,
+                     const std::string& limit)
     {
         std::string line = what;
-        for (const Measured& run : runs) {
-            for (const ResourceUse* use : {&run.before, &run.behind}) {
-                line += " | " + std::to_string(use->*number / unit);
-            }
+        for (const std::int64_t figure : figures) {
+            line += " | " + std::to_string(figure);
         }
-        Tell(line + " | " + std::to_string(mayGrow / unit));
-        EXPECT_GT(runs[0].before.*number, Number{0}) << what << " is not told";
+        Tell(line + " | " + limit);
     }
 
     int m_lines = 0;
 };
 
+// One run of many parts, with what the program holds before and behind it.
+Measured MeasureRun(CLongRunner& runner, const CManyParts& many)
+{
+    Measured run;
+    many.Library().RemoveMapped();
+    runner.Fill(many);
+    run.before = runner.Use();
+    run.longestSilence = runner.Run();
+    run.behind = runner.Use();
+    many.ExpectWhole();
+    return run;
+}
+
 }  // namespace
 
-// Windows calls a window hung that has looked at no message for five seconds. The program's window answers
-// while an automation call is under way, however long that takes; between two calls it is busy with its own
-// files.
 TEST_F(LongRunTest, LeaveNothingBehindAndTheWindowAnswersAllTheTime)
 {
-    constexpr DWORD kHung = 5'000;  // milliseconds
-    constexpr std::size_t kKilobyte = 1024;
+    constexpr DWORD kLongestSilence = 500;  // milliseconds; a person takes a window for hung soon after
+    constexpr std::int64_t kMayGrow = 64;   // KB a run
     const CManyParts few(10);
     const CManyParts many(EveryFault() ? 10'000 : 100);
     CLongRunner runner(few.Library());
     runner.Run();  // loads all that a run takes
     few.ExpectWhole();
-    std::array<Measured, 2> runs;
+    FiveRuns runs;
     for (Measured& run : runs) {
-        many.Library().RemoveMapped();
-        runner.Fill(many);
-        run.before = runner.Use();
-        run.longestSilence = runner.Run();
-        run.behind = runner.Use();
-        many.ExpectWhole();
+        run = MeasureRun(runner, many);
         runner.Fill(few);
     }
     RecordProperty("long_rows", std::to_string(many.Count()));
     RecordProperty("long_configurations", std::to_string(many.Configurations()));
-    CompareMemory("private memory (KB)", runs, &ResourceUse::privateBytes, 1024 * kKilobyte);
-    CompareMemory("working set (KB)", runs, &ResourceUse::workingSet, 4096 * kKilobyte);
+    CompareMemory("private memory", runs, &ResourceUse::privateBytes, kMayGrow);
+    CompareMemory("working set", runs, &ResourceUse::workingSet, kMayGrow);
     // One left behind by each row would be a hundred even in the short run. The system's caches of brushes
     // and fonts come and go: Wine 10's by five objects.
-    constexpr DWORD kKept = 4;
-    constexpr DWORD kKeptGdiObjects = 8;
+    constexpr std::int64_t kKept = 4;
+    constexpr std::int64_t kKeptGdiObjects = 8;
     CompareCount("open handles", runs, &ResourceUse::handles, kKept);
     CompareCount("GDI objects", runs, &ResourceUse::gdiObjects, kKeptGdiObjects);
     CompareCount("windows", runs, &ResourceUse::windows, 0);
     if (runs[0].before.userObjects != 0) {
         CompareCount("USER objects", runs, &ResourceUse::userObjects, kKept);
     } else {
-        Tell("USER objects of other kinds | skipped: this system does not count them | | | | ");
+        Tell("USER objects of other kinds | skipped: this system does not count them | | | | | ");
     }
-    Tell("longest time without an answer (ms) | | " + std::to_string(runs[0].longestSilence) + " | | " +
-         std::to_string(runs[1].longestSilence) + " | must be below " + std::to_string(kHung));
-    for (const Measured& run : runs) {
-        EXPECT_LT(run.longestSilence, kHung);
-    }
+    CompareSilence(runs, kLongestSilence);
 }

@@ -83,7 +83,7 @@ std::wstring Saying(std::wstring message, const std::wstring& sentence)
     return message.replace(message.find(L'*'), 1, sentence);
 }
 
-class EveryOperationTest : public FaultTest
+class OperationTest : public FaultTest
 {
 protected:
     void ForEveryOperation(DWORD error)
@@ -397,19 +397,19 @@ private:
     std::function<void()> m_mend;
 };
 
-TEST_F(EveryOperationTest, AccessDenied)
+TEST_F(OperationTest, AccessDenied)
 {
     RecordProperty("kind", "each file operation of a run refused in turn: access denied");
     ForEveryOperation(ERROR_ACCESS_DENIED);
 }
 
-TEST_F(EveryOperationTest, AccessDeniedWhileALineIsTakenBack)
+TEST_F(OperationTest, AccessDeniedWhileALineIsTakenBack)
 {
     RecordProperty("kind", "a line of the map file, and each step of taking its beginning back, refused");
     ForEveryStepOfTakingBack(ERROR_ACCESS_DENIED);
 }
 
-TEST_F(EveryOperationTest, ShareGone)
+TEST_F(OperationTest, ShareGone)
 {
     RecordProperty("kind", "each file operation of a run refused in turn: share gone");
     ForEveryOperation(ERROR_NETNAME_DELETED);
