@@ -1,30 +1,39 @@
 #!/usr/bin/env bash
 # Runs fault_tests with what only the machine around Wine can give them: run.sh PROGRAM [ARG ...]
 #
-# A small file system that can be filled and a "Mapped" folder that nobody may write, when this user may mount file
-# systems (the tests that want them are skipped otherwise), and a folder of 50,000 part files and their copies, which
-# Wine itself would take long to make.
-set -uo pipefail
+# A small file system that can be filled, a "Mapped" folder that nobody may write, and a folder of 50,000 part files and
+# their copies, which Wine itself would take long to make. An ordinary user, who may not mount file systems, gets a
+# name space of their own in which they may; where the machine allows that to nobody, the tests that want them skip.
+set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
+top=$(cd "$here/../.." && pwd)
+if [ "$(id -u)" != 0 ] && unshare --user --map-root-user --mount true 2>/dev/null; then
+  # Wine's server of the user outside must be gone: it would not meet the programs inside, which share its prefix.
+  WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix} wineserver -k || true
+  exec unshare --user --map-root-user --mount "$here/run.sh" "$@"
+fi
 work=$(mktemp -d)
 finish() {
+  local mounted
   for mounted in "$work/read-only/Mapped" "$work/small"; do
-    mountpoint -q "$mounted" && { umount "$mounted" || umount -l "$mounted"; }
+    if mountpoint -q "$mounted"; then umount "$mounted" || umount -l "$mounted"; fi
   done
   rm -rf "$work"
 }
 trap finish EXIT
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
-mount_small() { mount -t tmpfs -o "$1" talvenor-faults "$2" 2>/dev/null; }
 
 mkdir -p "$work/small" "$work/read-only/Mapped" "$work/many/Mapped"
-if mount_small size=4m "$work/small"; then
-  export TALVENOR_SMALL_DISK=$(windows_path "$work/small")
+if mount -t tmpfs -o size=4m talvenor-faults "$work/small"; then
+  TALVENOR_SMALL_DISK=$(windows_path "$work/small")
+  export TALVENOR_SMALL_DISK
 fi
-if mount_small size=64k,ro "$work/read-only/Mapped"; then
-  export TALVENOR_READ_ONLY_MAPPED=$(windows_path "$work/read-only")
+if mount -t tmpfs -o size=64k,ro talvenor-faults "$work/read-only/Mapped"; then
+  TALVENOR_READ_ONLY_MAPPED=$(windows_path "$work/read-only")
+  export TALVENOR_READ_ONLY_MAPPED
 fi
 (cd "$work/many" && seq -f 'N_%.0f_M8.sldprt' 50000 | xargs touch)
 (cd "$work/many/Mapped" && seq -f 'neu N_%.0f_M8.sldprt' 50000 | xargs -d '\n' touch)
-export TALVENOR_MANY_FILES=$(windows_path "$work/many")
-"$here/../../tools/run-windows" "$@"
+TALVENOR_MANY_FILES=$(windows_path "$work/many")
+export TALVENOR_MANY_FILES
+"$top/tools/run-windows" "$@"

@@ -5,6 +5,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/windows/FakeAutomation.h"
 
@@ -25,8 +26,8 @@ inline CLSID NewClassId()
 }
 
 // A key with a default value in the registry's classes that is removed, with all below it, when the object
-// goes. It lies among the user's own classes where COM looks at these, and else among the machine's: Wine
-// knows no others, and an elevated process does not trust the user's.
+// goes; RemoveLeftovers knows it by a mark. It lies among the user's own classes where COM looks at these,
+// and else among the machine's: Wine knows no others, and an elevated process does not trust the user's.
 class CScratchClassKey
 {
 public:
@@ -35,6 +36,7 @@ public:
         : m_root(root), m_top(kClasses + top)
     {
         const auto size = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
+        RegSetKeyValueW(root, m_top.c_str(), kMark, REG_SZ, L"", sizeof(wchar_t));
         RegSetKeyValueW(root, (kClasses + path).c_str(), nullptr, REG_SZ, value.c_str(), size);
     }
     CScratchClassKey(const CScratchClassKey&) = delete;
@@ -59,8 +61,38 @@ public:
         return root;
     }
 
+    // Removes the keys that a crashed test has left; behind them a CAD system would seem to be registered.
+    static void RemoveLeftovers()
+    {
+        for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+            RemoveMarked(root, L"");
+            RemoveMarked(root, L"CLSID\\");
+        }
+    }
+
 private:
     inline static const std::wstring kClasses = L"Software\\Classes\\";
+    static constexpr const wchar_t* kMark = L"TalvenorTest";
+
+    static void RemoveMarked(HKEY root, const std::wstring& below)
+    {
+        HKEY classes = nullptr;
+        if (RegOpenKeyExW(root, (kClasses + below).c_str(), 0, KEY_READ, &classes) != ERROR_SUCCESS) {
+            return;
+        }
+        std::vector<std::wstring> marked;
+        std::array<wchar_t, MAX_PATH> name{};
+        for (DWORD at = 0; RegEnumKeyW(classes, at, name.data(), MAX_PATH) == ERROR_SUCCESS; ++at) {
+            if (RegGetValueW(classes, name.data(), kMark, RRF_RT_ANY, nullptr, nullptr, nullptr) ==
+                ERROR_SUCCESS) {
+                marked.emplace_back(name.data());
+            }
+        }
+        RegCloseKey(classes);
+        for (const std::wstring& key : marked) {
+            RegDeleteTreeW(root, (kClasses + below + key).c_str());
+        }
+    }
 
     HKEY m_root;
     std::wstring m_top;

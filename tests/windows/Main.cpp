@@ -2,6 +2,7 @@
 #include <ole2.h>
 
 #include "framework/WinApp.h"
+#include "tests/windows/FakeClasses.h"
 
 namespace {
 
@@ -15,7 +16,12 @@ protected:
     bool InitInstance() override
     {
         InitializeOle();
+        CScratchClassKey::RemoveLeftovers();
         m_nResult = RUN_ALL_TESTS();
+        // A filter that matches nothing has tested nothing.
+        if (testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
+            m_nResult = 1;
+        }
         return false;
     }
 

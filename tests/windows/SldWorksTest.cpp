@@ -46,6 +46,25 @@ private:
     std::vector<std::unique_ptr<CScratchClassKey>> m_keys;
 };
 
+TEST_F(ClassesTest, WhatACrashedTestLeftIsRemovedAndNothingElse)
+{
+    const HKEY root = *CScratchClassKey::Root();
+    const std::wstring classes = L"Software\\Classes\\";
+    AddKey(L"Talvenor.Test.Other", L"Talvenor.Test.Other\\CLSID", L"");
+    RegDeleteKeyValueW(root, (classes + L"Talvenor.Test.Other").c_str(), L"TalvenorTest");
+    AddProgId(L"Talvenor.Test.Left", NewClassId());
+    const CLSID left = NewClassId();
+    AddClass(left, L"Talvenor.Test.Left");
+    CScratchClassKey::RemoveLeftovers();
+    const auto isThere = [&](const std::wstring& key) {
+        return RegGetValueW(root, (classes + key).c_str(), nullptr, RRF_RT_ANY, nullptr, nullptr, nullptr) ==
+               ERROR_SUCCESS;
+    };
+    EXPECT_FALSE(isThere(L"Talvenor.Test.Left\\CLSID"));
+    EXPECT_FALSE(isThere(L"CLSID\\" + TextOfClass(left) + L"\\ProgID"));
+    EXPECT_TRUE(isThere(L"Talvenor.Test.Other\\CLSID"));
+}
+
 class InstalledVersionsTest : public ClassesTest
 {
 protected:
