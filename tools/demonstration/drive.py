@@ -25,7 +25,8 @@ def finished_box(screen):
 
 
 def one_run(screen, library, copy_only, pictures, start=Program):
-    """Starts the program by start(screen), runs the conversion, closes the program. Returns the seconds of the run."""
+    """Starts the program by start(screen), runs the conversion, closes the program. Returns the seconds of the run, from
+    the click to the last message box, without those that a box in between waited for its answer."""
     shutil.rmtree(os.path.join(library, "Mapped"), ignore_errors=True)
     rows = len(check.expected_rows(library)[0])
     program = start(screen)
@@ -35,23 +36,23 @@ def one_run(screen, library, copy_only, pictures, start=Program):
         screen.look()
         main = screen.with_control(IDC_START)
         if pictures:
-            windows.picture(f"{PICTURES}/1-before.png").wait()
+            windows.Picture(f"{PICTURES}/1-before.png").wait()
         if copy_only:
             windows.click(main, IDC_COPY_ONLY)
-        begin = time.time()
-        windows.click(main, IDC_START)
+        answering = program.answering
+        begin = windows.click(main, IDC_START)
         program.wait_answering("the progress dialog", 30,
                                lambda: screen.with_control(IDC_PROGRESS_OVERALL) or finished_box(screen))
         if pictures:
             program.wait_answering("half of the copies", 60 + rows,
                                    lambda: len(check.mapped_names(library)) > rows // 2 or finished_box(screen))
-            during = windows.picture(f"{PICTURES}/2-during.png")  # beside the run, not to hold it up
+            during = windows.Picture(f"{PICTURES}/2-during.png")  # beside the run, not to hold it up
         box = program.wait_answering("the end of the run", 60 + rows, lambda: finished_box(screen))
-        seconds = box.seconds - begin
+        seconds = box.seconds - begin - (program.answering - answering)
         time.sleep(0.5)
         if pictures:
             during.wait()
-            windows.picture(f"{PICTURES}/3-after.png").wait()
+            windows.Picture(f"{PICTURES}/3-after.png").wait()
         program.answer(box)
         time.sleep(0.5)
         screen.look()
@@ -59,7 +60,7 @@ def one_run(screen, library, copy_only, pictures, start=Program):
         program.wait_for_end(20)
         return seconds
     except Stuck:
-        windows.picture(f"{PICTURES}/stuck.png").wait()
+        windows.Picture(f"{PICTURES}/stuck.png").wait()
         raise
     finally:
         program.stop()
@@ -80,6 +81,14 @@ def report_boxes(report, found, expected):
                    max(len(found), len(expected)))
 
 
+def run_bare(command):
+    longest = 600  # seconds; the whole library takes some 20
+    try:
+        return subprocess.run(command, capture_output=True, encoding="utf-8", timeout=longest)
+    except subprocess.TimeoutExpired:
+        raise Stuck(f"waited {longest} s in vain for the program without windows") from None
+
+
 def automatic(screen, library, table, server_log, bare_command):
     wrong = 0
     for title, copy_only, verify in (("Copies only", True, check.check_copies),
@@ -92,7 +101,7 @@ def automatic(screen, library, table, server_log, bare_command):
         report = verify(library, table)
         report_boxes(report, screen.boxes[boxes:], check.expected_boxes(library))
         wrong += report.wrong  # the seconds kept are those of the last run, the whole one
-    bare = subprocess.run(bare_command, capture_output=True, encoding="utf-8")
+    bare = run_bare(bare_command)
     print("\n== The same copies and automation calls by a program without windows, for comparison")
     print("   " + (bare.stdout.strip() if bare.returncode == 0 else "FAILED: " + bare.stderr.strip()))
     if bare.returncode == 0:

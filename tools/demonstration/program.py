@@ -4,10 +4,7 @@ import subprocess
 import time
 
 import windows
-
-
-class Stuck(Exception):
-    pass
+from windows import Stuck
 
 
 class Program:
@@ -15,6 +12,7 @@ class Program:
 
     def __init__(self, screen, name="talvenor.exe", folder="build/windows/bin"):
         self.screen = screen
+        self.answering = 0.0  # seconds that message boxes stood there until they were answered
         self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), name], cwd=folder)
 
     def wait_for(self, what, seconds, happened):
@@ -42,6 +40,7 @@ class Program:
         time.sleep(0.3)  # a person reads; the window gets the focus
         windows.press("Return")
         self.wait_for("the message box to go away", 10, lambda: box.handle not in self.screen.windows)
+        self.answering += time.time() - box.seconds
 
     def wait_for_end(self, seconds):
         try:

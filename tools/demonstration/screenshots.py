@@ -30,10 +30,16 @@ class Gallery:
         self._log = os.path.abspath(os.path.join(folder, f"windows-{part}.log"))
         subprocess.Popen([os.path.abspath("tools/run-windows"), "build/windowwatch/windowwatch.exe",
                           "Z:" + self._log.replace("/", "\\"), name])
-        while not os.path.exists(self._log):
-            time.sleep(0.1)
+        self._wait_for_log(60)
         self.screen = windows.Screen(self._log)
         self.program = Program(self.screen, name)
+
+    def _wait_for_log(self, seconds):
+        end = time.monotonic() + seconds
+        while not os.path.exists(self._log):
+            if time.monotonic() > end:
+                raise Stuck(f"waited {seconds} s in vain for the log of the window watcher")
+            time.sleep(0.1)
 
     def end(self):
         self.program.stop()
@@ -45,8 +51,7 @@ class Gallery:
         time.sleep(0.5)  # for the last paint
         self.screen.look()
         if window:
-            subprocess.run(["import", "-frame", "-window", windows.smallest(window.title), self._next_path(name)],
-                           check=True)
+            windows.use("import", "-frame", "-window", windows.smallest(window.title), self._next_path(name))
             return
         rects = [each.rect for each in self.screen.windows.values()]
         if not rects:
@@ -54,9 +59,8 @@ class Gallery:
         left, top = max(0, min(rect[0] for rect in rects)), max(0, min(rect[1] for rect in rects))
         right, bottom = max(rect[2] for rect in rects), max(rect[3] for rect in rects)
         path = self._next_path(name)
-        subprocess.run(["import", "-window", "root", "-crop", f"{right - left}x{bottom - top}+{left}+{top}",
-                        "+repage", path], check=True)
-        subprocess.run(["mogrify", "-bordercolor", "black", "-border", "1", "-trim", "+repage", path], check=True)
+        windows.use("import", "-window", "root", "-crop", f"{right - left}x{bottom - top}+{left}+{top}", "+repage", path)
+        windows.use("mogrify", "-bordercolor", "black", "-border", "1", "-trim", "+repage", path)
 
     def _next_path(self, name):
         self._count += 1

@@ -4,8 +4,22 @@ import re
 import subprocess
 import time
 
+HANDS = 20  # seconds after which a tool that moves the mouse, presses keys or takes a picture is given up
+
 Control = collections.namedtuple("Control", "rect enabled text")
 DIALOG_CONTROLS = range(1002, 1027)  # numbers that no message box uses
+
+
+class Stuck(Exception):
+    """What was waited for did not come."""
+
+
+def use(*command):
+    """Runs one of the person's tools; returns what it says."""
+    try:
+        return subprocess.run(command, check=True, capture_output=True, encoding="ascii", timeout=HANDS).stdout
+    except subprocess.TimeoutExpired:
+        raise Stuck(f"waited {HANDS} s in vain for: {' '.join(command)}") from None
 
 
 class Window:
@@ -65,32 +79,33 @@ class Screen:
 
 
 def press(key):
-    subprocess.run(["xdotool", "key", "--clearmodifiers", key], check=True)
+    use("xdotool", "key", "--clearmodifiers", key)
 
 
 def type_text(text):
-    subprocess.run(["xdotool", "type", "--clearmodifiers", text], check=True)
+    use("xdotool", "type", "--clearmodifiers", text)
 
 
 def click_at(x, y):
-    subprocess.run(["xdotool", "mousemove", "--sync", str(x), str(y)], check=True)
+    """Returns the moment of the click, in seconds since 1970."""
+    use("xdotool", "mousemove", "--sync", str(x), str(y))
     time.sleep(0.2)
-    subprocess.run(["xdotool", "click", "1"], check=True)
+    moment = time.time()
+    use("xdotool", "click", "1")
+    return moment
 
 
 def click(window, number):
     left, top, right, bottom = window.controls[number].rect
-    click_at((left + right) // 2, (top + bottom) // 2)
+    return click_at((left + right) // 2, (top + bottom) // 2)
 
 
 def smallest(title):
     """The X window of that title; of several, as of the program and its message box, the smallest."""
-    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], check=True,
-                           capture_output=True, encoding="ascii").stdout.split()
+    found = use("xdotool", "search", "--onlyvisible", "--name", f"^{title}$").split()
 
     def size(window):
-        geometry = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window], check=True,
-                                  capture_output=True, encoding="ascii").stdout
+        geometry = use("xdotool", "getwindowgeometry", "--shell", window)
         values = dict(line.split("=") for line in geometry.split())
         return int(values["WIDTH"]) * int(values["HEIGHT"])
 
@@ -99,10 +114,20 @@ def smallest(title):
 
 def resize(title, width, height):
     """Asks the window manager for a size; the window may allow less."""
-    subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$", "windowsize", str(width),
-                    str(height)], check=True)
+    use("xdotool", "search", "--onlyvisible", "--name", f"^{title}$", "windowsize", str(width), str(height))
 
 
-def picture(path):
-    """Starts taking a picture of the screen; to be waited for."""
-    return subprocess.Popen(["import", "-window", "root", path])
+class Picture:
+    """A picture of the screen that is being taken; to be waited for."""
+
+    def __init__(self, path):
+        self._path, self._tool = path, subprocess.Popen(["import", "-window", "root", path])
+
+    def wait(self):
+        try:
+            status = self._tool.wait(HANDS)
+        except subprocess.TimeoutExpired:
+            self._tool.kill()
+            raise Stuck(f"waited {HANDS} s in vain for the picture {self._path}") from None
+        if status != 0:
+            raise Stuck(f"the picture {self._path} was not taken (status {status})")
