@@ -50,3 +50,11 @@ function(talvenor_program name language)
   target_link_options(${name} PRIVATE -municode $<$<CONFIG:Release>:-s> "-Wl,-Map=$<TARGET_FILE_DIR:${name}>/${name}.map")
   add_dependencies(${name} talvresgerx64 talvresusx64)
 endfunction()
+
+# talvenor_time_limit(TEST SECONDS): tools/run-windows ends the test's program after that time, and what the program has
+# started with it; CTest, which would end the script alone, only waits a little longer.
+function(talvenor_time_limit test seconds)
+  math(EXPR longer "${seconds} + 120")
+  set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT TALVENOR_TIME_LIMIT=${seconds})
+  set_property(TEST ${test} PROPERTY TIMEOUT ${longer})
+endfunction()

@@ -1,5 +1,7 @@
-# What the commands share; to be sourced. Sets top (the project's folder) and changes into it.
+# shellcheck shell=bash
+# What the commands share; to be sourced under `set -euo pipefail`. Sets top (the project's folder) and changes into it.
 
+shopt -s inherit_errexit
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$top"
 export LANG=C.UTF-8 LC_ALL=C.UTF-8
@@ -11,54 +13,99 @@ project_version() { sed -nE 's/^project\(Talvenor VERSION ([0-9.]+) .*/\1/p' CMa
 
 step() { printf '\n== %s\n' "$*"; }
 
-# logged NAME COMMAND [ARG ...]: runs the command with its output in build/logs/NAME.log; when it fails, shows
-# the end of that log and returns the command's status.
-logged() {
-  local name=$1 status=0 begin=$SECONDS
+# attempt NAME COMMAND [ARG ...]: runs the command with its output in build/logs/NAME.log and leaves its status in
+# attempt_status; when it fails, shows the end of that log. Each step of a function that it runs must succeed; so call it
+# as a statement of its own: below if, && or || bash would go on behind a failed step.
+attempt() {
+  local name=$1 begin=$SECONDS
   shift
-  "$@" >"$logs/$name.log" 2>&1 || status=$?
-  if [ $status = 0 ]; then
+  rm -f "$logs/$name.log"
+  set +e
+  (set -e; "$@") >"$logs/$name.log" 2>&1
+  attempt_status=$?
+  set -e
+  if [ $attempt_status = 0 ]; then
     echo "   done in $((SECONDS - begin)) s"
   else
-    tail -n 40 "$logs/$name.log"
-    echo "   FAILED (status $status); the whole output is in build/logs/$name.log"
+    [ ! -f "$logs/$name.log" ] || tail -n 40 "$logs/$name.log"
+    echo "   FAILED (status $attempt_status); the whole output is in build/logs/$name.log"
   fi
-  return $status
+}
+
+# logged NAME COMMAND [ARG ...]: as attempt, and ends the script when the command fails.
+logged() {
+  attempt "$@"
+  [ $attempt_status = 0 ] || exit "$attempt_status"
+}
+
+# wait_until SECONDS WHAT COMMAND [ARG ...]: asks again and again until the command succeeds; ends the script, naming
+# what it waited for, when it does not in time.
+wait_until() {
+  local end=$((SECONDS + $1)) what=$2
+  shift 2
+  until "$@"; do
+    if [ $SECONDS -ge $end ]; then
+      echo "Waited in vain for $what." >&2
+      exit 1
+    fi
+    sleep 0.05
+  done
 }
 
 # build_preset NAME [TARGET ...]: configures one preset of CMakePresets.json and builds the targets, or everything.
-build_preset() { cmake --preset "$1" && cmake --build --preset "$1" ${2:+--target "${@:2}"}; }
+build_preset() {
+  cmake --preset "$1"
+  cmake --build --preset "$1" ${2:+--target "${@:2}"}
+}
 
 # build_windowwatch: builds the demonstration's eye, which is a project of its own.
 build_windowwatch() {
   cmake -S tools/windowwatch -B build/windowwatch -G Ninja --toolchain "$top/cmake/mingw-w64.cmake" \
-    -DCMAKE_BUILD_TYPE=Release && cmake --build build/windowwatch
+    -DCMAKE_BUILD_TYPE=Release
+  cmake --build build/windowwatch
 }
 
 # pictures_stamp: what the pictures in build/screenshots are of: checksums of the programs of both languages, of the
 # library that they show, and of what makes that library, operates the programs and looks at them.
 pictures_stamp() {
+  local sources
+  mapfile -t sources < <(find tools/windowwatch tests/cadserver -type f | LC_ALL=C sort)
   sha256sum build/windows/bin/{talvenor_german.exe,talvenor_english.exe,talvresgerx64.dll,talvresusx64.dll} \
     data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/demonstration/*.py \
-    $(find tools/windowwatch tests/cadserver -type f | LC_ALL=C sort) tools/{common.sh,run-windows}
+    "${sources[@]}" tools/{common.sh,run-windows}
 }
 
 # start_display [SIZE]: starts an X server without a screen, of so many pixels (1600x1200 unless said), and a window
-# manager on it, and sets DISPLAY.
+# manager on it, and sets DISPLAY. Ends the script when the server does not start.
 start_display() {
   local number
   number=$(mktemp)
   Xvfb -displayfd 1 -screen 0 "${1:-1600x1200}x24" -nolisten tcp >"$number" 2>"$logs/xvfb.log" &
   xvfb=$!
-  until [ -s "$number" ]; do
-    kill -0 $xvfb || { cat "$logs/xvfb.log"; return 1; }
-    sleep 0.05
-  done
-  export DISPLAY=:$(cat "$number")
+  wait_until 30 "a display (build/logs/xvfb.log says why)" has_display_or_end "$number"
+  DISPLAY=:$(cat "$number")
+  export DISPLAY
   rm -f "$number"
-  openbox >/dev/null 2>&1 &
+  openbox >"$logs/openbox.log" 2>&1 &
   manager=$!
 }
+
+# has_display_or_end FILE: whether the X server has written its number there; ends the script when the server has ended.
+has_display_or_end() {
+  [ ! -s "$1" ] || return 0
+  kill -0 "$xvfb" 2>/dev/null || { cat "$logs/xvfb.log" >&2; exit 1; }
+  return 1
+}
+
+# start_window_watch FOLDER PROGRAM: has tools/windowwatch write what windows of the program there are into
+# FOLDER/windows.log until end_window_watch FOLDER.
+start_window_watch() {
+  rm -f "$1/windows.log" "$1/windows.log.stop"
+  tools/run-windows "$(windows_path "$top/build/windowwatch/windowwatch.exe")" "$(windows_path "$1/windows.log")" "$2" \
+    >"$logs/windowwatch.log" 2>&1 &
+  wait_until 120 "the log of the window watcher, $1/windows.log" test -e "$1/windows.log"
+}
+end_window_watch() { touch "$1/windows.log.stop"; }
 
 # windows_path PATH: an absolute path of this machine as a Windows program under Wine knows it.
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
@@ -76,5 +123,5 @@ register_library() {
 end_display() {
   [ -n "${xvfb:-}" ] || return 0
   WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix} wineserver -k 2>/dev/null || true
-  kill "$manager" "$xvfb" 2>/dev/null || true
+  kill ${manager:+"$manager"} "$xvfb" 2>/dev/null || true
 }

@@ -1,0 +1,107 @@
+#!/usr/bin/env python3
+"""Checks that the counting of results cannot end green behind a run that was not whole."""
+import os
+import subprocess
+import sys
+import tempfile
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+COUNT = os.path.join(HERE, "../../tools/lib/count-results")
+
+PASSED = '<testcase classname="A" name="a" status="run"/><testcase classname="A" name="b" status="run"/>'
+SKIPPED = ('<testcase classname="A" name="a" status="run"/>'
+           '<testcase classname="A" name="b" status="run"><skipped message="a.cpp:1&#10;no such device"/></testcase>')
+OTHER_REASON = SKIPPED.replace("no such device", "no time")
+FAILED = PASSED + '<testcase classname="A" name="c" status="run"><failure message="x"/></testcase>'
+OFF = PASSED.replace('name="b" status="run"', 'name="b" status="notrun"')
+RETRIED = ('<testcase classname="A" name="a" status="run"><properties><property name="retry1" value="a&#10;press"/>'
+           '</properties></testcase><testcase classname="A" name="b" status="run"/>')
+RAN = '<testcase name="unit" status="run"/><testcase name="whole" status="run"/>'
+CRASHED = '<testcase name="unit" status="fail"/><testcase name="whole" status="run"/>'
+
+
+def report(cases):
+    return f'<testsuites><testsuite name="A">{cases}</testsuite></testsuites>'
+
+
+WHOLE_RUN = {
+    "tests/expected-results.txt": "checks/format\nwin/unit 2\nwin/whole\n",
+    "tests/allowed-skips.txt": "# program | case | reason\nwin/unit | A.b | no such device\n",
+    "build/results/steps.tsv": "checks/format\tpassed\n",
+    "build/results/ctest.tsv": "win\t0\n",
+    "build/results/win.xml": f"<testsuite>{RAN}</testsuite>",
+    "build/win/reports/unit.xml": report(PASSED),
+}
+GREEN = "4 passed, 0 failed, 0 skipped"
+
+# what is tried, what differs from a whole run (None: is missing), the last line
+CASES = [
+    ("a whole run", {}, GREEN),
+    ("a skip on the list", {"build/win/reports/unit.xml": report(SKIPPED)}, "3 passed, 0 failed, 1 skipped"),
+    ("a skip for another reason", {"build/win/reports/unit.xml": report(OTHER_REASON)}, "3 passed, 1 failed, 0 skipped"),
+    ("a case that was switched off", {"build/win/reports/unit.xml": report(OFF)}, "3 passed, 1 failed, 0 skipped"),
+    ("a failed case", {"build/win/reports/unit.xml": report(FAILED),
+                       "build/results/win.xml": f"<testsuite>{CRASHED}</testsuite>",
+                       "build/results/ctest.tsv": "win\t8\n"}, "4 passed, 1 failed, 0 skipped"),
+    ("a failed program without a failed case", {"build/results/win.xml": f"<testsuite>{CRASHED}</testsuite>"},
+     "4 passed, 1 failed, 0 skipped"),
+    ("no report of a program", {"build/win/reports/unit.xml": None}, "2 passed, 1 failed, 0 skipped"),
+    ("an empty report", {"build/win/reports/unit.xml": ""}, "2 passed, 1 failed, 0 skipped"),
+    ("half a report", {"build/win/reports/unit.xml": report(PASSED)[:90]}, "2 passed, 1 failed, 0 skipped"),
+    ("fewer cases than stated", {"tests/expected-results.txt": "checks/format\nwin/unit 3\nwin/whole\n"},
+     "4 passed, 1 failed, 0 skipped"),
+    ("a build that failed", {"build/results/win.xml": None, "build/results/ctest.tsv": None},
+     "1 passed, 2 failed, 0 skipped"),
+    ("a program that CTest does not know", {"build/results/win.xml": '<testsuite><testcase name="unit" status="run"/>'
+                                                                     "</testsuite>"}, "3 passed, 1 failed, 0 skipped"),
+    ("a program that is not expected", {"tests/expected-results.txt": "checks/format\nwin/unit 2\n"},
+     "3 passed, 1 failed, 0 skipped"),
+    ("a check that is missing", {"build/results/steps.tsv": None}, "3 passed, 1 failed, 0 skipped"),
+    ("a check that failed", {"build/results/steps.tsv": "checks/format\tfailed\n"}, "3 passed, 1 failed, 0 skipped"),
+    ("a check that is not expected", {"build/results/steps.tsv": "checks/format\tpassed\nchecks/new\tpassed\n"},
+     "4 passed, 1 failed, 0 skipped"),
+    ("CTest that failed without a word", {"build/results/ctest.tsv": "win\t1\n"}, "4 passed, 1 failed, 0 skipped"),
+    ("a repeated attempt", {"build/win/reports/unit.xml": report(RETRIED)}, GREEN),
+]
+
+
+def run_count(folder, differences, old_report=False):
+    """The exit status and the output for a run that differs so from a whole one."""
+    os.makedirs(f"{folder}/build/results")
+    with open(f"{folder}/build/results/begin", "w", encoding="utf-8"):
+        pass
+    for path, text in {**WHOLE_RUN, **differences}.items():
+        if text is not None:
+            os.makedirs(os.path.dirname(f"{folder}/{path}"), exist_ok=True)
+            with open(f"{folder}/{path}", "w", encoding="utf-8") as file:
+                file.write(text)
+    if old_report:
+        os.utime(f"{folder}/build/win/reports/unit.xml", (1, 1))
+    run = subprocess.run([sys.executable, COUNT, "build/results"], cwd=folder, capture_output=True, encoding="utf-8")
+    return run.returncode, run.stdout + run.stderr
+
+
+def findings(name, differences, last, old_report=False):
+    with tempfile.TemporaryDirectory() as folder:
+        status, output = run_count(folder, differences, old_report)
+    lines = output.rstrip("\n").split("\n")
+    if lines[-1] != last:
+        yield f"{name}: the last line is {lines[-1]!r}, not {last!r}"
+    if (status == 0) != (" 0 failed" in last):
+        yield f"{name}: status {status}"
+    retries = "1; win/unit A.a: a press" if name == "a repeated attempt" else "0"
+    if lines[-2] != f"Repeated attempts: {retries}":
+        yield f"{name}: the line before the last is {lines[-2]!r}"
+
+
+def main():
+    found = [finding for case in CASES for finding in findings(*case)]
+    found += findings("a report of an earlier run", {}, "2 passed, 1 failed, 0 skipped", old_report=True)
+    for finding in found:
+        print(f"   {finding}")
+    print(f"   {len(CASES) + 1} runs counted, {len(found)} findings")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
