@@ -55,21 +55,15 @@ wait_until() {
 # build_preset NAME [TARGET ...]: configures one preset of CMakePresets.json and builds the targets, or everything.
 build_preset() {
   cmake --preset "$1"
-  cmake --build --preset "$1" ${2:+--target "${@:2}"}
-}
-
-# build_windowwatch: builds the demonstration's eye, which is a project of its own.
-build_windowwatch() {
-  cmake -S tools/windowwatch -B build/windowwatch -G Ninja --toolchain "$top/cmake/mingw-w64.cmake" \
-    -DCMAKE_BUILD_TYPE=Release
-  cmake --build build/windowwatch
+  timeout 3600 cmake --build --preset "$1" ${2:+--target "${@:2}"}
 }
 
 # pictures_stamp: what the pictures in build/screenshots are of: checksums of the programs of both languages, of the
 # library that they show, and of what makes that library, operates the programs and looks at them.
 pictures_stamp() {
   local sources
-  mapfile -t sources < <(find tools/windowwatch tests/cadserver -type f | LC_ALL=C sort)
+  sources=$(find tools/windowwatch tests/cadserver -type f | LC_ALL=C sort)
+  mapfile -t sources <<<"$sources"
   sha256sum build/windows/bin/{talvenor_german.exe,talvenor_english.exe,talvresgerx64.dll,talvresusx64.dll} \
     data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/demonstration/*.py \
     "${sources[@]}" tools/{common.sh,run-windows}
@@ -101,9 +95,9 @@ has_display_or_end() {
 # FOLDER/windows.log until end_window_watch FOLDER.
 start_window_watch() {
   rm -f "$1/windows.log" "$1/windows.log.stop"
-  tools/run-windows "$(windows_path "$top/build/windowwatch/windowwatch.exe")" "$(windows_path "$1/windows.log")" "$2" \
-    >"$logs/windowwatch.log" 2>&1 &
-  wait_until 120 "the log of the window watcher, $1/windows.log" test -e "$1/windows.log"
+  TALVENOR_TIME_LIMIT=0 tools/run-windows "$(windows_path "$top/build/windowwatch/windowwatch.exe")" \
+    "$(windows_path "$1/windows.log")" "$2" >"$logs/windowwatch.log" 2>&1 &
+  wait_until 60 "$1/windows.log of the window watcher (build/logs/windowwatch.log)" test -e "$1/windows.log"
 }
 end_window_watch() { touch "$1/windows.log.stop"; }
 

@@ -104,9 +104,9 @@ std::vector<int> CMessageBoxOnScreen::Buttons() const
 void CMessageBoxOnScreen::Answer(int button) const
 {
     const HWND item = GetDlgItem(m_window, button);
-    BringToFront(item);
+    const bool raised = BringToFront(item);
     if (!PressOn(item)) {
-        if (!MayRepeat("a press in the message box: " + ToUtf8(Text()))) {
+        if (raised || !MayRepeat("a press in the message box: " + ToUtf8(Text()))) {
             throw CNotOnScreen(L"a press that the message box takes", m_process);
         }
         AnswerByKey(item);
@@ -114,13 +114,16 @@ void CMessageBoxOnScreen::Answer(int button) const
     WaitForEnd();
 }
 
-// Under Wine a box may come to lie below the dialog that it belongs to, where no click reaches it.
-void CMessageBoxOnScreen::BringToFront(HWND item) const
+// Under Wine a box may come to lie below the dialog that it belongs to, where no click reaches it. True when
+// it had to be raised.
+bool CMessageBoxOnScreen::BringToFront(HWND item) const
 {
-    if (!WaitUntilOnTop(item, MiddleOf(item)) &&
-        MayRepeat("the raising of the message box: " + ToUtf8(Text()))) {
-        SetWindowPos(m_window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+    if (WaitUntilOnTop(item, MiddleOf(item)) ||
+        !MayRepeat("the raising of the message box: " + ToUtf8(Text()))) {
+        return false;
     }
+    SetWindowPos(m_window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+    return true;
 }
 
 // Under Wine a box that the window manager has just taken over may come to miss the mouse for good.

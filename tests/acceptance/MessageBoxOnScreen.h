@@ -27,9 +27,9 @@ public:
     // The numbers of the buttons, from left to right.
     [[nodiscard]] std::vector<int> Buttons() const;
 
-    // Clicks the button with the mouse and waits until the box has gone; throws CNotOnScreen when it stays. A
-    // box that another window covers may be raised, and a press that is lost be repeated by the keyboard
-    // (MayRepeat), once each.
+    // Clicks the button with the mouse and waits until the box has gone; throws CNotOnScreen when it stays.
+    // Once (MayRepeat) a box that another window covers may be raised, or a press that is lost be repeated by
+    // the keyboard.
     void Answer(int button) const;
     // The same without the mouse, and without the box having to come to the front.
     void Press(int button) const;
@@ -37,7 +37,7 @@ public:
     void WaitForEnd() const;
 
 private:
-    void BringToFront(HWND item) const;
+    [[nodiscard]] bool BringToFront(HWND item) const;
     void AnswerByKey(HWND item) const;
 
     CMessageBoxOnScreen(HWND window, DWORD process) : m_window(window), m_process(process) {}

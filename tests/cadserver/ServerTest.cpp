@@ -55,7 +55,8 @@ DWORD RunServerProgram(const std::wstring& words)
         return ~0U;
     }
     DWORD status = ~0U;
-    WaitForSingleObject(process.hProcess, INFINITE);
+    constexpr DWORD kLongest = 30'000;  // milliseconds
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, kLongest)) << "the end of cadserver.exe";
     GetExitCodeProcess(process.hProcess, &status);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);

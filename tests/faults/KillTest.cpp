@@ -134,18 +134,21 @@ TEST_F(KillTest, AtRandomMoments)
     const std::uint32_t seed = Seed();
     RecordProperty("kind",
                    "program ended by force at a random moment of a run (seed " + std::to_string(seed) + ")");
-    std::cout << "seed " << seed << " (TALVENOR_SEED=" << seed << " gives the same moments)\n";
+    std::cout << "seed " << seed << " (TALVENOR_SEED=" << seed << " gives the same shares of a run)\n";
     std::mt19937 random(seed);
+    std::uniform_real_distribution<double> shares(0,
+                                                  1);  // of the run's time, which differs a little each time
     CKillBench bench;
     for (const MappedBefore before : kBoth) {
         ASSERT_EQ("", bench.RunToTheEnd(before));
-        std::uniform_int_distribution<DWORD> moments(0, bench.RunTime());
         const std::size_t all = CKillBench::RecordsAtCall(before, CKillBench::Calls(before));
         std::map<std::size_t, int> killsThatLeft;
         int inMidRun = 0;
         for (int kill = 0; kill < count / 2 || (inMidRun == 0 && kill < count / 2 + kMoreKills); ++kill) {
-            const DWORD moment = moments(random);
+            const double share = shares(random);
+            const auto moment = static_cast<DWORD>(share * bench.RunTime());
             SCOPED_TRACE("after " + std::to_string(moment) + " ms");
+            std::cout << "kill after " << moment << " of " << bench.RunTime() << " ms\n";
             const auto end = [moment](CKillBench& running) {
                 Sleep(moment);
                 running.EndProgram();

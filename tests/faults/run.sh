@@ -7,14 +7,20 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 top=$(cd "$here/../.." && pwd)
-if [ "$(id -u)" != 0 ] && unshare --user --map-root-user --mount true 2>/dev/null; then
-  # Wine's server of the user outside must be gone: it would not meet the programs inside, which share its prefix.
-  WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix} wineserver -k || true
+export WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix}
+# Wine's servers inside and outside would not meet, though they share the prefix: there is only one at a time.
+end_wine() {
+  wineserver -k || true # it may have gone by itself
+  timeout 60 wineserver -w
+}
+if ! unshare --mount true 2>/dev/null && unshare --user --map-root-user --mount true 2>/dev/null; then
+  end_wine
   exec unshare --user --map-root-user --mount "$here/run.sh" "$@"
 fi
 work=$(mktemp -d)
 finish() {
   local mounted
+  end_wine
   for mounted in "$work/read-only/Mapped" "$work/small"; do
     if mountpoint -q "$mounted"; then umount "$mounted" || umount -l "$mounted"; fi
   done

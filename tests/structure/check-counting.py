@@ -16,8 +16,12 @@ FAILED = PASSED + '<testcase classname="A" name="c" status="run"><failure messag
 OFF = PASSED.replace('name="b" status="run"', 'name="b" status="notrun"')
 RETRIED = ('<testcase classname="A" name="a" status="run"><properties><property name="retry1" value="a&#10;press"/>'
            '</properties></testcase><testcase classname="A" name="b" status="run"/>')
+KEPT_AWAY = PASSED.replace('status="run"', 'status="run" timestamp="1970-01-01T00:00:00.000"')
 RAN = '<testcase name="unit" status="run"/><testcase name="whole" status="run"/>'
 CRASHED = '<testcase name="unit" status="fail"/><testcase name="whole" status="run"/>'
+
+
+RETRIES = {"a repeated attempt in": "1; win/unit A.a: a press", "a repeated attempt outside": "1; win/unit: a start"}
 
 
 def report(cases):
@@ -61,11 +65,16 @@ CASES = [
     ("a check that is not expected", {"build/results/steps.tsv": "checks/format\tpassed\nchecks/new\tpassed\n"},
      "4 passed, 1 failed, 0 skipped"),
     ("CTest that failed without a word", {"build/results/ctest.tsv": "win\t1\n"}, "4 passed, 1 failed, 0 skipped"),
-    ("a repeated attempt", {"build/win/reports/unit.xml": report(RETRIED)}, GREEN),
+    ("half a report of CTest", {"build/results/win.xml": f"<testsuite>{RAN}"}, "1 passed, 2 failed, 0 skipped"),
+    ("cases that a skip outside kept away", {"build/win/reports/unit.xml": report(KEPT_AWAY)},
+     "2 passed, 2 failed, 0 skipped"),
+    ("a repeated attempt in a case", {"build/win/reports/unit.xml": report(RETRIED)}, GREEN),
+    ("a repeated attempt outside of the cases",
+     {"build/win/reports/unit.xml": report(PASSED).replace("<testsuites", '<testsuites retry1="a start"')}, GREEN),
 ]
 
 
-def run_count(folder, differences, old_report=False):
+def run_count(folder, differences, old_report, parts):
     """The exit status and the output for a run that differs so from a whole one."""
     os.makedirs(f"{folder}/build/results")
     with open(f"{folder}/build/results/begin", "w", encoding="utf-8"):
@@ -77,19 +86,19 @@ def run_count(folder, differences, old_report=False):
                 file.write(text)
     if old_report:
         os.utime(f"{folder}/build/win/reports/unit.xml", (1, 1))
-    run = subprocess.run([sys.executable, COUNT, "build/results"], cwd=folder, capture_output=True, encoding="utf-8")
+    run = subprocess.run([sys.executable, COUNT, "build/results", *parts], cwd=folder, capture_output=True, encoding="utf-8")
     return run.returncode, run.stdout + run.stderr
 
 
-def findings(name, differences, last, old_report=False):
+def findings(name, differences, last, old_report=False, parts=()):
     with tempfile.TemporaryDirectory() as folder:
-        status, output = run_count(folder, differences, old_report)
+        status, output = run_count(folder, differences, old_report, parts)
     lines = output.rstrip("\n").split("\n")
     if lines[-1] != last:
         yield f"{name}: the last line is {lines[-1]!r}, not {last!r}"
     if (status == 0) != (" 0 failed" in last):
         yield f"{name}: status {status}"
-    retries = "1; win/unit A.a: a press" if name == "a repeated attempt" else "0"
+    retries = next((words for start, words in RETRIES.items() if name.startswith(start)), "0")
     if lines[-2] != f"Repeated attempts: {retries}":
         yield f"{name}: the line before the last is {lines[-2]!r}"
 
@@ -97,9 +106,12 @@ def findings(name, differences, last, old_report=False):
 def main():
     found = [finding for case in CASES for finding in findings(*case)]
     found += findings("a report of an earlier run", {}, "2 passed, 1 failed, 0 skipped", old_report=True)
+    found += findings("a part", {"build/results/steps.tsv": None}, "3 passed, 0 failed, 0 skipped", parts=["win"])
+    found += findings("one program", {}, "2 passed, 0 failed, 0 skipped", parts=["win/unit"])
+    found += findings("a part that is none", {}, "2 passed, 1 failed, 0 skipped", parts=["win/unit", "win/uni"])
     for finding in found:
         print(f"   {finding}")
-    print(f"   {len(CASES) + 1} runs counted, {len(found)} findings")
+    print(f"   {len(CASES) + 4} runs counted, {len(found)} findings")
     return 1 if found else 0
 
 

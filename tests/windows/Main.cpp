@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 #include <ole2.h>
 
+#include <cstdlib>
+
 #include "framework/WinApp.h"
 #include "tests/windows/FakeClasses.h"
+#include "tests/windows/TestScopes.h"
 
 namespace {
 
@@ -16,10 +19,14 @@ protected:
     bool InitInstance() override
     {
         InitializeOle();
-        CScratchClassKey::RemoveLeftovers();
+        const bool child = std::getenv(kInOwnProcess) != nullptr;
+        if (!child) {
+            CScratchClassKey::RemoveLeftovers();
+        }
         m_nResult = RUN_ALL_TESTS();
-        // A filter that matches nothing has tested nothing.
-        if (testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
+        // A filter that matches nothing has tested nothing; nor has a child that skips the test it is for.
+        const testing::UnitTest& tests = *testing::UnitTest::GetInstance();
+        if (tests.test_to_run_count() == 0 || (child && tests.successful_test_count() != 1)) {
             m_nResult = 1;
         }
         return false;

@@ -1370,7 +1370,7 @@ protected:
     // Runs the test at hand again in a process of its own, unless this is that process already. True there.
     [[nodiscard]] static bool IsInOwnProcess()
     {
-        if (std::getenv(kMark) != nullptr) {
+        if (std::getenv(kInOwnProcess) != nullptr) {
             return true;
         }
         const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
@@ -1379,13 +1379,13 @@ protected:
         const std::string name = std::string(test.test_suite_name()) + "." + test.name();
         std::wstring commandLine =
             L"\"" + program + L"\" --gtest_brief=1 --gtest_filter=" + std::wstring(name.begin(), name.end());
-        SetEnvironmentVariableA(kMark, "1");
+        SetEnvironmentVariableA(kInOwnProcess, "1");
         STARTUPINFOW start{};
         start.cb = sizeof start;
         PROCESS_INFORMATION child{};
         const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                             nullptr, &start, &child);
-        SetEnvironmentVariableA(kMark, nullptr);
+        SetEnvironmentVariableA(kInOwnProcess, nullptr);
         EXPECT_TRUE(started);
         if (started != FALSE) {
             Await(UniqueHandle(child.hProcess));
@@ -1405,8 +1405,6 @@ private:
         GetExitCodeProcess(process.get(), &exitCode);
         EXPECT_EQ(exitCode, 0U) << "see above";
     }
-
-    static constexpr char kMark[] = "TALVENOR_TEST_IN_OWN_PROCESS";
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, FirstPaintTest,

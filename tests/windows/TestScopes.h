@@ -16,6 +16,9 @@
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 
+// The variable that tells a process of these tests that it runs for one test of another one.
+inline constexpr char kInOwnProcess[] = "TALVENOR_TEST_IN_OWN_PROCESS";
+
 // Sets the language of the process (non-zero: German) until the end of the scope.
 class CLanguageScope
 {

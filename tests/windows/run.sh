@@ -9,6 +9,7 @@ unset DISPLAY
 export TALVENOR_UNMANAGED=1 TALVENOR_PREFIX=${TALVENOR_PREFIX:-$top/build/prefix-in-process}
 as_user=()
 if [ "$(id -u)" = 0 ]; then
-  as_user=(setpriv --bounding-set=-dac_override,-dac_read_search --inh-caps=-dac_override,-dac_read_search)
+  power=-dac_override,-dac_read_search
+  as_user=(setpriv --bounding-set="$power" --inh-caps="$power")
 fi
 "${as_user[@]}" "$top/tools/run-windows" "$@"

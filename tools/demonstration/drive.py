@@ -4,6 +4,7 @@
 
 BARE_COMMAND makes the same copies and automation calls without a window, and says how long it took.
 """
+import contextlib
 import os
 import shutil
 import subprocess
@@ -60,7 +61,8 @@ def one_run(screen, library, copy_only, pictures, start=Program):
         program.wait_for_end(20)
         return seconds
     except Stuck:
-        windows.Picture(f"{PICTURES}/stuck.png").wait()
+        with contextlib.suppress(Stuck):
+            windows.Picture(f"{PICTURES}/stuck.png").wait()
         raise
     finally:
         program.stop()

@@ -13,7 +13,8 @@ class Program:
     def __init__(self, screen, name="talvenor.exe", folder="build/windows/bin"):
         self.screen = screen
         self.answering = 0.0  # seconds that message boxes stood there until they were answered
-        self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), name], cwd=folder)
+        self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), name], cwd=folder,
+                                         env={**os.environ, "TALVENOR_TIME_LIMIT": "0"})
 
     def wait_for(self, what, seconds, happened):
         end = time.monotonic() + seconds
@@ -25,13 +26,14 @@ class Program:
             if self._process.poll() is not None:
                 raise Stuck(f"the program ended (status {self._process.returncode}) before {what}")
             if time.monotonic() > end:
-                raise Stuck(f"waited {seconds} s in vain for {what}")
+                raise Stuck(f"waited {seconds:.0f} s in vain for {what}")
             time.sleep(0.05)
 
     def wait_answering(self, what, seconds, happened):
         """As wait_for, but answers with Return every message box that comes up meanwhile."""
+        end = time.monotonic() + seconds
         while True:
-            found = self.wait_for(what, seconds, lambda: happened() or self.screen.box())
+            found = self.wait_for(what, end - time.monotonic(), lambda: happened() or self.screen.box())
             if found is not self.screen.box() or happened():
                 return happened()
             self.answer(found)

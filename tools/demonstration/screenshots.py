@@ -87,17 +87,16 @@ class Gallery:
         return found
 
     def close(self, window, key="Escape"):
-        """Presses the key, and again when the window did not have the focus yet."""
+        """Presses the key, and once more when the window did not have the focus yet."""
         def gone():
-            if window.handle not in self.screen.windows:
-                return True
-            if time.monotonic() > pressed[-1] + 3:
-                pressed.append(time.monotonic())
-                windows.press(key)
-            return False
-        pressed = [time.monotonic()]
+            return window.handle not in self.screen.windows
         windows.press(key)
-        self.program.wait_for("the end of a window", 30, gone)
+        try:
+            self.program.wait_for("the end of a window", 3, gone)
+        except Stuck:
+            print(f"   {key} had to be pressed twice to close {window.title!r}")
+            windows.press(key)
+            self.program.wait_for("the end of a window", 30, gone)
 
     def click(self, control):
         windows.click(self.main_window(), control)

@@ -20,6 +20,8 @@ def use(*command):
         return subprocess.run(command, check=True, capture_output=True, encoding="ascii", timeout=HANDS).stdout
     except subprocess.TimeoutExpired:
         raise Stuck(f"waited {HANDS} s in vain for: {' '.join(command)}") from None
+    except subprocess.CalledProcessError as error:
+        raise Stuck(f"failed: {' '.join(command)}: {error.stderr}") from None
 
 
 class Window:
