@@ -7,9 +7,10 @@
 
 namespace {
 
-bool IsKeyMessage(const MSG& message)
+// The WM_GETDLGCODE bits that only push buttons have.
+LRESULT PushButtonCode(HWND control)
 {
-    return message.message >= WM_KEYFIRST && message.message <= WM_KEYLAST;
+    return ::SendMessageW(control, WM_GETDLGCODE, 0, 0) & (DLGC_DEFPUSHBUTTON | DLGC_UNDEFPUSHBUTTON);
 }
 
 }  // namespace
@@ -53,10 +54,43 @@ bool CDialog::Create()
     return CreateFromTemplate(FindOwner());
 }
 
-// Keys are offered to the dialog manager: Tab, arrows, Enter, Escape and mnemonics.
+// The dialog manager deals with Tab, arrows, Enter, Escape and mnemonics. It moves the default button along
+// with the focus when it moves the focus itself; not every system does so behind a click, and none behind
+// SetFocus.
 bool CDialog::PreTranslateMessage(MSG& message)
 {
-    return IsKeyMessage(message) && IsDialogMessageW(m_hWnd, &message) != FALSE;
+    if (message.message == WM_KEYDOWN && message.wParam == VK_RETURN) {
+        MoveDefaultButton();
+    }
+    const HWND focus = ::GetFocus();
+    const bool dealtWith = IsDialogMessageW(m_hWnd, &message) != FALSE;
+    if (::GetFocus() != focus) {
+        MoveDefaultButton();
+    }
+    return dealtWith;
+}
+
+void CDialog::FocusControl(const CWnd& control) const
+{
+    SendMessage(WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control.m_hWnd), TRUE);
+}
+
+// Gives the default style, on which Enter and the button's frame depend, to the push button that has the
+// focus, and to the dialog's own default button (DM_GETDEFID) while the focus is elsewhere.
+void CDialog::MoveDefaultButton() const
+{
+    HWND wanted = ::GetFocus();
+    if (::GetParent(wanted) != m_hWnd || PushButtonCode(wanted) == 0) {
+        wanted = GetDlgItem(LOWORD(SendMessage(DM_GETDEFID)));
+    }
+    for (HWND control = ::GetWindow(m_hWnd, GW_CHILD); control != nullptr;
+         control = ::GetWindow(control, GW_HWNDNEXT)) {
+        const LRESULT other = control == wanted ? DLGC_UNDEFPUSHBUTTON : DLGC_DEFPUSHBUTTON;
+        if (PushButtonCode(control) == other) {
+            const WPARAM style = control == wanted ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON;
+            ::SendMessageW(control, BM_SETSTYLE, style, TRUE);
+        }
+    }
 }
 
 const MessageMap* CDialog::GetMessageMap() const

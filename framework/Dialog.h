@@ -18,9 +18,15 @@ public:
     // Makes the dialog modeless and shows it as its template says. False on failure.
     bool Create();
 
+    // Leaves the dialog's messages to the dialog manager (IsDialogMessage). Enter presses the push button
+    // that has the focus, however the focus came there, and the default button when it is elsewhere.
     bool PreTranslateMessage(MSG& message) override;
 
 protected:
+    // Gives the focus to a control of the dialog, and the default button's frame to where it then belongs
+    // (WM_NEXTDLGCTL).
+    void FocusControl(const CWnd& control) const;
+
     [[nodiscard]] const MessageMap* GetMessageMap() const override;
     bool OnCommand(WPARAM wParam, LPARAM lParam) override;
 
@@ -42,6 +48,7 @@ private:
     void OnSysColorChange();
     static INT_PTR CALLBACK DialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     bool CreateFromTemplate(HWND owner);
+    void MoveDefaultButton() const;
     [[nodiscard]] HWND FindOwner() const;
     void RunModalLoop();
 

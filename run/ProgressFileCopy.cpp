@@ -49,7 +49,7 @@ void CProgressFileCopy::EnableCancel(bool enable)
 {
     m_wndCancel.EnableWindow(enable);
     if (enable && GetActiveWindow() == m_hWnd) {
-        m_wndCancel.SetFocus();
+        FocusControl(m_wndCancel);
     }
 }
 

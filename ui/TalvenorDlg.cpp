@@ -388,7 +388,7 @@ void CTalvenorDlg::MarkListChanged(bool on)
 
 void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
 {
-    m_wndList.SetFocus();
+    FocusControl(m_wndList);
     m_wndList.FillConverted(mapFile.m_lstEntries);
 }
 
@@ -697,7 +697,7 @@ void CTalvenorDlg::TakePickedFiles(const std::wstring& folder, const std::vector
 
 void CTalvenorDlg::OnShowMapFile()
 {
-    m_wndList.SetFocus();
+    FocusControl(m_wndList);
     if (!ShowMapFileContents()) {
         ShowMessage(kMapFileMissingLead.Current() + MapFilePath(m_strSourceDir) +
                     kMapFileMissingClosing.Current());
@@ -729,7 +729,7 @@ void CTalvenorDlg::OnDeleteSelected()
         ShowViewStatus(false);
         MarkListChanged(true);
     }
-    m_wndList.SetFocus();
+    FocusControl(m_wndList);
 }
 
 void CTalvenorDlg::DeleteSelectedRows() const
@@ -753,7 +753,7 @@ void CTalvenorDlg::OnSelectNone()
 
 void CTalvenorDlg::SelectAllRows(bool select)
 {
-    m_wndList.SetFocus();
+    FocusControl(m_wndList);
     m_wndList.SetItemState(-1, select ? LVIS_SELECTED : 0, LVIS_SELECTED);  // -1: every row
 }
 
@@ -767,13 +767,13 @@ void CTalvenorDlg::OnMarkForConversion()
             m_wndList.MarkPending(row);
         }
     }
-    m_wndList.SetFocus();
+    FocusControl(m_wndList);
 }
 
 void CTalvenorDlg::OnStart()
 {
     const CMainWindowBack back(*this);
-    m_wndList.SetFocus();
+    FocusControl(m_wndList);
     if (m_wndList.GetItemCount() == 0) {
         return;
     }

@@ -294,6 +294,25 @@ TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
     EXPECT_FALSE(PathExists(m_library.MappedPath()));
 }
 
+TEST_F(MainDialogTest, PressesTheClickedButtonAgainWithEnter)
+{
+    AddThreeParts();
+    const CProgramUnderTest program;
+    const auto cancelPicker = [&] {
+        const HWND picker = WaitFor([&] { return WindowShowing(program, expected::kPickFolder.Current()); });
+        ASSERT_NE(nullptr, picker) << ToUtf8(DescribeScreen(program.ProcessId()));
+        ASSERT_TRUE(WaitFor([&] { return FocusOf(picker) != nullptr; }));
+        PressKeys({VK_ESCAPE});
+        program.WaitForRest();
+        program.WaitForFocus(IDC_BROWSE);
+    };
+    program.Click(IDC_BROWSE);
+    cancelPicker();
+    PressKeys({VK_RETURN});
+    cancelPicker();
+    EXPECT_FALSE(PathExists(m_library.MappedPath())) << "no run has started";
+}
+
 TEST_F(MainDialogTest, DeletesSelectedRowsWithTheDeleteKey)
 {
     AddThreeParts();

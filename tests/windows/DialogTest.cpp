@@ -250,6 +250,50 @@ TEST_F(DialogTest, EnterPressesTheDefaultButton)
     EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "ok"}));
 }
 
+// Whether a button wears the frame of the one that Enter presses.
+bool IsDefault(HWND button)
+{
+    return (SendMessageW(button, WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON) != 0;
+}
+
+TEST_F(DialogTest, EnterPressesThePushButtonThatHasTheFocus)
+{
+    m_dialog.m_steps = {[&] {
+                            ::SetFocus(m_dialog.GetDlgItem(IDCANCEL));
+                            ::PostMessageW(m_dialog.GetDlgItem(IDCANCEL), WM_KEYDOWN, VK_RETURN, 1);
+                        },
+                        [] {}, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
+    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
+}
+
+TEST_F(DialogTest, TheDefaultButtonFollowsTheMouse)
+{
+    const auto expectDefault = [this](int wanted) {
+        for (const int id : {IDOK, IDCANCEL}) {
+            EXPECT_EQ(IsDefault(m_dialog.GetDlgItem(id)), id == wanted) << id;
+        }
+    };
+    // Released beside the control, the mouse presses nothing.
+    const auto press = [](HWND control) {
+        ::PostMessageW(control, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(3, 3));
+        ::PostMessageW(control, WM_LBUTTONUP, 0, MAKELPARAM(-9, -9));
+    };
+    m_dialog.m_steps = {[&] { press(m_dialog.GetDlgItem(IDCANCEL)); },
+                        [&] {
+                            EXPECT_EQ(GetFocus(), m_dialog.GetDlgItem(IDCANCEL));
+                            expectDefault(IDCANCEL);
+                            press(m_dialog.m_edit.m_hWnd);
+                        },
+                        [&] {
+                            EXPECT_EQ(GetFocus(), m_dialog.m_edit.m_hWnd);
+                            expectDefault(IDOK);
+                            PressKey(m_dialog.m_edit, VK_RETURN);
+                        },
+                        [] {}, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), IDOK);
+}
+
 TEST_F(DialogTest, EscapeCancels)
 {
     m_dialog.m_steps = {[&] { PressKey(m_dialog.m_edit, VK_ESCAPE); }, [] {}, [] {}};

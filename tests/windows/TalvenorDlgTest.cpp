@@ -358,6 +358,33 @@ protected:
         m_dialog->SendMessage(WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(Item(id)));
     }
 
+    // Clicks a control with the mouse.
+    void Click(int id) const
+    {
+        PostMessageW(Item(id), WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(3, 3));
+        PostMessageW(Item(id), WM_LBUTTONUP, 0, MAKELPARAM(3, 3));
+        DrainMessages();
+    }
+    static void PressEnter()
+    {
+        PostMessageW(GetFocus(), WM_KEYDOWN, VK_RETURN, 1);
+        DrainMessages();
+    }
+
+    // The button that wears the frame of the one that Enter presses; 0 when it is not exactly one.
+    [[nodiscard]] int DefaultButton() const
+    {
+        int found = 0;
+        int count = 0;
+        for (const HWND control : Descendants(m_dialog->m_hWnd)) {
+            if ((SendMessageW(control, WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON) != 0) {
+                found = GetDlgCtrlID(control);
+                ++count;
+            }
+        }
+        return count == 1 ? found : 0;
+    }
+
     // Types a folder and goes on to another control.
     void TypeFolder(const std::wstring& folder, int nextControl = IDC_LIST) const
     {
@@ -855,6 +882,20 @@ TEST_P(FolderPickerTest, TheSameFolderIsLoadedAgainWithoutAQuestion)
     });
 }
 
+TEST_P(FolderPickerTest, EnterOpensItAgain)
+{
+    AddThreeParts();
+    Run([this] {
+        const CDialogUser user(&Cancel);
+        Click(IDC_BROWSE);
+        EXPECT_EQ(user.m_opened, 1);
+        EXPECT_EQ(GetFocus(), Item(IDC_BROWSE));
+        PressEnter();
+        EXPECT_EQ(user.m_opened, 2);
+    });
+    EXPECT_FALSE(std::filesystem::exists(m_parts + L"\\Mapped")) << "no run started";
+}
+
 TEST_P(FolderPickerTest, ACancelChangesNothing)
 {
     AddThreeParts();
@@ -1153,6 +1194,59 @@ TEST_P(TalvenorDlgTest, ATemplateIsAppliedToTheSelectedRows)
         EXPECT_EQ(Rows(),
                   (Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one", L"N_ISO_2_b.sldprt > 2_b.sldprt > b-2 *"}));
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
+    });
+}
+
+// Enter
+
+TEST_P(TalvenorDlgTest, EnterPressesTheButtonThatWasClickedAndElsewhereTheDefaultOne)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+    m_answer = IDNO;
+    Run([this] {
+        const Texts removeAll{RemoveAllQuestion()};
+        const Texts overwrite{OverwriteQuestion(m_parts + L"\\Mapped")};
+        Click(IDC_REMOVE_ALL);
+        EXPECT_EQ(TakeBoxes(), removeAll);
+        EXPECT_EQ(DefaultButton(), IDC_REMOVE_ALL);
+        PressEnter();
+        EXPECT_EQ(TakeBoxes(), removeAll);
+        Click(IDC_COPY_ONLY);
+        EXPECT_EQ(GetFocus(), Item(IDC_COPY_ONLY));
+        EXPECT_EQ(DefaultButton(), IDC_START);
+        PressEnter();
+        EXPECT_EQ(TakeBoxes(), overwrite);
+        // A program, a screen reader for instance, gives the focus to a button past the dialog manager.
+        SetFocus(Item(IDC_REMOVE_ALL));
+        PressEnter();
+        EXPECT_EQ(TakeBoxes(), removeAll);
+        SetFocus(Item(IDC_LIST));
+        PressEnter();
+        EXPECT_EQ(TakeBoxes(), overwrite);
+        PostMessageW(Item(IDC_LIST), WM_KEYDOWN, VK_TAB, 1);
+        DrainMessages();
+        EXPECT_EQ(GetFocus(), Item(IDC_ADD));
+        EXPECT_EQ(DefaultButton(), IDC_ADD);
+        List().PostMessage(WM_VSCROLL, SB_LINEDOWN);  // scrolling takes the focus to the list
+        DrainMessages();
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        EXPECT_EQ(DefaultButton(), IDC_START);
+    });
+}
+
+TEST_P(TalvenorDlgTest, ACommandThatGoesToTheListTakesTheDefaultButtonAlong)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+    m_answer = IDNO;
+    Run([this] {
+        for (const int id :
+             {IDC_SELECT_ALL, IDC_MARK, IDC_SHOW_MAP, IDC_SELECT_NONE, IDC_DELETE, IDC_START}) {
+            Click(IDC_REMOVE_ALL);
+            EXPECT_EQ(DefaultButton(), IDC_REMOVE_ALL);
+            Command(id);
+            EXPECT_EQ(GetFocus(), Item(IDC_LIST)) << id;
+            EXPECT_EQ(DefaultButton(), IDC_START) << id;
+        }
     });
 }
 
