@@ -183,7 +183,7 @@ LRESULT CConvList::OnLButtonDblClk(WPARAM, LPARAM lParam)
 
 LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
 {
-    SetFocus();  // ends an open edit before the menu comes
+    EndEdit();  // before the menu comes
     POINT point{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
     const std::optional<int> column = ColumnAt(point.x);
     if (!column) {
@@ -224,11 +224,13 @@ void CConvList::OnInPlaceListClosed()
     }
 }
 
-// The columns are about to move below an open edit, which ends it.
+// The columns are about to move below an open edit, which ends it. A message box about its text takes the
+// release of the mouse button: a drag that began behind it would follow the mouse until the next click.
 LRESULT CConvList::OnHeaderBeginDrag(NMHDR&)
 {
-    SetFocus();
-    return Default();
+    const bool wasHeld = IsDown(VK_LBUTTON);
+    EndEdit();
+    return wasHeld && !IsDown(VK_LBUTTON) ? TRUE : Default();
 }
 
 // A width outside the limits is refused.

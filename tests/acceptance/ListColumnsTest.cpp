@@ -231,4 +231,19 @@ TEST_F(ListColumnsTest, EndAnOpenEditWhenTheyAreDragged)
     EXPECT_EQ(nullptr, program.List().Editor());
 }
 
+TEST_F(ListColumnsTest, DoNotFollowTheMouseBehindAMessageAboutTheOpenEdit)
+{
+    m_library.WriteMapFile("a ; A.sldprt ; 1\nb ; B.sldprt ; 2\nc ; C.sldprt ; 3\n");
+    const CProgramUnderTest program;
+    OpenEditor(program, 1, 1);
+    TypeOver(program, L"A");
+    const POINT divider = program.List().DividerPosition(0);
+    Drag(divider, {divider.x + 40, divider.y});
+    ExpectMessage(program, expected::kNameTaken.Current());
+    WaitForNoEditor(program);
+    program.Click(IDC_SELECT_ALL);  // the mouse has moved a long way when the rows are selected
+    WaitForSelection(program, {0, 1, 2});
+    EXPECT_EQ(175, program.List().ColumnWidth(0));
+}
+
 }  // namespace

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
 #include "framework/Handles.h"
 #include "tests/windows/ConvListScopes.h"
+#include "tests/windows/FakeAutomation.h"
 
 // The columns in the user's hands: their widths, their order, and their lines below the rows.
 
@@ -75,6 +77,43 @@ TEST(ConvListHeader, OtherChangesOfAColumnAreNotRefused)
     ASSERT_TRUE(SendMessageW(window.m_list.GetHeader(), HDM_GETITEMW, 1, reinterpret_cast<LPARAM>(&item)));
     EXPECT_EQ(read, text);
     EXPECT_EQ(window.m_list.GetColumnWidth(1), 175);
+}
+
+// A message box comes up because the editor that the drag ends holds another row's name.
+
+void LetGo(int key)
+{
+    std::array<BYTE, 256> state{};
+    GetKeyboardState(state.data());
+    state[static_cast<std::size_t>(key)] = 0;
+    SetKeyboardState(state.data());
+}
+
+TEST(ConvListHeader, ADragWhoseButtonAMessageHasUsedUpDoesNotBegin)
+{
+    CListWindow window;
+    const CHeldKeys button{VK_LBUTTON};
+    const CFakeUser user([] {
+        LetGo(VK_LBUTTON);
+        return IDOK;
+    });
+    window.m_list.EditCell(1, 1);
+    window.Retype(L"M2");
+    DragFirstColumn(window, {200});
+    EXPECT_EQ(user.m_boxes.size(), 1U);
+    EXPECT_EQ(window.m_list.GetColumnWidth(0), 175);
+}
+
+TEST(ConvListHeader, ADragWhoseButtonIsStillDownBehindAMessageGoesOn)
+{
+    CListWindow window;
+    const CHeldKeys button{VK_LBUTTON};
+    const CFakeUser user([] { return IDOK; });
+    window.m_list.EditCell(1, 1);
+    window.Retype(L"M2");
+    DragFirstColumn(window, {200});
+    EXPECT_EQ(user.m_boxes.size(), 1U);
+    EXPECT_EQ(window.m_list.GetColumnWidth(0), 200);
 }
 
 // The area below the rows that has to be drawn again.

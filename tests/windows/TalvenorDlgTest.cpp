@@ -516,7 +516,13 @@ protected:
                             L"N_ISO_3_c.sldprt > 3_c.sldprt > c-3 *"};
     CWorked<CTalvenorDlg>* m_dialog = nullptr;
     int m_answer = IDOK;
-    CFakeUser m_answers{[this] { return m_answer; }};
+    std::function<void()> m_onBox;  // what happens while a box is open
+    CFakeUser m_answers{[this] {
+        if (m_onBox) {
+            m_onBox();
+        }
+        return m_answer;
+    }};
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, TalvenorDlgTest,
@@ -701,6 +707,58 @@ TEST_P(TalvenorDlgTest, NoButtonWorksOnTheOldFolderWhileTheFieldShowsARefusedOne
         Command(IDC_SELECT_ALL);
         EXPECT_EQ(TakeBoxes(), Texts{});
         EXPECT_EQ(SelectedCount(), 3);
+    });
+}
+
+// What comes up is noted. A message takes the release of the button for which the list waits; the list then
+// sees the mouse go elsewhere.
+TEST_P(TalvenorDlgTest, ARightClickReportsARefusedFolderOnce)
+{
+    AddThreeParts();
+    Run([this] {
+        Texts events;
+        m_onBox = [&] {
+            events.emplace_back(L"message");
+            DrainMessages();
+            List().PostMessage(WM_MOUSEMOVE, 0, MAKELPARAM(500, 100));
+        };
+        HWND menu = nullptr;
+        const CTimerScope user(20, [&] {
+            const HWND open = FindWindowW(L"#32768", nullptr);
+            if (open != std::exchange(menu, open) && open != nullptr) {
+                events.emplace_back(L"menu");
+            }
+            EndMenu();
+        });
+        SetFocus(Item(IDC_SOURCE_DIR));
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_folder / L"no such folder");
+        const RECT row = List().GetRowRect(1);
+        for (const auto& [column, expected] :
+             {std::pair{0, Texts{L"message"}}, std::pair{1, Texts{L"menu", L"message"}}}) {
+            List().SendMessage(WM_RBUTTONDOWN, MK_RBUTTON, MAKELPARAM(column * 175 + 20, row.top + 3));
+            DrainMessages();
+            EXPECT_EQ(std::exchange(events, {}), expected) << column;
+            EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
+        }
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_parts);
+        m_onBox = nullptr;
+    });
+}
+
+TEST_P(TalvenorDlgTest, ADragOfAHeaderLeavesTheFocusInTheFolderField)
+{
+    Run([this] {
+        SetFocus(Item(IDC_SOURCE_DIR));
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_folder / L"no such folder");
+        const HWND header = ListView_GetHeader(Item(IDC_LIST));
+        const int width = ListView_GetColumnWidth(Item(IDC_LIST), 0);
+        SendMessageW(header, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(width - 1, 5));
+        SendMessageW(header, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(width + 24, 5));
+        SendMessageW(header, WM_LBUTTONUP, 0, MAKELPARAM(width + 24, 5));
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
+        EXPECT_EQ(ListView_GetColumnWidth(Item(IDC_LIST), 0), width + 25);
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_parts);
     });
 }
 
