@@ -129,6 +129,12 @@ bool IsVolume(std::wstring path)
     return GetVolumeInformationW(path.c_str(), nullptr, 0, nullptr, nullptr, nullptr, nullptr, 0) != FALSE;
 }
 
+// Whether there is anything that the text may name as a folder.
+bool FolderExists(const std::wstring& path)
+{
+    return Exists(path) || IsVolume(path);
+}
+
 bool SameFolder(const std::wstring& left, const std::wstring& right)
 {
     return CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_EQUAL;
@@ -482,12 +488,13 @@ bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
 }
 
 // A button that is pressed by its letter acts although the folder was just refused: it would work on the old
-// folder while the field shows another one. Whoever left the field without correcting it is led back.
+// folder while the field shows another one. Whoever left the field without correcting it is led back. It is
+// the text as it stands now that counts: a program may have corrected it without going through the field.
 bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 {
     const int id = LOWORD(command);
     const bool harmless = id == IDCANCEL || id == IDC_HELP_BUTTON || id == IDC_BROWSE || id == IDC_COPY_ONLY;
-    if (!m_bFolderRefused || harmless || HIWORD(command) != BN_CLICKED) {
+    if (!m_bFolderRefused || harmless || HIWORD(command) != BN_CLICKED || FolderExists(TypedFolder())) {
         return false;
     }
     if (::GetFocus() != m_wndSourceDir.m_hWnd) {
@@ -618,7 +625,7 @@ void CTalvenorDlg::OnSourceDirKillFocus()
         return;
     }
     const CFlagScope checking(m_bCheckingSourceDir);
-    const std::wstring folder = StripFolderInput(m_wndSourceDir.GetWindowText());
+    const std::wstring folder = TypedFolder();
     m_wndSourceDir.SetWindowText(folder);
     m_bFolderRefused = !CheckTypedFolder(folder);
     if (!m_bFolderRefused && !SameFolder(folder, m_strSourceDir)) {
@@ -633,11 +640,16 @@ void CTalvenorDlg::OnSourceDirKillFocus()
     }
 }
 
+std::wstring CTalvenorDlg::TypedFolder() const
+{
+    return StripFolderInput(m_wndSourceDir.GetWindowText());
+}
+
 // Whether the typed folder exists. If not, the user is told and put back into the field, unless the focus is
 // on its way to the button that closes the window.
 bool CTalvenorDlg::CheckTypedFolder(const std::wstring& folder) const
 {
-    if (Exists(folder) || IsVolume(folder)) {
+    if (FolderExists(folder)) {
         return true;
     }
     if (::GetFocus() != GetDlgItem(IDCANCEL)) {

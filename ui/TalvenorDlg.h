@@ -77,6 +77,7 @@ private:
     void OnHelp();
 
     [[nodiscard]] bool NeedsOtherFolder(WPARAM command) const;
+    [[nodiscard]] std::wstring TypedFolder() const;
     [[nodiscard]] bool CheckTypedFolder(const std::wstring& folder) const;
     void RefuseFolder() const;
     void TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names);
@@ -104,5 +105,5 @@ private:
     CDialogLayout m_layout;
     bool m_bRunning = false;            // a conversion run is under way
     bool m_bCheckingSourceDir = false;  // a message about the typed folder is open
-    bool m_bFolderRefused = false;      // the folder field holds a folder that does not exist
+    bool m_bFolderRefused = false;      // the folder field was left with a folder that does not exist
 };

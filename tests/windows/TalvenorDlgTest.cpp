@@ -710,6 +710,32 @@ TEST_P(TalvenorDlgTest, NoButtonWorksOnTheOldFolderWhileTheFieldShowsARefusedOne
     });
 }
 
+// As by a program that fills the field in: nobody leaves the field in between.
+TEST_P(TalvenorDlgTest, ACorrectedFolderLetsTheNextCommandThrough)
+{
+    AddThreeParts();
+    const std::wstring missing = m_folder / L"no such folder";
+    Run([&] {
+        TypeFolder(missing);
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, missing + L", either");
+        Command(IDC_SELECT_ALL);
+        EXPECT_EQ(SelectedCount(), 0);
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "the focus is in the field";
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_parts + L"\\.");
+        Command(IDC_SELECT_ALL);
+        EXPECT_EQ(SelectedCount(), 3);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        TypeFolder(missing);
+        SetFocus(Item(IDCANCEL));
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_parts);
+        Command(IDC_SELECT_NONE);
+        EXPECT_EQ(SelectedCount(), 0);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+    });
+}
+
 // What comes up is noted. A message takes the release of the button for which the list waits; the list then
 // sees the mouse go elsewhere.
 TEST_P(TalvenorDlgTest, ARightClickReportsARefusedFolderOnce)
