@@ -10,7 +10,8 @@ public:
     // The rows stay as they are.
     virtual void ShowViewStatus(bool mapView) = 0;
 
-    // Shows what the map file on disk holds; when it cannot be read, the standard-parts folder's contents.
+    // Shows what the map file on disk holds: nothing when it cannot be read, which the user is told. Without
+    // a map file, the standard-parts folder's contents.
     virtual void ReloadAfterCancel() = 0;
 
 protected:

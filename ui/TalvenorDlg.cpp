@@ -398,6 +398,12 @@ void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
     m_wndList.FillConverted(mapFile.m_lstEntries);
 }
 
+void CTalvenorDlg::ShowMapView(const CFileMisc& mapFile)
+{
+    FillListFromTable(mapFile);
+    ShowViewStatus(true);
+}
+
 // False when there is no map file that can be read; the list stays as it is then.
 bool CTalvenorDlg::ShowMapFileContents()
 {
@@ -406,8 +412,7 @@ bool CTalvenorDlg::ShowMapFileContents()
     if (!state.exists || state.openFailed) {
         return false;
     }
-    FillListFromTable(mapFile);
-    ShowViewStatus(true);
+    ShowMapView(mapFile);
     return true;
 }
 
@@ -426,9 +431,13 @@ void CTalvenorDlg::LoadListForSourceFolder()
     }
 }
 
+// The rows of before would pass for what the map file holds: of one that cannot be read none are shown.
 void CTalvenorDlg::ReloadAfterCancel()
 {
-    if (!ShowMapFileContents()) {
+    CFileMisc mapFile(kGerman);
+    if (mapFile.ReadMapFile(MapFilePath(m_strSourceDir)).exists) {
+        ShowMapView(mapFile);
+    } else {
         m_wndList.DeleteAllItems();
         ShowFolderContents();
     }

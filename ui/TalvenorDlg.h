@@ -45,6 +45,7 @@ private:
     void ReloadAfterCancel() override;
     void MarkListChanged(bool on);
     void FillListFromTable(const CFileMisc& mapFile);
+    void ShowMapView(const CFileMisc& mapFile);
     bool ShowMapFileContents();
     void ShowFolderContents();
     void LoadListForSourceFolder();

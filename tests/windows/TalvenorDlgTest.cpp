@@ -1540,6 +1540,88 @@ TEST_P(BusyDialogTest, NoCommandStartsDuringARun)
     EXPECT_EQ(m_tries, 4);
 }
 
+// The progress dialog of a run; or null.
+HWND FindProgress()
+{
+    HWND found = nullptr;
+    EnumThreadWindows(
+        GetCurrentThreadId(),
+        [](HWND window, LPARAM place) -> BOOL {
+            const bool isIt = GetDlgItem(window, IDC_PROGRESS_FILE) != nullptr;
+            *reinterpret_cast<HWND*>(place) = isIt ? window : nullptr;
+            return isIt ? FALSE : TRUE;
+        },
+        reinterpret_cast<LPARAM>(&found));
+    return found;
+}
+
+// What is shown behind a cancelled run.
+class CancelledRunTest : public BusyDialogTest
+{
+protected:
+    // Cancels a run in its first part and does something while the message about that is open.
+    void RunAndCancel(const std::function<void()>& whileToldSo)
+    {
+        m_application.On(kOpenDocument, [](FakeCall& call) {
+            SendMessageW(FindProgress(), WM_COMMAND, IDCANCEL, 0);
+            return AnswerObject(nullptr)(call);
+        });
+        m_onBox = [&] {
+            if (m_answers.m_boxes.back().text == Cancelled()) {
+                whileToldSo();
+            }
+        };
+        Press(IDC_START);
+        m_onBox = nullptr;
+    }
+    static std::wstring Cancelled()
+    {
+        return In(L"Abbruch durch Benutzer!\n\nEs wurden nicht alle Dateien kopiert.",
+                  L"Canceled by user!\n\nNot all files are copied.");
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, CancelledRunTest,
+                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::PrintToStringParamName());
+
+TEST_P(CancelledRunTest, ShowsTheMapFile)
+{
+    Run([this] {
+        RunAndCancel([] {});
+        EXPECT_EQ(TakeBoxes(), Texts{Cancelled()});
+        EXPECT_EQ(Rows(), Texts{L"N_ISO_1_a.sldprt > 1_a.sldprt > a-1"});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+    });
+}
+
+TEST_P(CancelledRunTest, ShowsAnEmptyMapFileWhenItCannotBeRead)
+{
+    Run([this] {
+        UniqueHandle other;
+        RunAndCancel([&] {
+            other = UniqueHandle(ValidHandle(
+                CreateFileW(m_mapFile.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
+            EXPECT_TRUE(other);
+        });
+        // The reader speaks German whatever the language.
+        EXPECT_EQ(TakeBoxes(), (Texts{Cancelled(), L"FEHLER: Datei '" + m_mapFile +
+                                                       L"' kann nicht zum Lesen geöffnet werden!"}));
+        EXPECT_EQ(Rows(), Texts{});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+    });
+}
+
+TEST_P(CancelledRunTest, ShowsTheFolderWhenTheMapFileIsGone)
+{
+    Run([this] {
+        RunAndCancel([this] { std::filesystem::remove(m_mapFile); });
+        EXPECT_EQ(TakeBoxes(), Texts{Cancelled()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+    });
+}
+
 // The first paint. It comes once in a process: each test of it takes a process of its own.
 
 class FirstPaintTest : public TalvenorDlgTest
