@@ -23,6 +23,9 @@ constexpr LPARAM kDataConverted = 0;
 constexpr UINT kImagePending = 1;
 constexpr UINT kImageConverted = 2;
 
+// The states that move with a row.
+constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
+
 // A hand-edited file name gets this extension in every row: the table is built from part files.
 constexpr const wchar_t* kEditedExtension = L"sldprt";
 
@@ -55,21 +58,6 @@ constexpr Text kAddedNameTakenClosing{
     L"\" wird übergangen.\n\nSind mehrere Dateien betroffen, so wird diese Fehlermeldung nicht erneut "
     L"angezeigt.",
     L"\" is skipped.\n\nThis error message will be skipped for all following failures."};
-
-// A message that is shown at most once in an operation.
-class COnceMessage
-{
-public:
-    void Show(const std::wstring& text)
-    {
-        if (!std::exchange(m_bShown, true)) {
-            ShowMessage(text);
-        }
-    }
-
-private:
-    bool m_bShown = false;
-};
 
 // Writes the name's sort key into the bytes, or only measures it when `size` is 0. The key's size in bytes; 0
 // when there is no room for it.
@@ -139,43 +127,55 @@ bool StandsBefore(const NewRow& left, const NewRow& right)
     return *left.original < *right.original;
 }
 
-// Makes the rows for new files: asks two sets where asking the list view for each name would take quadratic
+}  // namespace
+
+// A row with all that moves when the table is sorted.
+struct CConversionTable::Row
+{
+    UTtab_entry texts;
+    LPARAM data = 0;
+    UINT state = 0;
+};
+
+// Puts new files into the table. Asks two sets where asking the list view for each name would take quadratic
 // time.
-class CNewRows
+class CConversionTable::NewFiles
 {
 public:
     // `expected`: how many files will be added at most.
-    CNewRows(const CConversionTable& table, std::size_t expected)
-        : m_strFileTemplate(TemplateOrDefault(kColumnRenamed))
+    NewFiles(CConversionTable& table, std::size_t expected)
+        : m_table(table)
+        , m_strFileTemplate(TemplateOrDefault(kColumnRenamed))
         , m_strBomTemplate(TemplateOrDefault(kColumnBomName))
     {
-        const int count = table.GetItemCount();
-        MakeRoom(m_originals, static_cast<std::size_t>(count) + expected);
-        MakeRoom(m_newNames, static_cast<std::size_t>(count) + expected);
+        const std::size_t most = static_cast<std::size_t>(table.GetItemCount()) + expected;
+        MakeRoom(m_originals, most);
+        MakeRoom(m_newNames, most);
         m_rows.reserve(expected);
-        for (int row = 0; row < count; ++row) {
-            m_originals.insert(SearchKey(table.GetItemText(row, kColumnOriginal), m_memory));
-            m_newNames.insert(Kept(std::wstring_view(table.GetItemText(row, kColumnRenamed)), m_memory));
-        }
+        ReadNames();
     }
 
     // The name must stay where it is.
     void Add(const std::wstring& original)
     {
-        const auto [key, isNew] = m_originals.insert(SearchKey(original, m_memory));
-        if (isNew && !MakeRow(original)) {
-            m_originals.erase(key);
+        const std::string_view key = SearchKey(original, m_memory);
+        if (!m_originals.contains(key) && MakeRow(original)) {
+            m_originals.insert(key);
         }
     }
 
-    // The rows made so far in the table's order, so that an empty table needs no further sorting. No two of
-    // them have the same original name.
-    std::vector<NewRow>& Sorted()
+    // Ends the adding: the table is sorted. Rows that go into an empty table in its order need no further
+    // sorting.
+    void Finish()
     {
-        if (!std::ranges::is_sorted(m_rows, StandsBefore)) {
-            std::ranges::sort(m_rows, StandsBefore);
+        const bool sortFirst = m_table.GetItemCount() == 0;
+        if (sortFirst && !std::ranges::is_sorted(m_rows, StandsBefore)) {
+            std::ranges::sort(m_rows, StandsBefore);  // no two of them have the same original name
         }
-        return m_rows;
+        InsertRows();
+        if (!sortFirst) {
+            m_table.SortTextItems(kColumnOriginal, true, 0, -1);
+        }
     }
 
 private:
@@ -189,6 +189,16 @@ private:
         names.reserve(count);
     }
 
+    void ReadNames()
+    {
+        m_originals.clear();
+        m_newNames.clear();
+        for (int row = 0; row < m_table.GetItemCount(); ++row) {
+            m_originals.insert(SearchKey(m_table.GetItemText(row, kColumnOriginal), m_memory));
+            m_newNames.insert(Kept(std::wstring_view(m_table.GetItemText(row, kColumnRenamed)), m_memory));
+        }
+    }
+
     // False when the file gets no row.
     bool MakeRow(const std::wstring& original)
     {
@@ -197,13 +207,15 @@ private:
         if (!EnsureExtension(m_strNewName, m_values.strExt)) {
             return false;
         }
-        if (SanitizeFileName(m_strNewName) > 0) {
-            m_forbiddenCharacters.Show(kForbiddenCharacters.Current());
+        if (SanitizeFileName(m_strNewName) > 0 && !std::exchange(m_bForbiddenShown, true)) {
+            ShowOverRows(kForbiddenCharacters.Current());
         }
         const std::wstring_view newName = Kept(std::wstring_view(m_strNewName), m_memory);
         if (!m_newNames.insert(newName).second) {
-            m_nameTaken.Show(kAddedNameTakenLead.Current() + original + L" -> " + m_strNewName +
+            if (!std::exchange(m_bTakenShown, true)) {
+                ShowOverRows(kAddedNameTakenLead.Current() + original + L" -> " + m_strNewName +
                              kAddedNameTakenClosing.Current());
+            }
             return false;
         }
         ExpandTemplate(m_strBomName, m_strBomTemplate, m_values);
@@ -211,6 +223,30 @@ private:
         return true;
     }
 
+    // Shows a message above the rows made so far. Another program may change names while the box is open.
+    void ShowOverRows(const std::wstring& message)
+    {
+        InsertRows();
+        ShowMessage(message);
+        ReadNames();
+    }
+
+    // Puts the rows made since the last call behind the others.
+    void InsertRows()
+    {
+        if (m_rows.empty()) {
+            return;
+        }
+        const CRedrawPause pause(m_table);
+        int row = m_table.GetItemCount();
+        m_table.SetItemCount(row + static_cast<int>(m_rows.size()));
+        for (const NewRow& each : m_rows) {
+            m_table.InsertRow(row++, each.original->c_str(), each.renamed.data(), each.bomName.data(), true);
+        }
+        m_rows.clear();
+    }
+
+    CConversionTable& m_table;
     std::wstring m_strFileTemplate;
     std::wstring m_strBomTemplate;
     // Of the row in hand; members, as they keep their room.
@@ -224,111 +260,116 @@ private:
         *m_maker.new_object<std::pmr::unordered_set<std::string_view>>();
     std::pmr::unordered_set<std::wstring_view>& m_newNames =
         *m_maker.new_object<std::pmr::unordered_set<std::wstring_view>>();
-    std::vector<NewRow> m_rows;
-    COnceMessage m_forbiddenCharacters;
-    COnceMessage m_nameTaken;
+    std::vector<NewRow> m_rows;  // not in the table yet
+    bool m_bForbiddenShown = false;
+    bool m_bTakenShown = false;
 };
 
-// What a template makes of one cell.
-enum class Outcome
-{
-    unchanged,
-    changed,
-    unusable  // ends the whole operation
-};
-
-// Applies a column's template to one row after the other.
-class CTemplateApplication
+// Applies a column's template to one row after the other. The list view is redrawn and the parent told before
+// a message comes up and at the end, not for each row.
+class CConversionTable::TemplateApplication
 {
 public:
-    CTemplateApplication(const CConversionTable& table, int column) : m_nColumn(column)
+    TemplateApplication(CConversionTable& table, int column) : m_table(table), m_nColumn(column)
     {
-        for (int row = 0; column == kColumnRenamed && row < table.GetItemCount(); ++row) {
-            ++m_newNames[table.GetItemText(row, kColumnRenamed)];
-        }
+        ReadNames();
     }
+    TemplateApplication(const TemplateApplication&) = delete;
+    TemplateApplication& operator=(const TemplateApplication&) = delete;
+    ~TemplateApplication() { Settle(); }
 
-    // `text`: the cell's text, replaced by the new one when the outcome is "changed".
-    Outcome Apply(const std::wstring& original, std::wstring& text)
+    // False when the row, which stays as it is, ends the whole operation.
+    bool Apply(int row)
     {
         // The template is read for each row anew: a change made meanwhile counts from the next row on.
         const std::optional<std::wstring> columnTemplate = ReadTemplate(m_nColumn);
         if (!columnTemplate) {
-            return Outcome::unusable;
+            return false;
         }
-        const PartNameValues values = Diverses::SplitPartName(original);
-        std::wstring newText = ExpandTemplate(*columnTemplate, values);
-        if (m_nColumn == kColumnRenamed && !AcceptFileName(newText, text, values.strExt)) {
-            return Outcome::unusable;
+        const PartNameValues values = Diverses::SplitPartName(m_table.GetItemText(row, kColumnOriginal));
+        const std::wstring newText = ExpandTemplate(*columnTemplate, values);
+        if (m_nColumn == kColumnRenamed) {
+            return ApplyFileName(row, newText, values.strExt);
         }
-        // A file name that differs in letter case only stays as it is; that is meant.
-        const bool same =
-            m_nColumn == kColumnRenamed ? EqualIgnoringFileCase(newText, text) : newText == text;
-        if (same) {
-            return Outcome::unchanged;
+        if (newText != m_table.GetItemText(row, m_nColumn)) {
+            SetText(row, newText);
         }
-        text = std::move(newText);
-        return Outcome::changed;
-    }
-
-    // Keeps the names that Apply asks in step with the table.
-    void Rename(const std::wstring& oldName, const std::wstring& newName)
-    {
-        --m_newNames[oldName];
-        ++m_newNames[newName];
+        return true;
     }
 
 private:
-    // False when there is no usable name. A name that another row has is replaced by the row's old one.
-    bool AcceptFileName(std::wstring& newName, const std::wstring& oldName, const std::wstring& extension)
+    // A name that another row has is not taken.
+    bool ApplyFileName(int row, std::wstring newName, const std::wstring& extension)
     {
         if (!EnsureExtension(newName, extension)) {
             return false;
         }
         if (SanitizeFileName(newName) > 0) {
-            m_forbiddenCharacters.Show(kForbiddenCharacters.Current());
+            ShowOnce(m_bForbiddenShown, kForbiddenCharacters);
         }
+        const std::wstring oldName = m_table.GetItemText(row, kColumnRenamed);
         const auto taken = m_newNames.find(newName);
         if (newName != oldName && taken != m_newNames.end() && taken->second > 0) {
-            newName = oldName;
-            m_nameTaken.Show(kGeneratedNameTaken.Current());
+            ShowOnce(m_bTakenShown, kGeneratedNameTaken);
+        } else if (!EqualIgnoringFileCase(newName, oldName)) {  // a change of letter case alone is not made
+            --m_newNames[oldName];
+            ++m_newNames[newName];
+            SetText(row, newName);
         }
         return true;
     }
 
+    void SetText(int row, const std::wstring& text)
+    {
+        if (!m_pause) {
+            m_pause.emplace(m_table);
+        }
+        m_table.SetItemText(row, m_nColumn, text);
+        m_table.MarkPending(row);
+    }
+
+    // Brings what was changed so far to the screen, and the news to the parent.
+    void Settle()
+    {
+        if (m_pause) {
+            m_pause.reset();
+            m_table.TellParent();
+        }
+    }
+
+    // Another program may change names while the box is open.
+    void ShowOnce(bool& shown, const Text& message)
+    {
+        if (!std::exchange(shown, true)) {
+            Settle();
+            ShowMessage(message.Current());
+            ReadNames();
+        }
+    }
+
+    void ReadNames()
+    {
+        m_newNames.clear();
+        for (int row = 0; m_nColumn == kColumnRenamed && row < m_table.GetItemCount(); ++row) {
+            ++m_newNames[m_table.GetItemText(row, kColumnRenamed)];
+        }
+    }
+
+    CConversionTable& m_table;
     int m_nColumn;
     std::unordered_map<std::wstring, int> m_newNames;  // how many rows have the name
-    COnceMessage m_forbiddenCharacters;
-    COnceMessage m_nameTaken;
-};
-
-}  // namespace
-
-// A row with all that moves when the table is sorted.
-struct CConversionTable::Row
-{
-    UTtab_entry texts;
-    LPARAM data = 0;
-    UINT state = 0;
+    std::optional<CRedrawPause> m_pause;               // since the first change that is not told yet
+    bool m_bForbiddenShown = false;
+    bool m_bTakenShown = false;
 };
 
 void CConversionTable::AddFiles(const std::vector<std::wstring>& fileNames)
 {
-    CNewRows newRows(*this, fileNames.size());
+    NewFiles files(*this, fileNames.size());
     for (const std::wstring& name : fileNames) {
-        newRows.Add(name);
+        files.Add(name);
     }
-    const std::vector<NewRow>& rows = newRows.Sorted();
-    const CRedrawPause pause(*this);
-    const int before = GetItemCount();
-    SetItemCount(before + static_cast<int>(rows.size()));
-    int row = before;
-    for (const NewRow& newRow : rows) {
-        InsertRow(row++, newRow.original->c_str(), newRow.renamed.data(), newRow.bomName.data(), true);
-    }
-    if (before > 0) {
-        SortTextItems(kColumnOriginal, true, 0, -1);
-    }
+    files.Finish();
 }
 
 void CConversionTable::FillConverted(const CList<UTtab_entry, UTtab_entry&>& entries)
@@ -376,51 +417,33 @@ void CConversionTable::SortTextItems(int column, bool ascending, int low, int hi
         return;
     }
     std::ranges::stable_sort(order, before);
-    std::vector<Row> rows;
-    rows.reserve(order.size());
-    for (const auto& [text, row] : order) {
-        rows.push_back(ReadRow(row));
+    // Many rows often stand where they belong: only the others are read and written.
+    std::vector<std::pair<int, Row>> moved;
+    for (int place = low; const auto& [text, row] : order) {
+        if (row != place) {
+            moved.emplace_back(place, ReadRow(row));
+        }
+        ++place;
     }
     const CRedrawPause pause(*this);
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const int row = low + static_cast<int>(i);
-        if (order[i].second != row) {
-            WriteRow(row, rows[i]);
-        }
+    for (const auto& [place, row] : moved) {
+        WriteRow(place, row);
     }
 }
 
 void CConversionTable::ApplyTemplate(int column)
 {
-    CTemplateApplication application(*this, column);
-    std::vector<std::pair<int, std::wstring>> changes;  // rows and their new texts
-    for (int row = GetNextItem(-1, LVNI_SELECTED); row != -1; row = GetNextItem(row, LVNI_SELECTED)) {
-        const std::wstring oldText = GetItemText(row, column);
-        std::wstring text = oldText;
-        const Outcome outcome = application.Apply(GetItemText(row, kColumnOriginal), text);
-        if (outcome == Outcome::unusable) {
-            break;
-        }
-        if (outcome == Outcome::changed) {
-            application.Rename(oldText, text);
-            changes.emplace_back(row, std::move(text));
-        }
-    }
-    if (!changes.empty()) {
-        SetTexts(column, changes);
-        ::PostMessageW(::GetParent(m_hWnd), WM_LISTCHANGED, 0, 0);
+    TemplateApplication application(*this, column);
+    int row = GetNextItem(-1, LVNI_SELECTED);
+    while (row != -1 && application.Apply(row)) {
+        row = GetNextItem(row, LVNI_SELECTED);
     }
 }
 
-// Sets texts of the column and marks their rows pending; all at once, since the list does not redraw
-// meanwhile and no message box may come up above it.
-void CConversionTable::SetTexts(int column, const std::vector<std::pair<int, std::wstring>>& changes) const
+// The message is posted: what it sets off at the parent must not come into the middle of an operation.
+void CConversionTable::TellParent() const
 {
-    const CRedrawPause pause(*this);
-    for (const auto& [row, text] : changes) {
-        SetItemText(row, column, text);
-        MarkPending(row);
-    }
+    ::PostMessageW(::GetParent(m_hWnd), WM_LISTCHANGED, 0, 0);
 }
 
 LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* newText)
@@ -441,7 +464,7 @@ LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* new
     }
     SetItemText(row, column, text);
     MarkPending(row);
-    ::PostMessageW(::GetParent(m_hWnd), WM_LISTCHANGED, 0, 0);
+    TellParent();
     if (column == kColumnOriginal) {
         SortTextItems(kColumnOriginal, true, 0, -1);
     }
@@ -521,16 +544,24 @@ void CConversionTable::InsertRow(int row, const wchar_t* original, const wchar_t
 
 CConversionTable::Row CConversionTable::ReadRow(int row) const
 {
-    constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
-    return {GetRow(row), GetItemData(row), GetItemState(row, kMovingStates)};
+    LVITEMW item{};
+    item.mask = LVIF_PARAM | LVIF_STATE;
+    item.iItem = row;
+    item.stateMask = kMovingStates;
+    GetItem(item);
+    return {GetRow(row), item.lParam, item.state};
 }
 
 void CConversionTable::WriteRow(int row, const Row& content) const
 {
-    constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
-    SetItemText(row, kColumnOriginal, content.texts.strOriginal);
+    LVITEMW item{};
+    item.mask = LVIF_TEXT | LVIF_PARAM | LVIF_STATE;
+    item.iItem = row;
+    item.pszText = const_cast<wchar_t*>(content.texts.strOriginal.c_str());
+    item.lParam = content.data;
+    item.state = content.state;
+    item.stateMask = kMovingStates;
+    SetItem(item);
     SetItemText(row, kColumnRenamed, content.texts.strRenamed);
     SetItemText(row, kColumnBomName, content.texts.strBomName);
-    SetItemData(row, content.data);
-    SetItemState(row, content.state, kMovingStates);
 }

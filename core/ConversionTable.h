@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "core/UTtabEntry.h"
@@ -21,7 +20,8 @@ class CConversionTable : public CListCtrl
 public:
     // Adds a pending row with generated names for each file name (no folder) that column 0 does not hold yet,
     // letter case ignored, then sorts. A name that the rules reject is skipped; the forbidden-characters
-    // message and the collision message are shown at most once.
+    // message and the collision message are shown at most once, with the rows made so far in the table, in
+    // the order of the names, behind the others.
     void AddFiles(const std::vector<std::wstring>& fileNames);
 
     // Replaces all rows by the entries, marked converted, in the entries' order.
@@ -36,8 +36,9 @@ public:
     // Marks and selection move with their rows.
     void SortTextItems(int column, bool ascending, int low, int high);
 
-    // Generates the column (1 or 2) anew for the selected rows. Rows that change become pending, and the
-    // parent is told once. Ends silently when the template is missing or yields no usable file name.
+    // Generates the column (1 or 2) anew for the selected rows, one after the other. Rows that change become
+    // pending, and the parent is told: at the end, and of what is done so far before a message comes up. Ends
+    // silently when the template is missing or yields no usable file name.
     void ApplyTemplate(int column);
 
     // Takes a hand edit of a cell; null when the user cancelled it. The cell changes only through this call:
@@ -55,9 +56,11 @@ public:
 
 private:
     struct Row;
+    class NewFiles;
+    class TemplateApplication;
 
     void Mark(int row, bool pending) const;
-    void SetTexts(int column, const std::vector<std::pair<int, std::wstring>>& changes) const;
+    void TellParent() const;
     void InsertRow(int row, const wchar_t* original, const wchar_t* renamed, const wchar_t* bomName,
                    bool pending) const;
     [[nodiscard]] Row ReadRow(int row) const;

@@ -140,17 +140,8 @@ LPARAM CListCtrl::GetItemData(int row) const
     LVITEMW item{};
     item.mask = LVIF_PARAM;
     item.iItem = row;
-    Ask(LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    GetItem(item);
     return item.lParam;
-}
-
-void CListCtrl::SetItemData(int row, LPARAM data) const
-{
-    LVITEMW item{};
-    item.mask = LVIF_PARAM;
-    item.iItem = row;
-    item.lParam = data;
-    Ask(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
 }
 
 void CListCtrl::SetItemState(int row, UINT state, UINT mask) const

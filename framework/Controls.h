@@ -90,6 +90,7 @@ public:
     {
         return static_cast<int>(Ask(LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
     }
+    void GetItem(LVITEMW& item) const { Ask(LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item)); }
     void SetItem(const LVITEMW& item) const { Ask(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item)); }
     [[nodiscard]] int GetColumnCount() const;
     [[nodiscard]] int GetColumnWidth(int column) const { return ListView_GetColumnWidth(m_hWnd, column); }
@@ -110,7 +111,6 @@ public:
         SetItemText(row, column, text.c_str());
     }
     [[nodiscard]] LPARAM GetItemData(int row) const;
-    void SetItemData(int row, LPARAM data) const;
     [[nodiscard]] UINT GetItemState(int row, UINT mask) const
     {
         return static_cast<UINT>(Ask(LVM_GETITEMSTATE, static_cast<WPARAM>(row), mask));

@@ -134,7 +134,11 @@ TEST_F(ListCtrlTest, HoldsDataAndStates)
     Insert(0, L"a");
     Insert(1, L"b");
     EXPECT_EQ(m_list.GetItemData(1), 0);
-    m_list.SetItemData(1, static_cast<LPARAM>(0x123456789));
+    LVITEMW item{};
+    item.mask = LVIF_PARAM;
+    item.iItem = 1;
+    item.lParam = static_cast<LPARAM>(0x123456789);
+    m_list.SetItem(item);
     EXPECT_EQ(m_list.GetItemData(1), static_cast<LPARAM>(0x123456789));
     EXPECT_EQ(m_list.GetItemData(0), 0);
     m_list.SetItemState(1, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);

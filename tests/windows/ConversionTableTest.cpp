@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -108,6 +109,63 @@ protected:
     CMessageRecorder m_messages;
     CPlainWindow m_parent;
     CConversionTable m_table;
+};
+
+LRESULT CALLBACK NoteRedraw(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                            DWORD_PTR redraws)
+{
+    if (message == WM_SETREDRAW) {
+        *reinterpret_cast<bool*>(redraws) = wParam != FALSE;
+    }
+    return DefSubclassProc(window, message, wParam, lParam);
+}
+
+// Tests of what stands in the table while a message box is open above it.
+class OpenMessageTest : public ConversionTableTest
+{
+protected:
+    struct Moment
+    {
+        Texts rows;
+        bool redraws;  // the list view draws what changes
+        int changes;   // how many times the parent was told since the moment before
+
+        bool operator==(const Moment&) const = default;
+        friend void PrintTo(const Moment& moment, std::ostream* stream)
+        {
+            *stream << testing::PrintToString(moment.rows) << (moment.redraws ? "" : ", no redraw, ")
+                    << ", told " << moment.changes;
+        }
+    };
+
+    OpenMessageTest()
+    {
+        SetWindowSubclass(m_table.m_hWnd, &NoteRedraw, kId, reinterpret_cast<DWORD_PTR>(&m_redraws));
+    }
+    ~OpenMessageTest() override { RemoveWindowSubclass(m_table.m_hWnd, &NoteRedraw, kId); }
+
+    [[nodiscard]] Moment Now() const { return {Rows(), m_redraws, TakeChanges()}; }
+
+    // How the table stands when each message of the operation comes up, and at the end. Before a message is
+    // answered, `meanwhile` happens.
+    [[nodiscard]] std::vector<Moment> MomentsOf(
+        const std::function<void()>& operation, const std::function<void()>& meanwhile = [] {}) const
+    {
+        std::vector<Moment> moments;
+        const MessageListener before = SetMessageListener([&](const MessageRequest&) {
+            moments.push_back(Now());
+            meanwhile();
+            return IDOK;
+        });
+        operation();
+        SetMessageListener(before);
+        moments.push_back(Now());
+        return moments;
+    }
+
+private:
+    static constexpr UINT_PTR kId = 98;
+    bool m_redraws = true;
 };
 
 // Adding files
@@ -227,6 +285,56 @@ TEST_F(ConversionTableTest, TemplatesChangedMeanwhileCountFromTheNextAddedFilesO
     Add({L"N_ISO_4_d.sldprt"});
     EXPECT_EQ(Column(1).back(), L"dd.sldprt");
     EXPECT_EQ(Column(2).back(), L"other");
+}
+
+TEST_F(OpenMessageTest, FilesBeforeACollisionStandInTheTableInTheirOrder)
+{
+    Fill({{L"N_5.sldprt", L"5.sldprt", L"fünf"}});
+    m_settings.SetTemplate(1, L"%3.%6");
+    m_settings.SetTemplate(2, L"%4");
+    const Texts before{L"N_5.sldprt > 5.sldprt > fünf (converted)", L"N_2_a.sldprt > 2.sldprt > a",
+                       L"N_1_a.sldprt > 1.sldprt > a"};
+    const Texts after{L"N_0_a.sldprt > 0.sldprt > a", L"N_1_a.sldprt > 1.sldprt > a",
+                      L"N_2_a.sldprt > 2.sldprt > a", L"N_5.sldprt > 5.sldprt > fünf (converted)"};
+    EXPECT_EQ(MomentsOf([this] {
+                  Add({L"N_2_a.sldprt", L"N_1_a.sldprt", L"N_2_b.sldprt", L"N_0_a.sldprt", L"N_0_b.sldprt"});
+              }),
+              (std::vector<Moment>{{before, true, 0}, {after, true, 0}}));
+}
+
+TEST_F(OpenMessageTest, FilesBeforeAForbiddenCharacterStandInTheEmptyTable)
+{
+    m_settings.SetTemplate(1, L"%3_%4.%6");
+    m_settings.SetTemplate(2, L"");
+    const Texts first{L"N_2_a.sldprt > 2_a.sldprt > ", L"N_1_a.sldprt > 1_a.sldprt > "};
+    const Texts second{first[0], first[1], L"N_3_?.sldprt > 3__.sldprt > "};
+    const Texts after{first[1], first[0], second[2], L"N_4_*.sldprt > 4__.sldprt > ",
+                      L"N_4_a.sldprt > 4_a.sldprt > "};
+    EXPECT_EQ(MomentsOf([this] {
+                  Add({L"N_2_a.sldprt", L"N_1_a.sldprt", L"N_3_?.sldprt", L"N_3__.sldprt", L"N_4_a.sldprt",
+                       L"N_4_*.sldprt"});
+              }),
+              (std::vector<Moment>{{first, true, 0}, {second, true, 0}, {after, true, 0}}));
+}
+
+// Another program may work on the list view while the box is open.
+TEST_F(OpenMessageTest, WhatBecomesOfTheTableMeanwhileCountsForTheFilesToCome)
+{
+    m_settings.SetTemplate(1, L"%3.%6");
+    m_settings.SetTemplate(2, L"");
+    const Texts before{L"N_1_a.sldprt > 1.sldprt > ", L"N_2_a.sldprt > 2.sldprt > "};
+    const Texts after{L"N_1_c.sldprt > 1.sldprt > ", L"N_2_a.sldprt > 3.sldprt > ",
+                      L"N_2_c.sldprt > 2.sldprt > "};
+    EXPECT_EQ(MomentsOf(
+                  [this] {
+                      Add({L"N_1_a.sldprt", L"N_2_a.sldprt", L"N_2_b.sldprt", L"N_1_c.sldprt",
+                           L"N_2_c.sldprt", L"N_3_c.sldprt"});
+                  },
+                  [this] {
+                      m_table.DeleteItem(0);
+                      m_table.SetItemText(0, kColumnRenamed, L"3.sldprt");
+                  }),
+              (std::vector<Moment>{{before, true, 0}, {after, true, 0}}));
 }
 
 TEST_F(ConversionTableTest, RunsOfDotsCollapseWithoutAMessage)
@@ -853,6 +961,58 @@ TEST_F(ApplyTemplateTest, NamesMadeInTheSameOperationCollideToo)
     Apply(1);
     EXPECT_EQ(Column(1), (Texts{L"same.sldprt", L"2.sldprt", L"3.sldprt"}));
     EXPECT_EQ(m_messages.TakeTexts().size(), 1U);
+}
+
+class OpenTemplateMessageTest : public OpenMessageTest
+{
+protected:
+    OpenTemplateMessageTest()
+    {
+        Fill({{L"N_1_a.sldprt", L"1.sldprt", L""},
+              {L"N_2_?.sldprt", L"2.sldprt", L""},
+              {L"N_3_c.sldprt", L"3.sldprt", L""},
+              {L"N_4_d.sldprt", L"4.sldprt", L""}});
+        Select({0, 1, 2});
+    }
+};
+
+TEST_F(OpenTemplateMessageTest, RowsBeforeACollisionHaveTheirNewNameAndTheParentWasTold)
+{
+    m_settings.SetTemplate(1, L"fest.%6");
+    const Texts rows{L"N_1_a.sldprt > fest.sldprt > ", L"N_2_?.sldprt > 2.sldprt >  (converted)",
+                     L"N_3_c.sldprt > 3.sldprt >  (converted)", L"N_4_d.sldprt > 4.sldprt >  (converted)"};
+    EXPECT_EQ(MomentsOf([this] { Apply(1); }), (std::vector<Moment>{{rows, true, 1}, {rows, true, 0}}));
+}
+
+TEST_F(OpenTemplateMessageTest, RowsBeforeAForbiddenCharacterHaveTheirNewNameAndTheParentWasTold)
+{
+    m_settings.SetTemplate(1, L"%3-%4");
+    const Texts before{L"N_1_a.sldprt > 1-a.sldprt > ", L"N_2_?.sldprt > 2.sldprt >  (converted)",
+                       L"N_3_c.sldprt > 3.sldprt >  (converted)", L"N_4_d.sldprt > 4.sldprt >  (converted)"};
+    const Texts after{before[0], L"N_2_?.sldprt > 2-_.sldprt > ", L"N_3_c.sldprt > 3-c.sldprt > ", before[3]};
+    EXPECT_EQ(MomentsOf([this] { Apply(1); }), (std::vector<Moment>{{before, true, 1}, {after, true, 1}}));
+}
+
+TEST_F(OpenTemplateMessageTest, AMessageAboutTheFirstRowComesOverTheTableAsItWas)
+{
+    m_settings.SetTemplate(1, L"%3*");
+    const Texts before = Rows();
+    const Texts after{L"N_1_a.sldprt > 1_.sldprt > ", L"N_2_?.sldprt > 2_.sldprt > ",
+                      L"N_3_c.sldprt > 3_.sldprt > ", before[3]};
+    EXPECT_EQ(MomentsOf([this] { Apply(1); }), (std::vector<Moment>{{before, true, 0}, {after, true, 1}}));
+}
+
+// Another program may work on the list view while the box is open.
+TEST_F(OpenTemplateMessageTest, WhatBecomesOfTheTableMeanwhileCountsForTheRowsToCome)
+{
+    m_settings.SetTemplate(1, L"%3-%4");
+    const Texts before{L"N_1_a.sldprt > 1-a.sldprt > ", L"N_2_?.sldprt > 2.sldprt >  (converted)",
+                       L"N_3_c.sldprt > 3.sldprt >  (converted)", L"N_4_d.sldprt > 4.sldprt >  (converted)"};
+    const Texts meanwhile{before[0], L"N_2_?.sldprt > 2-_.sldprt > ", before[2],
+                          L"N_4_d.sldprt > 3-c.sldprt >  (converted)"};
+    EXPECT_EQ(
+        MomentsOf([this] { Apply(1); }, [this] { m_table.SetItemText(3, kColumnRenamed, L"3-c.sldprt"); }),
+        (std::vector<Moment>{{before, true, 1}, {meanwhile, true, 1}, {meanwhile, true, 0}}));
 }
 
 TEST_F(ApplyTemplateTest, ANameGivenUpInTheSameOperationIsFree)

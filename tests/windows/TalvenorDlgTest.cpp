@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -1331,6 +1332,28 @@ TEST_P(TalvenorDlgTest, ACommandThatGoesToTheListTakesTheDefaultButtonAlong)
             EXPECT_EQ(GetFocus(), Item(IDC_LIST)) << id;
             EXPECT_EQ(DefaultButton(), IDC_START) << id;
         }
+    });
+}
+
+TEST_P(TalvenorDlgTest, AMessageAboutALaterRowComesOverTheRowsThatAreDone)
+{
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\nN_ISO_2_b.sldprt ; 2.sldprt ; two\r\n");
+    m_user.Set(kTemplateKey, L"Template Text Column 1", L"fest.%6");
+    Run([this] {
+        Select({0, 1});
+        CDialogUser user([this](HWND box) {
+            EXPECT_EQ(Rows(), (Texts{L"N_ISO_1_a.sldprt > fest.sldprt > one *",
+                                     L"N_ISO_2_b.sldprt > 2.sldprt > two"}));
+            EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
+            PostMessageW(box, WM_COMMAND, IDOK, 0);
+            return true;
+        });
+        const MessageListener before =
+            SetMessageListener([](const MessageRequest&) { return std::optional<int>(); });
+        m_dialog->PostMessage(WM_APPLYTEMPLATE, 1);
+        DrainMessages();
+        SetMessageListener(before);
+        EXPECT_EQ(user.m_opened, 1);
     });
 }
 
