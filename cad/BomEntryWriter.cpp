@@ -43,6 +43,19 @@ std::wstring FileNameOf(const std::wstring& path)
     return backslash == std::wstring::npos ? path : path.substr(backslash + 1);
 }
 
+// The array of strings that a result is or refers to; null when it is anything else.
+SAFEARRAY* ArrayOf(const VARIANT& result)
+{
+    switch (result.vt) {
+        case VT_ARRAY | VT_BSTR:
+            return result.parray;
+        case VT_BYREF | VT_ARRAY | VT_BSTR:
+            return result.pparray == nullptr ? nullptr : *result.pparray;
+        default:
+            return nullptr;
+    }
+}
+
 // The first strings of an array, at most `maximum`; none for an array of several dimensions or of anything
 // else.
 std::vector<std::wstring> StringsOf(SAFEARRAY* array, long maximum)
@@ -53,8 +66,8 @@ std::vector<std::wstring> StringsOf(SAFEARRAY* array, long maximum)
         FAILED(SafeArrayGetVartype(array, &type)) || type != VT_BSTR) {
         return strings;
     }
-    // The array belongs to the caller alone: it may be read without a lock, and so whatever its lower bound
-    // is.
+    // Nobody else has a hand on the array before the next call: it may be read without a lock, and so
+    // whatever its lower bound is.
     const auto* const elements = static_cast<const BSTR*>(array->pvData);
     const ULONG count = std::min(array->rgsabound[0].cElements, static_cast<ULONG>(std::max(maximum, 0L)));
     for (ULONG index = 0; index < count; ++index) {
@@ -118,9 +131,7 @@ void CBomEntryWriter::ReadConfigurations()
 {
     m_configurationCount = m_document.GetConfigurationCount();
     const _variant_t names = m_document.GetConfigurationNames();
-    if (names.vt == (VT_ARRAY | VT_BSTR)) {
-        m_configurationNames = StringsOf(names.parray, m_configurationCount);
-    }
+    m_configurationNames = StringsOf(ArrayOf(names), m_configurationCount);
 }
 
 bool CBomEntryWriter::WriteConfigurations()

@@ -50,9 +50,9 @@ CSldWorksConfiguration CSldWorksDocument::GetConfiguration(const std::wstring& n
         InvokeHelper<IDispatchPtr>(kDocumentConfigurationByName, DISPATCH_METHOD, name).Detach());
 }
 
-long CSldWorksDocument::Save(bool silent)
+void CSldWorksDocument::Save(bool silent)
 {
-    return InvokeHelper<long>(kDocumentSave, DISPATCH_METHOD, silent);
+    static_cast<void>(InvokeHelper<_variant_t>(kDocumentSave, DISPATCH_METHOD, silent));
 }
 
 void CSldWorksApplication::Exit()

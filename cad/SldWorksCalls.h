@@ -30,14 +30,14 @@ public:
 
     [[nodiscard]] long GetConfigurationCount();
 
-    // An array of strings, if the server keeps to its interface.
+    // An array of strings, by value or by reference, if the server keeps to its interface.
     [[nodiscard]] _variant_t GetConfigurationNames();
 
     // Not attached when the document has no configuration of that name.
     [[nodiscard]] CSldWorksConfiguration GetConfiguration(const std::wstring& name);
 
-    // Answers the CAD system's status number.
-    long Save(bool silent);
+    // What the CAD system returns is of no interest, whatever its type.
+    void Save(bool silent);
 };
 
 // The CAD application.

@@ -480,8 +480,15 @@ TEST_F(BomEntryWriterTest, NamesThatAreNoArrayOfStringsAreNoneButTheDocumentIsSa
     const std::vector<CFakeDispatch::Handler> answers{
         AnswerVariantOfType(VT_EMPTY),
         AnswerVariantOfType(VT_NULL),
-        AnswerVariantOfType(VT_BSTR),             // a null string
-        AnswerVariantOfType(VT_ARRAY | VT_BSTR),  // a null array
+        AnswerVariantOfType(VT_BSTR),                        // a null string
+        AnswerVariantOfType(VT_ARRAY | VT_BSTR),             // a null array
+        AnswerVariantOfType(VT_BYREF | VT_ARRAY | VT_BSTR),  // a null reference
+        [](FakeCall& call) {
+            static SAFEARRAY* noArray = nullptr;
+            call.result->vt = VT_BYREF | VT_ARRAY | VT_BSTR;
+            call.result->pparray = &noArray;
+            return S_OK;
+        },
         [](FakeCall& call) {
             call.result->vt = VT_BSTR;
             call.result->bstrVal = SysAllocString(L"Default");
@@ -504,11 +511,51 @@ TEST_F(BomEntryWriterTest, NamesThatAreNoArrayOfStringsAreNoneButTheDocumentIsSa
     }
 }
 
-TEST_F(BomEntryWriterTest, TheResultOfSavingIsNotExamined)
+TEST_F(BomEntryWriterTest, NamesByReferenceAreRead)
 {
-    m_document.On(kSave, AnswerLong(-1));
-    EXPECT_EQ(Write(), 1);
-    EXPECT_EQ(m_log.back(), L"application 24 method BOOL=-1 I4=1");
+    VARIANT held{};
+    const DISPPARAMS none{};
+    FakeCall holding{none, &held, nullptr};
+    AnswerStrings({L"a", L"b"}, 7)(holding);
+    m_document.On(kCount, AnswerLong(2));
+    m_document.On(kNames, [&held](FakeCall& call) {
+        call.result->vt = VT_BYREF | VT_ARRAY | VT_BSTR;
+        call.result->pparray = &held.parray;
+        return S_OK;
+    });
+    for (int time = 0; time < 2; ++time) {  // the array is its owner's and stays
+        m_log.clear();
+        EXPECT_EQ(Write(), 2);
+        EXPECT_EQ(Lines(L"document 66048"),
+                  (EventLog{L"document 66048 method BSTR=a", L"document 66048 method BSTR=b"}));
+    }
+    EXPECT_EQ(VariantClear(&held), S_OK);
+}
+
+TEST_F(BomEntryWriterTest, WhateverSavingReturnsTheDocumentIsClosed)
+{
+    const std::vector<CFakeDispatch::Handler> answers{
+        AnswerLong(-1),
+        AnswerVariantOfType(VT_EMPTY),
+        AnswerVariantOfType(VT_NULL),
+        AnswerVariantOfType(VT_ERROR),
+        AnswerVariantOfType(VT_DISPATCH),  // no object
+        AnswerObject(&m_document),
+        AnswerStrings({L"saved"}),
+        [](FakeCall& call) {
+            call.result->vt = VT_BSTR;
+            call.result->bstrVal = SysAllocString(L"saved");
+            return S_OK;
+        },
+    };
+    for (std::size_t index = 0; index < answers.size(); ++index) {
+        m_log.clear();
+        m_document.On(kSave, answers[index]);
+        EXPECT_EQ(Write(), 1) << index;
+        EXPECT_EQ(Lines(L"application 7").size(), 1U) << index;
+        EXPECT_EQ(m_log.back(), L"application 24 method BOOL=-1 I4=1") << index;
+        EXPECT_EQ(m_document.References(), 0) << index;
+    }
 }
 
 // What the user does at each message that is taken, and answers to each question.
