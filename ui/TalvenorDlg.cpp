@@ -316,6 +316,8 @@ void CTalvenorDlg::PrepareList()
                                Scaled(kColumnWidth));
     }
     m_wndList.ShowWindow(SW_SHOW);
+    // Whatever the list will show, the templates are stored from now on: "Use template" ends without one.
+    m_wndList.AddFiles({});
 }
 
 void CTalvenorDlg::SetStateImages()
@@ -619,7 +621,8 @@ void CTalvenorDlg::OnListChanged()
 
 LRESULT CTalvenorDlg::OnApplyTemplate(WPARAM wParam, LPARAM)
 {
-    if (!IsBusy()) {
+    const bool hasTemplate = wParam == kColumnRenamed || wParam == kColumnBomName;
+    if (hasTemplate && !IsBusy()) {
         m_wndList.ApplyTemplate(static_cast<int>(wParam));
     }
     return 0;

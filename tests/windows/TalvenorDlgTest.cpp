@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "framework/Handles.h"
+#include "platform/TemplateStore.h"
 #include "resources/resource.h"
 #include "tests/cadserver/UnderWine.h"
 #include "tests/windows/FakeAutomation.h"
@@ -617,6 +618,19 @@ TEST_P(TalvenorDlgTest, StartsWithTheMapFileWhereThereIsOne)
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
     });
     EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TalvenorDlgTest, MissingTemplatesGetTheirDefaultsAtTheStartOfTheMapView)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+    m_user.Remove(kTemplateKey, L"Template Text Column 1");
+    m_user.Remove(kTemplateKey, L"Template Text Column 2");
+    Run([this] {
+        EXPECT_EQ(Rows(), Texts{L"a.sldprt > 1.sldprt > one"});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+        EXPECT_EQ(ReadTemplate(1), L"%5%3_%4.changed.%6");
+        EXPECT_EQ(ReadTemplate(2), L"Norm %1 - %2");
+    });
 }
 
 TEST_P(TalvenorDlgTest, AChangeIsMarkedOnceAndForgottenWithTheNextView)
@@ -1332,6 +1346,24 @@ TEST_P(TalvenorDlgTest, ACommandThatGoesToTheListTakesTheDefaultButtonAlong)
             EXPECT_EQ(GetFocus(), Item(IDC_LIST)) << id;
             EXPECT_EQ(DefaultButton(), IDC_START) << id;
         }
+    });
+}
+
+TEST_P(TalvenorDlgTest, OnlyTheTwoGeneratedColumnsHaveATemplateToApply)
+{
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
+    for (const wchar_t* const column : {L"-1", L"0", L"3"}) {
+        m_user.Set(kTemplateKey, std::wstring(L"Template Text Column ") + column, L"%4");
+    }
+    Run([this] {
+        Select({0});
+        constexpr WPARAM kColumn1ButForItsHighHalf = 0x1'0000'0001;
+        for (const WPARAM column : {WPARAM{0}, WPARAM{3}, WPARAM{0} - 1, kColumn1ButForItsHighHalf}) {
+            m_dialog->PostMessage(WM_APPLYTEMPLATE, column);
+            DrainMessages();
+        }
+        EXPECT_EQ(Rows(), Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one"});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
     });
 }
 
