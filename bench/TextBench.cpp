@@ -23,6 +23,7 @@
 #include "core/NameRules.h"
 #include "core/NameTemplate.h"
 #include "core/PartName.h"
+#include "core/TextTools.h"
 
 namespace {
 
@@ -80,7 +81,7 @@ void Sanitise(const Sample& sample)
 {
     static std::wstring text(1000, L'\0');
     text = sample.newName;  // as the rules change it; the copy needs no allocation
-    benchmark::DoNotOptimize(EnsureExtension(text, sample.values.strExt));
+    benchmark::DoNotOptimize(EnsureExtension(text, sample.values.strExt, EqualIgnoringCase));
     benchmark::DoNotOptimize(SanitizeFileName(text));
 }
 

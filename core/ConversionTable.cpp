@@ -14,6 +14,7 @@
 #include "core/PartName.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "platform/FileNames.h"
 #include "platform/TemplateStore.h"
 
 namespace {
@@ -97,12 +98,6 @@ void SetMark(LVITEMW& item, bool pending)
     item.lParam = pending ? kDataPending : kDataConverted;
     item.state = INDEXTOSTATEIMAGEMASK(pending ? kImagePending : kImageConverted);
     item.stateMask = LVIS_STATEIMAGEMASK;
-}
-
-bool EqualIgnoringFileCase(const std::wstring& left, const std::wstring& right)
-{
-    return CompareStringOrdinal(left.c_str(), static_cast<int>(left.size()), right.c_str(),
-                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
 std::wstring TemplateOrDefault(int column)
@@ -204,7 +199,7 @@ private:
     {
         Diverses::SplitPartName(original, m_values);
         ExpandTemplate(m_strNewName, m_strFileTemplate, m_values);
-        if (!EnsureExtension(m_strNewName, m_values.strExt)) {
+        if (!EnsureExtension(m_strNewName, m_values.strExt, EqualFileNames)) {
             return false;
         }
         if (SanitizeFileName(m_strNewName) > 0 && !std::exchange(m_bForbiddenShown, true)) {
@@ -301,7 +296,7 @@ private:
     // A name that another row has is not taken.
     bool ApplyFileName(int row, std::wstring newName, const std::wstring& extension)
     {
-        if (!EnsureExtension(newName, extension)) {
+        if (!EnsureExtension(newName, extension, EqualFileNames)) {
             return false;
         }
         if (SanitizeFileName(newName) > 0) {
@@ -311,7 +306,7 @@ private:
         const auto taken = m_newNames.find(newName);
         if (newName != oldName && taken != m_newNames.end() && taken->second > 0) {
             ShowOnce(m_bTakenShown, kGeneratedNameTaken);
-        } else if (!EqualIgnoringFileCase(newName, oldName)) {  // a change of letter case alone is not made
+        } else if (!EqualFileNames(newName, oldName)) {  // a change of letter case alone is not made
             --m_newNames[oldName];
             ++m_newNames[newName];
             SetText(row, newName);
@@ -474,7 +469,7 @@ LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* new
 // The rules for a hand-edited file name. False when the cell keeps its text.
 bool CConversionTable::AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const
 {
-    if (!EnsureExtension(text, kEditedExtension)) {
+    if (!EnsureExtension(text, kEditedExtension, EqualFileNames)) {
         return false;
     }
     if (SanitizeFileName(text) > 0) {

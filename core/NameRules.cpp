@@ -59,7 +59,7 @@ void CollapseDots(std::wstring& name)
 
 }  // namespace
 
-bool EnsureExtension(std::wstring& name, std::wstring_view extension)
+bool EnsureExtension(std::wstring& name, std::wstring_view extension, NameComparison equal)
 {
     if (const std::wstring_view trimmed = Trimmed(name); trimmed.size() < name.size()) {
         name = std::wstring(trimmed);
@@ -67,7 +67,7 @@ bool EnsureExtension(std::wstring& name, std::wstring_view extension)
     if (name.empty() || extension.empty()) {
         return false;
     }
-    if (!EqualIgnoringCase(LastCharacters(name), extension)) {
+    if (!equal(LastCharacters(name), extension)) {
         name.append(L".").append(extension);
     }
     return true;

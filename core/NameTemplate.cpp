@@ -100,11 +100,12 @@ std::wstring ExpandConfigurationName(std::wstring_view text, const PartNameValue
     return expanded;
 }
 
-std::optional<std::wstring> NewFileName(std::wstring_view templateText, std::wstring_view fileName)
+std::optional<std::wstring> NewFileName(std::wstring_view templateText, std::wstring_view fileName,
+                                        NameComparison equal)
 {
     const PartNameValues values = Diverses::SplitPartName(fileName);
     std::wstring name = ExpandTemplate(templateText, values);
-    if (!EnsureExtension(name, values.strExt)) {
+    if (!EnsureExtension(name, values.strExt, equal)) {
         return std::nullopt;
     }
     SanitizeFileName(name);

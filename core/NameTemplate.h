@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/NameRules.h"
 #include "core/PartName.h"
 
 // The columns of the conversion table.
@@ -30,9 +31,9 @@ void ExpandTemplate(std::wstring& expanded, std::wstring_view templateText, cons
 
 // The new file name that a file-name template gives to the part of this file name: expanded, with the part's
 // extension, and with "_" for the characters that a file name may not hold. None when the expanded template
-// or the part's extension is empty.
+// or the part's extension is empty. `equal`: as for EnsureExtension.
 [[nodiscard]] std::optional<std::wstring> NewFileName(std::wstring_view templateText,
-                                                      std::wstring_view fileName);
+                                                      std::wstring_view fileName, NameComparison equal);
 
 // The bill-of-materials name that a template gives to one configuration of the part of this file name.
 [[nodiscard]] std::wstring ConfigurationBomName(std::wstring_view templateText, std::wstring_view fileName,

@@ -11,6 +11,7 @@
 #include "framework/Handles.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "platform/FileNames.h"
 
 namespace {
 
@@ -307,7 +308,7 @@ int CFileMisc::OpenOutputFile(std::ofstream& stream, const std::string& path8, b
 
 bool CFileMisc::EnsureExtension(std::wstring& name, std::wstring_view extension)
 {
-    return ::EnsureExtension(name, extension);
+    return ::EnsureExtension(name, extension, EqualFileNames);
 }
 
 int CFileMisc::SanitizeFileName(std::wstring& name)

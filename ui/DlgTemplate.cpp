@@ -8,6 +8,7 @@
 #include "framework/DialogData.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "platform/FileNames.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
 
@@ -129,7 +130,8 @@ std::wstring CDlgTemplate::Preview(const std::wstring& templateText) const
         return kPreviewRefused.In(m_nLanguage);
     }
     if (m_nColumn == kColumnRenamed) {
-        return NewFileName(templateText, m_strSample).value_or(kPreviewNoName.In(m_nLanguage));
+        return NewFileName(templateText, m_strSample, EqualFileNames)
+            .value_or(kPreviewNoName.In(m_nLanguage));
     }
     const std::wstring name = ConfigurationBomName(
         templateText, m_strSample, GetDlgItemText(LegendControl(kConfiguration, kLegendExample)));

@@ -17,6 +17,7 @@
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/ResourceHandle.h"
+#include "platform/FileNames.h"
 #include "platform/Registry.h"
 #include "resources/resource.h"
 #include "run/ConversionRun.h"
@@ -137,7 +138,7 @@ bool FolderExists(const std::wstring& path)
 
 bool SameFolder(const std::wstring& left, const std::wstring& right)
 {
-    return CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_EQUAL;
+    return EqualFileNames(left, right);
 }
 
 bool Ask(const Text& question)

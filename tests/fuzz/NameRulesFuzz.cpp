@@ -81,13 +81,13 @@ void CheckExtension(const std::wstring& name, const std::wstring& extension)
 {
     std::wstring ensured = name;
     std::wstring plain = name;
-    const bool usable = EnsureExtension(ensured, extension);
+    const bool usable = EnsureExtension(ensured, extension, EqualIgnoringCase);
     Require(usable == PlainEnsureExtension(plain, extension), "a name is usable as the plain rule has it");
     Require(ensured == plain, "a name gets its extension as the plain rule has it");
     // Other lengths than six never compare equal, and a blank at the end would be trimmed.
     if (usable && extension.size() == 6 && Trim(extension).ends_with(extension.back())) {
         std::wstring again = ensured;
-        Require(EnsureExtension(again, extension) && again == ensured,
+        Require(EnsureExtension(again, extension, EqualIgnoringCase) && again == ensured,
                 "making sure of an extension twice changes nothing");
     }
 }
@@ -103,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckFeatureName(name);
     CheckExtension(name, extension);
     // A template without fill-ins is the name itself; the part's name gives the extension.
-    if (const std::optional<std::wstring> made = NewFileName(name, L"Part." + extension)) {
+    if (const std::optional<std::wstring> made = NewFileName(name, L"Part." + extension, EqualIgnoringCase)) {
         RequireCleanFileName(*made);
     }
     return 0;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/NameRules.h"
+#include "core/TextTools.h"
 #include "tests/fuzz/FuzzInput.h"
 
 namespace {
@@ -89,9 +90,9 @@ void CheckWholeWay(const std::wstring& text, const std::wstring& fileName, const
         return;
     }
     std::wstring expected = *expanded;
-    const bool usable = EnsureExtension(expected, values.strExt);
+    const bool usable = EnsureExtension(expected, values.strExt, EqualIgnoringCase);
     SanitizeFileName(expected);
-    const std::optional<std::wstring> name = NewFileName(text, fileName);
+    const std::optional<std::wstring> name = NewFileName(text, fileName, EqualIgnoringCase);
     Require(name.has_value() == usable && (!usable || *name == expected),
             "a new file name is the expanded template with its extension, cleaned");
     if (const auto plain = PlainConfiguration(*expanded, values, configuration)) {

@@ -4,6 +4,7 @@
 
 #include "core/NameRules.h"
 #include "core/NameTemplate.h"
+#include "core/TextTools.h"
 #include "files/PickedFiles.h"
 #include "tests/fuzz/FuzzInput.h"
 
@@ -68,7 +69,7 @@ void CheckName(const std::wstring& name)
     std::wstring sanitized = name;
     Require(!bare || name.find_first_of(L";=") != std::wstring::npos || SanitizeFileName(sanitized) == 0,
             "a bare file name has only characters that a new name may have, or a semicolon or equals sign");
-    if (const std::optional<std::wstring> made = NewFileName(name, L"Part.sldprt")) {
+    if (const std::optional<std::wstring> made = NewFileName(name, L"Part.sldprt", EqualIgnoringCase)) {
         Require(IsBareFileName(*made), "a name that is made for a copy is a bare file name");
     }
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "core/TextTools.h"
+
 namespace {
 
 struct Named
@@ -14,7 +16,7 @@ struct Named
 
 Named WithExtension(std::wstring name, std::wstring_view extension)
 {
-    const bool usable = EnsureExtension(name, extension);
+    const bool usable = EnsureExtension(name, extension, EqualIgnoringCase);
     return {usable, name};
 }
 
@@ -57,6 +59,19 @@ TEST(EnsureExtension, KeepsANameThatEndsInTheExtensionInAnyCase)
     EXPECT_EQ(WithExtension(L"M8.sldasm", L"SldAsm"), (Named{true, L"M8.sldasm"}));
 }
 
+TEST(EnsureExtension, LeavesItToTheComparisonWhichLettersAreTheSame)
+{
+    const auto allTheSame = [](std::wstring_view left, std::wstring_view right) {
+        return left.size() == right.size();
+    };
+    const auto noneTheSame = [](std::wstring_view, std::wstring_view) { return false; };
+    std::wstring name = L"M8.ABCDEF";
+    EXPECT_TRUE(EnsureExtension(name, L"sldprt", allTheSame));
+    EXPECT_EQ(name, L"M8.ABCDEF");
+    EXPECT_TRUE(EnsureExtension(name, L"ABCDEF", noneTheSame));
+    EXPECT_EQ(name, L"M8.ABCDEF.ABCDEF");
+}
+
 TEST(EnsureExtension, AsksForNoDotBeforeTheExtension)
 {
     EXPECT_EQ(WithExtension(L"ABCsldprt", L"sldprt"), (Named{true, L"ABCsldprt"}));
@@ -93,9 +108,9 @@ TEST(EnsureExtension, TwiceIsOnceForAnExtensionOfSixCharacters)
 {
     for (const wchar_t* const name : {L"M8", L" a.b ", L"ABCsldprt", L"x.sldasm", L"."}) {
         std::wstring once = name;
-        ASSERT_TRUE(EnsureExtension(once, L"sldprt"));
+        ASSERT_TRUE(EnsureExtension(once, L"sldprt", EqualIgnoringCase));
         std::wstring twice = once;
-        EXPECT_TRUE(EnsureExtension(twice, L"sldprt"));
+        EXPECT_TRUE(EnsureExtension(twice, L"sldprt", EqualIgnoringCase));
         EXPECT_EQ(twice, once);
     }
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "core/TextTools.h"
+
 namespace {
 
 const PartNameValues kDistinct{.strNumDigits = L"one",
@@ -149,33 +151,42 @@ TEST(ExpandConfigurationName, KeepsAnEarlierFillInInsideTheConfigurationName)
     EXPECT_EQ(ExpandConfigurationName(L"%2", kDistinct, L"%1%2"), L"%1%2");
 }
 
+namespace {
+
+std::optional<std::wstring> NewName(std::wstring_view templateText, std::wstring_view fileName)
+{
+    return NewFileName(templateText, fileName, EqualIgnoringCase);
+}
+
+}  // namespace
+
 TEST(NewFileName, IsTheExpandedTemplateWithThePartsExtension)
 {
-    EXPECT_EQ(NewFileName(L"%5%3_%4.changed.%6", L"N_ISO_4017_M10x50.sldprt"),
+    EXPECT_EQ(NewName(L"%5%3_%4.changed.%6", L"N_ISO_4017_M10x50.sldprt"),
               L"N_ISO_4017_M10x50.changed.sldprt");
-    EXPECT_EQ(NewFileName(L"%3", L"n_iso_4017_m8.SLDPRT"), L"4017.SLDPRT");
-    EXPECT_EQ(NewFileName(L"%3", L"N_ISO_4017_set.sldasm"), L"4017.sldasm");
-    EXPECT_EQ(NewFileName(L"%4sldprt", L"N_ISO_4017_M8.sldprt"), L"M8sldprt");
+    EXPECT_EQ(NewName(L"%3", L"n_iso_4017_m8.SLDPRT"), L"4017.SLDPRT");
+    EXPECT_EQ(NewName(L"%3", L"N_ISO_4017_set.sldasm"), L"4017.sldasm");
+    EXPECT_EQ(NewName(L"%4sldprt", L"N_ISO_4017_M8.sldprt"), L"M8sldprt");
 }
 
 TEST(NewFileName, IsTrimmedAndCleaned)
 {
-    EXPECT_EQ(NewFileName(L"  %3 ", L"N_ISO_4017_M8.sldprt"), L"4017.sldprt");
-    EXPECT_EQ(NewFileName(L"%3|%4", L"N_ISO_4017_M8.sldprt"), L"4017_M8.sldprt");
-    EXPECT_EQ(NewFileName(L"%3...%4.", L"N_ISO_4017_M8.sldprt"), L"4017.M8.sldprt");
+    EXPECT_EQ(NewName(L"  %3 ", L"N_ISO_4017_M8.sldprt"), L"4017.sldprt");
+    EXPECT_EQ(NewName(L"%3|%4", L"N_ISO_4017_M8.sldprt"), L"4017_M8.sldprt");
+    EXPECT_EQ(NewName(L"%3...%4.", L"N_ISO_4017_M8.sldprt"), L"4017.M8.sldprt");
 }
 
 TEST(NewFileName, KeepsTheFillInOfTheConfigurationAsItStands)
 {
-    EXPECT_EQ(NewFileName(L"%3_%2", L"N_ISO_4017_M8.sldprt"), L"4017_%2.sldprt");
+    EXPECT_EQ(NewName(L"%3_%2", L"N_ISO_4017_M8.sldprt"), L"4017_%2.sldprt");
 }
 
 TEST(NewFileName, IsNoneWhenNothingIsLeftOrThePartHasNoExtension)
 {
-    EXPECT_EQ(NewFileName(L"", L"N_ISO_4017_M8.sldprt"), std::nullopt);
-    EXPECT_EQ(NewFileName(L" %7 %8 ", L"N_ISO_4017_M8.sldprt"), std::nullopt);
-    EXPECT_EQ(NewFileName(L"%5%3", L"Washer_8.sldprt"), std::nullopt);
-    EXPECT_EQ(NewFileName(L"%5", L"N_ISO_4017_M8"), std::nullopt);
+    EXPECT_EQ(NewName(L"", L"N_ISO_4017_M8.sldprt"), std::nullopt);
+    EXPECT_EQ(NewName(L" %7 %8 ", L"N_ISO_4017_M8.sldprt"), std::nullopt);
+    EXPECT_EQ(NewName(L"%5%3", L"Washer_8.sldprt"), std::nullopt);
+    EXPECT_EQ(NewName(L"%5", L"N_ISO_4017_M8"), std::nullopt);
 }
 
 TEST(ConfigurationBomName, IsTheExpandedTemplateWithTheConfigurationName)

@@ -254,6 +254,18 @@ TEST_F(ConversionTableTest, TheNewNameIsTrimmedAndGetsItsExtension)
     EXPECT_EQ(Column(1), (Texts{L"N_ISO_4017_M8.prt", L"N_ISO_4017_M8.sldasm"}));
 }
 
+// The file system takes the two for one extension.
+TEST_F(ConversionTableTest, AnExtensionInOtherCapitalsIsNotAddedAgain)
+{
+    m_settings.SetTemplate(1, L"%4.TÉILÄЯ");
+    Add({L"N_1_M8.téiläя"});
+    EXPECT_EQ(Column(1), Texts{L"M8.TÉILÄЯ"});
+    m_settings.SetTemplate(1, L"x%4.TÉILÄЯ");
+    Select({0});
+    Apply(1);
+    EXPECT_EQ(Column(1), Texts{L"xM8.TÉILÄЯ"});
+}
+
 TEST_F(ConversionTableTest, ForbiddenCharactersAreReplacedAndReportedOnce)
 {
     m_settings.SetTemplate(1, L"a|b<c>%4:%3\\x");

@@ -808,6 +808,9 @@ TEST_F(FileMiscTest, NameRulesAreItsOwnToo)
     EXPECT_TRUE(CFileMisc::EnsureExtension(name, L"sldprt"));
     EXPECT_EQ(name, L"M8.sldprt");
     EXPECT_FALSE(CFileMisc::EnsureExtension(name, L""));
+    name = L"M8.ÄÖÜÉßя";
+    EXPECT_TRUE(CFileMisc::EnsureExtension(name, L"äöüéßЯ")) << "letters of any kind count without case";
+    EXPECT_EQ(name, L"M8.ÄÖÜÉßя");
     name = L"a|b<c>..sldprt";
     EXPECT_EQ(CFileMisc::SanitizeFileName(name), 3);
     EXPECT_EQ(name, L"a_b_c_.sldprt");

@@ -1,0 +1,9 @@
+#include "platform/FileNames.h"
+
+#include <windows.h>
+
+bool EqualFileNames(std::wstring_view left, std::wstring_view right)
+{
+    return CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
