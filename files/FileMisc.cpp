@@ -7,6 +7,7 @@
 
 #include "core/NameRules.h"
 #include "files/MapLine.h"
+#include "files/Paths.h"
 #include "framework/File.h"
 #include "framework/Handles.h"
 #include "framework/Language.h"
@@ -161,7 +162,12 @@ std::wstring PathOfBytes(const std::string& path8)
 template <class Stream>
 int OpenStream(Stream& stream, const std::string& path8, std::ios::openmode mode, bool text)
 {
-    stream.open(PathOfBytes(path8).c_str(), text ? mode : mode | std::ios::binary);
+    const std::wstring path = PathOfBytes(path8);
+    if (IsShare(path)) {
+        stream.setstate(std::ios::failbit);
+    } else {
+        stream.open(path.c_str(), text ? mode : mode | std::ios::binary);
+    }
     return stream.fail() ? 1 : 0;
 }
 
@@ -192,7 +198,8 @@ CFileMisc::CFileMisc(int nLanguage) : m_nLanguage(nLanguage) {}
 
 int CFileMisc::CreateFolder(const std::wstring& path)
 {
-    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    const bool canBe = !IsComputer(path);
+    const DWORD attributes = canBe ? ::GetFileAttributesW(path.c_str()) : INVALID_FILE_ATTRIBUTES;
     if (attributes != INVALID_FILE_ATTRIBUTES) {
         if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
             return 0;
@@ -201,7 +208,7 @@ int CFileMisc::CreateFolder(const std::wstring& path)
                                       L"\nA file with the same name exists."});
         return 1;
     }
-    if (::_wmkdir(path.c_str()) != 0) {
+    if (!canBe || ::_wmkdir(path.c_str()) != 0) {
         ReportCannotMakeFolder(path, {L"", L""});
         return 1;
     }
@@ -269,7 +276,7 @@ std::wstring CFileMisc::FitPathToWidth(HDC dc, const std::wstring& prefix, const
 CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
 {
     m_lstEntries.RemoveAll();
-    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    if (IsShare(path) || ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
         return {false, false};
     }
     std::vector<char> buffer(kReadBufferSize);  // the stream's own is a fraction of it

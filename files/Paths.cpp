@@ -20,6 +20,19 @@ std::wstring Joined(std::wstring_view folder, std::wstring_view name)
     return path;
 }
 
+// How many names a path in the network is made of; none for any other path.
+int NamesInNetwork(std::wstring_view path)
+{
+    if (!path.starts_with(L"\\\\")) {
+        return 0;
+    }
+    int names = 0;
+    for (std::size_t at = 1; at < path.size(); ++at) {
+        names += path[at - 1] == kBackslash && path[at] != kBackslash ? 1 : 0;
+    }
+    return names;
+}
+
 }  // namespace
 
 std::wstring NormalizePath(std::wstring_view path)
@@ -34,7 +47,7 @@ std::wstring NormalizePath(std::wstring_view path)
 
 std::wstring PathBelow(std::wstring_view folder, std::wstring_view name)
 {
-    return folder.empty() ? std::wstring() : NormalizePath(Joined(folder, name));
+    return NormalizePath(Joined(folder, name));
 }
 
 std::wstring MappedFolder(std::wstring_view standardPartsFolder)
@@ -45,6 +58,16 @@ std::wstring MappedFolder(std::wstring_view standardPartsFolder)
 std::wstring MapFilePath(std::wstring_view standardPartsFolder)
 {
     return PathBelow(standardPartsFolder, Joined(kMappedFolderName, kMapFileName));
+}
+
+bool IsComputer(std::wstring_view path)
+{
+    return NamesInNetwork(path) == 1;
+}
+
+bool IsShare(std::wstring_view path)
+{
+    return NamesInNetwork(path) == 2;
 }
 
 bool IsBareFileName(std::wstring_view name)

@@ -12,13 +12,20 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 [[nodiscard]] std::wstring NormalizePath(std::wstring_view path);
 
 // The path of a name, or of several joined by backslashes, below a folder, which may end in a backslash.
-// Empty when the folder is not known: what is left would be taken for a computer in the network.
+// Below an empty folder it is \\NAME: a computer of the network, see IsComputer.
 [[nodiscard]] std::wstring PathBelow(std::wstring_view folder, std::wstring_view name);
 
 // The "Mapped" folder of a standard-parts folder, without a backslash at its end, and the path of the parts
-// map file in it; empty as PathBelow has it.
+// map file in it.
 [[nodiscard]] std::wstring MappedFolder(std::wstring_view standardPartsFolder);
 [[nodiscard]] std::wstring MapFilePath(std::wstring_view standardPartsFolder);
+
+// Whether the path names no more than a computer of the network, \\COMPUTER, or one of its shares,
+// \\COMPUTER\SHARE. The former is never a folder, the latter never a file: such a path is shown, but asking
+// the system for it would only search the network. The "Mapped" folder and the map file of an empty
+// standard-parts folder have such paths.
+[[nodiscard]] bool IsComputer(std::wstring_view path);
+[[nodiscard]] bool IsShare(std::wstring_view path);
 
 // Whether the text, put behind a folder, is the path of something in that folder itself and of no other name:
 // not empty, without the characters that lead elsewhere or stand for several names, and without a dot or a

@@ -250,7 +250,9 @@ bool CTalvenorDlg::OnInitDialog()
     AnchorControls();
     PrepareList();
     ReadFolders();
-    m_strHelpFile = PathBelow(m_strInstallDir, kHelpDocument.Current());
+    if (!m_strInstallDir.empty()) {
+        m_strHelpFile = PathBelow(m_strInstallDir, kHelpDocument.Current());
+    }
     FillVersions();
     return true;
 }
@@ -824,7 +826,8 @@ void CTalvenorDlg::TakeChosenVersion()
 
 bool CTalvenorDlg::MayOverwriteMapFile() const
 {
-    if (!Exists(MapFilePath(m_strSourceDir))) {
+    const std::wstring mapFile = MapFilePath(m_strSourceDir);
+    if (IsShare(mapFile) || !Exists(mapFile)) {
         return true;
     }
     const std::wstring question = kOverwriteLead.Current() + std::wstring(kMapFileName) +

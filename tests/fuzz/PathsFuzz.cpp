@@ -24,7 +24,7 @@ std::wstring PlainNormalize(const std::wstring& path)
 
 std::wstring PlainBelow(const std::wstring& folder, const std::wstring& tail)
 {
-    return folder.empty() ? folder : PlainNormalize(folder + tail);
+    return PlainNormalize(folder + tail);
 }
 
 std::wstring PlainStripFolder(std::wstring folder)

@@ -44,11 +44,36 @@ TEST(PathBelow, LiesBelowTheFolder)
     EXPECT_EQ(PathBelow(L"\\\\server\\zelmar", L"a.pdf"), L"\\\\server\\zelmar\\a.pdf");
 }
 
-TEST(PathBelow, IsNoneInTheNetworkWithoutAFolder)
+TEST(PathBelow, LiesInTheNetworkBelowNoFolder)
 {
-    EXPECT_EQ(PathBelow(L"", L"Manuals\\us\\a.pdf"), L"");
-    EXPECT_EQ(MappedFolder(L""), L"");
-    EXPECT_EQ(MapFilePath(L""), L"");
+    EXPECT_EQ(PathBelow(L"", L"a.pdf"), L"\\\\a.pdf");
+    EXPECT_EQ(MappedFolder(L""), L"\\\\Mapped");
+    EXPECT_EQ(MapFilePath(L""), L"\\\\Mapped\\PartsMap.txt");
+}
+
+TEST(IsComputer, TellsAComputerFromWhatIsOnIt)
+{
+    EXPECT_TRUE(IsComputer(MappedFolder(L"")));
+    EXPECT_TRUE(IsComputer(MappedFolder(L"\\")));
+    EXPECT_TRUE(IsComputer(MappedFolder(L"\\\\")));
+    EXPECT_TRUE(IsComputer(L"\\\\server\\"));
+    for (const wchar_t* const path :
+         {L"", L"\\\\", L"\\Mapped", L"Mapped", L"D:\\Mapped", L"\\\\server\\Mapped", L"\\\\Mapped\\a\\b"}) {
+        EXPECT_FALSE(IsComputer(path)) << testing::PrintToString(path);
+    }
+}
+
+TEST(IsShare, TellsAShareFromWhatIsInIt)
+{
+    EXPECT_TRUE(IsShare(MapFilePath(L"")));
+    EXPECT_TRUE(IsShare(MapFilePath(L"\\")));
+    EXPECT_TRUE(IsShare(MapFilePath(L"\\\\")));
+    EXPECT_TRUE(IsShare(L"\\\\server\\parts\\"));
+    for (const wchar_t* const path :
+         {L"", L"\\Mapped\\PartsMap.txt", L"D:\\Mapped\\PartsMap.txt", L"Mapped\\PartsMap.txt", L"\\\\server",
+          L"\\\\Mapped\\Mapped\\PartsMap.txt"}) {
+        EXPECT_FALSE(IsShare(path)) << testing::PrintToString(path);
+    }
 }
 
 TEST(MappedFolder, LiesInTheStandardPartsFolder)

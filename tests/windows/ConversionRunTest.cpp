@@ -19,6 +19,7 @@
 #include "tests/windows/FakeAutomation.h"
 #include "tests/windows/FakeClasses.h"
 #include "tests/windows/MappedFile.h"
+#include "tests/windows/NetworkWatch.h"
 #include "tests/windows/TestScopes.h"
 #include "tests/windows/WindowScopes.h"
 
@@ -867,6 +868,16 @@ TEST_F(ConversionRunTest, ANetworkPathKeepsItsTwoBackslashes)
     EXPECT_EQ(m_log,
               EventLog{L"box FEHLER: Datei \\\\127.0.0.1\\talvenor-no-such-share\\Mapped\\PartsMap.txt "
                        L"kann nicht zum Schreiben geöffnet werden!"});
+}
+
+TEST_F(ConversionRunTest, WithoutAFolderNothingIsAskedOfTheNetwork)
+{
+    AddRows(1);
+    const CNetworkWatch network;
+    Run(true, L"");
+    EXPECT_EQ(m_log, EventLog{L"box FEHLER: Datei \\\\Mapped\\PartsMap.txt kann nicht zum Schreiben geöffnet "
+                              L"werden!"});
+    EXPECT_EQ(network.m_paths, Texts{});
 }
 
 // A map file on which writing fails for a while, as on a disk that is full.

@@ -10,6 +10,7 @@
 #include "files/MapLine.h"
 #include "framework/File.h"
 #include "framework/Handles.h"
+#include "tests/windows/NetworkWatch.h"
 #include "tests/windows/TestScopes.h"
 
 namespace {
@@ -743,6 +744,28 @@ TEST(MapByteFor, GivesTheExactByteOfTheCodePageOrAQuestionMark)
     EXPECT_EQ(MapByteFor(L'Ω'), '?');
     EXPECT_EQ(MapByteFor(L'日'), '?');
     EXPECT_EQ(MapByteFor(static_cast<wchar_t>(0xD83D)), '?');
+}
+
+// What the paths of an empty standard-parts folder lead to.
+TEST_F(FileMiscTest, NoComputerOfTheNetworkIsAskedForAFolderOrAMapFile)
+{
+    const CNetworkWatch network;
+    EXPECT_EQ(Shown(1, [] { EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\Mapped"), 1); }),
+              Texts{L"Verzeichnis '\\\\Mapped' kann nicht angelegt werden."});
+    EXPECT_EQ(Shown(0, [] { EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\Mapped"), 1); }),
+              Texts{L"Cannot create directory '\\\\Mapped'."});
+    CFileMisc files(1);
+    EXPECT_EQ(files.ReadMapFile(L"\\\\Mapped\\PartsMap.txt"), kMissing);
+    std::ifstream input;
+    EXPECT_EQ(CFileMisc::OpenInputFile(input, "\\\\Mapped\\PartsMap.txt", true), 1);
+    EXPECT_TRUE(input.fail());
+    std::ofstream output;
+    EXPECT_EQ(CFileMisc::OpenOutputFile(output, "\\\\Mapped\\PartsMap.txt", true), 1);
+    EXPECT_TRUE(output.fail());
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+    EXPECT_EQ(network.m_paths, Texts{});
+    EXPECT_EQ(Shown(0, [] { EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\server\\Mapped"), 1); }).size(), 1U);
+    EXPECT_EQ(network.m_paths.size(), 2U) << "the watch sees what is asked of the network";
 }
 
 TEST_F(FileMiscTest, TextModeTurnsLineEndsAndBinaryDoesNot)

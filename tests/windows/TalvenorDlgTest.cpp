@@ -23,6 +23,7 @@
 #include "tests/cadserver/UnderWine.h"
 #include "tests/windows/FakeAutomation.h"
 #include "tests/windows/FakeClasses.h"
+#include "tests/windows/NetworkWatch.h"
 #include "tests/windows/TestScopes.h"
 #include "tests/windows/WindowScopes.h"
 
@@ -598,15 +599,30 @@ TEST_P(TalvenorDlgTest, StartsWithTheFoldersPartsWhereThereIsNoMapFile)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-TEST_P(TalvenorDlgTest, AnEmptyFolderHasNoFolderOfCopiesInTheNetwork)
+TEST_P(TalvenorDlgTest, AnEmptyFolderIsNamedAsItsPathsAreComposedAndNothingIsDoneThere)
 {
     SetPartsFolder(L"");
+    const CNetworkWatch network;
     Run([this] {
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"");
-        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), L"");
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), L"\\\\Mapped");
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        Command(IDC_SHOW_MAP);
+        EXPECT_EQ(TakeBoxes(),
+                  (Texts{NoSuchFolder(), In(L"Map-Datei '\\\\Mapped\\PartsMap.txt' nicht vorhanden.",
+                                            L"Map-File '\\\\Mapped\\PartsMap.txt' not available.")}));
     });
-    EXPECT_EQ(TakeBoxes(), Texts{});
+    Run([this] {
+        List().AddFiles({L"N_ISO_1_a.sldprt"});
+        Command(IDC_START);
+        EXPECT_EQ(TakeBoxes(),
+                  (Texts{NoSuchFolder(), In(L"Verzeichnis '\\\\Mapped' kann nicht angelegt werden.",
+                                            L"Cannot create directory '\\\\Mapped'.")}));
+        EXPECT_EQ(List().CountPendingRows(), List().GetItemCount());
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+    });
+    EXPECT_EQ(network.m_paths, Texts{});
 }
 
 TEST_P(TalvenorDlgTest, StartsWithTheMapFileWhereThereIsOne)
