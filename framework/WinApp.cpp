@@ -2,6 +2,7 @@
 
 #include <ole2.h>
 
+#include <array>
 #include <utility>
 
 #include "framework/Wnd.h"
@@ -67,6 +68,27 @@ void CWinApp::PumpPendingMessage()
         return;
     }
     Dispatch(message);
+}
+
+void CWinApp::DropPendingInput()
+{
+    struct Range
+    {
+        UINT first;
+        UINT last;
+    };
+    constexpr std::array kInput{Range{WM_KEYFIRST, WM_KEYLAST}, Range{WM_MOUSEFIRST, WM_MOUSELAST},
+                                Range{WM_NCMOUSEMOVE, WM_NCXBUTTONDBLCLK},
+                                Range{WM_NCPOINTERUPDATE, WM_POINTERROUTEDRELEASED}};
+    for (const Range& range : kInput) {
+        MSG message{};
+        while (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
+            if (message.message == WM_QUIT) {  // comes through every range
+                PostQuitMessage(static_cast<int>(message.wParam));
+                return;
+            }
+        }
+    }
 }
 
 bool CWinApp::InitializeOle()

@@ -30,6 +30,9 @@ public:
     // The same for a message that is already there; does nothing when the queue is empty.
     static void PumpPendingMessage();
 
+    // Drops the keys and the mouse messages that wait in the thread's queue, whatever window they are for.
+    static void DropPendingInput();
+
     // The title of the program's message boxes.
     [[nodiscard]] const std::wstring& GetName() const { return m_strName; }
 

@@ -68,14 +68,17 @@ CConversionRun::CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWo
 {
 }
 
-// An exception may have ended the run early: neither half a line nor a server may stay behind. Nobody is told
-// any more.
+// An exception may have ended the run early: neither half a line, nor the dialog, nor a server may stay behind.
+// Nobody is told any more.
 CConversionRun::~CConversionRun()
 {
     try {
         DropHalfLine();
     } catch (const std::exception&) {
         // Memory is short, and the half line stays.
+    }
+    if (m_pProgress != nullptr) {
+        CloseProgress();
     }
     ReleaseCad();
 }
@@ -105,14 +108,22 @@ void CConversionRun::OpenProgress()
     m_pProgress = std::make_unique<CProgressFileCopy>(&m_mainWindow, 0, kProgressFull, 0);
 }
 
-// The main window is enabled before its progress dialog goes: otherwise the system would activate another
-// program's window.
+// The main window is enabled while its progress dialog goes: otherwise the system would activate another
+// program's window. No message is dispatched in between, so that nothing can be done with it yet.
 void CConversionRun::CloseProgress()
 {
     m_mainWindow.EnableWindow(true);
     m_pProgress->DestroyWindow();
     m_pProgress.reset();
-    m_mainWindow.BringWindowToTop();
+    m_mainWindow.EnableWindow(false);
+}
+
+// Ends a run that cannot go on. The user, who was told why, need not wait for the end of SOLIDWORKS.
+void CConversionRun::EndEarly()
+{
+    CloseProgress();
+    m_view.TakeInputAgain();
+    ReleaseCad();
 }
 
 // Loads SOLIDWORKS unless files are copied only. False when the run has ended.
@@ -127,8 +138,7 @@ bool CConversionRun::PrepareCad()
     const CadState state = LoadCad();
     if (state != CadState::ready) {
         ShowCadFailure(state);
-        CloseProgress();
-        ReleaseCad();
+        EndEarly();
         return false;
     }
     m_pProgress->EnableCancel(true);
@@ -180,8 +190,7 @@ bool CConversionRun::OpenMapFile()
         return true;
     }
     ShowMessage(kMapFileLead.Current() + m_strMapPath + kMapFileNotOpened.Current());
-    CloseProgress();
-    ReleaseCad();
+    EndEarly();
     return false;
 }
 
@@ -375,8 +384,7 @@ bool CConversionRun::ReconnectCad()
         return true;
     }
     ShowCadFailure(state);
-    CloseProgress();
-    ReleaseCad();
+    EndEarly();
     return false;
 }
 

@@ -22,8 +22,8 @@ struct ConversionOrder
 
 // One conversion run: copies the pending rows' files under their new names into the "Mapped" folder, records
 // every row in the map file, has SOLIDWORKS write the BOM names, and marks the rows converted. Works on the
-// user-interface thread and returns when the run has ended; the main window is disabled meanwhile. All
-// failures are reported to the user here.
+// user-interface thread and returns when the run has ended; the main window is disabled meanwhile, and still
+// is then unless the run ended early. All failures are reported to the user here.
 class CConversionRun
 {
 public:
@@ -52,6 +52,7 @@ private:
 
     void OpenProgress();
     void CloseProgress();
+    void EndEarly();
     bool PrepareCad();
     CadState LoadCad();
     void ShowCadFailure(CadState state) const;

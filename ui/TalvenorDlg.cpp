@@ -17,6 +17,7 @@
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/ResourceHandle.h"
+#include "framework/WinApp.h"
 #include "platform/FileNames.h"
 #include "platform/Registry.h"
 #include "resources/resource.h"
@@ -216,23 +217,17 @@ private:
     bool& m_bFlag;
 };
 
-// After a run, however it ended, the main window takes input again and stands in front.
-class CMainWindowBack
+// After a run, however it ended, the main window takes input again.
+class CInputScope
 {
 public:
-    explicit CMainWindowBack(const CWnd& window) : m_window(window) {}
-    CMainWindowBack(const CMainWindowBack&) = delete;
-    CMainWindowBack& operator=(const CMainWindowBack&) = delete;
-    ~CMainWindowBack()
-    {
-        if (!m_window.IsWindowEnabled()) {
-            m_window.EnableWindow(true);
-        }
-        m_window.BringWindowToTop();
-    }
+    explicit CInputScope(CConversionView& view) : m_view(view) {}
+    CInputScope(const CInputScope&) = delete;
+    CInputScope& operator=(const CInputScope&) = delete;
+    ~CInputScope() { m_view.TakeInputAgain(); }
 
 private:
-    const CWnd& m_window;
+    CConversionView& m_view;
 };
 
 }  // namespace
@@ -445,6 +440,20 @@ void CTalvenorDlg::ReloadAfterCancel()
     } else {
         m_wndList.DeleteAllItems();
         ShowFolderContents();
+    }
+}
+
+// An Enter that was typed to no effect while the window was disabled would start the next run.
+void CTalvenorDlg::TakeInputAgain()
+{
+    const bool wasDisabled = !IsWindowEnabled();
+    if (wasDisabled) {
+        CWinApp::DropPendingInput();
+        EnableWindow(true);
+    }
+    BringWindowToTop();
+    if (wasDisabled) {
+        FocusControl(m_wndList);
     }
 }
 
@@ -799,7 +808,7 @@ void CTalvenorDlg::OnMarkForConversion()
 
 void CTalvenorDlg::OnStart()
 {
-    const CMainWindowBack back(*this);
+    const CInputScope inputAgain(*this);
     FocusControl(m_wndList);
     if (m_wndList.GetItemCount() == 0) {
         return;

@@ -43,6 +43,7 @@ private:
     // View
     void ShowViewStatus(bool mapView) override;
     void ReloadAfterCancel() override;
+    void TakeInputAgain() override;
     void MarkListChanged(bool on);
     void FillListFromTable(const CFileMisc& mapFile);
     void ShowMapView(const CFileMisc& mapFile);

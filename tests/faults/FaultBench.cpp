@@ -404,6 +404,7 @@ void CFaultBench::Convert()
     } catch (const std::exception& exception) {
         Differ(std::string("the run threw: ") + exception.what());
     }
+    TakeInputAgain();  // as the run's caller does
 }
 
 int CFaultBench::OnBox(const MessageRequest& request)
@@ -426,6 +427,11 @@ void CFaultBench::ShowViewStatus(bool mapView)
 void CFaultBench::ReloadAfterCancel()
 {
     m_shown.emplace_back(L"view reload");
+}
+
+void CFaultBench::TakeInputAgain()
+{
+    m_mainWindow.EnableWindow(true);
 }
 
 void CFaultBench::Differ(const std::string& what)

@@ -96,6 +96,7 @@ private:
     int OnBox(const MessageRequest& request);
     void ShowViewStatus(bool mapView) override;
     void ReloadAfterCancel() override;
+    void TakeInputAgain() override;
 
     void KeepCopiesOfTheStart();
     void MakeCopiesOfTheStart() const;

@@ -76,6 +76,7 @@ public:
     std::map<int, Positions> m_positions;                    // and each bar
     std::function<void()> m_onOverallMove;                   // called when the overall bar is about to move
     std::function<void(const std::wstring&)> m_onFirstLine;  // and when the first line is about to be set
+    std::function<void(HWND, UINT, WPARAM)> m_onMessage;     // called for whatever any window is sent
 
     [[nodiscard]] bool IsOpen() const { return m_dialog != nullptr && IsWindow(m_dialog) != FALSE; }
     [[nodiscard]] bool MayCancel() const { return IsWindowEnabled(GetDlgItem(m_dialog, IDCANCEL)) != FALSE; }
@@ -102,6 +103,9 @@ private:
 
     void Note(const CWPSTRUCT& call)
     {
+        if (m_onMessage) {
+            m_onMessage(call.hwnd, call.message, call.wParam);
+        }
         if (call.message != WM_SETTEXT && call.message != PBM_SETPOS) {
             return;
         }
@@ -167,7 +171,6 @@ protected:
         if (IsSkipped()) {
             return;
         }
-        EXPECT_TRUE(m_mainWindow.IsWindowEnabled());
         EXPECT_NE(m_screen.m_dialog, nullptr);
         EXPECT_FALSE(m_screen.IsOpen());
         EXPECT_EQ(m_application.References(), 0);
@@ -255,6 +258,8 @@ protected:
                                    [](const std::wstring& event) { return event.starts_with(L"view "); });
     }
 
+    virtual void Log(const std::wstring& event) { m_log.push_back(event); }
+
     // Lets a member do something before it answers as before.
     static CFakeDispatch::Handler Before(std::function<void()> action, CFakeDispatch::Handler answer)
     {
@@ -310,7 +315,7 @@ private:
         if (!request.helpFile.empty() || request.helpContext != 0) {
             text += L" [help " + request.helpFile + L" " + std::to_wstring(request.helpContext) + L"]";
         }
-        m_log.push_back(text);
+        Log(text);
         if (m_onBox) {
             m_onBox();
         }
@@ -319,14 +324,15 @@ private:
 
     void ShowViewStatus(bool mapView) override
     {
-        m_log.emplace_back(mapView ? L"view map file" : L"view folder");
+        Log(mapView ? L"view map file" : L"view folder");
         ExpectMapFileClosed();
     }
     void ReloadAfterCancel() override
     {
-        m_log.emplace_back(L"view reload");
+        Log(L"view reload");
         ExpectMapFileClosed();
     }
+    void TakeInputAgain() override { m_mainWindow.EnableWindow(true); }
     static void ExpectMapFileClosed()
     {
         const UniqueHandle file(ValidHandle(
@@ -983,7 +989,6 @@ TEST_F(UnwritableMapFileTest, AnExceptionThatEndsTheRunLeavesNoHalfLine)
         throw CTestException();
     };
     EXPECT_THROW(Run(true), CTestException);
-    m_mainWindow.EnableWindow(true);  // as the run's caller does
     EXPECT_EQ(Records(), std::vector<std::string>{"a1.sldprt ; b1.sldprt ; "});
 }
 
@@ -1121,6 +1126,197 @@ TEST_F(ConversionRunTest, AnOldCadSystemAtTheReconnectionEndsTheRun)
     EXPECT_EQ(Marks(), "PP");
     EXPECT_EQ(Count(L"application 6 method"), 2);
     EXPECT_EQ(m_log.back(), L"application 6 method");
+}
+
+// The last steps of a run: in the log of these tests stands also what becomes of the windows and the map file.
+// The main window is enabled for a moment while the progress dialog goes.
+class EndOfRunTest : public ConversionRunTest
+{
+protected:
+    EndOfRunTest()
+    {
+        m_screen.m_onMessage = [this](HWND window, UINT message, WPARAM wParam) {
+            if (window == m_mainWindow.m_hWnd && message == WM_ENABLE) {
+                Log(wParam != FALSE ? L"main window enabled" : L"main window disabled");
+            } else if (window == m_screen.m_dialog && message == WM_DESTROY) {
+                Log(L"progress dialog destroyed");
+            }
+        };
+        m_screen.m_onFirstLine = [this](const std::wstring&) { LogMapFile(); };
+        AddRows(2);
+    }
+
+    void Log(const std::wstring& event) override
+    {
+        LogMapFile();
+        m_log.push_back(event);
+    }
+    void RunToTheEnd(bool copyOnly)
+    {
+        Run(copyOnly);
+        Log(L"returned");
+    }
+
+    // Cancels the run in its first row.
+    void CancelRun()
+    {
+        m_document.On(kConfigurationCount, AnswerLong(0));
+        m_application.On(kOpenDocument, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_document)));
+        RunToTheEnd(false);
+    }
+
+    // Has the connection be lost in the first row, and something else happen before the next one.
+    void LoseConnection(const std::function<void()>& before)
+    {
+        FailOpening(1, Before(before, Fail(E_UNEXPECTED)));
+        RunToTheEnd(false);
+    }
+
+    // The log from the last event of this kind on.
+    [[nodiscard]] EventLog From(const std::wstring& event) const
+    {
+        const auto found = std::ranges::find(m_log.rbegin(), m_log.rend(), event);
+        return found == m_log.rend() ? m_log : EventLog(found.base() - 1, m_log.end());
+    }
+
+private:
+    void LogMapFile()
+    {
+        const bool isOpen = IsMapFileOpen();
+        if (std::exchange(m_wasOpen, isOpen) != isOpen) {
+            m_log.emplace_back(isOpen ? L"map file opened" : L"map file closed");
+        }
+    }
+    static bool IsMapFileOpen()
+    {
+        const UniqueHandle file(ValidHandle(
+            CreateFileW(L"lib\\Mapped\\PartsMap.txt", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
+        return file == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
+    }
+
+    bool m_wasOpen = false;
+};
+
+const EventLog kDialogGoes{L"main window enabled", L"progress dialog destroyed", L"main window disabled"};
+const std::wstring kCadEnds = L"application 6 method";
+
+EventLog operator+(EventLog events, const EventLog& more)
+{
+    events.insert(events.end(), more.begin(), more.end());
+    return events;
+}
+
+TEST_F(EndOfRunTest, WhenItHasFinished)
+{
+    RunToTheEnd(false);
+    EXPECT_EQ(From(L"map file closed"), (EventLog{L"map file closed", L"view map file", kFinishedGerman} +
+                                         kDialogGoes + EventLog{kCadEnds, L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenItHasCopiedOnly)
+{
+    RunToTheEnd(true);
+    EXPECT_EQ(m_log, (EventLog{L"main window disabled", L"map file opened", L"map file closed",
+                               L"view map file", kFinishedGerman} +
+                      kDialogGoes + EventLog{L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenItWasCancelled)
+{
+    CancelRun();
+    EXPECT_EQ(From(L"map file closed"), (EventLog{L"map file closed", kCancelledGerman, L"view reload"} +
+                                         kDialogGoes + EventLog{kCadEnds, L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenTheCadSystemIsNotLoaded)
+{
+    m_class.m_status = REGDB_E_CLASSNOTREG;
+    RunToTheEnd(false);
+    EXPECT_EQ(m_log, (EventLog{L"main window disabled", kNotLoadedGerman} + kDialogGoes +
+                      EventLog{L"main window enabled", L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenTheCadSystemIsTooOld)
+{
+    m_application.On(kDateCode, AnswerLong(1999249));
+    RunToTheEnd(false);
+    EXPECT_EQ(From(kTooOldGerman), (EventLog{kTooOldGerman} + kDialogGoes +
+                                    EventLog{L"main window enabled", kCadEnds, L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenTheCadSystemDoesNotTellItsVersion)
+{
+    m_application.On(kDateCode, Fail(E_FAIL));
+    RunToTheEnd(false);
+    EXPECT_EQ(From(kNotLoadedGerman), (EventLog{kNotLoadedGerman} + kDialogGoes +
+                                       EventLog{L"main window enabled", kCadEnds, L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenTheMapFileIsNotOpened)
+{
+    std::filesystem::create_directory(L"lib\\Mapped\\PartsMap.txt");
+    const std::wstring notOpened =
+        L"box FEHLER: Datei lib\\Mapped\\PartsMap.txt kann nicht zum Schreiben geöffnet werden!";
+    RunToTheEnd(false);
+    EXPECT_EQ(From(notOpened), (EventLog{notOpened} + kDialogGoes +
+                                EventLog{L"main window enabled", kCadEnds, L"returned"}));
+    m_log.clear();
+    RunToTheEnd(true);
+    EXPECT_EQ(m_log, (EventLog{L"main window disabled", notOpened} + kDialogGoes +
+                      EventLog{L"main window enabled", L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenTheCadSystemDoesNotComeBack)
+{
+    LoseConnection([&] { m_class.m_status = CO_E_SERVER_EXEC_FAILURE; });
+    EXPECT_EQ(From(kNotLoadedGerman), (EventLog{kNotLoadedGerman} + kDialogGoes +
+                                       EventLog{L"main window enabled", L"map file closed", L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenTheCadSystemComesBackTooOld)
+{
+    LoseConnection([&] { m_application.On(kDateCode, AnswerLong(1998000)); });
+    EXPECT_EQ(From(kTooOldGerman),
+              (EventLog{kTooOldGerman} + kDialogGoes +
+               EventLog{L"main window enabled", kCadEnds, L"map file closed", L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenAnExceptionEndsIt)
+{
+    std::filesystem::remove(L"lib\\a1.sldprt");
+    m_onBox = [] { throw CTestException(); };
+    EXPECT_THROW(Run(false), CTestException);
+    Log(L"thrown");
+    const std::wstring box = Boxes().back();
+    EXPECT_TRUE(box.starts_with(L"box Kopieren der Normteil-Dateien fehlgeschlagen!")) << box;
+    EXPECT_EQ(From(box), EventLog{box} + kDialogGoes + (EventLog{kCadEnds, L"map file closed", L"thrown"}));
+}
+
+// Another window of the thread stands for another program: it must not come to the front in place of the main
+// window, which nothing that waits in the queue can reach before it is disabled again.
+TEST_F(EndOfRunTest, TheMainWindowIsTheActiveOneBehindTheProgressDialog)
+{
+    const CCountingWindow other;
+    HWND active = nullptr;
+    int dispatched = -1;
+    m_screen.m_onMessage = [&, note = m_screen.m_onMessage](HWND window, UINT message, WPARAM wParam) {
+        note(window, message, wParam);
+        if (m_log.back() == L"progress dialog destroyed") {
+            other.PostMessage(WM_APP);
+        }
+    };
+    m_application.On(kExit, Before(
+                                [&] {
+                                    active = GetActiveWindow();
+                                    dispatched = other.m_count;
+                                },
+                                Succeed()));
+    SetActiveWindow(m_mainWindow.m_hWnd);
+    Run(false);
+    EXPECT_EQ(active, m_mainWindow.m_hWnd);
+    EXPECT_EQ(dispatched, 0);
+    DrainMessages();
+    EXPECT_GT(other.m_count, 0);
 }
 
 }  // namespace

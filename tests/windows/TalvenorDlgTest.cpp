@@ -229,6 +229,21 @@ bool IsAbove(HWND window, HWND other)
     return false;
 }
 
+// The progress dialog of a run; or null.
+HWND FindProgress()
+{
+    HWND found = nullptr;
+    EnumThreadWindows(
+        GetCurrentThreadId(),
+        [](HWND window, LPARAM place) -> BOOL {
+            const bool isIt = GetDlgItem(window, IDC_PROGRESS_FILE) != nullptr;
+            *reinterpret_cast<HWND*>(place) = isIt ? window : nullptr;
+            return isIt ? FALSE : TRUE;
+        },
+        reinterpret_cast<LPARAM>(&found));
+    return found;
+}
+
 bool Cancel(HWND dialog)
 {
     PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
@@ -1565,6 +1580,49 @@ protected:
         m_trying = false;
     }
 
+    static void Send(std::vector<INPUT> inputs)
+    {
+        SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
+    }
+    // A key as it comes from the keyboard, to whatever has the focus when it is taken from the queue.
+    static void TypeEnter()
+    {
+        INPUT down{};
+        down.type = INPUT_KEYBOARD;
+        down.ki.wVk = VK_RETURN;
+        INPUT up = down;
+        up.ki.dwFlags = KEYEVENTF_KEYUP;
+        Send({down, up});
+    }
+    // The same of the mouse.
+    static void ClickOn(HWND control)
+    {
+        RECT place{};
+        GetWindowRect(control, &place);
+        INPUT down{};
+        down.type = INPUT_MOUSE;
+        down.mi.dx = (place.left + 5) * 65536 / GetSystemMetrics(SM_CXSCREEN) + 1;
+        down.mi.dy = (place.top + 5) * 65536 / GetSystemMetrics(SM_CYSCREEN) + 1;
+        down.mi.dwFlags = MOUSEEVENTF_ABSOLUTE | MOUSEEVENTF_MOVE | MOUSEEVENTF_LEFTDOWN;
+        INPUT up = down;
+        up.mi.dwFlags = MOUSEEVENTF_LEFTUP;
+        Send({down, up});
+    }
+    // Both do something now, with a map file there and every question answered by no.
+    void ExpectInputArrives()
+    {
+        TypeEnter();
+        DrainMessages();
+        EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
+        ClickOn(Item(IDC_REMOVE_ALL));
+        DrainMessages();
+        EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
+    }
+    [[nodiscard]] static std::wstring TooOld()
+    {
+        return In(L"SOLIDWORKS 99/250 muss mindestens installiert sein.", L"SOLIDWORKS 99/250 is required.");
+    }
+
     const std::wstring kCad = L"SldWorks.Application.";
     EventLog m_log;
     const CLSID m_classId = NewClassId();
@@ -1589,9 +1647,9 @@ TEST_P(BusyDialogTest, NoCommandStartsDuringARun)
         ExpectNothingHappens();
         return AnswerObject(nullptr)(call);
     });
-    // The window is enabled again while the CAD system ends.
     m_application.On(kExit, [this](FakeCall&) {
-        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+        EXPECT_FALSE(m_dialog->IsWindowEnabled());
+        EXPECT_EQ(FindProgress(), nullptr);
         ExpectNothingHappens();
         return S_OK;
     });
@@ -1611,19 +1669,69 @@ TEST_P(BusyDialogTest, NoCommandStartsDuringARun)
     EXPECT_EQ(m_tries, 4);
 }
 
-// The progress dialog of a run; or null.
-HWND FindProgress()
+// A run that ends early lets the window go before the CAD system has ended.
+TEST_P(BusyDialogTest, NoCommandStartsWhileACadSystemThatIsTooOldEnds)
 {
-    HWND found = nullptr;
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND window, LPARAM place) -> BOOL {
-            const bool isIt = GetDlgItem(window, IDC_PROGRESS_FILE) != nullptr;
-            *reinterpret_cast<HWND*>(place) = isIt ? window : nullptr;
-            return isIt ? FALSE : TRUE;
-        },
-        reinterpret_cast<LPARAM>(&found));
-    return found;
+    m_application.On(kDateCode, AnswerLong(1999249));
+    m_application.On(kExit, [this](FakeCall&) {
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+        EXPECT_EQ(FindProgress(), nullptr);
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        ExpectNothingHappens();
+        return S_OK;
+    });
+    Run([this] {
+        Select({0, 1, 2});
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{TooOld()});
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_parts);
+    });
+    EXPECT_EQ(m_tries, 1);
+}
+
+TEST_P(BusyDialogTest, WhatIsTypedAndClickedWhileTheCadSystemEndsIsThrownAway)
+{
+    m_application.On(kOpenDocument, AnswerObject(nullptr));
+    m_application.On(kExit, [this](FakeCall&) {
+        if (m_class.m_created == 1) {  // a run that this starts would otherwise start the next one
+            TypeEnter();
+            ClickOn(Item(IDC_REMOVE_ALL));
+            List().PostMessage(WM_KEYDOWN, VK_RETURN, 1);
+        }
+        SetFocus(nullptr);  // as a system may that disables the window
+        return S_OK;
+    });
+    m_answer = IDNO;
+    Run([this] {
+        Press(IDC_START);
+        EXPECT_EQ(GetActiveWindow(), m_dialog->m_hWnd);
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        EXPECT_EQ(DefaultButton(), IDC_START);
+        DrainMessages();
+        EXPECT_EQ(TakeBoxes(), Texts{Finished()});
+        EXPECT_EQ(m_class.m_created, 1);
+        ExpectInputArrives();
+    });
+}
+
+TEST_P(BusyDialogTest, WhatIsTypedDuringARunThatEndsEarlyIsThrownAway)
+{
+    m_application.On(kDateCode, [this](FakeCall& call) {
+        if (m_class.m_created == 1) {
+            TypeEnter();
+        }
+        return AnswerLong(1999249)(call);
+    });
+    m_answer = IDNO;
+    Run([this] {
+        Press(IDC_START);
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        DrainMessages();
+        EXPECT_EQ(TakeBoxes(), Texts{TooOld()});
+        EXPECT_EQ(m_class.m_created, 1);
+        WriteMapFile("");
+        ExpectInputArrives();
+    });
 }
 
 // What is shown behind a cancelled run.
