@@ -25,6 +25,7 @@
 #include "bench/BenchedDialog.h"
 #include "bench/Stopwatch.h"
 #include "files/FileMisc.h"
+#include "files/MapCodePage.h"
 #include "files/MapLine.h"
 #include "resources/resource.h"
 
@@ -124,12 +125,12 @@ void MeasureCopies(const std::wstring& folder, int pairs)
 
 void MeasureRecords(const std::wstring& folder, int count)
 {
-    std::string map = FormatMapHeader(folder, &MapByteFor);
+    std::string map = FormatMapHeader(CFileMisc::PathToBytes(folder, MapCodePage()).bytes);
     for (int i = 0; i < count; ++i) {
         const std::wstring number = std::to_wstring(i);
         map += FormatMapRecord({L"N_" + number + L"_M8x40.sldprt", L"N_" + number + L"_M8x40.changed.sldprt",
                                 L"Norm " + number + L" - M8x40"},
-                               &MapByteFor) +
+                               MapByteRuleOf(MapCodePage())) +
                "\r\n";
     }
     std::filesystem::create_directories(folder + L"\\Mapped");

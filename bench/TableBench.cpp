@@ -30,6 +30,7 @@
 #include "bench/TextFile.h"
 #include "core/NameTemplate.h"
 #include "files/FileMisc.h"
+#include "files/MapCodePage.h"
 #include "files/MapLine.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
@@ -204,9 +205,9 @@ private:
 
     void WriteMapFile() const
     {
-        std::string text = FormatMapHeader(m_folder.Path(), &MapByteFor);
+        std::string text = FormatMapHeader(CFileMisc::PathToBytes(m_folder.Path(), MapCodePage()).bytes);
         for (const UTtab_entry& row : m_rows) {
-            text += FormatMapRecord(row, &MapByteFor) + "\r\n";
+            text += FormatMapRecord(row, MapByteRuleOf(MapCodePage())) + "\r\n";
         }
         CreateDirectoryW((m_folder / L"Mapped").c_str(), nullptr);
         WriteBytes(m_folder / L"Mapped\\PartsMap.txt", text);

@@ -6,6 +6,7 @@
 #include <initializer_list>
 
 #include "core/NameRules.h"
+#include "files/MapCodePage.h"
 #include "files/MapLine.h"
 #include "files/Paths.h"
 #include "framework/File.h"
@@ -147,52 +148,19 @@ bool Fits(HDC dc, const std::wstring& text, int width)
            extent.cx <= width;
 }
 
-// An 8-bit path back as text. By code and not through the ANSI code page, so that a path with an umlaut opens
-// the same file whatever code page the machine has.
-std::wstring PathOfBytes(const std::string& path8)
-{
-    std::wstring path;
-    for (const char byte : path8) {
-        path += static_cast<wchar_t>(static_cast<unsigned char>(byte));
-    }
-    return path;
-}
-
 // The runtime library opens files so that others may read and write them meanwhile.
 template <class Stream>
-int OpenStream(Stream& stream, const std::string& path8, std::ios::openmode mode, bool text)
+int OpenStream(Stream& stream, const Path8& path8, std::ios::openmode mode, bool text)
 {
-    const std::wstring path = PathOfBytes(path8);
-    if (IsShare(path)) {
+    if (!path8.representable || IsShare(path8.path)) {
         stream.setstate(std::ios::failbit);
     } else {
-        stream.open(path.c_str(), text ? mode : mode | std::ios::binary);
+        stream.open(path8.path.c_str(), text ? mode : mode | std::ios::binary);
     }
     return stream.fail() ? 1 : 0;
 }
 
-void DecodeAnsi(std::string_view bytes, std::wstring& text)
-{
-    // No code page makes more characters than there are bytes.
-    const int size = static_cast<int>(bytes.size());
-    text.resize(bytes.size());
-    const int length = ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, text.data(), size);
-    text.resize(static_cast<std::size_t>(length));
-}
-
 }  // namespace
-
-char MapByteFor(wchar_t character)
-{
-    char bytes[2] = {};
-    BOOL usedDefault = FALSE;
-    const int count =
-        ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, &character, 1, bytes, 2, nullptr, &usedDefault);
-    std::wstring decoded;
-    DecodeAnsi({bytes, 1}, decoded);
-    const bool exact = count == 1 && !usedDefault && decoded == std::wstring(1, character);
-    return exact ? bytes[0] : '?';
-}
 
 CFileMisc::CFileMisc(int nLanguage) : m_nLanguage(nLanguage) {}
 
@@ -282,13 +250,14 @@ CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
     std::vector<char> buffer(kReadBufferSize);  // the stream's own is a fraction of it
     std::ifstream stream;
     stream.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-    if (OpenInputFile(stream, PathToBytes(path), true) != 0) {
+    const UINT codePage = MapCodePage();
+    if (OpenInputFile(stream, PathToBytes(path, codePage), true) != 0) {
         const Text before{L"FEHLER: Datei '", L"ERROR: File '"};
         const Text after{L"' kann nicht zum Lesen geöffnet werden!", L"' cannot be opened for read access!"};
         ShowMessage(before.In(m_nLanguage) + path + after.In(m_nLanguage));
         return {true, true};
     }
-    const MapReadResult result = ReadMapLines(stream, DecodeAnsi, m_lstEntries);
+    const MapReadResult result = ReadMapLines(stream, MapDecoderOf(codePage), m_lstEntries);
     if (result.syntaxError) {
         const Text before{L"Syntax-Fehler in Zeile %d in\n", L"Syntax-Error in line %d in\n"};
         const Text after{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
@@ -298,17 +267,18 @@ CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
     return {true, false};
 }
 
-std::string CFileMisc::PathToBytes(std::wstring_view path)
+Path8 CFileMisc::PathToBytes(const std::wstring& path, UINT codePage)
 {
-    return EncodeMapText(path, [](wchar_t) { return '?'; });
+    const MapByteRule byteFor = MapByteRuleOf(codePage);
+    return {EncodeMapText(path, byteFor), path, HasMapBytes(path, byteFor)};
 }
 
-int CFileMisc::OpenInputFile(std::ifstream& stream, const std::string& path8, bool text)
+int CFileMisc::OpenInputFile(std::ifstream& stream, const Path8& path8, bool text)
 {
     return OpenStream(stream, path8, std::ios::in, text);
 }
 
-int CFileMisc::OpenOutputFile(std::ofstream& stream, const std::string& path8, bool text)
+int CFileMisc::OpenOutputFile(std::ofstream& stream, const Path8& path8, bool text)
 {
     return OpenStream(stream, path8, std::ios::out | std::ios::trunc, text);
 }

@@ -10,9 +10,14 @@
 #include "core/UTtabEntry.h"
 #include "framework/List.h"
 
-// The byte of a character above U+00FF in the 8-bit text of the parts map file: the one byte that stands for
-// exactly this character in the process's ANSI code page, so that the reader gets it back, otherwise '?'.
-[[nodiscard]] char MapByteFor(wchar_t character);
+// A path in 8 bits, made by CFileMisc::PathToBytes.
+struct Path8
+{
+    std::string bytes;  // as the text of the map file has it, '?' for a character without a byte
+    std::wstring
+        path;  // itself: two characters may share a byte, so the bytes do not tell which file is meant
+    bool representable;  // each character has a byte
+};
 
 // The file work of the program, and the records of the parts map file that was read last.
 // Failures are reported in message boxes here; the caller gets a plain result.
@@ -64,16 +69,15 @@ public:
     // and ends the reading; the records before it stay.
     MapFileState ReadMapFile(const std::wstring& path);
 
-    // A path in the 8-bit form that OpenInputFile and OpenOutputFile take: each character by its code. One
-    // above U+00FF has none and becomes '?', which no file name may hold, so that opening fails rather than
-    // hit another file.
-    [[nodiscard]] static std::string PathToBytes(std::wstring_view path);
+    // Returns a path in the 8-bit form that OpenInputFile and OpenOutputFile take: a character up to U+00FF
+    // by its code, another one by its byte in the code page (MapByteFor).
+    [[nodiscard]] static Path8 PathToBytes(const std::wstring& path, UINT codePage);
 
-    // Opens the stream on an 8-bit path (PathToBytes), in text mode (LF in memory, CR LF in the file) or
-    // binary; an output file is made or emptied. Others may read and write the file meanwhile. Returns 0, or
-    // 1 with the stream in its failed state.
-    static int OpenInputFile(std::ifstream& stream, const std::string& path8, bool text);
-    static int OpenOutputFile(std::ofstream& stream, const std::string& path8, bool text);
+    // Opens the stream on an 8-bit path, in text mode (LF in memory, CR LF in the file) or binary; an output
+    // file is made or emptied. Others may read and write the file meanwhile. Returns 0, or 1 with the stream
+    // in its failed state, as always for a path that is not representable.
+    static int OpenInputFile(std::ifstream& stream, const Path8& path8, bool text);
+    static int OpenOutputFile(std::ofstream& stream, const Path8& path8, bool text);
 
     // The name rules, see core/NameRules.h.
     static bool EnsureExtension(std::wstring& name, std::wstring_view extension);

@@ -7,6 +7,7 @@
 namespace {
 
 constexpr wchar_t kSeparator = L';';
+constexpr wchar_t kLastByItsCode = L'\u00FF';
 constexpr std::size_t kNone = std::wstring_view::npos;
 
 // The format knows these blanks only; a name may well end in another kind, such as a no-break space.
@@ -34,7 +35,7 @@ bool TakeField(std::wstring_view& rest, std::wstring_view& field)
 }
 
 // A line break, which a template from outside may bring in, would tear the record apart: it becomes a blank.
-std::string EncodeField(std::wstring_view field, char (*byteFor)(wchar_t))
+std::string EncodeField(std::wstring_view field, const MapByteRule& byteFor)
 {
     std::string bytes = EncodeMapText(field.substr(0, kMapFieldMaxBytes), byteFor);
     const auto breaksLine = [](char byte) { return byte == '\n' || byte == '\r'; };
@@ -62,35 +63,39 @@ bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry)
     return true;
 }
 
-std::string EncodeMapText(std::wstring_view text, char (*byteFor)(wchar_t))
+std::string EncodeMapText(std::wstring_view text, const MapByteRule& byteFor)
 {
     std::string bytes;
     bytes.reserve(text.size());
     for (const wchar_t character : text) {
-        bytes += character <= L'\u00FF' ? static_cast<char>(character) : byteFor(character);
+        bytes += character <= kLastByItsCode ? static_cast<char>(character) : byteFor(character);
     }
     return bytes;
 }
 
-std::string FormatMapRecord(const UTtab_entry& entry, char (*byteFor)(wchar_t))
+bool HasMapBytes(std::wstring_view text, const MapByteRule& byteFor)
+{
+    return std::ranges::all_of(text, [&byteFor](wchar_t character) {
+        return character <= kLastByItsCode || byteFor(character) != '?';
+    });
+}
+
+std::string FormatMapRecord(const UTtab_entry& entry, const MapByteRule& byteFor)
 {
     return EncodeField(entry.strOriginal, byteFor) + " ; " + EncodeField(entry.strRenamed, byteFor) + " ; " +
            EncodeField(entry.strBomName, byteFor);
 }
 
-std::string FormatMapHeader(std::wstring_view mapPath, char (*byteFor)(wchar_t))
+std::string FormatMapHeader(std::string_view mapPath8)
 {
-    // The second line is German in either language, which is meant.
-    std::wstring header = L"; Datei: ";
-    header += mapPath;
-    header +=
-        L"\n; Automatisch generierte Datei, manuelle Änderungen können verloren gehen.\n"
-        L"; (c) Talvenor\n"
-        L"\n";
-    return EncodeMapText(header, byteFor);
+    // The second line is German in either language, which is meant. Its umlauts are bytes by their codes.
+    return "; Datei: " + std::string(mapPath8) +
+           "\n; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\n"
+           "; (c) Talvenor\n"
+           "\n";
 }
 
-MapReadResult ReadMapLines(std::istream& in, void (*decode)(std::string_view bytes, std::wstring& text),
+MapReadResult ReadMapLines(std::istream& in, const MapDecoder& decode,
                            CList<UTtab_entry, UTtab_entry&>& entries)
 {
     std::array<char, kMapLineMaxBytes + 1> buffer{};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <istream>
 #include <string>
 #include <string_view>
@@ -23,18 +24,27 @@ inline constexpr std::size_t kMapFieldMaxBytes = 259;
 // before one of the two.
 bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry);
 
-// The text as bytes: a character up to U+00FF becomes the byte of its code, any other one what byteFor (not
-// null) gives for it.
-[[nodiscard]] std::string EncodeMapText(std::wstring_view text, char (*byteFor)(wchar_t));
+// The byte of a character above U+00FF, '?' for one that has none.
+using MapByteRule = std::function<char(wchar_t)>;
+
+// Sets a text to what the bytes of a line stand for.
+using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text)>;
+
+// The text as bytes: a character up to U+00FF becomes the byte of its code, whatever the code page, any other
+// one what byteFor (not empty) gives for it.
+[[nodiscard]] std::string EncodeMapText(std::wstring_view text, const MapByteRule& byteFor);
+
+// Whether each character of the text has a byte, so that none of its own becomes '?'.
+[[nodiscard]] bool HasMapBytes(std::wstring_view text, const MapByteRule& byteFor);
 
 // One record line without its line end. Each field is cut to kMapFieldMaxBytes, line breaks in it become
 // blanks. With an empty BOM name the line ends in "; ", which is meant. The line may be longer than the
 // reader takes.
-[[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, char (*byteFor)(wchar_t));
+[[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapByteRule& byteFor);
 
-// The four lines at the top of the file, each with "\n" at its end. mapPath: the full path of the file
-// itself.
-[[nodiscard]] std::string FormatMapHeader(std::wstring_view mapPath, char (*byteFor)(wchar_t));
+// The four lines at the top of the file, each with "\n" at its end. mapPath8: the full path of the file
+// itself, as bytes.
+[[nodiscard]] std::string FormatMapHeader(std::string_view mapPath8);
 
 struct MapReadResult
 {
@@ -43,10 +53,9 @@ struct MapReadResult
 };
 
 // Appends the records of a stream (in text mode, so that every line ends in "\n") to the entries, decoding
-// each line by `decode` (not null) into a text that it sets whole. Stops at the end, at the first bad line,
-// which the result names, or, without a notice, at a line of more than kMapLineMaxBytes; the entries before
-// it stay.
-MapReadResult ReadMapLines(std::istream& in, void (*decode)(std::string_view bytes, std::wstring& text),
+// each line by `decode` (not empty). Stops at the end, at the first bad line, which the result names, or,
+// without a notice, at a line of more than kMapLineMaxBytes; the entries before it stay.
+MapReadResult ReadMapLines(std::istream& in, const MapDecoder& decode,
                            CList<UTtab_entry, UTtab_entry&>& entries);
 
 // The message about a bad line: the joined text, file path included, taken as a printf format with the line

@@ -6,6 +6,7 @@
 
 #include "core/TextTools.h"
 #include "files/FileMisc.h"
+#include "files/MapCodePage.h"
 #include "files/MapLine.h"
 #include "files/Paths.h"
 #include "framework/Language.h"
@@ -68,8 +69,8 @@ CConversionRun::CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWo
 {
 }
 
-// An exception may have ended the run early: neither half a line, nor the dialog, nor a server may stay behind.
-// Nobody is told any more.
+// An exception may have ended the run early: neither half a line, nor the dialog, nor a server may stay
+// behind. Nobody is told any more.
 CConversionRun::~CConversionRun()
 {
     try {
@@ -91,7 +92,7 @@ void CConversionRun::Run()
     if (!PrepareCad() || !OpenMapFile()) {
         return;
     }
-    WriteToMapFile(FormatMapHeader(m_strMapPath, &MapByteFor));
+    WriteToMapFile(FormatMapHeader(CFileMisc::PathToBytes(m_strMapPath, MapCodePage()).bytes));
     const RowEnd end = ConvertRows();
     CloseMapFile();
     if (end == RowEnd::broken) {
@@ -183,7 +184,8 @@ void CConversionRun::ReleaseCad()
 // False when the run has ended.
 bool CConversionRun::OpenMapFile()
 {
-    if (CFileMisc::OpenOutputFile(m_mapFile, CFileMisc::PathToBytes(m_strMapPath), true) == 0) {
+    if (CFileMisc::OpenOutputFile(m_mapFile, CFileMisc::PathToBytes(m_strMapPath, MapCodePage()), true) ==
+        0) {
         // Now, as the way to the file may be gone at the end without a line being lost.
         static_cast<void>(
             m_mapFileOnDisk.Open(m_strMapPath, CFile::modeWrite | CFile::shareDenyNone, nullptr));
@@ -270,7 +272,7 @@ bool CConversionRun::CopyAndRecord()
     if (m_order.copyOnly) {
         record.strBomName.clear();
     }
-    return WriteToMapFile(FormatMapRecord(record, &MapByteFor) + '\n');
+    return WriteToMapFile(FormatMapRecord(record, MapByteRuleOf(MapCodePage())) + '\n');
 }
 
 // Hands the text to the system at once, so that it survives the end of the program. A text that cannot be

@@ -14,8 +14,8 @@ public:
     // a map file, the standard-parts folder's contents.
     virtual void ReloadAfterCancel() = 0;
 
-    // Enables the window, drops what was typed and clicked while it was disabled, brings it to the top and gives
-    // the focus to its list. One that is enabled is brought to the top only.
+    // Enables the window, drops what was typed and clicked while it was disabled, brings it to the top and
+    // gives the focus to its list. One that is enabled is brought to the top only.
     virtual void TakeInputAgain() = 0;
 
 protected:

@@ -187,6 +187,31 @@ TEST_F(RunTest, CopiesOnlyWithoutTheCadSystem)
     EXPECT_EQ(Lines{}, m_server.Log());
 }
 
+TEST_F(RunTest, TakesAFolderWhoseNameTheCodePageHasInBytes)
+{
+    if (GetACP() != 1252) {
+        GTEST_SKIP() << "the system's ANSI code page is not 1252";
+    }
+    const CTestLibrary library(L"Normteile – 2024");
+    library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});
+    m_registry.SetPartsFolder(library.Path());
+    {
+        const CProgramUnderTest program;
+        ConvertToTheEnd(program);
+    }
+    const std::string map = library.MapFileBytes();
+    EXPECT_NE(std::string::npos, map.find("\\Normteile \x96 2024\\Mapped\\PartsMap.txt\r\n")) << map;
+    EXPECT_TRUE(
+        map.ends_with("\r\n\r\nN_ISO_4017_M8.sldprt ; N_ISO_4017_M8.changed.sldprt ; Norm 4017 - %2\r\n"))
+        << map;
+    EXPECT_EQ((std::vector<BomEntry>{{L"a", true, L"Norm 4017 - a"}}),
+              ReadPart(library.Copy(L"N_ISO_4017_M8.changed.sldprt")).bomEntries);
+
+    const CProgramUnderTest next;
+    EXPECT_EQ(expected::kMapView.Current(), next.ControlText(IDC_STATUS_FRAME));
+    EXPECT_EQ((Rows{IsoRow(L"4017", L"M8", Mark::converted)}), next.List().Rows());
+}
+
 TEST_F(RunTest, StartsWithTheKeyboard)
 {
     m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});

@@ -19,7 +19,7 @@ std::string ByCode(const std::wstring& text)
 
 }  // namespace
 
-CTestLibrary::CTestLibrary() : m_path(m_temp / L"Normteile für Tests")
+CTestLibrary::CTestLibrary(const std::wstring& name) : m_path(m_temp / name)
 {
     std::filesystem::create_directory(m_path);
 }

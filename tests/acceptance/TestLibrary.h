@@ -6,11 +6,12 @@
 #include "framework/Handles.h"
 #include "tests/windows/TestScopes.h"
 
-// A standard-parts folder of a test's own. Blanks and an umlaut in its name, as users have them.
+// A standard-parts folder of a test's own. Blanks and an umlaut in its name, as users have them, unless the
+// test gives another name.
 class CTestLibrary
 {
 public:
-    CTestLibrary();
+    explicit CTestLibrary(const std::wstring& name = L"Normteile für Tests");
 
     [[nodiscard]] std::wstring Path() const { return m_path; }
     [[nodiscard]] std::wstring MappedPath() const { return m_path + L"\\Mapped"; }

@@ -45,7 +45,7 @@ bool ComesBack(const UTtab_entry& entry, const std::string& line)
 void CheckRoundTrip(const UTtab_entry& entry, const std::wstring& mapPath)
 {
     const std::string line = FormatMapRecord(entry, QuestionMark);
-    const std::string header = FormatMapHeader(mapPath, QuestionMark);
+    const std::string header = FormatMapHeader(EncodeMapText(mapPath, QuestionMark));
     const bool headerFits =
         header.find('\n') <= kMapLineMaxBytes && mapPath.find(L'\n') == std::wstring::npos;
     if (!ComesBack(entry, line) || !headerFits) {
@@ -62,6 +62,25 @@ void CheckRoundTrip(const UTtab_entry& entry, const std::wstring& mapPath)
             "a record without a line end behind it is returned, too");
 }
 
+// A made-up code page, which has a byte for every second character.
+char ByteOfOdd(wchar_t character)
+{
+    return character % 2 != 0 ? static_cast<char>(0x80U | (static_cast<unsigned>(character) & 0x7FU)) : '?';
+}
+
+void CheckBytes(const std::wstring& text)
+{
+    std::string plain;
+    bool lost = false;
+    for (const wchar_t character : text) {
+        const bool byItsCode = character <= L'\u00FF';
+        plain += byItsCode ? PlainBytes({character}) : std::string(1, ByteOfOdd(character));
+        lost = lost || (!byItsCode && character % 2 == 0);
+    }
+    Require(EncodeMapText(text, ByteOfOdd) == plain, "a text has the bytes that the plain rule gives it");
+    Require(HasMapBytes(text, ByteOfOdd) == !lost, "a text without a byte for a character is told");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -74,5 +93,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::wstring mapPath = input.Rest();
     CheckWriter(entry);
     CheckRoundTrip(entry, mapPath);
+    CheckBytes(mapPath);
     return 0;
 }

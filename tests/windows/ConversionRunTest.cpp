@@ -867,6 +867,18 @@ TEST_F(ConversionRunTest, AMapFileThatCannotBeOpenedEndsTheRun)
     EXPECT_EQ(m_class.m_created, 1);
 }
 
+TEST_F(ConversionRunTest, AMapFileWhosePathHasNoBytesEndsTheRun)
+{
+    AddRows(1);
+    std::filesystem::create_directories(L"日本\\Mapped");
+    Run(true, L"日本");
+    EXPECT_EQ(
+        m_log,
+        EventLog{L"box FEHLER: Datei 日本\\Mapped\\PartsMap.txt kann nicht zum Schreiben geöffnet werden!"});
+    EXPECT_TRUE(std::filesystem::is_empty(L"日本\\Mapped"));
+    EXPECT_EQ(Marks(), "P");
+}
+
 TEST_F(ConversionRunTest, ANetworkPathKeepsItsTwoBackslashes)
 {
     AddRows(1);
@@ -1128,8 +1140,8 @@ TEST_F(ConversionRunTest, AnOldCadSystemAtTheReconnectionEndsTheRun)
     EXPECT_EQ(m_log.back(), L"application 6 method");
 }
 
-// The last steps of a run: in the log of these tests stands also what becomes of the windows and the map file.
-// The main window is enabled for a moment while the progress dialog goes.
+// The last steps of a run: in the log of these tests stands also what becomes of the windows and the map
+// file. The main window is enabled for a moment while the progress dialog goes.
 class EndOfRunTest : public ConversionRunTest
 {
 protected:
@@ -1258,8 +1270,8 @@ TEST_F(EndOfRunTest, WhenTheMapFileIsNotOpened)
     const std::wstring notOpened =
         L"box FEHLER: Datei lib\\Mapped\\PartsMap.txt kann nicht zum Schreiben geöffnet werden!";
     RunToTheEnd(false);
-    EXPECT_EQ(From(notOpened), (EventLog{notOpened} + kDialogGoes +
-                                EventLog{L"main window enabled", kCadEnds, L"returned"}));
+    EXPECT_EQ(From(notOpened),
+              (EventLog{notOpened} + kDialogGoes + EventLog{L"main window enabled", kCadEnds, L"returned"}));
     m_log.clear();
     RunToTheEnd(true);
     EXPECT_EQ(m_log, (EventLog{L"main window disabled", notOpened} + kDialogGoes +

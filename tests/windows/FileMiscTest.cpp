@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "files/MapCodePage.h"
 #include "files/MapLine.h"
 #include "framework/File.h"
 #include "framework/Handles.h"
@@ -694,9 +696,22 @@ TEST_F(MapFileTest, PathMayHoldCharactersUpToFF)
     EXPECT_EQ(Entries().size(), 1U);
 }
 
-TEST_F(MapFileTest, PathAboveFFCannotBeRead)
+TEST_F(MapFileTest, PathMayHoldCharactersThatTheCodePageHasInOneByte)
 {
-    const std::wstring folder = m_folder / L"Łódź";
+    if (MapCodePage() != 1252) {
+        GTEST_SKIP() << "the map file's code page is not 1252";
+    }
+    const std::wstring folder = m_folder / L"Normteile – 5 €, Š";
+    std::filesystem::create_directory(folder);
+    WriteBytes(folder + L"\\PartsMap.txt", "a;b;c\r\n");
+    EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kRead);
+    EXPECT_EQ(Entries().size(), 1U);
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_F(MapFileTest, PathWithACharacterThatHasNoByteCannotBeRead)
+{
+    const std::wstring folder = m_folder / L"日本";  // two bytes each where there are any
     std::filesystem::create_directory(folder);
     WriteBytes(folder + L"\\PartsMap.txt", "a;b;c\r\n");
     EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kUnreadable);
@@ -704,10 +719,10 @@ TEST_F(MapFileTest, PathAboveFFCannotBeRead)
               Texts{L"FEHLER: Datei '" + folder + L"\\PartsMap.txt' kann nicht zum Lesen geöffnet werden!"});
 }
 
-TEST_F(MapFileTest, BytesAreReadThroughTheAnsiCodePage)
+TEST_F(MapFileTest, BytesAreReadThroughTheCodePageOfTheMapFile)
 {
-    if (::GetACP() != 1252) {
-        GTEST_SKIP() << "the process's ANSI code page is not 1252";
+    if (MapCodePage() != 1252) {
+        GTEST_SKIP() << "the map file's code page is not 1252";
     }
     EXPECT_EQ(Read("\xE4;\x80;\x96\xDF\r\n"), kRead);
     EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"ä", L"€", L"–ß"}}));
@@ -715,35 +730,22 @@ TEST_F(MapFileTest, BytesAreReadThroughTheAnsiCodePage)
 
 TEST_F(MapFileTest, WhatTheWriterPutsInComesBack)
 {
-    if (::GetACP() != 1252) {
-        GTEST_SKIP() << "the process's ANSI code page is not 1252";
+    if (MapCodePage() != 1252) {
+        GTEST_SKIP() << "the map file's code page is not 1252";
     }
     const std::vector<UTtab_entry> entries = {
         {L"N_ISO_4017_M8.sldprt", L"Größe–8 €.sldprt", L"Norm 4017 ; %2"}, {L"b.sldprt", L"c.sldprt", L""}};
     std::ofstream stream;
-    ASSERT_EQ(CFileMisc::OpenOutputFile(stream, CFileMisc::PathToBytes(m_path), true), 0);
-    stream << FormatMapHeader(m_path, MapByteFor);
+    const Path8 path8 = CFileMisc::PathToBytes(m_path, 1252);
+    ASSERT_EQ(CFileMisc::OpenOutputFile(stream, path8, true), 0);
+    stream << FormatMapHeader(path8.bytes);
     for (const UTtab_entry& entry : entries) {
-        stream << FormatMapRecord(entry, MapByteFor) << '\n';
+        stream << FormatMapRecord(entry, MapByteRuleOf(1252)) << '\n';
     }
     stream.close();
     EXPECT_EQ(m_files.ReadMapFile(m_path), kRead);
     EXPECT_EQ(Entries(), entries);
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
-}
-
-TEST(MapByteFor, GivesTheExactByteOfTheCodePageOrAQuestionMark)
-{
-    if (::GetACP() != 1252) {
-        GTEST_SKIP() << "the process's ANSI code page is not 1252";
-    }
-    EXPECT_EQ(MapByteFor(L'€'), '\x80');
-    EXPECT_EQ(MapByteFor(L'–'), '\x96');
-    EXPECT_EQ(MapByteFor(L'Œ'), '\x8C');
-    EXPECT_EQ(MapByteFor(L'ā'), '?') << "no likeness such as \"a\"";
-    EXPECT_EQ(MapByteFor(L'Ω'), '?');
-    EXPECT_EQ(MapByteFor(L'日'), '?');
-    EXPECT_EQ(MapByteFor(static_cast<wchar_t>(0xD83D)), '?');
 }
 
 // What the paths of an empty standard-parts folder lead to.
@@ -757,10 +759,11 @@ TEST_F(FileMiscTest, NoComputerOfTheNetworkIsAskedForAFolderOrAMapFile)
     CFileMisc files(1);
     EXPECT_EQ(files.ReadMapFile(L"\\\\Mapped\\PartsMap.txt"), kMissing);
     std::ifstream input;
-    EXPECT_EQ(CFileMisc::OpenInputFile(input, "\\\\Mapped\\PartsMap.txt", true), 1);
+    const Path8 path8 = CFileMisc::PathToBytes(L"\\\\Mapped\\PartsMap.txt", 1252);
+    EXPECT_EQ(CFileMisc::OpenInputFile(input, path8, true), 1);
     EXPECT_TRUE(input.fail());
     std::ofstream output;
-    EXPECT_EQ(CFileMisc::OpenOutputFile(output, "\\\\Mapped\\PartsMap.txt", true), 1);
+    EXPECT_EQ(CFileMisc::OpenOutputFile(output, path8, true), 1);
     EXPECT_TRUE(output.fail());
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
     EXPECT_EQ(network.m_paths, Texts{});
@@ -771,7 +774,7 @@ TEST_F(FileMiscTest, NoComputerOfTheNetworkIsAskedForAFolderOrAMapFile)
 TEST_F(FileMiscTest, TextModeTurnsLineEndsAndBinaryDoesNot)
 {
     const std::wstring path = m_folder / L"ä ÿ.txt";
-    const std::string path8 = CFileMisc::PathToBytes(path);
+    const Path8 path8 = CFileMisc::PathToBytes(path, 1252);
     for (const bool text : {true, false}) {
         std::ofstream output;
         ASSERT_EQ(CFileMisc::OpenOutputFile(output, path8, text), 0);
@@ -793,7 +796,7 @@ TEST_F(FileMiscTest, TextModeTurnsLineEndsAndBinaryDoesNot)
 TEST_F(FileMiscTest, OpenStreamsLetOthersReadAndWrite)
 {
     const std::wstring path = m_folder / L"shared.txt";
-    const std::string path8 = CFileMisc::PathToBytes(path);
+    const Path8 path8 = CFileMisc::PathToBytes(path, 1252);
     std::ofstream output;
     ASSERT_EQ(CFileMisc::OpenOutputFile(output, path8, true), 0);
     std::ifstream input;
@@ -806,23 +809,94 @@ TEST_F(FileMiscTest, OpenStreamsLetOthersReadAndWrite)
 TEST_F(FileMiscTest, StreamsThatCannotBeOpenedAreLeftFailed)
 {
     std::ifstream input;
-    EXPECT_EQ(CFileMisc::OpenInputFile(input, CFileMisc::PathToBytes(m_folder / L"missing.txt"), true), 1);
+    EXPECT_EQ(CFileMisc::OpenInputFile(input, CFileMisc::PathToBytes(m_folder / L"missing.txt", 1252), true),
+              1);
     EXPECT_TRUE(input.fail());
     EXPECT_FALSE(std::filesystem::exists(m_folder / L"missing.txt"));
     std::ofstream output;
-    EXPECT_EQ(CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(m_folder / L"no\\file.txt"), true), 1);
+    EXPECT_EQ(
+        CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(m_folder / L"no\\file.txt", 1252), true), 1);
     EXPECT_TRUE(output.fail());
-    EXPECT_EQ(CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(m_folder.Path()), false), 1);
+    EXPECT_EQ(CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(m_folder.Path(), 1252), false), 1);
     EXPECT_TRUE(output.fail());
-    EXPECT_EQ(CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(m_folder / L"Łódź.txt"), true), 1);
     EXPECT_TRUE(std::filesystem::is_empty(m_folder.Path())) << "some other file was made";
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-TEST_F(FileMiscTest, PathToBytesTakesEachCharacterByItsCode)
+TEST_F(FileMiscTest, PathToBytesTakesEachCharacterByItsCodeOrItsByteInTheCodePage)
 {
-    EXPECT_EQ(CFileMisc::PathToBytes(L"C:\\ä\u0080\u00FF"), "C:\\\xE4\x80\xFF");
-    EXPECT_EQ(CFileMisc::PathToBytes(L"\u0100€"), "??");
+    const std::wstring latin = L"C:\\ä\u0080\u00FF";
+    for (const UINT codePage : {1252U, 1250U, 1251U, 932U, 65001U}) {
+        const Path8 path8 = CFileMisc::PathToBytes(latin, codePage);
+        EXPECT_EQ(path8.bytes, "C:\\\xE4\x80\xFF") << codePage;
+        EXPECT_EQ(path8.path, latin) << codePage;
+        EXPECT_TRUE(path8.representable) << codePage;
+    }
+    EXPECT_EQ(CFileMisc::PathToBytes(L"– ł ｱ", 1252).bytes, "\x96 ? ?");
+    EXPECT_EQ(CFileMisc::PathToBytes(L"– ł ｱ", 1250).bytes, "\x96 \xB3 ?");
+    EXPECT_EQ(CFileMisc::PathToBytes(L"– ł ｱ", 1251).bytes, "\x96 ? ?");
+    EXPECT_EQ(CFileMisc::PathToBytes(L"– ł ｱ", 932).bytes, "? ? \xB1");
+    EXPECT_EQ(CFileMisc::PathToBytes(L"– ł ｱ", 65001).bytes, "? ? ?");
+}
+
+TEST_F(FileMiscTest, PathIsRepresentableWhenTheCodePageHasOneByteForEachCharacterAboveFF)
+{
+    struct Case
+    {
+        const wchar_t* path;
+        std::vector<UINT> codePages;  // in which it is
+    };
+    const Case cases[] = {{L"\\\\?\\D:\\Größe", {1252, 1250, 1251, 932, 65001}},
+                          {L"D:\\Normteile – 2024", {1252, 1250, 1251}},
+                          {L"D:\\Œuvre", {1252}},
+                          {L"D:\\Łódź", {1250}},
+                          {L"D:\\Болты", {1251}},
+                          {L"D:\\ﾎﾞﾙﾄ", {932}},
+                          {L"D:\\日本", {}},
+                          {L"D:\\\xD83D\xDE00", {}}};
+    for (const auto& [path, codePages] : cases) {
+        for (const UINT codePage : {1252U, 1250U, 1251U, 932U, 65001U}) {
+            EXPECT_EQ(CFileMisc::PathToBytes(path, codePage).representable,
+                      std::ranges::find(codePages, codePage) != codePages.end())
+                << testing::PrintToString(path) << " " << codePage;
+        }
+    }
+}
+
+TEST_F(FileMiscTest, StreamsOpenTheVeryPathThatWasMeant)
+{
+    // In 1250 both have the byte 0xF5.
+    const std::wstring byItsCode = m_folder / L"õ.txt";
+    const std::wstring byTheCodePage = m_folder / L"ő.txt";
+    const Path8 first = CFileMisc::PathToBytes(byItsCode, 1250);
+    const Path8 second = CFileMisc::PathToBytes(byTheCodePage, 1250);
+    EXPECT_EQ(first.bytes, second.bytes);
+    for (const auto& [path8, text] : {std::pair(first, "code"), std::pair(second, "page")}) {
+        std::ofstream output;
+        ASSERT_EQ(CFileMisc::OpenOutputFile(output, path8, true), 0);
+        output << text;
+    }
+    EXPECT_EQ(ReadBytes(byItsCode), "code");
+    EXPECT_EQ(ReadBytes(byTheCodePage), "page");
+    std::ifstream input;
+    ASSERT_EQ(CFileMisc::OpenInputFile(input, second, true), 0);
+    std::string line;
+    std::getline(input, line);
+    EXPECT_EQ(line, "page");
+}
+
+TEST_F(FileMiscTest, StreamsDoNotOpenAPathThatIsNotRepresentable)
+{
+    const std::wstring path = m_folder / L"Łódź.txt";
+    std::ofstream output;
+    EXPECT_EQ(CFileMisc::OpenOutputFile(output, CFileMisc::PathToBytes(path, 1252), true), 1);
+    EXPECT_TRUE(output.fail());
+    EXPECT_TRUE(std::filesystem::is_empty(m_folder.Path())) << "a file was made";
+    WriteBytes(path, "there");
+    std::ifstream input;
+    EXPECT_EQ(CFileMisc::OpenInputFile(input, CFileMisc::PathToBytes(path, 1252), true), 1);
+    EXPECT_TRUE(input.fail());
+    EXPECT_EQ(CFileMisc::OpenInputFile(input, CFileMisc::PathToBytes(path, 1250), true), 0);
 }
 
 TEST_F(FileMiscTest, NameRulesAreItsOwnToo)

@@ -26,9 +26,9 @@ TEST(WinApp, DropsPendingInputAndNothingElse)
 {
     CNotingWindow window;
     DrainMessages();
-    const std::vector<UINT> input{WM_KEYDOWN,       WM_KEYUP,         WM_CHAR,      WM_SYSKEYDOWN,
-                                  WM_MOUSEMOVE,     WM_LBUTTONDOWN,   WM_LBUTTONUP, WM_RBUTTONDBLCLK,
-                                  WM_MOUSEWHEEL,    WM_NCLBUTTONDOWN, WM_NCMOUSEMOVE, WM_POINTERDOWN};
+    const std::vector<UINT> input{WM_KEYDOWN,    WM_KEYUP,         WM_CHAR,        WM_SYSKEYDOWN,
+                                  WM_MOUSEMOVE,  WM_LBUTTONDOWN,   WM_LBUTTONUP,   WM_RBUTTONDBLCLK,
+                                  WM_MOUSEWHEEL, WM_NCLBUTTONDOWN, WM_NCMOUSEMOVE, WM_POINTERDOWN};
     for (const UINT message : input) {
         window.PostMessage(message);
         window.PostMessage(WM_APP + 1);

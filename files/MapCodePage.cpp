@@ -1,0 +1,62 @@
+#include "files/MapCodePage.h"
+
+namespace {
+
+constexpr UINT kWesternEurope = 1252;
+
+// 0 when the system's locale has none, as that of India, and under Wine 8, which does not know a locale of
+// this name.
+UINT AnsiCodePageOfLocale()
+{
+    DWORD codePage = 0;
+    const int length = ::GetLocaleInfoEx(
+        LOCALE_NAME_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+        reinterpret_cast<wchar_t*>(&codePage), static_cast<int>(sizeof codePage / sizeof(wchar_t)));
+    return length != 0 ? codePage : 0;
+}
+
+}  // namespace
+
+UINT MapCodePage()
+{
+    return ChooseMapCodePage(::GetACP(), AnsiCodePageOfLocale());
+}
+
+UINT ChooseMapCodePage(UINT ansiOfProcess, UINT ansiOfLocale)
+{
+    if (ansiOfProcess != CP_UTF8) {
+        return ansiOfProcess;
+    }
+    return ansiOfLocale != 0 && ansiOfLocale != CP_UTF8 ? ansiOfLocale : kWesternEurope;
+}
+
+char MapByteFor(wchar_t character, UINT codePage)
+{
+    char bytes[2] = {};
+    BOOL usedDefault = FALSE;
+    const int count =
+        ::WideCharToMultiByte(codePage, WC_NO_BEST_FIT_CHARS, &character, 1, bytes, 2, nullptr, &usedDefault);
+    std::wstring decoded;
+    DecodeMapText({bytes, 1}, codePage, decoded);
+    const bool exact = count == 1 && !usedDefault && decoded == std::wstring(1, character);
+    return exact ? bytes[0] : '?';
+}
+
+void DecodeMapText(std::string_view bytes, UINT codePage, std::wstring& text)
+{
+    // No code page makes more characters than there are bytes.
+    const int size = static_cast<int>(bytes.size());
+    text.resize(bytes.size());
+    const int length = ::MultiByteToWideChar(codePage, 0, bytes.data(), size, text.data(), size);
+    text.resize(static_cast<std::size_t>(length));
+}
+
+MapByteRule MapByteRuleOf(UINT codePage)
+{
+    return [codePage](wchar_t character) { return MapByteFor(character, codePage); };
+}
+
+MapDecoder MapDecoderOf(UINT codePage)
+{
+    return [codePage](std::string_view bytes, std::wstring& text) { DecodeMapText(bytes, codePage, text); };
+}
