@@ -14,7 +14,7 @@ constexpr DWORD kTryAgainAfter = 250;
 constexpr Text kServerBusy{
     L"Das andere Programm ist beschäftigt und nimmt keine Befehle an.\n\n"
     L"Soll weiter gewartet werden?",
-    L"The other program is busy and takes no commands.\n\n"
+    L"The other program is busy and is not accepting commands.\n\n"
     L"Do you want to keep waiting?"};
 
 }  // namespace

@@ -35,7 +35,7 @@ constexpr Text kMapFileNotOpened{L" kann nicht zum Schreiben geöffnet werden!",
                                  L" cannot be opened for write access!"};
 constexpr Text kMapFileNotWritten{
     L" kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
-    L" cannot be written!\nThe standard parts concerned are missing in this file."};
+    L" cannot be written!\nThe standard parts concerned are missing from this file."};
 
 // A generated or edited name is always a file name; one from the map file may be anything.
 constexpr Text kNoFileNameLead{L"FEHLER: '", L"ERROR: '"};

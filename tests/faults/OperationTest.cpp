@@ -65,7 +65,7 @@ private:
     std::vector<FileOperation> m_seen;
 };
 
-constexpr Text kDenied{L"Der Zugriff auf \"%s\" wurde verweigert", L"The access to \"%s\" was denied"};
+constexpr Text kDenied{L"Der Zugriff auf \"%s\" wurde verweigert", L"Access to \"%s\" was denied"};
 constexpr Text kNoDrive{L"Das Laufwerk oder Gerät von \"%s\" meldet einen Fehler",
                         L"The drive or device of \"%s\" reports an error"};
 

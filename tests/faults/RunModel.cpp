@@ -18,12 +18,12 @@ constexpr long kNewEnough = 2019250;
 
 constexpr Text kBusy{
     L"Das andere Programm ist beschäftigt und nimmt keine Befehle an.\n\nSoll weiter gewartet werden?",
-    L"The other program is busy and takes no commands.\n\nDo you want to keep waiting?"};
+    L"The other program is busy and is not accepting commands.\n\nDo you want to keep waiting?"};
 
 constexpr Text kRecordLead{L"FEHLER: Datei ", L"ERROR: File "};
 constexpr Text kRecordEnd{
     L" kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
-    L" cannot be written!\nThe standard parts concerned are missing in this file."};
+    L" cannot be written!\nThe standard parts concerned are missing from this file."};
 
 std::string StatusText(HRESULT status)
 {

@@ -969,7 +969,7 @@ TEST_F(UnwritableMapFileTest, ARecordThatCannotBeWrittenIsReportedInEnglish)
     const CLanguageScope english(0);
     ExpectRowsMissing(
         L"box ERROR: File lib\\Mapped\\PartsMap.txt cannot be written!\n"
-        L"The standard parts concerned are missing in this file.",
+        L"The standard parts concerned are missing from this file.",
         kFinishedEnglish);
 }
 

@@ -339,7 +339,7 @@ TEST_F(CopyPartFileTest, ReadOnlyTargetIsReported)
     WriteBytes(m_target, "target");
     ASSERT_TRUE(::SetFileAttributesW(m_target.c_str(), FILE_ATTRIBUTE_READONLY));
     EXPECT_EQ(ShownByFailure(0), Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
-                                       L"\" could not be opened.\nError: The access to \"" + m_target +
+                                       L"\" could not be opened.\nError: Access to \"" + m_target +
                                        L"\" was denied.\nMaybe the file is already in use."});
     EXPECT_EQ(ReadBytes(m_target), "target");
 }
@@ -401,7 +401,7 @@ TEST_F(CopyPartFileTest, ReadErrorIsReportedAndLeavesWhatWasWritten)
                       m_source + L"\" nach\n\"" + m_target + L"\".\nError: Beim Zugriff auf \"" + m_source +
                       L"\" trat ein unbekannter Fehler auf (Windows-Fehler 109)"
                 : L"Filecopy failed!\n\nRead/write error while copying of\n\"" + m_source + L"\" to\n\"" +
-                      m_target + L"\".\nError: An unknown error happened during the access to \"" + m_source +
+                      m_target + L"\".\nError: An unknown error occurred while accessing \"" + m_source +
                       L"\" (Windows error 109)";
         EXPECT_EQ(shown, Texts{text});
         EXPECT_EQ(ReadBytes(m_target), bytes);
@@ -521,7 +521,7 @@ TEST_F(ReadOnlyTest, FileThatCannotBeChangedIsTold)
         GTEST_SKIP() << "this system has no file at hand whose attributes nobody may change";
     }
     const CLanguageScope english(0);
-    EXPECT_EQ(CFileMisc::ClearReadOnly(path), L"The access to \"" + path + L"\" was denied");
+    EXPECT_EQ(CFileMisc::ClearReadOnly(path), L"Access to \"" + path + L"\" was denied");
 }
 
 TEST_F(FitPathTest, WholeTextIsKeptWhenItFits)

@@ -328,9 +328,19 @@ TEST(FileException, SpeaksTheLanguageOfTheProcess)
                   L"Beim Zugriff auf \"C:\\a\" trat ein unbekannter Fehler auf (Windows-Fehler 109)");
     }
     const CLanguageScope english(0);
-    EXPECT_EQ(denied.GetErrorMessage(), L"The access to \"C:\\a\\b.sldprt\" was denied");
+    EXPECT_EQ(denied.GetErrorMessage(), L"Access to \"C:\\a\\b.sldprt\" was denied");
     EXPECT_EQ(unknown.GetErrorMessage(),
-              L"An unknown error happened during the access to \"C:\\a\" (Windows error 109)");
+              L"An unknown error occurred while accessing \"C:\\a\" (Windows error 109)");
+}
+
+TEST(FileException, NamesTheFileInEachSentence)
+{
+    const CLanguageScope english(0);
+    CFileException error(ERROR_SUCCESS, L"C:\\a");
+    error.m_cause = Cause::invalidFile;
+    EXPECT_EQ(error.GetErrorMessage(), L"The file \"C:\\a\" is not open or no longer open");
+    error.m_cause = Cause::badSeek;
+    EXPECT_EQ(error.GetErrorMessage(), L"An invalid position in the file \"C:\\a\" was requested");
 }
 
 TEST(FileException, EveryCauseHasItsSentenceInBothLanguagesWithoutAFullStop)
