@@ -3,6 +3,7 @@
 
 - Every text that the program shows, and every caption of its dialogs, stands in the manual of its language; what the
   installer package says in both languages stands in both.
+- What the program says in German in either edition stands in German in the English manual, too.
 - A block marked as a message holds only what the program can show; what changes stands in ‹brackets›.
 - The table of fill-ins says what the template dialog's legend says.
 - Both manuals have the same chapters, pictures and numbers of messages, and no link leads nowhere.
@@ -17,6 +18,9 @@ ROOMS = ("framework", "platform", "core", "files", "cad", "run", "ui")
 LANGUAGES = ("german", "english")
 # The title of a template dialog for a column without a template, of which there is none.
 NEVER_SHOWN = {"Schablone bearbeiten", "View/Modify template"}
+# What the reader of the map file says, whatever the edition.
+ALWAYS_GERMAN = {"FEHLER: Datei '", "' kann nicht zum Lesen geöffnet werden!", "Syntax-Fehler in Zeile %d in\n",
+                 "\n\nDie Datei konnte nicht vollständig ausgewertet werden."}
 
 LITERAL = r'L"(?:[^"\\]|\\.)*"'
 LITERALS = rf"(?:{LITERAL}\s*)+"
@@ -105,6 +109,12 @@ def text_findings(language, manual, texts, resource):
             yield f"manual/{language}.md: a text of the program is missing: {text!r}"
 
 
+def german_findings(manual, german_texts):
+    for text in sorted(ALWAYS_GERMAN.intersection(german_texts)):
+        if not holds(manual, text):
+            yield f"manual/english.md: a text that is German in either edition is missing: {text!r}"
+
+
 def message_findings(language, manual, texts):
     pieces = {piece for text in texts for piece in FORMATS.split(text)}
     for block in MESSAGE.findall(manual):
@@ -155,6 +165,7 @@ def findings_of(texts, common, manuals, resources):
         yield "a manual or the program is missing: nothing was checked"
         return
     yield from shape_findings(manuals)
+    yield from german_findings(manuals["english"], texts["german"])
     for language, manual in manuals.items():
         yield from text_findings(language, manual, texts[language], resources[language])
         yield from message_findings(language, manual, texts[language] + common)
