@@ -63,8 +63,17 @@ HWND CProgramUnderTest::ProgressDialog() const
 
 bool CProgramUnderTest::IsAtRest() const
 {
-    const std::vector<HWND> windows = TopWindowsOf(m_processId);
-    return windows.size() == 1 && IsWindowEnabled(windows[0]) != FALSE && GetDlgItem(windows[0], IDC_LIST);
+    const auto looksSo = [this] {
+        const std::vector<HWND> windows = TopWindowsOf(m_processId);
+        return windows.size() == 1 && IsWindowEnabled(windows[0]) != FALSE &&
+               GetDlgItem(windows[0], IDC_LIST) != nullptr;
+    };
+    if (!looksSo()) {
+        return false;
+    }
+    // The window is enabled for a moment while a progress dialog goes, in which the program answers nobody.
+    Ask(MainWindow(), WM_NULL);
+    return looksSo();
 }
 
 void CProgramUnderTest::Click(int id) const

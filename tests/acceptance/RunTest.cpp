@@ -212,6 +212,36 @@ TEST_F(RunTest, TakesAFolderWhoseNameTheCodePageHasInBytes)
     EXPECT_EQ((Rows{IsoRow(L"4017", L"M8", Mark::converted)}), next.List().Rows());
 }
 
+TEST_F(RunTest, TakesNoInputUntilTheCadSystemHasEnded)
+{
+    m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});
+    // The first call of this number sets the one configuration, the second ends the server.
+    m_server.SetScript("fault dispid=6 nth=2 slow 3000\n");
+    const CProgramUnderTest program;
+    const HWND window = program.MainWindow();
+    RECT removeAll{};
+    GetWindowRect(program.Control(IDC_REMOVE_ALL), &removeAll);
+    program.Click(IDC_START);
+    ExpectMessage(program, expected::kFinished.Current());
+    ASSERT_TRUE(WaitFor([&] { return program.ProgressDialog() == nullptr; }));
+    EXPECT_EQ(FALSE, IsWindowEnabled(window));
+    EXPECT_EQ(window, GetForegroundWindow());
+    PressKeys({VK_RETURN});
+    ClickAt({(removeAll.left + removeAll.right) / 2, (removeAll.top + removeAll.bottom) / 2});
+    EXPECT_FALSE(m_server.WasAsked("application 6 method")) << "the call is under way";
+    ASSERT_TRUE(WaitFor([&] { return IsWindowEnabled(window) != FALSE; }, kPatience, 1));
+    EXPECT_TRUE(m_server.WasAsked("application 6 method ok"));
+    WaitForEndOfRun(program);
+    // Neither the key nor the click has come through: a question would take these to itself.
+    program.WaitForFocus(IDC_LIST);
+    program.Click(IDC_SELECT_ALL);
+    WaitForSelection(program, {0});
+    program.WaitForFocus(IDC_LIST);
+    PressKeys({VK_RETURN});
+    ExpectQuestion(program, OverwriteQuestion(), IDNO);
+    WaitForEndOfRun(program);
+}
+
 TEST_F(RunTest, StartsWithTheKeyboard)
 {
     m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});

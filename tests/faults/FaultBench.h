@@ -111,7 +111,7 @@ private:
     void CompareCopies();
     void CompareCopy(const std::wstring& name, const CopyState& expected);
     [[nodiscard]] std::wstring Mapped() const { return m_folder + L"\\Mapped"; }
-    void CompareWindows();
+    void CompareWindows(const std::vector<std::wstring>& shown);
     void CompareServer(const RunOutcome& expected);
     [[nodiscard]] std::string Marks() const;
     [[nodiscard]] std::string MapFileOf(const RunOutcome& outcome) const;
