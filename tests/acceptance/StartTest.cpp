@@ -57,7 +57,8 @@ TEST_F(StartTest, ShowsTheMapFileWhenThereIsOne)
     EXPECT_EQ((Rows{{L"b.sldprt", L"B neu.sldprt", L"Mutter ; lang", Mark::converted},
                     {L"a.sldprt", L"A.sldprt", L"", Mark::converted}}),
               program.List().Rows());
-    EXPECT_EQ(std::nullopt, m_registry.Template(1)) << "no names were generated";
+    EXPECT_EQ(L"%5%3_%4.changed.%6", m_registry.Template(1)) << "missing, so stored at the start";
+    EXPECT_EQ(L"Norm %1 - %2", m_registry.Template(2));
 }
 
 TEST_F(StartTest, TellsTheLineOfAMalformedMapFile)

@@ -107,7 +107,7 @@ TEST_F(TemplateDialogTest, StoresAFileNameTemplateForTheSelectedRowsToUse)
     ClickButton(edit, IDOK);
     program.WaitForRest();
     EXPECT_EQ(L"%3-%4", m_registry.Template(1));
-    EXPECT_EQ(std::nullopt, m_registry.Template(2));
+    EXPECT_EQ(L"Norm %1 - %2", m_registry.Template(2)) << "stored at the start, as it was missing";
     EXPECT_EQ(ThreeRows(), program.List().Rows()) << "the dialog generates no names";
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
 
@@ -135,7 +135,7 @@ TEST_F(TemplateDialogTest, StoresABomTemplateAsItStands)
     PressKeys({VK_RETURN});
     program.WaitForRest();
     EXPECT_EQ(L"%5%3_%2", m_registry.Template(2));
-    EXPECT_EQ(std::nullopt, m_registry.Template(1));
+    EXPECT_EQ(L"%5%3_%4.changed.%6", m_registry.Template(1)) << "stored at the start, as it was missing";
     OpenMenu(program, 0, 2).ChooseByKey(expected::kUseTemplate.Current());
     Rows rows = ThreeRows();
     rows[0].bomName = L"N_ISO_4017_%2";
@@ -167,6 +167,9 @@ TEST_F(TemplateDialogTest, BeginsWithTheTextOfTheCellWhenNoTemplateIsStored)
 {
     WriteThreeRecords();
     const CProgramUnderTest program;
+    program.WaitForRest();
+    m_registry.RemoveTemplate(1);  // the start has stored both
+    m_registry.RemoveTemplate(2);
     const HWND fileEdit = OpenTemplate(program, 1, 1);
     EXPECT_EQ(L"6.sldprt", TextOf(fileEdit));
     ExpectPreview(fileEdit, L"6.sldprt");

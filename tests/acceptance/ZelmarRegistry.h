@@ -23,6 +23,10 @@ public:
     {
         Write(HKEY_CURRENT_USER, kTemplates, ValueOf(column), text);
     }
+    void RemoveTemplate(int column)
+    {
+        RegDeleteKeyValueW(HKEY_CURRENT_USER, kTemplates, ValueOf(column).c_str());
+    }
     [[nodiscard]] std::optional<std::wstring> Template(int column) const
     {
         wchar_t text[256] = L"";
