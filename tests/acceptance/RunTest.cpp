@@ -224,6 +224,7 @@ TEST_F(RunTest, TakesNoInputUntilTheCadSystemHasEnded)
     program.Click(IDC_START);
     ExpectMessage(program, expected::kFinished.Current());
     ASSERT_TRUE(WaitFor([&] { return program.ProgressDialog() == nullptr; }));
+    Ask(window, WM_NULL);  // answered from within the call
     EXPECT_EQ(FALSE, IsWindowEnabled(window));
     EXPECT_EQ(window, GetForegroundWindow());
     PressKeys({VK_RETURN});
