@@ -4,15 +4,19 @@ namespace {
 
 constexpr UINT kWesternEurope = 1252;
 
-// 0 when the system's locale has none, as that of India, and under Wine 8, which does not know a locale of
-// this name.
+// 0 when the system's locale has none, as that of India. Asked for by the locale's own name: its general one,
+// LOCALE_NAME_SYSTEM_DEFAULT, is unknown to Wine 8.
 UINT AnsiCodePageOfLocale()
 {
+    wchar_t name[LOCALE_NAME_MAX_LENGTH] = L"";
     DWORD codePage = 0;
-    const int length = ::GetLocaleInfoEx(
-        LOCALE_NAME_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
-        reinterpret_cast<wchar_t*>(&codePage), static_cast<int>(sizeof codePage / sizeof(wchar_t)));
-    return length != 0 ? codePage : 0;
+    if (::GetSystemDefaultLocaleName(name, LOCALE_NAME_MAX_LENGTH) == 0 ||
+        ::GetLocaleInfoEx(name, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                          reinterpret_cast<wchar_t*>(&codePage),
+                          static_cast<int>(sizeof codePage / sizeof(wchar_t))) == 0) {
+        return 0;
+    }
+    return codePage;
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ constexpr CauseText kCauseTexts[] = {
      {L"Für die Datei \"%s\" ist kein Speicherplatz mehr frei",
       L"There is no space left for the file \"%s\""}},
     {Cause::endOfFile,
-     {L"Das Ende der Datei \"%s\" wurde überschritten", L"The end of the file \"%s\" was passed"}},
+     {L"Das Ende der Datei \"%s\" wurde überschritten", L"Reading went past the end of the file \"%s\""}},
 };
 
 std::wstring SentenceOf(Cause cause, const std::wstring& fileName)

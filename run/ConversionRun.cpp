@@ -119,7 +119,8 @@ void CConversionRun::CloseProgress()
     m_mainWindow.EnableWindow(false);
 }
 
-// Ends a run that cannot go on. The user, who was told why, need not wait for the end of SOLIDWORKS.
+// Ends a run that cannot go on. Its message has been answered, so the window comes back first; its commands
+// still wait until SOLIDWORKS has been let go.
 void CConversionRun::EndEarly()
 {
     CloseProgress();

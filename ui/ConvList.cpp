@@ -131,11 +131,14 @@ int CConvList::HeaderHeight() const
 
 // ---- Windows messages
 
-// Scrolling ends an open edit.
-void CConvList::OnScroll()
+// Scrolling ends an open edit. Letting the scroll bar go is no scrolling: it would take the focus out of a
+// folder field to which a message about the folder has just given it back.
+LRESULT CConvList::OnScroll(WPARAM wParam, LPARAM)
 {
-    SetFocus();
-    Default();
+    if (LOWORD(wParam) != SB_ENDSCROLL) {
+        SetFocus();
+    }
+    return Default();
 }
 
 // The wheel scrolls a list that does not have the focus, too: it takes the focus from a cell editor only.

@@ -56,7 +56,7 @@ private:
     [[nodiscard]] int HeaderHeight() const;
 
     // Windows messages
-    void OnScroll();
+    LRESULT OnScroll(WPARAM wParam, LPARAM lParam);
     void OnWheel();
     void OnPaint();
     LRESULT OnLButtonDblClk(WPARAM wParam, LPARAM lParam);

@@ -60,6 +60,20 @@ TEST(MapCodePage, AsksTheSystem)
     }
 }
 
+// What a system with UTF-8 as its ANSI code page writes, reads and writes again.
+TEST(MapCodePage, KeepsUmlautsWhereTheProcessHasUtf8)
+{
+    const UINT codePage = ChooseMapCodePage(CP_UTF8, 1252);
+    const UTtab_entry entry{L"Größe – ä.sldprt", L"Maß €.sldprt", L"Norm ß"};
+    const std::string line = FormatMapRecord(entry, MapByteRuleOf(codePage));
+    EXPECT_EQ(line,
+              "Gr\xF6\xDF"
+              "e \x96 \xE4.sldprt ; Ma\xDF \x80.sldprt ; Norm \xDF");
+    const UTtab_entry read = ReadBack(line, codePage);
+    EXPECT_EQ(read, entry);
+    EXPECT_EQ(FormatMapRecord(read, MapByteRuleOf(codePage)), line);
+}
+
 // The bytes are those of the tables that Microsoft and the Unicode Consortium publish.
 TEST(MapByteFor, GivesTheOneByteOfTheCodePage)
 {

@@ -784,6 +784,21 @@ TEST_P(TalvenorDlgTest, ACorrectedFolderLetsTheNextCommandThrough)
 
 // What comes up is noted. A message takes the release of the button for which the list waits; the list then
 // sees the mouse go elsewhere.
+TEST_P(TalvenorDlgTest, AClickOnTheScrollBarReportsARefusedFolderOnce)
+{
+    AddThreeParts();
+    Run([this] {
+        SetFocus(Item(IDC_SOURCE_DIR));
+        m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_folder / L"no such folder");
+        List().SendMessage(WM_VSCROLL, SB_LINEDOWN);
+        DrainMessages();
+        List().SendMessage(WM_VSCROLL, SB_ENDSCROLL);
+        DrainMessages();
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
+    });
+}
+
 TEST_P(TalvenorDlgTest, ARightClickReportsARefusedFolderOnce)
 {
     AddThreeParts();
