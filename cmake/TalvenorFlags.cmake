@@ -1,9 +1,9 @@
-# Compiler settings of the program's own code, and the one way to add a room (a folder that is one library).
+# Compiler settings of the program's own code, and functions that add its layers, the program and test time limits.
 
 option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
 option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the build machine only)" OFF)
 
-# What makes a built file hard to attack. tests/hardening reads the files and holds them to it.
+# Exploit mitigations; tests/hardening checks the built files for them.
 set(TALVENOR_HARDENED_FILE -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
 
 function(talvenor_flags target)
@@ -26,9 +26,9 @@ function(talvenor_flags target)
   endif()
 endfunction()
 
-# talvenor_room(NAME [ROOM ...]): the library talvenor_NAME of all sources in the folder NAME, and the rooms
-# below it that it may use. A source that talvenor_text already holds is taken from there.
-function(talvenor_room name)
+# talvenor_layer(NAME [BELOW ...]): builds the folder NAME as the static library talvenor_NAME, on top of the
+# libraries talvenor_BELOW that it may use. Sources that talvenor_text already holds are left to it.
+function(talvenor_layer name)
   file(GLOB sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/${name}/*.cpp")
   get_target_property(text_sources talvenor_text SOURCES)
   list(REMOVE_ITEM sources ${text_sources} ui/Main.cpp ui/TalvenorApp.cpp)
@@ -40,19 +40,19 @@ function(talvenor_room name)
   endforeach()
 endfunction()
 
-# talvenor_program(NAME LANGUAGE): the program, starting in the language german or english.
+# talvenor_program(NAME LANGUAGE): the program, with german or english as its language at start.
 function(talvenor_program name language)
   add_executable(${name} WIN32 "${PROJECT_SOURCE_DIR}/ui/Main.cpp" "${PROJECT_SOURCE_DIR}/ui/TalvenorApp.cpp")
   talvenor_flags(${name})
   target_compile_definitions(${name} PRIVATE TALVENOR_START_LANGUAGE=$<IF:$<STREQUAL:${language},english>,0,1>)
   target_link_libraries(${name} PRIVATE talvenor_ui talvenor_exe_resources)
-  # The map says what of the compiler's own libraries is in the program; the bill of materials is made from it.
+  # The linker map lists what the program holds of the compiler's own libraries; the SBOM is made from it.
   target_link_options(${name} PRIVATE -municode $<$<CONFIG:Release>:-s> "-Wl,-Map=$<TARGET_FILE_DIR:${name}>/${name}.map")
   add_dependencies(${name} talvresgerx64 talvresusx64)
 endfunction()
 
-# talvenor_time_limit(TEST SECONDS): tools/run-windows ends the test's program after that time, and what the program has
-# started with it; CTest, which would end the script alone, only waits a little longer.
+# talvenor_time_limit(TEST SECONDS): after that time tools/run-windows ends the test program and everything that it has
+# started. CTest would end the script only, so its own limit is two minutes longer.
 function(talvenor_time_limit test seconds)
   math(EXPR longer "${seconds} + 120")
   set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT TALVENOR_TIME_LIMIT=${seconds})

@@ -1,7 +1,7 @@
 # Toolchain: Debian's clang for 64-bit Windows, with the headers, runtime and tools of the mingw-w64 cross compiler.
 include("${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake")
 
-# clang does not find the folders of Debian's GCC, whose names end in its kind of threads.
+# clang does not find the folders of Debian's GCC, whose names end in the thread model ("-posix").
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libgcc.a
   OUTPUT_VARIABLE gcc_library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 get_filename_component(gcc_folder "${gcc_library}" DIRECTORY)
@@ -9,7 +9,7 @@ set(headers "${gcc_folder}/include/c++")
 add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-nostdinc++;SHELL:-isystem ${headers};\
 SHELL:-isystem ${headers}/x86_64-w64-mingw32;SHELL:-isystem ${headers}/backward>")
 set(link_flags "-B${gcc_folder} -L${gcc_folder}")
-# GNU ld tells of every piece of code that the two compilers make in different sizes, LLVM's linker takes one of them.
+# GNU ld warns about every COMDAT section whose size differs between the two compilers; LLVM's linker takes one of them.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags} -pthread -fuse-ld=lld")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${link_flags}")
 

@@ -1,19 +1,19 @@
 #!/usr/bin/env python3
-"""Checks that the project's version number has reached the built files: built_version.py BUILD_FOLDER VERSION
+"""Checks that the built files have the project's version number: built_version.py BUILD_FOLDER VERSION
 
-Looks in talvenor.exe and both resource libraries at the numbers and the texts of the version resource, and in the
-libraries at the line of the about box. Exit status 1 on a finding.
+Reads the version resource (numbers and texts) of talvenor.exe and both resource libraries, and the version line of the
+about box in the libraries. The exit status is 1 if anything is found.
 """
 import os
 import struct
 import sys
 
 LIBRARIES = ["talvresgerx64.dll", "talvresusx64.dll"]
-FIXED_INFO = struct.pack("<I", 0xFEEF04BD)  # what begins the numbers of a version resource
+FIXED_INFO = struct.pack("<I", 0xFEEF04BD)  # VS_FIXEDFILEINFO.dwSignature
 
 
 def numbers_of(data):
-    """The file's and the product's version of the one version resource, four numbers each."""
+    """The file version and the product version, four numbers each; None unless there is exactly one version resource."""
     at = data.find(FIXED_INFO)
     if at < 0 or data.find(FIXED_INFO, at + 1) >= 0:
         return None
@@ -23,7 +23,7 @@ def numbers_of(data):
 
 
 def text_after(data, name):
-    """The text that the version resource gives for a name."""
+    """The text that the version resource has under the name."""
     at = data.find((name + "\0").encode("utf-16-le"))
     if at < 0:
         return None
@@ -34,12 +34,12 @@ def text_after(data, name):
 def findings_in(name, data, version):
     expected = (*map(int, version.split(".")), 0)
     if numbers_of(data) != [expected, expected]:
-        yield f"{name}: the version's numbers are {numbers_of(data)}, not {expected}"
+        yield f"{name}: the version numbers are {numbers_of(data)}, not {expected}"
     for text in ("FileVersion", "ProductVersion"):
         if text_after(data, text) != version:
             yield f"{name}: {text} is {text_after(data, text)!r}, not {version!r}"
     if name in LIBRARIES and f"Version {version}\0".encode("utf-16-le") not in data:
-        yield f"{name}: the about box does not name version {version}"
+        yield f"{name}: the about box does not show version {version}"
 
 
 def main():
@@ -50,7 +50,7 @@ def main():
             data = file.read()
         findings += findings_in(name, data, version)
         if not list(findings_in(name, data, "1" + version)):
-            findings.append(f"{name}: another version would not be noticed")
+            findings.append(f"{name}: a wrong version would not be found")
     for finding in findings:
         print(finding)
     print(f"version {version}, {len(findings)} findings")

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Checks the dialog templates of both languages: no letter is the mnemonic of two controls of a dialog, both
-languages have the same controls in the same order, and nothing is left without a caption that needs one."""
+"""Checks the dialog templates: no two controls of a dialog share a mnemonic, both languages have the same controls in
+the same order, and every control that needs a caption has one."""
 import pathlib
 import re
 import sys
@@ -13,7 +13,7 @@ FILLED_BY_CODE = {"IDC_PROGRESS_FIRST", "IDC_PROGRESS_SECOND", "IDC_PROGRESS_THI
 
 
 def dialogs(path):
-    """Dialog name -> list of (kind, control, caption)."""
+    """{dialog: [(kind, control, caption), ...]}"""
     found, current = {}, None
     for line in path.read_text(encoding="utf-8").splitlines():
         start = DIALOG.match(line)

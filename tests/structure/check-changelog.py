@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Checks that CHANGELOG.md has the version that is made: tests/structure/check-changelog.py [FOLDER].
+"""Checks that CHANGELOG.md has the current version: tests/structure/check-changelog.py [FOLDER].
 
-The version of CMakeLists.txt has a section with its date, and nothing but "Unreleased" stands above it. Exit status 1
-on a finding; each finding is one plain line.
+The version of CMakeLists.txt has a section with a date, and only "Unreleased" is above it. The exit status is 1 if
+anything is found; each finding is one line.
 """
 import os
 import re
@@ -23,7 +23,7 @@ def findings(version, sections):
     if version not in versions:
         yield f"CHANGELOG.md: no section for version {version}"
     elif versions[0] != version:
-        yield f"CHANGELOG.md: the newest version is {versions[0]}, made is {version}"
+        yield f"CHANGELOG.md: the newest version is {versions[0]}, not {version}"
     for name, rest in sections:
         if name != "Unreleased" and not DATE.fullmatch(rest):
             yield f"CHANGELOG.md: version {name} has no date"
@@ -31,8 +31,8 @@ def findings(version, sections):
 
 def main():
     top = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
-    found = VERSION.search(read(top, "CMakeLists.txt"))
-    version = found.group(1) if found else "unknown"
+    match = VERSION.search(read(top, "CMakeLists.txt"))
+    version = match.group(1) if match else "unknown"
     sections = SECTION.findall(read(top, "CHANGELOG.md"))
     wrong = list(findings(version, sections))
     for finding in wrong:

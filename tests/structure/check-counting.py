@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that the counting of results cannot end green behind a run that was not whole."""
+"""Tests tools/lib/count-results: an incomplete test run must never count as a success."""
 import os
 import subprocess
 import sys
@@ -11,16 +11,15 @@ COUNT = os.path.join(HERE, "../../tools/lib/count-results")
 PASSED = '<testcase classname="A" name="a" status="run"/><testcase classname="A" name="b" status="run"/>'
 SKIPPED = ('<testcase classname="A" name="a" status="run"/>'
            '<testcase classname="A" name="b" status="run"><skipped message="a.cpp:1&#10;no such device"/></testcase>')
-OTHER_REASON = SKIPPED.replace("no such device", "no time")
+SKIPPED_WITH_OTHER_REASON = SKIPPED.replace("no such device", "no time")
 FAILED = PASSED + '<testcase classname="A" name="c" status="run"><failure message="x"/></testcase>'
-OFF = PASSED.replace('name="b" status="run"', 'name="b" status="notrun"')
+DISABLED = PASSED.replace('name="b" status="run"', 'name="b" status="notrun"')
 RETRIED = ('<testcase classname="A" name="a" status="run"><properties><property name="retry1" value="a&#10;press"/>'
            '</properties></testcase><testcase classname="A" name="b" status="run"/>')
-KEPT_AWAY = PASSED.replace('status="run"', 'status="run" timestamp="1970-01-01T00:00:00.000"')
-RAN = '<testcase name="unit" status="run"/><testcase name="whole" status="run"/>'
-CRASHED = '<testcase name="unit" status="fail"/><testcase name="whole" status="run"/>'
-
-
+NOT_STARTED = PASSED.replace('status="run"', 'status="run" timestamp="1970-01-01T00:00:00.000"')
+CTEST_PASSED = '<testcase name="unit" status="run"/><testcase name="other" status="run"/>'
+CTEST_FAILED = '<testcase name="unit" status="fail"/><testcase name="other" status="run"/>'
+# How the titles of cases with a repeated attempt begin, and how the count reports the attempt
 RETRIES = {"a repeated attempt in": "1; win/unit A.a: a press", "a repeated attempt outside": "1; win/unit: a start"}
 
 
@@ -28,58 +27,60 @@ def report(cases):
     return f'<testsuites><testsuite name="A">{cases}</testsuite></testsuites>'
 
 
-WHOLE_RUN = {
-    "tests/expected-results.txt": "checks/format\nwin/unit 2\nwin/whole\n",
+COMPLETE_RUN = {
+    "tests/expected-results.txt": "checks/format\nwin/unit 2\nwin/other\n",
     "tests/allowed-skips.txt": "# program | case | reason\nwin/unit | A.b | no such device\n",
     "build/results/steps.tsv": "checks/format\tpassed\n",
     "build/results/ctest.tsv": "win\t0\n",
-    "build/results/win.xml": f"<testsuite>{RAN}</testsuite>",
+    "build/results/win.xml": f"<testsuite>{CTEST_PASSED}</testsuite>",
     "build/win/reports/unit.xml": report(PASSED),
 }
 GREEN = "4 passed, 0 failed, 0 skipped"
 
-# what is tried, what differs from a whole run (None: is missing), the last line
+# Title, files that differ from a complete run (None: missing), the expected last line
 CASES = [
-    ("a whole run", {}, GREEN),
-    ("a skip on the list", {"build/win/reports/unit.xml": report(SKIPPED)}, "3 passed, 0 failed, 1 skipped"),
-    ("a skip for another reason", {"build/win/reports/unit.xml": report(OTHER_REASON)}, "3 passed, 1 failed, 0 skipped"),
-    ("a case that was switched off", {"build/win/reports/unit.xml": report(OFF)}, "3 passed, 1 failed, 0 skipped"),
-    ("a failed case", {"build/win/reports/unit.xml": report(FAILED),
-                       "build/results/win.xml": f"<testsuite>{CRASHED}</testsuite>",
-                       "build/results/ctest.tsv": "win\t8\n"}, "4 passed, 1 failed, 0 skipped"),
-    ("a failed program without a failed case", {"build/results/win.xml": f"<testsuite>{CRASHED}</testsuite>"},
-     "4 passed, 1 failed, 0 skipped"),
-    ("no report of a program", {"build/win/reports/unit.xml": None}, "2 passed, 1 failed, 0 skipped"),
-    ("an empty report", {"build/win/reports/unit.xml": ""}, "2 passed, 1 failed, 0 skipped"),
-    ("half a report", {"build/win/reports/unit.xml": report(PASSED)[:90]}, "2 passed, 1 failed, 0 skipped"),
-    ("fewer cases than stated", {"tests/expected-results.txt": "checks/format\nwin/unit 3\nwin/whole\n"},
-     "4 passed, 1 failed, 0 skipped"),
-    ("a build that failed", {"build/results/win.xml": None, "build/results/ctest.tsv": None},
-     "1 passed, 2 failed, 0 skipped"),
-    ("a program that CTest does not know", {"build/results/win.xml": '<testsuite><testcase name="unit" status="run"/>'
-                                                                     "</testsuite>"}, "3 passed, 1 failed, 0 skipped"),
-    ("a program that is not expected", {"tests/expected-results.txt": "checks/format\nwin/unit 2\n"},
+    ("a complete run", {}, GREEN),
+    ("an allowed skip", {"build/win/reports/unit.xml": report(SKIPPED)}, "3 passed, 0 failed, 1 skipped"),
+    ("a skip for another reason", {"build/win/reports/unit.xml": report(SKIPPED_WITH_OTHER_REASON)},
      "3 passed, 1 failed, 0 skipped"),
-    ("a check that is missing", {"build/results/steps.tsv": None}, "3 passed, 1 failed, 0 skipped"),
-    ("a check that failed", {"build/results/steps.tsv": "checks/format\tfailed\n"}, "3 passed, 1 failed, 0 skipped"),
-    ("a check that is not expected", {"build/results/steps.tsv": "checks/format\tpassed\nchecks/new\tpassed\n"},
+    ("a disabled case", {"build/win/reports/unit.xml": report(DISABLED)}, "3 passed, 1 failed, 0 skipped"),
+    ("a failed case", {"build/win/reports/unit.xml": report(FAILED),
+                       "build/results/win.xml": f"<testsuite>{CTEST_FAILED}</testsuite>",
+                       "build/results/ctest.tsv": "win\t8\n"}, "4 passed, 1 failed, 0 skipped"),
+    ("a failed program without failed cases", {"build/results/win.xml": f"<testsuite>{CTEST_FAILED}</testsuite>"},
      "4 passed, 1 failed, 0 skipped"),
-    ("CTest that failed without a word", {"build/results/ctest.tsv": "win\t1\n"}, "4 passed, 1 failed, 0 skipped"),
-    ("half a report of CTest", {"build/results/win.xml": f"<testsuite>{RAN}"}, "1 passed, 2 failed, 0 skipped"),
-    ("cases that a skip outside kept away", {"build/win/reports/unit.xml": report(KEPT_AWAY)},
+    ("a missing report", {"build/win/reports/unit.xml": None}, "2 passed, 1 failed, 0 skipped"),
+    ("an empty report", {"build/win/reports/unit.xml": ""}, "2 passed, 1 failed, 0 skipped"),
+    ("a truncated report", {"build/win/reports/unit.xml": report(PASSED)[:90]}, "2 passed, 1 failed, 0 skipped"),
+    ("fewer cases than expected", {"tests/expected-results.txt": "checks/format\nwin/unit 3\nwin/other\n"},
+     "4 passed, 1 failed, 0 skipped"),
+    ("a failed build", {"build/results/win.xml": None, "build/results/ctest.tsv": None},
+     "1 passed, 2 failed, 0 skipped"),
+    ("a program unknown to CTest", {"build/results/win.xml": '<testsuite><testcase name="unit" status="run"/>'
+                                                             "</testsuite>"}, "3 passed, 1 failed, 0 skipped"),
+    ("an unexpected program", {"tests/expected-results.txt": "checks/format\nwin/unit 2\n"},
+     "3 passed, 1 failed, 0 skipped"),
+    ("a missing check", {"build/results/steps.tsv": None}, "3 passed, 1 failed, 0 skipped"),
+    ("a failed check", {"build/results/steps.tsv": "checks/format\tfailed\n"}, "3 passed, 1 failed, 0 skipped"),
+    ("an unexpected check", {"build/results/steps.tsv": "checks/format\tpassed\nchecks/new\tpassed\n"},
+     "4 passed, 1 failed, 0 skipped"),
+    ("a failure of CTest itself", {"build/results/ctest.tsv": "win\t1\n"}, "4 passed, 1 failed, 0 skipped"),
+    ("a truncated report of CTest", {"build/results/win.xml": f"<testsuite>{CTEST_PASSED}"},
+     "1 passed, 2 failed, 0 skipped"),
+    ("cases that did not run because of a skip outside them", {"build/win/reports/unit.xml": report(NOT_STARTED)},
      "2 passed, 2 failed, 0 skipped"),
-    ("a repeated attempt in a case", {"build/win/reports/unit.xml": report(RETRIED)}, GREEN),
-    ("a repeated attempt outside of the cases",
+    ("a repeated attempt inside a case", {"build/win/reports/unit.xml": report(RETRIED)}, GREEN),
+    ("a repeated attempt outside the cases",
      {"build/win/reports/unit.xml": report(PASSED).replace("<testsuites", '<testsuites retry1="a start"')}, GREEN),
 ]
 
 
 def run_count(folder, differences, old_report, parts):
-    """The exit status and the output for a run that differs so from a whole one."""
+    """Exit status and output for a run of the parts that differs from a complete one in these files."""
     os.makedirs(f"{folder}/build/results")
     with open(f"{folder}/build/results/begin", "w", encoding="utf-8"):
         pass
-    for path, text in {**WHOLE_RUN, **differences}.items():
+    for path, text in {**COMPLETE_RUN, **differences}.items():
         if text is not None:
             os.makedirs(os.path.dirname(f"{folder}/{path}"), exist_ok=True)
             with open(f"{folder}/{path}", "w", encoding="utf-8") as file:
@@ -98,17 +99,17 @@ def findings(name, differences, last, old_report=False, parts=()):
         yield f"{name}: the last line is {lines[-1]!r}, not {last!r}"
     if (status == 0) != (" 0 failed" in last):
         yield f"{name}: status {status}"
-    retries = next((words for start, words in RETRIES.items() if name.startswith(start)), "0")
+    retries = next((text for start, text in RETRIES.items() if name.startswith(start)), "0")
     if lines[-2] != f"Repeated attempts: {retries}":
-        yield f"{name}: the line before the last is {lines[-2]!r}"
+        yield f"{name}: the last line but one is {lines[-2]!r}"
 
 
 def main():
     found = [finding for case in CASES for finding in findings(*case)]
-    found += findings("a report of an earlier run", {}, "2 passed, 1 failed, 0 skipped", old_report=True)
-    found += findings("a part", {"build/results/steps.tsv": None}, "3 passed, 0 failed, 0 skipped", parts=["win"])
+    found += findings("a report from an earlier run", {}, "2 passed, 1 failed, 0 skipped", old_report=True)
+    found += findings("one part", {"build/results/steps.tsv": None}, "3 passed, 0 failed, 0 skipped", parts=["win"])
     found += findings("one program", {}, "2 passed, 0 failed, 0 skipped", parts=["win/unit"])
-    found += findings("a part that is none", {}, "2 passed, 1 failed, 0 skipped", parts=["win/unit", "win/uni"])
+    found += findings("an unknown part", {}, "2 passed, 1 failed, 0 skipped", parts=["win/unit", "win/uni"])
     for finding in found:
         print(f"   {finding}")
     print(f"   {len(CASES) + 4} runs counted, {len(found)} findings")

@@ -1,24 +1,24 @@
 #!/usr/bin/env python3
-"""Checks the sources of the manuals against the program's: tests/structure/check-manuals.py [FOLDER].
+"""Compares the manuals with the program's sources: tests/structure/check-manuals.py [FOLDER].
 
-- Every text that the program shows, and every caption of its dialogs, stands in the manual of its language; what the
-  installer package says in both languages stands in both.
-- What the program says in German in either edition stands in German in the English manual, too.
-- A block marked as a message holds only what the program can show; what changes stands in ‹brackets›.
-- The table of fill-ins says what the template dialog's legend says.
-- Both manuals have the same chapters, pictures and numbers of messages, and no link leads nowhere.
+- Each manual holds every text that the program shows in its language, dialog captions included. Both hold the messages
+  of the installer package, which are bilingual.
+- Messages that the program shows in German in both editions stand in German in the English manual, too.
+- A block marked as a message holds only text that the program can show, with ‹brackets› around the variable parts.
+- The table of fill-ins has the wording of the legend in the template dialog.
+- Both manuals have the same chapters, pictures and number of messages, and no dead links.
 
-Exit status 1 on a finding; each finding is one plain line.
+The exit status is 1 if anything is found; each finding is one line.
 """
 import os
 import re
 import sys
 
-ROOMS = ("framework", "platform", "core", "files", "cad", "run", "ui")
+MODULES = ("framework", "platform", "core", "files", "cad", "run", "ui")
 LANGUAGES = ("german", "english")
-# The title of a template dialog for a column without a template, of which there is none.
+# The title of a template dialog for a column that has no template; the program opens no such dialog.
 NEVER_SHOWN = {"Schablone bearbeiten", "View/Modify template"}
-# What the reader of the map file says, whatever the edition.
+# Messages of the map file reader, which are German in both editions.
 ALWAYS_GERMAN = {"FEHLER: Datei '", "' kann nicht zum Lesen geöffnet werden!", "Syntax-Fehler in Zeile %d in\n",
                  "\n\nDie Datei konnte nicht vollständig ausgewertet werden."}
 
@@ -34,15 +34,15 @@ HEADING = re.compile(r"^(#+) .*\{#([\w-]+)\}$", re.MULTILINE)
 
 
 def text_of(literals):
-    """What adjacent string literals of the source come to, without the signs before a menu's letters; a tab is four
-    blanks in the manuals."""
+    """The text of adjacent string literals, without the ampersands of mnemonics. A tab becomes four blanks, as in the
+    manuals."""
     joined = "".join(each[2:-1] for each in re.findall(LITERAL, literals))
     return re.sub(r"\\(.)", lambda match: ESCAPES.get(match.group(1), match.group(0)), joined).replace("&", "")
 
 
 def sources(top):
-    for room in ROOMS:
-        for folder, _, names in os.walk(os.path.join(top, room)):
+    for module in MODULES:
+        for folder, _, names in os.walk(os.path.join(top, module)):
             for name in sorted(names):
                 if name.endswith((".cpp", ".h")):
                     with open(os.path.join(folder, name), encoding="utf-8") as file:
@@ -50,7 +50,7 @@ def sources(top):
 
 
 def program_texts(top):
-    """The texts of each language, and those literals that belong to none."""
+    """The texts of each language, and the string literals that belong to neither."""
     texts, common = {language: [] for language in LANGUAGES}, []
     for source in sources(top):
         for pair in PAIR.finditer(source):
@@ -64,7 +64,7 @@ def program_texts(top):
 
 
 def dialog_lines(resource):
-    """The lines inside the dialogs and the string table."""
+    """The lines of the dialogs and of the string table."""
     inside = False
     for line in resource.splitlines():
         inside = (inside or "DIALOGEX" in line or line == "STRINGTABLE") and line != "END"
@@ -86,8 +86,8 @@ def legend(resource):
 
 
 def holds(manual, text):
-    """Whether the manual has the text, with something in brackets where the program fills something in. A text of one
-    line may be broken by the lines of the manual; one of several lines stands as it is shown."""
+    """Whether the manual holds the text, with brackets in the place of each format specifier. The manual may wrap a text
+    of one line; a text of several lines keeps its own line breaks."""
     parts = [re.escape(part) for part in FORMATS.split(text.strip(" "))]
     if "\n" not in text:
         parts = [part.replace("\\ ", r"\s+") for part in parts]
@@ -95,7 +95,7 @@ def holds(manual, text):
 
 
 def is_made_of(fragment, pieces):
-    """Whether the fragment is nothing but pieces, one behind the other."""
+    """Whether the fragment is a sequence of pieces."""
     reached = {0}
     for start in range(len(fragment)):
         if start in reached:
@@ -106,13 +106,13 @@ def is_made_of(fragment, pieces):
 def text_findings(language, manual, texts, resource):
     for text in sorted({*texts, *captions(resource)} - NEVER_SHOWN):
         if text.strip() and not holds(manual, text):
-            yield f"manual/{language}.md: a text of the program is missing: {text!r}"
+            yield f"manual/{language}.md: text of the program is missing: {text!r}"
 
 
 def german_findings(manual, german_texts):
     for text in sorted(ALWAYS_GERMAN.intersection(german_texts)):
         if not holds(manual, text):
-            yield f"manual/english.md: a text that is German in either edition is missing: {text!r}"
+            yield f"manual/english.md: text that is German in both editions is missing: {text!r}"
 
 
 def message_findings(language, manual, texts):
@@ -127,18 +127,18 @@ def fill_in_findings(language, manual, resource):
     for fill_in, meaning, example in legend(resource):
         row = rf"^\| `{fill_in}` \| {re.escape(meaning)}[^|]* \| `{re.escape(example)}` \|$"
         if not re.search(row, manual, re.MULTILINE):
-            yield f"manual/{language}.md: the table of fill-ins has no row like the legend's of {fill_in}"
+            yield f"manual/{language}.md: the row of {fill_in} differs from the template dialog's legend"
 
 
 def link_findings(language, manual):
     places = {place for _, place in HEADING.findall(manual)}
     for link in re.findall(r"\]\(#([\w-]+)\)", manual):
         if link not in places:
-            yield f"manual/{language}.md: a link to {link}, which is nowhere"
+            yield f"manual/{language}.md: no heading for the link #{link}"
 
 
 def shape(manual):
-    """What both manuals have in common, in its order."""
+    """Headings, messages, pictures and tables in their order; the same in both manuals."""
     return re.findall(r"^#+ .*(\{#[\w-]+\})$|^(```message)$|!\[[^]]*\](\([\w.-]+\)(?:\{[^}]*\})?)|^(\|--)", manual,
                       re.MULTILINE)
 
@@ -147,7 +147,7 @@ def shape_findings(manuals):
     german, english = (shape(manuals[language]) for language in LANGUAGES)
     for number, (left, right) in enumerate(zip(german + [("the end",)], english + [("the end",)])):
         if left != right:
-            yield (f"manual/: the languages differ at place {number}: {''.join(left)} in German, "
+            yield (f"manual/: the languages differ at element {number}: {''.join(left)} in German, "
                    f"{''.join(right)} in English")
             return
 
@@ -162,7 +162,7 @@ def read(top, name):
 
 def findings_of(texts, common, manuals, resources):
     if not texts["german"] or not all(manuals.values()):
-        yield "a manual or the program is missing: nothing was checked"
+        yield "a manual or the program is missing, nothing was checked"
         return
     yield from shape_findings(manuals)
     yield from german_findings(manuals["english"], texts["german"])

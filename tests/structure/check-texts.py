@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Checks every text file of the project: tests/structure/check-texts.py [FOLDER].
 
-Files are UTF-8 without a byte-order mark, lines end in a bare line feed and carry no trailing blanks or tabs for
-indentation in C++, and nothing unfinished or switched off is left behind. Exit status 1 on a finding.
+Files are UTF-8 without a byte-order mark, and lines end in LF. C++ and resource files have no trailing blanks and no tabs
+as indentation. Nothing is unfinished, and no test is disabled or skipped without a reason. The program shows message
+boxes through ShowMessage only. The exit status is 1 if anything is found.
 """
 import os
 import re
@@ -10,10 +11,10 @@ import subprocess
 import sys
 
 MARKERS = re.compile(r"\b(TO" r"DO|FIX" r"ME|X" r"XX|HA" r"CK)\b|\bDISABLED" r"_\w|GTEST_SKIP\(\)\s*;")
-BARE_BOX = re.compile(r"\b(MessageBox(Ex)?[AW]?|MessageBoxIndirect[AW]?)\s*\(")
-ROOMS = ("framework/", "platform/", "core/", "files/", "cad/", "run/", "ui/")
-THE_DOOR = "framework/MessageBox.cpp"
-SEEDS = "tests/fuzz/seeds/"  # inputs of the fuzz targets: odd line ends and blanks are their point
+DIRECT_CALL = re.compile(r"\b(MessageBox(Ex)?[AW]?|MessageBoxIndirect[AW]?)\s*\(")
+MODULES = ("framework/", "platform/", "core/", "files/", "cad/", "run/", "ui/")
+SHOW_MESSAGE = "framework/MessageBox.cpp"
+SEEDS = "tests/fuzz/seeds/"  # inputs of the fuzz targets, with odd line ends on purpose
 
 
 def tracked(top):
@@ -39,8 +40,8 @@ def findings_of(name, data):
         if is_code and line.startswith("\t"):
             yield f"{name}:{number}: tab as indentation"
         if MARKERS.search(line):
-            yield f"{name}:{number}: unfinished or switched off: {line.strip()}"
-        if name.startswith(ROOMS) and name != THE_DOOR and BARE_BOX.search(line.split("//")[0]):
+            yield f"{name}:{number}: unfinished or disabled: {line.strip()}"
+        if name.startswith(MODULES) and name != SHOW_MESSAGE and DIRECT_CALL.search(line.split("//")[0]):
             yield f"{name}:{number}: message boxes go through ShowMessage: {line.strip()}"
 
 
@@ -51,7 +52,7 @@ def main():
         with open(os.path.join(top, name), "rb") as file:
             data = file.read()
         if b"\0" in data:
-            continue  # a picture or the like
+            continue  # binary
         count += 1
         findings += findings_of(name, data)
     for finding in findings:

@@ -1,18 +1,18 @@
 #!/usr/bin/env python3
-"""Checks that the project's includes run down the house: tests/structure/check-floors.py [FOLDER].
+"""Checks that includes never go up a layer: tests/structure/check-layers.py [FOLDER].
 
-An include goes to a lower floor or stays in its own room. Of the two rooms of the first floor, platform may use
-framework, not the other way; of the two of the third, neither uses the other. No chain of includes comes back to
-where it began. Exit status 1 when one does; each finding is one plain line.
+A file includes files of its own module (folder) or of a lower layer. Within layer 1, platform may use framework, but not
+the other way round; within layer 3, files and cad may not use each other. Includes form no cycle. The exit status is 1 if
+anything is found; each finding is one line.
 """
 import os
 import re
 import sys
 
-FLOOR = {"framework": 1, "platform": 1, "core": 2, "files": 3, "cad": 3, "run": 4, "ui": 5}
+LAYER = {"framework": 1, "platform": 1, "core": 2, "files": 3, "cad": 3, "run": 4, "ui": 5}
 SIDEWAYS = {("platform", "framework")}
-EVERYBODYS = "resources/"  # numbers only
-# The portable text rules include nothing of Windows, so that they can be built for the build machine.
+SHARED = "resources/"  # defines numbers only, so every layer may use it
+# The text rules include no Windows header, so that they can be built for the build machine.
 PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "files/MapLine", "files/Paths",
             "framework/List", "files/PickedFiles"]
 WINDOWS_HEADER = re.compile(r"^(windows|windowsx|commctrl|commdlg|shlobj|shellapi|ole\w*|com\w+|objbase|wtypes|tchar)\.h$",
@@ -21,10 +21,10 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 
 
 def includes_of(top):
-    """Every own file of the rooms with its includes: {"core/A.h": [(line, quote, name), ...]}."""
+    """The includes of every file of the program: {"core/A.h": [(line, quote, name), ...]}."""
     found = {}
-    for room in FLOOR:
-        for folder, _, names in os.walk(os.path.join(top, room)):
+    for module in LAYER:
+        for folder, _, names in os.walk(os.path.join(top, module)):
             for name in names:
                 if name.endswith((".h", ".cpp")):
                     path = os.path.join(folder, name)
@@ -35,31 +35,31 @@ def includes_of(top):
     return found
 
 
-def wrong_way(source, target):
+def violation(source, target):
     """Why source must not include target, or None."""
     here, there = source.split("/")[0], target.split("/")[0]
-    if there not in FLOOR:
-        return None if target.startswith(EVERYBODYS) else f"{target} lies in no room of the program"
-    if here == there or (here, there) in SIDEWAYS or FLOOR[there] < FLOOR[here]:
+    if there not in LAYER:
+        return None if target.startswith(SHARED) else f"{target} is in no module of the program"
+    if here == there or (here, there) in SIDEWAYS or LAYER[there] < LAYER[here]:
         return None
-    direction = "up to" if FLOOR[there] > FLOOR[here] else "across to"
-    return f"{here} (floor {FLOOR[here]}) must not reach {direction} {there} (floor {FLOOR[there]})"
+    place = "above" if LAYER[there] > LAYER[here] else "beside"
+    return f"{here} (layer {LAYER[here]}) must not include {there} (layer {LAYER[there]}), which is {place} it"
 
 
-def floor_findings(files):
+def layer_findings(files):
     for source, includes in sorted(files.items()):
         for line, quote, target in includes:
             own = quote == '"'
             if own and "/" not in target:
-                yield f"{source}:{line}: write the room in front of {target}"
-            elif own and wrong_way(source, target):
-                yield f"{source}:{line}: {wrong_way(source, target)}"
+                yield f"{source}:{line}: write the module in front of {target}"
+            elif own and violation(source, target):
+                yield f"{source}:{line}: {violation(source, target)}"
             elif not own and WINDOWS_HEADER.match(target) and os.path.splitext(source)[0] in PORTABLE:
-                yield f"{source}:{line}: a portable text file must not include {target}"
+                yield f"{source}:{line}: a text rule must not include {target}"
 
 
-def circles(files):
-    """Every chain of own files that comes back to its beginning, found by walking each file's includes."""
+def cycles(files):
+    """Include cycles, found by a depth-first walk."""
     state, chain = {}, []
 
     def walk(name):
@@ -81,12 +81,12 @@ def circles(files):
 def main():
     top = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
     files = includes_of(top)
-    findings = list(floor_findings(files)) + [f"circle: {circle}" for circle in circles(files)]
+    findings = list(layer_findings(files)) + [f"cycle: {cycle}" for cycle in cycles(files)]
     for finding in findings:
         print(finding)
     print(f"{len(files)} files, {sum(len(i) for i in files.values())} includes, {len(findings)} findings")
     if not files:
-        print("no file found: nothing was checked")
+        print("no file found, nothing was checked")
     return 1 if findings or not files else 0
 
 
