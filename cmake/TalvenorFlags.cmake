@@ -26,8 +26,8 @@ function(talvenor_flags target)
   endif()
 endfunction()
 
-# talvenor_layer(NAME [BELOW ...]): builds the folder NAME as the static library talvenor_NAME, on top of the
-# libraries talvenor_BELOW that it may use. Sources that talvenor_text already holds are left to it.
+# talvenor_layer(NAME [BELOW ...]): builds the folder NAME as the static library talvenor_NAME, on top of the libraries
+# talvenor_BELOW that it may use. Sources that talvenor_text already holds are left to it.
 function(talvenor_layer name)
   file(GLOB sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/${name}/*.cpp")
   get_target_property(text_sources talvenor_text SOURCES)

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the commands share; to be sourced under `set -euo pipefail`. Sets top (the project's folder) and changes into it.
+# Shared by the commands; source it under `set -euo pipefail`. Sets top to the project's folder and changes into it.
 
 shopt -s inherit_errexit
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -8,14 +8,14 @@ export LANG=C.UTF-8 LC_ALL=C.UTF-8
 logs=$top/build/logs
 mkdir -p "$logs"
 
-# project_version: the version number, which CMakeLists.txt alone holds.
+# project_version: prints the version number of CMakeLists.txt.
 project_version() { sed -nE 's/^project\(Talvenor VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt; }
 
 step() { printf '\n== %s\n' "$*"; }
 
-# attempt NAME COMMAND [ARG ...]: runs the command with its output in build/logs/NAME.log and leaves its status in
-# attempt_status; when it fails, shows the end of that log. Each step of a function that it runs must succeed; so call it
-# as a statement of its own: below if, && or || bash would go on behind a failed step.
+# attempt NAME COMMAND [ARG ...]: runs the command, writes its output to build/logs/NAME.log and sets attempt_status to
+# its exit status. When it fails, shows the end of the log. Never call this in a condition (if, &&, ||): bash would
+# ignore "set -e" inside COMMAND, when that is a function.
 attempt() {
   local name=$1 begin=$SECONDS
   shift
@@ -32,34 +32,34 @@ attempt() {
   fi
 }
 
-# logged NAME COMMAND [ARG ...]: as attempt, and ends the script when the command fails.
+# logged NAME COMMAND [ARG ...]: like attempt, but ends the script when the command fails.
 logged() {
   attempt "$@"
   [ $attempt_status = 0 ] || exit "$attempt_status"
 }
 
-# wait_until SECONDS WHAT COMMAND [ARG ...]: asks again and again until the command succeeds; ends the script, naming
-# what it waited for, when it does not in time.
+# wait_until SECONDS WHAT COMMAND [ARG ...]: runs the command until it succeeds. After SECONDS, prints WHAT it waited
+# for and ends the script.
 wait_until() {
   local end=$((SECONDS + $1)) what=$2
   shift 2
   until "$@"; do
     if [ $SECONDS -ge $end ]; then
-      echo "Waited in vain for $what." >&2
+      echo "Timed out waiting for $what." >&2
       exit 1
     fi
     sleep 0.05
   done
 }
 
-# build_preset NAME [TARGET ...]: configures one preset of CMakePresets.json and builds the targets, or everything.
+# build_preset NAME [TARGET ...]: configures a preset of CMakePresets.json and builds the targets (default: all).
 build_preset() {
   cmake --preset "$1"
   timeout 3600 cmake --build --preset "$1" ${2:+--target "${@:2}"}
 }
 
-# pictures_stamp: what the pictures in build/screenshots are of: checksums of the programs of both languages, of the
-# library that they show, and of what makes that library, operates the programs and looks at them.
+# pictures_stamp: prints checksums of everything that the screenshots depend on: the programs of both languages, the
+# part library that they show, the tools that make it, and the tools that operate the programs and take the pictures.
 pictures_stamp() {
   local sources
   sources=$(find tools/windowwatch tests/cadserver -type f | LC_ALL=C sort)
@@ -69,14 +69,14 @@ pictures_stamp() {
     "${sources[@]}" tools/{common.sh,run-windows}
 }
 
-# start_display [SIZE]: starts an X server without a screen, of so many pixels (1600x1200 unless said), and a window
-# manager on it, and sets DISPLAY. Ends the script when the server does not start.
+# start_display [WIDTHxHEIGHT]: starts a virtual X display (default: 1600x1200 pixels) with a window manager, and sets
+# DISPLAY. Ends the script when the X server does not start.
 start_display() {
   local number
   number=$(mktemp)
   Xvfb -displayfd 1 -screen 0 "${1:-1600x1200}x24" -nolisten tcp >"$number" 2>"$logs/xvfb.log" &
   xvfb=$!
-  wait_until 30 "a display (build/logs/xvfb.log says why)" has_display_or_end "$number"
+  wait_until 30 "a display (see build/logs/xvfb.log)" has_display_or_end "$number"
   DISPLAY=:$(cat "$number")
   export DISPLAY
   rm -f "$number"
@@ -84,36 +84,37 @@ start_display() {
   manager=$!
 }
 
-# has_display_or_end FILE: whether the X server has written its number there; ends the script when the server has ended.
+# has_display_or_end FILE: whether the X server has written its display number to FILE. Ends the script when the server
+# has died.
 has_display_or_end() {
   [ ! -s "$1" ] || return 0
   kill -0 "$xvfb" 2>/dev/null || { cat "$logs/xvfb.log" >&2; exit 1; }
   return 1
 }
 
-# start_window_watch FOLDER PROGRAM: has tools/windowwatch write what windows of the program there are into
-# FOLDER/windows.log until end_window_watch FOLDER.
+# start_window_watch FOLDER PROGRAM: starts tools/windowwatch, which logs the program's windows in FOLDER/windows.log
+# until end_window_watch FOLDER is called.
 start_window_watch() {
   rm -f "$1/windows.log" "$1/windows.log.stop"
   TALVENOR_TIME_LIMIT=0 tools/run-windows "$(windows_path "$top/build/windowwatch/windowwatch.exe")" \
     "$(windows_path "$1/windows.log")" "$2" >"$logs/windowwatch.log" 2>&1 &
-  wait_until 60 "$1/windows.log of the window watcher (build/logs/windowwatch.log)" test -e "$1/windows.log"
+  wait_until 60 "the log of tools/windowwatch, $1/windows.log (see build/logs/windowwatch.log)" test -e "$1/windows.log"
 }
 end_window_watch() { touch "$1/windows.log.stop"; }
 
-# windows_path PATH: an absolute path of this machine as a Windows program under Wine knows it.
+# windows_path PATH: prints an absolute path of this machine as Windows programs under Wine see it.
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
-# register_library: the registry as an installed library leaves it, and the file-name template of the demonstration.
+# register_library: sets the registry values of an installed library and the file-name template of the demonstration.
 register_library() {
   tools/run-windows reg add 'HKLM\SOFTWARE\Zelmar\input' /v parts /d 'C:\Zelmar\Normteile' /f
   tools/run-windows reg add 'HKLM\SOFTWARE\Zelmar\input' /v prg /d 'C:\Zelmar' /f
-  tools/run-windows reg delete 'HKCU\SOFTWARE\Zelmar\Tools\Talvenor' /f || true # left by an earlier run
+  tools/run-windows reg delete 'HKCU\SOFTWARE\Zelmar\Tools\Talvenor' /f || true # from an earlier run
   tools/run-windows reg add 'HKCU\SOFTWARE\Zelmar\Tools\Talvenor' /v 'Template Text Column 1' \
     /d "$(python3 -c "import sys; sys.path.insert(0, 'tools/demonstration'); import check; print(check.FILE_TEMPLATE)")" /f
 }
 
-# end_display: ends Wine's own server first, whose windows live on the display, then the display.
+# end_display: ends wineserver first, as its windows are on the display; then the window manager and the display.
 end_display() {
   [ -n "${xvfb:-}" ] || return 0
   WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix} wineserver -k 2>/dev/null || true

@@ -75,7 +75,8 @@ CASES = [
      {**manuals(german=GERMAN + "\nZu alt. / Too old.\n"),
       "installer/talvenor.wxs": '<A DowngradeErrorMessage=\n "Zu alt. / Too old." />'},
      "english.md: text of the program is missing: 'Zu alt. / Too old.'"),
-    ("table of fill-ins with a different wording", "manuals", manuals(german=GERMAN.replace("| Ziffern", "| Zahlen")), "the row of %1 differs"),
+    ("table of fill-ins with a different wording", "manuals", manuals(german=GERMAN.replace("| Ziffern", "| Zahlen")),
+     "the row of %1 differs"),
     ("dead link", "manuals", manuals(german=GERMAN.replace("(#one)", "(#two)")), "german.md: no heading for the link #two"),
     ("chapter in one language only", "manuals", manuals(english=ENGLISH + "# Two {#two}\n"), "the languages differ"),
     ("correct changelog", "changelog", changelog("## [Unreleased]\n\n## [1.2.0] - 2026-01-02\n\n## [1.1.0] - 2025-01-02\n"),
@@ -85,7 +86,8 @@ CASES = [
     ("changelog with a newer version", "changelog", changelog("## [1.3.0] - 2026-01-02\n## [1.2.0] - 2025-01-02\n"),
      "the newest version is 1.3.0, not 1.2.0"),
     ("version without a date", "changelog", changelog("## [1.2.0]\n"), "version 1.2.0 has no date"),
-    ("version missing in CMakeLists.txt", "changelog", {"CMakeLists.txt": "", "CHANGELOG.md": ""}, "no section for version unknown"),
+    ("version missing in CMakeLists.txt", "changelog", {"CMakeLists.txt": "", "CHANGELOG.md": ""},
+     "no section for version unknown"),
     ("missing manual", "manuals", {**PROGRAM, "manual/german.md": GERMAN}, "nothing was checked"),
 ]
 

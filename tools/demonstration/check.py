@@ -1,8 +1,8 @@
-"""Works out on its own what a run of the program must leave behind, and compares.
+"""Works out independently what a run of the program must produce, and compares.
 
-The rules for names stand here a second time, in another language and written from their description, so that program
-and check cannot share a mistake. LIBRARY is always the standard-parts folder as this machine sees it, TABLE the
-configurations of each part.
+Implements the name rules a second time, independently of the program, so that a mistake there is not repeated here.
+In every function, library is the path of the standard-parts folder on this machine, and table holds the configurations
+of each part.
 """
 import collections
 import filecmp
@@ -11,8 +11,8 @@ import os
 import stat
 import subprocess
 
-# The file-name template that tools/demo stores: with the two extra fields, so that no two parts get one name. Where
-# they are empty, the two dots that meet become one. The BOM-name template is the program's own.
+# tools/demo stores this file-name template. The two extra fields (%7, %8) keep the new names unique; where they are
+# empty, the name rules reduce ".." to one dot. The BOM-name template is the program's default.
 FILE_TEMPLATE, BOM_TEMPLATE = "%5%3_%4.%7%8.changed.%6", "Norm %1 - %2"
 WINDOWS_FOLDER = "C:\\Zelmar\\Normteile"  # where tools/demo puts the library
 Row = collections.namedtuple("Row", "original renamed bom_name")
@@ -30,7 +30,7 @@ def core_of(name, prefix_length):
 
 
 def split_name(name):
-    """The fill-ins 1, 3, 4, 5, 6, 7, 8 of a standard-part file name."""
+    """The values of the fill-ins %1 and %3 to %8 for a standard-part file name."""
     known = ["N_ISO_", "N_ENISO_", "N_EN_", "N_", "N"]
     prefix = next((p for p in known if name.upper().startswith(p)), "")
     parts = dict.fromkeys("1345678", "")
@@ -75,7 +75,7 @@ def usable_file_name(name, extension):
 
 
 def expected_rows(library):
-    """The rows of the table after a scan of the library, sorted; and the files that a taken name keeps out."""
+    """The rows of the table after a scan of the library, sorted; and the files left out because their new name is taken."""
     listed = sorted((n for n in os.listdir(library) if n.lower().endswith(".sldprt")), key=str.upper)
     rows, taken, left_out = [], set(), []
     for name in listed:
@@ -92,7 +92,7 @@ def expected_rows(library):
 
 
 def written_bom_name(row, configuration):
-    """What a run writes into a configuration: the row's BOM name, filled a second time."""
+    """The BOM name that a run writes into a configuration: the row's BOM name, expanded a second time."""
     parts = split_name(row.original)
     core = core_of(row.original, len("N_"))
     values = dict(parts, **{"1": leading_digits(core), "2": configuration})
@@ -112,13 +112,13 @@ def expected_boxes(library):
 
 class Report:
     def __init__(self):
-        self.wrong = 0
+        self.failures = 0
 
-    def compare(self, words, right, total, complaints=()):
-        print(f"   {words}: {right} of {total}" + ("" if right == total else "   <-- NOT AS IT SHOULD BE"))
-        for complaint in list(complaints)[:10]:
-            print(f"      {complaint}")
-        self.wrong += right != total
+    def compare(self, title, correct, total, details=()):
+        print(f"   {title}: {correct} of {total}" + ("" if correct == total else "   <-- FAILED"))
+        for detail in list(details)[:10]:
+            print(f"      {detail}")
+        self.failures += correct != total
 
 
 def mapped_names(library):
@@ -138,7 +138,7 @@ def records(lines):
 
 
 def compare_map(report, library, rows):
-    """Every line of the map file; of the third only its beginning, as it names an owner of the program's choice."""
+    """Compares every line of the map file. Of the third line only the beginning: the program chooses the owner it names."""
     found = map_lines(library)
     header = ["; Datei: " + WINDOWS_FOLDER + "\\Mapped\\PartsMap.txt",
               "; Automatisch generierte Datei, manuelle Änderungen können verloren gehen.", "; (c) ", ""]
@@ -147,26 +147,26 @@ def compare_map(report, library, rows):
         expected[2] = found[2]
     wrong = [f"line {n}: expected {e!r}, found {f!r}"
              for n, (f, e) in enumerate(itertools.zip_longest(found, expected), 1) if f != e]
-    lines = max(len(found), len(expected)) - 1  # the text behind the last line end is empty
-    report.compare("lines of the map file, 4 of header and one record a part", lines - len(wrong), lines, wrong)
+    lines = max(len(found), len(expected)) - 1  # there is only an empty text after the last line end
+    report.compare("lines of the map file: 4 header lines and one record per part", lines - len(wrong), lines, wrong)
     print(f"   records in the map file: {len(records(found))}")
 
 
 def compare_mapped_names(report, library, rows):
     found = mapped_names(library) - {"PartsMap.txt"}
     expected = {row.renamed for row in rows}
-    report.compare("copies in the folder Mapped, and nothing else", len(found & expected), len(found | expected),
+    report.compare("files in the folder Mapped", len(found & expected), len(found | expected),
                    sorted(found ^ expected))
 
 
 def compare_read_only(report, library, rows):
     paths = [os.path.join(library, "Mapped", row.renamed) for row in rows]
     read_only = [path for path in paths if os.path.exists(path) and not os.stat(path).st_mode & stat.S_IWUSR]
-    report.compare("copies that are read-only", len(read_only), len(rows))
+    report.compare("read-only copies", len(read_only), len(rows))
 
 
 def compare_bom_names(report, library, table, rows):
-    """Every configuration of every copy uses its alternative BOM name, and it is the expected one."""
+    """Every configuration of every copy uses its alternative BOM name, which is the expected one."""
     expected = {(row.renamed, configuration): ("1" if written_bom_name(row, configuration) else "0",
                                                written_bom_name(row, configuration))
                 for row in rows for configuration in table.get(row.original, [])}
@@ -179,16 +179,16 @@ def compare_bom_names(report, library, table, rows):
 
 
 def compare_originals(report, library, table):
-    """No original has got a BOM name."""
+    """The originals have no BOM names."""
     lines = read_parts(library)
     touched = [" ".join(line) for line in lines if line[2] != "0" or line[3]]
     known = sum(len(table.get(name, [])) for name in os.listdir(library))
-    report.compare("configurations of the originals left as they were", len(lines) - len(touched), known, touched)
+    report.compare("unchanged configurations of the originals", len(lines) - len(touched), known, touched)
 
 
 def read_parts(folder):
     run = subprocess.run(["tools/read-parts", folder], capture_output=True, encoding="utf-8")
-    print(run.stderr, end="")  # which files it could not read; their configurations are then missing
+    print(run.stderr, end="")  # the files that it could not read, whose configurations are missing
     return [line.split("\t") for line in run.stdout.split("\n") if line]
 
 
@@ -198,10 +198,10 @@ def check_copies(library, table):
     compare_mapped_names(report, library, rows)
     pairs = [(os.path.join(library, row.original), os.path.join(library, "Mapped", row.renamed)) for row in rows]
     equal = [pair for pair in pairs if os.path.exists(pair[1]) and filecmp.cmp(*pair, shallow=False)]
-    report.compare("copies with the same bytes as their originals", len(equal), len(pairs))
+    report.compare("copies identical to their originals", len(equal), len(pairs))
     compare_read_only(report, library, rows)
     compare_map(report, library, rows)
-    report.compare("parts with a new name of their own", len(rows), len(rows) + len(left_out), left_out)
+    report.compare("parts with a unique new name", len(rows), len(rows) + len(left_out), left_out)
     return report
 
 
@@ -215,19 +215,19 @@ def check_full(library, table):
     return report
 
 
-def check_found(library, table):
+def check_map_file(library, table):
     report = Report()
     lines = [line.strip() for line in map_lines(library)]
     if not lines:
-        print("   There is no map file: no run has been made.")
+        print("   There is no map file: the program has converted nothing.")
         return report
     rows = [Row(*(field.strip() for field in line.split(";", 2))) for line in lines if line and line[0] != ";"]
     names = mapped_names(library)
-    there = [row for row in rows if row.renamed in names]
-    report.compare("files of the map file that are there", len(there), len(rows))
+    present = [row for row in rows if row.renamed in names]
+    report.compare("copies that the map file lists and that exist", len(present), len(rows))
     if any(row.bom_name for row in rows):
         compare_bom_names(report, library, table, rows)
     else:
-        print("   The run only copied: the map file holds no BOM names.")
+        print("   The run only copied files: the map file holds no BOM names.")
     return report
 

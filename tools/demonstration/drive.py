@@ -1,8 +1,8 @@
-"""Operates the real program as a person would and tells what came of it; called by tools/demo, which has prepared it.
+"""Operates the real program like a user and prints the results. Called by tools/demo, which sets everything up.
 
   drive.py automatic|interactive LIBRARY TABLE SERVER_LOG WINDOW_LOG BARE_COMMAND...
 
-BARE_COMMAND makes the same copies and automation calls without a window, and says how long it took.
+BARE_COMMAND makes the same copies and automation calls without a window, and prints how long that took.
 """
 import contextlib
 import os
@@ -21,43 +21,43 @@ FINISHED = "Umsetzungen erfolgreich beendet."
 
 
 def finished_box(screen):
-    box = screen.box()
+    box = screen.message_box()
     return box if box and box.text() == FINISHED else None
 
 
-def one_run(screen, library, copy_only, pictures, start=Program):
-    """Starts the program by start(screen), runs the conversion, closes the program. Returns the seconds of the run, from
-    the click to the last message box, without those that a box in between waited for its answer."""
+def run_conversion(screen, library, copy_only, pictures, start=Program):
+    """Starts the program by calling start(screen), runs the conversion and closes the program. Returns the seconds from the
+    click on the start button to the last message box, less the time that other message boxes were open."""
     shutil.rmtree(os.path.join(library, "Mapped"), ignore_errors=True)
     rows = len(check.expected_rows(library)[0])
     program = start(screen)
     try:
-        main = program.wait_answering("the main window", 120, lambda: screen.with_control(IDC_START))
-        time.sleep(1)  # for the window manager to place it
-        screen.look()
-        main = screen.with_control(IDC_START)
+        main = program.wait_dismissing_boxes("the main window", 120, lambda: screen.window_with_control(IDC_START))
+        time.sleep(1)  # until the window manager has placed it
+        screen.update()
+        main = screen.window_with_control(IDC_START)
         if pictures:
             windows.Picture(f"{PICTURES}/1-before.png").wait()
         if copy_only:
             windows.click(main, IDC_COPY_ONLY)
-        answering = program.answering
+        in_boxes_before = program.seconds_in_boxes
         begin = windows.click(main, IDC_START)
-        program.wait_answering("the progress dialog", 30,
-                               lambda: screen.with_control(IDC_PROGRESS_OVERALL) or finished_box(screen))
+        program.wait_dismissing_boxes("the progress dialog", 30,
+                                      lambda: screen.window_with_control(IDC_PROGRESS_OVERALL) or finished_box(screen))
         if pictures:
-            program.wait_answering("half of the copies", 60 + rows,
-                                   lambda: len(check.mapped_names(library)) > rows // 2 or finished_box(screen))
-            during = windows.Picture(f"{PICTURES}/2-during.png")  # beside the run, not to hold it up
-        box = program.wait_answering("the end of the run", 60 + rows, lambda: finished_box(screen))
-        seconds = box.seconds - begin - (program.answering - answering)
+            program.wait_dismissing_boxes("half of the copies", 60 + rows,
+                                          lambda: len(check.mapped_names(library)) > rows // 2 or finished_box(screen))
+            during = windows.Picture(f"{PICTURES}/2-during.png")  # in the background, so that the run is not delayed
+        box = program.wait_dismissing_boxes("the end of the run", 60 + rows, lambda: finished_box(screen))
+        seconds = box.appeared - begin - (program.seconds_in_boxes - in_boxes_before)
         time.sleep(0.5)
         if pictures:
             during.wait()
             windows.Picture(f"{PICTURES}/3-after.png").wait()
-        program.answer(box)
+        program.dismiss(box)
         time.sleep(0.5)
-        screen.look()
-        windows.click(screen.with_control(IDC_START), IDCANCEL)
+        screen.update()
+        windows.click(screen.window_with_control(IDC_START), IDCANCEL)
         program.wait_for_end(20)
         return seconds
     except Stuck:
@@ -84,57 +84,57 @@ def report_boxes(report, found, expected):
 
 
 def run_bare(command):
-    longest = 600  # seconds; the whole library takes some 20
+    limit = 600  # seconds; the whole library takes about 20
     try:
-        return subprocess.run(command, capture_output=True, encoding="utf-8", timeout=longest)
+        return subprocess.run(command, capture_output=True, encoding="utf-8", timeout=limit)
     except subprocess.TimeoutExpired:
-        raise Stuck(f"waited {longest} s in vain for the program without windows") from None
+        raise Stuck(f"the program without windows did not end within {limit} s") from None
 
 
 def automatic(screen, library, table, server_log, bare_command):
-    wrong = 0
+    failures = 0
     for title, copy_only, verify in (("Copies only", True, check.check_copies),
-                                     ("The whole run: copies, map file and BOM names", False, check.check_full)):
+                                     ("A full run: copies, map file and BOM names", False, check.check_full)):
         print(f"\n== {title}", flush=True)
-        calls, boxes = server_calls(server_log), len(screen.boxes)
-        seconds = one_run(screen, library, copy_only, pictures=not copy_only)
+        calls, boxes = server_calls(server_log), len(screen.box_texts)
+        seconds = run_conversion(screen, library, copy_only, pictures=not copy_only)
         print(f"   {seconds:.1f} s from the click on the start button to the final message box, "
               f"{server_calls(server_log) - calls} automation calls")
         report = verify(library, table)
-        report_boxes(report, screen.boxes[boxes:], check.expected_boxes(library))
-        wrong += report.wrong  # the seconds kept are those of the last run, the whole one
-    bare = run_bare(bare_command)
+        report_boxes(report, screen.box_texts[boxes:], check.expected_boxes(library))
+        failures += report.failures
+    bare = run_bare(bare_command)  # compared with the last run, the full one
     print("\n== The same copies and automation calls by a program without windows, for comparison")
     print("   " + (bare.stdout.strip() if bare.returncode == 0 else "FAILED: " + bare.stderr.strip()))
     if bare.returncode == 0:
         bare_seconds = float(bare.stdout.split()[-2])
         print(f"   the program took {seconds:.1f} s, {seconds / bare_seconds:.2f} times as long")
-    print(f"\nPictures of the screen: {PICTURES}/1-before.png, 2-during.png, 3-after.png")
-    return wrong + (bare.returncode != 0)
+    print(f"\nScreenshots: {PICTURES}/1-before.png, 2-during.png, 3-after.png")
+    return failures + (bare.returncode != 0)
 
 
 def interactive(screen, library, table):
-    print("\nThe program is yours. When you close its window, what is found then is summed up here.", flush=True)
+    print("\nOperate the program yourself. The results appear here when you close its window.", flush=True)
     program = Program(screen)
     program.wait_for_end(None)
-    print("\n== What is there now")
-    screen.look()
-    for text in screen.boxes:
+    print("\n== Results")
+    screen.update()
+    for text in screen.box_texts:
         print("   message box: " + text.replace("\n", "\n                "))
-    return check.check_found(library, table).wrong
+    return check.check_map_file(library, table).failures
 
 
 def main():
     mode, library, table_path, server_log, window_log, *bare_command = sys.argv[1:]
     table, screen = check.read_table(table_path), windows.Screen(window_log)
     try:
-        wrong = (interactive(screen, library, table) if mode == "interactive"
-                 else automatic(screen, library, table, server_log, bare_command))
+        failures = (interactive(screen, library, table) if mode == "interactive"
+                    else automatic(screen, library, table, server_log, bare_command))
     except Stuck as stuck:
-        print(f"\nStuck: {stuck}.\nThe screen as it was: {PICTURES}/stuck.png; windows: {window_log}")
+        print(f"\nStuck: {stuck}.\nScreenshot: {PICTURES}/stuck.png; log of the windows: {window_log}")
         return 1
-    print("\nEverything is as it should be." if wrong == 0 else f"\n{wrong} things are NOT as they should be.")
-    return 1 if wrong else 0
+    print("\nEverything is as expected." if failures == 0 else f"\n{failures} checks FAILED.")
+    return 1 if failures else 0
 
 
 if __name__ == "__main__":

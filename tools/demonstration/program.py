@@ -1,4 +1,4 @@
-"""The program under Wine, waited for as a person waits."""
+"""The program running under Wine."""
 import os
 import subprocess
 import time
@@ -8,41 +8,41 @@ from windows import Stuck
 
 
 class Program:
-    """One start of the program, from its first window to its end."""
+    """One process of the program."""
 
     def __init__(self, screen, name="talvenor.exe", folder="build/windows/bin"):
         self.screen = screen
-        self.answering = 0.0  # seconds that message boxes stood there until they were answered
+        self.seconds_in_boxes = 0.0  # seconds that message boxes were open in wait_dismissing_boxes
         self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), name], cwd=folder,
                                          env={**os.environ, "TALVENOR_TIME_LIMIT": "0"})
 
-    def wait_for(self, what, seconds, happened):
+    def wait_for(self, what, seconds, condition):
         end = time.monotonic() + seconds
         while True:
-            self.screen.look()
-            found = happened()
+            self.screen.update()
+            found = condition()
             if found:
                 return found
             if self._process.poll() is not None:
                 raise Stuck(f"the program ended (status {self._process.returncode}) before {what}")
             if time.monotonic() > end:
-                raise Stuck(f"waited {seconds:.0f} s in vain for {what}")
+                raise Stuck(f"timed out after {seconds:.0f} s waiting for {what}")
             time.sleep(0.05)
 
-    def wait_answering(self, what, seconds, happened):
-        """As wait_for, but answers with Return every message box that comes up meanwhile."""
+    def wait_dismissing_boxes(self, what, seconds, condition):
+        """Like wait_for, but presses Return in every message box that appears meanwhile."""
         end = time.monotonic() + seconds
         while True:
-            found = self.wait_for(what, end - time.monotonic(), lambda: happened() or self.screen.box())
-            if found is not self.screen.box() or happened():
-                return happened()
-            self.answer(found)
+            found = self.wait_for(what, end - time.monotonic(), lambda: condition() or self.screen.message_box())
+            if found is not self.screen.message_box() or condition():
+                return condition()
+            self.dismiss(found)
 
-    def answer(self, box):
-        time.sleep(0.3)  # a person reads; the window gets the focus
+    def dismiss(self, box):
+        time.sleep(0.3)  # until the message box has the focus
         windows.press("Return")
         self.wait_for("the message box to go away", 10, lambda: box.handle not in self.screen.windows)
-        self.answering += time.time() - box.seconds
+        self.seconds_in_boxes += time.time() - box.appeared
 
     def wait_for_end(self, seconds):
         try:

@@ -1,9 +1,9 @@
-"""Goes through every window of the program and takes its picture; called by tools/screenshots, which has prepared it.
+"""Takes screenshots of every window of the program. Called by tools/screenshots, which sets everything up.
 
   screenshots.py german|english SCALING FOLDER [about]
 
-With a window manager, the system menu is the manager's: about is for the program without one and takes the pictures of
-the menu and of what it leads to.
+"about" takes only the system menu and the about box. It needs unmanaged windows, as a window manager shows a menu of its
+own instead of the system menu.
 """
 import glob
 import os
@@ -16,11 +16,11 @@ from program import Program, Stuck
 
 IDC_LIST, IDC_REMOVE_ALL, IDC_SHOW_MAP, IDC_PROGRESS_OVERALL, IDC_START = 1002, 1010, 1011, 1015, 1016
 IDC_TEMPLATE_TEXT, IDCANCEL, IDYES, IDNO = 1021, 2, 6, 7
-EDIT_TEMPLATE = {"german": "b", "english": "m"}  # its letter in the list's menus
+EDIT_TEMPLATE = {"german": "b", "english": "m"}  # mnemonic in the menus of the list
 
 
 class Gallery:
-    """One start of the program whose windows have their pictures taken."""
+    """One process of the program, and the screenshots of its windows."""
 
     def __init__(self, language, scaling, folder, part="all"):
         self.scale, self._folder, self._part = int(scaling) / 100, folder, part
@@ -38,7 +38,7 @@ class Gallery:
         end = time.monotonic() + seconds
         while not os.path.exists(self._log):
             if time.monotonic() > end:
-                raise Stuck(f"waited {seconds} s in vain for the log of the window watcher")
+                raise Stuck(f"windowwatch made no log within {seconds} s")
             time.sleep(0.1)
 
     def end(self):
@@ -47,11 +47,11 @@ class Gallery:
             pass
 
     def take(self, name, window=None):
-        """A picture of one window with its frame, or of all that are there without the bare screen around them."""
-        time.sleep(0.5)  # for the last paint
-        self.screen.look()
+        """Takes one window with its frame, or the part of the screen that holds all windows."""
+        time.sleep(0.5)  # until everything is painted
+        self.screen.update()
         if window:
-            windows.use("import", "-frame", "-window", windows.smallest(window.title), self._next_path(name))
+            windows.run_tool("import", "-frame", "-window", windows.smallest_window(window.title), self._next_path(name))
             return
         rects = [each.rect for each in self.screen.windows.values()]
         if not rects:
@@ -59,44 +59,44 @@ class Gallery:
         left, top = max(0, min(rect[0] for rect in rects)), max(0, min(rect[1] for rect in rects))
         right, bottom = max(rect[2] for rect in rects), max(rect[3] for rect in rects)
         path = self._next_path(name)
-        windows.use("import", "-window", "root", "-crop", f"{right - left}x{bottom - top}+{left}+{top}", "+repage", path)
-        windows.use("mogrify", "-bordercolor", "black", "-border", "1", "-trim", "+repage", path)
+        windows.run_tool("import", "-window", "root", "-crop", f"{right - left}x{bottom - top}+{left}+{top}", "+repage", path)
+        windows.run_tool("mogrify", "-bordercolor", "black", "-border", "1", "-trim", "+repage", path)
 
     def _next_path(self, name):
         self._count += 1
         return f"{self._folder}/{self._count:02}-{name}.png"
 
     def main_window(self):
-        return self.program.wait_for("the main window", 30, lambda: self.screen.with_control(IDC_START))
+        return self.program.wait_for("the main window", 30, lambda: self.screen.window_with_control(IDC_START))
 
     def wait_for_start(self):
-        """Before anything was recorded, the program tells first that two parts of the library get the same name."""
+        """Without a map file, the program starts with a message: two parts of the library would get the same name."""
         if self._part == "all":
-            box = self.program.wait_for("the message about a name that is taken", 120, self.screen.box)
+            box = self.program.wait_for("the message about a taken name", 120, self.screen.message_box)
             self.take("name-taken")
             self.close(box, "Return")
         self.main_window()
-        time.sleep(1)  # for the window manager to place it
+        time.sleep(1)  # until the window manager has placed it
 
     def dialog_with(self, control):
-        return self.program.wait_for(f"a dialog with {control}", 30, lambda: self.screen.with_control(control))
+        return self.program.wait_for(f"a dialog with {control}", 30, lambda: self.screen.window_with_control(control))
 
-    def box(self):
-        found = self.program.wait_for("a message box", 60, self.screen.box)
-        time.sleep(0.3)  # it gets the focus
+    def wait_for_box(self):
+        found = self.program.wait_for("a message box", 60, self.screen.message_box)
+        time.sleep(0.3)  # until it has the focus
         return found
 
     def close(self, window, key="Escape"):
-        """Presses the key, and once more when the window did not have the focus yet."""
+        """Presses the key, and once more if the window stays open: a press before it has the focus is lost."""
         def gone():
             return window.handle not in self.screen.windows
         windows.press(key)
         try:
-            self.program.wait_for("the end of a window", 3, gone)
+            self.program.wait_for("a window to close", 3, gone)
         except Stuck:
             print(f"   {key} had to be pressed twice to close {window.title!r}")
             windows.press(key)
-            self.program.wait_for("the end of a window", 30, gone)
+            self.program.wait_for("a window to close", 30, gone)
 
     def click(self, control):
         windows.click(self.main_window(), control)
@@ -129,14 +129,14 @@ class Gallery:
         windows.type_text("%5%3_%2")
         self.take("template-with-a-configuration-name")
         windows.press("Return")
-        box = self.box()
+        box = self.wait_for_box()
         self.take("refusal")
         self.close(box, "Return")
         self.close(dialog)
 
     def take_question(self):
         self.click(IDC_REMOVE_ALL)
-        box = self.box()
+        box = self.wait_for_box()
         self.take("question")
         windows.click(box, IDNO)
 
@@ -146,7 +146,7 @@ class Gallery:
         self.take("system-menu")
         windows.press("Up")
         windows.press("Return")
-        box = self.box()
+        box = self.wait_for_box()
         self.take("about")
         self.close(box)
 
@@ -156,11 +156,11 @@ class Gallery:
         time.sleep(3)
         self.take("progress")
         windows.click(progress, IDCANCEL)
-        question = self.box()
+        question = self.wait_for_box()
         self.take("cancel-question", question)
         windows.click(question, IDNO)
-        self.program.wait_for("the answer", 30, lambda: question.handle not in self.screen.windows)
-        finished = self.box()
+        self.program.wait_for("the question to close", 30, lambda: question.handle not in self.screen.windows)
+        finished = self.wait_for_box()
         self.take("finished")
         self.close(finished, "Return")
 
@@ -168,12 +168,12 @@ class Gallery:
         self.click(IDC_SHOW_MAP)
         self.take("map-view")
         self.click(IDC_START)
-        box = self.box()
+        box = self.wait_for_box()
         self.take("overwrite-question")
         windows.click(box, IDNO)
 
     def take_large(self):
-        """The size that the window starts with is its smallest."""
+        """Takes the main window larger than at the start, which is its minimum size."""
         windows.resize("Talvenor", int(1400 * self.scale), int(760 * self.scale))
         self.take("large")
 
@@ -203,7 +203,7 @@ def main():
         gallery.take_part()
     except Stuck as stuck:
         gallery.take("stuck")
-        print(f"   Stuck: {stuck}. The last picture shows the screen as it was.")
+        print(f"   Stuck: {stuck}. The last screenshot shows the screen at that moment.")
         return 1
     finally:
         gallery.end()

@@ -1,49 +1,50 @@
-"""What stands on the screen, from the log of tools/windowwatch, and a person's hands: mouse, keys, pictures."""
+"""The windows on the screen, read from the log of tools/windowwatch; mouse, keyboard and screenshots."""
 import collections
 import re
 import subprocess
 import time
 
-HANDS = 20  # seconds after which a tool that moves the mouse, presses keys or takes a picture is given up
+TOOL_TIMEOUT = 20  # seconds, for one call of a command-line tool
 
 Control = collections.namedtuple("Control", "rect enabled text")
-DIALOG_CONTROLS = range(1002, 1027)  # numbers that no message box uses
+DIALOG_CONTROLS = range(1002, 1027)  # ids that no message box uses
 
 
 class Stuck(Exception):
-    """What was waited for did not come."""
+    """Something did not happen in time, or a tool failed."""
 
 
-def use(*command):
-    """Runs one of the person's tools; returns what it says."""
+def run_tool(*command):
+    """Runs a command-line tool; returns its output."""
     try:
-        return subprocess.run(command, check=True, capture_output=True, encoding="ascii", timeout=HANDS).stdout
+        return subprocess.run(command, check=True, capture_output=True, encoding="ascii", timeout=TOOL_TIMEOUT).stdout
     except subprocess.TimeoutExpired:
-        raise Stuck(f"waited {HANDS} s in vain for: {' '.join(command)}") from None
+        raise Stuck(f"{' '.join(command)} did not end within {TOOL_TIMEOUT} s") from None
     except subprocess.CalledProcessError as error:
-        raise Stuck(f"failed: {' '.join(command)}: {error.stderr}") from None
+        raise Stuck(f"{' '.join(command)} failed: {error.stderr}") from None
 
 
 class Window:
-    def __init__(self, handle, seconds, title, rect):
-        self.handle, self.seconds, self.title, self.rect, self.controls = handle, seconds, title, rect, {}
+    def __init__(self, handle, appeared, title, rect):
+        self.handle, self.title, self.rect, self.controls = handle, title, rect, {}
+        self.appeared = appeared  # seconds since 1970
 
-    def is_box(self):
+    def is_message_box(self):
         return bool(self.controls) and not any(number in DIALOG_CONTROLS for number in self.controls)
 
     def text(self):
-        """The longest text in the window: that of a message box."""
+        """The longest text in the window; for a message box, its message."""
         return max((control.text for control in self.controls.values()), key=len, default="")
 
 
 class Screen:
     def __init__(self, log):
         self._log, self._read, self._last = log, 0, None
-        self.windows = {}  # handle: Window, those that are there now
-        self.boxes = []    # the text of every message box that has come up
+        self.windows = {}  # handle: Window; only existing windows
+        self.box_texts = []  # the text of every message box so far
 
-    def look(self):
-        """Takes in what the watcher has written since the last look."""
+    def update(self):
+        """Reads what windowwatch has written since the last call."""
         with open(self._log, "rb") as log:
             log.seek(self._read)
             lines = log.read().split(b"\n")
@@ -51,7 +52,7 @@ class Screen:
         new = []
         for line in lines[:-1]:
             self._take(line.decode("utf-8").split("\t"), new)
-        self.boxes += [window.text() for window in new if window.is_box()]
+        self.box_texts += [window.text() for window in new if window.is_message_box()]
 
     def _take(self, fields, new):
         seconds, what, handle = int(fields[0]) / 1000, fields[1], int(fields[2])
@@ -61,40 +62,40 @@ class Screen:
         rect, enabled, text = tuple(map(int, fields[3].split(","))), fields[4] == "enabled", fields[6]
         text = re.sub(r"\\(.)", lambda escaped: {"n": "\n", "t": "\t"}.get(escaped.group(1), escaped.group(1)), text)
         if what == "control":
-            # Several labels share the number -1; of a box only the one with the text matters.
+            # Several labels share the id -1; of a message box only the one with the text matters.
             number = int(fields[7])
             if number not in self._last.controls or len(text) >= len(self._last.controls[number].text):
                 self._last.controls[number] = Control(rect, enabled, text)
             return
-        first_seen = self.windows[handle].seconds if handle in self.windows else seconds
+        appeared = self.windows[handle].appeared if handle in self.windows else seconds
         if handle not in self.windows:
             new.append(None)
-        self._last = self.windows[handle] = Window(handle, first_seen, text, rect)
+        self._last = self.windows[handle] = Window(handle, appeared, text, rect)
         if new and new[-1] is None:
             new[-1] = self._last
 
-    def box(self):
-        return next((window for window in self.windows.values() if window.is_box()), None)
+    def message_box(self):
+        return next((window for window in self.windows.values() if window.is_message_box()), None)
 
-    def with_control(self, number):
+    def window_with_control(self, number):
         return next((window for window in self.windows.values() if number in window.controls), None)
 
 
 def press(key):
-    use("xdotool", "key", "--clearmodifiers", key)
+    run_tool("xdotool", "key", "--clearmodifiers", key)
 
 
 def type_text(text):
-    use("xdotool", "type", "--clearmodifiers", text)
+    run_tool("xdotool", "type", "--clearmodifiers", text)
 
 
 def click_at(x, y):
-    """Returns the moment of the click, in seconds since 1970."""
-    use("xdotool", "mousemove", "--sync", str(x), str(y))
+    """Returns the time of the click, in seconds since 1970."""
+    run_tool("xdotool", "mousemove", "--sync", str(x), str(y))
     time.sleep(0.2)
-    moment = time.time()
-    use("xdotool", "click", "1")
-    return moment
+    clicked = time.time()
+    run_tool("xdotool", "click", "1")
+    return clicked
 
 
 def click(window, number):
@@ -102,12 +103,12 @@ def click(window, number):
     return click_at((left + right) // 2, (top + bottom) // 2)
 
 
-def smallest(title):
-    """The X window of that title; of several, as of the program and its message box, the smallest."""
-    found = use("xdotool", "search", "--onlyvisible", "--name", f"^{title}$").split()
+def smallest_window(title):
+    """The X window with the title. When a message box has the same title as its owner, the box is the smaller one."""
+    found = run_tool("xdotool", "search", "--onlyvisible", "--name", f"^{title}$").split()
 
     def size(window):
-        geometry = use("xdotool", "getwindowgeometry", "--shell", window)
+        geometry = run_tool("xdotool", "getwindowgeometry", "--shell", window)
         values = dict(line.split("=") for line in geometry.split())
         return int(values["WIDTH"]) * int(values["HEIGHT"])
 
@@ -115,21 +116,21 @@ def smallest(title):
 
 
 def resize(title, width, height):
-    """Asks the window manager for a size; the window may allow less."""
-    use("xdotool", "search", "--onlyvisible", "--name", f"^{title}$", "windowsize", str(width), str(height))
+    """Asks the window manager to resize the window, which may limit its size."""
+    run_tool("xdotool", "search", "--onlyvisible", "--name", f"^{title}$", "windowsize", str(width), str(height))
 
 
 class Picture:
-    """A picture of the screen that is being taken; to be waited for."""
+    """A screenshot, taken in the background until wait() is called."""
 
     def __init__(self, path):
         self._path, self._tool = path, subprocess.Popen(["import", "-window", "root", path])
 
     def wait(self):
         try:
-            status = self._tool.wait(HANDS)
+            status = self._tool.wait(TOOL_TIMEOUT)
         except subprocess.TimeoutExpired:
             self._tool.kill()
-            raise Stuck(f"waited {HANDS} s in vain for the picture {self._path}") from None
+            raise Stuck(f"the screenshot {self._path} took longer than {TOOL_TIMEOUT} s") from None
         if status != 0:
-            raise Stuck(f"the picture {self._path} was not taken (status {status})")
+            raise Stuck(f"the screenshot {self._path} failed (status {status})")

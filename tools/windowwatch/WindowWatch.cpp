@@ -1,15 +1,15 @@
-// Tells what a person would see of a program's windows: windowwatch LOG PROGRAM.exe
+// Logs the windows of a program: windowwatch LOG PROGRAM.exe
 //
-// Appends to the file LOG one UTF-8 line, tab separated, whenever a window of PROGRAM.exe appears, moves, is
-// enabled or disabled, or goes away, until the file LOG.stop exists:
+// Appends lines to the file LOG whenever a visible window of PROGRAM.exe appears, changes or disappears,
+// until the file LOG.stop exists. A line is UTF-8 with fields separated by tabs:
 //
 //   TIME  window   HANDLE  LEFT,TOP,RIGHT,BOTTOM  enabled|disabled  CLASS  TITLE
-//   TIME  control  HANDLE  LEFT,TOP,RIGHT,BOTTOM  enabled|disabled  CLASS  TEXT  ID   (after its window's
-//   line) TIME  gone     HANDLE
+//   TIME  control  HANDLE  LEFT,TOP,RIGHT,BOTTOM  enabled|disabled  CLASS  TEXT  ID
+//   TIME  gone     HANDLE
 //
-// TIME is in milliseconds since 1970 in UTC, rectangles are in screen pixels, line feeds, tabs and
-// backslashes in texts appear as \n, \t and \\. Texts are read without sending a message, so the watched
-// program does not notice.
+// Lines "control" follow the line of their window. TIME is in milliseconds since 1970 (UTC), rectangles are
+// in screen pixels. Line feeds, tabs and backslashes in texts are written as \n, \t and \\. Texts are read
+// without sending messages, so the program is not disturbed.
 #include <windows.h>
 
 #include <chrono>
@@ -71,13 +71,13 @@ std::string ClassOf(HWND window)
     return OneLine(std::wstring(name, static_cast<std::size_t>(length)));
 }
 
-// Place, state, class and text of a window, as they stand in a line.
+// The rectangle, state, class and text of a window as fields of a line.
 std::string Describe(HWND window)
 {
-    RECT place{};
-    GetWindowRect(window, &place);
-    return std::to_string(place.left) + "," + std::to_string(place.top) + "," + std::to_string(place.right) +
-           "," + std::to_string(place.bottom) + (IsWindowEnabled(window) ? "\tenabled\t" : "\tdisabled\t") +
+    RECT rect{};
+    GetWindowRect(window, &rect);
+    return std::to_string(rect.left) + "," + std::to_string(rect.top) + "," + std::to_string(rect.right) +
+           "," + std::to_string(rect.bottom) + (IsWindowEnabled(window) ? "\tenabled\t" : "\tdisabled\t") +
            ClassOf(window) + "\t" + TextOf(window);
 }
 
@@ -103,8 +103,8 @@ public:
     {
     }
 
-    // Writes what has changed since the last look.
-    void Look()
+    // Logs what has changed since the last call.
+    void Update()
     {
         m_now.clear();
         EnumWindows(OnWindow, reinterpret_cast<LPARAM>(this));
@@ -162,14 +162,13 @@ int wmain(int count, wchar_t* arguments[])
         std::fputs("windowwatch LOG PROGRAM.exe\n", stderr);
         return 2;
     }
-    // Where a window really is on the screen; a program that is not aware of the scaling is told something
-    // else.
+    // To get physical pixels: a program that is not DPI-aware gets scaled rectangles.
     SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
     const std::filesystem::path log = arguments[1];
     const std::filesystem::path stop = log.wstring() + L".stop";
     WindowWatch watch(log, arguments[2]);
     while (!std::filesystem::exists(stop)) {
-        watch.Look();
+        watch.Update();
         Sleep(kPollMilliseconds);
     }
     return 0;
