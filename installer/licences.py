@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Writes the terms of what the compiler puts into the program: installer/licences.py TALVENOR.MAP Licences.txt"""
+"""Writes the licence texts of the libraries linked into the program: installer/licences.py TALVENOR.MAP Licences.txt"""
 import collections
 import sys
 
 import runtime
 
-HEAD = """\
+INTRODUCTION = """\
 talvenor.exe enthält Teile dieser freien Programmbibliotheken; es folgen deren Bedingungen.
 talvenor.exe contains parts of these free program libraries; their terms follow.
 
@@ -18,10 +18,12 @@ def chapter(title, text):
 
 
 def main():
-    parts = runtime.parts_in(sys.argv[1])
-    text = HEAD + "".join(f"  {part.name} (Debian: {part.package} {part.version})\n" for part in parts)
-    packages_of = collections.defaultdict(list)  # some packages share one text
-    for package in sorted({part.package for part in parts}):
+    libraries = runtime.linked_libraries(sys.argv[1])
+    text = INTRODUCTION
+    for library in libraries:
+        text += f"  {library.name} (Debian: {library.package} {library.version})\n"
+    packages_of = collections.defaultdict(list)  # several packages may have the same text
+    for package in sorted({library.package for library in libraries}):
         packages_of[runtime.copyright_of(package)].append(package)
     for terms, packages in packages_of.items():
         text += chapter(", ".join(packages), terms)

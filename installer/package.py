@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Makes the Windows Installer package of a staged folder: installer/package.py FOLDER VERSION PACKAGE.msi
 
-The folder holds what is installed, as tools/release stages it. SOURCE_DATE_EPOCH gives the times in the package. The
-same folder, version and time give the same bytes: the product's identity follows from the version, the package's from
-the version and the content. Needs Debian's wixl and msitools.
+FOLDER holds the files to install, as staged by tools/release. All times in the package are SOURCE_DATE_EPOCH. The same
+folder, version and time give the same bytes: the product code is derived from the version, the package code from version,
+time and content. Needs Debian's wixl and msitools.
 """
 import hashlib
 import os
@@ -17,7 +17,7 @@ import uuid
 HERE = os.path.dirname(os.path.abspath(__file__))
 NAMESPACE = uuid.UUID("71d910c2-d687-4556-9b68-e17fb9ea052b")
 VERSIONED = ["talvenor.exe", "talvresgerx64.dll", "talvresusx64.dll"]
-# Properties that the unprivileged half of an installation hands over to the privileged one
+# Windows Installer passes only these properties to its elevated side (documentation: "SecureCustomProperties property").
 SECURE = "WIX_DOWNGRADE_DETECTED;WIX_UPGRADE_DETECTED;INSTALLDIR;OWNMANUALS;LIBRARYFOLDER;WINDOWSMAJOR"
 
 
@@ -34,8 +34,8 @@ def digest_of(folder):
     return digest.hexdigest()
 
 
-def copy_as_of(folder, source, when):
-    """Copies the folder with what else the package is made of; the archive in the package keeps the files' times."""
+def copy_inputs(folder, source, when):
+    """Copies the folder and the other inputs of the package, and sets their times, which the cabinet keeps."""
     shutil.copytree(folder, source)
     for other in ("installer/talvenor.wxs", "resources/talvenor.ico"):
         shutil.copy(os.path.join(HERE, "..", other), source)
@@ -44,17 +44,17 @@ def copy_as_of(folder, source, when):
 
 
 def run(*command, cwd):
-    """Runs a tool whose every word is a complaint, but for one of wixl that concerns nothing used here."""
+    """Runs a tool and treats any output as an error, except wixl's "unimplemented", which concerns nothing used here."""
     done = subprocess.run(command, cwd=cwd, capture_output=True, encoding="utf-8", env={**os.environ, "TZ": "UTC"})
-    complaints = [line for line in (done.stdout + done.stderr).splitlines()
+    errors = [line for line in (done.stdout + done.stderr).splitlines()
                   if line.strip() and not line.endswith(": unimplemented")]
-    if done.returncode or complaints:
-        sys.exit(f"{command[0]} failed (status {done.returncode}):\n" + "\n".join(complaints))
+    if done.returncode or errors:
+        sys.exit(f"{command[0]} failed (status {done.returncode}):\n" + "\n".join(errors))
 
 
 def queries(version):
-    """What wixl leaves out. A file without a version in the package counts as older than any installed one with a
-    version, and would not be installed in its place."""
+    """Sets what wixl leaves out. Without file versions in the package, Windows Installer would keep installed files: it
+    takes a file without a version for older than any file with one."""
     for name in VERSIONED:
         yield f"UPDATE `File` SET `Version`='{version}.0' WHERE `File`='{name}'"
         yield f"DELETE FROM `MsiFileHash` WHERE `File_`='{name}'"
@@ -62,7 +62,7 @@ def queries(version):
 
 
 def summary(package, code, when, cwd):
-    """The package's summary as wixl wrote it, with identity, language and times of our own."""
+    """The summary information as wixl wrote it, but with our package code, language and times."""
     text = subprocess.run(["msiinfo", "export", package, "_SummaryInformation"], cwd=cwd, check=True,
                           capture_output=True, encoding="cp1252").stdout
     stamp = time.strftime("%Y/%m/%d %H:%M:%S", time.gmtime(when))
@@ -76,7 +76,7 @@ def main():
     when = int(os.environ["SOURCE_DATE_EPOCH"])
     with tempfile.TemporaryDirectory() as work:
         source = os.path.join(work, "source")
-        copy_as_of(folder, source, when)
+        copy_inputs(folder, source, when)
         product, code = uuid.uuid5(NAMESPACE, version), uuid.uuid5(NAMESPACE, f"{version} {when} {digest_of(source)}")
         made = os.path.join(work, "made.msi")
         run("wixl", "--arch", "x64", "-D", f"Version={version}", "-D", f"ProductCode={str(product).upper()}",

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Checks what a release holds: tests/installer/contents.py DIST VERSION STAGE
+"""Checks the contents of a release: tests/installer/contents.py DIST VERSION STAGE
 
-The installer package and the portable archive hold the files below and no others, with the bytes of the staged folder;
-the package says what it should of itself; the checksums and the bill of materials fit. Exit status 1 on a finding.
+The installer package and the portable archive hold exactly the files in FILES, identical to those of the staged folder. The
+tables of the package, the checksums and the SBOM are correct. The exit status is 1 if anything is found.
 """
 import hashlib
 import json
@@ -36,17 +36,17 @@ def in_package(package):
         return in_folder(os.path.join(folder, "Talvenor"))
 
 
-def in_archive(archive, title):
+def in_archive(archive, root):
     with zipfile.ZipFile(archive) as packed:
-        return {name.removeprefix(title + "/"): packed.read(name) for name in packed.namelist()}
+        return {name.removeprefix(root + "/"): packed.read(name) for name in packed.namelist()}
 
 
 def content_findings(where, found, staged):
     for name in sorted(found.keys() ^ FILES):
-        yield f"{where}: {name} is {'not wanted' if name in found else 'missing'}"
+        yield f"{where}: {name} is {'unexpected' if name in found else 'missing'}"
     for name in sorted(found.keys() & staged.keys()):
         if found[name] != staged[name]:
-            yield f"{where}: {name} has other bytes"
+            yield f"{where}: {name} differs from the staged file"
 
 
 def sum_findings(dist):
@@ -59,38 +59,38 @@ def sum_findings(dist):
             yield f"SHA256SUMS: wrong for {name}"
 
 
-def bill_findings(bill, staged):
-    found = {entry["fileName"].removeprefix("./"): entry["checksums"][1]["checksumValue"] for entry in bill["files"]}
+def sbom_findings(sbom, staged):
+    found = {entry["fileName"].removeprefix("./"): entry["checksums"][1]["checksumValue"] for entry in sbom["files"]}
     if found != {name: hashlib.sha256(data).hexdigest() for name, data in staged.items()}:
-        yield "bill of materials: other files or checksums than staged"
-    names = {package["name"] for package in bill["packages"]}
+        yield "SBOM: files or checksums differ from the staged folder"
+    names = {package["name"] for package in sbom["packages"]}
     if names != RUNTIME | {"Talvenor"}:
-        yield f"bill of materials: the parts are {sorted(names)}"
-    known = {entry["SPDXID"] for key in ("files", "packages") for entry in bill[key]} | {"SPDXRef-DOCUMENT"}
-    for relation in bill["relationships"]:
-        if {relation["spdxElementId"], relation["relatedSpdxElement"]} - known:
-            yield f"bill of materials: a relation to nothing: {relation}"
+        yield f"SBOM: the packages are {sorted(names)}"
+    known = {entry["SPDXID"] for key in ("files", "packages") for entry in sbom[key]} | {"SPDXRef-DOCUMENT"}
+    for relationship in sbom["relationships"]:
+        if {relationship["spdxElementId"], relationship["relatedSpdxElement"]} - known:
+            yield f"SBOM: an unknown element in {relationship}"
 
 
 def findings(dist, version, stage):
-    title, staged = f"Talvenor-{version}", in_folder(stage)
-    package = os.path.join(dist, f"{title}-x64.msi")
+    root, staged = f"Talvenor-{version}", in_folder(stage)
+    package = os.path.join(dist, f"{root}-x64.msi")
     yield from content_findings("installer package", in_package(package), staged)
-    yield from content_findings("portable archive", in_archive(os.path.join(dist, f"{title}-x64-portable.zip"), title), staged)
-    for finding in [*tables.findings(package, version, ICON), *tables.trial_findings(package, version, ICON)]:
+    yield from content_findings("portable archive", in_archive(os.path.join(dist, f"{root}-x64-portable.zip"), root), staged)
+    for finding in [*tables.findings(package, version, ICON), *tables.mutation_findings(package, version, ICON)]:
         yield f"installer package: {finding}"
     yield from sum_findings(dist)
-    yield from bill_findings(json.loads(read(os.path.join(dist, f"{title}.spdx.json"))), staged)
+    yield from sbom_findings(json.loads(read(os.path.join(dist, f"{root}.spdx.json"))), staged)
 
 
 def main():
     found = list(findings(*sys.argv[1:]))
-    # A test program that got in, a file that was left out and one that was changed must be seen.
+    # Tests this check: it must find an extra file, a missing one and a changed one.
     staged = in_folder(sys.argv[3])
-    tried = {**staged, "cadserver.exe": b"", "talvenor.exe": b"other"}
-    del tried["Licences.txt"]
-    if len(list(content_findings("trial", tried, staged))) != 3:
-        found.append("what does not belong there would not be noticed")
+    mutated = {**staged, "cadserver.exe": b"", "talvenor.exe": b"other"}
+    del mutated["Licences.txt"]
+    if len(list(content_findings("test", mutated, staged))) != 3:
+        found.append("wrong contents would not be found")
     for finding in found:
         print("   " + finding)
     print(f"   {len(FILES)} files in each package, {len(found)} findings")

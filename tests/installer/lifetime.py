@@ -1,4 +1,4 @@
-"""Installs, uses, upgrades and removes the program, and compares the machine with before; called by tests/installer/run.
+"""Installs, uses, upgrades and removes the program. Afterwards the machine must be as before. Called by tests/installer/run.
 
   lifetime.py PACKAGE.msi STAGE PREFIX WINDOW_LOG
 """
@@ -19,28 +19,28 @@ import windows
 from program import Program, Stuck
 
 OLDER = "0.9.0"
-VERSION_NUMBERS = struct.pack("<II", 0xFEEF04BD, 0x00010000)  # what begins the numbers of a version resource
-INSTALLED = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall"
+FIXED_INFO = struct.pack("<II", 0xFEEF04BD, 0x00010000)  # signature and structure version of VS_FIXEDFILEINFO
+UNINSTALL_KEY = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall"
 WINDOWS_KEY, WINDOWS_MAJOR = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentMajorVersionNumber"
 LIBRARY_KEY = "HKLM\\SOFTWARE\\Zelmar\\input"
 PROGRAM_FOLDER, OTHER_FOLDER = "C:\\Program Files\\Talvenor\\", "C:\\Another folder\\"
 LIBRARY_FOLDER, PARTS = "C:\\Zelmar\\", "C:\\Zelmar\\Normteile"
 NO_RESOURCES = "Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll"
 
-# What may differ from before after the removal, and why.
-WINE = r"HKEY_LOCAL_MACHINE\\Software\\(Classes|Microsoft\\Windows\\CurrentVersion)\\Installer"
-LEFT = {
-    r"C:\\Zelmar\\Normteile\\Mapped(\\.*)?": "made by the conversion run",
+# What a removal may leave behind, and why.
+WINE_INSTALLER_KEY = r"HKEY_LOCAL_MACHINE\\Software\\(Classes|Microsoft\\Windows\\CurrentVersion)\\Installer"
+MAY_REMAIN = {
+    r"C:\\Zelmar\\Normteile\\Mapped(\\.*)?": "created by the conversion run",
     r"HKEY_USERS\\[^\\]+\\Software\\Zelmar\\Tools\\Talvenor\\Template Text Column [12]": "the user's templates",
-    r"HKEY_USERS\\[^\\]+\\Software\\TalvenorCadServer(\\Starts)?": "counted by the stand-in server",
-    r"HKEY_USERS\\[^\\]+\\Software\\Wine\\Temporary System Parameters(\\.*)?": "Wine's own notes",
-    r"C:\\windows\\Installer": "empty folder of Wine's own installer service",
-    WINE + r"(\\(Features|Products|UpgradeCodes|UserData|UserData\\S-1-5-18(\\(Components|Products))?))?":
-        "empty registry keys of Wine's own installer service",
+    r"HKEY_USERS\\[^\\]+\\Software\\TalvenorCadServer(\\Starts)?": "counter of the stand-in server",
+    r"HKEY_USERS\\[^\\]+\\Software\\Wine\\Temporary System Parameters(\\.*)?": "created by Wine",
+    r"C:\\windows\\Installer": "empty folder of Wine's installer service",
+    WINE_INSTALLER_KEY + r"(\\(Features|Products|UpgradeCodes|UserData|UserData\\S-1-5-18(\\(Components|Products))?))?":
+        "empty registry keys of Wine's installer service",
 }
 
 
-class Trial:
+class LifetimeTest:
     def __init__(self, package, stage, prefix, window_log):
         self.package, self.stage, self.prefix = package, stage, prefix
         self.machine = machine.Machine(prefix)
@@ -48,16 +48,16 @@ class Trial:
         self.report = check.Report()
         self.version = re.search(r"Talvenor-([0-9.]+)-x64\.msi$", package).group(1)
 
-    def expect(self, words, found, expected):
-        right = found == expected
-        self.report.compare(words, int(right), 1, [] if right else [f"expected {expected!r}", f"found {found!r}"])
+    def expect(self, title, found, expected):
+        correct = found == expected
+        self.report.compare(title, int(correct), 1, [] if correct else [f"expected {expected!r}", f"found {found!r}"])
 
-    def installer(self, switch, package):
+    def msiexec(self, switch, package):
         return machine.run_windows("msiexec", switch, machine.windows_path(package), "/qn")
 
     def install_into(self, folder, package):
-        """Typed as users type it: a list of arguments would put the quotation marks around the setting's name, too. By a
-        copy under a plain name, as a batch file reads letters and percent signs in its own way."""
+        """Installs by a command line as a user types it: passed as an argument, INSTALLDIR=... would be quoted as a whole.
+        Uses a copy of the package, as a batch file would misread letters and percent signs in its path."""
         batch, copy = self.machine.path("C:\\install.bat"), self.machine.path("C:\\package.msi")
         shutil.copyfile(package, copy)
         with open(batch, "w", encoding="ascii", newline="\r\n") as file:
@@ -68,19 +68,19 @@ class Trial:
         return status
 
     def double_click(self, package):
-        """Starts the package as a double-click does: the sequence for windows comes first, of which it has none."""
+        """Starts the package like a double-click, with the UI sequence first. The package shows no windows."""
         return machine.run_windows("msiexec", "/i", machine.windows_path(package))
 
     def entries(self, state):
-        """Name, version and publisher of every entry of ours under the installed programs."""
+        """Name, version and publisher of every entry of Talvenor among the installed programs."""
         keys = {key for key, _ in filter(lambda item: isinstance(item, tuple), state)
-                if key.lower().startswith(INSTALLED.lower() + "\\")}
+                if key.lower().startswith(UNINSTALL_KEY.lower() + "\\")}
         rows = [[machine.value(state, key, name) for name in ("DisplayName", "DisplayVersion", "Publisher")]
                 for key in keys]
         return sorted(row for row in rows if row[0] == "Talvenor")
 
     def installed_files(self, stage, program, manuals):
-        """The staged files under the paths that they should be installed at."""
+        """{path after the installation: digest} of the staged files."""
         names = installer.files_below(stage)
         places = {name: (manuals if name.startswith("Manuals/") else program) + name.replace("/", "\\")
                   for name in names}
@@ -88,12 +88,12 @@ class Trial:
 
     def expect_installed(self, before, version, stage, program, manuals):
         state = self.machine.state()
-        self.expect(f"entry of version {version} under the installed programs", self.entries(state),
+        self.expect(f"entry of version {version} among the installed programs", self.entries(state),
                     [["Talvenor", version, "Talvenor"]])
-        new = {name for word, name in machine.differences(before, state) if word == "new" and name in state}
+        new = {name for change, name in machine.differences(before, state) if change == "new" and name in state}
         files = {name: state[name] for name in new if state[name] != "folder" and "\\windows\\Installer\\" not in name
                  and not name.endswith(".lnk") and not name.startswith(PARTS + "\\")}
-        self.expect("installed files, their places and bytes", files, self.installed_files(stage, program, manuals))
+        self.expect("paths and contents of the installed files", files, self.installed_files(stage, program, manuals))
         return state
 
     def expect_icon(self, state):
@@ -109,36 +109,36 @@ class Trial:
         self.expect('"start in" folder of the shortcut', folder.rstrip("\\") + "\\", PROGRAM_FOLDER)
         return target, self.machine.path(folder)
 
-    def conversion(self, target, folder):
+    def convert(self, target, folder):
         library = self.machine.path(PARTS)
         table = check.read_table("data/standard-parts.tsv")
-        boxes = len(self.screen.boxes)
-        drive.one_run(self.screen, library, False, False, lambda screen: Program(screen, target, folder))
-        self.report.wrong += check.check_full(library, table).wrong
-        drive.report_boxes(self.report, self.screen.boxes[boxes:], check.expected_boxes(library))
+        boxes = len(self.screen.box_texts)
+        drive.run_conversion(self.screen, library, False, False, lambda screen: Program(screen, target, folder))
+        self.report.failures += check.check_full(library, table).failures
+        drive.report_boxes(self.report, self.screen.box_texts[boxes:], check.expected_boxes(library))
 
-    def refusal(self, target):
-        """Started in another folder the program says that its resource library is missing, and ends."""
+    def start_in_other_folder(self, target):
+        """Started in another working folder, the program reports that its resource library is missing, and ends."""
         program = Program(self.screen, target, self.machine.path("C:\\windows"))
-        box = program.wait_for("the message", 30, self.screen.box)
-        self.expect("message when it is started in another folder", box.text(), NO_RESOURCES)
+        box = program.wait_for("the message", 30, self.screen.message_box)
+        self.expect("message of a start in another folder", box.text(), NO_RESOURCES)
         windows.press("Return")
         program.wait_for_end(20)
 
     def expect_as_before(self, before):
-        left = {}
-        for word, name in machine.differences(before, self.machine.state()):
-            reason = next((why for pattern, why in LEFT.items() if re.fullmatch(pattern, name)), None)
-            left.setdefault(reason, []).append(f"{word}: {name}")
-        unexplained = left.pop(None, [])
-        self.report.compare("machine as before, but for what is named below", int(not unexplained), 1, unexplained)
-        for reason, names in left.items():
-            print(f"   left, {reason}: {len(names)}")
+        remaining = {}
+        for change, name in machine.differences(before, self.machine.state()):
+            reason = next((why for pattern, why in MAY_REMAIN.items() if re.fullmatch(pattern, name)), None)
+            remaining.setdefault(reason, []).append(f"{change}: {name}")
+        unexplained = remaining.pop(None, [])
+        self.report.compare("machine as before, except as listed below", int(not unexplained), 1, unexplained)
+        for reason, names in remaining.items():
+            print(f"   remaining, {reason}: {len(names)}")
 
     @functools.cached_property
     def older(self):
-        """A package of an older version, and the folder of what is in it: the program's files say so themselves, the
-        manuals have another content."""
+        """A package of an older version, and the folder of its files. The program's files have the older number in their
+        version resource; the manuals have other contents."""
         stage = os.path.join(self.prefix, "..", "older")
         shutil.copytree(self.stage, stage)
         for name in installer.files_below(stage):
@@ -154,82 +154,82 @@ class Trial:
 
 
 def older_bytes(data, version):
-    """The file with the older number in its version resource; a text has none."""
+    """The file with the older number in its version resource; unchanged if it is not a program file."""
     def numbers(text):
         major, minor, patch = map(int, text.split("."))
-        return VERSION_NUMBERS + struct.pack("<4H", minor, major, 0, patch) * 2  # of the file and of the product
+        return FIXED_INFO + struct.pack("<4H", minor, major, 0, patch) * 2  # file version, product version
     if not data.startswith(b"MZ"):
         return data
     if data.count(numbers(version)) != 1:
-        raise ValueError(f"version {version} is not where it should be")
+        raise ValueError(f"no version resource with version {version}")
     return data.replace(numbers(version), numbers(OLDER))
 
 
-def no_lifetime(trial):
-    print("\n== Refused where the registry lacks what it has since Windows 10", flush=True)
-    # Wine has the number itself when it is set to Windows 10, as tools/run-windows does.
+def refused_on_older_windows(test):
+    print("\n== Refused on Windows before 10", flush=True)
+    # Windows has this value since version 10, and Wine when set to Windows 10, as tools/run-windows does.
     machine.run_windows("reg", "delete", WINDOWS_KEY, "/v", WINDOWS_MAJOR, "/f")
-    before = trial.machine.state()
-    trial.expect("an installation fails", trial.installer("/i", trial.package) != 0, True)
-    trial.expect_as_before(before)
+    before = test.machine.state()
+    test.expect("an installation fails", test.msiexec("/i", test.package) != 0, True)
+    test.expect_as_before(before)
     machine.run_windows("reg", "add", WINDOWS_KEY, "/v", WINDOWS_MAJOR, "/t", "REG_DWORD", "/d", "10", "/f")
 
 
-def first_lifetime(trial):
-    print("\n== Installed where the library is registered; used; removed", flush=True)
-    before = trial.machine.state()
-    trial.expect("status of the installation", trial.installer("/i", trial.package), 0)
-    state = trial.expect_installed(before, trial.version, trial.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
-    trial.expect_icon(state)
-    target, folder = trial.shortcut(state)
-    trial.conversion(target, folder)
-    trial.refusal(target)
-    trial.expect("status of the removal", trial.installer("/x", trial.package), 0)
-    trial.expect_as_before(before)
+def install_and_remove(test):
+    print("\n== Installed with a registered library, used, removed", flush=True)
+    before = test.machine.state()
+    test.expect("status of the installation", test.msiexec("/i", test.package), 0)
+    state = test.expect_installed(before, test.version, test.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
+    test.expect_icon(state)
+    target, folder = test.shortcut(state)
+    test.convert(target, folder)
+    test.start_in_other_folder(target)
+    test.expect("status of the removal", test.msiexec("/x", test.package), 0)
+    test.expect_as_before(before)
 
 
-def second_lifetime(trial):
-    print(f"\n== Upgraded from version {OLDER}, both by double-click; not downgraded; removed", flush=True)
-    package, stage = trial.older
-    before = trial.machine.state()
-    trial.expect(f"status of the installation of {OLDER}", trial.double_click(package), 0)
-    trial.expect_installed(before, OLDER, stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
-    trial.expect("status of the upgrade", trial.double_click(trial.package), 0)
-    trial.expect_installed(before, trial.version, trial.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
-    trial.expect("an installation of the older version fails", trial.installer("/i", package) != 0, True)
-    trial.expect_installed(before, trial.version, trial.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
-    trial.expect("status of the removal", trial.installer("/x", trial.package), 0)
-    trial.expect_as_before(before)
+def upgrade_by_double_click(test):
+    print(f"\n== Version {OLDER} and upgrade installed by double-click; not downgraded; removed", flush=True)
+    package, stage = test.older
+    before = test.machine.state()
+    test.expect(f"status of the installation of {OLDER}", test.double_click(package), 0)
+    test.expect_installed(before, OLDER, stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
+    test.expect("status of the upgrade", test.double_click(test.package), 0)
+    test.expect_installed(before, test.version, test.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
+    test.expect("an installation of the older version fails", test.msiexec("/i", package) != 0, True)
+    test.expect_installed(before, test.version, test.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
+    test.expect("status of the removal", test.msiexec("/x", test.package), 0)
+    test.expect_as_before(before)
 
 
-def third_lifetime(trial):
-    print(f"\n== Version {OLDER} installed into another folder where no library is registered; upgraded; the library comes; "
+def upgrade_in_other_folder(test):
+    print(f"\n== Version {OLDER} installed into another folder without a registered library; upgraded; library registered; "
           "removed", flush=True)
     machine.run_windows("reg", "delete", LIBRARY_KEY, "/v", "prg", "/f")
-    package, stage = trial.older
-    without = trial.machine.state()
-    trial.expect(f"status of the installation of {OLDER}", trial.install_into(OTHER_FOLDER, package), 0)
-    trial.expect_installed(without, OLDER, stage, OTHER_FOLDER, OTHER_FOLDER)
-    # An upgrade stays where the older version is, whatever it is told.
-    trial.expect("status of the upgrade", trial.install_into(PROGRAM_FOLDER, trial.package), 0)
-    trial.expect_installed(without, trial.version, trial.stage, OTHER_FOLDER, OTHER_FOLDER)
+    package, stage = test.older
+    without = test.machine.state()
+    test.expect(f"status of the installation of {OLDER}", test.install_into(OTHER_FOLDER, package), 0)
+    test.expect_installed(without, OLDER, stage, OTHER_FOLDER, OTHER_FOLDER)
+    # An upgrade stays in the folder of the older version, even if INSTALLDIR says otherwise.
+    test.expect("status of the upgrade", test.install_into(PROGRAM_FOLDER, test.package), 0)
+    test.expect_installed(without, test.version, test.stage, OTHER_FOLDER, OTHER_FOLDER)
     machine.run_windows("reg", "add", LIBRARY_KEY, "/v", "prg", "/d", LIBRARY_FOLDER.rstrip("\\"), "/f")
-    trial.expect("status of the removal", trial.installer("/x", trial.package), 0)
+    test.expect("status of the removal", test.msiexec("/x", test.package), 0)
     machine.run_windows("reg", "delete", LIBRARY_KEY, "/v", "prg", "/f")
-    trial.expect_as_before(without)
+    test.expect_as_before(without)
 
 
 def main():
-    trial = Trial(*sys.argv[1:])
+    test = LifetimeTest(*sys.argv[1:])
     try:
-        for lifetime in (no_lifetime, first_lifetime, second_lifetime, third_lifetime):
-            lifetime(trial)
+        for lifetime in (refused_on_older_windows, install_and_remove, upgrade_by_double_click, upgrade_in_other_folder):
+            lifetime(test)
     except Stuck as stuck:
         print(f"\nStuck: {stuck}.")
         return 1
-    wrong = trial.report.wrong
-    print("\nEverything is as it should be." if wrong == 0 else f"\n{wrong} things are NOT as they should be.")
-    return 1 if wrong else 0
+    failures = test.report.failures
+    print("\nEverything is as expected." if failures == 0 else f"\n{failures} checks FAILED.")
+    return 1 if failures else 0
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""The files and the registry of a Wine prefix at one moment, and what differs between two moments."""
+"""Snapshots of the files and the registry of a Wine prefix, and their differences."""
 import hashlib
 import os
 import re
@@ -6,20 +6,20 @@ import subprocess
 
 from program import Stuck
 
-LONGEST = 300  # seconds, for one Windows program: who waits longer waits for an answer to a message
+TIMEOUT = 300  # seconds, for one Windows program; a longer wait means that a message box waits for input
 ROOTS = ("HKEY_LOCAL_MACHINE", "HKEY_USERS")
 
 
-def run_windows(*words):
+def run_windows(*command):
     """Runs a Windows program and waits for its end; returns its exit status."""
     try:
-        return subprocess.run(["tools/run-windows", *words], stdout=subprocess.DEVNULL, timeout=LONGEST).returncode
+        return subprocess.run(["tools/run-windows", *command], stdout=subprocess.DEVNULL, timeout=TIMEOUT).returncode
     except subprocess.TimeoutExpired:
-        raise Stuck(f"waited {LONGEST} s in vain for the end of {' '.join(words)}") from None
+        raise Stuck(f"{' '.join(command)} did not end within {TIMEOUT} s") from None
 
 
 def windows_path(path):
-    """An absolute path of this machine as a Windows program under Wine knows it."""
+    """An absolute path of this machine as Windows programs under Wine see it."""
     return "Z:" + path.replace("/", "\\")
 
 
@@ -31,7 +31,7 @@ class Machine:
         return os.path.join(self.drive, *windows_path[3:].strip("\\").split("\\"))
 
     def files(self):
-        """Windows path: digest of the content, or "folder". The links of a Wine prefix lead out of it and are left out."""
+        """{Windows path: digest of the content, or "folder"}. Skips symbolic links, which lead out of the prefix."""
         found = {}
         for place, folders, names in os.walk(self.drive):
             for name in folders + names:
@@ -43,7 +43,7 @@ class Machine:
         return found
 
     def registry(self):
-        """(key, value name): data, as the registry editor writes them; a key itself has the value name None."""
+        """{(key, value name): data} in the notation of regedit. A key itself has the value name None."""
         found = {}
         for root in ROOTS:
             export = os.path.join(self.drive, "export.reg")
@@ -74,14 +74,14 @@ def entries_of(text):
 
 
 def value(state, key, name):
-    """A text of the registry, or None."""
+    """A string value of the registry, or None."""
     data = state.get((key, name))
     return data and re.sub(r"\\(.)", r"\1", data[1:-1])
 
 
 def differences(before, after):
-    """What came, went or changed, as lines, sorted."""
+    """Yields ("new", "gone" or "changed", path or registry value) for every difference, sorted."""
     for item in sorted(before.keys() | after.keys(), key=str):
         if before.get(item) != after.get(item):
-            word = "new" if item not in before else "gone" if item not in after else "changed"
-            yield word, item if isinstance(item, str) else "\\".join(filter(None, item))
+            change = "new" if item not in before else "gone" if item not in after else "changed"
+            yield change, item if isinstance(item, str) else "\\".join(filter(None, item))

@@ -1,4 +1,4 @@
-"""What the installer package says in its own tables, and that what is wrong there is noticed."""
+"""Checks the tables of the installer package, and that errors in them would be found."""
 import os
 import shutil
 import subprocess
@@ -6,14 +6,14 @@ import tempfile
 
 PROPERTIES = {"ALLUSERS": "1", "ARPPRODUCTICON": "talvenor.ico", "ProductName": "Talvenor", "Manufacturer": "Talvenor",
               "UpgradeCode": "{D68003F5-A04E-4B17-9156-DE64D5E4DF2A}"}
-# Without these, what the unprivileged half of an installation finds out would be lost in the privileged one.
+# Windows Installer passes only these to its elevated side (documentation: "SecureCustomProperties property").
 SECURE = {"INSTALLDIR", "LIBRARYFOLDER", "OWNMANUALS", "WINDOWSMAJOR", "WIX_DOWNGRADE_DETECTED", "WIX_UPGRADE_DETECTED"}
-# Table: what its rows hold in the columns named
+# Table: columns, and the expected rows of these columns
 ROWS = {
     "AppSearch": (("Property", "Signature_"), {
         ("INSTALLDIR", "OwnFolder"), ("OWNMANUALS", "OwnManuals"), ("LIBRARYFOLDER", "LibraryFolder"),
         ("WINDOWSMAJOR", "WindowsMajor")}),
-    # Root 2 is HKEY_LOCAL_MACHINE; type 0 looks for a folder, 2 takes the value as it is, 16 more means 64-bit.
+    # Root 2: HKEY_LOCAL_MACHINE. Type 0: the value names a folder; 2: raw value; plus 16: 64-bit registry.
     "RegLocator": (("Signature_", "Root", "Key", "Name", "Type"), {
         ("OwnFolder", "2", "SOFTWARE\\Talvenor\\Setup", "Program", "16"),
         ("OwnManuals", "2", "SOFTWARE\\Talvenor\\Setup", "Manuals", "16"),
@@ -23,12 +23,12 @@ ROWS = {
     "Shortcut": (("Directory_", "Target", "Icon_", "WkDir"), {
         ("ProgramMenuFolder", "[#talvenor.exe]", "talvenor.ico", "INSTALLDIR")}),
     "Icon": (("Name",), {("talvenor.ico",)}),
-    # Platform and language; 2: the files lie compressed in the package, under long names
+    # 7: platform and language; 15 (word count) 2: compressed files with long names
     "_SummaryInformation": (("PropertyId", "Value"), {("7", "x64;1031"), ("15", "2")}),
 }
-PART_OF = {"_SummaryInformation"}  # tables that hold other rows as well
-# The older version goes before anything of the newer one comes; the manuals' folder is known before it is used; the
-# sequence for windows goes over to the other one.
+OPEN_TABLES = {"_SummaryInformation"}  # may hold other rows as well
+# The older version is removed before anything of the newer one is installed, the folder of the manuals is set before it is
+# used, and the UI sequence runs the execute sequence.
 ORDERS = {"InstallExecuteSequence": [("InstallValidate", "RemoveExistingProducts", "InstallInitialize"),
                                      ("FindRelatedProducts", "LaunchConditions"), ("AppSearch", "LaunchConditions"),
                                      ("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize")],
@@ -38,13 +38,13 @@ ORDERS = {"InstallExecuteSequence": [("InstallValidate", "RemoveExistingProducts
 
 
 def export(package, name):
-    with tempfile.TemporaryDirectory() as folder:  # the streams of a table's rows are left in the working folder
+    with tempfile.TemporaryDirectory() as folder:  # msiinfo leaves the streams of a table in the working folder
         return subprocess.run(["msiinfo", "export", os.path.abspath(package), name], cwd=folder, check=True,
                               capture_output=True, encoding="cp1252").stdout
 
 
 def table(package, name):
-    """The rows, each as {column: text}."""
+    """The rows, each as {column: value}."""
     columns, _, _, *rows = [line.split("\t") for line in export(package, name).splitlines()]
     return [dict(zip(columns, row)) for row in rows]
 
@@ -55,7 +55,7 @@ def property_findings(package, version):
         if found.get(name) != expected:
             yield f"property {name} is {found.get(name)!r}, not {expected!r}"
     for name in sorted(SECURE - set(found.get("SecureCustomProperties", "").split(";"))):
-        yield f"SecureCustomProperties is without {name}"
+        yield f"SecureCustomProperties lacks {name}"
 
 
 def file_findings(package, version):
@@ -69,8 +69,8 @@ def row_findings(package):
     for name, (columns, expected) in ROWS.items():
         found = {tuple(row[column] for column in columns) for row in table(package, name)}
         for row in sorted(expected - found):
-            yield f"{name} is without {', '.join(row)}"
-        for row in sorted(found - expected if name not in PART_OF else ()):
+            yield f"{name} lacks {', '.join(row)}"
+        for row in sorted(found - expected if name not in OPEN_TABLES else ()):
             yield f"{name} should not hold {', '.join(row)}"
 
 
@@ -78,7 +78,7 @@ def order_findings(package):
     for sequence, orders in ORDERS.items():
         numbers = {row["Action"]: int(row["Sequence"]) for row in table(package, sequence)}
         for name in sorted({action for actions in orders for action in actions} - numbers.keys()):
-            yield f"{sequence} is without {name}"
+            yield f"{sequence} lacks {name}"
         for actions in orders:
             known = [action for action in actions if action in numbers]
             if sorted(known, key=numbers.get) != known:
@@ -89,7 +89,7 @@ def icon_findings(package, icon):
     stream = subprocess.run(["msiinfo", "extract", package, "Icon.talvenor.ico"], capture_output=True).stdout
     with open(icon, "rb") as file:
         if stream != file.read():
-            yield "the icon has other bytes than the program's"
+            yield "the icon differs from the program's"
 
 
 def findings(package, version, icon):
@@ -100,26 +100,26 @@ def findings(package, version, icon):
     yield from icon_findings(package, icon)
 
 
-# What is changed in a copy of the package, and the words of the finding that this must give
 def set_property(name, text):
     return f"UPDATE `Property` SET `Value`='{text}' WHERE `Property`='{name}'"
 
 
-TRIALS = [
+# A change to a copy of the package, and the beginning of the finding that it must cause
+MUTATIONS = [
     (set_property("ALLUSERS", "2"), "property ALLUSERS is '2'"),
     ("DELETE FROM `Property` WHERE `Property`='ARPPRODUCTICON'", "property ARPPRODUCTICON is None"),
-    *[(set_property("SecureCustomProperties", ";".join(sorted(SECURE - {name}))), f"SecureCustomProperties is without {name}")
+    *[(set_property("SecureCustomProperties", ";".join(sorted(SECURE - {name}))), f"SecureCustomProperties lacks {name}")
       for name in sorted(SECURE)],
     ("UPDATE `File` SET `Version`='' WHERE `File`='talvenor.exe'", "talvenor.exe has the version ''"),
-    ("DELETE FROM `AppSearch` WHERE `Property`='LIBRARYFOLDER'", "AppSearch is without LIBRARYFOLDER"),
-    ("UPDATE `RegLocator` SET `Type`=2 WHERE `Signature_`='WindowsMajor'", "RegLocator is without WindowsMajor"),
-    ("DELETE FROM `LaunchCondition` WHERE `Condition`='VersionNT64 AND WINDOWSMAJOR'", "LaunchCondition is without VersionNT64"),
-    ("UPDATE `Shortcut` SET `Icon_`='' WHERE `Shortcut`='StartMenu'", "Shortcut is without ProgramMenuFolder"),
-    ("UPDATE `Shortcut` SET `WkDir`='' WHERE `Shortcut`='StartMenu'", "Shortcut is without ProgramMenuFolder"),
-    ("DELETE FROM `Icon` WHERE `Name`='talvenor.ico'", "Icon is without talvenor.ico"),
-    ("DELETE FROM `InstallUISequence` WHERE `Action`='ExecuteAction'", "InstallUISequence is without ExecuteAction"),
-    ("DELETE FROM `InstallUISequence` WHERE `Action`='LaunchConditions'", "InstallUISequence is without LaunchConditions"),
-    ("DELETE FROM `InstallExecuteSequence` WHERE `Action`='AppSearch'", "InstallExecuteSequence is without AppSearch"),
+    ("DELETE FROM `AppSearch` WHERE `Property`='LIBRARYFOLDER'", "AppSearch lacks LIBRARYFOLDER"),
+    ("UPDATE `RegLocator` SET `Type`=2 WHERE `Signature_`='WindowsMajor'", "RegLocator lacks WindowsMajor"),
+    ("DELETE FROM `LaunchCondition` WHERE `Condition`='VersionNT64 AND WINDOWSMAJOR'", "LaunchCondition lacks VersionNT64"),
+    ("UPDATE `Shortcut` SET `Icon_`='' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
+    ("UPDATE `Shortcut` SET `WkDir`='' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
+    ("DELETE FROM `Icon` WHERE `Name`='talvenor.ico'", "Icon lacks talvenor.ico"),
+    ("DELETE FROM `InstallUISequence` WHERE `Action`='ExecuteAction'", "InstallUISequence lacks ExecuteAction"),
+    ("DELETE FROM `InstallUISequence` WHERE `Action`='LaunchConditions'", "InstallUISequence lacks LaunchConditions"),
+    ("DELETE FROM `InstallExecuteSequence` WHERE `Action`='AppSearch'", "InstallExecuteSequence lacks AppSearch"),
     ("UPDATE `InstallExecuteSequence` SET `Sequence`=49 WHERE `Action`='LaunchConditions'",
      "the order in InstallExecuteSequence is not AppSearch, LaunchConditions"),
     ("UPDATE `InstallExecuteSequence` SET `Sequence`=6700 WHERE `Action`='RemoveExistingProducts'",
@@ -128,8 +128,8 @@ TRIALS = [
 
 
 def changed(package, folder, *change):
-    """A copy of the package, changed by msibuild as its words say."""
-    copy = os.path.join(folder, "tried.msi")
+    """A copy of the package, changed by msibuild with these arguments."""
+    copy = os.path.join(folder, "mutated.msi")
     shutil.copyfile(package, copy)
     subprocess.run(["msibuild", copy, *change], cwd=folder, check=True, capture_output=True)
     return copy
@@ -148,15 +148,15 @@ def with_icon(package, folder, content):
     return changed(package, folder, "-a", "Icon.talvenor.ico", "other.ico")
 
 
-def trial_findings(package, version, icon):
-    """What would not be noticed."""
+def mutation_findings(package, version, icon):
+    """Errors that would not be found."""
     with tempfile.TemporaryDirectory() as folder:
         before = set(findings(package, version, icon))
-        tries = [(lambda query=query: changed(package, folder, "-q", query), words) for query, words in TRIALS]
-        tries += [(lambda: with_word_count(package, folder, 0), "_SummaryInformation is without 15, 2"),
-                  (lambda: with_icon(package, folder, b"other"), "the icon has other bytes")]
-        for change, words in tries:
+        mutations = [(lambda query=query: changed(package, folder, "-q", query), expected) for query, expected in MUTATIONS]
+        mutations += [(lambda: with_word_count(package, folder, 0), "_SummaryInformation lacks 15, 2"),
+                  (lambda: with_icon(package, folder, b"other"), "the icon differs")]
+        for change, expected in mutations:
             found = set(findings(change(), version, icon)) - before
-            if not any(finding.startswith(words) for finding in found):
-                yield f"would not be noticed: {words}; found {sorted(found)}"
-    print(f"   {len(tries)} trials of what may be wrong in the package's tables")
+            if not any(finding.startswith(expected) for finding in found):
+                yield f"would not be found: {expected}; found {sorted(found)}"
+    print(f"   {len(mutations)} errors injected into the tables of the package")

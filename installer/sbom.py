@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Writes the bill of materials, SPDX 2.3 as JSON: installer/bill.py FOLDER VERSION TALVENOR.MAP BILL.spdx.json
+"""Writes the SBOM, SPDX 2.3 as JSON: installer/sbom.py FOLDER VERSION TALVENOR.MAP SBOM.spdx.json
 
-Lists the files of the staged folder with their checksums, and what the compiler has put into the program.
-SOURCE_DATE_EPOCH is the document's time.
+Lists the files of the staged folder with their checksums, and the libraries that the compiler has linked into the program.
+The environment variable SOURCE_DATE_EPOCH sets the creation time.
 """
 import hashlib
 import json
@@ -41,45 +41,45 @@ def own_package(version, files):
             "copyrightText": "© 2026 Talvenor", "primaryPackagePurpose": "APPLICATION"}
 
 
-def part_package(part):
-    address = f"pkg:deb/debian/{quote(part.package)}@{quote(part.version, safe='')}"
-    return {"SPDXID": spdx_id("Part", part.name), "name": part.name, "versionInfo": part.version,
+def library_package(library):
+    purl = f"pkg:deb/debian/{quote(library.package)}@{quote(library.version, safe='')}"
+    return {"SPDXID": spdx_id("Library", library.name), "name": library.name, "versionInfo": library.version,
             "supplier": "Organization: Debian", "downloadLocation": "NOASSERTION", "filesAnalyzed": False,
-            "licenseConcluded": "NOASSERTION", "licenseDeclared": " AND ".join(part.licences),
-            "licenseComments": f"As the copyright file of the Debian package {part.package} says; see {LICENCES}.",
-            "comment": "Linked statically into talvenor.exe, from " + ", ".join(part.files),
+            "licenseConcluded": "NOASSERTION", "licenseDeclared": " AND ".join(library.licences),
+            "licenseComments": f"As the copyright file of the Debian package {library.package} says; see {LICENCES}.",
+            "comment": "Linked statically into talvenor.exe, from " + ", ".join(library.files),
             "copyrightText": "NOASSERTION", "primaryPackagePurpose": "LIBRARY",
             "externalRefs": [{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
-                              "referenceLocator": address}]}
+                              "referenceLocator": purl}]}
 
 
-def relation(one, kind, other):
-    return {"spdxElementId": one, "relationshipType": kind, "relatedSpdxElement": other}
+def relationship(source, kind, target):
+    return {"spdxElementId": source, "relationshipType": kind, "relatedSpdxElement": target}
 
 
 def document(folder, version, map_path):
     when = int(os.environ["SOURCE_DATE_EPOCH"])
     files = [file_entry(folder, name) for name in installer.files_below(folder)]
-    parts = runtime.parts_in(map_path)
-    texts = {name: text for part in parts for name, text in part.texts.items()}
+    libraries = runtime.linked_libraries(map_path)
+    texts = {name: text for library in libraries for name, text in library.texts.items()}
     program = spdx_id("File", "talvenor.exe")
-    identity = uuid.uuid5(installer.NAMESPACE, f"bill {version} {when} {installer.digest_of(folder)}")
+    identity = uuid.uuid5(installer.NAMESPACE, f"sbom {version} {when} {installer.digest_of(folder)}")
     return {"spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "SPDXID": "SPDXRef-DOCUMENT",
             "name": f"Talvenor-{version}", "documentNamespace": f"urn:uuid:{identity}",
             "creationInfo": {"created": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(when)),
                              "creators": ["Organization: Talvenor", "Tool: tools-release"]},
-            "packages": [own_package(version, files)] + [part_package(part) for part in parts],
+            "packages": [own_package(version, files)] + [library_package(library) for library in libraries],
             "files": files,
             "hasExtractedLicensingInfos": [{"licenseId": "LicenseRef-" + name, "name": name, "extractedText": text}
                                            for name, text in sorted(texts.items())],
-            "relationships": [relation("SPDXRef-DOCUMENT", "DESCRIBES", "SPDXRef-Talvenor")]
-            + [relation("SPDXRef-Talvenor", "CONTAINS", entry["SPDXID"]) for entry in files]
-            + [relation(program, "STATIC_LINK", spdx_id("Part", part.name)) for part in parts]}
+            "relationships": [relationship("SPDXRef-DOCUMENT", "DESCRIBES", "SPDXRef-Talvenor")]
+            + [relationship("SPDXRef-Talvenor", "CONTAINS", entry["SPDXID"]) for entry in files]
+            + [relationship(program, "STATIC_LINK", spdx_id("Library", library.name)) for library in libraries]}
 
 
 def main():
-    folder, version, map_path, bill = sys.argv[1:]
-    with open(bill, "w", encoding="utf-8") as file:
+    folder, version, map_path, path = sys.argv[1:]
+    with open(path, "w", encoding="utf-8") as file:
         json.dump(document(folder, version, map_path), file, ensure_ascii=False, indent=2)
         file.write("\n")
 
