@@ -1,7 +1,7 @@
 #pragma once
 
-// Every number that the resource libraries and the code share. Read by the resource compiler too: plain
-// defines only.
+// The resource ids that the resource libraries and the code share. The resource compiler reads this file too,
+// so it contains defines only.
 
 // Dialogs
 #define IDD_ABOUT 100
@@ -18,7 +18,7 @@
 #define IDB_STATES_200 1343
 #define IDB_STATES_300 1344
 
-// Commands of the system menu; the low four bits belong to Windows
+// Commands of the system menu; Windows uses the low four bits
 #define IDM_ABOUT 16
 
 // Main dialog
@@ -55,11 +55,11 @@
 #define IDC_TEMPLATE_TEXT 1021
 #define IDC_TEMPLATE_PREVIEW_LABEL 1030
 #define IDC_TEMPLATE_PREVIEW 1031
-// The first control of the legend: a row of three for each fill-in from %1 to %8, the fill-in itself, what it
-// stands for and an example, numbered one after the other
+// The first control of the legend. Each fill-in from %1 to %8 has a row of three controls with consecutive
+// ids: the fill-in, its meaning and an example.
 #define IDC_TEMPLATE_LEGEND 1032
 
-// A control that no code asks for
+// A control that the code does not access
 #ifndef IDC_STATIC
 #define IDC_STATIC (-1)
 #endif

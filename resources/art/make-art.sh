@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Draws resources/talvenor.ico and the bitmaps resources/states*.bmp from their sources in this folder.
-# Needs Debian's librsvg2-bin, icoutils, imagemagick and optipng. The results are committed, so a build does not need them.
+# Needs Debian's librsvg2-bin, icoutils, imagemagick and optipng. Builds need none of them, as the results are committed.
 set -euo pipefail
 cd "$(dirname "$0")"
 work=$(mktemp -d)
@@ -11,7 +11,7 @@ for size in 16 20 24 32 40 48 64 256; do
   drawing=talvenor.svg
   [ "$size" -gt 24 ] || drawing=talvenor-small.svg
   rsvg-convert --width "$size" --height "$size" --output "$work/$size.png" "$drawing"
-  # Only the largest image is kept compressed, as small as can be; older readers of icons know no other.
+  # Only the largest image is a PNG: older readers of icons accept PNG at that size only.
   if [ "$size" -ge 256 ]; then
     optipng -quiet -o7 "$work/$size.png"
     images+=(--raw)
@@ -20,7 +20,7 @@ for size in 16 20 24 32 40 48 64 256; do
 done
 icotool --create --output ../talvenor.ico "${images[@]}"
 
-# The state images, twice as wide as high: drawn by hand for 100 % scaling, from one drawing for the others.
+# The state images, two beside each other: drawn by hand for 100 % scaling, rendered from one drawing for the others.
 convert states.xpm -type TrueColor BMP3:../states.bmp
 for size in 15 18 24 36; do
   rsvg-convert --width $((2 * size)) --height $size --output "$work/states.png" states.svg
