@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-// The bytes of one fuzz input, taken as texts. They are read as UTF-8, so that seeds can be written by hand;
-// a byte that begins no character of at most three bytes stands for the character of its own code. So every
-// text is one that Windows could hold, too.
+// Splits the bytes of a fuzz input into texts. The bytes are decoded as UTF-8, so that seeds can be written
+// by hand. A byte that does not begin a sequence of up to three bytes becomes the character with its value,
+// so every character fits into the 16 bits that Windows has.
 class CFuzzInput
 {
 public:
@@ -17,16 +17,16 @@ public:
     {
     }
 
-    // The text up to the next field separator, which is left out; the rest when there is none.
+    // The text up to the next field separator, or up to the end. Consumes the separator.
     std::wstring Field() { return Decode(FieldBytes()); }
 
     std::wstring Rest() { return Decode(RestBytes()); }
 
-    // The same without taking them as characters.
+    // The same without decoding.
     std::string_view FieldBytes() { return Take(m_rest.find(kSeparator)); }
     std::string_view RestBytes() { return Take(std::string_view::npos); }
 
-    // A number from 0 to limit - 1 that the next byte chooses; 0 at the end.
+    // A number from 0 to limit - 1, from the next byte; 0 at the end.
     std::size_t Choice(std::size_t limit)
     {
         const std::size_t code = m_rest.empty() ? 0 : static_cast<unsigned char>(m_rest.front());
@@ -35,7 +35,7 @@ public:
     }
 
 private:
-    static constexpr char kSeparator = '\x1F';  // ASCII's own "unit separator"
+    static constexpr char kSeparator = '\x1F';  // ASCII unit separator
 
     std::string_view Take(std::size_t length)
     {
@@ -78,7 +78,7 @@ private:
     std::string_view m_rest;
 };
 
-// Ends the process, which the fuzzer reports with the input, when a property does not hold.
+// Aborts if the property does not hold; libFuzzer then saves the input.
 inline void Require(bool holds, const char* property)
 {
     if (!holds) {

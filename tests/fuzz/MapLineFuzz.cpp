@@ -3,9 +3,9 @@
 
 namespace {
 
-// What a field of a record looks like to the reader: the characters that a byte can hold, "?" for the others,
-// and blanks for line breaks.
-std::wstring Readable(std::wstring field)
+// The field as the reader gets it back: cut to its maximum length, "?" for characters that do not fit into a
+// byte, blanks for line breaks.
+std::wstring AsWritten(std::wstring field)
 {
     field.resize(std::min(field.size(), kMapFieldMaxBytes));
     for (wchar_t& character : field) {
@@ -29,17 +29,18 @@ std::string PlainBytes(const std::wstring& text)
 
 void CheckWriter(const UTtab_entry& entry)
 {
-    const std::string plain = PlainBytes(Readable(entry.strOriginal) + L" ; " + Readable(entry.strRenamed) +
-                                         L" ; " + Readable(entry.strBomName));
-    Require(FormatMapRecord(entry, QuestionMark) == plain, "a record is written as the plain rule has it");
+    const std::string plain = PlainBytes(AsWritten(entry.strOriginal) + L" ; " + AsWritten(entry.strRenamed) +
+                                         L" ; " + AsWritten(entry.strBomName));
+    Require(FormatMapRecord(entry, QuestionMark) == plain,
+            "a record is written like the plain implementation does");
 }
 
-// The conditions under which the format promises that a record comes back.
-bool ComesBack(const UTtab_entry& entry, const std::string& line)
+// Whether the reader must return the record as it was written.
+bool MustRoundTrip(const UTtab_entry& entry, const std::string& line)
 {
     const bool separatorInName = (entry.strOriginal + entry.strRenamed).find(L';') != std::wstring::npos;
     return !separatorInName && line.size() <= kMapLineMaxBytes &&
-           !PlainStrip(Readable(entry.strOriginal)).empty();
+           !PlainStrip(AsWritten(entry.strOriginal)).empty();
 }
 
 void CheckRoundTrip(const UTtab_entry& entry, const std::wstring& mapPath)
@@ -48,18 +49,18 @@ void CheckRoundTrip(const UTtab_entry& entry, const std::wstring& mapPath)
     const std::string header = FormatMapHeader(EncodeMapText(mapPath, QuestionMark));
     const bool headerFits =
         header.find('\n') <= kMapLineMaxBytes && mapPath.find(L'\n') == std::wstring::npos;
-    if (!ComesBack(entry, line) || !headerFits) {
+    if (!MustRoundTrip(entry, line) || !headerFits) {
         return;
     }
     const UTtab_entry neighbour{L"a", L"b", L""};
-    const UTtab_entry read{PlainStrip(Readable(entry.strOriginal)), PlainStrip(Readable(entry.strRenamed)),
-                           PlainStrip(Readable(entry.strBomName))};
+    const UTtab_entry read{PlainStrip(AsWritten(entry.strOriginal)), PlainStrip(AsWritten(entry.strRenamed)),
+                           PlainStrip(AsWritten(entry.strBomName))};
     const std::string before = FormatMapRecord(neighbour, QuestionMark) + "\n";
     Require(
         ReadMap(header + before + line + "\n" + before) == MapReading{false, 0, {neighbour, read, neighbour}},
-        "what the writer wrote the reader returns");
+        "the reader returns what the writer wrote");
     Require(ReadMap(header + line) == MapReading{false, 0, {read}},
-            "a record without a line end behind it is returned, too");
+            "the reader returns a last record without a line end");
 }
 
 // A made-up code page, which has a byte for every second character.
@@ -77,8 +78,8 @@ void CheckBytes(const std::wstring& text)
         plain += byItsCode ? PlainBytes({character}) : std::string(1, ByteOfOdd(character));
         lost = lost || (!byItsCode && character % 2 == 0);
     }
-    Require(EncodeMapText(text, ByteOfOdd) == plain, "a text has the bytes that the plain rule gives it");
-    Require(HasMapBytes(text, ByteOfOdd) == !lost, "a text without a byte for a character is told");
+    Require(EncodeMapText(text, ByteOfOdd) == plain, "a text is encoded like the plain implementation does");
+    Require(HasMapBytes(text, ByteOfOdd) == !lost, "a character without a byte is detected");
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 
 namespace {
 
-constexpr std::size_t kLongestLine = 255;
+constexpr std::size_t kMaxLineBytes = 255;
 
 bool PlainParse(const std::wstring& line, UTtab_entry& entry)
 {
@@ -46,7 +46,7 @@ MapReading PlainRead(const std::string& file)
     int number = 0;
     for (const std::string& line : Lines(file)) {
         ++number;
-        if (line.size() > kLongestLine) {
+        if (line.size() > kMaxLineBytes) {
             break;
         }
         const std::wstring text = PlainStrip(FromLatin1(line));
@@ -64,21 +64,21 @@ MapReading PlainRead(const std::string& file)
     return reading;
 }
 
-// A record that was read and is written again comes back, unless its line has become too long or holds a
-// carriage return, which is written as a blank.
-void CheckReadAgain(const MapReading& reading)
+// Records that were read can be written and read again, unless the line gets too long or contains a carriage
+// return, which is written as a blank.
+void CheckWriteAndReadAgain(const MapReading& reading)
 {
     std::string file;
     MapReading expected;
     for (const UTtab_entry& entry : reading.entries) {
         const std::string line = FormatMapRecord(entry, QuestionMark);
         const std::wstring texts = entry.strOriginal + entry.strRenamed + entry.strBomName;
-        if (line.size() <= kLongestLine && texts.find(L'\r') == std::wstring::npos) {
+        if (line.size() <= kMaxLineBytes && texts.find(L'\r') == std::wstring::npos) {
             file += line + "\n";
             expected.entries.push_back(entry);
         }
     }
-    Require(ReadMap(file) == expected, "what was read and is written again comes back");
+    Require(ReadMap(file) == expected, "records that are written again are read again");
 }
 
 void CheckParse(const std::wstring& line)
@@ -86,9 +86,9 @@ void CheckParse(const std::wstring& line)
     const UTtab_entry untouched{L"1", L"2", L"3"};
     UTtab_entry entry = untouched;
     UTtab_entry plain = untouched;
-    const bool good = ParseMapLine(line, entry);
-    Require(good == PlainParse(line, plain), "a line is good or bad as the plain rule has it");
-    Require(entry == plain, "a line is taken apart as the plain rule does it");
+    const bool valid = ParseMapLine(line, entry);
+    Require(valid == PlainParse(line, plain), "the plain implementation accepts the same lines");
+    Require(entry == plain, "a line is parsed like the plain implementation does");
 }
 
 std::wstring PlainSyntaxError(const std::wstring& format, int line)
@@ -117,11 +117,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const std::string file(reinterpret_cast<const char*>(data), size);
     const MapReading reading = ReadMap(file);
-    Require(reading == PlainRead(file), "a file is read as the plain rules do it");
-    CheckReadAgain(reading);
+    Require(reading == PlainRead(file), "a file is read like the plain implementation does");
+    CheckWriteAndReadAgain(reading);
     const std::wstring text = CFuzzInput(data, size).Rest();
     CheckParse(text);
     Require(FormatSyntaxError(text, 4711) == PlainSyntaxError(text, 4711),
-            "the message takes the line number and no other argument");
+            "the message contains the line number at most once, and no other argument");
     return 0;
 }

@@ -8,8 +8,8 @@
 
 #include "files/MapLine.h"
 
-// What the targets of the parts map file share: characters up to U+00FF stand for the byte of their code,
-// both ways.
+// Shared by the targets of the parts map file. Characters up to U+00FF are converted to bytes and back as
+// Latin-1.
 
 inline char QuestionMark(wchar_t)
 {

@@ -45,36 +45,37 @@ bool PlainEnsureExtension(std::wstring& name, const std::wstring& extension)
     return true;
 }
 
-void RequireCleanFileName(const std::wstring& name)
+void RequireSanitized(const std::wstring& name)
 {
     Require(name.find_first_of(kNotInFileNames) == std::wstring::npos,
-            "a file name that passed has none of the eleven characters");
-    Require(name.find(L"..") == std::wstring::npos, "a file name that passed has no two dots in a row");
+            "a sanitised file name contains none of the eleven characters");
+    Require(name.find(L"..") == std::wstring::npos, "a sanitised file name contains no two dots in a row");
 }
 
 void CheckFileName(const std::wstring& name)
 {
-    std::wstring cleaned = name;
+    std::wstring sanitized = name;
     std::wstring plain = name;
-    const int count = SanitizeFileName(cleaned);
-    Require(count == PlainSanitizeFileName(plain), "each replaced character of a file name is counted");
-    Require(cleaned == plain, "a file name is cleaned as the plain rule does it");
-    RequireCleanFileName(cleaned);
-    std::wstring again = cleaned;
-    Require(SanitizeFileName(again) == 0 && again == cleaned, "cleaning a file name twice changes nothing");
+    const int count = SanitizeFileName(sanitized);
+    Require(count == PlainSanitizeFileName(plain), "every replaced character of a file name is counted");
+    Require(sanitized == plain, "a file name is sanitised like the plain implementation does");
+    RequireSanitized(sanitized);
+    std::wstring again = sanitized;
+    Require(SanitizeFileName(again) == 0 && again == sanitized,
+            "sanitising a file name again changes nothing");
 }
 
 void CheckFeatureName(const std::wstring& name)
 {
-    std::wstring cleaned = name;
+    std::wstring sanitized = name;
     std::wstring plain = name;
-    const int count = SanitizeFeatureName(cleaned);
+    const int count = SanitizeFeatureName(sanitized);
     Require(count == PlainUnderscores(plain, kNotInFeatureNames),
-            "each replaced character of a feature name is counted");
-    Require(cleaned == plain, "a feature name is cleaned as the plain rule does it");
-    std::wstring again = cleaned;
-    Require(SanitizeFeatureName(again) == 0 && again == cleaned,
-            "cleaning a feature name twice changes nothing");
+            "every replaced character of a feature name is counted");
+    Require(sanitized == plain, "a feature name is sanitised like the plain implementation does");
+    std::wstring again = sanitized;
+    Require(SanitizeFeatureName(again) == 0 && again == sanitized,
+            "sanitising a feature name again changes nothing");
 }
 
 void CheckExtension(const std::wstring& name, const std::wstring& extension)
@@ -82,13 +83,15 @@ void CheckExtension(const std::wstring& name, const std::wstring& extension)
     std::wstring ensured = name;
     std::wstring plain = name;
     const bool usable = EnsureExtension(ensured, extension, EqualIgnoringCase);
-    Require(usable == PlainEnsureExtension(plain, extension), "a name is usable as the plain rule has it");
-    Require(ensured == plain, "a name gets its extension as the plain rule has it");
-    // Other lengths than six never compare equal, and a blank at the end would be trimmed.
+    Require(usable == PlainEnsureExtension(plain, extension),
+            "the plain implementation accepts the same names");
+    Require(ensured == plain, "a name gets its extension like the plain implementation does");
+    // The rule compares the last six characters, so only an extension of that length is found again; trailing
+    // blanks are trimmed.
     if (usable && extension.size() == 6 && Trim(extension).ends_with(extension.back())) {
         std::wstring again = ensured;
         Require(EnsureExtension(again, extension, EqualIgnoringCase) && again == ensured,
-                "making sure of an extension twice changes nothing");
+                "ensuring the extension again changes nothing");
     }
 }
 
@@ -102,9 +105,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckFileName(name);
     CheckFeatureName(name);
     CheckExtension(name, extension);
-    // A template without fill-ins is the name itself; the part's name gives the extension.
+    // A template without fill-ins is the new name itself; the extension comes from the part's name.
     if (const std::optional<std::wstring> made = NewFileName(name, L"Part." + extension, EqualIgnoringCase)) {
-        RequireCleanFileName(*made);
+        RequireSanitized(*made);
     }
     return 0;
 }

@@ -10,12 +10,12 @@
 
 namespace {
 
-// A fill-in inside a value multiplies the text; longer ones cost time and show nothing new.
-constexpr std::size_t kLongestExpansion = 10'000;
+// Fill-ins inside values multiply the text; longer texts cost time and test nothing new.
+constexpr std::size_t kMaxExpansion = 10'000;
 
 using FillIns = std::vector<std::pair<wchar_t, std::wstring>>;
 
-// Goes through the text once for each fill-in, character by character. None when the text gets too long.
+// Goes through the text once per fill-in. Returns nothing if the text gets too long.
 std::optional<std::wstring> PlainFill(std::wstring text, const FillIns& fillIns)
 {
     for (const auto& [digit, value] : fillIns) {
@@ -27,7 +27,7 @@ std::optional<std::wstring> PlainFill(std::wstring text, const FillIns& fillIns)
             } else {
                 filled += text[at];
             }
-            if (filled.size() > kLongestExpansion) {
+            if (filled.size() > kMaxExpansion) {
                 return std::nullopt;
             }
         }
@@ -73,16 +73,18 @@ void CheckExpansions(const std::wstring& text, const PartNameValues& values,
                      const std::wstring& configuration)
 {
     if (const std::optional<std::wstring> plain = PlainTemplate(text, values)) {
-        Require(ExpandTemplate(text, values) == *plain, "a template is expanded as the plain rule does it");
+        Require(ExpandTemplate(text, values) == *plain,
+                "a template is expanded like the plain implementation does");
     }
     if (const std::optional<std::wstring> plain = PlainConfiguration(text, values, configuration)) {
         Require(ExpandConfigurationName(text, values, configuration) == *plain,
-                "a configuration's name is filled in as the plain rule does it");
+                "a configuration name is filled in like the plain implementation does");
     }
 }
 
-// The ways that go from a file name to the finished text.
-void CheckWholeWay(const std::wstring& text, const std::wstring& fileName, const std::wstring& configuration)
+// From a part's file name to the final texts.
+void CheckFinalTexts(const std::wstring& text, const std::wstring& fileName,
+                     const std::wstring& configuration)
 {
     const PartNameValues values = Diverses::SplitPartName(fileName);
     const std::optional<std::wstring> expanded = PlainTemplate(text, values);
@@ -94,10 +96,10 @@ void CheckWholeWay(const std::wstring& text, const std::wstring& fileName, const
     SanitizeFileName(expected);
     const std::optional<std::wstring> name = NewFileName(text, fileName, EqualIgnoringCase);
     Require(name.has_value() == usable && (!usable || *name == expected),
-            "a new file name is the expanded template with its extension, cleaned");
+            "a new file name is the expanded template with its extension, sanitised");
     if (const auto plain = PlainConfiguration(*expanded, values, configuration)) {
         Require(ConfigurationBomName(text, fileName, configuration) == *plain,
-                "a configuration's entry is the expanded template with the configuration's name");
+                "a configuration's BOM name is the expanded template with the configuration name filled in");
     }
 }
 
@@ -111,6 +113,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::wstring fileName = input.Field();
     const PartNameValues values = TakeValues(input);
     CheckExpansions(text, values, configuration);
-    CheckWholeWay(text, fileName, configuration);
+    CheckFinalTexts(text, fileName, configuration);
     return 0;
 }

@@ -66,7 +66,6 @@ std::wstring PlainSize(std::wstring text, const std::vector<std::size_t>& fences
     return text.find(L'.') == kNone ? std::wstring() : text.substr(0, text.rfind(L'.'));
 }
 
-// The rules in the order in which they are described, one step after the other.
 PartNameValues PlainSplit(const std::wstring& name)
 {
     PartNameValues values;
@@ -94,10 +93,11 @@ PartNameValues PlainSplit(const std::wstring& name)
 
 void CheckSplit(const std::wstring& name, const std::wstring& prefix)
 {
-    Require(Diverses::SplitPartName(name) == PlainSplit(name), "a name is split as the plain rules do it");
+    Require(Diverses::SplitPartName(name) == PlainSplit(name),
+            "a name is split like the plain implementation does");
     const std::wstring digits = Diverses::LeadingDigits(name, prefix);
     Require(digits == PlainDigits(PlainCore(name, prefix.size())),
-            "the leading digits stand behind as many characters as the prefix has");
+            "the leading digits are those after as many characters as the prefix has");
 }
 
 std::wstring Without(std::wstring text, std::wstring_view characters)
@@ -106,8 +106,8 @@ std::wstring Without(std::wstring text, std::wstring_view characters)
     return text;
 }
 
-// Pieces that a name of the convention can hold: an underscore or, in the extension, a dot would be taken for
-// the piece's end. Number and size are never empty, as two underscores would come to stand side by side.
+// Pieces that a valid name can contain. They have no underscores, and the extension no dots, as these
+// separate the pieces. Number and size are never empty, as that would make a double underscore.
 PartNameValues TakePieces(CFuzzInput& input)
 {
     constexpr std::array kPrefixes{L"N", L"N_", L"N_ISO_", L"N_ENISO_", L"N_EN_"};
@@ -139,7 +139,7 @@ void CheckJoined(CFuzzInput& input)
         pieces.strExtra1 = pieces.strExtra2 = L"";
     }
     Require(Diverses::SplitPartName(name + L"." + pieces.strExt) == pieces,
-            "joining pieces and splitting the name gives the pieces back");
+            "splitting a name returns the pieces that it was joined from");
 }
 
 }  // namespace

@@ -41,15 +41,15 @@ std::wstring PlainStripFolder(std::wstring folder)
 void CheckPaths(const std::wstring& folder)
 {
     const std::wstring normalized = NormalizePath(folder);
-    Require(normalized == PlainNormalize(folder), "a path is normalised as the plain rule does it");
+    Require(normalized == PlainNormalize(folder), "a path is normalised like the plain implementation does");
     Require(!normalized.starts_with(L'\\') || normalized.starts_with(L"\\\\"),
-            "a path that begins with a backslash begins with two");
+            "a normalised path begins with two backslashes or none");
     Require(MappedFolder(folder) == PlainBelow(folder, L"\\Mapped"),
-            "the folder of the copies lies in the standard-parts folder");
+            "the folder of the copies is in the standard-parts folder");
     Require(MapFilePath(folder) == PlainBelow(folder, L"\\Mapped\\PartsMap.txt"),
-            "the map file lies in the folder of the copies");
+            "the map file is in the folder of the copies");
     Require(StripFolderInput(folder) == PlainStripFolder(folder),
-            "a typed folder loses the dots and then the backslashes at its end");
+            "trailing dots and then trailing backslashes of a typed folder are removed");
 }
 
 bool PlainIsBareFileName(const std::wstring& name)
@@ -65,16 +65,17 @@ bool PlainIsBareFileName(const std::wstring& name)
 void CheckName(const std::wstring& name)
 {
     const bool bare = IsBareFileName(name);
-    Require(bare == PlainIsBareFileName(name), "a bare file name is one as the plain rule has it");
+    Require(bare == PlainIsBareFileName(name), "the plain implementation accepts the same bare file names");
     std::wstring sanitized = name;
-    Require(!bare || name.find_first_of(L";=") != std::wstring::npos || SanitizeFileName(sanitized) == 0,
-            "a bare file name has only characters that a new name may have, or a semicolon or equals sign");
+    Require(
+        !bare || name.find_first_of(L";=") != std::wstring::npos || SanitizeFileName(sanitized) == 0,
+        "except for semicolon and equals sign, a bare file name has only characters allowed in new names");
     if (const std::optional<std::wstring> made = NewFileName(name, L"Part.sldprt", EqualIgnoringCase)) {
-        Require(IsBareFileName(*made), "a name that is made for a copy is a bare file name");
+        Require(IsBareFileName(*made), "a generated name is a bare file name");
     }
 }
 
-// Puts the fields into a buffer as the file dialog does, each ended by a zero, with one more behind the last.
+// Builds a buffer like the file dialog does: NUL-terminated fields, and a NUL after the last one.
 void CheckPickedFiles(const std::wstring& folder, CFuzzInput& input)
 {
     std::wstring buffer = folder.substr(0, folder.find(L'\0'));
@@ -94,17 +95,17 @@ void CheckPickedFiles(const std::wstring& folder, CFuzzInput& input)
     buffer += L'\0';
     const PickedFiles picked = SplitPickedFiles(buffer.c_str());
     if (buffer.front() == L'\0') {
-        Require(picked.names.empty() && picked.folder.empty(), "an empty buffer holds no file");
+        Require(picked.names.empty() && picked.folder.empty(), "an empty buffer contains no files");
     } else if (expected.names.empty()) {
         const std::wstring path = buffer.substr(0, buffer.find(L'\0'));
         Require(
             picked.names.size() == 1 && path.ends_with(picked.names[0]) &&
                 picked.names[0].find(L'\\') == std::wstring::npos && path.starts_with(picked.folder) &&
                 path.find_first_not_of(L'\\', picked.folder.size()) >= path.size() - picked.names[0].size(),
-            "a single path is a folder and a name");
+            "a single path is split into folder and name");
     } else {
         Require(picked.folder == expected.folder && picked.names == expected.names,
-                "several files come back as they were put in");
+                "several files are returned as they were put in");
     }
 }
 

@@ -53,18 +53,18 @@ int PlainReplace(std::wstring& text, const std::wstring& what, const std::wstrin
 void CheckTrim(const std::wstring& text)
 {
     const std::wstring trimmed = Trim(text);
-    Require(trimmed == PlainTrim(text), "trimming takes the white space off both ends");
-    Require(Trim(trimmed) == trimmed, "trimming twice changes nothing");
+    Require(trimmed == PlainTrim(text), "trimming removes the white space at both ends");
+    Require(Trim(trimmed) == trimmed, "trimming again changes nothing");
 }
 
 void CheckCase(const std::wstring& left, const std::wstring& right)
 {
     const std::wstring upper = ToUpper(left);
-    Require(upper == PlainUpper(left), "the letters a to z become capitals and nothing else changes");
-    Require(ToUpper(upper) == upper, "turning twice into capitals changes nothing");
-    Require(EqualIgnoringCase(left, upper), "a text equals itself in capitals when case is ignored");
+    Require(upper == PlainUpper(left), "ToUpper changes the letters a to z only");
+    Require(ToUpper(upper) == upper, "ToUpper of its own result changes nothing");
+    Require(EqualIgnoringCase(left, upper), "a text equals its upper-case form when case is ignored");
     Require(EqualIgnoringCase(left, right) == (PlainUpper(left) == PlainUpper(right)),
-            "texts are equal ignoring case when their capitals are equal");
+            "texts are equal ignoring case if their upper-case forms are equal");
 }
 
 void CheckReplace(const std::wstring& text, const std::wstring& what, const std::wstring& by)

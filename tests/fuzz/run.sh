@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs a fuzz target and passes only when it ends well and says that it made all its runs: run.sh RUNS TARGET [ARG ...]
+# Runs a fuzz target: run.sh RUNS TARGET [ARG ...]. Succeeds only if the target does and reports that it made all RUNS.
 set -euo pipefail
 runs=$1
 shift

@@ -1,7 +1,7 @@
 #include <windows.h>
 
-// A library that someone put where the program may look for one. When it runs, it leaves a file at the path
-// that the environment variable TALVENOR_TEST_PLANTED names.
+// Stands for a malicious library in a folder that the program may search. If its code runs, it creates the
+// file named by the environment variable TALVENOR_TEST_PLANTED.
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID)
 {
     wchar_t path[MAX_PATH] = {};

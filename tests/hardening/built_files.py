@@ -1,25 +1,25 @@
 #!/usr/bin/env python3
-"""Checks how the built program is hardened: tests/hardening/built_files.py BUILD_FOLDER
+"""Checks the exploit mitigations of the built files: tests/hardening/built_files.py BUILD_FOLDER
 
-Reads talvenor.exe and the two resource libraries in BUILD_FOLDER/bin as the system's loader would, and the object
-files of the program's rooms. Then takes each property away from a copy of the file in memory and sees whether that is
-found: a check that finds nothing there is itself a finding. Exit status 1 on a finding.
+Parses the headers of talvenor.exe and the two resource libraries in BUILD_FOLDER/bin, and searches the object files of the
+program's modules. Then tests itself: breaks each property in a copy of the file in memory, and reports a finding if the
+check does not notice. The exit status is 1 if anything is found.
 """
 import glob
 import os
 import struct
 import sys
 
-ROOMS = ["cad", "core", "files", "framework", "platform", "run", "text", "ui"]
+MODULES = ["cad", "core", "files", "framework", "platform", "run", "text", "ui"]
 RESOURCE_LIBRARIES = ["talvresgerx64.dll", "talvresusx64.dll"]
 
-RELOCATIONS_STRIPPED = 0x0001  # of the file header
+RELOCATIONS_STRIPPED = 0x0001  # IMAGE_FILE_HEADER.Characteristics
 FLAGS = {0x0020: "high-entropy addresses", 0x0040: "a relocatable base", 0x0100: "data execution prevention"}
 IMPORTS, RELOCATIONS, TLS, DELAYED_IMPORTS = 1, 5, 9, 13
 EXECUTE, WRITE = 0x20000000, 0x80000000
 
-# Libraries that Windows takes from its own folder whatever folders a process would search ("known" libraries). The
-# common controls are none of them, but the manifest binds them to the side-by-side store of Windows.
+# Libraries that Windows always loads from its system folder (documentation: "Dynamic-link library search order", known
+# DLLs). The common controls are not among them, but the manifest binds them to the side-by-side store.
 KNOWN_LIBRARIES = {"advapi32.dll", "comdlg32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
                    "oleaut32.dll", "shell32.dll", "user32.dll"}
 COMMON_CONTROLS = "comctl32.dll"
@@ -30,13 +30,13 @@ STACK_CHECK_MESSAGE = b"*** stack smashing detected ***"
 
 
 class Image:
-    """The headers of a 64-bit executable or library; the places of the fields are kept for the trials."""
+    """The headers of a 64-bit PE file. Keeps the offsets of fields, for the mutations."""
 
     def __init__(self, data):
         self.data = bytearray(data)
         pe = self.number("<I", 0x3C)
         if self.data[pe:pe + 4] != b"PE\0\0" or self.number("<H", pe + 24) != 0x20B:
-            raise ValueError("no 64-bit Windows file")
+            raise ValueError("not a 64-bit PE file")
         self.file_flags_at = pe + 22
         self.entry_at = pe + 24 + 16
         self.flags_at = pe + 24 + 70
@@ -59,35 +59,36 @@ class Image:
         raise ValueError(f"no section holds the address {address:#x}")
 
     def import_names(self):
-        """The imported libraries with the place of each name."""
+        """The imported libraries: (name, file offset of the name)."""
         address, _ = self.directory(IMPORTS)
         names = []
         at = self.offset(address) if address else None
         while at is not None and (name_at := self.number("<I", at + 12)):
-            place = self.offset(name_at)
-            names.append((self.data[place:self.data.index(0, place)].decode("ascii").lower(), place))
+            name_offset = self.offset(name_at)
+            end = self.data.index(0, name_offset)
+            names.append((self.data[name_offset:end].decode("ascii").lower(), name_offset))
             at += 20
         return names
 
 
 def common_findings(image):
     flags = image.number("<H", image.flags_at)
-    for flag, words in FLAGS.items():
+    for flag, name in FLAGS.items():
         if not flags & flag:
-            yield f"lacks {words}"
+            yield f"lacks {name}"
     if image.number("<H", image.file_flags_at) & RELOCATIONS_STRIPPED:
-        yield "relocations are stripped"
+        yield "has its relocations stripped"
     for header in image.section_headers:
         if image.number("<I", header + 36) & EXECUTE and image.number("<I", header + 36) & WRITE:
-            yield "a section can be written and executed"
+            yield "has a writable and executable section"
 
 
 def program_findings(image):
     yield from common_findings(image)
     if image.directory(RELOCATIONS)[1] == 0:
-        yield "holds no relocations"
+        yield "has no relocations"
     if image.directory(DELAYED_IMPORTS)[0] != 0:
-        yield "imports a library by delay"
+        yield "delay-loads a library"
     for name, _ in image.import_names():
         if name == COMMON_CONTROLS:
             if COMMON_CONTROLS_MANIFEST not in image.data:
@@ -95,9 +96,9 @@ def program_findings(image):
         elif name not in KNOWN_LIBRARIES:
             yield f"imports {name}"
     if not image.import_names():
-        yield "imports nothing: not read rightly"
+        yield "has no imports: misread"
     if STACK_CHECK_MESSAGE not in image.data:
-        yield "holds no stack check"
+        yield "has no stack check"
 
 
 def resource_findings(image):
@@ -111,11 +112,11 @@ def resource_findings(image):
 
 
 def object_findings(build):
-    """Rooms of which no object file holds the stack check."""
-    for room in ROOMS:
-        objects = glob.glob(f"{build}/CMakeFiles/talvenor_{room}.dir/**/*.obj", recursive=True)
+    """Modules without an object file that calls the stack check."""
+    for module in MODULES:
+        objects = glob.glob(f"{build}/CMakeFiles/talvenor_{module}.dir/**/*.obj", recursive=True)
         if not any(STACK_CHECK in read(path) for path in objects):
-            yield f"room {room}: none of {len(objects)} object files checks its stack"
+            yield f"module {module}: none of {len(objects)} object files has stack checks"
 
 
 def read(path):
@@ -137,60 +138,61 @@ def strip_relocations(image):
                      image.number("<H", image.file_flags_at) | RELOCATIONS_STRIPPED)
 
 
-def open_section(image):
+def make_section_writable(image):
     struct.pack_into("<I", image.data, image.section_headers[0] + 36, EXECUTE | WRITE)
 
 
 def rename_import(image):
-    place = next(place for name, place in image.import_names() if name == "gdi32.dll")
-    image.data[place:place + 3] = b"xyz"
+    name_offset = next(offset for name, offset in image.import_names() if name == "gdi32.dll")
+    image.data[name_offset:name_offset + 3] = b"xyz"
 
 
-def replace(old):
-    def trial(image):
+def overwrite(old):
+    def mutation(image):
         image.data[:] = image.data.replace(old, old[::-1])
-    return trial
+    return mutation
 
 
-def enter(image):
+def set_entry_point(image):
     struct.pack_into("<I", image.data, image.entry_at, 0x1000)
 
 
-COMMON_TRIALS = {**{f"lacks {words}": without_flag(flag) for flag, words in FLAGS.items()},
-                 "relocations are stripped": strip_relocations,
-                 "a section can be written and executed": open_section}
-PROGRAM_TRIALS = {**COMMON_TRIALS,
-                  "holds no relocations": with_directory(RELOCATIONS, 0, 0),
-                  "imports a library by delay": with_directory(DELAYED_IMPORTS, 0x1000, 0x20),
-                  "imports xyz32.dll": rename_import,
-                  "imports comctl32.dll without a manifest that binds it": replace(COMMON_CONTROLS_MANIFEST),
-                  "imports nothing: not read rightly": with_directory(IMPORTS, 0, 0),
-                  "holds no stack check": replace(STACK_CHECK_MESSAGE)}
-RESOURCE_TRIALS = {**COMMON_TRIALS, "has an entry point": enter, "has start-up code": with_directory(TLS, 0x1000, 0x28)}
+COMMON_MUTATIONS = {**{f"lacks {name}": without_flag(flag) for flag, name in FLAGS.items()},
+                    "has its relocations stripped": strip_relocations,
+                    "has a writable and executable section": make_section_writable}
+PROGRAM_MUTATIONS = {**COMMON_MUTATIONS,
+                     "has no relocations": with_directory(RELOCATIONS, 0, 0),
+                     "delay-loads a library": with_directory(DELAYED_IMPORTS, 0x1000, 0x20),
+                     "imports xyz32.dll": rename_import,
+                     "imports comctl32.dll without a manifest that binds it": overwrite(COMMON_CONTROLS_MANIFEST),
+                     "has no imports: misread": with_directory(IMPORTS, 0, 0),
+                     "has no stack check": overwrite(STACK_CHECK_MESSAGE)}
+RESOURCE_MUTATIONS = {**COMMON_MUTATIONS, "has an entry point": set_entry_point,
+                      "has start-up code": with_directory(TLS, 0x1000, 0x28)}
 
 
-def check_file(path, findings_of, trials):
-    """The findings about a file, and about the checks that do not find what is taken away from it."""
+def check_file(path, findings_of, mutations):
+    """The findings about a file, and about checks that do not notice a mutation."""
     data = read(path)
     name = os.path.basename(path)
     for finding in findings_of(Image(data)):
         yield f"{name} {finding}"
-    for expected, trial in trials.items():
+    for expected, mutate in mutations.items():
         image = Image(data)
-        trial(image)
+        mutate(image)
         if expected not in findings_of(image):
-            yield f"{name}: the check does not find that it {expected}"
+            yield f"{name}: the check would not find that it {expected}"
 
 
 def main():
     build = sys.argv[1]
-    findings = list(check_file(f"{build}/bin/talvenor.exe", program_findings, PROGRAM_TRIALS))
+    findings = list(check_file(f"{build}/bin/talvenor.exe", program_findings, PROGRAM_MUTATIONS))
     for library in RESOURCE_LIBRARIES:
-        findings += check_file(f"{build}/bin/{library}", resource_findings, RESOURCE_TRIALS)
+        findings += check_file(f"{build}/bin/{library}", resource_findings, RESOURCE_MUTATIONS)
     findings += object_findings(build)
     for finding in findings:
         print(finding)
-    print(f"{1 + len(RESOURCE_LIBRARIES)} files and {len(ROOMS)} rooms looked at, {len(findings)} findings")
+    print(f"{1 + len(RESOURCE_LIBRARIES)} files and {len(MODULES)} modules checked, {len(findings)} findings")
     return 1 if findings else 0
 
 
