@@ -1,12 +1,13 @@
-// The baseline of a conversion run: the same copies and the same automation calls in the same order as the
-// program makes them, without a window, a table or a map file. With "shown" also what a run has to show by
-// its rules, in windows without the program behind them (BareRunWindows.h).
+// The baseline of a full run: the same copies and automation calls in the same order as the program, without
+// a window, table or map file.
 //
 //   bareclient FOLDER ROWS.tsv [shown]
 //
-// ROWS.tsv (UTF-8) holds one part a line: file name in FOLDER, tab, name of its copy in FOLDER\Mapped, tab,
-// BOM name in which only "%2" is left to fill (with the configuration's name). Prints the number of files and
-// configurations and the seconds that the whole took, the server's start included and the windows' left out.
+// With "shown" it also displays what a run displays, in windows without the program behind them
+// (BareRunWindows.h). ROWS.tsv (UTF-8) holds one part per line: file name in FOLDER, tab, name of its copy in
+// FOLDER\Mapped, tab, BOM name in which only "%2", the configuration name, is not yet filled in. Prints the
+// number of files and configurations, and the seconds for all, including the start of the server but not the
+// creation of the windows.
 #include <windows.h>
 
 #include <comdef.h>
@@ -31,7 +32,7 @@
 namespace {
 
 #if !USE___UUIDOF
-// The toolchain's own list of owning pointers is switched off for GCC.
+// The toolchain's own smart pointer definitions are disabled for GCC.
 _COM_SMARTPTR_TYPEDEF(IDispatch, IID_IDispatch);
 #endif
 
@@ -58,7 +59,7 @@ std::vector<UTtab_entry> ReadRows(const std::wstring& path)
     std::vector<UTtab_entry> rows;
     for (const std::vector<std::wstring>& fields : ReadFields(path)) {
         if (fields.size() != 3) {
-            throw std::runtime_error("a row without its three fields");
+            throw std::runtime_error("a row does not have three fields");
         }
         rows.push_back({fields[0], fields[1], fields[2]});
     }
@@ -124,7 +125,7 @@ void WriteConfiguration(IDispatch* document, const std::wstring& name, const std
 std::vector<std::wstring> NamesOf(const _variant_t& value, long count)
 {
     if (value.vt != (VT_ARRAY | VT_BSTR)) {
-        throw std::runtime_error("the configuration names are no array of texts");
+        throw std::runtime_error("the configuration names are not an array of texts");
     }
     std::vector<std::wstring> names;
     for (LONG index = 0; index < count; ++index) {
@@ -159,7 +160,7 @@ long WriteBomEntries(IDispatch* application, const std::wstring& path, const std
     long errorCode = 0;
     IDispatchPtr document = OpenDocument(application, path, errorCode);
     if (document == nullptr || (errorCode >= 1 && errorCode != kOpenWarning)) {
-        throw std::runtime_error("a copy could not be opened");
+        throw std::runtime_error("cannot open a copy");
     }
     if ((errorCode & kOpenWarning) != 0) {
         Call(document, kAfterOpenWarning, {});
@@ -181,7 +182,7 @@ long WriteBomEntries(IDispatch* application, const std::wstring& path, const std
     return count;
 }
 
-// Returns the number of configurations written.
+// Returns the number of configurations.
 long ConvertRow(IDispatch* application, const std::wstring& folder, const UTtab_entry& row,
                 CBareRunWindows* windows)
 {
@@ -203,12 +204,12 @@ long ConvertRow(IDispatch* application, const std::wstring& folder, const UTtab_
     return configurations;
 }
 
-// Returns the number of configurations written.
+// Returns the number of configurations.
 long Convert(const std::wstring& folder, const std::vector<UTtab_entry>& rows, CBareRunWindows* windows)
 {
     IDispatchPtr application;
     if (FAILED(application.CreateInstance(kProgId, nullptr, CLSCTX_LOCAL_SERVER))) {
-        throw std::runtime_error("the server does not start");
+        throw std::runtime_error("cannot start the server");
     }
     if (static_cast<long>(Call(application, kDateCode, {})) < kOldestDateCode) {
         throw std::runtime_error("the server is too old");

@@ -15,7 +15,7 @@ UniqueHandle OpenFile(const std::wstring& path, DWORD access, DWORD share, DWORD
     const HANDLE handle =
         CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
-        throw std::runtime_error("cannot open a file for its copy");
+        throw std::runtime_error("cannot open a file to copy");
     }
     return UniqueHandle(handle);
 }

@@ -2,10 +2,11 @@
 
 #include <string>
 
-// What a run does with a part's file, by the system's calls alone. A failure ends in std::runtime_error.
+// What a run does with a part's file, by direct system calls. Both throw std::runtime_error on failure.
 
-// Copies the file in the blocks that a run copies in.
+// Copies the file in blocks of the size that a run uses.
 void CopyInBlocks(const std::wstring& source, const std::wstring& target);
 
-// Gives the file the read-only attribute or takes it; the file counts as changed now and is to be archived.
+// Sets or clears the read-only attribute, if needed. Also sets the archive attribute and the time of the last
+// write.
 void SetReadOnly(const std::wstring& path, bool readOnly);

@@ -12,12 +12,12 @@ constexpr int kColumnWidth = 175;
 constexpr int kStateImageWidth = 12;
 constexpr COLORREF kStateImageMask = RGB(255, 0, 0);
 
-INT_PTR CALLBACK AnswerNothing(HWND, UINT message, WPARAM, LPARAM)
+INT_PTR CALLBACK BareDialogProc(HWND, UINT message, WPARAM, LPARAM)
 {
     return message == WM_INITDIALOG ? TRUE : FALSE;
 }
 
-void PutMark(LVITEMW& item, bool pending)
+void SetMarkFields(LVITEMW& item, bool pending)
 {
     item.mask |= LVIF_PARAM | LVIF_STATE;
     item.lParam = pending ? 1 : 0;
@@ -39,7 +39,7 @@ UniqueModule LoadBareResources()
 
 HWND MakeBareDialog(UINT id, HWND owner)
 {
-    return CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(id), owner, &AnswerNothing, 0);
+    return CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(id), owner, &BareDialogProc, 0);
 }
 
 CBareDialog::CBareDialog()
@@ -75,7 +75,7 @@ void FillBare(HWND list, const std::vector<UTtab_entry>& rows, bool pending)
         item.mask = LVIF_TEXT;
         item.iItem = row;
         item.pszText = const_cast<wchar_t*>(entry.strOriginal.c_str());
-        PutMark(item, pending);
+        SetMarkFields(item, pending);
         SendMessageW(list, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
         SetBareText(list, row, 1, entry.strRenamed);
         SetBareText(list, row, 2, entry.strBomName);
@@ -98,7 +98,7 @@ void SetBareMark(HWND list, int row, bool pending)
 {
     LVITEMW item{};
     item.iItem = row;
-    PutMark(item, pending);
+    SetMarkFields(item, pending);
     SendMessageW(list, LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
 }
 

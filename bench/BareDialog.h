@@ -9,22 +9,22 @@
 #include "framework/Controls.h"
 #include "framework/Handles.h"
 
-// Makes the dialogs' templates ready, for as long as the result lives.
+// Loads the dialog templates for the lifetime of the result.
 [[nodiscard]] UniqueModule LoadBareResources();
 
-// A modeless dialog of that template with no object behind it.
+// Creates a modeless dialog that no object is bound to.
 [[nodiscard]] HWND MakeBareDialog(UINT id, HWND owner);
 
-// Inserts the rows behind each other into an empty list, with redraw off; as pending rows or converted.
+// Appends the rows to an empty list, as pending or converted, with redraw off.
 void FillBare(HWND list, const std::vector<UTtab_entry>& rows, bool pending);
 
-// One cell or one mark of a row, by the one message that it needs.
+// Sets a cell or the mark of a row with one message.
 void SetBareText(HWND list, int row, int column, const std::wstring& text);
 void SetBareMark(HWND list, int row, bool pending);
 
-// The main dialog's controls without the program: made from the same template, with the same styles, columns
-// and state images, and filled by the bare messages. No object is bound to the window or its controls.
-// Modeless, so that whoever makes it has a message loop. Goes with the object.
+// The main dialog without the program: created from the same template, with the same styles, columns and
+// state images, and filled with plain messages. No object is bound to the window or its controls. The dialog
+// is modeless; the caller runs the message loop. The destructor destroys it.
 class CBareDialog
 {
 public:
@@ -36,7 +36,7 @@ public:
     [[nodiscard]] HWND Window() const { return m_window; }
     [[nodiscard]] HWND List() const { return m_list; }
 
-    // Inserts the rows into the list, which is empty.
+    // The list must be empty.
     void Fill(const std::vector<UTtab_entry>& rows, bool pending) const { FillBare(List(), rows, pending); }
 
 private:
@@ -45,7 +45,7 @@ private:
     HWND m_list;
 };
 
-// Keeps a bare window from redrawing, and has it redrawn at the end.
+// Turns redraw off for its lifetime, then invalidates the window.
 class CBareRedrawPause
 {
 public:

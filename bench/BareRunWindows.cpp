@@ -19,7 +19,7 @@ void Show(HWND window)
     UpdateWindow(window);
 }
 
-// Begins as a run does: the main dialog is there and disabled.
+// Shows the main dialog, disabled as during a run, and creates the progress dialog.
 HWND MakeProgressDialog(const CBareDialog& main, const std::vector<UTtab_entry>& rows)
 {
     main.Fill(rows, true);
@@ -27,7 +27,7 @@ HWND MakeProgressDialog(const CBareDialog& main, const std::vector<UTtab_entry>&
     EnableWindow(main.Window(), FALSE);
     const HWND window = MakeBareDialog(IDD_PROGRESS, main.Window());
     if (main.Window() == nullptr || window == nullptr) {
-        throw std::runtime_error("the dialogs cannot be made");
+        throw std::runtime_error("cannot create the dialogs");
     }
     return window;
 }

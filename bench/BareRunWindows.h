@@ -8,14 +8,13 @@
 #include "bench/BareDialog.h"
 #include "core/UTtabEntry.h"
 
-// What a run has to show by its rules, row by row and configuration by configuration, without the program:
-// the bare main dialog with its rows and a progress dialog that no object is bound to. A text goes to its
-// control only when it changes. Painting is left to the one message that each row and each configuration
-// takes, and to what the controls paint by themselves.
+// Displays what a run displays for each row and configuration, without the program: the bare main dialog with
+// its rows, and a progress dialog that no object is bound to. Sets a text only if it has changed. Painting
+// happens when a row or configuration takes its one message, and when the controls paint themselves.
 class CBareRunWindows
 {
 public:
-    // Shows both windows. The rows are all pending.
+    // Shows both windows, with all rows pending.
     explicit CBareRunWindows(const std::vector<UTtab_entry>& rows);
     CBareRunWindows(const CBareRunWindows&) = delete;
     CBareRunWindows& operator=(const CBareRunWindows&) = delete;
@@ -24,23 +23,23 @@ public:
     // A row begins.
     void ShowCopy(const std::wstring& source, const std::wstring& target);
 
-    // Its copy is there.
+    // The copy of the row is made.
     void ShowCurrentFile(const std::wstring& target);
 
-    // One of the copy's configurations, the first being 0 of `count`.
+    // A configuration of the copy; index is 0 to count - 1.
     void ShowConfiguration(const std::wstring& name, const std::wstring& bomName, long index, long count);
 
-    // The copy is saved; its button cannot be pressed until it is closed.
+    // The copy is being saved. Disables the cancel button until the copy is closed.
     void ShowSaving();
     void EnableCancel(bool enable) const { EnableWindow(m_cancel, enable); }
 
-    // The row is done; a page of rows scrolls into view at a time.
+    // The row is done. Scrolls by whole pages.
     void FinishRow();
 
-    // Throws unless all rows were shown as done: what was not shown is no measurement.
+    // Throws std::runtime_error unless all rows are shown as done: otherwise the measurement is worthless.
     void CheckAllShown() const;
 
-    // Takes one message that waits, if there is one.
+    // Dispatches one waiting message, if any.
     static void PumpOneMessage();
 
 private:

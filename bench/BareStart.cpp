@@ -1,8 +1,8 @@
-// The baseline of the program's start: a bare dialog of the same controls, filled with the same texts.
+// The baseline of the program's start: a bare dialog with the same controls and texts.
 //
 //   barestart ROWS.tsv
 //
-// ROWS.tsv holds a row's three texts a line. Stays until its window is closed.
+// ROWS.tsv holds the three texts of one row per line. Runs until its window is closed.
 #include <windows.h>
 
 #include "bench/BareDialog.h"

@@ -1,16 +1,16 @@
-// Times a conversion run of the real dialog, from the press of its start button to the answer to its last
-// message, which is given at once. FOLDER holds the standard parts.
+// Times conversion runs of the real dialog, from the press of the start button to the closing of the last
+// message box, which closes at once. FOLDER holds the standard parts.
 //
 //   runbench copies FOLDER PAIRS
-//     Runs that only copy. Prints for each pair the seconds of the run, of a loop of the system's own copy
-//     call on the same files, of a loop that copies them in the run's small blocks and deals with the
-//     read-only attribute, and of the same loop when it also shows in bare windows what a run has to show by
-//     its rules (BareRunWindows.h). The first pair is not printed.
+//     Runs that only copy. Prints for each pair the seconds of the run and of three loops over the same
+//     files: the system's copy call; copying in the run's small blocks, with the read-only attribute; the
+//     same, displaying what a run displays, in bare windows (BareRunWindows.h). Does not print the first
+//     pair.
 //   runbench records FOLDER ROWS
-//     A run of so many rows that are converted already: each is shown and recorded, and nothing is copied.
-//     Prints its seconds.
+//     A run with ROWS rows that are converted already: each is shown and recorded, but nothing is copied.
+//     Prints the seconds.
 //   runbench full FOLDER
-//     One whole run with the CAD system; prints its seconds.
+//     One full run with the CAD system. Prints the seconds.
 #include <windows.h>
 
 #include <cstdio>
@@ -22,7 +22,7 @@
 
 #include "bench/BareCopy.h"
 #include "bench/BareRunWindows.h"
-#include "bench/BenchedDialog.h"
+#include "bench/MeasuredDialog.h"
 #include "bench/Stopwatch.h"
 #include "files/FileMisc.h"
 #include "files/MapCodePage.h"
@@ -42,7 +42,7 @@ void RemoveFolder(const std::wstring& folder)
 
 double TimeRun(const std::wstring& folder, bool copyOnly, std::vector<UTtab_entry>& rows)
 {
-    CBenchedDialog dialog(folder);
+    CMeasuredDialog dialog(folder);
     rows = dialog.Rows();
     CheckDlgButton(dialog.Window(), IDC_COPY_ONLY, copyOnly ? BST_CHECKED : BST_UNCHECKED);
     static_cast<void>(dialog.m_messages.TakeTexts());
@@ -56,17 +56,16 @@ double TimeRun(const std::wstring& folder, bool copyOnly, std::vector<UTtab_entr
     return seconds;
 }
 
-// Copies the row's file to the target.
 using CopyRow = std::function<void(const std::wstring& source, const std::wstring& target)>;
 
 void CopyBySystem(const std::wstring& source, const std::wstring& target)
 {
     if (CopyFileW(source.c_str(), target.c_str(), TRUE) == FALSE) {
-        throw std::runtime_error("the system does not copy");
+        throw std::runtime_error("the system cannot copy a file");
     }
 }
 
-void CopyAsRunsDo(const std::wstring& source, const std::wstring& target)
+void CopyLikeRun(const std::wstring& source, const std::wstring& target)
 {
     SetReadOnly(target, false);
     CopyInBlocks(source, target);
@@ -112,13 +111,13 @@ void MeasureCopies(const std::wstring& folder, int pairs)
 {
     for (int pair = 0; pair <= pairs; ++pair) {
         std::vector<UTtab_entry> rows;
-        RemoveFolder(folder + L"\\Mapped");  // so that every row begins as a new one
+        RemoveFolder(folder + L"\\Mapped");  // so that every row is new
         const double run = TimeRun(folder, true, rows);
         const double bySystem = TimeCopies(folder, rows, &CopyBySystem);
-        const double asRunsDo = TimeCopies(folder, rows, &CopyAsRunsDo);
+        const double likeRun = TimeCopies(folder, rows, &CopyLikeRun);
         const double shown = TimeShownCopies(folder, rows);
         if (pair > 0) {
-            std::printf("%.6f\t%.6f\t%.6f\t%.6f\n", run, bySystem, asRunsDo, shown);
+            std::printf("%.6f\t%.6f\t%.6f\t%.6f\n", run, bySystem, likeRun, shown);
         }
     }
 }

@@ -1,10 +1,10 @@
-// Times the start of a program with the main dialog's list: from the making of the process until it waits for
-// input with everything painted. Then looks at how much memory it took at most, and ends it.
+// Times the start of a program that has the main dialog's list: from the creation of the process until it
+// waits for input and everything is painted. Then reads its peak memory and ends it.
 //
 //   startbench ROWS PROGRAM [ARG ...]
 //
-// Prints: seconds, tab, peak of the working set in kilobytes, tab, peak of the committed memory in kilobytes.
-// ROWS is how many rows the list must hold: a start that shows anything else is no measurement.
+// Prints: seconds, tab, peak working set in kilobytes, tab, peak committed memory in kilobytes. Fails unless
+// the list holds ROWS rows.
 #include <windows.h>
 
 #include <commctrl.h>
@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr DWORD kPatience = 120'000;  // milliseconds
+constexpr DWORD kTimeout = 120'000;  // milliseconds
 
 struct Process
 {
@@ -33,37 +33,37 @@ Process Start(std::wstring command)
 {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
-    PROCESS_INFORMATION made{};
+    PROCESS_INFORMATION created{};
     if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                       &made) == FALSE) {
-        throw std::runtime_error("the program does not start");
+                       &created) == FALSE) {
+        throw std::runtime_error("cannot start the program");
     }
-    return {UniqueHandle(made.hProcess), UniqueHandle(made.hThread), made.dwThreadId};
+    return {UniqueHandle(created.hProcess), UniqueHandle(created.hThread), created.dwThreadId};
 }
 
-// Until the process waits for input. Just after its making there may be nothing to wait for yet.
+// Just after the creation of the process, WaitForInputIdle may fail because there is no message queue yet.
 bool WaitUntilIdle(HANDLE process)
 {
     const CStopwatch watch;
     DWORD waited = WAIT_FAILED;
-    while (waited == WAIT_FAILED && watch.Seconds() * 1000 < kPatience) {
-        waited = WaitForInputIdle(process, kPatience);
+    while (waited == WAIT_FAILED && watch.Seconds() * 1000 < kTimeout) {
+        waited = WaitForInputIdle(process, kTimeout);
         Sleep(waited == WAIT_FAILED ? 1 : 0);
     }
     return waited == 0;
 }
 
-// The window of the thread that has the list.
+// The thread's window that contains the list.
 HWND FindWindowWithList(DWORD threadId)
 {
     HWND found = nullptr;
     EnumThreadWindows(
         threadId,
-        [](HWND window, LPARAM place) -> BOOL {
+        [](HWND window, LPARAM result) -> BOOL {
             if (GetDlgItem(window, IDC_LIST) == nullptr) {
                 return TRUE;
             }
-            *reinterpret_cast<HWND*>(place) = window;
+            *reinterpret_cast<HWND*>(result) = window;
             return FALSE;
         },
         reinterpret_cast<LPARAM>(&found));
@@ -76,7 +76,7 @@ void RequireFinished(DWORD threadId, int rows)
     const HWND list = GetDlgItem(window, IDC_LIST);
     if (window == nullptr || IsWindowVisible(window) == FALSE ||
         SendMessageW(list, LVM_GETITEMCOUNT, 0, 0) != rows || GetUpdateRect(list, nullptr, FALSE) != FALSE) {
-        throw std::runtime_error("the start is not what it should be");
+        throw std::runtime_error("the window is not complete after the start");
     }
 }
 
@@ -100,7 +100,7 @@ void Measure(int rows, const std::wstring& command)
         throw;
     }
     TerminateProcess(process.handle.get(), 0);
-    WaitForSingleObject(process.handle.get(), kPatience);
+    WaitForSingleObject(process.handle.get(), kTimeout);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// Measures time from when it is made.
+// Measures the time since its construction.
 class CStopwatch
 {
 public:

@@ -1,16 +1,15 @@
-// Times what the main dialog does with many rows against bare loops of the same messages.
+// Times the main dialog's commands on many rows against bare loops of the same messages.
 //
-//   tablebench WORK ROWS PAIRS TABLE.tsv
+//   tablebench COMMAND ROWS PAIRS TABLE.tsv
 //
-// WORK is fill, show, apply1, apply2, select, delete, thin or mark. TABLE.tsv names standard parts; more than
-// it holds are made of them. Prints a line for each pair of runs: seconds of the program, tab, seconds of the
-// bare loop; apply also prints the seconds of the bare loop with the reading of the settings that each row
-// asks for. Pairs of the first two seconds, at least one, are not printed: they make memory and caches ready
-// for both.
+// COMMAND is fill, show, apply1, apply2, select, delete, delete-half or mark. TABLE.tsv names standard parts;
+// if ROWS is more, further names are derived from them. Prints a line for each pair of runs: seconds of the
+// program, tab, seconds of the bare loop. apply1 and apply2 also print the seconds of the bare loop when it
+// reads the settings for each row. The pairs of the first two seconds, at least one, warm up memory and
+// caches and are not printed.
 //
-// The program's side is the real dialog (BenchedDialog.h), the bare side the same controls without any object
-// behind them (BareDialog.h). The time of each includes the painting of what it has changed. What both lists
-// hold afterwards is compared: work that was not done is no measurement.
+// The program's side is the real dialog (MeasuredDialog.h), the bare side has the same controls without
+// objects (BareDialog.h). Times include painting. Fails if the lists differ afterwards.
 #include <windows.h>
 
 #include <commctrl.h>
@@ -25,7 +24,7 @@
 #include <vector>
 
 #include "bench/BareDialog.h"
-#include "bench/BenchedDialog.h"
+#include "bench/MeasuredDialog.h"
 #include "bench/Stopwatch.h"
 #include "bench/TextFile.h"
 #include "core/NameTemplate.h"
@@ -39,7 +38,7 @@ namespace {
 
 constexpr double kWarmUpSeconds = 2;
 
-// Names like those of the table, none twice, in the order in which the system lists a folder.
+// Different names like those in the table, in the order in which the system lists a folder.
 std::vector<std::wstring> MakeNames(const std::wstring& tablePath, std::size_t count)
 {
     const std::vector<std::vector<std::wstring>> table = ReadFields(tablePath);
@@ -85,7 +84,7 @@ std::wstring BareText(HWND list, int row, int column)
     return text;
 }
 
-// The least that reading a template takes: what the settings store calls, without the store.
+// The registry calls with which the settings store reads a template.
 std::wstring BareTemplate(int column)
 {
     const std::wstring name = L"Template Text Column " + std::to_wstring(column);
@@ -113,17 +112,17 @@ public:
         m_program.Table().AddFiles(m_names);
         m_rows = m_program.Rows();
         if (m_rows.size() != rows || !m_program.m_messages.TakeTexts().empty()) {
-            throw std::runtime_error("the names are not all taken");
+            throw std::runtime_error("the table did not accept all names");
         }
         ShowWindow(m_bare.Window(), SW_SHOW);
         DrainMessages();
     }
 
-    void Measure(const std::wstring& work, int pairs)
+    void Measure(const std::wstring& command, int pairs)
     {
-        const auto found = m_works.find(work);
-        if (found == m_works.end()) {
-            throw std::runtime_error("no such work");
+        const auto found = m_commands.find(command);
+        if (found == m_commands.end()) {
+            throw std::runtime_error("unknown command");
         }
         const CStopwatch sinceBegin;
         do {
@@ -157,7 +156,7 @@ private:
         DrainMessages();
     }
 
-    // Both lists hold all rows as converted ones, selected or not.
+    // Fills both lists with all rows as converted, selected or not.
     void FillBoth(bool selected) const
     {
         Empty();
@@ -175,7 +174,7 @@ private:
     {
         const int count = ListView_GetItemCount(BareList());
         if (count != m_program.Table().GetItemCount()) {
-            throw std::runtime_error("the lists are not equally long");
+            throw std::runtime_error("the lists have different lengths");
         }
         for (int row = 0; row < count; ++row) {
             const UTtab_entry bare{BareText(BareList(), row, 0), BareText(BareList(), row, 1),
@@ -239,7 +238,7 @@ private:
                 Timed(BareList(), [this] { DeleteBareRows(); })};
     }
 
-    // From the end, where nothing has to move up.
+    // From the end, so that no rows have to move up.
     void DeleteBareRows() const
     {
         const CBareRedrawPause pause(BareList());
@@ -281,7 +280,7 @@ private:
         return {program, bare, reading};
     }
 
-    // Reads both texts of each row, as making the new one asks for, then sets the finished text and the mark.
+    // For each row, reads the two texts that the new one is made from, then sets the new text and the mark.
     void ApplyBare(int column, const std::vector<UTtab_entry>& made,
                    const std::function<void()>& before) const
     {
@@ -298,18 +297,18 @@ private:
     }
 
     CTempFolder m_folder;
-    CBenchedDialog m_program{m_folder.Path()};
+    CMeasuredDialog m_program{m_folder.Path()};
     CBareDialog m_bare;
     std::vector<std::wstring> m_names;
-    std::vector<UTtab_entry> m_rows;  // the finished ones
-    const std::map<std::wstring, std::function<std::vector<double>()>> m_works{
+    std::vector<UTtab_entry> m_rows;  // with generated names
+    const std::map<std::wstring, std::function<std::vector<double>()>> m_commands{
         {L"fill", [this] { return Fill(); }},
         {L"show", [this] { return Show(); }},
         {L"apply1", [this] { return Apply(1); }},
         {L"apply2", [this] { return Apply(2); }},
         {L"select", [this] { return SelectRows(); }},
         {L"delete", [this] { return DeleteRows(); }},
-        {L"thin", [this] { return DeleteHalfTheRows(); }},
+        {L"delete-half", [this] { return DeleteHalfTheRows(); }},
         {L"mark", [this] { return MarkRows(); }},
     };
 };
@@ -319,7 +318,7 @@ private:
 int wmain(int count, wchar_t** arguments)
 {
     if (count != 5) {
-        std::fprintf(stderr, "usage: tablebench WORK ROWS PAIRS TABLE.tsv\n");
+        std::fprintf(stderr, "usage: tablebench COMMAND ROWS PAIRS TABLE.tsv\n");
         return 2;
     }
     return RunBench([arguments] {

@@ -1,13 +1,13 @@
-// What the rules for names cost on the build machine.
+// Measures the name rules on the build machine.
 //
-//   textbench --names=TABLE.tsv [Google Benchmark's own arguments]
+//   textbench --names=TABLE.tsv [arguments of Google Benchmark]
 //   textbench --names=TABLE.tsv --passes=RULE,N   only makes N passes, for a tool that counts instructions
 //
-// Each pass goes over all names of the table once. "copy" is the baseline: the names' characters are copied
-// into a text that has room. The rules are timed in the forms that use their texts again, as filling does;
-// those that return a new text allocate it besides. A name's allocations are counted too; they are those of
-// this machine's library, whose texts hold fewer characters without one than those of the library for Windows
-// do.
+// Each pass applies a rule to every name in the table. The rule "copy" is the baseline: it copies the name
+// into a text with enough capacity. The functions are those that reuse their texts, as filling the table
+// does; those that return a new text allocate it besides. Allocations per name are counted, too. They are
+// those of this machine's library, whose short-string buffer holds fewer characters than that of the library
+// for Windows.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -33,7 +33,7 @@ struct Sample
 {
     std::wstring name;
     PartNameValues values;
-    std::wstring newName;  // before the rules for file names
+    std::wstring newName;  // before it is sanitised
 };
 
 using Samples = std::vector<Sample>;
@@ -80,7 +80,7 @@ void Expand(const Sample& sample)
 void Sanitise(const Sample& sample)
 {
     static std::wstring text(1000, L'\0');
-    text = sample.newName;  // as the rules change it; the copy needs no allocation
+    text = sample.newName;  // the rules change it in place; the copy needs no allocation
     benchmark::DoNotOptimize(EnsureExtension(text, sample.values.strExt, EqualIgnoringCase));
     benchmark::DoNotOptimize(SanitizeFileName(text));
 }
@@ -103,17 +103,17 @@ void Measure(benchmark::State& state, const Samples& samples, void (*rule)(const
     }
     const auto names = static_cast<double>(state.iterations()) * static_cast<double>(samples.size());
     state.counters["time"] = benchmark::Counter(
-        names, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);  // seconds for one name
+        names, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);  // seconds per name
     state.counters["allocations"] = static_cast<double>(g_allocations - before) / names;
 }
 
-// Takes the argument that begins with the lead off the list; empty when there is none.
-std::string TakeArgument(int& count, char** arguments, std::string_view lead)
+// Removes the argument with this prefix and returns its value; empty if there is none.
+std::string TakeArgument(int& count, char** arguments, std::string_view prefix)
 {
     for (int i = 1; i < count; ++i) {
         const std::string_view argument = arguments[i];
-        if (argument.starts_with(lead)) {
-            std::string value(argument.substr(lead.size()));
+        if (argument.starts_with(prefix)) {
+            std::string value(argument.substr(prefix.size()));
             std::rotate(arguments + i, arguments + i + 1, arguments + count);
             --count;
             return value;

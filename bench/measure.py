@@ -1,8 +1,8 @@
-"""Measures, prints the table, writes bench/RESULTS.md and bench/growth.svg; called by tools/bench, which has prepared all.
+"""Measures, prints the table, writes bench/RESULTS.md and bench/growth.svg. Called by tools/bench, which sets everything up.
 
-Every ratio is that of a run of the program and one of a baseline in the same round, the program's first; the table shows the
-median of the rounds and, in brackets, the smallest and the largest. What is short is warmed up by rounds that do not count.
-A baseline that has a rule's cost in it is beside the aim, which is that of the bare one: its ratio is stated only.
+Every ratio compares a run of the program with a run of a baseline in the same round; the program runs first. The table shows
+the median of the rounds and, in brackets, the smallest and the largest ratio. Rounds that warm up short measurements do not
+count. The target applies to the bare baseline; a baseline that also does more of what the program does has no target.
 """
 import argparse
 import collections
@@ -20,9 +20,9 @@ import growth
 BENCH, BIN, TABLE = "build/bench", "build/windows/bin", "data/standard-parts.tsv"
 LIBRARY, BARE_LIBRARY = "C:\\Zelmar\\Normteile", "C:\\Zelmar\\Bare"
 PAIRS = 5
-SHORT_PAIRS = 15  # of what takes a fraction of a second
+SHORT_PAIRS = 15  # for measurements of a fraction of a second
 GROWTH = [1000, 10000, 20000, 100000]
-Line = collections.namedtuple("Line", "work baseline seconds ratio aim verdict")
+Line = collections.namedtuple("Line", "work baseline seconds ratio target verdict")
 
 
 def windows_path(path):
@@ -30,69 +30,72 @@ def windows_path(path):
 
 
 def run(*command):
-    """What a Windows program prints: a list of lines, each a list of numbers."""
+    """Runs a Windows program; returns the lines of its output, each as a list of numbers."""
     done = subprocess.run([os.path.abspath("tools/run-windows"), *command], cwd=BIN, capture_output=True, text=True)
     if done.returncode != 0:
         sys.exit(f"{' '.join(command)}: status {done.returncode}\n{done.stderr[-2000:]}")
     return [[float(field) for field in line.split("\t")] for line in done.stdout.splitlines() if line.strip()]
 
 
-def progress(words):
-    print(f"   {datetime.datetime.now():%H:%M:%S} {words}", file=sys.stderr, flush=True)
+def progress(message):
+    print(f"   {datetime.datetime.now():%H:%M:%S} {message}", file=sys.stderr, flush=True)
 
 
-def line(work, baseline, pairs, aim=None):
-    """A row of the table from pairs of seconds."""
+def line(work, baseline, pairs, target=None):
+    """A line of the table, from pairs of seconds."""
     ratios = [program / bare for program, bare in pairs]
-    middle = statistics.median(ratios)
+    median = statistics.median(ratios)
     seconds = f"{statistics.median(p for p, _ in pairs):.3f} / {statistics.median(b for _, b in pairs):.3f}"
-    return Line(work, baseline, seconds, f"{middle:.2f} ({min(ratios):.2f} to {max(ratios):.2f})",
-                f"at most {aim}" if aim else "stated", "" if not aim else "met" if middle <= aim else "missed")
+    return Line(work, baseline, seconds, f"{median:.2f} ({min(ratios):.2f} to {max(ratios):.2f})",
+                f"at most {target}" if target else "none", "" if not target else "met" if median <= target else "missed")
 
 
-def table_work(work, rows, pairs):
-    progress(f"{work}, {rows} rows")
-    return run("./tablebench.exe", work, str(rows), str(pairs), windows_path(TABLE))
+def table_times(command, rows, pairs):
+    progress(f"{command}, {rows} rows")
+    return run("./tablebench.exe", command, str(rows), str(pairs), windows_path(TABLE))
 
 
-def growth_line(words, times, more_times):
-    """How many times as long as 20,000 rows 100,000 take: five times where nothing grows faster than the rows."""
+def growth_line(title, times, more_times):
+    """How much longer 100,000 rows take than 20,000. If time is proportional to the number of rows, the factor is 5."""
     grown = statistics.median(t[0] for t in more_times) / statistics.median(t[0] for t in times)
     bare = statistics.median(t[1] for t in more_times) / statistics.median(t[1] for t in times)
-    return Line(f"{words}: 100,000 against 20,000", f"the baseline's: {bare:.2f}", "", f"{grown:.2f}", "at most 6",
+    return Line(f"{title}: 100,000 compared with 20,000", f"the baseline grows by {bare:.2f}", "", f"{grown:.2f}", "at most 6",
                 "met" if grown <= 6 else "missed")
 
 
 def table_lines(times):
     lines = []
-    for work, words, aim in (("fill", "fill the table with {} new names", 1.5), ("show", "show a map file of {} records", 1.2)):
+    for work, title, target in (("fill", "fill the table with {} new names", 1.5), ("show", "show a map file of {} records", 1.2)):
         for rows in GROWTH:
-            times[work, rows] = table_work(work, rows, SHORT_PAIRS if rows <= 20000 else PAIRS)
+            times[work, rows] = table_times(work, rows, SHORT_PAIRS if rows <= 20000 else PAIRS)
             if rows in (20000, 100000):
-                lines.append(line(words.format(f"{rows:,}"), "inserting the same texts", times[work, rows], aim))
+                lines.append(line(title.format(f"{rows:,}"), "inserting the same texts", times[work, rows], target))
     return lines + [growth_line("fill the table", times["fill", 20000], times["fill", 100000])]
 
 
 def command_lines():
     lines = []
-    for work, words in (("select", "select all rows"), ("mark", "mark selected rows"), ("delete", "delete all rows, selected"),
-                        ("thin", "delete every second row, selected"),
-                        ("apply1", "apply the file-name template"), ("apply2", "apply the BOM-name template")):
-        times = {rows: table_work(work, rows, 1 if work.startswith("apply") and rows == 100000 else PAIRS) for rows in (20000, 100000)}
+    for command, title in (("select", "select all rows"), ("mark", "mark selected rows"), ("delete", "delete all rows, selected"),
+                           ("delete-half", "delete every second row, selected"),
+                           ("apply1", "apply the file-name template"), ("apply2", "apply the BOM-name template")):
+        applies = command.startswith("apply")
+        times = {rows: table_times(command, rows, 1 if applies and rows == 100000 else PAIRS) for rows in (20000, 100000)}
         for rows in times:
-            lines.append(line(f"{words}, {rows:,}", "the messages that it needs", [t[:2] for t in times[rows]], 1.5))
-            if work.startswith("apply"):
-                lines.append(line(f"{words}, {rows:,}", "the same and reading the setting for each row", [(t[0], t[2]) for t in times[rows]]))
-        lines.append(growth_line(words, times[20000], times[100000]))
+            lines.append(line(f"{title}, {rows:,}", "the necessary messages", [t[:2] for t in times[rows]], 1.5))
+            if applies:
+                lines.append(line(f"{title}, {rows:,}", "the same, and reading the template for each row",
+                                  [(t[0], t[2]) for t in times[rows]]))
+        lines.append(growth_line(title, times[20000], times[100000]))
     return lines
 
 
 def copy_lines():
     progress("runs that only copy")
     times = run("./runbench.exe", "copies", LIBRARY, str(PAIRS))
-    return [line("copy-only run over the demo library", words, [(t[0], t[at]) for t in times], aim)
-            for at, words, aim in ((1, "the system's copy call", 1.5), (2, "copies in blocks of 4096 bytes, read-only attribute", None),
-                                   (3, "the same, and showing what has to be shown", None))]
+    return [line("copy-only run over the demo library", baseline, [(t[0], t[column]) for t in times], target)
+            for column, baseline, target in ((1, "the system's copy call", 1.5),
+                                             (2, "copies in blocks of 4096 bytes, read-only attribute", None),
+                                             (3, "the same, and displaying what a run displays", None))]
 
 
 def bare_run(*options):
@@ -101,14 +104,14 @@ def bare_run(*options):
     return float(subprocess.run(command, cwd=BIN, capture_output=True, text=True, check=True).stdout.split()[-2])
 
 
-def read_once(*folders):
-    """What was read lately is in memory, for the program's library as for the baseline's."""
+def warm_disk_cache(*folders):
+    """Reads all files of the folders, so that both libraries are in the disk cache."""
     for folder in folders:
         subprocess.run(f"cat {BENCH}/prefix/drive_c/Zelmar/{folder}/*.* >/dev/null", shell=True, check=True)
 
 
 def full_run_lines(count):
-    read_once("Normteile", "Bare")
+    warm_disk_cache("Normteile", "Bare")
     times = []
     for number in range(count):
         progress(f"full run {number + 1}")
@@ -118,9 +121,9 @@ def full_run_lines(count):
         else:
             shown = bare_run("shown")
             times.append((program, bare_run(), shown))
-    return [line("full run over the demo library", words, [(t[0], t[at]) for t in times], aim)
-            for at, words, aim in ((1, "its copies and automation calls without a window", 1.1),
-                                   (2, "the same, and showing what has to be shown", None))]
+    return [line("full run over the demo library", baseline, [(t[0], t[column]) for t in times], target)
+            for column, baseline, target in ((1, "its copies and automation calls without a window", 1.1),
+                                             (2, "the same, and displaying what a run displays", None))]
 
 
 def set_parts_folder(folder):
@@ -143,11 +146,11 @@ def start_lines():
     for pair in range(SHORT_PAIRS + 1):
         progress(f"start {pair}")
         pairs.append((start(rows, "talvenor.exe")[0], start(rows, *bare)[0]))
-    return [line(f"start with {rows:,} rows, up to the finished paint", "a bare dialog with the same texts", pairs[1:], 1.3)]
+    return [line(f"start with {rows:,} rows, until everything is painted", "a bare dialog with the same texts", pairs[1:], 1.3)]
 
 
 def memory_lines():
-    """With a map file of 100,000 records at the start."""
+    """Measures a start with a map file of 100,000 records."""
     progress("memory with 100,000 rows")
     folder = f"{BENCH}/prefix/drive_c/Zelmar/Many"
     os.makedirs(f"{folder}/Mapped", exist_ok=True)
@@ -159,8 +162,8 @@ def memory_lines():
     set_parts_folder("C:\\Zelmar\\Many")
     bare = ("barestart.exe", windows_path(f"{BENCH}/many.tsv"))
     pairs = [tuple(start(100000, *command)[1] / 1024 for command in (("talvenor.exe",), bare)) for _ in range(PAIRS)]
-    words = "a bare dialog that has read the same texts from a file"
-    return [line("peak memory with 100,000 rows from a map file, MB", words, pairs)]
+    baseline = "a bare dialog that has read the same texts from a file"
+    return [line("peak memory with 100,000 rows from a map file, MB", baseline, pairs)]
 
 
 def stripped_size(name):
@@ -170,19 +173,20 @@ def stripped_size(name):
 
 def size_lines():
     sizes = [stripped_size(name) for name in ("talvenor.exe", "talvresgerx64.dll", "talvresusx64.dll")]
-    return [Line("executable and two libraries, stripped, MB", "a bare dialog, without the libraries",
+    return [Line("executable and two libraries, stripped, MB", "a bare dialog, without libraries",
                  f"{' + '.join(f'{size:.3f}' for size in sizes)} / {stripped_size('barestart.exe'):.3f}", f"{sum(sizes):.3f} MB",
                  "under 1.5", "met" if sum(sizes) < 1.5 else "missed")]
 
 
 def instructions(rule, passes):
-    done = subprocess.run(["valgrind", "--tool=callgrind", f"--callgrind-out-file={BENCH}/callgrind.out", f"{BENCH}/text/bin/textbench",
-                           f"--names={TABLE}", f"--passes={rule},{passes}"], capture_output=True, text=True, check=True)
+    done = subprocess.run(["valgrind", "--tool=callgrind", f"--callgrind-out-file={BENCH}/callgrind.out",
+                           f"{BENCH}/text/bin/textbench", f"--names={TABLE}", f"--passes={rule},{passes}"],
+                          capture_output=True, text=True, check=True)
     return int(re.search(r"Collected : (\d+)", done.stderr).group(1))
 
 
 def text_rows():
-    """Name, nanoseconds, instructions and allocations a name."""
+    """Rows of (rule, nanoseconds, instructions, allocations), all per name."""
     progress("text rules")
     names = sum(1 for text in open(TABLE, encoding="utf-8") if not text.startswith("#"))
     out = subprocess.run([f"{BENCH}/text/bin/textbench", f"--names={TABLE}", "--benchmark_repetitions=5", "--benchmark_format=csv"],
@@ -217,22 +221,24 @@ def machine():
     return f"{os.cpu_count()} cores, {release['PRETTY_NAME']}, {wine}; load before measuring {load:.1f}"
 
 
-def report(head, lines, texts):
-    """The results so far."""
-    out = ["# What the program costs", "", *head, "",
-           "| work | baseline in the same run | program / baseline, seconds (median) | ratio: median (spread) | aim | |", "|---|---|---|---|---|---|"]
+def report(introduction, lines, texts):
+    """The text of RESULTS.md with the results so far."""
+    out = ["# What the program costs", "", *introduction, "",
+           "| work | baseline in the same round | program / baseline, seconds (median) | ratio: median (range) | target | |",
+           "|---|---|---|---|---|---|"]
     out += ["| " + " | ".join(row) + " |" for row in lines]
-    out += ["", "The rules for names on the build machine, for one name. Copying its characters is the baseline; instructions are",
-            "callgrind's and the stable figure; allocations are those of this machine's library.", "",
-            "| rule | nanoseconds | instructions | against copying | allocations |", "|---|---|---|---|---|"]
+    out += ["", "The name rules on the build machine, per name. The baseline copies the characters of the name. Instructions are",
+            "counted by callgrind and do not vary; allocations are those of this machine's library.", "",
+            "| rule | nanoseconds | instructions | compared with copying | allocations |", "|---|---|---|---|---|"]
     copied = texts[0][2]
-    out += [f"| {rule} | {ns:.1f} | {count:.0f} | {count / copied:.1f} | {allocations:.2f} |" for rule, ns, count, allocations in texts]
-    out += ["", "![How the times grow with the rows](growth.svg)", ""]
+    out += [f"| {rule} | {ns:.1f} | {count:.0f} | {count / copied:.1f} | {allocations:.2f} |"
+            for rule, ns, count, allocations in texts]
+    out += ["", "![Times against the number of rows](growth.svg)", ""]
     return "\n".join(out)
 
 
 def wait_for_quiet():
-    """What has built the programs counts for a while in the load; waits three minutes at most."""
+    """Waits up to three minutes, until the build no longer counts in the load average."""
     for _ in range(36):
         if os.getloadavg()[0] < 0.5:
             return
@@ -246,18 +252,17 @@ def main():
     arguments = parser.parse_args()
     longest = arguments.rows_of_a_run
     wait_for_quiet()
-    head = [f"Made by `tools/bench` at commit {commit()}, {datetime.date.today()}.", f"Machine: {machine()}.",
-            f"Ratios are of {PAIRS} rounds ({SHORT_PAIRS} of starting, and of filling and reading up to 20,000 rows,",
-            f"{arguments.full_runs} of the full run, 1 of applying a template to 100,000 rows; the growth of runs is of one each).",
-            "What is timed stands at the top of each bench's source; where the time goes, and what the rules cost,",
-            "in [README.md](README.md)."]
+    introduction = [f"Made by `tools/bench` at commit {commit()}, {datetime.date.today()}.", f"Machine: {machine()}.",
+                    f"Ratios are from {PAIRS} rounds ({SHORT_PAIRS} for starting, and for filling and reading up to 20,000 rows,",
+                    f"{arguments.full_runs} for the full run, 1 for applying a template to 100,000 rows and for runs in the plot).",
+                    "The comment at the top of each source says what it times. [README.md](README.md) says where the time goes."]
     lines, times, texts = [], {}, text_rows()
     stages = (lambda: table_lines(times), copy_lines, start_lines, memory_lines, size_lines,
               lambda: full_run_lines(arguments.full_runs), lambda: run_growth(longest, times), command_lines)
     for number, stage in enumerate(stages, 1):
         lines += stage()
-        unfinished = [] if number == len(stages) else ["", "**Not all is measured yet.**"]
-        text = report(head + unfinished, lines, texts)
+        unfinished = [] if number == len(stages) else ["", "**Incomplete: measuring is still going on.**"]
+        text = report(introduction + unfinished, lines, texts)
         with open("bench/RESULTS.md", "w", encoding="utf-8") as file:
             file.write(text)
         with open("bench/growth.svg", "w", encoding="utf-8") as file:

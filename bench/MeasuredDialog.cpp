@@ -1,4 +1,4 @@
-#include "bench/BenchedDialog.h"
+#include "bench/MeasuredDialog.h"
 
 #include <cstdio>
 #include <exception>
@@ -9,10 +9,10 @@
 
 namespace {
 
-class CBenchApp : public CWinApp
+class CBenchmarkApp : public CWinApp
 {
 public:
-    explicit CBenchApp(const std::function<void()>& work) : CWinApp(L"Talvenor"), m_work(work) {}
+    explicit CBenchmarkApp(const std::function<void()>& work) : CWinApp(L"Talvenor"), m_work(work) {}
     int m_nResult = 1;
 
 protected:
@@ -35,10 +35,10 @@ private:
 
 }  // namespace
 
-CBenchedDialog::CBenchedDialog(const std::wstring& partsFolder)
+CMeasuredDialog::CMeasuredDialog(const std::wstring& partsFolder)
 {
     m_settings.SetPartsFolder(partsFolder);
-    // The two extra fields keep names apart that differ in nothing else.
+    // The two extra fields (%7, %8) keep new names unique.
     m_settings.SetTemplate(kColumnRenamed, L"%5%3_%4.%7%8.changed.%6");
     m_settings.SetTemplate(kColumnBomName, L"Norm %1 - %2");
     m_dialog.Create();
@@ -47,18 +47,18 @@ CBenchedDialog::CBenchedDialog(const std::wstring& partsFolder)
     DrainMessages();
 }
 
-void CBenchedDialog::Press(int id) const
+void CMeasuredDialog::Press(int id) const
 {
     m_dialog.SendMessage(WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
                          reinterpret_cast<LPARAM>(m_dialog.GetDlgItem(id)));
 }
 
-void CBenchedDialog::ApplyTemplate(int column) const
+void CMeasuredDialog::ApplyTemplate(int column) const
 {
     m_dialog.SendMessage(WM_APPLYTEMPLATE, static_cast<WPARAM>(column));
 }
 
-std::vector<UTtab_entry> CBenchedDialog::Rows() const
+std::vector<UTtab_entry> CMeasuredDialog::Rows() const
 {
     std::vector<UTtab_entry> rows;
     for (int row = 0; row < Table().GetItemCount(); ++row) {
@@ -69,7 +69,7 @@ std::vector<UTtab_entry> CBenchedDialog::Rows() const
 
 int RunBench(const std::function<void()>& work)
 {
-    CBenchApp app(work);
+    CBenchmarkApp app(work);
     app.Run();
     const bool failed = testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed();
     return failed ? 1 : app.m_nResult;
