@@ -41,7 +41,7 @@ constexpr DISPID kCloseDocument = 7;
 constexpr DISPID kDateCode = 11;
 constexpr DISPID kSetDocumentVisible = 24;
 constexpr DISPID kOpenDocument = 99;
-constexpr DISPID kAfterOpenWarning = 17;
+constexpr DISPID kAcceptOpenWarning = 17;
 constexpr DISPID kConfigurationCount = 65971;
 constexpr DISPID kConfigurationNames = 65972;
 constexpr DISPID kSave = 66019;
@@ -163,7 +163,7 @@ long WriteBomEntries(IDispatch* application, const std::wstring& path, const std
         throw std::runtime_error("cannot open a copy");
     }
     if ((errorCode & kOpenWarning) != 0) {
-        Call(document, kAfterOpenWarning, {});
+        Call(document, kAcceptOpenWarning, {});
     }
     const long count = Call(document, kConfigurationCount, {});
     WriteConfigurations(document, count, bomName, windows);

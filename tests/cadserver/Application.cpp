@@ -12,7 +12,7 @@ constexpr DISPID kSetDocumentVisible = 24;
 constexpr DISPID kOpenDocument = 99;
 constexpr DISPID kOpenNames = 1001;
 
-constexpr UINT kErrorCode = 5;  // position of the open call's error code
+constexpr UINT kErrorCode = 5;  // index of the error code argument of OpenDocument
 
 constexpr Parameter kCloseParameters[] = {Parameter::text};
 constexpr Parameter kVisibleParameters[] = {Parameter::flag, Parameter::number};
@@ -53,7 +53,7 @@ Outcome CApplication::Perform(DISPID dispid, const CArguments& arguments)
         case kDateCode:
             return {S_OK, _variant_t(Session().DateCode(), VT_I4), {}};
         case kSetDocumentVisible:
-            return {};  // there are no windows: the call shows in the log alone
+            return {};  // there are no windows; the call is only logged
         case kOpenDocument:
             return OpenDocument(arguments);
         case kOpenNames:
@@ -66,10 +66,10 @@ Outcome CApplication::Perform(DISPID dispid, const CArguments& arguments)
 Outcome CApplication::OpenDocument(const CArguments& arguments)
 {
     const std::wstring path = arguments.Text(0);
-    const OpenAnswer answer = Session().Script().Open(FileNameOf(path));
-    long errorCode = answer.errorCode;
+    const OpenResult opening = Session().Script().Open(FileNameOf(path));
+    long errorCode = opening.errorCode;
     OpenPartPointer part;
-    if (answer.withDocument) {
+    if (opening.withDocument) {
         part = Session().OpenPartAt(path, errorCode);
     }
     arguments.SetNumber(kErrorCode, errorCode);

@@ -2,7 +2,7 @@
 
 #include "tests/cadserver/AutomationObject.h"
 
-// The application object: opens and closes documents, tells its version, ends the server.
+// The application object: opens and closes documents, returns its version, ends the server.
 class CApplication : public CAutomationObject
 {
 public:

@@ -41,12 +41,12 @@ std::wstring DescribeArray(const VARIANT& value)
         first == 0 ? std::to_wstring(last + 1) : std::to_wstring(first) + L".." + std::to_wstring(last);
     text += L"[" + range + L"]=";
     for (LONG index = first; index <= last; ++index) {
-        void* place = nullptr;
-        SafeArrayPtrOfIndex(value.parray, &index, &place);
+        void* element = nullptr;
+        SafeArrayPtrOfIndex(value.parray, &index, &element);
         text += index > first ? L"|" : L"";
-        text += type == VT_BSTR      ? TextOf(*static_cast<BSTR*>(place))
-                : type == VT_VARIANT ? TextOf(static_cast<VARIANT*>(place)->bstrVal)
-                                     : std::to_wstring(*static_cast<LONG*>(place));
+        text += type == VT_BSTR      ? TextOf(*static_cast<BSTR*>(element))
+                : type == VT_VARIANT ? TextOf(static_cast<VARIANT*>(element)->bstrVal)
+                                     : std::to_wstring(*static_cast<LONG*>(element));
     }
     return text;
 }
@@ -82,10 +82,10 @@ std::wstring CArguments::Text(UINT index) const
 void CArguments::SetNumber(UINT index, long value) const
 {
     if (IsVariantReference(Raw(index))) {
-        VARIANT& place = At(index);
-        VariantClear(&place);
-        place.vt = VT_I4;
-        place.lVal = value;
+        VARIANT& element = At(index);
+        VariantClear(&element);
+        element.vt = VT_I4;
+        element.lVal = value;
     } else {
         *Raw(index).plVal = value;
     }

@@ -12,31 +12,31 @@ enum class Parameter
 {
     text,      // BSTR
     number,    // I4
-    flag,      // BOOL, VARIANT_TRUE or VARIANT_FALSE and nothing else
+    flag,      // BOOL, only VARIANT_TRUE or VARIANT_FALSE
     numberOut  // I4 by reference
 };
 
-// The arguments of one automation call, numbered from 0 in the order in which the operation declares them. A
-// reference to a variant, as script languages pass their variables, stands for the variant.
+// The arguments of an automation call, indexed from 0 in the order of their declaration. References to
+// variants, which script languages pass for variables, are dereferenced.
 class CArguments
 {
 public:
     explicit CArguments(const DISPPARAMS& parameters) : m_parameters(parameters) {}
 
-    // S_OK when the arguments are what the operation declares, else the automation error; for a wrong type
-    // the position within the call's own array is returned too.
+    // Returns S_OK if the arguments match the declaration, otherwise the automation error. For a wrong type,
+    // sets wrongArgument to the index in DISPPARAMS::rgvarg.
     HRESULT Check(std::span<const Parameter> declared, UINT& wrongArgument) const;
 
-    // The values; only after a successful check.
+    // The values. Call only after a successful Check.
     [[nodiscard]] std::wstring Text(UINT index) const;
     [[nodiscard]] long Number(UINT index) const { return At(index).lVal; }
     [[nodiscard]] bool Flag(UINT index) const { return At(index).boolVal != VARIANT_FALSE; }
     void SetNumber(UINT index, long value) const;
 
-    // The first argument if it is a text, else an empty text. Allowed before the check.
+    // The first argument if it is a text, otherwise an empty text. May be called before Check.
     [[nodiscard]] std::wstring LeadingText() const;
 
-    // Each argument as it came, in the form of the call log.
+    // The arguments in the format of the call log.
     [[nodiscard]] std::vector<std::wstring> Describe() const;
 
 private:
@@ -49,5 +49,5 @@ private:
     const DISPPARAMS& m_parameters;
 };
 
-// A value in the form of the call log, such as BSTR=..., I4=..., BSTR[2]=a|b.
+// A value in the format of the call log, such as BSTR=..., I4=..., BSTR[2]=a|b.
 std::wstring DescribeValue(const VARIANT& value);

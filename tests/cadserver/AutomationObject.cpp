@@ -69,20 +69,20 @@ HRESULT ReportException(const FaultAction& action, EXCEPINFO* exception)
     return DISP_E_EXCEPTION;
 }
 
-// Keeps a call waiting for the test that has made the two events.
+// Holds a call until the test that has created the two events lets it continue.
 void HoldCall()
 {
-    constexpr DWORD kLongestHold = 60'000;  // milliseconds
+    constexpr DWORD kMaxHold = 60'000;  // milliseconds
     const UniqueHandle held(OpenEventW(EVENT_MODIFY_STATE, FALSE, kHeldEvent));
     const UniqueHandle goOn(OpenEventW(SYNCHRONIZE, FALSE, kGoOnEvent));
     if (held != nullptr && goOn != nullptr) {
         SetEvent(held.get());
-        WaitForSingleObject(goOn.get(), kLongestHold);
+        WaitForSingleObject(goOn.get(), kMaxHold);
     }
 }
 
-// A put names its value; nothing else takes named arguments.
-bool NamesFit(WORD kind, const DISPPARAMS& parameters)
+// A property put has one named argument; methods have none.
+bool HasValidNamedArguments(WORD kind, const DISPPARAMS& parameters)
 {
     if (kind == DISPATCH_PROPERTYPUT) {
         return parameters.cNamedArgs == 1 && parameters.rgdispidNamedArgs[0] == DISPID_PROPERTYPUT;
@@ -143,7 +143,7 @@ STDMETHODIMP CAutomationObject::GetTypeInfo(UINT /*index*/, LCID /*locale*/, ITy
 STDMETHODIMP CAutomationObject::GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* names, UINT count,
                                               LCID /*locale*/, DISPID* ids)
 {
-    // Names behind the first are names of parameters, which no operation has.
+    // Names after the first are parameter names, which no operation has.
     std::fill(ids, ids + count, DISPID_UNKNOWN);
     for (const Operation& operation : Operations()) {
         if (count == 1 && LowerCase(operation.name) == LowerCase(names[0])) {
@@ -157,7 +157,7 @@ STDMETHODIMP CAutomationObject::GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* nam
 const Operation* CAutomationObject::Find(DISPID dispid, WORD flags) const
 {
     for (const Operation& operation : Operations()) {
-        // Script languages ask for a method and a property at once; both bits then stand in the flags.
+        // Script languages request a method or a property get, and set both flags.
         if (operation.dispid == dispid && (operation.kind & flags) != 0) {
             return &operation;
         }
@@ -170,11 +170,11 @@ Outcome CAutomationObject::Serve(Call& call)
     if (call.operation == nullptr) {
         return {DISP_E_MEMBERNOTFOUND, {}, {}};
     }
-    if (!NamesFit(call.operation->kind, call.parameters)) {
+    if (!HasValidNamedArguments(call.operation->kind, call.parameters)) {
         return {DISP_E_NONAMEDARGS, {}, {}};
     }
-    const HRESULT fits = call.arguments.Check(call.operation->parameters, call.wrongArgument);
-    return FAILED(fits) ? Outcome{fits, {}, {}} : Perform(call.dispid, call.arguments);
+    const HRESULT checked = call.arguments.Check(call.operation->parameters, call.wrongArgument);
+    return FAILED(checked) ? Outcome{checked, {}, {}} : Perform(call.dispid, call.arguments);
 }
 
 Outcome CAutomationObject::ServeWithFaults(Call& call)
@@ -207,7 +207,7 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
                 break;
             case FaultAction::Kind::busy:
             case FaultAction::Kind::reject:
-                break;  // the message filter's affair
+                break;  // handled by the message filter
         }
     }
     Outcome outcome = Serve(call);
@@ -221,14 +221,14 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
     return outcome;
 }
 
-Outcome CAutomationObject::Answer(Call& call)
+Outcome CAutomationObject::Handle(Call& call)
 {
     if (m_sessionNumber != m_session.Number()) {
-        // To the client this object's server has ended.
+        // For the client, the server of this object has ended.
         LogCall(call, L"-", L"gone");
         return {HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE), {}, {}};
     }
-    if (call.operation == nullptr || !call.operation->forScripts) {
+    if (call.operation == nullptr || !call.operation->forTests) {
         return ServeWithFaults(call);
     }
     Outcome outcome = Serve(call);
@@ -253,7 +253,7 @@ STDMETHODIMP CAutomationObject::Invoke(DISPID dispid, REFIID /*reserved*/, LCID 
 {
     try {
         Call call{dispid, flags, *parameters, CArguments(*parameters), Find(dispid, flags), exception};
-        Outcome outcome = Answer(call);
+        Outcome outcome = Handle(call);
         if (outcome.status == DISP_E_TYPEMISMATCH && wrongArgument != nullptr) {
             *wrongArgument = call.wrongArgument;
         }

@@ -17,21 +17,20 @@ struct Operation
 {
     DISPID dispid;
     WORD kind;            // DISPATCH_METHOD or DISPATCH_PROPERTYPUT
-    const wchar_t* name;  // for clients that ask for identifiers by name
+    const wchar_t* name;  // for GetIDsOfNames
     std::span<const Parameter> parameters;
-    bool forScripts = false;  // beside the product's interface: not counted, never hit by a fault
+    bool forTests = false;  // not part of the CAD system's interface: not counted, no faults
 };
 
-// What serving a call gave.
+// The outcome of a call.
 struct Outcome
 {
     HRESULT status = S_OK;
     _variant_t value;
-    std::wstring text;  // the value in the form of the call log, for values that do not describe themselves
+    std::wstring text;  // for the call log, if DescribeValue does not fit the value
 };
 
-// The common part of the three automation objects: reference counting, names, the check of the arguments,
-// faults and the call log.
+// Base class of the automation objects: reference counting, names, argument checks, faults and the call log.
 class CAutomationObject : public IDispatch
 {
 public:
@@ -56,11 +55,11 @@ protected:
 
     // All operations of the object.
     [[nodiscard]] virtual std::span<const Operation> Operations() const = 0;
-    // What the call log calls the object.
+    // The object's name in the call log.
     [[nodiscard]] virtual std::wstring Label() const = 0;
-    // The file that a call concerns, without folder; empty when it concerns none.
+    // The file that a call is about, without folder; empty if none.
     [[nodiscard]] virtual std::wstring FileOf(const CArguments& arguments) const = 0;
-    // Serves a call whose arguments are as the operation declares them.
+    // Serves a call whose arguments have been checked.
     virtual Outcome Perform(DISPID dispid, const CArguments& arguments) = 0;
 
 private:
@@ -69,7 +68,7 @@ private:
     [[nodiscard]] const Operation* Find(DISPID dispid, WORD flags) const;
     Outcome Serve(Call& call);
     Outcome ServeWithFaults(Call& call);
-    Outcome Answer(Call& call);
+    Outcome Handle(Call& call);
     void LogCall(const Call& call, const std::wstring& number, const std::wstring& outcome) const;
 
     CSession& m_session;

@@ -5,17 +5,17 @@
 #include "framework/Handles.h"
 #include "tests/cadserver/Settings.h"
 
-// The test's side of the server's held calls (`hold-before` and `hold-after` in its script): calls are held
-// as long as the object lives, one at a time.
+// Lets a test hold calls of the server (hold-before and hold-after in the script), one at a time. Calls are
+// held only during the object's lifetime.
 class CCallHold
 {
 public:
-    // Waits until a call is held; false when none is within so many milliseconds.
+    // Waits until a call is held. Returns false after a timeout.
     [[nodiscard]] bool WaitUntilHeld(DWORD milliseconds) const
     {
         return WaitForSingleObject(m_held.get(), milliseconds) == WAIT_OBJECT_0;
     }
-    // Lets the held call go on.
+    // Lets the held call continue.
     void LetGo() const { SetEvent(m_goOn.get()); }
 
 private:

@@ -3,16 +3,16 @@
 #include <string>
 #include <vector>
 
-// The server's record of what it was asked. Each line is opened, appended and closed at once, so that it is
-// there whatever happens next, and so that others can read and move the file meanwhile.
+// The server's log of calls. Opens, appends and closes the file for each line, so that lines survive a crash
+// of the server, and others can read and move the file meanwhile.
 class CCallLog
 {
 public:
-    // An empty path: nothing is recorded.
+    // With an empty path, nothing is logged.
     explicit CCallLog(std::wstring path);
 
-    // Appends one line of the fields, separated by tabs. Tabs and line ends inside a field are written as
-    // blanks. Failures are ignored: a server without its log still works.
+    // Appends a line with the fields, separated by tabs. Control characters in a field are written as blanks.
+    // Ignores errors: the server works without its log.
     void Add(const std::vector<std::wstring>& fields) const;
 
 private:

@@ -5,7 +5,7 @@
 #include <comdef.h>
 
 #if !USE___UUIDOF
-// The owning pointers of the interfaces used here; the toolchain's own list of them is switched off for GCC.
+// Smart pointers of the interfaces used here; the toolchain's own definitions are disabled for GCC.
 _COM_SMARTPTR_TYPEDEF(IClassFactory, IID_IClassFactory);
 _COM_SMARTPTR_TYPEDEF(IDispatch, IID_IDispatch);
 _COM_SMARTPTR_TYPEDEF(ILockBytes, IID_ILockBytes);

@@ -2,11 +2,11 @@
 
 #include "tests/cadserver/AutomationObject.h"
 
-// One configuration of an open document: takes its bill-of-materials entry.
+// A configuration of an open document, whose BOM name can be set.
 class CConfiguration : public CAutomationObject
 {
 public:
-    // The configuration with the given index, from 0, in the part's list.
+    // index: in the part's list of configurations.
     CConfiguration(CSession& session, OpenPartPointer part, size_t index);
 
 protected:

@@ -26,7 +26,8 @@ constexpr Operation kOperations[] = {
     {kByName, DISPATCH_METHOD, L"ConfigurationByName", kByNameParameters},
 };
 
-// An array of one dimension whose elements `fill` writes; `fill` gets the position from 0 and the place.
+// A one-dimensional array whose lower bound is first. fill(index, element) sets each element; index starts at
+// 0.
 template <class Element, class Fill>
 _variant_t MakeArray(VARTYPE type, LONG first, size_t count, Fill fill)
 {
@@ -39,9 +40,9 @@ _variant_t MakeArray(VARTYPE type, LONG first, size_t count, Fill fill)
     value.parray = array;
     for (size_t index = 0; index < count; ++index) {
         LONG position = first + static_cast<LONG>(index);
-        void* place = nullptr;
-        SafeArrayPtrOfIndex(array, &position, &place);
-        fill(index, *static_cast<Element*>(place));
+        void* element = nullptr;
+        SafeArrayPtrOfIndex(array, &position, &element);
+        fill(index, *static_cast<Element*>(element));
     }
     return value;
 }
@@ -54,21 +55,21 @@ BSTR Allocate(const std::wstring& text)
 _variant_t TextArray(const std::vector<std::wstring>& names, LONG first)
 {
     return MakeArray<BSTR>(VT_BSTR, first, names.size(),
-                           [&](size_t index, BSTR& place) { place = Allocate(names[index]); });
+                           [&](size_t index, BSTR& element) { element = Allocate(names[index]); });
 }
 
 _variant_t VariantArray(const std::vector<std::wstring>& names)
 {
-    return MakeArray<VARIANT>(VT_VARIANT, 0, names.size(), [&](size_t index, VARIANT& place) {
-        place.vt = VT_BSTR;
-        place.bstrVal = Allocate(names[index]);
+    return MakeArray<VARIANT>(VT_VARIANT, 0, names.size(), [&](size_t index, VARIANT& element) {
+        element.vt = VT_BSTR;
+        element.bstrVal = Allocate(names[index]);
     });
 }
 
 _variant_t NumberArray(size_t count)
 {
     return MakeArray<LONG>(VT_I4, 0, count,
-                           [](size_t index, LONG& place) { place = static_cast<LONG>(index) + 1; });
+                           [](size_t index, LONG& element) { element = static_cast<LONG>(index) + 1; });
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include "tests/cadserver/AutomationObject.h"
 
-// An open document. Once it was closed, every call on it fails with RPC_E_DISCONNECTED.
+// An open document. Calls on a closed document fail with RPC_E_DISCONNECTED.
 class CDocument : public CAutomationObject
 {
 public:

@@ -10,12 +10,12 @@ std::wstring CounterName(size_t index)
     return L"Rule" + std::to_wstring(index);
 }
 
-bool Fits(const FaultRule& rule, DISPID dispid, const std::wstring& file)
+bool Matches(const FaultRule& rule, DISPID dispid, const std::wstring& file)
 {
     return (!rule.dispid || *rule.dispid == dispid) && (rule.file.empty() || rule.file == LowerCase(file));
 }
 
-bool TurnsAway(const FaultAction& action)
+bool IsRejection(const FaultAction& action)
 {
     return action.kind == FaultAction::Kind::busy || action.kind == FaultAction::Kind::reject;
 }
@@ -40,30 +40,30 @@ std::vector<FaultAction> CFaultPlan::Count(DISPID dispid, const std::wstring& fi
     std::vector<FaultAction> actions;
     for (size_t index = 0; index < m_rules.size(); ++index) {
         CountedRule& counted = m_rules[index];
-        if (!Fits(counted.rule, dispid, file)) {
+        if (!Matches(counted.rule, dispid, file)) {
             continue;
         }
         ++counted.seen;
-        counted.turningAwaySince.reset();
+        counted.rejectingSince.reset();
         if (counted.rule.across) {
             WriteCounter(CounterName(index), counted.seen);
         }
-        if (!TurnsAway(counted.rule.action) && Hits(counted, counted.seen)) {
+        if (!IsRejection(counted.rule.action) && Hits(counted, counted.seen)) {
             actions.push_back(counted.rule.action);
         }
     }
     return actions;
 }
 
-DWORD CFaultPlan::Receive(ULONGLONG now)
+DWORD CFaultPlan::ReceiveCall(ULONGLONG now)
 {
     for (CountedRule& counted : m_rules) {
-        if (!TurnsAway(counted.rule.action) || !Hits(counted, counted.seen + 1)) {
+        if (!IsRejection(counted.rule.action) || !Hits(counted, counted.seen + 1)) {
             continue;
         }
         const DWORD milliseconds = counted.rule.action.milliseconds;
-        const ULONGLONG since = counted.turningAwaySince.value_or(now);
-        counted.turningAwaySince = since;
+        const ULONGLONG since = counted.rejectingSince.value_or(now);
+        counted.rejectingSince = since;
         if (milliseconds == INFINITE || now - since < milliseconds) {
             return counted.rule.action.kind == FaultAction::Kind::busy ? SERVERCALL_RETRYLATER
                                                                        : SERVERCALL_REJECTED;

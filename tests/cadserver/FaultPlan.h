@@ -8,28 +8,28 @@
 
 #include "tests/cadserver/Script.h"
 
-// Keeps count of the calls for the script's faults and says which of them hit a call.
+// Counts the calls and returns the faults of the script that hit them.
 class CFaultPlan
 {
 public:
-    // Takes up the counters of the faults that count across starts.
+    // Reads the counters of faults that count across starts.
     explicit CFaultPlan(std::vector<FaultRule> rules);
 
-    // Counts a call on a file (empty: on none) and returns the faults that hit it, in the script's order,
-    // except those that turn calls away.
+    // Counts a call, with the file that it is about or an empty text. Returns the faults that hit it, in the
+    // order of the script, except busy and reject.
     std::vector<FaultAction> Count(DISPID dispid, const std::wstring& file);
 
-    // How the next call is received at this time (milliseconds, GetTickCount64): SERVERCALL_ISHANDLED, or one
-    // of the two ways to turn it away. The time that such a fault takes runs from the first call that it
-    // turns away.
-    DWORD Receive(ULONGLONG now);
+    // What the message filter returns for the next call: SERVERCALL_ISHANDLED, SERVERCALL_RETRYLATER (busy)
+    // or SERVERCALL_REJECTED (reject). The duration of a busy or reject fault starts with the first call that
+    // it rejects. now: GetTickCount64.
+    DWORD ReceiveCall(ULONGLONG now);
 
 private:
     struct CountedRule
     {
         FaultRule rule;
-        DWORD seen = 0;  // calls that fitted so far
-        std::optional<ULONGLONG> turningAwaySince;
+        DWORD seen = 0;  // matching calls so far
+        std::optional<ULONGLONG> rejectingSince;
     };
 
     static bool Hits(const CountedRule& counted, DWORD call);

@@ -21,11 +21,11 @@ constexpr const char* kUsage =
     "cadserver --configure [--script FILE] [--log FILE]\n"
     "cadserver --unregister\n";
 
-// The command line taken apart: the command, the words behind it, and the options.
+// The parsed command line: the command, its arguments and the options.
 struct CommandLine
 {
     std::wstring command;
-    std::vector<std::wstring> words;
+    std::vector<std::wstring> arguments;
     std::wstring current;
     std::wstring script;
     std::wstring log;
@@ -42,11 +42,11 @@ CommandLine ParseCommandLine(int count, wchar_t** arguments)
                                : word == L"--log"    ? &line.log
                                                      : nullptr;
         if (option == nullptr) {
-            line.words.push_back(word);
+            line.arguments.push_back(word);
         } else if (++index < count) {
             *option = arguments[index];
         } else {
-            throw std::runtime_error(ToUtf8(word) + " wants a value");
+            throw std::runtime_error(ToUtf8(word) + " needs a value");
         }
     }
     return line;
@@ -56,7 +56,7 @@ int ToVersion(const std::wstring& text)
 {
     const int version = _wtoi(text.c_str());
     if (version < kFirstVersion || version > kLastVersion) {
-        throw std::runtime_error("no version from 20 to 45: " + ToUtf8(text));
+        throw std::runtime_error("not a version from 20 to 45: " + ToUtf8(text));
     }
     return version;
 }
@@ -64,7 +64,7 @@ int ToVersion(const std::wstring& text)
 void Configure(const CommandLine& line)
 {
     if (!line.script.empty()) {
-        const CScript checked(line.script);  // a wrong script is told here, not when COM starts the server
+        const CScript checked(line.script);  // reports a wrong script now, not when COM starts the server
     }
     ConfigureServer(line.script, line.log);
 }
@@ -72,7 +72,7 @@ void Configure(const CommandLine& line)
 void Register(const CommandLine& line)
 {
     std::vector<int> versions;
-    for (const std::wstring& word : line.words) {
+    for (const std::wstring& word : line.arguments) {
         versions.push_back(ToVersion(word));
     }
     if (versions.empty()) {
@@ -88,8 +88,8 @@ void Register(const CommandLine& line)
 
 int Run(const CommandLine& line)
 {
-    if (line.command == L"--serve" && !line.words.empty()) {
-        return Serve(ToVersion(line.words[0]));
+    if (line.command == L"--serve" && !line.arguments.empty()) {
+        return Serve(ToVersion(line.arguments[0]));
     }
     if (line.command == L"--register") {
         Register(line);

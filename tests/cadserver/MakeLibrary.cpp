@@ -59,7 +59,7 @@ void KeepNamed(std::vector<Part>& parts, const std::wstring& listPath)
     }
     std::erase_if(parts, [&](const Part& part) { return !wanted.contains(LowerCase(part.file)); });
     if (parts.size() != wanted.size()) {
-        throw std::runtime_error("the list names parts that the table does not hold");
+        throw std::runtime_error("the list names parts that are not in the table");
     }
 }
 

@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr double kSmallestBody = 20'500;  // bytes; the largest part is 19 times as large
-constexpr double kSpread = 19;
-constexpr double kSkew = 2.1;  // bends the even spread so that half of the parts stay below some 40 KB
+constexpr double kMinBodySize = 20'500;  // bytes
+constexpr double kMaxFactor = 19;        // the largest body compared with the smallest
+constexpr double kSkew = 2.1;            // skews the distribution: half of the bodies are below 41 KB
 
 std::wstring StreamName(size_t index)
 {
@@ -68,10 +68,10 @@ bool TakeText(std::string_view& bytes, std::wstring& text)
 HRESULT Unpack(std::string_view bytes, PartConfiguration& configuration)
 {
     uint32_t use = 0;
-    const bool whole = TakeNumber(bytes, use) && TakeText(bytes, configuration.name) &&
-                       TakeText(bytes, configuration.alternative) && bytes.empty();
+    const bool complete = TakeNumber(bytes, use) && TakeText(bytes, configuration.name) &&
+                          TakeText(bytes, configuration.alternative) && bytes.empty();
     configuration.useAlternative = use != 0;
-    return whole ? S_OK : STG_E_DOCFILECORRUPT;
+    return complete ? S_OK : STG_E_DOCFILECORRUPT;
 }
 
 HRESULT ReadStream(IStorage& storage, const std::wstring& name, std::string& bytes)
@@ -119,7 +119,7 @@ HRESULT ReplaceStream(IStorage& storage, const std::wstring& name, std::string_v
     return FAILED(result) ? result : WriteAll(*stream, bytes);
 }
 
-// A number that follows from the file's name alone, whatever its case and folder.
+// Depends only on the file name, regardless of case and folder.
 uint64_t SeedOf(const std::wstring& path)
 {
     uint64_t seed = 0xcbf29ce484222325;
@@ -141,8 +141,9 @@ uint64_t NextRandom(uint64_t& state)
 std::string MakeBody(const std::wstring& path)
 {
     uint64_t state = SeedOf(path);
-    const double even = static_cast<double>(NextRandom(state) >> 11) / 9007199254740992.0;  // from 0 up to 1
-    const auto size = static_cast<size_t>(kSmallestBody * std::pow(kSpread, std::pow(even, kSkew)));
+    const double uniform =
+        static_cast<double>(NextRandom(state) >> 11) / 9007199254740992.0;  // 0 <= uniform < 1
+    const auto size = static_cast<size_t>(kMinBodySize * std::pow(kMaxFactor, std::pow(uniform, kSkew)));
     std::string body(size, '\0');
     for (size_t at = 0; at < size; at += sizeof state) {
         const uint64_t value = NextRandom(state);
@@ -215,7 +216,7 @@ HRESULT SaveConfigurations(const std::wstring& path, const std::vector<PartConfi
 
 HRESULT CreatePartFile(const std::wstring& path, const std::vector<std::wstring>& configurationNames)
 {
-    // Put together in memory and written in one go: a storage straight on the disk writes block by block.
+    // Built in memory and written at once: a storage on disk would write block by block.
     ILockBytesPtr memory;
     IStoragePtr storage;
     HRESULT result = CreateILockBytesOnHGlobal(nullptr, TRUE, &memory);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr const wchar_t* kCommonProgId = L"SldWorks.Application";
 
-// The last byte of the identifier is the version.
+// The last byte of a class identifier is the version.
 constexpr CLSID kClassFamily = {0x7e3b5a10, 0x94c6, 0x4d2f, {0x8b, 0x61, 0x0a, 0x57, 0xc9, 0xd0, 0xe0, 0x00}};
 
 std::wstring ProgIdOf(int version)

@@ -4,7 +4,7 @@
 
 namespace {
 
-// The words of a line; double quotes hold blanks together, also behind a "key=".
+// Splits a line into words. A quoted part of a word may contain blanks, also after "key=".
 std::vector<std::wstring> SplitWords(const std::wstring& line)
 {
     std::vector<std::wstring> words;
@@ -41,7 +41,7 @@ long ToNumber(const std::wstring& text)
         size_t used = 0;
         const long long number = std::stoll(text, &used, 0);
         if (used == text.size()) {
-            return static_cast<long>(number);  // 0x80004005 means the negative number of the same bits
+            return static_cast<long>(number);  // 0x80004005 becomes the negative number with the same bits
         }
     } catch (const std::logic_error&) {
     }
@@ -62,7 +62,7 @@ DWORD ToMilliseconds(const std::wstring& text)
     return text == L"forever" ? INFINITE : ToCount(text);
 }
 
-// "key=value" taken apart; a word without "=" is a key without value.
+// Splits "key=value". A word without "=" is a key with an empty value.
 std::pair<std::wstring, std::wstring> SplitOption(const std::wstring& word)
 {
     const size_t equals = word.find(L'=');
@@ -72,9 +72,9 @@ std::pair<std::wstring, std::wstring> SplitOption(const std::wstring& word)
     return {word.substr(0, equals), word.substr(equals + 1)};
 }
 
-void RequireWords(const std::vector<std::wstring>& words, size_t fewest, size_t most)
+void RequireWords(const std::vector<std::wstring>& words, size_t min, size_t max)
 {
-    if (words.size() < fewest || words.size() > most) {
+    if (words.size() < min || words.size() > max) {
         throw CScriptError("too few or too many words");
     }
 }
@@ -84,7 +84,7 @@ void RequireWords(const std::vector<std::wstring>& words, size_t fewest, size_t 
     throw CScriptError("unknown word " + ToUtf8(word));
 }
 
-// "from=S": the first start that a rule holds for.
+// Parses "from=S", the first start that a rule applies to.
 DWORD ToFirstStart(const std::wstring& word)
 {
     const auto [key, value] = SplitOption(word);
@@ -104,7 +104,7 @@ const Value* FindFor(const std::map<std::wstring, Value>& rules, const std::wstr
     return found == rules.end() ? nullptr : &found->second;
 }
 
-void SetExceptionPart(FaultAction& action, const std::wstring& word)
+void SetExceptionField(FaultAction& action, const std::wstring& word)
 {
     const auto [key, value] = SplitOption(word);
     if (key == L"code") {
@@ -133,25 +133,26 @@ FaultAction ParseAction(const std::vector<std::wstring>& words, size_t at)
     if (verb == L"exception") {
         action.kind = FaultAction::Kind::exception;
         for (++at; at < words.size(); ++at) {
-            SetExceptionPart(action, words[at]);
+            SetExceptionField(action, words[at]);
         }
         return action;
     }
-    static const std::map<std::wstring, FaultAction::Kind> bare = {
+    static const std::map<std::wstring, FaultAction::Kind> withoutArgument = {
         {L"end-before", FaultAction::Kind::endBefore},
         {L"end-after", FaultAction::Kind::endAfter},
         {L"hold-before", FaultAction::Kind::holdBefore},
         {L"hold-after", FaultAction::Kind::holdAfter}};
-    if (const auto kind = bare.find(verb); kind != bare.end()) {
+    if (const auto kind = withoutArgument.find(verb); kind != withoutArgument.end()) {
         RequireWords(words, at + 1, at + 1);
         action.kind = kind->second;
         return action;
     }
-    static const std::map<std::wstring, FaultAction::Kind> timed = {{L"busy", FaultAction::Kind::busy},
-                                                                    {L"reject", FaultAction::Kind::reject},
-                                                                    {L"slow", FaultAction::Kind::slow}};
-    const auto kind = timed.find(verb);
-    if (verb != L"fail" && kind == timed.end()) {
+    static const std::map<std::wstring, FaultAction::Kind> withDuration = {
+        {L"busy", FaultAction::Kind::busy},
+        {L"reject", FaultAction::Kind::reject},
+        {L"slow", FaultAction::Kind::slow}};
+    const auto kind = withDuration.find(verb);
+    if (verb != L"fail" && kind == withDuration.end()) {
         RefuseWord(verb);
     }
     RequireWords(words, at + 2, at + 2);
@@ -164,7 +165,7 @@ FaultAction ParseAction(const std::vector<std::wstring>& words, size_t at)
     return action;
 }
 
-// Takes a word that says which calls a fault hits; answers whether the word was one.
+// Parses a word that says which calls a fault hits. Returns false if it is another word.
 bool SetCondition(FaultRule& rule, const std::wstring& word)
 {
     const auto [key, value] = SplitOption(word);
@@ -234,18 +235,18 @@ void CScript::AddRule(const Words& words)
 void CScript::AddOpen(const Words& words)
 {
     RequireWords(words, 3, 4);
-    OpenAnswer answer;
+    OpenResult result;
     for (size_t at = 2; at < words.size(); ++at) {
         const auto [key, value] = SplitOption(words[at]);
         if (key == L"null") {
-            answer.withDocument = false;
+            result.withDocument = false;
         } else if (key == L"code") {
-            answer.errorCode = ToNumber(value);
+            result.errorCode = ToNumber(value);
         } else {
             RefuseWord(words[at]);
         }
     }
-    m_open[LowerCase(words[1])] = answer;
+    m_open[LowerCase(words[1])] = result;
 }
 
 void CScript::AddNames(const Words& words)
@@ -275,19 +276,19 @@ void CScript::AddFault(const Words& words)
         ++at;
     }
     rule.action = ParseAction(words, at);
-    const bool turnsAway =
+    const bool isRejection =
         rule.action.kind == FaultAction::Kind::busy || rule.action.kind == FaultAction::Kind::reject;
-    if (turnsAway && (rule.dispid || !rule.file.empty())) {
-        // A call is turned away before anyone can see what it asks.
-        throw CScriptError("busy and reject go by the number of the call alone");
+    if (isRejection && (rule.dispid || !rule.file.empty())) {
+        // The message filter rejects a call without seeing its contents.
+        throw CScriptError("busy and reject take no filters");
     }
     m_faults.push_back(rule);
 }
 
-OpenAnswer CScript::Open(const std::wstring& file) const
+OpenResult CScript::Open(const std::wstring& file) const
 {
-    const OpenAnswer* answer = FindFor(m_open, file);
-    return answer != nullptr ? *answer : OpenAnswer{};
+    const OpenResult* result = FindFor(m_open, file);
+    return result != nullptr ? *result : OpenResult{};
 }
 
 std::optional<long> CScript::Count(const std::wstring& file) const

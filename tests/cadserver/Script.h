@@ -11,46 +11,46 @@
 #include <utility>
 #include <vector>
 
-// A script that does not say what it should; the message names the line.
+// A syntax error in a script; the message names the line.
 class CScriptError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// What the server does to one call, beside or instead of serving it.
+// What the server does to a call, in addition to serving it or instead.
 struct FaultAction
 {
     enum class Kind
     {
-        exception,   // the call reports an exception with the texts below
-        fail,        // the call fails with `status`
+        exception,   // the call raises an exception with the texts below
+        fail,        // the call fails with status
         endBefore,   // the server ends without serving the call
-        endAfter,    // the server serves the call and ends without answering
+        endAfter,    // the server serves the call and ends without returning
         holdBefore,  // the call waits for a test before it is served
-        holdAfter,   // the call is served and waits for a test before it is answered
-        busy,        // for `milliseconds` the call is turned away, to be tried again later
-        reject,      // for `milliseconds` the call is turned away
-        slow         // the call is served after `milliseconds`
+        holdAfter,   // the call is served and waits for a test before it returns
+        busy,        // for so many milliseconds the message filter returns SERVERCALL_RETRYLATER
+        reject,      // for so many milliseconds the message filter returns SERVERCALL_REJECTED
+        slow         // the call is served after so many milliseconds
     };
     Kind kind = Kind::fail;
-    HRESULT status = E_FAIL;  // of a failure, or the exception's scode (0: the exception has a code instead)
-    WORD code = 0;            // the exception's code
+    HRESULT status = E_FAIL;  // or the scode of the exception; 0 if it has a code instead
+    WORD code = 0;            // of the exception
     std::optional<std::wstring> source;
     std::optional<std::wstring> description;
     std::optional<std::wstring> helpFile;
     DWORD helpContext = 0;
-    DWORD milliseconds = 0;  // INFINITE: for good
+    DWORD milliseconds = 0;  // or INFINITE
 };
 
-// The fault hits the nth call that fits the two filters, and every later one when it lasts.
+// A fault hits the nth call that matches both filters; a lasting fault also hits all later ones.
 struct FaultRule
 {
     DWORD nth = 1;
     std::optional<DISPID> dispid;
-    std::wstring file;  // lower case; empty: any
+    std::wstring file;  // in lower case; empty: any
     bool lasting = false;
-    bool across = false;  // counts over all starts of the server, not from this start on
+    bool across = false;  // counts across all starts of the server
     FaultAction action;
 };
 
@@ -64,36 +64,38 @@ enum class NamesKind
     fromOne    // array of automation strings whose first index is 1
 };
 
-// How the server answers for one file. "*" in the script stands for every file without a line of its own.
-struct OpenAnswer
+// The result of opening a file.
+struct OpenResult
 {
     bool withDocument = true;
     long errorCode = 0;
 };
 
-// The rules of one script file; see README.md for their form. Files are named without folder, in any case.
+// The rules of a script file, described in README.md. Files are named without folder, in any case; a rule for
+// "*" applies to all files without a rule of their own.
 class CScript
 {
 public:
-    // No rules: every file is served as it is.
+    // A script without rules.
     CScript() = default;
 
-    // Reads the rules of a script file. Throws CScriptError, or std::runtime_error when it cannot be read.
+    // Reads a script file. Throws CScriptError on a syntax error, and std::runtime_error if the file cannot
+    // be read.
     explicit CScript(const std::wstring& path);
 
-    // What the server's n-th start (from 1) gives for its version.
+    // The date code for the start with this number (from 1).
     [[nodiscard]] long DateCode(DWORD start) const
     {
         return std::prev(m_dateCodes.upper_bound(start))->second;
     }
-    [[nodiscard]] OpenAnswer Open(const std::wstring& file) const;
-    // The number of configurations that the document reports, when the script says one.
+    [[nodiscard]] OpenResult Open(const std::wstring& file) const;
+    // The number of configurations that the document reports, if the script sets it.
     [[nodiscard]] std::optional<long> Count(const std::wstring& file) const;
     [[nodiscard]] NamesKind Names(const std::wstring& file) const;
-    // How many names at most are given.
+    // The maximum number of names that the document returns, if the script sets it.
     [[nodiscard]] std::optional<size_t> NamesLimit(const std::wstring& file) const;
     [[nodiscard]] bool IsMissing(const std::wstring& file, const std::wstring& configuration) const;
-    // Whether the server's n-th start (from 1) is to fail.
+    // Whether the start with this number (from 1) fails.
     [[nodiscard]] bool RefusesStart(DWORD start) const { return m_refuseFrom && start >= *m_refuseFrom; }
     // Whether the process outlives its sessions.
     [[nodiscard]] bool Stays() const { return m_stays; }
@@ -107,8 +109,8 @@ private:
     void AddNames(const Words& words);
     void AddFault(const Words& words);
 
-    std::map<DWORD, long> m_dateCodes = {{0, 2019250}};  // by the first start that gives them
-    std::map<std::wstring, OpenAnswer> m_open;
+    std::map<DWORD, long> m_dateCodes = {{0, 2019250}};  // key: the first start with this date code
+    std::map<std::wstring, OpenResult> m_open;
     std::map<std::wstring, long> m_counts;
     std::map<std::wstring, NamesKind> m_names;
     std::map<std::wstring, size_t> m_namesLimits;

@@ -9,16 +9,16 @@
 
 namespace {
 
-constexpr UINT kClientTime =
-    60'000;  // milliseconds in which the client that had the server started must show up
-constexpr WORD kInvokeMethod = 6;  // position of Invoke in IDispatch
+constexpr UINT kFirstClientTimeout =
+    60'000;                        // milliseconds until the client that started the server must connect
+constexpr WORD kInvokeMethod = 6;  // index of Invoke in the vtable of IDispatch
 
-// A COM object of the length of the process, so that counting references has no use.
+// A COM object that outlives its clients, so it does not count references.
 template <class Interface>
-class CLastingObject : public Interface
+class CUncountedObject : public Interface
 {
 public:
-    explicit CLastingObject(REFIID identifier) : m_identifier(identifier) {}
+    explicit CUncountedObject(REFIID identifier) : m_identifier(identifier) {}
 
     STDMETHODIMP QueryInterface(REFIID identifier, void** object) override
     {
@@ -33,11 +33,13 @@ private:
     IID m_identifier;
 };
 
-// Hands out application objects. References to the class object itself do not keep the server alive.
-class CApplicationFactory : public CLastingObject<IClassFactory>
+// Creates application objects. References to the class object itself do not keep the server alive.
+class CApplicationFactory : public CUncountedObject<IClassFactory>
 {
 public:
-    explicit CApplicationFactory(CSession& session) : CLastingObject(IID_IClassFactory), m_session(session) {}
+    explicit CApplicationFactory(CSession& session) : CUncountedObject(IID_IClassFactory), m_session(session)
+    {
+    }
 
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID identifier, void** object) override
     {
@@ -45,7 +47,7 @@ public:
         if (outer != nullptr) {
             return CLASS_E_NOAGGREGATION;
         }
-        if (!m_session.Continue()) {
+        if (!m_session.EnsureSession()) {
             return CO_E_SERVER_EXEC_FAILURE;
         }
         auto* application = new CApplication(m_session);
@@ -68,22 +70,22 @@ private:
     CSession& m_session;
 };
 
-// Turns calls away while the script says that the server is busy.
-class CBusyFilter : public CLastingObject<IMessageFilter>
+// Rejects calls while a busy or reject fault is active.
+class CBusyFilter : public CUncountedObject<IMessageFilter>
 {
 public:
-    explicit CBusyFilter(CSession& session) : CLastingObject(IID_IMessageFilter), m_session(session) {}
+    explicit CBusyFilter(CSession& session) : CUncountedObject(IID_IMessageFilter), m_session(session) {}
 
     STDMETHODIMP_(DWORD)
     HandleInComingCall(DWORD /*type*/, HTASK /*caller*/, DWORD /*ticks*/, LPINTERFACEINFO info) override
     {
         const bool invoke = info != nullptr && info->iid == IID_IDispatch && info->wMethod == kInvokeMethod;
-        const DWORD reception =
-            invoke ? m_session.Faults().Receive(GetTickCount64()) : static_cast<DWORD>(SERVERCALL_ISHANDLED);
-        if (reception != SERVERCALL_ISHANDLED) {
-            m_session.Log().Add({L"-", reception == SERVERCALL_RETRYLATER ? L"busy" : L"rejected"});
+        const DWORD handling = invoke ? m_session.Faults().ReceiveCall(GetTickCount64())
+                                      : static_cast<DWORD>(SERVERCALL_ISHANDLED);
+        if (handling != SERVERCALL_ISHANDLED) {
+            m_session.Log().Add({L"-", handling == SERVERCALL_RETRYLATER ? L"busy" : L"rejected"});
         }
-        return reception;
+        return handling;
     }
     STDMETHODIMP_(DWORD) RetryRejectedCall(HTASK /*callee*/, DWORD /*ticks*/, DWORD /*type*/) override
     {
@@ -110,7 +112,7 @@ public:
 
 void ServeCalls(CSession& session)
 {
-    const UINT_PTR idleTimer = SetTimer(nullptr, 0, kClientTime, nullptr);
+    const UINT_PTR idleTimer = SetTimer(nullptr, 0, kFirstClientTimeout, nullptr);
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (message.message == WM_TIMER && message.hwnd == nullptr && message.wParam == session.StayTimer()) {

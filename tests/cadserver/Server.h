@@ -1,5 +1,5 @@
 #pragma once
 
-// Serves the given major version until the last client has gone or the server is asked to end. Called in the
-// process that COM starts. Returns the process's exit status: 0, or 1 when the server did not come to serve.
+// Serves the given major version until the last client has released its objects or the server is told to end.
+// Called in the process that COM starts. Returns the exit status of the process: 0, or 1 if the start failed.
 int Serve(int version);

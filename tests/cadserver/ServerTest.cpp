@@ -1,5 +1,5 @@
-// The stand-in CAD server, asked by a bare automation client. Each test registers nothing anew: the versions
-// 25 and 30 are registered once, and every test gives the server its own script, log and part files.
+// Tests the stand-in CAD server with a minimal automation client. The versions 25 and 30 are registered once
+// for all tests; each test configures its own script, log and part files.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -43,10 +43,10 @@ std::wstring ProgramFolder()
     return std::filesystem::path(path).parent_path().wstring();
 }
 
-// Runs cadserver.exe with these words and returns its exit status.
-DWORD RunServerProgram(const std::wstring& words)
+// Runs cadserver.exe with these arguments and returns its exit status.
+DWORD RunServerProgram(const std::wstring& arguments)
 {
-    std::wstring command = L"\"" + ProgramFolder() + L"\\cadserver.exe\" " + words;
+    std::wstring command = L"\"" + ProgramFolder() + L"\\cadserver.exe\" " + arguments;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
@@ -55,8 +55,8 @@ DWORD RunServerProgram(const std::wstring& words)
         return ~0U;
     }
     DWORD status = ~0U;
-    constexpr DWORD kLongest = 30'000;  // milliseconds
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, kLongest)) << "the end of cadserver.exe";
+    constexpr DWORD kTimeout = 30'000;  // milliseconds
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, kTimeout)) << "cadserver.exe did not end";
     GetExitCodeProcess(process.hProcess, &status);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
@@ -68,8 +68,7 @@ std::wstring Quoted(const std::filesystem::path& path)
     return L"\"" + path.wstring() + L"\"";
 }
 
-// What a call gave the client.
-struct Answer
+struct CallResult
 {
     HRESULT status = S_OK;
     _variant_t value;
@@ -82,8 +81,8 @@ struct Answer
     }
 };
 
-Answer Invoke(IDispatch* object, DISPID dispid, std::vector<_variant_t> arguments,
-              WORD kind = DISPATCH_METHOD)
+CallResult Invoke(IDispatch* object, DISPID dispid, std::vector<_variant_t> arguments,
+                  WORD kind = DISPATCH_METHOD)
 {
     std::reverse(arguments.begin(), arguments.end());
     DISPID put = DISPID_PROPERTYPUT;
@@ -92,10 +91,10 @@ Answer Invoke(IDispatch* object, DISPID dispid, std::vector<_variant_t> argument
         parameters.rgdispidNamedArgs = &put;
         parameters.cNamedArgs = 1;
     }
-    Answer answer;
-    answer.status = object->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters, &answer.value,
-                                   &answer.exception, &answer.wrongArgument);
-    return answer;
+    CallResult result;
+    result.status = object->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters, &result.value,
+                                   &result.exception, &result.wrongArgument);
+    return result;
 }
 
 _variant_t Flag(bool flag)
@@ -116,7 +115,7 @@ _variant_t Reference(long& number)
     return value;
 }
 
-Answer Open(IDispatch* application, const std::filesystem::path& path, long& errorCode)
+CallResult Open(IDispatch* application, const std::filesystem::path& path, long& errorCode)
 {
     return Invoke(application, kOpen,
                   {path.c_str(), Number(1), Flag(false), Flag(false), Flag(true), Reference(errorCode)});
@@ -171,7 +170,7 @@ protected:
         std::filesystem::remove_all(m_folder, ignored);
     }
 
-    // The script of every server that is started from now on.
+    // Sets the script of all servers that start from now on.
     void Script(const std::string& rules)
     {
         std::ofstream(m_folder / L"script", std::ios::binary) << rules;
@@ -187,7 +186,7 @@ protected:
 
     [[nodiscard]] IDispatch* Application() const { return m_application; }
 
-    // A new start of the server under a script, and its part opened.
+    // Starts a new server with the script and opens the part.
     IDispatchPtr StartAndOpen(const std::string& rules)
     {
         Script(rules);
@@ -198,7 +197,7 @@ protected:
 
     void Release() { m_application = nullptr; }
 
-    // The lines of the log without the process numbers.
+    // The lines of the log, with N for process numbers.
     [[nodiscard]] std::vector<std::wstring> LogLines() const
     {
         std::vector<std::wstring> lines;
@@ -228,10 +227,10 @@ protected:
             }
             Sleep(50);
         }
-        ADD_FAILURE() << "a server does not end";
+        ADD_FAILURE() << "a server did not end";
     }
 
-    [[nodiscard]] std::vector<PartConfiguration> OnDisk() const
+    [[nodiscard]] std::vector<PartConfiguration> ConfigurationsOnDisk() const
     {
         std::vector<PartConfiguration> configurations;
         EXPECT_EQ(S_OK, ReadConfigurations(m_part.wstring(), configurations));
@@ -245,7 +244,7 @@ private:
     IDispatchPtr m_application;
 };
 
-TEST_F(ServerTest, TellsItsVersionsByProgId)
+TEST_F(ServerTest, IsRegisteredByVersionedProgIds)
 {
     CLSID current{};
     ASSERT_EQ(S_OK, CLSIDFromProgID(L"SldWorks.Application", &current));
@@ -259,7 +258,7 @@ TEST_F(ServerTest, TellsItsVersionsByProgId)
     EXPECT_TRUE(FAILED(CLSIDFromProgID(L"SldWorks.Application.26", &other)));
 }
 
-TEST_F(ServerTest, ServesEachVersionInAProcessOfItsOwn)
+TEST_F(ServerTest, ServesEachVersionInItsOwnProcess)
 {
     ASSERT_EQ(S_OK, Start(L"SldWorks.Application.25"));
     ASSERT_EQ(S_OK, Start(L"SldWorks.Application"));
@@ -275,9 +274,9 @@ TEST_F(ServerTest, ServesEachVersionInAProcessOfItsOwn)
 TEST_F(ServerTest, WritesEachConfigurationAndLogsEachCall)
 {
     ASSERT_EQ(S_OK, Start());
-    Answer answer = Invoke(Application(), kDateCode, {});
-    EXPECT_EQ(VT_I4, answer.value.vt);
-    EXPECT_EQ(2019250, answer.value.lVal);
+    CallResult result = Invoke(Application(), kDateCode, {});
+    EXPECT_EQ(VT_I4, result.value.vt);
+    EXPECT_EQ(2019250, result.value.lVal);
     EXPECT_EQ(S_OK, Invoke(Application(), kVisible, {Flag(false), Number(1)}).status);
     long errorCode = 77;
     IDispatchPtr document = Open(Application(), m_part, errorCode).Object();
@@ -285,14 +284,14 @@ TEST_F(ServerTest, WritesEachConfigurationAndLogsEachCall)
     EXPECT_EQ(0, errorCode);
     EXPECT_EQ(S_OK, Invoke(document, kAcceptWarning, {}).status);
     EXPECT_EQ(3, Invoke(document, kCount, {}).value.lVal);
-    answer = Invoke(document, kNames, {});
-    ASSERT_EQ(VT_ARRAY | VT_BSTR, answer.value.vt);
-    EXPECT_EQ((std::vector<std::wstring>{L"M8x10", L"M8/x 12", L"Größe"}), TextsOf(answer.value));
+    result = Invoke(document, kNames, {});
+    ASSERT_EQ(VT_ARRAY | VT_BSTR, result.value.vt);
+    EXPECT_EQ((std::vector<std::wstring>{L"M8x10", L"M8/x 12", L"Größe"}), TextsOf(result.value));
     IDispatchPtr configuration = Invoke(document, kByName, {L"Größe"}).Object();
     ASSERT_TRUE(configuration != nullptr);
     EXPECT_EQ(S_OK, Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT).status);
     EXPECT_EQ(S_OK, Invoke(configuration, kBomName, {L"Norm 4017 - ß"}, DISPATCH_PROPERTYPUT).status);
-    EXPECT_FALSE(OnDisk()[2].useAlternative);  // only saving changes the file
+    EXPECT_FALSE(ConfigurationsOnDisk()[2].useAlternative);  // only saving changes the file
     EXPECT_EQ(0, Invoke(document, kSave, {Flag(true)}).value.lVal);
     configuration = nullptr;
     document = nullptr;
@@ -303,7 +302,7 @@ TEST_F(ServerTest, WritesEachConfigurationAndLogsEachCall)
 
     const std::vector<PartConfiguration> expected = {
         {L"M8x10", false, L""}, {L"M8/x 12", false, L""}, {L"Größe", true, L"Norm 4017 - ß"}};
-    EXPECT_EQ(expected, OnDisk());
+    EXPECT_EQ(expected, ConfigurationsOnDisk());
     const std::wstring name = m_part.filename().wstring();
     const std::vector<std::wstring> lines = {
         L"-\tstart\tprocess=N\tversion=30",
@@ -325,7 +324,7 @@ TEST_F(ServerTest, WritesEachConfigurationAndLogsEachCall)
     EXPECT_EQ(lines, LogLines());
 }
 
-TEST_F(ServerTest, SavingLeavesTheRestOfTheFileAsItIs)
+TEST_F(ServerTest, SavingLeavesTheRestOfTheFileUnchanged)
 {
     const auto bodyOf = [this] {
         IStoragePtr storage;
@@ -341,18 +340,18 @@ TEST_F(ServerTest, SavingLeavesTheRestOfTheFileAsItIs)
     const std::string before = bodyOf();
     IDispatchPtr document = StartAndOpen("");
     IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
-    // Long enough to move the configuration out of the compound file's small streams, and back.
+    // 6000 characters move the configuration out of the mini stream of the compound file, 3 move it back.
     for (const size_t length : {6000U, 3U}) {
         const std::wstring name(length, L'x');
         Invoke(configuration, kBomName, {name.c_str()}, DISPATCH_PROPERTYPUT);
         EXPECT_EQ(0, Invoke(document, kSave, {Flag(true)}).value.lVal);
-        EXPECT_EQ(name, OnDisk()[0].alternative);
+        EXPECT_EQ(name, ConfigurationsOnDisk()[0].alternative);
     }
     EXPECT_GE(before.size(), 20'000U);
     EXPECT_EQ(before, bodyOf());
 }
 
-TEST_F(ServerTest, ClosingWithoutSavingLosesTheChanges)
+TEST_F(ServerTest, ClosingWithoutSavingDiscardsChanges)
 {
     IDispatchPtr document = StartAndOpen("");
     IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
@@ -363,12 +362,12 @@ TEST_F(ServerTest, ClosingWithoutSavingLosesTheChanges)
     EXPECT_EQ(RPC_E_DISCONNECTED, Invoke(document, kSave, {Flag(true)}).status);
     EXPECT_EQ(RPC_E_DISCONNECTED,
               Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT).status);
-    EXPECT_FALSE(OnDisk()[0].useAlternative);
+    EXPECT_FALSE(ConfigurationsOnDisk()[0].useAlternative);
     EXPECT_EQ(S_OK, Invoke(Application(), kClose, {upper.c_str()}).status);
     EXPECT_TRUE(LogLines().back().ends_with(L"\tnot open"));
 }
 
-TEST_F(ServerTest, KeepsADocumentOpenThatNobodyClosed)
+TEST_F(ServerTest, ADocumentStaysOpenUntilItIsClosed)
 {
     IDispatchPtr document = StartAndOpen("");
     IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
@@ -379,22 +378,22 @@ TEST_F(ServerTest, KeepsADocumentOpenThatNobodyClosed)
     long errorCode = -1;
     document = Open(Application(), m_part, errorCode).Object();
     Invoke(document, kSave, {Flag(true)});
-    EXPECT_EQ(L"kept", OnDisk()[0].alternative);
+    EXPECT_EQ(L"kept", ConfigurationsOnDisk()[0].alternative);
     document = nullptr;
     Release();
     WaitForEnds();
     EXPECT_EQ(L"-\tend\tprocess=N\treason=released\topen=N_ISO_4017_M8.sldprt", LogLines().back());
 }
 
-TEST_F(ServerTest, OpensNoReadOnlyMissingOrForeignFile)
+TEST_F(ServerTest, RefusesToOpenReadOnlyMissingAndOtherFiles)
 {
     ASSERT_EQ(S_OK, Start());
     long errorCode = 0;
     SetFileAttributesW(m_part.c_str(), FILE_ATTRIBUTE_READONLY);
-    Answer answer = Open(Application(), m_part, errorCode);
-    EXPECT_EQ(S_OK, answer.status);
-    EXPECT_EQ(VT_DISPATCH, answer.value.vt);
-    EXPECT_TRUE(answer.Object() == nullptr);
+    CallResult result = Open(Application(), m_part, errorCode);
+    EXPECT_EQ(S_OK, result.status);
+    EXPECT_EQ(VT_DISPATCH, result.value.vt);
+    EXPECT_TRUE(result.Object() == nullptr);
     EXPECT_EQ(3, errorCode);
     SetFileAttributesW(m_part.c_str(), FILE_ATTRIBUTE_NORMAL);
     EXPECT_TRUE(Open(Application(), m_folder / L"none.sldprt", errorCode).Object() == nullptr);
@@ -403,7 +402,7 @@ TEST_F(ServerTest, OpensNoReadOnlyMissingOrForeignFile)
     EXPECT_EQ(1, errorCode);
 }
 
-TEST_F(ServerTest, RefusesWrongArguments)
+TEST_F(ServerTest, RejectsWrongArguments)
 {
     IDispatchPtr document = StartAndOpen("");
     EXPECT_EQ(DISP_E_BADPARAMCOUNT, Invoke(Application(), kVisible, {Flag(true)}).status);
@@ -411,9 +410,9 @@ TEST_F(ServerTest, RefusesWrongArguments)
     _variant_t one;
     one.vt = VT_BOOL;
     one.boolVal = 1;
-    const Answer raw = Invoke(Application(), kVisible, {one, Number(1)});
+    const CallResult raw = Invoke(Application(), kVisible, {one, Number(1)});
     EXPECT_EQ(DISP_E_TYPEMISMATCH, raw.status);
-    EXPECT_EQ(1U, raw.wrongArgument);  // the array of a call runs from its last argument to its first
+    EXPECT_EQ(1U, raw.wrongArgument);  // the array of a call holds the arguments in reverse order
     EXPECT_TRUE(LogLines().back().ends_with(L"\tBOOL=1\tI4=1\t0x80020005"));
     EXPECT_EQ(DISP_E_TYPEMISMATCH,
               Invoke(Application(), kVisible, {Flag(true), _variant_t(short{1})}).status);
@@ -429,7 +428,7 @@ TEST_F(ServerTest, RefusesWrongArguments)
     EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(configuration, kBomName, {L"x"}).status);
 }
 
-TEST_F(ServerTest, GivesIdentifiersByName)
+TEST_F(ServerTest, FindsOperationsByName)
 {
     ASSERT_EQ(S_OK, Start());
     wchar_t name[] = L"datecode";
@@ -443,14 +442,14 @@ TEST_F(ServerTest, GivesIdentifiersByName)
               Application()->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &dispid));
 }
 
-TEST_F(ServerTest, ScriptSaysTheDateCode)
+TEST_F(ServerTest, ScriptSetsTheDateCode)
 {
-    Script("datecode 1999249  # one below the oldest release that will do\n");
+    Script("datecode 1999249  # one below the oldest supported release\n");
     ASSERT_EQ(S_OK, Start());
     EXPECT_EQ(1999249, Invoke(Application(), kDateCode, {}).value.lVal);
 }
 
-TEST_F(ServerTest, ScriptSaysFromWhichStartOnADateCodeIsGiven)
+TEST_F(ServerTest, ScriptSetsTheDateCodeFromALaterStart)
 {
     Script("datecode 7 from=2\ndatecode 5\n");
     for (const long dateCode : {5, 7, 7}) {
@@ -460,7 +459,7 @@ TEST_F(ServerTest, ScriptSaysFromWhichStartOnADateCodeIsGiven)
     }
 }
 
-TEST_F(ServerTest, ScriptSaysWhatOpeningGives)
+TEST_F(ServerTest, ScriptSetsTheResultOfOpening)
 {
     struct Case
     {
@@ -486,7 +485,7 @@ TEST_F(ServerTest, ScriptSaysWhatOpeningGives)
     }
 }
 
-TEST_F(ServerTest, ScriptSaysTheNames)
+TEST_F(ServerTest, ScriptSetsTheTypeOfTheNames)
 {
     struct Case
     {
@@ -516,19 +515,19 @@ TEST_F(ServerTest, ScriptSaysTheNames)
     }
 }
 
-TEST_F(ServerTest, ScriptSaysTheCountAndHidesAConfiguration)
+TEST_F(ServerTest, ScriptSetsTheCountAndHidesAConfiguration)
 {
     IDispatchPtr document =
         StartAndOpen("count N_iso_4017_m8.sldprt -1\nmissing N_ISO_4017_M8.sldprt \"M8/x 12\"\n");
     EXPECT_EQ(-1, Invoke(document, kCount, {}).value.lVal);
     EXPECT_EQ(3U, TextsOf(Invoke(document, kNames, {}).value).size());
-    const Answer missing = Invoke(document, kByName, {L"M8/x 12"});
+    const CallResult missing = Invoke(document, kByName, {L"M8/x 12"});
     EXPECT_EQ(S_OK, missing.status);
     EXPECT_TRUE(missing.Object() == nullptr);
     EXPECT_TRUE(Invoke(document, kByName, {L"M8x10"}).Object() != nullptr);
 }
 
-TEST_F(ServerTest, FaultReportsAnException)
+TEST_F(ServerTest, FaultRaisesAnException)
 {
     Script(
         "fault nth=2 exception code=1001 source=\"CAD system\" description=\"Schlüssel fehlt\" "
@@ -537,26 +536,26 @@ TEST_F(ServerTest, FaultReportsAnException)
         "fault nth=3 exception scode=0x8004ABCD\n");
     ASSERT_EQ(S_OK, Start());
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
-    Answer answer = Invoke(Application(), kDateCode, {});
-    EXPECT_EQ(DISP_E_EXCEPTION, answer.status);
-    EXPECT_EQ(1001, answer.exception.wCode);
-    EXPECT_EQ(0, answer.exception.scode);
-    EXPECT_STREQ(L"CAD system", _bstr_t(answer.exception.bstrSource, false));
-    EXPECT_STREQ(L"Schlüssel fehlt", _bstr_t(answer.exception.bstrDescription, false));
-    EXPECT_STREQ(L"C:\\h.chm", _bstr_t(answer.exception.bstrHelpFile, false));
-    EXPECT_EQ(7U, answer.exception.dwHelpContext);
+    CallResult result = Invoke(Application(), kDateCode, {});
+    EXPECT_EQ(DISP_E_EXCEPTION, result.status);
+    EXPECT_EQ(1001, result.exception.wCode);
+    EXPECT_EQ(0, result.exception.scode);
+    EXPECT_STREQ(L"CAD system", _bstr_t(result.exception.bstrSource, false));
+    EXPECT_STREQ(L"Schlüssel fehlt", _bstr_t(result.exception.bstrDescription, false));
+    EXPECT_STREQ(L"C:\\h.chm", _bstr_t(result.exception.bstrHelpFile, false));
+    EXPECT_EQ(7U, result.exception.dwHelpContext);
     EXPECT_EQ(L"2\tapplication\t11\tmethod\t0x80020009", LogLines().back());
-    answer = Invoke(Application(), kDateCode, {});
-    EXPECT_EQ(DISP_E_EXCEPTION, answer.status);
-    EXPECT_EQ(0, answer.exception.wCode);
-    EXPECT_EQ(static_cast<HRESULT>(0x8004ABCD), answer.exception.scode);
-    EXPECT_TRUE(answer.exception.bstrSource == nullptr);
-    EXPECT_TRUE(answer.exception.bstrDescription == nullptr);
-    EXPECT_TRUE(answer.exception.bstrHelpFile == nullptr);
+    result = Invoke(Application(), kDateCode, {});
+    EXPECT_EQ(DISP_E_EXCEPTION, result.status);
+    EXPECT_EQ(0, result.exception.wCode);
+    EXPECT_EQ(static_cast<HRESULT>(0x8004ABCD), result.exception.scode);
+    EXPECT_TRUE(result.exception.bstrSource == nullptr);
+    EXPECT_TRUE(result.exception.bstrDescription == nullptr);
+    EXPECT_TRUE(result.exception.bstrHelpFile == nullptr);
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
 }
 
-TEST_F(ServerTest, FaultGoesByDispidAndFile)
+TEST_F(ServerTest, FaultIsFilteredByDispidAndFile)
 {
     const std::filesystem::path other = m_folder / L"other.sldprt";
     ASSERT_EQ(S_OK, CreatePartFile(other.wstring(), {L"a"}));
@@ -579,33 +578,33 @@ TEST_F(ServerTest, FaultGoesByDispidAndFile)
     EXPECT_EQ(S_OK, Invoke(Application(), kClose, {m_part.c_str()}).status);
 }
 
-TEST_F(ServerTest, FaultEndsTheServerBeforeActing)
+TEST_F(ServerTest, FaultEndsTheServerBeforeTheCall)
 {
     IDispatchPtr document = StartAndOpen("fault dispid=66019 end-before\n");
     IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
     Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
     EXPECT_EQ(kServerDied, Invoke(document, kSave, {Flag(true)}).status);
     EXPECT_EQ(kServerGone, Invoke(document, kCount, {}).status);
-    EXPECT_FALSE(OnDisk()[0].useAlternative);
+    EXPECT_FALSE(ConfigurationsOnDisk()[0].useAlternative);
     const std::vector<std::wstring> lines = LogLines();
     EXPECT_EQ(L"4\tdocument N_ISO_4017_M8.sldprt\t66019\tmethod\tBOOL=-1\tnot served",
               lines.at(lines.size() - 2));
     EXPECT_EQ(L"-\tend\tprocess=N\treason=fault\topen=N_ISO_4017_M8.sldprt", lines.back());
-    EXPECT_EQ(S_OK, Start());  // a new server comes up at once
+    EXPECT_EQ(S_OK, Start());  // a new server starts at once
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
 }
 
-TEST_F(ServerTest, FaultEndsTheServerAfterActing)
+TEST_F(ServerTest, FaultEndsTheServerAfterTheCall)
 {
     IDispatchPtr document = StartAndOpen("fault dispid=66019 end-after\n");
     IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
     Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
     EXPECT_EQ(kServerDied, Invoke(document, kSave, {Flag(true)}).status);
-    EXPECT_TRUE(OnDisk()[0].useAlternative);
+    EXPECT_TRUE(ConfigurationsOnDisk()[0].useAlternative);
     EXPECT_EQ(S_OK, Start());
 }
 
-TEST_F(ServerTest, FaultSlowsACallDown)
+TEST_F(ServerTest, FaultDelaysACall)
 {
     Script("fault nth=1 slow 400\n");
     ASSERT_EQ(S_OK, Start());
@@ -617,9 +616,9 @@ TEST_F(ServerTest, FaultSlowsACallDown)
     EXPECT_LT(GetTickCount64() - begin, 400U);
 }
 
-TEST_F(ServerTest, FaultHoldsACallBeforeItIsServedOrAnswered)
+TEST_F(ServerTest, FaultHoldsACallBeforeOrAfterItIsServed)
 {
-    const std::wstring answered = L"\tapplication\t11\tmethod\tI4=2019250";
+    const std::wstring served = L"\tapplication\t11\tmethod\tI4=2019250";
     const CCallHold hold;
     Script("fault nth=1 hold-before\nfault nth=2 hold-after\n");
     ASSERT_EQ(S_OK, Start());
@@ -633,13 +632,13 @@ TEST_F(ServerTest, FaultHoldsACallBeforeItIsServedOrAnswered)
     });
     for (int call = 1; call <= 2; ++call) {
         EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
-        EXPECT_EQ(std::to_wstring(call) + answered, LogLines().back());
+        EXPECT_EQ(std::to_wstring(call) + served, LogLines().back());
     }
     test.join();
-    EXPECT_EQ((std::vector<std::wstring>{L"-\tstart\tprocess=N\tversion=30", L"2" + answered}), whileHeld);
+    EXPECT_EQ((std::vector<std::wstring>{L"-\tstart\tprocess=N\tversion=30", L"2" + served}), whileHeld);
 }
 
-TEST_F(ServerTest, NothingIsHeldForNobody)
+TEST_F(ServerTest, CallsAreHeldOnlyIfATestWaits)
 {
     Script("fault nth=1 hold-before\n");
     ASSERT_EQ(S_OK, Start());
@@ -648,8 +647,8 @@ TEST_F(ServerTest, NothingIsHeldForNobody)
     EXPECT_LT(GetTickCount64() - begin, 5'000U);
 }
 
-// The client has no message filter of its own here, so it is told at once that its call was turned away.
-TEST_F(ServerTest, FaultTurnsCallsAwayForATime)
+// The client has no message filter here, so its call fails at once.
+TEST_F(ServerTest, FaultRejectsCallsForSomeTime)
 {
     Script("fault nth=2 reject 500\n");
     ASSERT_EQ(S_OK, Start());
@@ -663,7 +662,7 @@ TEST_F(ServerTest, FaultTurnsCallsAwayForATime)
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
 }
 
-TEST_F(ServerTest, FaultTurnsCallsAwayForGood)
+TEST_F(ServerTest, FaultRejectsCallsForever)
 {
     Script("fault nth=1 lasting reject forever\n");
     ASSERT_EQ(S_OK, Start());
@@ -672,7 +671,7 @@ TEST_F(ServerTest, FaultTurnsCallsAwayForGood)
     }
 }
 
-TEST_F(ServerTest, FaultAsksToTryAgainLater)
+TEST_F(ServerTest, FaultAsksToRetryLater)
 {
     if (UnderWine()) {
         GTEST_SKIP()
@@ -686,7 +685,7 @@ TEST_F(ServerTest, FaultAsksToTryAgainLater)
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
 }
 
-TEST_F(ServerTest, FaultCountsFromEachStartOrAcrossAll)
+TEST_F(ServerTest, FaultCountsPerStartOrAcrossStarts)
 {
     Script("fault nth=2 fail 0x80004005\nfault nth=3 across fail 0x8000FFFF\n");
     const auto call = [this] { return Invoke(Application(), kDateCode, {}).status; };
@@ -701,7 +700,7 @@ TEST_F(ServerTest, FaultCountsFromEachStartOrAcrossAll)
     EXPECT_EQ(S_OK, call());
 }
 
-TEST_F(ServerTest, RefusesToStartFromTheSecondTimeOn)
+TEST_F(ServerTest, ScriptRefusesTheSecondStart)
 {
     Script("start-refuse from=2\n");
     ASSERT_EQ(S_OK, Start());
@@ -713,7 +712,7 @@ TEST_F(ServerTest, RefusesToStartFromTheSecondTimeOn)
     EXPECT_EQ(L"-\trefused\tprocess=N\tversion=30", LogLines().back());
 }
 
-TEST_F(ServerTest, AnswersTheCallThatEndsItAndLetsTheNextClientStartAnew)
+TEST_F(ServerTest, TheEndCallReturnsAndTheNextClientGetsANewProcess)
 {
     for (int round = 0; round < 3; ++round) {
         ASSERT_EQ(S_OK, Start());
@@ -725,7 +724,7 @@ TEST_F(ServerTest, AnswersTheCallThatEndsItAndLetsTheNextClientStartAnew)
     EXPECT_EQ(9U, lines.size());
 }
 
-// What is left of a process that stays is ended by a session that does not.
+// A session without "stay" ends the process in TearDown.
 class StayTest : public ServerTest
 {
 protected:
@@ -743,7 +742,7 @@ protected:
     }
 };
 
-TEST_F(StayTest, EachSessionBeginsLikeANewProcess)
+TEST_F(StayTest, EachSessionStartsLikeANewProcess)
 {
     IDispatchPtr document = StartAndOpen("stay\nfault nth=2 fail 0x80004005\n");
     EXPECT_EQ(E_FAIL, Invoke(Application(), kEnd, {}).status);
@@ -763,18 +762,18 @@ TEST_F(StayTest, EachSessionBeginsLikeANewProcess)
     EXPECT_EQ(3, std::ranges::count(lines, ProcessOf(lines.at(0)), [](const std::wstring& line) {
                   return line.starts_with(L"-\tstart") ? ProcessOf(line) : L"";
               }));
-    const std::vector<std::wstring> told = LogLines();
+    const std::vector<std::wstring> logged = LogLines();
     const std::wstring start = L"-\tstart\tprocess=N\tversion=30";
-    EXPECT_EQ(start, told.at(0));
-    EXPECT_EQ(1, std::ranges::count(told, L"-\tend\tprocess=N\treason=asked\topen=N_ISO_4017_M8.sldprt"));
-    EXPECT_EQ(1, std::ranges::count(told, L"-\tdocument N_ISO_4017_M8.sldprt\t65971\tmethod\tgone"));
-    EXPECT_EQ(1, std::ranges::count(told, start + L"\tleft=1")) << "the document was still held";
-    EXPECT_EQ(1, std::ranges::count(told, L"1\tapplication\t11\tmethod\tI4=1"));
-    EXPECT_EQ(1, std::ranges::count(told, L"-\tend\tprocess=N\treason=released\topen="));
-    EXPECT_EQ(start + L"\tleft=0", told.back());
+    EXPECT_EQ(start, logged.at(0));
+    EXPECT_EQ(1, std::ranges::count(logged, L"-\tend\tprocess=N\treason=asked\topen=N_ISO_4017_M8.sldprt"));
+    EXPECT_EQ(1, std::ranges::count(logged, L"-\tdocument N_ISO_4017_M8.sldprt\t65971\tmethod\tgone"));
+    EXPECT_EQ(1, std::ranges::count(logged, start + L"\tleft=1")) << "the document was still held";
+    EXPECT_EQ(1, std::ranges::count(logged, L"1\tapplication\t11\tmethod\tI4=1"));
+    EXPECT_EQ(1, std::ranges::count(logged, L"-\tend\tprocess=N\treason=released\topen="));
+    EXPECT_EQ(start + L"\tleft=0", logged.back());
 }
 
-TEST_F(StayTest, RefusesASessionAndTakesTheNextOne)
+TEST_F(StayTest, RefusesASessionAndServesTheNextOne)
 {
     Script("stay\nstart-refuse from=2\n");
     ASSERT_EQ(S_OK, Start());
@@ -786,7 +785,7 @@ TEST_F(StayTest, RefusesASessionAndTakesTheNextOne)
     EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
 }
 
-TEST_F(ServerTest, TellsAWrongScriptBeforeAnyStart)
+TEST_F(ServerTest, ReportsAWrongScriptWhenItIsConfigured)
 {
     for (const char* rule :
          {"nonsense", "open x", "names * what", "fault nth=0 fail 1", "fault file=x busy 5", "datecode 12a",
@@ -799,7 +798,7 @@ TEST_F(ServerTest, TellsAWrongScriptBeforeAnyStart)
     EXPECT_EQ(2U, RunServerProgram(L"--what"));
 }
 
-TEST_F(ServerTest, LeavesAProgIdAloneThatBelongsToAnotherProgram)
+TEST_F(ServerTest, LeavesProgIdsOfOtherProgramsUnchanged)
 {
     const wchar_t* key = L"Software\\Classes\\SldWorks.Application.31\\CLSID";
     const wchar_t other[] = L"{00000000-1111-2222-3333-444444444444}";
@@ -819,7 +818,7 @@ TEST_F(ServerTest, LeavesAProgIdAloneThatBelongsToAnotherProgram)
     EXPECT_EQ(0U, RunServerProgram(L"--register 25 30 --current 30"));
 }
 
-// The filler of a part file that is made for the question; its place in the file is the system's affair.
+// The body of a new part file. Read through the storage, as its position in the file is up to the system.
 std::string BodyOfNewPart(const wchar_t* name)
 {
     const std::filesystem::path path = std::filesystem::temp_directory_path() / name;
@@ -842,7 +841,7 @@ std::string BodyOfNewPart(const wchar_t* name)
     return bytes;
 }
 
-TEST(PartFileTest, LengthAndBytesFollowFromTheName)
+TEST(PartFileTest, SizeAndContentsAreDerivedFromTheName)
 {
     const std::string body = BodyOfNewPart(L"a.sldprt");
     EXPECT_LE(20'500U, body.size());

@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr UINT kAnswerTime = 100;   // milliseconds in which the answer to the last call leaves the process
-constexpr UINT kStayTime = 60'000;  // milliseconds that a session, and the time between two, may take
-constexpr long kNoPartFile = 1;
+constexpr UINT kEndDelay = 100;        // milliseconds for the last call to return to its client
+constexpr UINT kStayTimeout = 60'000;  // milliseconds for a session, and for the time between two sessions
+constexpr long kNotAPartFile = 1;
 constexpr long kNoSuchFile = 2;
 constexpr long kReadOnly = 3;
 
@@ -30,7 +30,7 @@ long LoadPart(OpenPart& part)
     if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) {
         return kReadOnly;
     }
-    return SUCCEEDED(ReadConfigurations(part.path, part.configurations)) ? 0 : kNoPartFile;
+    return SUCCEEDED(ReadConfigurations(part.path, part.configurations)) ? 0 : kNotAPartFile;
 }
 
 std::wstring OwnProcess()
@@ -79,7 +79,7 @@ CSession::CSession(int version, StartSettings settings)
     , m_log(std::move(settings.log))
 {
     if (m_script.Stays()) {
-        CoAddRefServerProcess();  // never given back: without objects, too, the class takes clients
+        CoAddRefServerProcess();  // never released: clients can connect even when there are no objects
         RestartStayTimer();
     }
 }
@@ -140,7 +140,7 @@ void CSession::Revoke()
     }
 }
 
-bool CSession::Continue()
+bool CSession::EnsureSession()
 {
     if (m_endReason.empty() || !m_script.Stays()) {
         return true;
@@ -156,7 +156,7 @@ bool CSession::Continue()
     m_faults = CFaultPlan(m_script.Faults());
     m_calls = 0;
     m_endReason.clear();
-    m_endTold = false;
+    m_endLogged = false;
     RestartStayTimer();
     return true;
 }
@@ -188,7 +188,7 @@ void CSession::RequestEnd(const std::wstring& reason)
         EndSession();
     } else {
         Revoke();
-        SetTimer(nullptr, 0, kAnswerTime, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(0); });
+        SetTimer(nullptr, 0, kEndDelay, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(0); });
     }
 }
 
@@ -209,13 +209,13 @@ void CSession::RestartStayTimer()
     if (m_stayTimer != 0) {
         KillTimer(nullptr, m_stayTimer);
     }
-    m_stayTimer = m_script.Stays() ? SetTimer(nullptr, 0, kStayTime, nullptr) : 0;
+    m_stayTimer = m_script.Stays() ? SetTimer(nullptr, 0, kStayTimeout, nullptr) : 0;
 }
 
 void CSession::EndNow(const std::wstring& reason)
 {
     m_endReason = reason;
-    // COM would go on sending clients to a server that died with its class object registered.
+    // Otherwise COM would keep sending clients to the dead process.
     Revoke();
     LogEnd();
     TerminateProcess(GetCurrentProcess(), 1);
@@ -224,7 +224,7 @@ void CSession::EndNow(const std::wstring& reason)
 
 void CSession::LogEnd()
 {
-    if (std::exchange(m_endTold, true)) {
+    if (std::exchange(m_endLogged, true)) {
         return;
     }
     m_log.Add({L"-", L"end", OwnProcess(), L"reason=" + m_endReason, L"open=" + OpenNames()});

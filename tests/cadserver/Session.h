@@ -13,17 +13,17 @@
 #include "tests/cadserver/PartFile.h"
 #include "tests/cadserver/Script.h"
 
-// A part in the server's memory. Only saving brings it back to its file.
+// A part that was read into memory. Only saving writes it to its file.
 struct OpenPart
 {
     std::wstring path;
     std::wstring file;  // name without folder
     std::vector<PartConfiguration> configurations;
-    bool open = true;  // false once it was closed; automation objects may outlive that
+    bool open = true;  // false after closing; automation objects may still refer to the part
 };
 using OpenPartPointer = std::shared_ptr<OpenPart>;
 
-// What a start of the server goes by.
+// The settings of one start of the server.
 struct StartSettings
 {
     DWORD number;  // of the start, from 1
@@ -31,59 +31,57 @@ struct StartSettings
     CCallLog log;
 };
 
-// Counts a start of the server and takes up what is configured for it. Nothing when the script refuses this
-// start or cannot be read, which the log tells then; it tells the start otherwise, with `remark` behind it.
+// Counts a start of the server, reads its settings and logs the start, followed by the remark. Returns
+// nothing if the script refuses this start or cannot be read; that is logged instead.
 std::optional<StartSettings> PrepareStart(int version, const std::wstring& remark = {});
 
-// What one start of the server holds from its first to its last moment: script, log, open documents, and the
-// decision to end. In a process that stays, one session follows the other. Lives on the thread that serves
-// the calls.
+// The state of one start of the server: script, log, open documents, and the decision to end. With "stay" in
+// the script, a process has one session after the other. Used only on the thread that serves the calls.
 class CSession
 {
 public:
     CSession(int version, StartSettings settings);
 
     [[nodiscard]] const CScript& Script() const { return m_script; }
-    // What the application gives for its version.
+    // The date code that the application returns.
     [[nodiscard]] long DateCode() const { return m_script.DateCode(m_start); }
     [[nodiscard]] CFaultPlan& Faults() { return m_faults; }
     [[nodiscard]] const CCallLog& Log() const { return m_log; }
-    // The running number of the next call, from 1.
+    // The number of the next call, from 1.
     std::wstring NextCallNumber() { return std::to_wstring(++m_calls); }
 
-    // Opens the part at the path, or finds it when it is open already. On failure null, and the error code
-    // that the open call reports: 1 no part file, 2 no such file, 3 read-only.
+    // Opens the part at the path, or finds it if it is open already. On failure, returns null and sets the
+    // error code of the open call: 1 not a part file, 2 not found, 3 read-only.
     OpenPartPointer OpenPartAt(const std::wstring& path, long& errorCode);
-    // Closes the part at the path without saving it; answers whether it was open.
+    // Closes the part at the path without saving it. Returns whether it was open.
     bool ClosePartAt(const std::wstring& path);
     // The names of the open parts, separated by "|".
     [[nodiscard]] std::wstring OpenNames() const;
 
-    // The class object's registration, revoked when the session ends.
+    // Registers the class object until the session ends.
     HRESULT RegisterClassObject(IUnknown& factory);
 
-    // Which session of the process this is.
+    // The number of the session in this process.
     [[nodiscard]] unsigned Number() const { return m_number; }
-    // A session that has ended, in a process that stays, begins anew as a new process would. Answers whether
-    // there is one to serve a new client.
-    bool Continue();
+    // If the session has ended and the process stays, begins a new session like a new process would. Returns
+    // whether there is a session to serve a new client.
+    bool EnsureSession();
 
-    // Every automation object announces its life, and leaves with the number of the session that it came in:
-    // the session ends when its last one has gone.
+    // Called by every automation object when it is created and destroyed, with the number of the session in
+    // which it was created. The session ends with its last object.
     void AddObject();
     void RemoveObject(unsigned number);
     [[nodiscard]] bool WasUsed() const { return m_used; }
 
-    // Ends the server soon, once the answer to the present call is out: no further client is let in from now
-    // on. A process that stays only ends the session.
+    // Accepts no more clients and ends the server soon, so that the current call can return. If the process
+    // stays, ends only the session.
     void RequestEnd(const std::wstring& reason);
-    // Ends the process on the spot, in the midst of a call.
+    // Ends the process immediately, within a call.
     [[noreturn]] void EndNow(const std::wstring& reason);
-    // The timer of a process that stays: when it runs out, nobody has begun or ended a session for a long
-    // time.
+    // The timer of a process that stays. It expires if no session begins or ends for a minute.
     [[nodiscard]] UINT_PTR StayTimer() const { return m_stayTimer; }
 
-    // Writes the end line with the reason asked for, unless it stands in the log already.
+    // Logs the end with its reason, unless it is logged already.
     void LogEnd();
 
 private:
@@ -97,13 +95,13 @@ private:
     CFaultPlan m_faults;
     CCallLog m_log;
     unsigned m_calls = 0;
-    std::map<std::wstring, OpenPartPointer> m_parts;  // by full path in lower case
+    std::map<std::wstring, OpenPartPointer> m_parts;  // key: full path in lower case
     std::optional<DWORD> m_registration;
     bool m_used = false;
     unsigned m_number = 1;
     unsigned m_objects = 0;      // of this session
-    unsigned m_leftObjects = 0;  // of sessions that have ended
+    unsigned m_leftObjects = 0;  // of ended sessions
     UINT_PTR m_stayTimer = 0;
     std::wstring m_endReason;
-    bool m_endTold = false;
+    bool m_endLogged = false;
 };

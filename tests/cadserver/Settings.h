@@ -4,29 +4,29 @@
 
 #include <string>
 
-// What the server keeps in the registry, under HKEY_CURRENT_USER\Software\TalvenorCadServer: COM starts it,
-// so it can rely neither on its environment nor on its working folder.
-//   "Script", "Log"  full paths, missing when there is none
-//   "Starts"         how often the server was started since the last configuration
-//   "Rule<N>"        how many calls have fitted the N-th fault of the script (from 0), for faults that count
-//   across starts
+// The server's settings in the registry, under HKEY_CURRENT_USER\Software\TalvenorCadServer. COM starts the
+// server, so it cannot rely on environment variables or the working folder.
+//
+//   "Script", "Log"  full paths; missing if not configured
+//   "Starts"         number of starts since the last configuration
+//   "Rule<N>"        calls that matched the N-th fault of the script (from 0), if it counts across starts
 inline constexpr const wchar_t* kSettingsKey = L"Software\\TalvenorCadServer";
 
-// Events of a test that has calls held: the server sets the first when a call is held, the test the second
-// when that call may go on.
+// Events of a test that holds calls. The server sets the first when it holds a call, the test sets the second
+// to let the call continue.
 inline constexpr const wchar_t* kHeldEvent = L"Local\\TalvenorCadServerHeld";
 inline constexpr const wchar_t* kGoOnEvent = L"Local\\TalvenorCadServerGoOn";
 
-// Stores the two paths (empty: none) and sets all counters back to 0.
+// Stores both paths (empty: none) and resets all counters to 0.
 void ConfigureServer(const std::wstring& script, const std::wstring& log);
 
-// Removes everything that the server keeps.
+// Removes all settings.
 void RemoveSettings();
 
-// A path as it was stored, empty when there is none.
+// A stored path; empty if there is none.
 std::wstring ScriptPath();
 std::wstring LogPath();
 
-// A counter, 0 when it was never written.
+// A counter; 0 if it was never written.
 DWORD ReadCounter(const std::wstring& name);
 void WriteCounter(const std::wstring& name, DWORD value);

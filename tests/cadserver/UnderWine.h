@@ -2,8 +2,7 @@
 
 #include <windows.h>
 
-// Whether the tests run under Wine: some of them know ways of its that are no part of Windows, or miss what
-// it lacks.
+// Whether the tests run under Wine, where some things work differently than on Windows or not at all.
 inline bool UnderWine()
 {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;

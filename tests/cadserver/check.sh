@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# The stand-in CAD server, its library generator and the independent reader, checked by a script client that
-# knows nothing of their code: tests/cadserver/check.sh FOLDER_OF_THE_PROGRAMS
-# Exit status 0, or another when something is not as it should be. Needs Debian's python3-olefile.
+# Tests the stand-in CAD server, the library generator and the independent reader from a script client that shares no code
+# with them: tests/cadserver/check.sh FOLDER_OF_THE_PROGRAMS
+#
+# The exit status is 0 only if all results are as expected. Needs Debian's python3-olefile.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 top=$(cd "$here/../.." && pwd)
@@ -14,7 +15,7 @@ finish() {
   rm -rf "$work"
 }
 trap finish EXIT
-expect() { # expect NAME: the text of standard input must equal the file $work/NAME
+expect() { # expect NAME: standard input must be equal to the file $work/NAME
   if ! diff -u - "$work/$1"; then
     echo "check.sh: $1 is not as expected" >&2
     exit 1
@@ -22,7 +23,7 @@ expect() { # expect NAME: the text of standard input must equal the file $work/N
 }
 
 printf 'N_ISO_4017_M8.sldprt\tM8/x 10|M8:x12|Gr\xc3\xb6sse "3"\nN_ISO_4017_M9.sldprt\tM9\n' >"$work/table.tsv"
-echo 'names * variants   # VBScript reads no other arrays' >"$work/script.txt"
+echo 'names * variants   # VBScript can read no other arrays' >"$work/script.txt"
 part=$(windows_path "$work/library/N_ISO_4017_M8.sldprt")
 
 windows "$programs/makelibrary.exe" "$(windows_path "$work/table.tsv")" "$(windows_path "$work/library")" |
@@ -67,7 +68,7 @@ expect count <<'EOF'
 4 of 4 expected lines found, 4 read
 EOF
 
-for _ in $(seq 50); do # the server ends shortly after its last answer
+for _ in $(seq 50); do # the server ends shortly after its last call
   if tail -n 1 "$work/log" | grep -q 'reason='; then break; fi
   sleep 0.1
 done
@@ -100,7 +101,7 @@ EOF
 windows "$programs/cadserver.exe" --unregister
 windows reg query 'HKLM\Software\Classes' >"$work/classes"
 if grep -qi 'SldWorks' "$work/classes"; then
-  echo "check.sh: a ProgID is left after unregistering" >&2
+  echo "check.sh: a ProgID remains after unregistering" >&2
   exit 1
 fi
 echo "check.sh: all as expected"

@@ -1,6 +1,7 @@
-' Drives the stand-in CAD server as a script user would: cscript //nologo check.vbs PART PREFIX
-' Gives every configuration but the last the BOM name PREFIX + its own name, and prints what it saw, in plain
-' ASCII: what the console does with other characters is no part of the check.
+' Uses the stand-in CAD server from a script: cscript //nologo check.vbs PART PREFIX
+'
+' Sets the BOM name of every configuration but the last to PREFIX + its own name. Prints the results in ASCII only, as the
+' console may change other characters.
 Option Explicit
 Dim app, doc, conf, names, code, index
 Set app = CreateObject("SldWorks.Application.30")
