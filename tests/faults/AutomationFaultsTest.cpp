@@ -9,32 +9,34 @@
 #include "framework/Language.h"
 #include "tests/faults/FaultTest.h"
 
-// One automation call after the other fails, in every way in which a call can.
+// Every automation call of a run fails in turn, in every possible way.
 
 namespace {
 
-// Counted by hand for the rows below. A part takes seven calls (visibility off, open, count, names, save,
-// close, visibility on), one more where opening reports reservations, and for each configuration two (have
-// it, say whether its own name counts) and a third where a name is written:
+// Counted by hand for FourRows. A part takes seven calls (visibility off, open, count, names, save, close,
+// visibility on) and one more if opening reports a warning. A configuration takes two (get it, set whether it
+// uses its own name) and one more if a name is written:
+//
 //   Schraube  7 + 3 + 3     = 13
-//   Scheibe   7 + 3 + 2 + 3 = 15   the second configuration's name comes out empty
+//   Scheibe   7 + 3 + 2 + 3 = 15   the second configuration's name is empty
 //   früher    0                    needs no conversion
 //   Gruppe    7 + 1 + 3 + 3 = 14   opened with code 128
-// and the run one to ask for the version and one to end the server.
-constexpr unsigned kCallsByHand = 1 + 13 + 15 + 0 + 14 + 1;
+//
+// The run takes one to get the version and one to end the server.
+constexpr unsigned kExpectedCalls = 1 + 13 + 15 + 0 + 14 + 1;
 
 using ScriptFor = std::function<ServerScript(unsigned call)>;
 
 // A kind of fault.
 struct FaultKind
 {
-    const char* name;   // of the test
-    const char* title;  // in the table of all faults
+    const char* name;   // in the name of the test
+    const char* title;  // in FAULTS.md
     ScriptFor scriptFor;
     ServerLife life = ServerLife::stays;
 };
 
-ScriptFor One(const Fault& fault)
+ScriptFor Single(const Fault& fault)
 {
     return [fault](unsigned call) {
         Fault placed = fault;
@@ -45,43 +47,44 @@ ScriptFor One(const Fault& fault)
 
 ScriptFor Failing(HRESULT status)
 {
-    return One({.kind = Fault::Kind::fail, .status = status});
+    return Single({.kind = Fault::Kind::fail, .status = status});
 }
 
 ScriptFor OneOfKind(Fault::Kind kind)
 {
-    return One({.kind = kind});
+    return Single({.kind = kind});
 }
 
-const Fault kTold{.kind = Fault::Kind::exception, .source = L"CAD system", .description = L"Größe fehlt."};
+const Fault kException{
+    .kind = Fault::Kind::exception, .source = L"CAD system", .description = L"Größe fehlt."};
 
-// The server reports an exception or ends, and a new one does not come up.
-ScriptFor AndNoNewServer(Fault::Kind kind)
+// The server raises an exception or ends, and a new one does not start.
+ScriptFor WithoutNewServer(Fault::Kind kind)
 {
     return [kind](unsigned call) { return ServerScript{{{.kind = kind, .nth = call}}, 2}; };
 }
 
-// The server reports an exception, and the new one is too old.
-ServerScript AndTooOld(unsigned call)
+// The server raises an exception, and the new one is too old.
+ServerScript WithOldServer(unsigned call)
 {
-    Fault fault = kTold;
+    Fault fault = kException;
     fault.nth = call;
     return {.faults = {fault}, .oldFrom = 2};
 }
 
-// A fault, and the new server does not tell its version, which is the first call that it is asked.
-ServerScript AndNoVersion(unsigned call)
+// The server raises an exception, and the new one fails its first call, which gets the version.
+ServerScript WithoutVersion(unsigned call)
 {
-    Fault first = kTold;
+    Fault first = kException;
     first.nth = call;
     first.across = true;
     const Fault second{.kind = Fault::Kind::fail, .nth = call + 2, .across = true};
     return {{first, second}};
 }
 
-ServerScript EveryCallFrom(unsigned call)
+ServerScript LastingFrom(unsigned call)
 {
-    Fault fault = kTold;
+    Fault fault = kException;
     fault.nth = call;
     fault.lasting = true;
     return {{fault}};
@@ -89,46 +92,49 @@ ServerScript EveryCallFrom(unsigned call)
 
 constexpr HRESULT kServerUnavailable = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
 
-const FaultKind kExceptionTold = {"ExceptionTold", "exception with source and description", One(kTold)};
+const FaultKind kExceptionWithTexts = {"ExceptionWithTexts", "exception with source and description",
+                                       Single(kException)};
 const FaultKind kFailure = {"Failure", "failure code E_FAIL", Failing(E_FAIL)};
 const FaultKind kNoNewServer = {"NoNewServer", "exception, and the new server does not start",
-                                AndNoNewServer(Fault::Kind::exception)};
+                                WithoutNewServer(Fault::Kind::exception)};
 
-// What the program says about these is tested in both languages throughout.
-const std::vector<FaultKind> kTellingKinds = {
-    kExceptionTold,
-    {"ExceptionUntold", "exception with neither", OneOfKind(Fault::Kind::exception)},
+// These cause different messages, so every call is tested in both languages.
+const std::vector<FaultKind> kKindsWithMessages = {
+    kExceptionWithTexts,
+    {"ExceptionWithoutTexts", "exception without texts", OneOfKind(Fault::Kind::exception)},
     kNoNewServer,
-    {"TooOld", "exception, and the new server is too old", AndTooOld},
+    {"TooOld", "exception, and the new server is too old", WithOldServer},
 };
 
 const std::vector<FaultKind> kOtherKinds = {
     {"ExceptionWithHelp", "exception with description and help topic",
-     One({.kind = Fault::Kind::exception,
-          .description = L"Nur ein Text",
-          .helpFile = L"C:\\cad.chm",
-          .helpContext = 7})},
+     Single({.kind = Fault::Kind::exception,
+             .description = L"Nur ein Text",
+             .helpFile = L"C:\\cad.chm",
+             .helpContext = 7})},
     {"ExceptionSourceOnly", "exception with source only",
-     One({.kind = Fault::Kind::exception, .source = L"CAD system"})},
-    {"ExceptionWithoutReport", "failure code DISP_E_EXCEPTION without a report", Failing(DISP_E_EXCEPTION)},
+     Single({.kind = Fault::Kind::exception, .source = L"CAD system"})},
+    {"ExceptionWithoutReport", "failure code DISP_E_EXCEPTION without exception information",
+     Failing(DISP_E_EXCEPTION)},
     kFailure,
     {"Disconnected", "failure code RPC_E_DISCONNECTED", Failing(RPC_E_DISCONNECTED)},
     {"Unavailable", "failure code 0x800706BA (server unavailable)", Failing(kServerUnavailable)},
     {"OutOfMemory", "failure code E_OUTOFMEMORY", Failing(E_OUTOFMEMORY)},
     {"NoMember", "failure code DISP_E_MEMBERNOTFOUND", Failing(DISP_E_MEMBERNOTFOUND)},
     {"ServerFault", "failure code RPC_E_SERVERFAULT", Failing(RPC_E_SERVERFAULT)},
-    {"RejectedForAWhile", "calls rejected as busy for a while", OneOfKind(Fault::Kind::rejectForAWhile)},
-    {"RejectedForGood", "calls rejected as busy for good", OneOfKind(Fault::Kind::rejectForGood)},
-    {"Lasting", "exception in this and every later call", EveryCallFrom},
-    {"NoVersion", "exception, and the new server does not tell its version", AndNoVersion},
-    {"EndBefore", "server ends before answering", OneOfKind(Fault::Kind::endBefore)},
-    {"EndAfter", "server ends after acting", OneOfKind(Fault::Kind::endAfter)},
-    {"EndAndNoNewServer", "server ends before answering, and the new one does not start",
-     AndNoNewServer(Fault::Kind::endBefore), ServerLife::real},
-    {"ExceptionRealServer", "exception, with a server process for each connection", One(kTold),
-     ServerLife::real},
-    {"EndRealServer", "server ends after acting, with a server process for each connection",
-     OneOfKind(Fault::Kind::endAfter), ServerLife::real},
+    {"RejectedForSomeTime", "calls rejected as busy for some time",
+     OneOfKind(Fault::Kind::rejectForSomeTime)},
+    {"RejectedForever", "calls rejected as busy forever", OneOfKind(Fault::Kind::rejectForever)},
+    {"Lasting", "exception in this and every later call", LastingFrom},
+    {"NoVersion", "exception, and the new server does not return its version", WithoutVersion},
+    {"EndBefore", "server ends before serving the call", OneOfKind(Fault::Kind::endBefore)},
+    {"EndAfter", "server ends after serving the call", OneOfKind(Fault::Kind::endAfter)},
+    {"EndAndNoNewServer", "server ends before serving the call, and the new one does not start",
+     WithoutNewServer(Fault::Kind::endBefore), ServerLife::perConnection},
+    {"ExceptionServerPerConnection", "exception, with one server process per connection", Single(kException),
+     ServerLife::perConnection},
+    {"EndServerPerConnection", "server ends after serving the call, with one server process per connection",
+     OneOfKind(Fault::Kind::endAfter), ServerLife::perConnection},
 };
 
 class AutomationFaultTest : public FaultTest
@@ -147,15 +153,15 @@ protected:
     CFaultBench& Bench() override { return m_bench; }
 };
 
-TEST_F(AutomationFaultTest, AFaultlessRunMakesTheCallsCountedByHand)
+TEST_F(AutomationFaultTest, ARunWithoutFaultsMakesTheExpectedCalls)
 {
     for (const int language : {1, 0}) {
         const CLanguageScope scope(language);
-        for (const ServerLife life : {ServerLife::stays, ServerLife::real}) {
+        for (const ServerLife life : {ServerLife::stays, ServerLife::perConnection}) {
             m_bench.m_life = life;
             m_bench.Reset();
             EXPECT_EQ("", m_bench.Run({}));
-            EXPECT_EQ(kCallsByHand, CFaultBench::Calls().size());
+            EXPECT_EQ(kExpectedCalls, CFaultBench::Calls().size());
         }
     }
 }
@@ -164,13 +170,13 @@ enum class Languages
 {
     german,
     english,
-    inTurn  // from call to call
+    alternating  // from call to call
 };
 
 struct EveryCall
 {
     FaultKind kind;
-    Languages languages = Languages::inTurn;
+    Languages languages = Languages::alternating;
 };
 
 std::ostream& operator<<(std::ostream& out, const EveryCall& parameter)
@@ -191,8 +197,8 @@ std::vector<EveryCall> With(const std::vector<FaultKind>& kinds, const std::vect
 
 std::string NameOf(const testing::TestParamInfo<EveryCall>& info)
 {
-    const char* const tails[] = {"German", "English", ""};
-    return std::string(info.param.kind.name) + tails[static_cast<int>(info.param.languages)];
+    const char* const suffixes[] = {"German", "English", ""};
+    return std::string(info.param.kind.name) + suffixes[static_cast<int>(info.param.languages)];
 }
 
 class CallTest : public AutomationFaultTest, public testing::WithParamInterface<EveryCall>
@@ -201,52 +207,54 @@ protected:
     [[nodiscard]] static int LanguageAt(unsigned call)
     {
         const Languages languages = GetParam().languages;
-        return languages == Languages::german || (languages == Languages::inTurn && call % 2 != 0) ? 1 : 0;
+        return languages == Languages::german || (languages == Languages::alternating && call % 2 != 0) ? 1
+                                                                                                        : 0;
     }
 };
 
-TEST_P(CallTest, LeavesEverythingTrue)
+TEST_P(CallTest, LeavesTheExpectedState)
 {
     m_bench.m_life = GetParam().kind.life;
     RecordProperty("kind", GetParam().kind.title);
-    constexpr unsigned kStep = 3;  // odd, so that the languages still take turns
-    for (unsigned call = 1; call <= kCallsByHand; call += EveryFault() ? 1 : kStep) {
+    constexpr unsigned kStep = 3;  // odd, so that the languages still alternate
+    for (unsigned call = 1; call <= kExpectedCalls; call += EveryFault() ? 1 : kStep) {
         const CLanguageScope language(LanguageAt(call));
         Inject(GetParam().kind.scriptFor(call));
     }
 }
 
-// Main is what is tested every time; it lies within More, which is all.
-INSTANTIATE_TEST_SUITE_P(Main, CallTest, testing::Values(EveryCall{kExceptionTold, Languages::inTurn}),
+// Only tools/faults runs suites named *More*; Main is a part of them that always runs.
+INSTANTIATE_TEST_SUITE_P(Main, CallTest,
+                         testing::Values(EveryCall{kExceptionWithTexts, Languages::alternating}), NameOf);
+INSTANTIATE_TEST_SUITE_P(MoreMessages, CallTest,
+                         testing::ValuesIn(With(kKindsWithMessages, {Languages::german, Languages::english})),
                          NameOf);
-INSTANTIATE_TEST_SUITE_P(MoreTelling, CallTest,
-                         testing::ValuesIn(With(kTellingKinds, {Languages::german, Languages::english})),
+INSTANTIATE_TEST_SUITE_P(More, CallTest, testing::ValuesIn(With(kOtherKinds, {Languages::alternating})),
                          NameOf);
-INSTANTIATE_TEST_SUITE_P(More, CallTest, testing::ValuesIn(With(kOtherKinds, {Languages::inTurn})), NameOf);
 
-// A second fault in the same run, at every call that is made behind the first. The test's parameter is the
-// first call to fail.
+// A second fault in the same run, at every call after the first fault. The parameter is the call with the
+// first fault.
 class MorePairsTest : public AutomationFaultTest, public testing::WithParamInterface<unsigned>
 {
 };
 
-TEST_P(MorePairsTest, LeaveEverythingTrue)
+TEST_P(MorePairsTest, LeaveTheExpectedState)
 {
     RecordProperty("kind", "two faults in one run: exception and failure code");
     const unsigned first = GetParam();
     const CLanguageScope language(static_cast<int>(first % 2));
-    Fault told = kTold;
-    told.nth = first;
-    told.across = true;
+    Fault exception = kException;
+    exception.nth = first;
+    exception.across = true;
     m_bench.Reset();
-    EXPECT_EQ("", m_bench.Run({{told}}));
+    EXPECT_EQ("", m_bench.Run({{exception}}));
     const auto last = static_cast<unsigned>(CFaultBench::Calls().size());
     for (unsigned second = first + 1; second <= last; ++second) {
         const Fault failure{.kind = Fault::Kind::fail, .nth = second, .across = true};
-        Inject({{told, failure}});
+        Inject({{exception, failure}});
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(First, MorePairsTest, testing::Range(1U, kCallsByHand));
+INSTANTIATE_TEST_SUITE_P(First, MorePairsTest, testing::Range(1U, kExpectedCalls));
 
 }  // namespace

@@ -36,7 +36,7 @@ std::wstring CopyingFailure(const CFaultBench& bench, std::size_t row)
            kNotCopiedEnd;
 }
 
-std::size_t TakePartOf(const std::wstring& source, const std::wstring& copy)
+std::size_t RemovePartialCopy(const std::wstring& source, const std::wstring& copy)
 {
     const std::string bytes = ReadBytes(copy);
     EXPECT_TRUE(ReadBytes(source).starts_with(bytes));

@@ -5,11 +5,11 @@
 
 #include "tests/faults/FaultBench.h"
 
-// The messages about the copying of a row's file, with "*" for the system's words.
+// The messages about errors when copying a row's file, with "*" for the system's error text.
 std::wstring SourceFailure(const CFaultBench& bench, std::size_t row);
 std::wstring TargetFailure(const CFaultBench& bench, std::size_t row);
 std::wstring CopyingFailure(const CFaultBench& bench, std::size_t row);
 
-// What the copying of a file leaves that failed on the way: its beginning. Puts it out of the way and answers
-// how long it is.
-std::size_t TakePartOf(const std::wstring& source, const std::wstring& copy);
+// Expects that the copy is a read-only beginning of the source, as after an interrupted copy. Deletes it and
+// returns its size in bytes.
+std::size_t RemovePartialCopy(const std::wstring& source, const std::wstring& copy);

@@ -17,9 +17,9 @@
 
 namespace {
 
-constexpr DWORD kForgottenTime = 90'000;  // milliseconds: more than a server stays with nothing to do
+constexpr DWORD kAbandonedServerTimeout = 90'000;  // milliseconds; longer than an unused server runs
 
-// The processes of the server, whoever started them.
+// The processes of the server, regardless of who started them.
 std::vector<DWORD> ServerIds()
 {
     const UniqueHandle snapshot(ValidHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0)));
@@ -61,7 +61,7 @@ bool IsProgressOpen()
     return open;
 }
 
-// Without configurations: an empty file.
+// An empty file if there are no configurations.
 void MakePart(const std::wstring& path, const std::vector<PartConfiguration>& configurations)
 {
     if (configurations.empty()) {
@@ -76,11 +76,11 @@ void MakePart(const std::wstring& path, const std::vector<PartConfiguration>& co
     ASSERT_EQ(S_OK, SaveConfigurations(path, configurations));
 }
 
-void EmptyFolder(const std::wstring& folder, const Copies& butFor = {})
+void EmptyFolder(const std::wstring& folder, const Copies& except = {})
 {
     std::error_code missing;
     for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
-        if (!butFor.contains(entry.path().filename().wstring())) {
+        if (!except.contains(entry.path().filename().wstring())) {
             SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
             DeleteFileW(entry.path().c_str());
         }
@@ -95,7 +95,7 @@ std::optional<std::string> BytesOf(const std::wstring& path)
     return ReadBytes(path);
 }
 
-// The character that the reader of the map file makes of a byte; 0 for a byte that is no character alone.
+// The character that the reader of the map file decodes from a byte; 0 if the byte alone is not a character.
 wchar_t CharacterOf(char byte)
 {
     wchar_t character = 0;
@@ -103,8 +103,8 @@ wchar_t CharacterOf(char byte)
     return character;
 }
 
-// A character as the map file holds it: by its code, or, where that takes more than a byte, as the byte that
-// the reader makes the same character of.
+// The byte for a character in the map file: its code, or, above 255, the byte that the reader decodes to this
+// character.
 char ByteOf(wchar_t character)
 {
     static const std::map<wchar_t, char> bytes = [] {
@@ -133,8 +133,8 @@ std::wstring RecordText(const UTtab_entry& record)
     return record.strOriginal + L" ; " + record.strRenamed + L" ; " + record.strBomName + L"\r\n";
 }
 
-// Whether a text is the expected one, in which one "*" stands for any text at all.
-bool Fits(const std::wstring& text, const std::wstring& expected)
+// Whether the text matches the expected one, in which one "*" stands for any text.
+bool Matches(const std::wstring& text, const std::wstring& expected)
 {
     const std::size_t star = expected.find(L'*');
     if (star == std::wstring::npos) {
@@ -161,23 +161,24 @@ std::string Listed(const std::vector<std::wstring>& lines)
     return Listed(bytes);
 }
 
-std::ptrdiff_t CountLead(const std::vector<std::string>& lines, const char* lead)
+std::ptrdiff_t CountPrefix(const std::vector<std::string>& lines, const char* prefix)
 {
-    return std::ranges::count_if(lines, [lead](const std::string& line) { return line.starts_with(lead); });
+    return std::ranges::count_if(lines,
+                                 [prefix](const std::string& line) { return line.starts_with(prefix); });
 }
 
-// Whether somebody has the file open.
-bool IsHeld(const std::wstring& path)
+// Whether the file is open in any process.
+bool IsOpenElsewhere(const std::wstring& path)
 {
     const UniqueHandle file(
         ValidHandle(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
     return file == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
-bool HasEveryEnd()
+bool HasEverySessionEnded()
 {
     const std::vector<std::string> lines = CServerEnvironment::Server().Log();
-    return CountLead(lines, "- start ") == CountLead(lines, "- end ");
+    return CountPrefix(lines, "- start ") == CountPrefix(lines, "- end ");
 }
 
 }  // namespace
@@ -185,8 +186,8 @@ bool HasEveryEnd()
 void CServerEnvironment::SetUp()
 {
     s_current = this;
-    // A server that stays behind tests that were ended in the midst of a run goes of its own accord.
-    EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kForgottenTime));
+    // A server that killed tests left running ends by itself.
+    EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kAbandonedServerTimeout));
     RegisterCadServer();
     m_folder = std::make_unique<CTempFolder>();
     m_server = std::make_unique<CCadServer>(m_folder->Path());
@@ -215,7 +216,7 @@ void CServerEnvironment::EndServer()
     IDispatchPtr application;
     EXPECT_EQ(S_OK, application.CreateInstance(kCadProgId, nullptr, CLSCTX_LOCAL_SERVER));
     application = nullptr;
-    EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kServerEndTime));
+    EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kServerEndTimeout));
 }
 
 CFaultBench::CFaultBench(std::wstring folder, std::vector<ModelRow> rows)
@@ -225,7 +226,7 @@ CFaultBench::CFaultBench(std::wstring folder, std::vector<ModelRow> rows)
     for (const ModelRow& row : m_startRows) {
         MakePart(m_folder + L"\\" + row.texts.strOriginal, row.source);
     }
-    KeepCopiesOfTheStart();
+    SaveInitialCopies();
     EXPECT_TRUE(m_table.SubclassWindow(
         m_mainWindow.AddControl(WC_LISTVIEWW, IDC_LIST, LVS_REPORT, {0, 0, 600, 200})));
     for (const int column : {0, 1, 2}) {
@@ -241,21 +242,21 @@ CFaultBench::~CFaultBench()
     EmptyFolder(Mapped());
 }
 
-// What an earlier run left of the rows that need no conversion.
-void CFaultBench::KeepCopiesOfTheStart()
+// The copies of rows that are already converted.
+void CFaultBench::SaveInitialCopies()
 {
     for (const ModelRow& row : m_startRows) {
         if (!row.pending) {
             m_startCopies[row.texts.strRenamed] = {row.written, true};
             if (!row.written.empty()) {
-                MakePart(m_safe / row.texts.strRenamed, row.written);
+                MakePart(m_initialCopies / row.texts.strRenamed, row.written);
             }
         }
     }
 }
 
-// Over those that are there: under Wine a new file in a folder of many takes long.
-void CFaultBench::MakeCopiesOfTheStart() const
+// Overwrites existing copies: under Wine, creating a file in a large folder takes long.
+void CFaultBench::RestoreInitialCopies() const
 {
     for (const auto& [name, copy] : m_startCopies) {
         const std::wstring path = Mapped() + L"\\" + name;
@@ -263,7 +264,7 @@ void CFaultBench::MakeCopiesOfTheStart() const
         if (copy.configurations.empty()) {
             WriteBytes(path, "");
         } else {
-            EXPECT_NE(FALSE, CopyFileW((m_safe / name).c_str(), path.c_str(), FALSE));
+            EXPECT_NE(FALSE, CopyFileW((m_initialCopies / name).c_str(), path.c_str(), FALSE));
         }
         SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
     }
@@ -273,7 +274,7 @@ void CFaultBench::Reset()
 {
     EmptyFolder(Mapped(), m_startCopies);
     m_map.reset();
-    MakeCopiesOfTheStart();
+    RestoreInitialCopies();
     m_model =
         std::make_unique<CRunModel>(m_runFolder + L"\\Mapped", m_startRows, m_startCopies, !UnderWine());
     FillTable();
@@ -302,7 +303,7 @@ void CFaultBench::ExpectNoFailure()
     m_model->m_mapFileFailure.clear();
     m_model->m_headerFails = false;
     m_model->m_mapFailsLate = false;
-    m_model->m_halfRecordStays = false;
+    m_model->m_partialRecordStays = false;
     for (ModelRow& row : Rows()) {
         row.copyFailure.clear();
         row.recordFails = false;
@@ -311,11 +312,11 @@ void CFaultBench::ExpectNoFailure()
     }
 }
 
-void CFaultBench::ExpectNoRoomFor(std::size_t bytes, std::size_t recordLength)
+void CFaultBench::ExpectFullDisk(std::size_t bytes, std::size_t recordLength)
 {
     RunOutcome headerOnly;
     headerOnly.headerWritten = true;
-    m_room = bytes;
+    m_mapFileCapacity = bytes;
     std::size_t used = MapFileOf(headerOnly).size();
     m_model->m_headerFails = used > bytes;
     for (ModelRow& row : Rows()) {
@@ -367,13 +368,13 @@ std::string CFaultBench::Run(const ServerScript& script)
 {
     m_differences.clear();
     m_shown.clear();
-    if (m_life == ServerLife::real) {
+    if (m_life == ServerLife::perConnection) {
         CServerEnvironment::EndServer();
     }
     CServerEnvironment::Server().StartOver((m_life == ServerLife::stays ? "stay\n" : "") + OpenRules() +
                                            script.Rules());
     m_retry = std::ranges::none_of(
-        script.faults, [](const Fault& fault) { return fault.kind == Fault::Kind::rejectForGood; });
+        script.faults, [](const Fault& fault) { return fault.kind == Fault::Kind::rejectForever; });
     m_model->m_copyOnly = m_copyOnly;
     const RunOutcome expected = m_model->Run(script);
     Convert();
@@ -384,7 +385,7 @@ std::string CFaultBench::Run(const ServerScript& script)
     return m_differences;
 }
 
-// The rows' error codes as the server reads them.
+// Script rules for the error codes of the rows.
 std::string CFaultBench::OpenRules() const
 {
     std::string rules;
@@ -400,9 +401,9 @@ void CFaultBench::Convert()
     try {
         CConversionRun(m_mainWindow, m_table, m_sldWorks, *this, {m_runFolder, kCadProgId, m_copyOnly}).Run();
     } catch (const CException& exception) {
-        Differ("the run threw: " + ToUtf8(exception.GetErrorMessage()));
+        AddDifference("the run threw: " + ToUtf8(exception.GetErrorMessage()));
     } catch (const std::exception& exception) {
-        Differ(std::string("the run threw: ") + exception.what());
+        AddDifference(std::string("the run threw: ") + exception.what());
     }
 }
 
@@ -410,9 +411,9 @@ int CFaultBench::OnBox(const MessageRequest& request)
 {
     m_shown.push_back(DescribeBox(request.text, request.type, request.helpFile, request.helpContext));
     if (m_mainWindow.IsWindowEnabled() || !IsProgressOpen()) {
-        // The server may be busy when the run lets it go, after the dialog has gone.
+        // The server may be busy when the run releases it, after the dialog has closed.
         if (request.type != (MB_RETRYCANCEL | MB_ICONEXCLAMATION)) {
-            Differ("shown outside of the run: " + ToUtf8(request.text));
+            AddDifference("shown outside the run: " + ToUtf8(request.text));
         }
     }
     return request.type != (MB_RETRYCANCEL | MB_ICONEXCLAMATION) ? IDOK : m_retry ? IDRETRY : IDCANCEL;
@@ -433,7 +434,7 @@ void CFaultBench::TakeInputAgain()
     m_mainWindow.EnableWindow(true);
 }
 
-void CFaultBench::Differ(const std::string& what)
+void CFaultBench::AddDifference(const std::string& what)
 {
     m_differences += "  " + what + "\n";
 }
@@ -444,55 +445,55 @@ void CFaultBench::CompareWith(const RunOutcome& expected)
     CompareShown(expected.shown);
     CompareMapFile(expected);
     if (const std::string marks = Marks(); marks != expected.marks) {
-        Differ("marks " + marks + " instead of " + expected.marks);
+        AddDifference("marks " + marks + " instead of " + expected.marks);
     }
     CompareCopies();
     CompareServer(expected);
-    CompareHeldFiles();
+    CompareOpenFiles();
 }
 
-// A run that does not come to write the map file leaves it as it was.
+// A run that does not write the map file leaves it unchanged.
 void CFaultBench::CompareMapFile(const RunOutcome& expected)
 {
     const std::optional<std::string> before = std::exchange(m_map, BytesOf(Mapped() + L"\\PartsMap.txt"));
     if (m_map != (expected.mapFileWritten ? MapFileOf(expected) : before)) {
-        Differ("map file: " + m_map.value_or("(none)"));
+        AddDifference("map file: " + m_map.value_or("(none)"));
     }
 }
 
-// A run that comes to its end leaves it to its caller to enable the main window.
+// A run that reaches its end leaves it to the caller to enable the main window.
 void CFaultBench::CompareWindows(const std::vector<std::wstring>& shown)
 {
     const bool endedEarly =
         std::ranges::none_of(shown, [](const std::wstring& event) { return event.starts_with(L"view "); });
     if (m_mainWindow.IsWindowEnabled() != endedEarly) {
-        Differ(endedEarly ? "the main window is disabled" : "the main window is enabled");
+        AddDifference(endedEarly ? "the main window is disabled" : "the main window is enabled");
     }
     m_mainWindow.EnableWindow(true);
     if (IsProgressOpen()) {
-        Differ("the progress dialog is there");
+        AddDifference("the progress dialog is still open");
     }
 }
 
 void CFaultBench::CompareShown(const std::vector<std::wstring>& expected)
 {
-    if (m_shown.size() != expected.size() || !std::ranges::equal(m_shown, expected, Fits)) {
-        Differ("shown:" + Listed(m_shown) + "\n   instead of:" + Listed(expected));
+    if (m_shown.size() != expected.size() || !std::ranges::equal(m_shown, expected, Matches)) {
+        AddDifference("shown:" + Listed(m_shown) + "\n   instead of:" + Listed(expected));
     }
 }
 
-void CFaultBench::CompareHeldFiles()
+void CFaultBench::CompareOpenFiles()
 {
     for (const ModelRow& row : m_startRows) {
         for (const std::wstring& path :
              {m_folder + L"\\" + row.texts.strOriginal, Mapped() + L"\\" + row.texts.strRenamed}) {
-            if (IsHeld(path)) {
-                Differ("still open: " + ToUtf8(path));
+            if (IsOpenElsewhere(path)) {
+                AddDifference("still open: " + ToUtf8(path));
             }
         }
     }
-    if (IsHeld(Mapped() + L"\\PartsMap.txt")) {
-        Differ("the map file is still open");
+    if (IsOpenElsewhere(Mapped() + L"\\PartsMap.txt")) {
+        AddDifference("the map file is still open");
     }
 }
 
@@ -506,7 +507,7 @@ void CFaultBench::CompareCopies()
     std::vector<std::wstring> found = NamesIn(Mapped());
     std::erase(found, L"PartsMap.txt");
     if (found != names) {
-        Differ("copies:" + Listed(found) + "\n   instead of:" + Listed(names));
+        AddDifference("copies:" + Listed(found) + "\n   instead of:" + Listed(names));
         return;
     }
     for (const auto& [name, copy] : expected) {
@@ -519,48 +520,48 @@ void CFaultBench::CompareCopy(const std::wstring& name, const CopyState& expecte
     const std::wstring path = Mapped() + L"\\" + name;
     const bool readOnly = (GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY) != 0;
     if (readOnly != expected.readOnly) {
-        Differ(ToUtf8(name) + (readOnly ? " is read-only" : " is not read-only"));
+        AddDifference(ToUtf8(name) + (readOnly ? " is read-only" : " is not read-only"));
     }
     if (expected.configurations.empty()) {
         if (!ReadBytes(path).empty()) {
-            Differ(ToUtf8(name) + " is not empty");
+            AddDifference(ToUtf8(name) + " is not empty");
         }
         return;
     }
     std::vector<PartConfiguration> configurations;
     if (ReadConfigurations(path, configurations) != S_OK) {
-        Differ(ToUtf8(name) + " is no part file");
+        AddDifference(ToUtf8(name) + " is not a part file");
     } else if (configurations != expected.configurations) {
-        Differ(ToUtf8(name) + " holds other BOM names than expected");
+        AddDifference(ToUtf8(name) + " has unexpected BOM names");
     }
 }
 
 void CFaultBench::CompareServer(const RunOutcome& expected)
 {
     const std::vector<std::string> calls = Calls();
-    const auto [call, wanted] = std::ranges::mismatch(calls, expected.calls);
-    if (call != calls.end() || wanted != expected.calls.end()) {
-        Differ("calls: " + (call == calls.end() ? "(no more)" : *call) +
-               "\n   instead of: " + (wanted == expected.calls.end() ? "(no more)" : *wanted));
+    const auto [call, expectedCall] = std::ranges::mismatch(calls, expected.calls);
+    if (call != calls.end() || expectedCall != expected.calls.end()) {
+        AddDifference("calls: " + (call == calls.end() ? "(end)" : *call) +
+                      "\n   instead of: " + (expectedCall == expected.calls.end() ? "(end)" : *expectedCall));
     }
-    // A session that has ended holds no document open any more.
-    if (!WaitFor(HasEveryEnd, kServerEndTime)) {
-        Differ("a session of the server goes on");
+    // An ended session has no open documents.
+    if (!WaitFor(HasEverySessionEnded, kServerEndTimeout)) {
+        AddDifference("a session of the server has not ended");
     }
-    const std::size_t mayRun = m_life == ServerLife::stays ? 1 : 0;
-    if (!WaitFor([mayRun] { return CountServers() <= mayRun; }, kServerEndTime)) {
-        Differ("a server process is left over");
+    const std::size_t maxServers = m_life == ServerLife::stays ? 1 : 0;
+    if (!WaitFor([maxServers] { return CountServers() <= maxServers; }, kServerEndTimeout)) {
+        AddDifference("a server process is still running");
     }
     for (const std::string& line : CServerEnvironment::Server().Log()) {
         if (line.ends_with(" gone")) {
-            Differ("called after its end: " + line);
+            AddDifference("called after its end: " + line);
         } else if (line.find(" left=") != std::string::npos && !line.ends_with(" left=0")) {
-            Differ("objects of an ended session are held: " + line);
+            AddDifference("objects of an ended session are not released: " + line);
         }
     }
 }
 
-// The marks of the rows: P pending, c converted, ? neither whole.
+// The marks of the rows: P pending, c converted, ? inconsistent.
 std::string CFaultBench::Marks() const
 {
     std::string marks;
@@ -584,8 +585,8 @@ std::string CFaultBench::MapFileOf(const RunOutcome& outcome) const
     for (const UTtab_entry& record : outcome.records) {
         text += RecordText(record);
     }
-    if (!outcome.halfRecord) {
+    if (!outcome.partialRecord) {
         return MapText(text);
     }
-    return MapText(text + RecordText(*outcome.halfRecord)).substr(0, m_room);
+    return MapText(text + RecordText(*outcome.partialRecord)).substr(0, m_mapFileCapacity);
 }

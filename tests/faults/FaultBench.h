@@ -13,22 +13,20 @@
 #include "tests/windows/TestScopes.h"
 #include "tests/windows/WindowScopes.h"
 
-// The version of the CAD system that the runs ask for, and how long its server may take to end, in
-// milliseconds.
+// The ProgID of the CAD system in all runs.
 inline constexpr const wchar_t* kCadProgId = L"SldWorks.Application.30";
-inline constexpr DWORD kServerEndTime = 10'000;
+inline constexpr DWORD kServerEndTimeout = 10'000;  // milliseconds
 
-// The stand-in server for the length of all tests.
+// Registers the stand-in server for all tests.
 class CServerEnvironment : public testing::Environment
 {
 public:
     void SetUp() override;
     void TearDown() override;
 
-    // Whoever is there before the tests begin.
     static CCadServer& Server();
 
-    // Ends a server that stays on.
+    // Ends a server process that outlives its sessions.
     static void EndServer();
 
 private:
@@ -38,20 +36,20 @@ private:
     std::unique_ptr<CCadServer> m_server;
 };
 
-// Whether the server's process outlives its sessions, which saves the second that Wine takes for each start.
+// Whether the server's process outlives its sessions. That saves the second that each start takes under Wine.
 enum class ServerLife
 {
-    stays,  // an end that no fault brings about ends the session only
-    real    // one process for each connection
+    stays,         // only a fault ends the process
+    perConnection  // one process per connection
 };
 
-// Everything that a conversion run needs, and all of it the real thing but for the main window: a folder of
+// Makes conversion runs and compares each with the model. Everything but the main window is real: a folder of
 // part files, the table in a list control, the progress dialog, and the stand-in CAD server in its own
-// process, reached through COM. Each run is compared with what the model says.
+// process, reached through COM.
 class CFaultBench : private CConversionView
 {
 public:
-    // Makes the rows' parts in the folder, and the copies of those that were converted before.
+    // Creates the parts of the rows in the folder, and the copies of rows that are already converted.
     CFaultBench(std::wstring folder, std::vector<ModelRow> rows);
     ~CFaultBench() override;
     CFaultBench(const CFaultBench&) = delete;
@@ -59,37 +57,37 @@ public:
 
     ServerLife m_life = ServerLife::stays;
     bool m_copyOnly = false;
-    std::function<void()> m_afterRun;  // called before the outcome of a run is looked at
+    std::function<void()> m_afterRun;  // called before the results of a run are compared
 
-    // Runs in the folder under another name of it, or in one that is not there.
+    // Lets the runs use another path of the folder, or one that does not exist.
     void RunIn(const std::wstring& folder);
-    // Expects from now on that the map file cannot be opened; that its lead cannot be written; that bringing
-    // it to the disk or closing it fails; that nothing does.
-    void ExpectNoMapFile();
-    void ExpectNoHeader() { m_model->m_headerFails = true; }
-    void ExpectLateMapFailure() { m_model->m_mapFailsLate = true; }
+    // These set what is expected from now on.
+    void ExpectNoMapFile();                                          // it cannot be opened
+    void ExpectNoHeader() { m_model->m_headerFails = true; }         // it cannot be written
+    void ExpectLateMapFailure() { m_model->m_mapFailsLate = true; }  // flushing or closing it fails
     void ExpectNoFailure();
-    // Expects that the map file finds room for so many bytes only; each record takes `recordLength`.
-    void ExpectNoRoomFor(std::size_t bytes, std::size_t recordLength);
-    // Expects that the first record that finds no room leaves as much of itself as there is room for.
-    void ExpectHalfRecord() { m_model->m_halfRecordStays = true; }
+    // Expects that the disk has space for so many bytes of the map file, in which each record has
+    // recordLength bytes.
+    void ExpectFullDisk(std::size_t bytes, std::size_t recordLength);
+    // Expects that the first record for which the disk is full stays partially written.
+    void ExpectPartialRecord() { m_model->m_partialRecordStays = true; }
 
-    // Brings the folder of the copies, the table and the model back to where they were at the start.
+    // Restores the folder of the copies, the table and the model to their initial state.
     void Reset();
-    // Has an earlier run's map file stand there.
+    // Writes a map file as if by an earlier run.
     void WriteMapFile(const std::string& bytes);
     // Marks every row for conversion.
     void MarkAll();
-    // A run under the script. Answers what is not as the model says; nothing when all is.
+    // Makes a run with the script. Returns the differences from the model; empty if there are none.
     std::string Run(const ServerScript& script);
 
-    // A change here changes what is expected.
+    // Changes to these rows change the expectations.
     [[nodiscard]] std::vector<ModelRow>& Rows() { return m_model->Rows(); }
-    // Paths as the run is told them.
+    // Paths as passed to the run.
     [[nodiscard]] std::wstring Part(std::size_t row) const;
     [[nodiscard]] std::wstring Copy(std::size_t row) const;
     [[nodiscard]] std::wstring MapPath() const { return m_runFolder + L"\\Mapped\\PartsMap.txt"; }
-    // The automation calls of the last run, as the server's log tells them.
+    // The automation calls of the last run in the server's log.
     [[nodiscard]] static std::vector<std::string> Calls();
 
 private:
@@ -98,16 +96,16 @@ private:
     void ReloadAfterCancel() override;
     void TakeInputAgain() override;
 
-    void KeepCopiesOfTheStart();
-    void MakeCopiesOfTheStart() const;
+    void SaveInitialCopies();
+    void RestoreInitialCopies() const;
     void FillTable();
     [[nodiscard]] std::string OpenRules() const;
     void Convert();
-    void Differ(const std::string& what);
+    void AddDifference(const std::string& what);
     void CompareWith(const RunOutcome& expected);
     void CompareMapFile(const RunOutcome& expected);
     void CompareShown(const std::vector<std::wstring>& expected);
-    void CompareHeldFiles();
+    void CompareOpenFiles();
     void CompareCopies();
     void CompareCopy(const std::wstring& name, const CopyState& expected);
     [[nodiscard]] std::wstring Mapped() const { return m_folder + L"\\Mapped"; }
@@ -117,7 +115,7 @@ private:
     [[nodiscard]] std::string MapFileOf(const RunOutcome& outcome) const;
 
     CResourceScope m_resources;
-    CTempFolder m_safe;  // copies of the start
+    CTempFolder m_initialCopies;
     std::wstring m_folder;
     std::wstring m_runFolder;
     CPlainWindow m_mainWindow;
@@ -129,8 +127,8 @@ private:
     std::unique_ptr<CRunModel> m_model;
     MessageListener m_listenerBefore;
     std::vector<std::wstring> m_shown;
-    bool m_retry = true;               // the answer to the question about a busy server
-    std::optional<std::string> m_map;  // the map file's bytes behind the last run
-    std::size_t m_room = 0;            // for the map file, when that is bounded
+    bool m_retry = true;                // answer to the message about a busy server
+    std::optional<std::string> m_map;   // contents of the map file after the last run
+    std::size_t m_mapFileCapacity = 0;  // in bytes, if the disk is full
     std::string m_differences;
 };

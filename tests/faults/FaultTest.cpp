@@ -5,7 +5,7 @@
 
 namespace {
 
-std::vector<PartConfiguration> Unnamed(const std::vector<std::wstring>& names)
+std::vector<PartConfiguration> UnnamedConfigurations(const std::vector<std::wstring>& names)
 {
     std::vector<PartConfiguration> configurations;
     for (const std::wstring& name : names) {
@@ -14,7 +14,7 @@ std::vector<PartConfiguration> Unnamed(const std::vector<std::wstring>& names)
     return configurations;
 }
 
-std::string Told(const char* run, const std::string& differences)
+std::string Labelled(const char* run, const std::string& differences)
 {
     return differences.empty() ? "" : std::string(run) + ":\n" + differences;
 }
@@ -34,18 +34,18 @@ std::vector<int> LanguagesToTry()
 std::vector<ModelRow> FourRows()
 {
     ModelRow screw{{L"N_4017_M8.sldprt", L"Schraube 4017.sldprt", L"Norm %1 - %2|%3|%4"}};
-    screw.source = Unnamed({L"M8x10", L"M8/x 12"});
+    screw.source = UnnamedConfigurations({L"M8x10", L"M8/x 12"});
     screw.written = {{L"M8x10", true, L"Norm 4017 - M8x10|4017|M8"},
                      {L"M8/x 12", true, L"Norm 4017 - M8/x 12|4017|M8"}};
     ModelRow washer{{L"N_125_A8.sldprt", L"Scheibe größer.sldprt", L"%2"}};
-    washer.source = Unnamed({L"B1", L" ", L"Größe 3"});
+    washer.source = UnnamedConfigurations({L"B1", L" ", L"Größe 3"});
     washer.written = {{L"B1", true, L"B1"}, {L" ", false, L"as delivered"}, {L"Größe 3", true, L"Größe 3"}};
     ModelRow earlier{{L"N_200_C.sldprt", L"früher.sldprt", L"Norm %1"}};
-    earlier.source = Unnamed({L"c"});
+    earlier.source = UnnamedConfigurations({L"c"});
     earlier.written = {{L"c", true, L"Norm 200"}};
     earlier.pending = false;
     ModelRow assembly{{L"N_9_D.sldasm", L"Gruppe.SLDASM", L"Norm %3"}};
-    assembly.source = Unnamed({L"d1", L"d2"});
+    assembly.source = UnnamedConfigurations({L"d1", L"d2"});
     assembly.written = {{L"d1", true, L"Norm 9"}, {L"d2", true, L"Norm 9"}};
     assembly.documentType = 2;
     assembly.openCode = 128;
@@ -55,26 +55,26 @@ std::vector<ModelRow> FourRows()
 void CountingTest::TearDown()
 {
     RecordProperty("injected", m_injected);
-    RecordProperty("true", m_true);
+    RecordProperty("passed", m_passed);
 }
 
-void CountingTest::Note(int injected, const std::string& differences)
+void CountingTest::Count(int injected, const std::string& differences)
 {
     EXPECT_TRUE(differences.empty()) << differences;
     m_injected += injected;
-    m_true += differences.empty() ? injected : 0;
+    m_passed += differences.empty() ? injected : 0;
 }
 
-void FaultTest::RunAndRepeat(const ServerScript& script, const std::function<void()>& mend)
+void FaultTest::RunAndRepeat(const ServerScript& script, const std::function<void()>& undo)
 {
-    Bench().m_afterRun = mend;
-    std::string differences = Told("run", Bench().Run(script));
+    Bench().m_afterRun = undo;
+    std::string differences = Labelled("run", Bench().Run(script));
     Bench().m_afterRun = nullptr;
     Bench().ExpectNoFailure();
     if (m_thorough) {
-        differences += Told("next run", Bench().Run({}));
+        differences += Labelled("next run", Bench().Run({}));
     }
     Bench().MarkAll();
-    differences += Told("run of all rows", Bench().Run({}));
-    Note(1, differences);
+    differences += Labelled("run of all rows", Bench().Run({}));
+    Count(1, differences);
 }

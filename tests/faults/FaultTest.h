@@ -8,39 +8,39 @@
 
 #include "tests/faults/FaultBench.h"
 
-// Whether every fault is to be injected, as tools/faults has it, or the main ones of each kind.
+// Whether to inject every fault, as tools/faults does, or only the main ones of each kind.
 bool EveryFault();
 
-// The languages to inject a fault in: both, or German alone when time is short.
+// The languages to inject faults in: both with EveryFault, otherwise German.
 std::vector<int> LanguagesToTry();
 
-// Two parts, a part that was converted before, and an assembly that opens with reservations.
+// Two parts, a part that is already converted, and an assembly that opens with a warning.
 std::vector<ModelRow> FourRows();
 
-// Counts what was injected and how much of that left everything true, for the test's report.
+// Counts injected faults, and those that left the expected state, for the report of the test.
 class CountingTest : public testing::Test
 {
 protected:
     void TearDown() override;
 
-    // Differences from what has to be are failures.
-    void Note(int injected, const std::string& differences);
+    // Counts injected faults. They have passed if there are no differences; otherwise the test fails.
+    void Count(int injected, const std::string& differences);
 
 private:
     int m_injected = 0;
-    int m_true = 0;
+    int m_passed = 0;
 };
 
-// Faults in runs of one bench.
+// Tests with faults in runs of one CFaultBench.
 class FaultTest : public CountingTest
 {
 protected:
     virtual CFaultBench& Bench() = 0;
 
-    // A run under the script, with what else the test has done to let it fail; `mend` undoes that before the
-    // outcome is looked at. Then the next run, as the user starts it at once, has to complete what the first
-    // left undone (unless time is short), and one more, of all rows, has to leave everything right.
-    void RunAndRepeat(const ServerScript& script, const std::function<void()>& mend = nullptr);
+    // Makes a run with the faults of the script and those that the test has prepared. undo reverts the latter
+    // before the results are compared. Then a second run, if m_thorough, must complete the work, and a last
+    // run of all rows must succeed.
+    void RunAndRepeat(const ServerScript& script, const std::function<void()>& undo = nullptr);
 
     bool m_thorough = EveryFault();
 };

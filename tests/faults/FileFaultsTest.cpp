@@ -22,17 +22,17 @@
 #include "tests/acceptance/TestLibrary.h"
 #include "tests/cadserver/TextFile.h"
 #include "tests/faults/CopyFailures.h"
+#include "tests/faults/FailingFile.h"
 #include "tests/faults/FaultTest.h"
-#include "tests/faults/FileWatch.h"
-#include "tests/faults/RefusedFile.h"
+#include "tests/faults/FileInterceptor.h"
 #include "tests/windows/MappedFile.h"
 
-// One file operation of a run after the other fails.
+// File operations of a run fail.
 
 namespace {
 
-constexpr std::size_t kPendingRows[] = {0, 1, 3};  // of the four: those whose files are copied
-constexpr std::size_t kRecordedRow = 2;            // and the one that is only recorded
+constexpr std::size_t kPendingRows[] = {0, 1, 3};  // of FourRows; their files are copied
+constexpr std::size_t kRecordedRow = 2;            // already converted, so it is only recorded
 
 std::size_t SizeOf(const std::wstring& path)
 {
@@ -42,37 +42,37 @@ std::size_t SizeOf(const std::wstring& path)
 class FileFaultTest : public FaultTest
 {
 protected:
-    // Lets `breakRow` break the copying of each pending row's file in turn, in both languages. It answers how
-    // to mend it.
-    using Mend = std::function<void()>;
-    void ForEachRow(const std::function<Mend(std::size_t)>& breakRow,
-                    std::wstring (*failure)(const CFaultBench&, std::size_t))
+    // Calls breakRow for each pending row in turn, in both languages. It must make the copying of the row's
+    // file fail, and returns how to undo that.
+    using Undo = std::function<void()>;
+    void ForEachPendingRow(const std::function<Undo(std::size_t)>& breakRow,
+                           std::wstring (*failure)(const CFaultBench&, std::size_t))
     {
         for (const int language : LanguagesToTry()) {
             const CLanguageScope scope(language);
             for (const std::size_t row : kPendingRows) {
                 SCOPED_TRACE("row " + std::to_string(row));
                 m_bench.Reset();
-                const Mend mend = breakRow(row);
+                const Undo undo = breakRow(row);
                 m_bench.Rows()[row].copyFailure = failure(m_bench, row);
-                RunAndRepeat({}, mend);
+                RunAndRepeat({}, undo);
             }
         }
     }
 
-    // The same for something that keeps the map file from being opened.
-    void ForTheMapFile(const std::function<Mend()>& breakIt)
+    // The same with a function that makes opening the map file fail.
+    void ForTheMapFile(const std::function<Undo()>& breakMapFile)
     {
         for (const int language : LanguagesToTry()) {
             const CLanguageScope scope(language);
             m_bench.Reset();
-            const Mend mend = breakIt();
+            const Undo undo = breakMapFile();
             m_bench.ExpectNoMapFile();
-            RunAndRepeat({}, mend);
+            RunAndRepeat({}, undo);
         }
     }
 
-    enum class Place
+    enum class Position
     {
         first,
         secondBlock,
@@ -80,53 +80,54 @@ protected:
         end
     };
 
-    // The same for reading or writing that fails from each of these places of a file on, the source or its
-    // copy: what lies before them is copied.
-    void ForPlacesOfEachRow(std::wstring (CFaultBench::*file)(std::size_t) const, Refusal refusal,
-                            DWORD error, std::initializer_list<Place> places)
+    // The same with reading or writing that fails from each of these positions on, in the source or its copy.
+    // What is before the position is copied.
+    void ForPositionsInEachRow(std::wstring (CFaultBench::*file)(std::size_t) const,
+                               FailingOperation operation, DWORD error,
+                               std::initializer_list<Position> positions)
     {
-        for (const Place place : places) {
-            SCOPED_TRACE("place " + std::to_string(static_cast<int>(place)));
-            ForEachRow(
-                [&](std::size_t row) -> Mend {
-                    const std::size_t firstByte = ByteAt(place, SizeOf(m_bench.Part(row)));
-                    m_refused.emplace((m_bench.*file)(row), refusal, error, firstByte);
+        for (const Position position : positions) {
+            SCOPED_TRACE("position " + std::to_string(static_cast<int>(position)));
+            ForEachPendingRow(
+                [&](std::size_t row) -> Undo {
+                    const std::size_t firstByte = ByteAt(position, SizeOf(m_bench.Part(row)));
+                    m_failing.emplace((m_bench.*file)(row), operation, error, firstByte);
                     return [this, row, firstByte] {
-                        EndRefusal();
-                        EXPECT_EQ(firstByte, TakePartOf(m_bench.Part(row), m_bench.Copy(row)));
+                        StopFailing();
+                        EXPECT_EQ(firstByte, RemovePartialCopy(m_bench.Part(row), m_bench.Copy(row)));
                     };
                 },
                 CopyingFailure);
         }
     }
 
-    static std::size_t ByteAt(Place place, std::size_t size)
+    static std::size_t ByteAt(Position position, std::size_t size)
     {
-        constexpr std::size_t kAtATime = 4096;  // bytes are read and written
-        EXPECT_GT(size, 4 * kAtATime);
-        switch (place) {
-            case Place::first:
+        constexpr std::size_t kBlockSize = 4096;  // bytes, as the program reads and writes them
+        EXPECT_GT(size, 4 * kBlockSize);
+        switch (position) {
+            case Position::first:
                 return 0;
-            case Place::secondBlock:
-                return kAtATime;
-            case Place::middle:
-                return size / kAtATime / 2 * kAtATime;
-            case Place::end:
+            case Position::secondBlock:
+                return kBlockSize;
+            case Position::middle:
+                return size / kBlockSize / 2 * kBlockSize;
+            case Position::end:
                 break;
         }
         return size;
     }
 
-    // Brings something out of the way, and back.
-    static Mend MoveAway(const std::wstring& path)
+    // Renames a file or folder; undo restores it.
+    static Undo MoveAway(const std::wstring& path)
     {
         const std::wstring away = path + L".away";
         EXPECT_NE(FALSE, MoveFileW(path.c_str(), away.c_str()));
         return [path, away] { EXPECT_NE(FALSE, MoveFileW(away.c_str(), path.c_str())); };
     }
 
-    // Opens a file so that others may do with it only what `share` says.
-    static Mend Hold(const std::wstring& path, DWORD access, DWORD share)
+    // Keeps a file open with this share mode.
+    static Undo Hold(const std::wstring& path, DWORD access, DWORD share)
     {
         const HANDLE file =
             CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -134,41 +135,42 @@ protected:
         return [file] { CloseHandle(file); };
     }
 
-    // Has something refused, such as changes of a file's attributes.
-    Mend Refuse(const std::wstring& path, Refusal refusal, DWORD error = ERROR_ACCESS_DENIED)
+    // Makes an operation on the file fail.
+    Undo MakeFail(const std::wstring& path, FailingOperation operation, DWORD error = ERROR_ACCESS_DENIED)
     {
-        m_refused.emplace(path, refusal, error);
-        return [this] { EndRefusal(); };
+        m_failing.emplace(path, operation, error);
+        return [this] { StopFailing(); };
     }
-    void EndRefusal()
+    void StopFailing()
     {
-        EXPECT_GT(m_refused->Count(), 0) << "nothing was refused";
-        m_refused.reset();
+        EXPECT_GT(m_failing->Count(), 0) << "no operation failed";
+        m_failing.reset();
     }
 
     CFaultBench& Bench() override { return m_bench; }
 
     CTempFolder m_library;
     CFaultBench m_bench{m_library.Path(), FourRows()};
-    std::optional<CRefusedFile> m_refused;
+    std::optional<CFailingFile> m_failing;
 };
 
 TEST_F(FileFaultTest, MissingSource)
 {
     RecordProperty("kind", "source file missing");
-    ForEachRow([this](std::size_t row) { return MoveAway(m_bench.Part(row)); }, SourceFailure);
+    ForEachPendingRow([this](std::size_t row) { return MoveAway(m_bench.Part(row)); }, SourceFailure);
 }
 
 TEST_F(FileFaultTest, LockedSource)
 {
     RecordProperty("kind", "source file locked by another program");
-    ForEachRow([this](std::size_t row) { return Hold(m_bench.Part(row), GENERIC_READ, 0); }, SourceFailure);
+    ForEachPendingRow([this](std::size_t row) { return Hold(m_bench.Part(row), GENERIC_READ, 0); },
+                      SourceFailure);
 }
 
 TEST_F(FileFaultTest, LockedTarget)
 {
     RecordProperty("kind", "target file locked by another program");
-    ForEachRow(
+    ForEachPendingRow(
         [this](std::size_t row) {
             EXPECT_EQ("", m_bench.Run({}));
             m_bench.MarkAll();
@@ -177,11 +179,11 @@ TEST_F(FileFaultTest, LockedTarget)
         TargetFailure);
 }
 
-TEST_F(FileFaultTest, FolderInPlaceOfTheTarget)
+TEST_F(FileFaultTest, TargetIsAFolder)
 {
-    RecordProperty("kind", "folder in the place of the target file");
-    ForEachRow(
-        [this](std::size_t row) -> Mend {
+    RecordProperty("kind", "target file is a folder");
+    ForEachPendingRow(
+        [this](std::size_t row) -> Undo {
             const std::wstring path = m_bench.Copy(row);
             EXPECT_NE(FALSE, CreateDirectoryW(path.c_str(), nullptr));
             return [path] {
@@ -192,90 +194,93 @@ TEST_F(FileFaultTest, FolderInPlaceOfTheTarget)
         TargetFailure);
 }
 
-TEST_F(FileFaultTest, UnreadableSource)
+TEST_F(FileFaultTest, ReadErrorInTheSource)
 {
     RecordProperty("kind", "read error in a source file");
-    ForPlacesOfEachRow(&CFaultBench::Part, Refusal::reading, ERROR_LOCK_VIOLATION,
-                       {Place::first, Place::secondBlock, Place::middle, Place::end});
+    ForPositionsInEachRow(&CFaultBench::Part, FailingOperation::reading, ERROR_LOCK_VIOLATION,
+                          {Position::first, Position::secondBlock, Position::middle, Position::end});
 }
 
-TEST_F(FileFaultTest, UnwritableTarget)
+TEST_F(FileFaultTest, WriteErrorInTheTarget)
 {
     RecordProperty("kind", "write error in a target file");
-    ForPlacesOfEachRow(&CFaultBench::Copy, Refusal::writing, ERROR_WRITE_FAULT,
-                       {Place::first, Place::secondBlock, Place::middle});
+    ForPositionsInEachRow(&CFaultBench::Copy, FailingOperation::writing, ERROR_WRITE_FAULT,
+                          {Position::first, Position::secondBlock, Position::middle});
 }
 
-// An earlier copy stays as it was.
+// The earlier copy stays unchanged.
 TEST_F(FileFaultTest, ReadOnlyCannotBeCleared)
 {
     RecordProperty("kind", "read-only attribute of an earlier copy cannot be cleared");
-    for (const Refusal refusal : {Refusal::openingForChanges, Refusal::changes}) {
-        ForEachRow(
+    for (const FailingOperation operation :
+         {FailingOperation::openingForChanges, FailingOperation::changes}) {
+        ForEachPendingRow(
             [&](std::size_t row) {
                 EXPECT_EQ("", m_bench.Run({}));
                 m_bench.MarkAll();
-                return Refuse(m_bench.Copy(row), refusal);
+                return MakeFail(m_bench.Copy(row), operation);
             },
             TargetFailure);
     }
 }
 
-TEST_F(FileFaultTest, ReadOnlyCannotBeClearedOfARowThatIsOnlyRecorded)
+TEST_F(FileFaultTest, ReadOnlyCannotBeClearedForARowThatIsOnlyRecorded)
 {
     RecordProperty("kind", "read-only attribute of a copy that is only recorded cannot be cleared");
-    for (const Refusal refusal : {Refusal::openingForChanges, Refusal::changes}) {
+    for (const FailingOperation operation :
+         {FailingOperation::openingForChanges, FailingOperation::changes}) {
         m_bench.Reset();
-        RunAndRepeat({}, Refuse(m_bench.Copy(kRecordedRow), refusal));
+        RunAndRepeat({}, MakeFail(m_bench.Copy(kRecordedRow), operation));
     }
 }
 
 TEST_F(FileFaultTest, ReadOnlyCannotBeSet)
 {
     RecordProperty("kind", "read-only attribute of a copy cannot be set");
-    for (const Refusal refusal : {Refusal::openingForChanges, Refusal::changes}) {
+    for (const FailingOperation operation :
+         {FailingOperation::openingForChanges, FailingOperation::changes}) {
         for (const std::size_t row : kPendingRows) {
             SCOPED_TRACE("row " + std::to_string(row));
             m_bench.Reset();
             m_bench.Rows()[row].staysWritable = true;
-            RunAndRepeat({}, Refuse(m_bench.Copy(row), refusal));
+            RunAndRepeat({}, MakeFail(m_bench.Copy(row), operation));
         }
     }
 }
 
-TEST_F(FileFaultTest, HeldMapFile)
+TEST_F(FileFaultTest, MapFileIsOpenInAnotherProgram)
 {
-    RecordProperty("kind", "map file held by a reader or a writer, in every way of sharing");
+    RecordProperty("kind", "map file opened by another program, with every access and share mode");
     for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}, GENERIC_READ | GENERIC_WRITE}) {
         for (const DWORD share : std::initializer_list<DWORD>{0, FILE_SHARE_READ, FILE_SHARE_WRITE,
                                                               FILE_SHARE_READ | FILE_SHARE_WRITE}) {
             SCOPED_TRACE("access " + std::to_string(access) + ", share " + std::to_string(share));
             const CLanguageScope language(static_cast<int>(share % 2));
             m_bench.Reset();
-            m_bench.WriteMapFile("of an earlier run");
-            const Mend mend = Hold(m_bench.MapPath(), access, share);
-            // The run only writes, and grants the other both reading and writing.
+            m_bench.WriteMapFile("from an earlier run");
+            const Undo undo = Hold(m_bench.MapPath(), access, share);
+            // The run opens the map file for writing and shares reading and writing.
             if ((share & FILE_SHARE_WRITE) == 0) {
                 m_bench.ExpectNoMapFile();
             }
-            RunAndRepeat({}, mend);
+            RunAndRepeat({}, undo);
         }
     }
 }
 
-// Of the bench itself.
-TEST_F(FileFaultTest, AFileThatSomebodyStillHoldsIsNoticed)
+// Tests CFaultBench.
+TEST_F(FileFaultTest, FindsAFileThatIsStillOpen)
 {
     m_bench.WriteMapFile("");
-    const Mend letGo = Hold(m_bench.MapPath(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    const Undo close = Hold(m_bench.MapPath(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
     EXPECT_EQ("  the map file is still open\n", m_bench.Run({}));
-    letGo();
+    close();
 }
 
-TEST_F(FileFaultTest, FolderInPlaceOfTheMapFile)
+TEST_F(FileFaultTest, MapFileIsAFolder)
 {
-    RecordProperty("kind", "folder in the place of the map file");
-    ForTheMapFile([this]() -> Mend {
+    RecordProperty("kind", "map file is a folder");
+    ForTheMapFile([this]() -> Undo {
         const std::wstring path = m_bench.MapPath();
         EXPECT_NE(FALSE, CreateDirectoryW(path.c_str(), nullptr));
         return [path] { EXPECT_NE(FALSE, RemoveDirectoryW(path.c_str())); };
@@ -284,106 +289,107 @@ TEST_F(FileFaultTest, FolderInPlaceOfTheMapFile)
 
 TEST_F(FileFaultTest, ReadOnlyMapFile)
 {
-    RecordProperty("kind", "map file read-only");
-    std::optional<CFileWatch> watch;
-    ForTheMapFile([&]() -> Mend {
+    RecordProperty("kind", "read-only map file");
+    std::optional<CFileInterceptor> interceptor;
+    ForTheMapFile([&]() -> Undo {
         const std::wstring path = m_bench.MapPath();
-        m_bench.WriteMapFile("of an earlier run");
+        m_bench.WriteMapFile("from an earlier run");
         SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
-        watch.emplace();
-        return [&watch, path] {
-            watch.reset();
+        interceptor.emplace();
+        return [&interceptor, path] {
+            interceptor.reset();
             SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
         };
     });
 }
 
-// Of the watch itself.
-TEST_F(FileFaultTest, AReadOnlyFileIsOpenedForReadingOnly)
+// Tests CFileInterceptor.
+TEST_F(FileFaultTest, AReadOnlyFileCanOnlyBeOpenedForReading)
 {
     const std::wstring path = m_library / L"read-only.txt";
     WriteBytes(path, "");
     SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
-    const CFileWatch watch;
+    const CFileInterceptor interceptor;
     EXPECT_TRUE(std::ifstream(path.c_str()).is_open());
     EXPECT_FALSE(std::ofstream(path.c_str()).is_open());
     EXPECT_FALSE(std::fstream(path.c_str(), std::ios::in | std::ios::out).is_open());
 }
 
-TEST_F(FileFaultTest, MapFileDoesNotReachTheDisk)
+TEST_F(FileFaultTest, MapFileCannotBeFlushed)
 {
-    RecordProperty("kind", "map file not brought to the disk");
+    RecordProperty("kind", "map file cannot be flushed to disk");
     for (const int language : LanguagesToTry()) {
         const CLanguageScope scope(language);
         m_bench.Reset();
         m_bench.ExpectLateMapFailure();
-        RunAndRepeat({}, Refuse(m_bench.MapPath(), Refusal::flushing));
+        RunAndRepeat({}, MakeFail(m_bench.MapPath(), FailingOperation::flushing));
     }
 }
 
-TEST_F(FileFaultTest, MapFileIsWhereNothingCanBeBroughtToTheDisk)
+TEST_F(FileFaultTest, FileSystemHasNoFlush)
 {
-    RecordProperty("kind", "file system without the request to bring the map file to the disk");
+    RecordProperty("kind", "file system that does not support flushing the map file");
     for (const DWORD error : std::initializer_list<DWORD>{ERROR_INVALID_FUNCTION, ERROR_NOT_SUPPORTED,
                                                           ERROR_CALL_NOT_IMPLEMENTED}) {
         m_bench.Reset();
-        RunAndRepeat({}, Refuse(m_bench.MapPath(), Refusal::flushing, error));
+        RunAndRepeat({}, MakeFail(m_bench.MapPath(), FailingOperation::flushing, error));
     }
 }
 
 TEST_F(FileFaultTest, NoMappedFolder)
 {
-    RecordProperty("kind", "\"Mapped\" folder gone");
+    RecordProperty("kind", "\"Mapped\" folder missing");
     ForTheMapFile([this] { return MoveAway(m_library / L"Mapped"); });
 }
 
 TEST_F(FileFaultTest, MappedIsAFile)
 {
-    RecordProperty("kind", "\"Mapped\" being a file");
-    ForTheMapFile([this]() -> Mend {
+    RecordProperty("kind", "\"Mapped\" is a file");
+    ForTheMapFile([this]() -> Undo {
         const std::wstring path = m_library / L"Mapped";
-        const Mend back = MoveAway(path);
-        WriteBytes(path, "no folder");
-        return [path, back] {
-            EXPECT_EQ("no folder", ReadBytes(path));
+        const Undo restore = MoveAway(path);
+        WriteBytes(path, "not a folder");
+        return [path, restore] {
+            EXPECT_EQ("not a folder", ReadBytes(path));
             EXPECT_NE(FALSE, DeleteFileW(path.c_str()));
-            back();
+            restore();
         };
     });
 }
 
-// A way to a folder that can be taken away in the midst of a run, though files in it are open, as a network
-// may take a share. On Windows that is a drive letter. Wine finds drives in another way; it lets folders be
-// renamed, however.
-class CWayToFolder
+// A path of a folder that can be removed during a run although files in the folder are open, like a network
+// share that becomes unavailable. On Windows the path is a drive letter. Under Wine drive letters work
+// differently, but a folder with open files can be renamed.
+class CRemovableFolder
 {
 public:
-    explicit CWayToFolder(const std::wstring& folder) : m_folder(folder), m_away(folder + L".away")
+    explicit CRemovableFolder(const std::wstring& folder)
+        : m_folder(folder), m_renamedFolder(folder + L".away")
     {
-        m_way = UnderWine() ? folder : kDrive;
+        m_path = UnderWine() ? folder : kDrive;
         if (!UnderWine()) {
             EXPECT_NE(FALSE, DefineDosDeviceW(0, kDrive, m_folder.c_str()));
         }
     }
-    CWayToFolder(const CWayToFolder&) = delete;
-    CWayToFolder& operator=(const CWayToFolder&) = delete;
-    ~CWayToFolder()
+    CRemovableFolder(const CRemovableFolder&) = delete;
+    CRemovableFolder& operator=(const CRemovableFolder&) = delete;
+    ~CRemovableFolder()
     {
         if (!UnderWine()) {
-            Take();
+            Remove();
         }
     }
 
-    [[nodiscard]] const std::wstring& Way() const { return m_way; }
+    [[nodiscard]] const std::wstring& Path() const { return m_path; }
 
-    void Take() const
+    void Remove() const
     {
-        EXPECT_NE(FALSE, UnderWine() ? MoveFileW(m_folder.c_str(), m_away.c_str())
+        EXPECT_NE(FALSE, UnderWine() ? MoveFileW(m_folder.c_str(), m_renamedFolder.c_str())
                                      : DefineDosDeviceW(DDD_REMOVE_DEFINITION, kDrive, nullptr));
     }
-    void GiveBack() const
+    void Restore() const
     {
-        EXPECT_NE(FALSE, UnderWine() ? MoveFileW(m_away.c_str(), m_folder.c_str())
+        EXPECT_NE(FALSE, UnderWine() ? MoveFileW(m_renamedFolder.c_str(), m_folder.c_str())
                                      : DefineDosDeviceW(0, kDrive, m_folder.c_str()));
     }
 
@@ -391,16 +397,16 @@ private:
     static constexpr const wchar_t* kDrive = L"T:";
 
     std::wstring m_folder;
-    std::wstring m_away;
-    std::wstring m_way;
+    std::wstring m_renamedFolder;
+    std::wstring m_path;
 };
 
-// What the first line of the progress dialog begins with when the run turns to a row, and, in one that only
-// copies, when the row is recorded.
-constexpr Text kTurnedTo{L"Kopiere: ", L"Copy: "};
-constexpr Text kRecorded{L"Bearbeite Datei: ", L"Current file: "};
+// Beginnings of the first line of the progress dialog: when a row begins, and when it is recorded in a run
+// that only copies.
+constexpr Text kRowBegins{L"Kopiere: ", L"Copy: "};
+constexpr Text kRowRecorded{L"Bearbeite Datei: ", L"Current file: "};
 
-// Calls a function with the number of each row, from 0, when the run is that far with it.
+// Calls a function at a certain moment of each row, with the number of the row, from 0.
 class CRowWatcher
 {
 public:
@@ -425,12 +431,12 @@ private:
         const auto& call = *reinterpret_cast<const CWPSTRUCT*>(lParam);
         if (code == HC_ACTION && s_current != nullptr && call.message == WM_SETTEXT &&
             GetDlgCtrlID(call.hwnd) == IDC_PROGRESS_FIRST) {
-            s_current->Note(reinterpret_cast<const wchar_t*>(call.lParam));
+            s_current->OnText(reinterpret_cast<const wchar_t*>(call.lParam));
         }
         return CallNextHookEx(nullptr, code, wParam, lParam);
     }
 
-    void Note(const std::wstring& text)
+    void OnText(const std::wstring& text)
     {
         if (text.starts_with(m_moment)) {
             m_onRow(m_row++);
@@ -445,8 +451,8 @@ private:
     HHOOK m_hook;
 };
 
-// It stays away until the row is converted again.
-TEST_F(FileFaultTest, CopyGoneBeforeItIsMadeReadOnly)
+// The copy stays missing until the row is converted again.
+TEST_F(FileFaultTest, CopyIsRemovedBeforeItIsMadeReadOnly)
 {
     RecordProperty("kind", "copy removed before it is made read-only");
     m_bench.m_copyOnly = true;
@@ -457,7 +463,7 @@ TEST_F(FileFaultTest, CopyGoneBeforeItIsMadeReadOnly)
             m_bench.Reset();
             m_bench.Rows()[gone].copyVanishes = true;
             std::optional<CRowWatcher> watcher;
-            watcher.emplace(kRecorded, [this, gone](std::size_t row) {
+            watcher.emplace(kRowRecorded, [this, gone](std::size_t row) {
                 if (row == gone) {
                     EXPECT_NE(FALSE, DeleteFileW(m_bench.Copy(row).c_str()));
                 }
@@ -467,35 +473,35 @@ TEST_F(FileFaultTest, CopyGoneBeforeItIsMadeReadOnly)
     }
 }
 
-TEST_F(FileFaultTest, ShareGoneDuringTheRun)
+TEST_F(FileFaultTest, ShareIsRemovedDuringTheRun)
 {
-    RecordProperty("kind", "the library's share gone from this row on");
+    RecordProperty("kind", "share of the library unavailable from a row on");
     for (const int language : LanguagesToTry()) {
         const CLanguageScope scope(language);
         for (const std::size_t gone : kPendingRows) {
             SCOPED_TRACE("row " + std::to_string(gone));
-            const CWayToFolder way(m_library.Path());
-            m_bench.RunIn(way.Way());
+            const CRemovableFolder removable(m_library.Path());
+            m_bench.RunIn(removable.Path());
             for (const std::size_t row : kPendingRows) {
                 if (row >= gone) {
                     m_bench.Rows()[row].copyFailure = SourceFailure(m_bench, row);
                 }
             }
             std::optional<CRowWatcher> watcher;
-            watcher.emplace(kTurnedTo, [&way, gone](std::size_t row) {
+            watcher.emplace(kRowBegins, [&removable, gone](std::size_t row) {
                 if (row == gone) {
-                    way.Take();
+                    removable.Remove();
                 }
             });
             RunAndRepeat({}, [&] {
                 watcher.reset();
-                way.GiveBack();
+                removable.Restore();
             });
         }
     }
 }
 
-// Rows whose parts are empty files: quick to copy, and in need of no room on the disk.
+// Rows with empty part files, which are quick to copy and take no disk space.
 std::vector<ModelRow> EmptyParts(const std::vector<std::wstring>& names)
 {
     std::vector<ModelRow> rows;
@@ -505,8 +511,8 @@ std::vector<ModelRow> EmptyParts(const std::vector<std::wstring>& names)
     return rows;
 }
 
-// A run that only copies, of rows on whose files nothing depends but their names.
-std::string CopyUnder(const std::wstring& folder, const std::vector<std::wstring>& names)
+// A run that copies empty files with these names.
+std::string CopyEmptyFiles(const std::wstring& folder, const std::vector<std::wstring>& names)
 {
     CFaultBench bench(folder, EmptyParts(names));
     bench.m_copyOnly = true;
@@ -523,8 +529,8 @@ bool CanCreate(const std::wstring& path)
 class FileNameTest : public CountingTest
 {
 protected:
-    // Copies files with the characters in their names, so many in each, all in one run. Answers which of the
-    // characters the system does not allow, with those beside them.
+    // Copies files with these characters in their names, inOneName of them in each, in one run. Returns the
+    // characters that the system does not allow, with the others in the same name.
     std::wstring CopyWith(const std::wstring& characters, std::size_t inOneName)
     {
         const CTempFolder library;
@@ -540,18 +546,18 @@ protected:
                 refused += part;
             }
         }
-        Note(static_cast<int>(names.size()), CopyUnder(library.Path(), names));
+        Count(static_cast<int>(names.size()), CopyEmptyFiles(library.Path(), names));
         return refused;
     }
 };
 
-TEST_F(FileNameTest, CharactersOfASCII)
+TEST_F(FileNameTest, ASCIICharacters)
 {
     RecordProperty("kind", "every ASCII character but the colon in a file name");
     std::wstring characters;
     std::wstring forbidden = L"\"*/<>?\\|";
     for (wchar_t character = 1; character < 0x80; ++character) {
-        if (character != L':') {  // divides the names of a file and of a stream in it
+        if (character != L':') {  // separates the names of a file and of a stream in it
             characters += character;
         }
         if (character < L' ') {
@@ -562,29 +568,29 @@ TEST_F(FileNameTest, CharactersOfASCII)
     EXPECT_EQ(forbidden, CopyWith(characters, 1));
 }
 
-// Takes too long for every day.
+// Takes too long for every test run.
 TEST_F(FileNameTest, MoreCharactersOfTheBasicPlane)
 {
-    RecordProperty("kind", "all further characters of the Basic Multilingual Plane, 64 in each name");
+    RecordProperty("kind", "all other characters of the Basic Multilingual Plane, 64 per name");
     std::wstring characters;
     for (int code = 0x80; code < 0x10000; ++code) {
-        const bool halfOfAPair = code >= 0xD800 && code < 0xE000;  // no character
-        if (!halfOfAPair) {
+        const bool isSurrogate = code >= 0xD800 && code < 0xE000;
+        if (!isSurrogate) {
             characters += static_cast<wchar_t>(code);
         }
     }
     EXPECT_EQ(L"", CopyWith(characters, 64));
 }
 
-// Each stands for two halves in the name; the first and the last 32 of each plane.
+// The first and last 32 characters of each plane, each a surrogate pair in the name.
 TEST_F(FileNameTest, CharactersOfTheOtherPlanes)
 {
-    RecordProperty("kind", "characters of the other sixteen planes, 32 in each name");
+    RecordProperty("kind", "characters of the other sixteen planes, 32 per name");
     std::wstring characters;
     for (unsigned plane = 1; plane <= 16; ++plane) {
         for (const unsigned first : {0U, 0x10000U - 32U}) {
-            for (unsigned place = first; place < first + 32; ++place) {
-                const unsigned code = (plane - 1) * 0x10000U + place;
+            for (unsigned position = first; position < first + 32; ++position) {
+                const unsigned code = (plane - 1) * 0x10000U + position;
                 characters += static_cast<wchar_t>(0xD800U + (code >> 10U));
                 characters += static_cast<wchar_t>(0xDC00U + (code & 0x3FFU));
             }
@@ -593,8 +599,8 @@ TEST_F(FileNameTest, CharactersOfTheOtherPlanes)
     EXPECT_EQ(L"", CopyWith(characters, 64));
 }
 
-// Whether a path is too long is the system's affair (Windows: more than 259 characters); the run either deals
-// with the file as with any other, or says that it cannot open it.
+// The system decides which paths are too long (Windows: more than 259 characters). The run either copies the
+// file or reports that it cannot open the target.
 TEST_F(FileNameTest, LongTargets)
 {
     RecordProperty("kind", "paths of 200 to 420 characters, names of up to 256");
@@ -614,20 +620,20 @@ TEST_F(FileNameTest, LongTargets)
         if (!CanCreate(bench.Copy(0))) {
             bench.Rows()[0].copyFailure = TargetFailure(bench, 0);
         }
-        Note(1, bench.Run({}));
+        Count(1, bench.Run({}));
     }
 }
 
 // ---- Disks
 
-constexpr std::size_t kBlock = 4096;  // what a file system of this kind gives out at a time
+constexpr std::size_t kBlock = 4096;  // the allocation unit of the file system
 
 std::size_t Blocks(std::size_t bytes)
 {
     return (bytes + kBlock - 1) / kBlock;
 }
 
-// A folder on a small file system of its own that the test can fill; the caller says where that is.
+// A folder on a small file system that the test can fill. run.sh mounts it.
 class FullDiskTest : public CountingTest
 {
 protected:
@@ -635,19 +641,19 @@ protected:
     {
         const wchar_t* const disk = _wgetenv(L"TALVENOR_SMALL_DISK");
         if (disk == nullptr) {
-            GTEST_SKIP() << "no small file system at hand: mounting one takes the right to do so";
+            GTEST_SKIP() << "no small file system: mounting one needs the permission to mount";
         }
         m_folder = std::wstring(disk) + L"\\lib";
         CreateDirectoryW(m_folder.c_str(), nullptr);
     }
 
-    // Leaves room for so many blocks.
+    // Fills the disk except for so many blocks.
     void Fill(std::size_t blocks) const
     {
-        ULARGE_INTEGER room{};
-        ASSERT_NE(FALSE, GetDiskFreeSpaceExW(m_folder.c_str(), &room, nullptr, nullptr));
-        ASSERT_GT(room.QuadPart, blocks * kBlock);
-        WriteBytes(Filler(), std::string(static_cast<std::size_t>(room.QuadPart) - blocks * kBlock, 'f'));
+        ULARGE_INTEGER space{};
+        ASSERT_NE(FALSE, GetDiskFreeSpaceExW(m_folder.c_str(), &space, nullptr, nullptr));
+        ASSERT_GT(space.QuadPart, blocks * kBlock);
+        WriteBytes(Filler(), std::string(static_cast<std::size_t>(space.QuadPart) - blocks * kBlock, 'f'));
     }
     void Free() const { EXPECT_NE(FALSE, DeleteFileW(Filler().c_str())); }
 
@@ -657,24 +663,25 @@ private:
     [[nodiscard]] std::wstring Filler() const { return m_folder + L"\\filler"; }
 };
 
-TEST_F(FullDiskTest, NoRoomForThisAndTheLaterCopies)
+TEST_F(FullDiskTest, NoSpaceForACopyAndAllLaterOnes)
 {
     RecordProperty("kind", "disk full while a file is copied");
     CFaultBench bench(m_folder, FourRows());
     bench.m_copyOnly = true;
     for (const int language : LanguagesToTry()) {
         const CLanguageScope scope(language);
-        std::size_t room = 0;  // that the map file's one block and the copies before leave
+        std::size_t blocks = 0;  // for the copies up to this one
         for (const std::size_t full : kPendingRows) {
             SCOPED_TRACE("row " + std::to_string(full));
             bench.Reset();
-            room += Blocks(SizeOf(bench.Part(full)));
-            Fill(room);  // one block short, as the map file takes one
+            blocks += Blocks(SizeOf(bench.Part(full)));
+            Fill(blocks);  // one too few, as the map file takes one
             bench.m_afterRun = [&] {
                 Free();
                 for (const std::size_t row : kPendingRows) {
                     if (row >= full) {
-                        EXPECT_LT(TakePartOf(bench.Part(row), bench.Copy(row)), SizeOf(bench.Part(row)));
+                        EXPECT_LT(RemovePartialCopy(bench.Part(row), bench.Copy(row)),
+                                  SizeOf(bench.Part(row)));
                     }
                 }
             };
@@ -687,12 +694,12 @@ TEST_F(FullDiskTest, NoRoomForThisAndTheLaterCopies)
             bench.m_afterRun = nullptr;
             bench.ExpectNoFailure();
             differences += bench.Run({});
-            Note(1, differences);
+            Count(1, differences);
         }
     }
 }
 
-// Rows whose records take as many bytes each, some blocks together.
+// Rows whose records have the same length and take several blocks together.
 std::vector<ModelRow> RowsOfLongNames()
 {
     std::vector<std::wstring> names;
@@ -702,13 +709,13 @@ std::vector<ModelRow> RowsOfLongNames()
     return EmptyParts(names);
 }
 
-// Of a run that only copies.
+// In a run that only copies.
 std::size_t RecordLength(const ModelRow& row)
 {
     return (row.texts.strOriginal + L" ; " + row.texts.strRenamed + L" ; \r\n").size();
 }
 
-TEST_F(FullDiskTest, NoRoomForRecords)
+TEST_F(FullDiskTest, NoSpaceForRecords)
 {
     RecordProperty("kind", "disk full while the map file is written");
     const std::vector<ModelRow> rows = RowsOfLongNames();
@@ -718,23 +725,24 @@ TEST_F(FullDiskTest, NoRoomForRecords)
         SCOPED_TRACE("blocks " + std::to_string(blocks));
         const CLanguageScope language(static_cast<int>(blocks % 2));
         bench.Reset();
-        bench.ExpectNoRoomFor(blocks * kBlock, RecordLength(rows[0]));
+        bench.ExpectFullDisk(blocks * kBlock, RecordLength(rows[0]));
         Fill(blocks);
         bench.m_afterRun = [this] { Free(); };
         std::string differences = bench.Run({});
         bench.m_afterRun = nullptr;
         bench.ExpectNoFailure();
         differences += bench.Run({});
-        Note(1, differences);
+        Count(1, differences);
     }
 }
 
-// A record finds room for its beginning only, which cannot be taken back.
-class HalfRecordTest : public FullDiskTest
+// The disk is full after the beginning of a record, and this partial record cannot be removed.
+class PartialRecordTest : public FullDiskTest
 {
 protected:
-    // What is mended before the run turns to the row behind the one that is not recorded.
-    struct MendedOnTheWay
+    // What is fixed before the run begins the row after the one that cannot be recorded: the disk is freed,
+    // so that records can be written; the file mapping is closed, so that the partial record can be removed.
+    struct FixedDuringTheRun
     {
         bool disk;
         bool file;
@@ -749,32 +757,32 @@ protected:
         }
     }
 
-    // A run in which the map file finds room for one block.
-    std::string Run(MendedOnTheWay mended)
+    // A run with space for one block of the map file.
+    std::string Run(FixedDuringTheRun fixed)
     {
         m_bench->Reset();
-        m_bench->ExpectNoRoomFor(kBlock, RecordLength(m_rows[0]));
+        m_bench->ExpectFullDisk(kBlock, RecordLength(m_rows[0]));
         m_failing = static_cast<std::size_t>(std::ranges::find_if(m_bench->Rows(), &ModelRow::recordFails) -
                                              m_bench->Rows().begin());
-        if (mended.disk && mended.file) {
+        if (fixed.disk && fixed.file) {
             m_bench->ExpectNoFailure();
             m_bench->Rows()[m_failing].recordFails = true;
         } else {
-            m_bench->ExpectHalfRecord();
+            m_bench->ExpectPartialRecord();
         }
         Fill(1);
         std::optional<CMappedFile> mapped;
         std::optional<CRowWatcher> watcher;
-        watcher.emplace(kTurnedTo, [&](std::size_t row) {
+        watcher.emplace(kRowBegins, [&](std::size_t row) {
             if (row == m_failing) {
                 mapped.emplace(m_bench->MapPath());
             } else if (row == m_failing + 1) {
-                Mend(mended, mapped);
+                Fix(fixed, mapped);
             }
         });
         m_bench->m_afterRun = [&] {
             watcher.reset();
-            Mend({!mended.disk, !mended.file}, mapped);
+            Fix({!fixed.disk, !fixed.file}, mapped);
         };
         return m_bench->Run({});
     }
@@ -786,8 +794,8 @@ protected:
         return m_bench->Run({});
     }
 
-    // The records that were written whole are read; the half one may pass for a record, too.
-    void ExpectWholeRecordsRead() const
+    // All complete records must be read. The partial record may look like a record, too.
+    void ExpectCompleteRecordsAreRead() const
     {
         CFileMisc reader(1);
         EXPECT_EQ((CFileMisc::MapFileState{true, false}), reader.ReadMapFile(m_bench->MapPath()));
@@ -806,7 +814,7 @@ protected:
     const std::vector<ModelRow> m_rows = RowsOfLongNames();
 
 private:
-    void Mend(MendedOnTheWay what, std::optional<CMappedFile>& mapped) const
+    void Fix(FixedDuringTheRun what, std::optional<CMappedFile>& mapped) const
     {
         if (what.disk) {
             Free();
@@ -817,37 +825,36 @@ private:
     }
 
     std::optional<CFaultBench> m_bench;
-    std::size_t m_failing = 0;  // the row
+    std::size_t m_failing = 0;  // the row that cannot be recorded
 };
 
-TEST_F(HalfRecordTest, NothingIsWrittenBehindIt)
+TEST_F(PartialRecordTest, NothingIsWrittenAfterIt)
 {
-    RecordProperty("kind", "disk full, and the half record cannot be taken back");
-    for (const bool freedOnTheWay : {false, true}) {
-        const CLanguageScope language(freedOnTheWay ? 0 : 1);
-        std::string differences = Run({.disk = freedOnTheWay, .file = false});
-        ExpectWholeRecordsRead();
-        Note(1, differences + RunAgain());
+    RecordProperty("kind", "disk full, and the partial record cannot be removed");
+    for (const bool freedDuringTheRun : {false, true}) {
+        const CLanguageScope language(freedDuringTheRun ? 0 : 1);
+        std::string differences = Run({.disk = freedDuringTheRun, .file = false});
+        ExpectCompleteRecordsAreRead();
+        Count(1, differences + RunAgain());
     }
 }
 
-TEST_F(HalfRecordTest, IsTakenBackAsSoonAsThatGoes)
+TEST_F(PartialRecordTest, IsRemovedAsSoonAsPossible)
 {
-    RecordProperty("kind", "disk full, and the half record can be taken back only later");
+    RecordProperty("kind", "disk full, and the partial record can be removed only later");
     for (const int language : LanguagesToTry()) {
         const CLanguageScope scope(language);
         const std::string differences = Run({.disk = true, .file = true});
-        Note(1, differences + RunAgain());
+        Count(1, differences + RunAgain());
     }
 }
 
-TEST_F(CountingTest, NothingIsWrittenIntoAReadOnlyFolder)
+TEST_F(CountingTest, TargetFolderIsReadOnly)
 {
-    RecordProperty("kind", "target folder read-only");
+    RecordProperty("kind", "read-only target folder");
     const wchar_t* const folder = _wgetenv(L"TALVENOR_READ_ONLY_MAPPED");
     if (folder == nullptr) {
-        GTEST_SKIP() << "no folder at hand whose \"Mapped\" nobody may write: making one takes the right to "
-                        "mount a file system";
+        GTEST_SKIP() << "no read-only \"Mapped\" folder: making one needs the permission to mount";
     }
     std::vector<ModelRow> rows = FourRows();
     std::erase_if(rows, [](const ModelRow& row) { return !row.pending; });
@@ -855,7 +862,7 @@ TEST_F(CountingTest, NothingIsWrittenIntoAReadOnlyFolder)
     for (const int language : LanguagesToTry()) {
         const CLanguageScope scope(language);
         bench.ExpectNoMapFile();
-        Note(1, bench.Run({}));
+        Count(1, bench.Run({}));
     }
 }
 
@@ -866,8 +873,8 @@ std::wstring NameOfMany(int number)
     return L"N_" + std::to_wstring(number) + L"_M8.sldprt";
 }
 
-// A folder with that many part files, and their copies where the caller made them. Wine looks through the
-// whole folder for each file that it makes, so the caller may have made it.
+// A folder with so many part files. run.sh provides one with copies: Wine searches the whole folder for each
+// file that it creates, which would take long.
 std::wstring FolderOfMany(const CTempFolder& own, int count)
 {
     if (const wchar_t* const folder = _wgetenv(L"TALVENOR_MANY_FILES"); folder != nullptr) {
@@ -910,10 +917,10 @@ TEST_F(CountingTest, FiftyThousandFilesAreLoaded)
             difference = "row " + std::to_string(row) + ": " + ToUtf8(table.GetItemText(row, 0));
         }
     }
-    Note(1, difference);
+    Count(1, difference);
 }
 
-// Other bytes in the place of a copy.
+// Replaces the contents of a copy.
 void MakeStale(const std::wstring& copy)
 {
     SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
@@ -921,8 +928,8 @@ void MakeStale(const std::wstring& copy)
     SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_READONLY);
 }
 
-// The copies are there already, as an earlier run left them, but of other parts: those that the folder holds
-// are empty, and so are their copies behind the run.
+// Copies with other contents exist already, as if from an earlier run. The parts are empty, and so are their
+// copies after the run.
 TEST_F(CountingTest, ManyFilesAreCopiedAndRecorded)
 {
     const int count = EveryFault() ? 50'000 : 200;
@@ -942,7 +949,7 @@ TEST_F(CountingTest, ManyFilesAreCopiedAndRecorded)
     for (std::size_t row = 0; row < names.size(); ++row) {
         MakeStale(bench.Copy(row));
     }
-    Note(1, bench.Run({}));
+    Count(1, bench.Run({}));
 }
 
 }  // namespace

@@ -7,9 +7,9 @@
 namespace {
 
 template <class Structure>
-Structure* At(DWORD place)
+Structure* At(DWORD offset)
 {
-    return reinterpret_cast<Structure*>(reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr)) + place);
+    return reinterpret_cast<Structure*>(reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr)) + offset);
 }
 
 void Replace(void** entry, void* function, void** original)
@@ -21,7 +21,7 @@ void Replace(void** entry, void* function, void** original)
     VirtualProtect(entry, sizeof *entry, protection, &protection);
 }
 
-// False for what is imported by number, too.
+// Returns false for imports by ordinal.
 bool IsNamed(const IMAGE_THUNK_DATA& imported, const char* name)
 {
     if (IMAGE_SNAP_BY_ORDINAL(imported.u1.Ordinal)) {
@@ -33,7 +33,7 @@ bool IsNamed(const IMAGE_THUNK_DATA& imported, const char* name)
 
 }  // namespace
 
-// A function may be imported under several names of the runtime library.
+// The runtime library has several names, so a function may be imported more than once.
 void RedirectImport(const char* name, void* function, void** original)
 {
     const auto* const headers = At<IMAGE_NT_HEADERS>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));

@@ -22,7 +22,7 @@ struct Part
     std::vector<std::wstring> configurations;
 };
 
-// Numbers whose part files are small: each block of a file is an operation.
+// Standard numbers with small part files, as each block of a file is an operation.
 const std::vector<Part>& Parts()
 {
     static const std::vector<Part> parts = {
@@ -30,11 +30,11 @@ const std::vector<Part>& Parts()
     return parts;
 }
 
-constexpr std::size_t kNotAgain = 2;  // the row that a second run does not convert again
+constexpr std::size_t kAlreadyConvertedRow = 2;  // a second run does not convert it again
 
 bool IsConverted(MappedBefore before, std::size_t row)
 {
-    return before == MappedBefore::nothing || row != kNotAgain;
+    return before == MappedBefore::nothing || row != kAlreadyConvertedRow;
 }
 
 std::wstring OriginalOf(std::size_t row)
@@ -52,7 +52,7 @@ std::wstring BomNameOf(std::size_t row)
     return std::wstring(L"Norm ") + Parts()[row].number + L" - %2";
 }
 
-std::vector<BomEntry> EntriesOf(std::size_t row)
+std::vector<BomEntry> BomEntriesOf(std::size_t row)
 {
     std::vector<BomEntry> entries;
     for (const std::wstring& name : Parts()[row].configurations) {
@@ -66,7 +66,7 @@ unsigned CallsOf(std::size_t row)
     return 7 + 3 * static_cast<unsigned>(Parts()[row].configurations.size());
 }
 
-// A line of the map file. Its characters all are bytes of the same code.
+// A line of the map file. All its characters are below 256.
 std::string RecordOf(std::size_t row)
 {
     const std::wstring line = OriginalOf(row) + L" ; " + RenamedOf(row) + L" ; " + BomNameOf(row) + L"\r\n";
@@ -83,7 +83,7 @@ WIN32_FILE_ATTRIBUTE_DATA AttributesOf(const std::wstring& path)
     return data;
 }
 
-// The edit of the program's file dialog, once it has the focus; null until then.
+// The edit control of the file dialog if it has the focus, otherwise null.
 HWND NameEditOf(HWND picker)
 {
     const HWND focus = FocusOf(picker);
@@ -123,15 +123,15 @@ unsigned CKillBench::Calls(MappedBefore before)
 std::size_t CKillBench::RecordsAtCall(MappedBefore before, unsigned call)
 {
     if (call == 1) {
-        return before == MappedBefore::nothing ? 0 : Parts().size();  // those of the earlier run
+        return before == MappedBefore::nothing ? 0 : Parts().size();  // from the earlier run
     }
-    unsigned begun = 1;  // calls before the row's first
+    unsigned lastCall = 1;  // of the rows so far
     for (std::size_t row = 0; row < Parts().size(); ++row) {
         if (!IsConverted(before, row)) {
             continue;
         }
-        begun += CallsOf(row);
-        if (call <= begun) {
+        lastCall += CallsOf(row);
+        if (call <= lastCall) {
             return row + 1;
         }
     }
@@ -144,7 +144,7 @@ void CKillBench::StartProgram()
     static_cast<void>(m_program->MainWindow());
 }
 
-// Whatever went wrong before: as at the very beginning.
+// Restores the initial state after any failure.
 void CKillBench::StartOver()
 {
     m_program.reset();
@@ -153,7 +153,7 @@ void CKillBench::StartOver()
     StartProgram();
 }
 
-void CKillBench::AcceptTheEnd()
+void CKillBench::CloseFinalMessage()
 {
     CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kFinished.Current()).Press(IDOK);
 }
@@ -175,17 +175,17 @@ std::string CKillBench::Kill(const KillPlan& plan)
     try {
         Prepare(plan.before);
         CServerEnvironment::Server().StartOver("stay\n" + plan.rules);
-        plan.atStart();
-        BeginRun();
+        plan.beforeRun();
+        StartRun();
         plan.end(*this);
-        LetServerFinish();
+        WaitForServer();
         CompareDisk(plan.before, plan.records);
         StartProgram();
         CompareStart();
-        FinishTheWork();
-        CompareWhole();
+        CompleteConversion();
+        CompareFinalState();
     } catch (const std::exception& error) {
-        Differ(error.what());
+        AddDifference(error.what());
     }
     if (!m_differences.empty()) {
         StartOver();
@@ -193,28 +193,28 @@ std::string CKillBench::Kill(const KillPlan& plan)
     return m_differences;
 }
 
-std::string CKillBench::RunToTheEnd(MappedBefore before, const std::function<void()>& atStart)
+std::string CKillBench::RunUndisturbed(MappedBefore before, const std::function<void()>& beforeRun)
 {
     m_differences.clear();
     try {
         Prepare(before);
         CServerEnvironment::Server().StartOver("stay\n");
-        atStart();
-        BeginRun();
+        beforeRun();
+        StartRun();
         FinishRun();
-        CompareWhole();
+        CompareFinalState();
     } catch (const std::exception& error) {
-        Differ(error.what());
+        AddDifference(error.what());
         StartOver();
     }
     return m_differences;
 }
 
-// The rows are all there; those that the run is to convert get their marks.
+// The table already has all rows. Marks those that the run must convert.
 void CKillBench::Prepare(MappedBefore before)
 {
     if (before == MappedBefore::anEarlierRun && !PathExists(m_library.MapPath())) {
-        m_differences += RunToTheEnd(MappedBefore::nothing);
+        m_differences += RunUndisturbed(MappedBefore::nothing);
     }
     if (before == MappedBefore::nothing) {
         m_library.RemoveMapped();
@@ -246,28 +246,27 @@ void CKillBench::MarkRows(const std::vector<int>& rows)
     }
 }
 
-void CKillBench::BeginRun()
+void CKillBench::StartRun()
 {
-    const bool mapThere = PathExists(m_library.MapPath());
+    const bool mapExists = PathExists(m_library.MapPath());
     m_program->Press(IDC_START);
-    if (mapThere) {
+    if (mapExists) {
         CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), m_library.OverwriteQuestion()).Press(IDYES);
     }
-    m_begin = GetTickCount64();
+    m_runStart = GetTickCount64();
 }
 
 void CKillBench::FinishRun()
 {
     const CMessageBoxOnScreen box =
         CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kFinished.Current());
-    m_runTime = static_cast<DWORD>(GetTickCount64() - m_begin);
+    m_runTime = static_cast<DWORD>(GetTickCount64() - m_runStart);
     box.Press(IDOK);
     m_program->WaitForRest();
 }
 
-// The server may be in the midst of a call, or about to turn to one that it had been sent: it answers one of
-// the test's only when it is done with those.
-void CKillBench::LetServerFinish()
+// The server may still be serving a call of the program. A call of the test returns only after those.
+void CKillBench::WaitForServer()
 {
     constexpr DISPID kOpenDocumentNames = 1001;
     IDispatchPtr application;
@@ -276,22 +275,22 @@ void CKillBench::LetServerFinish()
     if (FAILED(application.CreateInstance(kCadProgId, nullptr, CLSCTX_LOCAL_SERVER)) ||
         FAILED(application->Invoke(kOpenDocumentNames, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &none,
                                    &names, nullptr, nullptr))) {
-        Differ("the server does not answer any more");
+        AddDifference("the server does not respond");
     }
 }
 
-// What the user does: takes in again what the map file does not name, and has the last row that it does name
-// converted again, as the program may have been in the midst of it.
-void CKillBench::FinishTheWork()
+// Continues like a user: adds the parts that are not in the map file, and converts the last recorded row
+// again, as it may have been interrupted.
+void CKillBench::CompleteConversion()
 {
-    if (m_mapThere && m_records < Parts().size()) {
+    if (m_mapExists && m_records < Parts().size()) {
         AddAllParts();
         CompareRows(m_records, Parts().size() - m_records);
     }
     if (m_records > 0) {
         MarkRows({static_cast<int>(m_records) - 1});
     }
-    BeginRun();
+    StartRun();
     FinishRun();
 }
 
@@ -317,29 +316,29 @@ void CKillBench::AddAllParts()
     m_program->WaitForRest();
 }
 
-void CKillBench::Differ(const std::string& what)
+void CKillBench::AddDifference(const std::string& what)
 {
     m_differences += "  " + what + "\n";
 }
 
-// ---- What a killed run leaves
+// ---- The state after a killed run
 
 void CKillBench::CompareDisk(MappedBefore before, std::optional<std::size_t> records)
 {
     CompareFolders();
     CompareOriginals();
-    m_mapThere = PathExists(m_library.MapPath());
-    const std::string map = m_mapThere ? m_library.MapFileBytes() : "";
+    m_mapExists = PathExists(m_library.MapPath());
+    const std::string map = m_mapExists ? m_library.MapFileBytes() : "";
     m_records = 0;
-    while (m_records < Parts().size() && map.size() > MapOf(m_records).size()) {
+    while (m_records < Parts().size() && map.size() > MapFileWith(m_records).size()) {
         ++m_records;
     }
-    const bool onlyMade = map.empty() && m_records == 0;  // the header is not yet written
-    if (!onlyMade && map != MapOf(m_records)) {
-        Differ("map file: " + map);
+    const bool onlyCreated = map.empty() && m_records == 0;  // without header yet
+    if (!onlyCreated && map != MapFileWith(m_records)) {
+        AddDifference("map file: " + map);
     }
     if (records && m_records != *records) {
-        Differ(std::to_string(m_records) + " records instead of " + std::to_string(*records));
+        AddDifference(std::to_string(m_records) + " records instead of " + std::to_string(*records));
     }
     CompareCopies(before);
 }
@@ -354,12 +353,12 @@ void CKillBench::CompareFolders()
     }
     for (const std::wstring& name : NamesIn(m_library.Path())) {
         if (std::ranges::find(expectedNames, name) == expectedNames.end()) {
-            Differ("left in the library: " + ToUtf8(name));
+            AddDifference("unexpected file in the library: " + ToUtf8(name));
         }
     }
     for (const std::wstring& name : NamesIn(m_library.MappedPath())) {
         if (std::ranges::find(copies, name) == copies.end()) {
-            Differ("left beside the copies: " + ToUtf8(name));
+            AddDifference("unexpected file beside the copies: " + ToUtf8(name));
         }
     }
 }
@@ -373,7 +372,7 @@ void CKillBench::CompareOriginals()
                           CompareFileTime(&now.ftLastWriteTime, &original.attributes.ftLastWriteTime) == 0 &&
                           ReadBytes(path) == original.bytes;
         if (!same) {
-            Differ("changed: " + ToUtf8(name));
+            AddDifference("changed: " + ToUtf8(name));
         }
     }
 }
@@ -381,14 +380,14 @@ void CKillBench::CompareOriginals()
 void CKillBench::CompareCopies(MappedBefore before)
 {
     for (std::size_t row = 0; row < Parts().size(); ++row) {
-        if (const FileState state = StateOf(row); !MayBe(before, row, state)) {
-            Differ(ToUtf8(RenamedOf(row)) + " is " + Describe(state) + " with " + std::to_string(m_records) +
-                   " records");
+        if (const FileState state = StateOf(row); !IsPossible(before, row, state)) {
+            AddDifference(ToUtf8(RenamedOf(row)) + " is " + Describe(state) + " with " +
+                          std::to_string(m_records) + " records");
         }
     }
 }
 
-std::string CKillBench::MapOf(std::size_t records) const
+std::string CKillBench::MapFileWith(std::size_t records) const
 {
     std::string map = m_library.MapHeader();
     for (std::size_t row = 0; row < records; ++row) {
@@ -407,59 +406,60 @@ CKillBench::FileState CKillBench::StateOf(std::size_t row) const
     const Original& original = m_originals.at(OriginalOf(row));
     const std::string bytes = ReadBytes(path);
     if (original.bytes.starts_with(bytes)) {
-        state.contents = bytes.size() == original.bytes.size() ? Contents::whole : Contents::begun;
+        state.contents = bytes.size() == original.bytes.size() ? Contents::complete : Contents::partial;
         return state;
     }
     try {
         const PartContents copy = ReadPart(path);
-        if (copy.bomEntries == EntriesOf(row) && copy.otherStreams == original.contents.otherStreams) {
+        if (copy.bomEntries == BomEntriesOf(row) && copy.otherStreams == original.contents.otherStreams) {
             state.contents = Contents::updated;
         }
     } catch (const std::exception&) {
-        // No part file: something else.
+        // Not a part file: Contents::other.
     }
     return state;
 }
 
-// Rows before the last record are finished. The last record may be of the row in hand: its copy is whole and
-// may have its BOM names. Of the row behind it there may be any part of a copy, as the record comes when the
-// copy is whole. Nothing was done about later ones.
-bool CKillBench::MayBe(MappedBefore before, std::size_t row, const FileState& state) const
+// Rows before the last record are finished. The last recorded row may have been interrupted: its copy is
+// complete and may have its BOM names. The row after it may have a partial copy, as rows are recorded when
+// their copy is complete. Later rows are unchanged.
+bool CKillBench::IsPossible(MappedBefore before, std::size_t row, const FileState& state) const
 {
     const bool updated = state.contents == Contents::updated;
-    const bool copied = state.contents == Contents::whole && !state.readOnly && IsConverted(before, row);
-    const bool begun = state.contents == Contents::begun && !state.readOnly && IsConverted(before, row);
-    const bool asBefore = before == MappedBefore::nothing ? state.contents == Contents::missing : updated;
+    const bool copied = state.contents == Contents::complete && !state.readOnly && IsConverted(before, row);
+    const bool partial = state.contents == Contents::partial && !state.readOnly && IsConverted(before, row);
+    const bool unchanged = before == MappedBefore::nothing ? state.contents == Contents::missing : updated;
     if (row + 1 < m_records) {
         return updated && state.readOnly;
     }
     if (row + 1 == m_records) {
         return updated || copied;
     }
-    return row == m_records ? asBefore || copied || begun
-                            : asBefore && (state.readOnly || before == MappedBefore::nothing);
+    return row == m_records ? unchanged || copied || partial
+                            : unchanged && (state.readOnly || before == MappedBefore::nothing);
 }
 
 std::string CKillBench::Describe(const FileState& state)
 {
-    const std::array names = {"missing", "begun", "as the original", "updated", "neither copied nor updated"};
+    const std::array names = {"missing", "partial", "identical to the original", "updated",
+                              "neither copied nor updated"};
     return std::string(names.at(static_cast<std::size_t>(state.contents))) +
            (state.readOnly ? " and read-only" : "");
 }
 
 // ---- The next start and the next run
 
-// Without a map file the folder is shown, with one what stands in it.
+// The program shows the map file, or the folder if there is none.
 void CKillBench::CompareStart()
 {
     if (!m_program->IsAtRest()) {
-        Differ("the start shows: " + ToUtf8(DescribeScreen(m_program->ProcessId())));
+        AddDifference("on the screen after the start: " + ToUtf8(DescribeScreen(m_program->ProcessId())));
     }
-    const Text& view = m_mapThere ? expected::kMapView : expected::kFolderView;
+    const Text& view = m_mapExists ? expected::kMapView : expected::kFolderView;
     if (m_program->ControlText(IDC_STATUS_FRAME) != view.Current()) {
-        Differ("the frame says " + ToUtf8(m_program->ControlText(IDC_STATUS_FRAME)));
+        AddDifference("text of the frame: " + ToUtf8(m_program->ControlText(IDC_STATUS_FRAME)));
     }
-    CompareRows(m_records, m_mapThere ? 0 : Parts().size());
+    CompareRows(m_records, m_mapExists ? 0 : Parts().size());
 }
 
 void CKillBench::CompareRows(std::size_t converted, std::size_t pending)
@@ -470,44 +470,44 @@ void CKillBench::CompareRows(std::size_t converted, std::size_t pending)
                         row < converted ? Mark::converted : Mark::pending});
     }
     if (const std::vector<RowOnScreen> shown = m_program->List().Rows(); shown != rows) {
-        Differ("rows: " + testing::PrintToString(shown));
+        AddDifference("rows: " + testing::PrintToString(shown));
     }
 }
 
-void CKillBench::CompareWhole()
+void CKillBench::CompareFinalState()
 {
     CompareFolders();
     CompareOriginals();
-    if (const std::string map = m_library.MapFileBytes(); map != MapOf(Parts().size())) {
-        Differ("map file behind the next run: " + map);
+    if (const std::string map = m_library.MapFileBytes(); map != MapFileWith(Parts().size())) {
+        AddDifference("map file after the next run: " + map);
     }
     for (std::size_t row = 0; row < Parts().size(); ++row) {
         const FileState state = StateOf(row);
         if (state.contents != Contents::updated || !state.readOnly) {
-            Differ(ToUtf8(RenamedOf(row)) + " is " + Describe(state) + " behind the next run");
+            AddDifference(ToUtf8(RenamedOf(row)) + " is " + Describe(state) + " after the next run");
         }
     }
     CompareRows(Parts().size(), 0);
     CompareServer();
 }
 
-// The program has ended the server that it found or started, and no document was left open in it.
+// The program must have ended the server that it found or started, with no open documents.
 void CKillBench::CompareServer()
 {
     const CCadServer& server = CServerEnvironment::Server();
     const auto ended = [&] {
         const std::vector<std::string> lines = server.Life();
-        const auto count = [&](const char* lead) {
+        const auto count = [&](const char* prefix) {
             return std::ranges::count_if(lines,
-                                         [&](const std::string& line) { return line.starts_with(lead); });
+                                         [&](const std::string& line) { return line.starts_with(prefix); });
         };
         return count("- start") > 0 && count("- start") == count("- end") &&
                lines.back() == "- end reason=asked open=";
     };
-    if (!WaitFor(ended, kServerEndTime)) {
-        Differ("server: " + testing::PrintToString(server.Life()));
+    if (!WaitFor(ended, kServerEndTimeout)) {
+        AddDifference("server: " + testing::PrintToString(server.Life()));
     }
     if (server.WasAsked(" gone")) {
-        Differ("an ended server was called");
+        AddDifference("the program called an ended server");
     }
 }

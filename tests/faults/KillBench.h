@@ -13,60 +13,60 @@
 #include "tests/acceptance/TestLibrary.h"
 #include "tests/acceptance/ZelmarRegistry.h"
 
-// What lies in the "Mapped" folder when a run begins.
+// The contents of the "Mapped" folder when a run begins.
 enum class MappedBefore
 {
     nothing,
-    anEarlierRun  // all copies and records; one row is not to be converted again
+    anEarlierRun  // all copies and records; the next run does not convert one of the rows again
 };
 
 class CKillBench;
 
-// A run that is to be ended by force.
+// A run that is killed.
 struct KillPlan
 {
     MappedBefore before = MappedBefore::nothing;
-    std::function<void(CKillBench&)> end;     // ends the program, at once or in the midst of the run
+    std::function<void(CKillBench&)> end;     // kills the program, at the start of the run or during it
     std::string rules = {};                   // of the server's script
-    std::function<void()> atStart = [] {};    // called when the run is about to begin
-    std::optional<std::size_t> records = {};  // that there have to be then, when that is known
+    std::function<void()> beforeRun = [] {};  // called before the run starts
+    std::optional<std::size_t> records = {};  // expected after the kill, if known
 };
 
-// The program itself, in its window, on a library of four parts, and its runs ended by force. What each of
-// them leaves is looked at from outside; then the program is started anew and finishes the work, as its user
-// would. Buttons are pressed by messages instead of the mouse, which is quicker and the same to the program.
+// Runs the real program on a library of four parts and kills it during conversion runs. Checks the state that
+// it leaves, starts it again and completes the conversion, like a user. Presses buttons by messages instead
+// of the mouse, which is faster and makes no difference to the program.
 class CKillBench
 {
 public:
-    // `program` is the file that is started; empty: the program as it is.
+    // program: the file to start; empty: the unmodified program.
     explicit CKillBench(std::wstring program = {});
-    // Ends the server, which goes on counting the objects that the killed programs held.
+    // Ends the server, which still counts the objects of killed programs.
     ~CKillBench();
     CKillBench(const CKillBench&) = delete;
     CKillBench& operator=(const CKillBench&) = delete;
 
-    // The automation calls of a whole run, counted by hand: one for the version and one for the end, for each
-    // row that is converted seven, and three for each of its configurations.
+    // The number of automation calls of a run, counted by hand: one for the version, one to end the server,
+    // seven for each converted row and three for each of its configurations.
     [[nodiscard]] static unsigned Calls(MappedBefore before);
-    // The records that are written when a run makes a call (from 1).
+    // The number of records in the map file when a run makes this call, from 1.
     [[nodiscard]] static std::size_t RecordsAtCall(MappedBefore before, unsigned call);
 
-    // Begins a run as planned, and has it ended. Answers what is not as it has to be at that moment, at the
-    // next start and behind the next run; nothing when all is.
+    // Starts a run and kills it as planned. Returns the differences from the expected state after the kill,
+    // after the next start and after the next run; empty if there are none.
     std::string Kill(const KillPlan& plan);
 
-    // For `end`: answers the last message of the run, behind which the server is let go; ends the program;
-    // waits until it has ended itself.
-    void AcceptTheEnd();
+    // For KillPlan::end: closes the final message of the run, after which the program releases the server;
+    // kills the program; waits for its end.
+    void CloseFinalMessage();
     void EndProgram();
     void WaitForEndOfProgram();
 
-    // A run that nobody ends. Answers what is not as it has to be.
-    std::string RunToTheEnd(MappedBefore before, const std::function<void()>& atStart = DoNothing);
-    // How long the last run took that nobody ended, in milliseconds.
+    // A run that is not killed. Returns the differences from the expected state.
+    std::string RunUndisturbed(MappedBefore before, const std::function<void()>& beforeRun = DoNothing);
+    // The duration of the last complete run, in milliseconds.
     [[nodiscard]] DWORD RunTime() const { return m_runTime; }
 
-    // How many records the last killed run has left.
+    // The number of records after the last killed run.
     [[nodiscard]] std::size_t RecordsLeft() const { return m_records; }
 
 private:
@@ -75,9 +75,9 @@ private:
     enum class Contents
     {
         missing,
-        begun,    // the first bytes of the part
-        whole,    // the part as it is in the library
-        updated,  // with all BOM names
+        partial,   // the beginning of the part
+        complete,  // identical to the part
+        updated,   // with all BOM names
         other
     };
     struct FileState
@@ -95,26 +95,26 @@ private:
     void StartProgram();
     void StartOver();
     void Prepare(MappedBefore before);
-    void BeginRun();
+    void StartRun();
     void FinishRun();
-    void LetServerFinish();
-    void FinishTheWork();
+    void WaitForServer();
+    void CompleteConversion();
     void AddAllParts();
     void MarkRows(const std::vector<int>& rows);
 
-    void Differ(const std::string& what);
+    void AddDifference(const std::string& what);
     void CompareDisk(MappedBefore before, std::optional<std::size_t> records);
     void CompareFolders();
     void CompareOriginals();
     void CompareCopies(MappedBefore before);
     void CompareStart();
-    void CompareWhole();
+    void CompareFinalState();
     void CompareServer();
     void CompareRows(std::size_t converted, std::size_t pending);
 
-    [[nodiscard]] std::string MapOf(std::size_t records) const;
+    [[nodiscard]] std::string MapFileWith(std::size_t records) const;
     [[nodiscard]] FileState StateOf(std::size_t row) const;
-    [[nodiscard]] bool MayBe(MappedBefore before, std::size_t row, const FileState& state) const;
+    [[nodiscard]] bool IsPossible(MappedBefore before, std::size_t row, const FileState& state) const;
     [[nodiscard]] static std::string Describe(const FileState& state);
 
     const std::wstring m_programFile;
@@ -122,9 +122,9 @@ private:
     CTestLibrary m_library;
     std::map<std::wstring, Original> m_originals;
     std::optional<CProgramUnderTest> m_program;
-    bool m_mapThere = false;
+    bool m_mapExists = false;
     std::size_t m_records = 0;
-    ULONGLONG m_begin = 0;  // of the run
+    ULONGLONG m_runStart = 0;  // GetTickCount64
     DWORD m_runTime = 0;
     std::string m_differences;
 };

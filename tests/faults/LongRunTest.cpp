@@ -28,57 +28,56 @@
 #include "tests/faults/FaultTest.h"
 #include "tests/faults/ResourceUse.h"
 
-// Long runs: the program holds as much behind them as before, and its window answers all the time.
+// Long runs: the program has no leaks, and its window always responds.
 
 namespace {
 
-// Asks a window again and again whether it answers, from a thread of its own, and keeps the longest time that
-// it took to.
-class CAnswerWatch
+// Sends messages to a window from a thread of its own and keeps the longest response time.
+class CResponseTimer
 {
 public:
-    explicit CAnswerWatch(HWND window) : m_thread([this, window] { Watch(window); }) {}
-    CAnswerWatch(const CAnswerWatch&) = delete;
-    CAnswerWatch& operator=(const CAnswerWatch&) = delete;
-    ~CAnswerWatch() { End(); }
+    explicit CResponseTimer(HWND window) : m_thread([this, window] { Measure(window); }) {}
+    CResponseTimer(const CResponseTimer&) = delete;
+    CResponseTimer& operator=(const CResponseTimer&) = delete;
+    ~CResponseTimer() { Stop(); }
 
-    // Ends the watch and tells the longest time in milliseconds.
-    DWORD End()
+    // Stops and returns the longest response time in milliseconds.
+    DWORD Stop()
     {
-        m_end = true;
+        m_stop = true;
         if (m_thread.joinable()) {
             m_thread.join();
         }
         return m_longest;
     }
-    [[nodiscard]] DWORD Asked() const { return m_asked; }
+    [[nodiscard]] DWORD Count() const { return m_count; }
 
 private:
-    void Watch(HWND window)
+    void Measure(HWND window)
     {
         constexpr DWORD kPause = 50;  // milliseconds
-        constexpr UINT kGiveUp = 60'000;
-        while (!m_end) {
+        constexpr UINT kTimeout = 60'000;
+        while (!m_stop) {
             const ULONGLONG begin = GetTickCount64();
-            DWORD_PTR answer = 0;
-            if (SendMessageTimeoutW(window, WM_NULL, 0, 0, SMTO_NORMAL, kGiveUp, &answer) == 0) {
-                m_longest = kGiveUp;
+            DWORD_PTR result = 0;
+            if (SendMessageTimeoutW(window, WM_NULL, 0, 0, SMTO_NORMAL, kTimeout, &result) == 0) {
+                m_longest = kTimeout;
                 return;
             }
             m_longest = std::max(m_longest, static_cast<DWORD>(GetTickCount64() - begin));
-            ++m_asked;
+            ++m_count;
             Sleep(kPause);
         }
     }
 
-    std::atomic<bool> m_end = false;
+    std::atomic<bool> m_stop = false;
     DWORD m_longest = 0;
-    DWORD m_asked = 0;
+    DWORD m_count = 0;
     std::thread m_thread;
 };
 
-// A library of many small parts: of ten, nine have one configuration and the tenth five, and one part has
-// many.
+// A library of many small parts. Every tenth part has five configurations, one part has 200, the others have
+// one.
 class CManyParts
 {
 public:
@@ -105,31 +104,32 @@ public:
         return sum;
     }
 
-    // Whether every row is recorded once, and some copies, read by the test itself, are as they have to be.
-    void ExpectWhole() const
+    // Checks that every row is recorded once, and that some copies, read by the test itself, are correct.
+    void ExpectComplete() const
     {
         std::string map = m_library.MapHeader();
         for (int number = 0; number < m_count; ++number) {
             map += ToUtf8(OriginalOf(number) + L" ; " + Digits(number) + L".sldprt ; Norm " + Digits(number) +
                           L" - %2\r\n");
         }
-        EXPECT_TRUE(m_library.MapFileBytes() == map) << "the records are not those of all rows";
+        EXPECT_TRUE(m_library.MapFileBytes() == map)
+            << "the map file does not have exactly the records of all rows";
         constexpr int kStep = 23;
         for (int number = 0; number < m_count; number += kStep) {
             ExpectCopy(number);
         }
-        ExpectCopy(kManyAt);
+        ExpectCopy(kPartWithMany);
     }
 
 private:
     static constexpr int kFew = 1;
     static constexpr int kSeveral = 5;
     static constexpr int kMany = 200;
-    static constexpr int kManyAt = 7;  // the part that has so many
+    static constexpr int kPartWithMany = 7;  // number of the part with kMany
 
     static int ConfigurationsOf(int number)
     {
-        return number == kManyAt ? kMany : number % 10 == 0 ? kSeveral : kFew;
+        return number == kPartWithMany ? kMany : number % 10 == 0 ? kSeveral : kFew;
     }
     static std::wstring Digits(int number) { return std::to_wstring(10'000 + number); }
     static std::wstring OriginalOf(int number) { return L"N_ISO_" + Digits(number) + L"_M8.sldprt"; }
@@ -161,7 +161,7 @@ private:
     CTestLibrary m_library;
 };
 
-// The program in its window, taken from one library to another and through its runs by messages.
+// The running program, operated by messages.
 class CLongRunner
 {
 public:
@@ -173,7 +173,7 @@ public:
         m_program.emplace();
     }
 
-    // What the program holds once nothing comes or goes any more.
+    // The resources of the program, once they no longer change.
     [[nodiscard]] ResourceUse Use() const
     {
         constexpr DWORD kPause = 300;  // milliseconds
@@ -188,7 +188,7 @@ public:
     }
     [[nodiscard]] HWND Window() const { return m_program->MainWindow(); }
 
-    // Fills the table from another library's folder, as if it had been typed.
+    // Fills the table from the folder of another library, as if the folder had been typed.
     void Fill(const CManyParts& parts)
     {
         m_library = &parts.Library();
@@ -203,33 +203,32 @@ public:
         EXPECT_TRUE(WaitFor([&] { return Ask(list, LVM_GETITEMCOUNT) == parts.Count(); }));
     }
 
-    // A run of all that is in the table. Returns how long the window took at most to answer, in milliseconds,
-    // from when the server is connected: what starts a server is the system's own waiting.
+    // A run of all rows in the table. Returns the longest response time of the window in milliseconds,
+    // measured after the server is connected: starting a server is a wait within the system.
     DWORD Run()
     {
-        constexpr DWORD kPatienceOfARun = 3'600'000;  // milliseconds
-        constexpr DWORD kPause = 250;                 // as looking for windows takes its own time
+        constexpr DWORD kRunTimeout = 3'600'000;  // milliseconds
+        constexpr DWORD kPause = 250;             // long, as searching for windows takes time itself
         const CCadServer& server = CServerEnvironment::Server();
-        // A server that ends with the run, as the CAD system does: to one that stays, Wine keeps every
+        // Uses a server that ends with the run, like the CAD system: with one that stays, Wine keeps every
         // connection that it opened while the machine was busy.
         server.StartOver("");
         m_program->Press(IDC_START);
         EXPECT_TRUE(WaitFor([&] { return server.WasAsked(kFirstCall); }));
-        CAnswerWatch watch(Window());
-        WaitFor([&] { return CMessageBoxOnScreen::Find(m_program->ProcessId()).has_value(); },
-                kPatienceOfARun, kPause);
+        CResponseTimer timer(Window());
+        WaitFor([&] { return CMessageBoxOnScreen::Find(m_program->ProcessId()).has_value(); }, kRunTimeout,
+                kPause);
         CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), expected::kFinished.Current()).Press(IDOK);
         m_program->WaitForRest();
-        // The server is let go behind the message.
+        // The program releases the server after the message.
         EXPECT_TRUE(WaitFor([&] { return server.WasAsked("reason=asked"); }, kPatience, kPause));
-        const DWORD longest = watch.End();
-        EXPECT_GT(watch.Asked(), 0U);
+        const DWORD longest = timer.Stop();
+        EXPECT_GT(timer.Count(), 0U);
         return longest;
     }
 
 private:
-    static constexpr const char* kFirstCall =
-        "application 11";  // the release, asked for behind the connection
+    static constexpr const char* kFirstCall = "application 11";  // gets the release, right after connecting
 
     const CTestLibrary* m_library;
     CZelmarRegistry m_registry;
@@ -239,20 +238,20 @@ private:
 template <class Number>
 using Figure = Number ResourceUse::*;
 
-// The table is filled anew for each run.
+// Measurements of one run.
 struct Measured
 {
-    ResourceUse before;
-    ResourceUse behind;
-    DWORD longestSilence = 0;  // milliseconds
+    ResourceUse before;  // with the table filled
+    ResourceUse after;
+    DWORD maxResponseTime = 0;  // milliseconds
 };
 
 constexpr std::size_t kRuns = 5;
 using FiveRuns = std::array<Measured, kRuns>;
 using State = ResourceUse Measured::*;
 
-// By how much a figure grows from run to run: the median of the slopes between any two of them, which a
-// single step, as of a heap that takes its next block, does not move.
+// The growth per run: the median of the slopes between any two runs. A single step, such as a new heap block,
+// does not change it.
 std::int64_t Growth(const std::array<std::int64_t, kRuns>& figures)
 {
     std::vector<std::int64_t> slopes;
@@ -266,48 +265,51 @@ std::int64_t Growth(const std::array<std::int64_t, kRuns>& figures)
     return slopes[slopes.size() / 2];
 }
 
-// A line of the table of long runs: how much there was in each run, and by how much it may grow. Growth is
-// held against its limit behind the runs: while the table is filled, caches of the system come and go.
+// Compares the runs and reports a line for each figure in FAULTS.md: the value in each run and its limit. The
+// states before and after a run are compared separately, as the view of the folder and that of the map file
+// need different memory. Growth is limited after the runs only: while the table is filled, the system's
+// caches vary.
 class LongRunTest : public testing::Test
 {
 protected:
-    // Memory may not grow by more than that from run to run.
+    // Memory may grow by maxGrowth KB per run.
     void CompareMemory(const std::string& what, const FiveRuns& runs, Figure<std::size_t> bytes,
-                       std::int64_t mayGrow)
+                       std::int64_t maxGrowth)
     {
         constexpr std::size_t kKilobyte = 1024;
-        for (const auto& [state, words] : kStates) {
+        for (const auto& [state, name] : kStates) {
             const std::array<std::int64_t, kRuns> figures = Figures(runs, state, bytes, kKilobyte);
             const std::int64_t growth = Growth(figures);
-            TellFigures(what + " (KB), " + words, figures,
-                        std::to_string(growth) + " of at most " + std::to_string(mayGrow) + " KB a run");
-            EXPECT_LE(state == &Measured::behind ? growth : 0, mayGrow) << what << ", " << words;
+            ReportFigures(
+                what + " (KB), " + name, figures,
+                std::to_string(growth) + " of at most " + std::to_string(maxGrowth) + " KB per run");
+            EXPECT_LE(state == &Measured::after ? growth : 0, maxGrowth) << what << ", " << name;
         }
     }
 
-    // Things that are counted may never be more than in the first run by more than that, and behind a run not
-    // grow from run to run.
+    // A count may never exceed that of the first run by more than maxExtra, and may not grow from run to run
+    // after a run.
     void CompareCount(const std::string& what, const FiveRuns& runs, Figure<DWORD> count,
-                      std::int64_t mayGrow)
+                      std::int64_t maxExtra)
     {
-        for (const auto& [state, words] : kStates) {
+        for (const auto& [state, name] : kStates) {
             const std::array<std::int64_t, kRuns> figures = Figures(runs, state, count, DWORD{1});
-            TellFigures(what + ", " + words, figures, "at most " + std::to_string(mayGrow) + " more");
+            ReportFigures(what + ", " + name, figures, "at most " + std::to_string(maxExtra) + " more");
             const auto first = static_cast<std::int64_t>(runs[0].before.*count);
-            EXPECT_LE(*std::ranges::max_element(figures), first + mayGrow) << what << ", " << words;
-            EXPECT_LE(state == &Measured::behind ? Growth(figures) : 0, 0) << what << ", " << words;
+            EXPECT_LE(*std::ranges::max_element(figures), first + maxExtra) << what << ", " << name;
+            EXPECT_LE(state == &Measured::after ? Growth(figures) : 0, 0) << what << ", " << name;
         }
     }
 
-    void CompareSilence(const FiveRuns& runs, DWORD longest)
+    void CompareResponseTime(const FiveRuns& runs, DWORD limit)
     {
         std::array<std::int64_t, kRuns> figures{};
-        std::ranges::transform(runs, figures.begin(), &Measured::longestSilence);
-        TellFigures("longest time without an answer (ms)", figures, "below " + std::to_string(longest));
-        EXPECT_LT(*std::ranges::max_element(figures), std::int64_t{longest});
+        std::ranges::transform(runs, figures.begin(), &Measured::maxResponseTime);
+        ReportFigures("longest response time (ms)", figures, "below " + std::to_string(limit));
+        EXPECT_LT(*std::ranges::max_element(figures), std::int64_t{limit});
     }
 
-    void Tell(const std::string& line)
+    void Report(const std::string& line)
     {
         std::cout << line << "\n";
         RecordProperty("long_" + std::to_string(++m_lines), line);
@@ -315,7 +317,7 @@ protected:
 
 private:
     static constexpr std::array<std::pair<State, const char*>, 2> kStates{
-        {{&Measured::before, "table filled"}, {&Measured::behind, "behind the run"}}};
+        {{&Measured::before, "table filled"}, {&Measured::after, "after the run"}}};
 
     template <class Number>
     static std::array<std::int64_t, kRuns> Figures(const FiveRuns& runs, State state, Figure<Number> number,
@@ -325,43 +327,43 @@ private:
         std::ranges::transform(runs, figures.begin(), [&](const Measured& run) {
             return static_cast<std::int64_t>(run.*state.*number / unit);
         });
-        EXPECT_GT(*std::ranges::min_element(figures), 0) << "the system does not tell";
+        EXPECT_GT(*std::ranges::min_element(figures), 0) << "not available on this system";
         return figures;
     }
 
-    void TellFigures(const std::string& what, const std::array<std::int64_t, kRuns>& figures,
-                     const std::string& limit)
+    void ReportFigures(const std::string& what, const std::array<std::int64_t, kRuns>& figures,
+                       const std::string& limit)
     {
         std::string line = what;
         for (const std::int64_t figure : figures) {
             line += " | " + std::to_string(figure);
         }
-        Tell(line + " | " + limit);
+        Report(line + " | " + limit);
     }
 
     int m_lines = 0;
 };
 
-// One run of many parts, with what the program holds before and behind it.
+// Fills the table, makes a run and measures before and after it.
 Measured MeasureRun(CLongRunner& runner, const CManyParts& many)
 {
     Measured run;
     many.Library().RemoveMapped();
     runner.Fill(many);
     run.before = runner.Use();
-    run.longestSilence = runner.Run();
-    run.behind = runner.Use();
-    many.ExpectWhole();
+    run.maxResponseTime = runner.Run();
+    run.after = runner.Use();
+    many.ExpectComplete();
     return run;
 }
 
-// Runs of this many rows, behind one that loads all that a run takes.
+// The measurements of five runs of these parts.
 FiveRuns MeasureRuns(const CManyParts& many)
 {
     const CManyParts few(10);
     CLongRunner runner(few.Library());
-    runner.Run();
-    few.ExpectWhole();
+    runner.Run();  // loads everything that a run needs
+    few.ExpectComplete();
     FiveRuns runs;
     for (Measured& run : runs) {
         run = MeasureRun(runner, many);
@@ -370,27 +372,26 @@ FiveRuns MeasureRuns(const CManyParts& many)
     return runs;
 }
 
-// One thing left behind by each row would be a
-// hundred even in the short run; the system's caches come and go.
-constexpr std::int64_t kKept = 4;
+// A leak of one object per row would be a hundred even in the short run; the system's caches vary by fewer.
+constexpr std::int64_t kMaxExtra = 4;
 
 }  // namespace
 
-TEST_F(LongRunTest, LeavesNothingBehindAndTheConnectedWindowAnswers)
+TEST_F(LongRunTest, LeavesNothingBehindAndTheConnectedWindowResponds)
 {
-    constexpr DWORD kLongestSilence = 500;  // milliseconds; a person takes a window for hung soon after
-    constexpr std::int64_t kMayGrow = 64;   // KB a run
+    constexpr DWORD kMaxResponseTime = 500;  // milliseconds; beyond that, users think that a window hangs
+    constexpr std::int64_t kMaxGrowth = 64;  // KB per run
     const CManyParts many(EveryFault() ? 10'000 : 100);
     const FiveRuns runs = MeasureRuns(many);
     RecordProperty("long_rows", std::to_string(many.Count()));
     RecordProperty("long_configurations", std::to_string(many.Configurations()));
-    CompareMemory("private memory", runs, &ResourceUse::privateBytes, kMayGrow);
-    CompareMemory("working set", runs, &ResourceUse::workingSet, kMayGrow);
-    constexpr std::int64_t kKeptGdiObjects = 8;  // Wine 10's caches of brushes and fonts hold five
-    CompareCount("open handles", runs, &ResourceUse::handles, kKept);
-    CompareCount("GDI objects", runs, &ResourceUse::gdiObjects, kKeptGdiObjects);
+    CompareMemory("private memory", runs, &ResourceUse::privateBytes, kMaxGrowth);
+    CompareMemory("working set", runs, &ResourceUse::workingSet, kMaxGrowth);
+    constexpr std::int64_t kMaxExtraGdiObjects = 8;  // Wine 10's caches of brushes and fonts vary by five
+    CompareCount("open handles", runs, &ResourceUse::handles, kMaxExtra);
+    CompareCount("GDI objects", runs, &ResourceUse::gdiObjects, kMaxExtraGdiObjects);
     CompareCount("windows", runs, &ResourceUse::windows, 0);
-    CompareSilence(runs, kLongestSilence);
+    CompareResponseTime(runs, kMaxResponseTime);
 }
 
 TEST_F(LongRunTest, LeavesNoUserObjectsBehind)
@@ -398,5 +399,5 @@ TEST_F(LongRunTest, LeavesNoUserObjectsBehind)
     if (UseOf(GetCurrentProcess()).userObjects == 0) {
         GTEST_SKIP() << "skipped: this system does not count USER objects, as Wine does not";
     }
-    CompareCount("USER objects", MeasureRuns(CManyParts(100)), &ResourceUse::userObjects, kKept);
+    CompareCount("USER objects", MeasureRuns(CManyParts(100)), &ResourceUse::userObjects, kMaxExtra);
 }

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The tests' application object: the run's message boxes and loops ask for one.
+// The application object, which message boxes and message loops of a run need.
 class CFaultTestApp : public CWinApp
 {
 public:
@@ -18,9 +18,9 @@ protected:
     bool InitInstance() override
     {
         InitializeOle();
-        GetMessageFilter().SetMessagePendingDelay(0);  // a busy server brings the question at once
+        GetMessageFilter().SetMessagePendingDelay(0);  // ask at once when the server is busy
         m_nResult = RUN_ALL_TESTS();
-        // A filter that matches nothing has tested nothing.
+        // A filter that matches no test must not pass for a success.
         if (testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
             m_nResult = 1;
         }

@@ -17,11 +17,11 @@
 #include "tests/cadserver/TextFile.h"
 #include "tests/faults/CopyFailures.h"
 #include "tests/faults/FaultTest.h"
-#include "tests/faults/FileWatch.h"
+#include "tests/faults/FileInterceptor.h"
 
-// Every file operation of a run fails in turn, whatever it is; and those that make its folder. What the main
-// dialog asks before a run and behind a cancelled one (whether there is a map file, which files the folder
-// holds) is not among them.
+// Every file operation of a run fails in turn, and those that create the folder of the copies. Not included
+// are the operations of the main dialog before a run and after a cancelled one (looking for a map file,
+// scanning the folder).
 
 namespace {
 
@@ -29,40 +29,40 @@ constexpr const char* kCallNames[] = {
     "open",   "read",     "write", "close",      "readStatus", "readAttributes", "setAttributes",
     "change", "readSize", "flush", "makeFolder", "openStream", "writeStream",    "closeStream"};
 
-std::string Described(const FileOperation& operation)
+std::string Describe(const FileOperation& operation)
 {
     return std::string(kCallNames[static_cast<std::size_t>(operation.call)]) + " " +
            ToUtf8(operation.path.substr(operation.path.rfind(L'\\') + 1)) + " access " +
-           std::to_string(operation.access) + " at " + std::to_string(operation.place);
+           std::to_string(operation.access) + " at " + std::to_string(operation.position);
 }
 
-// Counts the operations on what lies in a folder, and lets some of them fail.
-class COperationCounter : public CFileWatch
+// Records the operations on files below a folder, and makes some of them fail.
+class COperationRecorder : public CFileInterceptor
 {
 public:
-    // `failing` are the numbers of those, from 0.
-    explicit COperationCounter(std::wstring folder, std::set<std::size_t> failing = {},
-                               DWORD error = ERROR_SUCCESS)
+    // failing: the indexes of operations that fail, from 0.
+    explicit COperationRecorder(std::wstring folder, std::set<std::size_t> failing = {},
+                                DWORD error = ERROR_SUCCESS)
         : m_folder(std::move(folder) + L"\\"), m_failing(std::move(failing)), m_error(error)
     {
     }
 
-    [[nodiscard]] const std::vector<FileOperation>& Seen() const { return m_seen; }
+    [[nodiscard]] const std::vector<FileOperation>& Operations() const { return m_operations; }
 
-    DWORD ErrorOf(const FileOperation& operation) override
+    DWORD ErrorFor(const FileOperation& operation) override
     {
         if (!operation.path.starts_with(m_folder)) {
             return ERROR_SUCCESS;
         }
-        m_seen.push_back(operation);
-        return m_failing.contains(m_seen.size() - 1) ? m_error : ERROR_SUCCESS;
+        m_operations.push_back(operation);
+        return m_failing.contains(m_operations.size() - 1) ? m_error : ERROR_SUCCESS;
     }
 
 private:
     const std::wstring m_folder;
     const std::set<std::size_t> m_failing;
     const DWORD m_error;
-    std::vector<FileOperation> m_seen;
+    std::vector<FileOperation> m_operations;
 };
 
 constexpr Text kDenied{L"Der Zugriff auf \"%s\" wurde verweigert", L"Access to \"%s\" was denied"};
@@ -71,14 +71,14 @@ constexpr Text kNoDrive{L"Das Laufwerk oder Gerät von \"%s\" meldet einen Fehle
 
 constexpr Text kNoFolderEnd{L"' kann nicht angelegt werden.", L"'."};
 
-// What a message says about the failure of an operation on a file.
-std::wstring Sentence(DWORD error, const std::wstring& path)
+// The part of a message that describes the error.
+std::wstring ErrorText(DWORD error, const std::wstring& path)
 {
     std::wstring text = error == ERROR_ACCESS_DENIED ? kDenied.Current() : kNoDrive.Current();
     return text.replace(text.find(L"%s"), 2, path);
 }
 
-std::wstring Saying(std::wstring message, const std::wstring& sentence)
+std::wstring WithErrorText(std::wstring message, const std::wstring& sentence)
 {
     return message.replace(message.find(L'*'), 1, sentence);
 }
@@ -99,29 +99,29 @@ protected:
         SweepFolder(error);
     }
 
-    void ForEveryStepOfTakingBack(DWORD error)
+    void ForEveryStepOfRemovingALine(DWORD error)
     {
         m_bench.m_copyOnly = true;
         m_bench.Reset();
-        const std::vector<FileOperation> run = OperationsOfARun();
+        const std::vector<FileOperation> run = OperationsOfRun();
         for (std::size_t number = 0; number < run.size(); ++number) {
             if (run[number].call == FileCall::writeStream) {
                 const CLanguageScope language(static_cast<int>(number % 2));
-                SweepTakingBack(run, number, error);
+                SweepRemovalOfALine(run, number, error);
             }
         }
     }
 
 private:
-    // Where an operation stands among those of its run.
-    struct Moment
+    // The operation of a run that fails.
+    struct FailurePoint
     {
         const std::vector<FileOperation>& run;
         std::size_t number;
         DWORD error;
 
         [[nodiscard]] const FileOperation& Operation() const { return run[number]; }
-        // How many operations of this kind on this file came before.
+        // The number of operations of this kind on the same file before this one.
         [[nodiscard]] std::size_t Before(FileCall call) const
         {
             return static_cast<std::size_t>(
@@ -135,15 +135,15 @@ private:
     void SweepRun(DWORD error, bool copiesBefore)
     {
         Prepare(copiesBefore);
-        const std::vector<FileOperation> run = OperationsOfARun();
-        // Of each of the copied files at least five blocks read and written, two files opened and closed, the
-        // copy's attributes set in five steps; of the map file a line a row, the lead, opening, bringing to
-        // the disk in three steps, and closing.
+        const std::vector<FileOperation> run = OperationsOfRun();
+        // Each copied file has at least five blocks, which are read and written; source and copy are opened
+        // and closed; setting the attributes of the copy takes five steps. The map file has the header and a
+        // line per row; it is opened, flushed in three steps and closed.
         const std::size_t copied = copiesBefore ? 4 : 3;
         ASSERT_GT(run.size(), copied * (2 * 5 + 2 * 2 + 5) + 4 + 6);
-        const std::size_t step = EveryFault() ? 1 : 23;  // with the last, the closing of the map file
+        const std::size_t step = EveryFault() ? 1 : 23;  // includes the last operation, closing the map file
         for (std::size_t number = (run.size() - 1) % step; number < run.size(); number += step) {
-            SCOPED_TRACE("operation " + std::to_string(number) + ": " + Described(run[number]));
+            SCOPED_TRACE("operation " + std::to_string(number) + ": " + Describe(run[number]));
             const CLanguageScope language(static_cast<int>(number % 2));
             Prepare(copiesBefore);
             Inject({run, number, error}, copiesBefore);
@@ -162,106 +162,106 @@ private:
         m_bench.MarkAll();
     }
 
-    std::vector<FileOperation> OperationsOfARun(const std::set<std::size_t>& failing = {},
-                                                DWORD error = ERROR_SUCCESS)
+    std::vector<FileOperation> OperationsOfRun(const std::set<std::size_t>& failing = {},
+                                               DWORD error = ERROR_SUCCESS)
     {
-        std::optional<COperationCounter> counter;
+        std::optional<COperationRecorder> counter;
         counter.emplace(m_library.Path(), failing, error);
-        std::vector<FileOperation> seen;
+        std::vector<FileOperation> operations;
         m_bench.m_afterRun = [&] {
-            seen = counter->Seen();
+            operations = counter->Operations();
             counter.reset();
         };
         EXPECT_EQ("", m_bench.Run({}));
-        return seen;
+        return operations;
     }
 
-    // `second`: the number of another operation that fails, of those that only the failure brings about.
-    void Inject(const Moment& moment, bool copiesBefore, std::optional<std::size_t> second = {})
+    // second: another operation that fails, one that happens only because of the failure.
+    void Inject(const FailurePoint& failure, bool copiesBefore, std::optional<std::size_t> second = {})
     {
-        m_mend = nullptr;
-        Expect(moment, copiesBefore);
-        std::set<std::size_t> failing = {moment.number};
+        m_undo = nullptr;
+        Expect(failure, copiesBefore);
+        std::set<std::size_t> failing = {failure.number};
         if (second) {
             failing.insert(*second);
         }
-        std::optional<COperationCounter> counter;
-        counter.emplace(m_library.Path(), failing, moment.error);
+        std::optional<COperationRecorder> counter;
+        counter.emplace(m_library.Path(), failing, failure.error);
         RunAndRepeat({}, [&] {
-            const std::vector<FileOperation> seen = counter->Seen();
+            const std::vector<FileOperation> operations = counter->Operations();
             counter.reset();
-            ASSERT_GT(seen.size(), *failing.rbegin());
-            EXPECT_EQ(Described(moment.Operation()), Described(seen[moment.number]));
-            if (m_mend) {
-                m_mend();
+            ASSERT_GT(operations.size(), *failing.rbegin());
+            EXPECT_EQ(Describe(failure.Operation()), Describe(operations[failure.number]));
+            if (m_undo) {
+                m_undo();
             }
         });
     }
 
-    // A line of the map file cannot be written, and one step of taking back its beginning fails, too: that
-    // is made up for before the next line, or before the file is closed.
-    void SweepTakingBack(const std::vector<FileOperation>& run, std::size_t number, DWORD error)
+    // A line of the map file cannot be written, and a step of removing the partial line fails, too. The
+    // program must then remove it before the next line or before closing the file.
+    void SweepRemovalOfALine(const std::vector<FileOperation>& run, std::size_t number, DWORD error)
     {
-        const Moment moment{run, number, error};
+        const FailurePoint failure{run, number, error};
         m_bench.Reset();
-        Expect(moment, false);
-        const std::vector<FileOperation> withSteps = OperationsOfARun({number}, error);
+        Expect(failure, false);
+        const std::vector<FileOperation> withRemoval = OperationsOfRun({number}, error);
         std::size_t step = number + 1;
-        for (; step < withSteps.size() && withSteps[step].path == m_bench.MapPath(); ++step) {
-            SCOPED_TRACE("line at " + std::to_string(number) + ", then " + Described(withSteps[step]));
+        for (; step < withRemoval.size() && withRemoval[step].path == m_bench.MapPath(); ++step) {
+            SCOPED_TRACE("line at " + std::to_string(number) + ", then " + Describe(withRemoval[step]));
             m_bench.Reset();
-            Inject(moment, false, step);
-            if (withSteps[step].call == FileCall::openStream) {
+            Inject(failure, false, step);
+            if (withRemoval[step].call == FileCall::openStream) {
                 break;
             }
         }
-        // Written again and closed, opened to be cut, its size asked for, cut and closed, opened again.
+        // Written again and closed; opened for truncation, its size read, truncated and closed; opened again.
         EXPECT_EQ(number + 7, step);
     }
 
-    // What the failure of the operation comes to.
-    void Expect(const Moment& moment, bool copiesBefore)
+    // Sets the expected result of the failure.
+    void Expect(const FailurePoint& failure, bool copiesBefore)
     {
-        if (moment.Operation().path == m_bench.MapPath()) {
-            ExpectOfMapFile(moment);
+        if (failure.Operation().path == m_bench.MapPath()) {
+            ExpectMapFileFailure(failure);
             return;
         }
         for (std::size_t row = 0; row < m_bench.Rows().size(); ++row) {
-            if (moment.Operation().path == m_bench.Part(row)) {
-                ExpectOfPart(moment, row);
+            if (failure.Operation().path == m_bench.Part(row)) {
+                ExpectPartFailure(failure, row);
                 return;
             }
-            if (moment.Operation().path == m_bench.Copy(row)) {
-                ExpectOfCopy(moment, row, copiesBefore);
+            if (failure.Operation().path == m_bench.Copy(row)) {
+                ExpectCopyFailure(failure, row, copiesBefore);
                 return;
             }
         }
-        FAIL() << "no file of the run";
+        FAIL() << "not a file of the run";
     }
 
-    void ExpectOfMapFile(const Moment& moment)
+    void ExpectMapFileFailure(const FailurePoint& failure)
     {
-        switch (moment.Operation().call) {
+        switch (failure.Operation().call) {
             case FileCall::openStream:
                 m_bench.ExpectNoMapFile();
                 return;
             case FileCall::writeStream:
-                ExpectNoLine(moment.Before(FileCall::writeStream));
+                ExpectMissingLine(failure.Before(FileCall::writeStream));
                 return;
             case FileCall::flush:
             case FileCall::closeStream:
                 m_bench.ExpectLateMapFailure();
                 return;
-            case FileCall::open:   // to be brought to the disk: that is not asked then, and nothing is lost
-            case FileCall::close:  // of the same: everything is on the disk
+            case FileCall::open:   // for flushing: then it is not flushed, and nothing is lost
+            case FileCall::close:  // after flushing: everything is on disk
                 return;
             default:
-                FAIL() << "not to be done with the map file";
+                FAIL() << "unexpected operation on the map file";
         }
     }
 
-    // Each line is handed over at once: first the lead, then a record for each row.
-    void ExpectNoLine(std::size_t line)
+    // Lines are written one by one: first the header, then a record per row.
+    void ExpectMissingLine(std::size_t line)
     {
         if (line == 0) {
             m_bench.ExpectNoHeader();
@@ -270,77 +270,77 @@ private:
         }
     }
 
-    void ExpectOfPart(const Moment& moment, std::size_t row)
+    void ExpectPartFailure(const FailurePoint& failure, std::size_t row)
     {
-        switch (moment.Operation().call) {
+        switch (failure.Operation().call) {
             case FileCall::open:
                 m_bench.Rows()[row].copyFailure =
-                    Saying(SourceFailure(m_bench, row), Sentence(moment.error, m_bench.Part(row)));
+                    WithErrorText(SourceFailure(m_bench, row), ErrorText(failure.error, m_bench.Part(row)));
                 return;
             case FileCall::read:
             case FileCall::close:
-                ExpectPartOfTheCopy(moment, row);
+                ExpectPartialCopy(failure, row);
                 return;
             default:
-                FAIL() << "not to be done with a part";
+                FAIL() << "unexpected operation on a part";
         }
     }
 
-    void ExpectOfCopy(const Moment& moment, std::size_t row, bool copiesBefore)
+    void ExpectCopyFailure(const FailurePoint& failure, std::size_t row, bool copiesBefore)
     {
-        if (moment.Operation().access == GENERIC_WRITE) {
-            ExpectOfTarget(moment, row);
+        if (failure.Operation().access == GENERIC_WRITE) {
+            ExpectTargetFailure(failure, row);
         } else {
-            ExpectOfAttributes(moment, row, copiesBefore);
+            ExpectAttributeFailure(failure, row, copiesBefore);
         }
     }
 
-    void ExpectOfTarget(const Moment& moment, std::size_t row)
+    void ExpectTargetFailure(const FailurePoint& failure, std::size_t row)
     {
-        if (moment.Operation().call == FileCall::open) {
-            ExpectNoTarget(row, moment.error);
+        if (failure.Operation().call == FileCall::open) {
+            ExpectNoTarget(row, failure.error);
         } else {
-            ExpectPartOfTheCopy(moment, row);
+            ExpectPartialCopy(failure, row);
         }
     }
 
     void ExpectNoTarget(std::size_t row, DWORD error)
     {
         m_bench.Rows()[row].copyFailure =
-            Saying(TargetFailure(m_bench, row), Sentence(error, m_bench.Copy(row)));
+            WithErrorText(TargetFailure(m_bench, row), ErrorText(error, m_bench.Copy(row)));
     }
 
-    // The bytes before the place, or all when only the closing fails. An earlier copy is lost.
-    void ExpectPartOfTheCopy(const Moment& moment, std::size_t row)
+    // The copy contains the bytes before the failure, or all if closing fails. An earlier copy is lost.
+    void ExpectPartialCopy(const FailurePoint& failure, std::size_t row)
     {
         const std::wstring part = m_bench.Part(row);
         const std::wstring copy = m_bench.Copy(row);
         m_bench.Rows()[row].copyFailure =
-            Saying(CopyingFailure(m_bench, row), Sentence(moment.error, moment.Operation().path));
-        const std::size_t length = moment.Operation().call == FileCall::close
+            WithErrorText(CopyingFailure(m_bench, row), ErrorText(failure.error, failure.Operation().path));
+        const std::size_t length = failure.Operation().call == FileCall::close
                                        ? ReadBytes(part).size()
-                                       : static_cast<std::size_t>(moment.Operation().place);
-        const bool thereBefore = PathExists(copy);
-        const std::string before = thereBefore ? ReadBytes(copy) : "";
-        m_mend = [=] {
-            EXPECT_EQ(length, TakePartOf(part, copy));
-            if (thereBefore) {
+                                       : static_cast<std::size_t>(failure.Operation().position);
+        const bool existedBefore = PathExists(copy);
+        const std::string before = existedBefore ? ReadBytes(copy) : "";
+        m_undo = [=] {
+            EXPECT_EQ(length, RemovePartialCopy(part, copy));
+            if (existedBefore) {
                 WriteBytes(copy, before);
                 SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_READONLY);
             }
         };
     }
 
-    // Nobody is told about attributes. They are read and changed once before the row's file is copied, to
-    // clear the read-only attribute of a copy that is there, and once behind, to set it.
-    void ExpectOfAttributes(const Moment& moment, std::size_t row, bool copiesBefore)
+    // Failures to change attributes are not reported. Attributes are read and changed twice: before copying,
+    // to clear the read-only attribute of an existing copy, and after it, to set the attribute.
+    void ExpectAttributeFailure(const FailurePoint& failure, std::size_t row, bool copiesBefore)
     {
-        const bool there = copiesBefore || !m_bench.Rows()[row].pending;
-        const FileCall call = moment.Operation().call;
-        const std::size_t changes = moment.Before(FileCall::readStatus) + (call == FileCall::readStatus);
+        const bool exists = copiesBefore || !m_bench.Rows()[row].pending;
+        const FileCall call = failure.Operation().call;
+        const std::size_t changes = failure.Before(FileCall::readStatus) + (call == FileCall::readStatus);
         if (changes == 1) {
-            // The change itself is made twice, by the path and then by what is open: one of them is enough.
-            if (call == FileCall::readStatus && there && m_bench.Rows()[row].pending) {
+            // They are changed twice, by path and by handle; either is enough.
+            if (call == FileCall::readStatus && exists && m_bench.Rows()[row].pending) {
                 ExpectNoTarget(row, ERROR_ACCESS_DENIED);
             }
             return;
@@ -351,29 +351,30 @@ private:
             call == FileCall::readStatus || call == FileCall::open || call == FileCall::change;
     }
 
-    // The folder of the copies is made before the run, which it keeps from beginning when that fails.
+    // The folder of the copies is created before the run. If that fails, the run does not start.
     void SweepFolder(DWORD error)
     {
         const std::wstring folder = m_library / L"new";
-        for (const bool there : {false, true}) {
-            // Whether the folder is there is asked first; if that fails, making one that is there fails.
-            TryFolder(folder, there, 0, error, there);
+        for (const bool exists : {false, true}) {
+            // The program first checks whether the folder exists. If that fails, creating an existing folder
+            // fails.
+            TryFolder(folder, exists, 0, error, exists);
         }
         TryFolder(folder, false, 1, error, true);
     }
 
-    void TryFolder(const std::wstring& folder, bool there, std::size_t number, DWORD error, bool fails)
+    void TryFolder(const std::wstring& folder, bool exists, std::size_t number, DWORD error, bool fails)
     {
         SCOPED_TRACE("folder, operation " + std::to_string(number));
         RemoveDirectoryW(folder.c_str());
-        if (there) {
+        if (exists) {
             EXPECT_NE(FALSE, CreateDirectoryW(folder.c_str(), nullptr));
         }
         CMessageRecorder recorder;
-        std::optional<COperationCounter> counter;
+        std::optional<COperationRecorder> counter;
         counter.emplace(m_library.Path(), std::set{number}, error);
         const bool failed = CFileMisc::CreateFolder(folder) != 0;
-        const std::size_t operations = counter->Seen().size();
+        const std::size_t operations = counter->Operations().size();
         counter.reset();
         std::vector<std::wstring> expectedTexts;
         if (fails) {
@@ -381,12 +382,12 @@ private:
         }
         std::string differences;
         if (failed != fails || operations != 2 || recorder.TakeTexts() != expectedTexts) {
-            differences += "  not told, or told without a reason\n";
+            differences += "  a missing or unexpected message\n";
         }
         if (CFileMisc::CreateFolder(folder) != 0 || !PathExists(folder)) {
-            differences += "  not made the next time\n";
+            differences += "  not created the next time\n";
         }
-        Note(1, differences);
+        Count(1, differences);
         RemoveDirectoryW(folder.c_str());
     }
 
@@ -394,24 +395,24 @@ private:
 
     CTempFolder m_library;
     CFaultBench m_bench{m_library.Path(), FourRows()};
-    std::function<void()> m_mend;
+    std::function<void()> m_undo;
 };
 
 TEST_F(OperationTest, AccessDenied)
 {
-    RecordProperty("kind", "each file operation of a run refused in turn: access denied");
+    RecordProperty("kind", "each file operation of a run in turn: access denied");
     ForEveryOperation(ERROR_ACCESS_DENIED);
 }
 
-TEST_F(OperationTest, AccessDeniedWhileALineIsTakenBack)
+TEST_F(OperationTest, AccessDeniedWhileALineIsRemoved)
 {
-    RecordProperty("kind", "a line of the map file, and each step of taking its beginning back, refused");
-    ForEveryStepOfTakingBack(ERROR_ACCESS_DENIED);
+    RecordProperty("kind", "writing a line of the map file, and each step of removing the partial line");
+    ForEveryStepOfRemovingALine(ERROR_ACCESS_DENIED);
 }
 
-TEST_F(OperationTest, ShareGone)
+TEST_F(OperationTest, ShareUnavailable)
 {
-    RecordProperty("kind", "each file operation of a run refused in turn: share gone");
+    RecordProperty("kind", "each file operation of a run in turn: share unavailable");
     ForEveryOperation(ERROR_NETNAME_DELETED);
 }
 

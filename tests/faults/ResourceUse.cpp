@@ -40,28 +40,29 @@ DWORD WindowsOf(HANDLE process)
     return count.windows;
 }
 
-// A place in the table of GDI objects that each process can read of itself.
+// An entry of the GDI handle table, which is mapped into each process.
 struct GdiEntry
 {
     ULONGLONG object;
     ULONG owner;
     USHORT unique;
-    UCHAR type;  // 0: not in use
+    UCHAR type;  // 0: unused
     UCHAR flags;
     ULONGLONG userPointer;
 };
 
-// Wine does not answer GetGuiResources, but keeps the table, one for each process. 0 when it cannot be read.
+// Wine does not implement GetGuiResources, but has a GDI handle table per process. Returns 0 if it cannot be
+// read.
 DWORD CountGdiTable(HANDLE process)
 {
-    constexpr std::size_t kTableInBlock = 0xF8;  // of the process environment block
+    constexpr std::size_t kTableOffset = 0xF8;  // in the process environment block (PEB)
     constexpr std::size_t kEntries = 0x4000;
     PROCESS_BASIC_INFORMATION information{};
     const BYTE* table = nullptr;
     std::vector<GdiEntry> entries(kEntries);
     if (NtQueryInformationProcess(process, ProcessBasicInformation, &information, sizeof information,
                                   nullptr) != 0 ||
-        !ReadProcessMemory(process, reinterpret_cast<const BYTE*>(information.PebBaseAddress) + kTableInBlock,
+        !ReadProcessMemory(process, reinterpret_cast<const BYTE*>(information.PebBaseAddress) + kTableOffset,
                            &table, sizeof table, nullptr) ||
         !ReadProcessMemory(process, table, entries.data(), kEntries * sizeof(GdiEntry), nullptr)) {
         return 0;
@@ -70,23 +71,23 @@ DWORD CountGdiTable(HANDLE process)
         std::ranges::count_if(entries, [](const GdiEntry& entry) { return entry.type != 0; }));
 }
 
-// Memory that the process has committed for itself alone, whether it lies in the working set or not.
+// The committed private memory, whether it is in the working set or not.
 std::size_t PrivateBytesOf(HANDLE process)
 {
     std::size_t bytes = 0;
     MEMORY_BASIC_INFORMATION region{};
-    for (const BYTE* place = nullptr; VirtualQueryEx(process, place, &region, sizeof region) != 0;
-         place = static_cast<const BYTE*>(region.BaseAddress) + region.RegionSize) {
+    for (const BYTE* address = nullptr; VirtualQueryEx(process, address, &region, sizeof region) != 0;
+         address = static_cast<const BYTE*>(region.BaseAddress) + region.RegionSize) {
         bytes += region.State == MEM_COMMIT && region.Type == MEM_PRIVATE ? region.RegionSize : 0;
     }
     return bytes;
 }
 
-// Wine does not answer GetProcessHandleCount, but gives the handles of all processes in one table.
+// Wine does not implement GetProcessHandleCount, but returns a table of the handles of all processes.
 DWORD CountInHandleTable(DWORD process)
 {
-    constexpr auto kHandles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-    constexpr NTSTATUS kMoreSpace = static_cast<NTSTATUS>(0xC0000004);
+    constexpr auto kHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(16);
+    constexpr NTSTATUS kInfoLengthMismatch = static_cast<NTSTATUS>(0xC0000004);
     struct Entry
     {
         ULONG process;
@@ -97,8 +98,8 @@ DWORD CountInHandleTable(DWORD process)
         ULONG access;
     };
     std::vector<BYTE> table(1U << 16);
-    while (NtQuerySystemInformation(kHandles, table.data(), static_cast<ULONG>(table.size()), nullptr) ==
-           kMoreSpace) {
+    while (NtQuerySystemInformation(kHandleInformation, table.data(), static_cast<ULONG>(table.size()),
+                                    nullptr) == kInfoLengthMismatch) {
         table.resize(table.size() * 2);
     }
     ULONG count = 0;

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-// What a process holds at a moment, counted from outside.
+// The resources of a process, measured from outside.
 struct ResourceUse
 {
     std::size_t privateBytes = 0;
@@ -15,6 +15,6 @@ struct ResourceUse
     DWORD windows = 0;
 };
 
-// The handle must allow to query the process and to read its memory. `userObjects` is 0 where the system does
-// not tell, as under Wine; the windows are counted one by one everywhere.
+// The handle must have the rights to query the process and to read its memory. userObjects is 0 if not
+// available, as under Wine; windows are counted by enumerating them.
 ResourceUse UseOf(HANDLE process);

@@ -8,11 +8,11 @@
 
 namespace {
 
-constexpr const char* kException = "0x80020009";  // DISP_E_EXCEPTION, as the log writes it
-constexpr const char* kWhile = "20000";           // milliseconds: longer than what is left of the session
-constexpr const char* kShortWhile = "100";
+constexpr const char* kException = "0x80020009";  // DISP_E_EXCEPTION in the log
+constexpr const char* kRejectTime = "20000";      // milliseconds; longer than the rest of the session
+constexpr const char* kShortRejectTime = "100";
 
-// Versions that the server gives: one below the first that will do, and what it gives unless told otherwise.
+// Date codes of the server: just below the oldest supported release, and the default.
 constexpr long kTooOld = 1999249;
 constexpr long kNewEnough = 2019250;
 
@@ -49,9 +49,9 @@ std::string ActionText(const Fault& fault)
             return "end-before";
         case Fault::Kind::endAfter:
             return "end-after";
-        case Fault::Kind::rejectForAWhile:
-            return std::string("reject ") + (UnderWine() ? kWhile : kShortWhile);
-        case Fault::Kind::rejectForGood:
+        case Fault::Kind::rejectForSomeTime:
+            return std::string("reject ") + (UnderWine() ? kRejectTime : kShortRejectTime);
+        case Fault::Kind::rejectForever:
             return "reject forever";
     }
     return {};
@@ -101,11 +101,11 @@ std::string ServerScript::Rules() const
     return rules;
 }
 
-CRunModel::CRunModel(std::wstring mapped, std::vector<ModelRow> rows, Copies copies, bool filterIsAsked)
+CRunModel::CRunModel(std::wstring mapped, std::vector<ModelRow> rows, Copies copies, bool callsMessageFilter)
     : m_mapped(std::move(mapped))
     , m_rows(std::move(rows))
     , m_copies(std::move(copies))
-    , m_filterIsAsked(filterIsAsked)
+    , m_callsMessageFilter(callsMessageFilter)
 {
 }
 
@@ -116,7 +116,7 @@ RunOutcome CRunModel::Run(const ServerScript& script)
     m_starts = 0;
     m_callsAcross = 0;
     m_recordFailureShown = false;
-    if (m_copyOnly || LoadOrTell()) {
+    if (m_copyOnly || LoadOrReport()) {
         WriteMapFile();
     }
     ReleaseCad();
@@ -147,7 +147,7 @@ void CRunModel::WriteMapFile()
     }
 }
 
-// False when the run ends with this row.
+// Returns false if the run ends with this row.
 bool CRunModel::HandleRow(ModelRow& row)
 {
     const std::wstring& name = row.texts.strRenamed;
@@ -158,7 +158,7 @@ bool CRunModel::HandleRow(ModelRow& row)
     if (row.pending) {
         m_copies[name] = {row.source, false};
     }
-    if (Record(row)) {
+    if (AddRecord(row)) {
         if (!m_copyOnly && row.pending && !Update(row)) {
             return false;
         }
@@ -172,7 +172,7 @@ bool CRunModel::HandleRow(ModelRow& row)
     return true;
 }
 
-// What cannot be written to the map file is told once a run.
+// Failures to write the map file are reported once per run.
 void CRunModel::ShowRecordFailure()
 {
     if (!std::exchange(m_recordFailureShown, true)) {
@@ -180,15 +180,15 @@ void CRunModel::ShowRecordFailure()
     }
 }
 
-// A row that is not on record is not taken for handled.
-bool CRunModel::Record(const ModelRow& row)
+// A row without a record does not count as converted.
+bool CRunModel::AddRecord(const ModelRow& row)
 {
     if (!row.recordFails) {
         m_outcome.records.push_back(RecordOf(row));
     } else {
         ShowRecordFailure();
-        if (m_halfRecordStays && !m_outcome.halfRecord) {
-            m_outcome.halfRecord = RecordOf(row);
+        if (m_partialRecordStays && !m_outcome.partialRecord) {
+            m_outcome.partialRecord = RecordOf(row);
         }
     }
     return !row.recordFails;
@@ -203,7 +203,7 @@ UTtab_entry CRunModel::RecordOf(const ModelRow& row) const
     return record;
 }
 
-// False when there is no server to go on with.
+// Returns false if there is no server to continue with.
 bool CRunModel::Update(const ModelRow& row)
 {
     try {
@@ -215,7 +215,7 @@ bool CRunModel::Update(const ModelRow& row)
         }
     }
     ReleaseCad();
-    return LoadOrTell();
+    return LoadOrReport();
 }
 
 void CRunModel::WriteBomNames(const ModelRow& row)
@@ -224,7 +224,7 @@ void CRunModel::WriteBomNames(const ModelRow& row)
     const std::string type = " I4=" + std::to_string(row.documentType);
     const std::string count = std::to_string(row.source.size());
     Call("application 24 method BOOL=0" + type, "ok");
-    // The error code stands in the log as it is after the call: a call that is not served leaves it at 0.
+    // The log shows the error code after the call; if the call was not served, 0.
     Call("application 99 method BSTR=" + PathText(row) + type + " BOOL=0 BOOL=0 BOOL=-1 I4&=",
          std::to_string(row.openCode) + " " + document,
          [&] { m_document = m_copies[row.texts.strRenamed].configurations; });
@@ -255,7 +255,7 @@ void CRunModel::WriteConfiguration(const ModelRow& row, std::size_t index)
     }
 }
 
-// A server whose version cannot be had counts as one that is not there.
+// A server that does not return its version counts as unavailable.
 CRunModel::Load CRunModel::LoadCad()
 {
     if (!Connect()) {
@@ -270,8 +270,8 @@ CRunModel::Load CRunModel::LoadCad()
     }
 }
 
-// False when there is no server to work with, which the user is told.
-bool CRunModel::LoadOrTell()
+// Returns false, with a message, if there is no server to work with.
+bool CRunModel::LoadOrReport()
 {
     const Load load = LoadCad();
     if (load != Load::done) {
@@ -281,7 +281,7 @@ bool CRunModel::LoadOrTell()
     return load == Load::done;
 }
 
-// Whatever becomes of the call, the server is let go, and that ends it.
+// The server is released even if the call fails; that ends it.
 void CRunModel::ReleaseCad()
 {
     try {
@@ -304,20 +304,20 @@ bool CRunModel::Connect()
 template <class Act>
 void CRunModel::Call(const std::string& what, const std::string& result, Act act)
 {
-    if (IsTurnedAway()) {
+    if (IsRejected()) {
         throw CallFailed{};
     }
     const Fault* const fault = Count();
     if (fault == nullptr || fault->kind == Fault::Kind::endAfter) {
         act();
-        Note(what, result);
+        LogCall(what, result);
     } else if (fault->kind == Fault::Kind::endBefore) {
-        Note(what, "not served");
+        LogCall(what, "not served");
     } else {
-        Note(what, fault->kind == Fault::Kind::fail ? StatusText(fault->status) : kException);
+        LogCall(what, fault->kind == Fault::Kind::fail ? StatusText(fault->status) : kException);
     }
     if (fault != nullptr) {
-        Suffer(*fault);
+        ThrowFailure(*fault);
     }
 }
 
@@ -326,16 +326,15 @@ void CRunModel::Call(const std::string& what, const std::string& result)
     Call(what, result, [] {});
 }
 
-// A result that belongs to a by-reference argument follows it at once; for a call that is not served, the
-// argument's 0 does.
-void CRunModel::Note(const std::string& what, const std::string& result)
+// The log appends the value of a by-reference argument directly to its name; 0 if the call was not served.
+void CRunModel::LogCall(const std::string& what, const std::string& result)
 {
     const bool servedByReference = what.ends_with("&=") && result.find(" document ") != std::string::npos;
-    const std::string gap = !what.ends_with("&=") ? " " : servedByReference ? "" : "0 ";
-    m_outcome.calls.push_back(std::to_string(m_calls) + " " + what + gap + result);
+    const std::string separator = !what.ends_with("&=") ? " " : servedByReference ? "" : "0 ";
+    m_outcome.calls.push_back(std::to_string(m_calls) + " " + what + separator + result);
 }
 
-void CRunModel::Suffer(const Fault& fault)
+void CRunModel::ThrowFailure(const Fault& fault)
 {
     if (fault.kind == Fault::Kind::exception) {
         const std::wstring text = (fault.source.empty() ? L"" : fault.source + L" - ") +
@@ -343,7 +342,7 @@ void CRunModel::Suffer(const Fault& fault)
         const DWORD context = fault.helpFile.empty() ? 0 : fault.helpContext;
         throw CallFailed{DescribeBox(text, MB_OK, fault.helpFile, context)};
     }
-    // An exception without any report is one of which nothing is known.
+    // An exception without exception information has no texts.
     if (fault.kind == Fault::Kind::fail && fault.status == DISP_E_EXCEPTION) {
         throw CallFailed{std::wstring(L"box ") + expected::kUnknownError};
     }
@@ -351,7 +350,7 @@ void CRunModel::Suffer(const Fault& fault)
     throw CallFailed{};
 }
 
-unsigned CRunModel::Seen(const Fault& fault) const
+unsigned CRunModel::CallNumber(const Fault& fault) const
 {
     return fault.across ? m_callsAcross : m_calls;
 }
@@ -361,31 +360,31 @@ bool CRunModel::Hits(const Fault& fault, unsigned call)
     return call == fault.nth || (fault.lasting && call > fault.nth);
 }
 
-// A call that is turned away is not counted, so that the next one is turned away as well. The program's
-// filter, where it is asked, asks the user, who waits until a while is over and gives up on a server that is
-// busy for good.
-bool CRunModel::IsTurnedAway()
+// A rejected call is not counted, so the next one is rejected as well. The program's message filter, if
+// called, asks the user, who waits for a server that is busy for some time and gives up on one that is busy
+// forever.
+bool CRunModel::IsRejected()
 {
     for (const Fault& fault : m_script->faults) {
-        if (!fault.TurnsAway() || !Hits(fault, Seen(fault) + 1)) {
+        if (!fault.IsRejection() || !Hits(fault, CallNumber(fault) + 1)) {
             continue;
         }
-        if (m_filterIsAsked) {
+        if (m_callsMessageFilter) {
             m_outcome.shown.push_back(
                 DescribeBox(kBusy.Current(), MB_RETRYCANCEL | MB_ICONEXCLAMATION, {}, 0));
         }
-        return !m_filterIsAsked || fault.kind == Fault::Kind::rejectForGood;
+        return !m_callsMessageFilter || fault.kind == Fault::Kind::rejectForever;
     }
     return false;
 }
 
-// Counts the call and tells what hits it.
+// Counts the call. Returns the fault that hits it, or null.
 const Fault* CRunModel::Count()
 {
     ++m_calls;
     ++m_callsAcross;
     for (const Fault& fault : m_script->faults) {
-        if (!fault.TurnsAway() && Hits(fault, Seen(fault))) {
+        if (!fault.IsRejection() && Hits(fault, CallNumber(fault))) {
             return &fault;
         }
     }

@@ -12,62 +12,61 @@
 #include "tests/cadserver/PartFile.h"
 #include "tests/cadserver/UnderWine.h"
 
-// What conversion runs are to do, told once more in the plainest way and apart from the program: a model of
-// the run, of the stand-in CAD server under a script of faults, and of what both leave behind.
+// A simple model of conversion runs, of the stand-in CAD server with faults, and of the state that both
+// leave. It shares no code with the program.
 
-// One fault of the server's script; it hits the nth call.
+// A fault in the server's script; it hits the nth call.
 struct Fault
 {
     enum class Kind
     {
-        exception,        // with the texts below; empty ones are not given
-        fail,             // the call's own result is `status`
-        endBefore,        // the server ends without acting
-        endAfter,         // the server acts and ends without answering
-        rejectForAWhile,  // the call is turned away, and so is what follows soon
-        rejectForGood     // and everything that follows
+        exception,          // with the texts below; empty ones are null
+        fail,               // the call returns status
+        endBefore,          // the server ends without serving the call
+        endAfter,           // the server serves the call and ends without returning
+        rejectForSomeTime,  // calls are rejected for some time
+        rejectForever       // calls are rejected from now on
     };
     Kind kind = Kind::fail;
     unsigned nth = 1;
-    bool lasting = false;  // every later call, too
-    bool across = false;   // counts over all sessions of the server instead of within each
+    bool lasting = false;  // also hits all later calls
+    bool across = false;   // counts across all sessions of the server
     HRESULT status = E_FAIL;
     std::wstring source = {};
     std::wstring description = {};
     std::wstring helpFile = {};
     unsigned helpContext = 0;
 
-    [[nodiscard]] bool TurnsAway() const
+    [[nodiscard]] bool IsRejection() const
     {
-        return kind == Kind::rejectForAWhile || kind == Kind::rejectForGood;
+        return kind == Kind::rejectForSomeTime || kind == Kind::rejectForever;
     }
 };
 
-// How the server is to behave in one run.
+// The behaviour of the server in a run.
 struct ServerScript
 {
     std::vector<Fault> faults;
     unsigned refuseFrom = 0;  // the first start that fails; 0: none
-    unsigned oldFrom = 0;     // the first start from which on the version is too old; 0: none
+    unsigned oldFrom = 0;     // the first start with a version that is too old; 0: none
 
-    // The rules as the server reads them.
+    // The rules of the script.
     [[nodiscard]] std::string Rules() const;
 };
 
-// A row of the conversion table and what stands behind it.
+// A row of the conversion table, its part and its copy.
 struct ModelRow
 {
     UTtab_entry texts;
     long documentType = 1;  // 1 part, 2 assembly
     long openCode = 0;      // the error code that the server reports when it opens the copy
-    std::vector<PartConfiguration> source = {};  // the configurations of the standard part
-    std::vector<PartConfiguration> written =
-        {};  // and those of its copy after an update that nothing disturbs
+    std::vector<PartConfiguration> source = {};   // the configurations of the standard part
+    std::vector<PartConfiguration> written = {};  // those of its copy after a successful conversion
     bool pending = true;
-    std::wstring copyFailure = {};  // the message about it, "*" for the system's words; empty: it succeeds
-    bool recordFails = false;       // for want of room in the map file
+    std::wstring copyFailure = {};  // expected message; "*" for the system's error text; empty: no failure
+    bool recordFails = false;       // no disk space for the record
     bool staysWritable = false;     // the copy's read-only attribute cannot be set
-    bool copyVanishes = false;      // before it can be set
+    bool copyVanishes = false;      // before the attribute can be set
 };
 
 struct CopyState
@@ -78,40 +77,40 @@ struct CopyState
     bool operator==(const CopyState&) const = default;
 };
 
-using Copies = std::map<std::wstring, CopyState>;  // by file name
+using Copies = std::map<std::wstring, CopyState>;  // key: file name
 
-// What a run shows and leaves.
+// The messages and results of a run.
 struct RunOutcome
 {
     std::vector<std::wstring> shown;  // message boxes and changes of the view, in order
-    bool mapFileWritten = false;      // though it may have found no room
+    bool mapFileWritten = false;      // may be empty, if the disk is full
     bool headerWritten = false;
     std::vector<UTtab_entry> records;
-    std::optional<UTtab_entry> halfRecord;  // whose beginning is left behind them
-    std::string marks;                      // of the rows: P pending, c converted
-    std::vector<std::string> calls;         // as the server's log tells them, beginning with their number
+    std::optional<UTtab_entry> partialRecord;  // its beginning follows the records
+    std::string marks;                         // of the rows: P pending, c converted
+    std::vector<std::string> calls;  // lines of the server's log, beginning with the number of the call
 };
 
 class CRunModel
 {
 public:
-    // `mapped` is the path of the folder of the copies, `copies` what it holds at the start. Whether the
-    // program's own message filter is asked when a server turns a call away is the system's affair.
-    CRunModel(std::wstring mapped, std::vector<ModelRow> rows, Copies copies, bool filterIsAsked);
+    // mapped: the path of the folder of the copies; copies: its initial contents. callsMessageFilter: whether
+    // the system calls the program's message filter when the server rejects a call.
+    CRunModel(std::wstring mapped, std::vector<ModelRow> rows, Copies copies, bool callsMessageFilter);
 
-    // What a run under these faults comes to. The rows' marks and the copies change with it.
+    // Returns the outcome of a run with these faults. Updates the marks of the rows and the copies.
     RunOutcome Run(const ServerScript& script);
 
     [[nodiscard]] std::vector<ModelRow>& Rows() { return m_rows; }
     [[nodiscard]] const Copies& CopiesNow() const { return m_copies; }
     bool m_copyOnly = false;
-    bool m_mapFailsLate = false;     // only at the end it turns out that lines are lost
-    bool m_headerFails = false;      // for want of room
-    bool m_halfRecordStays = false;  // of the first record that finds no room
-    std::wstring m_mapFileFailure;   // the message when the map file cannot be opened; empty: it can
+    bool m_mapFailsLate = false;        // flushing or closing it fails
+    bool m_headerFails = false;         // no disk space for it
+    bool m_partialRecordStays = false;  // of the first record without disk space
+    std::wstring m_mapFileFailure;      // the message if the map file cannot be opened; empty: it can
 
 private:
-    // A call that came to nothing; with a report when the server made one.
+    // Thrown for a failed call; with the message if the server reported an exception.
     struct CallFailed
     {
         std::optional<std::wstring> report;
@@ -125,7 +124,7 @@ private:
 
     void WriteMapFile();
     bool HandleRow(ModelRow& row);
-    bool Record(const ModelRow& row);
+    bool AddRecord(const ModelRow& row);
     [[nodiscard]] UTtab_entry RecordOf(const ModelRow& row) const;
     void ShowRecordFailure();
     [[nodiscard]] std::wstring MapPath() const { return m_mapped + L"\\PartsMap.txt"; }
@@ -133,39 +132,39 @@ private:
     void WriteBomNames(const ModelRow& row);
     void WriteConfiguration(const ModelRow& row, std::size_t index);
     Load LoadCad();
-    bool LoadOrTell();
+    bool LoadOrReport();
     void ReleaseCad();
 
-    // The server.
+    // The server
     bool Connect();
     template <class Act>
     void Call(const std::string& what, const std::string& result, Act act);
     void Call(const std::string& what, const std::string& result);
-    [[nodiscard]] unsigned Seen(const Fault& fault) const;
+    [[nodiscard]] unsigned CallNumber(const Fault& fault) const;
     [[nodiscard]] static bool Hits(const Fault& fault, unsigned call);
-    bool IsTurnedAway();
+    bool IsRejected();
     const Fault* Count();
-    void Note(const std::string& what, const std::string& result);
-    [[noreturn]] void Suffer(const Fault& fault);
+    void LogCall(const std::string& what, const std::string& result);
+    [[noreturn]] void ThrowFailure(const Fault& fault);
 
     [[nodiscard]] std::string PathText(const ModelRow& row) const;
 
     const std::wstring m_mapped;
     std::vector<ModelRow> m_rows;
     Copies m_copies;
-    const bool m_filterIsAsked;
+    const bool m_callsMessageFilter;
 
-    // During a run.
+    // During a run
     RunOutcome m_outcome;
     bool m_recordFailureShown = false;
     const ServerScript* m_script = nullptr;
     unsigned m_starts = 0;
     bool m_alive = false;
-    unsigned m_calls = 0;        // that the present session has counted
-    unsigned m_callsAcross = 0;  // and all sessions
+    unsigned m_calls = 0;        // of the current session
+    unsigned m_callsAcross = 0;  // of all sessions
     std::vector<PartConfiguration> m_document;
 };
 
-// How a message box stands in RunOutcome::shown.
+// A message box as listed in RunOutcome::shown.
 std::wstring DescribeBox(const std::wstring& text, UINT type, const std::wstring& helpFile,
                          DWORD helpContext);

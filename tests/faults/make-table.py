@@ -1,10 +1,9 @@
 #!/usr/bin/env python3
-"""Makes the table of faults from reports of fault_tests: make-table.py COMMIT REPORT.xml ... >FAULTS.md
+"""Makes FAULTS.md from reports of fault_tests: make-table.py COMMIT REPORT.xml ... >FAULTS.md
 
-A test in a later report counts in the place of the same test in an earlier one. A test that injects faults says of
-what kind they were, how many it injected and how many of them left everything true; tests of one kind stand in one
-line. The test of long runs says what it measured, and the table says when that was too much. Exit status 1, and no
-table, when the report holds a test that failed without a fault to show for it.
+If several reports contain the same test, the last one counts. A test that injects faults records their kind, how many it
+has injected, and how many of them have passed; the table has one line per kind. The test of long runs records its figures
+and their limits. Prints no table, with exit status 1, if a test failed although all its faults passed.
 """
 import datetime
 import sys
@@ -12,69 +11,83 @@ import xml.etree.ElementTree as ElementTree
 
 INTRODUCTION = """# Faults
 
-Made by `tools/faults` at commit {commit}, {date}; not to be edited.
+Made by `tools/faults` at commit {commit}, {date}; do not edit.
 
-Each fault hits one conversion run over real files, with the list control and the progress dialog, against the stand-in
-CAD server in its own process. "Left everything true" means: the run came back; the main window is enabled and the
-progress dialog gone; the messages are exactly those due, in order; the map file holds exactly the records of the
-rows handled, the copies exactly the configurations and BOM names written so far, and the rows the marks that belong to
-that; the server got exactly the calls expected; no server process is left over, no document open, and no part, copy or
-map file held; the next run completes what was left undone, and a run of all rows leaves everything right. What has to
-be is worked out by a plain model of the run that shares no code with the program.
+Each fault is injected into a conversion run with real files, the list control, the progress dialog, and the stand-in CAD
+server in a process of its own. It has passed if all of this is true after the run:
 
-A run makes 44 automation calls, counted by hand and from the server's log; each kind of fault hits every one of them in
-turn. Where a server is to end or is said to have a process for each connection, its processes really end and start; in
-the other kinds one process stays on from session to session (`stay` in tests/cadserver/README.md), which is the same to
-the program: every call on an object of an ended session fails, and the log shows that there is none. Of the files,
-three are copied in each run; names, paths and disks have runs that only copy. A read or write error, and attributes
-that cannot be changed, are had from functions that stand between the program's code and the system's in the table of
-the functions that it imports, and refuse that for one file. The same functions refuse each file operation of a run in
-turn: every opening, read, write and closing of a part, a copy and the map file, its bringing to the disk, and every
-reading and change of attributes, fails once, in runs that only copy and in runs with the server, with earlier copies
-and without; and so does each step of making "Mapped". What closes a file fails when that is done. When a line of the
-map file is refused, each step of taking back what there may be of it is refused as well. Left out are the questions for
-a place in the map file or for its kind, and what the program asks before and behind a run (whether there is a map file,
-which files a folder holds, reading the map file). Nothing is said of attributes, which is meant, unless an earlier copy
-cannot be overwritten for that. A half record that cannot be taken back is in a map file that somebody has mapped into
-memory.
+- The run has returned, and the progress dialog is closed. The main window is enabled, or, after a run that reached its
+  end, left to the caller to enable.
+- The messages are exactly the expected ones, in order.
+- The map file has exactly the records of the rows that were handled, and these rows have the corresponding marks. The
+  copies have exactly the configurations and BOM names written so far.
+- The server got exactly the expected calls. No server process is left, no document is open, and no part, copy or map
+  file is open in any process.
+- The next run completes the work, and a run of all rows succeeds.
 
-Wine does not ask a client's message filter about a call that the server rejects: under it such a call fails at once,
-for a while as for good, and the run loads the server anew. That the program waits for a busy server and then asks its
-user is tested with the filter alone (tests/windows/OleMessageFilterTest.cpp).
+The expected results come from a simple model of the run, which shares no code with the program.
+
+A run makes 44 automation calls, counted by hand and in the server's log; each kind of fault hits every one of them in
+turn. Server processes really end and start if the fault is the end of a server or has one process per connection. With
+the other kinds one process stays for all sessions (`stay` in tests/cadserver/README.md). The program cannot tell the
+difference: calls on objects of an ended session fail, and the log shows that there are none.
+
+Each run copies three files; faults of names, paths and disks use runs that only copy. For read and write errors, and
+attributes that cannot be changed, the test redirects functions that the program imports, and makes them fail for one
+file. In the same way every file operation of a run fails in turn: every opening, reading, writing and closing of a part,
+a copy and the map file, flushing the map file, and every reading and changing of attributes; in runs that only copy and
+in runs with the server, with earlier copies and without; and each step of creating "Mapped". An operation that closes a
+file closes it and then fails. When writing a line of the map file fails, each step of removing the partial line fails as
+well. Not included are queries of the position in the map file and of its type, and what the program does before and after
+a run (looking for a map file, scanning a folder, reading the map file). A failure to change attributes is not reported,
+unless an earlier copy cannot be overwritten because of it. For a partial record that cannot be removed, the test maps the
+map file into memory.
+
+Wine does not call a client's message filter when the server rejects a call. So with a server that is busy for some time
+or forever, the call fails at once under Wine, and the run loads the server again. That the program waits for a busy
+server and then asks the user is tested with the message filter alone (tests/windows/OleMessageFilterTest.cpp).
 
 """
 
-KINDS = """| kind of fault | injected | left everything true |
+KINDS = """| kind of fault | injected | passed |
 |---|---:|---:|
 """
 
 KILLS = """
-A program ended by force is the program itself, in its window, on a library of four parts with six configurations; its
-runs begin with nothing in "Mapped" and, in turn, over the copies and records of an earlier run. During a call: the
-server holds the call before it acts, or before it answers, and goes on when the program is gone. In front of a file
-operation: the program counts its own calls of the system (opening, writing each block of a copy and each record,
-attributes, the folder) and ends its own process instead of making one; an added part in its import table does that,
-its own code is the same. "Left everything true" means here: no original is touched and nothing lies beside the copies;
-the map file ends with a whole line and has the rows in order up to the one before that in hand or up to that itself;
-the copies of all rows before are finished, those of rows behind untouched; the program started anew shows exactly
-these records, or the folder when there is no map file; and the next run, with the other parts added and the last
-recorded row marked again, as its user would, records each row once, leaves each copy with every BOM name and
-read-only, and ends the server with no document open.
+For kills, the real program runs in its window on a library of four parts with six configurations. Runs begin with an
+empty "Mapped" folder or over the copies and records of an earlier run. The program is killed
+
+- during an automation call: the server holds the call before or after it serves it, and completes it when the program is
+  gone;
+- before a file operation: an addition to the program redirects its imported functions, counts the calls (opening, writing
+  each block of a copy and each record, attributes, the folder) and terminates the process instead of making one;
+- at a random moment.
+
+A kill has passed if all of this is true:
+
+- The originals are unchanged, and there are no unexpected files.
+- The map file ends with a complete line and has the rows in order, up to the interrupted row or the one before it.
+- The copies of all rows before the interrupted one are finished, those of rows after it unchanged.
+- The program, started again, shows exactly these records, or the folder if there is no map file.
+- The user adds the other parts, marks the last recorded row again and starts a run. It records each row once, leaves each
+  copy read-only with all BOM names, and ends the server with no open documents.
 """
 
 LONG = """
 ## Long runs
 
-The program in its window, with {rows} rows and {configurations} configurations, in one process: a run of ten rows that
-loads what a run takes, then five times the table filled from the folder and a run. Counted from outside. What is counted
-may never lie above the first run by more than the system's caches keep. Memory may grow from run to run by 64 KB: the
-median of the slopes between any two runs, in the same state, as behind a run the map file is shown, whose entries take
-more than the folder's view. The window is asked every 50 ms whether it answers, from when the server is connected. It
-answers during an automation call, however long that takes. The handles,
-where GetProcessHandleCount does not answer, are those of the system's table of handles; the GDI objects, where
-GetGuiResources does not answer, those of the process's own table; the windows are counted one by one, shown or not. The
-server ends with each run: with one that stays, Wine on a machine under load opens further connections to it and keeps
-them, and handles grew from 39 to 229.
+One process of the program, in its window, with {rows} rows and {configurations} configurations: a first run of ten rows
+loads everything that a run needs; then, five times, the table is filled from the folder and a run is made. All figures
+are measured from outside. A count may never exceed that of the first run by more than what the system's caches vary.
+Memory may grow by 64 KB per run, and counts not at all: the median of the slopes between any two runs, measured after the
+run. Before it, while the table is filled, the system's caches vary; the view of the folder also needs less memory than the
+view of the map file after a run. The window is sent a message every 50 ms, from the moment the server is connected. It
+must respond during automation calls, too, however long they take.
+
+If GetProcessHandleCount is not available, handles are counted in the system's handle table; if GetGuiResources is not
+available, GDI objects are counted in the table of the process. Windows, visible or not, are counted by enumerating them.
+The server ends with each run: with one that stays, Wine on a busy machine opens further connections to it and keeps them,
+so that the number of handles grew from 39 to 229.
 
 | measured | run 1 | run 2 | run 3 | run 4 | run 5 | growth |
 |---|---:|---:|---:|---:|---:|---:|
@@ -83,7 +96,7 @@ them, and handles grew from 39 to 229.
 
 def properties_of(case):
     found = {p.get("name"): p.get("value") for p in case.iter("property")}
-    return {**case.attrib, **found}  # older versions of the framework write attributes
+    return {**case.attrib, **found}  # older versions of GoogleTest write them as attributes
 
 
 def long_runs(properties):
@@ -108,25 +121,25 @@ def main():
             lines = [line.strip() for line in (skip.get("message") or "").splitlines() if line.strip()]
             skipped.append(f"- {kind or properties['name']}: {lines[-1] if lines else 'skipped'}")
         elif kind:
-            if case.find("failure") is not None and properties.get("injected") == properties.get("true"):
-                sys.exit(f"{properties['classname']}.{properties['name']} failed beside what it counts; no table")
+            if case.find("failure") is not None and properties.get("injected") == properties.get("passed"):
+                sys.exit(f"{properties['classname']}.{properties['name']} failed although all its faults passed; no table")
             counts = kinds.setdefault(kind, [0, 0])
             counts[0] += int(properties["injected"])
-            counts[1] += int(properties["true"])
+            counts[1] += int(properties["passed"])
         elif "long_rows" in properties:
             long = long_runs(properties)
             if case.find("failure") is not None:
-                long += "\n**The test of long runs failed: a figure lies above its limit.**\n"
+                long += "\n**The test of long runs failed: a figure exceeds its limit.**\n"
         elif case.find("failure") is not None:
             sys.exit(f"{properties['classname']}.{properties['name']} failed; no table")
     total = [sum(counts[i] for counts in kinds.values()) for i in (0, 1)]
     introduction = INTRODUCTION.format(commit=commit, date=datetime.date.today())
     print(introduction.rstrip("\n") + "\n" + KILLS + "\n" + KINDS, end="")
-    for kind, (injected, true) in kinds.items():
-        print(f"| {kind} | {injected:,} | {true:,} |")
+    for kind, (injected, passed) in kinds.items():
+        print(f"| {kind} | {injected:,} | {passed:,} |")
     print(f"| **all** | **{total[0]:,}** | **{total[1]:,}** |")
     if skipped:
-        print("\nNot injected on the machine that made this table:\n")
+        print("\nNot injected, as the machine lacks what they need:\n")
         print("\n".join(skipped))
     print(long, end="")
 

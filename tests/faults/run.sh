@@ -1,16 +1,17 @@
 #!/usr/bin/env bash
-# Runs fault_tests with what only the machine around Wine can give them: run.sh PROGRAM [ARG ...]
+# Runs fault_tests with file systems that they cannot make under Wine: run.sh PROGRAM [ARG ...]
 #
-# A small file system that can be filled, a "Mapped" folder that nobody may write, and a folder of 50,000 part files and
-# their copies, which Wine itself would take long to make. An ordinary user, who may not mount file systems, gets a
-# name space of their own in which they may; where the machine allows that to nobody, the tests that want them skip.
+# It provides a small file system that can be filled, a read-only "Mapped" folder, and a folder of 50,000 part files and
+# their copies, which would take Wine long to create. A user who may not mount file systems gets a user namespace of
+# their own. If the machine does not allow that either, the tests that need these file systems are skipped.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 top=$(cd "$here/../.." && pwd)
 export WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix}
-# Wine's servers inside and outside would not meet, though they share the prefix: there is only one at a time.
+# A wineserver inside the namespace and one outside would use the same prefix, but programs could not connect to the
+# other one. So each ends before the other starts.
 end_wine() {
-  wineserver -k || true # it may have gone by itself
+  wineserver -k || true # may have ended by itself
   timeout 60 wineserver -w
 }
 if ! unshare --mount true 2>/dev/null && unshare --user --map-root-user --mount true 2>/dev/null; then

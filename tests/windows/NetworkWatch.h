@@ -3,14 +3,14 @@
 #include <string>
 #include <vector>
 
-#include "tests/faults/FileWatch.h"
+#include "tests/faults/FileInterceptor.h"
 
-// Keeps what the program asks of files and folders in the network, until the end of the scope, and has it
-// fail at once.
-class CNetworkWatch : public CFileWatch
+// During its lifetime, records the paths of the program's file operations on the network and makes these
+// operations fail at once.
+class CNetworkWatch : public CFileInterceptor
 {
 public:
-    DWORD ErrorOf(const FileOperation& operation) override
+    DWORD ErrorFor(const FileOperation& operation) override
     {
         if (!operation.path.starts_with(L"\\\\")) {
             return ERROR_SUCCESS;

@@ -1,4 +1,4 @@
-#include "tests/faults/FileWatch.h"
+#include "tests/faults/FileInterceptor.h"
 
 #include <direct.h>
 #include <io.h>
@@ -19,18 +19,18 @@ struct OpenFile
     DWORD access;
 };
 
-CFileWatch* g_watch = nullptr;
+CFileInterceptor* g_interceptor = nullptr;
 std::map<HANDLE, OpenFile> g_files;
-std::map<int, OpenFile> g_streams;  // by the runtime library's number
+std::map<int, OpenFile> g_streams;  // key: file descriptor of the runtime library
 
 decltype(&CreateFileW) g_createFile = nullptr;
 decltype(&ReadFile) g_readFile = nullptr;
 decltype(&WriteFile) g_writeFile = nullptr;
 decltype(&CloseHandle) g_closeHandle = nullptr;
-decltype(&GetFileAttributesExW) g_readStatus = nullptr;
+decltype(&GetFileAttributesExW) g_readAttributesEx = nullptr;
 decltype(&GetFileAttributesW) g_readAttributes = nullptr;
 decltype(&SetFileAttributesW) g_setAttributes = nullptr;
-decltype(&SetFileInformationByHandle) g_change = nullptr;
+decltype(&SetFileInformationByHandle) g_setInformation = nullptr;
 decltype(&GetFileSizeEx) g_readSize = nullptr;
 decltype(&FlushFileBuffers) g_flush = nullptr;
 decltype(&_wmkdir) g_makeFolder = nullptr;
@@ -38,21 +38,21 @@ decltype(&_wfopen) g_openStream = nullptr;
 decltype(&_write) g_writeStream = nullptr;
 decltype(&fclose) g_closeStream = nullptr;
 
-// Whether the operation is to fail; the error codes are set then.
+// Whether the operation must fail; then also sets the error codes.
 bool Fails(const FileOperation& operation)
 {
-    const DWORD error = g_watch == nullptr ? ERROR_SUCCESS : g_watch->ErrorOf(operation);
+    const DWORD error = g_interceptor == nullptr ? ERROR_SUCCESS : g_interceptor->ErrorFor(operation);
     if (error == ERROR_SUCCESS) {
         return false;
     }
     SetLastError(error);
-    errno = error == ERROR_ACCESS_DENIED ? EACCES : EINVAL;  // as the runtime library translates them
+    errno = error == ERROR_ACCESS_DENIED ? EACCES : EINVAL;  // like the runtime library
     return true;
 }
 
 bool DeniesWriting(const wchar_t* path, DWORD access)
 {
-    const bool denies = g_watch != nullptr && (access & GENERIC_WRITE) != 0 &&
+    const bool denies = g_interceptor != nullptr && (access & GENERIC_WRITE) != 0 &&
                         (g_readAttributes(path) & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) ==
                             FILE_ATTRIBUTE_READONLY;
     if (denies) {
@@ -62,30 +62,30 @@ bool DeniesWriting(const wchar_t* path, DWORD access)
     return denies;
 }
 
-// Of what was opened under a watch; nothing else is asked about.
+// Only for files that were opened while an interceptor existed.
 template <class Key>
-bool FailsOpen(const std::map<Key, OpenFile>& files, Key key, FileCall call, LONGLONG place = 0)
+bool FailsOpen(const std::map<Key, OpenFile>& files, Key key, FileCall call, LONGLONG position = 0)
 {
     const auto found = files.find(key);
-    return found != files.end() && Fails({call, found->second.path, found->second.access, place});
+    return found != files.end() && Fails({call, found->second.path, found->second.access, position});
 }
 
-LONGLONG PlaceIn(HANDLE file)
+LONGLONG PositionIn(HANDLE file)
 {
-    LARGE_INTEGER place{};
-    return g_files.contains(file) && SetFilePointerEx(file, {}, &place, FILE_CURRENT) != FALSE
-               ? place.QuadPart
+    LARGE_INTEGER position{};
+    return g_files.contains(file) && SetFilePointerEx(file, {}, &position, FILE_CURRENT) != FALSE
+               ? position.QuadPart
                : 0;
 }
 
 HANDLE WINAPI Open(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
-                   DWORD flags, HANDLE model)
+                   DWORD flags, HANDLE fileTemplate)
 {
     if (Fails({FileCall::open, path, access}) || DeniesWriting(path, access)) {
         return INVALID_HANDLE_VALUE;
     }
-    const HANDLE file = g_createFile(path, access, share, security, disposition, flags, model);
-    if (g_watch != nullptr && file != INVALID_HANDLE_VALUE) {
+    const HANDLE file = g_createFile(path, access, share, security, disposition, flags, fileTemplate);
+    if (g_interceptor != nullptr && file != INVALID_HANDLE_VALUE) {
         g_files[file] = {path, access};
     }
     return file;
@@ -93,14 +93,14 @@ HANDLE WINAPI Open(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
 
 BOOL WINAPI Read(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)
 {
-    return FailsOpen(g_files, file, FileCall::read, PlaceIn(file))
+    return FailsOpen(g_files, file, FileCall::read, PositionIn(file))
                ? FALSE
                : g_readFile(file, buffer, count, done, overlapped);
 }
 
 BOOL WINAPI Write(HANDLE file, LPCVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)
 {
-    return FailsOpen(g_files, file, FileCall::write, PlaceIn(file))
+    return FailsOpen(g_files, file, FileCall::write, PositionIn(file))
                ? FALSE
                : g_writeFile(file, buffer, count, done, overlapped);
 }
@@ -117,7 +117,7 @@ BOOL WINAPI Close(HANDLE file)
 
 BOOL WINAPI ReadStatus(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID status)
 {
-    return Fails({FileCall::readStatus, path}) ? FALSE : g_readStatus(path, level, status);
+    return Fails({FileCall::readStatus, path}) ? FALSE : g_readAttributesEx(path, level, status);
 }
 
 DWORD WINAPI ReadAttributes(LPCWSTR path)
@@ -132,7 +132,8 @@ BOOL WINAPI SetAttributes(LPCWSTR path, DWORD attributes)
 
 BOOL WINAPI Change(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID information, DWORD size)
 {
-    return FailsOpen(g_files, file, FileCall::change) ? FALSE : g_change(file, kind, information, size);
+    return FailsOpen(g_files, file, FileCall::change) ? FALSE
+                                                      : g_setInformation(file, kind, information, size);
 }
 
 BOOL WINAPI ReadSize(HANDLE file, PLARGE_INTEGER size)
@@ -165,7 +166,7 @@ FILE* OpenStream(const wchar_t* path, const wchar_t* mode)
         return nullptr;
     }
     FILE* const stream = g_openStream(path, mode);
-    if (g_watch != nullptr && stream != nullptr) {
+    if (g_interceptor != nullptr && stream != nullptr) {
         g_streams[_fileno(stream)] = {path, access};
     }
     return stream;
@@ -193,10 +194,10 @@ bool RedirectAll()
     RedirectImport("ReadFile", &Read, &g_readFile);
     RedirectImport("WriteFile", &Write, &g_writeFile);
     RedirectImport("CloseHandle", &Close, &g_closeHandle);
-    RedirectImport("GetFileAttributesExW", &ReadStatus, &g_readStatus);
+    RedirectImport("GetFileAttributesExW", &ReadStatus, &g_readAttributesEx);
     RedirectImport("GetFileAttributesW", &ReadAttributes, &g_readAttributes);
     RedirectImport("SetFileAttributesW", &SetAttributes, &g_setAttributes);
-    RedirectImport("SetFileInformationByHandle", &Change, &g_change);
+    RedirectImport("SetFileInformationByHandle", &Change, &g_setInformation);
     RedirectImport("GetFileSizeEx", &ReadSize, &g_readSize);
     RedirectImport("FlushFileBuffers", &Flush, &g_flush);
     RedirectImport("_wmkdir", &MakeFolder, &g_makeFolder);
@@ -208,16 +209,16 @@ bool RedirectAll()
 
 }  // namespace
 
-CFileWatch::CFileWatch()
+CFileInterceptor::CFileInterceptor()
 {
     static const bool redirected = RedirectAll();
     static_cast<void>(redirected);
-    g_watch = this;
+    g_interceptor = this;
 }
 
-CFileWatch::~CFileWatch()
+CFileInterceptor::~CFileInterceptor()
 {
-    g_watch = nullptr;
+    g_interceptor = nullptr;
     g_files.clear();
     g_streams.clear();
 }

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+// File operations of the program. Each stands for one function of the system or the runtime library.
+enum class FileCall
+{
+    open,
+    read,
+    write,
+    close,
+    readStatus,      // GetFileAttributesEx: attributes and times
+    readAttributes,  // GetFileAttributes
+    setAttributes,   // SetFileAttributes
+    change,          // SetFileInformationByHandle: attributes and times, or the size
+    readSize,        // GetFileSizeEx
+    flush,           // FlushFileBuffers
+    makeFolder,
+    openStream,  // of the runtime library
+    writeStream,
+    closeStream
+};
+
+struct FileOperation
+{
+    FileCall call = FileCall::open;
+    std::wstring path;
+    DWORD access = 0;       // with which the file is or was opened
+    LONGLONG position = 0;  // byte at which it is read or written; 0 for streams
+
+    bool operator==(const FileOperation&) const = default;
+};
+
+// During its lifetime, intercepts the file operations of the code in this executable (not those within system
+// libraries) and can make them fail. It also makes opening a read-only file for writing fail, which Windows
+// does itself, but Wine allows for root. Only one object may exist at a time.
+class CFileInterceptor
+{
+public:
+    CFileInterceptor();
+    CFileInterceptor(const CFileInterceptor&) = delete;
+    CFileInterceptor& operator=(const CFileInterceptor&) = delete;
+    virtual ~CFileInterceptor();
+
+    // Returns the error code with which an operation must fail, or ERROR_SUCCESS. A file is closed even if
+    // the operation that closes it must fail.
+    virtual DWORD ErrorFor(const FileOperation& /*operation*/) { return ERROR_SUCCESS; }
+};
