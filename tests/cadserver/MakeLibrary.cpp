@@ -51,14 +51,14 @@ std::vector<Part> ReadTable(const std::wstring& path)
 
 void KeepNamed(std::vector<Part>& parts, const std::wstring& listPath)
 {
-    std::set<std::wstring> wanted;
+    std::set<std::wstring> listed;
     for (const std::wstring& line : ReadLines(listPath)) {
         if (!line.empty() && !line.starts_with(L'#')) {
-            wanted.insert(LowerCase(line));
+            listed.insert(LowerCase(line));
         }
     }
-    std::erase_if(parts, [&](const Part& part) { return !wanted.contains(LowerCase(part.file)); });
-    if (parts.size() != wanted.size()) {
+    std::erase_if(parts, [&](const Part& part) { return !listed.contains(LowerCase(part.file)); });
+    if (parts.size() != listed.size()) {
         throw std::runtime_error("the list names parts that are not in the table");
     }
 }

@@ -29,9 +29,9 @@ struct FaultAction
         endAfter,    // the server serves the call and ends without returning
         holdBefore,  // the call waits for a test before it is served
         holdAfter,   // the call is served and waits for a test before it returns
-        busy,        // for so many milliseconds the message filter returns SERVERCALL_RETRYLATER
-        reject,      // for so many milliseconds the message filter returns SERVERCALL_REJECTED
-        slow         // the call is served after so many milliseconds
+        busy,        // the message filter returns SERVERCALL_RETRYLATER for some time
+        reject,      // the message filter returns SERVERCALL_REJECTED for some time
+        slow         // the call is served after a delay
     };
     Kind kind = Kind::fail;
     HRESULT status = E_FAIL;  // or the scode of the exception; 0 if it has a code instead
@@ -40,7 +40,7 @@ struct FaultAction
     std::optional<std::wstring> description;
     std::optional<std::wstring> helpFile;
     DWORD helpContext = 0;
-    DWORD milliseconds = 0;  // or INFINITE
+    DWORD milliseconds = 0;  // of busy, reject and slow; may be INFINITE
 };
 
 // A fault hits the nth call that matches both filters; a lasting fault also hits all later ones.

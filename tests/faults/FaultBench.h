@@ -66,8 +66,8 @@ public:
     void ExpectNoHeader() { m_model->m_headerFails = true; }         // it cannot be written
     void ExpectLateMapFailure() { m_model->m_mapFailsLate = true; }  // flushing or closing it fails
     void ExpectNoFailure();
-    // Expects that the disk has space for so many bytes of the map file, in which each record has
-    // recordLength bytes.
+    // Expects that the disk has space for only this many bytes of the map file, whose records have
+    // recordLength bytes each.
     void ExpectFullDisk(std::size_t bytes, std::size_t recordLength);
     // Expects that the first record for which the disk is full stays partially written.
     void ExpectPartialRecord() { m_model->m_partialRecordStays = true; }

@@ -647,7 +647,7 @@ protected:
         CreateDirectoryW(m_folder.c_str(), nullptr);
     }
 
-    // Fills the disk except for so many blocks.
+    // Fills the disk, but leaves this many blocks free.
     void Fill(std::size_t blocks) const
     {
         ULARGE_INTEGER space{};
@@ -873,8 +873,8 @@ std::wstring NameOfMany(int number)
     return L"N_" + std::to_wstring(number) + L"_M8.sldprt";
 }
 
-// A folder with so many part files. run.sh provides one with copies: Wine searches the whole folder for each
-// file that it creates, which would take long.
+// A folder with this many part files. run.sh provides one with copies: Wine searches the whole folder for
+// each file that it creates, which would take long.
 std::wstring FolderOfMany(const CTempFolder& own, int count)
 {
     if (const wchar_t* const folder = _wgetenv(L"TALVENOR_MANY_FILES"); folder != nullptr) {
