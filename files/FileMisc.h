@@ -10,12 +10,12 @@
 #include "core/UTtabEntry.h"
 #include "framework/List.h"
 
-// A path in 8 bits, made by CFileMisc::PathToBytes.
+// A path in 8 bits, made by CFileMisc::PathToBytes. It keeps the path itself, too: two characters may share a
+// byte, so the bytes do not tell which file is meant.
 struct Path8
 {
-    std::string bytes;  // as the text of the map file has it, '?' for a character without a byte
-    std::wstring
-        path;  // itself: two characters may share a byte, so the bytes do not tell which file is meant
+    std::string bytes;  // as the text of the map file has them, '?' for a character without a byte
+    std::wstring path;
     bool representable;  // each character has a byte
 };
 

@@ -37,13 +37,11 @@ UINT ChooseMapCodePage(UINT ansiOfProcess, UINT ansiOfLocale)
 char MapByteFor(wchar_t character, UINT codePage)
 {
     char bytes[2] = {};
-    BOOL usedDefault = FALSE;
-    const int count =
-        ::WideCharToMultiByte(codePage, WC_NO_BEST_FIT_CHARS, &character, 1, bytes, 2, nullptr, &usedDefault);
+    const int count = ::WideCharToMultiByte(codePage, 0, &character, 1, bytes, 2, nullptr, nullptr);
+    // What the system puts in its place, such as "a" for "ā", is another character when it is read.
     std::wstring decoded;
     DecodeMapText({bytes, 1}, codePage, decoded);
-    const bool exact = count == 1 && !usedDefault && decoded == std::wstring(1, character);
-    return exact ? bytes[0] : '?';
+    return count == 1 && decoded == std::wstring(1, character) ? bytes[0] : '?';
 }
 
 void DecodeMapText(std::string_view bytes, UINT codePage, std::wstring& text)

@@ -79,7 +79,7 @@ LONG = """
 One process of the program, in its window, with {rows} rows and {configurations} configurations: a first run of ten rows
 loads everything that a run needs; then, five times, the table is filled from the folder and a run is made. All figures
 are measured from outside. A count may never exceed that of the first run by more than what the system's caches vary.
-Memory may grow by 64 KB per run, and counts not at all: the median of the slopes between any two runs, measured after the
+Memory may grow by 64 KB per run, and counts not at all: the second smallest of the steps from run to run, measured after the
 run. Before it, while the table is filled, the system's caches vary; the view of the folder also needs less memory than the
 view of the map file after a run. The window is sent a message every 50 ms, from the moment the server is connected. It
 must respond during automation calls, too, however long they take.

@@ -104,6 +104,7 @@ TEST(MapByteFor, GivesAQuestionMarkForWhatHasNoByteOrMoreThanOne)
 {
     EXPECT_EQ(MapByteFor(L'日', 932), '?') << "two bytes, 0x93 0xFA";
     EXPECT_EQ(MapByteFor(L'Б', 932), '?') << "two bytes, 0x84 0x41";
+    EXPECT_EQ(MapByteFor(L'・', 932), '?') << "0x81 0x45, and what the system makes of 0x81 alone";
     EXPECT_EQ(MapByteFor(L'ā', 65001), '?') << "two bytes, 0xC4 0x81";
     EXPECT_EQ(MapByteFor(L'ā', 1252), '?') << "no likeness such as \"a\"";
     EXPECT_EQ(MapByteFor(L'Ａ', 1252), '?') << "no likeness such as \"A\"";
