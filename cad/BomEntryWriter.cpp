@@ -24,7 +24,7 @@ constexpr Text kReallyCancel{
 constexpr int kBarEnd = 100;
 constexpr long kOpenedWithReservation = 128;  // the one positive error code with which a document is usable
 
-// An extension that merely begins with "sldasm" counts as an assembly too, which is meant.
+// A prefix test: an extension that merely begins with "sldasm" opens as an assembly, too.
 long DocumentType(std::wstring_view path)
 {
     constexpr std::wstring_view kAssemblyExtension = L"sldasm";
@@ -96,7 +96,8 @@ CBomEntryWriter::CBomEntryWriter(CSldWorksApplication& application, CProgressFac
 int CBomEntryWriter::Run()
 {
     m_application.SetDocumentVisibility(false, m_documentType);
-    // Both early ends leave the visibility off, and the second one the document open, which is meant.
+    // Kept: both early ends leave the visibility off, and the second one the document open. Tests and the
+    // table of faults pin the calls that SOLIDWORKS gets then.
     if (!OpenDocument()) {
         return 0;
     }

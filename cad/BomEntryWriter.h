@@ -46,7 +46,7 @@ private:
     const int m_fileNumber;
     const long m_documentType;
 
-    // The document is held twice, each reference released on its own, which is meant.
+    // Two references to the same document, each released on its own.
     CSldWorksDocument m_document;        // for the configurations and the saving
     CSldWorksDocument m_openedDocument;  // for the call after an opening with code 128
 

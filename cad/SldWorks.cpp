@@ -86,7 +86,7 @@ int CSldWorks::Connect(const std::wstring& progId)
     }
     const CWaitCursor waitCursor;
     const _bstr_t automationText = MakeAutomationString(progId);
-    // The result of this look-up is not used, which is meant: the driver makes its own.
+    // Kept, though nothing uses the result: the driver looks the class up itself.
     CLSID classId{};
     CLSIDFromProgID(automationText, &classId);
     if (m_application.CreateDispatch(progId, m_connectError.get())) {

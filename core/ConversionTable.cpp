@@ -37,7 +37,7 @@ constexpr Text kForbiddenCharacters{
     L"The following characters are not allowed to use in file names:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
     L"These characters are automatically replaced by underscores '_'."};
 
-// One blank between ";" and "=" is meant.
+// One blank between ";" and "=", two between the others. Kept: the manuals quote it so.
 constexpr Text kForbiddenFeatureCharacters{
     L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n\t@  /  ; =\n\n"
     L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.",

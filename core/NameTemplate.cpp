@@ -40,8 +40,8 @@ void FillAtOnce(std::wstring& filled, std::wstring_view text, FillIns fillIns)
     filled.append(text, done);
 }
 
-// Filling in this order over the whole text, values put in before included, is meant: users' templates rely
-// on it. It is the same as one walk where no new fill-in can come up.
+// Kept: the fill-ins are replaced in this order over the whole text, inserted values included, as users'
+// templates rely on it. Where no new fill-in can come up, one walk gives the same.
 void Fill(std::wstring& filled, std::wstring_view text, FillIns fillIns)
 {
     std::size_t usualSize = text.size();  // of a text in which each fill-in stands once

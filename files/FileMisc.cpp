@@ -125,7 +125,7 @@ std::wstring ChangeReadOnly(const std::wstring& path, bool readOnly)
 {
     CFileStatus status;
     if (!CFile::GetStatus(path, status)) {
-        return path + L": File does not exist.";  // English in both languages, which is meant
+        return path + L": File does not exist.";  // in English only: no caller shows it
     }
     if (((status.attributes & FILE_ATTRIBUTE_READONLY) != 0) == readOnly) {
         return {};

@@ -11,7 +11,7 @@
 #include "framework/List.h"
 
 // A path in 8 bits, made by CFileMisc::PathToBytes. It keeps the path itself, too: two characters may share a
-// byte, so the bytes do not tell which file is meant.
+// byte, so the bytes do not identify the file.
 struct Path8
 {
     std::string bytes;  // as the text of the map file has them, '?' for a character without a byte

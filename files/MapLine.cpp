@@ -88,7 +88,8 @@ std::string FormatMapRecord(const UTtab_entry& entry, const MapByteRule& byteFor
 
 std::string FormatMapHeader(std::string_view mapPath8)
 {
-    // The second line is German in either language, which is meant. Its umlauts are bytes by their codes.
+    // The second line is German in either edition: the file is the same whoever writes it. Its umlauts are
+    // bytes by their codes.
     return "; Datei: " + std::string(mapPath8) +
            "\n; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\n"
            "; (c) Talvenor\n"
@@ -102,7 +103,7 @@ MapReadResult ReadMapLines(std::istream& in, const MapDecoder& decode,
     // One of each for all lines, as texts keep their room.
     UTtab_entry entry;
     std::wstring decoded;
-    // A line that does not fit the buffer fails the stream and so ends the reading, which is meant.
+    // A line that does not fit the buffer fails the stream and so ends the reading; the manuals say so.
     for (int line = 1; in.getline(buffer.data(), buffer.size()); ++line) {
         // The line end is counted but not stored; only a last line can be without one.
         const std::size_t length = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);

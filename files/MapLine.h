@@ -38,8 +38,8 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 [[nodiscard]] bool HasMapBytes(std::wstring_view text, const MapByteRule& byteFor);
 
 // One record line without its line end. Each field is cut to kMapFieldMaxBytes, line breaks in it become
-// blanks. With an empty BOM name the line ends in "; ", which is meant. The line may be longer than the
-// reader takes.
+// blanks. With an empty BOM name the line ends in "; ": map files in use end so. The line may be longer than
+// the reader takes.
 [[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapByteRule& byteFor);
 
 // The four lines at the top of the file, each with "\n" at its end. mapPath8: the full path of the file

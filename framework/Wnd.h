@@ -43,7 +43,7 @@ public:
     // DestroyWindow. The object is unbound when the call returns.
     virtual bool DestroyWindow();
 
-    // Called for each queued message before it is dispatched, from the window it is meant for up to its
+    // Called for each queued message before it is dispatched, from the window it is for up to its
     // top-level window; the first that answers true has dealt with it.
     virtual bool PreTranslateMessage(MSG& message);
     static bool WalkPreTranslateTree(MSG& message);

@@ -16,8 +16,8 @@ namespace {
 
 constexpr int kProgressFull = 100;
 
-// The standard number of the BOM entries is cut out behind a prefix of this length whatever prefix the name
-// has; that is meant.
+// Kept: the standard number of the BOM entries is read after a prefix of this length, whatever prefix the
+// name has. BOM names already written depend on it.
 constexpr const wchar_t* kStandardNumberPrefix = L"N_";
 
 constexpr Text kLoadingCad{L"Lade SOLIDWORKS...", L"Loading SOLIDWORKS..."};
@@ -29,7 +29,7 @@ constexpr Text kCadNotLoaded{
 constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert sein.",
                           L"SOLIDWORKS 99/250 is required."};
 
-// The path stands without quotes here; that is meant.
+// Without quotes around the path, unlike the reader's message. Kept: the manuals quote it so.
 constexpr Text kMapFileLead{L"FEHLER: Datei ", L"ERROR: File "};
 constexpr Text kMapFileNotOpened{L" kann nicht zum Schreiben geöffnet werden!",
                                  L" cannot be opened for write access!"};

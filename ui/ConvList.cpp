@@ -192,7 +192,7 @@ LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
     if (!column) {
         return Default();
     }
-    // Below the last row the column's number serves as the row's, too; that is meant.
+    // Kept: below the last row the column's number serves as the row's, too.
     const Cell cell{RowAt(point).value_or(*column), *column};
     SelectAndFocus(cell.row);
     CColumnMenu::Command command = CColumnMenu::none;

@@ -87,7 +87,7 @@ void CDlgTemplate::OnOK()
         return;
     }
     if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
-        WriteTemplate(m_nColumn, m_strText);  // it is meant that a failure is not reported
+        WriteTemplate(m_nColumn, m_strText);  // a failure is not reported
     }
     CDialog::OnOK();
 }

@@ -698,7 +698,7 @@ void CTalvenorDlg::OnBrowseSourceFolder()
         m_wndList.DeleteAllItems();
         m_strSourceDir = folder;
     }
-    // A "No" reloads the old folder's list too; that is meant.
+    // A "No" reloads the list of the old folder, too.
     ShowFolders();
     LoadListForSourceFolder();
 }
@@ -842,7 +842,7 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
     const std::wstring question = kOverwriteLead.Current() + std::wstring(kMapFileName) +
                                   kOverwriteMiddle.Current() + m_strSourceDir + L"\\" +
                                   std::wstring(kMappedFolderName) + kOverwriteClosing.Current();
-    // The whole text passes through the path rule, the sentence around the path included; that is meant.
+    // The sentence passes through the path rule with the path; it holds no backslash of its own.
     return ShowMessage(NormalizePath(question), MB_YESNO | MB_ICONQUESTION) != IDNO;
 }
 
