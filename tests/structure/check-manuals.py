@@ -26,7 +26,8 @@ LITERAL = r'L"(?:[^"\\]|\\.)*"'
 LITERALS = rf"(?:{LITERAL}\s*)+"
 PAIR = re.compile(rf"{{\s*({LITERALS}),\s*({LITERALS})}}")
 ESCAPES = {"n": "\n", "t": "    ", '"': '"', "\\": "\\"}
-FORMATS = re.compile(r"%[sd]")
+VARIABLES = re.compile(r"(%[sd1-9])")  # a format specifier, or a numbered place or fill-in
+FILL_IN = re.compile(r"%[1-9]")
 BRACKETS = re.compile(r"‹[^›]+›")
 PACKAGE_MESSAGE = re.compile(r'Message=\s*"([^"]+)"')
 MESSAGE = re.compile(r"^```message\n(.*?)\n```$", re.MULTILINE | re.DOTALL)
@@ -86,12 +87,17 @@ def legend(resource):
 
 
 def holds(manual, text):
-    """Whether the manual holds the text, with brackets in the place of each format specifier. The manual may wrap a text
-    of one line; a text of several lines keeps its own line breaks."""
-    parts = [re.escape(part) for part in FORMATS.split(text.strip(" "))]
-    if "\n" not in text:
-        parts = [part.replace("\\ ", r"\s+") for part in parts]
-    return re.search(BRACKETS.pattern.join(parts), manual) is not None
+    """Whether the manual holds the text, with brackets in the place of each variable. A fill-in of the name templates
+    may stand as it is. The manual may wrap a text of one line; a text of several lines keeps its own line breaks."""
+    pattern = ""
+    for part in VARIABLES.split(text.strip(" ")):
+        if FILL_IN.fullmatch(part):
+            pattern += f"(?:{BRACKETS.pattern}|{part})"
+        elif VARIABLES.fullmatch(part):
+            pattern += BRACKETS.pattern
+        else:
+            pattern += re.escape(part) if "\n" in text else re.escape(part).replace("\\ ", r"\s+")
+    return re.search(pattern, manual) is not None
 
 
 def is_made_of(fragment, pieces):
@@ -116,7 +122,7 @@ def german_findings(manual, german_texts):
 
 
 def message_findings(language, manual, texts):
-    pieces = {piece for text in texts for piece in FORMATS.split(text)}
+    pieces = {piece for text in texts for piece in VARIABLES.split(text) if piece not in ("%s", "%d")}
     for block in MESSAGE.findall(manual):
         for fragment in BRACKETS.split(block):
             if not is_made_of(fragment, pieces):
