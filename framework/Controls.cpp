@@ -124,7 +124,7 @@ std::size_t CListCtrl::ReadItemText(int row, int column, wchar_t* buffer, std::s
     item.pszText = buffer;
     item.cchTextMax = static_cast<int>(size);
     return static_cast<std::size_t>(
-        Ask(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
+        SendDirect(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
 }
 
 void CListCtrl::SetItemText(int row, int column, const wchar_t* text) const
@@ -132,7 +132,7 @@ void CListCtrl::SetItemText(int row, int column, const wchar_t* text) const
     LVITEMW item{};
     item.iSubItem = column;
     item.pszText = const_cast<wchar_t*>(text);
-    Ask(LVM_SETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+    SendDirect(LVM_SETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
 LPARAM CListCtrl::GetItemData(int row) const
@@ -149,7 +149,7 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
     LVITEMW item{};
     item.state = state;
     item.stateMask = mask;
-    Ask(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+    SendDirect(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
 // Taking the redraw away may drop what the header still had to draw, and a header that changes its place then

@@ -83,15 +83,15 @@ public:
     }
     int InsertColumn(int column, const std::wstring& text, int width, int format = LVCFMT_LEFT) const;
 
-    [[nodiscard]] int GetItemCount() const { return static_cast<int>(Ask(LVM_GETITEMCOUNT)); }
+    [[nodiscard]] int GetItemCount() const { return static_cast<int>(SendDirect(LVM_GETITEMCOUNT)); }
     // Announces how many rows are to come.
     void SetItemCount(int count) const { ListView_SetItemCount(m_hWnd, count); }
     int InsertItem(const LVITEMW& item) const
     {
-        return static_cast<int>(Ask(LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
+        return static_cast<int>(SendDirect(LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
     }
-    void GetItem(LVITEMW& item) const { Ask(LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item)); }
-    void SetItem(const LVITEMW& item) const { Ask(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item)); }
+    void GetItem(LVITEMW& item) const { SendDirect(LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item)); }
+    void SetItem(const LVITEMW& item) const { SendDirect(LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item)); }
     [[nodiscard]] int GetColumnCount() const;
     [[nodiscard]] int GetColumnWidth(int column) const { return ListView_GetColumnWidth(m_hWnd, column); }
     void SetColumnWidth(int column, int width) const { ListView_SetColumnWidth(m_hWnd, column, width); }
@@ -101,7 +101,7 @@ public:
     // The columns from left to right.
     [[nodiscard]] std::vector<int> GetColumnOrder() const;
     void SetColumnOrder(std::vector<int> order) const;
-    bool DeleteItem(int row) const { return Ask(LVM_DELETEITEM, static_cast<WPARAM>(row)) != FALSE; }
+    bool DeleteItem(int row) const { return SendDirect(LVM_DELETEITEM, static_cast<WPARAM>(row)) != FALSE; }
     bool DeleteAllItems() const { return ListView_DeleteAllItems(m_hWnd) != FALSE; }
 
     [[nodiscard]] std::wstring GetItemText(int row, int column) const;  // of any length
@@ -113,15 +113,15 @@ public:
     [[nodiscard]] LPARAM GetItemData(int row) const;
     [[nodiscard]] UINT GetItemState(int row, UINT mask) const
     {
-        return static_cast<UINT>(Ask(LVM_GETITEMSTATE, static_cast<WPARAM>(row), mask));
+        return static_cast<UINT>(SendDirect(LVM_GETITEMSTATE, static_cast<WPARAM>(row), mask));
     }
     void SetItemState(int row, UINT state, UINT mask) const;
 
-    [[nodiscard]] int GetSelectedCount() const { return static_cast<int>(Ask(LVM_GETSELECTEDCOUNT)); }
+    [[nodiscard]] int GetSelectedCount() const { return static_cast<int>(SendDirect(LVM_GETSELECTEDCOUNT)); }
     // The first row after `row` (-1: from the start) with the LVNI_* property, or -1.
     [[nodiscard]] int GetNextItem(int row, UINT flags) const
     {
-        return static_cast<int>(Ask(LVM_GETNEXTITEM, static_cast<WPARAM>(row), MAKELPARAM(flags, 0)));
+        return static_cast<int>(SendDirect(LVM_GETNEXTITEM, static_cast<WPARAM>(row), MAKELPARAM(flags, 0)));
     }
     [[nodiscard]] int GetTopIndex() const { return ListView_GetTopIndex(m_hWnd); }
     [[nodiscard]] int GetCountPerPage() const { return ListView_GetCountPerPage(m_hWnd); }
@@ -139,7 +139,7 @@ private:
     // For what a table of many rows asks row by row: messages that the control alone answers go straight to
     // the procedure that the object was bound in front of. The way through the system and this object's
     // tables costs more than the answer.
-    LRESULT Ask(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
+    LRESULT SendDirect(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
     {
         return DefaultWindowProc(message, wParam, lParam);
     }
