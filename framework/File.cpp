@@ -281,7 +281,7 @@ void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
     }
 }
 
-bool CFile::CutOff(const std::wstring& path, std::uint64_t length)
+bool CFile::Truncate(const std::wstring& path, std::uint64_t length)
 {
     CFile file;
     LARGE_INTEGER size{};

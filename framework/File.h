@@ -97,7 +97,7 @@ public:
 
     // Takes away what a file holds behind its first `length` bytes. False when the system refuses, and when
     // the file is shorter; it stays as it is then.
-    [[nodiscard]] static bool CutOff(const std::wstring& path, std::uint64_t length);
+    [[nodiscard]] static bool Truncate(const std::wstring& path, std::uint64_t length);
 
 private:
     UniqueHandle m_file;

@@ -309,7 +309,7 @@ bool CConversionRun::TakeBackHalfLine()
 {
     m_bMapFileHasHalfLine = true;
     m_mapFile.close();
-    const bool cut = CFile::CutOff(m_strMapPath, m_nMapFileSize);
+    const bool cut = CFile::Truncate(m_strMapPath, m_nMapFileSize);
     m_mapFile.clear();
     m_mapFile.open(m_strMapPath.c_str(), std::ios::in | std::ios::ate);
     m_bMapFileHasHalfLine = !cut || !m_mapFile.is_open();

@@ -244,16 +244,16 @@ TEST_F(FileTest, CutsOffWhatLiesBehindALength)
 {
     WriteBytes(m_path, "whole line\nhalf");
     const UniqueHandle reader = OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
-    EXPECT_TRUE(CFile::CutOff(m_path, 11));
+    EXPECT_TRUE(CFile::Truncate(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\n");
-    EXPECT_TRUE(CFile::CutOff(m_path, 11));
+    EXPECT_TRUE(CFile::Truncate(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\n");
 }
 
 TEST_F(FileTest, TakesNoShorterFileForOneThatIsCutOff)
 {
     WriteBytes(m_path, "whole li");
-    EXPECT_FALSE(CFile::CutOff(m_path, 11));
+    EXPECT_FALSE(CFile::Truncate(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole li");
 }
 
@@ -261,9 +261,9 @@ TEST_F(FileTest, CutsNothingOffWhereItMayNotWrite)
 {
     WriteBytes(m_path, "whole line\nhalf");
     const UniqueHandle holder = OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ);
-    EXPECT_FALSE(CFile::CutOff(m_path, 11));
+    EXPECT_FALSE(CFile::Truncate(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\nhalf");
-    EXPECT_FALSE(CFile::CutOff(m_folder / L"missing.bin", 0));
+    EXPECT_FALSE(CFile::Truncate(m_folder / L"missing.bin", 0));
     CFileStatus status;
     EXPECT_FALSE(CFile::GetStatus(m_folder / L"missing.bin", status));
 }
