@@ -72,7 +72,7 @@ std::size_t MakeSortKey(const std::wstring& name, char* bytes, std::size_t size)
 
 // A text in a memory that stays until the text is no longer needed, with a zero behind it.
 template <class Char>
-std::basic_string_view<Char> Kept(std::basic_string_view<Char> text, std::pmr::memory_resource& memory)
+std::basic_string_view<Char> CopyToArena(std::basic_string_view<Char> text, std::pmr::memory_resource& memory)
 {
     auto* const room = static_cast<Char*>(memory.allocate((text.size() + 1) * sizeof(Char), alignof(Char)));
     *std::ranges::copy(text, room).out = Char();
@@ -86,11 +86,11 @@ std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& 
     constexpr std::size_t kUsualSize = 1024;
     std::array<char, kUsualSize> usual;
     if (const std::size_t size = MakeSortKey(name, usual.data(), usual.size()); size > 0) {
-        return Kept(std::string_view(usual.data(), size), memory);
+        return CopyToArena(std::string_view(usual.data(), size), memory);
     }
     std::string key(MakeSortKey(name, nullptr, 0), '\0');
     MakeSortKey(name, key.data(), key.size());
-    return Kept(std::string_view(key), memory);
+    return CopyToArena(std::string_view(key), memory);
 }
 
 void SetMark(LVITEMW& item, bool pending)
@@ -144,8 +144,8 @@ public:
         , m_strBomTemplate(TemplateOrDefault(kColumnBomName))
     {
         const std::size_t most = static_cast<std::size_t>(table.GetItemCount()) + expected;
-        MakeRoom(m_originals, most);
-        MakeRoom(m_newNames, most);
+        Reserve(m_originals, most);
+        Reserve(m_newNames, most);
         m_rows.reserve(expected);
         ReadNames();
     }
@@ -177,7 +177,7 @@ private:
     // Room for so many names of which few share a place: with one that does, a look at the other's memory is
     // due, which is dear with many names.
     template <class Set>
-    static void MakeRoom(Set& names, std::size_t count)
+    static void Reserve(Set& names, std::size_t count)
     {
         constexpr float kNamesPerPlace = 0.25F;
         names.max_load_factor(kNamesPerPlace);
@@ -190,7 +190,8 @@ private:
         m_newNames.clear();
         for (int row = 0; row < m_table.GetItemCount(); ++row) {
             m_originals.insert(SearchKey(m_table.GetItemText(row, kColumnOriginal), m_memory));
-            m_newNames.insert(Kept(std::wstring_view(m_table.GetItemText(row, kColumnRenamed)), m_memory));
+            m_newNames.insert(
+                CopyToArena(std::wstring_view(m_table.GetItemText(row, kColumnRenamed)), m_memory));
         }
     }
 
@@ -205,7 +206,7 @@ private:
         if (SanitizeFileName(m_strNewName) > 0 && !std::exchange(m_bForbiddenShown, true)) {
             ShowOverRows(kForbiddenCharacters.Current());
         }
-        const std::wstring_view newName = Kept(std::wstring_view(m_strNewName), m_memory);
+        const std::wstring_view newName = CopyToArena(std::wstring_view(m_strNewName), m_memory);
         if (!m_newNames.insert(newName).second) {
             if (!std::exchange(m_bTakenShown, true)) {
                 ShowOverRows(kAddedNameTakenLead.Current() + original + L" -> " + m_strNewName +
@@ -214,7 +215,7 @@ private:
             return false;
         }
         ExpandTemplate(m_strBomName, m_strBomTemplate, m_values);
-        m_rows.push_back({&original, newName, Kept(std::wstring_view(m_strBomName), m_memory)});
+        m_rows.push_back({&original, newName, CopyToArena(std::wstring_view(m_strBomName), m_memory)});
         return true;
     }
 
