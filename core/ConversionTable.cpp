@@ -140,8 +140,8 @@ public:
     // `expected`: how many files will be added at most.
     NewFiles(CConversionTable& table, std::size_t expected)
         : m_table(table)
-        , m_strFileTemplate(TemplateOrDefault(kColumnRenamed))
-        , m_strBomTemplate(TemplateOrDefault(kColumnBomName))
+        , m_fileTemplate(TemplateOrDefault(kColumnRenamed))
+        , m_bomTemplate(TemplateOrDefault(kColumnBomName))
     {
         const std::size_t most = static_cast<std::size_t>(table.GetItemCount()) + expected;
         Reserve(m_originals, most);
@@ -199,23 +199,23 @@ private:
     bool MakeRow(const std::wstring& original)
     {
         Diverses::SplitPartName(original, m_values);
-        ExpandTemplate(m_strNewName, m_strFileTemplate, m_values);
-        if (!EnsureExtension(m_strNewName, m_values.strExt, EqualFileNames)) {
+        ExpandTemplate(m_newName, m_fileTemplate, m_values);
+        if (!EnsureExtension(m_newName, m_values.strExt, EqualFileNames)) {
             return false;
         }
-        if (SanitizeFileName(m_strNewName) > 0 && !std::exchange(m_bForbiddenShown, true)) {
+        if (SanitizeFileName(m_newName) > 0 && !std::exchange(m_forbiddenShown, true)) {
             ShowOverRows(kForbiddenCharacters.Current());
         }
-        const std::wstring_view newName = CopyToArena(std::wstring_view(m_strNewName), m_memory);
+        const std::wstring_view newName = CopyToArena(std::wstring_view(m_newName), m_memory);
         if (!m_newNames.insert(newName).second) {
-            if (!std::exchange(m_bTakenShown, true)) {
-                ShowOverRows(kAddedNameTakenLead.Current() + original + L" -> " + m_strNewName +
+            if (!std::exchange(m_takenShown, true)) {
+                ShowOverRows(kAddedNameTakenLead.Current() + original + L" -> " + m_newName +
                              kAddedNameTakenClosing.Current());
             }
             return false;
         }
-        ExpandTemplate(m_strBomName, m_strBomTemplate, m_values);
-        m_rows.push_back({&original, newName, CopyToArena(std::wstring_view(m_strBomName), m_memory)});
+        ExpandTemplate(m_bomName, m_bomTemplate, m_values);
+        m_rows.push_back({&original, newName, CopyToArena(std::wstring_view(m_bomName), m_memory)});
         return true;
     }
 
@@ -243,12 +243,12 @@ private:
     }
 
     CConversionTable& m_table;
-    std::wstring m_strFileTemplate;
-    std::wstring m_strBomTemplate;
+    std::wstring m_fileTemplate;
+    std::wstring m_bomTemplate;
     // Of the row in hand; members, as they keep their room.
     PartNameValues m_values;
-    std::wstring m_strNewName;
-    std::wstring m_strBomName;
+    std::wstring m_newName;
+    std::wstring m_bomName;
     std::pmr::monotonic_buffer_resource m_memory;  // nothing in it goes before the rest
     // Sets in that memory, which go with it: destroying them would visit each name for nothing.
     std::pmr::polymorphic_allocator<> m_maker{&m_memory};
@@ -257,8 +257,8 @@ private:
     std::pmr::unordered_set<std::wstring_view>& m_newNames =
         *m_maker.new_object<std::pmr::unordered_set<std::wstring_view>>();
     std::vector<NewRow> m_rows;  // not in the table yet
-    bool m_bForbiddenShown = false;
-    bool m_bTakenShown = false;
+    bool m_forbiddenShown = false;
+    bool m_takenShown = false;
 };
 
 // Applies a column's template to one row after the other. The list view is redrawn and the parent told before
@@ -266,7 +266,7 @@ private:
 class CConversionTable::TemplateApplication
 {
 public:
-    TemplateApplication(CConversionTable& table, int column) : m_table(table), m_nColumn(column)
+    TemplateApplication(CConversionTable& table, int column) : m_table(table), m_column(column)
     {
         ReadNames();
     }
@@ -278,16 +278,16 @@ public:
     bool Apply(int row)
     {
         // The template is read for each row anew: a change made meanwhile counts from the next row on.
-        const std::optional<std::wstring> columnTemplate = ReadTemplate(m_nColumn);
+        const std::optional<std::wstring> columnTemplate = ReadTemplate(m_column);
         if (!columnTemplate) {
             return false;
         }
         const PartNameValues values = Diverses::SplitPartName(m_table.GetItemText(row, kColumnOriginal));
         const std::wstring newText = ExpandTemplate(*columnTemplate, values);
-        if (m_nColumn == kColumnRenamed) {
+        if (m_column == kColumnRenamed) {
             return ApplyFileName(row, newText, values.strExt);
         }
-        if (newText != m_table.GetItemText(row, m_nColumn)) {
+        if (newText != m_table.GetItemText(row, m_column)) {
             SetText(row, newText);
         }
         return true;
@@ -301,12 +301,12 @@ private:
             return false;
         }
         if (SanitizeFileName(newName) > 0) {
-            ShowOnce(m_bForbiddenShown, kForbiddenCharacters);
+            ShowOnce(m_forbiddenShown, kForbiddenCharacters);
         }
         const std::wstring oldName = m_table.GetItemText(row, kColumnRenamed);
         const auto taken = m_newNames.find(newName);
         if (newName != oldName && taken != m_newNames.end() && taken->second > 0) {
-            ShowOnce(m_bTakenShown, kGeneratedNameTaken);
+            ShowOnce(m_takenShown, kGeneratedNameTaken);
         } else if (!EqualFileNames(newName, oldName)) {  // a change of letter case alone is not made
             --m_newNames[oldName];
             ++m_newNames[newName];
@@ -320,7 +320,7 @@ private:
         if (!m_pause) {
             m_pause.emplace(m_table);
         }
-        m_table.SetItemText(row, m_nColumn, text);
+        m_table.SetItemText(row, m_column, text);
         m_table.MarkPending(row);
     }
 
@@ -346,17 +346,17 @@ private:
     void ReadNames()
     {
         m_newNames.clear();
-        for (int row = 0; m_nColumn == kColumnRenamed && row < m_table.GetItemCount(); ++row) {
+        for (int row = 0; m_column == kColumnRenamed && row < m_table.GetItemCount(); ++row) {
             ++m_newNames[m_table.GetItemText(row, kColumnRenamed)];
         }
     }
 
     CConversionTable& m_table;
-    int m_nColumn;
+    int m_column;
     std::unordered_map<std::wstring, int> m_newNames;  // how many rows have the name
     std::optional<CRedrawPause> m_pause;               // since the first change that is not told yet
-    bool m_bForbiddenShown = false;
-    bool m_bTakenShown = false;
+    bool m_forbiddenShown = false;
+    bool m_takenShown = false;
 };
 
 void CConversionTable::AddFiles(const std::vector<std::wstring>& fileNames)

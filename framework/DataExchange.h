@@ -7,24 +7,24 @@
 class CDataExchange
 {
 public:
-    CDataExchange(HWND dialog, bool save) : m_hDialog(dialog), m_bSave(save) {}
+    CDataExchange(HWND dialog, bool save) : m_dialog(dialog), m_saving(save) {}
 
     // Towards the members.
-    [[nodiscard]] bool IsSaving() const { return m_bSave; }
+    [[nodiscard]] bool IsSaving() const { return m_saving; }
 
     // Every control asked for was there.
-    [[nodiscard]] bool Succeeded() const { return m_bSucceeded; }
+    [[nodiscard]] bool Succeeded() const { return m_succeeded; }
 
     // The control's window; null when the dialog has none of that number, which fails the exchange.
     [[nodiscard]] HWND GetControl(int id)
     {
-        const HWND control = GetDlgItem(m_hDialog, id);
-        m_bSucceeded = m_bSucceeded && control != nullptr;
+        const HWND control = GetDlgItem(m_dialog, id);
+        m_succeeded = m_succeeded && control != nullptr;
         return control;
     }
 
 private:
-    HWND m_hDialog;
-    bool m_bSave;
-    bool m_bSucceeded = true;
+    HWND m_dialog;
+    bool m_saving;
+    bool m_succeeded = true;
 };

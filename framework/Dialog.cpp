@@ -15,7 +15,7 @@ LRESULT PushButtonCode(HWND control)
 
 }  // namespace
 
-CDialog::CDialog(UINT templateId, CWnd* owner) : m_nTemplateId(templateId), m_pOwner(owner) {}
+CDialog::CDialog(UINT templateId, CWnd* owner) : m_templateId(templateId), m_owner(owner) {}
 
 CDialog::~CDialog()
 {
@@ -29,8 +29,8 @@ INT_PTR CDialog::DoModal()
     if (ownerWasEnabled) {
         ::EnableWindow(owner, FALSE);
     }
-    m_bEnding = false;
-    m_nResult = -1;
+    m_ending = false;
+    m_result = -1;
     const bool created = CreateFromTemplate(owner);
     if (created) {
         RunModalLoop();
@@ -46,7 +46,7 @@ INT_PTR CDialog::DoModal()
         }
         DestroyWindow();
     }
-    return m_nResult;
+    return m_result;
 }
 
 bool CDialog::Create()
@@ -136,8 +136,8 @@ bool CDialog::OnInitDialog()
 
 void CDialog::EndDialog(INT_PTR result)
 {
-    m_nResult = result;
-    m_bEnding = true;
+    m_result = result;
+    m_ending = true;
     PostMessage(WM_NULL);  // wakes the loop
 }
 
@@ -155,13 +155,13 @@ INT_PTR CALLBACK CDialog::DialogProc(HWND window, UINT message, WPARAM, LPARAM l
 
 bool CDialog::CreateFromTemplate(HWND owner)
 {
-    return CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(m_nTemplateId), owner, &DialogProc,
+    return CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(m_templateId), owner, &DialogProc,
                               reinterpret_cast<LPARAM>(this)) != nullptr;
 }
 
 HWND CDialog::FindOwner() const
 {
-    const CWnd* owner = m_pOwner;
+    const CWnd* owner = m_owner;
     if (owner == nullptr && CWinApp::Get() != nullptr && CWinApp::Get()->m_pMainWnd != this) {
         owner = CWinApp::Get()->m_pMainWnd;
     }
@@ -170,9 +170,9 @@ HWND CDialog::FindOwner() const
 
 void CDialog::RunModalLoop()
 {
-    if (!m_bEnding) {
+    if (!m_ending) {
         ShowWindow(SW_SHOWNORMAL);
     }
-    while (!m_bEnding && CWinApp::PumpMessage()) {
+    while (!m_ending && CWinApp::PumpMessage()) {
     }
 }

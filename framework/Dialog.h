@@ -42,7 +42,7 @@ protected:
     void EndDialog(INT_PTR result);
 
     // EndDialog was called, so that the window is about to go.
-    [[nodiscard]] bool IsEnding() const { return m_bEnding; }
+    [[nodiscard]] bool IsEnding() const { return m_ending; }
 
 private:
     void OnSysColorChange();
@@ -52,8 +52,8 @@ private:
     [[nodiscard]] HWND FindOwner() const;
     void RunModalLoop();
 
-    UINT m_nTemplateId;
-    CWnd* m_pOwner;
-    bool m_bEnding = false;
-    INT_PTR m_nResult = -1;
+    UINT m_templateId;
+    CWnd* m_owner;
+    bool m_ending = false;
+    INT_PTR m_result = -1;
 };

@@ -2,8 +2,8 @@
 
 void CDialogLayout::Begin(HWND dialog)
 {
-    m_hDialog = dialog;
-    m_nDpi = GetDpiForWindow(dialog);
+    m_dialog = dialog;
+    m_dpi = GetDpiForWindow(dialog);
     m_controls.clear();
     RECT rect{};
     GetClientRect(dialog, &rect);
@@ -14,19 +14,19 @@ void CDialogLayout::Begin(HWND dialog)
 
 void CDialogLayout::Anchor(int id, unsigned edges)
 {
-    Anchored anchored{GetDlgItem(m_hDialog, id), edges, {}};
+    Anchored anchored{GetDlgItem(m_dialog, id), edges, {}};
     if (anchored.control == nullptr) {
         return;
     }
     GetWindowRect(anchored.control, &anchored.place);
-    MapWindowPoints(nullptr, m_hDialog, reinterpret_cast<POINT*>(&anchored.place), 2);
+    MapWindowPoints(nullptr, m_dialog, reinterpret_cast<POINT*>(&anchored.place), 2);
     m_controls.push_back(anchored);
 }
 
 void CDialogLayout::Arrange() const
 {
     RECT client{};
-    GetClientRect(m_hDialog, &client);
+    GetClientRect(m_dialog, &client);
     const LONG wider = client.right - Scaled(m_client.cx);
     const LONG higher = client.bottom - Scaled(m_client.cy);
     HDWP moves = BeginDeferWindowPos(static_cast<int>(m_controls.size()));
@@ -47,7 +47,7 @@ void CDialogLayout::Arrange() const
         EndDeferWindowPos(moves);
     }
     // A group box lies under other controls, so none of the old pixels can be taken along.
-    RedrawWindow(m_hDialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+    RedrawWindow(m_dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 void CDialogLayout::LimitSize(MINMAXINFO& limits) const
@@ -57,5 +57,5 @@ void CDialogLayout::LimitSize(MINMAXINFO& limits) const
 
 LONG CDialogLayout::Scaled(LONG length) const
 {
-    return MulDiv(length, static_cast<int>(GetDpiForWindow(m_hDialog)), static_cast<int>(m_nDpi));
+    return MulDiv(length, static_cast<int>(GetDpiForWindow(m_dialog)), static_cast<int>(m_dpi));
 }

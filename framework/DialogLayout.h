@@ -38,9 +38,9 @@ private:
         RECT place;  // at the dialog's first size, in its client coordinates
     };
 
-    HWND m_hDialog = nullptr;
-    UINT m_nDpi = USER_DEFAULT_SCREEN_DPI;  // the first scaling, in dots per inch
-    SIZE m_client{};                        // the client area's first size
-    SIZE m_window{};                        // the window's first size
+    HWND m_dialog = nullptr;
+    UINT m_dpi = USER_DEFAULT_SCREEN_DPI;  // the first scaling, in dots per inch
+    SIZE m_client{};                       // the client area's first size
+    SIZE m_window{};                       // the window's first size
     std::vector<Anchored> m_controls;
 };

@@ -189,7 +189,7 @@ bool CFile::Open(const std::wstring& path, UINT flags, CFileException* error)
     const DWORD disposition = (flags & modeCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING;
 
     m_file.reset();
-    m_strFileName = path;
+    m_path = path;
     const bool becomesDevice = BecomesDevice(path);
     if (!becomesDevice) {
         m_file.reset(ValidHandle(::CreateFileW(path.c_str(), access, share, nullptr, disposition,
@@ -209,7 +209,7 @@ UINT CFile::Read(void* buffer, UINT count)
 {
     DWORD done = 0;
     if (!::ReadFile(m_file.get(), buffer, count, &done, nullptr)) {
-        ThrowLastError(m_strFileName);
+        ThrowLastError(m_path);
     }
     return done;
 }
@@ -218,17 +218,17 @@ void CFile::Write(const void* buffer, UINT count)
 {
     DWORD done = 0;
     if (!::WriteFile(m_file.get(), buffer, count, &done, nullptr)) {
-        ThrowLastError(m_strFileName);
+        ThrowLastError(m_path);
     }
     if (done != count) {
-        throw CFileException(ERROR_DISK_FULL, m_strFileName);
+        throw CFileException(ERROR_DISK_FULL, m_path);
     }
 }
 
 void CFile::Close()
 {
     if (m_file && !::CloseHandle(m_file.release())) {
-        ThrowLastError(m_strFileName);
+        ThrowLastError(m_path);
     }
 }
 

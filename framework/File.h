@@ -101,5 +101,5 @@ public:
 
 private:
     UniqueHandle m_file;
-    std::wstring m_strFileName;
+    std::wstring m_path;
 };

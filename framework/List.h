@@ -9,8 +9,8 @@
 // The links of one element of a list.
 struct CListLink
 {
-    CListLink* m_pNext = nullptr;
-    CListLink* m_pPrevious = nullptr;
+    CListLink* m_next = nullptr;
+    CListLink* m_previous = nullptr;
 };
 
 // A place in a list, as GetHeadPosition and GetNext hand it out; null behind the last element.
@@ -33,13 +33,13 @@ public:
         using difference_type = std::ptrdiff_t;
 
         Iterator() = default;
-        explicit Iterator(const CListLink* pLink) : m_pLink(pLink) {}
+        explicit Iterator(const CListLink* link) : m_link(link) {}
 
-        const TYPE& operator*() const { return Element(m_pLink); }
-        const TYPE* operator->() const { return &Element(m_pLink); }
+        const TYPE& operator*() const { return Element(m_link); }
+        const TYPE* operator->() const { return &Element(m_link); }
         Iterator& operator++()
         {
-            m_pLink = m_pLink->m_pNext;
+            m_link = m_link->m_next;
             return *this;
         }
         Iterator operator++(int)
@@ -51,7 +51,7 @@ public:
         bool operator==(const Iterator&) const = default;
 
     private:
-        const CListLink* m_pLink = nullptr;
+        const CListLink* m_link = nullptr;
     };
 
     // blockSize: how many nodes one allocation makes, at least 1.
@@ -71,13 +71,13 @@ public:
     [[nodiscard]] bool IsEmpty() const { return m_count == 0; }
 
     // The place of the first element, null in an empty list.
-    [[nodiscard]] POSITION GetHeadPosition() const { return m_pHead; }
+    [[nodiscard]] POSITION GetHeadPosition() const { return m_head; }
 
     // The element at the position, which must not be null; moves the position to the next one.
     TYPE& GetNext(POSITION& position);
     const TYPE& GetNext(POSITION& position) const;
 
-    [[nodiscard]] Iterator begin() const { return Iterator(m_pHead); }
+    [[nodiscard]] Iterator begin() const { return Iterator(m_head); }
     [[nodiscard]] Iterator end() const { return Iterator(); }
 
 private:
@@ -87,40 +87,40 @@ private:
         alignas(TYPE) std::byte m_storage[sizeof(TYPE)];
     };
 
-    static TYPE& Element(CListLink* pLink);
-    static const TYPE& Element(const CListLink* pLink);
+    static TYPE& Element(CListLink* link);
+    static const TYPE& Element(const CListLink* link);
     void AllocateBlock();
     Node* TakeFree();
-    void LinkAtTail(Node* pNode);
+    void LinkAtTail(Node* node);
 
     std::size_t m_blockSize;
     std::vector<std::unique_ptr<Node[]>> m_blocks;
-    CListLink* m_pFree = nullptr;  // nodes without an element, chained by m_pNext
-    CListLink* m_pHead = nullptr;
-    CListLink* m_pTail = nullptr;
+    CListLink* m_free = nullptr;  // nodes without an element, chained by m_next
+    CListLink* m_head = nullptr;
+    CListLink* m_tail = nullptr;
     std::size_t m_count = 0;
 };
 
 template <class TYPE, class ARG_TYPE>
 POSITION CList<TYPE, ARG_TYPE>::AddTail(ARG_TYPE element)
 {
-    if (m_pFree == nullptr) {
+    if (m_free == nullptr) {
         AllocateBlock();
     }
     // The node leaves the free chain only when the copy has succeeded.
-    ::new (static_cast<void*>(static_cast<Node*>(m_pFree)->m_storage)) TYPE(element);
-    Node* const pNode = TakeFree();
-    LinkAtTail(pNode);
-    return pNode;
+    ::new (static_cast<void*>(static_cast<Node*>(m_free)->m_storage)) TYPE(element);
+    Node* const node = TakeFree();
+    LinkAtTail(node);
+    return node;
 }
 
 template <class TYPE, class ARG_TYPE>
 void CList<TYPE, ARG_TYPE>::RemoveAll() noexcept
 {
-    for (CListLink* pLink = m_pTail; pLink != nullptr; pLink = pLink->m_pPrevious) {
-        std::destroy_at(&Element(pLink));
+    for (CListLink* link = m_tail; link != nullptr; link = link->m_previous) {
+        std::destroy_at(&Element(link));
     }
-    m_pFree = m_pHead = m_pTail = nullptr;
+    m_free = m_head = m_tail = nullptr;
     m_count = 0;
     m_blocks.clear();
 }
@@ -129,7 +129,7 @@ template <class TYPE, class ARG_TYPE>
 TYPE& CList<TYPE, ARG_TYPE>::GetNext(POSITION& position)
 {
     TYPE& element = Element(position);
-    position = position->m_pNext;
+    position = position->m_next;
     return element;
 }
 
@@ -137,47 +137,47 @@ template <class TYPE, class ARG_TYPE>
 const TYPE& CList<TYPE, ARG_TYPE>::GetNext(POSITION& position) const
 {
     const TYPE& element = Element(position);
-    position = position->m_pNext;
+    position = position->m_next;
     return element;
 }
 
 template <class TYPE, class ARG_TYPE>
-TYPE& CList<TYPE, ARG_TYPE>::Element(CListLink* pLink)
+TYPE& CList<TYPE, ARG_TYPE>::Element(CListLink* link)
 {
-    return *std::launder(reinterpret_cast<TYPE*>(static_cast<Node*>(pLink)->m_storage));
+    return *std::launder(reinterpret_cast<TYPE*>(static_cast<Node*>(link)->m_storage));
 }
 
 template <class TYPE, class ARG_TYPE>
-const TYPE& CList<TYPE, ARG_TYPE>::Element(const CListLink* pLink)
+const TYPE& CList<TYPE, ARG_TYPE>::Element(const CListLink* link)
 {
-    return *std::launder(reinterpret_cast<const TYPE*>(static_cast<const Node*>(pLink)->m_storage));
+    return *std::launder(reinterpret_cast<const TYPE*>(static_cast<const Node*>(link)->m_storage));
 }
 
 template <class TYPE, class ARG_TYPE>
 void CList<TYPE, ARG_TYPE>::AllocateBlock()
 {
     m_blocks.push_back(std::make_unique_for_overwrite<Node[]>(m_blockSize));
-    Node* const pFirst = m_blocks.back().get();
+    Node* const first = m_blocks.back().get();
     for (std::size_t i = m_blockSize; i > 0; --i) {
-        pFirst[i - 1].m_pNext = m_pFree;
-        m_pFree = &pFirst[i - 1];
+        first[i - 1].m_next = m_free;
+        m_free = &first[i - 1];
     }
 }
 
 template <class TYPE, class ARG_TYPE>
 typename CList<TYPE, ARG_TYPE>::Node* CList<TYPE, ARG_TYPE>::TakeFree()
 {
-    Node* const pNode = static_cast<Node*>(m_pFree);
-    m_pFree = pNode->m_pNext;
-    return pNode;
+    Node* const node = static_cast<Node*>(m_free);
+    m_free = node->m_next;
+    return node;
 }
 
 template <class TYPE, class ARG_TYPE>
-void CList<TYPE, ARG_TYPE>::LinkAtTail(Node* pNode)
+void CList<TYPE, ARG_TYPE>::LinkAtTail(Node* node)
 {
-    pNode->m_pNext = nullptr;
-    pNode->m_pPrevious = m_pTail;
-    (m_pTail != nullptr ? m_pTail->m_pNext : m_pHead) = pNode;
-    m_pTail = pNode;
+    node->m_next = nullptr;
+    node->m_previous = m_tail;
+    (m_tail != nullptr ? m_tail->m_next : m_head) = node;
+    m_tail = node;
     ++m_count;
 }

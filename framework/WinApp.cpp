@@ -21,7 +21,7 @@ void Dispatch(MSG& message)
 
 }  // namespace
 
-CWinApp::CWinApp(std::wstring name) : m_strName(std::move(name))
+CWinApp::CWinApp(std::wstring name) : m_name(std::move(name))
 {
     g_app = this;
 }
@@ -39,7 +39,7 @@ CWinApp* CWinApp::Get()
 int CWinApp::Run()
 {
     InitInstance();
-    if (m_bOleInitialized) {
+    if (m_oleInitialized) {
         m_messageFilter.Revoke();
         OleUninitialize();
     }
@@ -93,6 +93,6 @@ void CWinApp::DropPendingInput()
 
 bool CWinApp::InitializeOle()
 {
-    m_bOleInitialized = SUCCEEDED(OleInitialize(nullptr));
-    return m_bOleInitialized && m_messageFilter.Register();
+    m_oleInitialized = SUCCEEDED(OleInitialize(nullptr));
+    return m_oleInitialized && m_messageFilter.Register();
 }

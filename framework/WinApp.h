@@ -34,7 +34,7 @@ public:
     static void DropPendingInput();
 
     // The title of the program's message boxes.
-    [[nodiscard]] const std::wstring& GetName() const { return m_strName; }
+    [[nodiscard]] const std::wstring& GetName() const { return m_name; }
 
     CWnd* m_pMainWnd = nullptr;
 
@@ -48,7 +48,7 @@ protected:
     COleMessageFilter& GetMessageFilter() { return m_messageFilter; }
 
 private:
-    std::wstring m_strName;
+    std::wstring m_name;
     COleMessageFilter m_messageFilter;
-    bool m_bOleInitialized = false;
+    bool m_oleInitialized = false;
 };

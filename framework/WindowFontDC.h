@@ -6,23 +6,23 @@
 class CWindowFontDC
 {
 public:
-    explicit CWindowFontDC(HWND window) : m_hWindow(window), m_hDC(GetDC(window))
+    explicit CWindowFontDC(HWND window) : m_window(window), m_dc(GetDC(window))
     {
         const auto font = reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0));
-        m_hOldFont = SelectObject(m_hDC, font != nullptr ? font : GetStockObject(SYSTEM_FONT));
+        m_oldFont = SelectObject(m_dc, font != nullptr ? font : GetStockObject(SYSTEM_FONT));
     }
     CWindowFontDC(const CWindowFontDC&) = delete;
     CWindowFontDC& operator=(const CWindowFontDC&) = delete;
     ~CWindowFontDC()
     {
-        SelectObject(m_hDC, m_hOldFont);
-        ReleaseDC(m_hWindow, m_hDC);
+        SelectObject(m_dc, m_oldFont);
+        ReleaseDC(m_window, m_dc);
     }
 
-    [[nodiscard]] HDC Get() const { return m_hDC; }
+    [[nodiscard]] HDC Get() const { return m_dc; }
 
 private:
-    HWND m_hWindow;
-    HDC m_hDC;
-    HGDIOBJ m_hOldFont;
+    HWND m_window;
+    HDC m_dc;
+    HGDIOBJ m_oldFont;
 };

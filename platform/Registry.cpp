@@ -126,11 +126,11 @@ bool CRegistryValue::IsText() const
     return m_type == REG_SZ || m_type == REG_EXPAND_SZ || m_type == REG_LINK;
 }
 
-CRegistry::CRegistry(HKEY hive) : m_hRootKey(hive) {}
+CRegistry::CRegistry(HKEY hive) : m_rootKey(hive) {}
 
 bool CRegistry::ReadString(const std::wstring& subKey, const std::wstring& valueName, std::wstring& text)
 {
-    const UniqueKey key = OpenForReading(m_hRootKey, subKey);
+    const UniqueKey key = OpenForReading(m_rootKey, subKey);
     if (!key) {
         return false;
     }
@@ -155,7 +155,7 @@ bool CRegistry::WriteString(const std::wstring& subKey, const std::wstring& valu
     if (!value.SetText(text)) {
         return false;
     }
-    const UniqueKey key = OpenForWriting(m_hRootKey, subKey);
+    const UniqueKey key = OpenForWriting(m_rootKey, subKey);
     if (!key) {
         return false;
     }
@@ -169,8 +169,8 @@ void CRegistry::CloseRoot()
 {
     // Closing a hive only makes Windows open it anew at its next use. Any other key is gone, and its number
     // may soon be another object's: forget it.
-    ::RegCloseKey(m_hRootKey);
-    if (!IsPredefined(m_hRootKey)) {
-        m_hRootKey = nullptr;
+    ::RegCloseKey(m_rootKey);
+    if (!IsPredefined(m_rootKey)) {
+        m_rootKey = nullptr;
     }
 }

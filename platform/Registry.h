@@ -87,5 +87,5 @@ public:
 private:
     void CloseRoot();
 
-    HKEY m_hRootKey;
+    HKEY m_rootKey;
 };
