@@ -254,7 +254,7 @@ CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
     if (OpenInputFile(stream, PathToBytes(path, codePage), true) != 0) {
         const Text before{L"FEHLER: Datei '", L"ERROR: File '"};
         const Text after{L"' kann nicht zum Lesen geöffnet werden!", L"' cannot be opened for read access!"};
-        ShowMessage(before.In(m_nLanguage) + path + after.In(m_nLanguage));
+        ShowMessage(before.In(LanguageOf(m_nLanguage)) + path + after.In(LanguageOf(m_nLanguage)));
         return {true, true};
     }
     const MapReadResult result = ReadMapLines(stream, MapDecoderOf(codePage), m_lstEntries);
@@ -262,7 +262,8 @@ CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
         const Text before{L"Syntax-Fehler in Zeile %d in\n", L"Syntax-Error in line %d in\n"};
         const Text after{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
                          L"\n\nThe file could not be evaluated completely."};
-        ShowMessage(FormatSyntaxError(before.In(m_nLanguage) + path + after.In(m_nLanguage), result.badLine));
+        ShowMessage(FormatSyntaxError(
+            before.In(LanguageOf(m_nLanguage)) + path + after.In(LanguageOf(m_nLanguage)), result.badLine));
     }
     return {true, false};
 }

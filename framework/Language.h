@@ -2,9 +2,20 @@
 
 #include <string>
 
-// The user-interface language of the process: non-zero is German, zero is English. The application object
-// sets it once at start; every user text is chosen by it at the moment the text is shown.
+enum class Language
+{
+    english,
+    german
+};
+
+// The language flag of the process: non-zero is German, zero is English. The application object sets it once
+// at start; a user text is chosen when it is shown.
 inline int g_nLanguage = 1;
+
+[[nodiscard]] constexpr Language LanguageOf(int flag)
+{
+    return flag != 0 ? Language::german : Language::english;
+}
 
 // A fixed user text in both languages, written beside the code that shows it.
 struct Text
@@ -12,9 +23,11 @@ struct Text
     const wchar_t* german;
     const wchar_t* english;
 
-    // The text in the given language (non-zero: German).
-    [[nodiscard]] std::wstring In(int language) const { return language != 0 ? german : english; }
+    [[nodiscard]] std::wstring In(Language language) const
+    {
+        return language == Language::german ? german : english;
+    }
 
     // The text in the language of the process.
-    [[nodiscard]] std::wstring Current() const { return In(g_nLanguage); }
+    [[nodiscard]] std::wstring Current() const { return In(LanguageOf(g_nLanguage)); }
 };

@@ -36,7 +36,7 @@ std::wstring StatusNumber(HRESULT status)
 
 std::wstring StatusText(HRESULT status)
 {
-    const WORD language = g_nLanguage != 0 ? LANG_GERMAN : LANG_ENGLISH;
+    const WORD language = LanguageOf(g_nLanguage) == Language::german ? LANG_GERMAN : LANG_ENGLISH;
     std::wstring text = SystemText(status, MAKELANGID(language, SUBLANG_DEFAULT));
     if (text.empty()) {
         text = SystemText(status, 0);

@@ -6,7 +6,6 @@
 
 #include "core/NameTemplate.h"
 #include "framework/DialogData.h"
-#include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "platform/FileNames.h"
 #include "platform/TemplateStore.h"
@@ -47,7 +46,10 @@ const Text& CaptionOf(int column)
 }  // namespace
 
 CDlgTemplate::CDlgTemplate(int language, int column, std::wstring text, CWnd* parent)
-    : CDialog(IDD_TEMPLATE, parent), m_nLanguage(language), m_strText(std::move(text)), m_nColumn(column)
+    : CDialog(IDD_TEMPLATE, parent)
+    , m_language(LanguageOf(language))
+    , m_strText(std::move(text))
+    , m_nColumn(column)
 {
 }
 
@@ -68,7 +70,7 @@ void CDlgTemplate::DoDataExchange(CDataExchange& exchange)
 bool CDlgTemplate::OnInitDialog()
 {
     CDialog::OnInitDialog();
-    SetWindowText(CaptionOf(m_nColumn).In(m_nLanguage));
+    SetWindowText(CaptionOf(m_nColumn).In(m_language));
     ShowSampleName();
     if (m_nColumn == kColumnRenamed) {
         RemoveFromLegend(kConfiguration);
@@ -82,7 +84,7 @@ void CDlgTemplate::OnOK()
 {
     m_strText = m_wndText.GetWindowText();
     if (IsRefused(m_strText)) {
-        ShowMessage(kRefused.In(m_nLanguage), MB_OK | MB_ICONINFORMATION);
+        ShowMessage(kRefused.In(m_language), MB_OK | MB_ICONINFORMATION);
         m_wndText.FocusAndSelectAll();
         return;
     }
@@ -127,15 +129,14 @@ void CDlgTemplate::ShowPreview()
 std::wstring CDlgTemplate::Preview(const std::wstring& templateText) const
 {
     if (IsRefused(templateText)) {
-        return kPreviewRefused.In(m_nLanguage);
+        return kPreviewRefused.In(m_language);
     }
     if (m_nColumn == kColumnRenamed) {
-        return NewFileName(templateText, m_strSample, EqualFileNames)
-            .value_or(kPreviewNoName.In(m_nLanguage));
+        return NewFileName(templateText, m_strSample, EqualFileNames).value_or(kPreviewNoName.In(m_language));
     }
     const std::wstring name = ConfigurationBomName(
         templateText, m_strSample, GetDlgItemText(LegendControl(kConfiguration, kLegendExample)));
-    return name.empty() ? kPreviewEmpty.In(m_nLanguage) : name;
+    return name.empty() ? kPreviewEmpty.In(m_language) : name;
 }
 
 // A file holds all its configurations, so that its name cannot depend on one.

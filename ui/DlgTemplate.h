@@ -4,6 +4,7 @@
 
 #include "framework/Controls.h"
 #include "framework/Dialog.h"
+#include "framework/Language.h"
 
 // The dialog in which the user sees and changes the name template of a generated column, with a legend of the
 // fill-ins and a preview. OK stores the template in the settings; no name is generated anew.
@@ -37,7 +38,7 @@ private:
     [[nodiscard]] bool IsRefused(const std::wstring& templateText) const;
 
     CEdit m_wndText;
-    int m_nLanguage;
+    Language m_language;
     std::wstring m_strText;
     int m_nColumn;
     std::wstring m_strSample;

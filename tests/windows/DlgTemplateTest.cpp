@@ -23,18 +23,18 @@ constexpr INT_PTR kStillOpen = -2;
 constexpr wchar_t kNone[] = L"(none)";
 constexpr wchar_t kBolt[] = L"N_ISO_4017_M10x50.sldprt";
 
-struct Language
+struct Edition
 {
     int flag;
     const wchar_t* resources;
 };
 
-void PrintTo(const Language& language, std::ostream* stream)
+void PrintTo(const Edition& edition, std::ostream* stream)
 {
-    *stream << (language.flag != 0 ? "German" : "English");
+    *stream << (edition.flag != 0 ? "German" : "English");
 }
 
-class DlgTemplateTest : public testing::TestWithParam<Language>
+class DlgTemplateTest : public testing::TestWithParam<Edition>
 {
 protected:
     // The text of the language at hand.
@@ -156,7 +156,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, DlgTemplateTest,
-                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
                          testing::PrintToStringParamName());
 
 // Start

@@ -43,15 +43,15 @@ constexpr char kMapHeader[] = "; Datei: x\r\n; y\r\n; z\r\n\r\n";
 // Where the system suggests to put a window that came to a screen of another scaling.
 constexpr RECT kSomePlace{10, 10, 900, 700};
 
-struct Language
+struct Edition
 {
     int flag;
     const wchar_t* resources;
 };
 
-void PrintTo(const Language& language, std::ostream* stream)
+void PrintTo(const Edition& edition, std::ostream* stream)
 {
-    *stream << (language.flag != 0 ? "German" : "English");
+    *stream << (edition.flag != 0 ? "German" : "English");
 }
 
 // The product's settings below a hive: none until the end of the scope, then those of before again.
@@ -297,7 +297,7 @@ bool PickFolder(HWND dialog, const std::wstring& folder)
     return false;
 }
 
-class TalvenorDlgTest : public testing::TestWithParam<Language>
+class TalvenorDlgTest : public testing::TestWithParam<Edition>
 {
 protected:
     TalvenorDlgTest()
@@ -544,7 +544,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, TalvenorDlgTest,
-                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
                          testing::PrintToStringParamName());
 
 // Start and view
@@ -954,7 +954,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, FolderPickerTest,
-                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
                          testing::PrintToStringParamName());
 
 // Whether the system's folder picker shows a field to type into when it is asked for one.
@@ -1087,7 +1087,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, FileDialogTest,
-                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
                          testing::PrintToStringParamName());
 
 TEST_P(FileDialogTest, FilesOfTheSameFolderAreAddedAsAChange)
@@ -1651,7 +1651,7 @@ private:
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, BusyDialogTest,
-                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
                          testing::PrintToStringParamName());
 
 TEST_P(BusyDialogTest, NoCommandStartsDuringARun)
@@ -1776,7 +1776,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, CancelledRunTest,
-                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
                          testing::PrintToStringParamName());
 
 TEST_P(CancelledRunTest, ShowsTheMapFile)
@@ -1862,7 +1862,7 @@ private:
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, FirstPaintTest,
-                         testing::Values(Language{1, kGermanLibrary}, Language{0, kEnglishLibrary}),
+                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
                          testing::PrintToStringParamName());
 
 TEST_P(FirstPaintTest, ReportsAMissingInputFolderAndAsksForFilesOnce)
