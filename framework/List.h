@@ -6,24 +6,20 @@
 #include <new>
 #include <vector>
 
-// The links of one element of a list.
-struct CListLink
-{
-    CListLink* m_next = nullptr;
-    CListLink* m_previous = nullptr;
-};
-
-// A place in a list, as GetHeadPosition and GetNext hand it out; null behind the last element.
-using POSITION = CListLink*;
-
-// A doubly linked list that is appended to, walked from head to tail and emptied as a whole. Its nodes come
-// in blocks, so that a long list needs few allocations; elements never move.
+// A doubly linked list that is appended to, walked from head to tail and emptied as a whole. Its nodes are
+// allocated in blocks; elements never move.
 //
 // TYPE      what is stored
 // ARG_TYPE  how AddTail takes an element; it is always copied
 template <class TYPE, class ARG_TYPE = const TYPE&>
 class CList
 {
+    struct Link
+    {
+        Link* next = nullptr;
+        Link* previous = nullptr;
+    };
+
 public:
     // Walks the elements from head to tail.
     class Iterator
@@ -33,13 +29,13 @@ public:
         using difference_type = std::ptrdiff_t;
 
         Iterator() = default;
-        explicit Iterator(const CListLink* link) : m_link(link) {}
+        explicit Iterator(const Link* link) : m_link(link) {}
 
         const TYPE& operator*() const { return Element(m_link); }
         const TYPE* operator->() const { return &Element(m_link); }
         Iterator& operator++()
         {
-            m_link = m_link->m_next;
+            m_link = m_link->next;
             return *this;
         }
         Iterator operator++(int)
@@ -51,7 +47,7 @@ public:
         bool operator==(const Iterator&) const = default;
 
     private:
-        const CListLink* m_link = nullptr;
+        const Link* m_link = nullptr;
     };
 
     // blockSize: how many nodes one allocation makes, at least 1.
@@ -61,63 +57,52 @@ public:
     ~CList() { RemoveAll(); }
 
     // Copies the element into a new node at the tail. When that throws (no memory, or the copy itself), the
-    // list is as it was.
-    POSITION AddTail(ARG_TYPE element);
+    // list is unchanged.
+    void AddTail(ARG_TYPE element);
 
     // Destroys all elements, the last one first, and frees the blocks.
     void RemoveAll() noexcept;
 
     [[nodiscard]] std::size_t GetCount() const { return m_count; }
-    [[nodiscard]] bool IsEmpty() const { return m_count == 0; }
-
-    // The place of the first element, null in an empty list.
-    [[nodiscard]] POSITION GetHeadPosition() const { return m_head; }
-
-    // The element at the position, which must not be null; moves the position to the next one.
-    TYPE& GetNext(POSITION& position);
-    const TYPE& GetNext(POSITION& position) const;
 
     [[nodiscard]] Iterator begin() const { return Iterator(m_head); }
     [[nodiscard]] Iterator end() const { return Iterator(); }
 
 private:
-    // Room for one element, which lives in it only while the node is linked into the list.
-    struct Node : CListLink
+    // The element lives in the storage only while the node is linked into the list.
+    struct Node : Link
     {
-        alignas(TYPE) std::byte m_storage[sizeof(TYPE)];
+        alignas(TYPE) std::byte storage[sizeof(TYPE)];
     };
 
-    static TYPE& Element(CListLink* link);
-    static const TYPE& Element(const CListLink* link);
+    static const TYPE& Element(const Link* link);
     void AllocateBlock();
     Node* TakeFree();
     void LinkAtTail(Node* node);
 
     std::size_t m_blockSize;
     std::vector<std::unique_ptr<Node[]>> m_blocks;
-    CListLink* m_free = nullptr;  // nodes without an element, chained by m_next
-    CListLink* m_head = nullptr;
-    CListLink* m_tail = nullptr;
+    Link* m_free = nullptr;  // nodes without an element, chained by next
+    Link* m_head = nullptr;
+    Link* m_tail = nullptr;
     std::size_t m_count = 0;
 };
 
 template <class TYPE, class ARG_TYPE>
-POSITION CList<TYPE, ARG_TYPE>::AddTail(ARG_TYPE element)
+void CList<TYPE, ARG_TYPE>::AddTail(ARG_TYPE element)
 {
     if (m_free == nullptr) {
         AllocateBlock();
     }
     // The node leaves the free chain only when the copy has succeeded.
-    ::new (static_cast<void*>(static_cast<Node*>(m_free)->m_storage)) TYPE(element);
-    Node* const node = TakeFree();
-    LinkAtTail(node);
-    return node;
+    ::new (static_cast<void*>(static_cast<Node*>(m_free)->storage)) TYPE(element);
+    LinkAtTail(TakeFree());
 }
 
 template <class TYPE, class ARG_TYPE>
 void CList<TYPE, ARG_TYPE>::RemoveAll() noexcept
 {
-    for (CListLink* link = m_tail; link != nullptr; link = link->m_previous) {
+    for (const Link* link = m_tail; link != nullptr; link = link->previous) {
         std::destroy_at(&Element(link));
     }
     m_free = m_head = m_tail = nullptr;
@@ -126,31 +111,9 @@ void CList<TYPE, ARG_TYPE>::RemoveAll() noexcept
 }
 
 template <class TYPE, class ARG_TYPE>
-TYPE& CList<TYPE, ARG_TYPE>::GetNext(POSITION& position)
+const TYPE& CList<TYPE, ARG_TYPE>::Element(const Link* link)
 {
-    TYPE& element = Element(position);
-    position = position->m_next;
-    return element;
-}
-
-template <class TYPE, class ARG_TYPE>
-const TYPE& CList<TYPE, ARG_TYPE>::GetNext(POSITION& position) const
-{
-    const TYPE& element = Element(position);
-    position = position->m_next;
-    return element;
-}
-
-template <class TYPE, class ARG_TYPE>
-TYPE& CList<TYPE, ARG_TYPE>::Element(CListLink* link)
-{
-    return *std::launder(reinterpret_cast<TYPE*>(static_cast<Node*>(link)->m_storage));
-}
-
-template <class TYPE, class ARG_TYPE>
-const TYPE& CList<TYPE, ARG_TYPE>::Element(const CListLink* link)
-{
-    return *std::launder(reinterpret_cast<const TYPE*>(static_cast<const Node*>(link)->m_storage));
+    return *std::launder(reinterpret_cast<const TYPE*>(static_cast<const Node*>(link)->storage));
 }
 
 template <class TYPE, class ARG_TYPE>
@@ -159,7 +122,7 @@ void CList<TYPE, ARG_TYPE>::AllocateBlock()
     m_blocks.push_back(std::make_unique_for_overwrite<Node[]>(m_blockSize));
     Node* const first = m_blocks.back().get();
     for (std::size_t i = m_blockSize; i > 0; --i) {
-        first[i - 1].m_next = m_free;
+        first[i - 1].next = m_free;
         m_free = &first[i - 1];
     }
 }
@@ -168,16 +131,16 @@ template <class TYPE, class ARG_TYPE>
 typename CList<TYPE, ARG_TYPE>::Node* CList<TYPE, ARG_TYPE>::TakeFree()
 {
     Node* const node = static_cast<Node*>(m_free);
-    m_free = node->m_next;
+    m_free = node->next;
     return node;
 }
 
 template <class TYPE, class ARG_TYPE>
 void CList<TYPE, ARG_TYPE>::LinkAtTail(Node* node)
 {
-    node->m_next = nullptr;
-    node->m_previous = m_tail;
-    (m_tail != nullptr ? m_tail->m_next : m_head) = node;
+    node->next = nullptr;
+    node->previous = m_tail;
+    (m_tail != nullptr ? m_tail->next : m_head) = node;
     m_tail = node;
     ++m_count;
 }

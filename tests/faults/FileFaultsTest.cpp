@@ -799,10 +799,7 @@ protected:
     {
         CFileMisc reader(1);
         EXPECT_EQ((CFileMisc::MapFileState{true, false}), reader.ReadMapFile(m_bench->MapPath()));
-        std::vector<UTtab_entry> records;
-        for (POSITION at = reader.m_lstEntries.GetHeadPosition(); at != nullptr;) {
-            records.push_back(reader.m_lstEntries.GetNext(at));
-        }
+        const std::vector<UTtab_entry> records(reader.m_lstEntries.begin(), reader.m_lstEntries.end());
         ASSERT_GE(records.size(), m_failing);
         EXPECT_LE(records.size(), m_failing + 1);
         for (std::size_t row = 0; row < m_failing; ++row) {

@@ -165,7 +165,7 @@ TEST_F(FileMiscTest, KeepsTheLanguageItIsGivenAndStartsWithoutEntries)
 {
     const CFileMisc german(1);
     EXPECT_EQ(german.m_nLanguage, 1);
-    EXPECT_TRUE(german.m_lstEntries.IsEmpty());
+    EXPECT_EQ(german.m_lstEntries.GetCount(), 0U);
     EXPECT_EQ(CFileMisc(0).m_nLanguage, 0);
 }
 
@@ -577,7 +577,7 @@ TEST_F(MapFileTest, MissingFileEmptiesTheListWithoutAMessage)
     UTtab_entry entry = {L"a", L"b", L"c"};
     m_files.m_lstEntries.AddTail(entry);
     EXPECT_EQ(m_files.ReadMapFile(m_path), kMissing);
-    EXPECT_TRUE(m_files.m_lstEntries.IsEmpty());
+    EXPECT_EQ(m_files.m_lstEntries.GetCount(), 0U);
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
@@ -630,7 +630,7 @@ TEST_F(MapFileTest, BadLineIsReportedInTheObjectsOwnLanguage)
         EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(Read(bytes), kRead); }), german);
         m_files.m_nLanguage = 0;
         EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(Read(bytes), kRead); }), english);
-        EXPECT_TRUE(m_files.m_lstEntries.IsEmpty());
+        EXPECT_EQ(m_files.m_lstEntries.GetCount(), 0U);
     }
 }
 
@@ -666,7 +666,7 @@ TEST_F(MapFileTest, LockedFileIsReportedInTheObjectsOwnLanguage)
         EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable); }),
                   Texts{L"ERROR: File '" + m_path + L"' cannot be opened for read access!"});
     }
-    EXPECT_TRUE(m_files.m_lstEntries.IsEmpty());
+    EXPECT_EQ(m_files.m_lstEntries.GetCount(), 0U);
 }
 
 TEST_F(MapFileTest, FolderOfThatNameCannotBeRead)
