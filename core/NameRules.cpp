@@ -61,7 +61,7 @@ void CollapseDots(std::wstring& name)
 
 bool EnsureExtension(std::wstring& name, std::wstring_view extension, NameComparison equal)
 {
-    if (const std::wstring_view trimmed = Trimmed(name); trimmed.size() < name.size()) {
+    if (const std::wstring_view trimmed = TrimView(name); trimmed.size() < name.size()) {
         name = std::wstring(trimmed);
     }
     if (name.empty() || extension.empty()) {

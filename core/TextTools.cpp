@@ -16,7 +16,7 @@ wchar_t UpperLetter(wchar_t character)
 
 }  // namespace
 
-std::wstring_view Trimmed(std::wstring_view text)
+std::wstring_view TrimView(std::wstring_view text)
 {
     const std::size_t first = text.find_first_not_of(kWhiteSpace);
     if (first == std::wstring_view::npos) {
@@ -27,14 +27,7 @@ std::wstring_view Trimmed(std::wstring_view text)
 
 std::wstring Trim(std::wstring_view text)
 {
-    return std::wstring(Trimmed(text));
-}
-
-std::wstring ToUpper(std::wstring_view text)
-{
-    std::wstring upper(text);
-    std::transform(upper.begin(), upper.end(), upper.begin(), UpperLetter);
-    return upper;
+    return std::wstring(TrimView(text));
 }
 
 bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right)

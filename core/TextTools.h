@@ -6,14 +6,10 @@
 // The text without the white space at its two ends: every character with the Unicode property White_Space.
 [[nodiscard]] std::wstring Trim(std::wstring_view text);
 // The same as a view into the text.
-[[nodiscard]] std::wstring_view Trimmed(std::wstring_view text);
+[[nodiscard]] std::wstring_view TrimView(std::wstring_view text);
 
-// The text with the letters a to z in upper case; every other character stays. Only ASCII letters are turned,
-// whatever the locale: the prefixes and extensions compared are ASCII, and under a Turkish locale the i of
-// "iso" would otherwise become a dotted capital that is found in no prefix.
-[[nodiscard]] std::wstring ToUpper(std::wstring_view text);
-
-// True when both texts are equal after ToUpper.
+// Compares with the case of a to z ignored, whatever the locale: the prefixes are ASCII, and with Turkish
+// casing rules the "i" of "iso" would match none.
 [[nodiscard]] bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right);
 
 // Replaces every occurrence of `what` in the text by `by`, case-sensitively, left to right and without

@@ -78,6 +78,18 @@ private:
     std::string_view m_rest;
 };
 
+// The text with the letters a to z in upper case.
+inline std::wstring PlainUpper(std::wstring text)
+{
+    const std::wstring_view small = L"abcdefghijklmnopqrstuvwxyz";
+    const std::wstring_view capital = L"ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    for (wchar_t& character : text) {
+        const std::size_t letter = small.find(character);
+        character = letter == std::wstring_view::npos ? character : capital[letter];
+    }
+    return text;
+}
+
 // Aborts if the property does not hold; libFuzzer then saves the input.
 inline void Require(bool holds, const char* property)
 {

@@ -39,7 +39,7 @@ bool PlainEnsureExtension(std::wstring& name, const std::wstring& extension)
         return false;
     }
     const std::wstring lastSix = name.size() > 6 ? name.substr(name.size() - 6) : name;
-    if (ToUpper(lastSix) != ToUpper(extension)) {
+    if (PlainUpper(lastSix) != PlainUpper(extension)) {
         name = name + L"." + extension;
     }
     return true;

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "core/PartName.h"
-#include "core/TextTools.h"
 #include "tests/fuzz/FuzzInput.h"
 
 namespace {
@@ -30,7 +29,7 @@ std::wstring PlainDigits(const std::wstring& text)
 
 std::wstring PlainPrefix(const std::wstring& name)
 {
-    const std::wstring upper = ToUpper(name);
+    const std::wstring upper = PlainUpper(name);
     if (upper.rfind(L"N_", 0) == 0) {
         for (const wchar_t* const longer : {L"N_ISO_", L"N_ENISO_", L"N_EN_"}) {
             if (upper.rfind(longer, 0) == 0) {

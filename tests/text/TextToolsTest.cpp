@@ -38,20 +38,10 @@ TEST(Trim, KeepsWhatOnlyLooksLikeWhiteSpace)
     }
 }
 
-TEST(ToUpper, TurnsTheLettersAToZOnly)
-{
-    EXPECT_EQ(ToUpper(L"abcdefghijklmnopqrstuvwxyz"), L"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
-    EXPECT_EQ(ToUpper(L"@AZ[`{0_9."), L"@AZ[`{0_9.");
-}
-
-TEST(ToUpper, KeepsLettersBeyondAscii)
-{
-    EXPECT_EQ(ToUpper(L"äöüßı\u017F"), L"äöüßı\u017F");
-}
-
 TEST(EqualIgnoringCase, ComparesAsciiLettersWithoutCase)
 {
     EXPECT_TRUE(EqualIgnoringCase(L"SldPrt", L"sLDpRT"));
+    EXPECT_TRUE(EqualIgnoringCase(L"abcdefghijklmnopqrstuvwxyz", L"ABCDEFGHIJKLMNOPQRSTUVWXYZ"));
     EXPECT_TRUE(EqualIgnoringCase(L"", L""));
     EXPECT_FALSE(EqualIgnoringCase(L"sldprt", L"sldasm"));
 }
@@ -67,7 +57,9 @@ TEST(EqualIgnoringCase, TellsCaseApartBeyondAscii)
 {
     EXPECT_FALSE(EqualIgnoringCase(L"ä", L"Ä"));
     EXPECT_FALSE(EqualIgnoringCase(L"I", L"ı"));
+    EXPECT_FALSE(EqualIgnoringCase(L"s", L"\u017F"));
     EXPECT_FALSE(EqualIgnoringCase(L"@", L"`"));
+    EXPECT_FALSE(EqualIgnoringCase(L"[", L"{"));
 }
 
 TEST(ReplaceAll, ReplacesEveryOccurrenceAndCounts)
