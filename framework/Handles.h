@@ -30,10 +30,6 @@ using UniqueMenu = UniqueOwner<HMENU, ::DestroyMenu>;
 using UniqueModule = UniqueOwner<HMODULE, ::FreeLibrary>;
 using UniqueImageList = UniqueOwner<HIMAGELIST, ::ImageList_Destroy>;
 
-// A pen, brush, font or bitmap (HPEN, HBRUSH, HFONT, HBITMAP).
-template <class GdiHandle>
-using UniqueGdiObject = UniqueOwner<GdiHandle, ::DeleteObject>;
-
 // The handle, or null for INVALID_HANDLE_VALUE.
 [[nodiscard]] inline HANDLE ValidHandle(HANDLE handle) noexcept
 {

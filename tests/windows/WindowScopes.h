@@ -20,6 +20,10 @@
 inline constexpr wchar_t kGermanLibrary[] = L"talvresgerx64.dll";
 inline constexpr wchar_t kEnglishLibrary[] = L"talvresusx64.dll";
 
+// A font, bitmap or region.
+template <class GdiHandle>
+using UniqueGdiObject = UniqueOwner<GdiHandle, ::DeleteObject>;
+
 // A file of the working folder, loaded as data: nothing in it runs.
 inline UniqueModule LoadAsData(const std::wstring& name)
 {
