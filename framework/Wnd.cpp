@@ -3,24 +3,26 @@
 #include <comdef.h>
 
 #include <exception>
+#include <string_view>
 #include <unordered_map>
 
 #include "framework/DataExchange.h"
 #include "framework/Exception.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/MessageText.h"
 
 namespace {
 
-// A window that was bound to an object, and the window procedure that it had before.
+// A subclassed window.
 struct Binding
 {
-    CWnd* object;  // null when the object let go while another procedure stood in front of ours
+    CWnd* object;  // null when the object was unbound while another procedure was subclassed on top of ours
     WNDPROC previous;
 };
 
-// All bindings: the program has its windows on one thread. Every message asks, so that a variable of the
-// thread, which this compiler looks up by calls, would cost as much as the rest of a message's way.
+// Looked up for every message; thread_local is a function call with this compiler. The program has its
+// windows on one thread.
 std::unordered_map<HWND, Binding>& Bindings()
 {
     static std::unordered_map<HWND, Binding> bindings;
@@ -35,6 +37,22 @@ WNDPROC ProcedureOf(HWND window)
 void SetProcedure(HWND window, WNDPROC procedure)
 {
     SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
+}
+
+// The C++ library's exceptions carry the system's texts in the ANSI code page.
+std::wstring DecodeAnsi(std::string_view text)
+{
+    std::wstring decoded(text.size(), L'\0');  // no byte gives more than one character
+    const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
+                                           decoded.data(), static_cast<int>(decoded.size()));
+    decoded.resize(static_cast<std::size_t>(length));
+    return decoded;
+}
+
+void ShowUnexpected(const std::wstring& description)
+{
+    constexpr Text kUnexpected{L"Unerwarteter Fehler: %1", L"Unexpected error: %1"};
+    ShowMessage(FillPlaces(kUnexpected.Current(), {description}), MB_OK | MB_ICONEXCLAMATION);
 }
 
 }  // namespace
@@ -162,7 +180,7 @@ bool CWnd::OnCommand(WPARAM wParam, LPARAM lParam)
     return true;
 }
 
-// The control that sent the notification is asked first.
+// A handler of the sender comes first.
 LRESULT CWnd::OnNotify(WPARAM wParam, LPARAM lParam)
 {
     const NMHDR& header = *reinterpret_cast<const NMHDR*>(lParam);
@@ -188,7 +206,7 @@ LRESULT CWnd::Default()
 LRESULT CWnd::DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam) const
 {
     if (m_hWnd == nullptr) {
-        return 0;  // the handler has destroyed the window
+        return 0;  // a handler destroyed the window
     }
     return CallWindowProcW(m_previousProcedure, m_hWnd, message, wParam, lParam);
 }
@@ -196,7 +214,7 @@ LRESULT CWnd::DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam) cons
 std::wstring CWnd::TextOf(HWND window)
 {
     std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
-    // The text may be shorter than its announced length.
+    // The text may be shorter than announced ("GetWindowTextLengthW function").
     const int length = ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1);
     text.resize(static_cast<std::size_t>(length));
     return text;
@@ -231,7 +249,7 @@ LRESULT CWnd::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
     m_current = {message, wParam, lParam};
     LRESULT result = 0;
     Guard([&] { result = WindowProc(message, wParam, lParam); });
-    // A handler may have destroyed its window, and with it an object that owns itself.
+    // A handler may have destroyed the window, and PostNcDestroy this object.
     if (FromHandle(window) == this) {
         m_current = outer;
     }
@@ -240,15 +258,13 @@ LRESULT CWnd::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
 
 void CWnd::ReportException()
 {
-    const Text lead{L"Unerwarteter Fehler: ", L"Unexpected error: "};
     try {
         throw;
     } catch (const CException& exception) {
         ShowMessage(exception.GetErrorMessage(), MB_OK | MB_ICONEXCLAMATION);
     } catch (const std::exception& exception) {
-        const std::string what = exception.what();
-        ShowMessage(lead.Current() + std::wstring(what.begin(), what.end()), MB_OK | MB_ICONEXCLAMATION);
+        ShowUnexpected(DecodeAnsi(exception.what()));
     } catch (const _com_error& error) {
-        ShowMessage(lead.Current() + error.ErrorMessage(), MB_OK | MB_ICONEXCLAMATION);
+        ShowUnexpected(error.ErrorMessage());
     }
 }

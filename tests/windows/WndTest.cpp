@@ -283,6 +283,30 @@ TEST(Wnd, ANotificationGoesToTheControlBeforeTheParent)
     EXPECT_EQ(window.m_log, (std::vector<std::string>{"click", "label edit", "label edit"}));
 }
 
+// The C++ library takes texts of the system into its exceptions as the system gives them.
+TEST(Wnd, TheTextOfAnExceptionIsDecodedByTheAnsiCodePage)
+{
+    if (GetACP() != 1252) {
+        GTEST_SKIP() << "the bytes of the text are those of code page 1252";
+    }
+    std::vector<std::wstring> shown;
+    const auto before = SetMessageListener([&shown](const MessageRequest& request) {
+        shown.push_back(request.text);
+        return IDOK;
+    });
+    CTopTableWindow window;
+    window.m_onFail = [] {
+        throw std::runtime_error(
+            "Gr\xFC\xDF"
+            "e, \x80");
+    };
+    window.SendMessage(kFail);
+    window.m_onFail = [] { throw std::runtime_error(""); };
+    window.SendMessage(kFail);
+    SetMessageListener(before);
+    EXPECT_EQ(shown, (std::vector<std::wstring>{L"Unerwarteter Fehler: Grüße, €", L"Unerwarteter Fehler: "}));
+}
+
 TEST(Wnd, ExceptionsEndAtTheWindowWithAMessage)
 {
     std::vector<MessageRequest> requests;
