@@ -152,19 +152,26 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
     SendDirect(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
-// Taking the redraw away may drop what the header still had to draw, and a header that changes its place then
+// With the redraw off, the control may validate an outstanding region of its header, and a header that moves
 // does not draw itself.
 CRedrawPause::CRedrawPause(const CListCtrl& list)
     : m_list(list)
+    , m_outermost(list.m_redrawPauses++ == 0)
     , m_header(list.GetHeader())
     , m_headerOutstanding(GetUpdateRect(m_header, nullptr, FALSE) != FALSE)
     , m_headerPlace(PlaceOf(m_header))
 {
-    m_list.SendMessage(WM_SETREDRAW, FALSE);
+    if (m_outermost) {
+        m_list.SendMessage(WM_SETREDRAW, FALSE);
+    }
 }
 
 CRedrawPause::~CRedrawPause()
 {
+    --m_list.m_redrawPauses;
+    if (!m_outermost) {
+        return;
+    }
     m_list.SendMessage(WM_SETREDRAW, TRUE);
     const RECT place = PlaceOf(m_header);
     const bool drawHeader = m_headerOutstanding || !EqualRect(&place, &m_headerPlace);

@@ -136,18 +136,19 @@ public:
     [[nodiscard]] HWND GetHeader() const { return ListView_GetHeader(m_hWnd); }
 
 private:
-    // For what a table of many rows asks row by row: messages that the control alone answers go straight to
-    // the procedure that the object was bound in front of. The way through the system and this object's
-    // tables costs more than the answer.
+    // Calls the control's own procedure, for messages sent row by row: dispatch costs more than the message.
     LRESULT SendDirect(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
     {
         return DefaultWindowProc(message, wParam, lParam);
     }
     std::size_t ReadItemText(int row, int column, wchar_t* buffer, std::size_t size) const;
+
+    friend class CRedrawPause;
+    mutable int m_redrawPauses = 0;
 };
 
-// Keeps a list view from redrawing while it is filled, and has it redrawn once at the end; its header
-// only when it has changed its place or had to be drawn anyway.
+// Suspends the redrawing of a list view (WM_SETREDRAW) and redraws it at the end; its header only if that has
+// moved or had to be redrawn before. A pause inside another does nothing.
 class CRedrawPause
 {
 public:
@@ -158,6 +159,7 @@ public:
 
 private:
     const CListCtrl& m_list;
+    bool m_outermost;
     HWND m_header;  // null in a list view without one
     bool m_headerOutstanding;
     RECT m_headerPlace;

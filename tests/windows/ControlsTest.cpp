@@ -293,6 +293,29 @@ TEST_F(ListCtrlTest, ARedrawPauseEndsWithARedraw)
     RemoveWindowSubclass(m_list.m_hWnd, &NoteRedraw, 2);
 }
 
+TEST_F(ListCtrlTest, ARedrawPauseInsideAnotherLeavesTheRedrawToThatOne)
+{
+    std::vector<WPARAM> log;
+    ASSERT_TRUE(SetWindowSubclass(m_list.m_hWnd, &NoteRedraw, 2, reinterpret_cast<DWORD_PTR>(&log)));
+    UpdateWindow(m_list.m_hWnd);
+    {
+        const CRedrawPause outer(m_list);
+        {
+            const CRedrawPause inner(m_list);
+            Insert(0, L"a");
+        }
+        EXPECT_EQ(log, std::vector<WPARAM>{FALSE});
+        EXPECT_FALSE(GetUpdateRect(m_list.m_hWnd, nullptr, FALSE));
+    }
+    EXPECT_EQ(log, (std::vector<WPARAM>{FALSE, TRUE}));
+    EXPECT_TRUE(GetUpdateRect(m_list.m_hWnd, nullptr, FALSE));
+    {
+        const CRedrawPause later(m_list);
+    }
+    EXPECT_EQ(log, (std::vector<WPARAM>{FALSE, TRUE, FALSE, TRUE}));
+    RemoveWindowSubclass(m_list.m_hWnd, &NoteRedraw, 2);
+}
+
 TEST_F(ListCtrlTest, ARedrawPauseLeavesAHeaderAloneThatStaysAsItIs)
 {
     const HWND header = ListView_GetHeader(m_list.m_hWnd);
