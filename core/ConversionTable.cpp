@@ -14,6 +14,7 @@
 #include "core/PartName.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/MessageText.h"
 #include "platform/FileNames.h"
 #include "platform/TemplateStore.h"
 
@@ -31,18 +32,20 @@ constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSE
 constexpr const wchar_t* kEditedExtension = L"sldprt";
 
 constexpr Text kForbiddenCharacters{
-    L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\nDiese "
-    L"Zeichen "
-    L"werden nun automatisch durch Unterstriche '_' ersetzt.",
-    L"The following characters are not allowed to use in file names:\n\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
+    L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n"
+    L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
+    L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.",
+    L"The following characters are not allowed to use in file names:\n"
+    L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
     L"These characters are automatically replaced by underscores '_'."};
 
 // One blank between ";" and "=", two between the others. Kept: the manuals quote it so.
 constexpr Text kForbiddenFeatureCharacters{
-    L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n\t@  /  ; =\n\n"
+    L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n"
+    L"\t@  /  ; =\n\n"
     L"Diese Zeichen werden nun automatisch durch Unterstriche '_' ersetzt.",
-    L"The following characters are not allowed to use in feature-/component names of SOLIDWORKS:\n\t@  /  ; "
-    L"=\n\n"
+    L"The following characters are not allowed to use in feature-/component names of SOLIDWORKS:\n"
+    L"\t@  /  ; =\n\n"
     L"These characters are automatically replaced by underscores '_'."};
 
 constexpr Text kEditedNameTaken{L"Der angegebene Dateiname ist schon vorhanden.",
@@ -52,13 +55,14 @@ constexpr Text kGeneratedNameTaken{
     L"Ein generierter Dateiname ist bereits vorhanden.\nDer vorhandene Dateiname bleibt erhalten.",
     L"A generated file name is not unique.\nSkip this file."};
 
-constexpr Text kAddedNameTakenLead{
-    L"Der angegebene Dateiname in der Spalte 'Umbenannt nach...' ist bereits vorhanden.\nDatei: \"",
-    L"The file name in column 'Renamed to...' is not unique.\nFile: \""};
-constexpr Text kAddedNameTakenClosing{
-    L"\" wird übergangen.\n\nSind mehrere Dateien betroffen, so wird diese Fehlermeldung nicht erneut "
-    L"angezeigt.",
-    L"\" is skipped.\n\nThis error message will be skipped for all following failures."};
+// %1: the original name, %2: the new name.
+constexpr Text kAddedNameTaken{
+    L"Der angegebene Dateiname in der Spalte 'Umbenannt nach...' ist bereits vorhanden.\n"
+    L"Datei: \"%1 -> %2\" wird übergangen.\n\n"
+    L"Sind mehrere Dateien betroffen, so wird diese Fehlermeldung nicht erneut angezeigt.",
+    L"The file name in column 'Renamed to...' is not unique.\n"
+    L"File: \"%1 -> %2\" is skipped.\n\n"
+    L"This error message will be skipped for all following failures."};
 
 // Writes the name's sort key into the bytes, or only measures it when `size` is 0. The key's size in bytes; 0
 // when there is no room for it.
@@ -209,8 +213,7 @@ private:
         const std::wstring_view newName = CopyToArena(std::wstring_view(m_newName), m_memory);
         if (!m_newNames.insert(newName).second) {
             if (!std::exchange(m_takenShown, true)) {
-                ShowOverRows(kAddedNameTakenLead.Current() + original + L" -> " + m_newName +
-                             kAddedNameTakenClosing.Current());
+                ShowOverRows(FillPlaces(kAddedNameTaken.Current(), {original, m_newName}));
             }
             return false;
         }

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <string_view>
 #include <utility>
 
 #include "framework/Language.h"
+#include "framework/MessageText.h"
 
 namespace {
 
@@ -18,58 +18,51 @@ constexpr DWORD kErrorDiskQuotaExceeded = 1295;  // the toolchain's headers lack
 struct CauseText
 {
     Cause cause;
-    Text text;  // "%s" stands for the file
+    Text text;  // %1: the file, %2: the number of the Windows error
 };
 
-// No sentence ends in a full stop: the messages that take them in put their own.
+// Without full stops: the messages that quote these texts end in their own.
 constexpr CauseText kCauseTexts[] = {
     {Cause::none, {L"Es liegt kein Fehler vor", L"There is no error"}},
     {Cause::generic,
-     {L"Beim Zugriff auf \"%s\" trat ein unbekannter Fehler auf",
-      L"An unknown error occurred while accessing \"%s\""}},
-    {Cause::fileNotFound, {L"Die Datei \"%s\" ist nicht vorhanden", L"The file \"%s\" does not exist"}},
+     {L"Beim Zugriff auf \"%1\" trat ein unbekannter Fehler auf (Windows-Fehler %2)",
+      L"An unknown error occurred while accessing \"%1\" (Windows error %2)"}},
+    {Cause::fileNotFound, {L"Die Datei \"%1\" ist nicht vorhanden", L"The file \"%1\" does not exist"}},
     {Cause::badPath,
-     {L"Der Pfad \"%s\" ist ungültig oder nicht vorhanden", L"The path \"%s\" is invalid or does not exist"}},
+     {L"Der Pfad \"%1\" ist ungültig oder nicht vorhanden", L"The path \"%1\" is invalid or does not exist"}},
     {Cause::tooManyOpenFiles, {L"Es sind zu viele Dateien geöffnet", L"Too many files are open"}},
-    {Cause::accessDenied, {L"Der Zugriff auf \"%s\" wurde verweigert", L"Access to \"%s\" was denied"}},
+    {Cause::accessDenied, {L"Der Zugriff auf \"%1\" wurde verweigert", L"Access to \"%1\" was denied"}},
     {Cause::invalidFile,
-     {L"Die Datei \"%s\" ist nicht oder nicht mehr geöffnet",
-      L"The file \"%s\" is not open or no longer open"}},
+     {L"Die Datei \"%1\" ist nicht oder nicht mehr geöffnet",
+      L"The file \"%1\" is not open or no longer open"}},
     {Cause::removeCurrentDir,
-     {L"Der Arbeitsordner \"%s\" kann nicht entfernt werden",
-      L"The working folder \"%s\" cannot be removed"}},
+     {L"Der Arbeitsordner \"%1\" kann nicht entfernt werden",
+      L"The working folder \"%1\" cannot be removed"}},
     {Cause::directoryFull,
-     {L"Im Ordner von \"%s\" ist kein Platz für weitere Einträge",
-      L"The folder of \"%s\" has no room for more entries"}},
+     {L"Im Ordner von \"%1\" ist kein Platz für weitere Einträge",
+      L"The folder of \"%1\" has no room for more entries"}},
     {Cause::badSeek,
-     {L"In der Datei \"%s\" wurde eine ungültige Stelle angesprochen",
-      L"An invalid position in the file \"%s\" was requested"}},
+     {L"In der Datei \"%1\" wurde eine ungültige Stelle angesprochen",
+      L"An invalid position in the file \"%1\" was requested"}},
     {Cause::hardIO,
-     {L"Das Laufwerk oder Gerät von \"%s\" meldet einen Fehler",
-      L"The drive or device of \"%s\" reports an error"}},
+     {L"Das Laufwerk oder Gerät von \"%1\" meldet einen Fehler",
+      L"The drive or device of \"%1\" reports an error"}},
     {Cause::sharingViolation,
-     {L"Die Datei \"%s\" ist von einem anderen Programm geöffnet",
-      L"The file \"%s\" is open in another program"}},
+     {L"Die Datei \"%1\" ist von einem anderen Programm geöffnet",
+      L"The file \"%1\" is open in another program"}},
     {Cause::lockViolation,
-     {L"Ein Bereich der Datei \"%s\" ist von einem anderen Programm gesperrt",
-      L"A region of the file \"%s\" is locked by another program"}},
+     {L"Ein Bereich der Datei \"%1\" ist von einem anderen Programm gesperrt",
+      L"A region of the file \"%1\" is locked by another program"}},
     {Cause::diskFull,
-     {L"Für die Datei \"%s\" ist kein Speicherplatz mehr frei",
-      L"There is no space left for the file \"%s\""}},
+     {L"Für die Datei \"%1\" ist kein Speicherplatz mehr frei",
+      L"There is no space left for the file \"%1\""}},
     {Cause::endOfFile,
-     {L"Das Ende der Datei \"%s\" wurde überschritten", L"Reading went past the end of the file \"%s\""}},
+     {L"Das Ende der Datei \"%1\" wurde überschritten", L"Reading went past the end of the file \"%1\""}},
 };
 
-std::wstring SentenceOf(Cause cause, const std::wstring& fileName)
+const Text& TextFor(Cause cause)
 {
-    const auto* entry = std::find_if(std::begin(kCauseTexts), std::end(kCauseTexts),
-                                     [cause](const CauseText& each) { return each.cause == cause; });
-    std::wstring sentence = entry->text.Current();
-    const auto place = sentence.find(L"%s");
-    if (place != std::wstring::npos) {
-        sentence.replace(place, 2, fileName);
-    }
-    return sentence;
+    return std::ranges::find(kCauseTexts, cause, &CauseText::cause)->text;
 }
 
 [[noreturn]] void ThrowLastError(const std::wstring& fileName)
@@ -170,11 +163,8 @@ CFileException::Cause CFileException::CauseOf(DWORD osError)
 
 std::wstring CFileException::GetErrorMessage() const
 {
-    std::wstring message = SentenceOf(m_cause, m_strFileName);
-    if (m_cause == Cause::generic) {
-        const Text number{L" (Windows-Fehler ", L" (Windows error "};
-        message += number.Current() + std::to_wstring(m_lOsError) + L")";
-    }
+    std::wstring message =
+        FillPlaces(TextFor(m_cause).Current(), {m_strFileName, std::to_wstring(m_lOsError)});
     if (message.size() > kMaxMessageLength) {
         message.resize(kMaxMessageLength);
     }

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "framework/Language.h"
+#include "framework/MessageText.h"
 
 namespace {
 
@@ -28,10 +29,10 @@ std::wstring SystemText(HRESULT status, DWORD languageId)
 
 std::wstring StatusNumber(HRESULT status)
 {
-    constexpr Text kStatus{L"Fehler 0x", L"Error 0x"};
+    constexpr Text kStatus{L"Fehler 0x%1", L"Error 0x%1"};
     std::array<wchar_t, 9> digits{};
     std::swprintf(digits.data(), digits.size(), L"%08lX", static_cast<unsigned long>(status));
-    return kStatus.Current() + digits.data();
+    return FillPlaces(kStatus.Current(), {digits.data()});
 }
 
 std::wstring StatusText(HRESULT status)

@@ -347,7 +347,7 @@ TEST(FileException, EveryCauseHasItsSentenceInBothLanguagesWithoutAFullStop)
 {
     for (int cause = static_cast<int>(Cause::none); cause <= static_cast<int>(Cause::endOfFile); ++cause) {
         SCOPED_TRACE(cause);
-        CFileException error(ERROR_SUCCESS, L"C:\\100%s");
+        CFileException error(ERROR_SUCCESS, L"C:\\100%2");
         error.m_cause = static_cast<Cause>(cause);
         std::wstring texts[2];
         for (int language = 0; language < 2; ++language) {
@@ -356,7 +356,7 @@ TEST(FileException, EveryCauseHasItsSentenceInBothLanguagesWithoutAFullStop)
             ASSERT_FALSE(texts[language].empty());
             EXPECT_NE(texts[language].back(), L'.');
             const bool aboutAFile = error.m_cause != Cause::none && error.m_cause != Cause::tooManyOpenFiles;
-            EXPECT_EQ(texts[language].find(L"\"C:\\100%s\"") != std::wstring::npos, aboutAFile);
+            EXPECT_EQ(texts[language].find(L"\"C:\\100%2\"") != std::wstring::npos, aboutAFile);
         }
         EXPECT_NE(texts[0], texts[1]);
     }
