@@ -4,10 +4,12 @@
 
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/ScopeExit.h"
 
 namespace {
 
-// Answers of RetryRejectedCall. From 100 on an answer is a time in milliseconds to wait before the next try.
+// Results of RetryRejectedCall ("IMessageFilter::RetryRejectedCall"): values from 100 on are milliseconds to
+// wait before the next try.
 constexpr DWORD kCancelCall = static_cast<DWORD>(-1);
 constexpr DWORD kTryAgainAfter = 250;
 
@@ -69,10 +71,10 @@ DWORD COleMessageFilter::HandleInComingCall(DWORD /*callType*/, HTASK /*caller*/
 
 DWORD COleMessageFilter::RetryRejectedCall(HTASK /*callee*/, DWORD tickCount, DWORD /*rejectType*/)
 {
-    // A busy server may say "later" or refuse outright, and a refusal passes just as well: both are tried
-    // again. tickCount is the time since the call was first tried; the user's last answer starts a new delay.
+    // Whatever the kind of rejection: a server that refuses outright may be free again soon, too. tickCount
+    // is the time since the first try; after the user has chosen to wait, the delay starts again.
     const ULONGLONG waited = std::min<ULONGLONG>(tickCount, GetTickCount64() - m_answeredAt);
-    if (waited < m_messagePendingDelay || m_asking || AskUser()) {
+    if (waited < m_busyDelay || m_asking || AskUser()) {
         return kTryAgainAfter;
     }
     return kCancelCall;
@@ -80,16 +82,17 @@ DWORD COleMessageFilter::RetryRejectedCall(HTASK /*callee*/, DWORD tickCount, DW
 
 DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD /*tickCount*/, DWORD /*pendingType*/)
 {
-    // No question here, however long the call takes: the server is at work, and a box inside the pending call
-    // would only let the user start something else in the middle of it.
+    // Never asks the user here: the server is working, and a message box would let the user start something
+    // else inside the pending call.
     return PENDINGMSG_WAITDEFPROCESS;
 }
 
 bool COleMessageFilter::AskUser()
 {
     m_asking = true;
-    const int answer = ShowMessage(kServerBusy.Current(), MB_RETRYCANCEL | MB_ICONEXCLAMATION);
-    m_asking = false;
-    m_answeredAt = GetTickCount64();
-    return answer == IDRETRY;
+    const CScopeExit answered([this] {
+        m_asking = false;
+        m_answeredAt = GetTickCount64();
+    });
+    return ShowMessage(kServerBusy.Current(), MB_RETRYCANCEL | MB_ICONEXCLAMATION) == IDRETRY;
 }

@@ -4,8 +4,8 @@
 
 #include "framework/ComPointers.h"
 
-// Waits for automation servers that are busy, and asks the user when that takes long. One object lives as
-// long as the application; it is not freed by reference counting. It serves the thread that registered it.
+// Retries calls that a busy automation server rejects, and asks the user when that takes long. Serves the
+// thread that registers it. Its owner determines its lifetime, not its reference count.
 class COleMessageFilter final : public IMessageFilter
 {
 public:
@@ -14,15 +14,15 @@ public:
     COleMessageFilter& operator=(const COleMessageFilter&) = delete;
     ~COleMessageFilter() { Revoke(); }
 
-    // Puts the filter in place for the calling thread, which must have entered COM as a single-threaded
-    // apartment. Answers false when COM refuses it.
+    // Registers the filter for the calling thread, which must be a single-threaded apartment. Returns false
+    // when COM refuses.
     bool Register();
 
-    // Puts the filter that served before back in its place; does nothing when not registered.
+    // Restores the previous filter. Does nothing when not registered.
     void Revoke();
 
-    // For how long a busy server is asked again before the user is asked, in milliseconds.
-    void SetMessagePendingDelay(DWORD milliseconds) { m_messagePendingDelay = milliseconds; }
+    // For how long calls to a busy server are retried before the user is asked.
+    void SetBusyDelay(DWORD milliseconds) { m_busyDelay = milliseconds; }
 
     // IUnknown
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override;
@@ -36,12 +36,12 @@ public:
     DWORD STDMETHODCALLTYPE MessagePending(HTASK callee, DWORD tickCount, DWORD pendingType) override;
 
 private:
-    // Whether the user wants to go on waiting.
+    // Returns whether the user wants to keep waiting.
     bool AskUser();
 
     ULONG m_references = 1;
-    DWORD m_messagePendingDelay = 5000;
-    ULONGLONG m_answeredAt = 0;  // when the user last wanted to go on, by GetTickCount64
+    DWORD m_busyDelay = 5000;    // milliseconds
+    ULONGLONG m_answeredAt = 0;  // when the user was last asked (GetTickCount64)
     bool m_asking = false;
     bool m_registered = false;
     IMessageFilterPtr m_previous;

@@ -53,7 +53,7 @@ bool CTalvenorApp::InitInstance()
     const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
     InitCommonControlsEx(&controls);
     InitializeOle();
-    GetMessageFilter().SetMessagePendingDelay(kBusyServerDelay);
+    GetMessageFilter().SetBusyDelay(kBusyServerDelay);
     g_nLanguage = kStartLanguage;
     const std::wstring path = kLibraryLead + kLibraryTail.Current();
     g_resourceLibrary = LoadResourceLibrary(path);

@@ -53,7 +53,7 @@ TEST(OleMessageFilter, TheDelayCanBeSet)
 {
     CFakeUser user([] { return IDCANCEL; });
     COleMessageFilter filter;
-    filter.SetMessagePendingDelay(60000);
+    filter.SetBusyDelay(60000);
     // The time since the machine's start bounds every wait.
     if (GetTickCount64() < 60000) {
         GTEST_SKIP() << "skipped: the machine runs for less than a minute";
@@ -67,7 +67,7 @@ TEST(OleMessageFilter, AsksInBothLanguages)
 {
     CFakeUser user([] { return IDCANCEL; });
     COleMessageFilter filter;
-    filter.SetMessagePendingDelay(0);
+    filter.SetBusyDelay(0);
     {
         const CLanguageScope german(1);
         filter.RetryRejectedCall(nullptr, 0, SERVERCALL_RETRYLATER);
@@ -85,7 +85,7 @@ TEST(OleMessageFilter, RetryGoesOnForAnotherDelay)
 {
     CFakeUser user([] { return IDRETRY; });
     COleMessageFilter filter;
-    filter.SetMessagePendingDelay(300);
+    filter.SetBusyDelay(300);
     EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 300, SERVERCALL_RETRYLATER)));
     EXPECT_EQ(user.m_boxes.size(), 1U);
     EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 5000, SERVERCALL_RETRYLATER)));
@@ -98,7 +98,7 @@ TEST(OleMessageFilter, RetryGoesOnForAnotherDelay)
 TEST(OleMessageFilter, DoesNotAskWhileItAsks)
 {
     COleMessageFilter filter;
-    filter.SetMessagePendingDelay(0);
+    filter.SetBusyDelay(0);
     DWORD nested = 0;
     CFakeUser user([&filter, &nested] {
         nested = filter.RetryRejectedCall(nullptr, 100000, SERVERCALL_RETRYLATER);
