@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "framework/ScopeExit.h"
 #include "framework/WinApp.h"
 #include "framework/Wnd.h"
 
@@ -12,7 +13,7 @@ namespace {
 
 MessageListener g_listener;
 
-// The request whose box is open; the system's help callback gets no pointer of ours.
+// The request of the open box, for the help callback, which has no user data ("MSGBOXPARAMSW structure").
 const MessageRequest* g_shown = nullptr;
 
 HWND FindOwner()
@@ -24,8 +25,7 @@ HWND FindOwner()
     return GetLastActivePopup(app->m_pMainWnd->m_hWnd);
 }
 
-// The viewer of compiled help, by its whole path: a name alone would be looked for in the working folder,
-// too.
+// The HTML Help viewer. Its full path, as a bare name would be searched for in the working folder, too.
 std::wstring HelpViewer()
 {
     std::array<wchar_t, MAX_PATH> folder{};
@@ -33,7 +33,6 @@ std::wstring HelpViewer()
     return std::wstring(folder.data()) + L"\\hh.exe";
 }
 
-// The help button: the viewer of compiled help opens the topic.
 void CALLBACK ShowHelpTopic(HELPINFO* info)
 {
     if (g_shown == nullptr) {
@@ -62,10 +61,8 @@ int ShowBox(const MessageRequest& request)
         parameters.dwContextHelpId = request.helpContext;
         parameters.lpfnMsgBoxCallback = &ShowHelpTopic;
     }
-    const MessageRequest* outer = std::exchange(g_shown, &request);
-    const int answer = MessageBoxIndirectW(&parameters);
-    g_shown = outer;
-    return answer;
+    const CScopeExit restore([outer = std::exchange(g_shown, &request)] { g_shown = outer; });
+    return MessageBoxIndirectW(&parameters);
 }
 
 }  // namespace
@@ -78,8 +75,8 @@ int ShowMessage(const std::wstring& text, UINT type)
 int ShowMessage(const MessageRequest& request)
 {
     if (g_listener) {
-        if (const std::optional<int> answer = g_listener(request)) {
-            return *answer;
+        if (const std::optional<int> button = g_listener(request)) {
+            return *button;
         }
     }
     return ShowBox(request);
