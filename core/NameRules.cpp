@@ -7,7 +7,7 @@
 
 namespace {
 
-// Meant to be six whatever the extension's length: it fits "sldprt", "sldasm" and "slddrw".
+// The length of "sldprt", "sldasm" and "slddrw". The dot is not compared: "ABCsldprt" gets nothing appended.
 constexpr std::size_t kComparedCharacters = 6;
 
 std::wstring_view LastCharacters(std::wstring_view name)
@@ -15,7 +15,7 @@ std::wstring_view LastCharacters(std::wstring_view name)
     return name.substr(name.size() - std::min(name.size(), kComparedCharacters));
 }
 
-// ASCII characters, asked by number.
+// A set of ASCII characters.
 class CCharacterSet
 {
 public:

@@ -16,8 +16,7 @@ struct FillIn
 
 using FillIns = std::initializer_list<FillIn>;
 
-// Whether putting a value in can make a fill-in that was none before: out of a value's own "%", or out of one
-// that stands right before a fill-in.
+// Whether filling can give rise to new fill-ins: from a "%" in a value, or from one right before a fill-in.
 bool CanMakeFillIns(std::wstring_view text, FillIns fillIns)
 {
     return text.find(L"%%") != std::wstring_view::npos ||
@@ -25,8 +24,7 @@ bool CanMakeFillIns(std::wstring_view text, FillIns fillIns)
                fillIns, [](const FillIn& each) { return each.value.find(L'%') != std::wstring_view::npos; });
 }
 
-// All fill-ins in one walk along the text.
-void FillAtOnce(std::wstring& filled, std::wstring_view text, FillIns fillIns)
+void FillInOnePass(std::wstring& filled, std::wstring_view text, FillIns fillIns)
 {
     std::size_t done = 0;
     for (std::size_t at = text.find(L'%'); at != std::wstring_view::npos; at = text.find(L'%', at + 1)) {
@@ -40,18 +38,18 @@ void FillAtOnce(std::wstring& filled, std::wstring_view text, FillIns fillIns)
     filled.append(text, done);
 }
 
-// Kept: the fill-ins are replaced in this order over the whole text, inserted values included, as users'
-// templates rely on it. Where no new fill-in can come up, one walk gives the same.
+// Kept: the fill-ins are replaced in this order in the whole text, inserted values included, as users'
+// templates rely on it. Without new fill-ins, one pass gives the same.
 void Fill(std::wstring& filled, std::wstring_view text, FillIns fillIns)
 {
-    std::size_t usualSize = text.size();  // of a text in which each fill-in stands once
+    std::size_t usualSize = text.size();  // with each fill-in once
     for (const FillIn& fillIn : fillIns) {
         usualSize += fillIn.value.size();
     }
     filled.clear();
     filled.reserve(usualSize);
     if (!CanMakeFillIns(text, fillIns)) {
-        FillAtOnce(filled, text, fillIns);
+        FillInOnePass(filled, text, fillIns);
         return;
     }
     filled = text;

@@ -12,29 +12,26 @@ inline constexpr int kColumnOriginal = 0;  // file name of the standard part
 inline constexpr int kColumnRenamed = 1;   // file name of its copy
 inline constexpr int kColumnBomName = 2;   // name in the bill of materials
 
-// The template that generates the given column (kColumnRenamed or kColumnBomName) unless the user has set
-// another one.
+// The template of the column (kColumnRenamed or kColumnBomName) until the user sets another one.
 [[nodiscard]] const wchar_t* DefaultTemplate(int column);
 
 // Fills %1 and %3 to %8 of a template with the pieces of a part's file name. The fill-ins are replaced one
-// after the other over the whole text, so a fill-in inside a value is filled too when its turn is still to
-// come. %2, the configuration name, stays as it stands, and so does a % before any other character.
+// after the other in the whole text, so a value that contains a later fill-in has it filled, too. %2, the
+// configuration name, stays, and so does a % before any other character.
 [[nodiscard]] std::wstring ExpandTemplate(std::wstring_view templateText, const PartNameValues& values);
 
 // The same into a text that is used again and keeps its room.
 void ExpandTemplate(std::wstring& expanded, std::wstring_view templateText, const PartNameValues& values);
 
-// Fills %1, %2 (the configuration name), %3, %4, %7 and %8 of a bill-of-materials name, in the same way.
-// %5 and %6 are not filled here.
+// Fills %1, %2 (the configuration name), %3, %4, %7 and %8 of a BOM name in the same way. %5 and %6 stay.
 [[nodiscard]] std::wstring ExpandConfigurationName(std::wstring_view text, const PartNameValues& values,
                                                    std::wstring_view configurationName);
 
-// The new file name that a file-name template gives to the part of this file name: expanded, with the part's
-// extension, and with "_" for the characters that a file name may not hold. None when the expanded template
-// or the part's extension is empty. `equal`: as for EnsureExtension.
+// The file name that a template generates for a part: expanded, with the part's extension, and sanitised.
+// None when the expanded template or the part's extension is empty. `equal`: as for EnsureExtension.
 [[nodiscard]] std::optional<std::wstring> NewFileName(std::wstring_view templateText,
                                                       std::wstring_view fileName, NameComparison equal);
 
-// The bill-of-materials name that a template gives to one configuration of the part of this file name.
+// The BOM name that a template generates for one configuration of a part.
 [[nodiscard]] std::wstring ConfigurationBomName(std::wstring_view templateText, std::wstring_view fileName,
                                                 std::wstring_view configurationName);

@@ -10,10 +10,10 @@ namespace {
 
 constexpr std::wstring_view kFence = L"__";
 
-// The longer prefixes stand before the shorter ones that they begin with.
+// Longer prefixes come before the shorter ones that they start with.
 constexpr std::array<std::wstring_view, 5> kPrefixes = {L"N_ISO_", L"N_ENISO_", L"N_EN_", L"N_", L"N"};
 
-// Where the three fences around the two extra fields begin.
+// The positions of the three fences around the two extra fields.
 struct ExtraBlock
 {
     std::size_t first;
@@ -56,8 +56,8 @@ std::wstring_view NumberOf(std::wstring_view core)
     return core.substr(0, core.find(L'_'));
 }
 
-// Only exactly three fences, counted left to right without overlap, make a block; of "___" the first two
-// underscores are the fence.
+// A block has exactly three fences, counted from the left without overlap: in "___" the first two underscores
+// are the fence.
 std::optional<ExtraBlock> FindExtraBlock(std::wstring_view fileName)
 {
     std::array<std::size_t, 3> fences{};

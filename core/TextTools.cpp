@@ -43,7 +43,7 @@ int ReplaceAll(std::wstring& text, std::wstring_view what, std::wstring_view by)
     }
     std::size_t at = text.find(what);
     if (at != std::wstring::npos && text.find(what, at + what.size()) == std::wstring::npos) {
-        text.replace(at, what.size(), by);  // the usual case, which needs no second text
+        text.replace(at, what.size(), by);  // the usual case, without a second text
         return 1;
     }
     std::wstring replaced;

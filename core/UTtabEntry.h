@@ -2,12 +2,12 @@
 
 #include <string>
 
-// One row of the conversion table in the form that the parts map file holds.
+// A row of the conversion table, as the parts map file holds it.
 struct UTtab_entry
 {
     std::wstring strOriginal;  // file name in the standard-parts folder
     std::wstring strRenamed;   // file name of the copy in the "Mapped" folder
-    std::wstring strBomName;   // name written as the bill-of-materials entry
+    std::wstring strBomName;   // BOM name
 
     bool operator==(const UTtab_entry&) const = default;
 };

@@ -1,6 +1,6 @@
 #include "framework/AccessibleName.h"
 
-#include <initguid.h>  // has the next header define its interface and property numbers here
+#include <initguid.h>  // makes oleacc.h define its GUIDs here
 
 #include <oleacc.h>
 

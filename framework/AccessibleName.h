@@ -4,7 +4,7 @@
 
 #include <string>
 
-// The name by which screen readers know a window that no label stands before. To be cleared before the window
-// goes. Both do nothing where the system has no such service; COM must be initialised.
+// The name that screen readers announce for a window without a label ("Dynamic Annotation API"). Clear it
+// before the window is destroyed. COM must be initialised. Without the service, both do nothing.
 void SetAccessibleName(HWND window, const std::wstring& name);
 void ClearAccessibleName(HWND window);

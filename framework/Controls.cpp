@@ -6,11 +6,11 @@
 
 namespace {
 
-// Texts up to this length are read in one message.
+// Most texts fit, and are read in one message.
 constexpr std::size_t kUsualTextLength = 260;
 
-// In pixels on the screen; empty when there is no window.
-RECT PlaceOf(HWND window)
+// In screen coordinates; empty for null.
+RECT WindowRect(HWND window)
 {
     RECT place{};
     GetWindowRect(window, &place);
@@ -106,7 +106,7 @@ std::wstring CListCtrl::GetItemText(int row, int column) const
     if (length + 1 < usual.size()) {
         return {usual.data(), length};
     }
-    // The control cuts a text to the buffer without saying so: a full buffer asks for a larger one.
+    // The control truncates silently ("LVM_GETITEMTEXT message"): a full buffer may lack the rest.
     std::wstring text(usual.size(), L'\0');
     while (length + 1 >= text.size()) {
         text.resize(text.size() * 2);
@@ -116,7 +116,7 @@ std::wstring CListCtrl::GetItemText(int row, int column) const
     return text;
 }
 
-// Returns how many characters of the text lie in the buffer now, the terminating zero not counted.
+// Returns the number of characters in the buffer, without the NUL.
 std::size_t CListCtrl::ReadItemText(int row, int column, wchar_t* buffer, std::size_t size) const
 {
     LVITEMW item{};
@@ -159,7 +159,7 @@ CRedrawPause::CRedrawPause(const CListCtrl& list)
     , m_outermost(list.m_redrawPauses++ == 0)
     , m_header(list.GetHeader())
     , m_headerOutstanding(GetUpdateRect(m_header, nullptr, FALSE) != FALSE)
-    , m_headerPlace(PlaceOf(m_header))
+    , m_headerPlace(WindowRect(m_header))
 {
     if (m_outermost) {
         m_list.SendMessage(WM_SETREDRAW, FALSE);
@@ -173,7 +173,7 @@ CRedrawPause::~CRedrawPause()
         return;
     }
     m_list.SendMessage(WM_SETREDRAW, TRUE);
-    const RECT place = PlaceOf(m_header);
+    const RECT place = WindowRect(m_header);
     const bool drawHeader = m_headerOutstanding || !EqualRect(&place, &m_headerPlace);
     RedrawWindow(m_list.m_hWnd, nullptr, nullptr,
                  RDW_ERASE | RDW_FRAME | RDW_INVALIDATE | (drawHeader ? RDW_ALLCHILDREN : 0U));

@@ -10,7 +10,7 @@
 #include "framework/Handles.h"
 #include "framework/Wnd.h"
 
-// The common controls, as thin as they can be: a member stands for the message or macro of the same name.
+// Thin wrappers of the common controls: a member sends the message, or calls the macro, of the same name.
 
 class CStatic : public CWnd
 {
@@ -60,8 +60,8 @@ public:
 class CImageList
 {
 public:
-    // Takes the images from a bitmap resource in which they stand side by side, each `width` pixels wide;
-    // pixels of the mask colour are transparent. False when the bitmap is missing.
+    // Loads a bitmap resource with the images side by side, each `width` pixels wide; pixels of the mask
+    // colour are transparent. Returns false when the bitmap is missing.
     bool Create(UINT bitmapId, int width, int growBy, COLORREF mask);
     [[nodiscard]] HIMAGELIST GetHandle() const { return m_imageList.get(); }
 
@@ -69,7 +69,7 @@ private:
     UniqueImageList m_imageList;
 };
 
-// A list view in report view. Rows and columns count from 0; -1 is "none".
+// A list view in report view. Rows and columns are numbered from 0; -1 is none.
 class CListCtrl : public CWnd
 {
 public:
@@ -84,7 +84,7 @@ public:
     int InsertColumn(int column, const std::wstring& text, int width, int format = LVCFMT_LEFT) const;
 
     [[nodiscard]] int GetItemCount() const { return static_cast<int>(SendDirect(LVM_GETITEMCOUNT)); }
-    // Announces how many rows are to come.
+    // Reserves memory for the rows ("LVM_SETITEMCOUNT message").
     void SetItemCount(int count) const { ListView_SetItemCount(m_hWnd, count); }
     int InsertItem(const LVITEMW& item) const
     {
@@ -95,7 +95,7 @@ public:
     [[nodiscard]] int GetColumnCount() const;
     [[nodiscard]] int GetColumnWidth(int column) const { return ListView_GetColumnWidth(m_hWnd, column); }
     void SetColumnWidth(int column, int width) const { ListView_SetColumnWidth(m_hWnd, column, width); }
-    [[nodiscard]] std::wstring GetColumnText(int column) const;  // the header, at most 255 characters of it
+    [[nodiscard]] std::wstring GetColumnText(int column) const;  // truncated to 255 characters
     // An LVCFMT_* alignment.
     [[nodiscard]] int GetColumnFormat(int column) const;
     // The columns from left to right.

@@ -2,20 +2,20 @@
 
 #include <windows.h>
 
-// One exchange between a dialog's members and its controls, handed to DoDataExchange, which calls the
-// functions of DialogData.h.
+// One exchange between a dialog's members and its controls. DoDataExchange passes it to the functions of
+// DialogData.h.
 class CDataExchange
 {
 public:
     CDataExchange(HWND dialog, bool save) : m_dialog(dialog), m_saving(save) {}
 
-    // Towards the members.
+    // From the controls to the members.
     [[nodiscard]] bool IsSaving() const { return m_saving; }
 
-    // Every control asked for was there.
+    // No control was missing.
     [[nodiscard]] bool Succeeded() const { return m_succeeded; }
 
-    // The control's window; null when the dialog has none of that number, which fails the exchange.
+    // The control's window. Null when the dialog has no such control; the exchange then fails.
     [[nodiscard]] HWND GetControl(int id)
     {
         const HWND control = GetDlgItem(m_dialog, id);

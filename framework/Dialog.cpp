@@ -35,8 +35,8 @@ INT_PTR CDialog::DoModal()
     if (created) {
         RunModalLoop();
     }
-    // The owner is enabled before the dialog goes: otherwise the system would activate another program's
-    // window.
+    // The owner is enabled first: with a disabled owner, destroying the dialog would activate another
+    // program's window.
     if (ownerWasEnabled) {
         ::EnableWindow(owner, TRUE);
     }
@@ -54,9 +54,8 @@ bool CDialog::Create()
     return CreateFromTemplate(FindOwner());
 }
 
-// The dialog manager deals with Tab, arrows, Enter, Escape and mnemonics. It moves the default button along
-// with the focus when it moves the focus itself; not every system does so behind a click, and none behind
-// SetFocus.
+// The dialog manager moves the default button with the focus only when it moves the focus itself
+// ("IsDialogMessageW function"), not after SetFocus and not on every system after a click.
 bool CDialog::PreTranslateMessage(MSG& message)
 {
     if (message.message == WM_KEYDOWN && message.wParam == VK_RETURN) {
@@ -75,8 +74,8 @@ void CDialog::FocusControl(const CWnd& control) const
     SendMessage(WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control.m_hWnd), TRUE);
 }
 
-// Gives the default style, on which Enter and the button's frame depend, to the push button that has the
-// focus, and to the dialog's own default button (DM_GETDEFID) while the focus is elsewhere.
+// Sets the default style, which decides Enter and the button's frame, on the push button with the focus, or
+// on the dialog's own default button (DM_GETDEFID) while the focus is elsewhere.
 void CDialog::MoveDefaultButton() const
 {
     HWND wanted = ::GetFocus();
@@ -104,8 +103,8 @@ const MessageMap* CDialog::GetMessageMap() const
     return &kMap;
 }
 
-// A command that comes from a disabled button is dropped: Escape and the close box reach the cancel command
-// without asking whether its button may be pressed.
+// Drops commands of disabled buttons: Escape and the close box send the cancel command even while its button
+// is disabled.
 bool CDialog::OnCommand(WPARAM wParam, LPARAM lParam)
 {
     const HWND control = GetDlgItem(LOWORD(wParam));
@@ -115,7 +114,7 @@ bool CDialog::OnCommand(WPARAM wParam, LPARAM lParam)
     return CWnd::OnCommand(wParam, lParam);
 }
 
-// The system tells top-level windows only that its colours have changed, for instance to high contrast.
+// Sent to top-level windows only; common controls need it, too ("WM_SYSCOLORCHANGE message").
 void CDialog::OnSysColorChange()
 {
     Default();

@@ -6,42 +6,40 @@
 class CDialog : public CWnd
 {
 public:
-    // `owner`: the window that the dialog belongs to; null takes the application's main window when there is
-    // one.
+    // `owner`: the owner window; null for the application's main window, if it has one.
     explicit CDialog(UINT templateId, CWnd* owner = nullptr);
     ~CDialog() override;
 
-    // Runs the dialog in a message loop of its own until EndDialog, with its owner disabled. Returns
-    // EndDialog's value, or -1 when the dialog could not be made.
+    // Runs the dialog until EndDialog, with its owner disabled. Returns EndDialog's value, or -1 when the
+    // dialog could not be created.
     INT_PTR DoModal();
 
-    // Makes the dialog modeless and shows it as its template says. False on failure.
+    // Creates the dialog modeless. Returns false on failure.
     bool Create();
 
-    // Leaves the dialog's messages to the dialog manager (IsDialogMessage). Enter presses the push button
-    // that has the focus, however the focus came there, and the default button when it is elsewhere.
+    // Passes messages to the dialog manager (IsDialogMessage). Enter presses the push button with the focus,
+    // however it got the focus, or else the default button.
     bool PreTranslateMessage(MSG& message) override;
 
 protected:
-    // Gives the focus to a control of the dialog, and the default button's frame to where it then belongs
-    // (WM_NEXTDLGCTL).
+    // Sets the focus and moves the default button with it (WM_NEXTDLGCTL).
     void FocusControl(const CWnd& control) const;
 
     [[nodiscard]] const MessageMap* GetMessageMap() const override;
     bool OnCommand(WPARAM wParam, LPARAM lParam) override;
 
-    // Called when the window and its controls exist. The base moves the members' data into the controls.
-    // True: the system gives the focus to the first control.
+    // WM_INITDIALOG. The base copies the members into the controls. Return true to let the system set the
+    // focus to the first control.
     virtual bool OnInitDialog();
 
-    // The commands of IDOK and IDCANCEL (Enter and Escape, the close box): both end a modal dialog.
+    // IDOK, and IDCANCEL (also Escape and the close box). Both end a modal dialog.
     virtual void OnOK() { EndDialog(IDOK); }
     virtual void OnCancel() { EndDialog(IDCANCEL); }
 
-    // Ends the modal loop once the handler in hand returns.
+    // Ends the modal loop when the current handler returns.
     void EndDialog(INT_PTR result);
 
-    // EndDialog was called, so that the window is about to go.
+    // EndDialog was called; the window is about to be destroyed.
     [[nodiscard]] bool IsEnding() const { return m_ending; }
 
 private:

@@ -46,7 +46,7 @@ void CDialogLayout::Arrange() const
     if (moves != nullptr) {
         EndDeferWindowPos(moves);
     }
-    // A group box lies under other controls, so none of the old pixels can be taken along.
+    // Redraws everything: a group box overlaps other controls, so no old pixels can be reused.
     RedrawWindow(m_dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 

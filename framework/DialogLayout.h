@@ -4,12 +4,11 @@
 
 #include <vector>
 
-// Keeps a resizable dialog's controls at the edges of the dialog that they belong to. Begin notes the
-// dialog's first size, which is also its smallest.
+// Keeps the controls of a resizable dialog at its edges. The size at Begin is also the minimum size.
 class CDialogLayout
 {
 public:
-    // The edges that a control's own edges keep their distance from. With both opposite edges it grows.
+    // The dialog's edges that a control keeps its distance from. With two opposite edges it grows.
     enum Edges : unsigned
     {
         left = 1,
@@ -21,26 +20,27 @@ public:
     void Begin(HWND dialog);
     void Anchor(int id, unsigned edges);
 
-    // To be called when the dialog's client area has a new size.
+    // Call on WM_SIZE.
     void Arrange() const;
 
-    // Answers WM_GETMINMAXINFO.
+    // Handles WM_GETMINMAXINFO.
     void LimitSize(MINMAXINFO& limits) const;
 
 private:
-    // A length at the first scaling in pixels of today's.
+    // Converts a length from the DPI at Begin to the current DPI.
     [[nodiscard]] LONG Scaled(LONG length) const;
 
     struct Anchored
     {
         HWND control;
         unsigned edges;
-        RECT place;  // at the dialog's first size, in its client coordinates
+        RECT place;  // at Begin, in client coordinates
     };
 
     HWND m_dialog = nullptr;
-    UINT m_dpi = USER_DEFAULT_SCREEN_DPI;  // the first scaling, in dots per inch
-    SIZE m_client{};                       // the client area's first size
-    SIZE m_window{};                       // the window's first size
+    // At Begin
+    UINT m_dpi = USER_DEFAULT_SCREEN_DPI;
+    SIZE m_client{};
+    SIZE m_window{};
     std::vector<Anchored> m_controls;
 };

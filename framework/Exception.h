@@ -2,7 +2,7 @@
 
 #include <string>
 
-// The common base of the framework's exceptions. They are thrown by value and caught by reference.
+// Base of the framework's exceptions, which are thrown by value and caught by reference.
 class CException
 {
 public:

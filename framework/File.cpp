@@ -13,7 +13,7 @@ namespace {
 using Cause = CFileException::Cause;
 
 constexpr std::size_t kMaxMessageLength = 1024;
-constexpr DWORD kErrorDiskQuotaExceeded = 1295;  // the toolchain's headers lack its name
+constexpr DWORD kErrorDiskQuotaExceeded = 1295;  // not in the toolchain's headers
 
 struct CauseText
 {
@@ -71,12 +71,12 @@ const Text& TextFor(Cause cause)
     throw CFileException(osError, fileName);
 }
 
-// Before Windows 11 a name such as NUL.txt or AUX.txt means a device in every folder: the system turns the
-// path into that of the device, and what is written there is lost without an error.
+// Before Windows 11, a name such as NUL.txt is a device in every folder ("Naming Files, Paths, and
+// Namespaces"), and what is written to NUL is lost without an error.
 bool BecomesDevice(const std::wstring& path)
 {
     constexpr std::wstring_view kDevice = L"\\\\.\\";
-    std::array<wchar_t, 16> full{};  // as many as a device takes; a longer path is none
+    std::array<wchar_t, 16> full{};  // fits every device path; a longer path is no device
     const DWORD length =
         ::GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
     return length < full.size() && std::wstring_view(full.data()).starts_with(kDevice) &&
@@ -250,8 +250,8 @@ bool CFile::GetStatus(const std::wstring& path, CFileStatus& status)
 
 void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
 {
-    // Windows grants the right to write attributes for read-only files too, but not every file system behind
-    // a network path does: the attribute goes first.
+    // The read-only attribute is cleared first: some network file systems refuse to change the attributes of
+    // a read-only file.
     const DWORD present = ::GetFileAttributesW(path.c_str());
     if (present != INVALID_FILE_ATTRIBUTES && (present & FILE_ATTRIBUTE_READONLY) != 0) {
         ::SetFileAttributesW(path.c_str(), present & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
@@ -262,7 +262,7 @@ void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
     if (!file) {
         ThrowLastError(path);
     }
-    FILE_BASIC_INFO info = {};  // a time of zero stays as it is
+    FILE_BASIC_INFO info = {};  // times of 0 are not changed ("FILE_BASIC_INFORMATION structure")
     info.LastWriteTime.LowPart = status.lastWriteTime.dwLowDateTime;
     info.LastWriteTime.HighPart = static_cast<LONG>(status.lastWriteTime.dwHighDateTime);
     info.FileAttributes = status.attributes != 0 ? status.attributes : FILE_ATTRIBUTE_NORMAL;
@@ -281,7 +281,7 @@ bool CFile::Truncate(const std::wstring& path, std::uint64_t length)
     FILE_END_OF_FILE_INFO end{};
     end.EndOfFile.QuadPart = static_cast<LONGLONG>(length);
     if (size.QuadPart <= end.EndOfFile.QuadPart) {
-        return size.QuadPart == end.EndOfFile.QuadPart;  // setting it would fill a shorter file with zeros
+        return size.QuadPart == end.EndOfFile.QuadPart;  // never extend the file
     }
     return ::SetFileInformationByHandle(file.m_file.get(), FileEndOfFileInfo, &end, sizeof end) != FALSE;
 }

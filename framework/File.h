@@ -33,14 +33,14 @@ public:
 
     CFileException() = default;
 
-    // The failure that a Windows error code (GetLastError) of an operation on fileName stands for.
+    // osError: the error code (GetLastError) of a failed operation on the file.
     CFileException(DWORD osError, std::wstring fileName);
 
-    // The class of failure of a Windows error code; a code that is not known is Cause::generic.
+    // Cause::generic for unknown codes.
     [[nodiscard]] static Cause CauseOf(DWORD osError);
 
-    // One sentence that names the class of failure and, where that helps, the file; at most 1024 characters,
-    // the rest is cut off. A cause that is not known is followed by the number of the Windows error.
+    // A sentence about the cause and, where that helps, the file, truncated to 1024 characters. For
+    // Cause::generic it ends in the number of the Windows error.
     [[nodiscard]] std::wstring GetErrorMessage() const override;
 
     Cause m_cause = Cause::none;
@@ -48,14 +48,13 @@ public:
     std::wstring m_strFileName;
 };
 
-// What the file system tells about a file.
 struct CFileStatus
 {
-    DWORD attributes = 0;             // FILE_ATTRIBUTE_*; 0: none is set
+    DWORD attributes = 0;             // FILE_ATTRIBUTE_*; 0 for none
     FILETIME lastWriteTime = {0, 0};  // UTC
 };
 
-// A file that is open for unbuffered reading or writing of bytes from its beginning on.
+// A file that is read or written sequentially, without a buffer.
 class CFile
 {
 public:
@@ -63,40 +62,40 @@ public:
     {
         modeRead = 0x01,
         modeWrite = 0x02,
-        modeCreate = 0x04,      // make the file, or truncate the one that is there
-        shareDenyNone = 0x08,   // others may read and write meanwhile
+        modeCreate = 0x04,      // create the file, or truncate an existing one
+        shareDenyNone = 0x08,   // others may read and write at the same time
         shareExclusive = 0x10,  // others may do neither
-        typeBinary = 0x20       // bytes pass unchanged; there is no other way, the flag only says so
+        typeBinary = 0x20       // always so; the flag states it
     };
 
-    // Opens the file (CreateFileW) in place of the one that is open now. False on failure; *error then tells
-    // why, when error is not null. A name that means a device, such as NUL.txt, is a failure too.
+    // Opens the file (CreateFileW) and closes the previous one. On failure returns false and sets *error
+    // (unless null). Device names such as NUL.txt fail, too.
     [[nodiscard]] bool Open(const std::wstring& path, UINT flags, CFileException* error);
 
-    // Reads up to count bytes (ReadFile) and returns how many it read; 0 is the end of the file.
-    // Throws CFileException.
+    // Reads up to count bytes (ReadFile). Returns the number of bytes read, 0 at the end of the file. Throws
+    // CFileException.
     [[nodiscard]] UINT Read(void* buffer, UINT count);
 
-    // Writes count bytes (WriteFile). Throws CFileException; Cause::diskFull when fewer bytes found room.
+    // Writes count bytes (WriteFile). Throws CFileException; Cause::diskFull when not all were written.
     void Write(const void* buffer, UINT count);
 
-    // Closes the file when it is open. Throws CFileException when the system reports a failure at that late
-    // point; the file is closed all the same. The destructor closes without a report.
+    // Closes the file, if open. Throws CFileException when the system reports an error; the file is closed
+    // nevertheless. The destructor does not report errors.
     void Close();
 
-    // When the file is open (for writing): has the system bring to the disk what it still holds of it,
-    // whoever wrote that (FlushFileBuffers). False when it cannot; true when the file system, as some behind
-    // a network path, has no such request: then nothing is known to be lost.
+    // Flushes cached writes to disk, including those made through other handles (FlushFileBuffers). The file
+    // must be open for writing; does nothing when it is closed. Returns false on failure; true on file
+    // systems without this operation, such as some network drives.
     [[nodiscard]] bool Flush();
 
-    // Reads the status of a file or folder; false when there is none at the path, or a device.
+    // Reads the status of a file or folder. Returns false when the path does not exist or is a device.
     [[nodiscard]] static bool GetStatus(const std::wstring& path, CFileStatus& status);
 
-    // Sets the attributes and the time of last modification, both or none. Throws CFileException.
+    // Sets both the attributes and the time of the last write, in one call. Throws CFileException.
     static void SetStatus(const std::wstring& path, const CFileStatus& status);
 
-    // Takes away what a file holds behind its first `length` bytes. False when the system refuses, and when
-    // the file is shorter; it stays as it is then.
+    // Truncates the file to `length` bytes. Returns false, with the file unchanged, when the system refuses
+    // or the file is shorter.
     [[nodiscard]] static bool Truncate(const std::wstring& path, std::uint64_t length);
 
 private:

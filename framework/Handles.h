@@ -7,7 +7,6 @@
 #include <memory>
 #include <type_traits>
 
-// Frees a Windows handle with the function that belongs to its kind.
 template <class HandleType, auto closeFunction>
 struct HandleCloser
 {
@@ -15,8 +14,7 @@ struct HandleCloser
     void operator()(HandleType handle) const noexcept { closeFunction(handle); }
 };
 
-// The one owner of a Windows handle. Empty is the null handle: a function that tells failure by
-// INVALID_HANDLE_VALUE has its result passed through ValidHandle first.
+// Owns a Windows handle; null is empty. Pass results that may be INVALID_HANDLE_VALUE through ValidHandle.
 template <class HandleType, auto closeFunction>
 using UniqueOwner =
     std::unique_ptr<std::remove_pointer_t<HandleType>, HandleCloser<HandleType, closeFunction>>;

@@ -7,19 +7,16 @@
 
 class CWnd;
 
-// One row of a window class's message table: which message it is about, and the member function that handles
-// it. Rows are made by OnMessage, OnCommand, OnNotify and OnReflectedNotify below, which check the handler's
-// signature.
+// A row of a window class's message table: a message and its handler. OnMessage, OnCommand, OnNotify and
+// OnReflectedNotify below make rows and check the handler's signature.
 struct MessageEntry
 {
     enum class Kind
     {
-        message,  // a window message: `code` is the message
-        command,  // WM_COMMAND: `code` is the notification (BN_CLICKED for buttons and menus), `id` the
-                  // control
-        notify,   // WM_NOTIFY of a child window: `code` is the code
-        reflectedNotify  // WM_NOTIFY that the parent sent back to the control it came from: `code` is the
-                         // code
+        message,  // `code`: the window message
+        command,  // WM_COMMAND; `code`: the notification (BN_CLICKED for menus, too), `id`: the control
+        notify,   // WM_NOTIFY of a child window; `code`: the notification
+        reflectedNotify  // WM_NOTIFY that the parent reflects to its sender; `code`: the notification
     };
 
     Kind kind;
@@ -28,13 +25,13 @@ struct MessageEntry
     LRESULT (*handler)(CWnd& window, WPARAM wParam, LPARAM lParam);
 };
 
-// A class's table and that of its base class, which is asked when no row of the table fits.
+// A class's table, chained to that of its base class.
 struct MessageMap
 {
     const MessageMap* base;
     std::span<const MessageEntry> entries;
 
-    // The first row that fits in this table or those of the base classes; null when none does.
+    // The first matching row in this table or those of the base classes, or null.
     [[nodiscard]] const MessageEntry* Find(MessageEntry::Kind kind, UINT code, UINT id) const
     {
         for (const MessageMap* map = this; map != nullptr; map = map->base) {
@@ -62,7 +59,7 @@ MemberTraits<Class, Result, Args...> Traits(Result (Class::*)(Args...));
 template <auto Handler>
 using OwnerOf = typename decltype(Traits(Handler))::Owner;
 
-// Unpacks a message's two parameters into what the handler's signature asks for.
+// Unpacks the parameters as the handler's signature requires.
 template <auto Handler>
 LRESULT CallForMessage(CWnd& window, [[maybe_unused]] WPARAM wParam, [[maybe_unused]] LPARAM lParam)
 {
@@ -102,24 +99,24 @@ constexpr MessageEntry OnMessage(UINT message)
     return {MessageEntry::Kind::message, message, 0, &message_map_detail::CallForMessage<Handler>};
 }
 
-// A row for a button's click, a menu command or, with another code, a control's notification. The handler is
-// a member `void ()`.
+// A row for a button's click, a menu command or, with another code, a control's notification in WM_COMMAND.
+// The handler is a member `void ()`.
 template <auto Handler>
 constexpr MessageEntry OnCommand(UINT id, UINT code = BN_CLICKED)
 {
     return {MessageEntry::Kind::command, code, id, &message_map_detail::CallForMessage<Handler>};
 }
 
-// A row for a notification of a child window. The handler is a member `LRESULT (NMHDR&)`; what it returns is
-// the notification's result.
+// A row for a notification of a child window. The handler is a member `LRESULT (NMHDR&)` that returns the
+// notification's result.
 template <auto Handler>
 constexpr MessageEntry OnNotify(UINT code)
 {
     return {MessageEntry::Kind::notify, code, 0, &message_map_detail::CallForNotify<Handler>};
 }
 
-// A row of a control for a notification of its own that its parent sends back. The handler is a member
-// `LRESULT (NMHDR&)`; what it returns is the notification's result.
+// A row of a control for its own notifications, which the parent reflects. The handler is a member
+// `LRESULT (NMHDR&)` that returns the notification's result.
 template <auto Handler>
 constexpr MessageEntry OnReflectedNotify(UINT code)
 {

@@ -4,7 +4,7 @@
 
 namespace {
 
-// The server's report of an exception; frees the strings that came with it.
+// Owns the strings of the server's report.
 class CExceptionInfo : public EXCEPINFO
 {
 public:
@@ -18,7 +18,7 @@ public:
         SysFreeString(bstrHelpFile);
     }
 
-    // A server may leave the filling of its report to the moment that someone wants it.
+    // A server may defer filling in its report ("EXCEPINFO structure").
     void Complete()
     {
         if (pfnDeferredFillIn != nullptr) {
@@ -66,8 +66,8 @@ bool COleDispatchDriver::CreateDispatch(const std::wstring& progId, COleExceptio
     CLSID classId{};
     HRESULT status = CLSIDFromProgID(progId.c_str(), &classId);
     if (SUCCEEDED(status)) {
-        // A server on this machine, in a process of its own or in ours. An in-process handler is no
-        // automation object, and another machine's server could not open our files.
+        // Only servers on this machine: a remote server could not open our files. An in-process handler is no
+        // automation object.
         status = m_dispatch.CreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER);
     }
     if (error != nullptr) {
@@ -84,7 +84,7 @@ void COleDispatchDriver::AttachDispatch(IDispatch* dispatch)
 
 void COleDispatchDriver::ReleaseDispatch()
 {
-    // Let go first: while the last reference to a server is released, messages may be dispatched.
+    // Detached first: messages may be dispatched during the last Release.
     if (IDispatch* const dispatch = m_dispatch.Detach(); dispatch != nullptr) {
         dispatch->Release();
     }
@@ -104,7 +104,7 @@ void COleDispatchDriver::Invoke(DISPID member, WORD kind, VARIANT* reversedArgum
     }
     CExceptionInfo info;
     UINT badArgument = 0;
-    // The user's locale, so that a server that words its errors by locale words them for this user.
+    // With the user's locale, so that a server that localises its errors does so for this user.
     const HRESULT status = m_dispatch->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters,
                                               result, &info, &badArgument);
     if (status == DISP_E_EXCEPTION) {

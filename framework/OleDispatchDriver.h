@@ -9,36 +9,35 @@
 #include "framework/ComPointers.h"
 #include "framework/OleException.h"
 
-// Makes an automation string. Throws COleException with E_OUTOFMEMORY when it cannot be allocated.
+// Throws COleException with E_OUTOFMEMORY when the string cannot be allocated.
 [[nodiscard]] _bstr_t MakeAutomationString(std::wstring_view text);
 
-// Holds one reference to an automation object and makes late-bound calls on it. A copy holds a reference of
-// its own. Nothing but the framework's exceptions leaves it: COleDispatchException when the server reports an
-// exception, COleException for every other failure, a call without an attached object (E_POINTER) included.
+// Holds a reference to an automation object and makes late-bound calls on it. A copy adds a reference. Throws
+// only COleDispatchException when the server reports an exception, and COleException for every other failure,
+// including a call without an attached object (E_POINTER).
 class COleDispatchDriver
 {
 public:
-    // Reaches a running server of the class named by the ProgID, or starts one, and holds its object in place
-    // of the one held before. Answers false when that fails; `error` (may be null) receives the status code
-    // either way.
+    // Connects to a running server of the ProgID's class, or starts one; releases the previous object first.
+    // Returns false on failure. *error (unless null) receives the status code in either case.
     bool CreateDispatch(const std::wstring& progId, COleException* error = nullptr);
 
-    // Takes over the caller's reference to an object (may be null) in place of the one held before.
+    // Takes ownership of the caller's reference (may be null); releases the previous object first.
     void AttachDispatch(IDispatch* dispatch);
 
     void ReleaseDispatch();
 
     [[nodiscard]] bool IsAttached() const { return m_dispatch.GetInterfacePtr() != nullptr; }
 
-    // Calls one member of the object: `kind` is DISPATCH_METHOD or DISPATCH_PROPERTYPUT. Arguments in the
-    // order of the member's parameters: std::wstring (goes as BSTR), long (I4), bool (BOOL), long* (I4 by
-    // reference, never null, filled by the server). Results: void, long (what the server answers is
-    // coerced), IDispatchPtr (empty when the server answers no object) and _variant_t (as it came).
+    // Calls a member of the object; `kind` is DISPATCH_METHOD or DISPATCH_PROPERTYPUT. Arguments, in the
+    // order of the member's parameters: std::wstring (BSTR), long (I4), bool (BOOL), long* (I4 by reference,
+    // not null, set by the server). Results: void, long (coerced), IDispatchPtr (empty when the server
+    // returns no object), _variant_t (unchanged).
     template <class Result = void, class... Arguments>
     Result InvokeHelper(DISPID member, WORD kind, const Arguments&... arguments) const;
 
 private:
-    // Arguments stand in DISPPARAMS from the last to the first.
+    // DISPPARAMS holds the arguments in reverse order.
     void Invoke(DISPID member, WORD kind, VARIANT* reversedArguments, UINT count, VARIANT* result) const;
 
     static void SetArgument(_variant_t& argument, const std::wstring& value);
@@ -47,7 +46,7 @@ private:
     {
         argument = value;
     }
-    // The automation's true is -1 (VARIANT_TRUE), whatever the caller's true is.
+    // _variant_t turns true into VARIANT_TRUE (-1).
     template <std::same_as<bool> Value>
     static void SetArgument(_variant_t& argument, const Value& value)
     {
@@ -82,7 +81,7 @@ Result COleDispatchDriver::InvokeHelper(DISPID member, WORD kind, const Argument
             return TakeDispatch(result);
         } else {
             static_assert(std::is_same_v<Result, _variant_t>, "no such result type");
-            return _variant_t(result, false);  // moved, not copied: a copy could fail
+            return _variant_t(result, false);  // takes ownership: a copy could fail
         }
     }
 }

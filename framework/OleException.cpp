@@ -9,22 +9,21 @@
 
 namespace {
 
-// Cuts the line end and the full stop that system messages carry.
-std::wstring WithoutTail(std::wstring_view text)
+// Removes the line end and the full stop of system messages.
+std::wstring TrimTail(std::wstring_view text)
 {
     const std::size_t last = text.find_last_not_of(L" \t\r\n.");
     return std::wstring(text.substr(0, last == std::wstring_view::npos ? 0 : last + 1));
 }
 
-// The system's text for a status code in the given language (0: whatever language the system has); empty
-// when there is none.
+// The system's text for a status code in the language (0: any); empty when it has none.
 std::wstring SystemText(HRESULT status, DWORD languageId)
 {
     std::array<wchar_t, 1024> buffer{};
     const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                         static_cast<DWORD>(status), languageId, buffer.data(),
                                         static_cast<DWORD>(buffer.size()), nullptr);
-    return WithoutTail({buffer.data(), length});
+    return TrimTail({buffer.data(), length});
 }
 
 std::wstring StatusNumber(HRESULT status)
@@ -56,7 +55,7 @@ std::wstring COleException::GetErrorMessage() const
 
 std::wstring COleDispatchException::GetErrorMessage() const
 {
-    if (std::wstring description = WithoutTail(m_strDescription); !description.empty()) {
+    if (std::wstring description = TrimTail(m_strDescription); !description.empty()) {
         return description;
     }
     return StatusText(m_scError != S_OK ? m_scError : DISP_E_EXCEPTION);

@@ -6,31 +6,30 @@
 
 #include "framework/Exception.h"
 
-// An automation call that failed with a status code and no report of the server's own.
+// A failed automation call without a report of the server.
 class COleException : public CException
 {
 public:
-    HRESULT m_sc = S_OK;  // the status code
+    HRESULT m_sc = S_OK;
 
     COleException() = default;
     explicit COleException(HRESULT sc);
 
-    // The system's text for the status code; the code in hexadecimal digits where the system has none.
+    // The system's text for the status code, or the code in hexadecimal when the system has none.
     [[nodiscard]] std::wstring GetErrorMessage() const override;
 };
 
-// An automation call that the server answered with an exception: its own report of what went wrong. Each
-// text may be empty.
+// An automation call that failed with the server's own report (EXCEPINFO). Each text may be empty.
 class COleDispatchException : public CException
 {
 public:
-    WORD m_wCode = 0;               // the server's own error number; 0 when it gave m_scError instead
+    WORD m_wCode = 0;               // the server's error number; 0 when m_scError is set instead
     std::wstring m_strSource;       // the program that failed
     std::wstring m_strDescription;  // what went wrong, in the server's words
-    std::wstring m_strHelpFile;     // full path of a help file
+    std::wstring m_strHelpFile;     // full path
     DWORD m_dwHelpContext = 0;      // topic within the help file
-    SCODE m_scError = S_OK;         // the server's status code; 0 when it gave m_wCode instead
+    SCODE m_scError = S_OK;         // the status code; 0 when m_wCode is set instead
 
-    // The server's description; without one, the system's text for the status code.
+    // The server's description, or the system's text for the status code when it is empty.
     [[nodiscard]] std::wstring GetErrorMessage() const override;
 };

@@ -18,7 +18,7 @@ void SetResourceHandle(HINSTANCE module)
 
 std::wstring LoadResourceString(UINT id)
 {
-    // With a buffer size of 0 the call yields a pointer to the text itself and its length.
+    // With a buffer size of 0, LoadStringW returns a pointer to the resource itself ("LoadStringW function").
     const wchar_t* text = nullptr;
     const int length = LoadStringW(GetResourceHandle(), id, reinterpret_cast<wchar_t*>(&text), 0);
     return length > 0 ? std::wstring(text, static_cast<std::size_t>(length)) : std::wstring();

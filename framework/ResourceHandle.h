@@ -4,10 +4,9 @@
 
 #include <string>
 
-// The module that dialog templates, strings, icons and bitmaps are taken from: the executable until another
-// module is set.
+// The module of the resources: the executable until another one is set.
 [[nodiscard]] HINSTANCE GetResourceHandle();
 void SetResourceHandle(HINSTANCE module);
 
-// The string resource of that number; empty when there is none.
+// Empty when there is no such string.
 [[nodiscard]] std::wstring LoadResourceString(UINT id);

@@ -83,7 +83,7 @@ void CWinApp::DropPendingInput()
     for (const Range& range : kInput) {
         MSG message{};
         while (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
-            if (message.message == WM_QUIT) {  // comes through every range
+            if (message.message == WM_QUIT) {  // passes every filter ("PeekMessageW function")
                 PostQuitMessage(static_cast<int>(message.wParam));
                 return;
             }

@@ -8,7 +8,7 @@
 
 class CWnd;
 
-// The application object: one for the process, made before the program's entry point runs.
+// The application object, one per process.
 class CWinApp
 {
 public:
@@ -20,17 +20,17 @@ public:
     // The application object; null when the process has none.
     [[nodiscard]] static CWinApp* Get();
 
-    // Runs InitInstance and then leaves OLE. Returns the exit code of the process.
+    // Runs InitInstance and uninitialises OLE. Returns the exit code of the process.
     int Run();
 
-    // Takes the next message from the thread's queue, waiting for it, and deals with it. False after WM_QUIT,
-    // which is left in the queue for the loops further out.
+    // Waits for the next message and dispatches it. Returns false on WM_QUIT, which is posted again for the
+    // outer loops.
     static bool PumpMessage();
 
-    // The same for a message that is already there; does nothing when the queue is empty.
+    // Dispatches one message; does nothing when the queue is empty.
     static void PumpPendingMessage();
 
-    // Drops the keys and the mouse messages that wait in the thread's queue, whatever window they are for.
+    // Removes keyboard, mouse and pointer messages for all windows from the thread's queue.
     static void DropPendingInput();
 
     // The title of the program's message boxes.
@@ -39,11 +39,11 @@ public:
     CWnd* m_pMainWnd = nullptr;
 
 protected:
-    // The whole program: its dialogs run in loops of their own. False says that no message loop is to follow,
-    // and there is none here.
+    // Runs the whole program: its dialogs have their own message loops. The result is ignored: false says
+    // that no message loop is to follow, and none does.
     virtual bool InitInstance() = 0;
 
-    // OleInitialize and the message filter. False when the system refuses. Undone by Run.
+    // Initialises OLE and registers the message filter. Returns false on failure. Run undoes both.
     bool InitializeOle();
     COleMessageFilter& GetMessageFilter() { return m_messageFilter; }
 

@@ -9,10 +9,9 @@
 
 class CDataExchange;
 
-// A window of the program. The object is bound to a window by subclassing it: from then on the window's
-// messages go through WindowProc, which looks the message table up and leaves everything else to the window's
-// own class. Members that only stand for one call of the system name it. All members belong to the thread
-// that made the window.
+// A window. An object is bound to a window by subclassing: WindowProc then handles the window's messages by
+// the message table and passes the others on to the previous procedure. Members that wrap a function or
+// message of the system have its name. For use on the window's thread only.
 class CWnd
 {
 public:
@@ -20,7 +19,7 @@ public:
     CWnd(const CWnd&) = delete;
     CWnd& operator=(const CWnd&) = delete;
 
-    // Lets go of the window without destroying it.
+    // Unbinds the window without destroying it.
     virtual ~CWnd();
 
     HWND m_hWnd = nullptr;
@@ -31,25 +30,27 @@ public:
     // The object bound to the window, or null.
     [[nodiscard]] static CWnd* FromHandle(HWND window);
 
-    // Binds this object, which must not be bound yet, to an existing window. False when the window does not
-    // exist or belongs to another object.
+    // Binds this object to an existing window. Returns false when the object is bound already, or the window
+    // does not exist or is bound to another object.
     bool SubclassWindow(HWND window);
+
+    // Unbinds and returns the window; null when none was bound.
     HWND UnsubclassWindow();
 
-    // CreateWindowExW: makes a child window of a standard class, without a text, at a place in the parent's
-    // client area, and binds this object to it. False when the system refuses.
+    // Creates a child window without a text (CreateWindowExW), at `place` in the parent's client coordinates,
+    // and binds this object to it. Returns false on failure.
     bool CreateChild(const wchar_t* windowClass, DWORD style, const RECT& place, const CWnd& parent, int id);
 
-    // DestroyWindow. The object is unbound when the call returns.
+    // The object is unbound when the call returns.
     virtual bool DestroyWindow();
 
-    // Called for each queued message before it is dispatched, from the window it is for up to its
-    // top-level window; the first that answers true has dealt with it.
+    // Called before a queued message is dispatched, for its window and each parent up to the top-level
+    // window, until one returns true, having handled it.
     virtual bool PreTranslateMessage(MSG& message);
     static bool WalkPreTranslateTree(MSG& message);
 
-    // Moves data between members and controls through DoDataExchange: towards the members when `save` is
-    // true. False when a control is missing.
+    // Copies the controls into the members (`save`) or the members into the controls, by DoDataExchange.
+    // Returns false when a control is missing.
     bool UpdateData(bool save);
 
     [[nodiscard]] HWND GetDlgItem(int id) const { return ::GetDlgItem(m_hWnd, id); }
@@ -66,7 +67,7 @@ public:
     void SetFocus() const { ::SetFocus(m_hWnd); }
     void BringWindowToTop() const { ::BringWindowToTop(m_hWnd); }
     [[nodiscard]] RECT GetClientRect() const;
-    // A length at 100 % scaling in pixels of the window's scaling.
+    // Converts a length from 96 DPI to the window's DPI.
     [[nodiscard]] int Scaled(int length) const;
     LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
     {
@@ -78,25 +79,25 @@ public:
     }
 
 protected:
-    // The class's message table. A class with rows of its own returns a table whose base is its base class's.
+    // The class's message table, chained to that of its base class.
     [[nodiscard]] virtual const MessageMap* GetMessageMap() const;
 
-    // What the window does on a message: the table's handler, or Default.
+    // Calls the handler in the message table, or else Default.
     virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
 
-    // WM_COMMAND; true when a handler was found.
+    // WM_COMMAND. Returns true when it was handled.
     virtual bool OnCommand(WPARAM wParam, LPARAM lParam);
 
-    // WM_NOTIFY: a handler of the control that sent it, else one of this window, else Default.
+    // WM_NOTIFY: calls the handler of the sender, or else of this window, or else Default.
     virtual LRESULT OnNotify(WPARAM wParam, LPARAM lParam);
 
     virtual void DoDataExchange(CDataExchange& exchange);
 
-    // Called when the window is gone and the object unbound; an object that owns itself deletes itself here.
+    // Called after WM_NCDESTROY, with the object unbound; an object that owns itself deletes itself here.
     virtual void PostNcDestroy() {}
 
-    // Runs an action; an exception of it is shown to the user and goes no further. No exception may pass the
-    // system's frames between two windows: whatever the system calls runs in here.
+    // Runs an action and shows its exceptions to the user: none may propagate through the system's stack
+    // frames, so every callback of the system runs its code in here.
     template <class Action>
     static void Guard(Action&& action)
     {
@@ -107,10 +108,10 @@ protected:
         }
     }
 
-    // Does with the message in hand what the window's own class does with it.
+    // Default handling of the current message, by the procedure that was subclassed.
     LRESULT Default();
 
-    // The same for a message of the caller's choice.
+    // The same for any message.
     LRESULT DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam) const;
 
 private:
@@ -125,5 +126,5 @@ private:
         LPARAM lParam;
     };
     CurrentMessage m_current{};
-    WNDPROC m_previousProcedure = nullptr;  // that of the window's own class, mostly
+    WNDPROC m_previousProcedure = nullptr;
 };

@@ -7,8 +7,7 @@ namespace {
 
 bool IsPredefined(HKEY key)
 {
-    // Windows reserves the handles with the top bit of their low half set for the hives; they are
-    // sign-extended.
+    // winreg.h defines the hives as 0x80000000 and up, sign-extended.
     constexpr ULONG_PTR kFirstPredefined = 0x80000000;
     return (reinterpret_cast<ULONG_PTR>(key) & kFirstPredefined) != 0;
 }
@@ -113,7 +112,8 @@ bool CRegistryValue::SetBytes(std::span<const BYTE> bytes)
 
 std::wstring CRegistryValue::GetText() const
 {
-    // Any program may have written the value: neither its terminating zero nor an even size is sure.
+    // Any program may have written the value: it may lack the NUL and have an odd size ("RegQueryValueExW
+    // function").
     std::wstring text(m_size / sizeof(wchar_t), L'\0');
     if (!text.empty()) {
         std::memcpy(text.data(), m_data, text.size() * sizeof(wchar_t));
@@ -167,8 +167,8 @@ bool CRegistry::WriteString(const std::wstring& subKey, const std::wstring& valu
 
 void CRegistry::CloseRoot()
 {
-    // Closing a hive only makes Windows open it anew at its next use. Any other key is gone, and its number
-    // may soon be another object's: forget it.
+    // Windows reopens a closed hive at its next use. Any other handle is invalid now and may be reused for
+    // another object.
     ::RegCloseKey(m_rootKey);
     if (!IsPredefined(m_rootKey)) {
         m_rootKey = nullptr;

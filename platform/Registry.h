@@ -9,12 +9,11 @@
 
 #include "framework/Handles.h"
 
-// The product's key; the paths of its settings are joined from this and their own piece ("\\input", ...).
+// The product's key; settings append their own path ("\\input", ...).
 inline constexpr wchar_t kProductKey[] = L"SOFTWARE\\Zelmar";
 
-// The data of one registry value, kept in a private heap, with its size in bytes and its registry type.
-// The filling operations return false, and leave the buffer empty, when there is no memory or the data is
-// larger than a value can be.
+// The data of a registry value in a private heap, with its size in bytes and its type. The operations that
+// fill it return false and leave it empty when memory is short or the data is larger than a value can be.
 class CRegistryValue
 {
 public:
@@ -26,27 +25,26 @@ public:
     // Frees the data. The type is REG_NONE then.
     void Clear();
 
-    // Reads the data and type of a value of an open key into a buffer of size bytes. False, with the buffer
-    // empty, when the value cannot be read or is larger.
+    // Reads a value of an open key into a buffer of `size` bytes. Also returns false when the value cannot be
+    // read or is larger.
     [[nodiscard]] bool Read(HKEY key, const std::wstring& valueName, DWORD size);
 
-    // A text with its terminating zero: REG_SZ, or REG_EXPAND_SZ when expandable.
+    // A NUL-terminated text: REG_SZ, or REG_EXPAND_SZ when expandable.
     [[nodiscard]] bool SetText(const std::wstring& text, bool expandable = false);
 
     // A 32-bit number: REG_DWORD.
     [[nodiscard]] bool SetNumber(DWORD number);
 
-    // A list of texts, each with its terminating zero, then one more zero; an empty list is two zeros:
-    // REG_MULTI_SZ.
+    // A list of NUL-terminated texts, then one more NUL; an empty list is two NULs: REG_MULTI_SZ.
     [[nodiscard]] bool SetTexts(const std::vector<std::wstring>& texts);
 
     // The bytes as they are: REG_BINARY.
     [[nodiscard]] bool SetBytes(std::span<const BYTE> bytes);
 
-    // The text in the data up to its terminating zero, or all whole characters when there is none.
+    // The text up to its NUL, or all whole characters when there is none.
     [[nodiscard]] std::wstring GetText() const;
 
-    // True for the types that hold one text: REG_SZ, REG_EXPAND_SZ, REG_LINK.
+    // The type is REG_SZ, REG_EXPAND_SZ or REG_LINK.
     [[nodiscard]] bool IsText() const;
 
     [[nodiscard]] const BYTE* Data() const { return m_data; }
@@ -63,24 +61,24 @@ private:
     DWORD m_type = REG_NONE;
 };
 
-// Reads and writes single named texts below one root key: a predefined hive, or a key that this object is
-// given to close. All failures are silent.
+// Reads and writes texts below a root key. Shows no messages.
 class CRegistry
 {
 public:
-    // hive: a predefined hive, or a key that the first access that opened a sub-key closes; after that access
-    // an object of such a key finds nothing any more.
+    // hive: a predefined hive, or an open key, of which this object takes ownership: the first access that
+    // opens a sub-key closes it, and every later access fails.
     explicit CRegistry(HKEY hive);
     virtual ~CRegistry() = default;
     CRegistry(const CRegistry&) = delete;
     CRegistry& operator=(const CRegistry&) = delete;
 
-    // Reads a value of the sub-key; an empty value name is the key's default value. Environment references in
-    // the text are not expanded. False, with text unchanged, when the value is missing or is no text.
+    // Reads a value of the sub-key; an empty value name is the default value. Environment variables in the
+    // text are not expanded. Returns false and leaves `text` unchanged when the value is missing or not a
+    // text.
     [[nodiscard]] bool ReadString(const std::wstring& subKey, const std::wstring& valueName,
                                   std::wstring& text);
 
-    // Writes a value as REG_SZ and makes the sub-key when it is missing. False when that fails.
+    // Writes a value as REG_SZ and creates a missing sub-key. Returns false on failure.
     [[nodiscard]] bool WriteString(const std::wstring& subKey, const std::wstring& valueName,
                                    const std::wstring& text);
 
