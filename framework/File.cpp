@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -14,6 +15,64 @@ using Cause = CFileException::Cause;
 
 constexpr std::size_t kMaxMessageLength = 1024;
 constexpr DWORD kErrorDiskQuotaExceeded = 1295;  // not in the toolchain's headers
+
+struct ErrorCause
+{
+    DWORD osError;
+    Cause cause;
+};
+
+constexpr ErrorCause kErrorCauses[] = {
+    {ERROR_SUCCESS, Cause::none},
+    {ERROR_FILE_NOT_FOUND, Cause::fileNotFound},
+    {ERROR_PATH_NOT_FOUND, Cause::badPath},
+    {ERROR_INVALID_DRIVE, Cause::badPath},
+    {ERROR_INVALID_NAME, Cause::badPath},
+    {ERROR_BAD_PATHNAME, Cause::badPath},
+    {ERROR_DIRECTORY, Cause::badPath},
+    {ERROR_FILENAME_EXCED_RANGE, Cause::badPath},
+    {ERROR_BAD_NETPATH, Cause::badPath},
+    {ERROR_BAD_NET_NAME, Cause::badPath},
+    {ERROR_TOO_MANY_OPEN_FILES, Cause::tooManyOpenFiles},
+    {ERROR_ACCESS_DENIED, Cause::accessDenied},
+    {ERROR_NETWORK_ACCESS_DENIED, Cause::accessDenied},
+    {ERROR_WRITE_PROTECT, Cause::accessDenied},
+    {ERROR_INVALID_HANDLE, Cause::invalidFile},
+    {ERROR_CURRENT_DIRECTORY, Cause::removeCurrentDir},
+    {ERROR_CANNOT_MAKE, Cause::directoryFull},
+    {ERROR_SEEK, Cause::badSeek},
+    {ERROR_SEEK_ON_DEVICE, Cause::badSeek},
+    {ERROR_NEGATIVE_SEEK, Cause::badSeek},
+    {ERROR_NOT_READY, Cause::hardIO},
+    {ERROR_CRC, Cause::hardIO},
+    {ERROR_BAD_UNIT, Cause::hardIO},
+    {ERROR_SECTOR_NOT_FOUND, Cause::hardIO},
+    {ERROR_READ_FAULT, Cause::hardIO},
+    {ERROR_WRITE_FAULT, Cause::hardIO},
+    {ERROR_GEN_FAILURE, Cause::hardIO},
+    {ERROR_WRONG_DISK, Cause::hardIO},
+    {ERROR_IO_DEVICE, Cause::hardIO},
+    {ERROR_DEVICE_NOT_CONNECTED, Cause::hardIO},
+    {ERROR_REM_NOT_LIST, Cause::hardIO},
+    {ERROR_NETWORK_BUSY, Cause::hardIO},
+    {ERROR_DEV_NOT_EXIST, Cause::hardIO},
+    {ERROR_BAD_NET_RESP, Cause::hardIO},
+    {ERROR_UNEXP_NET_ERR, Cause::hardIO},
+    {ERROR_NETNAME_DELETED, Cause::hardIO},
+    {ERROR_SEM_TIMEOUT, Cause::hardIO},
+    {ERROR_NO_NETWORK, Cause::hardIO},
+    {ERROR_NETWORK_UNREACHABLE, Cause::hardIO},
+    {ERROR_HOST_UNREACHABLE, Cause::hardIO},
+    {ERROR_CONNECTION_ABORTED, Cause::hardIO},
+    {ERROR_SHARING_VIOLATION, Cause::sharingViolation},
+    {ERROR_SHARING_BUFFER_EXCEEDED, Cause::sharingViolation},
+    {ERROR_LOCK_VIOLATION, Cause::lockViolation},
+    {ERROR_LOCKED, Cause::lockViolation},
+    {ERROR_DISK_FULL, Cause::diskFull},
+    {ERROR_HANDLE_DISK_FULL, Cause::diskFull},
+    {kErrorDiskQuotaExceeded, Cause::diskFull},
+    {ERROR_HANDLE_EOF, Cause::endOfFile},
+};
 
 struct CauseText
 {
@@ -92,73 +151,8 @@ CFileException::CFileException(DWORD osError, std::wstring fileName)
 
 CFileException::Cause CFileException::CauseOf(DWORD osError)
 {
-    switch (osError) {
-        case ERROR_SUCCESS:
-            return Cause::none;
-        case ERROR_FILE_NOT_FOUND:
-            return Cause::fileNotFound;
-        case ERROR_PATH_NOT_FOUND:
-        case ERROR_INVALID_DRIVE:
-        case ERROR_INVALID_NAME:
-        case ERROR_BAD_PATHNAME:
-        case ERROR_DIRECTORY:
-        case ERROR_FILENAME_EXCED_RANGE:
-        case ERROR_BAD_NETPATH:
-        case ERROR_BAD_NET_NAME:
-            return Cause::badPath;
-        case ERROR_TOO_MANY_OPEN_FILES:
-            return Cause::tooManyOpenFiles;
-        case ERROR_ACCESS_DENIED:
-        case ERROR_NETWORK_ACCESS_DENIED:
-        case ERROR_WRITE_PROTECT:
-            return Cause::accessDenied;
-        case ERROR_INVALID_HANDLE:
-            return Cause::invalidFile;
-        case ERROR_CURRENT_DIRECTORY:
-            return Cause::removeCurrentDir;
-        case ERROR_CANNOT_MAKE:
-            return Cause::directoryFull;
-        case ERROR_SEEK:
-        case ERROR_SEEK_ON_DEVICE:
-        case ERROR_NEGATIVE_SEEK:
-            return Cause::badSeek;
-        case ERROR_NOT_READY:
-        case ERROR_CRC:
-        case ERROR_BAD_UNIT:
-        case ERROR_SECTOR_NOT_FOUND:
-        case ERROR_READ_FAULT:
-        case ERROR_WRITE_FAULT:
-        case ERROR_GEN_FAILURE:
-        case ERROR_WRONG_DISK:
-        case ERROR_IO_DEVICE:
-        case ERROR_DEVICE_NOT_CONNECTED:
-        case ERROR_REM_NOT_LIST:
-        case ERROR_NETWORK_BUSY:
-        case ERROR_DEV_NOT_EXIST:
-        case ERROR_BAD_NET_RESP:
-        case ERROR_UNEXP_NET_ERR:
-        case ERROR_NETNAME_DELETED:
-        case ERROR_SEM_TIMEOUT:
-        case ERROR_NO_NETWORK:
-        case ERROR_NETWORK_UNREACHABLE:
-        case ERROR_HOST_UNREACHABLE:
-        case ERROR_CONNECTION_ABORTED:
-            return Cause::hardIO;
-        case ERROR_SHARING_VIOLATION:
-        case ERROR_SHARING_BUFFER_EXCEEDED:
-            return Cause::sharingViolation;
-        case ERROR_LOCK_VIOLATION:
-        case ERROR_LOCKED:
-            return Cause::lockViolation;
-        case ERROR_DISK_FULL:
-        case ERROR_HANDLE_DISK_FULL:
-        case kErrorDiskQuotaExceeded:
-            return Cause::diskFull;
-        case ERROR_HANDLE_EOF:
-            return Cause::endOfFile;
-        default:
-            return Cause::generic;
-    }
+    const auto* entry = std::ranges::find(kErrorCauses, osError, &ErrorCause::osError);
+    return entry != std::end(kErrorCauses) ? entry->cause : Cause::generic;
 }
 
 std::wstring CFileException::GetErrorMessage() const
