@@ -91,8 +91,8 @@ LRESULT CallForNotify(CWnd& window, WPARAM, LPARAM lParam)
 
 }  // namespace message_map_detail
 
-// A row for a window message. The handler is a member `void ()`, `LRESULT (WPARAM, LPARAM)`,
-// `void (UINT type, SIZE client)`, `void (MINMAXINFO&)` or `HICON ()`.
+// A row for a window message. The handler is a member `void ()`, `LRESULT (WPARAM, LPARAM)`, `void (UINT
+// type, SIZE client)`, `void (MINMAXINFO&)` or `HICON ()`.
 template <auto Handler>
 constexpr MessageEntry OnMessage(UINT message)
 {
@@ -115,8 +115,8 @@ constexpr MessageEntry OnNotify(UINT code)
     return {MessageEntry::Kind::notify, code, 0, &message_map_detail::CallForNotify<Handler>};
 }
 
-// A row of a control for its own notifications, which the parent reflects. The handler is a member
-// `LRESULT (NMHDR&)` that returns the notification's result.
+// A row of a control for its own notifications, which the parent reflects. The handler is a member `LRESULT
+// (NMHDR&)` that returns the notification's result.
 template <auto Handler>
 constexpr MessageEntry OnReflectedNotify(UINT code)
 {
