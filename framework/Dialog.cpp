@@ -62,11 +62,11 @@ bool CDialog::PreTranslateMessage(MSG& message)
         MoveDefaultButton();
     }
     const HWND focus = ::GetFocus();
-    const bool dealtWith = IsDialogMessageW(m_hWnd, &message) != FALSE;
+    const bool handled = IsDialogMessageW(m_hWnd, &message) != FALSE;
     if (::GetFocus() != focus) {
         MoveDefaultButton();
     }
-    return dealtWith;
+    return handled;
 }
 
 void CDialog::FocusControl(const CWnd& control) const

@@ -121,11 +121,11 @@ bool CWnd::WalkPreTranslateTree(MSG& message)
 {
     for (HWND window = message.hwnd; window != nullptr; window = GetAncestor(window, GA_PARENT)) {
         CWnd* object = FromHandle(window);
-        bool dealtWith = false;
+        bool handled = false;
         if (object != nullptr) {
-            Guard([&] { dealtWith = object->PreTranslateMessage(message); });
+            Guard([&] { handled = object->PreTranslateMessage(message); });
         }
-        if (dealtWith) {
+        if (handled) {
             return true;
         }
     }
