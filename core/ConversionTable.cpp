@@ -25,10 +25,10 @@ constexpr LPARAM kDataConverted = 0;
 constexpr UINT kImagePending = 1;
 constexpr UINT kImageConverted = 2;
 
-// The states that move with a row.
+// Move with their row when the table is sorted.
 constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
 
-// A hand-edited file name gets this extension in every row: the table is built from part files.
+// Appended to hand-edited file names in every row, assemblies included: the table is built from part files.
 constexpr const wchar_t* kEditedExtension = L"sldprt";
 
 constexpr Text kForbiddenCharacters{
@@ -64,37 +64,37 @@ constexpr Text kAddedNameTaken{
     L"File: \"%1 -> %2\" is skipped.\n\n"
     L"This error message will be skipped for all following failures."};
 
-// Writes the name's sort key into the bytes, or only measures it when `size` is 0. The key's size in bytes; 0
-// when there is no room for it.
-std::size_t MakeSortKey(const std::wstring& name, char* bytes, std::size_t size)
+// Writes the name's sort key into the buffer, or only measures it when `size` is 0. Returns the key's size in
+// bytes, 0 when it does not fit.
+std::size_t WriteSortKey(const std::wstring& name, char* buffer, std::size_t size)
 {
     constexpr DWORD kFlags = LCMAP_SORTKEY | NORM_IGNORECASE;
-    const int made = LCMapStringW(GetThreadLocale(), kFlags, name.c_str(), static_cast<int>(name.size()),
-                                  reinterpret_cast<wchar_t*>(bytes), static_cast<int>(size));
-    return static_cast<std::size_t>(std::max(made, 0));
+    const int written = LCMapStringW(GetThreadLocale(), kFlags, name.c_str(), static_cast<int>(name.size()),
+                                     reinterpret_cast<wchar_t*>(buffer), static_cast<int>(size));
+    return static_cast<std::size_t>(std::max(written, 0));
 }
 
-// A text in a memory that stays until the text is no longer needed, with a zero behind it.
+// Copies the text, NUL-terminated, into the arena.
 template <class Char>
-std::basic_string_view<Char> CopyToArena(std::basic_string_view<Char> text, std::pmr::memory_resource& memory)
+std::basic_string_view<Char> CopyToArena(std::basic_string_view<Char> text, std::pmr::memory_resource& arena)
 {
-    auto* const room = static_cast<Char*>(memory.allocate((text.size() + 1) * sizeof(Char), alignof(Char)));
-    *std::ranges::copy(text, room).out = Char();
-    return {room, text.size()};
+    auto* const copy = static_cast<Char*>(arena.allocate((text.size() + 1) * sizeof(Char), alignof(Char)));
+    *std::ranges::copy(text, copy).out = Char();
+    return {copy, text.size()};
 }
 
-// Equal for two names exactly when the list view's own text search takes them for the same: a comparison by
-// the rules of the thread's locale that ignores letter case. The key lies in the memory.
-std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& memory)
+// Two names have the same key exactly when the list view's own text search (LVM_FINDITEM) finds one for the
+// other: it compares linguistically, case-insensitively, in the thread's locale. The key is in the arena.
+std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& arena)
 {
     constexpr std::size_t kUsualSize = 1024;
     std::array<char, kUsualSize> usual;
-    if (const std::size_t size = MakeSortKey(name, usual.data(), usual.size()); size > 0) {
-        return CopyToArena(std::string_view(usual.data(), size), memory);
+    if (const std::size_t size = WriteSortKey(name, usual.data(), usual.size()); size > 0) {
+        return CopyToArena(std::string_view(usual.data(), size), arena);
     }
-    std::string key(MakeSortKey(name, nullptr, 0), '\0');
-    MakeSortKey(name, key.data(), key.size());
-    return CopyToArena(std::string_view(key), memory);
+    std::string key(WriteSortKey(name, nullptr, 0), '\0');
+    WriteSortKey(name, key.data(), key.size());
+    return CopyToArena(std::string_view(key), arena);
 }
 
 void SetMark(LVITEMW& item, bool pending)
@@ -113,7 +113,7 @@ std::wstring TemplateOrDefault(int column)
     return DefaultTemplate(column);
 }
 
-// A row that is about to be inserted. Its new texts lie in the memory of the rows' maker, zeros behind them.
+// A row that is not in the table yet. Its generated texts are in the arena, NUL-terminated.
 struct NewRow
 {
     const std::wstring* original;
@@ -121,14 +121,14 @@ struct NewRow
     std::wstring_view bomName;
 };
 
-bool StandsBefore(const NewRow& left, const NewRow& right)
+bool IsOriginalLess(const NewRow& left, const NewRow& right)
 {
     return *left.original < *right.original;
 }
 
 }  // namespace
 
-// A row with all that moves when the table is sorted.
+// All of a row that moves when the table is sorted.
 struct CConversionTable::Row
 {
     UTtab_entry texts;
@@ -136,12 +136,11 @@ struct CConversionTable::Row
     UINT state = 0;
 };
 
-// Puts new files into the table. Asks two sets where asking the list view for each name would take quadratic
-// time.
+// Adds new files. Looks names up in sets: a search in the list view for each name would take quadratic time.
 class CConversionTable::NewFiles
 {
 public:
-    // `expected`: how many files will be added at most.
+    // `expected`: the number of files to be added at most.
     NewFiles(CConversionTable& table, std::size_t expected)
         : m_table(table)
         , m_fileTemplate(TemplateOrDefault(kColumnRenamed))
@@ -154,22 +153,21 @@ public:
         ReadNames();
     }
 
-    // The name must stay where it is.
+    // Keeps a pointer to the name.
     void Add(const std::wstring& original)
     {
-        const std::string_view key = SearchKey(original, m_memory);
+        const std::string_view key = SearchKey(original, m_arena);
         if (!m_originals.contains(key) && MakeRow(original)) {
             m_originals.insert(key);
         }
     }
 
-    // Ends the adding: the table is sorted. Rows that go into an empty table in its order need no further
-    // sorting.
+    // Inserts the rows and sorts the table. Rows for an empty table are sorted before they are inserted.
     void Finish()
     {
         const bool sortFirst = m_table.GetItemCount() == 0;
-        if (sortFirst && !std::ranges::is_sorted(m_rows, StandsBefore)) {
-            std::ranges::sort(m_rows, StandsBefore);  // no two of them have the same original name
+        if (sortFirst && !std::ranges::is_sorted(m_rows, IsOriginalLess)) {
+            std::ranges::sort(m_rows, IsOriginalLess);  // original names are unique
         }
         InsertRows();
         if (!sortFirst) {
@@ -178,13 +176,12 @@ public:
     }
 
 private:
-    // Room for so many names of which few share a place: with one that does, a look at the other's memory is
-    // due, which is dear with many names.
+    // Low load factor: each collision costs a cache miss.
     template <class Set>
     static void Reserve(Set& names, std::size_t count)
     {
-        constexpr float kNamesPerPlace = 0.25F;
-        names.max_load_factor(kNamesPerPlace);
+        constexpr float kLoadFactor = 0.25F;
+        names.max_load_factor(kLoadFactor);
         names.reserve(count);
     }
 
@@ -193,9 +190,9 @@ private:
         m_originals.clear();
         m_newNames.clear();
         for (int row = 0; row < m_table.GetItemCount(); ++row) {
-            m_originals.insert(SearchKey(m_table.GetItemText(row, kColumnOriginal), m_memory));
+            m_originals.insert(SearchKey(m_table.GetItemText(row, kColumnOriginal), m_arena));
             m_newNames.insert(
-                CopyToArena(std::wstring_view(m_table.GetItemText(row, kColumnRenamed)), m_memory));
+                CopyToArena(std::wstring_view(m_table.GetItemText(row, kColumnRenamed)), m_arena));
         }
     }
 
@@ -210,7 +207,7 @@ private:
         if (SanitizeFileName(m_newName) > 0 && !std::exchange(m_forbiddenShown, true)) {
             ShowOverRows(kForbiddenCharacters.Current());
         }
-        const std::wstring_view newName = CopyToArena(std::wstring_view(m_newName), m_memory);
+        const std::wstring_view newName = CopyToArena(std::wstring_view(m_newName), m_arena);
         if (!m_newNames.insert(newName).second) {
             if (!std::exchange(m_takenShown, true)) {
                 ShowOverRows(FillPlaces(kAddedNameTaken.Current(), {original, m_newName}));
@@ -218,11 +215,12 @@ private:
             return false;
         }
         ExpandTemplate(m_bomName, m_bomTemplate, m_values);
-        m_rows.push_back({&original, newName, CopyToArena(std::wstring_view(m_bomName), m_memory)});
+        m_rows.push_back({&original, newName, CopyToArena(std::wstring_view(m_bomName), m_arena)});
         return true;
     }
 
-    // Shows a message above the rows made so far. Another program may change names while the box is open.
+    // Inserts the rows made so far, as the user sees the table behind the message, and reads the names again:
+    // another program may change cells while the message is open.
     void ShowOverRows(const std::wstring& message)
     {
         InsertRows();
@@ -230,7 +228,7 @@ private:
         ReadNames();
     }
 
-    // Puts the rows made since the last call behind the others.
+    // Inserts the rows made since the last call after the others.
     void InsertRows()
     {
         if (m_rows.empty()) {
@@ -248,24 +246,24 @@ private:
     CConversionTable& m_table;
     std::wstring m_fileTemplate;
     std::wstring m_bomTemplate;
-    // Of the row in hand; members, as they keep their room.
+    // Reused for every row, so that they are allocated once.
     PartNameValues m_values;
     std::wstring m_newName;
     std::wstring m_bomName;
-    std::pmr::monotonic_buffer_resource m_memory;  // nothing in it goes before the rest
-    // Sets in that memory, which go with it: destroying them would visit each name for nothing.
-    std::pmr::polymorphic_allocator<> m_maker{&m_memory};
+    std::pmr::monotonic_buffer_resource m_arena;  // freed as a whole
+    // The sets are in the arena, too, and freed with it: their destructors would visit every node.
+    std::pmr::polymorphic_allocator<> m_allocator{&m_arena};
     std::pmr::unordered_set<std::string_view>& m_originals =
-        *m_maker.new_object<std::pmr::unordered_set<std::string_view>>();
+        *m_allocator.new_object<std::pmr::unordered_set<std::string_view>>();
     std::pmr::unordered_set<std::wstring_view>& m_newNames =
-        *m_maker.new_object<std::pmr::unordered_set<std::wstring_view>>();
+        *m_allocator.new_object<std::pmr::unordered_set<std::wstring_view>>();
     std::vector<NewRow> m_rows;  // not in the table yet
     bool m_forbiddenShown = false;
     bool m_takenShown = false;
 };
 
-// Applies a column's template to one row after the other. The list view is redrawn and the parent told before
-// a message comes up and at the end, not for each row.
+// Applies a column's template row by row. Redraws the list view and notifies the parent before each message
+// and at the end, not for each row.
 class CConversionTable::TemplateApplication
 {
 public:
@@ -275,12 +273,12 @@ public:
     }
     TemplateApplication(const TemplateApplication&) = delete;
     TemplateApplication& operator=(const TemplateApplication&) = delete;
-    ~TemplateApplication() { Settle(); }
+    ~TemplateApplication() { ShowChanges(); }
 
-    // False when the row, which stays as it is, ends the whole operation.
+    // Returns false to end the operation; the row is unchanged then.
     bool Apply(int row)
     {
-        // The template is read for each row anew: a change made meanwhile counts from the next row on.
+        // Read for each row: a change made meanwhile counts from the next row on.
         const std::optional<std::wstring> columnTemplate = ReadTemplate(m_column);
         if (!columnTemplate) {
             return false;
@@ -297,7 +295,7 @@ public:
     }
 
 private:
-    // A name that another row has is not taken.
+    // Leaves the row unchanged when another row has the name.
     bool ApplyFileName(int row, std::wstring newName, const std::wstring& extension)
     {
         if (!EnsureExtension(newName, extension, EqualFileNames)) {
@@ -310,7 +308,7 @@ private:
         const auto taken = m_newNames.find(newName);
         if (newName != oldName && taken != m_newNames.end() && taken->second > 0) {
             ShowOnce(m_takenShown, kGeneratedNameTaken);
-        } else if (!EqualFileNames(newName, oldName)) {  // a change of letter case alone is not made
+        } else if (!EqualFileNames(newName, oldName)) {  // not for a change of case only
             --m_newNames[oldName];
             ++m_newNames[newName];
             SetText(row, newName);
@@ -327,20 +325,19 @@ private:
         m_table.MarkPending(row);
     }
 
-    // Brings what was changed so far to the screen, and the news to the parent.
-    void Settle()
+    void ShowChanges()
     {
         if (m_pause) {
             m_pause.reset();
-            m_table.TellParent();
+            m_table.NotifyParent();
         }
     }
 
-    // Another program may change names while the box is open.
+    // Reads the names again afterwards: another program may change cells while the message is open.
     void ShowOnce(bool& shown, const Text& message)
     {
         if (!std::exchange(shown, true)) {
-            Settle();
+            ShowChanges();
             ShowMessage(message.Current());
             ReadNames();
         }
@@ -356,8 +353,8 @@ private:
 
     CConversionTable& m_table;
     int m_column;
-    std::unordered_map<std::wstring, int> m_newNames;  // how many rows have the name
-    std::optional<CRedrawPause> m_pause;               // since the first change that is not told yet
+    std::unordered_map<std::wstring, int> m_newNames;  // the number of rows with the name
+    std::optional<CRedrawPause> m_pause;               // since the first change that is not shown yet
     bool m_forbiddenShown = false;
     bool m_takenShown = false;
 };
@@ -405,7 +402,7 @@ int CConversionTable::CountPendingRows() const
 void CConversionTable::SortTextItems(int column, bool ascending, int low, int high)
 {
     const int last = high == -1 ? GetItemCount() - 1 : high;
-    std::vector<std::pair<std::wstring, int>> order;  // the column's text and the row that it stands in
+    std::vector<std::pair<std::wstring, int>> order;  // the column's text and its row
     for (int row = low; row <= last; ++row) {
         order.emplace_back(GetItemText(row, column), row);
     }
@@ -416,7 +413,7 @@ void CConversionTable::SortTextItems(int column, bool ascending, int low, int hi
         return;
     }
     std::ranges::stable_sort(order, before);
-    // Many rows often stand where they belong: only the others are read and written.
+    // Usually few rows move; the others are neither read nor written.
     std::vector<std::pair<int, Row>> moved;
     for (int place = low; const auto& [text, row] : order) {
         if (row != place) {
@@ -439,8 +436,8 @@ void CConversionTable::ApplyTemplate(int column)
     }
 }
 
-// The message is posted: what it sets off at the parent must not come into the middle of an operation.
-void CConversionTable::TellParent() const
+// Posted, so that the parent does not react in the middle of an operation.
+void CConversionTable::NotifyParent() const
 {
     ::PostMessageW(::GetParent(m_hWnd), WM_LISTCHANGED, 0, 0);
 }
@@ -463,14 +460,14 @@ LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* new
     }
     SetItemText(row, column, text);
     MarkPending(row);
-    TellParent();
+    NotifyParent();
     if (column == kColumnOriginal) {
         SortTextItems(kColumnOriginal, true, 0, -1);
     }
     return 0;
 }
 
-// The rules for a hand-edited file name. False when the cell keeps its text.
+// Applies the rules for file names. Returns false when the cell keeps its text.
 bool CConversionTable::AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const
 {
     if (!EnsureExtension(text, kEditedExtension, EqualFileNames)) {

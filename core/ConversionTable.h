@@ -12,37 +12,37 @@ inline constexpr UINT WM_LISTCHANGED = WM_USER + 5;     // a row was changed
 inline constexpr UINT WM_DELETESELECTED = WM_USER + 6;  // delete the selected rows
 inline constexpr UINT WM_APPLYTEMPLATE = WM_USER + 7;   // wParam: the column whose template to apply
 
-// The conversion table: one row for each standard-part file, kept in a list view that is both its view and
-// its store. A row has three texts (kColumnOriginal, kColumnRenamed, kColumnBomName) and a mark, pending or
-// converted, that lies in the item data (1 or 0) and in the state image (1 or 2).
+// The conversion table: a row for each standard-part file. The list view is both view and store. A row has
+// three texts (kColumnOriginal, kColumnRenamed, kColumnBomName) and a mark, pending or converted, which is
+// held in the item data (1 or 0) and in the state image (1 or 2).
 class CConversionTable : public CListCtrl
 {
 public:
-    // Adds a pending row with generated names for each file name (no folder) that column 0 does not hold yet,
-    // letter case ignored, then sorts. A name that the rules reject is skipped; the forbidden-characters
-    // message and the collision message are shown at most once, with the rows made so far in the table, in
-    // the order of the names, behind the others.
+    // Adds a pending row with generated names for each file name (without folder) that is not in column 0
+    // yet, case-insensitively, then sorts. Names that the rules reject are skipped. The messages about
+    // forbidden characters and taken names are shown at most once each; the rows made by then are already in
+    // the table, unsorted, after the others.
     void AddFiles(const std::vector<std::wstring>& fileNames);
 
     // Replaces all rows by the entries, marked converted, in the entries' order.
     void FillConverted(const CList<UTtab_entry, UTtab_entry&>& entries);
 
-    // Whether column 1 of any row equals the name, letter case counting.
+    // Whether column 1 of any row equals the name, case-sensitively.
     [[nodiscard]] bool IsNewNameTaken(const std::wstring& fileName) const;
 
     [[nodiscard]] int CountPendingRows() const;
 
-    // Sorts the rows `low` to `high` (-1: the last) by the texts of the column, by their character codes.
-    // Marks and selection move with their rows.
+    // Sorts the rows `low` to `high` (-1: the last) by the column's texts, by character codes. Marks,
+    // selection and focus move with their rows.
     void SortTextItems(int column, bool ascending, int low, int high);
 
-    // Generates the column (1 or 2) anew for the selected rows, one after the other. Rows that change become
-    // pending, and the parent is told: at the end, and of what is done so far before a message comes up. Ends
-    // silently when the template is missing or yields no usable file name.
+    // Regenerates the column (1 or 2) of the selected rows, from the top. Changed rows become pending. The
+    // parent is notified at the end, and before each message of the changes so far. Stops silently when the
+    // template is missing or gives no usable file name.
     void ApplyTemplate(int column);
 
-    // Takes a hand edit of a cell; null when the user cancelled it. The cell changes only through this call:
-    // the answer to the list view is always "reject", 0.
+    // Applies a hand edit of a cell; `newText` is null when the user cancelled it. Always returns 0, so that
+    // the list view does not set the text itself (LVN_ENDLABELEDIT).
     LRESULT OnEndLabelEdit(int row, int column, const wchar_t* newText);
 
     [[nodiscard]] UTtab_entry GetRow(int row) const;
@@ -50,8 +50,7 @@ public:
     void MarkPending(int row) const;
     void MarkConverted(int row) const;
 
-    // Scrolls only when the row is out of view, and then by a whole page, so that the rows to come are seen
-    // too.
+    // Scrolls only if the row is out of view, and then by a page, so that the next rows are seen, too.
     void ScrollIntoView(int row) const;
 
 private:
@@ -60,7 +59,7 @@ private:
     class TemplateApplication;
 
     void Mark(int row, bool pending) const;
-    void TellParent() const;
+    void NotifyParent() const;
     void InsertRow(int row, const wchar_t* original, const wchar_t* renamed, const wchar_t* bomName,
                    bool pending) const;
     [[nodiscard]] Row ReadRow(int row) const;

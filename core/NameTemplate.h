@@ -20,7 +20,7 @@ inline constexpr int kColumnBomName = 2;   // name in the bill of materials
 // configuration name, stays, and so does a % before any other character.
 [[nodiscard]] std::wstring ExpandTemplate(std::wstring_view templateText, const PartNameValues& values);
 
-// The same into a text that is used again and keeps its room.
+// The same, into a text that is reused to save allocations.
 void ExpandTemplate(std::wstring& expanded, std::wstring_view templateText, const PartNameValues& values);
 
 // Fills %1, %2 (the configuration name), %3, %4, %7 and %8 of a BOM name in the same way. %5 and %6 stay.

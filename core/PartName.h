@@ -25,7 +25,7 @@ public:
     // Never fails: a name outside the convention gives empty values.
     [[nodiscard]] static PartNameValues SplitPartName(std::wstring_view fileName);
 
-    // The same into values that are used again, all of which are set: their texts keep their room.
+    // The same, into values that are reused to save allocations.
     static void SplitPartName(std::wstring_view fileName, PartNameValues& values);
 
     // The decimal digits at the start of the name's core, which is the text after the first prefix.size()
