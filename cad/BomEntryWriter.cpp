@@ -79,7 +79,7 @@ std::vector<std::wstring> StringsOf(SAFEARRAY* array, long maximum)
 
 }  // namespace
 
-CBomEntryWriter::CBomEntryWriter(CSldWorksApplication& application, CProgressFace& progress,
+CBomEntryWriter::CBomEntryWriter(CSldWorksApplication& application, CProgressView& progress,
                                  const std::wstring& filePath, const PartNameValues& fields,
                                  const std::wstring& bomNameTemplate, float fileShare, int fileNumber)
     : m_application(application)

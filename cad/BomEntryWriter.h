@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "cad/ProgressFace.h"
+#include "cad/ProgressView.h"
 #include "cad/SldWorksCalls.h"
 #include "core/PartName.h"
 
@@ -16,7 +16,7 @@ public:
     // "%3" (strNumber), "%4" (strSize), "%7" and "%8" (strExtra1, strExtra2) of `bomNameTemplate`.
     // `fileShare` is the part of the overall bar that one file takes, `fileNumber` the number of files so far
     // with this one. All that is passed by reference must live until Run is over.
-    CBomEntryWriter(CSldWorksApplication& application, CProgressFace& progress, const std::wstring& filePath,
+    CBomEntryWriter(CSldWorksApplication& application, CProgressView& progress, const std::wstring& filePath,
                     const PartNameValues& fields, const std::wstring& bomNameTemplate, float fileShare,
                     int fileNumber);
 
@@ -38,7 +38,7 @@ private:
     void ReleaseDocument();
 
     CSldWorksApplication& m_application;
-    CProgressFace& m_progress;
+    CProgressView& m_progress;
     const std::wstring& m_filePath;
     const PartNameValues& m_fields;
     const std::wstring& m_bomNameTemplate;

@@ -113,7 +113,7 @@ int CSldWorks::Disconnect()
     return 0;
 }
 
-int CSldWorks::WriteBomEntries(CProgressFace& progress, const std::wstring& filePath,
+int CSldWorks::WriteBomEntries(CProgressView& progress, const std::wstring& filePath,
                                const PartNameValues& fields, const std::wstring& bomNameTemplate,
                                float fileShare, int fileNumber)
 {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "cad/ProgressFace.h"
+#include "cad/ProgressView.h"
 #include "cad/SldWorksCalls.h"
 #include "core/PartName.h"
 
@@ -37,7 +37,7 @@ public:
 
     // Opens a part or assembly file, writes the BOM entry of each of its configurations and saves and closes
     // it; see CBomEntryWriter. To be called while connected.
-    int WriteBomEntries(CProgressFace& progress, const std::wstring& filePath, const PartNameValues& fields,
+    int WriteBomEntries(CProgressView& progress, const std::wstring& filePath, const PartNameValues& fields,
                         const std::wstring& bomNameTemplate, float fileShare, int fileNumber);
 
     // Replaces the characters that feature names may not hold, in place; answers how many it replaced.

@@ -57,7 +57,12 @@ std::wstring MappedFolder(std::wstring_view standardPartsFolder)
 
 std::wstring MapFilePath(std::wstring_view standardPartsFolder)
 {
-    return PathBelow(standardPartsFolder, Joined(kMappedFolderName, kMapFileName));
+    return CopyPath(standardPartsFolder, kMapFileName);
+}
+
+std::wstring CopyPath(std::wstring_view standardPartsFolder, std::wstring_view name)
+{
+    return PathBelow(standardPartsFolder, Joined(kMappedFolderName, name));
 }
 
 bool IsComputer(std::wstring_view path)

@@ -15,10 +15,11 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 // Below an empty folder it is \\NAME: a computer of the network, see IsComputer.
 [[nodiscard]] std::wstring PathBelow(std::wstring_view folder, std::wstring_view name);
 
-// The "Mapped" folder of a standard-parts folder, without a backslash at its end, and the path of the parts
-// map file in it.
+// The "Mapped" folder of a standard-parts folder, without a backslash at its end, and the paths of the parts
+// map file and of a copy in it.
 [[nodiscard]] std::wstring MappedFolder(std::wstring_view standardPartsFolder);
 [[nodiscard]] std::wstring MapFilePath(std::wstring_view standardPartsFolder);
+[[nodiscard]] std::wstring CopyPath(std::wstring_view standardPartsFolder, std::wstring_view name);
 
 // Whether the path names no more than a computer of the network, \\COMPUTER, or one of its shares,
 // \\COMPUTER\SHARE. The former is never a folder, the latter never a file: such a path is shown, but asking

@@ -1,16 +1,13 @@
 #include "run/ConversionRun.h"
 
-#include <cstdint>
-#include <exception>
 #include <utility>
 
 #include "core/TextTools.h"
 #include "files/FileMisc.h"
-#include "files/MapCodePage.h"
-#include "files/MapLine.h"
 #include "files/Paths.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/MessageText.h"
 
 namespace {
 
@@ -30,17 +27,15 @@ constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert sein."
                           L"SOLIDWORKS 99/250 is required."};
 
 // Without quotes around the path, unlike the reader's message. Kept: the manuals quote it so.
-constexpr Text kMapFileLead{L"FEHLER: Datei ", L"ERROR: File "};
-constexpr Text kMapFileNotOpened{L" kann nicht zum Schreiben geöffnet werden!",
-                                 L" cannot be opened for write access!"};
+constexpr Text kMapFileNotOpened{L"FEHLER: Datei %1 kann nicht zum Schreiben geöffnet werden!",
+                                 L"ERROR: File %1 cannot be opened for write access!"};
 constexpr Text kMapFileNotWritten{
-    L" kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
-    L" cannot be written!\nThe standard parts concerned are missing from this file."};
+    L"FEHLER: Datei %1 kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
+    L"ERROR: File %1 cannot be written!\nThe standard parts concerned are missing from this file."};
 
 // A generated or edited name is always a file name; one from the map file may be anything.
-constexpr Text kNoFileNameLead{L"FEHLER: '", L"ERROR: '"};
-constexpr Text kNoFileNameClosing{L"' ist kein Dateiname!\nDas betroffene Normteil wird übergangen.",
-                                  L"' is not a file name!\nThe standard part concerned is skipped."};
+constexpr Text kNoFileName{L"FEHLER: '%1' ist kein Dateiname!\nDas betroffene Normteil wird übergangen.",
+                           L"ERROR: '%1' is not a file name!\nThe standard part concerned is skipped."};
 
 constexpr Text kCopyFrom{L"Kopiere: ", L"Copy: "};
 constexpr Text kCopyTo{L"nach: ", L"to: "};
@@ -51,7 +46,7 @@ constexpr Text kCancelled{L"Abbruch durch Benutzer!\n\nEs wurden nicht alle Date
                           L"Canceled by user!\n\nNot all files are copied."};
 constexpr Text kFinished{L"Umsetzungen erfolgreich beendet.", L"Conversion successfully finished."};
 
-// Position of the overall bar. With nothing to convert there is nothing left to do: the bar is full.
+// The overall bar's position. It is full when there is nothing to convert.
 int OverallPosition(int done, int total)
 {
     if (total == 0) {
@@ -63,22 +58,31 @@ int OverallPosition(int done, int total)
 
 }  // namespace
 
+// A row with all that the run has to know about it.
+struct CConversionRun::Row
+{
+    int index;
+    UTtab_entry entry;
+    bool pending;
+    std::wstring source;
+    std::wstring target;
+    bool ownsTarget;  // the target is a copy's and no other file's
+};
+
 CConversionRun::CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWorks& sldWorks,
-                               CConversionView& view, ConversionOrder order)
-    : m_mainWindow(mainWindow), m_table(table), m_sldWorks(sldWorks), m_view(view), m_order(std::move(order))
+                               CConversionView& view, ConversionOptions options)
+    : m_mainWindow(mainWindow)
+    , m_table(table)
+    , m_sldWorks(sldWorks)
+    , m_view(view)
+    , m_options(std::move(options))
 {
 }
 
-// An exception may have ended the run early: neither half a line, nor the dialog, nor a server may stay
-// behind. Nobody is told any more.
+// Leaves no orphaned SOLIDWORKS behind an exception. Failures here are not reported.
 CConversionRun::~CConversionRun()
 {
-    try {
-        DropHalfLine();
-    } catch (const std::exception&) {
-        // Memory is short, and the half line stays.
-    }
-    if (m_pProgress != nullptr) {
+    if (m_progress != nullptr) {
         CloseProgress();
     }
     ReleaseCad();
@@ -86,176 +90,171 @@ CConversionRun::~CConversionRun()
 
 void CConversionRun::Run()
 {
-    m_nTotal = m_table.CountPendingRows();
-    m_strMapPath = MapFilePath(m_order.standardPartsFolder);
+    m_total = m_table.CountPendingRows();
+    m_mapPath = MapFilePath(m_options.standardPartsFolder);
     OpenProgress();
-    if (!PrepareCad() || !OpenMapFile()) {
-        return;
-    }
-    WriteToMapFile(FormatMapHeader(CFileMisc::PathToBytes(m_strMapPath, MapCodePage()).bytes));
-    const RowEnd end = ConvertRows();
-    CloseMapFile();
-    if (end == RowEnd::broken) {
-        return;
-    }
-    ReportEnd(end);
-    CloseProgress();
-    ReleaseCad();
+    PerformEnd(Convert());
 }
 
-void CConversionRun::OpenProgress()
+// ---- The run as a whole
+
+CConversionRun::End CConversionRun::Convert()
 {
-    m_mainWindow.EnableWindow(false);
-    m_pProgress = std::make_unique<CProgressFileCopy>(&m_mainWindow, 0, kProgressFull, 0);
+    if (const std::optional<End> end = PrepareCad()) {
+        return *end;
+    }
+    if (!m_mapFile.Open(m_mapPath)) {
+        return End::mapFileNotOpened;
+    }
+    ReportUnlessWritten(m_mapFile.AppendHeader());
+    return ConvertRows();
 }
 
-// The main window is enabled while its progress dialog goes: otherwise the system would activate another
-// program's window. No message is dispatched in between, so that nothing can be done with it yet.
-void CConversionRun::CloseProgress()
+// Loads SOLIDWORKS unless files are copied only.
+std::optional<CConversionRun::End> CConversionRun::PrepareCad()
 {
-    m_mainWindow.EnableWindow(true);
-    m_pProgress->DestroyWindow();
-    m_pProgress.reset();
-    m_mainWindow.EnableWindow(false);
+    if (m_options.copyOnly) {
+        // The button stays disabled: a run that only copies cannot be cancelled.
+        m_progress->EnableCancel(false);
+        m_progress->Refresh();
+        return std::nullopt;
+    }
+    const std::optional<End> end = LoadCad();
+    if (!end) {
+        m_progress->EnableCancel(true);
+    }
+    return end;
 }
 
-// Ends a run that cannot go on. Its message has been answered, so the window comes back first; its commands
-// still wait until SOLIDWORKS has been let go.
-void CConversionRun::EndEarly()
+// Connects and checks the version, and leaves the cancel button disabled. A failed automation call counts as
+// a failed connection.
+std::optional<CConversionRun::End> CConversionRun::LoadCad()
+{
+    m_progress->SetFirstText(kLoadingCad.Current());
+    m_progress->EnableCancel(false);
+    m_progress->RefreshAtOnce();
+    try {
+        if (m_sldWorks.Connect(m_options.progId) == 0) {
+            return End::cadNotLoaded;
+        }
+        if (!m_sldWorks.IsVersionSupported()) {
+            return End::cadTooOld;
+        }
+    } catch (const CException&) {
+        return End::cadNotLoaded;
+    }
+    return std::nullopt;
+}
+
+CConversionRun::End CConversionRun::ConvertRows()
+{
+    for (int row = m_table.GetNextItem(-1, LVNI_ALL); row != -1; row = m_table.GetNextItem(row, LVNI_ALL)) {
+        if (const std::optional<End> end = ConvertRow(ReadRow(row))) {
+            return *end;
+        }
+    }
+    return End::finished;
+}
+
+// The order of messages, windows, release and closing is the end's own.
+void CConversionRun::PerformEnd(End end)
+{
+    switch (end) {
+        case End::finished:
+            ReportUnlessWritten(m_mapFile.Close());
+            m_view.ShowViewStatus(true);
+            ShowMessage(kFinished.Current(), MB_OK | MB_ICONINFORMATION);
+            CloseProgress();
+            ReleaseCad();
+            break;
+        case End::cancelled:
+            ReportUnlessWritten(m_mapFile.Close());
+            ShowMessage(kCancelled.Current());
+            m_view.ReloadAfterCancel();
+            CloseProgress();
+            ReleaseCad();
+            break;
+        case End::cadNotLoaded:
+            ShowMessage(kCadNotLoaded.Current());
+            BreakOff();
+            break;
+        case End::cadTooOld:
+            ShowMessage(kCadTooOld.Current());
+            BreakOff();
+            break;
+        case End::mapFileNotOpened:
+            ShowMessage(FillPlaces(kMapFileNotOpened.Current(), {m_mapPath}));
+            BreakOff();
+            break;
+    }
+}
+
+// The user has answered the message, so the window comes back first. It takes no commands yet: the dialog
+// drops them until the run has returned.
+void CConversionRun::BreakOff()
 {
     CloseProgress();
     m_view.TakeInputAgain();
     ReleaseCad();
+    ReportUnlessWritten(m_mapFile.Close());
 }
 
-// Loads SOLIDWORKS unless files are copied only. False when the run has ended.
-bool CConversionRun::PrepareCad()
+// ---- One row
+
+CConversionRun::Row CConversionRun::ReadRow(int index) const
 {
-    if (m_order.copyOnly) {
-        // The button stays disabled: a run that only copies cannot be cancelled.
-        m_pProgress->EnableCancel(false);
-        m_pProgress->Refresh();
-        return true;
-    }
-    const CadState state = LoadCad();
-    if (state != CadState::ready) {
-        ShowCadFailure(state);
-        EndEarly();
-        return false;
-    }
-    m_pProgress->EnableCancel(true);
-    return true;
+    UTtab_entry entry = m_table.GetRow(index);
+    const std::wstring& folder = m_options.standardPartsFolder;
+    std::wstring source = PathBelow(folder, entry.strOriginal);
+    std::wstring target = CopyPath(folder, entry.strRenamed);
+    // Another name may lead to any file, and while the map file is open, no copy can take its place.
+    const bool ownsTarget =
+        IsBareFileName(entry.strRenamed) && !EqualIgnoringCase(entry.strRenamed, kMapFileName);
+    return {index,      std::move(entry), m_table.IsPending(index), std::move(source), std::move(target),
+            ownsTarget};
 }
 
-// Connects and tests the version, with the cancel button disabled. An automation failure on the way counts as
-// a failed connection.
-CConversionRun::CadState CConversionRun::LoadCad()
+std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
 {
-    m_pProgress->SetFirstText(kLoadingCad.Current());
-    m_pProgress->EnableCancel(false);
-    m_pProgress->RefreshAtOnce();
-    try {
-        if (m_sldWorks.Connect(m_order.progId) == 0) {
-            return CadState::notLoaded;
-        }
-        return m_sldWorks.IsVersionSupported() ? CadState::ready : CadState::tooOld;
-    } catch (const CException&) {
-        return CadState::notLoaded;
+    ShowRow(row);
+    if (row.ownsTarget) {
+        static_cast<void>(CFileMisc::ClearReadOnly(row.target));
     }
-}
-
-void CConversionRun::ShowCadFailure(CadState state) const
-{
-    ShowMessage(state == CadState::tooOld ? kCadTooOld.Current() : kCadNotLoaded.Current());
-}
-
-// Ends SOLIDWORKS and lets it go. A server that cannot be ended any more is let go all the same.
-void CConversionRun::ReleaseCad()
-{
-    if (m_order.copyOnly) {
-        return;
-    }
-    try {
-        m_sldWorks.Disconnect();
-    } catch (const CException&) {
-        // The connection is dropped all the same, and there is nobody left to end.
-    }
-}
-
-// False when the run has ended.
-bool CConversionRun::OpenMapFile()
-{
-    if (CFileMisc::OpenOutputFile(m_mapFile, CFileMisc::PathToBytes(m_strMapPath, MapCodePage()), true) ==
-        0) {
-        // Now, as the way to the file may be gone at the end without a line being lost.
-        static_cast<void>(
-            m_mapFileOnDisk.Open(m_strMapPath, CFile::modeWrite | CFile::shareDenyNone, nullptr));
-        return true;
-    }
-    ShowMessage(kMapFileLead.Current() + m_strMapPath + kMapFileNotOpened.Current());
-    EndEarly();
-    return false;
-}
-
-CConversionRun::RowEnd CConversionRun::ConvertRows()
-{
-    for (int row = m_table.GetNextItem(-1, LVNI_ALL); row != -1; row = m_table.GetNextItem(row, LVNI_ALL)) {
-        const RowEnd end = ConvertRow(row);
-        if (end != RowEnd::next) {
+    if (CopyAndRecord(row)) {
+        if (const std::optional<End> end = UpdateCopy(row)) {
             return end;
         }
-    }
-    return RowEnd::next;
-}
-
-CConversionRun::RowEnd CConversionRun::ConvertRow(int row)
-{
-    m_row = m_table.GetRow(row);
-    m_bRowPending = m_table.IsPending(row);
-    m_strSource = NormalizePath(m_order.standardPartsFolder + L"\\" + m_row.strOriginal);
-    m_strTarget = NormalizePath(m_order.standardPartsFolder + L"\\" + std::wstring(kMappedFolderName) +
-                                L"\\" + m_row.strRenamed);
-    // A name that cannot be a copy's: nothing that has it may be touched. While the map file is open, the
-    // copy cannot take its place.
-    m_bNewNameUsable = IsBareFileName(m_row.strRenamed) && !EqualIgnoringCase(m_row.strRenamed, kMapFileName);
-    ShowRow();
-    if (m_bNewNameUsable) {
-        static_cast<void>(CFileMisc::ClearReadOnly(m_strTarget));
-    }
-    if (CopyAndRecord()) {
-        if (m_order.copyOnly) {
-            ShowCurrentFile();
-            ++m_nDone;  // counts every row, marked or not
-        } else if (m_bRowPending && !UpdateBomEntries()) {
-            return RowEnd::broken;
-        }
-        if (FinishRow(row) == RowEnd::cancelled) {
-            return RowEnd::cancelled;
+        FinishRow(row);
+        if (m_progress->IsCancelled()) {
+            return End::cancelled;
         }
     }
-    if (m_bNewNameUsable) {
-        static_cast<void>(CFileMisc::SetReadOnly(m_strTarget));
+    if (row.ownsTarget) {
+        static_cast<void>(CFileMisc::SetReadOnly(row.target));
     }
-    return RowEnd::next;
+    return std::nullopt;
 }
 
-void CConversionRun::ShowRow()
+// Copies a pending row's file and records the row. False when the row stays as it is.
+bool CConversionRun::CopyAndRecord(const Row& row)
 {
-    m_pProgress->SetFirstText(m_pProgress->FitToFirstLine(kCopyFrom.Current(), m_strSource));
-    m_pProgress->SetSecondText(m_pProgress->FitToSecondLine(kCopyTo.Current(), m_strTarget));
-    m_pProgress->SetThirdText({});
-    m_pProgress->SetFilePosition(0);
-    m_pProgress->SetOverallPosition(OverallPosition(m_nDone, m_nTotal));
-    m_pProgress->Refresh();
+    if (row.pending && (!HasFileNames(row) || CFileMisc::CopyPartFile(row.source, row.target) != 0)) {
+        return false;
+    }
+    UTtab_entry record = row.entry;
+    if (m_options.copyOnly) {
+        record.strBomName.clear();
+    }
+    return ReportUnlessWritten(m_mapFile.Append(record));
 }
 
-// Whether both names lie in their folders. If not, the user is told once.
-bool CConversionRun::HasFileNames()
+// Whether neither name leads out of its folder. If one does, the user is told once.
+bool CConversionRun::HasFileNames(const Row& row)
 {
-    for (const std::wstring& name : {m_row.strOriginal, m_row.strRenamed}) {
+    for (const std::wstring& name : {row.entry.strOriginal, row.entry.strRenamed}) {
         if (!IsBareFileName(name)) {
-            if (!std::exchange(m_bNoFileNameShown, true)) {
-                ShowMessage(kNoFileNameLead.Current() + name + kNoFileNameClosing.Current());
+            if (!std::exchange(m_noFileNameShown, true)) {
+                ShowMessage(FillPlaces(kNoFileName.Current(), {name}));
             }
             return false;
         }
@@ -263,106 +262,58 @@ bool CConversionRun::HasFileNames()
     return true;
 }
 
-// Copies a pending row's file and records the row. False when the row stays as it is.
-bool CConversionRun::CopyAndRecord()
+std::optional<CConversionRun::End> CConversionRun::UpdateCopy(const Row& row)
 {
-    if (m_bRowPending && (!HasFileNames() || CFileMisc::CopyPartFile(m_strSource, m_strTarget) != 0)) {
-        return false;
+    if (m_options.copyOnly) {
+        ShowCurrentFile(row);
+        ++m_done;  // counts every row, pending or not
+        return std::nullopt;
     }
-    UTtab_entry record = m_row;
-    if (m_order.copyOnly) {
-        record.strBomName.clear();
-    }
-    return WriteToMapFile(FormatMapRecord(record, MapByteRuleOf(MapCodePage())) + '\n');
+    return row.pending ? UpdateBomEntries(row) : std::nullopt;
 }
 
-// Hands the text to the system at once, so that it survives the end of the program. A text that cannot be
-// written leaves no half line behind, and the user is told once. Behind a half line that cannot be taken back
-// nothing is written: the two would be read as one record.
-bool CConversionRun::WriteToMapFile(const std::string& text)
+// Has SOLIDWORKS write the copy's BOM names. After a failed call SOLIDWORKS is loaded anew; the cancel button
+// then stays disabled until the next part is saved.
+std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& row)
 {
-    if (!m_bMapFileHasHalfLine || TakeBackHalfLine()) {
-        m_mapFile << text << std::flush;
-        if (m_mapFile.good()) {
-            m_nMapFileSize = static_cast<std::uintmax_t>(std::streamoff(m_mapFile.tellp()));
-            return true;
-        }
-        static_cast<void>(TakeBackHalfLine());
-    }
-    TellMapFileNotWritten();
-    return false;
-}
-
-// Once a run.
-void CConversionRun::TellMapFileNotWritten()
-{
-    if (!std::exchange(m_bMapFileFailureShown, true)) {
-        ShowMessage(kMapFileLead.Current() + m_strMapPath + kMapFileNotWritten.Current());
-    }
-}
-
-// Opened anew because the failed stream would write what it still holds at the next chance; not made anew if
-// it is gone meanwhile. False when the system does not let the file be made shorter, as while another program
-// has it mapped into its memory, or be opened; and for the rest of the run when the file holds less than was
-// written to it.
-bool CConversionRun::TakeBackHalfLine()
-{
-    m_bMapFileHasHalfLine = true;
-    m_mapFile.close();
-    const bool cut = CFile::Truncate(m_strMapPath, m_nMapFileSize);
-    m_mapFile.clear();
-    m_mapFile.open(m_strMapPath.c_str(), std::ios::in | std::ios::ate);
-    m_bMapFileHasHalfLine = !cut || !m_mapFile.is_open();
-    return !m_bMapFileHasHalfLine;
-}
-
-// The last chance of a half line that is still there: once the file is closed, another may write it.
-void CConversionRun::DropHalfLine()
-{
-    if (m_bMapFileHasHalfLine) {
-        static_cast<void>(TakeBackHalfLine());
-        m_bMapFileHasHalfLine = false;
-    }
-}
-
-// That lines are lost may turn out only when the system brings them to the disk, as behind a network path;
-// closing the file does not tell.
-void CConversionRun::CloseMapFile()
-{
-    DropHalfLine();
-    const bool onDisk = m_mapFileOnDisk.Flush();
-    m_mapFileOnDisk = CFile();
-    m_mapFile.close();
-    if (!onDisk || m_mapFile.fail()) {
-        TellMapFileNotWritten();
-    }
-}
-
-void CConversionRun::ShowCurrentFile()
-{
-    m_pProgress->SetFirstText(m_pProgress->FitToFirstLine(kCurrentFile.Current(), m_strTarget));
-    m_pProgress->Refresh();
-}
-
-// Has SOLIDWORKS write the copy's BOM names. A failure is shown and SOLIDWORKS loaded anew; false when that
-// fails too.
-bool CConversionRun::UpdateBomEntries()
-{
-    ShowCurrentFile();
-    ++m_nDone;
-    const float fileShare = static_cast<float>(kProgressFull) / static_cast<float>(m_nTotal);
+    ShowCurrentFile(row);
+    ++m_done;
+    const float fileShare = static_cast<float>(kProgressFull) / static_cast<float>(m_total);
     try {
-        PartNameValues fields = Diverses::SplitPartName(m_row.strOriginal);
-        fields.strNumDigits = Diverses::LeadingDigits(m_row.strOriginal, kStandardNumberPrefix);
-        m_sldWorks.WriteBomEntries(*m_pProgress, m_strTarget, fields, m_row.strBomName, fileShare, m_nDone);
-        return true;
+        const std::wstring& original = row.entry.strOriginal;
+        PartNameValues fields = Diverses::SplitPartName(original);
+        fields.strNumDigits = Diverses::LeadingDigits(original, kStandardNumberPrefix);
+        m_sldWorks.WriteBomEntries(*m_progress, row.target, fields, row.entry.strBomName, fileShare, m_done);
+        return std::nullopt;
     } catch (const COleDispatchException& error) {
         ShowDispatchError(error);
     } catch (const CException&) {
-        // Any other failure ends the update of this part without a word.
+        // Kept: any other failure ends the update of this part without a message.
     }
-    return ReconnectCad();
+    ReleaseCad();
+    return LoadCad();
 }
+
+// Marks the row, and lets a click on Cancel come in.
+void CConversionRun::FinishRow(const Row& row)
+{
+    m_table.MarkConverted(row.index);
+    m_table.ScrollIntoView(row.index);
+    m_progress->PumpOneMessage();
+}
+
+// ---- The map file
+
+// Returns what it was given. The user is told about missing records once a run.
+bool CConversionRun::ReportUnlessWritten(bool written)
+{
+    if (!written && !std::exchange(m_mapFileFailureShown, true)) {
+        ShowMessage(FillPlaces(kMapFileNotWritten.Current(), {m_mapPath}));
+    }
+    return written;
+}
+
+// ---- SOLIDWORKS
 
 void CConversionRun::ShowDispatchError(const COleDispatchException& error) const
 {
@@ -378,34 +329,49 @@ void CConversionRun::ShowDispatchError(const COleDispatchException& error) const
     ShowMessage(request);
 }
 
-// The cancel button stays disabled; the next part's last step enables it again.
-bool CConversionRun::ReconnectCad()
+// Ends SOLIDWORKS and releases it. One that no longer answers is released all the same.
+void CConversionRun::ReleaseCad()
 {
-    ReleaseCad();
-    const CadState state = LoadCad();
-    if (state == CadState::ready) {
-        return true;
+    if (m_options.copyOnly) {
+        return;
     }
-    ShowCadFailure(state);
-    EndEarly();
-    return false;
+    try {
+        m_sldWorks.Disconnect();
+    } catch (const CException&) {
+        // There is nobody left to end.
+    }
 }
 
-CConversionRun::RowEnd CConversionRun::FinishRow(int row)
+// ---- The progress dialog
+
+void CConversionRun::OpenProgress()
 {
-    m_table.MarkConverted(row);
-    m_table.ScrollIntoView(row);
-    m_pProgress->PumpOneMessage();
-    return m_pProgress->IsCancelled() ? RowEnd::cancelled : RowEnd::next;
+    m_mainWindow.EnableWindow(false);
+    m_progress = std::make_unique<CProgressFileCopy>(&m_mainWindow, 0, kProgressFull, 0);
 }
 
-void CConversionRun::ReportEnd(RowEnd end)
+// The main window is enabled while the dialog is destroyed, or the system would activate another program's
+// window. No message is dispatched in between, so no input reaches it yet.
+void CConversionRun::CloseProgress()
 {
-    if (end == RowEnd::cancelled) {
-        ShowMessage(kCancelled.Current());
-        m_view.ReloadAfterCancel();
-    } else {
-        m_view.ShowViewStatus(true);
-        ShowMessage(kFinished.Current(), MB_OK | MB_ICONINFORMATION);
-    }
+    m_mainWindow.EnableWindow(true);
+    m_progress->DestroyWindow();
+    m_progress.reset();
+    m_mainWindow.EnableWindow(false);
+}
+
+void CConversionRun::ShowRow(const Row& row)
+{
+    m_progress->SetFirstText(m_progress->FitToFirstLine(kCopyFrom.Current(), row.source));
+    m_progress->SetSecondText(m_progress->FitToSecondLine(kCopyTo.Current(), row.target));
+    m_progress->SetThirdText({});
+    m_progress->SetFilePosition(0);
+    m_progress->SetOverallPosition(OverallPosition(m_done, m_total));
+    m_progress->Refresh();
+}
+
+void CConversionRun::ShowCurrentFile(const Row& row)
+{
+    m_progress->SetFirstText(m_progress->FitToFirstLine(kCurrentFile.Current(), row.target));
+    m_progress->Refresh();
 }

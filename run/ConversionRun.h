@@ -1,19 +1,17 @@
 #pragma once
 
-#include <cstdint>
-#include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "cad/SldWorks.h"
 #include "core/ConversionTable.h"
-#include "framework/File.h"
+#include "files/MapFileWriter.h"
 #include "framework/OleException.h"
 #include "run/ConversionView.h"
 #include "run/ProgressFileCopy.h"
 
-// What a run is to work on.
-struct ConversionOrder
+struct ConversionOptions
 {
     std::wstring standardPartsFolder;
     std::wstring progId;  // of the SOLIDWORKS version that writes the BOM names
@@ -21,81 +19,75 @@ struct ConversionOrder
 };
 
 // One conversion run: copies the pending rows' files under their new names into the "Mapped" folder, records
-// every row in the map file, has SOLIDWORKS write the BOM names, and marks the rows converted. Works on the
-// user-interface thread and returns when the run has ended; the main window is disabled meanwhile, and still
-// is then unless the run ended early. All failures are reported to the user here.
+// every row in the map file, has SOLIDWORKS write the BOM names, and marks the rows converted. Runs on the
+// user-interface thread. All failures are reported to the user here.
 class CConversionRun
 {
 public:
     CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWorks& sldWorks, CConversionView& view,
-                   ConversionOrder order);
+                   ConversionOptions options);
 
     CConversionRun(const CConversionRun&) = delete;
     CConversionRun& operator=(const CConversionRun&) = delete;
+
+    // Closes the progress dialog and ends SOLIDWORKS if an exception ended the run.
     ~CConversionRun();
 
+    // Returns when the run has ended. The main window is disabled meanwhile; it is enabled again only by a run
+    // that could not go on.
     void Run();
 
 private:
-    enum class CadState
+    enum class End
     {
-        ready,
-        notLoaded,
-        tooOld
+        finished,
+        cancelled,
+        cadNotLoaded,  // at the start or after a failed call
+        cadTooOld,     // likewise
+        mapFileNotOpened
     };
-    enum class RowEnd
-    {
-        next,       // the row is dealt with or was skipped
-        cancelled,  // the row is dealt with, and the user wants no more
-        broken      // the connection is lost for good; the message was shown
-    };
+    struct Row;
 
+    // The run as a whole. Each step returns the end that it has come to, or none to go on.
+    End Convert();
+    std::optional<End> PrepareCad();
+    std::optional<End> LoadCad();
+    End ConvertRows();
+    void PerformEnd(End end);
+    void BreakOff();
+
+    // One row.
+    [[nodiscard]] Row ReadRow(int index) const;
+    std::optional<End> ConvertRow(const Row& row);
+    bool CopyAndRecord(const Row& row);
+    bool HasFileNames(const Row& row);
+    std::optional<End> UpdateCopy(const Row& row);
+    std::optional<End> UpdateBomEntries(const Row& row);
+    void FinishRow(const Row& row);
+
+    bool ReportUnlessWritten(bool written);
+
+    // SOLIDWORKS.
+    void ShowDispatchError(const COleDispatchException& error) const;
+    void ReleaseCad();
+
+    // The progress dialog.
     void OpenProgress();
     void CloseProgress();
-    void EndEarly();
-    bool PrepareCad();
-    CadState LoadCad();
-    void ShowCadFailure(CadState state) const;
-    void ReleaseCad();
-    bool OpenMapFile();
-    RowEnd ConvertRows();
-    RowEnd ConvertRow(int row);
-    bool HasFileNames();
-    bool CopyAndRecord();
-    bool WriteToMapFile(const std::string& text);
-    bool TakeBackHalfLine();
-    void DropHalfLine();
-    void TellMapFileNotWritten();
-    void CloseMapFile();
-    void ShowRow();
-    void ShowCurrentFile();
-    bool UpdateBomEntries();
-    void ShowDispatchError(const COleDispatchException& error) const;
-    bool ReconnectCad();
-    RowEnd FinishRow(int row);
-    void ReportEnd(RowEnd end);
+    void ShowRow(const Row& row);
+    void ShowCurrentFile(const Row& row);
 
     CWnd& m_mainWindow;
     CConversionTable& m_table;
     CSldWorks& m_sldWorks;
     CConversionView& m_view;
-    ConversionOrder m_order;
+    ConversionOptions m_options;
 
-    std::unique_ptr<CProgressFileCopy> m_pProgress;
-    std::wstring m_strMapPath;
-    std::ofstream m_mapFile;
-    CFile m_mapFileOnDisk;  // the same, which a stream cannot be asked about; closed when it cannot be opened
-    std::uintmax_t m_nMapFileSize = 0;  // up to the last whole line, in bytes
-    bool m_bMapFileHasHalfLine = false;
-    bool m_bMapFileFailureShown = false;
-    bool m_bNoFileNameShown = false;
-    int m_nTotal = 0;  // rows to convert
-    int m_nDone = 0;
-
-    // The row in hand.
-    UTtab_entry m_row;
-    bool m_bRowPending = false;
-    bool m_bNewNameUsable = false;
-    std::wstring m_strSource;
-    std::wstring m_strTarget;
+    std::unique_ptr<CProgressFileCopy> m_progress;
+    std::wstring m_mapPath;
+    CMapFileWriter m_mapFile;
+    bool m_mapFileFailureShown = false;
+    bool m_noFileNameShown = false;
+    int m_total = 0;  // rows to convert
+    int m_done = 0;
 };

@@ -2,14 +2,14 @@
 
 #include <string>
 
-#include "cad/ProgressFace.h"
+#include "cad/ProgressView.h"
 #include "framework/Controls.h"
 #include "framework/Dialog.h"
 
 // The modeless progress dialog of a conversion run: three text lines, a bar for the current part, a bar for
 // all parts, and a cancel button that only sets a flag. It does no work of its own; the run sets texts and
 // bars, polls the flag and destroys the window.
-class CProgressFileCopy : public CDialog, public CProgressFace
+class CProgressFileCopy : public CDialog, public CProgressView
 {
 public:
     // Makes and shows the dialog, with both bars ranging from `lower` to `upper`, at `start`.

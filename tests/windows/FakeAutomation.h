@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "cad/ProgressFace.h"
+#include "cad/ProgressView.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "tests/windows/TestScopes.h"
@@ -197,7 +197,7 @@ inline CFakeDispatch::Handler RaiseException(const wchar_t* source, const wchar_
 }
 
 // A progress dialog that logs what is asked of it. Texts are logged when a refresh brings them to the screen.
-class CFakeProgress : public CProgressFace
+class CFakeProgress : public CProgressView
 {
 public:
     explicit CFakeProgress(EventLog& log) : m_log(log) {}

@@ -2,13 +2,13 @@
 
 #include <string>
 
-// What the BOM entry writer and the conversion run need of the progress dialog. Bars run from 0 to 100.
-class CProgressFace
+// What the BOM entry writer and the conversion run need of the progress dialog. Bars range from 0 to 100.
+class CProgressView
 {
 public:
-    virtual ~CProgressFace() = default;
+    virtual ~CProgressView() = default;
 
-    // The three text lines. A new text is seen after Refresh.
+    // Set the three lines of text. Refresh brings them to the screen.
     virtual void SetFirstText(const std::wstring& text) = 0;
     virtual void SetSecondText(const std::wstring& text) = 0;
     virtual void SetThirdText(const std::wstring& text) = 0;
@@ -18,16 +18,16 @@ public:
     virtual void SetOverallPosition(int position) = 0;
     [[nodiscard]] virtual int GetOverallPosition() const = 0;
 
-    // Set by the user's press on the cancel button.
+    // The user has pressed Cancel.
     [[nodiscard]] virtual bool IsCancelled() const = 0;
     virtual void ClearCancelled() = 0;
     virtual void EnableCancel(bool enable) = 0;
 
-    // Takes at most one pending window message from the thread's queue, translates and dispatches it.
+    // Translates and dispatches one pending message of the thread, if there is one.
     virtual void PumpOneMessage() = 0;
 
 protected:
-    CProgressFace() = default;
-    CProgressFace(const CProgressFace&) = default;
-    CProgressFace& operator=(const CProgressFace&) = default;
+    CProgressView() = default;
+    CProgressView(const CProgressView&) = default;
+    CProgressView& operator=(const CProgressView&) = default;
 };

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+// The ProgID of the current version, whichever that is.
+inline constexpr const wchar_t* kCurrentCadProgId = L"SldWorks.Application";
+
+// A SOLIDWORKS release. The system knows it by its major version number, users by its year: 20 is 2012.
+class CCadVersion
+{
+public:
+    // The version of a major version number, or of a year of four digits, at the start of the text. None when
+    // no number above 0 stands there.
+    [[nodiscard]] static std::optional<CCadVersion> FromNumber(const std::wstring& text);
+    [[nodiscard]] static std::optional<CCadVersion> FromYear(const std::wstring& text);
+
+    // The four digits that the user chooses by.
+    [[nodiscard]] std::wstring Year() const;
+
+    // "SldWorks.Application." and the major version number.
+    [[nodiscard]] std::wstring ProgId() const;
+
+private:
+    explicit CCadVersion(int number) : m_number(number) {}
+
+    int m_number;
+};

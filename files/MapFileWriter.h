@@ -1,0 +1,50 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <fstream>
+#include <string>
+
+#include "core/UTtabEntry.h"
+#include "framework/File.h"
+
+// Writes the parts map file of one run. Reports failures by its results and shows nothing.
+class CMapFileWriter
+{
+public:
+    CMapFileWriter() = default;
+    CMapFileWriter(const CMapFileWriter&) = delete;
+    CMapFileWriter& operator=(const CMapFileWriter&) = delete;
+
+    // Tries once more to remove a partial record; failures are not reported.
+    ~CMapFileWriter();
+
+    // Creates the file or truncates the existing one. False when it cannot be opened for writing, as with a
+    // path that has a character without a byte in the map file's code page.
+    [[nodiscard]] bool Open(const std::wstring& path);
+
+    // Appends the four lines at the top of the file, or one record, and hands them to the system at once, so
+    // that they survive the end of the process. False when that fails.
+    //
+    // A failed call leaves no partial record. If the system does not even let it be removed, the next call
+    // tries that first, and appends nothing until it succeeds: two records would be read as one.
+    [[nodiscard]] bool AppendHeader();
+    [[nodiscard]] bool Append(const UTtab_entry& record);
+
+    // Flushes the file to disk and closes it. False when appended records may be missing from the disk. Does
+    // nothing, and returns true, when no file is open.
+    [[nodiscard]] bool Close();
+
+private:
+    bool AppendText(const std::string& text);
+    bool RemovePartialRecord();
+    void RemoveLastPartialRecord();
+
+    std::wstring m_path;  // empty when no file is open
+    UINT m_codePage = CP_ACP;
+    std::ofstream m_stream;
+    CFile m_flushed;            // the same file: a stream cannot be flushed to disk
+    std::uintmax_t m_size = 0;  // up to the end of the last whole record, in bytes
+    bool m_hasPartialRecord = false;
+};
