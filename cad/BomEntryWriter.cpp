@@ -7,13 +7,14 @@
 #include "core/TextTools.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/ScopeExit.h"
 
 namespace {
 
 constexpr Text kCurrentConfiguration{L"Aktuelle Konfiguration:  ", L"Current Configuration:  "};
 constexpr Text kSetNewEntry{L"Setze neuen Stückl.-Eintrag:  ", L"Set new BOM entry:  "};
 constexpr Text kSavingFile{L"Schreibe Datei...", L"Saving file..."};
-// The German text speaks of the current standard part, the English one does not: both are meant.
+// Only the German text mentions the current standard part. Kept: the manuals quote both so.
 constexpr Text kReallyCancel{
     L"Wirklich abbrechen?\n"
     L"(Die Stücklisteneinträge der Konfigurationen des aktuellen Normteils "
@@ -22,9 +23,9 @@ constexpr Text kReallyCancel{
     L"(The BOM entries of these configurations are still changed and saved)."};
 
 constexpr int kBarEnd = 100;
-constexpr long kOpenedWithReservation = 128;  // the one positive error code with which a document is usable
+constexpr long kOpenedWithReservation = 128;  // the only positive error code with a usable document
 
-// A prefix test: an extension that merely begins with "sldasm" opens as an assembly, too.
+// An extension that only begins with "sldasm" opens as an assembly, too.
 long DocumentType(std::wstring_view path)
 {
     constexpr std::wstring_view kAssemblyExtension = L"sldasm";
@@ -43,7 +44,7 @@ std::wstring FileNameOf(const std::wstring& path)
     return backslash == std::wstring::npos ? path : path.substr(backslash + 1);
 }
 
-// The array of strings that a result is or refers to; null when it is anything else.
+// The array of strings in a result, by value or by reference; null for any other type.
 SAFEARRAY* ArrayOf(const VARIANT& result)
 {
     switch (result.vt) {
@@ -56,19 +57,21 @@ SAFEARRAY* ArrayOf(const VARIANT& result)
     }
 }
 
-// The first strings of an array, at most `maximum`; none for an array of several dimensions or of anything
-// else.
+// The first strings of an array, at most `maximum`; none for an array of several dimensions or another type.
 std::vector<std::wstring> StringsOf(SAFEARRAY* array, long maximum)
 {
     std::vector<std::wstring> strings;
     VARTYPE type = VT_EMPTY;
-    if (array == nullptr || array->pvData == nullptr || SafeArrayGetDim(array) != 1 ||
-        FAILED(SafeArrayGetVartype(array, &type)) || type != VT_BSTR) {
+    void* data = nullptr;
+    if (array == nullptr || SafeArrayGetDim(array) != 1 || FAILED(SafeArrayGetVartype(array, &type)) ||
+        type != VT_BSTR || FAILED(SafeArrayAccessData(array, &data))) {
         return strings;
     }
-    // Nobody else has a hand on the array before the next call: it may be read without a lock, and so
-    // whatever its lower bound is.
-    const auto* const elements = static_cast<const BSTR*>(array->pvData);
+    const CScopeExit unlock([array] { SafeArrayUnaccessData(array); });
+    if (data == nullptr) {
+        return strings;
+    }
+    const auto* const elements = static_cast<const BSTR*>(data);
     const ULONG count = std::min(array->rgsabound[0].cElements, static_cast<ULONG>(std::max(maximum, 0L)));
     for (ULONG index = 0; index < count; ++index) {
         const BSTR element = elements[index];
@@ -96,8 +99,8 @@ CBomEntryWriter::CBomEntryWriter(CSldWorksApplication& application, CProgressVie
 int CBomEntryWriter::Run()
 {
     m_application.SetDocumentVisibility(false, m_documentType);
-    // Kept: both early ends leave the visibility off, and the second one the document open. Tests and the
-    // table of faults pin the calls that SOLIDWORKS gets then.
+    // Kept: both early returns leave the visibility off, and the second one the document open. The fault
+    // tests pin the calls that SOLIDWORKS gets then.
     if (!OpenDocument()) {
         return 0;
     }
@@ -121,7 +124,7 @@ bool CBomEntryWriter::OpenDocument()
         return false;
     }
     m_openedDocument = m_document;
-    // A test of the bit, so that negative codes may pass it too.
+    // Tests the bit, as negative codes may have it set, too.
     if ((errorCode & kOpenedWithReservation) != 0) {
         m_openedDocument.CallMethod17();
     }
@@ -183,7 +186,7 @@ void CBomEntryWriter::PutBomName(CSldWorksConfiguration& configuration, const st
     }
 }
 
-// A confirmed cancel lets this file be finished: the flag stays set for whoever goes through the files.
+// A confirmed cancel finishes this file; the flag stays set for the run.
 void CBomEntryWriter::HandleCancel()
 {
     if (!m_progress.IsCancelled() || m_cancelConfirmed) {
@@ -198,7 +201,7 @@ void CBomEntryWriter::HandleCancel()
 
 void CBomEntryWriter::SaveDocument()
 {
-    // The count decides, not the names: a document whose names could not be read is saved all the same.
+    // The count decides, not the names: a document is saved even when its names could not be read.
     if (m_configurationCount <= 0) {
         return;
     }

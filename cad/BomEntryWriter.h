@@ -12,17 +12,17 @@
 class CBomEntryWriter
 {
 public:
-    // `application` is connected. `filePath` is the full path of the file. `fields` fill "%1" (strNumDigits),
-    // "%3" (strNumber), "%4" (strSize), "%7" and "%8" (strExtra1, strExtra2) of `bomNameTemplate`.
-    // `fileShare` is the part of the overall bar that one file takes, `fileNumber` the number of files so far
-    // with this one. All that is passed by reference must live until Run is over.
+    // `application` is connected. `filePath` is a full path. `fields` fill "%1" (strNumDigits), "%3"
+    // (strNumber), "%4" (strSize), "%7" and "%8" (strExtra1, strExtra2) of `bomNameTemplate`. `fileShare` is
+    // one file's share of the overall bar, `fileNumber` counts the files from 1. References must stay valid
+    // until Run returns.
     CBomEntryWriter(CSldWorksApplication& application, CProgressView& progress, const std::wstring& filePath,
                     const PartNameValues& fields, const std::wstring& bomNameTemplate, float fileShare,
                     int fileNumber);
 
-    // Does the whole sequence once. Answers the number of configurations that the CAD system reported, and 0
-    // when the document or one of its configurations could not be had. Throws what a failing call throws; the
-    // document's references have been released then.
+    // Does the whole sequence once. Returns the number of configurations that the CAD system reported; 0 when
+    // the document or one of its configurations was not available. Throws when a call fails; the references
+    // to the document are released all the same.
     [[nodiscard]] int Run();
 
 private:
@@ -46,13 +46,13 @@ private:
     const int m_fileNumber;
     const long m_documentType;
 
-    // Two references to the same document, each released on its own.
-    CSldWorksDocument m_document;        // for the configurations and the saving
-    CSldWorksDocument m_openedDocument;  // for the call after an opening with code 128
+    // Two references to the same document, each released separately.
+    CSldWorksDocument m_document;        // for the configurations and saving
+    CSldWorksDocument m_openedDocument;  // for the call after code 128
 
-    long m_configurationCount = 0;                   // as reported; need not be the number of names
+    long m_configurationCount = 0;                   // as reported; may differ from the number of names
     std::vector<std::wstring> m_configurationNames;  // in the CAD system's order
     int m_handled = 0;                               // configurations begun so far
-    float m_overallStart = 0;                        // position of the overall bar at the beginning
+    float m_overallStart = 0;                        // the overall bar's position at the beginning
     bool m_cancelConfirmed = false;
 };

@@ -10,6 +10,8 @@ inline constexpr const wchar_t* kCurrentCadProgId = L"SldWorks.Application";
 class CCadVersion
 {
 public:
+    explicit CCadVersion(int number) : m_number(number) {}
+
     // The version of a major version number, or of a year of four digits, at the start of the text. None when
     // no number above 0 stands there.
     [[nodiscard]] static std::optional<CCadVersion> FromNumber(const std::wstring& text);
@@ -22,7 +24,5 @@ public:
     [[nodiscard]] std::wstring ProgId() const;
 
 private:
-    explicit CCadVersion(int number) : m_number(number) {}
-
     int m_number;
 };

@@ -4,13 +4,12 @@
 #include <new>
 
 #include "cad/BomEntryWriter.h"
+#include "cad/CadVersion.h"
 #include "core/NameRules.h"
+#include "framework/ScopeExit.h"
 #include "platform/Registry.h"
 
 namespace {
-
-// The ProgID of the current version; the ProgID of a certain version has "." and its number behind it.
-constexpr const wchar_t* kCurrentProgId = L"SldWorks.Application";
 
 constexpr int kFirstVersion = 20;
 constexpr int kLastVersion = 39;
@@ -21,24 +20,11 @@ struct CoTaskMemDeleter
     void operator()(wchar_t* text) const { CoTaskMemFree(text); }
 };
 
-// Shows the wait cursor as long as it lives.
-class CWaitCursor
-{
-public:
-    CWaitCursor() : m_previous(SetCursor(LoadCursorW(nullptr, IDC_WAIT))) {}
-    CWaitCursor(const CWaitCursor&) = delete;
-    CWaitCursor& operator=(const CWaitCursor&) = delete;
-    ~CWaitCursor() { SetCursor(m_previous); }
-
-private:
-    HCURSOR m_previous;
-};
-
-// The major version number of the current installation, as registered; empty when there is none.
+// The registered major version number of the current installation; empty without one.
 std::wstring CurrentVersion()
 {
     CLSID classId{};
-    if (FAILED(CLSIDFromProgID(kCurrentProgId, &classId)) || IsEqualCLSID(classId, CLSID_NULL)) {
+    if (FAILED(CLSIDFromProgID(kCurrentCadProgId, &classId)) || IsEqualCLSID(classId, CLSID_NULL)) {
         return {};
     }
     LPOLESTR raw = nullptr;
@@ -52,16 +38,15 @@ std::wstring CurrentVersion()
     return dot == std::wstring::npos ? std::wstring() : text.substr(dot + 1);
 }
 
-bool IsInstalled(const std::wstring& version)
+bool IsInstalled(const CCadVersion& version)
 {
     std::wstring classId;
-    return CRegistry(HKEY_CLASSES_ROOT)
-        .ReadString(std::wstring(kCurrentProgId) + L"." + version + L"\\CLSID", L"", classId);
+    return CRegistry(HKEY_CLASSES_ROOT).ReadString(version.ProgId() + L"\\CLSID", L"", classId);
 }
 
 }  // namespace
 
-// The connect error does without memory for itself, hence the new that does not throw.
+// The program can do without the connect error, so it does not throw when there is no memory for one.
 CSldWorks::CSldWorks() : m_connectError(new (std::nothrow) COleException) {}
 
 CSldWorks::~CSldWorks() = default;
@@ -71,8 +56,8 @@ int CSldWorks::GetInstalledVersions(std::vector<std::wstring>& versions)
     versions.clear();
     const std::wstring current = CurrentVersion();
     for (int number = kFirstVersion; number <= kLastVersion; ++number) {
-        if (std::wstring version = std::to_wstring(number); IsInstalled(version)) {
-            versions.push_back(std::move(version));
+        if (IsInstalled(CCadVersion(number))) {
+            versions.push_back(std::to_wstring(number));
         }
     }
     const auto found = std::ranges::find(versions, current);
@@ -84,9 +69,10 @@ int CSldWorks::Connect(const std::wstring& progId)
     if (m_connected != 0) {
         return m_connected;
     }
-    const CWaitCursor waitCursor;
+    const HCURSOR cursor = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+    const CScopeExit showCursor([cursor] { SetCursor(cursor); });
     const _bstr_t automationText = MakeAutomationString(progId);
-    // Kept, though nothing uses the result: the driver looks the class up itself.
+    // Kept though the result is unused: the driver looks the class up itself.
     CLSID classId{};
     CLSIDFromProgID(automationText, &classId);
     if (m_application.CreateDispatch(progId, m_connectError.get())) {
@@ -103,8 +89,8 @@ bool CSldWorks::IsVersionSupported()
 int CSldWorks::Disconnect()
 {
     if (m_connected != 0) {
-        // The connection is given up before the call: a server that is gone fails the call, and then there
-        // must be none left either. The copy holds the application until the call is over.
+        // Disconnected before the call, which fails when the server is gone. The copy keeps the application
+        // alive for the call.
         CSldWorksApplication application = m_application;
         m_application.ReleaseDispatch();
         m_connected = 0;

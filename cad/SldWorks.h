@@ -16,36 +16,35 @@ public:
     CSldWorks(const CSldWorks&) = delete;
     CSldWorks& operator=(const CSldWorks&) = delete;
 
-    // Lets the application go without ending it.
+    // Releases the application without ending it.
     virtual ~CSldWorks();
 
-    // Fills `versions` with the major version numbers, in decimal, of the installed versions from 20 to 39 in
-    // rising order, and answers the index of the current one in it; 0 when there is none or it is not listed.
+    // Fills `versions` with the installed major version numbers from 20 to 39, in decimal and rising order.
+    // Returns the index of the current one; 0 when there is none or it is not listed.
     [[nodiscard]] static int GetInstalledVersions(std::vector<std::wstring>& versions);
 
-    // Reaches or starts the server of the ProgID under the wait cursor. Answers 1 when connected (at once,
-    // when it was already, whatever the ProgID), 0 when the server cannot be had. Throws COleException with
+    // Reaches a running server of the ProgID or starts one, under the wait cursor. Returns 1 when connected
+    // (at once when it already was, whatever the ProgID), otherwise 0. Throws COleException with
     // E_OUTOFMEMORY when there is no memory for the ProgID.
     [[nodiscard]] int Connect(const std::wstring& progId);
 
-    // Whether the connected server is release 99/250 or later. Throws what a failing call throws.
+    // Whether the connected server is release 99/250 or later. Throws when the call fails.
     [[nodiscard]] bool IsVersionSupported();
 
-    // Ends the application and lets it go; does nothing when not connected. Answers 0. When the call that
-    // ends it fails, its exception is thrown, and the application has been let go all the same.
+    // Ends the application and releases it; does nothing when not connected. Returns 0. Throws when the call
+    // that ends it fails; the application has been released all the same.
     int Disconnect();
 
-    // Opens a part or assembly file, writes the BOM entry of each of its configurations and saves and closes
-    // it; see CBomEntryWriter. To be called while connected.
+    // Opens a part or assembly, writes the BOM entry of each of its configurations, saves and closes it; see
+    // CBomEntryWriter. Call it only while connected.
     int WriteBomEntries(CProgressView& progress, const std::wstring& filePath, const PartNameValues& fields,
                         const std::wstring& bomNameTemplate, float fileShare, int fileNumber);
 
-    // Replaces the characters that feature names may not hold, in place; answers how many it replaced.
+    // Replaces the characters that a feature name must not contain, in place. Returns how many.
     static int SanitizeFeatureName(std::wstring& name);
 
 private:
     CSldWorksApplication m_application;
     int m_connected = 0;  // 0 or 1
-    std::unique_ptr<COleException>
-        m_connectError;  // how the last connecting ended; null without memory for it
+    std::unique_ptr<COleException> m_connectError;  // of the last connection attempt; null without memory
 };

@@ -4,14 +4,14 @@
 
 #include "framework/OleDispatchDriver.h"
 
-// The twelve automation calls that the program makes, one member function each. A failing call throws
-// COleDispatchException or COleException.
+// The twelve automation calls that the program makes, one member function each. They throw
+// COleDispatchException or COleException when the call fails.
 
 // One configuration of a document.
 class CSldWorksConfiguration : public COleDispatchDriver
 {
 public:
-    // Takes over the caller's reference; null gives a configuration that is not attached.
+    // Takes over the caller's reference; null makes a configuration that is not attached.
     explicit CSldWorksConfiguration(IDispatch* configuration = nullptr) { AttachDispatch(configuration); }
 
     void PutAlternativeBomName(const std::wstring& name);
@@ -22,21 +22,21 @@ public:
 class CSldWorksDocument : public COleDispatchDriver
 {
 public:
-    // Takes over the caller's reference; null gives a document that is not attached.
+    // Takes over the caller's reference; null makes a document that is not attached.
     explicit CSldWorksDocument(IDispatch* document = nullptr) { AttachDispatch(document); }
 
-    // What it does is the CAD system's affair; it is called when opening reported code 128.
+    // Called when opening reported code 128. What it does there is not documented.
     void CallMethod17();
 
     [[nodiscard]] long GetConfigurationCount();
 
-    // An array of strings, by value or by reference, if the server keeps to its interface.
+    // An array of strings, by value or by reference; anything else from a server that breaks its interface.
     [[nodiscard]] _variant_t GetConfigurationNames();
 
     // Not attached when the document has no configuration of that name.
     [[nodiscard]] CSldWorksConfiguration GetConfiguration(const std::wstring& name);
 
-    // What the CAD system returns is of no interest, whatever its type.
+    // The result is ignored, whatever its type.
     void Save(bool silent);
 };
 

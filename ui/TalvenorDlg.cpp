@@ -1,43 +1,35 @@
 #include "ui/TalvenorDlg.h"
 
-#include <commdlg.h>
 #include <shellapi.h>
-#include <shlobj.h>
 
 #include <array>
-#include <memory>
 #include <optional>
 #include <utility>
 
+#include "cad/CadVersion.h"
 #include "core/NameTemplate.h"
-#include "core/TextTools.h"
+#include "files/Folders.h"
 #include "files/Paths.h"
-#include "files/PickedFiles.h"
 #include "framework/DialogData.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/MessageText.h"
 #include "framework/ResourceHandle.h"
+#include "framework/ScopeExit.h"
 #include "framework/WinApp.h"
-#include "platform/FileNames.h"
 #include "platform/Registry.h"
 #include "resources/resource.h"
 #include "run/ConversionRun.h"
 #include "ui/AboutDlg.h"
+#include "ui/FileDialogs.h"
 
 namespace {
 
 constexpr int kGerman = 1;
 constexpr int kColumnWidth = 175;  // pixels at 100 % scaling
 constexpr COLORREF kStateImageMask = RGB(255, 0, 0);
-constexpr DWORD kPickedFilesLength = 32766;  // characters of the file dialog's buffer
 constexpr UINT kSysCommandMask = 0xFFF0;     // the low four bits belong to the system
 constexpr UINT kHelpQuit = 2;
-constexpr std::size_t kYearDigits = 4;
-
-// Major version 20 is the release of 2012.
-constexpr int kYearOfVersionZero = 1992;
-constexpr const wchar_t* kProgIdLead = L"SldWorks.Application.";
-
 constexpr const wchar_t* kLibraryKeyTail = L"\\input";
 constexpr const wchar_t* kProgramFolderValue = L"prg";
 constexpr const wchar_t* kPartsFolderValue = L"parts";
@@ -60,7 +52,6 @@ constexpr Text kInputFolderMissing{
     L"manuell gewählt werden.",
     L"Norm-Input-Directory not available!\n\nStandard part directory and files have to "
     L"be selected manually."};
-constexpr Text kPickFolder{L"Quellordner der Normteile auswählen:", L"Select the standard part folder:"};
 constexpr Text kChangeFolder{
     L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle "
     L"Normteillisteneinträge im Fenster verworfen.",
@@ -68,9 +59,6 @@ constexpr Text kChangeFolder{
     L"entries are removed from list."};
 constexpr Text kNoSuchFolder{L"Das Quellverzeichnis existiert nicht!\nBitte Eingabe korrigieren.",
                              L"The source directory does not exist!\nPlease check input."};
-constexpr Text kAddFilter{L"SW-Dateien (*.sldprt;*.sldasm)", L"SW Files (*.sldprt;*.sldasm)"};
-constexpr const wchar_t* kAddPattern = L"*.sldprt;*.sldasm";
-constexpr Text kAddTitle{L"Normteile hinzufügen...", L"Add standart parts..."};
 constexpr Text kAddFromOtherFolder{
     L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle "
     L"bisherigen Normteillisteneinträge im Fenster verworfen\nund die neu ausgewählten "
@@ -78,23 +66,21 @@ constexpr Text kAddFromOtherFolder{
     L"Do you really want to change the standard part folder?\n\nIf YES, then all previous "
     L"selected standard part entries are removed from list\nand the new selections are "
     L"inserted."};
-constexpr Text kMapFileMissingLead{L"Map-Datei '", L"Map-File '"};
-constexpr Text kMapFileMissingClosing{L"' nicht vorhanden.", L"' not available."};
+constexpr Text kMapFileMissing{L"Map-Datei '%1' nicht vorhanden.", L"Map-File '%1' not available."};
 constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
                           L"Do you really want to remove all list entries?"};
-constexpr Text kOverwriteLead{L"Die Map-Datei '", L"The Map-File '"};
-constexpr Text kOverwriteMiddle{L"' existiert bereits in '", L"' already exists in '"};
-constexpr Text kOverwriteClosing{L"'.\n\nSoll die Datei überschrieben werden?",
-                                 L"'.\n\nDo you want to overwrite this file?"};
+constexpr Text kOverwrite{
+    L"Die Map-Datei '%1' existiert bereits in '%2'.\n\nSoll die Datei überschrieben werden?",
+    L"The Map-File '%1' already exists in '%2'.\n\nDo you want to overwrite this file?"};
 
-// A bitmap of the rows' state images, and how wide one of them is in pixels.
+// A bitmap of the rows' state images, side by side, each `width` pixels wide.
 struct StateImages
 {
     int width;
     UINT bitmapId;
 };
 
-// The largest that are not larger than 12 pixels at 100 % come to at this scaling.
+// The largest image set that fits 12 px at this DPI.
 StateImages StateImagesFor(UINT dpi)
 {
     constexpr StateImages kSmallest{12, IDB_STATES};
@@ -111,124 +97,10 @@ StateImages StateImagesFor(UINT dpi)
 // The first paint of the process shows what the start had to report.
 bool g_firstPaintPending = true;
 
-bool Exists(const std::wstring& path)
-{
-    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
-bool IsFolder(const std::wstring& path)
-{
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-// A drive or share root has volume information even where it has no attributes of its own.
-bool IsVolume(std::wstring path)
-{
-    if (path.starts_with(L"\\\\") && !path.ends_with(L"\\")) {
-        path += L'\\';
-    }
-    return GetVolumeInformationW(path.c_str(), nullptr, 0, nullptr, nullptr, nullptr, nullptr, 0) != FALSE;
-}
-
-// Whether there is anything that the text may name as a folder.
-bool FolderExists(const std::wstring& path)
-{
-    return Exists(path) || IsVolume(path);
-}
-
-bool SameFolder(const std::wstring& left, const std::wstring& right)
-{
-    return EqualFileNames(left, right);
-}
-
 bool Ask(const Text& question)
 {
     return ShowMessage(question.Current(), MB_YESNO | MB_ICONQUESTION) == IDYES;
 }
-
-std::wstring ProgIdOf(const std::wstring& majorVersion)
-{
-    return kProgIdLead + majorVersion;
-}
-
-// The decimal number at the start of the text; 0 when there is none.
-int LeadingNumber(const std::wstring& text)
-{
-    return static_cast<int>(std::wcstol(text.c_str(), nullptr, 10));
-}
-
-struct ShellFree
-{
-    void operator()(void* memory) const { CoTaskMemFree(memory); }
-};
-
-// Asks for a folder; empty when the user cancelled or chose something that is no folder of the file system.
-std::wstring PickFolder(HWND owner)
-{
-    const std::wstring title = kPickFolder.Current();
-    BROWSEINFOW request{};
-    request.hwndOwner = owner;
-    request.lpszTitle = title.c_str();
-    request.ulFlags = BIF_EDITBOX;
-    const std::unique_ptr<ITEMIDLIST, ShellFree> items(SHBrowseForFolderW(&request));
-    std::array<wchar_t, MAX_PATH> path{};
-    if (items == nullptr || SHGetPathFromIDListW(items.get(), path.data()) == FALSE) {
-        return {};
-    }
-    return StripFolderInput(path.data());
-}
-
-// Asks for standard-part files, beginning in the folder; none when the user cancelled.
-std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder)
-{
-    using namespace std::string_literals;
-    const std::wstring filter = kAddFilter.Current() + L"\0"s + kAddPattern + L"\0\0"s;
-    const std::wstring title = kAddTitle.Current();
-    std::wstring buffer = kAddPattern;
-    buffer.resize(kPickedFilesLength);
-    OPENFILENAMEW request{};
-    request.lStructSize = sizeof request;
-    request.hwndOwner = owner;
-    request.lpstrFilter = filter.c_str();
-    request.nFilterIndex = 1;
-    request.lpstrFile = buffer.data();
-    request.nMaxFile = kPickedFilesLength;
-    request.lpstrInitialDir = folder.c_str();
-    request.lpstrTitle = title.c_str();
-    request.Flags =
-        OFN_HIDEREADONLY | OFN_ALLOWMULTISELECT | OFN_PATHMUSTEXIST | OFN_FILEMUSTEXIST | OFN_EXPLORER;
-    if (GetOpenFileNameW(&request) == FALSE) {
-        return std::nullopt;
-    }
-    return SplitPickedFiles(buffer.c_str());
-}
-
-// Holds a flag as long as it lives.
-class CFlagScope
-{
-public:
-    explicit CFlagScope(bool& flag) : m_bFlag(flag) { m_bFlag = true; }
-    CFlagScope(const CFlagScope&) = delete;
-    CFlagScope& operator=(const CFlagScope&) = delete;
-    ~CFlagScope() { m_bFlag = false; }
-
-private:
-    bool& m_bFlag;
-};
-
-// After a run, however it ended, the main window takes input again.
-class CInputScope
-{
-public:
-    explicit CInputScope(CConversionView& view) : m_view(view) {}
-    CInputScope(const CInputScope&) = delete;
-    CInputScope& operator=(const CInputScope&) = delete;
-    ~CInputScope() { m_view.TakeInputAgain(); }
-
-private:
-    CConversionView& m_view;
-};
 
 }  // namespace
 
@@ -353,16 +225,13 @@ void CTalvenorDlg::FillVersions()
     if (versions.empty()) {
         return;
     }
-    m_strProgId = ProgIdOf(versions[static_cast<std::size_t>(selected)]);
     for (const std::wstring& version : versions) {
-        const int number = LeadingNumber(version);
-        if (number > 0) {
-            m_wndVersion.AddString(std::to_wstring(number + kYearOfVersionZero));
+        if (const std::optional<CCadVersion> known = CCadVersion::FromNumber(version)) {
+            m_wndVersion.AddString(known->Year());
         }
     }
-    // The index counts the versions, not the entries of the box: one left out above shifts it, which is
-    // meant.
     m_wndVersion.SetCurSel(selected);
+    TakeChosenVersion();
 }
 
 void CTalvenorDlg::OnFirstPaint()
@@ -648,7 +517,8 @@ void CTalvenorDlg::OnSourceDirKillFocus()
     if (m_bCheckingSourceDir || IsEnding()) {
         return;
     }
-    const CFlagScope checking(m_bCheckingSourceDir);
+    m_bCheckingSourceDir = true;
+    const CScopeExit checked([this] { m_bCheckingSourceDir = false; });
     const std::wstring folder = TypedFolder();
     m_wndSourceDir.SetWindowText(folder);
     m_bFolderRefused = !CheckTypedFolder(folder);
@@ -735,8 +605,7 @@ void CTalvenorDlg::OnShowMapFile()
 {
     FocusControl(m_wndList);
     if (!ShowMapFileContents()) {
-        ShowMessage(kMapFileMissingLead.Current() + MapFilePath(m_strSourceDir) +
-                    kMapFileMissingClosing.Current());
+        ShowMessage(FillPlaces(kMapFileMissing.Current(), {MapFilePath(m_strSourceDir)}));
     }
 }
 
@@ -808,7 +677,7 @@ void CTalvenorDlg::OnMarkForConversion()
 
 void CTalvenorDlg::OnStart()
 {
-    const CInputScope inputAgain(*this);
+    const CScopeExit inputAgain([this] { TakeInputAgain(); });
     FocusControl(m_wndList);
     if (m_wndList.GetItemCount() == 0) {
         return;
@@ -827,9 +696,8 @@ void CTalvenorDlg::TakeChosenVersion()
     if (selected == CB_ERR) {
         return;
     }
-    const int year = LeadingNumber(m_wndVersion.GetLBText(selected).substr(0, kYearDigits));
-    if (year > 0) {
-        m_strProgId = ProgIdOf(std::to_wstring(year - kYearOfVersionZero));
+    if (const std::optional<CCadVersion> chosen = CCadVersion::FromYear(m_wndVersion.GetLBText(selected))) {
+        m_strProgId = chosen->ProgId();
     }
 }
 
@@ -839,16 +707,17 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
     if (IsShare(mapFile) || !Exists(mapFile)) {
         return true;
     }
-    const std::wstring question = kOverwriteLead.Current() + std::wstring(kMapFileName) +
-                                  kOverwriteMiddle.Current() + m_strSourceDir + L"\\" +
-                                  std::wstring(kMappedFolderName) + kOverwriteClosing.Current();
-    // The sentence passes through the path rule with the path; it holds no backslash of its own.
+    const std::wstring question =
+        FillPlaces(kOverwrite.Current(),
+                   {kMapFileName, m_strSourceDir + L"\\" + std::wstring(kMappedFolderName)});
+    // Normalizes the path within the sentence, which has no other backslash.
     return ShowMessage(NormalizePath(question), MB_YESNO | MB_ICONQUESTION) != IDNO;
 }
 
 void CTalvenorDlg::RunConversion(bool copyOnly)
 {
-    const CFlagScope running(m_bRunning);
+    m_bRunning = true;
+    const CScopeExit ended([this] { m_bRunning = false; });
     CConversionRun(*this, m_wndList, *this, *this, {m_strSourceDir, m_strProgId, copyOnly}).Run();
 }
 

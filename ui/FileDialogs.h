@@ -1,0 +1,15 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+
+#include "files/PickedFiles.h"
+
+// Lets the user choose the standard-parts folder. Returns it without dots and backslashes at its end; empty
+// when the user cancelled or chose something outside the file system.
+[[nodiscard]] std::wstring PickFolder(HWND owner);
+
+// Lets the user choose standard-part files, starting in the folder. None when the user cancelled.
+[[nodiscard]] std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder);
