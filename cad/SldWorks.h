@@ -45,6 +45,6 @@ public:
 
 private:
     CSldWorksApplication m_application;
-    int m_connected = 0;  // 0 or 1
+    int m_connected = 0;                            // 0 or 1
     std::unique_ptr<COleException> m_connectError;  // of the last connection attempt; null without memory
 };

@@ -19,8 +19,8 @@ struct Path8
     bool representable;  // each character has a byte
 };
 
-// The file work of the program, and the records of the parts map file that was read last.
-// Failures are reported in message boxes here; the caller gets a plain result.
+// The file work of the program, and the records of the parts map file that was read last. Failures are
+// reported in message boxes here; the caller gets a plain result.
 class CFileMisc
 {
 public:
@@ -60,8 +60,7 @@ public:
 
     // The prefix and the path, shortened at the path's beginning with "..." to at most width pixels in the
     // device context's font; preferably at a backslash. When not even one character of the path fits: the
-    // prefix and
-    // "...".
+    // prefix and "...".
     [[nodiscard]] static std::wstring FitPathToWidth(HDC dc, const std::wstring& prefix,
                                                      const std::wstring& path, int width);
 

@@ -210,7 +210,7 @@ CConversionRun::Row CConversionRun::ReadRow(int index) const
     // Another name may lead to any file, and while the map file is open, no copy can take its place.
     const bool ownsTarget =
         IsBareFileName(entry.strRenamed) && !EqualIgnoringCase(entry.strRenamed, kMapFileName);
-    return {index,      std::move(entry), m_table.IsPending(index), std::move(source), std::move(target),
+    return {index,     std::move(entry), m_table.IsPending(index), std::move(source), std::move(target),
             ownsTarget};
 }
 

@@ -33,8 +33,8 @@ public:
     // Closes the progress dialog and ends SOLIDWORKS if an exception ended the run.
     ~CConversionRun();
 
-    // Returns when the run has ended. The main window is disabled meanwhile; it is enabled again only by a run
-    // that could not go on.
+    // Returns when the run has ended. The main window is disabled meanwhile; it is enabled again only by a
+    // run that could not go on.
     void Run();
 
 private:

@@ -7,19 +7,19 @@
 #include "framework/AccessibleName.h"
 
 CCellEdit::CCellEdit(int row, int column, std::wstring text)
-    : m_nRow(row), m_nColumn(column), m_strText(std::move(text))
+    : m_row(row), m_column(column), m_text(std::move(text))
 {
 }
 
 void CCellEdit::Begin(const CWnd& editor, const CListCtrl& list) const
 {
     editor.SendMessage(WM_SETFONT, static_cast<WPARAM>(list.SendMessage(WM_GETFONT)));
-    SetAccessibleName(editor.m_hWnd, list.GetColumnText(m_nColumn) + L" " + list.GetItemText(m_nRow, 0));
+    SetAccessibleName(editor.m_hWnd, list.GetColumnText(m_column) + L" " + list.GetItemText(m_row, 0));
 }
 
 void CCellEdit::End(const CWnd& editor)
 {
-    if (std::exchange(m_bEnded, true)) {
+    if (std::exchange(m_ended, true)) {
         return;
     }
     const HWND window = editor.m_hWnd;
@@ -30,13 +30,13 @@ void CCellEdit::End(const CWnd& editor)
     end.hdr.idFrom = static_cast<UINT_PTR>(GetDlgCtrlID(list));
     end.hdr.code = static_cast<UINT>(LVN_ENDLABELEDITW);
     end.item.mask = LVIF_TEXT;
-    end.item.iItem = m_nRow;
-    end.item.iSubItem = m_nColumn;
-    end.item.pszText = m_bCancelled ? nullptr : text.data();
+    end.item.iItem = m_row;
+    end.item.iSubItem = m_column;
+    end.item.pszText = m_cancelled ? nullptr : text.data();
     end.item.cchTextMax = static_cast<int>(text.size());
     SendMessageW(GetParent(list), WM_NOTIFY, end.hdr.idFrom, reinterpret_cast<LPARAM>(&end));
     ClearAccessibleName(window);
-    DestroyWindow(window);  // and with it the editor and this object
+    DestroyWindow(window);  // deletes the editor, and this object with it
 }
 
 bool CCellEdit::KeepsKey(const MSG& message)

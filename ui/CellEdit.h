@@ -6,37 +6,34 @@
 
 #include "framework/Controls.h"
 
-// What the cell editors of a list share: which cell is edited, which keys the editor keeps, and how the
-// outcome reaches the list.
+// What the list's two cell editors share: the cell, the keys that the editor keeps, and the end of the edit.
 class CCellEdit
 {
 public:
     // The cell and its text before the edit.
     CCellEdit(int row, int column, std::wstring text);
 
-    [[nodiscard]] const std::wstring& InitialText() const { return m_strText; }
+    [[nodiscard]] const std::wstring& InitialText() const { return m_text; }
 
-    // Takes over the list's font and tells screen readers which cell is edited: the column's header and what
-    // stands in the row's first column.
+    // Sets the list's font and an accessible name: the column's header and the row's original file name.
     void Begin(const CWnd& editor, const CListCtrl& list) const;
 
-    // The edit is to change nothing.
-    void Cancel() { m_bCancelled = true; }
+    // Makes End discard the text.
+    void Cancel() { m_cancelled = true; }
 
-    // Sends the edit's end (LVN_ENDLABELEDIT) to the parent of the list that the editor lies in, with the
-    // editor's text, or without one when the edit was cancelled, and destroys the editor's window. Only the
-    // first call does so: the messages that the end brings up may move the focus to the editor and away from
-    // it again.
+    // Sends LVN_ENDLABELEDIT to the parent of the editor's list, with the editor's text or, after Cancel,
+    // without one, and destroys the editor. Later calls do nothing: a message box during the first one may
+    // move the focus to the editor and away again.
     void End(const CWnd& editor);
 
-    // Whether a message is a key that goes to the editor whatever the dialog or the list would do with it:
-    // Enter, Escape, Delete, and every key while Ctrl is held.
+    // Whether the message is a key that the editor handles before the dialog and the list: Enter, Escape,
+    // Delete, and every key with Ctrl.
     [[nodiscard]] static bool KeepsKey(const MSG& message);
 
 private:
-    int m_nRow;
-    int m_nColumn;
-    std::wstring m_strText;
-    bool m_bCancelled = false;
-    bool m_bEnded = false;
+    int m_row;
+    int m_column;
+    std::wstring m_text;
+    bool m_cancelled = false;
+    bool m_ended = false;
 };

@@ -5,7 +5,7 @@
 #include "framework/Handles.h"
 #include "framework/Language.h"
 
-// The popup menu of one generated column of the conversion list, in the language in force when it is made.
+// The context menu of one generated column, in the language that is current when it is made.
 class CColumnMenu
 {
 public:
@@ -19,7 +19,7 @@ public:
 
     explicit CColumnMenu(const Text& title);
 
-    // Lets the user choose at a position of the screen; none when the menu was dismissed.
+    // Shows the menu at a screen position and returns the choice; none when it was dismissed.
     [[nodiscard]] Command Show(HWND owner, POINT position) const;
 
 private:

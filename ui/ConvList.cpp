@@ -19,17 +19,17 @@ namespace {
 constexpr Text kRenamedMenuTitle{L"Spalte: Umbenannt nach...", L"Column: Renamed to..."};
 constexpr Text kBomNameMenuTitle{L"Spalte: Benennung d. Stücklisteneintrags...", L"Column: BOM names..."};
 
-// Column widths that the user may set, in pixels at 100 % scaling, and what a key press adds.
+// Limits of the column width and the step of a key press, in pixels at 100 % scaling.
 constexpr int kMinColumnWidth = 80;
 constexpr int kMaxColumnWidth = 400;
 constexpr int kColumnWidthStep = 10;
 
-// Where an editor lies in its cell, in pixels.
+// An editor's place in its cell, in pixels.
 constexpr int kNarrowestEditedColumn = 5;
 constexpr int kEditorIndent = 4;
 constexpr int kEditorGap = 3;
 
-// How far below the header the column lines begin, in pixels.
+// From the header to the start of the column lines, in pixels.
 constexpr int kLineGap = 2;
 
 bool IsGenerated(int column)
@@ -70,7 +70,7 @@ const MessageMap* CConvList::GetMessageMap() const
     return &kMap;
 }
 
-// ---- Where things are
+// ---- Places
 
 // The columns from left to right.
 std::vector<CConvList::ColumnPlace> CConvList::ColumnPlaces() const
@@ -131,8 +131,8 @@ int CConvList::HeaderHeight() const
 
 // ---- Windows messages
 
-// Scrolling ends an open edit. Letting the scroll bar go is no scrolling: it would take the focus out of a
-// folder field to which a message about the folder has just given it back.
+// Scrolling ends an open edit. Releasing the scroll bar does not count: it would take the focus from the
+// folder field right after a message about the folder has put it there.
 LRESULT CConvList::OnScroll(WPARAM wParam, LPARAM)
 {
     if (LOWORD(wParam) != SB_ENDSCROLL) {
@@ -141,7 +141,7 @@ LRESULT CConvList::OnScroll(WPARAM wParam, LPARAM)
     return Default();
 }
 
-// The wheel scrolls a list that does not have the focus, too: it takes the focus from a cell editor only.
+// The wheel also scrolls a list without the focus: it takes the focus from a cell editor only.
 void CConvList::OnWheel()
 {
     EndEdit();
@@ -192,7 +192,7 @@ LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
     if (!column) {
         return Default();
     }
-    // Kept: below the last row the column's number serves as the row's, too.
+    // Kept: a click below the last row selects the row with the column's number.
     const Cell cell{RowAt(point).value_or(*column), *column};
     SelectAndFocus(cell.row);
     CColumnMenu::Command command = CColumnMenu::none;
@@ -200,26 +200,26 @@ LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
         ClientToScreen(m_hWnd, &point);
         command = MenuOf(cell.column).Show(m_hWnd, point);
     }
-    // The control lets posted messages through while it deals with the click, so the command, which acts on
-    // the selection, comes behind.
+    // The default handling dispatches posted messages, so the command, which acts on the selection, comes
+    // last.
     const LRESULT result = DefaultKeepingSelection(lParam);
     Perform(command, cell);
     return result;
 }
 
-// The menu key; a click has had its menu already.
+// The menu key; OnRButtonDown handles clicks.
 LRESULT CConvList::OnContextMenu(WPARAM, LPARAM lParam)
 {
     const bool byKeyboard = GET_X_LPARAM(lParam) == -1 && GET_Y_LPARAM(lParam) == -1;
     if (!byKeyboard) {
         return Default();
     }
-    // The message comes when the menu key is let go, and Ctrl may have been let go before.
+    // The message comes when the menu key is released; Ctrl may have been released before.
     ShowMenuByKeyboard(std::exchange(m_bCtrlAtMenuKey, false) || IsDown(VK_CONTROL));
     return 0;
 }
 
-// A list that closes up because the focus has gone elsewhere leaves it there.
+// When the list closed because the focus moved elsewhere, the focus stays there.
 void CConvList::OnInPlaceListClosed()
 {
     if (::GetFocus() == GetDlgItem(IDC_IN_PLACE_LIST)) {
@@ -227,8 +227,8 @@ void CConvList::OnInPlaceListClosed()
     }
 }
 
-// The columns are about to move below an open edit, which ends it. A message box about its text takes the
-// release of the mouse button: a drag that began behind it would follow the mouse until the next click.
+// Moving or resizing columns ends an open edit. If a message box about its text swallows the release of the
+// mouse button, the drag must not begin: it would follow the mouse until the next click.
 LRESULT CConvList::OnHeaderBeginDrag(NMHDR&)
 {
     const bool wasHeld = IsDown(VK_LBUTTON);
@@ -236,7 +236,7 @@ LRESULT CConvList::OnHeaderBeginDrag(NMHDR&)
     return wasHeld && !IsDown(VK_LBUTTON) ? TRUE : Default();
 }
 
-// A width outside the limits is refused.
+// Refuses a width outside the limits.
 LRESULT CConvList::OnHeaderItemChanging(NMHDR& header)
 {
     const HDITEMW* change = reinterpret_cast<const NMHEADERW&>(header).pitem;
@@ -247,7 +247,7 @@ LRESULT CConvList::OnHeaderItemChanging(NMHDR& header)
     return Default();
 }
 
-// The column lines below the last row stand elsewhere with a new width.
+// A new width moves the column lines below the last row.
 LRESULT CConvList::OnHeaderItemChanged(NMHDR& header)
 {
     const LRESULT result = Default();
@@ -295,7 +295,7 @@ void CConvList::EditCellFromList(int row, int column, const std::vector<std::wst
     }
 }
 
-// Scrolls a cell into view and returns where its editor goes; none when there is no room for one.
+// Scrolls a cell into view and returns its editor's place; none without such a cell or when it is too narrow.
 std::optional<RECT> CConvList::RevealCell(int row, int column) const
 {
     if (row < 0 || row >= GetItemCount()) {
@@ -312,8 +312,8 @@ std::optional<RECT> CConvList::RevealCell(int row, int column) const
     return place;
 }
 
-// Scrolls a column that exists into view and returns where it is then. Of one that is wider than the list,
-// the left end is shown.
+// Scrolls an existing column into view and returns its place. Shows the left end of one that is wider than
+// the list.
 CConvList::ColumnPlace CConvList::RevealColumn(int column) const
 {
     const int width = GetClientRect().right;
@@ -325,7 +325,7 @@ CConvList::ColumnPlace CConvList::RevealColumn(int column) const
     return PlaceOf(column);
 }
 
-// Goes on in the row's other generated column.
+// Moves the edit to the row's other generated column.
 void CConvList::EditOtherColumn()
 {
     const Cell cell{m_edited.row, m_edited.column == kColumnRenamed ? kColumnBomName : kColumnRenamed};
@@ -334,7 +334,7 @@ void CConvList::EditOtherColumn()
 
 // ---- Menus
 
-// Adds the row, if there is one, to the selection.
+// Adds an existing row to the selection and focuses it.
 void CConvList::SelectAndFocus(int row) const
 {
     constexpr UINT kStates = LVIS_SELECTED | LVIS_FOCUSED;
@@ -346,8 +346,8 @@ const CColumnMenu& CConvList::MenuOf(int column) const
     return m_menus[column == kColumnRenamed ? 0 : 1];
 }
 
-// Opens the menu of the focused row at its cell. Shift is in use by Shift+F10, so it is Ctrl that asks for
-// the second menu. Without such a row the menu opens below the header, for what it can do all the same.
+// Opens the menu at the focused row's cell. Shift is taken by Shift+F10, so Ctrl selects the second menu.
+// Without a focused row the menu opens below the header; its template commands need no row.
 void CConvList::ShowMenuByKeyboard(bool bomNames)
 {
     const int column = bomNames ? kColumnBomName : kColumnRenamed;
@@ -362,7 +362,7 @@ void CConvList::ShowMenuByKeyboard(bool bomNames)
     Perform(MenuOf(column).Show(m_hWnd, point), {row, column});
 }
 
-// Does what was chosen in the menu of a cell.
+// Performs the command chosen from a cell's menu.
 void CConvList::Perform(CColumnMenu::Command command, const Cell& cell)
 {
     const HWND parent = ::GetParent(m_hWnd);
@@ -381,7 +381,7 @@ void CConvList::Perform(CColumnMenu::Command command, const Cell& cell)
     }
 }
 
-// Lets the user change the column's template; the cell's text stands in for one that is not stored.
+// Lets the user change the column's template, or the cell's text if none is stored.
 void CConvList::EditTemplate(const Cell& cell)
 {
     CDlgTemplate dialog(g_nLanguage, cell.column,
@@ -392,9 +392,9 @@ void CConvList::EditTemplate(const Cell& cell)
     dialog.DoModal();
 }
 
-// The control's own dealing with a click below the rows clears the selection, on which the chosen command is
-// still to act. It also waits for the button's release, which the menu has swallowed: without another one it
-// would take the next click for it.
+// The list view's default handling clears the selection on a click below the rows; the chosen command still
+// needs it. It also waits for the release of the button, which the menu has swallowed: without a posted one
+// it would wait until the next click.
 LRESULT CConvList::DefaultKeepingSelection(LPARAM position)
 {
     if (!IsDown(VK_RBUTTON)) {
@@ -420,7 +420,7 @@ bool CConvList::PreTranslateMessage(MSG& message)
         return true;
     }
     if (message.message == WM_KEYDOWN && message.wParam == VK_TAB && message.hwnd != m_hWnd) {
-        // It comes from a cell editor.
+        // From a cell editor.
         EditOtherColumn();
         return true;
     }
@@ -428,8 +428,8 @@ bool CConvList::PreTranslateMessage(MSG& message)
 }
 
 // F2 and Shift+F2 edit the focused row's generated names, Shift+F10 opens a menu, Ctrl+A selects all rows.
-// Columns are numbered from 1: Ctrl and the number widens one, Ctrl+Shift narrows it, Alt moves it one place
-// to the right, from the last place to the first. False when the key is none of these.
+// With a column's number, counted from 1: Ctrl widens the column, Ctrl+Shift narrows it, Alt moves it one
+// place to the right, or from the last place to the first. Returns false for other keys.
 bool CConvList::OnKey(WPARAM key)
 {
     const bool control = IsDown(VK_CONTROL);
@@ -445,7 +445,7 @@ bool CConvList::OnKey(WPARAM key)
     }
     if (key == VK_APPS) {
         m_bCtrlAtMenuKey = control;
-        return false;  // the system asks for the menu
+        return false;  // the system sends WM_CONTEXTMENU
     }
     if (key == 'A' && control && !alt) {
         SetItemState(-1, LVIS_SELECTED, LVIS_SELECTED);  // -1: every row

@@ -8,25 +8,25 @@
 #include "core/ConversionTable.h"
 #include "ui/ColumnMenu.h"
 
-// The main dialog's list: the conversion table in the user's hands. Cells of the two generated columns are
-// edited in place, each of the two has a context menu, and the columns can be moved and made wider or
-// narrower.
+// The main dialog's list: the conversion table with mouse and keyboard. The cells of the two generated
+// columns are edited in place, each of these columns has a context menu, and all columns can be moved and
+// resized.
 class CConvList : public CConversionTable
 {
 public:
-    // Makes the menus in the language in force.
+    // Makes the menus in the current language.
     CConvList();
 
     bool PreTranslateMessage(MSG& message) override;
 
-    // Ends an open edit, brings a cell into view and opens its editor. Nothing happens when there is no such
-    // cell or its column is too narrow for an editor.
+    // Ends an open edit, scrolls a cell into view and opens its editor. Does nothing without such a cell or
+    // when its column is too narrow.
     void EditCell(int row, int column);
 
-    // The same with a drop-down list of texts to choose from.
+    // The same with a drop-down list of texts.
     void EditCellFromList(int row, int column, const std::vector<std::wstring>& choices);
 
-    // Takes the text of the open editor, if there is one, and gives the focus back to the list.
+    // Ends an open edit with its text and returns the focus to the list.
     void EndEdit() const;
 
 protected:
@@ -39,7 +39,7 @@ private:
         int column = -1;
     };
 
-    // A column's place in client coordinates; `right` is the first pixel behind it.
+    // A column's place in client coordinates; `right` is exclusive.
     struct ColumnPlace
     {
         int column;
@@ -47,7 +47,7 @@ private:
         int right;
     };
 
-    // Where things are
+    // Places
     [[nodiscard]] std::vector<ColumnPlace> ColumnPlaces() const;
     [[nodiscard]] std::optional<int> ColumnAt(int x) const;
     [[nodiscard]] std::optional<int> RowAt(POINT point) const;
@@ -87,7 +87,7 @@ private:
     void Widen(int column, int step) const;
     void MoveRight(int column) const;
 
-    std::array<CColumnMenu, 2> m_menus;  // of the columns 1 and 2
-    Cell m_edited;                       // the cell whose editor was opened last
-    bool m_bCtrlAtMenuKey = false;       // Ctrl was down when the menu key was pressed
+    std::array<CColumnMenu, 2> m_menus;  // of columns 1 and 2
+    Cell m_edited;                       // by the editor opened last
+    bool m_bCtrlAtMenuKey = false;       // when the menu key was pressed
 };

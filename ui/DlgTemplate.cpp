@@ -25,9 +25,9 @@ constexpr Text kPreviewNoName{L"(ergibt keinen Dateinamen)", L"(gives no file na
 constexpr Text kPreviewEmpty{L"(leer)", L"(empty)"};
 
 constexpr const wchar_t* kConfigurationFillIn = L"%2";
-constexpr int kConfiguration = 2;  // the same, in the legend
+constexpr int kConfiguration = 2;  // its row in the legend
 
-// The legend's rows, one for each fill-in, and the controls of a row
+// The legend has a row for each fill-in, each with three controls.
 constexpr int kLegendRows = 8;
 constexpr int kLegendColumns = 3;
 constexpr int kLegendExample = 2;
@@ -103,12 +103,12 @@ void CDlgTemplate::ShowSampleName() const
     }
     SetDlgItemText(IDC_TEMPLATE_PREVIEW_LABEL,
                    GetDlgItemText(IDC_TEMPLATE_PREVIEW_LABEL) + L" " + m_strSample + L":");
-    // In line with the legend's static texts, which have no margins
+    // Aligned with the legend's static texts, which have no margins.
     ::SendMessageW(GetDlgItem(IDC_TEMPLATE_PREVIEW), EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
 }
 
-// The rows below move up. Their texts do, not their controls, so that the dialog keeps the layout of its
-// template when it is taken to a screen of another scaling.
+// Moves the texts of the rows below up. The controls stay: the dialog manager restores their layout when the
+// DPI changes.
 void CDlgTemplate::RemoveFromLegend(int fillIn) const
 {
     for (int column = 0; column < kLegendColumns; ++column) {
@@ -139,7 +139,7 @@ std::wstring CDlgTemplate::Preview(const std::wstring& templateText) const
     return name.empty() ? kPreviewEmpty.In(m_language) : name;
 }
 
-// A file holds all its configurations, so that its name cannot depend on one.
+// A file holds all its configurations, so its name cannot depend on one.
 bool CDlgTemplate::IsRefused(const std::wstring& templateText) const
 {
     return m_nColumn == kColumnRenamed && templateText.find(kConfigurationFillIn) != std::wstring::npos;

@@ -6,20 +6,20 @@
 #include "framework/Dialog.h"
 #include "framework/Language.h"
 
-// The dialog in which the user sees and changes the name template of a generated column, with a legend of the
-// fill-ins and a preview. OK stores the template in the settings; no name is generated anew.
+// The dialog in which the user views and changes the name template of a generated column, with a legend of
+// the fill-ins and a preview. OK stores the template; existing names stay.
 class CDlgTemplate : public CDialog
 {
 public:
-    // `language`: of the texts that the code shows, non-zero for German. `column`: kColumnRenamed,
-    // kColumnBomName, or anything else for a template that is not stored. `text`: the template to begin with.
+    // `language`: of the texts that the code sets, non-zero for German. `column`: kColumnRenamed,
+    // kColumnBomName, or any other number for a template that OK does not store. `text`: the initial
+    // template.
     CDlgTemplate(int language, int column, std::wstring text, CWnd* parent);
 
-    // The original file name of the part that the preview is for, to be set before DoModal; when it is empty,
-    // there is no preview.
+    // Sets the original file name of the part to preview; call it before DoModal. No preview when empty.
     void SetSample(const std::wstring& fileName) { m_strSample = fileName; }
 
-    // The template, after OK as the user left it.
+    // The template; after OK, the user's.
     [[nodiscard]] const std::wstring& Text() const { return m_strText; }
 
 protected:
@@ -27,7 +27,7 @@ protected:
     void DoDataExchange(CDataExchange& exchange) override;
     bool OnInitDialog() override;
 
-    // Stores the template and ends the dialog, unless the template may not be used.
+    // Stores the template and ends the dialog, unless the template is refused.
     void OnOK() override;
 
 private:

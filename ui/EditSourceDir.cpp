@@ -19,8 +19,7 @@ bool CEditSourceDir::PreTranslateMessage(MSG& message)
     return keep || CEdit::PreTranslateMessage(message);
 }
 
-// An edit that learns here of the key in hand takes itself for part of a dialog, and may then press the
-// default button on Enter of its own accord.
+// If the edit sees Enter here, it may press the default button itself.
 LRESULT CEditSourceDir::OnGetDlgCode(WPARAM wParam, LPARAM)
 {
     return DefaultWindowProc(WM_GETDLGCODE, wParam, 0);

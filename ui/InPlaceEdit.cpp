@@ -11,7 +11,7 @@
 namespace {
 
 // Pixels that the edit is kept wider than its text.
-constexpr int kRoomBehindText = 5;
+constexpr int kMarginAfterText = 5;
 
 DWORD AlignmentOf(int columnFormat)
 {
@@ -34,7 +34,7 @@ void CInPlaceEdit::Open(const CListCtrl& list, int row, int column, const RECT& 
     std::unique_ptr<CInPlaceEdit> editor(new CInPlaceEdit(row, column, list.GetItemText(row, column)));
     const DWORD style = WS_VISIBLE | WS_BORDER | ES_AUTOHSCROLL | AlignmentOf(list.GetColumnFormat(column));
     if (editor->CreateChild(WC_EDITW, style, place, list, IDC_IN_PLACE_EDIT)) {
-        editor.release()->Begin(list);  // it belongs to its window from here on, see PostNcDestroy
+        editor.release()->Begin(list);  // PostNcDestroy deletes it
     }
 }
 
@@ -77,7 +77,7 @@ LRESULT CInPlaceEdit::OnChar(WPARAM wParam, LPARAM)
         if (wParam == VK_ESCAPE) {
             m_cell.Cancel();
         }
-        FocusList();  // and with the focus goes this object
+        FocusList();  // deletes this object
         return 0;
     }
     const LRESULT result = Default();
@@ -85,7 +85,7 @@ LRESULT CInPlaceEdit::OnChar(WPARAM wParam, LPARAM)
     return result;
 }
 
-// The wheel is for the list, which scrolls and thereby ends this edit.
+// Passes the wheel to the list, whose scrolling ends this edit.
 LRESULT CInPlaceEdit::OnMouseWheel(WPARAM wParam, LPARAM lParam)
 {
     return ::SendMessageW(GetParent(m_hWnd), WM_MOUSEWHEEL, wParam, lParam);
@@ -102,14 +102,14 @@ void CInPlaceEdit::FocusList() const
     ::SetFocus(GetParent(m_hWnd));
 }
 
-// Widens the edit to the right when its text needs it, at most to the end of the list's client area.
+// Widens the edit to fit its text, at most to the right edge of the list's client area.
 void CInPlaceEdit::GrowToText() const
 {
     const HWND list = GetParent(m_hWnd);
     const std::wstring text = GetWindowText();
     SIZE extent{};
     GetTextExtentPoint32W(CWindowFontDC(list).Get(), text.c_str(), static_cast<int>(text.size()), &extent);
-    const LONG missing = extent.cx + kRoomBehindText - GetClientRect().right;
+    const LONG missing = extent.cx + kMarginAfterText - GetClientRect().right;
     if (missing <= 0) {
         return;
     }
@@ -124,7 +124,7 @@ void CInPlaceEdit::GrowToText() const
     ShowAsMuchAsPossible();
 }
 
-// The text's beginning was scrolled away while the edit was too narrow for the text.
+// While the edit was too narrow, its text scrolled; scrolls back to the start.
 void CInPlaceEdit::ShowAsMuchAsPossible() const
 {
     DWORD start = 0;

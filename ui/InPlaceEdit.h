@@ -3,13 +3,13 @@
 #include "framework/Controls.h"
 #include "ui/CellEdit.h"
 
-// The edit in which a cell of a list is changed. Enter and the loss of the focus end it with the text, Escape
-// without one. The object belongs to its window and goes with it.
+// The edit for a cell of a list. Enter and loss of the focus end it with the text, Escape without one. The
+// object is owned by its window.
 class CInPlaceEdit : public CEdit
 {
 public:
     // Opens an editor for the cell at a place in the list's client area, with the cell's text selected and
-    // the alignment of its column. Nothing happens when the system refuses the window.
+    // aligned as its column. Does nothing when the window cannot be created.
     static void Open(const CListCtrl& list, int row, int column, const RECT& place);
 
     bool PreTranslateMessage(MSG& message) override;

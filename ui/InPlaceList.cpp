@@ -8,7 +8,7 @@
 
 namespace {
 
-// How many cells high the list drops down at most.
+// Maximum height of the drop-down, in cells.
 constexpr int kDroppedCells = 8;
 
 }  // namespace
@@ -23,7 +23,7 @@ void CInPlaceList::Open(const CListCtrl& list, int row, int column, const RECT& 
     dropped.bottom += kDroppedCells * (place.bottom - place.top);
     if (editor->CreateChild(WC_COMBOBOXW, WS_VISIBLE | WS_VSCROLL | CBS_DROPDOWNLIST, dropped, list,
                             IDC_IN_PLACE_LIST)) {
-        editor.release()->Begin(list, choices);  // it belongs to its window from here on, see PostNcDestroy
+        editor.release()->Begin(list, choices);  // PostNcDestroy deletes it
     }
 }
 
@@ -71,11 +71,11 @@ LRESULT CInPlaceList::OnKeyDown(WPARAM wParam, LPARAM)
     if (wParam == VK_ESCAPE) {
         m_cell.Cancel();
     }
-    ::SetFocus(GetParent(m_hWnd));  // and with the focus goes this object
+    ::SetFocus(GetParent(m_hWnd));  // deletes this object
     return 0;
 }
 
-// The box of nothing chosen has no text to give.
+// With nothing chosen there is no text to set.
 void CInPlaceList::OnKillFocus()
 {
     Default();

@@ -6,15 +6,14 @@
 #include "framework/Controls.h"
 #include "ui/CellEdit.h"
 
-// The drop-down list from which a cell of a list is given one of several texts. Enter, the loss of the focus
-// and the closing of its list end it with the chosen text, Escape without one. The object belongs to its
-// window and goes with it.
+// The drop-down list for a cell of a list. Enter, loss of the focus and closing the drop-down end it with the
+// chosen text, Escape without one. The object is owned by its window.
 class CInPlaceList : public CComboBox
 {
 public:
-    // Opens an editor for the cell at a place in the list's client area; the cell's text is chosen when it is
-    // among the choices. Nothing happens when the system refuses the window. The list moves the focus to
-    // itself when it hears that the drop-down list closed up (CBN_CLOSEUP of IDC_IN_PLACE_LIST).
+    // Opens an editor for the cell at a place in the list's client area, with the cell's text chosen if it is
+    // among the choices. Does nothing when the window cannot be created. On CBN_CLOSEUP of IDC_IN_PLACE_LIST
+    // the list must take the focus.
     static void Open(const CListCtrl& list, int row, int column, const RECT& place,
                      const std::vector<std::wstring>& choices);
 

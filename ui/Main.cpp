@@ -6,10 +6,10 @@
 
 namespace {
 
-// Libraries that are loaded by name alone come from the system's folder, never from the program's, the
-// working or a PATH folder, where anyone may have put one. What is loaded by its whole path, such as the
-// shell's extensions, is not touched by it. As the first constructor of the process, since later ones load
-// libraries already: that of the stack check asks the system for a random number.
+// Restricts the DLL search to the system folder ("SetDefaultDllDirectories function"): a DLL planted in the
+// program's, the working or a PATH folder is never loaded. DLLs loaded by full path, such as shell
+// extensions, are not affected. Runs as the first constructor of the process: later ones load DLLs already,
+// as the stack protector does for its random number.
 __attribute__((constructor(101))) void LoadFromSystemFolderOnly()
 {
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
@@ -19,9 +19,8 @@ __attribute__((constructor(101))) void LoadFromSystemFolderOnly()
 }  // namespace
 
 #ifdef NDEBUG
-// Takes the place of the runtime library's own: that one first names the exception on a console, which a
-// program with windows has not, and brings all that takes the names of C++ apart into the program, 50 KB.
-// A build for debugging keeps it: who develops has a console and wants the name.
+// Replaces the runtime library's handler, which prints the exception's name to a console that this program
+// does not have, and pulls in the name demangler (50 KB). Debug builds keep it.
 namespace __gnu_cxx {
 
 [[noreturn]] void __verbose_terminate_handler()
@@ -34,7 +33,7 @@ namespace __gnu_cxx {
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
 {
-    // A drive without a medium is an error like any other and no reason for a box of the system's own.
+    // No system message box for a drive without a medium ("SetErrorMode function").
     SetErrorMode(SEM_FAILCRITICALERRORS);
     return CWinApp::Get()->Run();
 }

@@ -7,6 +7,7 @@
 #include "framework/Handles.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/MessageText.h"
 #include "framework/ResourceHandle.h"
 #include "ui/TalvenorDlg.h"
 
@@ -15,13 +16,12 @@ namespace {
 constexpr int kStartLanguage = TALVENOR_START_LANGUAGE;  // set by the build; German unless chosen otherwise
 constexpr DWORD kBusyServerDelay = 60000;                // milliseconds
 
-constexpr const wchar_t* kLibraryLead = L".\\talvres";
-constexpr Text kLibraryTail{L"gerx64.dll", L"usx64.dll"};
-constexpr Text kLibraryMissing{L"Ressource DLL kann nicht geladen werden!\nDatei: ",
-                               L"Cannot load Resource DLL!\nFile: "};
+constexpr Text kLibrary{L".\\talvresgerx64.dll", L".\\talvresusx64.dll"};
+constexpr Text kLibraryMissing{L"Ressource DLL kann nicht geladen werden!\nDatei: %1",
+                               L"Cannot load Resource DLL!\nFile: %1"};
 
-// Loads a library that holds resources only, as data: nothing in it runs, whoever put it there. The path is
-// resolved against the working folder first; a bare relative path might be looked for elsewhere.
+// Loads a resource library as data, so that no code of a planted file runs. The path is resolved against the
+// working folder first, or the system would search other folders, too.
 UniqueModule LoadResourceLibrary(const std::wstring& path)
 {
     const DWORD length = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
@@ -31,11 +31,11 @@ UniqueModule LoadResourceLibrary(const std::wstring& path)
         LoadLibraryExW(fullPath.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
 }
 
-// Process-wide; both empty until the library is loaded.
+// Both empty until the library is loaded.
 UniqueModule g_resourceLibrary;
 HINSTANCE g_savedResourceHandle = nullptr;
 
-// The one application object, made before the entry point runs. It goes before the handles above.
+// The application object. Constructed before the entry point runs, and destroyed before the handles above.
 CTalvenorApp theApp;
 
 }  // namespace
@@ -55,14 +55,14 @@ bool CTalvenorApp::InitInstance()
     InitializeOle();
     GetMessageFilter().SetBusyDelay(kBusyServerDelay);
     g_nLanguage = kStartLanguage;
-    const std::wstring path = kLibraryLead + kLibraryTail.Current();
+    const std::wstring path = kLibrary.Current();
     g_resourceLibrary = LoadResourceLibrary(path);
     g_savedResourceHandle = GetResourceHandle();
     if (g_resourceLibrary != nullptr) {
         SetResourceHandle(g_resourceLibrary.get());
         ShowMainDialog();
     } else {
-        ShowMessage(kLibraryMissing.Current() + path);
+        ShowMessage(FillPlaces(kLibraryMissing.Current(), {path}));
     }
     return false;
 }

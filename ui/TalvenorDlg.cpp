@@ -28,7 +28,7 @@ namespace {
 constexpr int kGerman = 1;
 constexpr int kColumnWidth = 175;  // pixels at 100 % scaling
 constexpr COLORREF kStateImageMask = RGB(255, 0, 0);
-constexpr UINT kSysCommandMask = 0xFFF0;     // the low four bits belong to the system
+constexpr UINT kSysCommandMask = 0xFFF0;  // the low four bits belong to the system
 constexpr UINT kHelpQuit = 2;
 constexpr const wchar_t* kLibraryKeyTail = L"\\input";
 constexpr const wchar_t* kProgramFolderValue = L"prg";
@@ -73,7 +73,7 @@ constexpr Text kOverwrite{
     L"Die Map-Datei '%1' existiert bereits in '%2'.\n\nSoll die Datei überschrieben werden?",
     L"The Map-File '%1' already exists in '%2'.\n\nDo you want to overwrite this file?"};
 
-// A bitmap of the rows' state images, side by side, each `width` pixels wide.
+// A bitmap of the state images, side by side, each `width` pixels wide.
 struct StateImages
 {
     int width;
@@ -154,7 +154,7 @@ void CTalvenorDlg::SetDialogIcon()
     UniqueIcon smallIcon = load(SM_CXSMICON, SM_CYSMICON);
     SendMessage(WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon.get()));
     SendMessage(WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(smallIcon.get()));
-    m_icon = std::move(icon);  // only now the window can do without the old ones
+    m_icon = std::move(icon);  // destroys the old icons, which the window no longer uses
     m_smallIcon = std::move(smallIcon);
 }
 
@@ -186,7 +186,7 @@ void CTalvenorDlg::PrepareList()
                                Scaled(kColumnWidth));
     }
     m_wndList.ShowWindow(SW_SHOW);
-    // Whatever the list will show, the templates are stored from now on: "Use template" ends without one.
+    // Stores the default templates, even if no file is added later: "Use template" does nothing without one.
     m_wndList.AddFiles({});
 }
 
@@ -196,7 +196,7 @@ void CTalvenorDlg::SetStateImages()
     CImageList images;
     images.Create(choice.bitmapId, choice.width, 1, kStateImageMask);
     m_wndList.SetImageList(images, LVSIL_STATE);
-    m_stateImages = std::move(images);  // only now the list can do without the old ones
+    m_stateImages = std::move(images);  // destroys the old list, which the control no longer uses
 }
 
 void CTalvenorDlg::ReadFolders()
@@ -212,7 +212,7 @@ void CTalvenorDlg::ReadFolders()
     } else {
         m_strSourceDir = kFallbackFolder;
         ShowFolders();
-        m_bInputDirMissing = true;  // the first paint goes on from here
+        m_bInputDirMissing = true;  // reported by the first paint
     }
 }
 
@@ -261,7 +261,7 @@ void CTalvenorDlg::MarkListChanged(bool on)
     }
 }
 
-void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
+void CTalvenorDlg::ShowRecords(const CFileMisc& mapFile)
 {
     FocusControl(m_wndList);
     m_wndList.FillConverted(mapFile.m_lstEntries);
@@ -269,11 +269,11 @@ void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
 
 void CTalvenorDlg::ShowMapView(const CFileMisc& mapFile)
 {
-    FillListFromTable(mapFile);
+    ShowRecords(mapFile);
     ShowViewStatus(true);
 }
 
-// False when there is no map file that can be read; the list stays as it is then.
+// False, with the list unchanged, when there is no map file or it cannot be opened.
 bool CTalvenorDlg::ShowMapFileContents()
 {
     CFileMisc mapFile(kGerman);
@@ -300,7 +300,7 @@ void CTalvenorDlg::LoadListForSourceFolder()
     }
 }
 
-// The rows of before would pass for what the map file holds: of one that cannot be read none are shown.
+// A map file that cannot be read leaves the list empty: the old rows would pass for its contents.
 void CTalvenorDlg::ReloadAfterCancel()
 {
     CFileMisc mapFile(kGerman);
@@ -312,7 +312,7 @@ void CTalvenorDlg::ReloadAfterCancel()
     }
 }
 
-// An Enter that was typed to no effect while the window was disabled would start the next run.
+// Input typed while the window was disabled is dropped: an Enter would start the next run.
 void CTalvenorDlg::TakeInputAgain()
 {
     const bool wasDisabled = !IsWindowEnabled();
@@ -367,8 +367,8 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
     return &kMap;
 }
 
-// During a run and below an open message box no command starts, whatever sent it: a screen reader can press a
-// button of a disabled window, and automation calls let posted messages through.
+// During a run and under an open message box, commands are ignored whatever sent them: a screen reader can
+// press a button of a disabled window, and automation calls dispatch posted messages.
 bool CTalvenorDlg::IsBusy() const
 {
     return m_bRunning || !IsWindowEnabled();
@@ -379,9 +379,9 @@ bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
     return IsBusy() || NeedsOtherFolder(wParam) || CDialog::OnCommand(wParam, lParam);
 }
 
-// A button that is pressed by its letter acts although the folder was just refused: it would work on the old
-// folder while the field shows another one. Whoever left the field without correcting it is led back. It is
-// the text as it stands now that counts: a program may have corrected it without going through the field.
+// A button pressed by its mnemonic would still act after its folder was refused, and work on the old folder
+// while the field shows another. The focus goes back to the field instead. The field's current text decides,
+// as another program may have corrected it.
 bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 {
     const int id = LOWORD(command);
@@ -395,13 +395,13 @@ bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
     return true;
 }
 
-// A window on its way out takes no edits any more: the messages about them would come too late.
+// Ignores notifications while closing: messages about an edit would come too late.
 LRESULT CTalvenorDlg::OnNotify(WPARAM wParam, LPARAM lParam)
 {
     return IsEnding() ? 0 : CDialog::OnNotify(wParam, lParam);
 }
 
-// The Delete key in the list deletes the selected rows, once the list has had the key.
+// Delete in the list deletes the selected rows, after the list has handled the key.
 bool CTalvenorDlg::PreTranslateMessage(MSG& message)
 {
     const bool deleteKey =
@@ -454,8 +454,8 @@ void CTalvenorDlg::OnDestroy()
     Default();
 }
 
-// A window that is left remembers where its focus was. A cell editor does not outlive the loss of the focus,
-// so it is the list that is to be remembered.
+// The dialog manager restores the focus of an inactive window. A cell editor closes when it loses the focus,
+// so the list takes the focus first.
 LRESULT CTalvenorDlg::OnActivate(WPARAM wParam, LPARAM)
 {
     if (LOWORD(wParam) == WA_INACTIVE) {
@@ -466,15 +466,14 @@ LRESULT CTalvenorDlg::OnActivate(WPARAM wParam, LPARAM)
 
 void CTalvenorDlg::OnSize()
 {
-    m_wndList.EndEdit();  // its cell may come to lie elsewhere
+    m_wndList.EndEdit();  // its cell may move
     Default();
     if (IsIconic(m_hWnd) == FALSE) {
         m_layout.Arrange();
     }
 }
 
-// The window has come to a screen of another scaling. The system scales the dialog and its controls itself,
-// but not the columns and the images.
+// The system scales the dialog and its controls, but not the columns and images ("WM_DPICHANGED message").
 LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
 {
     m_wndList.EndEdit();
@@ -513,7 +512,7 @@ LRESULT CTalvenorDlg::OnApplyTemplate(WPARAM wParam, LPARAM)
 
 void CTalvenorDlg::OnSourceDirKillFocus()
 {
-    // The messages below take the focus themselves; a window on its way out asks nothing any more.
+    // The message boxes below take the focus, too; a closing window asks nothing.
     if (m_bCheckingSourceDir || IsEnding()) {
         return;
     }
@@ -539,8 +538,8 @@ std::wstring CTalvenorDlg::TypedFolder() const
     return StripFolderInput(m_wndSourceDir.GetWindowText());
 }
 
-// Whether the typed folder exists. If not, the user is told and put back into the field, unless the focus is
-// on its way to the button that closes the window.
+// Whether the typed folder exists. If not, the user is told and the focus returns to the field, unless it is
+// moving to the button that closes the window.
 bool CTalvenorDlg::CheckTypedFolder(const std::wstring& folder) const
 {
     if (FolderExists(folder)) {
@@ -568,7 +567,7 @@ void CTalvenorDlg::OnBrowseSourceFolder()
         m_wndList.DeleteAllItems();
         m_strSourceDir = folder;
     }
-    // A "No" reloads the list of the old folder, too.
+    // After a "No", the old folder's list is reloaded.
     ShowFolders();
     LoadListForSourceFolder();
 }
@@ -626,7 +625,7 @@ void CTalvenorDlg::OnDeleteSelected()
     const int selected = m_wndList.GetSelectedCount();
     MarkListChanged(selected > 0);
     if (selected == m_wndList.GetItemCount()) {
-        m_wndList.DeleteAllItems();  // one after the other takes quadratic time
+        m_wndList.DeleteAllItems();  // row by row takes quadratic time
     } else {
         DeleteSelectedRows();
     }
@@ -640,7 +639,7 @@ void CTalvenorDlg::OnDeleteSelected()
 void CTalvenorDlg::DeleteSelectedRows() const
 {
     const CRedrawPause pause(m_wndList);
-    // Behind a deleted row the search goes on where it stood: rows before it are not selected.
+    // The next row has moved to the deleted row's place.
     for (int row = -1; (row = m_wndList.GetNextItem(row, LVNI_SELECTED)) != -1; --row) {
         m_wndList.DeleteItem(row);
     }
@@ -707,9 +706,8 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
     if (IsShare(mapFile) || !Exists(mapFile)) {
         return true;
     }
-    const std::wstring question =
-        FillPlaces(kOverwrite.Current(),
-                   {kMapFileName, m_strSourceDir + L"\\" + std::wstring(kMappedFolderName)});
+    const std::wstring question = FillPlaces(
+        kOverwrite.Current(), {kMapFileName, m_strSourceDir + L"\\" + std::wstring(kMappedFolderName)});
     // Normalizes the path within the sentence, which has no other backslash.
     return ShowMessage(NormalizePath(question), MB_YESNO | MB_ICONQUESTION) != IDNO;
 }

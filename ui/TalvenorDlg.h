@@ -12,8 +12,8 @@
 #include "ui/ConvList.h"
 #include "ui/EditSourceDir.h"
 
-// The program's only main window: shows the conversion table, lets the user choose the standard-parts folder,
-// add and delete files, look at the map file, choose the SOLIDWORKS version and start the conversion run.
+// The main window: shows the conversion table, lets the user choose the standard-parts folder, add and delete
+// files, view the map file, choose the SOLIDWORKS version and start the conversion run.
 class CTalvenorDlg : public CDialog, private CFileMisc, private CSldWorks, private CConversionView
 {
 public:
@@ -45,7 +45,7 @@ private:
     void ReloadAfterCancel() override;
     void TakeInputAgain() override;
     void MarkListChanged(bool on);
-    void FillListFromTable(const CFileMisc& mapFile);
+    void ShowRecords(const CFileMisc& mapFile);
     void ShowMapView(const CFileMisc& mapFile);
     bool ShowMapFileContents();
     void ShowFolderContents();
@@ -103,9 +103,9 @@ private:
     UniqueIcon m_icon;
     UniqueIcon m_smallIcon;
 
-    UINT m_nDpi = USER_DEFAULT_SCREEN_DPI;  // the scaling that columns and images are made for
+    UINT m_nDpi = USER_DEFAULT_SCREEN_DPI;  // of the columns and images
     CDialogLayout m_layout;
-    bool m_bRunning = false;            // a conversion run is under way
+    bool m_bRunning = false;            // during a conversion run
     bool m_bCheckingSourceDir = false;  // a message about the typed folder is open
     bool m_bFolderRefused = false;      // the folder field was left with a folder that does not exist
 };
