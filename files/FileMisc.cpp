@@ -3,9 +3,9 @@
 #include <direct.h>
 
 #include <array>
-#include <initializer_list>
 
 #include "core/NameRules.h"
+#include "files/Folders.h"
 #include "files/MapCodePage.h"
 #include "files/MapLine.h"
 #include "files/Paths.h"
@@ -13,32 +13,62 @@
 #include "framework/Handles.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/MessageText.h"
 #include "platform/FileNames.h"
 
 namespace {
 
 constexpr UINT kCopyBlockSize = 4096;
-constexpr std::size_t kReadBufferSize = 65536;
+constexpr std::size_t kReadBufferSize = 65536;  // the stream's own is far smaller
 
-// The pattern with its "%s" replaced by the values, one after the other.
-std::wstring FillIn(const std::wstring& pattern, std::initializer_list<std::wstring> values)
-{
-    std::wstring text;
-    std::size_t from = 0;
-    for (const std::wstring& value : values) {
-        const std::size_t place = pattern.find(L"%s", from);
-        text += pattern.substr(from, place - from) + value;
-        from = place + 2;
-    }
-    return text + pattern.substr(from);
-}
+constexpr Text kFolderNotCreated{L"Verzeichnis '%1' kann nicht angelegt werden.",
+                                 L"Cannot create directory '%1'."};
+constexpr Text kFolderIsFile{
+    L"Verzeichnis '%1' kann nicht angelegt werden.\nEs existiert bereits eine Datei mit dem gleichen Namen.",
+    L"Cannot create directory '%1'.\nA file with the same name exists."};
 
-void ReportCannotMakeFolder(const std::wstring& path, const Text& reason)
-{
-    const Text before{L"Verzeichnis '", L"Cannot create directory '"};
-    const Text after{L"' kann nicht angelegt werden.", L"'."};
-    ShowMessage(before.Current() + path + after.Current() + reason.Current());
-}
+constexpr Text kSourceNotOpened{
+    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
+    L"Die Quell-Datei \"%1\" konnte nicht geöffnet werden.\n"
+    L"Error: %2.\n"
+    L"Möglicherweise ist die Datei derzeit in Verwendung.",
+    L"Filecopy failed!\n\n"
+    L"The source file \"%1\" could not be opened.\n"
+    L"Error: %2.\n"
+    L"Maybe the file is already in use."};
+
+// %1 is the target, %2 the source: the English text names the source as the target. Kept: the manuals quote
+// it so.
+constexpr Text kTargetNotOpened{
+    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
+    L"Die Ziel-Datei \"%1\" konnte nicht geöffnet werden.\n"
+    L"Error: %3.\n"
+    L"Möglicherweise ist die Datei derzeit in Verwendung.",
+    L"Filecopy failed!\n\n"
+    L"The target file \"%2\" could not be opened.\n"
+    L"Error: %3.\n"
+    L"Maybe the file is already in use."};
+
+// Without a full stop at the end, unlike the two above. Kept: the manuals quote it so.
+constexpr Text kCopyFailed{
+    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
+    L"Schreib-/Lesefehler beim Kopieren von\n"
+    L"\"%1\" nach\n"
+    L"\"%2\".\n"
+    L"Error: %3",
+    L"Filecopy failed!\n\n"
+    L"Read/write error while copying of\n"
+    L"\"%1\" to\n"
+    L"\"%2\".\n"
+    L"Error: %3"};
+
+constexpr Text kMapFileNotOpened{L"FEHLER: Datei '%1' kann nicht zum Lesen geöffnet werden!",
+                                 L"ERROR: File '%1' cannot be opened for read access!"};
+
+// The path goes between lead and tail before the line number is put in: see FormatSyntaxError.
+constexpr Text kSyntaxErrorLead{L"Syntax-Fehler in Zeile %d in\n", L"Syntax-Error in line %d in\n"};
+constexpr Text kSyntaxErrorTail{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
+                                L"\n\nThe file could not be evaluated completely."};
 
 bool OpenSource(CFile& file, const std::wstring& source)
 {
@@ -46,16 +76,7 @@ bool OpenSource(CFile& file, const std::wstring& source)
     if (file.Open(source, CFile::modeRead | CFile::shareDenyNone | CFile::typeBinary, &error)) {
         return true;
     }
-    const Text message{
-        L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
-        L"Die Quell-Datei \"%s\" konnte nicht geöffnet werden.\n"
-        L"Error: %s.\n"
-        L"Möglicherweise ist die Datei derzeit in Verwendung.",
-        L"Filecopy failed!\n\n"
-        L"The source file \"%s\" could not be opened.\n"
-        L"Error: %s.\n"
-        L"Maybe the file is already in use."};
-    ShowMessage(FillIn(message.Current(), {source, error.GetErrorMessage()}));
+    ShowMessage(FillPlaces(kSourceNotOpened.Current(), {source, error.GetErrorMessage()}));
     return false;
 }
 
@@ -66,18 +87,7 @@ bool OpenTarget(CFile& file, const std::wstring& source, const std::wstring& tar
                   &error)) {
         return true;
     }
-    const Text message{
-        L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
-        L"Die Ziel-Datei \"%s\" konnte nicht geöffnet werden.\n"
-        L"Error: %s.\n"
-        L"Möglicherweise ist die Datei derzeit in Verwendung.",
-        L"Filecopy failed!\n\n"
-        L"The target file \"%s\" could not be opened.\n"
-        L"Error: %s.\n"
-        L"Maybe the file is already in use."};
-    // Meant so: the German message names the target, the English one the source.
-    const Text path{target.c_str(), source.c_str()};
-    ShowMessage(FillIn(message.Current(), {path.Current(), error.GetErrorMessage()}));
+    ShowMessage(FillPlaces(kTargetNotOpened.Current(), {target, source, error.GetErrorMessage()}));
     return false;
 }
 
@@ -90,23 +100,6 @@ void CopyBytes(CFile& input, CFile& output)
     }
     input.Close();
     output.Close();
-}
-
-void ReportCopyError(const std::wstring& source, const std::wstring& target, const CFileException& error)
-{
-    // Meant so: unlike the messages about opening, no full stop at the end.
-    const Text message{
-        L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
-        L"Schreib-/Lesefehler beim Kopieren von\n"
-        L"\"%s\" nach\n"
-        L"\"%s\".\n"
-        L"Error: %s",
-        L"Filecopy failed!\n\n"
-        L"Read/write error while copying of\n"
-        L"\"%s\" to\n"
-        L"\"%s\".\n"
-        L"Error: %s"};
-    ShowMessage(FillIn(message.Current(), {source, target, error.GetErrorMessage()}));
 }
 
 void AppendMatches(const std::wstring& pattern, std::vector<std::wstring>& names)
@@ -125,7 +118,7 @@ std::wstring ChangeReadOnly(const std::wstring& path, bool readOnly)
 {
     CFileStatus status;
     if (!CFile::GetStatus(path, status)) {
-        return path + L": File does not exist.";  // in English only: no caller shows it
+        return path + L": File does not exist.";  // English only: no caller shows it
     }
     if (((status.attributes & FILE_ATTRIBUTE_READONLY) != 0) == readOnly) {
         return {};
@@ -148,7 +141,7 @@ bool Fits(HDC dc, const std::wstring& text, int width)
            extent.cx <= width;
 }
 
-// The runtime library opens files so that others may read and write them meanwhile.
+// The runtime library lets others read and write the file meanwhile.
 template <class Stream>
 int OpenStream(Stream& stream, const Path8& path8, std::ios::openmode mode, bool text)
 {
@@ -166,21 +159,20 @@ CFileMisc::CFileMisc(int nLanguage) : m_nLanguage(nLanguage) {}
 
 int CFileMisc::CreateFolder(const std::wstring& path)
 {
-    const bool canBe = !IsComputer(path);
-    const DWORD attributes = canBe ? ::GetFileAttributesW(path.c_str()) : INVALID_FILE_ATTRIBUTES;
-    if (attributes != INVALID_FILE_ATTRIBUTES) {
-        if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    if (!IsComputer(path)) {
+        if (IsFolder(path)) {
             return 0;
         }
-        ReportCannotMakeFolder(path, {L"\nEs existiert bereits eine Datei mit dem gleichen Namen.",
-                                      L"\nA file with the same name exists."});
-        return 1;
+        if (Exists(path)) {
+            ShowMessage(FillPlaces(kFolderIsFile.Current(), {path}));
+            return 1;
+        }
+        if (::_wmkdir(path.c_str()) == 0) {
+            return 0;
+        }
     }
-    if (!canBe || ::_wmkdir(path.c_str()) != 0) {
-        ReportCannotMakeFolder(path, {L"", L""});
-        return 1;
-    }
-    return 0;
+    ShowMessage(FillPlaces(kFolderNotCreated.Current(), {path}));
+    return 1;
 }
 
 int CFileMisc::CopyPartFile(const std::wstring& source, const std::wstring& target)
@@ -193,7 +185,7 @@ int CFileMisc::CopyPartFile(const std::wstring& source, const std::wstring& targ
     try {
         CopyBytes(input, output);
     } catch (const CFileException& error) {
-        ReportCopyError(source, target, error);
+        ShowMessage(FillPlaces(kCopyFailed.Current(), {source, target, error.GetErrorMessage()}));
         return 1;
     }
     return 0;
@@ -244,26 +236,22 @@ std::wstring CFileMisc::FitPathToWidth(HDC dc, const std::wstring& prefix, const
 CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
 {
     m_lstEntries.RemoveAll();
-    if (IsShare(path) || ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    if (IsShare(path) || !Exists(path)) {
         return {false, false};
     }
-    std::vector<char> buffer(kReadBufferSize);  // the stream's own is a fraction of it
+    std::vector<char> buffer(kReadBufferSize);
     std::ifstream stream;
     stream.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    const Language language = LanguageOf(m_nLanguage);
     const UINT codePage = MapCodePage();
     if (OpenInputFile(stream, PathToBytes(path, codePage), true) != 0) {
-        const Text before{L"FEHLER: Datei '", L"ERROR: File '"};
-        const Text after{L"' kann nicht zum Lesen geöffnet werden!", L"' cannot be opened for read access!"};
-        ShowMessage(before.In(LanguageOf(m_nLanguage)) + path + after.In(LanguageOf(m_nLanguage)));
+        ShowMessage(FillPlaces(kMapFileNotOpened.In(language), {path}));
         return {true, true};
     }
     const MapReadResult result = ReadMapLines(stream, MapDecoderOf(codePage), m_lstEntries);
     if (result.syntaxError) {
-        const Text before{L"Syntax-Fehler in Zeile %d in\n", L"Syntax-Error in line %d in\n"};
-        const Text after{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
-                         L"\n\nThe file could not be evaluated completely."};
-        ShowMessage(FormatSyntaxError(
-            before.In(LanguageOf(m_nLanguage)) + path + after.In(LanguageOf(m_nLanguage)), result.badLine));
+        const std::wstring format = kSyntaxErrorLead.In(language) + path + kSyntaxErrorTail.In(language);
+        ShowMessage(FormatSyntaxError(format, result.badLine));
     }
     return {true, false};
 }

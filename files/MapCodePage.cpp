@@ -4,8 +4,8 @@ namespace {
 
 constexpr UINT kWesternEurope = 1252;
 
-// 0 when the system's locale has none, as that of India. Asked for by the locale's own name: its general one,
-// LOCALE_NAME_SYSTEM_DEFAULT, is unknown to Wine 8.
+// 0 when the system's locale has none, as Hindi. Queried by the locale's name, as Wine 8 does not know
+// LOCALE_NAME_SYSTEM_DEFAULT.
 UINT AnsiCodePageOfLocale()
 {
     wchar_t name[LOCALE_NAME_MAX_LENGTH] = L"";
@@ -38,7 +38,7 @@ char MapByteFor(wchar_t character, UINT codePage)
 {
     char bytes[2] = {};
     const int count = ::WideCharToMultiByte(codePage, 0, &character, 1, bytes, 2, nullptr, nullptr);
-    // What the system puts in its place, such as "a" for "ā", is another character when it is read.
+    // Decoding rejects a best fit, such as "a" for "ā".
     std::wstring decoded;
     DecodeMapText({bytes, 1}, codePage, decoded);
     return count == 1 && decoded == std::wstring(1, character) ? bytes[0] : '?';
@@ -46,7 +46,7 @@ char MapByteFor(wchar_t character, UINT codePage)
 
 void DecodeMapText(std::string_view bytes, UINT codePage, std::wstring& text)
 {
-    // No code page makes more characters than there are bytes.
+    // No code page decodes to more characters than bytes.
     const int size = static_cast<int>(bytes.size());
     text.resize(bytes.size());
     const int length = ::MultiByteToWideChar(codePage, 0, bytes.data(), size, text.data(), size);

@@ -10,7 +10,7 @@ constexpr wchar_t kSeparator = L';';
 constexpr wchar_t kLastByItsCode = L'\u00FF';
 constexpr std::size_t kNone = std::wstring_view::npos;
 
-// The format knows these blanks only; a name may well end in another kind, such as a no-break space.
+// Only these count as blanks; a name may well end in another kind, such as a no-break space.
 std::wstring_view StripBlanks(std::wstring_view text)
 {
     constexpr std::wstring_view kBlanks = L" \t\r\n";
@@ -21,8 +21,8 @@ std::wstring_view StripBlanks(std::wstring_view text)
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-// Cuts the text before the first separator off the front of `rest`, separator included, into `field`,
-// trimmed. False when there is no separator or nothing, not even a blank, before it.
+// Moves the stripped text before the first separator from `rest` to `field` and drops the separator. Returns
+// false when there is no separator or nothing, not even a blank, before it.
 bool TakeField(std::wstring_view& rest, std::wstring_view& field)
 {
     const std::size_t separator = rest.find(kSeparator);
@@ -34,7 +34,7 @@ bool TakeField(std::wstring_view& rest, std::wstring_view& field)
     return true;
 }
 
-// A line break, which a template from outside may bring in, would tear the record apart: it becomes a blank.
+// A line break, which a template set from outside may contain, would split the record: it becomes a blank.
 std::string EncodeField(std::wstring_view field, const MapByteRule& byteFor)
 {
     std::string bytes = EncodeMapText(field.substr(0, kMapFieldMaxBytes), byteFor);
@@ -88,8 +88,8 @@ std::string FormatMapRecord(const UTtab_entry& entry, const MapByteRule& byteFor
 
 std::string FormatMapHeader(std::string_view mapPath8)
 {
-    // The second line is German in either edition: the file is the same whoever writes it. Its umlauts are
-    // bytes by their codes.
+    // The second line is German in both languages, so that the file does not depend on who writes it. Its
+    // umlauts are the bytes of their codes.
     return "; Datei: " + std::string(mapPath8) +
            "\n; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\n"
            "; (c) Talvenor\n"
@@ -100,12 +100,12 @@ MapReadResult ReadMapLines(std::istream& in, const MapDecoder& decode,
                            CList<UTtab_entry, UTtab_entry&>& entries)
 {
     std::array<char, kMapLineMaxBytes + 1> buffer{};
-    // One of each for all lines, as texts keep their room.
+    // Reused for all lines, so that the strings keep their capacity.
     UTtab_entry entry;
     std::wstring decoded;
-    // A line that does not fit the buffer fails the stream and so ends the reading; the manuals say so.
+    // A line that does not fit the buffer fails the stream and so ends reading, as the manuals say.
     for (int line = 1; in.getline(buffer.data(), buffer.size()); ++line) {
-        // The line end is counted but not stored; only a last line can be without one.
+        // gcount includes the line end, which only the last line can lack.
         const std::size_t length = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);
         decode(std::string_view(buffer.data(), length), decoded);
         const std::wstring_view text = StripBlanks(decoded);

@@ -8,7 +8,7 @@ constexpr wchar_t kBackslash = L'\\';
 
 std::wstring_view WithoutTrailing(std::wstring_view text, wchar_t character)
 {
-    // npos + 1 is 0: a text of nothing but the character becomes empty.
+    // npos + 1 is 0: a text of only that character becomes empty.
     return text.substr(0, text.find_last_not_of(character) + 1);
 }
 
@@ -20,7 +20,7 @@ std::wstring Joined(std::wstring_view folder, std::wstring_view name)
     return path;
 }
 
-// How many names a path in the network is made of; none for any other path.
+// The number of names in a network path; 0 for any other path.
 int NamesInNetwork(std::wstring_view path)
 {
     if (!path.starts_with(L"\\\\")) {

@@ -13,8 +13,8 @@ namespace {
 
 constexpr int kProgressFull = 100;
 
-// Kept: the standard number of the BOM entries is read after a prefix of this length, whatever prefix the
-// name has. BOM names already written depend on it.
+// Kept: the standard number of the BOM entries starts after a prefix of this length, whatever prefix the name
+// has. BOM names in use depend on it.
 constexpr const wchar_t* kStandardNumberPrefix = L"N_";
 
 constexpr Text kLoadingCad{L"Lade SOLIDWORKS...", L"Loading SOLIDWORKS..."};

@@ -1,21 +1,21 @@
 #pragma once
 
-// What a conversion run needs of the window that started it. The main dialog is one.
+// What a conversion run needs of the main dialog.
 class CConversionView
 {
 public:
     virtual ~CConversionView() = default;
 
-    // Names the view in the window: true for "contents of the map file", false for "contents of the folder".
-    // The rows stay as they are.
+    // Sets the caption of the list: true for "contents of the map file", false for "contents of the folder".
+    // The rows stay.
     virtual void ShowViewStatus(bool mapView) = 0;
 
-    // Shows what the map file on disk holds: nothing when it cannot be read, which the user is told. Without
-    // a map file, the standard-parts folder's contents.
+    // Reloads the list from the map file: empty, after a message, when it cannot be read. Without a map file,
+    // from the standard-parts folder.
     virtual void ReloadAfterCancel() = 0;
 
-    // Enables the window, drops what was typed and clicked while it was disabled, brings it to the top and
-    // gives the focus to its list. One that is enabled is brought to the top only.
+    // Enables a disabled window, drops the input that came meanwhile, brings the window to the top and sets
+    // the focus to its list. An enabled window is only brought to the top.
     virtual void TakeInputAgain() = 0;
 
 protected:

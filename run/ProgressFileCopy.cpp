@@ -8,7 +8,7 @@
 
 namespace {
 
-// What changes faster than the eye reads is not painted one by one, in milliseconds.
+// Faster changes cannot be read, in milliseconds.
 constexpr ULONGLONG kPaintInterval = 40;
 
 }  // namespace
@@ -38,7 +38,7 @@ void CProgressFileCopy::RefreshAtOnce()
 {
     UpdateData(false);
     for (const HWND window : {m_hWnd, GetWindow(m_hWnd, GW_OWNER)}) {
-        if (window != nullptr) {  // a null would be the desktop
+        if (window != nullptr) {  // null would be the desktop
             RedrawWindow(window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
         }
     }

@@ -7,23 +7,23 @@
 #include "framework/Dialog.h"
 
 // The modeless progress dialog of a conversion run: three text lines, a bar for the current part, a bar for
-// all parts, and a cancel button that only sets a flag. It does no work of its own; the run sets texts and
-// bars, polls the flag and destroys the window.
+// all parts, and a cancel button that only sets a flag. The run sets texts and bars, polls the flag and
+// destroys the window.
 class CProgressFileCopy : public CDialog, public CProgressView
 {
 public:
-    // Makes and shows the dialog, with both bars ranging from `lower` to `upper`, at `start`.
+    // Creates and shows the dialog, with both bars from `lower` to `upper` and at `start`.
     CProgressFileCopy(CWnd* owner, int lower, int upper, int start);
 
     void SetFirstText(const std::wstring& text) override { m_strFirst = text; }
     void SetSecondText(const std::wstring& text) override { m_strSecond = text; }
     void SetThirdText(const std::wstring& text) override { m_strThird = text; }
 
-    // Moves the texts to the screen. They are painted at once, and with them whatever else of the dialog and
-    // its owner waits for it, unless that was done a moment ago.
+    // Sets the texts of the controls, and repaints the dialog and its owner unless that was done a moment
+    // ago.
     void Refresh() override;
 
-    // The same whenever the last painting was: for what is to be seen while the program waits.
+    // The same, always with a repaint: for texts that show while the program waits.
     void RefreshAtOnce();
 
     void SetFilePosition(int position) override { m_wndFileBar.SetPos(position); }
@@ -32,12 +32,12 @@ public:
     [[nodiscard]] bool IsCancelled() const override { return m_nCancelled != 0; }
     void ClearCancelled() override { m_nCancelled = 0; }
 
-    // A disabled button loses the focus, and with it the keyboard: it gets the focus back when it is enabled.
+    // Also sets the focus to the enabled button: a disabled one has lost it, and Escape with it.
     void EnableCancel(bool enable) override;
 
     void PumpOneMessage() override;
 
-    // Prefix and path, with the path shortened so that both fit the width of the first or the second line.
+    // Return prefix and path, with the path shortened so that both fit the first or the second line.
     [[nodiscard]] std::wstring FitToFirstLine(const std::wstring& prefix, const std::wstring& path) const;
     [[nodiscard]] std::wstring FitToSecondLine(const std::wstring& prefix, const std::wstring& path) const;
 
@@ -45,7 +45,7 @@ protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override;  // no rows of its own
     void DoDataExchange(CDataExchange& exchange) override;
 
-    // Sets the cancel flag; the dialog stays until the run destroys it.
+    // Sets the cancel flag only; the run destroys the dialog.
     void OnCancel() override;
 
 private:

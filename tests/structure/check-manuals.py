@@ -19,7 +19,7 @@ LANGUAGES = ("german", "english")
 # The title of a template dialog for a column that has no template; the program opens no such dialog.
 NEVER_SHOWN = {"Schablone bearbeiten", "View/Modify template"}
 # Messages of the map file reader, which are German in both editions.
-ALWAYS_GERMAN = {"FEHLER: Datei '", "' kann nicht zum Lesen geöffnet werden!", "Syntax-Fehler in Zeile %d in\n",
+ALWAYS_GERMAN = {"FEHLER: Datei '%1' kann nicht zum Lesen geöffnet werden!", "Syntax-Fehler in Zeile %d in\n",
                  "\n\nDie Datei konnte nicht vollständig ausgewertet werden."}
 
 LITERAL = r'L"(?:[^"\\]|\\.)*"'
@@ -29,6 +29,7 @@ ESCAPES = {"n": "\n", "t": "    ", '"': '"', "\\": "\\"}
 VARIABLES = re.compile(r"(%[sd1-9])")  # a format specifier, or a numbered place or fill-in
 FILL_IN = re.compile(r"%[1-9]")
 BRACKETS = re.compile(r"‹[^›]+›")
+FILE_NAME = re.compile(r"[.\\\w]+\.(?:dll|txt)")  # of a file of the program's own
 PACKAGE_MESSAGE = re.compile(r'Message=\s*"([^"]+)"')
 MESSAGE = re.compile(r"^```message\n(.*?)\n```$", re.MULTILINE | re.DOTALL)
 HEADING = re.compile(r"^(#+) .*\{#([\w-]+)\}$", re.MULTILINE)
@@ -86,13 +87,14 @@ def legend(resource):
     return list(zip(cells[0::3], cells[1::3], cells[2::3]))
 
 
-def holds(manual, text):
-    """Whether the manual holds the text, with brackets in the place of each variable. A fill-in of the name templates
-    may stand as it is. The manual may wrap a text of one line; a text of several lines keeps its own line breaks."""
+def holds(manual, text, names=()):
+    """Whether the manual holds the text, with brackets or one of the names in the place of each variable. A fill-in of
+    the name templates may stand as it is. The manual may wrap a text of one line; a text of several lines keeps its own
+    line breaks."""
     pattern = ""
     for part in VARIABLES.split(text.strip(" ")):
         if FILL_IN.fullmatch(part):
-            pattern += f"(?:{BRACKETS.pattern}|{part})"
+            pattern += f"(?:{'|'.join([BRACKETS.pattern, part, *map(re.escape, names)])})"
         elif VARIABLES.fullmatch(part):
             pattern += BRACKETS.pattern
         else:
@@ -109,9 +111,10 @@ def is_made_of(fragment, pieces):
     return len(fragment) in reached
 
 
-def text_findings(language, manual, texts, resource):
+def text_findings(language, manual, texts, common, resource):
+    names = sorted(filter(FILE_NAME.fullmatch, {*texts, *common}))
     for text in sorted({*texts, *captions(resource)} - NEVER_SHOWN):
-        if text.strip() and not holds(manual, text):
+        if text.strip() and not holds(manual, text, names):
             yield f"manual/{language}.md: text of the program is missing: {text!r}"
 
 
@@ -173,7 +176,7 @@ def findings_of(texts, common, manuals, resources):
     yield from shape_findings(manuals)
     yield from german_findings(manuals["english"], texts["german"])
     for language, manual in manuals.items():
-        yield from text_findings(language, manual, texts[language], resources[language])
+        yield from text_findings(language, manual, texts[language], common, resources[language])
         yield from message_findings(language, manual, texts[language] + common)
         yield from fill_in_findings(language, manual, resources[language])
         yield from link_findings(language, manual)
