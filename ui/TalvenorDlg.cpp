@@ -70,8 +70,8 @@ constexpr Text kMapFileMissing{L"Map-Datei '%1' nicht vorhanden.", L"Map-File '%
 constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
                           L"Do you really want to remove all list entries?"};
 constexpr Text kOverwrite{
-    L"Die Map-Datei '%1' existiert bereits in '%2'.\n\nSoll die Datei überschrieben werden?",
-    L"The Map-File '%1' already exists in '%2'.\n\nDo you want to overwrite this file?"};
+    L"Die Map-Datei '%1' existiert bereits in '%2\\Mapped'.\n\nSoll die Datei überschrieben werden?",
+    L"The Map-File '%1' already exists in '%2\\Mapped'.\n\nDo you want to overwrite this file?"};
 
 // A bitmap of the state images, side by side, each `width` pixels wide.
 struct StateImages
@@ -706,8 +706,7 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
     if (IsShare(mapFile) || !Exists(mapFile)) {
         return true;
     }
-    const std::wstring question = FillPlaces(
-        kOverwrite.Current(), {kMapFileName, m_strSourceDir + L"\\" + std::wstring(kMappedFolderName)});
+    const std::wstring question = FillPlaces(kOverwrite.Current(), {kMapFileName, m_strSourceDir});
     // Normalizes the path within the sentence, which has no other backslash.
     return ShowMessage(NormalizePath(question), MB_YESNO | MB_ICONQUESTION) != IDNO;
 }
