@@ -159,19 +159,12 @@ CFileMisc::CFileMisc(int nLanguage) : m_nLanguage(nLanguage) {}
 
 int CFileMisc::CreateFolder(const std::wstring& path)
 {
-    if (!IsComputer(path)) {
-        if (IsFolder(path)) {
-            return 0;
-        }
-        if (Exists(path)) {
-            ShowMessage(FillPlaces(kFolderIsFile.Current(), {path}));
-            return 1;
-        }
-        if (::_wmkdir(path.c_str()) == 0) {
-            return 0;
-        }
+    const bool canExist = !IsComputer(path);
+    if (canExist && (IsFolder(path) || ::_wmkdir(path.c_str()) == 0)) {
+        return 0;
     }
-    ShowMessage(FillPlaces(kFolderNotCreated.Current(), {path}));
+    const Text& message = canExist && Exists(path) ? kFolderIsFile : kFolderNotCreated;
+    ShowMessage(FillPlaces(message.Current(), {path}));
     return 1;
 }
 
