@@ -261,7 +261,7 @@ void CTalvenorDlg::MarkListChanged(bool on)
     }
 }
 
-void CTalvenorDlg::ShowRecords(const CFileMisc& mapFile)
+void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
 {
     FocusControl(m_wndList);
     m_wndList.FillConverted(mapFile.m_lstEntries);
@@ -269,7 +269,7 @@ void CTalvenorDlg::ShowRecords(const CFileMisc& mapFile)
 
 void CTalvenorDlg::ShowMapView(const CFileMisc& mapFile)
 {
-    ShowRecords(mapFile);
+    FillListFromTable(mapFile);
     ShowViewStatus(true);
 }
 

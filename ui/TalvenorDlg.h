@@ -45,7 +45,7 @@ private:
     void ReloadAfterCancel() override;
     void TakeInputAgain() override;
     void MarkListChanged(bool on);
-    void ShowRecords(const CFileMisc& mapFile);
+    void FillListFromTable(const CFileMisc& mapFile);
     void ShowMapView(const CFileMisc& mapFile);
     bool ShowMapFileContents();
     void ShowFolderContents();
