@@ -160,11 +160,12 @@ CFileMisc::CFileMisc(int nLanguage) : m_nLanguage(nLanguage) {}
 int CFileMisc::CreateFolder(const std::wstring& path)
 {
     const bool canExist = !IsComputer(path);
-    if (canExist && (IsFolder(path) || ::_wmkdir(path.c_str()) == 0)) {
+    const DWORD attributes = canExist ? ::GetFileAttributesW(path.c_str()) : INVALID_FILE_ATTRIBUTES;
+    const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
+    if (exists ? (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 : canExist && ::_wmkdir(path.c_str()) == 0) {
         return 0;
     }
-    const Text& message = canExist && Exists(path) ? kFolderIsFile : kFolderNotCreated;
-    ShowMessage(FillPlaces(message.Current(), {path}));
+    ShowMessage(FillPlaces((exists ? kFolderIsFile : kFolderNotCreated).Current(), {path}));
     return 1;
 }
 
