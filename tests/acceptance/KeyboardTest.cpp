@@ -1,4 +1,4 @@
-// The whole program with the mouse unplugged.
+// The whole program without the mouse.
 #include "tests/acceptance/ListTest.h"
 
 namespace {
@@ -12,41 +12,73 @@ protected:
         SetCursorPos(0, 0);
     }
 
-    static void DeleteAllRows(const CProgramUnderTest& program)
+    // Waits for a message box, compares its text and presses its default button.
+    static void PressDefaultButton(const CProgramUnderTest& program, const std::wstring& text)
     {
-        FocusFirstRow(program);
-        PressKeys({VK_CONTROL, 'A'});
-        WaitForSelection(program, {0, 1, 2});
-        PressKeys({VK_DELETE});
-        WaitForRows(program, {});
+        AnswerByKeys(program, text, {{VK_RETURN}});
+    }
+    // The same with the button to the right of the default one.
+    static void PressSecondButton(const CProgramUnderTest& program, const std::wstring& text)
+    {
+        AnswerByKeys(program, text, {{VK_RIGHT}, {VK_RETURN}});
     }
 
-    // Waits for a message box, compares its text and chooses its first button, which is the default, or the
-    // one right of it.
-    static void AnswerByKey(const CProgramUnderTest& program, const std::wstring& text, bool first = true)
+    // Types another folder into its field and leaves the field.
+    static void TypeFolder(const CProgramUnderTest& program, const std::wstring& folder)
+    {
+        program.FocusByKey(IDC_SOURCE_DIR);
+        TypeText(folder);  // over the old one, which is selected
+        program.WaitForText(IDC_SOURCE_DIR, folder);
+        PressKeys({VK_TAB});
+    }
+
+    // Edits both names of the first row, whose editor F2 opens.
+    static void EditFirstRow(const CProgramUnderTest& program)
+    {
+        PressKeys({VK_F2});
+        TypeOver(program, L"Schraube M4");
+        const HWND editor = program.List().Editor();
+        PressKeys({VK_TAB});
+        WaitFor([&] { return program.List().Editor() != editor; });
+        ExpectSelectedText(WaitForEditor(program), L"Norm 4017 - %2");
+        TypeOver(program, L"Schraube %4 - %2");
+        PressKeys({VK_RETURN});
+    }
+
+    // The copies and the map file after a copy-only run with the edited first row and without the second.
+    void ExpectCopies() const
+    {
+        EXPECT_EQ(ReadBytes(m_library.Part(L"N_ISO_4017_M4.sldprt")),
+                  ReadBytes(m_library.Copy(L"Schraube M4.sldprt")));
+        EXPECT_EQ(ReadBytes(m_library.Part(L"N_ISO_4017_M8.sldprt")),
+                  ReadBytes(m_library.Copy(L"N_ISO_4017_M8.changed.sldprt")));
+        EXPECT_FALSE(PathExists(m_library.Copy(L"N_ISO_4017_M6.changed.sldprt")));
+        EXPECT_EQ(m_library.MapHeader() +
+                      "N_ISO_4017_M4.sldprt ; Schraube M4.sldprt ; \r\n"
+                      "N_ISO_4017_M8.sldprt ; N_ISO_4017_M8.changed.sldprt ; \r\n",
+                  m_library.MapFileBytes());
+        EXPECT_EQ(std::vector<std::string>{}, m_server.Log());
+    }
+
+private:
+    static void AnswerByKeys(const CProgramUnderTest& program, const std::wstring& text,
+                             std::initializer_list<std::initializer_list<int>> presses)
     {
         const CMessageBoxOnScreen box = CMessageBoxOnScreen::WaitForOne(program.ProcessId());
         EXPECT_EQ(text, box.Text());
-        if (!first) {
-            PressKeys({VK_RIGHT});
+        for (const std::initializer_list<int>& keys : presses) {
+            PressKeys(keys);
         }
-        PressKeys({VK_RETURN});
         box.WaitForEnd();
     }
 };
+using KeyboardInBothLanguages = KeyboardTest;
 
-TEST_F(KeyboardTest, ConvertsFromTheStartToTheEnd)
+TEST_F(KeyboardInBothLanguages, ConvertsFromTheStartToTheEnd)
 {
     const CProgramUnderTest program;
     FocusFirstRow(program);
-    PressKeys({VK_F2});
-    TypeOver(program, L"Schraube M4");
-    const HWND editor = program.List().Editor();
-    PressKeys({VK_TAB});
-    WaitFor([&] { return program.List().Editor() != editor; });
-    ExpectSelectedText(WaitForEditor(program), L"Norm 4017 - %2");
-    TypeOver(program, L"Schraube %4 - %2");
-    PressKeys({VK_RETURN});
+    EditFirstRow(program);
     Rows rows = ThreeRows();
     rows[0].renamed = L"Schraube M4.sldprt";
     rows[0].bomName = L"Schraube %4 - %2";
@@ -59,46 +91,20 @@ TEST_F(KeyboardTest, ConvertsFromTheStartToTheEnd)
     WaitForRows(program, rows);
     program.PressByKey(IDC_COPY_ONLY);
     program.PressByKey(IDC_START);
-    AnswerByKey(program, expected::kFinished.Current());
+    PressDefaultButton(program, expected::kFinished.Current());
     WaitForEndOfRun(program);
-    EXPECT_EQ(ReadBytes(m_library.Part(L"N_ISO_4017_M4.sldprt")),
-              ReadBytes(m_library.Copy(L"Schraube M4.sldprt")));
-    EXPECT_EQ(ReadBytes(m_library.Part(L"N_ISO_4017_M8.sldprt")),
-              ReadBytes(m_library.Copy(L"N_ISO_4017_M8.changed.sldprt")));
-    EXPECT_FALSE(PathExists(m_library.Copy(L"N_ISO_4017_M6.changed.sldprt")));
-    EXPECT_EQ(m_library.MapHeader() +
-                  "N_ISO_4017_M4.sldprt ; Schraube M4.sldprt ; \r\n"
-                  "N_ISO_4017_M8.sldprt ; N_ISO_4017_M8.changed.sldprt ; \r\n",
-              m_library.MapFileBytes());
+    ExpectCopies();
     WaitForCaption(program, expected::kMapView.Current());
     // Enter starts the next run, which asks first.
     program.WaitForFocus(IDC_LIST);
     PressKeys({VK_RETURN});
-    AnswerByKey(program, OverwriteQuestion(), false);
+    PressSecondButton(program, OverwriteQuestion());
     program.WaitForRest();
     PressKeys({VK_ESCAPE});
     EXPECT_EQ(0U, program.WaitForEnd());
 }
 
-TEST_F(KeyboardTest, WritesBomNamesOfNamesEditedByHand)
-{
-    const CProgramUnderTest program;
-    FocusFirstRow(program);
-    PressKeys({VK_SHIFT, VK_F2});
-    TypeOver(program, L"Schraube %4 (%2)");
-    PressKeys({VK_RETURN});
-    PressKeys({VK_SHIFT, VK_END});
-    WaitForSelection(program, {0, 1, 2});
-    PressKeys({VK_HOME});
-    WaitForSelection(program, {0});
-    program.PressByKey(IDC_START);
-    AnswerByKey(program, expected::kFinished.Current());
-    WaitForEndOfRun(program);
-    EXPECT_EQ((std::vector<BomEntry>{{L"x", true, L"Schraube M4 (x)"}}),
-              ReadPart(m_library.Copy(L"N_ISO_4017_M4.changed.sldprt")).bomEntries);
-}
-
-TEST_F(KeyboardTest, ReachesEveryControlWithTheTabKey)
+TEST_F(KeyboardInBothLanguages, ReachesEveryControlWithTheTabKey)
 {
     const CProgramUnderTest program;
     program.WaitForKeyboard();
@@ -113,7 +119,7 @@ TEST_F(KeyboardTest, ReachesEveryControlWithTheTabKey)
     program.WaitForFocus(IDC_HELP_BUTTON);
 }
 
-TEST_F(KeyboardTest, SelectsAndDeletesRows)
+TEST_F(KeyboardInBothLanguages, SelectsAndRemovesRows)
 {
     const CProgramUnderTest program;
     FocusFirstRow(program);
@@ -132,128 +138,57 @@ TEST_F(KeyboardTest, SelectsAndDeletesRows)
     program.PressByKey(IDC_DELETE);
     WaitForRows(program, {ThreeRows()[2]});
     program.PressByKey(IDC_REMOVE_ALL);
-    AnswerByKey(program, expected::kRemoveAll.Current());
-    WaitForRows(program, {});
-}
-
-TEST_F(KeyboardTest, HasNothingToDoInAnEmptyList)
-{
-    const CProgramUnderTest program;
-    DeleteAllRows(program);
-    PressKeys({VK_F2});
-    PressKeys({VK_SHIFT, VK_F2});
-    PressKeys({VK_DELETE});
-    PressKeys({VK_RETURN});  // the start button's, which has nothing to start
-    // The program deals with this key behind the others; a menu or an editor would take it to itself.
-    PressKeys({VK_MENU, '1'});
-    EXPECT_TRUE(WaitFor([&] { return program.List().ColumnOrder() == std::vector<int>{1, 0, 2}; }));
-    EXPECT_EQ(nullptr, program.List().Editor());
-    EXPECT_TRUE(program.IsAtRest());
-    EXPECT_EQ(expected::kFolderView.Current() + expected::kListChanged.Current(),
-              program.ControlText(IDC_STATUS_FRAME));
-    EXPECT_FALSE(PathExists(m_library.MappedPath()));
-}
-
-TEST_F(KeyboardTest, OpensTheMenusOfAnEmptyList)
-{
-    const CProgramUnderTest program;
-    DeleteAllRows(program);
-    PressKeys({VK_APPS});
-    CMenuOnScreen::WaitForOne(program.ProcessId()).Dismiss();
-    PressKeys({VK_CONTROL, VK_SHIFT, VK_F10});
-    CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(expected::kEditTemplate.Current());
-    const HWND dialog = WaitFor([&] { return program.DialogWith(IDC_TEMPLATE_TEXT); });
-    ASSERT_NE(nullptr, dialog);
-    EXPECT_EQ(expected::kBomTemplate.Current(), TextOf(dialog));
-    PressKeys({VK_ESCAPE});
+    PressSecondButton(program, expected::kRemoveAll.Current());
     program.WaitForRest();
-}
-
-TEST_F(KeyboardTest, ComesBackToTheListAfterAnotherWindowTookTheFocusFromAnEditor)
-{
-    const CProgramUnderTest program;
-    FocusFirstRow(program);
-    PressKeys({VK_F2});
-    TypeOver(program, L"x");
-    const HWND other = CreateWindowExW(0, WC_STATICW, L"", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50, nullptr,
-                                       nullptr, nullptr, nullptr);
-    SetForegroundWindow(other);
-    EXPECT_TRUE(WaitFor([&] { return program.List().Editor() == nullptr; }));
-    WaitForRows(program, Edited(ThreeRows(), 0, &RowOnScreen::renamed, L"x.sldprt"));
-    SetForegroundWindow(program.MainWindow());
-    DestroyWindow(other);
     program.WaitForKeyboard();
-    program.WaitForFocus(IDC_LIST);
+    EXPECT_EQ(Rows{ThreeRows()[2]}, program.List().Rows());
+    program.PressByKey(IDC_REMOVE_ALL);
+    PressDefaultButton(program, expected::kRemoveAll.Current());
+    WaitForRows(program, {});
+    for (const RowOnScreen& row : ThreeRows()) {
+        EXPECT_TRUE(PathExists(m_library.Part(row.original))) << "only rows are removed, no files";
+    }
 }
 
-TEST_F(KeyboardTest, MarksRowsAndShowsTheMapFile)
+TEST_F(KeyboardInBothLanguages, MarksRowsAddsFilesAndShowsTheMapFile)
 {
     WriteThreeRecords();
     const CProgramUnderTest program;
     FocusFirstRow(program);
     program.PressByKey(IDC_MARK);
-    WaitForRows(program, Edited(ThreeRecords(), 0, &RowOnScreen::renamed, L"A"));
+    Rows rows = Edited(ThreeRecords(), 0, &RowOnScreen::renamed, L"A");
+    WaitForRows(program, rows);
+    program.PressByKey(IDC_ADD);
+    ChooseInPicker(program, m_library.Part(L"N_ISO_4017_M6.sldprt"));
+    rows.insert(rows.begin(), ThreeRows()[1]);
+    WaitForRows(program, rows);
+    program.WaitForKeyboard();
     program.PressByKey(IDC_SHOW_MAP);
     WaitForRows(program, ThreeRecords());
 }
 
-TEST_F(KeyboardTest, ChangesTheFolder)
+TEST_F(KeyboardInBothLanguages, ChangesTheFolder)
 {
     const CTestLibrary other;
     other.AddPart(L"N_ISO_4032_M8.sldprt", {L"x"});
     const CProgramUnderTest program;
     program.WaitForKeyboard();
-    const auto typeFolder = [&] {
-        program.FocusByKey(IDC_SOURCE_DIR);
-        TypeText(other.Path());  // over the folder, which is selected
-        program.WaitForText(IDC_SOURCE_DIR, other.Path());
-        PressKeys({VK_TAB});
-    };
-    typeFolder();
-    AnswerByKey(program, expected::kChangeFolder.Current(), false);
+    TypeFolder(program, other.Path());
+    PressSecondButton(program, expected::kChangeFolder.Current());
     program.WaitForText(IDC_SOURCE_DIR, m_library.Path());
-    typeFolder();
-    AnswerByKey(program, expected::kChangeFolder.Current());
+    TypeFolder(program, other.Path());
+    PressDefaultButton(program, expected::kChangeFolder.Current());
     WaitForRows(program, {IsoRow(L"4032", L"M8", Mark::pending)});
     EXPECT_EQ(other.MappedPath(), program.ControlText(IDC_MAPPED_DIR));
-}
-
-TEST_F(KeyboardTest, AddsFiles)
-{
+    EXPECT_FALSE(PathExists(other.MappedPath()));
     WriteThreeRecords();
-    const CProgramUnderTest program;
-    program.WaitForKeyboard();
-    program.PressByKey(IDC_ADD);
-    ChooseInPicker(program, m_library.Part(L"N_ISO_4017_M6.sldprt"));
-    Rows rows = ThreeRecords();
-    rows.insert(rows.begin(), ThreeRows()[1]);
-    WaitForRows(program, rows);
+    TypeFolder(program, m_library.Path());
+    PressDefaultButton(program, expected::kChangeFolder.Current());
+    WaitForRows(program, ThreeRecords());
+    WaitForCaption(program, expected::kMapView.Current());
 }
 
-TEST_F(KeyboardTest, ChangesATemplateAndUsesIt)
-{
-    const CProgramUnderTest program;
-    FocusFirstRow(program);
-    PressKeys({VK_SHIFT, VK_F10});
-    CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(expected::kEditTemplate.Current());
-    const HWND dialog = WaitFor([&] { return program.DialogWith(IDC_TEMPLATE_TEXT); });
-    ASSERT_NE(nullptr, dialog);
-    const HWND text = GetDlgItem(dialog, IDC_TEMPLATE_TEXT);
-    ASSERT_TRUE(WaitFor([&] { return FocusOf(text) == text; }));
-    PressKeys({VK_HOME});
-    PressKeys({VK_SHIFT, VK_END});
-    TypeText(L"%3-%4");
-    WaitForTextOf(text, L"%3-%4");
-    PressKeys({VK_RETURN});
-    program.WaitForRest();
-    EXPECT_EQ(L"%3-%4", m_registry.Template(1));
-    program.WaitForFocus(IDC_LIST);
-    PressKeys({VK_APPS});
-    CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(expected::kUseTemplate.Current());
-    WaitForRows(program, Edited(ThreeRows(), 0, &RowOnScreen::renamed, L"4017-M4.sldprt"));
-}
-
-TEST_F(KeyboardTest, ShowsItsAboutBoxByTheSystemMenu)
+TEST_F(KeyboardInBothLanguages, ShowsTheAboutBoxByTheSystemMenu)
 {
     const CProgramUnderTest program;
     program.WaitForKeyboard();
@@ -270,12 +205,40 @@ TEST_F(KeyboardTest, ShowsItsAboutBoxByTheSystemMenu)
     program.WaitForRest();
 }
 
-TEST_F(KeyboardTest, Closes)
+TEST_F(KeyboardTest, OpensTheMenusOfAnEmptyList)
 {
     const CProgramUnderTest program;
+    FocusFirstRow(program);
+    PressKeys({VK_CONTROL, 'A'});
+    WaitForSelection(program, {0, 1, 2});
+    PressKeys({VK_DELETE});
+    WaitForRows(program, {});
+    PressKeys({VK_APPS});
+    CMenuOnScreen::WaitForOne(program.ProcessId()).Dismiss();
+    PressKeys({VK_CONTROL, VK_SHIFT, VK_F10});
+    CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(expected::kEditTemplate.Current());
+    const HWND dialog = WaitFor([&] { return program.DialogWith(IDC_TEMPLATE_TEXT); });
+    ASSERT_NE(nullptr, dialog);
+    EXPECT_EQ(expected::kBomTemplate.Current(), TextOf(dialog));
+    PressKeys({VK_ESCAPE});
+    program.WaitForRest();
+}
+
+TEST_F(KeyboardTest, ReturnsToTheListAfterAnotherWindowEndedAnEdit)
+{
+    const CProgramUnderTest program;
+    FocusFirstRow(program);
+    PressKeys({VK_F2});
+    TypeOver(program, L"x");
+    const HWND other = CreateWindowExW(0, WC_STATICW, L"", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50, nullptr,
+                                       nullptr, nullptr, nullptr);
+    SetForegroundWindow(other);
+    EXPECT_TRUE(WaitFor([&] { return program.List().Editor() == nullptr; }));
+    WaitForRows(program, Edited(ThreeRows(), 0, &RowOnScreen::renamed, L"x.sldprt"));
+    SetForegroundWindow(program.MainWindow());
+    DestroyWindow(other);
     program.WaitForKeyboard();
-    PressKeys({VK_MENU, VK_F4});
-    EXPECT_EQ(0U, program.WaitForEnd());
+    program.WaitForFocus(IDC_LIST);
 }
 
 }  // namespace
