@@ -26,18 +26,13 @@ void ListTest::WaitForNoEditor(const CProgramUnderTest& program)
 
 HWND ListTest::OpenEditor(const CProgramUnderTest& program, int row, int column)
 {
-    return OpenEditorAt(program, program.List().CellPosition(row, column));
-}
-
-HWND ListTest::OpenEditorAt(const CProgramUnderTest& program, POINT position)
-{
     constexpr DWORD kPatienceOfAClick = 5'000;  // milliseconds
+    const POINT position = program.List().CellPosition(row, column);
     program.WaitForKeyboard();
     DoubleClickAt(position);
-    // A window manager may take the focus of a window that has just been opened once more, and the editor
-    // ends.
+    // The window manager may move the focus once more after the window has opened, which ends the edit.
     if (!WaitFor([&] { return FindEditor(program); }, kPatienceOfAClick) &&
-        MayRepeat("a double click that opens a cell")) {
+        MayRepeat("a double-click that opens a cell")) {
         DoubleClickAt(position);
     }
     return WaitForEditor(program);
