@@ -4,11 +4,23 @@ namespace {
 
 constexpr DWORD kReactionTime = 5'000;  // milliseconds
 
-// The edit of a file dialog, once it has the focus.
+// The edit of a file dialog; null unless it has the focus.
 HWND NameEditOf(HWND picker)
 {
     const HWND focus = FocusOf(picker);
     return IsChild(picker, focus) != FALSE && ClassOf(focus).ends_with(L"Edit") ? focus : nullptr;
+}
+
+HWND WaitForPicker(const CProgramUnderTest& program)
+{
+    const HWND picker = WaitFor([&] {
+        const std::vector<HWND> windows = TopWindowsOf(program.ProcessId());
+        return !windows.empty() && TextOf(windows[0]) == expected::kAddParts.Current() ? windows[0] : nullptr;
+    });
+    if (picker == nullptr) {
+        throw CNotOnScreen(L"the file dialog", program.ProcessId());
+    }
+    return picker;
 }
 
 }  // namespace
@@ -20,7 +32,7 @@ AcceptanceTest::AcceptanceTest() : m_server(m_temp.Path())
 
 void AcceptanceTest::TearDown()
 {
-    EXPECT_TRUE(m_server.WaitForEnd()) << "a process of the CAD server is still there; it was asked:\n"
+    EXPECT_TRUE(m_server.WaitForEnd()) << "a process of the CAD server is still running; its log:\n"
                                        << testing::PrintToString(m_server.Log());
 }
 
@@ -42,18 +54,6 @@ void AcceptanceTest::ExpectBox(const CProgramUnderTest& program, const std::wstr
     EXPECT_EQ(L"Talvenor", box.Title());
     EXPECT_EQ(buttons, box.Buttons());
     box.Answer(answer);
-}
-
-HWND AcceptanceTest::WaitForPicker(const CProgramUnderTest& program)
-{
-    const HWND picker = WaitFor([&] {
-        const std::vector<HWND> windows = TopWindowsOf(program.ProcessId());
-        return !windows.empty() && TextOf(windows[0]) == expected::kAddParts.Current() ? windows[0] : nullptr;
-    });
-    if (picker == nullptr) {
-        throw CNotOnScreen(L"the file dialog", program.ProcessId());
-    }
-    return picker;
 }
 
 void AcceptanceTest::ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path)

@@ -21,25 +21,24 @@
 using Rows = std::vector<RowOnScreen>;
 using Selection = std::vector<int>;
 
-// What each test finds: an empty standard-parts folder that the registry names, no templates, and the
-// stand-in CAD server with an empty script. A server that still runs behind a test makes it fail.
+// Each test starts with an empty standard-parts folder in the registry, no templates, and the stand-in CAD
+// server with an empty script. It fails if a server is still running at its end.
+//
+// A suite named *InBothLanguages shows texts, mnemonics or the layout, and also runs with the English
+// program; the others run with the German one only (see CMakeLists.txt).
 class AcceptanceTest : public testing::Test
 {
 protected:
     AcceptanceTest();
     void TearDown() override;
 
-    // Waits for a message box of the program, compares its text, title and buttons, and clicks on one of
-    // them.
+    // Waits for a message box, compares its text, title and buttons, and clicks a button.
     static void ExpectMessage(const CProgramUnderTest& program, const std::wstring& text);
     static void ExpectQuestion(const CProgramUnderTest& program, const std::wstring& text, int answer);
     static void ExpectBox(const CProgramUnderTest& program, const std::wstring& text,
                           const std::vector<int>& buttons, int answer);
 
-    // Waits for the program's file dialog; throws CNotOnScreen when it does not come.
-    static HWND WaitForPicker(const CProgramUnderTest& program);
-
-    // Types a file into the program's file dialog and closes that with Enter.
+    // Types a file into the program's file dialog and presses Enter. Throws CNotOnScreen if no dialog opens.
     static void ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path);
 
     // Three parts in the folder, and their rows.
@@ -49,14 +48,14 @@ protected:
     void WriteThreeRecords() const;
     static Rows ThreeRecords();
 
-    // Wait for what the list and its frame are to show.
+    // Wait for the contents of the list and the caption of its frame.
     static void WaitForRows(const CProgramUnderTest& program, const Rows& rows);
     static void WaitForSelection(const CProgramUnderTest& program, const Selection& rows);
     static void WaitForCaption(const CProgramUnderTest& program, const std::wstring& caption);
 
-    // Clicks on start and waits until a run that goes well is over.
+    // Clicks Start and waits for the end of a run without messages in between.
     void ConvertToTheEnd(const CProgramUnderTest& program) const;
-    // Waits until a run is over: only the main dialog is left, and the server has been ended.
+    // Waits until only the main dialog is left and the server has ended.
     void WaitForEndOfRun(const CProgramUnderTest& program) const;
 
     // The program's question before it overwrites the library's map file.
@@ -70,8 +69,8 @@ protected:
 
 using Cell = std::wstring RowOnScreen::*;
 
-// The rows after an edit of one cell, whose row is then to be converted.
+// The rows after an edit of one cell, which marks its row for conversion.
 Rows Edited(Rows rows, std::size_t row, Cell cell, const std::wstring& text);
 
-// A row of the list with the generated names of a standard part 'N_ISO_<number>_<size>.sldprt'.
+// The row of a standard part 'N_ISO_<number>_<size>.sldprt' with the names that the default templates give.
 RowOnScreen IsoRow(const std::wstring& number, const std::wstring& size, Mark mark);
