@@ -1,5 +1,7 @@
-// Whole conversion runs that go well: files, map file, calls to the CAD system, marks and messages.
+// Conversion runs without failures: files, map file, calls, marks and messages.
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "tests/acceptance/AcceptanceTest.h"
 
@@ -7,100 +9,88 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
+// A part 'N_ISO_<number>_<size>.sldprt'.
+struct StandardPart
+{
+    std::wstring number;
+    std::wstring size;
+    std::vector<std::wstring> configurations;
+
+    [[nodiscard]] std::wstring Name() const { return L"N_ISO_" + number + L"_" + size; }
+    // What the default template gives.
+    [[nodiscard]] std::wstring BomName(const std::wstring& configuration) const
+    {
+        return L"Norm " + number + L" - " + configuration;
+    }
+};
+
 class RunTest : public AcceptanceTest
 {
 protected:
-    // The path of a copy as the log shows it.
-    [[nodiscard]] std::string LoggedCopy(const std::wstring& name) const
+    // The copy of a part is read-only and differs from the part only in the BOM entries.
+    void ExpectCopy(const StandardPart& part) const
     {
-        return ToUtf8(m_library.Copy(name));
+        const PartContents source = ReadPart(m_library.Part(part.Name() + L".sldprt"));
+        const std::wstring copy = m_library.Copy(part.Name() + L".changed.sldprt");
+        EXPECT_FALSE(source.otherStreams.empty());
+        EXPECT_EQ(source.otherStreams, ReadPart(copy).otherStreams);
+        std::vector<BomEntry> entries;
+        for (const std::wstring& configuration : part.configurations) {
+            entries.push_back({configuration, true, part.BomName(configuration)});
+        }
+        EXPECT_EQ(entries, ReadPart(copy).bomEntries);
+        EXPECT_TRUE(IsReadOnly(copy));
+        EXPECT_FALSE(IsReadOnly(m_library.Part(part.Name() + L".sldprt")));
     }
 
-    // A copy is read-only and differs from its source only in the BOM entries.
-    void ExpectCopy(const std::wstring& original, const std::wstring& renamed,
-                    const std::vector<BomEntry>& entries) const
+    // Appends the calls for one part to the log, whose first line has no number.
+    void AppendCalls(const StandardPart& part, Lines& log) const
     {
-        const PartContents source = ReadPart(m_library.Part(original));
-        const PartContents copy = ReadPart(m_library.Copy(renamed));
-        EXPECT_FALSE(source.otherStreams.empty());
-        EXPECT_EQ(source.otherStreams, copy.otherStreams);
-        EXPECT_EQ(entries, copy.bomEntries);
-        EXPECT_TRUE(IsReadOnly(m_library.Copy(renamed)));
-        EXPECT_FALSE(IsReadOnly(m_library.Part(original)));
+        const auto add = [&log](const std::string& call) {
+            log.push_back(std::to_string(log.size()) + " " + call);
+        };
+        const std::string file = ToUtf8(part.Name() + L".changed.sldprt");
+        const std::string path = ToUtf8(m_library.MappedPath()) + "\\" + file;
+        const std::string count = std::to_string(part.configurations.size());
+        std::string names;
+        for (const std::wstring& name : part.configurations) {
+            names += (names.empty() ? "" : "|") + ToUtf8(name);
+        }
+        add("application 24 method BOOL=0 I4=1 ok");
+        add("application 99 method BSTR=" + path + " I4=1 BOOL=0 BOOL=0 BOOL=-1 I4&=0 document " + file);
+        add("document " + file + " 65971 method I4=" + count);
+        add("document " + file + " 65972 method BSTR[" + count + "]=" + names);
+        for (const std::wstring& name : part.configurations) {
+            const std::string configuration = "configuration " + file + "/" + ToUtf8(name);
+            add("document " + file + " 66048 method BSTR=" + ToUtf8(name) + " " + configuration);
+            add(configuration + " 6 put BOOL=-1 ok");
+            add(configuration + " 5 put BSTR=" + ToUtf8(part.BomName(name)) + " ok");
+        }
+        add("document " + file + " 66019 method BOOL=-1 I4=0");
+        add("application 7 method BSTR=" + path + " ok");
+        add("application 24 method BOOL=-1 I4=1 ok");
     }
 };
 using RunInBothLanguages = RunTest;
 
-std::vector<std::wstring> ManyConfigurations()
+// With one, several and many configurations.
+std::vector<StandardPart> ThreeParts()
 {
-    std::vector<std::wstring> names;
+    std::vector<std::wstring> many;
     for (int number = 1; number <= 40; ++number) {
-        names.push_back(L"M10x" + std::to_wstring(number));
+        many.push_back(L"M10x" + std::to_wstring(number));
     }
-    return names;
-}
-
-// The lines of the log for one part whose BOM names were all written; `call` is the number of its first call.
-Lines LinesForPart(int call, const std::string& path, const std::string& file,
-                   const std::vector<std::pair<std::string, std::string>>& configurations)
-{
-    Lines lines;
-    const auto add = [&](const std::string& text) {
-        lines.push_back(std::to_string(call + static_cast<int>(lines.size())) + " " + text);
-    };
-    const std::string count = std::to_string(configurations.size());
-    std::string names;
-    for (const auto& [name, bomName] : configurations) {
-        names += (names.empty() ? "" : "|") + name;
-    }
-    add("application 24 method BOOL=0 I4=1 ok");
-    add("application 99 method BSTR=" + path + " I4=1 BOOL=0 BOOL=0 BOOL=-1 I4&=0 document " + file);
-    add("document " + file + " 65971 method I4=" + count);
-    add("document " + file + " 65972 method BSTR[" + count + "]=" + names);
-    for (const auto& [name, bomName] : configurations) {
-        const std::string configuration = "configuration " + file + "/" + name;
-        add("document " + file + " 66048 method BSTR=" + name + " " + configuration);
-        add(configuration + " 6 put BOOL=-1 ok");
-        add(configuration + " 5 put BSTR=" + bomName + " ok");
-    }
-    add("document " + file + " 66019 method BOOL=-1 I4=0");
-    add("application 7 method BSTR=" + path + " ok");
-    add("application 24 method BOOL=-1 I4=1 ok");
-    return lines;
-}
-
-void Append(Lines& lines, const Lines& more)
-{
-    lines.insert(lines.end(), more.begin(), more.end());
-}
-
-using Configurations = std::vector<std::pair<std::string, std::string>>;
-
-// The configurations of one part with the BOM names that the default template gives.
-Configurations WithBomNames(const std::string& number, const std::vector<std::wstring>& names)
-{
-    Configurations configurations;
-    for (const std::wstring& name : names) {
-        configurations.emplace_back(ToUtf8(name), "Norm " + number + " - " + ToUtf8(name));
-    }
-    return configurations;
-}
-
-std::vector<BomEntry> EntriesOf(const std::wstring& number, const std::vector<std::wstring>& names)
-{
-    std::vector<BomEntry> entries;
-    for (const std::wstring& name : names) {
-        entries.push_back({name, true, L"Norm " + number + L" - " + name});
-    }
-    return entries;
+    return {{L"4017", L"M10x50", {L"Standard"}},
+            {L"4032", L"M8", {L"A2", L"A4", L"Größe 8.8"}},
+            {L"7089", L"10", many}};
 }
 
 TEST_F(RunInBothLanguages, CopiesRecordsAndWritesBomNames)
 {
-    const std::vector<std::wstring> three = {L"A2", L"A4", L"Größe 8.8"};
-    m_library.AddPart(L"N_ISO_4017_M10x50.sldprt", {L"Standard"});
-    m_library.AddPart(L"N_ISO_4032_M8.sldprt", three);
-    m_library.AddPart(L"N_ISO_7089_10.sldprt", ManyConfigurations());
+    const std::vector<StandardPart> parts = ThreeParts();
+    for (const StandardPart& part : parts) {
+        m_library.AddPart(part.Name() + L".sldprt", part.configurations);
+    }
     m_server.SetScript("datecode 1999250\n");  // the oldest supported release
     const CProgramUnderTest program;
     program.Click(IDC_START);
@@ -111,30 +101,21 @@ TEST_F(RunInBothLanguages, CopiesRecordsAndWritesBomNames)
     ExpectMessage(program, expected::kFinished.Current());
     WaitForEndOfRun(program);
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
-
-    ExpectCopy(L"N_ISO_4017_M10x50.sldprt", L"N_ISO_4017_M10x50.changed.sldprt",
-               {{L"Standard", true, L"Norm 4017 - Standard"}});
-    ExpectCopy(L"N_ISO_4032_M8.sldprt", L"N_ISO_4032_M8.changed.sldprt", EntriesOf(L"4032", three));
-    ExpectCopy(L"N_ISO_7089_10.sldprt", L"N_ISO_7089_10.changed.sldprt",
-               EntriesOf(L"7089", ManyConfigurations()));
+    Rows rows;
+    Lines log = {"- start version=30", "1 application 11 method I4=1999250"};
+    for (const StandardPart& part : parts) {
+        ExpectCopy(part);
+        rows.push_back(IsoRow(part.number, part.size, Mark::converted));
+        AppendCalls(part, log);
+    }
+    EXPECT_EQ(rows, program.List().Rows());
     EXPECT_EQ(m_library.MapHeader() +
                   "N_ISO_4017_M10x50.sldprt ; N_ISO_4017_M10x50.changed.sldprt ; Norm 4017 - %2\r\n"
                   "N_ISO_4032_M8.sldprt ; N_ISO_4032_M8.changed.sldprt ; Norm 4032 - %2\r\n"
                   "N_ISO_7089_10.sldprt ; N_ISO_7089_10.changed.sldprt ; Norm 7089 - %2\r\n",
               m_library.MapFileBytes());
-    EXPECT_EQ((Rows{IsoRow(L"4017", L"M10x50", Mark::converted), IsoRow(L"4032", L"M8", Mark::converted),
-                    IsoRow(L"7089", L"10", Mark::converted)}),
-              program.List().Rows());
-
-    Lines calls = {"- start version=30", "1 application 11 method I4=1999250"};
-    Append(calls, LinesForPart(2, LoggedCopy(L"N_ISO_4017_M10x50.changed.sldprt"),
-                               "N_ISO_4017_M10x50.changed.sldprt", WithBomNames("4017", {L"Standard"})));
-    Append(calls, LinesForPart(12, LoggedCopy(L"N_ISO_4032_M8.changed.sldprt"),
-                               "N_ISO_4032_M8.changed.sldprt", WithBomNames("4032", three)));
-    Append(calls, LinesForPart(28, LoggedCopy(L"N_ISO_7089_10.changed.sldprt"),
-                               "N_ISO_7089_10.changed.sldprt", WithBomNames("7089", ManyConfigurations())));
-    Append(calls, {"155 application 6 method ok", "- end reason=asked open="});
-    EXPECT_EQ(calls, m_server.Log());
+    log.insert(log.end(), {"155 application 6 method ok", "- end reason=asked open="});
+    EXPECT_EQ(log, m_server.Log());
 }
 
 TEST_F(RunTest, ConvertsAFolderWithADashInItsName)
@@ -174,12 +155,12 @@ TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
     program.Click(IDC_START);
     ExpectMessage(program, expected::kFinished.Current());
     ASSERT_TRUE(WaitFor([&] { return program.ProgressDialog() == nullptr; }));
-    Ask(window, WM_NULL);  // answered from within the call
+    Ask(window, WM_NULL);  // handled while the program waits in the call
     EXPECT_EQ(FALSE, IsWindowEnabled(window));
     EXPECT_EQ(window, GetForegroundWindow());
     PressKeys({VK_RETURN});
     ClickAt({(removeAll.left + removeAll.right) / 2, (removeAll.top + removeAll.bottom) / 2});
-    EXPECT_FALSE(m_server.WasAsked("application 6 method")) << "the call is under way";
+    EXPECT_FALSE(m_server.WasAsked("application 6 method")) << "the call has not returned";
     ASSERT_TRUE(WaitFor([&] { return IsWindowEnabled(window) != FALSE; }, kPatience, 1));
     EXPECT_TRUE(m_server.WasAsked("application 6 method ok"));
     WaitForEndOfRun(program);
