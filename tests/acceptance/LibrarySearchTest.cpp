@@ -1,4 +1,4 @@
-// Which libraries the program lets run in its process.
+// The libraries that can be loaded into the program.
 #include <array>
 #include <filesystem>
 
@@ -9,7 +9,8 @@ namespace {
 
 const std::wstring kPlanted = L"planted.dll";
 
-// Has a library with code leave a file at the path when it runs, in this process or one that it starts.
+// Within the scope, the planted library writes a file at the path when it is loaded, in this process or in
+// those that it starts.
 class CPlantedScope
 {
 public:
@@ -22,7 +23,7 @@ public:
     ~CPlantedScope() { SetEnvironmentVariableW(L"TALVENOR_TEST_PLANTED", nullptr); }
 };
 
-// Puts a folder in front of those of PATH, in this process and those that it starts.
+// Prepends a folder to PATH, in this process and those that it starts.
 class CPathScope
 {
 public:
@@ -38,20 +39,20 @@ private:
     const std::wstring m_before;
 };
 
-// Has a process load a library as its own code would, by name or by path, and returns whether it did.
+// Whether a process can load a library by name or path; the call runs on a thread in that process.
 bool LoadsInProcess(DWORD processId, const std::wstring& library)
 {
     const UniqueHandle process(OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
     const SIZE_T size = (library.size() + 1) * sizeof(wchar_t);
     void* const text = VirtualAllocEx(process.get(), nullptr, size, MEM_COMMIT, PAGE_READWRITE);
     EXPECT_NE(WriteProcessMemory(process.get(), text, library.c_str(), size, nullptr), FALSE);
-    // The system's libraries lie at the same place in every process.
+    // kernel32 has the same base address in every process.
     FARPROC const load = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "LoadLibraryW");
     const UniqueHandle thread(CreateRemoteThread(
         process.get(), nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(load)),
         text, 0, nullptr));
     EXPECT_EQ(WaitForSingleObject(thread.get(), kPatience), WAIT_OBJECT_0);
-    DWORD module = 0;  // the lower half of its address, which is never 0 for one that is loaded
+    DWORD module = 0;  // the lower half of its address, which is not 0 if it was loaded
     EXPECT_NE(GetExitCodeThread(thread.get(), &module), FALSE);
     return module != 0;
 }
@@ -69,7 +70,7 @@ TEST_F(LibrarySearchTest, RunsNothingFromItsOwnAndTheWorkingFolder)
     ASSERT_NE(program.MainWindow(), nullptr);
     EXPECT_FALSE(LoadsInProcess(program.ProcessId(), kPlanted));
     EXPECT_FALSE(PathExists(m_trace));
-    // Nothing but the search kept it from being loaded.
+    // Only the search order kept it from being loaded.
     EXPECT_TRUE(LoadsInProcess(program.ProcessId(), OwnFolder() + L"\\" + kPlanted));
     EXPECT_TRUE(PathExists(m_trace));
 }
@@ -83,7 +84,7 @@ TEST_F(LibrarySearchTest, RunsNothingFromTheFoldersOfPath)
     ASSERT_NE(program.MainWindow(), nullptr);
     EXPECT_FALSE(LoadsInProcess(program.ProcessId(), name));
     EXPECT_FALSE(PathExists(m_trace));
-    // Nothing but the search kept it from being loaded.
+    // Only the search order kept it from being loaded.
     const UniqueModule loaded(LoadLibraryW(name.c_str()));
     EXPECT_NE(loaded, nullptr);
     EXPECT_TRUE(PathExists(m_trace));
@@ -104,7 +105,7 @@ TEST_F(LibrarySearchTest, RunsNothingInItsResourceLibrary)
     const CProgramUnderTest program(m_temp.Path());
     EXPECT_EQ(0U, program.WaitForEnd()) << "it holds no dialog, so the program ends";
     EXPECT_FALSE(PathExists(m_trace));
-    // Nothing but the way of loading it kept it from running.
+    // Only loading it as a data file kept its code from running.
     const UniqueModule loaded(LoadLibraryW((m_temp / L"talvresgerx64.dll").c_str()));
     EXPECT_TRUE(PathExists(m_trace));
 }

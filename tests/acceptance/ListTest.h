@@ -3,50 +3,39 @@
 #include "tests/acceptance/AcceptanceTest.h"
 #include "tests/acceptance/MenuOnScreen.h"
 
-// What the tests of the list in the user's hands share.
+// Shared by the tests of the list.
 class ListTest : public AcceptanceTest
 {
 protected:
-    // Waits for the editor of a cell to be open, with the focus; throws CNotOnScreen when it does not come.
+    // Waits for a cell editor with the focus; throws CNotOnScreen if none opens.
     static HWND WaitForEditor(const CProgramUnderTest& program);
-    // Waits until no editor is open; throws CNotOnScreen when one stays.
+    // Waits until no editor is open; throws CNotOnScreen if one stays.
     static void WaitForNoEditor(const CProgramUnderTest& program);
-    // Opens the editor of a cell by a double click, which is repeated when no editor comes.
+    // Opens the editor of a cell by a double-click, which may be repeated once (MayRepeat).
     static HWND OpenEditor(const CProgramUnderTest& program, int row, int column);
-    static HWND OpenEditorAt(const CProgramUnderTest& program, POINT position);
-    // Types over the text of an open editor, which is selected, and waits until the text is there.
+    // Replaces the selected text of the open editor by typing, and waits for the new text.
     static void TypeOver(const CProgramUnderTest& program, const std::wstring& text);
-    // Types over the text of the cell and ends the edit with Enter; a message box may be open then.
+    // Edits a cell and presses Enter, which may bring up a message box.
     static void Rename(const CProgramUnderTest& program, int row, int column, const std::wstring& text);
 
-    // Waits until a control has this text.
+    // Waits until a control has a text.
     static void WaitForTextOf(HWND control, const std::wstring& text);
-    // The text of an editor has to be this, all of it selected.
+    // Expects a text in an editor, all of it selected.
     static void ExpectSelectedText(HWND editor, const std::wstring& text);
 
-    // Opens the menu of a column by a click of the right button on a cell.
+    // Opens the menu of a column by a right-click on a cell.
     static CMenuOnScreen OpenMenu(const CProgramUnderTest& program, int row, int column);
 
-    // Has the list in front of the keyboard with the focus on its first row, which is selected.
+    // Moves the keyboard focus to the first row of the list and selects that row.
     static void FocusFirstRow(const CProgramUnderTest& program);
 
-    // A map file with many records: more than the list shows at a time.
+    // A map file with more records than fit into the list.
     void WriteManyRecords() const;
 
-    // The caption of the frame in the map-file view after a change.
+    // The caption of the frame in a map-file view that was changed.
     static std::wstring ChangedMapView();
 
 private:
-    // The open editor, once it has the focus; or null.
+    // The open editor if it has the focus; or null.
     static HWND FindEditor(const CProgramUnderTest& program);
 };
-
-// For comparing rectangles and for the messages of failed comparisons.
-inline bool operator==(const RECT& left, const RECT& right)
-{
-    return EqualRect(&left, &right) != FALSE;
-}
-inline void PrintTo(const RECT& place, std::ostream* out)
-{
-    *out << place.left << "," << place.top << " to " << place.right << "," << place.bottom;
-}

@@ -16,7 +16,7 @@
 
 namespace {
 
-// Registers the stand-in server for the length of all tests.
+// Registers the stand-in server while the tests run.
 class CCadServerEnvironment : public testing::Environment
 {
 public:
@@ -24,8 +24,8 @@ public:
     void TearDown() override { UnregisterCadServer(); }
 };
 
-// Appends the path of a document to a file, when the command line says so: --note-document FILE DOCUMENT. The
-// help test has documents opened with this.
+// Appends the path DOCUMENT to a file if the command line is --note-document FILE DOCUMENT: the help test
+// registers this program for documents.
 bool NoteDocument()
 {
     int count = 0;
@@ -41,8 +41,7 @@ bool NoteDocument()
 
 }  // namespace
 
-// TALVENOR_TEST_LANGUAGE (german, the default, or english) says in which language the program under test
-// speaks.
+// TALVENOR_TEST_LANGUAGE is the language of the program under test: german (the default) or english.
 int main(int argc, char** argv)
 {
     if (NoteDocument()) {
@@ -55,6 +54,6 @@ int main(int argc, char** argv)
     testing::AddGlobalTestEnvironment(new CCadServerEnvironment);  // the framework deletes it
     const int result = RUN_ALL_TESTS();
     CoUninitialize();
-    // A filter that matches nothing has tested nothing.
+    // If the filter matched nothing, nothing was tested.
     return testing::UnitTest::GetInstance()->test_to_run_count() == 0 ? 1 : result;
 }

@@ -1,8 +1,6 @@
 // The commands of the main dialog, except the conversion run.
 #include <windows.h>
 
-#include <commctrl.h>
-
 #include <filesystem>
 #include <map>
 #include <set>
