@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "core/UTtabEntry.h"
-#include "tests/acceptance/ZelmarRegistry.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
+#include "tests/support/ZelmarRegistry.h"
 #include "ui/TalvenorDlg.h"
 
 // The program's main dialog, operated by the commands that its buttons and menus send. It is modeless here,

@@ -62,7 +62,7 @@ build_preset() {
 # part library that they show, the tools that make it, and the tools that operate the programs and take the pictures.
 pictures_stamp() {
   local sources
-  sources=$(find tools/windowwatch tests/cadserver -type f | LC_ALL=C sort)
+  sources=$(find tools/windowwatch tests/cadserver tests/support/TextFile.* -type f | LC_ALL=C sort)
   mapfile -t sources <<<"$sources"
   sha256sum build/windows/bin/{talvenor_german.exe,talvenor_english.exe,talvresgerx64.dll,talvresusx64.dll} \
     data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/demonstration/*.py \

@@ -6,17 +6,17 @@
 #include <vector>
 
 #include "resources/resource.h"
-#include "tests/acceptance/CadServer.h"
-#include "tests/acceptance/ExpectedTexts.h"
-#include "tests/acceptance/Input.h"
-#include "tests/acceptance/OtherWindows.h"
-#include "tests/acceptance/PartReader.h"
-#include "tests/acceptance/ProgramUnderTest.h"
-#include "tests/acceptance/Repeat.h"
-#include "tests/acceptance/TestLibrary.h"
-#include "tests/acceptance/WaitFor.h"
-#include "tests/acceptance/ZelmarRegistry.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/CadServer.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/Input.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/PartReader.h"
+#include "tests/support/ProgramUnderTest.h"
+#include "tests/support/Repeat.h"
+#include "tests/support/TestLibrary.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
+#include "tests/support/ZelmarRegistry.h"
 
 using Rows = std::vector<RowOnScreen>;
 using Selection = std::vector<int>;

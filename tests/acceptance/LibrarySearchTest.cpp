@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "tests/acceptance/AcceptanceTest.h"
-#include "tests/acceptance/OwnFolder.h"
+#include "tests/support/OwnFolder.h"
 
 namespace {
 

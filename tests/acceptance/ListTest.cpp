@@ -1,6 +1,6 @@
 #include "tests/acceptance/ListTest.h"
 
-#include "tests/acceptance/Repeat.h"
+#include "tests/support/Repeat.h"
 
 HWND ListTest::FindEditor(const CProgramUnderTest& program)
 {

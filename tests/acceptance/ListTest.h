@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/acceptance/AcceptanceTest.h"
-#include "tests/acceptance/MenuOnScreen.h"
+#include "tests/support/MenuOnScreen.h"
 
 // Shared by the tests of the list.
 class ListTest : public AcceptanceTest

@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "framework/Language.h"
-#include "tests/acceptance/CadServer.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/CadServer.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

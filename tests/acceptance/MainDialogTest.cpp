@@ -6,7 +6,7 @@
 #include <set>
 
 #include "tests/acceptance/AcceptanceTest.h"
-#include "tests/acceptance/OwnFolder.h"
+#include "tests/support/OwnFolder.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "tests/cadserver/Application.h"
 
 #include "tests/cadserver/Document.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

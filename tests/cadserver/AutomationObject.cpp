@@ -2,7 +2,7 @@
 
 #include "framework/Handles.h"
 #include "tests/cadserver/Settings.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 struct CAutomationObject::Call
 {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 CCallLog::CCallLog(std::wstring path) : m_path(std::move(path)) {}
 

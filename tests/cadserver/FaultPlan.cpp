@@ -1,7 +1,7 @@
 #include "tests/cadserver/FaultPlan.h"
 
 #include "tests/cadserver/Settings.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

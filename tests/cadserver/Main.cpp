@@ -11,7 +11,7 @@
 #include "tests/cadserver/Script.h"
 #include "tests/cadserver/Server.h"
 #include "tests/cadserver/Settings.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

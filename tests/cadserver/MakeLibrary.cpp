@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "tests/cadserver/PartFile.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

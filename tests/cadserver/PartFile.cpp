@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "tests/cadserver/ComPointers.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "tests/cadserver/Script.h"
 
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 #include "tests/cadserver/CallHold.h"
 #include "tests/cadserver/ComPointers.h"
 #include "tests/cadserver/PartFile.h"
-#include "tests/cadserver/TextFile.h"
-#include "tests/cadserver/UnderWine.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/UnderWine.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include "tests/cadserver/Registration.h"
 #include "tests/cadserver/Settings.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <windows.h>
 
 #include "framework/Language.h"
-#include "tests/acceptance/ExpectedTexts.h"
-#include "tests/acceptance/TestLibrary.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/TestLibrary.h"
 
 namespace {
 

@@ -10,10 +10,10 @@
 
 #include "framework/ComPointers.h"
 #include "resources/resource.h"
-#include "tests/acceptance/ExpectedTexts.h"
-#include "tests/acceptance/TestLibrary.h"
-#include "tests/acceptance/WaitFor.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/TestLibrary.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
 
 namespace {
 

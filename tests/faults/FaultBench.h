@@ -8,10 +8,10 @@
 
 #include "core/ConversionTable.h"
 #include "run/ConversionRun.h"
-#include "tests/acceptance/CadServer.h"
 #include "tests/faults/RunModel.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/CadServer.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 // The ProgID of the CAD system in all runs.
 inline constexpr const wchar_t* kCadProgId = L"SldWorks.Application.30";

@@ -18,14 +18,14 @@
 #include "framework/Handles.h"
 #include "framework/Language.h"
 #include "resources/resource.h"
-#include "tests/acceptance/ExpectedTexts.h"
-#include "tests/acceptance/TestLibrary.h"
-#include "tests/cadserver/TextFile.h"
 #include "tests/faults/CopyFailures.h"
-#include "tests/faults/FailingFile.h"
 #include "tests/faults/FaultTest.h"
-#include "tests/faults/FileInterceptor.h"
-#include "tests/windows/MappedFile.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/FailingFile.h"
+#include "tests/support/FileInterceptor.h"
+#include "tests/support/MappedFile.h"
+#include "tests/support/TestLibrary.h"
+#include "tests/support/TextFile.h"
 
 // File operations of a run fail.
 

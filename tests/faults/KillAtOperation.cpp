@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <initializer_list>
 
-#include "tests/faults/ImportTable.h"
 #include "tests/faults/KillSwitch.h"
+#include "tests/support/ImportTable.h"
 
 namespace {
 

@@ -8,11 +8,11 @@
 
 #include "framework/ComPointers.h"
 #include "resources/resource.h"
-#include "tests/acceptance/ExpectedTexts.h"
-#include "tests/acceptance/OtherWindows.h"
-#include "tests/acceptance/WaitFor.h"
-#include "tests/cadserver/TextFile.h"
 #include "tests/faults/FaultBench.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
 
 namespace {
 

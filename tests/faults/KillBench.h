@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "tests/acceptance/ListOnScreen.h"
-#include "tests/acceptance/PartReader.h"
-#include "tests/acceptance/ProgramUnderTest.h"
-#include "tests/acceptance/TestLibrary.h"
-#include "tests/acceptance/ZelmarRegistry.h"
+#include "tests/support/ListOnScreen.h"
+#include "tests/support/PartReader.h"
+#include "tests/support/ProgramUnderTest.h"
+#include "tests/support/TestLibrary.h"
+#include "tests/support/ZelmarRegistry.h"
 
 // The contents of the "Mapped" folder when a run begins.
 enum class MappedBefore

@@ -11,11 +11,11 @@
 #include <string>
 
 #include "framework/Handles.h"
-#include "tests/acceptance/WaitFor.h"
 #include "tests/cadserver/CallHold.h"
 #include "tests/faults/FaultTest.h"
 #include "tests/faults/KillBench.h"
 #include "tests/faults/KillSwitch.h"
+#include "tests/support/WaitFor.h"
 
 // The program is killed at every automation call and file operation of a run, and at random moments.
 

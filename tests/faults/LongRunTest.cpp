@@ -16,17 +16,17 @@
 
 #include "framework/Handles.h"
 #include "resources/resource.h"
-#include "tests/acceptance/ExpectedTexts.h"
-#include "tests/acceptance/OtherWindows.h"
-#include "tests/acceptance/PartReader.h"
-#include "tests/acceptance/ProgramUnderTest.h"
-#include "tests/acceptance/TestLibrary.h"
-#include "tests/acceptance/WaitFor.h"
-#include "tests/acceptance/ZelmarRegistry.h"
-#include "tests/cadserver/TextFile.h"
 #include "tests/faults/FaultBench.h"
 #include "tests/faults/FaultTest.h"
 #include "tests/faults/ResourceUse.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/PartReader.h"
+#include "tests/support/ProgramUnderTest.h"
+#include "tests/support/TestLibrary.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
+#include "tests/support/ZelmarRegistry.h"
 
 // Long runs: the program has no leaks, and its window always responds.
 

@@ -12,12 +12,12 @@
 #include <vector>
 
 #include "files/FileMisc.h"
-#include "tests/acceptance/ExpectedTexts.h"
-#include "tests/acceptance/TestLibrary.h"
-#include "tests/cadserver/TextFile.h"
 #include "tests/faults/CopyFailures.h"
 #include "tests/faults/FaultTest.h"
-#include "tests/faults/FileInterceptor.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/FileInterceptor.h"
+#include "tests/support/TestLibrary.h"
+#include "tests/support/TextFile.h"
 
 // Every file operation of a run fails in turn, and those that create the folder of the copies. Not included
 // are the operations of the main dialog before a run and after a cancelled one (looking for a map file,

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "tests/acceptance/ExpectedTexts.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "core/UTtabEntry.h"
 #include "tests/cadserver/PartFile.h"
-#include "tests/cadserver/UnderWine.h"
+#include "tests/support/UnderWine.h"
 
 // A simple model of conversion runs, of the stand-in CAD server with faults, and of the state that both
 // leave. It shares no code with the program.

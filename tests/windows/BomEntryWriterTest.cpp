@@ -6,7 +6,7 @@
 #include <deque>
 
 #include "framework/OleException.h"
-#include "tests/windows/FakeAutomation.h"
+#include "tests/support/FakeAutomation.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "resources/resource.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 

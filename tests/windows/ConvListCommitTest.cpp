@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "framework/MessageBox.h"
-#include "tests/windows/CharacterMessages.h"
+#include "tests/support/CharacterMessages.h"
 #include "tests/windows/ConvListScopes.h"
 
 // What becomes of the text that was typed into a cell's editor.

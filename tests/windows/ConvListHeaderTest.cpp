@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "framework/Handles.h"
+#include "tests/support/FakeAutomation.h"
 #include "tests/windows/ConvListScopes.h"
-#include "tests/windows/FakeAutomation.h"
 
 // The columns in the user's hands: their widths, their order, and their lines below the rows.
 

@@ -14,8 +14,8 @@
 #include "core/UTtabEntry.h"
 #include "framework/List.h"
 #include "resources/resource.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 #include "ui/ConvList.h"
 
 // The conversion list in a window of its own, the user's hands on it, and what they set in motion.

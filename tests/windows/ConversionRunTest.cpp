@@ -16,12 +16,12 @@
 #include <vector>
 
 #include "resources/resource.h"
-#include "tests/windows/FakeAutomation.h"
-#include "tests/windows/FakeClasses.h"
-#include "tests/windows/MappedFile.h"
-#include "tests/windows/NetworkWatch.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/FakeAutomation.h"
+#include "tests/support/FakeClasses.h"
+#include "tests/support/MappedFile.h"
+#include "tests/support/NetworkWatch.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 // The run in one process with a stand-in CAD system: real files, a real table and the real progress dialog.
 

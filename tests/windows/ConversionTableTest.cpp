@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "core/NameTemplate.h"
-#include "tests/windows/CharacterMessages.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/CharacterMessages.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <ostream>
 
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include "framework/Controls.h"
 #include "framework/DialogData.h"
 #include "resources/resource.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 

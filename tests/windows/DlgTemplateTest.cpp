@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "resources/resource.h"
-#include "tests/windows/FakeAutomation.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/FakeAutomation.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 // The template dialog in the process of the test, run modally in both languages and worked as a user works
 // it.

@@ -12,8 +12,8 @@
 #include "files/MapLine.h"
 #include "framework/File.h"
 #include "framework/Handles.h"
-#include "tests/windows/NetworkWatch.h"
-#include "tests/windows/TestScopes.h"
+#include "tests/support/NetworkWatch.h"
+#include "tests/support/TestScopes.h"
 
 namespace {
 

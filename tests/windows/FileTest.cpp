@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tests/windows/TestScopes.h"
+#include "tests/support/TestScopes.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "framework/WinApp.h"
-#include "tests/windows/FakeClasses.h"
-#include "tests/windows/TestScopes.h"
+#include "tests/support/FakeClasses.h"
+#include "tests/support/TestScopes.h"
 
 namespace {
 

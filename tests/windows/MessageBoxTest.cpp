@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <limits>
 #include <memory>
 
-#include "tests/windows/FakeAutomation.h"
+#include "tests/support/FakeAutomation.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/windows/FakeAutomation.h"
+#include "tests/support/FakeAutomation.h"
 
 namespace {
 

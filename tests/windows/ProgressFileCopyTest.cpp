@@ -7,8 +7,8 @@
 #include <string>
 
 #include "resources/resource.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 
 #include "framework/Handles.h"
 #include "framework/ResourceHandle.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 // The two resource libraries, by the numbers that the program asks them for.
 

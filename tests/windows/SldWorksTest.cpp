@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/windows/FakeAutomation.h"
-#include "tests/windows/FakeClasses.h"
+#include "tests/support/FakeAutomation.h"
+#include "tests/support/FakeClasses.h"
 
 namespace {
 

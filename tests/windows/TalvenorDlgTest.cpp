@@ -20,12 +20,12 @@
 #include "framework/Handles.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
-#include "tests/cadserver/UnderWine.h"
-#include "tests/windows/FakeAutomation.h"
-#include "tests/windows/FakeClasses.h"
-#include "tests/windows/NetworkWatch.h"
-#include "tests/windows/TestScopes.h"
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/FakeAutomation.h"
+#include "tests/support/FakeClasses.h"
+#include "tests/support/NetworkWatch.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/UnderWine.h"
+#include "tests/support/WindowScopes.h"
 
 // The main dialog in the process of the test, run modally in both languages and worked as a user works it.
 

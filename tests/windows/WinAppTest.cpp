@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "tests/windows/WindowScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 

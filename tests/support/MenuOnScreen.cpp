@@ -1,8 +1,8 @@
-#include "tests/acceptance/MenuOnScreen.h"
+#include "tests/support/MenuOnScreen.h"
 
-#include "tests/acceptance/Input.h"
-#include "tests/acceptance/OtherWindows.h"
-#include "tests/acceptance/WaitFor.h"
+#include "tests/support/Input.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/WaitFor.h"
 
 namespace {
 

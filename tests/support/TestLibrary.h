@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "framework/Handles.h"
-#include "tests/windows/TestScopes.h"
+#include "tests/support/TestScopes.h"
 
 // A standard-parts folder of a test's own. Blanks and an umlaut in its name, as users have them, unless the
 // test gives another name.

@@ -1,9 +1,9 @@
-#include "tests/acceptance/TestLibrary.h"
+#include "tests/support/TestLibrary.h"
 
 #include <algorithm>
 
-#include "tests/acceptance/ExpectedTexts.h"
 #include "tests/cadserver/PartFile.h"
+#include "tests/support/ExpectedTexts.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "framework/Handles.h"
-#include "tests/acceptance/ListOnScreen.h"
-#include "tests/acceptance/MessageBoxOnScreen.h"
+#include "tests/support/ListOnScreen.h"
+#include "tests/support/MessageBoxOnScreen.h"
 
 // talvenor.exe, started as a person starts it, and seen from outside. The process ends with the object,
 // whatever state it is in. Functions that wait for something throw CNotOnScreen when it does not come.

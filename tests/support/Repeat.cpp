@@ -1,10 +1,10 @@
-#include "tests/acceptance/Repeat.h"
+#include "tests/support/Repeat.h"
 
 #include <gtest/gtest.h>
 
 #include <iostream>
 
-#include "tests/cadserver/UnderWine.h"
+#include "tests/support/UnderWine.h"
 
 bool MayRepeat(const std::string& attempt)
 {

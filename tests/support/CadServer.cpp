@@ -1,4 +1,4 @@
-#include "tests/acceptance/CadServer.h"
+#include "tests/support/CadServer.h"
 
 #include <gtest/gtest.h>
 
@@ -8,11 +8,11 @@
 #include <stdexcept>
 #include <utility>
 
-#include "tests/acceptance/OwnFolder.h"
-#include "tests/acceptance/StartProgram.h"
-#include "tests/acceptance/WaitFor.h"
 #include "tests/cadserver/Settings.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/support/StartProgram.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/faults/FileInterceptor.h"
+#include "tests/support/FileInterceptor.h"
 
 // During its lifetime, records the paths of the program's file operations on the network and makes these
 // operations fail at once.

@@ -1,4 +1,4 @@
-#include "tests/faults/FileInterceptor.h"
+#include "tests/support/FileInterceptor.h"
 
 #include <direct.h>
 #include <io.h>
@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-#include "tests/faults/ImportTable.h"
+#include "tests/support/ImportTable.h"
 
 namespace {
 

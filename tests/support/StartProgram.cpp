@@ -1,9 +1,9 @@
-#include "tests/acceptance/StartProgram.h"
+#include "tests/support/StartProgram.h"
 
 #include <stdexcept>
 
-#include "tests/acceptance/Repeat.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/Repeat.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 #include <windows.h>
 

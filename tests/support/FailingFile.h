@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-#include "tests/faults/FileInterceptor.h"
+#include "tests/support/FileInterceptor.h"
 
 // The operation that fails.
 enum class FailingOperation

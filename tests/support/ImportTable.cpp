@@ -1,4 +1,4 @@
-#include "tests/faults/ImportTable.h"
+#include "tests/support/ImportTable.h"
 
 #include <windows.h>
 

@@ -1,14 +1,14 @@
-#include "tests/acceptance/Input.h"
+#include "tests/support/Input.h"
 
 #include <commctrl.h>
 
 #include <cstdlib>
 #include <vector>
 
-#include "tests/acceptance/OtherWindows.h"
-#include "tests/acceptance/Repeat.h"
-#include "tests/acceptance/WaitFor.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/Repeat.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
 
 namespace {
 

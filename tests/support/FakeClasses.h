@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/windows/FakeAutomation.h"
+#include "tests/support/FakeAutomation.h"
 
 // Automation classes for the length of a test, reached by their ProgID as an installed CAD system is.
 

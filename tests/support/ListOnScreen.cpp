@@ -1,13 +1,13 @@
-#include "tests/acceptance/ListOnScreen.h"
+#include "tests/support/ListOnScreen.h"
 
 #include <commctrl.h>
 
 #include <array>
 
 #include "resources/resource.h"
-#include "tests/acceptance/Input.h"
-#include "tests/acceptance/OtherWindows.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/Input.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

@@ -1,15 +1,15 @@
-#include "tests/acceptance/ProgramUnderTest.h"
+#include "tests/support/ProgramUnderTest.h"
 
 #include <utility>
 
 #include "framework/Language.h"
 #include "resources/resource.h"
-#include "tests/acceptance/Input.h"
-#include "tests/acceptance/OtherWindows.h"
-#include "tests/acceptance/OwnFolder.h"
-#include "tests/acceptance/StartProgram.h"
-#include "tests/acceptance/WaitFor.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/Input.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/support/StartProgram.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
 
 CProgramUnderTest::CProgramUnderTest(const std::wstring& workingFolder, const std::wstring& program)
 {

@@ -1,4 +1,4 @@
-#include "tests/faults/FailingFile.h"
+#include "tests/support/FailingFile.h"
 
 #include <utility>
 

@@ -1,10 +1,10 @@
-#include "tests/acceptance/OtherWindows.h"
+#include "tests/support/OtherWindows.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "framework/Handles.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

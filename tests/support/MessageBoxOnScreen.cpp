@@ -1,12 +1,12 @@
-#include "tests/acceptance/MessageBoxOnScreen.h"
+#include "tests/support/MessageBoxOnScreen.h"
 
 #include <algorithm>
 
-#include "tests/acceptance/Input.h"
-#include "tests/acceptance/OtherWindows.h"
-#include "tests/acceptance/Repeat.h"
-#include "tests/acceptance/WaitFor.h"
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/Input.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/Repeat.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
 
 namespace {
 

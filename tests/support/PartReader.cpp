@@ -1,4 +1,4 @@
-#include "tests/acceptance/PartReader.h"
+#include "tests/support/PartReader.h"
 
 #include <windows.h>
 
@@ -11,7 +11,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "tests/cadserver/TextFile.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 

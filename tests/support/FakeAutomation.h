@@ -12,7 +12,7 @@
 #include "cad/ProgressView.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
-#include "tests/windows/TestScopes.h"
+#include "tests/support/TestScopes.h"
 
 // Automation objects, a progress dialog and a user for tests, all in the process of the test. What happens to
 // them is written down in one log, a line an event, in the order in which it happens.
