@@ -17,8 +17,7 @@ bool g_failAllocation = false;
 
 }  // namespace
 
-// Of all arrays in these tests only blocks of Overaligned elements come from here, so the blocks can be
-// counted and made to fail.
+// Only blocks of Overaligned elements are allocated here, so the blocks can be counted and made to fail.
 void* operator new[](std::size_t size, std::align_val_t alignment)
 {
     if (g_failAllocation) {
@@ -46,7 +45,7 @@ struct alignas(4 * __STDCPP_DEFAULT_NEW_ALIGNMENT__) Overaligned
     int value = 0;
 };
 
-// Counts the living objects and records the order in which they go; a copy of a negative one throws.
+// Counts the live objects and records the order of their destruction; copying a negative one throws.
 struct Tracked
 {
     static inline int alive = 0;
@@ -89,7 +88,7 @@ TEST(List, IsEmptyAtFirst)
     EXPECT_EQ(list.begin(), list.end());
 }
 
-TEST(List, WalksFromHeadToTail)
+TEST(List, IteratesFromHeadToTail)
 {
     CList<int> list;
     for (int i = 1; i <= 25; ++i) {
@@ -103,7 +102,7 @@ TEST(List, WalksFromHeadToTail)
     EXPECT_EQ(expected, 25);
 }
 
-TEST(List, CopiesWhatAMutableReferenceNames)
+TEST(List, CopiesThroughAMutableReference)
 {
     CList<UTtab_entry, UTtab_entry&> list;
     UTtab_entry entry{L"a", L"b", L"c"};
@@ -136,7 +135,7 @@ TEST(List, AllocatesANewBlockForEveryEleventhElement)
     EXPECT_EQ(Values(list), (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
 }
 
-TEST(List, TakesTheSizeOfItsBlocks)
+TEST(List, UsesTheGivenBlockSize)
 {
     g_blockAllocations = 0;
     CList<Overaligned> list(3);
@@ -172,7 +171,7 @@ TEST(List, FreesItsBlocksWhenEmptiedAndWhenDestroyed)
     EXPECT_EQ(g_blockAllocations, 0);
 }
 
-TEST(List, IsAsItWasWhenABlockCannotBeAllocated)
+TEST(List, IsUnchangedWhenABlockCannotBeAllocated)
 {
     CList<Overaligned> list(1);
     list.AddTail({1});
@@ -185,7 +184,7 @@ TEST(List, IsAsItWasWhenABlockCannotBeAllocated)
     EXPECT_EQ(list.GetCount(), 2U);
 }
 
-TEST(List, IsAsItWasWhenACopyThrows)
+TEST(List, IsUnchangedWhenACopyThrows)
 {
     {
         CList<Tracked> list;

@@ -66,7 +66,7 @@ std::string Record(std::wstring original, std::wstring renamed, std::wstring bom
 
 }  // namespace
 
-TEST(ParseMapLine, TakesThreeFieldsWithoutOuterBlanks)
+TEST(ParseMapLine, ReadsThreeFieldsWithoutOuterBlanks)
 {
     EXPECT_EQ(Parsed(L"a ; b ; c"), (UTtab_entry{L"a", L"b", L"c"}));
     EXPECT_EQ(Parsed(L"a\t ;\t b  ; \tc"), (UTtab_entry{L"a", L"b", L"c"}));
@@ -78,7 +78,7 @@ TEST(ParseMapLine, KeepsBlanksInsideAField)
     EXPECT_EQ(Parsed(L"a a ; b b ; Norm 4017 - M8"), (UTtab_entry{L"a a", L"b b", L"Norm 4017 - M8"}));
 }
 
-TEST(ParseMapLine, TakesAnEmptyBomName)
+TEST(ParseMapLine, AcceptsAnEmptyBomName)
 {
     EXPECT_EQ(Parsed(L"a;b;"), (UTtab_entry{L"a", L"b", L""}));
     EXPECT_EQ(Parsed(L"a ; b ;"), (UTtab_entry{L"a", L"b", L""}));
@@ -90,7 +90,7 @@ TEST(ParseMapLine, SplitsAtTheFirstTwoSeparatorsOnly)
     EXPECT_EQ(Parsed(L"a;b;;"), (UTtab_entry{L"a", L"b", L";"}));
 }
 
-TEST(ParseMapLine, TakesASecondFieldOfBlanksAsEmpty)
+TEST(ParseMapLine, ReadsASecondFieldOfBlanksAsEmpty)
 {
     EXPECT_EQ(Parsed(L"a; ;c"), (UTtab_entry{L"a", L"", L"c"}));
 }
@@ -104,7 +104,7 @@ TEST(ParseMapLine, RefusesALineWithoutTwoFilledFieldsAndLeavesTheEntry)
     }
 }
 
-TEST(EncodeMapText, MakesTheByteOfTheCodeUpToFF)
+TEST(EncodeMapText, UsesTheCodeUpToFFAsTheByte)
 {
     for (int code = 0; code <= 0xFF; ++code) {
         EXPECT_EQ(EncodeMapText(std::wstring(1, static_cast<wchar_t>(code)), QuestionMark),
@@ -112,7 +112,7 @@ TEST(EncodeMapText, MakesTheByteOfTheCodeUpToFF)
     }
 }
 
-TEST(EncodeMapText, AsksForEveryOtherCharacter)
+TEST(EncodeMapText, AsksTheRuleForEveryOtherCharacter)
 {
     const auto lowByte = [](wchar_t character) { return static_cast<char>(character & 0x7F); };
     EXPECT_EQ(EncodeMapText(L"\u0141\u0142x", lowByte), "ABx");
@@ -145,7 +145,7 @@ TEST(FormatMapRecord, WritesUmlautsAsOneByte)
     EXPECT_EQ(Record(L"ä", L"Ö", L"\u03A9"), "\xE4 ; \xD6 ; ?");
 }
 
-TEST(FormatMapRecord, CutsEachFieldAt259Bytes)
+TEST(FormatMapRecord, TruncatesEachFieldTo259Bytes)
 {
     const std::string cut(259, 'x');
     for (const std::size_t length : {std::size_t{259}, std::size_t{260}, std::size_t{1000}}) {
@@ -165,7 +165,7 @@ TEST(FormatMapHeader, IsThreeCommentLinesAndAnEmptyOne)
               "\n");
 }
 
-TEST(FormatMapHeader, TakesTheBytesOfThePathAsTheyAre)
+TEST(FormatMapHeader, KeepsTheBytesOfThePath)
 {
     EXPECT_TRUE(FormatMapHeader("D:\\\x96\xE4?").starts_with("; Datei: D:\\\x96\xE4?\n"));
 }
@@ -272,7 +272,7 @@ TEST(ReadMapLines, NamesABadLastLineWithoutLineEnd)
     EXPECT_EQ(reading.badLine, 1);
 }
 
-TEST(ReadMapLines, GivesBackWhatTheWriterWrote)
+TEST(ReadMapLines, RoundTripsWhatTheWriterWrote)
 {
     const Entries written = {{L"N_ISO_4017_M8.sldprt", L"N_ISO_4017_M8.changed.sldprt", L"Norm 4017 - %2"},
                              {L"Größe 5.sldprt", L"x y.sldprt", L"a ; b;c"},
@@ -285,7 +285,7 @@ TEST(ReadMapLines, GivesBackWhatTheWriterWrote)
     ExpectEntries(Read(file), written);
 }
 
-TEST(ReadMapLines, GivesBackEveryWritableCharacterOfAName)
+TEST(ReadMapLines, RoundTripsEveryWritableCharacterOfAName)
 {
     // From U+0021 on: control characters and blanks are no inner part of these one-character names.
     for (int code = 0x21; code <= 0xFF; ++code) {
@@ -297,7 +297,7 @@ TEST(ReadMapLines, GivesBackEveryWritableCharacterOfAName)
     }
 }
 
-TEST(ReadMapLines, GivesBackACopyOnlyRunWithEmptyBomNames)
+TEST(ReadMapLines, RoundTripsACopyOnlyRunWithEmptyBomNames)
 {
     ExpectEntries(Read(Record(L"a", L"b", L"") + "\n" + Record(L"c", L"d", L"") + "\n"),
                   {{L"a", L"b", L""}, {L"c", L"d", L""}});
@@ -318,7 +318,7 @@ TEST(FormatSyntaxError, ReadsNoSecondArgument)
     EXPECT_EQ(FormatSyntaxError(L"line %d in\nD:\\%s%d%n%5x%p%f", 7), L"line 7 in\nD:\\%s%d%n%5x%p%f");
 }
 
-TEST(FormatSyntaxError, TakesADoubledPercentSignInThePathAsOne)
+TEST(FormatSyntaxError, ReadsADoubledPercentSignInThePathAsOne)
 {
     EXPECT_EQ(FormatSyntaxError(L"line %d in\nD:\\100%%d\\%%%%", 7), L"line 7 in\nD:\\100%d\\%%");
     EXPECT_EQ(FormatSyntaxError(L"%%d %d", 7), L"%d 7");
@@ -331,7 +331,7 @@ TEST(FormatSyntaxError, KeepsALonePercentSign)
     EXPECT_EQ(FormatSyntaxError(L"", 7), L"");
 }
 
-TEST(FormatMapRecord, KeepsALineBreakInAFieldFromTearingTheRecord)
+TEST(FormatMapRecord, WritesALineBreakInAFieldAsABlank)
 {
     EXPECT_EQ(FormatMapRecord({L"a", L"b", L"one\r\ntwo"}, QuestionMark), "a ; b ; one  two");
 }

@@ -59,7 +59,7 @@ TEST(EnsureExtension, KeepsANameThatEndsInTheExtensionInAnyCase)
     EXPECT_EQ(WithExtension(L"M8.sldasm", L"SldAsm"), (Named{true, L"M8.sldasm"}));
 }
 
-TEST(EnsureExtension, LeavesItToTheComparisonWhichLettersAreTheSame)
+TEST(EnsureExtension, UsesTheGivenComparisonOfLetters)
 {
     const auto allTheSame = [](std::wstring_view left, std::wstring_view right) {
         return left.size() == right.size();
@@ -72,13 +72,13 @@ TEST(EnsureExtension, LeavesItToTheComparisonWhichLettersAreTheSame)
     EXPECT_EQ(name, L"M8.ABCDEF.ABCDEF");
 }
 
-TEST(EnsureExtension, AsksForNoDotBeforeTheExtension)
+TEST(EnsureExtension, NeedsNoDotBeforeTheExtension)
 {
     EXPECT_EQ(WithExtension(L"ABCsldprt", L"sldprt"), (Named{true, L"ABCsldprt"}));
     EXPECT_EQ(WithExtension(L"sldprt", L"sldprt"), (Named{true, L"sldprt"}));
 }
 
-TEST(EnsureExtension, AppendsBehindAnotherExtension)
+TEST(EnsureExtension, AppendsAfterAnotherExtension)
 {
     EXPECT_EQ(WithExtension(L"Frame.sldasm", L"sldprt"), (Named{true, L"Frame.sldasm.sldprt"}));
 }
@@ -104,7 +104,7 @@ TEST(EnsureExtension, RefusesAnEmptyNameOrExtension)
     EXPECT_EQ(WithExtension(L" M8 ", L""), (Named{false, L"M8"}));
 }
 
-TEST(EnsureExtension, TwiceIsOnceForAnExtensionOfSixCharacters)
+TEST(EnsureExtension, IsIdempotentForAnExtensionOfSixCharacters)
 {
     for (const wchar_t* const name : {L"M8", L" a.b ", L"ABCsldprt", L"x.sldasm", L"."}) {
         std::wstring once = name;
@@ -134,14 +134,14 @@ TEST(SanitizeFileName, KeepsOtherCharacters)
     EXPECT_EQ(FileName(L""), (Sanitized{0, L""}));
 }
 
-TEST(SanitizeFileName, MakesEachRunOfDotsOneDotWithoutCounting)
+TEST(SanitizeFileName, CollapsesRunsOfDotsWithoutCounting)
 {
     EXPECT_EQ(FileName(L"part...sldprt"), (Sanitized{0, L"part.sldprt"}));
     EXPECT_EQ(FileName(L"..a..b....c."), (Sanitized{0, L".a.b.c."}));
     EXPECT_EQ(FileName(L"....."), (Sanitized{0, L"."}));
 }
 
-TEST(SanitizeFileName, KeepsDotsApartThatAForbiddenCharacterParted)
+TEST(SanitizeFileName, KeepsDotsThatAForbiddenCharacterSeparated)
 {
     EXPECT_EQ(FileName(L"a.:.b"), (Sanitized{1, L"a._.b"}));
 }
@@ -153,13 +153,13 @@ TEST(SanitizeFeatureName, ReplacesEachOfTheFourCharacters)
     EXPECT_EQ(FeatureName(L"@@//"), (Sanitized{4, L"____"}));
 }
 
-TEST(SanitizeFeatureName, KeepsWhatOnlyFileNamesForbid)
+TEST(SanitizeFeatureName, KeepsCharactersForbiddenInFileNamesOnly)
 {
     EXPECT_EQ(FeatureName(L"a:b"), (Sanitized{0, L"a:b"}));
     EXPECT_EQ(FeatureName(L"a|b\\c*d\"e?f<g>h..i"), (Sanitized{0, L"a|b\\c*d\"e?f<g>h..i"}));
 }
 
-TEST(Sanitizing, TwiceChangesNothingMore)
+TEST(Sanitizing, IsIdempotent)
 {
     std::wstring everything;
     for (wchar_t character = 1; character < 0x180; ++character) {

@@ -87,7 +87,7 @@ TEST(ExpandTemplate, DropsEmptyValues)
     EXPECT_EQ(ExpandTemplate(L"a%7b%8c", PartNameValues()), L"abc");
 }
 
-TEST(ExpandTemplate, FillsAFillInInsideAValueWhenItsTurnIsStillToCome)
+TEST(ExpandTemplate, FillsALaterFillInInsideAValue)
 {
     PartNameValues values = kDistinct;
     values.strNumDigits = L"<%4>";
@@ -96,21 +96,21 @@ TEST(ExpandTemplate, FillsAFillInInsideAValueWhenItsTurnIsStillToCome)
     EXPECT_EQ(ExpandTemplate(L"%1", values), L"<eight>");
 }
 
-TEST(ExpandTemplate, KeepsAFillInInsideAValueWhenItsTurnIsOver)
+TEST(ExpandTemplate, KeepsAnEarlierFillInInsideAValue)
 {
     PartNameValues values = kDistinct;
     values.strSize = L"%1%3%4";
     EXPECT_EQ(ExpandTemplate(L"%4", values), L"%1%3%4");
 }
 
-TEST(ExpandTemplate, FillsAFillInThatAStepPutTogether)
+TEST(ExpandTemplate, FillsAFillInThatAReplacementCompleted)
 {
     PartNameValues values = kDistinct;
     values.strNumDigits = L"";
     EXPECT_EQ(ExpandTemplate(L"%%18", values), L"eight");
 }
 
-TEST(ExpandTemplate, GoesThroughTheFillInsInAscendingOrder)
+TEST(ExpandTemplate, ReplacesTheFillInsInAscendingOrder)
 {
     // Each value names the next fill-in, so only the ascending order reaches the last value.
     const PartNameValues chain{.strNumDigits = L"%3",
@@ -123,7 +123,7 @@ TEST(ExpandTemplate, GoesThroughTheFillInsInAscendingOrder)
     EXPECT_EQ(ExpandTemplate(L"%1", chain), L"end");
 }
 
-TEST(ExpandConfigurationName, PutsInTheConfigurationName)
+TEST(ExpandConfigurationName, InsertsTheConfigurationName)
 {
     EXPECT_EQ(ExpandConfigurationName(L"Norm 4017 - %2", kDistinct, L"M10x50"), L"Norm 4017 - M10x50");
 }
@@ -134,7 +134,7 @@ TEST(ExpandConfigurationName, FillsNeitherPrefixNorExtension)
               L"one,two,three,four,%5,%6,seven,eight");
 }
 
-TEST(ExpandConfigurationName, GoesThroughTheFillInsInAscendingOrder)
+TEST(ExpandConfigurationName, ReplacesTheFillInsInAscendingOrder)
 {
     const PartNameValues chain{.strNumDigits = L"%2",
                                .strNumber = L"%4",
@@ -169,14 +169,14 @@ TEST(NewFileName, IsTheExpandedTemplateWithThePartsExtension)
     EXPECT_EQ(NewName(L"%4sldprt", L"N_ISO_4017_M8.sldprt"), L"M8sldprt");
 }
 
-TEST(NewFileName, IsTrimmedAndCleaned)
+TEST(NewFileName, IsTrimmedAndSanitised)
 {
     EXPECT_EQ(NewName(L"  %3 ", L"N_ISO_4017_M8.sldprt"), L"4017.sldprt");
     EXPECT_EQ(NewName(L"%3|%4", L"N_ISO_4017_M8.sldprt"), L"4017_M8.sldprt");
     EXPECT_EQ(NewName(L"%3...%4.", L"N_ISO_4017_M8.sldprt"), L"4017.M8.sldprt");
 }
 
-TEST(NewFileName, KeepsTheFillInOfTheConfigurationAsItStands)
+TEST(NewFileName, KeepsTheConfigurationsFillIn)
 {
     EXPECT_EQ(NewName(L"%3_%2", L"N_ISO_4017_M8.sldprt"), L"4017_%2.sldprt");
 }
@@ -197,7 +197,7 @@ TEST(ConfigurationBomName, IsTheExpandedTemplateWithTheConfigurationName)
               L"tZn,HV,sldprt,N_EN_,M20,14399-4,c,14399");
 }
 
-TEST(ConfigurationBomName, IsNotCleaned)
+TEST(ConfigurationBomName, IsNotSanitised)
 {
     EXPECT_EQ(ConfigurationBomName(L" %3/%4=%2..", L"N_ISO_4017_M8.sldprt", L"a|b"), L" 4017/M8=a|b..");
     EXPECT_EQ(ConfigurationBomName(L"%7", L"N_ISO_4017_M8.sldprt", L"c"), L"");

@@ -11,7 +11,7 @@ std::string Narrow(const std::wstring& text)
     return {text.begin(), text.end()};
 }
 
-// Takes the name apart into values of their own and into used ones, which must not show through.
+// Splits the name into new values and into used ones, which must not show through.
 PartNameValues Split(std::wstring_view fileName)
 {
     PartNameValues used{L"a", L"b", L"c", L"d", L"e", L"f", L"g"};
@@ -22,7 +22,7 @@ PartNameValues Split(std::wstring_view fileName)
 
 }  // namespace
 
-// Found by the test library when it reports a difference.
+// GoogleTest uses it to report differences.
 static void PrintTo(const PartNameValues& values, std::ostream* out)
 {
     *out << "%1 '" << Narrow(values.strNumDigits) << "' %3 '" << Narrow(values.strNumber) << "' %4 '"
@@ -33,7 +33,7 @@ static void PrintTo(const PartNameValues& values, std::ostream* out)
 
 // The values stand in the order: digits, number, size, prefix, extension, first and second extra field.
 
-TEST(SplitPartName, TakesAnIsoNameApart)
+TEST(SplitPartName, SplitsAnIsoName)
 {
     EXPECT_EQ(Split(L"N_ISO_4017_M10x50.sldprt"),
               (PartNameValues{L"4017", L"4017", L"M10x50", L"N_ISO_", L"sldprt", L"", L""}));
@@ -45,24 +45,24 @@ TEST(SplitPartName, IgnoresCaseInThePrefixAndKeepsTheSpellingOfTheValues)
               (PartNameValues{L"4762", L"4762", L"m8x20", L"N_ENISO_", L"SLDPRT", L"", L""}));
 }
 
-TEST(SplitPartName, CutsTheDigitsOfANumberWithAPart)
+TEST(SplitPartName, SplitsOffTheDigitsOfANumberWithAPart)
 {
     EXPECT_EQ(Split(L"N_EN_123-4_M16.sldasm"),
               (PartNameValues{L"123", L"123-4", L"M16", L"N_EN_", L"sldasm", L"", L""}));
 }
 
-TEST(SplitPartName, KnowsThePrefixNWithoutUnderscore)
+TEST(SplitPartName, FindsThePrefixNWithoutUnderscore)
 {
     EXPECT_EQ(Split(L"N912_M8.sldprt"), (PartNameValues{L"912", L"912", L"M8", L"N", L"sldprt", L"", L""}));
 }
 
-TEST(SplitPartName, TakesNUnderscoreBeforeAnUnknownStandard)
+TEST(SplitPartName, FindsNUnderscoreBeforeAnUnknownStandard)
 {
     EXPECT_EQ(Split(L"N_DIN_912_M8.sldprt"),
               (PartNameValues{L"", L"DIN", L"912_M8", L"N_", L"sldprt", L"", L""}));
 }
 
-TEST(SplitPartName, CutsTheExtraFieldsOutOfTheSize)
+TEST(SplitPartName, RemovesTheExtraFieldsFromTheSize)
 {
     EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__.sldprt"),
               (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}));
@@ -73,12 +73,12 @@ TEST(SplitPartName, LeavesTheNumberEmptyWithoutPrefix)
     EXPECT_EQ(Split(L"Washer_8.sldprt"), (PartNameValues{L"", L"", L"8", L"", L"sldprt", L"", L""}));
 }
 
-TEST(SplitPartName, NutTakesThePrefixN)
+TEST(SplitPartName, FindsThePrefixNInNut)
 {
     EXPECT_EQ(Split(L"Nut_M8.sldprt"), (PartNameValues{L"", L"ut", L"M8", L"N", L"sldprt", L"", L""}));
 }
 
-TEST(SplitPartName, GivesOnlyPrefixForANameWithoutDot)
+TEST(SplitPartName, ReturnsOnlyThePrefixWithoutADot)
 {
     EXPECT_EQ(Split(L"N_ISO_4017_M8"), (PartNameValues{L"", L"", L"", L"N_ISO_", L"", L"", L""}));
 }
@@ -89,19 +89,19 @@ TEST(SplitPartName, FindsTheExtraFieldsOfANameWithoutDot)
               (PartNameValues{L"", L"", L"", L"N_ISO_", L"", L"A2", L"70"}));
 }
 
-TEST(SplitPartName, GivesNothingForAnEmptyName)
+TEST(SplitPartName, ReturnsNothingForAnEmptyName)
 {
     EXPECT_EQ(Split(L""), PartNameValues());
 }
 
-TEST(SplitPartName, StartsTheExtensionBehindTheLastDot)
+TEST(SplitPartName, StartsTheExtensionAfterTheLastDot)
 {
     EXPECT_EQ(Split(L"N_ISO_4017.1_M8.x.sldprt"),
               (PartNameValues{L"4017", L"4017.1", L"M8.x", L"N_ISO_", L"sldprt", L"", L""}));
     EXPECT_EQ(Split(L"N912_M8."), (PartNameValues{L"912", L"912", L"M8", L"N", L"", L"", L""}));
 }
 
-TEST(SplitPartName, TakesTheWholeCoreAsNumberWithoutUnderscore)
+TEST(SplitPartName, ReturnsTheWholeCoreAsNumberWithoutUnderscore)
 {
     EXPECT_EQ(Split(L"N_ISO_4017.sldprt"),
               (PartNameValues{L"4017", L"4017", L"", L"N_ISO_", L"sldprt", L"", L""}));
@@ -113,7 +113,7 @@ TEST(SplitPartName, LeavesTheNumberEmptyWhenTheCoreIsEmptyOrStartsWithUnderscore
     EXPECT_EQ(Split(L"N_ISO__M8.sldprt"), (PartNameValues{L"", L"", L"M8", L"N_ISO_", L"sldprt", L"", L""}));
 }
 
-TEST(SplitPartName, NeedsTheUnderscoreBehindAPrefix)
+TEST(SplitPartName, NeedsTheUnderscoreAfterAPrefix)
 {
     EXPECT_EQ(Split(L"N_ISO4017_M8.sldprt"),
               (PartNameValues{L"", L"ISO4017", L"M8", L"N_", L"sldprt", L"", L""}));
@@ -151,7 +151,7 @@ TEST(SplitPartName, LeavesAnEmptyFirstExtraFieldEmpty)
 
 TEST(SplitPartName, CountsFourUnderscoresAsTwoFences)
 {
-    // Two are no block; with one more before them they are.
+    // Two fences are no block; with a third before them they are.
     EXPECT_EQ(Split(L"N_ISO_4017_M8____.sldprt"),
               (PartNameValues{L"4017", L"4017", L"M8____", L"N_ISO_", L"sldprt", L"", L""}));
     EXPECT_EQ(Split(L"N_ISO_4017_M8__A2____.sldprt"),
@@ -164,18 +164,18 @@ TEST(SplitPartName, CountsSixUnderscoresAsABlockOfEmptyFields)
               (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"", L""}));
 }
 
-TEST(SplitPartName, TakesTheFirstTwoOfThreeUnderscoresAsTheFence)
+TEST(SplitPartName, UsesTheFirstTwoOfThreeUnderscoresAsTheFence)
 {
     EXPECT_EQ(Split(L"N_ISO_4017_M8___A2__70___x.sldprt"),
               (PartNameValues{L"4017", L"4017", L"M8_x", L"N_ISO_", L"sldprt", L"_A2", L"70"}));
 }
 
-TEST(SplitPartName, KeepsWhatFollowsTheBlockInTheSize)
+TEST(SplitPartName, KeepsTheTextAfterTheBlockInTheSize)
 {
     EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__-L.sldprt").strSize, L"M8-L");
 }
 
-TEST(SplitPartName, TakesABlockBeforeTheSizeOutToo)
+TEST(SplitPartName, RemovesABlockBeforeTheSize)
 {
     // The number comes from the whole name, the size from the name without the block.
     EXPECT_EQ(Split(L"N_ISO_4017__A2__70___M8.sldprt"),
@@ -188,7 +188,7 @@ TEST(SplitPartName, SkipsThePrefixLengthEvenWhenTheBlockBeganInThePrefix)
     EXPECT_EQ(Split(L"N__a__b__.sldprt"), (PartNameValues{L"", L"", L"", L"N_", L"sldprt", L"a", L"b"}));
 }
 
-TEST(SplitPartName, LeavesTheSizeEmptyWhenTheBlockTookTheDot)
+TEST(SplitPartName, LeavesTheSizeEmptyWhenTheBlockContainsTheDot)
 {
     EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70.sld__prt"),
               (PartNameValues{L"4017", L"4017", L"", L"N_ISO_", L"sld__prt", L"A2", L"70.sld"}));
@@ -199,7 +199,7 @@ TEST(SplitPartName, LeavesTheSizeEmptyWhenTheOnlyUnderscoreIsInTheExtension)
     EXPECT_EQ(Split(L"N912.sld_prt"), (PartNameValues{L"912", L"912", L"", L"N", L"sld_prt", L"", L""}));
 }
 
-TEST(SplitPartName, TakesTheBlockOutOfANameWithoutPrefix)
+TEST(SplitPartName, RemovesTheBlockFromANameWithoutPrefix)
 {
     EXPECT_EQ(Split(L"Washer_8__A2__70__.sldprt"),
               (PartNameValues{L"", L"", L"8", L"", L"sldprt", L"A2", L"70"}));
@@ -213,7 +213,7 @@ TEST(LeadingDigits, SkipsThePrefixLengthOnly)
     EXPECT_EQ(Diverses::LeadingDigits(L"N912_M8.sldprt", L"N_"), L"12");
 }
 
-TEST(LeadingDigits, TakesAWholeCoreOfDigits)
+TEST(LeadingDigits, ReturnsAWholeCoreOfDigits)
 {
     EXPECT_EQ(Diverses::LeadingDigits(L"N_4017.sldprt", L"N_"), L"4017");
 }
@@ -233,7 +233,7 @@ TEST(LeadingDigits, IsEmptyWithoutCore)
     EXPECT_EQ(Diverses::LeadingDigits(L"", L"N_"), L"");
 }
 
-TEST(LeadingDigits, TakesTheWholeStemForAnEmptyPrefix)
+TEST(LeadingDigits, SearchesTheWholeStemForAnEmptyPrefix)
 {
     EXPECT_EQ(Diverses::LeadingDigits(L"4017.sldprt", L""), L"4017");
 }

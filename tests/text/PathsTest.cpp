@@ -10,12 +10,12 @@ TEST(NormalizePath, KeepsAPathWithSingleBackslashes)
     EXPECT_EQ(NormalizePath(L""), L"");
 }
 
-TEST(NormalizePath, MakesTwoBackslashesOne)
+TEST(NormalizePath, CollapsesTwoBackslashes)
 {
     EXPECT_EQ(NormalizePath(L"D:\\\\Parts\\\\Mapped\\\\"), L"D:\\Parts\\Mapped\\");
 }
 
-TEST(NormalizePath, GoesOverTheTextOnce)
+TEST(NormalizePath, MakesOnePass)
 {
     EXPECT_EQ(NormalizePath(L"D:\\\\\\x"), L"D:\\\\x");
     EXPECT_EQ(NormalizePath(L"D:\\\\\\\\x"), L"D:\\\\x");
@@ -27,7 +27,7 @@ TEST(NormalizePath, KeepsTheTwoBackslashesOfANetworkPath)
     EXPECT_EQ(NormalizePath(L"\\\\server\\parts\\\\Mapped"), L"\\\\server\\parts\\Mapped");
 }
 
-TEST(NormalizePath, GivesASingleLeadingBackslashASecondOne)
+TEST(NormalizePath, DoublesASingleLeadingBackslash)
 {
     EXPECT_EQ(NormalizePath(L"\\Parts"), L"\\\\Parts");
 }
@@ -44,14 +44,14 @@ TEST(PathBelow, LiesBelowTheFolder)
     EXPECT_EQ(PathBelow(L"\\\\server\\zelmar", L"a.pdf"), L"\\\\server\\zelmar\\a.pdf");
 }
 
-TEST(PathBelow, LiesInTheNetworkBelowNoFolder)
+TEST(PathBelow, IsANetworkPathForAnEmptyFolder)
 {
     EXPECT_EQ(PathBelow(L"", L"a.pdf"), L"\\\\a.pdf");
     EXPECT_EQ(MappedFolder(L""), L"\\\\Mapped");
     EXPECT_EQ(MapFilePath(L""), L"\\\\Mapped\\PartsMap.txt");
 }
 
-TEST(IsComputer, TellsAComputerFromWhatIsOnIt)
+TEST(IsComputer, DistinguishesAComputerFromItsContents)
 {
     EXPECT_TRUE(IsComputer(MappedFolder(L"")));
     EXPECT_TRUE(IsComputer(MappedFolder(L"\\")));
@@ -63,7 +63,7 @@ TEST(IsComputer, TellsAComputerFromWhatIsOnIt)
     }
 }
 
-TEST(IsShare, TellsAShareFromWhatIsInIt)
+TEST(IsShare, DistinguishesAShareFromItsContents)
 {
     EXPECT_TRUE(IsShare(MapFilePath(L"")));
     EXPECT_TRUE(IsShare(MapFilePath(L"\\")));
@@ -103,7 +103,7 @@ TEST(StripFolderInput, KeepsADotBeforeABackslash)
     EXPECT_EQ(StripFolderInput(L"D:\\Parts.\\"), L"D:\\Parts.");
 }
 
-TEST(StripFolderInput, KeepsWhatStandsInside)
+TEST(StripFolderInput, KeepsDotsAndBackslashesInside)
 {
     EXPECT_EQ(StripFolderInput(L"D:\\..\\a.b"), L"D:\\..\\a.b");
     EXPECT_EQ(StripFolderInput(L"D:\\"), L"D:");
@@ -115,14 +115,14 @@ TEST(StripFolderInput, CanLeaveNothing)
     EXPECT_EQ(StripFolderInput(L""), L"");
 }
 
-TEST(IsBareFileName, TakesWhatLiesInTheFolderItself)
+TEST(IsBareFileName, AcceptsAFileInTheFolder)
 {
     for (const wchar_t* const name : {L"a", L"a b.sldprt", L"..a", L"a..b", L".a", L"a=b;c", L"a b .c"}) {
         EXPECT_TRUE(IsBareFileName(name)) << std::string(name, name + std::wcslen(name));
     }
 }
 
-TEST(IsBareFileName, RefusesWhatTheSystemTakesForAnotherName)
+TEST(IsBareFileName, RefusesWhatTheSystemReadsAsAnotherName)
 {
     for (const wchar_t* const name :
          {L"a.", L"a..", L"a ", L"a. ", L"a*", L"a?.sldprt", L"*.sldprt", L"a<b", L"a>b", L"a\"b", L"a|b"}) {

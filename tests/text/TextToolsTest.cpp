@@ -12,7 +12,7 @@ TEST(Trim, KeepsWhiteSpaceInside)
     EXPECT_EQ(Trim(L"  a \t b  "), L"a \t b");
 }
 
-TEST(Trim, MakesWhiteSpaceAloneEmpty)
+TEST(Trim, ReturnsNothingForWhiteSpaceAlone)
 {
     EXPECT_EQ(Trim(L" \t \r\n"), L"");
     EXPECT_EQ(Trim(L""), L"");
@@ -28,7 +28,7 @@ TEST(Trim, KnowsEveryWhiteSpaceCharacterBeyondAscii)
     }
 }
 
-TEST(Trim, KeepsWhatOnlyLooksLikeWhiteSpace)
+TEST(Trim, KeepsLookalikesOfWhiteSpace)
 {
     constexpr wchar_t kOthers[] = {0x0000, 0x0008, 0x000E, 0x001F, 0x0084, 0x0086,
                                    0x00A1, 0x180E, 0x200B, 0x2060, 0xFEFF};
@@ -46,14 +46,14 @@ TEST(EqualIgnoringCase, ComparesAsciiLettersWithoutCase)
     EXPECT_FALSE(EqualIgnoringCase(L"sldprt", L"sldasm"));
 }
 
-TEST(EqualIgnoringCase, TellsTextsOfDifferentLengthsApart)
+TEST(EqualIgnoringCase, DistinguishesTextsOfDifferentLengths)
 {
     EXPECT_FALSE(EqualIgnoringCase(L"sldprt", L"sldprt "));
     EXPECT_FALSE(EqualIgnoringCase(L"sldprt", L"sldpr"));
     EXPECT_FALSE(EqualIgnoringCase(L"", L"a"));
 }
 
-TEST(EqualIgnoringCase, TellsCaseApartBeyondAscii)
+TEST(EqualIgnoringCase, DistinguishesCaseBeyondAscii)
 {
     EXPECT_FALSE(EqualIgnoringCase(L"ä", L"Ä"));
     EXPECT_FALSE(EqualIgnoringCase(L"I", L"ı"));
@@ -69,21 +69,21 @@ TEST(ReplaceAll, ReplacesEveryOccurrenceAndCounts)
     EXPECT_EQ(text, L"a4017b40174017");
 }
 
-TEST(ReplaceAll, GoesLeftToRightWithoutOverlap)
+TEST(ReplaceAll, SearchesLeftToRightWithoutOverlap)
 {
     std::wstring text = L"aaaaa";
     EXPECT_EQ(ReplaceAll(text, L"aa", L"b"), 2);
     EXPECT_EQ(text, L"bba");
 }
 
-TEST(ReplaceAll, DoesNotLookAtWhatItPutIn)
+TEST(ReplaceAll, DoesNotSearchReplacements)
 {
     std::wstring text = L"a.a";
     EXPECT_EQ(ReplaceAll(text, L"a", L"aa"), 2);
     EXPECT_EQ(text, L"aa.aa");
 }
 
-TEST(ReplaceAll, MinglesNoPutInTextWithWhatFollows)
+TEST(ReplaceAll, FindsNoTextAcrossAReplacement)
 {
     std::wstring text = L"abb";
     EXPECT_EQ(ReplaceAll(text, L"ab", L"a"), 1);
@@ -97,7 +97,7 @@ TEST(ReplaceAll, DeletesWithAnEmptyReplacement)
     EXPECT_EQ(text, L"xy");
 }
 
-TEST(ReplaceAll, MindsCase)
+TEST(ReplaceAll, IsCaseSensitive)
 {
     std::wstring text = L"Aa";
     EXPECT_EQ(ReplaceAll(text, L"a", L"b"), 1);
