@@ -25,9 +25,10 @@
 #include "bench/BareCopy.h"
 #include "bench/BareRunWindows.h"
 #include "bench/Stopwatch.h"
-#include "bench/TextFile.h"
 #include "core/UTtabEntry.h"
 #include "framework/Handles.h"
+#include "tests/support/AutomationNumbers.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 
@@ -36,18 +37,7 @@ namespace {
 _COM_SMARTPTR_TYPEDEF(IDispatch, IID_IDispatch);
 #endif
 
-constexpr DISPID kEndApplication = 6;
-constexpr DISPID kCloseDocument = 7;
-constexpr DISPID kDateCode = 11;
-constexpr DISPID kSetDocumentVisible = 24;
-constexpr DISPID kOpenDocument = 99;
-constexpr DISPID kAcceptOpenWarning = 17;
-constexpr DISPID kConfigurationCount = 65971;
-constexpr DISPID kConfigurationNames = 65972;
-constexpr DISPID kSave = 66019;
-constexpr DISPID kConfigurationByName = 66048;
-constexpr DISPID kAlternativeBomName = 5;
-constexpr DISPID kUseAlternativeBomName = 6;
+using namespace automation;
 
 constexpr long kOldestDateCode = 1999250;
 constexpr long kOpenWarning = 128;
@@ -57,7 +47,7 @@ constexpr wchar_t kProgId[] = L"SldWorks.Application.30";
 std::vector<UTtab_entry> ReadRows(const std::wstring& path)
 {
     std::vector<UTtab_entry> rows;
-    for (const std::vector<std::wstring>& fields : ReadFields(path)) {
+    for (const std::vector<std::wstring>& fields : ReadTable(path)) {
         if (fields.size() != 3) {
             throw std::runtime_error("a row does not have three fields");
         }
@@ -112,7 +102,7 @@ std::wstring Fill(std::wstring bomName, const std::wstring& configuration)
 
 void WriteConfiguration(IDispatch* document, const std::wstring& name, const std::wstring& filled)
 {
-    const IDispatchPtr configuration = ObjectOf(Call(document, kConfigurationByName, {name.c_str()}));
+    const IDispatchPtr configuration = ObjectOf(Call(document, kGetConfiguration, {name.c_str()}));
     if (configuration == nullptr) {
         throw std::runtime_error("a configuration is missing");
     }
@@ -140,7 +130,7 @@ void WriteConfigurations(IDispatch* document, long count, const std::wstring& bo
                          CBareRunWindows* windows)
 {
     long index = 0;
-    for (const std::wstring& name : NamesOf(Call(document, kConfigurationNames, {}), count)) {
+    for (const std::wstring& name : NamesOf(Call(document, kGetConfigurationNames, {}), count)) {
         const std::wstring filled = Fill(bomName, name);
         if (windows != nullptr) {
             windows->ShowConfiguration(name, filled, index++, count);
@@ -156,16 +146,16 @@ long WriteBomEntries(IDispatch* application, const std::wstring& path, const std
                      CBareRunWindows* windows)
 {
     const _variant_t part(1L, VT_I4);
-    Call(application, kSetDocumentVisible, {false, part});
+    Call(application, kSetDocumentVisibility, {false, part});
     long errorCode = 0;
     IDispatchPtr document = OpenDocument(application, path, errorCode);
     if (document == nullptr || (errorCode >= 1 && errorCode != kOpenWarning)) {
         throw std::runtime_error("cannot open a copy");
     }
     if ((errorCode & kOpenWarning) != 0) {
-        Call(document, kAcceptOpenWarning, {});
+        Call(document, kCallMethod17, {});
     }
-    const long count = Call(document, kConfigurationCount, {});
+    const long count = Call(document, kGetConfigurationCount, {});
     WriteConfigurations(document, count, bomName, windows);
     if (windows != nullptr) {
         windows->ShowSaving();
@@ -178,7 +168,7 @@ long WriteBomEntries(IDispatch* application, const std::wstring& path, const std
     if (windows != nullptr) {
         windows->EnableCancel(true);
     }
-    Call(application, kSetDocumentVisible, {true, part});
+    Call(application, kSetDocumentVisibility, {true, part});
     return count;
 }
 
@@ -211,14 +201,14 @@ long Convert(const std::wstring& folder, const std::vector<UTtab_entry>& rows, C
     if (FAILED(application.CreateInstance(kProgId, nullptr, CLSCTX_LOCAL_SERVER))) {
         throw std::runtime_error("cannot start the server");
     }
-    if (static_cast<long>(Call(application, kDateCode, {})) < kOldestDateCode) {
+    if (static_cast<long>(Call(application, kGetDateCode, {})) < kOldestDateCode) {
         throw std::runtime_error("the server is too old");
     }
     long configurations = 0;
     for (const UTtab_entry& row : rows) {
         configurations += ConvertRow(application, folder, row, windows);
     }
-    Call(application, kEndApplication, {});
+    Call(application, kExit, {});
     return configurations;
 }
 

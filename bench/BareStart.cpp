@@ -6,15 +6,15 @@
 #include <windows.h>
 
 #include "bench/BareDialog.h"
-#include "bench/TextFile.h"
 #include "framework/Handles.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 
 std::vector<UTtab_entry> ReadRows(const std::wstring& path)
 {
     std::vector<UTtab_entry> rows;
-    for (const std::vector<std::wstring>& fields : ReadFields(path)) {
+    for (const std::vector<std::wstring>& fields : ReadTable(path)) {
         if (fields.size() == 3) {
             rows.push_back({fields[0], fields[1], fields[2]});
         }

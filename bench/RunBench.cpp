@@ -28,6 +28,7 @@
 #include "files/MapCodePage.h"
 #include "files/MapLine.h"
 #include "resources/resource.h"
+#include "tests/support/ExpectedTexts.h"
 
 namespace {
 
@@ -50,7 +51,7 @@ double TimeRun(const std::wstring& folder, bool copyOnly, std::vector<UTtab_entr
     dialog.Press(IDC_START);
     const double seconds = watch.Seconds();
     if (rows.empty() || dialog.Table().CountPendingRows() != 0 ||
-        dialog.m_messages.TakeTexts().back() != L"(not plain) Umsetzungen erfolgreich beendet.") {
+        dialog.m_messages.TakeTexts().back() != L"(not plain) " + expected::kFinished.Current()) {
         throw std::runtime_error("the run did not convert all rows");
     }
     return seconds;

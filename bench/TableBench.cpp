@@ -26,13 +26,13 @@
 #include "bench/BareDialog.h"
 #include "bench/MeasuredDialog.h"
 #include "bench/Stopwatch.h"
-#include "bench/TextFile.h"
 #include "core/NameTemplate.h"
 #include "files/FileMisc.h"
 #include "files/MapCodePage.h"
 #include "files/MapLine.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ constexpr double kWarmUpSeconds = 2;
 // Different names like those in the table, in the order in which the system lists a folder.
 std::vector<std::wstring> MakeNames(const std::wstring& tablePath, std::size_t count)
 {
-    const std::vector<std::vector<std::wstring>> table = ReadFields(tablePath);
+    const std::vector<std::vector<std::wstring>> table = ReadTable(tablePath);
     if (table.empty()) {
         throw std::runtime_error("no standard parts");
     }

@@ -5,27 +5,20 @@
 
 namespace {
 
-constexpr DISPID kEnd = 6;
-constexpr DISPID kCloseDocument = 7;
-constexpr DISPID kDateCode = 11;
-constexpr DISPID kSetDocumentVisible = 24;
-constexpr DISPID kOpenDocument = 99;
-constexpr DISPID kOpenNames = 1001;
-
 constexpr UINT kErrorCode = 5;  // index of the error code argument of OpenDocument
 
 constexpr Parameter kCloseParameters[] = {Parameter::text};
-constexpr Parameter kVisibleParameters[] = {Parameter::flag, Parameter::number};
+constexpr Parameter kVisibilityParameters[] = {Parameter::flag, Parameter::number};
 constexpr Parameter kOpenParameters[] = {Parameter::text, Parameter::number, Parameter::flag,
                                          Parameter::flag, Parameter::flag,   Parameter::numberOut};
 
 constexpr Operation kOperations[] = {
-    {kEnd, DISPATCH_METHOD, L"EndApplication", {}},
-    {kCloseDocument, DISPATCH_METHOD, L"CloseDocument", kCloseParameters},
-    {kDateCode, DISPATCH_METHOD, L"DateCode", {}},
-    {kSetDocumentVisible, DISPATCH_METHOD, L"SetDocumentVisible", kVisibleParameters},
-    {kOpenDocument, DISPATCH_METHOD, L"OpenDocument", kOpenParameters},
-    {kOpenNames, DISPATCH_METHOD, L"OpenDocumentNames", {}, true},
+    {automation::kExit, DISPATCH_METHOD, {}},
+    {automation::kCloseDocument, DISPATCH_METHOD, kCloseParameters},
+    {automation::kGetDateCode, DISPATCH_METHOD, {}},
+    {automation::kSetDocumentVisibility, DISPATCH_METHOD, kVisibilityParameters},
+    {automation::kOpenDocument, DISPATCH_METHOD, kOpenParameters},
+    {automation::kOpenDocumentNames, DISPATCH_METHOD, {}, true},
 };
 
 }  // namespace
@@ -45,18 +38,18 @@ std::wstring CApplication::FileOf(const CArguments& arguments) const
 Outcome CApplication::Perform(DISPID dispid, const CArguments& arguments)
 {
     switch (dispid) {
-        case kEnd:
+        case automation::kExit:
             Session().RequestEnd(L"asked");
             return {};
-        case kCloseDocument:
+        case automation::kCloseDocument:
             return {S_OK, {}, Session().ClosePartAt(arguments.Text(0)) ? L"ok" : L"not open"};
-        case kDateCode:
+        case automation::kGetDateCode:
             return {S_OK, _variant_t(Session().DateCode(), VT_I4), {}};
-        case kSetDocumentVisible:
+        case automation::kSetDocumentVisibility:
             return {};  // there are no windows; the call is only logged
-        case kOpenDocument:
+        case automation::kOpenDocument:
             return OpenDocument(arguments);
-        case kOpenNames:
+        case automation::kOpenDocumentNames:
             return {S_OK, _variant_t(Session().OpenNames().c_str()), {}};
         default:
             return {DISP_E_MEMBERNOTFOUND, {}, {}};

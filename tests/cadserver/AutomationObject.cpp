@@ -146,8 +146,8 @@ STDMETHODIMP CAutomationObject::GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* nam
     // Names after the first are parameter names, which no operation has.
     std::fill(ids, ids + count, DISPID_UNKNOWN);
     for (const Operation& operation : Operations()) {
-        if (count == 1 && LowerCase(operation.name) == LowerCase(names[0])) {
-            ids[0] = operation.dispid;
+        if (count == 1 && LowerCase(operation.member.name) == LowerCase(names[0])) {
+            ids[0] = operation.member;
             return S_OK;
         }
     }
@@ -158,11 +158,16 @@ const Operation* CAutomationObject::Find(DISPID dispid, WORD flags) const
 {
     for (const Operation& operation : Operations()) {
         // Script languages request a method or a property get, and set both flags.
-        if (operation.dispid == dispid && (operation.kind & flags) != 0) {
+        if (operation.member == dispid && (operation.kind & flags) != 0) {
             return &operation;
         }
     }
     return nullptr;
+}
+
+std::wstring CAutomationObject::NameOf(const Call& call)
+{
+    return call.operation != nullptr ? call.operation->member.name : std::to_wstring(call.dispid);
 }
 
 Outcome CAutomationObject::Serve(Call& call)
@@ -182,7 +187,7 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
     const std::wstring number = m_session.NextCallNumber();
     bool endAfter = false;
     bool holdAfter = false;
-    for (const FaultAction& action : m_session.Faults().Count(call.dispid, FileOf(call.arguments))) {
+    for (const FaultAction& action : m_session.Faults().Count(NameOf(call), FileOf(call.arguments))) {
         switch (action.kind) {
             case FaultAction::Kind::slow:
                 Sleep(action.milliseconds);
@@ -239,7 +244,7 @@ Outcome CAutomationObject::Handle(Call& call)
 void CAutomationObject::LogCall(const Call& call, const std::wstring& number,
                                 const std::wstring& outcome) const
 {
-    std::vector<std::wstring> fields = {number, Label(), std::to_wstring(call.dispid), KindText(call.flags)};
+    std::vector<std::wstring> fields = {number, Label(), NameOf(call), KindText(call.flags)};
     for (std::wstring& argument : call.arguments.Describe()) {
         fields.push_back(std::move(argument));
     }

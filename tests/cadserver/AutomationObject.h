@@ -11,13 +11,13 @@
 
 #include "tests/cadserver/Arguments.h"
 #include "tests/cadserver/Session.h"
+#include "tests/support/AutomationNumbers.h"
 
 // One operation of an automation object.
 struct Operation
 {
-    DISPID dispid;
-    WORD kind;            // DISPATCH_METHOD or DISPATCH_PROPERTYPUT
-    const wchar_t* name;  // for GetIDsOfNames
+    automation::Member member;
+    WORD kind;  // DISPATCH_METHOD or DISPATCH_PROPERTYPUT
     std::span<const Parameter> parameters;
     bool forTests = false;  // not part of the CAD system's interface: not counted, no faults
 };
@@ -66,6 +66,8 @@ private:
     struct Call;
 
     [[nodiscard]] const Operation* Find(DISPID dispid, WORD flags) const;
+    // The name of the operation; the number if there is none.
+    [[nodiscard]] static std::wstring NameOf(const Call& call);
     Outcome Serve(Call& call);
     Outcome ServeWithFaults(Call& call);
     Outcome Handle(Call& call);

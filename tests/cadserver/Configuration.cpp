@@ -4,15 +4,12 @@
 
 namespace {
 
-constexpr DISPID kAlternativeBomName = 5;
-constexpr DISPID kUseAlternativeBomName = 6;
-
 constexpr Parameter kNameParameters[] = {Parameter::text};
 constexpr Parameter kUseParameters[] = {Parameter::flag};
 
 constexpr Operation kOperations[] = {
-    {kAlternativeBomName, DISPATCH_PROPERTYPUT, L"AlternativeBomName", kNameParameters},
-    {kUseAlternativeBomName, DISPATCH_PROPERTYPUT, L"UseAlternativeBomName", kUseParameters},
+    {automation::kAlternativeBomName, DISPATCH_PROPERTYPUT, kNameParameters},
+    {automation::kUseAlternativeBomName, DISPATCH_PROPERTYPUT, kUseParameters},
 };
 
 }  // namespace
@@ -43,7 +40,7 @@ Outcome CConfiguration::Perform(DISPID dispid, const CArguments& arguments)
         return {RPC_E_DISCONNECTED, {}, {}};
     }
     PartConfiguration& configuration = m_part->configurations[m_index];
-    if (dispid == kAlternativeBomName) {
+    if (dispid == automation::kAlternativeBomName) {
         configuration.alternative = arguments.Text(0);
     } else {
         configuration.useAlternative = arguments.Flag(0);

@@ -6,12 +6,6 @@
 
 namespace {
 
-constexpr DISPID kAcceptOpenWarning = 17;
-constexpr DISPID kCount = 65971;
-constexpr DISPID kNames = 65972;
-constexpr DISPID kSave = 66019;
-constexpr DISPID kByName = 66048;
-
 constexpr long kSaved = 0;
 constexpr long kNotSaved = 1;
 
@@ -19,11 +13,11 @@ constexpr Parameter kSaveParameters[] = {Parameter::flag};
 constexpr Parameter kByNameParameters[] = {Parameter::text};
 
 constexpr Operation kOperations[] = {
-    {kAcceptOpenWarning, DISPATCH_METHOD, L"AcceptOpenWarning", {}},
-    {kCount, DISPATCH_METHOD, L"ConfigurationCount", {}},
-    {kNames, DISPATCH_METHOD, L"ConfigurationNames", {}},
-    {kSave, DISPATCH_METHOD, L"Save", kSaveParameters},
-    {kByName, DISPATCH_METHOD, L"ConfigurationByName", kByNameParameters},
+    {automation::kCallMethod17, DISPATCH_METHOD, {}},
+    {automation::kGetConfigurationCount, DISPATCH_METHOD, {}},
+    {automation::kGetConfigurationNames, DISPATCH_METHOD, {}},
+    {automation::kSave, DISPATCH_METHOD, kSaveParameters},
+    {automation::kGetConfiguration, DISPATCH_METHOD, kByNameParameters},
 };
 
 // A one-dimensional array whose lower bound is first. fill(index, element) sets each element; index starts at
@@ -95,17 +89,17 @@ Outcome CDocument::Perform(DISPID dispid, const CArguments& arguments)
         return {RPC_E_DISCONNECTED, {}, {}};
     }
     switch (dispid) {
-        case kAcceptOpenWarning:
+        case automation::kCallMethod17:
             return {};
-        case kCount:
+        case automation::kGetConfigurationCount:
             return {S_OK, _variant_t(Count(), VT_I4), {}};
-        case kNames: {
+        case automation::kGetConfigurationNames: {
             const _variant_t names = Names();
             return {S_OK, names, DescribeValue(names)};
         }
-        case kSave:
+        case automation::kSave:
             return Save();
-        case kByName:
+        case automation::kGetConfiguration:
             return ConfigurationByName(arguments.Text(0));
         default:
             return {DISP_E_MEMBERNOTFOUND, {}, {}};

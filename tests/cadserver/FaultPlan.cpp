@@ -10,9 +10,9 @@ std::wstring CounterName(size_t index)
     return L"Rule" + std::to_wstring(index);
 }
 
-bool Matches(const FaultRule& rule, DISPID dispid, const std::wstring& file)
+bool Matches(const FaultRule& rule, const std::wstring& call, const std::wstring& file)
 {
-    return (!rule.dispid || *rule.dispid == dispid) && (rule.file.empty() || rule.file == LowerCase(file));
+    return (rule.call.empty() || rule.call == call) && (rule.file.empty() || rule.file == LowerCase(file));
 }
 
 bool IsRejection(const FaultAction& action)
@@ -35,12 +35,12 @@ bool CFaultPlan::Hits(const CountedRule& counted, DWORD call)
     return call == counted.rule.nth || (counted.rule.lasting && call > counted.rule.nth);
 }
 
-std::vector<FaultAction> CFaultPlan::Count(DISPID dispid, const std::wstring& file)
+std::vector<FaultAction> CFaultPlan::Count(const std::wstring& call, const std::wstring& file)
 {
     std::vector<FaultAction> actions;
     for (size_t index = 0; index < m_rules.size(); ++index) {
         CountedRule& counted = m_rules[index];
-        if (!Matches(counted.rule, dispid, file)) {
+        if (!Matches(counted.rule, call, file)) {
             continue;
         }
         ++counted.seen;

@@ -17,7 +17,7 @@ public:
 
     // Counts a call, with the file that it is about or an empty text. Returns the faults that hit it, in the
     // order of the script, except busy and reject.
-    std::vector<FaultAction> Count(DISPID dispid, const std::wstring& file);
+    std::vector<FaultAction> Count(const std::wstring& call, const std::wstring& file);
 
     // What the message filter returns for the next call: SERVERCALL_ISHANDLED, SERVERCALL_RETRYLATER (busy)
     // or SERVERCALL_REJECTED (reject). The duration of a busy or reject fault starts with the first call that

@@ -20,29 +20,12 @@ struct Part
     std::vector<std::wstring> configurations;
 };
 
-std::vector<std::wstring> Split(const std::wstring& text, wchar_t separator)
-{
-    std::vector<std::wstring> pieces(1);
-    for (const wchar_t character : text) {
-        if (character == separator) {
-            pieces.emplace_back();
-        } else {
-            pieces.back() += character;
-        }
-    }
-    return pieces;
-}
-
-std::vector<Part> ReadTable(const std::wstring& path)
+std::vector<Part> ReadParts(const std::wstring& path)
 {
     std::vector<Part> parts;
-    for (const std::wstring& line : ReadLines(path)) {
-        if (line.empty() || line.starts_with(L'#')) {
-            continue;
-        }
-        const std::vector<std::wstring> fields = Split(line, L'\t');
+    for (const std::vector<std::wstring>& fields : ReadTable(path)) {
         if (fields.size() != 2) {
-            throw std::runtime_error("not a file name, a tab and configurations: " + ToUtf8(line));
+            throw std::runtime_error("not a file name, a tab and configurations: " + ToUtf8(fields[0]));
         }
         parts.push_back({fields[0], Split(fields[1], L'|')});
     }
@@ -52,10 +35,8 @@ std::vector<Part> ReadTable(const std::wstring& path)
 void KeepNamed(std::vector<Part>& parts, const std::wstring& listPath)
 {
     std::set<std::wstring> listed;
-    for (const std::wstring& line : ReadLines(listPath)) {
-        if (!line.empty() && !line.starts_with(L'#')) {
-            listed.insert(LowerCase(line));
-        }
+    for (const std::vector<std::wstring>& fields : ReadTable(listPath)) {
+        listed.insert(LowerCase(fields[0]));
     }
     std::erase_if(parts, [&](const Part& part) { return !listed.contains(LowerCase(part.file)); });
     if (parts.size() != listed.size()) {
@@ -101,7 +82,7 @@ int wmain(int count, wchar_t** arguments)
         return 2;
     }
     try {
-        std::vector<Part> parts = ReadTable(arguments[1]);
+        std::vector<Part> parts = ReadParts(arguments[1]);
         if (count == 5) {
             Select(parts, arguments[3], arguments[4]);
         }

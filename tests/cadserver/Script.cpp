@@ -1,5 +1,6 @@
 #include "tests/cadserver/Script.h"
 
+#include "tests/support/AutomationNumbers.h"
 #include "tests/support/TextFile.h"
 
 namespace {
@@ -171,8 +172,11 @@ bool SetCondition(FaultRule& rule, const std::wstring& word)
     const auto [key, value] = SplitOption(word);
     if (key == L"nth") {
         rule.nth = ToCount(value);
-    } else if (key == L"dispid") {
-        rule.dispid = ToNumber(value);
+    } else if (key == L"call") {
+        if (!automation::IsMember(value)) {
+            RefuseWord(word);
+        }
+        rule.call = value;
     } else if (key == L"file") {
         rule.file = LowerCase(value);
     } else if (key == L"lasting") {
@@ -278,7 +282,7 @@ void CScript::AddFault(const Words& words)
     rule.action = ParseAction(words, at);
     const bool isRejection =
         rule.action.kind == FaultAction::Kind::busy || rule.action.kind == FaultAction::Kind::reject;
-    if (isRejection && (rule.dispid || !rule.file.empty())) {
+    if (isRejection && (!rule.call.empty() || !rule.file.empty())) {
         // The message filter rejects a call without seeing its contents.
         throw CScriptError("busy and reject take no filters");
     }

@@ -47,7 +47,7 @@ struct FaultAction
 struct FaultRule
 {
     DWORD nth = 1;
-    std::optional<DISPID> dispid;
+    std::wstring call;  // its name; empty: any
     std::wstring file;  // in lower case; empty: any
     bool lasting = false;
     bool across = false;  // counts across all starts of the server

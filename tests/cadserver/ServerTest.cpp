@@ -14,52 +14,29 @@
 #include "tests/cadserver/CallHold.h"
 #include "tests/cadserver/ComPointers.h"
 #include "tests/cadserver/PartFile.h"
+#include "tests/support/AutomationNumbers.h"
+#include "tests/support/Files.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/support/StartProgram.h"
 #include "tests/support/TextFile.h"
 #include "tests/support/UnderWine.h"
 
 namespace {
 
-constexpr DISPID kEnd = 6;
-constexpr DISPID kClose = 7;
-constexpr DISPID kDateCode = 11;
-constexpr DISPID kVisible = 24;
-constexpr DISPID kOpen = 99;
-constexpr DISPID kOpenNames = 1001;
-constexpr DISPID kAcceptWarning = 17;
-constexpr DISPID kCount = 65971;
-constexpr DISPID kNames = 65972;
-constexpr DISPID kSave = 66019;
-constexpr DISPID kByName = 66048;
-constexpr DISPID kBomName = 5;
-constexpr DISPID kUseBomName = 6;
+using namespace automation;
 
 constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
 constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
 
-std::wstring ProgramFolder()
-{
-    wchar_t path[MAX_PATH] = L"";
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).parent_path().wstring();
-}
-
 // Runs cadserver.exe with these arguments and returns its exit status.
 DWORD RunServerProgram(const std::wstring& arguments)
 {
-    std::wstring command = L"\"" + ProgramFolder() + L"\\cadserver.exe\" " + arguments;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                        &process)) {
-        return ~0U;
-    }
-    DWORD status = ~0U;
+    const StartedProgram server = StartProgram(L"\"" + OwnFolder() + L"\\cadserver.exe\" " + arguments);
     constexpr DWORD kTimeout = 30'000;  // milliseconds
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, kTimeout)) << "cadserver.exe did not end";
-    GetExitCodeProcess(process.hProcess, &status);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(server.process.get(), kTimeout))
+        << "cadserver.exe did not end";
+    DWORD status = ~0U;
+    GetExitCodeProcess(server.process.get(), &status);
     return status;
 }
 
@@ -117,7 +94,7 @@ _variant_t Reference(long& number)
 
 CallResult Open(IDispatch* application, const std::filesystem::path& path, long& errorCode)
 {
-    return Invoke(application, kOpen,
+    return Invoke(application, kOpenDocument,
                   {path.c_str(), Number(1), Flag(false), Flag(false), Flag(true), Reference(errorCode)});
 }
 
@@ -153,11 +130,6 @@ protected:
 
     void SetUp() override
     {
-        static int number = 0;
-        m_folder = std::filesystem::temp_directory_path() /
-                   (L"cadserver" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
-        std::filesystem::create_directories(m_folder);
-        m_part = m_folder / L"N_ISO_4017_M8.sldprt";
         ASSERT_EQ(S_OK, CreatePartFile(m_part.wstring(), {L"M8x10", L"M8/x 12", L"Größe"}));
         Script("");
     }
@@ -166,8 +138,6 @@ protected:
     {
         m_application = nullptr;
         WaitForEnds();
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
     }
 
     // Sets the script of all servers that start from now on.
@@ -237,8 +207,9 @@ protected:
         return configurations;
     }
 
-    std::filesystem::path m_folder;
-    std::filesystem::path m_part;
+    const CTempFolder m_temp;
+    const std::filesystem::path m_folder = m_temp.Path();
+    const std::filesystem::path m_part = m_folder / L"N_ISO_4017_M8.sldprt";
 
 private:
     IDispatchPtr m_application;
@@ -274,29 +245,30 @@ TEST_F(ServerTest, ServesEachVersionInItsOwnProcess)
 TEST_F(ServerTest, WritesEachConfigurationAndLogsEachCall)
 {
     ASSERT_EQ(S_OK, Start());
-    CallResult result = Invoke(Application(), kDateCode, {});
+    CallResult result = Invoke(Application(), kGetDateCode, {});
     EXPECT_EQ(VT_I4, result.value.vt);
     EXPECT_EQ(2019250, result.value.lVal);
-    EXPECT_EQ(S_OK, Invoke(Application(), kVisible, {Flag(false), Number(1)}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kSetDocumentVisibility, {Flag(false), Number(1)}).status);
     long errorCode = 77;
     IDispatchPtr document = Open(Application(), m_part, errorCode).Object();
     ASSERT_TRUE(document != nullptr);
     EXPECT_EQ(0, errorCode);
-    EXPECT_EQ(S_OK, Invoke(document, kAcceptWarning, {}).status);
-    EXPECT_EQ(3, Invoke(document, kCount, {}).value.lVal);
-    result = Invoke(document, kNames, {});
+    EXPECT_EQ(S_OK, Invoke(document, kCallMethod17, {}).status);
+    EXPECT_EQ(3, Invoke(document, kGetConfigurationCount, {}).value.lVal);
+    result = Invoke(document, kGetConfigurationNames, {});
     ASSERT_EQ(VT_ARRAY | VT_BSTR, result.value.vt);
     EXPECT_EQ((std::vector<std::wstring>{L"M8x10", L"M8/x 12", L"Größe"}), TextsOf(result.value));
-    IDispatchPtr configuration = Invoke(document, kByName, {L"Größe"}).Object();
+    IDispatchPtr configuration = Invoke(document, kGetConfiguration, {L"Größe"}).Object();
     ASSERT_TRUE(configuration != nullptr);
-    EXPECT_EQ(S_OK, Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT).status);
-    EXPECT_EQ(S_OK, Invoke(configuration, kBomName, {L"Norm 4017 - ß"}, DISPATCH_PROPERTYPUT).status);
+    EXPECT_EQ(S_OK, Invoke(configuration, kUseAlternativeBomName, {Flag(true)}, DISPATCH_PROPERTYPUT).status);
+    EXPECT_EQ(S_OK,
+              Invoke(configuration, kAlternativeBomName, {L"Norm 4017 - ß"}, DISPATCH_PROPERTYPUT).status);
     EXPECT_FALSE(ConfigurationsOnDisk()[2].useAlternative);  // only saving changes the file
     EXPECT_EQ(0, Invoke(document, kSave, {Flag(true)}).value.lVal);
     configuration = nullptr;
     document = nullptr;
-    EXPECT_EQ(S_OK, Invoke(Application(), kClose, {m_part.c_str()}).status);
-    EXPECT_EQ(S_OK, Invoke(Application(), kEnd, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kCloseDocument, {m_part.c_str()}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kExit, {}).status);
     Release();
     WaitForEnds();
 
@@ -306,19 +278,19 @@ TEST_F(ServerTest, WritesEachConfigurationAndLogsEachCall)
     const std::wstring name = m_part.filename().wstring();
     const std::vector<std::wstring> lines = {
         L"-\tstart\tprocess=N\tversion=30",
-        L"1\tapplication\t11\tmethod\tI4=2019250",
-        L"2\tapplication\t24\tmethod\tBOOL=0\tI4=1\tok",
-        L"3\tapplication\t99\tmethod\tBSTR=" + m_part.wstring() +
+        L"1\tapplication\tGetDateCode\tmethod\tI4=2019250",
+        L"2\tapplication\tSetDocumentVisibility\tmethod\tBOOL=0\tI4=1\tok",
+        L"3\tapplication\tOpenDocument\tmethod\tBSTR=" + m_part.wstring() +
             L"\tI4=1\tBOOL=0\tBOOL=0\tBOOL=-1\tI4&=0\tdocument " + name,
-        L"4\tdocument " + name + L"\t17\tmethod\tok",
-        L"5\tdocument " + name + L"\t65971\tmethod\tI4=3",
-        L"6\tdocument " + name + L"\t65972\tmethod\tBSTR[3]=M8x10|M8/x 12|Größe",
-        L"7\tdocument " + name + L"\t66048\tmethod\tBSTR=Größe\tconfiguration " + name + L"/Größe",
-        L"8\tconfiguration " + name + L"/Größe\t6\tput\tBOOL=-1\tok",
-        L"9\tconfiguration " + name + L"/Größe\t5\tput\tBSTR=Norm 4017 - ß\tok",
-        L"10\tdocument " + name + L"\t66019\tmethod\tBOOL=-1\tI4=0",
-        L"11\tapplication\t7\tmethod\tBSTR=" + m_part.wstring() + L"\tok",
-        L"12\tapplication\t6\tmethod\tok",
+        L"4\tdocument " + name + L"\tCallMethod17\tmethod\tok",
+        L"5\tdocument " + name + L"\tGetConfigurationCount\tmethod\tI4=3",
+        L"6\tdocument " + name + L"\tGetConfigurationNames\tmethod\tBSTR[3]=M8x10|M8/x 12|Größe",
+        L"7\tdocument " + name + L"\tGetConfiguration\tmethod\tBSTR=Größe\tconfiguration " + name + L"/Größe",
+        L"8\tconfiguration " + name + L"/Größe\tUseAlternativeBomName\tput\tBOOL=-1\tok",
+        L"9\tconfiguration " + name + L"/Größe\tAlternativeBomName\tput\tBSTR=Norm 4017 - ß\tok",
+        L"10\tdocument " + name + L"\tSave\tmethod\tBOOL=-1\tI4=0",
+        L"11\tapplication\tCloseDocument\tmethod\tBSTR=" + m_part.wstring() + L"\tok",
+        L"12\tapplication\tExit\tmethod\tok",
         L"-\tend\tprocess=N\treason=asked\topen=",
     };
     EXPECT_EQ(lines, LogLines());
@@ -339,11 +311,11 @@ TEST_F(ServerTest, SavingLeavesTheRestOfTheFileUnchanged)
     };
     const std::string before = bodyOf();
     IDispatchPtr document = StartAndOpen("");
-    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
+    IDispatchPtr configuration = Invoke(document, kGetConfiguration, {L"M8x10"}).Object();
     // 6000 characters move the configuration out of the mini stream of the compound file, 3 move it back.
     for (const size_t length : {6000U, 3U}) {
         const std::wstring name(length, L'x');
-        Invoke(configuration, kBomName, {name.c_str()}, DISPATCH_PROPERTYPUT);
+        Invoke(configuration, kAlternativeBomName, {name.c_str()}, DISPATCH_PROPERTYPUT);
         EXPECT_EQ(0, Invoke(document, kSave, {Flag(true)}).value.lVal);
         EXPECT_EQ(name, ConfigurationsOnDisk()[0].alternative);
     }
@@ -354,27 +326,27 @@ TEST_F(ServerTest, SavingLeavesTheRestOfTheFileUnchanged)
 TEST_F(ServerTest, ClosingWithoutSavingDiscardsChanges)
 {
     IDispatchPtr document = StartAndOpen("");
-    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
-    Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
+    IDispatchPtr configuration = Invoke(document, kGetConfiguration, {L"M8x10"}).Object();
+    Invoke(configuration, kUseAlternativeBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
     std::wstring upper = m_part.wstring();
     CharUpperW(upper.data());
-    EXPECT_EQ(S_OK, Invoke(Application(), kClose, {upper.c_str()}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kCloseDocument, {upper.c_str()}).status);
     EXPECT_EQ(RPC_E_DISCONNECTED, Invoke(document, kSave, {Flag(true)}).status);
     EXPECT_EQ(RPC_E_DISCONNECTED,
-              Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT).status);
+              Invoke(configuration, kUseAlternativeBomName, {Flag(true)}, DISPATCH_PROPERTYPUT).status);
     EXPECT_FALSE(ConfigurationsOnDisk()[0].useAlternative);
-    EXPECT_EQ(S_OK, Invoke(Application(), kClose, {upper.c_str()}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kCloseDocument, {upper.c_str()}).status);
     EXPECT_TRUE(LogLines().back().ends_with(L"\tnot open"));
 }
 
 TEST_F(ServerTest, ADocumentStaysOpenUntilItIsClosed)
 {
     IDispatchPtr document = StartAndOpen("");
-    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
-    Invoke(configuration, kBomName, {L"kept"}, DISPATCH_PROPERTYPUT);
+    IDispatchPtr configuration = Invoke(document, kGetConfiguration, {L"M8x10"}).Object();
+    Invoke(configuration, kAlternativeBomName, {L"kept"}, DISPATCH_PROPERTYPUT);
     configuration = nullptr;
     document = nullptr;
-    EXPECT_STREQ(L"N_ISO_4017_M8.sldprt", Invoke(Application(), kOpenNames, {}).value.bstrVal);
+    EXPECT_STREQ(L"N_ISO_4017_M8.sldprt", Invoke(Application(), kOpenDocumentNames, {}).value.bstrVal);
     long errorCode = -1;
     document = Open(Application(), m_part, errorCode).Object();
     Invoke(document, kSave, {Flag(true)});
@@ -389,7 +361,7 @@ TEST_F(ServerTest, RefusesToOpenReadOnlyMissingAndOtherFiles)
 {
     ASSERT_EQ(S_OK, Start());
     long errorCode = 0;
-    SetFileAttributesW(m_part.c_str(), FILE_ATTRIBUTE_READONLY);
+    MakeReadOnly(m_part.wstring());
     CallResult result = Open(Application(), m_part, errorCode);
     EXPECT_EQ(S_OK, result.status);
     EXPECT_EQ(VT_DISPATCH, result.value.vt);
@@ -405,37 +377,38 @@ TEST_F(ServerTest, RefusesToOpenReadOnlyMissingAndOtherFiles)
 TEST_F(ServerTest, RejectsWrongArguments)
 {
     IDispatchPtr document = StartAndOpen("");
-    EXPECT_EQ(DISP_E_BADPARAMCOUNT, Invoke(Application(), kVisible, {Flag(true)}).status);
-    EXPECT_EQ(DISP_E_BADPARAMCOUNT, Invoke(Application(), kDateCode, {Number(1)}).status);
+    EXPECT_EQ(DISP_E_BADPARAMCOUNT, Invoke(Application(), kSetDocumentVisibility, {Flag(true)}).status);
+    EXPECT_EQ(DISP_E_BADPARAMCOUNT, Invoke(Application(), kGetDateCode, {Number(1)}).status);
     _variant_t one;
     one.vt = VT_BOOL;
     one.boolVal = 1;
-    const CallResult raw = Invoke(Application(), kVisible, {one, Number(1)});
+    const CallResult raw = Invoke(Application(), kSetDocumentVisibility, {one, Number(1)});
     EXPECT_EQ(DISP_E_TYPEMISMATCH, raw.status);
     EXPECT_EQ(1U, raw.wrongArgument);  // the array of a call holds the arguments in reverse order
     EXPECT_TRUE(LogLines().back().ends_with(L"\tBOOL=1\tI4=1\t0x80020005"));
     EXPECT_EQ(DISP_E_TYPEMISMATCH,
-              Invoke(Application(), kVisible, {Flag(true), _variant_t(short{1})}).status);
-    EXPECT_EQ(DISP_E_TYPEMISMATCH, Invoke(Application(), kVisible, {Number(1), Number(1)}).status);
-    EXPECT_EQ(DISP_E_TYPEMISMATCH, Invoke(document, kByName, {Number(1)}).status);
+              Invoke(Application(), kSetDocumentVisibility, {Flag(true), _variant_t(short{1})}).status);
     EXPECT_EQ(DISP_E_TYPEMISMATCH,
-              Invoke(Application(), kOpen,
+              Invoke(Application(), kSetDocumentVisibility, {Number(1), Number(1)}).status);
+    EXPECT_EQ(DISP_E_TYPEMISMATCH, Invoke(document, kGetConfiguration, {Number(1)}).status);
+    EXPECT_EQ(DISP_E_TYPEMISMATCH,
+              Invoke(Application(), kOpenDocument,
                      {m_part.c_str(), Number(1), Flag(false), Flag(false), Flag(true), Number(0)})
                   .status);
     EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(Application(), 12, {}).status);
-    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(Application(), kDateCode, {}, DISPATCH_PROPERTYGET).status);
-    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
-    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(configuration, kBomName, {L"x"}).status);
+    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(Application(), kGetDateCode, {}, DISPATCH_PROPERTYGET).status);
+    IDispatchPtr configuration = Invoke(document, kGetConfiguration, {L"M8x10"}).Object();
+    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(configuration, kAlternativeBomName, {L"x"}).status);
 }
 
 TEST_F(ServerTest, FindsOperationsByName)
 {
     ASSERT_EQ(S_OK, Start());
-    wchar_t name[] = L"datecode";
+    wchar_t name[] = L"getDATECODE";
     wchar_t* names = name;
     DISPID dispid = 0;
     EXPECT_EQ(S_OK, Application()->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &dispid));
-    EXPECT_EQ(kDateCode, dispid);
+    EXPECT_EQ(kGetDateCode, dispid);
     wchar_t unknown[] = L"none";
     names = unknown;
     EXPECT_EQ(DISP_E_UNKNOWNNAME,
@@ -446,7 +419,7 @@ TEST_F(ServerTest, ScriptSetsTheDateCode)
 {
     Script("datecode 1999249  # one below the oldest supported release\n");
     ASSERT_EQ(S_OK, Start());
-    EXPECT_EQ(1999249, Invoke(Application(), kDateCode, {}).value.lVal);
+    EXPECT_EQ(1999249, Invoke(Application(), kGetDateCode, {}).value.lVal);
 }
 
 TEST_F(ServerTest, ScriptSetsTheDateCodeFromALaterStart)
@@ -454,8 +427,8 @@ TEST_F(ServerTest, ScriptSetsTheDateCodeFromALaterStart)
     Script("datecode 7 from=2\ndatecode 5\n");
     for (const long dateCode : {5, 7, 7}) {
         ASSERT_EQ(S_OK, Start());
-        EXPECT_EQ(dateCode, Invoke(Application(), kDateCode, {}).value.lVal);
-        EXPECT_EQ(S_OK, Invoke(Application(), kEnd, {}).status);
+        EXPECT_EQ(dateCode, Invoke(Application(), kGetDateCode, {}).value.lVal);
+        EXPECT_EQ(S_OK, Invoke(Application(), kExit, {}).status);
     }
 }
 
@@ -505,8 +478,8 @@ TEST_F(ServerTest, ScriptSetsTheTypeOfTheNames)
         SCOPED_TRACE(expected.rules);
         IDispatchPtr document = StartAndOpen(expected.rules);
         ASSERT_TRUE(document != nullptr);
-        EXPECT_EQ(3, Invoke(document, kCount, {}).value.lVal);
-        EXPECT_EQ(expected.type, Invoke(document, kNames, {}).value.vt);
+        EXPECT_EQ(3, Invoke(document, kGetConfigurationCount, {}).value.lVal);
+        EXPECT_EQ(expected.type, Invoke(document, kGetConfigurationNames, {}).value.vt);
         EXPECT_TRUE(LogLines().back().ends_with(std::wstring(L"\t") + expected.logged))
             << ToUtf8(LogLines().back());
         document = nullptr;
@@ -519,12 +492,12 @@ TEST_F(ServerTest, ScriptSetsTheCountAndHidesAConfiguration)
 {
     IDispatchPtr document =
         StartAndOpen("count N_iso_4017_m8.sldprt -1\nmissing N_ISO_4017_M8.sldprt \"M8/x 12\"\n");
-    EXPECT_EQ(-1, Invoke(document, kCount, {}).value.lVal);
-    EXPECT_EQ(3U, TextsOf(Invoke(document, kNames, {}).value).size());
-    const CallResult missing = Invoke(document, kByName, {L"M8/x 12"});
+    EXPECT_EQ(-1, Invoke(document, kGetConfigurationCount, {}).value.lVal);
+    EXPECT_EQ(3U, TextsOf(Invoke(document, kGetConfigurationNames, {}).value).size());
+    const CallResult missing = Invoke(document, kGetConfiguration, {L"M8/x 12"});
     EXPECT_EQ(S_OK, missing.status);
     EXPECT_TRUE(missing.Object() == nullptr);
-    EXPECT_TRUE(Invoke(document, kByName, {L"M8x10"}).Object() != nullptr);
+    EXPECT_TRUE(Invoke(document, kGetConfiguration, {L"M8x10"}).Object() != nullptr);
 }
 
 TEST_F(ServerTest, FaultRaisesAnException)
@@ -535,8 +508,8 @@ TEST_F(ServerTest, FaultRaisesAnException)
         "context=7\n"
         "fault nth=3 exception scode=0x8004ABCD\n");
     ASSERT_EQ(S_OK, Start());
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
-    CallResult result = Invoke(Application(), kDateCode, {});
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
+    CallResult result = Invoke(Application(), kGetDateCode, {});
     EXPECT_EQ(DISP_E_EXCEPTION, result.status);
     EXPECT_EQ(1001, result.exception.wCode);
     EXPECT_EQ(0, result.exception.scode);
@@ -544,26 +517,28 @@ TEST_F(ServerTest, FaultRaisesAnException)
     EXPECT_STREQ(L"Schlüssel fehlt", _bstr_t(result.exception.bstrDescription, false));
     EXPECT_STREQ(L"C:\\h.chm", _bstr_t(result.exception.bstrHelpFile, false));
     EXPECT_EQ(7U, result.exception.dwHelpContext);
-    EXPECT_EQ(L"2\tapplication\t11\tmethod\t0x80020009", LogLines().back());
-    result = Invoke(Application(), kDateCode, {});
+    EXPECT_EQ(L"2\tapplication\tGetDateCode\tmethod\t0x80020009", LogLines().back());
+    result = Invoke(Application(), kGetDateCode, {});
     EXPECT_EQ(DISP_E_EXCEPTION, result.status);
     EXPECT_EQ(0, result.exception.wCode);
     EXPECT_EQ(static_cast<HRESULT>(0x8004ABCD), result.exception.scode);
     EXPECT_TRUE(result.exception.bstrSource == nullptr);
     EXPECT_TRUE(result.exception.bstrDescription == nullptr);
     EXPECT_TRUE(result.exception.bstrHelpFile == nullptr);
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
 }
 
-TEST_F(ServerTest, FaultIsFilteredByDispidAndFile)
+TEST_F(ServerTest, FaultIsFilteredByCallAndFile)
 {
     const std::filesystem::path other = m_folder / L"other.sldprt";
     ASSERT_EQ(S_OK, CreatePartFile(other.wstring(), {L"a"}));
     Script(
-        "fault dispid=24 nth=2 fail 0x80004005\n"
+        "fault call=SetDocumentVisibility nth=2 fail 0x80004005\n"
         "fault file=OTHER.sldprt nth=2 lasting fail 0x8000FFFF\n");
     ASSERT_EQ(S_OK, Start());
-    const auto show = [this] { return Invoke(Application(), kVisible, {Flag(true), Number(1)}).status; };
+    const auto show = [this] {
+        return Invoke(Application(), kSetDocumentVisibility, {Flag(true), Number(1)}).status;
+    };
     EXPECT_EQ(S_OK, show());
     EXPECT_EQ(E_FAIL, show());
     EXPECT_EQ(S_OK, show());
@@ -571,34 +546,34 @@ TEST_F(ServerTest, FaultIsFilteredByDispidAndFile)
     IDispatchPtr document = Open(Application(), other, errorCode).Object();
     ASSERT_TRUE(document != nullptr);
     IDispatchPtr untouched = Open(Application(), m_part, errorCode).Object();
-    EXPECT_EQ(S_OK, Invoke(untouched, kCount, {}).status);
-    EXPECT_EQ(E_UNEXPECTED, Invoke(document, kCount, {}).status);
-    EXPECT_EQ(E_UNEXPECTED, Invoke(document, kCount, {}).status);
-    EXPECT_EQ(E_UNEXPECTED, Invoke(Application(), kClose, {other.c_str()}).status);
-    EXPECT_EQ(S_OK, Invoke(Application(), kClose, {m_part.c_str()}).status);
+    EXPECT_EQ(S_OK, Invoke(untouched, kGetConfigurationCount, {}).status);
+    EXPECT_EQ(E_UNEXPECTED, Invoke(document, kGetConfigurationCount, {}).status);
+    EXPECT_EQ(E_UNEXPECTED, Invoke(document, kGetConfigurationCount, {}).status);
+    EXPECT_EQ(E_UNEXPECTED, Invoke(Application(), kCloseDocument, {other.c_str()}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kCloseDocument, {m_part.c_str()}).status);
 }
 
 TEST_F(ServerTest, FaultEndsTheServerBeforeTheCall)
 {
-    IDispatchPtr document = StartAndOpen("fault dispid=66019 end-before\n");
-    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
-    Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
+    IDispatchPtr document = StartAndOpen("fault call=Save end-before\n");
+    IDispatchPtr configuration = Invoke(document, kGetConfiguration, {L"M8x10"}).Object();
+    Invoke(configuration, kUseAlternativeBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
     EXPECT_EQ(kServerDied, Invoke(document, kSave, {Flag(true)}).status);
-    EXPECT_EQ(kServerGone, Invoke(document, kCount, {}).status);
+    EXPECT_EQ(kServerGone, Invoke(document, kGetConfigurationCount, {}).status);
     EXPECT_FALSE(ConfigurationsOnDisk()[0].useAlternative);
     const std::vector<std::wstring> lines = LogLines();
-    EXPECT_EQ(L"4\tdocument N_ISO_4017_M8.sldprt\t66019\tmethod\tBOOL=-1\tnot served",
+    EXPECT_EQ(L"4\tdocument N_ISO_4017_M8.sldprt\tSave\tmethod\tBOOL=-1\tnot served",
               lines.at(lines.size() - 2));
     EXPECT_EQ(L"-\tend\tprocess=N\treason=fault\topen=N_ISO_4017_M8.sldprt", lines.back());
     EXPECT_EQ(S_OK, Start());  // a new server starts at once
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
 }
 
 TEST_F(ServerTest, FaultEndsTheServerAfterTheCall)
 {
-    IDispatchPtr document = StartAndOpen("fault dispid=66019 end-after\n");
-    IDispatchPtr configuration = Invoke(document, kByName, {L"M8x10"}).Object();
-    Invoke(configuration, kUseBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
+    IDispatchPtr document = StartAndOpen("fault call=Save end-after\n");
+    IDispatchPtr configuration = Invoke(document, kGetConfiguration, {L"M8x10"}).Object();
+    Invoke(configuration, kUseAlternativeBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
     EXPECT_EQ(kServerDied, Invoke(document, kSave, {Flag(true)}).status);
     EXPECT_TRUE(ConfigurationsOnDisk()[0].useAlternative);
     EXPECT_EQ(S_OK, Start());
@@ -609,16 +584,16 @@ TEST_F(ServerTest, FaultDelaysACall)
     Script("fault nth=1 slow 400\n");
     ASSERT_EQ(S_OK, Start());
     ULONGLONG begin = GetTickCount64();
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
     EXPECT_GE(GetTickCount64() - begin + 20, 400U);
     begin = GetTickCount64();
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
     EXPECT_LT(GetTickCount64() - begin, 400U);
 }
 
 TEST_F(ServerTest, FaultHoldsACallBeforeOrAfterItIsServed)
 {
-    const std::wstring served = L"\tapplication\t11\tmethod\tI4=2019250";
+    const std::wstring served = L"\tapplication\tGetDateCode\tmethod\tI4=2019250";
     const CCallHold hold;
     Script("fault nth=1 hold-before\nfault nth=2 hold-after\n");
     ASSERT_EQ(S_OK, Start());
@@ -631,7 +606,7 @@ TEST_F(ServerTest, FaultHoldsACallBeforeOrAfterItIsServed)
         }
     });
     for (int call = 1; call <= 2; ++call) {
-        EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+        EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
         EXPECT_EQ(std::to_wstring(call) + served, LogLines().back());
     }
     test.join();
@@ -643,7 +618,7 @@ TEST_F(ServerTest, CallsAreHeldOnlyIfATestWaits)
     Script("fault nth=1 hold-before\n");
     ASSERT_EQ(S_OK, Start());
     const ULONGLONG begin = GetTickCount64();
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
     EXPECT_LT(GetTickCount64() - begin, 5'000U);
 }
 
@@ -652,14 +627,14 @@ TEST_F(ServerTest, FaultRejectsCallsForSomeTime)
 {
     Script("fault nth=2 reject 500\n");
     ASSERT_EQ(S_OK, Start());
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
-    EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
+    EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kGetDateCode, {}).status);
     EXPECT_EQ(L"-\trejected", LogLines().back());
-    EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kGetDateCode, {}).status);
     Sleep(600);
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
-    EXPECT_EQ(L"2\tapplication\t11\tmethod\tI4=2019250", LogLines().back());
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
+    EXPECT_EQ(L"2\tapplication\tGetDateCode\tmethod\tI4=2019250", LogLines().back());
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
 }
 
 TEST_F(ServerTest, FaultRejectsCallsForever)
@@ -667,7 +642,7 @@ TEST_F(ServerTest, FaultRejectsCallsForever)
     Script("fault nth=1 lasting reject forever\n");
     ASSERT_EQ(S_OK, Start());
     for (int attempt = 0; attempt < 3; ++attempt) {
-        EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kDateCode, {}).status);
+        EXPECT_EQ(RPC_E_CALL_REJECTED, Invoke(Application(), kGetDateCode, {}).status);
     }
 }
 
@@ -679,16 +654,16 @@ TEST_F(ServerTest, FaultAsksToRetryLater)
     }
     Script("fault nth=1 busy 500\n");
     ASSERT_EQ(S_OK, Start());
-    EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(RPC_E_SERVERCALL_RETRYLATER, Invoke(Application(), kGetDateCode, {}).status);
     EXPECT_EQ(L"-\tbusy", LogLines().back());
     Sleep(600);
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
 }
 
 TEST_F(ServerTest, FaultCountsPerStartOrAcrossStarts)
 {
     Script("fault nth=2 fail 0x80004005\nfault nth=3 across fail 0x8000FFFF\n");
-    const auto call = [this] { return Invoke(Application(), kDateCode, {}).status; };
+    const auto call = [this] { return Invoke(Application(), kGetDateCode, {}).status; };
     ASSERT_EQ(S_OK, Start());
     EXPECT_EQ(S_OK, call());
     EXPECT_EQ(E_FAIL, call());
@@ -716,7 +691,7 @@ TEST_F(ServerTest, TheEndCallReturnsAndTheNextClientGetsANewProcess)
 {
     for (int round = 0; round < 3; ++round) {
         ASSERT_EQ(S_OK, Start());
-        EXPECT_EQ(S_OK, Invoke(Application(), kEnd, {}).status);
+        EXPECT_EQ(S_OK, Invoke(Application(), kExit, {}).status);
     }
     Release();
     WaitForEnds();
@@ -745,15 +720,15 @@ protected:
 TEST_F(StayTest, EachSessionStartsLikeANewProcess)
 {
     IDispatchPtr document = StartAndOpen("stay\nfault nth=2 fail 0x80004005\n");
-    EXPECT_EQ(E_FAIL, Invoke(Application(), kEnd, {}).status);
-    EXPECT_EQ(S_OK, Invoke(Application(), kEnd, {}).status);
-    EXPECT_EQ(kServerGone, Invoke(document, kCount, {}).status);
-    EXPECT_EQ(kServerGone, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(E_FAIL, Invoke(Application(), kExit, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kExit, {}).status);
+    EXPECT_EQ(kServerGone, Invoke(document, kGetConfigurationCount, {}).status);
+    EXPECT_EQ(kServerGone, Invoke(Application(), kGetDateCode, {}).status);
     std::ofstream(m_folder / L"script", std::ios::binary) << "stay\ndatecode 1\n";
     Release();
     ASSERT_EQ(S_OK, Start());
-    EXPECT_EQ(1, Invoke(Application(), kDateCode, {}).value.lVal);
-    EXPECT_STREQ(L"", Invoke(Application(), kOpenNames, {}).value.bstrVal);
+    EXPECT_EQ(1, Invoke(Application(), kGetDateCode, {}).value.lVal);
+    EXPECT_STREQ(L"", Invoke(Application(), kOpenDocumentNames, {}).value.bstrVal);
     document = nullptr;
     Release();
     ASSERT_EQ(S_OK, Start());
@@ -766,9 +741,10 @@ TEST_F(StayTest, EachSessionStartsLikeANewProcess)
     const std::wstring start = L"-\tstart\tprocess=N\tversion=30";
     EXPECT_EQ(start, logged.at(0));
     EXPECT_EQ(1, std::ranges::count(logged, L"-\tend\tprocess=N\treason=asked\topen=N_ISO_4017_M8.sldprt"));
-    EXPECT_EQ(1, std::ranges::count(logged, L"-\tdocument N_ISO_4017_M8.sldprt\t65971\tmethod\tgone"));
+    EXPECT_EQ(1, std::ranges::count(
+                     logged, L"-\tdocument N_ISO_4017_M8.sldprt\tGetConfigurationCount\tmethod\tgone"));
     EXPECT_EQ(1, std::ranges::count(logged, start + L"\tleft=1")) << "the document was still held";
-    EXPECT_EQ(1, std::ranges::count(logged, L"1\tapplication\t11\tmethod\tI4=1"));
+    EXPECT_EQ(1, std::ranges::count(logged, L"1\tapplication\tGetDateCode\tmethod\tI4=1"));
     EXPECT_EQ(1, std::ranges::count(logged, L"-\tend\tprocess=N\treason=released\topen="));
     EXPECT_EQ(start + L"\tleft=0", logged.back());
 }
@@ -782,14 +758,14 @@ TEST_F(StayTest, RefusesASessionAndServesTheNextOne)
     EXPECT_EQ(L"-\trefused\tprocess=N\tversion=30", LogLines().back());
     Script("stay\n");
     EXPECT_EQ(S_OK, Start());
-    EXPECT_EQ(S_OK, Invoke(Application(), kDateCode, {}).status);
+    EXPECT_EQ(S_OK, Invoke(Application(), kGetDateCode, {}).status);
 }
 
 TEST_F(ServerTest, ReportsAWrongScriptWhenItIsConfigured)
 {
-    for (const char* rule :
-         {"nonsense", "open x", "names * what", "fault nth=0 fail 1", "fault file=x busy 5", "datecode 12a",
-          "datecode 1 to=2", "fault description=\"x fail 1", "fault slow"}) {
+    for (const char* rule : {"nonsense", "open x", "names * what", "fault nth=0 fail 1",
+                             "fault file=x busy 5", "fault call=save fail 1", "datecode 12a",
+                             "datecode 1 to=2", "fault description=\"x fail 1", "fault slow"}) {
         SCOPED_TRACE(rule);
         std::ofstream(m_folder / L"wrong", std::ios::binary) << rule << "\n";
         EXPECT_EQ(1U, RunServerProgram(L"--configure --script " + Quoted(m_folder / L"wrong")));

@@ -76,26 +76,26 @@ sed -E 's/process=[0-9]+/process=N/' "$work/log" >"$work/calls"
 name=N_ISO_4017_M8.sldprt
 expect calls <<EOF
 -	start	process=N	version=30
-1	application	11	method+get	I4=2019250
-2	application	24	method	BOOL=0	I4=1	ok
-3	application	99	method+get	BSTR=$part	I4=1	BOOL=0	BOOL=0	BOOL=-1	*I4=0	document $name
-4	document $name	65971	method+get	I4=3
-5	document $name	65972	method+get	VARIANT[3]=M8/x 10|M8:x12|Grösse "3"
-6	document $name	66048	method+get	*BSTR=M8/x 10	configuration $name/M8/x 10
-7	configuration $name/M8/x 10	6	put	BOOL=-1	ok
-8	configuration $name/M8/x 10	5	put	BSTR=Schlüssel M8/x 10	ok
-9	document $name	66048	method+get	*BSTR=M8:x12	configuration $name/M8:x12
-10	configuration $name/M8:x12	6	put	BOOL=-1	ok
-11	configuration $name/M8:x12	5	put	BSTR=Schlüssel M8:x12	ok
-12	document $name	66048	method+get	*BSTR=Grösse "3"	configuration $name/Grösse "3"
-13	configuration $name/Grösse "3"	6	put	BOOL=0	ok
-14	document $name	66048	method+get	BSTR=no such	null
--	application	1001	method+get	BSTR=$name
-15	document $name	66019	method+get	BOOL=-1	I4=0
-16	application	7	method	BSTR=$part	ok
--	application	1001	method+get	BSTR=
-17	application	24	method	BOOL=-1	I4=1	ok
-18	application	6	method	ok
+1	application	GetDateCode	method+get	I4=2019250
+2	application	SetDocumentVisibility	method	BOOL=0	I4=1	ok
+3	application	OpenDocument	method+get	BSTR=$part	I4=1	BOOL=0	BOOL=0	BOOL=-1	*I4=0	document $name
+4	document $name	GetConfigurationCount	method+get	I4=3
+5	document $name	GetConfigurationNames	method+get	VARIANT[3]=M8/x 10|M8:x12|Grösse "3"
+6	document $name	GetConfiguration	method+get	*BSTR=M8/x 10	configuration $name/M8/x 10
+7	configuration $name/M8/x 10	UseAlternativeBomName	put	BOOL=-1	ok
+8	configuration $name/M8/x 10	AlternativeBomName	put	BSTR=Schlüssel M8/x 10	ok
+9	document $name	GetConfiguration	method+get	*BSTR=M8:x12	configuration $name/M8:x12
+10	configuration $name/M8:x12	UseAlternativeBomName	put	BOOL=-1	ok
+11	configuration $name/M8:x12	AlternativeBomName	put	BSTR=Schlüssel M8:x12	ok
+12	document $name	GetConfiguration	method+get	*BSTR=Grösse "3"	configuration $name/Grösse "3"
+13	configuration $name/Grösse "3"	UseAlternativeBomName	put	BOOL=0	ok
+14	document $name	GetConfiguration	method+get	BSTR=no such	null
+-	application	OpenDocumentNames	method+get	BSTR=$name
+15	document $name	Save	method+get	BOOL=-1	I4=0
+16	application	CloseDocument	method	BSTR=$part	ok
+-	application	OpenDocumentNames	method+get	BSTR=
+17	application	SetDocumentVisibility	method	BOOL=-1	I4=1	ok
+18	application	Exit	method	ok
 -	end	process=N	reason=asked	open=
 EOF
 windows "$programs/cadserver.exe" --unregister

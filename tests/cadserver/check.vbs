@@ -5,19 +5,19 @@
 Option Explicit
 Dim app, doc, conf, names, code, index
 Set app = CreateObject("SldWorks.Application.30")
-WScript.Echo "date code " & app.DateCode()
+WScript.Echo "date code " & app.GetDateCode()
 
-app.SetDocumentVisible False, CLng(1)
+app.SetDocumentVisibility False, CLng(1)
 code = CLng(-1)
 Set doc = app.OpenDocument(WScript.Arguments(0), CLng(1), False, False, True, code)
 WScript.Echo "open code " & code
-WScript.Echo "count " & doc.ConfigurationCount()
+WScript.Echo "count " & doc.GetConfigurationCount()
 
-names = doc.ConfigurationNames()
+names = doc.GetConfigurationNames()
 WScript.Echo "names " & TypeName(names) & " " & LBound(names) & " to " & UBound(names)
 For index = LBound(names) To UBound(names)
     WScript.Echo "configuration of " & Len(names(index)) & " characters, " & Left(names(index), 2) & "..."
-    Set conf = doc.ConfigurationByName(names(index))
+    Set conf = doc.GetConfiguration(names(index))
     If index < UBound(names) Then
         conf.UseAlternativeBomName = True
         conf.AlternativeBomName = WScript.Arguments(1) & names(index)
@@ -27,12 +27,12 @@ For index = LBound(names) To UBound(names)
     Set conf = Nothing
 Next
 
-WScript.Echo "unknown is nothing: " & (doc.ConfigurationByName("no such") Is Nothing)
+WScript.Echo "unknown is nothing: " & (doc.GetConfiguration("no such") Is Nothing)
 WScript.Echo "open " & app.OpenDocumentNames()
 WScript.Echo "save " & doc.Save(True)
 Set doc = Nothing
 app.CloseDocument WScript.Arguments(0)
 WScript.Echo "open after closing '" & app.OpenDocumentNames() & "'"
-app.SetDocumentVisible True, CLng(1)
-app.EndApplication
+app.SetDocumentVisibility True, CLng(1)
+app.Exit
 Set app = Nothing

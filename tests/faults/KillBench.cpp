@@ -9,6 +9,7 @@
 #include "framework/ComPointers.h"
 #include "resources/resource.h"
 #include "tests/faults/FaultBench.h"
+#include "tests/support/AutomationNumbers.h"
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/OtherWindows.h"
 #include "tests/support/TextFile.h"
@@ -66,14 +67,9 @@ unsigned CallsOf(std::size_t row)
     return 7 + 3 * static_cast<unsigned>(Parts()[row].configurations.size());
 }
 
-// A line of the map file. All its characters are below 256.
 std::string RecordOf(std::size_t row)
 {
-    const std::wstring line = OriginalOf(row) + L" ; " + RenamedOf(row) + L" ; " + BomNameOf(row) + L"\r\n";
-    std::string bytes;
-    std::ranges::transform(line, std::back_inserter(bytes),
-                           [](wchar_t character) { return static_cast<char>(character); });
-    return bytes;
+    return ByCode(OriginalOf(row) + L" ; " + RenamedOf(row) + L" ; " + BomNameOf(row) + L"\r\n");
 }
 
 WIN32_FILE_ATTRIBUTE_DATA AttributesOf(const std::wstring& path)
@@ -268,13 +264,12 @@ void CKillBench::FinishRun()
 // The server may still be serving a call of the program. A call of the test returns only after those.
 void CKillBench::WaitForServer()
 {
-    constexpr DISPID kOpenDocumentNames = 1001;
     IDispatchPtr application;
     DISPPARAMS none{};
     _variant_t names;
     if (FAILED(application.CreateInstance(kCadProgId, nullptr, CLSCTX_LOCAL_SERVER)) ||
-        FAILED(application->Invoke(kOpenDocumentNames, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &none,
-                                   &names, nullptr, nullptr))) {
+        FAILED(application->Invoke(automation::kOpenDocumentNames, IID_NULL, LOCALE_USER_DEFAULT,
+                                   DISPATCH_METHOD, &none, &names, nullptr, nullptr))) {
         AddDifference("the server does not respond");
     }
 }

@@ -228,7 +228,8 @@ public:
     }
 
 private:
-    static constexpr const char* kFirstCall = "application 11";  // gets the release, right after connecting
+    static constexpr const char* kFirstCall =
+        "application GetDateCode";  // gets the release, right after connecting
 
     const CTestLibrary* m_library;
     CZelmarRegistry m_registry;

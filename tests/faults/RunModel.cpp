@@ -16,15 +16,6 @@ constexpr const char* kShortRejectTime = "100";
 constexpr long kTooOld = 1999249;
 constexpr long kNewEnough = 2019250;
 
-constexpr Text kBusy{
-    L"Das andere Programm ist beschäftigt und nimmt keine Befehle an.\n\nSoll weiter gewartet werden?",
-    L"The other program is busy and is not accepting commands.\n\nDo you want to keep waiting?"};
-
-constexpr Text kRecordLead{L"FEHLER: Datei ", L"ERROR: File "};
-constexpr Text kRecordEnd{
-    L" kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
-    L" cannot be written!\nThe standard parts concerned are missing from this file."};
-
 std::string StatusText(HRESULT status)
 {
     char text[16];
@@ -176,7 +167,7 @@ bool CRunModel::HandleRow(ModelRow& row)
 void CRunModel::ShowRecordFailure()
 {
     if (!std::exchange(m_recordFailureShown, true)) {
-        m_outcome.shown.push_back(L"box " + kRecordLead.Current() + MapPath() + kRecordEnd.Current());
+        m_outcome.shown.push_back(L"box " + expected::RecordsMissing(MapPath()));
     }
 }
 
@@ -223,34 +214,36 @@ void CRunModel::WriteBomNames(const ModelRow& row)
     const std::string document = "document " + NameText(row);
     const std::string type = " I4=" + std::to_string(row.documentType);
     const std::string count = std::to_string(row.source.size());
-    Call("application 24 method BOOL=0" + type, "ok");
+    Call("application SetDocumentVisibility method BOOL=0" + type, "ok");
     // The log shows the error code after the call; if the call was not served, 0.
-    Call("application 99 method BSTR=" + PathText(row) + type + " BOOL=0 BOOL=0 BOOL=-1 I4&=",
+    Call("application OpenDocument method BSTR=" + PathText(row) + type + " BOOL=0 BOOL=0 BOOL=-1 I4&=",
          std::to_string(row.openCode) + " " + document,
          [&] { m_document = m_copies[row.texts.strRenamed].configurations; });
     if (row.openCode == 128) {
-        Call(document + " 17 method", "ok");
+        Call(document + " CallMethod17 method", "ok");
     }
-    Call(document + " 65971 method", "I4=" + count);
-    Call(document + " 65972 method", NamesText(row.source));
+    Call(document + " GetConfigurationCount method", "I4=" + count);
+    Call(document + " GetConfigurationNames method", NamesText(row.source));
     for (std::size_t index = 0; index < row.source.size(); ++index) {
         WriteConfiguration(row, index);
     }
-    Call(document + " 66019 method BOOL=-1", "I4=0",
+    Call(document + " Save method BOOL=-1", "I4=0",
          [&] { m_copies[row.texts.strRenamed].configurations = m_document; });
-    Call("application 7 method BSTR=" + PathText(row), "ok");
-    Call("application 24 method BOOL=-1" + type, "ok");
+    Call("application CloseDocument method BSTR=" + PathText(row), "ok");
+    Call("application SetDocumentVisibility method BOOL=-1" + type, "ok");
 }
 
 void CRunModel::WriteConfiguration(const ModelRow& row, std::size_t index)
 {
     const PartConfiguration& written = row.written.at(index);
     const std::string configuration = "configuration " + NameText(row) + "/" + ToUtf8(written.name);
-    Call("document " + NameText(row) + " 66048 method BSTR=" + ToUtf8(written.name), configuration);
-    Call(configuration + (written.useAlternative ? " 6 put BOOL=-1" : " 6 put BOOL=0"), "ok",
-         [&] { m_document.at(index).useAlternative = written.useAlternative; });
+    Call("document " + NameText(row) + " GetConfiguration method BSTR=" + ToUtf8(written.name),
+         configuration);
+    Call(configuration + (written.useAlternative ? " UseAlternativeBomName put BOOL=-1"
+                                                 : " UseAlternativeBomName put BOOL=0"),
+         "ok", [&] { m_document.at(index).useAlternative = written.useAlternative; });
     if (written.useAlternative) {
-        Call(configuration + " 5 put BSTR=" + ToUtf8(written.alternative), "ok",
+        Call(configuration + " AlternativeBomName put BSTR=" + ToUtf8(written.alternative), "ok",
              [&] { m_document.at(index).alternative = written.alternative; });
     }
 }
@@ -263,7 +256,7 @@ CRunModel::Load CRunModel::LoadCad()
     }
     try {
         const bool tooOld = m_script->oldFrom != 0 && m_starts >= m_script->oldFrom;
-        Call("application 11 method", "I4=" + std::to_string(tooOld ? kTooOld : kNewEnough));
+        Call("application GetDateCode method", "I4=" + std::to_string(tooOld ? kTooOld : kNewEnough));
         return tooOld ? Load::tooOld : Load::done;
     } catch (const CallFailed&) {
         return Load::failed;
@@ -286,7 +279,7 @@ void CRunModel::ReleaseCad()
 {
     try {
         if (m_alive) {
-            Call("application 6 method", "ok");
+            Call("application Exit method", "ok");
         }
     } catch (const CallFailed&) {
     }
@@ -371,7 +364,7 @@ bool CRunModel::IsRejected()
         }
         if (m_callsMessageFilter) {
             m_outcome.shown.push_back(
-                DescribeBox(kBusy.Current(), MB_RETRYCANCEL | MB_ICONEXCLAMATION, {}, 0));
+                DescribeBox(expected::kBusy.Current(), MB_RETRYCANCEL | MB_ICONEXCLAMATION, {}, 0));
         }
         return !m_callsMessageFilter || fault.kind == Fault::Kind::rejectForever;
     }

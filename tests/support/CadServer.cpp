@@ -45,19 +45,6 @@ UniqueHandle OpenServer(DWORD id)
     return FileNameOf(image) == L"cadserver.exe" ? std::move(process) : nullptr;
 }
 
-std::vector<std::wstring> Fields(const std::wstring& line)
-{
-    std::vector<std::wstring> fields(1);
-    for (const wchar_t character : line) {
-        if (character == L'\t') {
-            fields.emplace_back();
-        } else {
-            fields.back() += character;
-        }
-    }
-    return fields;
-}
-
 std::string Join(const std::vector<std::wstring>& fields)
 {
     std::wstring line;
@@ -103,7 +90,7 @@ std::vector<std::string> CCadServer::Log() const
 {
     std::vector<std::string> lines;
     for (const std::wstring& line : ReadLines(m_log)) {
-        lines.push_back(Join(Fields(line)));
+        lines.push_back(Join(Split(line, L'\t')));
     }
     return lines;
 }
@@ -137,7 +124,7 @@ std::vector<DWORD> CCadServer::ProcessIds() const
     constexpr std::wstring_view kLead = L"process=";
     std::vector<DWORD> ids;
     for (const std::wstring& line : ReadLines(m_log)) {
-        for (const std::wstring& field : Fields(line)) {
+        for (const std::wstring& field : Split(line, L'\t')) {
             if (field.starts_with(kLead)) {
                 ids.push_back(static_cast<DWORD>(std::stoul(field.substr(kLead.size()))));
             }

@@ -4,8 +4,8 @@
 
 #include "framework/Language.h"
 
-// What the program is to say, written down apart from its sources. Texts that a path or a number goes into
-// are given in pieces.
+// The user texts that tests expect, written down apart from the program. Texts that a path or a number goes
+// into are in pieces; the functions at the end put them together, in the language of the process.
 namespace expected {
 
 // Main dialog
@@ -38,6 +38,7 @@ inline constexpr Text kNoSuchFolder{L"Das Quellverzeichnis existiert nicht!\nBit
                                     L"The source directory does not exist!\nPlease check input."};
 inline constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
                                  L"Do you really want to remove all list entries?"};
+inline constexpr Text kPartFiles{L"SW-Dateien (*.sldprt;*.sldasm)", L"SW Files (*.sldprt;*.sldasm)"};
 inline constexpr Text kMapMissingLead{L"Map-Datei '", L"Map-File '"};
 inline constexpr Text kMapMissingEnd{L"' nicht vorhanden.", L"' not available."};
 inline constexpr Text kOverwriteLead{L"Die Map-Datei 'PartsMap.txt' existiert bereits in '",
@@ -58,6 +59,7 @@ inline constexpr Text kPreviewRefused{L"(%2 ist in Dateinamen nicht erlaubt)",
 inline constexpr Text kSampleConfiguration{L"Standard", L"Default"};
 
 // About box
+inline constexpr Text kAboutCommand{L"&Über Talvenor...", L"&About Talvenor..."};
 inline constexpr Text kAbout{L"Über Talvenor", L"About Talvenor"};
 
 // Names edited by hand or made by a template
@@ -81,13 +83,18 @@ inline constexpr Text kGeneratedNameTaken{
 inline constexpr Text kNoResources{L"Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll",
                                    L"Cannot load Resource DLL!\nFile: .\\talvresusx64.dll"};
 
-// The reader of the map file speaks German whatever the language of the program is.
-inline constexpr const wchar_t* kSyntaxErrorLead = L"Syntax-Fehler in Zeile ";
+// The reader of the map file. The main dialog's speaks German in both languages.
+inline constexpr Text kSyntaxError{L"Syntax-Fehler in Zeile ", L"Syntax-Error in line "};
+inline constexpr Text kNotEvaluated{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
+                                    L"\n\nThe file could not be evaluated completely."};
+inline constexpr Text kNotRead{L"FEHLER: Datei '", L"ERROR: File '"};
+inline constexpr Text kNotReadTail{L"' kann nicht zum Lesen geöffnet werden!",
+                                   L"' cannot be opened for read access!"};
+inline constexpr const wchar_t* kSyntaxErrorLead = kSyntaxError.german;
 inline constexpr const wchar_t* kSyntaxErrorMiddle = L" in\n";
-inline constexpr const wchar_t* kSyntaxErrorEnd =
-    L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.";
-inline constexpr const wchar_t* kNotReadLead = L"FEHLER: Datei '";
-inline constexpr const wchar_t* kNotReadEnd = L"' kann nicht zum Lesen geöffnet werden!";
+inline constexpr const wchar_t* kSyntaxErrorEnd = kNotEvaluated.german;
+inline constexpr const wchar_t* kNotReadLead = kNotRead.german;
+inline constexpr const wchar_t* kNotReadEnd = kNotReadTail.german;
 
 // Run
 inline constexpr Text kLoadingCad{L"Lade SOLIDWORKS...", L"Loading SOLIDWORKS..."};
@@ -101,6 +108,9 @@ inline constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert
 inline constexpr Text kMapNotWrittenLead{L"FEHLER: Datei ", L"ERROR: File "};
 inline constexpr Text kMapNotWrittenEnd{L" kann nicht zum Schreiben geöffnet werden!",
                                         L" cannot be opened for write access!"};
+inline constexpr Text kRecordsMissing{
+    L" kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
+    L" cannot be written!\nThe standard parts concerned are missing from this file."};
 inline constexpr Text kSourceNotOpenedLead{
     L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei \"",
     L"Filecopy failed!\n\nThe source file \""};
@@ -111,12 +121,25 @@ inline constexpr Text kNotOpenedMiddle{L"\" konnte nicht geöffnet werden.\nErro
                                        L"\" could not be opened.\nError: "};
 inline constexpr Text kNotOpenedEnd{L".\nMöglicherweise ist die Datei derzeit in Verwendung.",
                                     L".\nMaybe the file is already in use."};
+inline constexpr Text kNotCopiedLead{
+    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nSchreib-/Lesefehler beim Kopieren von\n\"",
+    L"Filecopy failed!\n\nRead/write error while copying of\n\""};
+inline constexpr Text kNotCopiedMiddle{L"\" nach\n\"", L"\" to\n\""};
 inline constexpr Text kNoFolderLead{L"Verzeichnis '", L"Cannot create directory '"};
+inline constexpr Text kNoFolderEnd{L"' kann nicht angelegt werden.", L"'."};
 inline constexpr Text kNoFolderFileThere{
     L"' kann nicht angelegt werden.\n"
     L"Es existiert bereits eine Datei mit dem gleichen Namen.",
     L"'.\nA file with the same name exists."};
+inline constexpr Text kBusy{
+    L"Das andere Programm ist beschäftigt und nimmt keine Befehle an.\n\nSoll weiter gewartet werden?",
+    L"The other program is busy and is not accepting commands.\n\nDo you want to keep waiting?"};
 inline constexpr const wchar_t* kUnknownError = L"unknown error";
+inline constexpr Text kCopy{L"Kopiere: ", L"Copy: "};
+inline constexpr Text kCopyTo{L"nach: ", L"to: "};
+inline constexpr Text kCurrentFile{L"Bearbeite Datei: ", L"Current file: "};
+inline constexpr Text kNewBomEntry{L"Setze neuen Stückl.-Eintrag:  ", L"Set new BOM entry:  "};
+inline constexpr Text kSavingFile{L"Schreibe Datei...", L"Saving file..."};
 inline constexpr Text kCurrentConfiguration{L"Aktuelle Konfiguration:  ", L"Current Configuration:  "};
 inline constexpr Text kReallyCancel{
     L"Wirklich abbrechen?\n(Die Stücklisteneinträge der Konfigurationen des "
@@ -129,5 +152,68 @@ inline constexpr Text kNoFileNameLead{L"FEHLER: '", L"ERROR: '"};
 inline constexpr Text kNoFileNameEnd{L"' ist kein Dateiname!\nDas betroffene Normteil wird übergangen.",
                                      L"' is not a file name!\nThe standard part concerned is skipped."};
 inline constexpr Text kFinished{L"Umsetzungen erfolgreich beendet.", L"Conversion successfully finished."};
+
+// Whole texts
+
+inline std::wstring MapMissing(const std::wstring& map)
+{
+    return kMapMissingLead.Current() + map + kMapMissingEnd.Current();
+}
+
+inline std::wstring OverwriteMap(const std::wstring& mappedFolder)
+{
+    return kOverwriteLead.Current() + mappedFolder + kOverwriteEnd.Current();
+}
+
+inline std::wstring MapNotRead(const std::wstring& map, int language = 1)
+{
+    return kNotRead.In(language) + map + kNotReadTail.In(language);
+}
+
+inline std::wstring SyntaxError(int line, const std::wstring& map, int language = 1)
+{
+    return kSyntaxError.In(language) + std::to_wstring(line) + kSyntaxErrorMiddle + map +
+           kNotEvaluated.In(language);
+}
+
+inline std::wstring MapNotWritten(const std::wstring& map)
+{
+    return kMapNotWrittenLead.Current() + map + kMapNotWrittenEnd.Current();
+}
+
+inline std::wstring RecordsMissing(const std::wstring& map)
+{
+    return kMapNotWrittenLead.Current() + map + kRecordsMissing.Current();
+}
+
+inline std::wstring NoFolder(const std::wstring& folder)
+{
+    return kNoFolderLead.Current() + folder + kNoFolderEnd.Current();
+}
+
+inline std::wstring NoFolderAsFileThere(const std::wstring& folder)
+{
+    return kNoFolderLead.Current() + folder + kNoFolderFileThere.Current();
+}
+
+inline std::wstring SourceNotOpened(const std::wstring& source, const std::wstring& error)
+{
+    return kSourceNotOpenedLead.Current() + source + kNotOpenedMiddle.Current() + error +
+           kNotOpenedEnd.Current();
+}
+
+// The German text names the target, the English one the source.
+inline std::wstring TargetNotOpened(const std::wstring& source, const std::wstring& target,
+                                    const std::wstring& error)
+{
+    return kTargetNotOpenedLead.Current() + (g_nLanguage != 0 ? target : source) +
+           kNotOpenedMiddle.Current() + error + kNotOpenedEnd.Current();
+}
+
+inline std::wstring NotCopied(const std::wstring& source, const std::wstring& target,
+                              const std::wstring& error)
+{
+    return kNotCopiedLead.Current() + source + kNotCopiedMiddle.Current() + target + L"\".\nError: " + error;
+}
 
 }  // namespace expected

@@ -30,6 +30,15 @@ std::wstring FromUtf8(std::string_view bytes)
     return text;
 }
 
+std::string ByCode(std::wstring_view text)
+{
+    std::string bytes;
+    for (const wchar_t character : text) {
+        bytes += static_cast<char>(static_cast<unsigned char>(character));
+    }
+    return bytes;
+}
+
 std::wstring LowerCase(std::wstring_view text)
 {
     std::wstring lower(text);
@@ -51,6 +60,19 @@ std::wstring FullPath(const std::wstring& path)
     return full;
 }
 
+std::vector<std::wstring> Split(const std::wstring& text, wchar_t separator)
+{
+    std::vector<std::wstring> pieces(1);
+    for (const wchar_t character : text) {
+        if (character == separator) {
+            pieces.emplace_back();
+        } else {
+            pieces.back() += character;
+        }
+    }
+    return pieces;
+}
+
 std::vector<std::wstring> ReadLines(const std::wstring& path)
 {
     std::ifstream file(std::filesystem::path(path), std::ios::binary);
@@ -65,4 +87,15 @@ std::vector<std::wstring> ReadLines(const std::wstring& path)
         lines.push_back(FromUtf8(line));
     }
     return lines;
+}
+
+std::vector<std::vector<std::wstring>> ReadTable(const std::wstring& path)
+{
+    std::vector<std::vector<std::wstring>> rows;
+    for (const std::wstring& line : ReadLines(path)) {
+        if (!line.empty() && !line.starts_with(L'#')) {
+            rows.push_back(Split(line, L'\t'));
+        }
+    }
+    return rows;
 }

@@ -10,6 +10,9 @@ std::string ToUtf8(std::wstring_view text);
 // Decodes UTF-8. Invalid bytes become replacement characters.
 std::wstring FromUtf8(std::string_view bytes);
 
+// The text in the map file's encoding: each character as the byte of its code, which must be below 256.
+std::string ByCode(std::wstring_view text);
+
 // The text in lower case, independent of the user's language. Two results are equal exactly if Windows treats
 // the two texts as the same file name.
 std::wstring LowerCase(std::wstring_view text);
@@ -20,5 +23,11 @@ std::wstring FileNameOf(std::wstring_view path);
 // The absolute path, relative to the working folder.
 std::wstring FullPath(const std::wstring& path);
 
+// The pieces of a text between separators; one more than it has separators.
+std::vector<std::wstring> Split(const std::wstring& text, wchar_t separator);
+
 // The lines of a UTF-8 file without line ends. Throws std::runtime_error if the file cannot be read.
 std::vector<std::wstring> ReadLines(const std::wstring& path);
+
+// The same, each line split at its tabs. Skips empty lines and lines that begin with "#".
+std::vector<std::vector<std::wstring>> ReadTable(const std::wstring& path);
