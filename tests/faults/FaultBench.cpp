@@ -45,20 +45,9 @@ bool IsProgressDialog(HWND window)
     return GetDlgItem(window, IDC_PROGRESS_FILE) != nullptr;
 }
 
-BOOL CALLBACK FindProgressDialog(HWND window, LPARAM found)
-{
-    if (IsProgressDialog(window)) {
-        *reinterpret_cast<bool*>(found) = true;
-        return FALSE;
-    }
-    return TRUE;
-}
-
 bool IsProgressOpen()
 {
-    bool open = false;
-    EnumThreadWindows(GetCurrentThreadId(), &FindProgressDialog, reinterpret_cast<LPARAM>(&open));
-    return open;
+    return FindWindowOfThread(&IsProgressDialog) != nullptr;
 }
 
 // An empty file if there are no configurations.
@@ -170,9 +159,7 @@ std::ptrdiff_t CountPrefix(const std::vector<std::string>& lines, const char* pr
 // Whether the file is open in any process.
 bool IsOpenElsewhere(const std::wstring& path)
 {
-    const UniqueHandle file(
-        ValidHandle(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
-    return file == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
+    return OpenAsOther(path, GENERIC_READ, 0) == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
 bool HasEverySessionEnded()
@@ -232,13 +219,11 @@ CFaultBench::CFaultBench(std::wstring folder, std::vector<ModelRow> rows)
     for (const int column : {0, 1, 2}) {
         m_table.InsertColumn(column, L"", 175);
     }
-    m_listenerBefore = SetMessageListener([this](const MessageRequest& request) { return OnBox(request); });
     Reset();
 }
 
 CFaultBench::~CFaultBench()
 {
-    SetMessageListener(m_listenerBefore);
     EmptyFolder(Mapped());
 }
 
@@ -266,7 +251,7 @@ void CFaultBench::RestoreInitialCopies() const
         } else {
             EXPECT_NE(FALSE, CopyFileW((m_initialCopies / name).c_str(), path.c_str(), FALSE));
         }
-        SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+        MakeReadOnly(path);
     }
 }
 
@@ -294,8 +279,7 @@ void CFaultBench::RunIn(const std::wstring& folder)
 
 void CFaultBench::ExpectNoMapFile()
 {
-    m_model->m_mapFileFailure =
-        expected::kMapNotWrittenLead.Current() + MapPath() + expected::kMapNotWrittenEnd.Current();
+    m_model->m_mapFileFailure = expected::MapNotWritten(MapPath());
 }
 
 void CFaultBench::ExpectNoFailure()

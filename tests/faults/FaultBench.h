@@ -125,7 +125,7 @@ private:
     std::vector<ModelRow> m_startRows;
     Copies m_startCopies;
     std::unique_ptr<CRunModel> m_model;
-    MessageListener m_listenerBefore;
+    CListenerScope m_listener{[this](const MessageRequest& request) { return OnBox(request); }};
     std::vector<std::wstring> m_shown;
     bool m_retry = true;                // answer to the message about a busy server
     std::optional<std::string> m_map;   // contents of the map file after the last run

@@ -2,14 +2,15 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,9 +24,10 @@
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/FailingFile.h"
 #include "tests/support/FileInterceptor.h"
-#include "tests/support/MappedFile.h"
+#include "tests/support/Files.h"
 #include "tests/support/TestLibrary.h"
 #include "tests/support/TextFile.h"
+#include "tests/support/WindowScopes.h"
 
 // File operations of a run fail.
 
@@ -129,10 +131,9 @@ protected:
     // Keeps a file open with this share mode.
     static Undo Hold(const std::wstring& path, DWORD access, DWORD share)
     {
-        const HANDLE file =
-            CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-        EXPECT_NE(INVALID_HANDLE_VALUE, file);
-        return [file] { CloseHandle(file); };
+        const auto file = std::make_shared<UniqueHandle>(OpenAsOther(path, access, share));
+        EXPECT_TRUE(*file);
+        return [file] { file->reset(); };
     }
 
     // Makes an operation on the file fail.
@@ -294,7 +295,7 @@ TEST_F(FileFaultTest, ReadOnlyMapFile)
     ForTheMapFile([&]() -> Undo {
         const std::wstring path = m_bench.MapPath();
         m_bench.WriteMapFile("from an earlier run");
-        SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+        MakeReadOnly(path);
         interceptor.emplace();
         return [&interceptor, path] {
             interceptor.reset();
@@ -308,7 +309,7 @@ TEST_F(FileFaultTest, AReadOnlyFileCanOnlyBeOpenedForReading)
 {
     const std::wstring path = m_library / L"read-only.txt";
     WriteBytes(path, "");
-    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+    MakeReadOnly(path);
     const CFileInterceptor interceptor;
     EXPECT_TRUE(std::ifstream(path.c_str()).is_open());
     EXPECT_FALSE(std::ofstream(path.c_str()).is_open());
@@ -401,54 +402,28 @@ private:
     std::wstring m_path;
 };
 
-// Beginnings of the first line of the progress dialog: when a row begins, and when it is recorded in a run
-// that only copies.
-constexpr Text kRowBegins{L"Kopiere: ", L"Copy: "};
-constexpr Text kRowRecorded{L"Bearbeite Datei: ", L"Current file: "};
-
 // Calls a function at a certain moment of each row, with the number of the row, from 0.
 class CRowWatcher
 {
 public:
     CRowWatcher(const Text& moment, std::function<void(std::size_t)> onRow)
-        : m_moment(moment.Current())
-        , m_onRow(std::move(onRow))
-        , m_hook(SetWindowsHookExW(WH_CALLWNDPROC, &OnCall, nullptr, GetCurrentThreadId()))
+        : m_moment(moment.Current()), m_onRow(std::move(onRow))
     {
-        s_current = this;
-    }
-    CRowWatcher(const CRowWatcher&) = delete;
-    CRowWatcher& operator=(const CRowWatcher&) = delete;
-    ~CRowWatcher()
-    {
-        UnhookWindowsHookEx(m_hook);
-        s_current = nullptr;
     }
 
 private:
-    static LRESULT CALLBACK OnCall(int code, WPARAM wParam, LPARAM lParam)
+    void OnMessage(const CWPSTRUCT& call)
     {
-        const auto& call = *reinterpret_cast<const CWPSTRUCT*>(lParam);
-        if (code == HC_ACTION && s_current != nullptr && call.message == WM_SETTEXT &&
-            GetDlgCtrlID(call.hwnd) == IDC_PROGRESS_FIRST) {
-            s_current->OnText(reinterpret_cast<const wchar_t*>(call.lParam));
-        }
-        return CallNextHookEx(nullptr, code, wParam, lParam);
-    }
-
-    void OnText(const std::wstring& text)
-    {
-        if (text.starts_with(m_moment)) {
+        if (call.message == WM_SETTEXT && GetDlgCtrlID(call.hwnd) == IDC_PROGRESS_FIRST &&
+            std::wstring_view(reinterpret_cast<const wchar_t*>(call.lParam)).starts_with(m_moment)) {
             m_onRow(m_row++);
         }
     }
 
-    inline static CRowWatcher* s_current = nullptr;
-
     const std::wstring m_moment;
     std::size_t m_row = 0;
     std::function<void(std::size_t)> m_onRow;
-    HHOOK m_hook;
+    CSentMessageHook m_hook{[this](const CWPSTRUCT& call) { OnMessage(call); }};
 };
 
 // The copy stays missing until the row is converted again.
@@ -463,7 +438,7 @@ TEST_F(FileFaultTest, CopyIsRemovedBeforeItIsMadeReadOnly)
             m_bench.Reset();
             m_bench.Rows()[gone].copyVanishes = true;
             std::optional<CRowWatcher> watcher;
-            watcher.emplace(kRowRecorded, [this, gone](std::size_t row) {
+            watcher.emplace(expected::kCurrentFile, [this, gone](std::size_t row) {
                 if (row == gone) {
                     EXPECT_NE(FALSE, DeleteFileW(m_bench.Copy(row).c_str()));
                 }
@@ -488,7 +463,7 @@ TEST_F(FileFaultTest, ShareIsRemovedDuringTheRun)
                 }
             }
             std::optional<CRowWatcher> watcher;
-            watcher.emplace(kRowBegins, [&removable, gone](std::size_t row) {
+            watcher.emplace(expected::kCopy, [&removable, gone](std::size_t row) {
                 if (row == gone) {
                     removable.Remove();
                 }
@@ -773,7 +748,7 @@ protected:
         Fill(1);
         std::optional<CMappedFile> mapped;
         std::optional<CRowWatcher> watcher;
-        watcher.emplace(kRowBegins, [&](std::size_t row) {
+        watcher.emplace(expected::kCopy, [&](std::size_t row) {
             if (row == m_failing) {
                 mapped.emplace(m_bench->MapPath());
             } else if (row == m_failing + 1) {
@@ -922,7 +897,7 @@ void MakeStale(const std::wstring& copy)
 {
     SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
     WriteBytes(copy, "old");
-    SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_READONLY);
+    MakeReadOnly(copy);
 }
 
 // Copies with other contents exist already, as if from an earlier run. The parts are empty, and so are their

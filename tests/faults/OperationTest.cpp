@@ -69,8 +69,6 @@ constexpr Text kDenied{L"Der Zugriff auf \"%s\" wurde verweigert", L"Access to \
 constexpr Text kNoDrive{L"Das Laufwerk oder Gerät von \"%s\" meldet einen Fehler",
                         L"The drive or device of \"%s\" reports an error"};
 
-constexpr Text kNoFolderEnd{L"' kann nicht angelegt werden.", L"'."};
-
 // The part of a message that describes the error.
 std::wstring ErrorText(DWORD error, const std::wstring& path)
 {
@@ -326,7 +324,7 @@ private:
             EXPECT_EQ(length, RemovePartialCopy(part, copy));
             if (existedBefore) {
                 WriteBytes(copy, before);
-                SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_READONLY);
+                MakeReadOnly(copy);
             }
         };
     }
@@ -378,7 +376,7 @@ private:
         counter.reset();
         std::vector<std::wstring> expectedTexts;
         if (fails) {
-            expectedTexts.push_back(expected::kNoFolderLead.Current() + folder + kNoFolderEnd.Current());
+            expectedTexts.push_back(expected::NoFolder(folder));
         }
         std::string differences;
         if (failed != fails || operations != 2 || recorder.TakeTexts() != expectedTexts) {

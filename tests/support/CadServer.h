@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-// The stand-in CAD server as a test uses it: a script that says how it is to answer, and the log of what it
-// was asked.
+// The stand-in CAD server: its script and its call log.
 class CCadServer
 {
 public:
@@ -17,20 +16,20 @@ public:
     CCadServer(const CCadServer&) = delete;
     CCadServer& operator=(const CCadServer&) = delete;
 
-    // The rules that the server follows from its next start on, one per line.
+    // Sets the rules for the server's next starts, one per line.
     void SetScript(const std::string& rules) const;
-    // The same, with an empty log and everything counted from the beginning.
+    // The same, with an empty log and all counters at 0.
     void StartOver(const std::string& rules) const;
 
-    // What the server was asked, a line each: fields separated by blanks, process numbers left out.
+    // The lines of the log: fields separated by blanks, without process numbers.
     [[nodiscard]] std::vector<std::string> Log() const;
-    // The lines of the log that tell of the server's starts, and behind them those that tell of its ends: a
-    // server writes its end when the next one may have started already.
+    // The lines about the server's starts, then those about its ends: the next server may start before the
+    // end is logged.
     [[nodiscard]] std::vector<std::string> Life() const;
     // Whether a line of the log contains the text.
     [[nodiscard]] bool WasAsked(const std::string& text) const;
 
-    // Waits until every process of the server that the log tells of has ended; false when one does not.
+    // Waits until every logged process of the server has ended. Returns false if one does not.
     [[nodiscard]] bool WaitForEnd() const;
 
 private:
@@ -40,9 +39,8 @@ private:
     std::wstring m_log;
 };
 
-// The registrations of the stand-in server that the tests find: versions 25 and 30, of which 30 is the
-// current one. Made before the first test and removed behind the last. Throws std::runtime_error when it
-// fails.
+// Registers the stand-in server for all tests: versions 25 and 30, of which 30 is current. Both throw
+// std::runtime_error on failure.
 void RegisterCadServer();
 void UnregisterCadServer();
 

@@ -10,22 +10,25 @@
 #include <vector>
 
 #include "cad/ProgressView.h"
-#include "framework/Language.h"
-#include "framework/MessageBox.h"
-#include "tests/support/TestScopes.h"
+#include "tests/support/AutomationNumbers.h"
 
-// Automation objects, a progress dialog and a user for tests, all in the process of the test. What happens to
-// them is written down in one log, a line an event, in the order in which it happens.
+// Automation objects and a progress dialog in the process of the test. They share one log, a line per event.
 using EventLog = std::vector<std::wstring>;
 
-// One call as the handler of a fake object sees it.
+inline EventLog operator+(EventLog events, const EventLog& more)
+{
+    events.insert(events.end(), more.begin(), more.end());
+    return events;
+}
+
+// A call, for a handler.
 struct FakeCall
 {
     const DISPPARAMS& parameters;
     VARIANT* result;
     EXCEPINFO* exception;
 
-    // An argument by its place in the member's parameter list.
+    // An argument by its index in the parameter list.
     [[nodiscard]] VARIANT& Argument(UINT index) const
     {
         return parameters.rgvarg[parameters.cArgs - 1 - index];
@@ -33,8 +36,8 @@ struct FakeCall
 };
 
 // An automation object that logs each call as "NAME MEMBER KIND TYPE=VALUE ..." with the arguments in the
-// order of the parameters, and answers as the test says: a member without a handler succeeds without a
-// result. It lives as long as the test keeps it; reference counting is only counted.
+// order of the parameters, and then calls the member's handler. A member without a handler succeeds without a
+// result. References are counted, but do not affect the object's lifetime.
 class CFakeDispatch : public IDispatch
 {
 public:
@@ -47,7 +50,7 @@ public:
 
     void On(DISPID member, Handler handler) { m_handlers[member] = std::move(handler); }
 
-    // How many references others hold.
+    // The number of references that others hold.
     [[nodiscard]] int References() const { return m_references; }
 
     // The object with a reference for the caller.
@@ -57,7 +60,7 @@ public:
         return this;
     }
 
-    // Whether it can be asked for its automation interface.
+    // Whether it has the interface IDispatch.
     bool m_hasDispatch = true;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override
@@ -87,7 +90,7 @@ public:
         if (!IsEqualIID(interfaceId, IID_NULL)) {
             return DISP_E_UNKNOWNINTERFACE;
         }
-        m_log.push_back(m_name + L" " + std::to_wstring(member) + DescribeKind(kind, *parameters) +
+        m_log.push_back(m_name + L" " + automation::NameOf(m_name, member) + DescribeKind(kind, *parameters) +
                         DescribeArguments(*parameters));
         const auto handler = m_handlers.find(member);
         if (handler == m_handlers.end()) {
@@ -142,7 +145,7 @@ private:
     int m_references = 0;
 };
 
-// What a handler answers.
+// Handlers
 inline CFakeDispatch::Handler AnswerLong(long value)
 {
     return [value](FakeCall& call) {
@@ -152,7 +155,7 @@ inline CFakeDispatch::Handler AnswerLong(long value)
     };
 }
 
-// An object, or nothing when it is null.
+// The object may be null.
 inline CFakeDispatch::Handler AnswerObject(CFakeDispatch* object)
 {
     return [object](FakeCall& call) {
@@ -196,7 +199,7 @@ inline CFakeDispatch::Handler RaiseException(const wchar_t* source, const wchar_
     };
 }
 
-// A progress dialog that logs what is asked of it. Texts are logged when a refresh brings them to the screen.
+// A progress dialog that logs its calls; texts when they are refreshed.
 class CFakeProgress : public CProgressView
 {
 public:
@@ -204,7 +207,7 @@ public:
 
     int m_overallPosition = 0;
     bool m_cancelled = false;
-    std::function<void()> m_onMessage;  // what the user does when a message is taken
+    std::function<void()> m_onMessage;  // called for each message
 
     void SetFirstText(const std::wstring& text) override { m_first = text; }
     void SetSecondText(const std::wstring& text) override { m_second = text; }
@@ -247,25 +250,4 @@ private:
     std::wstring m_first;
     std::wstring m_second;
     std::wstring m_third;
-};
-
-// A user who answers every message box as told, as long as the object lives; boxes are kept.
-class CFakeUser
-{
-public:
-    explicit CFakeUser(std::function<int()> answer)
-        : m_previous(SetMessageListener([this, answer = std::move(answer)](const MessageRequest& request) {
-            m_boxes.push_back(request);
-            return answer();
-        }))
-    {
-    }
-    CFakeUser(const CFakeUser&) = delete;
-    CFakeUser& operator=(const CFakeUser&) = delete;
-    ~CFakeUser() { SetMessageListener(m_previous); }
-
-    std::vector<MessageRequest> m_boxes;
-
-private:
-    MessageListener m_previous;
 };

@@ -9,7 +9,7 @@
 
 #include "tests/support/FakeAutomation.h"
 
-// Automation classes for the length of a test, reached by their ProgID as an installed CAD system is.
+// Automation classes that COM finds by their ProgID, like those of an installed CAD system.
 
 inline std::wstring TextOfClass(const CLSID& classId)
 {
@@ -25,9 +25,8 @@ inline CLSID NewClassId()
     return classId;
 }
 
-// A key with a default value in the registry's classes that is removed, with all below it, when the object
-// goes; RemoveLeftovers knows it by a mark. It lies among the user's own classes where COM looks at these,
-// and else among the machine's: Wine knows no others, and an elevated process does not trust the user's.
+// A key with a default value in the registry's classes, removed with its subkeys at the end of the scope. A
+// mark identifies it for RemoveLeftovers.
 class CScratchClassKey
 {
 public:
@@ -43,7 +42,8 @@ public:
     CScratchClassKey& operator=(const CScratchClassKey&) = delete;
     ~CScratchClassKey() { RegDeleteTreeW(m_root, m_top.c_str()); }
 
-    // The root below which COM finds classes; nothing when this process may write to neither.
+    // The hive in which COM finds classes: the user's, or the machine's under Wine and for an elevated
+    // process. None if this process may write to neither.
     static std::optional<HKEY> Root()
     {
         static const std::optional<HKEY> root = []() -> std::optional<HKEY> {
@@ -61,7 +61,7 @@ public:
         return root;
     }
 
-    // Removes the keys that a crashed test has left; behind them a CAD system would seem to be registered.
+    // Removes the keys of crashed tests, which would look like a registered CAD system.
     static void RemoveLeftovers()
     {
         for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
@@ -98,7 +98,7 @@ private:
     std::wstring m_top;
 };
 
-// Makes one object for every caller, or fails.
+// A class factory that returns the same object to every caller, or fails.
 class CFakeClass : public IClassFactory
 {
 public:

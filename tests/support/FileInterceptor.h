@@ -4,7 +4,7 @@
 
 #include <string>
 
-// File operations of the program. Each stands for one function of the system or the runtime library.
+// File operations of the program, each a function of the system or the runtime library.
 enum class FileCall
 {
     open,

@@ -17,14 +17,14 @@ void Send(std::vector<INPUT> inputs)
     SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
 }
 
-// SendInput counts the screen in 65536 parts; rounded up, exactly this pixel comes out.
+// SendInput divides the screen into 65536 parts; rounding up gives exactly this pixel.
 LONG PartOfScreen(LONG pixel, int metric)
 {
     const LONG pixels = GetSystemMetrics(metric);
     return (pixel * 65536 + pixels - 1) / pixels;
 }
 
-// An action of the mouse at a position of the screen, wherever the pointer was before.
+// A mouse action at a position of the screen.
 INPUT MouseInput(POINT position, DWORD action, int wheel = 0)
 {
     INPUT input{};
@@ -36,7 +36,7 @@ INPUT MouseInput(POINT position, DWORD action, int wheel = 0)
     return input;
 }
 
-// What a button does at a position, once it cannot be taken for the second half of a double click.
+// A button's action at a position, late enough not to be the second half of a double-click.
 void SendClick(POINT position, const std::vector<INPUT>& inputs)
 {
     static POINT lastPosition{};
@@ -76,8 +76,8 @@ INPUT CharacterInput(wchar_t character, DWORD flags)
     return input;
 }
 
-// Whether a pressed button has taken the press: it holds the mouse until it is released, or what is to happen
-// before that has begun, such as a message about the field that was left.
+// Whether a button has taken a press: it has captured the mouse, or something before that has happened, such
+// as a message about the field that lost the focus.
 bool HasTakenPress(HWND button)
 {
     GUITHREADINFO thread{};
@@ -128,8 +128,8 @@ void TurnWheelAt(POINT position, int notches)
 
 bool WaitUntilOnTop(HWND control, POINT position)
 {
-    // The system asks the window itself what is at the point, and a program in the middle of a call does not
-    // answer: so no long wait for it.
+    // The system asks the window what is at the point, and a program that waits for a call does not respond,
+    // so do not wait long.
     constexpr DWORD kOpening = 300;  // milliseconds
     const HWND window = GetAncestor(control, GA_ROOT);
     return WaitFor([&] { return GetAncestor(WindowFromPoint(position), GA_ROOT) == window; }, kOpening);
@@ -137,7 +137,7 @@ bool WaitUntilOnTop(HWND control, POINT position)
 
 bool PressOn(HWND button)
 {
-    constexpr DWORD kLongest = 8'000;  // milliseconds; a call that the program is in may take as long
+    constexpr DWORD kLongest = 8'000;  // milliseconds; as long as a call of the program may take
     const POINT middle = MiddleOf(button);
     WaitUntilOnTop(button, middle);
     SendClick(middle, {MouseInput(middle, MOUSEEVENTF_LEFTDOWN)});

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kLongestCell = 1024;
 
-// Memory in another process, of one structure and a text behind it.
+// Memory in another process for a structure followed by a text.
 template <class Structure>
 class CRemote
 {
@@ -28,7 +28,7 @@ public:
     CRemote& operator=(const CRemote&) = delete;
     ~CRemote() { VirtualFreeEx(m_process, m_memory, 0, MEM_RELEASE); }
 
-    // Sends the message with the structure and leaves in it what the window made of it.
+    // Sends the message with the structure and reads the structure back.
     LRESULT Send(HWND window, UINT message, WPARAM wParam, Structure& structure) const
     {
         WriteProcessMemory(m_process, m_memory, &structure, sizeof structure, nullptr);
@@ -37,7 +37,7 @@ public:
         return answer;
     }
 
-    // The place of the text in the other process.
+    // The address of the text in the other process.
     [[nodiscard]] wchar_t* TextPlace() const
     {
         return reinterpret_cast<wchar_t*>(m_memory + sizeof(Structure));

@@ -14,7 +14,7 @@ enum class Mark
     odd         // anything else
 };
 
-// One row as the list shows it.
+// A row of the list.
 struct RowOnScreen
 {
     std::wstring original;
@@ -25,20 +25,20 @@ struct RowOnScreen
     bool operator==(const RowOnScreen&) const = default;
 };
 
-// For the messages of failed comparisons.
+// For failure messages.
 std::ostream& operator<<(std::ostream& out, const RowOnScreen& row);
 
 // A list control of another process, read through memory in that process.
 class CListOnScreen
 {
 public:
-    // The handle must allow work with the memory of the list's process.
+    // The handle must have the rights to read and write the memory of the list's process.
     CListOnScreen(HWND list, HANDLE process) : m_list(list), m_process(process) {}
 
     [[nodiscard]] std::vector<RowOnScreen> Rows() const;
     // The rows that are selected, from 0.
     [[nodiscard]] std::vector<int> Selection() const;
-    // The row that has the focus, -1 when there is none.
+    // The focused row; -1 if there is none.
     [[nodiscard]] int FocusedRow() const;
     // The headers of the columns.
     [[nodiscard]] std::vector<std::wstring> Headers() const;
@@ -46,26 +46,25 @@ public:
     // The columns from left to right.
     [[nodiscard]] std::vector<int> ColumnOrder() const;
 
-    // Selects a row or takes its selection back, without the mouse; -1 stands for all rows.
+    // Selects or deselects a row (-1: all rows) without the mouse.
     void Select(int row, bool selected) const;
 
-    // Where on the screen to click on a cell. This and the next are told once no other window covers the
-    // place.
+    // Where on the screen to click on a cell. This and the next wait until no other window covers the place.
     [[nodiscard]] POINT CellPosition(int row, int column) const;
-    // Where to take hold of a column, and of the divider at its right end.
+    // Where to drag a column's header, and the divider at its right end.
     [[nodiscard]] POINT HeaderPosition(int column) const;
     [[nodiscard]] POINT DividerPosition(int column) const;
-    // Below the last row in the middle of a column; the rows must leave room.
+    // Below the last row in the middle of a column; the rows must not fill the list.
     [[nodiscard]] POINT PositionBelowRows(int column) const;
 
-    // A cell, and the area that the list shows its rows and headers in, on the screen.
+    // A cell, and the list's client area, on the screen.
     [[nodiscard]] RECT CellRect(int row, int column) const;
     [[nodiscard]] RECT ClientRect() const;
 
-    // Under Wine only headers that look like buttons can be dragged, on Windows all can: makes them look so.
+    // Gives the headers the button style: under Wine only those can be dragged, on Windows all.
     void MakeHeaderDraggable() const;
 
-    // The editor of a cell; null when none is open.
+    // The editor of a cell; null if none is open.
     [[nodiscard]] HWND Editor() const;
 
 private:

@@ -46,7 +46,8 @@ void CMenuOnScreen::Choose(Item item) const
 
 void CMenuOnScreen::ClickOn(Item item) const
 {
-    // Four texts and two separators, which are half as high: the middle of an item in tenths of the height.
+    // Four texts and two separators of half their height: the middle of an item in tenths of the menu's
+    // height.
     constexpr int kMiddles[] = {1, 4, 7, 9};
     RECT place{};
     GetWindowRect(m_window, &place);

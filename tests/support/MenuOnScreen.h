@@ -4,12 +4,12 @@
 
 #include <string>
 
-// An open popup menu of another process. Its items cannot be asked for from outside under Wine; they are
-// chosen by their key or by their place.
+// An open popup menu of another process. Under Wine, its items cannot be read from outside; they are chosen
+// by key or position.
 class CMenuOnScreen
 {
 public:
-    // The items of a column's menu by their place: the title and, between separators, the commands.
+    // The positions of the items in a column's menu: the title and, between separators, the commands.
     enum class Item
     {
         title,
@@ -21,22 +21,22 @@ public:
     // Whether the process has a menu open.
     static bool IsOpen(DWORD process);
 
-    // Waits for a menu; throws CNotOnScreen when none comes.
+    // Waits for a menu; throws CNotOnScreen if none opens.
     static CMenuOnScreen WaitForOne(DWORD process);
 
-    // Chooses the item of a caption by its underlined letter.
+    // Chooses the item with a caption by its underlined letter.
     void ChooseByKey(const std::wstring& caption) const;
     // Chooses an item of a column's menu with the mouse.
     void Choose(Item item) const;
-    // Clicks on an item of a column's menu, whatever comes of it.
+    // Clicks on an item of a column's menu, which may be disabled.
     void ClickOn(Item item) const;
-    // Leaves the menu by the Escape key.
+    // Closes the menu by the Escape key.
     void Dismiss() const;
 
 private:
     CMenuOnScreen(HWND window, DWORD process) : m_window(window), m_process(process) {}
 
-    // Waits until the menu has gone; throws CNotOnScreen when it stays.
+    // Waits until the menu is closed; throws CNotOnScreen if it stays open.
     void WaitForEnd() const;
 
     HWND m_window;

@@ -10,7 +10,7 @@
 
 namespace {
 
-// The text of a message box stands in a static with this number.
+// The static control with the text of a message box.
 constexpr int kTextId = 0xFFFF;
 
 bool IsMessageText(HWND control)
@@ -52,7 +52,7 @@ std::optional<CMessageBoxOnScreen> CMessageBoxOnScreen::Find(DWORD process)
 
 CMessageBoxOnScreen CMessageBoxOnScreen::WaitForOne(DWORD process)
 {
-    // A box is shown a moment before it is given the focus; what is clicked in between can get lost.
+    // A box gets the focus shortly after it is shown; a click in between may be lost.
     std::optional<CMessageBoxOnScreen> box;
     const auto ready = [&] {
         box = Find(process);
@@ -114,8 +114,7 @@ void CMessageBoxOnScreen::Answer(int button) const
     WaitForEnd();
 }
 
-// Under Wine a box may come to lie below the dialog that it belongs to, where no click reaches it. True when
-// it had to be raised.
+// Under Wine a box may be below its owner, where no click reaches it. Returns true if it had to be raised.
 bool CMessageBoxOnScreen::BringToFront(HWND item) const
 {
     if (WaitUntilOnTop(item, MiddleOf(item)) ||
@@ -126,7 +125,7 @@ bool CMessageBoxOnScreen::BringToFront(HWND item) const
     return true;
 }
 
-// Under Wine a box that the window manager has just taken over may come to miss the mouse for good.
+// Under Wine a box may never get mouse input if it is clicked while the window manager takes it over.
 void CMessageBoxOnScreen::AnswerByKey(HWND item) const
 {
     constexpr int kMostButtons = 4;

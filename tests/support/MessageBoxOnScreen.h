@@ -6,34 +6,33 @@
 #include <string>
 #include <vector>
 
-// An open message box of another process. Its icon cannot be asked for from outside under Wine; the
-// in-process tests look at it instead.
+// An open message box of another process. Under Wine its icon cannot be read from outside; the in-process
+// tests check it.
 class CMessageBoxOnScreen
 {
 public:
     // The topmost message box of the process, if any.
     static std::optional<CMessageBoxOnScreen> Find(DWORD process);
 
-    // Waits for a message box; throws CNotOnScreen when none comes.
+    // Waits for a message box; throws CNotOnScreen if none opens.
     static CMessageBoxOnScreen WaitForOne(DWORD process);
 
-    // Waits for one with this text, wherever the focus is; throws CNotOnScreen when none or another one
-    // comes.
+    // Waits for one with this text, which need not have the focus; throws CNotOnScreen if none or another
+    // opens.
     static CMessageBoxOnScreen WaitForText(DWORD process, const std::wstring& text);
 
     [[nodiscard]] std::wstring Text() const;
     // The box's title.
     [[nodiscard]] std::wstring Title() const;
-    // The numbers of the buttons, from left to right.
+    // The ids of the buttons, from left to right.
     [[nodiscard]] std::vector<int> Buttons() const;
 
-    // Clicks the button with the mouse and waits until the box has gone; throws CNotOnScreen when it stays.
-    // Once (MayRepeat) a box that another window covers may be raised, or a press that is lost be repeated by
-    // the keyboard.
+    // Clicks the button and waits until the box closes; throws CNotOnScreen if it stays open. Once
+    // (MayRepeat), a covered box may be raised, or a lost press repeated by the keyboard.
     void Answer(int button) const;
-    // The same without the mouse, and without the box having to come to the front.
+    // The same without the mouse; the box need not be in front.
     void Press(int button) const;
-    // Waits until the box has gone; throws CNotOnScreen when it stays.
+    // Waits until the box closes; throws CNotOnScreen if it stays open.
     void WaitForEnd() const;
 
 private:

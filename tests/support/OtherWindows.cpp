@@ -44,7 +44,7 @@ std::wstring PlaceOf(HWND window)
            std::to_wstring(place.right) + L"," + std::to_wstring(place.bottom);
 }
 
-// Which windows of the thread that made the window have keyboard and mouse, and where the mouse is.
+// The windows of the window's thread that have keyboard and mouse input, and the mouse position.
 std::wstring DescribeInput(HWND window)
 {
     GUITHREADINFO info{};
@@ -61,7 +61,7 @@ std::wstring DescribeInput(HWND window)
            name(WindowFromPoint(mouse)) + L"\n";
 }
 
-// Whether the program goes on.
+// Whether the program responds.
 std::wstring StateOf(DWORD process)
 {
     const UniqueHandle handle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));

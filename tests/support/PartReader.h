@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// What the BOM of one configuration of a part shows.
+// How the BOM names one configuration of a part.
 struct BomEntry
 {
     std::wstring configuration;
@@ -14,12 +14,12 @@ struct BomEntry
     bool operator==(const BomEntry&) const = default;
 };
 
-// A part file taken apart, without any code of the program that wrote it.
+// The contents of a part file, read without any code of the program that wrote it.
 struct PartContents
 {
     std::vector<BomEntry> bomEntries;                  // in the order of the configurations
     std::map<std::wstring, std::string> otherStreams;  // everything else in the file, by name
 };
 
-// Reads a part file. Throws std::runtime_error when it cannot be read or does not hold together.
+// Reads a part file. Throws std::runtime_error if it cannot be read or is inconsistent.
 PartContents ReadPart(const std::wstring& path);

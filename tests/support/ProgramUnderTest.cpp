@@ -71,7 +71,7 @@ bool CProgramUnderTest::IsAtRest() const
     if (!looksSo()) {
         return false;
     }
-    // The window is enabled for a moment while a progress dialog goes, in which the program answers nobody.
+    // The window is enabled briefly while a progress dialog closes, but the program does not respond then.
     Ask(MainWindow(), WM_NULL);
     return looksSo();
 }
@@ -124,7 +124,7 @@ void CProgramUnderTest::WaitForFocus(int id) const
 {
     const HWND control = Control(id);
     const HWND window = GetAncestor(control, GA_ROOT);
-    // The control may have its dialog's focus long before the dialog is the one that gets the keys.
+    // The control may have its dialog's focus long before the dialog gets keyboard input.
     if (!WaitFor([&] { return GetForegroundWindow() == window && FocusOf(control) == control; })) {
         throw CNotOnScreen(L"the focus in control " + std::to_wstring(id), m_processId);
     }

@@ -8,13 +8,13 @@
 #include "tests/support/ListOnScreen.h"
 #include "tests/support/MessageBoxOnScreen.h"
 
-// talvenor.exe, started as a person starts it, and seen from outside. The process ends with the object,
-// whatever state it is in. Functions that wait for something throw CNotOnScreen when it does not come.
+// talvenor.exe, operated from outside. The process ends with the object. Functions that wait for something
+// throw CNotOnScreen if it does not appear.
 class CProgramUnderTest
 {
 public:
-    // Starts the program beside the tests' own executable, in a working folder (empty: the program's own).
-    // Another program than the one in the tests' language is named by its file.
+    // Starts a program in the tests' folder, by default that in the tests' language, with a working folder
+    // (empty: the program's folder).
     explicit CProgramUnderTest(const std::wstring& workingFolder = {}, const std::wstring& program = {});
     ~CProgramUnderTest();
     CProgramUnderTest(const CProgramUnderTest&) = delete;
@@ -30,18 +30,18 @@ public:
     [[nodiscard]] std::wstring ControlText(int id) const;
     [[nodiscard]] CListOnScreen List() const;
 
-    // The progress dialog of a run, null when there is none.
+    // The progress dialog of a run, null if there is none.
     [[nodiscard]] HWND ProgressDialog() const;
-    // Whether the main dialog takes input and nothing else of the program is on the screen.
+    // Whether the main dialog accepts input and no other window of the program is on screen.
     [[nodiscard]] bool IsAtRest() const;
 
     // Clicks a control of the main dialog with the mouse.
     void Click(int id) const;
-    // Presses a button of the main dialog without the mouse: the program acts when it gets to it.
+    // Posts a press of a button of the main dialog.
     void Press(int id) const;
-    // Gives the focus to an edit of the main dialog by a click.
+    // Focuses an edit of the main dialog by a click.
     void Focus(int id) const;
-    // Gives the focus to a control by Alt and the underlined letter of its label, which stands before it.
+    // Focuses a control by Alt and the underlined letter of the label before it.
     void FocusByKey(int id) const;
     // Presses a button by Alt and its underlined letter.
     void PressByKey(int id) const;
@@ -51,7 +51,7 @@ public:
     void WaitForText(int id, const std::wstring& text) const;
     // Waits until a control of the main dialog has the focus.
     void WaitForFocus(int id) const;
-    // Waits until the main dialog is the window that the keyboard writes into.
+    // Waits until the main dialog gets keyboard input.
     void WaitForKeyboard() const;
     // Waits until IsAtRest.
     void WaitForRest() const;
@@ -59,7 +59,7 @@ public:
     // Waits until the process has ended and returns its exit status.
     [[nodiscard]] DWORD WaitForEnd() const;
 
-    // A dialog of the program that has a control with this number; null when there is none.
+    // A dialog of the program that has a control with this number; null if there is none.
     [[nodiscard]] HWND DialogWith(int controlId) const;
 
 private:

@@ -2,8 +2,7 @@
 
 #include <string>
 
-// Whether an attempt that came to nothing may be made once more: under Wine, which can lose a press, a double
-// click or a start, but not on Windows. Noted in the output and in the report of the test at hand, so that
-// the results of a run tell how often it happened. For one repeat of one attempt; a second failure is the
-// test's.
+// Whether a failed attempt may be repeated once: under Wine, which can lose a press, a double-click or a
+// start, but not on Windows. Recorded in the output and in the test's report, so that the results of a run
+// show how often it happened.
 [[nodiscard]] bool MayRepeat(const std::string& attempt);

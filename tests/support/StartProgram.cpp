@@ -7,7 +7,7 @@
 
 namespace {
 
-// The error of the system; ERROR_SUCCESS when the program was started.
+// Returns the system's error code.
 DWORD Start(std::wstring commandLine, const std::wstring& folder, StartedProgram& program)
 {
     STARTUPINFOW startup{};

@@ -13,5 +13,5 @@ struct StartedProgram
 };
 
 // Starts a program in a folder (empty: this program's own). Throws std::runtime_error with the system's error
-// code. Wine now and then loses a process while it starts it; such a start may be repeated once (MayRepeat).
+// code. Wine sometimes loses a starting process; the start may then be repeated once (MayRepeat).
 [[nodiscard]] StartedProgram StartProgram(const std::wstring& commandLine, const std::wstring& folder = {});

@@ -3,11 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "framework/Handles.h"
-#include "tests/support/TestScopes.h"
+#include "tests/support/Files.h"
 
-// A standard-parts folder of a test's own. Blanks and an umlaut in its name, as users have them, unless the
-// test gives another name.
+// A temporary standard-parts folder. By default its name contains blanks and an umlaut, as users' folders do.
 class CTestLibrary
 {
 public:
@@ -21,12 +19,12 @@ public:
 
     // Adds a standard part with these configurations.
     void AddPart(const std::wstring& name, const std::vector<std::wstring>& configurations) const;
-    // Makes the Mapped folder with a map file of these bytes.
+    // Creates the Mapped folder with a map file.
     void WriteMapFile(const std::string& bytes) const;
     [[nodiscard]] std::string MapFileBytes() const { return ReadBytes(MapPath()); }
-    // Takes the Mapped folder away with all that is in it.
+    // Removes the Mapped folder with its contents.
     void RemoveMapped() const;
-    // The four lines that every map file of this library starts with, as bytes.
+    // The four lines at the beginning of this library's map files.
     [[nodiscard]] std::string MapHeader() const;
     // The program's question before it overwrites this library's map file.
     [[nodiscard]] std::wstring OverwriteQuestion() const;
@@ -35,16 +33,3 @@ private:
     CTempFolder m_temp;
     std::wstring m_path;
 };
-
-// The names in a folder, in order; none when there is no folder.
-std::vector<std::wstring> NamesIn(const std::wstring& folder);
-
-// Whether something is at the path.
-bool PathExists(const std::wstring& path);
-
-// Whether the file at the path is there and read-only.
-bool IsReadOnly(const std::wstring& path);
-
-// Keeps every other program from opening the file, which is made when it is missing, until the handle is
-// closed.
-UniqueHandle LockFile(const std::wstring& path);

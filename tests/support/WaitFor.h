@@ -2,12 +2,11 @@
 
 #include <windows.h>
 
-// How long the tests wait for what must come, in milliseconds. Plenty: it only passes in full when a test
-// fails.
+// How long tests wait for what must happen, in milliseconds. Long, as only failing tests wait for all of it.
 inline constexpr DWORD kPatience = 30'000;
 
-// Asks until the answer is not false, null or empty (whatever `if` takes for no), at most for `patience`
-// milliseconds, with so many of them in between, and returns the last answer.
+// Calls a function until its result converts to true, for at most `patience` milliseconds, with pauses of
+// `pause` milliseconds. Returns the last result.
 template <class Ask>
 auto WaitFor(Ask ask, DWORD patience = kPatience, DWORD pause = 10) -> decltype(ask())
 {

@@ -5,6 +5,7 @@
 #include <commctrl.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <map>
 #include <string>
@@ -15,7 +16,7 @@
 #include "framework/WinApp.h"
 #include "framework/Wnd.h"
 
-// Windows, resources and settings for the length of a test.
+// Windows, resources and settings until the end of a scope.
 
 inline constexpr wchar_t kGermanLibrary[] = L"talvresgerx64.dll";
 inline constexpr wchar_t kEnglishLibrary[] = L"talvresusx64.dll";
@@ -24,7 +25,7 @@ inline constexpr wchar_t kEnglishLibrary[] = L"talvresusx64.dll";
 template <class GdiHandle>
 using UniqueGdiObject = UniqueOwner<GdiHandle, ::DeleteObject>;
 
-// A file of the working folder, loaded as data: nothing in it runs.
+// Loads a file of the working folder as data; no code in it runs.
 inline UniqueModule LoadAsData(const std::wstring& name)
 {
     std::wstring path(MAX_PATH, L'\0');
@@ -33,7 +34,7 @@ inline UniqueModule LoadAsData(const std::wstring& name)
         ::LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
 }
 
-// Takes the program's resources from a library of the working folder until the end of the scope.
+// Loads the program's resources from a library of the working folder until the end of the scope.
 class CResourceScope
 {
 public:
@@ -55,7 +56,7 @@ private:
 };
 
 // An empty HKEY_CURRENT_USER for the process until the end of the scope. On Windows, closing the predefined
-// handle, as the settings store does, may end the redirection: Redirect puts it in place again.
+// handle, as the settings store does, may end the redirection; Redirect restores it.
 class CUserSettingsScope
 {
 public:
@@ -82,10 +83,10 @@ public:
         EXPECT_EQ(::RegOverridePredefKey(HKEY_CURRENT_USER, m_key.get()), ERROR_SUCCESS);
     }
 
-    void SetTemplate(int column, const std::wstring& text) const
+    void SetTemplate(int column, const std::wstring& text, DWORD type = REG_SZ) const
     {
         const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-        EXPECT_EQ(::RegSetKeyValueW(m_key.get(), kKey, ValueName(column).c_str(), REG_SZ, text.c_str(), size),
+        EXPECT_EQ(::RegSetKeyValueW(m_key.get(), kKey, ValueName(column).c_str(), type, text.c_str(), size),
                   ERROR_SUCCESS);
     }
     void SetTemplateNumber(int column, DWORD number) const
@@ -99,7 +100,7 @@ public:
         EXPECT_EQ(::RegDeleteKeyValueW(m_key.get(), kKey, ValueName(column).c_str()), ERROR_SUCCESS);
     }
 
-    // The stored template; "(none)" when there is none of type REG_SZ.
+    // The stored template; "(none)" if there is none of type REG_SZ.
     [[nodiscard]] std::wstring Template(int column) const
     {
         std::wstring text(256, L'\0');
@@ -121,7 +122,7 @@ private:
     UniqueKey m_key;
 };
 
-// A window of a class that does nothing of its own, destroyed with the object. A test may name the class.
+// A window with default handling only, destroyed with the object.
 class CPlainWindow : public CWnd
 {
 public:
@@ -135,7 +136,7 @@ public:
     }
     ~CPlainWindow() override { CWnd::DestroyWindow(); }
 
-    // A child control of a standard class. It goes with the window.
+    // Adds a child control of a standard class, which is destroyed with the window.
     HWND AddControl(const wchar_t* controlClass, int id, DWORD style = 0, RECT place = {0, 0, 200, 100}) const
     {
         return ::CreateWindowExW(0, controlClass, L"", WS_CHILD | WS_VISIBLE | style, place.left, place.top,
@@ -145,7 +146,7 @@ public:
     }
 
 private:
-    // Once for the process: a second time it fails, and nothing is lost.
+    // Fails harmlessly if the class is registered already.
     static void Register(const wchar_t* name)
     {
         WNDCLASSW windowClass{};
@@ -256,3 +257,65 @@ inline void DrainMessages()
         CWinApp::PumpPendingMessage();
     }
 }
+
+inline std::wstring ClassNameOf(HWND window)
+{
+    std::array<wchar_t, 64> name{};
+    ::GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return name.data();
+}
+
+inline bool IsOfClass(HWND window, const wchar_t* windowClass)
+{
+    return ::lstrcmpiW(ClassNameOf(window).c_str(), windowClass) == 0;
+}
+
+// The first top-level window of this thread, from the top, that meets a condition; null if none does.
+inline HWND FindWindowOfThread(const std::function<bool(HWND)>& condition)
+{
+    std::pair search{condition, HWND{}};
+    ::EnumThreadWindows(
+        ::GetCurrentThreadId(),
+        [](HWND window, LPARAM place) -> BOOL {
+            auto& [meets, found] = *reinterpret_cast<decltype(search)*>(place);
+            found = meets(window) ? window : nullptr;
+            return found == nullptr ? TRUE : FALSE;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.second;
+}
+
+// Calls a function with each message that is sent to a window of this thread, before the window gets it,
+// until the end of the scope. One at a time.
+class CSentMessageHook
+{
+public:
+    explicit CSentMessageHook(std::function<void(const CWPSTRUCT&)> onMessage)
+        : m_onMessage(std::move(onMessage))
+        , m_hook(::SetWindowsHookExW(WH_CALLWNDPROC, &OnSent, nullptr, ::GetCurrentThreadId()))
+    {
+        s_current = this;
+        EXPECT_NE(m_hook, nullptr);
+    }
+    ~CSentMessageHook()
+    {
+        ::UnhookWindowsHookEx(m_hook);
+        s_current = nullptr;
+    }
+    CSentMessageHook(const CSentMessageHook&) = delete;
+    CSentMessageHook& operator=(const CSentMessageHook&) = delete;
+
+private:
+    static LRESULT CALLBACK OnSent(int code, WPARAM wParam, LPARAM lParam)
+    {
+        if (code == HC_ACTION && s_current != nullptr) {
+            s_current->m_onMessage(*reinterpret_cast<const CWPSTRUCT*>(lParam));
+        }
+        return ::CallNextHookEx(nullptr, code, wParam, lParam);
+    }
+
+    inline static CSentMessageHook* s_current = nullptr;
+
+    const std::function<void(const CWPSTRUCT&)> m_onMessage;
+    const HHOOK m_hook;
+};

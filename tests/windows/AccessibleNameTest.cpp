@@ -11,7 +11,7 @@
 #include "framework/ComPointers.h"
 #include "tests/windows/ConvListScopes.h"
 
-// The names that screen readers say.
+// Names for screen readers.
 
 _COM_SMARTPTR_TYPEDEF(IAccessible, IID_IAccessible);
 _COM_SMARTPTR_TYPEDEF(IAccPropServices, IID_IAccPropServices);
@@ -56,7 +56,7 @@ TEST_F(AccessibleName, IsWhatWasSetUntilItIsCleared)
     EXPECT_EQ(AccessibleNameOf(edit), L"");
 }
 
-TEST_F(AccessibleName, OfACellEditorTellsColumnAndPart)
+TEST_F(AccessibleName, OfACellEditorIsColumnAndPart)
 {
     CListWindow window;
     LVCOLUMNW header{};

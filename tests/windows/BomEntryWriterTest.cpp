@@ -6,20 +6,66 @@
 #include <deque>
 
 #include "framework/OleException.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/FakeAutomation.h"
+#include "tests/support/TestScopes.h"
 
 namespace {
 
-constexpr DISPID kClose = 7;
-constexpr DISPID kVisibility = 24;
-constexpr DISPID kOpen = 99;
-constexpr DISPID kCount = 65971;
-constexpr DISPID kNames = 65972;
-constexpr DISPID kSave = 66019;
-constexpr DISPID kConfiguration = 66048;
-constexpr DISPID kPutName = 5;
+using namespace automation;
 
 const std::wstring kPath = L"C:\\lib\\Mapped\\a.sldprt";
+
+// The events of one file
+
+EventLog Opening(const std::wstring& path = kPath, const std::wstring& type = L"1")
+{
+    return {
+        L"application SetDocumentVisibility method BOOL=0 I4=" + type,
+        L"application OpenDocument method BSTR=" + path + L" I4=" + type + L" BOOL=0 BOOL=0 BOOL=-1 &I4=0"};
+}
+
+const EventLog kReadingNames{L"document GetConfigurationCount method",
+                             L"document GetConfigurationNames method", L"read overall bar"};
+
+EventLog Bars(int file, int overall)
+{
+    return {L"file bar " + std::to_wstring(file), L"overall bar " + std::to_wstring(overall)};
+}
+
+// A refresh of the progress dialog
+std::wstring Screen(const std::wstring& configuration, const std::wstring& bomName)
+{
+    return L"screen [][" + expected::kCurrentConfiguration.Current() + configuration + L"][" +
+           expected::kNewBomEntry.Current() + bomName + L"]";
+}
+std::wstring SavingScreen()
+{
+    return L"screen [][" + expected::kSavingFile.Current() + L"][]";
+}
+
+// Up to the request for the configuration
+EventLog Showing(const std::wstring& name)
+{
+    return {Screen(name, L"Norm 4017 - " + name), L"document GetConfiguration method BSTR=" + name};
+}
+
+EventLog Writing(const std::wstring& name)
+{
+    return {L"configuration " + name + L" UseAlternativeBomName put BOOL=-1",
+            L"configuration " + name + L" AlternativeBomName put BSTR=Norm 4017 - " + name, L"message"};
+}
+
+EventLog Saving()
+{
+    return {L"disable cancel", SavingScreen(), L"document Save method BOOL=-1"};
+}
+
+EventLog Closing(const std::wstring& path = kPath, const std::wstring& type = L"1")
+{
+    return {L"application CloseDocument method BSTR=" + path, L"enable cancel",
+            L"application SetDocumentVisibility method BOOL=-1 I4=" + type};
+}
 
 // A CAD system with one document. Unless a test says otherwise, opening succeeds with code 0 and the document
 // has one configuration, "Default".
@@ -30,7 +76,7 @@ protected:
     {
         m_application.AttachDispatch(m_applicationObject.Reference());
         OpenAnswers(&m_document, 0);
-        m_document.On(kConfiguration, [this](FakeCall& call) {
+        m_document.On(kGetConfiguration, [this](FakeCall& call) {
             return AnswerObject(Configuration(call.Argument(0).bstrVal))(call);
         });
         m_document.On(kSave, AnswerLong(0));
@@ -48,7 +94,7 @@ protected:
 
     void OpenAnswers(CFakeDispatch* document, long code)
     {
-        m_applicationObject.On(kOpen, [document, code](FakeCall& call) {
+        m_applicationObject.On(kOpenDocument, [document, code](FakeCall& call) {
             *call.Argument(5).plVal = code;
             return AnswerObject(document)(call);
         });
@@ -56,11 +102,11 @@ protected:
 
     void HasConfigurations(const std::vector<std::wstring>& names)
     {
-        m_document.On(kCount, AnswerLong(static_cast<long>(names.size())));
-        m_document.On(kNames, AnswerStrings(names));
+        m_document.On(kGetConfigurationCount, AnswerLong(static_cast<long>(names.size())));
+        m_document.On(kGetConfigurationNames, AnswerStrings(names));
     }
 
-    // The configuration of a name, made at its first use; null for the name that the document lacks.
+    // The configuration of this name, created at its first use; null for the missing one.
     CFakeDispatch* Configuration(const std::wstring& name)
     {
         if (name == m_missingConfiguration) {
@@ -75,7 +121,7 @@ protected:
             .Run();
     }
 
-    // The logged lines that begin so.
+    // The lines with this beginning.
     [[nodiscard]] EventLog Lines(const std::wstring& beginning) const
     {
         EventLog lines;
@@ -99,29 +145,8 @@ protected:
 TEST_F(BomEntryWriterTest, WritesAPartWithOneConfiguration)
 {
     EXPECT_EQ(Write(), 1);
-    EXPECT_EQ(m_log,
-              (EventLog{
-                  L"application 24 method BOOL=0 I4=1",
-                  L"application 99 method BSTR=C:\\lib\\Mapped\\a.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 &I4=0",
-                  L"document 65971 method",
-                  L"document 65972 method",
-                  L"read overall bar",
-                  L"file bar 0",
-                  L"overall bar 0",
-                  L"screen [][Current Configuration:  Default][Set new BOM entry:  Norm 4017 - Default]",
-                  L"document 66048 method BSTR=Default",
-                  L"configuration Default 6 put BOOL=-1",
-                  L"configuration Default 5 put BSTR=Norm 4017 - Default",
-                  L"message",
-                  L"file bar 100",
-                  L"overall bar 50",
-                  L"disable cancel",
-                  L"screen [][Saving file...][]",
-                  L"document 66019 method BOOL=-1",
-                  L"application 7 method BSTR=C:\\lib\\Mapped\\a.sldprt",
-                  L"enable cancel",
-                  L"application 24 method BOOL=-1 I4=1",
-              }));
+    EXPECT_EQ(m_log, Opening() + kReadingNames + Bars(0, 0) + Showing(L"Default") + Writing(L"Default") +
+                         Bars(100, 50) + Saving() + Closing());
 }
 
 TEST_F(BomEntryWriterTest, WritesEveryConfigurationInTheOrderGiven)
@@ -129,64 +154,19 @@ TEST_F(BomEntryWriterTest, WritesEveryConfigurationInTheOrderGiven)
     HasConfigurations({L"b", L"a", L"ü / @"});
     m_progress.m_overallPosition = 33;
     EXPECT_EQ(Write(kPath, 100.0F / 3.0F, 2), 3);
-    EXPECT_EQ(m_log,
-              (EventLog{
-                  L"application 24 method BOOL=0 I4=1",
-                  L"application 99 method BSTR=C:\\lib\\Mapped\\a.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 &I4=0",
-                  L"document 65971 method",
-                  L"document 65972 method",
-                  L"read overall bar",
-                  L"file bar 0",
-                  L"overall bar 33",
-                  L"screen [][Current Configuration:  b][Set new BOM entry:  Norm 4017 - b]",
-                  L"document 66048 method BSTR=b",
-                  L"configuration b 6 put BOOL=-1",
-                  L"configuration b 5 put BSTR=Norm 4017 - b",
-                  L"message",
-                  L"file bar 33",
-                  L"overall bar 44",
-                  L"screen [][Current Configuration:  a][Set new BOM entry:  Norm 4017 - a]",
-                  L"document 66048 method BSTR=a",
-                  L"configuration a 6 put BOOL=-1",
-                  L"configuration a 5 put BSTR=Norm 4017 - a",
-                  L"message",
-                  L"file bar 66",
-                  L"overall bar 55",
-                  L"screen [][Current Configuration:  ü / @][Set new BOM entry:  Norm 4017 - ü / @]",
-                  L"document 66048 method BSTR=ü / @",
-                  L"configuration ü / @ 6 put BOOL=-1",
-                  L"configuration ü / @ 5 put BSTR=Norm 4017 - ü / @",
-                  L"message",
-                  L"file bar 100",
-                  L"overall bar 66",
-                  L"disable cancel",
-                  L"screen [][Saving file...][]",
-                  L"document 66019 method BOOL=-1",
-                  L"application 7 method BSTR=C:\\lib\\Mapped\\a.sldprt",
-                  L"enable cancel",
-                  L"application 24 method BOOL=-1 I4=1",
-              }));
+    EXPECT_EQ(m_log, Opening() + kReadingNames + Bars(0, 33) + Showing(L"b") + Writing(L"b") + Bars(33, 44) +
+                         Showing(L"a") + Writing(L"a") + Bars(66, 55) + Showing(L"ü / @") +
+                         Writing(L"ü / @") + Bars(100, 66) + Saving() + Closing());
 }
 
 TEST_F(BomEntryWriterTest, NothingIsSavedWithoutConfigurationsButTheDocumentIsClosed)
 {
     for (const long count : {0L, -3L}) {
         m_log.clear();
-        m_document.On(kCount, AnswerLong(count));
-        m_document.On(kNames, AnswerStrings({L"Default"}));
+        m_document.On(kGetConfigurationCount, AnswerLong(count));
+        m_document.On(kGetConfigurationNames, AnswerStrings({L"Default"}));
         EXPECT_EQ(Write(), count);
-        EXPECT_EQ(
-            m_log,
-            (EventLog{
-                L"application 24 method BOOL=0 I4=1",
-                L"application 99 method BSTR=C:\\lib\\Mapped\\a.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 &I4=0",
-                L"document 65971 method",
-                L"document 65972 method",
-                L"read overall bar",
-                L"application 7 method BSTR=C:\\lib\\Mapped\\a.sldprt",
-                L"enable cancel",
-                L"application 24 method BOOL=-1 I4=1",
-            }));
+        EXPECT_EQ(m_log, Opening() + kReadingNames + Closing());
     }
 }
 
@@ -194,11 +174,7 @@ TEST_F(BomEntryWriterTest, ShowsItsTextsInGerman)
 {
     const CLanguageScope german(1);
     EXPECT_EQ(Write(), 1);
-    EXPECT_EQ(
-        Lines(L"screen"),
-        (EventLog{
-            L"screen [][Aktuelle Konfiguration:  Default][Setze neuen Stückl.-Eintrag:  Norm 4017 - Default]",
-            L"screen [][Schreibe Datei...][]"}));
+    EXPECT_EQ(Lines(L"screen"), (EventLog{Screen(L"Default", L"Norm 4017 - Default"), SavingScreen()}));
 }
 
 // The type that the visibility and open calls get for a path.
@@ -223,23 +199,15 @@ TEST_F(BomEntryWriterTest, TheTypeFollowsTheTextAfterTheLastDot)
                                                             {L"C:\\lib.1\\sldasm", 1}}) {
         m_log.clear();
         Write(path);
-        const std::wstring typeText = std::to_wstring(type);
-        EXPECT_EQ(Lines(L"application"), (EventLog{
-                                             L"application 24 method BOOL=0 I4=" + typeText,
-                                             L"application 99 method BSTR=" + std::wstring(path) + L" I4=" +
-                                                 typeText + L" BOOL=0 BOOL=0 BOOL=-1 &I4=0",
-                                             L"application 7 method BSTR=" + std::wstring(path),
-                                             L"application 24 method BOOL=-1 I4=" + typeText,
-                                         }));
+        EventLog calls = Opening(path, std::to_wstring(type)) + Closing(path, std::to_wstring(type));
+        std::erase(calls, L"enable cancel");
+        EXPECT_EQ(Lines(L"application"), calls);
     }
 }
 
 TEST_F(BomEntryWriterTest, ADocumentThatDoesNotOpenEndsItWithVisibilityOff)
 {
-    const EventLog expected{
-        L"application 24 method BOOL=0 I4=1",
-        L"application 99 method BSTR=C:\\lib\\Mapped\\a.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 &I4=0",
-    };
+    const EventLog expected = Opening();
     for (const long code : {0L, 1L, 128L, -1L}) {
         m_log.clear();
         OpenAnswers(nullptr, code);
@@ -269,10 +237,10 @@ TEST_F(BomEntryWriterTest, Method17IsCalledWhenTheCodeHasBit128)
         m_log.clear();
         OpenAnswers(&m_document, code);
         EXPECT_EQ(Write(), 1) << code;
-        EventLog expected{L"document 65971 method", L"document 65972 method",
-                          L"document 66048 method BSTR=Default", L"document 66019 method BOOL=-1"};
+        EventLog expected{L"document GetConfigurationCount method", L"document GetConfigurationNames method",
+                          L"document GetConfiguration method BSTR=Default", L"document Save method BOOL=-1"};
         if (called) {
-            expected.insert(expected.begin(), L"document 17 method");
+            expected.insert(expected.begin(), L"document CallMethod17 method");
         }
         EXPECT_EQ(Lines(L"document"), expected) << code;
     }
@@ -286,7 +254,7 @@ TEST_F(BomEntryWriterTest, TheDocumentIsHeldTwiceAndReleasedBeforeItIsClosed)
         heldWhileSaving = m_document.References();
         return AnswerLong(0)(call);
     });
-    m_applicationObject.On(kClose, [&](FakeCall&) {
+    m_applicationObject.On(kCloseDocument, [&](FakeCall&) {
         heldWhileClosing = m_document.References();
         return S_OK;
     });
@@ -308,33 +276,17 @@ TEST_F(BomEntryWriterTest, AMissingConfigurationEndsItWithTheDocumentOpenAndUnsa
     HasConfigurations({L"a", L"b", L"c"});
     m_missingConfiguration = L"b";
     EXPECT_EQ(Write(), 0);
-    EXPECT_EQ(m_log,
-              (EventLog{
-                  L"application 24 method BOOL=0 I4=1",
-                  L"application 99 method BSTR=C:\\lib\\Mapped\\a.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 &I4=0",
-                  L"document 65971 method",
-                  L"document 65972 method",
-                  L"read overall bar",
-                  L"file bar 0",
-                  L"overall bar 0",
-                  L"screen [][Current Configuration:  a][Set new BOM entry:  Norm 4017 - a]",
-                  L"document 66048 method BSTR=a",
-                  L"configuration a 6 put BOOL=-1",
-                  L"configuration a 5 put BSTR=Norm 4017 - a",
-                  L"message",
-                  L"file bar 33",
-                  L"overall bar 16",
-                  L"screen [][Current Configuration:  b][Set new BOM entry:  Norm 4017 - b]",
-                  L"document 66048 method BSTR=b",
-              }));
+    EXPECT_EQ(m_log, Opening() + kReadingNames + Bars(0, 0) + Showing(L"a") + Writing(L"a") + Bars(33, 16) +
+                         Showing(L"b"));
 }
 
 TEST_F(BomEntryWriterTest, EveryFillInButFiveAndSixIsFilled)
 {
     m_template = L"%1|%2|%3|%4|%5|%6|%7|%8|%9|%1";
     Write();
-    EXPECT_EQ(Lines(L"configuration Default 5"),
-              EventLog{L"configuration Default 5 put BSTR=4017|Default|4017x|M10x50|%5|%6|one|two|%9|4017"});
+    EXPECT_EQ(Lines(L"configuration Default AlternativeBomName"),
+              EventLog{L"configuration Default AlternativeBomName put "
+                       L"BSTR=4017|Default|4017x|M10x50|%5|%6|one|two|%9|4017"});
 }
 
 TEST_F(BomEntryWriterTest, AFilledTextIsFilledAgainByLaterFillIns)
@@ -342,17 +294,17 @@ TEST_F(BomEntryWriterTest, AFilledTextIsFilledAgainByLaterFillIns)
     HasConfigurations({L"M8 %4"});
     m_fields.strSize = L"%8%1";
     Write();
-    EXPECT_EQ(Lines(L"configuration M8 %4 5"),
-              EventLog{L"configuration M8 %4 5 put BSTR=Norm 4017 - M8 two%1"});
+    EXPECT_EQ(Lines(L"configuration M8 %4 AlternativeBomName"),
+              EventLog{L"configuration M8 %4 AlternativeBomName put BSTR=Norm 4017 - M8 two%1"});
 }
 
-TEST_F(BomEntryWriterTest, WhiteSpaceAroundTheNameIsCut)
+TEST_F(BomEntryWriterTest, WhiteSpaceAroundTheNameIsTrimmed)
 {
     m_template = L" \t %1 - %2 \r\n";
     HasConfigurations({L"a "});
     Write();
-    EXPECT_EQ(Lines(L"configuration"),
-              (EventLog{L"configuration a  6 put BOOL=-1", L"configuration a  5 put BSTR=4017 - a"}));
+    EXPECT_EQ(Lines(L"configuration"), (EventLog{L"configuration a  UseAlternativeBomName put BOOL=-1",
+                                                 L"configuration a  AlternativeBomName put BSTR=4017 - a"}));
 }
 
 TEST_F(BomEntryWriterTest, AnEmptyNameTurnsTheAlternativeNameOffAndShowsTheFileName)
@@ -363,12 +315,10 @@ TEST_F(BomEntryWriterTest, AnEmptyNameTurnsTheAlternativeNameOffAndShowsTheFileN
         m_fields.strExtra1.clear();
         m_template = empty;
         EXPECT_EQ(Write(), 2);
-        EXPECT_EQ(Lines(L"configuration"),
-                  (EventLog{L"configuration a 6 put BOOL=0", L"configuration b 6 put BOOL=0"}));
+        EXPECT_EQ(Lines(L"configuration"), (EventLog{L"configuration a UseAlternativeBomName put BOOL=0",
+                                                     L"configuration b UseAlternativeBomName put BOOL=0"}));
         EXPECT_EQ(Lines(L"screen"),
-                  (EventLog{L"screen [][Current Configuration:  a][Set new BOM entry:  a.sldprt]",
-                            L"screen [][Current Configuration:  b][Set new BOM entry:  a.sldprt]",
-                            L"screen [][Saving file...][]"}));
+                  (EventLog{Screen(L"a", L"a.sldprt"), Screen(L"b", L"a.sldprt"), SavingScreen()}));
     }
 }
 
@@ -376,14 +326,13 @@ TEST_F(BomEntryWriterTest, APathWithoutBackslashIsShownWhole)
 {
     m_template.clear();
     Write(L"a/b.sldprt");
-    EXPECT_EQ(Lines(L"screen").front(),
-              L"screen [][Current Configuration:  Default][Set new BOM entry:  a/b.sldprt]");
+    EXPECT_EQ(Lines(L"screen").front(), Screen(L"Default", L"a/b.sldprt"));
 }
 
-TEST_F(BomEntryWriterTest, TheFileBarIsReckonedInSinglePrecision)
+TEST_F(BomEntryWriterTest, TheFileBarIsComputedInSinglePrecision)
 {
-    m_document.On(kCount, AnswerLong(100));
-    m_document.On(kNames, AnswerStrings(std::vector<std::wstring>(100, L"c")));
+    m_document.On(kGetConfigurationCount, AnswerLong(100));
+    m_document.On(kGetConfigurationNames, AnswerStrings(std::vector<std::wstring>(100, L"c")));
     EXPECT_EQ(Write(), 100);
     const EventLog bars = Lines(L"file bar");
     ASSERT_EQ(bars.size(), 101U);
@@ -395,7 +344,7 @@ TEST_F(BomEntryWriterTest, TheFileBarIsReckonedInSinglePrecision)
     EXPECT_EQ(bars[100], L"file bar 100");
 }
 
-TEST_F(BomEntryWriterTest, TheOverallBarIsReckonedInSinglePrecision)
+TEST_F(BomEntryWriterTest, TheOverallBarIsComputedInSinglePrecision)
 {
     HasConfigurations({L"a", L"b", L"c", L"d"});
     Write(kPath, 100.0F / 3.0F, 1);
@@ -413,50 +362,51 @@ TEST_F(BomEntryWriterTest, TheOverallBarIsReadOnlyOnce)
     EXPECT_EQ(Lines(L"overall bar"), (EventLog{L"overall bar 10", L"overall bar 20", L"overall bar 60"}));
 }
 
-TEST_F(BomEntryWriterTest, OnlyAsManyNamesAsCountedAreTaken)
+TEST_F(BomEntryWriterTest, NoMoreNamesThanCountedAreUsed)
 {
-    m_document.On(kCount, AnswerLong(2));
-    m_document.On(kNames, AnswerStrings({L"a", L"b", L"c"}));
+    m_document.On(kGetConfigurationCount, AnswerLong(2));
+    m_document.On(kGetConfigurationNames, AnswerStrings({L"a", L"b", L"c"}));
     EXPECT_EQ(Write(), 2);
-    EXPECT_EQ(Lines(L"document 66048"),
-              (EventLog{L"document 66048 method BSTR=a", L"document 66048 method BSTR=b"}));
+    EXPECT_EQ(Lines(L"document GetConfiguration "), (EventLog{L"document GetConfiguration method BSTR=a",
+                                                              L"document GetConfiguration method BSTR=b"}));
 }
 
-TEST_F(BomEntryWriterTest, FewerNamesThanCountedAreAllTakenAndTheCountIsAnswered)
+TEST_F(BomEntryWriterTest, FewerNamesThanCountedAreAllUsedAndTheCountIsReturned)
 {
-    m_document.On(kCount, AnswerLong(4));
-    m_document.On(kNames, AnswerStrings({L"a", L"b"}));
+    m_document.On(kGetConfigurationCount, AnswerLong(4));
+    m_document.On(kGetConfigurationNames, AnswerStrings({L"a", L"b"}));
     EXPECT_EQ(Write(kPath, 100.0F, 1), 4);
-    EXPECT_EQ(Lines(L"document 66048"),
-              (EventLog{L"document 66048 method BSTR=a", L"document 66048 method BSTR=b"}));
+    EXPECT_EQ(Lines(L"document GetConfiguration "), (EventLog{L"document GetConfiguration method BSTR=a",
+                                                              L"document GetConfiguration method BSTR=b"}));
     EXPECT_EQ(Lines(L"file bar"), (EventLog{L"file bar 0", L"file bar 25", L"file bar 100"}));
-    EXPECT_EQ(Lines(L"document 66019").size(), 1U);
+    EXPECT_EQ(Lines(L"document Save").size(), 1U);
 }
 
 TEST_F(BomEntryWriterTest, TheLowerBoundOfTheNamesDoesNotMatter)
 {
     for (const LONG lowerBound : {1L, -5L, 2147483646L}) {
         m_log.clear();
-        m_document.On(kCount, AnswerLong(2));
-        m_document.On(kNames, AnswerStrings({L"a", L"b"}, lowerBound));
+        m_document.On(kGetConfigurationCount, AnswerLong(2));
+        m_document.On(kGetConfigurationNames, AnswerStrings({L"a", L"b"}, lowerBound));
         EXPECT_EQ(Write(), 2);
-        EXPECT_EQ(Lines(L"document 66048"),
-                  (EventLog{L"document 66048 method BSTR=a", L"document 66048 method BSTR=b"}));
+        EXPECT_EQ(Lines(L"document GetConfiguration "),
+                  (EventLog{L"document GetConfiguration method BSTR=a",
+                            L"document GetConfiguration method BSTR=b"}));
     }
 }
 
 TEST_F(BomEntryWriterTest, ANullElementIsAnEmptyName)
 {
-    m_document.On(kNames, [](FakeCall& call) {
+    m_document.On(kGetConfigurationNames, [](FakeCall& call) {
         AnswerStrings({L"gone"})(call);
         SysFreeString(std::exchange(static_cast<BSTR*>(call.result->parray->pvData)[0], nullptr));
         return S_OK;
     });
     EXPECT_EQ(Write(), 1);
-    EXPECT_EQ(Lines(L"document 66048"), EventLog{L"document 66048 method BSTR="});
+    EXPECT_EQ(Lines(L"document GetConfiguration "), EventLog{L"document GetConfiguration method BSTR="});
 }
 
-// An array of one element type under the variant type of another.
+// An array whose variant type may not match its elements.
 CFakeDispatch::Handler AnswerArray(VARTYPE claimed, VARTYPE held, UINT dimensions)
 {
     return [=](FakeCall& call) {
@@ -502,12 +452,13 @@ TEST_F(BomEntryWriterTest, NamesThatAreNoArrayOfStringsAreNoneButTheDocumentIsSa
     };
     for (std::size_t index = 0; index < answers.size(); ++index) {
         m_log.clear();
-        m_document.On(kNames, answers[index]);
+        m_document.On(kGetConfigurationNames, answers[index]);
         EXPECT_EQ(Write(), 1) << index;
-        EXPECT_EQ(Lines(L"document"), (EventLog{L"document 65971 method", L"document 65972 method",
-                                                L"document 66019 method BOOL=-1"}))
+        EXPECT_EQ(Lines(L"document"),
+                  (EventLog{L"document GetConfigurationCount method",
+                            L"document GetConfigurationNames method", L"document Save method BOOL=-1"}))
             << index;
-        EXPECT_EQ(Lines(L"application 7").size(), 1U) << index;
+        EXPECT_EQ(Lines(L"application CloseDocument").size(), 1U) << index;
     }
 }
 
@@ -517,17 +468,18 @@ TEST_F(BomEntryWriterTest, NamesByReferenceAreRead)
     const DISPPARAMS none{};
     FakeCall holding{none, &held, nullptr};
     AnswerStrings({L"a", L"b"}, 7)(holding);
-    m_document.On(kCount, AnswerLong(2));
-    m_document.On(kNames, [&held](FakeCall& call) {
+    m_document.On(kGetConfigurationCount, AnswerLong(2));
+    m_document.On(kGetConfigurationNames, [&held](FakeCall& call) {
         call.result->vt = VT_BYREF | VT_ARRAY | VT_BSTR;
         call.result->pparray = &held.parray;
         return S_OK;
     });
-    for (int time = 0; time < 2; ++time) {  // the array is its owner's and stays
+    for (int time = 0; time < 2; ++time) {  // the array stays its owner's
         m_log.clear();
         EXPECT_EQ(Write(), 2);
-        EXPECT_EQ(Lines(L"document 66048"),
-                  (EventLog{L"document 66048 method BSTR=a", L"document 66048 method BSTR=b"}));
+        EXPECT_EQ(Lines(L"document GetConfiguration "),
+                  (EventLog{L"document GetConfiguration method BSTR=a",
+                            L"document GetConfiguration method BSTR=b"}));
     }
     EXPECT_EQ(VariantClear(&held), S_OK);
 }
@@ -552,13 +504,13 @@ TEST_F(BomEntryWriterTest, WhateverSavingReturnsTheDocumentIsClosed)
         m_log.clear();
         m_document.On(kSave, answers[index]);
         EXPECT_EQ(Write(), 1) << index;
-        EXPECT_EQ(Lines(L"application 7").size(), 1U) << index;
-        EXPECT_EQ(m_log.back(), L"application 24 method BOOL=-1 I4=1") << index;
+        EXPECT_EQ(Lines(L"application CloseDocument").size(), 1U) << index;
+        EXPECT_EQ(m_log.back(), L"application SetDocumentVisibility method BOOL=-1 I4=1") << index;
         EXPECT_EQ(m_document.References(), 0) << index;
     }
 }
 
-// What the user does at each message that is taken, and answers to each question.
+// A user who presses Cancel and answers the questions.
 class BomEntryWriterCancelTest : public BomEntryWriterTest
 {
 protected:
@@ -575,7 +527,7 @@ protected:
     int m_firstPress = 1;  // from this message on the cancel button is pressed each time
     int m_messages = 0;
     std::deque<int> m_answers;
-    CFakeUser m_user{[this] {
+    CMessageRecorder m_user{[this] {
         m_log.emplace_back(L"question");
         const int answer = m_answers.empty() ? IDNO : m_answers.front();
         if (!m_answers.empty()) {
@@ -592,10 +544,10 @@ TEST_F(BomEntryWriterCancelTest, YesFinishesTheFileKeepsTheFlagAndAsksNoMore)
     EXPECT_EQ(Write(), 4);
     EXPECT_TRUE(m_progress.m_cancelled);
     EXPECT_EQ(m_user.m_boxes.size(), 1U);
-    EXPECT_EQ(Lines(L"document 66048").size(), 4U);
-    EXPECT_EQ(Lines(L"document 66019").size(), 1U);
+    EXPECT_EQ(Lines(L"document GetConfiguration ").size(), 4U);
+    EXPECT_EQ(Lines(L"document Save").size(), 1U);
     EXPECT_EQ(Lines(L"clear cancel").size(), 0U);
-    EXPECT_EQ(m_log.back(), L"application 24 method BOOL=-1 I4=1");
+    EXPECT_EQ(m_log.back(), L"application SetDocumentVisibility method BOOL=-1 I4=1");
 }
 
 TEST_F(BomEntryWriterCancelTest, NoClearsTheFlagAndTheNextPressAsksAgain)
@@ -606,7 +558,7 @@ TEST_F(BomEntryWriterCancelTest, NoClearsTheFlagAndTheNextPressAsksAgain)
     EXPECT_TRUE(m_progress.m_cancelled);
     EXPECT_EQ(m_user.m_boxes.size(), 2U);
     EXPECT_EQ(Lines(L"clear cancel").size(), 1U);
-    EXPECT_EQ(Lines(L"document 66048").size(), 4U);
+    EXPECT_EQ(Lines(L"document GetConfiguration ").size(), 4U);
 }
 
 TEST_F(BomEntryWriterCancelTest, NoAtTheLastConfigurationLeavesNoFlag)
@@ -615,7 +567,7 @@ TEST_F(BomEntryWriterCancelTest, NoAtTheLastConfigurationLeavesNoFlag)
     m_answers = {IDNO};
     EXPECT_EQ(Write(), 4);
     EXPECT_FALSE(m_progress.m_cancelled);
-    EXPECT_EQ(Lines(L"document 66019").size(), 1U);
+    EXPECT_EQ(Lines(L"document Save").size(), 1U);
 }
 
 TEST_F(BomEntryWriterCancelTest, TheNextFileAsksAnew)
@@ -633,7 +585,7 @@ TEST_F(BomEntryWriterCancelTest, TheQuestionComesAfterTheMessageAndBeforeTheNext
     const auto question = std::ranges::find(m_log, L"question");
     ASSERT_NE(question, m_log.end());
     EXPECT_EQ(*(question - 1), L"message");
-    EXPECT_EQ(*(question - 2), L"configuration a 5 put BSTR=Norm 4017 - a");
+    EXPECT_EQ(*(question - 2), L"configuration a AlternativeBomName put BSTR=Norm 4017 - a");
     EXPECT_EQ(*(question + 1), L"file bar 25");
 }
 
@@ -644,20 +596,15 @@ TEST_F(BomEntryWriterCancelTest, TheQuestionIsAskedInBothLanguages)
     const CLanguageScope german(1);
     Write();
     ASSERT_EQ(m_user.m_boxes.size(), 2U);
-    EXPECT_EQ(m_user.m_boxes[0].text,
-              L"Do you really want to cancel?\n"
-              L"(The BOM entries of these configurations are still changed and saved).");
-    EXPECT_EQ(
-        m_user.m_boxes[1].text,
-        L"Wirklich abbrechen?\n(Die Stücklisteneinträge der Konfigurationen des aktuellen Normteils werden "
-        L"noch zu Ende geschrieben).");
+    EXPECT_EQ(m_user.m_boxes[0].text, expected::kReallyCancel.english);
+    EXPECT_EQ(m_user.m_boxes[1].text, expected::kReallyCancel.german);
     for (const MessageRequest& box : m_user.m_boxes) {
         EXPECT_EQ(box.type, UINT{MB_YESNO | MB_ICONQUESTION});
     }
 }
 
-// Every call is made to fail in turn: the failure reaches the caller, no call follows and nothing stays held.
-TEST_F(BomEntryWriterTest, AFailingCallEndsItAtOnceWithEverythingReleased)
+// Every call fails in turn: the failure reaches the caller, no call follows, and every reference is released.
+TEST_F(BomEntryWriterTest, AFailingCallEndsItWithEverythingReleased)
 {
     struct Case
     {
@@ -666,22 +613,26 @@ TEST_F(BomEntryWriterTest, AFailingCallEndsItAtOnceWithEverythingReleased)
         const wchar_t* lastCall;
     };
     const std::vector<Case> cases{
-        {&m_applicationObject, kVisibility, L"application 24 method BOOL=0 I4=1"},
-        {&m_applicationObject, kOpen,
-         L"application 99 method BSTR=C:\\lib\\Mapped\\a.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 &I4=0"},
-        {&m_document, 17, L"document 17 method"},
-        {&m_document, kCount, L"document 65971 method"},
-        {&m_document, kNames, L"document 65972 method"},
-        {&m_document, kConfiguration, L"document 66048 method BSTR=Default"},
-        {Configuration(L"Default"), 6, L"configuration Default 6 put BOOL=-1"},
-        {Configuration(L"Default"), kPutName, L"configuration Default 5 put BSTR=Norm 4017 - Default"},
-        {&m_document, kSave, L"document 66019 method BOOL=-1"},
-        {&m_applicationObject, kClose, L"application 7 method BSTR=C:\\lib\\Mapped\\a.sldprt"},
+        {&m_applicationObject, kSetDocumentVisibility,
+         L"application SetDocumentVisibility method BOOL=0 I4=1"},
+        {&m_applicationObject, kOpenDocument,
+         L"application OpenDocument method BSTR=C:\\lib\\Mapped\\a.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 &I4=0"},
+        {&m_document, kCallMethod17, L"document CallMethod17 method"},
+        {&m_document, kGetConfigurationCount, L"document GetConfigurationCount method"},
+        {&m_document, kGetConfigurationNames, L"document GetConfigurationNames method"},
+        {&m_document, kGetConfiguration, L"document GetConfiguration method BSTR=Default"},
+        {Configuration(L"Default"), kUseAlternativeBomName,
+         L"configuration Default UseAlternativeBomName put BOOL=-1"},
+        {Configuration(L"Default"), kAlternativeBomName,
+         L"configuration Default AlternativeBomName put BSTR=Norm 4017 - Default"},
+        {&m_document, kSave, L"document Save method BOOL=-1"},
+        {&m_applicationObject, kCloseDocument,
+         L"application CloseDocument method BSTR=C:\\lib\\Mapped\\a.sldprt"},
     };
     for (const Case& failing : cases) {
         OpenAnswers(&m_document, 128);
         HasConfigurations({L"Default"});
-        m_document.On(kConfiguration, AnswerObject(Configuration(L"Default")));
+        m_document.On(kGetConfiguration, AnswerObject(Configuration(L"Default")));
         for (const bool isException : {true, false}) {
             m_log.clear();
             failing.object->On(failing.member, isException ? RaiseException(L"Server", L"Broken", nullptr, 0)

@@ -13,7 +13,7 @@ namespace {
 constexpr int kControl = 700;
 constexpr COLORREF kMask = RGB(255, 0, 255);
 
-// A bound control of a class in a window of its own.
+// A bound control of a class in a window.
 template <class Control>
 class CControlWindow
 {
@@ -29,7 +29,7 @@ public:
     Control m_control;
 };
 
-TEST(Controls, AButtonTellsWhetherItIsChecked)
+TEST(Controls, AButtonReturnsWhetherItIsChecked)
 {
     const CControlWindow<CButton> box(L"BUTTON", BS_AUTOCHECKBOX);
     EXPECT_FALSE(box.m_control.IsChecked());
@@ -37,7 +37,7 @@ TEST(Controls, AButtonTellsWhetherItIsChecked)
     EXPECT_TRUE(box.m_control.IsChecked());
 }
 
-TEST(Controls, AnEditTakesTheFocusAndSelectsItsText)
+TEST(Controls, AnEditGetsTheFocusAndSelectsItsText)
 {
     const CControlWindow<CEdit> edit(L"EDIT", ES_AUTOHSCROLL);
     edit.m_control.SetWindowText(L"%5%3_%4.changed.%6");
@@ -148,7 +148,7 @@ TEST_F(ListCtrlTest, HoldsDataAndStates)
     EXPECT_EQ(m_list.GetItemState(0, LVIS_SELECTED), static_cast<UINT>(LVIS_SELECTED));
 }
 
-TEST_F(ListCtrlTest, WalksItsRows)
+TEST_F(ListCtrlTest, IteratesOverItsRows)
 {
     EXPECT_EQ(m_list.GetNextItem(-1, LVNI_ALL), -1);
     for (const int row : {0, 1, 2}) {
@@ -178,7 +178,7 @@ TEST_F(ListCtrlTest, ScrollsARowIntoView)
     EXPECT_EQ(ListView_GetTopIndex(m_list.m_hWnd) + ListView_GetCountPerPage(m_list.m_hWnd), 50);
 }
 
-TEST_F(ListCtrlTest, ARowThatIsInViewInPartNeedsNoScrolling)
+TEST_F(ListCtrlTest, APartlyVisibleRowIsNotScrolled)
 {
     for (int row = 0; row < 50; ++row) {
         Insert(row, L"x");
@@ -193,7 +193,7 @@ TEST_F(ListCtrlTest, ARowThatIsInViewInPartNeedsNoScrolling)
     EXPECT_EQ(m_list.GetTopIndex(), 1);
 }
 
-TEST_F(ListCtrlTest, TellsAndSetsItsColumns)
+TEST_F(ListCtrlTest, ReturnsAndSetsItsColumns)
 {
     EXPECT_EQ(m_list.GetColumnCount(), 2);
     m_list.InsertColumn(2, L"Benennung", 90, LVCFMT_CENTER);
@@ -219,7 +219,7 @@ TEST_F(ListCtrlTest, ShowsItsColumnsInAnOrder)
     EXPECT_TRUE(empty.m_control.GetColumnOrder().empty());
 }
 
-TEST_F(ListCtrlTest, TellsWhereItsRowsAre)
+TEST_F(ListCtrlTest, ReturnsTheRectanglesOfItsRows)
 {
     for (int row = 0; row < 3; ++row) {
         Insert(row, L"x");
@@ -316,7 +316,7 @@ TEST_F(ListCtrlTest, ARedrawPauseInsideAnotherLeavesTheRedrawToThatOne)
     RemoveWindowSubclass(m_list.m_hWnd, &NoteRedraw, 2);
 }
 
-TEST_F(ListCtrlTest, ARedrawPauseLeavesAHeaderAloneThatStaysAsItIs)
+TEST_F(ListCtrlTest, ARedrawPauseDoesNotInvalidateAnUnchangedHeader)
 {
     const HWND header = ListView_GetHeader(m_list.m_hWnd);
     UpdateWindow(header);
@@ -327,18 +327,18 @@ TEST_F(ListCtrlTest, ARedrawPauseLeavesAHeaderAloneThatStaysAsItIs)
     EXPECT_FALSE(GetUpdateRect(header, nullptr, FALSE));
 }
 
-TEST_F(ListCtrlTest, ARedrawPauseDrawsAHeaderWhoseDrawingWasOutstanding)
+TEST_F(ListCtrlTest, ARedrawPauseKeepsAPendingRedrawOfTheHeader)
 {
     const HWND header = ListView_GetHeader(m_list.m_hWnd);
     InvalidateRect(header, nullptr, TRUE);
     {
         const CRedrawPause pause(m_list);
-        ValidateRect(header, nullptr);  // as the system may do when it takes the redraw away
+        ValidateRect(header, nullptr);  // the system may do this
     }
     EXPECT_TRUE(GetUpdateRect(header, nullptr, FALSE));
 }
 
-// A list view that gives its header another place without having it drawn.
+// A list view that moves its header without a redraw.
 LRESULT CALLBACK MoveHeaderOnRedraw(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                                     DWORD_PTR)
 {
@@ -351,7 +351,7 @@ LRESULT CALLBACK MoveHeaderOnRedraw(HWND window, UINT message, WPARAM wParam, LP
     return result;
 }
 
-TEST_F(ListCtrlTest, ARedrawPauseDrawsAHeaderThatHasChangedItsPlace)
+TEST_F(ListCtrlTest, ARedrawPauseInvalidatesAMovedHeader)
 {
     ASSERT_TRUE(SetWindowSubclass(m_list.m_hWnd, &MoveHeaderOnRedraw, 2, 0));
     const HWND header = ListView_GetHeader(m_list.m_hWnd);

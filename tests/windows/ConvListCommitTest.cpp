@@ -3,68 +3,41 @@
 #include <algorithm>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "framework/MessageBox.h"
-#include "tests/support/CharacterMessages.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/Languages.h"
 #include "tests/windows/ConvListScopes.h"
 
-// What becomes of the text that was typed into a cell's editor.
+// The end of an edit in a cell's editor.
 
 namespace {
 
-constexpr wchar_t kSame[] = L"M1.sldprt";
-
-// What is typed over the text of row 1 and how the cell, the mark and the message come out.
+// What is typed over a cell of row 1, and what becomes of it. One case of each kind: the table's own tests
+// have the others.
 struct Commit
 {
     int column;
-    std::wstring typed;
-    std::wstring cell;
+    const wchar_t* typed;
+    const wchar_t* cell;
     bool changed;
-    std::wstring german = {};  // the message; empty: none
-    std::wstring english = {};
+    const Text* message = nullptr;
 };
 
-std::vector<Commit> FileNames()
-{
-    return {
-        {1, L"M8x20", L"M8x20.sldprt", true},
-        {1, L"  M8x20 ", L"M8x20.sldprt", true},
-        {1, L"M8x20.SLDPRT", L"M8x20.SLDPRT", true},
-        {1, L"M8x20sldprt", L"M8x20sldprt", true},
-        {1, L"Frame.sldasm", L"Frame.sldasm.sldprt", true},
-        {1, L"part...sldprt", L"part.sldprt", true},
-        {1, L"", kSame, false},
-        {1, L"   ", kSame, false},
-        {1, L"M1.sldprt", kSame, false},
-        {1, L"M1", kSame, false},
-        {1, L"m1.sldprt", L"m1.sldprt", true},
-        {1, L"m2.sldprt", L"m2.sldprt", true},  // row 2 is called M2.sldprt
-        {1, L"M2", kSame, false, L"Der angegebene Dateiname ist schon vorhanden.",
-         L"The file name is not unique."},
-        {1, L"a|b<c>", L"a_b_c_.sldprt", true, kForbiddenGerman, kForbiddenEnglish},
-        {1, L"/\\*:\"?;=", L"________.sldprt", true, kForbiddenGerman, kForbiddenEnglish},
-    };
-}
+constexpr Commit kCommits[] = {
+    {1, L"  M8x20 ", L"M8x20.sldprt", true},
+    {1, L"", L"M1.sldprt", false},
+    {1, L"M1", L"M1.sldprt", false},
+    {1, L"M2", L"M1.sldprt", false, &expected::kNameTaken},  // row 2 has this name
+    {1, L"a|b<c>", L"a_b_c_.sldprt", true, &expected::kForbiddenInFileName},
+    {2, L" Bolt %2", L" Bolt %2", true},
+    {2, L"", L"", true},
+    {2, L"Norm 1", L"Norm 1", false},
+    {2, L"x/y", L"x_y", true, &expected::kForbiddenInBomName},
+};
 
-std::vector<Commit> BomNames()
-{
-    return {
-        {2, L"Bolt %2", L"Bolt %2", true},
-        {2, L"x/y", L"x_y", true, kFeatureGerman, kFeatureEnglish},
-        {2, L"@/;=", L"____", true, kFeatureGerman, kFeatureEnglish},
-        {2, L"a:b|c", L"a:b|c", true},
-        {2, L" Norm 1 ", L" Norm 1 ", true},
-        {2, L"norm 1", L"norm 1", true},
-        {2, L"Norm 2", L"Norm 2", true},
-        {2, L"", L"", true},
-        {2, L"Norm 1", L"Norm 1", false},
-    };
-}
-
-class ConvListCommit : public testing::TestWithParam<int>
+class ConvListCommit : public LanguageTest
 {
 protected:
     // Edits the cell of row 1 in a fresh list.
@@ -76,8 +49,8 @@ protected:
         window.Retype(commit.typed);
         static_cast<void>(trace.Take());
         PressKey(VK_RETURN);
-        const std::wstring& message = GetParam() != 0 ? commit.german : commit.english;
-        EXPECT_EQ(m_messages.TakeTexts(), message.empty() ? Texts{} : Texts{message});
+        EXPECT_EQ(m_messages.TakeTexts(),
+                  commit.message != nullptr ? Texts{commit.message->Current()} : Texts{});
         EXPECT_EQ(window.m_list.GetItemText(1, commit.column), commit.cell);
         EXPECT_EQ(window.m_list.GetItemText(1, 0), L"N_1.sldprt");
         EXPECT_EQ(window.m_list.GetItemData(1), commit.changed ? 1 : 0);
@@ -87,34 +60,23 @@ protected:
         EXPECT_EQ(ChangesIn(trace.Take()), commit.changed ? 1 : 0);
     }
 
-    void TryAll(const std::vector<Commit>& commits)
-    {
-        for (const Commit& commit : commits) {
-            SCOPED_TRACE(testing::PrintToString(commit.typed));
-            Try(commit);
-        }
-    }
-
     static int ChangesIn(const Texts& lines)
     {
         return static_cast<int>(std::ranges::count(lines, L"parent WM_LISTCHANGED 0 0"));
     }
 
-    const CLanguageScope m_language{GetParam()};
     CMessageRecorder m_messages;
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, ConvListCommit, testing::Values(1, 0),
                          [](const auto& flag) { return flag.param != 0 ? "German" : "English"; });
 
-TEST_P(ConvListCommit, AFileNameFollowsTheRules)
+TEST_P(ConvListCommit, ACellFollowsTheNameRules)
 {
-    TryAll(FileNames());
-}
-
-TEST_P(ConvListCommit, ABomNameFollowsTheRules)
-{
-    TryAll(BomNames());
+    for (const Commit& commit : kCommits) {
+        SCOPED_TRACE(testing::PrintToString(commit.typed));
+        Try(commit);
+    }
 }
 
 TEST_P(ConvListCommit, AnAssemblysNewNameGetsThePartsExtension)
@@ -128,7 +90,7 @@ TEST_P(ConvListCommit, AnAssemblysNewNameGetsThePartsExtension)
     EXPECT_EQ(window.m_list.GetItemText(1, 1), L"Frame.sldprt");
 }
 
-// An edit that is left as it was gains the extension all the same.
+// The extension is added even if nothing was typed.
 TEST_P(ConvListCommit, AnAssemblysNewNameGetsItsExtensionEvenUnedited)
 {
     CListWindow window;
@@ -148,7 +110,7 @@ TEST_P(ConvListCommit, AnAdditionToTheTextKeepsTheRest)
     EXPECT_EQ(window.m_list.GetItemText(1, 2), L"Norm 10 %2");
 }
 
-TEST_P(ConvListCommit, ALongTextIsTakenInFull)
+TEST_P(ConvListCommit, ALongTextIsKeptWhole)
 {
     const std::wstring text(700, L'ü');
     CListWindow window;
@@ -158,7 +120,7 @@ TEST_P(ConvListCommit, ALongTextIsTakenInFull)
     EXPECT_EQ(window.m_list.GetItemText(1, 2), text);
 }
 
-TEST_P(ConvListCommit, TheListTakesNoLabelItself)
+TEST_P(ConvListCommit, TheListDoesNotSetTheLabelItself)
 {
     CListWindow window;
     NMLVDISPINFOW end{};
@@ -174,22 +136,8 @@ TEST_P(ConvListCommit, TheListTakesNoLabelItself)
     EXPECT_EQ(window.m_list.GetItemText(2, 2), L"x");
 }
 
-// Until the end of the scope, message boxes are answered by a function.
-class CListenerScope
-{
-public:
-    explicit CListenerScope(MessageListener listener) : m_before(SetMessageListener(std::move(listener))) {}
-    ~CListenerScope() { SetMessageListener(std::move(m_before)); }
-    CListenerScope(const CListenerScope&) = delete;
-    CListenerScope& operator=(const CListenerScope&) = delete;
-
-private:
-    MessageListener m_before;
-};
-
-// The boxes of two messages that come while the focus is on its way: the program may have been left for
-// another one in the middle of an edit. The first box gives the focus back to the editor as it closes, the
-// second one takes it away again.
+// Two message boxes appear while the focus is moving, as when the user switches to another program during an
+// edit. Closing the first returns the focus to the editor; the second takes it again.
 TEST_P(ConvListCommit, TheFocusMayMoveWhileAMessageIsOpen)
 {
     CListWindow window;
@@ -204,7 +152,7 @@ TEST_P(ConvListCommit, TheFocusMayMoveWhileAMessageIsOpen)
         ++boxes;
         SetFocus(editor);
         SetFocus(window.m_list.m_hWnd);
-        EXPECT_TRUE(IsWindow(editor)) << "its end is still being dealt with";
+        EXPECT_TRUE(IsWindow(editor)) << "its end is still being handled";
         SetFocus(editor);
         return IDOK;
     });
@@ -219,7 +167,7 @@ TEST_P(ConvListCommit, TheFocusMayMoveWhileAMessageIsOpen)
     EXPECT_EQ(ends, 1);
 }
 
-TEST_P(ConvListCommit, AnotherEditorOpensBehindTheMessageAboutTheFirst)
+TEST_P(ConvListCommit, AnotherEditorOpensAfterTheMessageAboutTheFirst)
 {
     CListWindow window;
     int boxes = 0;
@@ -237,8 +185,8 @@ TEST_P(ConvListCommit, AnotherEditorOpensBehindTheMessageAboutTheFirst)
     EXPECT_EQ(::GetFocus(), window.Editor());
 }
 
-// The box of a real message takes the focus and gives it back.
-TEST_P(ConvListCommit, ARealMessageBoxMayComeWhileTheFocusMoves)
+// A real message box takes the focus and returns it.
+TEST_P(ConvListCommit, ARealMessageBoxMayAppearWhileTheFocusMoves)
 {
     CListWindow window;
     const CMainWindowScope mainWindow(&window.m_parent);
@@ -258,7 +206,7 @@ TEST_P(ConvListCommit, ARealMessageBoxMayComeWhileTheFocusMoves)
     EXPECT_EQ(closed, 1);
     EXPECT_EQ(window.Editor(), nullptr);
     Texts lines = trace.Take();
-    std::erase(lines, L"list WM_SETFOCUS");  // where the focus goes from the box is the system's affair
+    std::erase(lines, L"list WM_SETFOCUS");  // the system decides where the focus goes
     EXPECT_EQ(lines,
               (Texts{L"editor WM_KEYDOWN", L"editor WM_CHAR", L"editor WM_KILLFOCUS",
                      L"parent LVN_ENDLABELEDIT row 1 column 1 \"M2\" length 2", L"editor WM_NCDESTROY"}));

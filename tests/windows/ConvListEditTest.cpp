@@ -9,7 +9,7 @@
 #include "framework/Handles.h"
 #include "tests/windows/ConvListScopes.h"
 
-// Opening a cell's editor: which hand opens it, where it lies, how it looks, and how it grows.
+// A cell's editor: what opens it, its place, its look and its growth.
 
 namespace {
 
@@ -48,13 +48,6 @@ LONG ClientWidth(HWND window)
     return client.right;
 }
 
-bool IsOfClass(HWND window, const wchar_t* windowClass)
-{
-    std::array<wchar_t, 64> name{};
-    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return lstrcmpiW(name.data(), windowClass) == 0;
-}
-
 // Opening by double-click
 
 TEST(ConvListEdit, ADoubleClickOnTheFocusedRowEditsTheNewName)
@@ -87,7 +80,7 @@ TEST(ConvListEdit, TheOriginalNameIsNeverEdited)
     EXPECT_EQ(window.SelectedRows(), std::vector<int>{1});
 }
 
-// Windows may focus the row in its own dealing with the double-click; then the editor opens at once.
+// On Windows, default handling may focus the row before the editor is asked for; then it opens at once.
 TEST(ConvListEdit, ADoubleClickOnARowWithoutTheFocusSelectsAndFocusesIt)
 {
     for (const int x : {20, 200, 400}) {
@@ -102,7 +95,7 @@ TEST(ConvListEdit, ADoubleClickOnARowWithoutTheFocusSelectsAndFocusesIt)
     }
 }
 
-TEST(ConvListEdit, TheFocusCountsNotTheSelection)
+TEST(ConvListEdit, TheFocusCountsAndNotTheSelection)
 {
     const CListWindow window;
     window.Focus(0);
@@ -186,7 +179,7 @@ TEST(ConvListEdit, F2WithoutAFocusedRowOrWithAnotherKeyEditsNothing)
     }
 }
 
-TEST(ConvListEdit, TabCommitsAndGoesOnInTheOtherColumn)
+TEST(ConvListEdit, TabCommitsAndEditsTheOtherColumn)
 {
     const CListWindow window;
     window.Focus(3);
@@ -202,7 +195,7 @@ TEST(ConvListEdit, TabCommitsAndGoesOnInTheOtherColumn)
     EXPECT_EQ(CWnd::TextOf(window.Editor()), L"Frame.sldprt");
 }
 
-TEST(ConvListEdit, TabInTheListItselfIsNotOfTheEditors)
+TEST(ConvListEdit, TabInTheListEditsNothing)
 {
     const CListWindow window;
     window.Focus(3);
@@ -210,8 +203,8 @@ TEST(ConvListEdit, TabInTheListItselfIsNotOfTheEditors)
     EXPECT_EQ(window.Editor(), nullptr);
 }
 
-// No one who comes before the dispatching, such as a dialog with its default button, sees the editor's keys.
-TEST(ConvListEdit, TheEditorsKeysAreOfferedToNoOneElse)
+// Nothing that filters messages before dispatch, such as a dialog's default button, gets the editor's keys.
+TEST(ConvListEdit, TheEditorsKeysAreNotOfferedToTheParent)
 {
     CListWindow window;
     const auto offered = [&window](WPARAM key) {
@@ -230,9 +223,9 @@ TEST(ConvListEdit, TheEditorsKeysAreOfferedToNoOneElse)
     }
 }
 
-// What begins
+// At the start
 
-TEST(ConvListEdit, TheEditorBeginsWithTheTextSelectedInTheListsFont)
+TEST(ConvListEdit, TheTextIsSelectedInTheListsFont)
 {
     const UniqueGdiObject<HFONT> font = MakeFont(-13);
     CListWindow window;
@@ -252,7 +245,7 @@ TEST(ConvListEdit, TheEditorBeginsWithTheTextSelectedInTheListsFont)
     EXPECT_LT(x, ClientWidth(editor));
 }
 
-// The style that the next window of the thread is made with.
+// The style of the next window that the thread creates.
 DWORD g_madeWith = 0;
 
 LRESULT CALLBACK NoteStyle(int code, WPARAM wParam, LPARAM lParam)
@@ -263,8 +256,7 @@ LRESULT CALLBACK NoteStyle(int code, WPARAM wParam, LPARAM lParam)
     return CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
-// Wine's edits take the border's style away from themselves and draw the border on their own: it is looked
-// for as the edit is made.
+// Checked at creation: Wine's edits remove the border style afterwards and draw the border themselves.
 TEST(ConvListEdit, TheEditorIsABorderedChildEditThatScrolls)
 {
     CListWindow window;
@@ -289,12 +281,12 @@ TEST(ConvListEdit, TheEditorIsAlignedAsItsColumn)
     }
 }
 
-// Where it lies
+// Its place
 
 class ConvListEditPlace : public testing::Test
 {
 protected:
-    // The editor's place is this one from left to right, and the height of its row.
+    // The editor reaches from left to right and has the height of its row.
     static void ExpectPlace(CListWindow& window, int row, int column, LONG left, LONG right)
     {
         window.m_list.EditCell(row, column);
@@ -305,63 +297,48 @@ protected:
     }
 };
 
-TEST_F(ConvListEditPlace, BehindTheColumnsBefore)
+TEST_F(ConvListEditPlace, IsTheCellsAndScrollsIntoView)
 {
-    CListWindow window;
-    ExpectPlace(window, 0, 1, 179, 351);  // 175 + 4, 179 - 3 + 175
-    window.m_list.SetFocus();
-    ExpectPlace(window, 4, 2, 354, 526);  // 350 + 4, 354 - 3 + 175
-}
-
-TEST_F(ConvListEditPlace, InDisplayOrder)
-{
-    CListWindow window({600, 300}, {{100}, {150}, {200}});
-    window.m_list.SetColumnOrder({2, 0, 1});
-    ExpectPlace(window, 1, 2, 4, 201);  // 0 + 4, 4 - 3 + 200
-    window.m_list.SetFocus();
-    ExpectPlace(window, 1, 1, 304, 451);  // 200 + 100 + 4, 304 - 3 + 150
-    window.m_list.SetFocus();
-    window.m_list.SetColumnOrder({1, 2, 0});
-    ExpectPlace(window, 1, 1, 4, 151);
-    window.m_list.SetFocus();
-    ExpectPlace(window, 1, 2, 154, 351);
-}
-
-TEST_F(ConvListEditPlace, EndsAtTheClientsRightEdge)
-{
-    CListWindow window({525, 300});
-    ExpectPlace(window, 1, 2, 354, 525);  // not 526
-}
-
-TEST_F(ConvListEditPlace, ACellBeyondTheRightEdgeIsScrolledIn)
-{
-    CListWindow window({500, 300});
-    ExpectPlace(window, 1, 2, 329, 500);  // scrolled by 25: 325 + 4, 329 - 3 + 175 = 501
-    EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 25);
-}
-
-TEST_F(ConvListEditPlace, ACellBeyondTheLeftEdgeIsScrolledIn)
-{
-    CListWindow window({500, 300}, {{300}, {300}, {300}});
-    window.m_list.ScrollHorizontally(400);
-    ASSERT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 400);
-    ExpectPlace(window, 1, 1, 4, 301);  // scrolled back by 100: 0 + 4, 4 - 3 + 300
-    EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 300);
-}
-
-TEST_F(ConvListEditPlace, ACellInViewIsNotScrolled)
-{
-    CListWindow window({500, 300}, {{300}, {300}, {300}});
-    window.m_list.ScrollHorizontally(150);
-    ExpectPlace(window, 1, 1, 154, 451);  // 300 - 150 + 4, 154 - 3 + 300
-    EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 150);
-}
-
-TEST_F(ConvListEditPlace, OfACellWiderThanTheListTheLeftEndIsShown)
-{
-    CListWindow window({300, 300}, {{100}, {390}, {100}});
-    ExpectPlace(window, 1, 1, 4, 300);  // not 4 - 3 + 390
-    EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 100);
+    struct Case
+    {
+        const char* what;
+        LONG listWidth;
+        std::array<int, 3> columns;
+        std::array<int, 3> order;
+        int scrolled;
+        int row;
+        int column;
+        LONG left;
+        LONG right;
+        int scrolledAfter;
+    };
+    const Case cases[] = {
+        // 175 + 4, 179 - 3 + 175
+        {"column 1", 600, {175, 175, 175}, {0, 1, 2}, 0, 0, 1, 179, 351, 0},
+        {"column 2", 600, {175, 175, 175}, {0, 1, 2}, 0, 4, 2, 354, 526, 0},
+        {"dragged to the front", 600, {100, 150, 200}, {2, 0, 1}, 0, 1, 2, 4, 201, 0},
+        // 200 + 100 + 4, 304 - 3 + 150
+        {"dragged to the end", 600, {100, 150, 200}, {2, 0, 1}, 0, 1, 1, 304, 451, 0},
+        {"another order", 600, {100, 150, 200}, {1, 2, 0}, 0, 1, 1, 4, 151, 0},
+        {"another order", 600, {100, 150, 200}, {1, 2, 0}, 0, 1, 2, 154, 351, 0},
+        {"ends at the client's right edge", 525, {175, 175, 175}, {0, 1, 2}, 0, 1, 2, 354, 525, 0},
+        // 325 + 4, 329 - 3 + 175 = 501
+        {"beyond the right edge", 500, {175, 175, 175}, {0, 1, 2}, 0, 1, 2, 329, 500, 25},
+        {"beyond the left edge", 500, {300, 300, 300}, {0, 1, 2}, 400, 1, 1, 4, 301, 300},
+        // 300 - 150 + 4, 154 - 3 + 300
+        {"in view", 500, {300, 300, 300}, {0, 1, 2}, 150, 1, 1, 154, 451, 150},
+        // not 4 - 3 + 390
+        {"wider than the list", 300, {100, 390, 100}, {0, 1, 2}, 0, 1, 1, 4, 300, 100},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.what);
+        CListWindow window({test.listWidth, 300}, {{test.columns[0]}, {test.columns[1]}, {test.columns[2]}});
+        window.m_list.SetColumnOrder({test.order.begin(), test.order.end()});
+        window.m_list.ScrollHorizontally(test.scrolled);
+        ASSERT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), test.scrolled);
+        ExpectPlace(window, test.row, test.column, test.left, test.right);
+        EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), test.scrolledAfter);
+    }
 }
 
 TEST_F(ConvListEditPlace, ARowOutOfViewIsScrolledIn)
@@ -375,10 +352,10 @@ TEST_F(ConvListEditPlace, ARowOutOfViewIsScrolledIn)
     ExpectPlace(window, 3, 2, 354, 526);
 }
 
-TEST_F(ConvListEditPlace, ARowInViewInPartStaysWhereItIs)
+TEST_F(ConvListEditPlace, APartlyVisibleRowIsNotScrolled)
 {
     CListWindow window({600, 200}, {{}, {}, {}}, 100);
-    // The lowest row is cut in the middle.
+    // Half of the lowest row is visible.
     const RECT first = window.m_list.GetRowRect(0);
     const LONG height = first.bottom - first.top;
     SetWindowPos(window.m_list.m_hWnd, nullptr, 0, 0, 600, first.top + 5 * height + height / 2,
@@ -389,7 +366,7 @@ TEST_F(ConvListEditPlace, ARowInViewInPartStaysWhereItIs)
     EXPECT_EQ(window.m_list.GetTopIndex(), 0);
 }
 
-TEST_F(ConvListEditPlace, AColumnOfFewerThanFivePixelsHasNone)
+TEST_F(ConvListEditPlace, AColumnOfFewerThanFivePixelsHasNoEditor)
 {
     CListWindow window({600, 300}, {{100}, {4}, {5}});
     window.m_list.EditCell(1, 1);
@@ -397,7 +374,7 @@ TEST_F(ConvListEditPlace, AColumnOfFewerThanFivePixelsHasNone)
     ExpectPlace(window, 1, 2, 108, 110);  // 100 + 4 + 4, 108 - 3 + 5
 }
 
-TEST_F(ConvListEditPlace, ACellThatDoesNotExistHasNone)
+TEST_F(ConvListEditPlace, AMissingCellHasNoEditor)
 {
     CListWindow window;
     for (const auto& [row, column] : {std::pair{-1, 1}, {5, 1}, {1, -1}, {1, 3}}) {
@@ -407,7 +384,7 @@ TEST_F(ConvListEditPlace, ACellThatDoesNotExistHasNone)
     }
 }
 
-TEST_F(ConvListEditPlace, AnotherCellsEditorTakesTheOpenOnesPlace)
+TEST_F(ConvListEditPlace, AnotherCellsEditorReplacesTheOpenOne)
 {
     CListWindow window;
     window.m_list.EditCell(1, 1);
@@ -422,7 +399,7 @@ TEST_F(ConvListEditPlace, AnotherCellsEditorTakesTheOpenOnesPlace)
     EXPECT_EQ(window.m_list.GetItemText(3, 2), L"x");
 }
 
-// How it grows
+// Its growth
 
 class ConvListEditGrowth : public testing::Test
 {
@@ -435,7 +412,7 @@ protected:
         m_border = m_start[2] - m_start[0] - ClientWidth(m_window.Editor());
     }
 
-    // Where the editor's right edge is after typing more and more of a text, from the text's width alone.
+    // After each character, the editor's right edge is where the text's width puts it.
     void ExpectGrowth(const std::wstring& text)
     {
         LONG right = m_window.EditorPlace()[2];
@@ -480,8 +457,7 @@ TEST_F(ConvListEditGrowth, NeverShrinks)
     EXPECT_EQ(m_window.EditorPlace(), wide);
 }
 
-// What was scrolled away while the edit was narrower comes back, but for the one character that the edit's
-// own margins may cost.
+// The growing edit scrolls back to the beginning, except for one character that its margins may take.
 TEST_F(ConvListEditGrowth, ShowsTheTextFromItsBeginning)
 {
     ExpectGrowth(std::wstring(20, L'm'));

@@ -5,14 +5,13 @@
 #include <vector>
 
 #include "framework/Handles.h"
-#include "tests/support/FakeAutomation.h"
 #include "tests/windows/ConvListScopes.h"
 
-// The columns in the user's hands: their widths, their order, and their lines below the rows.
+// The columns' widths, their order, and their lines below the rows.
 
 namespace {
 
-// Drags the divider behind the first column to the width, through the others on the way.
+// Drags the first column's divider to the width in steps.
 void DragFirstColumn(const CListWindow& window, const std::vector<int>& widths)
 {
     const HWND header = window.m_list.GetHeader();
@@ -40,7 +39,7 @@ TEST(ConvListHeader, ADragIsRefusedBeyondTheLimits)
     }
 }
 
-TEST(ConvListHeader, ADragGoesAsFarAsItMay)
+TEST(ConvListHeader, ADragStopsAtTheLimits)
 {
     const CListWindow window;
     DragFirstColumn(window, {150, 100, 60, 40});
@@ -68,7 +67,7 @@ TEST(ConvListHeader, OtherChangesOfAColumnAreNotRefused)
     std::wstring text = L"Name";
     HDITEMW item{};
     item.mask = HDI_TEXT;
-    item.cxy = 5;  // not meant, as the mask says
+    item.cxy = 5;  // not in the mask
     item.pszText = text.data();
     ASSERT_TRUE(SendMessageW(window.m_list.GetHeader(), HDM_SETITEMW, 1, reinterpret_cast<LPARAM>(&item)));
     wchar_t read[16] = {};
@@ -79,9 +78,9 @@ TEST(ConvListHeader, OtherChangesOfAColumnAreNotRefused)
     EXPECT_EQ(window.m_list.GetColumnWidth(1), 175);
 }
 
-// A message box comes up because the editor that the drag ends holds another row's name.
+// The drag ends an edit with another row's name, which a message box reports.
 
-void LetGo(int key)
+void ReleaseKey(int key)
 {
     std::array<BYTE, 256> state{};
     GetKeyboardState(state.data());
@@ -89,12 +88,12 @@ void LetGo(int key)
     SetKeyboardState(state.data());
 }
 
-TEST(ConvListHeader, ADragWhoseButtonAMessageHasUsedUpDoesNotBegin)
+TEST(ConvListHeader, ADragDoesNotBeginIfAMessageTookTheRelease)
 {
     CListWindow window;
     const CHeldKeys button{VK_LBUTTON};
-    const CFakeUser user([] {
-        LetGo(VK_LBUTTON);
+    const CMessageRecorder user([] {
+        ReleaseKey(VK_LBUTTON);
         return IDOK;
     });
     window.m_list.EditCell(1, 1);
@@ -104,11 +103,11 @@ TEST(ConvListHeader, ADragWhoseButtonAMessageHasUsedUpDoesNotBegin)
     EXPECT_EQ(window.m_list.GetColumnWidth(0), 175);
 }
 
-TEST(ConvListHeader, ADragWhoseButtonIsStillDownBehindAMessageGoesOn)
+TEST(ConvListHeader, ADragContinuesAfterAMessageIfTheButtonIsStillDown)
 {
     CListWindow window;
     const CHeldKeys button{VK_LBUTTON};
-    const CFakeUser user([] { return IDOK; });
+    const CMessageRecorder user;
     window.m_list.EditCell(1, 1);
     window.Retype(L"M2");
     DragFirstColumn(window, {200});
@@ -116,7 +115,7 @@ TEST(ConvListHeader, ADragWhoseButtonIsStillDownBehindAMessageGoesOn)
     EXPECT_EQ(window.m_list.GetColumnWidth(0), 200);
 }
 
-// The area below the rows that has to be drawn again.
+// The invalid area below the rows.
 bool IsStale(const CListWindow& window, int x, int y)
 {
     const UniqueGdiObject<HRGN> region(CreateRectRgn(0, 0, 0, 0));
@@ -124,7 +123,7 @@ bool IsStale(const CListWindow& window, int x, int y)
     return PtInRegion(region.get(), x, y) != FALSE;
 }
 
-TEST(ConvListHeader, ANewWidthHasTheAreaBelowTheRowsDrawnAgain)
+TEST(ConvListHeader, ANewWidthInvalidatesTheAreaBelowTheRows)
 {
     for (const int rows : {0, 5}) {
         const CListWindow window({600, 300}, {{}, {}, {}}, rows);
@@ -148,7 +147,7 @@ TEST(ConvListHeader, ANewWidthHasTheAreaBelowTheRowsDrawnAgain)
 class ConvListLines : public testing::Test
 {
 protected:
-    // The list's pixels after a redraw stand for the line's colour in exactly these places at this height.
+    // After a redraw, exactly these pixels of a row of pixels have the line's colour.
     static void ExpectLines(const CListWindow& window, const std::vector<int>& expected, LONG y)
     {
         const HDC dc = GetDC(window.m_list.m_hWnd);
@@ -190,7 +189,7 @@ TEST_F(ConvListLines, ReachFromBelowTheHeaderToTheBottom)
     }
 }
 
-TEST_F(ConvListLines, GoOnBelowTheLastRow)
+TEST_F(ConvListLines, ContinueBelowTheLastRow)
 {
     const CListWindow window;
     Redraw(window);
@@ -198,7 +197,7 @@ TEST_F(ConvListLines, GoOnBelowTheLastRow)
     ExpectLines(window, {174, 349, 524}, 299);
 }
 
-TEST_F(ConvListLines, StandBehindTheColumnsAsShown)
+TEST_F(ConvListLines, AreDrawnAtTheColumnsRightEdges)
 {
     const CListWindow window({600, 300}, {{100}, {150}, {200}});
     window.m_list.SetColumnOrder({2, 0, 1});
@@ -289,7 +288,7 @@ TEST(ConvListKeys, AltAndTheNumberMovesAColumnToTheRight)
         << "the column's number, not its place's";
 }
 
-TEST(ConvListKeys, OtherNumbersAndKeysDoNothingToColumns)
+TEST(ConvListKeys, OtherNumbersAndKeysLeaveTheColumns)
 {
     const CListWindow window;
     const auto expectUnchanged = [&window](const char* keys) {

@@ -6,50 +6,27 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/Languages.h"
 #include "tests/windows/ConvListScopes.h"
 
-// The menus of the two generated columns: what stands in them, what opens them, and what their commands do.
+// The menus of the two generated columns: their items, what opens them, and what their commands do.
 
 namespace {
 
 constexpr WPARAM kDismiss = 0;  // instead of a mnemonic
 
-// The visible window of this thread that a condition picks; or null.
-HWND FindWindowOfThread(bool (*isIt)(HWND))
-{
-    struct Search
-    {
-        bool (*isIt)(HWND);
-        HWND found;
-    };
-    Search search{isIt, nullptr};
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND window, LPARAM place) -> BOOL {
-            auto& asked = *reinterpret_cast<Search*>(place);
-            if (IsWindowVisible(window) != FALSE && asked.isIt(window)) {
-                asked.found = window;
-            }
-            return asked.found == nullptr ? TRUE : FALSE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.found;
-}
-
 bool IsMenu(HWND window)
 {
-    std::array<wchar_t, 16> name{};
-    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return lstrcmpW(name.data(), L"#32768") == 0;
+    return IsWindowVisible(window) != FALSE && IsOfClass(window, L"#32768");
 }
 
 bool IsTemplateDialog(HWND window)
 {
-    return GetDlgItem(window, IDC_TEMPLATE_TEXT) != nullptr;
+    return IsWindowVisible(window) != FALSE && GetDlgItem(window, IDC_TEMPLATE_TEXT) != nullptr;
 }
 
-// A menu's items from top to bottom: the text with the command number behind it and what is special about the
-// item, or "-" for a separator.
+// A menu's items from top to bottom: the text, the command number and special states, or "-" for a separator.
 Texts ItemsOf(HMENU menu)
 {
     Texts items;
@@ -72,9 +49,8 @@ Texts ItemsOf(HMENU menu)
     return items;
 }
 
-// A user who looks at the menu that a click opens over the list and chooses by a mnemonic, and who cancels
-// each template dialog after a look. Between them the user lets go of the mouse button, for which the list
-// may wait.
+// Records each menu that opens over the list and chooses by a mnemonic; records each template dialog and
+// cancels it. In between it releases the mouse button, as the list may be waiting for that.
 class CMenuUser
 {
 public:
@@ -146,34 +122,26 @@ void RightClick(const CListWindow& window, POINT point)
 
 Texts MenuOf(int column, int language)
 {
-    if (language != 0) {
-        return {(column == 1 ? L"Spalte: Umbenannt nach... [0] disabled default"
-                             : L"Spalte: Benennung d. Stücklisteneintrags... [0] disabled default"),
-                L"-",
-                L"&Löschen [1]",
-                L"-",
-                L"Schablone &anwenden [2]",
-                L"Schablone ansehen/&bearbeiten... [3]"};
-    }
-    return {(column == 1 ? L"Column: Renamed to... [0] disabled default"
-                         : L"Column: BOM names... [0] disabled default"),
+    const Text lead{L"Spalte: ", L"Column: "};
+    std::wstring header = expected::kHeaders[column].In(language);
+    header += header.ends_with(L"...") ? L"" : L"...";
+    return {lead.In(language) + header + L" [0] disabled default",
             L"-",
-            L"&Delete [1]",
+            expected::kDeleteRows.In(language) + L" [1]",
             L"-",
-            L"&Use template [2]",
-            L"View/&Modify template... [3]"};
+            expected::kUseTemplate.In(language) + L" [2]",
+            expected::kEditTemplate.In(language) + L" [3]"};
 }
 
-class ConvListMenu : public testing::TestWithParam<int>
+class ConvListMenu : public LanguageTest
 {
 protected:
-    // The mnemonic in the language at hand.
+    // The mnemonic in the test's language.
     static WPARAM Mnemonic(wchar_t german, wchar_t english) { return GetParam() != 0 ? german : english; }
     static WPARAM Delete() { return Mnemonic(L'l', L'd'); }
     static WPARAM Apply() { return Mnemonic(L'a', L'u'); }
     static WPARAM Edit() { return Mnemonic(L'b', L'm'); }
 
-    const CLanguageScope m_language{GetParam()};
     const CListWindow m_window;
 };
 
@@ -234,7 +202,7 @@ TEST_P(ConvListMenu, TheTitleIsNoCommand)
     CMessageTrace trace(m_window);
     CMenuUser user(m_window, kDismiss);
     user.m_onMenu = [this] {
-        m_window.m_list.PostMessage(WM_KEYDOWN, VK_DOWN, 1);  // to the title, for all that it is disabled
+        m_window.m_list.PostMessage(WM_KEYDOWN, VK_DOWN, 1);  // to the title, although it is disabled
         m_window.m_list.PostMessage(WM_KEYDOWN, VK_RETURN, 1);
     };
     RightClick(m_window, m_window.At(200, 1));
@@ -261,7 +229,7 @@ TEST_P(ConvListMenu, TheRowIsSelectedBeforeTheMenuOpens)
     EXPECT_EQ(selected, std::vector<int>{3});
 }
 
-TEST_P(ConvListMenu, TheFirstColumnHasNone)
+TEST_P(ConvListMenu, TheFirstColumnHasNoMenu)
 {
     const CMenuUser user(m_window, kDismiss);
     RightClick(m_window, m_window.At(20, 2));
@@ -313,7 +281,7 @@ TEST_P(ConvListMenu, AnEmptyListHasItsMenus)
     EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
 }
 
-TEST_P(ConvListMenu, RightOfTheLastColumnThereIsNone)
+TEST_P(ConvListMenu, NoMenuRightOfTheLastColumn)
 {
     for (const POINT point : {m_window.At(525, 2), m_window.BelowRows(525)}) {
         const CMenuUser user(m_window, kDismiss);
@@ -323,7 +291,7 @@ TEST_P(ConvListMenu, RightOfTheLastColumnThereIsNone)
     }
 }
 
-TEST_P(ConvListMenu, TheColumnIsTheOneShownThere)
+TEST_P(ConvListMenu, TheColumnIsTheOneAtThePoint)
 {
     CListWindow window({400, 300}, {{100}, {150}, {200}});
     window.m_list.SetColumnOrder({2, 0, 1});
@@ -348,11 +316,11 @@ LRESULT CALLBACK CountRightClicks(HWND window, UINT message, WPARAM wParam, LPAR
     return DefSubclassProc(window, message, wParam, lParam);
 }
 
-TEST_P(ConvListMenu, TheControlDealsWithTheClickInEveryCase)
+TEST_P(ConvListMenu, TheControlAlwaysHandlesTheClick)
 {
     CListWindow window;
     int count = 0;
-    // What reaches the control itself passes the counter.
+    // Counts what reaches the control's own procedure.
     const HWND list = window.m_list.UnsubclassWindow();
     SetWindowSubclass(list, &CountRightClicks, 98, reinterpret_cast<DWORD_PTR>(&count));
     ASSERT_TRUE(window.m_list.SubclassWindow(list));
@@ -368,7 +336,7 @@ TEST_P(ConvListMenu, TheControlDealsWithTheClickInEveryCase)
     EXPECT_EQ(menus, 3U);
 }
 
-TEST_P(ConvListMenu, AnOpenEditEndsBeforeTheMenuComes)
+TEST_P(ConvListMenu, AnOpenEditEndsBeforeTheMenuOpens)
 {
     CListWindow window;
     window.m_list.EditCell(1, 1);
@@ -416,7 +384,7 @@ TEST_P(ConvListMenuByKey, OpensBelowTheFocusedRowsNewName)
     EXPECT_EQ(user.m_place.y, m_window.m_list.GetRowRect(1).bottom);
 }
 
-TEST_P(ConvListMenuByKey, WithCtrlItIsTheBomNames)
+TEST_P(ConvListMenuByKey, WithCtrlItIsTheBomNameMenu)
 {
     CMessageTrace trace(m_window);
     const CMenuUser user(m_window, Apply());
@@ -430,17 +398,39 @@ TEST_P(ConvListMenuByKey, WithCtrlItIsTheBomNames)
     EXPECT_EQ(trace.Take(), Texts{L"parent WM_APPLYTEMPLATE 2 0"});
 }
 
-TEST_P(ConvListMenuByKey, ShiftF10AsksForIt)
+TEST_P(ConvListMenuByKey, EachKeyAsksForItsColumn)
 {
-    const CMenuUser user(m_window, kDismiss);
-    m_window.Focus(1);
-    const CHeldKeys shift{VK_SHIFT};
-    PostMessageW(m_window.m_list.m_hWnd, WM_SYSKEYDOWN, VK_F10, 1);
-    DrainMessages();
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    const HWND list = m_window.m_list.m_hWnd;
+    struct Key
+    {
+        const char* what;
+        int column;
+        std::vector<int> held;
+        std::function<void()> press;
+    };
+    const Key keys[] = {
+        {"Shift+F10", 1, {VK_SHIFT}, [list] { PostMessageW(list, WM_SYSKEYDOWN, VK_F10, 1); }},
+        {"Ctrl+Shift+F10", 2, {VK_SHIFT, VK_CONTROL}, [list] { PostMessageW(list, WM_KEYDOWN, VK_F10, 1); }},
+        // Some programs make the place from two halves of -1.
+        {"a place in two halves",
+         1,
+         {},
+         [this, list] {
+             m_window.m_list.SendMessage(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), MAKELPARAM(-1, -1));
+         }},
+    };
+    for (const Key& key : keys) {
+        SCOPED_TRACE(key.what);
+        const CMenuUser user(m_window, kDismiss);
+        m_window.Focus(1);
+        const CHeldKeys held(key.held);
+        key.press();
+        DrainMessages();
+        EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(key.column, GetParam())});
+    }
 }
 
-TEST_P(ConvListMenuByKey, CtrlMayBeLetGoBeforeTheMenuKey)
+TEST_P(ConvListMenuByKey, CtrlMayBeReleasedBeforeTheMenuKey)
 {
     const CMenuUser user(m_window, kDismiss);
     m_window.Focus(1);
@@ -451,26 +441,6 @@ TEST_P(ConvListMenuByKey, CtrlMayBeLetGoBeforeTheMenuKey)
     }
     AskByKey();
     EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
-}
-
-TEST_P(ConvListMenuByKey, CtrlShiftF10AsksForTheBomNames)
-{
-    const CMenuUser user(m_window, kDismiss);
-    m_window.Focus(1);
-    const CHeldKeys keys{VK_SHIFT, VK_CONTROL};
-    PostMessageW(m_window.m_list.m_hWnd, WM_KEYDOWN, VK_F10, 1);
-    DrainMessages();
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
-}
-
-// Some programs put the place together from two halves, which are -1 each.
-TEST_P(ConvListMenuByKey, TheMessageMayHoldTwoHalves)
-{
-    const CMenuUser user(m_window, kDismiss);
-    m_window.Focus(1);
-    m_window.m_list.SendMessage(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(m_window.m_list.m_hWnd),
-                                MAKELPARAM(-1, -1));
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
 }
 
 TEST_P(ConvListMenuByKey, TheFocusedRowIsSelectedToo)
@@ -511,14 +481,10 @@ class ConvListTemplate : public ConvListMenu
 protected:
     static std::wstring Caption(int column)
     {
-        if (GetParam() != 0) {
-            return column == 1 ? L"Schablone Zieldatei bearbeiten"
-                               : L"Schablone Stücklisteneintrag bearbeiten";
-        }
-        return column == 1 ? L"View/Modify file template" : L"View/Modify BOM template";
+        return (column == 1 ? expected::kFileTemplate : expected::kBomTemplate).Current();
     }
 
-    // The template dialogs that the third command shows for a click at this point.
+    // The template dialogs that the third command opens for a click at this point.
     Texts Dialogs(POINT point)
     {
         m_settings.Redirect();
@@ -528,13 +494,12 @@ protected:
     }
 
     const CUserSettingsScope m_settings;
-    const CResourceScope m_resources{GetParam() != 0 ? kGermanLibrary : kEnglishLibrary};
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, ConvListTemplate, testing::Values(1, 0),
                          [](const auto& flag) { return flag.param != 0 ? "German" : "English"; });
 
-TEST_P(ConvListTemplate, TheStoredOneIsShown)
+TEST_P(ConvListTemplate, TheStoredTemplateIsShown)
 {
     m_settings.SetTemplate(1, L"%3_%4");
     m_settings.SetTemplate(2, L"");
@@ -544,7 +509,7 @@ TEST_P(ConvListTemplate, TheStoredOneIsShown)
     EXPECT_EQ(m_window.m_list.CountPendingRows(), 0);
 }
 
-TEST_P(ConvListTemplate, TheCellStandsInForOneThatIsNotStored)
+TEST_P(ConvListTemplate, WithoutAStoredTemplateTheCellsTextIsShown)
 {
     EXPECT_EQ(Dialogs(m_window.At(200, 3)), Texts{Caption(1) + L": M3.sldprt"});
     EXPECT_EQ(Dialogs(m_window.At(400, 2)), Texts{Caption(2) + L": Norm 2"});
@@ -553,7 +518,7 @@ TEST_P(ConvListTemplate, TheCellStandsInForOneThatIsNotStored)
     EXPECT_EQ(m_settings.Template(2), L"(none)");
 }
 
-TEST_P(ConvListTemplate, OneThatIsNoTextCountsAsNotStored)
+TEST_P(ConvListTemplate, ATemplateThatIsNoTextCountsAsNotStored)
 {
     m_settings.SetTemplateNumber(2, 7);
     EXPECT_EQ(Dialogs(m_window.At(400, 4)), Texts{Caption(2) + L": Norm 4"});

@@ -6,11 +6,11 @@
 
 #include "tests/windows/ConvListScopes.h"
 
-// What the list, its editor and its parent are sent: an action and the exact messages.
+// The exact messages to the list, its editor and its parent for each action.
 
 namespace {
 
-// The texts one after the other.
+// Joins the lists.
 Texts operator+(Texts first, const Texts& second)
 {
     first.insert(first.end(), second.begin(), second.end());
@@ -34,15 +34,15 @@ class ConvListMessages : public testing::Test
 protected:
     ConvListMessages() { m_window.Focus(1); }
 
-    // What the action sends.
+    // The messages of an action.
     Texts From(const std::function<void()>& action)
     {
         static_cast<void>(m_trace.Take());
         action();
         return m_trace.Take();
     }
-    // What the action sends when it ends an edit of the cell in row 1, with this text typed first, or with
-    // the text left as it is.
+    // The messages of an action that ends an edit of the cell in row 1, after this text is typed over it, or
+    // without a change.
     Texts AfterEdit(int column, const std::wstring& typed, const std::function<void()>& action)
     {
         m_window.m_list.EditCell(1, column);
@@ -173,7 +173,7 @@ TEST_F(ConvListMessages, OfScrolling)
             AfterEdit(2, typed, [&] { m_window.m_list.SendMessage(scroll.message, scroll.wParam); });
         ASSERT_GE(lines.size(), expected.size()) << testing::PrintToString(lines);
         EXPECT_EQ(lines.back(), kChanged.front());
-        // The control may send itself more of its own while it scrolls.
+        // The control may send itself more messages while it scrolls.
         lines.resize(expected.size());
         EXPECT_EQ(lines, expected);
         EXPECT_EQ(m_window.m_list.GetItemText(1, 2), typed);
@@ -217,7 +217,7 @@ TEST_F(ConvListMessages, OfAHeaderDragDuringAnEdit)
               kEditorLeft + End(L"column 1 \"M8x20\" length 5") + kEditorGone + kChanged);
 }
 
-// The parent's window goes in the middle of an edit: there is no one to tell any more.
+// The parent's window is destroyed during an edit, so there is no end to report.
 TEST_F(ConvListMessages, OfTheListGoingAwayDuringAnEdit)
 {
     m_window.m_list.EditCell(1, 1);

@@ -18,7 +18,7 @@
 #include "tests/support/WindowScopes.h"
 #include "ui/ConvList.h"
 
-// The conversion list in a window of its own, the user's hands on it, and what they set in motion.
+// The conversion list in a window, the user's input to it, and the messages that result.
 
 using Texts = std::vector<std::wstring>;
 
@@ -28,7 +28,7 @@ struct ColumnSpec
     int format = LVCFMT_LEFT;
 };
 
-// Types into whatever has the focus; what is selected there is replaced.
+// Types into the window that has the focus, over its selection.
 inline void Type(const std::wstring& text)
 {
     for (const wchar_t character : text) {
@@ -37,7 +37,7 @@ inline void Type(const std::wstring& text)
     }
 }
 
-// Presses a key in whatever has the focus.
+// Presses a key in the window that has the focus.
 inline void PressKey(WPARAM key)
 {
     const bool alt = ::GetKeyState(VK_MENU) < 0;
@@ -46,7 +46,7 @@ inline void PressKey(WPARAM key)
     DrainMessages();
 }
 
-// The list's parent, which notes the keys that are offered to it before they are dispatched.
+// The list's parent, which records the keys that it is offered before dispatch.
 class CListParent : public CPlainWindow
 {
 public:
@@ -61,7 +61,7 @@ public:
     }
 };
 
-// The list at the top left of a window, without grid lines of the control's own. Row i holds "N_i.sldprt",
+// The list at the top left of a window, without the control's grid lines. Row i holds "N_i.sldprt",
 // "Mi.sldprt" and "Norm i" and is marked converted; no row is selected or focused.
 class CListWindow
 {
@@ -89,7 +89,7 @@ public:
         m_list.SetItemState(-1, 0, LVIS_SELECTED | LVIS_FOCUSED);
     }
 
-    // The editor that is open in the list; null when none is.
+    // The editor that is open in the list; null if there is none.
     [[nodiscard]] HWND Editor() const { return m_list.GetDlgItem(IDC_IN_PLACE_EDIT); }
     [[nodiscard]] HWND ListEditor() const { return m_list.GetDlgItem(IDC_IN_PLACE_LIST); }
 
@@ -102,7 +102,7 @@ public:
         return {place.left, place.top, place.right, place.bottom};
     }
 
-    // A point of the list at the height of a row's middle.
+    // A point at the middle of a row's height.
     [[nodiscard]] POINT At(int x, int row) const
     {
         const RECT place = m_list.GetRowRect(row);
@@ -126,7 +126,7 @@ public:
         return rows;
     }
 
-    // A click's loop of the control's own, which waits for the button, finds it up.
+    // The posted release ends the control's loop that waits for the button.
     void Click(POINT point) const
     {
         m_list.PostMessage(WM_LBUTTONUP, 0, MAKELPARAM(point.x, point.y));
@@ -157,7 +157,8 @@ public:
 class CHeldKeys
 {
 public:
-    CHeldKeys(std::initializer_list<int> keys)
+    CHeldKeys(std::initializer_list<int> keys) : CHeldKeys(std::vector<int>(keys)) {}
+    explicit CHeldKeys(const std::vector<int>& keys)
     {
         ::GetKeyboardState(m_before.data());
         std::array<BYTE, 256> state = m_before;
@@ -174,27 +175,25 @@ private:
     std::array<BYTE, 256> m_before{};
 };
 
-// Notes the messages that matter to the list, its parent and its cell editor, in the order in which they are
-// sent or taken from the queue, until the end of the scope. One at a time.
+// Records the relevant messages to the list, its parent and its cell editor, in the order in which they are
+// sent or leave the queue, until the end of the scope. One at a time.
 class CMessageTrace
 {
 public:
     explicit CMessageTrace(const CListWindow& host) : m_host(host)
     {
         s_current = this;
-        m_sent = ::SetWindowsHookExW(WH_CALLWNDPROC, &OnSent, nullptr, ::GetCurrentThreadId());
         m_posted = ::SetWindowsHookExW(WH_GETMESSAGE, &OnPosted, nullptr, ::GetCurrentThreadId());
     }
     ~CMessageTrace()
     {
-        ::UnhookWindowsHookEx(m_sent);
         ::UnhookWindowsHookEx(m_posted);
         s_current = nullptr;
     }
     CMessageTrace(const CMessageTrace&) = delete;
     CMessageTrace& operator=(const CMessageTrace&) = delete;
 
-    // What was noted since the last call.
+    // The messages since the last call.
     [[nodiscard]] Texts Take()
     {
         DrainMessages();
@@ -208,14 +207,6 @@ private:
         const wchar_t* name;
     };
 
-    static LRESULT CALLBACK OnSent(int code, WPARAM wParam, LPARAM lParam)
-    {
-        if (code == HC_ACTION && s_current != nullptr) {
-            const auto& sent = *reinterpret_cast<const CWPSTRUCT*>(lParam);
-            s_current->Note(sent.hwnd, sent.message, sent.wParam, sent.lParam);
-        }
-        return ::CallNextHookEx(nullptr, code, wParam, lParam);
-    }
     static LRESULT CALLBACK OnPosted(int code, WPARAM wParam, LPARAM lParam)
     {
         if (code == HC_ACTION && wParam == PM_REMOVE && s_current != nullptr) {
@@ -258,7 +249,7 @@ private:
         }
     }
 
-    // Of the list's commands only a menu's are of interest, not the notifications of its editor.
+    // Of WM_COMMAND only a menu's commands, not the editor's notifications.
     static bool IsOfMenu(UINT message, LPARAM lParam) { return message != WM_COMMAND || lParam == 0; }
 
     void NoteByName(const std::wstring& window, std::initializer_list<Name> names, UINT message, bool wanted)
@@ -307,7 +298,8 @@ private:
     inline static CMessageTrace* s_current = nullptr;
 
     const CListWindow& m_host;
-    HHOOK m_sent = nullptr;
+    CSentMessageHook m_sent{
+        [this](const CWPSTRUCT& sent) { Note(sent.hwnd, sent.message, sent.wParam, sent.lParam); }};
     HHOOK m_posted = nullptr;
     Texts m_lines;
 };

@@ -1,8 +1,6 @@
 #include "run/ConversionRun.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <io.h>
 
 #include <algorithm>
 #include <array>
@@ -16,67 +14,77 @@
 #include <vector>
 
 #include "resources/resource.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/FakeAutomation.h"
 #include "tests/support/FakeClasses.h"
-#include "tests/support/MappedFile.h"
+#include "tests/support/FileInterceptor.h"
 #include "tests/support/NetworkWatch.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// The run in one process with a stand-in CAD system: real files, a real table and the real progress dialog.
+// The run with automation objects of this process, and real files, table and progress dialog.
 
 namespace {
 
-constexpr DISPID kExit = 6;
-constexpr DISPID kDateCode = 11;
-constexpr DISPID kOpenDocument = 99;
-constexpr DISPID kConfigurationCount = 0x101B3;
-constexpr DISPID kConfigurationNames = 0x101B4;
-constexpr DISPID kSave = 0x101E3;
-constexpr DISPID kConfigurationByName = 0x10200;
+using namespace automation;
 
 using Texts = std::vector<std::wstring>;
 using Positions = std::vector<int>;
 
-const std::wstring kNotLoadedGerman =
-    L"box SOLIDWORKS konnte nicht geladen werden.\nDie Anwendung ist entweder nicht installiert, oder die "
-    L"Installation ist zerstört.";
-const std::wstring kNotLoadedEnglish =
-    L"box Could not load SOLIDWORKS.\nThe application either is not installed, or the installation is "
-    L"corrupt.";
-const std::wstring kTooOldGerman = L"box SOLIDWORKS 99/250 muss mindestens installiert sein.";
-const std::wstring kTooOldEnglish = L"box SOLIDWORKS 99/250 is required.";
-const std::wstring kFinishedGerman = L"box Umsetzungen erfolgreich beendet. [type 64]";
-const std::wstring kFinishedEnglish = L"box Conversion successfully finished. [type 64]";
-const std::wstring kCancelledGerman = L"box Abbruch durch Benutzer!\n\nEs wurden nicht alle Dateien kopiert.";
-const std::wstring kCancelledEnglish = L"box Canceled by user!\n\nNot all files are copied.";
-const std::wstring kReallyCancel =
-    L"box Wirklich abbrechen?\n(Die Stücklisteneinträge der Konfigurationen des aktuellen Normteils werden "
-    L"noch zu Ende geschrieben). [type 36]";
+// Lines of the progress dialog
+std::wstring Copying(const std::wstring& path)
+{
+    return expected::kCopy.Current() + path;
+}
+std::wstring Editing(const std::wstring& path)
+{
+    return expected::kCurrentFile.Current() + path;
+}
+std::wstring NewBomEntry(const std::wstring& name)
+{
+    return expected::kNewBomEntry.Current() + name;
+}
 
-// Sees what the windows of the thread are sent, and keeps what the progress dialog was made to show.
+// Message boxes as the log shows them, in the language of the process
+std::wstring Box(const std::wstring& text)
+{
+    return L"box " + text;
+}
+std::wstring NotLoaded()
+{
+    return Box(expected::kCadNotLoaded.Current());
+}
+std::wstring TooOld()
+{
+    return Box(expected::kCadTooOld.Current());
+}
+std::wstring Finished()
+{
+    return Box(expected::kFinished.Current()) + L" [type 64]";
+}
+std::wstring Cancelled()
+{
+    return Box(expected::kCancelled.Current());
+}
+std::wstring ReallyCancel()
+{
+    return Box(expected::kReallyCancel.Current()) + L" [type 36]";
+}
+
+const std::wstring kMapFile = L"lib\\Mapped\\PartsMap.txt";
+const std::wstring kVersionIsRead = L"application GetDateCode method";
+const std::wstring kCadEnds = L"application Exit method";
+
+// Records what the progress dialog shows.
 class CScreenWatcher
 {
 public:
-    CScreenWatcher() : m_hook(SetWindowsHookExW(WH_CALLWNDPROC, &OnCall, nullptr, GetCurrentThreadId()))
-    {
-        s_current = this;
-        EXPECT_NE(m_hook, nullptr);
-    }
-    ~CScreenWatcher()
-    {
-        UnhookWindowsHookEx(m_hook);
-        s_current = nullptr;
-    }
-    CScreenWatcher(const CScreenWatcher&) = delete;
-    CScreenWatcher& operator=(const CScreenWatcher&) = delete;
-
     HWND m_dialog = nullptr;                                 // the progress dialog; it may be gone
     std::map<int, Texts> m_texts;                            // what each line was set to
     std::map<int, Positions> m_positions;                    // and each bar
     std::function<void()> m_onOverallMove;                   // called when the overall bar is about to move
     std::function<void(const std::wstring&)> m_onFirstLine;  // and when the first line is about to be set
-    std::function<void(HWND, UINT, WPARAM)> m_onMessage;     // called for whatever any window is sent
+    std::function<void(HWND, UINT, WPARAM)> m_onMessage;     // called for each message sent to a window
 
     [[nodiscard]] bool IsOpen() const { return m_dialog != nullptr && IsWindow(m_dialog) != FALSE; }
     [[nodiscard]] bool MayCancel() const { return IsWindowEnabled(GetDlgItem(m_dialog, IDCANCEL)) != FALSE; }
@@ -93,14 +101,6 @@ public:
     }
 
 private:
-    static LRESULT CALLBACK OnCall(int code, WPARAM wParam, LPARAM lParam)
-    {
-        if (code == HC_ACTION && s_current != nullptr) {
-            s_current->Note(*reinterpret_cast<const CWPSTRUCT*>(lParam));
-        }
-        return CallNextHookEx(nullptr, code, wParam, lParam);
-    }
-
     void Note(const CWPSTRUCT& call)
     {
         if (m_onMessage) {
@@ -128,9 +128,7 @@ private:
         }
     }
 
-    inline static CScreenWatcher* s_current = nullptr;
-
-    HHOOK m_hook;
+    CSentMessageHook m_hook{[this](const CWPSTRUCT& call) { Note(call); }};
 };
 
 class ConversionRunTest : public testing::Test, protected CConversionView
@@ -145,16 +143,13 @@ protected:
         for (const int column : {0, 1, 2}) {
             m_table.InsertColumn(column, L"", 175);
         }
-        m_application.On(kDateCode, AnswerLong(2024100));
+        m_application.On(kGetDateCode, AnswerLong(2024100));
         m_application.On(kOpenDocument, AnswerObject(&m_document));
-        m_document.On(kConfigurationCount, AnswerLong(1));
-        m_document.On(kConfigurationNames, AnswerStrings({L"Default"}));
-        m_document.On(kConfigurationByName, AnswerObject(&m_configuration));
+        m_document.On(kGetConfigurationCount, AnswerLong(1));
+        m_document.On(kGetConfigurationNames, AnswerStrings({L"Default"}));
+        m_document.On(kGetConfiguration, AnswerObject(&m_configuration));
         m_document.On(kSave, AnswerLong(0));
-        m_listenerBefore =
-            SetMessageListener([this](const MessageRequest& request) { return OnBox(request); });
     }
-    ~ConversionRunTest() override { SetMessageListener(m_listenerBefore); }
 
     void SetUp() override
     {
@@ -165,7 +160,7 @@ protected:
                                                          kProgId + L"\\CLSID", TextOfClass(m_classId));
     }
 
-    // Every end of a run leaves the same behind.
+    // The same after every end of a run.
     void TearDown() override
     {
         if (IsSkipped()) {
@@ -178,7 +173,7 @@ protected:
         EXPECT_EQ(m_configuration.References(), 0);
     }
 
-    // A row, and the file that its original name stands for.
+    // A row and its part file.
     void AddRow(const std::wstring& original, const std::wstring& renamed, const std::wstring& bomName,
                 bool pending = true)
     {
@@ -211,7 +206,7 @@ protected:
     // The record lines of the map file, each ended by CR LF.
     static std::vector<std::string> Records()
     {
-        std::istringstream file(ReadBytes(L"lib\\Mapped\\PartsMap.txt"));
+        std::istringstream file(ReadBytes(kMapFile));
         std::vector<std::string> lines;
         for (std::string line; std::getline(file, line);) {
             EXPECT_TRUE(line.ends_with('\r')) << line;
@@ -234,13 +229,6 @@ protected:
         return marks;
     }
 
-    static bool IsReadOnly(const std::wstring& path)
-    {
-        const DWORD attributes = GetFileAttributesW(path.c_str());
-        EXPECT_NE(attributes, INVALID_FILE_ATTRIBUTES);
-        return (attributes & FILE_ATTRIBUTE_READONLY) != 0;
-    }
-
     [[nodiscard]] std::ptrdiff_t Count(const std::wstring& event) const
     {
         return std::ranges::count(m_log, event);
@@ -260,7 +248,7 @@ protected:
 
     virtual void Log(const std::wstring& event) { m_log.push_back(event); }
 
-    // Lets a member do something before it answers as before.
+    // Does something before a member returns its result.
     static CFakeDispatch::Handler Before(std::function<void()> action, CFakeDispatch::Handler answer)
     {
         return [action = std::move(action), answer = std::move(answer)](FakeCall& call) {
@@ -274,7 +262,7 @@ protected:
         return [](FakeCall&) { return S_OK; };
     }
 
-    // Has the opening of a document fail at its n-th call (from 1) and succeed at the others.
+    // Only the n-th call (from 1) to open a document fails.
     void FailOpening(int n, const CFakeDispatch::Handler& failure)
     {
         m_application.On(kOpenDocument, [this, n, failure](FakeCall& call) {
@@ -333,17 +321,12 @@ private:
         ExpectMapFileClosed();
     }
     void TakeInputAgain() override { m_mainWindow.EnableWindow(true); }
-    static void ExpectMapFileClosed()
-    {
-        const UniqueHandle file(ValidHandle(
-            CreateFileW(L"lib\\Mapped\\PartsMap.txt", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
-        EXPECT_NE(file, nullptr);
-    }
+    static void ExpectMapFileClosed() { EXPECT_TRUE(OpenAsOther(kMapFile, GENERIC_READ, 0)); }
 
     CList<UTtab_entry, UTtab_entry&> m_entries;
     std::vector<bool> m_pending;
     std::unique_ptr<CScratchClassKey> m_progIdKey;
-    MessageListener m_listenerBefore;
+    CListenerScope m_listener{[this](const MessageRequest& request) { return OnBox(request); }};
 };
 
 // A whole run
@@ -353,36 +336,37 @@ TEST_F(ConversionRunTest, CopiesRecordsAndUpdatesPartAfterPart)
     AddRow(L"N_4017_M8.sldprt", L"Schraube.sldprt", L"Norm 4017 - %2");
     AddRow(L"N_ISO_4032_M6.sldasm", L"Mutter.sldasm", L"%1|%3|%4|%5");
     Run(false);
-    EXPECT_EQ(m_log,
-              (EventLog{
-                  L"application 11 method",
-                  L"application 24 method BOOL=0 I4=1",
-                  L"application 99 method BSTR=lib\\Mapped\\Schraube.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 "
-                  L"&I4=0",
-                  L"document 65971 method",
-                  L"document 65972 method",
-                  L"document 66048 method BSTR=Default",
-                  L"configuration 6 put BOOL=-1",
-                  L"configuration 5 put BSTR=Norm 4017 - Default",
-                  L"document 66019 method BOOL=-1",
-                  L"application 7 method BSTR=lib\\Mapped\\Schraube.sldprt",
-                  L"application 24 method BOOL=-1 I4=1",
-                  L"application 24 method BOOL=0 I4=2",
-                  L"application 99 method BSTR=lib\\Mapped\\Mutter.sldasm I4=2 BOOL=0 BOOL=0 BOOL=-1 "
-                  L"&I4=0",
-                  L"document 65971 method",
-                  L"document 65972 method",
-                  L"document 66048 method BSTR=Default",
-                  L"configuration 6 put BOOL=-1",
-                  // The standard number is cut out behind "N_": of "ISO_4032" there are no digits.
-                  L"configuration 5 put BSTR=|4032|M6|%5",
-                  L"document 66019 method BOOL=-1",
-                  L"application 7 method BSTR=lib\\Mapped\\Mutter.sldasm",
-                  L"application 24 method BOOL=-1 I4=2",
-                  L"view map file",
-                  kFinishedGerman,
-                  L"application 6 method",
-              }));
+    EXPECT_EQ(
+        m_log,
+        (EventLog{
+            kVersionIsRead,
+            L"application SetDocumentVisibility method BOOL=0 I4=1",
+            L"application OpenDocument method BSTR=lib\\Mapped\\Schraube.sldprt I4=1 BOOL=0 BOOL=0 BOOL=-1 "
+            L"&I4=0",
+            L"document GetConfigurationCount method",
+            L"document GetConfigurationNames method",
+            L"document GetConfiguration method BSTR=Default",
+            L"configuration UseAlternativeBomName put BOOL=-1",
+            L"configuration AlternativeBomName put BSTR=Norm 4017 - Default",
+            L"document Save method BOOL=-1",
+            L"application CloseDocument method BSTR=lib\\Mapped\\Schraube.sldprt",
+            L"application SetDocumentVisibility method BOOL=-1 I4=1",
+            L"application SetDocumentVisibility method BOOL=0 I4=2",
+            L"application OpenDocument method BSTR=lib\\Mapped\\Mutter.sldasm I4=2 BOOL=0 BOOL=0 BOOL=-1 "
+            L"&I4=0",
+            L"document GetConfigurationCount method",
+            L"document GetConfigurationNames method",
+            L"document GetConfiguration method BSTR=Default",
+            L"configuration UseAlternativeBomName put BOOL=-1",
+            // The standard number comes after "N_": "ISO_4032" begins with no digits.
+            L"configuration AlternativeBomName put BSTR=|4032|M6|%5",
+            L"document Save method BOOL=-1",
+            L"application CloseDocument method BSTR=lib\\Mapped\\Mutter.sldasm",
+            L"application SetDocumentVisibility method BOOL=-1 I4=2",
+            L"view map file",
+            Finished(),
+            kCadEnds,
+        }));
     EXPECT_EQ(m_class.m_created, 1);
     EXPECT_EQ(Records(), (std::vector<std::string>{"N_4017_M8.sldprt ; Schraube.sldprt ; Norm 4017 - %2",
                                                    "N_ISO_4032_M6.sldasm ; Mutter.sldasm ; %1|%3|%4|%5"}));
@@ -397,14 +381,14 @@ TEST_F(ConversionRunTest, TheStandardNumberIsItsLeadingDigits)
 {
     AddRow(L"N_4017A_M8__x__y__.sldprt", L"b.sldprt", L"%1|%3|%4|%7|%8|%2");
     Run(false);
-    EXPECT_EQ(Count(L"configuration 5 put BSTR=4017|4017A|M8|x|y|Default"), 1);
+    EXPECT_EQ(Count(L"configuration AlternativeBomName put BSTR=4017|4017A|M8|x|y|Default"), 1);
 }
 
 TEST_F(ConversionRunTest, TheMapFileHasItsHeader)
 {
     AddRows(1);
     Run(true);
-    const std::string bytes = ReadBytes(L"lib\\Mapped\\PartsMap.txt");
+    const std::string bytes = ReadBytes(kMapFile);
     const std::string lead =
         "; Datei: lib\\Mapped\\PartsMap.txt\r\n"
         "; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren "
@@ -419,16 +403,18 @@ TEST_F(ConversionRunTest, ShowsWhatItDoesInGerman)
 {
     AddRows(2);
     Run(false);
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_FIRST],
+              (Texts{expected::kLoadingCad.Current(), Copying(L"lib\\a1.sldprt"),
+                     Editing(L"lib\\Mapped\\b1.sldprt"), Copying(L"lib\\a2.sldprt"),
+                     Editing(L"lib\\Mapped\\b2.sldprt")}));
     EXPECT_EQ(
-        m_screen.m_texts[1012],
-        (Texts{L"Lade SOLIDWORKS...", L"Kopiere: lib\\a1.sldprt", L"Bearbeite Datei: lib\\Mapped\\b1.sldprt",
-               L"Kopiere: lib\\a2.sldprt", L"Bearbeite Datei: lib\\Mapped\\b2.sldprt"}));
-    EXPECT_EQ(
-        m_screen.m_texts[1013],
-        (Texts{L"nach: lib\\Mapped\\b1.sldprt", L"Aktuelle Konfiguration:  Default", L"Schreibe Datei...",
-               L"nach: lib\\Mapped\\b2.sldprt", L"Aktuelle Konfiguration:  Default", L"Schreibe Datei..."}));
-    EXPECT_EQ(m_screen.m_texts[1014], (Texts{L"Setze neuen Stückl.-Eintrag:  Norm 1 - Default", L"",
-                                             L"Setze neuen Stückl.-Eintrag:  Norm 2 - Default", L""}));
+        m_screen.m_texts[IDC_PROGRESS_SECOND],
+        (Texts{expected::kCopyTo.Current() + L"lib\\Mapped\\b1.sldprt",
+               expected::kCurrentConfiguration.Current() + L"Default", expected::kSavingFile.Current(),
+               expected::kCopyTo.Current() + L"lib\\Mapped\\b2.sldprt",
+               expected::kCurrentConfiguration.Current() + L"Default", expected::kSavingFile.Current()}));
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_THIRD],
+              (Texts{NewBomEntry(L"Norm 1 - Default"), L"", NewBomEntry(L"Norm 2 - Default"), L""}));
 }
 
 TEST_F(ConversionRunTest, ShowsWhatItDoesInEnglish)
@@ -436,52 +422,54 @@ TEST_F(ConversionRunTest, ShowsWhatItDoesInEnglish)
     const CLanguageScope english(0);
     AddRows(1);
     Run(false);
-    EXPECT_EQ(m_screen.m_texts[1012], (Texts{L"Loading SOLIDWORKS...", L"Copy: lib\\a1.sldprt",
-                                             L"Current file: lib\\Mapped\\b1.sldprt"}));
-    EXPECT_EQ(m_screen.m_texts[1013].front(), L"to: lib\\Mapped\\b1.sldprt");
-    EXPECT_EQ(Boxes(), Texts{kFinishedEnglish});
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_FIRST],
+              (Texts{expected::kLoadingCad.Current(), Copying(L"lib\\a1.sldprt"),
+                     Editing(L"lib\\Mapped\\b1.sldprt")}));
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_SECOND].front(),
+              expected::kCopyTo.Current() + L"lib\\Mapped\\b1.sldprt");
+    EXPECT_EQ(Boxes(), Texts{Finished()});
 }
 
 TEST_F(ConversionRunTest, TheThirdLineIsClearedForEachRow)
 {
     AddRows(2);
-    // Without a configuration object the writer stops and leaves its texts standing.
-    m_document.On(kConfigurationByName, AnswerObject(nullptr));
+    // Without a configuration object the writer stops and leaves its texts on screen.
+    m_document.On(kGetConfiguration, AnswerObject(nullptr));
     Run(false);
-    EXPECT_EQ(m_screen.m_texts[1014], (Texts{L"Setze neuen Stückl.-Eintrag:  Norm 1 - Default", L"",
-                                             L"Setze neuen Stückl.-Eintrag:  Norm 2 - Default"}));
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_THIRD],
+              (Texts{NewBomEntry(L"Norm 1 - Default"), L"", NewBomEntry(L"Norm 2 - Default")}));
     EXPECT_EQ(Marks(), "cc");
 }
 
-TEST_F(ConversionRunTest, TheWindowsAreAsTheRunNeedsThem)
+TEST_F(ConversionRunTest, TheMainWindowIsDisabledAndCancelEnabledInTime)
 {
     AddRows(1);
     bool askedVersion = false;
-    m_application.On(kDateCode, Before(
-                                    [&] {
-                                        askedVersion = true;
-                                        EXPECT_FALSE(m_mainWindow.IsWindowEnabled());
-                                        EXPECT_EQ(GetWindow(m_screen.m_dialog, GW_OWNER),
-                                                  m_mainWindow.m_hWnd);
-                                        EXPECT_EQ(m_screen.FirstLine(), L"Lade SOLIDWORKS...");
-                                        EXPECT_FALSE(m_screen.MayCancel());
-                                        EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\PartsMap.txt"));
-                                    },
-                                    AnswerLong(1999250)));
+    m_application.On(kGetDateCode, Before(
+                                       [&] {
+                                           askedVersion = true;
+                                           EXPECT_FALSE(m_mainWindow.IsWindowEnabled());
+                                           EXPECT_EQ(GetWindow(m_screen.m_dialog, GW_OWNER),
+                                                     m_mainWindow.m_hWnd);
+                                           EXPECT_EQ(m_screen.FirstLine(), expected::kLoadingCad.Current());
+                                           EXPECT_FALSE(m_screen.MayCancel());
+                                           EXPECT_FALSE(std::filesystem::exists(kMapFile));
+                                       },
+                                       AnswerLong(1999250)));
     m_application.On(kOpenDocument,
                      Before([&] { EXPECT_TRUE(m_screen.MayCancel()); }, AnswerObject(&m_document)));
     m_application.On(kExit, Before([&] { EXPECT_FALSE(m_screen.IsOpen()); }, Succeed()));
     Run(false);
     EXPECT_TRUE(askedVersion);
-    EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
+    EXPECT_EQ(Boxes(), Texts{Finished()});
 }
 
 TEST_F(ConversionRunTest, ATrailingBackslashOfTheFolderMakesNoDifference)
 {
     AddRows(1);
     Run(false, L"lib\\");
-    EXPECT_EQ(m_screen.m_texts[1012][1], L"Kopiere: lib\\a1.sldprt");
-    EXPECT_EQ(Count(L"application 7 method BSTR=lib\\Mapped\\b1.sldprt"), 1);
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_FIRST][1], Copying(L"lib\\a1.sldprt"));
+    EXPECT_EQ(Count(L"application CloseDocument method BSTR=lib\\Mapped\\b1.sldprt"), 1);
     EXPECT_EQ(Records().size(), 1U);
 }
 
@@ -520,18 +508,18 @@ TEST_F(ConversionRunTest, ConvertedRowsAreRecordedOnly)
     EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b3.sldprt"));
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b1.sldprt"));
     EXPECT_EQ(Marks(), "ccc");
-    EXPECT_EQ(Count(L"document 66019 method BOOL=-1"), 1);
-    EXPECT_EQ(m_screen.m_texts[1012],
-              (Texts{L"Lade SOLIDWORKS...", L"Kopiere: lib\\a1.sldprt", L"Kopiere: lib\\a2.sldprt",
-                     L"Bearbeite Datei: lib\\Mapped\\b2.sldprt", L"Kopiere: lib\\a3.sldprt"}));
-    EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
+    EXPECT_EQ(Count(L"document Save method BOOL=-1"), 1);
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_FIRST],
+              (Texts{expected::kLoadingCad.Current(), Copying(L"lib\\a1.sldprt"), Copying(L"lib\\a2.sldprt"),
+                     Editing(L"lib\\Mapped\\b2.sldprt"), Copying(L"lib\\a3.sldprt")}));
+    EXPECT_EQ(Boxes(), Texts{Finished()});
 }
 
 TEST_F(ConversionRunTest, AReadOnlyCopyOfAnEarlierRunIsReplaced)
 {
     AddRows(1);
     WriteBytes(L"lib\\Mapped\\b1.sldprt", "of an earlier run, and longer than the new one");
-    SetFileAttributesW(L"lib\\Mapped\\b1.sldprt", FILE_ATTRIBUTE_READONLY);
+    MakeReadOnly(L"lib\\Mapped\\b1.sldprt");
     bool wasReadOnly = true;
     m_application.On(kOpenDocument, Before([&] { wasReadOnly = IsReadOnly(L"lib\\Mapped\\b1.sldprt"); },
                                            AnswerObject(&m_document)));
@@ -539,40 +527,40 @@ TEST_F(ConversionRunTest, AReadOnlyCopyOfAnEarlierRunIsReplaced)
     EXPECT_FALSE(wasReadOnly);
     EXPECT_EQ(ReadBytes(L"lib\\Mapped\\b1.sldprt"), "content of a part");
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b1.sldprt"));
-    EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
+    EXPECT_EQ(Boxes(), Texts{Finished()});
 }
 
 TEST_F(ConversionRunTest, TheMapFileOfAnEarlierRunIsReplaced)
 {
-    WriteBytes(L"lib\\Mapped\\PartsMap.txt", std::string(5000, 'x'));
+    WriteBytes(kMapFile, std::string(5000, 'x'));
     Run(true);
     EXPECT_TRUE(Records().empty());
-    EXPECT_LT(ReadBytes(L"lib\\Mapped\\PartsMap.txt").size(), 300U);
+    EXPECT_LT(ReadBytes(kMapFile).size(), 300U);
 }
 
-TEST_F(ConversionRunTest, ADocumentThatDoesNotOpenIsNoError)
+TEST_F(ConversionRunTest, AnUnopenedDocumentIsNoError)
 {
     AddRows(1);
     m_application.On(kOpenDocument, AnswerObject(nullptr));
     Run(false);
     EXPECT_EQ(Marks(), "c");
     EXPECT_EQ(Records().size(), 1U);
-    EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
+    EXPECT_EQ(Boxes(), Texts{Finished()});
 }
 
-// The bars. The progress dialog sets both to 0 when it is made.
+// The bars. The progress dialog sets both to 0 when it is created.
 
 TEST_F(ConversionRunTest, TheOverallBarShowsTheShareDone)
 {
     AddRows(7);
     Run(true);
-    EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 0, 14, 28, 42, 57, 71, 85}));
-    EXPECT_EQ(m_screen.m_positions[1017], Positions(8, 0));
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 14, 28, 42, 57, 71, 85}));
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_FILE], Positions(8, 0));
 }
 
-// 53/100 in single precision is a little less than 0.53, and so are 100 times that a little less than 53: the
-// nearest number of single precision is 52.999996. 59/100 is alike; the other hundredths come out even.
-TEST_F(ConversionRunTest, TheShareIsOfSinglePrecisionAndCutTowardsZero)
+// 53/100 in single precision is slightly less than 0.53, and 100 times that rounds to 52.999996. 59/100 is
+// similar; the other hundredths are exact.
+TEST_F(ConversionRunTest, TheShareIsOfSinglePrecisionAndTruncated)
 {
     AddRows(100);
     Run(true);
@@ -580,7 +568,7 @@ TEST_F(ConversionRunTest, TheShareIsOfSinglePrecisionAndCutTowardsZero)
     for (int done = 0; done < 100; ++done) {
         expected.push_back(done == 53 ? 52 : done == 59 ? 58 : done);
     }
-    EXPECT_EQ(m_screen.m_positions[1015], expected);
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], expected);
 }
 
 TEST_F(ConversionRunTest, WithNothingToConvertTheOverallBarIsFull)
@@ -588,10 +576,10 @@ TEST_F(ConversionRunTest, WithNothingToConvertTheOverallBarIsFull)
     AddRow(L"a1.sldprt", L"b1.sldprt", L"one", false);
     AddRow(L"a2.sldprt", L"b2.sldprt", L"two", false);
     Run(false);
-    EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 100, 100}));
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 100, 100}));
     EXPECT_EQ(Records().size(), 2U);
     EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b1.sldprt"));
-    EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
+    EXPECT_EQ(Boxes(), Texts{Finished()});
 }
 
 TEST_F(ConversionRunTest, ACopyOnlyRunCountsEveryRow)
@@ -600,7 +588,7 @@ TEST_F(ConversionRunTest, ACopyOnlyRunCountsEveryRow)
     AddRow(L"a2.sldprt", L"b2.sldprt", L"", true);
     AddRow(L"a3.sldprt", L"b3.sldprt", L"", false);
     Run(true);
-    EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 0, 100, 200}));
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 100, 200}));
 }
 
 TEST_F(ConversionRunTest, ARunWithUpdatesCountsThePendingRows)
@@ -608,12 +596,12 @@ TEST_F(ConversionRunTest, ARunWithUpdatesCountsThePendingRows)
     AddRow(L"a1.sldprt", L"b1.sldprt", L"x", false);
     AddRow(L"a2.sldprt", L"b2.sldprt", L"x", true);
     AddRow(L"a3.sldprt", L"b3.sldprt", L"x", true);
-    m_document.On(kConfigurationCount, AnswerLong(2));
-    m_document.On(kConfigurationNames, AnswerStrings({L"A", L"B"}));
+    m_document.On(kGetConfigurationCount, AnswerLong(2));
+    m_document.On(kGetConfigurationNames, AnswerStrings({L"A", L"B"}));
     Run(false);
     // Row 2: begins at 0, its two configurations share 50, saving shows 50; row 3 likewise from 50.
-    EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 0, 0, 0, 25, 50, 50, 50, 75, 100}));
-    EXPECT_EQ(m_screen.m_positions[1017], (Positions{0, 0, 0, 0, 50, 100, 0, 0, 50, 100}));
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 0, 0, 25, 50, 50, 50, 75, 100}));
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_FILE], (Positions{0, 0, 0, 0, 50, 100, 0, 0, 50, 100}));
 }
 
 // Copying only
@@ -625,7 +613,7 @@ TEST_F(ConversionRunTest, ACopyOnlyRunNeedsNoCadSystem)
     bool couldCancel = false;
     m_screen.m_onOverallMove = [&] { couldCancel |= m_screen.FirstLine() != L"" && m_screen.MayCancel(); };
     Run(true);
-    EXPECT_EQ(m_log, (EventLog{L"view map file", kFinishedGerman}));
+    EXPECT_EQ(m_log, (EventLog{L"view map file", Finished()}));
     EXPECT_EQ(m_class.m_created, 0);
     EXPECT_FALSE(couldCancel);
     EXPECT_EQ(Records(), (std::vector<std::string>{"a1.sldprt ; b1.sldprt ; ", "a2.sldprt ; b2.sldprt ; "}));
@@ -633,9 +621,9 @@ TEST_F(ConversionRunTest, ACopyOnlyRunNeedsNoCadSystem)
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b2.sldprt"));
     EXPECT_EQ(Marks(), "cc");
     EXPECT_EQ(m_table.GetItemText(0, 2), L"Norm 1 - %2") << "the table keeps the BOM name";
-    EXPECT_EQ(m_screen.m_texts[1012],
-              (Texts{L"Kopiere: lib\\a1.sldprt", L"Bearbeite Datei: lib\\Mapped\\b1.sldprt",
-                     L"Kopiere: lib\\a2.sldprt", L"Bearbeite Datei: lib\\Mapped\\b2.sldprt"}));
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_FIRST],
+              (Texts{Copying(L"lib\\a1.sldprt"), Editing(L"lib\\Mapped\\b1.sldprt"),
+                     Copying(L"lib\\a2.sldprt"), Editing(L"lib\\Mapped\\b2.sldprt")}));
 }
 
 TEST_F(ConversionRunTest, ACopyOnlyRunCannotBeCancelled)
@@ -643,8 +631,8 @@ TEST_F(ConversionRunTest, ACopyOnlyRunCannotBeCancelled)
     AddRows(3);
     int presses = 0;
     m_screen.m_onOverallMove = [&] {
-        // The first move is the dialog's own, before the run takes it over.
-        if (m_screen.m_positions[1015].size() > 1) {
+        // The dialog itself makes the first move.
+        if (m_screen.m_positions[IDC_PROGRESS_OVERALL].size() > 1) {
             ++presses;
             m_screen.PressCancel();
             PostMessageW(m_screen.m_dialog, WM_CLOSE, 0, 0);
@@ -653,10 +641,10 @@ TEST_F(ConversionRunTest, ACopyOnlyRunCannotBeCancelled)
     Run(true);
     EXPECT_EQ(presses, 3);
     EXPECT_EQ(Marks(), "ccc");
-    EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
+    EXPECT_EQ(Boxes(), Texts{Finished()});
 }
 
-TEST_F(ConversionRunTest, TakesOneMessageForEachRow)
+TEST_F(ConversionRunTest, HandlesOneMessagePerRow)
 {
     AddRows(3);
     CCountingWindow window;
@@ -686,21 +674,21 @@ TEST_F(ConversionRunTest, ACancelEndsTheRunAfterTheRowInHand)
 {
     AddRows(6);
     m_answer = IDYES;
-    m_document.On(kConfigurationByName, Before(
-                                            [&] {
-                                                if (Records().size() == 5) {
-                                                    m_screen.PressCancel();
-                                                }
-                                            },
-                                            AnswerObject(&m_configuration)));
+    m_document.On(kGetConfiguration, Before(
+                                         [&] {
+                                             if (Records().size() == 5) {
+                                                 m_screen.PressCancel();
+                                             }
+                                         },
+                                         AnswerObject(&m_configuration)));
     Run(false);
     EXPECT_EQ(Records().size(), 5U);
     EXPECT_EQ(Marks(), "cccccP");
-    EXPECT_EQ(Boxes(), (Texts{kReallyCancel, kCancelledGerman}));
-    EXPECT_EQ(m_log.back(), L"application 6 method");
+    EXPECT_EQ(Boxes(), (Texts{ReallyCancel(), Cancelled()}));
+    EXPECT_EQ(m_log.back(), kCadEnds);
     EXPECT_EQ(*(m_log.end() - 2), L"view reload");
-    EXPECT_EQ(*(m_log.end() - 3), kCancelledGerman);
-    EXPECT_EQ(Count(L"document 66019 method BOOL=-1"), 5) << "the part in hand is finished";
+    EXPECT_EQ(*(m_log.end() - 3), Cancelled());
+    EXPECT_EQ(Count(L"document Save method BOOL=-1"), 5) << "the part in hand is finished";
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b4.sldprt"));
     EXPECT_FALSE(IsReadOnly(L"lib\\Mapped\\b5.sldprt")) << "the run ends before that";
     EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b6.sldprt"));
@@ -711,32 +699,30 @@ TEST_F(ConversionRunTest, ACancelIsReportedInEnglish)
     const CLanguageScope english(0);
     AddRows(2);
     m_answer = IDYES;
-    m_document.On(kConfigurationByName,
-                  Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_configuration)));
+    m_document.On(kGetConfiguration, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_configuration)));
     Run(false);
-    EXPECT_EQ(Boxes().back(), kCancelledEnglish);
+    EXPECT_EQ(Boxes().back(), Cancelled());
     EXPECT_EQ(Marks(), "cP");
 }
 
-TEST_F(ConversionRunTest, ACancelTakenBackLetsTheRunGoOn)
+TEST_F(ConversionRunTest, ARevokedCancelLetsTheRunContinue)
 {
     AddRows(2);
     m_answer = IDNO;
-    m_document.On(kConfigurationByName,
-                  Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_configuration)));
+    m_document.On(kGetConfiguration, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_configuration)));
     Run(false);
-    EXPECT_EQ(Boxes(), (Texts{kReallyCancel, kReallyCancel, kFinishedGerman}));
+    EXPECT_EQ(Boxes(), (Texts{ReallyCancel(), ReallyCancel(), Finished()}));
     EXPECT_EQ(Marks(), "cc");
 }
 
-TEST_F(ConversionRunTest, ACancelBetweenConfigurationsAndCopyIsNotAskedFor)
+TEST_F(ConversionRunTest, ACancelOutsideTheConfigurationsNeedsNoConfirmation)
 {
     AddRows(2);
-    // While the part is opened the button is enabled; without configurations nobody asks.
-    m_document.On(kConfigurationCount, AnswerLong(0));
+    // The button is enabled while the part is opened; without configurations there is no question.
+    m_document.On(kGetConfigurationCount, AnswerLong(0));
     m_application.On(kOpenDocument, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_document)));
     Run(false);
-    EXPECT_EQ(Boxes(), Texts{kCancelledGerman});
+    EXPECT_EQ(Boxes(), Texts{Cancelled()});
     EXPECT_EQ(Marks(), "cP");
     EXPECT_EQ(Records().size(), 1U);
 }
@@ -751,7 +737,7 @@ TEST_F(ConversionRunTest, NothingCancelsWhileAPartIsSaved)
                              },
                              AnswerLong(0)));
     Run(false);
-    EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
+    EXPECT_EQ(Boxes(), Texts{Finished()});
     EXPECT_EQ(Marks(), "cc");
 }
 
@@ -759,10 +745,9 @@ TEST_F(ConversionRunTest, ACancelInTheLastRowIsStillACancel)
 {
     AddRows(1);
     m_answer = IDYES;
-    m_document.On(kConfigurationByName,
-                  Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_configuration)));
+    m_document.On(kGetConfiguration, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_configuration)));
     Run(false);
-    EXPECT_EQ(Boxes(), (Texts{kReallyCancel, kCancelledGerman}));
+    EXPECT_EQ(Boxes(), (Texts{ReallyCancel(), Cancelled()}));
     EXPECT_EQ(Marks(), "c");
 }
 
@@ -776,25 +761,24 @@ TEST_F(ConversionRunTest, AFailedCopySkipsTheRow)
     EXPECT_EQ(Records(), (std::vector<std::string>{"a1.sldprt ; b1.sldprt ; Norm 1 - %2",
                                                    "a3.sldprt ; b3.sldprt ; Norm 3 - %2"}));
     EXPECT_EQ(Marks(), "cPc");
-    EXPECT_EQ(Count(L"document 66019 method BOOL=-1"), 2);
+    EXPECT_EQ(Count(L"document Save method BOOL=-1"), 2);
     const Texts boxes = Boxes();
     ASSERT_EQ(boxes.size(), 2U);
-    EXPECT_TRUE(
-        boxes[0].starts_with(L"box Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei "
-                             L"\"lib\\a2.sldprt\" konnte nicht geöffnet werden.\nError: "));
-    EXPECT_EQ(boxes[1], kFinishedGerman);
-    // Two parts of three: 33 and 66 when saving, and the row that failed counts for nothing.
-    EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 0, 0, 33, 33, 33, 33, 66}));
+    EXPECT_TRUE(boxes[0].starts_with(L"box " + expected::kSourceNotOpenedLead.Current() + L"lib\\a2.sldprt" +
+                                     expected::kNotOpenedMiddle.Current()));
+    EXPECT_EQ(boxes[1], Finished());
+    // Two parts of three: 33 and 66 when saving, and the row that failed does not count.
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 0, 33, 33, 33, 33, 66}));
 }
 
-TEST_F(ConversionRunTest, NoCopyTakesThePlaceOfTheMapFile)
+TEST_F(ConversionRunTest, NoCopyReplacesTheMapFile)
 {
     AddRow(L"a.txt", L"partsmap.TXT", L"x");
     AddRow(L"b.txt", L"PartsMap.txt", L"x", false);
     Run(true);
     EXPECT_EQ(Records(), std::vector<std::string>{"b.txt ; PartsMap.txt ; "});
     EXPECT_EQ(Marks(), "Pc");
-    EXPECT_FALSE(IsReadOnly(L"lib\\Mapped\\PartsMap.txt")) << "the next run could not write it";
+    EXPECT_FALSE(IsReadOnly(kMapFile)) << "the next run could not write it";
 }
 
 TEST_F(ConversionRunTest, EveryFailedCopyIsReported)
@@ -806,75 +790,16 @@ TEST_F(ConversionRunTest, EveryFailedCopyIsReported)
     EXPECT_TRUE(Records().empty());
     EXPECT_EQ(Marks(), "PP");
     EXPECT_EQ(Boxes().size(), 3U);
-    EXPECT_EQ(Boxes().back(), kFinishedGerman);
-    EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 0, 0}));
+    EXPECT_EQ(Boxes().back(), Finished());
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 0}));
 }
 
-TEST_F(ConversionRunTest, WithoutTheCadSystemNothingIsWritten)
-{
-    AddRows(1);
-    m_class.m_status = REGDB_E_CLASSNOTREG;
-    Run(false);
-    EXPECT_EQ(m_log, EventLog{kNotLoadedGerman});
-    EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\PartsMap.txt"));
-    EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b1.sldprt"));
-    EXPECT_EQ(Marks(), "P");
-    const CLanguageScope english(0);
-    Run(false);
-    EXPECT_EQ(Boxes(), (Texts{kNotLoadedGerman, kNotLoadedEnglish}));
-}
-
-TEST_F(ConversionRunTest, AnOldCadSystemIsLetGoAgain)
-{
-    AddRows(1);
-    m_application.On(kDateCode, AnswerLong(1999249));
-    m_application.On(kExit, Before([&] { EXPECT_FALSE(m_screen.IsOpen()); }, Succeed()));
-    Run(false);
-    EXPECT_EQ(m_log, (EventLog{L"application 11 method", kTooOldGerman, L"application 6 method"}));
-    EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\PartsMap.txt"));
-    EXPECT_EQ(Marks(), "P");
-    const CLanguageScope english(0);
-    Run(false);
-    EXPECT_EQ(Boxes(), (Texts{kTooOldGerman, kTooOldEnglish}));
-}
-
-TEST_F(ConversionRunTest, ACadSystemThatDoesNotTellItsVersionIsNoConnection)
-{
-    AddRows(1);
-    m_application.On(kDateCode, Fail(E_FAIL));
-    Run(false);
-    EXPECT_EQ(m_log, (EventLog{L"application 11 method", kNotLoadedGerman, L"application 6 method"}));
-    EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\PartsMap.txt"));
-}
-
-TEST_F(ConversionRunTest, AMapFileThatCannotBeOpenedEndsTheRun)
-{
-    AddRows(1);
-    std::filesystem::create_directory(L"lib\\Mapped\\PartsMap.txt");
-    Run(false);
-    EXPECT_EQ(m_log,
-              (EventLog{L"application 11 method",
-                        L"box FEHLER: Datei lib\\Mapped\\PartsMap.txt kann nicht zum Schreiben geöffnet "
-                        L"werden!",
-                        L"application 6 method"}));
-    EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b1.sldprt"));
-    EXPECT_EQ(Marks(), "P");
-    m_log.clear();
-    const CLanguageScope english(0);
-    Run(true);
-    EXPECT_EQ(m_log,
-              EventLog{L"box ERROR: File lib\\Mapped\\PartsMap.txt cannot be opened for write access!"});
-    EXPECT_EQ(m_class.m_created, 1);
-}
-
-TEST_F(ConversionRunTest, AMapFileWhosePathHasNoBytesEndsTheRun)
+TEST_F(ConversionRunTest, AMapFileWithAnUnencodablePathEndsTheRun)
 {
     AddRows(1);
     std::filesystem::create_directories(L"日本\\Mapped");
     Run(true, L"日本");
-    EXPECT_EQ(
-        m_log,
-        EventLog{L"box FEHLER: Datei 日本\\Mapped\\PartsMap.txt kann nicht zum Schreiben geöffnet werden!"});
+    EXPECT_EQ(m_log, EventLog{Box(expected::MapNotWritten(L"日本\\Mapped\\PartsMap.txt"))});
     EXPECT_TRUE(std::filesystem::is_empty(L"日本\\Mapped"));
     EXPECT_EQ(Marks(), "P");
 }
@@ -883,39 +808,53 @@ TEST_F(ConversionRunTest, ANetworkPathKeepsItsTwoBackslashes)
 {
     AddRows(1);
     Run(true, L"\\\\127.0.0.1\\talvenor-no-such-share");
-    EXPECT_EQ(m_log,
-              EventLog{L"box FEHLER: Datei \\\\127.0.0.1\\talvenor-no-such-share\\Mapped\\PartsMap.txt "
-                       L"kann nicht zum Schreiben geöffnet werden!"});
+    EXPECT_EQ(m_log, EventLog{Box(expected::MapNotWritten(
+                         L"\\\\127.0.0.1\\talvenor-no-such-share\\Mapped\\PartsMap.txt"))});
 }
 
-TEST_F(ConversionRunTest, WithoutAFolderNothingIsAskedOfTheNetwork)
+TEST_F(ConversionRunTest, WithoutAFolderTheNetworkIsNotAccessed)
 {
     AddRows(1);
     const CNetworkWatch network;
     Run(true, L"");
-    EXPECT_EQ(m_log, EventLog{L"box FEHLER: Datei \\\\Mapped\\PartsMap.txt kann nicht zum Schreiben geöffnet "
-                              L"werden!"});
+    EXPECT_EQ(m_log, EventLog{Box(expected::MapNotWritten(L"\\\\Mapped\\PartsMap.txt"))});
     EXPECT_EQ(network.m_paths, Texts{});
 }
 
-// A map file on which writing fails for a while, as on a disk that is full.
+// While it is full, the disk takes half a record of each that is written to the map file.
+class CFullDisk : public CFileInterceptor
+{
+public:
+    DWORD ErrorFor(const FileOperation& operation) override
+    {
+        const bool isWrite = operation.call == FileCall::write || operation.call == FileCall::writeStream;
+        if (!m_isFull || !isWrite || !operation.path.ends_with(L"PartsMap.txt")) {
+            return ERROR_SUCCESS;
+        }
+        m_isFull = false;  // for the half record
+        std::ofstream(std::filesystem::path(kMapFile), std::ios::app) << "a2.sldprt ; b2.s";
+        m_isFull = true;
+        return ERROR_DISK_FULL;
+    }
+
+    bool m_isFull = false;
+};
+
 class UnwritableMapFileTest : public ConversionRunTest
 {
 protected:
-    static constexpr wchar_t kMapFile[] = L"lib\\Mapped\\PartsMap.txt";
-
-    // Lets writing the map file fail while the rows of these original names are in hand.
+    // The disk is full while the rows with these original names are converted.
     void FailAt(const Texts& originals)
     {
-        const int file = NextFileNumber();
-        m_screen.m_onFirstLine = [originals, file](const std::wstring& text) {
-            if (std::ranges::any_of(originals, [&](const auto& name) { return text.ends_with(name); })) {
-                BreakMapFile(file);
+        m_screen.m_onFirstLine = [this, originals](const std::wstring& text) {
+            if (text.starts_with(expected::kCopy.Current())) {
+                m_disk.m_isFull = std::ranges::any_of(
+                    originals, [&text](const std::wstring& name) { return text.ends_with(name); });
             }
         };
     }
 
-    void ExpectRowsMissing(const std::wstring& box, const std::wstring& finished)
+    void ExpectRowsMissing()
     {
         AddRow(L"a1.sldprt", L"b1.sldprt", L"one");
         AddRow(L"a2.sldprt", L"b2.sldprt", L"two");
@@ -924,56 +863,29 @@ protected:
         AddRow(L"a5.sldprt", L"b5.sldprt", L"five");
         FailAt({L"a2.sldprt", L"a3.sldprt", L"a4.sldprt"});
         Run(false);
-        EXPECT_EQ(Boxes(), (Texts{box, finished})) << "told once";
+        EXPECT_EQ(Boxes(), (Texts{Box(expected::RecordsMissing(kMapFile)), Finished()})) << "reported once";
         EXPECT_EQ(Records(),
                   (std::vector<std::string>{"a1.sldprt ; b1.sldprt ; one", "a5.sldprt ; b5.sldprt ; five"}));
         EXPECT_EQ(Marks(), "cPPcc");
-        EXPECT_EQ(Count(L"document 66019 method BOOL=-1"), 2) << "only parts on record are updated";
+        EXPECT_EQ(Count(L"document Save method BOOL=-1"), 2) << "only parts on record are updated";
         EXPECT_TRUE(MentionsView());
     }
 
-private:
-    // The number under which the C run-time opens its next file.
-    static int NextFileNumber()
-    {
-        const int number = _open("NUL", _O_RDONLY);
-        EXPECT_NE(number, -1);
-        _close(number);
-        return number;
-    }
-
-    // Puts an end that only reads in the place of the run's open map file, and half a line into the file.
-    // That needs neither a full disk nor a lock, which Wine would not heed.
-    static void BreakMapFile(int number)
-    {
-        std::array<wchar_t, MAX_PATH> path{};
-        GetFinalPathNameByHandleW(reinterpret_cast<HANDLE>(_get_osfhandle(number)), path.data(), MAX_PATH, 0);
-        ASSERT_TRUE(std::wstring(path.data()).ends_with(L"\\lib\\Mapped\\PartsMap.txt"));
-        const int onlyReads = _wopen(kMapFile, _O_RDONLY | _O_TEXT);
-        ASSERT_EQ(_dup2(onlyReads, number), 0);
-        _close(onlyReads);
-        std::ofstream(kMapFile, std::ios::app) << "a2.sldprt ; b2.s";
-    }
+    CFullDisk m_disk;
 };
 
 TEST_F(UnwritableMapFileTest, ARecordThatCannotBeWrittenIsReportedInGerman)
 {
-    ExpectRowsMissing(
-        L"box FEHLER: Datei lib\\Mapped\\PartsMap.txt kann nicht geschrieben werden!\n"
-        L"Die betroffenen Normteile fehlen in dieser Datei.",
-        kFinishedGerman);
+    ExpectRowsMissing();
 }
 
 TEST_F(UnwritableMapFileTest, ARecordThatCannotBeWrittenIsReportedInEnglish)
 {
     const CLanguageScope english(0);
-    ExpectRowsMissing(
-        L"box ERROR: File lib\\Mapped\\PartsMap.txt cannot be written!\n"
-        L"The standard parts concerned are missing from this file.",
-        kFinishedEnglish);
+    ExpectRowsMissing();
 }
 
-TEST_F(UnwritableMapFileTest, TheLastRecordsFailureLeavesNoHalfLine)
+TEST_F(UnwritableMapFileTest, AFailureInTheLastRecordLeavesNoPartialRecord)
 {
     AddRows(2);
     FailAt({L"a2.sldprt"});
@@ -984,7 +896,7 @@ TEST_F(UnwritableMapFileTest, TheLastRecordsFailureLeavesNoHalfLine)
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b2.sldprt"));
 }
 
-TEST_F(UnwritableMapFileTest, AnExceptionThatEndsTheRunLeavesNoHalfLine)
+TEST_F(UnwritableMapFileTest, AnExceptionThatEndsTheRunLeavesNoPartialRecord)
 {
     AddRows(2);
     FailAt({L"a2.sldprt"});
@@ -1006,39 +918,39 @@ TEST_F(UnwritableMapFileTest, AnExceptionThatEndsTheRunLeavesNoHalfLine)
 
 // Errors of the CAD system
 
-TEST_F(ConversionRunTest, AReportedErrorIsShownAndTheRunGoesOnWithANewConnection)
+TEST_F(ConversionRunTest, AReportedErrorIsShownAndTheRunContinuesWithANewConnection)
 {
     AddRows(2);
     FailOpening(1, RaiseException(L"SldWorks", L"The file is damaged.", L"C:\\cad\\help.chm", 417));
     int versions = 0;
-    m_application.On(kDateCode, Before(
-                                    [&] {
-                                        ++versions;
-                                        EXPECT_EQ(m_screen.FirstLine(), L"Lade SOLIDWORKS...");
-                                        EXPECT_FALSE(m_screen.MayCancel());
-                                        EXPECT_FALSE(m_mainWindow.IsWindowEnabled());
-                                    },
-                                    AnswerLong(2024100)));
+    m_application.On(kGetDateCode, Before(
+                                       [&] {
+                                           ++versions;
+                                           EXPECT_EQ(m_screen.FirstLine(), expected::kLoadingCad.Current());
+                                           EXPECT_FALSE(m_screen.MayCancel());
+                                           EXPECT_FALSE(m_mainWindow.IsWindowEnabled());
+                                       },
+                                       AnswerLong(2024100)));
     // The button stays disabled until the next part has been written.
-    m_document.On(kConfigurationCount, Before([&] { EXPECT_FALSE(m_screen.MayCancel()); }, AnswerLong(1)));
+    m_document.On(kGetConfigurationCount, Before([&] { EXPECT_FALSE(m_screen.MayCancel()); }, AnswerLong(1)));
     Run(false);
     EXPECT_EQ(Boxes(),
-              (Texts{L"box SldWorks - The file is damaged. [help C:\\cad\\help.chm 417]", kFinishedGerman}));
+              (Texts{L"box SldWorks - The file is damaged. [help C:\\cad\\help.chm 417]", Finished()}));
     EXPECT_EQ(versions, 2);
     EXPECT_EQ(m_class.m_created, 2);
-    EXPECT_EQ(Count(L"application 6 method"), 2);
+    EXPECT_EQ(Count(kCadEnds), 2);
     EXPECT_EQ(Records().size(), 2U);
     EXPECT_EQ(Marks(), "cc");
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b1.sldprt"));
-    EXPECT_EQ(m_screen.m_texts[1012],
-              (Texts{L"Lade SOLIDWORKS...", L"Kopiere: lib\\a1.sldprt",
-                     L"Bearbeite Datei: lib\\Mapped\\b1.sldprt", L"Lade SOLIDWORKS...",
-                     L"Kopiere: lib\\a2.sldprt", L"Bearbeite Datei: lib\\Mapped\\b2.sldprt"}));
-    // The second row begins at one part of two, whatever became of the first.
-    EXPECT_EQ(m_screen.m_positions[1015], (Positions{0, 0, 50, 50, 100}));
+    EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_FIRST],
+              (Texts{expected::kLoadingCad.Current(), Copying(L"lib\\a1.sldprt"),
+                     Editing(L"lib\\Mapped\\b1.sldprt"), expected::kLoadingCad.Current(),
+                     Copying(L"lib\\a2.sldprt"), Editing(L"lib\\Mapped\\b2.sldprt")}));
+    // The second row begins at one part of two, even though the first failed.
+    EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 50, 50, 100}));
 }
 
-TEST_F(ConversionRunTest, BehindAReconnectionTheNextPartsLastStepEnablesTheCancelButtonAgain)
+TEST_F(ConversionRunTest, AfterAReconnectionTheNextPartsLastStepEnablesTheCancelButton)
 {
     AddRows(3);
     std::vector<bool> mayCancel;
@@ -1052,7 +964,7 @@ TEST_F(ConversionRunTest, BehindAReconnectionTheNextPartsLastStepEnablesTheCance
     EXPECT_EQ(Marks(), "ccc");
 }
 
-TEST_F(ConversionRunTest, AnErrorIsShownWithWhatItSays)
+TEST_F(ConversionRunTest, AnErrorIsShownWithItsTexts)
 {
     struct Case
     {
@@ -1076,7 +988,7 @@ TEST_F(ConversionRunTest, AnErrorIsShownWithWhatItSays)
         FailOpening(1, test.failure);
         Run(false);
         Texts expected = test.boxes;
-        expected.push_back(kFinishedGerman);
+        expected.push_back(Finished());
         EXPECT_EQ(Boxes(), expected);
         EXPECT_EQ(m_class.m_created, 2);
         EXPECT_EQ(Marks(), "c");
@@ -1093,20 +1005,20 @@ TEST_F(ConversionRunTest, AnErrorInTheMiddleOfAPartIsHandledAlike)
                                            : RaiseException(L"SldWorks", L"Disk full", nullptr, 0)(call);
     });
     Run(false);
-    EXPECT_EQ(Boxes(), (Texts{L"box SldWorks - Disk full", kFinishedGerman}));
+    EXPECT_EQ(Boxes(), (Texts{L"box SldWorks - Disk full", Finished()}));
     EXPECT_EQ(Marks(), "cc");
     EXPECT_EQ(m_document.References(), 0);
 }
 
-TEST_F(ConversionRunTest, AServerThatCannotBeEndedAnyMoreIsLetGoAllTheSame)
+TEST_F(ConversionRunTest, AServerThatCannotBeEndedIsReleased)
 {
     AddRows(2);
     FailOpening(1, Fail(HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE)));
     m_application.On(kExit, Fail(HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE)));
     Run(false);
-    EXPECT_EQ(Boxes(), Texts{kFinishedGerman});
+    EXPECT_EQ(Boxes(), Texts{Finished()});
     EXPECT_EQ(m_class.m_created, 2);
-    EXPECT_EQ(Count(L"application 6 method"), 2);
+    EXPECT_EQ(Count(kCadEnds), 2);
     EXPECT_EQ(Marks(), "cc");
 }
 
@@ -1116,32 +1028,32 @@ TEST_F(ConversionRunTest, AFailedReconnectionEndsTheRun)
     FailOpening(2, Before([&] { m_class.m_status = CO_E_SERVER_EXEC_FAILURE; },
                           RaiseException(L"SldWorks", L"Crash", nullptr, 0)));
     Run(false);
-    EXPECT_EQ(Boxes(), (Texts{L"box SldWorks - Crash", kNotLoadedGerman}));
+    EXPECT_EQ(Boxes(), (Texts{L"box SldWorks - Crash", NotLoaded()}));
     EXPECT_FALSE(MentionsView());
     EXPECT_EQ(Records(), (std::vector<std::string>{"a1.sldprt ; b1.sldprt ; Norm 1 - %2",
                                                    "a2.sldprt ; b2.sldprt ; Norm 2 - %2"}));
     EXPECT_EQ(Marks(), "cPP");
-    EXPECT_EQ(Count(L"application 6 method"), 1);
+    EXPECT_EQ(Count(kCadEnds), 1);
     EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b3.sldprt"));
-    EXPECT_TRUE(std::filesystem::remove(L"lib\\Mapped\\PartsMap.txt")) << "it is closed";
+    EXPECT_TRUE(std::filesystem::remove(kMapFile)) << "it is closed";
 }
 
 TEST_F(ConversionRunTest, AnOldCadSystemAtTheReconnectionEndsTheRun)
 {
     const CLanguageScope english(0);
     AddRows(2);
-    FailOpening(1, Before([&] { m_application.On(kDateCode, AnswerLong(1998000)); }, Fail(E_UNEXPECTED)));
+    FailOpening(1, Before([&] { m_application.On(kGetDateCode, AnswerLong(1998000)); }, Fail(E_UNEXPECTED)));
     Run(false);
-    EXPECT_EQ(Boxes(), Texts{kTooOldEnglish});
+    EXPECT_EQ(Boxes(), Texts{TooOld()});
     EXPECT_FALSE(MentionsView());
     EXPECT_EQ(Records().size(), 1U);
     EXPECT_EQ(Marks(), "PP");
-    EXPECT_EQ(Count(L"application 6 method"), 2);
-    EXPECT_EQ(m_log.back(), L"application 6 method");
+    EXPECT_EQ(Count(kCadEnds), 2);
+    EXPECT_EQ(m_log.back(), kCadEnds);
 }
 
-// The last steps of a run: in the log of these tests stands also what becomes of the windows and the map
-// file. The main window is enabled for a moment while the progress dialog goes.
+// The last steps of a run. These tests also log what happens to the windows and the map file. The main window
+// is enabled briefly while the progress dialog closes.
 class EndOfRunTest : public ConversionRunTest
 {
 protected:
@@ -1169,22 +1081,44 @@ protected:
         Log(L"returned");
     }
 
+    // Runs the test in German, then in English.
+    void InBothLanguages(const std::function<void()>& test)
+    {
+        for (const int language : {1, 0}) {
+            SCOPED_TRACE(language != 0 ? "German" : "English");
+            const CLanguageScope scope(language);
+            m_log.clear();
+            test();
+        }
+    }
+
+    void ExpectNothingCopied() const
+    {
+        EXPECT_FALSE(PathExists(L"lib\\Mapped\\b1.sldprt"));
+        EXPECT_EQ(Marks(), "PP");
+    }
+    void ExpectNothingWritten() const
+    {
+        EXPECT_FALSE(PathExists(kMapFile));
+        ExpectNothingCopied();
+    }
+
     // Cancels the run in its first row.
     void CancelRun()
     {
-        m_document.On(kConfigurationCount, AnswerLong(0));
+        m_document.On(kGetConfigurationCount, AnswerLong(0));
         m_application.On(kOpenDocument, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_document)));
         RunToTheEnd(false);
     }
 
-    // Has the connection be lost in the first row, and something else happen before the next one.
+    // Loses the connection in the first row, after calling a function.
     void LoseConnection(const std::function<void()>& before)
     {
         FailOpening(1, Before(before, Fail(E_UNEXPECTED)));
         RunToTheEnd(false);
     }
 
-    // The log from the last event of this kind on.
+    // The log from the last such event on.
     [[nodiscard]] EventLog From(const std::wstring& event) const
     {
         const auto found = std::ranges::find(m_log.rbegin(), m_log.rend(), event);
@@ -1201,27 +1135,18 @@ private:
     }
     static bool IsMapFileOpen()
     {
-        const UniqueHandle file(ValidHandle(
-            CreateFileW(L"lib\\Mapped\\PartsMap.txt", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
-        return file == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
+        return OpenAsOther(kMapFile, GENERIC_READ, 0) == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
     }
 
     bool m_wasOpen = false;
 };
 
 const EventLog kDialogGoes{L"main window enabled", L"progress dialog destroyed", L"main window disabled"};
-const std::wstring kCadEnds = L"application 6 method";
-
-EventLog operator+(EventLog events, const EventLog& more)
-{
-    events.insert(events.end(), more.begin(), more.end());
-    return events;
-}
 
 TEST_F(EndOfRunTest, WhenItHasFinished)
 {
     RunToTheEnd(false);
-    EXPECT_EQ(From(L"map file closed"), (EventLog{L"map file closed", L"view map file", kFinishedGerman} +
+    EXPECT_EQ(From(L"map file closed"), (EventLog{L"map file closed", L"view map file", Finished()} +
                                          kDialogGoes + EventLog{kCadEnds, L"returned"}));
 }
 
@@ -1229,68 +1154,77 @@ TEST_F(EndOfRunTest, WhenItHasCopiedOnly)
 {
     RunToTheEnd(true);
     EXPECT_EQ(m_log, (EventLog{L"main window disabled", L"map file opened", L"map file closed",
-                               L"view map file", kFinishedGerman} +
+                               L"view map file", Finished()} +
                       kDialogGoes + EventLog{L"returned"}));
 }
 
 TEST_F(EndOfRunTest, WhenItWasCancelled)
 {
     CancelRun();
-    EXPECT_EQ(From(L"map file closed"), (EventLog{L"map file closed", kCancelledGerman, L"view reload"} +
+    EXPECT_EQ(From(L"map file closed"), (EventLog{L"map file closed", Cancelled(), L"view reload"} +
                                          kDialogGoes + EventLog{kCadEnds, L"returned"}));
 }
 
 TEST_F(EndOfRunTest, WhenTheCadSystemIsNotLoaded)
 {
     m_class.m_status = REGDB_E_CLASSNOTREG;
-    RunToTheEnd(false);
-    EXPECT_EQ(m_log, (EventLog{L"main window disabled", kNotLoadedGerman} + kDialogGoes +
-                      EventLog{L"main window enabled", L"returned"}));
+    InBothLanguages([this] {
+        RunToTheEnd(false);
+        EXPECT_EQ(m_log, (EventLog{L"main window disabled", NotLoaded()} + kDialogGoes +
+                          EventLog{L"main window enabled", L"returned"}));
+        ExpectNothingWritten();
+    });
 }
 
 TEST_F(EndOfRunTest, WhenTheCadSystemIsTooOld)
 {
-    m_application.On(kDateCode, AnswerLong(1999249));
-    RunToTheEnd(false);
-    EXPECT_EQ(From(kTooOldGerman), (EventLog{kTooOldGerman} + kDialogGoes +
-                                    EventLog{L"main window enabled", kCadEnds, L"returned"}));
+    m_application.On(kGetDateCode, AnswerLong(1999249));
+    InBothLanguages([this] {
+        RunToTheEnd(false);
+        EXPECT_EQ(m_log, (EventLog{L"main window disabled", kVersionIsRead, TooOld()} + kDialogGoes +
+                          EventLog{L"main window enabled", kCadEnds, L"returned"}));
+        ExpectNothingWritten();
+    });
 }
 
-TEST_F(EndOfRunTest, WhenTheCadSystemDoesNotTellItsVersion)
+TEST_F(EndOfRunTest, WhenTheCadSystemHasNoVersion)
 {
-    m_application.On(kDateCode, Fail(E_FAIL));
+    m_application.On(kGetDateCode, Fail(E_FAIL));
     RunToTheEnd(false);
-    EXPECT_EQ(From(kNotLoadedGerman), (EventLog{kNotLoadedGerman} + kDialogGoes +
-                                       EventLog{L"main window enabled", kCadEnds, L"returned"}));
+    EXPECT_EQ(m_log, (EventLog{L"main window disabled", kVersionIsRead, NotLoaded()} + kDialogGoes +
+                      EventLog{L"main window enabled", kCadEnds, L"returned"}));
+    ExpectNothingWritten();
 }
 
 TEST_F(EndOfRunTest, WhenTheMapFileIsNotOpened)
 {
-    std::filesystem::create_directory(L"lib\\Mapped\\PartsMap.txt");
-    const std::wstring notOpened =
-        L"box FEHLER: Datei lib\\Mapped\\PartsMap.txt kann nicht zum Schreiben geöffnet werden!";
-    RunToTheEnd(false);
-    EXPECT_EQ(From(notOpened),
-              (EventLog{notOpened} + kDialogGoes + EventLog{L"main window enabled", kCadEnds, L"returned"}));
-    m_log.clear();
-    RunToTheEnd(true);
-    EXPECT_EQ(m_log, (EventLog{L"main window disabled", notOpened} + kDialogGoes +
-                      EventLog{L"main window enabled", L"returned"}));
+    std::filesystem::create_directory(kMapFile);
+    InBothLanguages([this] {
+        const std::wstring notOpened = Box(expected::MapNotWritten(kMapFile));
+        RunToTheEnd(false);
+        EXPECT_EQ(m_log, (EventLog{L"main window disabled", kVersionIsRead, notOpened} + kDialogGoes +
+                          EventLog{L"main window enabled", kCadEnds, L"returned"}));
+        m_log.clear();
+        RunToTheEnd(true);
+        EXPECT_EQ(m_log, (EventLog{L"main window disabled", notOpened} + kDialogGoes +
+                          EventLog{L"main window enabled", L"returned"}));
+        ExpectNothingCopied();
+    });
+    EXPECT_EQ(m_class.m_created, 2) << "a run that only copies needs no CAD system";
 }
 
 TEST_F(EndOfRunTest, WhenTheCadSystemDoesNotComeBack)
 {
     LoseConnection([&] { m_class.m_status = CO_E_SERVER_EXEC_FAILURE; });
-    EXPECT_EQ(From(kNotLoadedGerman), (EventLog{kNotLoadedGerman} + kDialogGoes +
-                                       EventLog{L"main window enabled", L"map file closed", L"returned"}));
+    EXPECT_EQ(From(NotLoaded()), (EventLog{NotLoaded()} + kDialogGoes +
+                                  EventLog{L"main window enabled", L"map file closed", L"returned"}));
 }
 
 TEST_F(EndOfRunTest, WhenTheCadSystemComesBackTooOld)
 {
-    LoseConnection([&] { m_application.On(kDateCode, AnswerLong(1998000)); });
-    EXPECT_EQ(From(kTooOldGerman),
-              (EventLog{kTooOldGerman} + kDialogGoes +
-               EventLog{L"main window enabled", kCadEnds, L"map file closed", L"returned"}));
+    LoseConnection([&] { m_application.On(kGetDateCode, AnswerLong(1998000)); });
+    EXPECT_EQ(From(TooOld()), (EventLog{TooOld()} + kDialogGoes +
+                               EventLog{L"main window enabled", kCadEnds, L"map file closed", L"returned"}));
 }
 
 TEST_F(EndOfRunTest, WhenAnExceptionEndsIt)
@@ -1300,13 +1234,13 @@ TEST_F(EndOfRunTest, WhenAnExceptionEndsIt)
     EXPECT_THROW(Run(false), CTestException);
     Log(L"thrown");
     const std::wstring box = Boxes().back();
-    EXPECT_TRUE(box.starts_with(L"box Kopieren der Normteil-Dateien fehlgeschlagen!")) << box;
+    EXPECT_TRUE(box.starts_with(L"box " + expected::kSourceNotOpenedLead.Current())) << box;
     EXPECT_EQ(From(box), EventLog{box} + kDialogGoes + (EventLog{kCadEnds, L"map file closed", L"thrown"}));
 }
 
-// Another window of the thread stands for another program: it must not come to the front in place of the main
-// window, which nothing that waits in the queue can reach before it is disabled again.
-TEST_F(EndOfRunTest, TheMainWindowIsTheActiveOneBehindTheProgressDialog)
+// Another window of the thread plays another program: it must not come to the front instead of the main
+// window, which no queued message may reach before it is disabled again.
+TEST_F(EndOfRunTest, TheMainWindowIsActiveAfterTheProgressDialog)
 {
     const CCountingWindow other;
     HWND active = nullptr;

@@ -2,14 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/NameTemplate.h"
-#include "tests/support/CharacterMessages.h"
+#include "resources/resource.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
@@ -17,7 +19,7 @@ namespace {
 
 using Texts = std::vector<std::wstring>;
 
-// The table in a list view of a window that counts what is posted to it.
+// The table in a list view, whose parent counts the notifications of changes.
 class ConversionTableTest : public testing::Test
 {
 protected:
@@ -26,14 +28,14 @@ protected:
         const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
         ::InitCommonControlsEx(&controls);
         EXPECT_TRUE(m_table.SubclassWindow(
-            m_parent.AddControl(WC_LISTVIEWW, 1002, LVS_REPORT | LVS_SHOWSELALWAYS, {0, 0, 600, 300})));
+            m_parent.AddControl(WC_LISTVIEWW, IDC_LIST, LVS_REPORT | LVS_SHOWSELALWAYS, {0, 0, 600, 300})));
         for (const int column : {kColumnOriginal, kColumnRenamed, kColumnBomName}) {
             m_table.InsertColumn(column, L"", 175);
         }
     }
 
-    // A row as "ORIGINAL > NEW NAME > BOM NAME", with "(converted)" behind it; a mark whose two halves do not
-    // agree gives neither.
+    // A row as "ORIGINAL > NEW NAME > BOM NAME", followed by "(converted)", or "(bad mark)" if item data and
+    // state image do not match.
     [[nodiscard]] std::wstring Row(int row) const
     {
         const std::wstring text = m_table.GetItemText(row, 0) + L" > " + m_table.GetItemText(row, 1) +
@@ -90,7 +92,7 @@ protected:
         m_table.FillConverted(list);
     }
 
-    // How many times the parent was told of a change since the last call.
+    // The number of notifications of a change since the last call.
     int TakeChanges() const
     {
         int count = 0;
@@ -120,7 +122,7 @@ LRESULT CALLBACK NoteRedraw(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     return DefSubclassProc(window, message, wParam, lParam);
 }
 
-// Tests of what stands in the table while a message box is open above it.
+// The table while a message box is open.
 class OpenMessageTest : public ConversionTableTest
 {
 protected:
@@ -128,7 +130,7 @@ protected:
     {
         Texts rows;
         bool redraws;  // the list view draws what changes
-        int changes;   // how many times the parent was told since the moment before
+        int changes;   // notifications since the moment before
 
         bool operator==(const Moment&) const = default;
         friend void PrintTo(const Moment& moment, std::ostream* stream)
@@ -146,19 +148,20 @@ protected:
 
     [[nodiscard]] Moment Now() const { return {Rows(), m_redraws, TakeChanges()}; }
 
-    // How the table stands when each message of the operation comes up, and at the end. Before a message is
-    // answered, `meanwhile` happens.
+    // The table at each message box of the operation, and at the end. Calls `meanwhile` while each box is
+    // open.
     [[nodiscard]] std::vector<Moment> MomentsOf(
         const std::function<void()>& operation, const std::function<void()>& meanwhile = [] {}) const
     {
         std::vector<Moment> moments;
-        const MessageListener before = SetMessageListener([&](const MessageRequest&) {
-            moments.push_back(Now());
-            meanwhile();
-            return IDOK;
-        });
-        operation();
-        SetMessageListener(before);
+        {
+            const CListenerScope listener([&](const MessageRequest&) {
+                moments.push_back(Now());
+                meanwhile();
+                return IDOK;
+            });
+            operation();
+        }
         moments.push_back(Now());
         return moments;
     }
@@ -179,10 +182,74 @@ TEST_F(ConversionTableTest, AnAddedFileGetsItsNamesAndIsPending)
     EXPECT_EQ(TakeChanges(), 0);
 }
 
-TEST_F(ConversionTableTest, ThePrefixIsPutInUpperCaseTheExtensionIsNot)
+// Files that are added one list after another, and the rows that they get. Nothing is reported.
+struct Addition
 {
-    Add({L"n_iso_4017_m8.SLDPRT"});
-    EXPECT_EQ(Column(1), Texts{L"N_ISO_4017_m8.changed.SLDPRT"});
+    const char* what;
+    std::optional<std::wstring> fileTemplate;  // none stored: the default
+    std::vector<Texts> added;
+    Texts rows;  // "ORIGINAL > NEW NAME"
+};
+
+TEST_F(ConversionTableTest, AddedFilesGetTheirRows)
+{
+    const std::wstring longSize(400, L'x');
+    const Addition additions[] = {
+        {"the prefix in capitals, the extension as it is",
+         {},
+         {{L"n_iso_4017_m8.SLDPRT"}},
+         {L"n_iso_4017_m8.SLDPRT > N_ISO_4017_m8.changed.SLDPRT"}},
+        {"a file that is in the table, in any case",
+         L"%4.%6",
+         {{L"N_1_a.sldprt", L"N_1_a.sldprt", L"N_1_A.SLDPRT", L"n_2_b.sldprt"},
+          {L"N_1_a.sldprt", L"N_1_A.sldprt", L"N_2_B.sldprt"},
+          {L"N_Ä_m8.SldPrt"},
+          {L"n_ä_M8.SLDPRT"}},
+         {L"N_1_a.sldprt > a.sldprt", L"N_Ä_m8.SldPrt > m8.SldPrt", L"n_2_b.sldprt > b.sldprt"}},
+        {"no extension",
+         L"%4.%6",
+         {{L"N_ISO_4017_M8", L"N_ISO_4017_M8.", L"", L"N_ISO_4017_M10.sldprt"}},
+         {L"N_ISO_4017_M10.sldprt > M10.sldprt"}},
+        {"an empty new name",
+         L"%5%3",
+         {{L"Schraube_M8.sldprt", L"N_ISO_4017_M8.sldprt"}},
+         {L"N_ISO_4017_M8.sldprt > N_ISO_4017.sldprt"}},
+        {"a blank new name", L" \t ", {{L"N_ISO_4018_M8.sldprt"}}, {}},
+        {"blanks around the new name, and its missing extension",
+         L"  %5%3_%4 ",
+         {{L"N_ISO_4017_M8.sldasm", L"N_ISO_4017_M8.prt"}},
+         {L"N_ISO_4017_M8.prt > N_ISO_4017_M8.prt", L"N_ISO_4017_M8.sldasm > N_ISO_4017_M8.sldasm"}},
+        {"runs of dots",
+         L"%5%3_%4...%6",
+         {{L"N_ISO_4017_M8.sldprt"}},
+         {L"N_ISO_4017_M8.sldprt > N_ISO_4017_M8.sldprt"}},
+        {"long names, which are also found again",
+         {},
+         {{L"N_ISO_4017_" + longSize + L".sldprt"}, {L"N_ISO_4017_" + longSize + L".sldprt"}},
+         {L"N_ISO_4017_" + longSize + L".sldprt > N_ISO_4017_" + longSize + L".changed.sldprt"}},
+    };
+    for (const Addition& addition : additions) {
+        SCOPED_TRACE(addition.what);
+        m_table.DeleteAllItems();
+        m_settings.SetTemplate(1, addition.fileTemplate.value_or(L""));
+        m_settings.SetTemplate(2, L"");
+        if (!addition.fileTemplate) {
+            m_settings.RemoveTemplate(1);
+        }
+        for (const Texts& names : addition.added) {
+            Add(names);
+        }
+        Texts rows;
+        for (int row = 0; row < m_table.GetItemCount(); ++row) {
+            rows.push_back(m_table.GetItemText(row, 0) + L" > " + m_table.GetItemText(row, 1));
+            EXPECT_TRUE(m_table.IsPending(row));
+            EXPECT_EQ(m_table.GetItemText(row, 2), L"");
+        }
+        EXPECT_EQ(rows, addition.rows);
+        EXPECT_EQ(m_settings.Template(1), addition.fileTemplate.value_or(L"%5%3_%4.changed.%6"));
+        EXPECT_EQ(m_settings.Template(2), L"");
+        EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+    }
 }
 
 TEST_F(ConversionTableTest, MissingTemplatesAreWrittenBackWithTheirDefaults)
@@ -212,50 +279,8 @@ TEST_F(ConversionTableTest, ATemplateThatIsNoTextCountsAsMissing)
     EXPECT_EQ(m_settings.Template(2), L"Norm %1 - %2");
 }
 
-TEST_F(ConversionTableTest, OneMissingTemplateLeavesTheOtherAlone)
-{
-    m_settings.SetTemplate(2, L"");
-    Add({L"N_ISO_4017_M8.sldprt"});
-    EXPECT_EQ(Rows(), Texts{L"N_ISO_4017_M8.sldprt > N_ISO_4017_M8.changed.sldprt > "});
-    EXPECT_EQ(m_settings.Template(1), L"%5%3_%4.changed.%6");
-    EXPECT_EQ(m_settings.Template(2), L"");
-}
-
-TEST_F(ConversionTableTest, AFileThatIsThereIsSkippedWithoutAWord)
-{
-    Add({L"N_1_a.sldprt", L"N_1_a.sldprt", L"N_1_A.SLDPRT", L"n_2_b.sldprt"});
-    Add({L"N_1_a.sldprt", L"N_1_A.sldprt", L"N_2_B.sldprt"});
-    EXPECT_EQ(Column(0), (Texts{L"N_1_a.sldprt", L"n_2_b.sldprt"}));
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
-
-TEST_F(ConversionTableTest, ANameWithoutAnExtensionIsSkippedWithoutAWord)
-{
-    Add({L"N_ISO_4017_M8", L"N_ISO_4017_M8.", L"", L"N_ISO_4017_M10.sldprt"});
-    EXPECT_EQ(Column(0), Texts{L"N_ISO_4017_M10.sldprt"});
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
-
-TEST_F(ConversionTableTest, AnEmptyNewNameIsSkippedWithoutAWord)
-{
-    m_settings.SetTemplate(1, L"%5%3");
-    Add({L"Schraube_M8.sldprt", L"N_ISO_4017_M8.sldprt"});
-    EXPECT_EQ(Rows(), Texts{L"N_ISO_4017_M8.sldprt > N_ISO_4017.sldprt > Norm 4017 - %2"});
-    m_settings.SetTemplate(1, L" \t ");
-    Add({L"N_ISO_4018_M8.sldprt"});
-    EXPECT_EQ(m_table.GetItemCount(), 1);
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
-
-TEST_F(ConversionTableTest, TheNewNameIsTrimmedAndGetsItsExtension)
-{
-    m_settings.SetTemplate(1, L"  %5%3_%4 ");
-    Add({L"N_ISO_4017_M8.sldasm", L"N_ISO_4017_M8.prt"});
-    EXPECT_EQ(Column(1), (Texts{L"N_ISO_4017_M8.prt", L"N_ISO_4017_M8.sldasm"}));
-}
-
-// The file system takes the two for one extension.
-TEST_F(ConversionTableTest, AnExtensionInOtherCapitalsIsNotAddedAgain)
+// The two are the same extension for the file system.
+TEST_F(ConversionTableTest, AnExtensionInAnotherCaseIsNotAddedAgain)
 {
     m_settings.SetTemplate(1, L"%4.TÉILÄЯ");
     Add({L"N_1_M8.téiläя"});
@@ -274,24 +299,23 @@ TEST_F(ConversionTableTest, ForbiddenCharactersAreReplacedAndReportedOnce)
     Add(files);
     EXPECT_EQ(Column(1), (Texts{L"a_b_c_M8_1_x.sldprt", L"a_b_c_M8_2_x.sldprt", L"a_b_c_M8_3_x.sldprt"}));
     EXPECT_EQ(Column(2), (Texts{L"1/@;=M8", L"2/@;=M8", L"3/@;=M8"})) << "generated BOM names stay";
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenGerman});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kForbiddenInFileName.Current()});
     const CLanguageScope english(0);
     m_table.DeleteAllItems();
     Add(files);
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenEnglish});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kForbiddenInFileName.Current()});
 }
 
-TEST_F(ConversionTableTest, TemplatesChangedMeanwhileCountFromTheNextAddedFilesOn)
+TEST_F(ConversionTableTest, AChangedTemplateAppliesToTheNextAddition)
 {
     m_settings.SetTemplate(1, L"%3?%4");
     m_settings.SetTemplate(2, L"%4-%3");
-    const MessageListener before = SetMessageListener([this](const MessageRequest&) {
+    const CMessageRecorder meanwhile([this] {
         m_settings.SetTemplate(1, L"%4%4");
         m_settings.SetTemplate(2, L"other");
         return IDOK;
     });
     Add({L"N_ISO_1_a.sldprt", L"N_ISO_2_b.sldprt", L"N_ISO_3_c.sldprt"});
-    SetMessageListener(before);
     EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"2_b.sldprt", L"3_c.sldprt"}));
     EXPECT_EQ(Column(2), (Texts{L"a-1", L"b-2", L"c-3"}));
     Add({L"N_ISO_4_d.sldprt"});
@@ -299,7 +323,7 @@ TEST_F(ConversionTableTest, TemplatesChangedMeanwhileCountFromTheNextAddedFilesO
     EXPECT_EQ(Column(2).back(), L"other");
 }
 
-TEST_F(OpenMessageTest, FilesBeforeACollisionStandInTheTableInTheirOrder)
+TEST_F(OpenMessageTest, FilesBeforeACollisionAreInTheTable)
 {
     Fill({{L"N_5.sldprt", L"5.sldprt", L"fünf"}});
     m_settings.SetTemplate(1, L"%3.%6");
@@ -314,7 +338,7 @@ TEST_F(OpenMessageTest, FilesBeforeACollisionStandInTheTableInTheirOrder)
               (std::vector<Moment>{{before, true, 0}, {after, true, 0}}));
 }
 
-TEST_F(OpenMessageTest, FilesBeforeAForbiddenCharacterStandInTheEmptyTable)
+TEST_F(OpenMessageTest, FilesBeforeAForbiddenCharacterAreInTheTable)
 {
     m_settings.SetTemplate(1, L"%3_%4.%6");
     m_settings.SetTemplate(2, L"");
@@ -329,8 +353,8 @@ TEST_F(OpenMessageTest, FilesBeforeAForbiddenCharacterStandInTheEmptyTable)
               (std::vector<Moment>{{first, true, 0}, {second, true, 0}, {after, true, 0}}));
 }
 
-// Another program may work on the list view while the box is open.
-TEST_F(OpenMessageTest, WhatBecomesOfTheTableMeanwhileCountsForTheFilesToCome)
+// Another program may change the list view while the box is open.
+TEST_F(OpenMessageTest, ChangesDuringAMessageApplyToTheNextFiles)
 {
     m_settings.SetTemplate(1, L"%3.%6");
     m_settings.SetTemplate(2, L"");
@@ -347,14 +371,6 @@ TEST_F(OpenMessageTest, WhatBecomesOfTheTableMeanwhileCountsForTheFilesToCome)
                       m_table.SetItemText(0, kColumnRenamed, L"3.sldprt");
                   }),
               (std::vector<Moment>{{before, true, 0}, {after, true, 0}}));
-}
-
-TEST_F(ConversionTableTest, RunsOfDotsCollapseWithoutAMessage)
-{
-    m_settings.SetTemplate(1, L"%5%3_%4...%6");
-    Add({L"N_ISO_4017_M8.sldprt"});
-    EXPECT_EQ(Column(1), Texts{L"N_ISO_4017_M8.sldprt"});
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
 }
 
 TEST_F(ConversionTableTest, ACollisionIsReportedOnceByItsFirstFile)
@@ -380,7 +396,7 @@ TEST_F(ConversionTableTest, ACollisionIsReportedOnceByItsFirstFile)
     EXPECT_EQ(m_table.GetItemCount(), 1);
 }
 
-TEST_F(ConversionTableTest, AFileThatCollidedMayComeAgain)
+TEST_F(ConversionTableTest, AFileThatCollidedMayBeAddedAgain)
 {
     m_settings.SetTemplate(1, L"%5%3.%6");
     Add({L"N_1_a.sldprt", L"N_1_b.sldprt"});
@@ -389,8 +405,8 @@ TEST_F(ConversionTableTest, AFileThatCollidedMayComeAgain)
     EXPECT_EQ(Column(1), (Texts{L"N_1.sldprt", L"N_1_b.sldprt"}));
 }
 
-// The first of two names that are the same in the list view's search may get no row.
-TEST_F(ConversionTableTest, AFileThatCollidedDoesNotStandInTheWayOfAnother)
+// The list view's search does not find a file that got no row.
+TEST_F(ConversionTableTest, AFileThatCollidedDoesNotBlockAnother)
 {
     m_settings.SetTemplate(1, L"%4.%6");
     Add({L"N_1_a.sldprt", L"N_2_a.sldprt", L"n_2_A.sldprt"});
@@ -411,7 +427,7 @@ TEST_F(ConversionTableTest, NewNamesCollideByTheirExactSpelling)
     EXPECT_FALSE(m_table.IsNewNameTaken(L"N_1_m8.sldprt"));
 }
 
-TEST_F(ConversionTableTest, TheCollisionIsThatOfTheSanitisedName)
+TEST_F(ConversionTableTest, SanitisedNamesCollide)
 {
     m_settings.SetTemplate(1, L"%3%4.%6");
     Add({L"N_1_M8.sldprt"});
@@ -422,11 +438,11 @@ TEST_F(ConversionTableTest, TheCollisionIsThatOfTheSanitisedName)
     EXPECT_EQ(Column(1), (Texts{L"1M8.sldprt", L"1_M8.sldprt"}));
     const Texts messages = m_messages.TakeTexts();
     ASSERT_EQ(messages.size(), 3U);
-    EXPECT_EQ(messages[1], kForbiddenGerman);
+    EXPECT_EQ(messages[1], expected::kForbiddenInFileName.Current());
     EXPECT_NE(messages[2].find(L"\"N_3_M8.sldprt -> 1_M8.sldprt\""), std::wstring::npos);
 }
 
-TEST_F(ConversionTableTest, AddedRowsStandInTheOrderOfTheirCharacterCodes)
+TEST_F(ConversionTableTest, AddedRowsAreSortedByCharacterCodes)
 {
     m_settings.SetTemplate(1, L"%4.%6");
     Add({L"a_1.sldprt", L"Ä_2.sldprt", L"Z_3.sldprt", L"_4.sldprt"});
@@ -453,17 +469,7 @@ TEST_F(ConversionTableTest, MarksAndSelectionStayWithTheirRowsWhenFilesAreAdded)
     EXPECT_EQ(m_table.CountPendingRows(), 2);
 }
 
-TEST_F(ConversionTableTest, LongNamesAreHeldInFull)
-{
-    const std::wstring name = L"N_ISO_4017_" + std::wstring(400, L'x') + L".sldprt";
-    Add({name});
-    EXPECT_EQ(m_table.GetItemText(0, 0), name);
-    EXPECT_EQ(m_table.GetItemText(0, 1), L"N_ISO_4017_" + std::wstring(400, L'x') + L".changed.sldprt");
-    Add({name});
-    EXPECT_EQ(m_table.GetItemCount(), 1);
-}
-
-// What the list view's own search finds is a duplicate, and nothing else.
+// Duplicates are exactly the names that the list view's search finds.
 TEST_F(ConversionTableTest, DuplicatesAreWhatTheListViewFinds)
 {
     const Texts pieces{L"a",      L"A",    L"ä",        L"Ä",        L"a\u0308", L"ß",       L"ss", L"SS",
@@ -495,13 +501,6 @@ TEST_F(ConversionTableTest, DuplicatesAreWhatTheListViewFinds)
     EXPECT_TRUE(m_messages.TakeTexts().empty());
 }
 
-TEST_F(ConversionTableTest, DuplicatesIgnoreTheCaseOfTheWholeName)
-{
-    Add({L"N_Ä_m8.SldPrt"});
-    Add({L"n_ä_M8.SLDPRT"});
-    EXPECT_EQ(m_table.GetItemCount(), 1);
-}
-
 LRESULT CALLBACK CountMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                               DWORD_PTR count)
 {
@@ -509,7 +508,7 @@ LRESULT CALLBACK CountMessage(HWND window, UINT message, WPARAM wParam, LPARAM l
     return DefSubclassProc(window, message, wParam, lParam);
 }
 
-// Counts what reaches the list view itself, below the object that is bound to it.
+// Counts the messages that reach the list view's own procedure.
 class CMessageCount
 {
 public:
@@ -538,7 +537,7 @@ private:
 class ConversionTableEffortTest : public ConversionTableTest
 {
 protected:
-    // What an operation on a table of n rows costs in messages to the list view.
+    // The number of messages to the list view for an operation on a table of n rows.
     int MessagesFor(int n, const std::function<void(const Texts& files)>& operation)
     {
         m_table.DeleteAllItems();
@@ -553,7 +552,7 @@ protected:
         return messages.Count();
     }
 
-    // Twice the rows may take twice the messages and a little more, not four times as many.
+    // Twice the rows take about twice the messages, not four times as many.
     void ExpectLinear(const std::function<void(const Texts& files)>& operation)
     {
         const int once = MessagesFor(400, operation);
@@ -593,7 +592,7 @@ TEST_F(ConversionTableEffortTest, ApplyingATemplateIsLinear)
 
 // Sorting
 
-TEST_F(ConversionTableTest, SortsByAnyColumnBothWaysAndInPart)
+TEST_F(ConversionTableTest, SortsByAnyColumnInBothDirectionsAndPartially)
 {
     Fill({{L"c", L"1", L"x"}, {L"a", L"3", L"y"}, {L"d", L"2", L"z"}, {L"b", L"4", L"w"}});
     m_table.MarkPending(2);
@@ -612,7 +611,7 @@ TEST_F(ConversionTableTest, SortsByAnyColumnBothWaysAndInPart)
 
 // Marks
 
-TEST_F(ConversionTableTest, MarksAreTheItemDataAndTheStateImage)
+TEST_F(ConversionTableTest, MarksAreItemDataAndStateImage)
 {
     Fill({{L"a", L"b", L"c"}, {L"d", L"e", L"f"}});
     EXPECT_EQ(m_table.GetItemData(0), 0);
@@ -644,7 +643,9 @@ TEST_F(ConversionTableTest, MapFileEntriesReplaceAllRowsInTheirOrder)
 class HandEditTest : public ConversionTableTest
 {
 protected:
-    HandEditTest()
+    HandEditTest() { FillThree(); }
+
+    void FillThree()
     {
         Fill({{L"N_1.sldprt", L"M6.sldprt", L"Norm 1"},
               {L"N_2.sldasm", L"M8.sldprt", L"Norm 2"},
@@ -656,15 +657,6 @@ protected:
         EXPECT_EQ(m_table.OnEndLabelEdit(row, column, text), 0);
     }
 
-    // The cell of row 1 takes the text as given here, and the row alone becomes pending.
-    void ExpectTaken(int column, const std::wstring& text)
-    {
-        EXPECT_EQ(m_table.GetItemText(1, column), text);
-        EXPECT_EQ(m_table.CountPendingRows(), 1);
-        EXPECT_TRUE(m_table.IsPending(1));
-        EXPECT_EQ(m_table.GetItemState(1, 0xF000), 0x1000U);
-        EXPECT_EQ(TakeChanges(), 1);
-    }
     void ExpectUnchanged() const
     {
         EXPECT_EQ(Rows(), (Texts{L"N_1.sldprt > M6.sldprt > Norm 1 (converted)",
@@ -682,116 +674,73 @@ TEST_F(HandEditTest, ACancelledEditChangesNothing)
     ExpectUnchanged();
 }
 
-TEST_F(HandEditTest, AFileNameIsTrimmedAndGetsThePartsExtension)
+// What is typed over a cell of row 1, and what becomes of it.
+struct HandEdit
 {
-    Edit(1, 1, L" \t Frame  ");
-    ExpectTaken(1, L"Frame.sldprt");
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
+    int column;
+    const wchar_t* before;
+    const wchar_t* typed;
+    const wchar_t* after;
+    const Text* message = nullptr;
+};
 
-TEST_F(HandEditTest, AFileNameThatEndsInTheExtensionGetsNoOther)
-{
-    Edit(1, 1, L"ABCsldprt");
-    ExpectTaken(1, L"ABCsldprt");
-    Edit(1, 1, L"Frame.SLDPRT");
-    ExpectTaken(1, L"Frame.SLDPRT");
-    Edit(1, 1, L"Frame.sldasm");
-    ExpectTaken(1, L"Frame.sldasm.sldprt");
-}
+constexpr HandEdit kHandEdits[] = {
+    // A file name is trimmed and gets the part's extension.
+    {1, L"M8.sldprt", L" \t Frame  ", L"Frame.sldprt"},
+    {1, L"M8.sldprt", L"ABCsldprt", L"ABCsldprt"},
+    {1, L"M8.sldprt", L"Frame.SLDPRT", L"Frame.SLDPRT"},
+    {1, L"M8.sldprt", L"Frame.sldasm", L"Frame.sldasm.sldprt"},
+    {1, L"M8.sldprt", L"part...sldprt", L"part.sldprt"},
+    // An empty or the same file name changes nothing.
+    {1, L"M8.sldprt", L"", L"M8.sldprt"},
+    {1, L"M8.sldprt", L" \t ", L"M8.sldprt"},
+    {1, L"M8.sldprt", L"M8", L"M8.sldprt"},
+    {1, L"M8.sldprt", L"M8.sldprt", L"M8.sldprt"},
+    {1, L"M8.sldprt", L"M8..sldprt", L"M8.sldprt"},
+    // Another row's file name is refused; another case is another name.
+    {1, L"M8.sldprt", L"M10", L"M8.sldprt", &expected::kNameTaken},
+    {1, L"M8.sldprt", L"M6.sldprt", L"M8.sldprt", &expected::kNameTaken},
+    {1, L"M8.sldprt", L"m8.sldprt", L"m8.sldprt"},
+    {1, L"M8.sldprt", L"m10", L"m10.sldprt"},
+    {1, L"M8.sldprt", L"M10.SLDPRT", L"M10.SLDPRT"},
+    // Forbidden characters are replaced and reported, even if the result changes nothing.
+    {1, L"M8.sldprt", L"a|b<c>", L"a_b_c_.sldprt", &expected::kForbiddenInFileName},
+    {1, L"M8.sldprt", L"/\\*:\"?;=", L"________.sldprt", &expected::kForbiddenInFileName},
+    {1, L"a_b.sldprt", L"a:b", L"a_b.sldprt", &expected::kForbiddenInFileName},
+    {2, L"Norm 2", L"x/y@z;=", L"x_y_z__", &expected::kForbiddenInBomName},
+    {2, L"a_b", L"a;b", L"a_b", &expected::kForbiddenInBomName},
+    // Other BOM names are taken as typed.
+    {2, L"Norm 2", L"Norm 2", L"Norm 2"},
+    {2, L"Norm 2", L"a:b", L"a:b"},
+    {2, L"Norm 2", L" blanks stay ", L" blanks stay "},
+    {2, L"Norm 2", L"%2 | * ? < >", L"%2 | * ? < >"},
+    {2, L"Norm 2", L"norm 2", L"norm 2"},
+    {2, L"Norm 2", L"Norm 3", L"Norm 3"},
+    {2, L"Norm 2", L"", L""},
+};
 
-TEST_F(HandEditTest, AnEmptyFileNameChangesNothing)
+TEST_F(HandEditTest, ACellFollowsTheNameRules)
 {
-    Edit(1, 1, L"");
-    Edit(1, 1, L" \t ");
-    ExpectUnchanged();
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
-
-TEST_F(HandEditTest, TheSameFileNameChangesNothing)
-{
-    Edit(1, 1, L"M8");
-    Edit(1, 1, L"M8.sldprt");
-    Edit(1, 1, L"M8..sldprt");
-    ExpectUnchanged();
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
-
-TEST_F(HandEditTest, ForbiddenCharactersOfAFileNameAreReportedEveryTime)
-{
-    Edit(1, 1, L"a|b<c>");
-    ExpectTaken(1, L"a_b_c_.sldprt");
-    m_table.MarkConverted(1);
-    const CLanguageScope english(0);
-    Edit(1, 1, L"a/b");
-    ExpectTaken(1, L"a_b.sldprt");
-    EXPECT_EQ(m_messages.TakeTexts(), (Texts{kForbiddenGerman, kForbiddenEnglish}));
-}
-
-TEST_F(HandEditTest, ForbiddenCharactersAreReportedThoughNothingChanges)
-{
-    Edit(0, 1, L"a_b");
-    EXPECT_EQ(TakeChanges(), 1);
-    m_table.MarkConverted(0);
-    Edit(0, 1, L"a:b");
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenGerman});
-    EXPECT_EQ(m_table.CountPendingRows(), 0);
-    EXPECT_EQ(TakeChanges(), 0);
-}
-
-TEST_F(HandEditTest, AFileNameThatAnotherRowHasIsRefused)
-{
-    Edit(1, 1, L"M10");
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"Der angegebene Dateiname ist schon vorhanden."});
-    const CLanguageScope english(0);
-    Edit(1, 1, L"M6.sldprt");
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"The file name is not unique."});
-    ExpectUnchanged();
-}
-
-TEST_F(HandEditTest, AFileNameThatDiffersFromAnothersInCaseIsTaken)
-{
-    Edit(1, 1, L"m10");
-    ExpectTaken(1, L"m10.sldprt");
-    Edit(1, 1, L"M10.SLDPRT");
-    ExpectTaken(1, L"M10.SLDPRT");
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
-
-TEST_F(HandEditTest, ABomNameIsTakenWithItsCharactersReplaced)
-{
-    Edit(1, 2, L"x/y@z;=");
-    ExpectTaken(2, L"x_y_z__");
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{kFeatureGerman});
-    const CLanguageScope english(0);
-    Edit(1, 2, L"x/y");
-    ExpectTaken(2, L"x_y");
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{kFeatureEnglish});
-}
-
-TEST_F(HandEditTest, ABomNameIsTakenAsTyped)
-{
-    for (const wchar_t* const text : {L"a:b", L" blanks stay ", L"%2 | * ? < >", L"norm 2", L"Norm 3", L""}) {
-        Edit(1, 2, text);
-        ExpectTaken(2, text);
-        m_table.MarkConverted(1);
+    for (const int language : {1, 0}) {
+        const CLanguageScope scope(language);
+        for (const HandEdit& edit : kHandEdits) {
+            SCOPED_TRACE(testing::PrintToString(edit.before) + " -> " + testing::PrintToString(edit.typed));
+            FillThree();
+            m_table.SetItemText(1, edit.column, edit.before);
+            Edit(1, edit.column, edit.typed);
+            EXPECT_EQ(m_table.GetItemText(1, edit.column), edit.after);
+            const bool changed = std::wstring(edit.before) != edit.after;
+            EXPECT_EQ(m_table.IsPending(1), changed);
+            EXPECT_EQ(m_table.GetItemState(1, 0xF000), changed ? 0x1000U : 0x2000U);
+            EXPECT_EQ(m_table.CountPendingRows(), changed ? 1 : 0) << "another row";
+            EXPECT_EQ(TakeChanges(), changed ? 1 : 0);
+            EXPECT_EQ(m_messages.TakeTexts(),
+                      edit.message != nullptr ? Texts{edit.message->Current()} : Texts{});
+        }
     }
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
 }
 
-TEST_F(HandEditTest, TheSameBomNameChangesNothing)
-{
-    Edit(1, 2, L"Norm 2");
-    ExpectUnchanged();
-    Edit(1, 2, L"a_b");
-    EXPECT_EQ(TakeChanges(), 1);
-    m_table.MarkConverted(1);
-    Edit(1, 2, L"a;b");
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{kFeatureGerman});
-    EXPECT_EQ(TakeChanges(), 0);
-    EXPECT_FALSE(m_table.IsPending(1));
-}
-
-TEST_F(HandEditTest, AnOriginalNameIsTakenAsTypedAndSortedIn)
+TEST_F(HandEditTest, AnOriginalNameIsKeptAsTypedAndSortedIn)
 {
     m_table.MarkPending(2);
     Select({0});
@@ -862,14 +811,6 @@ TEST_F(ApplyTemplateTest, FillsTheBomNamesAsTheyAre)
     EXPECT_EQ(m_table.GetItemText(1, 2), L"");
 }
 
-TEST_F(ApplyTemplateTest, WithoutASelectionNothingHappens)
-{
-    m_settings.SetTemplate(1, L"%5%3%4");
-    Apply(1);
-    EXPECT_EQ(m_table.CountPendingRows(), 0);
-    EXPECT_EQ(TakeChanges(), 0);
-}
-
 TEST_F(ApplyTemplateTest, AMissingTemplateEndsItSilentlyAndStaysMissing)
 {
     Select({0, 1, 2});
@@ -885,55 +826,105 @@ TEST_F(ApplyTemplateTest, AMissingTemplateEndsItSilentlyAndStaysMissing)
     EXPECT_TRUE(m_messages.TakeTexts().empty());
 }
 
-TEST_F(ApplyTemplateTest, ATemplateRemovedMeanwhileKeepsWhatIsDone)
+TEST_F(ApplyTemplateTest, ATemplateRemovedDuringAMessageKeepsTheRowsDone)
 {
     m_settings.SetTemplate(1, L"%3?%4");
     Select({0, 1, 2});
     m_settings.Redirect();
-    const MessageListener before = SetMessageListener([this](const MessageRequest&) {
+    const CMessageRecorder meanwhile([this] {
         m_settings.RemoveTemplate(1);
         return IDOK;
     });
     Apply(1);
-    SetMessageListener(before);
     EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"2.sldprt", L"3.sldprt"}));
     EXPECT_EQ(m_table.CountPendingRows(), 1);
     EXPECT_GE(TakeChanges(), 1);
 }
 
-TEST_F(ApplyTemplateTest, ATemplateChangedMeanwhileCountsFromTheNextRow)
+TEST_F(ApplyTemplateTest, ATemplateChangedDuringAMessageAppliesToTheNextRow)
 {
     m_settings.SetTemplate(1, L"%3?%4");
     Select({0, 1, 2});
-    const MessageListener before = SetMessageListener([this](const MessageRequest&) {
+    const CMessageRecorder meanwhile([this] {
         m_settings.SetTemplate(1, L"%4%4");
         return IDOK;
     });
     Apply(1);
-    SetMessageListener(before);
     EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"bb.sldprt", L"cc.sldprt"}));
 }
 
-TEST_F(ApplyTemplateTest, AnEmptyFileNameEndsItSilently)
+// A file-name template applied to rows {original name, new name}, and what becomes of the new names. Nothing
+// is reported.
+struct Application
 {
-    Fill({{L"N_ISO_1_a.sldprt", L"1", L""},
-          {L"Schraube.sldprt", L"2", L""},
-          {L"N_ISO_3_c.sldprt", L"3", L""}});
-    m_settings.SetTemplate(1, L"%5%3");
-    Select({0, 1, 2});
-    Apply(1);
-    EXPECT_EQ(Column(1), (Texts{L"N_ISO_1.sldprt", L"2", L"3"}));
-    EXPECT_EQ(m_table.CountPendingRows(), 1);
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
+    const char* what;
+    const wchar_t* fileTemplate;
+    std::vector<std::pair<std::wstring, std::wstring>> rows;
+    std::vector<int> selected;
+    Texts newNames;
+};
+
+TEST_F(ApplyTemplateTest, RowsGetTheirFileNames)
+{
+    const Application applications[] = {
+        {"no selection", L"%5%3%4", {{L"N_ISO_1_a.sldprt", L"1.sldprt"}}, {}, {L"1.sldprt"}},
+        {"ends at an empty file name",
+         L"%5%3",
+         {{L"N_ISO_1_a.sldprt", L"1"}, {L"Schraube.sldprt", L"2"}, {L"N_ISO_3_c.sldprt", L"3"}},
+         {0, 1, 2},
+         {L"N_ISO_1.sldprt", L"2", L"3"}},
+        {"ends at an original without extension",
+         L"%5%3",
+         {{L"N_ISO_1_a", L"1"}, {L"N_ISO_3_c.sldprt", L"3"}},
+         {0, 1},
+         {L"1", L"3"}},
+        {"a name that an earlier row gave up",
+         L"%4",
+         {{L"N_ISO_1_a.sldprt", L"b.sldprt"}, {L"N_ISO_2_b.sldprt", L"2.sldprt"}},
+         {0, 1},
+         {L"a.sldprt", L"b.sldprt"}},
+        {"the row's own name in another case",
+         L"%4.%6",
+         {{L"N_ISO_1_a.sldprt", L"A.SLDPRT"}, {L"N_ISO_2_Ö.sldprt", L"ö.sldprt"}},
+         {0, 1},
+         {L"A.SLDPRT", L"ö.sldprt"}},
+        {"another row's name in another case",
+         L"%4.%6",
+         {{L"N_ISO_1_A.sldprt", L"1.sldprt"}, {L"N_ISO_2_b.sldprt", L"a.sldprt"}},
+         {0},
+         {L"A.sldprt", L"a.sldprt"}},
+        {"%2 stays", L"%5%3_%2.%6", {{L"N_ISO_1_a.sldprt", L"1.sldprt"}}, {0}, {L"N_ISO_1_%2.sldprt"}},
+        {"an assembly's extension", L"Frame", {{L"N_ISO_1_a.sldasm", L"1.sldprt"}}, {0}, {L"Frame.sldasm"}},
+    };
+    for (const Application& application : applications) {
+        SCOPED_TRACE(application.what);
+        std::vector<UTtab_entry> entries;
+        for (const auto& [original, renamed] : application.rows) {
+            entries.push_back({original, renamed, L"BOM"});
+        }
+        Fill(entries);
+        m_settings.SetTemplate(1, application.fileTemplate);
+        Select(application.selected);
+        Apply(1);
+        EXPECT_EQ(Column(1), application.newNames);
+        int changed = 0;
+        for (std::size_t row = 0; row < entries.size(); ++row) {
+            const bool pending = entries[row].strRenamed != application.newNames[row];
+            EXPECT_EQ(m_table.IsPending(static_cast<int>(row)), pending) << row;
+            changed += pending ? 1 : 0;
+        }
+        EXPECT_EQ(TakeChanges() > 0, changed > 0);
+        EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+    }
 }
 
-TEST_F(ApplyTemplateTest, AnOriginalWithoutExtensionEndsItSilently)
+TEST_F(ApplyTemplateTest, APendingRowStaysPending)
 {
-    Fill({{L"N_ISO_1_a", L"1", L""}, {L"N_ISO_3_c.sldprt", L"3", L""}});
-    m_settings.SetTemplate(1, L"%5%3");
-    Select({0, 1});
+    m_table.MarkPending(1);
+    m_settings.SetTemplate(1, L"2.%6");
+    Select({1});
     Apply(1);
-    EXPECT_EQ(Column(1), (Texts{L"1", L"3"}));
+    EXPECT_TRUE(m_table.IsPending(1));
     EXPECT_EQ(TakeChanges(), 0);
 }
 
@@ -943,13 +934,14 @@ TEST_F(ApplyTemplateTest, ForbiddenCharactersAreReportedOnce)
     Select({0, 1, 2});
     Apply(1);
     EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"2_b.sldprt", L"3_c.sldprt"}));
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenGerman});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kForbiddenInFileName.Current()});
     const CLanguageScope english(0);
     Apply(1);
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{kForbiddenEnglish}) << "though the names are the same now";
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kForbiddenInFileName.Current()})
+        << "though the names are the same now";
 }
 
-TEST_F(ApplyTemplateTest, ANameThatAnotherRowHasIsNotTakenAndReportedOnce)
+TEST_F(ApplyTemplateTest, ATakenNameIsNotUsedAndReportedOnce)
 {
     m_settings.SetTemplate(1, L"2.%6");
     Select({0, 1, 2});
@@ -957,13 +949,10 @@ TEST_F(ApplyTemplateTest, ANameThatAnotherRowHasIsNotTakenAndReportedOnce)
     EXPECT_EQ(Column(1), (Texts{L"1.sldprt", L"2.sldprt", L"3.sldprt"}));
     EXPECT_EQ(m_table.CountPendingRows(), 0);
     EXPECT_EQ(TakeChanges(), 0);
-    EXPECT_EQ(
-        m_messages.TakeTexts(),
-        Texts{
-            L"Ein generierter Dateiname ist bereits vorhanden.\nDer vorhandene Dateiname bleibt erhalten."});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kGeneratedNameTaken.Current()});
     const CLanguageScope english(0);
     Apply(1);
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"A generated file name is not unique.\nSkip this file."});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kGeneratedNameTaken.Current()});
 }
 
 TEST_F(ApplyTemplateTest, NamesMadeInTheSameOperationCollideToo)
@@ -988,7 +977,7 @@ protected:
     }
 };
 
-TEST_F(OpenTemplateMessageTest, RowsBeforeACollisionHaveTheirNewNameAndTheParentWasTold)
+TEST_F(OpenTemplateMessageTest, RowsBeforeACollisionHaveTheirNewNameAndTheParentIsNotified)
 {
     m_settings.SetTemplate(1, L"fest.%6");
     const Texts rows{L"N_1_a.sldprt > fest.sldprt > ", L"N_2_?.sldprt > 2.sldprt >  (converted)",
@@ -996,7 +985,7 @@ TEST_F(OpenTemplateMessageTest, RowsBeforeACollisionHaveTheirNewNameAndTheParent
     EXPECT_EQ(MomentsOf([this] { Apply(1); }), (std::vector<Moment>{{rows, true, 1}, {rows, true, 0}}));
 }
 
-TEST_F(OpenTemplateMessageTest, RowsBeforeAForbiddenCharacterHaveTheirNewNameAndTheParentWasTold)
+TEST_F(OpenTemplateMessageTest, RowsBeforeAForbiddenCharacterHaveTheirNewNameAndTheParentIsNotified)
 {
     m_settings.SetTemplate(1, L"%3-%4");
     const Texts before{L"N_1_a.sldprt > 1-a.sldprt > ", L"N_2_?.sldprt > 2.sldprt >  (converted)",
@@ -1005,7 +994,7 @@ TEST_F(OpenTemplateMessageTest, RowsBeforeAForbiddenCharacterHaveTheirNewNameAnd
     EXPECT_EQ(MomentsOf([this] { Apply(1); }), (std::vector<Moment>{{before, true, 1}, {after, true, 1}}));
 }
 
-TEST_F(OpenTemplateMessageTest, AMessageAboutTheFirstRowComesOverTheTableAsItWas)
+TEST_F(OpenTemplateMessageTest, DuringAMessageAboutTheFirstRowTheTableIsUnchanged)
 {
     m_settings.SetTemplate(1, L"%3*");
     const Texts before = Rows();
@@ -1014,8 +1003,8 @@ TEST_F(OpenTemplateMessageTest, AMessageAboutTheFirstRowComesOverTheTableAsItWas
     EXPECT_EQ(MomentsOf([this] { Apply(1); }), (std::vector<Moment>{{before, true, 0}, {after, true, 1}}));
 }
 
-// Another program may work on the list view while the box is open.
-TEST_F(OpenTemplateMessageTest, WhatBecomesOfTheTableMeanwhileCountsForTheRowsToCome)
+// Another program may change the list view while the box is open.
+TEST_F(OpenTemplateMessageTest, ChangesDuringAMessageApplyToTheNextRows)
 {
     m_settings.SetTemplate(1, L"%3-%4");
     const Texts before{L"N_1_a.sldprt > 1-a.sldprt > ", L"N_2_?.sldprt > 2.sldprt >  (converted)",
@@ -1025,29 +1014,6 @@ TEST_F(OpenTemplateMessageTest, WhatBecomesOfTheTableMeanwhileCountsForTheRowsTo
     EXPECT_EQ(
         MomentsOf([this] { Apply(1); }, [this] { m_table.SetItemText(3, kColumnRenamed, L"3-c.sldprt"); }),
         (std::vector<Moment>{{before, true, 1}, {meanwhile, true, 1}, {meanwhile, true, 0}}));
-}
-
-TEST_F(ApplyTemplateTest, ANameGivenUpInTheSameOperationIsFree)
-{
-    Fill({{L"N_ISO_1_a.sldprt", L"b.sldprt", L""}, {L"N_ISO_2_b.sldprt", L"2.sldprt", L""}});
-    m_settings.SetTemplate(1, L"%4");
-    Select({0, 1});
-    Apply(1);
-    EXPECT_EQ(Column(1), (Texts{L"a.sldprt", L"b.sldprt"}));
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
-
-TEST_F(ApplyTemplateTest, AChangeOfCaseAloneIsNotAppliedToAFileName)
-{
-    Fill({{L"N_ISO_1_a.sldprt", L"A.SLDPRT", L""}, {L"N_ISO_2_Ö.sldprt", L"ö.sldprt", L""}});
-    m_table.MarkPending(1);
-    m_settings.SetTemplate(1, L"%4.%6");
-    Select({0, 1});
-    Apply(1);
-    EXPECT_EQ(Rows(),
-              (Texts{L"N_ISO_1_a.sldprt > A.SLDPRT >  (converted)", L"N_ISO_2_Ö.sldprt > ö.sldprt > "}));
-    EXPECT_EQ(TakeChanges(), 0);
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
 }
 
 TEST_F(ApplyTemplateTest, AChangeOfCaseAloneIsAppliedToABomName)
@@ -1062,33 +1028,6 @@ TEST_F(ApplyTemplateTest, AChangeOfCaseAloneIsAppliedToABomName)
     Apply(2);
     EXPECT_FALSE(m_table.IsPending(0));
     EXPECT_EQ(TakeChanges(), 0);
-}
-
-TEST_F(ApplyTemplateTest, ACaseVariantOfAnothersNameIsTaken)
-{
-    Fill({{L"N_ISO_1_A.sldprt", L"1.sldprt", L""}, {L"N_ISO_2_b.sldprt", L"a.sldprt", L""}});
-    m_settings.SetTemplate(1, L"%4.%6");
-    Select({0});
-    Apply(1);
-    EXPECT_EQ(Column(1), (Texts{L"A.sldprt", L"a.sldprt"}));
-    EXPECT_TRUE(m_messages.TakeTexts().empty());
-}
-
-TEST_F(ApplyTemplateTest, TheConfigurationNameStaysLiteralInAFileName)
-{
-    m_settings.SetTemplate(1, L"%5%3_%2.%6");
-    Select({0});
-    Apply(1);
-    EXPECT_EQ(m_table.GetItemText(0, 1), L"N_ISO_1_%2.sldprt");
-}
-
-TEST_F(ApplyTemplateTest, AnAssemblyKeepsItsExtension)
-{
-    Fill({{L"N_ISO_1_a.sldasm", L"1.sldprt", L""}});
-    m_settings.SetTemplate(1, L"Frame");
-    Select({0});
-    Apply(1);
-    EXPECT_EQ(Column(1), Texts{L"Frame.sldasm"});
 }
 
 }  // namespace

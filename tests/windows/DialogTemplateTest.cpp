@@ -5,15 +5,15 @@
 
 #include <set>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "framework/Handles.h"
 #include "resources/resource.h"
+#include "tests/support/WindowScopes.h"
 
-// How the dialogs are laid out, in both languages: nothing is cut, nothing overlaps, every field has a name.
-// Measured with the font that the dialog really has here; under Wine that is a wider one than Windows would
-// take.
+// The layout of the dialogs in both languages: nothing is truncated, nothing overlaps, every field has a
+// name. Measured with the dialog's actual font; under Wine it is wider than on Windows.
 
 namespace {
 
@@ -23,13 +23,6 @@ INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
 }
 
 using UniqueWindow = UniqueOwner<HWND, ::DestroyWindow>;
-
-std::wstring ClassOf(HWND control)
-{
-    wchar_t name[64] = {};
-    GetClassNameW(control, name, 64);
-    return name;
-}
 
 std::wstring CaptionOf(HWND control)
 {
@@ -41,7 +34,7 @@ std::wstring CaptionOf(HWND control)
 // Pixels that the control draws beside its caption.
 int WidthBesideCaption(HWND control)
 {
-    if (ClassOf(control) != L"Button") {
+    if (ClassNameOf(control) != L"Button") {
         return 0;
     }
     const auto type = GetWindowLongW(control, GWL_STYLE) & BS_TYPEMASK;
@@ -66,23 +59,18 @@ SIZE CaptionSize(HWND control)
 
 bool IsGroupBox(HWND control)
 {
-    return ClassOf(control) == L"Button" && (GetWindowLongW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX;
+    return ClassNameOf(control) == L"Button" &&
+           (GetWindowLongW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX;
 }
 
-// A dialog of a resource library as its template lays it out.
-class DialogTemplate : public testing::TestWithParam<std::pair<const wchar_t*, int>>
+// A dialog of a resource library.
+class DialogTemplate : public testing::TestWithParam<std::tuple<const wchar_t*, int>>
 {
 protected:
     DialogTemplate()
     {
-        const auto [library, dialogId] = GetParam();
-        const INITCOMMONCONTROLSEX classes{sizeof classes, ICC_WIN95_CLASSES};
-        InitCommonControlsEx(&classes);
-        m_module.reset(
-            LoadLibraryExW(library, nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
-        EXPECT_NE(m_module, nullptr);
-        m_dialog.reset(
-            CreateDialogParamW(m_module.get(), MAKEINTRESOURCEW(dialogId), nullptr, &IgnoreMessage, 0));
+        m_dialog.reset(CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(std::get<int>(GetParam())),
+                                          nullptr, &IgnoreMessage, 0));
         EXPECT_NE(m_dialog, nullptr);
         for (HWND control = GetWindow(m_dialog.get(), GW_CHILD); control != nullptr;
              control = GetWindow(control, GW_HWNDNEXT)) {
@@ -100,15 +88,15 @@ protected:
         return place;
     }
 
-    // What a failed expectation calls a control.
+    // The control's name in failure messages.
     static std::string NameOf(HWND control)
     {
-        const std::wstring text = ClassOf(control) + L" " + std::to_wstring(GetDlgCtrlID(control)) + L" '" +
-                                  CaptionOf(control) + L"'";
+        const std::wstring text = ClassNameOf(control) + L" " + std::to_wstring(GetDlgCtrlID(control)) +
+                                  L" '" + CaptionOf(control) + L"'";
         return {text.begin(), text.end()};
     }
 
-    UniqueModule m_module;
+    const CResourceScope m_resources{std::get<const wchar_t*>(GetParam())};
     UniqueWindow m_dialog;
     std::vector<HWND> m_controls;  // in tab order
 };
@@ -117,7 +105,7 @@ TEST_P(DialogTemplate, EveryCaptionIsSeenWhole)
 {
     int measured = 0;
     for (const HWND control : m_controls) {
-        const std::wstring kind = ClassOf(control);
+        const std::wstring kind = ClassNameOf(control);
         if ((kind != L"Button" && kind != L"Static") || CaptionOf(control).empty()) {
             continue;
         }
@@ -131,7 +119,7 @@ TEST_P(DialogTemplate, EveryCaptionIsSeenWhole)
     EXPECT_GT(measured, 0);
 }
 
-// A group box may hold other controls, but not cut them.
+// A group box may contain other controls, but not intersect them.
 TEST_P(DialogTemplate, NoTwoControlsOverlap)
 {
     for (std::size_t i = 0; i < m_controls.size(); ++i) {
@@ -159,28 +147,22 @@ TEST_P(DialogTemplate, EveryControlLiesInsideTheDialog)
     }
 }
 
-// Screen readers take the name of a field from the label before it.
+// Screen readers name a field after the label before it.
 TEST_P(DialogTemplate, EveryFieldFollowsItsLabel)
 {
     const std::set<std::wstring> fields{L"Edit", L"ComboBox", WC_LISTVIEWW, PROGRESS_CLASSW};
     for (const HWND control : m_controls) {
-        if (fields.contains(ClassOf(control))) {
+        if (fields.contains(ClassNameOf(control))) {
             const HWND label = GetWindow(control, GW_HWNDPREV);
-            EXPECT_EQ(ClassOf(label), L"Static") << NameOf(control);
+            EXPECT_EQ(ClassNameOf(label), L"Static") << NameOf(control);
             EXPECT_NE(CaptionOf(label), L"") << NameOf(control);
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(German, DialogTemplate,
-                         testing::Values(std::pair{L"talvresgerx64.dll", IDD_TALVENOR},
-                                         std::pair{L"talvresgerx64.dll", IDD_PROGRESS},
-                                         std::pair{L"talvresgerx64.dll", IDD_TEMPLATE},
-                                         std::pair{L"talvresgerx64.dll", IDD_ABOUT}));
-INSTANTIATE_TEST_SUITE_P(English, DialogTemplate,
-                         testing::Values(std::pair{L"talvresusx64.dll", IDD_TALVENOR},
-                                         std::pair{L"talvresusx64.dll", IDD_PROGRESS},
-                                         std::pair{L"talvresusx64.dll", IDD_TEMPLATE},
-                                         std::pair{L"talvresusx64.dll", IDD_ABOUT}));
+INSTANTIATE_TEST_SUITE_P(Languages, DialogTemplate,
+                         testing::Combine(testing::Values(kGermanLibrary, kEnglishLibrary),
+                                          testing::Values(IDD_TALVENOR, IDD_PROGRESS, IDD_TEMPLATE,
+                                                          IDD_ABOUT)));
 
 }  // namespace

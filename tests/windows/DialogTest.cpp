@@ -35,8 +35,8 @@ protected:
     }
 };
 
-// The template dialog, which takes one step of a test after the other from its own queue: what a step posts
-// is dealt with before the next step is taken. After the last step it ends by itself.
+// The template dialog, which makes one step of a test per message of its queue: messages that a step posts
+// are handled before the next step. It closes after the last step.
 class CSteppingDialog : public CDialog
 {
 public:
@@ -47,12 +47,15 @@ public:
     CNotingEdit m_edit;
     std::wstring m_text = L"from the member";
     bool m_endAtStart = false;
-    bool m_halted = false;  // takes no further steps
+    bool m_halted = false;  // no further steps
     std::function<void()> m_onInit;
     int m_missingControl = 0;
 
     using CDialog::EndDialog;
     using CDialog::IsEnding;
+
+    // Skips the steps that are left.
+    void DropSteps() { m_step = m_steps.size(); }
 
 protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override
@@ -150,7 +153,7 @@ TEST_F(DialogTest, RunsModallyWithItsOwnerDisabled)
     EXPECT_EQ(m_dialog.m_log, std::vector<std::string>{"init"});
 }
 
-TEST_F(DialogTest, TellsItsControlsOfNewSystemColours)
+TEST_F(DialogTest, PassesNewSystemColoursToItsControls)
 {
     m_dialog.m_steps = {[&] {
         m_dialog.SendMessage(WM_SYSCOLORCHANGE);
@@ -182,7 +185,7 @@ TEST_F(DialogTest, ADialogEndedAtItsStartIsNeverShown)
     EXPECT_EQ(m_dialog.m_log, std::vector<std::string>{"init"});
 }
 
-TEST_F(DialogTest, ADialogThatCannotBeMadeLeavesTheOwnerEnabled)
+TEST_F(DialogTest, ADialogThatCannotBeCreatedLeavesTheOwnerEnabled)
 {
     CDialog dialog(kNoTemplate, &m_owner);
     EXPECT_EQ(dialog.DoModal(), -1);
@@ -233,38 +236,50 @@ TEST_F(DialogTest, TheEndOfTheProgramEndsTheDialog)
 {
     m_dialog.m_steps = {[&] {
         PostQuitMessage(3);
-        m_dialog.m_halted = true;  // it comes when nothing else is waiting
+        m_dialog.m_halted = true;  // WM_QUIT arrives when the queue is empty
     }};
     EXPECT_EQ(m_dialog.DoModal(), -1);
     EXPECT_TRUE(m_owner.IsWindowEnabled());
-    // The loops further out are to see it too.
+    // Outer message loops must get it, too.
     MSG message{};
     ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
     EXPECT_EQ(message.wParam, 3U);
 }
 
-TEST_F(DialogTest, EnterPressesTheDefaultButton)
+TEST_F(DialogTest, KeysAndButtonsCloseIt)
 {
-    m_dialog.m_steps = {[&] { PressKey(m_dialog.m_edit, VK_RETURN); }, [] {}, [] {}};
-    EXPECT_EQ(m_dialog.DoModal(), IDOK);
-    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "ok"}));
+    struct Way
+    {
+        const char* what;
+        std::function<void()> act;
+        INT_PTR result;
+    };
+    const Way ways[] = {
+        {"Enter", [this] { PressKey(m_dialog.m_edit, VK_RETURN); }, IDOK},
+        {"Enter on a push button",
+         [this] {
+             ::SetFocus(m_dialog.GetDlgItem(IDCANCEL));
+             ::PostMessageW(m_dialog.GetDlgItem(IDCANCEL), WM_KEYDOWN, VK_RETURN, 1);
+         },
+         IDCANCEL},
+        {"Escape", [this] { PressKey(m_dialog.m_edit, VK_ESCAPE); }, IDCANCEL},
+        {"the close box", [this] { m_dialog.PostMessage(WM_CLOSE); }, IDCANCEL},
+        {"a click", [this] { ::PostMessageW(m_dialog.GetDlgItem(IDOK), BM_CLICK, 0, 0); }, IDOK},
+    };
+    for (const Way& way : ways) {
+        SCOPED_TRACE(way.what);
+        m_dialog.m_log.clear();
+        m_dialog.m_steps.insert(m_dialog.m_steps.end(), {way.act, [] {}, [] {}});
+        EXPECT_EQ(m_dialog.DoModal(), way.result);
+        EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", way.result == IDOK ? "ok" : "cancel"}));
+        m_dialog.DropSteps();
+    }
 }
 
-// Whether a button wears the frame of the one that Enter presses.
+// Whether a button is drawn as the default button.
 bool IsDefault(HWND button)
 {
     return (SendMessageW(button, WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON) != 0;
-}
-
-TEST_F(DialogTest, EnterPressesThePushButtonThatHasTheFocus)
-{
-    m_dialog.m_steps = {[&] {
-                            ::SetFocus(m_dialog.GetDlgItem(IDCANCEL));
-                            ::PostMessageW(m_dialog.GetDlgItem(IDCANCEL), WM_KEYDOWN, VK_RETURN, 1);
-                        },
-                        [] {}, [] {}};
-    EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
-    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
 }
 
 TEST_F(DialogTest, TheDefaultButtonFollowsTheMouse)
@@ -274,7 +289,7 @@ TEST_F(DialogTest, TheDefaultButtonFollowsTheMouse)
             EXPECT_EQ(IsDefault(m_dialog.GetDlgItem(id)), id == wanted) << id;
         }
     };
-    // Released beside the control, the mouse presses nothing.
+    // A release outside the control presses nothing.
     const auto press = [](HWND control) {
         ::PostMessageW(control, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(3, 3));
         ::PostMessageW(control, WM_LBUTTONUP, 0, MAKELPARAM(-9, -9));
@@ -291,26 +306,6 @@ TEST_F(DialogTest, TheDefaultButtonFollowsTheMouse)
                             PressKey(m_dialog.m_edit, VK_RETURN);
                         },
                         [] {}, [] {}};
-    EXPECT_EQ(m_dialog.DoModal(), IDOK);
-}
-
-TEST_F(DialogTest, EscapeCancels)
-{
-    m_dialog.m_steps = {[&] { PressKey(m_dialog.m_edit, VK_ESCAPE); }, [] {}, [] {}};
-    EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
-    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
-}
-
-TEST_F(DialogTest, TheCloseBoxCancels)
-{
-    m_dialog.m_steps = {[&] { m_dialog.PostMessage(WM_CLOSE); }, [] {}, [] {}};
-    EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
-    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
-}
-
-TEST_F(DialogTest, ButtonsGiveTheirCommands)
-{
-    m_dialog.m_steps = {[&] { ::PostMessageW(m_dialog.GetDlgItem(IDOK), BM_CLICK, 0, 0); }, [] {}, [] {}};
     EXPECT_EQ(m_dialog.DoModal(), IDOK);
 }
 
@@ -331,7 +326,7 @@ TEST_F(DialogTest, NothingCancelsWhileTheCancelButtonIsDisabled)
     EXPECT_EQ(m_dialog.m_log, std::vector<std::string>{"init"});
 }
 
-TEST_F(DialogTest, TabGoesFromControlToControl)
+TEST_F(DialogTest, TabMovesFromControlToControl)
 {
     std::vector<int> focused;
     const auto note = [&] { focused.push_back(GetDlgCtrlID(GetFocus())); };
@@ -356,7 +351,7 @@ TEST_F(DialogTest, CharactersReachTheControl)
     EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
 }
 
-// Keeps Enter to itself.
+// Handles Enter before the dialog does.
 class CEnterKeeper : public CWnd
 {
 public:
@@ -386,7 +381,7 @@ TEST_F(DialogTest, AControlMayKeepAKeyFromTheDialog)
     EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "cancel"}));
 }
 
-TEST_F(DialogTest, AnExceptionAtTheStartIsShownAndTheDialogGoesOn)
+TEST_F(DialogTest, AnExceptionAtTheStartIsShownAndTheDialogContinues)
 {
     CMessageRecorder messages;
     const std::vector<std::function<void()>> failures{[] { throw CTestException(); },
@@ -403,7 +398,7 @@ TEST_F(DialogTest, AnExceptionAtTheStartIsShownAndTheDialogGoesOn)
                                     }));
 }
 
-// Fails at each key that is offered to it.
+// Throws for each key.
 class CKeyFailer : public CWnd
 {
 public:
@@ -416,7 +411,7 @@ public:
     }
 };
 
-TEST_F(DialogTest, AnExceptionAtAKeyIsShownAndTheKeyGoesItsWay)
+TEST_F(DialogTest, AnExceptionAtAKeyIsShownAndTheKeyIsHandled)
 {
     CMessageRecorder messages;
     CKeyFailer failer;
@@ -446,7 +441,7 @@ TEST_F(DialogTest, AModelessDialogLeavesItsOwnerEnabled)
     EXPECT_FALSE(IsWindow(window));
 }
 
-TEST_F(DialogTest, DataGoesBothWays)
+TEST_F(DialogTest, DataIsExchangedInBothDirections)
 {
     ASSERT_TRUE(m_dialog.Create());
     EXPECT_EQ(m_dialog.GetDlgItemText(IDC_TEMPLATE_TEXT), L"from the member");
@@ -481,7 +476,7 @@ LRESULT CALLBACK CountTexts(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     return DefSubclassProc(window, message, wParam, lParam);
 }
 
-TEST_F(DialogTest, ATextThatStandsThereIsNotSetAgain)
+TEST_F(DialogTest, AnUnchangedTextIsNotSetAgain)
 {
     ASSERT_TRUE(m_dialog.Create());
     int count = 0;

@@ -3,17 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "resources/resource.h"
-#include "tests/support/FakeAutomation.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/Languages.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// The template dialog in the process of the test, run modally in both languages and worked as a user works
-// it.
+// The template dialog, run modally in this process in both languages, and used as a person uses it.
 
 namespace {
 
@@ -23,31 +22,14 @@ constexpr INT_PTR kStillOpen = -2;
 constexpr wchar_t kNone[] = L"(none)";
 constexpr wchar_t kBolt[] = L"N_ISO_4017_M10x50.sldprt";
 
-struct Edition
-{
-    int flag;
-    const wchar_t* resources;
-};
-
-void PrintTo(const Edition& edition, std::ostream* stream)
-{
-    *stream << (edition.flag != 0 ? "German" : "English");
-}
-
-class DlgTemplateTest : public testing::TestWithParam<Edition>
+class DlgTemplateTest : public LanguageTest
 {
 protected:
-    // The text of the language at hand.
-    [[nodiscard]] static std::wstring In(const wchar_t* german, const wchar_t* english)
-    {
-        return GetParam().flag != 0 ? german : english;
-    }
-
-    // Runs the dialog for a template and has it worked; what DoModal returns. A dialog that the work leaves
-    // open ends.
+    // Runs the dialog for a template and does the work in it. Returns the result of DoModal. Closes the
+    // dialog if the work leaves it open.
     INT_PTR Run(int column, const std::wstring& text, const std::function<void()>& work)
     {
-        CWorked<CDlgTemplate> dialog(GetParam().flag, column, text, &m_owner);
+        CWorked<CDlgTemplate> dialog(GetParam(), column, text, &m_owner);
         dialog.SetSample(m_sample);
         dialog.m_work = [&] {
             m_dialog = &dialog;
@@ -129,7 +111,7 @@ protected:
         EXPECT_LT(x, client.right);
     }
 
-    // The refusals since the last call, with the type of the box in front.
+    // The message boxes since the last call, preceded by their type.
     [[nodiscard]] Texts TakeBoxes()
     {
         Texts boxes;
@@ -140,24 +122,18 @@ protected:
     }
     [[nodiscard]] static std::wstring Refusal()
     {
-        return std::to_wstring(MB_OK | MB_ICONINFORMATION) + L": " +
-               In(L"Platzhalter %2 für Konfigurationsnamen ist nicht erlaubt.",
-                  L"You cannot use the fill-in %2 for configuration names.");
+        return std::to_wstring(MB_OK | MB_ICONINFORMATION) + L": " + expected::kFillInRefused.In(GetParam());
     }
 
-    const CLanguageScope m_language{GetParam().flag};
-    const CResourceScope m_resources{GetParam().resources};
     const CUserSettingsScope m_settings;
-    CFakeUser m_user{[] { return IDOK; }};
+    CMessageRecorder m_user;
     CPlainWindow m_owner;
     std::wstring m_sample = kBolt;
     std::wstring m_readBack;
     CWorked<CDlgTemplate>* m_dialog = nullptr;
 };
 
-INSTANTIATE_TEST_SUITE_P(Languages, DlgTemplateTest,
-                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
-                         testing::PrintToStringParamName());
+IN_BOTH_LANGUAGES(DlgTemplateTest);
 
 // Start
 
@@ -165,8 +141,8 @@ TEST_P(DlgTemplateTest, TheCaptionNamesTheTemplate)
 {
     const std::wstring other = In(L"Schablone bearbeiten", L"View/Modify template");
     const std::vector<std::pair<int, std::wstring>> captions{
-        {1, In(L"Schablone Zieldatei bearbeiten", L"View/Modify file template")},
-        {2, In(L"Schablone Stücklisteneintrag bearbeiten", L"View/Modify BOM template")},
+        {1, expected::kFileTemplate.In(GetParam())},
+        {2, expected::kBomTemplate.In(GetParam())},
         {0, other},
         {3, other},
         {-1, other},
@@ -176,15 +152,13 @@ TEST_P(DlgTemplateTest, TheCaptionNamesTheTemplate)
     }
 }
 
-// The texts beside the code are in the language given, whatever the process speaks.
-TEST_P(DlgTemplateTest, TheLanguageIsTheOneGiven)
+// The dialog's language is its own, not that of the process.
+TEST_P(DlgTemplateTest, TheLanguageIsTheDialogsOwn)
 {
-    const CLanguageScope theOther{GetParam().flag != 0 ? 0 : 1};
+    const CLanguageScope theOther{GetParam() != 0 ? 0 : 1};
     Run(1, L"%2", [&] {
-        EXPECT_EQ(m_dialog->GetWindowText(),
-                  In(L"Schablone Zieldatei bearbeiten", L"View/Modify file template"));
-        EXPECT_EQ(TextOf(IDC_TEMPLATE_PREVIEW),
-                  In(L"(%2 ist in Dateinamen nicht erlaubt)", L"(%2 is not allowed in file names)"));
+        EXPECT_EQ(m_dialog->GetWindowText(), expected::kFileTemplate.In(GetParam()));
+        EXPECT_EQ(TextOf(IDC_TEMPLATE_PREVIEW), expected::kPreviewRefused.In(GetParam()));
         Press(IDOK);
     });
     EXPECT_EQ(TakeBoxes(), Texts{Refusal()});
@@ -224,7 +198,7 @@ TEST_P(DlgTemplateTest, OkStoresTheFileNameTemplate)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-TEST_P(DlgTemplateTest, OkStoresTheBomTemplateAsItStands)
+TEST_P(DlgTemplateTest, OkStoresTheBomTemplateUnchanged)
 {
     m_settings.SetTemplate(1, L"the other column's");
     for (const wchar_t* const text : {L"%5%3_%2", L" a/b|c*..\\@;= "}) {
@@ -284,7 +258,7 @@ TEST_P(DlgTemplateTest, EnterIsOk)
     EXPECT_EQ(m_settings.Template(1), L"%3");
 }
 
-TEST_P(DlgTemplateTest, ALongTemplateIsTakenWhole)
+TEST_P(DlgTemplateTest, ALongTemplateIsKeptWhole)
 {
     const std::wstring text(1000, L'x');
     EXPECT_EQ(Run(2, text,
@@ -332,7 +306,7 @@ TEST_P(DlgTemplateTest, AFileNameTemplateWithAConfigurationNameIsRefused)
     EXPECT_EQ(result, kStillOpen);
 }
 
-TEST_P(DlgTemplateTest, ARefusedTemplateCanBeMended)
+TEST_P(DlgTemplateTest, ARefusedTemplateCanBeCorrected)
 {
     const INT_PTR result = Run(1, L"%3_%2", [&] {
         PressKey(VK_RETURN);
@@ -350,7 +324,7 @@ TEST_P(DlgTemplateTest, ARefusedTemplateCanBeMended)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-TEST_P(DlgTemplateTest, TheCaretOfALongRefusedTemplateComesIntoView)
+TEST_P(DlgTemplateTest, TheCaretOfALongRefusedTemplateIsScrolledIntoView)
 {
     Run(1, std::wstring(300, L'W') + L"%2", [&] {
         SendMessageW(Item(IDC_TEMPLATE_TEXT), EM_SETSEL, 0, 0);
@@ -360,7 +334,7 @@ TEST_P(DlgTemplateTest, TheCaretOfALongRefusedTemplateComesIntoView)
     });
 }
 
-TEST_P(DlgTemplateTest, TheConfigurationNameIsRefusedWhereverItStands)
+TEST_P(DlgTemplateTest, TheConfigurationNameIsRefusedAnywhere)
 {
     for (const wchar_t* const text : {L"%2", L"%2_%3", L"a%2b", L"%%2", L"%25"}) {
         EXPECT_EQ(Run(1, text, [&] { Press(IDOK); }), kStillOpen);
@@ -376,7 +350,7 @@ TEST_P(DlgTemplateTest, TheConfigurationNameIsRefusedWhereverItStands)
 TEST_P(DlgTemplateTest, ARefusalIsABoxAboveTheDialog)
 {
     const CMainWindowScope mainWindow(&m_owner);
-    SetMessageListener({});  // the recorder's destructor restores what was before it
+    const CListenerScope shown({});
     HWND above = nullptr;
     const CTimerScope closer(30, [&] {
         const HWND top = m_dialog != nullptr ? GetLastActivePopup(m_dialog->m_hWnd) : nullptr;
@@ -461,15 +435,14 @@ TEST_P(DlgTemplateTest, TheFileNamePreviewFollowsTheNameRules)
     EXPECT_EQ(m_settings.Template(1), kNone);
 }
 
-TEST_P(DlgTemplateTest, ThePreviewTellsWhenAFileNameTemplateIsOfNoUse)
+TEST_P(DlgTemplateTest, ThePreviewNamesAProblemWithAFileNameTemplate)
 {
     const std::wstring noName = In(L"(ergibt keinen Dateinamen)", L"(gives no file name)");
     Run(1, L"%3", [&] {
         EXPECT_EQ(PreviewOf(L""), noName);
         EXPECT_EQ(PreviewOf(L"  "), noName);
         EXPECT_EQ(PreviewOf(L"%7%8"), noName);
-        EXPECT_EQ(PreviewOf(L"%3%2"),
-                  In(L"(%2 ist in Dateinamen nicht erlaubt)", L"(%2 is not allowed in file names)"));
+        EXPECT_EQ(PreviewOf(L"%3%2"), expected::kPreviewRefused.In(GetParam()));
         EXPECT_EQ(PreviewOf(L"%3"), L"4017.sldprt");
     });
     EXPECT_EQ(TakeBoxes(), Texts{});
@@ -518,7 +491,7 @@ TEST_P(DlgTemplateTest, WithoutASampleThereIsNoPreview)
     }
 }
 
-TEST_P(DlgTemplateTest, ThePreviewIsToBeReadOnly)
+TEST_P(DlgTemplateTest, ThePreviewIsReadOnly)
 {
     Run(1, L"%3", [&] {
         const LONG style = GetWindowLongW(Item(IDC_TEMPLATE_PREVIEW), GWL_STYLE);
@@ -555,7 +528,7 @@ TEST_P(DlgTemplateTest, TheLegendNamesTheFillInsOfTheColumn)
 
 // Keyboard and screen readers
 
-TEST_P(DlgTemplateTest, TabGoesAsOneReads)
+TEST_P(DlgTemplateTest, TabFollowsTheReadingOrder)
 {
     Run(1, L"%3", [&] {
         std::vector<int> focused;
@@ -568,7 +541,7 @@ TEST_P(DlgTemplateTest, TabGoesAsOneReads)
     });
 }
 
-// A screen reader takes an edit's name from the static control in front of it.
+// Screen readers name an edit after the static control before it.
 TEST_P(DlgTemplateTest, EachEditFollowsItsLabel)
 {
     Run(1, L"%3", [&] {
@@ -578,7 +551,7 @@ TEST_P(DlgTemplateTest, EachEditFollowsItsLabel)
     });
 }
 
-TEST_P(DlgTemplateTest, TheLabelsLetterLeadsToTheTemplate)
+TEST_P(DlgTemplateTest, TheLabelsLetterFocusesTheTemplate)
 {
     Run(1, L"%3", [&] {
         SetFocus(Item(IDCANCEL));

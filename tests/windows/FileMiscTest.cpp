@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <string>
 #include <thread>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "files/MapLine.h"
 #include "framework/File.h"
 #include "framework/Handles.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/NetworkWatch.h"
 #include "tests/support/TestScopes.h"
 
@@ -28,13 +30,15 @@ constexpr char kHeader[] =
 class FileMiscTest : public testing::Test
 {
 protected:
-    // The texts shown by the operation, in the given language of the process.
-    template <class Operation>
-    [[nodiscard]] Texts Shown(int language, Operation operation)
+    // Runs the test in German, then in English.
+    template <class Test>
+    static void InBothLanguages(Test test)
     {
-        const CLanguageScope scope(language);
-        operation();
-        return m_messages.TakeTexts();
+        for (const int language : {1, 0}) {
+            SCOPED_TRACE(language != 0 ? "German" : "English");
+            const CLanguageScope scope(language);
+            test();
+        }
     }
 
     CTempFolder m_folder;
@@ -44,10 +48,29 @@ protected:
 class CopyPartFileTest : public FileMiscTest
 {
 protected:
-    // The texts shown by a copy that must fail.
-    [[nodiscard]] Texts ShownByFailure(int language)
+    // The copy fails with this error, reported in both languages.
+    void ExpectSourceNotOpened(const Text& error)
     {
-        return Shown(language, [this] { EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1); });
+        InBothLanguages([&] {
+            EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
+            EXPECT_EQ(m_messages.TakeTexts(),
+                      Texts{expected::SourceNotOpened(m_source, AboutFile(error, m_source))});
+        });
+    }
+    void ExpectTargetNotOpened(const Text& error)
+    {
+        InBothLanguages([&] {
+            EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
+            EXPECT_EQ(m_messages.TakeTexts(),
+                      Texts{expected::TargetNotOpened(m_source, m_target, AboutFile(error, m_target))});
+        });
+    }
+
+    // An error's text with its path.
+    static std::wstring AboutFile(const Text& error, const std::wstring& path)
+    {
+        std::wstring text = error.Current();
+        return text.replace(text.find(L'*'), 1, path);
     }
 
     std::wstring m_source = m_folder / L"source.sldprt";
@@ -59,7 +82,7 @@ class ReadOnlyTest : public FileMiscTest
 protected:
     ReadOnlyTest() { WriteBytes(m_path, "part"); }
 
-    // Gives the file these attributes and a time long past.
+    // Sets the attributes, and a time of modification long ago.
     void Prepare(DWORD attributes) const
     {
         CFileStatus status;
@@ -74,8 +97,6 @@ protected:
         EXPECT_TRUE(CFile::GetStatus(m_path, status));
         return status;
     }
-
-    [[nodiscard]] bool IsReadOnly() const { return (Status().attributes & FILE_ATTRIBUTE_READONLY) != 0; }
 
     // True when the last modification is less than a minute ago.
     [[nodiscard]] bool IsModifiedNow() const
@@ -134,12 +155,6 @@ protected:
     const std::wstring m_path = m_folder / L"PartsMap.txt";
 };
 
-UniqueHandle OpenOther(const std::wstring& path, DWORD access, DWORD share)
-{
-    return UniqueHandle(
-        ValidHandle(::CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr)));
-}
-
 std::string Pattern(std::size_t size)
 {
     std::string bytes(size, '\0');
@@ -176,7 +191,7 @@ TEST_F(FileMiscTest, CreateFolderMakesOneLevel)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-TEST_F(FileMiscTest, CreateFolderIsContentWithAFolderThatIsThere)
+TEST_F(FileMiscTest, CreateFolderAcceptsAnExistingFolder)
 {
     std::filesystem::create_directory(m_folder / L"Mapped");
     WriteBytes(m_folder / L"Mapped\\a.sldprt", "x");
@@ -188,22 +203,21 @@ TEST_F(FileMiscTest, CreateFolderIsContentWithAFolderThatIsThere)
 TEST_F(FileMiscTest, CreateFolderReportsAMissingParent)
 {
     const std::wstring path = m_folder / L"no\\Mapped";
-    const auto fail = [&] { EXPECT_EQ(CFileMisc::CreateFolder(path), 1); };
-    EXPECT_EQ(Shown(1, fail), Texts{L"Verzeichnis '" + path + L"' kann nicht angelegt werden."});
-    EXPECT_EQ(Shown(0, fail), Texts{L"Cannot create directory '" + path + L"'."});
-    EXPECT_FALSE(std::filesystem::exists(m_folder / L"no"));
+    InBothLanguages([&] {
+        EXPECT_EQ(CFileMisc::CreateFolder(path), 1);
+        EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::NoFolder(path)});
+    });
+    EXPECT_FALSE(PathExists(m_folder / L"no"));
 }
 
 TEST_F(FileMiscTest, CreateFolderReportsAFileInItsPlace)
 {
     const std::wstring path = m_folder / L"Mapped";
     WriteBytes(path, "x");
-    const auto fail = [&] { EXPECT_EQ(CFileMisc::CreateFolder(path), 1); };
-    EXPECT_EQ(Shown(1, fail), Texts{L"Verzeichnis '" + path +
-                                    L"' kann nicht angelegt werden.\n"
-                                    L"Es existiert bereits eine Datei mit dem gleichen Namen."});
-    EXPECT_EQ(Shown(0, fail),
-              Texts{L"Cannot create directory '" + path + L"'.\nA file with the same name exists."});
+    InBothLanguages([&] {
+        EXPECT_EQ(CFileMisc::CreateFolder(path), 1);
+        EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::NoFolderAsFileThere(path)});
+    });
     EXPECT_EQ(ReadBytes(path), "x");
 }
 
@@ -229,7 +243,7 @@ TEST_F(CopyPartFileTest, OverwritesALongerTarget)
     EXPECT_EQ(ReadBytes(m_target), "new");
 }
 
-TEST_F(CopyPartFileTest, TimesAndAttributesAreNotCarriedOver)
+TEST_F(CopyPartFileTest, TimesAndAttributesAreNotCopied)
 {
     WriteBytes(m_source, "x");
     CFileStatus status;
@@ -247,136 +261,109 @@ TEST_F(CopyPartFileTest, SourceMayBeOpenElsewhere)
 {
     WriteBytes(m_source, "shared");
     const UniqueHandle other =
-        OpenOther(m_source, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+        OpenAsOther(m_source, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
     ASSERT_TRUE(other);
     EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 0);
     EXPECT_EQ(ReadBytes(m_target), "shared");
 }
 
-TEST_F(CopyPartFileTest, MissingSourceIsReportedAndMakesNoTarget)
+constexpr Text kNotThere{L"Die Datei \"*\" ist nicht vorhanden", L"The file \"*\" does not exist"};
+constexpr Text kOpenElsewhere{L"Die Datei \"*\" ist von einem anderen Programm geöffnet",
+                              L"The file \"*\" is open in another program"};
+constexpr Text kBadPath{L"Der Pfad \"*\" ist ungültig oder nicht vorhanden",
+                        L"The path \"*\" is invalid or does not exist"};
+constexpr Text kDenied{L"Der Zugriff auf \"*\" wurde verweigert", L"Access to \"*\" was denied"};
+constexpr Text kUnknown{L"Beim Zugriff auf \"*\" trat ein unbekannter Fehler auf (Windows-Fehler 109)",
+                        L"An unknown error occurred while accessing \"*\" (Windows error 109)"};
+constexpr Text kNoSpace{L"Für die Datei \"*\" ist kein Speicherplatz mehr frei",
+                        L"There is no space left for the file \"*\""};
+
+TEST_F(CopyPartFileTest, AMissingSourceIsReportedAndMakesNoTarget)
 {
     m_source = m_folder / L"100%s.sldprt";  // no "%" of a path is filled in
-    EXPECT_EQ(ShownByFailure(1),
-              Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei \"" + m_source +
-                    L"\" konnte nicht geöffnet werden.\nError: Die Datei \"" + m_source +
-                    L"\" ist nicht vorhanden.\nMöglicherweise ist die Datei derzeit in Verwendung."});
-    EXPECT_EQ(ShownByFailure(0), Texts{L"Filecopy failed!\n\nThe source file \"" + m_source +
-                                       L"\" could not be opened.\nError: The file \"" + m_source +
-                                       L"\" does not exist.\nMaybe the file is already in use."});
-    EXPECT_FALSE(std::filesystem::exists(m_target));
+    ExpectSourceNotOpened(kNotThere);
+    EXPECT_FALSE(PathExists(m_target));
 }
 
-TEST_F(CopyPartFileTest, LockedSourceIsReportedAndLeavesTheTargetAlone)
+TEST_F(CopyPartFileTest, ALockedSourceIsReportedAndLeavesTheTargetAlone)
 {
     WriteBytes(m_source, "source");
     WriteBytes(m_target, "target");
-    const UniqueHandle other = OpenOther(m_source, GENERIC_READ, 0);
+    const UniqueHandle other = OpenAsOther(m_source, GENERIC_READ, 0);
     ASSERT_TRUE(other);
-    EXPECT_EQ(ShownByFailure(1),
-              Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei \"" + m_source +
-                    L"\" konnte nicht geöffnet werden.\nError: Die Datei \"" + m_source +
-                    L"\" ist von einem anderen Programm geöffnet.\n"
-                    L"Möglicherweise ist die Datei derzeit in Verwendung."});
+    ExpectSourceNotOpened(kOpenElsewhere);
     EXPECT_EQ(ReadBytes(m_target), "target");
 }
 
-TEST_F(CopyPartFileTest, LockedTargetIsReportedUnderTheTargetInGermanAndTheSourceInEnglish)
+// The copy needs exclusive access: even a share mode that allows everything prevents it.
+TEST_F(CopyPartFileTest, ATargetOpenElsewhereIsReported)
 {
     WriteBytes(m_source, "source");
     WriteBytes(m_target, "target");
-    {
-        const UniqueHandle other = OpenOther(m_target, GENERIC_READ, FILE_SHARE_READ);
+    for (const DWORD share : std::initializer_list<DWORD>{
+             FILE_SHARE_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE}) {
+        const UniqueHandle other = OpenAsOther(m_target, GENERIC_READ, share);
         ASSERT_TRUE(other);
-        EXPECT_EQ(ShownByFailure(1),
-                  Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Ziel-Datei \"" + m_target +
-                        L"\" konnte nicht geöffnet werden.\nError: Die Datei \"" + m_target +
-                        L"\" ist von einem anderen Programm geöffnet.\n"
-                        L"Möglicherweise ist die Datei derzeit in Verwendung."});
-        EXPECT_EQ(ShownByFailure(0),
-                  Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
-                        L"\" could not be opened.\nError: The file \"" + m_target +
-                        L"\" is open in another program.\nMaybe the file is already in use."});
+        ExpectTargetNotOpened(kOpenElsewhere);
     }
     EXPECT_EQ(ReadBytes(m_source), "source");
     EXPECT_EQ(ReadBytes(m_target), "target");
-    EXPECT_TRUE(OpenOther(m_source, GENERIC_READ, 0)) << "the source is still open";
-}
-
-TEST_F(CopyPartFileTest, TheTargetIsOpenedForTheCopyAlone)
-{
-    WriteBytes(m_source, "source");
-    WriteBytes(m_target, "target");
-    const UniqueHandle other =
-        OpenOther(m_target, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
-    ASSERT_TRUE(other);
-    EXPECT_EQ(ShownByFailure(1),
-              Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Ziel-Datei \"" + m_target +
-                    L"\" konnte nicht geöffnet werden.\nError: Die Datei \"" + m_target +
-                    L"\" ist von einem anderen Programm geöffnet.\n"
-                    L"Möglicherweise ist die Datei derzeit in Verwendung."});
-    EXPECT_EQ(ReadBytes(m_target), "target");
+    EXPECT_TRUE(OpenAsOther(m_source, GENERIC_READ, 0)) << "the source is still open";
 }
 
 TEST_F(CopyPartFileTest, ADeviceIsNoTarget)
 {
     WriteBytes(m_source, "source");
     m_target = m_folder / L"NUL.sldprt";
-    if (::GetFileType(OpenOther(m_target, GENERIC_READ, 0).get()) != FILE_TYPE_CHAR) {
+    if (::GetFileType(OpenAsOther(m_target, GENERIC_READ, 0).get()) != FILE_TYPE_CHAR) {
         GTEST_SKIP() << "skipped: no longer a device on this system, as from Windows 11 on";
     }
-    EXPECT_EQ(ShownByFailure(0),
-              Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
-                    L"\" could not be opened.\nError: The path \"" + m_target +
-                    L"\" is invalid or does not exist.\nMaybe the file is already in use."});
+    ExpectTargetNotOpened(kBadPath);
 }
 
-TEST_F(CopyPartFileTest, ReadOnlyTargetIsReported)
+TEST_F(CopyPartFileTest, AReadOnlyTargetIsReported)
 {
     if (!ReadOnlyFilesDenyWriting()) {
         GTEST_SKIP() << "this system lets the user write to read-only files, as Wine does for root";
     }
     WriteBytes(m_source, "source");
     WriteBytes(m_target, "target");
-    ASSERT_TRUE(::SetFileAttributesW(m_target.c_str(), FILE_ATTRIBUTE_READONLY));
-    EXPECT_EQ(ShownByFailure(0), Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
-                                       L"\" could not be opened.\nError: Access to \"" + m_target +
-                                       L"\" was denied.\nMaybe the file is already in use."});
+    MakeReadOnly(m_target);
+    ExpectTargetNotOpened(kDenied);
     EXPECT_EQ(ReadBytes(m_target), "target");
 }
 
-TEST_F(CopyPartFileTest, FolderAsTargetIsReported)
+TEST_F(CopyPartFileTest, AFolderAsTargetIsReported)
 {
     WriteBytes(m_source, "source");
     std::filesystem::create_directory(m_target);
-    const Texts shown = ShownByFailure(0);
+    EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
+    const Texts shown = m_messages.TakeTexts();
     ASSERT_EQ(shown.size(), 1U);
-    const std::wstring lead =
-        L"Filecopy failed!\n\nThe target file \"" + m_source + L"\" could not be opened.\nError: ";
-    EXPECT_EQ(shown[0].substr(0, lead.size()), lead);
+    EXPECT_TRUE(shown[0].starts_with(expected::kTargetNotOpenedLead.Current() + m_target +
+                                     expected::kNotOpenedMiddle.Current()));
     EXPECT_TRUE(std::filesystem::is_directory(m_target));
 }
 
-TEST_F(CopyPartFileTest, TargetInAMissingFolderIsReported)
+TEST_F(CopyPartFileTest, ATargetInAMissingFolderIsReported)
 {
     WriteBytes(m_source, "source");
     m_target = m_folder / L"no\\target.sldprt";
-    EXPECT_EQ(ShownByFailure(0),
-              Texts{L"Filecopy failed!\n\nThe target file \"" + m_source +
-                    L"\" could not be opened.\nError: The path \"" + m_target +
-                    L"\" is invalid or does not exist.\nMaybe the file is already in use."});
+    ExpectTargetNotOpened(kBadPath);
 }
 
 TEST_F(CopyPartFileTest, CopyOntoItselfFailsAndKeepsTheFile)
 {
     WriteBytes(m_source, "source");
     m_target = m_source;
-    EXPECT_EQ(ShownByFailure(1).size(), 1U);
+    EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
+    EXPECT_EQ(m_messages.TakeTexts().size(), 1U);
     EXPECT_EQ(ReadBytes(m_source), "source");
 }
 
-TEST_F(CopyPartFileTest, ReadErrorIsReportedAndLeavesWhatWasWritten)
+TEST_F(CopyPartFileTest, AReadErrorIsReportedAndLeavesTheBytesBefore)
 {
-    // A pipe whose other end goes away after 5000 bytes is a source that breaks in its second block.
+    // A pipe whose other end closes after 5000 bytes fails in its second block.
     const std::string bytes = Pattern(5000);
     for (const int language : {1, 0}) {
         m_source = L"\\\\.\\pipe\\talvenor" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
@@ -390,20 +377,13 @@ TEST_F(CopyPartFileTest, ReadErrorIsReportedAndLeavesWhatWasWritten)
             ::WriteFile(pipe.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
             pipe.reset();
         });
-        const Texts shown = ShownByFailure(language);
-        // Sets the server free in case that the copy never came to it.
-        OpenOther(m_source, GENERIC_READ, 0).reset();
+        const CLanguageScope scope(language);
+        EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
+        // Frees the server in case the copy never reached it.
+        OpenAsOther(m_source, GENERIC_READ, 0).reset();
         server.join();
-        const std::wstring text =
-            language != 0
-                ? L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
-                  L"Schreib-/Lesefehler beim Kopieren von\n\"" +
-                      m_source + L"\" nach\n\"" + m_target + L"\".\nError: Beim Zugriff auf \"" + m_source +
-                      L"\" trat ein unbekannter Fehler auf (Windows-Fehler 109)"
-                : L"Filecopy failed!\n\nRead/write error while copying of\n\"" + m_source + L"\" to\n\"" +
-                      m_target + L"\".\nError: An unknown error occurred while accessing \"" + m_source +
-                      L"\" (Windows error 109)";
-        EXPECT_EQ(shown, Texts{text});
+        EXPECT_EQ(m_messages.TakeTexts(),
+                  Texts{expected::NotCopied(m_source, m_target, AboutFile(kUnknown, m_source))});
         EXPECT_EQ(ReadBytes(m_target), bytes);
     }
 }
@@ -411,23 +391,20 @@ TEST_F(CopyPartFileTest, ReadErrorIsReportedAndLeavesWhatWasWritten)
 TEST_F(CopyPartFileTest, WriteErrorIsReported)
 {
     m_target = L"Z:\\dev\\full";
-    if (!OpenOther(m_target, GENERIC_WRITE, 0)) {
+    if (!OpenAsOther(m_target, GENERIC_WRITE, 0)) {
         GTEST_SKIP() << "skipped: only Wine's host has a device on which no space is left";
     }
     const std::string bytes = Pattern(5000);
     WriteBytes(m_source, bytes);
-    EXPECT_EQ(ShownByFailure(1),
-              Texts{L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
-                    L"Schreib-/Lesefehler beim Kopieren von\n\"" +
-                    m_source + L"\" nach\n\"" + m_target + L"\".\nError: Für die Datei \"" + m_target +
-                    L"\" ist kein Speicherplatz mehr frei"});
-    EXPECT_EQ(ShownByFailure(0),
-              Texts{L"Filecopy failed!\n\nRead/write error while copying of\n\"" + m_source + L"\" to\n\"" +
-                    m_target + L"\".\nError: There is no space left for the file \"" + m_target + L"\""});
+    InBothLanguages([&] {
+        EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
+        EXPECT_EQ(m_messages.TakeTexts(),
+                  Texts{expected::NotCopied(m_source, m_target, AboutFile(kNoSpace, m_target))});
+    });
     EXPECT_EQ(ReadBytes(m_source), bytes);
 }
 
-TEST_F(FileMiscTest, ScanListsBothKindsOfPartFilesBehindWhatIsThere)
+TEST_F(FileMiscTest, ScanAppendsBothKindsOfPartFiles)
 {
     for (const wchar_t* name :
          {L"b.sldprt", L"a.SLDPRT", L"c.prt", L"D.PRT", L"e.sldprt.bak", L"f.txt", L"g.sldasm", L"sldprt"}) {
@@ -459,7 +436,7 @@ TEST_F(ReadOnlyTest, SetReadOnlySetsArchiveAndTheTimeToo)
     Prepare(0);
     ASSERT_FALSE(IsModifiedNow());
     EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
-    EXPECT_TRUE(IsReadOnly());
+    EXPECT_TRUE(IsReadOnly(m_path));
     EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U) << "cannot fail under Wine: each file has it";
     EXPECT_TRUE(IsModifiedNow());
     EXPECT_EQ(ReadBytes(m_path), "part");
@@ -469,24 +446,24 @@ TEST_F(ReadOnlyTest, ClearReadOnlySetsArchiveAndTheTimeToo)
 {
     Prepare(FILE_ATTRIBUTE_READONLY);
     EXPECT_EQ(CFileMisc::ClearReadOnly(m_path), L"");
-    EXPECT_FALSE(IsReadOnly());
+    EXPECT_FALSE(IsReadOnly(m_path));
     EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U);
     EXPECT_TRUE(IsModifiedNow());
 }
 
-TEST_F(ReadOnlyTest, NothingIsDoneWhenNothingIsToBeDone)
+TEST_F(ReadOnlyTest, NothingIsWrittenIfNothingChanges)
 {
     Prepare(FILE_ATTRIBUTE_READONLY);
     EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
-    EXPECT_TRUE(IsReadOnly());
+    EXPECT_TRUE(IsReadOnly(m_path));
     EXPECT_FALSE(IsModifiedNow());
     Prepare(0);
     EXPECT_EQ(CFileMisc::ClearReadOnly(m_path), L"");
-    EXPECT_FALSE(IsReadOnly());
+    EXPECT_FALSE(IsReadOnly(m_path));
     EXPECT_FALSE(IsModifiedNow());
 }
 
-TEST_F(ReadOnlyTest, OtherAttributesStay)
+TEST_F(ReadOnlyTest, OtherAttributesAreKept)
 {
     Prepare(FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
     constexpr DWORD kOthers = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
@@ -499,7 +476,7 @@ TEST_F(ReadOnlyTest, OtherAttributesStay)
     EXPECT_EQ(Status().attributes & kOthers, kOthers);
 }
 
-TEST_F(ReadOnlyTest, MissingFileIsToldInEnglishInBothLanguages)
+TEST_F(ReadOnlyTest, AMissingFileIsReportedInEnglishInBothLanguages)
 {
     const std::wstring path = m_folder / L"missing.sldprt";
     for (const int language : {1, 0}) {
@@ -511,10 +488,9 @@ TEST_F(ReadOnlyTest, MissingFileIsToldInEnglishInBothLanguages)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-TEST_F(ReadOnlyTest, FileThatCannotBeChangedIsTold)
+TEST_F(ReadOnlyTest, AFileThatCannotBeChangedIsReported)
 {
-    // Under Wine: a read-only file of this process whose attributes the host lets nobody change, not even
-    // root.
+    // Wine's host has a file whose attributes not even root may change.
     const std::wstring path = L"Z:\\proc\\self\\status";
     CFileStatus status;
     if (!CFile::GetStatus(path, status)) {
@@ -621,25 +597,21 @@ TEST_F(MapFileTest, LineOf255BytesIsReadAndOneOf256EndsTheReadingSilently)
 TEST_F(MapFileTest, BadLineIsReportedInTheObjectsOwnLanguage)
 {
     const std::string bytes = std::string(kHeader) + "a;b\r\nc;d;e\r\n";
-    const Texts german = {L"Syntax-Fehler in Zeile 5 in\n" + m_path +
-                          L"\n\nDie Datei konnte nicht vollständig ausgewertet werden."};
-    const Texts english = {L"Syntax-Error in line 5 in\n" + m_path +
-                           L"\n\nThe file could not be evaluated completely."};
-    for (const int language : {1, 0}) {
-        m_files.m_nLanguage = 1;
-        EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(Read(bytes), kRead); }), german);
-        m_files.m_nLanguage = 0;
-        EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(Read(bytes), kRead); }), english);
-        EXPECT_EQ(m_files.m_lstEntries.GetCount(), 0U);
-    }
+    InBothLanguages([&] {
+        for (const int own : {1, 0}) {
+            m_files.m_nLanguage = own;
+            EXPECT_EQ(Read(bytes), kRead);
+            EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SyntaxError(5, m_path, own)});
+        }
+        EXPECT_TRUE(m_files.m_lstEntries.GetCount() == 0);
+    });
 }
 
 TEST_F(MapFileTest, EntriesBeforeABadLineStay)
 {
     EXPECT_EQ(Read("a;b;c\r\nd;;e\r\nf;g;h\r\n"), kRead);
     EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"a", L"b", L"c"}}));
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"Syntax-Fehler in Zeile 2 in\n" + m_path +
-                                            L"\n\nDie Datei konnte nicht vollständig ausgewertet werden."});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SyntaxError(2, m_path)});
 }
 
 TEST_F(MapFileTest, PercentInThePathTakesNoArgument)
@@ -648,40 +620,36 @@ TEST_F(MapFileTest, PercentInThePathTakesNoArgument)
     std::filesystem::create_directory(folder);
     WriteBytes(folder + L"\\PartsMap.txt", "bad\r\n");
     EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kRead);
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{L"Syntax-Fehler in Zeile 1 in\n" + folder +
-                                            L"\\PartsMap.txt\n\n"
-                                            L"Die Datei konnte nicht vollständig ausgewertet werden."});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SyntaxError(1, folder + L"\\PartsMap.txt")});
 }
 
 TEST_F(MapFileTest, LockedFileIsReportedInTheObjectsOwnLanguage)
 {
     WriteBytes(m_path, "a;b;c\r\n");
-    const UniqueHandle other = OpenOther(m_path, GENERIC_READ, 0);
+    const UniqueHandle other = OpenAsOther(m_path, GENERIC_READ, 0);
     ASSERT_TRUE(other);
-    for (const int language : {1, 0}) {
-        m_files.m_nLanguage = 1;
-        EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable); }),
-                  Texts{L"FEHLER: Datei '" + m_path + L"' kann nicht zum Lesen geöffnet werden!"});
-        m_files.m_nLanguage = 0;
-        EXPECT_EQ(Shown(language, [&] { EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable); }),
-                  Texts{L"ERROR: File '" + m_path + L"' cannot be opened for read access!"});
-    }
-    EXPECT_EQ(m_files.m_lstEntries.GetCount(), 0U);
+    InBothLanguages([&] {
+        for (const int own : {1, 0}) {
+            m_files.m_nLanguage = own;
+            EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable);
+            EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead(m_path, own)});
+        }
+    });
+    EXPECT_TRUE(m_files.m_lstEntries.GetCount() == 0);
 }
 
 TEST_F(MapFileTest, FolderOfThatNameCannotBeRead)
 {
     std::filesystem::create_directory(m_path);
     EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable);
-    EXPECT_EQ(m_messages.TakeTexts(),
-              Texts{L"FEHLER: Datei '" + m_path + L"' kann nicht zum Lesen geöffnet werden!"});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead(m_path)});
 }
 
 TEST_F(MapFileTest, FileIsOpenForOthersWhileItIsRead)
 {
     WriteBytes(m_path, "a;b;c\r\n");
     const UniqueHandle other =
-        OpenOther(m_path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+        OpenAsOther(m_path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
     ASSERT_TRUE(other);
     EXPECT_EQ(m_files.ReadMapFile(m_path), kRead);
     EXPECT_EQ(Entries().size(), 1U);
@@ -711,12 +679,11 @@ TEST_F(MapFileTest, PathMayHoldCharactersThatTheCodePageHasInOneByte)
 
 TEST_F(MapFileTest, PathWithACharacterThatHasNoByteCannotBeRead)
 {
-    const std::wstring folder = m_folder / L"日本";  // two bytes each where there are any
+    const std::wstring folder = m_folder / L"日本";  // two bytes each, or none
     std::filesystem::create_directory(folder);
     WriteBytes(folder + L"\\PartsMap.txt", "a;b;c\r\n");
     EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kUnreadable);
-    EXPECT_EQ(m_messages.TakeTexts(),
-              Texts{L"FEHLER: Datei '" + folder + L"\\PartsMap.txt' kann nicht zum Lesen geöffnet werden!"});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead(folder + L"\\PartsMap.txt")});
 }
 
 TEST_F(MapFileTest, BytesAreReadThroughTheCodePageOfTheMapFile)
@@ -728,7 +695,7 @@ TEST_F(MapFileTest, BytesAreReadThroughTheCodePageOfTheMapFile)
     EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"ä", L"€", L"–ß"}}));
 }
 
-TEST_F(MapFileTest, WhatTheWriterPutsInComesBack)
+TEST_F(MapFileTest, RecordsRoundTrip)
 {
     if (MapCodePage() != 1252) {
         GTEST_SKIP() << "the map file's code page is not 1252";
@@ -748,14 +715,14 @@ TEST_F(MapFileTest, WhatTheWriterPutsInComesBack)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-// What the paths of an empty standard-parts folder lead to.
-TEST_F(FileMiscTest, NoComputerOfTheNetworkIsAskedForAFolderOrAMapFile)
+// An empty standard-parts folder gives such paths.
+TEST_F(FileMiscTest, NoNetworkComputerIsAskedForAFolderOrAMapFile)
 {
     const CNetworkWatch network;
-    EXPECT_EQ(Shown(1, [] { EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\Mapped"), 1); }),
-              Texts{L"Verzeichnis '\\\\Mapped' kann nicht angelegt werden."});
-    EXPECT_EQ(Shown(0, [] { EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\Mapped"), 1); }),
-              Texts{L"Cannot create directory '\\\\Mapped'."});
+    InBothLanguages([&] {
+        EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\Mapped"), 1);
+        EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::NoFolder(L"\\\\Mapped")});
+    });
     CFileMisc files(1);
     EXPECT_EQ(files.ReadMapFile(L"\\\\Mapped\\PartsMap.txt"), kMissing);
     std::ifstream input;
@@ -767,11 +734,12 @@ TEST_F(FileMiscTest, NoComputerOfTheNetworkIsAskedForAFolderOrAMapFile)
     EXPECT_TRUE(output.fail());
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
     EXPECT_EQ(network.m_paths, Texts{});
-    EXPECT_EQ(Shown(0, [] { EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\server\\Mapped"), 1); }).size(), 1U);
+    EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\server\\Mapped"), 1);
+    EXPECT_EQ(m_messages.TakeTexts().size(), 1U);
     EXPECT_EQ(network.m_paths.size(), 2U) << "the watch sees what is asked of the network";
 }
 
-TEST_F(FileMiscTest, TextModeTurnsLineEndsAndBinaryDoesNot)
+TEST_F(FileMiscTest, OnlyTextModeTranslatesLineEnds)
 {
     const std::wstring path = m_folder / L"ä ÿ.txt";
     const Path8 path8 = CFileMisc::PathToBytes(path, 1252);
@@ -801,9 +769,9 @@ TEST_F(FileMiscTest, OpenStreamsLetOthersReadAndWrite)
     ASSERT_EQ(CFileMisc::OpenOutputFile(output, path8, true), 0);
     std::ifstream input;
     EXPECT_EQ(CFileMisc::OpenInputFile(input, path8, true), 0);
-    EXPECT_TRUE(OpenOther(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    EXPECT_TRUE(OpenAsOther(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
     output.close();
-    EXPECT_TRUE(OpenOther(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    EXPECT_TRUE(OpenAsOther(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
 }
 
 TEST_F(FileMiscTest, StreamsThatCannotBeOpenedAreLeftFailed)
@@ -863,7 +831,7 @@ TEST_F(FileMiscTest, PathIsRepresentableWhenTheCodePageHasOneByteForEachCharacte
     }
 }
 
-TEST_F(FileMiscTest, StreamsOpenTheVeryPathThatWasMeant)
+TEST_F(FileMiscTest, StreamsOpenTheGivenPath)
 {
     // In 1250 both have the byte 0xF5.
     const std::wstring byItsCode = m_folder / L"õ.txt";
@@ -899,7 +867,7 @@ TEST_F(FileMiscTest, StreamsDoNotOpenAPathThatIsNotRepresentable)
     EXPECT_EQ(CFileMisc::OpenInputFile(input, CFileMisc::PathToBytes(path, 1250), true), 0);
 }
 
-TEST_F(FileMiscTest, NameRulesAreItsOwnToo)
+TEST_F(FileMiscTest, HasTheNameRules)
 {
     std::wstring name = L" M8 ";
     EXPECT_TRUE(CFileMisc::EnsureExtension(name, L"sldprt"));

@@ -17,12 +17,6 @@ protected:
     const std::wstring m_path = m_folder / L"file.bin";
 };
 
-UniqueHandle OpenOther(const std::wstring& path, DWORD access, DWORD share)
-{
-    return UniqueHandle(
-        ValidHandle(::CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr)));
-}
-
 CFileException OpenFailure(const std::wstring& path, UINT flags)
 {
     CFile file;
@@ -70,7 +64,7 @@ TEST_F(FileTest, MissingFolderIsABadPath)
 TEST_F(FileTest, NameOfADeviceIsABadPath)
 {
     const std::wstring path = m_folder / L"NUL.sldprt";
-    if (::GetFileType(OpenOther(path, GENERIC_READ, 0).get()) != FILE_TYPE_CHAR) {
+    if (::GetFileType(OpenAsOther(path, GENERIC_READ, 0).get()) != FILE_TYPE_CHAR) {
         GTEST_SKIP() << "skipped: no longer a device on this system, as from Windows 11 on";
     }
     for (const UINT flags : {UINT{CFile::modeRead}, CFile::modeWrite | CFile::modeCreate}) {
@@ -91,7 +85,7 @@ TEST_F(FileTest, ReadOnlyFileDeniesWriting)
     if (!ReadOnlyFilesDenyWriting()) {
         GTEST_SKIP() << "this system lets the user write to read-only files, as Wine does for root";
     }
-    ASSERT_TRUE(::SetFileAttributesW(m_path.c_str(), FILE_ATTRIBUTE_READONLY));
+    MakeReadOnly(m_path);
     EXPECT_EQ(OpenFailure(m_path, CFile::modeWrite | CFile::modeCreate).m_cause, Cause::accessDenied);
     EXPECT_EQ(ReadBytes(m_path), "x");
 }
@@ -99,7 +93,7 @@ TEST_F(FileTest, ReadOnlyFileDeniesWriting)
 TEST_F(FileTest, FileThatAnotherHoldsExclusivelyIsASharingViolation)
 {
     WriteBytes(m_path, "x");
-    const UniqueHandle other = OpenOther(m_path, GENERIC_READ, 0);
+    const UniqueHandle other = OpenAsOther(m_path, GENERIC_READ, 0);
     ASSERT_TRUE(other);
     EXPECT_EQ(OpenFailure(m_path, CFile::modeRead | CFile::shareDenyNone).m_cause, Cause::sharingViolation);
 }
@@ -115,16 +109,16 @@ TEST_F(FileTest, ShareDenyNoneLetsOthersReadAndWrite)
     WriteBytes(m_path, "x");
     CFile file;
     ASSERT_TRUE(file.Open(m_path, CFile::modeRead | CFile::shareDenyNone, nullptr));
-    EXPECT_TRUE(OpenOther(m_path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    EXPECT_TRUE(OpenAsOther(m_path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
 }
 
 TEST_F(FileTest, ShareExclusiveKeepsOthersOutUntilClose)
 {
     CFile file;
     ASSERT_TRUE(file.Open(m_path, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, nullptr));
-    EXPECT_FALSE(OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    EXPECT_FALSE(OpenAsOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE));
     file.Close();
-    EXPECT_TRUE(OpenOther(m_path, GENERIC_READ, 0));
+    EXPECT_TRUE(OpenAsOther(m_path, GENERIC_READ, 0));
     EXPECT_NO_THROW(file.Close());
 }
 
@@ -134,7 +128,7 @@ TEST_F(FileTest, DestructorCloses)
         CFile file;
         ASSERT_TRUE(file.Open(m_path, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, nullptr));
     }
-    EXPECT_TRUE(OpenOther(m_path, GENERIC_READ, 0));
+    EXPECT_TRUE(OpenAsOther(m_path, GENERIC_READ, 0));
 }
 
 TEST_F(FileTest, OpeningAnotherFileClosesTheFirst)
@@ -142,7 +136,7 @@ TEST_F(FileTest, OpeningAnotherFileClosesTheFirst)
     CFile file;
     ASSERT_TRUE(file.Open(m_path, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, nullptr));
     EXPECT_FALSE(file.Open(m_folder / L"missing", CFile::modeRead, nullptr));
-    EXPECT_TRUE(OpenOther(m_path, GENERIC_READ, 0));
+    EXPECT_TRUE(OpenAsOther(m_path, GENERIC_READ, 0));
 }
 
 TEST_F(FileTest, ReadsUpToTheEndAndThenNothing)
@@ -202,7 +196,7 @@ TEST_F(FileTest, StatusOfAMissingFileIsNone)
     EXPECT_FALSE(CFile::GetStatus(m_path, status));
 }
 
-TEST_F(FileTest, StatusTellsFoldersToo)
+TEST_F(FileTest, StatusIncludesFolders)
 {
     CFileStatus status;
     ASSERT_TRUE(CFile::GetStatus(m_folder.Path(), status));
@@ -229,10 +223,10 @@ TEST_F(FileTest, SetStatusSetsAttributesAndTimeOfReadOnlyFilesToo)
     EXPECT_EQ(::CompareFileTime(&found.lastWriteTime, &wanted.lastWriteTime), 0);
 }
 
-TEST_F(FileTest, SetStatusDoesNotMindThatAnotherHoldsTheFile)
+TEST_F(FileTest, SetStatusWorksOnAFileOpenElsewhere)
 {
     WriteBytes(m_path, "x");
-    const UniqueHandle other = OpenOther(m_path, GENERIC_READ | GENERIC_WRITE, 0);
+    const UniqueHandle other = OpenAsOther(m_path, GENERIC_READ | GENERIC_WRITE, 0);
     ASSERT_TRUE(other);
     CFileStatus wanted;
     wanted.attributes = FILE_ATTRIBUTE_READONLY;
@@ -240,27 +234,27 @@ TEST_F(FileTest, SetStatusDoesNotMindThatAnotherHoldsTheFile)
     EXPECT_EQ(ThrownCause([&] { CFile::SetStatus(m_path, wanted); }), Cause::none);
 }
 
-TEST_F(FileTest, CutsOffWhatLiesBehindALength)
+TEST_F(FileTest, TruncatesALongerFile)
 {
     WriteBytes(m_path, "whole line\nhalf");
-    const UniqueHandle reader = OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    const UniqueHandle reader = OpenAsOther(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
     EXPECT_TRUE(CFile::Truncate(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\n");
     EXPECT_TRUE(CFile::Truncate(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\n");
 }
 
-TEST_F(FileTest, TakesNoShorterFileForOneThatIsCutOff)
+TEST_F(FileTest, DoesNotTruncateAShorterFile)
 {
     WriteBytes(m_path, "whole li");
     EXPECT_FALSE(CFile::Truncate(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole li");
 }
 
-TEST_F(FileTest, CutsNothingOffWhereItMayNotWrite)
+TEST_F(FileTest, DoesNotTruncateWithoutWriteAccess)
 {
     WriteBytes(m_path, "whole line\nhalf");
-    const UniqueHandle holder = OpenOther(m_path, GENERIC_READ, FILE_SHARE_READ);
+    const UniqueHandle holder = OpenAsOther(m_path, GENERIC_READ, FILE_SHARE_READ);
     EXPECT_FALSE(CFile::Truncate(m_path, 11));
     EXPECT_EQ(ReadBytes(m_path), "whole line\nhalf");
     EXPECT_FALSE(CFile::Truncate(m_folder / L"missing.bin", 0));
@@ -268,7 +262,7 @@ TEST_F(FileTest, CutsNothingOffWhereItMayNotWrite)
     EXPECT_FALSE(CFile::GetStatus(m_folder / L"missing.bin", status));
 }
 
-TEST_F(FileTest, FlushesOnlyWhatItMayWrite)
+TEST_F(FileTest, FlushesOnlyWithWriteAccess)
 {
     CFile file;
     EXPECT_TRUE(file.Flush()) << "nothing is open";
@@ -279,7 +273,7 @@ TEST_F(FileTest, FlushesOnlyWhatItMayWrite)
     EXPECT_FALSE(file.Flush());
 }
 
-TEST(FileException, KnowsTheClassOfAWindowsError)
+TEST(FileException, MapsWindowsErrorsToCauses)
 {
     const struct
     {
@@ -317,7 +311,7 @@ TEST(FileException, KnowsTheClassOfAWindowsError)
     }
 }
 
-TEST(FileException, SpeaksTheLanguageOfTheProcess)
+TEST(FileException, IsInTheLanguageOfTheProcess)
 {
     const CFileException denied(ERROR_ACCESS_DENIED, L"C:\\a\\b.sldprt");
     const CFileException unknown(ERROR_BROKEN_PIPE, L"C:\\a");
@@ -333,7 +327,7 @@ TEST(FileException, SpeaksTheLanguageOfTheProcess)
               L"An unknown error occurred while accessing \"C:\\a\" (Windows error 109)");
 }
 
-TEST(FileException, NamesTheFileInEachSentence)
+TEST(FileException, EachTextNamesTheFile)
 {
     const CLanguageScope english(0);
     CFileException error(ERROR_SUCCESS, L"C:\\a");
@@ -343,7 +337,7 @@ TEST(FileException, NamesTheFileInEachSentence)
     EXPECT_EQ(error.GetErrorMessage(), L"An invalid position in the file \"C:\\a\" was requested");
 }
 
-TEST(FileException, EveryCauseHasItsSentenceInBothLanguagesWithoutAFullStop)
+TEST(FileException, EveryCauseHasATextInBothLanguagesWithoutAFullStop)
 {
     for (int cause = static_cast<int>(Cause::none); cause <= static_cast<int>(Cause::endOfFile); ++cause) {
         SCOPED_TRACE(cause);

@@ -2,14 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "tests/windows/ConvListScopes.h"
 
-// The drop-down list as a cell's editor. No hand opens it in the program: the tests do.
+// The drop-down list as a cell's editor, which only the tests open.
 
 namespace {
 
@@ -36,7 +35,7 @@ protected:
         std::erase_if(lines, [](const std::wstring& line) { return !line.starts_with(L"parent "); });
         return lines;
     }
-    // The edit is over, with this end and the cell's text as it comes out.
+    // The edit has ended like this and left this text in the cell.
     void ExpectEnd(const Texts& ends, const std::wstring& text)
     {
         EXPECT_EQ(TakeEnds(), ends);
@@ -76,7 +75,7 @@ TEST_F(InPlaceList, LiesInItsCell)
     EXPECT_EQ(place.top, m_window.m_list.GetRowRect(1).top);
 }
 
-TEST_F(InPlaceList, EnterTakesTheChoice)
+TEST_F(InPlaceList, EnterCommitsTheChoice)
 {
     Open();
     PressKey(VK_UP);
@@ -94,7 +93,7 @@ TEST_F(InPlaceList, EscapeDropsTheChoice)
     EXPECT_EQ(GetFocus(), m_window.m_list.m_hWnd);
 }
 
-TEST_F(InPlaceList, TheLossOfTheFocusTakesTheChoice)
+TEST_F(InPlaceList, LosingTheFocusCommitsTheChoice)
 {
     Open();
     PressKey(VK_UP);
@@ -102,7 +101,7 @@ TEST_F(InPlaceList, TheLossOfTheFocusTakesTheChoice)
     ExpectEnd(m_taken, L"Norm 0");
 }
 
-TEST_F(InPlaceList, TheClosingOfItsListTakesTheChoice)
+TEST_F(InPlaceList, ClosingTheListCommitsTheChoice)
 {
     Open();
     Send(CB_SHOWDROPDOWN, TRUE);
@@ -162,7 +161,7 @@ TEST_F(InPlaceList, ScrollingEndsIt)
     ExpectEnd(m_taken, L"Norm 0");
 }
 
-TEST_F(InPlaceList, TabGoesOnInTheOtherColumnsEdit)
+TEST_F(InPlaceList, TabEditsTheOtherColumn)
 {
     Open();
     PressKey(VK_UP);

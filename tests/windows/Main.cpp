@@ -9,7 +9,7 @@
 
 namespace {
 
-// The tests' application object: modal loops and message boxes ask for one.
+// The application object, which modal loops and message boxes need.
 class CTestApp : public CWinApp
 {
 public:
@@ -24,7 +24,7 @@ protected:
             CScratchClassKey::RemoveLeftovers();
         }
         m_nResult = RUN_ALL_TESTS();
-        // A filter that matches nothing has tested nothing; nor has a child that skips the test it is for.
+        // A filter that matches no test must not pass, nor a child process that skips its test.
         const testing::UnitTest& tests = *testing::UnitTest::GetInstance();
         if (tests.test_to_run_count() == 0 || (child && tests.successful_test_count() != 1)) {
             m_nResult = 1;

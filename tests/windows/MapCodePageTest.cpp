@@ -60,7 +60,7 @@ TEST(MapCodePage, AsksTheSystem)
     }
 }
 
-// What a system with UTF-8 as its ANSI code page writes, reads and writes again.
+// With UTF-8 as the ANSI code page: written, read and written again.
 TEST(MapCodePage, KeepsUmlautsWhereTheProcessHasUtf8)
 {
     const UINT codePage = ChooseMapCodePage(CP_UTF8, 1252);
@@ -114,7 +114,7 @@ TEST(MapByteFor, GivesAQuestionMarkForWhatHasNoByteOrMoreThanOne)
     }
 }
 
-TEST(MapByteFor, PutsTheCodeOfEachCharacterUpToFFWhateverTheCodePage)
+TEST(MapByteFor, ReturnsTheCodeOfCharactersUpToFFForEachCodePage)
 {
     for (const UINT codePage : kCodePages) {
         for (wchar_t code = 0; code <= 0xFF; ++code) {
@@ -135,7 +135,7 @@ TEST(DecodeMapText, ReadsTheBytesInTheCodePage)
     EXPECT_EQ(Decoded("a;\xC3\xA4", 65001), L"a;ä");
 }
 
-// What a record becomes that is written and read again, and once more.
+// Two round-trips of a record.
 TEST(MapCodePage, GivesBackWhatItHasAtTheByteThatIsWritten)
 {
     struct Case

@@ -5,9 +5,9 @@
 #include <array>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
 namespace {
@@ -15,7 +15,7 @@ namespace {
 constexpr int kTextControl = 0xFFFF;  // of the system's message boxes
 constexpr UINT kLook = 50;            // milliseconds
 
-// What a message box showed.
+// The contents of a message box.
 struct Seen
 {
     std::wstring title;
@@ -25,16 +25,10 @@ struct Seen
     std::vector<int> buttons;
 };
 
-BOOL CALLBACK FindBox(HWND window, LPARAM found)
+bool IsBox(HWND window)
 {
-    std::array<wchar_t, 32> name{};
-    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    if (std::wstring(name.data()) == L"#32770" && IsWindowVisible(window) != FALSE &&
-        GetDlgItem(window, kTextControl) != nullptr) {
-        *reinterpret_cast<HWND*>(found) = window;
-        return FALSE;
-    }
-    return TRUE;
+    return IsOfClass(window, L"#32770") && IsWindowVisible(window) != FALSE &&
+           GetDlgItem(window, kTextControl) != nullptr;
 }
 
 std::wstring TextOf(HWND window)
@@ -44,7 +38,7 @@ std::wstring TextOf(HWND window)
     return text.data();
 }
 
-// Waits for the message box of this thread, looks at it and presses the button.
+// Waits for the message box of this thread, records it and presses the button.
 class CPresser
 {
 public:
@@ -55,8 +49,7 @@ public:
 private:
     void Look(int button)
     {
-        HWND box = nullptr;
-        EnumThreadWindows(GetCurrentThreadId(), &FindBox, reinterpret_cast<LPARAM>(&box));
+        const HWND box = FindWindowOfThread(&IsBox);
         if (box == nullptr) {
             return;
         }
@@ -72,18 +65,6 @@ private:
     }
 
     CTimerScope m_timer;
-};
-
-class CListenerScope
-{
-public:
-    explicit CListenerScope(MessageListener listener) : m_before(SetMessageListener(std::move(listener))) {}
-    ~CListenerScope() { SetMessageListener(m_before); }
-    CListenerScope(const CListenerScope&) = delete;
-    CListenerScope& operator=(const CListenerScope&) = delete;
-
-private:
-    MessageListener m_before;
 };
 
 TEST(MessageBox, TheListenersAnswerIsTheResult)
@@ -106,7 +87,7 @@ TEST(MessageBox, TheListenersAnswerIsTheResult)
     EXPECT_EQ(requests[2].helpContext, 12U);
 }
 
-TEST(MessageBox, SettingAListenerGivesTheOneBefore)
+TEST(MessageBox, SettingAListenerReturnsThePreviousOne)
 {
     const CListenerScope outer([](const MessageRequest&) { return 11; });
     {
@@ -133,7 +114,7 @@ TEST(MessageBox, ABoxIsShownUnderTheApplicationsTitleAndOwnedByTheMainWindow)
     EXPECT_TRUE(window.IsWindowEnabled());
 }
 
-TEST(MessageBox, AListenerWithoutAnAnswerLetsTheBoxAppear)
+TEST(MessageBox, WithoutAnAnswerOfTheListenerTheBoxAppears)
 {
     int asked = 0;
     const CListenerScope listener([&asked](const MessageRequest&) -> std::optional<int> {

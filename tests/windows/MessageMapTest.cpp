@@ -7,12 +7,13 @@
 #include <string>
 
 #include "framework/Wnd.h"
+#include "resources/resource.h"
 
 namespace {
 
 using Kind = MessageEntry::Kind;
 
-// Notes which handler was called, and with what.
+// Records which handler was called with which arguments.
 class CHandlers : public CWnd
 {
 public:
@@ -43,22 +44,22 @@ TEST(MessageMap, ARowMatchesByKindCodeAndNumber)
 {
     static constexpr std::array kEntries{
         OnMessage<&CHandlers::OnPlain>(WM_PAINT),
-        OnCommand<&CHandlers::OnPlain>(1006),
-        OnCommand<&CHandlers::OnPlain>(1003, EN_KILLFOCUS),
+        OnCommand<&CHandlers::OnPlain>(IDC_ADD),
+        OnCommand<&CHandlers::OnPlain>(IDC_SOURCE_DIR, EN_KILLFOCUS),
         OnReflectedNotify<&CHandlers::OnEndLabelEdit>(LVN_ENDLABELEDITW),
         OnNotify<&CHandlers::OnEndLabelEdit>(HDN_ITEMCHANGINGW),
     };
     const MessageMap map{nullptr, kEntries};
     EXPECT_EQ(map.Find(Kind::message, WM_PAINT, 0), &kEntries[0]);
-    EXPECT_EQ(map.Find(Kind::command, BN_CLICKED, 1006), &kEntries[1]);
-    EXPECT_EQ(map.Find(Kind::command, EN_KILLFOCUS, 1003), &kEntries[2]);
+    EXPECT_EQ(map.Find(Kind::command, BN_CLICKED, IDC_ADD), &kEntries[1]);
+    EXPECT_EQ(map.Find(Kind::command, EN_KILLFOCUS, IDC_SOURCE_DIR), &kEntries[2]);
     EXPECT_EQ(map.Find(Kind::reflectedNotify, LVN_ENDLABELEDITW, 0), &kEntries[3]);
     EXPECT_EQ(map.Find(Kind::notify, HDN_ITEMCHANGINGW, 0), &kEntries[4]);
 
     EXPECT_EQ(map.Find(Kind::message, WM_SIZE, 0), nullptr);
     EXPECT_EQ(map.Find(Kind::command, WM_PAINT, 0), nullptr);
-    EXPECT_EQ(map.Find(Kind::command, BN_CLICKED, 1003), nullptr);
-    EXPECT_EQ(map.Find(Kind::command, EN_KILLFOCUS, 1006), nullptr);
+    EXPECT_EQ(map.Find(Kind::command, BN_CLICKED, IDC_SOURCE_DIR), nullptr);
+    EXPECT_EQ(map.Find(Kind::command, EN_KILLFOCUS, IDC_ADD), nullptr);
     EXPECT_EQ(map.Find(Kind::message, LVN_ENDLABELEDITW, 0), nullptr);
     EXPECT_EQ(map.Find(Kind::reflectedNotify, LVN_ENDLABELEDITA, 0), nullptr);
     EXPECT_EQ(map.Find(Kind::notify, LVN_ENDLABELEDITW, 0), nullptr);

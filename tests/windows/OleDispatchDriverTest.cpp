@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "tests/support/FakeAutomation.h"
+#include "tests/support/TestScopes.h"
 
 namespace {
 
@@ -18,7 +19,7 @@ class OleDispatchDriverTest : public testing::Test
 protected:
     OleDispatchDriverTest() { m_driver.AttachDispatch(m_object.Reference()); }
 
-    // Lets the object answer its one member with a variant that the caller fills.
+    // The object's member returns a variant that the test fills.
     void Answer(std::function<void(VARIANT&)> fill)
     {
         m_object.On(kMember, [fill = std::move(fill)](FakeCall& call) {
@@ -27,7 +28,7 @@ protected:
         });
     }
 
-    // The status of the exception that a call with this result throws; S_OK when it throws none.
+    // The status of the exception that a call with this result throws; S_OK if there is none.
     template <class Result>
     HRESULT StatusOfCall()
     {
@@ -196,7 +197,7 @@ TEST_F(OleDispatchDriverTest, AnAnswerThatIsNoObjectIsAFailure)
     EXPECT_EQ(StatusOfCall<IDispatchPtr>(), DISP_E_TYPEMISMATCH);
 }
 
-TEST_F(OleDispatchDriverTest, AVariantComesAsItIs)
+TEST_F(OleDispatchDriverTest, AVariantIsReturnedUnchanged)
 {
     m_object.On(kMember, AnswerStrings({L"one", L"two"}));
     const auto names = m_driver.InvokeHelper<_variant_t>(kMember, DISPATCH_METHOD);
@@ -304,7 +305,7 @@ TEST_F(OleDispatchDriverTest, AttachingReleasesTheObjectBefore)
     EXPECT_EQ(other.References(), 0);
 }
 
-TEST_F(OleDispatchDriverTest, CreatingAnUnknownClassFailsAndLetsTheOldObjectGo)
+TEST_F(OleDispatchDriverTest, CreatingAnUnknownClassFailsAndReleasesTheOldObject)
 {
     COleException error;
     EXPECT_FALSE(m_driver.CreateDispatch(L"Talvenor.NoSuchClass", &error));
@@ -319,9 +320,9 @@ struct VirtualFreeDeleter
     void operator()(wchar_t* memory) const { VirtualFree(memory, 0, MEM_RELEASE); }
 };
 
-TEST(MakeAutomationString, TellsTheLackOfMemory)
+TEST(MakeAutomationString, ReportsTheLackOfMemory)
 {
-    // Address space only: the text is refused for its length before anyone looks at it.
+    // Address space only: the text is too long, so it is not read.
     for (const std::size_t length : {std::size_t{0x80000000U}, std::size_t{0x100000002U}}) {
         const std::unique_ptr<wchar_t, VirtualFreeDeleter> space(static_cast<wchar_t*>(
             VirtualAlloc(nullptr, length * sizeof(wchar_t), MEM_RESERVE, PAGE_NOACCESS)));

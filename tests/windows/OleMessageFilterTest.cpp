@@ -2,15 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/FakeAutomation.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/TestScopes.h"
 
 namespace {
 
-// The filter is asked here as COM asks it on Windows: Wine 8 serves the call of a server that says "later"
-// and never asks the caller's filter.
+// Calls the filter as COM does on Windows. Wine 8 serves a call despite "retry later" and never calls the
+// client's filter.
 constexpr DWORD kCancelled = static_cast<DWORD>(-1);
 
-// The filter that COM asks on this thread now, put back at once.
+// The filter that COM has for this thread.
 IMessageFilterPtr FilterInPlace()
 {
     IMessageFilterPtr current;
@@ -20,15 +21,15 @@ IMessageFilterPtr FilterInPlace()
     return current;
 }
 
-// An answer that makes COM wait before it tries again, and not for long.
+// A result that makes COM retry after a short wait.
 bool IsRetryAfterShortWait(DWORD answer)
 {
     return answer >= 100 && answer <= 1000;
 }
 
-TEST(OleMessageFilter, TakesIncomingCallsAndLetsPendingOnesWait)
+TEST(OleMessageFilter, AcceptsIncomingCallsAndKeepsWaitingForPendingOnes)
 {
-    CFakeUser user([] { return IDCANCEL; });
+    CMessageRecorder user([] { return IDCANCEL; });
     COleMessageFilter filter;
     EXPECT_EQ(filter.HandleInComingCall(CALLTYPE_TOPLEVEL, nullptr, 0, nullptr), DWORD{SERVERCALL_ISHANDLED});
     EXPECT_EQ(filter.MessagePending(nullptr, 0, PENDINGTYPE_TOPLEVEL), DWORD{PENDINGMSG_WAITDEFPROCESS});
@@ -38,7 +39,7 @@ TEST(OleMessageFilter, TakesIncomingCallsAndLetsPendingOnesWait)
 
 TEST(OleMessageFilter, TriesABusyServerAgainUntilTheDelayHasPassed)
 {
-    CFakeUser user([] { return IDCANCEL; });
+    CMessageRecorder user([] { return IDCANCEL; });
     COleMessageFilter filter;
     for (const DWORD rejectType : {SERVERCALL_RETRYLATER, SERVERCALL_REJECTED}) {
         EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 0, rejectType)));
@@ -51,10 +52,10 @@ TEST(OleMessageFilter, TriesABusyServerAgainUntilTheDelayHasPassed)
 
 TEST(OleMessageFilter, TheDelayCanBeSet)
 {
-    CFakeUser user([] { return IDCANCEL; });
+    CMessageRecorder user([] { return IDCANCEL; });
     COleMessageFilter filter;
     filter.SetBusyDelay(60000);
-    // The time since the machine's start bounds every wait.
+    // No call can have waited longer than the machine runs.
     if (GetTickCount64() < 60000) {
         GTEST_SKIP() << "skipped: the machine runs for less than a minute";
     }
@@ -65,7 +66,7 @@ TEST(OleMessageFilter, TheDelayCanBeSet)
 
 TEST(OleMessageFilter, AsksInBothLanguages)
 {
-    CFakeUser user([] { return IDCANCEL; });
+    CMessageRecorder user([] { return IDCANCEL; });
     COleMessageFilter filter;
     filter.SetBusyDelay(0);
     {
@@ -76,14 +77,13 @@ TEST(OleMessageFilter, AsksInBothLanguages)
     filter.RetryRejectedCall(nullptr, 0, SERVERCALL_RETRYLATER);
     ASSERT_EQ(user.m_boxes.size(), 2U);
     EXPECT_EQ(user.m_boxes[0].type, UINT{MB_RETRYCANCEL | MB_ICONEXCLAMATION});
-    EXPECT_NE(user.m_boxes[0].text.find(L"beschäftigt"), std::wstring::npos);
-    EXPECT_EQ(user.m_boxes[1].text,
-              L"The other program is busy and is not accepting commands.\n\nDo you want to keep waiting?");
+    EXPECT_EQ(user.m_boxes[0].text, expected::kBusy.german);
+    EXPECT_EQ(user.m_boxes[1].text, expected::kBusy.english);
 }
 
-TEST(OleMessageFilter, RetryGoesOnForAnotherDelay)
+TEST(OleMessageFilter, RetryWaitsForAnotherDelay)
 {
-    CFakeUser user([] { return IDRETRY; });
+    CMessageRecorder user([] { return IDRETRY; });
     COleMessageFilter filter;
     filter.SetBusyDelay(300);
     EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 300, SERVERCALL_RETRYLATER)));
@@ -100,7 +100,7 @@ TEST(OleMessageFilter, DoesNotAskWhileItAsks)
     COleMessageFilter filter;
     filter.SetBusyDelay(0);
     DWORD nested = 0;
-    CFakeUser user([&filter, &nested] {
+    CMessageRecorder user([&filter, &nested] {
         nested = filter.RetryRejectedCall(nullptr, 100000, SERVERCALL_RETRYLATER);
         return IDCANCEL;
     });

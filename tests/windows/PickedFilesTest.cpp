@@ -11,20 +11,20 @@ namespace {
 using namespace std::string_view_literals;
 using Names = std::vector<std::wstring>;
 
-// What is behind the buffer's end must not be looked at.
+// Nothing after the buffer's end may be read.
 PickedFiles Split(std::wstring_view buffer)
 {
     return SplitPickedFiles((std::wstring(buffer) + L'\0' + L'\0' + L"left over").c_str());
 }
 
-TEST(PickedFiles, OneFileComesAsItsPath)
+TEST(PickedFiles, OneFileIsAPath)
 {
     const PickedFiles picked = Split(L"C:\\Normteile\\N_ISO_4017_M8.sldprt"sv);
     EXPECT_EQ(picked.folder, L"C:\\Normteile");
     EXPECT_EQ(picked.names, Names{L"N_ISO_4017_M8.sldprt"});
 }
 
-TEST(PickedFiles, SeveralFilesComeAsTheirFolderAndNames)
+TEST(PickedFiles, SeveralFilesAreAFolderAndNames)
 {
     const PickedFiles picked = Split(L"C:\\Norm teile\0a.sldprt\0b c.sldprt\0ä.SLDPRT"sv);
     EXPECT_EQ(picked.folder, L"C:\\Norm teile");

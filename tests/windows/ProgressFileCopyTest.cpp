@@ -17,7 +17,7 @@ class ProgressFileCopyTest : public testing::TestWithParam<const wchar_t*>
 protected:
     ProgressFileCopyTest() { m_progress = std::make_unique<CProgressFileCopy>(&m_owner, 0, 100, 0); }
 
-    // Sends what a press of the cancel button sends.
+    // Sends the command of the cancel button.
     void PressCancel() const
     {
         ::SendMessageW(m_progress->GetDlgItem(IDCANCEL), BM_CLICK, 0, 0);
@@ -34,7 +34,7 @@ protected:
     std::unique_ptr<CProgressFileCopy> m_progress;
 };
 
-TEST_P(ProgressFileCopyTest, IsMadeModelessBelongingToItsOwner)
+TEST_P(ProgressFileCopyTest, IsModelessAndOwned)
 {
     EXPECT_TRUE(IsWindow(m_progress->m_hWnd));
     EXPECT_TRUE(IsWindowVisible(m_progress->m_hWnd));
@@ -63,7 +63,7 @@ TEST_P(ProgressFileCopyTest, TheConstructorShowsTheBars)
     DestroyWindow(plain);
 }
 
-TEST_P(ProgressFileCopyTest, BothBarsTakeRangeAndStart)
+TEST_P(ProgressFileCopyTest, BothBarsGetRangeAndStart)
 {
     const CProgressFileCopy progress(&m_owner, 20, 70, 30);
     for (const int id : {IDC_PROGRESS_FILE, IDC_PROGRESS_OVERALL}) {
@@ -76,31 +76,31 @@ TEST_P(ProgressFileCopyTest, BothBarsTakeRangeAndStart)
     }
 }
 
-TEST_P(ProgressFileCopyTest, EachTextGoesToItsLineWithTheRefresh)
+TEST_P(ProgressFileCopyTest, ARefreshShowsEachTextInItsLine)
 {
     m_progress->SetFirstText(L"Kopiere: C:\\Schraube & Mutter.sldprt");
     m_progress->SetSecondText(L"nach: D:\\x");
     m_progress->SetThirdText(L"dritte Zeile");
     EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), L"");
     m_progress->Refresh();
-    EXPECT_EQ(m_progress->GetDlgItemText(1012), L"Kopiere: C:\\Schraube & Mutter.sldprt");
-    EXPECT_EQ(m_progress->GetDlgItemText(1013), L"nach: D:\\x");
-    EXPECT_EQ(m_progress->GetDlgItemText(1014), L"dritte Zeile");
-    for (const int id : {1012, 1013, 1014}) {
+    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), L"Kopiere: C:\\Schraube & Mutter.sldprt");
+    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_SECOND), L"nach: D:\\x");
+    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_THIRD), L"dritte Zeile");
+    for (const int id : {IDC_PROGRESS_FIRST, IDC_PROGRESS_SECOND, IDC_PROGRESS_THIRD}) {
         EXPECT_FALSE(GetUpdateRect(m_progress->GetDlgItem(id), nullptr, FALSE)) << "painted at once";
     }
     m_progress->SetThirdText(L"");
     m_progress->Refresh();
-    EXPECT_EQ(m_progress->GetDlgItemText(1012), L"Kopiere: C:\\Schraube & Mutter.sldprt");
-    EXPECT_EQ(m_progress->GetDlgItemText(1014), L"");
+    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), L"Kopiere: C:\\Schraube & Mutter.sldprt");
+    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_THIRD), L"");
 }
 
-TEST_P(ProgressFileCopyTest, EachPositionGoesToItsBar)
+TEST_P(ProgressFileCopyTest, EachPositionIsShownByItsBar)
 {
     m_progress->SetFilePosition(33);
     m_progress->SetOverallPosition(66);
-    EXPECT_EQ(AskBar(1017, PBM_GETPOS), 33);
-    EXPECT_EQ(AskBar(1015, PBM_GETPOS), 66);
+    EXPECT_EQ(AskBar(IDC_PROGRESS_FILE, PBM_GETPOS), 33);
+    EXPECT_EQ(AskBar(IDC_PROGRESS_OVERALL, PBM_GETPOS), 66);
     EXPECT_EQ(m_progress->GetOverallPosition(), 66);
 }
 
@@ -154,13 +154,13 @@ TEST_P(ProgressFileCopyTest, TheButtonGetsTheKeyboardBackWhenItIsEnabled)
     ASSERT_EQ(GetActiveWindow(), m_progress->m_hWnd);
     SetFocus(m_progress->GetDlgItem(IDCANCEL));
     m_progress->EnableCancel(false);
-    // Windows may leave the focus where it is, which is no use to the user either: no key arrives there.
+    // Windows may leave the focus on the disabled button, where no key arrives.
     SetFocus(nullptr);
     m_progress->EnableCancel(true);
     EXPECT_EQ(GetFocus(), m_progress->GetDlgItem(IDCANCEL));
 }
 
-TEST_P(ProgressFileCopyTest, TheButtonTakesTheKeyboardFromNoOtherWindow)
+TEST_P(ProgressFileCopyTest, TheButtonDoesNotTakeTheFocusFromAnotherWindow)
 {
     const HWND edit = m_owner.AddControl(L"EDIT", 1);
     SetActiveWindow(m_owner.m_hWnd);
@@ -210,7 +210,7 @@ TEST_P(ProgressFileCopyTest, TheRefreshPaintsTheOwnersWindowsToo)
     EXPECT_TRUE(IsPainted(edit));
 }
 
-TEST_P(ProgressFileCopyTest, ThePumpTakesAPaintThatIsTheOnlyMessage)
+TEST_P(ProgressFileCopyTest, ThePumpHandlesAPaintThatIsTheOnlyMessage)
 {
     const HWND edit = m_owner.AddControl(L"EDIT", 1);
     DrainMessages();
@@ -220,7 +220,7 @@ TEST_P(ProgressFileCopyTest, ThePumpTakesAPaintThatIsTheOnlyMessage)
     EXPECT_TRUE(IsPainted(edit));
 }
 
-TEST_P(ProgressFileCopyTest, RefreshingAtOncePaintsHoweverLittleTimeHasPassed)
+TEST_P(ProgressFileCopyTest, AnImmediateRefreshAlwaysPaints)
 {
     const HWND edit = m_owner.AddControl(L"EDIT", 1);
     for (int i = 0; i < 2; ++i) {
@@ -253,7 +253,7 @@ int WidthOf(HWND line, const std::wstring& text)
     return size.cx;
 }
 
-TEST_P(ProgressFileCopyTest, AShortPathIsShownWhole)
+TEST_P(ProgressFileCopyTest, AShortPathIsNotTruncated)
 {
     EXPECT_EQ(m_progress->FitToFirstLine(L"Kopiere: ", L"C:\\a\\N_ISO_4017_M8.sldprt"),
               L"Kopiere: C:\\a\\N_ISO_4017_M8.sldprt");

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Each test works below a key of its own under the current user, which goes with it.
+// Each test has a key under HKEY_CURRENT_USER, which is removed at its end.
 class RegistryTest : public testing::Test
 {
 protected:
@@ -20,7 +20,7 @@ protected:
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
     }
 
-    // A new handle of the test's key; CRegistry closes the one that it is given.
+    // A new handle of the test's key; CRegistry closes its handle.
     [[nodiscard]] UniqueKey Open() const
     {
         HKEY key = nullptr;
@@ -66,28 +66,34 @@ std::vector<BYTE> BytesOf(const CRegistryValue& value)
 
 }  // namespace
 
-TEST_F(RegistryTest, ReadsAText)
+TEST_F(RegistryTest, ReadsTexts)
 {
-    StoreText(L"a\\b", L"name", REG_SZ, L"Stückliste %1");
-    std::wstring text;
-    ASSERT_TRUE(Read(L"a\\b", L"name", text));
-    EXPECT_EQ(text, L"Stückliste %1");
-}
-
-TEST_F(RegistryTest, ExpandableTextIsReadUnexpanded)
-{
-    StoreText(L"a", L"name", REG_EXPAND_SZ, L"%TEMP%\\x");
-    std::wstring text;
-    ASSERT_TRUE(Read(L"a", L"name", text));
-    EXPECT_EQ(text, L"%TEMP%\\x");
-}
-
-TEST_F(RegistryTest, LinkCountsAsText)
-{
-    StoreText(L"a", L"name", REG_LINK, L"\\Registry\\x");
-    std::wstring text;
-    ASSERT_TRUE(Read(L"a", L"name", text));
-    EXPECT_EQ(text, L"\\Registry\\x");
+    struct Case
+    {
+        const char* what;
+        DWORD type;
+        std::wstring stored;
+        DWORD size;  // bytes
+        const wchar_t* read;
+    };
+    const Case cases[] = {
+        {"text", REG_SZ, L"Stückliste %1", 28, L"Stückliste %1"},
+        {"unexpanded text", REG_EXPAND_SZ, L"%TEMP%\\x", 18, L"%TEMP%\\x"},
+        {"link", REG_LINK, L"\\Registry\\x", 24, L"\\Registry\\x"},
+        {"empty text", REG_SZ, L"", 2, L""},
+        {"no bytes", REG_SZ, L"", 0, L""},
+        {"no NUL", REG_SZ, L"abcX", 6, L"abc"},
+        {"half a character", REG_SZ, L"abX", 5, L"ab"},
+        {"one byte", REG_SZ, L"x", 1, L""},
+        {"NUL within", REG_SZ, std::wstring(L"ab\0cd", 6), 12, L"ab"},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.what);
+        Store(L"a\\b", L"name", test.type, test.stored.c_str(), test.size);
+        std::wstring text = L"before";
+        EXPECT_TRUE(Read(L"a\\b", L"name", text));
+        EXPECT_EQ(text, test.read);
+    }
 }
 
 TEST_F(RegistryTest, OtherTypesAreNoTextAndLeaveTheOutputAlone)
@@ -122,35 +128,7 @@ TEST_F(RegistryTest, EmptyNameIsTheDefaultValue)
     EXPECT_EQ(text, L"default");
 }
 
-TEST_F(RegistryTest, EmptyTextIsASuccess)
-{
-    StoreText(L"a", L"empty", REG_SZ, L"");
-    Store(L"a", L"no bytes", REG_SZ, L"", 0);
-    for (const wchar_t* name : {L"empty", L"no bytes"}) {
-        std::wstring text = L"before";
-        EXPECT_TRUE(Read(L"a", name, text));
-        EXPECT_EQ(text, L"");
-    }
-}
-
-TEST_F(RegistryTest, TextEndsAtItsZeroOrAtTheLastWholeCharacter)
-{
-    std::wstring text;
-    Store(L"a", L"no zero", REG_SZ, L"abcX", 6);
-    ASSERT_TRUE(Read(L"a", L"no zero", text));
-    EXPECT_EQ(text, L"abc");
-    Store(L"a", L"odd", REG_SZ, L"abX", 5);
-    ASSERT_TRUE(Read(L"a", L"odd", text));
-    EXPECT_EQ(text, L"ab");
-    Store(L"a", L"one byte", REG_SZ, "x", 1);
-    ASSERT_TRUE(Read(L"a", L"one byte", text));
-    EXPECT_EQ(text, L"");
-    Store(L"a", L"zero within", REG_SZ, L"ab\0cd", 12);
-    ASSERT_TRUE(Read(L"a", L"zero within", text));
-    EXPECT_EQ(text, L"ab");
-}
-
-TEST_F(RegistryTest, WriteMakesTheKeyAndStoresTextWithItsZero)
+TEST_F(RegistryTest, WriteCreatesTheKeyAndStoresTextWithItsNul)
 {
     ASSERT_TRUE(Write(L"new\\key", L"name", L"Größe"));
     BYTE bytes[64] = {};
@@ -175,7 +153,7 @@ TEST_F(RegistryTest, WriteReplacesAValueOfAnotherType)
     EXPECT_EQ(text, L"");
 }
 
-TEST_F(RegistryTest, LongTextsComeBack)
+TEST_F(RegistryTest, LongTextsRoundTrip)
 {
     const std::wstring written(100000, L'x');
     ASSERT_TRUE(Write(L"a", L"", written));
@@ -212,7 +190,7 @@ TEST_F(RegistryTest, AnyOtherRootIsClosedByTheFirstAccessThatOpensASubKey)
     EXPECT_FALSE(registry.ReadString(L"a", L"missing", text));
     EXPECT_TRUE(registry.ReadString(L"a", L"name", text));
     EXPECT_EQ(::RegFlushKey(root), ERROR_INVALID_HANDLE);
-    const UniqueKey next = Open();  // is likely to get the number of the handle that was closed
+    const UniqueKey next = Open();  // probably reuses the closed handle's value
     EXPECT_FALSE(registry.ReadString(L"a", L"name", text));
     EXPECT_FALSE(registry.WriteString(L"a", L"name", L"y"));
 }
@@ -231,7 +209,7 @@ TEST(RegistryValue, IsEmptyAtFirstAndAfterClear)
     EXPECT_FALSE(value.IsText());
 }
 
-TEST(RegistryValue, TextCarriesItsZero)
+TEST(RegistryValue, TextIncludesItsNul)
 {
     CRegistryValue value;
     ASSERT_TRUE(value.SetText(L"aB"));
@@ -252,7 +230,7 @@ TEST(RegistryValue, NumberIsFourBytes)
     EXPECT_FALSE(value.IsText());
 }
 
-TEST(RegistryValue, ListEndsInOneMoreZero)
+TEST(RegistryValue, ListEndsWithTwoNuls)
 {
     CRegistryValue value;
     ASSERT_TRUE(value.SetTexts({L"a", L"", L"b"}));
@@ -263,7 +241,7 @@ TEST(RegistryValue, ListEndsInOneMoreZero)
     EXPECT_FALSE(value.IsText());
 }
 
-TEST(RegistryValue, BytesStayAsTheyAre)
+TEST(RegistryValue, BytesAreUnchanged)
 {
     CRegistryValue value;
     const std::vector<BYTE> bytes = {1, 0, 255};

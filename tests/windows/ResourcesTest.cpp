@@ -3,7 +3,6 @@
 
 #include <commctrl.h>
 
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <map>
@@ -15,10 +14,11 @@
 
 #include "framework/Handles.h"
 #include "framework/ResourceHandle.h"
+#include "resources/resource.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// The two resource libraries, by the numbers that the program asks them for.
+// The two resource libraries.
 
 namespace {
 
@@ -33,32 +33,39 @@ void PrintTo(const Library& library, std::ostream* stream)
     *stream << (library.language == MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN) ? "German" : "English");
 }
 
+// The numbers are written out here alone: other programs find dialogs and controls by them.
+static_assert(IDD_ABOUT == 100 && IDD_TALVENOR == 102 && IDD_TEMPLATE == 136 && IDD_PROGRESS == 17766);
+static_assert(IDS_ABOUT == 101 && IDI_TALVENOR == 128 && IDB_STATES == 134);
+
 struct Control
 {
     int id;
+    int number;
     const wchar_t* windowClass;
 };
 
-constexpr WORD kMainDialog = 102;
-constexpr WORD kTemplateDialog = 136;
-constexpr WORD kProgressDialog = 17766;
-constexpr WORD kAboutDialog = 100;
-constexpr WORD kAboutText = 101;
-constexpr WORD kIcon = 128;
-constexpr WORD kStateImages = 134;
-
 const std::vector<Control> kMainControls{
-    {1002, WC_LISTVIEWW}, {1003, L"Edit"},   {1004, L"Button"}, {1005, L"Edit"},   {1006, L"Button"},
-    {1007, L"Button"},    {1008, L"Button"}, {1009, L"Button"}, {1010, L"Button"}, {1011, L"Button"},
-    {1016, L"Button"},    {1018, L"Button"}, {1024, L"Button"}, {1025, L"Button"}, {1026, L"ComboBox"},
-    {28445, L"Button"},   {2, L"Button"},
-};
-const std::vector<Control> kTemplateControls{
-    {1021, L"Edit"}, {1030, L"Static"}, {1031, L"Edit"}, {1, L"Button"}, {2, L"Button"}};
+    {IDC_LIST, 1002, WC_LISTVIEWW},    {IDC_SOURCE_DIR, 1003, L"Edit"},
+    {IDC_BROWSE, 1004, L"Button"},     {IDC_MAPPED_DIR, 1005, L"Edit"},
+    {IDC_ADD, 1006, L"Button"},        {IDC_DELETE, 1007, L"Button"},
+    {IDC_SELECT_ALL, 1008, L"Button"}, {IDC_SELECT_NONE, 1009, L"Button"},
+    {IDC_REMOVE_ALL, 1010, L"Button"}, {IDC_SHOW_MAP, 1011, L"Button"},
+    {IDC_START, 1016, L"Button"},      {IDC_STATUS_FRAME, 1018, L"Button"},
+    {IDC_COPY_ONLY, 1024, L"Button"},  {IDC_MARK, 1025, L"Button"},
+    {IDC_VERSION, 1026, L"ComboBox"},  {IDC_HELP_BUTTON, 28445, L"Button"},
+    {IDCANCEL, 2, L"Button"}};
+const std::vector<Control> kTemplateControls{{IDC_TEMPLATE_TEXT, 1021, L"Edit"},
+                                             {IDC_TEMPLATE_PREVIEW_LABEL, 1030, L"Static"},
+                                             {IDC_TEMPLATE_PREVIEW, 1031, L"Edit"},
+                                             {IDOK, 1, L"Button"},
+                                             {IDCANCEL, 2, L"Button"}};
 const std::vector<Control> kProgressControls{
-    {1012, L"Static"},       {1013, L"Static"},       {1014, L"Static"},
-    {1015, PROGRESS_CLASSW}, {1017, PROGRESS_CLASSW}, {2, L"Button"},
-};
+    {IDC_PROGRESS_FIRST, 1012, L"Static"},      {IDC_PROGRESS_SECOND, 1013, L"Static"},
+    {IDC_PROGRESS_THIRD, 1014, L"Static"},      {IDC_PROGRESS_OVERALL, 1015, PROGRESS_CLASSW},
+    {IDC_PROGRESS_FILE, 1017, PROGRESS_CLASSW}, {IDCANCEL, 2, L"Button"}};
+
+const std::map<int, int> kStateImageWidths{
+    {IDB_STATES, 12}, {IDB_STATES_125, 15}, {IDB_STATES_150, 18}, {IDB_STATES_200, 24}, {IDB_STATES_300, 36}};
 
 INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
 {
@@ -67,35 +74,29 @@ INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
 
 using UniqueWindow = UniqueOwner<HWND, ::DestroyWindow>;
 
-std::wstring ClassOf(HWND window)
-{
-    std::array<wchar_t, 64> name{};
-    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return name.data();
-}
-
 class ResourcesTest : public testing::TestWithParam<Library>
 {
 protected:
-    [[nodiscard]] HRSRC Find(const wchar_t* type, WORD id) const
+    [[nodiscard]] HRSRC Find(const wchar_t* type, int id) const
     {
         return FindResourceExW(GetResourceHandle(), type, MAKEINTRESOURCEW(id), GetParam().language);
     }
 
-    [[nodiscard]] static UniqueWindow Make(WORD dialog)
+    [[nodiscard]] static UniqueWindow Make(int dialog)
     {
         return UniqueWindow(
             CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(dialog), nullptr, &IgnoreMessage, 0));
     }
 
-    static void ExpectControls(WORD dialog, const std::vector<Control>& controls)
+    static void ExpectControls(int dialog, const std::vector<Control>& controls)
     {
         const UniqueWindow window = Make(dialog);
         ASSERT_NE(window, nullptr) << dialog;
         for (const Control& control : controls) {
+            EXPECT_EQ(control.id, control.number);
             const HWND found = GetDlgItem(window.get(), control.id);
             ASSERT_NE(found, nullptr) << control.id;
-            EXPECT_EQ(ClassOf(found), control.windowClass) << control.id;
+            EXPECT_EQ(ClassNameOf(found), control.windowClass) << control.id;
         }
     }
 
@@ -104,39 +105,42 @@ protected:
 
 TEST_P(ResourcesTest, HoldsEverythingInItsLanguage)
 {
-    for (const WORD dialog : {kMainDialog, kTemplateDialog, kProgressDialog, kAboutDialog}) {
+    for (const int dialog : {IDD_TALVENOR, IDD_TEMPLATE, IDD_PROGRESS, IDD_ABOUT}) {
         EXPECT_NE(Find(RT_DIALOG, dialog), nullptr) << dialog;
     }
-    EXPECT_NE(Find(RT_STRING, kAboutText / 16 + 1), nullptr);
-    EXPECT_NE(Find(RT_GROUP_ICON, kIcon), nullptr);
-    EXPECT_NE(Find(RT_BITMAP, kStateImages), nullptr);
+    EXPECT_NE(Find(RT_STRING, IDS_ABOUT / 16 + 1), nullptr);
+    EXPECT_NE(Find(RT_GROUP_ICON, IDI_TALVENOR), nullptr);
+    EXPECT_NE(Find(RT_BITMAP, IDB_STATES), nullptr);
     EXPECT_NE(Find(RT_VERSION, 1), nullptr);
 }
 
 TEST_P(ResourcesTest, TheMainDialogHasItsControls)
 {
-    ExpectControls(kMainDialog, kMainControls);
-    const UniqueWindow window = Make(kMainDialog);
-    const HWND list = GetDlgItem(window.get(), 1002);
+    ExpectControls(IDD_TALVENOR, kMainControls);
+    const UniqueWindow window = Make(IDD_TALVENOR);
+    const HWND list = GetDlgItem(window.get(), IDC_LIST);
     EXPECT_EQ(GetWindowLongW(list, GWL_STYLE) & LVS_TYPEMASK, LVS_REPORT);
     EXPECT_EQ(GetWindowLongW(list, GWL_STYLE) & (LVS_SORTASCENDING | LVS_SORTDESCENDING), 0)
         << "the program sorts";
-    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), 1018), GWL_STYLE) & BS_TYPEMASK, BS_GROUPBOX);
-    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), 1024), GWL_STYLE) & BS_TYPEMASK, BS_AUTOCHECKBOX);
-    EXPECT_NE(GetWindowLongW(GetDlgItem(window.get(), 1005), GWL_STYLE) & ES_READONLY, 0);
-    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), 1026), GWL_STYLE) & CBS_DROPDOWNLIST, CBS_DROPDOWNLIST);
+    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), IDC_STATUS_FRAME), GWL_STYLE) & BS_TYPEMASK,
+              BS_GROUPBOX);
+    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), IDC_COPY_ONLY), GWL_STYLE) & BS_TYPEMASK,
+              BS_AUTOCHECKBOX);
+    EXPECT_NE(GetWindowLongW(GetDlgItem(window.get(), IDC_MAPPED_DIR), GWL_STYLE) & ES_READONLY, 0);
+    EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), IDC_VERSION), GWL_STYLE) & CBS_DROPDOWNLIST,
+              CBS_DROPDOWNLIST);
 }
 
 TEST_P(ResourcesTest, TheTemplateDialogHasItsControls)
 {
-    ExpectControls(kTemplateDialog, kTemplateControls);
+    ExpectControls(IDD_TEMPLATE, kTemplateControls);
 }
 
 TEST_P(ResourcesTest, TheProgressDialogHasItsControls)
 {
-    ExpectControls(kProgressDialog, kProgressControls);
-    const UniqueWindow window = Make(kProgressDialog);
-    for (const int id : {1012, 1013, 1014}) {
+    ExpectControls(IDD_PROGRESS, kProgressControls);
+    const UniqueWindow window = Make(IDD_PROGRESS);
+    for (const int id : {IDC_PROGRESS_FIRST, IDC_PROGRESS_SECOND, IDC_PROGRESS_THIRD}) {
         EXPECT_NE(GetWindowLongW(GetDlgItem(window.get(), id), GWL_STYLE) & SS_NOPREFIX, 0)
             << "an ampersand in a path would vanish";
     }
@@ -144,19 +148,18 @@ TEST_P(ResourcesTest, TheProgressDialogHasItsControls)
 
 TEST_P(ResourcesTest, TheAboutBoxCanBeClosed)
 {
-    ExpectControls(kAboutDialog, {{IDOK, L"Button"}});
+    ExpectControls(IDD_ABOUT, {{IDOK, 1, L"Button"}});
 }
 
-TEST_P(ResourcesTest, TheCommandOfTheSystemMenuHasItsText)
+TEST_P(ResourcesTest, TheSystemMenusCommandHasItsText)
 {
-    EXPECT_NE(LoadResourceString(kAboutText).find(L"Talvenor"), std::wstring::npos);
-    EXPECT_EQ(LoadResourceString(kAboutText + 1), L"");
+    EXPECT_NE(LoadResourceString(IDS_ABOUT).find(L"Talvenor"), std::wstring::npos);
+    EXPECT_EQ(LoadResourceString(IDS_ABOUT + 1), L"");
 }
 
 TEST_P(ResourcesTest, TheStateImagesAreTwoForEachScaling)
 {
-    const std::map<int, int> widths{{kStateImages, 12}, {1341, 15}, {1342, 18}, {1343, 24}, {1344, 36}};
-    for (const auto& [id, width] : widths) {
+    for (const auto& [id, width] : kStateImageWidths) {
         const UniqueGdiObject<HBITMAP> bitmap(static_cast<HBITMAP>(
             LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
         ASSERT_NE(bitmap, nullptr) << id;
@@ -167,10 +170,10 @@ TEST_P(ResourcesTest, TheStateImagesAreTwoForEachScaling)
     }
 }
 
-// A colour near the mask colour would be an edge that ran into the mask: it would show as a red fringe.
+// A colour close to the mask colour would show as a red fringe.
 TEST_P(ResourcesTest, TheStateImagesHaveNoFringe)
 {
-    for (const int id : {int{kStateImages}, 1341, 1342, 1343, 1344}) {
+    for (const auto& [id, width] : kStateImageWidths) {
         const UniqueGdiObject<HBITMAP> bitmap(static_cast<HBITMAP>(
             LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
         BITMAP size{};
@@ -191,11 +194,11 @@ TEST_P(ResourcesTest, TheStateImagesHaveNoFringe)
     }
 }
 
-TEST_P(ResourcesTest, TheIconComesInTheSizesOfTheShell)
+TEST_P(ResourcesTest, TheIconHasTheSizesOfTheShell)
 {
     for (const int size : {16, 20, 24, 32, 40, 48, 64, 256}) {
         const auto icon = static_cast<HICON>(
-            LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(kIcon), IMAGE_ICON, size, size, 0));
+            LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(IDI_TALVENOR), IMAGE_ICON, size, size, 0));
         EXPECT_NE(icon, nullptr) << size;
         DestroyIcon(icon);
     }
@@ -213,7 +216,7 @@ Structure At(const std::string& bytes, std::size_t offset)
     return structure;
 }
 
-// A library as it lies in its file.
+// The file of a library.
 class CPortableExecutable
 {
 public:
@@ -283,7 +286,7 @@ TEST_P(ResourcesTest, TheLibraryHoldsNoCodeAndImportsNothing)
     EXPECT_EQ(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT), 0U);
     EXPECT_EQ(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_TLS), 0U);
     EXPECT_NE(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_RESOURCE), 0U);
-    // The linker leaves the ends of two empty lists there: bytes 00 and FF.
+    // The linker puts the ends of two empty lists there: bytes 00 and FF.
     EXPECT_EQ(library.ExecutableBytes().find_first_not_of(std::string("\0\xFF", 2)), std::string::npos);
 }
 
@@ -301,7 +304,7 @@ TEST(ResourceHandle, IsTheExecutableUntilALibraryIsSet)
         EXPECT_NE(GetResourceHandle(), GetModuleHandleW(nullptr));
     }
     EXPECT_EQ(GetResourceHandle(), GetModuleHandleW(nullptr));
-    EXPECT_EQ(LoadResourceString(kAboutText), L"");
+    EXPECT_EQ(LoadResourceString(IDS_ABOUT), L"");
 }
 
 }  // namespace

@@ -11,10 +11,9 @@
 
 namespace {
 
-constexpr DISPID kExit = 6;
-constexpr DISPID kDateCode = 11;
+using namespace automation;
 
-// A test that registers classes for its own time.
+// A test that registers classes until it ends.
 class ClassesTest : public testing::Test
 {
 protected:
@@ -35,18 +34,20 @@ protected:
         AddKey(progId, progId + L"\\CLSID", TextOfClass(classId));
     }
 
-    // The ProgID that a class is known by.
+    // Registers a class's ProgID.
     void AddClass(const CLSID& classId, const std::wstring& progId)
     {
         const std::wstring key = L"CLSID\\" + TextOfClass(classId);
         AddKey(key, key + L"\\ProgID", progId);
     }
 
+    void RemoveKeys() { m_keys.clear(); }
+
 private:
     std::vector<std::unique_ptr<CScratchClassKey>> m_keys;
 };
 
-TEST_F(ClassesTest, WhatACrashedTestLeftIsRemovedAndNothingElse)
+TEST_F(ClassesTest, OnlyLeftoversOfACrashedTestAreRemoved)
 {
     const HKEY root = *CScratchClassKey::Root();
     const std::wstring classes = L"Software\\Classes\\";
@@ -110,65 +111,38 @@ protected:
     }
 };
 
-TEST_F(InstalledVersionsTest, NoneAreFoundWhereNoneIsRegistered)
+TEST_F(InstalledVersionsTest, ListsVersions20To39AndFindsTheCurrentOne)
 {
-    ExpectVersions({}, 0);
-}
-
-TEST_F(InstalledVersionsTest, TheIndexIsThatOfTheCurrentVersion)
-{
-    AddVersion(30);
-    AddVersion(25);
-    SetCurrent(L"SldWorks.Application.30");
-    ExpectVersions({L"25", L"30"}, 1);
-}
-
-TEST_F(InstalledVersionsTest, OnlyVersions20To39AreListed)
-{
-    for (const int number : {19, 20, 39, 40}) {
-        AddVersion(number);
-    }
-    ExpectVersions({L"20", L"39"}, 0);
-}
-
-TEST_F(InstalledVersionsTest, ACurrentVersionBeyondTheListGivesTheFirst)
-{
-    AddVersion(25);
-    AddVersion(30);
-    AddVersion(40);
-    SetCurrent(L"SldWorks.Application.40");
-    ExpectVersions({L"25", L"30"}, 0);
-}
-
-TEST_F(InstalledVersionsTest, ACurrentVersionWithoutAnyInTheListGivesNone)
-{
-    SetCurrent(L"SldWorks.Application.30");
-    ExpectVersions({}, 0);
-}
-
-TEST_F(InstalledVersionsTest, TheVersionIsComparedAsTextBehindTheLastDot)
-{
-    AddVersion(25);
-    AddVersion(30);
-    SetCurrent(L"Some.Other.Name.30");
-    ExpectVersions({L"25", L"30"}, 1);
-}
-
-TEST_F(InstalledVersionsTest, ANumberWrittenOtherwiseIsNotThatVersion)
-{
-    AddVersion(25);
-    AddVersion(30);
-    SetCurrent(L"SldWorks.Application.030");
-    ExpectVersions({L"25", L"30"}, 0);
-}
-
-TEST_F(InstalledVersionsTest, ANameWithoutANumberIsNoCurrentVersion)
-{
-    AddVersion(25);
-    AddVersion(30);
-    for (const wchar_t* const progId : {L"30", L"SldWorks.Application.", L""}) {
-        SetCurrent(progId);
-        ExpectVersions({L"25", L"30"}, 0);
+    struct Case
+    {
+        const char* what;
+        std::vector<int> registered;
+        const wchar_t* current;  // the class of the version-independent name; null: none
+        std::vector<std::wstring> versions;
+        int index;
+    };
+    const Case cases[] = {
+        {"none registered", {}, nullptr, {}, 0},
+        {"the current version", {30, 25}, L"SldWorks.Application.30", {L"25", L"30"}, 1},
+        {"versions outside the range", {19, 20, 39, 40}, nullptr, {L"20", L"39"}, 0},
+        {"a current version outside the range", {25, 30, 40}, L"SldWorks.Application.40", {L"25", L"30"}, 0},
+        {"a current version only", {}, L"SldWorks.Application.30", {}, 0},
+        {"the text after the last dot counts", {25, 30}, L"Some.Other.Name.30", {L"25", L"30"}, 1},
+        {"030 is not 30", {25, 30}, L"SldWorks.Application.030", {L"25", L"30"}, 0},
+        {"no dot", {25, 30}, L"30", {L"25", L"30"}, 0},
+        {"no number", {25, 30}, L"SldWorks.Application.", {L"25", L"30"}, 0},
+        {"no name", {25, 30}, L"", {L"25", L"30"}, 0},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.what);
+        RemoveKeys();
+        for (const int number : test.registered) {
+            AddVersion(number);
+        }
+        if (test.current != nullptr) {
+            SetCurrent(test.current);
+        }
+        ExpectVersions(test.versions, test.index);
     }
 }
 
@@ -189,7 +163,7 @@ TEST_F(InstalledVersionsTest, TheNullClassIsNoCurrentVersion)
     ExpectVersions({L"25", L"30"}, 0);
 }
 
-TEST_F(InstalledVersionsTest, AVersionCountsByTheValueOfItsClassKey)
+TEST_F(InstalledVersionsTest, AVersionNeedsAClassKeyWithAValue)
 {
     AddKey(L"SldWorks.Application.25", L"SldWorks.Application.25", L"a version without a class");
     AddKey(L"SldWorks.Application.26", L"SldWorks.Application.26\\CLSID", L"");
@@ -227,7 +201,7 @@ TEST_F(SldWorksTest, ConnectsOnceAndHoldsTheApplication)
     EXPECT_TRUE(m_log.empty());
 }
 
-TEST_F(SldWorksTest, AClassThatIsNotThereIsNoConnection)
+TEST_F(SldWorksTest, AMissingClassIsNoConnection)
 {
     CSldWorks connection;
     EXPECT_EQ(connection.Connect(L"Talvenor.NoSuchClass"), 0);
@@ -237,7 +211,7 @@ TEST_F(SldWorksTest, AClassThatIsNotThereIsNoConnection)
     EXPECT_EQ(connection.Connect(kProgId), 1);
 }
 
-TEST_F(SldWorksTest, AServerThatMakesNoAutomationObjectIsNoConnection)
+TEST_F(SldWorksTest, AServerWithoutAutomationObjectIsNoConnection)
 {
     CSldWorks connection;
     m_class.m_status = E_FAIL;
@@ -263,29 +237,29 @@ TEST_F(SldWorksTest, Release99Build250AndLaterAreSupported)
     CSldWorks connection;
     ASSERT_EQ(connection.Connect(kProgId), 1);
     for (const long dateCode : {1999250L, 1999251L, 2024100L}) {
-        m_application.On(kDateCode, AnswerLong(dateCode));
+        m_application.On(kGetDateCode, AnswerLong(dateCode));
         EXPECT_TRUE(connection.IsVersionSupported()) << dateCode;
     }
     for (const long dateCode : {1999249L, 1998365L, 0L, -1L}) {
-        m_application.On(kDateCode, AnswerLong(dateCode));
+        m_application.On(kGetDateCode, AnswerLong(dateCode));
         EXPECT_FALSE(connection.IsVersionSupported()) << dateCode;
     }
-    EXPECT_EQ(m_log, EventLog(7, L"application 11 method"));
+    EXPECT_EQ(m_log, EventLog(7, L"application GetDateCode method"));
 }
 
 TEST_F(SldWorksTest, AFailingVersionTestReachesTheCaller)
 {
     CSldWorks connection;
     ASSERT_EQ(connection.Connect(kProgId), 1);
-    m_application.On(kDateCode, RaiseException(L"Server", L"Broken", nullptr, 0));
+    m_application.On(kGetDateCode, RaiseException(L"Server", L"Broken", nullptr, 0));
     EXPECT_THROW(static_cast<void>(connection.IsVersionSupported()), COleDispatchException);
-    m_application.On(kDateCode, Fail(RPC_E_DISCONNECTED));
+    m_application.On(kGetDateCode, Fail(RPC_E_DISCONNECTED));
     EXPECT_THROW(static_cast<void>(connection.IsVersionSupported()), COleException);
     EXPECT_EQ(connection.Connect(kProgId), 1);
     EXPECT_EQ(m_class.m_created, 1);
 }
 
-TEST_F(SldWorksTest, DisconnectEndsTheApplicationAndLetsItGo)
+TEST_F(SldWorksTest, DisconnectEndsAndReleasesTheApplication)
 {
     CSldWorks connection;
     ASSERT_EQ(connection.Connect(kProgId), 1);
@@ -295,7 +269,7 @@ TEST_F(SldWorksTest, DisconnectEndsTheApplicationAndLetsItGo)
         return S_OK;
     });
     EXPECT_EQ(connection.Disconnect(), 0);
-    EXPECT_EQ(m_log, EventLog{L"application 6 method"});
+    EXPECT_EQ(m_log, EventLog{L"application Exit method"});
     EXPECT_EQ(heldAtExit, 1);
     EXPECT_EQ(m_application.References(), 0);
     EXPECT_EQ(connection.Connect(kProgId), 1);
@@ -309,10 +283,10 @@ TEST_F(SldWorksTest, DisconnectDoesNothingWithoutAConnection)
     ASSERT_EQ(connection.Connect(kProgId), 1);
     EXPECT_EQ(connection.Disconnect(), 0);
     EXPECT_EQ(connection.Disconnect(), 0);
-    EXPECT_EQ(m_log, EventLog{L"application 6 method"});
+    EXPECT_EQ(m_log, EventLog{L"application Exit method"});
 }
 
-TEST_F(SldWorksTest, AnApplicationThatFailsToEndIsLetGoAllTheSame)
+TEST_F(SldWorksTest, AnApplicationThatFailsToEndIsReleased)
 {
     CSldWorks connection;
     ASSERT_EQ(connection.Connect(kProgId), 1);
@@ -325,7 +299,7 @@ TEST_F(SldWorksTest, AnApplicationThatFailsToEndIsLetGoAllTheSame)
     EXPECT_EQ(m_class.m_created, 2);
 }
 
-TEST_F(SldWorksTest, TheDestructorLetsTheApplicationGoWithoutEndingIt)
+TEST_F(SldWorksTest, TheDestructorReleasesTheApplicationWithoutEndingIt)
 {
     {
         CSldWorks connection;
@@ -341,24 +315,25 @@ TEST_F(SldWorksTest, WritesBomEntriesThroughItsConnection)
     CSldWorks connection;
     ASSERT_EQ(connection.Connect(kProgId), 1);
     CFakeDispatch document(L"document", m_log);
-    document.On(65971, AnswerLong(0));
-    m_application.On(99, AnswerObject(&document));
+    document.On(kGetConfigurationCount, AnswerLong(0));
+    m_application.On(kOpenDocument, AnswerObject(&document));
     CFakeProgress progress(m_log);
     EXPECT_EQ(connection.WriteBomEntries(progress, L"C:\\a.sldasm", {}, L"%1", 50.0F, 1), 0);
-    EXPECT_EQ(m_log, (EventLog{
-                         L"application 24 method BOOL=0 I4=2",
-                         L"application 99 method BSTR=C:\\a.sldasm I4=2 BOOL=0 BOOL=0 BOOL=-1 &I4=0",
-                         L"document 65971 method",
-                         L"document 65972 method",
-                         L"read overall bar",
-                         L"application 7 method BSTR=C:\\a.sldasm",
-                         L"enable cancel",
-                         L"application 24 method BOOL=-1 I4=2",
-                     }));
+    EXPECT_EQ(m_log,
+              (EventLog{
+                  L"application SetDocumentVisibility method BOOL=0 I4=2",
+                  L"application OpenDocument method BSTR=C:\\a.sldasm I4=2 BOOL=0 BOOL=0 BOOL=-1 &I4=0",
+                  L"document GetConfigurationCount method",
+                  L"document GetConfigurationNames method",
+                  L"read overall bar",
+                  L"application CloseDocument method BSTR=C:\\a.sldasm",
+                  L"enable cancel",
+                  L"application SetDocumentVisibility method BOOL=-1 I4=2",
+              }));
     EXPECT_EQ(document.References(), 0);
 }
 
-TEST(SldWorks, CarriesTheFeatureNameRule)
+TEST(SldWorks, HasTheFeatureNameRule)
 {
     std::wstring name = L"a/b@c;d=e:f";
     EXPECT_EQ(CSldWorks::SanitizeFeatureName(name), 4);

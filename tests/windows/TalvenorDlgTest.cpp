@@ -12,7 +12,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,93 +19,27 @@
 #include "framework/Handles.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/FakeAutomation.h"
 #include "tests/support/FakeClasses.h"
+#include "tests/support/Languages.h"
 #include "tests/support/NetworkWatch.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/UnderWine.h"
 #include "tests/support/WindowScopes.h"
+#include "tests/support/ZelmarRegistry.h"
 
-// The main dialog in the process of the test, run modally in both languages and worked as a user works it.
+// The main dialog, run modally in this process in both languages, and used as a person uses it.
 
 namespace {
 
 using Texts = std::vector<std::wstring>;
 
-constexpr DISPID kExit = 6;
-constexpr DISPID kDateCode = 11;
-constexpr DISPID kOpenDocument = 99;
-const std::wstring kLibraryKey = L"\\input";
-const std::wstring kTemplateKey = L"\\Tools\\Talvenor";
+using namespace automation;
 constexpr char kMapHeader[] = "; Datei: x\r\n; y\r\n; z\r\n\r\n";
 
-// Where the system suggests to put a window that came to a screen of another scaling.
+// The place that the system suggests to a window whose DPI has changed.
 constexpr RECT kSomePlace{10, 10, 900, 700};
-
-struct Edition
-{
-    int flag;
-    const wchar_t* resources;
-};
-
-void PrintTo(const Edition& edition, std::ostream* stream)
-{
-    *stream << (edition.flag != 0 ? "German" : "English");
-}
-
-// The product's settings below a hive: none until the end of the scope, then those of before again.
-class CProductSettingsScope
-{
-public:
-    explicit CProductSettingsScope(HKEY hive) : m_hive(hive), m_hadSettings(Move(kProduct, kAside)) {}
-    ~CProductSettingsScope()
-    {
-        RegDeleteTreeW(m_hive, kProduct.c_str());
-        if (m_hadSettings) {
-            Move(kAside, kProduct);
-        }
-    }
-    CProductSettingsScope(const CProductSettingsScope&) = delete;
-    CProductSettingsScope& operator=(const CProductSettingsScope&) = delete;
-
-    // False when this process may not write there.
-    bool Set(const std::wstring& key, const std::wstring& value, const std::wstring& text) const
-    {
-        const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-        return RegSetKeyValueW(m_hive, (kProduct + key).c_str(), value.c_str(), REG_SZ, text.c_str(), size) ==
-               ERROR_SUCCESS;
-    }
-
-    void Remove(const std::wstring& key, const std::wstring& value) const
-    {
-        EXPECT_EQ(RegDeleteKeyValueW(m_hive, (kProduct + key).c_str(), value.c_str()), ERROR_SUCCESS);
-    }
-
-private:
-    // False when there is nothing to move.
-    bool Move(const std::wstring& from, const std::wstring& to) const
-    {
-        HKEY key = nullptr;
-        if (RegOpenKeyExW(m_hive, from.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
-            return false;
-        }
-        const UniqueKey source(key);
-        if (RegCreateKeyExW(m_hive, to.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) !=
-            ERROR_SUCCESS) {
-            return false;
-        }
-        const UniqueKey target(key);
-        return RegCopyTreeW(source.get(), nullptr, target.get()) == ERROR_SUCCESS &&
-               RegDeleteTreeW(m_hive, from.c_str()) == ERROR_SUCCESS;
-    }
-
-    inline static const std::wstring kProduct = L"SOFTWARE\\Zelmar";
-    const std::wstring kAside =
-        L"SOFTWARE\\Zelmar, set aside by test " + std::to_wstring(GetCurrentProcessId());
-
-    HKEY m_hive;
-    bool m_hadSettings;
-};
 
 // All windows below a window.
 std::vector<HWND> Descendants(HWND window)
@@ -122,14 +55,7 @@ std::vector<HWND> Descendants(HWND window)
     return found;
 }
 
-bool IsOfClass(HWND window, const wchar_t* windowClass)
-{
-    std::array<wchar_t, 64> name{};
-    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return lstrcmpiW(name.data(), windowClass) == 0;
-}
-
-// Whether the text stands on one of the windows below, or is a choice of one.
+// Whether a descendant shows the text or offers it as a choice.
 bool Shows(HWND window, const std::wstring& text)
 {
     for (const HWND child : Descendants(window)) {
@@ -143,9 +69,8 @@ bool Shows(HWND window, const std::wstring& text)
     return false;
 }
 
-// A user who works the dialogs that open above the main dialog, until the end of the scope: looks at the open
-// dialog again and again until the work on it says that it is done. A dialog that stays open all the same is
-// cancelled after a while.
+// Calls `work` for each dialog that opens above the main dialog, repeatedly until it returns true, until the
+// end of the scope. A dialog that stays open is cancelled after a while and fails the test.
 class CDialogUser
 {
 public:
@@ -161,21 +86,14 @@ private:
     static constexpr UINT kInterval = 30;  // milliseconds
     static constexpr int kPatience = 300;  // looks at one dialog
 
-    // The dialog on top, other than the main and the progress dialog; or null.
+    // The topmost dialog other than the main and the progress dialog; null if there is none.
     static HWND Find()
     {
-        HWND found = nullptr;
-        EnumThreadWindows(
-            GetCurrentThreadId(),
-            [](HWND window, LPARAM place) -> BOOL {
-                const bool isIt = IsOfClass(window, L"#32770") && IsWindowVisible(window) != FALSE &&
-                                  GetDlgItem(window, IDC_PROGRESS_FILE) == nullptr &&
-                                  GetDlgItem(window, IDC_STATUS_FRAME) == nullptr;
-                *reinterpret_cast<HWND*>(place) = isIt ? window : nullptr;
-                return isIt ? FALSE : TRUE;
-            },
-            reinterpret_cast<LPARAM>(&found));
-        return found;
+        return FindWindowOfThread([](HWND window) {
+            return IsOfClass(window, L"#32770") && IsWindowVisible(window) != FALSE &&
+                   GetDlgItem(window, IDC_PROGRESS_FILE) == nullptr &&
+                   GetDlgItem(window, IDC_STATUS_FRAME) == nullptr;
+        });
     }
 
     void Look()
@@ -187,7 +105,7 @@ private:
             m_done = false;
             m_opened += dialog != nullptr ? 1 : 0;
         }
-        // What the work sends may let the timer through. At the first look the dialog may be in the making.
+        // A message that the work sends may run the timer. At the first look the dialog may not be complete.
         if (dialog == nullptr || m_looking || ++m_looks == 1) {
             return;
         }
@@ -208,7 +126,7 @@ private:
     CTimerScope m_timer{kInterval, [this] { Look(); }};
 };
 
-// Whether one of the windows below is of a class and visible.
+// Whether a visible descendant is of this class.
 bool ShowsA(HWND window, const wchar_t* windowClass)
 {
     const std::vector<HWND> below = Descendants(window);
@@ -217,7 +135,7 @@ bool ShowsA(HWND window, const wchar_t* windowClass)
     });
 }
 
-// Whether a window of the top level stands above another one.
+// Whether a top-level window is above another one.
 bool IsAbove(HWND window, HWND other)
 {
     for (HWND above = GetWindow(other, GW_HWNDPREV); above != nullptr;
@@ -229,19 +147,10 @@ bool IsAbove(HWND window, HWND other)
     return false;
 }
 
-// The progress dialog of a run; or null.
+// The progress dialog of a run; null if there is none.
 HWND FindProgress()
 {
-    HWND found = nullptr;
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND window, LPARAM place) -> BOOL {
-            const bool isIt = GetDlgItem(window, IDC_PROGRESS_FILE) != nullptr;
-            *reinterpret_cast<HWND*>(place) = isIt ? window : nullptr;
-            return isIt ? FALSE : TRUE;
-        },
-        reinterpret_cast<LPARAM>(&found));
-    return found;
+    return FindWindowOfThread([](HWND window) { return GetDlgItem(window, IDC_PROGRESS_FILE) != nullptr; });
 }
 
 bool Cancel(HWND dialog)
@@ -250,8 +159,7 @@ bool Cancel(HWND dialog)
     return true;
 }
 
-// Types into the system's file dialog and presses its default button; cancels it when there is nothing to
-// type.
+// Types names into the system's file dialog and presses its default button. Cancels it if there are none.
 bool PickFiles(HWND dialog, const std::wstring& names)
 {
     for (const HWND child : Descendants(dialog)) {
@@ -281,9 +189,8 @@ std::wstring SelectedFolder(HWND dialog)
     return name.data();
 }
 
-// Selects a folder in the system's folder picker and presses its default button; cancels it when there is
-// none to select. The picker may still be filling its tree and then forgets the selection: it is given again
-// until it stays.
+// Selects a folder in the system's folder picker and presses its default button. Cancels it if the folder is
+// empty. Returns false while the picker has not taken the selection: it forgets it while it fills its tree.
 bool PickFolder(HWND dialog, const std::wstring& folder)
 {
     if (folder.empty()) {
@@ -297,34 +204,25 @@ bool PickFolder(HWND dialog, const std::wstring& folder)
     return false;
 }
 
-class TalvenorDlgTest : public testing::TestWithParam<Edition>
+class TalvenorDlgTest : public LanguageTest
 {
 protected:
     TalvenorDlgTest()
     {
         std::filesystem::create_directory(m_parts);
-        m_user.Set(kTemplateKey, L"Template Text Column 1", L"%3_%4");
-        m_user.Set(kTemplateKey, L"Template Text Column 2", L"%4-%3");
+        m_registry.SetTemplate(1, L"%3_%4");
+        m_registry.SetTemplate(2, L"%4-%3");
     }
 
     void SetUp() override
     {
-        if (!m_machine.Set(kLibraryKey, L"prg", m_folder / L"prg")) {
+        if (!m_registry.SetProgramFolder(m_folder / L"prg")) {
             GTEST_SKIP() << "skipped: this process may not write the machine's settings";
         }
         SetPartsFolder(m_parts);
     }
 
-    // The text of the language at hand.
-    [[nodiscard]] static std::wstring In(const wchar_t* german, const wchar_t* english)
-    {
-        return GetParam().flag != 0 ? german : english;
-    }
-
-    void SetPartsFolder(const std::wstring& folder) const
-    {
-        EXPECT_TRUE(m_machine.Set(kLibraryKey, L"parts", folder));
-    }
+    void SetPartsFolder(const std::wstring& folder) { EXPECT_TRUE(m_registry.SetPartsFolder(folder)); }
     void AddPart(const std::wstring& name) const { WriteBytes(m_parts + L"\\" + name, "part"); }
     // Three parts, without a map file: in the list with the new names 1_a.sldprt, 2_b.sldprt and 3_c.sldprt.
     void AddThreeParts() const
@@ -347,7 +245,7 @@ protected:
         return folder;
     }
 
-    // Runs the dialog, has it worked and closes it with its button.
+    // Runs the dialog, does the work in it and closes it with its button.
     void Run(const std::function<void()>& work)
     {
         CWorked<CTalvenorDlg> dialog;
@@ -389,7 +287,7 @@ protected:
         DrainMessages();
     }
 
-    // The button that wears the frame of the one that Enter presses; 0 when it is not exactly one.
+    // The default button; 0 if there is not exactly one.
     [[nodiscard]] int DefaultButton() const
     {
         int found = 0;
@@ -423,7 +321,7 @@ protected:
         return static_cast<int>(ListView_GetSelectedCount(Item(IDC_LIST)));
     }
 
-    // The rows as "ORIGINAL > NEW NAME > BOM NAME", pending ones with a "*" behind them.
+    // The rows as "ORIGINAL > NEW NAME > BOM NAME", followed by "*" if pending.
     [[nodiscard]] Texts Rows() const
     {
         Texts rows;
@@ -437,8 +335,7 @@ protected:
         return rows;
     }
 
-    // The message boxes since the last call; questions are marked, and boxes of any other kind than a plain
-    // one.
+    // The message boxes since the last call, marked if they are questions or of another type than MB_OK.
     [[nodiscard]] Texts TakeBoxes()
     {
         Texts boxes;
@@ -452,79 +349,26 @@ protected:
     }
 
     // The status captions
-    [[nodiscard]] static std::wstring FolderView()
-    {
-        return In(L"Inhalt des Normteil-Verzeichnisses wird angezeigt",
-                  L"Showing contents of the standard part folder");
-    }
-    [[nodiscard]] static std::wstring MapView()
-    {
-        return In(L"Inhalt der Map-Datei wird angezeigt", L"Showing contents of the Map-File");
-    }
-    [[nodiscard]] static std::wstring Changed() { return In(L" (Liste geändert)", L" (list changed)"); }
+    [[nodiscard]] static std::wstring FolderView() { return expected::kFolderView.Current(); }
+    [[nodiscard]] static std::wstring MapView() { return expected::kMapView.Current(); }
+    [[nodiscard]] static std::wstring Changed() { return expected::kListChanged.Current(); }
 
-    // Message boxes
-    [[nodiscard]] static std::wstring InputFolderMissing()
-    {
-        return In(
-            L"Norm-Input-Verzeichnis nicht vorhanden!\n\nNormteil-Verzeichnis und -Dateien müssen manuell "
-            L"gewählt werden.",
-            L"Norm-Input-Directory not available!\n\nStandard part directory and files have to be selected "
-            L"manually.");
-    }
-    [[nodiscard]] static std::wstring ChangeQuestion()
-    {
-        return In(
-            L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle "
-            L"Normteillisteneinträge im Fenster verworfen. [question]",
-            L"Do you really want to change the standard part folder?\n\nIf YES, then all standard part "
-            L"entries are removed from list. [question]");
-    }
+    // Message boxes as TakeBoxes returns them
+    [[nodiscard]] static std::wstring Question(const std::wstring& text) { return text + L" [question]"; }
+    [[nodiscard]] static std::wstring ChangeQuestion() { return Question(expected::kChangeFolder.Current()); }
     [[nodiscard]] static std::wstring OtherFolderQuestion()
     {
-        return In(
-            L"Soll das Quellverzeichnis wirklich geändert werden?\n\nWenn JA, dann werden alle bisherigen "
-            L"Normteillisteneinträge im Fenster verworfen\nund die neu ausgewählten eingefügt. [question]",
-            L"Do you really want to change the standard part folder?\n\nIf YES, then all previous "
-            L"selected standard part entries are removed from list\nand the new selections are inserted. "
-            L"[question]");
+        return Question(expected::kAddFromOtherFolder.Current());
     }
-    [[nodiscard]] static std::wstring NoSuchFolder()
-    {
-        return In(L"Das Quellverzeichnis existiert nicht!\nBitte Eingabe korrigieren.",
-                  L"The source directory does not exist!\nPlease check input.");
-    }
-    [[nodiscard]] std::wstring NoMapFile() const
-    {
-        return In(L"Map-Datei '", L"Map-File '") + m_mapFile + In(L"' nicht vorhanden.", L"' not available.");
-    }
-    [[nodiscard]] static std::wstring RemoveAllQuestion()
-    {
-        return In(L"Wirklich alle Einträge löschen? [question]",
-                  L"Do you really want to remove all list entries? [question]");
-    }
+    [[nodiscard]] static std::wstring RemoveAllQuestion() { return Question(expected::kRemoveAll.Current()); }
     [[nodiscard]] static std::wstring OverwriteQuestion(const std::wstring& mappedFolder)
     {
-        return In(L"Die Map-Datei 'PartsMap.txt' existiert bereits in '",
-                  L"The Map-File 'PartsMap.txt' already exists in '") +
-               mappedFolder +
-               In(L"'.\n\nSoll die Datei überschrieben werden? [question]",
-                  L"'.\n\nDo you want to overwrite this file? [question]");
+        return Question(expected::OverwriteMap(mappedFolder));
     }
-    [[nodiscard]] static std::wstring AddTitle()
-    {
-        return In(L"Normteile hinzufügen...", L"Add standart parts...");
-    }
-    [[nodiscard]] static std::wstring Finished()
-    {
-        return In(L"Umsetzungen erfolgreich beendet. [type 64]",
-                  L"Conversion successfully finished. [type 64]");
-    }
+    [[nodiscard]] static std::wstring NoSuchFolder() { return expected::kNoSuchFolder.Current(); }
+    [[nodiscard]] static std::wstring Finished() { return expected::kFinished.Current() + L" [type 64]"; }
 
-    const CLanguageScope m_language{GetParam().flag};
-    const CResourceScope m_resources{GetParam().resources};
-    const CProductSettingsScope m_machine{HKEY_LOCAL_MACHINE};
-    const CProductSettingsScope m_user{HKEY_CURRENT_USER};
+    CZelmarRegistry m_registry;
     const CTempFolder m_folder;
     const CWorkingFolderScope m_workingFolder{std::filesystem::current_path()};  // the file dialog changes it
     const std::wstring m_parts = m_folder / L"parts";
@@ -535,7 +379,7 @@ protected:
     CWorked<CTalvenorDlg>* m_dialog = nullptr;
     int m_answer = IDOK;
     std::function<void()> m_onBox;  // what happens while a box is open
-    CFakeUser m_answers{[this] {
+    CMessageRecorder m_answers{[this] {
         if (m_onBox) {
             m_onBox();
         }
@@ -543,20 +387,13 @@ protected:
     }};
 };
 
-INSTANTIATE_TEST_SUITE_P(Languages, TalvenorDlgTest,
-                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
-                         testing::PrintToStringParamName());
+IN_BOTH_LANGUAGES(TalvenorDlgTest);
 
 // Start and view
 
 TEST_P(TalvenorDlgTest, TheColumnsHaveTheirHeaders)
 {
     Run([this] {
-        const Texts headers{
-            In(L"Original Normteil-Dateien", L"Original Standard-Part-Files"),
-            In(L"Umbenannt nach...", L"Renamed to..."),
-            In(L"Benennung d. Stücklisteneintrags", L"BOM names"),
-        };
         EXPECT_EQ(Header_GetItemCount(ListView_GetHeader(Item(IDC_LIST))), 3);
         for (int column = 0; column < 3; ++column) {
             std::array<wchar_t, 100> text{};
@@ -565,14 +402,14 @@ TEST_P(TalvenorDlgTest, TheColumnsHaveTheirHeaders)
             request.pszText = text.data();
             request.cchTextMax = static_cast<int>(text.size());
             ASSERT_TRUE(ListView_GetColumn(Item(IDC_LIST), column, &request));
-            EXPECT_EQ(text.data(), headers[static_cast<std::size_t>(column)]);
+            EXPECT_EQ(text.data(), expected::kHeaders[column].Current());
             EXPECT_EQ(request.cx, MulDiv(175, static_cast<int>(GetDpiForWindow(Item(IDC_LIST))), 96));
             EXPECT_EQ(request.fmt & LVCFMT_JUSTIFYMASK, LVCFMT_LEFT);
         }
     });
 }
 
-// Wine does not scale the dialog itself; what the program adds to that is seen here.
+// Tests what the program itself scales: Wine does not scale the dialog.
 TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
 {
     struct Scaling
@@ -614,7 +451,7 @@ TEST_P(TalvenorDlgTest, StartsWithTheFoldersPartsWhereThereIsNoMapFile)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-TEST_P(TalvenorDlgTest, AnEmptyFolderIsNamedAsItsPathsAreComposedAndNothingIsDoneThere)
+TEST_P(TalvenorDlgTest, AnEmptyFolderIsShownWithItsPathsAndNothingIsAccessed)
 {
     SetPartsFolder(L"");
     const CNetworkWatch network;
@@ -624,16 +461,12 @@ TEST_P(TalvenorDlgTest, AnEmptyFolderIsNamedAsItsPathsAreComposedAndNothingIsDon
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
         EXPECT_EQ(TakeBoxes(), Texts{});
         Command(IDC_SHOW_MAP);
-        EXPECT_EQ(TakeBoxes(),
-                  (Texts{NoSuchFolder(), In(L"Map-Datei '\\\\Mapped\\PartsMap.txt' nicht vorhanden.",
-                                            L"Map-File '\\\\Mapped\\PartsMap.txt' not available.")}));
+        EXPECT_EQ(TakeBoxes(), (Texts{NoSuchFolder(), expected::MapMissing(L"\\\\Mapped\\PartsMap.txt")}));
     });
     Run([this] {
         List().AddFiles({L"N_ISO_1_a.sldprt"});
         Command(IDC_START);
-        EXPECT_EQ(TakeBoxes(),
-                  (Texts{NoSuchFolder(), In(L"Verzeichnis '\\\\Mapped' kann nicht angelegt werden.",
-                                            L"Cannot create directory '\\\\Mapped'.")}));
+        EXPECT_EQ(TakeBoxes(), (Texts{NoSuchFolder(), expected::NoFolder(L"\\\\Mapped")}));
         EXPECT_EQ(List().CountPendingRows(), List().GetItemCount());
         EXPECT_TRUE(m_dialog->IsWindowEnabled());
     });
@@ -654,8 +487,8 @@ TEST_P(TalvenorDlgTest, StartsWithTheMapFileWhereThereIsOne)
 TEST_P(TalvenorDlgTest, MissingTemplatesGetTheirDefaultsAtTheStartOfTheMapView)
 {
     WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
-    m_user.Remove(kTemplateKey, L"Template Text Column 1");
-    m_user.Remove(kTemplateKey, L"Template Text Column 2");
+    m_registry.RemoveTemplate(1);
+    m_registry.RemoveTemplate(2);
     Run([this] {
         EXPECT_EQ(Rows(), Texts{L"a.sldprt > 1.sldprt > one"});
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
@@ -680,7 +513,7 @@ TEST_P(TalvenorDlgTest, AChangeIsMarkedOnceAndForgottenWithTheNextView)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-TEST_P(TalvenorDlgTest, TheDragIconIsTheWindowsOwn)
+TEST_P(TalvenorDlgTest, TheDragIconIsTheWindowsIcon)
 {
     Run([this] {
         const LRESULT icon = m_dialog->SendMessage(WM_QUERYDRAGICON);
@@ -695,7 +528,7 @@ TEST_P(TalvenorDlgTest, TheSystemMenuLeadsToTheAboutBox)
         std::array<wchar_t, 100> item{};
         GetMenuStringW(GetSystemMenu(m_dialog->m_hWnd, FALSE), IDM_ABOUT, item.data(),
                        static_cast<int>(item.size()), MF_BYCOMMAND);
-        EXPECT_EQ(item.data(), In(L"&Über Talvenor...", L"&About Talvenor..."));
+        EXPECT_EQ(item.data(), expected::kAboutCommand.Current());
         std::wstring title;
         const CDialogUser user([&](HWND dialog) {
             title = CWnd::TextOf(dialog);
@@ -704,13 +537,13 @@ TEST_P(TalvenorDlgTest, TheSystemMenuLeadsToTheAboutBox)
         });
         // The low four bits belong to the system.
         m_dialog->SendMessage(WM_SYSCOMMAND, IDM_ABOUT + 3);
-        EXPECT_EQ(title, In(L"Über Talvenor", L"About Talvenor"));
+        EXPECT_EQ(title, expected::kAbout.Current());
         EXPECT_EQ(user.m_opened, 1);
         EXPECT_TRUE(m_dialog->IsWindowEnabled());
     });
 }
 
-// The source folder as it is typed
+// The source folder, typed
 
 TEST_P(TalvenorDlgTest, AFolderThatDoesNotExistIsReportedAndCorrectedInPlace)
 {
@@ -735,16 +568,16 @@ TEST_P(TalvenorDlgTest, AFolderThatDoesNotExistIsReportedAndCorrectedInPlace)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-TEST_P(TalvenorDlgTest, NoButtonWorksOnTheOldFolderWhileTheFieldShowsARefusedOne)
+TEST_P(TalvenorDlgTest, NoButtonWorksWhileTheFieldShowsARefusedFolder)
 {
     AddThreeParts();
     Run([this] {
         TypeFolder(m_folder / L"no such folder");
         EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
-        Command(IDC_SELECT_ALL);  // the focus is back in the field: the letter of a button was pressed there
+        Command(IDC_SELECT_ALL);  // the focus is in the field, where the button's letter was pressed
         EXPECT_EQ(TakeBoxes(), Texts{}) << "the user was told already";
         EXPECT_EQ(SelectedCount(), 0);
-        SetFocus(Item(IDCANCEL));  // leaves the field without a word
+        SetFocus(Item(IDCANCEL));  // reports nothing
         Command(IDC_SELECT_ALL);
         EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
         EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
@@ -756,7 +589,7 @@ TEST_P(TalvenorDlgTest, NoButtonWorksOnTheOldFolderWhileTheFieldShowsARefusedOne
     });
 }
 
-// As by a program that fills the field in: nobody leaves the field in between.
+// A program may fill in the field without moving the focus.
 TEST_P(TalvenorDlgTest, ACorrectedFolderLetsTheNextCommandThrough)
 {
     AddThreeParts();
@@ -782,8 +615,7 @@ TEST_P(TalvenorDlgTest, ACorrectedFolderLetsTheNextCommandThrough)
     });
 }
 
-// What comes up is noted. A message takes the release of the button for which the list waits; the list then
-// sees the mouse go elsewhere.
+// The message box takes the button's release that the list waits for; moving the mouse ends that wait.
 TEST_P(TalvenorDlgTest, AClickOnTheScrollBarReportsARefusedFolderOnce)
 {
     AddThreeParts();
@@ -877,7 +709,7 @@ TEST_P(TalvenorDlgTest, AnEditEndsWhenTheWindowIsResizedOrLeft)
     });
 }
 
-TEST_P(TalvenorDlgTest, TheSameFolderInOtherLettersIsNoChange)
+TEST_P(TalvenorDlgTest, TheSameFolderInAnotherCaseIsNoChange)
 {
     AddThreeParts();
     Run([this] {
@@ -890,7 +722,7 @@ TEST_P(TalvenorDlgTest, TheSameFolderInOtherLettersIsNoChange)
     });
 }
 
-TEST_P(TalvenorDlgTest, ANoToTheChangeOfTheFolderBringsTheOldOneBack)
+TEST_P(TalvenorDlgTest, NoToTheChangeOfTheFolderRestoresTheOldOne)
 {
     AddThreeParts();
     m_answer = IDNO;
@@ -903,7 +735,7 @@ TEST_P(TalvenorDlgTest, ANoToTheChangeOfTheFolderBringsTheOldOneBack)
     });
 }
 
-TEST_P(TalvenorDlgTest, AYesToTheChangeOfTheFolderLoadsTheNewOne)
+TEST_P(TalvenorDlgTest, YesToTheChangeOfTheFolderLoadsTheNewOne)
 {
     AddThreeParts();
     m_answer = IDYES;
@@ -919,7 +751,7 @@ TEST_P(TalvenorDlgTest, AYesToTheChangeOfTheFolderLoadsTheNewOne)
     });
 }
 
-TEST_P(TalvenorDlgTest, AFileIsTakenAsTheFolderAndNothingIsLoaded)
+TEST_P(TalvenorDlgTest, AFileIsAcceptedAsTheFolderAndNothingIsLoaded)
 {
     WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
     AddThreeParts();
@@ -935,7 +767,7 @@ TEST_P(TalvenorDlgTest, AFileIsTakenAsTheFolderAndNothingIsLoaded)
     });
 }
 
-// The source folder as it is picked
+// The source folder, picked
 
 class FolderPickerTest : public TalvenorDlgTest
 {
@@ -944,8 +776,7 @@ protected:
     void Browse(const std::wstring& folder) const
     {
         const CDialogUser user([&](HWND dialog) {
-            EXPECT_TRUE(Shows(
-                dialog, In(L"Quellordner der Normteile auswählen:", L"Select the standard part folder:")));
+            EXPECT_TRUE(Shows(dialog, expected::kPickFolder.Current()));
             return PickFolder(dialog, folder);
         });
         Press(IDC_BROWSE);
@@ -953,11 +784,9 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Languages, FolderPickerTest,
-                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
-                         testing::PrintToStringParamName());
+IN_BOTH_LANGUAGES(FolderPickerTest);
 
-// Whether the system's folder picker shows a field to type into when it is asked for one.
+// Whether the system's folder picker supports a text field.
 bool PickersMayHaveAField()
 {
     bool hasField = false;
@@ -1063,16 +892,15 @@ protected:
     void Add(const std::wstring& names) const
     {
         const CDialogUser user([&](HWND dialog) {
-            EXPECT_EQ(CWnd::TextOf(dialog), AddTitle());
-            EXPECT_TRUE(
-                Shows(dialog, In(L"SW-Dateien (*.sldprt;*.sldasm)", L"SW Files (*.sldprt;*.sldasm)")));
+            EXPECT_EQ(CWnd::TextOf(dialog), expected::kAddParts.Current());
+            EXPECT_TRUE(Shows(dialog, expected::kPartFiles.Current()));
             return PickFiles(dialog, names);
         });
         Press(IDC_ADD);
         EXPECT_EQ(user.m_opened, 1);
     }
 
-    // Types the path of a file that cannot be had: the system says so and asks on.
+    // Types the path of a missing file. The system's dialog reports that and stays open.
     void ExpectRefused(const std::wstring& path) const
     {
         Texts titles;
@@ -1086,9 +914,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Languages, FileDialogTest,
-                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
-                         testing::PrintToStringParamName());
+IN_BOTH_LANGUAGES(FileDialogTest);
 
 TEST_P(FileDialogTest, FilesOfTheSameFolderAreAddedAsAChange)
 {
@@ -1134,13 +960,8 @@ TEST_P(FileDialogTest, FilesOfAnotherFolderNeedItsMappedFolder)
         const std::wstring other = MakeOtherFolder();
         WriteBytes(other + L"\\Mapped", "a file");
         Add(other + L"\\N_ISO_9_y.sldprt");
-        EXPECT_EQ(
-            TakeBoxes(),
-            (Texts{OtherFolderQuestion(),
-                   In(L"Verzeichnis '", L"Cannot create directory '") + other + L"\\Mapped" +
-                       In(L"' kann nicht angelegt werden.\nEs existiert bereits eine Datei mit dem gleichen "
-                          L"Namen.",
-                          L"'.\nA file with the same name exists.")}));
+        EXPECT_EQ(TakeBoxes(),
+                  (Texts{OtherFolderQuestion(), expected::NoFolderAsFileThere(other + L"\\Mapped")}));
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
     });
@@ -1170,13 +991,13 @@ TEST_P(FileDialogTest, AMissingFileIsRefused)
 
 // The end of the window
 
-// Stands where the system looks for the viewer of old help files, and counts the requests to quit.
+// The window to which the system sends requests for the viewer of old help files.
 class CHelpViewer : public CPlainWindow
 {
 public:
     CHelpViewer() : CPlainWindow(nullptr, WS_OVERLAPPEDWINDOW, L"MS_WINHELP") {}
 
-    std::vector<std::pair<HWND, int>> m_requests;  // by whom, and the command
+    std::vector<std::pair<HWND, int>> m_requests;  // sender and command
 
 protected:
     LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
@@ -1192,7 +1013,7 @@ protected:
     }
 };
 
-TEST_P(TalvenorDlgTest, TheHelpViewerIsToldToQuit)
+TEST_P(TalvenorDlgTest, TheHelpViewerGetsARequestToQuit)
 {
     if (!UnderWine()) {
         GTEST_SKIP() << "skipped: how this system tells its help viewer is known of Wine only";
@@ -1213,7 +1034,7 @@ TEST_P(TalvenorDlgTest, TheMapFileIsShownOrReportedMissing)
     AddThreeParts();
     Run([this] {
         Press(IDC_SHOW_MAP);
-        EXPECT_EQ(TakeBoxes(), Texts{NoMapFile()});
+        EXPECT_EQ(TakeBoxes(), Texts{expected::MapMissing(m_mapFile)});
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
         EXPECT_EQ(GetFocus(), Item(IDC_LIST));
@@ -1230,14 +1051,10 @@ TEST_P(TalvenorDlgTest, AMapFileThatCannotBeReadIsReportedTwice)
     AddThreeParts();
     Run([this] {
         WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
-        const UniqueHandle other(
-            ValidHandle(CreateFileW(m_mapFile.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
-        ASSERT_TRUE(other);
+        const UniqueHandle lock = LockFile(m_mapFile);
         Press(IDC_SHOW_MAP);
-        // The reader speaks German whatever the language.
-        EXPECT_EQ(TakeBoxes(),
-                  (Texts{L"FEHLER: Datei '" + m_mapFile + L"' kann nicht zum Lesen geöffnet werden!",
-                         NoMapFile()}));
+        // The reader's language is always German.
+        EXPECT_EQ(TakeBoxes(), (Texts{expected::MapNotRead(m_mapFile), expected::MapMissing(m_mapFile)}));
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
     });
@@ -1344,7 +1161,7 @@ TEST_P(TalvenorDlgTest, ATemplateIsAppliedToTheSelectedRows)
 
 // Enter
 
-TEST_P(TalvenorDlgTest, EnterPressesTheButtonThatWasClickedAndElsewhereTheDefaultOne)
+TEST_P(TalvenorDlgTest, EnterPressesTheClickedButtonOrElseTheDefaultOne)
 {
     WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
     m_answer = IDNO;
@@ -1361,7 +1178,7 @@ TEST_P(TalvenorDlgTest, EnterPressesTheButtonThatWasClickedAndElsewhereTheDefaul
         EXPECT_EQ(DefaultButton(), IDC_START);
         PressEnter();
         EXPECT_EQ(TakeBoxes(), overwrite);
-        // A program, a screen reader for instance, gives the focus to a button past the dialog manager.
+        // Screen readers set the focus without the dialog manager.
         SetFocus(Item(IDC_REMOVE_ALL));
         PressEnter();
         EXPECT_EQ(TakeBoxes(), removeAll);
@@ -1379,7 +1196,7 @@ TEST_P(TalvenorDlgTest, EnterPressesTheButtonThatWasClickedAndElsewhereTheDefaul
     });
 }
 
-TEST_P(TalvenorDlgTest, ACommandThatGoesToTheListTakesTheDefaultButtonAlong)
+TEST_P(TalvenorDlgTest, ACommandThatFocusesTheListRestoresTheDefaultButton)
 {
     WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
     m_answer = IDNO;
@@ -1398,8 +1215,8 @@ TEST_P(TalvenorDlgTest, ACommandThatGoesToTheListTakesTheDefaultButtonAlong)
 TEST_P(TalvenorDlgTest, OnlyTheTwoGeneratedColumnsHaveATemplateToApply)
 {
     WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
-    for (const wchar_t* const column : {L"-1", L"0", L"3"}) {
-        m_user.Set(kTemplateKey, std::wstring(L"Template Text Column ") + column, L"%4");
+    for (const int column : {-1, 0, 3}) {
+        m_registry.SetTemplate(column, L"%4");
     }
     Run([this] {
         Select({0});
@@ -1413,10 +1230,10 @@ TEST_P(TalvenorDlgTest, OnlyTheTwoGeneratedColumnsHaveATemplateToApply)
     });
 }
 
-TEST_P(TalvenorDlgTest, AMessageAboutALaterRowComesOverTheRowsThatAreDone)
+TEST_P(TalvenorDlgTest, DuringAMessageAboutALaterRowTheEarlierOnesAreDone)
 {
     WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\nN_ISO_2_b.sldprt ; 2.sldprt ; two\r\n");
-    m_user.Set(kTemplateKey, L"Template Text Column 1", L"fest.%6");
+    m_registry.SetTemplate(1, L"fest.%6");
     Run([this] {
         Select({0, 1});
         CDialogUser user([this](HWND box) {
@@ -1426,11 +1243,9 @@ TEST_P(TalvenorDlgTest, AMessageAboutALaterRowComesOverTheRowsThatAreDone)
             PostMessageW(box, WM_COMMAND, IDOK, 0);
             return true;
         });
-        const MessageListener before =
-            SetMessageListener([](const MessageRequest&) { return std::optional<int>(); });
+        const CListenerScope shown([](const MessageRequest&) { return std::optional<int>(); });
         m_dialog->PostMessage(WM_APPLYTEMPLATE, 1);
         DrainMessages();
-        SetMessageListener(before);
         EXPECT_EQ(user.m_opened, 1);
     });
 }
@@ -1495,7 +1310,7 @@ TEST_P(TalvenorDlgTest, TheOverwriteQuestionIsNormalisedAsAWhole)
         Press(IDC_START);
         EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
     });
-    // Two backslashes that do not stand at the start of the sentence become one, those of a network path too.
+    // Two backslashes become one unless they begin the sentence, also those of a network path.
     SetPartsFolder(L"\\\\?\\" + m_parts);
     Run([this] {
         EXPECT_EQ(Rows(), Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one"});
@@ -1510,12 +1325,7 @@ TEST_P(TalvenorDlgTest, WithoutTheMappedFolderNoRunStarts)
     WriteBytes(m_parts + L"\\Mapped", "a file");
     Run([this] {
         Press(IDC_START);
-        EXPECT_EQ(
-            TakeBoxes(),
-            Texts{
-                In(L"Verzeichnis '", L"Cannot create directory '") + m_parts + L"\\Mapped" +
-                In(L"' kann nicht angelegt werden.\nEs existiert bereits eine Datei mit dem gleichen Namen.",
-                   L"'.\nA file with the same name exists.")});
+        EXPECT_EQ(TakeBoxes(), Texts{expected::NoFolderAsFileThere(m_parts + L"\\Mapped")});
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_TRUE(m_dialog->IsWindowEnabled());
     });
@@ -1541,11 +1351,11 @@ protected:
         }
         m_progIdKey = std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), kCad + L"30",
                                                          kCad + L"30\\CLSID", TextOfClass(m_classId));
-        m_application.On(kDateCode, AnswerLong(2022100));
+        m_application.On(kGetDateCode, AnswerLong(2022100));
         AddThreeParts();
     }
 
-    // Whether the name leads to a class with an entry of its own; what a crashed test left has none.
+    // Whether the name leads to a class that has an entry; one left by a crashed test has none.
     static bool IsInstalled(const std::wstring& progId)
     {
         CLSID classId{};
@@ -1559,7 +1369,7 @@ protected:
         return true;
     }
 
-    // Tries all that a user or another program can send the dialog.
+    // Sends everything that a user or another program can send to the dialog.
     void TryEverything()
     {
         m_dialog->SetDlgItemText(IDC_SOURCE_DIR, L"Q:\\no such folder");
@@ -1578,7 +1388,7 @@ protected:
 
     void ExpectNothingHappens()
     {
-        // What is sent below starts a run within the run when the rule is broken.
+        // If the dialog accepted commands, those below would start a run within the run.
         if (std::exchange(m_trying, true)) {
             return;
         }
@@ -1599,7 +1409,7 @@ protected:
     {
         SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
     }
-    // A key as it comes from the keyboard, to whatever has the focus when it is taken from the queue.
+    // Keyboard input goes to the window that has the focus when it leaves the queue.
     static void TypeEnter()
     {
         INPUT down{};
@@ -1609,7 +1419,7 @@ protected:
         up.ki.dwFlags = KEYEVENTF_KEYUP;
         Send({down, up});
     }
-    // The same of the mouse.
+    // The same with the mouse.
     static void ClickOn(HWND control)
     {
         RECT place{};
@@ -1623,7 +1433,7 @@ protected:
         up.mi.dwFlags = MOUSEEVENTF_LEFTUP;
         Send({down, up});
     }
-    // Both do something now, with a map file there and every question answered by no.
+    // Enter and a click have an effect: there is a map file, and every question is answered with No.
     void ExpectInputArrives()
     {
         TypeEnter();
@@ -1632,10 +1442,6 @@ protected:
         ClickOn(Item(IDC_REMOVE_ALL));
         DrainMessages();
         EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
-    }
-    [[nodiscard]] static std::wstring TooOld()
-    {
-        return In(L"SOLIDWORKS 99/250 muss mindestens installiert sein.", L"SOLIDWORKS 99/250 is required.");
     }
 
     const std::wstring kCad = L"SldWorks.Application.";
@@ -1650,14 +1456,12 @@ private:
     std::unique_ptr<CScratchClassKey> m_progIdKey;
 };
 
-INSTANTIATE_TEST_SUITE_P(Languages, BusyDialogTest,
-                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
-                         testing::PrintToStringParamName());
+IN_BOTH_LANGUAGES(BusyDialogTest);
 
 TEST_P(BusyDialogTest, NoCommandStartsDuringARun)
 {
     m_application.On(kOpenDocument, [this](FakeCall& call) {
-        m_user.Set(kTemplateKey, L"Template Text Column 1", L"other %4");
+        m_registry.SetTemplate(1, L"other %4");
         EXPECT_FALSE(m_dialog->IsWindowEnabled());
         ExpectNothingHappens();
         return AnswerObject(nullptr)(call);
@@ -1684,10 +1488,10 @@ TEST_P(BusyDialogTest, NoCommandStartsDuringARun)
     EXPECT_EQ(m_tries, 4);
 }
 
-// A run that ends early lets the window go before the CAD system has ended.
+// A run that ends early enables the main window before the CAD system has ended.
 TEST_P(BusyDialogTest, NoCommandStartsWhileACadSystemThatIsTooOldEnds)
 {
-    m_application.On(kDateCode, AnswerLong(1999249));
+    m_application.On(kGetDateCode, AnswerLong(1999249));
     m_application.On(kExit, [this](FakeCall&) {
         EXPECT_TRUE(m_dialog->IsWindowEnabled());
         EXPECT_EQ(FindProgress(), nullptr);
@@ -1698,22 +1502,22 @@ TEST_P(BusyDialogTest, NoCommandStartsWhileACadSystemThatIsTooOldEnds)
     Run([this] {
         Select({0, 1, 2});
         Press(IDC_START);
-        EXPECT_EQ(TakeBoxes(), Texts{TooOld()});
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kCadTooOld.Current()});
         m_dialog->SetDlgItemText(IDC_SOURCE_DIR, m_parts);
     });
     EXPECT_EQ(m_tries, 1);
 }
 
-TEST_P(BusyDialogTest, WhatIsTypedAndClickedWhileTheCadSystemEndsIsThrownAway)
+TEST_P(BusyDialogTest, InputWhileTheCadSystemEndsIsDiscarded)
 {
     m_application.On(kOpenDocument, AnswerObject(nullptr));
     m_application.On(kExit, [this](FakeCall&) {
-        if (m_class.m_created == 1) {  // a run that this starts would otherwise start the next one
+        if (m_class.m_created == 1) {  // otherwise each run would start the next
             TypeEnter();
             ClickOn(Item(IDC_REMOVE_ALL));
             List().PostMessage(WM_KEYDOWN, VK_RETURN, 1);
         }
-        SetFocus(nullptr);  // as a system may that disables the window
+        SetFocus(nullptr);  // Windows may do this when it disables a window
         return S_OK;
     });
     m_answer = IDNO;
@@ -1729,9 +1533,9 @@ TEST_P(BusyDialogTest, WhatIsTypedAndClickedWhileTheCadSystemEndsIsThrownAway)
     });
 }
 
-TEST_P(BusyDialogTest, WhatIsTypedDuringARunThatEndsEarlyIsThrownAway)
+TEST_P(BusyDialogTest, InputDuringARunThatEndsEarlyIsDiscarded)
 {
-    m_application.On(kDateCode, [this](FakeCall& call) {
+    m_application.On(kGetDateCode, [this](FakeCall& call) {
         if (m_class.m_created == 1) {
             TypeEnter();
         }
@@ -1742,18 +1546,18 @@ TEST_P(BusyDialogTest, WhatIsTypedDuringARunThatEndsEarlyIsThrownAway)
         Press(IDC_START);
         EXPECT_EQ(GetFocus(), Item(IDC_LIST));
         DrainMessages();
-        EXPECT_EQ(TakeBoxes(), Texts{TooOld()});
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kCadTooOld.Current()});
         EXPECT_EQ(m_class.m_created, 1);
         WriteMapFile("");
         ExpectInputArrives();
     });
 }
 
-// What is shown behind a cancelled run.
+// The view after a cancelled run.
 class CancelledRunTest : public BusyDialogTest
 {
 protected:
-    // Cancels a run in its first part and does something while the message about that is open.
+    // Cancels a run in its first part. Calls the function while the message about that is open.
     void RunAndCancel(const std::function<void()>& whileToldSo)
     {
         m_application.On(kOpenDocument, [](FakeCall& call) {
@@ -1768,16 +1572,10 @@ protected:
         Press(IDC_START);
         m_onBox = nullptr;
     }
-    static std::wstring Cancelled()
-    {
-        return In(L"Abbruch durch Benutzer!\n\nEs wurden nicht alle Dateien kopiert.",
-                  L"Canceled by user!\n\nNot all files are copied.");
-    }
+    static std::wstring Cancelled() { return expected::kCancelled.Current(); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Languages, CancelledRunTest,
-                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
-                         testing::PrintToStringParamName());
+IN_BOTH_LANGUAGES(CancelledRunTest);
 
 TEST_P(CancelledRunTest, ShowsTheMapFile)
 {
@@ -1792,15 +1590,10 @@ TEST_P(CancelledRunTest, ShowsTheMapFile)
 TEST_P(CancelledRunTest, ShowsAnEmptyMapFileWhenItCannotBeRead)
 {
     Run([this] {
-        UniqueHandle other;
-        RunAndCancel([&] {
-            other = UniqueHandle(ValidHandle(
-                CreateFileW(m_mapFile.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
-            EXPECT_TRUE(other);
-        });
-        // The reader speaks German whatever the language.
-        EXPECT_EQ(TakeBoxes(), (Texts{Cancelled(), L"FEHLER: Datei '" + m_mapFile +
-                                                       L"' kann nicht zum Lesen geöffnet werden!"}));
+        UniqueHandle lock;
+        RunAndCancel([&] { lock = LockFile(m_mapFile); });
+        // The reader's language is always German.
+        EXPECT_EQ(TakeBoxes(), (Texts{Cancelled(), expected::MapNotRead(m_mapFile)}));
         EXPECT_EQ(Rows(), Texts{});
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
     });
@@ -1816,12 +1609,12 @@ TEST_P(CancelledRunTest, ShowsTheFolderWhenTheMapFileIsGone)
     });
 }
 
-// The first paint. It comes once in a process: each test of it takes a process of its own.
+// The first paint happens once per process, so each of these tests starts a process.
 
 class FirstPaintTest : public TalvenorDlgTest
 {
 protected:
-    // Runs the test at hand again in a process of its own, unless this is that process already. True there.
+    // Runs the current test in a new process. Returns true in that process.
     [[nodiscard]] static bool IsInOwnProcess()
     {
         if (std::getenv(kInOwnProcess) != nullptr) {
@@ -1861,24 +1654,22 @@ private:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Languages, FirstPaintTest,
-                         testing::Values(Edition{1, kGermanLibrary}, Edition{0, kEnglishLibrary}),
-                         testing::PrintToStringParamName());
+IN_BOTH_LANGUAGES(FirstPaintTest);
 
 TEST_P(FirstPaintTest, ReportsAMissingInputFolderAndAsksForFilesOnce)
 {
     if (!IsInOwnProcess()) {
         return;
     }
-    m_machine.Remove(kLibraryKey, L"parts");
+    m_registry.RemovePartsFolder();
     std::wstring title;
     const CDialogUser user([&](HWND dialog) {
         title = CWnd::TextOf(dialog);
-        EXPECT_EQ(TakeBoxes(), Texts{InputFolderMissing()});
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kNoPartsFolder.Current()});
         return Cancel(dialog);
     });
     const auto expectFallback = [&] {
-        EXPECT_EQ(title, AddTitle());
+        EXPECT_EQ(title, expected::kAddParts.Current());
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"c:\\");
         EXPECT_EQ(TextOf(IDC_MAPPED_DIR), L"c:\\Mapped");
         RedrawWindow(m_dialog->m_hWnd, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
@@ -1896,13 +1687,13 @@ TEST_P(FirstPaintTest, LoadsTheWholeFolderOfTheFilesThatAreChosen)
     if (!IsInOwnProcess()) {
         return;
     }
-    m_machine.Remove(kLibraryKey, L"parts");
+    m_registry.RemovePartsFolder();
     m_answer = IDYES;
     AddThreeParts();
     const CDialogUser user([&](HWND dialog) { return PickFiles(dialog, m_parts + L"\\N_ISO_2_b.sldprt"); });
     Run([&] {
         EXPECT_EQ(user.m_opened, 1);
-        EXPECT_EQ(TakeBoxes(), (Texts{InputFolderMissing(), OtherFolderQuestion()}));
+        EXPECT_EQ(TakeBoxes(), (Texts{expected::kNoPartsFolder.Current(), OtherFolderQuestion()}));
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
         EXPECT_EQ(TextOf(IDC_MAPPED_DIR), m_parts + L"\\Mapped");
@@ -1917,7 +1708,7 @@ TEST_P(FirstPaintTest, IsSilentWhereTheInputFolderIsSet)
     const CDialogUser user(&Cancel);
     Run([] {});
     // Only the first paint of the process looks.
-    m_machine.Remove(kLibraryKey, L"parts");
+    m_registry.RemovePartsFolder();
     Run([this] { EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"c:\\"); });
     EXPECT_EQ(user.m_opened, 0);
     EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "asked when the button that closes takes the focus";

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Notes which of the messages that a test posts reach the window.
+// Records which posted messages reach the window.
 class CNotingWindow : public CPlainWindow
 {
 public:

@@ -19,7 +19,7 @@ constexpr UINT kFail = WM_APP + 2;
 constexpr int kButton = 501;
 constexpr int kOther = 502;
 
-// A window with a small table, whose handlers do what the test says and are noted.
+// A window with a small message map, which logs its handlers.
 class CTableWindow : public CWnd
 {
 public:
@@ -73,7 +73,7 @@ private:
     void OnKillFocus() { m_log.push_back("kill focus"); }
 };
 
-// The same, with a top-level window of its own.
+// The same with a top-level window.
 class CTopTableWindow : public CTableWindow
 {
 public:
@@ -130,7 +130,7 @@ TEST(Wnd, TheDestructorLetsTheWindowLive)
     EXPECT_EQ(SendMessageW(control, kAsk, 2, 3), 0);
 }
 
-TEST(Wnd, DestroyWindowUnbindsAndTellsTheObjectLast)
+TEST(Wnd, DestroyWindowUnbindsAndNotifiesTheObjectLast)
 {
     const CPlainWindow plain;
     const HWND control = plain.AddControl(L"EDIT", kButton);
@@ -145,7 +145,7 @@ TEST(Wnd, DestroyWindowUnbindsAndTellsTheObjectLast)
     EXPECT_FALSE(window.DestroyWindow());
 }
 
-TEST(Wnd, AWindowThatGoesWithItsParentIsUnboundToo)
+TEST(Wnd, AWindowDestroyedWithItsParentIsUnbound)
 {
     CPlainWindow plain;
     CTableWindow window;
@@ -178,13 +178,13 @@ private:
     int& m_alive;
 };
 
-TEST(Wnd, AnObjectMayDieInItsOwnHandler)
+TEST(Wnd, AnObjectMayDeleteItselfInAHandler)
 {
     const CPlainWindow plain;
     int alive = 0;
     for (int round = 0; round < 3; ++round) {
         const HWND control = plain.AddControl(L"EDIT", kButton);
-        auto* const window = new CSelfOwned(alive);  // deletes itself when its window goes
+        auto* const window = new CSelfOwned(alive);  // deletes itself with its window
         ASSERT_TRUE(window->SubclassWindow(control));
         EXPECT_EQ(alive, 1);
         EXPECT_EQ(SendMessageW(control, kAsk, 0, 0), 33);
@@ -194,7 +194,7 @@ TEST(Wnd, AnObjectMayDieInItsOwnHandler)
     }
 }
 
-TEST(Wnd, MessagesWithoutARowGoToTheWindowsOwnClass)
+TEST(Wnd, UnmappedMessagesReachTheWindowsClass)
 {
     const CPlainWindow plain;
     CTableWindow window;
@@ -204,7 +204,7 @@ TEST(Wnd, MessagesWithoutARowGoToTheWindowsOwnClass)
     EXPECT_TRUE(window.m_log.empty());
 }
 
-TEST(Wnd, DefaultMeansTheMessageInHandWhateverCameBetween)
+TEST(Wnd, DefaultHandlesTheCurrentMessageAfterNestedOnes)
 {
     const CMessageRecorder messages;
     const CPlainWindow plain;
@@ -234,7 +234,7 @@ TEST(Wnd, CommandsAreFoundByNumberAndNotification)
     EXPECT_EQ(window.m_log, (std::vector<std::string>{"button", "kill focus"}));
 }
 
-// A control that answers one notification of its own.
+// A control that handles one of its notifications.
 class CReflecting : public CListCtrl
 {
 public:
@@ -257,7 +257,7 @@ private:
     }
 };
 
-TEST(Wnd, ANotificationGoesToTheControlBeforeTheParent)
+TEST(Wnd, ANotificationReachesTheControlBeforeTheParent)
 {
     CTopTableWindow window;
     const HWND control =
@@ -273,7 +273,7 @@ TEST(Wnd, ANotificationGoesToTheControlBeforeTheParent)
     EXPECT_EQ(send(control, LVN_ENDLABELEDITW), 12);
     EXPECT_EQ(list.m_answered, 1);
     EXPECT_TRUE(window.m_log.empty());
-    // Another notification, and one of a window without an object, are the parent's.
+    // The parent handles other notifications, and those of windows without an object.
     EXPECT_EQ(send(control, NM_CLICK), 21);
     list.UnsubclassWindow();
     EXPECT_EQ(send(control, LVN_ENDLABELEDITW), 21);
@@ -309,28 +309,23 @@ TEST(Wnd, TheTextOfAnExceptionIsDecodedByTheAnsiCodePage)
 
 TEST(Wnd, ExceptionsEndAtTheWindowWithAMessage)
 {
-    std::vector<MessageRequest> requests;
-    const auto before = SetMessageListener([&requests](const MessageRequest& request) {
-        requests.push_back(request);
-        return IDOK;
-    });
+    const CMessageRecorder messages;
     CTopTableWindow window;
     window.m_onFail = [] { throw CTestException(); };
     EXPECT_EQ(window.SendMessage(kFail), 0);
     window.m_onFail = [] { throw std::runtime_error("no such thing"); };
     EXPECT_EQ(window.SendMessage(kFail), 0);
     EXPECT_EQ(window.SendMessage(kAsk, 1, 1), 2);
-    SetMessageListener(before);
-    ASSERT_EQ(requests.size(), 2U);
-    EXPECT_EQ(requests[0].text, L"Etwas ging schief");
-    EXPECT_EQ(requests[1].text, L"Unerwarteter Fehler: no such thing");
-    for (const MessageRequest& request : requests) {
-        EXPECT_EQ(request.type, static_cast<UINT>(MB_OK | MB_ICONEXCLAMATION));
+    ASSERT_EQ(messages.m_boxes.size(), 2U);
+    EXPECT_EQ(messages.m_boxes[0].text, L"Etwas ging schief");
+    EXPECT_EQ(messages.m_boxes[1].text, L"Unerwarteter Fehler: no such thing");
+    for (const MessageRequest& box : messages.m_boxes) {
+        EXPECT_EQ(box.type, static_cast<UINT>(MB_OK | MB_ICONEXCLAMATION));
     }
     EXPECT_EQ(window.m_log, (std::vector<std::string>{"fail", "fail", "ask"}));
 }
 
-// Notes whom a message is offered to.
+// Records to which windows a message is offered.
 class COffered : public CWnd
 {
 public:
