@@ -85,7 +85,7 @@ TEST_F(RegistryTest, ReadsTexts)
         {"no NUL", REG_SZ, L"abcX", 6, L"abc"},
         {"half a character", REG_SZ, L"abX", 5, L"ab"},
         {"one byte", REG_SZ, L"x", 1, L""},
-        {"NUL within", REG_SZ, std::wstring(L"ab\0cd", 6), 12, L"ab"},
+        {"NUL within", REG_SZ, std::wstring(L"ab\0cd", 5), 12, L"ab"},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.what);
