@@ -76,7 +76,7 @@ TEST_F(RunFailureInBothLanguages, ReportsThatNoServerIsInstalled)
 TEST_F(RunFailureTest, GoesOnWithANewServerWhenOneDies)
 {
     AddParts(3);
-    m_server.SetScript("fault file=2.sldprt dispid=66048 end-before\n");
+    m_server.SetScript("fault file=2.sldprt call=GetConfiguration end-before\n");
     const CProgramUnderTest program;
     // A lost connection is not reported, unlike an exception of the server.
     ConvertToTheEnd(program);
@@ -93,7 +93,8 @@ TEST_F(RunFailureTest, GoesOnWithANewServerWhenOneDies)
     const Lines calls = m_server.Log();
     const auto secondStart = std::ranges::find(calls.rbegin(), calls.rend(), "- start version=30").base();
     ASSERT_NE(calls.end(), secondStart);
-    EXPECT_EQ("1 application 11 method I4=2019250", *secondStart) << "the new server's release counts too";
+    EXPECT_EQ("1 application GetDateCode method I4=2019250", *secondStart)
+        << "the new server's release counts too";
 }
 
 TEST_F(RunFailureTest, ShowsWhatTheServerReports)
@@ -101,7 +102,7 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
     AddParts(2);
     m_server.SetScript(
         "fault file=1.sldprt exception source=\"CAD system\" description=\"Größe fehlt.\"\n"
-        "fault file=2.sldprt dispid=66019 exception source=Nur help=c:\\cad.chm context=7\n");
+        "fault file=2.sldprt call=Save exception source=Nur help=c:\\cad.chm context=7\n");
     const CProgramUnderTest program;
     program.Click(IDC_START);
     ExpectMessage(program, L"CAD system - Größe fehlt.");
@@ -193,13 +194,14 @@ protected:
             names.push_back(L"x" + std::to_wstring(number));
         }
         m_library.AddPart(L"N_ISO_2_M8.sldprt", names);
-        m_server.SetScript("fault file=2.sldprt dispid=66048 lasting slow 20\n");
+        m_server.SetScript("fault file=2.sldprt call=GetConfiguration lasting slow 20\n");
     }
 
     // Clicks on Cancel as soon as the run shows a configuration of the second part.
     void CancelInTheSecondPart(const CProgramUnderTest& program) const
     {
-        ASSERT_TRUE(WaitFor([&] { return m_server.WasAsked("configuration 2.sldprt/x1 5 put"); }));
+        ASSERT_TRUE(
+            WaitFor([&] { return m_server.WasAsked("configuration 2.sldprt/x1 AlternativeBomName put"); }));
         const HWND progress = program.ProgressDialog();
         EXPECT_TRUE(TextOf(GetDlgItem(progress, IDC_PROGRESS_SECOND))
                         .starts_with(expected::kCurrentConfiguration.Current() + L"x"));

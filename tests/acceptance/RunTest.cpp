@@ -56,19 +56,20 @@ protected:
         for (const std::wstring& name : part.configurations) {
             names += (names.empty() ? "" : "|") + ToUtf8(name);
         }
-        add("application 24 method BOOL=0 I4=1 ok");
-        add("application 99 method BSTR=" + path + " I4=1 BOOL=0 BOOL=0 BOOL=-1 I4&=0 document " + file);
-        add("document " + file + " 65971 method I4=" + count);
-        add("document " + file + " 65972 method BSTR[" + count + "]=" + names);
+        add("application SetDocumentVisibility method BOOL=0 I4=1 ok");
+        add("application OpenDocument method BSTR=" + path + " I4=1 BOOL=0 BOOL=0 BOOL=-1 I4&=0 document " +
+            file);
+        add("document " + file + " GetConfigurationCount method I4=" + count);
+        add("document " + file + " GetConfigurationNames method BSTR[" + count + "]=" + names);
         for (const std::wstring& name : part.configurations) {
             const std::string configuration = "configuration " + file + "/" + ToUtf8(name);
-            add("document " + file + " 66048 method BSTR=" + ToUtf8(name) + " " + configuration);
-            add(configuration + " 6 put BOOL=-1 ok");
-            add(configuration + " 5 put BSTR=" + ToUtf8(part.BomName(name)) + " ok");
+            add("document " + file + " GetConfiguration method BSTR=" + ToUtf8(name) + " " + configuration);
+            add(configuration + " UseAlternativeBomName put BOOL=-1 ok");
+            add(configuration + " AlternativeBomName put BSTR=" + ToUtf8(part.BomName(name)) + " ok");
         }
-        add("document " + file + " 66019 method BOOL=-1 I4=0");
-        add("application 7 method BSTR=" + path + " ok");
-        add("application 24 method BOOL=-1 I4=1 ok");
+        add("document " + file + " Save method BOOL=-1 I4=0");
+        add("application CloseDocument method BSTR=" + path + " ok");
+        add("application SetDocumentVisibility method BOOL=-1 I4=1 ok");
     }
 };
 using RunInBothLanguages = RunTest;
@@ -102,7 +103,7 @@ TEST_F(RunInBothLanguages, CopiesRecordsAndWritesBomNames)
     WaitForEndOfRun(program);
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
     Rows rows;
-    Lines log = {"- start version=30", "1 application 11 method I4=1999250"};
+    Lines log = {"- start version=30", "1 application GetDateCode method I4=1999250"};
     for (const StandardPart& part : parts) {
         ExpectCopy(part);
         rows.push_back(IsoRow(part.number, part.size, Mark::converted));
@@ -114,7 +115,7 @@ TEST_F(RunInBothLanguages, CopiesRecordsAndWritesBomNames)
                   "N_ISO_4032_M8.sldprt ; N_ISO_4032_M8.changed.sldprt ; Norm 4032 - %2\r\n"
                   "N_ISO_7089_10.sldprt ; N_ISO_7089_10.changed.sldprt ; Norm 7089 - %2\r\n",
               m_library.MapFileBytes());
-    log.insert(log.end(), {"155 application 6 method ok", "- end reason=asked open="});
+    log.insert(log.end(), {"155 application Exit method ok", "- end reason=asked open="});
     EXPECT_EQ(log, m_server.Log());
 }
 
@@ -146,8 +147,7 @@ TEST_F(RunTest, ConvertsAFolderWithADashInItsName)
 TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
 {
     m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});
-    // The first call of this number sets the one configuration, the second ends the server.
-    m_server.SetScript("fault dispid=6 nth=2 slow 3000\n");
+    m_server.SetScript("fault call=Exit slow 3000\n");
     const CProgramUnderTest program;
     const HWND window = program.MainWindow();
     RECT removeAll{};
@@ -160,9 +160,9 @@ TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
     EXPECT_EQ(window, GetForegroundWindow());
     PressKeys({VK_RETURN});
     ClickAt({(removeAll.left + removeAll.right) / 2, (removeAll.top + removeAll.bottom) / 2});
-    EXPECT_FALSE(m_server.WasAsked("application 6 method")) << "the call has not returned";
+    EXPECT_FALSE(m_server.WasAsked("application Exit method")) << "the call has not returned";
     ASSERT_TRUE(WaitFor([&] { return IsWindowEnabled(window) != FALSE; }, kPatience, 1));
-    EXPECT_TRUE(m_server.WasAsked("application 6 method ok"));
+    EXPECT_TRUE(m_server.WasAsked("application Exit method ok"));
     WaitForEndOfRun(program);
     // Neither the key nor the click had an effect: a question would take the input below.
     program.WaitForFocus(IDC_LIST);

@@ -167,13 +167,13 @@ inline std::wstring OverwriteMap(const std::wstring& mappedFolder)
 
 inline std::wstring MapNotRead(const std::wstring& map, int language = 1)
 {
-    return kNotRead.In(language) + map + kNotReadTail.In(language);
+    return kNotRead.In(LanguageOf(language)) + map + kNotReadTail.In(LanguageOf(language));
 }
 
 inline std::wstring SyntaxError(int line, const std::wstring& map, int language = 1)
 {
-    return kSyntaxError.In(language) + std::to_wstring(line) + kSyntaxErrorMiddle + map +
-           kNotEvaluated.In(language);
+    return kSyntaxError.In(LanguageOf(language)) + std::to_wstring(line) + kSyntaxErrorMiddle + map +
+           kNotEvaluated.In(LanguageOf(language));
 }
 
 inline std::wstring MapNotWritten(const std::wstring& map)
