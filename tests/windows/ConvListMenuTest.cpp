@@ -120,7 +120,7 @@ void RightClick(const CListWindow& window, POINT point)
     window.m_list.SendMessage(WM_RBUTTONDOWN, MK_RBUTTON, MAKELPARAM(point.x, point.y));
 }
 
-Texts MenuOf(int column, int language)
+Texts MenuOf(int column, Language language)
 {
     const Text lead{L"Spalte: ", L"Column: "};
     std::wstring header = expected::kHeaders[column].In(language);
@@ -153,7 +153,7 @@ TEST_P(ConvListMenu, HoldsItsColumnsCommands)
     for (const int column : {1, 2}) {
         const CMenuUser user(m_window, kDismiss);
         RightClick(m_window, m_window.At(column * 175 + 20, 1));
-        EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(column, GetParam())});
+        EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(column, LanguageOf(GetParam()))});
     }
 }
 
@@ -162,7 +162,7 @@ TEST_P(ConvListMenu, KeepsTheLanguageItWasMadeIn)
     const CLanguageScope theOther{GetParam() != 0 ? 0 : 1};
     const CMenuUser user(m_window, kDismiss);
     RightClick(m_window, m_window.At(200, 1));
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, LanguageOf(GetParam()))});
 }
 
 TEST_P(ConvListMenu, OpensAtThePoint)
@@ -249,7 +249,7 @@ TEST_P(ConvListMenu, BelowTheRowsTheColumnsNumberIsTheRows)
         RightClick(window, window.BelowRows(column * 175 + 20));
         EXPECT_EQ(user.m_menus.size(), column == 0 ? 0U : 1U);
         if (column != 0) {
-            EXPECT_EQ(user.m_menus[0], MenuOf(column, GetParam()));
+            EXPECT_EQ(user.m_menus[0], MenuOf(column, LanguageOf(GetParam())));
         }
         std::vector<int> selected{0, 4};
         if (column != 0) {
@@ -267,7 +267,7 @@ TEST_P(ConvListMenu, BelowTooFewRowsTheMenuOpensAndNoRowIsAdded)
     CMessageTrace trace(window);
     const CMenuUser user(window, Delete());
     RightClick(window, window.BelowRows(400));
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, LanguageOf(GetParam()))});
     EXPECT_EQ(window.SelectedRows(), std::vector<int>{0});
     EXPECT_EQ(window.FocusedRow(), 0);
     EXPECT_EQ(trace.Take(), (Texts{L"list WM_RBUTTONDOWN", L"parent WM_DELETESELECTED 0 0"}));
@@ -278,7 +278,7 @@ TEST_P(ConvListMenu, AnEmptyListHasItsMenus)
     const CListWindow window({600, 300}, {{}, {}, {}}, 0);
     const CMenuUser user(window, kDismiss);
     RightClick(window, window.BelowRows(200));
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, LanguageOf(GetParam()))});
 }
 
 TEST_P(ConvListMenu, NoMenuRightOfTheLastColumn)
@@ -302,8 +302,8 @@ TEST_P(ConvListMenu, TheColumnIsTheOneAtThePoint)
         for (const POINT point : {window.At(x, 1), window.BelowRows(x)}) {
             const CMenuUser user(window, kDismiss);
             RightClick(window, point);
-            EXPECT_EQ(user.m_menus,
-                      column == 0 ? std::vector<Texts>{} : std::vector<Texts>{MenuOf(column, GetParam())})
+            EXPECT_EQ(user.m_menus, column == 0 ? std::vector<Texts>{}
+                                                : std::vector<Texts>{MenuOf(column, LanguageOf(GetParam()))})
                 << x;
         }
     }
@@ -379,7 +379,7 @@ TEST_P(ConvListMenuByKey, OpensBelowTheFocusedRowsNewName)
     const CMenuUser user(m_window, kDismiss);
     m_window.Focus(1);
     AskByKey();
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, LanguageOf(GetParam()))});
     EXPECT_EQ(user.m_place.x, 179);
     EXPECT_EQ(user.m_place.y, m_window.m_list.GetRowRect(1).bottom);
 }
@@ -393,7 +393,7 @@ TEST_P(ConvListMenuByKey, WithCtrlItIsTheBomNameMenu)
         const CHeldKeys control{VK_CONTROL};
         AskByKey();
     }
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, LanguageOf(GetParam()))});
     EXPECT_EQ(user.m_place.x, 354);
     EXPECT_EQ(trace.Take(), Texts{L"parent WM_APPLYTEMPLATE 2 0"});
 }
@@ -426,7 +426,7 @@ TEST_P(ConvListMenuByKey, EachKeyAsksForItsColumn)
         const CHeldKeys held(key.held);
         key.press();
         DrainMessages();
-        EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(key.column, GetParam())});
+        EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(key.column, LanguageOf(GetParam()))});
     }
 }
 
@@ -440,7 +440,7 @@ TEST_P(ConvListMenuByKey, CtrlMayBeReleasedBeforeTheMenuKey)
         DrainMessages();
     }
     AskByKey();
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, GetParam())});
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, LanguageOf(GetParam()))});
 }
 
 TEST_P(ConvListMenuByKey, TheFocusedRowIsSelectedToo)
@@ -458,7 +458,7 @@ TEST_P(ConvListMenuByKey, WithoutAFocusedRowItOpensBelowTheHeader)
     const CListWindow window({600, 300}, {{}, {}, {}}, 0);
     const CMenuUser user(window, kDismiss);
     window.m_list.SendMessage(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(window.m_list.m_hWnd), -1);
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, LanguageOf(GetParam()))});
     RECT header{};
     GetWindowRect(window.m_list.GetHeader(), &header);
     EXPECT_EQ(user.m_place.x, 175);
@@ -470,7 +470,7 @@ TEST_P(ConvListMenuByKey, WithoutAFocusedRowTheSelectionStays)
     const CMenuUser user(m_window, kDismiss);
     m_window.m_list.SetItemState(3, LVIS_SELECTED, LVIS_SELECTED);
     AskByKey();
-    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, GetParam())});
+    EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, LanguageOf(GetParam()))});
     EXPECT_EQ(m_window.SelectedRows(), std::vector<int>{3});
 }
 

@@ -122,7 +122,8 @@ protected:
     }
     [[nodiscard]] static std::wstring Refusal()
     {
-        return std::to_wstring(MB_OK | MB_ICONINFORMATION) + L": " + expected::kFillInRefused.In(GetParam());
+        return std::to_wstring(MB_OK | MB_ICONINFORMATION) + L": " +
+               expected::kFillInRefused.In(LanguageOf(GetParam()));
     }
 
     const CUserSettingsScope m_settings;
@@ -141,8 +142,8 @@ TEST_P(DlgTemplateTest, TheCaptionNamesTheTemplate)
 {
     const std::wstring other = In(L"Schablone bearbeiten", L"View/Modify template");
     const std::vector<std::pair<int, std::wstring>> captions{
-        {1, expected::kFileTemplate.In(GetParam())},
-        {2, expected::kBomTemplate.In(GetParam())},
+        {1, expected::kFileTemplate.In(LanguageOf(GetParam()))},
+        {2, expected::kBomTemplate.In(LanguageOf(GetParam()))},
         {0, other},
         {3, other},
         {-1, other},
@@ -157,8 +158,8 @@ TEST_P(DlgTemplateTest, TheLanguageIsTheDialogsOwn)
 {
     const CLanguageScope theOther{GetParam() != 0 ? 0 : 1};
     Run(1, L"%2", [&] {
-        EXPECT_EQ(m_dialog->GetWindowText(), expected::kFileTemplate.In(GetParam()));
-        EXPECT_EQ(TextOf(IDC_TEMPLATE_PREVIEW), expected::kPreviewRefused.In(GetParam()));
+        EXPECT_EQ(m_dialog->GetWindowText(), expected::kFileTemplate.In(LanguageOf(GetParam())));
+        EXPECT_EQ(TextOf(IDC_TEMPLATE_PREVIEW), expected::kPreviewRefused.In(LanguageOf(GetParam())));
         Press(IDOK);
     });
     EXPECT_EQ(TakeBoxes(), Texts{Refusal()});
@@ -442,7 +443,7 @@ TEST_P(DlgTemplateTest, ThePreviewNamesAProblemWithAFileNameTemplate)
         EXPECT_EQ(PreviewOf(L""), noName);
         EXPECT_EQ(PreviewOf(L"  "), noName);
         EXPECT_EQ(PreviewOf(L"%7%8"), noName);
-        EXPECT_EQ(PreviewOf(L"%3%2"), expected::kPreviewRefused.In(GetParam()));
+        EXPECT_EQ(PreviewOf(L"%3%2"), expected::kPreviewRefused.In(LanguageOf(GetParam())));
         EXPECT_EQ(PreviewOf(L"%3"), L"4017.sldprt");
     });
     EXPECT_EQ(TakeBoxes(), Texts{});

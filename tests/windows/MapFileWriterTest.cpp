@@ -5,8 +5,7 @@
 #include <optional>
 
 #include "tests/support/FileInterceptor.h"
-#include "tests/support/MappedFile.h"
-#include "tests/support/TestScopes.h"
+#include "tests/support/Files.h"
 
 namespace {
 
