@@ -14,7 +14,7 @@ namespace {
 constexpr Text kCurrentConfiguration{L"Aktuelle Konfiguration:  ", L"Current Configuration:  "};
 constexpr Text kSetNewEntry{L"Setze neuen Stückl.-Eintrag:  ", L"Set new BOM entry:  "};
 constexpr Text kSavingFile{L"Schreibe Datei...", L"Saving file..."};
-// Only the German text mentions the current standard part. Kept: the manuals quote both so.
+// Only the German text mentions the current standard part. Unchanged: the manuals quote both texts.
 constexpr Text kReallyCancel{
     L"Wirklich abbrechen?\n"
     L"(Die Stücklisteneinträge der Konfigurationen des aktuellen Normteils "

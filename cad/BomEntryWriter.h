@@ -22,7 +22,7 @@ public:
 
     // Does the whole sequence once. Returns the number of configurations that the CAD system reported; 0 when
     // the document or one of its configurations was not available. Throws when a call fails; the references
-    // to the document are released all the same.
+    // to the document are released anyway.
     [[nodiscard]] int Run();
 
 private:

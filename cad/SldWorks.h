@@ -32,7 +32,7 @@ public:
     [[nodiscard]] bool IsVersionSupported();
 
     // Ends the application and releases it; does nothing when not connected. Returns 0. Throws when the call
-    // that ends it fails; the application has been released all the same.
+    // that ends it fails; the application has been released anyway.
     int Disconnect();
 
     // Opens a part or assembly, writes the BOM entry of each of its configurations, saves and closes it; see

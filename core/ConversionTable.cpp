@@ -25,10 +25,10 @@ constexpr LPARAM kDataConverted = 0;
 constexpr UINT kImagePending = 1;
 constexpr UINT kImageConverted = 2;
 
-// Move with their row when the table is sorted.
+// State bits that move with their row when the table is sorted.
 constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
 
-// Appended to hand-edited file names in every row, assemblies included: the table is built from part files.
+// Appended to every hand-edited file name, even of an assembly. Kept: names in use were made this way.
 constexpr const wchar_t* kEditedExtension = L"sldprt";
 
 constexpr Text kForbiddenCharacters{
@@ -39,7 +39,7 @@ constexpr Text kForbiddenCharacters{
     L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
     L"These characters are automatically replaced by underscores '_'."};
 
-// One blank between ";" and "=", two between the others. Kept: the manuals quote it so.
+// One blank between ";" and "=", two between the others. Unchanged: the manuals quote this text.
 constexpr Text kForbiddenFeatureCharacters{
     L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n"
     L"\t@  /  ; =\n\n"
@@ -87,10 +87,10 @@ std::basic_string_view<Char> CopyToArena(std::basic_string_view<Char> text, std:
 // other: it compares linguistically, case-insensitively, in the thread's locale. The key is in the arena.
 std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& arena)
 {
-    constexpr std::size_t kUsualSize = 1024;
-    std::array<char, kUsualSize> usual;
-    if (const std::size_t size = WriteSortKey(name, usual.data(), usual.size()); size > 0) {
-        return CopyToArena(std::string_view(usual.data(), size), arena);
+    constexpr std::size_t kStackSize = 1024;
+    std::array<char, kStackSize> buffer;
+    if (const std::size_t size = WriteSortKey(name, buffer.data(), buffer.size()); size > 0) {
+        return CopyToArena(std::string_view(buffer.data(), size), arena);
     }
     std::string key(WriteSortKey(name, nullptr, 0), '\0');
     WriteSortKey(name, key.data(), key.size());
@@ -104,7 +104,7 @@ void SetMark(LVITEMW& item, bool pending)
     item.stateMask = LVIS_STATEIMAGEMASK;
 }
 
-std::wstring TemplateOrDefault(int column)
+std::wstring ReadOrCreateTemplate(int column)
 {
     if (std::optional<std::wstring> text = ReadTemplate(column)) {
         return *std::move(text);
@@ -128,7 +128,7 @@ bool IsOriginalLess(const NewRow& left, const NewRow& right)
 
 }  // namespace
 
-// All of a row that moves when the table is sorted.
+// Everything that sorting moves with a row.
 struct CConversionTable::Row
 {
     UTtab_entry texts;
@@ -140,11 +140,11 @@ struct CConversionTable::Row
 class CConversionTable::NewFiles
 {
 public:
-    // `expected`: the number of files to be added at most.
+    // `expected`: an upper bound of the number of files to add.
     NewFiles(CConversionTable& table, std::size_t expected)
         : m_table(table)
-        , m_fileTemplate(TemplateOrDefault(kColumnRenamed))
-        , m_bomTemplate(TemplateOrDefault(kColumnBomName))
+        , m_fileTemplate(ReadOrCreateTemplate(kColumnRenamed))
+        , m_bomTemplate(ReadOrCreateTemplate(kColumnBomName))
     {
         const std::size_t most = static_cast<std::size_t>(table.GetItemCount()) + expected;
         Reserve(m_originals, most);
@@ -205,12 +205,12 @@ private:
             return false;
         }
         if (SanitizeFileName(m_newName) > 0 && !std::exchange(m_forbiddenShown, true)) {
-            ShowOverRows(kForbiddenCharacters.Current());
+            InsertRowsAndShow(kForbiddenCharacters.Current());
         }
         const std::wstring_view newName = CopyToArena(std::wstring_view(m_newName), m_arena);
         if (!m_newNames.insert(newName).second) {
             if (!std::exchange(m_takenShown, true)) {
-                ShowOverRows(FillPlaces(kAddedNameTaken.Current(), {original, m_newName}));
+                InsertRowsAndShow(FillPlaces(kAddedNameTaken.Current(), {original, m_newName}));
             }
             return false;
         }
@@ -219,16 +219,16 @@ private:
         return true;
     }
 
-    // Inserts the rows made so far, as the user sees the table behind the message, and reads the names again:
-    // another program may change cells while the message is open.
-    void ShowOverRows(const std::wstring& message)
+    // The user sees the table behind the message, so the rows made so far are inserted first. The names are
+    // read again afterwards: another program may have changed cells.
+    void InsertRowsAndShow(const std::wstring& message)
     {
         InsertRows();
         ShowMessage(message);
         ReadNames();
     }
 
-    // Inserts the rows made since the last call after the others.
+    // Appends the rows made since the last call.
     void InsertRows()
     {
         if (m_rows.empty()) {
@@ -278,7 +278,7 @@ public:
     // Returns false to end the operation; the row is unchanged then.
     bool Apply(int row)
     {
-        // Read for each row: a change made meanwhile counts from the next row on.
+        // Read for each row: a template changed during a message applies from the next row on.
         const std::optional<std::wstring> columnTemplate = ReadTemplate(m_column);
         if (!columnTemplate) {
             return false;
@@ -467,7 +467,8 @@ LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* new
     return 0;
 }
 
-// Applies the rules for file names. Returns false when the cell keeps its text.
+// Applies extension, forbidden characters and uniqueness, and shows their messages. Returns false when the
+// cell keeps its text.
 bool CConversionTable::AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const
 {
     if (!EnsureExtension(text, kEditedExtension, EqualFileNames)) {

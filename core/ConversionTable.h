@@ -50,7 +50,7 @@ public:
     void MarkPending(int row) const;
     void MarkConverted(int row) const;
 
-    // Scrolls only if the row is out of view, and then by a page, so that the next rows are seen, too.
+    // If the row is out of view, scrolls a page, so that the following rows are visible, too.
     void ScrollIntoView(int row) const;
 
 private:

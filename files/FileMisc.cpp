@@ -49,7 +49,7 @@ constexpr Text kTargetNotOpened{
     L"Error: %3.\n"
     L"Maybe the file is already in use."};
 
-// Without a full stop at the end, unlike the two above. Kept: the manuals quote it so.
+// Without a full stop at the end, unlike the two above. Unchanged: the manuals quote this text.
 constexpr Text kCopyFailed{
     L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
     L"Schreib-/Lesefehler beim Kopieren von\n"

@@ -9,21 +9,23 @@
 CMapFileWriter::~CMapFileWriter()
 {
     try {
-        RemoveLastPartialRecord();
+        RemovePartialRecordBeforeClosing();
     } catch (const std::exception&) {
-        // Out of memory: the partial record stays.
+        // A destructor must not throw. Out of memory: the partial record stays.
     }
 }
 
 bool CMapFileWriter::Open(const std::wstring& path)
 {
     m_codePage = MapCodePage();
+    m_completeSize = 0;
     if (CFileMisc::OpenOutputFile(m_stream, CFileMisc::PathToBytes(path, m_codePage), true) != 0) {
         return false;
     }
     m_path = path;
-    // Opened now: the path may be gone when the run ends, although no record is lost.
-    static_cast<void>(m_flushed.Open(path, CFile::modeWrite | CFile::shareDenyNone, nullptr));
+    // A second handle for the flush in Close, opened now: the file may have been renamed or deleted by then.
+    // If another program denies it, nothing is known about the disk.
+    static_cast<void>(m_flushHandle.Open(path, CFile::modeWrite | CFile::shareDenyNone, nullptr));
     return true;
 }
 
@@ -44,30 +46,30 @@ bool CMapFileWriter::AppendText(const std::string& text)
     }
     m_stream << text << std::flush;
     if (m_stream.good()) {
-        m_size = static_cast<std::uintmax_t>(std::streamoff(m_stream.tellp()));
+        m_completeSize = static_cast<std::uintmax_t>(std::streamoff(m_stream.tellp()));
         return true;
     }
     static_cast<void>(RemovePartialRecord());
     return false;
 }
 
-// Truncates the file to its last whole record. False while the system refuses, as it does while another
-// program has the file mapped into memory, and for good once the file is shorter than what was written.
+// Truncates the file to its last whole record. Returns false while the system refuses, for example because
+// another program has the file mapped, and always once the file is shorter than m_completeSize.
 bool CMapFileWriter::RemovePartialRecord()
 {
     m_hasPartialRecord = true;
-    // A failed stream would write what is left in its buffer at the next chance, so it is opened again, but
-    // not created: the file may have been deleted meanwhile.
+    // Closing writes or discards the failed stream's buffer; the truncation removes it. The stream is
+    // reopened without creating the file, which may have been deleted.
     m_stream.close();
-    const bool truncated = CFile::Truncate(m_path, m_size);
+    const bool truncated = CFile::Truncate(m_path, m_completeSize);
     m_stream.clear();
     m_stream.open(m_path.c_str(), std::ios::in | std::ios::ate);
     m_hasPartialRecord = !truncated || !m_stream.is_open();
     return !m_hasPartialRecord;
 }
 
-// The last attempt before the file is closed.
-void CMapFileWriter::RemoveLastPartialRecord()
+// A last attempt. The flag is cleared in any case: once the file is closed, it may be another program's.
+void CMapFileWriter::RemovePartialRecordBeforeClosing()
 {
     if (m_hasPartialRecord) {
         static_cast<void>(RemovePartialRecord());
@@ -75,15 +77,15 @@ void CMapFileWriter::RemoveLastPartialRecord()
     }
 }
 
-// On network drives write errors may surface only on flush; closing does not report them.
+// On network drives, write errors may be reported only by the flush, not when the stream is closed.
 bool CMapFileWriter::Close()
 {
     if (m_path.empty()) {
         return true;
     }
-    RemoveLastPartialRecord();
-    const bool flushed = m_flushed.Flush();
-    m_flushed = CFile();
+    RemovePartialRecordBeforeClosing();
+    const bool flushed = m_flushHandle.Flush();
+    m_flushHandle = CFile();
     m_stream.close();
     m_path.clear();
     return flushed && !m_stream.fail();

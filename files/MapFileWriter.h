@@ -20,15 +20,15 @@ public:
     // Tries once more to remove a partial record; failures are not reported.
     ~CMapFileWriter();
 
-    // Creates the file or truncates the existing one. False when it cannot be opened for writing, as with a
-    // path that has a character without a byte in the map file's code page.
+    // Creates the file or truncates the existing one. False when it cannot be opened for writing, for example
+    // because the path has a character that the code page cannot represent.
     [[nodiscard]] bool Open(const std::wstring& path);
 
     // Appends the four lines at the top of the file, or one record, and hands them to the system at once, so
     // that they survive the end of the process. False when that fails.
     //
-    // A failed call leaves no partial record. If the system does not even let it be removed, the next call
-    // tries that first, and appends nothing until it succeeds: two records would be read as one.
+    // A failed call leaves no partial record. If it cannot be removed, the next call tries again and appends
+    // nothing until that succeeds; otherwise two records would be read as one.
     [[nodiscard]] bool AppendHeader();
     [[nodiscard]] bool Append(const UTtab_entry& record);
 
@@ -39,12 +39,12 @@ public:
 private:
     bool AppendText(const std::string& text);
     bool RemovePartialRecord();
-    void RemoveLastPartialRecord();
+    void RemovePartialRecordBeforeClosing();
 
     std::wstring m_path;  // empty when no file is open
     UINT m_codePage = CP_ACP;
     std::ofstream m_stream;
-    CFile m_flushed;            // the same file: a stream cannot be flushed to disk
-    std::uintmax_t m_size = 0;  // up to the end of the last whole record, in bytes
+    CFile m_flushHandle;                // of the same file: a stream cannot be flushed to disk
+    std::uintmax_t m_completeSize = 0;  // up to the end of the last whole record, in bytes
     bool m_hasPartialRecord = false;
 };

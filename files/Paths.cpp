@@ -21,7 +21,7 @@ std::wstring Joined(std::wstring_view folder, std::wstring_view name)
 }
 
 // The number of names in a network path; 0 for any other path.
-int NamesInNetwork(std::wstring_view path)
+int CountNetworkNames(std::wstring_view path)
 {
     if (!path.starts_with(L"\\\\")) {
         return 0;
@@ -45,14 +45,14 @@ std::wstring NormalizePath(std::wstring_view path)
     return normalized;
 }
 
-std::wstring PathBelow(std::wstring_view folder, std::wstring_view name)
+std::wstring JoinPath(std::wstring_view folder, std::wstring_view name)
 {
     return NormalizePath(Joined(folder, name));
 }
 
 std::wstring MappedFolder(std::wstring_view standardPartsFolder)
 {
-    return PathBelow(standardPartsFolder, kMappedFolderName);
+    return JoinPath(standardPartsFolder, kMappedFolderName);
 }
 
 std::wstring MapFilePath(std::wstring_view standardPartsFolder)
@@ -62,17 +62,17 @@ std::wstring MapFilePath(std::wstring_view standardPartsFolder)
 
 std::wstring CopyPath(std::wstring_view standardPartsFolder, std::wstring_view name)
 {
-    return PathBelow(standardPartsFolder, Joined(kMappedFolderName, name));
+    return JoinPath(standardPartsFolder, Joined(kMappedFolderName, name));
 }
 
 bool IsComputer(std::wstring_view path)
 {
-    return NamesInNetwork(path) == 1;
+    return CountNetworkNames(path) == 1;
 }
 
 bool IsShare(std::wstring_view path)
 {
-    return NamesInNetwork(path) == 2;
+    return CountNetworkNames(path) == 2;
 }
 
 bool IsBareFileName(std::wstring_view name)

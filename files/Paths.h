@@ -12,26 +12,28 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 [[nodiscard]] std::wstring NormalizePath(std::wstring_view path);
 
 // Returns the path of a name, or of several joined by backslashes, below a folder, which may end in a
-// backslash. Below an empty folder that is \\NAME: a computer on the network, see IsComputer.
-[[nodiscard]] std::wstring PathBelow(std::wstring_view folder, std::wstring_view name);
+// backslash. If `folder` is an empty text, the result is \\NAME, which names a computer: see IsComputer.
+[[nodiscard]] std::wstring JoinPath(std::wstring_view folder, std::wstring_view name);
 
-// Return the "Mapped" folder of a standard-parts folder, without a backslash at its end, and the paths of the
-// parts map file and of a copy in it.
+// Returns the "Mapped" folder of a standard-parts folder, without a backslash at its end.
 [[nodiscard]] std::wstring MappedFolder(std::wstring_view standardPartsFolder);
+
+// Return the path of the parts map file and the path of a copy, both in the "Mapped" folder.
 [[nodiscard]] std::wstring MapFilePath(std::wstring_view standardPartsFolder);
 [[nodiscard]] std::wstring CopyPath(std::wstring_view standardPartsFolder, std::wstring_view name);
 
-// Whether the path is no more than a computer on the network, \\COMPUTER, or one of its shares,
-// \\COMPUTER\SHARE. The former is never a folder, the latter never a file, and querying them would only
-// search the network. The "Mapped" folder and the map file of an empty standard-parts folder have such paths.
+// Whether the path is just \\COMPUTER, which is never a folder, or just \\COMPUTER\SHARE, which is never a
+// file. Do not query such a path: Windows would search the network for it. Without a standard-parts folder,
+// the "Mapped" folder and the map file have such paths.
 [[nodiscard]] bool IsComputer(std::wstring_view path);
 [[nodiscard]] bool IsShare(std::wstring_view path);
 
 // Whether the text is a file name that stays in the folder it is appended to: not empty, without separators
 // and wildcards, and without a dot or blank at its end, which the system would drop ("Naming Files, Paths,
-// and Namespaces"). ";" and "=", which new names must not contain, are allowed: existing files may have them.
+// and Namespaces"). ";" and "=" are allowed, as existing files may contain them. Device names are not
+// checked: opening them fails.
 [[nodiscard]] bool IsBareFileName(std::wstring_view name);
 
-// Returns a folder as typed or picked by the user, first without the dots and then without the backslashes at
-// its end. One pass: dots that this uncovers are kept.
+// Strips the dots and then the backslashes from the end of a folder that the user typed or picked, once each:
+// "D:\Parts.\" becomes "D:\Parts.", and "D:\" becomes "D:".
 [[nodiscard]] std::wstring StripFolderInput(std::wstring_view folder);

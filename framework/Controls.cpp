@@ -7,7 +7,7 @@
 namespace {
 
 // Most texts fit, and are read in one message.
-constexpr std::size_t kUsualTextLength = 260;
+constexpr std::size_t kFirstBufferSize = 260;
 
 // In screen coordinates; empty for null.
 RECT WindowRect(HWND window)
@@ -101,13 +101,13 @@ RECT CListCtrl::GetRowRect(int row) const
 
 std::wstring CListCtrl::GetItemText(int row, int column) const
 {
-    std::array<wchar_t, kUsualTextLength> usual;
-    std::size_t length = ReadItemText(row, column, usual.data(), usual.size());
-    if (length + 1 < usual.size()) {
-        return {usual.data(), length};
+    std::array<wchar_t, kFirstBufferSize> buffer;
+    std::size_t length = ReadItemText(row, column, buffer.data(), buffer.size());
+    if (length + 1 < buffer.size()) {
+        return {buffer.data(), length};
     }
-    // The control truncates silently ("LVM_GETITEMTEXT message"): a full buffer may lack the rest.
-    std::wstring text(usual.size(), L'\0');
+    // The control truncates silently ("LVM_GETITEMTEXT message"): a full buffer may not hold the whole text.
+    std::wstring text(buffer.size(), L'\0');
     while (length + 1 >= text.size()) {
         text.resize(text.size() * 2);
         length = ReadItemText(row, column, text.data(), text.size());
@@ -152,13 +152,13 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
     SendDirect(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
-// With the redraw off, the control may validate an outstanding region of its header, and a header that moves
-// does not draw itself.
+// While redraw is off, the control may validate a part of its header that still has to be painted, and a
+// moved header is not repainted: the destructor repairs both.
 CRedrawPause::CRedrawPause(const CListCtrl& list)
     : m_list(list)
     , m_outermost(list.m_redrawPauses++ == 0)
     , m_header(list.GetHeader())
-    , m_headerOutstanding(GetUpdateRect(m_header, nullptr, FALSE) != FALSE)
+    , m_headerNeededRedraw(GetUpdateRect(m_header, nullptr, FALSE) != FALSE)
     , m_headerPlace(WindowRect(m_header))
 {
     if (m_outermost) {
@@ -174,7 +174,7 @@ CRedrawPause::~CRedrawPause()
     }
     m_list.SendMessage(WM_SETREDRAW, TRUE);
     const RECT place = WindowRect(m_header);
-    const bool drawHeader = m_headerOutstanding || !EqualRect(&place, &m_headerPlace);
+    const bool drawHeader = m_headerNeededRedraw || !EqualRect(&place, &m_headerPlace);
     RedrawWindow(m_list.m_hWnd, nullptr, nullptr,
                  RDW_ERASE | RDW_FRAME | RDW_INVALIDATE | (drawHeader ? RDW_ALLCHILDREN : 0U));
 }

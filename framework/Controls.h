@@ -161,6 +161,6 @@ private:
     const CListCtrl& m_list;
     bool m_outermost;
     HWND m_header;  // null in a list view without one
-    bool m_headerOutstanding;
+    bool m_headerNeededRedraw;
     RECT m_headerPlace;
 };

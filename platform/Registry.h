@@ -22,7 +22,7 @@ public:
     CRegistryValue(const CRegistryValue&) = delete;
     CRegistryValue& operator=(const CRegistryValue&) = delete;
 
-    // Frees the data. The type is REG_NONE then.
+    // Frees the data and sets the type to REG_NONE.
     void Clear();
 
     // Reads a value of an open key into a buffer of `size` bytes. Also returns false when the value cannot be

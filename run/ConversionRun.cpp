@@ -205,7 +205,7 @@ CConversionRun::Row CConversionRun::ReadRow(int index) const
 {
     UTtab_entry entry = m_table.GetRow(index);
     const std::wstring& folder = m_options.standardPartsFolder;
-    std::wstring source = PathBelow(folder, entry.strOriginal);
+    std::wstring source = JoinPath(folder, entry.strOriginal);
     std::wstring target = CopyPath(folder, entry.strRenamed);
     // Another name may lead to any file, and while the map file is open, no copy can take its place.
     const bool ownsTarget =

@@ -118,7 +118,7 @@ bool CTalvenorDlg::OnInitDialog()
     PrepareList();
     ReadFolders();
     if (!m_strInstallDir.empty()) {
-        m_strHelpFile = PathBelow(m_strInstallDir, kHelpDocument.Current());
+        m_strHelpFile = JoinPath(m_strInstallDir, kHelpDocument.Current());
     }
     FillVersions();
     return true;
@@ -300,7 +300,7 @@ void CTalvenorDlg::LoadListForSourceFolder()
     }
 }
 
-// A map file that cannot be read leaves the list empty: the old rows would pass for its contents.
+// A map file that cannot be read leaves the list empty: the old rows would be taken for its contents.
 void CTalvenorDlg::ReloadAfterCancel()
 {
     CFileMisc mapFile(kGerman);
@@ -538,7 +538,7 @@ std::wstring CTalvenorDlg::TypedFolder() const
     return StripFolderInput(m_wndSourceDir.GetWindowText());
 }
 
-// Whether the typed folder exists. If not, the user is told and the focus returns to the field, unless it is
+// Whether the typed folder exists. If not, shows a message and returns the focus to the field, unless it is
 // moving to the button that closes the window.
 bool CTalvenorDlg::CheckTypedFolder(const std::wstring& folder) const
 {

@@ -2,9 +2,9 @@
 
 namespace {
 
-constexpr DWORD kReactionTime = 5'000;  // milliseconds
+constexpr DWORD kUpdateTimeout = 5'000;  // milliseconds
 
-// The edit of a file dialog; null unless it has the focus.
+// The file-name edit of a file dialog, or null if it does not have the focus.
 HWND NameEditOf(HWND picker)
 {
     const HWND focus = FocusOf(picker);
@@ -61,11 +61,11 @@ void AcceptanceTest::ChooseInPicker(const CProgramUnderTest& program, const std:
     const HWND picker = WaitForPicker(program);
     const HWND name = WaitFor([&] { return NameEditOf(picker); });
     if (name == nullptr) {
-        throw CNotOnScreen(L"the file name in the file dialog", program.ProcessId());
+        throw CNotOnScreen(L"the file-name edit with the focus", program.ProcessId());
     }
     TypeText(path);  // over the file name, which is selected
     WaitFor([&] { return TextOf(name) == path; });
-    EXPECT_EQ(path, TextOf(name));
+    ASSERT_EQ(path, TextOf(name));
     PressKeys({VK_RETURN});
 }
 
@@ -76,7 +76,7 @@ void AcceptanceTest::AddThreeParts() const
     }
 }
 
-Rows AcceptanceTest::ThreeRows()
+Rows AcceptanceTest::RowsOfThreeParts()
 {
     return {IsoRow(L"4017", L"M4", Mark::pending), IsoRow(L"4017", L"M6", Mark::pending),
             IsoRow(L"4017", L"M8", Mark::pending)};
@@ -87,7 +87,7 @@ void AcceptanceTest::WriteThreeRecords() const
     m_library.WriteMapFile("a ; A ; 1\nb ; B ; 2\nc ; C ; 3\n");
 }
 
-Rows AcceptanceTest::ThreeRecords()
+Rows AcceptanceTest::RowsOfThreeRecords()
 {
     return {{L"a", L"A", L"1", Mark::converted},
             {L"b", L"B", L"2", Mark::converted},
@@ -96,13 +96,13 @@ Rows AcceptanceTest::ThreeRecords()
 
 void AcceptanceTest::WaitForRows(const CProgramUnderTest& program, const Rows& rows)
 {
-    WaitFor([&] { return program.List().Rows() == rows; }, kReactionTime);
+    WaitFor([&] { return program.List().Rows() == rows; }, kUpdateTimeout);
     EXPECT_EQ(rows, program.List().Rows());
 }
 
 void AcceptanceTest::WaitForSelection(const CProgramUnderTest& program, const Selection& rows)
 {
-    WaitFor([&] { return program.List().Selection() == rows; }, kReactionTime);
+    WaitFor([&] { return program.List().Selection() == rows; }, kUpdateTimeout);
     EXPECT_EQ(rows, program.List().Selection());
 }
 
@@ -121,7 +121,7 @@ void AcceptanceTest::ConvertToTheEnd(const CProgramUnderTest& program) const
 void AcceptanceTest::WaitForEndOfRun(const CProgramUnderTest& program) const
 {
     program.WaitForRest();
-    EXPECT_TRUE(m_server.WaitForEnd()) << "the run has not ended the CAD server";
+    EXPECT_TRUE(m_server.WaitForEnd()) << "the CAD server is still running after the run";
 }
 
 std::wstring AcceptanceTest::OverwriteQuestion() const

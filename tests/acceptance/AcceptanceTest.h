@@ -21,10 +21,10 @@
 using Rows = std::vector<RowOnScreen>;
 using Selection = std::vector<int>;
 
-// Each test starts with an empty standard-parts folder in the registry, no templates, and the stand-in CAD
+// Each test starts with a registered standard-parts folder without files, no templates, and the stand-in CAD
 // server with an empty script. It fails if a server is still running at its end.
 //
-// A suite named *InBothLanguages shows texts, mnemonics or the layout, and also runs with the English
+// A suite named *InBothLanguages checks texts, mnemonics or the layout, and also runs with the English
 // program; the others run with the German one only (see CMakeLists.txt).
 class AcceptanceTest : public testing::Test
 {
@@ -43,10 +43,10 @@ protected:
 
     // Three parts in the folder, and their rows.
     void AddThreeParts() const;
-    static Rows ThreeRows();
+    static Rows RowsOfThreeParts();
     // A map file with three records, and its rows.
     void WriteThreeRecords() const;
-    static Rows ThreeRecords();
+    static Rows RowsOfThreeRecords();
 
     // Wait for the contents of the list and the caption of its frame.
     static void WaitForRows(const CProgramUnderTest& program, const Rows& rows);

@@ -79,7 +79,7 @@ TEST_F(KeyboardInBothLanguages, ConvertsFromTheStartToTheEnd)
     const CProgramUnderTest program;
     FocusFirstRow(program);
     EditFirstRow(program);
-    Rows rows = ThreeRows();
+    Rows rows = RowsOfThreeParts();
     rows[0].renamed = L"Schraube M4.sldprt";
     rows[0].bomName = L"Schraube %4 - %2";
     WaitForRows(program, rows);
@@ -136,16 +136,16 @@ TEST_F(KeyboardInBothLanguages, SelectsAndRemovesRows)
     PressKeys({VK_SHIFT, VK_DOWN});
     WaitForSelection(program, {0, 1});
     program.PressByKey(IDC_DELETE);
-    WaitForRows(program, {ThreeRows()[2]});
+    WaitForRows(program, {RowsOfThreeParts()[2]});
     program.PressByKey(IDC_REMOVE_ALL);
     PressSecondButton(program, expected::kRemoveAll.Current());
     program.WaitForRest();
     program.WaitForKeyboard();
-    EXPECT_EQ(Rows{ThreeRows()[2]}, program.List().Rows());
+    EXPECT_EQ(Rows{RowsOfThreeParts()[2]}, program.List().Rows());
     program.PressByKey(IDC_REMOVE_ALL);
     PressDefaultButton(program, expected::kRemoveAll.Current());
     WaitForRows(program, {});
-    for (const RowOnScreen& row : ThreeRows()) {
+    for (const RowOnScreen& row : RowsOfThreeParts()) {
         EXPECT_TRUE(PathExists(m_library.Part(row.original))) << "only rows are removed, no files";
     }
 }
@@ -156,15 +156,15 @@ TEST_F(KeyboardInBothLanguages, MarksRowsAddsFilesAndShowsTheMapFile)
     const CProgramUnderTest program;
     FocusFirstRow(program);
     program.PressByKey(IDC_MARK);
-    Rows rows = Edited(ThreeRecords(), 0, &RowOnScreen::renamed, L"A");
+    Rows rows = Edited(RowsOfThreeRecords(), 0, &RowOnScreen::renamed, L"A");
     WaitForRows(program, rows);
     program.PressByKey(IDC_ADD);
     ChooseInPicker(program, m_library.Part(L"N_ISO_4017_M6.sldprt"));
-    rows.insert(rows.begin(), ThreeRows()[1]);
+    rows.insert(rows.begin(), RowsOfThreeParts()[1]);
     WaitForRows(program, rows);
     program.WaitForKeyboard();
     program.PressByKey(IDC_SHOW_MAP);
-    WaitForRows(program, ThreeRecords());
+    WaitForRows(program, RowsOfThreeRecords());
 }
 
 TEST_F(KeyboardInBothLanguages, ChangesTheFolder)
@@ -184,7 +184,7 @@ TEST_F(KeyboardInBothLanguages, ChangesTheFolder)
     WriteThreeRecords();
     TypeFolder(program, m_library.Path());
     PressDefaultButton(program, expected::kChangeFolder.Current());
-    WaitForRows(program, ThreeRecords());
+    WaitForRows(program, RowsOfThreeRecords());
     WaitForCaption(program, expected::kMapView.Current());
 }
 
@@ -234,7 +234,7 @@ TEST_F(KeyboardTest, ReturnsToTheListAfterAnotherWindowEndedAnEdit)
                                        nullptr, nullptr, nullptr);
     SetForegroundWindow(other);
     EXPECT_TRUE(WaitFor([&] { return program.List().Editor() == nullptr; }));
-    WaitForRows(program, Edited(ThreeRows(), 0, &RowOnScreen::renamed, L"x.sldprt"));
+    WaitForRows(program, Edited(RowsOfThreeParts(), 0, &RowOnScreen::renamed, L"x.sldprt"));
     SetForegroundWindow(program.MainWindow());
     DestroyWindow(other);
     program.WaitForKeyboard();

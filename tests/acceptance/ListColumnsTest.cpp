@@ -68,7 +68,7 @@ TEST_F(ListColumnsTest, ChangeWidthAndOrderByKey)
     WaitForOrder(program, {1, 0, 2});
     PressKeys({VK_MENU, '3'});
     WaitForOrder(program, {2, 1, 0});
-    EXPECT_EQ(ThreeRecords(), program.List().Rows());
+    EXPECT_EQ(RowsOfThreeRecords(), program.List().Rows());
 }
 
 TEST_F(ListColumnsTest, EndAnOpenEditWhenTheyAreDragged)
@@ -78,7 +78,7 @@ TEST_F(ListColumnsTest, EndAnOpenEditWhenTheyAreDragged)
     TypeOver(program, L"M8");
     DragToWidth(program, 0, 200);
     EXPECT_EQ(200, program.List().ColumnWidth(0));
-    Rows rows = Edited(ThreeRecords(), 1, &RowOnScreen::renamed, L"M8.sldprt");
+    Rows rows = Edited(RowsOfThreeRecords(), 1, &RowOnScreen::renamed, L"M8.sldprt");
     EXPECT_EQ(rows, program.List().Rows());
     OpenEditor(program, 1, 2);
     TypeOver(program, L"Mutter");

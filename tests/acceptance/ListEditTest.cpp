@@ -27,7 +27,7 @@ protected:
         program.WaitForFocus(IDC_LIST);
         PressKeys({VK_CONTROL, 'A'});
         WaitForSelection(program, {0, 1, 2});
-        EXPECT_EQ(ThreeRecords(), program.List().Rows());
+        EXPECT_EQ(RowsOfThreeRecords(), program.List().Rows());
         EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
         EXPECT_TRUE(program.IsAtRest());
     }
@@ -41,8 +41,8 @@ TEST_F(ListEditTest, TakesTheTextOnEnterAndOnAClickElsewhereButNotOnEscape)
     TypeOver(program, L"x/y");
     PressKeys({VK_ESCAPE});
     ExpectUnchanged(program);
-    Rename(program, 1, 1, L"M8x20");
-    Rows rows = Edited(ThreeRecords(), 1, kRenamed, L"M8x20.sldprt");
+    EditCell(program, 1, 1, L"M8x20");
+    Rows rows = Edited(RowsOfThreeRecords(), 1, kRenamed, L"M8x20.sldprt");
     ExpectChanged(program, rows);
     program.WaitForFocus(IDC_LIST);
     OpenEditor(program, 2, 2);
@@ -72,7 +72,7 @@ TEST_F(ListEditTest, KeepsKeysForItself)
     EXPECT_EQ(175, program.List().ColumnWidth(1));
     EXPECT_EQ(Selection{1}, program.List().Selection());
     PressKeys({VK_RETURN});
-    ExpectChanged(program, Edited(ThreeRecords(), 1, kRenamed, L"M8M8.sldprt"));
+    ExpectChanged(program, Edited(RowsOfThreeRecords(), 1, kRenamed, L"M8M8.sldprt"));
 }
 
 TEST_F(ListEditTest, AcceptsInputAfterAMessageThatAButtonBroughtUp)
@@ -99,12 +99,12 @@ TEST_F(ListEditInBothLanguages, ReportsForbiddenCharactersAndANameThatIsTaken)
     m_library.WriteMapFile("a ; A ; 1\nb ; x_y.sldprt ; 2\n");
     const CProgramUnderTest program;
     const Rows rows = program.List().Rows();
-    Rename(program, 0, 1, L"x*y");
+    EditCell(program, 0, 1, L"x*y");
     ExpectMessage(program, expected::kForbiddenInFileName.Current());
     ExpectMessage(program, expected::kNameTaken.Current());
     program.WaitForRest();
     EXPECT_EQ(rows, program.List().Rows());
-    Rename(program, 1, 2, L"x/y@z;1=2|3");
+    EditCell(program, 1, 2, L"x/y@z;1=2|3");
     ExpectMessage(program, expected::kForbiddenInBomName.Current());
     ExpectChanged(program, Edited(rows, 1, kBomName, L"x_y_z_1_2|3"));
 }
@@ -142,13 +142,13 @@ TEST_F(ListEditTest, TakesTheTextBeforeAButtonPressedByItsLetter)
     OpenEditor(program, 1, 1);
     TypeOver(program, L"M8");
     program.PressByKey(IDC_SELECT_ALL);
-    ExpectChanged(program, Edited(ThreeRecords(), 1, kRenamed, L"M8.sldprt"));
+    ExpectChanged(program, Edited(RowsOfThreeRecords(), 1, kRenamed, L"M8.sldprt"));
     WaitForSelection(program, {0, 1, 2});
     // The row with the new name is deleted.
     OpenEditor(program, 1, 2);
     TypeOver(program, L"Mutter");
     program.PressByKey(IDC_DELETE);
-    WaitForRows(program, {ThreeRecords()[0], ThreeRecords()[2]});
+    WaitForRows(program, {RowsOfThreeRecords()[0], RowsOfThreeRecords()[2]});
     EXPECT_EQ(nullptr, program.List().Editor());
     EXPECT_TRUE(program.IsAtRest());
 }

@@ -20,19 +20,19 @@ HWND ListTest::WaitForEditor(const CProgramUnderTest& program)
 void ListTest::WaitForNoEditor(const CProgramUnderTest& program)
 {
     if (!WaitFor([&] { return program.List().Editor() == nullptr; })) {
-        throw CNotOnScreen(L"the list without an editor", program.ProcessId());
+        throw CNotOnScreen(L"the end of a cell edit", program.ProcessId());
     }
 }
 
 HWND ListTest::OpenEditor(const CProgramUnderTest& program, int row, int column)
 {
-    constexpr DWORD kPatienceOfAClick = 5'000;  // milliseconds
+    constexpr DWORD kDoubleClickTimeout = 5'000;  // milliseconds
     const POINT position = program.List().CellPosition(row, column);
     program.WaitForKeyboard();
     DoubleClickAt(position);
-    // The window manager may move the focus once more after the window has opened, which ends the edit.
-    if (!WaitFor([&] { return FindEditor(program); }, kPatienceOfAClick) &&
-        MayRepeat("a double-click that opens a cell")) {
+    // After the window opens, the window manager may move the focus once more, which closes the cell editor.
+    if (!WaitFor([&] { return FindEditor(program); }, kDoubleClickTimeout) &&
+        MayRepeat("a double-click to edit a cell")) {
         DoubleClickAt(position);
     }
     return WaitForEditor(program);
@@ -47,7 +47,7 @@ void ListTest::TypeOver(const CProgramUnderTest& program, const std::wstring& te
     }
 }
 
-void ListTest::Rename(const CProgramUnderTest& program, int row, int column, const std::wstring& text)
+void ListTest::EditCell(const CProgramUnderTest& program, int row, int column, const std::wstring& text)
 {
     OpenEditor(program, row, column);
     TypeOver(program, text);

@@ -9,18 +9,18 @@ class ListTest : public AcceptanceTest
 protected:
     // Waits for a cell editor with the focus; throws CNotOnScreen if none opens.
     static HWND WaitForEditor(const CProgramUnderTest& program);
-    // Waits until no editor is open; throws CNotOnScreen if one stays.
+    // Waits until no editor is open; throws CNotOnScreen if an editor stays open.
     static void WaitForNoEditor(const CProgramUnderTest& program);
     // Opens the editor of a cell by a double-click, which may be repeated once (MayRepeat).
     static HWND OpenEditor(const CProgramUnderTest& program, int row, int column);
     // Replaces the selected text of the open editor by typing, and waits for the new text.
     static void TypeOver(const CProgramUnderTest& program, const std::wstring& text);
     // Edits a cell and presses Enter, which may bring up a message box.
-    static void Rename(const CProgramUnderTest& program, int row, int column, const std::wstring& text);
+    static void EditCell(const CProgramUnderTest& program, int row, int column, const std::wstring& text);
 
-    // Waits until a control has a text.
+    // Waits until the control's text equals `text`, or fails the test.
     static void WaitForTextOf(HWND control, const std::wstring& text);
-    // Expects a text in an editor, all of it selected.
+    // Expects `text` in the editor, fully selected.
     static void ExpectSelectedText(HWND editor, const std::wstring& text);
 
     // Opens the menu of a column by a right-click on a cell.
@@ -29,13 +29,13 @@ protected:
     // Moves the keyboard focus to the first row of the list and selects that row.
     static void FocusFirstRow(const CProgramUnderTest& program);
 
-    // A map file with more records than fit into the list.
+    // A map file with more records than the list can show at once.
     void WriteManyRecords() const;
 
-    // The caption of the frame in a map-file view that was changed.
+    // The frame's caption when the map-file view has changes.
     static std::wstring ChangedMapView();
 
 private:
-    // The open editor if it has the focus; or null.
+    // The open editor if it has the focus, otherwise null.
     static HWND FindEditor(const CProgramUnderTest& program);
 };

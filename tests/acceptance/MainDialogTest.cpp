@@ -93,7 +93,7 @@ TEST_F(MainDialogTest, ReportsAMissingShare)
     program.TypeInto(IDC_SOURCE_DIR, L"\\\\127.0.0.1\\no such share\\");
     PressKeys({VK_TAB});
     ExpectFolderRefused(program, L"\\\\127.0.0.1\\no such share");
-    EXPECT_EQ(ThreeRows(), program.List().Rows());
+    EXPECT_EQ(RowsOfThreeParts(), program.List().Rows());
 }
 
 TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
@@ -136,8 +136,8 @@ TEST_F(MainDialogTest, AddsSeveralFilesAtOnce)
     const CProgramUnderTest program;
     program.Click(IDC_ADD);
     ChooseInPicker(program, L"\"N_ISO_4017_M8.sldprt\" \"N_ISO_4017_M4.sldprt\"");
-    Rows rows = ThreeRecords();
-    rows.insert(rows.begin(), {ThreeRows()[0], ThreeRows()[2]});
+    Rows rows = RowsOfThreeRecords();
+    rows.insert(rows.begin(), {RowsOfThreeParts()[0], RowsOfThreeParts()[2]});
     WaitForRows(program, rows);
     WaitForCaption(program, expected::kMapView.Current() + expected::kListChanged.Current());
 }

@@ -129,10 +129,10 @@ bool CMessageBoxOnScreen::BringToFront(HWND item) const
 void CMessageBoxOnScreen::AnswerByKey(HWND item) const
 {
     constexpr int kMostButtons = 4;
-    constexpr DWORD kPatienceOfAKey = 500;  // milliseconds
+    constexpr DWORD kKeyTimeout = 500;  // milliseconds
     for (int tab = 0; tab < kMostButtons && FocusOf(m_window) != item; ++tab) {
         PressKeys({VK_TAB});
-        WaitFor([&] { return FocusOf(m_window) == item; }, kPatienceOfAKey);
+        WaitFor([&] { return FocusOf(m_window) == item; }, kKeyTimeout);
     }
     PressKeys({VK_SPACE});
 }

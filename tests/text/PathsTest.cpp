@@ -37,16 +37,16 @@ TEST(NormalizePath, LeavesForwardSlashes)
     EXPECT_EQ(NormalizePath(L"//server//parts"), L"//server//parts");
 }
 
-TEST(PathBelow, LiesBelowTheFolder)
+TEST(JoinPath, LiesBelowTheFolder)
 {
-    EXPECT_EQ(PathBelow(L"C:\\Zelmar", L"Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
-    EXPECT_EQ(PathBelow(L"C:\\Zelmar\\", L"Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
-    EXPECT_EQ(PathBelow(L"\\\\server\\zelmar", L"a.pdf"), L"\\\\server\\zelmar\\a.pdf");
+    EXPECT_EQ(JoinPath(L"C:\\Zelmar", L"Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
+    EXPECT_EQ(JoinPath(L"C:\\Zelmar\\", L"Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
+    EXPECT_EQ(JoinPath(L"\\\\server\\zelmar", L"a.pdf"), L"\\\\server\\zelmar\\a.pdf");
 }
 
-TEST(PathBelow, IsANetworkPathForAnEmptyFolder)
+TEST(JoinPath, IsANetworkPathForAnEmptyFolder)
 {
-    EXPECT_EQ(PathBelow(L"", L"a.pdf"), L"\\\\a.pdf");
+    EXPECT_EQ(JoinPath(L"", L"a.pdf"), L"\\\\a.pdf");
     EXPECT_EQ(MappedFolder(L""), L"\\\\Mapped");
     EXPECT_EQ(MapFilePath(L""), L"\\\\Mapped\\PartsMap.txt");
 }

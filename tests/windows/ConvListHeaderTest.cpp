@@ -27,11 +27,11 @@ void DragFirstColumn(const CListWindow& window, const std::vector<int>& widths)
 
 // Widths
 
-TEST(ConvListHeader, ADragIsRefusedBeyondTheLimits)
+TEST(ConvListHeader, ADragBeyondTheLimitsIsIgnored)
 {
-    const std::vector<std::pair<int, int>> widthsAfter{{79, 175}, {80, 80}, {401, 175}, {400, 400},
-                                                       {0, 175},  {81, 81}, {399, 399}, {450, 175}};
-    for (const auto& [dragged, after] : widthsAfter) {
+    const std::vector<std::pair<int, int>> draggedAndResult{{79, 175}, {80, 80}, {401, 175}, {400, 400},
+                                                            {0, 175},  {81, 81}, {399, 399}, {450, 175}};
+    for (const auto& [dragged, after] : draggedAndResult) {
         const CListWindow window;
         DragFirstColumn(window, {dragged});
         EXPECT_EQ(window.m_list.GetColumnWidth(0), after) << dragged;
@@ -39,7 +39,7 @@ TEST(ConvListHeader, ADragIsRefusedBeyondTheLimits)
     }
 }
 
-TEST(ConvListHeader, ADragStopsAtTheLimits)
+TEST(ConvListHeader, ADragKeepsTheLastWidthWithinTheLimits)
 {
     const CListWindow window;
     DragFirstColumn(window, {150, 100, 60, 40});
@@ -61,7 +61,7 @@ TEST(ConvListHeader, TheLimitsHoldForEveryColumn)
     }
 }
 
-TEST(ConvListHeader, OtherChangesOfAColumnAreNotRefused)
+TEST(ConvListHeader, OtherChangesToAColumnAreAccepted)
 {
     const CListWindow window;
     std::wstring text = L"Name";
@@ -78,8 +78,6 @@ TEST(ConvListHeader, OtherChangesOfAColumnAreNotRefused)
     EXPECT_EQ(window.m_list.GetColumnWidth(1), 175);
 }
 
-// The drag ends an edit with another row's name, which a message box reports.
-
 void ReleaseKey(int key)
 {
     std::array<BYTE, 256> state{};
@@ -88,7 +86,9 @@ void ReleaseKey(int key)
     SetKeyboardState(state.data());
 }
 
-TEST(ConvListHeader, ADragDoesNotBeginIfAMessageTookTheRelease)
+// A press on the header ends the open edit. Its text is another row's name, so a message box opens during the
+// press.
+TEST(ConvListHeader, ADragDoesNotBeginIfTheButtonWasReleasedInAMessageBox)
 {
     CListWindow window;
     const CHeldKeys button{VK_LBUTTON};
@@ -115,8 +115,8 @@ TEST(ConvListHeader, ADragContinuesAfterAMessageIfTheButtonIsStillDown)
     EXPECT_EQ(window.m_list.GetColumnWidth(0), 200);
 }
 
-// The invalid area below the rows.
-bool IsStale(const CListWindow& window, int x, int y)
+// Whether a point of the list waits to be repainted.
+bool IsInvalidated(const CListWindow& window, int x, int y)
 {
     const UniqueGdiObject<HRGN> region(CreateRectRgn(0, 0, 0, 0));
     GetUpdateRgn(window.m_list.m_hWnd, region.get(), FALSE);
@@ -133,11 +133,11 @@ TEST(ConvListHeader, ANewWidthInvalidatesTheAreaBelowTheRows)
         UpdateWindow(window.m_list.m_hWnd);
         ValidateRect(window.m_list.m_hWnd, nullptr);
         window.m_list.SetColumnWidth(1, 401);
-        EXPECT_FALSE(IsStale(window, 0, 299)) << "refused";
+        EXPECT_FALSE(IsInvalidated(window, 0, 299)) << "refused";
         window.m_list.SetColumnWidth(1, 200);
         for (const int x : {0, 100, 300, 599}) {
-            EXPECT_TRUE(IsStale(window, x, top)) << rows << " " << x;
-            EXPECT_TRUE(IsStale(window, x, 299)) << rows << " " << x;
+            EXPECT_TRUE(IsInvalidated(window, x, top)) << rows << " " << x;
+            EXPECT_TRUE(IsInvalidated(window, x, 299)) << rows << " " << x;
         }
     }
 }
@@ -205,7 +205,7 @@ TEST_F(ConvListLines, AreDrawnAtTheColumnsRightEdges)
     ExpectLines(window, {199, 299, 449}, 299);
 }
 
-TEST_F(ConvListLines, MoveWithTheScrolledList)
+TEST_F(ConvListLines, MoveWhenTheListScrolls)
 {
     const CListWindow window({500, 300});
     const LONG bottom = window.m_list.GetClientRect().bottom;
@@ -217,7 +217,7 @@ TEST_F(ConvListLines, MoveWithTheScrolledList)
     ExpectLines(window, {149, 324, 499}, bottom - 1);
 }
 
-TEST_F(ConvListLines, AreOfTheReportViewOnly)
+TEST_F(ConvListLines, AreDrawnInReportViewOnly)
 {
     const CListWindow window({600, 300}, {{}, {}, {}}, 0);
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(window.m_list.m_hWnd, GWL_STYLE));
@@ -285,10 +285,10 @@ TEST(ConvListKeys, AltAndTheNumberMovesAColumnToTheRight)
     EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{2, 0, 1}));
     PressKey('2');
     EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{1, 2, 0}))
-        << "the column's number, not its place's";
+        << "the number is the column's, not that of its position";
 }
 
-TEST(ConvListKeys, OtherNumbersAndKeysLeaveTheColumns)
+TEST(ConvListKeys, OtherKeysDoNotChangeTheColumns)
 {
     const CListWindow window;
     const auto expectUnchanged = [&window](const char* keys) {

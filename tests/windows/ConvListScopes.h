@@ -41,8 +41,9 @@ inline void Type(const std::wstring& text)
 inline void PressKey(WPARAM key)
 {
     const bool alt = ::GetKeyState(VK_MENU) < 0;
+    const bool altGr = alt && ::GetKeyState(VK_CONTROL) < 0;  // no system key ("WM_KEYDOWN message")
     const LPARAM context = alt ? 0x20000000 : 0;
-    ::PostMessageW(::GetFocus(), alt ? WM_SYSKEYDOWN : WM_KEYDOWN, key, context | 1);
+    ::PostMessageW(::GetFocus(), alt && !altGr ? WM_SYSKEYDOWN : WM_KEYDOWN, key, context | 1);
     DrainMessages();
 }
 
@@ -220,7 +221,7 @@ private:
     {
         const int id = ::GetDlgCtrlID(window);
         if (window == m_host.m_parent.m_hWnd) {
-            NoteOfParent(message, wParam, lParam);
+            NoteParentMessage(message, wParam, lParam);
         } else if (window == m_host.m_list.m_hWnd) {
             NoteByName(L"list ",
                        {{WM_LBUTTONDOWN, L"WM_LBUTTONDOWN"},
@@ -232,7 +233,7 @@ private:
                         {WM_SETFOCUS, L"WM_SETFOCUS"},
                         {WM_COMMAND, L"WM_COMMAND"},
                         {WM_INITMENUPOPUP, L"WM_INITMENUPOPUP"}},
-                       message, IsOfMenu(message, lParam));
+                       message, IsNotEditorNotification(message, lParam));
         } else if (::GetParent(window) == m_host.m_list.m_hWnd &&
                    (id == IDC_IN_PLACE_EDIT || id == IDC_IN_PLACE_LIST)) {
             NoteByName(L"editor ",
@@ -250,7 +251,10 @@ private:
     }
 
     // Of WM_COMMAND only a menu's commands, not the editor's notifications.
-    static bool IsOfMenu(UINT message, LPARAM lParam) { return message != WM_COMMAND || lParam == 0; }
+    static bool IsNotEditorNotification(UINT message, LPARAM lParam)
+    {
+        return message != WM_COMMAND || lParam == 0;
+    }
 
     void NoteByName(const std::wstring& window, std::initializer_list<Name> names, UINT message, bool wanted)
     {
@@ -261,7 +265,7 @@ private:
         }
     }
 
-    void NoteOfParent(UINT message, WPARAM wParam, LPARAM lParam)
+    void NoteParentMessage(UINT message, WPARAM wParam, LPARAM lParam)
     {
         const std::wstring parameters = L" " + std::to_wstring(wParam) + L" " + std::to_wstring(lParam);
         if (message == WM_USER + 5) {

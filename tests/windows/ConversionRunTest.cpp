@@ -560,7 +560,7 @@ TEST_F(ConversionRunTest, TheOverallBarShowsTheShareDone)
 
 // 53/100 in single precision is slightly less than 0.53, and 100 times that rounds to 52.999996. 59/100 is
 // similar; the other hundredths are exact.
-TEST_F(ConversionRunTest, TheShareIsOfSinglePrecisionAndTruncated)
+TEST_F(ConversionRunTest, TheShareIsComputedInSinglePrecisionAndTruncated)
 {
     AddRows(100);
     Run(true);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <optional>
 
 #include "tests/support/FileInterceptor.h"
@@ -27,7 +29,7 @@ public:
 class MapFileWriterTest : public testing::Test
 {
 protected:
-    // What stands after the header.
+    // The text after the header.
     [[nodiscard]] std::string Records() const
     {
         const std::string text = ReadBytes(m_path);
@@ -96,11 +98,11 @@ TEST_F(MapFileWriterTest, AppendsNothingAfterAPartialRecordThatStays)
     CMapFileWriter writer;
     ASSERT_TRUE(writer.Open(m_path) && writer.AppendHeader() && writer.Append(m_first));
     {
+        std::ofstream(std::filesystem::path(m_path), std::ios::binary | std::ios::app) << "c.sldprt ; d.sl";
         const CMappedFile mapped(m_path);  // cannot be truncated
         m_failures.m_failing = FileCall::writeStream;
         EXPECT_FALSE(writer.Append(m_second));
         m_failures.m_failing.reset();
-        std::ofstream(std::filesystem::path(m_path), std::ios::binary | std::ios::app) << "c.sldprt ; d.sl";
         EXPECT_FALSE(writer.Append(m_second));
         EXPECT_TRUE(Records().ends_with("c.sldprt ; d.sl"));
     }
@@ -115,7 +117,7 @@ TEST_F(MapFileWriterTest, TellsWhenTheFileDoesNotReachTheDisk)
     m_failures.m_failing = FileCall::flush;
     EXPECT_FALSE(writer.Close());
     EXPECT_EQ(m_failures.m_count, 1);
-    EXPECT_TRUE(writer.Close()) << "it is closed all the same";
+    EXPECT_TRUE(writer.Close()) << "it is closed anyway";
 }
 
 }  // namespace
