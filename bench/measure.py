@@ -210,7 +210,7 @@ def run_growth(longest, times):
 
 
 def commit():
-    command = ["tools/commit-name", "bench/RESULTS.md", "bench/growth.svg"]
+    command = ["tools/lib/commit-name", "bench/RESULTS.md", "bench/growth.svg"]
     return subprocess.run(command, capture_output=True, text=True, check=True).stdout.strip()
 
 

@@ -1,4 +1,4 @@
-"""The windows on the screen, read from the log of tools/windowwatch; mouse, keyboard and screenshots."""
+"""The windows on the screen, read from the log of tools/lib/windowwatch; mouse, keyboard and screenshots."""
 import collections
 import re
 import subprocess

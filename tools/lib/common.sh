@@ -2,7 +2,7 @@
 # Shared by the commands; source it under `set -euo pipefail`. Sets top to the project's folder and changes into it.
 
 shopt -s inherit_errexit
-top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cd "$top"
 export LANG=C.UTF-8 LC_ALL=C.UTF-8
 logs=$top/build/logs
@@ -62,11 +62,11 @@ build_preset() {
 # part library that they show, the tools that make it, and the tools that operate the programs and take the pictures.
 pictures_stamp() {
   local sources
-  sources=$(find tools/windowwatch tests/cadserver tests/support/TextFile.* -type f | LC_ALL=C sort)
+  sources=$(find tools/lib/windowwatch tests/cadserver tests/support/TextFile.* -type f | LC_ALL=C sort)
   mapfile -t sources <<<"$sources"
   sha256sum build/windows/bin/{talvenor_german.exe,talvenor_english.exe,talvresgerx64.dll,talvresusx64.dll} \
-    data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/demonstration/*.py \
-    "${sources[@]}" tools/{common.sh,run-windows}
+    data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/lib/demonstration/*.py \
+    "${sources[@]}" tools/{lib/common.sh,run-windows}
 }
 
 # start_display [WIDTHxHEIGHT]: starts a virtual X display (default: 1600x1200 pixels) with a window manager, and sets
@@ -92,13 +92,13 @@ has_display_or_end() {
   return 1
 }
 
-# start_window_watch FOLDER PROGRAM: starts tools/windowwatch, which logs the program's windows in FOLDER/windows.log
+# start_window_watch FOLDER PROGRAM: starts tools/lib/windowwatch, which logs the program's windows in FOLDER/windows.log
 # until end_window_watch FOLDER is called.
 start_window_watch() {
   rm -f "$1/windows.log" "$1/windows.log.stop"
   TALVENOR_TIME_LIMIT=0 tools/run-windows "$(windows_path "$top/build/windowwatch/windowwatch.exe")" \
     "$(windows_path "$1/windows.log")" "$2" >"$logs/windowwatch.log" 2>&1 &
-  wait_until 60 "the log of tools/windowwatch, $1/windows.log (see build/logs/windowwatch.log)" test -e "$1/windows.log"
+  wait_until 60 "the log of tools/lib/windowwatch, $1/windows.log (see build/logs/windowwatch.log)" test -e "$1/windows.log"
 }
 end_window_watch() { touch "$1/windows.log.stop"; }
 
@@ -111,7 +111,7 @@ register_library() {
   tools/run-windows reg add 'HKLM\SOFTWARE\Zelmar\input' /v prg /d 'C:\Zelmar' /f
   tools/run-windows reg delete 'HKCU\SOFTWARE\Zelmar\Tools\Talvenor' /f || true # from an earlier run
   tools/run-windows reg add 'HKCU\SOFTWARE\Zelmar\Tools\Talvenor' /v 'Template Text Column 1' \
-    /d "$(python3 -c "import sys; sys.path.insert(0, 'tools/demonstration'); import check; print(check.FILE_TEMPLATE)")" /f
+    /d "$(python3 -c "import sys; sys.path.insert(0, 'tools/lib/demonstration'); import check; print(check.FILE_TEMPLATE)")" /f
 }
 
 # end_display: ends wineserver first, as its windows are on the display; then the window manager and the display.
