@@ -1,6 +1,7 @@
 #include "tests/cadserver/Application.h"
 
 #include "tests/cadserver/Document.h"
+#include "tests/cadserver/ServerWindows.h"
 #include "tests/support/TextFile.h"
 
 namespace {
@@ -39,6 +40,9 @@ Outcome CApplication::Perform(DISPID dispid, const CArguments& arguments)
 {
     switch (dispid) {
         case automation::kExit:
+            if (Session().Script().PromptsInEnd()) {
+                ShowPrompt();
+            }
             Session().RequestEnd(L"asked");
             return {};
         case automation::kCloseDocument:

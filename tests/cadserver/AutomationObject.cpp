@@ -201,6 +201,9 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
             case FaultAction::Kind::endBefore:
                 LogCall(call, number, L"not served");
                 m_session.EndNow(L"fault");
+            case FaultAction::Kind::hang:
+                LogCall(call, number, L"hangs");
+                m_session.Hang();
             case FaultAction::Kind::endAfter:
                 endAfter = true;
                 break;
@@ -228,6 +231,10 @@ Outcome CAutomationObject::ServeWithFaults(Call& call)
 
 Outcome CAutomationObject::Handle(Call& call)
 {
+    if (const std::optional<HRESULT> refusal = m_session.Refusal()) {
+        LogCall(call, L"-", StatusText(*refusal));
+        return {*refusal, {}, {}};
+    }
     if (m_sessionNumber != m_session.Number()) {
         // For the client, the server of this object has ended.
         LogCall(call, L"-", L"gone");

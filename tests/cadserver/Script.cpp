@@ -63,6 +63,15 @@ DWORD ToMilliseconds(const std::wstring& text)
     return text == L"forever" ? INFINITE : ToCount(text);
 }
 
+HRESULT ToFailure(const std::wstring& text)
+{
+    const HRESULT status = ToNumber(text);
+    if (SUCCEEDED(status)) {
+        throw CScriptError("not a failure: " + ToUtf8(text));
+    }
+    return status;
+}
+
 // Splits "key=value". A word without "=" is a key with an empty value.
 std::pair<std::wstring, std::wstring> SplitOption(const std::wstring& word)
 {
@@ -142,7 +151,8 @@ FaultAction ParseAction(const std::vector<std::wstring>& words, size_t at)
         {L"end-before", FaultAction::Kind::endBefore},
         {L"end-after", FaultAction::Kind::endAfter},
         {L"hold-before", FaultAction::Kind::holdBefore},
-        {L"hold-after", FaultAction::Kind::holdAfter}};
+        {L"hold-after", FaultAction::Kind::holdAfter},
+        {L"hang", FaultAction::Kind::hang}};
     if (const auto kind = withoutArgument.find(verb); kind != withoutArgument.end()) {
         RequireWords(words, at + 1, at + 1);
         action.kind = kind->second;
@@ -205,35 +215,39 @@ CScript::CScript(const std::wstring& path)
             throw CScriptError("line " + std::to_string(number) + ": " + error.what());
         }
     }
+    if (m_stays && (m_promptsAtEnd || m_lingerings.size() > 1)) {
+        throw CScriptError("a process that stays neither lingers nor prompts at its end");
+    }
 }
 
 void CScript::AddRule(const Words& words)
 {
-    const std::wstring& verb = words[0];
-    if (verb == L"datecode") {
-        RequireWords(words, 2, 3);
-        m_dateCodes[words.size() == 3 ? ToFirstStart(words[2]) : 1] = ToNumber(words[1]);
-    } else if (verb == L"open") {
-        AddOpen(words);
-    } else if (verb == L"count") {
-        RequireWords(words, 3, 3);
-        m_counts[LowerCase(words[1])] = ToNumber(words[2]);
-    } else if (verb == L"names") {
-        AddNames(words);
-    } else if (verb == L"missing") {
-        RequireWords(words, 3, 3);
-        m_missing.emplace(LowerCase(words[1]), words[2]);
-    } else if (verb == L"start-refuse") {
-        RequireWords(words, 1, 2);
-        m_refuseFrom = words.size() == 2 ? ToFirstStart(words[1]) : 1;
-    } else if (verb == L"stay") {
+    static const std::map<std::wstring, bool CScript::*> flags = {
+        {L"stay", &CScript::m_stays},
+        {L"prompt-in-end", &CScript::m_promptsInEnd},
+        {L"prompt-at-end", &CScript::m_promptsAtEnd},
+        {L"window", &CScript::m_showsWindow}};
+    static const std::map<std::wstring, void (CScript::*)(const Words&)> rules = {
+        {L"datecode", &CScript::AddDateCode},     {L"open", &CScript::AddOpen},
+        {L"count", &CScript::AddCount},           {L"names", &CScript::AddNames},
+        {L"missing", &CScript::AddMissing},       {L"start-refuse", &CScript::AddRefusal},
+        {L"start-slow", &CScript::AddStartDelay}, {L"linger", &CScript::AddLingering},
+        {L"fault", &CScript::AddFault},
+    };
+    if (const auto flag = flags.find(words[0]); flag != flags.end()) {
         RequireWords(words, 1, 1);
-        m_stays = true;
-    } else if (verb == L"fault") {
-        AddFault(words);
+        this->*flag->second = true;
+    } else if (const auto rule = rules.find(words[0]); rule != rules.end()) {
+        (this->*rule->second)(words);
     } else {
-        RefuseWord(verb);
+        RefuseWord(words[0]);
     }
+}
+
+void CScript::AddDateCode(const Words& words)
+{
+    RequireWords(words, 2, 3);
+    m_dateCodes[words.size() == 3 ? ToFirstStart(words[2]) : 1] = ToNumber(words[1]);
 }
 
 void CScript::AddOpen(const Words& words)
@@ -253,6 +267,12 @@ void CScript::AddOpen(const Words& words)
     m_open[LowerCase(words[1])] = result;
 }
 
+void CScript::AddCount(const Words& words)
+{
+    RequireWords(words, 3, 3);
+    m_counts[LowerCase(words[1])] = ToNumber(words[2]);
+}
+
 void CScript::AddNames(const Words& words)
 {
     static const std::map<std::wstring, NamesKind> kinds = {
@@ -270,6 +290,40 @@ void CScript::AddNames(const Words& words)
         RefuseWord(words[2]);
     }
     m_names[LowerCase(words[1])] = kind->second;
+}
+
+void CScript::AddMissing(const Words& words)
+{
+    RequireWords(words, 3, 3);
+    m_missing.emplace(LowerCase(words[1]), words[2]);
+}
+
+void CScript::AddRefusal(const Words& words)
+{
+    RequireWords(words, 1, 2);
+    m_refuseFrom = words.size() == 2 ? ToFirstStart(words[1]) : 1;
+}
+
+void CScript::AddStartDelay(const Words& words)
+{
+    RequireWords(words, 2, 3);
+    m_startDelays[words.size() == 3 ? ToFirstStart(words[2]) : 1] = ToCount(words[1]);
+}
+
+void CScript::AddLingering(const Words& words)
+{
+    RequireWords(words, 2, 4);
+    Lingering lingering{ToCount(words[1]), RPC_E_DISCONNECTED};
+    DWORD firstStart = 1;
+    for (size_t at = 2; at < words.size(); ++at) {
+        const auto [key, value] = SplitOption(words[at]);
+        if (key == L"status") {
+            lingering.status = ToFailure(value);
+        } else {
+            firstStart = ToFirstStart(words[at]);
+        }
+    }
+    m_lingerings[firstStart] = lingering;
 }
 
 void CScript::AddFault(const Words& words)

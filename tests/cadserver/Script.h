@@ -29,6 +29,7 @@ struct FaultAction
         endAfter,    // the server serves the call and ends without returning
         holdBefore,  // the call waits for a test before it is served
         holdAfter,   // the call is served and waits for a test before it returns
+        hang,        // the call is not served and never returns
         busy,        // the message filter returns SERVERCALL_RETRYLATER for some time
         reject,      // the message filter returns SERVERCALL_REJECTED for some time
         slow         // the call is served after a delay
@@ -71,6 +72,13 @@ struct OpenResult
     long errorCode = 0;
 };
 
+// How long a server that ends stays reachable, and how it refuses calls meanwhile.
+struct Lingering
+{
+    DWORD milliseconds;
+    HRESULT status;
+};
+
 // The rules of a script file, described in README.md. Files are named without folder, in any case; a rule for
 // "*" applies to all files without a rule of their own.
 class CScript
@@ -97,19 +105,42 @@ public:
     [[nodiscard]] bool IsMissing(const std::wstring& file, const std::wstring& configuration) const;
     // Whether the start with this number (from 1) fails.
     [[nodiscard]] bool RefusesStart(DWORD start) const { return m_refuseFrom && start >= *m_refuseFrom; }
+    // The milliseconds that the start with this number (from 1) takes until the class is registered.
+    [[nodiscard]] DWORD StartDelay(DWORD start) const
+    {
+        return std::prev(m_startDelays.upper_bound(start))->second;
+    }
+    // How the process of the start with this number (from 1) lingers; nothing if it ends at once.
+    [[nodiscard]] std::optional<Lingering> LingeringOf(DWORD start) const
+    {
+        return std::prev(m_lingerings.upper_bound(start))->second;
+    }
     // Whether the process outlives its sessions.
     [[nodiscard]] bool Stays() const { return m_stays; }
+    // Whether the end call, or the end after it, waits for the answer to a message box.
+    [[nodiscard]] bool PromptsInEnd() const { return m_promptsInEnd; }
+    [[nodiscard]] bool PromptsAtEnd() const { return m_promptsAtEnd; }
+    // Whether the process shows a main window.
+    [[nodiscard]] bool ShowsWindow() const { return m_showsWindow; }
     [[nodiscard]] const std::vector<FaultRule>& Faults() const { return m_faults; }
 
 private:
     using Words = std::vector<std::wstring>;
 
     void AddRule(const Words& words);
+    void AddDateCode(const Words& words);
     void AddOpen(const Words& words);
+    void AddCount(const Words& words);
     void AddNames(const Words& words);
+    void AddMissing(const Words& words);
+    void AddRefusal(const Words& words);
+    void AddStartDelay(const Words& words);
+    void AddLingering(const Words& words);
     void AddFault(const Words& words);
 
     std::map<DWORD, long> m_dateCodes = {{0, 2019250}};  // key: the first start with this date code
+    std::map<DWORD, DWORD> m_startDelays = {{0, 0}};     // key: the first start with this delay
+    std::map<DWORD, std::optional<Lingering>> m_lingerings = {{0, std::nullopt}};  // key: the first start
     std::map<std::wstring, OpenResult> m_open;
     std::map<std::wstring, long> m_counts;
     std::map<std::wstring, NamesKind> m_names;
@@ -117,5 +148,8 @@ private:
     std::set<std::pair<std::wstring, std::wstring>> m_missing;
     std::optional<DWORD> m_refuseFrom;
     bool m_stays = false;
+    bool m_promptsInEnd = false;
+    bool m_promptsAtEnd = false;
+    bool m_showsWindow = false;
     std::vector<FaultRule> m_faults;
 };

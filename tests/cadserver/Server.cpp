@@ -5,6 +5,8 @@
 #include <objbase.h>
 
 #include "tests/cadserver/Application.h"
+#include "tests/cadserver/ComPointers.h"
+#include "tests/cadserver/ServerWindows.h"
 #include "tests/cadserver/Session.h"
 
 namespace {
@@ -100,25 +102,58 @@ private:
     CSession& m_session;
 };
 
-// The single-threaded apartment of the calling thread.
-class CApartment
+// An automation object that no client gets.
+class CUnusedObject : public CUncountedObject<IDispatch>
 {
 public:
-    CApartment() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
-    ~CApartment() { CoUninitialize(); }
-    CApartment(const CApartment&) = delete;
-    CApartment& operator=(const CApartment&) = delete;
+    CUnusedObject() : CUncountedObject(IID_IDispatch) {}
+
+    STDMETHODIMP GetTypeInfoCount(UINT* /*count*/) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT /*index*/, LCID /*locale*/, ITypeInfo** /*info*/) override
+    {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* /*names*/, UINT /*count*/, LCID /*locale*/,
+                               DISPID* /*ids*/) override
+    {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP Invoke(DISPID /*dispid*/, REFIID /*reserved*/, LCID /*locale*/, WORD /*flags*/,
+                        DISPPARAMS* /*parameters*/, VARIANT* /*result*/, EXCEPINFO* /*exception*/,
+                        UINT* /*wrongArgument*/) override
+    {
+        return E_NOTIMPL;
+    }
 };
 
+// Keeps the object reachable from outside until the process ends. When the last stub of an interface goes,
+// Wine (8.0) waits for the calls that are still returning to other processes, and may miss that they have
+// returned: the release would then never return.
+void KeepStub(IUnknown& object, REFIID identifier)
+{
+    IStreamPtr stream;
+    if (SUCCEEDED(CreateStreamOnHGlobal(nullptr, TRUE, &stream))) {
+        CoMarshalInterface(stream, identifier, &object, MSHCTX_LOCAL, nullptr, MSHLFLAGS_TABLESTRONG);
+    }
+}
+
+// Whether a timer of the thread has expired.
+bool IsTimer(const MSG& message, UINT_PTR timer)
+{
+    return message.message == WM_TIMER && message.hwnd == nullptr && message.wParam == timer;
+}
+
+// Serves calls until the server is about to end.
 void ServeCalls(CSession& session)
 {
     const UINT_PTR idleTimer = SetTimer(nullptr, 0, kFirstClientTimeout, nullptr);
     MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (message.message == WM_TIMER && message.hwnd == nullptr && message.wParam == session.StayTimer()) {
+    // Not ended by a timer's message: clients that keep calling would hold it up forever.
+    while (!session.EndIsDue() && GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (IsTimer(message, session.StayTimer())) {
             session.EndNow(L"unused");
         }
-        if (message.message == WM_TIMER && message.wParam == idleTimer) {
+        if (IsTimer(message, idleTimer)) {
             KillTimer(nullptr, idleTimer);
             if (!session.WasUsed()) {
                 session.RequestEnd(L"unused");
@@ -129,6 +164,46 @@ void ServeCalls(CSession& session)
     }
 }
 
+// Serves calls, by refusing them, for this time. The timer of RequestEnd wakes the loop.
+void Linger(DWORD milliseconds)
+{
+    const ULONGLONG end = GetTickCount64() + milliseconds;
+    MSG message;
+    while (GetTickCount64() < end && GetMessageW(&message, nullptr, 0, 0) > 0) {
+        DispatchMessageW(&message);
+    }
+}
+
+// Serves calls, by refusing them, until no more arrive. Wine (8.0) may not end a process while COM's threads
+// are at work: it kills them first, with the locks that they hold.
+void WaitForQuiet()
+{
+    constexpr DWORD kQuiet = 30;        // milliseconds
+    constexpr ULONGLONG kMost = 2'000;  // milliseconds
+    constexpr DWORD kCalls = QS_POSTMESSAGE | QS_SENDMESSAGE;
+    const ULONGLONG end = GetTickCount64() + kMost;
+    while (GetTickCount64() < end &&
+           MsgWaitForMultipleObjects(0, nullptr, FALSE, kQuiet, kCalls) != WAIT_TIMEOUT) {
+        MSG message;
+        while (GetTickCount64() < end && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) {
+            DispatchMessageW(&message);
+        }
+    }
+}
+
+[[noreturn]] void Leave(CSession& session)
+{
+    if (session.Script().PromptsAtEnd()) {
+        ShowPrompt();
+    }
+    if (const std::optional<Lingering> lingering = session.LingeringAtEnd()) {
+        Linger(lingering->milliseconds);
+    }
+    session.Disconnect();
+    WaitForQuiet();
+    session.Leave();
+}
+
 }  // namespace
 
 int Serve(int version)
@@ -137,16 +212,21 @@ int Serve(int version)
     if (!settings) {
         return 1;
     }
-    const CApartment apartment;
+    Sleep(settings->script.StartDelay(settings->number));
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     CSession session(version, *std::move(settings));
+    if (session.Script().ShowsWindow()) {
+        ShowMainWindow();
+    }
     CApplicationFactory factory(session);
+    CUnusedObject unused;
+    KeepStub(factory, IID_IClassFactory);
+    KeepStub(unused, IID_IDispatch);
     CBusyFilter filter(session);
     CoRegisterMessageFilter(&filter, nullptr);
     if (FAILED(session.RegisterClassObject(factory))) {
         session.EndNow(L"not registered");
     }
     ServeCalls(session);
-    CoRegisterMessageFilter(nullptr, nullptr);
-    session.LogEnd();
-    return 0;
+    Leave(session);
 }

@@ -14,10 +14,9 @@
 #include "tests/cadserver/CallHold.h"
 #include "tests/cadserver/ComPointers.h"
 #include "tests/cadserver/PartFile.h"
+#include "tests/cadserver/ServerFixture.h"
 #include "tests/support/AutomationNumbers.h"
 #include "tests/support/Files.h"
-#include "tests/support/OwnFolder.h"
-#include "tests/support/StartProgram.h"
 #include "tests/support/TextFile.h"
 #include "tests/support/UnderWine.h"
 
@@ -27,52 +26,6 @@ using namespace automation;
 
 constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
 constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
-
-// Runs cadserver.exe with these arguments and returns its exit status.
-DWORD RunServerProgram(const std::wstring& arguments)
-{
-    const StartedProgram server = StartProgram(L"\"" + OwnFolder() + L"\\cadserver.exe\" " + arguments);
-    constexpr DWORD kTimeout = 30'000;  // milliseconds
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(server.process.get(), kTimeout))
-        << "cadserver.exe did not end";
-    DWORD status = ~0U;
-    GetExitCodeProcess(server.process.get(), &status);
-    return status;
-}
-
-std::wstring Quoted(const std::filesystem::path& path)
-{
-    return L"\"" + path.wstring() + L"\"";
-}
-
-struct CallResult
-{
-    HRESULT status = S_OK;
-    _variant_t value;
-    EXCEPINFO exception{};
-    UINT wrongArgument = ~0U;
-
-    [[nodiscard]] IDispatchPtr Object() const
-    {
-        return {value.vt == VT_DISPATCH ? value.pdispVal : nullptr, true};
-    }
-};
-
-CallResult Invoke(IDispatch* object, DISPID dispid, std::vector<_variant_t> arguments,
-                  WORD kind = DISPATCH_METHOD)
-{
-    std::reverse(arguments.begin(), arguments.end());
-    DISPID put = DISPID_PROPERTYPUT;
-    DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
-    if (kind == DISPATCH_PROPERTYPUT) {
-        parameters.rgdispidNamedArgs = &put;
-        parameters.cNamedArgs = 1;
-    }
-    CallResult result;
-    result.status = object->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters, &result.value,
-                                   &result.exception, &result.wrongArgument);
-    return result;
-}
 
 _variant_t Flag(bool flag)
 {
@@ -113,91 +66,16 @@ std::vector<std::wstring> TextsOf(const _variant_t& names)
     return texts;
 }
 
-class ServerTest : public testing::Test
+class ServerTest : public CServerFixture
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        ASSERT_EQ(0U, RunServerProgram(L"--register 25 30 --current 30"));
-    }
-
-    static void TearDownTestSuite()
-    {
-        RunServerProgram(L"--unregister");
-        CoUninitialize();
-    }
-
-    void SetUp() override
-    {
-        ASSERT_EQ(S_OK, CreatePartFile(m_part.wstring(), {L"M8x10", L"M8/x 12", L"Größe"}));
-        Script("");
-    }
-
-    void TearDown() override
-    {
-        m_application = nullptr;
-        WaitForEnds();
-    }
-
-    // Sets the script of all servers that start from now on.
-    void Script(const std::string& rules)
-    {
-        std::ofstream(m_folder / L"script", std::ios::binary) << rules;
-        ASSERT_EQ(0U, RunServerProgram(L"--configure --script " + Quoted(m_folder / L"script") + L" --log " +
-                                       Quoted(m_folder / L"log")));
-    }
-
-    HRESULT Start(const wchar_t* progId = L"SldWorks.Application.30")
-    {
-        m_application = nullptr;
-        return m_application.CreateInstance(progId, nullptr, CLSCTX_LOCAL_SERVER);
-    }
-
-    [[nodiscard]] IDispatch* Application() const { return m_application; }
-
     // Starts a new server with the script and opens the part.
     IDispatchPtr StartAndOpen(const std::string& rules)
     {
         Script(rules);
         EXPECT_EQ(S_OK, Start());
         long errorCode = -1;
-        return m_application != nullptr ? Open(m_application, m_part, errorCode).Object() : IDispatchPtr();
-    }
-
-    void Release() { m_application = nullptr; }
-
-    // The lines of the log, with N for process numbers.
-    [[nodiscard]] std::vector<std::wstring> LogLines() const
-    {
-        std::vector<std::wstring> lines;
-        if (std::filesystem::exists(m_folder / L"log")) {
-            lines = ReadLines((m_folder / L"log").wstring());
-        }
-        for (std::wstring& line : lines) {
-            if (const size_t at = line.find(L"process="); at != std::wstring::npos) {
-                const size_t tab = std::min(line.find(L'\t', at), line.size());
-                line.replace(at + 8, tab - at - 8, L"N");
-            }
-        }
-        return lines;
-    }
-
-    // Waits until every server that logged its start has logged its end.
-    void WaitForEnds() const
-    {
-        const auto count = [](const std::vector<std::wstring>& lines, const wchar_t* text) {
-            return std::ranges::count_if(lines,
-                                         [&](const std::wstring& line) { return line.starts_with(text); });
-        };
-        for (int attempt = 0; attempt < 100; ++attempt) {
-            const std::vector<std::wstring> lines = LogLines();
-            if (count(lines, L"-\tstart") == count(lines, L"-\tend")) {
-                return;
-            }
-            Sleep(50);
-        }
-        ADD_FAILURE() << "a server did not end";
+        return Application() != nullptr ? Open(Application(), m_part, errorCode).Object() : IDispatchPtr();
     }
 
     [[nodiscard]] std::vector<PartConfiguration> ConfigurationsOnDisk() const
@@ -206,13 +84,6 @@ protected:
         EXPECT_EQ(S_OK, ReadConfigurations(m_part.wstring(), configurations));
         return configurations;
     }
-
-    const CTempFolder m_temp;
-    const std::filesystem::path m_folder = m_temp.Path();
-    const std::filesystem::path m_part = m_folder / L"N_ISO_4017_M8.sldprt";
-
-private:
-    IDispatchPtr m_application;
 };
 
 TEST_F(ServerTest, IsRegisteredByVersionedProgIds)

@@ -78,10 +78,10 @@ CSession::CSession(int version, StartSettings settings)
     , m_faults(m_script.Faults())
     , m_log(std::move(settings.log))
 {
-    if (m_script.Stays()) {
+    if (m_script.Stays() || LingeringAtEnd()) {
         CoAddRefServerProcess();  // never released: clients can connect even when there are no objects
-        RestartStayTimer();
     }
+    RestartStayTimer();
 }
 
 OpenPartPointer CSession::OpenPartAt(const std::wstring& path, long& errorCode)
@@ -140,8 +140,20 @@ void CSession::Revoke()
     }
 }
 
+std::optional<HRESULT> CSession::Refusal() const
+{
+    const std::optional<Lingering> lingering = LingeringAtEnd();
+    if (lingering && !m_endReason.empty()) {
+        return lingering->status;
+    }
+    return m_disconnected ? std::optional<HRESULT>(RPC_E_DISCONNECTED) : std::nullopt;
+}
+
 bool CSession::EnsureSession()
 {
+    if (Refusal()) {
+        m_log.Add({L"-", L"late", OwnProcess()});
+    }
     if (m_endReason.empty() || !m_script.Stays()) {
         return true;
     }
@@ -186,10 +198,13 @@ void CSession::RequestEnd(const std::wstring& reason)
     m_endReason = reason;
     if (m_script.Stays()) {
         EndSession();
-    } else {
-        Revoke();
-        SetTimer(nullptr, 0, kEndDelay, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(0); });
+        return;
     }
+    if (!LingeringAtEnd()) {
+        Revoke();
+    }
+    m_endTime = GetTickCount64() + kEndDelay;
+    SetTimer(nullptr, 0, kEndDelay, nullptr);  // wakes the message loop when there are no more calls
 }
 
 void CSession::EndSession()
@@ -215,11 +230,37 @@ void CSession::RestartStayTimer()
 void CSession::EndNow(const std::wstring& reason)
 {
     m_endReason = reason;
+    End(1);
+}
+
+void CSession::Disconnect()
+{
+    m_disconnected = true;
+    Revoke();
+}
+
+void CSession::Leave()
+{
+    End(0);
+}
+
+void CSession::End(UINT status)
+{
     // Otherwise COM would keep sending clients to the dead process.
     Revoke();
     LogEnd();
-    TerminateProcess(GetCurrentProcess(), 1);
+    // Not by CoUninitialize: under Wine (8.0) it may wait forever for a call that is just returning.
+    TerminateProcess(GetCurrentProcess(), status);
     std::abort();
+}
+
+void CSession::Hang()
+{
+    // Wine would keep sending clients to the process even after its end.
+    Revoke();
+    for (;;) {
+        Sleep(INFINITE);
+    }
 }
 
 void CSession::LogEnd()

@@ -61,6 +61,10 @@ public:
     // Registers the class object until the session ends.
     HRESULT RegisterClassObject(IUnknown& factory);
 
+    // The status with which every call fails while the server lingers or is disconnected; nothing at other
+    // times.
+    [[nodiscard]] std::optional<HRESULT> Refusal() const;
+
     // The number of the session in this process.
     [[nodiscard]] unsigned Number() const { return m_number; }
     // If the session has ended and the process stays, begins a new session like a new process would. Returns
@@ -73,19 +77,29 @@ public:
     void RemoveObject(unsigned number);
     [[nodiscard]] bool WasUsed() const { return m_used; }
 
-    // Accepts no more clients and ends the server soon, so that the current call can return. If the process
-    // stays, ends only the session.
+    // Accepts no more clients, unless the server lingers, and has the server end soon, so that the current
+    // call can return. If the process stays, ends only the session.
     void RequestEnd(const std::wstring& reason);
+    // Whether the time has come for the server to end.
+    [[nodiscard]] bool EndIsDue() const { return m_endTime && GetTickCount64() >= *m_endTime; }
+    // How the process lingers before it ends; nothing if it does not.
+    [[nodiscard]] std::optional<Lingering> LingeringAtEnd() const { return m_script.LingeringOf(m_start); }
+    // Accepts no more clients and refuses every call.
+    void Disconnect();
+    // Ends the process after its last call.
+    [[noreturn]] void Leave();
     // Ends the process immediately, within a call.
     [[noreturn]] void EndNow(const std::wstring& reason);
+    // Never returns. Only ending the process from outside ends the call.
+    [[noreturn]] void Hang();
     // The timer of a process that stays. It expires if no session begins or ends for a minute.
     [[nodiscard]] UINT_PTR StayTimer() const { return m_stayTimer; }
 
+private:
     // Logs the end with its reason, unless it is logged already.
     void LogEnd();
-
-private:
     void Revoke();
+    [[noreturn]] void End(UINT status);
     void EndSession();
     void RestartStayTimer();
 
@@ -102,6 +116,8 @@ private:
     unsigned m_objects = 0;      // of this session
     unsigned m_leftObjects = 0;  // of ended sessions
     UINT_PTR m_stayTimer = 0;
+    std::optional<ULONGLONG> m_endTime;  // by GetTickCount64
+    bool m_disconnected = false;
     std::wstring m_endReason;
     bool m_endLogged = false;
 };

@@ -17,6 +17,10 @@ inline constexpr const wchar_t* kSettingsKey = L"Software\\TalvenorCadServer";
 inline constexpr const wchar_t* kHeldEvent = L"Local\\TalvenorCadServerHeld";
 inline constexpr const wchar_t* kGoOnEvent = L"Local\\TalvenorCadServerGoOn";
 
+// Titles of the server's prompt and of its main window.
+inline constexpr const wchar_t* kPromptTitle = L"TalvenorCadServer prompt";
+inline constexpr const wchar_t* kMainWindowTitle = L"TalvenorCadServer";
+
 // Stores both paths (empty: none) and resets all counters to 0.
 void ConfigureServer(const std::wstring& script, const std::wstring& log);
 
