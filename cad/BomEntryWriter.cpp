@@ -189,7 +189,7 @@ void CBomEntryWriter::PutBomName(CSldWorksConfiguration& configuration, const st
 // A confirmed cancel finishes this file; the flag stays set for the run.
 void CBomEntryWriter::HandleCancel()
 {
-    if (!m_progress.IsCancelled() || m_cancelConfirmed) {
+    if (!m_progress.IsCancelled() || m_cancelConfirmed || m_progress.IsSessionEnding()) {
         return;
     }
     if (ShowMessage(kReallyCancel.Current(), MB_YESNO | MB_ICONQUESTION) == IDYES) {

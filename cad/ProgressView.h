@@ -23,6 +23,9 @@ public:
     virtual void ClearCancelled() = 0;
     virtual void EnableCancel(bool enable) = 0;
 
+    // The Windows session ends; the run ends after the current part and asks nothing.
+    [[nodiscard]] virtual bool IsSessionEnding() const = 0;
+
     // Translates and dispatches one pending message of the thread, if there is one.
     virtual void PumpOneMessage() = 0;
 

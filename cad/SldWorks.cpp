@@ -81,6 +81,11 @@ int CSldWorks::Connect(const std::wstring& progId)
     return m_connected;
 }
 
+HRESULT CSldWorks::GetConnectStatus() const
+{
+    return m_connectError == nullptr ? E_OUTOFMEMORY : m_connectError->m_sc;
+}
+
 bool CSldWorks::IsVersionSupported()
 {
     return m_application.GetDateCode() >= kFirstSupportedDateCode;

@@ -28,6 +28,9 @@ public:
     // E_OUTOFMEMORY when there is no memory for the ProgID.
     [[nodiscard]] int Connect(const std::wstring& progId);
 
+    // The status code of the last Connect that returned 0.
+    [[nodiscard]] HRESULT GetConnectStatus() const;
+
     // Whether the connected server is release 99/250 or later. Throws when the call fails.
     [[nodiscard]] bool IsVersionSupported();
 

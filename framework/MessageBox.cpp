@@ -45,7 +45,10 @@ void CALLBACK ShowHelpTopic(HELPINFO* info)
 
 int ShowBox(const MessageRequest& request)
 {
-    const CWinApp* app = CWinApp::Get();
+    CWinApp* app = CWinApp::Get();
+    if (app != nullptr) {
+        app->GetMessageFilter().HoldInput();  // pressed in a call, before there was anything to read
+    }
     const std::wstring title = app != nullptr ? app->GetName() : std::wstring();
     MSGBOXPARAMSW parameters{};
     parameters.cbSize = sizeof parameters;

@@ -1,6 +1,9 @@
 #include "framework/OleDispatchDriver.h"
 
 #include <limits>
+#include <utility>
+
+#include "framework/WinApp.h"
 
 namespace {
 
@@ -45,6 +48,14 @@ COleDispatchException ExceptionFrom(CExceptionInfo& info)
     return exception;
 }
 
+// Calls and releases wait for the server. Once it was given up, the filter cancels them.
+void PrepareCall()
+{
+    if (CWinApp* const app = CWinApp::Get(); app != nullptr) {
+        app->GetMessageFilter().PrepareCall();
+    }
+}
+
 }  // namespace
 
 _bstr_t MakeAutomationString(std::wstring_view text)
@@ -58,6 +69,18 @@ _bstr_t MakeAutomationString(std::wstring_view text)
         throw COleException(E_OUTOFMEMORY);
     }
     return string;
+}
+
+COleDispatchDriver::~COleDispatchDriver()
+{
+    ReleaseDispatch();
+}
+
+COleDispatchDriver& COleDispatchDriver::operator=(COleDispatchDriver other)
+{
+    // `other` releases the object held before.
+    std::swap(m_dispatch, other.m_dispatch);
+    return *this;
 }
 
 bool COleDispatchDriver::CreateDispatch(const std::wstring& progId, COleException* error)
@@ -86,6 +109,7 @@ void COleDispatchDriver::ReleaseDispatch()
 {
     // Detached first: messages may be dispatched during the last Release.
     if (IDispatch* const dispatch = m_dispatch.Detach(); dispatch != nullptr) {
+        PrepareCall();
         dispatch->Release();
     }
 }
@@ -104,6 +128,7 @@ void COleDispatchDriver::Invoke(DISPID member, WORD kind, VARIANT* reversedArgum
     }
     CExceptionInfo info;
     UINT badArgument = 0;
+    PrepareCall();
     // With the user's locale, so that a server that localises its errors does so for this user.
     const HRESULT status = m_dispatch->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters,
                                               result, &info, &badArgument);

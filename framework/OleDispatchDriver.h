@@ -18,6 +18,11 @@
 class COleDispatchDriver
 {
 public:
+    COleDispatchDriver() = default;
+    COleDispatchDriver(const COleDispatchDriver&) = default;
+    COleDispatchDriver& operator=(COleDispatchDriver other);
+    ~COleDispatchDriver();
+
     // Connects to a running server of the ProgID's class, or starts one; releases the previous object first.
     // Returns false on failure. *error (unless null) receives the status code in either case.
     bool CreateDispatch(const std::wstring& progId, COleException* error = nullptr);

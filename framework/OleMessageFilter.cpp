@@ -1,23 +1,33 @@
 #include "framework/OleMessageFilter.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "framework/Language.h"
 #include "framework/MessageBox.h"
+#include "framework/PendingMessages.h"
 #include "framework/ScopeExit.h"
 
 namespace {
 
-// Results of RetryRejectedCall ("IMessageFilter::RetryRejectedCall"): values from 100 on are milliseconds to
-// wait before the next try.
+// Results of RetryRejectedCall. From 100 on it is a time in milliseconds to wait before the next try.
 constexpr DWORD kCancelCall = static_cast<DWORD>(-1);
 constexpr DWORD kTryAgainAfter = 250;
 
-constexpr Text kServerBusy{
-    L"Das andere Programm ist beschäftigt und nimmt keine Befehle an.\n\n"
-    L"Soll weiter gewartet werden?",
-    L"The other program is busy and is not accepting commands.\n\n"
-    L"Do you want to keep waiting?"};
+LONGLONG Now()
+{
+    return static_cast<LONGLONG>(GetTickCount64());
+}
+
+LONGLONG MadeAt(const MSG& message)
+{
+    return Now() - static_cast<LONGLONG>(static_cast<DWORD>(GetTickCount() - message.time));
+}
+
+// COM asks the filter when a message arrives ("IMessageFilter::MessagePending method").
+void MakeComAskAgain()
+{
+    PostThreadMessageW(GetCurrentThreadId(), WM_NULL, 0, 0);
+}
 
 }  // namespace
 
@@ -69,30 +79,120 @@ DWORD COleMessageFilter::HandleInComingCall(DWORD /*callType*/, HTASK /*caller*/
     return SERVERCALL_ISHANDLED;
 }
 
+void COleMessageFilter::SetStalledCallHandler(CStalledCallHandler* handler)
+{
+    m_handler = handler;
+    m_answeredAt = kNever;
+    m_pressedAt = kNever;
+    m_confirmed = false;
+    m_givenUp = false;
+    ReturnHeldInput();
+}
+
+void COleMessageFilter::PrepareCall() const
+{
+    if (m_givenUp) {
+        MakeComAskAgain();
+    }
+}
+
+void COleMessageFilter::NotePress()
+{
+    m_pressedAt = Now();
+    if (m_handler != nullptr) {
+        MakeComAskAgain();
+    }
+}
+
+void COleMessageFilter::HoldInput()
+{
+    if (m_handler != nullptr) {
+        const std::vector<MSG> input = TakePendingMessages(kPressesAndReleases);
+        m_heldInput.insert(m_heldInput.end(), input.begin(), input.end());
+    }
+}
+
+void COleMessageFilter::ReturnHeldInput()
+{
+    for (const MSG& message : std::exchange(m_heldInput, {})) {
+        PostMessageW(message.hwnd, message.message, message.wParam, message.lParam);
+    }
+}
+
 DWORD COleMessageFilter::RetryRejectedCall(HTASK /*callee*/, DWORD tickCount, DWORD /*rejectType*/)
 {
-    // Whatever the kind of rejection: a server that refuses outright may be free again soon, too. tickCount
-    // is the time since the first try; after the user has chosen to wait, the delay starts again.
-    const ULONGLONG waited = std::min<ULONGLONG>(tickCount, GetTickCount64() - m_answeredAt);
-    if (waited < m_busyDelay || m_asking || AskUser()) {
-        return kTryAgainAfter;
+    // A busy server may say "later" or refuse outright, and a refusal passes just as well: both are tried
+    // again.
+    const LONGLONG now = Now();
+    const LONGLONG stallsAt = StallsAt(now - tickCount);
+    if (m_givenUp || (m_handler == nullptr && now >= stallsAt)) {
+        return kCancelCall;
     }
-    return kCancelCall;
+    if (!m_asking && !GiveUpIfConfirmed(now - tickCount) && now >= stallsAt) {
+        static_cast<void>(TakePress(stallsAt));
+        AskUser();
+    }
+    return m_givenUp ? kCancelCall : kTryAgainAfter;
 }
 
-DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD /*tickCount*/, DWORD /*pendingType*/)
+DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD /*pendingType*/)
 {
-    // Never asks the user here: the server is working, and a message box would let the user start something
-    // else inside the pending call.
-    return PENDINGMSG_WAITDEFPROCESS;
+    if (m_handler == nullptr) {
+        return PENDINGMSG_WAITDEFPROCESS;
+    }
+    if (!m_asking && !m_givenUp) {
+        PaintPendingWindows();
+        const LONGLONG now = Now();
+        const LONGLONG stallsAt = StallsAt(now - tickCount);
+        // No question without a press: a long call is nothing unusual, and nobody may be there.
+        if (!GiveUpIfConfirmed(now - tickCount) && now >= stallsAt && TakePress(stallsAt)) {
+            AskUser();
+        }
+    }
+    // The default handling would throw keys and clicks away, a press of Cancel among them.
+    return m_givenUp ? PENDINGMSG_CANCELCALL : PENDINGMSG_WAITNOPROCESS;
 }
 
-bool COleMessageFilter::AskUser()
+// From when on a call is taken for stalled. The user's last answer starts a new delay.
+LONGLONG COleMessageFilter::StallsAt(LONGLONG callBegan) const
+{
+    return std::max(callBegan, m_answeredAt) + static_cast<LONGLONG>(m_busyDelay);
+}
+
+// Gives the server up if the user confirmed that while this very call was pending: a call that returned while
+// the box was open has done its work. Returns whether it did.
+bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
+{
+    if (!std::exchange(m_confirmed, false) || callBegan >= m_answeredAt) {
+        return false;
+    }
+    m_givenUp = !m_handler->GiveUp();
+    return true;
+}
+
+// Whether the user has pressed a key or a button since. All that was pressed since is dropped then; what came
+// before is held, or the question would get it.
+bool COleMessageFilter::TakePress(LONGLONG since)
+{
+    HoldInput();
+    const auto isLater = [since](const MSG& message) { return MadeAt(message) >= since; };
+    const bool pressed = m_pressedAt >= since || std::ranges::any_of(m_heldInput, [&](const MSG& message) {
+                             return IsPress(message.message) && isLater(message);
+                         });
+    if (pressed) {
+        std::erase_if(m_heldInput, isLater);
+    }
+    return pressed;
+}
+
+void COleMessageFilter::AskUser()
 {
     m_asking = true;
-    const CScopeExit answered([this] {
-        m_asking = false;
-        m_answeredAt = GetTickCount64();
-    });
-    return ShowMessage(kServerBusy.Current(), MB_RETRYCANCEL | MB_ICONEXCLAMATION) == IDRETRY;
+    const CScopeExit asked([this] { m_asking = false; });
+    const int answer = ShowMessage(m_handler->Question(), MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2);
+    m_confirmed = answer == IDYES;
+    m_answeredAt = Now();
+    if (m_confirmed) {
+        MakeComAskAgain();
+    }
 }

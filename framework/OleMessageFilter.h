@@ -2,10 +2,34 @@
 
 #include <windows.h>
 
+#include <limits>
+#include <string>
+#include <vector>
+
 #include "framework/ComPointers.h"
 
-// Retries calls that a busy automation server rejects, and asks the user when that takes long. Serves the
-// thread that registers it. Its owner determines its lifetime, not its reference count.
+// What the message filter asks and does when a call has been pending for too long and the user presses a key
+// or clicks. The run installs one while it holds a connection.
+class CStalledCallHandler
+{
+public:
+    virtual ~CStalledCallHandler() = default;
+
+    // The text of a Yes/No question; Yes gives the server up.
+    [[nodiscard]] virtual std::wstring Question() const = 0;
+
+    // The user no longer waits. Returns true when the server has been ended, so that the call fails by
+    // itself; false when the call has to be cancelled.
+    [[nodiscard]] virtual bool GiveUp() = 0;
+
+protected:
+    CStalledCallHandler() = default;
+    CStalledCallHandler(const CStalledCallHandler&) = default;
+    CStalledCallHandler& operator=(const CStalledCallHandler&) = default;
+};
+
+// Waits for automation servers, and asks the user when that takes long. One object lives as long as the
+// application; it is not freed by reference counting. It serves the thread that registered it.
 class COleMessageFilter final : public IMessageFilter
 {
 public:
@@ -14,15 +38,34 @@ public:
     COleMessageFilter& operator=(const COleMessageFilter&) = delete;
     ~COleMessageFilter() { Revoke(); }
 
-    // Registers the filter for the calling thread, which must be a single-threaded apartment. Returns false
-    // when COM refuses.
+    // Registers the filter for the calling thread, which must have entered COM as a single-threaded
+    // apartment. Returns false when COM refuses it.
     bool Register();
 
-    // Restores the previous filter. Does nothing when not registered.
+    // Restores the filter that was registered before; does nothing when not registered.
     void Revoke();
 
-    // For how long calls to a busy server are retried before the user is asked.
+    // How long a call may be pending or rejected before the user is asked, in milliseconds.
     void SetBusyDelay(DWORD milliseconds) { m_busyDelay = milliseconds; }
+
+    // Installs the handler of stalled calls, or removes it (null). While one is installed, keys and clicks
+    // stay in the queue during a call, and windows are painted. Without one a rejected call fails after the
+    // delay. Either way the filter waits for the server again, and the held input returns to the queue.
+    void SetStalledCallHandler(CStalledCallHandler* handler);
+
+    // To be called before each call on the server and each release of its objects: once the server has been
+    // given up without ending it, the call is cancelled as soon as it waits.
+    void PrepareCall() const;
+
+    // The user pressed a mouse button on a disabled window; the system queues no message for it.
+    void NotePress();
+
+    // Takes keys and clicks out of the queue while a handler is installed, so that they do not reach a
+    // message box that opens now.
+    void HoldInput();
+
+    // Posts the held input again.
+    void ReturnHeldInput();
 
     // IUnknown
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override;
@@ -36,13 +79,23 @@ public:
     DWORD STDMETHODCALLTYPE MessagePending(HTASK callee, DWORD tickCount, DWORD pendingType) override;
 
 private:
-    // Returns whether the user wants to keep waiting.
-    bool AskUser();
+    // Points in time are milliseconds by GetTickCount64.
+    [[nodiscard]] LONGLONG StallsAt(LONGLONG callBegan) const;
+    bool GiveUpIfConfirmed(LONGLONG callBegan);
+    bool TakePress(LONGLONG since);
+    void AskUser();
+
+    static constexpr LONGLONG kNever = std::numeric_limits<LONGLONG>::min();
 
     ULONG m_references = 1;
-    DWORD m_busyDelay = 5000;    // milliseconds
-    ULONGLONG m_answeredAt = 0;  // when the user was last asked (GetTickCount64)
+    DWORD m_busyDelay = 5000;
+    CStalledCallHandler* m_handler = nullptr;
+    LONGLONG m_answeredAt = kNever;  // when the user last answered
+    bool m_confirmed = false;        // the answer was Yes, and has not taken effect yet
+    bool m_givenUp = false;          // all calls are cancelled
     bool m_asking = false;
+    LONGLONG m_pressedAt = kNever;  // on a disabled window
+    std::vector<MSG> m_heldInput;   // in the order of the input
     bool m_registered = false;
     IMessageFilterPtr m_previous;
 };

@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "framework/PendingMessages.h"
 #include "framework/Wnd.h"
 
 namespace {
@@ -16,6 +17,24 @@ void Dispatch(MSG& message)
     if (!CWnd::WalkPreTranslateTree(message)) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
+    }
+}
+
+// A WM_QUIT is left in the queue for the loops further out.
+void DispatchUnlessQuit(MSG& message)
+{
+    if (message.message == WM_QUIT) {
+        PostQuitMessage(static_cast<int>(message.wParam));
+    } else {
+        Dispatch(message);
+    }
+}
+
+// The queue has all input again that the message filter held during a call.
+void ReturnHeldInput()
+{
+    if (g_app != nullptr) {
+        g_app->GetMessageFilter().ReturnHeldInput();
     }
 }
 
@@ -59,36 +78,30 @@ bool CWinApp::PumpMessage()
 
 void CWinApp::PumpPendingMessage()
 {
+    // Key releases come late: one is left over from the key that started a run.
+    constexpr std::array kOrder{MessageRange{WM_KEYDOWN, WM_KEYDOWN},
+                                MessageRange{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK},
+                                MessageRange{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK},
+                                MessageRange{WM_KEYFIRST, WM_KEYLAST}, MessageRange{0, 0}};
+    ReturnHeldInput();
     MSG message{};
-    if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) == FALSE) {
-        return;
+    for (const MessageRange& range : kOrder) {
+        if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
+            DispatchUnlessQuit(message);
+            return;
+        }
     }
-    if (message.message == WM_QUIT) {
-        PostQuitMessage(static_cast<int>(message.wParam));
-        return;
-    }
-    Dispatch(message);
 }
 
 void CWinApp::DropPendingInput()
 {
-    struct Range
-    {
-        UINT first;
-        UINT last;
-    };
-    constexpr std::array kInput{Range{WM_KEYFIRST, WM_KEYLAST}, Range{WM_MOUSEFIRST, WM_MOUSELAST},
-                                Range{WM_NCMOUSEMOVE, WM_NCXBUTTONDBLCLK},
-                                Range{WM_NCPOINTERUPDATE, WM_POINTERROUTEDRELEASED}};
-    for (const Range& range : kInput) {
-        MSG message{};
-        while (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
-            if (message.message == WM_QUIT) {  // passes every filter ("PeekMessageW function")
-                PostQuitMessage(static_cast<int>(message.wParam));
-                return;
-            }
-        }
-    }
+    ReturnHeldInput();
+    static_cast<void>(TakePendingMessages(kAllInput));
+}
+
+bool CWinApp::IsSessionEnding()
+{
+    return g_app != nullptr && g_app->m_sessionEnding;
 }
 
 bool CWinApp::InitializeOle()

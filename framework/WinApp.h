@@ -27,11 +27,19 @@ public:
     // outer loops.
     static bool PumpMessage();
 
-    // Dispatches one message; does nothing when the queue is empty.
+    // The same for one message that is already there; does nothing when the queue is empty. Keys and clicks
+    // come first, whatever else waits: a press of Cancel is not to wait for it.
     static void PumpPendingMessage();
 
     // Removes keyboard, mouse and pointer messages for all windows from the thread's queue.
     static void DropPendingInput();
+
+    // Waits for automation calls.
+    [[nodiscard]] COleMessageFilter& GetMessageFilter() { return m_messageFilter; }
+
+    // The user ends the Windows session. Long operations end at their next step then, without a message box.
+    void SetSessionEnding(bool ending) { m_sessionEnding = ending; }
+    [[nodiscard]] static bool IsSessionEnding();
 
     // The title of the program's message boxes.
     [[nodiscard]] const std::wstring& GetName() const { return m_name; }
@@ -45,10 +53,10 @@ protected:
 
     // Initialises OLE and registers the message filter. Returns false on failure. Run undoes both.
     bool InitializeOle();
-    COleMessageFilter& GetMessageFilter() { return m_messageFilter; }
 
 private:
     std::wstring m_name;
     COleMessageFilter m_messageFilter;
     bool m_oleInitialized = false;
+    bool m_sessionEnding = false;
 };

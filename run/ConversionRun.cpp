@@ -6,6 +6,7 @@
 #include "files/FileMisc.h"
 #include "files/Paths.h"
 #include "framework/Language.h"
+#include "framework/LongOperation.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
 
@@ -26,7 +27,7 @@ constexpr Text kCadNotLoaded{
 constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert sein.",
                           L"SOLIDWORKS 99/250 is required."};
 
-// Without quotes around the path, unlike the reader's message. Kept: the manuals quote it so.
+// Without quotes around the path, unlike the reader's message. Unchanged: the manuals quote this text.
 constexpr Text kMapFileNotOpened{L"FEHLER: Datei %1 kann nicht zum Schreiben geöffnet werden!",
                                  L"ERROR: File %1 cannot be opened for write access!"};
 constexpr Text kMapFileNotWritten{
@@ -58,7 +59,7 @@ int OverallPosition(int done, int total)
 
 }  // namespace
 
-// A row with all that the run has to know about it.
+// A row and what the run derives from it.
 struct CConversionRun::Row
 {
     int index;
@@ -66,16 +67,17 @@ struct CConversionRun::Row
     bool pending;
     std::wstring source;
     std::wstring target;
-    bool ownsTarget;  // the target is a copy's and no other file's
+    bool targetIsSafe;  // can only be a copy in the "Mapped" folder
 };
 
 CConversionRun::CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWorks& sldWorks,
-                               CConversionView& view, ConversionOptions options)
+                               CServerProcess& server, CConversionView& view, ConversionOptions options)
     : m_mainWindow(mainWindow)
     , m_table(table)
     , m_sldWorks(sldWorks)
     , m_view(view)
     , m_options(std::move(options))
+    , m_cad(sldWorks, server, m_options.progId, m_options.cadPatience)
 {
 }
 
@@ -93,7 +95,8 @@ void CConversionRun::Run()
     m_total = m_table.CountPendingRows();
     m_mapPath = MapFilePath(m_options.standardPartsFolder);
     OpenProgress();
-    PerformEnd(Convert());
+    const CLongOperation operation(m_mainWindow.m_hWnd, m_progress->GetWindowText());
+    FinishWith(Convert());
 }
 
 // ---- The run as a whole
@@ -106,7 +109,7 @@ CConversionRun::End CConversionRun::Convert()
     if (!m_mapFile.Open(m_mapPath)) {
         return End::mapFileNotOpened;
     }
-    ReportUnlessWritten(m_mapFile.AppendHeader());
+    ReportWriteFailure(m_mapFile.AppendHeader());
     return ConvertRows();
 }
 
@@ -126,22 +129,30 @@ std::optional<CConversionRun::End> CConversionRun::PrepareCad()
     return end;
 }
 
-// Connects and checks the version, and leaves the cancel button disabled. A failed automation call counts as
-// a failed connection.
+// Connects and checks the version, and leaves the cancel button disabled.
 std::optional<CConversionRun::End> CConversionRun::LoadCad()
 {
-    m_progress->SetFirstText(kLoadingCad.Current());
-    m_progress->EnableCancel(false);
-    m_progress->RefreshAtOnce();
-    try {
-        if (m_sldWorks.Connect(m_options.progId) == 0) {
-            return End::cadNotLoaded;
-        }
-        if (!m_sldWorks.IsVersionSupported()) {
+    ShowLoadingCad();
+    return EndAfter(m_cad.Connect());
+}
+
+// The same after a failed call.
+std::optional<CConversionRun::End> CConversionRun::ReloadCad()
+{
+    ReleaseCad();
+    ShowLoadingCad();
+    return EndAfter(m_cad.Reconnect());
+}
+
+std::optional<CConversionRun::End> CConversionRun::EndAfter(CCadSession::Outcome outcome) const
+{
+    switch (outcome) {
+        case CCadSession::Outcome::notLoaded:
+            return m_progress->IsSessionEnding() ? End::sessionEnded : End::cadNotLoaded;
+        case CCadSession::Outcome::tooOld:
             return End::cadTooOld;
-        }
-    } catch (const CException&) {
-        return End::cadNotLoaded;
+        case CCadSession::Outcome::connected:
+            break;
     }
     return std::nullopt;
 }
@@ -156,47 +167,53 @@ CConversionRun::End CConversionRun::ConvertRows()
     return End::finished;
 }
 
-// The order of messages, windows, release and closing is the end's own.
-void CConversionRun::PerformEnd(End end)
+// Each kind of end has its own order of message, window changes, release and close.
+void CConversionRun::FinishWith(End end)
 {
     switch (end) {
         case End::finished:
-            ReportUnlessWritten(m_mapFile.Close());
+            ReportWriteFailure(m_mapFile.Close());
             m_view.ShowViewStatus(true);
             ShowMessage(kFinished.Current(), MB_OK | MB_ICONINFORMATION);
             CloseProgress();
             ReleaseCad();
             break;
         case End::cancelled:
-            ReportUnlessWritten(m_mapFile.Close());
+            ReportWriteFailure(m_mapFile.Close());
             ShowMessage(kCancelled.Current());
             m_view.ReloadAfterCancel();
             CloseProgress();
             ReleaseCad();
             break;
+        case End::sessionEnded:
+            // Without a message, a failure of the close included: the session would wait for its answer.
+            static_cast<void>(m_mapFile.Close());
+            CloseProgress();
+            ReleaseCad();
+            break;
         case End::cadNotLoaded:
             ShowMessage(kCadNotLoaded.Current());
-            BreakOff();
+            AbortRun();
             break;
         case End::cadTooOld:
             ShowMessage(kCadTooOld.Current());
-            BreakOff();
+            AbortRun();
             break;
         case End::mapFileNotOpened:
             ShowMessage(FillPlaces(kMapFileNotOpened.Current(), {m_mapPath}));
-            BreakOff();
+            AbortRun();
             break;
     }
 }
 
 // The user has answered the message, so the window comes back first. It takes no commands yet: the dialog
 // drops them until the run has returned.
-void CConversionRun::BreakOff()
+void CConversionRun::AbortRun()
 {
     CloseProgress();
     m_view.TakeInputAgain();
     ReleaseCad();
-    ReportUnlessWritten(m_mapFile.Close());
+    ReportWriteFailure(m_mapFile.Close());
 }
 
 // ---- One row
@@ -207,17 +224,17 @@ CConversionRun::Row CConversionRun::ReadRow(int index) const
     const std::wstring& folder = m_options.standardPartsFolder;
     std::wstring source = JoinPath(folder, entry.strOriginal);
     std::wstring target = CopyPath(folder, entry.strRenamed);
-    // Another name may lead to any file, and while the map file is open, no copy can take its place.
-    const bool ownsTarget =
+    // Any other name could point to an arbitrary file; the map file is open during the run.
+    const bool targetIsSafe =
         IsBareFileName(entry.strRenamed) && !EqualIgnoringCase(entry.strRenamed, kMapFileName);
-    return {index,     std::move(entry), m_table.IsPending(index), std::move(source), std::move(target),
-            ownsTarget};
+    return {index,       std::move(entry), m_table.IsPending(index), std::move(source), std::move(target),
+            targetIsSafe};
 }
 
 std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
 {
-    ShowRow(row);
-    if (row.ownsTarget) {
+    ShowCopyProgress(row);
+    if (row.targetIsSafe) {
         static_cast<void>(CFileMisc::ClearReadOnly(row.target));
     }
     if (CopyAndRecord(row)) {
@@ -225,11 +242,14 @@ std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
             return end;
         }
         FinishRow(row);
+        if (m_progress->IsSessionEnding()) {
+            return End::sessionEnded;
+        }
         if (m_progress->IsCancelled()) {
             return End::cancelled;
         }
     }
-    if (row.ownsTarget) {
+    if (row.targetIsSafe) {
         static_cast<void>(CFileMisc::SetReadOnly(row.target));
     }
     return std::nullopt;
@@ -238,22 +258,22 @@ std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
 // Copies a pending row's file and records the row. False when the row stays as it is.
 bool CConversionRun::CopyAndRecord(const Row& row)
 {
-    if (row.pending && (!HasFileNames(row) || CFileMisc::CopyPartFile(row.source, row.target) != 0)) {
+    if (row.pending && (!CheckFileNames(row) || CFileMisc::CopyPartFile(row.source, row.target) != 0)) {
         return false;
     }
     UTtab_entry record = row.entry;
     if (m_options.copyOnly) {
         record.strBomName.clear();
     }
-    return ReportUnlessWritten(m_mapFile.Append(record));
+    return ReportWriteFailure(m_mapFile.Append(record));
 }
 
-// Whether neither name leads out of its folder. If one does, the user is told once.
-bool CConversionRun::HasFileNames(const Row& row)
+// Whether neither name leads out of its folder. Shows the message about one that does at most once per run.
+bool CConversionRun::CheckFileNames(const Row& row)
 {
     for (const std::wstring& name : {row.entry.strOriginal, row.entry.strRenamed}) {
         if (!IsBareFileName(name)) {
-            if (!std::exchange(m_noFileNameShown, true)) {
+            if (!std::exchange(m_badNameShown, true)) {
                 ShowMessage(FillPlaces(kNoFileName.Current(), {name}));
             }
             return false;
@@ -265,18 +285,18 @@ bool CConversionRun::HasFileNames(const Row& row)
 std::optional<CConversionRun::End> CConversionRun::UpdateCopy(const Row& row)
 {
     if (m_options.copyOnly) {
-        ShowCurrentFile(row);
-        ++m_done;  // counts every row, pending or not
+        ShowUpdateProgress(row);
+        ++m_done;  // for every row, pending or not
         return std::nullopt;
     }
     return row.pending ? UpdateBomEntries(row) : std::nullopt;
 }
 
-// Has SOLIDWORKS write the copy's BOM names. After a failed call SOLIDWORKS is loaded anew; the cancel button
-// then stays disabled until the next part is saved.
+// Has SOLIDWORKS write the copy's BOM names. After a failed call SOLIDWORKS is loaded again, and the cancel
+// button stays disabled until the next part is saved.
 std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& row)
 {
-    ShowCurrentFile(row);
+    ShowUpdateProgress(row);
     ++m_done;
     const float fileShare = static_cast<float>(kProgressFull) / static_cast<float>(m_total);
     try {
@@ -286,26 +306,28 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
         m_sldWorks.WriteBomEntries(*m_progress, row.target, fields, row.entry.strBomName, fileShare, m_done);
         return std::nullopt;
     } catch (const COleDispatchException& error) {
-        ShowDispatchError(error);
+        if (!m_progress->IsSessionEnding()) {  // the session would wait for the answer
+            ShowDispatchError(error);
+        }
     } catch (const CException&) {
         // Kept: any other failure ends the update of this part without a message.
     }
-    ReleaseCad();
-    return LoadCad();
+    return ReloadCad();
 }
 
-// Marks the row, and lets a click on Cancel come in.
+// Marks the row, and processes a pending click on Cancel.
 void CConversionRun::FinishRow(const Row& row)
 {
     m_table.MarkConverted(row.index);
     m_table.ScrollIntoView(row.index);
+    m_cad.LeaveToUser();
     m_progress->PumpOneMessage();
 }
 
 // ---- The map file
 
-// Returns what it was given. The user is told about missing records once a run.
-bool CConversionRun::ReportUnlessWritten(bool written)
+// Returns `written`. Shows the message about missing records at most once per run.
+bool CConversionRun::ReportWriteFailure(bool written)
 {
     if (!written && !std::exchange(m_mapFileFailureShown, true)) {
         ShowMessage(FillPlaces(kMapFileNotWritten.Current(), {m_mapPath}));
@@ -329,16 +351,10 @@ void CConversionRun::ShowDispatchError(const COleDispatchException& error) const
     ShowMessage(request);
 }
 
-// Ends SOLIDWORKS and releases it. One that no longer answers is released all the same.
 void CConversionRun::ReleaseCad()
 {
-    if (m_options.copyOnly) {
-        return;
-    }
-    try {
-        m_sldWorks.Disconnect();
-    } catch (const CException&) {
-        // There is nobody left to end.
+    if (!m_options.copyOnly) {
+        m_cad.Release();
     }
 }
 
@@ -360,7 +376,14 @@ void CConversionRun::CloseProgress()
     m_mainWindow.EnableWindow(false);
 }
 
-void CConversionRun::ShowRow(const Row& row)
+void CConversionRun::ShowLoadingCad()
+{
+    m_progress->SetFirstText(kLoadingCad.Current());
+    m_progress->EnableCancel(false);
+    m_progress->RefreshAtOnce();
+}
+
+void CConversionRun::ShowCopyProgress(const Row& row)
 {
     m_progress->SetFirstText(m_progress->FitToFirstLine(kCopyFrom.Current(), row.source));
     m_progress->SetSecondText(m_progress->FitToSecondLine(kCopyTo.Current(), row.target));
@@ -370,7 +393,7 @@ void CConversionRun::ShowRow(const Row& row)
     m_progress->Refresh();
 }
 
-void CConversionRun::ShowCurrentFile(const Row& row)
+void CConversionRun::ShowUpdateProgress(const Row& row)
 {
     m_progress->SetFirstText(m_progress->FitToFirstLine(kCurrentFile.Current(), row.target));
     m_progress->Refresh();

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "cad/CadSession.h"
 #include "cad/SldWorks.h"
 #include "core/ConversionTable.h"
 #include "files/MapFileWriter.h"
@@ -16,6 +17,7 @@ struct ConversionOptions
     std::wstring standardPartsFolder;
     std::wstring progId;  // of the SOLIDWORKS version that writes the BOM names
     bool copyOnly;        // no BOM names, SOLIDWORKS is not loaded
+    CadPatience cadPatience{};
 };
 
 // One conversion run: copies the pending rows' files under their new names into the "Mapped" folder, records
@@ -24,17 +26,19 @@ struct ConversionOptions
 class CConversionRun
 {
 public:
-    CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWorks& sldWorks, CConversionView& view,
-                   ConversionOptions options);
+    // References must stay valid as long as the run. `server` is the same for all runs: a run waits for the
+    // server of the run before.
+    CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWorks& sldWorks, CServerProcess& server,
+                   CConversionView& view, ConversionOptions options);
 
     CConversionRun(const CConversionRun&) = delete;
     CConversionRun& operator=(const CConversionRun&) = delete;
 
-    // Closes the progress dialog and ends SOLIDWORKS if an exception ended the run.
+    // Closes the progress dialog and ends SOLIDWORKS, if an exception has left them.
     ~CConversionRun();
 
-    // Returns when the run has ended. The main window is disabled meanwhile; it is enabled again only by a
-    // run that could not go on.
+    // Disables the main window and returns when the run has ended. The window is still disabled then, and the
+    // caller must enable it, unless the run was aborted.
     void Run();
 
 private:
@@ -42,52 +46,54 @@ private:
     {
         finished,
         cancelled,
-        cadNotLoaded,  // at the start or after a failed call
-        cadTooOld,     // likewise
+        sessionEnded,  // the Windows session
+        cadNotLoaded,  // when loading SOLIDWORKS at the start or again
+        cadTooOld,     // the same
         mapFileNotOpened
     };
     struct Row;
 
-    // The run as a whole. Each step returns the end that it has come to, or none to go on.
+    // Each step returns how the run ended, or nullopt to continue.
     End Convert();
     std::optional<End> PrepareCad();
     std::optional<End> LoadCad();
+    std::optional<End> ReloadCad();
+    [[nodiscard]] std::optional<End> EndAfter(CCadSession::Outcome outcome) const;
     End ConvertRows();
-    void PerformEnd(End end);
-    void BreakOff();
+    void FinishWith(End end);
+    void AbortRun();
 
-    // One row.
     [[nodiscard]] Row ReadRow(int index) const;
     std::optional<End> ConvertRow(const Row& row);
     bool CopyAndRecord(const Row& row);
-    bool HasFileNames(const Row& row);
+    bool CheckFileNames(const Row& row);
     std::optional<End> UpdateCopy(const Row& row);
     std::optional<End> UpdateBomEntries(const Row& row);
     void FinishRow(const Row& row);
 
-    bool ReportUnlessWritten(bool written);
+    bool ReportWriteFailure(bool written);
 
-    // SOLIDWORKS.
     void ShowDispatchError(const COleDispatchException& error) const;
     void ReleaseCad();
 
-    // The progress dialog.
     void OpenProgress();
     void CloseProgress();
-    void ShowRow(const Row& row);
-    void ShowCurrentFile(const Row& row);
+    void ShowLoadingCad();
+    void ShowCopyProgress(const Row& row);
+    void ShowUpdateProgress(const Row& row);
 
     CWnd& m_mainWindow;
     CConversionTable& m_table;
     CSldWorks& m_sldWorks;
     CConversionView& m_view;
     ConversionOptions m_options;
+    CCadSession m_cad;
 
     std::unique_ptr<CProgressFileCopy> m_progress;
     std::wstring m_mapPath;
     CMapFileWriter m_mapFile;
     bool m_mapFileFailureShown = false;
-    bool m_noFileNameShown = false;
+    bool m_badNameShown = false;
     int m_total = 0;  // rows to convert
     int m_done = 0;
 };

@@ -53,6 +53,11 @@ void CProgressFileCopy::EnableCancel(bool enable)
     }
 }
 
+bool CProgressFileCopy::IsSessionEnding() const
+{
+    return CWinApp::IsSessionEnding();
+}
+
 void CProgressFileCopy::PumpOneMessage()
 {
     CWinApp::PumpPendingMessage();

@@ -35,6 +35,8 @@ public:
     // Also sets the focus to the enabled button: a disabled one has lost it, and Escape with it.
     void EnableCancel(bool enable) override;
 
+    [[nodiscard]] bool IsSessionEnding() const override;
+
     void PumpOneMessage() override;
 
     // Return prefix and path, with the path shortened so that both fit the first or the second line.

@@ -52,6 +52,7 @@ bool CTalvenorApp::InitInstance()
 {
     const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
     InitCommonControlsEx(&controls);
+    DisableProcessWindowsGhosting();  // a ghost would swallow the clicks made during a long call
     InitializeOle();
     GetMessageFilter().SetBusyDelay(kBusyServerDelay);
     g_nLanguage = kStartLanguage;

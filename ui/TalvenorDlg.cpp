@@ -14,6 +14,7 @@
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
+#include "framework/PendingMessages.h"
 #include "framework/ResourceHandle.h"
 #include "framework/ScopeExit.h"
 #include "framework/WinApp.h"
@@ -343,6 +344,9 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
         OnMessage<&Self::OnQueryDragIcon>(WM_QUERYDRAGICON),
         OnMessage<&Self::OnSysCommand>(WM_SYSCOMMAND),
         OnMessage<&Self::OnDestroy>(WM_DESTROY),
+        OnMessage<&Self::OnSetCursor>(WM_SETCURSOR),
+        OnMessage<&Self::OnQueryEndSession>(WM_QUERYENDSESSION),
+        OnMessage<&Self::OnEndSession>(WM_ENDSESSION),
         OnMessage<&Self::OnActivate>(WM_ACTIVATE),
         OnMessage<&Self::OnSize>(WM_SIZE),
         OnMessage<&Self::OnDpiChanged>(WM_DPICHANGED),
@@ -452,6 +456,37 @@ void CTalvenorDlg::OnDestroy()
 {
     ::WinHelpW(m_hWnd, nullptr, kHelpQuit, 0);
     Default();
+}
+
+// All that comes of a press on a disabled window ("WM_SETCURSOR message"). During a run a stalled call makes
+// the user press somewhere.
+LRESULT CTalvenorDlg::OnSetCursor(WPARAM, LPARAM lParam)
+{
+    if (static_cast<short>(LOWORD(lParam)) == HTERROR && IsPress(HIWORD(lParam))) {
+        CWinApp::Get()->GetMessageFilter().NotePress();
+    }
+    return Default();
+}
+
+// During a run the session has to wait until the part in hand is finished. The message was sent, so no
+// automation call could be made here.
+LRESULT CTalvenorDlg::OnQueryEndSession(WPARAM, LPARAM)
+{
+    if (!m_bRunning) {
+        return Default();
+    }
+    CWinApp::Get()->SetSessionEnding(true);
+    return FALSE;
+}
+
+// The session may end in spite of the refusal. When it does not, the flag stays: whether the user changed his
+// mind or the refusal holds the session up cannot be told apart.
+LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM)
+{
+    if (m_bRunning && wParam != FALSE) {
+        CWinApp::Get()->SetSessionEnding(true);
+    }
+    return Default();
 }
 
 // The dialog manager restores the focus of an inactive window. A cell editor closes when it loses the focus,
@@ -714,8 +749,12 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
 void CTalvenorDlg::RunConversion(bool copyOnly)
 {
     m_bRunning = true;
-    const CScopeExit ended([this] { m_bRunning = false; });
-    CConversionRun(*this, m_wndList, *this, *this, {m_strSourceDir, m_strProgId, copyOnly}).Run();
+    const CScopeExit ended([this] {
+        m_bRunning = false;
+        CWinApp::Get()->SetSessionEnding(false);
+    });
+    CConversionRun(*this, m_wndList, *this, m_cadServer, *this, {m_strSourceDir, m_strProgId, copyOnly})
+        .Run();
 }
 
 void CTalvenorDlg::OnHelp()

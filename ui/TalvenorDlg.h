@@ -8,6 +8,7 @@
 #include "framework/Controls.h"
 #include "framework/Dialog.h"
 #include "framework/DialogLayout.h"
+#include "framework/ServerProcess.h"
 #include "run/ConversionView.h"
 #include "ui/ConvList.h"
 #include "ui/EditSourceDir.h"
@@ -58,6 +59,9 @@ private:
     HICON OnQueryDragIcon();
     LRESULT OnSysCommand(WPARAM wParam, LPARAM lParam);
     void OnDestroy();
+    LRESULT OnSetCursor(WPARAM wParam, LPARAM lParam);
+    LRESULT OnQueryEndSession(WPARAM wParam, LPARAM lParam);
+    LRESULT OnEndSession(WPARAM wParam, LPARAM lParam);
     LRESULT OnActivate(WPARAM wParam, LPARAM lParam);
     void OnSize();
     LRESULT OnDpiChanged(WPARAM wParam, LPARAM lParam);
@@ -99,6 +103,7 @@ private:
     CComboBox m_wndVersion;
     CButton m_wndCopyOnly;
     std::wstring m_strProgId;
+    CServerProcess m_cadServer;
     std::wstring m_strHelpFile;  // empty when the program folder is not known
     UniqueIcon m_icon;
     UniqueIcon m_smallIcon;

@@ -2,64 +2,10 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "tests/acceptance/AcceptanceTest.h"
+#include "tests/acceptance/RunFailureTest.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
-class RunFailureTest : public AcceptanceTest
-{
-protected:
-    // Parts 'N_ISO_1_M8' to 'N_ISO_<count>_M8', copied to '1.sldprt' and so on, with one configuration 'x'.
-    void AddParts(int count)
-    {
-        for (int number = 1; number <= count; ++number) {
-            m_library.AddPart(L"N_ISO_" + std::to_wstring(number) + L"_M8.sldprt", {L"x"});
-        }
-        m_registry.SetTemplate(1, L"%3");
-        m_registry.SetTemplate(2, L"Norm %3");
-    }
-
-    static RowOnScreen RowOf(int number, Mark mark)
-    {
-        const std::wstring text = std::to_wstring(number);
-        return {L"N_ISO_" + text + L"_M8.sldprt", text + L".sldprt", L"Norm " + text, mark};
-    }
-
-    // The map file with records for parts 1 to `last`.
-    [[nodiscard]] std::string MapUpTo(int last) const
-    {
-        std::string map = m_library.MapHeader();
-        for (int number = 1; number <= last; ++number) {
-            map += RecordOf(number);
-        }
-        return map;
-    }
-
-    static std::string RecordOf(int number)
-    {
-        const std::string text = std::to_string(number);
-        return "N_ISO_" + text + "_M8.sldprt ; " + text + ".sldprt ; Norm " + text + "\r\n";
-    }
-
-    // The BOM name in the copy of a part; empty when none was written.
-    [[nodiscard]] std::wstring BomNameOf(int number) const
-    {
-        const PartContents copy = ReadPart(m_library.Copy(std::to_wstring(number) + L".sldprt"));
-        return copy.bomEntries.at(0).useAlternative ? copy.bomEntries.at(0).alternative : L"";
-    }
-
-    // The run has ended before it wrote anything.
-    void ExpectNothingDone(const CProgramUnderTest& program) const
-    {
-        WaitForEndOfRun(program);
-        EXPECT_TRUE(std::filesystem::is_directory(m_library.MappedPath()));
-        EXPECT_TRUE(std::filesystem::is_empty(m_library.MappedPath()));
-        EXPECT_EQ((Rows{RowOf(1, Mark::pending)}), program.List().Rows());
-        EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
-    }
-};
 using RunFailureInBothLanguages = RunFailureTest;
 
 TEST_F(RunFailureInBothLanguages, ReportsThatNoServerIsInstalled)

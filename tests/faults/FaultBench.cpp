@@ -168,6 +168,13 @@ bool HasEverySessionEnded()
     return CountPrefix(lines, "- start ") == CountPrefix(lines, "- end ");
 }
 
+// A session of the server, which starts if it does not run.
+void UseServer()
+{
+    IDispatchPtr application;
+    EXPECT_EQ(S_OK, application.CreateInstance(kCadProgId, nullptr, CLSCTX_LOCAL_SERVER));
+}
+
 }  // namespace
 
 void CServerEnvironment::SetUp()
@@ -194,15 +201,23 @@ CCadServer& CServerEnvironment::Server()
     return *s_current->m_server;
 }
 
+void CServerEnvironment::StartOverStaying(const std::string& rules)
+{
+    if (CountServers() == 0) {
+        Server().StartOver("stay\n");
+        UseServer();
+        EXPECT_TRUE(WaitFor(&HasEverySessionEnded, kServerEndTimeout));
+    }
+    Server().StartOver("stay\n" + rules);
+}
+
 void CServerEnvironment::EndServer()
 {
     if (CountServers() == 0) {
         return;
     }
     Server().StartOver("");
-    IDispatchPtr application;
-    EXPECT_EQ(S_OK, application.CreateInstance(kCadProgId, nullptr, CLSCTX_LOCAL_SERVER));
-    application = nullptr;
+    UseServer();
     EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kServerEndTimeout));
 }
 
@@ -355,9 +370,13 @@ std::string CFaultBench::Run(const ServerScript& script)
     if (m_life == ServerLife::perConnection) {
         CServerEnvironment::EndServer();
     }
-    CServerEnvironment::Server().StartOver((m_life == ServerLife::stays ? "stay\n" : "") + OpenRules() +
-                                           script.Rules());
-    m_retry = std::ranges::none_of(
+    const std::string rules = OpenRules() + script.Rules();
+    if (m_life == ServerLife::stays) {
+        CServerEnvironment::StartOverStaying(rules);
+    } else {
+        CServerEnvironment::Server().StartOver(rules);
+    }
+    m_waits = std::ranges::none_of(
         script.faults, [](const Fault& fault) { return fault.kind == Fault::Kind::rejectForever; });
     m_model->m_copyOnly = m_copyOnly;
     const RunOutcome expected = m_model->Run(script);
@@ -382,8 +401,13 @@ std::string CFaultBench::OpenRules() const
 void CFaultBench::Convert()
 {
     DrainMessages();
+    CServerProcess server;
+    // The first failed connection counts: a server that stays is always there to be tried again.
+    const CadPatience patience{.forConnection = 0};
     try {
-        CConversionRun(m_mainWindow, m_table, m_sldWorks, *this, {m_runFolder, kCadProgId, m_copyOnly}).Run();
+        CConversionRun(m_mainWindow, m_table, m_sldWorks, server, *this,
+                       {m_runFolder, kCadProgId, m_copyOnly, patience})
+            .Run();
     } catch (const CException& exception) {
         AddDifference("the run threw: " + ToUtf8(exception.GetErrorMessage()));
     } catch (const std::exception& exception) {
@@ -393,14 +417,15 @@ void CFaultBench::Convert()
 
 int CFaultBench::OnBox(const MessageRequest& request)
 {
+    const bool stalls = request.type == (MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2);
     m_shown.push_back(DescribeBox(request.text, request.type, request.helpFile, request.helpContext));
     if (m_mainWindow.IsWindowEnabled() || !IsProgressOpen()) {
         // The server may be busy when the run releases it, after the dialog has closed.
-        if (request.type != (MB_RETRYCANCEL | MB_ICONEXCLAMATION)) {
+        if (!stalls) {
             AddDifference("shown outside the run: " + ToUtf8(request.text));
         }
     }
-    return request.type != (MB_RETRYCANCEL | MB_ICONEXCLAMATION) ? IDOK : m_retry ? IDRETRY : IDCANCEL;
+    return !stalls ? IDOK : m_waits ? IDNO : IDYES;
 }
 
 void CFaultBench::ShowViewStatus(bool mapView)

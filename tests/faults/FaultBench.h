@@ -26,6 +26,10 @@ public:
 
     static CCadServer& Server();
 
+    // Starts over with a server process that outlives its sessions and was there before the run: the run
+    // would wait for the end of one that it started, and end it.
+    static void StartOverStaying(const std::string& rules);
+
     // Ends a server process that outlives its sessions.
     static void EndServer();
 
@@ -127,7 +131,7 @@ private:
     std::unique_ptr<CRunModel> m_model;
     CListenerScope m_listener{[this](const MessageRequest& request) { return OnBox(request); }};
     std::vector<std::wstring> m_shown;
-    bool m_retry = true;                // answer to the message about a busy server
+    bool m_waits = true;                // answer to the question about a server that does not respond
     std::optional<std::string> m_map;   // contents of the map file after the last run
     std::size_t m_mapFileCapacity = 0;  // in bytes, if the disk is full
     std::string m_differences;

@@ -170,7 +170,7 @@ std::string CKillBench::Kill(const KillPlan& plan)
     m_differences.clear();
     try {
         Prepare(plan.before);
-        CServerEnvironment::Server().StartOver("stay\n" + plan.rules);
+        CServerEnvironment::StartOverStaying(plan.rules);
         plan.beforeRun();
         StartRun();
         plan.end(*this);
@@ -194,7 +194,7 @@ std::string CKillBench::RunUndisturbed(MappedBefore before, const std::function<
     m_differences.clear();
     try {
         Prepare(before);
-        CServerEnvironment::Server().StartOver("stay\n");
+        CServerEnvironment::StartOverStaying("");
         beforeRun();
         StartRun();
         FinishRun();

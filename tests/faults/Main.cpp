@@ -18,7 +18,7 @@ protected:
     bool InitInstance() override
     {
         InitializeOle();
-        GetMessageFilter().SetBusyDelay(0);  // ask at once when the server is busy
+        GetMessageFilter().SetBusyDelay(100);  // ask soon when the server does not respond
         m_nResult = RUN_ALL_TESTS();
         // A filter that matches no test must not pass for a success.
         if (testing::UnitTest::GetInstance()->test_to_run_count() == 0) {

@@ -363,8 +363,8 @@ bool CRunModel::IsRejected()
             continue;
         }
         if (m_callsMessageFilter) {
-            m_outcome.shown.push_back(
-                DescribeBox(expected::kBusy.Current(), MB_RETRYCANCEL | MB_ICONEXCLAMATION, {}, 0));
+            m_outcome.shown.push_back(DescribeBox(expected::kStopWaiting.Current(),
+                                                  MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2, {}, 0));
         }
         return !m_callsMessageFilter || fault.kind == Fault::Kind::rejectForever;
     }

@@ -66,6 +66,11 @@ CCadServer::CCadServer(const std::wstring& folder)
 
 CCadServer::~CCadServer()
 {
+    EndByForce();
+}
+
+void CCadServer::EndByForce() const
+{
     for (const DWORD id : ProcessIds()) {
         if (const UniqueHandle process = OpenServer(id)) {
             TerminateProcess(process.get(), 1);
@@ -111,12 +116,20 @@ bool CCadServer::WasAsked(const std::string& text) const
                                [&](const std::string& line) { return line.find(text) != std::string::npos; });
 }
 
-bool CCadServer::WaitForEnd() const
+bool CCadServer::WaitForEnd(DWORD patience) const
 {
-    return std::ranges::all_of(ProcessIds(), [](DWORD id) {
+    const ULONGLONG end = GetTickCount64() + patience;
+    return std::ranges::all_of(ProcessIds(), [end](DWORD id) {
+        const ULONGLONG now = GetTickCount64();
+        const DWORD left = now < end ? static_cast<DWORD>(end - now) : 0;
         const UniqueHandle process = OpenServer(id);
-        return process == nullptr || WaitForSingleObject(process.get(), kEndTime) == WAIT_OBJECT_0;
+        return process == nullptr || WaitForSingleObject(process.get(), left) == WAIT_OBJECT_0;
     });
+}
+
+bool CCadServer::IsRunning() const
+{
+    return std::ranges::any_of(ProcessIds(), [](DWORD id) { return OpenServer(id) != nullptr; });
 }
 
 std::vector<DWORD> CCadServer::ProcessIds() const

@@ -29,8 +29,15 @@ public:
     // Whether a line of the log contains the text.
     [[nodiscard]] bool WasAsked(const std::string& text) const;
 
-    // Waits until every logged process of the server has ended. Returns false if one does not.
-    [[nodiscard]] bool WaitForEnd() const;
+    // Waits until every process of the server that the log tells of has ended, at most for a time in
+    // milliseconds; false when one does not.
+    [[nodiscard]] bool WaitForEnd(DWORD patience = 10'000) const;
+
+    // Ends by force what is left of them.
+    void EndByForce() const;
+
+    // Whether one of them is left.
+    [[nodiscard]] bool IsRunning() const;
 
 private:
     [[nodiscard]] std::vector<DWORD> ProcessIds() const;

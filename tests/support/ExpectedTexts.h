@@ -131,9 +131,8 @@ inline constexpr Text kNoFolderFileThere{
     L"' kann nicht angelegt werden.\n"
     L"Es existiert bereits eine Datei mit dem gleichen Namen.",
     L"'.\nA file with the same name exists."};
-inline constexpr Text kBusy{
-    L"Das andere Programm ist beschäftigt und nimmt keine Befehle an.\n\nSoll weiter gewartet werden?",
-    L"The other program is busy and is not accepting commands.\n\nDo you want to keep waiting?"};
+inline constexpr Text kStopWaiting{L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?",
+                                   L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?"};
 inline constexpr const wchar_t* kUnknownError = L"unknown error";
 inline constexpr Text kCopy{L"Kopiere: ", L"Copy: "};
 inline constexpr Text kCopyTo{L"nach: ", L"to: "};

@@ -207,6 +207,7 @@ public:
 
     int m_overallPosition = 0;
     bool m_cancelled = false;
+    bool m_sessionEnding = false;
     std::function<void()> m_onMessage;  // called for each message
 
     void SetFirstText(const std::wstring& text) override { m_first = text; }
@@ -228,6 +229,7 @@ public:
         return m_overallPosition;
     }
     [[nodiscard]] bool IsCancelled() const override { return m_cancelled; }
+    [[nodiscard]] bool IsSessionEnding() const override { return m_sessionEnding; }
     void ClearCancelled() override
     {
         m_cancelled = false;

@@ -550,6 +550,14 @@ TEST_F(BomEntryWriterCancelTest, YesFinishesTheFileKeepsTheFlagAndAsksNoMore)
     EXPECT_EQ(m_log.back(), L"application SetDocumentVisibility method BOOL=-1 I4=1");
 }
 
+TEST_F(BomEntryWriterCancelTest, NothingIsAskedWhenTheSessionEnds)
+{
+    m_progress.m_sessionEnding = true;
+    EXPECT_EQ(Write(), 4);
+    EXPECT_TRUE(m_user.m_boxes.empty());
+    EXPECT_EQ(Lines(L"document Save").size(), 1U) << "the file is finished";
+}
+
 TEST_F(BomEntryWriterCancelTest, NoClearsTheFlagAndTheNextPressAsksAgain)
 {
     m_firstPress = 3;

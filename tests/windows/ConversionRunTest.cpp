@@ -200,7 +200,8 @@ protected:
             }
         }
         DrainMessages();
-        CConversionRun(m_mainWindow, m_table, m_sldWorks, *this, {folder, kProgId, copyOnly}).Run();
+        CConversionRun(m_mainWindow, m_table, m_sldWorks, m_cadServer, *this, {folder, kProgId, copyOnly})
+            .Run();
     }
 
     // The record lines of the map file, each ended by CR LF.
@@ -285,6 +286,7 @@ protected:
     CMainWindowScope m_mainWindowScope{&m_mainWindow};
     CConversionTable m_table;
     CSldWorks m_sldWorks;
+    CServerProcess m_cadServer;
     CScreenWatcher m_screen;
     int m_answer = IDOK;  // to message boxes
     std::function<void()> m_onBox;
@@ -1163,6 +1165,46 @@ TEST_F(EndOfRunTest, WhenItWasCancelled)
     CancelRun();
     EXPECT_EQ(From(L"map file closed"), (EventLog{L"map file closed", Cancelled(), L"view reload"} +
                                          kDialogGoes + EventLog{kCadEnds, L"returned"}));
+}
+
+TEST_F(EndOfRunTest, WhenTheSessionEnds)
+{
+    m_application.On(kOpenDocument, Before(
+                                        [&] {
+                                            CWinApp::Get()->SetSessionEnding(true);
+                                            m_screen.PressCancel();
+                                        },
+                                        AnswerObject(&m_document)));
+    RunToTheEnd(false);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(From(L"map file closed"),
+              EventLog{L"map file closed"} + kDialogGoes + (EventLog{kCadEnds, L"returned"}));
+    EXPECT_EQ(Boxes(), Texts{});
+    EXPECT_EQ(Marks(), "cP");
+    EXPECT_EQ(Records().size(), 1U);
+}
+
+TEST_F(EndOfRunTest, WhenTheSessionEndsBeforeACallFails)
+{
+    m_application.On(kOpenDocument, Before([] { CWinApp::Get()->SetSessionEnding(true); },
+                                           RaiseException(L"SldWorks", L"Crash", nullptr, 0)));
+    RunToTheEnd(false);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(Boxes(), Texts{});
+    EXPECT_EQ(m_class.m_created, 1);
+    EXPECT_EQ(From(L"map file closed"), EventLog{L"map file closed"} + kDialogGoes + EventLog{L"returned"});
+    EXPECT_EQ(Marks(), "PP") << "the part was not updated";
+    EXPECT_EQ(Records().size(), 1U);
+}
+
+TEST_F(EndOfRunTest, WhenTheSessionEndsWhileItCopiesOnly)
+{
+    m_screen.m_onFirstLine = [](const std::wstring&) { CWinApp::Get()->SetSessionEnding(true); };
+    RunToTheEnd(true);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(Boxes(), Texts{});
+    EXPECT_EQ(Marks(), "cP");
+    EXPECT_EQ(Records().size(), 1U);
 }
 
 TEST_F(EndOfRunTest, WhenTheCadSystemIsNotLoaded)

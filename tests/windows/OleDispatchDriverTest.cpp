@@ -7,8 +7,10 @@
 #include <limits>
 #include <memory>
 
+#include "framework/WinApp.h"
 #include "tests/support/FakeAutomation.h"
 #include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 
@@ -319,6 +321,97 @@ struct VirtualFreeDeleter
 {
     void operator()(wchar_t* memory) const { VirtualFree(memory, 0, MEM_RELEASE); }
 };
+
+// Gives the server up, and has it not ended: as the run does with a server that it did not start.
+class CGivenUpServer : public CStalledCallHandler
+{
+public:
+    CGivenUpServer()
+    {
+        Filter().SetStalledCallHandler(this);
+        Filter().SetBusyDelay(0);
+        const CMessageRecorder user([] { return IDYES; });
+        PostThreadMessageW(GetCurrentThreadId(), WM_KEYDOWN, VK_SPACE, 0);
+        Filter().MessagePending(nullptr, 0, PENDINGTYPE_TOPLEVEL);
+        Sleep(20);
+        EXPECT_EQ(Filter().MessagePending(nullptr, 40, PENDINGTYPE_TOPLEVEL), DWORD{PENDINGMSG_CANCELCALL});
+        DrainMessages();
+    }
+    CGivenUpServer(const CGivenUpServer&) = delete;
+    CGivenUpServer& operator=(const CGivenUpServer&) = delete;
+    ~CGivenUpServer() override
+    {
+        Filter().SetStalledCallHandler(nullptr);
+        Filter().SetBusyDelay(5'000);
+    }
+
+private:
+    static COleMessageFilter& Filter() { return CWinApp::Get()->GetMessageFilter(); }
+    [[nodiscard]] std::wstring Question() const override { return L"?"; }
+    [[nodiscard]] bool GiveUp() override { return false; }
+};
+
+// Whether a message waits that makes COM ask the filter; takes it.
+bool TakeWakeUp()
+{
+    MSG message{};
+    const bool found = PeekMessageW(&message, nullptr, WM_NULL, WM_NULL, PM_REMOVE) != FALSE;
+    DrainMessages();
+    return found;
+}
+
+// Wakes up COM at each call and release that could wait.
+class CWakeUpCheck : public CFakeDispatch
+{
+public:
+    using CFakeDispatch::CFakeDispatch;
+
+    int m_releasesAwake = 0;
+
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        m_releasesAwake += TakeWakeUp() ? 1 : 0;
+        return CFakeDispatch::Release();
+    }
+};
+
+TEST_F(OleDispatchDriverTest, EachCallOfAGivenUpServerIsCancelled)
+{
+    bool awake = true;
+    m_object.On(kMember, [&awake](FakeCall&) {
+        awake = TakeWakeUp();
+        return S_OK;
+    });
+    m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
+    EXPECT_FALSE(awake) << "not given up";
+    const CGivenUpServer givenUp;
+    m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
+    EXPECT_TRUE(awake);
+    m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
+    EXPECT_TRUE(awake);
+}
+
+TEST_F(OleDispatchDriverTest, EachReleaseOfAGivenUpServerIsCancelled)
+{
+    CWakeUpCheck object(L"object", m_log);
+    COleDispatchDriver driver;
+    driver.AttachDispatch(object.Reference());
+    driver.ReleaseDispatch();
+    EXPECT_EQ(object.m_releasesAwake, 0) << "not given up";
+    const CGivenUpServer givenUp;
+    driver.AttachDispatch(object.Reference());
+    driver.ReleaseDispatch();
+    EXPECT_EQ(object.m_releasesAwake, 1);
+    driver.AttachDispatch(object.Reference());
+    driver = COleDispatchDriver();
+    EXPECT_EQ(object.m_releasesAwake, 2) << "by an assignment";
+    {
+        COleDispatchDriver other;
+        other.AttachDispatch(object.Reference());
+    }
+    EXPECT_EQ(object.m_releasesAwake, 3) << "by the end of a driver";
+    EXPECT_EQ(object.References(), 0);
+}
 
 TEST(MakeAutomationString, ReportsTheLackOfMemory)
 {

@@ -2,13 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/ExpectedTexts.h"
+#include <algorithm>
+#include <initializer_list>
+#include <vector>
+
+#include "tests/support/FakeAutomation.h"
 #include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
 
 namespace {
 
-// Calls the filter as COM does on Windows. Wine 8 serves a call despite "retry later" and never calls the
-// client's filter.
+// The filter is asked here as COM asks it on Windows. Wine 8 never asks it about a rejected call, dispatches
+// messages whatever MessagePending returns, and returns from a cancelled call while a thread of its own still
+// uses the call's data.
 constexpr DWORD kCancelled = static_cast<DWORD>(-1);
 
 // The filter that COM has for this thread.
@@ -27,86 +33,368 @@ bool IsRetryAfterShortWait(DWORD answer)
     return answer >= 100 && answer <= 1000;
 }
 
-TEST(OleMessageFilter, AcceptsIncomingCallsAndKeepsWaitingForPendingOnes)
+// A handler that writes down how often the server was given up.
+class CFakeHandler : public CStalledCallHandler
 {
-    CMessageRecorder user([] { return IDCANCEL; });
+public:
+    bool m_endsServer = false;
+    int m_givenUp = 0;
+
+    [[nodiscard]] std::wstring Question() const override { return L"Noch warten?"; }
+    [[nodiscard]] bool GiveUp() override
+    {
+        ++m_givenUp;
+        return m_endsServer;
+    }
+};
+
+// A filter with a handler and a delay of a second, a window with an empty queue, and a user who gives one
+// answer. COM's part is played by the test: a call that has been pending for so many milliseconds.
+class StalledCallTest : public testing::Test
+{
+protected:
+    static constexpr DWORD kDelay = 1000;
+    static constexpr DWORD kLongAfter = 5000;
+
+    StalledCallTest()
+    {
+        DrainMessages();
+        m_filter.SetBusyDelay(kDelay);
+        m_filter.SetStalledCallHandler(&m_handler);
+    }
+    ~StalledCallTest() override
+    {
+        m_filter.SetStalledCallHandler(nullptr);
+        TakeQueue();
+    }
+
+    DWORD Pend(DWORD milliseconds)
+    {
+        return m_filter.MessagePending(nullptr, milliseconds, PENDINGTYPE_TOPLEVEL);
+    }
+    DWORD Reject(DWORD milliseconds)
+    {
+        return m_filter.RetryRejectedCall(nullptr, milliseconds, SERVERCALL_RETRYLATER);
+    }
+
+    // The posted messages in the window's queue, which has none afterwards.
+    std::vector<UINT> TakeQueue() const
+    {
+        std::vector<UINT> messages;
+        for (MSG message{};
+             PeekMessageW(&message, m_window.m_hWnd, 0, 0, PM_REMOVE | PM_QS_POSTMESSAGE) != FALSE;) {
+            messages.push_back(message.message);
+        }
+        return messages;
+    }
+
+    // Whether a WM_NULL of the thread is in the queue, by which COM asks the filter again.
+    static bool TakeWakeUp()
+    {
+        MSG message{};
+        return PeekMessageW(&message, reinterpret_cast<HWND>(-1), 0, 0, PM_REMOVE) != FALSE &&
+               message.message == WM_NULL;
+    }
+
+    int m_answer = IDNO;
+    CMessageRecorder m_user{[this] { return m_answer; }};
+    CFakeHandler m_handler;
+    COleMessageFilter m_filter;
+    CPlainWindow m_window;
+};
+
+TEST(OleMessageFilter, TakesIncomingCallsAndWithoutAHandlerLetsPendingOnesWait)
+{
+    CMessageRecorder user([] { return IDYES; });
     COleMessageFilter filter;
+    CPlainWindow window;
+    window.PostMessage(WM_KEYDOWN, VK_SPACE);
     EXPECT_EQ(filter.HandleInComingCall(CALLTYPE_TOPLEVEL, nullptr, 0, nullptr), DWORD{SERVERCALL_ISHANDLED});
     EXPECT_EQ(filter.MessagePending(nullptr, 0, PENDINGTYPE_TOPLEVEL), DWORD{PENDINGMSG_WAITDEFPROCESS});
     EXPECT_EQ(filter.MessagePending(nullptr, 600000, PENDINGTYPE_NESTED), DWORD{PENDINGMSG_WAITDEFPROCESS});
     EXPECT_TRUE(user.m_boxes.empty());
 }
 
-TEST(OleMessageFilter, TriesABusyServerAgainUntilTheDelayHasPassed)
+TEST(OleMessageFilter, WithoutAHandlerARejectedCallFailsAfterTheDelay)
 {
-    CMessageRecorder user([] { return IDCANCEL; });
+    CMessageRecorder user([] { return IDNO; });
     COleMessageFilter filter;
     for (const DWORD rejectType : {SERVERCALL_RETRYLATER, SERVERCALL_REJECTED}) {
         EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 0, rejectType)));
         EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 4999, rejectType)));
+        EXPECT_EQ(filter.RetryRejectedCall(nullptr, 5000, rejectType), kCancelled);
     }
-    EXPECT_TRUE(user.m_boxes.empty());
-    EXPECT_EQ(filter.RetryRejectedCall(nullptr, 5000, SERVERCALL_RETRYLATER), kCancelled);
-    EXPECT_EQ(user.m_boxes.size(), 1U);
-}
-
-TEST(OleMessageFilter, TheDelayCanBeSet)
-{
-    CMessageRecorder user([] { return IDCANCEL; });
-    COleMessageFilter filter;
     filter.SetBusyDelay(60000);
-    // No call can have waited longer than the machine runs.
-    if (GetTickCount64() < 60000) {
-        GTEST_SKIP() << "skipped: the machine runs for less than a minute";
-    }
     EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 59999, SERVERCALL_RETRYLATER)));
-    EXPECT_TRUE(user.m_boxes.empty());
     EXPECT_EQ(filter.RetryRejectedCall(nullptr, 60000, SERVERCALL_RETRYLATER), kCancelled);
+    EXPECT_TRUE(user.m_boxes.empty()) << "nobody to name the server";
 }
 
-TEST(OleMessageFilter, AsksInBothLanguages)
+TEST_F(StalledCallTest, LeavesKeysAndClicksInTheQueue)
 {
-    CMessageRecorder user([] { return IDCANCEL; });
-    COleMessageFilter filter;
-    filter.SetBusyDelay(0);
-    {
-        const CLanguageScope german(1);
-        filter.RetryRejectedCall(nullptr, 0, SERVERCALL_RETRYLATER);
+    const std::vector<UINT> input{WM_KEYDOWN, WM_LBUTTONDOWN, WM_LBUTTONUP, WM_KEYUP};
+    for (const UINT message : input) {
+        m_window.PostMessage(message);
     }
-    const CLanguageScope english(0);
-    filter.RetryRejectedCall(nullptr, 0, SERVERCALL_RETRYLATER);
-    ASSERT_EQ(user.m_boxes.size(), 2U);
-    EXPECT_EQ(user.m_boxes[0].type, UINT{MB_RETRYCANCEL | MB_ICONEXCLAMATION});
-    EXPECT_EQ(user.m_boxes[0].text, expected::kBusy.german);
-    EXPECT_EQ(user.m_boxes[1].text, expected::kBusy.english);
+    EXPECT_EQ(Pend(0), DWORD{PENDINGMSG_WAITNOPROCESS});
+    EXPECT_EQ(Pend(kDelay - 1), DWORD{PENDINGMSG_WAITNOPROCESS});
+    EXPECT_EQ(TakeQueue(), input);
+    EXPECT_TRUE(m_user.m_boxes.empty());
 }
 
-TEST(OleMessageFilter, RetryWaitsForAnotherDelay)
+TEST_F(StalledCallTest, PaintsDuringTheCall)
 {
-    CMessageRecorder user([] { return IDRETRY; });
-    COleMessageFilter filter;
-    filter.SetBusyDelay(300);
-    EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 300, SERVERCALL_RETRYLATER)));
-    EXPECT_EQ(user.m_boxes.size(), 1U);
-    EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 5000, SERVERCALL_RETRYLATER)));
-    EXPECT_EQ(user.m_boxes.size(), 1U);
-    Sleep(350);
-    EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 5350, SERVERCALL_RETRYLATER)));
-    EXPECT_EQ(user.m_boxes.size(), 2U);
+    InvalidateRect(m_window.m_hWnd, nullptr, TRUE);
+    ASSERT_TRUE(GetUpdateRect(m_window.m_hWnd, nullptr, FALSE));
+    Pend(0);
+    EXPECT_FALSE(GetUpdateRect(m_window.m_hWnd, nullptr, FALSE));
 }
 
-TEST(OleMessageFilter, DoesNotAskWhileItAsks)
+// A window that never validates its region gets one WM_PAINT after the other.
+class CNeverPaintedWindow : public CPlainWindow
 {
-    COleMessageFilter filter;
-    filter.SetBusyDelay(0);
-    DWORD nested = 0;
-    CMessageRecorder user([&filter, &nested] {
-        nested = filter.RetryRejectedCall(nullptr, 100000, SERVERCALL_RETRYLATER);
-        return IDCANCEL;
+public:
+    int m_paints = 0;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        if (message == WM_PAINT) {
+            ++m_paints;
+            return 0;
+        }
+        return CPlainWindow::WindowProc(message, wParam, lParam);
+    }
+};
+
+TEST_F(StalledCallTest, PaintsAHundredTimesAtMost)
+{
+    CNeverPaintedWindow window;
+    ValidateRect(window.m_hWnd, nullptr);
+    DrainMessages();
+    InvalidateRect(window.m_hWnd, nullptr, TRUE);
+    window.m_paints = 0;
+    Pend(0);
+    EXPECT_EQ(window.m_paints, 100);
+}
+
+TEST_F(StalledCallTest, LeavesTheEndOfTheProgramInTheQueue)
+{
+    for (const DWORD milliseconds : {DWORD{0}, kLongAfter}) {
+        PostQuitMessage(7);
+        EXPECT_EQ(Pend(milliseconds), DWORD{PENDINGMSG_WAITNOPROCESS});
+        MSG message{};
+        ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+        EXPECT_EQ(message.wParam, 7U);
+    }
+}
+
+TEST_F(StalledCallTest, AsksNothingUnlessSomethingIsPressed)
+{
+    for (const UINT message : std::initializer_list<UINT>{WM_MOUSEMOVE, WM_KEYUP, WM_LBUTTONUP, WM_MOUSEWHEEL,
+                                                          WM_APP, WM_NCMOUSEMOVE}) {
+        m_window.PostMessage(message);
+    }
+    EXPECT_EQ(Pend(kLongAfter), DWORD{PENDINGMSG_WAITNOPROCESS});
+    EXPECT_TRUE(m_user.m_boxes.empty());
+}
+
+TEST_F(StalledCallTest, AsksOnceAtAPress)
+{
+    for (const UINT message : std::initializer_list<UINT>{
+             WM_KEYDOWN, WM_SYSKEYDOWN, WM_LBUTTONDOWN, WM_RBUTTONDOWN, WM_MBUTTONDOWN, WM_XBUTTONDOWN,
+             WM_LBUTTONDBLCLK, WM_NCLBUTTONDOWN, WM_NCRBUTTONDOWN, WM_POINTERDOWN, WM_NCPOINTERDOWN}) {
+        SCOPED_TRACE(message);
+        COleMessageFilter filter;
+        filter.SetBusyDelay(kDelay);
+        filter.SetStalledCallHandler(&m_handler);
+        m_user.m_boxes.clear();
+        m_window.PostMessage(message);
+        EXPECT_EQ(filter.MessagePending(nullptr, kLongAfter, PENDINGTYPE_TOPLEVEL),
+                  DWORD{PENDINGMSG_WAITNOPROCESS});
+        EXPECT_EQ(filter.MessagePending(nullptr, kLongAfter, PENDINGTYPE_TOPLEVEL),
+                  DWORD{PENDINGMSG_WAITNOPROCESS});
+        ASSERT_EQ(m_user.m_boxes.size(), 1U);
+        EXPECT_EQ(m_user.m_boxes[0].text, L"Noch warten?");
+        EXPECT_EQ(m_user.m_boxes[0].type, UINT{MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2});
+        EXPECT_EQ(TakeQueue(), std::vector<UINT>{});
+    }
+}
+
+TEST_F(StalledCallTest, APressOnADisabledWindowCounts)
+{
+    EXPECT_FALSE(TakeWakeUp());
+    m_filter.NotePress();
+    EXPECT_TRUE(TakeWakeUp()) << "the system queued nothing that makes COM ask";
+    Pend(kLongAfter);
+    EXPECT_EQ(m_user.m_boxes.size(), 1U);
+    Pend(kLongAfter);
+    EXPECT_EQ(m_user.m_boxes.size(), 1U);
+}
+
+TEST_F(StalledCallTest, APressBeforeTheDelayHadPassedDoesNotCount)
+{
+    m_filter.NotePress();
+    m_window.PostMessage(WM_KEYDOWN, VK_ESCAPE);
+    Sleep(50);
+    Pend(kDelay);
+    EXPECT_TRUE(m_user.m_boxes.empty());
+}
+
+TEST_F(StalledCallTest, OnlyInputMadeAfterTheDelayIsTakenOut)
+{
+    m_window.PostMessage(WM_LBUTTONDOWN);
+    m_window.PostMessage(WM_KEYDOWN, VK_ESCAPE);
+    m_window.PostMessage(WM_LBUTTONUP);
+    Sleep(50);
+    Pend(kDelay);  // looks for a later press behind them
+    m_window.PostMessage(WM_RBUTTONDOWN);
+    m_window.PostMessage(WM_KEYUP);
+    Pend(kDelay + 20);
+    EXPECT_EQ(m_user.m_boxes.size(), 1U);
+    m_filter.ReturnHeldInput();
+    std::vector<UINT> queue = TakeQueue();
+    std::ranges::sort(queue);
+    EXPECT_EQ(queue, (std::vector<UINT>{WM_KEYDOWN, WM_LBUTTONDOWN, WM_LBUTTONUP}));
+}
+
+TEST_F(StalledCallTest, TheQuestionGetsNoOlderInput)
+{
+    std::vector<UINT> queueOfTheBox{WM_NULL};
+    const CMessageRecorder user([&] {
+        queueOfTheBox = TakeQueue();
+        return IDNO;
     });
-    EXPECT_EQ(filter.RetryRejectedCall(nullptr, 100000, SERVERCALL_RETRYLATER), kCancelled);
-    EXPECT_TRUE(IsRetryAfterShortWait(nested));
+    m_window.PostMessage(WM_KEYDOWN, VK_RETURN);
+    Sleep(50);
+    m_filter.NotePress();
+    Pend(kDelay + 20);
+    EXPECT_EQ(queueOfTheBox, std::vector<UINT>{});
+    m_filter.SetStalledCallHandler(nullptr);
+    EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN}) << "it comes back when the connection is let go";
+}
+
+TEST_F(StalledCallTest, NoWaitsForAnotherDelay)
+{
+    m_filter.SetBusyDelay(300);
+    m_window.PostMessage(WM_KEYDOWN);
+    Pend(400);
+    ASSERT_EQ(m_user.m_boxes.size(), 1U);
+    m_window.PostMessage(WM_KEYDOWN);
+    Pend(5000);
+    EXPECT_EQ(m_user.m_boxes.size(), 1U);
+    Sleep(350);
+    Pend(5350);
+    EXPECT_EQ(m_user.m_boxes.size(), 1U) << "pressed too early, and nothing since";
+    m_window.PostMessage(WM_KEYDOWN);
+    Pend(5350);
+    EXPECT_EQ(m_user.m_boxes.size(), 2U);
+    EXPECT_EQ(m_handler.m_givenUp, 0);
+}
+
+TEST_F(StalledCallTest, YesTakesEffectWhenComAsksAgain)
+{
+    m_answer = IDYES;
+    m_window.PostMessage(WM_KEYDOWN);
+    EXPECT_EQ(Pend(kLongAfter), DWORD{PENDINGMSG_WAITNOPROCESS});
+    EXPECT_EQ(m_handler.m_givenUp, 0);
+    EXPECT_TRUE(TakeWakeUp());
+    EXPECT_EQ(Pend(kLongAfter + 20), DWORD{PENDINGMSG_CANCELCALL});
+    EXPECT_EQ(m_handler.m_givenUp, 1);
+    EXPECT_EQ(m_user.m_boxes.size(), 1U);
+}
+
+TEST_F(StalledCallTest, YesDoesNotTouchALaterCall)
+{
+    m_answer = IDYES;
+    m_window.PostMessage(WM_KEYDOWN);
+    Pend(kLongAfter);
+    Sleep(50);
+    EXPECT_EQ(Pend(10), DWORD{PENDINGMSG_WAITNOPROCESS});
+    EXPECT_EQ(Pend(kDelay + 100), DWORD{PENDINGMSG_WAITNOPROCESS});
+    EXPECT_EQ(m_handler.m_givenUp, 0);
+}
+
+TEST_F(StalledCallTest, AnEndedServerLetsTheCallFailByItself)
+{
+    m_answer = IDYES;
+    m_handler.m_endsServer = true;
+    m_window.PostMessage(WM_KEYDOWN);
+    Pend(kLongAfter);
+    TakeWakeUp();
+    EXPECT_EQ(Pend(kLongAfter + 20), DWORD{PENDINGMSG_WAITNOPROCESS});
+    EXPECT_EQ(m_handler.m_givenUp, 1);
+    m_filter.PrepareCall();
+    EXPECT_FALSE(TakeWakeUp());
+    EXPECT_EQ(Pend(10), DWORD{PENDINGMSG_WAITNOPROCESS});
+}
+
+TEST_F(StalledCallTest, CancelsEveryCallOnAServerThatWasGivenUpUntilTheConnectionIsLetGo)
+{
+    m_filter.PrepareCall();
+    EXPECT_FALSE(TakeWakeUp());
+    m_answer = IDYES;
+    m_window.PostMessage(WM_KEYDOWN);
+    Pend(kLongAfter);
+    TakeWakeUp();
+    Pend(kLongAfter + 20);
+    m_filter.PrepareCall();
+    EXPECT_TRUE(TakeWakeUp());
+    EXPECT_EQ(Pend(0), DWORD{PENDINGMSG_CANCELCALL});
+    EXPECT_EQ(Reject(0), kCancelled);
+    EXPECT_EQ(m_handler.m_givenUp, 1);
+    m_filter.SetStalledCallHandler(&m_handler);
+    m_filter.PrepareCall();
+    EXPECT_FALSE(TakeWakeUp());
+    EXPECT_EQ(Pend(0), DWORD{PENDINGMSG_WAITNOPROCESS});
+}
+
+TEST_F(StalledCallTest, ARejectedCallIsTriedAgainUntilTheDelayHasPassed)
+{
+    EXPECT_TRUE(IsRetryAfterShortWait(Reject(0)));
+    EXPECT_TRUE(IsRetryAfterShortWait(Reject(kDelay - 1)));
+    EXPECT_TRUE(m_user.m_boxes.empty());
+    EXPECT_TRUE(IsRetryAfterShortWait(Reject(kDelay)));
+    ASSERT_EQ(m_user.m_boxes.size(), 1U) << "without a press: the server waits for its user";
+    EXPECT_EQ(m_user.m_boxes[0].text, L"Noch warten?");
+    EXPECT_TRUE(IsRetryAfterShortWait(Reject(kLongAfter)));
+    EXPECT_EQ(m_user.m_boxes.size(), 1U) << "another delay first";
+    EXPECT_EQ(m_handler.m_givenUp, 0);
+}
+
+TEST_F(StalledCallTest, YesCancelsACallThatIsRejectedOnceMore)
+{
+    m_answer = IDYES;
+    EXPECT_TRUE(IsRetryAfterShortWait(Reject(kLongAfter)));
+    EXPECT_EQ(m_handler.m_givenUp, 0);
+    EXPECT_EQ(Reject(kLongAfter + 250), kCancelled);
+    EXPECT_EQ(m_handler.m_givenUp, 1);
+}
+
+TEST_F(StalledCallTest, ARejectedCallToAnEndedServerIsTriedAgainAndFailsByItself)
+{
+    m_answer = IDYES;
+    m_handler.m_endsServer = true;
+    Reject(kLongAfter);
+    EXPECT_TRUE(IsRetryAfterShortWait(Reject(kLongAfter + 250)));
+    EXPECT_EQ(m_handler.m_givenUp, 1);
+}
+
+TEST_F(StalledCallTest, DoesNotAskWhileItAsks)
+{
+    DWORD pending = 0;
+    DWORD rejected = 0;
+    CMessageRecorder user([&] {
+        m_window.PostMessage(WM_KEYDOWN);
+        pending = Pend(100000);
+        rejected = Reject(100000);
+        return IDNO;
+    });
+    Reject(100000);
+    EXPECT_EQ(pending, DWORD{PENDINGMSG_WAITNOPROCESS});
+    EXPECT_TRUE(IsRetryAfterShortWait(rejected));
     EXPECT_EQ(user.m_boxes.size(), 1U);
+    EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN}) << "that is the box's";
 }
 
 TEST(OleMessageFilter, IsInPlaceBetweenRegisterAndRevoke)

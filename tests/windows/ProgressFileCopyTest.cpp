@@ -171,6 +171,16 @@ TEST_P(ProgressFileCopyTest, TheButtonDoesNotTakeTheFocusFromAnotherWindow)
     EXPECT_EQ(GetFocus(), edit);
 }
 
+TEST_P(ProgressFileCopyTest, TellsWhenTheSessionEnds)
+{
+    EXPECT_FALSE(m_progress->IsSessionEnding());
+    CWinApp::Get()->SetSessionEnding(true);
+    EXPECT_TRUE(m_progress->IsSessionEnding());
+    EXPECT_FALSE(m_progress->IsCancelled());
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_FALSE(m_progress->IsSessionEnding());
+}
+
 TEST_P(ProgressFileCopyTest, EnterDoesNotEndTheDialog)
 {
     m_progress->PostMessage(WM_KEYDOWN, VK_RETURN, 1);

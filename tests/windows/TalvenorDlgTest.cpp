@@ -1553,6 +1553,80 @@ TEST_P(BusyDialogTest, InputDuringARunThatEndsEarlyIsDiscarded)
     });
 }
 
+TEST_P(BusyDialogTest, TheEndOfTheSessionWaitsForTheRowInHandAndEndsTheRunWithoutAMessage)
+{
+    int opened = 0;
+    m_application.On(kOpenDocument, [&](FakeCall& call) {
+        ++opened;
+        EXPECT_EQ(m_dialog->SendMessage(WM_QUERYENDSESSION), FALSE);
+        m_dialog->SendMessage(WM_ENDSESSION, FALSE);
+        return AnswerObject(nullptr)(call);
+    });
+    Run([&] {
+        EXPECT_EQ(m_dialog->SendMessage(WM_QUERYENDSESSION), TRUE) << "no run";
+        Press(IDC_START);
+        EXPECT_EQ(opened, 1);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(List().CountPendingRows(), 2);
+        EXPECT_TRUE(m_dialog->IsWindowEnabled());
+        EXPECT_EQ(m_dialog->SendMessage(WM_QUERYENDSESSION), TRUE) << "the run has ended";
+        EXPECT_FALSE(CWinApp::IsSessionEnding()) << "the next run goes to its end if the session stays";
+    });
+    EXPECT_EQ(m_log.back(), L"application Exit method");
+}
+
+TEST_P(BusyDialogTest, AnEndOfTheSessionInSpiteOfTheRefusalEndsTheRunToo)
+{
+    m_application.On(kOpenDocument, [&](FakeCall& call) {
+        m_dialog->SendMessage(WM_ENDSESSION, TRUE);
+        return AnswerObject(nullptr)(call);
+    });
+    Run([&] {
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(List().CountPendingRows(), 2);
+    });
+}
+
+// A handler that counts its questions.
+class CCountingHandler : public CStalledCallHandler
+{
+public:
+    mutable int m_asked = 0;
+
+    [[nodiscard]] std::wstring Question() const override
+    {
+        ++m_asked;
+        return L"Noch warten?";
+    }
+    [[nodiscard]] bool GiveUp() override { return false; }
+};
+
+// A real click: the system discards it and sends WM_SETCURSOR.
+TEST_P(BusyDialogTest, AClickOnTheDisabledWindowMakesAStalledCallAsk)
+{
+    COleMessageFilter& filter = CWinApp::Get()->GetMessageFilter();
+    CCountingHandler handler;
+    m_application.On(kOpenDocument, AnswerObject(nullptr));
+    m_application.On(kExit, [&](FakeCall&) {
+        EXPECT_FALSE(m_dialog->IsWindowEnabled());
+        const DWORD begin = GetTickCount() - 6000;  // a second longer than the filter's delay
+        filter.SetStalledCallHandler(&handler);
+        filter.MessagePending(nullptr, GetTickCount() - begin, PENDINGTYPE_TOPLEVEL);
+        EXPECT_EQ(handler.m_asked, 0);
+        ClickOn(Item(IDC_REMOVE_ALL));
+        filter.MessagePending(nullptr, GetTickCount() - begin, PENDINGTYPE_TOPLEVEL);
+        EXPECT_EQ(handler.m_asked, 1);
+        filter.SetStalledCallHandler(nullptr);
+        return S_OK;
+    });
+    m_answer = IDNO;
+    Run([&] {
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), (Texts{Finished(), L"Noch warten? [type 292]"}));
+    });
+}
+
 // The view after a cancelled run.
 class CancelledRunTest : public BusyDialogTest
 {

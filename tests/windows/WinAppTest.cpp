@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "framework/MessageBox.h"
 #include "tests/support/WindowScopes.h"
 
 namespace {
@@ -40,6 +41,82 @@ TEST(WinApp, DropsPendingInputAndNothingElse)
     EXPECT_EQ(window.m_messages, std::vector<UINT>{}) << "nothing is dispatched";
     DrainMessages();
     EXPECT_EQ(window.m_messages, (std::vector<UINT>{WM_COMMAND, WM_APP, WM_SYSCOMMAND}));
+}
+
+TEST(WinApp, TakesAnEscapeFirstAndAClickNext)
+{
+    CNotingWindow window;
+    DrainMessages();
+    window.m_wanted = {WM_APP, WM_MOUSEMOVE, WM_KEYUP, WM_LBUTTONDOWN, WM_LBUTTONUP, WM_KEYDOWN};
+    for (const UINT message : window.m_wanted) {
+        window.PostMessage(message);
+    }
+    for (int take = 0; take < 6; ++take) {
+        CWinApp::PumpPendingMessage();
+    }
+    EXPECT_EQ(window.m_messages,
+              (std::vector<UINT>{WM_KEYDOWN, WM_LBUTTONDOWN, WM_LBUTTONUP, WM_KEYUP, WM_APP, WM_MOUSEMOVE}));
+}
+
+// A handler that is never asked.
+class CSilentHandler : public CStalledCallHandler
+{
+public:
+    [[nodiscard]] std::wstring Question() const override { return {}; }
+    [[nodiscard]] bool GiveUp() override { return false; }
+};
+
+// The handler of stalled calls until the end of the scope.
+class CHandlerScope
+{
+public:
+    CHandlerScope() { CWinApp::Get()->GetMessageFilter().SetStalledCallHandler(&m_handler); }
+    ~CHandlerScope() { CWinApp::Get()->GetMessageFilter().SetStalledCallHandler(nullptr); }
+    CHandlerScope(const CHandlerScope&) = delete;
+    CHandlerScope& operator=(const CHandlerScope&) = delete;
+
+private:
+    CSilentHandler m_handler;
+};
+
+TEST(WinApp, TakesAndDropsHeldInputLikeAnyOther)
+{
+    CNotingWindow window;
+    DrainMessages();
+    window.m_wanted = {WM_KEYDOWN};
+    const CHandlerScope connected;
+    window.PostMessage(WM_KEYDOWN);
+    CWinApp::Get()->GetMessageFilter().HoldInput();
+    CWinApp::PumpPendingMessage();
+    EXPECT_EQ(window.m_messages.size(), 1U);
+    window.PostMessage(WM_KEYDOWN);
+    CWinApp::Get()->GetMessageFilter().HoldInput();
+    CWinApp::DropPendingInput();
+    CWinApp::PumpPendingMessage();
+    EXPECT_EQ(window.m_messages.size(), 1U);
+}
+
+// A key that was pressed during a call would close the box unread.
+TEST(WinApp, AMessageBoxDuringARunGetsNoEarlierKey)
+{
+    const CHandlerScope connected;
+    CNotingWindow window;
+    DrainMessages();
+    window.m_wanted = {WM_KEYDOWN};
+    window.PostMessage(WM_KEYDOWN, VK_RETURN);
+    std::size_t keysDuringTheBox = 1;
+    {
+        const CTimerScope closer(50, [&] {
+            if (const HWND box = FindWindowW(L"#32770", L"Talvenor"); box != nullptr) {
+                keysDuringTheBox = window.m_messages.size();
+                ::PostMessageW(box, WM_CLOSE, 0, 0);
+            }
+        });
+        ShowMessage(L"Meldung");
+    }
+    EXPECT_EQ(keysDuringTheBox, 0U);
+    CWinApp::PumpPendingMessage();
+    EXPECT_EQ(window.m_messages.size(), 1U) << "it comes back with the next take";
 }
 
 TEST(WinApp, KeepsTheEndOfTheProgramWhenItDropsInput)

@@ -1,0 +1,129 @@
+#include "cad/CadSession.h"
+
+#include <utility>
+
+#include "framework/Language.h"
+#include "framework/PaintingWait.h"
+#include "framework/WinApp.h"
+
+namespace {
+
+constexpr DWORD kForcedEndTime = 5'000;  // milliseconds
+
+constexpr Text kEndServer{L"SOLIDWORKS antwortet nicht.\n\nSoll SOLIDWORKS beendet werden?",
+                          L"SOLIDWORKS is not responding.\n\nDo you want to end SOLIDWORKS?"};
+constexpr Text kStopWaiting{L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?",
+                            L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?"};
+
+// Whether a failed call may come from a server that is about to end or not ready yet.
+bool IsServerMissing(HRESULT status)
+{
+    return status == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE) ||
+           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED) || status == RPC_E_DISCONNECTED ||
+           status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
+}
+
+void HandleStalledCalls(CStalledCallHandler* handler)
+{
+    CWinApp::Get()->GetMessageFilter().SetStalledCallHandler(handler);
+}
+
+}  // namespace
+
+CCadSession::CCadSession(CSldWorks& sldWorks, CServerProcess& process, std::wstring progId,
+                         CadPatience patience)
+    : m_sldWorks(sldWorks), m_process(process), m_progId(std::move(progId)), m_patience(patience)
+{
+}
+
+CCadSession::~CCadSession()
+{
+    HandleStalledCalls(nullptr);
+}
+
+CCadSession::Outcome CCadSession::Connect()
+{
+    m_process.BeginRun(m_progId);
+    static_cast<void>(m_process.WaitForEnd(m_patience.forEnd));
+    return TryUntilLoaded();
+}
+
+CCadSession::Outcome CCadSession::Reconnect()
+{
+    if (m_givenUp) {
+        return Outcome::notLoaded;
+    }
+    EndOldServer();
+    return TryUntilLoaded();
+}
+
+void CCadSession::LeaveToUser()
+{
+    static_cast<void>(m_process.IsOurs());
+}
+
+void CCadSession::Release()
+{
+    bool asked = true;
+    try {
+        m_sldWorks.Disconnect();
+    } catch (const CException&) {
+        asked = false;
+    }
+    HandleStalledCalls(nullptr);
+    m_process.LetGo(asked);
+}
+
+// A class may stay registered while its server ends or before it can serve: calls fail then until it has
+// ended, or serves.
+CCadSession::Outcome CCadSession::TryUntilLoaded()
+{
+    const ULONGLONG end = GetTickCount64() + m_patience.forConnection;
+    while (!CWinApp::IsSessionEnding()) {
+        const Attempt attempt = Try();
+        if (!IsServerMissing(attempt.status) || GetTickCount64() >= end || !m_process.WasAlive()) {
+            return attempt.outcome;
+        }
+        Release();
+        static_cast<void>(WaitPainting(nullptr, m_patience.betweenTries));
+        EndOldServer();
+    }
+    return Outcome::notLoaded;
+}
+
+CCadSession::Attempt CCadSession::Try()
+{
+    try {
+        m_process.BeginConnect();
+        const bool connected = m_sldWorks.Connect(m_progId) != 0;
+        m_process.EndConnect(connected);
+        if (!connected) {
+            return {Outcome::notLoaded, m_sldWorks.GetConnectStatus()};
+        }
+        HandleStalledCalls(this);
+        return {m_sldWorks.IsVersionSupported() ? Outcome::connected : Outcome::tooOld, S_OK};
+    } catch (const COleException& error) {
+        return {Outcome::notLoaded, error.m_sc};
+    } catch (const CException&) {
+        return {Outcome::notLoaded, E_FAIL};
+    }
+}
+
+void CCadSession::EndOldServer()
+{
+    // The end of the Windows session ends the wait early; the system sees to the server then.
+    if (!m_process.WaitForEnd(m_patience.forEnd) && !CWinApp::IsSessionEnding() && m_process.Terminate()) {
+        static_cast<void>(m_process.WaitForEnd(kForcedEndTime));
+    }
+}
+
+std::wstring CCadSession::Question() const
+{
+    return (m_process.IsOurs() ? kEndServer : kStopWaiting).Current();
+}
+
+bool CCadSession::GiveUp()
+{
+    m_givenUp = !m_process.Terminate();
+    return !m_givenUp;
+}

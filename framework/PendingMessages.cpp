@@ -1,0 +1,74 @@
+#include "framework/PendingMessages.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kPaintsAtOnce = 100;
+
+// False when there is none, or when the program is to end.
+bool TakePendingMessage(MSG& message, const MessageRange& range)
+{
+    if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) == FALSE) {
+        return false;
+    }
+    if (message.message == WM_QUIT) {
+        PostQuitMessage(static_cast<int>(message.wParam));
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges)
+{
+    std::vector<MSG> messages;
+    for (const MessageRange& range : ranges) {
+        for (MSG message{}; TakePendingMessage(message, range);) {
+            messages.push_back(message);
+        }
+    }
+    std::ranges::stable_sort(messages, [](const MSG& one, const MSG& other) {
+        return static_cast<LONG>(one.time - other.time) < 0;  // the tick count wraps around
+    });
+    return messages;
+}
+
+bool IsPress(UINT message)
+{
+    switch (message) {
+        case WM_KEYDOWN:
+        case WM_SYSKEYDOWN:
+        case WM_LBUTTONDOWN:
+        case WM_LBUTTONDBLCLK:
+        case WM_RBUTTONDOWN:
+        case WM_RBUTTONDBLCLK:
+        case WM_MBUTTONDOWN:
+        case WM_MBUTTONDBLCLK:
+        case WM_XBUTTONDOWN:
+        case WM_XBUTTONDBLCLK:
+        case WM_NCLBUTTONDOWN:
+        case WM_NCLBUTTONDBLCLK:
+        case WM_NCRBUTTONDOWN:
+        case WM_NCRBUTTONDBLCLK:
+        case WM_NCMBUTTONDOWN:
+        case WM_NCMBUTTONDBLCLK:
+        case WM_NCXBUTTONDOWN:
+        case WM_NCXBUTTONDBLCLK:
+        case WM_NCPOINTERDOWN:
+        case WM_POINTERDOWN:
+            return true;
+        default:
+            return false;
+    }
+}
+
+void PaintPendingWindows()
+{
+    MSG message{};
+    for (int paints = 0;
+         paints < kPaintsAtOnce && TakePendingMessage(message, MessageRange{WM_PAINT, WM_PAINT}); ++paints) {
+        DispatchMessageW(&message);
+    }
+}

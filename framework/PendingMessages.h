@@ -1,0 +1,35 @@
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <span>
+#include <vector>
+
+// Both ends belong to the range.
+struct MessageRange
+{
+    UINT first;
+    UINT last;
+};
+
+// Keys, mouse buttons, wheels and touches, without the moves in between.
+inline constexpr std::array kPressesAndReleases{
+    MessageRange{WM_KEYFIRST, WM_KEYLAST}, MessageRange{WM_LBUTTONDOWN, WM_MOUSELAST},
+    MessageRange{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK}, MessageRange{WM_NCPOINTERDOWN, WM_NCPOINTERUP},
+    MessageRange{WM_POINTERDOWN, WM_POINTERUP}};
+
+inline constexpr std::array kAllInput{MessageRange{WM_KEYFIRST, WM_KEYLAST},
+                                      MessageRange{WM_MOUSEFIRST, WM_MOUSELAST},
+                                      MessageRange{WM_NCMOUSEMOVE, WM_NCXBUTTONDBLCLK},
+                                      MessageRange{WM_NCPOINTERUPDATE, WM_POINTERROUTEDRELEASED}};
+
+// Takes the messages of the ranges out of the thread's queue, whatever window they are for, and returns them
+// in the order in which they were made. A WM_QUIT comes through every range; it is posted again.
+std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
+
+// Whether the message is a key or a button that goes down, or a touch that begins.
+[[nodiscard]] bool IsPress(UINT message);
+
+// Paints what waits to be painted. A window that never validates its region does not hold it up.
+void PaintPendingWindows();

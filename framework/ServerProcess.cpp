@@ -1,0 +1,263 @@
+#include "framework/ServerProcess.h"
+
+#include <tlhelp32.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "framework/LocalServer.h"
+#include "framework/PaintingWait.h"
+
+namespace {
+
+using UniqueService = UniqueOwner<SC_HANDLE, ::CloseServiceHandle>;
+
+constexpr DWORD kServerRights =
+    PROCESS_QUERY_LIMITED_INFORMATION | PROCESS_SET_QUOTA | PROCESS_TERMINATE | SYNCHRONIZE;
+
+std::wstring ImageOf(HANDLE process)
+{
+    std::wstring path(32'768, L'\0');
+    auto length = static_cast<DWORD>(path.size());
+    if (QueryFullProcessImageNameW(process, 0, path.data(), &length) == FALSE) {
+        return {};
+    }
+    path.resize(length);
+    return LongPath(path);
+}
+
+bool SameFileName(const std::wstring& left, const std::wstring& right)
+{
+    return CompareStringOrdinal(left.c_str(), static_cast<int>(left.size()), right.c_str(),
+                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
+ULONGLONG Number(const FILETIME& time)
+{
+    return ULARGE_INTEGER{{time.dwLowDateTime, time.dwHighDateTime}}.QuadPart;
+}
+
+ULONGLONG CreationTime(HANDLE process)
+{
+    FILETIME created{};
+    FILETIME ended{};
+    FILETIME kernel{};
+    FILETIME user{};
+    GetProcessTimes(process, &created, &ended, &kernel, &user);
+    return Number(created);
+}
+
+ULONGLONG Now()
+{
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    return Number(now);
+}
+
+// The process of the service that starts COM's local servers; 0 when it cannot be asked for.
+DWORD ActivatorId()
+{
+    const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    if (manager == nullptr) {
+        return 0;
+    }
+    const UniqueService service(OpenServiceW(manager.get(), L"DcomLaunch", SERVICE_QUERY_STATUS));
+    SERVICE_STATUS_PROCESS status{};
+    DWORD size = 0;
+    if (service == nullptr ||
+        QueryServiceStatusEx(service.get(), SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
+                             sizeof status, &size) == FALSE) {
+        return 0;
+    }
+    return status.dwProcessId;
+}
+
+// Whether a process was started by COM: by Windows's service, or, as Wine does it, in the client. This
+// program starts no server itself, so one that is its child was started by its own activation.
+bool IsStartedByCom(DWORD parent)
+{
+    return parent != 0 && (parent == GetCurrentProcessId() || parent == ActivatorId());
+}
+
+// Whether a window is a program's main window: one that a user works in, and no prompt.
+bool IsMainWindow(HWND window)
+{
+    constexpr int kDialogClass = 32'770;
+    RECT place{};
+    return IsWindowVisible(window) != FALSE && GetWindow(window, GW_OWNER) == nullptr &&
+           (GetWindowLongW(window, GWL_EXSTYLE) & WS_EX_TOOLWINDOW) == 0 &&
+           GetClassLongPtrW(window, GCW_ATOM) != kDialogClass && GetWindowRect(window, &place) != FALSE &&
+           IsRectEmpty(&place) == FALSE;
+}
+
+struct MainWindowSearch
+{
+    DWORD processId;
+    bool found;
+};
+
+BOOL CALLBACK FindMainWindow(HWND window, LPARAM parameter)
+{
+    auto& search = *reinterpret_cast<MainWindowSearch*>(parameter);
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    search.found = processId == search.processId && IsMainWindow(window);
+    return search.found ? FALSE : TRUE;
+}
+
+bool HasMainWindow(DWORD processId)
+{
+    MainWindowSearch search{processId, false};
+    EnumWindows(&FindMainWindow, reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+bool SetJobLimits(HANDLE job, DWORD limits)
+{
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION information{};
+    information.BasicLimitInformation.LimitFlags = limits;
+    return SetInformationJobObject(job, JobObjectExtendedLimitInformation, &information,
+                                   sizeof information) != FALSE;
+}
+
+}  // namespace
+
+CServerProcess::~CServerProcess()
+{
+    static_cast<void>(IsOurs());  // unties a server that its user works in
+}
+
+void CServerProcess::BeginRun(const std::wstring& progId)
+{
+    m_runSince = Now();
+    std::wstring image = LocalServerImage(progId);
+    if (!SameFileName(image, m_image)) {
+        Forget();
+        m_letGoSince = 0;
+        m_image = std::move(image);
+    }
+}
+
+void CServerProcess::BeginConnect()
+{
+    Forget();
+    m_before = ProcessesOf(m_image);
+    m_wasAlive = IsRecent(m_before);
+}
+
+void CServerProcess::EndConnect(bool connected)
+{
+    const std::vector<Process> before = std::exchange(m_before, {});
+    std::vector<Process> processes = ProcessesOf(m_image);
+    if (!connected || processes.empty()) {
+        return;
+    }
+    m_connectedSince = std::ranges::min_element(processes, {}, &Process::created)->created;
+    std::erase_if(processes, [&before](const Process& process) {
+        return std::ranges::find(before, process.id, &Process::id) != before.end();
+    });
+    if (processes.size() == 1 && IsStartedByCom(processes[0].parent)) {
+        Adopt(processes[0]);
+    }
+}
+
+bool CServerProcess::IsOurs()
+{
+    if (m_process != nullptr && HasMainWindow(m_id)) {
+        Forget();
+    }
+    return m_process != nullptr;
+}
+
+void CServerProcess::LetGo(bool asked)
+{
+    if (m_connectedSince != 0) {
+        m_letGoSince = std::exchange(m_connectedSince, 0);
+    }
+    if (asked) {
+        Untie();
+    }
+}
+
+bool CServerProcess::WasAlive() const
+{
+    return m_wasAlive || IsRecent(ProcessesOf(m_image));
+}
+
+bool CServerProcess::WaitForEnd(DWORD milliseconds)
+{
+    return !IsOurs() || WaitPainting(m_process.get(), milliseconds);
+}
+
+bool CServerProcess::Terminate()
+{
+    return IsOurs() && TerminateProcess(m_process.get(), 1) != FALSE;
+}
+
+// The processes of an image that are alive and that this program may ask for their image.
+std::vector<CServerProcess::Process> CServerProcess::ProcessesOf(const std::wstring& image)
+{
+    std::vector<Process> processes;
+    if (image.empty()) {
+        return processes;
+    }
+    const UniqueHandle snapshot(ValidHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0)));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more != FALSE;
+         more = Process32NextW(snapshot.get(), &entry)) {
+        UniqueHandle process(
+            OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ProcessID));
+        if (process != nullptr && WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT &&
+            SameFileName(ImageOf(process.get()), image)) {
+            const ULONGLONG created = CreationTime(process.get());
+            processes.push_back(
+                {entry.th32ProcessID, entry.th32ParentProcessID, created, std::move(process)});
+        }
+    }
+    return processes;
+}
+
+bool CServerProcess::IsRecent(const std::vector<Process>& processes) const
+{
+    const ULONGLONG since = m_letGoSince != 0 ? m_letGoSince : m_runSince;
+    return std::ranges::any_of(processes,
+                               [since](const Process& process) { return process.created >= since; });
+}
+
+void CServerProcess::Adopt(const Process& process)
+{
+    m_process.reset(OpenProcess(kServerRights, FALSE, process.id));
+    if (m_process != nullptr) {
+        m_id = process.id;
+        m_connectedSince = process.created;
+        Tie();
+    }
+}
+
+// By a job that ends with its last handle, which the system closes with this program ("Job Objects").
+void CServerProcess::Tie()
+{
+    m_job.reset(CreateJobObjectW(nullptr, nullptr));
+    if (m_job == nullptr ||
+        !SetJobLimits(m_job.get(),
+                      JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE | JOB_OBJECT_LIMIT_SILENT_BREAKAWAY_OK) ||
+        AssignProcessToJobObject(m_job.get(), m_process.get()) == FALSE) {
+        m_job.reset();
+    }
+}
+
+// A process cannot leave its job, so the job loses its limit.
+void CServerProcess::Untie()
+{
+    if (m_job != nullptr && SetJobLimits(m_job.get(), JOB_OBJECT_LIMIT_SILENT_BREAKAWAY_OK)) {
+        m_job.reset();
+    }
+}
+
+void CServerProcess::Forget()
+{
+    Untie();
+    m_process.reset();
+    m_id = 0;
+}

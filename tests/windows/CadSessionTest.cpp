@@ -1,0 +1,486 @@
+#include "cad/CadSession.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "framework/WinApp.h"
+#include "tests/support/AutomationNumbers.h"
+#include "tests/support/FakeAutomation.h"
+#include "tests/support/FakeClasses.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
+#include "tests/windows/WaitingProgram.h"
+
+namespace {
+
+using namespace automation;
+constexpr HRESULT kUnavailable = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
+constexpr DWORD kNotLong = 300;  // milliseconds
+
+using Outcome = CCadSession::Outcome;
+
+// A class whose objects are made by whatever the test says.
+class CScriptedClass : public CFakeClass
+{
+public:
+    using CFakeClass::CFakeClass;
+
+    std::function<HRESULT()> m_onCreate;  // called for each object
+
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID interfaceId, void** object) override
+    {
+        m_status = m_onCreate ? m_onCreate() : S_OK;
+        return CFakeClass::CreateInstance(outer, interfaceId, object);
+    }
+};
+
+// The objects are in the process of the test; copies of waitingprogram.exe are the processes of the server.
+class CadSessionTest : public testing::Test
+{
+protected:
+    CadSessionTest()
+    {
+        m_application.On(kGetDateCode, AnswerLong(2024100));
+        m_session.emplace(m_sldWorks, m_process, kProgId, m_patience);
+    }
+
+    void SetUp() override
+    {
+        if (!CScratchClassKey::Root()) {
+            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        }
+        const std::wstring classId = TextOfClass(m_classId);
+        const std::wstring key = L"CLSID\\" + classId;
+        m_progIdKey = std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), kProgId,
+                                                         kProgId + L"\\CLSID", classId);
+        m_classKey = std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), key,
+                                                        key + L"\\LocalServer32", m_image);
+    }
+
+    void TearDown() override
+    {
+        m_session.reset();
+        DrainMessages();
+        CWinApp::Get()->GetMessageFilter().SetBusyDelay(5'000);
+    }
+
+    void SetPatience(const CadPatience& patience)
+    {
+        m_session.emplace(m_sldWorks, m_process, kProgId, patience);
+    }
+
+    // Has each connection start a process of the server.
+    void StartServers()
+    {
+        m_class.m_onCreate = [this] {
+            m_servers.emplace_back(m_image);
+            return S_OK;
+        };
+    }
+
+    // A server that was there before, connected and let go. It does not end.
+    const CWaitingProcess& LetGoReachedServer()
+    {
+        m_servers.emplace_back(m_image);
+        Sleep(50);  // longer than the step of the system's time
+        EXPECT_EQ(m_session->Connect(), Outcome::connected);
+        m_session->Release();
+        m_class.m_created = 0;
+        m_log.clear();
+        return m_servers.back();
+    }
+
+    // Has the next connections fail, and the ones after them succeed.
+    void FailConnections(int count, HRESULT status)
+    {
+        m_class.m_onCreate = [count, status]() mutable { return count-- > 0 ? status : S_OK; };
+    }
+
+    // What the filter says to COM while a call waits.
+    static DWORD WhileCallWaits(DWORD tickCount = 0)
+    {
+        return CWinApp::Get()->GetMessageFilter().MessagePending(nullptr, tickCount, PENDINGTYPE_TOPLEVEL);
+    }
+
+    // A call has waited for longer than the limit, the user presses a key and answers Yes.
+    static void GiveUpCall()
+    {
+        CWinApp::Get()->GetMessageFilter().SetBusyDelay(100);
+        Sleep(150);
+        PostThreadMessageW(GetCurrentThreadId(), WM_KEYDOWN, VK_SPACE, 0);
+        WhileCallWaits(150);
+        Sleep(20);
+    }
+
+    const std::wstring kProgId = L"Talvenor.Test.Session.30";
+    const CLanguageScope m_language{1};
+    CTempFolder m_folder;
+    const std::wstring m_image = CopyWaitingProgram(m_folder);
+    const CLSID m_classId = NewClassId();
+    EventLog m_log;
+    CFakeDispatch m_application{L"application", m_log};
+    CScriptedClass m_class{m_classId, m_application};
+    std::unique_ptr<CScratchClassKey> m_progIdKey;
+    std::unique_ptr<CScratchClassKey> m_classKey;
+    std::vector<CWaitingProcess> m_servers;
+    const CadPatience m_patience{.forEnd = 400, .forConnection = 800, .betweenTries = 50};
+    CSldWorks m_sldWorks;
+    CServerProcess m_process;
+    std::optional<CCadSession> m_session;
+};
+
+// ---- A server that takes its time to end
+
+TEST_F(CadSessionTest, AReconnectionWaitsUntilTheOldServerHasEnded)
+{
+    StartServers();
+    SetPatience({.forEnd = 10'000, .forConnection = 0, .betweenTries = 0});
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    m_session->Release();
+    m_servers[0].EndLater(500);
+    bool gone = false;
+    m_class.m_onCreate = [this, &gone] {
+        gone = m_servers[0].Ends(0);
+        return S_OK;
+    };
+    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
+    EXPECT_TRUE(gone);
+}
+
+TEST_F(CadSessionTest, AReconnectionEndsAnOldServerThatStays)
+{
+    StartServers();
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    m_session->Release();
+    const ULONGLONG start = GetTickCount64();
+    bool gone = false;
+    m_class.m_onCreate = [this, &gone] {
+        gone = m_servers[0].Ends(0);
+        return S_OK;
+    };
+    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
+    EXPECT_TRUE(gone);
+    EXPECT_GE(GetTickCount64() - start, m_patience.forEnd - 20);
+}
+
+TEST_F(CadSessionTest, AReconnectionNeverEndsAServerThatWasThereBefore)
+{
+    const CWaitingProcess& server = LetGoReachedServer();
+    const ULONGLONG start = GetTickCount64();
+    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
+    EXPECT_LT(GetTickCount64() - start, m_patience.forEnd);
+    EXPECT_FALSE(server.Ends(kNotLong));
+}
+
+TEST_F(CadSessionTest, TheNextRunWaitsForTheServerOfTheLast)
+{
+    StartServers();
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    m_session->Release();
+    SetPatience({.forEnd = 10'000, .forConnection = 0, .betweenTries = 0});
+    m_servers[0].EndLater(500);
+    bool gone = false;
+    m_class.m_onCreate = [this, &gone] {
+        gone = m_servers[0].Ends(0);
+        return S_OK;
+    };
+    EXPECT_EQ(m_session->Connect(), Outcome::connected);
+    EXPECT_TRUE(gone);
+}
+
+TEST_F(CadSessionTest, TheNextRunEndsNoServer)
+{
+    StartServers();
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    m_session->Release();
+    SetPatience(m_patience);
+    m_class.m_onCreate = nullptr;
+    EXPECT_EQ(m_session->Connect(), Outcome::connected);
+    m_session->Release();
+    EXPECT_FALSE(m_servers[0].Ends(kNotLong));
+}
+
+TEST_F(CadSessionTest, AReleaseWaitsForNothing)
+{
+    StartServers();
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    const ULONGLONG start = GetTickCount64();
+    m_session->Release();
+    m_session.reset();
+    EXPECT_LT(GetTickCount64() - start, m_patience.forEnd);
+    EXPECT_FALSE(m_servers[0].Ends(0));
+}
+
+// A window that is covered and uncovered while the program waits.
+class CPaintedWindow : public CPlainWindow
+{
+public:
+    int m_painted = 0;
+    int m_keys = 0;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        m_painted += message == WM_PAINT ? 1 : 0;
+        m_keys += message == WM_KEYDOWN ? 1 : 0;
+        return CPlainWindow::WindowProc(message, wParam, lParam);
+    }
+};
+
+TEST_F(CadSessionTest, WindowsArePaintedWhileItWaits)
+{
+    StartServers();
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    m_session->Release();
+    CPaintedWindow window;
+    DrainMessages();
+    window.m_painted = 0;
+    InvalidateRect(window.m_hWnd, nullptr, TRUE);
+    PostMessageW(window.m_hWnd, WM_KEYDOWN, VK_ESCAPE, 0);
+    m_class.m_onCreate = [&window] {
+        EXPECT_EQ(window.m_painted, 1);
+        return S_OK;
+    };
+    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
+    EXPECT_EQ(window.m_keys, 0) << "input stays in the queue";
+}
+
+TEST_F(CadSessionTest, TheEndOfTheWindowsSessionEndsTheWait)
+{
+    StartServers();
+    SetPatience({.forEnd = 20'000, .forConnection = 20'000, .betweenTries = 10'000});
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    m_session->Release();
+    CWinApp::Get()->SetSessionEnding(true);
+    const ULONGLONG start = GetTickCount64();
+    EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_LT(GetTickCount64() - start, 10'000U);
+    EXPECT_EQ(m_class.m_created, 1);
+    EXPECT_FALSE(m_servers[0].Ends(0));
+}
+
+// ---- A connection that fails while a server is on its way
+
+TEST_F(CadSessionTest, TriesAgainWhileTheOldServerIsAlive)
+{
+    for (const HRESULT status : {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED), RPC_E_DISCONNECTED,
+                                 CO_E_SERVER_EXEC_FAILURE, CO_E_SERVER_STOPPING}) {
+        SCOPED_TRACE(status);
+        LetGoReachedServer();
+        FailConnections(3, status);
+        EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
+        EXPECT_EQ(m_class.m_created, 4);
+        m_session->Release();
+        SetPatience(m_patience);
+        FailConnections(3, status);
+        EXPECT_EQ(m_session->Connect(), Outcome::connected) << "in the next run";
+        m_session->Release();
+    }
+}
+
+TEST_F(CadSessionTest, OtherFailuresCountAtOnce)
+{
+    for (const HRESULT status : {RPC_E_CALL_REJECTED, E_FAIL, REGDB_E_CLASSNOTREG, E_OUTOFMEMORY}) {
+        SCOPED_TRACE(status);
+        LetGoReachedServer();
+        FailConnections(1, status);
+        EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
+        EXPECT_EQ(m_class.m_created, 1);
+    }
+}
+
+TEST_F(CadSessionTest, WithoutAServerAFailureCountsAtOnce)
+{
+    FailConnections(1, kUnavailable);
+    EXPECT_EQ(m_session->Connect(), Outcome::notLoaded);
+    EXPECT_EQ(m_class.m_created, 1);
+}
+
+TEST_F(CadSessionTest, AServerThatWasThereBeforeTheFirstConnectionIsNotWaitedFor)
+{
+    m_servers.emplace_back(m_image);
+    Sleep(50);
+    FailConnections(1, kUnavailable);
+    EXPECT_EQ(m_session->Connect(), Outcome::notLoaded);
+    EXPECT_EQ(m_class.m_created, 1);
+}
+
+TEST_F(CadSessionTest, TriesAgainWhileANewServerStarts)
+{
+    int tries = 0;
+    m_class.m_onCreate = [this, &tries] {
+        if (++tries == 1) {
+            m_servers.emplace_back(m_image);
+        }
+        return tries < 4 ? CO_E_SERVER_EXEC_FAILURE : S_OK;
+    };
+    EXPECT_EQ(m_session->Connect(), Outcome::connected);
+    EXPECT_EQ(tries, 4);
+}
+
+TEST_F(CadSessionTest, StopsTryingWhenTheServerIsGone)
+{
+    SetPatience({.forEnd = 0, .forConnection = 60'000, .betweenTries = 50});
+    LetGoReachedServer();
+    m_class.m_onCreate = [this] {
+        if (m_class.m_created == 2) {
+            m_servers.clear();
+        }
+        return kUnavailable;
+    };
+    EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
+    EXPECT_EQ(m_class.m_created, 4) << "the third began while the server was alive";
+}
+
+TEST_F(CadSessionTest, StopsTryingAfterAWhile)
+{
+    LetGoReachedServer();
+    m_class.m_onCreate = [] { return kUnavailable; };
+    const ULONGLONG start = GetTickCount64();
+    EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
+    EXPECT_GE(GetTickCount64() - start, m_patience.forConnection);
+    EXPECT_GT(m_class.m_created, 3);
+    EXPECT_LE(m_class.m_created, 17) << "there is a pause between the tries";
+}
+
+TEST_F(CadSessionTest, AFailedFirstCallIsTriedAgainOnANewConnection)
+{
+    LetGoReachedServer();
+    int calls = 0;
+    m_application.On(kGetDateCode, [&calls](FakeCall& call) {
+        return ++calls < 3 ? RPC_E_DISCONNECTED : AnswerLong(2024100)(call);
+    });
+    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
+    EXPECT_EQ(m_class.m_created, 3);
+    EXPECT_EQ(m_application.References(), 1);
+}
+
+TEST_F(CadSessionTest, ARejectedFirstCallCountsAtOnce)
+{
+    LetGoReachedServer();
+    m_application.On(kGetDateCode, [](FakeCall&) { return RPC_E_CALL_REJECTED; });
+    EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
+    EXPECT_EQ(m_class.m_created, 1);
+}
+
+// Starts, and refuses its first call until it is ended.
+TEST_F(CadSessionTest, AServerThatRefusesItsFirstCallIsReplaced)
+{
+    SetPatience({.forEnd = 200, .forConnection = 10'000, .betweenTries = 50});
+    StartServers();
+    m_application.On(kGetDateCode, [this](FakeCall& call) {
+        return m_servers.size() == 1 ? kUnavailable : AnswerLong(2024100)(call);
+    });
+    EXPECT_EQ(m_session->Connect(), Outcome::connected);
+    ASSERT_EQ(m_servers.size(), 2U);
+    EXPECT_TRUE(m_servers[0].Ends(0));
+    EXPECT_FALSE(m_servers[1].Ends(0));
+}
+
+TEST_F(CadSessionTest, AnOldServerIsNoFailure)
+{
+    m_application.On(kGetDateCode, AnswerLong(1999249));
+    EXPECT_EQ(m_session->Connect(), Outcome::tooOld);
+    EXPECT_EQ(m_class.m_created, 1);
+}
+
+// ---- A call that does not return
+
+TEST_F(CadSessionTest, StalledCallsAreHandledWhileThereIsAConnection)
+{
+    std::vector<DWORD> answers;
+    m_class.m_onCreate = [&answers] {
+        answers.push_back(WhileCallWaits());
+        return S_OK;
+    };
+    m_application.On(kGetDateCode, [&answers](FakeCall& call) {
+        answers.push_back(WhileCallWaits());
+        return AnswerLong(2024100)(call);
+    });
+    m_application.On(kExit, [&answers](FakeCall&) {
+        answers.push_back(WhileCallWaits());
+        return S_OK;
+    });
+    EXPECT_EQ(m_session->Connect(), Outcome::connected);
+    m_session->Release();
+    answers.push_back(WhileCallWaits());
+    EXPECT_EQ(answers, (std::vector<DWORD>{PENDINGMSG_WAITDEFPROCESS, PENDINGMSG_WAITNOPROCESS,
+                                           PENDINGMSG_WAITNOPROCESS, PENDINGMSG_WAITDEFPROCESS}));
+}
+
+TEST_F(CadSessionTest, AfterAYesItsOwnServerIsEnded)
+{
+    StartServers();
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    CMessageRecorder user([] { return IDYES; });
+    GiveUpCall();
+    EXPECT_EQ(WhileCallWaits(170), DWORD{PENDINGMSG_WAITNOPROCESS}) << "the call fails by itself";
+    EXPECT_TRUE(m_servers[0].Ends());
+    ASSERT_EQ(user.m_boxes.size(), 1U);
+    EXPECT_EQ(user.m_boxes[0].text, L"SOLIDWORKS antwortet nicht.\n\nSoll SOLIDWORKS beendet werden?");
+    m_application.On(kExit, [](FakeCall&) { return kUnavailable; });
+    m_session->Release();
+    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
+    EXPECT_EQ(m_servers.size(), 2U);
+}
+
+TEST_F(CadSessionTest, AfterAYesAReachedServerIsNotWaitedForAnyMore)
+{
+    m_servers.emplace_back(m_image);
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    CMessageRecorder user([] { return IDYES; });
+    GiveUpCall();
+    EXPECT_EQ(WhileCallWaits(170), DWORD{PENDINGMSG_CANCELCALL});
+    ASSERT_EQ(user.m_boxes.size(), 1U);
+    EXPECT_EQ(user.m_boxes[0].text, L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?");
+    EXPECT_FALSE(m_servers[0].Ends(kNotLong));
+    DWORD whileAskedToEnd = 0;
+    m_application.On(kExit, [&whileAskedToEnd](FakeCall&) {
+        whileAskedToEnd = WhileCallWaits();
+        return RPC_E_CALL_CANCELED;
+    });
+    m_session->Release();
+    EXPECT_EQ(whileAskedToEnd, DWORD{PENDINGMSG_CANCELCALL});
+    EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
+    EXPECT_EQ(m_class.m_created, 1);
+    EXPECT_EQ(WhileCallWaits(), DWORD{PENDINGMSG_WAITDEFPROCESS});
+}
+
+TEST_F(CadSessionTest, AsksInEnglish)
+{
+    const CLanguageScope english(0);
+    StartServers();
+    CMessageRecorder user([] { return IDNO; });
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    GiveUpCall();
+    m_session->Release();
+    DrainMessages();
+    m_class.m_onCreate = nullptr;
+    ASSERT_EQ(m_session->Reconnect(), Outcome::connected) << "reaches no process";
+    GiveUpCall();
+    ASSERT_EQ(user.m_boxes.size(), 2U);
+    EXPECT_EQ(user.m_boxes[0].text, L"SOLIDWORKS is not responding.\n\nDo you want to end SOLIDWORKS?");
+    EXPECT_EQ(user.m_boxes[1].text, L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?");
+}
+
+// ---- Its user
+
+TEST_F(CadSessionTest, AServerThatItsUserWorksInIsLeftToHim)
+{
+    StartServers();
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    m_servers[0].ShowMainWindow();
+    m_session->LeaveToUser();
+    m_servers[0].CloseMainWindow();
+    m_application.On(kExit, [](FakeCall&) { return E_FAIL; });
+    m_session->Release();
+    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
+    EXPECT_FALSE(m_servers[0].Ends(kNotLong));
+}
+
+}  // namespace

@@ -1,0 +1,466 @@
+#include "framework/ServerProcess.h"
+
+#include <gtest/gtest.h>
+#include <tlhelp32.h>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "framework/LocalServer.h"
+#include "tests/support/FakeClasses.h"
+#include "tests/support/TestScopes.h"
+#include "tests/support/WindowScopes.h"
+#include "tests/windows/WaitingProgram.h"
+
+namespace {
+
+constexpr DWORD kNotLong = 300;  // milliseconds
+constexpr DWORD kTick = 50;      // longer than the step of the system's time
+
+// The child processes of a process.
+std::vector<DWORD> ChildrenOf(DWORD parent)
+{
+    std::vector<DWORD> children;
+    const UniqueHandle snapshot(ValidHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0)));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more != FALSE;
+         more = Process32NextW(snapshot.get(), &entry)) {
+        if (entry.th32ParentProcessID == parent) {
+            children.push_back(entry.th32ProcessID);
+        }
+    }
+    return children;
+}
+
+// Ends a process that a test's process has started.
+class CChildScope
+{
+public:
+    explicit CChildScope(DWORD id) : m_process(OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id)) {}
+    CChildScope(const CChildScope&) = delete;
+    CChildScope& operator=(const CChildScope&) = delete;
+    ~CChildScope()
+    {
+        TerminateProcess(m_process.get(), 1);
+        WaitForSingleObject(m_process.get(), 10'000);
+    }
+
+    [[nodiscard]] bool IsAlive() const { return WaitForSingleObject(m_process.get(), 0) == WAIT_TIMEOUT; }
+
+private:
+    UniqueHandle m_process;
+};
+
+// A class that copies of waitingprogram.exe serve; the tests start them in place of COM.
+class ServerProcessTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!CScratchClassKey::Root()) {
+            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        }
+        Register(kProgId, m_image);
+        m_server->BeginRun(kProgId);
+    }
+
+    void Register(const std::wstring& progId, const std::wstring& commandLine)
+    {
+        const std::wstring classId = TextOfClass(NewClassId());
+        const std::wstring key = L"CLSID\\" + classId;
+        m_keys.push_back(std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), progId,
+                                                            progId + L"\\CLSID", classId));
+        m_keys.push_back(std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), key,
+                                                            key + L"\\LocalServer32", commandLine));
+    }
+
+    // A connection that starts a server.
+    CWaitingProcess Connect()
+    {
+        m_server->BeginConnect();
+        CWaitingProcess process(m_image);
+        m_server->EndConnect(true);
+        return process;
+    }
+
+    const std::wstring kProgId = L"Talvenor.Test.Process.1";
+    CTempFolder m_folder;
+    const std::wstring m_image = CopyWaitingProgram(m_folder);
+    std::vector<std::unique_ptr<CScratchClassKey>> m_keys;
+    std::optional<CServerProcess> m_server{std::in_place};
+};
+
+TEST_F(ServerProcessTest, AServerThatAppearsWithTheConnectionIsOurs)
+{
+    const CWaitingProcess process = Connect();
+    EXPECT_TRUE(m_server->IsOurs());
+}
+
+TEST_F(ServerProcessTest, AServerThatWasThereIsNot)
+{
+    const CWaitingProcess process(m_image);
+    m_server->BeginConnect();
+    m_server->EndConnect(true);
+    EXPECT_FALSE(m_server->IsOurs());
+    EXPECT_FALSE(m_server->Terminate());
+    m_server.reset();
+    EXPECT_FALSE(process.Ends(kNotLong));
+}
+
+TEST_F(ServerProcessTest, AServerThatAppearsBesideOneThatWasThereIsOurs)
+{
+    const CWaitingProcess other(m_image);
+    const CWaitingProcess process = Connect();
+    EXPECT_TRUE(m_server->IsOurs());
+    EXPECT_TRUE(m_server->Terminate());
+    EXPECT_TRUE(process.Ends());
+    EXPECT_FALSE(other.Ends(kNotLong));
+}
+
+TEST_F(ServerProcessTest, OfTwoThatAppearNoneIsOurs)
+{
+    m_server->BeginConnect();
+    const CWaitingProcess first(m_image);
+    const CWaitingProcess second(m_image);
+    m_server->EndConnect(true);
+    EXPECT_FALSE(m_server->IsOurs());
+}
+
+TEST_F(ServerProcessTest, AnotherProgramsProcessIsNotTheServer)
+{
+    const std::wstring sameNameElsewhere = [this] {
+        std::filesystem::create_directory(m_folder / L"elsewhere");
+        return m_folder / L"elsewhere\\server.exe";
+    }();
+    std::filesystem::copy_file(m_image, sameNameElsewhere);
+    m_server->BeginConnect();
+    const CWaitingProcess process(sameNameElsewhere);
+    m_server->EndConnect(true);
+    EXPECT_FALSE(m_server->IsOurs());
+}
+
+// As when the user starts the CAD system while the program connects.
+TEST_F(ServerProcessTest, AServerThatAnotherProgramStartsIsNotOurs)
+{
+    const std::wstring starter = m_folder / L"starter.exe";
+    std::filesystem::copy_file(m_image, starter);
+    const CWaitingProcess parent(starter);
+    Register(L"Talvenor.Test.Process.2", starter);
+    m_server->BeginRun(L"Talvenor.Test.Process.2");
+    m_server->BeginConnect();
+    parent.StartAnother();
+    ASSERT_TRUE(ComesTrue([&] { return !ChildrenOf(parent.Id()).empty(); }));
+    const CChildScope child(ChildrenOf(parent.Id())[0]);
+    m_server->EndConnect(true);
+    EXPECT_FALSE(m_server->IsOurs());
+}
+
+TEST_F(ServerProcessTest, AFailedConnectionHasNoServer)
+{
+    m_server->BeginConnect();
+    const CWaitingProcess process(m_image);
+    m_server->EndConnect(false);
+    EXPECT_FALSE(m_server->IsOurs());
+}
+
+TEST_F(ServerProcessTest, AClassWithoutAProgramHasNoServer)
+{
+    m_server->BeginRun(L"Talvenor.Test.Missing.1");
+    m_server->BeginConnect();
+    m_server->EndConnect(true);
+    EXPECT_FALSE(m_server->IsOurs());
+    EXPECT_FALSE(m_server->WasAlive());
+}
+
+// ---- Ends with this program
+
+TEST_F(ServerProcessTest, AServerThatIsNotLetGoEndsWithTheObject)
+{
+    const CWaitingProcess process = Connect();
+    m_server.reset();
+    EXPECT_TRUE(process.Ends());
+}
+
+TEST_F(ServerProcessTest, AServerThatWasAskedToEndIsNoLongerTied)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(true);
+    m_server.reset();
+    EXPECT_FALSE(process.Ends(kNotLong));
+}
+
+TEST_F(ServerProcessTest, AServerThatCouldNotBeAskedToEndStaysTied)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(false);
+    EXPECT_FALSE(process.Ends(kNotLong));
+    m_server.reset();
+    EXPECT_TRUE(process.Ends());
+}
+
+TEST_F(ServerProcessTest, WhatTheServerStartsDoesNotEndWithIt)
+{
+    const CWaitingProcess process = Connect();
+    process.StartAnother();
+    ASSERT_TRUE(ComesTrue([&] { return !ChildrenOf(process.Id()).empty(); }));
+    const CChildScope child(ChildrenOf(process.Id())[0]);
+    m_server.reset();
+    EXPECT_TRUE(process.Ends());
+    Sleep(kNotLong);
+    EXPECT_TRUE(child.IsAlive());
+}
+
+TEST_F(ServerProcessTest, AServerThatItsUserWorksInIsNotOursAnyMore)
+{
+    const CWaitingProcess process = Connect();
+    process.ShowMainWindow();
+    EXPECT_FALSE(m_server->IsOurs());
+    EXPECT_TRUE(m_server->WaitForEnd(60'000));
+    EXPECT_FALSE(m_server->Terminate());
+    m_server.reset();
+    EXPECT_FALSE(process.Ends(kNotLong));
+}
+
+TEST_F(ServerProcessTest, AWindowThatNobodyHasAskedForIsSeenAtTheEnd)
+{
+    const CWaitingProcess process = Connect();
+    process.ShowMainWindow();
+    m_server.reset();
+    EXPECT_FALSE(process.Ends(kNotLong));
+}
+
+TEST_F(ServerProcessTest, APromptMakesNoUser)
+{
+    const CWaitingProcess process = Connect();
+    process.ShowPrompt();
+    EXPECT_TRUE(m_server->IsOurs());
+}
+
+// The next connection reaches the server that could not be asked to end.
+TEST_F(ServerProcessTest, TheNextConnectionLetsTheLastServerLive)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(false);
+    m_server->BeginConnect();
+    m_server->EndConnect(true);
+    EXPECT_FALSE(m_server->IsOurs());
+    m_server.reset();
+    EXPECT_FALSE(process.Ends(kNotLong));
+}
+
+TEST_F(ServerProcessTest, AnotherClassForgetsTheServer)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(true);
+    Register(L"Talvenor.Test.Process.2", CopyWaitingProgram(m_folder, L"other.exe"));
+    m_server->BeginRun(L"Talvenor.Test.Process.2");
+    EXPECT_FALSE(m_server->IsOurs());
+    EXPECT_FALSE(m_server->WasAlive());
+    EXPECT_FALSE(process.Ends(kNotLong));
+}
+
+// ---- Waiting for its end
+
+TEST_F(ServerProcessTest, WaitsUntilTheServerHasEnded)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(true);
+    const ULONGLONG start = GetTickCount64();
+    process.EndLater(700);
+    EXPECT_TRUE(m_server->WaitForEnd(10'000));
+    EXPECT_TRUE(process.Ends(0));
+    const ULONGLONG waited = GetTickCount64() - start;
+    EXPECT_GE(waited, 600U);
+    EXPECT_LT(waited, 5'000U);
+}
+
+TEST_F(ServerProcessTest, WaitsNoLongerThanAskedFor)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(true);
+    const ULONGLONG start = GetTickCount64();
+    EXPECT_FALSE(m_server->WaitForEnd(kNotLong));
+    EXPECT_GE(GetTickCount64() - start, kNotLong - 20);
+    EXPECT_TRUE(m_server->IsOurs());
+}
+
+TEST_F(ServerProcessTest, TerminateEndsTheServer)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(true);
+    EXPECT_TRUE(m_server->Terminate());
+    EXPECT_TRUE(process.Ends());
+    EXPECT_TRUE(m_server->WaitForEnd(0));
+}
+
+TEST_F(ServerProcessTest, WaitsForNobodyElse)
+{
+    EXPECT_TRUE(m_server->WaitForEnd(60'000));
+    const CWaitingProcess process(m_image);
+    m_server->BeginConnect();
+    m_server->EndConnect(true);
+    m_server->LetGo(true);
+    EXPECT_TRUE(m_server->WaitForEnd(60'000));
+}
+
+// ---- Alive
+
+TEST_F(ServerProcessTest, TheServerLetGoIsAliveUntilItHasEnded)
+{
+    const CWaitingProcess process(m_image);
+    Sleep(kTick);
+    m_server->BeginRun(kProgId);
+    m_server->BeginConnect();
+    m_server->EndConnect(true);
+    EXPECT_FALSE(m_server->WasAlive()) << "not let go yet";
+    m_server->LetGo(false);
+    EXPECT_TRUE(m_server->WasAlive());
+    m_server->BeginRun(kProgId);
+    EXPECT_TRUE(m_server->WasAlive()) << "in the next run, too";
+    process.EndLater(0);
+    EXPECT_TRUE(process.Ends());
+    EXPECT_FALSE(m_server->WasAlive());
+}
+
+TEST_F(ServerProcessTest, ANewerServerIsAliveAnOlderOneDoesNotCount)
+{
+    const CWaitingProcess older(m_image);
+    Sleep(kTick);
+    m_server->BeginRun(kProgId);
+    {
+        const CWaitingProcess process = Connect();
+        m_server->LetGo(true);
+    }
+    EXPECT_FALSE(m_server->WasAlive());
+    const CWaitingProcess newer(m_image);
+    EXPECT_TRUE(m_server->WasAlive());
+}
+
+TEST_F(ServerProcessTest, BeforeTheFirstIsLetGoOnlyAServerOfThisRunCounts)
+{
+    const CWaitingProcess older(m_image);
+    Sleep(kTick);
+    m_server->BeginRun(kProgId);
+    m_server->BeginConnect();
+    EXPECT_FALSE(m_server->WasAlive());
+    const CWaitingProcess newer(m_image);
+    m_server->EndConnect(false);
+    EXPECT_TRUE(m_server->WasAlive());
+}
+
+TEST_F(ServerProcessTest, AServerThatEndsDuringTheConnectionWasAlive)
+{
+    {
+        const CWaitingProcess process = Connect();
+        m_server->LetGo(true);
+        m_server->BeginConnect();
+    }
+    m_server->EndConnect(false);
+    EXPECT_TRUE(m_server->WasAlive());
+    m_server->BeginConnect();
+    EXPECT_FALSE(m_server->WasAlive());
+}
+
+// ---- The program of a class
+
+class LocalServerTest : public ServerProcessTest
+{
+protected:
+    std::wstring ImageFor(const std::wstring& commandLine)
+    {
+        const std::wstring progId = L"Talvenor.Test.Image." + std::to_wstring(++m_count);
+        Register(progId, commandLine);
+        return LocalServerImage(progId);
+    }
+
+    int m_count = 0;
+};
+
+TEST_F(LocalServerTest, IsTheOneOfTheCommandLine)
+{
+    std::filesystem::create_directory(m_folder / L"CAD system");
+    const std::wstring image = CopyWaitingProgram(m_folder, L"CAD system\\my server.exe");
+    EXPECT_EQ(ImageFor(image), image);
+    EXPECT_EQ(ImageFor(image + L" /automation -x"), image);
+    EXPECT_EQ(ImageFor(L"\"" + image + L"\""), image);
+    EXPECT_EQ(ImageFor(L"\"" + image + L"\" /automation"), image);
+    EXPECT_EQ(ImageFor((m_folder / L"CAD system\\my server") + L" /automation"), image);
+    EXPECT_EQ(ImageFor(m_folder / L"missing.exe"), L"");
+    EXPECT_EQ(ImageFor(m_folder.Path()), L"");
+    EXPECT_EQ(ImageFor(L""), L"");
+    EXPECT_EQ(ImageFor(L"\""), L"");
+}
+
+TEST_F(LocalServerTest, IsTheExecutableWhereOneIsNamed)
+{
+    const std::wstring progId = L"Talvenor.Test.Image.0";
+    const std::wstring classId = TextOfClass(NewClassId());
+    const std::wstring key = L"CLSID\\" + classId;
+    const CScratchClassKey program(*CScratchClassKey::Root(), progId, progId + L"\\CLSID", classId);
+    const CScratchClassKey server(*CScratchClassKey::Root(), key, key + L"\\LocalServer32",
+                                  L"missing.exe -x");
+    ASSERT_EQ(
+        RegSetKeyValueW(*CScratchClassKey::Root(),
+                        (L"Software\\Classes\\" + key + L"\\LocalServer32").c_str(), L"ServerExecutable",
+                        REG_SZ, m_image.c_str(), static_cast<DWORD>((m_image.size() + 1) * sizeof(wchar_t))),
+        ERROR_SUCCESS);
+    EXPECT_EQ(LocalServerImage(progId), m_image);
+}
+
+TEST_F(LocalServerTest, IsFoundByItsShortPath)
+{
+    std::filesystem::create_directory(m_folder / L"a folder with a long name");
+    const std::wstring image =
+        CopyWaitingProgram(m_folder, L"a folder with a long name\\a long server name.exe");
+    std::wstring shortPath(MAX_PATH, L'\0');
+    shortPath.resize(GetShortPathNameW(image.c_str(), shortPath.data(), MAX_PATH));
+    if (shortPath.empty() || shortPath == image) {
+        GTEST_SKIP() << "skipped: the volume has no short names";
+    }
+    EXPECT_EQ(ImageFor(shortPath), image);
+}
+
+// Wine names the process by its long path in any case, Windows by the path that it was started by.
+TEST_F(ServerProcessTest, AServerStartedByItsShortPathIsOurs)
+{
+    std::wstring shortPath(MAX_PATH, L'\0');
+    const std::wstring image = CopyWaitingProgram(m_folder, L"a long server name.exe");
+    shortPath.resize(GetShortPathNameW(image.c_str(), shortPath.data(), MAX_PATH));
+    if (shortPath.empty() || shortPath == image) {
+        GTEST_SKIP() << "skipped: the volume has no short names";
+    }
+    Register(L"Talvenor.Test.Process.2", shortPath + L" /automation");
+    m_server->BeginRun(L"Talvenor.Test.Process.2");
+    m_server->BeginConnect();
+    const CWaitingProcess process(shortPath);
+    m_server->EndConnect(true);
+    EXPECT_TRUE(m_server->IsOurs());
+}
+
+TEST_F(LocalServerTest, ExpandsTheEnvironment)
+{
+    SetEnvironmentVariableW(L"TALVENOR_TEST_FOLDER", m_folder.Path().c_str());
+    const std::wstring progId = L"Talvenor.Test.Image.0";
+    const std::wstring classId = TextOfClass(NewClassId());
+    const std::wstring key = L"CLSID\\" + classId;
+    const CScratchClassKey program(*CScratchClassKey::Root(), progId, progId + L"\\CLSID", classId);
+    const CScratchClassKey server(*CScratchClassKey::Root(), key, key + L"\\LocalServer32", L"");
+    const std::wstring text = L"%TALVENOR_TEST_FOLDER%\\server.exe";
+    ASSERT_EQ(
+        RegSetKeyValueW(*CScratchClassKey::Root(),
+                        (L"Software\\Classes\\" + key + L"\\LocalServer32").c_str(), nullptr, REG_EXPAND_SZ,
+                        text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
+        ERROR_SUCCESS);
+    EXPECT_EQ(LocalServerImage(progId), m_image);
+    SetEnvironmentVariableW(L"TALVENOR_TEST_FOLDER", nullptr);
+}
+
+TEST_F(LocalServerTest, IsEmptyForAnUnknownProgId)
+{
+    EXPECT_EQ(LocalServerImage(L"Talvenor.Test.Missing.1"), L"");
+    EXPECT_EQ(LocalServerImage(L""), L"");
+}
+
+}  // namespace

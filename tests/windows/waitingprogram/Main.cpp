@@ -1,0 +1,66 @@
+#include <windows.h>
+
+#include <string>
+
+// A program that does nothing until a test posts its main thread a message: WM_QUIT ends it.
+
+namespace {
+
+constexpr UINT kShowWindow = WM_APP;
+constexpr UINT kShowPrompt = WM_APP + 1;
+constexpr UINT kStartAnother = WM_APP + 2;
+constexpr UINT kEndLater = WM_APP + 3;  // after wParam milliseconds
+
+HWND Show(const wchar_t* windowClass)
+{
+    return CreateWindowExW(0, windowClass, L"window of waitingprogram", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 40,
+                           40, 200, 100, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+}
+
+// Starts this program once more, which then has this process as its parent.
+void StartAnother()
+{
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (CreateProcessW(path.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                       &process) != FALSE) {
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+    }
+}
+
+void Obey(const MSG& message)
+{
+    switch (message.message) {
+        case kShowWindow:
+            Show(L"Static");
+            break;
+        case kShowPrompt:
+            Show(L"#32770");
+            break;
+        case kStartAnother:
+            StartAnother();
+            break;
+        case kEndLater:
+            Sleep(static_cast<DWORD>(message.wParam));
+            PostQuitMessage(0);
+            break;
+        default:
+            DispatchMessageW(&message);
+            break;
+    }
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t*, int)
+{
+    MSG message{};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        Obey(message);
+    }
+    return 0;
+}
