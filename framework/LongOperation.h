@@ -9,8 +9,8 @@
 class CLongOperation
 {
 public:
-    // `window` is a top-level window; it has to refuse WM_QUERYENDSESSION meanwhile. `reason` is cut after
-    // 255 characters. Where the system refuses either, the operation goes on without it.
+    // `window` is a top-level window; it must refuse WM_QUERYENDSESSION meanwhile. `reason` is truncated to
+    // 255 characters. If the system refuses either, the operation continues without it.
     CLongOperation(HWND window, const std::wstring& reason);
     CLongOperation(const CLongOperation&) = delete;
     CLongOperation& operator=(const CLongOperation&) = delete;

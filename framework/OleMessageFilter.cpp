@@ -153,7 +153,7 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
     return m_givenUp ? PENDINGMSG_CANCELCALL : PENDINGMSG_WAITNOPROCESS;
 }
 
-// From when on a call is taken for stalled. The user's last answer starts a new delay.
+// Returns the time from which a call counts as stalled. The user's last answer starts a new delay.
 LONGLONG COleMessageFilter::StallsAt(LONGLONG callBegan) const
 {
     return std::max(callBegan, m_answeredAt) + static_cast<LONGLONG>(m_busyDelay);

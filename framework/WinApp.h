@@ -28,7 +28,7 @@ public:
     static bool PumpMessage();
 
     // The same for one message that is already there; does nothing when the queue is empty. Keys and clicks
-    // come first, whatever else waits: a press of Cancel is not to wait for it.
+    // come first, so that a press of Cancel does not wait for other messages.
     static void PumpPendingMessage();
 
     // Removes keyboard, mouse and pointer messages for all windows from the thread's queue.
