@@ -14,7 +14,8 @@ namespace {
 constexpr Text kCurrentConfiguration{L"Aktuelle Konfiguration:  ", L"Current Configuration:  "};
 constexpr Text kSetNewEntry{L"Setze neuen Stückl.-Eintrag:  ", L"Set new BOM entry:  "};
 constexpr Text kSavingFile{L"Schreibe Datei...", L"Saving file..."};
-// Only the German text mentions the current standard part. Unchanged: the manuals quote both texts.
+// Only the German text mentions the current standard part. Unchanged since the first version: users look
+// messages up by their text.
 constexpr Text kReallyCancel{
     L"Wirklich abbrechen?\n"
     L"(Die Stücklisteneinträge der Konfigurationen des aktuellen Normteils "
@@ -99,8 +100,8 @@ CBomEntryWriter::CBomEntryWriter(CSldWorksApplication& application, CProgressVie
 int CBomEntryWriter::Run()
 {
     m_application.SetDocumentVisibility(false, m_documentType);
-    // Kept: both early returns leave the visibility off, and the second one the document open. The fault
-    // tests pin the calls that SOLIDWORKS gets then.
+    // Both early returns leave the visibility off, and the second one the document open: no further call to a
+    // SOLIDWORKS that has just failed to open the file or to find a configuration.
     if (!OpenDocument()) {
         return 0;
     }

@@ -72,7 +72,8 @@ int CSldWorks::Connect(const std::wstring& progId)
     const HCURSOR cursor = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
     const CScopeExit showCursor([cursor] { SetCursor(cursor); });
     const _bstr_t automationText = MakeAutomationString(progId);
-    // Kept though the result is unused: the driver looks the class up itself.
+    // Unused: the driver looks the class up itself. This call makes the ProgID readable in a trace of COM
+    // calls.
     CLSID classId{};
     CLSIDFromProgID(automationText, &classId);
     if (m_application.CreateDispatch(progId, m_connectError.get())) {

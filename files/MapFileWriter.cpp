@@ -77,7 +77,8 @@ void CMapFileWriter::RemovePartialRecordBeforeClosing()
     }
 }
 
-// On network drives, write errors may be reported only by the flush, not when the stream is closed.
+// On network drives, write errors may be reported only by the flush ("FlushFileBuffers function"), not when
+// the stream is closed.
 bool CMapFileWriter::Close()
 {
     if (m_path.empty()) {

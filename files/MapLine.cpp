@@ -96,8 +96,8 @@ std::string FormatMapHeader(std::string_view mapPath8)
            "\n";
 }
 
-MapReadResult ReadMapLines(std::istream& in, const MapDecoder& decode,
-                           CList<UTtab_entry, UTtab_entry&>& entries)
+std::optional<int> ReadMapLines(std::istream& in, const MapDecoder& decode,
+                                CList<UTtab_entry, UTtab_entry&>& entries)
 {
     std::array<char, kMapLineMaxBytes + 1> buffer{};
     // Reused for all lines, so that the strings keep their capacity.
@@ -113,11 +113,11 @@ MapReadResult ReadMapLines(std::istream& in, const MapDecoder& decode,
             continue;
         }
         if (!ParseMapLine(text, entry)) {
-            return {true, line};
+            return line;
         }
         entries.AddTail(entry);
     }
-    return {false, 0};
+    return std::nullopt;
 }
 
 std::wstring FormatSyntaxError(std::wstring_view joinedFormat, int line)

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <istream>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -45,17 +46,11 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 // bytes.
 [[nodiscard]] std::string FormatMapHeader(std::string_view mapPath8);
 
-struct MapReadResult
-{
-    bool syntaxError;
-    int badLine;  // 1-based number of the bad line, 0 when there is none
-};
-
 // Appends the records of a stream in text mode to the entries, decoding each line by `decode` (not empty).
-// Stops at the first bad line, which the result names, or, without a notice, at a line of more than
-// kMapLineMaxBytes; the entries before it stay.
-MapReadResult ReadMapLines(std::istream& in, const MapDecoder& decode,
-                           CList<UTtab_entry, UTtab_entry&>& entries);
+// Stops at the first bad line and returns its 1-based number. Also stops at a line of more than
+// kMapLineMaxBytes, but returns nothing, as at the end of the file. The entries before that line stay.
+std::optional<int> ReadMapLines(std::istream& in, const MapDecoder& decode,
+                                CList<UTtab_entry, UTtab_entry&>& entries);
 
 // Returns the message about a bad line: the joined text, path included, formatted like printf with the line
 // number as its only argument. The first "%d" becomes the number and "%%" becomes "%", in the path, too; any

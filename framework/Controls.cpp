@@ -153,7 +153,8 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
 }
 
 // While redraw is off, the control may validate a part of its header that still has to be painted, and a
-// moved header is not repainted: the destructor repairs both.
+// moved header is not repainted: the destructor repairs both (seen; "WM_SETREDRAW message" says nothing of
+// it).
 CRedrawPause::CRedrawPause(const CListCtrl& list)
     : m_list(list)
     , m_outermost(list.m_redrawPauses++ == 0)

@@ -36,7 +36,7 @@ INT_PTR CDialog::DoModal()
         RunModalLoop();
     }
     // The owner is enabled first: with a disabled owner, destroying the dialog would activate another
-    // program's window.
+    // program's window ("EnableWindow function").
     if (ownerWasEnabled) {
         ::EnableWindow(owner, TRUE);
     }
@@ -161,8 +161,8 @@ bool CDialog::CreateFromTemplate(HWND owner)
 HWND CDialog::FindOwner() const
 {
     const CWnd* owner = m_owner;
-    if (owner == nullptr && CWinApp::Get() != nullptr && CWinApp::Get()->m_pMainWnd != this) {
-        owner = CWinApp::Get()->m_pMainWnd;
+    if (owner == nullptr && CWinApp::Get() != nullptr && CWinApp::Get()->m_mainWindow != this) {
+        owner = CWinApp::Get()->m_mainWindow;
     }
     return owner != nullptr ? owner->m_hWnd : nullptr;
 }

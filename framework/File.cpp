@@ -145,7 +145,7 @@ bool BecomesDevice(const std::wstring& path)
 }  // namespace
 
 CFileException::CFileException(DWORD osError, std::wstring fileName)
-    : m_cause(CauseOf(osError)), m_lOsError(osError), m_strFileName(std::move(fileName))
+    : m_cause(CauseOf(osError)), m_osError(osError), m_fileName(std::move(fileName))
 {
 }
 
@@ -157,8 +157,7 @@ CFileException::Cause CFileException::CauseOf(DWORD osError)
 
 std::wstring CFileException::GetErrorMessage() const
 {
-    std::wstring message =
-        FillPlaces(TextFor(m_cause).Current(), {m_strFileName, std::to_wstring(m_lOsError)});
+    std::wstring message = FillPlaces(TextFor(m_cause).Current(), {m_fileName, std::to_wstring(m_osError)});
     if (message.size() > kMaxMessageLength) {
         message.resize(kMaxMessageLength);
     }
@@ -244,8 +243,8 @@ bool CFile::GetStatus(const std::wstring& path, CFileStatus& status)
 
 void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
 {
-    // The read-only attribute is cleared first: some network file systems refuse to change the attributes of
-    // a read-only file.
+    // The read-only attribute is cleared first: some network file systems refuse to change the times of a
+    // read-only file (from knowledge; "SetFileTime function" does not say so).
     const DWORD present = ::GetFileAttributesW(path.c_str());
     if (present != INVALID_FILE_ATTRIBUTES && (present & FILE_ATTRIBUTE_READONLY) != 0) {
         ::SetFileAttributesW(path.c_str(), present & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));

@@ -44,8 +44,8 @@ public:
     [[nodiscard]] std::wstring GetErrorMessage() const override;
 
     Cause m_cause = Cause::none;
-    DWORD m_lOsError = ERROR_SUCCESS;
-    std::wstring m_strFileName;
+    DWORD m_osError = ERROR_SUCCESS;
+    std::wstring m_fileName;
 };
 
 struct CFileStatus
@@ -54,7 +54,7 @@ struct CFileStatus
     FILETIME lastWriteTime = {0, 0};  // UTC
 };
 
-// A file that is read or written sequentially, without a buffer.
+// A file that is read or written sequentially, byte for byte and without a buffer.
 class CFile
 {
 public:
@@ -62,10 +62,9 @@ public:
     {
         modeRead = 0x01,
         modeWrite = 0x02,
-        modeCreate = 0x04,      // create the file, or truncate an existing one
-        shareDenyNone = 0x08,   // others may read and write at the same time
-        shareExclusive = 0x10,  // others may do neither
-        typeBinary = 0x20       // always so; the flag states it
+        modeCreate = 0x04,     // create the file, or truncate an existing one
+        shareDenyNone = 0x08,  // others may read and write at the same time
+        shareExclusive = 0x10  // others may do neither
     };
 
     // Opens the file (CreateFileW) and closes the previous one. On failure returns false and sets *error

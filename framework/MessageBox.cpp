@@ -19,10 +19,10 @@ const MessageRequest* g_shown = nullptr;
 HWND FindOwner()
 {
     const CWinApp* app = CWinApp::Get();
-    if (app == nullptr || app->m_pMainWnd == nullptr || app->m_pMainWnd->m_hWnd == nullptr) {
+    if (app == nullptr || app->m_mainWindow == nullptr || app->m_mainWindow->m_hWnd == nullptr) {
         return nullptr;
     }
-    return GetLastActivePopup(app->m_pMainWnd->m_hWnd);
+    return GetLastActivePopup(app->m_mainWindow->m_hWnd);
 }
 
 // The HTML Help viewer. Its full path, as a bare name would be searched for in the working folder, too.

@@ -39,12 +39,12 @@ COleDispatchException ExceptionFrom(CExceptionInfo& info)
 {
     info.Complete();
     COleDispatchException exception;
-    exception.m_wCode = info.wCode;
-    exception.m_strSource = TextOf(info.bstrSource);
-    exception.m_strDescription = TextOf(info.bstrDescription);
-    exception.m_strHelpFile = TextOf(info.bstrHelpFile);
-    exception.m_dwHelpContext = info.dwHelpContext;
-    exception.m_scError = info.scode;
+    exception.m_code = info.wCode;
+    exception.m_source = TextOf(info.bstrSource);
+    exception.m_description = TextOf(info.bstrDescription);
+    exception.m_helpFile = TextOf(info.bstrHelpFile);
+    exception.m_helpContext = info.dwHelpContext;
+    exception.m_sc = info.scode;
     return exception;
 }
 

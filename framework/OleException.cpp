@@ -55,8 +55,8 @@ std::wstring COleException::GetErrorMessage() const
 
 std::wstring COleDispatchException::GetErrorMessage() const
 {
-    if (std::wstring description = TrimTail(m_strDescription); !description.empty()) {
+    if (std::wstring description = TrimTail(m_description); !description.empty()) {
         return description;
     }
-    return StatusText(m_scError != S_OK ? m_scError : DISP_E_EXCEPTION);
+    return StatusText(m_sc != S_OK ? m_sc : DISP_E_EXCEPTION);
 }

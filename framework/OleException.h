@@ -23,12 +23,12 @@ public:
 class COleDispatchException : public CException
 {
 public:
-    WORD m_wCode = 0;               // the server's error number; 0 when m_scError is set instead
-    std::wstring m_strSource;       // the program that failed
-    std::wstring m_strDescription;  // what went wrong, in the server's words
-    std::wstring m_strHelpFile;     // full path
-    DWORD m_dwHelpContext = 0;      // topic within the help file
-    SCODE m_scError = S_OK;         // the status code; 0 when m_wCode is set instead
+    WORD m_code = 0;             // the server's error number; 0 when m_sc is set instead
+    std::wstring m_source;       // the program that failed
+    std::wstring m_description;  // what went wrong, in the server's words
+    std::wstring m_helpFile;     // full path
+    DWORD m_helpContext = 0;     // topic within the help file
+    SCODE m_sc = S_OK;           // the status code; 0 when m_code is set instead
 
     // The server's description, or the system's text for the status code when it is empty.
     [[nodiscard]] std::wstring GetErrorMessage() const override;

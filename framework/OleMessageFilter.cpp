@@ -9,7 +9,8 @@
 
 namespace {
 
-// Results of RetryRejectedCall. From 100 on it is a time in milliseconds to wait before the next try.
+// Results of RetryRejectedCall. From 100 on it is the time in milliseconds to wait before the next try
+// ("IMessageFilter::RetryRejectedCall method").
 constexpr DWORD kCancelCall = static_cast<DWORD>(-1);
 constexpr DWORD kTryAgainAfter = 250;
 
@@ -149,7 +150,8 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
             AskUser();
         }
     }
-    // The default handling would throw keys and clicks away, a press of Cancel among them.
+    // The default handling would throw keys and clicks away, a press of Cancel among them ("PENDINGMSG
+    // enumeration").
     return m_givenUp ? PENDINGMSG_CANCELCALL : PENDINGMSG_WAITNOPROCESS;
 }
 

@@ -44,7 +44,7 @@ public:
     // The title of the program's message boxes.
     [[nodiscard]] const std::wstring& GetName() const { return m_name; }
 
-    CWnd* m_pMainWnd = nullptr;
+    CWnd* m_mainWindow = nullptr;
 
 protected:
     // Runs the whole program: its dialogs have their own message loops. The result is ignored: false says

@@ -14,8 +14,8 @@ namespace {
 
 constexpr int kProgressFull = 100;
 
-// Kept: the standard number of the BOM entries starts after a prefix of this length, whatever prefix the name
-// has. BOM names in use depend on it.
+// The standard number of the BOM entries starts after a prefix of this length, whatever prefix the name has:
+// BOM names in use were made so.
 constexpr const wchar_t* kStandardNumberPrefix = L"N_";
 
 constexpr Text kLoadingCad{L"Lade SOLIDWORKS...", L"Loading SOLIDWORKS..."};
@@ -27,7 +27,8 @@ constexpr Text kCadNotLoaded{
 constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert sein.",
                           L"SOLIDWORKS 99/250 is required."};
 
-// Without quotes around the path, unlike the reader's message. Unchanged: the manuals quote this text.
+// Without quotes around the path, unlike the reader's message. Unchanged since the first version: users look
+// messages up by their text.
 constexpr Text kMapFileNotOpened{L"FEHLER: Datei %1 kann nicht zum Schreiben geöffnet werden!",
                                  L"ERROR: File %1 cannot be opened for write access!"};
 constexpr Text kMapFileNotWritten{
@@ -192,24 +193,22 @@ void CConversionRun::FinishWith(End end)
             ReleaseCad();
             break;
         case End::cadNotLoaded:
-            ShowMessage(kCadNotLoaded.Current());
-            AbortRun();
+            AbortRun(kCadNotLoaded.Current());
             break;
         case End::cadTooOld:
-            ShowMessage(kCadTooOld.Current());
-            AbortRun();
+            AbortRun(kCadTooOld.Current());
             break;
         case End::mapFileNotOpened:
-            ShowMessage(FillPlaces(kMapFileNotOpened.Current(), {m_mapPath}));
-            AbortRun();
+            AbortRun(FillPlaces(kMapFileNotOpened.Current(), {m_mapPath}));
             break;
     }
 }
 
-// The user has answered the message, so the window comes back first. It takes no commands yet: the dialog
-// drops them until the run has returned.
-void CConversionRun::AbortRun()
+// The main window comes back as soon as the message is answered. It takes no commands yet: the dialog drops
+// them until the run has returned.
+void CConversionRun::AbortRun(const std::wstring& message)
 {
+    ShowMessage(message);
     CloseProgress();
     m_view.TakeInputAgain();
     ReleaseCad();
@@ -310,7 +309,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
             ShowDispatchError(error);
         }
     } catch (const CException&) {
-        // Kept: any other failure ends the update of this part without a message.
+        // Without a message: SOLIDWORKS gave no text, and it is loaded again below.
     }
     return ReloadCad();
 }
@@ -340,13 +339,13 @@ bool CConversionRun::ReportWriteFailure(bool written)
 void CConversionRun::ShowDispatchError(const COleDispatchException& error) const
 {
     MessageRequest request;
-    if (!error.m_strSource.empty()) {
-        request.text = error.m_strSource + L" - ";
+    if (!error.m_source.empty()) {
+        request.text = error.m_source + L" - ";
     }
-    request.text += error.m_strDescription.empty() ? kUnknownError : error.m_strDescription;
-    if (!error.m_strHelpFile.empty()) {
-        request.helpFile = error.m_strHelpFile;
-        request.helpContext = error.m_dwHelpContext;
+    request.text += error.m_description.empty() ? kUnknownError : error.m_description;
+    if (!error.m_helpFile.empty()) {
+        request.helpFile = error.m_helpFile;
+        request.helpContext = error.m_helpContext;
     }
     ShowMessage(request);
 }
@@ -367,7 +366,7 @@ void CConversionRun::OpenProgress()
 }
 
 // The main window is enabled while the dialog is destroyed, or the system would activate another program's
-// window. No message is dispatched in between, so no input reaches it yet.
+// window ("EnableWindow function"). No message is dispatched in between, so no input reaches it yet.
 void CConversionRun::CloseProgress()
 {
     m_mainWindow.EnableWindow(true);

@@ -192,7 +192,7 @@ LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
     if (!column) {
         return Default();
     }
-    // Kept: a click below the last row selects the row with the column's number.
+    // Below the last row the column's number serves as the row: see docs/decisions.md.
     const Cell cell{RowAt(point).value_or(*column), *column};
     SelectAndFocus(cell.row);
     CColumnMenu::Command command = CColumnMenu::none;
@@ -200,8 +200,8 @@ LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
         ClientToScreen(m_hWnd, &point);
         command = MenuOf(cell.column).Show(m_hWnd, point);
     }
-    // The default handling dispatches posted messages, so the command, which acts on the selection, comes
-    // last.
+    // The default handling tells a click from a drag and dispatches posted messages meanwhile ("DragDetect
+    // function"), so the command, which acts on the selection, comes last.
     const LRESULT result = DefaultKeepingSelection(lParam);
     Perform(command, cell);
     return result;
@@ -215,7 +215,7 @@ LRESULT CConvList::OnContextMenu(WPARAM, LPARAM lParam)
         return Default();
     }
     // The message comes when the menu key is released; Ctrl may have been released before.
-    ShowMenuByKeyboard(std::exchange(m_bCtrlAtMenuKey, false) || IsDown(VK_CONTROL));
+    ShowMenuByKeyboard(std::exchange(m_ctrlAtMenuKey, false) || IsDown(VK_CONTROL));
     return 0;
 }
 
@@ -393,8 +393,8 @@ void CConvList::EditTemplate(const Cell& cell)
 }
 
 // The list view's default handling clears the selection on a click below the rows; the chosen command still
-// needs it. It also waits for the release of the button, which the menu has swallowed: without a posted one
-// it would wait until the next click.
+// needs it. It also waits for the release of the button ("DragDetect function"), which the menu has
+// swallowed: without a posted one it would wait until the next click.
 LRESULT CConvList::DefaultKeepingSelection(LPARAM position)
 {
     if (!IsDown(VK_RBUTTON)) {
@@ -444,7 +444,7 @@ bool CConvList::OnKey(WPARAM key)
         return true;
     }
     if (key == VK_APPS) {
-        m_bCtrlAtMenuKey = control;
+        m_ctrlAtMenuKey = control;
         return false;  // the system sends WM_CONTEXTMENU
     }
     if (key == 'A' && control && !alt) {

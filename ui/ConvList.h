@@ -89,5 +89,5 @@ private:
 
     std::array<CColumnMenu, 2> m_menus;  // of columns 1 and 2
     Cell m_edited;                       // by the editor opened last
-    bool m_bCtrlAtMenuKey = false;       // when the menu key was pressed
+    bool m_ctrlAtMenuKey = false;        // when the menu key was pressed
 };

@@ -108,7 +108,7 @@ void CDlgTemplate::ShowSampleName() const
 }
 
 // Moves the texts of the rows below up. The controls stay: the dialog manager restores their layout when the
-// DPI changes.
+// DPI changes ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration").
 void CDlgTemplate::RemoveFromLegend(int fillIn) const
 {
     for (int column = 0; column < kLegendColumns; ++column) {

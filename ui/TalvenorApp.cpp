@@ -52,7 +52,9 @@ bool CTalvenorApp::InitInstance()
 {
     const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
     InitCommonControlsEx(&controls);
-    DisableProcessWindowsGhosting();  // a ghost would swallow the clicks made during a long call
+    // A ghost window would swallow the clicks made during a long call ("DisableProcessWindowsGhosting
+    // function").
+    DisableProcessWindowsGhosting();
     InitializeOle();
     GetMessageFilter().SetBusyDelay(kBusyServerDelay);
     g_nLanguage = kStartLanguage;
@@ -71,7 +73,7 @@ bool CTalvenorApp::InitInstance()
 void CTalvenorApp::ShowMainDialog()
 {
     CTalvenorDlg dialog;
-    m_pMainWnd = &dialog;
+    m_mainWindow = &dialog;
     dialog.DoModal();
-    m_pMainWnd = nullptr;
+    m_mainWindow = nullptr;
 }

@@ -489,8 +489,8 @@ LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM)
     return Default();
 }
 
-// The dialog manager restores the focus of an inactive window. A cell editor closes when it loses the focus,
-// so the list takes the focus first.
+// The dialog manager restores the focus of an inactive window ("DefDlgProcW function"). A cell editor closes
+// when it loses the focus, so the list takes the focus first.
 LRESULT CTalvenorDlg::OnActivate(WPARAM wParam, LPARAM)
 {
     if (LOWORD(wParam) == WA_INACTIVE) {

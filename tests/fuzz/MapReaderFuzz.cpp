@@ -55,7 +55,6 @@ MapReading PlainRead(const std::string& file)
         }
         UTtab_entry entry;
         if (!PlainParse(text, entry)) {
-            reading.syntaxError = true;
             reading.badLine = number;
             break;
         }

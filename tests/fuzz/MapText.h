@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -41,8 +42,7 @@ inline std::wstring PlainStrip(std::wstring text)
 
 struct MapReading
 {
-    bool syntaxError = false;
-    int badLine = 0;
+    std::optional<int> badLine;
     std::vector<UTtab_entry> entries;
 
     bool operator==(const MapReading&) const = default;
@@ -52,7 +52,7 @@ inline MapReading ReadMap(const std::string& file)
 {
     std::istringstream in(file);
     CList<UTtab_entry, UTtab_entry&> entries;
-    const MapReadResult result = ReadMapLines(
+    const std::optional<int> badLine = ReadMapLines(
         in, [](std::string_view bytes, std::wstring& text) { text = FromLatin1(bytes); }, entries);
-    return {result.syntaxError, result.badLine, {entries.begin(), entries.end()}};
+    return {badLine, {entries.begin(), entries.end()}};
 }

@@ -206,8 +206,8 @@ private:
 class CMainWindowScope
 {
 public:
-    explicit CMainWindowScope(CWnd* window) : m_before(std::exchange(CWinApp::Get()->m_pMainWnd, window)) {}
-    ~CMainWindowScope() { CWinApp::Get()->m_pMainWnd = m_before; }
+    explicit CMainWindowScope(CWnd* window) : m_before(std::exchange(CWinApp::Get()->m_mainWindow, window)) {}
+    ~CMainWindowScope() { CWinApp::Get()->m_mainWindow = m_before; }
     CMainWindowScope(const CMainWindowScope&) = delete;
     CMainWindowScope& operator=(const CMainWindowScope&) = delete;
 

@@ -197,8 +197,8 @@ TEST_P(ConvListCommit, ARealMessageBoxMayAppearWhileTheFocusMoves)
     static_cast<void>(trace.Take());
     int closed = 0;
     const CTimerScope user(30, [&closed] {
-        const HWND box = GetLastActivePopup(CWinApp::Get()->m_pMainWnd->m_hWnd);
-        if (box != CWinApp::Get()->m_pMainWnd->m_hWnd && IsWindowVisible(box) != FALSE) {
+        const HWND box = GetLastActivePopup(CWinApp::Get()->m_mainWindow->m_hWnd);
+        if (box != CWinApp::Get()->m_mainWindow->m_hWnd && IsWindowVisible(box) != FALSE) {
             closed += PostMessageW(box, WM_COMMAND, IDOK, 0) != FALSE && closed == 0 ? 1 : 0;
         }
     });

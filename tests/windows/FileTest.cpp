@@ -22,7 +22,7 @@ CFileException OpenFailure(const std::wstring& path, UINT flags)
     CFile file;
     CFileException error;
     EXPECT_FALSE(file.Open(path, flags, &error));
-    EXPECT_EQ(error.m_strFileName, path);
+    EXPECT_EQ(error.m_fileName, path);
     return error;
 }
 
@@ -51,7 +51,7 @@ TEST_F(FileTest, MissingFileIsNotFound)
 {
     const CFileException error = OpenFailure(m_path, CFile::modeRead | CFile::shareDenyNone);
     EXPECT_EQ(error.m_cause, Cause::fileNotFound);
-    EXPECT_EQ(error.m_lOsError, static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(error.m_osError, static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
 }
 
 TEST_F(FileTest, MissingFolderIsABadPath)
@@ -143,7 +143,7 @@ TEST_F(FileTest, ReadsUpToTheEndAndThenNothing)
 {
     WriteBytes(m_path, std::string("a\r\n\x1a\0z", 6));
     CFile file;
-    ASSERT_TRUE(file.Open(m_path, CFile::modeRead | CFile::typeBinary, nullptr));
+    ASSERT_TRUE(file.Open(m_path, CFile::modeRead, nullptr));
     char bytes[4] = {};
     EXPECT_EQ(file.Read(bytes, 4), 4U);
     EXPECT_EQ(std::string(bytes, 4), "a\r\n\x1a");
@@ -181,8 +181,8 @@ TEST_F(FileTest, ReadAndWriteThrowWhatFailed)
         FAIL() << "a file that is open for reading took a byte";
     } catch (const CFileException& error) {
         EXPECT_EQ(error.m_cause, Cause::accessDenied);
-        EXPECT_EQ(error.m_lOsError, static_cast<DWORD>(ERROR_ACCESS_DENIED));
-        EXPECT_EQ(error.m_strFileName, m_path);
+        EXPECT_EQ(error.m_osError, static_cast<DWORD>(ERROR_ACCESS_DENIED));
+        EXPECT_EQ(error.m_fileName, m_path);
     }
     file.Close();
     EXPECT_EQ(ReadBytes(m_path), "");

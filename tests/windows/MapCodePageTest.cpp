@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <sstream>
 #include <vector>
 
@@ -14,8 +15,7 @@ UTtab_entry ReadBack(const std::string& line, UINT codePage)
 {
     std::istringstream in(line + "\n");
     CList<UTtab_entry, UTtab_entry&> entries;
-    const MapReadResult result = ReadMapLines(in, MapDecoderOf(codePage), entries);
-    EXPECT_FALSE(result.syntaxError);
+    EXPECT_EQ(ReadMapLines(in, MapDecoderOf(codePage), entries), std::nullopt);
     EXPECT_EQ(entries.GetCount(), 1);
     return *entries.begin();
 }

@@ -216,12 +216,12 @@ TEST_F(OleDispatchDriverTest, AServerExceptionKeepsItsReport)
         return RaiseException(L"Server", L"It went wrong.", L"C:\\server.chm", 77)(call);
     });
     const COleDispatchException error = ExceptionOfCall();
-    EXPECT_EQ(error.m_wCode, 1001);
-    EXPECT_EQ(error.m_strSource, L"Server");
-    EXPECT_EQ(error.m_strDescription, L"It went wrong.");
-    EXPECT_EQ(error.m_strHelpFile, L"C:\\server.chm");
-    EXPECT_EQ(error.m_dwHelpContext, 77U);
-    EXPECT_EQ(error.m_scError, S_OK);
+    EXPECT_EQ(error.m_code, 1001);
+    EXPECT_EQ(error.m_source, L"Server");
+    EXPECT_EQ(error.m_description, L"It went wrong.");
+    EXPECT_EQ(error.m_helpFile, L"C:\\server.chm");
+    EXPECT_EQ(error.m_helpContext, 77U);
+    EXPECT_EQ(error.m_sc, S_OK);
     EXPECT_EQ(error.GetErrorMessage(), L"It went wrong");
 }
 
@@ -232,11 +232,11 @@ TEST_F(OleDispatchDriverTest, AServerExceptionMayLackEveryText)
         return DISP_E_EXCEPTION;
     });
     const COleDispatchException error = ExceptionOfCall();
-    EXPECT_EQ(error.m_strSource, L"");
-    EXPECT_EQ(error.m_strDescription, L"");
-    EXPECT_EQ(error.m_strHelpFile, L"");
-    EXPECT_EQ(error.m_dwHelpContext, 0U);
-    EXPECT_EQ(error.m_scError, E_ACCESSDENIED);
+    EXPECT_EQ(error.m_source, L"");
+    EXPECT_EQ(error.m_description, L"");
+    EXPECT_EQ(error.m_helpFile, L"");
+    EXPECT_EQ(error.m_helpContext, 0U);
+    EXPECT_EQ(error.m_sc, E_ACCESSDENIED);
     EXPECT_EQ(error.GetErrorMessage(), COleException(E_ACCESSDENIED).GetErrorMessage());
 }
 
@@ -249,7 +249,7 @@ TEST_F(OleDispatchDriverTest, AnExceptionReportMayBeFilledOnDemand)
         };
         return DISP_E_EXCEPTION;
     });
-    EXPECT_EQ(ExceptionOfCall().m_strDescription, L"late");
+    EXPECT_EQ(ExceptionOfCall().m_description, L"late");
 }
 
 TEST_F(OleDispatchDriverTest, EveryOtherFailureCarriesItsStatus)
@@ -452,10 +452,10 @@ TEST(OleException, AnUnknownStatusIsShownAsItsNumber)
 TEST(OleDispatchException, ADescriptionOfBlanksIsNone)
 {
     COleDispatchException error;
-    error.m_strDescription = L" .\r\n";
-    error.m_scError = E_ACCESSDENIED;
+    error.m_description = L" .\r\n";
+    error.m_sc = E_ACCESSDENIED;
     EXPECT_EQ(error.GetErrorMessage(), COleException(E_ACCESSDENIED).GetErrorMessage());
-    error.m_scError = S_OK;
+    error.m_sc = S_OK;
     EXPECT_EQ(error.GetErrorMessage(), COleException(DISP_E_EXCEPTION).GetErrorMessage());
 }
 
