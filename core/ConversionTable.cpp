@@ -12,11 +12,11 @@
 #include "core/NameRules.h"
 #include "core/NameTemplate.h"
 #include "core/PartName.h"
+#include "framework/FileNames.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
 #include "framework/ScopeExit.h"
-#include "platform/FileNames.h"
 #include "platform/TemplateStore.h"
 
 namespace {

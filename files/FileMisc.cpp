@@ -10,11 +10,11 @@
 #include "files/MapLine.h"
 #include "files/Paths.h"
 #include "framework/File.h"
+#include "framework/FileNames.h"
 #include "framework/Handles.h"
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
-#include "platform/FileNames.h"
 
 namespace {
 

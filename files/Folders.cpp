@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "platform/FileNames.h"
+#include "framework/FileNames.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "framework/FileNames.h"
 #include "framework/LocalServer.h"
 #include "framework/PaintingWait.h"
 
@@ -24,12 +25,6 @@ std::wstring ImageOf(HANDLE process)
     }
     path.resize(length);
     return LongPath(path);
-}
-
-bool SameFileName(const std::wstring& left, const std::wstring& right)
-{
-    return CompareStringOrdinal(left.c_str(), static_cast<int>(left.size()), right.c_str(),
-                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
 ULONGLONG Number(const FILETIME& time)
@@ -131,7 +126,7 @@ void CServerProcess::BeginRun(const std::wstring& progId)
 {
     m_runSince = Now();
     std::wstring image = LocalServerImage(progId);
-    if (!SameFileName(image, m_image)) {
+    if (!EqualFileNames(image, m_image)) {
         Forget();
         m_letGoSince = 0;
         m_image = std::move(image);
@@ -209,7 +204,7 @@ std::vector<CServerProcess::Process> CServerProcess::ProcessesOf(const std::wstr
         UniqueHandle process(
             OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ProcessID));
         if (process != nullptr && WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT &&
-            SameFileName(ImageOf(process.get()), image)) {
+            EqualFileNames(ImageOf(process.get()), image)) {
             const ULONGLONG created = CreationTime(process.get());
             processes.push_back(
                 {entry.th32ProcessID, entry.th32ParentProcessID, created, std::move(process)});

@@ -176,21 +176,18 @@ void CConversionRun::FinishWith(End end)
             ReportWriteFailure(m_mapFile.Close());
             m_view.ShowViewStatus(true);
             ShowMessage(kFinished.Current(), MB_OK | MB_ICONINFORMATION);
-            CloseProgress();
-            ReleaseCad();
+            CloseProgressAndCad();
             break;
         case End::cancelled:
             ReportWriteFailure(m_mapFile.Close());
             ShowMessage(kCancelled.Current());
             m_view.ReloadAfterCancel();
-            CloseProgress();
-            ReleaseCad();
+            CloseProgressAndCad();
             break;
         case End::sessionEnded:
             // Without a message, a failure of the close included: the session would wait for its answer.
             static_cast<void>(m_mapFile.Close());
-            CloseProgress();
-            ReleaseCad();
+            CloseProgressAndCad();
             break;
         case End::cadNotLoaded:
             AbortRun(kCadNotLoaded.Current());
@@ -202,6 +199,12 @@ void CConversionRun::FinishWith(End end)
             AbortRun(FillPlaces(kMapFileNotOpened.Current(), {m_mapPath}));
             break;
     }
+}
+
+void CConversionRun::CloseProgressAndCad()
+{
+    CloseProgress();
+    ReleaseCad();
 }
 
 // The main window comes back as soon as the message is answered. It takes no commands yet: the dialog drops

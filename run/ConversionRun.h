@@ -61,6 +61,7 @@ private:
     [[nodiscard]] std::optional<End> EndAfter(CCadSession::Outcome outcome) const;
     End ConvertRows();
     void FinishWith(End end);
+    void CloseProgressAndCad();
     void AbortRun(const std::wstring& message);
 
     [[nodiscard]] Row ReadRow(int index) const;

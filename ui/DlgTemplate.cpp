@@ -6,8 +6,8 @@
 
 #include "core/NameTemplate.h"
 #include "framework/DialogData.h"
+#include "framework/FileNames.h"
 #include "framework/MessageBox.h"
-#include "platform/FileNames.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
 

@@ -182,49 +182,60 @@ Outcome CAutomationObject::Serve(Call& call)
     return FAILED(checked) ? Outcome{checked, {}, {}} : Perform(call.dispid, call.arguments);
 }
 
+std::optional<Outcome> CAutomationObject::ActBefore(const FaultAction& action, Call& call,
+                                                    const std::wstring& number)
+{
+    switch (action.kind) {
+        case FaultAction::Kind::slow:
+            Sleep(action.milliseconds);
+            break;
+        case FaultAction::Kind::holdBefore:
+            HoldCall();
+            break;
+        case FaultAction::Kind::exception:
+            return Outcome{ReportException(action, call.exception), {}, {}};
+        case FaultAction::Kind::fail:
+            return Outcome{action.status, {}, {}};
+        case FaultAction::Kind::endBefore:
+            LogCall(call, number, L"not served");
+            m_session.EndNow(L"fault");
+        case FaultAction::Kind::hang:
+            LogCall(call, number, L"hangs");
+            m_session.Hang();
+        case FaultAction::Kind::holdAfter:
+        case FaultAction::Kind::endAfter:
+            break;  // once the call has been served
+        case FaultAction::Kind::busy:
+        case FaultAction::Kind::reject:
+            break;  // handled by the message filter
+    }
+    return std::nullopt;
+}
+
+void CAutomationObject::ActAfter(const FaultAction& action) const
+{
+    if (action.kind == FaultAction::Kind::holdAfter) {
+        HoldCall();
+    }
+    if (action.kind == FaultAction::Kind::endAfter) {
+        m_session.EndNow(L"fault");
+    }
+}
+
 Outcome CAutomationObject::ServeWithFaults(Call& call)
 {
     const std::wstring number = m_session.NextCallNumber();
-    bool endAfter = false;
-    bool holdAfter = false;
-    for (const FaultAction& action : m_session.Faults().Count(NameOf(call), FileOf(call.arguments))) {
-        switch (action.kind) {
-            case FaultAction::Kind::slow:
-                Sleep(action.milliseconds);
-                break;
-            case FaultAction::Kind::exception:
-                LogCall(call, number, StatusText(DISP_E_EXCEPTION));
-                return {ReportException(action, call.exception), {}, {}};
-            case FaultAction::Kind::fail:
-                LogCall(call, number, StatusText(action.status));
-                return {action.status, {}, {}};
-            case FaultAction::Kind::endBefore:
-                LogCall(call, number, L"not served");
-                m_session.EndNow(L"fault");
-            case FaultAction::Kind::hang:
-                LogCall(call, number, L"hangs");
-                m_session.Hang();
-            case FaultAction::Kind::endAfter:
-                endAfter = true;
-                break;
-            case FaultAction::Kind::holdBefore:
-                HoldCall();
-                break;
-            case FaultAction::Kind::holdAfter:
-                holdAfter = true;
-                break;
-            case FaultAction::Kind::busy:
-            case FaultAction::Kind::reject:
-                break;  // handled by the message filter
+    const std::vector<FaultAction> actions = m_session.Faults().Count(NameOf(call), FileOf(call.arguments));
+    for (const FaultAction& action : actions) {
+        if (std::optional<Outcome> failure = ActBefore(action, call, number)) {
+            LogCall(call, number, StatusText(failure->status));
+            return *std::move(failure);
         }
     }
     Outcome outcome = Serve(call);
     LogCall(call, number, OutcomeText(outcome));
-    if (holdAfter) {
-        HoldCall();
-    }
-    if (endAfter) {
-        m_session.EndNow(L"fault");
+    for (const FaultAction& action : actions) {
+        ActAfter(action);
     }
     return outcome;
 }

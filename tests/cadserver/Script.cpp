@@ -135,42 +135,59 @@ void SetExceptionField(FaultAction& action, const std::wstring& word)
     }
 }
 
+// What follows a fault's verb.
+enum class Operand
+{
+    none,
+    duration,
+    status,
+    exceptionFields
+};
+
+struct Verb
+{
+    FaultAction::Kind kind;
+    Operand operand;
+};
+
+const Verb& FindVerb(const std::wstring& word)
+{
+    using Kind = FaultAction::Kind;
+    static const std::map<std::wstring, Verb> verbs = {
+        {L"exception", {Kind::exception, Operand::exceptionFields}},
+        {L"fail", {Kind::fail, Operand::status}},
+        {L"end-before", {Kind::endBefore, Operand::none}},
+        {L"end-after", {Kind::endAfter, Operand::none}},
+        {L"hold-before", {Kind::holdBefore, Operand::none}},
+        {L"hold-after", {Kind::holdAfter, Operand::none}},
+        {L"hang", {Kind::hang, Operand::none}},
+        {L"busy", {Kind::busy, Operand::duration}},
+        {L"reject", {Kind::reject, Operand::duration}},
+        {L"slow", {Kind::slow, Operand::duration}}};
+    const auto verb = verbs.find(word);
+    if (verb == verbs.end()) {
+        RefuseWord(word);
+    }
+    return verb->second;
+}
+
 FaultAction ParseAction(const std::vector<std::wstring>& words, size_t at)
 {
-    FaultAction action;
     RequireWords(words, at + 1, words.size());
-    const std::wstring& verb = words[at];
-    if (verb == L"exception") {
-        action.kind = FaultAction::Kind::exception;
+    const Verb& verb = FindVerb(words[at]);
+    FaultAction action;
+    action.kind = verb.kind;
+    if (verb.operand == Operand::exceptionFields) {
         for (++at; at < words.size(); ++at) {
             SetExceptionField(action, words[at]);
         }
         return action;
     }
-    static const std::map<std::wstring, FaultAction::Kind> withoutArgument = {
-        {L"end-before", FaultAction::Kind::endBefore},
-        {L"end-after", FaultAction::Kind::endAfter},
-        {L"hold-before", FaultAction::Kind::holdBefore},
-        {L"hold-after", FaultAction::Kind::holdAfter},
-        {L"hang", FaultAction::Kind::hang}};
-    if (const auto kind = withoutArgument.find(verb); kind != withoutArgument.end()) {
-        RequireWords(words, at + 1, at + 1);
-        action.kind = kind->second;
-        return action;
-    }
-    static const std::map<std::wstring, FaultAction::Kind> withDuration = {
-        {L"busy", FaultAction::Kind::busy},
-        {L"reject", FaultAction::Kind::reject},
-        {L"slow", FaultAction::Kind::slow}};
-    const auto kind = withDuration.find(verb);
-    if (verb != L"fail" && kind == withDuration.end()) {
-        RefuseWord(verb);
-    }
-    RequireWords(words, at + 2, at + 2);
-    if (verb == L"fail") {
+    const size_t count = at + (verb.operand == Operand::none ? 1 : 2);
+    RequireWords(words, count, count);
+    if (verb.operand == Operand::status) {
         action.status = ToNumber(words[at + 1]);
-    } else {
-        action.kind = kind->second;
+    } else if (verb.operand == Operand::duration) {
         action.milliseconds = ToMilliseconds(words[at + 1]);
     }
     return action;

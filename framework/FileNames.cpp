@@ -1,4 +1,4 @@
-#include "platform/FileNames.h"
+#include "framework/FileNames.h"
 
 #include <windows.h>
 
