@@ -3,6 +3,7 @@
 #include <windowsx.h>
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 #include "core/NameTemplate.h"
@@ -151,6 +152,8 @@ void CConvList::OnWheel()
 // Continues the columns' grid lines below the last row.
 void CConvList::OnPaint()
 {
+    RECT damaged{};
+    GetUpdateRect(m_hWnd, &damaged, FALSE);
     Default();
     if (!IsReport()) {
         return;
@@ -163,7 +166,10 @@ void CConvList::OnPaint()
             break;
         }
         const RECT line{place.right - 1, top, place.right, client.bottom};
-        FillRect(dc.Get(), &line, GetSysColorBrush(COLOR_3DFACE));
+        RECT part{};
+        if (IntersectRect(&part, &line, &damaged) != FALSE) {
+            FillRect(dc.Get(), &part, GetSysColorBrush(COLOR_3DFACE));
+        }
     }
 }
 
@@ -416,11 +422,11 @@ LRESULT CConvList::DefaultKeepingSelection(LPARAM position)
 bool CConvList::PreTranslateMessage(MSG& message)
 {
     const bool keyDown = message.message == WM_KEYDOWN || message.message == WM_SYSKEYDOWN;
-    if (keyDown && message.hwnd == m_hWnd && OnKey(message.wParam)) {
+    if (message.hwnd == m_hWnd && ((keyDown && OnKey(message.wParam)) || IsEndOfAltDigit(message))) {
         return true;
     }
-    if (message.message == WM_KEYDOWN && message.wParam == VK_TAB && message.hwnd != m_hWnd) {
-        // From a cell editor.
+    const bool fromEditor = message.hwnd != m_hWnd && message.hwnd != GetHeader();
+    if (message.message == WM_KEYDOWN && message.wParam == VK_TAB && fromEditor) {
         EditOtherColumn();
         return true;
     }
@@ -455,11 +461,26 @@ bool CConvList::OnKey(WPARAM key)
         return false;
     }
     if (alt) {
+        m_altUsed = true;
         MoveRight(column);
     } else {
         Widen(column, IsDown(VK_SHIFT) ? -kColumnWidthStep : kColumnWidthStep);
     }
     return true;
+}
+
+// Whether Alt is let go after a digit was pressed with it, or after that digit. The default handling has not
+// seen the digit, so it would open the window's menu as after Alt alone ("WM_SYSKEYUP message").
+bool CConvList::IsEndOfAltDigit(const MSG& message)
+{
+    if (message.wParam != VK_MENU) {
+        return false;
+    }
+    if (message.message == WM_SYSKEYDOWN && (HIWORD(message.lParam) & KF_REPEAT) == 0) {
+        m_altUsed = false;
+    }
+    const bool keyUp = message.message == WM_SYSKEYUP || message.message == WM_KEYUP;
+    return keyUp && std::exchange(m_altUsed, false);
 }
 
 int CConvList::FocusedRow() const
@@ -471,6 +492,35 @@ void CConvList::Widen(int column, int step) const
 {
     SetColumnWidth(column, std::clamp(GetColumnWidth(column) + Scaled(step), Scaled(kMinColumnWidth),
                                       Scaled(kMaxColumnWidth)));
+}
+
+void CConvList::ShareExtraWidth(int extra)
+{
+    if (std::exchange(m_extraWidth, extra) == extra) {
+        return;  // the user's own changes stay
+    }
+    m_shares.resize(static_cast<std::size_t>(GetColumnCount()));
+    std::vector<int> own;
+    for (int column = 0; column < GetColumnCount(); ++column) {
+        own.push_back(std::max(GetColumnWidth(column) - m_shares[static_cast<std::size_t>(column)],
+                               Scaled(kMinColumnWidth)));
+    }
+    const int total = std::reduce(own.begin(), own.end());
+    for (std::size_t column = 0; column < own.size(); ++column) {
+        const int share = std::min(MulDiv(extra, own[column], total), Scaled(kMaxColumnWidth) - own[column]);
+        m_shares[column] = share;
+        SetColumnWidth(static_cast<int>(column), own[column] + share);
+    }
+}
+
+void CConvList::ScaleColumns(int numerator, int denominator)
+{
+    for (int column = 0; column < GetColumnCount(); ++column) {
+        SetColumnWidth(column, MulDiv(GetColumnWidth(column), numerator, denominator));
+    }
+    for (int& share : m_shares) {
+        share = MulDiv(share, numerator, denominator);
+    }
 }
 
 void CConvList::MoveRight(int column) const

@@ -29,6 +29,13 @@ public:
     // Ends an open edit with its text and returns the focus to the list.
     void EndEdit() const;
 
+    // Widens the columns by an extra width of the list, in pixels, each in proportion to its own width and up
+    // to the limit. A smaller one than before takes back what was given.
+    void ShareExtraWidth(int extra);
+
+    // Changes the widths in the ratio of two numbers, such as DPIs.
+    void ScaleColumns(int numerator, int denominator);
+
 protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override;
 
@@ -86,8 +93,12 @@ private:
     [[nodiscard]] int FocusedRow() const;
     void Widen(int column, int step) const;
     void MoveRight(int column) const;
+    bool IsEndOfAltDigit(const MSG& message);
 
     std::array<CColumnMenu, 2> m_menus;  // of columns 1 and 2
     Cell m_edited;                       // by the editor opened last
     bool m_ctrlAtMenuKey = false;        // when the menu key was pressed
+    bool m_altUsed = false;              // by a digit, since Alt was pressed
+    int m_extraWidth = 0;                // that the columns share
+    std::vector<int> m_shares;           // of each column in it
 };

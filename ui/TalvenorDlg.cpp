@@ -503,30 +503,45 @@ void CTalvenorDlg::OnSize()
 {
     m_wndList.EndEdit();  // its cell may move
     Default();
-    if (IsIconic(m_hWnd) == FALSE) {
-        m_layout.Arrange();
+    if (IsIconic(m_hWnd) == FALSE && !m_bScalingChanges) {
+        Arrange();
     }
 }
 
-// The system scales the dialog and its controls, but not the columns and images ("WM_DPICHANGED message").
+void CTalvenorDlg::Arrange()
+{
+    m_layout.Arrange();
+    m_wndList.ShareExtraWidth(m_layout.ExtraWidth());
+}
+
+// The system scales the dialog, its font and its controls ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration"), but
+// not the list's columns and images.
 LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
 {
     m_wndList.EndEdit();
+    // The list view keeps the row height of larger images, so they are removed first, and setting the font
+    // again makes it measure the rows (from knowledge).
+    m_wndList.SendMessage(LVM_SETIMAGELIST, LVSIL_STATE, 0);
+    m_bScalingChanges = true;
     const LRESULT result = Default();
+    m_bScalingChanges = false;
     const UINT before = std::exchange(m_nDpi, HIWORD(wParam));
-    m_layout.Arrange();
-    for (int column = 0; column < m_wndList.GetColumnCount(); ++column) {
-        m_wndList.SetColumnWidth(column, MulDiv(m_wndList.GetColumnWidth(column), static_cast<int>(m_nDpi),
-                                                static_cast<int>(before)));
-    }
+    m_wndList.ScaleColumns(static_cast<int>(m_nDpi), static_cast<int>(before));
+    Arrange();
     SetStateImages();
+    const LRESULT font = m_wndList.SendMessage(WM_GETFONT, 0, 0);
+    m_wndList.SendMessage(WM_SETFONT, static_cast<WPARAM>(font), TRUE);
     SetDialogIcon();
     return result;
 }
 
+// A smallest size that contradicts the size suggested for a new scaling makes the window jump (from
+// knowledge).
 void CTalvenorDlg::OnGetMinMaxInfo(MINMAXINFO& limits)
 {
-    m_layout.LimitSize(limits);
+    if (!m_bScalingChanges) {
+        m_layout.LimitSize(limits);
+    }
 }
 
 void CTalvenorDlg::OnListChanged()

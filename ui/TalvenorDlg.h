@@ -65,6 +65,7 @@ private:
     LRESULT OnActivate(WPARAM wParam, LPARAM lParam);
     void OnSize();
     LRESULT OnDpiChanged(WPARAM wParam, LPARAM lParam);
+    void Arrange();
     void OnGetMinMaxInfo(MINMAXINFO& limits);
     void OnListChanged();
     LRESULT OnApplyTemplate(WPARAM wParam, LPARAM lParam);
@@ -110,6 +111,7 @@ private:
 
     UINT m_nDpi = USER_DEFAULT_SCREEN_DPI;  // of the columns and images
     CDialogLayout m_layout;
+    bool m_bScalingChanges = false;     // during the default processing of WM_DPICHANGED
     bool m_bRunning = false;            // during a conversion run
     bool m_bCheckingSourceDir = false;  // a message about the typed folder is open
     bool m_bFolderRefused = false;      // the folder field was left with a folder that does not exist

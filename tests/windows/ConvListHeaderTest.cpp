@@ -27,6 +27,59 @@ void DragFirstColumn(const CListWindow& window, const std::vector<int>& widths)
 
 // Widths
 
+std::vector<int> Widths(const CListWindow& window)
+{
+    std::vector<int> widths;
+    for (const int column : {0, 1, 2}) {
+        widths.push_back(window.m_list.GetColumnWidth(column));
+    }
+    return widths;
+}
+
+TEST(ConvListWidths, AnExtraWidthIsSharedInProportionUpToTheLimit)
+{
+    CListWindow window({600, 300}, {{100}, {100}, {200}});
+    window.m_list.ShareExtraWidth(80);
+    EXPECT_EQ(Widths(window), (std::vector<int>{120, 120, 240}));
+    window.m_list.ShareExtraWidth(800);
+    EXPECT_EQ(Widths(window), (std::vector<int>{300, 300, 400}));
+    window.m_list.ShareExtraWidth(40);
+    EXPECT_EQ(Widths(window), (std::vector<int>{110, 110, 220}));
+    window.m_list.ShareExtraWidth(0);
+    EXPECT_EQ(Widths(window), (std::vector<int>{100, 100, 200}));
+}
+
+TEST(ConvListWidths, AWidthSetByHandStaysUntilTheWindowsWidthChanges)
+{
+    CListWindow window({600, 300}, {{100}, {100}, {200}});
+    window.m_list.ShareExtraWidth(80);
+    window.m_list.SetColumnWidth(0, 150);
+    window.m_list.ShareExtraWidth(80);
+    EXPECT_EQ(Widths(window), (std::vector<int>{150, 120, 240}));
+    window.m_list.ShareExtraWidth(0);
+    EXPECT_EQ(Widths(window), (std::vector<int>{130, 100, 200}));
+}
+
+TEST(ConvListWidths, TakingBackAShareStopsAtTheLimit)
+{
+    CListWindow window({600, 300}, {{100}, {100}, {200}});
+    window.m_list.ShareExtraWidth(200);
+    EXPECT_EQ(Widths(window), (std::vector<int>{150, 150, 300}));
+    window.m_list.SetColumnWidth(0, 90);
+    window.m_list.ShareExtraWidth(0);
+    EXPECT_EQ(Widths(window), (std::vector<int>{80, 100, 200}));
+}
+
+TEST(ConvListWidths, ScalingIncludesTheShares)
+{
+    CListWindow window({600, 300}, {{100}, {100}, {200}});
+    window.m_list.ShareExtraWidth(40);
+    window.m_list.ScaleColumns(3, 2);
+    EXPECT_EQ(Widths(window), (std::vector<int>{165, 165, 330}));
+    window.m_list.ShareExtraWidth(0);
+    EXPECT_EQ(Widths(window), (std::vector<int>{150, 150, 300}));
+}
+
 TEST(ConvListHeader, ADragBeyondTheLimitsIsIgnored)
 {
     const std::vector<std::pair<int, int>> draggedAndResult{{79, 175}, {80, 80}, {401, 175}, {400, 400},
@@ -217,6 +270,22 @@ TEST_F(ConvListLines, MoveWhenTheListScrolls)
     ExpectLines(window, {149, 324, 499}, bottom - 1);
 }
 
+TEST_F(ConvListLines, AreDrawnWithinWhatIsToBePaintedOnly)
+{
+    const CListWindow window({600, 300}, {{}, {}, {}}, 0);
+    Redraw(window);
+    const HDC dc = GetDC(window.m_list.m_hWnd);
+    const RECT everything = window.m_list.GetClientRect();
+    FillRect(dc, &everything, GetSysColorBrush(COLOR_WINDOW));
+    ReleaseDC(window.m_list.m_hWnd, dc);
+    const RECT part{100, 150, 400, 200};
+    RedrawWindow(window.m_list.m_hWnd, &part, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+    ExpectLines(window, {}, 149);
+    ExpectLines(window, {174, 349}, 150);
+    ExpectLines(window, {174, 349}, 199);
+    ExpectLines(window, {}, 200);
+}
+
 TEST_F(ConvListLines, AreDrawnInReportViewOnly)
 {
     const CListWindow window({600, 300}, {{}, {}, {}}, 0);
@@ -286,6 +355,59 @@ TEST(ConvListKeys, AltAndTheNumberMovesAColumnToTheRight)
     PressKey('2');
     EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{1, 2, 0}))
         << "the number is the column's, not that of its position";
+}
+
+// A key message to the list. Returns whether the list handles it, so that the default handling does not see
+// it.
+bool IsHandled(const CListWindow& window, UINT message, WPARAM key)
+{
+    const LPARAM transition = message == WM_SYSKEYUP || message == WM_KEYUP ? 0xC0000001 : 1;
+    MSG keyMessage{window.m_list.m_hWnd, message, key, transition, 0, {}};
+    CWnd* const list = CWnd::FromHandle(window.m_list.m_hWnd);
+    return list->PreTranslateMessage(keyMessage);
+}
+
+// The default handling of Alt's release opens the system menu unless it has seen another key since.
+TEST(ConvListKeys, AltAfterADigitDoesNotOpenTheSystemMenu)
+{
+    const CListWindow window;
+    const auto press = [&window](WPARAM digit) {
+        EXPECT_FALSE(IsHandled(window, WM_SYSKEYDOWN, VK_MENU));
+        const CHeldKeys alt{VK_MENU};
+        EXPECT_TRUE(IsHandled(window, WM_SYSKEYDOWN, digit));
+    };
+    press('1');
+    EXPECT_FALSE(IsHandled(window, WM_SYSKEYUP, '1'));
+    EXPECT_TRUE(IsHandled(window, WM_SYSKEYUP, VK_MENU)) << "the digit first";
+    press('2');
+    EXPECT_TRUE(IsHandled(window, WM_SYSKEYUP, VK_MENU)) << "Alt first";
+    EXPECT_FALSE(IsHandled(window, WM_KEYUP, '2'));
+    press('1');
+    EXPECT_TRUE(IsHandled(window, WM_KEYUP, VK_MENU)) << "after Ctrl was held in between";
+}
+
+TEST(ConvListKeys, AltAloneStillOpensTheSystemMenu)
+{
+    const CListWindow window;
+    EXPECT_FALSE(IsHandled(window, WM_SYSKEYDOWN, VK_MENU));
+    EXPECT_FALSE(IsHandled(window, WM_SYSKEYUP, VK_MENU));
+    {
+        const CHeldKeys alt{VK_MENU};
+        EXPECT_TRUE(IsHandled(window, WM_SYSKEYDOWN, '1'));
+    }
+    // Alt was let go in another window.
+    EXPECT_FALSE(IsHandled(window, WM_SYSKEYDOWN, VK_MENU));
+    EXPECT_FALSE(IsHandled(window, WM_SYSKEYUP, VK_MENU));
+}
+
+TEST(ConvListKeys, TabOnTheHeaderOpensNoEditor)
+{
+    const CListWindow window;
+    window.Focus(1);
+    MSG tab{window.m_list.GetHeader(), WM_KEYDOWN, VK_TAB, 1, 0, {}};
+    CWnd* const list = CWnd::FromHandle(window.m_list.m_hWnd);
+    EXPECT_FALSE(list->PreTranslateMessage(tab));
+    EXPECT_EQ(window.Editor(), nullptr);
 }
 
 TEST(ConvListKeys, OtherKeysDoNotChangeTheColumns)

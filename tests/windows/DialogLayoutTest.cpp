@@ -1,9 +1,12 @@
 #include "framework/DialogLayout.h"
 
+#include <commctrl.h>
 #include <gtest/gtest.h>
 
 #include <ostream>
 
+#include "tests/support/ImportTable.h"
+#include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
 namespace {
@@ -127,6 +130,100 @@ TEST(DialogLayoutPaint, EverythingIsPaintedAnew)
     layout.Arrange();
     EXPECT_TRUE(GetUpdateRect(moved, nullptr, FALSE));
     EXPECT_TRUE(GetUpdateRect(resting, nullptr, FALSE));
+}
+
+// The system's part in a change of the scaling, which Wine does not play: dialog units become more pixels.
+
+int g_percent = 100;
+decltype(&::MapDialogRect) g_mapDialogRect = nullptr;
+
+BOOL WINAPI MapDialogRectScaled(HWND dialog, RECT* rect)
+{
+    const BOOL result = g_mapDialogRect(dialog, rect);
+    rect->left = MulDiv(rect->left, g_percent, 100);
+    rect->top = MulDiv(rect->top, g_percent, 100);
+    rect->right = MulDiv(rect->right, g_percent, 100);
+    rect->bottom = MulDiv(rect->bottom, g_percent, 100);
+    return result;
+}
+
+class DialogLayoutScaling : public testing::Test
+{
+protected:
+    DialogLayoutScaling()
+    {
+        if (g_mapDialogRect == nullptr) {
+            RedirectImport("MapDialogRect", &MapDialogRectScaled, &g_mapDialogRect);
+        }
+    }
+    ~DialogLayoutScaling() override { g_percent = 100; }
+
+    CPlainWindow m_window{nullptr, WS_POPUP | WS_VISIBLE};  // 640 x 480
+    CDialogLayout m_layout;
+};
+
+TEST_F(DialogLayoutScaling, EachControlFollowsTheDialogUnits)
+{
+    m_window.AddControl(L"BUTTON", 1, 0, kPlace);
+    m_window.AddControl(L"BUTTON", 2, 0, {4, 8, 20, 24});
+    m_layout.Begin(m_window.m_hWnd);
+    m_layout.Anchor(1, L::right | L::bottom);
+    g_percent = 150;
+    ResizeBy(m_window, 320 + 60, 240 + 40);
+    m_layout.Arrange();
+    ExpectPlace(m_window, 1, {150 + 60, 75 + 40, 450 + 60, 225 + 40});
+    ExpectPlace(m_window, 2, {6, 12, 30, 36});
+    EXPECT_EQ(m_layout.ExtraWidth(), 60);
+    g_percent = 100;
+    ResizeBy(m_window, -320, -240);
+    m_layout.Arrange();
+    ExpectPlace(m_window, 1, {100 + 60, 50 + 40, 300 + 60, 150 + 40});
+    ExpectPlace(m_window, 2, {4, 8, 20, 24});
+}
+
+TEST_F(DialogLayoutScaling, TheSmallestSizeFollowsTheDialogUnits)
+{
+    m_layout.Begin(m_window.m_hWnd);
+    g_percent = 150;
+    MINMAXINFO limits{};
+    m_layout.LimitSize(limits);
+    EXPECT_EQ(limits.ptMinTrackSize.x, 960);
+    EXPECT_EQ(limits.ptMinTrackSize.y, 720);
+}
+
+TEST_F(DialogLayoutScaling, ASmallerWindowHasNoExtraWidth)
+{
+    m_layout.Begin(m_window.m_hWnd);
+    ResizeBy(m_window, -50, 0);
+    EXPECT_EQ(m_layout.ExtraWidth(), 0);
+}
+
+TEST_F(DialogLayoutScaling, AComboBoxIsOnlyMoved)
+{
+    const HWND combo =
+        m_window.AddControl(WC_COMBOBOXW, 1, CBS_DROPDOWNLIST | WS_VSCROLL, {100, 80, 200, 280});
+    const RECT before = PlaceOf(m_window, 1);
+    const auto listHeight = [combo] {
+        RECT place{};
+        SendMessageW(combo, CB_GETDROPPEDCONTROLRECT, 0, reinterpret_cast<LPARAM>(&place));
+        return place.bottom - place.top;
+    };
+    const LONG listBefore = listHeight();
+    m_layout.Begin(m_window.m_hWnd);
+    g_percent = 150;
+    m_layout.Arrange();
+    ExpectPlace(m_window, 1, {150, 120, 250, 120 + before.bottom - before.top});
+    EXPECT_EQ(listHeight(), listBefore);
+}
+
+TEST(DialogLayoutSize, LimitsNothingBeforeItHasBegun)
+{
+    const CDialogLayout layout;
+    MINMAXINFO limits{};
+    limits.ptMinTrackSize = {7, 8};
+    layout.LimitSize(limits);
+    EXPECT_EQ(limits.ptMinTrackSize.x, 7);
+    EXPECT_EQ(limits.ptMinTrackSize.y, 8);
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/FakeAutomation.h"
 #include "tests/support/FakeClasses.h"
+#include "tests/support/ImportTable.h"
 #include "tests/support/Languages.h"
 #include "tests/support/NetworkWatch.h"
 #include "tests/support/TestScopes.h"
@@ -436,6 +437,91 @@ TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
             EXPECT_TRUE(ImageList_GetIconSize(images, &width, &height));
             EXPECT_EQ(width, scaling.imageWidth) << scaling.dpi;
         }
+    });
+}
+
+// The system's part in a change of the scaling, which Wine does not play: it resizes the dialog while the
+// default handling has the message. What it finds then:
+struct DuringScaling
+{
+    MINMAXINFO limits{};
+    bool hasStateImages = true;
+};
+
+decltype(&::CallWindowProcW) g_callWindowProc = nullptr;
+std::optional<DuringScaling> g_duringScaling;
+
+LRESULT CALLBACK ResizeForScaling(WNDPROC procedure, HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message == WM_DPICHANGED) {
+        g_duringScaling.emplace();
+        g_duringScaling->hasStateImages =
+            ListView_GetImageList(GetDlgItem(window, IDC_LIST), LVSIL_STATE) != nullptr;
+        SendMessageW(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&g_duringScaling->limits));
+        const RECT& place = *reinterpret_cast<const RECT*>(lParam);
+        SetWindowPos(window, nullptr, place.left, place.top, place.right - place.left,
+                     place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    }
+    return g_callWindowProc(procedure, window, message, wParam, lParam);
+}
+
+DuringScaling Scale(HWND dialog, WORD dpi)
+{
+    if (g_callWindowProc == nullptr) {
+        RedirectImport("CallWindowProcW", &ResizeForScaling, &g_callWindowProc);
+    }
+    SendMessageW(dialog, WM_DPICHANGED, MAKEWPARAM(dpi, dpi), reinterpret_cast<LPARAM>(&kSomePlace));
+    return std::exchange(g_duringScaling, std::nullopt).value();
+}
+
+// Wine's list view measures its rows anew by itself; that of Windows does not while it has state images.
+TEST_P(TalvenorDlgTest, RowsGetTheirHeightAnewAtEachScaling)
+{
+    AddThreeParts();
+    Run([&] {
+        const auto heightAt = [&](WORD dpi) {
+            EXPECT_FALSE(Scale(m_dialog->m_hWnd, dpi).hasStateImages);
+            EXPECT_NE(ListView_GetImageList(Item(IDC_LIST), LVSIL_STATE), nullptr);
+            const RECT row = List().GetRowRect(0);
+            return row.bottom - row.top;
+        };
+        const LONG first = heightAt(96);
+        EXPECT_GT(heightAt(288), first) << "the images are larger";
+        EXPECT_EQ(heightAt(96), first);
+    });
+}
+
+TEST_P(TalvenorDlgTest, NothingLimitsTheSizeWhileTheScalingChanges)
+{
+    Run([&] {
+        EXPECT_EQ(Scale(m_dialog->m_hWnd, 144).limits.ptMinTrackSize.x, 0);
+        MINMAXINFO limits{};
+        SendMessageW(m_dialog->m_hWnd, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&limits));
+        EXPECT_GT(limits.ptMinTrackSize.x, 0) << "afterwards as before";
+    });
+}
+
+TEST_P(TalvenorDlgTest, TheColumnsShareTheWidthOfALargerWindow)
+{
+    Run([&] {
+        const auto widths = [&] {
+            std::vector<int> all;
+            for (int column = 0; column < 3; ++column) {
+                all.push_back(ListView_GetColumnWidth(Item(IDC_LIST), column));
+            }
+            return all;
+        };
+        const std::vector<int> before = widths();
+        RECT place{};
+        GetWindowRect(m_dialog->m_hWnd, &place);
+        const auto resizeBy = [&](int wider) {
+            SetWindowPos(m_dialog->m_hWnd, nullptr, 0, 0, place.right - place.left + wider,
+                         place.bottom - place.top, SWP_NOMOVE | SWP_NOZORDER);
+        };
+        resizeBy(90);
+        EXPECT_EQ(widths(), (std::vector<int>{before[0] + 30, before[1] + 30, before[2] + 30}));
+        resizeBy(0);
+        EXPECT_EQ(widths(), before);
     });
 }
 
