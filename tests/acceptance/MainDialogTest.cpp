@@ -53,8 +53,7 @@ TEST_F(MainDialogInBothLanguages, StartsNoRunWhileTheFieldShowsAMissingFolder)
     program.WaitForText(IDC_SOURCE_DIR, m_library.Path());
     // Leaving the field brings up no other message now.
     program.Click(IDC_SHOW_MAP);
-    ExpectMessage(program, expected::kMapMissingLead.Current() + m_library.MapPath() +
-                               expected::kMapMissingEnd.Current());
+    ExpectMessage(program, expected::MapMissing(m_library.MapPath()));
     program.WaitForRest();
     EXPECT_FALSE(PathExists(m_library.MappedPath()));
 }

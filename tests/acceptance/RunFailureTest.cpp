@@ -111,8 +111,7 @@ TEST_F(OddMapFileInBothLanguages, ConvertsOnlyRecordsOfTheFolder)
     program.Click(IDC_MARK);
     program.Click(IDC_START);
     ExpectQuestion(program, OverwriteQuestion(), IDYES);
-    ExpectMessage(program, expected::kNoFileNameLead.Current() + std::wstring(L"..\\other.sldprt") +
-                               expected::kNoFileNameEnd.Current());
+    ExpectMessage(program, expected::NoFileName(L"..\\other.sldprt"));
     ExpectMessage(program, expected::kFinished.Current());
     WaitForEndOfRun(program);
     ExpectOtherFileUntouched();

@@ -41,8 +41,7 @@ TEST_F(StartTest, ReportsTheLineOfAMalformedMapFile)
 {
     m_library.WriteMapFile(m_library.MapHeader() + "a.sldprt ; b.sldprt ; Mutter\r\na;b\r\nc ; d ; e\r\n");
     const CProgramUnderTest program;
-    ExpectMessage(program, expected::kSyntaxErrorLead + std::wstring(L"6") + expected::kSyntaxErrorMiddle +
-                               m_library.MapPath() + expected::kSyntaxErrorEnd);
+    ExpectMessage(program, expected::SyntaxError.In(Language::german, L"6", m_library.MapPath()));
     EXPECT_EQ((Rows{{L"a.sldprt", L"b.sldprt", L"Mutter", Mark::converted}}), program.List().Rows());
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
 }
@@ -53,16 +52,15 @@ TEST_F(StartTest, ShowsTheFolderWhenTheMapFileIsLocked)
     m_library.WriteMapFile(m_library.MapHeader() + "a ; b ; c\r\n");
     const UniqueHandle lock = LockFile(m_library.MapPath());
     const CProgramUnderTest program;
-    ExpectMessage(program, expected::kNotReadLead + m_library.MapPath() + expected::kNotReadEnd);
+    ExpectMessage(program, expected::MapNotRead.In(Language::german, m_library.MapPath()));
     const Rows rows{IsoRow(L"4017", L"M8", Mark::pending)};
     EXPECT_EQ(rows, program.List().Rows());
     EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
     program.Click(IDC_SELECT_ALL);
     WaitForSelection(program, {0});
     program.Click(IDC_SHOW_MAP);
-    ExpectMessage(program, expected::kNotReadLead + m_library.MapPath() + expected::kNotReadEnd);
-    ExpectMessage(program, expected::kMapMissingLead.Current() + m_library.MapPath() +
-                               expected::kMapMissingEnd.Current());
+    ExpectMessage(program, expected::MapNotRead.In(Language::german, m_library.MapPath()));
+    ExpectMessage(program, expected::MapMissing(m_library.MapPath()));
     program.WaitForRest();
     EXPECT_EQ(rows, program.List().Rows());
     EXPECT_EQ(Selection{0}, program.List().Selection());

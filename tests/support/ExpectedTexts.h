@@ -3,10 +3,27 @@
 #include <string>
 
 #include "framework/Language.h"
+#include "framework/MessageText.h"
 
-// The user texts that tests expect, written down apart from the program. Texts that a path or a number goes
-// into are in pieces; the functions at the end put them together, in the language of the process.
+// The user texts that tests expect, written down apart from the program.
 namespace expected {
+
+// A text with places %1 to %9 for the values of the call, returned in the language of the process.
+struct Message
+{
+    Text text;
+
+    template <class... Values>
+    [[nodiscard]] std::wstring operator()(const Values&... values) const
+    {
+        return In(LanguageOf(g_nLanguage), values...);
+    }
+    template <class... Values>
+    [[nodiscard]] std::wstring In(Language language, const Values&... values) const
+    {
+        return FillPlaces(text.In(language), {values...});
+    }
+};
 
 // Main dialog
 inline constexpr Text kHeaders[] = {{L"Original Normteil-Dateien", L"Original Standard-Part-Files"},
@@ -39,12 +56,11 @@ inline constexpr Text kNoSuchFolder{L"Das Quellverzeichnis existiert nicht!\nBit
 inline constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
                                  L"Do you really want to remove all list entries?"};
 inline constexpr Text kPartFiles{L"SW-Dateien (*.sldprt;*.sldasm)", L"SW Files (*.sldprt;*.sldasm)"};
-inline constexpr Text kMapMissingLead{L"Map-Datei '", L"Map-File '"};
-inline constexpr Text kMapMissingEnd{L"' nicht vorhanden.", L"' not available."};
-inline constexpr Text kOverwriteLead{L"Die Map-Datei 'PartsMap.txt' existiert bereits in '",
-                                     L"The Map-File 'PartsMap.txt' already exists in '"};
-inline constexpr Text kOverwriteEnd{L"'.\n\nSoll die Datei überschrieben werden?",
-                                    L"'.\n\nDo you want to overwrite this file?"};
+inline constexpr Message MapMissing{{L"Map-Datei '%1' nicht vorhanden.", L"Map-File '%1' not available."}};
+// %1: the "Mapped" folder.
+inline constexpr Message OverwriteMap{
+    {L"Die Map-Datei 'PartsMap.txt' existiert bereits in '%1'.\n\nSoll die Datei überschrieben werden?",
+     L"The Map-File 'PartsMap.txt' already exists in '%1'.\n\nDo you want to overwrite this file?"}};
 
 // List menus and template dialog
 inline constexpr Text kDeleteRows{L"&Löschen", L"&Delete"};
@@ -83,18 +99,13 @@ inline constexpr Text kGeneratedNameTaken{
 inline constexpr Text kNoResources{L"Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll",
                                    L"Cannot load Resource DLL!\nFile: .\\talvresusx64.dll"};
 
-// The reader of the map file. The main dialog's speaks German in both languages.
-inline constexpr Text kSyntaxError{L"Syntax-Fehler in Zeile ", L"Syntax-Error in line "};
-inline constexpr Text kNotEvaluated{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
-                                    L"\n\nThe file could not be evaluated completely."};
-inline constexpr Text kNotRead{L"FEHLER: Datei '", L"ERROR: File '"};
-inline constexpr Text kNotReadTail{L"' kann nicht zum Lesen geöffnet werden!",
-                                   L"' cannot be opened for read access!"};
-inline constexpr const wchar_t* kSyntaxErrorLead = kSyntaxError.german;
-inline constexpr const wchar_t* kSyntaxErrorMiddle = L" in\n";
-inline constexpr const wchar_t* kSyntaxErrorEnd = kNotEvaluated.german;
-inline constexpr const wchar_t* kNotReadLead = kNotRead.german;
-inline constexpr const wchar_t* kNotReadEnd = kNotReadTail.german;
+// The reader of the map file. The main dialog's is German in both languages.
+inline constexpr Message MapNotRead{{L"FEHLER: Datei '%1' kann nicht zum Lesen geöffnet werden!",
+                                     L"ERROR: File '%1' cannot be opened for read access!"}};
+// %1: the number of the line, %2: the path.
+inline constexpr Message SyntaxError{
+    {L"Syntax-Fehler in Zeile %1 in\n%2\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
+     L"Syntax-Error in line %1 in\n%2\n\nThe file could not be evaluated completely."}};
 
 // Run
 inline constexpr Text kLoadingCad{L"Lade SOLIDWORKS...", L"Loading SOLIDWORKS..."};
@@ -105,32 +116,36 @@ inline constexpr Text kCadNotLoaded{
     L"or the installation is corrupt."};
 inline constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert sein.",
                                  L"SOLIDWORKS 99/250 is required."};
-inline constexpr Text kMapNotWrittenLead{L"FEHLER: Datei ", L"ERROR: File "};
-inline constexpr Text kMapNotWrittenEnd{L" kann nicht zum Schreiben geöffnet werden!",
-                                        L" cannot be opened for write access!"};
-inline constexpr Text kRecordsMissing{
-    L" kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
-    L" cannot be written!\nThe standard parts concerned are missing from this file."};
-inline constexpr Text kSourceNotOpenedLead{
-    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei \"",
-    L"Filecopy failed!\n\nThe source file \""};
-inline constexpr Text kTargetNotOpenedLead{
-    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Ziel-Datei \"",
-    L"Filecopy failed!\n\nThe target file \""};
-inline constexpr Text kNotOpenedMiddle{L"\" konnte nicht geöffnet werden.\nError: ",
-                                       L"\" could not be opened.\nError: "};
-inline constexpr Text kNotOpenedEnd{L".\nMöglicherweise ist die Datei derzeit in Verwendung.",
-                                    L".\nMaybe the file is already in use."};
-inline constexpr Text kNotCopiedLead{
-    L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nSchreib-/Lesefehler beim Kopieren von\n\"",
-    L"Filecopy failed!\n\nRead/write error while copying of\n\""};
-inline constexpr Text kNotCopiedMiddle{L"\" nach\n\"", L"\" to\n\""};
-inline constexpr Text kNoFolderLead{L"Verzeichnis '", L"Cannot create directory '"};
-inline constexpr Text kNoFolderEnd{L"' kann nicht angelegt werden.", L"'."};
-inline constexpr Text kNoFolderFileThere{
-    L"' kann nicht angelegt werden.\n"
-    L"Es existiert bereits eine Datei mit dem gleichen Namen.",
-    L"'.\nA file with the same name exists."};
+inline constexpr Message MapNotWritten{{L"FEHLER: Datei %1 kann nicht zum Schreiben geöffnet werden!",
+                                        L"ERROR: File %1 cannot be opened for write access!"}};
+inline constexpr Message RecordsMissing{
+    {L"FEHLER: Datei %1 kann nicht geschrieben werden!\n"
+     L"Die betroffenen Normteile fehlen in dieser Datei.",
+     L"ERROR: File %1 cannot be written!\nThe standard parts concerned are missing from this file."}};
+// %1: the source, %2: the file error.
+inline constexpr Message SourceNotOpened{
+    {L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Quell-Datei \"%1\" konnte nicht geöffnet "
+     L"werden.\n"
+     L"Error: %2.\nMöglicherweise ist die Datei derzeit in Verwendung.",
+     L"Filecopy failed!\n\nThe source file \"%1\" could not be opened.\n"
+     L"Error: %2.\nMaybe the file is already in use."}};
+// %1: the source, %2: the target, %3: the file error. The English text names the source only.
+inline constexpr Message TargetNotOpened{
+    {L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\nDie Ziel-Datei \"%2\" konnte nicht geöffnet werden.\n"
+     L"Error: %3.\nMöglicherweise ist die Datei derzeit in Verwendung.",
+     L"Filecopy failed!\n\nThe target file \"%1\" could not be opened.\n"
+     L"Error: %3.\nMaybe the file is already in use."}};
+inline constexpr Message NotCopied{
+    {L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
+     L"Schreib-/Lesefehler beim Kopieren von\n\"%1\" nach\n\"%2\".\nError: %3",
+     L"Filecopy failed!\n\nRead/write error while copying of\n\"%1\" to\n\"%2\".\nError: %3"}};
+inline constexpr Message NoFolder{
+    {L"Verzeichnis '%1' kann nicht angelegt werden.", L"Cannot create directory '%1'."}};
+inline constexpr Message NoFolderAsFileThere{
+    {L"Verzeichnis '%1' kann nicht angelegt werden.\nEs existiert bereits eine Datei mit dem gleichen Namen.",
+     L"Cannot create directory '%1'.\nA file with the same name exists."}};
+inline constexpr Text kEndCad{L"SOLIDWORKS antwortet nicht.\n\nSoll SOLIDWORKS beendet werden?",
+                              L"SOLIDWORKS is not responding.\n\nDo you want to end SOLIDWORKS?"};
 inline constexpr Text kStopWaiting{L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?",
                                    L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?"};
 inline constexpr const wchar_t* kUnknownError = L"unknown error";
@@ -147,72 +162,30 @@ inline constexpr Text kReallyCancel{
     L"are still changed and saved)."};
 inline constexpr Text kCancelled{L"Abbruch durch Benutzer!\n\nEs wurden nicht alle Dateien kopiert.",
                                  L"Canceled by user!\n\nNot all files are copied."};
-inline constexpr Text kNoFileNameLead{L"FEHLER: '", L"ERROR: '"};
-inline constexpr Text kNoFileNameEnd{L"' ist kein Dateiname!\nDas betroffene Normteil wird übergangen.",
-                                     L"' is not a file name!\nThe standard part concerned is skipped."};
+inline constexpr Message NoFileName{
+    {L"FEHLER: '%1' ist kein Dateiname!\nDas betroffene Normteil wird übergangen.",
+     L"ERROR: '%1' is not a file name!\nThe standard part concerned is skipped."}};
 inline constexpr Text kFinished{L"Umsetzungen erfolgreich beendet.", L"Conversion successfully finished."};
 
-// Whole texts
+// File errors; %1: the path.
+inline constexpr Message FileMissing{
+    {L"Die Datei \"%1\" ist nicht vorhanden", L"The file \"%1\" does not exist"}};
+inline constexpr Message BadPath{
+    {L"Der Pfad \"%1\" ist ungültig oder nicht vorhanden", L"The path \"%1\" is invalid or does not exist"}};
+inline constexpr Message AccessDenied{
+    {L"Der Zugriff auf \"%1\" wurde verweigert", L"Access to \"%1\" was denied"}};
+inline constexpr Message OpenElsewhere{{L"Die Datei \"%1\" ist von einem anderen Programm geöffnet",
+                                        L"The file \"%1\" is open in another program"}};
+inline constexpr Message NoSpace{{L"Für die Datei \"%1\" ist kein Speicherplatz mehr frei",
+                                  L"There is no space left for the file \"%1\""}};
+inline constexpr Message DeviceError{{L"Das Laufwerk oder Gerät von \"%1\" meldet einen Fehler",
+                                      L"The drive or device of \"%1\" reports an error"}};
+// ERROR_BROKEN_PIPE has no text of its own.
+inline constexpr Message BrokenPipe{
+    {L"Beim Zugriff auf \"%1\" trat ein unbekannter Fehler auf (Windows-Fehler 109)",
+     L"An unknown error occurred while accessing \"%1\" (Windows error 109)"}};
 
-inline std::wstring MapMissing(const std::wstring& map)
-{
-    return kMapMissingLead.Current() + map + kMapMissingEnd.Current();
-}
-
-inline std::wstring OverwriteMap(const std::wstring& mappedFolder)
-{
-    return kOverwriteLead.Current() + mappedFolder + kOverwriteEnd.Current();
-}
-
-inline std::wstring MapNotRead(const std::wstring& map, int language = 1)
-{
-    return kNotRead.In(LanguageOf(language)) + map + kNotReadTail.In(LanguageOf(language));
-}
-
-inline std::wstring SyntaxError(int line, const std::wstring& map, int language = 1)
-{
-    return kSyntaxError.In(LanguageOf(language)) + std::to_wstring(line) + kSyntaxErrorMiddle + map +
-           kNotEvaluated.In(LanguageOf(language));
-}
-
-inline std::wstring MapNotWritten(const std::wstring& map)
-{
-    return kMapNotWrittenLead.Current() + map + kMapNotWrittenEnd.Current();
-}
-
-inline std::wstring RecordsMissing(const std::wstring& map)
-{
-    return kMapNotWrittenLead.Current() + map + kRecordsMissing.Current();
-}
-
-inline std::wstring NoFolder(const std::wstring& folder)
-{
-    return kNoFolderLead.Current() + folder + kNoFolderEnd.Current();
-}
-
-inline std::wstring NoFolderAsFileThere(const std::wstring& folder)
-{
-    return kNoFolderLead.Current() + folder + kNoFolderFileThere.Current();
-}
-
-inline std::wstring SourceNotOpened(const std::wstring& source, const std::wstring& error)
-{
-    return kSourceNotOpenedLead.Current() + source + kNotOpenedMiddle.Current() + error +
-           kNotOpenedEnd.Current();
-}
-
-// The German text names the target, the English one the source.
-inline std::wstring TargetNotOpened(const std::wstring& source, const std::wstring& target,
-                                    const std::wstring& error)
-{
-    return kTargetNotOpenedLead.Current() + (g_nLanguage != 0 ? target : source) +
-           kNotOpenedMiddle.Current() + error + kNotOpenedEnd.Current();
-}
-
-inline std::wstring NotCopied(const std::wstring& source, const std::wstring& target,
-                              const std::wstring& error)
-{
-    return kNotCopiedLead.Current() + source + kNotCopiedMiddle.Current() + target + L"\".\nError: " + error;
-}
+// An exception that ends at the window
+inline constexpr Message UnexpectedError{{L"Unerwarteter Fehler: %1", L"Unexpected error: %1"}};
 
 }  // namespace expected

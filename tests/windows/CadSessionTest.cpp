@@ -9,6 +9,7 @@
 
 #include "framework/WinApp.h"
 #include "tests/support/AutomationNumbers.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/FakeAutomation.h"
 #include "tests/support/FakeClasses.h"
 #include "tests/support/TestScopes.h"
@@ -422,7 +423,7 @@ TEST_F(CadSessionTest, AfterAYesItsOwnServerIsEnded)
     EXPECT_EQ(WhileCallWaits(170), DWORD{PENDINGMSG_WAITNOPROCESS}) << "the call fails by itself";
     EXPECT_TRUE(m_servers[0].Ends());
     ASSERT_EQ(user.m_boxes.size(), 1U);
-    EXPECT_EQ(user.m_boxes[0].text, L"SOLIDWORKS antwortet nicht.\n\nSoll SOLIDWORKS beendet werden?");
+    EXPECT_EQ(user.m_boxes[0].text, expected::kEndCad.german);
     m_application.On(kExit, [](FakeCall&) { return kUnavailable; });
     m_session->Release();
     EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
@@ -437,7 +438,7 @@ TEST_F(CadSessionTest, AfterAYesAReachedServerIsNotWaitedForAnyMore)
     GiveUpCall();
     EXPECT_EQ(WhileCallWaits(170), DWORD{PENDINGMSG_CANCELCALL});
     ASSERT_EQ(user.m_boxes.size(), 1U);
-    EXPECT_EQ(user.m_boxes[0].text, L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?");
+    EXPECT_EQ(user.m_boxes[0].text, expected::kStopWaiting.german);
     EXPECT_FALSE(m_servers[0].Ends(kNotLong));
     DWORD whileAskedToEnd = 0;
     m_application.On(kExit, [&whileAskedToEnd](FakeCall&) {
@@ -464,8 +465,8 @@ TEST_F(CadSessionTest, AsksInEnglish)
     ASSERT_EQ(m_session->Reconnect(), Outcome::connected) << "reaches no process";
     GiveUpCall();
     ASSERT_EQ(user.m_boxes.size(), 2U);
-    EXPECT_EQ(user.m_boxes[0].text, L"SOLIDWORKS is not responding.\n\nDo you want to end SOLIDWORKS?");
-    EXPECT_EQ(user.m_boxes[1].text, L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?");
+    EXPECT_EQ(user.m_boxes[0].text, expected::kEndCad.english);
+    EXPECT_EQ(user.m_boxes[1].text, expected::kStopWaiting.english);
 }
 
 // ---- Its user

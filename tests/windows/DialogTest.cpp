@@ -11,6 +11,7 @@
 #include "framework/Controls.h"
 #include "framework/DialogData.h"
 #include "resources/resource.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
@@ -393,8 +394,8 @@ TEST_F(DialogTest, AnExceptionAtTheStartIsShownAndTheDialogContinues)
         EXPECT_EQ(m_dialog.m_hWnd, nullptr);
     }
     EXPECT_EQ(messages.TakeTexts(), (std::vector<std::wstring>{
-                                        L"(not plain) Etwas ging schief",
-                                        L"(not plain) Unerwarteter Fehler: no such thing",
+                                        L"(not plain) " + CTestException().GetErrorMessage(),
+                                        L"(not plain) " + expected::UnexpectedError(L"no such thing"),
                                     }));
 }
 
@@ -423,7 +424,8 @@ TEST_F(DialogTest, AnExceptionAtAKeyIsShownAndTheKeyIsHandled)
                         [] {}, [] {}};
     EXPECT_EQ(m_dialog.DoModal(), IDCANCEL);
     EXPECT_TRUE(m_owner.IsWindowEnabled());
-    EXPECT_EQ(messages.TakeTexts(), std::vector<std::wstring>{L"(not plain) Etwas ging schief"});
+    EXPECT_EQ(messages.TakeTexts(),
+              std::vector<std::wstring>{L"(not plain) " + CTestException().GetErrorMessage()});
 }
 
 TEST_F(DialogTest, AModelessDialogLeavesItsOwnerEnabled)

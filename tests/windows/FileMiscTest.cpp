@@ -49,28 +49,20 @@ class CopyPartFileTest : public FileMiscTest
 {
 protected:
     // The copy fails with this error, reported in both languages.
-    void ExpectSourceNotOpened(const Text& error)
+    void ExpectSourceNotOpened(const expected::Message& error)
+    {
+        InBothLanguages([&] {
+            EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
+            EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SourceNotOpened(m_source, error(m_source))});
+        });
+    }
+    void ExpectTargetNotOpened(const expected::Message& error)
     {
         InBothLanguages([&] {
             EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
             EXPECT_EQ(m_messages.TakeTexts(),
-                      Texts{expected::SourceNotOpened(m_source, AboutFile(error, m_source))});
+                      Texts{expected::TargetNotOpened(m_source, m_target, error(m_target))});
         });
-    }
-    void ExpectTargetNotOpened(const Text& error)
-    {
-        InBothLanguages([&] {
-            EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
-            EXPECT_EQ(m_messages.TakeTexts(),
-                      Texts{expected::TargetNotOpened(m_source, m_target, AboutFile(error, m_target))});
-        });
-    }
-
-    // An error's text with its path.
-    static std::wstring AboutFile(const Text& error, const std::wstring& path)
-    {
-        std::wstring text = error.Current();
-        return text.replace(text.find(L'*'), 1, path);
     }
 
     std::wstring m_source = m_folder / L"source.sldprt";
@@ -267,21 +259,10 @@ TEST_F(CopyPartFileTest, SourceMayBeOpenElsewhere)
     EXPECT_EQ(ReadBytes(m_target), "shared");
 }
 
-constexpr Text kNotThere{L"Die Datei \"*\" ist nicht vorhanden", L"The file \"*\" does not exist"};
-constexpr Text kOpenElsewhere{L"Die Datei \"*\" ist von einem anderen Programm geöffnet",
-                              L"The file \"*\" is open in another program"};
-constexpr Text kBadPath{L"Der Pfad \"*\" ist ungültig oder nicht vorhanden",
-                        L"The path \"*\" is invalid or does not exist"};
-constexpr Text kDenied{L"Der Zugriff auf \"*\" wurde verweigert", L"Access to \"*\" was denied"};
-constexpr Text kUnknown{L"Beim Zugriff auf \"*\" trat ein unbekannter Fehler auf (Windows-Fehler 109)",
-                        L"An unknown error occurred while accessing \"*\" (Windows error 109)"};
-constexpr Text kNoSpace{L"Für die Datei \"*\" ist kein Speicherplatz mehr frei",
-                        L"There is no space left for the file \"*\""};
-
 TEST_F(CopyPartFileTest, AMissingSourceIsReportedAndMakesNoTarget)
 {
     m_source = m_folder / L"100%s.sldprt";  // no "%" of a path is filled in
-    ExpectSourceNotOpened(kNotThere);
+    ExpectSourceNotOpened(expected::FileMissing);
     EXPECT_FALSE(PathExists(m_target));
 }
 
@@ -291,7 +272,7 @@ TEST_F(CopyPartFileTest, ALockedSourceIsReportedAndLeavesTheTargetAlone)
     WriteBytes(m_target, "target");
     const UniqueHandle other = OpenAsOther(m_source, GENERIC_READ, 0);
     ASSERT_TRUE(other);
-    ExpectSourceNotOpened(kOpenElsewhere);
+    ExpectSourceNotOpened(expected::OpenElsewhere);
     EXPECT_EQ(ReadBytes(m_target), "target");
 }
 
@@ -304,7 +285,7 @@ TEST_F(CopyPartFileTest, ATargetOpenElsewhereIsReported)
              FILE_SHARE_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE}) {
         const UniqueHandle other = OpenAsOther(m_target, GENERIC_READ, share);
         ASSERT_TRUE(other);
-        ExpectTargetNotOpened(kOpenElsewhere);
+        ExpectTargetNotOpened(expected::OpenElsewhere);
     }
     EXPECT_EQ(ReadBytes(m_source), "source");
     EXPECT_EQ(ReadBytes(m_target), "target");
@@ -318,7 +299,7 @@ TEST_F(CopyPartFileTest, ADeviceIsNoTarget)
     if (::GetFileType(OpenAsOther(m_target, GENERIC_READ, 0).get()) != FILE_TYPE_CHAR) {
         GTEST_SKIP() << "skipped: no longer a device on this system, as from Windows 11 on";
     }
-    ExpectTargetNotOpened(kBadPath);
+    ExpectTargetNotOpened(expected::BadPath);
 }
 
 TEST_F(CopyPartFileTest, AReadOnlyTargetIsReported)
@@ -329,7 +310,7 @@ TEST_F(CopyPartFileTest, AReadOnlyTargetIsReported)
     WriteBytes(m_source, "source");
     WriteBytes(m_target, "target");
     MakeReadOnly(m_target);
-    ExpectTargetNotOpened(kDenied);
+    ExpectTargetNotOpened(expected::AccessDenied);
     EXPECT_EQ(ReadBytes(m_target), "target");
 }
 
@@ -337,11 +318,7 @@ TEST_F(CopyPartFileTest, AFolderAsTargetIsReported)
 {
     WriteBytes(m_source, "source");
     std::filesystem::create_directory(m_target);
-    EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
-    const Texts shown = m_messages.TakeTexts();
-    ASSERT_EQ(shown.size(), 1U);
-    EXPECT_TRUE(shown[0].starts_with(expected::kTargetNotOpenedLead.Current() + m_target +
-                                     expected::kNotOpenedMiddle.Current()));
+    ExpectTargetNotOpened(expected::AccessDenied);
     EXPECT_TRUE(std::filesystem::is_directory(m_target));
 }
 
@@ -349,7 +326,7 @@ TEST_F(CopyPartFileTest, ATargetInAMissingFolderIsReported)
 {
     WriteBytes(m_source, "source");
     m_target = m_folder / L"no\\target.sldprt";
-    ExpectTargetNotOpened(kBadPath);
+    ExpectTargetNotOpened(expected::BadPath);
 }
 
 TEST_F(CopyPartFileTest, CopyOntoItselfFailsAndKeepsTheFile)
@@ -383,7 +360,7 @@ TEST_F(CopyPartFileTest, AReadErrorIsReportedAndLeavesTheBytesBefore)
         OpenAsOther(m_source, GENERIC_READ, 0).reset();
         server.join();
         EXPECT_EQ(m_messages.TakeTexts(),
-                  Texts{expected::NotCopied(m_source, m_target, AboutFile(kUnknown, m_source))});
+                  Texts{expected::NotCopied(m_source, m_target, expected::BrokenPipe(m_source))});
         EXPECT_EQ(ReadBytes(m_target), bytes);
     }
 }
@@ -399,7 +376,7 @@ TEST_F(CopyPartFileTest, WriteErrorIsReported)
     InBothLanguages([&] {
         EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
         EXPECT_EQ(m_messages.TakeTexts(),
-                  Texts{expected::NotCopied(m_source, m_target, AboutFile(kNoSpace, m_target))});
+                  Texts{expected::NotCopied(m_source, m_target, expected::NoSpace(m_target))});
     });
     EXPECT_EQ(ReadBytes(m_source), bytes);
 }
@@ -601,7 +578,7 @@ TEST_F(MapFileTest, BadLineIsReportedInTheObjectsOwnLanguage)
         for (const int own : {1, 0}) {
             m_files.m_nLanguage = own;
             EXPECT_EQ(Read(bytes), kRead);
-            EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SyntaxError(5, m_path, own)});
+            EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SyntaxError.In(LanguageOf(own), L"5", m_path)});
         }
         EXPECT_TRUE(m_files.m_lstEntries.GetCount() == 0);
     });
@@ -611,7 +588,7 @@ TEST_F(MapFileTest, EntriesBeforeABadLineStay)
 {
     EXPECT_EQ(Read("a;b;c\r\nd;;e\r\nf;g;h\r\n"), kRead);
     EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"a", L"b", L"c"}}));
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SyntaxError(2, m_path)});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SyntaxError.In(Language::german, L"2", m_path)});
 }
 
 TEST_F(MapFileTest, PercentInThePathTakesNoArgument)
@@ -620,7 +597,8 @@ TEST_F(MapFileTest, PercentInThePathTakesNoArgument)
     std::filesystem::create_directory(folder);
     WriteBytes(folder + L"\\PartsMap.txt", "bad\r\n");
     EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kRead);
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::SyntaxError(1, folder + L"\\PartsMap.txt")});
+    EXPECT_EQ(m_messages.TakeTexts(),
+              Texts{expected::SyntaxError.In(Language::german, L"1", folder + L"\\PartsMap.txt")});
 }
 
 TEST_F(MapFileTest, LockedFileIsReportedInTheObjectsOwnLanguage)
@@ -632,7 +610,7 @@ TEST_F(MapFileTest, LockedFileIsReportedInTheObjectsOwnLanguage)
         for (const int own : {1, 0}) {
             m_files.m_nLanguage = own;
             EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable);
-            EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead(m_path, own)});
+            EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead.In(LanguageOf(own), m_path)});
         }
     });
     EXPECT_TRUE(m_files.m_lstEntries.GetCount() == 0);
@@ -642,7 +620,7 @@ TEST_F(MapFileTest, FolderOfThatNameCannotBeRead)
 {
     std::filesystem::create_directory(m_path);
     EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable);
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead(m_path)});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead.In(Language::german, m_path)});
 }
 
 TEST_F(MapFileTest, FileIsOpenForOthersWhileItIsRead)
@@ -683,7 +661,8 @@ TEST_F(MapFileTest, PathWithACharacterThatHasNoByteCannotBeRead)
     std::filesystem::create_directory(folder);
     WriteBytes(folder + L"\\PartsMap.txt", "a;b;c\r\n");
     EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kUnreadable);
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead(folder + L"\\PartsMap.txt")});
+    EXPECT_EQ(m_messages.TakeTexts(),
+              Texts{expected::MapNotRead.In(Language::german, folder + L"\\PartsMap.txt")});
 }
 
 TEST_F(MapFileTest, BytesAreReadThroughTheCodePageOfTheMapFile)

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/TestScopes.h"
 
 namespace {
@@ -315,16 +316,11 @@ TEST(FileException, IsInTheLanguageOfTheProcess)
 {
     const CFileException denied(ERROR_ACCESS_DENIED, L"C:\\a\\b.sldprt");
     const CFileException unknown(ERROR_BROKEN_PIPE, L"C:\\a");
-    {
-        const CLanguageScope german(1);
-        EXPECT_EQ(denied.GetErrorMessage(), L"Der Zugriff auf \"C:\\a\\b.sldprt\" wurde verweigert");
-        EXPECT_EQ(unknown.GetErrorMessage(),
-                  L"Beim Zugriff auf \"C:\\a\" trat ein unbekannter Fehler auf (Windows-Fehler 109)");
+    for (const int language : {1, 0}) {
+        const CLanguageScope scope(language);
+        EXPECT_EQ(denied.GetErrorMessage(), expected::AccessDenied(L"C:\\a\\b.sldprt"));
+        EXPECT_EQ(unknown.GetErrorMessage(), expected::BrokenPipe(L"C:\\a"));
     }
-    const CLanguageScope english(0);
-    EXPECT_EQ(denied.GetErrorMessage(), L"Access to \"C:\\a\\b.sldprt\" was denied");
-    EXPECT_EQ(unknown.GetErrorMessage(),
-              L"An unknown error occurred while accessing \"C:\\a\" (Windows error 109)");
 }
 
 TEST(FileException, EachTextNamesTheFile)
@@ -359,12 +355,9 @@ TEST(FileException, EveryCauseHasATextInBothLanguagesWithoutAFullStop)
 TEST(FileException, MessageIsCutAt1024Characters)
 {
     const CLanguageScope english(0);
-    const std::wstring lead = L"The file \"";
-    const std::wstring tail = L"\" does not exist";
-    const std::wstring longest(1024 - lead.size() - tail.size(), L'x');
-    EXPECT_EQ(CFileException(ERROR_FILE_NOT_FOUND, longest).GetErrorMessage(), lead + longest + tail);
-    EXPECT_EQ(CFileException(ERROR_FILE_NOT_FOUND, longest + L"y").GetErrorMessage(),
-              lead + longest + L"y\" does not exis");
-    EXPECT_EQ(CFileException(ERROR_FILE_NOT_FOUND, std::wstring(3000, L'x')).GetErrorMessage(),
-              lead + std::wstring(1024 - lead.size(), L'x'));
+    const std::wstring longest(1024 - expected::FileMissing(L"").size(), L'x');
+    for (const std::wstring& path : {longest, longest + L"y", std::wstring(3000, L'x')}) {
+        EXPECT_EQ(CFileException(ERROR_FILE_NOT_FOUND, path).GetErrorMessage(),
+                  expected::FileMissing(path).substr(0, 1024));
+    }
 }

@@ -7,10 +7,13 @@
 #include <string>
 
 #include "resources/resource.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
 namespace {
+
+const std::wstring kLead = expected::kCopy.german;
 
 class ProgressFileCopyTest : public testing::TestWithParam<const wchar_t*>
 {
@@ -78,12 +81,12 @@ TEST_P(ProgressFileCopyTest, BothBarsGetRangeAndStart)
 
 TEST_P(ProgressFileCopyTest, ARefreshShowsEachTextInItsLine)
 {
-    m_progress->SetFirstText(L"Kopiere: C:\\Schraube & Mutter.sldprt");
+    m_progress->SetFirstText(kLead + L"C:\\Schraube & Mutter.sldprt");
     m_progress->SetSecondText(L"nach: D:\\x");
     m_progress->SetThirdText(L"dritte Zeile");
     EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), L"");
     m_progress->Refresh();
-    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), L"Kopiere: C:\\Schraube & Mutter.sldprt");
+    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), kLead + L"C:\\Schraube & Mutter.sldprt");
     EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_SECOND), L"nach: D:\\x");
     EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_THIRD), L"dritte Zeile");
     for (const int id : {IDC_PROGRESS_FIRST, IDC_PROGRESS_SECOND, IDC_PROGRESS_THIRD}) {
@@ -91,7 +94,7 @@ TEST_P(ProgressFileCopyTest, ARefreshShowsEachTextInItsLine)
     }
     m_progress->SetThirdText(L"");
     m_progress->Refresh();
-    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), L"Kopiere: C:\\Schraube & Mutter.sldprt");
+    EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_FIRST), kLead + L"C:\\Schraube & Mutter.sldprt");
     EXPECT_EQ(m_progress->GetDlgItemText(IDC_PROGRESS_THIRD), L"");
 }
 
@@ -265,8 +268,8 @@ int WidthOf(HWND line, const std::wstring& text)
 
 TEST_P(ProgressFileCopyTest, AShortPathIsNotTruncated)
 {
-    EXPECT_EQ(m_progress->FitToFirstLine(L"Kopiere: ", L"C:\\a\\N_ISO_4017_M8.sldprt"),
-              L"Kopiere: C:\\a\\N_ISO_4017_M8.sldprt");
+    EXPECT_EQ(m_progress->FitToFirstLine(kLead, L"C:\\a\\N_ISO_4017_M8.sldprt"),
+              kLead + L"C:\\a\\N_ISO_4017_M8.sldprt");
     EXPECT_EQ(m_progress->FitToSecondLine(L"nach: ", L"C:\\a\\Mapped\\x.sldprt"),
               L"nach: C:\\a\\Mapped\\x.sldprt");
 }
@@ -278,10 +281,10 @@ TEST_P(ProgressFileCopyTest, ALongPathIsFittedAndEndsWithTheFilesName)
         path += L"\\ein Ordner mit Namen";
     }
     path += L"\\N_ISO_4017_M8x20.sldprt";
-    const std::array lines{std::pair{m_progress->FitToFirstLine(L"Kopiere: ", path), IDC_PROGRESS_FIRST},
-                           std::pair{m_progress->FitToSecondLine(L"Kopiere: ", path), IDC_PROGRESS_SECOND}};
+    const std::array lines{std::pair{m_progress->FitToFirstLine(kLead, path), IDC_PROGRESS_FIRST},
+                           std::pair{m_progress->FitToSecondLine(kLead, path), IDC_PROGRESS_SECOND}};
     for (const auto& [text, id] : lines) {
-        EXPECT_TRUE(text.starts_with(L"Kopiere: ...")) << testing::PrintToString(text);
+        EXPECT_TRUE(text.starts_with(kLead + L"...")) << testing::PrintToString(text);
         EXPECT_TRUE(text.ends_with(L"\\N_ISO_4017_M8x20.sldprt")) << testing::PrintToString(text);
         const HWND line = m_progress->GetDlgItem(id);
         RECT client{};

@@ -1140,7 +1140,7 @@ TEST_P(TalvenorDlgTest, AMapFileThatCannotBeReadIsReportedTwice)
         const UniqueHandle lock = LockFile(m_mapFile);
         Press(IDC_SHOW_MAP);
         // The reader's language is always German.
-        EXPECT_EQ(TakeBoxes(), (Texts{expected::MapNotRead(m_mapFile), expected::MapMissing(m_mapFile)}));
+        EXPECT_EQ(TakeBoxes(), (Texts{expected::MapNotRead.In(Language::german, m_mapFile), expected::MapMissing(m_mapFile)}));
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
     });
@@ -1753,7 +1753,7 @@ TEST_P(CancelledRunTest, ShowsAnEmptyMapFileWhenItCannotBeRead)
         UniqueHandle lock;
         RunAndCancel([&] { lock = LockFile(m_mapFile); });
         // The reader's language is always German.
-        EXPECT_EQ(TakeBoxes(), (Texts{Cancelled(), expected::MapNotRead(m_mapFile)}));
+        EXPECT_EQ(TakeBoxes(), (Texts{Cancelled(), expected::MapNotRead.In(Language::german, m_mapFile)}));
         EXPECT_EQ(Rows(), Texts{});
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
     });

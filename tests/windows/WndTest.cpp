@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "framework/Controls.h"
+#include "tests/support/ExpectedTexts.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
@@ -304,7 +305,8 @@ TEST(Wnd, TheTextOfAnExceptionIsDecodedByTheAnsiCodePage)
     window.m_onFail = [] { throw std::runtime_error(""); };
     window.SendMessage(kFail);
     SetMessageListener(before);
-    EXPECT_EQ(shown, (std::vector<std::wstring>{L"Unerwarteter Fehler: Grüße, €", L"Unerwarteter Fehler: "}));
+    EXPECT_EQ(shown, (std::vector<std::wstring>{expected::UnexpectedError(L"Grüße, €"),
+                                                expected::UnexpectedError(L"")}));
 }
 
 TEST(Wnd, ExceptionsEndAtTheWindowWithAMessage)
@@ -317,8 +319,8 @@ TEST(Wnd, ExceptionsEndAtTheWindowWithAMessage)
     EXPECT_EQ(window.SendMessage(kFail), 0);
     EXPECT_EQ(window.SendMessage(kAsk, 1, 1), 2);
     ASSERT_EQ(messages.m_boxes.size(), 2U);
-    EXPECT_EQ(messages.m_boxes[0].text, L"Etwas ging schief");
-    EXPECT_EQ(messages.m_boxes[1].text, L"Unerwarteter Fehler: no such thing");
+    EXPECT_EQ(messages.m_boxes[0].text, CTestException().GetErrorMessage());
+    EXPECT_EQ(messages.m_boxes[1].text, expected::UnexpectedError(L"no such thing"));
     for (const MessageRequest& box : messages.m_boxes) {
         EXPECT_EQ(box.type, static_cast<UINT>(MB_OK | MB_ICONEXCLAMATION));
     }
