@@ -15,31 +15,12 @@
 #include <string>
 
 #include "bench/Stopwatch.h"
-#include "framework/Handles.h"
 #include "resources/resource.h"
+#include "tests/support/CreateProgram.h"
 
 namespace {
 
 constexpr DWORD kTimeout = 120'000;  // milliseconds
-
-struct Process
-{
-    UniqueHandle handle;
-    UniqueHandle thread;
-    DWORD threadId;
-};
-
-Process Start(std::wstring command)
-{
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION created{};
-    if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                       &created) == FALSE) {
-        throw std::runtime_error("cannot start the program");
-    }
-    return {UniqueHandle(created.hProcess), UniqueHandle(created.hThread), created.dwThreadId};
-}
 
 // Just after the creation of the process, WaitForInputIdle may fail because there is no message queue yet.
 bool WaitUntilIdle(HANDLE process)
@@ -83,24 +64,27 @@ void RequireFinished(DWORD threadId, int rows)
 void Measure(int rows, const std::wstring& command)
 {
     const CStopwatch watch;
-    const Process process = Start(command);
-    const bool idle = WaitUntilIdle(process.handle.get());
+    StartedProgram program;
+    if (CreateProgram(command, program) != ERROR_SUCCESS) {
+        throw std::runtime_error("cannot start the program");
+    }
+    const bool idle = WaitUntilIdle(program.process.get());
     const double seconds = watch.Seconds();
     try {
         if (!idle) {
             throw std::runtime_error("the program never waits for input");
         }
-        RequireFinished(process.threadId, rows);
+        RequireFinished(program.threadId, rows);
         PROCESS_MEMORY_COUNTERS memory{};
-        GetProcessMemoryInfo(process.handle.get(), &memory, sizeof memory);
+        GetProcessMemoryInfo(program.process.get(), &memory, sizeof memory);
         std::printf("%.6f\t%llu\t%llu\n", seconds, memory.PeakWorkingSetSize / 1024ULL,
                     memory.PeakPagefileUsage / 1024ULL);
     } catch (...) {
-        TerminateProcess(process.handle.get(), 1);
+        TerminateProcess(program.process.get(), 1);
         throw;
     }
-    TerminateProcess(process.handle.get(), 0);
-    WaitForSingleObject(process.handle.get(), kTimeout);
+    TerminateProcess(program.process.get(), 0);
+    WaitForSingleObject(program.process.get(), kTimeout);
 }
 
 }  // namespace

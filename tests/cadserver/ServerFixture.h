@@ -14,36 +14,10 @@
 #include "framework/Handles.h"
 #include "tests/cadserver/ComPointers.h"
 #include "tests/cadserver/PartFile.h"
+#include "tests/support/CadServer.h"
 #include "tests/support/TextFile.h"
 
 // A minimal automation client, and what the tests of the stand-in CAD server share.
-
-inline std::wstring ProgramFolder()
-{
-    wchar_t path[MAX_PATH] = L"";
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).parent_path().wstring();
-}
-
-// Runs cadserver.exe with these arguments and returns its exit status.
-inline DWORD RunServerProgram(const std::wstring& arguments)
-{
-    std::wstring command = L"\"" + ProgramFolder() + L"\\cadserver.exe\" " + arguments;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                        &process)) {
-        return ~0U;
-    }
-    DWORD status = ~0U;
-    constexpr DWORD kTimeout = 30'000;  // milliseconds
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, kTimeout)) << "cadserver.exe did not end";
-    GetExitCodeProcess(process.hProcess, &status);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return status;
-}
 
 inline std::wstring Quoted(const std::filesystem::path& path)
 {
@@ -86,12 +60,12 @@ protected:
     static void SetUpTestSuite()
     {
         CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        ASSERT_EQ(0U, RunServerProgram(L"--register 25 30 --current 30"));
+        RegisterCadServer();
     }
 
     static void TearDownTestSuite()
     {
-        RunServerProgram(L"--unregister");
+        UnregisterCadServer();
         CoUninitialize();
     }
 
@@ -157,10 +131,8 @@ protected:
         }
         std::vector<UniqueHandle> servers;
         for (const DWORD id : ids) {
-            UniqueHandle process(
-                OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_QUERY_INFORMATION, FALSE, id));
-            if (process != nullptr && IsServer(process.get()) &&
-                WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT) {
+            UniqueHandle process = OpenServer(id);
+            if (process != nullptr && WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT) {
                 servers.push_back(std::move(process));
             }
         }
@@ -187,15 +159,6 @@ private:
     {
         const std::filesystem::path log = m_folder / L"log";
         return std::filesystem::exists(log) ? ReadLines(log.wstring()) : std::vector<std::wstring>();
-    }
-
-    // Process numbers are reused.
-    static bool IsServer(HANDLE process)
-    {
-        wchar_t path[MAX_PATH] = L"";
-        DWORD length = MAX_PATH;
-        QueryFullProcessImageNameW(process, 0, path, &length);
-        return LowerCase(path).ends_with(L"\\cadserver.exe");
     }
 
     IDispatchPtr m_application;

@@ -18,31 +18,11 @@ namespace {
 
 constexpr DWORD kEndTime = 10'000;  // milliseconds
 
-// Runs the server's executable with a command and waits for it.
-void RunServerProgram(const std::wstring& arguments)
+void RequireSuccess(const std::wstring& arguments)
 {
-    const std::wstring commandLine = L"\"" + OwnFolder() + L"\\cadserver.exe\" " + arguments;
-    const StartedProgram server = StartProgram(commandLine);
-    DWORD status = 1;
-    WaitForSingleObject(server.process.get(), kPatience);
-    GetExitCodeProcess(server.process.get(), &status);
-    if (status != 0) {
-        throw std::runtime_error("failed: " + ToUtf8(commandLine));
+    if (RunServerProgram(arguments) != 0) {
+        throw std::runtime_error("failed: cadserver.exe " + ToUtf8(arguments));
     }
-}
-
-// A process of the server; null when it has ended, even if its number belongs to another process by now.
-UniqueHandle OpenServer(DWORD id)
-{
-    UniqueHandle process(
-        OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, id));
-    std::wstring image(MAX_PATH, L'\0');
-    auto length = static_cast<DWORD>(image.size());
-    if (process == nullptr || QueryFullProcessImageNameW(process.get(), 0, image.data(), &length) == FALSE) {
-        return nullptr;
-    }
-    image.resize(length);
-    return FileNameOf(image) == L"cadserver.exe" ? std::move(process) : nullptr;
 }
 
 std::string Join(const std::vector<std::wstring>& fields)
@@ -57,6 +37,24 @@ std::string Join(const std::vector<std::wstring>& fields)
 }
 
 }  // namespace
+
+DWORD RunServerProgram(const std::wstring& arguments)
+{
+    return WaitForExit(StartProgram(L"\"" + OwnFolder() + L"\\cadserver.exe\" " + arguments));
+}
+
+UniqueHandle OpenServer(DWORD id)
+{
+    UniqueHandle process(
+        OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, id));
+    std::wstring image(MAX_PATH, L'\0');
+    auto length = static_cast<DWORD>(image.size());
+    if (process == nullptr || QueryFullProcessImageNameW(process.get(), 0, image.data(), &length) == FALSE) {
+        return nullptr;
+    }
+    image.resize(length);
+    return FileNameOf(image) == L"cadserver.exe" ? std::move(process) : nullptr;
+}
 
 CCadServer::CCadServer(const std::wstring& folder)
     : m_script(folder + L"\\script.txt"), m_log(folder + L"\\calls.txt")
@@ -148,12 +146,12 @@ std::vector<DWORD> CCadServer::ProcessIds() const
 
 void RegisterCadServer()
 {
-    RunServerProgram(L"--register 25 30 --current 30");
+    RequireSuccess(L"--register 25 30 --current 30");
 }
 
 void UnregisterCadServer()
 {
-    RunServerProgram(L"--unregister");
+    RequireSuccess(L"--unregister");
 }
 
 CNoCadServer::~CNoCadServer()

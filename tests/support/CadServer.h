@@ -5,6 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "framework/Handles.h"
+
+// Runs cadserver.exe with these arguments and returns its exit status.
+[[nodiscard]] DWORD RunServerProgram(const std::wstring& arguments);
+
+// A process of the server; null when it has ended, even if its number belongs to another process by now.
+[[nodiscard]] UniqueHandle OpenServer(DWORD id);
+
 // The stand-in CAD server: its script and its call log.
 class CCadServer
 {

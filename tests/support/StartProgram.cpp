@@ -1,38 +1,33 @@
 #include "tests/support/StartProgram.h"
 
+#include <gtest/gtest.h>
+
 #include <stdexcept>
 
 #include "tests/support/Repeat.h"
 #include "tests/support/TextFile.h"
 
-namespace {
-
-// Returns the system's error code.
-DWORD Start(std::wstring commandLine, const std::wstring& folder, StartedProgram& program)
-{
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                       folder.empty() ? nullptr : folder.c_str(), &startup, &process) == FALSE) {
-        return GetLastError();
-    }
-    const UniqueHandle thread(process.hThread);
-    program = {UniqueHandle(process.hProcess), process.dwProcessId};
-    return ERROR_SUCCESS;
-}
-
-}  // namespace
-
-StartedProgram StartProgram(const std::wstring& commandLine, const std::wstring& folder)
+StartedProgram StartProgram(const std::wstring& commandLine, const std::wstring& folder, bool inheritsHandles)
 {
     StartedProgram program;
-    DWORD error = Start(commandLine, folder, program);
+    DWORD error = CreateProgram(commandLine, program, folder, inheritsHandles);
     if (error == ERROR_INTERNAL_ERROR && MayRepeat("the start of " + ToUtf8(commandLine))) {
-        error = Start(commandLine, folder, program);
+        error = CreateProgram(commandLine, program, folder, inheritsHandles);
     }
     if (error != ERROR_SUCCESS) {
         throw std::runtime_error("cannot start " + ToUtf8(commandLine) + ": error " + std::to_string(error));
     }
     return program;
+}
+
+DWORD WaitForExit(const StartedProgram& program, DWORD patience)
+{
+    if (WaitForSingleObject(program.process.get(), patience) != WAIT_OBJECT_0) {
+        ADD_FAILURE() << "a program did not end";
+        TerminateProcess(program.process.get(), 1);
+        WaitForSingleObject(program.process.get(), patience);
+    }
+    DWORD status = 1;
+    GetExitCodeProcess(program.process.get(), &status);
+    return status;
 }

@@ -1,17 +1,13 @@
 #pragma once
 
-#include <windows.h>
+#include "tests/support/CreateProgram.h"
+#include "tests/support/WaitFor.h"
 
-#include <string>
+// CreateProgram, but throws std::runtime_error with the system's error code. Wine sometimes loses a starting
+// process; the start may then be repeated once (MayRepeat).
+[[nodiscard]] StartedProgram StartProgram(const std::wstring& commandLine, const std::wstring& folder = {},
+                                          bool inheritsHandles = false);
 
-#include "framework/Handles.h"
-
-struct StartedProgram
-{
-    UniqueHandle process;
-    DWORD id = 0;
-};
-
-// Starts a program in a folder (empty: this program's own). Throws std::runtime_error with the system's error
-// code. Wine sometimes loses a starting process; the start may then be repeated once (MayRepeat).
-[[nodiscard]] StartedProgram StartProgram(const std::wstring& commandLine, const std::wstring& folder = {});
+// Waits until a program has ended and returns its exit status. Fails the test if the program takes longer
+// than `patience` milliseconds, and ends it.
+[[nodiscard]] DWORD WaitForExit(const StartedProgram& program, DWORD patience = kPatience);

@@ -151,7 +151,7 @@ TEST_F(ServerProcessTest, AServerThatAnotherProgramStartsIsNotOurs)
     m_server->BeginRun(L"Talvenor.Test.Process.2");
     m_server->BeginConnect();
     parent.StartAnother();
-    ASSERT_TRUE(ComesTrue([&] { return !ChildrenOf(parent.Id()).empty(); }));
+    ASSERT_TRUE(WaitFor([&] { return !ChildrenOf(parent.Id()).empty(); }));
     const CChildScope child(ChildrenOf(parent.Id())[0]);
     m_server->EndConnect(true);
     EXPECT_FALSE(m_server->IsOurs());
@@ -204,7 +204,7 @@ TEST_F(ServerProcessTest, WhatTheServerStartsDoesNotEndWithIt)
 {
     const CWaitingProcess process = Connect();
     process.StartAnother();
-    ASSERT_TRUE(ComesTrue([&] { return !ChildrenOf(process.Id()).empty(); }));
+    ASSERT_TRUE(WaitFor([&] { return !ChildrenOf(process.Id()).empty(); }));
     const CChildScope child(ChildrenOf(process.Id())[0]);
     m_server.reset();
     EXPECT_TRUE(process.Ends());

@@ -25,6 +25,8 @@
 #include "tests/support/ImportTable.h"
 #include "tests/support/Languages.h"
 #include "tests/support/NetworkWatch.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/support/StartProgram.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/UnderWine.h"
 #include "tests/support/WindowScopes.h"
@@ -1140,7 +1142,8 @@ TEST_P(TalvenorDlgTest, AMapFileThatCannotBeReadIsReportedTwice)
         const UniqueHandle lock = LockFile(m_mapFile);
         Press(IDC_SHOW_MAP);
         // The reader's language is always German.
-        EXPECT_EQ(TakeBoxes(), (Texts{expected::MapNotRead.In(Language::german, m_mapFile), expected::MapMissing(m_mapFile)}));
+        EXPECT_EQ(TakeBoxes(), (Texts{expected::MapNotRead.In(Language::german, m_mapFile),
+                                      expected::MapMissing(m_mapFile)}));
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
     });
@@ -1781,36 +1784,15 @@ protected:
             return true;
         }
         const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
-        std::wstring program(MAX_PATH, L'\0');
-        program.resize(GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
         const std::string name = std::string(test.test_suite_name()) + "." + test.name();
-        std::wstring commandLine =
-            L"\"" + program + L"\" --gtest_brief=1 --gtest_filter=" + std::wstring(name.begin(), name.end());
         SetEnvironmentVariableA(kInOwnProcess, "1");
-        STARTUPINFOW start{};
-        start.cb = sizeof start;
-        PROCESS_INFORMATION child{};
-        const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                            nullptr, &start, &child);
+        const StartedProgram child =
+            StartProgram(L"\"" + OwnProgram() + L"\" --gtest_brief=1 --gtest_filter=" +
+                             std::wstring(name.begin(), name.end()),
+                         {}, true);
         SetEnvironmentVariableA(kInOwnProcess, nullptr);
-        EXPECT_TRUE(started);
-        if (started != FALSE) {
-            Await(UniqueHandle(child.hProcess));
-            CloseHandle(child.hThread);
-        }
+        EXPECT_EQ(WaitForExit(child, 60'000), 0U) << "see above";
         return false;
-    }
-
-private:
-    static void Await(const UniqueHandle& process)
-    {
-        constexpr DWORD kPatience = 60000;  // milliseconds
-        DWORD exitCode = 1;
-        if (WaitForSingleObject(process.get(), kPatience) != WAIT_OBJECT_0) {
-            TerminateProcess(process.get(), 1);
-        }
-        GetExitCodeProcess(process.get(), &exitCode);
-        EXPECT_EQ(exitCode, 0U) << "see above";
     }
 };
 

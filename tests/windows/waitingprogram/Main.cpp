@@ -1,6 +1,7 @@
 #include <windows.h>
 
-#include <string>
+#include "tests/support/CreateProgram.h"
+#include "tests/support/OwnFolder.h"
 
 // A program that does nothing until a test posts its main thread a message: WM_QUIT ends it.
 
@@ -20,16 +21,8 @@ HWND Show(const wchar_t* windowClass)
 // Starts this program once more, which then has this process as its parent.
 void StartAnother()
 {
-    std::wstring path(MAX_PATH, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (CreateProcessW(path.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                       &process) != FALSE) {
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
-    }
+    StartedProgram another;
+    static_cast<void>(CreateProgram(L"\"" + OwnProgram() + L"\"", another));
 }
 
 void Obey(const MSG& message)

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "framework/Handles.h"
+
+struct StartedProgram
+{
+    UniqueHandle process;
+    DWORD id = 0;
+    DWORD threadId = 0;  // of its first thread
+};
+
+// Starts a program in a folder (empty: this program's own). Returns the system's error code.
+[[nodiscard]] DWORD CreateProgram(std::wstring commandLine, StartedProgram& program,
+                                  const std::wstring& folder = {}, bool inheritsHandles = false);
