@@ -2,7 +2,10 @@
 
 #include <windows.h>
 
+#include <gtest/gtest.h>
+
 #include <array>
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -96,6 +99,47 @@ private:
 
     HKEY m_root;
     std::wstring m_top;
+};
+
+// The classes of a test, registered where COM looks for them until the end of the scope.
+class CScratchClasses
+{
+public:
+    // Skips the test if this process may not register classes.
+    static void RequireAccess()
+    {
+        if (!CScratchClassKey::Root()) {
+            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        }
+    }
+
+    void AddKey(const std::wstring& top, const std::wstring& path, const std::wstring& value)
+    {
+        m_keys.emplace_back(*CScratchClassKey::Root(), top, path, value);
+    }
+    void AddProgId(const std::wstring& progId, const CLSID& classId)
+    {
+        AddKey(progId, progId + L"\\CLSID", TextOfClass(classId));
+    }
+    // Registers a class's ProgID.
+    void AddClass(const CLSID& classId, const std::wstring& progId)
+    {
+        const std::wstring key = L"CLSID\\" + TextOfClass(classId);
+        AddKey(key, key + L"\\ProgID", progId);
+    }
+    // Registers a class and the program that serves it. Returns the path of the program's key.
+    std::wstring AddServer(const std::wstring& progId, const std::wstring& commandLine,
+                           const CLSID& classId = NewClassId())
+    {
+        const std::wstring key = L"CLSID\\" + TextOfClass(classId);
+        AddProgId(progId, classId);
+        AddKey(key, key + L"\\LocalServer32", commandLine);
+        return L"Software\\Classes\\" + key + L"\\LocalServer32";
+    }
+    void RemoveAll() { m_keys.clear(); }
+
+private:
+    std::deque<CScratchClassKey> m_keys;
 };
 
 // A class factory that returns the same object to every caller, or fails.

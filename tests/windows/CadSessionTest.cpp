@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -51,15 +51,10 @@ protected:
 
     void SetUp() override
     {
-        if (!CScratchClassKey::Root()) {
-            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        CScratchClasses::RequireAccess();
+        if (!IsSkipped()) {
+            m_classes.AddServer(kProgId, m_image, m_classId);
         }
-        const std::wstring classId = TextOfClass(m_classId);
-        const std::wstring key = L"CLSID\\" + classId;
-        m_progIdKey = std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), kProgId,
-                                                         kProgId + L"\\CLSID", classId);
-        m_classKey = std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), key,
-                                                        key + L"\\LocalServer32", m_image);
     }
 
     void TearDown() override
@@ -83,16 +78,43 @@ protected:
         };
     }
 
+    // A server that the session has started, connected and let go. It does not end.
+    const CWaitingProcess& LetGoOwnServer()
+    {
+        StartServers();
+        EXPECT_EQ(m_session->Connect(), Outcome::connected);
+        m_session->Release();
+        return m_servers.back();
+    }
+
+    // Makes a connection, which succeeds. Returns whether the server had ended before.
+    bool WaitsForEndOf(const CWaitingProcess& server, Outcome (CCadSession::*connect)())
+    {
+        bool ended = false;
+        m_class.m_onCreate = [&] {
+            ended = server.Ends(0);
+            return S_OK;
+        };
+        EXPECT_EQ((*m_session.*connect)(), Outcome::connected);
+        return ended;
+    }
+
     // A server that was there before, connected and let go. It does not end.
     const CWaitingProcess& LetGoReachedServer()
     {
-        m_servers.emplace_back(m_image);
-        Sleep(50);  // longer than the step of the system's time
+        StartEarlierServer();
         EXPECT_EQ(m_session->Connect(), Outcome::connected);
         m_session->Release();
         m_class.m_created = 0;
         m_log.clear();
         return m_servers.back();
+    }
+
+    // A server that is older than anything that follows.
+    void StartEarlierServer()
+    {
+        m_servers.emplace_back(m_image);
+        Sleep(50);  // longer than the step of the system's time
     }
 
     // Has the next connections fail, and the ones after them succeed.
@@ -107,14 +129,24 @@ protected:
         return CWinApp::Get()->GetMessageFilter().MessagePending(nullptr, tickCount, PENDINGTYPE_TOPLEVEL);
     }
 
-    // A call has waited for longer than the limit, the user presses a key and answers Yes.
-    static void GiveUpCall()
+    // A call has waited for longer than the limit, and the user presses a key, which brings up the question.
+    static void StallCall()
     {
         CWinApp::Get()->GetMessageFilter().SetBusyDelay(100);
         Sleep(150);
         PostThreadMessageW(GetCurrentThreadId(), WM_KEYDOWN, VK_SPACE, 0);
         WhileCallWaits(150);
         Sleep(20);
+    }
+
+    // The user answers the question with Yes. Returns what the filter says from then on.
+    static DWORD GiveUpCall(const Text& question)
+    {
+        CMessageRecorder user([] { return IDYES; });
+        StallCall();
+        const DWORD waiting = WhileCallWaits(170);
+        EXPECT_EQ(user.TakeTexts(), std::vector<std::wstring>{L"(not plain) " + question.Current()});
+        return waiting;
     }
 
     const std::wstring kProgId = L"Talvenor.Test.Session.30";
@@ -125,9 +157,8 @@ protected:
     EventLog m_log;
     CFakeDispatch m_application{L"application", m_log};
     CScriptedClass m_class{m_classId, m_application};
-    std::unique_ptr<CScratchClassKey> m_progIdKey;
-    std::unique_ptr<CScratchClassKey> m_classKey;
-    std::vector<CWaitingProcess> m_servers;
+    CScratchClasses m_classes;
+    std::deque<CWaitingProcess> m_servers;  // does not move them
     const CadPatience m_patience{.forEnd = 400, .forConnection = 800, .betweenTries = 50};
     CSldWorks m_sldWorks;
     CServerProcess m_process;
@@ -138,33 +169,17 @@ protected:
 
 TEST_F(CadSessionTest, AReconnectionWaitsUntilTheOldServerHasEnded)
 {
-    StartServers();
     SetPatience({.forEnd = 10'000, .forConnection = 0, .betweenTries = 0});
-    ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    m_session->Release();
-    m_servers[0].EndLater(500);
-    bool gone = false;
-    m_class.m_onCreate = [this, &gone] {
-        gone = m_servers[0].Ends(0);
-        return S_OK;
-    };
-    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
-    EXPECT_TRUE(gone);
+    const CWaitingProcess& server = LetGoOwnServer();
+    server.EndLater(500);
+    EXPECT_TRUE(WaitsForEndOf(server, &CCadSession::Reconnect));
 }
 
 TEST_F(CadSessionTest, AReconnectionEndsAnOldServerThatStays)
 {
-    StartServers();
-    ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    m_session->Release();
+    const CWaitingProcess& server = LetGoOwnServer();
     const ULONGLONG start = GetTickCount64();
-    bool gone = false;
-    m_class.m_onCreate = [this, &gone] {
-        gone = m_servers[0].Ends(0);
-        return S_OK;
-    };
-    EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
-    EXPECT_TRUE(gone);
+    EXPECT_TRUE(WaitsForEndOf(server, &CCadSession::Reconnect));
     EXPECT_GE(GetTickCount64() - start, m_patience.forEnd - 20);
 }
 
@@ -179,30 +194,20 @@ TEST_F(CadSessionTest, AReconnectionNeverEndsAServerThatWasThereBefore)
 
 TEST_F(CadSessionTest, TheNextRunWaitsForTheServerOfTheLast)
 {
-    StartServers();
-    ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    m_session->Release();
+    const CWaitingProcess& server = LetGoOwnServer();
     SetPatience({.forEnd = 10'000, .forConnection = 0, .betweenTries = 0});
-    m_servers[0].EndLater(500);
-    bool gone = false;
-    m_class.m_onCreate = [this, &gone] {
-        gone = m_servers[0].Ends(0);
-        return S_OK;
-    };
-    EXPECT_EQ(m_session->Connect(), Outcome::connected);
-    EXPECT_TRUE(gone);
+    server.EndLater(500);
+    EXPECT_TRUE(WaitsForEndOf(server, &CCadSession::Connect));
 }
 
 TEST_F(CadSessionTest, TheNextRunEndsNoServer)
 {
-    StartServers();
-    ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    m_session->Release();
+    const CWaitingProcess& server = LetGoOwnServer();
     SetPatience(m_patience);
     m_class.m_onCreate = nullptr;
     EXPECT_EQ(m_session->Connect(), Outcome::connected);
     m_session->Release();
-    EXPECT_FALSE(m_servers[0].Ends(kNotLong));
+    EXPECT_FALSE(server.Ends(kNotLong));
 }
 
 TEST_F(CadSessionTest, AReleaseWaitsForNothing)
@@ -234,9 +239,7 @@ protected:
 
 TEST_F(CadSessionTest, WindowsArePaintedWhileItWaits)
 {
-    StartServers();
-    ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    m_session->Release();
+    LetGoOwnServer();
     CPaintedWindow window;
     DrainMessages();
     window.m_painted = 0;
@@ -252,17 +255,15 @@ TEST_F(CadSessionTest, WindowsArePaintedWhileItWaits)
 
 TEST_F(CadSessionTest, TheEndOfTheWindowsSessionEndsTheWait)
 {
-    StartServers();
     SetPatience({.forEnd = 20'000, .forConnection = 20'000, .betweenTries = 10'000});
-    ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    m_session->Release();
+    const CWaitingProcess& server = LetGoOwnServer();
     CWinApp::Get()->SetSessionEnding(true);
     const ULONGLONG start = GetTickCount64();
     EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
     CWinApp::Get()->SetSessionEnding(false);
     EXPECT_LT(GetTickCount64() - start, 10'000U);
     EXPECT_EQ(m_class.m_created, 1);
-    EXPECT_FALSE(m_servers[0].Ends(0));
+    EXPECT_FALSE(server.Ends(0));
 }
 
 // ---- A connection that fails while a server is on its way
@@ -304,8 +305,7 @@ TEST_F(CadSessionTest, WithoutAServerAFailureCountsAtOnce)
 
 TEST_F(CadSessionTest, AServerThatWasThereBeforeTheFirstConnectionIsNotWaitedFor)
 {
-    m_servers.emplace_back(m_image);
-    Sleep(50);
+    StartEarlierServer();
     FailConnections(1, kUnavailable);
     EXPECT_EQ(m_session->Connect(), Outcome::notLoaded);
     EXPECT_EQ(m_class.m_created, 1);
@@ -418,12 +418,8 @@ TEST_F(CadSessionTest, AfterAYesItsOwnServerIsEnded)
 {
     StartServers();
     ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    CMessageRecorder user([] { return IDYES; });
-    GiveUpCall();
-    EXPECT_EQ(WhileCallWaits(170), DWORD{PENDINGMSG_WAITNOPROCESS}) << "the call fails by itself";
+    EXPECT_EQ(GiveUpCall(expected::kEndCad), DWORD{PENDINGMSG_WAITNOPROCESS}) << "the call fails by itself";
     EXPECT_TRUE(m_servers[0].Ends());
-    ASSERT_EQ(user.m_boxes.size(), 1U);
-    EXPECT_EQ(user.m_boxes[0].text, expected::kEndCad.german);
     m_application.On(kExit, [](FakeCall&) { return kUnavailable; });
     m_session->Release();
     EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
@@ -434,11 +430,7 @@ TEST_F(CadSessionTest, AfterAYesAReachedServerIsNotWaitedForAnyMore)
 {
     m_servers.emplace_back(m_image);
     ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    CMessageRecorder user([] { return IDYES; });
-    GiveUpCall();
-    EXPECT_EQ(WhileCallWaits(170), DWORD{PENDINGMSG_CANCELCALL});
-    ASSERT_EQ(user.m_boxes.size(), 1U);
-    EXPECT_EQ(user.m_boxes[0].text, expected::kStopWaiting.german);
+    EXPECT_EQ(GiveUpCall(expected::kStopWaiting), DWORD{PENDINGMSG_CANCELCALL});
     EXPECT_FALSE(m_servers[0].Ends(kNotLong));
     DWORD whileAskedToEnd = 0;
     m_application.On(kExit, [&whileAskedToEnd](FakeCall&) {
@@ -458,12 +450,12 @@ TEST_F(CadSessionTest, AsksInEnglish)
     StartServers();
     CMessageRecorder user([] { return IDNO; });
     ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    GiveUpCall();
+    StallCall();
     m_session->Release();
     DrainMessages();
     m_class.m_onCreate = nullptr;
     ASSERT_EQ(m_session->Reconnect(), Outcome::connected) << "reaches no process";
-    GiveUpCall();
+    StallCall();
     ASSERT_EQ(user.m_boxes.size(), 2U);
     EXPECT_EQ(user.m_boxes[0].text, expected::kEndCad.english);
     EXPECT_EQ(user.m_boxes[1].text, expected::kStopWaiting.english);

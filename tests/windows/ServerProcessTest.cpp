@@ -59,21 +59,27 @@ class ServerProcessTest : public testing::Test
 protected:
     void SetUp() override
     {
-        if (!CScratchClassKey::Root()) {
-            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        CScratchClasses::RequireAccess();
+        if (IsSkipped()) {
+            return;
         }
-        Register(kProgId, m_image);
+        m_classes.AddServer(kProgId, m_image);
         m_server->BeginRun(kProgId);
     }
 
-    void Register(const std::wstring& progId, const std::wstring& commandLine)
+    // Another class, and the next run, which uses it.
+    void BeginRunOf(const std::wstring& commandLine)
     {
-        const std::wstring classId = TextOfClass(NewClassId());
-        const std::wstring key = L"CLSID\\" + classId;
-        m_keys.push_back(std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), progId,
-                                                            progId + L"\\CLSID", classId));
-        m_keys.push_back(std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), key,
-                                                            key + L"\\LocalServer32", commandLine));
+        const std::wstring progId = L"Talvenor.Test.Process.2";
+        m_classes.AddServer(progId, commandLine);
+        m_server->BeginRun(progId);
+    }
+
+    // A connection to the servers that there are.
+    void ConnectToRunning()
+    {
+        m_server->BeginConnect();
+        m_server->EndConnect(true);
     }
 
     // A connection that starts a server.
@@ -88,7 +94,7 @@ protected:
     const std::wstring kProgId = L"Talvenor.Test.Process.1";
     CTempFolder m_folder;
     const std::wstring m_image = CopyWaitingProgram(m_folder);
-    std::vector<std::unique_ptr<CScratchClassKey>> m_keys;
+    CScratchClasses m_classes;
     std::optional<CServerProcess> m_server{std::in_place};
 };
 
@@ -101,8 +107,7 @@ TEST_F(ServerProcessTest, AServerThatAppearsWithTheConnectionIsOurs)
 TEST_F(ServerProcessTest, AServerThatWasThereIsNot)
 {
     const CWaitingProcess process(m_image);
-    m_server->BeginConnect();
-    m_server->EndConnect(true);
+    ConnectToRunning();
     EXPECT_FALSE(m_server->IsOurs());
     EXPECT_FALSE(m_server->Terminate());
     m_server.reset();
@@ -147,8 +152,7 @@ TEST_F(ServerProcessTest, AServerThatAnotherProgramStartsIsNotOurs)
     const std::wstring starter = m_folder / L"starter.exe";
     std::filesystem::copy_file(m_image, starter);
     const CWaitingProcess parent(starter);
-    Register(L"Talvenor.Test.Process.2", starter);
-    m_server->BeginRun(L"Talvenor.Test.Process.2");
+    BeginRunOf(starter);
     m_server->BeginConnect();
     parent.StartAnother();
     ASSERT_TRUE(WaitFor([&] { return !ChildrenOf(parent.Id()).empty(); }));
@@ -168,8 +172,7 @@ TEST_F(ServerProcessTest, AFailedConnectionHasNoServer)
 TEST_F(ServerProcessTest, AClassWithoutAProgramHasNoServer)
 {
     m_server->BeginRun(L"Talvenor.Test.Missing.1");
-    m_server->BeginConnect();
-    m_server->EndConnect(true);
+    ConnectToRunning();
     EXPECT_FALSE(m_server->IsOurs());
     EXPECT_FALSE(m_server->WasAlive());
 }
@@ -243,8 +246,7 @@ TEST_F(ServerProcessTest, TheNextConnectionLetsTheLastServerLive)
 {
     const CWaitingProcess process = Connect();
     m_server->LetGo(false);
-    m_server->BeginConnect();
-    m_server->EndConnect(true);
+    ConnectToRunning();
     EXPECT_FALSE(m_server->IsOurs());
     m_server.reset();
     EXPECT_FALSE(process.Ends(kNotLong));
@@ -254,8 +256,7 @@ TEST_F(ServerProcessTest, AnotherClassForgetsTheServer)
 {
     const CWaitingProcess process = Connect();
     m_server->LetGo(true);
-    Register(L"Talvenor.Test.Process.2", CopyWaitingProgram(m_folder, L"other.exe"));
-    m_server->BeginRun(L"Talvenor.Test.Process.2");
+    BeginRunOf(CopyWaitingProgram(m_folder, L"other.exe"));
     EXPECT_FALSE(m_server->IsOurs());
     EXPECT_FALSE(m_server->WasAlive());
     EXPECT_FALSE(process.Ends(kNotLong));
@@ -299,8 +300,7 @@ TEST_F(ServerProcessTest, WaitsForNobodyElse)
 {
     EXPECT_TRUE(m_server->WaitForEnd(60'000));
     const CWaitingProcess process(m_image);
-    m_server->BeginConnect();
-    m_server->EndConnect(true);
+    ConnectToRunning();
     m_server->LetGo(true);
     EXPECT_TRUE(m_server->WaitForEnd(60'000));
 }
@@ -312,8 +312,7 @@ TEST_F(ServerProcessTest, TheServerLetGoIsAliveUntilItHasEnded)
     const CWaitingProcess process(m_image);
     Sleep(kTick);
     m_server->BeginRun(kProgId);
-    m_server->BeginConnect();
-    m_server->EndConnect(true);
+    ConnectToRunning();
     EXPECT_FALSE(m_server->WasAlive()) << "not let go yet";
     m_server->LetGo(false);
     EXPECT_TRUE(m_server->WasAlive());
@@ -371,7 +370,18 @@ protected:
     std::wstring ImageFor(const std::wstring& commandLine)
     {
         const std::wstring progId = L"Talvenor.Test.Image." + std::to_wstring(++m_count);
-        Register(progId, commandLine);
+        m_classes.AddServer(progId, commandLine);
+        return LocalServerImage(progId);
+    }
+    // With another value in the key of the command line, or in its place (no name).
+    std::wstring ImageFor(const std::wstring& commandLine, const wchar_t* name, DWORD type,
+                          const std::wstring& value)
+    {
+        const std::wstring progId = L"Talvenor.Test.Image.0";
+        const std::wstring key = m_classes.AddServer(progId, commandLine);
+        EXPECT_EQ(RegSetKeyValueW(*CScratchClassKey::Root(), key.c_str(), name, type, value.c_str(),
+                                  static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t))),
+                  ERROR_SUCCESS);
         return LocalServerImage(progId);
     }
 
@@ -395,18 +405,7 @@ TEST_F(LocalServerTest, IsTheOneOfTheCommandLine)
 
 TEST_F(LocalServerTest, IsTheExecutableWhereOneIsNamed)
 {
-    const std::wstring progId = L"Talvenor.Test.Image.0";
-    const std::wstring classId = TextOfClass(NewClassId());
-    const std::wstring key = L"CLSID\\" + classId;
-    const CScratchClassKey program(*CScratchClassKey::Root(), progId, progId + L"\\CLSID", classId);
-    const CScratchClassKey server(*CScratchClassKey::Root(), key, key + L"\\LocalServer32",
-                                  L"missing.exe -x");
-    ASSERT_EQ(
-        RegSetKeyValueW(*CScratchClassKey::Root(),
-                        (L"Software\\Classes\\" + key + L"\\LocalServer32").c_str(), L"ServerExecutable",
-                        REG_SZ, m_image.c_str(), static_cast<DWORD>((m_image.size() + 1) * sizeof(wchar_t))),
-        ERROR_SUCCESS);
-    EXPECT_EQ(LocalServerImage(progId), m_image);
+    EXPECT_EQ(ImageFor(L"missing.exe -x", L"ServerExecutable", REG_SZ, m_image), m_image);
 }
 
 TEST_F(LocalServerTest, IsFoundByItsShortPath)
@@ -431,8 +430,7 @@ TEST_F(ServerProcessTest, AServerStartedByItsShortPathIsOurs)
     if (shortPath.empty() || shortPath == image) {
         GTEST_SKIP() << "skipped: the volume has no short names";
     }
-    Register(L"Talvenor.Test.Process.2", shortPath + L" /automation");
-    m_server->BeginRun(L"Talvenor.Test.Process.2");
+    BeginRunOf(shortPath + L" /automation");
     m_server->BeginConnect();
     const CWaitingProcess process(shortPath);
     m_server->EndConnect(true);
@@ -442,18 +440,7 @@ TEST_F(ServerProcessTest, AServerStartedByItsShortPathIsOurs)
 TEST_F(LocalServerTest, ExpandsTheEnvironment)
 {
     SetEnvironmentVariableW(L"TALVENOR_TEST_FOLDER", m_folder.Path().c_str());
-    const std::wstring progId = L"Talvenor.Test.Image.0";
-    const std::wstring classId = TextOfClass(NewClassId());
-    const std::wstring key = L"CLSID\\" + classId;
-    const CScratchClassKey program(*CScratchClassKey::Root(), progId, progId + L"\\CLSID", classId);
-    const CScratchClassKey server(*CScratchClassKey::Root(), key, key + L"\\LocalServer32", L"");
-    const std::wstring text = L"%TALVENOR_TEST_FOLDER%\\server.exe";
-    ASSERT_EQ(
-        RegSetKeyValueW(*CScratchClassKey::Root(),
-                        (L"Software\\Classes\\" + key + L"\\LocalServer32").c_str(), nullptr, REG_EXPAND_SZ,
-                        text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
-        ERROR_SUCCESS);
-    EXPECT_EQ(LocalServerImage(progId), m_image);
+    EXPECT_EQ(ImageFor(L"", nullptr, REG_EXPAND_SZ, L"%TALVENOR_TEST_FOLDER%\\server.exe"), m_image);
     SetEnvironmentVariableW(L"TALVENOR_TEST_FOLDER", nullptr);
 }
 

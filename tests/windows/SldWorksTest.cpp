@@ -17,45 +17,20 @@ using namespace automation;
 class ClassesTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        if (!CScratchClassKey::Root()) {
-            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
-        }
-    }
+    void SetUp() override { CScratchClasses::RequireAccess(); }
 
-    void AddKey(const std::wstring& top, const std::wstring& path, const std::wstring& value)
-    {
-        m_keys.push_back(std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), top, path, value));
-    }
-
-    void AddProgId(const std::wstring& progId, const CLSID& classId)
-    {
-        AddKey(progId, progId + L"\\CLSID", TextOfClass(classId));
-    }
-
-    // Registers a class's ProgID.
-    void AddClass(const CLSID& classId, const std::wstring& progId)
-    {
-        const std::wstring key = L"CLSID\\" + TextOfClass(classId);
-        AddKey(key, key + L"\\ProgID", progId);
-    }
-
-    void RemoveKeys() { m_keys.clear(); }
-
-private:
-    std::vector<std::unique_ptr<CScratchClassKey>> m_keys;
+    CScratchClasses m_classes;
 };
 
 TEST_F(ClassesTest, OnlyLeftoversOfACrashedTestAreRemoved)
 {
     const HKEY root = *CScratchClassKey::Root();
     const std::wstring classes = L"Software\\Classes\\";
-    AddKey(L"Talvenor.Test.Other", L"Talvenor.Test.Other\\CLSID", L"");
+    m_classes.AddKey(L"Talvenor.Test.Other", L"Talvenor.Test.Other\\CLSID", L"");
     RegDeleteKeyValueW(root, (classes + L"Talvenor.Test.Other").c_str(), L"TalvenorTest");
-    AddProgId(L"Talvenor.Test.Left", NewClassId());
+    m_classes.AddProgId(L"Talvenor.Test.Left", NewClassId());
     const CLSID left = NewClassId();
-    AddClass(left, L"Talvenor.Test.Left");
+    m_classes.AddClass(left, L"Talvenor.Test.Left");
     CScratchClassKey::RemoveLeftovers();
     const auto isThere = [&](const std::wstring& key) {
         return RegGetValueW(root, (classes + key).c_str(), nullptr, RRF_RT_ANY, nullptr, nullptr, nullptr) ==
@@ -92,15 +67,15 @@ protected:
 
     void AddVersion(int number)
     {
-        AddProgId(L"SldWorks.Application." + std::to_wstring(number), NewClassId());
+        m_classes.AddProgId(L"SldWorks.Application." + std::to_wstring(number), NewClassId());
     }
 
     // Makes the version-independent name lead to a class with this ProgID.
     void SetCurrent(const std::wstring& progId)
     {
         const CLSID classId = NewClassId();
-        AddProgId(L"SldWorks.Application", classId);
-        AddClass(classId, progId);
+        m_classes.AddProgId(L"SldWorks.Application", classId);
+        m_classes.AddClass(classId, progId);
     }
 
     void ExpectVersions(const std::vector<std::wstring>& versions, int index)
@@ -135,7 +110,7 @@ TEST_F(InstalledVersionsTest, ListsVersions20To39AndFindsTheCurrentOne)
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.what);
-        RemoveKeys();
+        m_classes.RemoveAll();
         for (const int number : test.registered) {
             AddVersion(number);
         }
@@ -150,7 +125,7 @@ TEST_F(InstalledVersionsTest, AClassWithoutANameIsNoCurrentVersion)
 {
     AddVersion(25);
     AddVersion(30);
-    AddProgId(L"SldWorks.Application", NewClassId());
+    m_classes.AddProgId(L"SldWorks.Application", NewClassId());
     ExpectVersions({L"25", L"30"}, 0);
 }
 
@@ -158,15 +133,15 @@ TEST_F(InstalledVersionsTest, TheNullClassIsNoCurrentVersion)
 {
     AddVersion(25);
     AddVersion(30);
-    AddProgId(L"SldWorks.Application", CLSID_NULL);
-    AddClass(CLSID_NULL, L"SldWorks.Application.30");
+    m_classes.AddProgId(L"SldWorks.Application", CLSID_NULL);
+    m_classes.AddClass(CLSID_NULL, L"SldWorks.Application.30");
     ExpectVersions({L"25", L"30"}, 0);
 }
 
 TEST_F(InstalledVersionsTest, AVersionNeedsAClassKeyWithAValue)
 {
-    AddKey(L"SldWorks.Application.25", L"SldWorks.Application.25", L"a version without a class");
-    AddKey(L"SldWorks.Application.26", L"SldWorks.Application.26\\CLSID", L"");
+    m_classes.AddKey(L"SldWorks.Application.25", L"SldWorks.Application.25", L"a version without a class");
+    m_classes.AddKey(L"SldWorks.Application.26", L"SldWorks.Application.26\\CLSID", L"");
     ExpectVersions({L"26"}, 0);
 }
 
@@ -177,7 +152,7 @@ protected:
     {
         ClassesTest::SetUp();
         if (!IsSkipped()) {
-            AddProgId(kProgId, m_classId);
+            m_classes.AddProgId(kProgId, m_classId);
         }
     }
 
@@ -206,7 +181,7 @@ TEST_F(SldWorksTest, AMissingClassIsNoConnection)
     CSldWorks connection;
     EXPECT_EQ(connection.Connect(L"Talvenor.NoSuchClass"), 0);
     EXPECT_EQ(connection.Connect(L""), 0);
-    AddProgId(L"Talvenor.Test.NoServer", NewClassId());
+    m_classes.AddProgId(L"Talvenor.Test.NoServer", NewClassId());
     EXPECT_EQ(connection.Connect(L"Talvenor.Test.NoServer"), 0);
     EXPECT_EQ(connection.Connect(kProgId), 1);
 }

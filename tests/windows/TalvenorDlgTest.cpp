@@ -1435,11 +1435,11 @@ protected:
                 GTEST_SKIP() << "skipped: a CAD system is registered on this machine";
             }
         }
-        if (!CScratchClassKey::Root()) {
-            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        CScratchClasses::RequireAccess();
+        if (IsSkipped()) {
+            return;
         }
-        m_progIdKey = std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), kCad + L"30",
-                                                         kCad + L"30\\CLSID", TextOfClass(m_classId));
+        m_classes.AddProgId(kCad + L"30", m_classId);
         m_application.On(kGetDateCode, AnswerLong(2022100));
         AddThreeParts();
     }
@@ -1542,7 +1542,7 @@ protected:
 
 private:
     bool m_trying = false;
-    std::unique_ptr<CScratchClassKey> m_progIdKey;
+    CScratchClasses m_classes;
 };
 
 IN_BOTH_LANGUAGES(BusyDialogTest);
