@@ -15,6 +15,7 @@ import drive
 import machine
 import package as installer
 import shell_link
+import sources
 import windows
 from program import Program, Stuck
 
@@ -25,7 +26,7 @@ WINDOWS_KEY, WINDOWS_MAJOR = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVers
 LIBRARY_KEY = "HKLM\\SOFTWARE\\Zelmar\\input"
 PROGRAM_FOLDER, OTHER_FOLDER = "C:\\Program Files\\Talvenor\\", "C:\\Another folder\\"
 LIBRARY_FOLDER, PARTS = "C:\\Zelmar\\", "C:\\Zelmar\\Normteile"
-NO_RESOURCES = "Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll"
+NO_RESOURCES = sources.german("kNoResources")
 
 # What a removal may leave behind, and why.
 WINE_INSTALLER_KEY = r"HKEY_LOCAL_MACHINE\\Software\\(Classes|Microsoft\\Windows\\CurrentVersion)\\Installer"

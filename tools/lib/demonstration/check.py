@@ -11,9 +11,12 @@ import os
 import stat
 import subprocess
 
+import sources
+
 # tools/demo stores this file-name template. The two extra fields (%7, %8) keep the new names unique; where they are
 # empty, the name rules reduce ".." to one dot. The BOM-name template is the program's default.
 FILE_TEMPLATE, BOM_TEMPLATE = "%5%3_%4.%7%8.changed.%6", "Norm %1 - %2"
+FINISHED = sources.german("kFinished")
 WINDOWS_FOLDER = "C:\\Zelmar\\Normteile"  # where tools/demo puts the library
 Row = collections.namedtuple("Row", "original renamed bom_name")
 
@@ -107,7 +110,7 @@ def read_table(path):
 
 def expected_boxes(library):
     """The texts of the message boxes of one run, in order."""
-    return ["Umsetzungen erfolgreich beendet."] if expected_rows(library)[0] else []
+    return [FINISHED] if expected_rows(library)[0] else []
 
 
 class Report:

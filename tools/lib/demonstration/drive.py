@@ -14,15 +14,14 @@ import time
 import check
 import windows
 from program import Program, Stuck
+from sources import IDS
 
-IDC_LIST, IDC_PROGRESS_OVERALL, IDC_START, IDC_COPY_ONLY, IDCANCEL = 1002, 1015, 1016, 1024, 2
 PICTURES = "build/demo"
-FINISHED = "Umsetzungen erfolgreich beendet."
 
 
 def finished_box(screen):
     box = screen.message_box()
-    return box if box and box.text() == FINISHED else None
+    return box if box and box.text() == check.FINISHED else None
 
 
 def run_conversion(screen, library, copy_only, pictures, start=Program):
@@ -32,18 +31,18 @@ def run_conversion(screen, library, copy_only, pictures, start=Program):
     rows = len(check.expected_rows(library)[0])
     program = start(screen)
     try:
-        main = program.wait_dismissing_boxes("the main window", 120, lambda: screen.window_with_control(IDC_START))
+        main = program.wait_dismissing_boxes("the main window", 120, lambda: screen.window_with_control(IDS.IDC_START))
         time.sleep(1)  # until the window manager has placed it
         screen.update()
-        main = screen.window_with_control(IDC_START)
+        main = screen.window_with_control(IDS.IDC_START)
         if pictures:
             windows.Picture(f"{PICTURES}/1-before.png").wait()
         if copy_only:
-            windows.click(main, IDC_COPY_ONLY)
+            windows.click(main, IDS.IDC_COPY_ONLY)
         in_boxes_before = program.seconds_in_boxes
-        begin = windows.click(main, IDC_START)
+        begin = windows.click(main, IDS.IDC_START)
         program.wait_dismissing_boxes("the progress dialog", 30,
-                                      lambda: screen.window_with_control(IDC_PROGRESS_OVERALL) or finished_box(screen))
+                                      lambda: screen.window_with_control(IDS.IDC_PROGRESS_OVERALL) or finished_box(screen))
         if pictures:
             program.wait_dismissing_boxes("half of the copies", 60 + rows,
                                           lambda: len(check.mapped_names(library)) > rows // 2 or finished_box(screen))
@@ -57,7 +56,7 @@ def run_conversion(screen, library, copy_only, pictures, start=Program):
         program.dismiss(box)
         time.sleep(0.5)
         screen.update()
-        windows.click(screen.window_with_control(IDC_START), IDCANCEL)
+        windows.click(screen.window_with_control(IDS.IDC_START), IDS.IDCANCEL)
         program.wait_for_end(20)
         return seconds
     except Stuck:

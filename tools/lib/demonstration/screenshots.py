@@ -13,9 +13,8 @@ import time
 
 import windows
 from program import Program, Stuck
+from sources import IDS
 
-IDC_LIST, IDC_REMOVE_ALL, IDC_SHOW_MAP, IDC_PROGRESS_OVERALL, IDC_START = 1002, 1010, 1011, 1015, 1016
-IDC_TEMPLATE_TEXT, IDCANCEL, IDYES, IDNO = 1021, 2, 6, 7
 EDIT_TEMPLATE = {"german": "b", "english": "m"}  # mnemonic in the menus of the list
 
 
@@ -67,7 +66,7 @@ class Gallery:
         return f"{self._folder}/{self._count:02}-{name}.png"
 
     def main_window(self):
-        return self.program.wait_for("the main window", 30, lambda: self.screen.window_with_control(IDC_START))
+        return self.program.wait_for("the main window", 30, lambda: self.screen.window_with_control(IDS.IDC_START))
 
     def wait_for_start(self):
         """Without a map file, the program starts with a message: two parts of the library would get the same name."""
@@ -102,7 +101,7 @@ class Gallery:
         windows.click(self.main_window(), control)
 
     def select_a_row(self):
-        left, top, right, bottom = self.main_window().controls[IDC_LIST].rect
+        left, top, right, bottom = self.main_window().controls[IDS.IDC_LIST].rect
         windows.click_at(left + (right - left) // 10, (top + bottom) // 2)
 
     def take_views(self):
@@ -121,7 +120,7 @@ class Gallery:
         self.program.wait_for("a menu", 30, lambda: len(self.screen.windows) > before)
         self.take(f"menu-{column}")
         windows.press(self._edit_template)
-        dialog = self.dialog_with(IDC_TEMPLATE_TEXT)
+        dialog = self.dialog_with(IDS.IDC_TEMPLATE_TEXT)
         self.take(f"template-{column}", dialog)
         return dialog
 
@@ -135,10 +134,10 @@ class Gallery:
         self.close(dialog)
 
     def take_question(self):
-        self.click(IDC_REMOVE_ALL)
+        self.click(IDS.IDC_REMOVE_ALL)
         box = self.wait_for_box()
         self.take("question")
-        windows.click(box, IDNO)
+        windows.click(box, IDS.IDNO)
 
     def take_about(self):
         left, top, _, _ = self.main_window().rect
@@ -151,26 +150,26 @@ class Gallery:
         self.close(box)
 
     def take_run(self):
-        self.click(IDC_START)
-        progress = self.dialog_with(IDC_PROGRESS_OVERALL)
+        self.click(IDS.IDC_START)
+        progress = self.dialog_with(IDS.IDC_PROGRESS_OVERALL)
         time.sleep(3)
         self.take("progress")
-        windows.click(progress, IDCANCEL)
+        windows.click(progress, IDS.IDCANCEL)
         question = self.wait_for_box()
         self.take("cancel-question", question)
-        windows.click(question, IDNO)
+        windows.click(question, IDS.IDNO)
         self.program.wait_for("the question to close", 30, lambda: question.handle not in self.screen.windows)
         finished = self.wait_for_box()
         self.take("finished")
         self.close(finished, "Return")
 
     def take_map_view(self):
-        self.click(IDC_SHOW_MAP)
+        self.click(IDS.IDC_SHOW_MAP)
         self.take("map-view")
-        self.click(IDC_START)
+        self.click(IDS.IDC_START)
         box = self.wait_for_box()
         self.take("overwrite-question")
-        windows.click(box, IDNO)
+        windows.click(box, IDS.IDNO)
 
     def take_large(self):
         """Takes the main window larger than at the start, which is its minimum size."""
@@ -181,7 +180,7 @@ class Gallery:
         self.wait_for_start()
         if self._part == "about":
             self.take_about()
-            self.click(IDCANCEL)
+            self.click(IDS.IDCANCEL)
         else:
             self.take_all()
             windows.press("alt+F4")

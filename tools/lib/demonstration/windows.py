@@ -4,10 +4,12 @@ import re
 import subprocess
 import time
 
+from sources import IDS
+
 TOOL_TIMEOUT = 20  # seconds, for one call of a command-line tool
 
 Control = collections.namedtuple("Control", "rect enabled text")
-DIALOG_CONTROLS = range(1002, 1027)  # ids that no message box uses
+DIALOG_CONTROLS = {number for name, number in vars(IDS).items() if name.startswith("IDC_")}  # in no message box
 
 
 class Stuck(Exception):

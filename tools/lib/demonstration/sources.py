@@ -1,0 +1,24 @@
+"""What the project's sources state: the numbers of the controls, and the texts of the program."""
+import ast
+import os
+import re
+import types
+
+TOP = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "..")
+
+
+def read(name):
+    with open(os.path.join(TOP, name), encoding="utf-8") as file:
+        return file.read()
+
+
+# By their names in resources/resource.h, and two buttons that Windows numbers.
+IDS = types.SimpleNamespace(
+    IDCANCEL=2, IDNO=7,
+    **{name: int(number) for name, number in re.findall(r"^#define (ID\w+) (\d+)$", read("resources/resource.h"), re.M)})
+
+
+def german(name):
+    """The German text with this name in tests/support/ExpectedTexts.h."""
+    literals = re.search(rf'\b{name}{{((?:\s*L"(?:[^"\\]|\\.)*")+)', read("tests/support/ExpectedTexts.h")).group(1)
+    return "".join(ast.literal_eval(each[1:]) for each in re.findall(r'L"(?:[^"\\]|\\.)*"', literals))
