@@ -23,15 +23,6 @@ protected:
         AnswerByKeys(program, text, {{VK_RIGHT}, {VK_RETURN}});
     }
 
-    // Types another folder into its field and leaves the field.
-    static void TypeFolder(const CProgramUnderTest& program, const std::wstring& folder)
-    {
-        program.FocusByKey(IDC_SOURCE_DIR);
-        TypeText(folder);  // over the old one, which is selected
-        program.WaitForText(IDC_SOURCE_DIR, folder);
-        PressKeys({VK_TAB});
-    }
-
     // Edits both names of the first row, whose editor F2 opens.
     static void EditFirstRow(const CProgramUnderTest& program)
     {
@@ -167,27 +158,6 @@ TEST_F(KeyboardInBothLanguages, MarksRowsAddsFilesAndShowsTheMapFile)
     WaitForRows(program, RowsOfThreeRecords());
 }
 
-TEST_F(KeyboardInBothLanguages, ChangesTheFolder)
-{
-    const CTestLibrary other;
-    other.AddPart(L"N_ISO_4032_M8.sldprt", {L"x"});
-    const CProgramUnderTest program;
-    program.WaitForKeyboard();
-    TypeFolder(program, other.Path());
-    PressSecondButton(program, expected::kChangeFolder.Current());
-    program.WaitForText(IDC_SOURCE_DIR, m_library.Path());
-    TypeFolder(program, other.Path());
-    PressDefaultButton(program, expected::kChangeFolder.Current());
-    WaitForRows(program, {IsoRow(L"4032", L"M8", Mark::pending)});
-    EXPECT_EQ(other.MappedPath(), program.ControlText(IDC_MAPPED_DIR));
-    EXPECT_FALSE(PathExists(other.MappedPath()));
-    WriteThreeRecords();
-    TypeFolder(program, m_library.Path());
-    PressDefaultButton(program, expected::kChangeFolder.Current());
-    WaitForRows(program, RowsOfThreeRecords());
-    WaitForCaption(program, expected::kMapView.Current());
-}
-
 TEST_F(KeyboardInBothLanguages, ShowsTheAboutBoxByTheSystemMenu)
 {
     const CProgramUnderTest program;
@@ -202,25 +172,6 @@ TEST_F(KeyboardInBothLanguages, ShowsTheAboutBoxByTheSystemMenu)
     });
     ASSERT_NE(nullptr, about) << ToUtf8(DescribeScreen(program.ProcessId()));
     PressKeys({VK_RETURN});
-    program.WaitForRest();
-}
-
-TEST_F(KeyboardTest, OpensTheMenusOfAnEmptyList)
-{
-    const CProgramUnderTest program;
-    FocusFirstRow(program);
-    PressKeys({VK_CONTROL, 'A'});
-    WaitForSelection(program, {0, 1, 2});
-    PressKeys({VK_DELETE});
-    WaitForRows(program, {});
-    PressKeys({VK_APPS});
-    CMenuOnScreen::WaitForOne(program.ProcessId()).Dismiss();
-    PressKeys({VK_CONTROL, VK_SHIFT, VK_F10});
-    CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(expected::kEditTemplate.Current());
-    const HWND dialog = WaitFor([&] { return program.DialogWith(IDC_TEMPLATE_TEXT); });
-    ASSERT_NE(nullptr, dialog);
-    EXPECT_EQ(expected::kBomTemplate.Current(), TextOf(dialog));
-    PressKeys({VK_ESCAPE});
     program.WaitForRest();
 }
 

@@ -32,7 +32,6 @@ protected:
         EXPECT_TRUE(program.IsAtRest());
     }
 };
-using ListEditInBothLanguages = ListEditTest;
 
 TEST_F(ListEditTest, TakesTheTextOnEnterAndOnAClickElsewhereButNotOnEscape)
 {
@@ -50,29 +49,6 @@ TEST_F(ListEditTest, TakesTheTextOnEnterAndOnAClickElsewhereButNotOnEscape)
     ClickAt(program.List().PositionBelowRows(0));
     ExpectChanged(program, Edited(rows, 2, kBomName, L"Mutter: M8"));
     EXPECT_TRUE(program.IsAtRest()) << "Enter does not press the default button";
-}
-
-TEST_F(ListEditTest, KeepsKeysForItself)
-{
-    const CProgramUnderTest program;
-    const HWND editor = OpenEditor(program, 1, 1);
-    TypeOver(program, L"XM8");
-    PressKeys({VK_HOME});
-    PressKeys({VK_DELETE});  // would delete the row
-    WaitForTextOf(editor, L"M8");
-    PressKeys({VK_CONTROL, '2'});     // would widen the column
-    PressKeys({VK_CONTROL, 'A'});     // would select all rows
-    PressKeys({VK_CONTROL, VK_TAB});  // would go on in the other column
-    PressKeys({VK_HOME});
-    PressKeys({VK_SHIFT, VK_END});
-    PressKeys({VK_CONTROL, 'C'});
-    PressKeys({VK_END});
-    PressKeys({VK_CONTROL, 'V'});
-    WaitForTextOf(editor, L"M8M8");
-    EXPECT_EQ(175, program.List().ColumnWidth(1));
-    EXPECT_EQ(Selection{1}, program.List().Selection());
-    PressKeys({VK_RETURN});
-    ExpectChanged(program, Edited(RowsOfThreeRecords(), 1, kRenamed, L"M8M8.sldprt"));
 }
 
 TEST_F(ListEditTest, AcceptsInputAfterAMessageThatAButtonBroughtUp)
@@ -94,48 +70,6 @@ TEST_F(ListEditTest, AcceptsInputAfterAMessageThatAButtonBroughtUp)
     WaitForSelection(program, {0, 1, 2});
 }
 
-TEST_F(ListEditInBothLanguages, ReportsForbiddenCharactersAndANameThatIsTaken)
-{
-    m_library.WriteMapFile("a ; A ; 1\nb ; x_y.sldprt ; 2\n");
-    const CProgramUnderTest program;
-    const Rows rows = program.List().Rows();
-    EditCell(program, 0, 1, L"x*y");
-    ExpectMessage(program, expected::kForbiddenInFileName.Current());
-    ExpectMessage(program, expected::kNameTaken.Current());
-    program.WaitForRest();
-    EXPECT_EQ(rows, program.List().Rows());
-    EditCell(program, 1, 2, L"x/y@z;1=2|3");
-    ExpectMessage(program, expected::kForbiddenInBomName.Current());
-    ExpectChanged(program, Edited(rows, 1, kBomName, L"x_y_z_1_2|3"));
-}
-
-TEST_F(ListEditTest, EndsWhenTheListScrolls)
-{
-    WriteManyRecords();
-    const CProgramUnderTest program;
-    const CListOnScreen list = program.List();
-    const LONG top = list.CellRect(0, 0).top;
-    OpenEditor(program, 2, 1);
-    TypeOver(program, L"by the wheel");
-    TurnWheelAt(list.CellPosition(5, 0), -1);
-    WaitForNoEditor(program);
-    EXPECT_TRUE(WaitFor([&] { return list.CellRect(0, 0).top < top; }));
-    EXPECT_EQ(L"by the wheel.sldprt", list.Rows()[2].renamed);
-
-    PressKeys({VK_HOME});
-    EXPECT_TRUE(WaitFor([&] { return list.CellRect(0, 0).top == top; }));
-    OpenEditor(program, 3, 2);
-    TypeOver(program, L"by the bar");
-    const RECT client = list.ClientRect();
-    // The arrow at the lower end of the scroll bar, which is to the right of the client area.
-    const int half = GetSystemMetrics(SM_CXVSCROLL) / 2;
-    ClickAt({client.right + half, client.bottom - half});
-    WaitForNoEditor(program);
-    EXPECT_TRUE(WaitFor([&] { return list.CellRect(0, 0).top < top; }));
-    EXPECT_EQ(L"by the bar", list.Rows()[3].bomName);
-    WaitForCaption(program, ChangedMapView());
-}
-
 TEST_F(ListEditTest, TakesTheTextBeforeAButtonPressedByItsLetter)
 {
     const CProgramUnderTest program;
@@ -153,24 +87,6 @@ TEST_F(ListEditTest, TakesTheTextBeforeAButtonPressedByItsLetter)
     EXPECT_TRUE(program.IsAtRest());
 }
 
-TEST_F(ListEditTest, TakesTheTextBeforeTheRunThatAClickStarts)
-{
-    m_library.AddPart(L"N_ISO_4017_M4.sldprt", {L"x"});
-    m_library.WriteMapFile("N_ISO_4017_M4.sldprt ; A.sldprt ; 1\n");
-    const CProgramUnderTest program;
-    program.Click(IDC_COPY_ONLY);
-    OpenEditor(program, 0, 1);
-    TypeOver(program, L"Schraube M4");
-    program.Click(IDC_START);
-    ExpectQuestion(program, OverwriteQuestion(), IDYES);
-    ExpectMessage(program, expected::kFinished.Current());
-    WaitForEndOfRun(program);
-    EXPECT_EQ(ReadBytes(m_library.Part(L"N_ISO_4017_M4.sldprt")),
-              ReadBytes(m_library.Copy(L"Schraube M4.sldprt")));
-    EXPECT_FALSE(PathExists(m_library.Copy(L"A.sldprt")));
-    WaitForRows(program, {{L"N_ISO_4017_M4.sldprt", L"Schraube M4.sldprt", L"1", Mark::converted}});
-}
-
 TEST_F(ListEditTest, ClosesWithoutAMessageDuringAnEdit)
 {
     for (const std::wstring& text : {std::wstring(L"C"), std::wstring(L"x*y")}) {
@@ -181,18 +97,6 @@ TEST_F(ListEditTest, ClosesWithoutAMessageDuringAnEdit)
         PressKeys({VK_MENU, VK_F4});
         EXPECT_EQ(0U, program.WaitForEnd());
     }
-}
-
-// The first click moves the focus to the row, so the double-click finds it there.
-TEST_F(ListEditTest, OpensOnADoubleClickWhateverRowHadTheFocus)
-{
-    const CProgramUnderTest program;
-    ClickAt(program.List().CellPosition(0, 1));
-    WaitForSelection(program, {0});
-    DoubleClickAt(program.List().CellPosition(2, 2));
-    WaitForEditor(program);
-    EXPECT_EQ(2, program.List().FocusedRow());
-    WaitForSelection(program, {2});
 }
 
 }  // namespace

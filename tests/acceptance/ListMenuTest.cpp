@@ -54,18 +54,6 @@ TEST_F(ListMenuInBothLanguages, AppliesTheTemplateOfItsColumnAndDeletesRows)
     WaitForRows(program, {});
 }
 
-TEST_F(ListMenuInBothLanguages, ReportsOnceThatGeneratedNamesCollide)
-{
-    m_registry.SetTemplate(1, L"%3");  // the same for all
-    const CProgramUnderTest program;
-    program.Click(IDC_SELECT_ALL);
-    WaitForSelection(program, {0, 1, 2});
-    OpenMenu(program, 0, 1).Choose(Item::applyTemplate);
-    ExpectMessage(program, expected::kGeneratedNameTaken.Current());
-    WaitForRows(program, Edited(Converted(), 0, &RowOnScreen::renamed, L"4017.sldprt"));
-    program.WaitForRest();
-}
-
 TEST_F(ListMenuTest, OpensByKeyForTheFocusedRow)
 {
     const CProgramUnderTest program;

@@ -84,16 +84,6 @@ void ListTest::FocusFirstRow(const CProgramUnderTest& program)
     WaitForSelection(program, {0});
 }
 
-void ListTest::WriteManyRecords() const
-{
-    std::string records;
-    for (int record = 100; record < 140; ++record) {
-        const std::string number = std::to_string(record);
-        records += "a" + number + " ; A" + number + " ; " + number + "\n";
-    }
-    m_library.WriteMapFile(records);
-}
-
 std::wstring ListTest::ChangedMapView()
 {
     return expected::kMapView.Current() + expected::kListChanged.Current();

@@ -29,9 +29,6 @@ protected:
     // Moves the keyboard focus to the first row of the list and selects that row.
     static void FocusFirstRow(const CProgramUnderTest& program);
 
-    // A map file with more records than the list can show at once.
-    void WriteManyRecords() const;
-
     // The frame's caption when the map-file view has changes.
     static std::wstring ChangedMapView();
 

@@ -13,19 +13,6 @@ namespace {
 class MainDialogTest : public AcceptanceTest
 {
 protected:
-    // The window of the program that shows a text; null when there is none.
-    static HWND WindowShowing(const CProgramUnderTest& program, const std::wstring& text)
-    {
-        for (const HWND window : TopWindowsOf(program.ProcessId())) {
-            for (const HWND control : ControlsOf(window)) {
-                if (TextOf(control) == text) {
-                    return window;
-                }
-            }
-        }
-        return nullptr;
-    }
-
     // Closes the message about a missing folder; the text of the field is selected then.
     static void ExpectFolderRefused(const CProgramUnderTest& program, const std::wstring& text)
     {
@@ -66,35 +53,6 @@ TEST_F(MainDialogTest, ClosesWithoutAMessageAboutAMissingFolder)
     EXPECT_EQ(0U, program.WaitForEnd());
 }
 
-TEST_F(MainDialogTest, TakesATypedRootThatOnlyTheVolumeQueryKnows)
-{
-    // Like the root of a share: without the final backslash this is a device, not a folder.
-    const std::wstring root = L"\\\\?\\C:";
-    if (PathExists(root) || GetVolumeInformationW((root + L"\\").c_str(), nullptr, 0, nullptr, nullptr,
-                                                  nullptr, nullptr, 0) == FALSE) {
-        GTEST_SKIP() << "skipped: this machine has no root that only the volume query knows";
-    }
-    AddThreeParts();
-    const CProgramUnderTest program;
-    program.TypeInto(IDC_SOURCE_DIR, root + L"\\");
-    PressKeys({VK_TAB});
-    ExpectQuestion(program, expected::kChangeFolder.Current(), IDYES);
-    program.WaitForText(IDC_SOURCE_DIR, root);
-    // Not a folder, so nothing is loaded.
-    WaitForRows(program, {});
-    EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
-}
-
-TEST_F(MainDialogTest, ReportsAMissingShare)
-{
-    AddThreeParts();
-    const CProgramUnderTest program;
-    program.TypeInto(IDC_SOURCE_DIR, L"\\\\127.0.0.1\\no such share\\");
-    PressKeys({VK_TAB});
-    ExpectFolderRefused(program, L"\\\\127.0.0.1\\no such share");
-    EXPECT_EQ(RowsOfThreeParts(), program.List().Rows());
-}
-
 TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
 {
     AddThreeParts();
@@ -107,38 +65,6 @@ TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
     program.WaitForText(IDC_SOURCE_DIR, m_library.Path() + L"x");
     EXPECT_TRUE(program.IsAtRest());
     EXPECT_FALSE(PathExists(m_library.MappedPath()));
-}
-
-TEST_F(MainDialogTest, PressesTheClickedButtonAgainWithEnter)
-{
-    AddThreeParts();
-    const CProgramUnderTest program;
-    const auto cancelPicker = [&] {
-        const HWND picker = WaitFor([&] { return WindowShowing(program, expected::kPickFolder.Current()); });
-        ASSERT_NE(nullptr, picker) << ToUtf8(DescribeScreen(program.ProcessId()));
-        ASSERT_TRUE(WaitFor([&] { return FocusOf(picker) != nullptr; }));
-        PressKeys({VK_ESCAPE});
-        program.WaitForRest();
-        program.WaitForFocus(IDC_BROWSE);
-    };
-    program.Click(IDC_BROWSE);
-    cancelPicker();
-    PressKeys({VK_RETURN});
-    cancelPicker();
-    EXPECT_FALSE(PathExists(m_library.MappedPath())) << "no run has started";
-}
-
-TEST_F(MainDialogTest, AddsSeveralFilesAtOnce)
-{
-    AddThreeParts();
-    WriteThreeRecords();
-    const CProgramUnderTest program;
-    program.Click(IDC_ADD);
-    ChooseInPicker(program, L"\"N_ISO_4017_M8.sldprt\" \"N_ISO_4017_M4.sldprt\"");
-    Rows rows = RowsOfThreeRecords();
-    rows.insert(rows.begin(), {RowsOfThreeParts()[0], RowsOfThreeParts()[2]});
-    WaitForRows(program, rows);
-    WaitForCaption(program, expected::kMapView.Current() + expected::kListChanged.Current());
 }
 
 // Registers the tests' own program for documents with the extension "pdf"; it writes their paths to a file.

@@ -1,6 +1,5 @@
 // Conversion runs in which something goes wrong: the CAD system, the map file, the copies.
 #include <algorithm>
-#include <filesystem>
 
 #include "tests/acceptance/RunFailureTest.h"
 
@@ -65,65 +64,6 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
     const std::string start = "- start version=30";
     const std::string end = "- end reason=asked open=";
     EXPECT_EQ((Lines{start, start, start, end, end + "2.sldprt", end}), m_server.Life());
-}
-
-// A map file that leads out of the Mapped folder: the first record by a relative path to a file beside the
-// parts, the second to an alternate data stream of a copy. Only the last record is that of a part.
-class OddMapFileTest : public RunFailureTest
-{
-protected:
-    OddMapFileTest()
-    {
-        AddParts(3);
-        WriteBytes(m_other, "other");
-        m_library.WriteMapFile(m_map);
-    }
-    void ExpectOtherFileUntouched() const
-    {
-        EXPECT_EQ("other", ReadBytes(m_other));
-        EXPECT_FALSE(IsReadOnly(m_other));
-    }
-
-    const std::wstring m_other = m_library.Part(L"other.sldprt");
-    const std::string m_map = m_library.MapHeader() +
-                              "N_ISO_1_M8.sldprt ; ..\\other.sldprt ; x\r\n"
-                              "N_ISO_2_M8.sldprt ; 3.sldprt:stream ; x\r\n"
-                              "..\\other.sldprt ; 2.sldprt ; x\r\n" +
-                              RecordOf(3);
-};
-using OddMapFileInBothLanguages = OddMapFileTest;
-
-TEST_F(OddMapFileTest, IsWrittenAgainAndNoFileTouched)
-{
-    const CProgramUnderTest program;
-    program.Click(IDC_START);
-    ExpectQuestion(program, OverwriteQuestion(), IDYES);
-    ExpectMessage(program, expected::kFinished.Current());
-    WaitForEndOfRun(program);
-    ExpectOtherFileUntouched();
-    EXPECT_EQ(m_map, m_library.MapFileBytes());
-}
-
-TEST_F(OddMapFileInBothLanguages, ConvertsOnlyRecordsOfTheFolder)
-{
-    const CProgramUnderTest program;
-    program.Click(IDC_SELECT_ALL);
-    program.Click(IDC_MARK);
-    program.Click(IDC_START);
-    ExpectQuestion(program, OverwriteQuestion(), IDYES);
-    ExpectMessage(program, expected::NoFileName(L"..\\other.sldprt"));
-    ExpectMessage(program, expected::kFinished.Current());
-    WaitForEndOfRun(program);
-    ExpectOtherFileUntouched();
-    EXPECT_EQ((std::vector<std::wstring>{L"3.sldprt", L"PartsMap.txt"}), NamesIn(m_library.MappedPath()));
-    EXPECT_EQ(L"Norm 3", BomNameOf(3));
-    EXPECT_EQ(m_library.MapHeader() + RecordOf(3), m_library.MapFileBytes());
-    const Rows rows = program.List().Rows();
-    ASSERT_EQ(rows.size(), 4U);
-    for (const std::size_t skipped : {0U, 1U, 2U}) {
-        EXPECT_EQ(rows[skipped].mark, Mark::pending);
-    }
-    EXPECT_EQ(rows[3], RowOf(3, Mark::converted));
 }
 
 // Three parts. The server delays the second configuration of the second part, so that a user can cancel

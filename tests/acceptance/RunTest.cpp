@@ -1,5 +1,4 @@
 // Conversion runs without failures: files, map file, calls, marks and messages.
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -119,31 +118,6 @@ TEST_F(RunInBothLanguages, CopiesRecordsAndWritesBomNames)
     EXPECT_EQ(log, m_server.Log());
 }
 
-TEST_F(RunTest, ConvertsAFolderWithADashInItsName)
-{
-    if (GetACP() != 1252) {
-        GTEST_SKIP() << "the system's ANSI code page is not 1252";
-    }
-    const CTestLibrary library(L"Normteile – 2024");
-    library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});
-    m_registry.SetPartsFolder(library.Path());
-    {
-        const CProgramUnderTest program;
-        ConvertToTheEnd(program);
-    }
-    const std::string map = library.MapFileBytes();
-    EXPECT_NE(std::string::npos, map.find("\\Normteile \x96 2024\\Mapped\\PartsMap.txt\r\n")) << map;
-    EXPECT_TRUE(
-        map.ends_with("\r\n\r\nN_ISO_4017_M8.sldprt ; N_ISO_4017_M8.changed.sldprt ; Norm 4017 - %2\r\n"))
-        << map;
-    EXPECT_EQ((std::vector<BomEntry>{{L"a", true, L"Norm 4017 - a"}}),
-              ReadPart(library.Copy(L"N_ISO_4017_M8.changed.sldprt")).bomEntries);
-
-    const CProgramUnderTest next;
-    EXPECT_EQ(expected::kMapView.Current(), next.ControlText(IDC_STATUS_FRAME));
-    EXPECT_EQ((Rows{IsoRow(L"4017", L"M8", Mark::converted)}), next.List().Rows());
-}
-
 TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
 {
     m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});
@@ -172,22 +146,6 @@ TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
     PressKeys({VK_RETURN});
     ExpectQuestion(program, OverwriteQuestion(), IDNO);
     WaitForEndOfRun(program);
-}
-
-TEST_F(RunTest, MakesTheMappedFolderEvenWhenTheAnswerIsNo)
-{
-    // Without the folder there is no map file to ask about, so it is removed while the question is open.
-    m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"a"});
-    m_library.WriteMapFile("N_ISO_4017_M8.sldprt ; b.sldprt ; c\n");
-    const CProgramUnderTest program;
-    program.Click(IDC_START);
-    CMessageBoxOnScreen::WaitForOne(program.ProcessId());
-    std::filesystem::remove_all(m_library.MappedPath());
-    ExpectQuestion(program, OverwriteQuestion(), IDNO);
-    WaitForEndOfRun(program);
-    EXPECT_TRUE(std::filesystem::is_directory(m_library.MappedPath()));
-    EXPECT_TRUE(std::filesystem::is_empty(m_library.MappedPath()));
-    EXPECT_EQ(Lines{}, m_server.Log());
 }
 
 TEST_F(RunTest, StartsTheChosenVersion)

@@ -37,36 +37,6 @@ TEST_F(StartInBothLanguages, ShowsTheFolderWithGeneratedNames)
     EXPECT_EQ(L"Norm %1 - %2", m_registry.Template(2));
 }
 
-TEST_F(StartTest, ReportsTheLineOfAMalformedMapFile)
-{
-    m_library.WriteMapFile(m_library.MapHeader() + "a.sldprt ; b.sldprt ; Mutter\r\na;b\r\nc ; d ; e\r\n");
-    const CProgramUnderTest program;
-    ExpectMessage(program, expected::SyntaxError.In(Language::german, L"6", m_library.MapPath()));
-    EXPECT_EQ((Rows{{L"a.sldprt", L"b.sldprt", L"Mutter", Mark::converted}}), program.List().Rows());
-    EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
-}
-
-TEST_F(StartTest, ShowsTheFolderWhenTheMapFileIsLocked)
-{
-    m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"Standard"});
-    m_library.WriteMapFile(m_library.MapHeader() + "a ; b ; c\r\n");
-    const UniqueHandle lock = LockFile(m_library.MapPath());
-    const CProgramUnderTest program;
-    ExpectMessage(program, expected::MapNotRead.In(Language::german, m_library.MapPath()));
-    const Rows rows{IsoRow(L"4017", L"M8", Mark::pending)};
-    EXPECT_EQ(rows, program.List().Rows());
-    EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
-    program.Click(IDC_SELECT_ALL);
-    WaitForSelection(program, {0});
-    program.Click(IDC_SHOW_MAP);
-    ExpectMessage(program, expected::MapNotRead.In(Language::german, m_library.MapPath()));
-    ExpectMessage(program, expected::MapMissing(m_library.MapPath()));
-    program.WaitForRest();
-    EXPECT_EQ(rows, program.List().Rows());
-    EXPECT_EQ(Selection{0}, program.List().Selection());
-    EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
-}
-
 TEST_F(StartInBothLanguages, ShowsTheFolderOfTheFilesChosenWhenTheRegistryNamesNone)
 {
     m_library.AddPart(L"N_ISO_4017_M4.sldprt", {L"Standard"});

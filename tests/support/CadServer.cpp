@@ -125,11 +125,6 @@ bool CCadServer::WaitForEnd(DWORD patience) const
     });
 }
 
-bool CCadServer::IsRunning() const
-{
-    return std::ranges::any_of(ProcessIds(), [](DWORD id) { return OpenServer(id) != nullptr; });
-}
-
 std::vector<DWORD> CCadServer::ProcessIds() const
 {
     constexpr std::wstring_view kLead = L"process=";

@@ -44,9 +44,6 @@ public:
     // Ends by force what is left of them.
     void EndByForce() const;
 
-    // Whether one of them is left.
-    [[nodiscard]] bool IsRunning() const;
-
 private:
     [[nodiscard]] std::vector<DWORD> ProcessIds() const;
 

@@ -121,11 +121,6 @@ void Drag(POINT from, POINT to)
                      MouseInput(to, MOUSEEVENTF_LEFTUP)});
 }
 
-void TurnWheelAt(POINT position, int notches)
-{
-    Send({MouseInput(position, MOUSEEVENTF_WHEEL, notches * WHEEL_DELTA)});
-}
-
 bool WaitUntilOnTop(HWND control, POINT position)
 {
     // The system asks the window what is at the point, and a program that waits for a call does not respond,

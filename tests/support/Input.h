@@ -20,9 +20,6 @@ void RightClickAt(POINT position);
 // Presses the left button, moves the mouse in one step and releases the button.
 void Drag(POINT from, POINT to);
 
-// Turns the wheel over a position of the screen by a number of notches; negative ones scroll down.
-void TurnWheelAt(POINT position, int notches);
-
 // The middle of a control on the screen.
 POINT MiddleOf(HWND control);
 

@@ -111,11 +111,6 @@ void CListOnScreen::Select(int row, bool selected) const
     remote.Send(m_list, LVM_SETITEMSTATE, static_cast<WPARAM>(row), item);
 }
 
-int CListOnScreen::FocusedRow() const
-{
-    return static_cast<int>(Ask(m_list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_FOCUSED));
-}
-
 std::vector<std::wstring> CListOnScreen::Headers() const
 {
     std::vector<std::wstring> headers;
@@ -149,12 +144,7 @@ std::vector<int> CListOnScreen::ColumnOrder() const
 
 POINT CListOnScreen::CellPosition(int row, int column) const
 {
-    return Uncovered(MiddleOf(CellRect(row, column)));
-}
-
-POINT CListOnScreen::HeaderPosition(int column) const
-{
-    return Uncovered(MiddleOf(HeaderRect(column)));
+    return Uncovered({MiddleOf(HeaderRect(column)).x, MiddleOf(RowRect(row)).y});
 }
 
 POINT CListOnScreen::DividerPosition(int column) const
@@ -169,23 +159,11 @@ POINT CListOnScreen::PositionBelowRows(int column) const
     return Uncovered({MiddleOf(HeaderRect(column)).x, ClientRect().bottom - kAboveTheEnd});
 }
 
-RECT CListOnScreen::CellRect(int row, int column) const
-{
-    const RECT header = HeaderRect(column);
-    const RECT line = RowRect(row);
-    return {header.left, line.top, header.right, line.bottom};
-}
-
 RECT CListOnScreen::ClientRect() const
 {
     RECT client{};
     GetClientRect(m_list, &client);
     return OnScreen(m_list, client);
-}
-
-void CListOnScreen::MakeHeaderDraggable() const
-{
-    SetWindowLongPtrW(Header(), GWL_STYLE, GetWindowLongPtrW(Header(), GWL_STYLE) | HDS_BUTTONS);
 }
 
 HWND CListOnScreen::Editor() const

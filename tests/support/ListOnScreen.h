@@ -38,8 +38,6 @@ public:
     [[nodiscard]] std::vector<RowOnScreen> Rows() const;
     // The rows that are selected, from 0.
     [[nodiscard]] std::vector<int> Selection() const;
-    // The focused row; -1 if there is none.
-    [[nodiscard]] int FocusedRow() const;
     // The headers of the columns.
     [[nodiscard]] std::vector<std::wstring> Headers() const;
     [[nodiscard]] int ColumnWidth(int column) const;
@@ -51,18 +49,10 @@ public:
 
     // Where on the screen to click on a cell. This and the next wait until no other window covers the place.
     [[nodiscard]] POINT CellPosition(int row, int column) const;
-    // Where to drag a column's header, and the divider at its right end.
-    [[nodiscard]] POINT HeaderPosition(int column) const;
+    // Where to drag the right end of a column's header.
     [[nodiscard]] POINT DividerPosition(int column) const;
     // Below the last row in the middle of a column; the rows must not fill the list.
     [[nodiscard]] POINT PositionBelowRows(int column) const;
-
-    // A cell, and the list's client area, on the screen.
-    [[nodiscard]] RECT CellRect(int row, int column) const;
-    [[nodiscard]] RECT ClientRect() const;
-
-    // Gives the headers the button style: under Wine only those can be dragged, on Windows all.
-    void MakeHeaderDraggable() const;
 
     // The editor of a cell; null if none is open.
     [[nodiscard]] HWND Editor() const;
@@ -71,6 +61,7 @@ private:
     [[nodiscard]] POINT Uncovered(POINT position) const;
     [[nodiscard]] HWND Header() const;
     [[nodiscard]] RECT HeaderRect(int column) const;
+    [[nodiscard]] RECT ClientRect() const;
     [[nodiscard]] RECT RowRect(int row) const;
     [[nodiscard]] RowOnScreen Row(int row) const;
     [[nodiscard]] std::wstring CellText(int row, int column) const;

@@ -18,11 +18,6 @@ HWND FindMenu(DWORD process)
 
 }  // namespace
 
-bool CMenuOnScreen::IsOpen(DWORD process)
-{
-    return FindMenu(process) != nullptr;
-}
-
 CMenuOnScreen CMenuOnScreen::WaitForOne(DWORD process)
 {
     const HWND window = WaitFor([&] { return FindMenu(process); });
@@ -40,12 +35,6 @@ void CMenuOnScreen::ChooseByKey(const std::wstring& caption) const
 
 void CMenuOnScreen::Choose(Item item) const
 {
-    ClickOn(item);
-    WaitForEnd();
-}
-
-void CMenuOnScreen::ClickOn(Item item) const
-{
     // Four texts and two separators of half their height: the middle of an item in tenths of the menu's
     // height.
     constexpr int kMiddles[] = {1, 4, 7, 9};
@@ -53,11 +42,6 @@ void CMenuOnScreen::ClickOn(Item item) const
     GetWindowRect(m_window, &place);
     const int middle = kMiddles[static_cast<std::size_t>(item)];
     ClickAt({(place.left + place.right) / 2, place.top + (place.bottom - place.top) * middle / 10});
-}
-
-void CMenuOnScreen::Dismiss() const
-{
-    PressKeys({VK_ESCAPE});
     WaitForEnd();
 }
 

@@ -18,9 +18,6 @@ public:
         editTemplate
     };
 
-    // Whether the process has a menu open.
-    static bool IsOpen(DWORD process);
-
     // Waits for a menu; throws CNotOnScreen if none opens.
     static CMenuOnScreen WaitForOne(DWORD process);
 
@@ -28,10 +25,6 @@ public:
     void ChooseByKey(const std::wstring& caption) const;
     // Chooses an item of a column's menu with the mouse.
     void Choose(Item item) const;
-    // Clicks on an item of a column's menu, which may be disabled.
-    void ClickOn(Item item) const;
-    // Closes the menu by the Escape key.
-    void Dismiss() const;
 
 private:
     CMenuOnScreen(HWND window, DWORD process) : m_window(window), m_process(process) {}

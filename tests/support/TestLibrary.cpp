@@ -4,7 +4,7 @@
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/TextFile.h"
 
-CTestLibrary::CTestLibrary(const std::wstring& name) : m_path(m_temp / name)
+CTestLibrary::CTestLibrary()
 {
     std::filesystem::create_directory(m_path);
 }

@@ -5,11 +5,11 @@
 
 #include "tests/support/Files.h"
 
-// A temporary standard-parts folder. By default its name contains blanks and an umlaut, as users' folders do.
+// A temporary standard-parts folder. Its name contains blanks and an umlaut, as users' folders do.
 class CTestLibrary
 {
 public:
-    explicit CTestLibrary(const std::wstring& name = L"Normteile für Tests");
+    CTestLibrary();
 
     [[nodiscard]] std::wstring Path() const { return m_path; }
     [[nodiscard]] std::wstring MappedPath() const { return m_path + L"\\Mapped"; }
@@ -31,5 +31,5 @@ public:
 
 private:
     CTempFolder m_temp;
-    std::wstring m_path;
+    const std::wstring m_path = m_temp / L"Normteile für Tests";
 };

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -157,11 +156,10 @@ protected:
 
     void SetUp() override
     {
-        if (!CScratchClassKey::Root()) {
-            GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        CScratchClasses::RequireAccess();
+        if (!IsSkipped()) {
+            m_classes.AddProgId(kProgId, m_classId);
         }
-        m_progIdKey = std::make_unique<CScratchClassKey>(*CScratchClassKey::Root(), kProgId,
-                                                         kProgId + L"\\CLSID", TextOfClass(m_classId));
     }
 
     // The same after every end of a run.
@@ -331,7 +329,7 @@ private:
 
     CList<UTtab_entry, UTtab_entry&> m_entries;
     std::vector<bool> m_pending;
-    std::unique_ptr<CScratchClassKey> m_progIdKey;
+    CScratchClasses m_classes;
     CListenerScope m_listener{[this](const MessageRequest& request) { return OnBox(request); }};
 };
 
@@ -781,6 +779,27 @@ TEST_F(ConversionRunTest, NoCopyReplacesTheMapFile)
     EXPECT_EQ(Records(), std::vector<std::string>{"b.txt ; PartsMap.txt ; "});
     EXPECT_EQ(Marks(), "Pc");
     EXPECT_FALSE(IsReadOnly(kMapFile)) << "the next run could not write it";
+}
+
+// Names that lead out of the folder, to a stream of a copy, and to a part outside the folder.
+TEST_F(ConversionRunTest, ARowWithoutTwoFileNamesIsSkippedAndTheFirstIsReported)
+{
+    AddRow(L"a.sldprt", L"..\\other.sldprt", L"x");
+    AddRow(L"b.sldprt", L"d.sldprt:stream", L"x");
+    AddRow(L"..\\c.sldprt", L"c.sldprt", L"x");
+    AddRow(L"d.sldprt", L"d.sldprt", L"x");
+    WriteBytes(L"lib\\other.sldprt", "other");
+    for (const int language : {1, 0}) {
+        const CLanguageScope scope(language);
+        Run(true);
+        EXPECT_EQ(Boxes(), (Texts{Box(expected::NoFileName(L"..\\other.sldprt")), Finished()}));
+        EXPECT_EQ(Records(), std::vector<std::string>{"d.sldprt ; d.sldprt ; "});
+        EXPECT_EQ(Marks(), "PPPc");
+        EXPECT_EQ(NamesIn(L"lib\\Mapped"), (Texts{L"PartsMap.txt", L"d.sldprt"}));
+        EXPECT_EQ(ReadBytes(L"lib\\other.sldprt"), "other");
+        EXPECT_FALSE(IsReadOnly(L"lib\\other.sldprt"));
+        m_log.clear();
+    }
 }
 
 TEST_F(ConversionRunTest, EveryFailedCopyIsReported)

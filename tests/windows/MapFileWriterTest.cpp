@@ -6,6 +6,7 @@
 #include <fstream>
 #include <optional>
 
+#include "files/MapCodePage.h"
 #include "tests/support/FileInterceptor.h"
 #include "tests/support/Files.h"
 
@@ -69,6 +70,18 @@ TEST_F(MapFileWriterTest, TheHeaderNamesTheFile)
     EXPECT_TRUE(writer.AppendHeader());
     EXPECT_TRUE(ReadBytes(m_path).starts_with("; Datei: " + std::string(m_path.begin(), m_path.end()) +
                                               "\r\n; Automatisch"));
+}
+
+TEST_F(MapFileWriterTest, TheHeaderIsInTheCodePageOfTheMapFile)
+{
+    if (MapCodePage() != 1252) {
+        GTEST_SKIP() << "the map file's code page is not 1252";
+    }
+    const std::wstring path = m_folder / L"Normteile – 5 €.txt";
+    CMapFileWriter writer;
+    ASSERT_TRUE(writer.Open(path));
+    EXPECT_TRUE(writer.AppendHeader());
+    EXPECT_NE(ReadBytes(path).find("\\Normteile \x96 5 \x80.txt\r\n"), std::string::npos);
 }
 
 TEST_F(MapFileWriterTest, DoesNotOpenWhereNoFileCanBe)

@@ -839,6 +839,34 @@ TEST_P(TalvenorDlgTest, YesToTheChangeOfTheFolderLoadsTheNewOne)
     });
 }
 
+TEST_P(TalvenorDlgTest, AShareThatDoesNotExistIsReported)
+{
+    Run([this] {
+        TypeFolder(L"\\\\127.0.0.1\\no such share\\");
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"\\\\127.0.0.1\\no such share");
+        SetFocus(Item(IDCANCEL));
+    });
+}
+
+// Like the root of a share: without the final backslash this is a device, not a folder.
+TEST_P(TalvenorDlgTest, ARootThatOnlyTheVolumeQueryKnowsIsAcceptedAndNothingIsLoaded)
+{
+    const std::wstring root = L"\\\\?\\C:";
+    if (PathExists(root) || GetVolumeInformationW((root + L"\\").c_str(), nullptr, 0, nullptr, nullptr,
+                                                  nullptr, nullptr, 0) == FALSE) {
+        GTEST_SKIP() << "skipped: this machine has no root that only the volume query knows";
+    }
+    AddThreeParts();
+    m_answer = IDYES;
+    Run([&] {
+        TypeFolder(root + L"\\");
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), root);
+        EXPECT_EQ(Rows(), Texts{});
+    });
+}
+
 TEST_P(TalvenorDlgTest, AFileIsAcceptedAsTheFolderAndNothingIsLoaded)
 {
     WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
@@ -1149,6 +1177,28 @@ TEST_P(TalvenorDlgTest, AMapFileThatCannotBeReadIsReportedTwice)
     });
 }
 
+TEST_P(TalvenorDlgTest, AMapFileThatCannotBeReadAtTheStartLeavesTheFolderView)
+{
+    AddThreeParts();
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
+    const UniqueHandle lock = LockFile(m_mapFile);
+    Run([this] {
+        EXPECT_EQ(TakeBoxes(), Texts{expected::MapNotRead.In(Language::german, m_mapFile)});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+    });
+}
+
+TEST_P(TalvenorDlgTest, AMapFileIsShownUpToItsFirstBadLine)
+{
+    WriteMapFile("a.sldprt ; 1.sldprt ; one\r\na;b\r\nc ; d ; e\r\n");
+    Run([this] {
+        EXPECT_EQ(TakeBoxes(), Texts{expected::SyntaxError.In(Language::german, L"6", m_mapFile)});
+        EXPECT_EQ(Rows(), Texts{L"a.sldprt > 1.sldprt > one"});
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+    });
+}
+
 TEST_P(TalvenorDlgTest, AllRowsAreRemovedAfterAYes)
 {
     WriteMapFile("a.sldprt ; 1.sldprt ; one\r\nb.sldprt ; 2.sldprt ; two\r\n");
@@ -1406,6 +1456,17 @@ TEST_P(TalvenorDlgTest, TheOverwriteQuestionIsNormalisedAsAWhole)
         Press(IDC_START);
         EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(L"\\?\\" + m_parts + L"\\Mapped")});
     });
+}
+
+TEST_P(TalvenorDlgTest, TheMappedFolderIsMadeBeforeTheAnswerCounts)
+{
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
+    m_answer = IDNO;
+    // Without the folder there is no map file to ask about, so it goes while the question is open.
+    m_onBox = [this] { std::filesystem::remove_all(m_parts + L"\\Mapped"); };
+    Run([this] { Press(IDC_START); });
+    EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
+    EXPECT_TRUE(std::filesystem::is_empty(m_parts + L"\\Mapped"));
 }
 
 TEST_P(TalvenorDlgTest, WithoutTheMappedFolderNoRunStarts)
