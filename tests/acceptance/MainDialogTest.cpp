@@ -141,6 +141,7 @@ TEST_F(MainDialogInBothLanguages, OpensTheHelpDocumentWithItsProgram)
     program.PressByKey(IDC_HELP_BUTTON);
     WaitFor([&] { return viewer.Opened().size() == 1; });
     EXPECT_EQ((std::vector{document}), viewer.Opened());
+    program.WaitForKeyboard();  // the viewer may have had the focus
     PressKeys({VK_F1});
     WaitFor([&] { return viewer.Opened().size() == 2; });
     EXPECT_EQ((std::vector{document, document}), viewer.Opened());
