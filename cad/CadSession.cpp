@@ -8,19 +8,22 @@
 
 namespace {
 
-constexpr DWORD kForcedEndTime = 5'000;  // milliseconds
-
 constexpr Text kEndServer{L"SOLIDWORKS antwortet nicht.\n\nSoll SOLIDWORKS beendet werden?",
                           L"SOLIDWORKS is not responding.\n\nDo you want to end SOLIDWORKS?"};
 constexpr Text kStopWaiting{L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?",
                             L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?"};
 
-// Whether a failed call may come from a server that is about to end or not ready yet.
-bool IsServerMissing(HRESULT status)
+// Whether a call failed because its server has ended or is about to.
+bool IsServerGone(HRESULT status)
 {
     return status == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE) ||
-           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED) || status == RPC_E_DISCONNECTED ||
-           status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
+           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED) || status == RPC_E_DISCONNECTED;
+}
+
+// Whether a connection, or its first call, failed because the server is about to end or not ready yet.
+bool IsServerMissing(HRESULT status)
+{
+    return IsServerGone(status) || status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
 }
 
 void HandleStalledCalls(CStalledCallHandler* handler)
@@ -64,14 +67,19 @@ void CCadSession::LeaveToUser()
 
 void CCadSession::Release()
 {
-    bool asked = true;
+    if (!std::exchange(m_connected, false)) {
+        return;
+    }
+    bool isEnding = true;
     try {
         m_sldWorks.Disconnect();
+    } catch (const COleException& error) {
+        isEnding = IsServerGone(error.m_sc);
     } catch (const CException&) {
-        asked = false;
+        isEnding = false;
     }
     HandleStalledCalls(nullptr);
-    m_process.LetGo(asked);
+    m_process.LetGo(isEnding);
 }
 
 // A class may stay registered while its server ends or before it can serve: calls fail then until it has
@@ -79,7 +87,7 @@ void CCadSession::Release()
 CCadSession::Outcome CCadSession::TryUntilLoaded()
 {
     const ULONGLONG end = GetTickCount64() + m_patience.forConnection;
-    while (!CWinApp::IsSessionEnding()) {
+    while (!m_givenUp && !CWinApp::IsSessionEnding()) {
         const Attempt attempt = Try();
         if (!IsServerMissing(attempt.status) || GetTickCount64() >= end || !m_process.WasAlive()) {
             return attempt.outcome;
@@ -95,9 +103,9 @@ CCadSession::Attempt CCadSession::Try()
 {
     try {
         m_process.BeginConnect();
-        const bool connected = m_sldWorks.Connect(m_progId) != 0;
-        m_process.EndConnect(connected);
-        if (!connected) {
+        m_connected = m_sldWorks.Connect(m_progId) != 0;
+        m_process.EndConnect(m_connected);
+        if (!m_connected) {
             return {Outcome::notLoaded, m_sldWorks.GetConnectStatus()};
         }
         HandleStalledCalls(this);
@@ -112,8 +120,8 @@ CCadSession::Attempt CCadSession::Try()
 void CCadSession::EndOldServer()
 {
     // The end of the Windows session ends the wait early; the system sees to the server then.
-    if (!m_process.WaitForEnd(m_patience.forEnd) && !CWinApp::IsSessionEnding() && m_process.Terminate()) {
-        static_cast<void>(m_process.WaitForEnd(kForcedEndTime));
+    if (!m_process.WaitForEnd(m_patience.forEnd) && !CWinApp::IsSessionEnding()) {
+        m_process.Terminate();
     }
 }
 

@@ -70,5 +70,6 @@ private:
     CServerProcess& m_process;
     const std::wstring m_progId;
     const CadPatience m_patience;
+    bool m_connected = false;
     bool m_givenUp = false;  // a server that this program did not start is no longer waited for
 };

@@ -77,6 +77,9 @@ int ShowMessage(const std::wstring& text, UINT type)
 
 int ShowMessage(const MessageRequest& request)
 {
+    if (CWinApp::IsSessionEnding()) {
+        return (request.type & MB_TYPEMASK) == MB_YESNO ? IDNO : IDOK;
+    }
     if (g_listener) {
         if (const std::optional<int> button = g_listener(request)) {
             return *button;

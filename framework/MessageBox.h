@@ -16,6 +16,7 @@ struct MessageRequest
 
 // Shows a modal message box with the application's title, owned by the last active popup of the main window.
 // Returns the button pressed (IDOK, IDYES, ...). Every message box of the program is shown by this function.
+// While the Windows session ends, none is shown: it would wait for an answer. The result is then No or OK.
 int ShowMessage(const std::wstring& text, UINT type = MB_OK);
 int ShowMessage(const MessageRequest& request);
 

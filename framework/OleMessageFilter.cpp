@@ -21,7 +21,8 @@ LONGLONG Now()
 
 LONGLONG MadeAt(const MSG& message)
 {
-    return Now() - static_cast<LONGLONG>(static_cast<DWORD>(GetTickCount() - message.time));
+    // Signed: input that another program sends may carry a time that is slightly ahead.
+    return Now() - static_cast<LONG>(GetTickCount() - message.time);
 }
 
 // COM asks the filter when a message arrives ("IMessageFilter::MessagePending method").

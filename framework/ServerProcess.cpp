@@ -74,13 +74,14 @@ bool IsStartedByCom(DWORD parent)
     return parent != 0 && (parent == GetCurrentProcessId() || parent == ActivatorId());
 }
 
-// Whether a window is a program's main window: one that a user works in, and no prompt.
+// Whether a window is a program's main window: one that a user works in, and no prompt or splash screen.
 bool IsMainWindow(HWND window)
 {
     constexpr int kDialogClass = 32'770;
     RECT place{};
     return IsWindowVisible(window) != FALSE && GetWindow(window, GW_OWNER) == nullptr &&
            (GetWindowLongW(window, GWL_EXSTYLE) & WS_EX_TOOLWINDOW) == 0 &&
+           (GetWindowLongW(window, GWL_STYLE) & (WS_THICKFRAME | WS_MINIMIZEBOX)) != 0 &&
            GetClassLongPtrW(window, GCW_ATOM) != kDialogClass && GetWindowRect(window, &place) != FALSE &&
            IsRectEmpty(&place) == FALSE;
 }
@@ -125,6 +126,7 @@ CServerProcess::~CServerProcess()
 void CServerProcess::BeginRun(const std::wstring& progId)
 {
     m_runSince = Now();
+    m_before.reset();
     std::wstring image = LocalServerImage(progId);
     if (!EqualFileNames(image, m_image)) {
         Forget();
@@ -135,24 +137,32 @@ void CServerProcess::BeginRun(const std::wstring& progId)
 
 void CServerProcess::BeginConnect()
 {
-    Forget();
-    m_before = ProcessesOf(m_image);
-    m_wasAlive = IsRecent(m_before);
+    std::vector<Process> processes = ProcessesOf(m_image);
+    m_wasAlive = IsRecent(processes);
+    if (!m_before) {
+        m_connectingSince = Now();
+        m_before = std::move(processes);
+    }
 }
 
 void CServerProcess::EndConnect(bool connected)
 {
-    const std::vector<Process> before = std::exchange(m_before, {});
-    std::vector<Process> processes = ProcessesOf(m_image);
-    if (!connected || processes.empty()) {
+    if (!connected) {
         return;
     }
-    m_connectedSince = std::ranges::min_element(processes, {}, &Process::created)->created;
-    std::erase_if(processes, [&before](const Process& process) {
-        return std::ranges::find(before, process.id, &Process::id) != before.end();
-    });
-    if (processes.size() == 1 && IsStartedByCom(processes[0].parent)) {
-        Adopt(processes[0]);
+    std::vector<Process> processes = ProcessesOf(m_image);
+    if (!processes.empty()) {
+        m_connectedSince = std::ranges::min_element(processes, {}, &Process::created)->created;
+    }
+    const bool ownOneOnly = IsOurs() && processes.size() == 1 && processes[0].id == m_id;
+    const std::vector<Process> newOnes = NewOnes(std::move(processes));
+    m_before.reset();
+    if (newOnes.size() == 1 && IsStartedByCom(newOnes[0].parent)) {
+        Adopt(newOnes[0]);
+    } else if (ownOneOnly) {
+        Tie();
+    } else {
+        Forget();
     }
 }
 
@@ -164,12 +174,13 @@ bool CServerProcess::IsOurs()
     return m_process != nullptr;
 }
 
-void CServerProcess::LetGo(bool asked)
+void CServerProcess::LetGo(bool isEnding)
 {
+    m_before.reset();
     if (m_connectedSince != 0) {
         m_letGoSince = std::exchange(m_connectedSince, 0);
     }
-    if (asked) {
+    if (isEnding) {
         Untie();
     }
 }
@@ -186,7 +197,13 @@ bool CServerProcess::WaitForEnd(DWORD milliseconds)
 
 bool CServerProcess::Terminate()
 {
-    return IsOurs() && TerminateProcess(m_process.get(), 1) != FALSE;
+    constexpr DWORD kEndTime = 5'000;  // milliseconds
+    if (!IsOurs()) {
+        return false;
+    }
+    // Fails for a process that has ended ("TerminateProcess function").
+    TerminateProcess(m_process.get(), 1);
+    return WaitForSingleObject(m_process.get(), kEndTime) == WAIT_OBJECT_0;
 }
 
 // The processes of an image that are alive and that this program may ask for their image.
@@ -213,6 +230,16 @@ std::vector<CServerProcess::Process> CServerProcess::ProcessesOf(const std::wstr
     return processes;
 }
 
+// The time counts, too: a process that could not be opened before the connection is not a new one.
+std::vector<CServerProcess::Process> CServerProcess::NewOnes(std::vector<Process> processes) const
+{
+    std::erase_if(processes, [this](const Process& process) {
+        return process.created < m_connectingSince ||
+               (m_before && std::ranges::find(*m_before, process.id, &Process::id) != m_before->end());
+    });
+    return processes;
+}
+
 bool CServerProcess::IsRecent(const std::vector<Process>& processes) const
 {
     const ULONGLONG since = m_letGoSince != 0 ? m_letGoSince : m_runSince;
@@ -222,6 +249,7 @@ bool CServerProcess::IsRecent(const std::vector<Process>& processes) const
 
 void CServerProcess::Adopt(const Process& process)
 {
+    Forget();
     m_process.reset(OpenProcess(kServerRights, FALSE, process.id));
     if (m_process != nullptr) {
         m_id = process.id;

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,21 +24,22 @@ public:
     // server lives on.
     void BeginRun(const std::wstring& progId);
 
-    // Notes the processes of the class's image. Call it before each attempt to connect.
+    // Call it before each attempt to connect.
     void BeginConnect();
 
     // Finds the server if the attempt has succeeded. It counts as started by this program if exactly one
-    // process of the image has appeared since BeginConnect and COM started it. It is then tied to this
-    // program: it ends when this program ends, however that happens. Processes that it starts are not tied.
+    // process of the image has appeared since the first of the attempts and COM started it, or if the server
+    // that this program started before is the only process of the image. It is then tied to this program: it
+    // ends when this program ends, however that happens. Processes that it starts are not tied.
     void EndConnect(bool connected);
 
     // Whether this program started the server. No longer true once the server shows a main window, as its
     // user may work in it: from then on it is not tied and never ended.
     [[nodiscard]] bool IsOurs();
 
-    // The connection is released; from now on WasAlive asks for its server. A server that was asked to end,
-    // and said yes, is not tied any more.
-    void LetGo(bool asked);
+    // The connection is released; from now on WasAlive asks for its server. A server that is ending, as it
+    // was asked to, is not tied any more.
+    void LetGo(bool isEnding);
 
     // Whether the server that was let go last or a newer process of the image was alive at the last
     // BeginConnect or is now. If none was let go yet: a process that was started since BeginRun.
@@ -47,8 +49,8 @@ public:
     // meanwhile. Returns whether it has ended; true at once for any other server.
     [[nodiscard]] bool WaitForEnd(DWORD milliseconds);
 
-    // Ends a server that this program started, and does not wait for its end. Returns false when it may or
-    // can not; any other server lives on.
+    // Ends a server that this program started, and waits until it is gone, at most five seconds. Returns true
+    // if it has been ended or had ended by itself. Any other server lives on.
     bool Terminate();
 
 private:
@@ -62,13 +64,16 @@ private:
 
     [[nodiscard]] static std::vector<Process> ProcessesOf(const std::wstring& image);
     [[nodiscard]] bool IsRecent(const std::vector<Process>& processes) const;
+    [[nodiscard]] std::vector<Process> NewOnes(std::vector<Process> processes) const;
     void Adopt(const Process& process);
     void Tie();
     void Untie();
     void Forget();
 
-    std::wstring m_image;            // of the class; empty when no program serves it
-    std::vector<Process> m_before;   // the image's processes before the connection
+    std::wstring m_image;  // of the class; empty when no program serves it
+    // The image's processes before the first attempt to connect, and its time; none when connected.
+    std::optional<std::vector<Process>> m_before;
+    ULONGLONG m_connectingSince = 0;
     bool m_wasAlive = false;         // what WasAlive asks for, at BeginConnect
     ULONGLONG m_connectedSince = 0;  // start of the connected server, or of the oldest that it may be; else 0
     ULONGLONG m_letGoSince = 0;      // the same of the server let go last; 0 if none was

@@ -30,6 +30,15 @@ void DispatchUnlessQuit(MSG& message)
     }
 }
 
+constexpr MessageRange kKeys{WM_KEYDOWN, WM_KEYDOWN};
+
+bool IsEscapeNextKey()
+{
+    MSG message{};
+    return PeekMessageW(&message, nullptr, kKeys.first, kKeys.last, PM_NOREMOVE) != FALSE &&
+           message.wParam == VK_ESCAPE;
+}
+
 // The queue has all input again that the message filter held during a call.
 void ReturnHeldInput()
 {
@@ -78,19 +87,25 @@ bool CWinApp::PumpMessage()
 
 void CWinApp::PumpPendingMessage()
 {
+    constexpr MessageRange kButtons{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK};
+    constexpr MessageRange kFrameButtons{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK};
     // Key releases come late: one is left over from the key that started a run.
-    constexpr std::array kOrder{MessageRange{WM_KEYDOWN, WM_KEYDOWN},
-                                MessageRange{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK},
-                                MessageRange{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK},
-                                MessageRange{WM_KEYFIRST, WM_KEYLAST}, MessageRange{0, 0}};
+    constexpr MessageRange kAllKeys{WM_KEYFIRST, WM_KEYLAST};
+    constexpr MessageRange kAnything{0, 0};
+    constexpr std::array kKeysFirst{kKeys, kButtons, kFrameButtons, kAllKeys, kAnything};
+    constexpr std::array kButtonsFirst{kButtons, kFrameButtons, kKeys, kAllKeys, kAnything};
+    // In turns, so that a click does not wait behind a key that repeats.
+    static bool s_keysFirst = true;
     ReturnHeldInput();
     MSG message{};
-    for (const MessageRange& range : kOrder) {
+    for (const MessageRange& range : s_keysFirst || IsEscapeNextKey() ? kKeysFirst : kButtonsFirst) {
         if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
+            s_keysFirst = message.message != WM_KEYDOWN;
             DispatchUnlessQuit(message);
             return;
         }
     }
+    s_keysFirst = true;
 }
 
 void CWinApp::DropPendingInput()

@@ -28,7 +28,8 @@ public:
     static bool PumpMessage();
 
     // The same for one message that is already there; does nothing when the queue is empty. Keys and clicks
-    // come first, so that a press of Cancel does not wait for other messages.
+    // come first, so that a press of Cancel does not wait for other messages: Escape counts at the first
+    // call, a click at the second.
     static void PumpPendingMessage();
 
     // Removes keyboard, mouse and pointer messages for all windows from the thread's queue.
@@ -37,7 +38,8 @@ public:
     // Waits for automation calls.
     [[nodiscard]] COleMessageFilter& GetMessageFilter() { return m_messageFilter; }
 
-    // The user ends the Windows session. Long operations end at their next step then, without a message box.
+    // The user ends the Windows session. Long operations end at their next step then; message boxes are not
+    // shown.
     void SetSessionEnding(bool ending) { m_sessionEnding = ending; }
     [[nodiscard]] static bool IsSessionEnding();
 

@@ -9,6 +9,7 @@
 #include "framework/LongOperation.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
+#include "framework/WinApp.h"
 
 namespace {
 
@@ -96,16 +97,20 @@ void CConversionRun::Run()
     m_total = m_table.CountPendingRows();
     m_mapPath = MapFilePath(m_options.standardPartsFolder);
     OpenProgress();
-    const CLongOperation operation(m_mainWindow.m_hWnd, m_progress->GetWindowText());
-    FinishWith(Convert());
+    const End end = Convert();
+    FinishWith(m_progress->IsSessionEnding() ? End::sessionEnded : end);
 }
 
 // ---- The run as a whole
 
 CConversionRun::End CConversionRun::Convert()
 {
+    const CLongOperation operation(m_mainWindow.m_hWnd, m_progress->GetWindowText());
     if (const std::optional<End> end = PrepareCad()) {
         return *end;
+    }
+    if (m_progress->IsSessionEnding()) {
+        return End::sessionEnded;  // the old map file stays
     }
     if (!m_mapFile.Open(m_mapPath)) {
         return End::mapFileNotOpened;
@@ -145,11 +150,11 @@ std::optional<CConversionRun::End> CConversionRun::ReloadCad()
     return EndAfter(m_cad.Reconnect());
 }
 
-std::optional<CConversionRun::End> CConversionRun::EndAfter(CCadSession::Outcome outcome) const
+std::optional<CConversionRun::End> CConversionRun::EndAfter(CCadSession::Outcome outcome)
 {
     switch (outcome) {
         case CCadSession::Outcome::notLoaded:
-            return m_progress->IsSessionEnding() ? End::sessionEnded : End::cadNotLoaded;
+            return End::cadNotLoaded;
         case CCadSession::Outcome::tooOld:
             return End::cadTooOld;
         case CCadSession::Outcome::connected:
@@ -163,6 +168,9 @@ CConversionRun::End CConversionRun::ConvertRows()
     for (int row = m_table.GetNextItem(-1, LVNI_ALL); row != -1; row = m_table.GetNextItem(row, LVNI_ALL)) {
         if (const std::optional<End> end = ConvertRow(ReadRow(row))) {
             return *end;
+        }
+        if (m_progress->IsSessionEnding()) {
+            return End::sessionEnded;
         }
     }
     return End::finished;
@@ -185,7 +193,6 @@ void CConversionRun::FinishWith(End end)
             CloseProgressAndCad();
             break;
         case End::sessionEnded:
-            // Without a message, a failure of the close included: the session would wait for its answer.
             static_cast<void>(m_mapFile.Close());
             CloseProgressAndCad();
             break;
@@ -207,14 +214,15 @@ void CConversionRun::CloseProgressAndCad()
     ReleaseCad();
 }
 
-// The main window comes back as soon as the message is answered. It takes no commands yet: the dialog drops
-// them until the run has returned.
+// The main window comes back as soon as the message is answered. Until the run has returned, the dialog drops
+// commands, and what was typed while SOLIDWORKS was released is dropped here: an Enter would start a run.
 void CConversionRun::AbortRun(const std::wstring& message)
 {
     ShowMessage(message);
     CloseProgress();
     m_view.TakeInputAgain();
     ReleaseCad();
+    CWinApp::DropPendingInput();
     ReportWriteFailure(m_mapFile.Close());
 }
 
@@ -244,9 +252,6 @@ std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
             return end;
         }
         FinishRow(row);
-        if (m_progress->IsSessionEnding()) {
-            return End::sessionEnded;
-        }
         if (m_progress->IsCancelled()) {
             return End::cancelled;
         }
@@ -308,9 +313,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
         m_sldWorks.WriteBomEntries(*m_progress, row.target, fields, row.entry.strBomName, fileShare, m_done);
         return std::nullopt;
     } catch (const COleDispatchException& error) {
-        if (!m_progress->IsSessionEnding()) {  // the session would wait for the answer
-            ShowDispatchError(error);
-        }
+        ShowDispatchError(error);
     } catch (const CException&) {
         // Without a message: SOLIDWORKS gave no text, and it is loaded again below.
     }

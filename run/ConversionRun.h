@@ -58,7 +58,7 @@ private:
     std::optional<End> PrepareCad();
     std::optional<End> LoadCad();
     std::optional<End> ReloadCad();
-    [[nodiscard]] std::optional<End> EndAfter(CCadSession::Outcome outcome) const;
+    [[nodiscard]] static std::optional<End> EndAfter(CCadSession::Outcome outcome);
     End ConvertRows();
     void FinishWith(End end);
     void CloseProgressAndCad();

@@ -12,6 +12,7 @@
 #include "files/Paths.h"
 #include "framework/DialogData.h"
 #include "framework/Language.h"
+#include "framework/LongOperation.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
 #include "framework/PendingMessages.h"
@@ -468,11 +469,11 @@ LRESULT CTalvenorDlg::OnSetCursor(WPARAM, LPARAM lParam)
     return Default();
 }
 
-// During a run the session has to wait until the part in hand is finished. The message was sent, so no
-// automation call could be made here.
+// During a run the session has to wait until the part in hand is finished; not for the answer to the message
+// after it. The message was sent, so no automation call could be made here.
 LRESULT CTalvenorDlg::OnQueryEndSession(WPARAM, LPARAM)
 {
-    if (!m_bRunning) {
+    if (!CLongOperation::IsActive()) {
         return Default();
     }
     CWinApp::Get()->SetSessionEnding(true);
@@ -483,7 +484,7 @@ LRESULT CTalvenorDlg::OnQueryEndSession(WPARAM, LPARAM)
 // mind or the refusal holds the session up cannot be told apart.
 LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM)
 {
-    if (m_bRunning && wParam != FALSE) {
+    if (CLongOperation::IsActive() && wParam != FALSE) {
         CWinApp::Get()->SetSessionEnding(true);
     }
     return Default();

@@ -46,7 +46,7 @@ protected:
     CadSessionTest()
     {
         m_application.On(kGetDateCode, AnswerLong(2024100));
-        m_session.emplace(m_sldWorks, m_process, kProgId, m_patience);
+        m_session.emplace(m_sldWorks, *m_process, kProgId, m_patience);
     }
 
     void SetUp() override
@@ -66,7 +66,7 @@ protected:
 
     void SetPatience(const CadPatience& patience)
     {
-        m_session.emplace(m_sldWorks, m_process, kProgId, patience);
+        m_session.emplace(m_sldWorks, *m_process, kProgId, patience);
     }
 
     // Has each connection start a process of the server.
@@ -161,7 +161,7 @@ protected:
     std::deque<CWaitingProcess> m_servers;  // does not move them
     const CadPatience m_patience{.forEnd = 400, .forConnection = 800, .betweenTries = 50};
     CSldWorks m_sldWorks;
-    CServerProcess m_process;
+    std::optional<CServerProcess> m_process{std::in_place};
     std::optional<CCadSession> m_session;
 };
 
@@ -219,6 +219,40 @@ TEST_F(CadSessionTest, AReleaseWaitsForNothing)
     m_session.reset();
     EXPECT_LT(GetTickCount64() - start, m_patience.forEnd);
     EXPECT_FALSE(m_servers[0].Ends(0));
+}
+
+// The run releases its session once more when it is destroyed.
+TEST_F(CadSessionTest, AServerThatCouldNotBeAskedToEndEndsWithTheProgram)
+{
+    StartServers();
+    ASSERT_EQ(m_session->Connect(), Outcome::connected);
+    m_application.On(kExit, [](FakeCall&) { return E_FAIL; });
+    m_session->Release();
+    m_session->Release();
+    m_session.reset();
+    EXPECT_FALSE(m_servers[0].Ends(kNotLong));
+    m_process.reset();
+    EXPECT_TRUE(m_servers[0].Ends());
+}
+
+// It may still be saving.
+TEST_F(CadSessionTest, AServerThatGoesWithoutAnAnswerIsLeftAlone)
+{
+    for (const HRESULT status :
+         {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED), HRESULT{RPC_E_DISCONNECTED}}) {
+        SCOPED_TRACE(status);
+        m_session.reset();
+        m_process.emplace();
+        SetPatience(m_patience);
+        StartServers();
+        m_application.On(kExit, [status](FakeCall&) { return status; });
+        ASSERT_EQ(m_session->Connect(), Outcome::connected);
+        m_session->Release();
+        m_session.reset();
+        m_process.reset();
+        EXPECT_FALSE(m_servers.back().Ends(kNotLong));
+        m_servers.clear();
+    }
 }
 
 // A window that is covered and uncovered while the program waits.
@@ -383,6 +417,24 @@ TEST_F(CadSessionTest, AServerThatRefusesItsFirstCallIsReplaced)
     EXPECT_FALSE(m_servers[1].Ends(0));
 }
 
+// It has been asked to end, stays longer than a run waits, and its class with it.
+TEST_F(CadSessionTest, AnOldServerThatRefusesTheNextRunIsEnded)
+{
+    LetGoOwnServer();
+    SetPatience({.forEnd = 200, .forConnection = 10'000, .betweenTries = 50});
+    m_class.m_onCreate = [this] {
+        if (m_servers[0].Ends(0)) {
+            m_servers.emplace_back(m_image);
+        }
+        return S_OK;
+    };
+    m_application.On(kGetDateCode, [this](FakeCall& call) {
+        return m_servers.size() == 1 ? RPC_E_DISCONNECTED : AnswerLong(2024100)(call);
+    });
+    EXPECT_EQ(m_session->Connect(), Outcome::connected);
+    EXPECT_TRUE(m_servers[0].Ends(0));
+}
+
 TEST_F(CadSessionTest, AnOldServerIsNoFailure)
 {
     m_application.On(kGetDateCode, AnswerLong(1999249));
@@ -442,6 +494,29 @@ TEST_F(CadSessionTest, AfterAYesAReachedServerIsNotWaitedForAnyMore)
     EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
     EXPECT_EQ(m_class.m_created, 1);
     EXPECT_EQ(WhileCallWaits(), DWORD{PENDINGMSG_WAITDEFPROCESS});
+}
+
+TEST_F(CadSessionTest, AfterAYesBetweenTwoTriesNoOtherIsMade)
+{
+    LetGoReachedServer();
+    m_application.On(kGetDateCode, [](FakeCall&) { return RPC_E_DISCONNECTED; });
+    m_application.On(kExit, [](FakeCall&) {
+        EXPECT_EQ(GiveUpCall(expected::kStopWaiting), DWORD{PENDINGMSG_CANCELCALL});
+        return RPC_E_CALL_CANCELED;
+    });
+    EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
+    EXPECT_EQ(m_class.m_created, 1);
+}
+
+TEST_F(CadSessionTest, AfterAYesInTheFirstCallNoOtherTryIsMade)
+{
+    StartServers();
+    m_application.On(kGetDateCode, [](FakeCall&) {
+        EXPECT_EQ(GiveUpCall(expected::kEndCad), DWORD{PENDINGMSG_WAITNOPROCESS});
+        return HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);
+    });
+    EXPECT_EQ(m_session->Connect(), Outcome::notLoaded);
+    EXPECT_EQ(m_class.m_created, 1);
 }
 
 TEST_F(CadSessionTest, AsksInEnglish)

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "framework/LongOperation.h"
+#include "framework/WinApp.h"
 #include "resources/resource.h"
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/FakeAutomation.h"
@@ -1224,6 +1226,45 @@ TEST_F(EndOfRunTest, WhenTheSessionEndsWhileItCopiesOnly)
     EXPECT_EQ(Boxes(), Texts{});
     EXPECT_EQ(Marks(), "cP");
     EXPECT_EQ(Records().size(), 1U);
+}
+
+TEST_F(EndOfRunTest, WhenTheSessionEndsWhileACopyFails)
+{
+    std::filesystem::remove(L"lib\\a1.sldprt");
+    m_screen.m_onFirstLine = [](const std::wstring&) { CWinApp::Get()->SetSessionEnding(true); };
+    RunToTheEnd(true);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(Boxes(), Texts{});
+    EXPECT_EQ(Marks(), "PP");
+    EXPECT_FALSE(PathExists(L"lib\\Mapped\\b2.sldprt"));
+}
+
+TEST_F(EndOfRunTest, WhenTheSessionEndsWhileTheCadSystemIsLoaded)
+{
+    for (const long dateCode : {2024100L, 1999249L}) {
+        SCOPED_TRACE(dateCode);
+        WriteBytes(kMapFile, "the old map file");
+        m_application.On(kGetDateCode,
+                         Before([] { CWinApp::Get()->SetSessionEnding(true); }, AnswerLong(dateCode)));
+        RunToTheEnd(false);
+        CWinApp::Get()->SetSessionEnding(false);
+        EXPECT_EQ(Boxes(), Texts{});
+        EXPECT_EQ(ReadBytes(kMapFile), "the old map file");
+        ExpectNothingCopied();
+    }
+}
+
+// The computer may fall asleep, and the session may end, in front of the last message.
+TEST_F(EndOfRunTest, AfterTheLongOperation)
+{
+    bool duringCall = false;
+    m_application.On(kOpenDocument,
+                     Before([&] { duringCall = CLongOperation::IsActive(); }, AnswerObject(&m_document)));
+    bool duringMessage = true;
+    m_onBox = [&] { duringMessage = CLongOperation::IsActive(); };
+    RunToTheEnd(false);
+    EXPECT_TRUE(duringCall);
+    EXPECT_FALSE(duringMessage);
 }
 
 TEST_F(EndOfRunTest, WhenTheCadSystemIsNotLoaded)

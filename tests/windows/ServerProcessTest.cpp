@@ -241,15 +241,73 @@ TEST_F(ServerProcessTest, APromptMakesNoUser)
     EXPECT_TRUE(m_server->IsOurs());
 }
 
-// The next connection reaches the server that could not be asked to end.
-TEST_F(ServerProcessTest, TheNextConnectionLetsTheLastServerLive)
+TEST_F(ServerProcessTest, ASplashScreenMakesNoUser)
 {
+    const CWaitingProcess process = Connect();
+    process.ShowSplashScreen();
+    EXPECT_TRUE(m_server->IsOurs());
+}
+
+// The next connection reaches the server that could not be asked to end.
+TEST_F(ServerProcessTest, AServerOfOursThatIsReachedAgainStaysOurs)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(false);
+    ConnectToRunning();
+    EXPECT_TRUE(m_server->IsOurs());
+    m_server.reset();
+    EXPECT_TRUE(process.Ends());
+}
+
+TEST_F(ServerProcessTest, AServerOfOursThatIsReachedAgainIsTiedAgain)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(true);
+    ConnectToRunning();
+    m_server.reset();
+    EXPECT_TRUE(process.Ends());
+}
+
+TEST_F(ServerProcessTest, WithAnotherServerBesideOursNobodyKnowsWhichWasReached)
+{
+    const CWaitingProcess other(m_image);
     const CWaitingProcess process = Connect();
     m_server->LetGo(false);
     ConnectToRunning();
     EXPECT_FALSE(m_server->IsOurs());
     m_server.reset();
     EXPECT_FALSE(process.Ends(kNotLong));
+}
+
+TEST_F(ServerProcessTest, AFailedConnectionKeepsTheServerOfTheLast)
+{
+    const CWaitingProcess process = Connect();
+    m_server->LetGo(true);
+    m_server->BeginConnect();
+    m_server->EndConnect(false);
+    EXPECT_TRUE(m_server->IsOurs());
+    EXPECT_TRUE(m_server->Terminate());
+    EXPECT_TRUE(process.Ends(0));
+}
+
+// As when the system gives up an activation that takes too long, and the next attempt reaches the server.
+TEST_F(ServerProcessTest, AServerThatAppearedWithAnEarlierAttemptIsOurs)
+{
+    m_server->BeginConnect();
+    const CWaitingProcess process(m_image);
+    m_server->EndConnect(false);
+    ConnectToRunning();
+    EXPECT_TRUE(m_server->IsOurs());
+}
+
+TEST_F(ServerProcessTest, TheNextRunBeginsWithTheServersThatThereAre)
+{
+    m_server->BeginConnect();
+    const CWaitingProcess process(m_image);
+    m_server->EndConnect(false);
+    m_server->BeginRun(kProgId);
+    ConnectToRunning();
+    EXPECT_FALSE(m_server->IsOurs());
 }
 
 TEST_F(ServerProcessTest, AnotherClassForgetsTheServer)
@@ -294,6 +352,15 @@ TEST_F(ServerProcessTest, TerminateEndsTheServer)
     EXPECT_TRUE(m_server->Terminate());
     EXPECT_TRUE(process.Ends());
     EXPECT_TRUE(m_server->WaitForEnd(0));
+}
+
+// On Windows the call that ends a process fails for one that has ended; under Wine it does not.
+TEST_F(ServerProcessTest, AServerThatHasEndedByItselfNeedsNoForce)
+{
+    const CWaitingProcess process = Connect();
+    process.EndLater(0);
+    EXPECT_TRUE(process.Ends());
+    EXPECT_TRUE(m_server->Terminate());
 }
 
 TEST_F(ServerProcessTest, WaitsForNobodyElse)

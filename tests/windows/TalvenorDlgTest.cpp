@@ -1703,6 +1703,24 @@ TEST_P(BusyDialogTest, InputDuringARunThatEndsEarlyIsDiscarded)
     });
 }
 
+TEST_P(BusyDialogTest, InputWhileTheCadSystemEndsAfterAnEarlyEndIsDiscarded)
+{
+    m_application.On(kGetDateCode, AnswerLong(1999249));
+    m_application.On(kExit, [this](FakeCall&) {
+        if (m_class.m_created == 1) {
+            TypeEnter();
+        }
+        return S_OK;
+    });
+    m_answer = IDNO;
+    Run([this] {
+        Press(IDC_START);
+        DrainMessages();
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kCadTooOld.Current()});
+        EXPECT_EQ(m_class.m_created, 1);
+    });
+}
+
 TEST_P(BusyDialogTest, TheEndOfTheSessionWaitsForTheRowInHandAndEndsTheRunWithoutAMessage)
 {
     int opened = 0;

@@ -50,6 +50,11 @@ public:
         Post(WM_APP + 1);
         EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindWindowW(L"#32770", kTitle)) != FALSE; }));
     }
+    void ShowSplashScreen() const
+    {
+        Post(WM_APP + 4);
+        EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindMainWindow()) != FALSE; }));
+    }
     // Returns when the window is gone.
     void CloseMainWindow() const
     {

@@ -58,6 +58,34 @@ TEST(WinApp, TakesAnEscapeFirstAndAClickNext)
               (std::vector<UINT>{WM_KEYDOWN, WM_LBUTTONDOWN, WM_LBUTTONUP, WM_KEYUP, WM_APP, WM_MOUSEMOVE}));
 }
 
+TEST(WinApp, NoClickWaitsBehindMoreThanOneKey)
+{
+    CNotingWindow window;
+    DrainMessages();
+    window.m_wanted = {WM_LBUTTONDOWN, WM_KEYDOWN};
+    for (const WPARAM key : {'A', 'B', 'C'}) {
+        window.PostMessage(WM_KEYDOWN, key);
+    }
+    window.PostMessage(WM_LBUTTONDOWN);
+    for (int take = 0; take < 4; ++take) {
+        CWinApp::PumpPendingMessage();
+    }
+    EXPECT_EQ(window.m_messages, (std::vector<UINT>{WM_KEYDOWN, WM_LBUTTONDOWN, WM_KEYDOWN, WM_KEYDOWN}));
+}
+
+TEST(WinApp, NoEscapeWaitsBehindAClick)
+{
+    CNotingWindow window;
+    DrainMessages();
+    window.m_wanted = {WM_LBUTTONDOWN, WM_KEYDOWN};
+    window.PostMessage(WM_KEYDOWN, 'A');
+    CWinApp::PumpPendingMessage();
+    window.PostMessage(WM_LBUTTONDOWN);
+    window.PostMessage(WM_KEYDOWN, VK_ESCAPE);
+    CWinApp::PumpPendingMessage();
+    EXPECT_EQ(window.m_messages, (std::vector<UINT>{WM_KEYDOWN, WM_KEYDOWN}));
+}
+
 // A handler that is never asked.
 class CSilentHandler : public CStalledCallHandler
 {

@@ -11,11 +11,12 @@ constexpr UINT kShowWindow = WM_APP;
 constexpr UINT kShowPrompt = WM_APP + 1;
 constexpr UINT kStartAnother = WM_APP + 2;
 constexpr UINT kEndLater = WM_APP + 3;  // after wParam milliseconds
+constexpr UINT kShowSplashScreen = WM_APP + 4;
 
-HWND Show(const wchar_t* windowClass)
+HWND Show(const wchar_t* windowClass, DWORD style = WS_OVERLAPPEDWINDOW)
 {
-    return CreateWindowExW(0, windowClass, L"window of waitingprogram", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 40,
-                           40, 200, 100, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+    return CreateWindowExW(0, windowClass, L"window of waitingprogram", style | WS_VISIBLE, 40, 40, 200, 100,
+                           nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
 }
 
 // Starts this program once more, which then has this process as its parent.
@@ -36,6 +37,9 @@ void Obey(const MSG& message)
             break;
         case kStartAnother:
             StartAnother();
+            break;
+        case kShowSplashScreen:
+            Show(L"Static", WS_POPUP);
             break;
         case kEndLater:
             Sleep(static_cast<DWORD>(message.wParam));
