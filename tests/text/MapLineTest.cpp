@@ -51,7 +51,7 @@ UTtab_entry Parsed(std::wstring_view line)
     return entry;
 }
 
-// A record line of the given number of bytes, for the entry with a BOM name of as many "x" as needed.
+// A record of `size` bytes; the BOM name is padded with "x".
 std::string RecordOfSize(std::size_t size)
 {
     const std::string start = "a ; b ; ";
@@ -65,7 +65,7 @@ std::string Record(std::wstring original, std::wstring renamed, std::wstring bom
 
 }  // namespace
 
-TEST(ParseMapLine, ReadsThreeFieldsWithoutOuterBlanks)
+TEST(ParseMapLine, TrimsTheFields)
 {
     EXPECT_EQ(Parsed(L"a ; b ; c"), (UTtab_entry{L"a", L"b", L"c"}));
     EXPECT_EQ(Parsed(L"a\t ;\t b  ; \tc"), (UTtab_entry{L"a", L"b", L"c"}));
@@ -83,18 +83,23 @@ TEST(ParseMapLine, AcceptsAnEmptyBomName)
     EXPECT_EQ(Parsed(L"a ; b ;"), (UTtab_entry{L"a", L"b", L""}));
 }
 
+TEST(ParseMapLine, KeepsATrailingNoBreakSpace)
+{
+    EXPECT_EQ(Parsed(L"a ; b ; c\u00A0"), (UTtab_entry{L"a", L"b", L"c\u00A0"}));
+}
+
 TEST(ParseMapLine, SplitsAtTheFirstTwoSeparatorsOnly)
 {
     EXPECT_EQ(Parsed(L"a ; b ; c ; d"), (UTtab_entry{L"a", L"b", L"c ; d"}));
     EXPECT_EQ(Parsed(L"a;b;;"), (UTtab_entry{L"a", L"b", L";"}));
 }
 
-TEST(ParseMapLine, ReadsASecondFieldOfBlanksAsEmpty)
+TEST(ParseMapLine, AcceptsASecondFieldOfBlanks)
 {
     EXPECT_EQ(Parsed(L"a; ;c"), (UTtab_entry{L"a", L"", L"c"}));
 }
 
-TEST(ParseMapLine, RefusesALineWithoutTwoFilledFieldsAndLeavesTheEntry)
+TEST(ParseMapLine, RefusesAMissingOrEmptyFieldAndKeepsTheEntry)
 {
     for (const wchar_t* const line : {L"", L"a", L"a;", L"a;b", L"a ; b", L"a;;c", L"a;;", L";b;c", L";"}) {
         UTtab_entry entry{L"1", L"2", L"3"};
@@ -103,7 +108,7 @@ TEST(ParseMapLine, RefusesALineWithoutTwoFilledFieldsAndLeavesTheEntry)
     }
 }
 
-TEST(EncodeMapText, UsesTheCodeUpToFFAsTheByte)
+TEST(EncodeMapText, EncodesCodesUpToFFAsTheSameByte)
 {
     for (int code = 0; code <= 0xFF; ++code) {
         EXPECT_EQ(EncodeMapText(std::wstring(1, static_cast<wchar_t>(code)), QuestionMark),
@@ -111,14 +116,14 @@ TEST(EncodeMapText, UsesTheCodeUpToFFAsTheByte)
     }
 }
 
-TEST(EncodeMapText, AsksTheRuleForEveryOtherCharacter)
+TEST(EncodeMapText, EncodesHigherCodesByTheRule)
 {
     const auto lowByte = [](wchar_t character) { return static_cast<char>(character & 0x7F); };
     EXPECT_EQ(EncodeMapText(L"\u0141\u0142x", lowByte), "ABx");
     EXPECT_EQ(EncodeMapText(L"\u0100\u20AC\uFFFF", QuestionMark), "???");
 }
 
-TEST(HasMapBytes, IsTrueWhenTheRuleHasAByteForEachCharacterAboveFF)
+TEST(HasMapBytes, IsTrueIfTheRuleHasAByteForEachHigherCode)
 {
     const auto onlyEuro = [](wchar_t character) { return character == L'\u20AC' ? '\x80' : '?'; };
     EXPECT_TRUE(HasMapBytes(L"", onlyEuro));
@@ -128,18 +133,18 @@ TEST(HasMapBytes, IsTrueWhenTheRuleHasAByteForEachCharacterAboveFF)
     EXPECT_FALSE(HasMapBytes(L"\u0100\u20AC", onlyEuro));
 }
 
-TEST(FormatMapRecord, JoinsTheFieldsByBlankSemicolonBlank)
+TEST(FormatMapRecord, SeparatesTheFieldsBySemicolons)
 {
     EXPECT_EQ(Record(L"N_ISO_4017_M8.sldprt", L"N_ISO_4017_M8.changed.sldprt", L"Norm 4017 - %2"),
               "N_ISO_4017_M8.sldprt ; N_ISO_4017_M8.changed.sldprt ; Norm 4017 - %2");
 }
 
-TEST(FormatMapRecord, KeepsTheTrailingBlankBeforeAnEmptyBomName)
+TEST(FormatMapRecord, EndsWithABlankIfThereIsNoBomName)
 {
     EXPECT_EQ(Record(L"a", L"b", L""), "a ; b ; ");
 }
 
-TEST(FormatMapRecord, WritesUmlautsAsOneByte)
+TEST(FormatMapRecord, WritesAnUmlautAsOneByte)
 {
     EXPECT_EQ(Record(L"ä", L"Ö", L"\u03A9"), "\xE4 ; \xD6 ; ?");
 }
@@ -152,6 +157,11 @@ TEST(FormatMapRecord, TruncatesEachFieldTo259Bytes)
         EXPECT_EQ(Record(field, field, field), cut + " ; " + cut + " ; " + cut);
     }
     EXPECT_EQ(Record(std::wstring(258, L'x'), L"b", L"c"), std::string(258, 'x') + " ; b ; c");
+}
+
+TEST(FormatMapRecord, WritesALineBreakAsBlanks)
+{
+    EXPECT_EQ(FormatMapRecord({L"a", L"b", L"one\r\ntwo"}, QuestionMark), "a ; b ; one  two");
 }
 
 TEST(FormatMapHeader, IsThreeCommentLinesAndAnEmptyOne)
@@ -169,12 +179,12 @@ TEST(FormatMapHeader, KeepsTheBytesOfThePath)
     EXPECT_TRUE(FormatMapHeader("D:\\\x96\xE4?").starts_with("; Datei: D:\\\x96\xE4?\n"));
 }
 
-TEST(ReadMapLines, FindsNothingInAnEmptyFile)
+TEST(ReadMapLines, AnEmptyFileHasNoEntries)
 {
     ExpectEntries(Read(""), {});
 }
 
-TEST(ReadMapLines, FindsNothingInTheHeader)
+TEST(ReadMapLines, TheHeaderHasNoEntries)
 {
     ExpectEntries(Read(FormatMapHeader("D:\\Parts\\Mapped\\PartsMap.txt")), {});
 }
@@ -206,13 +216,13 @@ TEST(ReadMapLines, AppendsToTheEntries)
     EXPECT_EQ(Entries(entries.begin(), entries.end()), (Entries{before, {L"a", L"b", L"c"}}));
 }
 
-TEST(ReadMapLines, StripsBlanksTabsAndCarriageReturnsAroundTheLine)
+TEST(ReadMapLines, TrimsBlanksTabsAndCarriageReturns)
 {
     ExpectEntries(Read(" \ta ; b ; c \t\r\n"), {{L"a", L"b", L"c"}});
     ExpectEntries(Read("a ; b ; \r\n"), {{L"a", L"b", L""}});
 }
 
-TEST(ReadMapLines, ReadsALastLineWithoutLineEnd)
+TEST(ReadMapLines, ReadsALastLineWithoutALineFeed)
 {
     ExpectEntries(Read("a;b;c\nd;e;f"), {{L"a", L"b", L"c"}, {L"d", L"e", L"f"}});
 }
@@ -237,38 +247,38 @@ TEST(ReadMapLines, StopsSilentlyAtALineOf256Bytes)
     ExpectEntries(Read("a;b;c\n" + RecordOfSize(256)), {{L"a", L"b", L"c"}});
 }
 
-TEST(ReadMapLines, CountsTheBytesOfALineBeforeStrippingThem)
+TEST(ReadMapLines, CountsTheBytesOfALineBeforeTrimming)
 {
     ExpectEntries(Read("a;b;c" + std::string(250, ' ') + "\n"), {{L"a", L"b", L"c"}});
     ExpectEntries(Read("a;b;c" + std::string(251, ' ') + "\n"), {});
 }
 
-TEST(ReadMapLines, StopsSilentlyAtACommentThatIsTooLong)
+TEST(ReadMapLines, StopsSilentlyAtALongComment)
 {
     ExpectEntries(Read(";" + std::string(255, 'x') + "\na;b;c\n"), {});
 }
 
-TEST(ReadMapLines, StopsAtABadLineAndKeepsTheEntriesBefore)
+TEST(ReadMapLines, StopsAtABadLineAndKeepsEarlierEntries)
 {
     const Reading reading = Read("a;b;c\nbad\nd;e;f\n");
     EXPECT_EQ(reading.badLine, 2);
     EXPECT_EQ(reading.entries, (Entries{{L"a", L"b", L"c"}}));
 }
 
-TEST(ReadMapLines, CountsCommentsAndEmptyLinesInTheLineNumber)
+TEST(ReadMapLines, LineNumbersIncludeCommentsAndEmptyLines)
 {
     const Reading reading = Read(FormatMapHeader("D:\\PartsMap.txt") + "a;;c\n");
     EXPECT_EQ(reading.badLine, 5);
     EXPECT_EQ(reading.entries, Entries());
 }
 
-TEST(ReadMapLines, NamesABadLastLineWithoutLineEnd)
+TEST(ReadMapLines, ReportsABadLastLineWithoutALineFeed)
 {
     const Reading reading = Read("a;b");
     EXPECT_EQ(reading.badLine, 1);
 }
 
-TEST(ReadMapLines, RoundTripsWhatTheWriterWrote)
+TEST(ReadMapLines, ReadsWhatFormatMapRecordWrites)
 {
     const Entries written = {{L"N_ISO_4017_M8.sldprt", L"N_ISO_4017_M8.changed.sldprt", L"Norm 4017 - %2"},
                              {L"Größe 5.sldprt", L"x y.sldprt", L"a ; b;c"},
@@ -281,9 +291,9 @@ TEST(ReadMapLines, RoundTripsWhatTheWriterWrote)
     ExpectEntries(Read(file), written);
 }
 
-TEST(ReadMapLines, RoundTripsEveryWritableCharacterOfAName)
+TEST(ReadMapLines, ReadsEveryCharacterThatANameCanHave)
 {
-    // From U+0021 on: control characters and blanks are no inner part of these one-character names.
+    // Blanks and control characters would be trimmed.
     for (int code = 0x21; code <= 0xFF; ++code) {
         if (code == L';' || code == 0x85 || code == 0xA0) {
             continue;
@@ -293,13 +303,13 @@ TEST(ReadMapLines, RoundTripsEveryWritableCharacterOfAName)
     }
 }
 
-TEST(ReadMapLines, RoundTripsACopyOnlyRunWithEmptyBomNames)
+TEST(ReadMapLines, ReadsTheRecordsOfACopyOnlyRun)
 {
     ExpectEntries(Read(Record(L"a", L"b", L"") + "\n" + Record(L"c", L"d", L"") + "\n"),
                   {{L"a", L"b", L""}, {L"c", L"d", L""}});
 }
 
-TEST(FormatSyntaxError, PutsTheLineNumberIntoTheText)
+TEST(FormatSyntaxError, InsertsTheLineNumber)
 {
     EXPECT_EQ(
         FormatSyntaxError(L"Syntax-Error in line %d in\nD:\\PartsMap.txt\n\nThe file could not be evaluated "
@@ -309,12 +319,12 @@ TEST(FormatSyntaxError, PutsTheLineNumberIntoTheText)
     EXPECT_EQ(FormatSyntaxError(L"%d", 2147483647), L"2147483647");
 }
 
-TEST(FormatSyntaxError, ReadsNoSecondArgument)
+TEST(FormatSyntaxError, LeavesASecondSpecifier)
 {
     EXPECT_EQ(FormatSyntaxError(L"line %d in\nD:\\%s%d%n%5x%p%f", 7), L"line 7 in\nD:\\%s%d%n%5x%p%f");
 }
 
-TEST(FormatSyntaxError, ReadsADoubledPercentSignInThePathAsOne)
+TEST(FormatSyntaxError, ReducesADoubledPercentSignInThePath)
 {
     EXPECT_EQ(FormatSyntaxError(L"line %d in\nD:\\100%%d\\%%%%", 7), L"line 7 in\nD:\\100%d\\%%");
     EXPECT_EQ(FormatSyntaxError(L"%%d %d", 7), L"%d 7");
@@ -325,16 +335,4 @@ TEST(FormatSyntaxError, KeepsALonePercentSign)
     EXPECT_EQ(FormatSyntaxError(L"line %d in\nD:\\50%\\%", 7), L"line 7 in\nD:\\50%\\%");
     EXPECT_EQ(FormatSyntaxError(L"%", 7), L"%");
     EXPECT_EQ(FormatSyntaxError(L"", 7), L"");
-}
-
-TEST(FormatMapRecord, WritesALineBreakInAFieldAsABlank)
-{
-    EXPECT_EQ(FormatMapRecord({L"a", L"b", L"one\r\ntwo"}, QuestionMark), "a ; b ; one  two");
-}
-
-TEST(ParseMapLine, KeepsANoBreakSpaceAtTheEndOfAName)
-{
-    UTtab_entry entry;
-    ASSERT_TRUE(ParseMapLine(L"a ; b ; c\u00A0", entry));
-    EXPECT_EQ(entry.strBomName, L"c\u00A0");
 }

@@ -31,99 +31,120 @@ static void PrintTo(const PartNameValues& values, std::ostream* out)
          << Narrow(values.strExtra2) << "'";
 }
 
-// The values stand in the order: digits, number, size, prefix, extension, first and second extra field.
-
-TEST(SplitPartName, SplitsAnIsoName)
+struct SplitName
 {
-    EXPECT_EQ(Split(L"N_ISO_4017_M10x50.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M10x50", L"N_ISO_", L"sldprt", L"", L""}));
+    const char* title;
+    const wchar_t* name;
+    PartNameValues values;  // digits, number, size, prefix, extension, first and second extra field
+};
+
+// For failure messages.
+static void PrintTo(const SplitName& split, std::ostream* out)
+{
+    *out << split.title;
 }
 
-TEST(SplitPartName, IgnoresCaseInThePrefixAndKeepsTheSpellingOfTheValues)
+const SplitName kSplitNames[] = {
+    {"SplitsAnIsoName",
+     L"N_ISO_4017_M10x50.sldprt",
+     {L"4017", L"4017", L"M10x50", L"N_ISO_", L"sldprt", L"", L""}},
+    {"IgnoresCaseInThePrefixAndKeepsTheSpellingOfTheValues",
+     L"n_eniso_4762_m8x20.SLDPRT",
+     {L"4762", L"4762", L"m8x20", L"N_ENISO_", L"SLDPRT", L"", L""}},
+    {"SplitsOffTheDigitsOfANumberWithAPart",
+     L"N_EN_123-4_M16.sldasm",
+     {L"123", L"123-4", L"M16", L"N_EN_", L"sldasm", L"", L""}},
+    {"FindsThePrefixNWithoutUnderscore",
+     L"N912_M8.sldprt",
+     {L"912", L"912", L"M8", L"N", L"sldprt", L"", L""}},
+    {"FindsNUnderscoreBeforeAnUnknownStandard",
+     L"N_DIN_912_M8.sldprt",
+     {L"", L"DIN", L"912_M8", L"N_", L"sldprt", L"", L""}},
+    {"RemovesTheExtraFieldsFromTheSize",
+     L"N_ISO_4017_M8__A2__70__.sldprt",
+     {L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}},
+    {"LeavesTheNumberEmptyWithoutPrefix", L"Washer_8.sldprt", {L"", L"", L"8", L"", L"sldprt", L"", L""}},
+    {"FindsThePrefixNInNut", L"Nut_M8.sldprt", {L"", L"ut", L"M8", L"N", L"sldprt", L"", L""}},
+    {"ReturnsOnlyThePrefixWithoutADot", L"N_ISO_4017_M8", {L"", L"", L"", L"N_ISO_", L"", L"", L""}},
+    {"FindsTheExtraFieldsOfANameWithoutDot",
+     L"N_ISO_4017_M8__A2__70__",
+     {L"", L"", L"", L"N_ISO_", L"", L"A2", L"70"}},
+    {"StartsTheExtensionAfterTheLastDot",
+     L"N_ISO_4017.1_M8.x.sldprt",
+     {L"4017", L"4017.1", L"M8.x", L"N_ISO_", L"sldprt", L"", L""}},
+    {"AllowsAnEmptyExtension", L"N912_M8.", {L"912", L"912", L"M8", L"N", L"", L"", L""}},
+    {"ReturnsTheWholeCoreAsNumberWithoutUnderscore",
+     L"N_ISO_4017.sldprt",
+     {L"4017", L"4017", L"", L"N_ISO_", L"sldprt", L"", L""}},
+    {"LeavesTheNumberEmptyWhenTheCoreIsEmpty",
+     L"N_ISO_.sldprt",
+     {L"", L"", L"", L"N_ISO_", L"sldprt", L"", L""}},
+    {"LeavesTheNumberEmptyWhenTheCoreStartsWithUnderscore",
+     L"N_ISO__M8.sldprt",
+     {L"", L"", L"M8", L"N_ISO_", L"sldprt", L"", L""}},
+    {"NeedsTheUnderscoreAfterAPrefix",
+     L"N_ISO4017_M8.sldprt",
+     {L"", L"ISO4017", L"M8", L"N_", L"sldprt", L"", L""}},
+    {"FindsThePrefixNAlone", L"N.sldprt", {L"", L"", L"", L"N", L"sldprt", L"", L""}},
+    {"FindsThePrefixAtTheStartOnly",
+     L"XN_ISO_4017_M8.sldprt",
+     {L"", L"", L"ISO_4017_M8", L"", L"sldprt", L"", L""}},
+    {"KeepsTheBlockOfTwoFences",
+     L"N_ISO_4017_M8__A2__70.sldprt",
+     {L"4017", L"4017", L"M8__A2__70", L"N_ISO_", L"sldprt", L"", L""}},
+    {"KeepsTheBlockOfFourFences",
+     L"N_ISO_4017_M8__A2__70__x__.sldprt",
+     {L"4017", L"4017", L"M8__A2__70__x__", L"N_ISO_", L"sldprt", L"", L""}},
+    {"LeavesAnEmptyFirstExtraFieldEmpty",
+     L"N_ISO_4017_M8____70__.sldprt",
+     {L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"", L"70"}},
+    // Two fences are no block.
+    {"CountsFourUnderscoresAsTwoFences",
+     L"N_ISO_4017_M8____.sldprt",
+     {L"4017", L"4017", L"M8____", L"N_ISO_", L"sldprt", L"", L""}},
+    {"CountsFourUnderscoresAfterAFenceAsABlock",
+     L"N_ISO_4017_M8__A2____.sldprt",
+     {L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L""}},
+    {"CountsSixUnderscoresAsABlockOfEmptyFields",
+     L"N_ISO_4017_M8______.sldprt",
+     {L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"", L""}},
+    {"UsesTheFirstTwoOfThreeUnderscoresAsTheFence",
+     L"N_ISO_4017_M8___A2__70___x.sldprt",
+     {L"4017", L"4017", L"M8_x", L"N_ISO_", L"sldprt", L"_A2", L"70"}},
+    // The number comes from the whole name, the size from the name without the block.
+    {"RemovesABlockBeforeTheSize",
+     L"N_ISO_4017__A2__70___M8.sldprt",
+     {L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}},
+    // Without the block "N.sldprt" is left, two characters of it are skipped, and no "_" remains.
+    {"SkipsThePrefixLengthEvenWhenTheBlockBeganInThePrefix",
+     L"N__a__b__.sldprt",
+     {L"", L"", L"", L"N_", L"sldprt", L"a", L"b"}},
+    {"LeavesTheSizeEmptyWhenTheBlockContainsTheDot",
+     L"N_ISO_4017_M8__A2__70.sld__prt",
+     {L"4017", L"4017", L"", L"N_ISO_", L"sld__prt", L"A2", L"70.sld"}},
+    {"LeavesTheSizeEmptyWhenTheOnlyUnderscoreIsInTheExtension",
+     L"N912.sld_prt",
+     {L"912", L"912", L"", L"N", L"sld_prt", L"", L""}},
+    {"RemovesTheBlockFromANameWithoutPrefix",
+     L"Washer_8__A2__70__.sldprt",
+     {L"", L"", L"8", L"", L"sldprt", L"A2", L"70"}},
+};
+
+class SplitPartNameTest : public testing::TestWithParam<SplitName>
 {
-    EXPECT_EQ(Split(L"n_eniso_4762_m8x20.SLDPRT"),
-              (PartNameValues{L"4762", L"4762", L"m8x20", L"N_ENISO_", L"SLDPRT", L"", L""}));
+};
+
+TEST_P(SplitPartNameTest, ReturnsTheValues)
+{
+    EXPECT_EQ(Split(GetParam().name), GetParam().values);
 }
 
-TEST(SplitPartName, SplitsOffTheDigitsOfANumberWithAPart)
-{
-    EXPECT_EQ(Split(L"N_EN_123-4_M16.sldasm"),
-              (PartNameValues{L"123", L"123-4", L"M16", L"N_EN_", L"sldasm", L"", L""}));
-}
-
-TEST(SplitPartName, FindsThePrefixNWithoutUnderscore)
-{
-    EXPECT_EQ(Split(L"N912_M8.sldprt"), (PartNameValues{L"912", L"912", L"M8", L"N", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, FindsNUnderscoreBeforeAnUnknownStandard)
-{
-    EXPECT_EQ(Split(L"N_DIN_912_M8.sldprt"),
-              (PartNameValues{L"", L"DIN", L"912_M8", L"N_", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, RemovesTheExtraFieldsFromTheSize)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}));
-}
-
-TEST(SplitPartName, LeavesTheNumberEmptyWithoutPrefix)
-{
-    EXPECT_EQ(Split(L"Washer_8.sldprt"), (PartNameValues{L"", L"", L"8", L"", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, FindsThePrefixNInNut)
-{
-    EXPECT_EQ(Split(L"Nut_M8.sldprt"), (PartNameValues{L"", L"ut", L"M8", L"N", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, ReturnsOnlyThePrefixWithoutADot)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8"), (PartNameValues{L"", L"", L"", L"N_ISO_", L"", L"", L""}));
-}
-
-TEST(SplitPartName, FindsTheExtraFieldsOfANameWithoutDot)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__"),
-              (PartNameValues{L"", L"", L"", L"N_ISO_", L"", L"A2", L"70"}));
-}
+INSTANTIATE_TEST_SUITE_P(Names, SplitPartNameTest, testing::ValuesIn(kSplitNames),
+                         [](const auto& split) { return split.param.title; });
 
 TEST(SplitPartName, ReturnsNothingForAnEmptyName)
 {
     EXPECT_EQ(Split(L""), PartNameValues());
-}
-
-TEST(SplitPartName, StartsTheExtensionAfterTheLastDot)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017.1_M8.x.sldprt"),
-              (PartNameValues{L"4017", L"4017.1", L"M8.x", L"N_ISO_", L"sldprt", L"", L""}));
-    EXPECT_EQ(Split(L"N912_M8."), (PartNameValues{L"912", L"912", L"M8", L"N", L"", L"", L""}));
-}
-
-TEST(SplitPartName, ReturnsTheWholeCoreAsNumberWithoutUnderscore)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"", L"N_ISO_", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, LeavesTheNumberEmptyWhenTheCoreIsEmptyOrStartsWithUnderscore)
-{
-    EXPECT_EQ(Split(L"N_ISO_.sldprt"), (PartNameValues{L"", L"", L"", L"N_ISO_", L"sldprt", L"", L""}));
-    EXPECT_EQ(Split(L"N_ISO__M8.sldprt"), (PartNameValues{L"", L"", L"M8", L"N_ISO_", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, NeedsTheUnderscoreAfterAPrefix)
-{
-    EXPECT_EQ(Split(L"N_ISO4017_M8.sldprt"),
-              (PartNameValues{L"", L"ISO4017", L"M8", L"N_", L"sldprt", L"", L""}));
-    EXPECT_EQ(Split(L"N.sldprt"), (PartNameValues{L"", L"", L"", L"N", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, FindsThePrefixAtTheStartOnly)
-{
-    EXPECT_EQ(Split(L"XN_ISO_4017_M8.sldprt"),
-              (PartNameValues{L"", L"", L"ISO_4017_M8", L"", L"sldprt", L"", L""}));
 }
 
 TEST(SplitPartName, CountsAsciiDigitsOnly)
@@ -131,78 +152,9 @@ TEST(SplitPartName, CountsAsciiDigitsOnly)
     EXPECT_EQ(Split(L"N_ISO_4\u0661_M8.sldprt").strNumDigits, L"4");
 }
 
-TEST(SplitPartName, KeepsTheBlockOfTwoFences)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8__A2__70", L"N_ISO_", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, KeepsTheBlockOfFourFences)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__x__.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8__A2__70__x__", L"N_ISO_", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, LeavesAnEmptyFirstExtraFieldEmpty)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8____70__.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"", L"70"}));
-}
-
-TEST(SplitPartName, CountsFourUnderscoresAsTwoFences)
-{
-    // Two fences are no block; with a third before them they are.
-    EXPECT_EQ(Split(L"N_ISO_4017_M8____.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8____", L"N_ISO_", L"sldprt", L"", L""}));
-    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2____.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L""}));
-}
-
-TEST(SplitPartName, CountsSixUnderscoresAsABlockOfEmptyFields)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8______.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"", L""}));
-}
-
-TEST(SplitPartName, UsesTheFirstTwoOfThreeUnderscoresAsTheFence)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8___A2__70___x.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8_x", L"N_ISO_", L"sldprt", L"_A2", L"70"}));
-}
-
 TEST(SplitPartName, KeepsTheTextAfterTheBlockInTheSize)
 {
     EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70__-L.sldprt").strSize, L"M8-L");
-}
-
-TEST(SplitPartName, RemovesABlockBeforeTheSize)
-{
-    // The number comes from the whole name, the size from the name without the block.
-    EXPECT_EQ(Split(L"N_ISO_4017__A2__70___M8.sldprt"),
-              (PartNameValues{L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}));
-}
-
-TEST(SplitPartName, SkipsThePrefixLengthEvenWhenTheBlockBeganInThePrefix)
-{
-    // Without the block "N.sldprt" is left, two characters of it are skipped, and no "_" remains.
-    EXPECT_EQ(Split(L"N__a__b__.sldprt"), (PartNameValues{L"", L"", L"", L"N_", L"sldprt", L"a", L"b"}));
-}
-
-TEST(SplitPartName, LeavesTheSizeEmptyWhenTheBlockContainsTheDot)
-{
-    EXPECT_EQ(Split(L"N_ISO_4017_M8__A2__70.sld__prt"),
-              (PartNameValues{L"4017", L"4017", L"", L"N_ISO_", L"sld__prt", L"A2", L"70.sld"}));
-}
-
-TEST(SplitPartName, LeavesTheSizeEmptyWhenTheOnlyUnderscoreIsInTheExtension)
-{
-    EXPECT_EQ(Split(L"N912.sld_prt"), (PartNameValues{L"912", L"912", L"", L"N", L"sld_prt", L"", L""}));
-}
-
-TEST(SplitPartName, RemovesTheBlockFromANameWithoutPrefix)
-{
-    EXPECT_EQ(Split(L"Washer_8__A2__70__.sldprt"),
-              (PartNameValues{L"", L"", L"8", L"", L"sldprt", L"A2", L"70"}));
 }
 
 TEST(LeadingDigits, SkipsThePrefixLengthOnly)

@@ -15,7 +15,7 @@ TEST(NormalizePath, CollapsesTwoBackslashes)
     EXPECT_EQ(NormalizePath(L"D:\\\\Parts\\\\Mapped\\\\"), L"D:\\Parts\\Mapped\\");
 }
 
-TEST(NormalizePath, MakesOnePass)
+TEST(NormalizePath, CollapsesPairsInOnePass)
 {
     EXPECT_EQ(NormalizePath(L"D:\\\\\\x"), L"D:\\\\x");
     EXPECT_EQ(NormalizePath(L"D:\\\\\\\\x"), L"D:\\\\x");
@@ -37,21 +37,21 @@ TEST(NormalizePath, LeavesForwardSlashes)
     EXPECT_EQ(NormalizePath(L"//server//parts"), L"//server//parts");
 }
 
-TEST(JoinPath, LiesBelowTheFolder)
+TEST(JoinPath, PutsOneBackslashBetween)
 {
     EXPECT_EQ(JoinPath(L"C:\\Zelmar", L"Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
     EXPECT_EQ(JoinPath(L"C:\\Zelmar\\", L"Manuals\\us\\a.pdf"), L"C:\\Zelmar\\Manuals\\us\\a.pdf");
     EXPECT_EQ(JoinPath(L"\\\\server\\zelmar", L"a.pdf"), L"\\\\server\\zelmar\\a.pdf");
 }
 
-TEST(JoinPath, IsANetworkPathForAnEmptyFolder)
+TEST(JoinPath, ReturnsANetworkPathForAnEmptyFolder)
 {
     EXPECT_EQ(JoinPath(L"", L"a.pdf"), L"\\\\a.pdf");
     EXPECT_EQ(MappedFolder(L""), L"\\\\Mapped");
     EXPECT_EQ(MapFilePath(L""), L"\\\\Mapped\\PartsMap.txt");
 }
 
-TEST(IsComputer, DistinguishesAComputerFromItsContents)
+TEST(IsComputer, IsTrueForAComputerOnly)
 {
     EXPECT_TRUE(IsComputer(MappedFolder(L"")));
     EXPECT_TRUE(IsComputer(MappedFolder(L"\\")));
@@ -63,7 +63,7 @@ TEST(IsComputer, DistinguishesAComputerFromItsContents)
     }
 }
 
-TEST(IsShare, DistinguishesAShareFromItsContents)
+TEST(IsShare, IsTrueForAShareOnly)
 {
     EXPECT_TRUE(IsShare(MapFilePath(L"")));
     EXPECT_TRUE(IsShare(MapFilePath(L"\\")));
@@ -76,7 +76,7 @@ TEST(IsShare, DistinguishesAShareFromItsContents)
     }
 }
 
-TEST(MappedFolder, LiesInTheStandardPartsFolder)
+TEST(MappedFolder, IsInTheStandardPartsFolder)
 {
     EXPECT_EQ(MappedFolder(L"D:\\Parts"), L"D:\\Parts\\Mapped");
     EXPECT_EQ(MappedFolder(L"D:\\Parts\\"), L"D:\\Parts\\Mapped");
@@ -84,21 +84,21 @@ TEST(MappedFolder, LiesInTheStandardPartsFolder)
     EXPECT_EQ(MappedFolder(L"\\\\server\\parts"), L"\\\\server\\parts\\Mapped");
 }
 
-TEST(MapFilePath, LiesInTheMappedFolder)
+TEST(MapFilePath, IsInTheMappedFolder)
 {
     EXPECT_EQ(MapFilePath(L"D:\\Parts"), L"D:\\Parts\\Mapped\\PartsMap.txt");
     EXPECT_EQ(MapFilePath(L"D:\\Parts\\"), L"D:\\Parts\\Mapped\\PartsMap.txt");
     EXPECT_EQ(MapFilePath(L"\\\\server\\parts\\"), L"\\\\server\\parts\\Mapped\\PartsMap.txt");
 }
 
-TEST(StripFolderInput, StripsDotsBeforeBackslashes)
+TEST(StripFolderInput, RemovesTrailingBackslashesAndTheDotsAfterThem)
 {
     EXPECT_EQ(StripFolderInput(L"D:\\Parts\\."), L"D:\\Parts");
     EXPECT_EQ(StripFolderInput(L"D:\\Parts\\\\..."), L"D:\\Parts");
     EXPECT_EQ(StripFolderInput(L"D:\\Parts\\"), L"D:\\Parts");
 }
 
-TEST(StripFolderInput, KeepsADotBeforeABackslash)
+TEST(StripFolderInput, KeepsADotBeforeATrailingBackslash)
 {
     EXPECT_EQ(StripFolderInput(L"D:\\Parts.\\"), L"D:\\Parts.");
 }
@@ -109,20 +109,20 @@ TEST(StripFolderInput, KeepsDotsAndBackslashesInside)
     EXPECT_EQ(StripFolderInput(L"D:\\"), L"D:");
 }
 
-TEST(StripFolderInput, CanLeaveNothing)
+TEST(StripFolderInput, ReturnsAnEmptyTextIfNothingRemains)
 {
     EXPECT_EQ(StripFolderInput(L"\\\\.."), L"");
     EXPECT_EQ(StripFolderInput(L""), L"");
 }
 
-TEST(IsBareFileName, AcceptsAFileInTheFolder)
+TEST(IsBareFileName, AcceptsFileNames)
 {
     for (const wchar_t* const name : {L"a", L"a b.sldprt", L"..a", L"a..b", L".a", L"a=b;c", L"a b .c"}) {
         EXPECT_TRUE(IsBareFileName(name)) << std::string(name, name + std::wcslen(name));
     }
 }
 
-TEST(IsBareFileName, RefusesWhatTheSystemReadsAsAnotherName)
+TEST(IsBareFileName, RefusesInvalidNamesAndNamesThatWindowsTrims)
 {
     for (const wchar_t* const name :
          {L"a.", L"a..", L"a ", L"a. ", L"a*", L"a?.sldprt", L"*.sldprt", L"a<b", L"a>b", L"a\"b", L"a|b"}) {
@@ -130,7 +130,7 @@ TEST(IsBareFileName, RefusesWhatTheSystemReadsAsAnotherName)
     }
 }
 
-TEST(IsBareFileName, RefusesWhatLeadsElsewhere)
+TEST(IsBareFileName, RefusesFoldersDrivesAndStreams)
 {
     for (const wchar_t* const name : {L"", L".", L"..", L". .", L" ", L"..\\x", L"a\\b", L"a/b", L"\\x",
                                       L"a:b", L"c:x", L"\\\\server\\share\\x", L"x\\"}) {

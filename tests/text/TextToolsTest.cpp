@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+#include <string>
+
 TEST(Trim, RemovesTheSixAsciiWhiteSpaceCharactersAtBothEnds)
 {
     EXPECT_EQ(Trim(L" \t\n\v\f\rM8\r\f\v\n\t "), L"M8");
@@ -62,61 +65,46 @@ TEST(EqualIgnoringCase, DistinguishesCaseBeyondAscii)
     EXPECT_FALSE(EqualIgnoringCase(L"[", L"{"));
 }
 
-TEST(ReplaceAll, ReplacesEveryOccurrenceAndCounts)
+struct Replacement
 {
-    std::wstring text = L"a%1b%1%1";
-    EXPECT_EQ(ReplaceAll(text, L"%1", L"4017"), 3);
-    EXPECT_EQ(text, L"a4017b40174017");
+    const char* title;
+    std::wstring text;
+    const wchar_t* search;
+    const wchar_t* replacement;
+    int count;
+    const wchar_t* result;
+};
+
+// For failure messages.
+static void PrintTo(const Replacement& replacement, std::ostream* out)
+{
+    *out << replacement.title;
 }
 
-TEST(ReplaceAll, SearchesLeftToRightWithoutOverlap)
+const Replacement kReplacements[] = {
+    {"ReplacesEveryOccurrenceAndCounts", L"a%1b%1%1", L"%1", L"4017", 3, L"a4017b40174017"},
+    {"SearchesLeftToRightWithoutOverlap", L"aaaaa", L"aa", L"b", 2, L"bba"},
+    {"DoesNotSearchReplacements", L"a.a", L"a", L"aa", 2, L"aa.aa"},
+    {"FindsNoTextAcrossAReplacement", L"abb", L"ab", L"a", 1, L"ab"},
+    {"DeletesWithAnEmptyReplacement", L"x%7y%7", L"%7", L"", 2, L"xy"},
+    {"IsCaseSensitive", L"Aa", L"a", L"b", 1, L"Ab"},
+    {"DoesNothingForAnEmptySearchText", L"abc", L"", L"x", 0, L"abc"},
+    {"LeavesATextWithoutOccurrence", L"abc", L"abcd", L"x", 0, L"abc"},
+};
+
+class ReplaceAllTest : public testing::TestWithParam<Replacement>
 {
-    std::wstring text = L"aaaaa";
-    EXPECT_EQ(ReplaceAll(text, L"aa", L"b"), 2);
-    EXPECT_EQ(text, L"bba");
+};
+
+TEST_P(ReplaceAllTest, ChangesTheTextAndReturnsTheCount)
+{
+    std::wstring text = GetParam().text;
+    EXPECT_EQ(ReplaceAll(text, GetParam().search, GetParam().replacement), GetParam().count);
+    EXPECT_EQ(text, GetParam().result);
 }
 
-TEST(ReplaceAll, DoesNotSearchReplacements)
-{
-    std::wstring text = L"a.a";
-    EXPECT_EQ(ReplaceAll(text, L"a", L"aa"), 2);
-    EXPECT_EQ(text, L"aa.aa");
-}
-
-TEST(ReplaceAll, FindsNoTextAcrossAReplacement)
-{
-    std::wstring text = L"abb";
-    EXPECT_EQ(ReplaceAll(text, L"ab", L"a"), 1);
-    EXPECT_EQ(text, L"ab");
-}
-
-TEST(ReplaceAll, DeletesWithAnEmptyReplacement)
-{
-    std::wstring text = L"x%7y%7";
-    EXPECT_EQ(ReplaceAll(text, L"%7", L""), 2);
-    EXPECT_EQ(text, L"xy");
-}
-
-TEST(ReplaceAll, IsCaseSensitive)
-{
-    std::wstring text = L"Aa";
-    EXPECT_EQ(ReplaceAll(text, L"a", L"b"), 1);
-    EXPECT_EQ(text, L"Ab");
-}
-
-TEST(ReplaceAll, DoesNothingForAnEmptySearchText)
-{
-    std::wstring text = L"abc";
-    EXPECT_EQ(ReplaceAll(text, L"", L"x"), 0);
-    EXPECT_EQ(text, L"abc");
-}
-
-TEST(ReplaceAll, LeavesATextWithoutOccurrence)
-{
-    std::wstring text = L"abc";
-    EXPECT_EQ(ReplaceAll(text, L"abcd", L"x"), 0);
-    EXPECT_EQ(text, L"abc");
-}
+INSTANTIATE_TEST_SUITE_P(Texts, ReplaceAllTest, testing::ValuesIn(kReplacements),
+                         [](const auto& replacement) { return replacement.param.title; });
 
 TEST(ReplaceAll, HandlesAMillionOccurrences)
 {
