@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-// The server's log of calls. Opens, appends and closes the file for each line, so that lines survive a crash
-// of the server, and others can read and move the file meanwhile.
+// The server's log of calls. Opens and closes the file for each line: lines survive a crash of the server,
+// and others can read and move the file between two calls.
 class CCallLog
 {
 public:

@@ -14,25 +14,14 @@
 #include "tests/cadserver/ServerFixture.h"
 #include "tests/cadserver/Settings.h"
 #include "tests/support/AutomationNumbers.h"
+#include "tests/support/WaitFor.h"
 
 namespace {
 
 using namespace automation;
 
-constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
-constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
 constexpr DWORD kLongTime = 10'000;      // milliseconds; longer than anything here takes
 constexpr DWORD kRemainingTime = 1'000;  // milliseconds in which a server that ends would have ended
-
-bool WaitUntil(const std::function<bool()>& condition)
-{
-    for (const ULONGLONG begin = GetTickCount64(); GetTickCount64() - begin < kLongTime; Sleep(20)) {
-        if (condition()) {
-            return true;
-        }
-    }
-    return condition();
-}
 
 bool HasEnded(const UniqueHandle& process, DWORD timeout)
 {
@@ -60,13 +49,13 @@ protected:
     [[nodiscard]] auto Count(const std::wstring& line) const { return std::ranges::count(LogLines(), line); }
 };
 
-// Answers the server's prompt during its lifetime, or ends the server by force if there is none in time.
+// While it lives, answers the server's prompt. Ends the server by force if none appears in time.
 class CPromptAnswer
 {
 public:
     CPromptAnswer(HANDLE server, const std::function<void()>& beforeAnswer)
         : m_thread([this, server, beforeAnswer] {
-            m_found = WaitUntil([] { return FindWindowW(nullptr, kPromptTitle) != nullptr; });
+            m_found = WaitFor([] { return FindWindowW(nullptr, kPromptTitle) != nullptr; });
             beforeAnswer();
             if (m_found) {
                 PostMessageW(FindWindowW(nullptr, kPromptTitle), WM_COMMAND, IDOK, 0);
@@ -80,7 +69,7 @@ public:
     CPromptAnswer(const CPromptAnswer&) = delete;
     CPromptAnswer& operator=(const CPromptAnswer&) = delete;
 
-    // Waits until the prompt was answered. Returns whether there was one.
+    // Waits for the answer. Returns whether there was a prompt.
     bool Found()
     {
         if (m_thread.joinable()) {
@@ -116,7 +105,7 @@ private:
     std::thread m_thread;
 };
 
-TEST_F(LeavingTest, LingersAfterTheEndCall)
+TEST_F(LeavingTest, LingersAfterExit)
 {
     const UniqueHandle server = StartWith("linger 4000\n");
     EXPECT_EQ(S_OK, Call(kGetDateCode));
@@ -189,7 +178,7 @@ TEST_F(LeavingTest, HangsUntilItIsEndedByForce)
     const std::wstring hanging = L"2\tapplication\tSetDocumentVisibility\tmethod\tBOOL=-1\tI4=1\thangs";
     EXPECT_EQ(S_OK, Call(kGetDateCode));
     std::thread test([&] {
-        EXPECT_TRUE(WaitUntil([&] { return Count(hanging) == 1; }));
+        EXPECT_TRUE(WaitFor([&] { return Count(hanging) == 1; }));
         EXPECT_FALSE(HasEnded(server, kRemainingTime));
         TerminateProcess(server.get(), 1);
     });
@@ -200,18 +189,18 @@ TEST_F(LeavingTest, HangsUntilItIsEndedByForce)
     EXPECT_EQ(S_OK, Call(kGetDateCode));
 }
 
-TEST_F(LeavingTest, HangsInTheEndCall)
+TEST_F(LeavingTest, HangsDuringExit)
 {
     const UniqueHandle server = StartWith("fault call=Exit hang\n");
     std::thread test([&] {
-        EXPECT_TRUE(WaitUntil([&] { return Count(L"1\tapplication\tExit\tmethod\thangs") == 1; }));
+        EXPECT_TRUE(WaitFor([&] { return Count(L"1\tapplication\tExit\tmethod\thangs") == 1; }));
         TerminateProcess(server.get(), 1);
     });
     EXPECT_EQ(kServerDied, Call(kExit));
     test.join();
 }
 
-TEST_F(LeavingTest, PromptsAfterTheEndCallHasReturned)
+TEST_F(LeavingTest, PromptsAfterExitHasReturned)
 {
     const UniqueHandle server = StartWith("prompt-at-end\n");
     EXPECT_EQ(S_OK, Call(kExit));
@@ -222,7 +211,7 @@ TEST_F(LeavingTest, PromptsAfterTheEndCallHasReturned)
     EXPECT_EQ(1, Count(L"-\tend\tprocess=N\treason=asked\topen="));
 }
 
-TEST_F(LeavingTest, PromptsInTheEndCall)
+TEST_F(LeavingTest, PromptsDuringExit)
 {
     const UniqueHandle server = StartWith("prompt-in-end\n");
     std::atomic<bool> returned = false;
@@ -256,9 +245,7 @@ TEST_F(LeavingTest, ReportsWrongRules)
     for (const char* rule : {"linger", "linger 0", "linger 5 status=0", "linger 5 from=0", "linger 5 what",
                              "start-slow", "start-slow 5 status=1", "prompt-at-end 5", "window 5",
                              "fault hang 5", "stay\nlinger 5", "prompt-at-end\nstay"}) {
-        SCOPED_TRACE(rule);
-        std::ofstream(m_folder / L"wrong", std::ios::binary) << rule << "\n";
-        EXPECT_EQ(1U, RunServerProgram(L"--configure --script " + Quoted(m_folder / L"wrong")));
+        ExpectWrong(rule);
     }
 }
 
@@ -290,7 +277,7 @@ TEST_F(LeavingTest, EndsWhileItsClientsKeepCalling)
         std::vector<std::thread> callers;
         std::generate_n(std::back_inserter(callers), kCallers,
                         [&] { return std::thread([&] { CallUntilItFails(ready); }); });
-        WaitUntil([&] { return ready == kCallers; });
+        WaitFor([&] { return ready == kCallers; });
         const CEndWatch watch(servers.front().get());
         EXPECT_EQ(S_OK, Call(kExit));
         Release();

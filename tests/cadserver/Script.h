@@ -18,7 +18,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// What the server does to a call, in addition to serving it or instead.
+// What the server does to a call, instead of serving it or in addition.
 struct FaultAction
 {
     enum class Kind
@@ -72,7 +72,7 @@ struct OpenResult
     long errorCode = 0;
 };
 
-// How long a server that ends stays reachable, and how it refuses calls meanwhile.
+// How long a server stays reachable before it ends, and the status with which it refuses calls then.
 struct Lingering
 {
     DWORD milliseconds;
@@ -110,7 +110,7 @@ public:
     {
         return std::prev(m_startDelays.upper_bound(start))->second;
     }
-    // How the process of the start with this number (from 1) lingers; nothing if it ends at once.
+    // How the process of the start with this number (from 1) lingers; nothing if it does not.
     [[nodiscard]] std::optional<Lingering> LingeringOf(DWORD start) const
     {
         return std::prev(m_lingerings.upper_bound(start))->second;

@@ -4,8 +4,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <set>
 #include <string>
 #include <utility>
@@ -15,13 +13,17 @@
 #include "tests/cadserver/ComPointers.h"
 #include "tests/cadserver/PartFile.h"
 #include "tests/support/CadServer.h"
+#include "tests/support/Files.h"
 #include "tests/support/TextFile.h"
 
 // A minimal automation client, and what the tests of the stand-in CAD server share.
 
-inline std::wstring Quoted(const std::filesystem::path& path)
+constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
+constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
+
+inline std::wstring Quoted(const std::wstring& path)
 {
-    return L"\"" + path.wstring() + L"\"";
+    return L"\"" + path + L"\"";
 }
 
 struct CallResult
@@ -71,13 +73,7 @@ protected:
 
     void SetUp() override
     {
-        static int number = 0;
-        m_folder = std::filesystem::temp_directory_path() /
-                   (L"cadserver" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
-        std::filesystem::remove_all(m_folder);  // left by an aborted run with the same process number
-        std::filesystem::create_directories(m_folder);
-        m_part = m_folder / L"N_ISO_4017_M8.sldprt";
-        ASSERT_EQ(S_OK, CreatePartFile(m_part.wstring(), {L"M8x10", L"M8/x 12", L"Größe"}));
+        ASSERT_EQ(S_OK, CreatePartFile(m_part, {L"M8x10", L"M8/x 12", L"Größe"}));
         Script("");
     }
 
@@ -85,16 +81,23 @@ protected:
     {
         m_application = nullptr;
         WaitForEnds();
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
     }
 
     // Sets the script of all servers that start from now on.
     void Script(const std::string& rules)
     {
-        std::ofstream(m_folder / L"script", std::ios::binary) << rules;
-        ASSERT_EQ(0U, RunServerProgram(L"--configure --script " + Quoted(m_folder / L"script") + L" --log " +
-                                       Quoted(m_folder / L"log")));
+        WriteBytes(m_script, rules);
+        ASSERT_EQ(0U,
+                  RunServerProgram(L"--configure --script " + Quoted(m_script) + L" --log " + Quoted(m_log)));
+    }
+
+    // The server refuses a script with this rule.
+    void ExpectWrong(const std::string& rule) const
+    {
+        SCOPED_TRACE(rule);
+        const std::wstring script = m_folder / L"wrong";
+        WriteBytes(script, rule + "\n");
+        EXPECT_EQ(1U, RunServerProgram(L"--configure --script " + Quoted(script)));
     }
 
     HRESULT Start(const wchar_t* progId = L"SldWorks.Application.30")
@@ -151,15 +154,16 @@ protected:
         }
     }
 
-    std::filesystem::path m_folder;
-    std::filesystem::path m_part;
+    const CTempFolder m_folder;
+    const std::wstring m_part = m_folder / L"N_ISO_4017_M8.sldprt";
+    const std::wstring m_script = m_folder / L"script";
 
-private:
     [[nodiscard]] std::vector<std::wstring> RawLogLines() const
     {
-        const std::filesystem::path log = m_folder / L"log";
-        return std::filesystem::exists(log) ? ReadLines(log.wstring()) : std::vector<std::wstring>();
+        return PathExists(m_log) ? ReadLines(m_log) : std::vector<std::wstring>();
     }
 
+private:
+    const std::wstring m_log = m_folder / L"log";
     IDispatchPtr m_application;
 };
