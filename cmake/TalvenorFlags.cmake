@@ -47,8 +47,23 @@ function(talvenor_program name language)
   target_compile_definitions(${name} PRIVATE TALVENOR_START_LANGUAGE=$<IF:$<STREQUAL:${language},english>,0,1>)
   target_link_libraries(${name} PRIVATE talvenor_ui talvenor_exe_resources)
   # The linker map lists what the program holds of the compiler's own libraries; the SBOM is made from it.
-  target_link_options(${name} PRIVATE -municode $<$<CONFIG:Release>:-s> "-Wl,-Map=$<TARGET_FILE_DIR:${name}>/${name}.map")
+  target_link_options(${name} PRIVATE -municode "-Wl,-Map=$<TARGET_FILE_DIR:${name}>/${name}.map")
   add_dependencies(${name} talvresgerx64 talvresusx64)
+  if(CMAKE_BUILD_TYPE STREQUAL Release)
+    talvenor_strip(${name})
+  endif()
+endfunction()
+
+# talvenor_strip(NAME): leaves the unstripped program and its linker map in symbols/NAME/ of the build folder, and strips
+# the program. Only with them can an address from a crash report be traced to a function.
+function(talvenor_strip name)
+  set(symbols "${CMAKE_BINARY_DIR}/symbols/${name}")
+  add_custom_command(TARGET ${name} POST_BUILD
+    COMMAND "${CMAKE_COMMAND}" -E make_directory "${symbols}"
+    COMMAND "${CMAKE_COMMAND}" -E copy "$<TARGET_FILE:${name}>" "$<TARGET_FILE_DIR:${name}>/${name}.map" "${symbols}"
+    # Without SOURCE_DATE_EPOCH, strip writes the time into the header again, which the linker has left out.
+    COMMAND "${CMAKE_COMMAND}" -E env SOURCE_DATE_EPOCH=0 "${CMAKE_STRIP}" "$<TARGET_FILE:${name}>"
+    VERBATIM)
 endfunction()
 
 # talvenor_time_limit(TEST SECONDS): after that time tools/run-windows ends the test program and everything that it has

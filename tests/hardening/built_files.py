@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Checks the exploit mitigations of the built files: tests/hardening/built_files.py BUILD_FOLDER
+"""Checks the exploit mitigations and the symbols of the built files: tests/hardening/built_files.py BUILD_FOLDER
 
-Parses the headers of talvenor.exe and the two resource libraries in BUILD_FOLDER/bin, and searches the object files of the
-program's modules. Then tests itself: breaks each property in a copy of the file in memory, and reports a finding if the
-check does not notice. The exit status is 1 if anything is found.
+Parses the headers of talvenor.exe and the two resource libraries in BUILD_FOLDER/bin, compares the program with its
+unstripped one, and searches the object files of the program's modules. Then tests itself: breaks each property in a copy of
+the file in memory, and reports a finding if the check does not notice. The exit status is 1 if anything is found.
 """
 import glob
 import os
@@ -25,6 +25,8 @@ KNOWN_LIBRARIES = {"advapi32.dll", "comdlg32.dll", "gdi32.dll", "kernel32.dll", 
 COMMON_CONTROLS = "comctl32.dll"
 COMMON_CONTROLS_MANIFEST = b"Microsoft.Windows.Common-Controls"
 
+SYMBOLS_LACK = ["has no symbols in the unstripped program", "has no linker map"]
+
 STACK_CHECK = b"__stack_chk_fail"
 STACK_CHECK_MESSAGE = b"*** stack smashing detected ***"
 
@@ -37,6 +39,8 @@ class Image:
         pe = self.number("<I", 0x3C)
         if self.data[pe:pe + 4] != b"PE\0\0" or self.number("<H", pe + 24) != 0x20B:
             raise ValueError("not a 64-bit PE file")
+        self.time_at = pe + 8
+        self.symbol_count_at = pe + 16
         self.file_flags_at = pe + 22
         self.entry_at = pe + 24 + 16
         self.flags_at = pe + 24 + 70
@@ -58,6 +62,13 @@ class Image:
                 return address - start + raw
         raise ValueError(f"no section holds the address {address:#x}")
 
+    def code(self):
+        """Address and bytes of each executable section."""
+        return [(address, bytes(self.data[raw:raw + min(size, raw_size)]))
+                for size, address, raw_size, raw in (struct.unpack_from("<4I", self.data, header + 8)
+                                                     for header in self.section_headers
+                                                     if self.number("<I", header + 36) & EXECUTE)]
+
     def import_names(self):
         """The imported libraries: (name, file offset of the name)."""
         address, _ = self.directory(IMPORTS)
@@ -78,6 +89,8 @@ def common_findings(image):
             yield f"lacks {name}"
     if image.number("<H", image.file_flags_at) & RELOCATIONS_STRIPPED:
         yield "has its relocations stripped"
+    if image.number("<I", image.time_at) != 0:
+        yield "holds the time of its build"
     for header in image.section_headers:
         if image.number("<I", header + 36) & EXECUTE and image.number("<I", header + 36) & WRITE:
             yield "has a writable and executable section"
@@ -111,6 +124,20 @@ def resource_findings(image):
         yield "imports a library"
 
 
+def symbol_findings_of(unstripped, linker_map):
+    """Returns what finds out whether the unstripped program and its map can tell the functions of a stripped program."""
+    def findings(program):
+        if program.number("<I", program.symbol_count_at) != 0:
+            yield "is not stripped"
+        if unstripped.number("<I", unstripped.symbol_count_at) == 0:
+            yield SYMBOLS_LACK[0]
+        if b"wWinMain" not in linker_map:
+            yield SYMBOLS_LACK[1]
+        if program.code() != unstripped.code():
+            yield "has other code than the unstripped program"
+    return findings
+
+
 def object_findings(build):
     """Modules without an object file that calls the stack check."""
     for module in MODULES:
@@ -138,6 +165,10 @@ def strip_relocations(image):
                      image.number("<H", image.file_flags_at) | RELOCATIONS_STRIPPED)
 
 
+def set_time(image):
+    struct.pack_into("<I", image.data, image.time_at, 0x40000000)
+
+
 def make_section_writable(image):
     struct.pack_into("<I", image.data, image.section_headers[0] + 36, EXECUTE | WRITE)
 
@@ -153,12 +184,21 @@ def overwrite(old):
     return mutation
 
 
+def count_a_symbol(image):
+    struct.pack_into("<I", image.data, image.symbol_count_at, 1)
+
+
+def change_code(image):
+    image.data[image.offset(image.code()[0][0])] ^= 0xFF
+
+
 def set_entry_point(image):
     struct.pack_into("<I", image.data, image.entry_at, 0x1000)
 
 
 COMMON_MUTATIONS = {**{f"lacks {name}": without_flag(flag) for flag, name in FLAGS.items()},
                     "has its relocations stripped": strip_relocations,
+                    "holds the time of its build": set_time,
                     "has a writable and executable section": make_section_writable}
 PROGRAM_MUTATIONS = {**COMMON_MUTATIONS,
                      "has no relocations": with_directory(RELOCATIONS, 0, 0),
@@ -169,6 +209,7 @@ PROGRAM_MUTATIONS = {**COMMON_MUTATIONS,
                      "has no stack check": overwrite(STACK_CHECK_MESSAGE)}
 RESOURCE_MUTATIONS = {**COMMON_MUTATIONS, "has an entry point": set_entry_point,
                       "has start-up code": with_directory(TLS, 0x1000, 0x28)}
+SYMBOL_MUTATIONS = {"is not stripped": count_a_symbol, "has other code than the unstripped program": change_code}
 
 
 def check_file(path, findings_of, mutations):
@@ -184,11 +225,20 @@ def check_file(path, findings_of, mutations):
             yield f"{name}: the check would not find that it {expected}"
 
 
+def check_symbols(program, symbols):
+    unstripped, linker_map = Image(read(f"{symbols}.exe")), read(f"{symbols}.map")
+    yield from check_file(program, symbol_findings_of(unstripped, linker_map), SYMBOL_MUTATIONS)
+    stripped = Image(read(program))
+    for expected in set(SYMBOLS_LACK) - set(symbol_findings_of(stripped, b"")(stripped)):
+        yield f"{os.path.basename(program)}: the check would not find that it {expected}"
+
+
 def main():
     build = sys.argv[1]
     findings = list(check_file(f"{build}/bin/talvenor.exe", program_findings, PROGRAM_MUTATIONS))
     for library in RESOURCE_LIBRARIES:
         findings += check_file(f"{build}/bin/{library}", resource_findings, RESOURCE_MUTATIONS)
+    findings += check_symbols(f"{build}/bin/talvenor.exe", f"{build}/symbols/talvenor/talvenor")
     findings += object_findings(build)
     for finding in findings:
         print(finding)
