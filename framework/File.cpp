@@ -168,7 +168,10 @@ bool CFile::Open(const std::wstring& path, UINT flags, CFileException* error)
 {
     const DWORD access =
         ((flags & modeRead) != 0 ? GENERIC_READ : 0U) | ((flags & modeWrite) != 0 ? GENERIC_WRITE : 0U);
-    const DWORD share = (flags & shareDenyNone) != 0 ? FILE_SHARE_READ | FILE_SHARE_WRITE : 0U;
+    // Without delete sharing, opening fails while another program has the file open to rename or delete it,
+    // as file synchronisation and virus scanners do ("CreateFileW function").
+    const DWORD share =
+        (flags & shareDenyNone) != 0 ? FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE : 0U;
     const DWORD disposition = (flags & modeCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING;
 
     m_file.reset();

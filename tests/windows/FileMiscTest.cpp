@@ -249,6 +249,16 @@ TEST_F(CopyPartFileTest, TimesAndAttributesAreNotCopied)
     EXPECT_GT(copied.lastWriteTime.dwHighDateTime, 0x01D00000U) << "the copy is as old as its source";
 }
 
+TEST_F(CopyPartFileTest, CopiesASourceThatAnotherIsAboutToDelete)
+{
+    WriteBytes(m_source, "part");
+    const UniqueHandle other =
+        OpenAsOther(m_source, DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 0);
+    EXPECT_EQ(ReadBytes(m_target), "part");
+}
+
 TEST_F(CopyPartFileTest, SourceMayBeOpenElsewhere)
 {
     WriteBytes(m_source, "shared");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
 #include "tests/support/ExpectedTexts.h"
@@ -111,6 +112,31 @@ TEST_F(FileTest, ShareDenyNoneLetsOthersReadAndWrite)
     CFile file;
     ASSERT_TRUE(file.Open(m_path, CFile::modeRead | CFile::shareDenyNone, nullptr));
     EXPECT_TRUE(OpenAsOther(m_path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
+}
+
+TEST_F(FileTest, ShareDenyNoneLetsOthersRenameAndDelete)
+{
+    WriteBytes(m_path, "xy");
+    const std::wstring renamed = m_folder / L"renamed.bin";
+    CFile file;
+    ASSERT_TRUE(file.Open(m_path, CFile::modeRead | CFile::shareDenyNone, nullptr));
+    EXPECT_TRUE(::MoveFileW(m_path.c_str(), renamed.c_str()));
+    EXPECT_TRUE(::DeleteFileW(renamed.c_str()));
+    std::array<char, 3> bytes{};
+    EXPECT_EQ(file.Read(bytes.data(), 3), 2U) << "still there for who has it open";
+    file.Close();
+    EXPECT_FALSE(PathExists(m_path));
+    EXPECT_FALSE(PathExists(renamed));
+}
+
+TEST_F(FileTest, OpensAFileThatAnotherIsAboutToDelete)
+{
+    WriteBytes(m_path, "x");
+    const UniqueHandle other =
+        OpenAsOther(m_path, DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    ASSERT_TRUE(other);
+    CFile file;
+    EXPECT_TRUE(file.Open(m_path, CFile::modeRead | CFile::shareDenyNone, nullptr));
 }
 
 TEST_F(FileTest, ShareExclusiveKeepsOthersOutUntilClose)
