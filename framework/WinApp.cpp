@@ -3,6 +3,8 @@
 #include <ole2.h>
 
 #include <array>
+#include <cstdlib>
+#include <exception>
 #include <utility>
 
 #include "framework/PendingMessages.h"
@@ -47,10 +49,19 @@ void ReturnHeldInput()
     }
 }
 
+// Ends the process at the place of the throw, by an exception that no handler can catch
+// ("RaiseFailFastException function"). Windows Error Reporting records it.
+[[noreturn]] void FailFast()
+{
+    RaiseFailFastException(nullptr, nullptr, 0);
+    std::abort();
+}
+
 }  // namespace
 
 CWinApp::CWinApp(std::wstring name) : m_name(std::move(name))
 {
+    std::set_terminate(&FailFast);
     g_app = this;
 }
 

@@ -8,7 +8,8 @@
 
 class CWnd;
 
-// The application object, one per process.
+// The application object, one per process. While it exists and afterwards, an uncaught exception ends the
+// process by fail-fast: Windows Error Reporting gets it, and the runtime library shows no box.
 class CWinApp
 {
 public:

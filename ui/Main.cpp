@@ -1,7 +1,5 @@
 #include <windows.h>
 
-#include <cstdlib>
-
 #include "framework/WinApp.h"
 
 namespace {
@@ -17,19 +15,6 @@ __attribute__((constructor(101))) void LoadFromSystemFolderOnly()
 }
 
 }  // namespace
-
-#ifdef NDEBUG
-// Replaces the runtime library's handler, which prints the exception's name to a console that this program
-// does not have, and pulls in the name demangler (50 KB). Debug builds keep it.
-namespace __gnu_cxx {
-
-[[noreturn]] void __verbose_terminate_handler()
-{
-    std::abort();
-}
-
-}  // namespace __gnu_cxx
-#endif
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
 {

@@ -20,7 +20,8 @@ inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wst
     return copy;
 }
 
-// A process of waitingprogram.exe, started as COM starts a server. It ends with the object.
+// A process of waitingprogram.exe or another program, started as COM starts a server. It ends with the
+// object.
 class CWaitingProcess
 {
 public:
@@ -65,6 +66,12 @@ public:
     void EndLater(DWORD milliseconds) const { Post(WM_APP + 3, milliseconds); }
 
     [[nodiscard]] DWORD Id() const { return m_program.id; }
+    [[nodiscard]] DWORD ExitCode() const
+    {
+        DWORD code = 0;
+        EXPECT_TRUE(GetExitCodeProcess(m_program.process.get(), &code));
+        return code;
+    }
     // Whether the process ends within a time in milliseconds.
     [[nodiscard]] bool Ends(DWORD milliseconds = 5'000) const
     {

@@ -7,6 +7,7 @@
 
 #include "framework/MessageBox.h"
 #include "tests/support/WindowScopes.h"
+#include "tests/windows/WaitingProgram.h"
 
 namespace {
 
@@ -154,6 +155,16 @@ TEST(WinApp, KeepsTheEndOfTheProgramWhenItDropsInput)
     MSG message{};
     ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
     EXPECT_EQ(message.wParam, 3U);
+}
+
+// So that Windows' error reporting gets it, without a box of the runtime library (which Wine's does not
+// show).
+TEST(WinApp, AnUncaughtExceptionEndsTheProgramByFailFast)
+{
+    const CWaitingProcess process(OwnFolder() + L"\\throwingprogram.exe");
+    ASSERT_TRUE(process.Ends());
+    constexpr DWORD kFailFast = 0xC0000602;  // STATUS_FAIL_FAST_EXCEPTION
+    EXPECT_EQ(process.ExitCode(), kFailFast);
 }
 
 }  // namespace
