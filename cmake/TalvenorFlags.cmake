@@ -3,8 +3,10 @@
 option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
 option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the build machine only)" OFF)
 
-# Exploit mitigations; tests/hardening checks the built files for them.
-set(TALVENOR_HARDENED_FILE -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
+# Exploit mitigations, and Windows 10 as the system version: for a program of an older one, Windows keeps old behaviour,
+# such as other frame metrics. tests/hardening checks the built files for both.
+set(TALVENOR_FILE_HEADER -Wl,--dynamicbase,--nxcompat,--high-entropy-va
+  -Wl,--major-os-version,10,--minor-os-version,0,--major-subsystem-version,10,--minor-subsystem-version,0)
 
 function(talvenor_flags target)
   target_include_directories(${target} PUBLIC "${PROJECT_SOURCE_DIR}")
@@ -14,7 +16,7 @@ function(talvenor_flags target)
       UNICODE _UNICODE STRICT NOMINMAX WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006)
     target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections -fstack-protector-strong)
     target_link_options(${target} PUBLIC -static -fstack-protector-strong -Wl,--gc-sections,--no-insert-timestamp
-      ${TALVENOR_HARDENED_FILE})
+      ${TALVENOR_FILE_HEADER})
   endif()
   if(TALVENOR_SANITIZE)
     target_compile_options(${target} PUBLIC -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks the exploit mitigations and the symbols of the built files: tests/hardening/built_files.py BUILD_FOLDER
+"""Checks headers, manifest and symbols of the built files: tests/hardening/built_files.py BUILD_FOLDER
 
 Parses the headers of talvenor.exe and the two resource libraries in BUILD_FOLDER/bin, compares the program with its
 unstripped one, and searches the object files of the program's modules. Then tests itself: breaks each property in a copy of
@@ -22,8 +22,13 @@ EXECUTE, WRITE = 0x20000000, 0x80000000
 # DLLs). The common controls are not among them, but the manifest binds them to the side-by-side store.
 KNOWN_LIBRARIES = {"advapi32.dll", "comdlg32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
                    "oleaut32.dll", "shell32.dll", "user32.dll"}
+VERSION_OF_WINDOWS = (10, 0)  # of 10 and 11
+
 COMMON_CONTROLS = "comctl32.dll"
 COMMON_CONTROLS_MANIFEST = b"Microsoft.Windows.Common-Controls"
+
+# Windows takes the first word that it knows.
+SCALING_MANIFEST = b"WindowsSettings\">PerMonitorV2, system</dpiAwareness>"
 
 SYMBOLS_LACK = ["has no symbols in the unstripped program", "has no linker map"]
 
@@ -43,6 +48,8 @@ class Image:
         self.symbol_count_at = pe + 16
         self.file_flags_at = pe + 22
         self.entry_at = pe + 24 + 16
+        self.system_version_at = pe + 24 + 40
+        self.subsystem_version_at = pe + 24 + 48
         self.flags_at = pe + 24 + 70
         self.directories_at = pe + 24 + 112
         sections_at = pe + 24 + self.number("<H", pe + 20)
@@ -89,6 +96,9 @@ def common_findings(image):
             yield f"lacks {name}"
     if image.number("<H", image.file_flags_at) & RELOCATIONS_STRIPPED:
         yield "has its relocations stripped"
+    for at, name in ((image.system_version_at, "system"), (image.subsystem_version_at, "subsystem")):
+        if struct.unpack_from("<HH", image.data, at) != VERSION_OF_WINDOWS:
+            yield f"is for another {name} version than Windows 10"
     if image.number("<I", image.time_at) != 0:
         yield "holds the time of its build"
     for header in image.section_headers:
@@ -110,6 +120,8 @@ def program_findings(image):
             yield f"imports {name}"
     if not image.import_names():
         yield "has no imports: misread"
+    if SCALING_MANIFEST not in image.data:
+        yield "lacks the manifest's words on scaling"
     if STACK_CHECK_MESSAGE not in image.data:
         yield "has no stack check"
 
@@ -165,6 +177,10 @@ def strip_relocations(image):
                      image.number("<H", image.file_flags_at) | RELOCATIONS_STRIPPED)
 
 
+def with_old_version(at_name):
+    return lambda image: struct.pack_into("<HH", image.data, getattr(image, at_name), 5, 2)
+
+
 def set_time(image):
     struct.pack_into("<I", image.data, image.time_at, 0x40000000)
 
@@ -198,6 +214,8 @@ def set_entry_point(image):
 
 COMMON_MUTATIONS = {**{f"lacks {name}": without_flag(flag) for flag, name in FLAGS.items()},
                     "has its relocations stripped": strip_relocations,
+                    "is for another system version than Windows 10": with_old_version("system_version_at"),
+                    "is for another subsystem version than Windows 10": with_old_version("subsystem_version_at"),
                     "holds the time of its build": set_time,
                     "has a writable and executable section": make_section_writable}
 PROGRAM_MUTATIONS = {**COMMON_MUTATIONS,
@@ -206,6 +224,7 @@ PROGRAM_MUTATIONS = {**COMMON_MUTATIONS,
                      "imports xyz32.dll": rename_import,
                      "imports comctl32.dll without a manifest that binds it": overwrite(COMMON_CONTROLS_MANIFEST),
                      "has no imports: misread": with_directory(IMPORTS, 0, 0),
+                     "lacks the manifest's words on scaling": overwrite(SCALING_MANIFEST),
                      "has no stack check": overwrite(STACK_CHECK_MESSAGE)}
 RESOURCE_MUTATIONS = {**COMMON_MUTATIONS, "has an entry point": set_entry_point,
                       "has start-up code": with_directory(TLS, 0x1000, 0x28)}
