@@ -12,18 +12,18 @@ bool IsPredefined(HKEY key)
     return (reinterpret_cast<ULONG_PTR>(key) & kFirstPredefined) != 0;
 }
 
-UniqueKey OpenForReading(HKEY root, const std::wstring& subKey)
+UniqueKey OpenForReading(HKEY root, const std::wstring& subKey, REGSAM view)
 {
     HKEY key = nullptr;
-    return UniqueKey(::RegOpenKeyExW(root, subKey.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS ? key
-                                                                                               : nullptr);
+    const LSTATUS status = ::RegOpenKeyExW(root, subKey.c_str(), 0, KEY_READ | view, &key);
+    return UniqueKey(status == ERROR_SUCCESS ? key : nullptr);
 }
 
-UniqueKey OpenForWriting(HKEY root, const std::wstring& subKey)
+UniqueKey OpenForWriting(HKEY root, const std::wstring& subKey, REGSAM view)
 {
     HKEY key = nullptr;
     const LSTATUS status = ::RegCreateKeyExW(root, subKey.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                             KEY_WRITE, nullptr, &key, nullptr);
+                                             KEY_WRITE | view, nullptr, &key, nullptr);
     return UniqueKey(status == ERROR_SUCCESS ? key : nullptr);
 }
 
@@ -126,11 +126,11 @@ bool CRegistryValue::IsText() const
     return m_type == REG_SZ || m_type == REG_EXPAND_SZ || m_type == REG_LINK;
 }
 
-CRegistry::CRegistry(HKEY hive) : m_rootKey(hive) {}
+CRegistry::CRegistry(HKEY hive, REGSAM view) : m_rootKey(hive), m_view(view) {}
 
 bool CRegistry::ReadString(const std::wstring& subKey, const std::wstring& valueName, std::wstring& text)
 {
-    const UniqueKey key = OpenForReading(m_rootKey, subKey);
+    const UniqueKey key = OpenForReading(m_rootKey, subKey, m_view);
     if (!key) {
         return false;
     }
@@ -155,7 +155,7 @@ bool CRegistry::WriteString(const std::wstring& subKey, const std::wstring& valu
     if (!value.SetText(text)) {
         return false;
     }
-    const UniqueKey key = OpenForWriting(m_rootKey, subKey);
+    const UniqueKey key = OpenForWriting(m_rootKey, subKey, m_view);
     if (!key) {
         return false;
     }
@@ -173,4 +173,13 @@ void CRegistry::CloseRoot()
     if (!IsPredefined(m_rootKey)) {
         m_rootKey = nullptr;
     }
+}
+
+REGSAM ViewOfMachineKey(const std::wstring& subKey)
+{
+    HKEY key = nullptr;
+    const LSTATUS status =
+        ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, subKey.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, &key);
+    const UniqueKey owner(status == ERROR_SUCCESS ? key : nullptr);
+    return status == ERROR_FILE_NOT_FOUND ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
 }

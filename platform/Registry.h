@@ -67,7 +67,9 @@ class CRegistry
 public:
     // hive: a predefined hive, or an open key, of which this object takes ownership: the first access that
     // opens a sub-key closes it, and every later access fails.
-    explicit CRegistry(HKEY hive);
+    // view: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit ones see, 0 for the
+    // view of this process ("Accessing an Alternate Registry View").
+    explicit CRegistry(HKEY hive, REGSAM view = 0);
     virtual ~CRegistry() = default;
     CRegistry(const CRegistry&) = delete;
     CRegistry& operator=(const CRegistry&) = delete;
@@ -86,4 +88,9 @@ private:
     void CloseRoot();
 
     HKEY m_rootKey;
+    REGSAM m_view;
 };
+
+// Returns KEY_WOW64_32KEY when a key of the local machine is missing in the 64-bit view: a 32-bit setup
+// program may have written it. Otherwise KEY_WOW64_64KEY, also when the key may not be read.
+[[nodiscard]] REGSAM ViewOfMachineKey(const std::wstring& subKey);

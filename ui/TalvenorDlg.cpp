@@ -206,7 +206,7 @@ void CTalvenorDlg::ReadFolders()
     m_strSourceDir.clear();
     m_strInstallDir.clear();
     const std::wstring key = std::wstring(kProductKey) + kLibraryKeyTail;
-    CRegistry settings(HKEY_LOCAL_MACHINE);
+    CRegistry settings(HKEY_LOCAL_MACHINE, ViewOfMachineKey(key));
     static_cast<void>(settings.ReadString(key, kProgramFolderValue, m_strInstallDir));
     if (settings.ReadString(key, kPartsFolderValue, m_strSourceDir)) {
         ShowFolders();

@@ -7,15 +7,23 @@
 
 #include "framework/Handles.h"
 
-// The values of the standard-part library and of the program's templates in the registry: none at first. The
-// values from before come back at the end of the scope.
+// The values of the standard-part library, in both views of the registry, and of the program's templates:
+// none at first. The values from before come back at the end of the scope.
 class CZelmarRegistry
 {
 public:
-    // Return false if this process may not write there.
-    bool SetPartsFolder(const std::wstring& folder) { return SetFolder(L"parts", folder); }
-    bool SetProgramFolder(const std::wstring& folder) { return SetFolder(L"prg", folder); }
+    // Return false if this process may not write there. view: KEY_WOW64_64KEY or KEY_WOW64_32KEY.
+    bool SetPartsFolder(const std::wstring& folder, REGSAM view = KEY_WOW64_64KEY)
+    {
+        return SetFolder(L"parts", folder, view);
+    }
+    bool SetProgramFolder(const std::wstring& folder, REGSAM view = KEY_WOW64_64KEY)
+    {
+        return SetFolder(L"prg", folder, view);
+    }
+    // In the 64-bit view
     void RemovePartsFolder() { RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kLibrary, L"parts"); }
+    void RemoveLibrary() { RegDeleteKeyExW(HKEY_LOCAL_MACHINE, kLibrary, KEY_WOW64_64KEY, 0); }
 
     // The template of column 1 or 2.
     void SetTemplate(int column, const std::wstring& text)
@@ -36,14 +44,17 @@ public:
     }
 
 private:
-    // Moves a hive's values of the product aside for the length of the scope.
+    // Moves a hive's values of the product aside for the length of the scope, in one view of the registry.
     class CAsideScope
     {
     public:
-        explicit CAsideScope(HKEY hive) : m_hive(hive), m_moved(Move(kProduct, m_aside)) {}
+        explicit CAsideScope(HKEY hive, REGSAM view = 0)
+            : m_hive(hive), m_view(view), m_moved(Move(kProduct, m_aside))
+        {
+        }
         ~CAsideScope()
         {
-            RegDeleteTreeW(m_hive, kProduct);
+            Delete(kProduct);
             if (m_moved) {
                 Move(m_aside, kProduct);
             }
@@ -62,24 +73,34 @@ private:
                    std::to_wstring(++made);
         }
 
+        [[nodiscard]] UniqueKey Open(const std::wstring& name) const
+        {
+            HKEY key = nullptr;
+            const LSTATUS status = RegOpenKeyExW(m_hive, name.c_str(), 0, KEY_ALL_ACCESS | m_view, &key);
+            return UniqueKey(status == ERROR_SUCCESS ? key : nullptr);
+        }
+
+        bool Delete(const std::wstring& name) const
+        {
+            const UniqueKey key = Open(name);
+            return key && RegDeleteTreeW(key.get(), nullptr) == ERROR_SUCCESS &&
+                   RegDeleteKeyExW(m_hive, name.c_str(), m_view, 0) == ERROR_SUCCESS;
+        }
+
         // Returns false if there is nothing to move.
         bool Move(const std::wstring& from, const std::wstring& to) const
         {
-            HKEY key = nullptr;
-            if (RegOpenKeyExW(m_hive, from.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
+            const UniqueKey source = Open(from);
+            if (!source) {
                 return false;
             }
-            const UniqueKey source(key);
-            if (RegCreateKeyExW(m_hive, to.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) !=
-                ERROR_SUCCESS) {
-                return false;
-            }
-            const UniqueKey target(key);
-            return RegCopyTreeW(source.get(), nullptr, target.get()) == ERROR_SUCCESS &&
-                   RegDeleteTreeW(m_hive, from.c_str()) == ERROR_SUCCESS;
+            const UniqueKey target = CreateKey(m_hive, to, m_view);
+            return target && RegCopyTreeW(source.get(), nullptr, target.get()) == ERROR_SUCCESS &&
+                   Delete(from);
         }
 
         const HKEY m_hive;
+        const REGSAM m_view;
         const std::wstring m_aside = NewName();
         const bool m_moved;
     };
@@ -88,16 +109,27 @@ private:
     static constexpr const wchar_t* kTemplates = L"SOFTWARE\\Zelmar\\Tools\\Talvenor";
 
     static std::wstring ValueOf(int column) { return L"Template Text Column " + std::to_wstring(column); }
-    static bool Write(HKEY hive, const wchar_t* key, const std::wstring& name, const std::wstring& text)
+    static UniqueKey CreateKey(HKEY hive, const std::wstring& name, REGSAM view)
     {
-        return RegSetKeyValueW(hive, key, name.c_str(), REG_SZ, text.c_str(),
-                               static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
+        HKEY key = nullptr;
+        const LSTATUS status =
+            RegCreateKeyExW(hive, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS | view, nullptr, &key, nullptr);
+        return UniqueKey(status == ERROR_SUCCESS ? key : nullptr);
     }
-    static bool SetFolder(const wchar_t* name, const std::wstring& folder)
+    static bool Write(HKEY hive, const wchar_t* name, const std::wstring& value, const std::wstring& text,
+                      REGSAM view = 0)
     {
-        return Write(HKEY_LOCAL_MACHINE, kLibrary, name, folder);
+        const UniqueKey key = CreateKey(hive, name, view);
+        const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+        return key && RegSetValueExW(key.get(), value.c_str(), 0, REG_SZ,
+                                     reinterpret_cast<const BYTE*>(text.c_str()), size) == ERROR_SUCCESS;
+    }
+    static bool SetFolder(const wchar_t* name, const std::wstring& folder, REGSAM view)
+    {
+        return Write(HKEY_LOCAL_MACHINE, kLibrary, name, folder, view);
     }
 
-    CAsideScope m_machine{HKEY_LOCAL_MACHINE};
+    CAsideScope m_machine{HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY};
+    CAsideScope m_machine32{HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY};
     CAsideScope m_user{HKEY_CURRENT_USER};
 };

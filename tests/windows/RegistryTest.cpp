@@ -195,6 +195,59 @@ TEST_F(RegistryTest, AnyOtherRootIsClosedByTheFirstAccessThatOpensASubKey)
     EXPECT_FALSE(registry.WriteString(L"a", L"name", L"y"));
 }
 
+// Keys under HKEY_LOCAL_MACHINE\\SOFTWARE, which has a part of its own for 32-bit programs.
+class RegistryViewTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!CRegistry(HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY).WriteString(m_probe, L"", L"")) {
+            GTEST_SKIP() << "skipped: this process may not write the machine's settings";
+        }
+    }
+    ~RegistryViewTest() override
+    {
+        for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
+            for (const std::wstring& path : {m_path, m_probe}) {
+                ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), view, 0);
+            }
+        }
+    }
+
+    void Write(REGSAM view, const std::wstring& text) const
+    {
+        EXPECT_TRUE(CRegistry(HKEY_LOCAL_MACHINE, view).WriteString(m_path, L"name", text));
+    }
+    [[nodiscard]] std::wstring Read(REGSAM view) const
+    {
+        std::wstring text = L"(none)";
+        static_cast<void>(CRegistry(HKEY_LOCAL_MACHINE, view).ReadString(m_path, L"name", text));
+        return text;
+    }
+
+    const std::wstring m_path = L"SOFTWARE\\TalvenorRegistryTest" + std::to_wstring(::GetCurrentProcessId());
+    const std::wstring m_probe = m_path + L"Probe";
+};
+
+TEST_F(RegistryViewTest, ReadsAndWritesInItsOwnView)
+{
+    Write(KEY_WOW64_32KEY, L"32");
+    EXPECT_EQ(Read(KEY_WOW64_64KEY), L"(none)");
+    Write(KEY_WOW64_64KEY, L"64");
+    EXPECT_EQ(Read(KEY_WOW64_32KEY), L"32");
+    EXPECT_EQ(Read(KEY_WOW64_64KEY), L"64");
+    EXPECT_EQ(Read(0), L"64") << "the view of a 64-bit process";
+}
+
+TEST_F(RegistryViewTest, The32BitViewIsForKeysThatTheOtherOneLacks)
+{
+    EXPECT_EQ(ViewOfMachineKey(m_path), REGSAM{KEY_WOW64_32KEY});
+    Write(KEY_WOW64_32KEY, L"32");
+    EXPECT_EQ(ViewOfMachineKey(m_path), REGSAM{KEY_WOW64_32KEY});
+    Write(KEY_WOW64_64KEY, L"64");
+    EXPECT_EQ(ViewOfMachineKey(m_path), REGSAM{KEY_WOW64_64KEY});
+}
+
 TEST(RegistryValue, IsEmptyAtFirstAndAfterClear)
 {
     CRegistryValue value;

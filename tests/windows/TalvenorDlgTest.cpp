@@ -412,6 +412,25 @@ TEST_P(TalvenorDlgTest, TheColumnsHaveTheirHeaders)
     });
 }
 
+TEST_P(TalvenorDlgTest, TheLibraryMayBeRegisteredFor32BitProgramsOnly)
+{
+    AddThreeParts();
+    m_registry.RemoveLibrary();
+    EXPECT_TRUE(m_registry.SetPartsFolder(m_parts, KEY_WOW64_32KEY));
+    const CDialogUser user(&Cancel);  // without a folder the first start of the process asks for files
+    Run([this] {
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+        EXPECT_EQ(Rows(), m_threeRows);
+    });
+}
+
+TEST_P(TalvenorDlgTest, ALibraryThatIsRegisteredFor64BitProgramsTakesPrecedence)
+{
+    AddThreeParts();
+    EXPECT_TRUE(m_registry.SetPartsFolder(MakeOtherFolder(), KEY_WOW64_32KEY));
+    Run([this] { EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts); });
+}
+
 // Tests what the program itself scales: Wine does not scale the dialog.
 TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
 {
@@ -1901,6 +1920,21 @@ TEST_P(FirstPaintTest, ReportsAMissingInputFolderAndAsksForFilesOnce)
         Run(expectFallback);
         EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "without its backslash the folder is another one";
     }
+}
+
+// The other view may have the values of an earlier installation.
+TEST_P(FirstPaintTest, AMissingInputFolderIsNotTakenFromTheOtherView)
+{
+    if (!IsInOwnProcess()) {
+        return;
+    }
+    m_registry.RemovePartsFolder();
+    EXPECT_TRUE(m_registry.SetPartsFolder(m_parts, KEY_WOW64_32KEY));
+    const CDialogUser user(&Cancel);
+    Run([this] {
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"c:\\");
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kNoPartsFolder.Current()});
+    });
 }
 
 TEST_P(FirstPaintTest, LoadsTheWholeFolderOfTheFilesThatAreChosen)
