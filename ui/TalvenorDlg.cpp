@@ -104,6 +104,15 @@ bool Ask(const Text& question)
     return ShowMessage(question.Current(), MB_YESNO | MB_ICONQUESTION) == IDYES;
 }
 
+// The manual that is installed with the program.
+std::wstring OwnManual()
+{
+    constexpr DWORD kLongestPath = 32'768;  // characters
+    std::wstring program(kLongestPath, L'\0');
+    program.resize(GetModuleFileNameW(nullptr, program.data(), kLongestPath));
+    return JoinPath(program.substr(0, program.rfind(L'\\')), kHelpDocument.Current());
+}
+
 }  // namespace
 
 CTalvenorDlg::CTalvenorDlg() : CDialog(IDD_TALVENOR), CFileMisc(kGerman) {}
@@ -775,7 +784,6 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
 
 void CTalvenorDlg::OnHelp()
 {
-    if (!m_strHelpFile.empty()) {
-        ShellExecuteW(m_hWnd, L"open", m_strHelpFile.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
-    }
+    const std::wstring document = Exists(m_strHelpFile) ? m_strHelpFile : OwnManual();
+    ShellExecuteW(m_hWnd, L"open", document.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }

@@ -105,7 +105,7 @@ private:
     CButton m_wndCopyOnly;
     std::wstring m_strProgId;
     CServerProcess m_cadServer;
-    std::wstring m_strHelpFile;  // empty when the program folder is not known
+    std::wstring m_strHelpFile;  // the library's; empty when the program folder is not known
     UniqueIcon m_icon;
     UniqueIcon m_smallIcon;
 

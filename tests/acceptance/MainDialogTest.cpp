@@ -124,27 +124,72 @@ private:
     std::wstring m_before;
 };
 
-TEST_F(MainDialogInBothLanguages, OpensTheHelpDocumentWithItsProgram)
+class HelpInBothLanguages : public MainDialogInBothLanguages
 {
-    if (CDocumentViewer::IsOverruled()) {
-        GTEST_SKIP() << "the user has chosen a program for documents of this kind";
+protected:
+    ~HelpInBothLanguages() override { std::filesystem::remove_all(OwnFolder() + L"\\Manuals"); }
+
+    void SetUp() override
+    {
+        MainDialogInBothLanguages::SetUp();
+        if (CDocumentViewer::IsOverruled()) {
+            GTEST_SKIP() << "the user has chosen a program for documents of this kind";
+        }
     }
-    const std::wstring document =
-        m_temp /
-        Text{L"Manuals\\ger\\Zelmar_Talvenor_Hilfe.pdf", L"Manuals\\us\\Zelmar_Talvenor_Hilfe.pdf"}.Current();
-    std::filesystem::create_directories(std::filesystem::path(document).parent_path());
-    WriteBytes(document, "help");
+
+    static std::filesystem::path DocumentBelow(const std::filesystem::path& folder)
+    {
+        return folder /
+               Text{L"Manuals\\ger\\Zelmar_Talvenor_Hilfe.pdf", L"Manuals\\us\\Zelmar_Talvenor_Hilfe.pdf"}
+                   .Current();
+    }
+    static void Write(const std::filesystem::path& document)
+    {
+        std::filesystem::create_directories(document.parent_path());
+        WriteBytes(document, "help");
+    }
+
+    // Presses the button and then F1, and expects each to open the document.
+    void ExpectOpened(const std::wstring& document) const
+    {
+        const CDocumentViewer viewer(m_temp / L"opened.txt");
+        const CProgramUnderTest program;
+        program.WaitForKeyboard();
+        program.PressByKey(IDC_HELP_BUTTON);
+        WaitFor([&] { return viewer.Opened().size() == 1; });
+        EXPECT_EQ((std::vector{document}), viewer.Opened());
+        program.WaitForKeyboard();  // the viewer may have had the focus
+        PressKeys({VK_F1});
+        WaitFor([&] { return viewer.Opened().size() == 2; });
+        EXPECT_EQ((std::vector{document, document}), viewer.Opened());
+    }
+
+    const std::filesystem::path m_ownManual = DocumentBelow(OwnFolder());
+    const std::filesystem::path m_libraryManual = DocumentBelow(m_temp.Path());
+};
+
+TEST_F(HelpInBothLanguages, OpensTheDocumentOfTheLibrary)
+{
+    Write(m_libraryManual);
+    Write(m_ownManual);
     m_registry.SetProgramFolder(m_temp.Path());
-    const CDocumentViewer viewer(m_temp / L"opened.txt");
-    const CProgramUnderTest program;
-    program.WaitForKeyboard();
-    program.PressByKey(IDC_HELP_BUTTON);
-    WaitFor([&] { return viewer.Opened().size() == 1; });
-    EXPECT_EQ((std::vector{document}), viewer.Opened());
-    program.WaitForKeyboard();  // the viewer may have had the focus
-    PressKeys({VK_F1});
-    WaitFor([&] { return viewer.Opened().size() == 2; });
-    EXPECT_EQ((std::vector{document, document}), viewer.Opened());
+    ExpectOpened(m_libraryManual);
+}
+
+TEST_F(HelpInBothLanguages, OpensTheProgramsOwnManualWhereTheLibraryHasNone)
+{
+    Write(m_ownManual);
+    m_registry.SetProgramFolder(m_temp.Path());
+    ExpectOpened(m_ownManual);
+}
+
+// With the folder of the standard parts in the one view of the registry and the program folder in the other.
+TEST_F(HelpInBothLanguages, OpensTheProgramsOwnManualWithoutAProgramFolder)
+{
+    Write(m_libraryManual);
+    Write(m_ownManual);
+    m_registry.SetProgramFolder(m_temp.Path(), KEY_WOW64_32KEY);
+    ExpectOpened(m_ownManual);
 }
 
 // ---- Size
