@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Makes the Windows Installer package of a staged folder: installer/package.py FOLDER VERSION PACKAGE.msi
+"""Makes the Windows Installer package of an edition: installer/package.py FOLDER VERSION german|english PACKAGE.msi
 
 FOLDER holds the files to install, as staged by tools/release. All times in the package are SOURCE_DATE_EPOCH. The same
-folder, version and time give the same bytes: the product code is derived from the version, the package code from version,
-time and content. Needs Debian's wixl and msitools.
+folder, version, edition and time give the same bytes: product code and package code are derived from these and the content.
+Windows Installer refuses a package that has the product code of the installed one but another package code (error 1638), so
+the version alone would not do. Needs Debian's wixl and msitools.
 """
 import hashlib
 import os
@@ -16,9 +17,11 @@ import uuid
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 NAMESPACE = uuid.UUID("71d910c2-d687-4556-9b68-e17fb9ea052b")
+UPGRADE_CODE = "D68003F5-A04E-4B17-9156-DE64D5E4DF2A"  # of all versions and editions
+LANGUAGE_IDS = {"german": 1031, "english": 1033}  # of the editions
 VERSIONED = ["talvenor.exe", "talvresgerx64.dll", "talvresusx64.dll"]
 # Windows Installer passes only these properties to its elevated side (documentation: "SecureCustomProperties property").
-SECURE = "WIX_DOWNGRADE_DETECTED;WIX_UPGRADE_DETECTED;INSTALLDIR;OWNMANUALS;LIBRARYFOLDER;WINDOWSMAJOR"
+SECURE = "REPLACED;NEWERFOUND;INSTALLDIR;WINDOWSBUILD"
 
 
 def files_below(folder):
@@ -54,36 +57,42 @@ def run(*command, cwd):
 
 def queries(version):
     """Sets what wixl leaves out. Without file versions in the package, Windows Installer would keep installed files: it
-    takes a file without a version for older than any file with one."""
+    takes a file without a version for older than any file with one. The package replaces all versions up to its own, which
+    may be the other edition or an earlier build; 0x100 and 0x200 include both limits (documentation: "Upgrade table")."""
     for name in VERSIONED:
         yield f"UPDATE `File` SET `Version`='{version}.0' WHERE `File`='{name}'"
         yield f"DELETE FROM `MsiFileHash` WHERE `File_`='{name}'"
+    yield ("INSERT INTO `Upgrade` (`UpgradeCode`, `VersionMin`, `VersionMax`, `Attributes`, `ActionProperty`) "
+           f"VALUES ('{{{UPGRADE_CODE}}}', '0.0.0', '{version}', {0x100 | 0x200}, 'REPLACED')")
     yield f"UPDATE `Property` SET `Value`='{SECURE}' WHERE `Property`='SecureCustomProperties'"
 
 
-def summary(package, code, when, cwd):
+def summary(package, code, language, when, cwd):
     """The summary information as wixl wrote it, but with our package code, language and times."""
     text = subprocess.run(["msiinfo", "export", package, "_SummaryInformation"], cwd=cwd, check=True,
                           capture_output=True, encoding="cp1252").stdout
     stamp = time.strftime("%Y/%m/%d %H:%M:%S", time.gmtime(when))
-    ours = {"7": "x64;1031", "9": "{%s}" % str(code).upper(), "12": stamp, "13": stamp}
+    ours = {"7": f"x64;{language}", "9": "{%s}" % str(code).upper(), "12": stamp, "13": stamp}
     rows = [line.split("\t", 1) for line in text.splitlines()]
     return "".join(f"{key}\t{ours.get(key, rest)}\r\n" for key, rest in rows)
 
 
 def main():
-    folder, version, package = sys.argv[1:]
-    when = int(os.environ["SOURCE_DATE_EPOCH"])
+    folder, version, edition, package = sys.argv[1:]
+    when, language = int(os.environ["SOURCE_DATE_EPOCH"]), LANGUAGE_IDS[edition]
     with tempfile.TemporaryDirectory() as work:
         source = os.path.join(work, "source")
         copy_inputs(folder, source, when)
-        product, code = uuid.uuid5(NAMESPACE, version), uuid.uuid5(NAMESPACE, f"{version} {when} {digest_of(source)}")
+        build = f"{edition} {version} {when} {digest_of(source)}"
+        product, code = (uuid.uuid5(NAMESPACE, f"{kind} {build}") for kind in ("product", "package"))
         made = os.path.join(work, "made.msi")
-        run("wixl", "--arch", "x64", "-D", f"Version={version}", "-D", f"ProductCode={str(product).upper()}",
+        defines = {"Edition": edition, "LanguageId": language, "Version": version, "ProductCode": str(product).upper(),
+                   "UpgradeCode": UPGRADE_CODE}
+        run("wixl", "--arch", "x64", *(part for name, value in defines.items() for part in ("-D", f"{name}={value}")),
             "--output", made, "talvenor.wxs", cwd=source)
         run("msibuild", made, "-q", *queries(version), cwd=work)
         with open(os.path.join(work, "_SummaryInformation.idt"), "w", encoding="cp1252", newline="") as table:
-            table.write(summary(made, code, when, work))
+            table.write(summary(made, code, language, when, work))
         run("msibuild", made, "-i", "_SummaryInformation.idt", cwd=work)
         shutil.copyfile(made, package)
 

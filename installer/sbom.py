@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the SBOM, SPDX 2.3 as JSON: installer/sbom.py FOLDER VERSION TALVENOR.MAP SBOM.spdx.json
+"""Writes an edition's SBOM, SPDX 2.3 as JSON: installer/sbom.py FOLDER VERSION german|english TALVENOR.MAP SBOM.spdx.json
 
 Lists the files of the staged folder with their checksums, and the libraries that the compiler has linked into the program.
 The environment variable SOURCE_DATE_EPOCH sets the creation time.
@@ -57,15 +57,15 @@ def relationship(source, kind, target):
     return {"spdxElementId": source, "relationshipType": kind, "relatedSpdxElement": target}
 
 
-def document(folder, version, map_path):
+def document(folder, version, edition, map_path):
     when = int(os.environ["SOURCE_DATE_EPOCH"])
     files = [file_entry(folder, name) for name in installer.files_below(folder)]
     libraries = runtime.linked_libraries(map_path)
     texts = {name: text for library in libraries for name, text in library.texts.items()}
     program = spdx_id("File", "talvenor.exe")
-    identity = uuid.uuid5(installer.NAMESPACE, f"sbom {version} {when} {installer.digest_of(folder)}")
+    identity = uuid.uuid5(installer.NAMESPACE, f"sbom {edition} {version} {when} {installer.digest_of(folder)}")
     return {"spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "SPDXID": "SPDXRef-DOCUMENT",
-            "name": f"Talvenor-{version}", "documentNamespace": f"urn:uuid:{identity}",
+            "name": f"Talvenor-{version}-{edition}", "documentNamespace": f"urn:uuid:{identity}",
             "creationInfo": {"created": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(when)),
                              "creators": ["Organization: Talvenor", "Tool: tools-release"]},
             "packages": [own_package(version, files)] + [library_package(library) for library in libraries],
@@ -78,9 +78,9 @@ def document(folder, version, map_path):
 
 
 def main():
-    folder, version, map_path, path = sys.argv[1:]
+    folder, version, edition, map_path, path = sys.argv[1:]
     with open(path, "w", encoding="utf-8") as file:
-        json.dump(document(folder, version, map_path), file, ensure_ascii=False, indent=2)
+        json.dump(document(folder, version, edition, map_path), file, ensure_ascii=False, indent=2)
         file.write("\n")
 
 

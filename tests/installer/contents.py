@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
 """Checks the contents of a release: tests/installer/contents.py DIST VERSION STAGE
 
-The installer package and the portable archive hold exactly the files in FILES, identical to those of the staged folder. The
-tables of the package, the checksums and the SBOM are correct. The exit status is 1 if anything is found.
+STAGE holds the staged folders: german, english and symbols. In both editions, the installer package and the portable archive
+hold exactly the files in FILES, identical to the staged ones; the tables of the package and the SBOM are correct. The
+symbols belong to the delivered programs. The checksums cover all files and are correct. The exit status is 1 if anything is
+found.
 """
 import hashlib
 import json
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -14,6 +17,8 @@ import zipfile
 
 import tables
 
+EDITIONS = {"german": "de", "english": "en"}
+STRIP, ADDRESS_TO_LINE = "x86_64-w64-mingw32-strip", "x86_64-w64-mingw32-addr2line"
 ICON = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../resources/talvenor.ico")
 FILES = {"Licences.txt", "Manuals/ger/Zelmar_Talvenor_Hilfe.pdf", "Manuals/us/Zelmar_Talvenor_Hilfe.pdf", "talvenor.exe",
          "talvresgerx64.dll", "talvresusx64.dll"}
@@ -72,25 +77,94 @@ def sbom_findings(sbom, staged):
             yield f"SBOM: an unknown element in {relationship}"
 
 
-def findings(dist, version, stage):
-    root, staged = f"Talvenor-{version}", in_folder(stage)
+def stripped(program):
+    """The bytes of the program without its symbols."""
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "talvenor.exe")
+        with open(path, "wb") as file:
+            file.write(program)
+        # Without SOURCE_DATE_EPOCH, strip writes the time into the header.
+        subprocess.run([STRIP, path], check=True, env={**os.environ, "SOURCE_DATE_EPOCH": "0"})
+        return read(path)
+
+
+def place_of(program, linker_map, function):
+    """The source file that the symbols name for the address that the linker map gives to a function."""
+    address = re.search(rf"^ +0x([0-9a-f]+) +{re.escape(function)}$", linker_map.decode(), re.MULTILINE)
+    if not address:
+        return "no address"
+    with tempfile.NamedTemporaryFile(suffix=".exe") as file:
+        file.write(program)
+        file.flush()
+        return subprocess.run([ADDRESS_TO_LINE, "-e", file.name, address.group(1)], check=True, capture_output=True,
+                              encoding="utf-8").stdout
+
+
+def symbol_findings(archived, delivered):
+    """archived: the files in the archive of symbols; delivered: the programs that users get, by edition."""
+    expected = {f"{code}/{name}" for code in EDITIONS.values() for name in ("talvenor.exe", "talvenor.map")}
+    for name in sorted(archived.keys() ^ expected):
+        yield f"symbols: {name} is {'unexpected' if name in archived else 'missing'}"
+    for code in sorted({name.split("/")[0] for name in archived.keys() & expected}):
+        program, linker_map = (archived.get(f"{code}/{name}", b"") for name in ("talvenor.exe", "talvenor.map"))
+        if stripped(program) != delivered[code]:
+            yield f"symbols: {code}/talvenor.exe is not the delivered program"
+        if "framework/WinApp.cpp" not in (place := place_of(program, linker_map, "CWinApp::Get()")):
+            yield f"symbols: {code}/talvenor.map and talvenor.exe do not lead to a source line: {place}"
+
+
+def edition_findings(dist, version, edition, staged):
+    root = f"Talvenor-{version}-{EDITIONS[edition]}"
     package = os.path.join(dist, f"{root}-x64.msi")
     yield from content_findings("installer package", in_package(package), staged)
     yield from content_findings("portable archive", in_archive(os.path.join(dist, f"{root}-x64-portable.zip"), root), staged)
-    for finding in [*tables.findings(package, version, ICON), *tables.mutation_findings(package, version, ICON)]:
+    for finding in [*tables.findings(package, version, edition, ICON),
+                    *tables.mutation_findings(package, version, edition, ICON)]:
         yield f"installer package: {finding}"
-    yield from sum_findings(dist)
     yield from sbom_findings(json.loads(read(os.path.join(dist, f"{root}.spdx.json"))), staged)
 
 
-def main():
-    found = list(findings(*sys.argv[1:]))
-    # Tests this check: it must find an extra file, a missing one and a changed one.
-    staged = in_folder(sys.argv[3])
+def code_findings(codes):
+    """Editions with the same product code could not replace each other."""
+    if len(set(codes)) != len(EDITIONS):
+        yield f"the product codes are {codes}"
+
+
+def findings(dist, version, stage):
+    staged = {edition: in_folder(os.path.join(stage, edition)) for edition in EDITIONS}
+    for edition, code in EDITIONS.items():
+        for finding in edition_findings(dist, version, edition, staged[edition]):
+            yield f"{code}: {finding}"
+    yield from code_findings([tables.product_code(os.path.join(dist, f"Talvenor-{version}-{code}-x64.msi"))
+                              for code in EDITIONS.values()])
+    symbols = in_archive(os.path.join(dist, f"Talvenor-{version}-symbols.zip"), f"Talvenor-{version}-symbols")
+    yield from symbol_findings(symbols, {EDITIONS[edition]: files["talvenor.exe"] for edition, files in staged.items()})
+    yield from sum_findings(dist)
+
+
+def undetected(staged, symbols):
+    """Errors that would not be found."""
     mutated = {**staged, "cadserver.exe": b"", "talvenor.exe": b"other"}
     del mutated["Licences.txt"]
     if len(list(content_findings("test", mutated, staged))) != 3:
-        found.append("wrong contents would not be found")
+        yield "wrong contents would not be found"
+    delivered = {code: stripped(symbols[f"{code}/talvenor.exe"]) for code in EDITIONS.values()}
+    exchanged = {**symbols, "de/talvenor.exe": symbols["en/talvenor.exe"]}
+    if not list(symbol_findings(exchanged, delivered)):
+        yield "symbols of the other edition would not be found"
+    without_lines = {**symbols, "de/talvenor.exe": delivered["de"]}
+    if not any("source line" in finding for finding in symbol_findings(without_lines, delivered)):
+        yield "missing symbols would not be found"
+    if not list(symbol_findings({"de/talvenor.exe": symbols["de/talvenor.exe"]}, delivered)):
+        yield "a missing linker map would not be found"
+    if not list(code_findings(["{1}", "{1}"])):
+        yield "equal product codes would not be found"
+
+
+def main():
+    dist, version, stage = sys.argv[1:]
+    found = list(findings(dist, version, stage))
+    found += undetected(in_folder(os.path.join(stage, "german")), in_folder(os.path.join(stage, "symbols")))
     for finding in found:
         print("   " + finding)
     print(f"   {len(FILES)} files in each package, {len(found)} findings")

@@ -1,6 +1,10 @@
-"""Installs, uses, upgrades and removes the program. Afterwards the machine must be as before. Called by tests/installer/run.
+"""Installs, uses, upgrades and removes both editions. Afterwards the machine must be as before. Called by
+tests/installer/run.
 
-  lifetime.py PACKAGE.msi STAGE PREFIX WINDOW_LOG
+  lifetime.py DIST VERSION STAGE PREFIX WINDOW_LOG
+
+Not tried: that a failed upgrade leaves the old version. Wine's installer does not bring back what RemoveExistingProducts has
+removed; tables.py checks that the removal is part of the transaction.
 """
 import functools
 import os
@@ -11,6 +15,7 @@ import subprocess
 import sys
 
 import check
+import contents
 import drive
 import machine
 import package as installer
@@ -22,11 +27,12 @@ from program import Program, Stuck
 OLDER = "0.9.0"
 FIXED_INFO = struct.pack("<II", 0xFEEF04BD, 0x00010000)  # signature and structure version of VS_FIXEDFILEINFO
 UNINSTALL_KEY = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall"
-WINDOWS_KEY, WINDOWS_MAJOR = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentMajorVersionNumber"
-LIBRARY_KEY = "HKLM\\SOFTWARE\\Zelmar\\input"
+WINDOWS_KEY, WINDOWS_BUILD = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentBuildNumber"
+OLDEST_BUILD = "15063"  # that the package accepts
+TOO_OLD_BUILDS = (None, "9600", "15062")  # 9600 is the greatest as a text; None: no such value
 PROGRAM_FOLDER, OTHER_FOLDER = "C:\\Program Files\\Talvenor\\", "C:\\Another folder\\"
-LIBRARY_FOLDER, PARTS = "C:\\Zelmar\\", "C:\\Zelmar\\Normteile"
-NO_RESOURCES = sources.german("kNoResources")
+PARTS = "C:\Zelmar\Normteile"
+NO_RESOURCES = sources.texts("kNoResources")
 
 # What a removal may leave behind, and why.
 WINE_INSTALLER_KEY = r"HKEY_LOCAL_MACHINE\\Software\\(Classes|Microsoft\\Windows\\CurrentVersion)\\Installer"
@@ -42,12 +48,14 @@ MAY_REMAIN = {
 
 
 class LifetimeTest:
-    def __init__(self, package, stage, prefix, window_log):
-        self.package, self.stage, self.prefix = package, stage, prefix
+    def __init__(self, dist, version, stage, prefix, window_log):
+        self.version, self.prefix = version, prefix
+        self.packages = {edition: os.path.realpath(os.path.join(dist, f"Talvenor-{version}-{code}-x64.msi"))
+                         for edition, code in contents.EDITIONS.items()}
+        self.stages = {edition: os.path.join(stage, edition) for edition in contents.EDITIONS}
         self.machine = machine.Machine(prefix)
         self.screen = windows.Screen(window_log)
         self.report = check.Report()
-        self.version = re.search(r"Talvenor-([0-9.]+)-x64\.msi$", package).group(1)
 
     def expect(self, title, found, expected):
         correct = found == expected
@@ -73,28 +81,26 @@ class LifetimeTest:
         return machine.run_windows("msiexec", "/i", machine.windows_path(package))
 
     def entries(self, state):
-        """Name, version and publisher of every entry of Talvenor among the installed programs."""
+        """Name, version, publisher and folder of every entry of Talvenor among the installed programs."""
         keys = {key for key, _ in filter(lambda item: isinstance(item, tuple), state)
                 if key.lower().startswith(UNINSTALL_KEY.lower() + "\\")}
-        rows = [[machine.value(state, key, name) for name in ("DisplayName", "DisplayVersion", "Publisher")]
-                for key in keys]
+        names = ("DisplayName", "DisplayVersion", "Publisher", "InstallLocation")
+        rows = [[machine.value(state, key, name) for name in names] for key in keys]
         return sorted(row for row in rows if row[0] == "Talvenor")
 
-    def installed_files(self, stage, program, manuals):
+    def installed_files(self, stage, program):
         """{path after the installation: digest} of the staged files."""
-        names = installer.files_below(stage)
-        places = {name: (manuals if name.startswith("Manuals/") else program) + name.replace("/", "\\")
-                  for name in names}
-        return {places[name]: machine.digest(os.path.join(stage, name)) for name in names}
+        return {program + name.replace("/", "\\"): machine.digest(os.path.join(stage, name))
+                for name in installer.files_below(stage)}
 
-    def expect_installed(self, before, version, stage, program, manuals):
+    def expect_installed(self, before, version, stage, program):
         state = self.machine.state()
-        self.expect(f"entry of version {version} among the installed programs", self.entries(state),
-                    [["Talvenor", version, "Talvenor"]])
+        self.expect(f"the entry of version {version} among the installed programs", self.entries(state),
+                    [["Talvenor", version, "Talvenor", program]])
         new = {name for change, name in machine.differences(before, state) if change == "new" and name in state}
         files = {name: state[name] for name in new if state[name] != "folder" and "\\windows\\Installer\\" not in name
                  and not name.endswith(".lnk") and not name.startswith(PARTS + "\\")}
-        self.expect("paths and contents of the installed files", files, self.installed_files(stage, program, manuals))
+        self.expect("paths and contents of the installed files", files, self.installed_files(stage, program))
         return state
 
     def expect_icon(self, state):
@@ -118,11 +124,12 @@ class LifetimeTest:
         self.report.failures += check.check_full(library, table).failures
         drive.report_boxes(self.report, self.screen.box_texts[boxes:], check.expected_boxes(library))
 
-    def start_in_other_folder(self, target):
-        """Started in another working folder, the program reports that its resource library is missing, and ends."""
+    def start_in_other_folder(self, target, edition):
+        """Started in another working folder, the program reports that the resource library of its language is missing, and
+        ends."""
         program = Program(self.screen, target, self.machine.path("C:\\windows"))
         box = program.wait_for("the message", 30, self.screen.message_box)
-        self.expect("message of a start in another folder", box.text(), NO_RESOURCES)
+        self.expect("message of a start in another folder", box.text(), NO_RESOURCES[edition])
         windows.press("Return")
         program.wait_for_end(20)
 
@@ -136,29 +143,40 @@ class LifetimeTest:
         for reason, names in remaining.items():
             print(f"   remaining, {reason}: {len(names)}")
 
-    @functools.cached_property
-    def older(self):
-        """A package of an older version, and the folder of its files. The program's files have the older number in their
-        version resource; the manuals have other contents."""
-        stage = os.path.join(self.prefix, "..", "older")
-        shutil.copytree(self.stage, stage)
-        for name in installer.files_below(stage):
-            path = os.path.join(stage, name)
+    def make_package(self, name, version, change):
+        """A German package of the version whose files have been changed by `change`, and the folder of these files."""
+        stage = os.path.realpath(os.path.join(self.prefix, "..", name))
+        shutil.copytree(self.stages["german"], stage)
+        for file_name in installer.files_below(stage):
+            path = os.path.join(stage, file_name)
             with open(path, "rb") as file:
                 data = file.read()
             with open(path, "wb") as file:
-                file.write(b"an older manual" if name.endswith(".pdf") else older_bytes(data, self.version))
-        package = os.path.realpath(os.path.join(self.prefix, "..", f"Talvenor-{OLDER}-x64.msi"))
-        subprocess.run(["installer/package.py", stage, OLDER, package], check=True,
+                file.write(change(data))
+        package = f"{stage}.msi"
+        subprocess.run(["installer/package.py", stage, version, "german", package], check=True,
                        env={**os.environ, "SOURCE_DATE_EPOCH": "1600000000"})
         return package, stage
 
+    @functools.cached_property
+    def older(self):
+        """A package of an older version. The program's files have the older number in their version resource; the manuals
+        have other contents."""
+        return self.make_package("older", OLDER, lambda data: older_bytes(data, self.version))
+
+    @functools.cached_property
+    def rebuilt(self):
+        """A package of the same version with other contents. The program's files have the same version resource."""
+        return self.make_package("rebuilt", self.version, lambda data: data + b"\n")
+
 
 def older_bytes(data, version):
-    """The file with the older number in its version resource; unchanged if it is not a program file."""
+    """The file with the older number in its version resource. A manual is replaced, any other file unchanged."""
     def numbers(text):
         major, minor, patch = map(int, text.split("."))
         return FIXED_INFO + struct.pack("<4H", minor, major, 0, patch) * 2  # file version, product version
+    if data.startswith(b"%PDF"):
+        return b"an older manual"
     if not data.startswith(b"MZ"):
         return data
     if data.count(numbers(version)) != 1:
@@ -166,64 +184,95 @@ def older_bytes(data, version):
     return data.replace(numbers(version), numbers(OLDER))
 
 
+def set_windows_build(build):
+    if build is None:
+        machine.run_windows("reg", "delete", WINDOWS_KEY, "/v", WINDOWS_BUILD, "/f")
+    else:
+        machine.run_windows("reg", "add", WINDOWS_KEY, "/v", WINDOWS_BUILD, "/d", build, "/f")
+
+
 def refused_on_older_windows(test):
-    print("\n== Refused on Windows before 10", flush=True)
-    # Windows has this value since version 10, and Wine when set to Windows 10, as tools/run-windows does.
-    machine.run_windows("reg", "delete", WINDOWS_KEY, "/v", WINDOWS_MAJOR, "/f")
-    before = test.machine.state()
-    test.expect("an installation fails", test.msiexec("/i", test.package) != 0, True)
-    test.expect_as_before(before)
-    machine.run_windows("reg", "add", WINDOWS_KEY, "/v", WINDOWS_MAJOR, "/t", "REG_DWORD", "/d", "10", "/f")
+    print("\n== Refused on Windows before 10 version 1703", flush=True)
+    for build in TOO_OLD_BUILDS:
+        set_windows_build(build)
+        before = test.machine.state()
+        test.expect(f"an installation fails (build {build})", test.msiexec("/i", test.packages["german"]) != 0, True)
+        test.expect_as_before(before)
+    set_windows_build(OLDEST_BUILD)  # for what follows, too
 
 
 def install_and_remove(test):
-    print("\n== Installed with a registered library, used, removed", flush=True)
+    print("\n== German edition installed, used, removed", flush=True)
+    package, stage = test.packages["german"], test.stages["german"]
     before = test.machine.state()
-    test.expect("status of the installation", test.msiexec("/i", test.package), 0)
-    state = test.expect_installed(before, test.version, test.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
+    test.expect("status of the installation", test.msiexec("/i", package), 0)
+    state = test.expect_installed(before, test.version, stage, PROGRAM_FOLDER)
     test.expect_icon(state)
     target, folder = test.shortcut(state)
     test.convert(target, folder)
-    test.start_in_other_folder(target)
-    test.expect("status of the removal", test.msiexec("/x", test.package), 0)
+    test.start_in_other_folder(target, "german")
+    test.expect("status of the removal", test.msiexec("/x", package), 0)
+    test.expect_as_before(before)
+
+
+def editions_replace_each_other(test):
+    print("\n== German edition installed; replaced by the English one, and that by the German one; removed", flush=True)
+    before = test.machine.state()
+    for edition in ("german", "english", "german"):
+        test.expect(f"status of the installation in {edition.title()}", test.msiexec("/i", test.packages[edition]), 0)
+        test.expect_installed(before, test.version, test.stages[edition], PROGRAM_FOLDER)
+        test.start_in_other_folder(PROGRAM_FOLDER + "talvenor.exe", edition)
+    test.expect("status of the removal", test.msiexec("/x", test.packages["german"]), 0)
+    test.expect_as_before(before)
+
+
+def replaced_by_rebuilt_package(test):
+    print(f"\n== Version {test.version} installed; replaced by another build of the same version; removed", flush=True)
+    package, stage = test.rebuilt
+    before = test.machine.state()
+    test.expect("status of the installation", test.msiexec("/i", test.packages["german"]), 0)
+    test.expect("status of the upgrade", test.msiexec("/i", package), 0)
+    test.expect_installed(before, test.version, stage, PROGRAM_FOLDER)
+    test.expect("status of the removal", test.msiexec("/x", package), 0)
     test.expect_as_before(before)
 
 
 def upgrade_by_double_click(test):
-    print(f"\n== Version {OLDER} and upgrade installed by double-click; not downgraded; removed", flush=True)
+    print(f"\n== Version {OLDER} and upgrade installed by double-click; upgrade refused before; not downgraded; removed",
+          flush=True)
     package, stage = test.older
     before = test.machine.state()
     test.expect(f"status of the installation of {OLDER}", test.double_click(package), 0)
-    test.expect_installed(before, OLDER, stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
-    test.expect("status of the upgrade", test.double_click(test.package), 0)
-    test.expect_installed(before, test.version, test.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
-    test.expect("an installation of the older version fails", test.msiexec("/i", package) != 0, True)
-    test.expect_installed(before, test.version, test.stage, PROGRAM_FOLDER, LIBRARY_FOLDER)
-    test.expect("status of the removal", test.msiexec("/x", test.package), 0)
+    set_windows_build("15062")
+    test.expect("an upgrade that the package refuses fails", test.msiexec("/i", test.packages["german"]) != 0, True)
+    set_windows_build(OLDEST_BUILD)
+    test.expect_installed(before, OLDER, stage, PROGRAM_FOLDER)
+    test.expect("status of the upgrade", test.double_click(test.packages["german"]), 0)
+    test.expect_installed(before, test.version, test.stages["german"], PROGRAM_FOLDER)
+    test.expect("a downgrade fails", test.msiexec("/i", package) != 0, True)
+    test.expect_installed(before, test.version, test.stages["german"], PROGRAM_FOLDER)
+    test.expect("status of the removal", test.msiexec("/x", test.packages["german"]), 0)
     test.expect_as_before(before)
 
 
 def upgrade_in_other_folder(test):
-    print(f"\n== Version {OLDER} installed into another folder without a registered library; upgraded; library registered; "
-          "removed", flush=True)
-    machine.run_windows("reg", "delete", LIBRARY_KEY, "/v", "prg", "/f")
+    print(f"\n== Version {OLDER} installed into another folder; upgraded to the English edition; removed", flush=True)
     package, stage = test.older
-    without = test.machine.state()
+    before = test.machine.state()
     test.expect(f"status of the installation of {OLDER}", test.install_into(OTHER_FOLDER, package), 0)
-    test.expect_installed(without, OLDER, stage, OTHER_FOLDER, OTHER_FOLDER)
+    test.expect_installed(before, OLDER, stage, OTHER_FOLDER)
     # An upgrade stays in the folder of the older version, even if INSTALLDIR says otherwise.
-    test.expect("status of the upgrade", test.install_into(PROGRAM_FOLDER, test.package), 0)
-    test.expect_installed(without, test.version, test.stage, OTHER_FOLDER, OTHER_FOLDER)
-    machine.run_windows("reg", "add", LIBRARY_KEY, "/v", "prg", "/d", LIBRARY_FOLDER.rstrip("\\"), "/f")
-    test.expect("status of the removal", test.msiexec("/x", test.package), 0)
-    machine.run_windows("reg", "delete", LIBRARY_KEY, "/v", "prg", "/f")
-    test.expect_as_before(without)
+    test.expect("status of the upgrade", test.install_into(PROGRAM_FOLDER, test.packages["english"]), 0)
+    test.expect_installed(before, test.version, test.stages["english"], OTHER_FOLDER)
+    test.expect("status of the removal", test.msiexec("/x", test.packages["english"]), 0)
+    test.expect_as_before(before)
 
 
 def main():
     test = LifetimeTest(*sys.argv[1:])
     try:
-        for lifetime in (refused_on_older_windows, install_and_remove, upgrade_by_double_click, upgrade_in_other_folder):
+        for lifetime in (refused_on_older_windows, install_and_remove, editions_replace_each_other,
+                         replaced_by_rebuilt_package, upgrade_by_double_click, upgrade_in_other_folder):
             lifetime(test)
     except Stuck as stuck:
         print(f"\nStuck: {stuck}.")

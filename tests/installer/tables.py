@@ -4,37 +4,61 @@ import shutil
 import subprocess
 import tempfile
 
+UPGRADE_CODE = "{D68003F5-A04E-4B17-9156-DE64D5E4DF2A}"  # of all versions and editions
 PROPERTIES = {"ALLUSERS": "1", "ARPPRODUCTICON": "talvenor.ico", "ProductName": "Talvenor", "Manufacturer": "Talvenor",
-              "UpgradeCode": "{D68003F5-A04E-4B17-9156-DE64D5E4DF2A}"}
+              "REINSTALLMODE": "amus", "UpgradeCode": UPGRADE_CODE}
 # Windows Installer passes only these to its elevated side (documentation: "SecureCustomProperties property").
-SECURE = {"INSTALLDIR", "LIBRARYFOLDER", "OWNMANUALS", "WINDOWSMAJOR", "WIX_DOWNGRADE_DETECTED", "WIX_UPGRADE_DETECTED"}
-# Table: columns, and the expected rows of these columns
-ROWS = {
-    "AppSearch": (("Property", "Signature_"), {
-        ("INSTALLDIR", "OwnFolder"), ("OWNMANUALS", "OwnManuals"), ("LIBRARYFOLDER", "LibraryFolder"),
-        ("WINDOWSMAJOR", "WindowsMajor")}),
-    # Root 2: HKEY_LOCAL_MACHINE. Type 0: the value names a folder; 2: raw value; plus 16: 64-bit registry.
-    "RegLocator": (("Signature_", "Root", "Key", "Name", "Type"), {
-        ("OwnFolder", "2", "SOFTWARE\\Talvenor\\Setup", "Program", "16"),
-        ("OwnManuals", "2", "SOFTWARE\\Talvenor\\Setup", "Manuals", "16"),
-        ("LibraryFolder", "2", "SOFTWARE\\Zelmar\\input", "prg", "16"),
-        ("WindowsMajor", "2", "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentMajorVersionNumber", "18")}),
-    "LaunchCondition": (("Condition",), {("NOT WIX_DOWNGRADE_DETECTED",), ("VersionNT64 AND WINDOWSMAJOR",)}),
-    "Shortcut": (("Directory_", "Target", "Icon_", "WkDir"), {
-        ("ProgramMenuFolder", "[#talvenor.exe]", "talvenor.ico", "INSTALLDIR")}),
-    "Icon": (("Name",), {("talvenor.ico",)}),
-    # 7: platform and language; 15 (word count) 2: compressed files with long names
-    "_SummaryInformation": (("PropertyId", "Value"), {("7", "x64;1031"), ("15", "2")}),
+SECURE = {"INSTALLDIR", "NEWERFOUND", "REPLACED", "WINDOWSBUILD"}
+WINDOWS_CONDITION = "Installed OR (VersionNT64 AND WINDOWSBUILD >= 15063)"
+LANGUAGE_IDS = {"german": "1031", "english": "1033"}
+MESSAGES = {
+    "german": ("Eine neuere Version von Talvenor ist schon installiert.",
+               "Talvenor braucht Windows 10 Version 1703 oder neuer (64 Bit)."),
+    "english": ("A newer version of Talvenor is already installed.",
+                "Talvenor needs Windows 10 version 1703 or later (64-bit)."),
 }
+SHORTCUTS = {"german": "Normteile umsetzen", "english": "Convert standard parts"}
+
+
+def expected_rows(version, edition):
+    """{table: columns, and the expected rows of these columns}"""
+    newer, windows = MESSAGES[edition]
+    return {
+        "AppSearch": (("Property", "Signature_"), {("INSTALLDIR", "OwnFolder"), ("WINDOWSBUILD", "WindowsBuild")}),
+        # Root 2: HKEY_LOCAL_MACHINE. Type 0: the value names a folder; 2: raw value; plus 16: 64-bit registry.
+        "RegLocator": (("Signature_", "Root", "Key", "Name", "Type"), {
+            ("OwnFolder", "2", "SOFTWARE\\Talvenor\\Setup", "Program", "16"),
+            ("WindowsBuild", "2", "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentBuildNumber", "18")}),
+        "LaunchCondition": (("Condition", "Description"), {("NOT NEWERFOUND", newer), (WINDOWS_CONDITION, windows)}),
+        # Any language. 2: only detected; 256 and 512: the lowest and the highest version are included.
+        "Upgrade": (("UpgradeCode", "VersionMin", "VersionMax", "Language", "Attributes", "ActionProperty"), {
+            (UPGRADE_CODE, "0.0.0", version, "", "768", "REPLACED"),
+            (UPGRADE_CODE, version, "", "", "2", "NEWERFOUND")}),
+        # 51: sets the property Source to Target
+        "CustomAction": (("Action", "Type", "Source", "Target"), {
+            ("InstallLocation", "51", "ARPINSTALLLOCATION", "[INSTALLDIR]")}),
+        "Directory": (("Directory", "Directory_Parent", "DefaultDir"), {
+            ("TARGETDIR", "", "SourceDir"), ("ProgramFiles64Folder", "TARGETDIR", "."),
+            ("ProgramMenuFolder", "TARGETDIR", "."), ("INSTALLDIR", "ProgramFiles64Folder", "Talvenor"),
+            ("ManualsFolder", "INSTALLDIR", "Manuals"), ("GermanManualFolder", "ManualsFolder", "ger"),
+            ("EnglishManualFolder", "ManualsFolder", "us")}),
+        "Shortcut": (("Directory_", "Target", "Icon_", "WkDir", "Description"), {
+            ("ProgramMenuFolder", "[#talvenor.exe]", "talvenor.ico", "INSTALLDIR", SHORTCUTS[edition])}),
+        "Icon": (("Name",), {("talvenor.ico",)}),
+        # 7: platform and language; 15 (word count) 2: compressed files with long names
+        "_SummaryInformation": (("PropertyId", "Value"), {("7", f"x64;{LANGUAGE_IDS[edition]}"), ("15", "2")}),
+    }
+
+
 OPEN_TABLES = {"_SummaryInformation"}  # may hold other rows as well
-# The older version is removed before anything of the newer one is installed, the folder of the manuals is set before it is
-# used, and the UI sequence runs the execute sequence.
-ORDERS = {"InstallExecuteSequence": [("InstallValidate", "RemoveExistingProducts", "InstallInitialize"),
-                                     ("FindRelatedProducts", "LaunchConditions"), ("AppSearch", "LaunchConditions"),
-                                     ("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize")],
+# The old version is removed within the transaction, which begins with InstallInitialize, and before anything of the new one
+# is installed. The folder is known before it is noted.
+ORDERS = {"InstallExecuteSequence": [("FindRelatedProducts", "LaunchConditions"), ("AppSearch", "LaunchConditions"),
+                                     ("AppSearch", "CostInitialize", "CostFinalize", "InstallLocation", "InstallValidate"),
+                                     ("InstallInitialize", "RemoveExistingProducts", "ProcessComponents", "InstallFiles",
+                                      "RegisterProduct", "InstallFinalize")],
           "InstallUISequence": [("FindRelatedProducts", "LaunchConditions"), ("AppSearch", "LaunchConditions"),
-                                ("AppSearch", "ManualsOfLibrary", "ManualsAsInstalled", "CostInitialize",
-                                 "CostFinalize", "ExecuteAction")]}
+                                ("AppSearch", "CostInitialize", "CostFinalize", "ExecuteAction")]}
 
 
 def export(package, name):
@@ -49,9 +73,13 @@ def table(package, name):
     return [dict(zip(columns, row)) for row in rows]
 
 
-def property_findings(package, version):
+def product_code(package):
+    return next(row["Value"] for row in table(package, "Property") if row["Property"] == "ProductCode")
+
+
+def property_findings(package, version, edition):
     found = {row["Property"]: row["Value"] for row in table(package, "Property")}
-    for name, expected in {**PROPERTIES, "ProductVersion": version}.items():
+    for name, expected in {**PROPERTIES, "ProductVersion": version, "ProductLanguage": LANGUAGE_IDS[edition]}.items():
         if found.get(name) != expected:
             yield f"property {name} is {found.get(name)!r}, not {expected!r}"
     for name in sorted(SECURE - set(found.get("SecureCustomProperties", "").split(";"))):
@@ -65,8 +93,8 @@ def file_findings(package, version):
             yield f"{row['FileName']} has the version {row['Version']!r}, not {expected!r}"
 
 
-def row_findings(package):
-    for name, (columns, expected) in ROWS.items():
+def row_findings(package, version, edition):
+    for name, (columns, expected) in expected_rows(version, edition).items():
         found = {tuple(row[column] for column in columns) for row in table(package, name)}
         for row in sorted(expected - found):
             yield f"{name} lacks {', '.join(row)}"
@@ -85,6 +113,16 @@ def order_findings(package):
                 yield f"the order in {sequence} is not {', '.join(actions)}"
 
 
+def removal_findings(package):
+    """The removal has to follow InstallInitialize directly: nothing may have been written into the script before."""
+    rows = sorted(table(package, "InstallExecuteSequence"), key=lambda row: int(row["Sequence"]))
+    actions = [row["Action"] for row in rows]
+    if "RemoveExistingProducts" in actions:
+        before = actions[actions.index("RemoveExistingProducts") - 1]
+        if before != "InstallInitialize":
+            yield f"RemoveExistingProducts follows {before}, not InstallInitialize"
+
+
 def icon_findings(package, icon):
     stream = subprocess.run(["msiinfo", "extract", package, "Icon.talvenor.ico"], capture_output=True).stdout
     with open(icon, "rb") as file:
@@ -92,16 +130,22 @@ def icon_findings(package, icon):
             yield "the icon differs from the program's"
 
 
-def findings(package, version, icon):
-    yield from property_findings(package, version)
+def findings(package, version, edition, icon):
+    yield from property_findings(package, version, edition)
     yield from file_findings(package, version)
-    yield from row_findings(package)
+    yield from row_findings(package, version, edition)
     yield from order_findings(package)
+    yield from removal_findings(package)
     yield from icon_findings(package, icon)
 
 
 def set_property(name, text):
     return f"UPDATE `Property` SET `Value`='{text}' WHERE `Property`='{name}'"
+
+
+def upgrade_row(columns, values):
+    return (f"INSERT INTO `Upgrade` (`UpgradeCode`, `VersionMin`, {columns}, `ActionProperty`) "
+            f"VALUES ('{UPGRADE_CODE}', '0.0.0', {values}, 'REPLACED')")
 
 
 # A change to a copy of the package, and the beginning of the finding that it must cause
@@ -111,9 +155,25 @@ MUTATIONS = [
     *[(set_property("SecureCustomProperties", ";".join(sorted(SECURE - {name}))), f"SecureCustomProperties lacks {name}")
       for name in sorted(SECURE)],
     ("UPDATE `File` SET `Version`='' WHERE `File`='talvenor.exe'", "talvenor.exe has the version ''"),
-    ("DELETE FROM `AppSearch` WHERE `Property`='LIBRARYFOLDER'", "AppSearch lacks LIBRARYFOLDER"),
-    ("UPDATE `RegLocator` SET `Type`=2 WHERE `Signature_`='WindowsMajor'", "RegLocator lacks WindowsMajor"),
-    ("DELETE FROM `LaunchCondition` WHERE `Condition`='VersionNT64 AND WINDOWSMAJOR'", "LaunchCondition lacks VersionNT64"),
+    ("DELETE FROM `AppSearch` WHERE `Property`='WINDOWSBUILD'", "AppSearch lacks WINDOWSBUILD"),
+    ("UPDATE `RegLocator` SET `Type`=2 WHERE `Signature_`='WindowsBuild'", "RegLocator lacks WindowsBuild"),
+    (f"UPDATE `LaunchCondition` SET `Description`='Nein.' WHERE `Condition`='{WINDOWS_CONDITION}'",
+     "LaunchCondition lacks Installed OR"),
+    (f"DELETE FROM `LaunchCondition` WHERE `Condition`='{WINDOWS_CONDITION}'", "LaunchCondition lacks Installed OR"),
+    (set_property("ProductLanguage", "0"), "property ProductLanguage is '0'"),
+    (set_property("REINSTALLMODE", "omus"), "property REINSTALLMODE is 'omus'"),
+    (upgrade_row("`Attributes`", "256"), "Upgrade should not hold {D68003F5"),
+    (upgrade_row("`Attributes`, `Language`", "768, '1031'"), "Upgrade should not hold {D68003F5"),
+    ("DELETE FROM `Upgrade` WHERE `ActionProperty`='REPLACED'", "Upgrade lacks {D68003F5"),
+    ("UPDATE `Directory` SET `Directory_Parent`='TARGETDIR' WHERE `Directory`='ManualsFolder'",
+     "Directory lacks ManualsFolder"),
+    ("UPDATE `CustomAction` SET `Source`='INSTALLLOCATION' WHERE `Action`='InstallLocation'",
+     "CustomAction lacks InstallLocation"),
+    ("DELETE FROM `InstallExecuteSequence` WHERE `Action`='InstallLocation'",
+     "InstallExecuteSequence lacks InstallLocation"),
+    ("UPDATE `InstallExecuteSequence` SET `Sequence`=801 WHERE `Action`='InstallLocation'",
+     "the order in InstallExecuteSequence is not AppSearch, CostInitialize"),
+    ("UPDATE `Shortcut` SET `Description`='' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
     ("UPDATE `Shortcut` SET `Icon_`='' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
     ("UPDATE `Shortcut` SET `WkDir`='' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
     ("DELETE FROM `Icon` WHERE `Name`='talvenor.ico'", "Icon lacks talvenor.ico"),
@@ -122,8 +182,14 @@ MUTATIONS = [
     ("DELETE FROM `InstallExecuteSequence` WHERE `Action`='AppSearch'", "InstallExecuteSequence lacks AppSearch"),
     ("UPDATE `InstallExecuteSequence` SET `Sequence`=49 WHERE `Action`='LaunchConditions'",
      "the order in InstallExecuteSequence is not AppSearch, LaunchConditions"),
+    ("UPDATE `InstallExecuteSequence` SET `Sequence`=1401 WHERE `Action`='RemoveExistingProducts'",
+     "the order in InstallExecuteSequence is not InstallInitialize, RemoveExistingProducts"),
     ("UPDATE `InstallExecuteSequence` SET `Sequence`=6700 WHERE `Action`='RemoveExistingProducts'",
-     "the order in InstallExecuteSequence is not InstallValidate"),
+     "the order in InstallExecuteSequence is not InstallInitialize, RemoveExistingProducts"),
+    ("UPDATE `InstallExecuteSequence` SET `Sequence`=1601 WHERE `Action`='RemoveExistingProducts'",
+     "RemoveExistingProducts follows ProcessComponents"),
+    ("DELETE FROM `InstallExecuteSequence` WHERE `Action`='RemoveExistingProducts'",
+     "InstallExecuteSequence lacks RemoveExistingProducts"),
 ]
 
 
@@ -148,15 +214,15 @@ def with_icon(package, folder, content):
     return changed(package, folder, "-a", "Icon.talvenor.ico", "other.ico")
 
 
-def mutation_findings(package, version, icon):
+def mutation_findings(package, version, edition, icon):
     """Errors that would not be found."""
     with tempfile.TemporaryDirectory() as folder:
-        before = set(findings(package, version, icon))
+        before = set(findings(package, version, edition, icon))
         mutations = [(lambda query=query: changed(package, folder, "-q", query), expected) for query, expected in MUTATIONS]
         mutations += [(lambda: with_word_count(package, folder, 0), "_SummaryInformation lacks 15, 2"),
                   (lambda: with_icon(package, folder, b"other"), "the icon differs")]
         for change, expected in mutations:
-            found = set(findings(change(), version, icon)) - before
+            found = set(findings(change(), version, edition, icon)) - before
             if not any(finding.startswith(expected) for finding in found):
                 yield f"would not be found: {expected}; found {sorted(found)}"
     print(f"   {len(mutations)} errors injected into the tables of the package")

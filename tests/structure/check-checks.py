@@ -15,6 +15,8 @@ PROGRAM = {"ui/A.cpp": 'Text kA{L"Datei \'%s\'\\n"\n L"fehlt", L"File \'%s\'\\ni
 GERMAN = ("# Eins {#one}\n\nZahl %1 Ziffern 12, siehe [eins](#one)\n\n| `%1` | Ziffern | `12` |\n\n"
           "```message\nDatei '‹Pfad›'\nfehlt\n```\n")
 ENGLISH = "# One {#one}\n\nNumber\n\n```message\nFile '‹path›'\nis missing\n```\n"
+PACKAGE = ('<?if $(var.Edition) = german ?>\n<?define OldMessage = "Zu alt." ?>\n<?else?>\n'
+           '<?define OldMessage = "Too old." ?>\n<?endif?>\n')
 
 
 def manuals(german=GERMAN, english=ENGLISH):
@@ -82,10 +84,11 @@ CASES = [
      {**manuals(german=GERMAN + "Syntax-Fehler in Zeile ‹1› in\n", english=ENGLISH + "Syntax-Error in line ‹1› in\n"),
       "ui/B.cpp": 'Text kB{L"Syntax-Fehler in Zeile %d in\\n", L"Syntax-Error in line %d in\\n"};\n'},
      "english.md: text that is German in both editions is missing: 'Syntax-Fehler"),
+    ("messages of the installer package", "manuals",
+     {**manuals(german=GERMAN + "\nZu alt.\n", english=ENGLISH + "\nToo old.\n"), "installer/talvenor.wxs": PACKAGE}, None),
     ("missing message of the installer package", "manuals",
-     {**manuals(german=GERMAN + "\nZu alt. / Too old.\n"),
-      "installer/talvenor.wxs": '<A DowngradeErrorMessage=\n "Zu alt. / Too old." />'},
-     "english.md: text of the program is missing: 'Zu alt. / Too old.'"),
+     {**manuals(german=GERMAN + "\nZu alt.\n"), "installer/talvenor.wxs": PACKAGE},
+     "english.md: text of the program is missing: 'Too old.'"),
     ("table of fill-ins with a different wording", "manuals", manuals(german=GERMAN.replace("| Ziffern", "| Zahlen")),
      "the row of %1 differs"),
     ("dead link", "manuals", manuals(german=GERMAN.replace("(#one)", "(#two)")), "german.md: no heading for the link #two"),

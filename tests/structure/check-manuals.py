@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Compares the manuals with the program's sources: tests/structure/check-manuals.py [FOLDER].
 
-- Each manual holds every text that the program shows in its language, dialog captions included. Both hold the messages
-  of the installer package, which are bilingual.
+- Each manual holds every text that the program and the installer package show in its language, dialog captions included.
 - Messages that the program shows in German in both editions stand in German in the English manual, too.
 - A block marked as a message holds only text that the program can show, with ‹brackets› around the variable parts.
 - The table of fill-ins has the wording of the legend in the template dialog.
@@ -30,7 +29,8 @@ VARIABLES = re.compile(r"(%[sd1-9])")  # a format specifier, or a numbered place
 FILL_IN = re.compile(r"%[1-9]")
 BRACKETS = re.compile(r"‹[^›]+›")
 FILE_NAME = re.compile(r"[.\\\w]+\.(?:dll|txt)")  # of a file of the program's own
-PACKAGE_MESSAGE = re.compile(r'Message=\s*"([^"]+)"')
+PACKAGE_TEXTS = re.compile(r"<\?if[^?]*german \?>(.*?)<\?else\?>(.*?)<\?endif\?>", re.DOTALL)  # German, English
+PACKAGE_MESSAGE = re.compile(r'<\?define \w+Message = "([^"]+)" \?>')
 MESSAGE = re.compile(r"^```message\n(.*?)\n```$", re.MULTILINE | re.DOTALL)
 HEADING = re.compile(r"^(#+) .*\{#([\w-]+)\}$", re.MULTILINE)
 
@@ -59,9 +59,9 @@ def program_texts(top):
             for language, literals in zip(LANGUAGES, pair.groups()):
                 texts[language].append(text_of(literals))
         common += [text_of(literals) for literals in re.findall(LITERALS, PAIR.sub("", source))]
-    for message in PACKAGE_MESSAGE.findall(read(top, "installer/talvenor.wxs")):
-        for language in LANGUAGES:
-            texts[language].append(message)
+    for pair in PACKAGE_TEXTS.findall(read(top, "installer/talvenor.wxs")):
+        for language, definitions in zip(LANGUAGES, pair):
+            texts[language] += PACKAGE_MESSAGE.findall(definitions)
     return texts, common
 
 

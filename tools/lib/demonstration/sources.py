@@ -18,7 +18,13 @@ IDS = types.SimpleNamespace(
     **{name: int(number) for name, number in re.findall(r"^#define (ID\w+) (\d+)$", read("resources/resource.h"), re.M)})
 
 
+def texts(name):
+    """The text with this name in tests/support/ExpectedTexts.h, by language."""
+    text = r'((?:\s*L"(?:[^"\\]|\\.)*")+)'
+    pair = re.search(rf"\b{name}{{{text},{text}}}", read("tests/support/ExpectedTexts.h")).groups()
+    return {language: "".join(ast.literal_eval(each[1:]) for each in re.findall(r'L"(?:[^"\\]|\\.)*"', literals))
+            for language, literals in zip(("german", "english"), pair)}
+
+
 def german(name):
-    """The German text with this name in tests/support/ExpectedTexts.h."""
-    literals = re.search(rf'\b{name}{{((?:\s*L"(?:[^"\\]|\\.)*")+)', read("tests/support/ExpectedTexts.h")).group(1)
-    return "".join(ast.literal_eval(each[1:]) for each in re.findall(r'L"(?:[^"\\]|\\.)*"', literals))
+    return texts(name)["german"]
