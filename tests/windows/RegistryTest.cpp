@@ -207,7 +207,7 @@ protected:
     }
     ~RegistryViewTest() override
     {
-        for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
+        for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
             for (const std::wstring& path : {m_path, m_probe}) {
                 ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), view, 0);
             }
