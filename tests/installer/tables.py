@@ -18,6 +18,9 @@ MESSAGES = {
                 "Talvenor needs Windows 10 version 1703 or later (64-bit)."),
 }
 SHORTCUTS = {"german": "Normteile umsetzen", "english": "Convert standard parts"}
+FOLDERS = {("TARGETDIR", "", "SourceDir"), ("ProgramFiles64Folder", "TARGETDIR", "."), ("ProgramMenuFolder", "TARGETDIR", "."),
+           ("INSTALLDIR", "ProgramFiles64Folder", "Talvenor"), ("ManualsFolder", "INSTALLDIR", "Manuals"),
+           ("GermanManualFolder", "ManualsFolder", "ger"), ("EnglishManualFolder", "ManualsFolder", "us")}
 
 
 def expected_rows(version, edition):
@@ -37,11 +40,7 @@ def expected_rows(version, edition):
         # 51: sets the property Source to Target
         "CustomAction": (("Action", "Type", "Source", "Target"), {
             ("InstallLocation", "51", "ARPINSTALLLOCATION", "[INSTALLDIR]")}),
-        "Directory": (("Directory", "Directory_Parent", "DefaultDir"), {
-            ("TARGETDIR", "", "SourceDir"), ("ProgramFiles64Folder", "TARGETDIR", "."),
-            ("ProgramMenuFolder", "TARGETDIR", "."), ("INSTALLDIR", "ProgramFiles64Folder", "Talvenor"),
-            ("ManualsFolder", "INSTALLDIR", "Manuals"), ("GermanManualFolder", "ManualsFolder", "ger"),
-            ("EnglishManualFolder", "ManualsFolder", "us")}),
+        "Directory": (("Directory", "Directory_Parent", "DefaultDir"), FOLDERS),
         "Shortcut": (("Directory_", "Target", "Icon_", "WkDir", "Description"), {
             ("ProgramMenuFolder", "[#talvenor.exe]", "talvenor.ico", "INSTALLDIR", SHORTCUTS[edition])}),
         "Icon": (("Name",), {("talvenor.ico",)}),
