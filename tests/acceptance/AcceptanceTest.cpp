@@ -69,6 +69,14 @@ void AcceptanceTest::ChooseInPicker(const CProgramUnderTest& program, const std:
     PressKeys({VK_RETURN});
 }
 
+void AcceptanceTest::ExpectSelectedText(HWND edit, const std::wstring& text)
+{
+    EXPECT_EQ(text, TextOf(edit));
+    const LRESULT range = Ask(edit, EM_GETSEL);
+    EXPECT_EQ(0, LOWORD(range));
+    EXPECT_EQ(text.size(), HIWORD(range));
+}
+
 void AcceptanceTest::AddThreeParts() const
 {
     for (const wchar_t* size : {L"M4", L"M6", L"M8"}) {

@@ -41,6 +41,9 @@ protected:
     // Types a file into the program's file dialog and presses Enter. Throws CNotOnScreen if no dialog opens.
     static void ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path);
 
+    // Expects `text` in an edit, fully selected.
+    static void ExpectSelectedText(HWND edit, const std::wstring& text);
+
     // Three parts in the folder, and their rows.
     void AddThreeParts() const;
     static Rows RowsOfThreeParts();

@@ -60,14 +60,6 @@ void ListTest::WaitForTextOf(HWND control, const std::wstring& text)
     EXPECT_EQ(text, TextOf(control));
 }
 
-void ListTest::ExpectSelectedText(HWND editor, const std::wstring& text)
-{
-    EXPECT_EQ(text, TextOf(editor));
-    const LRESULT range = Ask(editor, EM_GETSEL);
-    EXPECT_EQ(0, LOWORD(range));
-    EXPECT_EQ(text.size(), HIWORD(range));
-}
-
 CMenuOnScreen ListTest::OpenMenu(const CProgramUnderTest& program, int row, int column)
 {
     program.WaitForKeyboard();

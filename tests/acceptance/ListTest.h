@@ -20,8 +20,6 @@ protected:
 
     // Waits until the control's text equals `text`, or fails the test.
     static void WaitForTextOf(HWND control, const std::wstring& text);
-    // Expects `text` in the editor, fully selected.
-    static void ExpectSelectedText(HWND editor, const std::wstring& text);
 
     // Opens the menu of a column by a right-click on a cell.
     static CMenuOnScreen OpenMenu(const CProgramUnderTest& program, int row, int column);

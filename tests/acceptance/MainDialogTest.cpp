@@ -7,6 +7,7 @@
 
 #include "tests/acceptance/AcceptanceTest.h"
 #include "tests/support/OwnFolder.h"
+#include "tests/support/Rects.h"
 
 namespace {
 
@@ -19,10 +20,7 @@ protected:
         ExpectMessage(program, expected::kNoSuchFolder.Current());
         const HWND field = program.Control(IDC_SOURCE_DIR);
         EXPECT_TRUE(WaitFor([&] { return FocusOf(field) == field; }));
-        EXPECT_EQ(text, program.ControlText(IDC_SOURCE_DIR));
-        const auto range = Ask(program.Control(IDC_SOURCE_DIR), EM_GETSEL);
-        EXPECT_EQ(0, LOWORD(range));
-        EXPECT_EQ(text.size(), HIWORD(range));
+        ExpectSelectedText(field, text);
     }
 };
 using MainDialogInBothLanguages = MainDialogTest;
@@ -194,27 +192,20 @@ TEST_F(HelpInBothLanguages, OpensTheProgramsOwnManualWithoutAProgramFolder)
 
 // ---- Size
 
-RECT PlaceOf(HWND window)
-{
-    RECT place{};
-    GetWindowRect(window, &place);
-    return place;
-}
-
 // How far each edge of a control has moved, relative to the client area.
-RECT Moved(const RECT& before, const RECT& after)
+Edges Moved(const RECT& before, const RECT& after)
 {
     return {after.left - before.left, after.top - before.top, after.right - before.right,
             after.bottom - before.bottom};
 }
 
 // The number of colours on the screen along the horizontal middle of a rectangle.
-std::size_t ColoursOn(const RECT& place)
+std::size_t ColoursOn(const RECT& rect)
 {
     const HDC screen = GetDC(nullptr);
     std::set<COLORREF> colours;
-    for (LONG x = place.left; x < place.right; ++x) {
-        colours.insert(GetPixel(screen, x, (place.top + place.bottom) / 2));
+    for (LONG x = rect.left; x < rect.right; ++x) {
+        colours.insert(GetPixel(screen, x, MiddleOf(rect).y));
     }
     ReleaseDC(nullptr, screen);
     return colours.size();
@@ -223,16 +214,15 @@ std::size_t ColoursOn(const RECT& place)
 class WindowSizeInBothLanguages : public AcceptanceTest
 {
 protected:
-    // The controls' places in the main dialog.
-    static std::map<int, RECT> Places(const CProgramUnderTest& program)
+    // The controls' rectangles in the main dialog.
+    static std::map<int, RECT> Rects(const CProgramUnderTest& program)
     {
-        std::map<int, RECT> places;
+        std::map<int, RECT> rects;
         for (const int id :
              {IDC_SOURCE_DIR, IDC_BROWSE, IDC_LIST, IDC_ADD, IDC_MARK, IDC_VERSION, IDC_START}) {
-            places[id] = PlaceOf(program.Control(id));
-            MapWindowPoints(nullptr, program.MainWindow(), reinterpret_cast<POINT*>(&places[id]), 2);
+            rects[id] = RectIn(program.MainWindow(), program.Control(id));
         }
-        return places;
+        return rects;
     }
     static void Resize(const CProgramUnderTest& program, LONG width, LONG height)
     {
@@ -242,8 +232,7 @@ protected:
     static void WaitForStartAt(const CProgramUnderTest& program, const std::map<int, RECT>& before,
                                LONG right)
     {
-        WaitFor([&] { return Places(program).at(IDC_START).left == before.at(IDC_START).left + right; },
-                5000);
+        WaitFor([&] { return Rects(program).at(IDC_START).left == before.at(IDC_START).left + right; }, 5000);
     }
 };
 
@@ -251,23 +240,22 @@ TEST_F(WindowSizeInBothLanguages, GrowsWithTheListAndNeverShrinksBelowItsFirstSi
 {
     const CProgramUnderTest program;
     program.WaitForKeyboard();
-    const RECT window = PlaceOf(program.MainWindow());
+    const RECT window = RectOf(program.MainWindow());
     const LONG width = window.right - window.left;
     const LONG height = window.bottom - window.top;
-    const std::map<int, RECT> before = Places(program);
+    const std::map<int, RECT> before = Rects(program);
     Resize(program, width + 200, height + 100);
-    const std::map<int, RECT> expected{{IDC_SOURCE_DIR, {0, 0, 200, 0}}, {IDC_BROWSE, {200, 0, 200, 0}},
-                                       {IDC_LIST, {0, 0, 200, 100}},     {IDC_ADD, {0, 100, 0, 100}},
-                                       {IDC_MARK, {0, 100, 0, 100}},     {IDC_VERSION, {0, 100, 0, 100}},
-                                       {IDC_START, {200, 100, 200, 100}}};
+    const std::map<int, Edges> expected{{IDC_SOURCE_DIR, {0, 0, 200, 0}}, {IDC_BROWSE, {200, 0, 200, 0}},
+                                        {IDC_LIST, {0, 0, 200, 100}},     {IDC_ADD, {0, 100, 0, 100}},
+                                        {IDC_MARK, {0, 100, 0, 100}},     {IDC_VERSION, {0, 100, 0, 100}},
+                                        {IDC_START, {200, 100, 200, 100}}};
     WaitForStartAt(program, before, 200);
-    for (const auto& [id, place] : Places(program)) {
-        const RECT moved = Moved(before.at(id), place);
-        EXPECT_TRUE(EqualRect(&moved, &expected.at(id))) << id;
+    for (const auto& [id, rect] : Rects(program)) {
+        EXPECT_EQ(expected.at(id), Moved(before.at(id), rect)) << id;
     }
     Resize(program, 200, 100);
     WaitForStartAt(program, before, 0);
-    const RECT smallest = PlaceOf(program.MainWindow());
+    const RECT smallest = RectOf(program.MainWindow());
     EXPECT_EQ(width, smallest.right - smallest.left);
     EXPECT_EQ(height, smallest.bottom - smallest.top);
 }
@@ -276,12 +264,12 @@ TEST_F(WindowSizeInBothLanguages, ShowsItsButtonsWhenMaximised)
 {
     const CProgramUnderTest program;
     program.WaitForKeyboard();
-    const RECT before = PlaceOf(program.Control(IDC_START));
+    const RECT before = RectOf(program.Control(IDC_START));
     ShowWindow(program.MainWindow(), SW_MAXIMIZE);
-    ASSERT_TRUE(WaitFor([&] { return PlaceOf(program.Control(IDC_START)).left > before.left; }));
+    ASSERT_TRUE(WaitFor([&] { return RectOf(program.Control(IDC_START)).left > before.left; }));
     for (const int id : {IDC_BROWSE, IDC_ADD, IDC_DELETE, IDC_MARK, IDC_COPY_ONLY, IDC_START, IDCANCEL}) {
         const HWND control = program.Control(id);
-        EXPECT_TRUE(WaitFor([&] { return ColoursOn(PlaceOf(control)) > 2; }, 5000)) << id;
+        EXPECT_TRUE(WaitFor([&] { return ColoursOn(RectOf(control)) > 2; }, 5000)) << id;
     }
 }
 

@@ -66,8 +66,7 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
     EXPECT_EQ((Lines{start, start, start, end, end + "2.sldprt", end}), m_server.Life());
 }
 
-// Three parts. The server delays the second configuration of the second part, so that a user can cancel
-// meanwhile.
+// Three parts. The server takes long over the second configuration of the second part: time to cancel.
 class CancelInBothLanguages : public RunFailureTest
 {
 protected:
@@ -82,7 +81,7 @@ protected:
         m_server.SetScript("fault file=2.sldprt call=GetConfiguration nth=2 slow 4000\n");
     }
 
-    // Clicks on Cancel as soon as the run shows a configuration of the second part.
+    // Clicks on Cancel once the run shows a configuration of the second part.
     void CancelInTheSecondPart(const CProgramUnderTest& program) const
     {
         ASSERT_TRUE(

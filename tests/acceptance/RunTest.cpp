@@ -124,8 +124,7 @@ TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
     m_server.SetScript("fault call=Exit slow 3000\n");
     const CProgramUnderTest program;
     const HWND window = program.MainWindow();
-    RECT removeAll{};
-    GetWindowRect(program.Control(IDC_REMOVE_ALL), &removeAll);
+    const POINT removeAll = MiddleOf(program.Control(IDC_REMOVE_ALL));
     program.Click(IDC_START);
     ExpectMessage(program, expected::kFinished.Current());
     ASSERT_TRUE(WaitFor([&] { return program.ProgressDialog() == nullptr; }));
@@ -133,7 +132,7 @@ TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
     EXPECT_EQ(FALSE, IsWindowEnabled(window));
     EXPECT_EQ(window, GetForegroundWindow());
     PressKeys({VK_RETURN});
-    ClickAt({(removeAll.left + removeAll.right) / 2, (removeAll.top + removeAll.bottom) / 2});
+    ClickAt(removeAll);
     EXPECT_FALSE(m_server.WasAsked("application Exit method")) << "the call has not returned";
     ASSERT_TRUE(WaitFor([&] { return IsWindowEnabled(window) != FALSE; }, kPatience, 1));
     EXPECT_TRUE(m_server.WasAsked("application Exit method ok"));

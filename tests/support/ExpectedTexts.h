@@ -8,7 +8,7 @@
 // The user texts that tests expect, written down apart from the program.
 namespace expected {
 
-// A text with places %1 to %9 for the values of the call, returned in the language of the process.
+// A text whose places %1 to %9 take the values of the call, in the language of the process or in another one.
 struct Message
 {
     Text text;

@@ -16,8 +16,8 @@
 // Files and folders for tests, and the ways to make them fail from outside. CFailingFile makes single
 // operations fail.
 
-// An empty folder below the user's temporary folder, removed with all its contents at the end of the scope,
-// and before: a crashed process of the same number may have left one.
+// An empty folder below the user's temporary folder, removed with its contents at the end of the scope. Also
+// removed at the beginning: a crashed process of the same number may have left one.
 class CTempFolder
 {
 public:

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/support/OtherWindows.h"
+#include "tests/support/Rects.h"
 #include "tests/support/Repeat.h"
 #include "tests/support/TextFile.h"
 #include "tests/support/WaitFor.h"
@@ -41,9 +42,9 @@ void SendClick(POINT position, const std::vector<INPUT>& inputs)
 {
     static POINT lastPosition{};
     static ULONGLONG lastTime = 0;
-    const bool samePlace = std::abs(position.x - lastPosition.x) <= GetSystemMetrics(SM_CXDOUBLECLK) &&
-                           std::abs(position.y - lastPosition.y) <= GetSystemMetrics(SM_CYDOUBLECLK);
-    if (samePlace) {
+    const bool isNear = std::abs(position.x - lastPosition.x) <= GetSystemMetrics(SM_CXDOUBLECLK) &&
+                        std::abs(position.y - lastPosition.y) <= GetSystemMetrics(SM_CYDOUBLECLK);
+    if (isNear) {
         WaitFor([] { return GetTickCount64() > lastTime + GetDoubleClickTime(); });
     }
     Send(inputs);
@@ -91,9 +92,7 @@ bool HasTakenPress(HWND button)
 
 POINT MiddleOf(HWND control)
 {
-    RECT place{};
-    GetWindowRect(control, &place);
-    return {(place.left + place.right) / 2, (place.top + place.bottom) / 2};
+    return MiddleOf(RectOf(control));
 }
 
 void ClickAt(POINT position)

@@ -7,6 +7,7 @@
 #include "resources/resource.h"
 #include "tests/support/Input.h"
 #include "tests/support/OtherWindows.h"
+#include "tests/support/Rects.h"
 #include "tests/support/TextFile.h"
 
 namespace {
@@ -38,14 +39,14 @@ public:
     }
 
     // The address of the text in the other process.
-    [[nodiscard]] wchar_t* TextPlace() const
+    [[nodiscard]] wchar_t* TextAddress() const
     {
         return reinterpret_cast<wchar_t*>(m_memory + sizeof(Structure));
     }
     [[nodiscard]] std::wstring ReadText() const
     {
         std::wstring text(kLongestCell, L'\0');
-        ReadProcessMemory(m_process, TextPlace(), text.data(), kTextBytes, nullptr);
+        ReadProcessMemory(m_process, TextAddress(), text.data(), kTextBytes, nullptr);
         return text.c_str();
     }
 
@@ -56,15 +57,10 @@ private:
     BYTE* m_memory;
 };
 
-POINT MiddleOf(const RECT& place)
+RECT OnScreen(HWND window, RECT rect)
 {
-    return {(place.left + place.right) / 2, (place.top + place.bottom) / 2};
-}
-
-RECT OnScreen(HWND window, RECT place)
-{
-    MapWindowPoints(window, nullptr, reinterpret_cast<POINT*>(&place), 2);
-    return place;
+    MapWindowPoints(window, nullptr, reinterpret_cast<POINT*>(&rect), 2);
+    return rect;
 }
 
 const char* NameOf(Mark mark)
@@ -120,7 +116,7 @@ std::vector<std::wstring> CListOnScreen::Headers() const
         const CRemote<HDITEMW> remote(m_process);
         HDITEMW item{};
         item.mask = HDI_TEXT;
-        item.pszText = remote.TextPlace();
+        item.pszText = remote.TextAddress();
         item.cchTextMax = kLongestCell;
         remote.Send(header, HDM_GETITEMW, column, item);
         headers.push_back(remote.ReadText());
@@ -185,18 +181,18 @@ HWND CListOnScreen::Header() const
 RECT CListOnScreen::HeaderRect(int column) const
 {
     const CRemote<RECT> remote(m_process);
-    RECT place{};
-    remote.Send(Header(), HDM_GETITEMRECT, static_cast<WPARAM>(column), place);
-    return OnScreen(Header(), place);
+    RECT rect{};
+    remote.Send(Header(), HDM_GETITEMRECT, static_cast<WPARAM>(column), rect);
+    return OnScreen(Header(), rect);
 }
 
 RECT CListOnScreen::RowRect(int row) const
 {
     const CRemote<RECT> remote(m_process);
-    RECT place{};
-    place.left = LVIR_BOUNDS;
-    remote.Send(m_list, LVM_GETITEMRECT, static_cast<WPARAM>(row), place);
-    return OnScreen(m_list, place);
+    RECT rect{};
+    rect.left = LVIR_BOUNDS;
+    remote.Send(m_list, LVM_GETITEMRECT, static_cast<WPARAM>(row), rect);
+    return OnScreen(m_list, rect);
 }
 
 RowOnScreen CListOnScreen::Row(int row) const
@@ -209,7 +205,7 @@ std::wstring CListOnScreen::CellText(int row, int column) const
     const CRemote<LVITEMW> remote(m_process);
     LVITEMW item{};
     item.iSubItem = column;
-    item.pszText = remote.TextPlace();
+    item.pszText = remote.TextAddress();
     item.cchTextMax = kLongestCell;
     remote.Send(m_list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), item);
     return remote.ReadText();

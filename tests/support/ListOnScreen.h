@@ -47,7 +47,8 @@ public:
     // Selects or deselects a row (-1: all rows) without the mouse.
     void Select(int row, bool selected) const;
 
-    // Where on the screen to click on a cell. This and the next wait until no other window covers the place.
+    // Where on the screen to click on a cell. This and the next wait until no other window covers the
+    // position.
     [[nodiscard]] POINT CellPosition(int row, int column) const;
     // Where to drag the right end of a column's header.
     [[nodiscard]] POINT DividerPosition(int column) const;

@@ -2,6 +2,7 @@
 
 #include "tests/support/Input.h"
 #include "tests/support/OtherWindows.h"
+#include "tests/support/Rects.h"
 #include "tests/support/WaitFor.h"
 
 namespace {
@@ -38,10 +39,9 @@ void CMenuOnScreen::Choose(Item item) const
     // Four texts and two separators of half their height: the middle of an item in tenths of the menu's
     // height.
     constexpr int kMiddles[] = {1, 4, 7, 9};
-    RECT place{};
-    GetWindowRect(m_window, &place);
+    const RECT rect = RectOf(m_window);
     const int middle = kMiddles[static_cast<std::size_t>(item)];
-    ClickAt({(place.left + place.right) / 2, place.top + (place.bottom - place.top) * middle / 10});
+    ClickAt({MiddleOf(rect).x, rect.top + (rect.bottom - rect.top) * middle / 10});
     WaitForEnd();
 }
 

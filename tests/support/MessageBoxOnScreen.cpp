@@ -4,6 +4,7 @@
 
 #include "tests/support/Input.h"
 #include "tests/support/OtherWindows.h"
+#include "tests/support/Rects.h"
 #include "tests/support/Repeat.h"
 #include "tests/support/TextFile.h"
 #include "tests/support/WaitFor.h"
@@ -90,11 +91,7 @@ std::vector<int> CMessageBoxOnScreen::Buttons() const
 {
     std::vector<HWND> buttons = ControlsOf(m_window);
     std::erase_if(buttons, [](HWND control) { return !IsMessageButton(control); });
-    const auto left = [](HWND control) {
-        RECT place{};
-        GetWindowRect(control, &place);
-        return place.left;
-    };
+    const auto left = [](HWND control) { return RectOf(control).left; };
     std::ranges::sort(buttons, {}, left);
     std::vector<int> numbers(buttons.size());
     std::ranges::transform(buttons, numbers.begin(), &GetDlgCtrlID);

@@ -5,8 +5,8 @@
 
 #include "tests/support/FileInterceptor.h"
 
-// During its lifetime, records the paths of the program's file operations on the network and makes these
-// operations fail at once.
+// While it lives, the program's file operations on the network fail without being tried; it records their
+// paths.
 class CNetworkWatch : public CFileInterceptor
 {
 public:

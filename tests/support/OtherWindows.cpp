@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "framework/Handles.h"
+#include "tests/support/Rects.h"
 #include "tests/support/TextFile.h"
 
 namespace {
@@ -36,12 +37,11 @@ BOOL CALLBACK TakeControl(HWND control, LPARAM parameter)
     return TRUE;
 }
 
-std::wstring PlaceOf(HWND window)
+std::wstring RectTextOf(HWND window)
 {
-    RECT place{};
-    GetWindowRect(window, &place);
-    return std::to_wstring(place.left) + L"," + std::to_wstring(place.top) + L" to " +
-           std::to_wstring(place.right) + L"," + std::to_wstring(place.bottom);
+    const RECT rect = RectOf(window);
+    return std::to_wstring(rect.left) + L"," + std::to_wstring(rect.top) + L" to " +
+           std::to_wstring(rect.right) + L"," + std::to_wstring(rect.bottom);
 }
 
 // The windows of the window's thread that have keyboard and mouse input, and the mouse position.
@@ -75,8 +75,8 @@ std::wstring StateOf(DWORD process)
 
 std::wstring Describe(HWND window)
 {
-    return PlaceOf(window) + L" " + ClassOf(window) + L" " + std::to_wstring(GetDlgCtrlID(window)) + L" \"" +
-           TextOf(window) + L"\"" + (IsWindowEnabled(window) != FALSE ? L"\n" : L" (disabled)\n");
+    return RectTextOf(window) + L" " + ClassOf(window) + L" " + std::to_wstring(GetDlgCtrlID(window)) +
+           L" \"" + TextOf(window) + L"\"" + (IsWindowEnabled(window) != FALSE ? L"\n" : L" (disabled)\n");
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// Something is not on screen; the message says what is there instead.
+// Something is not on screen; the message lists what is.
 class CNotOnScreen : public std::runtime_error
 {
 public:

@@ -11,7 +11,7 @@ bool MayRepeat(const std::string& attempt)
     if (!UnderWine()) {
         return false;
     }
-    static int repeats = 0;  // a property of the same name would take the place of the one before
+    static int repeats = 0;  // a property of the same name would overwrite the last one
     testing::Test::RecordProperty("retry" + std::to_string(++repeats), attempt);
     std::cout << "[  REPEAT  ] " << attempt << "\n";
     return true;

@@ -14,7 +14,7 @@
 #include "framework/MessageBox.h"
 #include "tests/support/Files.h"
 
-// Environment variable of a process that a test starts to run in.
+// Environment variable of a process that a test starts for itself.
 inline constexpr char kInOwnProcess[] = "TALVENOR_TEST_IN_OWN_PROCESS";
 
 // Sets the language of the process (non-zero: German) until the end of the scope.

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// How long tests wait for what must happen, in milliseconds. Long, as only failing tests wait for all of it.
+// How long a test waits before it fails, in milliseconds.
 inline constexpr DWORD kPatience = 30'000;
 
 // Calls a function until its result converts to true, for at most `patience` milliseconds, with pauses of

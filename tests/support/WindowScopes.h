@@ -15,6 +15,7 @@
 #include "framework/ResourceHandle.h"
 #include "framework/WinApp.h"
 #include "framework/Wnd.h"
+#include "tests/support/Rects.h"
 
 // Windows, resources and settings until the end of a scope.
 
@@ -137,10 +138,10 @@ public:
     ~CPlainWindow() override { CWnd::DestroyWindow(); }
 
     // Adds a child control of a standard class, which is destroyed with the window.
-    HWND AddControl(const wchar_t* controlClass, int id, DWORD style = 0, RECT place = {0, 0, 200, 100}) const
+    HWND AddControl(const wchar_t* controlClass, int id, DWORD style = 0, RECT rect = {0, 0, 200, 100}) const
     {
-        return ::CreateWindowExW(0, controlClass, L"", WS_CHILD | WS_VISIBLE | style, place.left, place.top,
-                                 place.right - place.left, place.bottom - place.top, m_hWnd,
+        return ::CreateWindowExW(0, controlClass, L"", WS_CHILD | WS_VISIBLE | style, rect.left, rect.top,
+                                 rect.right - rect.left, rect.bottom - rect.top, m_hWnd,
                                  reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
                                  ::GetModuleHandleW(nullptr), nullptr);
     }
@@ -171,7 +172,7 @@ protected:
     }
 };
 
-// A dialog of the program which has a test work it as soon as it runs.
+// A dialog of the program that calls m_work from its message loop once it is initialised.
 template <class Dialog>
 class CWorked : public Dialog
 {
@@ -215,8 +216,8 @@ private:
     CWnd* m_before;
 };
 
-// Calls a function again and again, from within whatever message loop runs, until the end of the scope. Loops
-// that no user ends, such as that of a message box, are ended from here.
+// Calls a function repeatedly from the current message loop until the end of the scope. Ends loops that wait
+// for a user, such as that of a message box.
 class CTimerScope
 {
 public:
@@ -249,13 +250,22 @@ private:
     UINT_PTR m_id;
 };
 
-// Deals with all messages that are in the thread's queue.
+// Dispatches all messages in the thread's queue.
 inline void DrainMessages()
 {
     MSG message{};
     while (::PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE) != FALSE && message.message != WM_QUIT) {
         CWinApp::PumpPendingMessage();
     }
+}
+
+// The selection of an edit: start and end.
+inline std::array<DWORD, 2> SelectionOf(HWND edit)
+{
+    std::array<DWORD, 2> selection{};
+    ::SendMessageW(edit, EM_GETSEL, reinterpret_cast<WPARAM>(&selection[0]),
+                   reinterpret_cast<LPARAM>(&selection[1]));
+    return selection;
 }
 
 inline std::wstring ClassNameOf(HWND window)
@@ -276,8 +286,8 @@ inline HWND FindWindowOfThread(const std::function<bool(HWND)>& condition)
     std::pair search{condition, HWND{}};
     ::EnumThreadWindows(
         ::GetCurrentThreadId(),
-        [](HWND window, LPARAM place) -> BOOL {
-            auto& [meets, found] = *reinterpret_cast<decltype(search)*>(place);
+        [](HWND window, LPARAM data) -> BOOL {
+            auto& [meets, found] = *reinterpret_cast<decltype(search)*>(data);
             found = meets(window) ? window : nullptr;
             return found == nullptr ? TRUE : FALSE;
         },

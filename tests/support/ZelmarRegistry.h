@@ -8,7 +8,7 @@
 #include "framework/Handles.h"
 
 // The values of the standard-part library, in both views of the registry, and of the program's templates:
-// none at first. The values from before come back at the end of the scope.
+// none at first. The earlier values are restored at the end of the scope.
 class CZelmarRegistry
 {
 public:

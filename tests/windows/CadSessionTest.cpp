@@ -24,7 +24,7 @@ constexpr DWORD kNotLong = 300;  // milliseconds
 
 using Outcome = CCadSession::Outcome;
 
-// A class whose objects are made by whatever the test says.
+// A class that calls a function of the test before it creates an object.
 class CScriptedClass : public CFakeClass
 {
 public:
@@ -69,7 +69,7 @@ protected:
         m_session.emplace(m_sldWorks, *m_process, kProgId, patience);
     }
 
-    // Has each connection start a process of the server.
+    // Lets each connection start a process of the server.
     void StartServers()
     {
         m_class.m_onCreate = [this] {
@@ -78,7 +78,7 @@ protected:
         };
     }
 
-    // A server that the session has started, connected and let go. It does not end.
+    // A server that the session has started and released. It does not end.
     const CWaitingProcess& LetGoOwnServer()
     {
         StartServers();
@@ -99,8 +99,8 @@ protected:
         return ended;
     }
 
-    // A server that was there before, connected and let go. It does not end.
-    const CWaitingProcess& LetGoReachedServer()
+    // A server that ran before the session connected to it and released it. It does not end.
+    const CWaitingProcess& LetGoEarlierServer()
     {
         StartEarlierServer();
         EXPECT_EQ(m_session->Connect(), Outcome::connected);
@@ -110,14 +110,13 @@ protected:
         return m_servers.back();
     }
 
-    // A server that is older than anything that follows.
     void StartEarlierServer()
     {
         m_servers.emplace_back(m_image);
         Sleep(50);  // longer than the step of the system's time
     }
 
-    // Has the next connections fail, and the ones after them succeed.
+    // Lets this many connections fail; later ones succeed.
     void FailConnections(int count, HRESULT status)
     {
         m_class.m_onCreate = [count, status]() mutable { return count-- > 0 ? status : S_OK; };
@@ -165,7 +164,7 @@ protected:
     std::optional<CCadSession> m_session;
 };
 
-// ---- A server that takes its time to end
+// ---- A server that ends slowly
 
 TEST_F(CadSessionTest, AReconnectionWaitsUntilTheOldServerHasEnded)
 {
@@ -183,9 +182,9 @@ TEST_F(CadSessionTest, AReconnectionEndsAnOldServerThatStays)
     EXPECT_GE(GetTickCount64() - start, m_patience.forEnd - 20);
 }
 
-TEST_F(CadSessionTest, AReconnectionNeverEndsAServerThatWasThereBefore)
+TEST_F(CadSessionTest, AReconnectionNeverEndsAnEarlierServer)
 {
-    const CWaitingProcess& server = LetGoReachedServer();
+    const CWaitingProcess& server = LetGoEarlierServer();
     const ULONGLONG start = GetTickCount64();
     EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
     EXPECT_LT(GetTickCount64() - start, m_patience.forEnd);
@@ -210,7 +209,7 @@ TEST_F(CadSessionTest, TheNextRunEndsNoServer)
     EXPECT_FALSE(server.Ends(kNotLong));
 }
 
-TEST_F(CadSessionTest, AReleaseWaitsForNothing)
+TEST_F(CadSessionTest, AReleaseDoesNotWait)
 {
     StartServers();
     ASSERT_EQ(m_session->Connect(), Outcome::connected);
@@ -300,14 +299,14 @@ TEST_F(CadSessionTest, TheEndOfTheWindowsSessionEndsTheWait)
     EXPECT_FALSE(server.Ends(0));
 }
 
-// ---- A connection that fails while a server is on its way
+// ---- A connection that fails while a server starts or ends
 
-TEST_F(CadSessionTest, TriesAgainWhileTheOldServerIsAlive)
+TEST_F(CadSessionTest, RetriesWhileTheOldServerIsAlive)
 {
     for (const HRESULT status : {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED), RPC_E_DISCONNECTED,
                                  CO_E_SERVER_EXEC_FAILURE, CO_E_SERVER_STOPPING}) {
         SCOPED_TRACE(status);
-        LetGoReachedServer();
+        LetGoEarlierServer();
         FailConnections(3, status);
         EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
         EXPECT_EQ(m_class.m_created, 4);
@@ -319,25 +318,25 @@ TEST_F(CadSessionTest, TriesAgainWhileTheOldServerIsAlive)
     }
 }
 
-TEST_F(CadSessionTest, OtherFailuresCountAtOnce)
+TEST_F(CadSessionTest, OtherFailuresAreNotRetried)
 {
     for (const HRESULT status : {RPC_E_CALL_REJECTED, E_FAIL, REGDB_E_CLASSNOTREG, E_OUTOFMEMORY}) {
         SCOPED_TRACE(status);
-        LetGoReachedServer();
+        LetGoEarlierServer();
         FailConnections(1, status);
         EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
         EXPECT_EQ(m_class.m_created, 1);
     }
 }
 
-TEST_F(CadSessionTest, WithoutAServerAFailureCountsAtOnce)
+TEST_F(CadSessionTest, WithoutAServerAFailureIsNotRetried)
 {
     FailConnections(1, kUnavailable);
     EXPECT_EQ(m_session->Connect(), Outcome::notLoaded);
     EXPECT_EQ(m_class.m_created, 1);
 }
 
-TEST_F(CadSessionTest, AServerThatWasThereBeforeTheFirstConnectionIsNotWaitedFor)
+TEST_F(CadSessionTest, AnEarlierServerIsNotWaitedFor)
 {
     StartEarlierServer();
     FailConnections(1, kUnavailable);
@@ -345,7 +344,7 @@ TEST_F(CadSessionTest, AServerThatWasThereBeforeTheFirstConnectionIsNotWaitedFor
     EXPECT_EQ(m_class.m_created, 1);
 }
 
-TEST_F(CadSessionTest, TriesAgainWhileANewServerStarts)
+TEST_F(CadSessionTest, RetriesWhileANewServerStarts)
 {
     int tries = 0;
     m_class.m_onCreate = [this, &tries] {
@@ -361,7 +360,7 @@ TEST_F(CadSessionTest, TriesAgainWhileANewServerStarts)
 TEST_F(CadSessionTest, StopsTryingWhenTheServerIsGone)
 {
     SetPatience({.forEnd = 0, .forConnection = 60'000, .betweenTries = 50});
-    LetGoReachedServer();
+    LetGoEarlierServer();
     m_class.m_onCreate = [this] {
         if (m_class.m_created == 2) {
             m_servers.clear();
@@ -372,9 +371,9 @@ TEST_F(CadSessionTest, StopsTryingWhenTheServerIsGone)
     EXPECT_EQ(m_class.m_created, 4) << "the third began while the server was alive";
 }
 
-TEST_F(CadSessionTest, StopsTryingAfterAWhile)
+TEST_F(CadSessionTest, StopsTryingAfterTheTimeout)
 {
-    LetGoReachedServer();
+    LetGoEarlierServer();
     m_class.m_onCreate = [] { return kUnavailable; };
     const ULONGLONG start = GetTickCount64();
     EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
@@ -383,9 +382,9 @@ TEST_F(CadSessionTest, StopsTryingAfterAWhile)
     EXPECT_LE(m_class.m_created, 17) << "there is a pause between the tries";
 }
 
-TEST_F(CadSessionTest, AFailedFirstCallIsTriedAgainOnANewConnection)
+TEST_F(CadSessionTest, AFailedFirstCallIsRetriedOnANewConnection)
 {
-    LetGoReachedServer();
+    LetGoEarlierServer();
     int calls = 0;
     m_application.On(kGetDateCode, [&calls](FakeCall& call) {
         return ++calls < 3 ? RPC_E_DISCONNECTED : AnswerLong(2024100)(call);
@@ -395,15 +394,14 @@ TEST_F(CadSessionTest, AFailedFirstCallIsTriedAgainOnANewConnection)
     EXPECT_EQ(m_application.References(), 1);
 }
 
-TEST_F(CadSessionTest, ARejectedFirstCallCountsAtOnce)
+TEST_F(CadSessionTest, ARejectedFirstCallIsNotRetried)
 {
-    LetGoReachedServer();
+    LetGoEarlierServer();
     m_application.On(kGetDateCode, [](FakeCall&) { return RPC_E_CALL_REJECTED; });
     EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
     EXPECT_EQ(m_class.m_created, 1);
 }
 
-// Starts, and refuses its first call until it is ended.
 TEST_F(CadSessionTest, AServerThatRefusesItsFirstCallIsReplaced)
 {
     SetPatience({.forEnd = 200, .forConnection = 10'000, .betweenTries = 50});
@@ -435,7 +433,7 @@ TEST_F(CadSessionTest, AnOldServerThatRefusesTheNextRunIsEnded)
     EXPECT_TRUE(m_servers[0].Ends(0));
 }
 
-TEST_F(CadSessionTest, AnOldServerIsNoFailure)
+TEST_F(CadSessionTest, AServerThatIsTooOldIsNotRetried)
 {
     m_application.On(kGetDateCode, AnswerLong(1999249));
     EXPECT_EQ(m_session->Connect(), Outcome::tooOld);
@@ -466,7 +464,7 @@ TEST_F(CadSessionTest, StalledCallsAreHandledWhileThereIsAConnection)
                                            PENDINGMSG_WAITNOPROCESS, PENDINGMSG_WAITDEFPROCESS}));
 }
 
-TEST_F(CadSessionTest, AfterAYesItsOwnServerIsEnded)
+TEST_F(CadSessionTest, AYesEndsItsOwnServer)
 {
     StartServers();
     ASSERT_EQ(m_session->Connect(), Outcome::connected);
@@ -478,7 +476,7 @@ TEST_F(CadSessionTest, AfterAYesItsOwnServerIsEnded)
     EXPECT_EQ(m_servers.size(), 2U);
 }
 
-TEST_F(CadSessionTest, AfterAYesAReachedServerIsNotWaitedForAnyMore)
+TEST_F(CadSessionTest, AYesStopsWaitingForAnEarlierServer)
 {
     m_servers.emplace_back(m_image);
     ASSERT_EQ(m_session->Connect(), Outcome::connected);
@@ -538,7 +536,7 @@ TEST_F(CadSessionTest, AsksInEnglish)
 
 // ---- Its user
 
-TEST_F(CadSessionTest, AServerThatItsUserWorksInIsLeftToHim)
+TEST_F(CadSessionTest, AServerThatItsUserWorksInIsLeftAlone)
 {
     StartServers();
     ASSERT_EQ(m_session->Connect(), Outcome::connected);

@@ -13,7 +13,7 @@ namespace {
 constexpr int kControl = 700;
 constexpr COLORREF kMask = RGB(255, 0, 255);
 
-// A bound control of a class in a window.
+// A control of a class, bound to an object, in a window.
 template <class Control>
 class CControlWindow
 {
@@ -225,8 +225,7 @@ TEST_F(ListCtrlTest, ReturnsTheRectanglesOfItsRows)
         Insert(row, L"x");
     }
     const RECT first = m_list.GetRowRect(0);
-    RECT header{};
-    GetClientRect(m_list.GetHeader(), &header);
+    const RECT header = ClientRectOf(m_list.GetHeader());
     EXPECT_EQ(first.left, 0);
     EXPECT_EQ(first.right, 295);  // 175 + 120
     EXPECT_EQ(first.top, header.bottom);

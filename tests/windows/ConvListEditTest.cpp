@@ -9,11 +9,9 @@
 #include "framework/Handles.h"
 #include "tests/windows/ConvListScopes.h"
 
-// A cell's editor: what opens it, its place, its look and its growth.
+// A cell's editor: what opens it, where it is, its look and its growth.
 
 namespace {
-
-using Place = std::array<LONG, 4>;  // left, top, right, bottom
 
 UniqueGdiObject<HFONT> MakeFont(int height)
 {
@@ -30,22 +28,6 @@ int TextWidth(HFONT font, const std::wstring& text)
     GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
     DeleteDC(dc);
     return size.cx;
-}
-
-// The selection of an edit as {start, end}.
-std::array<DWORD, 2> SelectionOf(HWND edit)
-{
-    std::array<DWORD, 2> selection{};
-    SendMessageW(edit, EM_GETSEL, reinterpret_cast<WPARAM>(&selection[0]),
-                 reinterpret_cast<LPARAM>(&selection[1]));
-    return selection;
-}
-
-LONG ClientWidth(HWND window)
-{
-    RECT client{};
-    GetClientRect(window, &client);
-    return client.right;
 }
 
 // Opening by double-click
@@ -80,7 +62,7 @@ TEST(ConvListEdit, TheOriginalNameIsNeverEdited)
     EXPECT_EQ(window.SelectedRows(), std::vector<int>{1});
 }
 
-// On Windows, default handling may focus the row before the editor is asked for; then it opens at once.
+// On Windows, default handling may focus the row first; then the first double-click opens the editor.
 TEST(ConvListEdit, ADoubleClickOnARowWithoutTheFocusSelectsAndFocusesIt)
 {
     for (const int x : {20, 200, 400}) {
@@ -242,7 +224,7 @@ TEST(ConvListEdit, TheTextIsSelectedInTheListsFont)
     const LRESULT last = SendMessageW(editor, EM_POSFROMCHAR, length - 1, 0);
     const int x = static_cast<short>(LOWORD(last));
     EXPECT_GE(x, 0) << "the caret is in view";
-    EXPECT_LT(x, ClientWidth(editor));
+    EXPECT_LT(x, ClientRectOf(editor).right);
 }
 
 // The style of the next window that the thread creates.
@@ -281,23 +263,23 @@ TEST(ConvListEdit, TheEditorIsAlignedAsItsColumn)
     }
 }
 
-// Its place
+// Where it is
 
-class ConvListEditPlace : public testing::Test
+class ConvListEditPosition : public testing::Test
 {
 protected:
     // The editor reaches from left to right and has the height of its row.
-    static void ExpectPlace(CListWindow& window, int row, int column, LONG left, LONG right)
+    static void ExpectEdges(CListWindow& window, int row, int column, LONG left, LONG right)
     {
         window.m_list.EditCell(row, column);
         ASSERT_NE(window.Editor(), nullptr);
         const RECT bounds = window.m_list.GetRowRect(row);
         EXPECT_GT(bounds.bottom, bounds.top);
-        EXPECT_EQ(window.EditorPlace(), (Place{left, bounds.top, right, bounds.bottom}));
+        EXPECT_EQ(window.EditorEdges(), (Edges{left, bounds.top, right, bounds.bottom}));
     }
 };
 
-TEST_F(ConvListEditPlace, IsTheCellsAndScrollsIntoView)
+TEST_F(ConvListEditPosition, IsTheCellsAndScrollsIntoView)
 {
     struct Case
     {
@@ -336,23 +318,23 @@ TEST_F(ConvListEditPlace, IsTheCellsAndScrollsIntoView)
         window.m_list.SetColumnOrder({test.order.begin(), test.order.end()});
         window.m_list.ScrollHorizontally(test.scrolled);
         ASSERT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), test.scrolled);
-        ExpectPlace(window, test.row, test.column, test.left, test.right);
+        ExpectEdges(window, test.row, test.column, test.left, test.right);
         EXPECT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), test.scrolledAfter);
     }
 }
 
-TEST_F(ConvListEditPlace, ARowOutOfViewIsScrolledIn)
+TEST_F(ConvListEditPosition, ARowOutOfViewIsScrolledIn)
 {
     CListWindow window({600, 200}, {{}, {}, {}}, 100);
-    ExpectPlace(window, 60, 1, 179, 351);
-    const Place place = window.EditorPlace();
-    EXPECT_GE(place[1], 0);
-    EXPECT_LE(place[1], window.m_list.GetClientRect().bottom);
+    ExpectEdges(window, 60, 1, 179, 351);
+    const Edges edges = window.EditorEdges();
+    EXPECT_GE(edges[1], 0);
+    EXPECT_LE(edges[1], window.m_list.GetClientRect().bottom);
     window.m_list.SetFocus();
-    ExpectPlace(window, 3, 2, 354, 526);
+    ExpectEdges(window, 3, 2, 354, 526);
 }
 
-TEST_F(ConvListEditPlace, APartlyVisibleRowIsNotScrolled)
+TEST_F(ConvListEditPosition, APartlyVisibleRowIsNotScrolled)
 {
     CListWindow window({600, 200}, {{}, {}, {}}, 100);
     // Half of the lowest row is visible.
@@ -362,19 +344,19 @@ TEST_F(ConvListEditPlace, APartlyVisibleRowIsNotScrolled)
                  SWP_NOMOVE | SWP_NOZORDER);
     ASSERT_LT(window.m_list.GetRowRect(5).top, window.m_list.GetClientRect().bottom);
     ASSERT_GT(window.m_list.GetRowRect(5).bottom, window.m_list.GetClientRect().bottom);
-    ExpectPlace(window, 5, 1, 179, 351);
+    ExpectEdges(window, 5, 1, 179, 351);
     EXPECT_EQ(window.m_list.GetTopIndex(), 0);
 }
 
-TEST_F(ConvListEditPlace, AColumnOfFewerThanFivePixelsHasNoEditor)
+TEST_F(ConvListEditPosition, AColumnOfFewerThanFivePixelsHasNoEditor)
 {
     CListWindow window({600, 300}, {{100}, {4}, {5}});
     window.m_list.EditCell(1, 1);
     EXPECT_EQ(window.Editor(), nullptr);
-    ExpectPlace(window, 1, 2, 108, 110);  // 100 + 4 + 4, 108 - 3 + 5
+    ExpectEdges(window, 1, 2, 108, 110);  // 100 + 4 + 4, 108 - 3 + 5
 }
 
-TEST_F(ConvListEditPlace, AMissingCellHasNoEditor)
+TEST_F(ConvListEditPosition, AMissingCellHasNoEditor)
 {
     CListWindow window;
     for (const auto& [row, column] : {std::pair{-1, 1}, {5, 1}, {1, -1}, {1, 3}}) {
@@ -384,7 +366,7 @@ TEST_F(ConvListEditPlace, AMissingCellHasNoEditor)
     }
 }
 
-TEST_F(ConvListEditPlace, AnotherCellsEditorReplacesTheOpenOne)
+TEST_F(ConvListEditPosition, AnotherCellsEditorReplacesTheOpenOne)
 {
     CListWindow window;
     window.m_list.EditCell(1, 1);
@@ -408,14 +390,14 @@ protected:
     {
         m_window.m_list.SendMessage(WM_SETFONT, reinterpret_cast<WPARAM>(m_font.get()));
         m_window.m_list.EditCell(1, 1);
-        m_start = m_window.EditorPlace();
-        m_border = m_start[2] - m_start[0] - ClientWidth(m_window.Editor());
+        m_start = m_window.EditorEdges();
+        m_border = m_start[2] - m_start[0] - ClientRectOf(m_window.Editor()).right;
     }
 
     // After each character, the editor's right edge is where the text's width puts it.
     void ExpectGrowth(const std::wstring& text)
     {
-        LONG right = m_window.EditorPlace()[2];
+        LONG right = m_window.EditorEdges()[2];
         m_window.Retype(L"x");
         std::wstring typed = L"x";
         for (const wchar_t character : text) {
@@ -423,45 +405,45 @@ protected:
             typed += character;
             const LONG needed = m_start[0] + m_border + TextWidth(m_font.get(), typed) + 5;
             right = std::min(std::max(right, needed), 600L);
-            EXPECT_EQ(m_window.EditorPlace(), (Place{m_start[0], m_start[1], right, m_start[3]}))
+            EXPECT_EQ(m_window.EditorEdges(), (Edges{m_start[0], m_start[1], right, m_start[3]}))
                 << testing::PrintToString(typed);
         }
     }
 
     const UniqueGdiObject<HFONT> m_font = MakeFont(-13);
     CListWindow m_window;
-    Place m_start{};
+    Edges m_start{};
     LONG m_border = 0;
 };
 
 TEST_F(ConvListEditGrowth, AsFarAsTheTextNeedsAndTheListReaches)
 {
     ExpectGrowth(std::wstring(70, L'm') + std::wstring(20, L'i'));
-    EXPECT_EQ(m_window.EditorPlace()[2], 600);
+    EXPECT_EQ(m_window.EditorEdges()[2], 600);
 }
 
 TEST_F(ConvListEditGrowth, NotForATextThatFits)
 {
     m_window.Retype(L"M8");
-    EXPECT_EQ(m_window.EditorPlace(), m_start);
+    EXPECT_EQ(m_window.EditorEdges(), m_start);
 }
 
 TEST_F(ConvListEditGrowth, NeverShrinks)
 {
     ExpectGrowth(std::wstring(20, L'm'));
-    const Place wide = m_window.EditorPlace();
+    const Edges wide = m_window.EditorEdges();
     ASSERT_GT(wide[2], m_start[2]);
     for (int i = 0; i < 15; ++i) {
         Type(L"\b");
     }
-    EXPECT_EQ(m_window.EditorPlace(), wide);
+    EXPECT_EQ(m_window.EditorEdges(), wide);
 }
 
 // The growing edit scrolls back to the beginning, except for one character that its margins may take.
 TEST_F(ConvListEditGrowth, ShowsTheTextFromItsBeginning)
 {
     ExpectGrowth(std::wstring(20, L'm'));
-    ASSERT_LT(m_window.EditorPlace()[2], 600);
+    ASSERT_LT(m_window.EditorEdges()[2], 600);
     EXPECT_LE(SendMessageW(m_window.Editor(), EM_GETFIRSTVISIBLELINE, 0, 0), 1) << "counts characters here";
     EXPECT_EQ(SelectionOf(m_window.Editor()), (std::array<DWORD, 2>{21, 21})) << "the caret stays";
 }

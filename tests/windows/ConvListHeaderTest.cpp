@@ -180,8 +180,7 @@ TEST(ConvListHeader, ANewWidthInvalidatesTheAreaBelowTheRows)
 {
     for (const int rows : {0, 5}) {
         const CListWindow window({600, 300}, {{}, {}, {}}, rows);
-        RECT header{};
-        GetClientRect(window.m_list.GetHeader(), &header);
+        const RECT header = ClientRectOf(window.m_list.GetHeader());
         const LONG top = rows > 0 ? window.m_list.GetRowRect(rows - 1).bottom : header.bottom;
         UpdateWindow(window.m_list.m_hWnd);
         ValidateRect(window.m_list.m_hWnd, nullptr);
@@ -217,8 +216,7 @@ protected:
     }
     static LONG HeaderBottom(const CListWindow& window)
     {
-        RECT header{};
-        GetClientRect(window.m_list.GetHeader(), &header);
+        const RECT header = ClientRectOf(window.m_list.GetHeader());
         EXPECT_GT(header.bottom, 0);
         return header.bottom;
     }
@@ -349,7 +347,7 @@ TEST(ConvListKeys, AltAndTheNumberMovesAColumnToTheRight)
     EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{1, 2, 0}));
     PressKey('1');
     EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{0, 1, 2}))
-        << "from the last place to the first";
+        << "from the last position to the first";
     PressKey('3');
     EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{2, 0, 1}));
     PressKey('2');

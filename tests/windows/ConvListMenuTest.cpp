@@ -59,7 +59,7 @@ public:
     CMenuUser& operator=(const CMenuUser&) = delete;
 
     std::vector<Texts> m_menus;  // the items of each menu that opened
-    POINT m_place{};             // the top left corner of the last menu, in the list's client coordinates
+    POINT m_corner{};            // the top left corner of the last menu, in the list's client coordinates
     Texts m_dialogs;             // "CAPTION: TEMPLATE" of each template dialog that opened
     std::function<void()> m_onMenu = [] {};
 
@@ -91,10 +91,8 @@ private:
         if (m_looks++ == 0) {
             constexpr UINT kGetMenu = 0x01E1;  // MN_GETHMENU
             m_menus.push_back(ItemsOf(reinterpret_cast<HMENU>(SendMessageW(menu, kGetMenu, 0, 0))));
-            RECT place{};
-            GetWindowRect(menu, &place);
-            m_place = {place.left, place.top};
-            ScreenToClient(m_window.m_list.m_hWnd, &m_place);
+            const RECT rect = RectIn(m_window.m_list.m_hWnd, menu);
+            m_corner = {rect.left, rect.top};
             m_onMenu();
             if (m_mnemonic == kDismiss) {
                 m_window.m_list.PostMessage(WM_KEYDOWN, VK_ESCAPE, 1);
@@ -170,8 +168,8 @@ TEST_P(ConvListMenu, OpensAtThePoint)
     const CMenuUser user(m_window, kDismiss);
     const POINT point = m_window.At(200, 1);
     RightClick(m_window, point);
-    EXPECT_EQ(user.m_place.x, point.x);
-    EXPECT_EQ(user.m_place.y, point.y);
+    EXPECT_EQ(user.m_corner.x, point.x);
+    EXPECT_EQ(user.m_corner.y, point.y);
 }
 
 TEST_P(ConvListMenu, PostsItsCommandsToTheParent)
@@ -380,8 +378,8 @@ TEST_P(ConvListMenuByKey, OpensBelowTheFocusedRowsNewName)
     m_window.Focus(1);
     AskByKey();
     EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, LanguageOf(GetParam()))});
-    EXPECT_EQ(user.m_place.x, 179);
-    EXPECT_EQ(user.m_place.y, m_window.m_list.GetRowRect(1).bottom);
+    EXPECT_EQ(user.m_corner.x, 179);
+    EXPECT_EQ(user.m_corner.y, m_window.m_list.GetRowRect(1).bottom);
 }
 
 TEST_P(ConvListMenuByKey, WithCtrlItIsTheBomNameMenu)
@@ -394,7 +392,7 @@ TEST_P(ConvListMenuByKey, WithCtrlItIsTheBomNameMenu)
         AskByKey();
     }
     EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(2, LanguageOf(GetParam()))});
-    EXPECT_EQ(user.m_place.x, 354);
+    EXPECT_EQ(user.m_corner.x, 354);
     EXPECT_EQ(trace.Take(), Texts{L"parent WM_APPLYTEMPLATE 2 0"});
 }
 
@@ -411,8 +409,8 @@ TEST_P(ConvListMenuByKey, EachKeyAsksForItsColumn)
     const Key keys[] = {
         {"Shift+F10", 1, {VK_SHIFT}, [list] { PostMessageW(list, WM_SYSKEYDOWN, VK_F10, 1); }},
         {"Ctrl+Shift+F10", 2, {VK_SHIFT, VK_CONTROL}, [list] { PostMessageW(list, WM_KEYDOWN, VK_F10, 1); }},
-        // Some programs make the place from two halves of -1.
-        {"a place in two halves",
+        // Some programs make the position from two halves of -1.
+        {"a position in two halves",
          1,
          {},
          [this, list] {
@@ -459,10 +457,9 @@ TEST_P(ConvListMenuByKey, WithoutAFocusedRowItOpensBelowTheHeader)
     const CMenuUser user(window, kDismiss);
     window.m_list.SendMessage(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(window.m_list.m_hWnd), -1);
     EXPECT_EQ(user.m_menus, std::vector<Texts>{MenuOf(1, LanguageOf(GetParam()))});
-    RECT header{};
-    GetWindowRect(window.m_list.GetHeader(), &header);
-    EXPECT_EQ(user.m_place.x, 175);
-    EXPECT_EQ(user.m_place.y, header.bottom - header.top);
+    const RECT header = RectOf(window.m_list.GetHeader());
+    EXPECT_EQ(user.m_corner.x, 175);
+    EXPECT_EQ(user.m_corner.y, header.bottom - header.top);
 }
 
 TEST_P(ConvListMenuByKey, WithoutAFocusedRowTheSelectionStays)

@@ -94,21 +94,11 @@ public:
     [[nodiscard]] HWND Editor() const { return m_list.GetDlgItem(IDC_IN_PLACE_EDIT); }
     [[nodiscard]] HWND ListEditor() const { return m_list.GetDlgItem(IDC_IN_PLACE_LIST); }
 
-    // The editor's window in the list's client coordinates, {left, top, right, bottom}.
-    [[nodiscard]] std::array<LONG, 4> EditorPlace() const
-    {
-        RECT place{};
-        ::GetWindowRect(Editor(), &place);
-        ::MapWindowPoints(nullptr, m_list.m_hWnd, reinterpret_cast<POINT*>(&place), 2);
-        return {place.left, place.top, place.right, place.bottom};
-    }
+    // The editor in the list's client coordinates.
+    [[nodiscard]] Edges EditorEdges() const { return EdgesOf(RectIn(m_list.m_hWnd, Editor())); }
 
     // A point at the middle of a row's height.
-    [[nodiscard]] POINT At(int x, int row) const
-    {
-        const RECT place = m_list.GetRowRect(row);
-        return {x, (place.top + place.bottom) / 2};
-    }
+    [[nodiscard]] POINT At(int x, int row) const { return {x, MiddleOf(m_list.GetRowRect(row)).y}; }
     // A point of the list below the last row.
     [[nodiscard]] POINT BelowRows(int x) const { return {x, m_list.GetClientRect().bottom - 5}; }
 

@@ -23,7 +23,7 @@
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// The run with automation objects of this process, and real files, table and progress dialog.
+// The run with automation objects in this process and real files, table and progress dialog.
 
 namespace {
 
@@ -253,7 +253,7 @@ protected:
 
     virtual void Log(const std::wstring& event) { m_log.push_back(event); }
 
-    // Does something before a member returns its result.
+    // Calls a function before a member returns its result.
     static CFakeDispatch::Handler Before(std::function<void()> action, CFakeDispatch::Handler answer)
     {
         return [action = std::move(action), answer = std::move(answer)](FakeCall& call) {
@@ -676,7 +676,7 @@ TEST_F(ConversionRunTest, ScrollsTheRowDoneIntoView)
 
 // Cancelling
 
-TEST_F(ConversionRunTest, ACancelEndsTheRunAfterTheRowInHand)
+TEST_F(ConversionRunTest, ACancelEndsTheRunAfterTheCurrentRow)
 {
     AddRows(6);
     m_answer = IDYES;
@@ -844,7 +844,7 @@ TEST_F(ConversionRunTest, WithoutAFolderTheNetworkIsNotAccessed)
     EXPECT_EQ(network.m_paths, Texts{});
 }
 
-// While it is full, the disk takes half a record of each that is written to the map file.
+// While it is full, the disk takes only half of each record that is written to the map file.
 class CFullDisk : public CFileInterceptor
 {
 public:

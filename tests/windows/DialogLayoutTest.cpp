@@ -11,12 +11,12 @@
 
 namespace {
 
-constexpr RECT kPlace{100, 50, 300, 150};
+constexpr RECT kRect{100, 50, 300, 150};
 
 struct Anchoring
 {
     unsigned edges;
-    RECT larger;   // the control's place when the client area is 60 wider and 40 higher
+    RECT larger;   // the control when the client area is 60 wider and 40 higher
     RECT smaller;  // and when it is 10 narrower and 20 lower
 };
 
@@ -25,29 +25,16 @@ void PrintTo(const Anchoring& anchoring, std::ostream* stream)
     *stream << "edges " << anchoring.edges;
 }
 
-RECT PlaceOf(const CWnd& window, int id)
-{
-    RECT rect{};
-    ::GetWindowRect(window.GetDlgItem(id), &rect);
-    ::MapWindowPoints(nullptr, window.m_hWnd, reinterpret_cast<POINT*>(&rect), 2);
-    return rect;
-}
-
 void ResizeBy(const CWnd& window, int wider, int higher)
 {
-    RECT rect{};
-    ::GetWindowRect(window.m_hWnd, &rect);
+    const RECT rect = RectOf(window.m_hWnd);
     ::SetWindowPos(window.m_hWnd, nullptr, 0, 0, rect.right - rect.left + wider,
                    rect.bottom - rect.top + higher, SWP_NOMOVE | SWP_NOZORDER);
 }
 
-void ExpectPlace(const CWnd& window, int id, const RECT& expected)
+void ExpectRect(const CWnd& window, int id, const RECT& expected)
 {
-    const RECT place = PlaceOf(window, id);
-    EXPECT_EQ(place.left, expected.left);
-    EXPECT_EQ(place.top, expected.top);
-    EXPECT_EQ(place.right, expected.right);
-    EXPECT_EQ(place.bottom, expected.bottom);
+    EXPECT_EQ(EdgesOf(RectIn(window.m_hWnd, window.GetDlgItem(id))), EdgesOf(expected));
 }
 
 using L = CDialogLayout;
@@ -61,26 +48,26 @@ protected:
 
 TEST_P(DialogLayout, EdgesKeepTheirDistance)
 {
-    m_window.AddControl(L"BUTTON", 1, 0, kPlace);
+    m_window.AddControl(L"BUTTON", 1, 0, kRect);
     m_window.AddControl(L"BUTTON", 2, 0, {5, 5, 20, 20});
     m_layout.Begin(m_window.m_hWnd);
     m_layout.Anchor(1, GetParam().edges);
     m_layout.Anchor(77, L::right);  // no such control
     ResizeBy(m_window, 60, 40);
     m_layout.Arrange();
-    ExpectPlace(m_window, 1, GetParam().larger);
+    ExpectRect(m_window, 1, GetParam().larger);
     ResizeBy(m_window, -70, -60);
     m_layout.Arrange();
-    ExpectPlace(m_window, 1, GetParam().smaller);
+    ExpectRect(m_window, 1, GetParam().smaller);
     ResizeBy(m_window, 10, 20);
     m_layout.Arrange();
-    ExpectPlace(m_window, 1, kPlace);
-    ExpectPlace(m_window, 2, {5, 5, 20, 20});
+    ExpectRect(m_window, 1, kRect);
+    ExpectRect(m_window, 2, {5, 5, 20, 20});
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Edges, DialogLayout,
-    testing::Values(Anchoring{L::left | L::top, kPlace, kPlace},
+    testing::Values(Anchoring{L::left | L::top, kRect, kRect},
                     Anchoring{L::left | L::top | L::right, {100, 50, 360, 150}, {100, 50, 290, 150}},
                     Anchoring{L::top | L::right, {160, 50, 360, 150}, {90, 50, 290, 150}},
                     Anchoring{L::left | L::bottom, {100, 90, 300, 190}, {100, 30, 300, 130}},
@@ -107,20 +94,20 @@ TEST(DialogLayoutSize, TheFirstSizeIsTheSmallest)
 TEST(DialogLayoutSize, BeginningAnewForgetsTheControls)
 {
     const CPlainWindow window(nullptr, WS_POPUP);
-    window.AddControl(L"BUTTON", 1, 0, kPlace);
+    window.AddControl(L"BUTTON", 1, 0, kRect);
     CDialogLayout layout;
     layout.Begin(window.m_hWnd);
     layout.Anchor(1, L::right);
     layout.Begin(window.m_hWnd);
     ResizeBy(window, 60, 40);
     layout.Arrange();
-    ExpectPlace(window, 1, kPlace);
+    ExpectRect(window, 1, kRect);
 }
 
 TEST(DialogLayoutPaint, EverythingIsPaintedAnew)
 {
     const CPlainWindow window(nullptr, WS_POPUP | WS_VISIBLE);
-    const HWND moved = window.AddControl(L"BUTTON", 1, 0, kPlace);
+    const HWND moved = window.AddControl(L"BUTTON", 1, 0, kRect);
     const HWND resting = window.AddControl(L"BUTTON", 2, 0, {5, 5, 20, 20});
     CDialogLayout layout;
     layout.Begin(window.m_hWnd);

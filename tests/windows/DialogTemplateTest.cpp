@@ -79,15 +79,6 @@ protected:
         EXPECT_FALSE(m_controls.empty());
     }
 
-    // In the client area of the dialog.
-    [[nodiscard]] RECT PlaceOf(HWND control) const
-    {
-        RECT place{};
-        GetWindowRect(control, &place);
-        MapWindowPoints(nullptr, m_dialog.get(), reinterpret_cast<POINT*>(&place), 2);
-        return place;
-    }
-
     // The control's name in failure messages.
     static std::string NameOf(HWND control)
     {
@@ -109,8 +100,7 @@ TEST_P(DialogTemplate, EveryCaptionIsSeenWhole)
         if ((kind != L"Button" && kind != L"Static") || CaptionOf(control).empty()) {
             continue;
         }
-        RECT client{};
-        GetClientRect(control, &client);
+        const RECT client = ClientRectOf(control);
         const SIZE caption = CaptionSize(control);
         EXPECT_LE(caption.cx + WidthBesideCaption(control), client.right) << NameOf(control);
         EXPECT_LE(caption.cy, client.bottom) << NameOf(control);
@@ -124,8 +114,8 @@ TEST_P(DialogTemplate, NoTwoControlsOverlap)
 {
     for (std::size_t i = 0; i < m_controls.size(); ++i) {
         for (std::size_t j = i + 1; j < m_controls.size(); ++j) {
-            const RECT first = PlaceOf(m_controls[i]);
-            const RECT second = PlaceOf(m_controls[j]);
+            const RECT first = RectOf(m_controls[i]);
+            const RECT second = RectOf(m_controls[j]);
             RECT common{};
             const bool inside = IsGroupBox(m_controls[i]) && UnionRect(&common, &first, &second) != FALSE &&
                                 EqualRect(&common, &first) != FALSE;
@@ -137,12 +127,11 @@ TEST_P(DialogTemplate, NoTwoControlsOverlap)
 
 TEST_P(DialogTemplate, EveryControlLiesInsideTheDialog)
 {
-    RECT client{};
-    GetClientRect(m_dialog.get(), &client);
+    const RECT client = ClientRectOf(m_dialog.get());
     for (const HWND control : m_controls) {
-        const RECT place = PlaceOf(control);
-        EXPECT_TRUE(place.left >= 0 && place.top >= 0 && place.right <= client.right &&
-                    place.bottom <= client.bottom)
+        const RECT rect = RectIn(m_dialog.get(), control);
+        EXPECT_TRUE(rect.left >= 0 && rect.top >= 0 && rect.right <= client.right &&
+                    rect.bottom <= client.bottom)
             << NameOf(control);
     }
 }

@@ -70,6 +70,16 @@ protected:
         }
         DrainMessages();
     }
+    // Runs the dialog, types over the template and presses OK, which closes it.
+    void TypeAndPressOk(int column, const std::wstring& before, const std::wstring& text)
+    {
+        EXPECT_EQ(Run(column, before,
+                      [&] {
+                          Type(text);
+                          Press(IDOK);
+                      }),
+                  IDOK);
+    }
     [[nodiscard]] std::wstring PreviewOf(const std::wstring& templateText) const
     {
         Type(templateText);
@@ -96,15 +106,10 @@ protected:
     {
         const HWND edit = Item(IDC_TEMPLATE_TEXT);
         EXPECT_EQ(GetFocus(), edit);
-        DWORD start = 0;
-        DWORD end = 0;
-        SendMessageW(edit, EM_GETSEL, reinterpret_cast<WPARAM>(&start), reinterpret_cast<LPARAM>(&end));
         const std::size_t length = TextOf(IDC_TEMPLATE_TEXT).size();
         ASSERT_GT(length, 0U);
-        EXPECT_EQ(start, 0U);
-        EXPECT_EQ(end, length);
-        RECT client{};
-        GetClientRect(edit, &client);
+        EXPECT_EQ(SelectionOf(edit), (std::array<DWORD, 2>{0, static_cast<DWORD>(length)}));
+        const RECT client = ClientRectOf(edit);
         const LRESULT last = SendMessageW(edit, EM_POSFROMCHAR, length - 1, 0);
         const int x = static_cast<short>(LOWORD(last));
         EXPECT_GE(x, 0);
@@ -203,12 +208,7 @@ TEST_P(DlgTemplateTest, OkStoresTheBomTemplateUnchanged)
 {
     m_settings.SetTemplate(1, L"the other column's");
     for (const wchar_t* const text : {L"%5%3_%2", L" a/b|c*..\\@;= "}) {
-        EXPECT_EQ(Run(2, L"before",
-                      [&] {
-                          Type(text);
-                          Press(IDOK);
-                      }),
-                  IDOK);
+        TypeAndPressOk(2, L"before", text);
         EXPECT_EQ(m_readBack, text);
         EXPECT_EQ(m_settings.Template(2), text);
     }
@@ -226,12 +226,7 @@ TEST_P(DlgTemplateTest, OkStoresAnEmptyTemplate)
 {
     for (const int column : {1, 2}) {
         m_settings.SetTemplate(column, L"%3");
-        EXPECT_EQ(Run(column, L"%3",
-                      [&] {
-                          Type(L"");
-                          Press(IDOK);
-                      }),
-                  IDOK);
+        TypeAndPressOk(column, L"%3", L"");
         EXPECT_EQ(m_readBack, L"");
         EXPECT_EQ(m_settings.Template(column), L"");
     }
@@ -240,12 +235,7 @@ TEST_P(DlgTemplateTest, OkStoresAnEmptyTemplate)
 TEST_P(DlgTemplateTest, OkStoresNothingForAnyOtherColumn)
 {
     for (const int column : {0, 3, -1}) {
-        EXPECT_EQ(Run(column, L"before",
-                      [&] {
-                          Type(L"%3_%2");
-                          Press(IDOK);
-                      }),
-                  IDOK);
+        TypeAndPressOk(column, L"before", L"%3_%2");
         EXPECT_EQ(m_readBack, L"%3_%2");
         EXPECT_EQ(m_settings.Template(1), kNone);
         EXPECT_EQ(m_settings.Template(2), kNone);

@@ -67,12 +67,10 @@ TEST_F(InPlaceList, BeginsWithTheCellsTextChosen)
 TEST_F(InPlaceList, LiesInItsCell)
 {
     Open();
-    RECT place{};
-    GetWindowRect(m_window.ListEditor(), &place);
-    MapWindowPoints(nullptr, m_window.m_list.m_hWnd, reinterpret_cast<POINT*>(&place), 2);
-    EXPECT_EQ(place.left, 354);   // 350 + 4
-    EXPECT_EQ(place.right, 526);  // 354 - 3 + 175
-    EXPECT_EQ(place.top, m_window.m_list.GetRowRect(1).top);
+    const RECT rect = RectIn(m_window.m_list.m_hWnd, m_window.ListEditor());
+    EXPECT_EQ(rect.left, 354);   // 350 + 4
+    EXPECT_EQ(rect.right, 526);  // 354 - 3 + 175
+    EXPECT_EQ(rect.top, m_window.m_list.GetRowRect(1).top);
 }
 
 TEST_F(InPlaceList, EnterCommitsTheChoice)

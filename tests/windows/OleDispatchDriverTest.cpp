@@ -322,7 +322,7 @@ struct VirtualFreeDeleter
     void operator()(wchar_t* memory) const { VirtualFree(memory, 0, MEM_RELEASE); }
 };
 
-// Gives the server up, and has it not ended: as the run does with a server that it did not start.
+// Gives the server up without ending it, as the run does with a server that it did not start.
 class CGivenUpServer : public CStalledCallHandler
 {
 public:

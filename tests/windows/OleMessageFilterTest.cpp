@@ -33,7 +33,7 @@ bool IsRetryAfterShortWait(DWORD answer)
     return answer >= 100 && answer <= 1000;
 }
 
-// A handler that writes down how often the server was given up.
+// A handler that counts how often the server was given up.
 class CFakeHandler : public CStalledCallHandler
 {
 public:
@@ -49,7 +49,7 @@ public:
 };
 
 // A filter with a handler and a delay of a second, a window with an empty queue, and a user who gives one
-// answer. COM's part is played by the test: a call that has been pending for so many milliseconds.
+// answer. The test plays COM: a call that has been pending for a number of milliseconds.
 class StalledCallTest : public testing::Test
 {
 protected:

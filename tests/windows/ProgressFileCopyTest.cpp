@@ -287,8 +287,7 @@ TEST_P(ProgressFileCopyTest, ALongPathIsFittedAndEndsWithTheFilesName)
         EXPECT_TRUE(text.starts_with(kLead + L"...")) << testing::PrintToString(text);
         EXPECT_TRUE(text.ends_with(L"\\N_ISO_4017_M8x20.sldprt")) << testing::PrintToString(text);
         const HWND line = m_progress->GetDlgItem(id);
-        RECT client{};
-        ::GetClientRect(line, &client);
+        const RECT client = ClientRectOf(line);
         EXPECT_LE(WidthOf(line, text), client.right);
         EXPECT_GT(WidthOf(line, text), client.right / 2) << "more of the path would fit";
     }

@@ -34,7 +34,7 @@ std::vector<DWORD> ChildrenOf(DWORD parent)
     return children;
 }
 
-// Ends a process that a test's process has started.
+// A process that a test's process has started; ended at the end of the scope.
 class CChildScope
 {
 public:
@@ -53,7 +53,7 @@ private:
     UniqueHandle m_process;
 };
 
-// A class that copies of waitingprogram.exe serve; the tests start them in place of COM.
+// A class served by copies of waitingprogram.exe, which the tests start instead of COM.
 class ServerProcessTest : public testing::Test
 {
 protected:
@@ -67,7 +67,7 @@ protected:
         m_server->BeginRun(kProgId);
     }
 
-    // Another class, and the next run, which uses it.
+    // Registers another class and begins a run that uses it.
     void BeginRunOf(const std::wstring& commandLine)
     {
         const std::wstring progId = L"Talvenor.Test.Process.2";
@@ -75,7 +75,7 @@ protected:
         m_server->BeginRun(progId);
     }
 
-    // A connection to the servers that there are.
+    // A connection to a running server.
     void ConnectToRunning()
     {
         m_server->BeginConnect();
@@ -98,13 +98,13 @@ protected:
     std::optional<CServerProcess> m_server{std::in_place};
 };
 
-TEST_F(ServerProcessTest, AServerThatAppearsWithTheConnectionIsOurs)
+TEST_F(ServerProcessTest, AServerStartedByTheConnectionIsOurs)
 {
     const CWaitingProcess process = Connect();
     EXPECT_TRUE(m_server->IsOurs());
 }
 
-TEST_F(ServerProcessTest, AServerThatWasThereIsNot)
+TEST_F(ServerProcessTest, AnEarlierServerIsNotOurs)
 {
     const CWaitingProcess process(m_image);
     ConnectToRunning();
@@ -114,7 +114,7 @@ TEST_F(ServerProcessTest, AServerThatWasThereIsNot)
     EXPECT_FALSE(process.Ends(kNotLong));
 }
 
-TEST_F(ServerProcessTest, AServerThatAppearsBesideOneThatWasThereIsOurs)
+TEST_F(ServerProcessTest, AServerStartedBesideAnEarlierOneIsOurs)
 {
     const CWaitingProcess other(m_image);
     const CWaitingProcess process = Connect();
@@ -124,7 +124,7 @@ TEST_F(ServerProcessTest, AServerThatAppearsBesideOneThatWasThereIsOurs)
     EXPECT_FALSE(other.Ends(kNotLong));
 }
 
-TEST_F(ServerProcessTest, OfTwoThatAppearNoneIsOurs)
+TEST_F(ServerProcessTest, OfTwoStartedServersNeitherIsOurs)
 {
     m_server->BeginConnect();
     const CWaitingProcess first(m_image);
@@ -147,7 +147,7 @@ TEST_F(ServerProcessTest, AnotherProgramsProcessIsNotTheServer)
 }
 
 // As when the user starts the CAD system while the program connects.
-TEST_F(ServerProcessTest, AServerThatAnotherProgramStartsIsNotOurs)
+TEST_F(ServerProcessTest, AServerStartedByAnotherProgramIsNotOurs)
 {
     const std::wstring starter = m_folder / L"starter.exe";
     std::filesystem::copy_file(m_image, starter);
@@ -177,16 +177,16 @@ TEST_F(ServerProcessTest, AClassWithoutAProgramHasNoServer)
     EXPECT_FALSE(m_server->WasAlive());
 }
 
-// ---- Ends with this program
+// ---- It ends with this program
 
-TEST_F(ServerProcessTest, AServerThatIsNotLetGoEndsWithTheObject)
+TEST_F(ServerProcessTest, AServerInUseEndsWithTheObject)
 {
     const CWaitingProcess process = Connect();
     m_server.reset();
     EXPECT_TRUE(process.Ends());
 }
 
-TEST_F(ServerProcessTest, AServerThatWasAskedToEndIsNoLongerTied)
+TEST_F(ServerProcessTest, AServerAskedToEndOutlivesTheObject)
 {
     const CWaitingProcess process = Connect();
     m_server->LetGo(true);
@@ -194,7 +194,7 @@ TEST_F(ServerProcessTest, AServerThatWasAskedToEndIsNoLongerTied)
     EXPECT_FALSE(process.Ends(kNotLong));
 }
 
-TEST_F(ServerProcessTest, AServerThatCouldNotBeAskedToEndStaysTied)
+TEST_F(ServerProcessTest, AServerThatCouldNotBeAskedToEndEndsWithTheObject)
 {
     const CWaitingProcess process = Connect();
     m_server->LetGo(false);
@@ -203,7 +203,7 @@ TEST_F(ServerProcessTest, AServerThatCouldNotBeAskedToEndStaysTied)
     EXPECT_TRUE(process.Ends());
 }
 
-TEST_F(ServerProcessTest, WhatTheServerStartsDoesNotEndWithIt)
+TEST_F(ServerProcessTest, ChildrenOfTheServerOutliveIt)
 {
     const CWaitingProcess process = Connect();
     process.StartAnother();
@@ -215,7 +215,7 @@ TEST_F(ServerProcessTest, WhatTheServerStartsDoesNotEndWithIt)
     EXPECT_TRUE(child.IsAlive());
 }
 
-TEST_F(ServerProcessTest, AServerThatItsUserWorksInIsNotOursAnyMore)
+TEST_F(ServerProcessTest, AServerWithAMainWindowIsNoLongerOurs)
 {
     const CWaitingProcess process = Connect();
     process.ShowMainWindow();
@@ -226,7 +226,7 @@ TEST_F(ServerProcessTest, AServerThatItsUserWorksInIsNotOursAnyMore)
     EXPECT_FALSE(process.Ends(kNotLong));
 }
 
-TEST_F(ServerProcessTest, AWindowThatNobodyHasAskedForIsSeenAtTheEnd)
+TEST_F(ServerProcessTest, AMainWindowIsNoticedAtTheEnd)
 {
     const CWaitingProcess process = Connect();
     process.ShowMainWindow();
@@ -234,14 +234,14 @@ TEST_F(ServerProcessTest, AWindowThatNobodyHasAskedForIsSeenAtTheEnd)
     EXPECT_FALSE(process.Ends(kNotLong));
 }
 
-TEST_F(ServerProcessTest, APromptMakesNoUser)
+TEST_F(ServerProcessTest, APromptIsNoMainWindow)
 {
     const CWaitingProcess process = Connect();
     process.ShowPrompt();
     EXPECT_TRUE(m_server->IsOurs());
 }
 
-TEST_F(ServerProcessTest, ASplashScreenMakesNoUser)
+TEST_F(ServerProcessTest, ASplashScreenIsNoMainWindow)
 {
     const CWaitingProcess process = Connect();
     process.ShowSplashScreen();
@@ -310,7 +310,7 @@ TEST_F(ServerProcessTest, TheNextRunBeginsWithTheServersThatThereAre)
     EXPECT_FALSE(m_server->IsOurs());
 }
 
-TEST_F(ServerProcessTest, AnotherClassForgetsTheServer)
+TEST_F(ServerProcessTest, AnotherClassReleasesTheServer)
 {
     const CWaitingProcess process = Connect();
     m_server->LetGo(true);
@@ -335,7 +335,7 @@ TEST_F(ServerProcessTest, WaitsUntilTheServerHasEnded)
     EXPECT_LT(waited, 5'000U);
 }
 
-TEST_F(ServerProcessTest, WaitsNoLongerThanAskedFor)
+TEST_F(ServerProcessTest, WaitsNoLongerThanTheTimeout)
 {
     const CWaitingProcess process = Connect();
     m_server->LetGo(true);
@@ -363,7 +363,7 @@ TEST_F(ServerProcessTest, AServerThatHasEndedByItselfNeedsNoForce)
     EXPECT_TRUE(m_server->Terminate());
 }
 
-TEST_F(ServerProcessTest, WaitsForNobodyElse)
+TEST_F(ServerProcessTest, WaitsOnlyForItsOwnServer)
 {
     EXPECT_TRUE(m_server->WaitForEnd(60'000));
     const CWaitingProcess process(m_image);
@@ -374,7 +374,7 @@ TEST_F(ServerProcessTest, WaitsForNobodyElse)
 
 // ---- Alive
 
-TEST_F(ServerProcessTest, TheServerLetGoIsAliveUntilItHasEnded)
+TEST_F(ServerProcessTest, AReleasedServerIsAliveUntilItHasEnded)
 {
     const CWaitingProcess process(m_image);
     Sleep(kTick);
@@ -390,7 +390,7 @@ TEST_F(ServerProcessTest, TheServerLetGoIsAliveUntilItHasEnded)
     EXPECT_FALSE(m_server->WasAlive());
 }
 
-TEST_F(ServerProcessTest, ANewerServerIsAliveAnOlderOneDoesNotCount)
+TEST_F(ServerProcessTest, OnlyANewerServerCountsAsAlive)
 {
     const CWaitingProcess older(m_image);
     Sleep(kTick);
@@ -404,7 +404,7 @@ TEST_F(ServerProcessTest, ANewerServerIsAliveAnOlderOneDoesNotCount)
     EXPECT_TRUE(m_server->WasAlive());
 }
 
-TEST_F(ServerProcessTest, BeforeTheFirstIsLetGoOnlyAServerOfThisRunCounts)
+TEST_F(ServerProcessTest, BeforeAReleaseOnlyAServerOfThisRunCounts)
 {
     const CWaitingProcess older(m_image);
     Sleep(kTick);
@@ -440,7 +440,7 @@ protected:
         m_classes.AddServer(progId, commandLine);
         return LocalServerImage(progId);
     }
-    // With another value in the key of the command line, or in its place (no name).
+    // With another value in the key of the command line; without a name it replaces the command line.
     std::wstring ImageFor(const std::wstring& commandLine, const wchar_t* name, DWORD type,
                           const std::wstring& value)
     {
@@ -455,7 +455,7 @@ protected:
     int m_count = 0;
 };
 
-TEST_F(LocalServerTest, IsTheOneOfTheCommandLine)
+TEST_F(LocalServerTest, IsReadFromTheCommandLine)
 {
     std::filesystem::create_directory(m_folder / L"CAD system");
     const std::wstring image = CopyWaitingProgram(m_folder, L"CAD system\\my server.exe");
@@ -470,7 +470,7 @@ TEST_F(LocalServerTest, IsTheOneOfTheCommandLine)
     EXPECT_EQ(ImageFor(L"\""), L"");
 }
 
-TEST_F(LocalServerTest, IsTheExecutableWhereOneIsNamed)
+TEST_F(LocalServerTest, IsReadFromServerExecutableFirst)
 {
     EXPECT_EQ(ImageFor(L"missing.exe -x", L"ServerExecutable", REG_SZ, m_image), m_image);
 }
@@ -488,7 +488,7 @@ TEST_F(LocalServerTest, IsFoundByItsShortPath)
     EXPECT_EQ(ImageFor(shortPath), image);
 }
 
-// Wine names the process by its long path in any case, Windows by the path that it was started by.
+// Wine always names a process by its long path, Windows by the path that started it.
 TEST_F(ServerProcessTest, AServerStartedByItsShortPathIsOurs)
 {
     std::wstring shortPath(MAX_PATH, L'\0');

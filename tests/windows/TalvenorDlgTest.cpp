@@ -32,7 +32,7 @@
 #include "tests/support/WindowScopes.h"
 #include "tests/support/ZelmarRegistry.h"
 
-// The main dialog, run modally in this process in both languages, and used as a person uses it.
+// The main dialog, run modally in this process in both languages, with the input of a user.
 
 namespace {
 
@@ -41,8 +41,8 @@ using Texts = std::vector<std::wstring>;
 using namespace automation;
 constexpr char kMapHeader[] = "; Datei: x\r\n; y\r\n; z\r\n\r\n";
 
-// The place that the system suggests to a window whose DPI has changed.
-constexpr RECT kSomePlace{10, 10, 900, 700};
+// The rectangle that the system suggests to a window whose DPI has changed.
+constexpr RECT kSuggestedRect{10, 10, 900, 700};
 
 // All windows below a window.
 std::vector<HWND> Descendants(HWND window)
@@ -248,7 +248,7 @@ protected:
         return folder;
     }
 
-    // Runs the dialog, does the work in it and closes it with its button.
+    // Runs the dialog, calls the function in it and closes it with its button.
     void Run(const std::function<void()>& work)
     {
         CWorked<CTalvenorDlg> dialog;
@@ -447,7 +447,7 @@ TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
         const HWND list = Item(IDC_LIST);
         for (const Scaling& scaling : kScalings) {
             SendMessageW(m_dialog->m_hWnd, WM_DPICHANGED, MAKEWPARAM(scaling.dpi, scaling.dpi),
-                         reinterpret_cast<LPARAM>(&kSomePlace));
+                         reinterpret_cast<LPARAM>(&kSuggestedRect));
             for (int column = 0; column < 3; ++column) {
                 EXPECT_EQ(ListView_GetColumnWidth(list, column), scaling.columnWidth) << scaling.dpi;
             }
@@ -661,16 +661,12 @@ TEST_P(TalvenorDlgTest, AFolderThatDoesNotExistIsReportedAndCorrectedInPlace)
         EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), typed) << "dots and backslashes at the end go";
         EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
-        DWORD start = 1;
-        DWORD end = 0;
-        SendMessageW(Item(IDC_SOURCE_DIR), EM_GETSEL, reinterpret_cast<WPARAM>(&start),
-                     reinterpret_cast<LPARAM>(&end));
-        EXPECT_EQ(start, 0U);
-        EXPECT_EQ(end, typed.size());
+        EXPECT_EQ(SelectionOf(Item(IDC_SOURCE_DIR)),
+                  (std::array<DWORD, 2>{0, static_cast<DWORD>(typed.size())}));
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_MAPPED_DIR), m_parts + L"\\Mapped");
         SetFocus(Item(IDCANCEL));
-        EXPECT_EQ(TakeBoxes(), Texts{}) << "the window may be closed all the same";
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "the window may still be closed";
     });
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
@@ -802,16 +798,15 @@ TEST_P(TalvenorDlgTest, AnEditEndsWhenTheWindowIsResizedOrLeft)
     };
     Run([&] {
         edit(L"resized");
-        RECT place{};
-        GetWindowRect(m_dialog->m_hWnd, &place);
-        SetWindowPos(m_dialog->m_hWnd, nullptr, 0, 0, place.right - place.left + 50, place.bottom - place.top,
+        const RECT rect = RectOf(m_dialog->m_hWnd);
+        SetWindowPos(m_dialog->m_hWnd, nullptr, 0, 0, rect.right - rect.left + 50, rect.bottom - rect.top,
                      SWP_NOMOVE | SWP_NOZORDER);
         expectEnd(L"resized.sldprt");
         edit(L"left");
         m_dialog->SendMessage(WM_ACTIVATE, WA_INACTIVE);
         expectEnd(L"left.sldprt");
         edit(L"scaled");
-        m_dialog->SendMessage(WM_DPICHANGED, MAKEWPARAM(120, 120), reinterpret_cast<LPARAM>(&kSomePlace));
+        m_dialog->SendMessage(WM_DPICHANGED, MAKEWPARAM(120, 120), reinterpret_cast<LPARAM>(&kSuggestedRect));
         expectEnd(L"scaled.sldprt");
     });
 }
@@ -1591,12 +1586,11 @@ protected:
     // The same with the mouse.
     static void ClickOn(HWND control)
     {
-        RECT place{};
-        GetWindowRect(control, &place);
+        const RECT rect = RectOf(control);
         INPUT down{};
         down.type = INPUT_MOUSE;
-        down.mi.dx = (place.left + 5) * 65536 / GetSystemMetrics(SM_CXSCREEN) + 1;
-        down.mi.dy = (place.top + 5) * 65536 / GetSystemMetrics(SM_CYSCREEN) + 1;
+        down.mi.dx = (rect.left + 5) * 65536 / GetSystemMetrics(SM_CXSCREEN) + 1;
+        down.mi.dy = (rect.top + 5) * 65536 / GetSystemMetrics(SM_CYSCREEN) + 1;
         down.mi.dwFlags = MOUSEEVENTF_ABSOLUTE | MOUSEEVENTF_MOVE | MOUSEEVENTF_LEFTDOWN;
         INPUT up = down;
         up.mi.dwFlags = MOUSEEVENTF_LEFTUP;
@@ -1740,7 +1734,7 @@ TEST_P(BusyDialogTest, InputWhileTheCadSystemEndsAfterAnEarlyEndIsDiscarded)
     });
 }
 
-TEST_P(BusyDialogTest, TheEndOfTheSessionWaitsForTheRowInHandAndEndsTheRunWithoutAMessage)
+TEST_P(BusyDialogTest, TheEndOfTheSessionLetsTheCurrentRowFinishAndShowsNoMessage)
 {
     int opened = 0;
     m_application.On(kOpenDocument, [&](FakeCall& call) {
@@ -1762,7 +1756,7 @@ TEST_P(BusyDialogTest, TheEndOfTheSessionWaitsForTheRowInHandAndEndsTheRunWithou
     EXPECT_EQ(m_log.back(), L"application Exit method");
 }
 
-TEST_P(BusyDialogTest, AnEndOfTheSessionInSpiteOfTheRefusalEndsTheRunToo)
+TEST_P(BusyDialogTest, AnEndOfTheSessionDespiteTheRefusalEndsTheRunToo)
 {
     m_application.On(kOpenDocument, [&](FakeCall& call) {
         m_dialog->SendMessage(WM_ENDSESSION, TRUE);

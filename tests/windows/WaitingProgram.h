@@ -12,7 +12,7 @@
 #include "tests/support/StartProgram.h"
 #include "tests/support/TestScopes.h"
 
-// A copy of waitingprogram.exe: an image of a test's own, of which no other process is.
+// Copies waitingprogram.exe: no other process has this image.
 inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wstring& name = L"server.exe")
 {
     const std::wstring copy = folder / name;
@@ -40,7 +40,7 @@ public:
         }
     }
 
-    // Return when the window is on the screen.
+    // Return when the window is visible.
     void ShowMainWindow() const
     {
         Post(WM_APP);

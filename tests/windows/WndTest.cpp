@@ -411,13 +411,7 @@ TEST(Wnd, MakesAChildOfAStandardClass)
     EXPECT_EQ(child.SendMessage(kAsk, 2, 3), 5) << "the object has the messages";
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(child.m_hWnd, GWL_STYLE));
     EXPECT_EQ(style & (WS_CHILD | WS_VISIBLE | ES_RIGHT | ES_CENTER), WS_CHILD | WS_VISIBLE | ES_RIGHT);
-    RECT place{};
-    GetWindowRect(child.m_hWnd, &place);
-    MapWindowPoints(nullptr, parent.m_hWnd, reinterpret_cast<POINT*>(&place), 2);
-    EXPECT_EQ(place.left, 10);
-    EXPECT_EQ(place.top, 20);
-    EXPECT_EQ(place.right, 110);
-    EXPECT_EQ(place.bottom, 45);
+    EXPECT_EQ(EdgesOf(RectIn(parent.m_hWnd, child.m_hWnd)), (Edges{10, 20, 110, 45}));
     EXPECT_TRUE(child.DestroyWindow());
     EXPECT_EQ(child.m_log, (std::vector<std::string>{"ask", "gone"}));
 }
