@@ -65,16 +65,15 @@ TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
     EXPECT_FALSE(PathExists(m_library.MappedPath()));
 }
 
-// Registers the tests' own program for documents with the extension "pdf"; it writes their paths to a file.
+// Registers documentviewer for documents with the extension "pdf"; it writes their paths to a file.
 class CDocumentViewer
 {
 public:
     explicit CDocumentViewer(std::wstring noteFile) : m_noteFile(std::move(noteFile)), m_before(Read())
     {
         Write(kExtension, kClass);
-        Write(
-            std::wstring(kClass) + L"\\shell\\open\\command",
-            L"\"" + OwnFolder() + L"\\acceptance_tests.exe\" --note-document \"" + m_noteFile + L"\" \"%1\"");
+        Write(std::wstring(kClass) + L"\\shell\\open\\command",
+              L"\"" + OwnFolder() + L"\\documentviewer.exe\" \"" + m_noteFile + L"\" \"%1\"");
     }
     ~CDocumentViewer()
     {

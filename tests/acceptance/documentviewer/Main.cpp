@@ -1,0 +1,25 @@
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "tests/support/TextFile.h"
+
+// documentviewer FILE DOCUMENT appends the path of the document to the file: the help test registers this
+// program for documents. It has no window, and no console either, whose window could take the foreground from
+// the tested program.
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
+{
+    int count = 0;
+    const std::unique_ptr<LPWSTR, decltype(&LocalFree)> words(CommandLineToArgvW(GetCommandLineW(), &count),
+                                                              &LocalFree);
+    if (count != 3) {
+        return 1;
+    }
+    std::ofstream(std::filesystem::path(words.get()[1]), std::ios::binary | std::ios::app)
+        << ToUtf8(words.get()[2]) << '\n';
+    return 0;
+}
