@@ -496,7 +496,7 @@ TEST_F(CadSessionTest, AYesStopsWaitingForAnEarlierServer)
 
 TEST_F(CadSessionTest, AfterAYesBetweenTwoTriesNoOtherIsMade)
 {
-    LetGoReachedServer();
+    LetGoEarlierServer();
     m_application.On(kGetDateCode, [](FakeCall&) { return RPC_E_DISCONNECTED; });
     m_application.On(kExit, [](FakeCall&) {
         EXPECT_EQ(GiveUpCall(expected::kStopWaiting), DWORD{PENDINGMSG_CANCELCALL});

@@ -151,21 +151,21 @@ protected:
 
 TEST_F(DialogLayoutScaling, EachControlFollowsTheDialogUnits)
 {
-    m_window.AddControl(L"BUTTON", 1, 0, kPlace);
+    m_window.AddControl(L"BUTTON", 1, 0, kRect);
     m_window.AddControl(L"BUTTON", 2, 0, {4, 8, 20, 24});
     m_layout.Begin(m_window.m_hWnd);
     m_layout.Anchor(1, L::right | L::bottom);
     g_percent = 150;
     ResizeBy(m_window, 320 + 60, 240 + 40);
     m_layout.Arrange();
-    ExpectPlace(m_window, 1, {150 + 60, 75 + 40, 450 + 60, 225 + 40});
-    ExpectPlace(m_window, 2, {6, 12, 30, 36});
+    ExpectRect(m_window, 1, {150 + 60, 75 + 40, 450 + 60, 225 + 40});
+    ExpectRect(m_window, 2, {6, 12, 30, 36});
     EXPECT_EQ(m_layout.ExtraWidth(), 60);
     g_percent = 100;
     ResizeBy(m_window, -320, -240);
     m_layout.Arrange();
-    ExpectPlace(m_window, 1, {100 + 60, 50 + 40, 300 + 60, 150 + 40});
-    ExpectPlace(m_window, 2, {4, 8, 20, 24});
+    ExpectRect(m_window, 1, {100 + 60, 50 + 40, 300 + 60, 150 + 40});
+    ExpectRect(m_window, 2, {4, 8, 20, 24});
 }
 
 TEST_F(DialogLayoutScaling, TheSmallestSizeFollowsTheDialogUnits)
@@ -189,7 +189,7 @@ TEST_F(DialogLayoutScaling, AComboBoxIsOnlyMoved)
 {
     const HWND combo =
         m_window.AddControl(WC_COMBOBOXW, 1, CBS_DROPDOWNLIST | WS_VSCROLL, {100, 80, 200, 280});
-    const RECT before = PlaceOf(m_window, 1);
+    const RECT before = RectIn(m_window.m_hWnd, m_window.GetDlgItem(1));
     const auto listHeight = [combo] {
         RECT place{};
         SendMessageW(combo, CB_GETDROPPEDCONTROLRECT, 0, reinterpret_cast<LPARAM>(&place));
@@ -199,7 +199,7 @@ TEST_F(DialogLayoutScaling, AComboBoxIsOnlyMoved)
     m_layout.Begin(m_window.m_hWnd);
     g_percent = 150;
     m_layout.Arrange();
-    ExpectPlace(m_window, 1, {150, 120, 250, 120 + before.bottom - before.top});
+    ExpectRect(m_window, 1, {150, 120, 250, 120 + before.bottom - before.top});
     EXPECT_EQ(listHeight(), listBefore);
 }
 

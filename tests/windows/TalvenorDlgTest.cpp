@@ -491,7 +491,7 @@ DuringScaling Scale(HWND dialog, WORD dpi)
     if (g_callWindowProc == nullptr) {
         RedirectImport("CallWindowProcW", &ResizeForScaling, &g_callWindowProc);
     }
-    SendMessageW(dialog, WM_DPICHANGED, MAKEWPARAM(dpi, dpi), reinterpret_cast<LPARAM>(&kSomePlace));
+    SendMessageW(dialog, WM_DPICHANGED, MAKEWPARAM(dpi, dpi), reinterpret_cast<LPARAM>(&kSuggestedRect));
     return std::exchange(g_duringScaling, std::nullopt).value();
 }
 
