@@ -84,6 +84,13 @@ std::wstring WithErrorText(std::wstring message, const std::wstring& sentence)
 class OperationTest : public FaultTest
 {
 protected:
+    void SetUp() override
+    {
+        if (!CFileInterceptor::SeesStreams()) {
+            GTEST_SKIP() << kSeesNoStreams;
+        }
+    }
+
     void ForEveryOperation(DWORD error)
     {
         for (const bool copyOnly : {true, false}) {

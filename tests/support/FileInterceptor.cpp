@@ -188,7 +188,7 @@ int CloseStream(FILE* stream)
     return Fails({FileCall::closeStream, closed.path, closed.access}) ? EOF : result;
 }
 
-bool RedirectAll()
+void RedirectSystem()
 {
     RedirectImport("CreateFileW", &Open, &g_createFile);
     RedirectImport("ReadFile", &Read, &g_readFile);
@@ -200,19 +200,32 @@ bool RedirectAll()
     RedirectImport("SetFileInformationByHandle", &Change, &g_setInformation);
     RedirectImport("GetFileSizeEx", &ReadSize, &g_readSize);
     RedirectImport("FlushFileBuffers", &Flush, &g_flush);
+}
+
+bool RedirectRuntime()
+{
     RedirectImport("_wmkdir", &MakeFolder, &g_makeFolder);
-    RedirectImport("_wfopen", &OpenStream, &g_openStream);
-    RedirectImport("_write", &WriteStream, &g_writeStream);
-    RedirectImport("fclose", &CloseStream, &g_closeStream);
-    return true;
+    const bool opens = RedirectImport("_wfopen", &OpenStream, &g_openStream);
+    const bool writes = RedirectImport("_write", &WriteStream, &g_writeStream);
+    const bool closes = RedirectImport("fclose", &CloseStream, &g_closeStream);
+    return opens && writes && closes;
+}
+
+// Redirects everything once. Returns whether the operations of streams are redirected.
+bool RedirectAll()
+{
+    static const bool streams = [] {
+        RedirectSystem();
+        return RedirectRuntime();
+    }();
+    return streams;
 }
 
 }  // namespace
 
 CFileInterceptor::CFileInterceptor()
 {
-    static const bool redirected = RedirectAll();
-    static_cast<void>(redirected);
+    RedirectAll();
     g_interceptor = this;
 }
 
@@ -221,4 +234,9 @@ CFileInterceptor::~CFileInterceptor()
     g_interceptor = nullptr;
     g_files.clear();
     g_streams.clear();
+}
+
+bool CFileInterceptor::SeesStreams()
+{
+    return RedirectAll();
 }

@@ -44,7 +44,16 @@ public:
     CFileInterceptor& operator=(const CFileInterceptor&) = delete;
     virtual ~CFileInterceptor();
 
+    // Whether it intercepts openStream, writeStream and closeStream: not where the runtime library is part of
+    // the executable. Its streams are then seen as open, write and close.
+    [[nodiscard]] static bool SeesStreams();
+
     // Returns the error code with which an operation must fail, or ERROR_SUCCESS. A file is closed even if
     // the operation that closes it must fail.
     virtual DWORD ErrorFor(const FileOperation& /*operation*/) { return ERROR_SUCCESS; }
 };
+
+// The reason to skip a test that needs it.
+inline constexpr const char* kSeesNoStreams =
+    "skipped: the runtime library is part of this program, so the operations of its streams cannot be "
+    "intercepted";

@@ -34,9 +34,10 @@ bool IsNamed(const IMAGE_THUNK_DATA& imported, const char* name)
 }  // namespace
 
 // The runtime library has several names, so a function may be imported more than once.
-void RedirectImport(const char* name, void* function, void** original)
+bool RedirectImport(const char* name, void* function, void** original)
 {
     const auto* const headers = At<IMAGE_NT_HEADERS>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
+    bool found = false;
     const DWORD table = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
     for (const auto* library = At<IMAGE_IMPORT_DESCRIPTOR>(table); library->Name != 0; ++library) {
         const auto* imported = At<IMAGE_THUNK_DATA>(library->OriginalFirstThunk);
@@ -44,7 +45,9 @@ void RedirectImport(const char* name, void* function, void** original)
         for (; imported->u1.AddressOfData != 0; ++imported, ++entry) {
             if (IsNamed(*imported, name)) {
                 Replace(entry, function, original);
+                found = true;
             }
         }
     }
+    return found;
 }
