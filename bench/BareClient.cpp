@@ -10,8 +10,6 @@
 // creation of the windows.
 #include <windows.h>
 
-#include <comdef.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -26,16 +24,12 @@
 #include "bench/BareRunWindows.h"
 #include "bench/Stopwatch.h"
 #include "core/UTtabEntry.h"
+#include "framework/ComPointers.h"
 #include "framework/Handles.h"
 #include "tests/support/AutomationNumbers.h"
 #include "tests/support/TextFile.h"
 
 namespace {
-
-#if !USE___UUIDOF
-// The toolchain's own smart pointer definitions are disabled for GCC.
-_COM_SMARTPTR_TYPEDEF(IDispatch, IID_IDispatch);
-#endif
 
 using namespace automation;
 

@@ -1,31 +1,28 @@
 # Compiler settings of the program's own code, and functions that add its layers, the program and test time limits.
 
+option(TALVENOR_WARNINGS_ARE_ERRORS "End the build at a compiler warning" ON)
 option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
 option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the build machine only)" OFF)
 
-# Exploit mitigations, and Windows 10 as the system version: for a program of an older one, Windows keeps old behaviour,
-# such as other frame metrics. tests/hardening checks the built files for both.
-set(TALVENOR_FILE_HEADER -Wl,--dynamicbase,--nxcompat,--high-entropy-va
-  -Wl,--major-os-version,10,--minor-os-version,0,--major-subsystem-version,10,--minor-subsystem-version,0)
+# Each of the two sets
+#   TALVENOR_WIDE_ENTRY        link options of a program that begins in wmain or wWinMain
+#   TALVENOR_RESOURCE_LIBRARY  link options of a library of resources only: no start-up code, no entry point, no imports
+#   TALVENOR_FUZZER            link options of a fuzz target; clang only
+#   talvenor_compiler(TARGET)  options of every target
+#   talvenor_symbols(PROGRAM)  what finds the function of an address in the program
+if(MSVC)
+  include("${CMAKE_CURRENT_LIST_DIR}/CompilerMsvc.cmake")
+else()
+  include("${CMAKE_CURRENT_LIST_DIR}/CompilerGnu.cmake")
+endif()
 
 function(talvenor_flags target)
   target_include_directories(${target} PUBLIC "${PROJECT_SOURCE_DIR}")
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
   if(WIN32)
     target_compile_definitions(${target} PUBLIC
       UNICODE _UNICODE STRICT NOMINMAX WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006)
-    target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections -fstack-protector-strong)
-    target_link_options(${target} PUBLIC -static -fstack-protector-strong -Wl,--gc-sections,--no-insert-timestamp
-      ${TALVENOR_FILE_HEADER})
   endif()
-  if(TALVENOR_SANITIZE)
-    target_compile_options(${target} PUBLIC -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_link_options(${target} PUBLIC -fsanitize=address,undefined)
-  endif()
-  if(TALVENOR_FUZZ)
-    target_compile_options(${target} PUBLIC -fsanitize=fuzzer-no-link)
-    target_compile_definitions(${target} PUBLIC _GLIBCXX_ASSERTIONS)
-  endif()
+  talvenor_compiler(${target})
 endfunction()
 
 # talvenor_layer(NAME [BELOW ...]): builds the folder NAME as the static library talvenor_NAME, on top of the libraries
@@ -42,30 +39,28 @@ function(talvenor_layer name)
   endforeach()
 endfunction()
 
+# talvenor_exe_resources(TARGET): adds icon, manifest and version information. Each program compiles them for itself: not
+# every generator links the resources of an object library.
+function(talvenor_exe_resources target)
+  set(resources "${PROJECT_SOURCE_DIR}/resources")
+  target_sources(${target} PRIVATE "${resources}/talvenor.rc")
+  target_include_directories(${target} PRIVATE "${PROJECT_BINARY_DIR}")  # for resources/version.h
+  # windres does not report the files that it includes, so list them.
+  set_source_files_properties("${resources}/talvenor.rc" PROPERTIES OBJECT_DEPENDS
+    "${resources}/resource.h;${resources}/version.rc;${resources}/talvenor.ico;${resources}/talvenor.manifest;\
+${PROJECT_BINARY_DIR}/resources/version.h")
+endfunction()
+
 # talvenor_program(NAME LANGUAGE): the program, with german or english as its language at start.
 function(talvenor_program name language)
   add_executable(${name} WIN32 "${PROJECT_SOURCE_DIR}/ui/Main.cpp" "${PROJECT_SOURCE_DIR}/ui/TalvenorApp.cpp")
   talvenor_flags(${name})
   target_compile_definitions(${name} PRIVATE TALVENOR_START_LANGUAGE=$<IF:$<STREQUAL:${language},english>,0,1>)
-  target_link_libraries(${name} PRIVATE talvenor_ui talvenor_exe_resources)
-  # The linker map lists what the program holds of the compiler's own libraries; the SBOM is made from it.
-  target_link_options(${name} PRIVATE -municode "-Wl,-Map=$<TARGET_FILE_DIR:${name}>/${name}.map")
+  target_link_libraries(${name} PRIVATE talvenor_ui)
+  talvenor_exe_resources(${name})
+  target_link_options(${name} PRIVATE ${TALVENOR_WIDE_ENTRY})
+  talvenor_symbols(${name})
   add_dependencies(${name} talvresgerx64 talvresusx64)
-  if(CMAKE_BUILD_TYPE STREQUAL Release)
-    talvenor_strip(${name})
-  endif()
-endfunction()
-
-# talvenor_strip(NAME): leaves the unstripped program and its linker map in symbols/NAME/ of the build folder, and strips
-# the program. Only with them can an address from a crash report be traced to a function.
-function(talvenor_strip name)
-  set(symbols "${CMAKE_BINARY_DIR}/symbols/${name}")
-  add_custom_command(TARGET ${name} POST_BUILD
-    COMMAND "${CMAKE_COMMAND}" -E make_directory "${symbols}"
-    COMMAND "${CMAKE_COMMAND}" -E copy "$<TARGET_FILE:${name}>" "$<TARGET_FILE_DIR:${name}>/${name}.map" "${symbols}"
-    # Without SOURCE_DATE_EPOCH, strip writes the time into the header again, which the linker has left out.
-    COMMAND "${CMAKE_COMMAND}" -E env SOURCE_DATE_EPOCH=0 "${CMAKE_STRIP}" "$<TARGET_FILE:${name}>"
-    VERBATIM)
 endfunction()
 
 # talvenor_time_limit(TEST SECONDS): after that time tools/run-windows ends the test program and everything that it has

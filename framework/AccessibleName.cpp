@@ -6,7 +6,7 @@
 
 #include "framework/ComPointers.h"
 
-_COM_SMARTPTR_TYPEDEF(IAccPropServices, IID_IAccPropServices);
+DECLARE_COM_POINTER(IAccPropServices);
 
 namespace {
 

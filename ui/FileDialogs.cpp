@@ -19,7 +19,8 @@ constexpr DWORD kPickedFilesLength = 32766;  // characters of the file dialog's 
 
 struct ShellFree
 {
-    void operator()(void* memory) const { CoTaskMemFree(memory); }
+    using pointer = PIDLIST_ABSOLUTE;  // to unaligned memory, where the compiler tells
+    void operator()(pointer items) const { CoTaskMemFree(items); }
 };
 
 }  // namespace

@@ -1,18 +1,25 @@
 #include <windows.h>
 
+#include "framework/FirstObject.h"
 #include "framework/WinApp.h"
 
 namespace {
 
 // Restricts the DLL search to the system folder ("SetDefaultDllDirectories function"): a DLL planted in the
 // program's, the working or a PATH folder is never loaded. DLLs loaded by full path, such as shell
-// extensions, are not affected. Runs as the first constructor of the process: later ones load DLLs already,
-// as the stack protector does for its random number.
-__attribute__((constructor(101))) void LoadFromSystemFolderOnly()
+// extensions, are not affected. The first constructor of the process: later ones load DLLs already, as the
+// stack protector does for its random number.
+class CSystemFolderOnly
 {
-    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
-    SetDllDirectoryW(L"");
-}
+public:
+    CSystemFolderOnly()
+    {
+        SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+        SetDllDirectoryW(L"");
+    }
+};
+
+CONSTRUCTED_FIRST const CSystemFolderOnly g_systemFolderOnly;
 
 }  // namespace
 

@@ -2,6 +2,7 @@
 //   makelibrary TABLE.tsv FOLDER [--names FILE | --first N | --match TEXT]
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <set>

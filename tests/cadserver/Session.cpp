@@ -2,6 +2,8 @@
 
 #include <objbase.h>
 
+#include <cstdlib>
+#include <exception>
 #include <utility>
 
 #include "tests/cadserver/Registration.h"

@@ -13,8 +13,8 @@
 
 // Names for screen readers.
 
-_COM_SMARTPTR_TYPEDEF(IAccessible, IID_IAccessible);
-_COM_SMARTPTR_TYPEDEF(IAccPropServices, IID_IAccPropServices);
+DECLARE_COM_POINTER(IAccessible);
+DECLARE_COM_POINTER(IAccPropServices);
 
 namespace {
 

@@ -1,0 +1,29 @@
+# Microsoft's compiler, with the same as cmake/CompilerGnu.cmake. Written from its documentation, and not tried yet:
+# nobody of the team has it.
+
+set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")  # the program is one file
+set(CMAKE_POLICY_DEFAULT_CMP0091 NEW)  # GoogleTest, whose project is older, takes the same library
+
+# The linker adds no manifest: the program has its own among its resources. /DYNAMICBASE, /NXCOMPAT and /HIGHENTROPYVA
+# are defaults. The system version in the file header is the subsystem's.
+set(TALVENOR_SUBSYSTEM "/SUBSYSTEM:$<IF:$<BOOL:$<TARGET_PROPERTY:WIN32_EXECUTABLE>>,WINDOWS,CONSOLE>$<COMMA>10.00")
+set(TALVENOR_FILE_HEADER /MANIFEST:NO /Brepro)
+
+set(TALVENOR_WIDE_ENTRY)  # the linker takes wmain or wWinMain, whichever there is
+set(TALVENOR_RESOURCE_LIBRARY /NOENTRY /SUBSYSTEM:WINDOWS,10.00 ${TALVENOR_FILE_HEADER})
+# The load flag is LOAD_LIBRARY_SEARCH_SYSTEM32, for what the program imports.
+set(TALVENOR_LINK_OPTIONS ${TALVENOR_SUBSYSTEM} /DEPENDENTLOADFLAG:0x800 /GUARD:CF ${TALVENOR_FILE_HEADER})
+
+function(talvenor_compiler target)
+  target_compile_options(${target} PRIVATE /W4 /permissive- /utf-8 /EHsc /Zc:__cplusplus /guard:cf /Zi
+    $<$<BOOL:${TALVENOR_WARNINGS_ARE_ERRORS}>:/WX>)
+  # Its C library warns about every getenv and fopen.
+  target_compile_definitions(${target} PRIVATE _CRT_SECURE_NO_WARNINGS)
+  target_link_options(${target} PUBLIC ${TALVENOR_LINK_OPTIONS})
+endfunction()
+
+# talvenor_symbols(NAME): leaves the linker map and the program database beside the program.
+function(talvenor_symbols name)
+  target_link_options(${name} PRIVATE
+    "/MAP:$<TARGET_FILE_DIR:${name}>/${name}.map" /DEBUG /OPT:REF /OPT:ICF /INCREMENTAL:NO)
+endfunction()
