@@ -4,8 +4,11 @@
 
 #include <oleacc.h>
 
+#include <utility>
+
 #include "framework/ComPointers.h"
 
+DECLARE_COM_POINTER(IAccPropServer);
 DECLARE_COM_POINTER(IAccPropServices);
 
 namespace {
@@ -16,6 +19,63 @@ IAccPropServicesPtr PropertyServices()
     services.CreateInstance(CLSID_AccPropServices, nullptr, CLSCTX_INPROC_SERVER);
     return services;
 }
+
+// Names the rows of one list view ("IAccPropServer interface"). Deletes itself with its last reference.
+class CRowNames final : public IAccPropServer
+{
+public:
+    CRowNames(IAccPropServicesPtr services, RowName nameOf)
+        : m_services(std::move(services)), m_nameOf(std::move(nameOf))
+    {
+    }
+    CRowNames(const CRowNames&) = delete;
+    CRowNames& operator=(const CRowNames&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override
+    {
+        const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IAccPropServer;
+        *object = known ? this : nullptr;
+        if (!known) {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        const ULONG left = --m_references;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+    STDMETHODIMP GetPropValue(const BYTE* identity, DWORD length, MSAAPROPID /*property*/, VARIANT* value,
+                              BOOL* hasValue) override
+    {
+        HWND list = nullptr;
+        DWORD object = 0;
+        DWORD child = CHILDID_SELF;
+        VariantInit(value);
+        *hasValue =
+            SUCCEEDED(m_services->DecomposeHwndIdentityString(identity, length, &list, &object, &child)) &&
+                    child != CHILDID_SELF
+                ? TRUE
+                : FALSE;
+        if (*hasValue != FALSE) {
+            *value = _variant_t(m_nameOf(static_cast<int>(child) - 1).c_str()).Detach();
+        }
+        return S_OK;
+    }
+
+private:
+    ~CRowNames() = default;
+
+    ULONG m_references = 1;
+    IAccPropServicesPtr m_services;
+    RowName m_nameOf;
+};
 
 }  // namespace
 
@@ -32,4 +92,18 @@ void ClearAccessibleName(HWND window)
     if (const IAccPropServicesPtr services = PropertyServices()) {
         services->ClearHwndProps(window, static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF, &PROPID_ACC_NAME, 1);
     }
+}
+
+void SetAccessibleRowNames(HWND list, RowName nameOf)
+{
+    if (const IAccPropServicesPtr services = PropertyServices()) {
+        const IAccPropServerPtr server(new CRowNames(services, std::move(nameOf)), false);
+        services->SetHwndPropServer(list, static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF, &PROPID_ACC_NAME, 1,
+                                    server, ANNO_CONTAINER);
+    }
+}
+
+void ClearAccessibleRowNames(HWND list)
+{
+    ClearAccessibleName(list);
 }

@@ -20,6 +20,10 @@ namespace {
 constexpr Text kRenamedMenuTitle{L"Spalte: Umbenannt nach...", L"Column: Renamed to..."};
 constexpr Text kBomNameMenuTitle{L"Spalte: Benennung d. Stücklisteneintrags...", L"Column: BOM names..."};
 
+// Said by screen readers.
+constexpr Text kPending{L"vorgemerkt", L"marked for conversion"};
+constexpr Text kConverted{L"umgesetzt", L"converted"};
+
 // Limits of the column width and the step of a key press, in pixels at 100 % scaling.
 constexpr int kMinColumnWidth = 80;
 constexpr int kMaxColumnWidth = 400;
@@ -492,6 +496,11 @@ void CConvList::Widen(int column, int step) const
 {
     SetColumnWidth(column, std::clamp(GetColumnWidth(column) + Scaled(step), Scaled(kMinColumnWidth),
                                       Scaled(kMaxColumnWidth)));
+}
+
+std::wstring CConvList::SpokenName(int row) const
+{
+    return GetItemText(row, kColumnOriginal) + L", " + (IsPending(row) ? kPending : kConverted).Current();
 }
 
 void CConvList::ShareExtraWidth(int extra)

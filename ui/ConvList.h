@@ -29,6 +29,9 @@ public:
     // Ends an open edit with its text and returns the focus to the list.
     void EndEdit() const;
 
+    // What a screen reader says for a row: its part file and its mark.
+    [[nodiscard]] std::wstring SpokenName(int row) const;
+
     // Widens the columns by an extra width of the list, in pixels, each in proportion to its own width and up
     // to the limit. A smaller one than before takes back what was given.
     void ShareExtraWidth(int extra);

@@ -10,6 +10,7 @@
 #include "core/NameTemplate.h"
 #include "files/Folders.h"
 #include "files/Paths.h"
+#include "framework/AccessibleName.h"
 #include "framework/DialogData.h"
 #include "framework/Language.h"
 #include "framework/LongOperation.h"
@@ -196,6 +197,7 @@ void CTalvenorDlg::PrepareList()
         m_wndList.InsertColumn(static_cast<int>(column), kColumnHeaders[column].Current(),
                                Scaled(kColumnWidth));
     }
+    SetAccessibleRowNames(m_wndList.m_hWnd, [this](int row) { return m_wndList.SpokenName(row); });
     m_wndList.ShowWindow(SW_SHOW);
     // Stores the default templates, even if no file is added later: "Use template" does nothing without one.
     m_wndList.AddFiles({});
@@ -464,6 +466,7 @@ LRESULT CTalvenorDlg::OnSysCommand(WPARAM wParam, LPARAM)
 
 void CTalvenorDlg::OnDestroy()
 {
+    ClearAccessibleRowNames(m_wndList.m_hWnd);
     ::WinHelpW(m_hWnd, nullptr, kHelpQuit, 0);
     Default();
 }

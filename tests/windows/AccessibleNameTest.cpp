@@ -18,7 +18,7 @@ DECLARE_COM_POINTER(IAccPropServices);
 
 namespace {
 
-std::wstring AccessibleNameOf(HWND window)
+std::wstring AccessibleNameOf(HWND window, long child = CHILDID_SELF)
 {
     IAccessiblePtr object;
     if (FAILED(AccessibleObjectFromWindow(window, static_cast<DWORD>(OBJID_CLIENT), IID_IAccessible,
@@ -26,7 +26,7 @@ std::wstring AccessibleNameOf(HWND window)
         return L"(none)";
     }
     _bstr_t name;
-    object->get_accName(_variant_t(static_cast<long>(CHILDID_SELF)), name.GetAddress());
+    object->get_accName(_variant_t(child), name.GetAddress());
     return name.length() == 0 ? std::wstring() : static_cast<const wchar_t*>(name);
 }
 
@@ -66,6 +66,34 @@ TEST_F(AccessibleName, OfACellEditorIsColumnAndPart)
     ListView_SetColumn(window.m_list.m_hWnd, 1, &header);
     window.m_list.EditCell(3, 1);
     EXPECT_EQ(AccessibleNameOf(window.Editor()), L"Renamed to... N_3.sldprt");
+}
+
+TEST_F(AccessibleName, OfARowIsThatOfTheRowThatIsThereNow)
+{
+    const CLanguageScope german(1);
+    const CListWindow window;
+    const HWND list = window.m_list.m_hWnd;
+    SetAccessibleRowNames(list, [&window](int row) { return window.m_list.SpokenName(row); });
+    EXPECT_EQ(AccessibleNameOf(list, 2), L"N_1.sldprt, umgesetzt");
+    window.m_list.DeleteItem(0);
+    window.m_list.MarkPending(1);
+    EXPECT_EQ(AccessibleNameOf(list, 2), L"N_2.sldprt, vorgemerkt");
+    ClearAccessibleRowNames(list);
+    EXPECT_EQ(AccessibleNameOf(list, 2), L"N_2.sldprt");
+}
+
+TEST(ConvListSpokenName, IsThePartFileAndItsMark)
+{
+    const CListWindow window;
+    window.m_list.MarkPending(1);
+    {
+        const CLanguageScope german(1);
+        EXPECT_EQ(window.m_list.SpokenName(0), L"N_0.sldprt, umgesetzt");
+        EXPECT_EQ(window.m_list.SpokenName(1), L"N_1.sldprt, vorgemerkt");
+    }
+    const CLanguageScope english(0);
+    EXPECT_EQ(window.m_list.SpokenName(0), L"N_0.sldprt, converted");
+    EXPECT_EQ(window.m_list.SpokenName(1), L"N_1.sldprt, marked for conversion");
 }
 
 }  // namespace
