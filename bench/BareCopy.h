@@ -2,11 +2,11 @@
 
 #include <string>
 
-// What a run does with a part's file, by direct system calls. Both throw std::runtime_error on failure.
+// What a run does with a part's file, by direct system calls.
 
-// Copies the file in blocks of the size that a run uses.
+// Copies the file in blocks of the size that a run uses. Throws std::runtime_error on failure.
 void CopyInBlocks(const std::wstring& source, const std::wstring& target);
 
 // Sets or clears the read-only attribute, if needed. Also sets the archive attribute and the time of the last
-// write.
+// write. Does nothing for a file that does not exist.
 void SetReadOnly(const std::wstring& path, bool readOnly);

@@ -11,8 +11,8 @@
 #include "ui/TalvenorDlg.h"
 
 // The program's main dialog, operated by the commands that its buttons and menus send. It is modeless here,
-// so that the benchmark can measure between commands. Message boxes are recorded and closed at once. Changes
-// the registry settings, so use a Wine prefix of its own.
+// so that the benchmark can measure between commands. Message boxes are recorded and answered without being
+// shown. Changes the registry settings, so use a Wine prefix of its own.
 class CMeasuredDialog
 {
 public:

@@ -1,11 +1,12 @@
-// Times conversion runs of the real dialog, from the press of the start button to the closing of the last
-// message box, which closes at once. FOLDER holds the standard parts.
+// Times conversion runs of the real dialog, from the command of the start button until it returns; message
+// boxes are answered without being shown. FOLDER is the standard-parts folder. Its folders "Mapped" and
+// "Bare" are deleted.
 //
-//   runbench copies FOLDER PAIRS
-//     Runs that only copy. Prints for each pair the seconds of the run and of three loops over the same
-//     files: the system's copy call; copying in the run's small blocks, with the read-only attribute; the
-//     same, displaying what a run displays, in bare windows (BareRunWindows.h). Does not print the first
-//     pair.
+//   runbench copies FOLDER ROUNDS
+//     Runs that only copy. Prints for each round the seconds of the run and of three loops over the same
+//     files: the system's copy call; a copy in blocks of the run's size, between clearing and setting the
+//     read-only attribute; the same while bare windows display what a run displays (BareRunWindows.h). A
+//     round that is not printed comes first, to warm up.
 //   runbench records FOLDER ROWS
 //     A run with ROWS rows that are converted already: each is shown and recorded, but nothing is copied.
 //     Prints the seconds.
@@ -108,25 +109,25 @@ double TimeShownCopies(const std::wstring& folder, const std::vector<UTtab_entry
     return seconds;
 }
 
-void MeasureCopies(const std::wstring& folder, int pairs)
+void MeasureCopies(const std::wstring& folder, int rounds)
 {
-    for (int pair = 0; pair <= pairs; ++pair) {
+    for (int round = 0; round <= rounds; ++round) {
         std::vector<UTtab_entry> rows;
-        RemoveFolder(folder + L"\\Mapped");  // so that every row is new
+        RemoveFolder(folder + L"\\Mapped");  // so that every row is pending
         const double run = TimeRun(folder, true, rows);
         const double bySystem = TimeCopies(folder, rows, &CopyBySystem);
         const double likeRun = TimeCopies(folder, rows, &CopyLikeRun);
         const double shown = TimeShownCopies(folder, rows);
-        if (pair > 0) {
+        if (round > 0) {
             std::printf("%.6f\t%.6f\t%.6f\t%.6f\n", run, bySystem, likeRun, shown);
         }
     }
 }
 
-void MeasureRecords(const std::wstring& folder, int count)
+void MeasureRecords(const std::wstring& folder, int rowCount)
 {
     std::string map = FormatMapHeader(CFileMisc::PathToBytes(folder, MapCodePage()).bytes);
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < rowCount; ++i) {
         const std::wstring number = std::to_wstring(i);
         map += FormatMapRecord({L"N_" + number + L"_M8x40.sldprt", L"N_" + number + L"_M8x40.changed.sldprt",
                                 L"Norm " + number + L" - M8x40"},
@@ -137,7 +138,7 @@ void MeasureRecords(const std::wstring& folder, int count)
     WriteBytes(folder + L"\\Mapped\\PartsMap.txt", map);
     std::vector<UTtab_entry> rows;
     const double seconds = TimeRun(folder, true, rows);
-    if (rows.size() != static_cast<std::size_t>(count)) {
+    if (rows.size() != static_cast<std::size_t>(rowCount)) {
         throw std::runtime_error("not all records were shown");
     }
     std::printf("%.6f\n", seconds);
@@ -155,7 +156,7 @@ void Measure(int count, wchar_t** arguments)
         RemoveFolder(std::wstring(arguments[2]) + L"\\Mapped");
         std::printf("%.6f\n", TimeRun(arguments[2], false, rows));
     } else {
-        throw std::runtime_error("usage: runbench copies FOLDER PAIRS | records FOLDER ROWS | full FOLDER");
+        throw std::runtime_error("usage: runbench copies FOLDER ROUNDS | records FOLDER ROWS | full FOLDER");
     }
 }
 

@@ -4,13 +4,13 @@
 
 #include <string>
 
-// During its lifetime the computer does not fall asleep by itself, and Windows names the reason to a user who
-// ends the session. Belongs to the thread of the window; one at a time.
+// While an object exists, the computer does not go to sleep when idle, and Windows shows the reason to a user
+// who ends the session. Create and destroy it on the window's thread; only one may exist at a time.
 class CLongOperation
 {
 public:
-    // `window` is a top-level window; it must refuse WM_QUERYENDSESSION while IsActive. `reason` is truncated
-    // to 255 characters. If the system refuses either, the operation continues without it.
+    // `window` is a top-level window; it must refuse WM_QUERYENDSESSION while IsActive() is true. `reason` is
+    // truncated to 255 characters. Failures of the system calls are ignored.
     CLongOperation(HWND window, const std::wstring& reason);
     CLongOperation(const CLongOperation&) = delete;
     CLongOperation& operator=(const CLongOperation&) = delete;

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Results of RetryRejectedCall. From 100 on it is the time in milliseconds to wait before the next try
+// Results of RetryRejectedCall. One of 100 or more is the delay in milliseconds before COM retries the call
 // ("IMessageFilter::RetryRejectedCall method").
 constexpr DWORD kCancelCall = static_cast<DWORD>(-1);
 constexpr DWORD kTryAgainAfter = 250;
@@ -21,11 +21,12 @@ LONGLONG Now()
 
 LONGLONG MadeAt(const MSG& message)
 {
-    // Signed: input that another program sends may carry a time that is slightly ahead.
+    // Signed: injected input may carry a time slightly ahead of the tick count ("SendInput function").
     return Now() - static_cast<LONG>(GetTickCount() - message.time);
 }
 
-// COM asks the filter when a message arrives ("IMessageFilter::MessagePending method").
+// Wakes COM's wait, which calls MessagePending whenever a message arrives ("IMessageFilter::MessagePending
+// method").
 void MakeComAskAgain()
 {
     PostThreadMessageW(GetCurrentThreadId(), WM_NULL, 0, 0);
@@ -87,13 +88,13 @@ void COleMessageFilter::SetStalledCallHandler(CStalledCallHandler* handler)
     m_answeredAt = kNever;
     m_pressedAt = kNever;
     m_confirmed = false;
-    m_givenUp = false;
+    m_cancelsCalls = false;
     ReturnHeldInput();
 }
 
 void COleMessageFilter::PrepareCall() const
 {
-    if (m_givenUp) {
+    if (m_cancelsCalls) {
         MakeComAskAgain();
     }
 }
@@ -123,18 +124,18 @@ void COleMessageFilter::ReturnHeldInput()
 
 DWORD COleMessageFilter::RetryRejectedCall(HTASK /*callee*/, DWORD tickCount, DWORD /*rejectType*/)
 {
-    // A busy server may say "later" or refuse outright, and a refusal passes just as well: both are tried
-    // again.
+    // SERVERCALL_REJECTED is retried like SERVERCALL_RETRYLATER: a busy server returns either.
     const LONGLONG now = Now();
     const LONGLONG stallsAt = StallsAt(now - tickCount);
-    if (m_givenUp || (m_handler == nullptr && now >= stallsAt)) {
+    if (m_cancelsCalls || (m_handler == nullptr && now >= stallsAt)) {
         return kCancelCall;
     }
     if (!m_asking && !GiveUpIfConfirmed(now - tickCount) && now >= stallsAt) {
+        // Without a press: a server that rejects calls usually waits for its user.
         static_cast<void>(TakePress(stallsAt));
         AskUser();
     }
-    return m_givenUp ? kCancelCall : kTryAgainAfter;
+    return m_cancelsCalls ? kCancelCall : kTryAgainAfter;
 }
 
 DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD /*pendingType*/)
@@ -142,18 +143,18 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
     if (m_handler == nullptr) {
         return PENDINGMSG_WAITDEFPROCESS;
     }
-    if (!m_asking && !m_givenUp) {
+    if (!m_asking && !m_cancelsCalls) {
         PaintPendingWindows();
         const LONGLONG now = Now();
         const LONGLONG stallsAt = StallsAt(now - tickCount);
-        // No question without a press: a long call is nothing unusual, and nobody may be there.
+        // No question without a press: long calls are normal, and the user may be away.
         if (!GiveUpIfConfirmed(now - tickCount) && now >= stallsAt && TakePress(stallsAt)) {
             AskUser();
         }
     }
-    // The default handling would throw keys and clicks away, a press of Cancel among them ("PENDINGMSG
+    // PENDINGMSG_WAITDEFPROCESS would discard keys and clicks, a press of Cancel among them ("PENDINGMSG
     // enumeration").
-    return m_givenUp ? PENDINGMSG_CANCELCALL : PENDINGMSG_WAITNOPROCESS;
+    return m_cancelsCalls ? PENDINGMSG_CANCELCALL : PENDINGMSG_WAITNOPROCESS;
 }
 
 // Returns the time from which a call counts as stalled. The user's last answer starts a new delay.
@@ -162,19 +163,19 @@ LONGLONG COleMessageFilter::StallsAt(LONGLONG callBegan) const
     return std::max(callBegan, m_answeredAt) + static_cast<LONGLONG>(m_busyDelay);
 }
 
-// Gives the server up if the user confirmed that while this very call was pending: a call that returned while
-// the box was open has done its work. Returns whether it did.
+// Takes back the user's Yes. Gives the server up if this call was already pending when the user answered, and
+// returns whether it was: a later call proves that the stalled one has returned.
 bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
 {
     if (!std::exchange(m_confirmed, false) || callBegan >= m_answeredAt) {
         return false;
     }
-    m_givenUp = !m_handler->GiveUp();
+    m_cancelsCalls = !m_handler->GiveUp();
     return true;
 }
 
-// Whether the user has pressed a key or a button since. All that was pressed since is dropped then; what came
-// before is held, or the question would get it.
+// Holds all waiting input, or the question would get it. Returns whether a key, a button or a touch was
+// pressed at that time or later; if so, the input from then on is dropped.
 bool COleMessageFilter::TakePress(LONGLONG since)
 {
     HoldInput();

@@ -8,8 +8,8 @@
 
 #include "framework/ComPointers.h"
 
-// What the message filter asks and does when a call has been pending for too long and the user presses a key
-// or clicks. The run installs one while it holds a connection.
+// What the message filter asks and does when a call has been rejected for too long, or has been pending for
+// too long and the user presses a key or clicks. The run installs one while it holds a connection.
 class CStalledCallHandler
 {
 public:
@@ -49,12 +49,13 @@ public:
     void SetBusyDelay(DWORD milliseconds) { m_busyDelay = milliseconds; }
 
     // Installs the handler of stalled calls, or removes it (null). While one is installed, keys and clicks
-    // stay in the queue during a call, and windows are painted. Without one a rejected call fails after the
-    // delay. Either way the filter waits for the server again, and the held input returns to the queue.
+    // are kept during a call, in the queue or held here, and windows are painted. Without one a rejected call
+    // fails after the delay. Either way the filter waits for the server again, and the held input returns to
+    // the queue.
     void SetStalledCallHandler(CStalledCallHandler* handler);
 
-    // To be called before each call on the server and each release of its objects: once the server has been
-    // given up without ending it, the call is cancelled as soon as it waits.
+    // To be called before each call on the server and each release of its objects: once the user has given up
+    // a server that was not ended, each call is cancelled as soon as it waits.
     void PrepareCall() const;
 
     // The user pressed a mouse button on a disabled window; the system queues no message for it.
@@ -92,7 +93,7 @@ private:
     CStalledCallHandler* m_handler = nullptr;
     LONGLONG m_answeredAt = kNever;  // when the user last answered
     bool m_confirmed = false;        // the answer was Yes, and has not taken effect yet
-    bool m_givenUp = false;          // all calls are cancelled
+    bool m_cancelsCalls = false;     // of a server that was given up and lives on
     bool m_asking = false;
     LONGLONG m_pressedAt = kNever;  // on a disabled window
     std::vector<MSG> m_heldInput;   // in the order of the input

@@ -12,13 +12,13 @@ bool WaitPainting(HANDLE object, DWORD milliseconds)
         const ULONGLONG now = GetTickCount64();
         const bool over = now >= end || CWinApp::IsSessionEnding();
         const DWORD left = over ? 0 : static_cast<DWORD>(end - now);
-        // Sent messages wake the wait, too: their senders wait for this thread.
+        // Senders of messages are blocked until this thread handles them.
         const DWORD result =
             MsgWaitForMultipleObjects(count, &object, FALSE, left, QS_PAINT | QS_SENDMESSAGE);
         if (count != 0 && result == WAIT_OBJECT_0) {
             return true;
         }
-        // The time counts, too, when messages never cease.
+        // A constant flow of messages must not outlast the time.
         if (over || result != WAIT_OBJECT_0 + count) {
             return false;
         }

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Faster changes cannot be read, in milliseconds.
+// The shortest time between two forced repaints, in milliseconds: faster changes cannot be read.
 constexpr ULONGLONG kPaintInterval = 40;
 
 }  // namespace
@@ -71,11 +71,6 @@ std::wstring CProgressFileCopy::FitToFirstLine(const std::wstring& prefix, const
 std::wstring CProgressFileCopy::FitToSecondLine(const std::wstring& prefix, const std::wstring& path) const
 {
     return FitToLine(m_wndSecond, prefix, path);
-}
-
-const MessageMap* CProgressFileCopy::GetMessageMap() const
-{
-    return CDialog::GetMessageMap();
 }
 
 void CProgressFileCopy::DoDataExchange(CDataExchange& exchange)

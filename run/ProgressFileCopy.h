@@ -32,7 +32,8 @@ public:
     [[nodiscard]] bool IsCancelled() const override { return m_nCancelled != 0; }
     void ClearCancelled() override { m_nCancelled = 0; }
 
-    // Also sets the focus to the enabled button: a disabled one has lost it, and Escape with it.
+    // When it enables the button, it also gives it the focus if the dialog is active: a disabled button loses
+    // the focus, and Escape would no longer reach the dialog.
     void EnableCancel(bool enable) override;
 
     [[nodiscard]] bool IsSessionEnding() const override;
@@ -44,10 +45,8 @@ public:
     [[nodiscard]] std::wstring FitToSecondLine(const std::wstring& prefix, const std::wstring& path) const;
 
 protected:
-    [[nodiscard]] const MessageMap* GetMessageMap() const override;  // no rows of its own
     void DoDataExchange(CDataExchange& exchange) override;
 
-    // Sets the cancel flag only; the run destroys the dialog.
     void OnCancel() override;
 
 private:
