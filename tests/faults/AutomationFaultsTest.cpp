@@ -90,6 +90,24 @@ ServerScript LastingFrom(unsigned call)
     return {{fault}};
 }
 
+// The server raises an exception, and lingers when it is asked to end.
+ScriptFor Lingering(HRESULT status)
+{
+    return [status](unsigned call) {
+        Fault fault = kException;
+        fault.nth = call;
+        return ServerScript{.faults = {fault}, .lingerTime = 1'200, .lingerStatus = status};
+    };
+}
+
+// The server raises an exception; both take their time to start.
+ServerScript StartingSlowly(unsigned call)
+{
+    Fault fault = kException;
+    fault.nth = call;
+    return {.faults = {fault}, .startDelay = 1'500};
+}
+
 constexpr HRESULT kServerUnavailable = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
 
 const FaultKind kExceptionWithTexts = {"ExceptionWithTexts", "exception with source and description",
@@ -135,6 +153,19 @@ const std::vector<FaultKind> kOtherKinds = {
      ServerLife::perConnection},
     {"EndServerPerConnection", "server ends after serving the call, with one server process per connection",
      OneOfKind(Fault::Kind::endAfter), ServerLife::perConnection},
+};
+
+// Only real processes linger, start slowly or hang.
+const std::vector<FaultKind> kServerKinds = {
+    {"Lingering", "exception, and the server lingers for 1.2 s, refusing calls (RPC_E_DISCONNECTED)",
+     Lingering(RPC_E_DISCONNECTED), ServerLife::perConnection},
+    {"LingeringReached",
+     "the same with a server that another client has started (refusing calls with 0x800706BA)",
+     Lingering(kServerUnavailable), ServerLife::reached},
+    {"StartingSlowly", "exception, and each server takes 1.5 s to start", StartingSlowly,
+     ServerLife::perConnection},
+    {"Hanging", "server hangs, and the user gives it up", Single({.kind = Fault::Kind::hang, .across = true}),
+     ServerLife::perConnection},
 };
 
 class AutomationFaultTest : public FaultTest
@@ -229,8 +260,73 @@ INSTANTIATE_TEST_SUITE_P(Main, CallTest,
 INSTANTIATE_TEST_SUITE_P(MoreMessages, CallTest,
                          testing::ValuesIn(With(kKindsWithMessages, {Languages::german, Languages::english})),
                          NameOf);
+INSTANTIATE_TEST_SUITE_P(MoreServers, CallTest,
+                         testing::ValuesIn(With(kServerKinds, {Languages::alternating})), NameOf);
 INSTANTIATE_TEST_SUITE_P(More, CallTest, testing::ValuesIn(With(kOtherKinds, {Languages::alternating})),
                          NameOf);
+
+// A run as long as those of the field, whose server lingers for as long as a real one may.
+class MoreLongListTest : public FaultTest
+{
+protected:
+    static constexpr int kParts = 40;
+    static constexpr int kFailing = 10;  // each tenth part fails
+
+    static std::vector<ModelRow> ManyRows()
+    {
+        std::vector<ModelRow> rows;
+        for (int number = 1; number <= kParts; ++number) {
+            const std::wstring digits = std::to_wstring(number);
+            ModelRow row{{L"N_" + digits + L"_M8.sldprt", digits + L".sldprt", L"Norm %1"}};
+            row.source = {{L"x", true, L"as delivered"}};
+            row.written = {{L"x", true, L"Norm " + digits}};
+            rows.push_back(row);
+        }
+        return rows;
+    }
+
+    // A part takes ten calls. The third one of each tenth part fails, which adds the end of the server and
+    // the version of the next.
+    static ServerScript EachTenthFails()
+    {
+        constexpr unsigned kCalls = 10;
+        constexpr unsigned kFailingCall = 3;
+        ServerScript script;
+        unsigned last = 1;  // gets the version
+        for (int failing = 1; failing <= kParts / kFailing; ++failing) {
+            last += (kFailing - 1) * kCalls + kFailingCall;
+            Fault fault = kException;
+            fault.nth = last;
+            fault.across = true;
+            script.faults.push_back(fault);
+            last += 2;
+        }
+        script.lingerTime = 5'000;
+        return script;
+    }
+
+    CTempFolder m_library;
+    CFaultBench m_bench{m_library.Path(), ManyRows()};
+
+    CFaultBench& Bench() override { return m_bench; }
+};
+
+TEST_F(MoreLongListTest, EachTenthPartFailsAndTheServerLingers)
+{
+    m_bench.m_life = ServerLife::perConnection;
+    const ULONGLONG start = GetTickCount64();
+    const std::string differences = m_bench.Run(EachTenthFails());
+    const ULONGLONG seconds = (GetTickCount64() - start) / 1'000;
+    Count(kParts / kFailing, differences);
+    RecordProperty("kind", "each tenth of 40 parts fails, and the server lingers for 5 s each time (" +
+                               std::to_string(seconds) + " s in all)");
+    for (std::size_t row = 0; row < m_bench.Rows().size(); ++row) {
+        const bool failed = row % kFailing == kFailing - 1;
+        std::vector<PartConfiguration> configurations;
+        EXPECT_EQ(S_OK, ReadConfigurations(m_bench.Copy(row), configurations));
+        EXPECT_EQ(configurations, failed ? m_bench.Rows()[row].source : m_bench.Rows()[row].written);
+    }
+}
 
 // A second fault in the same run, at every call after the first fault. The parameter is the call with the
 // first fault.

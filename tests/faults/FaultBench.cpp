@@ -162,17 +162,26 @@ bool IsOpenElsewhere(const std::wstring& path)
     return OpenAsOther(path, GENERIC_READ, 0) == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
+// A server that hangs logs no end.
 bool HasEverySessionEnded()
 {
     const std::vector<std::string> lines = CServerEnvironment::Server().Log();
-    return CountPrefix(lines, "- start ") == CountPrefix(lines, "- end ");
+    const auto hung =
+        std::ranges::count_if(lines, [](const std::string& line) { return line.ends_with(" hangs"); });
+    return CountPrefix(lines, "- start ") == CountPrefix(lines, "- end ") + hung;
 }
 
-// A session of the server, which starts if it does not run.
-void UseServer()
+// Begins a session of the server, which starts if it does not run. The session ends with the last reference.
+IDispatchPtr ConnectToServer()
 {
     IDispatchPtr application;
     EXPECT_EQ(S_OK, application.CreateInstance(kCadProgId, nullptr, CLSCTX_LOCAL_SERVER));
+    return application;
+}
+
+bool HasFault(const ServerScript& script, Fault::Kind kind)
+{
+    return std::ranges::find(script.faults, kind, &Fault::kind) != script.faults.end();
 }
 
 }  // namespace
@@ -205,7 +214,7 @@ void CServerEnvironment::StartOverStaying(const std::string& rules)
 {
     if (CountServers() == 0) {
         Server().StartOver("stay\n");
-        UseServer();
+        ConnectToServer();
         EXPECT_TRUE(WaitFor(&HasEverySessionEnded, kServerEndTimeout));
     }
     Server().StartOver("stay\n" + rules);
@@ -217,8 +226,27 @@ void CServerEnvironment::EndServer()
         return;
     }
     Server().StartOver("");
-    UseServer();
+    ConnectToServer();
     EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kServerEndTimeout));
+}
+
+CImpatientUser::~CImpatientUser()
+{
+    m_stop = true;
+    m_thread.join();
+}
+
+void CImpatientUser::Press(DWORD reader) const
+{
+    constexpr DWORD kPause = 50;  // milliseconds
+    bool hangs = false;
+    while (!m_stop) {
+        hangs = hangs || CServerEnvironment::Server().WasAsked(" hangs");
+        if (hangs) {
+            PostThreadMessageW(reader, m_asked ? WM_NULL : WM_KEYDOWN, m_asked ? 0 : VK_SPACE, 0);
+        }
+        Sleep(kPause);
+    }
 }
 
 CFaultBench::CFaultBench(std::wstring folder, std::vector<ModelRow> rows)
@@ -367,25 +395,28 @@ std::string CFaultBench::Run(const ServerScript& script)
 {
     m_differences.clear();
     m_shown.clear();
-    if (m_life == ServerLife::perConnection) {
-        CServerEnvironment::EndServer();
-    }
-    const std::string rules = OpenRules() + script.Rules();
-    if (m_life == ServerLife::stays) {
-        CServerEnvironment::StartOverStaying(rules);
-    } else {
-        CServerEnvironment::Server().StartOver(rules);
-    }
-    m_waits = std::ranges::none_of(
-        script.faults, [](const Fault& fault) { return fault.kind == Fault::Kind::rejectForever; });
+    StartOverServer(OpenRules() + script.Rules());
+    m_waits = !HasFault(script, Fault::Kind::rejectForever) && !HasFault(script, Fault::Kind::hang);
     m_model->m_copyOnly = m_copyOnly;
+    m_model->m_life = m_life;
     const RunOutcome expected = m_model->Run(script);
-    Convert();
+    CServerProcess process;  // until the server has ended: would end one that it could not ask to
+    Convert(script, process);
     if (m_afterRun) {
         m_afterRun();
     }
     CompareWith(expected);
     return m_differences;
+}
+
+void CFaultBench::StartOverServer(const std::string& rules) const
+{
+    if (m_life == ServerLife::stays) {
+        CServerEnvironment::StartOverStaying(rules);
+    } else {
+        CServerEnvironment::EndServer();
+        CServerEnvironment::Server().StartOver(rules);
+    }
 }
 
 // Script rules for the error codes of the rows.
@@ -398,14 +429,31 @@ std::string CFaultBench::OpenRules() const
     return rules;
 }
 
-void CFaultBench::Convert()
+// Makes a run with the other client and the user that it takes.
+void CFaultBench::Convert(const ServerScript& script, CServerProcess& process)
 {
     DrainMessages();
-    CServerProcess server;
-    // The first failed connection counts: a server that stays is always there to be tried again.
-    const CadPatience patience{.forConnection = 0};
+    IDispatchPtr client;
+    if (m_life == ServerLife::reached) {
+        client = ConnectToServer();
+    }
+    std::optional<CImpatientUser> user;
+    if (HasFault(script, Fault::Kind::hang)) {
+        m_user = &user.emplace();
+    }
+    MakeRun(process);
+    m_user = nullptr;
+}
+
+void CFaultBench::MakeRun(CServerProcess& process)
+{
+    CadPatience patience;
+    if (m_life != ServerLife::reached) {
+        // The first failed connection counts: a server that stays is always there to be tried again.
+        patience.forConnection = 0;
+    }
     try {
-        CConversionRun(m_mainWindow, m_table, m_sldWorks, server, *this,
+        CConversionRun(m_mainWindow, m_table, m_sldWorks, process, *this,
                        {m_runFolder, kCadProgId, m_copyOnly, patience})
             .Run();
     } catch (const CException& exception) {
@@ -424,6 +472,9 @@ int CFaultBench::OnBox(const MessageRequest& request)
         if (!stalls) {
             AddDifference("shown outside the run: " + ToUtf8(request.text));
         }
+    }
+    if (m_user != nullptr && stalls) {
+        m_user->NoteQuestion();
     }
     return !stalls ? IDOK : m_waits ? IDNO : IDYES;
 }
@@ -566,6 +617,8 @@ void CFaultBench::CompareServer(const RunOutcome& expected)
             AddDifference("called after its end: " + line);
         } else if (line.find(" left=") != std::string::npos && !line.ends_with(" left=0")) {
             AddDifference("objects of an ended session are not released: " + line);
+        } else if (m_life == ServerLife::perConnection && line.starts_with("- late")) {
+            AddDifference("connected to a server of its own that was about to end");
         }
     }
 }

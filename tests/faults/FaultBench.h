@@ -1,9 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core/ConversionTable.h"
@@ -40,11 +42,25 @@ private:
     std::unique_ptr<CCadServer> m_server;
 };
 
-// Whether the server's process outlives its sessions. That saves the second that each start takes under Wine.
-enum class ServerLife
+// Presses keys from a thread of its own, once the server hangs, until the calling thread has been asked
+// whether to wait. Under Wine (8.0), a waiting call takes the message by which the program's filter makes COM
+// ask again out of the queue without asking; so the user goes on with messages that do nothing.
+class CImpatientUser
 {
-    stays,         // only a fault ends the process
-    perConnection  // one process per connection
+public:
+    CImpatientUser() : m_thread([this, reader = GetCurrentThreadId()] { Press(reader); }) {}
+    CImpatientUser(const CImpatientUser&) = delete;
+    CImpatientUser& operator=(const CImpatientUser&) = delete;
+    ~CImpatientUser();
+
+    void NoteQuestion() { m_asked = true; }
+
+private:
+    void Press(DWORD reader) const;
+
+    std::atomic<bool> m_asked = false;
+    std::atomic<bool> m_stop = false;
+    std::thread m_thread;
 };
 
 // Makes conversion runs and compares each with the model. Everything but the main window is real: a folder of
@@ -104,7 +120,9 @@ private:
     void RestoreInitialCopies() const;
     void FillTable();
     [[nodiscard]] std::string OpenRules() const;
-    void Convert();
+    void StartOverServer(const std::string& rules) const;
+    void Convert(const ServerScript& script, CServerProcess& process);
+    void MakeRun(CServerProcess& process);
     void AddDifference(const std::string& what);
     void CompareWith(const RunOutcome& expected);
     void CompareMapFile(const RunOutcome& expected);
@@ -131,6 +149,7 @@ private:
     std::unique_ptr<CRunModel> m_model;
     CListenerScope m_listener{[this](const MessageRequest& request) { return OnBox(request); }};
     std::vector<std::wstring> m_shown;
+    CImpatientUser* m_user = nullptr;   // during a run with a server that hangs
     bool m_waits = true;                // answer to the question about a server that does not respond
     std::optional<std::string> m_map;   // contents of the map file after the last run
     std::size_t m_mapFileCapacity = 0;  // in bytes, if the disk is full

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kException = "0x80020009";  // DISP_E_EXCEPTION in the log
 constexpr const char* kRejectTime = "20000";      // milliseconds; longer than the rest of the session
-constexpr const char* kShortRejectTime = "100";
+constexpr const char* kShortRejectTime = "400";   // until the second try: the first is made after 250 ms
 
 // Date codes of the server: just below the oldest supported release, and the default.
 constexpr long kTooOld = 1999249;
@@ -40,6 +40,8 @@ std::string ActionText(const Fault& fault)
             return "end-before";
         case Fault::Kind::endAfter:
             return "end-after";
+        case Fault::Kind::hang:
+            return "hang";
         case Fault::Kind::rejectForSomeTime:
             return std::string("reject ") + (UnderWine() ? kRejectTime : kShortRejectTime);
         case Fault::Kind::rejectForever:
@@ -89,6 +91,12 @@ std::string ServerScript::Rules() const
     if (oldFrom != 0) {
         rules += "datecode " + std::to_string(kTooOld) + " from=" + std::to_string(oldFrom) + "\n";
     }
+    if (startDelay != 0) {
+        rules += "start-slow " + std::to_string(startDelay) + "\n";
+    }
+    if (lingerTime != 0) {
+        rules += "linger " + std::to_string(lingerTime) + " status=" + StatusText(lingerStatus) + "\n";
+    }
     return rules;
 }
 
@@ -106,6 +114,7 @@ RunOutcome CRunModel::Run(const ServerScript& script)
     m_script = &script;
     m_starts = 0;
     m_callsAcross = 0;
+    m_givenUp = false;
     m_recordFailureShown = false;
     if (m_copyOnly || LoadOrReport()) {
         WriteMapFile();
@@ -251,7 +260,7 @@ void CRunModel::WriteConfiguration(const ModelRow& row, std::size_t index)
 // A server that does not return its version counts as unavailable.
 CRunModel::Load CRunModel::LoadCad()
 {
-    if (!Connect()) {
+    if (m_givenUp || !Connect()) {
         return Load::failed;
     }
     try {
@@ -306,6 +315,8 @@ void CRunModel::Call(const std::string& what, const std::string& result, Act act
         LogCall(what, result);
     } else if (fault->kind == Fault::Kind::endBefore) {
         LogCall(what, "not served");
+    } else if (fault->kind == Fault::Kind::hang) {
+        LogCall(what, "hangs");
     } else {
         LogCall(what, fault->kind == Fault::Kind::fail ? StatusText(fault->status) : kException);
     }
@@ -339,6 +350,11 @@ void CRunModel::ThrowFailure(const Fault& fault)
     if (fault.kind == Fault::Kind::fail && fault.status == DISP_E_EXCEPTION) {
         throw CallFailed{std::wstring(L"box ") + expected::kUnknownError};
     }
+    if (fault.kind == Fault::Kind::hang) {
+        ShowStalled();
+        GiveUpServer();
+        throw CallFailed{};
+    }
     m_alive = fault.kind == Fault::Kind::fail;
     throw CallFailed{};
 }
@@ -353,20 +369,47 @@ bool CRunModel::Hits(const Fault& fault, unsigned call)
     return call == fault.nth || (fault.lasting && call > fault.nth);
 }
 
+// Whether the run started the server.
+bool CRunModel::IsOurs() const
+{
+    return m_life == ServerLife::perConnection || (m_life == ServerLife::reached && m_starts > 1);
+}
+
+void CRunModel::ShowStalled()
+{
+    const Text& question = IsOurs() ? expected::kEndCad : expected::kStopWaiting;
+    m_outcome.shown.push_back(
+        DescribeBox(question.Current(), MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2, {}, 0));
+}
+
+// The run ends a server that it started. Of another one it makes no more calls, and it does not connect
+// again.
+void CRunModel::GiveUpServer()
+{
+    m_alive = !IsOurs();
+    m_givenUp = !IsOurs();
+}
+
 // A rejected call is not counted, so the next one is rejected as well. The program's message filter, if
 // called, asks the user, who waits for a server that is busy for some time and gives up on one that is busy
-// forever.
+// forever. Wine does not call the filter: there, no question is asked, and the call fails at once.
 bool CRunModel::IsRejected()
 {
+    if (m_givenUp) {
+        return true;
+    }
     for (const Fault& fault : m_script->faults) {
         if (!fault.IsRejection() || !Hits(fault, CallNumber(fault) + 1)) {
             continue;
         }
-        if (m_callsMessageFilter) {
-            m_outcome.shown.push_back(DescribeBox(expected::kStopWaiting.Current(),
-                                                  MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2, {}, 0));
+        if (!m_callsMessageFilter) {
+            return true;
         }
-        return !m_callsMessageFilter || fault.kind == Fault::Kind::rejectForever;
+        ShowStalled();
+        if (fault.kind == Fault::Kind::rejectForever) {
+            GiveUpServer();
+        }
+        return fault.kind == Fault::Kind::rejectForever;
     }
     return false;
 }

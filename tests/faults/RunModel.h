@@ -24,6 +24,7 @@ struct Fault
         fail,               // the call returns status
         endBefore,          // the server ends without serving the call
         endAfter,           // the server serves the call and ends without returning
+        hang,               // the call never returns, and the user has the server ended
         rejectForSomeTime,  // calls are rejected for some time
         rejectForever       // calls are rejected from now on
     };
@@ -43,12 +44,23 @@ struct Fault
     }
 };
 
+// Who starts the server's processes, and how long they live.
+enum class ServerLife
+{
+    stays,          // one process for all runs, which only a fault ends; saves its start, a second under Wine
+    perConnection,  // one process per connection, started by the run
+    reached         // the same, but another client has started the process that a run connects to first
+};
+
 // The behaviour of the server in a run.
 struct ServerScript
 {
     std::vector<Fault> faults;
     unsigned refuseFrom = 0;  // the first start that fails; 0: none
     unsigned oldFrom = 0;     // the first start with a version that is too old; 0: none
+    DWORD startDelay = 0;     // of each start, in milliseconds
+    DWORD lingerTime = 0;  // milliseconds from the end of a session to that of its process; 0: ends at once
+    HRESULT lingerStatus = RPC_E_DISCONNECTED;  // of all calls meanwhile
 
     // The rules of the script.
     [[nodiscard]] std::string Rules() const;
@@ -104,6 +116,7 @@ public:
     [[nodiscard]] std::vector<ModelRow>& Rows() { return m_rows; }
     [[nodiscard]] const Copies& CopiesNow() const { return m_copies; }
     bool m_copyOnly = false;
+    ServerLife m_life = ServerLife::stays;
     bool m_mapFailsLate = false;        // flushing or closing it fails
     bool m_headerFails = false;         // no disk space for it
     bool m_partialRecordStays = false;  // of the first record without disk space
@@ -142,7 +155,10 @@ private:
     void Call(const std::string& what, const std::string& result);
     [[nodiscard]] unsigned CallNumber(const Fault& fault) const;
     [[nodiscard]] static bool Hits(const Fault& fault, unsigned call);
+    [[nodiscard]] bool IsOurs() const;
+    void ShowStalled();
     bool IsRejected();
+    void GiveUpServer();
     const Fault* Count();
     void LogCall(const std::string& what, const std::string& result);
     [[noreturn]] void ThrowFailure(const Fault& fault);
@@ -160,6 +176,7 @@ private:
     const ServerScript* m_script = nullptr;
     unsigned m_starts = 0;
     bool m_alive = false;
+    bool m_givenUp = false;      // by the user, and not ended: it is somebody else's
     unsigned m_calls = 0;        // of the current session
     unsigned m_callsAcross = 0;  // of all sessions
     std::vector<PartConfiguration> m_document;
