@@ -170,11 +170,11 @@ std::string CKillBench::Kill(const KillPlan& plan)
     m_differences.clear();
     try {
         Prepare(plan.before);
-        CServerEnvironment::StartOverStaying(plan.rules);
+        StartOverServer(plan);
         plan.beforeRun();
         StartRun();
         plan.end(*this);
-        WaitForServer();
+        LeaveServer(plan);
         CompareDisk(plan.before, plan.records);
         StartProgram();
         CompareStart();
@@ -259,6 +259,38 @@ void CKillBench::FinishRun()
     m_runTime = static_cast<DWORD>(GetTickCount64() - m_runStart);
     box.Press(IDOK);
     m_program->WaitForRest();
+}
+
+void CKillBench::StartOverServer(const KillPlan& plan)
+{
+    if (plan.hangs) {
+        CServerEnvironment::EndServer();
+        CServerEnvironment::Server().StartOver(plan.rules);
+    } else {
+        CServerEnvironment::StartOverStaying(plan.rules);
+    }
+}
+
+// Waits until the server no longer works for the killed run.
+void CKillBench::LeaveServer(const KillPlan& plan)
+{
+    if (plan.hangs) {
+        ExpectEndOfServer();
+        CServerEnvironment::Server().StartOver("");
+    } else {
+        WaitForServer();
+    }
+}
+
+// The program had started it.
+void CKillBench::ExpectEndOfServer()
+{
+    constexpr DWORD kEndWithProgram = 5'000;  // milliseconds
+    const CCadServer& server = CServerEnvironment::Server();
+    if (!server.WaitForEnd(kEndWithProgram)) {
+        AddDifference("the server lives on after the program");
+        server.EndByForce();
+    }
 }
 
 // The server may still be serving a call of the program. A call of the test returns only after those.

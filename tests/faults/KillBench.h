@@ -30,6 +30,7 @@ struct KillPlan
     std::string rules = {};                   // of the server's script
     std::function<void()> beforeRun = [] {};  // called before the run starts
     std::optional<std::size_t> records = {};  // expected after the kill, if known
+    bool hangs = false;                       // the program starts the server, which hangs when it is killed
 };
 
 // Runs the real program on a library of four parts and kills it during conversion runs. Checks the state that
@@ -97,7 +98,10 @@ private:
     void Prepare(MappedBefore before);
     void StartRun();
     void FinishRun();
+    void StartOverServer(const KillPlan& plan);
+    void LeaveServer(const KillPlan& plan);
     void WaitForServer();
+    void ExpectEndOfServer();
     void CompleteConversion();
     void AddAllParts();
     void MarkRows(const std::vector<int>& rows);

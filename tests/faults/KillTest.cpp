@@ -62,6 +62,35 @@ TEST_F(KillTest, AtAutomationCalls)
     }
 }
 
+class MoreKillTest : public KillTest
+{
+};
+
+// The server hangs in the call, the program is killed, and the server that it started must end with it.
+TEST_F(MoreKillTest, AtCallsOfAHangingServer)
+{
+    RecordProperty("kind", "program killed at each automation call, in which the server hangs");
+    CKillBench bench;
+    for (const MappedBefore before : kBoth) {
+        const unsigned last = CKillBench::Calls(before);
+        for (unsigned call = 1; call <= last; call = NextCall(call, last)) {
+            SCOPED_TRACE("call " + std::to_string(call));
+            const auto end = [&](CKillBench& program) {
+                if (call == last) {
+                    program.CloseFinalMessage();
+                }
+                EXPECT_TRUE(WaitFor([] { return CServerEnvironment::Server().WasAsked(" hangs"); }));
+                program.EndProgram();
+            };
+            Count(1, bench.Kill({.before = before,
+                                 .end = end,
+                                 .rules = "fault nth=" + std::to_string(call) + " hang\n",
+                                 .records = CKillBench::RecordsAtCall(before, call),
+                                 .hangs = true}));
+        }
+    }
+}
+
 // Owns the KillSwitch that is shared with the program.
 class CSharedKillSwitch
 {
