@@ -1,4 +1,4 @@
-// A CAD server that takes its time to end, or does not end.
+// A CAD server that takes its time to start or to end, or does not end.
 #include <algorithm>
 
 #include "framework/ComPointers.h"
@@ -68,6 +68,19 @@ TEST_F(ServerEndTest, TheNextRunWaitsForTheServerOfTheLast)
     EXPECT_EQ(0, CountLate()) << "no connection while the first server lingers";
 }
 
+TEST_F(ServerEndTest, WaitsForAServerThatStartsSlowly)
+{
+    AddParts(2);
+    m_server.SetScript("start-slow 3000\n");
+    const CProgramUnderTest program;
+    ConvertToTheEnd(program);
+    EXPECT_EQ(MapUpTo(2), m_library.MapFileBytes());
+    EXPECT_EQ(AllConverted(2), program.List().Rows());
+    EXPECT_EQ(L"Norm 1", BomNameOf(1));
+    EXPECT_EQ(L"Norm 2", BomNameOf(2));
+    EXPECT_EQ((Lines{"- start version=30", "- end reason=asked open="}), m_server.Life());
+}
+
 // The process is not known to the program, which tries until a new server serves it.
 TEST_F(ServerEndTest, TriesAgainWhileAServerThatItReachedLingers)
 {
@@ -102,6 +115,20 @@ TEST_F(ServerEndTest, AKilledProgramLeavesNoServerThatItStarted)
         m_server.EndByForce();
         m_library.RemoveMapped();
     }
+}
+
+// Its user may work in it. The program looks for the window after each part.
+TEST_F(ServerEndTest, AKilledProgramLeavesAServerWithAMainWindow)
+{
+    AddParts(2);
+    m_server.SetScript("window\nfault file=2.sldprt call=GetConfiguration hang\n");
+    {
+        const CProgramUnderTest program;
+        program.Click(IDC_START);
+        EXPECT_TRUE(WaitFor([&] { return m_server.WasAsked("hangs"); }));
+    }
+    EXPECT_FALSE(m_server.WaitForEnd(2'000)) << "a server that its user may work in was ended";
+    m_server.EndByForce();
 }
 
 TEST_F(ServerEndTest, AKilledProgramLeavesAServerThatItReached)
