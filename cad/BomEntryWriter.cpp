@@ -24,9 +24,9 @@ constexpr Text kReallyCancel{
     L"(The BOM entries of these configurations are still changed and saved)."};
 
 constexpr int kBarEnd = 100;
-constexpr long kOpenedWithReservation = 128;  // the only positive error code with a usable document
+constexpr long kUsableErrorCode = 128;  // the only positive one that comes with a usable document
 
-// An extension that only begins with "sldasm" opens as an assembly, too.
+// By the text after the last dot, which need only begin with "sldasm" for an assembly.
 long DocumentType(std::wstring_view path)
 {
     constexpr std::wstring_view kAssemblyExtension = L"sldasm";
@@ -100,8 +100,8 @@ CBomEntryWriter::CBomEntryWriter(CSldWorksApplication& application, CProgressVie
 int CBomEntryWriter::Run()
 {
     m_application.SetDocumentVisibility(false, m_documentType);
-    // Both early returns leave the visibility off, and the second one the document open: no further call to a
-    // SOLIDWORKS that has just failed to open the file or to find a configuration.
+    // Both early returns leave the visibility off and may leave the document open: after such a failure
+    // nothing more is asked of SOLIDWORKS for this file.
     if (!OpenDocument()) {
         return 0;
     }
@@ -121,12 +121,12 @@ bool CBomEntryWriter::OpenDocument()
 {
     long errorCode = 0;
     m_document = m_application.OpenDocument(m_filePath, m_documentType, false, false, true, errorCode);
-    if (!m_document.IsAttached() || (errorCode >= 1 && errorCode != kOpenedWithReservation)) {
+    if (!m_document.IsAttached() || (errorCode >= 1 && errorCode != kUsableErrorCode)) {
         return false;
     }
     m_openedDocument = m_document;
-    // Tests the bit, as negative codes may have it set, too.
-    if ((errorCode & kOpenedWithReservation) != 0) {
+    // A bit test, no comparison: negative codes may have this bit set as well.
+    if ((errorCode & kUsableErrorCode) != 0) {
         m_openedDocument.CallMethod17();
     }
     return true;
@@ -174,7 +174,7 @@ void CBomEntryWriter::ShowConfiguration(const std::wstring& name, const std::wst
 
     const auto handled = static_cast<float>(m_handled);
     const auto count = static_cast<float>(m_configurationCount);
-    m_progress.SetFilePosition(static_cast<int>(handled / count * 100.0F));
+    m_progress.SetFilePosition(static_cast<int>(handled / count * static_cast<float>(kBarEnd)));
     m_progress.SetOverallPosition(static_cast<int>(handled * m_fileShare / count + m_overallStart));
     m_progress.Refresh();
 }
@@ -187,7 +187,8 @@ void CBomEntryWriter::PutBomName(CSldWorksConfiguration& configuration, const st
     }
 }
 
-// A confirmed cancel finishes this file; the flag stays set for the run.
+// If the user confirms, the rest of this file is still written; the flag stays set and ends the run
+// afterwards.
 void CBomEntryWriter::HandleCancel()
 {
     if (!m_progress.IsCancelled() || m_cancelConfirmed || m_progress.IsSessionEnding()) {

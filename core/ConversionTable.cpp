@@ -212,7 +212,7 @@ private:
         const std::wstring_view newName = CopyToArena(std::wstring_view(m_newName), m_arena);
         if (!m_newNames.insert(newName).second) {
             if (!std::exchange(m_takenShown, true)) {
-                InsertRowsAndShow(FillPlaces(kAddedNameTaken.Current(), {original, m_newName}));
+                InsertRowsAndShow(FillPlaceholders(kAddedNameTaken.Current(), {original, m_newName}));
             }
             return false;
         }

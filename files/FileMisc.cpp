@@ -76,7 +76,7 @@ bool OpenSource(CFile& file, const std::wstring& source)
     if (file.Open(source, CFile::modeRead | CFile::shareDenyNone, &error)) {
         return true;
     }
-    ShowMessage(FillPlaces(kSourceNotOpened.Current(), {source, error.GetErrorMessage()}));
+    ShowMessage(FillPlaceholders(kSourceNotOpened.Current(), {source, error.GetErrorMessage()}));
     return false;
 }
 
@@ -86,7 +86,7 @@ bool OpenTarget(CFile& file, const std::wstring& source, const std::wstring& tar
     if (file.Open(target, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, &error)) {
         return true;
     }
-    ShowMessage(FillPlaces(kTargetNotOpened.Current(), {target, source, error.GetErrorMessage()}));
+    ShowMessage(FillPlaceholders(kTargetNotOpened.Current(), {target, source, error.GetErrorMessage()}));
     return false;
 }
 
@@ -164,7 +164,7 @@ int CFileMisc::CreateFolder(const std::wstring& path)
     if (exists ? (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 : canExist && ::_wmkdir(path.c_str()) == 0) {
         return 0;
     }
-    ShowMessage(FillPlaces((exists ? kFolderIsFile : kFolderNotCreated).Current(), {path}));
+    ShowMessage(FillPlaceholders((exists ? kFolderIsFile : kFolderNotCreated).Current(), {path}));
     return 1;
 }
 
@@ -178,7 +178,7 @@ int CFileMisc::CopyPartFile(const std::wstring& source, const std::wstring& targ
     try {
         CopyBytes(input, output);
     } catch (const CFileException& error) {
-        ShowMessage(FillPlaces(kCopyFailed.Current(), {source, target, error.GetErrorMessage()}));
+        ShowMessage(FillPlaceholders(kCopyFailed.Current(), {source, target, error.GetErrorMessage()}));
         return 1;
     }
     return 0;
@@ -238,7 +238,7 @@ CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
     const Language language = LanguageOf(m_nLanguage);
     const UINT codePage = MapCodePage();
     if (OpenInputFile(stream, PathToBytes(path, codePage), true) != 0) {
-        ShowMessage(FillPlaces(kMapFileNotOpened.In(language), {path}));
+        ShowMessage(FillPlaceholders(kMapFileNotOpened.In(language), {path}));
         return {true, true};
     }
     if (const std::optional<int> badLine = ReadMapLines(stream, MapDecoderOf(codePage), m_lstEntries)) {

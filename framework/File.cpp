@@ -157,7 +157,8 @@ CFileException::Cause CFileException::CauseOf(DWORD osError)
 
 std::wstring CFileException::GetErrorMessage() const
 {
-    std::wstring message = FillPlaces(TextFor(m_cause).Current(), {m_fileName, std::to_wstring(m_osError)});
+    std::wstring message =
+        FillPlaceholders(TextFor(m_cause).Current(), {m_fileName, std::to_wstring(m_osError)});
     if (message.size() > kMaxMessageLength) {
         message.resize(kMaxMessageLength);
     }

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-// Fills the places %1 to %9 of a message with the values, in one pass: a "%" inside a value is text. A place
-// without a value, and a "%" before anything else, stay.
-[[nodiscard]] std::wstring FillPlaces(std::wstring_view pattern,
-                                      std::initializer_list<std::wstring_view> values);
+// Replaces the placeholders %1 to %9 of a message by the values, in one pass: a "%" in a value is taken
+// literally. A placeholder without a value, and any other "%", stay.
+[[nodiscard]] std::wstring FillPlaceholders(std::wstring_view message,
+                                            std::initializer_list<std::wstring_view> values);

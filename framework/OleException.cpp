@@ -31,7 +31,7 @@ std::wstring StatusNumber(HRESULT status)
     constexpr Text kStatus{L"Fehler 0x%1", L"Error 0x%1"};
     std::array<wchar_t, 9> digits{};
     std::swprintf(digits.data(), digits.size(), L"%08lX", static_cast<unsigned long>(status));
-    return FillPlaces(kStatus.Current(), {digits.data()});
+    return FillPlaceholders(kStatus.Current(), {digits.data()});
 }
 
 std::wstring StatusText(HRESULT status)

@@ -21,7 +21,7 @@ struct Binding
     WNDPROC previous;
 };
 
-// Looked up for every message; thread_local is a function call with this compiler. The program has its
+// Looked up for every message; thread_local is a function call with GCC for Windows. The program has its
 // windows on one thread.
 std::unordered_map<HWND, Binding>& Bindings()
 {
@@ -52,7 +52,7 @@ std::wstring DecodeAnsi(std::string_view text)
 void ShowUnexpected(const std::wstring& description)
 {
     constexpr Text kUnexpected{L"Unerwarteter Fehler: %1", L"Unexpected error: %1"};
-    ShowMessage(FillPlaces(kUnexpected.Current(), {description}), MB_OK | MB_ICONEXCLAMATION);
+    ShowMessage(FillPlaceholders(kUnexpected.Current(), {description}), MB_OK | MB_ICONEXCLAMATION);
 }
 
 }  // namespace

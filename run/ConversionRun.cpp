@@ -203,7 +203,7 @@ void CConversionRun::FinishWith(End end)
             AbortRun(kCadTooOld.Current());
             break;
         case End::mapFileNotOpened:
-            AbortRun(FillPlaces(kMapFileNotOpened.Current(), {m_mapPath}));
+            AbortRun(FillPlaceholders(kMapFileNotOpened.Current(), {m_mapPath}));
             break;
     }
 }
@@ -281,7 +281,7 @@ bool CConversionRun::CheckFileNames(const Row& row)
     for (const std::wstring& name : {row.entry.strOriginal, row.entry.strRenamed}) {
         if (!IsBareFileName(name)) {
             if (!std::exchange(m_badNameShown, true)) {
-                ShowMessage(FillPlaces(kNoFileName.Current(), {name}));
+                ShowMessage(FillPlaceholders(kNoFileName.Current(), {name}));
             }
             return false;
         }
@@ -335,7 +335,7 @@ void CConversionRun::FinishRow(const Row& row)
 bool CConversionRun::ReportWriteFailure(bool written)
 {
     if (!written && !std::exchange(m_mapFileFailureShown, true)) {
-        ShowMessage(FillPlaces(kMapFileNotWritten.Current(), {m_mapPath}));
+        ShowMessage(FillPlaceholders(kMapFileNotWritten.Current(), {m_mapPath}));
     }
     return written;
 }

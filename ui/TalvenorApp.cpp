@@ -65,7 +65,7 @@ bool CTalvenorApp::InitInstance()
         SetResourceHandle(g_resourceLibrary.get());
         ShowMainDialog();
     } else {
-        ShowMessage(FillPlaces(kLibraryMissing.Current(), {path}));
+        ShowMessage(FillPlaceholders(kLibraryMissing.Current(), {path}));
     }
     return false;
 }

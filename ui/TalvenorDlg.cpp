@@ -667,7 +667,7 @@ void CTalvenorDlg::OnShowMapFile()
 {
     FocusControl(m_wndList);
     if (!ShowMapFileContents()) {
-        ShowMessage(FillPlaces(kMapFileMissing.Current(), {MapFilePath(m_strSourceDir)}));
+        ShowMessage(FillPlaceholders(kMapFileMissing.Current(), {MapFilePath(m_strSourceDir)}));
     }
 }
 
@@ -769,7 +769,7 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
     if (IsShare(mapFile) || !Exists(mapFile)) {
         return true;
     }
-    const std::wstring question = FillPlaces(kOverwrite.Current(), {kMapFileName, m_strSourceDir});
+    const std::wstring question = FillPlaceholders(kOverwrite.Current(), {kMapFileName, m_strSourceDir});
     // Normalizes the path within the sentence, which has no other backslash.
     return ShowMessage(NormalizePath(question), MB_YESNO | MB_ICONQUESTION) != IDNO;
 }

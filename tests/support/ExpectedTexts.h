@@ -21,7 +21,7 @@ struct Message
     template <class... Values>
     [[nodiscard]] std::wstring In(Language language, const Values&... values) const
     {
-        return FillPlaces(text.In(language), {values...});
+        return FillPlaceholders(text.In(language), {values...});
     }
 };
 

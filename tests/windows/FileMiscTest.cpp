@@ -45,10 +45,12 @@ protected:
     CMessageRecorder m_messages;
 };
 
+constexpr FILETIME kLongAgo{0, 0x01B00000};  // in 1986
+
 class CopyPartFileTest : public FileMiscTest
 {
 protected:
-    // The copy fails with this error, reported in both languages.
+    // Expect the copy to fail with this error about the source or the target, in each language.
     void ExpectSourceNotOpened(const expected::Message& error)
     {
         InBothLanguages([&] {
@@ -74,12 +76,12 @@ class ReadOnlyTest : public FileMiscTest
 protected:
     ReadOnlyTest() { WriteBytes(m_path, "part"); }
 
-    // Sets the attributes, and a time of modification long ago.
+    // Sets the attributes and a last-write time long past.
     void Prepare(DWORD attributes) const
     {
         CFileStatus status;
         status.attributes = attributes;
-        status.lastWriteTime = {0, 0x01B00000};
+        status.lastWriteTime = kLongAgo;
         CFile::SetStatus(m_path, status);
     }
 
@@ -90,8 +92,8 @@ protected:
         return status;
     }
 
-    // True when the last modification is less than a minute ago.
-    [[nodiscard]] bool IsModifiedNow() const
+    // Whether the last write was within a minute of now.
+    [[nodiscard]] bool WasJustModified() const
     {
         FILETIME now = {};
         ::GetSystemTimeAsFileTime(&now);
@@ -240,7 +242,7 @@ TEST_F(CopyPartFileTest, TimesAndAttributesAreNotCopied)
     WriteBytes(m_source, "x");
     CFileStatus status;
     status.attributes = FILE_ATTRIBUTE_READONLY;
-    status.lastWriteTime = {0, 0x01B00000};
+    status.lastWriteTime = kLongAgo;
     CFile::SetStatus(m_source, status);
     ASSERT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 0);
     CFileStatus copied;
@@ -249,7 +251,7 @@ TEST_F(CopyPartFileTest, TimesAndAttributesAreNotCopied)
     EXPECT_GT(copied.lastWriteTime.dwHighDateTime, 0x01D00000U) << "the copy is as old as its source";
 }
 
-TEST_F(CopyPartFileTest, CopiesASourceThatAnotherIsAboutToDelete)
+TEST_F(CopyPartFileTest, CopiesASourceThatIsOpenElsewhereForDeletion)
 {
     WriteBytes(m_source, "part");
     const UniqueHandle other =
@@ -271,7 +273,7 @@ TEST_F(CopyPartFileTest, SourceMayBeOpenElsewhere)
 
 TEST_F(CopyPartFileTest, AMissingSourceIsReportedAndMakesNoTarget)
 {
-    m_source = m_folder / L"100%s.sldprt";  // no "%" of a path is filled in
+    m_source = m_folder / L"100%2.sldprt";  // no placeholder
     ExpectSourceNotOpened(expected::FileMissing);
     EXPECT_FALSE(PathExists(m_target));
 }
@@ -286,7 +288,7 @@ TEST_F(CopyPartFileTest, ALockedSourceIsReportedAndLeavesTheTargetAlone)
     EXPECT_EQ(ReadBytes(m_target), "target");
 }
 
-// The copy needs exclusive access: even a share mode that allows everything prevents it.
+// The target is opened exclusively: the copy fails even if the other handle shares everything.
 TEST_F(CopyPartFileTest, ATargetOpenElsewhereIsReported)
 {
     WriteBytes(m_source, "source");
@@ -302,7 +304,7 @@ TEST_F(CopyPartFileTest, ATargetOpenElsewhereIsReported)
     EXPECT_TRUE(OpenAsOther(m_source, GENERIC_READ, 0)) << "the source is still open";
 }
 
-TEST_F(CopyPartFileTest, ADeviceIsNoTarget)
+TEST_F(CopyPartFileTest, ADeviceIsRejectedAsTheTarget)
 {
     WriteBytes(m_source, "source");
     m_target = m_folder / L"NUL.sldprt";
@@ -348,9 +350,9 @@ TEST_F(CopyPartFileTest, CopyOntoItselfFailsAndKeepsTheFile)
     EXPECT_EQ(ReadBytes(m_source), "source");
 }
 
-TEST_F(CopyPartFileTest, AReadErrorIsReportedAndLeavesTheBytesBefore)
+TEST_F(CopyPartFileTest, AReadErrorIsReportedAndKeepsTheBytesAlreadyCopied)
 {
-    // A pipe whose other end closes after 5000 bytes fails in its second block.
+    // The other end of the pipe closes after 5000 bytes: two reads succeed, the third fails.
     const std::string bytes = Pattern(5000);
     for (const int language : {1, 0}) {
         m_source = L"\\\\.\\pipe\\talvenor" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
@@ -366,7 +368,7 @@ TEST_F(CopyPartFileTest, AReadErrorIsReportedAndLeavesTheBytesBefore)
         });
         const CLanguageScope scope(language);
         EXPECT_EQ(CFileMisc::CopyPartFile(m_source, m_target), 1);
-        // Frees the server in case the copy never reached it.
+        // Unblocks the server thread if the copy never connected.
         OpenAsOther(m_source, GENERIC_READ, 0).reset();
         server.join();
         EXPECT_EQ(m_messages.TakeTexts(),
@@ -379,7 +381,7 @@ TEST_F(CopyPartFileTest, WriteErrorIsReported)
 {
     m_target = L"Z:\\dev\\full";
     if (!OpenAsOther(m_target, GENERIC_WRITE, 0)) {
-        GTEST_SKIP() << "skipped: only Wine's host has a device on which no space is left";
+        GTEST_SKIP() << "skipped: only Wine's host has a device that is always full";
     }
     const std::string bytes = Pattern(5000);
     WriteBytes(m_source, bytes);
@@ -418,24 +420,25 @@ TEST_F(FileMiscTest, ScanOfAnEmptyOrMissingFolderAddsNothing)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-TEST_F(ReadOnlyTest, SetReadOnlySetsArchiveAndTheTimeToo)
+TEST_F(ReadOnlyTest, SetReadOnlyAlsoSetsTheArchiveAttributeAndTheTime)
 {
     Prepare(0);
-    ASSERT_FALSE(IsModifiedNow());
+    ASSERT_FALSE(WasJustModified());
     EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
     EXPECT_TRUE(IsReadOnly(m_path));
-    EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U) << "cannot fail under Wine: each file has it";
-    EXPECT_TRUE(IsModifiedNow());
+    // Under Wine every file has the archive attribute.
+    EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U);
+    EXPECT_TRUE(WasJustModified());
     EXPECT_EQ(ReadBytes(m_path), "part");
 }
 
-TEST_F(ReadOnlyTest, ClearReadOnlySetsArchiveAndTheTimeToo)
+TEST_F(ReadOnlyTest, ClearReadOnlyAlsoSetsTheArchiveAttributeAndTheTime)
 {
     Prepare(FILE_ATTRIBUTE_READONLY);
     EXPECT_EQ(CFileMisc::ClearReadOnly(m_path), L"");
     EXPECT_FALSE(IsReadOnly(m_path));
     EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U);
-    EXPECT_TRUE(IsModifiedNow());
+    EXPECT_TRUE(WasJustModified());
 }
 
 TEST_F(ReadOnlyTest, NothingIsWrittenIfNothingChanges)
@@ -443,11 +446,11 @@ TEST_F(ReadOnlyTest, NothingIsWrittenIfNothingChanges)
     Prepare(FILE_ATTRIBUTE_READONLY);
     EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
     EXPECT_TRUE(IsReadOnly(m_path));
-    EXPECT_FALSE(IsModifiedNow());
+    EXPECT_FALSE(WasJustModified());
     Prepare(0);
     EXPECT_EQ(CFileMisc::ClearReadOnly(m_path), L"");
     EXPECT_FALSE(IsReadOnly(m_path));
-    EXPECT_FALSE(IsModifiedNow());
+    EXPECT_FALSE(WasJustModified());
 }
 
 TEST_F(ReadOnlyTest, OtherAttributesAreKept)
@@ -455,7 +458,7 @@ TEST_F(ReadOnlyTest, OtherAttributesAreKept)
     Prepare(FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
     constexpr DWORD kOthers = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
     if ((Status().attributes & kOthers) != kOthers) {
-        GTEST_SKIP() << "the file system of the temporary folder keeps no hidden and system attributes";
+        GTEST_SKIP() << "the file system of the temporary folder does not store hidden and system attributes";
     }
     EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
     EXPECT_EQ(Status().attributes & kOthers, kOthers);
@@ -481,7 +484,7 @@ TEST_F(ReadOnlyTest, AFileThatCannotBeChangedIsReported)
     const std::wstring path = L"Z:\\proc\\self\\status";
     CFileStatus status;
     if (!CFile::GetStatus(path, status)) {
-        GTEST_SKIP() << "this system has no file at hand whose attributes nobody may change";
+        GTEST_SKIP() << "this system has no known file whose attributes nobody may change";
     }
     const CLanguageScope english(0);
     EXPECT_EQ(CFileMisc::ClearReadOnly(path), L"Access to \"" + path + L"\" was denied");
@@ -495,13 +498,13 @@ TEST_F(FitPathTest, WholeTextIsKeptWhenItFits)
     EXPECT_NE(Fit(prefix, path, WidthOf(prefix + path) - 1), prefix + path);
 }
 
-TEST_F(FitPathTest, NothingStaysNothing)
+TEST_F(FitPathTest, EmptyTextStaysEmpty)
 {
     EXPECT_EQ(Fit(L"", L"", 100), L"");
     EXPECT_EQ(Fit(L"", L"", -1), L"");
 }
 
-TEST_F(FitPathTest, FirstBackslashFromWhichTheRestFits)
+TEST_F(FitPathTest, CutsAtTheFirstBackslashFromWhichTheRestFits)
 {
     const std::wstring path = L"C:\\parts\\Mapped\\N_ISO_4017.sldprt";
     const std::wstring fromFirst = L"to: ...\\parts\\Mapped\\N_ISO_4017.sldprt";
@@ -551,7 +554,7 @@ TEST_F(MapFileTest, HeaderAloneHoldsNoEntries)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-TEST_F(MapFileTest, ReadsRecordsInFileOrderAndReplacesTheLastOnes)
+TEST_F(MapFileTest, ReadsRecordsInFileOrderAndReplacesThoseReadBefore)
 {
     EXPECT_EQ(Read(std::string(kHeader) + "z.sldprt ; y.sldprt ; Norm 1\r\na.sldprt ; b.sldprt ; \r\n"),
               kRead);
@@ -562,7 +565,7 @@ TEST_F(MapFileTest, ReadsRecordsInFileOrderAndReplacesTheLastOnes)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-TEST_F(MapFileTest, BareLineFeedsAndALastLineWithoutAnEndAreRead)
+TEST_F(MapFileTest, ReadsBareLineFeedsAndAnUnterminatedLastLine)
 {
     EXPECT_EQ(Read("; comment\n\n \ta ; b ; c ; d\t\n;b;c\nlast;;\n"), kRead);
     EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"a", L"b", L"c ; d"}}));
@@ -626,14 +629,14 @@ TEST_F(MapFileTest, LockedFileIsReportedInTheObjectsOwnLanguage)
     EXPECT_TRUE(m_files.m_lstEntries.GetCount() == 0);
 }
 
-TEST_F(MapFileTest, FolderOfThatNameCannotBeRead)
+TEST_F(MapFileTest, AFolderInPlaceOfTheMapFileIsReported)
 {
     std::filesystem::create_directory(m_path);
     EXPECT_EQ(m_files.ReadMapFile(m_path), kUnreadable);
     EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::MapNotRead.In(Language::german, m_path)});
 }
 
-TEST_F(MapFileTest, FileIsOpenForOthersWhileItIsRead)
+TEST_F(MapFileTest, ReadsAFileThatIsOpenForWritingElsewhere)
 {
     WriteBytes(m_path, "a;b;c\r\n");
     const UniqueHandle other =
@@ -667,7 +670,7 @@ TEST_F(MapFileTest, PathMayHoldCharactersThatTheCodePageHasInOneByte)
 
 TEST_F(MapFileTest, PathWithACharacterThatHasNoByteCannotBeRead)
 {
-    const std::wstring folder = m_folder / L"日本";  // two bytes each, or none
+    const std::wstring folder = m_folder / L"日本";  // two bytes each in code page 932, none in 1252
     std::filesystem::create_directory(folder);
     WriteBytes(folder + L"\\PartsMap.txt", "a;b;c\r\n");
     EXPECT_EQ(m_files.ReadMapFile(folder + L"\\PartsMap.txt"), kUnreadable);
@@ -704,7 +707,7 @@ TEST_F(MapFileTest, RecordsRoundTrip)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-// An empty standard-parts folder gives such paths.
+// Without a standard-parts folder, these paths begin with two backslashes and so name a computer.
 TEST_F(FileMiscTest, NoNetworkComputerIsAskedForAFolderOrAMapFile)
 {
     const CNetworkWatch network;
@@ -725,7 +728,7 @@ TEST_F(FileMiscTest, NoNetworkComputerIsAskedForAFolderOrAMapFile)
     EXPECT_EQ(network.m_paths, Texts{});
     EXPECT_EQ(CFileMisc::CreateFolder(L"\\\\server\\Mapped"), 1);
     EXPECT_EQ(m_messages.TakeTexts().size(), 1U);
-    EXPECT_EQ(network.m_paths.size(), 2U) << "the watch sees what is asked of the network";
+    EXPECT_EQ(network.m_paths.size(), 2U) << "the watch missed a network access";
 }
 
 TEST_F(FileMiscTest, OnlyTextModeTranslatesLineEnds)
@@ -737,7 +740,8 @@ TEST_F(FileMiscTest, OnlyTextModeTranslatesLineEnds)
         ASSERT_EQ(CFileMisc::OpenOutputFile(output, path8, text), 0);
         output << "a\nb\n";
         output.close();
-        EXPECT_EQ(ReadBytes(path), text ? "a\r\nb\r\n" : "a\nb\n") << "and what was there before is gone";
+        EXPECT_EQ(ReadBytes(path), text ? "a\r\nb\r\n" : "a\nb\n")
+            << "wrong line ends, or the file was not truncated";
     }
     WriteBytes(path, "a\r\nb");
     for (const bool text : {true, false}) {
@@ -801,7 +805,7 @@ TEST_F(FileMiscTest, PathIsRepresentableWhenTheCodePageHasOneByteForEachCharacte
     struct Case
     {
         const wchar_t* path;
-        std::vector<UINT> codePages;  // in which it is
+        std::vector<UINT> codePages;  // in which the path is representable
     };
     const Case cases[] = {{L"\\\\?\\D:\\Größe", {1252, 1250, 1251, 932, 65001}},
                           {L"D:\\Normteile – 2024", {1252, 1250, 1251}},
@@ -822,7 +826,7 @@ TEST_F(FileMiscTest, PathIsRepresentableWhenTheCodePageHasOneByteForEachCharacte
 
 TEST_F(FileMiscTest, StreamsOpenTheGivenPath)
 {
-    // In 1250 both have the byte 0xF5.
+    // Both become 0xF5: õ by its code, ő by code page 1250.
     const std::wstring byItsCode = m_folder / L"õ.txt";
     const std::wstring byTheCodePage = m_folder / L"ő.txt";
     const Path8 first = CFileMisc::PathToBytes(byItsCode, 1250);
@@ -856,14 +860,14 @@ TEST_F(FileMiscTest, StreamsDoNotOpenAPathThatIsNotRepresentable)
     EXPECT_EQ(CFileMisc::OpenInputFile(input, CFileMisc::PathToBytes(path, 1250), true), 0);
 }
 
-TEST_F(FileMiscTest, HasTheNameRules)
+TEST_F(FileMiscTest, AppliesTheNameRules)
 {
     std::wstring name = L" M8 ";
     EXPECT_TRUE(CFileMisc::EnsureExtension(name, L"sldprt"));
     EXPECT_EQ(name, L"M8.sldprt");
     EXPECT_FALSE(CFileMisc::EnsureExtension(name, L""));
     name = L"M8.ÄÖÜÉßя";
-    EXPECT_TRUE(CFileMisc::EnsureExtension(name, L"äöüéßЯ")) << "letters of any kind count without case";
+    EXPECT_TRUE(CFileMisc::EnsureExtension(name, L"äöüéßЯ")) << "case was not ignored";
     EXPECT_EQ(name, L"M8.ÄÖÜÉßя");
     name = L"a|b<c>..sldprt";
     EXPECT_EQ(CFileMisc::SanitizeFileName(name), 3);

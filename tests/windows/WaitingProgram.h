@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
 
 #include "tests/support/OwnFolder.h"
 #include "tests/support/StartProgram.h"
@@ -27,7 +26,7 @@ class CWaitingProcess
 public:
     explicit CWaitingProcess(const std::wstring& image) : m_program(StartProgram(L"\"" + image + L"\""))
     {
-        // Messages can be posted from then on.
+        // Until it has a message queue to post to.
         WaitForInputIdle(m_program.process.get(), 10'000);
     }
     CWaitingProcess(CWaitingProcess&&) = default;
@@ -44,7 +43,7 @@ public:
     void ShowMainWindow() const
     {
         Post(WM_APP);
-        EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindMainWindow()) != FALSE; }));
+        EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindOwnWindow()) != FALSE; }));
     }
     void ShowPrompt() const
     {
@@ -54,13 +53,13 @@ public:
     void ShowSplashScreen() const
     {
         Post(WM_APP + 4);
-        EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindMainWindow()) != FALSE; }));
+        EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindOwnWindow()) != FALSE; }));
     }
     // Returns when the window is gone.
     void CloseMainWindow() const
     {
-        PostMessageW(FindMainWindow(), WM_CLOSE, 0, 0);
-        EXPECT_TRUE(WaitFor([] { return FindMainWindow() == nullptr; }));
+        PostMessageW(FindOwnWindow(), WM_CLOSE, 0, 0);
+        EXPECT_TRUE(WaitFor([] { return FindOwnWindow() == nullptr; }));
     }
     void StartAnother() const { Post(WM_APP + 2); }
     void EndLater(DWORD milliseconds) const { Post(WM_APP + 3, milliseconds); }
@@ -81,7 +80,7 @@ public:
 private:
     static constexpr const wchar_t* kTitle = L"window of waitingprogram";
 
-    static HWND FindMainWindow() { return FindWindowW(L"Static", kTitle); }
+    static HWND FindOwnWindow() { return FindWindowW(L"Static", kTitle); }
 
     void Post(UINT message, WPARAM parameter = 0) const
     {
