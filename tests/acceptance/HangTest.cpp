@@ -1,0 +1,100 @@
+// A CAD server that hangs is left with one click and one answer.
+#include <algorithm>
+
+#include "tests/acceptance/RunFailureTest.h"
+
+namespace {
+
+class HangTest : public RunFailureTest
+{
+protected:
+    // Starts a run and waits until the server hangs.
+    void RunIntoHang(const CProgramUnderTest& program, const std::string& call) const
+    {
+        program.Click(IDC_START);
+        if (call == "Exit") {
+            ExpectMessage(program, expected::kFinished.Current());
+        }
+        ASSERT_TRUE(WaitFor([&] { return HasHung(call); }));
+    }
+
+    [[nodiscard]] bool HasHung(const std::string& call) const
+    {
+        const Lines log = m_server.Log();
+        return std::ranges::any_of(log, [&](const std::string& line) {
+            return line.find(" " + call + " ") != std::string::npos && line.ends_with(" hangs");
+        });
+    }
+
+    // Clicks, and answers the question with Yes. While a call waits, Wine's COM wakes for posted messages
+    // only, and takes the one by which the program makes it ask the filter again without asking; so messages
+    // that do nothing are posted with the click and after the answer. Windows needs neither.
+    static void GiveUp(const CProgramUnderTest& program, HWND control)
+    {
+        const DWORD thread = GetWindowThreadProcessId(program.MainWindow(), nullptr);
+        const POINT middle = MiddleOf(control);
+        WaitUntilOnTop(control, middle);
+        ClickAt(middle);
+        EXPECT_TRUE(WaitForBox(program, thread));
+        ExpectQuestion(program, expected::kEndCad.Current(), IDYES);
+        PostThreadMessageW(thread, WM_NULL, 0, 0);
+    }
+
+    static bool WaitForBox(const CProgramUnderTest& program, DWORD thread)
+    {
+        constexpr DWORD kPause = 200;  // milliseconds
+        const auto isOpen = [&] {
+            PostThreadMessageW(thread, WM_NULL, 0, 0);
+            return CMessageBoxOnScreen::Find(program.ProcessId()).has_value();
+        };
+        return WaitFor(isOpen, kPatience, kPause);
+    }
+
+    static void WaitUntilStalled()
+    {
+        constexpr DWORD kStallTime = 60'000;  // milliseconds; from then on the program asks at a click
+        Sleep(kStallTime + 1'000);
+    }
+};
+
+// Two programs, each with a library and a server of its own, so that one minute is enough for both. A server
+// that hangs serves no other client.
+TEST_F(HangTest, OneClickAndOneAnswerLeaveAHangInTheRunAndInTheEndCall)
+{
+    AddParts(3);
+    m_server.SetScript("fault file=2.sldprt call=GetConfiguration hang\n");
+    const CProgramUnderTest inTheRun;
+    RunIntoHang(inTheRun, "GetConfiguration");
+
+    const CTestLibrary library;
+    library.AddPart(L"N_ISO_1_M8.sldprt", {L"x"});
+    m_registry.SetPartsFolder(library.Path());
+    m_server.SetScript("fault call=Exit hang\n");
+    {
+        const CProgramUnderTest atTheEnd;
+        RunIntoHang(atTheEnd, "Exit");
+        m_server.SetScript("");
+        WaitUntilStalled();
+        EXPECT_EQ(nullptr, atTheEnd.ProgressDialog());
+        EXPECT_FALSE(IsWindowEnabled(atTheEnd.MainWindow()));
+        GiveUp(atTheEnd, atTheEnd.MainWindow());
+        atTheEnd.WaitForRest();
+        EXPECT_EQ(library.MapHeader() + RecordOf(1), library.MapFileBytes());
+        EXPECT_EQ((Rows{RowOf(1, Mark::converted)}), atTheEnd.List().Rows());
+    }
+
+    GiveUp(inTheRun, GetDlgItem(inTheRun.ProgressDialog(), IDCANCEL));
+    ExpectMessage(inTheRun, expected::kFinished.Current());
+    WaitForEndOfRun(inTheRun);
+    EXPECT_EQ(MapUpTo(3), m_library.MapFileBytes());
+    EXPECT_EQ((Rows{RowOf(1, Mark::converted), RowOf(2, Mark::converted), RowOf(3, Mark::converted)}),
+              inTheRun.List().Rows());
+    EXPECT_EQ(L"Norm 1", BomNameOf(1));
+    EXPECT_EQ(L"", BomNameOf(2)) << "the part is copied but not updated";
+    EXPECT_EQ(L"Norm 3", BomNameOf(3));
+    const std::string start = "- start version=30";
+    EXPECT_EQ((Lines{start, start, start, "- end reason=asked open="}), m_server.Life())
+        << "the hanging servers were ended by force";
+}
+
+}  // namespace
