@@ -158,9 +158,9 @@ def main():
         print(f"| {kind} | {injected:,} | {passed:,} |")
     print(f"| **all** | **{total[0]:,}** | **{total[1]:,}** |")
     for name in missing:
-        print(f"\n**The group {name} was ended before it wrote a report: its faults are missing.**")
+        print(f"\n**The group {name} has no report: its faults are missing.**")
     for name in failed:
-        print(f"\n**{name} failed, whatever its faults did.**")
+        print(f"\n**{name} failed.**")
     if skipped:
         print("\nNot injected, as the machine lacks what they need:\n")
         print("\n".join(skipped))
