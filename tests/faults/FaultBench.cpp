@@ -400,7 +400,8 @@ std::string CFaultBench::Run(const ServerScript& script)
     m_model->m_copyOnly = m_copyOnly;
     m_model->m_life = m_life;
     const RunOutcome expected = m_model->Run(script);
-    CServerProcess process;  // until the server has ended: would end one that it could not ask to
+    // Lives until the server has ended, as in the program: its destructor ends a server that is still tied.
+    CServerProcess process;
     Convert(script, process);
     if (m_afterRun) {
         m_afterRun();

@@ -10,7 +10,8 @@ namespace {
 
 constexpr const char* kException = "0x80020009";  // DISP_E_EXCEPTION in the log
 constexpr const char* kRejectTime = "20000";      // milliseconds; longer than the rest of the session
-constexpr const char* kShortRejectTime = "400";   // until the second try: the first is made after 250 ms
+// So that one question is asked: the second try, after 250 ms, is rejected, too, and the third is served.
+constexpr const char* kShortRejectTime = "400";
 
 // Date codes of the server: just below the oldest supported release, and the default.
 constexpr long kTooOld = 1999249;
