@@ -31,7 +31,7 @@ WINDOWS_KEY, WINDOWS_BUILD = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVers
 OLDEST_BUILD = "15063"  # that the package accepts
 TOO_OLD_BUILDS = (None, "9600", "15062")  # 9600 is the greatest as a text; None: no such value
 PROGRAM_FOLDER, OTHER_FOLDER = "C:\\Program Files\\Talvenor\\", "C:\\Another folder\\"
-PARTS = "C:\Zelmar\Normteile"
+PARTS = "C:\\Zelmar\\Normteile"
 NO_RESOURCES = sources.texts("kNoResources")
 
 # What a removal may leave behind, and why.
