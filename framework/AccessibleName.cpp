@@ -24,8 +24,8 @@ IAccPropServicesPtr PropertyServices()
 class CRowNames final : public IAccPropServer
 {
 public:
-    CRowNames(IAccPropServicesPtr services, RowName nameOf)
-        : m_services(std::move(services)), m_nameOf(std::move(nameOf))
+    CRowNames(const IAccPropServicesPtr& services, RowName nameOf)
+        : m_services(services), m_nameOf(std::move(nameOf))
     {
     }
     CRowNames(const CRowNames&) = delete;

@@ -56,10 +56,10 @@ void CheckRoundTrip(const UTtab_entry& entry, const std::wstring& mapPath)
     const UTtab_entry read{PlainStrip(AsWritten(entry.strOriginal)), PlainStrip(AsWritten(entry.strRenamed)),
                            PlainStrip(AsWritten(entry.strBomName))};
     const std::string before = FormatMapRecord(neighbour, QuestionMark) + "\n";
-    Require(
-        ReadMap(header + before + line + "\n" + before) == MapReading{false, 0, {neighbour, read, neighbour}},
-        "the reader returns what the writer wrote");
-    Require(ReadMap(header + line) == MapReading{false, 0, {read}},
+    Require(ReadMap(header + before + line + "\n" + before) ==
+                MapReading{std::nullopt, {neighbour, read, neighbour}},
+            "the reader returns what the writer wrote");
+    Require(ReadMap(header + line) == MapReading{std::nullopt, {read}},
             "the reader returns a last record without a line end");
 }
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -133,7 +134,9 @@ public:
         Register(windowClass);
         SubclassWindow(::CreateWindowExW(0, windowClass, L"window of a test", style, 40, 40, 640, 480, parent,
                                          nullptr, ::GetModuleHandleW(nullptr), nullptr));
-        EXPECT_NE(m_hWnd, nullptr);
+        if (m_hWnd == nullptr) {
+            throw std::runtime_error("a test's window cannot be created");
+        }
     }
     ~CPlainWindow() override { CWnd::DestroyWindow(); }
 

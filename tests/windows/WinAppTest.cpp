@@ -64,7 +64,7 @@ TEST(WinApp, NoClickWaitsBehindMoreThanOneKey)
     CNotingWindow window;
     DrainMessages();
     window.m_wanted = {WM_LBUTTONDOWN, WM_KEYDOWN};
-    for (const WPARAM key : {'A', 'B', 'C'}) {
+    for (const wchar_t key : {L'A', L'B', L'C'}) {
         window.PostMessage(WM_KEYDOWN, key);
     }
     window.PostMessage(WM_LBUTTONDOWN);
