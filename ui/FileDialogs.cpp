@@ -8,6 +8,7 @@
 
 #include "files/Paths.h"
 #include "framework/Language.h"
+#include "framework/ScopeExit.h"
 
 namespace {
 
@@ -22,6 +23,13 @@ struct ShellFree
     using pointer = PIDLIST_ABSOLUTE;  // to unaligned memory, where the compiler tells
     void operator()(pointer items) const { CoTaskMemFree(items); }
 };
+
+std::wstring WorkingFolder()
+{
+    std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
+    folder.resize(GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
+    return folder;
+}
 
 }  // namespace
 
@@ -58,6 +66,9 @@ std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder)
     request.lpstrTitle = title.c_str();
     request.Flags =
         OFN_HIDEREADONLY | OFN_ALLOWMULTISELECT | OFN_PATHMUSTEXIST | OFN_FILEMUSTEXIST | OFN_EXPLORER;
+    // The dialog makes the picked folder the working folder, which nobody could rename or delete then.
+    // OFN_NOCHANGEDIR does not prevent it ("OPENFILENAMEW structure").
+    const CScopeExit restore([folder = WorkingFolder()] { SetCurrentDirectoryW(folder.c_str()); });
     if (GetOpenFileNameW(&request) == FALSE) {
         return std::nullopt;
     }

@@ -373,7 +373,6 @@ protected:
 
     CZelmarRegistry m_registry;
     const CTempFolder m_folder;
-    const CWorkingFolderScope m_workingFolder{std::filesystem::current_path()};  // the file dialog changes it
     const std::wstring m_parts = m_folder / L"parts";
     const std::wstring m_mapFile = m_parts + L"\\Mapped\\PartsMap.txt";
     const Texts m_threeRows{L"N_ISO_1_a.sldprt > 1_a.sldprt > a-1 *",
@@ -1058,6 +1057,20 @@ TEST_P(FileDialogTest, FilesOfTheSameFolderAreAddedAsAChange)
         EXPECT_EQ(List().GetItemCount(), 2);
     });
     EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+// A working folder cannot be renamed or deleted.
+TEST_P(FileDialogTest, TheWorkingFolderStays)
+{
+    AddThreeParts();
+    const std::filesystem::path before = std::filesystem::current_path();
+    Run([this] {
+        m_answer = IDNO;
+        Add(MakeOtherFolder() + L"\\N_ISO_9_y.sldprt");
+        Add(L"");
+    });
+    EXPECT_EQ(std::filesystem::current_path(), before);
+    EXPECT_EQ(TakeBoxes(), Texts{OtherFolderQuestion()});
 }
 
 TEST_P(FileDialogTest, FilesOfAnotherFolderReplaceTheListAfterAYes)
