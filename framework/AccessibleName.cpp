@@ -58,13 +58,19 @@ public:
         DWORD object = 0;
         DWORD child = CHILDID_SELF;
         VariantInit(value);
-        *hasValue =
-            SUCCEEDED(m_services->DecomposeHwndIdentityString(identity, length, &list, &object, &child)) &&
-                    child != CHILDID_SELF
-                ? TRUE
-                : FALSE;
-        if (*hasValue != FALSE) {
-            *value = _variant_t(m_nameOf(static_cast<int>(child) - 1).c_str()).Detach();
+        *hasValue = FALSE;
+        if (FAILED(m_services->DecomposeHwndIdentityString(identity, length, &list, &object, &child)) ||
+            child == CHILDID_SELF) {
+            return S_OK;
+        }
+        try {
+            const std::wstring name = m_nameOf(static_cast<int>(child) - 1);
+            if (!name.empty()) {
+                *value = _variant_t(name.c_str()).Detach();
+                *hasValue = TRUE;
+            }
+        } catch (...) {  // must not leave through COM
+            *hasValue = FALSE;
         }
         return S_OK;
     }

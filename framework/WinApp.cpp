@@ -49,8 +49,8 @@ void ReturnHeldInput()
     }
 }
 
-// Ends the process at the place of the throw, by an exception that no handler can catch
-// ("RaiseFailFastException function"). Windows Error Reporting records it.
+// Ends the process by an exception that no handler can catch ("RaiseFailFastException function"). The stack
+// is still that of the throw: a dump shows it.
 [[noreturn]] void FailFast()
 {
     RaiseFailFastException(nullptr, nullptr, 0);

@@ -500,6 +500,9 @@ void CConvList::Widen(int column, int step) const
 
 std::wstring CConvList::SpokenName(int row) const
 {
+    if (row < 0 || row >= GetItemCount()) {
+        return {};
+    }
     return GetItemText(row, kColumnOriginal) + L", " + (IsPending(row) ? kPending : kConverted).Current();
 }
 

@@ -29,7 +29,7 @@ public:
     // Ends an open edit with its text and returns the focus to the list.
     void EndEdit() const;
 
-    // What a screen reader says for a row: its part file and its mark.
+    // What a screen reader says for a row: its part file and its mark. Empty without such a row.
     [[nodiscard]] std::wstring SpokenName(int row) const;
 
     // Widens the columns by an extra width of the list, in pixels, each in proportion to its own width and up

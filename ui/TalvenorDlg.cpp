@@ -483,12 +483,17 @@ LRESULT CTalvenorDlg::OnSetCursor(WPARAM, LPARAM lParam)
 
 // During a run the session has to wait until the part in hand is finished; not for the answer to the message
 // after it. The message was sent, so no automation call could be made here.
-LRESULT CTalvenorDlg::OnQueryEndSession(WPARAM, LPARAM)
+LRESULT CTalvenorDlg::OnQueryEndSession(WPARAM, LPARAM lParam)
 {
     if (!CLongOperation::IsActive()) {
         return Default();
     }
-    CWinApp::Get()->SetSessionEnding(true);
+    // A setup program that wants to replace a file asks alike, but the session goes on ("WM_QUERYENDSESSION
+    // message").
+    const auto reason = static_cast<DWORD>(lParam);
+    if ((reason & ENDSESSION_CLOSEAPP) == 0 || (reason & ENDSESSION_CRITICAL) != 0) {
+        CWinApp::Get()->SetSessionEnding(true);
+    }
     return FALSE;
 }
 

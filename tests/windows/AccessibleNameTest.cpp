@@ -91,6 +91,8 @@ TEST(ConvListSpokenName, IsThePartFileAndItsMark)
         EXPECT_EQ(window.m_list.SpokenName(0), L"N_0.sldprt, umgesetzt");
         EXPECT_EQ(window.m_list.SpokenName(1), L"N_1.sldprt, vorgemerkt");
     }
+    EXPECT_EQ(window.m_list.SpokenName(5), L"");
+    EXPECT_EQ(window.m_list.SpokenName(-1), L"");
     const CLanguageScope english(0);
     EXPECT_EQ(window.m_list.SpokenName(0), L"N_0.sldprt, converted");
     EXPECT_EQ(window.m_list.SpokenName(1), L"N_1.sldprt, marked for conversion");

@@ -1769,6 +1769,20 @@ TEST_P(BusyDialogTest, TheEndOfTheSessionLetsTheCurrentRowFinishAndShowsNoMessag
     EXPECT_EQ(m_log.back(), L"application Exit method");
 }
 
+TEST_P(BusyDialogTest, ASetupProgramThatWantsItClosedDoesNotEndTheRun)
+{
+    m_application.On(kOpenDocument, [&](FakeCall& call) {
+        EXPECT_EQ(m_dialog->SendMessage(WM_QUERYENDSESSION, 0, ENDSESSION_CLOSEAPP), FALSE);
+        EXPECT_FALSE(CWinApp::IsSessionEnding());
+        return AnswerObject(nullptr)(call);
+    });
+    Run([&] {
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{Finished()});
+        EXPECT_EQ(List().CountPendingRows(), 0);
+    });
+}
+
 TEST_P(BusyDialogTest, AnEndOfTheSessionDespiteTheRefusalEndsTheRunToo)
 {
     m_application.On(kOpenDocument, [&](FakeCall& call) {
