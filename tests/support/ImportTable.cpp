@@ -14,6 +14,9 @@ Structure* At(DWORD offset)
 
 void Replace(void** entry, void* function, void** original)
 {
+    if (*entry == function) {
+        return;
+    }
     DWORD protection = 0;
     VirtualProtect(entry, sizeof *entry, PAGE_READWRITE, &protection);
     *original = *entry;

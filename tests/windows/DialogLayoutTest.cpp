@@ -137,12 +137,7 @@ BOOL WINAPI MapDialogRectScaled(HWND dialog, RECT* rect)
 class DialogLayoutScaling : public testing::Test
 {
 protected:
-    DialogLayoutScaling()
-    {
-        if (g_mapDialogRect == nullptr) {
-            RedirectImport("MapDialogRect", &MapDialogRectScaled, &g_mapDialogRect);
-        }
-    }
+    DialogLayoutScaling() { RedirectImport("MapDialogRect", &MapDialogRectScaled, &g_mapDialogRect); }
     ~DialogLayoutScaling() override { g_percent = 100; }
 
     CPlainWindow m_window{nullptr, WS_POPUP | WS_VISIBLE};  // 640 x 480

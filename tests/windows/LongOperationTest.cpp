@@ -50,11 +50,9 @@ class LongOperationTest : public testing::Test
 protected:
     LongOperationTest()
     {
-        if (g_setState == nullptr) {
-            RedirectImport("SetThreadExecutionState", &NoteState, &g_setState);
-            RedirectImport("ShutdownBlockReasonCreate", &NoteReason, &g_create);
-            RedirectImport("ShutdownBlockReasonDestroy", &NoteNoReason, &g_destroy);
-        }
+        RedirectImport("SetThreadExecutionState", &NoteState, &g_setState);
+        RedirectImport("ShutdownBlockReasonCreate", &NoteReason, &g_create);
+        RedirectImport("ShutdownBlockReasonDestroy", &NoteNoReason, &g_destroy);
         g_calls = &m_calls;
         g_window = m_window.m_hWnd;
     }

@@ -487,9 +487,7 @@ LRESULT CALLBACK ResizeForScaling(WNDPROC procedure, HWND window, UINT message, 
 
 DuringScaling Scale(HWND dialog, WORD dpi)
 {
-    if (g_callWindowProc == nullptr) {
-        RedirectImport("CallWindowProcW", &ResizeForScaling, &g_callWindowProc);
-    }
+    RedirectImport("CallWindowProcW", &ResizeForScaling, &g_callWindowProc);
     SendMessageW(dialog, WM_DPICHANGED, MAKEWPARAM(dpi, dpi), reinterpret_cast<LPARAM>(&kSuggestedRect));
     return std::exchange(g_duringScaling, std::nullopt).value();
 }
