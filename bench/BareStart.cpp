@@ -1,9 +1,13 @@
-// The baseline of the program's start: a bare dialog with the same controls and texts.
+// The baseline for the program's start, memory and file size: a bare dialog with the same controls and texts.
 //
 //   barestart ROWS.tsv
 //
-// ROWS.tsv holds the three texts of one row per line. Runs until its window is closed.
+// ROWS.tsv holds the three texts of one row per line; other lines are skipped. Runs until the bench ends it
+// or its window gets SC_CLOSE.
 #include <windows.h>
+
+#include <string>
+#include <vector>
 
 #include "bench/BareDialog.h"
 #include "framework/Handles.h"
@@ -36,7 +40,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
     ShowWindow(dialog.Window(), SW_SHOW);
     MSG message{};
     while (IsWindow(dialog.Window()) != FALSE && GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (message.message == WM_SYSCOMMAND && message.wParam == SC_CLOSE) {
+        if (message.message == WM_SYSCOMMAND && (message.wParam & 0xFFF0) == SC_CLOSE) {
             break;
         }
         TranslateMessage(&message);

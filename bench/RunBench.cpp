@@ -131,7 +131,7 @@ void MeasureRecords(const std::wstring& folder, int rowCount)
         const std::wstring number = std::to_wstring(i);
         map += FormatMapRecord({L"N_" + number + L"_M8x40.sldprt", L"N_" + number + L"_M8x40.changed.sldprt",
                                 L"Norm " + number + L" - M8x40"},
-                               MapByteRuleOf(MapCodePage())) +
+                               MapEncoderOf(MapCodePage())) +
                "\r\n";
     }
     std::filesystem::create_directories(folder + L"\\Mapped");

@@ -206,7 +206,7 @@ private:
     {
         std::string text = FormatMapHeader(CFileMisc::PathToBytes(m_folder.Path(), MapCodePage()).bytes);
         for (const UTtab_entry& row : m_rows) {
-            text += FormatMapRecord(row, MapByteRuleOf(MapCodePage())) + "\r\n";
+            text += FormatMapRecord(row, MapEncoderOf(MapCodePage())) + "\r\n";
         }
         CreateDirectoryW((m_folder / L"Mapped").c_str(), nullptr);
         WriteBytes(m_folder / L"Mapped\\PartsMap.txt", text);

@@ -14,8 +14,7 @@ namespace {
 constexpr Text kCurrentConfiguration{L"Aktuelle Konfiguration:  ", L"Current Configuration:  "};
 constexpr Text kSetNewEntry{L"Setze neuen Stückl.-Eintrag:  ", L"Set new BOM entry:  "};
 constexpr Text kSavingFile{L"Schreibe Datei...", L"Saving file..."};
-// Only the German text mentions the current standard part. Unchanged since the first version: users look
-// messages up by their text.
+// Only the German text mentions the current standard part. Kept: users look messages up by their text.
 constexpr Text kReallyCancel{
     L"Wirklich abbrechen?\n"
     L"(Die Stücklisteneinträge der Konfigurationen des aktuellen Normteils "

@@ -34,8 +34,8 @@ void HandleStalledCalls(CStalledCallHandler* handler)
 }  // namespace
 
 CCadSession::CCadSession(CSldWorks& sldWorks, CServerProcess& process, std::wstring progId,
-                         CadPatience patience)
-    : m_sldWorks(sldWorks), m_process(process), m_progId(std::move(progId)), m_patience(patience)
+                         CadTimeouts timeouts)
+    : m_sldWorks(sldWorks), m_process(process), m_progId(std::move(progId)), m_timeouts(timeouts)
 {
 }
 
@@ -47,8 +47,8 @@ CCadSession::~CCadSession()
 CCadSession::Outcome CCadSession::Connect()
 {
     m_process.BeginRun(m_progId);
-    static_cast<void>(m_process.WaitForEnd(m_patience.forEnd));
-    return TryUntilLoaded();
+    static_cast<void>(m_process.WaitForEnd(m_timeouts.exit));
+    return ConnectWithRetries();
 }
 
 CCadSession::Outcome CCadSession::Reconnect()
@@ -57,10 +57,10 @@ CCadSession::Outcome CCadSession::Reconnect()
         return Outcome::notLoaded;
     }
     EndOldServer();
-    return TryUntilLoaded();
+    return ConnectWithRetries();
 }
 
-void CCadSession::LeaveToUser()
+void CCadSession::LeaveToUserIfShown()
 {
     static_cast<void>(m_process.IsOurs());
 }
@@ -84,22 +84,22 @@ void CCadSession::Release()
 
 // A class may stay registered while its server ends or before it can serve: calls fail then until it has
 // ended, or serves.
-CCadSession::Outcome CCadSession::TryUntilLoaded()
+CCadSession::Outcome CCadSession::ConnectWithRetries()
 {
-    const ULONGLONG end = GetTickCount64() + m_patience.forConnection;
+    const ULONGLONG end = GetTickCount64() + m_timeouts.connect;
     while (!m_givenUp && !CWinApp::IsSessionEnding()) {
-        const Attempt attempt = Try();
+        const Attempt attempt = TryToConnect();
         if (!IsServerMissing(attempt.status) || GetTickCount64() >= end || !m_process.WasAlive()) {
             return attempt.outcome;
         }
         Release();
-        static_cast<void>(WaitPainting(nullptr, m_patience.betweenTries));
+        static_cast<void>(WaitPainting(nullptr, m_timeouts.retryInterval));
         EndOldServer();
     }
     return Outcome::notLoaded;
 }
 
-CCadSession::Attempt CCadSession::Try()
+CCadSession::Attempt CCadSession::TryToConnect()
 {
     try {
         m_process.BeginConnect();
@@ -120,7 +120,7 @@ CCadSession::Attempt CCadSession::Try()
 void CCadSession::EndOldServer()
 {
     // The end of the Windows session ends the wait early; the system sees to the server then.
-    if (!m_process.WaitForEnd(m_patience.forEnd) && !CWinApp::IsSessionEnding()) {
+    if (!m_process.WaitForEnd(m_timeouts.exit) && !CWinApp::IsSessionEnding()) {
         m_process.Terminate();
     }
 }

@@ -8,59 +8,59 @@
 #include "framework/OleMessageFilter.h"
 #include "framework/ServerProcess.h"
 
-// How long a session waits for SOLIDWORKS, in milliseconds.
-struct CadPatience
+// In milliseconds.
+struct CadTimeouts
 {
-    DWORD forEnd = 30'000;          // of a server that was let go
-    DWORD forConnection = 120'000;  // while a server is on its way out or a new one on its way in
-    DWORD betweenTries = 500;
+    DWORD exit = 30'000;      // of a server that was released
+    DWORD connect = 120'000;  // after it, no new attempt while a server is exiting or starting
+    DWORD retryInterval = 500;
 };
 
-// A run's use of SOLIDWORKS: connects again after a failed call, waits for a server that is slow to start or
-// to go, and asks the user when a call does not return. Windows are painted while it waits. When the Windows
-// session ends, it waits no longer and does not connect.
+// A run's connection to SOLIDWORKS. Waits for a server that is slow to start or exit, and asks the user when
+// a call does not return. Windows are painted meanwhile. Once Windows ends the user's session, nothing waits
+// or connects any more.
 class CCadSession final : private CStalledCallHandler
 {
 public:
     enum class Outcome
     {
         connected,
-        notLoaded,  // a failed call for the version included
+        notLoaded,  // also when the version query fails
         tooOld
     };
 
-    // References must stay valid as long as the session. `process` outlives it: it knows the server of the
-    // session before.
-    CCadSession(CSldWorks& sldWorks, CServerProcess& process, std::wstring progId, CadPatience patience);
+    // References must stay valid as long as the object. `process` outlives it, as it remembers the server of
+    // the run before.
+    CCadSession(CSldWorks& sldWorks, CServerProcess& process, std::wstring progId, CadTimeouts timeouts);
     CCadSession(const CCadSession&) = delete;
     CCadSession& operator=(const CCadSession&) = delete;
     ~CCadSession() override;
 
-    // Connects and checks the version. A server that this program let go is waited for first, as it may still
-    // be reached, and refuses every call.
+    // Connects and checks the version. First waits for a server that this program started and released: one
+    // that is exiting can still be connected to, but fails every call.
     [[nodiscard]] Outcome Connect();
 
-    // The same after a failed call and Release. Ends the old server by force if it has not ended by itself.
-    // Fails at once when the user has given a server up that this program did not start.
+    // The same after a failed call and Release. Terminates the old server if this program started it, it
+    // shows no main window, and it does not exit in time. Fails at once when the user gave up on a server
+    // that could not be terminated.
     [[nodiscard]] Outcome Reconnect();
 
-    // Lets a server live on after this program if its main window has been shown: its user may work in it.
-    // Call it often, as this program may be killed at any time.
-    void LeaveToUser();
+    // If the server shows a main window now, lets it outlive this program: a user may be working in it. Call
+    // it often, as this program may be killed at any time.
+    void LeaveToUserIfShown();
 
-    // Ends SOLIDWORKS and releases it; does nothing without a connection. One that no longer answers is
-    // released all the same.
+    // Asks SOLIDWORKS to exit and releases it, even if that call fails. Does nothing when not connected.
     void Release();
 
 private:
     struct Attempt
     {
         Outcome outcome;
-        HRESULT status;  // of the failure
+        HRESULT status;  // of the failed call, else S_OK
     };
 
-    [[nodiscard]] Outcome TryUntilLoaded();
-    [[nodiscard]] Attempt Try();
+    [[nodiscard]] Outcome ConnectWithRetries();
+    [[nodiscard]] Attempt TryToConnect();
     void EndOldServer();
 
     [[nodiscard]] std::wstring Question() const override;
@@ -69,7 +69,7 @@ private:
     CSldWorks& m_sldWorks;
     CServerProcess& m_process;
     const std::wstring m_progId;
-    const CadPatience m_patience;
+    const CadTimeouts m_timeouts;
     bool m_connected = false;
-    bool m_givenUp = false;  // a server that this program did not start is no longer waited for
+    bool m_givenUp = false;  // by the user, on a server that could not be terminated
 };

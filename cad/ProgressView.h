@@ -2,7 +2,7 @@
 
 #include <string>
 
-// What the BOM entry writer and the conversion run need of the progress dialog. Bars range from 0 to 100.
+// The part of the progress dialog that the BOM entry writer uses. Bars range from 0 to 100.
 class CProgressView
 {
 public:
@@ -23,7 +23,7 @@ public:
     virtual void ClearCancelled() = 0;
     virtual void EnableCancel(bool enable) = 0;
 
-    // The Windows session ends; the run ends after the current part and asks nothing.
+    // The Windows session is ending: the run stops after the current part and asks nothing.
     [[nodiscard]] virtual bool IsSessionEnding() const = 0;
 
     // Translates and dispatches one pending message of the thread, if there is one.

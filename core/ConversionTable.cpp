@@ -40,8 +40,7 @@ constexpr Text kForbiddenCharacters{
     L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
     L"These characters are automatically replaced by underscores '_'."};
 
-// One blank between ";" and "=", two between the others. Unchanged since the first version: users look
-// messages up by their text.
+// One blank between ";" and "=", two between the others. Kept: users look messages up by their text.
 constexpr Text kForbiddenFeatureCharacters{
     L"Folgende Zeichen sind in den Feature-/Komponenten-Namen von SOLIDWORKS nicht erlaubt:\n"
     L"\t@  /  ; =\n\n"

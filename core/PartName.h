@@ -3,32 +3,32 @@
 #include <string>
 #include <string_view>
 
-// The values of the templates' fill-ins, cut out of a standard-part file name. A missing piece is empty.
+// What the templates' fill-ins stand for, taken from a standard-part file name. %2, the configuration name,
+// is not in the file name.
 struct PartNameValues
 {
-    std::wstring strNumDigits;  // %1: leading digits of the standard number
-    std::wstring strNumber;     // %3: standard number
+    std::wstring strNumDigits;  // %1: the digits at the start of strNumber
+    std::wstring strNumber;     // %3: text between prefix and next underscore, usually the standard number
     std::wstring strSize;       // %4: size or variant
-    std::wstring strPrefix;     // %5: standard prefix, always in upper case
+    std::wstring strPrefix;     // %5: prefix with its underscore, such as N_ISO_, in upper case
     std::wstring strExt;        // %6: extension without the dot
-    std::wstring strExtra1;     // %7: first field of the block between double underscores
-    std::wstring strExtra2;     // %8: second field of that block
+    std::wstring strExtra1;     // %7: a in the block __a__b__
+    std::wstring strExtra2;     // %8: b in it
 
     bool operator==(const PartNameValues&) const = default;
 };
 
-// Takes names of standard-part files apart: bare file names with extension, such as
-// "N_ISO_4017_M10x50.sldprt".
+// Splits the bare file names of standard parts, such as "N_ISO_4017_M10x50.sldprt".
 class Diverses
 {
 public:
-    // Never fails: a name outside the convention gives empty values.
+    // Never fails: a piece that the name lacks is empty.
     [[nodiscard]] static PartNameValues SplitPartName(std::wstring_view fileName);
 
-    // The same, into values that are reused to save allocations.
+    // The same; the strings of `values` keep their memory, which saves allocations.
     static void SplitPartName(std::wstring_view fileName, PartNameValues& values);
 
-    // The decimal digits at the start of the name's core, which is the text after the first prefix.size()
-    // characters, whatever they are, up to the last dot. Empty without a dot.
+    // Skips prefix.size() characters, whatever they are, and returns the ASCII digits that follow, up to the
+    // last dot. Empty without a dot.
     [[nodiscard]] static std::wstring LeadingDigits(std::wstring_view fileName, std::wstring_view prefix);
 };

@@ -37,8 +37,8 @@ constexpr Text kSourceNotOpened{
     L"Error: %2.\n"
     L"Maybe the file is already in use."};
 
-// %1 is the target, %2 the source, which the English text names. Unchanged since the first version: users
-// look messages up by their text.
+// The English text names the source (%2) instead of the target (%1). Kept: users look messages up by their
+// text.
 constexpr Text kTargetNotOpened{
     L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
     L"Die Ziel-Datei \"%1\" konnte nicht geöffnet werden.\n"
@@ -49,7 +49,7 @@ constexpr Text kTargetNotOpened{
     L"Error: %3.\n"
     L"Maybe the file is already in use."};
 
-// Without a full stop at the end, unlike the two above. Unchanged since the first version.
+// Kept without a full stop at the end, unlike the two above.
 constexpr Text kCopyFailed{
     L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
     L"Schreib-/Lesefehler beim Kopieren von\n"
@@ -65,7 +65,8 @@ constexpr Text kCopyFailed{
 constexpr Text kMapFileNotOpened{L"FEHLER: Datei '%1' kann nicht zum Lesen geöffnet werden!",
                                  L"ERROR: File '%1' cannot be opened for read access!"};
 
-// The path goes between lead and tail before the line number is put in: see FormatSyntaxError.
+// The path comes between lead and tail before %d is replaced, so a %d in the path is replaced, too: see
+// FormatSyntaxError.
 constexpr Text kSyntaxErrorLead{L"Syntax-Fehler in Zeile %d in\n", L"Syntax-Error in line %d in\n"};
 constexpr Text kSyntaxErrorTail{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
                                 L"\n\nThe file could not be evaluated completely."};
@@ -117,7 +118,7 @@ std::wstring ChangeReadOnly(const std::wstring& path, bool readOnly)
 {
     CFileStatus status;
     if (!CFile::GetStatus(path, status)) {
-        return path + L": File does not exist.";  // English only: no caller shows it
+        return path + L": File does not exist.";
     }
     if (((status.attributes & FILE_ATTRIBUTE_READONLY) != 0) == readOnly) {
         return {};
@@ -140,7 +141,7 @@ bool Fits(HDC dc, const std::wstring& text, int width)
            extent.cx <= width;
 }
 
-// The runtime library lets others read and write the file meanwhile.
+// The runtime library opens the file so that others may read and write it, too.
 template <class Stream>
 int OpenStream(Stream& stream, const Path8& path8, std::ios::openmode mode, bool text)
 {
@@ -229,7 +230,7 @@ std::wstring CFileMisc::FitPathToWidth(HDC dc, const std::wstring& prefix, const
 CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
 {
     m_lstEntries.RemoveAll();
-    if (IsShare(path) || !Exists(path)) {
+    if (IsShare(path) || !PathExists(path)) {
         return {false, false};
     }
     std::vector<char> buffer(kReadBufferSize);
@@ -250,8 +251,8 @@ CFileMisc::MapFileState CFileMisc::ReadMapFile(const std::wstring& path)
 
 Path8 CFileMisc::PathToBytes(const std::wstring& path, UINT codePage)
 {
-    const MapByteRule byteFor = MapByteRuleOf(codePage);
-    return {EncodeMapText(path, byteFor), path, HasMapBytes(path, byteFor)};
+    const MapEncoder encoder = MapEncoderOf(codePage);
+    return {EncodeMapText(path, encoder), path, HasMapBytes(path, encoder)};
 }
 
 int CFileMisc::OpenInputFile(std::ifstream& stream, const Path8& path8, bool text)

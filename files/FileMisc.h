@@ -57,8 +57,8 @@ public:
     [[nodiscard]] static std::wstring SetReadOnly(const std::wstring& path);
     [[nodiscard]] static std::wstring ClearReadOnly(const std::wstring& path);
 
-    // Returns prefix and path, with the start of the path replaced by "..." so that both fit `width` pixels
-    // in the device context's font; preferably up to a backslash. When not even one character of the path
+    // Returns prefix + path. If that is wider than `width` pixels, the start of the path is replaced by "..."
+    // in the device context's font, preferably up to a backslash. When not even one character of the path
     // fits: the prefix and "...".
     [[nodiscard]] static std::wstring FitPathToWidth(HDC dc, const std::wstring& prefix,
                                                      const std::wstring& path, int width);
@@ -68,7 +68,7 @@ public:
     MapFileState ReadMapFile(const std::wstring& path);
 
     // Returns a path in the 8-bit form that OpenInputFile and OpenOutputFile take: characters up to U+00FF by
-    // their codes, others by their bytes in the code page (MapByteFor).
+    // their codes, others by their bytes in the code page (EncodeMapCharacter).
     [[nodiscard]] static Path8 PathToBytes(const std::wstring& path, UINT codePage);
 
     // Open the stream in text mode (LF in memory, CR LF in the file) or binary; an output file is created or

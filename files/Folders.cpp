@@ -6,7 +6,7 @@
 
 namespace {
 
-// The root of a drive or share has volume information even where it has no attributes of its own.
+// Whether the path is the root of a volume. GetFileAttributesW fails for the roots of some shares.
 bool IsVolume(std::wstring path)
 {
     if (path.starts_with(L"\\\\") && !path.ends_with(L"\\")) {
@@ -17,7 +17,7 @@ bool IsVolume(std::wstring path)
 
 }  // namespace
 
-bool Exists(const std::wstring& path)
+bool PathExists(const std::wstring& path)
 {
     return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
@@ -28,9 +28,9 @@ bool IsFolder(const std::wstring& path)
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-bool FolderExists(const std::wstring& path)
+bool PathOrVolumeExists(const std::wstring& path)
 {
-    return Exists(path) || IsVolume(path);
+    return PathExists(path) || IsVolume(path);
 }
 
 bool SameFolder(const std::wstring& left, const std::wstring& right)

@@ -4,8 +4,8 @@ namespace {
 
 constexpr UINT kWesternEurope = 1252;
 
-// 0 when the system's locale has none, as Hindi. Queried by the locale's name, as Wine 8 does not know
-// LOCALE_NAME_SYSTEM_DEFAULT.
+// Returns 0 if the system's locale has no ANSI code page (Hindi, for example). Queried by the locale's name,
+// as Wine 8 does not know LOCALE_NAME_SYSTEM_DEFAULT.
 UINT AnsiCodePageOfLocale()
 {
     wchar_t name[LOCALE_NAME_MAX_LENGTH] = L"";
@@ -34,11 +34,11 @@ UINT ChooseMapCodePage(UINT ansiOfProcess, UINT ansiOfLocale)
     return ansiOfLocale != 0 && ansiOfLocale != CP_UTF8 ? ansiOfLocale : kWesternEurope;
 }
 
-char MapByteFor(wchar_t character, UINT codePage)
+char EncodeMapCharacter(wchar_t character, UINT codePage)
 {
     char bytes[2] = {};
     const int count = ::WideCharToMultiByte(codePage, 0, &character, 1, bytes, 2, nullptr, nullptr);
-    // Decoding rejects a best fit, such as "a" for "ā".
+    // The comparison rejects a best fit, such as "a" for "ā".
     std::wstring decoded;
     DecodeMapText({bytes, 1}, codePage, decoded);
     return count == 1 && decoded == std::wstring(1, character) ? bytes[0] : '?';
@@ -46,16 +46,16 @@ char MapByteFor(wchar_t character, UINT codePage)
 
 void DecodeMapText(std::string_view bytes, UINT codePage, std::wstring& text)
 {
-    // No code page decodes to more characters than bytes.
+    // A byte sequence of any code page gives at most as many UTF-16 units as it has bytes.
     const int size = static_cast<int>(bytes.size());
     text.resize(bytes.size());
     const int length = ::MultiByteToWideChar(codePage, 0, bytes.data(), size, text.data(), size);
     text.resize(static_cast<std::size_t>(length));
 }
 
-MapByteRule MapByteRuleOf(UINT codePage)
+MapEncoder MapEncoderOf(UINT codePage)
 {
-    return [codePage](wchar_t character) { return MapByteFor(character, codePage); };
+    return [codePage](wchar_t character) { return EncodeMapCharacter(character, codePage); };
 }
 
 MapDecoder MapDecoderOf(UINT codePage)

@@ -10,8 +10,7 @@
 // The parts map file is 8-bit text in a code page of Windows. The functions take a code page by its number,
 // such as 1252, and support every code page that the system has.
 
-// Returns the code page of the map file on this system: the ANSI code page of the process or, where that is
-// UTF-8, what ChooseMapCodePage returns.
+// Returns what ChooseMapCodePage chooses for this process and system.
 [[nodiscard]] UINT MapCodePage();
 
 // Returns the ANSI code page of the process (GetACP) unless that is UTF-8, which takes more than one byte for
@@ -19,13 +18,13 @@
 // missing (0), Windows-1252.
 [[nodiscard]] UINT ChooseMapCodePage(UINT ansiOfProcess, UINT ansiOfLocale);
 
-// Returns the byte of a character above U+00FF if the code page has one that decodes to exactly this
-// character, otherwise '?'.
-[[nodiscard]] char MapByteFor(wchar_t character, UINT codePage);
+// Returns the one byte that the code page decodes to exactly this character, which is above U+00FF; '?' if
+// there is none.
+[[nodiscard]] char EncodeMapCharacter(wchar_t character, UINT codePage);
 
 // Decodes the bytes into text. Bytes that are invalid in the code page become the system's default character.
 void DecodeMapText(std::string_view bytes, UINT codePage, std::wstring& text);
 
-// Return MapByteFor and DecodeMapText bound to a code page, for MapLine.h.
-[[nodiscard]] MapByteRule MapByteRuleOf(UINT codePage);
+// Return EncodeMapCharacter and DecodeMapText bound to a code page.
+[[nodiscard]] MapEncoder MapEncoderOf(UINT codePage);
 [[nodiscard]] MapDecoder MapDecoderOf(UINT codePage);

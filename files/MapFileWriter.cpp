@@ -36,7 +36,7 @@ bool CMapFileWriter::AppendHeader()
 
 bool CMapFileWriter::Append(const UTtab_entry& record)
 {
-    return AppendText(FormatMapRecord(record, MapByteRuleOf(m_codePage)) + '\n');
+    return AppendText(FormatMapRecord(record, MapEncoderOf(m_codePage)) + '\n');
 }
 
 bool CMapFileWriter::AppendText(const std::string& text)

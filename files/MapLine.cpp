@@ -35,9 +35,9 @@ bool TakeField(std::wstring_view& rest, std::wstring_view& field)
 }
 
 // A line break, which a template set from outside may contain, would split the record: it becomes a blank.
-std::string EncodeField(std::wstring_view field, const MapByteRule& byteFor)
+std::string EncodeField(std::wstring_view field, const MapEncoder& encoder)
 {
-    std::string bytes = EncodeMapText(field.substr(0, kMapFieldMaxBytes), byteFor);
+    std::string bytes = EncodeMapText(field.substr(0, kMapFieldMaxBytes), encoder);
     const auto breaksLine = [](char byte) { return byte == '\n' || byte == '\r'; };
     std::ranges::replace_if(bytes, breaksLine, ' ');
     return bytes;
@@ -63,27 +63,27 @@ bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry)
     return true;
 }
 
-std::string EncodeMapText(std::wstring_view text, const MapByteRule& byteFor)
+std::string EncodeMapText(std::wstring_view text, const MapEncoder& encoder)
 {
     std::string bytes;
     bytes.reserve(text.size());
     for (const wchar_t character : text) {
-        bytes += character <= kLastByItsCode ? static_cast<char>(character) : byteFor(character);
+        bytes += character <= kLastByItsCode ? static_cast<char>(character) : encoder(character);
     }
     return bytes;
 }
 
-bool HasMapBytes(std::wstring_view text, const MapByteRule& byteFor)
+bool HasMapBytes(std::wstring_view text, const MapEncoder& encoder)
 {
-    return std::ranges::all_of(text, [&byteFor](wchar_t character) {
-        return character <= kLastByItsCode || byteFor(character) != '?';
+    return std::ranges::all_of(text, [&encoder](wchar_t character) {
+        return character <= kLastByItsCode || encoder(character) != '?';
     });
 }
 
-std::string FormatMapRecord(const UTtab_entry& entry, const MapByteRule& byteFor)
+std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder)
 {
-    return EncodeField(entry.strOriginal, byteFor) + " ; " + EncodeField(entry.strRenamed, byteFor) + " ; " +
-           EncodeField(entry.strBomName, byteFor);
+    return EncodeField(entry.strOriginal, encoder) + " ; " + EncodeField(entry.strRenamed, encoder) + " ; " +
+           EncodeField(entry.strBomName, encoder);
 }
 
 std::string FormatMapHeader(std::string_view mapPath8)

@@ -24,23 +24,23 @@ inline constexpr std::size_t kMapFieldMaxBytes = 259;
 // Returns false, with the entry unchanged, when a semicolon is missing or has nothing before it.
 bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry);
 
-// Returns the byte of a character above U+00FF, '?' for one that has none.
-using MapByteRule = std::function<char(wchar_t)>;
+// Returns the byte of a character above U+00FF (EncodeMapCharacter).
+using MapEncoder = std::function<char(wchar_t)>;
 
 // Decodes the bytes of a line into a text.
 using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text)>;
 
 // Returns the text as bytes: characters up to U+00FF by their codes, whatever the code page, others by
-// byteFor (not empty).
-[[nodiscard]] std::string EncodeMapText(std::wstring_view text, const MapByteRule& byteFor);
+// encoder (not empty).
+[[nodiscard]] std::string EncodeMapText(std::wstring_view text, const MapEncoder& encoder);
 
 // Whether each character of the text has a byte, so that none becomes '?'.
-[[nodiscard]] bool HasMapBytes(std::wstring_view text, const MapByteRule& byteFor);
+[[nodiscard]] bool HasMapBytes(std::wstring_view text, const MapEncoder& encoder);
 
 // Returns one record line without its line end. Each field is truncated to kMapFieldMaxBytes, and line breaks
 // in it become blanks. With an empty BOM name the line ends in "; ", as in existing map files. The line may
 // be longer than the reader takes.
-[[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapByteRule& byteFor);
+[[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder);
 
 // Returns the four lines at the top of the file, each ending in "\n". mapPath8: the file's full path as
 // bytes.

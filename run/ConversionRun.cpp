@@ -28,8 +28,7 @@ constexpr Text kCadNotLoaded{
 constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert sein.",
                           L"SOLIDWORKS 99/250 is required."};
 
-// Without quotes around the path, unlike the reader's message. Unchanged since the first version: users look
-// messages up by their text.
+// Without quotes around the path, unlike the reader's message. Kept: users look messages up by their text.
 constexpr Text kMapFileNotOpened{L"FEHLER: Datei %1 kann nicht zum Schreiben geöffnet werden!",
                                  L"ERROR: File %1 cannot be opened for write access!"};
 constexpr Text kMapFileNotWritten{
@@ -79,7 +78,7 @@ CConversionRun::CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWo
     , m_sldWorks(sldWorks)
     , m_view(view)
     , m_options(std::move(options))
-    , m_cad(sldWorks, server, m_options.progId, m_options.cadPatience)
+    , m_cad(sldWorks, server, m_options.progId, m_options.cadTimeouts)
 {
 }
 
@@ -325,7 +324,7 @@ void CConversionRun::FinishRow(const Row& row)
 {
     m_table.MarkConverted(row.index);
     m_table.ScrollIntoView(row.index);
-    m_cad.LeaveToUser();
+    m_cad.LeaveToUserIfShown();
     m_progress->PumpOneMessage();
 }
 

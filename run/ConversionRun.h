@@ -17,7 +17,7 @@ struct ConversionOptions
     std::wstring standardPartsFolder;
     std::wstring progId;  // of the SOLIDWORKS version that writes the BOM names
     bool copyOnly;        // no BOM names, SOLIDWORKS is not loaded
-    CadPatience cadPatience{};
+    CadTimeouts cadTimeouts{};
 };
 
 // One conversion run: copies the pending rows' files under their new names into the "Mapped" folder, records

@@ -8,7 +8,7 @@
 
 namespace {
 
-// The shortest time between two forced repaints, in milliseconds: faster changes cannot be read.
+// Refresh repaints at most once in this many milliseconds: faster changes cannot be read.
 constexpr ULONGLONG kPaintInterval = 40;
 
 }  // namespace
@@ -38,7 +38,7 @@ void CProgressFileCopy::RefreshAtOnce()
 {
     UpdateData(false);
     for (const HWND window : {m_hWnd, GetWindow(m_hWnd, GW_OWNER)}) {
-        if (window != nullptr) {  // null would be the desktop
+        if (window != nullptr) {  // RedrawWindow(nullptr) would repaint the desktop
             RedrawWindow(window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
         }
     }

@@ -19,11 +19,11 @@ public:
     void SetSecondText(const std::wstring& text) override { m_strSecond = text; }
     void SetThirdText(const std::wstring& text) override { m_strThird = text; }
 
-    // Sets the texts of the controls, and repaints the dialog and its owner unless that was done a moment
-    // ago.
+    // Sets the texts of the controls, and repaints the dialog and its owner unless they were repainted in the
+    // last 40 ms.
     void Refresh() override;
 
-    // The same, always with a repaint: for texts that show while the program waits.
+    // Like Refresh, but always repaints: for a text that must be visible before the program waits.
     void RefreshAtOnce();
 
     void SetFilePosition(int position) override { m_wndFileBar.SetPos(position); }
@@ -32,15 +32,15 @@ public:
     [[nodiscard]] bool IsCancelled() const override { return m_nCancelled != 0; }
     void ClearCancelled() override { m_nCancelled = 0; }
 
-    // When it enables the button, it also gives it the focus if the dialog is active: a disabled button loses
-    // the focus, and Escape would no longer reach the dialog.
+    // Enabling the button in the active dialog also sets the focus to it: a disabled button with the focus
+    // gets no keys, and Escape would stay without effect.
     void EnableCancel(bool enable) override;
 
     [[nodiscard]] bool IsSessionEnding() const override;
 
     void PumpOneMessage() override;
 
-    // Return prefix and path, with the path shortened so that both fit the first or the second line.
+    // Return prefix + path for the first or second line, with the path shortened until the whole fits.
     [[nodiscard]] std::wstring FitToFirstLine(const std::wstring& prefix, const std::wstring& path) const;
     [[nodiscard]] std::wstring FitToSecondLine(const std::wstring& prefix, const std::wstring& path) const;
 

@@ -402,7 +402,7 @@ bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 {
     const int id = LOWORD(command);
     const bool harmless = id == IDCANCEL || id == IDC_HELP_BUTTON || id == IDC_BROWSE || id == IDC_COPY_ONLY;
-    if (!m_bFolderRefused || harmless || HIWORD(command) != BN_CLICKED || FolderExists(TypedFolder())) {
+    if (!m_bFolderRefused || harmless || HIWORD(command) != BN_CLICKED || PathOrVolumeExists(TypedFolder())) {
         return false;
     }
     if (::GetFocus() != m_wndSourceDir.m_hWnd) {
@@ -610,7 +610,7 @@ std::wstring CTalvenorDlg::TypedFolder() const
 // moving to the button that closes the window.
 bool CTalvenorDlg::CheckTypedFolder(const std::wstring& folder) const
 {
-    if (FolderExists(folder)) {
+    if (PathOrVolumeExists(folder)) {
         return true;
     }
     if (::GetFocus() != GetDlgItem(IDCANCEL)) {
@@ -771,7 +771,7 @@ void CTalvenorDlg::TakeChosenVersion()
 bool CTalvenorDlg::MayOverwriteMapFile() const
 {
     const std::wstring mapFile = MapFilePath(m_strSourceDir);
-    if (IsShare(mapFile) || !Exists(mapFile)) {
+    if (IsShare(mapFile) || !PathExists(mapFile)) {
         return true;
     }
     const std::wstring question = FillPlaceholders(kOverwrite.Current(), {kMapFileName, m_strSourceDir});
@@ -792,6 +792,6 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
 
 void CTalvenorDlg::OnHelp()
 {
-    const std::wstring document = Exists(m_strHelpFile) ? m_strHelpFile : OwnManual();
+    const std::wstring document = PathExists(m_strHelpFile) ? m_strHelpFile : OwnManual();
     ShellExecuteW(m_hWnd, L"open", document.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "tests/acceptance/RunFailureTest.h"
+#include "tests/support/Rects.h"
 
 namespace {
 
@@ -50,6 +51,15 @@ protected:
         return WaitFor(isOpen, kPatience, kPause);
     }
 
+    // There no dialog in the middle of the screen covers the middle of the window.
+    static void MoveToCorner(HWND window)
+    {
+        const RECT place = RectOf(window);
+        const int x = GetSystemMetrics(SM_CXSCREEN) - (place.right - place.left);
+        const int y = GetSystemMetrics(SM_CYSCREEN) - (place.bottom - place.top);
+        SetWindowPos(window, nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    }
+
     static void WaitUntilStalled()
     {
         constexpr DWORD kStallTime = 60'000;  // milliseconds; from then on the program asks at a click
@@ -72,6 +82,7 @@ TEST_F(HangTest, OneClickAndOneAnswerLeaveAHangInTheRunAndInTheEndCall)
     m_server.SetScript("fault call=Exit hang\n");
     {
         const CProgramUnderTest atTheEnd;
+        MoveToCorner(atTheEnd.MainWindow());
         RunIntoHang(atTheEnd, "Exit");
         m_server.SetScript("");
         WaitUntilStalled();

@@ -448,14 +448,14 @@ void CFaultBench::Convert(const ServerScript& script, CServerProcess& process)
 
 void CFaultBench::MakeRun(CServerProcess& process)
 {
-    CadPatience patience;
+    CadTimeouts timeouts;
     if (m_life != ServerLife::reached) {
         // The first failed connection counts: a server that stays is always there to be tried again.
-        patience.forConnection = 0;
+        timeouts.connect = 0;
     }
     try {
         CConversionRun(m_mainWindow, m_table, m_sldWorks, process, *this,
-                       {m_runFolder, kCadProgId, m_copyOnly, patience})
+                       {m_runFolder, kCadProgId, m_copyOnly, timeouts})
             .Run();
     } catch (const CException& exception) {
         AddDifference("the run threw: " + ToUtf8(exception.GetErrorMessage()));

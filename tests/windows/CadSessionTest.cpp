@@ -46,7 +46,7 @@ protected:
     CadSessionTest()
     {
         m_application.On(kGetDateCode, AnswerLong(2024100));
-        m_session.emplace(m_sldWorks, *m_process, kProgId, m_patience);
+        m_session.emplace(m_sldWorks, *m_process, kProgId, m_timeouts);
     }
 
     void SetUp() override
@@ -64,9 +64,9 @@ protected:
         CWinApp::Get()->GetMessageFilter().SetBusyDelay(5'000);
     }
 
-    void SetPatience(const CadPatience& patience)
+    void SetTimeouts(const CadTimeouts& timeouts)
     {
-        m_session.emplace(m_sldWorks, *m_process, kProgId, patience);
+        m_session.emplace(m_sldWorks, *m_process, kProgId, timeouts);
     }
 
     // Lets each connection start a process of the server.
@@ -158,7 +158,7 @@ protected:
     CScriptedClass m_class{m_classId, m_application};
     CScratchClasses m_classes;
     std::deque<CWaitingProcess> m_servers;  // does not move them
-    const CadPatience m_patience{.forEnd = 400, .forConnection = 800, .betweenTries = 50};
+    const CadTimeouts m_timeouts{.exit = 400, .connect = 800, .retryInterval = 50};
     CSldWorks m_sldWorks;
     std::optional<CServerProcess> m_process{std::in_place};
     std::optional<CCadSession> m_session;
@@ -168,7 +168,7 @@ protected:
 
 TEST_F(CadSessionTest, AReconnectionWaitsUntilTheOldServerHasEnded)
 {
-    SetPatience({.forEnd = 10'000, .forConnection = 0, .betweenTries = 0});
+    SetTimeouts({.exit = 10'000, .connect = 0, .retryInterval = 0});
     const CWaitingProcess& server = LetGoOwnServer();
     server.EndLater(500);
     EXPECT_TRUE(WaitsForEndOf(server, &CCadSession::Reconnect));
@@ -179,7 +179,7 @@ TEST_F(CadSessionTest, AReconnectionEndsAnOldServerThatStays)
     const CWaitingProcess& server = LetGoOwnServer();
     const ULONGLONG start = GetTickCount64();
     EXPECT_TRUE(WaitsForEndOf(server, &CCadSession::Reconnect));
-    EXPECT_GE(GetTickCount64() - start, m_patience.forEnd - 20);
+    EXPECT_GE(GetTickCount64() - start, m_timeouts.exit - 20);
 }
 
 TEST_F(CadSessionTest, AReconnectionNeverEndsAnEarlierServer)
@@ -187,14 +187,14 @@ TEST_F(CadSessionTest, AReconnectionNeverEndsAnEarlierServer)
     const CWaitingProcess& server = LetGoEarlierServer();
     const ULONGLONG start = GetTickCount64();
     EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
-    EXPECT_LT(GetTickCount64() - start, m_patience.forEnd);
+    EXPECT_LT(GetTickCount64() - start, m_timeouts.exit);
     EXPECT_FALSE(server.Ends(kNotLong));
 }
 
 TEST_F(CadSessionTest, TheNextRunWaitsForTheServerOfTheLast)
 {
     const CWaitingProcess& server = LetGoOwnServer();
-    SetPatience({.forEnd = 10'000, .forConnection = 0, .betweenTries = 0});
+    SetTimeouts({.exit = 10'000, .connect = 0, .retryInterval = 0});
     server.EndLater(500);
     EXPECT_TRUE(WaitsForEndOf(server, &CCadSession::Connect));
 }
@@ -202,7 +202,7 @@ TEST_F(CadSessionTest, TheNextRunWaitsForTheServerOfTheLast)
 TEST_F(CadSessionTest, TheNextRunEndsNoServer)
 {
     const CWaitingProcess& server = LetGoOwnServer();
-    SetPatience(m_patience);
+    SetTimeouts(m_timeouts);
     m_class.m_onCreate = nullptr;
     EXPECT_EQ(m_session->Connect(), Outcome::connected);
     m_session->Release();
@@ -216,7 +216,7 @@ TEST_F(CadSessionTest, AReleaseDoesNotWait)
     const ULONGLONG start = GetTickCount64();
     m_session->Release();
     m_session.reset();
-    EXPECT_LT(GetTickCount64() - start, m_patience.forEnd);
+    EXPECT_LT(GetTickCount64() - start, m_timeouts.exit);
     EXPECT_FALSE(m_servers[0].Ends(0));
 }
 
@@ -242,7 +242,7 @@ TEST_F(CadSessionTest, AServerThatGoesWithoutAnAnswerIsLeftAlone)
         SCOPED_TRACE(status);
         m_session.reset();
         m_process.emplace();
-        SetPatience(m_patience);
+        SetTimeouts(m_timeouts);
         StartServers();
         m_application.On(kExit, [status](FakeCall&) { return status; });
         ASSERT_EQ(m_session->Connect(), Outcome::connected);
@@ -288,7 +288,7 @@ TEST_F(CadSessionTest, WindowsArePaintedWhileItWaits)
 
 TEST_F(CadSessionTest, TheEndOfTheWindowsSessionEndsTheWait)
 {
-    SetPatience({.forEnd = 20'000, .forConnection = 20'000, .betweenTries = 10'000});
+    SetTimeouts({.exit = 20'000, .connect = 20'000, .retryInterval = 10'000});
     const CWaitingProcess& server = LetGoOwnServer();
     CWinApp::Get()->SetSessionEnding(true);
     const ULONGLONG start = GetTickCount64();
@@ -311,7 +311,7 @@ TEST_F(CadSessionTest, RetriesWhileTheOldServerIsAlive)
         EXPECT_EQ(m_session->Reconnect(), Outcome::connected);
         EXPECT_EQ(m_class.m_created, 4);
         m_session->Release();
-        SetPatience(m_patience);
+        SetTimeouts(m_timeouts);
         FailConnections(3, status);
         EXPECT_EQ(m_session->Connect(), Outcome::connected) << "in the next run";
         m_session->Release();
@@ -359,7 +359,7 @@ TEST_F(CadSessionTest, RetriesWhileANewServerStarts)
 
 TEST_F(CadSessionTest, StopsTryingWhenTheServerIsGone)
 {
-    SetPatience({.forEnd = 0, .forConnection = 60'000, .betweenTries = 50});
+    SetTimeouts({.exit = 0, .connect = 60'000, .retryInterval = 50});
     LetGoEarlierServer();
     m_class.m_onCreate = [this] {
         if (m_class.m_created == 2) {
@@ -377,7 +377,7 @@ TEST_F(CadSessionTest, StopsTryingAfterTheTimeout)
     m_class.m_onCreate = [] { return kUnavailable; };
     const ULONGLONG start = GetTickCount64();
     EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
-    EXPECT_GE(GetTickCount64() - start, m_patience.forConnection);
+    EXPECT_GE(GetTickCount64() - start, m_timeouts.connect);
     EXPECT_GT(m_class.m_created, 3);
     EXPECT_LE(m_class.m_created, 17) << "there is a pause between the tries";
 }
@@ -404,7 +404,7 @@ TEST_F(CadSessionTest, ARejectedFirstCallIsNotRetried)
 
 TEST_F(CadSessionTest, AServerThatRefusesItsFirstCallIsReplaced)
 {
-    SetPatience({.forEnd = 200, .forConnection = 10'000, .betweenTries = 50});
+    SetTimeouts({.exit = 200, .connect = 10'000, .retryInterval = 50});
     StartServers();
     m_application.On(kGetDateCode, [this](FakeCall& call) {
         return m_servers.size() == 1 ? kUnavailable : AnswerLong(2024100)(call);
@@ -419,7 +419,7 @@ TEST_F(CadSessionTest, AServerThatRefusesItsFirstCallIsReplaced)
 TEST_F(CadSessionTest, AnOldServerThatRefusesTheNextRunIsEnded)
 {
     LetGoOwnServer();
-    SetPatience({.forEnd = 200, .forConnection = 10'000, .betweenTries = 50});
+    SetTimeouts({.exit = 200, .connect = 10'000, .retryInterval = 50});
     m_class.m_onCreate = [this] {
         if (m_servers[0].Ends(0)) {
             m_servers.emplace_back(m_image);
@@ -541,7 +541,7 @@ TEST_F(CadSessionTest, AServerThatItsUserWorksInIsLeftAlone)
     StartServers();
     ASSERT_EQ(m_session->Connect(), Outcome::connected);
     m_servers[0].ShowMainWindow();
-    m_session->LeaveToUser();
+    m_session->LeaveToUserIfShown();
     m_servers[0].CloseMainWindow();
     m_application.On(kExit, [](FakeCall&) { return E_FAIL; });
     m_session->Release();

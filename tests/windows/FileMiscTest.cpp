@@ -699,7 +699,7 @@ TEST_F(MapFileTest, RecordsRoundTrip)
     ASSERT_EQ(CFileMisc::OpenOutputFile(stream, path8, true), 0);
     stream << FormatMapHeader(path8.bytes);
     for (const UTtab_entry& entry : entries) {
-        stream << FormatMapRecord(entry, MapByteRuleOf(1252)) << '\n';
+        stream << FormatMapRecord(entry, MapEncoderOf(1252)) << '\n';
     }
     stream.close();
     EXPECT_EQ(m_files.ReadMapFile(m_path), kRead);

@@ -65,17 +65,17 @@ TEST(MapCodePage, KeepsUmlautsWhereTheProcessHasUtf8)
 {
     const UINT codePage = ChooseMapCodePage(CP_UTF8, 1252);
     const UTtab_entry entry{L"Größe – ä.sldprt", L"Maß €.sldprt", L"Norm ß"};
-    const std::string line = FormatMapRecord(entry, MapByteRuleOf(codePage));
+    const std::string line = FormatMapRecord(entry, MapEncoderOf(codePage));
     EXPECT_EQ(line,
               "Gr\xF6\xDF"
               "e \x96 \xE4.sldprt ; Ma\xDF \x80.sldprt ; Norm \xDF");
     const UTtab_entry read = ReadBack(line, codePage);
     EXPECT_EQ(read, entry);
-    EXPECT_EQ(FormatMapRecord(read, MapByteRuleOf(codePage)), line);
+    EXPECT_EQ(FormatMapRecord(read, MapEncoderOf(codePage)), line);
 }
 
 // The bytes are those of the tables that Microsoft and the Unicode Consortium publish.
-TEST(MapByteFor, GivesTheOneByteOfTheCodePage)
+TEST(EncodeMapCharacter, GivesTheOneByteOfTheCodePage)
 {
     struct Case
     {
@@ -94,31 +94,31 @@ TEST(MapByteFor, GivesTheOneByteOfTheCodePage)
         {L'ﾟ', {'?', '?', '?', '\xDF', '?'}}};
     for (const auto& [character, bytes] : kCases) {
         for (std::size_t i = 0; i < std::size(kCodePages); ++i) {
-            EXPECT_EQ(MapByteFor(character, kCodePages[i]), bytes[i])
+            EXPECT_EQ(EncodeMapCharacter(character, kCodePages[i]), bytes[i])
                 << std::hex << int{character} << " in " << std::dec << kCodePages[i];
         }
     }
 }
 
-TEST(MapByteFor, GivesAQuestionMarkForWhatHasNoByteOrMoreThanOne)
+TEST(EncodeMapCharacter, GivesAQuestionMarkForWhatHasNoByteOrMoreThanOne)
 {
-    EXPECT_EQ(MapByteFor(L'日', 932), '?') << "two bytes, 0x93 0xFA";
-    EXPECT_EQ(MapByteFor(L'Б', 932), '?') << "two bytes, 0x84 0x41";
-    EXPECT_EQ(MapByteFor(L'・', 932), '?') << "0x81 0x45, and what the system makes of 0x81 alone";
-    EXPECT_EQ(MapByteFor(L'ā', 65001), '?') << "two bytes, 0xC4 0x81";
-    EXPECT_EQ(MapByteFor(L'ā', 1252), '?') << "no likeness such as \"a\"";
-    EXPECT_EQ(MapByteFor(L'Ａ', 1252), '?') << "no likeness such as \"A\"";
-    EXPECT_EQ(MapByteFor(L'Ł', 1252), '?') << "no likeness such as \"L\"";
+    EXPECT_EQ(EncodeMapCharacter(L'日', 932), '?') << "two bytes, 0x93 0xFA";
+    EXPECT_EQ(EncodeMapCharacter(L'Б', 932), '?') << "two bytes, 0x84 0x41";
+    EXPECT_EQ(EncodeMapCharacter(L'・', 932), '?') << "0x81 0x45, and what the system makes of 0x81 alone";
+    EXPECT_EQ(EncodeMapCharacter(L'ā', 65001), '?') << "two bytes, 0xC4 0x81";
+    EXPECT_EQ(EncodeMapCharacter(L'ā', 1252), '?') << "no best fit such as \"a\"";
+    EXPECT_EQ(EncodeMapCharacter(L'Ａ', 1252), '?') << "no best fit such as \"A\"";
+    EXPECT_EQ(EncodeMapCharacter(L'Ł', 1252), '?') << "no best fit such as \"L\"";
     for (const UINT codePage : kCodePages) {
-        EXPECT_EQ(MapByteFor(static_cast<wchar_t>(0xD83D), codePage), '?') << codePage;
+        EXPECT_EQ(EncodeMapCharacter(static_cast<wchar_t>(0xD83D), codePage), '?') << codePage;
     }
 }
 
-TEST(MapByteFor, ReturnsTheCodeOfCharactersUpToFFForEachCodePage)
+TEST(EncodeMapCharacter, ReturnsTheCodeOfCharactersUpToFFForEachCodePage)
 {
     for (const UINT codePage : kCodePages) {
         for (wchar_t code = 0; code <= 0xFF; ++code) {
-            EXPECT_EQ(EncodeMapText(std::wstring(1, code), MapByteRuleOf(codePage)),
+            EXPECT_EQ(EncodeMapText(std::wstring(1, code), MapEncoderOf(codePage)),
                       std::string(1, static_cast<char>(code)))
                 << codePage;
         }
@@ -135,8 +135,8 @@ TEST(DecodeMapText, ReadsTheBytesInTheCodePage)
     EXPECT_EQ(Decoded("a;\xC3\xA4", 65001), L"a;ä");
 }
 
-// Two round-trips of a record.
-TEST(MapCodePage, GivesBackWhatItHasAtTheByteThatIsWritten)
+// Written, read and written again.
+TEST(MapCodePage, ARecordIsReadBackAsItsBytesDecode)
 {
     struct Case
     {
@@ -170,9 +170,9 @@ TEST(MapCodePage, GivesBackWhatItHasAtTheByteThatIsWritten)
                                      {932, L"ﾎﾞﾙﾄ M8", "\xCE\xDE\xD9\xC4 M8", L"ﾎﾞﾙﾄ M8"},
                                      {932, L"日 ¥", "? \xA5", L"? ･"}};
     for (const auto& [codePage, name, bytes, read] : cases) {
-        const std::string line = FormatMapRecord({name, name, name}, MapByteRuleOf(codePage));
+        const std::string line = FormatMapRecord({name, name, name}, MapEncoderOf(codePage));
         EXPECT_EQ(line, bytes + " ; " + bytes + " ; " + bytes) << codePage;
         EXPECT_EQ(ReadBack(line, codePage), (UTtab_entry{read, read, read})) << codePage;
-        EXPECT_EQ(FormatMapRecord({read, read, read}, MapByteRuleOf(codePage)), line) << codePage;
+        EXPECT_EQ(FormatMapRecord({read, read, read}, MapEncoderOf(codePage)), line) << codePage;
     }
 }
