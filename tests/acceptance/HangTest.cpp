@@ -1,5 +1,6 @@
 // A CAD server that hangs is left with one click and one answer.
 #include <algorithm>
+#include <functional>
 
 #include "tests/acceptance/RunFailureTest.h"
 #include "tests/support/Rects.h"
@@ -27,28 +28,33 @@ protected:
         });
     }
 
-    // Clicks, and answers the question with Yes. While a call waits, Wine's COM wakes for posted messages
-    // only, and takes the one by which the program makes it ask the filter again without asking; so messages
-    // that do nothing are posted with the click and after the answer. Windows needs neither.
+    // Clicks, and answers the question with Yes.
     static void GiveUp(const CProgramUnderTest& program, HWND control)
     {
-        const DWORD thread = GetWindowThreadProcessId(program.MainWindow(), nullptr);
         const POINT middle = MiddleOf(control);
         WaitUntilOnTop(control, middle);
         ClickAt(middle);
-        EXPECT_TRUE(WaitForBox(program, thread));
+        EXPECT_TRUE(WakeUntil(program, [&] { return HasBox(program); }));
         ExpectQuestion(program, expected::kEndCad.Current(), IDYES);
-        PostThreadMessageW(thread, WM_NULL, 0, 0);
     }
 
-    static bool WaitForBox(const CProgramUnderTest& program, DWORD thread)
+    // While a call waits, Wine's COM wakes for posted messages only, and takes the one by which the program
+    // makes it ask the filter again without asking; so messages that do nothing are posted to the program.
+    // Repeatedly, as a box that is closing takes them, too. Windows needs none.
+    static bool WakeUntil(const CProgramUnderTest& program, const std::function<bool()>& condition)
     {
         constexpr DWORD kPause = 200;  // milliseconds
-        const auto isOpen = [&] {
+        const DWORD thread = GetWindowThreadProcessId(program.MainWindow(), nullptr);
+        const auto wakeAndLook = [&] {
             PostThreadMessageW(thread, WM_NULL, 0, 0);
-            return CMessageBoxOnScreen::Find(program.ProcessId()).has_value();
+            return condition();
         };
-        return WaitFor(isOpen, kPatience, kPause);
+        return WaitFor(wakeAndLook, kPatience, kPause);
+    }
+
+    static bool HasBox(const CProgramUnderTest& program)
+    {
+        return CMessageBoxOnScreen::Find(program.ProcessId()).has_value();
     }
 
     // There no dialog in the middle of the screen covers the middle of the window.
@@ -89,12 +95,14 @@ TEST_F(HangTest, OneClickAndOneAnswerLeaveAHangInTheRunAndInTheEndCall)
         EXPECT_EQ(nullptr, atTheEnd.ProgressDialog());
         EXPECT_FALSE(IsWindowEnabled(atTheEnd.MainWindow()));
         GiveUp(atTheEnd, atTheEnd.MainWindow());
+        EXPECT_TRUE(WakeUntil(atTheEnd, [&] { return IsWindowEnabled(atTheEnd.MainWindow()) != FALSE; }));
         atTheEnd.WaitForRest();
         EXPECT_EQ(library.MapHeader() + RecordOf(1), library.MapFileBytes());
         EXPECT_EQ((Rows{RowOf(1, Mark::converted)}), atTheEnd.List().Rows());
     }
 
     GiveUp(inTheRun, GetDlgItem(inTheRun.ProgressDialog(), IDCANCEL));
+    EXPECT_TRUE(WakeUntil(inTheRun, [&] { return HasBox(inTheRun); }));
     ExpectMessage(inTheRun, expected::kFinished.Current());
     WaitForEndOfRun(inTheRun);
     EXPECT_EQ(MapUpTo(3), m_library.MapFileBytes());
