@@ -7,6 +7,22 @@
 
 namespace {
 
+// The start of an extended dialog template, which no header of the system declares ("DLGTEMPLATEEX
+// structure"). A resource is aligned for it.
+struct DialogTemplateStart
+{
+    WORD version;
+    WORD signature;
+    DWORD helpId;
+    DWORD exStyle;
+    DWORD style;
+    WORD itemCount;
+    short x;
+    short y;
+    short width;
+    short height;
+};
+
 // The WM_GETDLGCODE bits that only push buttons have.
 LRESULT PushButtonCode(HWND control)
 {
@@ -131,6 +147,14 @@ bool CDialog::OnInitDialog()
 {
     UpdateData(false);
     return true;
+}
+
+SIZE CDialog::TemplateSize() const
+{
+    const HINSTANCE module = GetResourceHandle();
+    const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(m_templateId), RT_DIALOG);
+    const auto* start = static_cast<const DialogTemplateStart*>(LockResource(LoadResource(module, found)));
+    return {start->width, start->height};
 }
 
 void CDialog::EndDialog(INT_PTR result)

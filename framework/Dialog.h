@@ -36,6 +36,9 @@ protected:
     virtual void OnOK() { EndDialog(IDOK); }
     virtual void OnCancel() { EndDialog(IDCANCEL); }
 
+    // The size of the client area in the dialog template, in dialog units.
+    [[nodiscard]] SIZE TemplateSize() const;
+
     // Ends the modal loop when the current handler returns.
     void EndDialog(INT_PTR result);
 

@@ -4,12 +4,59 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
+
+#include "framework/WindowFontDC.h"
 
 namespace {
 
 // MapDialogRect maps this many units to the width and height of an average character.
 constexpr int kUnitsPerWidth = 4;
 constexpr int kUnitsPerHeight = 8;
+
+bool IsSame(SIZE a, SIZE b)
+{
+    return a.cx == b.cx && a.cy == b.cy;
+}
+
+SIZE MappedCharacter(HWND dialog)
+{
+    RECT character{0, 0, kUnitsPerWidth, kUnitsPerHeight};
+    MapDialogRect(dialog, &character);
+    return {character.right, character.bottom};
+}
+
+// The average character of the dialog's font, as the dialog manager measures it ("How To Calculate Dialog
+// Base Units with Non-System-Based Font").
+SIZE MeasuredCharacter(HWND dialog)
+{
+    constexpr std::wstring_view kLetters = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    const CWindowFontDC dc(dialog);
+    SIZE extent{};
+    TEXTMETRICW metrics{};
+    GetTextExtentPoint32W(dc.Get(), kLetters.data(), static_cast<int>(kLetters.size()), &extent);
+    GetTextMetricsW(dc.Get(), &metrics);
+    return {(extent.cx / 26 + 1) / 2, metrics.tmHeight};
+}
+
+// Of the monitor that has the largest part of the window, without taskbar.
+RECT WorkAreaOf(HWND window)
+{
+    MONITORINFO monitor{};
+    monitor.cbSize = sizeof monitor;
+    GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
+    return monitor.rcWork;
+}
+
+SIZE SizeOf(const RECT& rect)
+{
+    return {rect.right - rect.left, rect.bottom - rect.top};
+}
+
+SIZE SmallerOf(SIZE a, SIZE b)
+{
+    return {std::min(a.cx, b.cx), std::min(a.cy, b.cy)};
+}
 
 RECT ClientRect(HWND window)
 {
@@ -36,10 +83,11 @@ bool IsComboBox(HWND control)
 
 }  // namespace
 
-void CDialogLayout::Begin(HWND dialog)
+void CDialogLayout::Begin(HWND dialog, SIZE natural)
 {
     m_dialog = dialog;
-    m_client = ToUnits(ClientRect(dialog));
+    m_first = {GetDpiForWindow(dialog), MappedCharacter(dialog), MeasuredCharacter(dialog)};
+    m_client = {0, 0, natural.cx, natural.cy};
     m_controls.clear();
     for (HWND control = GetWindow(dialog, GW_CHILD); control != nullptr;
          control = GetWindow(control, GW_HWNDNEXT)) {
@@ -93,25 +141,57 @@ void CDialogLayout::LimitSize(MINMAXINFO& limits) const
     AdjustWindowRectExForDpi(&window, static_cast<DWORD>(GetWindowLongW(m_dialog, GWL_STYLE)), FALSE,
                              static_cast<DWORD>(GetWindowLongW(m_dialog, GWL_EXSTYLE)),
                              GetDpiForWindow(m_dialog));
-    limits.ptMinTrackSize = {window.right - window.left, window.bottom - window.top};
+    const SIZE smallest = SmallerOf(SizeOf(window), SizeOf(WorkAreaOf(m_dialog)));
+    limits.ptMinTrackSize = {smallest.cx, smallest.cy};
+}
+
+void CDialogLayout::FitIntoWorkArea() const
+{
+    RECT window{};
+    GetWindowRect(m_dialog, &window);
+    const RECT work = WorkAreaOf(m_dialog);
+    const SIZE size = SmallerOf(SizeOf(window), SizeOf(work));
+    SetWindowPos(m_dialog, nullptr, std::clamp(window.left, work.left, work.right - size.cx),
+                 std::clamp(window.top, work.top, work.bottom - size.cy), size.cx, size.cy,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+// MapDialogRect may keep to the font that the dialog was created with (from knowledge). Where it has not
+// followed a change of the scaling, the dialog's present font decides and, if that is the old one, too, the
+// ratio of the scalings.
+SIZE CDialogLayout::Character() const
+{
+    const SIZE mapped = MappedCharacter(m_dialog);
+    const UINT dpi = GetDpiForWindow(m_dialog);
+    if (dpi == m_first.dpi || !IsSame(mapped, m_first.mapped)) {
+        return mapped;
+    }
+    const SIZE measured = MeasuredCharacter(m_dialog);
+    if (!IsSame(measured, m_first.measured)) {
+        return measured;
+    }
+    const auto scale = [&](LONG length) {
+        return MulDiv(length, static_cast<int>(dpi), static_cast<int>(m_first.dpi));
+    };
+    return {scale(mapped.cx), scale(mapped.cy)};
 }
 
 // Exact for what came from a template: a unit is larger than a pixel, so no two become the same.
 CDialogLayout::Place CDialogLayout::ToUnits(const RECT& pixels) const
 {
-    RECT character{0, 0, kUnitsPerWidth, kUnitsPerHeight};
-    MapDialogRect(m_dialog, &character);
-    const auto x = [&](LONG length) { return MulDiv(length, kUnitsPerWidth, character.right); };
-    const auto y = [&](LONG length) { return MulDiv(length, kUnitsPerHeight, character.bottom); };
+    const SIZE character = Character();
+    const auto x = [&](LONG length) { return MulDiv(length, kUnitsPerWidth, character.cx); };
+    const auto y = [&](LONG length) { return MulDiv(length, kUnitsPerHeight, character.cy); };
     return {x(pixels.left), y(pixels.top), x(pixels.right - pixels.left), y(pixels.bottom - pixels.top)};
 }
 
 // Maps position and size, as the dialog manager does, not the right and bottom edges.
 RECT CDialogLayout::ToPixels(const Place& place) const
 {
-    RECT mapped{place.x, place.y, place.width, place.height};
-    MapDialogRect(m_dialog, &mapped);
-    return {mapped.left, mapped.top, mapped.left + mapped.right, mapped.top + mapped.bottom};
+    const SIZE character = Character();
+    const auto x = [&](int units) { return MulDiv(units, character.cx, kUnitsPerWidth); };
+    const auto y = [&](int units) { return MulDiv(units, character.cy, kUnitsPerHeight); };
+    return {x(place.x), y(place.y), x(place.x) + x(place.width), y(place.y) + y(place.height)};
 }
 
 SIZE CDialogLayout::ExtraSize() const

@@ -512,10 +512,9 @@ void CConvList::ShareExtraWidth(int extra)
         return;  // the user's own changes stay
     }
     m_shares.resize(static_cast<std::size_t>(GetColumnCount()));
-    std::vector<int> own;
-    for (int column = 0; column < GetColumnCount(); ++column) {
-        own.push_back(std::max(GetColumnWidth(column) - m_shares[static_cast<std::size_t>(column)],
-                               Scaled(kMinColumnWidth)));
+    std::vector<int> own = ColumnWidths();
+    for (std::size_t column = 0; column < own.size(); ++column) {
+        own[column] = std::max(own[column] - m_shares[column], Scaled(kMinColumnWidth));
     }
     const int total = std::reduce(own.begin(), own.end());
     for (std::size_t column = 0; column < own.size(); ++column) {
@@ -525,10 +524,19 @@ void CConvList::ShareExtraWidth(int extra)
     }
 }
 
-void CConvList::ScaleColumns(int numerator, int denominator)
+std::vector<int> CConvList::ColumnWidths() const
 {
+    std::vector<int> widths;
     for (int column = 0; column < GetColumnCount(); ++column) {
-        SetColumnWidth(column, MulDiv(GetColumnWidth(column), numerator, denominator));
+        widths.push_back(GetColumnWidth(column));
+    }
+    return widths;
+}
+
+void CConvList::ScaleColumns(const std::vector<int>& widths, int numerator, int denominator)
+{
+    for (std::size_t column = 0; column < widths.size(); ++column) {
+        SetColumnWidth(static_cast<int>(column), MulDiv(widths[column], numerator, denominator));
     }
     for (int& share : m_shares) {
         share = MulDiv(share, numerator, denominator);

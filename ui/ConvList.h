@@ -36,8 +36,11 @@ public:
     // to the limit. A smaller one than before takes back what was given.
     void ShareExtraWidth(int extra);
 
-    // Changes the widths in the ratio of two numbers, such as DPIs.
-    void ScaleColumns(int numerator, int denominator);
+    // The widths of the columns, in pixels.
+    [[nodiscard]] std::vector<int> ColumnWidths() const;
+
+    // Gives each column its width in `widths`, changed in the ratio of two numbers, such as DPIs.
+    void ScaleColumns(const std::vector<int>& widths, int numerator, int denominator);
 
 protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override;

@@ -24,6 +24,21 @@ struct ShellFree
     void operator()(pointer items) const { CoTaskMemFree(items); }
 };
 
+// Returns false when the user cancelled.
+bool ShowFileDialog(OPENFILENAMEW& request)
+{
+    if (GetOpenFileNameW(&request) != FALSE) {
+        return true;
+    }
+    // The pattern in the buffer is no file name, so the dialog may not open ("CommDlgExtendedError
+    // function").
+    if (CommDlgExtendedError() != FNERR_INVALIDFILENAME) {
+        return false;
+    }
+    *request.lpstrFile = L'\0';
+    return GetOpenFileNameW(&request) != FALSE;
+}
+
 std::wstring WorkingFolder()
 {
     std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
@@ -69,7 +84,7 @@ std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder)
     // The dialog makes the picked folder the working folder, which nobody could rename or delete then.
     // OFN_NOCHANGEDIR does not prevent it ("OPENFILENAMEW structure").
     const CScopeExit restore([folder = WorkingFolder()] { SetCurrentDirectoryW(folder.c_str()); });
-    if (GetOpenFileNameW(&request) == FALSE) {
+    if (!ShowFileDialog(request)) {
         return std::nullopt;
     }
     return SplitPickedFiles(buffer.c_str());

@@ -128,6 +128,7 @@ bool CTalvenorDlg::OnInitDialog()
     SetDialogIcon();
     AnchorControls();
     PrepareList();
+    m_layout.FitIntoWorkArea();  // at 150 % the template is higher than a screen of 1366 x 768
     ReadFolders();
     if (!m_strInstallDir.empty()) {
         m_strHelpFile = JoinPath(m_strInstallDir, kHelpDocument.Current());
@@ -173,7 +174,7 @@ void CTalvenorDlg::SetDialogIcon()
 void CTalvenorDlg::AnchorControls()
 {
     using enum CDialogLayout::Edges;
-    m_layout.Begin(m_hWnd);
+    m_layout.Begin(m_hWnd, TemplateSize());
     m_layout.Anchor(IDC_SOURCE_DIR, left | top | right);
     m_layout.Anchor(IDC_MAPPED_DIR, left | top | right);
     m_layout.Anchor(IDC_BROWSE, top | right);
@@ -533,18 +534,20 @@ void CTalvenorDlg::Arrange()
 }
 
 // The system scales the dialog, its font and its controls ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration"), but
-// not the list's columns and images.
+// not the list's columns and images. The widths are read before its part, in case that a list view does scale
+// them.
 LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
 {
     m_wndList.EndEdit();
     // The list view keeps the row height of larger images, so they are removed first, and setting the font
     // again makes it measure the rows (from knowledge).
     m_wndList.SendMessage(LVM_SETIMAGELIST, LVSIL_STATE, 0);
+    const std::vector<int> widths = m_wndList.ColumnWidths();
     m_bScalingChanges = true;
     const LRESULT result = Default();
     m_bScalingChanges = false;
     const UINT before = std::exchange(m_nDpi, HIWORD(wParam));
-    m_wndList.ScaleColumns(static_cast<int>(m_nDpi), static_cast<int>(before));
+    m_wndList.ScaleColumns(widths, static_cast<int>(m_nDpi), static_cast<int>(before));
     Arrange();
     SetStateImages();
     const LRESULT font = m_wndList.SendMessage(WM_GETFONT, 0, 0);

@@ -74,7 +74,7 @@ TEST(ConvListWidths, ScalingIncludesTheShares)
 {
     CListWindow window({600, 300}, {{100}, {100}, {200}});
     window.m_list.ShareExtraWidth(40);
-    window.m_list.ScaleColumns(3, 2);
+    window.m_list.ScaleColumns(window.m_list.ColumnWidths(), 3, 2);
     EXPECT_EQ(Widths(window), (std::vector<int>{165, 165, 330}));
     window.m_list.ShareExtraWidth(0);
     EXPECT_EQ(Widths(window), (std::vector<int>{150, 150, 300}));

@@ -3,15 +3,22 @@
 #include <commctrl.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <ostream>
 
 #include "tests/support/ImportTable.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
+#include "tests/support/WorkAreaScope.h"
 
 namespace {
 
 constexpr RECT kRect{100, 50, 300, 150};
+
+// Of a CPlainWindow without a frame. A unit is a pixel, as the window is no dialog.
+constexpr SIZE kNatural{640, 480};
+
+constexpr RECT kLargeWorkArea{0, 0, 4000, 3000};
 
 struct Anchoring
 {
@@ -50,7 +57,7 @@ TEST_P(DialogLayout, EdgesKeepTheirDistance)
 {
     m_window.AddControl(L"BUTTON", 1, 0, kRect);
     m_window.AddControl(L"BUTTON", 2, 0, {5, 5, 20, 20});
-    m_layout.Begin(m_window.m_hWnd);
+    m_layout.Begin(m_window.m_hWnd, kNatural);
     m_layout.Anchor(1, GetParam().edges);
     m_layout.Anchor(77, L::right);  // no such control
     ResizeBy(m_window, 60, 40);
@@ -76,11 +83,19 @@ INSTANTIATE_TEST_SUITE_P(
                     Anchoring{
                         L::left | L::top | L::right | L::bottom, {100, 50, 360, 190}, {100, 50, 290, 130}}));
 
-TEST(DialogLayoutSize, TheFirstSizeIsTheSmallest)
+POINT SmallestSize(const CDialogLayout& layout)
+{
+    MINMAXINFO limits{};
+    layout.LimitSize(limits);
+    return limits.ptMinTrackSize;
+}
+
+TEST(DialogLayoutSize, TheTemplatesSizeWithTheFrameIsTheSmallest)
 {
     const CPlainWindow window;
+    const RECT client = window.GetClientRect();
     CDialogLayout layout;
-    layout.Begin(window.m_hWnd);
+    layout.Begin(window.m_hWnd, {client.right, client.bottom});
     ResizeBy(window, 100, 100);
     MINMAXINFO limits{};
     limits.ptMaxTrackSize = {3000, 2000};
@@ -91,14 +106,77 @@ TEST(DialogLayoutSize, TheFirstSizeIsTheSmallest)
     EXPECT_EQ(limits.ptMaxTrackSize.y, 2000);
 }
 
+TEST(DialogLayoutSize, AWindowCreatedSmallerThanItsTemplateGrowsToIt)
+{
+    const CPlainWindow window(nullptr, WS_POPUP);
+    window.AddControl(L"BUTTON", 1, 0, {500, 400, 600, 470});
+    ResizeBy(window, -200, -100);
+    CDialogLayout layout;
+    layout.Begin(window.m_hWnd, kNatural);
+    layout.Anchor(1, L::right | L::bottom);
+    EXPECT_EQ(SmallestSize(layout).x, 640);
+    EXPECT_EQ(SmallestSize(layout).y, 480);
+    layout.Arrange();
+    ExpectRect(window, 1, {300, 300, 400, 370});
+    ResizeBy(window, 200, 100);
+    layout.Arrange();
+    ExpectRect(window, 1, {500, 400, 600, 470});
+}
+
+class DialogLayoutWorkArea : public testing::Test
+{
+protected:
+    explicit DialogLayoutWorkArea(const RECT& workArea = kWorkArea) : m_workArea(workArea)
+    {
+        m_layout.Begin(m_window.m_hWnd, kNatural);
+    }
+
+    static constexpr RECT kWorkArea{20, 30, 620, 430};
+
+    void PlaceAt(const RECT& place) const
+    {
+        SetWindowPos(m_window.m_hWnd, nullptr, place.left, place.top, place.right - place.left,
+                     place.bottom - place.top, SWP_NOZORDER);
+    }
+    void ExpectPlace(const RECT& place) const { EXPECT_EQ(EdgesOf(RectOf(m_window.m_hWnd)), EdgesOf(place)); }
+
+    CWorkAreaScope m_workArea;
+    CPlainWindow m_window{nullptr, WS_POPUP};
+    CDialogLayout m_layout;
+};
+
+TEST_F(DialogLayoutWorkArea, TheSmallestSizeFitsIntoIt)
+{
+    EXPECT_EQ(SmallestSize(m_layout).x, 600);
+    EXPECT_EQ(SmallestSize(m_layout).y, 400);
+    m_workArea.Set({0, 0, 600, 1000});
+    EXPECT_EQ(SmallestSize(m_layout).x, 600);
+    EXPECT_EQ(SmallestSize(m_layout).y, 480);
+}
+
+TEST_F(DialogLayoutWorkArea, TheWindowIsMadeToFit)
+{
+    m_layout.FitIntoWorkArea();
+    ExpectPlace(kWorkArea);
+    PlaceAt({100, 200, 500, 700});
+    m_layout.FitIntoWorkArea();
+    ExpectPlace({100, 30, 500, 430});
+    PlaceAt({500, 0, 700, 300});
+    m_layout.FitIntoWorkArea();
+    ExpectPlace({420, 30, 620, 330});
+    PlaceAt({100, 100, 300, 300});
+    m_layout.FitIntoWorkArea();
+    ExpectPlace({100, 100, 300, 300});
+}
+
 TEST(DialogLayoutSize, BeginningAnewForgetsTheControls)
 {
     const CPlainWindow window(nullptr, WS_POPUP);
     window.AddControl(L"BUTTON", 1, 0, kRect);
     CDialogLayout layout;
-    layout.Begin(window.m_hWnd);
+    layout.Begin(window.m_hWnd, kNatural);
     layout.Anchor(1, L::right);
-    layout.Begin(window.m_hWnd);
+    layout.Begin(window.m_hWnd, kNatural);
     ResizeBy(window, 60, 40);
     layout.Arrange();
     ExpectRect(window, 1, kRect);
@@ -110,7 +188,7 @@ TEST(DialogLayoutPaint, EverythingIsPaintedAnew)
     const HWND moved = window.AddControl(L"BUTTON", 1, 0, kRect);
     const HWND resting = window.AddControl(L"BUTTON", 2, 0, {5, 5, 20, 20});
     CDialogLayout layout;
-    layout.Begin(window.m_hWnd);
+    layout.Begin(window.m_hWnd, kNatural);
     layout.Anchor(1, L::right);
     ResizeBy(window, 60, 40);
     RedrawWindow(window.m_hWnd, nullptr, nullptr, RDW_VALIDATE | RDW_ALLCHILDREN);
@@ -134,21 +212,21 @@ BOOL WINAPI MapDialogRectScaled(HWND dialog, RECT* rect)
     return result;
 }
 
-class DialogLayoutScaling : public testing::Test
+class DialogLayoutScaling : public DialogLayoutWorkArea
 {
 protected:
-    DialogLayoutScaling() { RedirectImport("MapDialogRect", &MapDialogRectScaled, &g_mapDialogRect); }
+    DialogLayoutScaling() : DialogLayoutWorkArea(kLargeWorkArea)
+    {
+        RedirectImport("MapDialogRect", &MapDialogRectScaled, &g_mapDialogRect);
+    }
     ~DialogLayoutScaling() override { g_percent = 100; }
-
-    CPlainWindow m_window{nullptr, WS_POPUP | WS_VISIBLE};  // 640 x 480
-    CDialogLayout m_layout;
 };
 
 TEST_F(DialogLayoutScaling, EachControlFollowsTheDialogUnits)
 {
     m_window.AddControl(L"BUTTON", 1, 0, kRect);
     m_window.AddControl(L"BUTTON", 2, 0, {4, 8, 20, 24});
-    m_layout.Begin(m_window.m_hWnd);
+    m_layout.Begin(m_window.m_hWnd, kNatural);
     m_layout.Anchor(1, L::right | L::bottom);
     g_percent = 150;
     ResizeBy(m_window, 320 + 60, 240 + 40);
@@ -165,17 +243,13 @@ TEST_F(DialogLayoutScaling, EachControlFollowsTheDialogUnits)
 
 TEST_F(DialogLayoutScaling, TheSmallestSizeFollowsTheDialogUnits)
 {
-    m_layout.Begin(m_window.m_hWnd);
     g_percent = 150;
-    MINMAXINFO limits{};
-    m_layout.LimitSize(limits);
-    EXPECT_EQ(limits.ptMinTrackSize.x, 960);
-    EXPECT_EQ(limits.ptMinTrackSize.y, 720);
+    EXPECT_EQ(SmallestSize(m_layout).x, 960);
+    EXPECT_EQ(SmallestSize(m_layout).y, 720);
 }
 
 TEST_F(DialogLayoutScaling, ASmallerWindowHasNoExtraWidth)
 {
-    m_layout.Begin(m_window.m_hWnd);
     ResizeBy(m_window, -50, 0);
     EXPECT_EQ(m_layout.ExtraWidth(), 0);
 }
@@ -191,11 +265,107 @@ TEST_F(DialogLayoutScaling, AComboBoxIsOnlyMoved)
         return place.bottom - place.top;
     };
     const LONG listBefore = listHeight();
-    m_layout.Begin(m_window.m_hWnd);
+    m_layout.Begin(m_window.m_hWnd, kNatural);
     g_percent = 150;
     m_layout.Arrange();
     ExpectRect(m_window, 1, {150, 120, 250, 120 + before.bottom - before.top});
     EXPECT_EQ(listHeight(), listBefore);
+}
+
+// A change of the scaling that MapDialogRect does not follow.
+
+UINT g_dpi = 0;  // 0: that of the window
+decltype(&::GetDpiForWindow) g_getDpiForWindow = nullptr;
+
+UINT WINAPI GetDpiChanged(HWND window)
+{
+    return g_dpi != 0 ? g_dpi : g_getDpiForWindow(window);
+}
+
+// A dialog of the program with a font of its own, and one that was created with a font of twice the size.
+class DialogLayoutStaleUnits : public testing::Test
+{
+protected:
+    DialogLayoutStaleUnits()
+    {
+        RedirectImport("GetDpiForWindow", &GetDpiChanged, &g_getDpiForWindow);
+        m_layout.Begin(m_dialog.m_hWnd, kUnits);
+        m_first = GetDpiForWindow(m_dialog.m_hWnd);
+    }
+    ~DialogLayoutStaleUnits() override { g_dpi = 0; }
+
+    static constexpr SIZE kUnits{200, 100};
+
+    struct Template
+    {
+        explicit Template(WORD points) : m_points(points) {}
+
+        DLGTEMPLATE m_start{WS_POPUP | DS_SETFONT, 0, 0, 0, 0, kUnits.cx, kUnits.cy};
+        WORD m_menu = 0;
+        WORD m_class = 0;
+        WORD m_title = 0;
+        WORD m_points;
+        std::array<wchar_t, 6> m_font{L"Arial"};
+    };
+
+    // A dialog without controls, whose font has a size in points. Wine's dialogs take no new one.
+    class CFontDialog : public CWnd
+    {
+    public:
+        explicit CFontDialog(WORD points)
+        {
+            const Template dialog(points);
+            SubclassWindow(
+                CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &dialog.m_start, nullptr, nullptr, 0));
+        }
+        ~CFontDialog() override { DestroyWindow(); }
+
+        // The size of the template's client area, as the system maps it.
+        [[nodiscard]] SIZE Mapped() const
+        {
+            RECT rect{0, 0, kUnits.cx, kUnits.cy};
+            EXPECT_TRUE(MapDialogRect(m_hWnd, &rect));
+            return {rect.right, rect.bottom};
+        }
+
+        LRESULT m_newFont = 0;
+
+    protected:
+        LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+        {
+            return message == WM_GETFONT && m_newFont != 0 ? m_newFont
+                                                           : CWnd::WindowProc(message, wParam, lParam);
+        }
+    };
+
+    void ExpectSmallest(SIZE expected) const
+    {
+        EXPECT_EQ(SmallestSize(m_layout).x, expected.cx);
+        EXPECT_EQ(SmallestSize(m_layout).y, expected.cy);
+    }
+
+    const CWorkAreaScope m_workArea{kLargeWorkArea};
+    CFontDialog m_dialog{8};
+    CFontDialog m_larger{16};
+    CDialogLayout m_layout;
+    UINT m_first = 0;  // the scaling
+};
+
+TEST_F(DialogLayoutStaleUnits, TheDialogsNewFontDecides)
+{
+    g_dpi = 2 * m_first;
+    m_dialog.m_newFont = m_larger.SendMessage(WM_GETFONT);
+    ExpectSmallest(m_larger.Mapped());
+}
+
+TEST_F(DialogLayoutStaleUnits, WithoutANewFontTheRatioOfTheScalingsDecides)
+{
+    const SIZE first = m_dialog.Mapped();
+    ExpectSmallest(first);
+    g_dpi = 2 * m_first;
+    ExpectSmallest({2 * first.cx, 2 * first.cy});
+    g_dpi = m_first;
+    ExpectSmallest(first);
 }
 
 TEST(DialogLayoutSize, LimitsNothingBeforeItHasBegun)

@@ -54,6 +54,7 @@ public:
 
     using CDialog::EndDialog;
     using CDialog::IsEnding;
+    using CDialog::TemplateSize;
 
     // Skips the steps that are left.
     void DropSteps() { m_step = m_steps.size(); }
@@ -133,6 +134,18 @@ protected:
     CPlainWindow m_owner;
     CSteppingDialog m_dialog{&m_owner};
 };
+
+TEST_F(DialogTest, TheTemplatesSizeIsThatOfTheClientArea)
+{
+    m_dialog.m_steps = {[&] {
+        const SIZE size = m_dialog.TemplateSize();
+        RECT mapped{0, 0, size.cx, size.cy};
+        EXPECT_TRUE(MapDialogRect(m_dialog.m_hWnd, &mapped));
+        const RECT client = m_dialog.GetClientRect();
+        EXPECT_TRUE(EqualRect(&mapped, &client));
+    }};
+    EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
+}
 
 TEST_F(DialogTest, RunsModallyWithItsOwnerDisabled)
 {

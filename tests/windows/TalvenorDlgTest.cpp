@@ -1,5 +1,6 @@
 #include "ui/TalvenorDlg.h"
 
+#include <commdlg.h>
 #include <dlgs.h>
 #include <gtest/gtest.h>
 #include <shlobj.h>
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include "framework/Handles.h"
+#include "framework/ScopeExit.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
 #include "tests/support/ExpectedTexts.h"
@@ -30,6 +32,7 @@
 #include "tests/support/TestScopes.h"
 #include "tests/support/UnderWine.h"
 #include "tests/support/WindowScopes.h"
+#include "tests/support/WorkAreaScope.h"
 #include "tests/support/ZelmarRegistry.h"
 
 // The main dialog, run modally in this process in both languages, with the input of a user.
@@ -478,6 +481,7 @@ LRESULT CALLBACK ResizeForScaling(WNDPROC procedure, HWND window, UINT message, 
         g_duringScaling->hasStateImages =
             ListView_GetImageList(GetDlgItem(window, IDC_LIST), LVSIL_STATE) != nullptr;
         SendMessageW(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&g_duringScaling->limits));
+        ListView_SetColumnWidth(GetDlgItem(window, IDC_LIST), 0, 300);  // were it to scale columns
         const RECT& place = *reinterpret_cast<const RECT*>(lParam);
         SetWindowPos(window, nullptr, place.left, place.top, place.right - place.left,
                      place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
@@ -506,6 +510,35 @@ TEST_P(TalvenorDlgTest, RowsGetTheirHeightAnewAtEachScaling)
         const LONG first = heightAt(96);
         EXPECT_GT(heightAt(288), first) << "the images are larger";
         EXPECT_EQ(heightAt(96), first);
+    });
+}
+
+TEST_P(TalvenorDlgTest, ColumnsAreScaledOnceEvenIfTheSystemDidIt)
+{
+    Run([&] {
+        const int before = ListView_GetColumnWidth(Item(IDC_LIST), 1);
+        Scale(m_dialog->m_hWnd, 192);
+        EXPECT_EQ(ListView_GetColumnWidth(Item(IDC_LIST), 0), ListView_GetColumnWidth(Item(IDC_LIST), 1));
+        EXPECT_GT(ListView_GetColumnWidth(Item(IDC_LIST), 1), before);
+    });
+}
+
+TEST_P(TalvenorDlgTest, EverythingIsReachableOnAScreenThatIsTooSmall)
+{
+    const CWorkAreaScope workArea({0, 0, 910, 472});  // that of 1366 x 768 at 150 %, in pixels at 100 %
+    Run([&] {
+        const RECT window = RectOf(m_dialog->m_hWnd);
+        EXPECT_EQ(window.top, 0);
+        EXPECT_EQ(window.bottom, 472);
+        EXPECT_LE(window.right, 910);
+        const RECT client = m_dialog->GetClientRect();
+        for (const int id : {IDC_BROWSE, IDC_MARK, IDC_COPY_ONLY, IDC_START, IDC_HELP_BUTTON}) {
+            const RECT place = RectIn(m_dialog->m_hWnd, Item(id));
+            EXPECT_LE(place.right, client.right) << id;
+            EXPECT_LE(place.bottom, client.bottom) << id;
+        }
+        const RECT list = RectIn(m_dialog->m_hWnd, Item(IDC_LIST));
+        EXPECT_GT(list.bottom - list.top, 0);
     });
 }
 
@@ -1042,6 +1075,46 @@ protected:
 };
 
 IN_BOTH_LANGUAGES(FileDialogTest);
+
+// The system's part when it refuses the buffer's text as a file name, which Wine does not: it opens no
+// dialog.
+DWORD g_fileDialogError = 0;
+Texts g_bufferTexts;
+decltype(&::GetOpenFileNameW) g_getOpenFileName = nullptr;
+decltype(&::CommDlgExtendedError) g_commDlgExtendedError = nullptr;
+
+BOOL WINAPI RefuseFileDialog(OPENFILENAMEW* request)
+{
+    if (g_fileDialogError == 0) {
+        return g_getOpenFileName(request);
+    }
+    g_bufferTexts.emplace_back(request->lpstrFile);
+    return FALSE;
+}
+
+DWORD WINAPI GetFileDialogError()
+{
+    return g_fileDialogError != 0 ? g_fileDialogError : g_commDlgExtendedError();
+}
+
+TEST_P(FileDialogTest, IsTriedAgainWithAnEmptyBufferIfItsTextIsRefused)
+{
+    RedirectImport("GetOpenFileNameW", &RefuseFileDialog, &g_getOpenFileName);
+    RedirectImport("CommDlgExtendedError", &GetFileDialogError, &g_commDlgExtendedError);
+    const CScopeExit restore([] {
+        g_fileDialogError = 0;
+        g_bufferTexts.clear();
+    });
+    Run([&] {
+        g_fileDialogError = FNERR_INVALIDFILENAME;
+        Press(IDC_ADD);
+        EXPECT_EQ(g_bufferTexts, (Texts{L"*.sldprt;*.sldasm", L""}));
+        g_bufferTexts.clear();
+        g_fileDialogError = CDERR_INITIALIZATION;
+        Press(IDC_ADD);
+        EXPECT_EQ(g_bufferTexts, Texts{L"*.sldprt;*.sldasm"}) << "only then";
+    });
+}
 
 TEST_P(FileDialogTest, FilesOfTheSameFolderAreAddedAsAChange)
 {
