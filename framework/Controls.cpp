@@ -37,6 +37,19 @@ std::wstring CComboBox::GetLBText(int index) const
     return text;
 }
 
+// A themed bar moves gradually to a greater position, and so lags behind, but at once to a smaller one (from
+// knowledge). At the end of its range, where it cannot go further, only the last step is left to move.
+void CProgressCtrl::SetPos(int position) const
+{
+    if (const int before = GetPos(); before < position) {
+        SendMessage(PBM_DELTAPOS, static_cast<WPARAM>(position + 1 - before));
+        if (GetPos() == position) {
+            SendMessage(PBM_DELTAPOS, static_cast<WPARAM>(-1));
+        }
+    }
+    SendMessage(PBM_SETPOS, static_cast<WPARAM>(position));
+}
+
 bool CImageList::Create(UINT bitmapId, int width, int growBy, COLORREF mask)
 {
     m_imageList.reset(ImageList_LoadImageW(GetResourceHandle(), MAKEINTRESOURCEW(bitmapId), width, growBy,

@@ -52,7 +52,8 @@ class CProgressCtrl : public CWnd
 {
 public:
     void SetRange(int lower, int upper) const { SendMessage(PBM_SETRANGE, 0, MAKELPARAM(lower, upper)); }
-    void SetPos(int position) const { SendMessage(PBM_SETPOS, static_cast<WPARAM>(position)); }
+    // Sets the position and shows it without the gradual movement of a themed bar.
+    void SetPos(int position) const;
     [[nodiscard]] int GetPos() const { return static_cast<int>(SendMessage(PBM_GETPOS)); }
 };
 

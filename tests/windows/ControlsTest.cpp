@@ -79,6 +79,32 @@ TEST(Controls, AProgressBarMovesInItsRange)
     EXPECT_EQ(bar.m_control.GetPos(), 150);
 }
 
+// What makes a themed bar of Windows show a position at once; Wine's always does.
+TEST(Controls, AProgressBarReachesAGreaterPositionFromAboveOrByItsLastStep)
+{
+    const CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
+    bar.m_control.SetRange(0, 100);
+    std::vector<int> positions;
+    const CSentMessageHook hook([&](const CWPSTRUCT& sent) {
+        if (sent.message == PBM_SETPOS) {
+            positions.push_back(static_cast<int>(sent.wParam));
+        } else if (sent.message == PBM_DELTAPOS) {
+            positions.push_back(bar.m_control.GetPos() + static_cast<int>(sent.wParam));
+        }
+    });
+    const auto sentFor = [&](int position) {
+        positions.clear();
+        bar.m_control.SetPos(position);
+        EXPECT_EQ(bar.m_control.GetPos(), position);
+        return positions;
+    };
+    using Positions = std::vector<int>;
+    EXPECT_EQ(sentFor(50), (Positions{51, 50}));
+    EXPECT_EQ(sentFor(50), (Positions{50}));
+    EXPECT_EQ(sentFor(100), (Positions{101, 99, 100}));
+    EXPECT_EQ(sentFor(0), (Positions{0}));
+}
+
 class ListCtrlTest : public testing::Test
 {
 protected:
