@@ -40,6 +40,21 @@ TEST_F(ListColumnsTest, ChangeWidthAndOrderByKey)
     EXPECT_EQ(RowsOfThreeRecords(), program.List().Rows());
 }
 
+// Alt alone opens the window's menu, which would take the next key.
+TEST_F(ListColumnsTest, ChangeTheirOrderWhicheverKeyIsReleasedFirst)
+{
+    const CProgramUnderTest program;
+    FocusFirstRow(program);
+    PressKeys({VK_MENU, '1'});
+    WaitForOrder(program, {1, 0, 2});
+    PressKeys({VK_DOWN});
+    WaitForSelection(program, {1});
+    PressKeysReleasingFirstFirst({VK_MENU, '1'});
+    WaitForOrder(program, {1, 2, 0});
+    PressKeys({VK_DOWN});
+    WaitForSelection(program, {2});
+}
+
 TEST_F(ListColumnsTest, DoNotFollowTheMouseAfterAMessageAboutTheOpenEdit)
 {
     m_library.WriteMapFile("a ; A.sldprt ; 1\nb ; B.sldprt ; 2\nc ; C.sldprt ; 3\n");

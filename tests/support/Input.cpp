@@ -68,6 +68,15 @@ INPUT KeyInput(int key, DWORD flags)
     return input;
 }
 
+std::vector<INPUT> KeyInputs(std::initializer_list<int> keys, DWORD flags)
+{
+    std::vector<INPUT> inputs;
+    for (const int key : keys) {
+        inputs.push_back(KeyInput(key, flags));
+    }
+    return inputs;
+}
+
 INPUT CharacterInput(wchar_t character, DWORD flags)
 {
     INPUT input{};
@@ -158,13 +167,17 @@ void ClickOn(HWND control)
 
 void PressKeys(std::initializer_list<int> keys)
 {
-    std::vector<INPUT> inputs;
-    for (const int key : keys) {
-        inputs.push_back(KeyInput(key, 0));
-    }
-    for (auto key = keys.end(); key != keys.begin();) {
-        inputs.push_back(KeyInput(*--key, KEYEVENTF_KEYUP));
-    }
+    std::vector<INPUT> inputs = KeyInputs(keys, 0);
+    const std::vector<INPUT> releases = KeyInputs(keys, KEYEVENTF_KEYUP);
+    inputs.insert(inputs.end(), releases.rbegin(), releases.rend());
+    Send(inputs);
+}
+
+void PressKeysReleasingFirstFirst(std::initializer_list<int> keys)
+{
+    std::vector<INPUT> inputs = KeyInputs(keys, 0);
+    const std::vector<INPUT> releases = KeyInputs(keys, KEYEVENTF_KEYUP);
+    inputs.insert(inputs.end(), releases.begin(), releases.end());
     Send(inputs);
 }
 

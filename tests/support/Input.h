@@ -38,6 +38,9 @@ void ClickOn(HWND control);
 // Presses the keys one after the other and releases them in reverse order: {VK_MENU, 'T'} is Alt+T.
 void PressKeys(std::initializer_list<int> keys);
 
+// The same, but releases the keys in the order in which they were pressed: Alt before T.
+void PressKeysReleasingFirstFirst(std::initializer_list<int> keys);
+
 // Types a text, whatever the keyboard layout.
 void TypeText(const std::wstring& text);
 
