@@ -49,7 +49,8 @@ public:
     static int CopyPartFile(const std::wstring& source, const std::wstring& target);
 
     // Appends the names (without folder) of "*.sldprt" and then "*.prt" in the folder, in the file system's
-    // order, sub-folders with such names included.
+    // order, sub-folders with such names included. Such a pattern also finds a file whose short name matches,
+    // as that of "a.sldprtx" does on a volume with short names ("FindFirstFileW function").
     static void ScanPartFiles(const std::wstring& folder, std::vector<std::wstring>& names);
 
     // Sets or clears a file's read-only attribute. A change also sets the archive attribute and the time of
