@@ -507,6 +507,14 @@ void CConversionTable::MarkConverted(int row) const
     Mark(row, false);
 }
 
+void CConversionTable::SelectOnly(int row) const
+{
+    constexpr UINT kState = LVIS_SELECTED | LVIS_FOCUSED;
+    SetItemState(-1, 0, LVIS_SELECTED);  // -1: every row
+    SetItemState(row, kState, kState);
+    EnsureVisible(row);
+}
+
 void CConversionTable::ScrollIntoView(int row) const
 {
     const int page = GetCountPerPage();

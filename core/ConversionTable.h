@@ -50,6 +50,9 @@ public:
     void MarkPending(int row) const;
     void MarkConverted(int row) const;
 
+    // Selects and focuses the row, and no other, and scrolls it into view.
+    void SelectOnly(int row) const;
+
     // If the row is out of view, scrolls a page, so that the following rows are visible, too.
     void ScrollIntoView(int row) const;
 

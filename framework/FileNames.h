@@ -2,6 +2,9 @@
 
 #include <string_view>
 
+// Compares two names, or two paths, as EqualFileNames does: negative, 0 or positive.
+[[nodiscard]] int CompareFileNames(std::wstring_view left, std::wstring_view right);
+
 // Whether two names, or two paths, are the same to the file system: compares case-insensitively by the
 // system's uppercase table ("CompareStringOrdinal function").
 [[nodiscard]] bool EqualFileNames(std::wstring_view left, std::wstring_view right);

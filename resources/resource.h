@@ -38,7 +38,16 @@
 #define IDC_MARK 1025
 #define IDC_VERSION 1026
 #define IDC_VERSION_LABEL 1100
+#define IDC_STATUS_TEXT 1120
+#define IDC_CHECK_NAMES 1121
+#define IDC_FIND_LABEL 1122
+#define IDC_FIND 1123
+#define IDC_MORE 1124
 #define IDC_HELP_BUTTON 28445
+
+// Commands of the menu of IDC_MORE
+#define IDM_FIND 1130
+#define IDM_FIND_NEXT 1131
 
 // Cell editors of the list
 #define IDC_IN_PLACE_EDIT 1101

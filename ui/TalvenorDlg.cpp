@@ -24,6 +24,8 @@
 #include "resources/resource.h"
 #include "run/ConversionRun.h"
 #include "ui/AboutDlg.h"
+#include "ui/CommandMenu.h"
+#include "ui/DroppedFiles.h"
 #include "ui/FileDialogs.h"
 
 namespace {
@@ -72,6 +74,13 @@ constexpr Text kAddFromOtherFolder{
 constexpr Text kMapFileMissing{L"Map-Datei '%1' nicht vorhanden.", L"Map-File '%1' not available."};
 constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
                           L"Do you really want to remove all list entries?"};
+constexpr Text kDropRefused{
+    L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein einziger "
+    L"Ordner ablegen.",
+    L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped here."};
+constexpr Text kFind{L"&Suchen...\tStrg+F", L"&Find...\tCtrl+F"};
+constexpr Text kFindNext{L"&Weitersuchen\tF3", L"Find &next\tF3"};
+constexpr Text kNextName{L"Nächsten Namen &prüfen", L"Chec&k next name"};
 constexpr Text kOverwrite{
     L"Die Map-Datei '%1' existiert bereits in '%2\\Mapped'.\n\nSoll die Datei überschrieben werden?",
     L"The Map-File '%1' already exists in '%2\\Mapped'.\n\nDo you want to overwrite this file?"};
@@ -134,6 +143,8 @@ bool CTalvenorDlg::OnInitDialog()
         m_strHelpFile = JoinPath(m_strInstallDir, kHelpDocument.Current());
     }
     FillVersions();
+    m_status.Begin(m_hWnd);
+    AcceptDroppedFiles(m_hWnd);
     return true;
 }
 
@@ -142,6 +153,7 @@ void CTalvenorDlg::DoDataExchange(CDataExchange& exchange)
     DDX_Control(exchange, IDC_STATUS_FRAME, m_wndStatusFrame);
     DDX_Control(exchange, IDC_LIST, m_wndList);
     DDX_Control(exchange, IDC_SOURCE_DIR, m_wndSourceDir);
+    DDX_Control(exchange, IDC_FIND, m_wndFind);
     DDX_Control(exchange, IDC_VERSION, m_wndVersion);
     DDX_Control(exchange, IDC_COPY_ONLY, m_wndCopyOnly);
 }
@@ -180,11 +192,12 @@ void CTalvenorDlg::AnchorControls()
     m_layout.Anchor(IDC_BROWSE, top | right);
     m_layout.Anchor(IDC_STATUS_FRAME, left | top | right | bottom);
     m_layout.Anchor(IDC_LIST, left | top | right | bottom);
+    m_layout.Anchor(IDC_STATUS_TEXT, left | right | bottom);
     for (const int id : {IDC_ADD, IDC_DELETE, IDC_REMOVE_ALL, IDC_SHOW_MAP, IDC_SELECT_ALL, IDC_SELECT_NONE,
-                         IDC_MARK, IDC_VERSION_LABEL, IDC_VERSION, IDC_COPY_ONLY}) {
+                         IDC_MARK, IDC_MORE, IDC_VERSION_LABEL, IDC_VERSION, IDC_COPY_ONLY}) {
         m_layout.Anchor(id, left | bottom);
     }
-    for (const int id : {IDC_START, IDCANCEL, IDC_HELP_BUTTON}) {
+    for (const int id : {IDC_CHECK_NAMES, IDC_FIND_LABEL, IDC_FIND, IDC_START, IDCANCEL, IDC_HELP_BUTTON}) {
         m_layout.Anchor(id, right | bottom);
     }
 }
@@ -261,6 +274,7 @@ void CTalvenorDlg::OnFirstPaint()
 
 void CTalvenorDlg::ShowViewStatus(bool mapView)
 {
+    m_status.NamesChanged();
     m_wndStatusFrame.SetWindowText(mapView ? kMapView.Current() : kFolderView.Current());
 }
 
@@ -269,6 +283,7 @@ void CTalvenorDlg::MarkListChanged(bool on)
     if (!on) {
         return;
     }
+    m_status.NamesChanged();
     const std::wstring caption = m_wndStatusFrame.GetWindowText();
     if (caption.find(kListChanged.Current()) == std::wstring::npos) {
         m_wndStatusFrame.SetWindowText(caption + kListChanged.Current());
@@ -365,6 +380,8 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
         OnMessage<&Self::OnDpiChanged>(WM_DPICHANGED),
         OnMessage<&Self::OnGetMinMaxInfo>(WM_GETMINMAXINFO),
         OnMessage<&Self::OnHelp>(WM_HELP),
+        OnMessage<&Self::OnTimer>(WM_TIMER),
+        OnMessage<&Self::OnDropFiles>(WM_DROPFILES),
         OnMessage<&Self::OnListChanged>(WM_LISTCHANGED),
         OnMessage<&Self::OnDeleteSelected>(WM_DELETESELECTED),
         OnMessage<&Self::OnApplyTemplate>(WM_APPLYTEMPLATE),
@@ -377,6 +394,11 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
         ::OnCommand<&Self::OnRemoveAll>(IDC_REMOVE_ALL),
         ::OnCommand<&Self::OnShowMapFile>(IDC_SHOW_MAP),
         ::OnCommand<&Self::OnMarkForConversion>(IDC_MARK),
+        ::OnCommand<&Self::OnCheckNames>(IDC_CHECK_NAMES),
+        ::OnCommand<&Self::OnFindChange>(IDC_FIND, EN_CHANGE),
+        ::OnCommand<&Self::OnFind>(IDM_FIND),
+        ::OnCommand<&Self::OnFindNext>(IDM_FIND_NEXT),
+        ::OnCommand<&Self::OnMore>(IDC_MORE),
         ::OnCommand<&Self::OnStart>(IDC_START),
         ::OnCommand<&Self::OnHelp>(IDC_HELP_BUTTON),
     };
@@ -415,7 +437,14 @@ bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 // Ignores notifications while closing: messages about an edit would come too late.
 LRESULT CTalvenorDlg::OnNotify(WPARAM wParam, LPARAM lParam)
 {
-    return IsEnding() ? 0 : CDialog::OnNotify(wParam, lParam);
+    if (IsEnding()) {
+        return 0;
+    }
+    const NMHDR& header = *reinterpret_cast<const NMHDR*>(lParam);
+    if (header.hwndFrom == m_wndList.m_hWnd && !m_bRunning) {
+        m_status.OnNotify(header);
+    }
+    return CDialog::OnNotify(wParam, lParam);
 }
 
 // Delete in the list deletes the selected rows, after the list has handled the key.
@@ -428,7 +457,7 @@ bool CTalvenorDlg::PreTranslateMessage(MSG& message)
         OnDeleteSelected();
         return true;
     }
-    return CDialog::PreTranslateMessage(message);
+    return (!IsBusy() && m_wndFind.TakeKey(message)) || CDialog::PreTranslateMessage(message);
 }
 
 void CTalvenorDlg::OnPaint()
@@ -570,6 +599,34 @@ void CTalvenorDlg::OnListChanged()
     MarkListChanged(true);
 }
 
+LRESULT CTalvenorDlg::OnTimer(WPARAM wParam, LPARAM)
+{
+    m_status.OnTimer(wParam);
+    return 0;
+}
+
+LRESULT CTalvenorDlg::OnDropFiles(WPARAM wParam, LPARAM)
+{
+    const std::optional<PickedFiles> files = TakeDroppedFiles(reinterpret_cast<HDROP>(wParam));
+    if (!IsBusy()) {
+        m_wndList.EndEdit();
+        TakeDrop(files);
+    }
+    return 0;
+}
+
+void CTalvenorDlg::TakeDrop(const std::optional<PickedFiles>& files)
+{
+    if (!files) {
+        ShowMessage(kDropRefused.Current());
+    } else if (files->names.empty()) {
+        ChangeFolder(StripFolderInput(files->folder));
+    } else {
+        TakePickedFiles(files->folder, files->names);
+        ShowFolders();
+    }
+}
+
 LRESULT CTalvenorDlg::OnApplyTemplate(WPARAM wParam, LPARAM)
 {
     const bool hasTemplate = wParam == kColumnRenamed || wParam == kColumnBomName;
@@ -592,16 +649,25 @@ void CTalvenorDlg::OnSourceDirKillFocus()
     const std::wstring folder = TypedFolder();
     m_wndSourceDir.SetWindowText(folder);
     m_bFolderRefused = !CheckTypedFolder(folder);
-    if (!m_bFolderRefused && !SameFolder(folder, m_strSourceDir)) {
-        if (Ask(kChangeFolder)) {
-            m_wndList.DeleteAllItems();
-            m_strSourceDir = folder;
-            if (IsFolder(folder)) {
-                LoadListForSourceFolder();
-            }
-        }
-        ShowFolders();
+    if (!m_bFolderRefused) {
+        ChangeFolder(folder);
     }
+}
+
+// Asks and loads the folder's list, unless it is the folder that is shown.
+void CTalvenorDlg::ChangeFolder(const std::wstring& folder)
+{
+    if (SameFolder(folder, m_strSourceDir)) {
+        return;
+    }
+    if (Ask(kChangeFolder)) {
+        m_wndList.DeleteAllItems();
+        m_strSourceDir = folder;
+        if (IsFolder(folder)) {
+            LoadListForSourceFolder();
+        }
+    }
+    ShowFolders();
 }
 
 std::wstring CTalvenorDlg::TypedFolder() const
@@ -745,6 +811,38 @@ void CTalvenorDlg::OnMarkForConversion()
     FocusControl(m_wndList);
 }
 
+void CTalvenorDlg::OnCheckNames()
+{
+    FocusControl(m_wndList);
+    m_status.GoToNextName();
+}
+
+void CTalvenorDlg::OnFindChange()
+{
+    m_wndFind.OnChange();
+}
+
+void CTalvenorDlg::OnFind()
+{
+    m_wndFind.Open();
+}
+
+void CTalvenorDlg::OnFindNext()
+{
+    m_wndFind.FindNext(true);
+}
+
+void CTalvenorDlg::OnMore()
+{
+    const bool hasRows = m_wndList.GetItemCount() > 0;
+    const std::array commands{MenuCommand{IDM_FIND, kFind, hasRows},
+                              MenuCommand{IDM_FIND_NEXT, kFindNext, hasRows},
+                              MenuCommand{IDC_CHECK_NAMES, kNextName, m_status.HasNamesToCheck()}};
+    if (const UINT chosen = ShowCommandMenu(GetDlgItem(IDC_MORE), commands); chosen != 0) {
+        SendMessage(WM_COMMAND, chosen);
+    }
+}
+
 void CTalvenorDlg::OnStart()
 {
     const CScopeExit inputAgain([this] { TakeInputAgain(); });
@@ -787,6 +885,7 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
     m_bRunning = true;
     const CScopeExit ended([this] {
         m_bRunning = false;
+        m_status.NamesChanged();
         CWinApp::Get()->SetSessionEnding(false);
     });
     CConversionRun(*this, m_wndList, *this, m_cadServer, *this, {m_strSourceDir, m_strProgId, copyOnly})

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cad/SldWorks.h"
 #include "files/FileMisc.h"
+#include "files/PickedFiles.h"
 #include "framework/Controls.h"
 #include "framework/Dialog.h"
 #include "framework/DialogLayout.h"
@@ -12,6 +14,8 @@
 #include "run/ConversionView.h"
 #include "ui/ConvList.h"
 #include "ui/EditSourceDir.h"
+#include "ui/FindBar.h"
+#include "ui/StatusLine.h"
 
 // The main window: shows the conversion table, lets the user choose the standard-parts folder, add and delete
 // files, view the map file, choose the SOLIDWORKS version and start the conversion run.
@@ -68,6 +72,8 @@ private:
     void Arrange();
     void OnGetMinMaxInfo(MINMAXINFO& limits);
     void OnListChanged();
+    LRESULT OnTimer(WPARAM wParam, LPARAM lParam);
+    LRESULT OnDropFiles(WPARAM wParam, LPARAM lParam);
     LRESULT OnApplyTemplate(WPARAM wParam, LPARAM lParam);
 
     // Commands
@@ -80,6 +86,11 @@ private:
     void OnRemoveAll();
     void OnShowMapFile();
     void OnMarkForConversion();
+    void OnCheckNames();
+    void OnFindChange();
+    void OnFind();
+    void OnFindNext();
+    void OnMore();
     void OnStart();
     void OnHelp();
 
@@ -87,6 +98,8 @@ private:
     [[nodiscard]] std::wstring TypedFolder() const;
     [[nodiscard]] bool CheckTypedFolder(const std::wstring& folder) const;
     void RefuseFolder() const;
+    void TakeDrop(const std::optional<PickedFiles>& files);
+    void ChangeFolder(const std::wstring& folder);
     void TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names);
     void SelectAllRows(bool select);
     void DeleteSelectedRows() const;
@@ -96,6 +109,8 @@ private:
 
     CStatic m_wndStatusFrame;
     CConvList m_wndList;
+    CStatusLine m_status{m_wndList};
+    CFindBar m_wndFind{m_wndList, m_status};
     std::wstring m_strSourceDir;   // the standard-parts folder
     std::wstring m_strInstallDir;  // the library's program folder; empty when the registry does not name it
     bool m_bInputDirMissing = false;

@@ -3,6 +3,7 @@
 #include <commdlg.h>
 #include <dlgs.h>
 #include <gtest/gtest.h>
+#include <shellapi.h>
 #include <shlobj.h>
 
 #include <algorithm>
@@ -18,6 +19,7 @@
 #include <vector>
 
 #include "framework/Handles.h"
+#include "framework/MessageText.h"
 #include "framework/ScopeExit.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
@@ -34,6 +36,7 @@
 #include "tests/support/WindowScopes.h"
 #include "tests/support/WorkAreaScope.h"
 #include "tests/support/ZelmarRegistry.h"
+#include "tests/windows/ConvListScopes.h"
 
 // The main dialog, run modally in this process in both languages, with the input of a user.
 
@@ -2059,6 +2062,409 @@ TEST_P(FirstPaintTest, IsSilentWhereTheInputFolderIsSet)
     Run([this] { EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"c:\\"); });
     EXPECT_EQ(user.m_opened, 0);
     EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "asked when the button that closes takes the focus";
+}
+
+// The status line
+
+class StatusLineTest : public TalvenorDlgTest
+{
+protected:
+    static std::wstring Numbers(int rows, int pending, int selected)
+    {
+        constexpr Text kNumbers{L"Zeilen: %1   Vorgemerkt: %2   Ausgewählt: %3",
+                                L"Rows: %1   Marked: %2   Selected: %3"};
+        return FillPlaceholders(kNumbers.Current(),
+                                {std::to_wstring(rows), std::to_wstring(pending), std::to_wstring(selected)});
+    }
+
+    // Waits until the line shows the text.
+    void ExpectStatus(const std::wstring& text) const
+    {
+        const ULONGLONG end = GetTickCount64() + 5'000;
+        while (TextOf(IDC_STATUS_TEXT) != text && GetTickCount64() < end) {
+            DrainMessages();
+            Sleep(10);
+        }
+        EXPECT_EQ(TextOf(IDC_STATUS_TEXT), text);
+    }
+
+    void PressKeyIn(int id, WPARAM key) const
+    {
+        SetFocus(Item(id));
+        PostMessageW(Item(id), WM_KEYDOWN, key, 1);
+        DrainMessages();
+    }
+
+    [[nodiscard]] int FocusedRow() const { return List().GetNextItem(-1, LVNI_FOCUSED); }
+    // The selected row, which has the focus as well; -1 if it is not so.
+    [[nodiscard]] int OnlySelectedRow() const
+    {
+        const int row = List().GetNextItem(-1, LVNI_SELECTED);
+        return SelectedCount() == 1 && row == FocusedRow() ? row : -1;
+    }
+
+    // Two copies with one name, an unproblematic row and one that is too long for the map file.
+    void WriteProblems() const
+    {
+        WriteMapFile(
+            "N_ISO_1_a.sldprt ; M8.sldprt ; x\r\nN_ISO_2_b.sldprt ; M6.sldprt ; x\r\n"
+            "N_ISO_3_c.sldprt ; m8.SLDPRT ; x\r\n");
+    }
+};
+
+IN_BOTH_LANGUAGES(StatusLineTest);
+
+TEST_P(StatusLineTest, CountsRowsPendingAndSelectedOnes)
+{
+    AddThreeParts();
+    Run([&] {
+        EXPECT_EQ(TextOf(IDC_STATUS_TEXT), Numbers(3, 3, 0));
+        Select({0, 2});
+        ExpectStatus(Numbers(3, 3, 2));
+        List().MarkConverted(1);
+        ExpectStatus(Numbers(3, 2, 2));
+        Press(IDC_DELETE);
+        ExpectStatus(Numbers(1, 0, 0));
+    });
+}
+
+TEST_P(StatusLineTest, OffersNamesToCheckWhileThereAreSome)
+{
+    WriteProblems();
+    Run([&] {
+        EXPECT_TRUE(IsWindowVisible(Item(IDC_CHECK_NAMES)));
+        EXPECT_NE(TextOf(IDC_CHECK_NAMES).find(L": 2"), std::wstring::npos);
+        constexpr Text kSame{L"Derselbe neue Name wie bei '%1' (Groß-/Kleinschreibung zählt nicht)",
+                             L"Same new name as for '%1' (letter case does not count)"};
+        const std::wstring sameAsThird = FillPlaceholders(kSame.Current(), {L"N_ISO_3_c.sldprt"});
+        Press(IDC_CHECK_NAMES);
+        EXPECT_EQ(OnlySelectedRow(), 0);
+        ExpectStatus(sameAsThird);
+        Press(IDC_CHECK_NAMES);
+        EXPECT_EQ(OnlySelectedRow(), 2);
+        Press(IDC_CHECK_NAMES);
+        EXPECT_EQ(OnlySelectedRow(), 0) << "from the top again";
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        SetFocus(Item(IDC_CHECK_NAMES));
+        List().SetItemText(2, 1, L"other.sldprt");
+        m_dialog->SendMessage(WM_LISTCHANGED);
+        Select({});
+        ExpectStatus(Numbers(3, 0, 0));
+        EXPECT_FALSE(IsWindowVisible(Item(IDC_CHECK_NAMES)));
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+    });
+}
+
+TEST_P(StatusLineTest, SaysThatARecordIsTooLong)
+{
+    WriteMapFile("a.sldprt ; b.sldprt ; x\r\n");
+    Run([&] {
+        List().SetItemText(0, 2, std::wstring(250, L'x'));
+        m_dialog->SendMessage(WM_LISTCHANGED);
+        Select({0});
+        ExpectStatus(Numbers(1, 0, 1));
+        Press(IDC_CHECK_NAMES);
+        constexpr Text kLong{L"Zu lang für die Map-Datei (mehr als 255 Bytes)",
+                             L"Too long for the map file (more than 255 bytes)"};
+        EXPECT_EQ(TextOf(IDC_STATUS_TEXT), kLong.Current());
+        Select({});
+        ExpectStatus(Numbers(1, 0, 0));
+    });
+}
+
+// The find field
+
+class FindBarTest : public StatusLineTest
+{
+protected:
+    FindBarTest() { AddThreeParts(); }
+
+    void OpenByKey() const
+    {
+        const CHeldKeys control{VK_CONTROL};
+        PressKeyIn(IDC_LIST, L'F');
+    }
+    [[nodiscard]] bool IsOpen() const
+    {
+        const bool field = IsWindowVisible(Item(IDC_FIND)) != FALSE;
+        EXPECT_EQ(IsWindowVisible(Item(IDC_FIND_LABEL)) != FALSE, field);
+        return field;
+    }
+    void Find(const std::wstring& text) const { m_dialog->SetDlgItemText(IDC_FIND, text); }
+};
+
+IN_BOTH_LANGUAGES(FindBarTest);
+
+TEST_P(FindBarTest, OpensByCtrlFAndClosesByEscape)
+{
+    Run([&] {
+        EXPECT_FALSE(IsOpen());
+        OpenByKey();
+        EXPECT_TRUE(IsOpen());
+        EXPECT_EQ(GetFocus(), Item(IDC_FIND));
+        PressKeyIn(IDC_FIND, VK_ESCAPE);
+        EXPECT_FALSE(IsOpen());
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        EXPECT_TRUE(IsWindow(m_dialog->m_hWnd));
+    });
+}
+
+TEST_P(FindBarTest, GoesToTheNextRowThatHoldsTheTextInAnyColumn)
+{
+    Run([&] {
+        OpenByKey();
+        Find(L"_B.SLD");
+        EXPECT_EQ(OnlySelectedRow(), 1) << "original name, letter case aside";
+        Find(L"3_c.s");
+        EXPECT_EQ(OnlySelectedRow(), 2) << "new name";
+        Find(L"a-1");
+        EXPECT_EQ(OnlySelectedRow(), 0) << "BOM name, from the top again";
+        Find(L"ISO");
+        EXPECT_EQ(OnlySelectedRow(), 0) << "the focused row first";
+        EXPECT_EQ(GetFocus(), Item(IDC_FIND));
+    });
+}
+
+TEST_P(FindBarTest, EnterAndF3GoOnAndWithShiftBack)
+{
+    Run([&] {
+        OpenByKey();
+        Find(L"ISO");
+        PressKeyIn(IDC_FIND, VK_RETURN);
+        EXPECT_EQ(OnlySelectedRow(), 1);
+        PressKeyIn(IDC_FIND, VK_F3);
+        EXPECT_EQ(OnlySelectedRow(), 2);
+        PressKeyIn(IDC_FIND, VK_RETURN);
+        EXPECT_EQ(OnlySelectedRow(), 0);
+        {
+            const CHeldKeys shift{VK_SHIFT};
+            PressKeyIn(IDC_FIND, VK_RETURN);
+            EXPECT_EQ(OnlySelectedRow(), 2);
+            PressKeyIn(IDC_FIND, VK_F3);
+            EXPECT_EQ(OnlySelectedRow(), 1);
+        }
+        PressKeyIn(IDC_FIND, VK_ESCAPE);
+        PressKeyIn(IDC_LIST, VK_F3);
+        EXPECT_EQ(OnlySelectedRow(), 2) << "with the text that was looked for";
+        EXPECT_FALSE(IsOpen());
+        EXPECT_EQ(FindProgress(), nullptr) << "no conversion was started";
+        EXPECT_EQ(TakeBoxes(), Texts{});
+    });
+}
+
+TEST_P(FindBarTest, SaysWhatIsNotFoundWithoutABox)
+{
+    Run([&] {
+        OpenByKey();
+        Find(L"ISO");
+        Find(L"x%1x");
+        constexpr Text kNotFound{L"'x%1x' kommt nicht vor.", L"'x%1x' is not in the list."};
+        ExpectStatus(kNotFound.Current());
+        EXPECT_EQ(OnlySelectedRow(), 0);
+        Press(IDC_REMOVE_ALL);
+        PressKeyIn(IDC_FIND, VK_RETURN);
+        EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
+    });
+}
+
+TEST_P(FindBarTest, F3WithoutATextOpensTheField)
+{
+    Run([&] {
+        PressKeyIn(IDC_LIST, VK_F3);
+        EXPECT_TRUE(IsOpen());
+        EXPECT_EQ(OnlySelectedRow(), -1);
+    });
+}
+
+// The menu of further commands
+
+class MoreMenuTest : public FindBarTest
+{
+protected:
+    // Opens the menu, notes what is possible and chooses by a mnemonic, or closes it by Escape.
+    void Choose(WPARAM mnemonic)
+    {
+        int looks = 0;
+        const CTimerScope look(30, [&] {
+            const HWND menu = FindWindowOfThread(
+                [](HWND window) { return IsWindowVisible(window) != FALSE && IsOfClass(window, L"#32768"); });
+            if (menu != nullptr && looks++ == 0) {
+                NotePossible(reinterpret_cast<HMENU>(SendMessageW(menu, MN_GETHMENU, 0, 0)));
+                PostMessageW(menu, mnemonic == VK_ESCAPE ? WM_KEYDOWN : WM_CHAR, mnemonic, 1);
+            }
+            if (looks == 100) {
+                ADD_FAILURE() << "the menu stays open";
+                EndMenu();
+            }
+        });
+        Press(IDC_MORE);
+        DrainMessages();
+        EXPECT_GT(looks, 0);
+    }
+
+    void NotePossible(HMENU menu)
+    {
+        m_possible.clear();
+        for (int item = 0; item < GetMenuItemCount(menu); ++item) {
+            const UINT state = GetMenuState(menu, static_cast<UINT>(item), MF_BYPOSITION);
+            if ((state & (MF_GRAYED | MF_SEPARATOR)) == 0) {
+                m_possible.push_back(GetMenuItemID(menu, item));
+            }
+        }
+    }
+
+    std::vector<UINT> m_possible;
+};
+
+IN_BOTH_LANGUAGES(MoreMenuTest);
+
+TEST_P(MoreMenuTest, OffersWhatIsPossible)
+{
+    m_answer = IDYES;
+    Run([&] {
+        Choose(VK_ESCAPE);
+        EXPECT_EQ(m_possible, (std::vector<UINT>{IDM_FIND, IDM_FIND_NEXT}));
+        EXPECT_FALSE(IsOpen());
+        Press(IDC_REMOVE_ALL);
+        Choose(VK_ESCAPE);
+        EXPECT_EQ(m_possible, std::vector<UINT>{});
+    });
+}
+
+TEST_P(MoreMenuTest, PerformsTheChosenCommand)
+{
+    Run([&] {
+        Choose(g_nLanguage != 0 ? L's' : L'f');
+        EXPECT_TRUE(IsOpen());
+        EXPECT_EQ(GetFocus(), Item(IDC_FIND));
+        Find(L"ISO");
+        Choose(g_nLanguage != 0 ? L'w' : L'n');
+        EXPECT_EQ(OnlySelectedRow(), 1);
+    });
+}
+
+// Files that are dropped
+
+class DropTest : public TalvenorDlgTest
+{
+protected:
+    // Hands the paths over as the shell does; the window frees the memory.
+    void Drop(const Texts& paths) const
+    {
+        std::wstring list;
+        for (const std::wstring& path : paths) {
+            list += path + L'\0';
+        }
+        list += L'\0';
+        const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, sizeof(DROPFILES) + list.size() * sizeof(wchar_t));
+        auto* const start = static_cast<DROPFILES*>(GlobalLock(memory));
+        *start = {sizeof(DROPFILES), {}, FALSE, TRUE};
+        std::ranges::copy(list, reinterpret_cast<wchar_t*>(start + 1));
+        GlobalUnlock(memory);
+        m_dialog->SendMessage(WM_DROPFILES, reinterpret_cast<WPARAM>(memory));
+    }
+    static std::wstring Refused()
+    {
+        constexpr Text kRefused{
+            L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein "
+            L"einziger Ordner ablegen.",
+            L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped "
+            L"here."};
+        return kRefused.Current();
+    }
+};
+
+IN_BOTH_LANGUAGES(DropTest);
+
+TEST_P(DropTest, TheWindowTakesFiles)
+{
+    Run([&] { EXPECT_NE(GetWindowLongW(m_dialog->m_hWnd, GWL_EXSTYLE) & WS_EX_ACCEPTFILES, 0); });
+}
+
+TEST_P(DropTest, FilesOfTheSameFolderAreAddedAsAChange)
+{
+    AddThreeParts();
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
+    Run([&] {
+        Drop({m_parts + L"\\N_ISO_3_c.sldprt", m_parts + L"\\N_ISO_2_b.SLDPRT"});
+        EXPECT_EQ(Rows(),
+                  (Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one", L"N_ISO_2_b.SLDPRT > 2_b.SLDPRT > b-2 *",
+                         L"N_ISO_3_c.sldprt > 3_c.sldprt > c-3 *"}));
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
+        EXPECT_EQ(TakeBoxes(), Texts{});
+    });
+}
+
+TEST_P(DropTest, FilesOfAnotherFolderReplaceTheListAfterAQuestion)
+{
+    AddThreeParts();
+    const std::wstring other = MakeOtherFolder();
+    Run([&] {
+        m_answer = IDNO;
+        Drop({other + L"\\N_ISO_8_x.sldprt"});
+        EXPECT_EQ(TakeBoxes(), Texts{OtherFolderQuestion()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        m_answer = IDYES;
+        Drop({other + L"\\N_ISO_8_x.sldprt"});
+        EXPECT_EQ(TakeBoxes(), Texts{OtherFolderQuestion()});
+        EXPECT_EQ(Rows(), Texts{L"N_ISO_8_x.sldprt > 8_x.sldprt > x-8 *"});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), other);
+    });
+}
+
+TEST_P(DropTest, AFolderIsLoadedAfterAQuestion)
+{
+    AddThreeParts();
+    const std::wstring other = MakeOtherFolder();
+    Run([&] {
+        m_answer = IDNO;
+        Drop({other});
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        m_answer = IDYES;
+        Drop({other});
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(Rows(), (Texts{L"N_ISO_8_x.sldprt > 8_x.sldprt > x-8 *",
+                                 L"N_ISO_9_y.sldprt > 9_y.sldprt > y-9 *"}));
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), other);
+        Drop({other});
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "it is shown already";
+    });
+}
+
+TEST_P(DropTest, AnythingElseIsRefused)
+{
+    AddThreeParts();
+    const std::wstring other = MakeOtherFolder();
+    WriteBytes(m_parts + L"\\readme.txt", "x");
+    std::filesystem::create_directory(other + L"\\folder.sldprt");
+    const std::wstring part = m_parts + L"\\N_ISO_1_a.sldprt";
+    m_answer = IDYES;
+    Run([&] {
+        for (const Texts& paths :
+             {Texts{part, other + L"\\N_ISO_8_x.sldprt"}, Texts{part, m_parts + L"\\readme.txt"},
+              Texts{m_parts, other}, Texts{part, other},
+              Texts{other + L"\\N_ISO_8_x.sldprt", other + L"\\folder.sldprt"}, Texts{}}) {
+            Drop(paths);
+            EXPECT_EQ(TakeBoxes(), Texts{Refused()});
+            EXPECT_EQ(Rows(), m_threeRows);
+        }
+    });
+}
+
+TEST_P(DropTest, NothingIsTakenWhileTheWindowIsDisabled)
+{
+    AddThreeParts();
+    const std::wstring other = MakeOtherFolder();
+    m_answer = IDYES;
+    Run([&] {
+        m_dialog->EnableWindow(false);
+        Drop({other});
+        Drop({});
+        m_dialog->EnableWindow(true);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(Rows(), m_threeRows);
+    });
 }
 
 }  // namespace

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <vector>
+
+#include "core/UTtabEntry.h"
+#include "files/MapLine.h"
+
+// Why the names of a row need the user's attention, although the rules allow them.
+enum class NameProblem
+{
+    sameCopy,   // another row's copy has the same name, letter case aside: the later one replaces the earlier
+    longRecord  // the reader of the map file stops at such a record
+};
+
+struct NameToCheck
+{
+    int row = 0;
+    NameProblem problem = NameProblem::sameCopy;
+    int otherRow = -1;  // with the same copy
+
+    bool operator==(const NameToCheck&) const = default;
+};
+
+// Compares two names as the file system does: negative, 0 or positive.
+using NameOrder = int (*)(std::wstring_view left, std::wstring_view right);
+
+// Returns the rows to check, from the top, each once. Takes n log n time.
+[[nodiscard]] std::vector<NameToCheck> FindNamesToCheck(const std::vector<UTtab_entry>& rows,
+                                                        const MapEncoder& encoder, NameOrder compare);

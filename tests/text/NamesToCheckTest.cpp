@@ -1,0 +1,69 @@
+#include "files/NamesToCheck.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+// ASCII letters only.
+int CompareIgnoringCase(std::wstring_view left, std::wstring_view right)
+{
+    const auto lower = [](std::wstring_view text) {
+        std::wstring result(text);
+        std::ranges::transform(result, result.begin(), [](wchar_t character) {
+            return character >= L'A' && character <= L'Z' ? static_cast<wchar_t>(character - L'A' + L'a')
+                                                          : character;
+        });
+        return result;
+    };
+    return lower(left).compare(lower(right));
+}
+
+std::vector<NameToCheck> Find(const std::vector<UTtab_entry>& rows)
+{
+    return FindNamesToCheck(
+        rows, [](wchar_t) { return '?'; }, &CompareIgnoringCase);
+}
+
+UTtab_entry Row(const std::wstring& renamed)
+{
+    return {L"original.sldprt", renamed, L"name"};
+}
+
+using Names = std::vector<NameToCheck>;
+constexpr NameProblem kSame = NameProblem::sameCopy;
+constexpr NameProblem kLong = NameProblem::longRecord;
+
+TEST(FindNamesToCheck, FindsNothingInATableWithoutProblems)
+{
+    EXPECT_EQ(Find({}), Names{});
+    EXPECT_EQ(Find({Row(L"a.sldprt"), Row(L"b.sldprt"), Row(L"ab.sldprt")}), Names{});
+}
+
+TEST(FindNamesToCheck, FindsNamesThatDifferInLetterCaseOnly)
+{
+    EXPECT_EQ(Find({Row(L"M8.sldprt"), Row(L"x.sldprt"), Row(L"m8.SLDPRT")}),
+              (Names{{0, kSame, 2}, {2, kSame, 0}}));
+    EXPECT_EQ(Find({Row(L"a"), Row(L"A"), Row(L"a")}), (Names{{0, kSame, 1}, {1, kSame, 0}, {2, kSame, 1}}))
+        << "three of one name";
+}
+
+// " ; " stands between the fields, so 255 bytes have room for names of 249.
+TEST(FindNamesToCheck, FindsRecordsThatTheReaderDoesNotTake)
+{
+    const UTtab_entry longest{std::wstring(100, L'o'), std::wstring(100, L'n'), std::wstring(49, L'b')};
+    UTtab_entry tooLong = longest;
+    tooLong.strRenamed.back() = L'x';  // another copy
+    tooLong.strBomName += L'b';
+    EXPECT_EQ(Find({longest, tooLong}), (Names{{1, kLong, -1}}));
+}
+
+TEST(FindNamesToCheck, NamesEachRowOnceAndFromTheTop)
+{
+    const UTtab_entry tooLong{L"o", L"A", std::wstring(255, L'b')};
+    EXPECT_EQ(Find({tooLong, Row(L"c"), Row(L"a"), {L"p", L"d", std::wstring(255, L'b')}}),
+              (Names{{0, kSame, 2}, {2, kSame, 0}, {3, kLong, -1}}));
+}
+
+}  // namespace

@@ -1,0 +1,70 @@
+#include "ui/DroppedFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+#include "files/Folders.h"
+#include "framework/FileNames.h"
+#include "framework/ScopeExit.h"
+
+namespace {
+
+std::vector<std::wstring> PathsOf(HDROP drop)
+{
+    constexpr UINT kAll = 0xFFFFFFFF;
+    std::vector<std::wstring> paths(DragQueryFileW(drop, kAll, nullptr, 0));
+    for (UINT file = 0; file < paths.size(); ++file) {
+        std::wstring& path = paths[file];
+        path.resize(DragQueryFileW(drop, file, nullptr, 0));
+        DragQueryFileW(drop, file, path.data(), static_cast<UINT>(path.size()) + 1);
+    }
+    return paths;
+}
+
+// As those that the file dialog offers.
+bool IsPartFile(const std::wstring& path)
+{
+    constexpr std::array kExtensions{L".sldprt", L".sldasm"};
+    const std::size_t dot = path.rfind(L'.');
+    return dot != std::wstring::npos && !IsFolder(path) &&
+           std::ranges::any_of(kExtensions,
+                               [&](const wchar_t* each) { return EqualFileNames(path.substr(dot), each); });
+}
+
+}  // namespace
+
+// User Interface Privilege Isolation keeps the messages of a drag from the desktop away from an elevated
+// window
+// ("ChangeWindowMessageFilterEx function"). The third one has no name in the headers; it carries the names
+// (from knowledge).
+void AcceptDroppedFiles(HWND window)
+{
+    constexpr UINT kCopyGlobalData = 0x0049;
+    for (const UINT message : {UINT{WM_DROPFILES}, UINT{WM_COPYDATA}, kCopyGlobalData}) {
+        ChangeWindowMessageFilterEx(window, message, MSGFLT_ALLOW, nullptr);
+    }
+    DragAcceptFiles(window, TRUE);
+}
+
+std::optional<PickedFiles> TakeDroppedFiles(HDROP drop)
+{
+    const CScopeExit finish([drop] { DragFinish(drop); });
+    const std::vector<std::wstring> paths = PathsOf(drop);
+    if (paths.size() == 1 && IsFolder(paths[0])) {
+        return PickedFiles{paths[0], {}};
+    }
+    PickedFiles files;
+    for (const std::wstring& path : paths) {
+        const std::size_t backslash = path.rfind(L'\\');
+        const std::wstring folder = path.substr(0, backslash);
+        if (backslash == std::wstring::npos || !IsPartFile(path) ||
+            (!files.names.empty() && !SameFolder(folder, files.folder))) {
+            return std::nullopt;
+        }
+        files.folder = folder;
+        files.names.push_back(path.substr(backslash + 1));
+    }
+    return files.names.empty() ? std::nullopt : std::optional(files);
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <optional>
+
+#include "files/PickedFiles.h"
+
+// Lets a window take files that are dropped onto it (WM_DROPFILES), also from programs with fewer rights.
+void AcceptDroppedFiles(HWND window);
+
+// Reads and frees what was dropped: part files of one folder, or one folder, whose names are empty then. None
+// for anything else.
+[[nodiscard]] std::optional<PickedFiles> TakeDroppedFiles(HDROP drop);

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+
+#include "framework/Controls.h"
+#include "ui/ConvList.h"
+#include "ui/StatusLine.h"
+
+// The find field beside the status line, hidden until Ctrl+F. Typing goes to the next row that holds the text
+// in any column, letter case aside, from the focused row on and from the other end again. Enter and F3 go to
+// the next one, with Shift to the previous one; Escape closes the field. These keys stay in the field, so
+// that neither presses the default button or closes the dialog.
+class CFindBar : public CEdit
+{
+public:
+    CFindBar(CConvList& list, CStatusLine& status) : m_list(list), m_status(status) {}
+
+    bool PreTranslateMessage(MSG& message) override;
+
+    // Handles Ctrl+F and F3 anywhere in the dialog. Returns true when the message was one of them.
+    bool TakeKey(const MSG& message);
+
+    // Shows the field, with its text selected, and gives it the focus.
+    void Open();
+
+    // Goes to the next or the previous row; opens the field when it has no text.
+    void FindNext(bool forward);
+
+    // The text of the field has changed.
+    void OnChange();
+
+private:
+    void Close();
+    void Find(int start, bool forward);
+
+    CConvList& m_list;
+    CStatusLine& m_status;
+};

@@ -1,0 +1,136 @@
+#include "ui/StatusLine.h"
+
+#include <algorithm>
+
+#include "core/NameTemplate.h"
+#include "files/MapCodePage.h"
+#include "framework/FileNames.h"
+#include "framework/Language.h"
+#include "framework/MessageText.h"
+#include "resources/resource.h"
+
+namespace {
+
+constexpr UINT_PTR kTimer = 1;
+constexpr UINT kDelay = 100;  // milliseconds
+
+constexpr Text kNumbers{L"Zeilen: %1   Vorgemerkt: %2   Ausgewählt: %3",
+                        L"Rows: %1   Marked: %2   Selected: %3"};
+constexpr Text kCheckNames{L"Namen &prüfen: %1", L"Chec&k names: %1"};
+constexpr Text kSameCopy{L"Derselbe neue Name wie bei '%1' (Groß-/Kleinschreibung zählt nicht)",
+                         L"Same new name as for '%1' (letter case does not count)"};
+constexpr Text kLongRecord{L"Zu lang für die Map-Datei (mehr als %1 Bytes)",
+                           L"Too long for the map file (more than %1 bytes)"};
+
+}  // namespace
+
+void CStatusLine::Begin(HWND dialog)
+{
+    m_dialog = dialog;
+    m_namesChanged = true;
+    Update();
+}
+
+void CStatusLine::OnNotify(const NMHDR& header)
+{
+    switch (header.code) {
+        case LVN_ITEMCHANGED:
+            Schedule();
+            break;
+        case LVN_INSERTITEM:
+        case LVN_DELETEITEM:
+        case LVN_DELETEALLITEMS:
+            NamesChanged();
+            break;
+        default:
+            break;
+    }
+}
+
+void CStatusLine::NamesChanged()
+{
+    m_namesChanged = true;
+    Schedule();
+}
+
+void CStatusLine::Schedule()
+{
+    if (!m_scheduled && m_dialog != nullptr) {
+        m_scheduled = SetTimer(m_dialog, kTimer, kDelay, nullptr) != 0;
+    }
+}
+
+void CStatusLine::OnTimer(WPARAM timer)
+{
+    if (timer == kTimer) {
+        KillTimer(m_dialog, kTimer);
+        m_scheduled = false;
+        Update();
+    }
+}
+
+void CStatusLine::Say(const std::wstring& text)
+{
+    SetDlgItemTextW(m_dialog, IDC_STATUS_TEXT, text.c_str());
+}
+
+// What was said stays as long as the numbers do.
+void CStatusLine::Update()
+{
+    if (m_namesChanged) {
+        m_namesChanged = false;
+        FindNames();
+    }
+    const std::wstring numbers =
+        FillPlaceholders(kNumbers.Current(), {std::to_wstring(m_table.GetItemCount()),
+                                              std::to_wstring(m_table.CountPendingRows()),
+                                              std::to_wstring(m_table.GetSelectedCount())});
+    if (numbers != m_numbers) {
+        m_numbers = numbers;
+        Say(numbers);
+    }
+}
+
+void CStatusLine::FindNames()
+{
+    std::vector<UTtab_entry> rows;
+    rows.reserve(static_cast<std::size_t>(m_table.GetItemCount()));
+    for (int row = 0; row < m_table.GetItemCount(); ++row) {
+        rows.push_back(m_table.GetRow(row));
+    }
+    m_toCheck = FindNamesToCheck(rows, MapEncoderOf(MapCodePage()), &CompareFileNames);
+    const HWND button = GetDlgItem(m_dialog, IDC_CHECK_NAMES);
+    // A hidden button must not keep the focus: no key would reach the dialog.
+    if (m_toCheck.empty() && GetFocus() == button) {
+        SetFocus(m_table.m_hWnd);
+    }
+    const std::wstring caption = FillPlaceholders(kCheckNames.Current(), {std::to_wstring(m_toCheck.size())});
+    SetWindowTextW(button, caption.c_str());
+    ShowWindow(button, m_toCheck.empty() ? SW_HIDE : SW_SHOWNA);
+}
+
+void CStatusLine::GoToNextName()
+{
+    if (m_namesChanged) {
+        Update();
+    }
+    if (m_toCheck.empty()) {
+        return;
+    }
+    const int focused = m_table.GetNextItem(-1, LVNI_FOCUSED);
+    auto next = std::ranges::upper_bound(m_toCheck, focused, {}, &NameToCheck::row);
+    if (next == m_toCheck.end()) {
+        next = m_toCheck.begin();
+    }
+    m_table.SelectOnly(next->row);
+    Update();
+    Say(Problem(*next));
+}
+
+std::wstring CStatusLine::Problem(const NameToCheck& name) const
+{
+    if (name.problem == NameProblem::longRecord) {
+        return FillPlaceholders(kLongRecord.Current(), {std::to_wstring(kMapLineMaxBytes)});
+    }
+    return FillPlaceholders(kSameCopy.Current(), {m_table.GetItemText(name.otherRow, kColumnOriginal)});
+}
