@@ -1,5 +1,7 @@
 #include "ui/CommandMenu.h"
 
+#include <string>
+
 #include "framework/Handles.h"
 
 UINT ShowCommandMenu(HWND button, std::span<const MenuCommand> commands)
@@ -7,8 +9,8 @@ UINT ShowCommandMenu(HWND button, std::span<const MenuCommand> commands)
     const UniqueMenu menu(CreatePopupMenu());
     for (const MenuCommand& command : commands) {
         const UINT state = command.possible ? MF_ENABLED : MF_GRAYED;
-        AppendMenuW(menu.get(), command.id == 0 ? MF_SEPARATOR : MF_STRING | state, command.id,
-                    command.text.Current().c_str());
+        const std::wstring text = command.text.Current() + L'\t' + command.shortcut.Current();
+        AppendMenuW(menu.get(), command.id == 0 ? MF_SEPARATOR : MF_STRING | state, command.id, text.c_str());
     }
     TPMPARAMS around{};  // the menu must not cover the button
     around.cbSize = sizeof around;

@@ -6,11 +6,12 @@
 
 #include "framework/Language.h"
 
-// An entry of a command menu. The text ends in a tab and the shortcut key, if there is one.
+// An entry of a command menu.
 struct MenuCommand
 {
     UINT id;  // 0: a separator
     Text text;
+    Text shortcut;  // shown only; may be empty
     bool possible;  // otherwise it is grey
 };
 

@@ -78,9 +78,12 @@ constexpr Text kDropRefused{
     L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein einziger "
     L"Ordner ablegen.",
     L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped here."};
-constexpr Text kFind{L"&Suchen...\tStrg+F", L"&Find...\tCtrl+F"};
-constexpr Text kFindNext{L"&Weitersuchen\tF3", L"Find &next\tF3"};
+constexpr Text kFind{L"&Suchen...", L"&Find..."};
+constexpr Text kFindKey{L"Strg+F", L"Ctrl+F"};
+constexpr Text kFindNext{L"&Weitersuchen", L"Find &next"};
+constexpr Text kFindNextKey{L"F3", L"F3"};
 constexpr Text kNextName{L"Nächsten Namen &prüfen", L"Chec&k next name"};
+constexpr Text kNoKey{L"", L""};
 constexpr Text kOverwrite{
     L"Die Map-Datei '%1' existiert bereits in '%2\\Mapped'.\n\nSoll die Datei überschrieben werden?",
     L"The Map-File '%1' already exists in '%2\\Mapped'.\n\nDo you want to overwrite this file?"};
@@ -835,9 +838,9 @@ void CTalvenorDlg::OnFindNext()
 void CTalvenorDlg::OnMore()
 {
     const bool hasRows = m_wndList.GetItemCount() > 0;
-    const std::array commands{MenuCommand{IDM_FIND, kFind, hasRows},
-                              MenuCommand{IDM_FIND_NEXT, kFindNext, hasRows},
-                              MenuCommand{IDC_CHECK_NAMES, kNextName, m_status.HasNamesToCheck()}};
+    const std::array commands{MenuCommand{IDM_FIND, kFind, kFindKey, hasRows},
+                              MenuCommand{IDM_FIND_NEXT, kFindNext, kFindNextKey, hasRows},
+                              MenuCommand{IDC_CHECK_NAMES, kNextName, kNoKey, m_status.HasNamesToCheck()}};
     if (const UINT chosen = ShowCommandMenu(GetDlgItem(IDC_MORE), commands); chosen != 0) {
         SendMessage(WM_COMMAND, chosen);
     }

@@ -9,7 +9,7 @@ RESOURCES = pathlib.Path(__file__).resolve().parents[2] / "resources"
 DIALOG = re.compile(r"^(\w+) DIALOGEX")
 CONTROL = re.compile(r'^\s+([A-Z]+) ("(?:[^"]|"")*"|\w+), (\w+)(.*)$')
 CAPTIONED = {"LTEXT", "PUSHBUTTON", "DEFPUSHBUTTON", "AUTOCHECKBOX", "GROUPBOX"}
-FILLED_BY_CODE = {"IDC_PROGRESS_FIRST", "IDC_PROGRESS_SECOND", "IDC_PROGRESS_THIRD"}
+FILLED_BY_CODE = {"IDC_STATUS_TEXT", "IDC_PROGRESS_FIRST", "IDC_PROGRESS_SECOND", "IDC_PROGRESS_THIRD"}
 
 
 def dialogs(path):
