@@ -98,6 +98,7 @@ CBomEntryWriter::CBomEntryWriter(CSldWorksApplication& application, CProgressVie
 
 int CBomEntryWriter::Run()
 {
+    m_progress.NoteStep(CadStep::opening);
     m_application.SetDocumentVisibility(false, m_documentType);
     // Both early returns leave the visibility off and may leave the document open: after such a failure
     // nothing more is asked of SOLIDWORKS for this file.
@@ -109,6 +110,7 @@ int CBomEntryWriter::Run()
         return 0;
     }
     SaveDocument();
+    m_progress.NoteStep(CadStep::closing);
     ReleaseDocument();
     m_application.CloseDocument(m_filePath);
     m_progress.EnableCancel(true);
@@ -120,7 +122,9 @@ bool CBomEntryWriter::OpenDocument()
 {
     long errorCode = 0;
     m_document = m_application.OpenDocument(m_filePath, m_documentType, false, false, true, errorCode);
-    if (!m_document.IsAttached() || (errorCode >= 1 && errorCode != kUsableErrorCode)) {
+    const bool opened = m_document.IsAttached() && (errorCode < 1 || errorCode == kUsableErrorCode);
+    m_progress.NoteOpened(opened, errorCode);
+    if (!opened) {
         return false;
     }
     m_openedDocument = m_document;
@@ -133,13 +137,16 @@ bool CBomEntryWriter::OpenDocument()
 
 void CBomEntryWriter::ReadConfigurations()
 {
+    m_progress.NoteStep(CadStep::reading);
     m_configurationCount = m_document.GetConfigurationCount();
     const _variant_t names = m_document.GetConfigurationNames();
     m_configurationNames = StringsOf(ArrayOf(names), m_configurationCount);
+    m_progress.NoteConfigurations(m_configurationCount, m_configurationNames);
 }
 
 bool CBomEntryWriter::WriteConfigurations()
 {
+    m_progress.NoteStep(CadStep::writing);
     m_overallStart = static_cast<float>(m_progress.GetOverallPosition());
     return std::ranges::all_of(m_configurationNames,
                                [this](const std::wstring& name) { return WriteConfiguration(name); });
@@ -156,6 +163,7 @@ bool CBomEntryWriter::WriteConfiguration(const std::wstring& name)
         return false;
     }
     PutBomName(configuration, bomName);
+    m_progress.NoteConfigurationWritten();
     m_progress.PumpOneMessage();
     HandleCancel();
     return true;
@@ -212,7 +220,8 @@ void CBomEntryWriter::SaveDocument()
     m_progress.SetOverallPosition(static_cast<int>(static_cast<float>(m_fileNumber) * m_fileShare));
     m_progress.EnableCancel(false);
     m_progress.Refresh();
-    m_document.Save(true);
+    m_progress.NoteStep(CadStep::saving);
+    m_progress.NoteSaved(m_document.Save(true));
 }
 
 void CBomEntryWriter::ReleaseDocument()

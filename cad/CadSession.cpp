@@ -132,6 +132,7 @@ std::wstring CCadSession::Question() const
 
 bool CCadSession::GiveUp()
 {
+    ++m_givenUpCalls;
     m_givenUp = !m_process.Terminate();
     return !m_givenUp;
 }

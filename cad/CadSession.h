@@ -49,6 +49,9 @@ public:
     // it often, as this program may be killed at any time.
     void LeaveToUserIfShown();
 
+    // How often the user has stopped waiting for a call.
+    [[nodiscard]] int GivenUpCalls() const { return m_givenUpCalls; }
+
     // Asks SOLIDWORKS to exit and releases it, even if that call fails. Does nothing when not connected.
     void Release();
 
@@ -71,5 +74,6 @@ private:
     const std::wstring m_progId;
     const CadTimeouts m_timeouts;
     bool m_connected = false;
+    int m_givenUpCalls = 0;
     bool m_givenUp = false;  // by the user, on a server that could not be terminated
 };

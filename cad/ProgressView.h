@@ -1,6 +1,19 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
+
+// The steps that write the BOM names of one part.
+enum class CadStep : std::uint8_t
+{
+    opening,
+    reading,  // the configurations' names
+    writing,  // their BOM names
+    saving,
+    closing
+};
 
 // The part of the progress dialog that the BOM entry writer uses. Bars range from 0 to 100.
 class CProgressView
@@ -28,6 +41,17 @@ public:
 
     // Translates and dispatches one pending message of the thread, if there is one.
     virtual void PumpOneMessage() = 0;
+
+    // What becomes of the part in hand, for the record of the run; failures that nobody is shown among it. A
+    // call that throws belongs to the step that was begun last.
+    virtual void NoteStep(CadStep step) = 0;
+    // `opened`: there is a document, and `code` allows to go on.
+    virtual void NoteOpened(bool opened, long code) = 0;
+    // `count` is what the CAD system reports; there may be fewer names.
+    virtual void NoteConfigurations(long count, const std::vector<std::wstring>& names) = 0;
+    virtual void NoteConfigurationWritten() = 0;
+    // `result`: what Save returned, if that was a number.
+    virtual void NoteSaved(std::optional<long> result) = 0;
 
 protected:
     CProgressView() = default;

@@ -50,9 +50,11 @@ CSldWorksConfiguration CSldWorksDocument::GetConfiguration(const std::wstring& n
         InvokeHelper<IDispatchPtr>(kDocumentConfigurationByName, DISPATCH_METHOD, name).Detach());
 }
 
-void CSldWorksDocument::Save(bool silent)
+// No conversion, which could fail, or call the server for an object's default value.
+std::optional<long> CSldWorksDocument::Save(bool silent)
 {
-    static_cast<void>(InvokeHelper<_variant_t>(kDocumentSave, DISPATCH_METHOD, silent));
+    const _variant_t result = InvokeHelper<_variant_t>(kDocumentSave, DISPATCH_METHOD, silent);
+    return result.vt == VT_I4 ? std::optional<long>(result.lVal) : std::nullopt;
 }
 
 void CSldWorksApplication::Exit()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "framework/OleDispatchDriver.h"
@@ -36,8 +37,8 @@ public:
     // Not attached when the document has no configuration of that name.
     [[nodiscard]] CSldWorksConfiguration GetConfiguration(const std::wstring& name);
 
-    // The result is ignored, whatever its type.
-    void Save(bool silent);
+    // Returns the result; nullopt when a server that breaks its interface returns another type.
+    std::optional<long> Save(bool silent);
 };
 
 // The CAD application.

@@ -71,26 +71,6 @@ constexpr Text kSyntaxErrorLead{L"Syntax-Fehler in Zeile %d in\n", L"Syntax-Erro
 constexpr Text kSyntaxErrorTail{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
                                 L"\n\nThe file could not be evaluated completely."};
 
-bool OpenSource(CFile& file, const std::wstring& source)
-{
-    CFileException error;
-    if (file.Open(source, CFile::modeRead | CFile::shareDenyNone, &error)) {
-        return true;
-    }
-    ShowMessage(FillPlaceholders(kSourceNotOpened.Current(), {source, error.GetErrorMessage()}));
-    return false;
-}
-
-bool OpenTarget(CFile& file, const std::wstring& source, const std::wstring& target)
-{
-    CFileException error;
-    if (file.Open(target, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, &error)) {
-        return true;
-    }
-    ShowMessage(FillPlaceholders(kTargetNotOpened.Current(), {target, source, error.GetErrorMessage()}));
-    return false;
-}
-
 void CopyBytes(CFile& input, CFile& output)
 {
     std::array<char, kCopyBlockSize> block;
@@ -100,6 +80,24 @@ void CopyBytes(CFile& input, CFile& output)
     }
     input.Close();
     output.Close();
+}
+
+// Returns an empty text, or the message about the failure.
+std::wstring TryToCopy(CFile& input, CFile& output, const std::wstring& source, const std::wstring& target)
+{
+    CFileException error;
+    if (!input.Open(source, CFile::modeRead | CFile::shareDenyNone, &error)) {
+        return FillPlaceholders(kSourceNotOpened.Current(), {source, error.GetErrorMessage()});
+    }
+    if (!output.Open(target, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive, &error)) {
+        return FillPlaceholders(kTargetNotOpened.Current(), {target, source, error.GetErrorMessage()});
+    }
+    try {
+        CopyBytes(input, output);
+    } catch (const CFileException& failure) {
+        return FillPlaceholders(kCopyFailed.Current(), {source, target, failure.GetErrorMessage()});
+    }
+    return {};
 }
 
 void AppendMatches(const std::wstring& pattern, std::vector<std::wstring>& names)
@@ -169,20 +167,19 @@ int CFileMisc::CreateFolder(const std::wstring& path)
     return 1;
 }
 
-int CFileMisc::CopyPartFile(const std::wstring& source, const std::wstring& target)
+int CFileMisc::CopyPartFile(const std::wstring& source, const std::wstring& target, std::wstring* message)
 {
     CFile input;
     CFile output;
-    if (!OpenSource(input, source) || !OpenTarget(output, source, target)) {
-        return 1;
+    const std::wstring failure = TryToCopy(input, output, source, target);
+    if (failure.empty()) {
+        return 0;
     }
-    try {
-        CopyBytes(input, output);
-    } catch (const CFileException& error) {
-        ShowMessage(FillPlaceholders(kCopyFailed.Current(), {source, target, error.GetErrorMessage()}));
-        return 1;
+    ShowMessage(failure);
+    if (message != nullptr) {
+        *message = failure;
     }
-    return 0;
+    return 1;
 }
 
 void CFileMisc::ScanPartFiles(const std::wstring& folder, std::vector<std::wstring>& names)

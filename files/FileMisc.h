@@ -45,8 +45,9 @@ public:
     static int CreateFolder(const std::wstring& path);
 
     // Copies the bytes of source into target, which is created or overwritten, without times and attributes.
-    // Returns 0, or 1 after a message; a partly written target stays.
-    static int CopyPartFile(const std::wstring& source, const std::wstring& target);
+    // Returns 0, or 1 after a message, which *message (unless null) receives; a partly written target stays.
+    static int CopyPartFile(const std::wstring& source, const std::wstring& target,
+                            std::wstring* message = nullptr);
 
     // Appends the names (without folder) of "*.sldprt" and then "*.prt" in the folder, in the file system's
     // order, sub-folders with such names included. Such a pattern also finds a file whose short name matches,

@@ -1,7 +1,10 @@
 #include "run/ConversionRun.h"
 
+#include <array>
+#include <cwchar>
 #include <utility>
 
+#include "cad/CadVersion.h"
 #include "core/TextTools.h"
 #include "files/FileMisc.h"
 #include "files/Paths.h"
@@ -58,6 +61,29 @@ int OverallPosition(int done, int total)
                             static_cast<float>(kProgressFull));
 }
 
+// The year of the version that a ProgID names; the ProgID itself when it names none.
+std::wstring YearOf(const std::wstring& progId)
+{
+    const std::optional<CCadVersion> version = CCadVersion::FromNumber(progId.substr(progId.rfind(L'.') + 1));
+    return version ? version->Year() : progId;
+}
+
+LocalTime Now()
+{
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond};
+}
+
+// The error with its status code, or the server's number, unless that is 0 or stands there already.
+std::wstring WithNumber(const std::wstring& error, long number)
+{
+    std::array<wchar_t, 16> digits{};
+    std::swprintf(digits.data(), digits.size(), L"0x%08lX", static_cast<unsigned long>(number));
+    const bool isNews = number != 0 && error.find(digits.data()) == std::wstring::npos;
+    return isNews ? error + L" (" + digits.data() + L")" : error;
+}
+
 }  // namespace
 
 // A row and what the run derives from it.
@@ -96,11 +122,36 @@ void CConversionRun::Run()
     m_total = m_table.CountPendingRows();
     m_mapPath = MapFilePath(m_options.standardPartsFolder);
     OpenProgress();
-    const End end = Convert();
-    FinishWith(m_progress->IsSessionEnding() ? End::sessionEnded : end);
+    BeginRecord();
+    const End converted = Convert();
+    const End end = m_progress->IsSessionEnding() ? End::sessionEnded : converted;
+    EndRecord(end);
+    FinishWith(end);
 }
 
 // ---- The run as a whole
+
+void CConversionRun::BeginRecord()
+{
+    RunRecord record;
+    record.folder = m_options.standardPartsFolder;
+    record.copyOnly = m_options.copyOnly;
+    if (!m_options.copyOnly) {
+        record.cadYear = YearOf(m_options.progId);
+    }
+    record.start = Now();
+    m_recorder.BeginRun(std::move(record));
+    m_progress->RecordTo(m_recorder);
+}
+
+// Before the list is reloaded.
+void CConversionRun::EndRecord(End end)
+{
+    for (int row = static_cast<int>(m_recorder.RowCount()); row < m_table.GetItemCount(); ++row) {
+        m_recorder.AddNotReached(m_table.GetRow(row));
+    }
+    m_record = m_recorder.EndRun(end);
+}
 
 CConversionRun::End CConversionRun::Convert()
 {
@@ -165,7 +216,11 @@ std::optional<CConversionRun::End> CConversionRun::EndAfter(CCadSession::Outcome
 CConversionRun::End CConversionRun::ConvertRows()
 {
     for (int row = m_table.GetNextItem(-1, LVNI_ALL); row != -1; row = m_table.GetNextItem(row, LVNI_ALL)) {
-        if (const std::optional<End> end = ConvertRow(ReadRow(row))) {
+        const Row content = ReadRow(row);
+        m_recorder.BeginRow(content.entry);
+        const std::optional<End> end = ConvertRow(content);
+        m_recorder.EndRow(m_cad.GivenUpCalls());
+        if (end) {
             return *end;
         }
         if (m_progress->IsSessionEnding()) {
@@ -264,28 +319,46 @@ std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
 // Copies a pending row's file and records the row. False when the row stays as it is.
 bool CConversionRun::CopyAndRecord(const Row& row)
 {
-    if (row.pending && (!CheckFileNames(row) || CFileMisc::CopyPartFile(row.source, row.target) != 0)) {
+    if (std::wstring failure = row.pending ? CopyFailure(row) : std::wstring(); !failure.empty()) {
+        m_recorder.SetOutcome(RowOutcome::notCopied, std::move(failure));
         return false;
     }
     UTtab_entry record = row.entry;
     if (m_options.copyOnly) {
         record.strBomName.clear();
     }
-    return ReportWriteFailure(m_mapFile.Append(record));
+    if (!ReportWriteFailure(m_mapFile.Append(record))) {
+        m_recorder.SetOutcome(RowOutcome::notRecorded, WriteFailure());
+        return false;
+    }
+    m_recorder.SetOutcome(row.pending ? RowOutcome::copied : RowOutcome::recordedOnly);
+    return true;
 }
 
-// Whether neither name leads out of its folder. Shows the message about one that does at most once per run.
-bool CConversionRun::CheckFileNames(const Row& row)
+// Copies the file. Returns an empty text, or why that failed.
+std::wstring CConversionRun::CopyFailure(const Row& row)
+{
+    std::wstring failure = CheckFileNames(row);
+    if (failure.empty()) {
+        static_cast<void>(CFileMisc::CopyPartFile(row.source, row.target, &failure));
+    }
+    return failure;
+}
+
+// Returns an empty text, or the message about a name that leads out of its folder, which is shown at most
+// once per run.
+std::wstring CConversionRun::CheckFileNames(const Row& row)
 {
     for (const std::wstring& name : {row.entry.strOriginal, row.entry.strRenamed}) {
         if (!IsBareFileName(name)) {
+            std::wstring message = FillPlaceholders(kNoFileName.Current(), {name});
             if (!std::exchange(m_badNameShown, true)) {
-                ShowMessage(FillPlaceholders(kNoFileName.Current(), {name}));
+                ShowMessage(message);
             }
-            return false;
+            return message;
         }
     }
-    return true;
+    return {};
 }
 
 std::optional<CConversionRun::End> CConversionRun::UpdateCopy(const Row& row)
@@ -312,11 +385,16 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
         m_sldWorks.WriteBomEntries(*m_progress, row.target, fields, row.entry.strBomName, fileShare, m_done);
         return std::nullopt;
     } catch (const COleDispatchException& error) {
-        ShowDispatchError(error);
-    } catch (const CException&) {
+        ReportDispatchError(error);
+    } catch (const COleException& error) {
         // Without a message: SOLIDWORKS gave no text, and it is loaded again below.
+        m_recorder.NoteFailure(WithNumber(error.GetErrorMessage(), error.m_sc));
+    } catch (const CException& error) {
+        m_recorder.NoteFailure(error.GetErrorMessage());  // the same
     }
-    return ReloadCad();
+    const std::optional<End> end = ReloadCad();
+    m_recorder.NoteReload(!end);
+    return end;
 }
 
 // Marks the row, and processes a pending click on Cancel.
@@ -330,24 +408,30 @@ void CConversionRun::FinishRow(const Row& row)
 
 // ---- The map file
 
+std::wstring CConversionRun::WriteFailure() const
+{
+    return FillPlaceholders(kMapFileNotWritten.Current(), {m_mapPath});
+}
+
 // Returns `written`. Shows the message about missing records at most once per run.
 bool CConversionRun::ReportWriteFailure(bool written)
 {
     if (!written && !std::exchange(m_mapFileFailureShown, true)) {
-        ShowMessage(FillPlaceholders(kMapFileNotWritten.Current(), {m_mapPath}));
+        ShowMessage(WriteFailure());
     }
     return written;
 }
 
 // ---- SOLIDWORKS
 
-void CConversionRun::ShowDispatchError(const COleDispatchException& error) const
+void CConversionRun::ReportDispatchError(const COleDispatchException& error)
 {
     MessageRequest request;
     if (!error.m_source.empty()) {
         request.text = error.m_source + L" - ";
     }
     request.text += error.m_description.empty() ? kUnknownError : error.m_description;
+    m_recorder.NoteFailure(WithNumber(request.text, error.m_sc != S_OK ? error.m_sc : error.m_code));
     if (!error.m_helpFile.empty()) {
         request.helpFile = error.m_helpFile;
         request.helpContext = error.m_helpContext;

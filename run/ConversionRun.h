@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "cad/CadSession.h"
 #include "cad/SldWorks.h"
@@ -11,6 +12,7 @@
 #include "framework/OleException.h"
 #include "run/ConversionView.h"
 #include "run/ProgressFileCopy.h"
+#include "run/RunRecorder.h"
 
 struct ConversionOptions
 {
@@ -41,16 +43,11 @@ public:
     // caller must enable it, unless the run was aborted.
     void Run();
 
+    // What became of every row; to be taken once, after Run.
+    [[nodiscard]] RunRecord TakeRecord() { return std::move(m_record); }
+
 private:
-    enum class End
-    {
-        finished,
-        cancelled,
-        sessionEnded,  // the Windows session
-        cadNotLoaded,  // when loading SOLIDWORKS at the start or again
-        cadTooOld,     // the same
-        mapFileNotOpened
-    };
+    using End = RunEnd;
     struct Row;
 
     // Each step returns how the run ended, or nullopt to continue.
@@ -60,6 +57,8 @@ private:
     std::optional<End> ReloadCad();
     [[nodiscard]] static std::optional<End> EndAfter(CCadSession::Outcome outcome);
     End ConvertRows();
+    void BeginRecord();
+    void EndRecord(End end);
     void FinishWith(End end);
     void CloseProgressAndCad();
     void AbortRun(const std::wstring& message);
@@ -67,14 +66,16 @@ private:
     [[nodiscard]] Row ReadRow(int index) const;
     std::optional<End> ConvertRow(const Row& row);
     bool CopyAndRecord(const Row& row);
-    bool CheckFileNames(const Row& row);
+    [[nodiscard]] std::wstring CopyFailure(const Row& row);
+    [[nodiscard]] std::wstring CheckFileNames(const Row& row);
     std::optional<End> UpdateCopy(const Row& row);
     std::optional<End> UpdateBomEntries(const Row& row);
     void FinishRow(const Row& row);
 
+    [[nodiscard]] std::wstring WriteFailure() const;
     bool ReportWriteFailure(bool written);
 
-    void ShowDispatchError(const COleDispatchException& error) const;
+    void ReportDispatchError(const COleDispatchException& error);
     void ReleaseCad();
 
     void OpenProgress();
@@ -89,6 +90,8 @@ private:
     CConversionView& m_view;
     ConversionOptions m_options;
     CCadSession m_cad;
+    CRunRecorder m_recorder;
+    RunRecord m_record;
 
     std::unique_ptr<CProgressFileCopy> m_progress;
     std::wstring m_mapPath;

@@ -63,6 +63,41 @@ void CProgressFileCopy::PumpOneMessage()
     CWinApp::PumpPendingMessage();
 }
 
+void CProgressFileCopy::NoteStep(CadStep step)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->NoteStep(step);
+    }
+}
+
+void CProgressFileCopy::NoteOpened(bool opened, long code)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->NoteOpened(opened, code);
+    }
+}
+
+void CProgressFileCopy::NoteConfigurations(long count, const std::vector<std::wstring>& names)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->NoteConfigurations(count, names);
+    }
+}
+
+void CProgressFileCopy::NoteConfigurationWritten()
+{
+    if (m_recorder != nullptr) {
+        m_recorder->NoteConfigurationWritten();
+    }
+}
+
+void CProgressFileCopy::NoteSaved(std::optional<long> result)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->NoteSaved(result);
+    }
+}
+
 std::wstring CProgressFileCopy::FitToFirstLine(const std::wstring& prefix, const std::wstring& path) const
 {
     return FitToLine(m_wndFirst, prefix, path);

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "cad/ProgressView.h"
 #include "framework/Controls.h"
 #include "framework/Dialog.h"
+#include "run/RunRecorder.h"
 
 // The modeless progress dialog of a conversion run: three text lines, a bar for the current part, a bar for
 // all parts, and a cancel button that only sets a flag. The run sets texts and bars, polls the flag and
@@ -18,6 +21,10 @@ public:
     void SetFirstText(const std::wstring& text) override { m_strFirst = text; }
     void SetSecondText(const std::wstring& text) override { m_strSecond = text; }
     void SetThirdText(const std::wstring& text) override { m_strThird = text; }
+
+    // Passes the notes about parts on; until then they are dropped. The recorder must live as long as the
+    // dialog.
+    void RecordTo(CRunRecorder& recorder) { m_recorder = &recorder; }
 
     // Sets the texts of the controls, and repaints the dialog and its owner unless they were repainted in the
     // last 40 ms.
@@ -39,6 +46,12 @@ public:
     [[nodiscard]] bool IsSessionEnding() const override;
 
     void PumpOneMessage() override;
+
+    void NoteStep(CadStep step) override;
+    void NoteOpened(bool opened, long code) override;
+    void NoteConfigurations(long count, const std::vector<std::wstring>& names) override;
+    void NoteConfigurationWritten() override;
+    void NoteSaved(std::optional<long> result) override;
 
     // Return prefix + path for the first or second line, with the path shortened until the whole fits.
     [[nodiscard]] std::wstring FitToFirstLine(const std::wstring& prefix, const std::wstring& path) const;
@@ -67,4 +80,5 @@ private:
     CStatic m_wndThird;
     CStatic m_wndFirst;
     ULONGLONG m_nPaintedAt = 0;
+    CRunRecorder* m_recorder = nullptr;
 };

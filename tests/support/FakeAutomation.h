@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -209,6 +210,7 @@ public:
     bool m_cancelled = false;
     bool m_sessionEnding = false;
     std::function<void()> m_onMessage;  // called for each message
+    EventLog m_notes;                   // what it was told about the part
 
     void SetFirstText(const std::wstring& text) override { m_first = text; }
     void SetSecondText(const std::wstring& text) override { m_second = text; }
@@ -245,6 +247,24 @@ public:
         if (m_onMessage) {
             m_onMessage();
         }
+    }
+    void NoteStep(CadStep step) override
+    {
+        m_notes.push_back(L"step " + std::to_wstring(static_cast<int>(step)));
+    }
+    void NoteOpened(bool opened, long code) override
+    {
+        m_notes.push_back((opened ? L"opened " : L"not opened ") + std::to_wstring(code));
+    }
+    void NoteConfigurations(long count, const std::vector<std::wstring>& names) override
+    {
+        m_notes.push_back(L"configurations " + std::to_wstring(count));
+        m_notes.insert(m_notes.end(), names.begin(), names.end());
+    }
+    void NoteConfigurationWritten() override { m_notes.push_back(L"written"); }
+    void NoteSaved(std::optional<long> result) override
+    {
+        m_notes.push_back(result ? L"saved " + std::to_wstring(*result) : L"saved");
     }
 
 private:

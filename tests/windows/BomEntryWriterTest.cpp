@@ -280,6 +280,48 @@ TEST_F(BomEntryWriterTest, AMissingConfigurationEndsItWithTheDocumentOpenAndUnsa
                          Showing(L"b"));
 }
 
+// The notes for the record of the run. Steps are numbered from 0: opening, reading, writing, saving, closing.
+
+TEST_F(BomEntryWriterTest, NotesEachStepAndItsResult)
+{
+    HasConfigurations({L"a", L"b"});
+    OpenAnswers(&m_document, 128);
+    m_document.On(kSave, AnswerLong(5));
+    Write();
+    EXPECT_EQ(m_progress.m_notes,
+              (EventLog{L"step 0", L"opened 128", L"step 1", L"configurations 2", L"a", L"b", L"step 2",
+                        L"written", L"written", L"step 3", L"saved 5", L"step 4"}));
+}
+
+TEST_F(BomEntryWriterTest, NotesWhatEndsIt)
+{
+    for (const long code : {0L, 3L}) {
+        m_progress.m_notes.clear();
+        OpenAnswers(nullptr, code);
+        Write();
+        EXPECT_EQ(m_progress.m_notes, (EventLog{L"step 0", L"not opened " + std::to_wstring(code)}));
+    }
+    m_progress.m_notes.clear();
+    OpenAnswers(&m_document, 129);
+    Write();
+    EXPECT_EQ(m_progress.m_notes, (EventLog{L"step 0", L"not opened 129"})) << "with a document";
+    m_progress.m_notes.clear();
+    OpenAnswers(&m_document, 0);
+    HasConfigurations({L"a", L"b"});
+    m_missingConfiguration = L"b";
+    Write();
+    EXPECT_EQ(m_progress.m_notes, (EventLog{L"step 0", L"opened 0", L"step 1", L"configurations 2", L"a",
+                                            L"b", L"step 2", L"written"}));
+}
+
+TEST_F(BomEntryWriterTest, NotesNoSaveWithoutConfigurations)
+{
+    HasConfigurations({});
+    Write();
+    EXPECT_EQ(m_progress.m_notes,
+              (EventLog{L"step 0", L"opened 0", L"step 1", L"configurations 0", L"step 2", L"step 4"}));
+}
+
 TEST_F(BomEntryWriterTest, EveryFillInButFiveAndSixIsFilled)
 {
     m_template = L"%1|%2|%3|%4|%5|%6|%7|%8|%9|%1";

@@ -1,0 +1,108 @@
+#include "run/RunRecorder.h"
+
+#include <iterator>
+#include <utility>
+
+namespace {
+
+std::chrono::milliseconds Since(std::chrono::steady_clock::time_point began)
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - began);
+}
+
+}  // namespace
+
+void CRunRecorder::BeginRun(RunRecord run)
+{
+    m_run = std::move(run);
+    m_runBegan = Clock::now();
+}
+
+void CRunRecorder::BeginRow(const UTtab_entry& entry)
+{
+    AddNotReached(entry);
+    m_configurations.clear();
+    m_rowBegan = Clock::now();
+}
+
+void CRunRecorder::SetOutcome(RowOutcome outcome, std::wstring reason)
+{
+    Row().outcome = outcome;
+    Row().reason = std::move(reason);
+}
+
+void CRunRecorder::EndRow(int givenUpCalls)
+{
+    KeepUnwrittenNames();
+    Row().duration = Since(m_rowBegan);
+    Row().givenUp = givenUpCalls != m_run.givenUpCalls;
+    m_run.givenUpCalls = givenUpCalls;
+}
+
+void CRunRecorder::NoteStep(CadStep step)
+{
+    Cad().step = step;
+}
+
+void CRunRecorder::NoteOpened(bool opened, long code)
+{
+    Cad().opened = opened;
+    Cad().openCode = code;
+}
+
+void CRunRecorder::NoteConfigurations(long count, const std::vector<std::wstring>& names)
+{
+    Cad().configurations = count;
+    m_configurations = names;
+}
+
+void CRunRecorder::NoteConfigurationWritten()
+{
+    ++Cad().written;
+}
+
+void CRunRecorder::NoteSaved(std::optional<long> result)
+{
+    Cad().saveResult = result;
+}
+
+void CRunRecorder::NoteFailure(std::wstring error)
+{
+    Cad().failed = true;
+    Row().reason = std::move(error);
+}
+
+void CRunRecorder::NoteReload(bool loaded)
+{
+    Row().cadReloaded = loaded;
+    Row().cadLost = !loaded;
+}
+
+void CRunRecorder::AddNotReached(UTtab_entry entry)
+{
+    m_run.rows.emplace_back().entry = std::move(entry);
+}
+
+RunRecord CRunRecorder::EndRun(RunEnd end)
+{
+    m_run.end = end;
+    m_run.duration = Since(m_runBegan);
+    return std::move(m_run);
+}
+
+CadRecord& CRunRecorder::Cad()
+{
+    std::optional<CadRecord>& cad = Row().cad;
+    return cad ? *cad : cad.emplace();
+}
+
+// Only those: a library has many thousand configurations.
+void CRunRecorder::KeepUnwrittenNames()
+{
+    const std::size_t written = Row().cad ? static_cast<std::size_t>(Row().cad->written) : 0;
+    if (written < m_configurations.size()) {
+        const auto first = m_configurations.begin() + static_cast<std::ptrdiff_t>(written);
+        Row().unwritten.assign(std::make_move_iterator(first),
+                               std::make_move_iterator(m_configurations.end()));
+    }
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "run/RunRecord.h"
+
+// Writes the record of a run while it goes on, in memory only. Calls in the order of the run: BeginRun; for
+// each row BeginRow, what becomes of it, EndRow; AddNotReached for the rest; EndRun.
+class CRunRecorder
+{
+public:
+    // `run` has its folder, version and start.
+    void BeginRun(RunRecord run);
+
+    void BeginRow(const UTtab_entry& entry);
+    // `reason`: why it was not copied or recorded.
+    void SetOutcome(RowOutcome outcome, std::wstring reason = {});
+    // `givenUpCalls`: of the run so far.
+    void EndRow(int givenUpCalls);
+
+    // SOLIDWORKS begins with a step of the row's copy.
+    void NoteStep(CadStep step);
+    void NoteOpened(bool opened, long code);
+    void NoteConfigurations(long count, const std::vector<std::wstring>& names);
+    void NoteConfigurationWritten();
+    void NoteSaved(std::optional<long> result);
+    // A call of the current step failed, with this error.
+    void NoteFailure(std::wstring error);
+    // SOLIDWORKS was loaded again, or could not be.
+    void NoteReload(bool loaded);
+
+    [[nodiscard]] std::size_t RowCount() const { return m_run.rows.size(); }
+    void AddNotReached(UTtab_entry entry);
+
+    // Returns the record; BeginRun begins the next one.
+    [[nodiscard]] RunRecord EndRun(RunEnd end);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    [[nodiscard]] RunRow& Row() { return m_run.rows.back(); }
+    [[nodiscard]] CadRecord& Cad();
+    void KeepUnwrittenNames();
+
+    RunRecord m_run;
+    Clock::time_point m_runBegan;
+    Clock::time_point m_rowBegan;
+    std::vector<std::wstring> m_configurations;  // of the row in hand
+};
