@@ -86,6 +86,15 @@ std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder)
            EncodeField(entry.strBomName, encoder);
 }
 
+std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder& decode)
+{
+    std::wstring decoded;
+    decode(line, decoded);
+    // It also refuses the empty lines and comments that the reader skips.
+    UTtab_entry entry;
+    return ParseMapLine(StripBlanks(decoded), entry) ? std::optional(entry) : std::nullopt;
+}
+
 std::string FormatMapHeader(std::string_view mapPath8)
 {
     // The second line is German in both languages, so that the file does not depend on who writes it. Its

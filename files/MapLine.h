@@ -42,6 +42,10 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 // be longer than the reader takes.
 [[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder);
 
+// Returns what the reader gets back from a record line (without its line end); nullopt when it takes the line
+// for a bad one or a comment. The line is of at most kMapLineMaxBytes.
+[[nodiscard]] std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder& decode);
+
 // Returns the four lines at the top of the file, each ending in "\n". mapPath8: the file's full path as
 // bytes.
 [[nodiscard]] std::string FormatMapHeader(std::string_view mapPath8);

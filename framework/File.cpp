@@ -142,6 +142,14 @@ bool BecomesDevice(const std::wstring& path)
            !path.starts_with(kDevice);
 }
 
+DWORD DispositionOf(UINT flags)
+{
+    if ((flags & CFile::modeCreateNew) != 0) {
+        return CREATE_NEW;
+    }
+    return (flags & CFile::modeCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING;
+}
+
 }  // namespace
 
 CFileException::CFileException(DWORD osError, std::wstring fileName)
@@ -173,13 +181,12 @@ bool CFile::Open(const std::wstring& path, UINT flags, CFileException* error)
     // as file synchronisation and virus scanners do ("CreateFileW function").
     const DWORD share =
         (flags & shareDenyNone) != 0 ? FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE : 0U;
-    const DWORD disposition = (flags & modeCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING;
 
     m_file.reset();
     m_path = path;
     const bool becomesDevice = BecomesDevice(path);
     if (!becomesDevice) {
-        m_file.reset(ValidHandle(::CreateFileW(path.c_str(), access, share, nullptr, disposition,
+        m_file.reset(ValidHandle(::CreateFileW(path.c_str(), access, share, nullptr, DispositionOf(flags),
                                                FILE_ATTRIBUTE_NORMAL, nullptr)));
     }
     if (m_file) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cad/CadVersion.h"
+#include "core/ColumnHeaders.h"
 #include "core/NameTemplate.h"
 #include "files/Folders.h"
 #include "files/Paths.h"
@@ -39,10 +40,6 @@ constexpr const wchar_t* kLibraryKeyTail = L"\\input";
 constexpr const wchar_t* kProgramFolderValue = L"prg";
 constexpr const wchar_t* kPartsFolderValue = L"parts";
 constexpr const wchar_t* kFallbackFolder = L"c:\\";
-
-constexpr std::array kColumnHeaders{Text{L"Original Normteil-Dateien", L"Original Standard-Part-Files"},
-                                    Text{L"Umbenannt nach...", L"Renamed to..."},
-                                    Text{L"Benennung d. Stücklisteneintrags", L"BOM names"}};
 
 constexpr Text kHelpDocument{L"Manuals\\ger\\Zelmar_Talvenor_Hilfe.pdf",
                              L"Manuals\\us\\Zelmar_Talvenor_Hilfe.pdf"};
@@ -159,6 +156,7 @@ void CTalvenorDlg::DoDataExchange(CDataExchange& exchange)
     DDX_Control(exchange, IDC_FIND, m_wndFind);
     DDX_Control(exchange, IDC_VERSION, m_wndVersion);
     DDX_Control(exchange, IDC_COPY_ONLY, m_wndCopyOnly);
+    DDX_Control(exchange, IDC_REPORT, m_wndReport);
 }
 
 void CTalvenorDlg::AddAboutToSystemMenu() const
@@ -197,7 +195,7 @@ void CTalvenorDlg::AnchorControls()
     m_layout.Anchor(IDC_LIST, left | top | right | bottom);
     m_layout.Anchor(IDC_STATUS_TEXT, left | right | bottom);
     for (const int id : {IDC_ADD, IDC_DELETE, IDC_REMOVE_ALL, IDC_SHOW_MAP, IDC_SELECT_ALL, IDC_SELECT_NONE,
-                         IDC_MARK, IDC_MORE, IDC_VERSION_LABEL, IDC_VERSION, IDC_COPY_ONLY}) {
+                         IDC_MARK, IDC_MORE, IDC_VERSION_LABEL, IDC_VERSION, IDC_COPY_ONLY, IDC_REPORT}) {
         m_layout.Anchor(id, left | bottom);
     }
     for (const int id : {IDC_CHECK_NAMES, IDC_FIND_LABEL, IDC_FIND, IDC_START, IDCANCEL, IDC_HELP_BUTTON}) {
@@ -402,6 +400,8 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
         ::OnCommand<&Self::OnFind>(IDM_FIND),
         ::OnCommand<&Self::OnFindNext>(IDM_FIND_NEXT),
         ::OnCommand<&Self::OnMore>(IDC_MORE),
+        ::OnCommand<&Self::OnReport>(IDC_REPORT),
+        ::OnCommand<&Self::OnSelectAttention>(IDM_SELECT_ATTENTION),
         ::OnCommand<&Self::OnStart>(IDC_START),
         ::OnCommand<&Self::OnHelp>(IDC_HELP_BUTTON),
     };
@@ -427,7 +427,8 @@ bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
 bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 {
     const int id = LOWORD(command);
-    const bool harmless = id == IDCANCEL || id == IDC_HELP_BUTTON || id == IDC_BROWSE || id == IDC_COPY_ONLY;
+    const bool harmless = id == IDCANCEL || id == IDC_HELP_BUTTON || id == IDC_BROWSE ||
+                          id == IDC_COPY_ONLY || id == IDC_REPORT;
     if (!m_bFolderRefused || harmless || HIWORD(command) != BN_CLICKED || PathOrVolumeExists(TypedFolder())) {
         return false;
     }
@@ -891,8 +892,30 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
         m_status.NamesChanged();
         CWinApp::Get()->SetSessionEnding(false);
     });
-    CConversionRun(*this, m_wndList, *this, m_cadServer, *this, {m_strSourceDir, m_strProgId, copyOnly})
-        .Run();
+    CConversionRun run(*this, m_wndList, *this, m_cadServer, *this, {m_strSourceDir, m_strProgId, copyOnly});
+    run.Run();
+    m_report.Take(run.TakeRecord());
+    m_wndReport.EnableWindow(true);
+}
+
+void CTalvenorDlg::OnReport()
+{
+    if (m_report.HasRun()) {
+        m_report.ShowReport(m_hWnd);
+    }
+}
+
+bool CTalvenorDlg::CanSelectAttention() const
+{
+    return m_report.CanSelectAttention(m_strSourceDir);
+}
+
+void CTalvenorDlg::OnSelectAttention()
+{
+    if (CanSelectAttention()) {
+        FocusControl(m_wndList);
+        m_report.SelectAttention(m_wndList);
+    }
 }
 
 void CTalvenorDlg::OnHelp()

@@ -16,6 +16,7 @@
 #include "ui/EditSourceDir.h"
 #include "ui/FindBar.h"
 #include "ui/StatusLine.h"
+#include "ui/RunReportCommands.h"
 
 // The main window: shows the conversion table, lets the user choose the standard-parts folder, add and delete
 // files, view the map file, choose the SOLIDWORKS version and start the conversion run.
@@ -91,6 +92,8 @@ private:
     void OnFind();
     void OnFindNext();
     void OnMore();
+    void OnReport();
+    void OnSelectAttention();
     void OnStart();
     void OnHelp();
 
@@ -106,6 +109,8 @@ private:
     void TakeChosenVersion();
     [[nodiscard]] bool MayOverwriteMapFile() const;
     void RunConversion(bool copyOnly);
+    // Whether OnSelectAttention does anything now.
+    [[nodiscard]] bool CanSelectAttention() const;
 
     CStatic m_wndStatusFrame;
     CConvList m_wndList;
@@ -118,6 +123,8 @@ private:
     CEditSourceDir m_wndSourceDir;
     CComboBox m_wndVersion;
     CButton m_wndCopyOnly;
+    CButton m_wndReport;
+    CRunReportCommands m_report;
     std::wstring m_strProgId;
     CServerProcess m_cadServer;
     std::wstring m_strHelpFile;  // the library's; empty when the program folder is not known

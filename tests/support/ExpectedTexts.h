@@ -74,6 +74,15 @@ inline constexpr Text kPreviewRefused{L"(%2 ist in Dateinamen nicht erlaubt)",
                                       L"(%2 is not allowed in file names)"};
 inline constexpr Text kSampleConfiguration{L"Standard", L"Default"};
 
+// Report
+inline constexpr Message ReportNotWritten{
+    {L"Der Bericht kann nicht geschrieben werden.\n%1.", L"The report cannot be written.\n%1."}};
+inline constexpr Message ReportNotShown{
+    {L"Der Bericht '%1' kann nicht angezeigt werden.", L"The report '%1' cannot be shown."}};
+inline constexpr Text kNoRowNeedsAttention{
+    L"Keine der Zeilen, die Aufmerksamkeit brauchen, steht in der Liste.",
+    L"None of the rows that need attention is in the list."};
+
 // About box
 inline constexpr Text kAboutCommand{L"&Über Talvenor...", L"&About Talvenor..."};
 inline constexpr Text kAbout{L"Über Talvenor", L"About Talvenor"};

@@ -71,6 +71,28 @@ private:
     CListenerScope m_scope;
 };
 
+// The folder for temporary files is this one (environment variable TMP) until the end of the scope.
+class CTemporaryFolderScope
+{
+public:
+    explicit CTemporaryFolderScope(const std::wstring& folder)
+    {
+        std::wstring before(32'768, L'\0');
+        before.resize(GetEnvironmentVariableW(L"TMP", before.data(), static_cast<DWORD>(before.size())));
+        m_before = before;
+        SetEnvironmentVariableW(L"TMP", folder.c_str());
+    }
+    ~CTemporaryFolderScope()
+    {
+        SetEnvironmentVariableW(L"TMP", m_before.empty() ? nullptr : m_before.c_str());
+    }
+    CTemporaryFolderScope(const CTemporaryFolderScope&) = delete;
+    CTemporaryFolderScope& operator=(const CTemporaryFolderScope&) = delete;
+
+private:
+    std::wstring m_before;
+};
+
 // An exception that no handler expects.
 class CTestException : public CException
 {

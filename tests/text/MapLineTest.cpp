@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cwchar>
 #include <optional>
 #include <sstream>
@@ -307,6 +308,18 @@ TEST(ReadMapLines, ReadsTheRecordsOfACopyOnlyRun)
 {
     ExpectEntries(Read(Record(L"a", L"b", L"") + "\n" + Record(L"c", L"d", L"") + "\n"),
                   {{L"a", L"b", L""}, {L"c", L"d", L""}});
+}
+
+TEST(ReadMapRecord, ReturnsWhatTheReaderGetsBack)
+{
+    const MapDecoder upperA = [](std::string_view bytes, std::wstring& text) {
+        text.assign(bytes.begin(), bytes.end());
+        std::ranges::replace(text, L'a', L'A');
+    };
+    EXPECT_EQ(ReadMapRecord("a ; b ; c;d ", upperA), (UTtab_entry{L"A", L"b", L"c;d"}));
+    for (const char* unreadable : {"", " ", "a ; b", ";a ; b ; c"}) {
+        EXPECT_EQ(ReadMapRecord(unreadable, upperA), std::nullopt) << unreadable;
+    }
 }
 
 TEST(FormatSyntaxError, InsertsTheLineNumber)

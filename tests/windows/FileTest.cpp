@@ -56,6 +56,19 @@ TEST_F(FileTest, MissingFileIsNotFound)
     EXPECT_EQ(error.m_osError, static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
 }
 
+TEST_F(FileTest, ANewFileReplacesNone)
+{
+    constexpr UINT kNew = CFile::modeCreateNew | CFile::modeWrite | CFile::shareExclusive;
+    {
+        CFile file;
+        ASSERT_TRUE(file.Open(m_path, kNew, nullptr));
+        file.Write("x", 1);
+        file.Close();
+    }
+    EXPECT_EQ(OpenFailure(m_path, kNew).m_osError, static_cast<DWORD>(ERROR_FILE_EXISTS));
+    EXPECT_EQ(ReadBytes(m_path), "x");
+}
+
 TEST_F(FileTest, MissingFolderIsABadPath)
 {
     EXPECT_EQ(OpenFailure(m_folder / L"no\\file.bin", CFile::modeRead).m_cause, Cause::badPath);

@@ -53,7 +53,7 @@ const std::vector<Control> kMainControls{
     {IDC_START, 1016, L"Button"},      {IDC_STATUS_FRAME, 1018, L"Button"},
     {IDC_COPY_ONLY, 1024, L"Button"},  {IDC_MARK, 1025, L"Button"},
     {IDC_VERSION, 1026, L"ComboBox"},  {IDC_HELP_BUTTON, 28445, L"Button"},
-    {IDCANCEL, 2, L"Button"}};
+    {IDC_REPORT, 1110, L"Button"},     {IDCANCEL, 2, L"Button"}};
 const std::vector<Control> kTemplateControls{{IDC_TEMPLATE_TEXT, 1021, L"Edit"},
                                              {IDC_TEMPLATE_PREVIEW_LABEL, 1030, L"Static"},
                                              {IDC_TEMPLATE_PREVIEW, 1031, L"Edit"},

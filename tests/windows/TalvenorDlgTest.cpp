@@ -30,6 +30,7 @@
 #include "tests/support/Languages.h"
 #include "tests/support/NetworkWatch.h"
 #include "tests/support/OwnFolder.h"
+#include "tests/support/ShellWatch.h"
 #include "tests/support/StartProgram.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/UnderWine.h"
@@ -1579,6 +1580,70 @@ TEST_P(TalvenorDlgTest, WithoutTheMappedFolderNoRunStarts)
         EXPECT_EQ(TakeBoxes(), Texts{expected::NoFolderAsFileThere(m_parts + L"\\Mapped")});
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_TRUE(m_dialog->IsWindowEnabled());
+    });
+}
+
+// The report of the last run
+
+TEST_P(TalvenorDlgTest, TheReportNeedsARun)
+{
+    AddThreeParts();
+    const CTemporaryFolderScope temporary(m_folder.Path());
+    CShellWatch shell;
+    Run([&] {
+        EXPECT_FALSE(IsWindowEnabled(Item(IDC_REPORT)));
+        Command(IDC_REPORT);
+        EXPECT_EQ(shell.Take(), Texts{}) << "a screen reader may press a disabled button";
+        Press(IDC_COPY_ONLY);
+        Press(IDC_START);
+        EXPECT_TRUE(IsWindowEnabled(Item(IDC_REPORT)));
+        EXPECT_EQ(TakeBoxes(), Texts{Finished()});
+        EXPECT_EQ(NamesIn(m_folder.Path()), Texts{L"parts"}) << "nothing is written unasked";
+        Press(IDC_REPORT);
+        const Texts opened = shell.Take();
+        ASSERT_EQ(opened.size(), 1U);
+        const std::string page = ReadBytes(opened[0]);
+        for (const char* part : {"N_ISO_1_a.sldprt", "N_ISO_2_b.sldprt", "N_ISO_3_c.sldprt"}) {
+            EXPECT_NE(page.find(part), std::string::npos) << part;
+        }
+        EXPECT_EQ(TakeBoxes(), Texts{});
+    });
+}
+
+TEST_P(TalvenorDlgTest, TheReportCanBeReadWhileTheFolderIsRefused)
+{
+    AddThreeParts();
+    const CTemporaryFolderScope temporary(m_folder.Path());
+    CShellWatch shell;
+    Run([&] {
+        Press(IDC_COPY_ONLY);
+        Press(IDC_START);
+        static_cast<void>(TakeBoxes());
+        TypeFolder(m_parts + L"\\none");
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        Command(IDC_REPORT);
+        EXPECT_EQ(shell.Take().size(), 1U);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        TypeFolder(m_parts);
+    });
+}
+
+TEST_P(TalvenorDlgTest, TheRowsThatNeedAttentionAreSelectedAndMarked)
+{
+    AddThreeParts();
+    Run([this] {
+        Command(IDM_SELECT_ATTENTION);
+        EXPECT_EQ(SelectedCount(), 0) << "there was no run";
+        std::filesystem::remove(m_parts + L"\\N_ISO_2_b.sldprt");
+        Press(IDC_COPY_ONLY);
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes().size(), 2U);
+        Select({0, 2});
+        Command(IDM_SELECT_ATTENTION);
+        EXPECT_EQ(SelectedCount(), 1);
+        EXPECT_EQ(List().GetNextItem(-1, LVNI_SELECTED), 1);
+        EXPECT_EQ(GetFocus(), Item(IDC_LIST));
+        EXPECT_EQ(TakeBoxes(), Texts{});
     });
 }
 

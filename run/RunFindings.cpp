@@ -1,0 +1,212 @@
+#include "run/RunFindings.h"
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <optional>
+#include <utility>
+
+#include "core/TextTools.h"
+#include "framework/Language.h"
+#include "framework/MessageText.h"
+
+namespace {
+
+using Findings = std::vector<std::wstring>;
+
+constexpr Text kRowNotReached{L"Die Umsetzung endete vor dieser Zeile.",
+                              L"The conversion ended before this row."};
+constexpr Text kNotOpened{L"SOLIDWORKS hat die Kopie nicht geöffnet (Code %1).",
+                          L"SOLIDWORKS did not open the copy (code %1)."};
+constexpr Text kNoConfigurations{L"SOLIDWORKS nennt keine Konfiguration. Die Kopie wurde nicht gespeichert.",
+                                 L"SOLIDWORKS names no configuration. The copy was not saved."};
+constexpr Text kUnnamedConfigurations{
+    L"%1 von %2 Konfigurationen geschrieben. Die übrigen nennt SOLIDWORKS nicht.",
+    L"%1 of %2 configurations written. SOLIDWORKS does not name the others."};
+constexpr Text kUnwrittenConfigurations{
+    L"%1 von %2 Konfigurationen geschrieben. Die Kopie wurde nicht gespeichert. Es fehlen: %3",
+    L"%1 of %2 configurations written. The copy was not saved. Missing: %3"};
+constexpr Text kSaveReturned{L"Das Speichern lieferte den Wert %1.", L"Saving returned the value %1."};
+constexpr Text kGivenUp{L"Auf SOLIDWORKS wurde nicht länger gewartet.",
+                        L"SOLIDWORKS was no longer waited for."};
+constexpr Text kReloaded{L"Danach wurde SOLIDWORKS neu geladen.", L"Afterwards SOLIDWORKS was loaded again."};
+constexpr Text kLost{L"Danach konnte SOLIDWORKS nicht neu geladen werden.",
+                     L"Afterwards SOLIDWORKS could not be loaded again."};
+constexpr Text kSameName{
+    L"Zeile '%1' hat denselben neuen Namen; Groß- und Kleinschreibung zählen nicht. Es gibt nur eine Kopie: "
+    L"die zuletzt geschriebene.",
+    L"Row '%1' has the same new name; letter case does not count. There is only one copy: the one written "
+    L"last."};
+constexpr Text kMapLineTooLong{
+    L"In der Map-Datei hat diese Zeile %1 Bytes, mehr als %2. Beim Lesen gehen sie und alle folgenden "
+    L"verloren.",
+    L"In the map file this row has %1 bytes, more than %2. On reading, it and all that follow are lost."};
+constexpr Text kMapLineUnreadable{L"Die Map-Datei kann diese Zeile nicht wiedergeben.",
+                                  L"The map file cannot reproduce this row."};
+constexpr Text kMapLineChanged{L"In der Map-Datei steht diese Zeile verändert: %1 ; %2 ; %3",
+                               L"The map file holds this row changed: %1 ; %2 ; %3"};
+constexpr Text kOneNameForAll{L"Die Benennung enthält %2 nicht: Alle %1 Konfigurationen haben dieselbe.",
+                              L"The BOM name does not contain %2: all %1 configurations have the same."};
+
+// By CadStep.
+constexpr std::array kFailedSteps{
+    Text{L"Das Öffnen schlug fehl: %1", L"Opening failed: %1"},
+    Text{L"Das Lesen der Konfigurationen schlug fehl: %1", L"Reading the configurations failed: %1"},
+    Text{L"Das Schreiben einer Konfiguration schlug fehl: %1", L"Writing a configuration failed: %1"},
+    Text{L"Das Speichern schlug fehl: %1", L"Saving failed: %1"},
+    Text{L"Das Schließen schlug fehl: %1", L"Closing failed: %1"}};
+
+std::wstring Joined(const std::vector<std::wstring>& names)
+{
+    std::wstring text;
+    for (const std::wstring& name : names) {
+        text += (text.empty() ? L"" : L", ") + name;
+    }
+    return text;
+}
+
+// A message without its line breaks.
+std::wstring OnOneLine(std::wstring_view message)
+{
+    std::wstring line;
+    for (const wchar_t character : message) {
+        const bool isBreak = character == L'\n' || character == L'\r';
+        if (!isBreak) {
+            line += character;
+        } else if (!line.empty() && line.back() != L' ') {
+            line += L' ';
+        }
+    }
+    return line;
+}
+
+void AddConfigurations(Findings& findings, const RunRow& row, const CadRecord& cad)
+{
+    const std::wstring written = std::to_wstring(cad.written);
+    const std::wstring all = std::to_wstring(cad.configurations);
+    if (!row.unwritten.empty()) {
+        findings.push_back(
+            FillPlaceholders(kUnwrittenConfigurations.Current(), {written, all, Joined(row.unwritten)}));
+    } else if (!cad.failed && cad.configurations <= 0) {
+        findings.push_back(kNoConfigurations.Current());
+    } else if (cad.written < cad.configurations && cad.step >= CadStep::writing) {
+        findings.push_back(FillPlaceholders(kUnnamedConfigurations.Current(), {written, all}));
+    }
+    const std::wstring bomName = Trim(row.entry.strBomName);
+    if (cad.written > 1 && !bomName.empty() && bomName.find(L"%2") == std::wstring::npos) {
+        findings.push_back(FillPlaceholders(kOneNameForAll.Current(), {all}));
+    }
+}
+
+void AddCad(Findings& findings, const RunRow& row, const CadRecord& cad)
+{
+    if (cad.failed) {
+        const Text& text = kFailedSteps.at(static_cast<std::size_t>(cad.step));
+        findings.push_back(FillPlaceholders(text.Current(), {OnOneLine(row.reason)}));
+    }
+    if (cad.opened) {
+        AddConfigurations(findings, row, cad);
+    } else if (!cad.failed) {
+        findings.push_back(FillPlaceholders(kNotOpened.Current(), {std::to_wstring(cad.openCode)}));
+    }
+    if (cad.saveResult.value_or(0) != 0) {
+        findings.push_back(FillPlaceholders(kSaveReturned.Current(), {std::to_wstring(*cad.saveResult)}));
+    }
+}
+
+void AddIf(Findings& findings, bool applies, const Text& text)
+{
+    if (applies) {
+        findings.push_back(text.Current());
+    }
+}
+
+void AddOutcome(Findings& findings, const RunRow& row)
+{
+    AddIf(findings, row.outcome == RowOutcome::notReached, kRowNotReached);
+    if (row.outcome == RowOutcome::notCopied || row.outcome == RowOutcome::notRecorded) {
+        findings.push_back(OnOneLine(row.reason));
+    }
+    if (row.cad) {
+        AddCad(findings, row, *row.cad);
+    }
+    AddIf(findings, row.givenUp, kGivenUp);
+    AddIf(findings, row.cadReloaded, kReloaded);
+    AddIf(findings, row.cadLost, kLost);
+}
+
+bool IsRecorded(const RunRow& row)
+{
+    return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
+}
+
+void AddMapLine(Findings& findings, UTtab_entry entry, const FindingRules& rules)
+{
+    const std::string line = FormatMapRecord(entry, rules.byteFor);
+    if (line.size() > kMapLineMaxBytes) {
+        findings.push_back(FillPlaceholders(
+            kMapLineTooLong.Current(), {std::to_wstring(line.size()), std::to_wstring(kMapLineMaxBytes)}));
+        return;
+    }
+    const std::optional<UTtab_entry> read = ReadMapRecord(line, rules.decode);
+    if (!read) {
+        findings.push_back(kMapLineUnreadable.Current());
+        return;
+    }
+    // Blanks around a BOM name do not count: writing it into the part trims them, too.
+    entry.strBomName = Trim(entry.strBomName);
+    if (UTtab_entry{read->strOriginal, read->strRenamed, Trim(read->strBomName)} != entry) {
+        findings.push_back(FillPlaceholders(kMapLineChanged.Current(),
+                                            {read->strOriginal, read->strRenamed, read->strBomName}));
+    }
+}
+
+// The rows that this run or an earlier one copied, sorted by the names of their copies.
+std::vector<std::size_t> SortedByCopy(const RunRecord& run, const FindingRules& rules)
+{
+    std::vector<std::size_t> rows(run.rows.size());
+    std::iota(rows.begin(), rows.end(), std::size_t{0});
+    std::erase_if(rows, [&](std::size_t row) { return !IsRecorded(run.rows[row]); });
+    std::ranges::stable_sort(rows, [&](std::size_t left, std::size_t right) {
+        return rules.compareNames(run.rows[left].entry.strRenamed, run.rows[right].entry.strRenamed) < 0;
+    });
+    return rows;
+}
+
+// Each row of a group with the same copy names its neighbour.
+void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRules& rules)
+{
+    const std::vector<std::size_t> rows = SortedByCopy(run, rules);
+    const auto sameCopy = [&](std::size_t left, std::size_t right) {
+        return rules.compareNames(run.rows[left].entry.strRenamed, run.rows[right].entry.strRenamed) == 0;
+    };
+    for (std::size_t at = 0; at < rows.size(); ++at) {
+        const bool before = at > 0 && sameCopy(rows[at - 1], rows[at]);
+        const bool after = at + 1 < rows.size() && sameCopy(rows[at], rows[at + 1]);
+        if (before || after) {
+            const RunRow& other = run.rows[rows[before ? at - 1 : at + 1]];
+            findings[rows[at]].push_back(FillPlaceholders(kSameName.Current(), {other.entry.strOriginal}));
+        }
+    }
+}
+
+}  // namespace
+
+RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules)
+{
+    RunFindings findings(run.rows.size());
+    for (std::size_t row = 0; row < run.rows.size(); ++row) {
+        AddOutcome(findings[row], run.rows[row]);
+    }
+    AddSameNames(findings, run, rules);
+    for (std::size_t row = 0; row < run.rows.size(); ++row) {
+        if (IsRecorded(run.rows[row])) {
+            UTtab_entry entry = run.rows[row].entry;
+            if (run.copyOnly) {
+                entry.strBomName.clear();
+            }
+            AddMapLine(findings[row], std::move(entry), rules);
+        }
+    }
+    return findings;
+}

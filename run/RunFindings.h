@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "files/MapLine.h"
+#include "run/RunRecord.h"
+
+// What only the system knows.
+struct FindingRules
+{
+    MapByteRule byteFor;  // of the map file's code page
+    MapDecoder decode;    // the same
+    // Compares names as the file system does: negative, 0 or positive.
+    int (*compareNames)(std::wstring_view left, std::wstring_view right);
+};
+
+// Why each row of a run needs attention, as sentences in the language of the process; none for a row that
+// turned out as the user wants it. Takes n log n time for n rows.
+using RunFindings = std::vector<std::vector<std::wstring>>;
+[[nodiscard]] RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules);

@@ -1,0 +1,268 @@
+#include "run/RunFindings.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "framework/Language.h"
+
+namespace {
+
+using Texts = std::vector<std::wstring>;
+
+std::wstring Upper(std::wstring_view name)
+{
+    std::wstring upper(name);
+    for (wchar_t& character : upper) {
+        const bool hasUpper = (character >= L'a' && character <= L'z') || character == L'ü';
+        character = hasUpper ? static_cast<wchar_t>(character - 0x20) : character;
+    }
+    return upper;
+}
+
+// Case-insensitive for what the tests use.
+int Compare(std::wstring_view left, std::wstring_view right)
+{
+    return Upper(left).compare(Upper(right));
+}
+
+// A code page that is Latin-1 and has no other character.
+const FindingRules kRules{[](wchar_t) { return '?'; },
+                          [](std::string_view bytes, std::wstring& text) {
+                              text.clear();
+                              for (const char byte : bytes) {
+                                  text += static_cast<wchar_t>(static_cast<unsigned char>(byte));
+                              }
+                          },
+                          Compare};
+
+RunRow RowOf(const UTtab_entry& entry, RowOutcome outcome = RowOutcome::copied)
+{
+    RunRow row;
+    row.entry = entry;
+    row.outcome = outcome;
+    return row;
+}
+
+// A row without anything to note: one configuration, written and saved.
+RunRow GoodRow(const UTtab_entry& entry = {L"a.sldprt", L"b.sldprt", L"Norm %2"})
+{
+    RunRow row = RowOf(entry);
+    row.cad = {.step = CadStep::closing,
+               .opened = true,
+               .openCode = 0,
+               .configurations = 1,
+               .written = 1,
+               .saveResult = 0,
+               .failed = false};
+    return row;
+}
+
+RunFindings Of(std::vector<RunRow> rows, bool copyOnly = false)
+{
+    RunRecord run;
+    run.copyOnly = copyOnly;
+    run.rows = std::move(rows);
+    return FindingsOf(run, kRules);
+}
+
+Texts OfOne(RunRow row)
+{
+    std::vector<RunRow> rows;
+    rows.push_back(std::move(row));
+    return Of(std::move(rows)).at(0);
+}
+
+class RunFindingsTest : public testing::Test
+{
+protected:
+    RunFindingsTest() { g_nLanguage = 0; }
+    ~RunFindingsTest() override { g_nLanguage = m_before; }
+
+private:
+    int m_before = g_nLanguage;
+};
+
+TEST_F(RunFindingsTest, ThereIsNothingToSayAboutARowThatTurnedOutWell)
+{
+    EXPECT_EQ(OfOne(GoodRow()), Texts{});
+    EXPECT_EQ(OfOne(RowOf({L"a.sldprt", L"b.sldprt", L"Norm"}, RowOutcome::recordedOnly)), Texts{});
+    EXPECT_EQ(Of({}), RunFindings{});
+}
+
+TEST_F(RunFindingsTest, ARowThatWasNotCopiedSaysWhyOnOneLine)
+{
+    RunRow row = RowOf({L"a", L"b", L"c"}, RowOutcome::notCopied);
+    row.reason = L"Filecopy failed!\n\nThe file\r\nis missing.\n";
+    EXPECT_EQ(OfOne(row), Texts{L"Filecopy failed! The file is missing. "});
+    row.outcome = RowOutcome::notRecorded;
+    EXPECT_EQ(OfOne(row), Texts{L"Filecopy failed! The file is missing. "});
+}
+
+TEST_F(RunFindingsTest, SaysThatARowWasNotReached)
+{
+    EXPECT_EQ(OfOne(RowOf({L"a", L"b", L"c"}, RowOutcome::notReached)),
+              Texts{L"The conversion ended before this row."});
+    g_nLanguage = 1;
+    EXPECT_EQ(OfOne(RowOf({L"a", L"b", L"c"}, RowOutcome::notReached)),
+              Texts{L"Die Umsetzung endete vor dieser Zeile."});
+}
+
+TEST_F(RunFindingsTest, ACopyThatDidNotOpenHasItsCode)
+{
+    RunRow row = GoodRow();
+    row.cad = {.step = CadStep::opening, .opened = false, .openCode = 2};
+    EXPECT_EQ(OfOne(row), Texts{L"SOLIDWORKS did not open the copy (code 2)."});
+    row.cad = {.step = CadStep::opening, .opened = false, .openCode = 0};
+    EXPECT_EQ(OfOne(row), Texts{L"SOLIDWORKS did not open the copy (code 0)."});
+}
+
+TEST_F(RunFindingsTest, CodesOfACopyThatOpenedAreNothingToAttendTo)
+{
+    RunRow row = GoodRow();
+    for (const long code : {128L, -1L}) {
+        row.cad->openCode = code;
+        EXPECT_EQ(OfOne(row), Texts{});
+    }
+}
+
+TEST_F(RunFindingsTest, NamesTheConfigurationsThatAreMissing)
+{
+    RunRow row = GoodRow();
+    row.cad = {.step = CadStep::writing, .opened = true, .openCode = 0, .configurations = 4, .written = 1};
+    row.unwritten = {L"M8", L"M10", L"<M12>"};
+    EXPECT_EQ(OfOne(row),
+              Texts{L"1 of 4 configurations written. The copy was not saved. Missing: M8, M10, <M12>"});
+}
+
+TEST_F(RunFindingsTest, SaysThatThereWereFewerNamesThanConfigurations)
+{
+    RunRow row = GoodRow();
+    row.cad->configurations = 3;
+    EXPECT_EQ(OfOne(row), Texts{L"1 of 3 configurations written. SOLIDWORKS does not name the others."});
+}
+
+TEST_F(RunFindingsTest, SaysThatThereIsNoConfiguration)
+{
+    RunRow row = GoodRow();
+    for (const long count : {0L, -3L}) {
+        row.cad = {.step = CadStep::closing, .opened = true, .openCode = 0, .configurations = count};
+        EXPECT_EQ(OfOne(row), Texts{L"SOLIDWORKS names no configuration. The copy was not saved."});
+    }
+}
+
+TEST_F(RunFindingsTest, TheValueOfASaveIsANumberWithoutAVerdict)
+{
+    RunRow row = GoodRow();
+    row.cad->saveResult = 1;
+    EXPECT_EQ(OfOne(row), Texts{L"Saving returned the value 1."});
+    row.cad->saveResult = -2;
+    EXPECT_EQ(OfOne(row), Texts{L"Saving returned the value -2."});
+    row.cad->saveResult.reset();
+    EXPECT_EQ(OfOne(row), Texts{});
+}
+
+TEST_F(RunFindingsTest, AFailedCallHasItsStepAndItsError)
+{
+    const std::vector<std::pair<CadStep, std::wstring>> expected{
+        {CadStep::opening, L"Opening failed: Disk - full (0x80004005)"},
+        {CadStep::reading, L"Reading the configurations failed: Disk - full (0x80004005)"},
+        {CadStep::writing, L"Writing a configuration failed: Disk - full (0x80004005)"},
+        {CadStep::saving, L"Saving failed: Disk - full (0x80004005)"},
+        {CadStep::closing, L"Closing failed: Disk - full (0x80004005)"}};
+    for (const auto& [step, text] : expected) {
+        RunRow row = GoodRow();
+        row.reason = L"Disk - full (0x80004005)";
+        row.cadReloaded = true;
+        // As the step leaves it.
+        row.cad->step = step;
+        row.cad->failed = true;
+        row.cad->opened = step > CadStep::opening;
+        row.cad->configurations = step > CadStep::reading ? 1 : 0;
+        row.cad->written = step > CadStep::reading ? 1 : 0;
+        EXPECT_EQ(OfOne(row), (Texts{text, L"Afterwards SOLIDWORKS was loaded again."}));
+    }
+}
+
+TEST_F(RunFindingsTest, SaysThatSolidworksWasLostOrGivenUp)
+{
+    RunRow row = GoodRow();
+    row.givenUp = true;
+    row.cadLost = true;
+    EXPECT_EQ(OfOne(row), (Texts{L"SOLIDWORKS was no longer waited for.",
+                                 L"Afterwards SOLIDWORKS could not be loaded again."}));
+}
+
+TEST_F(RunFindingsTest, WarnsOfNamesThatDifferOnlyInCase)
+{
+    const auto findings =
+        Of({GoodRow({L"1.sldprt", L"Über.sldprt", L"N"}), GoodRow({L"2.sldprt", L"other.sldprt", L"N"}),
+            GoodRow({L"3.sldprt", L"über.SLDPRT", L"N"})});
+    EXPECT_EQ(findings.at(0),
+              Texts{L"Row '3.sldprt' has the same new name; letter case does not count. There is only one "
+                    L"copy: the one written last."});
+    EXPECT_EQ(findings.at(1), Texts{});
+    EXPECT_EQ(findings.at(2),
+              Texts{L"Row '1.sldprt' has the same new name; letter case does not count. There is only one "
+                    L"copy: the one written last."});
+}
+
+TEST_F(RunFindingsTest, ARowThatWasNotCopiedReplacesNoCopy)
+{
+    auto findings = Of({GoodRow({L"1.sldprt", L"b.sldprt", L"N"}),
+                        RowOf({L"2.sldprt", L"B.sldprt", L"N"}, RowOutcome::notReached)});
+    EXPECT_EQ(findings.at(0), Texts{});
+    findings = Of({GoodRow({L"1.sldprt", L"b.sldprt", L"N"}),
+                   RowOf({L"2.sldprt", L"B.sldprt", L"N"}, RowOutcome::recordedOnly)});
+    EXPECT_EQ(findings.at(0).size(), 1U);
+    EXPECT_EQ(findings.at(1).size(), 1U);
+}
+
+TEST_F(RunFindingsTest, WarnsOfNamesThatTheMapFileChanges)
+{
+    EXPECT_EQ(OfOne(GoodRow({L"a.sldprt", L"Ω.sldprt", L"Größe %2"})),
+              Texts{L"The map file holds this row changed: a.sldprt ; ?.sldprt ; Größe %2"});
+    // The first two separators count.
+    EXPECT_EQ(OfOne(GoodRow({L"a;b.sldprt", L"c.sldprt", L"N %2"})),
+              Texts{L"The map file holds this row changed: a ; b.sldprt ; c.sldprt ; N %2"});
+    EXPECT_EQ(OfOne(GoodRow({L";b.sldprt", L"c.sldprt", L"N %2"})),
+              Texts{L"The map file cannot reproduce this row."});
+    // A blank is part of a file name, but trimmed off a BOM name anyway.
+    EXPECT_EQ(OfOne(GoodRow({L" b.sldprt", L"c.sldprt", L"N %2"})).size(), 1U);
+    EXPECT_EQ(OfOne(GoodRow({L"b.sldprt", L"c.sldprt", L" N; %2 "})), Texts{});
+}
+
+TEST_F(RunFindingsTest, WarnsOfALineThatIsTooLongForTheReader)
+{
+    // Two names and two separators: 9 + 3 + 9 + 3 bytes; 231 more make 255.
+    const UTtab_entry longest{L"aa.sldprt", L"bb.sldprt", std::wstring(231, L'n')};
+    EXPECT_EQ(OfOne(GoodRow(longest)), Texts{});
+    UTtab_entry tooLong = longest;
+    tooLong.strBomName += L'n';
+    EXPECT_EQ(OfOne(GoodRow(tooLong)), Texts{L"In the map file this row has 256 bytes, more than 255. On "
+                                             L"reading, it and all that follow are lost."});
+    // A run that only copies records no BOM name; a row that was not recorded has no line.
+    std::vector<RunRow> rows;
+    rows.push_back(RowOf(tooLong));
+    EXPECT_EQ(Of(std::move(rows), true).at(0), Texts{});
+    RunRow notRecorded = RowOf(tooLong, RowOutcome::notRecorded);
+    notRecorded.reason = L"why";
+    EXPECT_EQ(OfOne(notRecorded), Texts{L"why"});
+}
+
+TEST_F(RunFindingsTest, WarnsThatSeveralConfigurationsHaveOneName)
+{
+    RunRow row = GoodRow({L"a.sldprt", L"b.sldprt", L"Norm %1"});
+    EXPECT_EQ(OfOne(row), Texts{}) << "one configuration";
+    row.cad->configurations = 3;
+    row.cad->written = 3;
+    EXPECT_EQ(OfOne(row), Texts{L"The BOM name does not contain %2: all 3 configurations have the same."});
+    row.entry.strBomName = L" ";
+    EXPECT_EQ(OfOne(row), Texts{}) << "SOLIDWORKS shows its own names";
+    row.entry.strBomName = L"Norm %2";
+    EXPECT_EQ(OfOne(row), Texts{});
+}
+
+}  // namespace

@@ -1,0 +1,246 @@
+#include "run/RunReport.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "framework/Language.h"
+
+namespace {
+
+std::string Html(const std::wstring& text)
+{
+    std::string html;
+    AppendHtml(html, text);
+    return html;
+}
+
+std::size_t CountOf(const std::string& text, const std::string& what)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+RunRow RowOf(UTtab_entry entry, RowOutcome outcome)
+{
+    RunRow row;
+    row.entry = std::move(entry);
+    row.outcome = outcome;
+    return row;
+}
+
+// Three rows, of which the second needs attention.
+RunRecord ThreeRows()
+{
+    RunRecord run;
+    run.folder = L"C:\\Normteile & mehr";
+    run.cadYear = L"2024";
+    run.start = {2026, 11, 3, 4, 5, 6};
+    run.duration = std::chrono::milliseconds(3'723'999);
+    run.end = RunEnd::cancelled;
+    run.givenUpCalls = 4;
+    run.rows.push_back(RowOf({L"a1.sldprt", L"b1.sldprt", L"Größe 1"}, RowOutcome::copied));
+    run.rows.back().duration = std::chrono::milliseconds(12'345);
+    run.rows.back().cad = {.step = CadStep::closing,
+                           .opened = true,
+                           .openCode = 128,
+                           .configurations = 3,
+                           .written = 2,
+                           .saveResult = 9};
+    run.rows.push_back(RowOf({L"<a2>.sldprt", L"b2.sldprt", L"Norm 2"}, RowOutcome::notCopied));
+    run.rows.push_back(RowOf({L"a3.sldprt", L"b3.sldprt", L"Norm 3"}, RowOutcome::recordedOnly));
+    return run;
+}
+const RunFindings kSecondNeedsAttention{{}, {L"\"x\" is missing", L"second"}, {}};
+
+class RunReportTest : public testing::Test
+{
+protected:
+    ~RunReportTest() override { g_nLanguage = m_before; }
+
+    static std::string Page(int language, const RunRecord& run = ThreeRows(),
+                            const RunFindings& findings = kSecondNeedsAttention)
+    {
+        g_nLanguage = language;
+        return RunReportPage(run, findings, L"1.2.3");
+    }
+
+private:
+    int m_before = g_nLanguage;
+};
+
+// Escaping
+
+TEST(AppendHtml, EscapesWhatHtmlReadsAsMarkup)
+{
+    EXPECT_EQ(Html(L"a<b>&\"c'd"), "a&lt;b&gt;&amp;&quot;c&#39;d");
+    EXPECT_EQ(Html(L"</script><!-- &amp;"), "&lt;/script&gt;&lt;!-- &amp;amp;");
+}
+
+TEST(AppendHtml, WritesUtf8)
+{
+    EXPECT_EQ(Html(L"Größe"),
+              "Gr\xC3\xB6\xC3\x9F"
+              "e");
+    EXPECT_EQ(Html(L"\u20AC\u4E2D"), "\xE2\x82\xAC\xE4\xB8\xAD");
+    EXPECT_EQ(Html(L"\u07FF\u0800\uFFFF"), "\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF");
+}
+
+TEST(AppendHtml, JoinsSurrogatesAndReplacesHalves)
+{
+    EXPECT_EQ(Html({L'\xD83D', L'\xDE00'}), "\xF0\x9F\x98\x80");
+    const std::string replaced = "\xEF\xBF\xBD";
+    EXPECT_EQ(Html({L'x', L'\xD83D'}), "x" + replaced);
+    EXPECT_EQ(Html({L'\xDE00', L'x'}), replaced + "x");
+    EXPECT_EQ(Html({L'\xD83D', L'x'}), replaced + "x");
+}
+
+TEST(AppendHtml, ShowsControlCharacters)
+{
+    EXPECT_EQ(Html({L'a', L'\0', L'\t', L'\x1F', L'\x7F'}),
+              "a\xE2\x90\x80\xE2\x90\x89\xE2\x90\x9F\xE2\x90\xA1");
+    EXPECT_EQ(Html(L"\u0080\u009F\u00A0"), "\xEF\xBF\xBD\xEF\xBF\xBD\xC2\xA0");
+}
+
+// The page
+
+TEST_F(RunReportTest, IsAPageInTheLanguageOfTheProcess)
+{
+    const std::string german = Page(1);
+    EXPECT_TRUE(german.starts_with("<!DOCTYPE html>\n<html lang=\"de\">"));
+    EXPECT_NE(german.find("<title>Bericht der Umsetzung 2026-11-03 04:05:06</title>"), std::string::npos);
+    EXPECT_NE(german.find("1 von 3 Zeilen brauchen Aufmerksamkeit."), std::string::npos);
+    EXPECT_EQ(german.find("attention"), std::string::npos);
+    const std::string english = Page(0);
+    EXPECT_TRUE(english.starts_with("<!DOCTYPE html>\n<html lang=\"en\">"));
+    EXPECT_NE(english.find("<title>Conversion report 2026-11-03 04:05:06</title>"), std::string::npos);
+    EXPECT_NE(english.find("1 of 3 rows need attention."), std::string::npos);
+    EXPECT_EQ(english.find("Zeilen"), std::string::npos);
+}
+
+TEST_F(RunReportTest, LoadsNothing)
+{
+    const std::string page = Page(1);
+    EXPECT_NE(page.find("<meta charset=\"utf-8\">"), std::string::npos);
+    EXPECT_NE(
+        page.find("content=\"default-src 'none'; style-src 'unsafe-inline'; script-src 'unsafe-inline'\""),
+        std::string::npos);
+    for (const char* remote : {"http:", "https:", "//", "src=", "<link", "url(", "@import"}) {
+        EXPECT_EQ(page.find(remote), std::string::npos) << remote;
+    }
+}
+
+TEST_F(RunReportTest, WhatNeedsAttentionComesFirst)
+{
+    const std::string page = Page(0);
+    const std::size_t attention = page.find("<h2>What needs attention</h2>");
+    const std::size_t finding = page.find("<td><bdi>&lt;a2&gt;.sldprt</bdi>");
+    const std::size_t allRows = page.find("<h2>All rows</h2>");
+    ASSERT_NE(allRows, std::string::npos);
+    EXPECT_LT(attention, finding);
+    EXPECT_LT(finding, page.find("<li>&quot;x&quot; is missing<li>second</ul>"));
+    EXPECT_LT(finding, page.find("<h2>The whole run</h2>"));
+    EXPECT_LT(page.find("<li>second"), allRows);
+    EXPECT_EQ(page.substr(attention, allRows - attention).find("a1.sldprt"), std::string::npos);
+}
+
+TEST_F(RunReportTest, AllRowsFollowInTheirOrder)
+{
+    const std::string page = Page(1);
+    const std::string rows = page.substr(page.find("<h2>Alle Zeilen</h2>"));
+    EXPECT_NE(rows.find("<tr><td class=\"n\">1<td><bdi>a1.sldprt</bdi><td><bdi>b1.sldprt</bdi>"
+                        "<td><bdi>Gr\xC3\xB6\xC3\x9F"
+                        "e 1</bdi><td>kopiert<td class=\"n\">2 von 3"
+                        "<td class=\"n\">128<td class=\"n\">9<td class=\"n\">12,34<td>\n"),
+              std::string::npos);
+    EXPECT_NE(rows.find("<td>nicht kopiert<td><td><td><td class=\"n\">0,00<td><a href=\"#row2\">siehe "
+                        "Hinweis</a>\n"),
+              std::string::npos);
+    EXPECT_LT(rows.find("a1.sldprt"), rows.find("&lt;a2&gt;.sldprt"));
+    EXPECT_LT(rows.find("&lt;a2&gt;.sldprt"), rows.find("a3.sldprt"));
+    EXPECT_EQ(CountOf(page, "id=\"row2\""), 1U);
+}
+
+TEST_F(RunReportTest, HeadersNameTheirColumnsAndRows)
+{
+    const std::string page = Page(0);
+    EXPECT_NE(page.find("<th scope=\"col\">Original Standard-Part-Files<th scope=\"col\">Renamed to..."
+                        "<th scope=\"col\">BOM names<th scope=\"col\">Result"),
+              std::string::npos);
+    EXPECT_NE(page.find("<tr><th scope=\"row\">Duration<td><bdi>1:02:03</bdi>"), std::string::npos);
+}
+
+TEST_F(RunReportTest, TellsOfTheWholeRun)
+{
+    const std::string page = Page(0);
+    for (const char* fact :
+         {"End<td><bdi>cancelled by the user", "Start<td><bdi>2026-11-03 04:05:06", "Rows<td><bdi>3",
+          ">copied<td><bdi>1", "recorded only<td><bdi>1", "not copied<td><bdi>1", "not recorded<td><bdi>0",
+          "not reached<td><bdi>0", "SOLIDWORKS loaded again<td><bdi>0", "No longer waited<td><bdi>4",
+          "SOLIDWORKS version<td><bdi>2024", "Standard part folder<td><bdi>C:\\Normteile &amp; mehr",
+          "Target folder<td><bdi>C:\\Normteile &amp; mehr\\Mapped", "Version of Talvenor<td><bdi>1.2.3"}) {
+        EXPECT_EQ(CountOf(page, fact + std::string("</bdi>")), 1U) << fact;
+    }
+    RunRecord copied = ThreeRows();
+    copied.copyOnly = true;
+    copied.cadYear.clear();
+    EXPECT_NE(Page(0, copied).find("SOLIDWORKS version<td><bdi>none, copied only"), std::string::npos);
+}
+
+TEST_F(RunReportTest, EveryEndHasItsWords)
+{
+    const std::vector<std::pair<RunEnd, std::string>> expected{
+        {RunEnd::finished, "went on to the end"},
+        {RunEnd::cancelled, "cancelled by the user"},
+        {RunEnd::sessionEnded, "ended with the Windows session"},
+        {RunEnd::cadNotLoaded, "SOLIDWORKS was not loaded"},
+        {RunEnd::cadTooOld, "SOLIDWORKS is too old"},
+        {RunEnd::mapFileNotOpened, "the map file could not be opened"}};
+    for (const auto& [end, words] : expected) {
+        RunRecord run;
+        run.end = end;
+        EXPECT_NE(Page(0, run, {}).find("End<td><bdi>" + words + "</bdi>"), std::string::npos) << words;
+    }
+}
+
+TEST_F(RunReportTest, AnEmptyRunHasAPageWithoutRows)
+{
+    const std::string page = Page(0, {}, {});
+    EXPECT_NE(page.find("No row needs attention."), std::string::npos);
+    EXPECT_EQ(page.find("What needs attention"), std::string::npos);
+    EXPECT_NE(page.find("<h2>All rows</h2>"), std::string::npos);
+    EXPECT_TRUE(page.ends_with("</body>\n</html>\n"));
+}
+
+// The longest time of a page that doubles the rows must about double; quadratic time would take four times as
+// long.
+TEST_F(RunReportTest, TwentyThousandRowsTakeLinearTimeAndSpace)
+{
+    const auto measure = [](int count) {
+        RunRecord run;
+        for (int row = 0; row < count; ++row) {
+            const std::wstring number = std::to_wstring(row);
+            run.rows.push_back(RowOf({L"N_ISO_4017_M" + number + L"x50.sldprt",
+                                      L"N_ISO_4017_M" + number + L"x50.changed.sldprt", L"Norm 4017 - %2"},
+                                     RowOutcome::copied));
+        }
+        const RunFindings findings(run.rows.size());
+        const auto began = std::chrono::steady_clock::now();
+        const std::size_t size = Page(1, run, findings).size();
+        return std::pair(size, std::chrono::steady_clock::now() - began);
+    };
+    measure(10'000);
+    const auto [halfSize, halfTime] = measure(10'000);
+    const auto [size, time] = measure(20'000);
+    EXPECT_LT(size, 5'000'000U);
+    EXPECT_LT(size, 2 * halfSize + 100'000);
+    EXPECT_LT(time, 3 * halfTime + std::chrono::milliseconds(50));
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+#include "ui/RunReportCommands.h"
+
+#include <shellapi.h>
+
+#include <algorithm>
+#include <array>
+#include <cwchar>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+#include "core/NameTemplate.h"
+#include "files/Folders.h"
+#include "files/MapCodePage.h"
+#include "framework/File.h"
+#include "framework/FileNames.h"
+#include "framework/Language.h"
+#include "framework/MessageBox.h"
+#include "framework/MessageText.h"
+#include "resources/version.h"
+#include "run/RunReport.h"
+
+namespace {
+
+constexpr Text kFileName{L"Talvenor-Bericht-", L"Talvenor-Report-"};
+constexpr Text kNotWritten{L"Der Bericht kann nicht geschrieben werden.\n%1.",
+                           L"The report cannot be written.\n%1."};
+constexpr Text kNotOpened{L"Der Bericht '%1' kann nicht angezeigt werden.",
+                          L"The report '%1' cannot be shown."};
+constexpr Text kNotInList{L"Keine der Zeilen, die Aufmerksamkeit brauchen, steht in der Liste.",
+                          L"None of the rows that need attention is in the list."};
+
+constexpr int kMostReports = 1000;           // of one minute
+constexpr INT_PTR kShellExecuteFailed = 32;  // or less ("ShellExecuteW function")
+
+// With a backslash at its end; empty when the system names none.
+std::wstring TemporaryFolder()
+{
+    std::array<wchar_t, MAX_PATH + 1> path{};
+    return {path.data(), std::min<std::size_t>(GetTempPathW(MAX_PATH + 1, path.data()), MAX_PATH + 1)};
+}
+
+// Named after the run's start, so that reports of different runs lie in their order.
+std::wstring ReportPath(const LocalTime& start, int number)
+{
+    std::array<wchar_t, 80> time{};
+    std::swprintf(time.data(), time.size(), L"%04d-%02d-%02d-%02d%02d", start.year, start.month, start.day,
+                  start.hour, start.minute);
+    const std::wstring suffix = number == 1 ? std::wstring() : L"-" + std::to_wstring(number);
+    return TemporaryFolder() + kFileName.Current() + time.data() + suffix + L".html";
+}
+
+// Creates a file that does not exist yet and returns its path. Throws CFileException.
+std::wstring CreateReport(CFile& file, const LocalTime& start)
+{
+    CFileException error;
+    for (int number = 1; number <= kMostReports; ++number) {
+        std::wstring path = ReportPath(start, number);
+        if (file.Open(path, CFile::modeCreateNew | CFile::modeWrite | CFile::shareExclusive, &error)) {
+            return path;
+        }
+        if (error.m_osError != ERROR_FILE_EXISTS) {
+            break;
+        }
+    }
+    throw error;
+}
+
+void WriteAndClose(CFile& file, const std::string& page, const std::wstring& path)
+{
+    try {
+        file.Write(page.data(), static_cast<UINT>(page.size()));
+        file.Close();
+    } catch (const CFileException&) {
+        file = CFile();
+        DeleteFileW(path.c_str());
+        throw;
+    }
+}
+
+// Selects the rows with these original file names, and no others, and focuses the first. Returns that one, or
+// -1.
+int SelectRows(const CConversionTable& table, const std::unordered_set<std::wstring_view>& names)
+{
+    const CRedrawPause pause(table);
+    table.SetItemState(-1, 0, LVIS_SELECTED | LVIS_FOCUSED);  // -1: every row
+    UINT state = LVIS_SELECTED | LVIS_FOCUSED;
+    for (int row = 0; row < table.GetItemCount(); ++row) {
+        if (names.contains(table.GetItemText(row, kColumnOriginal))) {
+            table.SetItemState(row, state, state);
+            state = LVIS_SELECTED;
+        }
+    }
+    return table.GetNextItem(-1, LVNI_SELECTED);
+}
+
+}  // namespace
+
+void CRunReportCommands::Take(RunRecord run)
+{
+    m_run = std::move(run);
+    const UINT codePage = MapCodePage();
+    m_findings = FindingsOf(m_run, {MapByteRuleOf(codePage), MapDecoderOf(codePage), CompareFileNames});
+    m_hasRun = true;
+}
+
+void CRunReportCommands::ShowReport(HWND owner) const
+{
+    try {
+        const std::wstring path = WriteReport();
+        const auto result = reinterpret_cast<INT_PTR>(
+            ShellExecuteW(owner, L"open", path.c_str(), nullptr, nullptr, SW_SHOWNORMAL));
+        if (result <= kShellExecuteFailed) {
+            ShowMessage(FillPlaceholders(kNotOpened.Current(), {path}));
+        }
+    } catch (const CFileException& error) {
+        ShowMessage(FillPlaceholders(kNotWritten.Current(), {error.GetErrorMessage()}));
+    }
+}
+
+std::wstring CRunReportCommands::WriteReport() const
+{
+    const std::string page = RunReportPage(m_run, m_findings, L"" TALVENOR_VERSION_TEXT);
+    CFile file;
+    std::wstring path = CreateReport(file, m_run.start);
+    WriteAndClose(file, page, path);
+    return path;
+}
+
+bool CRunReportCommands::CanSelectAttention(const std::wstring& standardPartsFolder) const
+{
+    return SameFolder(standardPartsFolder, m_run.folder) &&
+           std::ranges::any_of(m_findings, [](const auto& each) { return !each.empty(); });
+}
+
+void CRunReportCommands::SelectAttention(const CConversionTable& table) const
+{
+    std::unordered_set<std::wstring_view> names;
+    for (std::size_t row = 0; row < m_findings.size(); ++row) {
+        if (!m_findings[row].empty()) {
+            names.insert(m_run.rows[row].entry.strOriginal);
+        }
+    }
+    if (const int first = SelectRows(table, names); first != -1) {
+        table.EnsureVisible(first);
+    } else {
+        ShowMessage(kNotInList.Current());
+    }
+}

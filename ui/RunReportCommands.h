@@ -1,0 +1,37 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "core/ConversionTable.h"
+#include "run/RunFindings.h"
+#include "run/RunRecord.h"
+
+// What the user can do with the record of the last run. It is kept in memory only.
+class CRunReportCommands
+{
+public:
+    // Replaces the record of the run before.
+    void Take(RunRecord run);
+
+    [[nodiscard]] bool HasRun() const { return m_hasRun; }
+
+    // Writes the report to a new file in the user's temporary folder and opens it in the user's browser.
+    // Shows a message when either fails. Only after a run.
+    void ShowReport(HWND owner) const;
+
+    // Whether rows of the last run need attention and the list is of that run's standard-parts folder.
+    [[nodiscard]] bool CanSelectAttention(const std::wstring& standardPartsFolder) const;
+
+    // Selects these rows, found by their original file names, and no others. Shows a message when none of
+    // them is in the list any more: a cancelled run leaves the rows that it did not reach out.
+    void SelectAttention(const CConversionTable& table) const;
+
+private:
+    [[nodiscard]] std::wstring WriteReport() const;
+
+    bool m_hasRun = false;
+    RunRecord m_run;
+    RunFindings m_findings;
+};
