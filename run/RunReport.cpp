@@ -70,17 +70,29 @@ h1 { font-size: 1.7rem; margin: 0; }
 h2 { font-size: 1.2rem; margin: 2rem 0 .5rem; }
 table { border-collapse: collapse; }
 .wide { width: 100%; }
-th, td { text-align: left; vertical-align: top; padding: .3rem .7rem; border-bottom: 1px solid GrayText;
-  overflow-wrap: anywhere; }
-thead th { position: sticky; top: 0; background: Canvas; border-bottom-width: 2px; overflow-wrap: normal; }
-th button { font: inherit; color: inherit; background: none; border: 0; padding: 0; text-align: left; cursor: pointer;
-  text-decoration: underline dotted; }
+th, td { text-align: left; vertical-align: top; padding: .3rem .6rem; border-bottom: 1px solid GrayText; }
+bdi, li { overflow-wrap: anywhere; }
+.wide :is(th, td):first-child, .all :is(th, td):nth-child(n+6):nth-child(-n+9) { text-align: right;
+  font-variant-numeric: tabular-nums; }
+.all td:nth-child(6) { white-space: nowrap; }
+thead th { border-bottom-width: 2px; }
+th button { font: inherit; color: inherit; background: none; border: 0; padding: 0; text-align: inherit; }
 th[aria-sort=ascending] button::after { content: " \25B2"; }
 th[aria-sort=descending] button::after { content: " \25BC"; }
-.n { text-align: right; font-variant-numeric: tabular-nums; white-space: nowrap; }
 ul { margin: 0; padding-left: 1.1rem; }
 a { color: LinkText; }
-@media print { body { margin: 0; font-size: 9pt; } thead th { position: static; } tr { break-inside: avoid; } }
+@media screen {
+  .wide td:nth-child(2), .wide td:nth-child(3) { min-width: min(15em, 18vw); }
+  ul { min-width: min(24em, 28vw); }
+  thead th { position: sticky; top: 0; background: Canvas; }
+  th button { cursor: pointer; text-decoration: underline dotted; }
+}
+@media print {
+  body { margin: 0; font-size: 8pt; }
+  .wide td:nth-child(2), .wide td:nth-child(3) { min-width: 9em; }
+  th button { display: contents; }
+  tr, thead { break-inside: avoid; }
+}
 )";
 
 constexpr const char* kScript = R"(
@@ -189,7 +201,7 @@ private:
     void WholeRun(std::wstring_view programVersion);
     void AllRows();
 
-    void BeginTable(const Text& title, std::initializer_list<Text> headers);
+    void BeginTable(const Text& title, const char* kind, std::initializer_list<Text> headers);
     void AttentionRow(std::size_t row);
     void Row(std::size_t row);
     void CadCells(const RunRow& row);
@@ -259,7 +271,7 @@ void CPage::Attention()
     if (std::ranges::all_of(m_findings, [](const auto& each) { return each.empty(); })) {
         return;
     }
-    BeginTable(kAttention, {kNumber, kColumnHeaders[0], kColumnHeaders[1], kResult, kNote});
+    BeginTable(kAttention, "wide", {kNumber, kColumnHeaders[0], kColumnHeaders[1], kResult, kNote});
     for (std::size_t row = 0; row < m_findings.size(); ++row) {
         if (NeedsAttention(row)) {
             AttentionRow(row);
@@ -301,19 +313,23 @@ void CPage::WholeRun(std::wstring_view programVersion)
 
 void CPage::AllRows()
 {
-    BeginTable(kAllRows, {kNumber, kColumnHeaders[0], kColumnHeaders[1], kColumnHeaders[2], kResult,
-                          kConfigurations, kOpenCode, kSaveValue, kSeconds, kNote});
+    BeginTable(kAllRows, "wide all",
+               {kNumber, kColumnHeaders[0], kColumnHeaders[1], kColumnHeaders[2], kResult, kConfigurations,
+                kOpenCode, kSaveValue, kSeconds, kNote});
     for (std::size_t row = 0; row < m_run.rows.size(); ++row) {
         Row(row);
     }
     m_html += "</table>\n";
 }
 
-void CPage::BeginTable(const Text& title, std::initializer_list<Text> headers)
+// `kind`: its classes in the style sheet.
+void CPage::BeginTable(const Text& title, const char* kind, std::initializer_list<Text> headers)
 {
     m_html += "<h2>";
     AppendHtml(m_html, title.Current());
-    m_html += "</h2>\n<table class=\"wide\">\n<thead><tr>";
+    m_html += "</h2>\n<table class=\"";
+    m_html += kind;
+    m_html += "\">\n<thead><tr>";
     for (const Text& header : headers) {
         Cell(header.Current(), "<th scope=\"col\">");
     }
@@ -324,7 +340,7 @@ void CPage::BeginTable(const Text& title, std::initializer_list<Text> headers)
 void CPage::AttentionRow(std::size_t row)
 {
     const std::string number = std::to_string(row + 1);
-    m_html += "<tr id=\"row" + number + "\"><td class=\"n\">" + number;
+    m_html += "<tr id=\"row" + number + "\"><td>" + number;
     Isolated(m_run.rows[row].entry.strOriginal);
     Isolated(m_run.rows[row].entry.strRenamed);
     Cell(kOutcomes.at(static_cast<std::size_t>(m_run.rows[row].outcome)).Current());
@@ -348,13 +364,13 @@ void CPage::Row(std::size_t row)
 {
     const RunRow& content = m_run.rows[row];
     const std::string number = std::to_string(row + 1);
-    m_html += "<tr><td class=\"n\">" + number;
+    m_html += "<tr><td>" + number;
     Isolated(content.entry.strOriginal);
     Isolated(content.entry.strRenamed);
     Isolated(content.entry.strBomName);
     Cell(kOutcomes.at(static_cast<std::size_t>(content.outcome)).Current());
     CadCells(content);
-    Cell(Seconds(content.duration), "<td class=\"n\">");
+    Cell(Seconds(content.duration));
     m_html += "<td>";
     if (NeedsAttention(row)) {
         m_html += "<a href=\"#row" + number + "\">";
@@ -366,7 +382,6 @@ void CPage::Row(std::size_t row)
 
 void CPage::CadCells(const RunRow& row)
 {
-    constexpr const char* kNumeric = "<td class=\"n\">";
     if (!row.cad) {
         m_html += "<td><td><td>";
         return;
@@ -374,10 +389,9 @@ void CPage::CadCells(const RunRow& row)
     const CadRecord& cad = *row.cad;
     Cell(cad.opened ? FillPlaceholders(kWrittenOf.Current(),
                                        {std::to_wstring(cad.written), std::to_wstring(cad.configurations)})
-                    : std::wstring(),
-         kNumeric);
-    Cell(std::to_wstring(cad.openCode), kNumeric);
-    Cell(cad.saveResult ? std::to_wstring(*cad.saveResult) : std::wstring(), kNumeric);
+                    : std::wstring());
+    Cell(std::to_wstring(cad.openCode));
+    Cell(cad.saveResult ? std::to_wstring(*cad.saveResult) : std::wstring());
 }
 
 void CPage::Fact(const Text& name, const std::wstring& value)

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "tests/acceptance/AcceptanceTest.h"
+#include "tests/acceptance/DocumentViewer.h"
 #include "tests/support/OwnFolder.h"
 #include "tests/support/Rects.h"
 
@@ -65,62 +66,6 @@ TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
     EXPECT_FALSE(PathExists(m_library.MappedPath()));
 }
 
-// Registers documentviewer for documents with the extension "pdf"; it writes their paths to a file.
-class CDocumentViewer
-{
-public:
-    explicit CDocumentViewer(std::wstring noteFile) : m_noteFile(std::move(noteFile)), m_before(Read())
-    {
-        Write(kExtension, kClass);
-        Write(std::wstring(kClass) + L"\\shell\\open\\command",
-              L"\"" + OwnFolder() + L"\\documentviewer.exe\" \"" + m_noteFile + L"\" \"%1\"");
-    }
-    ~CDocumentViewer()
-    {
-        Write(kExtension, m_before);
-        RegDeleteTreeW(HKEY_LOCAL_MACHINE, (std::wstring(kClasses) + kClass).c_str());
-    }
-    CDocumentViewer(const CDocumentViewer&) = delete;
-    CDocumentViewer& operator=(const CDocumentViewer&) = delete;
-
-    // On Windows the user's own choice of program takes precedence over any registration.
-    static bool IsOverruled()
-    {
-        return RegGetValueW(
-                   HKEY_CURRENT_USER,
-                   L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\.pdf\\UserChoice",
-                   L"ProgId", RRF_RT_REG_SZ, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-    }
-
-    // The documents opened so far.
-    [[nodiscard]] std::vector<std::wstring> Opened() const
-    {
-        return PathExists(m_noteFile) ? ReadLines(m_noteFile) : std::vector<std::wstring>();
-    }
-
-private:
-    static constexpr const wchar_t* kClasses = L"SOFTWARE\\Classes\\";
-    static constexpr const wchar_t* kExtension = L".pdf";
-    static constexpr const wchar_t* kClass = L"TalvenorTestDocument";
-
-    static std::wstring Read()
-    {
-        wchar_t text[256] = L"";
-        DWORD bytes = sizeof text;
-        RegGetValueW(HKEY_LOCAL_MACHINE, (std::wstring(kClasses) + kExtension).c_str(), nullptr,
-                     RRF_RT_REG_SZ, nullptr, text, &bytes);
-        return text;
-    }
-    static void Write(const std::wstring& key, const std::wstring& text)
-    {
-        RegSetKeyValueW(HKEY_LOCAL_MACHINE, (kClasses + key).c_str(), nullptr, REG_SZ, text.c_str(),
-                        static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-    }
-
-    std::wstring m_noteFile;
-    std::wstring m_before;
-};
-
 class HelpInBothLanguages : public MainDialogInBothLanguages
 {
 protected:
@@ -129,7 +74,7 @@ protected:
     void SetUp() override
     {
         MainDialogInBothLanguages::SetUp();
-        if (CDocumentViewer::IsOverruled()) {
+        if (CDocumentViewer::IsOverruled(L".pdf")) {
             GTEST_SKIP() << "the user has chosen a program for documents of this kind";
         }
     }
@@ -149,7 +94,7 @@ protected:
     // Presses the button and then F1, and expects each to open the document.
     void ExpectOpened(const std::wstring& document) const
     {
-        const CDocumentViewer viewer(m_temp / L"opened.txt");
+        const CDocumentViewer viewer(L".pdf", m_temp / L"opened.txt");
         const CProgramUnderTest program;
         program.WaitForKeyboard();
         program.PressByKey(IDC_HELP_BUTTON);

@@ -8,7 +8,7 @@
 
 #include "tests/support/TextFile.h"
 
-// documentviewer FILE DOCUMENT appends the path of the document to the file: the help test registers this
+// documentviewer FILE DOCUMENT appends the path of the document to the file: tests register this
 // program for documents. It has no window, and no console either, whose window could take the foreground from
 // the tested program.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
