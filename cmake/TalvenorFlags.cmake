@@ -6,6 +6,7 @@ option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the 
 
 # Each of the two sets
 #   TALVENOR_WIDE_ENTRY        link options of a program that begins in wmain or wWinMain
+#   TALVENOR_SMALL_CODE        compile options of sources that are to be small rather than fast
 #   TALVENOR_RESOURCE_LIBRARY  link options of a library of resources only: no start-up code, no entry point, no imports
 #   TALVENOR_FUZZER            link options of a fuzz target; clang only
 #   talvenor_compiler(TARGET)  options of every target

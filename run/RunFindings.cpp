@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <numeric>
 #include <optional>
 #include <utility>
@@ -12,7 +13,27 @@
 
 namespace {
 
-using Findings = std::vector<std::wstring>;
+// What there is to say about one row.
+class CFindings
+{
+public:
+    explicit CFindings(std::vector<std::wstring>& texts) : m_texts(texts) {}
+
+    void Add(const Text& text, std::initializer_list<std::wstring_view> values = {})
+    {
+        m_texts.push_back(FillPlaceholders(text.Current(), values));
+    }
+    void AddIf(bool applies, const Text& text)
+    {
+        if (applies) {
+            Add(text);
+        }
+    }
+    void AddMessage(const std::wstring& message) { m_texts.push_back(message); }
+
+private:
+    std::vector<std::wstring>& m_texts;
+};
 
 constexpr Text kRowNotReached{L"Die Umsetzung endete vor dieser Zeile.",
                               L"The conversion ended before this row."};
@@ -80,59 +101,51 @@ std::wstring OnOneLine(std::wstring_view message)
     return line;
 }
 
-void AddConfigurations(Findings& findings, const RunRow& row, const CadRecord& cad)
+void AddConfigurations(CFindings findings, const RunRow& row, const CadRecord& cad)
 {
     const std::wstring written = std::to_wstring(cad.written);
     const std::wstring all = std::to_wstring(cad.configurations);
     if (!row.unwritten.empty()) {
-        findings.push_back(
-            FillPlaceholders(kUnwrittenConfigurations.Current(), {written, all, Joined(row.unwritten)}));
+        findings.Add(kUnwrittenConfigurations, {written, all, Joined(row.unwritten)});
     } else if (!cad.failed && cad.configurations <= 0) {
-        findings.push_back(kNoConfigurations.Current());
+        findings.Add(kNoConfigurations);
     } else if (cad.written < cad.configurations && cad.step >= CadStep::writing) {
-        findings.push_back(FillPlaceholders(kUnnamedConfigurations.Current(), {written, all}));
+        findings.Add(kUnnamedConfigurations, {written, all});
     }
     const std::wstring bomName = Trim(row.entry.strBomName);
     if (cad.written > 1 && !bomName.empty() && bomName.find(L"%2") == std::wstring::npos) {
-        findings.push_back(FillPlaceholders(kOneNameForAll.Current(), {all}));
+        findings.Add(kOneNameForAll, {all});
     }
 }
 
-void AddCad(Findings& findings, const RunRow& row, const CadRecord& cad)
+void AddCad(CFindings findings, const RunRow& row, const CadRecord& cad)
 {
     if (cad.failed) {
         const Text& text = kFailedSteps.at(static_cast<std::size_t>(cad.step));
-        findings.push_back(FillPlaceholders(text.Current(), {OnOneLine(row.reason)}));
+        findings.Add(text, {OnOneLine(row.reason)});
     }
     if (cad.opened) {
         AddConfigurations(findings, row, cad);
     } else if (!cad.failed) {
-        findings.push_back(FillPlaceholders(kNotOpened.Current(), {std::to_wstring(cad.openCode)}));
+        findings.Add(kNotOpened, {std::to_wstring(cad.openCode)});
     }
     if (cad.saveResult.value_or(0) != 0) {
-        findings.push_back(FillPlaceholders(kSaveReturned.Current(), {std::to_wstring(*cad.saveResult)}));
+        findings.Add(kSaveReturned, {std::to_wstring(*cad.saveResult)});
     }
 }
 
-void AddIf(Findings& findings, bool applies, const Text& text)
+void AddOutcome(CFindings findings, const RunRow& row)
 {
-    if (applies) {
-        findings.push_back(text.Current());
-    }
-}
-
-void AddOutcome(Findings& findings, const RunRow& row)
-{
-    AddIf(findings, row.outcome == RowOutcome::notReached, kRowNotReached);
+    findings.AddIf(row.outcome == RowOutcome::notReached, kRowNotReached);
     if (row.outcome == RowOutcome::notCopied || row.outcome == RowOutcome::notRecorded) {
-        findings.push_back(OnOneLine(row.reason));
+        findings.AddMessage(OnOneLine(row.reason));
     }
     if (row.cad) {
         AddCad(findings, row, *row.cad);
     }
-    AddIf(findings, row.givenUp, kGivenUp);
-    AddIf(findings, row.cadReloaded, kReloaded);
-    AddIf(findings, row.cadLost, kLost);
+    findings.AddIf(row.givenUp, kGivenUp);
+    findings.AddIf(row.cadReloaded, kReloaded);
+    findings.AddIf(row.cadLost, kLost);
 }
 
 bool IsRecorded(const RunRow& row)
@@ -140,24 +153,22 @@ bool IsRecorded(const RunRow& row)
     return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
 }
 
-void AddMapLine(Findings& findings, UTtab_entry entry, const FindingRules& rules)
+void AddMapLine(CFindings findings, UTtab_entry entry, const FindingRules& rules)
 {
     const std::string line = FormatMapRecord(entry, rules.byteFor);
     if (line.size() > kMapLineMaxBytes) {
-        findings.push_back(FillPlaceholders(
-            kMapLineTooLong.Current(), {std::to_wstring(line.size()), std::to_wstring(kMapLineMaxBytes)}));
+        findings.Add(kMapLineTooLong, {std::to_wstring(line.size()), std::to_wstring(kMapLineMaxBytes)});
         return;
     }
     const std::optional<UTtab_entry> read = ReadMapRecord(line, rules.decode);
     if (!read) {
-        findings.push_back(kMapLineUnreadable.Current());
+        findings.Add(kMapLineUnreadable);
         return;
     }
     // Blanks around a BOM name do not count: writing it into the part trims them, too.
     entry.strBomName = Trim(entry.strBomName);
     if (UTtab_entry{read->strOriginal, read->strRenamed, Trim(read->strBomName)} != entry) {
-        findings.push_back(FillPlaceholders(kMapLineChanged.Current(),
-                                            {read->strOriginal, read->strRenamed, read->strBomName}));
+        findings.Add(kMapLineChanged, {read->strOriginal, read->strRenamed, read->strBomName});
     }
 }
 
@@ -167,8 +178,10 @@ std::vector<std::size_t> SortedByCopy(const RunRecord& run, const FindingRules& 
     std::vector<std::size_t> rows(run.rows.size());
     std::iota(rows.begin(), rows.end(), std::size_t{0});
     std::erase_if(rows, [&](std::size_t row) { return !IsRecorded(run.rows[row]); });
-    std::ranges::stable_sort(rows, [&](std::size_t left, std::size_t right) {
-        return rules.compareNames(run.rows[left].entry.strRenamed, run.rows[right].entry.strRenamed) < 0;
+    std::ranges::sort(rows, [&](std::size_t left, std::size_t right) {
+        const int order =
+            rules.compareNames(run.rows[left].entry.strRenamed, run.rows[right].entry.strRenamed);
+        return order != 0 ? order < 0 : left < right;
     });
     return rows;
 }
@@ -196,7 +209,7 @@ RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules)
 {
     RunFindings findings(run.rows.size());
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
-        AddOutcome(findings[row], run.rows[row]);
+        AddOutcome(CFindings(findings[row]), run.rows[row]);
     }
     AddSameNames(findings, run, rules);
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
@@ -205,7 +218,7 @@ RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules)
             if (run.copyOnly) {
                 entry.strBomName.clear();
             }
-            AddMapLine(findings[row], std::move(entry), rules);
+            AddMapLine(CFindings(findings[row]), std::move(entry), rules);
         }
     }
     return findings;

@@ -210,6 +210,7 @@ private:
     void Count(const Text& name, std::ptrdiff_t count);
     void Cell(std::wstring_view text, const char* tag = "<td>");
     void Isolated(std::wstring_view text);
+    void Words(const Text& text) { AppendHtml(m_html, text.Current()); }
     [[nodiscard]] bool NeedsAttention(std::size_t row) const { return !m_findings[row].empty(); }
 
     const RunRecord& m_run;
@@ -242,7 +243,7 @@ std::wstring DateAndTime(const LocalTime& time)
 void CPage::Head()
 {
     m_html += "<!DOCTYPE html>\n<html lang=\"";
-    AppendHtml(m_html, kLanguageCode.Current());
+    Words(kLanguageCode);
     m_html +=
         "\">\n<head>\n<meta charset=\"utf-8\">\n<meta http-equiv=\"Content-Security-Policy\" "
         "content=\"default-src 'none'; style-src 'unsafe-inline'; script-src 'unsafe-inline'\">\n<title>";
@@ -255,7 +256,7 @@ void CPage::Head()
 void CPage::Summary()
 {
     m_html += "<header><h1>";
-    AppendHtml(m_html, kTitle.Current());
+    Words(kTitle);
     m_html += "</h1>\n<p>";
     AppendHtml(m_html, DateAndTime(m_run.start) + L" – ");
     const std::size_t rows = m_findings.size();
@@ -292,7 +293,7 @@ std::wstring HoursMinutesSeconds(std::chrono::milliseconds duration)
 void CPage::WholeRun(std::wstring_view programVersion)
 {
     m_html += "<h2>";
-    AppendHtml(m_html, kTheRun.Current());
+    Words(kTheRun);
     m_html += "</h2>\n<table>\n";
     Fact(kEnd, kEnds.at(static_cast<std::size_t>(m_run.end)).Current());
     Fact(kStart, DateAndTime(m_run.start));
@@ -326,7 +327,7 @@ void CPage::AllRows()
 void CPage::BeginTable(const Text& title, const char* kind, std::initializer_list<Text> headers)
 {
     m_html += "<h2>";
-    AppendHtml(m_html, title.Current());
+    Words(title);
     m_html += "</h2>\n<table class=\"";
     m_html += kind;
     m_html += "\">\n<thead><tr>";
@@ -374,7 +375,7 @@ void CPage::Row(std::size_t row)
     m_html += "<td>";
     if (NeedsAttention(row)) {
         m_html += "<a href=\"#row" + number + "\">";
-        AppendHtml(m_html, kSeeNote.Current());
+        Words(kSeeNote);
         m_html += "</a>";
     }
     m_html += '\n';

@@ -264,6 +264,18 @@ TEST_F(RunRecordTest, OfARunThatEndsWithTheSession)
     EXPECT_EQ(AllOutcomes(), (Outcomes{RowOutcome::copied, RowOutcome::notReached}));
 }
 
+// SOLIDWORKS is not loaded again then; that is not what ended the run.
+TEST_F(RunRecordTest, OfACallThatFailsWhileTheSessionEnds)
+{
+    AddRows(1);
+    m_application.On(kOpenDocument,
+                     Before([] { CWinApp::Get()->SetSessionEnding(true); }, Fail(E_ACCESSDENIED)));
+    Run(false);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(m_record.end, RunEnd::sessionEnded);
+    EXPECT_TRUE(Row(0).cadLost);
+}
+
 TEST_F(RunRecordTest, OfARunThatCannotBegin)
 {
     AddRows(1);

@@ -175,6 +175,7 @@ TEST_P(RunReportCommandsTest, SelectsTheRowsThatNeedAttentionAndNoOthers)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
+// Wine scrolls to a row that gets the focus by itself.
 TEST_P(RunReportCommandsTest, ShowsTheFirstOfThem)
 {
     TakeRun(200, {150});
