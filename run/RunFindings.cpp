@@ -155,7 +155,7 @@ bool IsRecorded(const RunRow& row)
 
 void AddMapLine(CFindings findings, UTtab_entry entry, const FindingRules& rules)
 {
-    const std::string line = FormatMapRecord(entry, rules.byteFor);
+    const std::string line = FormatMapRecord(entry, rules.encoder);
     if (line.size() > kMapLineMaxBytes) {
         findings.Add(kMapLineTooLong, {std::to_wstring(line.size()), std::to_wstring(kMapLineMaxBytes)});
         return;

@@ -10,8 +10,8 @@
 // What only the system knows.
 struct FindingRules
 {
-    MapByteRule byteFor;  // of the map file's code page
-    MapDecoder decode;    // the same
+    MapEncoder encoder;  // of the map file's code page
+    MapDecoder decode;   // the same
     // Compares names as the file system does: negative, 0 or positive.
     int (*compareNames)(std::wstring_view left, std::wstring_view right);
 };

@@ -100,7 +100,7 @@ void CRunReportCommands::Take(RunRecord run)
 {
     m_run = std::move(run);
     const UINT codePage = MapCodePage();
-    m_findings = FindingsOf(m_run, {MapByteRuleOf(codePage), MapDecoderOf(codePage), CompareFileNames});
+    m_findings = FindingsOf(m_run, {MapEncoderOf(codePage), MapDecoderOf(codePage), CompareFileNames});
     m_hasRun = true;
 }
 

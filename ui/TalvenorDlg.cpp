@@ -81,6 +81,8 @@ constexpr Text kFindNext{L"&Weitersuchen", L"Find &next"};
 constexpr Text kFindNextKey{L"F3", L"F3"};
 constexpr Text kNextName{L"Nächsten Namen &prüfen", L"Chec&k next name"};
 constexpr Text kNoKey{L"", L""};
+constexpr Text kSelectAttention{L"&Auffällige Zeilen der letzten Umsetzung markieren",
+                                L"&Select what needs attention in the last conversion"};
 constexpr Text kOverwrite{
     L"Die Map-Datei '%1' existiert bereits in '%2\\Mapped'.\n\nSoll die Datei überschrieben werden?",
     L"The Map-File '%1' already exists in '%2\\Mapped'.\n\nDo you want to overwrite this file?"};
@@ -839,9 +841,11 @@ void CTalvenorDlg::OnFindNext()
 void CTalvenorDlg::OnMore()
 {
     const bool hasRows = m_wndList.GetItemCount() > 0;
-    const std::array commands{MenuCommand{IDM_FIND, kFind, kFindKey, hasRows},
-                              MenuCommand{IDM_FIND_NEXT, kFindNext, kFindNextKey, hasRows},
-                              MenuCommand{IDC_CHECK_NAMES, kNextName, kNoKey, m_status.HasNamesToCheck()}};
+    const std::array commands{
+        MenuCommand{IDM_FIND, kFind, kFindKey, hasRows},
+        MenuCommand{IDM_FIND_NEXT, kFindNext, kFindNextKey, hasRows},
+        MenuCommand{IDC_CHECK_NAMES, kNextName, kNoKey, m_status.HasNamesToCheck()},
+        MenuCommand{IDM_SELECT_ATTENTION, kSelectAttention, kNoKey, CanSelectAttention()}};
     if (const UINT chosen = ShowCommandMenu(GetDlgItem(IDC_MORE), commands); chosen != 0) {
         SendMessage(WM_COMMAND, chosen);
     }

@@ -15,8 +15,8 @@
 #include "ui/ConvList.h"
 #include "ui/EditSourceDir.h"
 #include "ui/FindBar.h"
-#include "ui/StatusLine.h"
 #include "ui/RunReportCommands.h"
+#include "ui/StatusLine.h"
 
 // The main window: shows the conversion table, lets the user choose the standard-parts folder, add and delete
 // files, view the map file, choose the SOLIDWORKS version and start the conversion run.
