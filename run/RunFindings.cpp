@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
-#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -153,6 +152,12 @@ bool IsRecorded(const RunRow& row)
     return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
 }
 
+// The row as it was recorded.
+UTtab_entry Recorded(const RunRow& row, bool copyOnly)
+{
+    return {row.entry.strOriginal, row.entry.strRenamed, copyOnly ? std::wstring() : row.entry.strBomName};
+}
+
 void AddMapLine(CFindings findings, UTtab_entry entry, const FindingRules& rules)
 {
     const std::string line = FormatMapRecord(entry, rules.encoder);
@@ -172,33 +177,41 @@ void AddMapLine(CFindings findings, UTtab_entry entry, const FindingRules& rules
     }
 }
 
-// The rows that this run or an earlier one copied, sorted by the names of their copies.
-std::vector<std::size_t> SortedByCopy(const RunRecord& run, const FindingRules& rules)
+struct CopyName
 {
-    std::vector<std::size_t> rows(run.rows.size());
-    std::iota(rows.begin(), rows.end(), std::size_t{0});
-    std::erase_if(rows, [&](std::size_t row) { return !IsRecorded(run.rows[row]); });
-    std::ranges::sort(rows, [&](std::size_t left, std::size_t right) {
-        const int order =
-            rules.compareNames(run.rows[left].entry.strRenamed, run.rows[right].entry.strRenamed);
-        return order != 0 ? order < 0 : left < right;
+    std::wstring name;
+    std::size_t row;
+};
+
+// The copies of this run and of earlier ones, sorted by their names.
+std::vector<CopyName> SortedCopies(const RunRecord& run, const FindingRules& rules)
+{
+    std::vector<CopyName> copies;
+    for (std::size_t row = 0; row < run.rows.size(); ++row) {
+        if (RunRow content = run.rows.at(row); IsRecorded(content)) {
+            copies.push_back({std::move(content.entry.strRenamed), row});
+        }
+    }
+    std::ranges::sort(copies, [&rules](const CopyName& left, const CopyName& right) {
+        const int order = rules.compareNames(left.name, right.name);
+        return order != 0 ? order < 0 : left.row < right.row;
     });
-    return rows;
+    return copies;
 }
 
 // Each row of a group with the same copy names its neighbour.
 void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRules& rules)
 {
-    const std::vector<std::size_t> rows = SortedByCopy(run, rules);
+    const std::vector<CopyName> copies = SortedCopies(run, rules);
     const auto sameCopy = [&](std::size_t left, std::size_t right) {
-        return rules.compareNames(run.rows[left].entry.strRenamed, run.rows[right].entry.strRenamed) == 0;
+        return rules.compareNames(copies[left].name, copies[right].name) == 0;
     };
-    for (std::size_t at = 0; at < rows.size(); ++at) {
-        const bool before = at > 0 && sameCopy(rows[at - 1], rows[at]);
-        const bool after = at + 1 < rows.size() && sameCopy(rows[at], rows[at + 1]);
+    for (std::size_t at = 0; at < copies.size(); ++at) {
+        const bool before = at > 0 && sameCopy(at - 1, at);
+        const bool after = at + 1 < copies.size() && sameCopy(at, at + 1);
         if (before || after) {
-            const RunRow& other = run.rows[rows[before ? at - 1 : at + 1]];
-            findings[rows[at]].push_back(FillPlaceholders(kSameName.Current(), {other.entry.strOriginal}));
+            const RunRow other = run.rows.at(copies[before ? at - 1 : at + 1].row);
+            CFindings(findings[copies[at].row]).Add(kSameName, {other.entry.strOriginal});
         }
     }
 }
@@ -208,17 +221,12 @@ void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRule
 RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules)
 {
     RunFindings findings(run.rows.size());
-    for (std::size_t row = 0; row < run.rows.size(); ++row) {
-        AddOutcome(CFindings(findings[row]), run.rows[row]);
-    }
     AddSameNames(findings, run, rules);
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
-        if (IsRecorded(run.rows[row])) {
-            UTtab_entry entry = run.rows[row].entry;
-            if (run.copyOnly) {
-                entry.strBomName.clear();
-            }
-            AddMapLine(CFindings(findings[row]), std::move(entry), rules);
+        const RunRow content = run.rows.at(row);
+        AddOutcome(CFindings(findings[row]), content);
+        if (IsRecorded(content)) {
+            AddMapLine(CFindings(findings[row]), Recorded(content, run.copyOnly), rules);
         }
     }
     return findings;

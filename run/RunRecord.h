@@ -2,12 +2,9 @@
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "cad/ProgressView.h"
-#include "core/UTtabEntry.h"
+#include "run/RunRows.h"
 
 // How a run ended.
 enum class RunEnd : std::uint8_t
@@ -18,43 +15,6 @@ enum class RunEnd : std::uint8_t
     cadNotLoaded,  // when loading SOLIDWORKS at the start or again
     cadTooOld,     // the same
     mapFileNotOpened
-};
-
-// What became of a row.
-enum class RowOutcome : std::uint8_t
-{
-    copied,        // and recorded in the map file
-    recordedOnly,  // was not pending
-    notCopied,
-    notRecorded,  // the map file could not be written; a pending row's file has been copied
-    notReached    // the run ended before
-};
-
-// What SOLIDWORKS did with one copy. The numbers are the automation interface's.
-struct CadRecord
-{
-    CadStep step = CadStep::opening;  // the last one that was begun
-    bool opened = false;              // with a document and a code that allow to go on
-    long openCode = 0;
-    long configurations = 0;                        // as SOLIDWORKS counts them; may be negative
-    int written = 0;                                // configurations
-    std::optional<long> saveResult = std::nullopt;  // none when it was not saved, or Save returned no number
-    bool failed = false;                            // a call of this step failed
-
-    bool operator==(const CadRecord&) const = default;
-};
-
-struct RunRow
-{
-    UTtab_entry entry;  // as the table had it
-    RowOutcome outcome = RowOutcome::notReached;
-    bool cadReloaded = false;                     // after a failed call
-    bool cadLost = false;                         // it could not be loaded again
-    bool givenUp = false;                         // the user stopped waiting for a call
-    std::optional<CadRecord> cad = std::nullopt;  // none when SOLIDWORKS had nothing to do with the row
-    std::vector<std::wstring> unwritten;          // names of the configurations without their BOM name
-    std::wstring reason;  // why it was not copied or recorded, or the failed call's error
-    std::chrono::milliseconds duration{};
 };
 
 // A point in time by the user's clock.
@@ -78,5 +38,5 @@ struct RunRecord
     std::chrono::milliseconds duration{};  // up to the final message
     RunEnd end = RunEnd::finished;
     int givenUpCalls = 0;
-    std::vector<RunRow> rows;
+    CRunRows rows;
 };

@@ -20,23 +20,25 @@ void CRunRecorder::BeginRun(RunRecord run)
 
 void CRunRecorder::BeginRow(const UTtab_entry& entry)
 {
-    AddNotReached(entry);
+    m_row = {};
+    m_row.entry = entry;
     m_configurations.clear();
     m_rowBegan = Clock::now();
 }
 
 void CRunRecorder::SetOutcome(RowOutcome outcome, std::wstring reason)
 {
-    Row().outcome = outcome;
-    Row().reason = std::move(reason);
+    m_row.outcome = outcome;
+    m_row.reason = std::move(reason);
 }
 
 void CRunRecorder::EndRow(int givenUpCalls)
 {
     KeepUnwrittenNames();
-    Row().duration = Since(m_rowBegan);
-    Row().givenUp = givenUpCalls != m_run.givenUpCalls;
+    m_row.duration = Since(m_rowBegan);
+    m_row.givenUp = givenUpCalls != m_run.givenUpCalls;
     m_run.givenUpCalls = givenUpCalls;
+    m_run.rows.push_back(m_row);
 }
 
 void CRunRecorder::NoteStep(CadStep step)
@@ -69,18 +71,20 @@ void CRunRecorder::NoteSaved(std::optional<long> result)
 void CRunRecorder::NoteFailure(std::wstring error)
 {
     Cad().failed = true;
-    Row().reason = std::move(error);
+    m_row.reason = std::move(error);
 }
 
 void CRunRecorder::NoteReload(bool loaded)
 {
-    Row().cadReloaded = loaded;
-    Row().cadLost = !loaded;
+    m_row.cadReloaded = loaded;
+    m_row.cadLost = !loaded;
 }
 
-void CRunRecorder::AddNotReached(UTtab_entry entry)
+void CRunRecorder::AddNotReached(const UTtab_entry& entry)
 {
-    m_run.rows.emplace_back().entry = std::move(entry);
+    RunRow row;
+    row.entry = entry;
+    m_run.rows.push_back(row);
 }
 
 RunRecord CRunRecorder::EndRun(RunEnd end)
@@ -92,17 +96,17 @@ RunRecord CRunRecorder::EndRun(RunEnd end)
 
 CadRecord& CRunRecorder::Cad()
 {
-    std::optional<CadRecord>& cad = Row().cad;
+    std::optional<CadRecord>& cad = m_row.cad;
     return cad ? *cad : cad.emplace();
 }
 
 // Only those: a library has many thousand configurations.
 void CRunRecorder::KeepUnwrittenNames()
 {
-    const std::size_t written = Row().cad ? static_cast<std::size_t>(Row().cad->written) : 0;
+    const std::size_t written = m_row.cad ? static_cast<std::size_t>(m_row.cad->written) : 0;
     if (written < m_configurations.size()) {
         const auto first = m_configurations.begin() + static_cast<std::ptrdiff_t>(written);
-        Row().unwritten.assign(std::make_move_iterator(first),
+        m_row.unwritten.assign(std::make_move_iterator(first),
                                std::make_move_iterator(m_configurations.end()));
     }
 }

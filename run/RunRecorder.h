@@ -33,7 +33,7 @@ public:
     void NoteReload(bool loaded);
 
     [[nodiscard]] std::size_t RowCount() const { return m_run.rows.size(); }
-    void AddNotReached(UTtab_entry entry);
+    void AddNotReached(const UTtab_entry& entry);
 
     // Returns the record; BeginRun begins the next one.
     [[nodiscard]] RunRecord EndRun(RunEnd end);
@@ -41,12 +41,12 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    [[nodiscard]] RunRow& Row() { return m_run.rows.back(); }
     [[nodiscard]] CadRecord& Cad();
     void KeepUnwrittenNames();
 
     RunRecord m_run;
     Clock::time_point m_runBegan;
     Clock::time_point m_rowBegan;
+    RunRow m_row;                                // in hand
     std::vector<std::wstring> m_configurations;  // of the row in hand
 };

@@ -199,6 +199,7 @@ private:
     void Summary();
     void Attention();
     void WholeRun(std::wstring_view programVersion);
+    void Results();
     void AllRows();
 
     void BeginTable(const Text& title, const char* kind, std::initializer_list<Text> headers);
@@ -207,7 +208,7 @@ private:
     void CadCells(const RunRow& row);
     void Names(const RunRow& row);
     void Fact(const Text& name, const std::wstring& value);
-    void Count(const Text& name, std::ptrdiff_t count);
+    void Count(const Text& name, std::size_t count);
     void Cell(std::wstring_view text, const char* tag = "<td>");
     void Isolated(std::wstring_view text);
     void Words(const Text& text) { AppendHtml(m_html, text.Current()); }
@@ -298,18 +299,29 @@ void CPage::WholeRun(std::wstring_view programVersion)
     Fact(kEnd, kEnds.at(static_cast<std::size_t>(m_run.end)).Current());
     Fact(kStart, DateAndTime(m_run.start));
     Fact(kDuration, HoursMinutesSeconds(m_run.duration));
-    Count(kRows, std::ssize(m_run.rows));
-    for (std::size_t outcome = 0; outcome < kOutcomes.size(); ++outcome) {
-        Count(kOutcomes[outcome],
-              std::ranges::count(m_run.rows, static_cast<RowOutcome>(outcome), &RunRow::outcome));
-    }
-    Count(kReloads, std::ranges::count(m_run.rows, true, &RunRow::cadReloaded));
-    Count(kGivenUpCalls, m_run.givenUpCalls);
+    Count(kRows, m_run.rows.size());
+    Results();
+    Count(kGivenUpCalls, static_cast<std::size_t>(m_run.givenUpCalls));
     Fact(kVersion, m_run.copyOnly ? kNoCad.Current() : m_run.cadYear);
     Fact(kFolder, m_run.folder);
     Fact(kTarget, MappedFolder(m_run.folder));
     Fact(kProgram, std::wstring(programVersion));
     m_html += "</table>\n";
+}
+
+void CPage::Results()
+{
+    std::array<std::size_t, kOutcomes.size()> counts{};
+    std::size_t reloads = 0;
+    for (std::size_t row = 0; row < m_run.rows.size(); ++row) {
+        const RunRow content = m_run.rows.at(row);
+        ++counts.at(static_cast<std::size_t>(content.outcome));
+        reloads += content.cadReloaded ? 1 : 0;
+    }
+    for (std::size_t outcome = 0; outcome < counts.size(); ++outcome) {
+        Count(kOutcomes.at(outcome), counts.at(outcome));
+    }
+    Count(kReloads, reloads);
 }
 
 void CPage::AllRows()
@@ -340,11 +352,12 @@ void CPage::BeginTable(const Text& title, const char* kind, std::initializer_lis
 // The row that "see note" leads to.
 void CPage::AttentionRow(std::size_t row)
 {
+    const RunRow content = m_run.rows.at(row);
     const std::string number = std::to_string(row + 1);
     m_html += "<tr id=\"row" + number + "\"><td>" + number;
-    Isolated(m_run.rows[row].entry.strOriginal);
-    Isolated(m_run.rows[row].entry.strRenamed);
-    Cell(kOutcomes.at(static_cast<std::size_t>(m_run.rows[row].outcome)).Current());
+    Isolated(content.entry.strOriginal);
+    Isolated(content.entry.strRenamed);
+    Cell(kOutcomes.at(static_cast<std::size_t>(content.outcome)).Current());
     m_html += "<td><ul>";
     for (const std::wstring& finding : m_findings[row]) {
         Cell(finding, "<li>");
@@ -363,7 +376,7 @@ std::wstring Seconds(std::chrono::milliseconds duration)
 
 void CPage::Row(std::size_t row)
 {
-    const RunRow& content = m_run.rows[row];
+    const RunRow content = m_run.rows.at(row);
     const std::string number = std::to_string(row + 1);
     m_html += "<tr><td>" + number;
     Isolated(content.entry.strOriginal);
@@ -403,7 +416,7 @@ void CPage::Fact(const Text& name, const std::wstring& value)
     m_html += '\n';
 }
 
-void CPage::Count(const Text& name, std::ptrdiff_t count)
+void CPage::Count(const Text& name, std::size_t count)
 {
     Fact(name, std::to_wstring(count));
 }

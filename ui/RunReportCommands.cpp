@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cwchar>
-#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -80,7 +79,7 @@ void WriteAndClose(CFile& file, const std::string& page, const std::wstring& pat
 
 // Selects the rows with these original file names, and no others, and focuses the first. Returns that one, or
 // -1.
-int SelectRows(const CConversionTable& table, const std::unordered_set<std::wstring_view>& names)
+int SelectRows(const CConversionTable& table, const std::unordered_set<std::wstring>& names)
 {
     const CRedrawPause pause(table);
     table.SetItemState(-1, 0, LVIS_SELECTED | LVIS_FOCUSED);  // -1: every row
@@ -99,8 +98,7 @@ int SelectRows(const CConversionTable& table, const std::unordered_set<std::wstr
 void CRunReportCommands::Take(RunRecord run)
 {
     m_run = std::move(run);
-    const UINT codePage = MapCodePage();
-    m_findings = FindingsOf(m_run, {MapEncoderOf(codePage), MapDecoderOf(codePage), CompareFileNames});
+    m_findings.reset();
     m_hasRun = true;
 }
 
@@ -120,7 +118,7 @@ void CRunReportCommands::ShowReport(HWND owner) const
 
 std::wstring CRunReportCommands::WriteReport() const
 {
-    const std::string page = RunReportPage(m_run, m_findings, L"" TALVENOR_VERSION_TEXT);
+    const std::string page = RunReportPage(m_run, Findings(), L"" TALVENOR_VERSION_TEXT);
     CFile file;
     std::wstring path = CreateReport(file, m_run.start);
     WriteAndClose(file, page, path);
@@ -130,15 +128,25 @@ std::wstring CRunReportCommands::WriteReport() const
 bool CRunReportCommands::CanSelectAttention(const std::wstring& standardPartsFolder) const
 {
     return SameFolder(standardPartsFolder, m_run.folder) &&
-           std::ranges::any_of(m_findings, [](const auto& each) { return !each.empty(); });
+           std::ranges::any_of(Findings(), [](const auto& each) { return !each.empty(); });
+}
+
+const RunFindings& CRunReportCommands::Findings() const
+{
+    if (!m_findings) {
+        const UINT codePage = MapCodePage();
+        m_findings = FindingsOf(m_run, {MapEncoderOf(codePage), MapDecoderOf(codePage), CompareFileNames});
+    }
+    return *m_findings;
 }
 
 void CRunReportCommands::SelectAttention(const CConversionTable& table) const
 {
-    std::unordered_set<std::wstring_view> names;
-    for (std::size_t row = 0; row < m_findings.size(); ++row) {
-        if (!m_findings[row].empty()) {
-            names.insert(m_run.rows[row].entry.strOriginal);
+    const RunFindings& findings = Findings();
+    std::unordered_set<std::wstring> names;
+    for (std::size_t row = 0; row < findings.size(); ++row) {
+        if (!findings[row].empty()) {
+            names.insert(m_run.rows.at(row).entry.strOriginal);
         }
     }
     if (const int first = SelectRows(table, names); first != -1) {

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 #include "core/ConversionTable.h"
@@ -30,8 +31,9 @@ public:
 
 private:
     [[nodiscard]] std::wstring WriteReport() const;
+    [[nodiscard]] const RunFindings& Findings() const;
 
     bool m_hasRun = false;
     RunRecord m_run;
-    RunFindings m_findings;
+    mutable std::optional<RunFindings> m_findings;  // of the run, once they are needed
 };

@@ -15,7 +15,7 @@ SHARED = "resources/"  # defines numbers only, so every layer may use it
 # The text rules include no Windows header, so that they can be built for the build machine.
 PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "files/MapLine",
             "files/NamesToCheck", "files/Paths", "files/PickedFiles", "cad/CadVersion", "run/RunRecord", "run/RunRecorder",
-            "run/RunFindings", "run/RunReport",
+            "run/RunRows", "run/RunFindings", "run/RunReport",
             "framework/List", "framework/MessageText", "framework/ScopeExit"]
 WINDOWS_HEADER = re.compile(r"^(windows|windowsx|commctrl|commdlg|shlobj|shellapi|ole\w*|com\w+|objbase|wtypes|tchar)\.h$",
                             re.IGNORECASE)

@@ -60,19 +60,19 @@ RunRow GoodRow(const UTtab_entry& entry = {L"a.sldprt", L"b.sldprt", L"Norm %2"}
     return row;
 }
 
-RunFindings Of(std::vector<RunRow> rows, bool copyOnly = false)
+RunFindings Of(const std::vector<RunRow>& rows, bool copyOnly = false)
 {
     RunRecord run;
     run.copyOnly = copyOnly;
-    run.rows = std::move(rows);
+    for (const RunRow& row : rows) {
+        run.rows.push_back(row);
+    }
     return FindingsOf(run, kRules);
 }
 
-Texts OfOne(RunRow row)
+Texts OfOne(const RunRow& row)
 {
-    std::vector<RunRow> rows;
-    rows.push_back(std::move(row));
-    return Of(std::move(rows)).at(0);
+    return Of({row}).at(0);
 }
 
 class RunFindingsTest : public testing::Test
@@ -244,9 +244,7 @@ TEST_F(RunFindingsTest, WarnsOfALineThatIsTooLongForTheReader)
     EXPECT_EQ(OfOne(GoodRow(tooLong)), Texts{L"In the map file this row has 256 bytes, more than 255. On "
                                              L"reading, it and all that follow are lost."});
     // A run that only copies records no BOM name; a row that was not recorded has no line.
-    std::vector<RunRow> rows;
-    rows.push_back(RowOf(tooLong));
-    EXPECT_EQ(Of(std::move(rows), true).at(0), Texts{});
+    EXPECT_EQ(Of({RowOf(tooLong)}, true).at(0), Texts{});
     RunRow notRecorded = RowOf(tooLong, RowOutcome::notRecorded);
     notRecorded.reason = L"why";
     EXPECT_EQ(OfOne(notRecorded), Texts{L"why"});

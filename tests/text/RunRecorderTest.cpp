@@ -39,7 +39,7 @@ TEST(RunRecorder, KeepsWhatTheRunBeganWith)
     EXPECT_EQ(record.cadYear, L"2024");
     EXPECT_EQ(record.start.year, 2026);
     EXPECT_EQ(record.end, RunEnd::cancelled);
-    EXPECT_TRUE(record.rows.empty());
+    EXPECT_TRUE(record.rows.size() == 0);
 }
 
 TEST(RunRecorder, KeepsEachRowInItsPlace)
@@ -53,12 +53,12 @@ TEST(RunRecorder, KeepsEachRowInItsPlace)
     recorder.AddNotReached(kSecond);
     const RunRecord record = recorder.EndRun(RunEnd::finished);
     ASSERT_EQ(record.rows.size(), 2U);
-    EXPECT_EQ(record.rows[0].entry, kFirst);
-    EXPECT_EQ(record.rows[0].outcome, RowOutcome::notCopied);
-    EXPECT_EQ(record.rows[0].reason, L"no such file");
-    EXPECT_EQ(record.rows[0].cad, std::nullopt);
-    EXPECT_EQ(record.rows[1].entry, kSecond);
-    EXPECT_EQ(record.rows[1].outcome, RowOutcome::notReached);
+    EXPECT_EQ(record.rows.at(0).entry, kFirst);
+    EXPECT_EQ(record.rows.at(0).outcome, RowOutcome::notCopied);
+    EXPECT_EQ(record.rows.at(0).reason, L"no such file");
+    EXPECT_EQ(record.rows.at(0).cad, std::nullopt);
+    EXPECT_EQ(record.rows.at(1).entry, kSecond);
+    EXPECT_EQ(record.rows.at(1).outcome, RowOutcome::notReached);
 }
 
 TEST(RunRecorder, CountsConfigurationsAndKeepsNoNameOfAWrittenOne)
@@ -114,7 +114,7 @@ TEST(RunRecorder, AFailedCallBelongsToTheStepBegunLast)
     recorder.NoteReload(false);
     recorder.EndRow(0);
     const RunRecord record = recorder.EndRun(RunEnd::cadNotLoaded);
-    const RunRow& first = record.rows.at(0);
+    const RunRow first = record.rows.at(0);
     ASSERT_TRUE(first.cad);
     EXPECT_EQ(first.cad->step, CadStep::reading);
     EXPECT_EQ(first.cad->openCode, 128);
@@ -122,7 +122,7 @@ TEST(RunRecorder, AFailedCallBelongsToTheStepBegunLast)
     EXPECT_EQ(first.reason, L"gone");
     EXPECT_TRUE(first.cadReloaded);
     EXPECT_FALSE(first.cadLost);
-    const RunRow& second = record.rows.at(1);
+    const RunRow second = record.rows.at(1);
     ASSERT_TRUE(second.cad);
     EXPECT_EQ(second.cad->step, CadStep::opening);
     EXPECT_TRUE(second.cad->failed);
@@ -154,7 +154,7 @@ TEST(RunRecorder, BeginsTheNextRunEmpty)
     EXPECT_EQ(recorder.EndRun(RunEnd::finished).rows.size(), 1U);
     recorder.BeginRun({});
     const RunRecord record = recorder.EndRun(RunEnd::finished);
-    EXPECT_TRUE(record.rows.empty());
+    EXPECT_TRUE(record.rows.size() == 0);
     EXPECT_EQ(record.givenUpCalls, 0);
 }
 

@@ -45,14 +45,15 @@ RunRecord ThreeRows()
     run.duration = std::chrono::milliseconds(3'723'999);
     run.end = RunEnd::cancelled;
     run.givenUpCalls = 4;
-    run.rows.push_back(RowOf({L"a1.sldprt", L"b1.sldprt", L"Größe 1"}, RowOutcome::copied));
-    run.rows.back().duration = std::chrono::milliseconds(12'345);
-    run.rows.back().cad = {.step = CadStep::closing,
-                           .opened = true,
-                           .openCode = 128,
-                           .configurations = 3,
-                           .written = 2,
-                           .saveResult = 9};
+    RunRow first = RowOf({L"a1.sldprt", L"b1.sldprt", L"Größe 1"}, RowOutcome::copied);
+    first.duration = std::chrono::milliseconds(12'345);
+    first.cad = {.step = CadStep::closing,
+                 .opened = true,
+                 .openCode = 128,
+                 .configurations = 3,
+                 .written = 2,
+                 .saveResult = 9};
+    run.rows.push_back(first);
     run.rows.push_back(RowOf({L"<a2>.sldprt", L"b2.sldprt", L"Norm 2"}, RowOutcome::notCopied));
     run.rows.push_back(RowOf({L"a3.sldprt", L"b3.sldprt", L"Norm 3"}, RowOutcome::recordedOnly));
     return run;

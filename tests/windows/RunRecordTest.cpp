@@ -36,13 +36,13 @@ CadRecord WellWritten()
 class RunRecordTest : public ConversionRunTest
 {
 protected:
-    [[nodiscard]] const RunRow& Row(std::size_t row) const { return m_record.rows.at(row); }
-    [[nodiscard]] const CadRecord& Cad(std::size_t row) const { return Row(row).cad.value(); }
+    [[nodiscard]] RunRow Row(std::size_t row) const { return m_record.rows.at(row); }
+    [[nodiscard]] CadRecord Cad(std::size_t row) const { return Row(row).cad.value(); }
     [[nodiscard]] Outcomes AllOutcomes() const
     {
         Outcomes outcomes;
-        for (const RunRow& row : m_record.rows) {
-            outcomes.push_back(row.outcome);
+        for (std::size_t row = 0; row < m_record.rows.size(); ++row) {
+            outcomes.push_back(Row(row).outcome);
         }
         return outcomes;
     }

@@ -40,11 +40,12 @@ protected:
         run.folder = m_parts;
         run.start = {2026, 11, 3, 4, 5, 6};
         for (int row = 1; row <= rows; ++row) {
-            RunRow& added = run.rows.emplace_back();
+            RunRow added;
             const std::wstring number = std::to_wstring(row);
             added.entry = {L"a" + number + L".sldprt", L"b" + number + L".sldprt", L"Norm"};
             const bool reached = std::ranges::find(notReached, row) == notReached.end();
             added.outcome = reached ? RowOutcome::copied : RowOutcome::notReached;
+            run.rows.push_back(added);
         }
         m_commands.Take(std::move(run));
     }
@@ -214,9 +215,10 @@ TEST_P(RunReportCommandsTest, WarnsByTheSystemsRules)
     RunRecord run;
     run.folder = m_parts;
     for (const wchar_t* name : {L"Ängstrøm.sldprt", L"ÄNGSTRØM.sldprt", L"日.sldprt", L"€.sldprt"}) {
-        RunRow& row = run.rows.emplace_back();
-        row.entry = {L"a" + std::to_wstring(run.rows.size()), name, L""};
+        RunRow row;
+        row.entry = {L"a" + std::to_wstring(run.rows.size() + 1), name, L""};
         row.outcome = RowOutcome::copied;
+        run.rows.push_back(row);
     }
     m_commands.Take(std::move(run));
     FillTable({L"a1", L"a2", L"a3", L"a4"});
