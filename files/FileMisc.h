@@ -50,8 +50,9 @@ public:
                             std::wstring* message = nullptr);
 
     // Appends the names (without folder) of "*.sldprt" and then "*.prt" in the folder, in the file system's
-    // order, sub-folders with such names included. Such a pattern also finds a file whose short name matches,
-    // as that of "a.sldprtx" does on a volume with short names ("FindFirstFileW function").
+    // order, sub-folders with such names included. "*.prt" also finds a file whose short name matches, as
+    // that of "a.prtx" does on a volume with short names ("FindFirstFileW function"). All are kept: no part
+    // can be missing from the list, and the user deletes other rows.
     static void ScanPartFiles(const std::wstring& folder, std::vector<std::wstring>& names);
 
     // Sets or clears a file's read-only attribute. A change also sets the archive attribute and the time of

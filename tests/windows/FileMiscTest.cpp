@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -409,6 +411,21 @@ TEST_F(FileMiscTest, ScanAppendsBothKindsOfPartFiles)
     EXPECT_EQ(Sorted({names.begin() + 1, names.begin() + 4}),
               (Texts{L"a.SLDPRT", L"b.sldprt", L"folder.sldprt"}));
     EXPECT_EQ(Sorted({names.begin() + 4, names.end()}), (Texts{L"D.PRT", L"c.prt"}));
+}
+
+// The system compares a pattern with short names, too, on a volume that has them.
+TEST_F(FileMiscTest, ScanAppendsAPartFileFoundByItsShortName)
+{
+    const std::wstring path = m_folder / L"longer name.prtx";
+    WriteBytes(path, "");
+    std::array<wchar_t, MAX_PATH> shortPath{};
+    GetShortPathNameW(path.c_str(), shortPath.data(), MAX_PATH);
+    if (!std::wstring_view(shortPath.data()).ends_with(L".PRT")) {
+        GTEST_SKIP() << "skipped: this volume has no short names";
+    }
+    Texts names;
+    CFileMisc::ScanPartFiles(m_folder.Path(), names);
+    EXPECT_EQ(names, Texts{L"longer name.prtx"});
 }
 
 TEST_F(FileMiscTest, ScanOfAnEmptyOrMissingFolderAddsNothing)
