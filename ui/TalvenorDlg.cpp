@@ -569,8 +569,8 @@ void CTalvenorDlg::Arrange()
 }
 
 // The system scales the dialog, its font and its controls ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration"), but
-// not the list's columns and images. The widths are read before its part, in case that a list view does scale
-// them.
+// not the list's columns and images. The widths are read before that, in case a list view scales them after
+// all.
 LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
 {
     m_wndList.EndEdit();
