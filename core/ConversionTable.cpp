@@ -29,9 +29,6 @@ constexpr UINT kImageConverted = 2;
 // State bits that move with their row when the table is sorted.
 constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
 
-// Appended to every hand-edited file name, even of an assembly. Kept: names in use were made this way.
-constexpr const wchar_t* kEditedExtension = L"sldprt";
-
 constexpr Text kForbiddenCharacters{
     L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n"
     L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
@@ -470,10 +467,12 @@ LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* new
 // cell keeps its text.
 bool CConversionTable::AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const
 {
-    if (!EnsureExtension(text, kEditedExtension, EqualFileNames)) {
+    std::optional<EditedName> edited = EditedFileName(std::move(text), EqualFileNames);
+    if (!edited) {
         return false;
     }
-    if (SanitizeFileName(text) > 0) {
+    text = std::move(edited->text);
+    if (edited->cleaned) {
         ShowMessage(kForbiddenCharacters.Current());
     }
     if (text == oldText) {

@@ -8,6 +8,7 @@
 
 #include "cad/CadVersion.h"
 #include "core/NameTemplate.h"
+#include "core/TableColumns.h"
 #include "files/Folders.h"
 #include "files/Paths.h"
 #include "framework/AccessibleName.h"
@@ -37,10 +38,6 @@ constexpr const wchar_t* kLibraryKeyTail = L"\\input";
 constexpr const wchar_t* kProgramFolderValue = L"prg";
 constexpr const wchar_t* kPartsFolderValue = L"parts";
 constexpr const wchar_t* kFallbackFolder = L"c:\\";
-
-constexpr std::array kColumnHeaders{Text{L"Original Normteil-Dateien", L"Original Standard-Part-Files"},
-                                    Text{L"Umbenannt nach...", L"Renamed to..."},
-                                    Text{L"Benennung d. Stücklisteneintrags", L"BOM names"}};
 
 constexpr Text kHelpDocument{L"Manuals\\ger\\Zelmar_Talvenor_Hilfe.pdf",
                              L"Manuals\\us\\Zelmar_Talvenor_Hilfe.pdf"};

@@ -13,8 +13,8 @@ LAYER = {"framework": 1, "platform": 1, "core": 2, "files": 3, "cad": 3, "run": 
 SIDEWAYS = {("platform", "framework")}
 SHARED = "resources/"  # defines numbers only, so every layer may use it
 # The text rules include no Windows header, so that they can be built for the build machine.
-PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "core/TableText",
-            "files/MapLine", "files/Paths",
+PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "core/TableColumns",
+            "core/TableImport", "core/TableText", "files/MapLine", "files/Paths",
             "files/PickedFiles", "cad/CadVersion", "framework/List", "framework/MessageText", "framework/ScopeExit"]
 WINDOWS_HEADER = re.compile(r"^(windows|windowsx|commctrl|commdlg|shlobj|shellapi|ole\w*|com\w+|objbase|wtypes|tchar)\.h$",
                             re.IGNORECASE)
