@@ -14,7 +14,7 @@ SIDEWAYS = {("platform", "framework")}
 SHARED = "resources/"  # defines numbers only, so every layer may use it
 # The text rules include no Windows header, so that they can be built for the build machine.
 PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "core/TableColumns",
-            "core/TableImport", "core/TableText", "files/MapLine", "files/Paths",
+            "core/TableHistory", "core/TableImport", "core/TableText", "files/MapLine", "files/Paths",
             "files/PickedFiles", "cad/CadVersion", "framework/List", "framework/MessageText", "framework/ScopeExit"]
 WINDOWS_HEADER = re.compile(r"^(windows|windowsx|commctrl|commdlg|shlobj|shellapi|ole\w*|com\w+|objbase|wtypes|tchar)\.h$",
                             re.IGNORECASE)
