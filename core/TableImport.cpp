@@ -32,9 +32,17 @@ public:
         }
     }
 
-    // The rows with exactly this name, or else those whose name differs in case only. A map file edited by
-    // hand may name a file twice.
+    // The rows with this name, or else those with its text between blanks: a file name may begin with a
+    // blank. A map file edited by hand may name a file twice.
     [[nodiscard]] const std::vector<int>& Find(std::wstring_view name) const
+    {
+        const std::vector<int>& found = FindAnyCase(name);
+        return found.empty() ? FindAnyCase(TrimView(name)) : found;
+    }
+
+private:
+    // The rows with exactly this name, or else those whose name differs in case only.
+    [[nodiscard]] const std::vector<int>& FindAnyCase(std::wstring_view name) const
     {
         if (const auto exact = m_exact.find(name); exact != m_exact.end()) {
             return exact->second;
@@ -43,7 +51,6 @@ public:
         return folded != m_folded.end() ? folded->second : kNone;
     }
 
-private:
     inline static const std::vector<int> kNone;
 
     NameFolding m_fold;
@@ -113,7 +120,7 @@ private:
 
     void Take(const Cells& cells, bool first)
     {
-        const std::vector<int>& found = m_index.Find(TrimView(cells.front()));
+        const std::vector<int>& found = m_index.Find(cells.front());
         if (found.size() == 1) {
             TakeFor(static_cast<std::size_t>(found.front()), cells);
         } else if (!found.empty()) {

@@ -258,8 +258,7 @@ void CTableReader::ReadLine(std::vector<std::wstring>& cells, std::size_t limit)
         }
         ++m_at;
     }
-    const bool pair = m_text.substr(m_at, 2) == L"\r\n";
-    m_at = std::min(m_at + (pair ? 2 : 1), m_text.size());
+    m_at = std::min(m_at + 1, m_text.size());  // the empty row between CR and LF is skipped
 }
 
 void CTableReader::ReadCell(std::wstring& cell)

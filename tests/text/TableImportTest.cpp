@@ -132,6 +132,14 @@ TEST(TableImport, FindsARowByItsExactNameOrElseWithoutRegardToCase)
     EXPECT_EQ(Import(L"A.SLDPRT;B.sldprt;20", rows), (TableImport{{}, 0, 0, 1}));
 }
 
+TEST(TableImport, FindsANameWithABlankBeforeOneWithout)
+{
+    const Rows rows{{L"a.sldprt", L"A.sldprt", L"1"}, {L" a.sldprt", L"B.sldprt", L"2"}};
+    EXPECT_EQ(Import(L" a.sldprt;B.sldprt;20\n", rows), (TableImport{Changes{{1, L"B.sldprt", L"20"}}}));
+    EXPECT_EQ(Import(L" A.sldprt;B.sldprt;20\n", rows), (TableImport{Changes{{1, L"B.sldprt", L"20"}}}));
+    EXPECT_EQ(Import(L"a.sldprt ;A.sldprt;10\n", rows), (TableImport{Changes{{0, L"A.sldprt", L"10"}}}));
+}
+
 TEST(TableImport, ChangesNoRowThatTheTextNamesTwiceWithDifferentTexts)
 {
     EXPECT_EQ(
