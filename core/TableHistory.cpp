@@ -34,6 +34,16 @@ std::size_t BytesOf(const TableStep& step)
     return bytes;
 }
 
+// Returns the splice for changes at this row: the last one if it ends there, or else a new one. `end`: the
+// row behind the last splice.
+RowSplice& SpliceAt(std::vector<RowSplice>& splices, int row, int end)
+{
+    if (splices.empty() || end != row) {
+        splices.push_back({row, {}, {}});
+    }
+    return splices.back();
+}
+
 // The insertions that make `after` of `before`; fails when other rows would have to change, too.
 bool FindInsertions(const Rows& before, Rows& after, std::vector<RowSplice>& splices)
 {
@@ -49,14 +59,10 @@ bool FindInsertions(const Rows& before, Rows& after, std::vector<RowSplice>& spl
     if (next != before.end()) {
         return false;
     }
+    int end = 0;
     for (const std::size_t row : inserted) {
-        const bool follows =
-            !splices.empty() &&
-            static_cast<std::size_t>(splices.back().at) + splices.back().inserted.size() == row;
-        if (!follows) {
-            splices.push_back({static_cast<int>(row), {}, {}});
-        }
-        splices.back().inserted.push_back(std::move(after[row]));
+        SpliceAt(splices, static_cast<int>(row), end).inserted.push_back(std::move(after[row]));
+        end = static_cast<int>(row) + 1;
     }
     return true;
 }
@@ -85,12 +91,39 @@ std::vector<RowSplice> CompareTables(Rows before, Rows after)
     return splices;
 }
 
+std::vector<RowSplice> ReplacedRows(const std::vector<int>& rows, Rows before, Rows after)
+{
+    std::vector<RowSplice> splices;
+    int end = 0;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (before[i] != after[i]) {
+            RowSplice& splice = SpliceAt(splices, rows[i], end);
+            splice.removed.push_back(std::move(before[i]));
+            splice.inserted.push_back(std::move(after[i]));
+            end = rows[i] + 1;
+        }
+    }
+    return splices;
+}
+
+std::vector<RowSplice> RemovedRows(const std::vector<int>& rows, Rows before)
+{
+    std::vector<RowSplice> splices;
+    int end = 0;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const int at = rows[i] - static_cast<int>(i);  // the rows removed so far were above
+        SpliceAt(splices, at, end).removed.push_back(std::move(before[i]));
+        end = at;
+    }
+    return splices;
+}
+
 void Invert(TableStep& step)
 {
-    int moved = 0;  // by how many rows the splices above move the ones below down
+    int moved = 0;
     for (RowSplice& splice : step.splices) {
         splice.at -= moved;
-        moved += static_cast<int>(splice.inserted.size()) - static_cast<int>(splice.removed.size());
+        moved += Growth(splice);
         std::swap(splice.removed, splice.inserted);
     }
     std::swap(step.before, step.after);

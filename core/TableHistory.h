@@ -25,6 +25,12 @@ struct RowSplice
     bool operator==(const RowSplice&) const = default;
 };
 
+// By how many rows a splice moves the rows below it down.
+[[nodiscard]] inline int Growth(const RowSplice& splice)
+{
+    return static_cast<int>(splice.inserted.size()) - static_cast<int>(splice.removed.size());
+}
+
 // Selected rows, as ranges with both ends included, and the row with the focus; -1 for none.
 struct TableSelection
 {
@@ -74,6 +80,14 @@ struct TableStep
 // to a sorted table, are found one by one; otherwise everything between the first and the last difference is
 // replaced.
 [[nodiscard]] std::vector<RowSplice> CompareTables(std::vector<TableRow> before, std::vector<TableRow> after);
+
+// Returns the splices for rows, given from the top, that were replaced in their places. Equal ones are left
+// out.
+[[nodiscard]] std::vector<RowSplice> ReplacedRows(const std::vector<int>& rows, std::vector<TableRow> before,
+                                                  std::vector<TableRow> after);
+
+// Returns the splices for rows, given from the top, that were removed.
+[[nodiscard]] std::vector<RowSplice> RemovedRows(const std::vector<int>& rows, std::vector<TableRow> before);
 
 // Turns a step into the one that takes it back.
 void Invert(TableStep& step);

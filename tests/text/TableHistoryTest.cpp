@@ -75,6 +75,24 @@ TEST(CompareTables, FindsNothingInEqualTables)
     EXPECT_TRUE(CompareTables({}, {}).empty());
 }
 
+TEST(ReplacedRows, JoinsNeighboursAndLeavesEqualRowsOut)
+{
+    const std::vector<RowSplice> expected{{0, Named(L"a"), Named(L"A")}, {2, Named(L"cd"), Named(L"CD")}};
+    EXPECT_EQ(ReplacedRows({0, 2, 3}, Named(L"acd"), Named(L"ACD")), expected);
+    EXPECT_EQ(ReplacedRows({0, 1, 2, 3}, Named(L"abcd"), Named(L"AbCD")), expected);
+    EXPECT_TRUE(ReplacedRows({4, 7}, Named(L"xy"), Named(L"xy")).empty());
+    EXPECT_TRUE(ReplacedRows({}, {}, {}).empty());
+}
+
+TEST(RemovedRows, JoinsNeighbours)
+{
+    // Rows 0, 2, 3 and 5 of abcdef; each removal moves the rows below it up.
+    EXPECT_EQ(RemovedRows({0, 2, 3, 5}, Named(L"acdf")),
+              (std::vector<RowSplice>{{0, Named(L"a"), {}}, {1, Named(L"cd"), {}}, {2, Named(L"f"), {}}}));
+    EXPECT_EQ(RemovedRows({0, 1}, Named(L"ab")), (std::vector<RowSplice>{{0, Named(L"ab"), {}}}));
+    EXPECT_EQ(RemovedRows({1}, Named(L"b")), (std::vector<RowSplice>{{1, Named(L"b"), {}}}));
+}
+
 TEST(Invert, TakesEverySpliceBack)
 {
     TableStep step;
