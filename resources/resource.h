@@ -40,6 +40,14 @@
 #define IDC_VERSION_LABEL 1100
 #define IDC_HELP_BUTTON 28445
 
+// Commands of the table
+#define IDM_UNDO 1201
+#define IDM_REDO 1202
+#define IDM_COPY 1203
+#define IDM_PASTE 1204
+#define IDM_IMPORT 1205
+#define IDM_EXPORT 1206
+
 // Cell editors of the list
 #define IDC_IN_PLACE_EDIT 1101
 #define IDC_IN_PLACE_LIST 1102

@@ -271,9 +271,23 @@ void CTalvenorDlg::MarkListChanged(bool on)
     }
 }
 
+// The caption is the only place that holds the status, so it is read from there.
+ViewStatus CTalvenorDlg::GetViewStatus() const
+{
+    const std::wstring caption = m_wndStatusFrame.GetWindowText();
+    return {caption.starts_with(kMapView.Current()), caption.ends_with(kListChanged.Current())};
+}
+
+void CTalvenorDlg::SetViewStatus(const ViewStatus& status)
+{
+    ShowViewStatus(status.mapView);
+    MarkListChanged(status.changed);
+}
+
 void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
 {
     FocusControl(m_wndList);
+    m_recorder.Forget();
     m_wndList.FillConverted(mapFile.m_lstEntries);
 }
 
@@ -298,6 +312,7 @@ bool CTalvenorDlg::ShowMapFileContents()
 void CTalvenorDlg::ShowFolderContents()
 {
     ShowViewStatus(false);
+    m_recorder.Forget();
     std::vector<std::wstring> names;
     ScanPartFiles(m_strSourceDir, names);
     m_wndList.AddFiles(names);
@@ -308,6 +323,14 @@ void CTalvenorDlg::LoadListForSourceFolder()
     if (!ShowMapFileContents()) {
         ShowFolderContents();
     }
+}
+
+// The list is empty then.
+void CTalvenorDlg::ChangeFolder(const std::wstring& folder)
+{
+    m_recorder.Forget();
+    m_wndList.DeleteAllItems();
+    m_strSourceDir = folder;
 }
 
 // A map file that cannot be read leaves the list empty: the old rows would be taken for its contents.
@@ -389,7 +412,8 @@ bool CTalvenorDlg::IsBusy() const
 
 bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
 {
-    return IsBusy() || NeedsOtherFolder(wParam) || CDialog::OnCommand(wParam, lParam);
+    return IsBusy() || NeedsOtherFolder(wParam) || m_commands.Perform(LOWORD(wParam)) ||
+           CDialog::OnCommand(wParam, lParam);
 }
 
 // A button pressed by its mnemonic would still act after its folder was refused, and work on the old folder
@@ -411,17 +435,42 @@ bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 // Ignores notifications while closing: messages about an edit would come too late.
 LRESULT CTalvenorDlg::OnNotify(WPARAM wParam, LPARAM lParam)
 {
-    return IsEnding() ? 0 : CDialog::OnNotify(wParam, lParam);
+    if (IsEnding()) {
+        return 0;
+    }
+    const auto& header = *reinterpret_cast<const NMHDR*>(lParam);
+    if (header.code != LVN_ENDLABELEDITW || header.hwndFrom != m_wndList.m_hWnd) {
+        return CDialog::OnNotify(wParam, lParam);
+    }
+    return EndLabelEdit(wParam, lParam);
 }
 
-// Delete in the list deletes the selected rows, after the list has handled the key.
+// An edit of the original name sorts the table.
+LRESULT CTalvenorDlg::EndLabelEdit(WPARAM wParam, LPARAM lParam)
+{
+    const LVITEMW& item = reinterpret_cast<const NMLVDISPINFOW*>(lParam)->item;
+    LRESULT result = 0;
+    const auto commit = [&] { result = CDialog::OnNotify(wParam, lParam); };
+    if (item.iSubItem == kColumnOriginal) {
+        m_recorder.ChangeRows(commit);
+    } else {
+        m_recorder.EditRows({item.iItem}, commit);
+    }
+    return result;
+}
+
+// Delete in the list deletes the selected rows, after the list has handled the key. The keys of the table's
+// commands count there only, as an edit has its own undo and clipboard.
 bool CTalvenorDlg::PreTranslateMessage(MSG& message)
 {
-    const bool deleteKey =
-        message.message == WM_KEYDOWN && message.wParam == VK_DELETE && message.hwnd == m_wndList.m_hWnd;
-    if (deleteKey && !IsBusy()) {
+    const bool listKey = message.message == WM_KEYDOWN && message.hwnd == m_wndList.m_hWnd;
+    if (listKey && message.wParam == VK_DELETE && !IsBusy()) {
         DispatchMessageW(&message);
         OnDeleteSelected();
+        return true;
+    }
+    if (const int command = listKey ? CTableCommands::CommandOfKey(message.wParam) : 0; command != 0) {
+        SendMessage(WM_COMMAND, static_cast<WPARAM>(command));
         return true;
     }
     return CDialog::PreTranslateMessage(message);
@@ -568,7 +617,8 @@ LRESULT CTalvenorDlg::OnApplyTemplate(WPARAM wParam, LPARAM)
 {
     const bool hasTemplate = wParam == kColumnRenamed || wParam == kColumnBomName;
     if (hasTemplate && !IsBusy()) {
-        m_wndList.ApplyTemplate(static_cast<int>(wParam));
+        m_recorder.EditRows(m_wndList.SelectedRows(),
+                            [&] { m_wndList.ApplyTemplate(static_cast<int>(wParam)); });
     }
     return 0;
 }
@@ -588,8 +638,7 @@ void CTalvenorDlg::OnSourceDirKillFocus()
     m_bFolderRefused = !CheckTypedFolder(folder);
     if (!m_bFolderRefused && !SameFolder(folder, m_strSourceDir)) {
         if (Ask(kChangeFolder)) {
-            m_wndList.DeleteAllItems();
-            m_strSourceDir = folder;
+            ChangeFolder(folder);
             if (IsFolder(folder)) {
                 LoadListForSourceFolder();
             }
@@ -629,8 +678,7 @@ void CTalvenorDlg::OnBrowseSourceFolder()
         return;
     }
     if (!SameFolder(folder, m_strSourceDir) && Ask(kChangeFolder)) {
-        m_wndList.DeleteAllItems();
-        m_strSourceDir = folder;
+        ChangeFolder(folder);
     }
     // After a "No", the old folder's list is reloaded.
     ShowFolders();
@@ -655,11 +703,12 @@ void CTalvenorDlg::OnAddStandardParts()
 void CTalvenorDlg::TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names)
 {
     if (SameFolder(folder, m_strSourceDir)) {
-        MarkListChanged(true);
-        m_wndList.AddFiles(names);
+        m_recorder.ChangeRows([&] {
+            MarkListChanged(true);
+            m_wndList.AddFiles(names);
+        });
     } else if (Ask(kAddFromOtherFolder) && CreateFolder(MappedFolder(folder)) == 0) {
-        m_wndList.DeleteAllItems();
-        m_strSourceDir = folder;
+        ChangeFolder(folder);
         m_wndList.AddFiles(names);
         ShowViewStatus(false);
     }
@@ -676,9 +725,11 @@ void CTalvenorDlg::OnShowMapFile()
 void CTalvenorDlg::OnRemoveAll()
 {
     if (m_wndList.GetItemCount() > 0 && Ask(kRemoveAll)) {
-        m_wndList.DeleteAllItems();
-        ShowViewStatus(false);
-        MarkListChanged(true);
+        m_recorder.ChangeRows([this] {
+            m_wndList.DeleteAllItems();
+            ShowViewStatus(false);
+            MarkListChanged(true);
+        });
     }
 }
 
@@ -687,22 +738,20 @@ void CTalvenorDlg::OnDeleteSelected()
     if (IsBusy()) {
         return;
     }
+    m_recorder.DeleteSelected([this] { DeleteSelectedRows(); });
+    FocusControl(m_wndList);
+}
+
+void CTalvenorDlg::DeleteSelectedRows()
+{
     const int selected = m_wndList.GetSelectedCount();
     MarkListChanged(selected > 0);
     if (selected == m_wndList.GetItemCount()) {
         m_wndList.DeleteAllItems();  // row by row takes quadratic time
-    } else {
-        DeleteSelectedRows();
-    }
-    if (m_wndList.GetItemCount() == 0) {
         ShowViewStatus(false);
         MarkListChanged(true);
+        return;
     }
-    FocusControl(m_wndList);
-}
-
-void CTalvenorDlg::DeleteSelectedRows() const
-{
     const CRedrawPause pause(m_wndList);
     // The next row has moved to the deleted row's place.
     for (int row = -1; (row = m_wndList.GetNextItem(row, LVNI_SELECTED)) != -1; --row) {
@@ -728,14 +777,14 @@ void CTalvenorDlg::SelectAllRows(bool select)
 
 void CTalvenorDlg::OnMarkForConversion()
 {
-    int row = m_wndList.GetNextItem(-1, LVNI_SELECTED);
-    MarkListChanged(row != -1);
-    {
+    const std::vector<int> rows = m_wndList.SelectedRows();
+    m_recorder.EditRows(rows, [&] {
+        MarkListChanged(!rows.empty());
         const CRedrawPause pause(m_wndList);
-        for (; row != -1; row = m_wndList.GetNextItem(row, LVNI_SELECTED)) {
+        for (const int row : rows) {
             m_wndList.MarkPending(row);
         }
-    }
+    });
     FocusControl(m_wndList);
 }
 
@@ -779,6 +828,7 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
 void CTalvenorDlg::RunConversion(bool copyOnly)
 {
     m_bRunning = true;
+    m_recorder.Forget();  // the run marks rows
     const CScopeExit ended([this] {
         m_bRunning = false;
         CWinApp::Get()->SetSessionEnding(false);
