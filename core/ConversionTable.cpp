@@ -29,9 +29,6 @@ constexpr UINT kImageConverted = 2;
 // State bits that move with their row when the table is sorted.
 constexpr UINT kMovingStates = LVIS_STATEIMAGEMASK | LVIS_SELECTED | LVIS_FOCUSED;
 
-// Appended to every hand-edited file name, even of an assembly. Kept: names in use were made this way.
-constexpr const wchar_t* kEditedExtension = L"sldprt";
-
 constexpr Text kForbiddenCharacters{
     L"Folgende Zeichen sind in Dateinamen nicht erlaubt:\n"
     L"\t|  /  \\  *  :  \"  ?  <  >  ;  =\n\n"
@@ -470,10 +467,12 @@ LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* new
 // cell keeps its text.
 bool CConversionTable::AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const
 {
-    if (!EnsureExtension(text, kEditedExtension, EqualFileNames)) {
+    std::optional<EditedName> edited = EditedFileName(std::move(text), EqualFileNames);
+    if (!edited) {
         return false;
     }
-    if (SanitizeFileName(text) > 0) {
+    text = std::move(edited->text);
+    if (edited->cleaned) {
         ShowMessage(kForbiddenCharacters.Current());
     }
     if (text == oldText) {
@@ -484,6 +483,85 @@ bool CConversionTable::AcceptEditedFileName(std::wstring& text, const std::wstri
         return false;
     }
     return true;
+}
+
+void CConversionTable::SetNames(const std::vector<RowNames>& names) const
+{
+    const CRedrawPause pause(*this);
+    bool changed = false;
+    for (const RowNames& each : names) {
+        const UTtab_entry before = GetRow(each.row);
+        const bool renamed = SetChangedText(each.row, kColumnRenamed, before.strRenamed, each.renamed);
+        if (SetChangedText(each.row, kColumnBomName, before.strBomName, each.bomName) || renamed) {
+            MarkPending(each.row);
+            changed = true;
+        }
+    }
+    if (changed) {
+        NotifyParent();
+    }
+}
+
+// Returns whether the text differs. Setting one takes longer than comparing two.
+bool CConversionTable::SetChangedText(int row, int column, const std::wstring& oldText,
+                                      const std::wstring& text) const
+{
+    if (text == oldText) {
+        return false;
+    }
+    SetItemText(row, column, text);
+    return true;
+}
+
+void CConversionTable::Splice(const RowSplice& splice) const
+{
+    const std::size_t kept = std::min(splice.removed.size(), splice.inserted.size());
+    const int next = splice.at + static_cast<int>(kept);
+    const CRedrawPause pause(*this);
+    for (std::size_t i = 0; i < kept; ++i) {
+        ChangeRow(splice.at + static_cast<int>(i), splice.removed[i], splice.inserted[i]);
+    }
+    DeleteRows(next, static_cast<int>(splice.removed.size() - kept));
+    InsertRows(next, std::span(splice.inserted).subspan(kept));
+}
+
+void CConversionTable::ChangeRow(int row, const TableRow& before, const TableRow& after) const
+{
+    SetChangedText(row, kColumnOriginal, before.texts.strOriginal, after.texts.strOriginal);
+    SetChangedText(row, kColumnRenamed, before.texts.strRenamed, after.texts.strRenamed);
+    SetChangedText(row, kColumnBomName, before.texts.strBomName, after.texts.strBomName);
+    if (before.pending != after.pending) {
+        Mark(row, after.pending);
+    }
+}
+
+void CConversionTable::DeleteRows(int first, int count) const
+{
+    if (count > 0 && count == GetItemCount()) {
+        DeleteAllItems();  // row by row takes quadratic time
+        return;
+    }
+    for (int row = first + count - 1; row >= first; --row) {  // the fewer rows follow, the quicker
+        DeleteItem(row);
+    }
+}
+
+void CConversionTable::InsertRows(int first, std::span<const TableRow> rows) const
+{
+    SetItemCount(GetItemCount() + static_cast<int>(rows.size()));
+    for (const TableRow& each : rows) {
+        InsertRow(first++, each.texts.strOriginal.c_str(), each.texts.strRenamed.c_str(),
+                  each.texts.strBomName.c_str(), each.pending);
+    }
+}
+
+std::vector<int> CConversionTable::SelectedRows() const
+{
+    std::vector<int> rows;
+    for (int row = GetNextItem(-1, LVNI_SELECTED); row != -1; row = GetNextItem(row, LVNI_SELECTED)) {
+        rows.push_back(row);
+    }
+    return rows;
 }
 
 UTtab_entry CConversionTable::GetRow(int row) const

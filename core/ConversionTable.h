@@ -1,8 +1,11 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
+#include "core/TableHistory.h"
+#include "core/TableImport.h"
 #include "core/UTtabEntry.h"
 #include "framework/Controls.h"
 #include "framework/List.h"
@@ -45,7 +48,15 @@ public:
     // the list view does not set the text itself (LVN_ENDLABELEDIT).
     LRESULT OnEndLabelEdit(int row, int column, const wchar_t* newText);
 
+    // Sets the generated names of rows. Rows whose names change become pending, and the parent is notified.
+    void SetNames(const std::vector<RowNames>& names) const;
+
+    // Replaces rows, with their marks. `splice.removed` must be what the table holds there.
+    void Splice(const RowSplice& splice) const;
+
     [[nodiscard]] UTtab_entry GetRow(int row) const;
+    [[nodiscard]] TableRow GetMarkedRow(int row) const { return {GetRow(row), IsPending(row)}; }
+    [[nodiscard]] std::vector<int> SelectedRows() const;
     [[nodiscard]] bool IsPending(int row) const;
     void MarkPending(int row) const;
     void MarkConverted(int row) const;
@@ -61,6 +72,10 @@ private:
     class NewFiles;
     class TemplateApplication;
 
+    bool SetChangedText(int row, int column, const std::wstring& oldText, const std::wstring& text) const;
+    void ChangeRow(int row, const TableRow& before, const TableRow& after) const;
+    void DeleteRows(int first, int count) const;
+    void InsertRows(int first, std::span<const TableRow> rows) const;
     void Mark(int row, bool pending) const;
     void NotifyParent() const;
     void InsertRow(int row, const wchar_t* original, const wchar_t* renamed, const wchar_t* bomName,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "core/TextTools.h"
 
@@ -9,6 +10,9 @@ namespace {
 
 // The length of "sldprt", "sldasm" and "slddrw". The dot is not compared: "ABCsldprt" gets nothing appended.
 constexpr std::size_t kComparedCharacters = 6;
+
+// Appended to every edited file name, even of an assembly. Kept: names in use were made this way.
+constexpr std::wstring_view kEditedExtension = L"sldprt";
 
 std::wstring_view LastCharacters(std::wstring_view name)
 {
@@ -83,4 +87,13 @@ int SanitizeFileName(std::wstring& name)
 int SanitizeFeatureName(std::wstring& name)
 {
     return PutUnderscores(name, kForbiddenInFeatureNames);
+}
+
+std::optional<EditedName> EditedFileName(std::wstring text, NameComparison equal)
+{
+    if (!EnsureExtension(text, kEditedExtension, equal)) {
+        return std::nullopt;
+    }
+    const bool cleaned = SanitizeFileName(text) > 0;
+    return EditedName{std::move(text), cleaned};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,3 +19,14 @@ int SanitizeFileName(std::wstring& name);
 
 // Replaces the characters / @ ; = by "_" and returns their number.
 int SanitizeFeatureName(std::wstring& name);
+
+// A name after the rules of an edit.
+struct EditedName
+{
+    std::wstring text;
+    bool cleaned = false;  // characters were replaced by "_"
+};
+
+// Applies the rules of an edited file name: extension, then forbidden characters. The extension is "sldprt",
+// even for an assembly. None when the trimmed text is empty. `equal`: as for EnsureExtension.
+[[nodiscard]] std::optional<EditedName> EditedFileName(std::wstring text, NameComparison equal);

@@ -13,3 +13,15 @@ bool EqualFileNames(std::wstring_view left, std::wstring_view right)
 {
     return CompareFileNames(left, right) == 0;
 }
+
+// Without NORM_* and LCMAP_LINGUISTIC_CASING the file system's rules apply ("LCMapStringEx function").
+std::wstring FoldFileName(std::wstring_view name)
+{
+    std::wstring folded(name);
+    if (!folded.empty()) {
+        const int length = static_cast<int>(name.size());
+        LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, name.data(), length, folded.data(), length,
+                      nullptr, nullptr, 0);
+    }
+    return folded;
+}

@@ -50,6 +50,12 @@
 // Commands of the menu of IDC_MORE
 #define IDM_FIND 1130
 #define IDM_FIND_NEXT 1131
+#define IDM_UNDO 1201
+#define IDM_REDO 1202
+#define IDM_COPY 1203
+#define IDM_PASTE 1204
+#define IDM_IMPORT 1205
+#define IDM_EXPORT 1206
 
 // Cell editors of the list
 #define IDC_IN_PLACE_EDIT 1101

@@ -410,10 +410,7 @@ LRESULT CConvList::DefaultKeepingSelection(LPARAM position)
     if (!IsDown(VK_RBUTTON)) {
         PostMessage(WM_RBUTTONUP, 0, position);
     }
-    std::vector<int> selected;
-    for (int row = GetNextItem(-1, LVNI_SELECTED); row != -1; row = GetNextItem(row, LVNI_SELECTED)) {
-        selected.push_back(row);
-    }
+    const std::vector<int> selected = SelectedRows();
     const LRESULT result = Default();
     for (const int row : selected) {
         SetItemState(row, LVIS_SELECTED, LVIS_SELECTED);

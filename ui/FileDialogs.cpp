@@ -5,6 +5,7 @@
 
 #include <array>
 #include <memory>
+#include <utility>
 
 #include "files/Paths.h"
 #include "framework/Language.h"
@@ -13,10 +14,38 @@
 namespace {
 
 constexpr Text kPickFolder{L"Quellordner der Normteile auswählen:", L"Select the standard part folder:"};
-constexpr Text kAddFilter{L"SW-Dateien (*.sldprt;*.sldasm)", L"SW Files (*.sldprt;*.sldasm)"};
-constexpr const wchar_t* kAddPattern = L"*.sldprt;*.sldasm";
-constexpr Text kAddTitle{L"Normteile hinzufügen...", L"Add standart parts..."};
 constexpr DWORD kPickedFilesLength = 32766;  // characters of the file dialog's buffer
+
+struct FileDialog
+{
+    Text title;
+    Text filter;
+    const wchar_t* pattern;
+    Text initialName;
+    const wchar_t* extension;  // appended to a name without one; null for none
+    DWORD flags;
+};
+
+constexpr const wchar_t* kAddPattern = L"*.sldprt;*.sldasm";
+constexpr FileDialog kAddDialog{{L"Normteile hinzufügen...", L"Add standart parts..."},
+                                {L"SW-Dateien (*.sldprt;*.sldasm)", L"SW Files (*.sldprt;*.sldasm)"},
+                                kAddPattern,
+                                {kAddPattern, kAddPattern},
+                                nullptr,
+                                OFN_ALLOWMULTISELECT | OFN_FILEMUSTEXIST};
+
+constexpr Text kTableFilter{L"Tabellen (*.csv;*.txt)", L"Tables (*.csv;*.txt)"};
+constexpr const wchar_t* kTablePattern = L"*.csv;*.txt";
+constexpr const wchar_t* kTableExtension = L"csv";
+constexpr FileDialog kImportDialog{{L"Tabelle importieren...", L"Import table..."},
+                                   kTableFilter,
+                                   kTablePattern,
+                                   {L"", L""},
+                                   kTableExtension,
+                                   OFN_FILEMUSTEXIST};
+constexpr FileDialog kExportDialog{
+    {L"Tabelle exportieren...", L"Export table..."}, kTableFilter,    kTablePattern,
+    {L"Normteile.csv", L"Standard parts.csv"},       kTableExtension, OFN_OVERWRITEPROMPT};
 
 struct ShellFree
 {
@@ -24,10 +53,12 @@ struct ShellFree
     void operator()(pointer items) const { CoTaskMemFree(items); }
 };
 
+using FileDialogFunction = decltype(GetOpenFileNameW);
+
 // Returns false when the user cancelled.
-bool ShowFileDialog(OPENFILENAMEW& request)
+bool ShowFileDialog(OPENFILENAMEW& request, FileDialogFunction& show)
 {
-    if (GetOpenFileNameW(&request) != FALSE) {
+    if (show(&request) != FALSE) {
         return true;
     }
     // The pattern in the buffer is no file name, so the dialog may not open ("CommDlgExtendedError
@@ -36,7 +67,7 @@ bool ShowFileDialog(OPENFILENAMEW& request)
         return false;
     }
     *request.lpstrFile = L'\0';
-    return GetOpenFileNameW(&request) != FALSE;
+    return show(&request) != FALSE;
 }
 
 std::wstring WorkingFolder()
@@ -44,6 +75,40 @@ std::wstring WorkingFolder()
     std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
     folder.resize(GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
     return folder;
+}
+
+// Shows a file dialog, starting in the folder; the system chooses when that is empty. Returns the buffer that
+// the dialog has filled; none when the user cancelled.
+std::optional<std::wstring> Pick(HWND owner, const std::wstring& folder, const FileDialog& dialog,
+                                 FileDialogFunction& show)
+{
+    using namespace std::string_literals;
+    const std::wstring filter = dialog.filter.Current() + L"\0"s + dialog.pattern + L"\0\0"s;
+    const std::wstring title = dialog.title.Current();
+    std::wstring buffer = dialog.initialName.Current();
+    buffer.resize(kPickedFilesLength);
+    OPENFILENAMEW request{};
+    request.lStructSize = sizeof request;
+    request.hwndOwner = owner;
+    request.lpstrFilter = filter.c_str();
+    request.nFilterIndex = 1;
+    request.lpstrFile = buffer.data();
+    request.nMaxFile = kPickedFilesLength;
+    request.lpstrInitialDir = folder.empty() ? nullptr : folder.c_str();
+    request.lpstrTitle = title.c_str();
+    request.lpstrDefExt = dialog.extension;
+    request.Flags = OFN_HIDEREADONLY | OFN_PATHMUSTEXIST | OFN_EXPLORER | dialog.flags;
+    // The dialog makes the picked folder the working folder, which nobody could rename or delete then.
+    // OFN_NOCHANGEDIR does not prevent it ("OPENFILENAMEW structure").
+    const CScopeExit restore(
+        [workingFolder = WorkingFolder()] { SetCurrentDirectoryW(workingFolder.c_str()); });
+    return ShowFileDialog(request, show) ? std::optional(std::move(buffer)) : std::nullopt;
+}
+
+// The path before the first NUL of the dialog's buffer.
+std::optional<std::wstring> PathIn(const std::optional<std::wstring>& buffer)
+{
+    return buffer ? std::optional<std::wstring>(buffer->c_str()) : std::nullopt;
 }
 
 }  // namespace
@@ -65,27 +130,16 @@ std::wstring PickFolder(HWND owner)
 
 std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder)
 {
-    using namespace std::string_literals;
-    const std::wstring filter = kAddFilter.Current() + L"\0"s + kAddPattern + L"\0\0"s;
-    const std::wstring title = kAddTitle.Current();
-    std::wstring buffer = kAddPattern;
-    buffer.resize(kPickedFilesLength);
-    OPENFILENAMEW request{};
-    request.lStructSize = sizeof request;
-    request.hwndOwner = owner;
-    request.lpstrFilter = filter.c_str();
-    request.nFilterIndex = 1;
-    request.lpstrFile = buffer.data();
-    request.nMaxFile = kPickedFilesLength;
-    request.lpstrInitialDir = folder.c_str();
-    request.lpstrTitle = title.c_str();
-    request.Flags =
-        OFN_HIDEREADONLY | OFN_ALLOWMULTISELECT | OFN_PATHMUSTEXIST | OFN_FILEMUSTEXIST | OFN_EXPLORER;
-    // The dialog makes the picked folder the working folder, which nobody could rename or delete then.
-    // OFN_NOCHANGEDIR does not prevent it ("OPENFILENAMEW structure").
-    const CScopeExit restore([folder = WorkingFolder()] { SetCurrentDirectoryW(folder.c_str()); });
-    if (!ShowFileDialog(request)) {
-        return std::nullopt;
-    }
-    return SplitPickedFiles(buffer.c_str());
+    const std::optional<std::wstring> picked = Pick(owner, folder, kAddDialog, GetOpenFileNameW);
+    return picked ? std::optional(SplitPickedFiles(picked->c_str())) : std::nullopt;
+}
+
+std::optional<std::wstring> PickTableToImport(HWND owner)
+{
+    return PathIn(Pick(owner, {}, kImportDialog, GetOpenFileNameW));
+}
+
+std::optional<std::wstring> PickTableToExport(HWND owner)
+{
+    return PathIn(Pick(owner, {}, kExportDialog, GetSaveFileNameW));
 }

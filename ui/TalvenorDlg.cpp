@@ -75,6 +75,16 @@ constexpr Text kDropRefused{
     L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein einziger "
     L"Ordner ablegen.",
     L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped here."};
+constexpr Text kUndo{L"&Rückgängig", L"&Undo"};
+constexpr Text kUndoKey{L"Strg+Z", L"Ctrl+Z"};
+constexpr Text kRedo{L"Wieder&herstellen", L"&Redo"};
+constexpr Text kRedoKey{L"Strg+Y", L"Ctrl+Y"};
+constexpr Text kCopy{L"&Kopieren", L"&Copy"};
+constexpr Text kCopyKey{L"Strg+C", L"Ctrl+C"};
+constexpr Text kPaste{L"&Einfügen", L"&Paste"};
+constexpr Text kPasteKey{L"Strg+V", L"Ctrl+V"};
+constexpr Text kImport{L"&Importieren...", L"&Import..."};
+constexpr Text kExport{L"E&xportieren...", L"E&xport..."};
 constexpr Text kFind{L"&Suchen...", L"&Find..."};
 constexpr Text kFindKey{L"Strg+F", L"Ctrl+F"};
 constexpr Text kFindNext{L"&Weitersuchen", L"Find &next"};
@@ -293,9 +303,23 @@ void CTalvenorDlg::MarkListChanged(bool on)
     }
 }
 
+// The caption is the only place that holds the status, so it is read from there.
+ViewStatus CTalvenorDlg::GetViewStatus() const
+{
+    const std::wstring caption = m_wndStatusFrame.GetWindowText();
+    return {caption.starts_with(kMapView.Current()), caption.ends_with(kListChanged.Current())};
+}
+
+void CTalvenorDlg::SetViewStatus(const ViewStatus& status)
+{
+    ShowViewStatus(status.mapView);
+    MarkListChanged(status.changed);
+}
+
 void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
 {
     FocusControl(m_wndList);
+    m_recorder.Forget();
     m_wndList.FillConverted(mapFile.m_lstEntries);
 }
 
@@ -320,6 +344,7 @@ bool CTalvenorDlg::ShowMapFileContents()
 void CTalvenorDlg::ShowFolderContents()
 {
     ShowViewStatus(false);
+    m_recorder.Forget();
     std::vector<std::wstring> names;
     ScanPartFiles(m_strSourceDir, names);
     m_wndList.AddFiles(names);
@@ -330,6 +355,14 @@ void CTalvenorDlg::LoadListForSourceFolder()
     if (!ShowMapFileContents()) {
         ShowFolderContents();
     }
+}
+
+// The list is empty then.
+void CTalvenorDlg::SetFolder(const std::wstring& folder)
+{
+    m_recorder.Forget();
+    m_wndList.DeleteAllItems();
+    m_strSourceDir = folder;
 }
 
 // A map file that cannot be read leaves the list empty: the old rows would be taken for its contents.
@@ -420,7 +453,8 @@ bool CTalvenorDlg::IsBusy() const
 
 bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
 {
-    return IsBusy() || NeedsOtherFolder(wParam) || CDialog::OnCommand(wParam, lParam);
+    return IsBusy() || NeedsOtherFolder(wParam) || m_commands.Perform(LOWORD(wParam)) ||
+           CDialog::OnCommand(wParam, lParam);
 }
 
 // A button pressed by its mnemonic would still act after its folder was refused, and work on the old folder
@@ -447,20 +481,40 @@ LRESULT CTalvenorDlg::OnNotify(WPARAM wParam, LPARAM lParam)
         return 0;
     }
     const NMHDR& header = *reinterpret_cast<const NMHDR*>(lParam);
-    if (header.hwndFrom == m_wndList.m_hWnd && !m_bRunning) {
+    const bool fromList = header.hwndFrom == m_wndList.m_hWnd;
+    if (fromList && !m_bRunning) {
         m_status.OnNotify(header);
     }
-    return CDialog::OnNotify(wParam, lParam);
+    const bool endsEdit = fromList && header.code == LVN_ENDLABELEDITW;
+    return endsEdit ? EndLabelEdit(wParam, lParam) : CDialog::OnNotify(wParam, lParam);
 }
 
-// Delete in the list deletes the selected rows, after the list has handled the key.
+// An edit of the original name sorts the table.
+LRESULT CTalvenorDlg::EndLabelEdit(WPARAM wParam, LPARAM lParam)
+{
+    const LVITEMW& item = reinterpret_cast<const NMLVDISPINFOW*>(lParam)->item;
+    LRESULT result = 0;
+    const auto commit = [&] { result = CDialog::OnNotify(wParam, lParam); };
+    if (item.iSubItem == kColumnOriginal) {
+        m_recorder.ChangeRows(commit);
+    } else {
+        m_recorder.EditRows({item.iItem}, commit);
+    }
+    return result;
+}
+
+// Delete in the list deletes the selected rows, after the list has handled the key. The keys of the table's
+// commands count there only, as an edit has its own undo and clipboard.
 bool CTalvenorDlg::PreTranslateMessage(MSG& message)
 {
-    const bool deleteKey =
-        message.message == WM_KEYDOWN && message.wParam == VK_DELETE && message.hwnd == m_wndList.m_hWnd;
-    if (deleteKey && !IsBusy()) {
+    const bool listKey = message.message == WM_KEYDOWN && message.hwnd == m_wndList.m_hWnd;
+    if (listKey && message.wParam == VK_DELETE && !IsBusy()) {
         DispatchMessageW(&message);
         OnDeleteSelected();
+        return true;
+    }
+    if (const int command = listKey ? CTableCommands::CommandOfKey(message.wParam) : 0; command != 0) {
+        SendMessage(WM_COMMAND, static_cast<WPARAM>(command));
         return true;
     }
     return (!IsBusy() && m_wndFind.TakeKey(message)) || CDialog::PreTranslateMessage(message);
@@ -637,7 +691,8 @@ LRESULT CTalvenorDlg::OnApplyTemplate(WPARAM wParam, LPARAM)
 {
     const bool hasTemplate = wParam == kColumnRenamed || wParam == kColumnBomName;
     if (hasTemplate && !IsBusy()) {
-        m_wndList.ApplyTemplate(static_cast<int>(wParam));
+        m_recorder.EditRows(m_wndList.SelectedRows(),
+                            [&] { m_wndList.ApplyTemplate(static_cast<int>(wParam)); });
     }
     return 0;
 }
@@ -667,8 +722,7 @@ void CTalvenorDlg::ChangeFolder(const std::wstring& folder)
         return;
     }
     if (Ask(kChangeFolder)) {
-        m_wndList.DeleteAllItems();
-        m_strSourceDir = folder;
+        SetFolder(folder);
         if (IsFolder(folder)) {
             LoadListForSourceFolder();
         }
@@ -707,8 +761,7 @@ void CTalvenorDlg::OnBrowseSourceFolder()
         return;
     }
     if (!SameFolder(folder, m_strSourceDir) && Ask(kChangeFolder)) {
-        m_wndList.DeleteAllItems();
-        m_strSourceDir = folder;
+        SetFolder(folder);
     }
     // After a "No", the old folder's list is reloaded.
     ShowFolders();
@@ -733,11 +786,12 @@ void CTalvenorDlg::OnAddStandardParts()
 void CTalvenorDlg::TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names)
 {
     if (SameFolder(folder, m_strSourceDir)) {
-        MarkListChanged(true);
-        m_wndList.AddFiles(names);
+        m_recorder.ChangeRows([&] {
+            MarkListChanged(true);
+            m_wndList.AddFiles(names);
+        });
     } else if (Ask(kAddFromOtherFolder) && CreateFolder(MappedFolder(folder)) == 0) {
-        m_wndList.DeleteAllItems();
-        m_strSourceDir = folder;
+        SetFolder(folder);
         m_wndList.AddFiles(names);
         ShowViewStatus(false);
     }
@@ -754,9 +808,11 @@ void CTalvenorDlg::OnShowMapFile()
 void CTalvenorDlg::OnRemoveAll()
 {
     if (m_wndList.GetItemCount() > 0 && Ask(kRemoveAll)) {
-        m_wndList.DeleteAllItems();
-        ShowViewStatus(false);
-        MarkListChanged(true);
+        m_recorder.ChangeRows([this] {
+            m_wndList.DeleteAllItems();
+            ShowViewStatus(false);
+            MarkListChanged(true);
+        });
     }
 }
 
@@ -765,22 +821,20 @@ void CTalvenorDlg::OnDeleteSelected()
     if (IsBusy()) {
         return;
     }
+    m_recorder.DeleteSelected([this] { DeleteSelectedRows(); });
+    FocusControl(m_wndList);
+}
+
+void CTalvenorDlg::DeleteSelectedRows()
+{
     const int selected = m_wndList.GetSelectedCount();
     MarkListChanged(selected > 0);
     if (selected == m_wndList.GetItemCount()) {
         m_wndList.DeleteAllItems();  // row by row takes quadratic time
-    } else {
-        DeleteSelectedRows();
-    }
-    if (m_wndList.GetItemCount() == 0) {
         ShowViewStatus(false);
         MarkListChanged(true);
+        return;
     }
-    FocusControl(m_wndList);
-}
-
-void CTalvenorDlg::DeleteSelectedRows() const
-{
     const CRedrawPause pause(m_wndList);
     // The next row has moved to the deleted row's place.
     for (int row = -1; (row = m_wndList.GetNextItem(row, LVNI_SELECTED)) != -1; --row) {
@@ -806,14 +860,14 @@ void CTalvenorDlg::SelectAllRows(bool select)
 
 void CTalvenorDlg::OnMarkForConversion()
 {
-    int row = m_wndList.GetNextItem(-1, LVNI_SELECTED);
-    MarkListChanged(row != -1);
-    {
+    const std::vector<int> rows = m_wndList.SelectedRows();
+    m_recorder.EditRows(rows, [&] {
+        MarkListChanged(!rows.empty());
         const CRedrawPause pause(m_wndList);
-        for (; row != -1; row = m_wndList.GetNextItem(row, LVNI_SELECTED)) {
+        for (const int row : rows) {
             m_wndList.MarkPending(row);
         }
-    }
+    });
     FocusControl(m_wndList);
 }
 
@@ -841,10 +895,24 @@ void CTalvenorDlg::OnFindNext()
 void CTalvenorDlg::OnMore()
 {
     const bool hasRows = m_wndList.GetItemCount() > 0;
+    const auto ofTable = [this](int id, const Text& text, const Text& key) {
+        return MenuCommand{static_cast<UINT>(id), text, key, m_commands.IsPossible(id)};
+    };
+    constexpr MenuCommand kSeparator{0, kNoKey, kNoKey, true};
     const std::array commands{
+        ofTable(IDM_UNDO, kUndo, kUndoKey),
+        ofTable(IDM_REDO, kRedo, kRedoKey),
+        kSeparator,
+        ofTable(IDM_COPY, kCopy, kCopyKey),
+        ofTable(IDM_PASTE, kPaste, kPasteKey),
+        kSeparator,
         MenuCommand{IDM_FIND, kFind, kFindKey, hasRows},
         MenuCommand{IDM_FIND_NEXT, kFindNext, kFindNextKey, hasRows},
         MenuCommand{IDC_CHECK_NAMES, kNextName, kNoKey, m_status.HasNamesToCheck()},
+        kSeparator,
+        ofTable(IDM_IMPORT, kImport, kNoKey),
+        ofTable(IDM_EXPORT, kExport, kNoKey),
+        kSeparator,
         MenuCommand{IDM_SELECT_ATTENTION, kSelectAttention, kNoKey, CanSelectAttention()}};
     if (const UINT chosen = ShowCommandMenu(GetDlgItem(IDC_MORE), commands); chosen != 0) {
         SendMessage(WM_COMMAND, chosen);
@@ -891,6 +959,7 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
 void CTalvenorDlg::RunConversion(bool copyOnly)
 {
     m_bRunning = true;
+    m_recorder.Forget();  // the run marks rows
     const CScopeExit ended([this] {
         m_bRunning = false;
         m_status.NamesChanged();

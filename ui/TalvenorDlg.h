@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cad/SldWorks.h"
+#include "core/TableRecorder.h"
 #include "files/FileMisc.h"
 #include "files/PickedFiles.h"
 #include "framework/Controls.h"
@@ -17,10 +18,15 @@
 #include "ui/FindBar.h"
 #include "ui/RunReportCommands.h"
 #include "ui/StatusLine.h"
+#include "ui/TableCommands.h"
 
 // The main window: shows the conversion table, lets the user choose the standard-parts folder, add and delete
 // files, view the map file, choose the SOLIDWORKS version and start the conversion run.
-class CTalvenorDlg : public CDialog, private CFileMisc, private CSldWorks, private CConversionView
+class CTalvenorDlg : public CDialog,
+                     private CFileMisc,
+                     private CSldWorks,
+                     private CConversionView,
+                     private CTableCaption
 {
 public:
     CTalvenorDlg();
@@ -51,15 +57,19 @@ private:
     void ReloadAfterCancel() override;
     void TakeInputAgain() override;
     void MarkListChanged(bool on);
+    [[nodiscard]] ViewStatus GetViewStatus() const override;
+    void SetViewStatus(const ViewStatus& status) override;
     void FillListFromTable(const CFileMisc& mapFile);
     void ShowMapView(const CFileMisc& mapFile);
     bool ShowMapFileContents();
     void ShowFolderContents();
     void LoadListForSourceFolder();
+    void SetFolder(const std::wstring& folder);
     void ShowFolders();
 
     // Windows messages
     [[nodiscard]] bool IsBusy() const;
+    LRESULT EndLabelEdit(WPARAM wParam, LPARAM lParam);
     void OnPaint();
     HICON OnQueryDragIcon();
     LRESULT OnSysCommand(WPARAM wParam, LPARAM lParam);
@@ -105,7 +115,7 @@ private:
     void ChangeFolder(const std::wstring& folder);
     void TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names);
     void SelectAllRows(bool select);
-    void DeleteSelectedRows() const;
+    void DeleteSelectedRows();
     void TakeChosenVersion();
     [[nodiscard]] bool MayOverwriteMapFile() const;
     void RunConversion(bool copyOnly);
@@ -116,6 +126,8 @@ private:
     CConvList m_wndList;
     CStatusLine m_status{m_wndList};
     CFindBar m_wndFind{m_wndList, m_status};
+    CTableRecorder m_recorder{m_wndList, *this};
+    CTableCommands m_commands{m_wndList, m_recorder};
     std::wstring m_strSourceDir;   // the standard-parts folder
     std::wstring m_strInstallDir;  // the library's program folder; empty when the registry does not name it
     bool m_bInputDirMissing = false;

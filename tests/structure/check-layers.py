@@ -13,7 +13,8 @@ LAYER = {"framework": 1, "platform": 1, "core": 2, "files": 3, "cad": 3, "run": 
 SIDEWAYS = {("platform", "framework")}
 SHARED = "resources/"  # defines numbers only, so every layer may use it
 # The text rules include no Windows header, so that they can be built for the build machine.
-PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "files/MapLine",
+PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "core/ColumnHeaders",
+            "core/TableHistory", "core/TableImport", "core/TableText", "files/MapLine",
             "files/NamesToCheck", "files/Paths", "files/PickedFiles", "cad/CadVersion", "run/RunRecord", "run/RunRecorder",
             "run/RunRows", "run/RunFindings", "run/RunReport",
             "framework/List", "framework/MessageText", "framework/ScopeExit"]

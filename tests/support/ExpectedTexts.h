@@ -104,6 +104,17 @@ inline constexpr Text kGeneratedNameTaken{
     L"Ein generierter Dateiname ist bereits vorhanden.\nDer vorhandene Dateiname bleibt erhalten.",
     L"A generated file name is not unique.\nSkip this file."};
 
+// The table as text. %1 to %5: numbers.
+inline constexpr Message Taken{
+    {L"Geänderte Zeilen: %1\n\nNicht in der Liste: %2\nDateiname schon vorhanden: %3\n"
+     L"Mehrfach und verschieden genannt: %4\nZellen mit ersetzten Zeichen: %5",
+     L"Rows changed: %1\n\nNot in the list: %2\nFile name not unique: %3\n"
+     L"Named more than once, differently: %4\nCells with replaced characters: %5"}};
+inline constexpr Text kClipboardInUse{L"Die Zwischenablage wird gerade von einem anderen Programm benutzt.",
+                                      L"The clipboard is being used by another program."};
+inline constexpr Text kImportTable{L"Tabelle importieren...", L"Import table..."};
+inline constexpr Text kExportTable{L"Tabelle exportieren...", L"Export table..."};
+
 // Start
 inline constexpr Text kNoResources{L"Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll",
                                    L"Cannot load Resource DLL!\nFile: .\\talvresusx64.dll"};

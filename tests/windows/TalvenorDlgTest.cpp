@@ -1207,6 +1207,217 @@ TEST_P(FileDialogTest, AMissingFileIsRefused)
     });
 }
 
+// Undo, redo and the table as text
+
+class TableCommandsOfTheDialogTest : public FileDialogTest
+{
+protected:
+    // Presses Ctrl and a key in the window with the focus.
+    static void PressWithCtrl(char key)
+    {
+        std::array<BYTE, 256> before{};
+        GetKeyboardState(before.data());
+        std::array<BYTE, 256> held = before;
+        held[VK_CONTROL] = 0x80;
+        SetKeyboardState(held.data());
+        PostMessageW(GetFocus(), WM_KEYDOWN, static_cast<WPARAM>(key), 1);
+        DrainMessages();
+        SetKeyboardState(before.data());
+    }
+
+    // Picks a file for a command, whose dialog has this title.
+    void PickTable(int command, const Text& title, const std::wstring& path) const
+    {
+        const CDialogUser user([&](HWND dialog) {
+            EXPECT_EQ(CWnd::TextOf(dialog), title.Current());
+            return PickFiles(dialog, path);
+        });
+        Command(command);
+        EXPECT_EQ(user.m_opened, 1);
+    }
+
+    void SelectOnly(int row) const
+    {
+        Select({row});
+        List().SetItemState(row, LVIS_FOCUSED, LVIS_FOCUSED);
+    }
+};
+
+IN_BOTH_LANGUAGES(TableCommandsOfTheDialogTest);
+
+TEST_P(TableCommandsOfTheDialogTest, EachCommandIsTakenBackAndMadeAgain)
+{
+    AddThreeParts();
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\nN_ISO_2_b.sldprt ; 2.sldprt ; two\r\n");
+    m_answer = IDYES;
+    Run([this] {
+        std::vector<Texts> states;
+        const auto note = [&] {
+            DrainMessages();
+            states.push_back(Rows());
+            states.back().push_back(TextOf(IDC_STATUS_FRAME));
+        };
+        note();
+        List().EditCell(0, 2);
+        SendMessageW(GetFocus(), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L"edited"));
+        PressEnter();
+        note();
+        SelectOnly(1);
+        Press(IDC_MARK);
+        note();
+        m_dialog->PostMessage(WM_APPLYTEMPLATE, 1);
+        note();
+        Add(L"\"N_ISO_1_a.sldprt\" \"N_ISO_3_c.sldprt\"");
+        note();
+        SelectOnly(0);
+        Press(IDC_DELETE);
+        note();
+        Press(IDC_REMOVE_ALL);
+        note();
+        EXPECT_EQ(states.back(), Texts{FolderView() + Changed()});
+        EXPECT_EQ(std::ranges::adjacent_find(states), states.end()) << "every command changed something";
+        SetFocus(Item(IDC_LIST));
+        for (auto state = states.rbegin() + 1; state != states.rend(); ++state) {
+            PressWithCtrl('Z');
+            Texts now = Rows();
+            now.push_back(TextOf(IDC_STATUS_FRAME));
+            EXPECT_EQ(now, *state);
+        }
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView()) << "nothing is changed any more";
+        for (auto state = states.begin() + 1; state != states.end(); ++state) {
+            PressWithCtrl('Y');
+            Texts now = Rows();
+            now.push_back(TextOf(IDC_STATUS_FRAME));
+            EXPECT_EQ(now, *state);
+        }
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
+}
+
+TEST_P(TableCommandsOfTheDialogTest, AReloadForgetsTheChanges)
+{
+    AddThreeParts();
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
+    const std::wstring other = MakeOtherFolder();
+    m_answer = IDYES;
+    Run([&] {
+        const auto change = [this] {
+            SelectOnly(0);
+            Press(IDC_MARK);
+            m_dialog->PostMessage(WM_APPLYTEMPLATE, 2);
+            DrainMessages();
+        };
+        const auto expectNoUndo = [this] {
+            const Texts rows = Rows();
+            const std::wstring caption = TextOf(IDC_STATUS_FRAME);
+            Command(IDM_UNDO);
+            EXPECT_EQ(Rows(), rows);
+            EXPECT_EQ(TextOf(IDC_STATUS_FRAME), caption);
+        };
+        change();
+        Press(IDC_SHOW_MAP);
+        expectNoUndo();
+        change();
+        TypeFolder(other);
+        expectNoUndo();
+        change();
+        Add(m_parts + L"\\N_ISO_1_a.sldprt");
+        expectNoUndo();
+    });
+}
+
+TEST_P(TableCommandsOfTheDialogTest, ARunForgetsTheChanges)
+{
+    AddThreeParts();
+    Run([this] {
+        SelectOnly(0);
+        m_registry.SetTemplate(2, L"other");
+        m_dialog->PostMessage(WM_APPLYTEMPLATE, 2);
+        DrainMessages();
+        SendMessageW(Item(IDC_COPY_ONLY), BM_SETCHECK, BST_CHECKED, 0);
+        Press(IDC_START);
+        const Texts rows = Rows();
+        Command(IDM_UNDO);
+        EXPECT_EQ(Rows(), rows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
+    });
+}
+
+TEST_P(TableCommandsOfTheDialogTest, TheKeysOfACellEditorBelongToIt)
+{
+    AddThreeParts();
+    Run([this] {
+        SelectOnly(0);
+        Press(IDC_DELETE);
+        SelectOnly(0);
+        List().EditCell(0, 2);
+        const HWND editor = GetFocus();
+        for (const char key : {'Z', 'Y', 'V'}) {
+            PressWithCtrl(key);
+        }
+        EXPECT_EQ(GetFocus(), editor);
+        EXPECT_EQ(Rows(), (Texts{m_threeRows[1], m_threeRows[2]}));
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{});
+}
+
+TEST_P(TableCommandsOfTheDialogTest, NamesGoToAFileAndBack)
+{
+    AddThreeParts();
+    const std::wstring path = m_folder / L"table.csv";
+    const std::string headers = GetParam() != 0
+                                    ? "Original Normteil-Dateien,Umbenannt nach...,Benennung d. St\xC3\xBC"
+                                      "cklisteneintrags"
+                                    : "Original Standard-Part-Files,Renamed to...,BOM names";
+    Run([&] {
+        PickTable(IDM_EXPORT, expected::kExportTable, path);
+        std::string bytes = ReadBytes(path);
+        const bool semicolons = bytes.find(';') != std::string::npos;  // as the regional settings say
+        std::ranges::replace(bytes, ';', ',');
+        EXPECT_EQ(bytes, "\xEF\xBB\xBF" + headers +
+                             "\r\nN_ISO_1_a.sldprt,1_a.sldprt,a-1\r\nN_ISO_2_b.sldprt,2_b.sldprt,b-2\r\n"
+                             "N_ISO_3_c.sldprt,3_c.sldprt,c-3\r\n");
+        bytes.replace(bytes.find("b-2"), 3, "\xC3\x9C 8");
+        if (semicolons) {
+            std::ranges::replace(bytes, ',', ';');
+        }
+        WriteBytes(path, bytes);
+        PickTable(IDM_IMPORT, expected::kImportTable, path);
+        EXPECT_EQ(Rows(),
+                  (Texts{m_threeRows[0], L"N_ISO_2_b.sldprt > 2_b.sldprt > \u00DC 8 *", m_threeRows[2]}));
+        DrainMessages();
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
+        Command(IDM_UNDO);
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
+        PickTable(IDM_IMPORT, expected::kImportTable, L"");
+        EXPECT_EQ(Rows(), m_threeRows) << "cancelled";
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{expected::Taken(L"1", L"0", L"0", L"0", L"0")});
+}
+
+TEST_P(TableCommandsOfTheDialogTest, AFileThatCannotBeWrittenIsReported)
+{
+    AddThreeParts();
+    const std::wstring path = m_folder / L"table.csv";
+    WriteBytes(path, "x");
+    const UniqueHandle reader = OpenAsOther(path, GENERIC_READ, FILE_SHARE_READ);
+    Run([&] {
+        Texts titles;
+        const CDialogUser user([&](HWND dialog) {
+            titles.push_back(CWnd::TextOf(dialog));
+            if (titles.size() == 1) {
+                return PickFiles(dialog, path);
+            }
+            PostMessageW(dialog, WM_COMMAND, IDYES, 0);  // the system asks whether to replace the file
+            return true;
+        });
+        Command(IDM_EXPORT);
+    });
+    EXPECT_EQ(m_answers.m_boxes.size(), 1U);
+    EXPECT_EQ(ReadBytes(path), "x");
+}
+
 // The end of the window
 
 // The window to which the system sends requests for the viewer of old help files.
@@ -1693,6 +1904,9 @@ protected:
                               reinterpret_cast<LPARAM>(Item(IDC_SOURCE_DIR)));
         for (const int id : {IDC_BROWSE, IDC_ADD, IDC_DELETE, IDC_REMOVE_ALL, IDC_SELECT_NONE, IDC_SHOW_MAP,
                              IDC_MARK, IDC_START, IDCANCEL}) {
+            Command(id);
+        }
+        for (const int id : {IDM_UNDO, IDM_REDO, IDM_COPY, IDM_PASTE, IDM_IMPORT, IDM_EXPORT}) {
             Command(id);
         }
         List().PostMessage(WM_KEYDOWN, VK_DELETE, 1);
@@ -2378,6 +2592,14 @@ protected:
         }
     }
 
+    // What other programs have put on the clipboard decides about pasting.
+    [[nodiscard]] std::vector<UINT> PossibleWithoutPaste() const
+    {
+        std::vector<UINT> commands = m_possible;
+        std::erase(commands, UINT{IDM_PASTE});
+        return commands;
+    }
+
     std::vector<UINT> m_possible;
 };
 
@@ -2388,11 +2610,17 @@ TEST_P(MoreMenuTest, OffersWhatIsPossible)
     m_answer = IDYES;
     Run([&] {
         Choose(VK_ESCAPE);
-        EXPECT_EQ(m_possible, (std::vector<UINT>{IDM_FIND, IDM_FIND_NEXT}));
+        EXPECT_EQ(PossibleWithoutPaste(),
+                  (std::vector<UINT>{IDM_FIND, IDM_FIND_NEXT, IDM_IMPORT, IDM_EXPORT}));
         EXPECT_FALSE(IsOpen());
+        Select({0});
+        Press(IDC_MARK);
+        Choose(VK_ESCAPE);
+        EXPECT_EQ(PossibleWithoutPaste(),
+                  (std::vector<UINT>{IDM_UNDO, IDM_COPY, IDM_FIND, IDM_FIND_NEXT, IDM_IMPORT, IDM_EXPORT}));
         Press(IDC_REMOVE_ALL);
         Choose(VK_ESCAPE);
-        EXPECT_EQ(m_possible, std::vector<UINT>{});
+        EXPECT_EQ(PossibleWithoutPaste(), std::vector<UINT>{IDM_UNDO});
     });
 }
 
@@ -2405,6 +2633,10 @@ TEST_P(MoreMenuTest, PerformsTheChosenCommand)
         Find(L"ISO");
         Choose(g_nLanguage != 0 ? L'w' : L'n');
         EXPECT_EQ(OnlySelectedRow(), 1);
+        Press(IDC_DELETE);
+        EXPECT_EQ(Rows().size(), 2U);
+        Choose(g_nLanguage != 0 ? L'r' : L'u');
+        EXPECT_EQ(Rows(), m_threeRows);
     });
 }
 
