@@ -1269,16 +1269,17 @@ TEST_P(TableCommandsOfTheDialogTest, TheKeysOfAnEditBelongToIt)
     Run([this] {
         SelectOnly(0);
         Press(IDC_DELETE);
+        SetFocus(Item(IDC_SOURCE_DIR));
+        PressWithCtrl('Z');
+        EXPECT_EQ(Rows(), (Texts{m_threeRows[1], m_threeRows[2]}));
         SelectOnly(0);
+        SetFocus(Item(IDC_LIST));
         List().EditCell(0, 2);
         const HWND editor = GetFocus();
         for (const char key : {'Z', 'Y', 'V'}) {
             PressWithCtrl(key);
         }
         EXPECT_EQ(GetFocus(), editor);
-        EXPECT_EQ(Rows(), (Texts{m_threeRows[1], m_threeRows[2]}));
-        SetFocus(Item(IDC_SOURCE_DIR));
-        PressWithCtrl('Z');
         EXPECT_EQ(Rows(), (Texts{m_threeRows[1], m_threeRows[2]}));
     });
     EXPECT_EQ(TakeBoxes(), Texts{});
