@@ -18,9 +18,13 @@ TableSelection ReadSelection(const CConversionTable& table)
     return selection;
 }
 
+// Setting the state of every row takes longer than reading which are selected.
 void Select(const CConversionTable& table, const TableSelection& selection)
 {
     constexpr int kEveryRow = -1;
+    if (ReadSelection(table) == selection) {
+        return;
+    }
     table.SetItemState(kEveryRow, 0, LVIS_SELECTED | LVIS_FOCUSED);
     for (const TableSelection::Range& range : selection.rows) {
         for (int row = range.first; row <= range.last; ++row) {

@@ -11,11 +11,11 @@ HWND NameEditOf(HWND picker)
     return IsChild(picker, focus) != FALSE && ClassOf(focus).ends_with(L"Edit") ? focus : nullptr;
 }
 
-HWND WaitForPicker(const CProgramUnderTest& program)
+HWND WaitForPicker(const CProgramUnderTest& program, const std::wstring& title)
 {
     const HWND picker = WaitFor([&] {
         const std::vector<HWND> windows = TopWindowsOf(program.ProcessId());
-        return !windows.empty() && TextOf(windows[0]) == expected::kAddParts.Current() ? windows[0] : nullptr;
+        return !windows.empty() && TextOf(windows[0]) == title ? windows[0] : nullptr;
     });
     if (picker == nullptr) {
         throw CNotOnScreen(L"the file dialog", program.ProcessId());
@@ -56,9 +56,10 @@ void AcceptanceTest::ExpectBox(const CProgramUnderTest& program, const std::wstr
     box.Answer(answer);
 }
 
-void AcceptanceTest::ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path)
+void AcceptanceTest::ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path,
+                                    const Text& title)
 {
-    const HWND picker = WaitForPicker(program);
+    const HWND picker = WaitForPicker(program, title.Current());
     const HWND name = WaitFor([&] { return NameEditOf(picker); });
     if (name == nullptr) {
         throw CNotOnScreen(L"the file-name edit with the focus", program.ProcessId());

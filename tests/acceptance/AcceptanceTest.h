@@ -38,8 +38,10 @@ protected:
     static void ExpectBox(const CProgramUnderTest& program, const std::wstring& text,
                           const std::vector<int>& buttons, int answer);
 
-    // Types a file into the program's file dialog and presses Enter. Throws CNotOnScreen if no dialog opens.
-    static void ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path);
+    // Types a file into the program's file dialog with this title and presses Enter. Throws CNotOnScreen if
+    // no such dialog opens.
+    static void ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path,
+                               const Text& title = expected::kAddParts);
 
     // Expects `text` in an edit, fully selected.
     static void ExpectSelectedText(HWND edit, const std::wstring& text);

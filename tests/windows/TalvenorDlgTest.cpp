@@ -1294,35 +1294,32 @@ TEST_P(TableCommandsOfTheDialogTest, EachCommandIsTakenBackAndMadeAgain)
     EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
 }
 
+// The reloaded rows are those before the change, so it could be made again.
 TEST_P(TableCommandsOfTheDialogTest, AReloadForgetsTheChanges)
 {
     AddThreeParts();
-    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
     const std::wstring other = MakeOtherFolder();
     m_answer = IDYES;
     Run([&] {
-        const auto change = [this] {
+        const auto changeAndUndo = [this] {
             SelectOnly(0);
-            Press(IDC_MARK);
-            m_dialog->PostMessage(WM_APPLYTEMPLATE, 2);
-            DrainMessages();
-        };
-        const auto expectNoUndo = [this] {
-            const Texts rows = Rows();
-            const std::wstring caption = TextOf(IDC_STATUS_FRAME);
+            Press(IDC_DELETE);
             Command(IDM_UNDO);
-            EXPECT_EQ(Rows(), rows);
-            EXPECT_EQ(TextOf(IDC_STATUS_FRAME), caption);
         };
-        change();
-        Press(IDC_SHOW_MAP);
-        expectNoUndo();
-        change();
+        const auto expectNoRedo = [this](const Texts& rows) {
+            EXPECT_EQ(Rows(), rows);
+            Command(IDM_REDO);
+            EXPECT_EQ(Rows(), rows);
+        };
+        changeAndUndo();
         TypeFolder(other);
-        expectNoUndo();
-        change();
-        Add(m_parts + L"\\N_ISO_1_a.sldprt");
-        expectNoUndo();
+        TypeFolder(m_parts);
+        expectNoRedo(m_threeRows);
+        WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\nN_ISO_2_b.sldprt ; 2.sldprt ; two\r\n");
+        Press(IDC_SHOW_MAP);
+        changeAndUndo();
+        Press(IDC_SHOW_MAP);
+        expectNoRedo({L"N_ISO_1_a.sldprt > 1.sldprt > one", L"N_ISO_2_b.sldprt > 2.sldprt > two"});
     });
 }
 
@@ -1343,13 +1340,17 @@ TEST_P(TableCommandsOfTheDialogTest, ARunForgetsTheChanges)
     });
 }
 
-TEST_P(TableCommandsOfTheDialogTest, TheKeysOfACellEditorBelongToIt)
+TEST_P(TableCommandsOfTheDialogTest, TheKeysOfAnEditBelongToIt)
 {
     AddThreeParts();
     Run([this] {
         SelectOnly(0);
         Press(IDC_DELETE);
+        SetFocus(Item(IDC_SOURCE_DIR));
+        PressWithCtrl('Z');
+        EXPECT_EQ(Rows(), (Texts{m_threeRows[1], m_threeRows[2]}));
         SelectOnly(0);
+        SetFocus(Item(IDC_LIST));
         List().EditCell(0, 2);
         const HWND editor = GetFocus();
         for (const char key : {'Z', 'Y', 'V'}) {
