@@ -13,11 +13,13 @@ constexpr Text kEndServer{L"SOLIDWORKS antwortet nicht.\n\nSoll SOLIDWORKS beend
 constexpr Text kStopWaiting{L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?",
                             L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?"};
 
-// Whether a call failed because its server has ended or is about to.
+// Whether a call failed because its server has ended or is about to. RPC_S_CALL_FAILED_DNE: a client
+// connected just when the server took back its class.
 bool IsServerGone(HRESULT status)
 {
     return status == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE) ||
-           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED) || status == RPC_E_DISCONNECTED;
+           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED) ||
+           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE) || status == RPC_E_DISCONNECTED;
 }
 
 // Whether a connection, or its first call, failed because the server is about to end or not ready yet.

@@ -50,7 +50,9 @@ std::vector<NameToCheck> FindNamesToCheck(const std::vector<UTtab_entry>& rows, 
         }
     }
     std::ranges::stable_sort(found, {}, &NameToCheck::row);
-    const auto repeated = std::ranges::unique(found, {}, &NameToCheck::row);
-    found.erase(repeated.begin(), repeated.end());
+    const auto sameRow = [](const NameToCheck& left, const NameToCheck& right) {
+        return left.row == right.row;
+    };
+    found.erase(std::unique(found.begin(), found.end(), sameRow), found.end());
     return found;
 }

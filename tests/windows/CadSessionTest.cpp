@@ -237,8 +237,8 @@ TEST_F(CadSessionTest, AServerThatCouldNotBeAskedToEndEndsWithTheProgram)
 // It may still be saving.
 TEST_F(CadSessionTest, AServerThatGoesWithoutAnAnswerIsLeftAlone)
 {
-    for (const HRESULT status :
-         {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED), HRESULT{RPC_E_DISCONNECTED}}) {
+    for (const HRESULT status : {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED),
+                                 HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE), HRESULT{RPC_E_DISCONNECTED}}) {
         SCOPED_TRACE(status);
         m_session.reset();
         m_process.emplace();
@@ -303,8 +303,9 @@ TEST_F(CadSessionTest, TheEndOfTheWindowsSessionEndsTheWait)
 
 TEST_F(CadSessionTest, RetriesWhileTheOldServerIsAlive)
 {
-    for (const HRESULT status : {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED), RPC_E_DISCONNECTED,
-                                 CO_E_SERVER_EXEC_FAILURE, CO_E_SERVER_STOPPING}) {
+    for (const HRESULT status :
+         {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED), HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE),
+          RPC_E_DISCONNECTED, CO_E_SERVER_EXEC_FAILURE, CO_E_SERVER_STOPPING}) {
         SCOPED_TRACE(status);
         LetGoEarlierServer();
         FailConnections(3, status);
