@@ -101,8 +101,8 @@ TEST_F(KeyboardInBothLanguages, ReachesEveryControlWithTheTabKey)
     program.WaitForKeyboard();
     program.FocusByKey(IDC_SOURCE_DIR);
     for (const int id : {IDC_BROWSE, IDC_MAPPED_DIR, IDC_LIST, IDC_ADD, IDC_DELETE, IDC_REMOVE_ALL,
-                         IDC_SHOW_MAP, IDC_SELECT_ALL, IDC_SELECT_NONE, IDC_MARK, IDC_VERSION, IDC_COPY_ONLY,
-                         IDC_START, IDCANCEL, IDC_HELP_BUTTON, IDC_SOURCE_DIR}) {
+                         IDC_SHOW_MAP, IDC_SELECT_ALL, IDC_SELECT_NONE, IDC_MARK, IDC_MORE, IDC_VERSION,
+                         IDC_COPY_ONLY, IDC_START, IDCANCEL, IDC_HELP_BUTTON, IDC_SOURCE_DIR}) {
         PressKeys({VK_TAB});
         program.WaitForFocus(id);
     }
