@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "framework/Handles.h"
+#include "tests/support/Input.h"
+#include "tests/support/WaitFor.h"
 #include "tests/windows/ConvListScopes.h"
 
 // The columns' widths, their order, and their lines below the rows.
@@ -396,6 +398,29 @@ TEST(ConvListKeys, AltAloneStillOpensTheSystemMenu)
     // Alt was let go in another window.
     EXPECT_FALSE(IsHandled(window, WM_SYSKEYDOWN, VK_MENU));
     EXPECT_FALSE(IsHandled(window, WM_SYSKEYUP, VK_MENU));
+}
+
+// With the keyboard's own input, through the queue.
+TEST(ConvListKeys, AltAndADigitOpenNoMenuWhicheverIsReleasedFirst)
+{
+    const CListWindow window;
+    const auto waitForRelease = [&window](const std::vector<int>& order) {
+        EXPECT_TRUE(WaitFor([&] {
+            DrainMessages();
+            return window.m_list.GetColumnOrder() == order && GetKeyState(VK_MENU) >= 0 &&
+                   GetKeyState('1') >= 0;
+        }));
+    };
+    PressKeys({VK_MENU, '1'});
+    waitForRelease({1, 0, 2});
+    PressKeysReleasingFirstFirst({VK_MENU, '1'});
+    waitForRelease({1, 2, 0});
+    EXPECT_EQ(window.m_parent.m_keyMenus, 0);
+    PressKeys({VK_MENU});
+    EXPECT_TRUE(WaitFor([&] {
+        DrainMessages();
+        return window.m_parent.m_keyMenus == 1;
+    })) << "Alt alone";
 }
 
 TEST(ConvListKeys, TabOnTheHeaderOpensNoEditor)

@@ -47,11 +47,13 @@ inline void PressKey(WPARAM key)
     DrainMessages();
 }
 
-// The list's parent, which records the keys that it is offered before dispatch.
+// The list's parent, which records the keys that it is offered before dispatch. It counts the requests for
+// the menu that a key opens, and does not open it.
 class CListParent : public CPlainWindow
 {
 public:
     std::vector<WPARAM> m_offeredKeys;
+    int m_keyMenus = 0;
 
     bool PreTranslateMessage(MSG& message) override
     {
@@ -59,6 +61,16 @@ public:
             m_offeredKeys.push_back(message.wParam);
         }
         return CPlainWindow::PreTranslateMessage(message);
+    }
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        if (message == WM_SYSCOMMAND && (wParam & 0xFFF0) == SC_KEYMENU) {
+            ++m_keyMenus;
+            return 0;
+        }
+        return CPlainWindow::WindowProc(message, wParam, lParam);
     }
 };
 
