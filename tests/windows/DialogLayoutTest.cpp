@@ -296,7 +296,7 @@ protected:
 
     static constexpr SIZE kUnits{200, 100};
 
-    struct Template
+    struct alignas(DWORD) Template  // "CreateDialogIndirectParamW function"
     {
         explicit Template(WORD points) : m_points(points) {}
 
