@@ -2137,6 +2137,20 @@ TEST_P(BusyDialogTest, ASetupProgramThatWantsItClosedDoesNotEndTheRun)
     });
 }
 
+TEST_P(BusyDialogTest, AForcedEndEndsTheRunAlsoForASetupProgram)
+{
+    m_application.On(kOpenDocument, [&](FakeCall& call) {
+        EXPECT_EQ(m_dialog->SendMessage(WM_QUERYENDSESSION, 0, ENDSESSION_CLOSEAPP | ENDSESSION_CRITICAL),
+                  FALSE);
+        return AnswerObject(nullptr)(call);
+    });
+    Run([&] {
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(List().CountPendingRows(), 2);
+    });
+}
+
 TEST_P(BusyDialogTest, AnEndOfTheSessionDespiteTheRefusalEndsTheRunToo)
 {
     m_application.On(kOpenDocument, [&](FakeCall& call) {
