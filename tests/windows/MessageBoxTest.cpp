@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "framework/ScopeExit.h"
+#include "framework/WinApp.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
@@ -65,6 +67,28 @@ private:
     }
 
     CTimerScope m_timer;
+};
+
+// Counts the keys that it gets.
+class CKeyCountingWindow : public CPlainWindow
+{
+public:
+    int m_keys = 0;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        m_keys += message == WM_KEYDOWN ? 1 : 0;
+        return CPlainWindow::WindowProc(message, wParam, lParam);
+    }
+};
+
+// The handler of a run; no call stalls here.
+class CPatientHandler : public CStalledCallHandler
+{
+public:
+    [[nodiscard]] std::wstring Question() const override { return {}; }
+    [[nodiscard]] bool GiveUp() override { return false; }
 };
 
 TEST(MessageBox, TheListenersAnswerIsTheResult)
@@ -128,6 +152,38 @@ TEST(MessageBox, WithoutAnAnswerOfTheListenerTheBoxAppears)
     EXPECT_EQ(asked, 1);
     EXPECT_EQ(presser.m_seen.text, L"Ja oder nein?");
     EXPECT_EQ(presser.m_seen.buttons, (std::vector<int>{IDYES, IDNO}));
+}
+
+TEST(MessageBox, WhileTheSessionEndsNothingIsAskedAndTheAnswerIsNo)
+{
+    int asked = 0;
+    const CListenerScope listener([&asked](const MessageRequest&) {
+        ++asked;
+        return IDYES;
+    });
+    CWinApp::Get()->SetSessionEnding(true);
+    const CScopeExit sessionStays([] { CWinApp::Get()->SetSessionEnding(false); });
+    EXPECT_EQ(ShowMessage(L"Ja oder nein?", MB_YESNO | MB_ICONQUESTION), IDNO);
+    EXPECT_EQ(ShowMessage(L"Das Verzeichnis wurde nicht gefunden."), IDOK);
+    EXPECT_EQ(asked, 0);
+}
+
+// Its modal loop would dispatch the key; with the focus in the box, an Enter would answer it.
+TEST(MessageBox, GetsNoKeyThatWasPressedDuringACall)
+{
+    CPatientHandler handler;
+    COleMessageFilter& filter = CWinApp::Get()->GetMessageFilter();
+    filter.SetStalledCallHandler(&handler);
+    const CScopeExit callReturned([&filter] { filter.SetStalledCallHandler(nullptr); });
+    CKeyCountingWindow window;
+    const CMainWindowScope mainWindow(&window);
+    window.PostMessage(WM_KEYDOWN, VK_RETURN);
+    const CPresser presser(IDNO);
+    EXPECT_EQ(ShowMessage(L"Ja oder nein?", MB_YESNO | MB_ICONQUESTION), IDNO);
+    EXPECT_EQ(window.m_keys, 0);
+    filter.ReturnHeldInput();
+    DrainMessages();
+    EXPECT_EQ(window.m_keys, 1);
 }
 
 TEST(MessageBox, YesIsAnswered)
