@@ -248,6 +248,14 @@ TEST_F(ServerProcessTest, ASplashScreenIsNoMainWindow)
     EXPECT_TRUE(m_server->IsOurs());
 }
 
+// Such as a palette of tools that floats beside the hidden main window.
+TEST_F(ServerProcessTest, AToolWindowIsNoMainWindow)
+{
+    const CWaitingProcess process = Connect();
+    process.ShowToolWindow();
+    EXPECT_TRUE(m_server->IsOurs());
+}
+
 // The next connection reaches the server that could not be asked to end.
 TEST_F(ServerProcessTest, AServerOfOursThatIsReachedAgainStaysOurs)
 {

@@ -55,6 +55,11 @@ public:
         Post(WM_APP + 4);
         EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindOwnWindow()) != FALSE; }));
     }
+    void ShowToolWindow() const
+    {
+        Post(WM_APP + 5);
+        EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindOwnWindow()) != FALSE; }));
+    }
     // Returns when the window is gone.
     void CloseMainWindow() const
     {

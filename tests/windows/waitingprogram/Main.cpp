@@ -12,11 +12,12 @@ constexpr UINT kShowPrompt = WM_APP + 1;
 constexpr UINT kStartAnother = WM_APP + 2;
 constexpr UINT kEndLater = WM_APP + 3;  // after wParam milliseconds
 constexpr UINT kShowSplashScreen = WM_APP + 4;
+constexpr UINT kShowToolWindow = WM_APP + 5;
 
-HWND Show(const wchar_t* windowClass, DWORD style = WS_OVERLAPPEDWINDOW)
+HWND Show(const wchar_t* windowClass, DWORD style = WS_OVERLAPPEDWINDOW, DWORD extendedStyle = 0)
 {
-    return CreateWindowExW(0, windowClass, L"window of waitingprogram", style | WS_VISIBLE, 40, 40, 200, 100,
-                           nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+    return CreateWindowExW(extendedStyle, windowClass, L"window of waitingprogram", style | WS_VISIBLE, 40,
+                           40, 200, 100, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
 }
 
 // Starts this program once more, which then has this process as its parent.
@@ -40,6 +41,9 @@ void Obey(const MSG& message)
             break;
         case kShowSplashScreen:
             Show(L"Static", WS_POPUP);
+            break;
+        case kShowToolWindow:
+            Show(L"Static", WS_OVERLAPPEDWINDOW, WS_EX_TOOLWINDOW);
             break;
         case kEndLater:
             Sleep(static_cast<DWORD>(message.wParam));
