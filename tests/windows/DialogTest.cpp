@@ -50,6 +50,7 @@ public:
     bool m_endAtStart = false;
     bool m_halted = false;  // no further steps
     std::function<void()> m_onInit;
+    std::function<void()> m_onDestroy;
     int m_missingControl = 0;
 
     using CDialog::EndDialog;
@@ -65,6 +66,7 @@ protected:
         static constexpr std::array kEntries{
             OnMessage<&CSteppingDialog::OnNextStep>(kNextStep),
             OnMessage<&CSteppingDialog::OnTimer>(WM_TIMER),
+            OnMessage<&CSteppingDialog::OnDestroy>(WM_DESTROY),
         };
         static const MessageMap kMap{CDialog::GetMessageMap(), kEntries};
         return &kMap;
@@ -117,6 +119,13 @@ private:
         }
     }
     void OnTimer() { EndDialog(kTooLong); }
+    void OnDestroy()
+    {
+        if (m_onDestroy) {
+            m_onDestroy();
+        }
+        Default();
+    }
 
     std::size_t m_step = 0;
 };
@@ -165,6 +174,14 @@ TEST_F(DialogTest, RunsModallyWithItsOwnerDisabled)
     EXPECT_EQ(m_dialog.m_hWnd, nullptr);
     EXPECT_FALSE(IsWindow(window));
     EXPECT_EQ(m_dialog.m_log, std::vector<std::string>{"init"});
+}
+
+TEST_F(DialogTest, EnablesItsOwnerBeforeItIsDestroyed)
+{
+    bool ownerWasEnabled = false;
+    m_dialog.m_onDestroy = [&] { ownerWasEnabled = m_owner.IsWindowEnabled(); };
+    EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
+    EXPECT_TRUE(ownerWasEnabled);
 }
 
 TEST_F(DialogTest, PassesNewSystemColoursToItsControls)
