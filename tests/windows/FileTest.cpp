@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/support/ExpectedTexts.h"
+#include "tests/support/ImportTable.h"
 #include "tests/support/TestScopes.h"
 
 namespace {
@@ -37,6 +38,14 @@ Cause ThrownCause(Operation operation)
         return error.m_cause;
     }
     return Cause::none;
+}
+
+// The system takes half of what is written, and reports no error.
+bool g_writesHalf = false;
+decltype(&WriteFile) g_writeFile = nullptr;
+BOOL WINAPI WriteHalf(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)
+{
+    return g_writeFile(file, bytes, g_writesHalf ? count / 2 : count, done, overlapped);
 }
 
 FILETIME SomeTime()
@@ -226,6 +235,17 @@ TEST_F(FileTest, ReadAndWriteThrowWhatFailed)
     }
     file.Close();
     EXPECT_EQ(ReadBytes(m_path), "");
+}
+
+TEST_F(FileTest, AShortWriteMeansAFullDisk)
+{
+    RedirectImport("WriteFile", &WriteHalf, &g_writeFile);
+    CFile file;
+    ASSERT_TRUE(file.Open(m_path, CFile::modeCreate | CFile::modeWrite, nullptr));
+    g_writesHalf = true;
+    EXPECT_EQ(ThrownCause([&] { file.Write("part", 4); }), Cause::diskFull);
+    g_writesHalf = false;
+    EXPECT_EQ(ThrownCause([&] { file.Write("part", 4); }), Cause::none);
 }
 
 TEST_F(FileTest, StatusOfAMissingFileIsNone)
