@@ -15,7 +15,9 @@
 #include "files/MapLine.h"
 #include "framework/File.h"
 #include "framework/Handles.h"
+#include "framework/ScopeExit.h"
 #include "tests/support/ExpectedTexts.h"
+#include "tests/support/ImportTable.h"
 #include "tests/support/NetworkWatch.h"
 #include "tests/support/TestScopes.h"
 
@@ -72,6 +74,30 @@ protected:
     std::wstring m_source = m_folder / L"source.sldprt";
     std::wstring m_target = m_folder / L"target.sldprt";
 };
+
+// Wine shows the archive attribute on every file. While g_hidesArchive is set, no file seems to have it.
+bool g_hidesArchive = false;
+decltype(&GetFileAttributesExW) g_getAttributes = nullptr;
+BOOL WINAPI HideArchive(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID information)
+{
+    const BOOL found = g_getAttributes(path, level, information);
+    if (found != FALSE && g_hidesArchive) {
+        static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(information)->dwFileAttributes &=
+            ~static_cast<DWORD>(FILE_ATTRIBUTE_ARCHIVE);
+    }
+    return found;
+}
+
+// The attributes that were last set.
+DWORD g_attributesSet = 0;
+decltype(&SetFileInformationByHandle) g_setInformation = nullptr;
+BOOL WINAPI NoteAttributes(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID information, DWORD size)
+{
+    if (kind == FileBasicInfo) {
+        g_attributesSet = static_cast<FILE_BASIC_INFO*>(information)->FileAttributes;
+    }
+    return g_setInformation(file, kind, information, size);
+}
 
 class ReadOnlyTest : public FileMiscTest
 {
@@ -456,6 +482,19 @@ TEST_F(ReadOnlyTest, ClearReadOnlyAlsoSetsTheArchiveAttributeAndTheTime)
     EXPECT_FALSE(IsReadOnly(m_path));
     EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U);
     EXPECT_TRUE(WasJustModified());
+}
+
+TEST_F(ReadOnlyTest, BothSetTheArchiveAttributeThatTheFileLacks)
+{
+    RedirectImport("GetFileAttributesExW", &HideArchive, &g_getAttributes);
+    RedirectImport("SetFileInformationByHandle", &NoteAttributes, &g_setInformation);
+    Prepare(0);
+    g_hidesArchive = true;
+    const CScopeExit shown([] { g_hidesArchive = false; });
+    EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
+    EXPECT_EQ(g_attributesSet, static_cast<DWORD>(FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_ARCHIVE));
+    EXPECT_EQ(CFileMisc::ClearReadOnly(m_path), L"");
+    EXPECT_EQ(g_attributesSet, static_cast<DWORD>(FILE_ATTRIBUTE_ARCHIVE));
 }
 
 TEST_F(ReadOnlyTest, NothingIsWrittenIfNothingChanges)
