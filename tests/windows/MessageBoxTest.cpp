@@ -69,28 +69,6 @@ private:
     CTimerScope m_timer;
 };
 
-// Counts the keys that it gets.
-class CKeyCountingWindow : public CPlainWindow
-{
-public:
-    int m_keys = 0;
-
-protected:
-    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
-    {
-        m_keys += message == WM_KEYDOWN ? 1 : 0;
-        return CPlainWindow::WindowProc(message, wParam, lParam);
-    }
-};
-
-// The handler of a run; no call stalls here.
-class CPatientHandler : public CStalledCallHandler
-{
-public:
-    [[nodiscard]] std::wstring Question() const override { return {}; }
-    [[nodiscard]] bool GiveUp() override { return false; }
-};
-
 TEST(MessageBox, TheListenersAnswerIsTheResult)
 {
     std::vector<MessageRequest> requests;
@@ -166,24 +144,6 @@ TEST(MessageBox, WhileTheSessionEndsNothingIsAskedAndTheAnswerIsNo)
     EXPECT_EQ(ShowMessage(L"Ja oder nein?", MB_YESNO | MB_ICONQUESTION), IDNO);
     EXPECT_EQ(ShowMessage(L"Das Verzeichnis wurde nicht gefunden."), IDOK);
     EXPECT_EQ(asked, 0);
-}
-
-// Its modal loop would dispatch the key; with the focus in the box, an Enter would answer it.
-TEST(MessageBox, GetsNoKeyThatWasPressedDuringACall)
-{
-    CPatientHandler handler;
-    COleMessageFilter& filter = CWinApp::Get()->GetMessageFilter();
-    filter.SetStalledCallHandler(&handler);
-    const CScopeExit callReturned([&filter] { filter.SetStalledCallHandler(nullptr); });
-    CKeyCountingWindow window;
-    const CMainWindowScope mainWindow(&window);
-    window.PostMessage(WM_KEYDOWN, VK_RETURN);
-    const CPresser presser(IDNO);
-    EXPECT_EQ(ShowMessage(L"Ja oder nein?", MB_YESNO | MB_ICONQUESTION), IDNO);
-    EXPECT_EQ(window.m_keys, 0);
-    filter.ReturnHeldInput();
-    DrainMessages();
-    EXPECT_EQ(window.m_keys, 1);
 }
 
 TEST(MessageBox, YesIsAnswered)
