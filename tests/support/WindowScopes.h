@@ -115,6 +115,17 @@ public:
         return text;
     }
 
+    // A used template's value: REG_SZ, or another type with the text as its bytes.
+    void SetHistory(int column, int place, const std::wstring& text, DWORD type = REG_SZ) const
+    {
+        const std::wstring name =
+            L"Column " + std::to_wstring(column) + L" Template " + std::to_wstring(place);
+        const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+        EXPECT_EQ(::RegSetKeyValueW(m_key.get(), L"SOFTWARE\\Zelmar\\Tools\\Talvenor\\Template History",
+                                    name.c_str(), type, text.c_str(), size),
+                  ERROR_SUCCESS);
+    }
+
 private:
     static constexpr wchar_t kKey[] = L"SOFTWARE\\Zelmar\\Tools\\Talvenor";
 
@@ -183,6 +194,7 @@ public:
     using Dialog::Dialog;
     using Dialog::EndDialog;
     using Dialog::IsEnding;
+    using Dialog::OnIdle;
 
     std::function<void()> m_work;
 
