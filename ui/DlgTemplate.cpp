@@ -8,6 +8,7 @@
 #include "framework/DialogData.h"
 #include "framework/FileNames.h"
 #include "framework/MessageBox.h"
+#include "platform/TemplateHistory.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
 
@@ -57,6 +58,7 @@ const MessageMap* CDlgTemplate::GetMessageMap() const
 {
     static constexpr std::array kEntries{
         ::OnCommand<&CDlgTemplate::ShowPreview>(IDC_TEMPLATE_TEXT, EN_CHANGE),
+        ::OnCommand<&CDlgTemplate::OnHistoryChosen>(IDC_TEMPLATE_HISTORY, CBN_SELCHANGE),
     };
     static const MessageMap kMap{CDialog::GetMessageMap(), kEntries};
     return &kMap;
@@ -65,6 +67,7 @@ const MessageMap* CDlgTemplate::GetMessageMap() const
 void CDlgTemplate::DoDataExchange(CDataExchange& exchange)
 {
     DDX_Control(exchange, IDC_TEMPLATE_TEXT, m_wndText);
+    DDX_Control(exchange, IDC_TEMPLATE_HISTORY, m_wndHistory);
 }
 
 bool CDlgTemplate::OnInitDialog()
@@ -75,6 +78,7 @@ bool CDlgTemplate::OnInitDialog()
     if (m_nColumn == kColumnRenamed) {
         RemoveFromLegend(kConfiguration);
     }
+    FillHistory();
     m_wndText.SetWindowText(m_strText);
     ShowPreview();
     return true;
@@ -89,9 +93,24 @@ void CDlgTemplate::OnOK()
         return;
     }
     if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
-        WriteTemplate(m_nColumn, m_strText);  // a failure is not reported
+        if (WriteTemplate(m_nColumn, m_strText)) {  // a failure is not reported
+            AddToTemplateHistory(m_nColumn, m_strText);
+        }
     }
     CDialog::OnOK();
+}
+
+void CDlgTemplate::FillHistory() const
+{
+    for (const std::wstring& text : ReadTemplateHistory(m_nColumn)) {
+        m_wndHistory.AddString(text);
+        m_wndHistory.EnableWindow(true);
+    }
+}
+
+void CDlgTemplate::OnHistoryChosen()
+{
+    m_wndText.SetWindowText(m_wndHistory.GetLBText(m_wndHistory.GetCurSel()));
 }
 
 void CDlgTemplate::ShowSampleName() const

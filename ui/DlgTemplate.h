@@ -31,6 +31,8 @@ protected:
     void OnOK() override;
 
 private:
+    void FillHistory() const;
+    void OnHistoryChosen();
     void ShowSampleName() const;
     void RemoveFromLegend(int fillIn) const;
     void ShowPreview();
@@ -38,6 +40,7 @@ private:
     [[nodiscard]] bool IsRefused(const std::wstring& templateText) const;
 
     CEdit m_wndText;
+    CComboBox m_wndHistory;
     Language m_language;
     std::wstring m_strText;
     int m_nColumn;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -58,6 +59,18 @@ protected:
         PostMessageW(GetFocus(), WM_KEYDOWN, key, 1);
         PostMessageW(GetFocus(), WM_KEYUP, key, 0xC0000001);
         DrainMessages();
+    }
+    [[nodiscard]] Texts HistoryEntries() const
+    {
+        Texts entries;
+        const auto count = SendMessageW(Item(IDC_TEMPLATE_HISTORY), CB_GETCOUNT, 0, 0);
+        for (WPARAM index = 0; index < static_cast<WPARAM>(count); ++index) {
+            std::array<wchar_t, 100> text{};
+            SendMessageW(Item(IDC_TEMPLATE_HISTORY), CB_GETLBTEXT, index,
+                         reinterpret_cast<LPARAM>(text.data()));
+            entries.emplace_back(text.data());
+        }
+        return entries;
     }
     // Replaces the template by typing.
     void Type(const std::wstring& text) const
@@ -551,6 +564,51 @@ TEST_P(DlgTemplateTest, TheLabelsLetterFocusesTheTemplate)
         DrainMessages();
         EXPECT_EQ(GetFocus(), Item(IDC_TEMPLATE_TEXT));
     });
+}
+
+// Templates used before
+
+TEST_P(DlgTemplateTest, OffersTheColumnsTemplatesThatWereStored)
+{
+    TypeAndPressOk(2, L"", L"one %2");
+    TypeAndPressOk(2, L"", L"two %2");
+    TypeAndPressOk(1, L"", L"%3");
+    Run(2, L"x", [this] {
+        EXPECT_EQ(HistoryEntries(), (Texts{L"two %2", L"one %2"}));
+        EXPECT_TRUE(IsWindowEnabled(Item(IDC_TEMPLATE_HISTORY)));
+        EXPECT_EQ(TextOf(IDC_TEMPLATE_TEXT), L"x");
+    });
+    Run(1, L"x", [this] { EXPECT_EQ(HistoryEntries(), Texts{L"%3"}); });
+}
+
+TEST_P(DlgTemplateTest, ChoosingATemplateFillsTheFieldOnly)
+{
+    TypeAndPressOk(2, L"", L"one %4");
+    TypeAndPressOk(2, L"", L"two %4");
+    m_sample = kBolt;
+    Run(2, L"x", [this] {
+        m_settings.Redirect();
+        SetFocus(Item(IDC_TEMPLATE_HISTORY));
+        PressKey(VK_DOWN);
+        PressKey(VK_DOWN);
+        EXPECT_EQ(TextOf(IDC_TEMPLATE_TEXT), L"one %4");
+        EXPECT_EQ(TextOf(IDC_TEMPLATE_PREVIEW), L"one M10x50");
+        EXPECT_EQ(m_settings.Template(2), L"two %4");
+    });
+    EXPECT_EQ(m_settings.Template(2), L"two %4");
+}
+
+TEST_P(DlgTemplateTest, RemembersNothingThatWasNotStored)
+{
+    Run(2, L"x", [this] {
+        EXPECT_FALSE(IsWindowEnabled(Item(IDC_TEMPLATE_HISTORY)));
+        Type(L"typed");
+        Press(IDCANCEL);
+    });
+    TypeAndPressOk(3, L"", L"of no column");
+    for (const int column : {1, 2, 3}) {
+        Run(column, L"x", [this] { EXPECT_EQ(HistoryEntries(), Texts{}); });
+    }
 }
 
 }  // namespace
