@@ -12,6 +12,7 @@
 namespace {
 
 MessageListener g_listener;
+QuestionObserver g_questionObserver;
 
 // The request of the open box, for the help callback, which has no user data ("MSGBOXPARAMSW structure").
 const MessageRequest* g_shown = nullptr;
@@ -41,6 +42,18 @@ void CALLBACK ShowHelpTopic(HELPINFO* info)
     const std::wstring parameters =
         L"-mapid " + std::to_wstring(info->dwContextId) + L" \"" + g_shown->helpFile + L"\"";
     ShellExecuteW(nullptr, L"open", HelpViewer().c_str(), parameters.c_str(), nullptr, SW_SHOWNORMAL);
+}
+
+bool IsQuestion(const MessageRequest& request)
+{
+    return (request.type & MB_TYPEMASK) == MB_YESNO;
+}
+
+void TellOfQuestion(const MessageRequest& request, bool open)
+{
+    if (IsQuestion(request) && g_questionObserver) {
+        g_questionObserver(open);
+    }
 }
 
 int ShowBox(const MessageRequest& request)
@@ -78,8 +91,10 @@ int ShowMessage(const std::wstring& text, UINT type)
 int ShowMessage(const MessageRequest& request)
 {
     if (CWinApp::IsSessionEnding()) {
-        return (request.type & MB_TYPEMASK) == MB_YESNO ? IDNO : IDOK;
+        return IsQuestion(request) ? IDNO : IDOK;
     }
+    TellOfQuestion(request, true);
+    const CScopeExit answered([&request] { TellOfQuestion(request, false); });
     if (g_listener) {
         if (const std::optional<int> button = g_listener(request)) {
             return *button;
@@ -91,4 +106,9 @@ int ShowMessage(const MessageRequest& request)
 MessageListener SetMessageListener(MessageListener listener)
 {
     return std::exchange(g_listener, std::move(listener));
+}
+
+QuestionObserver SetQuestionObserver(QuestionObserver observer)
+{
+    return std::exchange(g_questionObserver, std::move(observer));
 }

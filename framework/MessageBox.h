@@ -24,3 +24,8 @@ int ShowMessage(const MessageRequest& request);
 // is shown. An empty function removes the listener. Returns the previous one.
 using MessageListener = std::function<std::optional<int>(const MessageRequest&)>;
 MessageListener SetMessageListener(MessageListener listener);
+
+// Called when a question (MB_YESNO) comes up and when it was answered, for what else tells the user that the
+// program waits. An empty function removes the observer. Returns the previous one.
+using QuestionObserver = std::function<void(bool open)>;
+QuestionObserver SetQuestionObserver(QuestionObserver observer);

@@ -233,6 +233,7 @@ CConversionRun::End CConversionRun::ConvertRows()
 // Each kind of end has its own order of message, window changes, release and close.
 void CConversionRun::FinishWith(End end)
 {
+    m_view.ShowRunEnd(end == End::cadNotLoaded || end == End::cadTooOld || end == End::mapFileNotOpened);
     switch (end) {
         case End::finished:
             ReportWriteFailure(m_mapFile.Close());
@@ -478,6 +479,7 @@ void CConversionRun::ShowCopyProgress(const Row& row)
     m_progress->SetThirdText({});
     m_progress->SetFilePosition(0);
     m_progress->SetOverallPosition(OverallPosition(m_done, m_total));
+    m_view.ShowProgress(OverallPosition(m_done, m_total));
     m_progress->Refresh();
 }
 

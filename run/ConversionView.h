@@ -18,6 +18,11 @@ public:
     // the focus to its list. An enabled window is only brought to the top.
     virtual void TakeInputAgain() = 0;
 
+    // The share of the rows done, in percent, and, in front of the run's last message, whether it was
+    // aborted. For what the user sees of the run while another program is in front.
+    virtual void ShowProgress(int /*percent*/) {}
+    virtual void ShowRunEnd(bool /*failed*/) {}
+
 protected:
     CConversionView() = default;
     CConversionView(const CConversionView&) = default;

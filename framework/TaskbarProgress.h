@@ -1,0 +1,51 @@
+#pragma once
+
+#include <windows.h>
+
+#include <shobjidl.h>
+
+#include <functional>
+
+#include "framework/ComPointers.h"
+
+DECLARE_COM_POINTER(ITaskbarList3);
+
+// The progress of a long operation on the taskbar button of a window. Without a taskbar everything does
+// nothing. COM must be initialised.
+class CTaskbarProgress
+{
+public:
+    using MakeTaskbar = std::function<ITaskbarList3Ptr()>;
+
+    // Makes the shell's taskbar object, or null.
+    static ITaskbarList3Ptr ShellTaskbar();
+
+    explicit CTaskbarProgress(MakeTaskbar makeTaskbar = &ShellTaskbar);
+
+    // Call it once the window exists: lets the shell's message about the button through to a program that
+    // runs as administrator.
+    void Attach(HWND window);
+
+    // Offer every message of the window. Takes up the taskbar when the shell has made the button, also after
+    // a restart of the shell ("ITaskbarList3 interface").
+    void NoteMessage(UINT message);
+
+    void ShowProgress(int percent);  // normal
+    void ShowPaused(bool paused);    // false: normal again, if paused
+    void ShowError();
+    void Clear();
+
+private:
+    void Show(TBPFLAG state);
+
+    MakeTaskbar m_makeTaskbar;
+    UINT m_buttonCreated;
+    HWND m_window = nullptr;
+    ITaskbarList3Ptr m_taskbar;
+    TBPFLAG m_state = TBPF_NOPROGRESS;
+    int m_percent = 0;
+};
+
+// Flashes the window and its taskbar button a few times when another program is in front. Not until the
+// window is activated: a modal box of its own is activated instead.
+void FlashInBackground(HWND window);
