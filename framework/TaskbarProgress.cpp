@@ -7,7 +7,7 @@ ITaskbarList3Ptr CTaskbarProgress::ShellTaskbar()
     ITaskbarList3Ptr taskbar;
     if (FAILED(taskbar.CreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER)) ||
         FAILED(taskbar->HrInit())) {
-        return nullptr;
+        return {};
     }
     return taskbar;
 }

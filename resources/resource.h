@@ -75,6 +75,7 @@
 // The first control of the legend. Each fill-in from %1 to %8 has a row of three controls with consecutive
 // ids: the fill-in, its meaning and an example.
 #define IDC_TEMPLATE_LEGEND 1032
+#define IDC_TEMPLATE_HISTORY 1056
 
 // A control that the code does not access
 #ifndef IDC_STATIC

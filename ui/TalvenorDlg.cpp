@@ -156,6 +156,7 @@ bool CTalvenorDlg::OnInitDialog()
     }
     FillVersions();
     m_status.Begin(m_hWnd);
+    m_taskbar.Attach(m_hWnd);
     AcceptDroppedFiles(m_hWnd);
     return true;
 }
@@ -391,6 +392,19 @@ void CTalvenorDlg::TakeInputAgain()
     }
 }
 
+void CTalvenorDlg::ShowProgress(int percent)
+{
+    m_taskbar.ShowProgress(percent);
+}
+
+void CTalvenorDlg::ShowRunEnd(bool failed)
+{
+    if (failed) {
+        m_taskbar.ShowError();
+    }
+    FlashInBackground(m_hWnd);
+}
+
 void CTalvenorDlg::ShowFolders()
 {
     m_bFolderRefused = false;
@@ -442,6 +456,13 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
     };
     static const MessageMap kMap{CDialog::GetMessageMap(), kEntries};
     return &kMap;
+}
+
+// The number of the shell's message is known at run time only, so no map can hold it.
+LRESULT CTalvenorDlg::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    m_taskbar.NoteMessage(message);
+    return CDialog::WindowProc(message, wParam, lParam);
 }
 
 // During a run and under an open message box, commands are ignored whatever sent them: a screen reader can
@@ -960,7 +981,10 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
 {
     m_bRunning = true;
     m_recorder.Forget();  // the run marks rows
-    const CScopeExit ended([this] {
+    QuestionObserver before = SetQuestionObserver([this](bool open) { m_taskbar.ShowPaused(open); });
+    const CScopeExit ended([this, &before] {
+        SetQuestionObserver(std::move(before));
+        m_taskbar.Clear();
         m_bRunning = false;
         m_status.NamesChanged();
         CWinApp::Get()->SetSessionEnding(false);

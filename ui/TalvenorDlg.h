@@ -12,6 +12,7 @@
 #include "framework/Dialog.h"
 #include "framework/DialogLayout.h"
 #include "framework/ServerProcess.h"
+#include "framework/TaskbarProgress.h"
 #include "run/ConversionView.h"
 #include "ui/ConvList.h"
 #include "ui/EditSourceDir.h"
@@ -39,6 +40,7 @@ protected:
     LRESULT OnNotify(WPARAM wParam, LPARAM lParam) override;
     void DoDataExchange(CDataExchange& exchange) override;
     bool OnInitDialog() override;
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
     void OnOK() override {}  // Enter never closes the window
 
 private:
@@ -56,6 +58,8 @@ private:
     void ShowViewStatus(bool mapView) override;
     void ReloadAfterCancel() override;
     void TakeInputAgain() override;
+    void ShowProgress(int percent) override;
+    void ShowRunEnd(bool failed) override;
     void MarkListChanged(bool on);
     [[nodiscard]] ViewStatus GetViewStatus() const override;
     void SetViewStatus(const ViewStatus& status) override;
@@ -139,6 +143,7 @@ private:
     CRunReportCommands m_report;
     std::wstring m_strProgId;
     CServerProcess m_cadServer;
+    CTaskbarProgress m_taskbar;
     std::wstring m_strHelpFile;  // the library's; empty when the program folder is not known
     UniqueIcon m_icon;
     UniqueIcon m_smallIcon;

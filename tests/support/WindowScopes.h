@@ -194,7 +194,6 @@ public:
     using Dialog::Dialog;
     using Dialog::EndDialog;
     using Dialog::IsEnding;
-    using Dialog::OnIdle;
 
     std::function<void()> m_work;
 

@@ -1097,4 +1097,37 @@ TEST_F(EndOfRunTest, TheMainWindowIsActiveAfterTheProgressDialog)
     EXPECT_GT(other.m_count, 0);
 }
 
+// What the main window hears of a run: percentages, and whether the run failed, in front of its last message.
+class RunProgressTest : public ConversionRunTest
+{
+protected:
+    void ShowProgress(int percent) override { m_log.push_back(std::to_wstring(percent)); }
+    void ShowRunEnd(bool failed) override { m_log.emplace_back(failed ? L"failed" : L"ended"); }
+
+    [[nodiscard]] Texts Heard() const
+    {
+        Texts heard;
+        std::ranges::copy_if(m_log, std::back_inserter(heard), [](const std::wstring& event) {
+            return event == L"failed" || event == L"ended" || event.starts_with(L"box ") ||
+                   std::ranges::all_of(event, [](wchar_t digit) { return digit >= L'0' && digit <= L'9'; });
+        });
+        return heard;
+    }
+};
+
+TEST_F(RunProgressTest, IsThePercentageBeforeEachRowAndTheEnd)
+{
+    AddRows(3);
+    Run(true);
+    EXPECT_EQ(Heard(), (Texts{L"0", L"33", L"66", L"ended", Finished()}));
+}
+
+TEST_F(RunProgressTest, TellsOfAnAbortedRun)
+{
+    AddRows(1);
+    std::filesystem::create_directory(kMapFile);
+    Run(true);
+    EXPECT_EQ(Heard(), (Texts{L"failed", Box(expected::MapNotWritten(kMapFile))}));
+}
+
 }  // namespace

@@ -55,6 +55,7 @@ const std::vector<Control> kMainControls{
     {IDC_VERSION, 1026, L"ComboBox"},  {IDC_HELP_BUTTON, 28445, L"Button"},
     {IDC_REPORT, 1110, L"Button"},     {IDCANCEL, 2, L"Button"}};
 const std::vector<Control> kTemplateControls{{IDC_TEMPLATE_TEXT, 1021, L"Edit"},
+                                             {IDC_TEMPLATE_HISTORY, 1056, L"ComboBox"},
                                              {IDC_TEMPLATE_PREVIEW_LABEL, 1030, L"Static"},
                                              {IDC_TEMPLATE_PREVIEW, 1031, L"Edit"},
                                              {IDOK, 1, L"Button"},

@@ -54,6 +54,8 @@ TEST_F(TemplateHistoryTest, KeepsTheLastTen)
         Add(2, L"t" + std::to_wstring(i));
     }
     EXPECT_EQ(Read(2), (Texts{L"t12", L"t11", L"t10", L"t9", L"t8", L"t7", L"t6", L"t5", L"t4", L"t3"}));
+    Add(2, L"t5");
+    EXPECT_EQ(Read(2), (Texts{L"t5", L"t12", L"t11", L"t10", L"t9", L"t8", L"t7", L"t6", L"t4", L"t3"}));
 }
 
 TEST_F(TemplateHistoryTest, DoesNotKeepAnEmptyTemplate)
