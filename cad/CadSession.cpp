@@ -28,6 +28,12 @@ bool IsServerMissing(HRESULT status)
     return IsServerGone(status) || status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
 }
 
+// E_FAIL: the class is still there, but its process cannot make an object any more. Wine was seen to give it.
+bool IsMakerMissing(HRESULT status)
+{
+    return IsServerMissing(status) || status == E_FAIL;
+}
+
 void HandleStalledCalls(CStalledCallHandler* handler)
 {
     CWinApp::Get()->GetMessageFilter().SetStalledCallHandler(handler);
@@ -91,7 +97,7 @@ CCadSession::Outcome CCadSession::ConnectWithRetries()
     const ULONGLONG end = GetTickCount64() + m_timeouts.connect;
     while (!m_givenUp && !CWinApp::IsSessionEnding()) {
         const Attempt attempt = TryToConnect();
-        if (!IsServerMissing(attempt.status) || GetTickCount64() >= end || !m_process.WasAlive()) {
+        if (!attempt.isServerMissing || GetTickCount64() >= end || !m_process.WasAlive()) {
             return attempt.outcome;
         }
         Release();
@@ -108,14 +114,14 @@ CCadSession::Attempt CCadSession::TryToConnect()
         m_connected = m_sldWorks.Connect(m_progId) != 0;
         m_process.EndConnect(m_connected);
         if (!m_connected) {
-            return {Outcome::notLoaded, m_sldWorks.GetConnectStatus()};
+            return {Outcome::notLoaded, IsMakerMissing(m_sldWorks.GetConnectStatus())};
         }
         HandleStalledCalls(this);
-        return {m_sldWorks.IsVersionSupported() ? Outcome::connected : Outcome::tooOld, S_OK};
+        return {m_sldWorks.IsVersionSupported() ? Outcome::connected : Outcome::tooOld, false};
     } catch (const COleException& error) {
-        return {Outcome::notLoaded, error.m_sc};
+        return {Outcome::notLoaded, IsServerMissing(error.m_sc)};
     } catch (const CException&) {
-        return {Outcome::notLoaded, E_FAIL};
+        return {Outcome::notLoaded, false};
     }
 }
 

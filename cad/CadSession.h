@@ -59,7 +59,7 @@ private:
     struct Attempt
     {
         Outcome outcome;
-        HRESULT status;  // of the failed call, else S_OK
+        bool isServerMissing;
     };
 
     [[nodiscard]] Outcome ConnectWithRetries();

@@ -305,7 +305,7 @@ TEST_F(CadSessionTest, RetriesWhileTheOldServerIsAlive)
 {
     for (const HRESULT status :
          {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED), HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE),
-          RPC_E_DISCONNECTED, CO_E_SERVER_EXEC_FAILURE, CO_E_SERVER_STOPPING}) {
+          RPC_E_DISCONNECTED, CO_E_SERVER_EXEC_FAILURE, CO_E_SERVER_STOPPING, E_FAIL}) {
         SCOPED_TRACE(status);
         LetGoEarlierServer();
         FailConnections(3, status);
@@ -321,7 +321,7 @@ TEST_F(CadSessionTest, RetriesWhileTheOldServerIsAlive)
 
 TEST_F(CadSessionTest, OtherFailuresAreNotRetried)
 {
-    for (const HRESULT status : {RPC_E_CALL_REJECTED, E_FAIL, REGDB_E_CLASSNOTREG, E_OUTOFMEMORY}) {
+    for (const HRESULT status : {RPC_E_CALL_REJECTED, E_UNEXPECTED, REGDB_E_CLASSNOTREG, E_OUTOFMEMORY}) {
         SCOPED_TRACE(status);
         LetGoEarlierServer();
         FailConnections(1, status);
@@ -395,12 +395,16 @@ TEST_F(CadSessionTest, AFailedFirstCallIsRetriedOnANewConnection)
     EXPECT_EQ(m_application.References(), 1);
 }
 
-TEST_F(CadSessionTest, ARejectedFirstCallIsNotRetried)
+TEST_F(CadSessionTest, AFirstCallThatTheServerAnswersIsNotRetried)
 {
-    LetGoEarlierServer();
-    m_application.On(kGetDateCode, [](FakeCall&) { return RPC_E_CALL_REJECTED; });
-    EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
-    EXPECT_EQ(m_class.m_created, 1);
+    for (const HRESULT status : {RPC_E_CALL_REJECTED, E_FAIL}) {
+        SCOPED_TRACE(status);
+        m_application.On(kGetDateCode, AnswerLong(2024100));
+        LetGoEarlierServer();
+        m_application.On(kGetDateCode, [status](FakeCall&) { return status; });
+        EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
+        EXPECT_EQ(m_class.m_created, 1);
+    }
 }
 
 TEST_F(CadSessionTest, AServerThatRefusesItsFirstCallIsReplaced)
