@@ -1,39 +1,19 @@
 #include "files/NamesToCheck.h"
 
 #include <algorithm>
-#include <numeric>
+#include <utility>
 
 namespace {
 
-std::vector<int> SortedByNewName(const std::vector<UTtab_entry>& rows, NameOrder compare)
-{
-    std::vector<int> sorted(rows.size());
-    std::iota(sorted.begin(), sorted.end(), 0);
-    const auto name = [&](int row) -> const std::wstring& {
-        return rows[static_cast<std::size_t>(row)].strRenamed;
-    };
-    std::ranges::sort(sorted, [&](int left, int right) {
-        const int order = compare(name(left), name(right));
-        return order != 0 ? order < 0 : left < right;
-    });
-    return sorted;
-}
-
-// Each row of a group with the same name points to its neighbour.
 void AddSameCopies(std::vector<NameToCheck>& found, const std::vector<UTtab_entry>& rows, NameOrder compare)
 {
-    const std::vector<int> sorted = SortedByNewName(rows, compare);
-    const auto same = [&](std::size_t left, std::size_t right) {
-        return compare(rows[static_cast<std::size_t>(sorted[left])].strRenamed,
-                       rows[static_cast<std::size_t>(sorted[right])].strRenamed) == 0;
-    };
-    bool before = false;
-    for (std::size_t at = 0; at < sorted.size(); ++at) {
-        const bool after = at + 1 < sorted.size() && same(at, at + 1);
-        if (before || after) {
-            found.push_back({sorted[at], NameProblem::sameCopy, sorted[before ? at - 1 : at + 1]});
-        }
-        before = after;
+    std::vector<NamedRow> names;
+    names.reserve(rows.size());
+    for (const UTtab_entry& row : rows) {
+        names.push_back({row.strRenamed, names.size()});
+    }
+    for (const SameName& same : FindSameNames(std::move(names), compare)) {
+        found.push_back({static_cast<int>(same.row), NameProblem::sameCopy, static_cast<int>(same.otherRow)});
     }
 }
 

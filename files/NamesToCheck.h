@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "core/SameNames.h"
 #include "core/UTtabEntry.h"
 #include "files/MapLine.h"
 
@@ -20,9 +21,6 @@ struct NameToCheck
 
     bool operator==(const NameToCheck&) const = default;
 };
-
-// Compares two names as the file system does: negative, 0 or positive.
-using NameOrder = int (*)(std::wstring_view left, std::wstring_view right);
 
 // Returns the rows to check, from the top, each once. Takes n log n time.
 [[nodiscard]] std::vector<NameToCheck> FindNamesToCheck(const std::vector<UTtab_entry>& rows,

@@ -177,42 +177,17 @@ void AddMapLine(CFindings findings, UTtab_entry entry, const FindingRules& rules
     }
 }
 
-struct CopyName
+void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRules& rules)
 {
-    std::wstring name;
-    std::size_t row;
-};
-
-// The copies of this run and of earlier ones, sorted by their names.
-std::vector<CopyName> SortedCopies(const RunRecord& run, const FindingRules& rules)
-{
-    std::vector<CopyName> copies;
+    std::vector<NamedRow> copies;
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
         if (RunRow content = run.rows.at(row); IsRecorded(content)) {
             copies.push_back({std::move(content.entry.strRenamed), row});
         }
     }
-    std::ranges::sort(copies, [&rules](const CopyName& left, const CopyName& right) {
-        const int order = rules.compareNames(left.name, right.name);
-        return order != 0 ? order < 0 : left.row < right.row;
-    });
-    return copies;
-}
-
-// Each row of a group with the same copy names its neighbour.
-void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRules& rules)
-{
-    const std::vector<CopyName> copies = SortedCopies(run, rules);
-    const auto sameCopy = [&](std::size_t left, std::size_t right) {
-        return rules.compareNames(copies[left].name, copies[right].name) == 0;
-    };
-    for (std::size_t at = 0; at < copies.size(); ++at) {
-        const bool before = at > 0 && sameCopy(at - 1, at);
-        const bool after = at + 1 < copies.size() && sameCopy(at, at + 1);
-        if (before || after) {
-            const RunRow other = run.rows.at(copies[before ? at - 1 : at + 1].row);
-            CFindings(findings[copies[at].row]).Add(kSameName, {other.entry.strOriginal});
-        }
+    for (const SameName& same : FindSameNames(std::move(copies), rules.compareNames)) {
+        const RunRow other = run.rows.at(same.otherRow);
+        CFindings(findings[same.row]).Add(kSameName, {other.entry.strOriginal});
     }
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "core/SameNames.h"
 #include "files/MapLine.h"
 #include "run/RunRecord.h"
 
@@ -12,8 +12,7 @@ struct FindingRules
 {
     MapEncoder encoder;  // of the map file's code page
     MapDecoder decode;   // the same
-    // Compares names as the file system does: negative, 0 or positive.
-    int (*compareNames)(std::wstring_view left, std::wstring_view right);
+    NameOrder compareNames;
 };
 
 // Why each row of a run needs attention, as sentences in the language of the process; none for a row that

@@ -25,9 +25,9 @@
 #include "resources/resource.h"
 #include "run/ConversionRun.h"
 #include "ui/AboutDlg.h"
-#include "ui/CommandMenu.h"
 #include "ui/DroppedFiles.h"
 #include "ui/FileDialogs.h"
+#include "ui/FurtherCommands.h"
 
 namespace {
 
@@ -75,24 +75,6 @@ constexpr Text kDropRefused{
     L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein einziger "
     L"Ordner ablegen.",
     L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped here."};
-constexpr Text kUndo{L"&Rückgängig", L"&Undo"};
-constexpr Text kUndoKey{L"Strg+Z", L"Ctrl+Z"};
-constexpr Text kRedo{L"Wieder&herstellen", L"&Redo"};
-constexpr Text kRedoKey{L"Strg+Y", L"Ctrl+Y"};
-constexpr Text kCopy{L"&Kopieren", L"&Copy"};
-constexpr Text kCopyKey{L"Strg+C", L"Ctrl+C"};
-constexpr Text kPaste{L"&Einfügen", L"&Paste"};
-constexpr Text kPasteKey{L"Strg+V", L"Ctrl+V"};
-constexpr Text kImport{L"&Importieren...", L"&Import..."};
-constexpr Text kExport{L"E&xportieren...", L"E&xport..."};
-constexpr Text kFind{L"&Suchen...", L"&Find..."};
-constexpr Text kFindKey{L"Strg+F", L"Ctrl+F"};
-constexpr Text kFindNext{L"&Weitersuchen", L"Find &next"};
-constexpr Text kFindNextKey{L"F3", L"F3"};
-constexpr Text kNextName{L"Nächsten Namen &prüfen", L"Chec&k next name"};
-constexpr Text kNoKey{L"", L""};
-constexpr Text kSelectAttention{L"&Auffällige Zeilen der letzten Umsetzung markieren",
-                                L"&Select what needs attention in the last conversion"};
 constexpr Text kOverwrite{
     L"Die Map-Datei '%1' existiert bereits in '%2\\Mapped'.\n\nSoll die Datei überschrieben werden?",
     L"The Map-File '%1' already exists in '%2\\Mapped'.\n\nDo you want to overwrite this file?"};
@@ -915,28 +897,26 @@ void CTalvenorDlg::OnFindNext()
 
 void CTalvenorDlg::OnMore()
 {
-    const bool hasRows = m_wndList.GetItemCount() > 0;
-    const auto ofTable = [this](int id, const Text& text, const Text& key) {
-        return MenuCommand{static_cast<UINT>(id), text, key, m_commands.IsPossible(id)};
-    };
-    constexpr MenuCommand kSeparator{0, kNoKey, kNoKey, true};
-    const std::array commands{
-        ofTable(IDM_UNDO, kUndo, kUndoKey),
-        ofTable(IDM_REDO, kRedo, kRedoKey),
-        kSeparator,
-        ofTable(IDM_COPY, kCopy, kCopyKey),
-        ofTable(IDM_PASTE, kPaste, kPasteKey),
-        kSeparator,
-        MenuCommand{IDM_FIND, kFind, kFindKey, hasRows},
-        MenuCommand{IDM_FIND_NEXT, kFindNext, kFindNextKey, hasRows},
-        MenuCommand{IDC_CHECK_NAMES, kNextName, kNoKey, m_status.HasNamesToCheck()},
-        kSeparator,
-        ofTable(IDM_IMPORT, kImport, kNoKey),
-        ofTable(IDM_EXPORT, kExport, kNoKey),
-        kSeparator,
-        MenuCommand{IDM_SELECT_ATTENTION, kSelectAttention, kNoKey, CanSelectAttention()}};
-    if (const UINT chosen = ShowCommandMenu(GetDlgItem(IDC_MORE), commands); chosen != 0) {
+    const UINT chosen =
+        ShowFurtherCommands(GetDlgItem(IDC_MORE), [this](UINT command) { return IsPossible(command); });
+    if (chosen != 0) {
         SendMessage(WM_COMMAND, chosen);
+    }
+}
+
+// Whether a command of that menu would do something now.
+bool CTalvenorDlg::IsPossible(UINT command) const
+{
+    switch (command) {
+        case IDM_FIND:
+        case IDM_FIND_NEXT:
+            return m_wndList.GetItemCount() > 0;
+        case IDC_CHECK_NAMES:
+            return m_status.HasNamesToCheck();
+        case IDM_SELECT_ATTENTION:
+            return CanSelectAttention();
+        default:
+            return m_commands.IsPossible(static_cast<int>(command));
     }
 }
 

@@ -106,6 +106,7 @@ private:
     void OnFind();
     void OnFindNext();
     void OnMore();
+    [[nodiscard]] bool IsPossible(UINT command) const;
     void OnReport();
     void OnSelectAttention();
     void OnStart();

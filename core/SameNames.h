@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+// A row of a table by its new name.
+struct NamedRow
+{
+    std::wstring name;
+    std::size_t row = 0;
+};
+
+// Two rows whose copies are one file.
+struct SameName
+{
+    std::size_t row = 0;
+    std::size_t otherRow = 0;
+};
+
+// Compares two names as the file system does: negative, 0 or positive.
+using NameOrder = int (*)(std::wstring_view left, std::wstring_view right);
+
+// Returns every row that shares its name, once, with a neighbour of its group; sorted by names. Takes n log n
+// time.
+[[nodiscard]] std::vector<SameName> FindSameNames(std::vector<NamedRow> rows, NameOrder compare);
