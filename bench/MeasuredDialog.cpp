@@ -13,7 +13,7 @@ class CBenchmarkApp : public CWinApp
 {
 public:
     explicit CBenchmarkApp(const std::function<void()>& work) : CWinApp(L"Talvenor"), m_work(work) {}
-    int m_nResult = 1;
+    int m_exitStatus = 1;
 
 protected:
     bool InitInstance() override
@@ -22,7 +22,7 @@ protected:
         const CResourceScope resources;
         try {
             m_work();
-            m_nResult = 0;
+            m_exitStatus = 0;
         } catch (const std::exception& error) {
             std::fprintf(stderr, "bench: %s\n", error.what());
         }
@@ -38,7 +38,7 @@ private:
 CMeasuredDialog::CMeasuredDialog(const std::wstring& partsFolder)
 {
     m_settings.SetPartsFolder(partsFolder);
-    // The two extra fields (%7, %8) keep new names unique.
+    // Unlike the default template with %7 and %8: some parts differ only in these fields.
     m_settings.SetTemplate(kColumnRenamed, L"%5%3_%4.%7%8.changed.%6");
     m_settings.SetTemplate(kColumnBomName, L"Norm %1 - %2");
     m_dialog.Create();
@@ -67,10 +67,11 @@ std::vector<UTtab_entry> CMeasuredDialog::Rows() const
     return rows;
 }
 
-int RunBench(const std::function<void()>& work)
+int RunInApplication(const std::function<void()>& work)
 {
     CBenchmarkApp app(work);
     app.Run();
+    // The test scopes report failures with EXPECT, here outside any test.
     const bool failed = testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed();
-    return failed ? 1 : app.m_nResult;
+    return failed ? 1 : app.m_exitStatus;
 }

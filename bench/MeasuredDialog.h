@@ -10,33 +10,34 @@
 #include "tests/support/ZelmarRegistry.h"
 #include "ui/TalvenorDlg.h"
 
-// The program's main dialog, operated by the commands that its buttons and menus send. It is modeless here,
-// so that the benchmark can measure between commands. Message boxes are recorded and answered without being
-// shown. Changes the registry settings, so use a Wine prefix of its own.
+// The program's main dialog, operated by the commands that its buttons and menus send. Modeless, so that
+// control returns to the benchmark after each command. Message boxes are recorded and answered without being
+// shown. While it lives, the program's registry settings are replaced; a crash leaves them so.
 class CMeasuredDialog
 {
 public:
-    // The dialog starts with the contents of this folder, which need not exist.
+    // The list starts with the folder's map file or, without one, its parts; empty if there is no such
+    // folder.
     explicit CMeasuredDialog(const std::wstring& partsFolder);
     CMeasuredDialog(const CMeasuredDialog&) = delete;
     CMeasuredDialog& operator=(const CMeasuredDialog&) = delete;
 
-    // Sends the command of the button.
     void Press(int id) const;
-    // Applies the template of column 1 or 2 to the selected rows, like the menu of the list.
+    // Applies the template of column 1 or 2 to the selected rows and returns when that is done.
     void ApplyTemplate(int column) const;
 
     [[nodiscard]] HWND Window() const { return m_dialog.m_hWnd; }
     [[nodiscard]] CConversionTable& Table() const { return *m_table; }
     [[nodiscard]] std::vector<UTtab_entry> Rows() const;
 
-    CZelmarRegistry m_settings;
     CMessageRecorder m_messages;
 
 private:
+    CZelmarRegistry m_settings;
     CTalvenorDlg m_dialog;
     CConversionTable* m_table;
 };
 
-// Does the work within an application object, which dialogs need. Returns the exit status.
-int RunBench(const std::function<void()>& work);
+// Runs `work` inside an application with OLE and resources. Returns the exit status: 1 after an exception or
+// a failed EXPECT of the test scopes.
+int RunInApplication(const std::function<void()>& work);

@@ -164,5 +164,5 @@ void Measure(int count, wchar_t** arguments)
 
 int wmain(int count, wchar_t** arguments)
 {
-    return count < 3 ? 2 : RunBench([count, arguments] { Measure(count, arguments); });
+    return count < 3 ? 2 : RunInApplication([count, arguments] { Measure(count, arguments); });
 }

@@ -321,7 +321,7 @@ int wmain(int count, wchar_t** arguments)
         std::fprintf(stderr, "usage: tablebench COMMAND ROWS PAIRS TABLE.tsv\n");
         return 2;
     }
-    return RunBench([arguments] {
+    return RunInApplication([arguments] {
         CTableBench(std::stoul(arguments[2]), arguments[4]).Measure(arguments[1], std::stoi(arguments[3]));
     });
 }

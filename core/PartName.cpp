@@ -13,7 +13,7 @@ constexpr std::wstring_view kFence = L"__";
 // Longer prefixes come before the shorter ones that they start with.
 constexpr std::array<std::wstring_view, 5> kPrefixes = {L"N_ISO_", L"N_ENISO_", L"N_EN_", L"N_", L"N"};
 
-// The positions of the three fences around the two extra fields.
+// The positions of the three fences ("__") that delimit the two extra fields.
 struct ExtraBlock
 {
     std::size_t first;
@@ -37,6 +37,7 @@ std::wstring_view Extension(std::wstring_view fileName)
     return dot == std::wstring_view::npos ? std::wstring_view() : fileName.substr(dot + 1);
 }
 
+// The text between the prefix and the last dot; empty without a dot.
 std::wstring_view Core(std::wstring_view fileName, std::size_t prefixLength)
 {
     const std::size_t dot = fileName.rfind(L'.');
@@ -56,8 +57,8 @@ std::wstring_view NumberOf(std::wstring_view core)
     return core.substr(0, core.find(L'_'));
 }
 
-// A block has exactly three fences, counted from the left without overlap: in "___" the first two underscores
-// are the fence.
+// A name has a block only if it contains exactly three fences, counted from the left without overlap: in
+// "___" the fence is the first two underscores.
 std::optional<ExtraBlock> FindExtraBlock(std::wstring_view fileName)
 {
     std::array<std::size_t, 3> fences{};
@@ -88,7 +89,7 @@ std::wstring WithoutBlock(std::wstring_view fileName, const ExtraBlock& block)
     return text;
 }
 
-// `fileName`: without an extra block.
+// The text between the first underscore behind the prefix and the last dot. `fileName` has no extra block.
 std::wstring_view SizeOf(std::wstring_view fileName, std::size_t prefixLength)
 {
     fileName.remove_prefix(std::min(prefixLength, fileName.size()));

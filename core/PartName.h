@@ -4,16 +4,16 @@
 #include <string_view>
 
 // What the templates' fill-ins stand for, taken from a standard-part file name. %2, the configuration name,
-// is not in the file name.
+// is not in the file name. Without a known prefix %1, %3 and %5 are empty.
 struct PartNameValues
 {
     std::wstring strNumDigits;  // %1: the digits at the start of strNumber
-    std::wstring strNumber;     // %3: text between prefix and next underscore, usually the standard number
+    std::wstring strNumber;     // %3: from the prefix to the next underscore or the last dot
     std::wstring strSize;       // %4: size or variant
-    std::wstring strPrefix;     // %5: prefix with its underscore, such as N_ISO_, in upper case
+    std::wstring strPrefix;     // %5: the prefix in upper case: N_ISO_, N_ENISO_, N_EN_, N_ or N
     std::wstring strExt;        // %6: extension without the dot
-    std::wstring strExtra1;     // %7: a in the block __a__b__
-    std::wstring strExtra2;     // %8: b in it
+    std::wstring strExtra1;     // %7: X in the block __X__Y__
+    std::wstring strExtra2;     // %8: Y in the same block
 
     bool operator==(const PartNameValues&) const = default;
 };
@@ -25,7 +25,7 @@ public:
     // Never fails: a piece that the name lacks is empty.
     [[nodiscard]] static PartNameValues SplitPartName(std::wstring_view fileName);
 
-    // The same; the strings of `values` keep their memory, which saves allocations.
+    // The same, into `values`, whose strings keep their memory.
     static void SplitPartName(std::wstring_view fileName, PartNameValues& values);
 
     // Skips prefix.size() characters, whatever they are, and returns the ASCII digits that follow, up to the

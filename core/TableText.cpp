@@ -9,7 +9,7 @@
 namespace {
 
 constexpr wchar_t kQuote = L'"';
-constexpr std::array kSeparators{kTab, L';', L','};  // the first one is taken in case of doubt
+constexpr std::array kSeparators{kTab, L';', L','};  // ties go to the earlier one
 constexpr int kExaminedRows = 20;
 constexpr std::size_t kColumns = 3;
 
@@ -192,7 +192,7 @@ void AppendTableRow(std::wstring& text, const std::vector<std::wstring>& cells, 
 
 CTableReader::CTableReader(std::wstring_view text) : m_text(text)
 {
-    Begin(FindSeparator());
+    Restart(FindSeparator());
 }
 
 // A separator that cuts each of the first rows into the table's columns is the right one. Otherwise the one
@@ -202,7 +202,7 @@ wchar_t CTableReader::FindSeparator()
     wchar_t best = kTab;
     int highest = std::numeric_limits<int>::min();
     for (const wchar_t separator : kSeparators) {
-        const int score = TrySeparator(separator);
+        const int score = ScoreOf(separator);
         if (score > highest) {
             best = separator;
             highest = score;
@@ -212,11 +212,11 @@ wchar_t CTableReader::FindSeparator()
 }
 
 // A quote that encloses nothing counts against the separator: it is likely to have cut a quoted cell.
-int CTableReader::TrySeparator(wchar_t separator)
+int CTableReader::ScoreOf(wchar_t separator)
 {
     constexpr int kPerfect = std::numeric_limits<int>::max();
     constexpr int kMostCuts = static_cast<int>(kColumns) - 1;
-    Begin(separator);
+    Restart(separator);
     std::vector<std::wstring> cells;
     int score = 0;
     int rows = 0;
@@ -227,7 +227,7 @@ int CTableReader::TrySeparator(wchar_t separator)
     return score == rows * kMostCuts ? kPerfect : score;
 }
 
-void CTableReader::Begin(wchar_t separator)
+void CTableReader::Restart(wchar_t separator)
 {
     m_at = 0;
     m_separator = separator;
@@ -238,7 +238,7 @@ void CTableReader::Begin(wchar_t separator)
 bool CTableReader::ReadRow(std::vector<std::wstring>& cells, std::size_t limit)
 {
     while (m_at < m_text.size()) {
-        ReadLine(cells, limit);
+        ReadRowCells(cells, limit);
         if (HasText(cells)) {
             return true;
         }
@@ -246,7 +246,7 @@ bool CTableReader::ReadRow(std::vector<std::wstring>& cells, std::size_t limit)
     return false;
 }
 
-void CTableReader::ReadLine(std::vector<std::wstring>& cells, std::size_t limit)
+void CTableReader::ReadRowCells(std::vector<std::wstring>& cells, std::size_t limit)
 {
     for (std::size_t column = 0;; ++column) {
         if (column < limit) {
@@ -258,7 +258,7 @@ void CTableReader::ReadLine(std::vector<std::wstring>& cells, std::size_t limit)
         }
         ++m_at;
     }
-    m_at = std::min(m_at + 1, m_text.size());  // the empty row between CR and LF is skipped
+    m_at = std::min(m_at + 1, m_text.size());  // after CR, its LF ends an empty row, which ReadRow skips
 }
 
 void CTableReader::ReadCell(std::wstring& cell)

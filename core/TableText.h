@@ -5,35 +5,33 @@
 #include <string_view>
 #include <vector>
 
-// Tables as the text that spreadsheets exchange: on the clipboard with tabs, in CSV files with semicolons or
-// commas.
+// Tables as the text that spreadsheets exchange: separated by tabs on the clipboard, and by semicolons,
+// commas or tabs in files.
 
 inline constexpr wchar_t kTab = L'\t';
 
-// Appends a row, which ends in CR LF. A cell that would be read differently is enclosed in quotes, with its
-// own quotes doubled.
+// Appends a row, which ends in CR LF. A cell with a quote, a line break or the separator (in CSV, with any
+// of the three separators) is enclosed in quotes, its own quotes doubled.
 void AppendTableRow(std::wstring& text, const std::vector<std::wstring>& cells, wchar_t separator);
 
 // Reads the rows of such a text, which must outlive the reader. The separator (tab, semicolon or comma) is
-// found from the first rows. Rows end in CR LF, CR or LF. A quote encloses a cell only from its first to its
-// last character; any other quote is text. The time is linear in the length of the text.
+// inferred from the first rows. Rows end in CR LF, CR or LF. Quotes enclose a cell only as its first and last
+// character, with every quote between them doubled; otherwise they are text. The time is linear in the length
+// of the text.
 class CTableReader
 {
 public:
     explicit CTableReader(std::wstring_view text);
 
-    // Replaces `cells` by those of the next row that has any text, up to `limit` of them. Returns false at
-    // the end of the text.
+    // Replaces `cells` by the first `limit` cells of the next row that has text in one of them. Returns false
+    // at the end of the text.
     bool ReadRow(std::vector<std::wstring>& cells, std::size_t limit);
-
-    // Returns the separator; a tab when the text has none.
-    [[nodiscard]] wchar_t Separator() const { return m_separator; }
 
 private:
     [[nodiscard]] wchar_t FindSeparator();
-    [[nodiscard]] int TrySeparator(wchar_t separator);
-    void Begin(wchar_t separator);
-    void ReadLine(std::vector<std::wstring>& cells, std::size_t limit);
+    [[nodiscard]] int ScoreOf(wchar_t separator);
+    void Restart(wchar_t separator);
+    void ReadRowCells(std::vector<std::wstring>& cells, std::size_t limit);
     void ReadCell(std::wstring& cell);
     bool ReadQuoted(std::wstring& cell);
     [[nodiscard]] bool IsEndOfCell(std::size_t at) const;
@@ -42,14 +40,16 @@ private:
     std::size_t m_at = 0;
     wchar_t m_separator = kTab;
     std::wstring m_ends;     // the characters that end a cell
-    std::wstring m_ignored;  // of a cell beyond the limit
-    int m_plainQuotes = 0;   // cells read that have quotes without being enclosed in them
+    std::wstring m_ignored;  // takes the text of the cells beyond the limit
+    int m_plainQuotes =
+        0;  // of the row, while the separator is inferred: cells with quotes that enclose nothing
 };
 
-// Decodes UTF-16 with a byte order mark, and UTF-8 with or without one. None when there is no mark and the
-// bytes are not UTF-8. Invalid bytes after a mark become U+FFFD. Each UTF-16 code unit is one wchar_t, also
-// where wchar_t has 32 bits.
+// Decodes UTF-16 with a byte order mark, and UTF-8 with or without one. Returns nullopt when there is no
+// mark and the bytes are not UTF-8. After a mark, invalid UTF-8 and the odd last byte of UTF-16 become
+// U+FFFD; unpaired surrogates stay. Each UTF-16 code unit is one wchar_t, even where wchar_t has 32 bits.
 [[nodiscard]] std::optional<std::wstring> DecodeUnicode(std::string_view bytes);
 
-// Returns the text in UTF-8, after a byte order mark: without one, spreadsheets take the ANSI code page.
+// Returns the text in UTF-8 with a byte order mark, without which spreadsheets assume the ANSI code page.
+// Unpaired surrogates become U+FFFD.
 [[nodiscard]] std::string EncodeUtf8WithMark(std::wstring_view text);

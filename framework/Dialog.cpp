@@ -1,6 +1,7 @@
 #include "framework/Dialog.h"
 
 #include <array>
+#include <utility>
 
 #include "framework/ResourceHandle.h"
 #include "framework/WinApp.h"
@@ -197,5 +198,26 @@ void CDialog::RunModalLoop()
         ShowWindow(SW_SHOWNORMAL);
     }
     while (!m_ending && CWinApp::PumpMessage()) {
+        CallIdle();
+    }
+}
+
+// Wakes the loop: a message that another program sends does not end its wait ("GetMessage function"). Under
+// Wine something else ends it soon after, so no test shows it.
+void CDialog::RequestIdle()
+{
+    if (!std::exchange(m_idleRequested, true)) {
+        PostMessage(WM_NULL);
+    }
+}
+
+void CDialog::CallIdle()
+{
+    MSG next{};
+    const bool isIdle =
+        m_idleRequested && !m_ending && PeekMessageW(&next, nullptr, 0, 0, PM_NOREMOVE) == FALSE;
+    if (isIdle) {
+        m_idleRequested = false;
+        Guard([this] { OnIdle(); });
     }
 }

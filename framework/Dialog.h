@@ -39,6 +39,12 @@ protected:
     // The size of the client area in the dialog template, in dialog units.
     [[nodiscard]] SIZE TemplateSize() const;
 
+    // Has OnIdle called by the modal loop, once, as soon as no message is left in the queue.
+    void RequestIdle();
+    virtual void OnIdle() {}
+    // Calls OnIdle if that is due.
+    void CallIdle();
+
     // Ends the modal loop when the current handler returns.
     void EndDialog(INT_PTR result);
 
@@ -56,5 +62,6 @@ private:
     UINT m_templateId;
     CWnd* m_owner;
     bool m_ending = false;
+    bool m_idleRequested = false;
     INT_PTR m_result = -1;
 };

@@ -7,7 +7,7 @@
 
 class CWnd;
 
-// A row of a window class's message table: a message and its handler. OnMessage, OnCommand, OnNotify and
+// A row of a window class's message map: a message and its handler. OnMessage, OnCommand, OnNotify and
 // OnReflectedNotify below make rows and check the handler's signature.
 struct MessageEntry
 {

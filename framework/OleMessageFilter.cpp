@@ -6,6 +6,7 @@
 #include "framework/MessageBox.h"
 #include "framework/PendingMessages.h"
 #include "framework/ScopeExit.h"
+#include "framework/WinApp.h"
 
 namespace {
 
@@ -193,8 +194,9 @@ void COleMessageFilter::AskUser()
 {
     m_asking = true;
     const CScopeExit asked([this] { m_asking = false; });
-    const int answer = ShowMessage(m_handler->Question(), MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2);
-    m_confirmed = answer == IDYES;
+    // While the session ends no box is shown, and the run is to end: nobody waits for this call any more.
+    m_confirmed = CWinApp::IsSessionEnding() ||
+                  ShowMessage(m_handler->Question(), MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2) == IDYES;
     m_answeredAt = Now();
     if (m_confirmed) {
         MakeComAskAgain();

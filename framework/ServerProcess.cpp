@@ -164,6 +164,7 @@ void CServerProcess::EndConnect(bool connected)
     } else {
         Forget();
     }
+    static_cast<void>(IsOurs());  // unties one that was shown while it started
 }
 
 bool CServerProcess::IsOurs()

@@ -105,18 +105,15 @@ void CWinApp::PumpPendingMessage()
     constexpr MessageRange kAnything{0, 0};
     constexpr std::array kKeysFirst{kKeys, kButtons, kFrameButtons, kAllKeys, kAnything};
     constexpr std::array kButtonsFirst{kButtons, kFrameButtons, kKeys, kAllKeys, kAnything};
-    // In turns, so that a click does not wait behind a key that repeats.
-    static bool s_keysFirst = true;
     ReturnHeldInput();
     MSG message{};
-    for (const MessageRange& range : s_keysFirst || IsEscapeNextKey() ? kKeysFirst : kButtonsFirst) {
+    // A click is a press and a release: behind a key that repeats, it would take four calls.
+    for (const MessageRange& range : IsEscapeNextKey() ? kKeysFirst : kButtonsFirst) {
         if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
-            s_keysFirst = message.message != WM_KEYDOWN;
             DispatchUnlessQuit(message);
             return;
         }
     }
-    s_keysFirst = true;
 }
 
 void CWinApp::DropPendingInput()

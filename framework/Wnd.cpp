@@ -14,15 +14,15 @@
 
 namespace {
 
-// A subclassed window.
+// What a subclassed window is bound to.
 struct Binding
 {
-    CWnd* object;  // null when the object was unbound while another procedure was subclassed on top of ours
+    CWnd* object;  // null if the object was unbound while a later subclass procedure was installed over ours
     WNDPROC previous;
 };
 
-// Looked up for every message; thread_local is a function call with GCC for Windows. The program has its
-// windows on one thread.
+// Not thread_local: with GCC for Windows each access would be a function call, for every message. All windows
+// are on one thread.
 std::unordered_map<HWND, Binding>& Bindings()
 {
     static std::unordered_map<HWND, Binding> bindings;
@@ -39,10 +39,10 @@ void SetProcedure(HWND window, WNDPROC procedure)
     SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
 }
 
-// The C++ library's exceptions carry the system's texts in the ANSI code page.
+// For what() of exceptions: messages of the system stand there in the ANSI code page.
 std::wstring DecodeAnsi(std::string_view text)
 {
-    std::wstring decoded(text.size(), L'\0');  // no byte gives more than one character
+    std::wstring decoded(text.size(), L'\0');  // a byte never decodes to more than one code unit
     const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
                                            decoded.data(), static_cast<int>(decoded.size()));
     decoded.resize(static_cast<std::size_t>(length));
@@ -74,7 +74,7 @@ bool CWnd::SubclassWindow(HWND window)
         return false;
     }
     const auto [binding, isNew] = Bindings().try_emplace(window, Binding{this, ProcedureOf(window)});
-    binding->second.object = this;
+    binding->second.object = this;  // the entry may be that of an object that was unbound
     m_hWnd = window;
     m_previousProcedure = binding->second.previous;
     if (isNew) {
@@ -180,7 +180,6 @@ bool CWnd::OnCommand(WPARAM wParam, LPARAM lParam)
     return true;
 }
 
-// A handler of the sender comes first.
 LRESULT CWnd::OnNotify(WPARAM wParam, LPARAM lParam)
 {
     const NMHDR& header = *reinterpret_cast<const NMHDR*>(lParam);
@@ -206,7 +205,7 @@ LRESULT CWnd::Default()
 LRESULT CWnd::DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam) const
 {
     if (m_hWnd == nullptr) {
-        return 0;  // a handler destroyed the window
+        return 0;  // a handler destroyed or unbound the window
     }
     return CallWindowProcW(m_previousProcedure, m_hWnd, message, wParam, lParam);
 }
@@ -214,7 +213,7 @@ LRESULT CWnd::DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam) cons
 std::wstring CWnd::TextOf(HWND window)
 {
     std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
-    // The text may be shorter than announced ("GetWindowTextLengthW function").
+    // The length may be an overestimate ("GetWindowTextLengthW function").
     const int length = ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1);
     text.resize(static_cast<std::size_t>(length));
     return text;
@@ -234,7 +233,7 @@ LRESULT CALLBACK CWnd::SubclassProc(HWND window, UINT message, WPARAM wParam, LP
         Bindings().erase(window);
         const LRESULT result = CallWindowProcW(binding.previous, window, message, wParam, lParam);
         if (binding.object != nullptr) {
-            binding.object->PostNcDestroy();
+            Guard([&binding] { binding.object->PostNcDestroy(); });
         }
         return result;
     }
@@ -249,14 +248,14 @@ LRESULT CWnd::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
     m_current = {message, wParam, lParam};
     LRESULT result = 0;
     Guard([&] { result = WindowProc(message, wParam, lParam); });
-    // A handler may have destroyed the window, and PostNcDestroy this object.
+    // By now a handler may have destroyed the window, and PostNcDestroy may have deleted this object.
     if (FromHandle(window) == this) {
         m_current = outer;
     }
     return result;
 }
 
-void CWnd::ReportException()
+void CWnd::ReportException() noexcept
 {
     try {
         throw;

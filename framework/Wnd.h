@@ -9,9 +9,9 @@
 
 class CDataExchange;
 
-// A window. An object is bound to a window by subclassing: WindowProc then handles the window's messages by
-// the message table and passes the others on to the previous procedure. Members that wrap a function or
-// message of the system have its name. For use on the window's thread only.
+// A window. An object is bound to a window by subclassing: WindowProc then handles the window's messages, all
+// but WM_NCDESTROY, by the message map and passes the others on to the previous procedure. Members that wrap
+// a function or message of the system have its name. All bound windows must be on one thread.
 class CWnd
 {
 public:
@@ -38,15 +38,16 @@ public:
     HWND UnsubclassWindow();
 
     // Creates a child window without a text (CreateWindowExW), at `place` in the parent's client coordinates,
-    // and binds this object to it. Returns false on failure.
+    // and binds this object, which must be unbound, to it. Returns false on failure.
     bool CreateChild(const wchar_t* windowClass, DWORD style, const RECT& place, const CWnd& parent, int id);
 
-    // The object is unbound when the call returns.
+    // Destroys the window, which unbinds the object. Returns false, and keeps both, on failure.
     virtual bool DestroyWindow();
 
     // Called before a queued message is dispatched, for its window and each parent up to the top-level
     // window, until one returns true, having handled it.
     virtual bool PreTranslateMessage(MSG& message);
+    // Offers the message to its window and each parent in this way.
     static bool WalkPreTranslateTree(MSG& message);
 
     // Copies the controls into the members (`save`) or the members into the controls, by DoDataExchange.
@@ -54,7 +55,7 @@ public:
     bool UpdateData(bool save);
 
     [[nodiscard]] HWND GetDlgItem(int id) const { return ::GetDlgItem(m_hWnd, id); }
-    [[nodiscard]] std::wstring GetDlgItemText(int id) const { return TextOf(GetDlgItem(id)); }  // WM_GETTEXT
+    [[nodiscard]] std::wstring GetDlgItemText(int id) const { return TextOf(GetDlgItem(id)); }
     void SetDlgItemText(int id, const std::wstring& text) const
     {
         ::SetDlgItemTextW(m_hWnd, id, text.c_str());
@@ -79,10 +80,10 @@ public:
     }
 
 protected:
-    // The class's message table, chained to that of its base class.
+    // The class's message map, chained to that of its base class.
     [[nodiscard]] virtual const MessageMap* GetMessageMap() const;
 
-    // Calls the handler in the message table, or else Default.
+    // Calls the handler in the message map, or else Default.
     virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
 
     // WM_COMMAND. Returns true when it was handled.
@@ -96,8 +97,9 @@ protected:
     // Called after WM_NCDESTROY, with the object unbound; an object that owns itself deletes itself here.
     virtual void PostNcDestroy() {}
 
-    // Runs an action and shows its exceptions to the user: none may propagate through the system's stack
-    // frames, so every callback of the system runs its code in here.
+    // Runs an action and shows its exceptions to the user, or ends the program at an exception of a foreign
+    // type: none may propagate through the system's stack frames, so window and dialog procedures run
+    // handlers in here.
     template <class Action>
     static void Guard(Action&& action)
     {
@@ -115,7 +117,7 @@ protected:
     LRESULT DefaultWindowProc(UINT message, WPARAM wParam, LPARAM lParam) const;
 
 private:
-    static void ReportException();
+    static void ReportException() noexcept;
     static LRESULT CALLBACK SubclassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
 

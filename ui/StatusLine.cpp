@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr UINT_PTR kTimer = 1;
-constexpr UINT kDelay = 100;  // milliseconds
-
 constexpr Text kNumbers{L"Zeilen: %1   Vorgemerkt: %2   Ausgewählt: %3",
                         L"Rows: %1   Marked: %2   Selected: %3"};
 constexpr Text kCheckNames{L"Namen &prüfen: %1", L"Chec&k names: %1"};
@@ -35,7 +32,7 @@ void CStatusLine::OnNotify(const NMHDR& header)
 {
     switch (header.code) {
         case LVN_ITEMCHANGED:
-            Schedule();
+            m_requestUpdate();
             break;
         case LVN_INSERTITEM:
         case LVN_DELETEITEM:
@@ -50,26 +47,17 @@ void CStatusLine::OnNotify(const NMHDR& header)
 void CStatusLine::NamesChanged()
 {
     m_namesChanged = true;
-    Schedule();
+    m_requestUpdate();
 }
 
-void CStatusLine::Schedule()
-{
-    if (!m_scheduled && m_dialog != nullptr) {
-        m_scheduled = SetTimer(m_dialog, kTimer, kDelay, nullptr) != 0;
-    }
-}
-
-void CStatusLine::OnTimer(WPARAM timer)
-{
-    if (timer == kTimer) {
-        KillTimer(m_dialog, kTimer);
-        m_scheduled = false;
-        Update();
-    }
-}
-
+// Counts first: an update that was requested before would replace the text.
 void CStatusLine::Say(const std::wstring& text)
+{
+    Update();
+    Show(text);
+}
+
+void CStatusLine::Show(const std::wstring& text) const
 {
     SetDlgItemTextW(m_dialog, IDC_STATUS_TEXT, text.c_str());
 }
@@ -87,7 +75,7 @@ void CStatusLine::Update()
                                               std::to_wstring(m_table.GetSelectedCount())});
     if (numbers != m_numbers) {
         m_numbers = numbers;
-        Say(numbers);
+        Show(numbers);
     }
 }
 
@@ -123,7 +111,6 @@ void CStatusLine::GoToNextName()
         next = m_toCheck.begin();
     }
     m_table.SelectOnly(next->row);
-    Update();
     Say(Problem(*next));
 }
 

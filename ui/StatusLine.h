@@ -2,19 +2,25 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/ConversionTable.h"
 #include "files/NamesToCheck.h"
 
 // The line below the list: the numbers of rows, of pending and of selected rows, and a button that goes to
-// the next name to check, shown while there is one. It is brought up to date a moment after the last command:
+// the next name to check, shown while there is one. It is brought up to date when the queue is empty:
 // commands change thousands of rows one by one.
 class CStatusLine
 {
 public:
-    explicit CStatusLine(const CConversionTable& table) : m_table(table) {}
+    // requestUpdate: has Update called soon, once for any number of requests.
+    CStatusLine(const CConversionTable& table, std::function<void()> requestUpdate)
+        : m_table(table), m_requestUpdate(std::move(requestUpdate))
+    {
+    }
 
     // Call it once, when the dialog has its controls.
     void Begin(HWND dialog);
@@ -25,8 +31,8 @@ public:
     // The texts of rows may have changed.
     void NamesChanged();
 
-    // Handles the dialog's WM_TIMER.
-    void OnTimer(WPARAM timer);
+    // Counts, and shows the numbers if they have changed.
+    void Update();
 
     // Shows a text in place of the numbers until the selection or a row changes.
     void Say(const std::wstring& text);
@@ -38,15 +44,14 @@ public:
     void GoToNextName();
 
 private:
-    void Schedule();
-    void Update();
+    void Show(const std::wstring& text) const;
     void FindNames();
     [[nodiscard]] std::wstring Problem(const NameToCheck& name) const;
 
     const CConversionTable& m_table;
+    std::function<void()> m_requestUpdate;
     HWND m_dialog = nullptr;
     std::vector<NameToCheck> m_toCheck;
     std::wstring m_numbers;
-    bool m_scheduled = false;
     bool m_namesChanged = false;
 };

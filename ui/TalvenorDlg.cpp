@@ -133,9 +133,7 @@ bool CTalvenorDlg::OnInitDialog()
     PrepareList();
     m_layout.FitIntoWorkArea();  // at 150 % the template is higher than a screen of 1366 x 768
     ReadFolders();
-    if (!m_strInstallDir.empty()) {
-        m_strHelpFile = JoinPath(m_strInstallDir, kHelpDocument.Current());
-    }
+    m_strHelpFile = JoinPath(m_strInstallDir, kHelpDocument.Current());
     FillVersions();
     m_status.Begin(m_hWnd);
     m_taskbar.Attach(m_hWnd);
@@ -412,7 +410,6 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
         OnMessage<&Self::OnDpiChanged>(WM_DPICHANGED),
         OnMessage<&Self::OnGetMinMaxInfo>(WM_GETMINMAXINFO),
         OnMessage<&Self::OnHelp>(WM_HELP),
-        OnMessage<&Self::OnTimer>(WM_TIMER),
         OnMessage<&Self::OnDropFiles>(WM_DROPFILES),
         OnMessage<&Self::OnListChanged>(WM_LISTCHANGED),
         OnMessage<&Self::OnDeleteSelected>(WM_DELETESELECTED),
@@ -660,12 +657,6 @@ void CTalvenorDlg::OnGetMinMaxInfo(MINMAXINFO& limits)
 void CTalvenorDlg::OnListChanged()
 {
     MarkListChanged(true);
-}
-
-LRESULT CTalvenorDlg::OnTimer(WPARAM wParam, LPARAM)
-{
-    m_status.OnTimer(wParam);
-    return 0;
 }
 
 LRESULT CTalvenorDlg::OnDropFiles(WPARAM wParam, LPARAM)
@@ -997,6 +988,8 @@ void CTalvenorDlg::OnSelectAttention()
 
 void CTalvenorDlg::OnHelp()
 {
-    const std::wstring document = PathExists(m_strHelpFile) ? m_strHelpFile : OwnManual();
+    // Without a program folder that path would lead to another computer.
+    const bool hasLibrary = !m_strInstallDir.empty() && PathExists(m_strHelpFile);
+    const std::wstring document = hasLibrary ? m_strHelpFile : OwnManual();
     ShellExecuteW(m_hWnd, L"open", document.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }

@@ -41,6 +41,7 @@ protected:
     void DoDataExchange(CDataExchange& exchange) override;
     bool OnInitDialog() override;
     LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void OnIdle() override { m_status.Update(); }
     void OnOK() override {}  // Enter never closes the window
 
 private:
@@ -87,7 +88,6 @@ private:
     void Arrange();
     void OnGetMinMaxInfo(MINMAXINFO& limits);
     void OnListChanged();
-    LRESULT OnTimer(WPARAM wParam, LPARAM lParam);
     LRESULT OnDropFiles(WPARAM wParam, LPARAM lParam);
     LRESULT OnApplyTemplate(WPARAM wParam, LPARAM lParam);
 
@@ -129,7 +129,7 @@ private:
 
     CStatic m_wndStatusFrame;
     CConvList m_wndList;
-    CStatusLine m_status{m_wndList};
+    CStatusLine m_status{m_wndList, [this] { RequestIdle(); }};
     CFindBar m_wndFind{m_wndList, m_status};
     CTableRecorder m_recorder{m_wndList, *this};
     CTableCommands m_commands{m_wndList, m_recorder};
@@ -145,7 +145,7 @@ private:
     std::wstring m_strProgId;
     CServerProcess m_cadServer;
     CTaskbarProgress m_taskbar;
-    std::wstring m_strHelpFile;  // the library's; empty when the program folder is not known
+    std::wstring m_strHelpFile;  // the library's
     UniqueIcon m_icon;
     UniqueIcon m_smallIcon;
 

@@ -40,7 +40,7 @@ protected:
 
     // While a call waits, Wine's COM wakes for posted messages only, and takes the one by which the program
     // makes it ask the filter again without asking; so messages that do nothing are posted to the program.
-    // Repeatedly, as a box that is closing takes them, too. Windows needs none.
+    // Repeatedly, as a box that is closing takes them, too. Windows needs none (from knowledge).
     static bool WakeUntil(const CProgramUnderTest& program, const std::function<bool()>& condition)
     {
         constexpr DWORD kPause = 200;  // milliseconds

@@ -117,11 +117,11 @@ TEST_F(ServerEndTest, AKilledProgramLeavesNoServerThatItStarted)
     }
 }
 
-// Its user may work in it. The program looks for the window after each part.
+// Its user may work in it. The stand-in shows the window before it is connected.
 TEST_F(ServerEndTest, AKilledProgramLeavesAServerWithAMainWindow)
 {
-    AddParts(2);
-    m_server.SetScript("window\nfault file=2.sldprt call=GetConfiguration hang\n");
+    AddParts(1);
+    m_server.SetScript("window\nfault call=GetConfiguration hang\n");
     {
         const CProgramUnderTest program;
         program.Click(IDC_START);

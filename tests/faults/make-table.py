@@ -31,13 +31,15 @@ The expected results come from a simple model of the run, which shares no code w
 
 A run makes 44 automation calls, counted by hand and in the server's log; each kind of fault hits every one of them in
 turn. Server processes really end and start if the fault is the end of a server, if a server lingers, hangs or starts
-slowly, or if there is one process per connection. With the other kinds one process stays for all sessions (`stay` in tests/cadserver/README.md). The program cannot tell the
-difference: calls on objects of an ended session fail, and the log shows that there are none.
+slowly, or if there is one process per connection. With the other kinds one process stays for all sessions (`stay` in
+tests/cadserver/README.md). The program cannot tell the difference: calls on objects of an ended session fail, and the log
+shows that there are none.
 
 A server that lingers is still reached after it was asked to end, and refuses every call. It may not be reached again by a
 run that started it. One that hangs is given up by a user who presses a key: the program asks after 0.1 s instead of the
-minute of the real one, and the answer is Yes. Wine waits on for a call that its client cancels, so only servers that the
-run started hang.
+minute of the real one, and the answer is Yes. Messages that do nothing are posted to the program meanwhile: Wine takes the
+one by which it makes COM ask again. Wine waits on for a call that its client cancels, so only servers that the run started
+hang.
 
 Each run copies three files; faults of names, paths and disks use runs that only copy. For read and write errors, and
 attributes that cannot be changed, the test redirects functions that the program imports, and makes them fail for one

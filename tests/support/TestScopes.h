@@ -30,7 +30,7 @@ private:
     int m_before;
 };
 
-// The function answers message boxes until the end of the scope.
+// Has the function answer message boxes until the end of the scope.
 class CListenerScope
 {
 public:

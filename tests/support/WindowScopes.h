@@ -191,6 +191,7 @@ template <class Dialog>
 class CWorked : public Dialog
 {
 public:
+    using Dialog::CallIdle;
     using Dialog::Dialog;
     using Dialog::EndDialog;
     using Dialog::IsEnding;

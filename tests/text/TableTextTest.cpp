@@ -38,7 +38,7 @@ TEST(AppendTableRow, SeparatesCellsAndEndsTheRow)
     EXPECT_EQ(Written({{L"a", L"b", L"c"}}, L';'), L"a;b;c\r\n");
 }
 
-TEST(AppendTableRow, QuotesWhatWouldBeReadDifferently)
+TEST(AppendTableRow, QuotesCellsWithSeparatorsQuotesOrLineBreaks)
 {
     EXPECT_EQ(Written({{L"a;b", L"c,d", L"e\tf"}}, L';'), L"\"a;b\";\"c,d\";\"e\tf\"\r\n");
     EXPECT_EQ(Written({{L"1/4\" pipe", L"a\rb", L"a\nb"}}, L','), L"\"1/4\"\" pipe\",\"a\rb\",\"a\nb\"\r\n");

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <initguid.h>
+#include <initguid.h>  // makes oleacc.h define its GUIDs here
 
 #include <oleacc.h>
 
@@ -10,8 +10,6 @@
 
 #include "framework/ComPointers.h"
 #include "tests/windows/ConvListScopes.h"
-
-// Names for screen readers.
 
 DECLARE_COM_POINTER(IAccessible);
 DECLARE_COM_POINTER(IAccPropServices);
@@ -23,7 +21,7 @@ std::wstring AccessibleNameOf(HWND window, long child = CHILDID_SELF)
     IAccessiblePtr object;
     if (FAILED(AccessibleObjectFromWindow(window, static_cast<DWORD>(OBJID_CLIENT), IID_IAccessible,
                                           reinterpret_cast<void**>(&object)))) {
-        return L"(none)";
+        return L"(no object)";
     }
     _bstr_t name;
     object->get_accName(_variant_t(child), name.GetAddress());
@@ -37,10 +35,13 @@ protected:
     {
         IAccPropServicesPtr services;
         services.CreateInstance(CLSID_AccPropServices, nullptr, CLSCTX_INPROC_SERVER);
-        if (services == nullptr ||
-            services->SetHwndPropStr(m_window.m_hWnd, static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF,
-                                     PROPID_ACC_NAME, L"x") == E_NOTIMPL) {
-            GTEST_SKIP() << "skipped: this system takes no accessible names from programs, as Wine does not";
+        ASSERT_NE(services, nullptr);
+        const CPlainWindow window;
+        const HRESULT status = services->SetHwndPropStr(window.m_hWnd, static_cast<DWORD>(OBJID_CLIENT),
+                                                        CHILDID_SELF, PROPID_ACC_NAME, L"x");
+        ClearAccessibleName(window.m_hWnd);
+        if (status == E_NOTIMPL) {
+            GTEST_SKIP() << "skipped: this system ignores accessible names that programs set, as Wine does";
         }
     }
 
@@ -56,7 +57,7 @@ TEST_F(AccessibleName, IsWhatWasSetUntilItIsCleared)
     EXPECT_EQ(AccessibleNameOf(edit), L"");
 }
 
-TEST_F(AccessibleName, OfACellEditorIsColumnAndPart)
+TEST_F(AccessibleName, OfACellEditorIsColumnHeadingAndPartFile)
 {
     CListWindow window;
     LVCOLUMNW header{};
@@ -68,18 +69,19 @@ TEST_F(AccessibleName, OfACellEditorIsColumnAndPart)
     EXPECT_EQ(AccessibleNameOf(window.Editor()), L"Renamed to... N_3.sldprt");
 }
 
-TEST_F(AccessibleName, OfARowIsThatOfTheRowThatIsThereNow)
+TEST_F(AccessibleName, OfARowIsCurrentAfterRowsWereDeleted)
 {
     const CLanguageScope german(1);
     const CListWindow window;
     const HWND list = window.m_list.m_hWnd;
     SetAccessibleRowNames(list, [&window](int row) { return window.m_list.SpokenName(row); });
-    EXPECT_EQ(AccessibleNameOf(list, 2), L"N_1.sldprt, umgesetzt");
+    constexpr long kSecondRow = 2;  // children are counted from 1
+    EXPECT_EQ(AccessibleNameOf(list, kSecondRow), L"N_1.sldprt, umgesetzt");
     window.m_list.DeleteItem(0);
     window.m_list.MarkPending(1);
-    EXPECT_EQ(AccessibleNameOf(list, 2), L"N_2.sldprt, vorgemerkt");
+    EXPECT_EQ(AccessibleNameOf(list, kSecondRow), L"N_2.sldprt, vorgemerkt");
     ClearAccessibleRowNames(list);
-    EXPECT_EQ(AccessibleNameOf(list, 2), L"N_2.sldprt");
+    EXPECT_EQ(AccessibleNameOf(list, kSecondRow), L"N_2.sldprt");
 }
 
 TEST(ConvListSpokenName, IsThePartFileAndItsMark)

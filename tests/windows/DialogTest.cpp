@@ -51,10 +51,12 @@ public:
     bool m_halted = false;  // no further steps
     std::function<void()> m_onInit;
     std::function<void()> m_onDestroy;
+    std::function<void()> m_onIdle;
     int m_missingControl = 0;
 
     using CDialog::EndDialog;
     using CDialog::IsEnding;
+    using CDialog::RequestIdle;
     using CDialog::TemplateSize;
 
     // Skips the steps that are left.
@@ -104,6 +106,13 @@ protected:
     {
         m_log.emplace_back("cancel");
         CDialog::OnCancel();
+    }
+    void OnIdle() override
+    {
+        m_log.emplace_back("idle");
+        if (m_onIdle) {
+            m_onIdle();
+        }
     }
 
 private:
@@ -205,6 +214,24 @@ TEST_F(DialogTest, LeavesADisabledOwnerDisabled)
     m_owner.EnableWindow(false);
     EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
     EXPECT_FALSE(m_owner.IsWindowEnabled());
+}
+
+// The steps are messages in the queue: it is idle after the last one only.
+TEST_F(DialogTest, IdleWorkIsDoneOnceAndAfterAllMessages)
+{
+    m_dialog.m_halted = true;  // the steps post themselves
+    m_dialog.m_onIdle = [&] {
+        m_dialog.m_halted = false;
+        m_dialog.PostMessage(kNextStep);
+    };
+    m_dialog.m_steps = {[&] {
+                            m_dialog.RequestIdle();
+                            m_dialog.RequestIdle();
+                            m_dialog.PostMessage(kNextStep);
+                        },
+                        [&] { m_dialog.m_log.emplace_back("second message"); }, [] {}};
+    EXPECT_EQ(m_dialog.DoModal(), kStepsOver);
+    EXPECT_EQ(m_dialog.m_log, (std::vector<std::string>{"init", "second message", "idle"}));
 }
 
 TEST_F(DialogTest, ADialogEndedAtItsStartIsNeverShown)

@@ -6,6 +6,8 @@
 #include <initializer_list>
 #include <vector>
 
+#include "framework/ScopeExit.h"
+#include "framework/WinApp.h"
 #include "tests/support/FakeAutomation.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
@@ -219,6 +221,18 @@ TEST_F(StalledCallTest, AsksOnceAtAPress)
         EXPECT_EQ(m_user.m_boxes[0].type, UINT{MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2});
         EXPECT_EQ(TakeQueue(), std::vector<UINT>{});
     }
+}
+
+// No box is shown then, and the run has to end.
+TEST_F(StalledCallTest, WhileTheSessionEndsAPressGivesTheServerUpUnasked)
+{
+    CWinApp::Get()->SetSessionEnding(true);
+    const CScopeExit sessionStays([] { CWinApp::Get()->SetSessionEnding(false); });
+    m_window.PostMessage(WM_KEYDOWN);
+    Pend(kLongAfter);
+    Pend(kLongAfter);
+    EXPECT_EQ(m_handler.m_givenUp, 1);
+    EXPECT_TRUE(m_user.m_boxes.empty());
 }
 
 TEST_F(StalledCallTest, APressOnADisabledWindowCounts)

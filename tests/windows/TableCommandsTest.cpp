@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -13,7 +16,9 @@
 
 namespace {
 
-class CStillCaption : public CTableCaption
+constexpr std::array kCommands{IDM_UNDO, IDM_REDO, IDM_COPY, IDM_PASTE, IDM_IMPORT, IDM_EXPORT};
+
+class CNullCaption : public CTableCaption
 {
 public:
     [[nodiscard]] ViewStatus GetViewStatus() const override { return {}; }
@@ -34,7 +39,7 @@ protected:
         return m_messages.TakeTexts();
     }
 
-    // The rows as "NEW NAME > BOM NAME", with "*" if pending.
+    // The rows as "NEW NAME > BOM NAME", with " *" appended if pending.
     [[nodiscard]] Texts Rows() const
     {
         Texts rows;
@@ -47,7 +52,7 @@ protected:
 
     CListWindow m_window{{600, 300}, {{}, {}, {}}, 3};
     CConvList& m_list = m_window.m_list;
-    CStillCaption m_caption;
+    CNullCaption m_caption;
     CTableRecorder m_recorder{m_list, m_caption};
     CTableCommands m_commands{m_list, m_recorder};
     CMessageRecorder m_messages;
@@ -74,22 +79,26 @@ TEST_P(TableCommandsTest, PastesNamesAsOneStepWithOneSummary)
     EXPECT_EQ(Rows(), (Texts{L"M1.sldprt > Norm 0 *", L"M0.sldprt > a_b *", L"M2.sldprt > Norm 2"}));
     m_commands.Perform(IDM_UNDO);
     EXPECT_EQ(Rows(), (Texts{L"M0.sldprt > Norm 0", L"M1.sldprt > Norm 1", L"M2.sldprt > Norm 2"}));
-    EXPECT_FALSE(m_commands.IsPossible(IDM_UNDO)) << "one step";
+    EXPECT_FALSE(m_commands.IsPossible(IDM_UNDO)) << "the paste is a single step";
     m_commands.Perform(IDM_REDO);
     EXPECT_EQ(Rows()[0], L"M1.sldprt > Norm 0 *");
 }
 
-TEST_P(TableCommandsTest, CountsEachReasonInItsPlace)
+TEST_P(TableCommandsTest, CountsRefusalsByReason)
 {
     EXPECT_EQ(Paste(L"N_0.sldprt\tM1.sldprt\tx\r\n"), Texts{expected::Taken(L"0", L"0", L"1", L"0", L"0")});
     EXPECT_EQ(Paste(L"N_0.sldprt\ta\tx\r\nN_0.sldprt\tb\tx\r\n"),
               Texts{expected::Taken(L"0", L"0", L"0", L"1", L"0")});
-    EXPECT_EQ(Paste(L"n_0.SLDPRT\tM0.sldprt\tx\r\n"), Texts{expected::Taken(L"1", L"0", L"0", L"0", L"0")})
-        << "the file system ignores case";
-    EXPECT_EQ(m_window.m_list.CountPendingRows(), 1);
+    EXPECT_EQ(m_list.CountPendingRows(), 0);
 }
 
-TEST_P(TableCommandsTest, PastesItsOwnCopyWithoutAChange)
+TEST_P(TableCommandsTest, FindsPartFilesInAnyLetterCase)
+{
+    EXPECT_EQ(Paste(L"n_0.SLDPRT\tM0.sldprt\tx\r\n"), Texts{expected::Taken(L"1", L"0", L"0", L"0", L"0")});
+    EXPECT_EQ(m_list.CountPendingRows(), 1);
+}
+
+TEST_P(TableCommandsTest, PastingItsOwnCopyChangesNothing)
 {
     m_list.SetItemText(1, 1, L"odd = name..");
     m_list.SetItemState(-1, LVIS_SELECTED, LVIS_SELECTED);
@@ -114,15 +123,12 @@ TEST_P(TableCommandsTest, ReportsAClipboardInUse)
     EXPECT_EQ(m_list.CountPendingRows(), 0);
 }
 
-TEST_P(TableCommandsTest, TellsWhatIsPossible)
+TEST_P(TableCommandsTest, OffersOnlyPossibleCommands)
 {
     const auto possible = [this] {
         std::vector<int> ids;
-        for (const int id : {IDM_UNDO, IDM_REDO, IDM_COPY, IDM_PASTE, IDM_IMPORT, IDM_EXPORT, IDC_DELETE}) {
-            if (m_commands.IsPossible(id)) {
-                ids.push_back(id);
-            }
-        }
+        std::ranges::copy_if(kCommands, std::back_inserter(ids),
+                             [this](int id) { return m_commands.IsPossible(id); });
         return ids;
     };
     EXPECT_TRUE(WriteClipboard(Window(), L"N_0.sldprt\tx\ty"));
@@ -138,11 +144,16 @@ TEST_P(TableCommandsTest, TellsWhatIsPossible)
     m_list.DeleteAllItems();
     m_recorder.Forget();
     EXPECT_EQ(possible(), std::vector<int>{});
-    EXPECT_FALSE(m_commands.Perform(IDC_DELETE));
-    m_messages.m_boxes.clear();
-    for (const int id : {IDM_UNDO, IDM_REDO, IDM_COPY, IDM_PASTE, IDM_IMPORT, IDM_EXPORT}) {
+}
+
+TEST_P(TableCommandsTest, TakesItsCommandsOnlyAndDoesNothingWhenTheyAreImpossible)
+{
+    m_list.DeleteAllItems();
+    for (const int id : kCommands) {
         EXPECT_TRUE(m_commands.Perform(id));
     }
+    EXPECT_FALSE(m_commands.Perform(IDC_DELETE));
+    EXPECT_FALSE(m_commands.IsPossible(IDC_DELETE));
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
@@ -159,11 +170,12 @@ TEST_P(TableCommandsTest, KnowsItsKeys)
                             Key{{VK_CONTROL}, 'A', 0}, Key{{VK_CONTROL}, 0, 0}, Key{{}, 'Z', 0},
                             Key{{VK_CONTROL, VK_SHIFT}, 'Z', 0}, Key{{VK_CONTROL, VK_MENU}, 'Z', 0}}) {
         const CHeldKeys held(each.held);
-        EXPECT_EQ(CTableCommands::CommandOfKey(static_cast<WPARAM>(each.key)), each.command) << each.key;
+        EXPECT_EQ(CTableCommands::CommandOfKey(static_cast<WPARAM>(each.key)), each.command)
+            << each.key << " with " << testing::PrintToString(each.held);
     }
 }
 
-TEST_P(TableCommandsTest, TakesAnOpenEditFirst)
+TEST_P(TableCommandsTest, CommitsAnOpenEditFirst)
 {
     m_window.Focus(0);
     m_list.EditCell(0, 2);

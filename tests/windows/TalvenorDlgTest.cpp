@@ -967,7 +967,7 @@ bool PickersMayHaveAField()
 TEST_P(FolderPickerTest, HasAFieldToTypeInto)
 {
     if (!PickersMayHaveAField()) {
-        GTEST_SKIP() << "skipped: this system's folder picker has no such field, as Wine's has not";
+        GTEST_SKIP() << "skipped: this system's folder picker has no such field, like Wine's";
     }
     Run([this] {
         const CDialogUser user([](HWND dialog) {
@@ -2371,14 +2371,11 @@ protected:
                                 {std::to_wstring(rows), std::to_wstring(pending), std::to_wstring(selected)});
     }
 
-    // Waits until the line shows the text.
+    // Expects the text as soon as the queue is empty.
     void ExpectStatus(const std::wstring& text) const
     {
-        const ULONGLONG end = GetTickCount64() + 5'000;
-        while (TextOf(IDC_STATUS_TEXT) != text && GetTickCount64() < end) {
-            DrainMessages();
-            Sleep(10);
-        }
+        DrainMessages();
+        m_dialog->CallIdle();
         EXPECT_EQ(TextOf(IDC_STATUS_TEXT), text);
     }
 
