@@ -24,7 +24,7 @@ class Program:
             if found:
                 return found
             if self._process.poll() is not None:
-                raise Stuck(f"the program ended (status {self._process.returncode}) before {what}")
+                raise Stuck(f"the program ended (status {self._process.returncode}) while waiting for {what}")
             if time.monotonic() > end:
                 raise Stuck(f"timed out after {seconds:.0f} s waiting for {what}")
             time.sleep(0.05)

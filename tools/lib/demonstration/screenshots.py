@@ -1,9 +1,11 @@
-"""Takes screenshots of every window of the program. Called by tools/screenshots, which sets everything up.
+"""Takes screenshots of the program's windows, menus and typical questions. Called by tools/screenshots, which sets
+everything up.
 
   screenshots.py german|english SCALING FOLDER [about]
 
-"about" takes only the system menu and the about box. It needs unmanaged windows, as a window manager shows a menu of its
-own instead of the system menu.
+Without "about", everything but the system menu and the about box; with it, only these two. For them the caller must have
+turned off window management: a window manager would show a menu of its own. "about" comes second: the first call leaves a
+map file, without which the program starts with a message.
 """
 import glob
 import os
@@ -15,18 +17,18 @@ import windows
 from program import Program, Stuck
 from sources import IDS
 
-EDIT_TEMPLATE = {"german": "b", "english": "m"}  # mnemonic in the menus of the list
+EDIT_TEMPLATE_KEY = {"german": "b", "english": "m"}  # mnemonic in the column menus (ui/ColumnMenu.cpp)
 
 
 class Gallery:
-    """One process of the program, and the screenshots of its windows."""
+    """Runs the program and windowwatch, and saves screenshots of the program's windows."""
 
-    def __init__(self, language, scaling, folder, part="all"):
-        self.scale, self._folder, self._part = int(scaling) / 100, folder, part
+    def __init__(self, language, scaling, folder, selection="main"):
+        self.scale, self._folder, self._selection = int(scaling) / 100, folder, selection
         self._count = len(glob.glob(f"{folder}/*.png"))
-        self._edit_template = EDIT_TEMPLATE[language]
+        self._edit_template_key = EDIT_TEMPLATE_KEY[language]
         name = f"talvenor_{language}.exe"
-        self._log = os.path.abspath(os.path.join(folder, f"windows-{part}.log"))
+        self._log = os.path.abspath(os.path.join(folder, f"windows-{selection}.log"))
         subprocess.Popen([os.path.abspath("tools/run-windows"), "build/windowwatch/windowwatch.exe",
                           "Z:" + self._log.replace("/", "\\"), name])
         self._wait_for_log(60)
@@ -37,7 +39,7 @@ class Gallery:
         end = time.monotonic() + seconds
         while not os.path.exists(self._log):
             if time.monotonic() > end:
-                raise Stuck(f"windowwatch made no log within {seconds} s")
+                raise Stuck(f"windowwatch created no log within {seconds} s")
             time.sleep(0.1)
 
     def end(self):
@@ -46,7 +48,8 @@ class Gallery:
             pass
 
     def take(self, name, window=None):
-        """Takes one window with its frame, or the part of the screen that holds all windows."""
+        """Saves a screenshot of one window with its frame or, without `window`, of the smallest area that holds all windows;
+        nothing if there are none."""
         time.sleep(0.5)  # until everything is painted
         self.screen.update()
         if window:
@@ -69,16 +72,16 @@ class Gallery:
         return self.program.wait_for("the main window", 30, lambda: self.screen.window_with_control(IDS.IDC_START))
 
     def wait_for_start(self):
-        """Without a map file, the program starts with a message: two parts of the library would get the same name."""
-        if self._part == "all":
+        """In the first call there is no map file, and two parts of the library would get the same name."""
+        if self._selection == "main":
             box = self.program.wait_for("the message about a taken name", 120, self.screen.message_box)
             self.take("name-taken")
             self.close(box, "Return")
         self.main_window()
-        time.sleep(1)  # until the window manager has placed it
+        time.sleep(1)  # until it is in place
 
-    def dialog_with(self, control):
-        return self.program.wait_for(f"a dialog with {control}", 30, lambda: self.screen.window_with_control(control))
+    def dialog_with(self, control, what):
+        return self.program.wait_for(what, 30, lambda: self.screen.window_with_control(control))
 
     def wait_for_box(self):
         found = self.program.wait_for("a message box", 60, self.screen.message_box)
@@ -86,14 +89,14 @@ class Gallery:
         return found
 
     def close(self, window, key="Escape"):
-        """Presses the key, and once more if the window stays open: a press before it has the focus is lost."""
+        """Presses the key, and once more if the window stays open: a key pressed before the window has the focus is lost."""
         def gone():
             return window.handle not in self.screen.windows
         windows.press(key)
         try:
             self.program.wait_for("a window to close", 3, gone)
         except Stuck:
-            print(f"   {key} had to be pressed twice to close {window.title!r}")
+            print(f"   {window.title!r} is still open: pressing {key} again")
             windows.press(key)
             self.program.wait_for("a window to close", 30, gone)
 
@@ -119,8 +122,8 @@ class Gallery:
         windows.press(menu_key)
         self.program.wait_for("a menu", 30, lambda: len(self.screen.windows) > before)
         self.take(f"menu-{column}")
-        windows.press(self._edit_template)
-        dialog = self.dialog_with(IDS.IDC_TEMPLATE_TEXT)
+        windows.press(self._edit_template_key)
+        dialog = self.dialog_with(IDS.IDC_TEMPLATE_TEXT, "the template dialog")
         self.take(f"template-{column}", dialog)
         return dialog
 
@@ -133,17 +136,34 @@ class Gallery:
         self.close(box, "Return")
         self.close(dialog)
 
-    def take_question(self):
-        self.click(IDS.IDC_REMOVE_ALL)
+    def take_finding(self):
+        windows.press("ctrl+f")
+        windows.type_text("M10")
+        self.take("find")
+        windows.press("Escape")
+
+    def take_further_commands(self):
+        before = len(self.screen.windows)
+        self.click(IDS.IDC_MORE)
+        self.program.wait_for("the menu of further commands", 30, lambda: len(self.screen.windows) > before)
+        self.take("further-commands")
+        windows.press("Escape")
+
+    def take_and_refuse(self, name):
+        """Takes the question that is open or opens, and answers No."""
         box = self.wait_for_box()
-        self.take("question")
+        self.take(name)
         windows.click(box, IDS.IDNO)
 
+    def take_remove_all_question(self):
+        self.click(IDS.IDC_REMOVE_ALL)
+        self.take_and_refuse("remove-all-question")
+
     def take_about(self):
-        left, top, _, _ = self.main_window().rect
+        left, top, _, _ = self.main_window().rect  # the icon of the system menu lies 14, 12 from it at 100 %
         windows.click_at(left + int(14 * self.scale), top + int(12 * self.scale))
         self.take("system-menu")
-        windows.press("Up")
+        windows.press("Up")  # the last entry
         windows.press("Return")
         box = self.wait_for_box()
         self.take("about")
@@ -151,8 +171,8 @@ class Gallery:
 
     def take_run(self):
         self.click(IDS.IDC_START)
-        progress = self.dialog_with(IDS.IDC_PROGRESS_OVERALL)
-        time.sleep(3)
+        progress = self.dialog_with(IDS.IDC_PROGRESS_OVERALL, "the progress dialog")
+        time.sleep(3)  # into the call that tools/screenshots has made slow
         self.take("progress")
         windows.click(progress, IDS.IDCANCEL)
         question = self.wait_for_box()
@@ -167,30 +187,30 @@ class Gallery:
         self.click(IDS.IDC_SHOW_MAP)
         self.take("map-view")
         self.click(IDS.IDC_START)
-        box = self.wait_for_box()
-        self.take("overwrite-question")
-        windows.click(box, IDS.IDNO)
+        self.take_and_refuse("overwrite-question")
 
     def take_large(self):
-        """Takes the main window larger than at the start, which is its minimum size."""
+        """Takes the main window enlarged; it starts at its minimum size."""
         windows.resize("Talvenor", int(1400 * self.scale), int(760 * self.scale))
         self.take("large")
 
-    def take_part(self):
+    def take_selection(self):
         self.wait_for_start()
-        if self._part == "about":
+        if self._selection == "about":
             self.take_about()
             self.click(IDS.IDCANCEL)
         else:
-            self.take_all()
+            self.take_main()
             windows.press("alt+F4")
         self.program.wait_for_end(20)
 
-    def take_all(self):
+    def take_main(self):
         self.take_views()
         self.take_refusal(self.take_menu_and_template(1, "Menu"))
         self.close(self.take_menu_and_template(2, "ctrl+Menu"))
-        self.take_question()
+        self.take_finding()
+        self.take_further_commands()
+        self.take_remove_all_question()
         self.take_run()
         self.take_map_view()
         self.take_large()
@@ -199,10 +219,10 @@ class Gallery:
 def main():
     gallery = Gallery(*sys.argv[1:])
     try:
-        gallery.take_part()
+        gallery.take_selection()
     except Stuck as stuck:
         gallery.take("stuck")
-        print(f"   Stuck: {stuck}. The last screenshot shows the screen at that moment.")
+        print(f"   Stuck: {stuck}. If a window was open, the last screenshot shows it.")
         return 1
     finally:
         gallery.end()
