@@ -30,6 +30,9 @@ COMMON_CONTROLS_MANIFEST = b"Microsoft.Windows.Common-Controls"
 # Windows takes the first word that it knows.
 SCALING_MANIFEST = b"WindowsSettings\">PerMonitorV2, system</dpiAwareness>"
 
+# Its effect shows under Windows only. The name stands nowhere but among the imports.
+NO_GHOST_WINDOWS = b"\0DisableProcessWindowsGhosting\0"
+
 SYMBOLS_LACK = ["has no symbols in the unstripped program", "has no linker map"]
 
 STACK_CHECK = b"__stack_chk_fail"
@@ -122,6 +125,8 @@ def program_findings(image):
         yield "has no imports: misread"
     if SCALING_MANIFEST not in image.data:
         yield "lacks the manifest's words on scaling"
+    if NO_GHOST_WINDOWS not in image.data:
+        yield "leaves ghost windows on"
     if STACK_CHECK_MESSAGE not in image.data:
         yield "has no stack check"
 
@@ -225,6 +230,7 @@ PROGRAM_MUTATIONS = {**COMMON_MUTATIONS,
                      "imports comctl32.dll without a manifest that binds it": overwrite(COMMON_CONTROLS_MANIFEST),
                      "has no imports: misread": with_directory(IMPORTS, 0, 0),
                      "lacks the manifest's words on scaling": overwrite(SCALING_MANIFEST),
+                     "leaves ghost windows on": overwrite(NO_GHOST_WINDOWS),
                      "has no stack check": overwrite(STACK_CHECK_MESSAGE)}
 RESOURCE_MUTATIONS = {**COMMON_MUTATIONS, "has an entry point": set_entry_point,
                       "has start-up code": with_directory(TLS, 0x1000, 0x28)}

@@ -10,9 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/FakeAutomation.h"
-
-// Automation classes that COM finds by their ProgID, like those of an installed CAD system.
+// Classes in the process of the test, and automation classes that COM finds by their ProgID, like those of an
+// installed CAD system.
 
 inline std::wstring TextOfClass(const CLSID& classId)
 {
@@ -146,7 +145,7 @@ private:
 class CFakeClass : public IClassFactory
 {
 public:
-    CFakeClass(const CLSID& classId, CFakeDispatch& object) : m_object(object)
+    CFakeClass(const CLSID& classId, IUnknown& object) : m_object(object)
     {
         CoRegisterClassObject(classId, this, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &m_registration);
     }
@@ -177,6 +176,6 @@ public:
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 
 private:
-    CFakeDispatch& m_object;
+    IUnknown& m_object;
     DWORD m_registration = 0;
 };

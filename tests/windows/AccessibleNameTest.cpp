@@ -6,12 +6,18 @@
 
 #include <oleacc.h>
 
+#include <cstring>
+#include <memory>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "framework/ComPointers.h"
+#include "tests/support/FakeClasses.h"
 #include "tests/windows/ConvListScopes.h"
 
 DECLARE_COM_POINTER(IAccessible);
+DECLARE_COM_POINTER(IAccPropServer);
 DECLARE_COM_POINTER(IAccPropServices);
 
 namespace {
@@ -82,6 +88,136 @@ TEST_F(AccessibleName, OfARowIsCurrentAfterRowsWereDeleted)
     EXPECT_EQ(AccessibleNameOf(list, kSecondRow), L"N_2.sldprt, vorgemerkt");
     ClearAccessibleRowNames(list);
     EXPECT_EQ(AccessibleNameOf(list, kSecondRow), L"N_2.sldprt");
+}
+
+// The system's service in the process of the test. It keeps the names of one list's rows; the identity of an
+// object is its child number. Wine's own service, which takes no names, is not used.
+class CFakePropServices final : public IAccPropServices
+{
+public:
+    CFakePropServices() = default;
+    CFakePropServices(const CFakePropServices&) = delete;
+    CFakePropServices& operator=(const CFakePropServices&) = delete;
+
+    IAccPropServerPtr m_server;
+
+    STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override
+    {
+        const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IAccPropServices;
+        *object = known ? this : nullptr;
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+
+    STDMETHODIMP SetHwndPropServer(HWND, DWORD object, DWORD child, const MSAAPROPID* properties, int count,
+                                   IAccPropServer* server, AnnoScope scope) override
+    {
+        const bool namesRows = object == static_cast<DWORD>(OBJID_CLIENT) && child == CHILDID_SELF &&
+                               count == 1 && *properties == PROPID_ACC_NAME && scope == ANNO_CONTAINER;
+        m_server = namesRows ? server : nullptr;
+        return S_OK;
+    }
+    STDMETHODIMP ClearHwndProps(HWND, DWORD, DWORD, const MSAAPROPID*, int) override
+    {
+        m_server = nullptr;
+        return S_OK;
+    }
+    STDMETHODIMP DecomposeHwndIdentityString(const BYTE* identity, DWORD length, HWND*, DWORD* object,
+                                             DWORD* child) override
+    {
+        if (length != sizeof *child) {
+            return E_INVALIDARG;
+        }
+        *object = static_cast<DWORD>(OBJID_CLIENT);
+        std::memcpy(child, identity, length);
+        return S_OK;
+    }
+
+    // What the program does not use.
+    STDMETHODIMP SetPropValue(const BYTE*, DWORD, MSAAPROPID, VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP SetPropServer(const BYTE*, DWORD, const MSAAPROPID*, int, IAccPropServer*,
+                               AnnoScope) override
+    {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP ClearProps(const BYTE*, DWORD, const MSAAPROPID*, int) override { return E_NOTIMPL; }
+    STDMETHODIMP SetHwndProp(HWND, DWORD, DWORD, MSAAPROPID, VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP SetHwndPropStr(HWND, DWORD, DWORD, MSAAPROPID, LPCWSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP ComposeHwndIdentityString(HWND, DWORD, DWORD, BYTE**, DWORD*) override { return E_NOTIMPL; }
+    STDMETHODIMP SetHmenuProp(HMENU, DWORD, MSAAPROPID, VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP SetHmenuPropStr(HMENU, DWORD, MSAAPROPID, LPCWSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP SetHmenuPropServer(HMENU, DWORD, const MSAAPROPID*, int, IAccPropServer*, AnnoScope) override
+    {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP ClearHmenuProps(HMENU, DWORD, const MSAAPROPID*, int) override { return E_NOTIMPL; }
+    STDMETHODIMP ComposeHmenuIdentityString(HMENU, DWORD, BYTE**, DWORD*) override { return E_NOTIMPL; }
+    STDMETHODIMP DecomposeHmenuIdentityString(const BYTE*, DWORD, HMENU*, DWORD*) override
+    {
+        return E_NOTIMPL;
+    }
+};
+
+class AccessibleRowNames : public testing::Test
+{
+protected:
+    void SetNames(RowName nameOf) const { SetAccessibleRowNames(m_window.m_hWnd, std::move(nameOf)); }
+
+    // What a screen reader is told; "(own)" leaves it the name that the list view gives.
+    [[nodiscard]] std::wstring NameOf(DWORD child, DWORD identityLength = sizeof(DWORD)) const
+    {
+        if (m_services.m_server == nullptr) {
+            return L"(no server)";
+        }
+        _variant_t name;
+        BOOL hasName = TRUE;
+        EXPECT_EQ(m_services.m_server->GetPropValue(reinterpret_cast<const BYTE*>(&child), identityLength,
+                                                    PROPID_ACC_NAME, &name, &hasName),
+                  S_OK);
+        EXPECT_EQ(name.vt, hasName != FALSE ? VT_BSTR : VT_EMPTY);
+        return name.vt == VT_BSTR ? name.bstrVal : L"(own)";
+    }
+
+    CFakePropServices m_services;
+    CFakeClass m_class{CLSID_AccPropServices, m_services};
+    CPlainWindow m_window;
+};
+
+TEST_F(AccessibleRowNames, AreAskedForByRowsFrom0)
+{
+    SetNames([](int row) { return L"row " + std::to_wstring(row); });
+    EXPECT_EQ(NameOf(1), L"row 0");
+    EXPECT_EQ(NameOf(3), L"row 2");
+}
+
+TEST_F(AccessibleRowNames, AreForRowsOnly)
+{
+    SetNames([](int row) { return L"row " + std::to_wstring(row); });
+    EXPECT_EQ(NameOf(CHILDID_SELF), L"(own)");
+    EXPECT_EQ(NameOf(1, 0), L"(own)") << "an identity that the service cannot read";
+}
+
+TEST_F(AccessibleRowNames, AreTheListsOwnInsteadOfAnEmptyName)
+{
+    SetNames([](int) { return std::wstring(); });
+    EXPECT_EQ(NameOf(1), L"(own)");
+}
+
+TEST_F(AccessibleRowNames, AreTheListsOwnWhenTheFunctionThrows)
+{
+    SetNames([](int) -> std::wstring { throw std::runtime_error("x"); });
+    EXPECT_EQ(NameOf(1), L"(own)");
+}
+
+TEST_F(AccessibleRowNames, AreFreedOnceCleared)
+{
+    const auto name = std::make_shared<std::wstring>(L"x");
+    SetNames([name](int) { return *name; });
+    EXPECT_EQ(NameOf(1), L"x");
+    ClearAccessibleRowNames(m_window.m_hWnd);
+    EXPECT_EQ(NameOf(1), L"(no server)");
+    EXPECT_EQ(name.use_count(), 1);
 }
 
 TEST(ConvListSpokenName, IsThePartFileAndItsMark)

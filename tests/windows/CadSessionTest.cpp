@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <deque>
 #include <functional>
 #include <optional>
@@ -163,6 +164,13 @@ protected:
     std::optional<CServerProcess> m_process{std::in_place};
     std::optional<CCadSession> m_session;
 };
+
+TEST(CadTimeouts, AreHalfAMinuteForAnExitAndTwoForAConnection)
+{
+    const CadTimeouts timeouts;
+    EXPECT_EQ((std::array{timeouts.exit, timeouts.connect, timeouts.retryInterval}),
+              (std::array<DWORD, 3>{30'000, 120'000, 500}));
+}
 
 // ---- A server that ends slowly
 

@@ -517,6 +517,31 @@ TEST_P(TalvenorDlgTest, RowsGetTheirHeightAnewAtEachScaling)
     });
 }
 
+// The messages that give a list view images or a font.
+LRESULT CALLBACK NoteImagesAndFont(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                                   DWORD_PTR log)
+{
+    if ((message == LVM_SETIMAGELIST && lParam != 0) || (message == WM_SETFONT && wParam != 0)) {
+        reinterpret_cast<std::vector<UINT>*>(log)->push_back(message);
+    }
+    return DefSubclassProc(window, message, wParam, lParam);
+}
+
+// At the font the list view of Windows measures its rows anew (from knowledge), Wine's at the images.
+TEST_P(TalvenorDlgTest, TheListGetsItsFontAgainAfterImagesOfAnotherSize)
+{
+    Run([&] {
+        std::vector<UINT> log;
+        ASSERT_TRUE(
+            SetWindowSubclass(Item(IDC_LIST), &NoteImagesAndFont, 2, reinterpret_cast<DWORD_PTR>(&log)));
+        Scale(m_dialog->m_hWnd, 192);
+        RemoveWindowSubclass(Item(IDC_LIST), &NoteImagesAndFont, 2);
+        // The default handling of Windows may give it a font, too, before the images.
+        log.erase(log.begin(), std::ranges::find(log, UINT{LVM_SETIMAGELIST}));
+        EXPECT_EQ(log, (std::vector<UINT>{LVM_SETIMAGELIST, WM_SETFONT}));
+    });
+}
+
 TEST_P(TalvenorDlgTest, ColumnsAreScaledOnceEvenIfTheSystemDidIt)
 {
     Run([&] {
