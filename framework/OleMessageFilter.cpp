@@ -146,6 +146,7 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
     }
     if (!m_asking && !m_cancelsCalls) {
         PaintPendingWindows();
+        NoticePresses();  // at the time of the press: an early one must not count later
         const LONGLONG now = Now();
         const LONGLONG stallsAt = StallsAt(now - tickCount);
         // No question without a press: long calls are normal, and the user may be away.

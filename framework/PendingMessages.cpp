@@ -64,6 +64,14 @@ bool IsPress(UINT message)
     }
 }
 
+void NoticePresses()
+{
+    MSG message{};
+    for (const MessageRange& range : kPressesAndReleases) {
+        PeekMessageW(&message, nullptr, range.first, range.last, PM_NOREMOVE);
+    }
+}
+
 void PaintPendingWindows()
 {
     MSG message{};

@@ -31,5 +31,9 @@ std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
 // Whether the message is a key or a button that goes down, or a touch that begins.
 [[nodiscard]] bool IsPress(UINT message);
 
+// Makes the system tell of presses on disabled windows. It does so when the queue is looked at, and forgets
+// them then ("WM_SETCURSOR message").
+void NoticePresses();
+
 // Paints what waits to be painted. A window that never validates its region does not hold it up.
 void PaintPendingWindows();

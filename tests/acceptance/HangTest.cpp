@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr ULONGLONG kEarly = 50'000;  // milliseconds after the hang: the program does not ask yet
+
 class HangTest : public RunFailureTest
 {
 protected:
@@ -80,23 +82,26 @@ protected:
         Sleep(static_cast<DWORD>(std::max(time, now) - now));
     }
 
-    // Clicks where nothing but the question can come of it, before the program asks. Not on a disabled
-    // window: under Wine the program learns of that press when it looks for input, at the earliest when it
-    // may ask.
-    static void ClickTooEarly(const CProgramUnderTest& program, ULONGLONG hung)
+    // Clicks where nothing but the question can come of it, before the program asks.
+    static void ClickTooEarly(const CProgramUnderTest& program, HWND control)
     {
-        constexpr DWORD kEarly = 50'000;      // milliseconds
-        constexpr DWORD kLongEnough = 3'000;  // milliseconds
-        SleepUntil(hung + kEarly);
-        Click(GetDlgItem(program.ProgressDialog(), IDC_PROGRESS_FIRST));
+        Click(control);
+        ExpectNoQuestion(program);
+    }
+
+    static void ExpectNoQuestion(const CProgramUnderTest& program)
+    {
+        constexpr DWORD kLongEnough = 2'000;  // milliseconds
         EXPECT_FALSE(WakeUntil(
             program, [&] { return HasBox(program); }, kLongEnough));
     }
 
-    static void WaitUntilStalled(ULONGLONG hung)
+    // Before that time, counted from the hang, no click brings up the question.
+    static void WaitUntilStalled(const CProgramUnderTest& program, ULONGLONG hung)
     {
-        constexpr DWORD kStallTime = 60'000;  // milliseconds; from then on the program asks at a click
+        constexpr DWORD kStallTime = 60'000;  // milliseconds
         SleepUntil(hung + kStallTime + 1'000);
+        ExpectNoQuestion(program);
     }
 };
 
@@ -120,8 +125,10 @@ TEST_F(HangTest, OneClickAndOneAnswerLeaveAHangInTheRunAndInTheEndCall)
         RunIntoHang(atTheEnd, "Exit");
         const ULONGLONG hungAtTheEnd = GetTickCount64();
         m_server.SetScript("");
-        ClickTooEarly(inTheRun, hungInTheRun);
-        WaitUntilStalled(hungAtTheEnd);
+        SleepUntil(hungInTheRun + kEarly);
+        ClickTooEarly(inTheRun, GetDlgItem(inTheRun.ProgressDialog(), IDC_PROGRESS_FIRST));
+        ClickTooEarly(atTheEnd, atTheEnd.MainWindow());
+        WaitUntilStalled(atTheEnd, hungAtTheEnd);
         EXPECT_EQ(nullptr, atTheEnd.ProgressDialog());
         EXPECT_FALSE(IsWindowEnabled(atTheEnd.MainWindow()));
         GiveUp(atTheEnd, atTheEnd.MainWindow());
