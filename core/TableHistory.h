@@ -6,7 +6,7 @@
 
 #include "core/UTtabEntry.h"
 
-// A row of the conversion table with its mark.
+// A row of the conversion table and its mark: pending or converted.
 struct TableRow
 {
     UTtab_entry texts;
@@ -18,14 +18,14 @@ struct TableRow
 // Consecutive rows that are replaced by others.
 struct RowSplice
 {
-    int at = 0;  // the first row, in the table as the splices before have left it
+    int at = 0;  // the first row, once the splices before are applied
     std::vector<TableRow> removed;
     std::vector<TableRow> inserted;
 
     bool operator==(const RowSplice&) const = default;
 };
 
-// By how many rows a splice moves the rows below it down.
+// How many rows a splice adds; negative if it removes more.
 [[nodiscard]] inline int Growth(const RowSplice& splice)
 {
     return static_cast<int>(splice.inserted.size()) - static_cast<int>(splice.removed.size());
@@ -57,7 +57,7 @@ struct ViewStatus
     bool operator==(const ViewStatus&) const = default;
 };
 
-// One change of the table, with all that lets it be made and taken back.
+// One change of the table, with all that is needed to make it and to take it back.
 struct TableStep
 {
     struct Situation
@@ -69,24 +69,24 @@ struct TableStep
         bool operator==(const Situation&) const = default;
     };
 
-    std::vector<RowSplice> splices;  // from the top
+    std::vector<RowSplice> splices;  // in order, the top row first
     Situation before;
     Situation after;
 
     bool operator==(const TableStep&) const = default;
 };
 
-// Returns the splices that turn one table into the other. Rows that were only inserted, such as files added
-// to a sorted table, are found one by one; otherwise everything between the first and the last difference is
-// replaced.
+// Returns the splices that turn one table into the other. If rows were only inserted, as when files are added
+// to a sorted table, each run of them is a splice; otherwise a single one replaces everything from the first
+// to the last difference.
 [[nodiscard]] std::vector<RowSplice> CompareTables(std::vector<TableRow> before, std::vector<TableRow> after);
 
-// Returns the splices for rows, given from the top, that were replaced in their places. Equal ones are left
-// out.
+// Returns the splices for rows that were replaced in place; `rows` is in ascending order. Unchanged rows are
+// left out.
 [[nodiscard]] std::vector<RowSplice> ReplacedRows(const std::vector<int>& rows, std::vector<TableRow> before,
                                                   std::vector<TableRow> after);
 
-// Returns the splices for rows, given from the top, that were removed.
+// Returns the splices for removed rows; `rows` are their numbers before, in ascending order.
 [[nodiscard]] std::vector<RowSplice> RemovedRows(const std::vector<int>& rows, std::vector<TableRow> before);
 
 // Turns a step into the one that takes it back.
@@ -110,11 +110,13 @@ public:
     [[nodiscard]] bool CanUndo() const { return !m_undo.empty(); }
     [[nodiscard]] bool CanRedo() const { return !m_redo.empty(); }
 
-    // The step that takes the last change back, or makes it again. There must be one.
+    // The step that takes back the last change, and the one that makes the change last taken back again.
+    // There must be one.
     [[nodiscard]] const TableStep& UndoStep() const { return m_undo.back().step; }
     [[nodiscard]] const TableStep& RedoStep() const { return m_redo.back().step; }
 
-    // To be called when that step was made. `viewBefore`: the view status before it, restored by its inverse.
+    // To be called after that step has been made. `viewBefore`: the view status before it, which the inverse
+    // step restores.
     void NoteUndone(const ViewStatus& viewBefore) { Move(m_undo, m_redo, viewBefore); }
     void NoteRedone(const ViewStatus& viewBefore) { Move(m_redo, m_undo, viewBefore); }
 

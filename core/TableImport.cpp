@@ -32,8 +32,8 @@ public:
         }
     }
 
-    // The rows with this name, or else those with its text between blanks: a file name may begin with a
-    // blank. A map file edited by hand may name a file twice.
+    // The rows with this name, or else with this name trimmed. The untrimmed name comes first, as a file name
+    // may begin with a blank. A map file edited by hand may name a file twice.
     [[nodiscard]] const std::vector<int>& Find(std::wstring_view name) const
     {
         const std::vector<int>& found = FindAnyCase(name);
@@ -58,7 +58,7 @@ private:
     std::unordered_map<std::wstring, std::vector<int>> m_folded;
 };
 
-// A control character would end the row of a table, or the record in the map file.
+// Replaces every control character by a blank: a line break, for one, would end the record in the map file.
 bool ReplaceControlCharacters(std::wstring& text)
 {
     constexpr wchar_t kFirstPrinting = L' ';
@@ -78,7 +78,7 @@ bool IsHeader(const std::wstring& cell)
     return cell == header.german || cell == header.english;
 }
 
-// Whether the row has these names already, as far as the cells go.
+// Whether the row already has the names in these cells; a missing cell counts as equal.
 bool Has(const UTtab_entry& row, const Cells& cells)
 {
     return (cells.size() <= kFileCell || cells[kFileCell] == row.strRenamed) &&
@@ -108,7 +108,7 @@ public:
     }
 
 private:
-    // New names of a row; its present ones where they stay.
+    // The names proposed for a row; a name that does not change is the present one.
     struct Proposal
     {
         RowNames names;
@@ -132,10 +132,11 @@ private:
         }
     }
 
-    // Which of two different texts for a row is right cannot be told, so it keeps its names.
+    // If the text gives a row two different sets of names, there is no telling which is right, so the row
+    // keeps its own.
     void TakeFor(std::size_t row, Cells cells)
     {
-        cells.front().clear();  // may differ in case
+        cells.front().clear();  // not compared: may differ in case, or in white space around it
         if (m_cells[row].empty()) {
             m_cells[row] = std::move(cells);
         } else if (m_cells[row] != cells && !m_twice[row]) {
@@ -195,8 +196,8 @@ private:
         return proposal.names.renamed != OldName(proposal);
     }
 
-    // Compares the names as they will be, so that rows may exchange them. A row that keeps its name may
-    // thereby take the new name of another row, which then keeps its own, too.
+    // Compares the names as they will be, so that rows may exchange them. If a row has to keep its old name
+    // and another row was to get that name, the other row keeps its old name, too.
     void KeepNamesUnique()
     {
         CountNames();
@@ -205,7 +206,7 @@ private:
             doubtful.insert(doubtful.end(), proposals.begin(), proposals.end());
         }
         while (!doubtful.empty()) {
-            // All rows that would share a name keep theirs: none has a better claim.
+            // Rows whose new names would not be unique all keep their old ones: none has a better claim.
             std::erase_if(doubtful, [this](const Proposal* each) {
                 return each->kept || m_uses[each->names.renamed] == 1;
             });
@@ -231,7 +232,7 @@ private:
         }
     }
 
-    // Adds the proposals for the name that the row keeps to `next`.
+    // Makes the row keep its names, and adds to `next` the proposals to give its file name to other rows.
     void Keep(Proposal& proposal, std::vector<Proposal*>& next)
     {
         proposal.kept = true;
@@ -239,7 +240,7 @@ private:
         ++m_uses[OldName(proposal)];
         if (const auto others = m_proposalsOf.find(OldName(proposal)); others != m_proposalsOf.end()) {
             next.insert(next.end(), others->second.begin(), others->second.end());
-            m_proposalsOf.erase(others);  // once is enough: all of them will be kept
+            m_proposalsOf.erase(others);  // once is enough: all these rows keep their old names
         }
     }
 

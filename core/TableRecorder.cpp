@@ -18,7 +18,8 @@ TableSelection ReadSelection(const CConversionTable& table)
     return selection;
 }
 
-// Setting the state of every row takes longer than reading which are selected.
+// Restores a selection, unless it is in place: reading the selection is faster than setting the state of
+// every row.
 void Select(const CConversionTable& table, const TableSelection& selection)
 {
     constexpr int kEveryRow = -1;
@@ -36,7 +37,8 @@ void Select(const CConversionTable& table, const TableSelection& selection)
     }
 }
 
-// Whether the table holds the rows that a splice removes, `moved` rows above the splice's place.
+// Whether the table, before any splice of the step, holds the rows that this one removes. `moved`: by how
+// many rows the earlier splices will move them down.
 bool Holds(const CConversionTable& table, const RowSplice& splice, int moved)
 {
     int row = splice.at - moved;
@@ -97,7 +99,8 @@ std::vector<TableRow> CTableRecorder::ReadAll() const
     return Read(rows);
 }
 
-// Another program may have deleted or added rows while a message of the change was open.
+// Forgets the history if the row count does not fit the change: another program may have added or deleted
+// rows while a message box of the change was open.
 void CTableRecorder::Add(std::vector<RowSplice> splices, TableStep::Situation before)
 {
     int rows = before.rows;
@@ -125,8 +128,9 @@ void CTableRecorder::Redo()
     }
 }
 
-// Scrolls to the first changed row, too. The caption before is noted only now, as WM_LISTCHANGED has changed
-// it after the step.
+// Makes a step if it fits the table, or else forgets the history, and scrolls to the first changed row. The
+// view status to return to is read only here: WM_LISTCHANGED is posted, so it changed the caption after the
+// previous step had been recorded.
 void CTableRecorder::Make(const TableStep& step, void (CTableHistory::*note)(const ViewStatus&))
 {
     if (!Fits(step)) {

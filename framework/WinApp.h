@@ -8,8 +8,9 @@
 
 class CWnd;
 
-// The application object, one per process. While it exists and afterwards, an uncaught exception ends the
-// process by fail-fast: Windows Error Reporting gets it, and the runtime library shows no box.
+// The application object, one per process. From its construction on, even after its destruction, an uncaught
+// exception ends the process by fail-fast: Windows Error Reporting gets it, and the runtime library shows no
+// box.
 class CWinApp
 {
 public:
@@ -28,19 +29,19 @@ public:
     // outer loops.
     static bool PumpMessage();
 
-    // The same for one message that is already there; does nothing when the queue is empty. Keys and clicks
-    // come first, so that a press of Cancel does not wait for other messages: Escape counts at the first
-    // call, a click at the second.
+    // Returns held input to the queue and dispatches one message that is already there, if any. Keys and
+    // clicks come first, so that cancelling does not wait for other messages: Escape, if it is the next key,
+    // takes effect at the first call, a click on Cancel at the second.
     static void PumpPendingMessage();
 
     // Removes keyboard, mouse and pointer messages for all windows from the thread's queue.
     static void DropPendingInput();
 
-    // Waits for automation calls.
+    // The message filter, which waits for automation servers to answer.
     [[nodiscard]] COleMessageFilter& GetMessageFilter() { return m_messageFilter; }
 
-    // The user ends the Windows session. Long operations end at their next step then; message boxes are not
-    // shown.
+    // Whether the Windows session is ending. If so, long operations end at their next step; message boxes are
+    // not shown.
     void SetSessionEnding(bool ending) { m_sessionEnding = ending; }
     [[nodiscard]] static bool IsSessionEnding();
 
@@ -50,8 +51,8 @@ public:
     CWnd* m_mainWindow = nullptr;
 
 protected:
-    // Runs the whole program: its dialogs have their own message loops. The result is ignored: false says
-    // that no message loop is to follow, and none does.
+    // Runs the whole program: its dialogs have their own message loops. The result is ignored, as Run has no
+    // message loop of its own; return false.
     virtual bool InitInstance() = 0;
 
     // Initialises OLE and registers the message filter. Returns false on failure. Run undoes both.

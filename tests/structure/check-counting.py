@@ -19,7 +19,7 @@ RETRIED = ('<testcase classname="A" name="a" status="run"><properties><property 
 NOT_STARTED = PASSED.replace('status="run"', 'status="run" timestamp="1970-01-01T00:00:00.000"')
 CTEST_PASSED = '<testcase name="unit" status="run"/><testcase name="other" status="run"/>'
 CTEST_FAILED = '<testcase name="unit" status="fail"/><testcase name="other" status="run"/>'
-# How the titles of cases with a repeated attempt begin, and how the count reports the attempt
+# By the beginning of a title in CASES: how the count reports the repeated attempt
 RETRIES = {"a repeated attempt in": "1; win/unit A.a: a press", "a repeated attempt outside": "1; win/unit: a start"}
 
 
@@ -67,7 +67,7 @@ CASES = [
     ("a failure of CTest itself", {"build/results/ctest.tsv": "win\t1\n"}, "4 passed, 1 failed, 0 skipped"),
     ("a truncated report of CTest", {"build/results/win.xml": f"<testsuite>{CTEST_PASSED}"},
      "1 passed, 2 failed, 0 skipped"),
-    ("cases that did not run because of a skip outside them", {"build/win/reports/unit.xml": report(NOT_STARTED)},
+    ("cases kept from running by a skip outside any case", {"build/win/reports/unit.xml": report(NOT_STARTED)},
      "2 passed, 2 failed, 0 skipped"),
     ("a repeated attempt inside a case", {"build/win/reports/unit.xml": report(RETRIED)}, GREEN),
     ("a repeated attempt outside the cases",
@@ -76,7 +76,8 @@ CASES = [
 
 
 def run_count(folder, differences, old_report, parts):
-    """Exit status and output for a run of the parts that differs from a complete one in these files."""
+    """Returns the exit status and output of the count for a run of the parts. `differences`: the files that differ from those
+    of a complete run."""
     os.makedirs(f"{folder}/build/results")
     with open(f"{folder}/build/results/begin", "w", encoding="utf-8"):
         pass

@@ -1,8 +1,8 @@
-"""Works out independently what a run of the program must produce, and compares.
+"""Works out what a run of the program must produce, and compares it with what there is.
 
 Implements the name rules a second time, independently of the program, so that a mistake there is not repeated here.
-In every function, library is the path of the standard-parts folder on this machine, and table holds the configurations
-of each part.
+The parameter library is the path of the standard-parts folder on this machine; the parameter table holds the
+configurations of each part.
 """
 import collections
 import filecmp
@@ -141,7 +141,7 @@ def records(lines):
 
 
 def compare_map(report, library, rows):
-    """Compares every line of the map file. Of the third line only the beginning: the program chooses the owner it names."""
+    """Compares every line of the map file. The name after "(c)" in the third may be anything."""
     found = map_lines(library)
     header = ["; Datei: " + WINDOWS_FOLDER + "\\Mapped\\PartsMap.txt",
               "; Automatisch generierte Datei, manuelle Änderungen können verloren gehen.", "; (c) ", ""]
@@ -150,7 +150,7 @@ def compare_map(report, library, rows):
         expected[2] = found[2]
     wrong = [f"line {n}: expected {e!r}, found {f!r}"
              for n, (f, e) in enumerate(itertools.zip_longest(found, expected), 1) if f != e]
-    lines = max(len(found), len(expected)) - 1  # there is only an empty text after the last line end
+    lines = max(len(found), len(expected)) - 1  # the empty text after the last line end is no line
     report.compare("lines of the map file: 4 header lines and one record per part", lines - len(wrong), lines, wrong)
     print(f"   records in the map file: {len(records(found))}")
 
@@ -169,7 +169,7 @@ def compare_read_only(report, library, rows):
 
 
 def compare_bom_names(report, library, table, rows):
-    """Every configuration of every copy uses its alternative BOM name, which is the expected one."""
+    """Checks that every configuration of every copy has the expected BOM name, and uses it unless it is empty."""
     expected = {(row.renamed, configuration): ("1" if written_bom_name(row, configuration) else "0",
                                                written_bom_name(row, configuration))
                 for row in rows for configuration in table.get(row.original, [])}
@@ -182,7 +182,7 @@ def compare_bom_names(report, library, table, rows):
 
 
 def compare_originals(report, library, table):
-    """The originals have no BOM names."""
+    """Checks that the configurations of the originals neither have nor use a BOM name."""
     lines = read_parts(library)
     touched = [" ".join(line) for line in lines if line[2] != "0" or line[3]]
     known = sum(len(table.get(name, [])) for name in os.listdir(library))
