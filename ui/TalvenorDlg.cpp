@@ -589,10 +589,12 @@ LRESULT CTalvenorDlg::OnQueryEndSession(WPARAM, LPARAM lParam)
 
 // The session may end in spite of the refusal. When it does not, the flag stays: whether the user changed his
 // mind or the refusal holds the session up cannot be told apart.
-LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM)
+LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM lParam)
 {
-    if (CLongOperation::IsActive() && wParam != FALSE) {
+    if (wParam != FALSE && CLongOperation::IsActive()) {
         CWinApp::Get()->SetSessionEnding(true);
+    } else if (wParam != FALSE && (static_cast<DWORD>(lParam) & ENDSESSION_CLOSEAPP) != 0) {
+        EndDialog(IDCANCEL);  // the session goes on, so nobody else ends the program ("WM_ENDSESSION message")
     }
     return Default();
 }
@@ -663,6 +665,7 @@ LRESULT CTalvenorDlg::OnDropFiles(WPARAM wParam, LPARAM)
 {
     const std::optional<PickedFiles> files = TakeDroppedFiles(reinterpret_cast<HDROP>(wParam));
     if (!IsBusy()) {
+        SetForegroundWindow(m_hWnd);  // a drop leaves the other program in front, and a question behind it
         m_wndList.EndEdit();
         TakeDrop(files);
     }

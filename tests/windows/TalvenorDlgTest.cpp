@@ -2162,6 +2162,17 @@ TEST_P(BusyDialogTest, ASetupProgramThatWantsItClosedDoesNotEndTheRun)
     });
 }
 
+TEST_P(BusyDialogTest, ClosesForASetupProgramWhenNothingRuns)
+{
+    Run([&] {
+        EXPECT_EQ(m_dialog->SendMessage(WM_QUERYENDSESSION, 0, ENDSESSION_CLOSEAPP), TRUE);
+        m_dialog->SendMessage(WM_ENDSESSION, FALSE, ENDSESSION_CLOSEAPP);
+        EXPECT_FALSE(m_dialog->IsEnding()) << "another program has refused";
+        m_dialog->SendMessage(WM_ENDSESSION, TRUE, ENDSESSION_CLOSEAPP);
+        EXPECT_TRUE(m_dialog->IsEnding());
+    });
+}
+
 TEST_P(BusyDialogTest, AForcedEndEndsTheRunAlsoForASetupProgram)
 {
     m_application.On(kOpenDocument, [&](FakeCall& call) {
