@@ -594,7 +594,8 @@ LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM lParam)
     if (wParam != FALSE && CLongOperation::IsActive()) {
         CWinApp::Get()->SetSessionEnding(true);
     } else if (wParam != FALSE && (static_cast<DWORD>(lParam) & ENDSESSION_CLOSEAPP) != 0) {
-        EndDialog(IDCANCEL);  // the session goes on, so nobody else ends the program ("WM_ENDSESSION message")
+        // The session goes on, so nobody else ends the program ("WM_ENDSESSION message").
+        EndDialog(IDCANCEL);
     }
     return Default();
 }
