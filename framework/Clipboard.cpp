@@ -73,6 +73,6 @@ bool WriteClipboard(HWND owner, const std::wstring& text)
         SetClipboardData(CF_UNICODETEXT, memory.get()) == nullptr) {
         return false;
     }
-    static_cast<void>(memory.release());  // the clipboard owns it now
+    [[maybe_unused]] const HGLOBAL ownedByTheClipboard = memory.release();
     return true;
 }

@@ -92,8 +92,8 @@ protected:
     static void ExpectNoQuestion(const CProgramUnderTest& program)
     {
         constexpr DWORD kLongEnough = 2'000;  // milliseconds
-        EXPECT_FALSE(WakeUntil(
-            program, [&] { return HasBox(program); }, kLongEnough));
+        const auto hasBox = [&] { return HasBox(program); };
+        EXPECT_FALSE(WakeUntil(program, hasBox, kLongEnough));
     }
 
     // Before that time, counted from the hang, no click brings up the question.

@@ -22,8 +22,8 @@ int CompareIgnoringCase(std::wstring_view left, std::wstring_view right)
 
 std::vector<NameToCheck> Find(const std::vector<UTtab_entry>& rows)
 {
-    return FindNamesToCheck(
-        rows, [](wchar_t) { return '?'; }, &CompareIgnoringCase);
+    const auto encode = [](wchar_t) { return '?'; };
+    return FindNamesToCheck(rows, encode, &CompareIgnoringCase);
 }
 
 UTtab_entry Row(const std::wstring& renamed)
