@@ -1,13 +1,21 @@
 #include "framework/Controls.h"
 
+#include <algorithm>
 #include <array>
+#include <cwctype>
+#include <optional>
+#include <utility>
 
+#include "framework/Clipboard.h"
 #include "framework/ResourceHandle.h"
 
 namespace {
 
 // Most texts fit, and are read in one message.
 constexpr std::size_t kFirstBufferSize = 260;
+
+// Typed by Ctrl+Backspace. The edit control would insert it (from knowledge).
+constexpr wchar_t kDelete = 0x7F;
 
 // In screen coordinates; empty for null.
 RECT WindowRect(HWND window)
@@ -24,6 +32,60 @@ void CEdit::FocusAndSelectAll() const
     SetFocus();
     SetSel(0, -1);
     ScrollCaret();
+}
+
+const MessageMap* CEdit::GetMessageMap() const
+{
+    static constexpr std::array kEntries{
+        OnMessage<&CEdit::OnChar>(WM_CHAR),
+        OnMessage<&CEdit::OnPaste>(WM_PASTE),
+    };
+    static const MessageMap kMap{CWnd::GetMessageMap(), kEntries};
+    return &kMap;
+}
+
+LRESULT CEdit::OnChar(WPARAM wParam, LPARAM)
+{
+    if (wParam != kDelete) {
+        return Default();
+    }
+    DeleteWordBeforeCaret();
+    return 0;
+}
+
+void CEdit::DeleteWordBeforeCaret() const
+{
+    DWORD start = 0;
+    DWORD end = 0;
+    SendMessage(EM_GETSEL, reinterpret_cast<WPARAM>(&start), reinterpret_cast<LPARAM>(&end));
+    if (start == end) {
+        const std::wstring text = GetWindowText();
+        while (start > 0 && text[start - 1] == L' ') {
+            --start;
+        }
+        while (start > 0 && text[start - 1] != L' ') {
+            --start;
+        }
+        SetSel(static_cast<int>(start), static_cast<int>(end));
+    }
+    SendMessage(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L""));
+}
+
+// Two cells of a spreadsheet come with a tab between them, which no file name can hold.
+void CEdit::OnPaste()
+{
+    if (std::optional<std::wstring> text = ReadClipboard(m_hWnd)) {
+        const std::wstring inserted = TextToPaste(std::move(*text));
+        SendMessage(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(inserted.c_str()));
+    }
+}
+
+std::wstring CEdit::TextToPaste(std::wstring text) const
+{
+    text.resize(std::min(text.size(), text.find_first_of(L"\r\n")));
+    std::ranges::replace_if(
+        text, [](wchar_t character) { return std::iswcntrl(character) != 0; }, L' ');
+    return text;
 }
 
 std::wstring CComboBox::GetLBText(int index) const

@@ -33,6 +33,18 @@ public:
 
     // Takes the focus, selects the whole text and scrolls the caret into view.
     void FocusAndSelectAll() const;
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override;
+    // Ctrl+Backspace deletes the word before the caret.
+    LRESULT OnChar(WPARAM wParam, LPARAM lParam);
+    // What is inserted for the text on the clipboard: its first line, with blanks for other control
+    // characters.
+    [[nodiscard]] virtual std::wstring TextToPaste(std::wstring text) const;
+
+private:
+    void OnPaste();
+    void DeleteWordBeforeCaret() const;
 };
 
 class CComboBox : public CWnd

@@ -1,6 +1,8 @@
 #include "ui/EditSourceDir.h"
 
 #include <array>
+#include <string>
+#include <utility>
 
 const MessageMap* CEditSourceDir::GetMessageMap() const
 {
@@ -23,4 +25,12 @@ bool CEditSourceDir::PreTranslateMessage(MSG& message)
 LRESULT CEditSourceDir::OnGetDlgCode(WPARAM wParam, LPARAM)
 {
     return DefaultWindowProc(WM_GETDLGCODE, wParam, 0);
+}
+
+// "Copy as path" of the Explorer puts the path in quotes, which no path can hold.
+std::wstring CEditSourceDir::TextToPaste(std::wstring text) const
+{
+    text = CEdit::TextToPaste(std::move(text));
+    std::erase(text, L'"');
+    return text;
 }

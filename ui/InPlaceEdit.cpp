@@ -71,7 +71,7 @@ bool CInPlaceEdit::PreTranslateMessage(MSG& message)
     return CEdit::PreTranslateMessage(message);
 }
 
-LRESULT CInPlaceEdit::OnChar(WPARAM wParam, LPARAM)
+LRESULT CInPlaceEdit::OnChar(WPARAM wParam, LPARAM lParam)
 {
     if (wParam == VK_ESCAPE || wParam == VK_RETURN) {
         if (wParam == VK_ESCAPE) {
@@ -80,7 +80,7 @@ LRESULT CInPlaceEdit::OnChar(WPARAM wParam, LPARAM)
         FocusList();  // deletes this object
         return 0;
     }
-    const LRESULT result = Default();
+    const LRESULT result = CEdit::OnChar(wParam, lParam);
     GrowToText();
     return result;
 }

@@ -5,8 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "framework/Clipboard.h"
 #include "resources/resource.h"
 #include "tests/support/WindowScopes.h"
+#include "ui/EditSourceDir.h"
 
 namespace {
 
@@ -47,6 +49,67 @@ TEST(Controls, AnEditGetsTheFocusAndSelectsItsText)
     EXPECT_EQ(edit.m_control.SendMessage(EM_GETSEL), MAKELRESULT(0, 18));
     edit.m_control.SetSel(2, 4);
     EXPECT_EQ(edit.m_control.SendMessage(EM_GETSEL), MAKELRESULT(2, 4));
+}
+
+// Pastes a text in place of "old" in "an old name".
+template <class Edit>
+std::wstring PasteInto(const std::wstring& text)
+{
+    const CControlWindow<Edit> edit(L"EDIT", ES_AUTOHSCROLL);
+    edit.m_control.SetWindowText(L"an old name");
+    edit.m_control.SetSel(3, 6);
+    EXPECT_TRUE(WriteClipboard(edit.m_window.m_hWnd, text));
+    edit.m_control.SendMessage(WM_PASTE);
+    const std::wstring pasted = edit.m_control.GetWindowText();
+    edit.m_control.SendMessage(EM_UNDO);
+    EXPECT_EQ(edit.m_control.GetWindowText(), L"an old name");
+    return pasted;
+}
+
+TEST(Controls, AnEditPastesOneLineWithoutTabs)
+{
+    EXPECT_EQ(PasteInto<CEdit>(L"M8\tx\t20"), L"an M8 x 20 name");
+    EXPECT_EQ(PasteInto<CEdit>(L"M8\r\nM10"), L"an M8 name");
+    EXPECT_EQ(PasteInto<CEdit>(L"M8\nM10"), L"an M8 name");
+    EXPECT_EQ(PasteInto<CEdit>(L"\u00DC \U0001F529 \x7F \x01."), L"an \u00DC \U0001F529    . name");
+    EXPECT_EQ(PasteInto<CEdit>(L"\"M8\""), L"an \"M8\" name");
+}
+
+TEST(Controls, TheFolderFieldPastesAPathWithoutItsQuotes)
+{
+    EXPECT_EQ(PasteInto<CEditSourceDir>(L"\"D:\\ISO 4014\"\r\n"), L"an D:\\ISO 4014 name");
+}
+
+TEST(Controls, AnEditKeepsItsTextIfThereIsNothingToPaste)
+{
+    const CControlWindow<CEdit> edit(L"EDIT", ES_AUTOHSCROLL);
+    edit.m_control.SetWindowText(L"a name");
+    edit.m_control.SetSel(0, -1);
+    ASSERT_TRUE(OpenClipboard(edit.m_window.m_hWnd));
+    EmptyClipboard();
+    CloseClipboard();
+    edit.m_control.SendMessage(WM_PASTE);
+    EXPECT_EQ(edit.m_control.GetWindowText(), L"a name");
+}
+
+TEST(Controls, CtrlBackspaceDeletesTheWordBeforeTheCaret)
+{
+    const CControlWindow<CEdit> edit(L"EDIT", ES_AUTOHSCROLL);
+    const auto press = [&] { edit.m_control.SendMessage(WM_CHAR, 0x7F); };
+    edit.m_control.SetWindowText(L"DIN 933  M8 x");
+    edit.m_control.SetSel(11, 11);
+    press();
+    EXPECT_EQ(edit.m_control.GetWindowText(), L"DIN 933   x");
+    press();
+    EXPECT_EQ(edit.m_control.GetWindowText(), L"DIN  x");
+    edit.m_control.SetSel(1, 3);
+    press();
+    EXPECT_EQ(edit.m_control.GetWindowText(), L"D  x") << "a selection is deleted instead";
+    press();
+    press();
+    EXPECT_EQ(edit.m_control.GetWindowText(), L"  x") << "at the start nothing is left to delete";
+    edit.m_control.SendMessage(WM_CHAR, L'N');
+    EXPECT_EQ(edit.m_control.GetWindowText(), L"N  x");
 }
 
 TEST(Controls, AComboBoxHoldsEntries)
