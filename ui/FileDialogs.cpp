@@ -53,6 +53,18 @@ struct ShellFree
     void operator()(pointer items) const { CoTaskMemFree(items); }
 };
 
+// Keeps the folder picker open for a mistyped folder. Without this, the folder selected in its tree would
+// count
+// ("BFFCALLBACK callback function").
+int CALLBACK OnPickerEvent(HWND /*picker*/, UINT event, LPARAM /*parameter*/, LPARAM /*data*/)
+{
+    if (event != BFFM_VALIDATEFAILEDW) {
+        return 0;
+    }
+    MessageBeep(MB_ICONWARNING);
+    return 1;
+}
+
 using FileDialogFunction = decltype(GetOpenFileNameW);
 
 // Returns false when the user cancelled.
@@ -68,6 +80,16 @@ bool ShowFileDialog(OPENFILENAMEW& request, FileDialogFunction& show)
     }
     *request.lpstrFile = L'\0';
     return show(&request) != FALSE;
+}
+
+// The user's folder for documents; empty when it cannot be told. Without a folder the dialog may open in the
+// working folder, which is the program's own ("OPENFILENAMEW structure").
+std::wstring DocumentsFolder()
+{
+    wchar_t* path = nullptr;
+    const HRESULT result = SHGetKnownFolderPath(FOLDERID_Documents, 0, nullptr, &path);
+    const CScopeExit release([&path] { CoTaskMemFree(path); });
+    return SUCCEEDED(result) ? path : std::wstring();
 }
 
 std::wstring WorkingFolder()
@@ -119,7 +141,8 @@ std::wstring PickFolder(HWND owner)
     BROWSEINFOW request{};
     request.hwndOwner = owner;
     request.lpszTitle = title.c_str();
-    request.ulFlags = BIF_EDITBOX;
+    request.ulFlags = BIF_EDITBOX | BIF_VALIDATE;
+    request.lpfn = &OnPickerEvent;
     const std::unique_ptr<ITEMIDLIST, ShellFree> items(SHBrowseForFolderW(&request));
     std::array<wchar_t, MAX_PATH> path{};
     if (items == nullptr || SHGetPathFromIDListW(items.get(), path.data()) == FALSE) {
@@ -136,10 +159,10 @@ std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder)
 
 std::optional<std::wstring> PickTableToImport(HWND owner)
 {
-    return PathIn(Pick(owner, {}, kImportDialog, GetOpenFileNameW));
+    return PathIn(Pick(owner, DocumentsFolder(), kImportDialog, GetOpenFileNameW));
 }
 
 std::optional<std::wstring> PickTableToExport(HWND owner)
 {
-    return PathIn(Pick(owner, {}, kExportDialog, GetSaveFileNameW));
+    return PathIn(Pick(owner, DocumentsFolder(), kExportDialog, GetSaveFileNameW));
 }
