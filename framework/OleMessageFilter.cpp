@@ -1,6 +1,7 @@
 #include "framework/OleMessageFilter.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "framework/MessageBox.h"
@@ -24,6 +25,22 @@ LONGLONG MadeAt(const MSG& message)
 {
     // Signed: injected input may carry a time slightly ahead of the tick count ("SendInput function").
     return Now() - static_cast<LONG>(GetTickCount() - message.time);
+}
+
+// The default handling of a press on a frame follows the mouse until the button is released
+// ("WM_NCLBUTTONDOWN message"). The release of a held press is past: it would wait for the next click.
+std::optional<MSG> WithoutFramePress(MSG message)
+{
+    const bool onFrame = message.message >= WM_NCLBUTTONDOWN && message.message <= WM_NCXBUTTONDBLCLK;
+    if (!onFrame) {
+        return message;
+    }
+    if (message.message != WM_NCLBUTTONDOWN || message.wParam != HTCLOSE) {
+        return std::nullopt;
+    }
+    message.message = WM_SYSCOMMAND;
+    message.wParam = SC_CLOSE;
+    return message;
 }
 
 // Wakes COM's wait, which calls MessagePending whenever a message arrives ("IMessageFilter::MessagePending
@@ -118,8 +135,10 @@ void COleMessageFilter::HoldInput()
 
 void COleMessageFilter::ReturnHeldInput()
 {
-    for (const MSG& message : std::exchange(m_heldInput, {})) {
-        PostMessageW(message.hwnd, message.message, message.wParam, message.lParam);
+    for (const MSG& held : std::exchange(m_heldInput, {})) {
+        if (const std::optional<MSG> message = WithoutFramePress(held)) {
+            PostMessageW(message->hwnd, message->message, message->wParam, message->lParam);
+        }
     }
 }
 

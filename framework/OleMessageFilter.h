@@ -65,8 +65,11 @@ public:
     // message box that opens now.
     void HoldInput();
 
-    // Posts the held input again.
+    // Posts the held input again. Of presses on a window's frame only the close button's is left, as its
+    // command.
     void ReturnHeldInput();
+
+    void DropHeldInput() { m_heldInput.clear(); }
 
     // IUnknown
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override;

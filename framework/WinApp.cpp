@@ -41,14 +41,6 @@ bool IsEscapeNextKey()
            message.wParam == VK_ESCAPE;
 }
 
-// The queue has all input again that the message filter held during a call.
-void ReturnHeldInput()
-{
-    if (g_app != nullptr) {
-        g_app->GetMessageFilter().ReturnHeldInput();
-    }
-}
-
 // Ends the process by an exception that no handler can catch ("RaiseFailFastException function"). The stack
 // is still that of the throw: a dump shows it.
 [[noreturn]] void FailFast()
@@ -103,9 +95,12 @@ void CWinApp::PumpPendingMessage()
     // Key releases come late: one is left over from the key that started a run.
     constexpr MessageRange kAllKeys{WM_KEYFIRST, WM_KEYLAST};
     constexpr MessageRange kAnything{0, 0};
-    constexpr std::array kKeysFirst{kKeys, kButtons, kFrameButtons, kAllKeys, kAnything};
-    constexpr std::array kButtonsFirst{kButtons, kFrameButtons, kKeys, kAllKeys, kAnything};
-    ReturnHeldInput();
+    constexpr MessageRange kFrameCommands{WM_SYSCOMMAND, WM_SYSCOMMAND};
+    constexpr std::array kKeysFirst{kKeys, kButtons, kFrameButtons, kFrameCommands, kAllKeys, kAnything};
+    constexpr std::array kButtonsFirst{kButtons, kFrameButtons, kFrameCommands, kKeys, kAllKeys, kAnything};
+    if (g_app != nullptr) {
+        g_app->GetMessageFilter().ReturnHeldInput();
+    }
     MSG message{};
     // A click is a press and a release: behind a key that repeats, it would take four calls.
     for (const MessageRange& range : IsEscapeNextKey() ? kKeysFirst : kButtonsFirst) {
@@ -118,7 +113,9 @@ void CWinApp::PumpPendingMessage()
 
 void CWinApp::DropPendingInput()
 {
-    ReturnHeldInput();
+    if (g_app != nullptr) {
+        g_app->GetMessageFilter().DropHeldInput();
+    }
     static_cast<void>(TakePendingMessages(kAllInput));
 }
 

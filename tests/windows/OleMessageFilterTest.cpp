@@ -272,6 +272,23 @@ TEST_F(StalledCallTest, OnlyInputMadeAfterTheDelayIsTakenOut)
     EXPECT_EQ(queue, (std::vector<UINT>{WM_KEYDOWN, WM_LBUTTONDOWN, WM_LBUTTONUP}));
 }
 
+// The default handling of a press on the frame would wait for a release, which is past.
+TEST_F(StalledCallTest, OfHeldPressesOnTheFrameOnlyTheCloseButtonsComesBack)
+{
+    for (const WPARAM place : {WPARAM{HTCAPTION}, WPARAM{HTCLOSE}, WPARAM{HTBOTTOMRIGHT}}) {
+        m_window.PostMessage(WM_NCLBUTTONDOWN, place);
+        m_window.PostMessage(WM_NCLBUTTONUP, place);
+        m_window.PostMessage(WM_NCRBUTTONDOWN, place);
+    }
+    m_filter.HoldInput();
+    m_filter.ReturnHeldInput();
+    MSG message{};
+    ASSERT_TRUE(PeekMessageW(&message, m_window.m_hWnd, 0, 0, PM_REMOVE));
+    EXPECT_EQ(message.message, UINT{WM_SYSCOMMAND});
+    EXPECT_EQ(message.wParam, WPARAM{SC_CLOSE});
+    EXPECT_EQ(TakeQueue(), std::vector<UINT>{});
+}
+
 TEST_F(StalledCallTest, TheQuestionGetsNoOlderInput)
 {
     std::vector<UINT> queueOfTheBox{WM_NULL};

@@ -41,7 +41,7 @@ TEST(WinApp, DropsPendingInputAndNothingElse)
     CWinApp::DropPendingInput();
     EXPECT_EQ(window.m_messages, std::vector<UINT>{}) << "nothing is dispatched";
     DrainMessages();
-    EXPECT_EQ(window.m_messages, (std::vector<UINT>{WM_COMMAND, WM_APP, WM_SYSCOMMAND}));
+    EXPECT_EQ(window.m_messages, (std::vector<UINT>{WM_SYSCOMMAND, WM_COMMAND, WM_APP}));
 }
 
 // Takes messages and returns those that the window got.
@@ -104,16 +104,17 @@ TEST(WinApp, TakesAndDropsHeldInputLikeAnyOther)
 {
     CNotingWindow window;
     DrainMessages();
-    window.m_wanted = {WM_KEYDOWN};
+    window.m_wanted = {WM_KEYDOWN, WM_SYSCOMMAND};
     const CHandlerScope connected;
     window.PostMessage(WM_KEYDOWN);
     CWinApp::Get()->GetMessageFilter().HoldInput();
     CWinApp::PumpPendingMessage();
     EXPECT_EQ(window.m_messages.size(), 1U);
     window.PostMessage(WM_KEYDOWN);
+    window.PostMessage(WM_NCLBUTTONDOWN, HTCLOSE);
     CWinApp::Get()->GetMessageFilter().HoldInput();
     CWinApp::DropPendingInput();
-    CWinApp::PumpPendingMessage();
+    DrainMessages();
     EXPECT_EQ(window.m_messages.size(), 1U);
 }
 
