@@ -60,6 +60,7 @@ const MessageMap* CConvList::GetMessageMap() const
         OnMessage<&Self::OnWheel>(WM_MOUSEWHEEL),
         OnMessage<&Self::OnWheel>(WM_MOUSEHWHEEL),
         OnMessage<&Self::OnPaint>(WM_PAINT),
+        OnMessage<&Self::OnLButtonDown>(WM_LBUTTONDOWN),
         OnMessage<&Self::OnLButtonDblClk>(WM_LBUTTONDBLCLK),
         OnMessage<&Self::OnRButtonDown>(WM_RBUTTONDOWN),
         OnMessage<&Self::OnContextMenu>(WM_CONTEXTMENU),
@@ -177,6 +178,11 @@ void CConvList::OnPaint()
     }
 }
 
+LRESULT CConvList::OnLButtonDown(WPARAM, LPARAM)
+{
+    return EndEditInPress() ? 0 : Default();
+}
+
 LRESULT CConvList::OnLButtonDblClk(WPARAM, LPARAM lParam)
 {
     Default();
@@ -237,13 +243,20 @@ void CConvList::OnInPlaceListClosed()
     }
 }
 
-// Moving or resizing columns ends an open edit. If a message box about its text swallows the release of the
-// mouse button, the drag must not begin: it would follow the mouse until the next click.
+// Moving or resizing columns ends an open edit.
 LRESULT CConvList::OnHeaderBeginDrag(NMHDR&)
+{
+    return EndEditInPress() ? TRUE : Default();
+}
+
+// Ends an open edit while the mouse button is held. Returns whether it is so no longer: a message box about
+// the text has swallowed the release. A drag must not begin then; it would follow the mouse until the next
+// click.
+bool CConvList::EndEditInPress()
 {
     const bool wasHeld = IsDown(VK_LBUTTON);
     EndEdit();
-    return wasHeld && !IsDown(VK_LBUTTON) ? TRUE : Default();
+    return wasHeld && !IsDown(VK_LBUTTON);
 }
 
 // Refuses a width outside the limits.

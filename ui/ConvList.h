@@ -72,11 +72,13 @@ private:
     LRESULT OnScroll(WPARAM wParam, LPARAM lParam);
     void OnWheel();
     void OnPaint();
+    LRESULT OnLButtonDown(WPARAM wParam, LPARAM lParam);
     LRESULT OnLButtonDblClk(WPARAM wParam, LPARAM lParam);
     LRESULT OnRButtonDown(WPARAM wParam, LPARAM lParam);
     LRESULT OnContextMenu(WPARAM wParam, LPARAM lParam);
     void OnInPlaceListClosed();
     LRESULT OnHeaderBeginDrag(NMHDR& header);
+    bool EndEditInPress();
     LRESULT OnHeaderItemChanging(NMHDR& header);
     LRESULT OnHeaderItemChanged(NMHDR& header);
     LRESULT OnEndLabelEditNotify(NMHDR& header);

@@ -170,6 +170,25 @@ TEST(ConvListHeader, ADragContinuesAfterAMessageIfTheButtonIsStillDown)
     EXPECT_EQ(window.m_list.GetColumnWidth(0), 200);
 }
 
+TEST(ConvListHeader, APressOnARowDoesNotDragIfTheButtonWasReleasedInAMessageBox)
+{
+    for (const bool released : {true, false}) {
+        CListWindow window;
+        const CHeldKeys button{VK_LBUTTON};
+        const CMessageRecorder user([released] {
+            if (released) {
+                ReleaseKey(VK_LBUTTON);
+            }
+            return IDOK;
+        });
+        window.m_list.EditCell(1, 1);
+        window.Retype(L"M2");
+        window.Click(window.At(20, 3));
+        EXPECT_EQ(user.m_boxes.size(), 1U);
+        EXPECT_EQ(window.m_list.GetNextItem(-1, LVNI_SELECTED), released ? -1 : 3);
+    }
+}
+
 // Whether a point of the list waits to be repainted.
 bool IsInvalidated(const CListWindow& window, int x, int y)
 {
