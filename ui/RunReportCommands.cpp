@@ -106,8 +106,10 @@ void CRunReportCommands::ShowReport(HWND owner) const
 {
     try {
         const std::wstring path = WriteReport();
+        // The browser would keep the program's working folder in use otherwise.
+        const std::wstring folder = TemporaryFolder();
         const auto result = reinterpret_cast<INT_PTR>(
-            ShellExecuteW(owner, L"open", path.c_str(), nullptr, nullptr, SW_SHOWNORMAL));
+            ShellExecuteW(owner, L"open", path.c_str(), nullptr, folder.c_str(), SW_SHOWNORMAL));
         if (result <= kShellExecuteFailed) {
             ShowMessage(FillPlaceholders(kNotOpened.Current(), {path}));
         }

@@ -30,6 +30,7 @@ public:
     [[nodiscard]] std::vector<std::wstring> Take() { return std::exchange(m_opened, {}); }
 
     INT_PTR m_result = 42;  // above 32 is success
+    std::wstring m_folder;  // the working folder of the last viewer; empty if it is the program's
 
 private:
     static HINSTANCE WINAPI Execute(HWND owner, const wchar_t* verb, const wchar_t* file,
@@ -40,6 +41,7 @@ private:
         }
         EXPECT_STREQ(verb, L"open");
         s_watch->m_opened.emplace_back(file);
+        s_watch->m_folder = folder != nullptr ? folder : L"";
         return reinterpret_cast<HINSTANCE>(s_watch->m_result);
     }
 

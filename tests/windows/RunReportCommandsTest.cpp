@@ -107,6 +107,7 @@ TEST_P(RunReportCommandsTest, WritesAndOpensAReport)
     m_commands.ShowReport(m_window.m_hWnd);
     const std::wstring path = InTemporaryFolder(ReportName() + L".html");
     EXPECT_EQ(m_shell.Take(), Texts{path});
+    EXPECT_EQ(m_shell.m_folder, InTemporaryFolder(L"")) << "the program's folder would stay in use";
     const std::string page = ReadBytes(path);
     EXPECT_TRUE(page.starts_with("<!DOCTYPE html>"));
     EXPECT_TRUE(page.ends_with("</html>\n"));
