@@ -42,7 +42,7 @@ def expected_rows(version, edition):
             ("InstallLocation", "51", "ARPINSTALLLOCATION", "[INSTALLDIR]")}),
         "Directory": (("Directory", "Directory_Parent", "DefaultDir"), FOLDERS),
         "Shortcut": (("Directory_", "Target", "Icon_", "WkDir", "Description"), {
-            ("ProgramMenuFolder", "[#talvenor.exe]", "talvenor.ico", "INSTALLDIR", SHORTCUTS[edition])}),
+            ("ProgramMenuFolder", "[#talvenor.exe]", "", "INSTALLDIR", SHORTCUTS[edition])}),
         "Icon": (("Name",), {("talvenor.ico",)}),
         # 7: platform and language; 15 (word count) 2: compressed files with long names
         "_SummaryInformation": (("PropertyId", "Value"), {("7", f"x64;{LANGUAGE_IDS[edition]}"), ("15", "2")}),
@@ -173,7 +173,7 @@ MUTATIONS = [
     ("UPDATE `InstallExecuteSequence` SET `Sequence`=801 WHERE `Action`='InstallLocation'",
      "the order in InstallExecuteSequence is not AppSearch, CostInitialize"),
     ("UPDATE `Shortcut` SET `Description`='' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
-    ("UPDATE `Shortcut` SET `Icon_`='' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
+    ("UPDATE `Shortcut` SET `Icon_`='talvenor.ico' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
     ("UPDATE `Shortcut` SET `WkDir`='' WHERE `Shortcut`='StartMenu'", "Shortcut lacks ProgramMenuFolder"),
     ("DELETE FROM `Icon` WHERE `Name`='talvenor.ico'", "Icon lacks talvenor.ico"),
     ("DELETE FROM `InstallUISequence` WHERE `Action`='ExecuteAction'", "InstallUISequence lacks ExecuteAction"),
