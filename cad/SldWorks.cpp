@@ -6,7 +6,7 @@
 #include "cad/BomEntryWriter.h"
 #include "cad/CadVersion.h"
 #include "core/NameRules.h"
-#include "framework/ScopeExit.h"
+#include "framework/WaitCursor.h"
 #include "platform/Registry.h"
 
 namespace {
@@ -69,8 +69,7 @@ int CSldWorks::Connect(const std::wstring& progId)
     if (m_connected != 0) {
         return m_connected;
     }
-    const HCURSOR cursor = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
-    const CScopeExit showCursor([cursor] { SetCursor(cursor); });
+    const CWaitCursor wait;
     const _bstr_t automationText = MakeAutomationString(progId);
     // Unused: the driver looks the class up itself. This call makes the ProgID readable in a trace of COM
     // calls.

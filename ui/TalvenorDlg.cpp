@@ -20,6 +20,7 @@
 #include "framework/PendingMessages.h"
 #include "framework/ResourceHandle.h"
 #include "framework/ScopeExit.h"
+#include "framework/WaitCursor.h"
 #include "framework/WinApp.h"
 #include "platform/Registry.h"
 #include "resources/resource.h"
@@ -333,6 +334,7 @@ void CTalvenorDlg::ShowFolderContents()
 
 void CTalvenorDlg::LoadListForSourceFolder()
 {
+    const CWaitCursor wait;  // a server that cannot be reached takes many seconds
     if (!ShowMapFileContents()) {
         ShowFolderContents();
     }
