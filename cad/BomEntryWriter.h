@@ -8,7 +8,8 @@
 #include "core/PartName.h"
 
 // Writes the bill-of-materials entries of one file: opens it in the CAD system, sets the alternative BOM name
-// of each of its configurations, saves and closes it. Shows its progress, and asks when the user cancels.
+// of each of its configurations, saves and closes it. Shows its progress, and asks for confirmation when the
+// user cancels.
 class CBomEntryWriter
 {
 public:
