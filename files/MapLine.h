@@ -43,7 +43,7 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 [[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder);
 
 // Returns what the reader gets back from a record line (without its line end); nullopt when it takes the line
-// for a bad one or a comment. The line is of at most kMapLineMaxBytes.
+// for a bad one or a comment. The line must have at most kMapLineMaxBytes.
 [[nodiscard]] std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder& decode);
 
 // Returns the four lines at the top of the file, each ending in "\n". mapPath8: the file's full path as
@@ -58,5 +58,5 @@ std::optional<int> ReadMapLines(std::istream& in, const MapDecoder& decode,
 
 // Returns the message about a bad line: the joined text, path included, formatted like printf with the line
 // number as its only argument. The first "%d" becomes the number and "%%" becomes "%", in the path, too; any
-// other "%" stays. Kept: users know the message so.
+// other "%" stays. Kept: users know the message in this form.
 [[nodiscard]] std::wstring FormatSyntaxError(std::wstring_view joinedFormat, int line);

@@ -13,6 +13,6 @@ inline constexpr std::size_t kTemplateHistorySize = 10;
 // text, empty, or hold a control character or more characters than a template field takes are left out.
 [[nodiscard]] std::vector<std::wstring> ReadTemplateHistory(int column);
 
-// Puts a template in front of the others, or moves it there. An empty one is not kept. What the registry
-// refuses is lost without a message.
+// Puts a template in front of the others, or moves it there. A text that ReadTemplateHistory would leave out
+// is not kept. What the registry refuses is lost without a message.
 void AddToTemplateHistory(int column, const std::wstring& text);
