@@ -12,13 +12,13 @@
 class CRunRecorder
 {
 public:
-    // `run` has its folder, version and start.
+    // `run` has its folder, its SOLIDWORKS version or copyOnly, and its start.
     void BeginRun(RunRecord run);
 
     void BeginRow(const UTtab_entry& entry);
-    // `reason`: why it was not copied or recorded.
+    // `reason`: why the row was not copied or recorded.
     void SetOutcome(RowOutcome outcome, std::wstring reason = {});
-    // `givenUpCalls`: of the run so far.
+    // `givenUpCalls`: how many calls the user has given up in the run so far.
     void EndRow(int givenUpCalls);
 
     // SOLIDWORKS begins with a step of the row's copy.
@@ -47,6 +47,6 @@ private:
     RunRecord m_run;
     Clock::time_point m_runBegan;
     Clock::time_point m_rowBegan;
-    RunRow m_row;                                // in hand
-    std::vector<std::wstring> m_configurations;  // of the row in hand
+    RunRow m_row;                                // the current row
+    std::vector<std::wstring> m_configurations;  // of the current row
 };

@@ -240,7 +240,7 @@ std::wstring DateAndTime(const LocalTime& time)
     return text.data();
 }
 
-// Nothing is loaded, whatever a name looks like.
+// The content security policy keeps the browser from loading anything, whatever a name contains.
 void CPage::Head()
 {
     m_html += "<!DOCTYPE html>\n<html lang=\"";
@@ -427,7 +427,7 @@ void CPage::Cell(std::wstring_view text, const char* tag)
     AppendHtml(m_html, text);
 }
 
-// Right-to-left marks in a name do not reorder the rest of the row.
+// The bdi element keeps right-to-left characters in a name from reordering the rest of the row.
 void CPage::Isolated(std::wstring_view text)
 {
     Cell(text, "<td><bdi>");
