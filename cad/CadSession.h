@@ -29,8 +29,8 @@ public:
         tooOld
     };
 
-    // References must stay valid as long as the object. `process` outlives it, as it remembers the server of
-    // the run before.
+    // References must stay valid as long as the object. `process` serves all sessions: it remembers the
+    // server of the run before.
     CCadSession(CSldWorks& sldWorks, CServerProcess& process, std::wstring progId, CadTimeouts timeouts);
     CCadSession(const CCadSession&) = delete;
     CCadSession& operator=(const CCadSession&) = delete;

@@ -12,8 +12,8 @@ class CCadVersion
 public:
     explicit CCadVersion(int number) : m_number(number) {}
 
-    // The version of a major version number, or of a year of four digits, at the start of the text. None when
-    // no number above 0 stands there.
+    // Return the version for the major version number, or for the four-digit year, at the start of the text;
+    // nullopt when there is no number above 0.
     [[nodiscard]] static std::optional<CCadVersion> FromNumber(const std::wstring& text);
     [[nodiscard]] static std::optional<CCadVersion> FromYear(const std::wstring& text);
 

@@ -313,7 +313,7 @@ private:
         const auto taken = m_newNames.find(newName);
         if (newName != oldName && taken != m_newNames.end() && taken->second > 0) {
             ShowOnce(m_takenShown, kGeneratedNameTaken);
-        } else if (!EqualFileNames(newName, oldName)) {  // not for a change of case only
+        } else if (!EqualFileNames(newName, oldName)) {  // a change of case alone is ignored
             --m_newNames[oldName];
             ++m_newNames[newName];
             SetText(row, newName);

@@ -22,9 +22,9 @@ class CConversionTable : public CListCtrl
 {
 public:
     // Adds a pending row with generated names for each file name (without folder) that is not in column 0
-    // yet, case-insensitively, then sorts. Names that the rules reject are skipped. The messages about
-    // forbidden characters and taken names are shown at most once each. While one is open, the table already
-    // shows the rows made so far, unsorted, after the others.
+    // yet, whatever its case, then sorts the table. Names that the rules reject are skipped. The messages
+    // about forbidden characters and taken names are shown at most once each. While one is open, the table
+    // already shows the rows made so far, unsorted, after the others.
     void AddFiles(const std::vector<std::wstring>& fileNames);
 
     // Replaces all rows by the entries, marked converted, in the entries' order.
@@ -51,7 +51,7 @@ public:
     // Sets the generated names of rows. Rows whose names change become pending, and the parent is notified.
     void SetNames(const std::vector<RowNames>& names) const;
 
-    // Replaces rows, with their marks. `splice.removed` must be what the table holds there.
+    // Replaces rows and their marks. The table must hold the rows `splice.removed` at that place.
     void Splice(const RowSplice& splice) const;
 
     [[nodiscard]] UTtab_entry GetRow(int row) const;

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-// Compares names case-insensitively. Passed in, as case is defined by the file system, which a text rule does
-// not know.
+// Compares names case-insensitively. The caller passes it in: case is a matter of the file system, which the
+// text rules do not know.
 using NameComparison = bool (*)(std::wstring_view left, std::wstring_view right);
 
 // Trims the name and appends "." and the extension (given without dot), unless the last six characters of the

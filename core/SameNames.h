@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-// A row of a table by its new name.
+// A row and its new name.
 struct NamedRow
 {
     std::wstring name;

@@ -115,8 +115,8 @@ public:
     [[nodiscard]] const TableStep& UndoStep() const { return m_undo.back().step; }
     [[nodiscard]] const TableStep& RedoStep() const { return m_redo.back().step; }
 
-    // To be called after that step has been made. `viewBefore`: the view status before it, which the inverse
-    // step restores.
+    // Call them after the step has been made. `viewBefore`: the view status before it, which the inverse step
+    // restores.
     void NoteUndone(const ViewStatus& viewBefore) { Move(m_undo, m_redo, viewBefore); }
     void NoteRedone(const ViewStatus& viewBefore) { Move(m_redo, m_undo, viewBefore); }
 

@@ -7,8 +7,8 @@
 #include "core/NameRules.h"
 #include "core/UTtabEntry.h"
 
-// Returns a form of a file name that is the same for names that differ in case only. Passed in, as case is
-// defined by the file system.
+// Returns a form of a file name that is the same for names that differ in case only. The caller passes it in:
+// case is a matter of the file system.
 using NameFolding = std::wstring (*)(std::wstring_view name);
 
 struct NameCase

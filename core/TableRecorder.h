@@ -46,7 +46,7 @@ public:
     void Undo();
     void Redo();
 
-    // Forgets all changes. To be called when the table gets other contents.
+    // Forgets all changes. Call it when the table gets other contents.
     void Forget() { m_history.Clear(); }
 
 private:

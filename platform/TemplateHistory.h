@@ -9,8 +9,9 @@
 
 inline constexpr std::size_t kTemplateHistorySize = 10;
 
-// Returns them, the newest first: at most kTemplateHistorySize, all different. Values that are missing, not a
-// text, empty, or hold a control character or more characters than a template field takes are left out.
+// Returns these templates, the newest first: at most kTemplateHistorySize, all different. Values that are
+// missing, not a text, empty, or hold a control character or more characters than a template field takes are
+// left out.
 [[nodiscard]] std::vector<std::wstring> ReadTemplateHistory(int column);
 
 // Puts a template in front of the others, or moves it there. A text that ReadTemplateHistory would leave out

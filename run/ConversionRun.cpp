@@ -192,7 +192,7 @@ std::optional<CConversionRun::End> CConversionRun::LoadCad()
     return EndAfter(m_cad.Connect());
 }
 
-// The same after a failed call.
+// Releases SOLIDWORKS after a failed call, and then does the same as LoadCad.
 std::optional<CConversionRun::End> CConversionRun::ReloadCad()
 {
     ReleaseCad();
@@ -318,7 +318,8 @@ std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
     return std::nullopt;
 }
 
-// Copies a pending row's file and records the row. False when the row stays as it is.
+// Copies a pending row's file and records the row. Returns false when either fails; the row then keeps its
+// mark.
 bool CConversionRun::CopyAndRecord(const Row& row)
 {
     if (std::wstring failure = row.pending ? CopyFailure(row) : std::wstring(); !failure.empty()) {
@@ -392,7 +393,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
         // Without a message: SOLIDWORKS gave no text, and it is loaded again below.
         m_recorder.NoteFailure(WithNumber(error.GetErrorMessage(), error.m_sc));
     } catch (const CException& error) {
-        m_recorder.NoteFailure(error.GetErrorMessage());  // the same
+        m_recorder.NoteFailure(error.GetErrorMessage());  // no message either
     }
     const std::optional<End> end = ReloadCad();
     m_recorder.NoteReload(!end);

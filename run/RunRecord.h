@@ -17,7 +17,7 @@ enum class RunEnd : std::uint8_t
     mapFileNotOpened
 };
 
-// A point in time by the user's clock.
+// A point in local time.
 struct LocalTime
 {
     int year = 0;

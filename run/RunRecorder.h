@@ -7,8 +7,9 @@
 
 #include "run/RunRecord.h"
 
-// Writes the record of a run while it goes on, in memory only. Calls in the order of the run: BeginRun; for
-// each row BeginRow, what becomes of it, EndRow; AddNotReached for the rest; EndRun.
+// Builds the record of a run in memory while the run goes on. Call the functions in the order of the run:
+// BeginRun; for each row BeginRow, the notes on what becomes of the row, EndRow; AddNotReached for each
+// remaining row; EndRun.
 class CRunRecorder
 {
 public:
@@ -21,7 +22,7 @@ public:
     // `givenUpCalls`: how many calls the user has given up in the run so far.
     void EndRow(int givenUpCalls);
 
-    // SOLIDWORKS begins with a step of the row's copy.
+    // SOLIDWORKS begins a step on the copy of the current row.
     void NoteStep(CadStep step);
     void NoteOpened(bool opened, long code);
     void NoteConfigurations(long count, const std::vector<std::wstring>& names);

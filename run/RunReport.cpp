@@ -32,7 +32,7 @@ constexpr Text kSeconds{L"Dauer in s", L"Time in s"};
 constexpr Text kWrittenOf{L"%1 von %2", L"%1 of %2"};
 constexpr Text kSeeNote{L"siehe Hinweis", L"see note"};
 
-// By RowOutcome
+// Indexed by RowOutcome
 constexpr std::array kOutcomes{Text{L"kopiert", L"copied"}, Text{L"nur festgehalten", L"recorded only"},
                                Text{L"nicht kopiert", L"not copied"},
                                Text{L"nicht festgehalten", L"not recorded"},
@@ -51,7 +51,7 @@ constexpr Text kFolder{L"Quellordner", L"Standard part folder"};
 constexpr Text kTarget{L"Zielordner", L"Target folder"};
 constexpr Text kProgram{L"Version von Talvenor", L"Version of Talvenor"};
 
-// By RunEnd
+// Indexed by RunEnd
 constexpr std::array kEnds{
     Text{L"bis zum Schluss gelaufen", L"went on to the end"},
     Text{L"vom Benutzer abgebrochen", L"cancelled by the user"},

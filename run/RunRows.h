@@ -21,10 +21,10 @@ enum class RowOutcome : std::uint8_t
     notReached    // the run ended before
 };
 
-// What SOLIDWORKS did with one copy. The numbers are the automation interface's.
+// What SOLIDWORKS did with one copy. The numbers come from the automation interface.
 struct CadRecord
 {
-    CadStep step = CadStep::opening;  // the last one that was begun
+    CadStep step = CadStep::opening;  // the step begun last
     bool opened = false;              // there is a document, and the code allows using it
     long openCode = 0;
     long configurations = 0;                        // as SOLIDWORKS counts them; may be negative
