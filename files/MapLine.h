@@ -52,7 +52,8 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 
 // Appends the records of a stream in text mode to the entries, decoding each line by `decode` (not empty).
 // Stops at the first bad line and returns its 1-based number. Also stops at a line of more than
-// kMapLineMaxBytes, but returns nothing, as at the end of the file. The entries before that line stay.
+// kMapLineMaxBytes, but then returns nullopt, as at the end of the file. The entries from the lines before
+// stay.
 std::optional<int> ReadMapLines(std::istream& in, const MapDecoder& decode,
                                 CList<UTtab_entry, UTtab_entry&>& entries);
 

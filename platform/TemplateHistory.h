@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-// The templates that were used before, in the current user's settings, each column (1: file name, 2: BOM
-// name) by itself.
+// The templates that were used before, in the current user's settings, separately for each column (1: file
+// name, 2: BOM name).
 
 inline constexpr std::size_t kTemplateHistorySize = 10;
 
