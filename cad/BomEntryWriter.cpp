@@ -23,9 +23,9 @@ constexpr Text kReallyCancel{
     L"(The BOM entries of these configurations are still changed and saved)."};
 
 constexpr int kBarEnd = 100;
-constexpr long kUsableErrorCode = 128;  // the only positive one that comes with a usable document
+constexpr long kUsableErrorCode = 128;  // the only positive code that comes with a usable document
 
-// By the text after the last dot, which need only begin with "sldasm" for an assembly.
+// An assembly if the text after the last dot begins with "sldasm", in upper or lower case; otherwise a part.
 long DocumentType(std::wstring_view path)
 {
     constexpr std::wstring_view kAssemblyExtension = L"sldasm";
@@ -57,7 +57,8 @@ SAFEARRAY* ArrayOf(const VARIANT& result)
     }
 }
 
-// The first strings of an array, at most `maximum`; none for an array of several dimensions or another type.
+// The first strings of an array, at most `maximum`. None if the array has several dimensions or other
+// elements.
 std::vector<std::wstring> StringsOf(SAFEARRAY* array, long maximum)
 {
     std::vector<std::wstring> strings;

@@ -8,14 +8,15 @@
 #include "core/PartName.h"
 
 // Writes the bill-of-materials entries of one file: opens it in the CAD system, sets the alternative BOM name
-// of each of its configurations, saves and closes it. Shows its progress, and asks when the user cancels.
+// of each of its configurations, saves and closes it. Shows its progress, and asks for confirmation when the
+// user cancels.
 class CBomEntryWriter
 {
 public:
     // `application` is connected. `filePath` is a full path. `fields` fill "%1" (strNumDigits), "%3"
     // (strNumber), "%4" (strSize), "%7" and "%8" (strExtra1, strExtra2) of `bomNameTemplate`. `fileShare` is
-    // one file's share of the overall bar, `fileNumber` counts the files from 1. References must stay valid
-    // until Run returns.
+    // one file's share of the overall bar in percent, `fileNumber` counts the files from 1. References must
+    // stay valid until Run returns.
     CBomEntryWriter(CSldWorksApplication& application, CProgressView& progress, const std::wstring& filePath,
                     const PartNameValues& fields, const std::wstring& bomNameTemplate, float fileShare,
                     int fileNumber);

@@ -13,8 +13,8 @@ constexpr Text kEndServer{L"SOLIDWORKS antwortet nicht.\n\nSoll SOLIDWORKS beend
 constexpr Text kStopWaiting{L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?",
                             L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?"};
 
-// Whether a call failed because its server has ended or is about to. RPC_S_CALL_FAILED_DNE: a client
-// connected just when the server took back its class.
+// Whether a call failed because its server has exited or is exiting. RPC_S_CALL_FAILED_DNE: the client
+// connected just as the server revoked its class object.
 bool IsServerGone(HRESULT status)
 {
     return status == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE) ||
@@ -22,13 +22,13 @@ bool IsServerGone(HRESULT status)
            status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE) || status == RPC_E_DISCONNECTED;
 }
 
-// Whether a connection, or its first call, failed because the server is about to end or not ready yet.
+// Whether a connection, or its first call, failed because the server is exiting or not ready yet.
 bool IsServerMissing(HRESULT status)
 {
     return IsServerGone(status) || status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
 }
 
-// E_FAIL: the class is still there, but its process cannot make an object any more. Wine was seen to give it.
+// E_FAIL: the class is still registered, but its process cannot create objects any more. Seen under Wine.
 bool IsMakerMissing(HRESULT status)
 {
     return IsServerMissing(status) || status == E_FAIL;
@@ -90,8 +90,8 @@ void CCadSession::Release()
     m_process.LetGo(isEnding);
 }
 
-// A class may stay registered while its server ends or before it can serve: calls fail then until it has
-// ended, or serves.
+// A class may be registered before its server is ready, and stay registered while the server exits. Calls
+// fail meanwhile.
 CCadSession::Outcome CCadSession::ConnectWithRetries()
 {
     const ULONGLONG end = GetTickCount64() + m_timeouts.connect;
@@ -127,7 +127,7 @@ CCadSession::Attempt CCadSession::TryToConnect()
 
 void CCadSession::EndOldServer()
 {
-    // The end of the Windows session ends the wait early; the system sees to the server then.
+    // The end of the Windows session ends the wait early; Windows then ends the server, too.
     if (!m_process.WaitForEnd(m_timeouts.exit) && !CWinApp::IsSessionEnding()) {
         m_process.Terminate();
     }

@@ -11,8 +11,8 @@
 // In milliseconds.
 struct CadTimeouts
 {
-    DWORD exit = 30'000;      // of a server that was released
-    DWORD connect = 120'000;  // after it, no new attempt while a server is exiting or starting
+    DWORD exit = 30'000;      // how long a released server may take to exit
+    DWORD connect = 120'000;  // how long to retry while a server is exiting or starting
     DWORD retryInterval = 500;
 };
 
@@ -29,15 +29,15 @@ public:
         tooOld
     };
 
-    // References must stay valid as long as the object. `process` outlives it, as it remembers the server of
-    // the run before.
+    // References must stay valid as long as the object. `process` serves all sessions: it remembers the
+    // server of the run before.
     CCadSession(CSldWorks& sldWorks, CServerProcess& process, std::wstring progId, CadTimeouts timeouts);
     CCadSession(const CCadSession&) = delete;
     CCadSession& operator=(const CCadSession&) = delete;
     ~CCadSession() override;
 
-    // Connects and checks the version. First waits for a server that this program started and released: one
-    // that is exiting can still be connected to, but fails every call.
+    // Connects and checks the version. First waits for a server that this program started and released: a
+    // client can still connect to an exiting server, but every call then fails.
     [[nodiscard]] Outcome Connect();
 
     // The same after a failed call and Release. Terminates the old server if this program started it, it
@@ -46,7 +46,7 @@ public:
     [[nodiscard]] Outcome Reconnect();
 
     // If the server shows a main window now, lets it outlive this program: a user may be working in it. Call
-    // it often, as this program may be killed at any time.
+    // it often: if this program is killed first, the server ends, too.
     void LeaveToUserIfShown();
 
     // How often the user has stopped waiting for a call.

@@ -7,7 +7,7 @@ namespace {
 constexpr int kYearOfVersionZero = 1992;
 constexpr std::size_t kYearDigits = 4;
 
-// 0 when the text begins with no number.
+// 0 when the text does not begin with a number.
 int LeadingNumber(const std::wstring& text)
 {
     return static_cast<int>(std::wcstol(text.c_str(), nullptr, 10));

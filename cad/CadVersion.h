@@ -6,18 +6,18 @@
 // The ProgID of the current version, whichever that is.
 inline constexpr const wchar_t* kCurrentCadProgId = L"SldWorks.Application";
 
-// A SOLIDWORKS release. The system knows it by its major version number, users by its year: 20 is 2012.
+// A SOLIDWORKS release. ProgIDs contain its major version number, users know its year: version 20 is 2012.
 class CCadVersion
 {
 public:
     explicit CCadVersion(int number) : m_number(number) {}
 
-    // The version of a major version number, or of a year of four digits, at the start of the text. None when
-    // no number above 0 stands there.
+    // Return the version for the major version number, or for the four-digit year, at the start of the text;
+    // nullopt when there is no number above 0.
     [[nodiscard]] static std::optional<CCadVersion> FromNumber(const std::wstring& text);
     [[nodiscard]] static std::optional<CCadVersion> FromYear(const std::wstring& text);
 
-    // The four digits that the user chooses by.
+    // The year in four digits, as the user chooses it.
     [[nodiscard]] std::wstring Year() const;
 
     // "SldWorks.Application." and the major version number.

@@ -42,10 +42,10 @@ public:
     // Translates and dispatches one pending message of the thread, if there is one.
     virtual void PumpOneMessage() = 0;
 
-    // What becomes of the part in hand, for the record of the run; failures that nobody is shown among it. A
-    // call that throws belongs to the step that was begun last.
+    // Notes for the record of the run: what becomes of the current part, including failures without a
+    // message. A call that throws belongs to the step noted last.
     virtual void NoteStep(CadStep step) = 0;
-    // `opened`: there is a document, and `code` allows to go on.
+    // `opened`: there is a document, and `code` allows using it.
     virtual void NoteOpened(bool opened, long code) = 0;
     // `count` is what the CAD system reports; there may be fewer names.
     virtual void NoteConfigurations(long count, const std::vector<std::wstring>& names) = 0;

@@ -46,7 +46,7 @@ bool IsInstalled(const CCadVersion& version)
 
 }  // namespace
 
-// The program can do without the connect error, so it does not throw when there is no memory for one.
+// The program can do without the connect error: lack of memory for it does not throw.
 CSldWorks::CSldWorks() : m_connectError(new (std::nothrow) COleException) {}
 
 CSldWorks::~CSldWorks() = default;
@@ -94,8 +94,8 @@ bool CSldWorks::IsVersionSupported()
 int CSldWorks::Disconnect()
 {
     if (m_connected != 0) {
-        // Disconnected before the call, which fails when the server is gone. The copy keeps the application
-        // alive for the call.
+        // The connection is given up before the call, which throws when the server is gone. The copy keeps
+        // the application alive for the call.
         CSldWorksApplication application = m_application;
         m_application.ReleaseDispatch();
         m_connected = 0;

@@ -23,9 +23,9 @@ public:
     // Returns the index of the current one; 0 when there is none or it is not listed.
     [[nodiscard]] static int GetInstalledVersions(std::vector<std::wstring>& versions);
 
-    // Reaches a running server of the ProgID or starts one, under the wait cursor. Returns 1 when connected
-    // (at once when it already was, whatever the ProgID), otherwise 0. Throws COleException with
-    // E_OUTOFMEMORY when there is no memory for the ProgID.
+    // Connects to a running server of the ProgID or starts one, and shows the wait cursor meanwhile. Returns
+    // 1 when connected, otherwise 0. An existing connection is kept, whatever its ProgID. Throws
+    // COleException with E_OUTOFMEMORY when there is no memory for the ProgID.
     [[nodiscard]] int Connect(const std::wstring& progId);
 
     // The status code of the last Connect that returned 0.

@@ -50,7 +50,7 @@ CSldWorksConfiguration CSldWorksDocument::GetConfiguration(const std::wstring& n
         InvokeHelper<IDispatchPtr>(kDocumentConfigurationByName, DISPATCH_METHOD, name).Detach());
 }
 
-// No conversion, which could fail, or call the server for an object's default value.
+// The result is not converted: a conversion could fail, or call the server for an object's default value.
 std::optional<long> CSldWorksDocument::Save(bool silent)
 {
     const _variant_t result = InvokeHelper<_variant_t>(kDocumentSave, DISPATCH_METHOD, silent);

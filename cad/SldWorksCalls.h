@@ -26,7 +26,7 @@ public:
     // Takes over the caller's reference; null makes a document that is not attached.
     explicit CSldWorksDocument(IDispatch* document = nullptr) { AttachDispatch(document); }
 
-    // Called when opening reported code 128. What it does there is not documented.
+    // Called when opening reported code 128. What the method does is not documented.
     void CallMethod17();
 
     [[nodiscard]] long GetConfigurationCount();

@@ -82,7 +82,8 @@ std::basic_string_view<Char> CopyToArena(std::basic_string_view<Char> text, std:
 }
 
 // Two names have the same key exactly when the list view's own text search (LVM_FINDITEM) finds one for the
-// other: it compares linguistically, case-insensitively, in the thread's locale. The key is in the arena.
+// other. That search compares linguistically, case-insensitively, in the thread's locale. The key is in the
+// arena.
 std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& arena)
 {
     constexpr std::size_t kStackSize = 1024;
@@ -249,7 +250,8 @@ private:
     std::wstring m_newName;
     std::wstring m_bomName;
     std::pmr::monotonic_buffer_resource m_arena;  // freed as a whole
-    // The sets are in the arena, too, and freed with it: their destructors would visit every node.
+    // The sets are in the arena, too, and are freed with it. Their destructors, which would visit every node,
+    // are not called.
     std::pmr::polymorphic_allocator<> m_allocator{&m_arena};
     std::pmr::unordered_set<std::string_view>& m_originals =
         *m_allocator.new_object<std::pmr::unordered_set<std::string_view>>();
@@ -311,7 +313,7 @@ private:
         const auto taken = m_newNames.find(newName);
         if (newName != oldName && taken != m_newNames.end() && taken->second > 0) {
             ShowOnce(m_takenShown, kGeneratedNameTaken);
-        } else if (!EqualFileNames(newName, oldName)) {  // not for a change of case only
+        } else if (!EqualFileNames(newName, oldName)) {  // a change of case alone is ignored
             --m_newNames[oldName];
             ++m_newNames[newName];
             SetText(row, newName);
@@ -463,8 +465,8 @@ LRESULT CConversionTable::OnEndLabelEdit(int row, int column, const wchar_t* new
     return 0;
 }
 
-// Applies extension, forbidden characters and uniqueness, and shows their messages. Returns false when the
-// cell keeps its text.
+// Applies the rules about extension, forbidden characters and uniqueness, and shows their messages. Returns
+// false when the cell keeps its text.
 bool CConversionTable::AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const
 {
     std::optional<EditedName> edited = EditedFileName(std::move(text), EqualFileNames);
@@ -502,7 +504,7 @@ void CConversionTable::SetNames(const std::vector<RowNames>& names) const
     }
 }
 
-// Returns whether the text differs. Setting one takes longer than comparing two.
+// Sets the text only if it differs: comparing is faster than setting. Returns whether it differed.
 bool CConversionTable::SetChangedText(int row, int column, const std::wstring& oldText,
                                       const std::wstring& text) const
 {
@@ -541,7 +543,7 @@ void CConversionTable::DeleteRows(int first, int count) const
         DeleteAllItems();  // row by row takes quadratic time
         return;
     }
-    for (int row = first + count - 1; row >= first; --row) {  // the fewer rows follow, the quicker
+    for (int row = first + count - 1; row >= first; --row) {  // bottom up: fewer rows move up
         DeleteItem(row);
     }
 }

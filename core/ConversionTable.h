@@ -22,9 +22,9 @@ class CConversionTable : public CListCtrl
 {
 public:
     // Adds a pending row with generated names for each file name (without folder) that is not in column 0
-    // yet, case-insensitively, then sorts. Names that the rules reject are skipped. The messages about
-    // forbidden characters and taken names are shown at most once each; the rows made by then are already in
-    // the table, unsorted, after the others.
+    // yet, whatever its case, then sorts the table. Names that the rules reject are skipped. The messages
+    // about forbidden characters and taken names are shown at most once each. While one is open, the table
+    // already shows the rows made so far, unsorted, after the others.
     void AddFiles(const std::vector<std::wstring>& fileNames);
 
     // Replaces all rows by the entries, marked converted, in the entries' order.
@@ -35,13 +35,13 @@ public:
 
     [[nodiscard]] int CountPendingRows() const;
 
-    // Sorts the rows `low` to `high` (-1: the last) by the column's texts, by character codes. Marks,
+    // Sorts the rows `low` to `high` (-1: the last) by the character codes of the column's texts. Marks,
     // selection and focus move with their rows.
     void SortTextItems(int column, bool ascending, int low, int high);
 
     // Regenerates the column (1 or 2) of the selected rows, from the top. Changed rows become pending. The
-    // parent is notified at the end, and before each message of the changes so far. Stops silently when the
-    // template is missing or gives no usable file name.
+    // parent is notified of the changes before each message and at the end. Stops silently when the template
+    // is missing or gives no usable file name.
     void ApplyTemplate(int column);
 
     // Applies a hand edit of a cell; `newText` is null when the user cancelled it. Always returns 0, so that
@@ -51,7 +51,7 @@ public:
     // Sets the generated names of rows. Rows whose names change become pending, and the parent is notified.
     void SetNames(const std::vector<RowNames>& names) const;
 
-    // Replaces rows, with their marks. `splice.removed` must be what the table holds there.
+    // Replaces rows and their marks. The table must hold the rows `splice.removed` at that place.
     void Splice(const RowSplice& splice) const;
 
     [[nodiscard]] UTtab_entry GetRow(int row) const;

@@ -4,13 +4,13 @@
 #include <string>
 #include <string_view>
 
-// Compares names case-insensitively. Passed in, as case is defined by the file system, which a text rule does
-// not know.
+// Compares names case-insensitively. The caller passes it in: case is a matter of the file system, which the
+// text rules do not know.
 using NameComparison = bool (*)(std::wstring_view left, std::wstring_view right);
 
 // Trims the name and appends "." and the extension (given without dot), unless the last six characters of the
 // name equal the extension by `equal` (not null). Returns false when the trimmed name or the extension is
-// empty; the name is only trimmed then.
+// empty; then nothing is appended.
 bool EnsureExtension(std::wstring& name, std::wstring_view extension, NameComparison equal);
 
 // Replaces the characters | / \ * : " ? < > ; = by "_" and each run of dots by one dot. Returns the number of
@@ -20,7 +20,7 @@ int SanitizeFileName(std::wstring& name);
 // Replaces the characters / @ ; = by "_" and returns their number.
 int SanitizeFeatureName(std::wstring& name);
 
-// A name after the rules of an edit.
+// A name to which the rules for edited names have been applied.
 struct EditedName
 {
     std::wstring text;

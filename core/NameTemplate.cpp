@@ -16,7 +16,7 @@ struct FillIn
 
 using FillIns = std::initializer_list<FillIn>;
 
-// Whether filling can give rise to new fill-ins: from a "%" in a value, or from one right before a fill-in.
+// Whether replacing fill-ins can make new ones: a value contains "%", or the text contains "%%", as in "%%1".
 bool CanMakeFillIns(std::wstring_view text, FillIns fillIns)
 {
     return text.find(L"%%") != std::wstring_view::npos ||
@@ -38,8 +38,8 @@ void FillInOnePass(std::wstring& filled, std::wstring_view text, FillIns fillIns
     filled.append(text, done);
 }
 
-// Kept: the fill-ins are replaced in this order in the whole text, inserted values included, as users'
-// templates rely on it. Without new fill-ins, one pass gives the same.
+// Replaces the fill-ins in this order in the whole text, inserted values included. Kept: users' templates
+// rely on it. If no new fill-ins can arise, one pass gives the same result.
 void Fill(std::wstring& filled, std::wstring_view text, FillIns fillIns)
 {
     std::size_t usualSize = text.size();  // with each fill-in once

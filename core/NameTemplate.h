@@ -16,14 +16,15 @@ inline constexpr int kColumnBomName = 2;   // name in the bill of materials
 [[nodiscard]] const wchar_t* DefaultTemplate(int column);
 
 // Fills %1 and %3 to %8 of a template with the pieces of a part's file name. The fill-ins are replaced one
-// after the other in the whole text, so a value that contains a later fill-in has it filled, too. %2, the
-// configuration name, stays, and so does a % before any other character.
+// after the other in the whole text, so a later fill-in inside a value is filled, too. %2, the configuration
+// name, is left as it is, and so is a % before any other character.
 [[nodiscard]] std::wstring ExpandTemplate(std::wstring_view templateText, const PartNameValues& values);
 
 // The same, into a text that is reused to save allocations.
 void ExpandTemplate(std::wstring& expanded, std::wstring_view templateText, const PartNameValues& values);
 
-// Fills %1, %2 (the configuration name), %3, %4, %7 and %8 of a BOM name in the same way. %5 and %6 stay.
+// Fills %1, %2 (the configuration name), %3, %4, %7 and %8 of a BOM name in the same way. %5 and %6 are left
+// as they are.
 [[nodiscard]] std::wstring ExpandConfigurationName(std::wstring_view text, const PartNameValues& values,
                                                    std::wstring_view configurationName);
 

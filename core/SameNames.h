@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-// A row of a table by its new name.
+// A row and its new name.
 struct NamedRow
 {
     std::wstring name;
@@ -21,6 +21,6 @@ struct SameName
 // Compares two names as the file system does: negative, 0 or positive.
 using NameOrder = int (*)(std::wstring_view left, std::wstring_view right);
 
-// Returns every row that shares its name, once, with a neighbour of its group; sorted by names. Takes n log n
+// Returns each row whose name another row has, too, together with one such row; sorted by name. Takes n log n
 // time.
 [[nodiscard]] std::vector<SameName> FindSameNames(std::vector<NamedRow> rows, NameOrder compare);

@@ -23,7 +23,7 @@ std::size_t BytesOf(const Rows& rows)
                            });
 }
 
-// About what the step takes, mostly in its texts.
+// The approximate memory of a step; most of it is texts.
 std::size_t BytesOf(const TableStep& step)
 {
     const std::size_t ranges = step.before.selection.rows.size() + step.after.selection.rows.size();
@@ -34,8 +34,8 @@ std::size_t BytesOf(const TableStep& step)
     return bytes;
 }
 
-// Returns the splice for changes at this row: the last one if it ends there, or else a new one. `end`: the
-// row behind the last splice.
+// Returns the splice for changes at this row: the last splice if it ends right before the row, otherwise a
+// new one. `end`: the row behind the last splice.
 RowSplice& SpliceAt(std::vector<RowSplice>& splices, int row, int end)
 {
     if (splices.empty() || end != row) {
@@ -44,7 +44,7 @@ RowSplice& SpliceAt(std::vector<RowSplice>& splices, int row, int end)
     return splices.back();
 }
 
-// The insertions that make `after` of `before`; fails when other rows would have to change, too.
+// Finds the insertions that turn `before` into `after`. Returns false when insertions alone do not suffice.
 bool FindInsertions(const Rows& before, Rows& after, std::vector<RowSplice>& splices)
 {
     std::vector<std::size_t> inserted;

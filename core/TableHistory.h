@@ -18,7 +18,7 @@ struct TableRow
 // Consecutive rows that are replaced by others.
 struct RowSplice
 {
-    int at = 0;  // the first row, once the splices before are applied
+    int at = 0;  // the first row, after the earlier splices of the step
     std::vector<TableRow> removed;
     std::vector<TableRow> inserted;
 
@@ -48,7 +48,7 @@ struct TableSelection
     bool operator==(const TableSelection&) const = default;
 };
 
-// What the caption says of the table.
+// What the caption says about the table.
 struct ViewStatus
 {
     bool mapView = false;
@@ -57,7 +57,7 @@ struct ViewStatus
     bool operator==(const ViewStatus&) const = default;
 };
 
-// One change of the table, with all that is needed to make it and to take it back.
+// One change of the table, with all that is needed to redo and to undo it.
 struct TableStep
 {
     struct Situation
@@ -77,8 +77,8 @@ struct TableStep
 };
 
 // Returns the splices that turn one table into the other. If rows were only inserted, as when files are added
-// to a sorted table, each run of them is a splice; otherwise a single one replaces everything from the first
-// to the last difference.
+// to a sorted table, each run of them is a splice; otherwise a single splice replaces everything from the
+// first to the last difference.
 [[nodiscard]] std::vector<RowSplice> CompareTables(std::vector<TableRow> before, std::vector<TableRow> after);
 
 // Returns the splices for rows that were replaced in place; `rows` is in ascending order. Unchanged rows are
@@ -86,13 +86,13 @@ struct TableStep
 [[nodiscard]] std::vector<RowSplice> ReplacedRows(const std::vector<int>& rows, std::vector<TableRow> before,
                                                   std::vector<TableRow> after);
 
-// Returns the splices for removed rows; `rows` are their numbers before, in ascending order.
+// Returns the splices for removed rows; `rows` are their numbers before the removal, in ascending order.
 [[nodiscard]] std::vector<RowSplice> RemovedRows(const std::vector<int>& rows, std::vector<TableRow> before);
 
-// Turns a step into the one that takes it back.
+// Turns a step into its inverse.
 void Invert(TableStep& step);
 
-// The changes that can be taken back and made again, the oldest of which are dropped at the limits.
+// The changes that can be undone and redone. Beyond the limits the oldest are dropped.
 class CTableHistory
 {
 public:
@@ -104,19 +104,19 @@ public:
     {
     }
 
-    // Adds a change that was made. What was taken back before can no longer be made again.
+    // Adds a change that was made. Changes undone before can no longer be redone.
     void Add(TableStep step);
 
     [[nodiscard]] bool CanUndo() const { return !m_undo.empty(); }
     [[nodiscard]] bool CanRedo() const { return !m_redo.empty(); }
 
-    // The step that takes back the last change, and the one that makes the change last taken back again.
-    // There must be one.
+    // Return the step that undoes the last change and the step that redoes the change undone last. Call them
+    // only if CanUndo() or CanRedo() is true.
     [[nodiscard]] const TableStep& UndoStep() const { return m_undo.back().step; }
     [[nodiscard]] const TableStep& RedoStep() const { return m_redo.back().step; }
 
-    // To be called after that step has been made. `viewBefore`: the view status before it, which the inverse
-    // step restores.
+    // Call them after the step has been made. `viewBefore`: the view status before it, which the inverse step
+    // restores.
     void NoteUndone(const ViewStatus& viewBefore) { Move(m_undo, m_redo, viewBefore); }
     void NoteRedone(const ViewStatus& viewBefore) { Move(m_redo, m_undo, viewBefore); }
 

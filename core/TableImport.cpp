@@ -108,7 +108,7 @@ public:
     }
 
 private:
-    // The names proposed for a row; a name that does not change is the present one.
+    // The names proposed for a row; for a name that does not change, the present one.
     struct Proposal
     {
         RowNames names;
@@ -232,7 +232,8 @@ private:
         }
     }
 
-    // Makes the row keep its names, and adds to `next` the proposals to give its file name to other rows.
+    // Makes the row keep its names. Adds to `next` the proposals that would give its old file name to another
+    // row.
     void Keep(Proposal& proposal, std::vector<Proposal*>& next)
     {
         proposal.kept = true;

@@ -7,14 +7,14 @@
 #include "core/NameRules.h"
 #include "core/UTtabEntry.h"
 
-// Returns a form of a file name that is the same for names that differ in case only. Passed in, as case is
-// defined by the file system.
+// Returns a form of a file name that is the same for names that differ in case only. The caller passes it in:
+// case is a matter of the file system.
 using NameFolding = std::wstring (*)(std::wstring_view name);
 
 struct NameCase
 {
     NameComparison equal;
-    NameFolding fold;  // of the same names
+    NameFolding fold;  // maps equal names to equal texts
 };
 
 // The generated names of a row.
@@ -40,8 +40,8 @@ struct TableImport
 };
 
 // Compares a text (see CTableReader) with the rows of the table. The first column finds the row: by its exact
-// name, or else by the file system's comparison. The second and third columns are the names of an edit;
-// further columns are ignored, and a missing cell changes nothing. A first row with the table's header is
-// skipped.
+// name, or else by the file system's comparison. The second and third columns are taken like edits of the
+// row's two names; further columns are ignored, and a missing cell changes nothing. A first row with the
+// table's header is skipped.
 [[nodiscard]] TableImport ImportTable(const std::vector<UTtab_entry>& rows, std::wstring_view text,
                                       const NameCase& names);

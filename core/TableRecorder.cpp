@@ -18,8 +18,8 @@ TableSelection ReadSelection(const CConversionTable& table)
     return selection;
 }
 
-// Restores a selection, unless it is in place: reading the selection is faster than setting the state of
-// every row.
+// Restores a selection, unless the table already has it: reading the selection is faster than setting the
+// state of every row.
 void Select(const CConversionTable& table, const TableSelection& selection)
 {
     constexpr int kEveryRow = -1;
@@ -37,8 +37,8 @@ void Select(const CConversionTable& table, const TableSelection& selection)
     }
 }
 
-// Whether the table, before any splice of the step, holds the rows that this one removes. `moved`: by how
-// many rows the earlier splices will move them down.
+// Whether the table, before any splice of the step is made, holds the rows that this splice removes. `moved`:
+// by how many rows the earlier splices will move them down.
 bool Holds(const CConversionTable& table, const RowSplice& splice, int moved)
 {
     int row = splice.at - moved;
@@ -128,9 +128,9 @@ void CTableRecorder::Redo()
     }
 }
 
-// Makes a step if it fits the table, or else forgets the history, and scrolls to the first changed row. The
-// view status to return to is read only here: WM_LISTCHANGED is posted, so it changed the caption after the
-// previous step had been recorded.
+// Makes a step and scrolls to the first changed row; if the step does not fit the table, forgets the history
+// instead. The view status to return to is read only here: WM_LISTCHANGED is posted, so the caption changed
+// after the previous step had been recorded.
 void CTableRecorder::Make(const TableStep& step, void (CTableHistory::*note)(const ViewStatus&))
 {
     if (!Fits(step)) {

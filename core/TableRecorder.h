@@ -17,9 +17,9 @@ protected:
     ~CTableCaption() = default;
 };
 
-// Makes changes of the table that the user can take back and make again. Each call of EditRows,
-// DeleteSelected and ChangeRows is one step; without an effect on the rows it is none. Texts, marks, order,
-// selection, focus and the caption come back.
+// Makes changes of the table that the user can undo and redo. Each call of EditRows, DeleteSelected or
+// ChangeRows that affects the rows is one step. Undoing restores texts, marks, order, selection, focus and
+// caption.
 class CTableRecorder
 {
 public:
@@ -28,7 +28,8 @@ public:
 
     using Change = std::function<void()>;
 
-    // Makes a change of these rows, given from the top, that leaves them in their places.
+    // Makes a change that affects these rows only and leaves them in their places. `rows` is in ascending
+    // order.
     void EditRows(const std::vector<int>& rows, const Change& change);
 
     // Makes a change that deletes exactly the selected rows.
@@ -40,12 +41,12 @@ public:
     [[nodiscard]] bool CanUndo() const { return m_history.CanUndo(); }
     [[nodiscard]] bool CanRedo() const { return m_history.CanRedo(); }
 
-    // Takes the last change back, or makes it again; does nothing when there is none. If another program has
-    // changed the rows in between, they stay as they are and the history is forgotten.
+    // Undo the last change, or redo the change undone last; do nothing when there is none. If another program
+    // has changed the rows in between, they stay as they are and the history is forgotten.
     void Undo();
     void Redo();
 
-    // Forgets all changes. To be called when the table gets other contents.
+    // Forgets all changes. Call it when the table gets other contents.
     void Forget() { m_history.Clear(); }
 
 private:

@@ -24,8 +24,8 @@ constexpr std::uint32_t kLastSurrogate = 0xDFFF;
 constexpr std::uint32_t kFirstSupplementary = 0x10000;
 constexpr std::uint32_t kLastCharacter = 0x10FFFF;
 
-// The other separators are quoted in CSV, too, so that the right one is found again. With tabs they are not:
-// programs other than spreadsheets show the quotes.
+// In CSV, a cell with one of the other separators is quoted, too, so that a reader infers the right one. With
+// tabs it is not: programs other than spreadsheets show the quotes.
 bool NeedsQuotes(std::wstring_view cell, wchar_t separator)
 {
     return cell.find_first_of(separator == kTab ? L"\t\"\r\n" : L"\t;,\"\r\n") != std::wstring_view::npos;
@@ -54,7 +54,7 @@ std::uint32_t ByteAt(std::string_view bytes, std::size_t at)
     return static_cast<unsigned char>(bytes[at]);
 }
 
-// The character that begins at a byte, and its length. No length when the bytes are not UTF-8.
+// The character that begins at a byte, and its length in bytes. The length is 0 when the bytes are not UTF-8.
 struct Utf8Character
 {
     std::uint32_t code = 0;
@@ -100,7 +100,7 @@ void AppendUtf16(std::wstring& text, std::uint32_t code)
     text += static_cast<wchar_t>(kFirstLowSurrogate + (offset & 0x3FFU));
 }
 
-// None for invalid bytes, unless they are to be replaced.
+// Returns nullopt for invalid bytes unless they are to be replaced.
 std::optional<std::wstring> DecodeUtf8(std::string_view bytes, bool replaceInvalid)
 {
     std::wstring text;
@@ -195,8 +195,8 @@ CTableReader::CTableReader(std::wstring_view text) : m_text(text)
     Restart(FindSeparator());
 }
 
-// A separator that cuts each of the first rows into the table's columns is the right one. Otherwise the one
-// that cuts off most cells: a comma comes less often in a name than between the cells.
+// A separator that cuts each of the first rows into the table's columns is the right one. Otherwise the
+// separator with the most cells wins: commas are rarer within names than between cells.
 wchar_t CTableReader::FindSeparator()
 {
     wchar_t best = kTab;
@@ -211,7 +211,7 @@ wchar_t CTableReader::FindSeparator()
     return best;
 }
 
-// A quote that encloses nothing counts against the separator: it is likely to have cut a quoted cell.
+// A quote that encloses nothing counts against the separator, which has probably cut a quoted cell in two.
 int CTableReader::ScoreOf(wchar_t separator)
 {
     constexpr int kPerfect = std::numeric_limits<int>::max();
@@ -273,8 +273,8 @@ void CTableReader::ReadCell(std::wstring& cell)
     m_at = end;
 }
 
-// Returns false, at the same place, when the quotes do not enclose the whole cell, as in "M8" steel:
-// spreadsheets copy such a text as it is.
+// Returns false, with the position unchanged, when the quotes do not enclose the whole cell, as in "M8"
+// steel: spreadsheets copy such a text as it is.
 bool CTableReader::ReadQuoted(std::wstring& cell)
 {
     std::size_t from = m_at + 1;

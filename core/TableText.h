@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-// Tables as the text that spreadsheets exchange: separated by tabs on the clipboard, and by semicolons,
-// commas or tabs in files.
+// Tables as the text that spreadsheets exchange. Cells are separated by tabs on the clipboard, and by
+// semicolons, commas or tabs in files.
 
 inline constexpr wchar_t kTab = L'\t';
 
@@ -41,8 +41,7 @@ private:
     wchar_t m_separator = kTab;
     std::wstring m_ends;     // the characters that end a cell
     std::wstring m_ignored;  // takes the text of the cells beyond the limit
-    int m_plainQuotes =
-        0;  // of the row, while the separator is inferred: cells with quotes that enclose nothing
+    int m_plainQuotes = 0;   // cells with quotes that enclose nothing; counted for ScoreOf
 };
 
 // Decodes UTF-16 with a byte order mark, and UTF-8 with or without one. Returns nullopt when there is no

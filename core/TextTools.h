@@ -8,10 +8,11 @@
 // The same, as a view into the text.
 [[nodiscard]] std::wstring_view TrimView(std::wstring_view text);
 
-// Compares with the case of a to z ignored, whatever the locale: the prefixes are ASCII, and with Turkish
-// casing rules the "i" of "iso" would match none.
+// Compares without regard to the case of a to z, whatever the locale: the prefixes of part names are ASCII,
+// and by Turkish casing rules the "i" of "iso" would not match the "I" of "ISO".
 [[nodiscard]] bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right);
 
 // Replaces every occurrence of `what` by `by` in one pass from the left, case-sensitively. An empty `what`
-// replaces nothing. Returns the number of replacements. Linear in the lengths of the old and the new text.
+// replaces nothing. Returns the number of replacements. The time is linear in the lengths of the old and the
+// new text.
 int ReplaceAll(std::wstring& text, std::wstring_view what, std::wstring_view by);

@@ -49,7 +49,7 @@ constexpr Text kTargetNotOpened{
     L"Error: %3.\n"
     L"Maybe the file is already in use."};
 
-// Kept without a full stop at the end, unlike the two above.
+// Without a full stop at the end, unlike the two above. Kept: users look messages up by their text.
 constexpr Text kCopyFailed{
     L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
     L"Schreib-/Lesefehler beim Kopieren von\n"
@@ -65,7 +65,7 @@ constexpr Text kCopyFailed{
 constexpr Text kMapFileNotOpened{L"FEHLER: Datei '%1' kann nicht zum Lesen geöffnet werden!",
                                  L"ERROR: File '%1' cannot be opened for read access!"};
 
-// The path comes between lead and tail before %d is replaced, so a %d in the path is replaced, too: see
+// The path is put between lead and tail before the text is formatted, so "%%" in the path becomes "%": see
 // FormatSyntaxError.
 constexpr Text kSyntaxErrorLead{L"Syntax-Fehler in Zeile %d in\n", L"Syntax-Error in line %d in\n"};
 constexpr Text kSyntaxErrorTail{L"\n\nDie Datei konnte nicht vollständig ausgewertet werden.",
@@ -139,7 +139,7 @@ bool Fits(HDC dc, const std::wstring& text, int width)
            extent.cx <= width;
 }
 
-// The runtime library opens the file so that others may read and write it, too.
+// The runtime library opens files in a mode in which other programs may read and write them, too.
 template <class Stream>
 int OpenStream(Stream& stream, const Path8& path8, std::ios::openmode mode, bool text)
 {

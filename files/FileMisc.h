@@ -33,8 +33,8 @@ public:
         bool operator==(const MapFileState&) const = default;
     };
 
-    // nLanguage: of ReadMapFile's messages (non-zero: German). All other messages use the language of the
-    // process.
+    // nLanguage: the language of ReadMapFile's messages (non-zero: German). All other messages use the
+    // language of the process.
     explicit CFileMisc(int nLanguage);
 
     CList<UTtab_entry, UTtab_entry&> m_lstEntries;
@@ -44,15 +44,16 @@ public:
     // after a message.
     static int CreateFolder(const std::wstring& path);
 
-    // Copies the bytes of source into target, which is created or overwritten, without times and attributes.
-    // Returns 0, or 1 after a message, which *message (unless null) receives; a partly written target stays.
+    // Copies the bytes of source, without its times and attributes, into target, which is created or
+    // overwritten. Returns 0, or 1 after a message, whose text *message (unless null) receives. A partly
+    // written target stays.
     static int CopyPartFile(const std::wstring& source, const std::wstring& target,
                             std::wstring* message = nullptr);
 
     // Appends the names (without folder) of "*.sldprt" and then "*.prt" in the folder, in the file system's
     // order, sub-folders with such names included. "*.prt" also finds a file whose short name matches, as
-    // that of "a.prtx" does on a volume with short names ("FindFirstFileW function"). All are kept: no part
-    // can be missing from the list, and the user deletes other rows.
+    // that of "a.prtx" does on a volume with short names ("FindFirstFileW function"). All names are kept, so
+    // that no part is missing from the list; the user deletes the rows of other files.
     static void ScanPartFiles(const std::wstring& folder, std::vector<std::wstring>& names);
 
     // Sets or clears a file's read-only attribute. A change also sets the archive attribute and the time of
@@ -60,9 +61,9 @@ public:
     [[nodiscard]] static std::wstring SetReadOnly(const std::wstring& path);
     [[nodiscard]] static std::wstring ClearReadOnly(const std::wstring& path);
 
-    // Returns prefix + path. If that is wider than `width` pixels, the start of the path is replaced by "..."
-    // in the device context's font, preferably up to a backslash. When not even one character of the path
-    // fits: the prefix and "...".
+    // Returns prefix + path. If that is wider than `width` pixels in the device context's font, "..."
+    // replaces the start of the path, preferably up to a backslash. If not even one character of the path
+    // fits, returns the prefix and "...".
     [[nodiscard]] static std::wstring FitPathToWidth(HDC dc, const std::wstring& prefix,
                                                      const std::wstring& path, int width);
 
@@ -75,8 +76,8 @@ public:
     [[nodiscard]] static Path8 PathToBytes(const std::wstring& path, UINT codePage);
 
     // Open the stream in text mode (LF in memory, CR LF in the file) or binary; an output file is created or
-    // truncated. Others may read and write the file meanwhile. Return 0, or 1 with the stream's failbit set,
-    // as always for a path that is not representable.
+    // truncated. Other programs may read and write the file meanwhile. Return 0, or 1 with the stream's
+    // failbit set. A path that is not representable or names only a share always fails.
     static int OpenInputFile(std::ifstream& stream, const Path8& path8, bool text);
     static int OpenOutputFile(std::ofstream& stream, const Path8& path8, bool text);
 

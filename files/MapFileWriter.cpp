@@ -24,7 +24,7 @@ bool CMapFileWriter::Open(const std::wstring& path)
     }
     m_path = path;
     // A second handle for the flush in Close, opened now: the file may have been renamed or deleted by then.
-    // If another program denies it, nothing is known about the disk.
+    // If another program's sharing mode denies it, Close cannot flush.
     static_cast<void>(m_flushHandle.Open(path, CFile::modeWrite | CFile::shareDenyNone, nullptr));
     return true;
 }
@@ -58,8 +58,8 @@ bool CMapFileWriter::AppendText(const std::string& text)
 bool CMapFileWriter::RemovePartialRecord()
 {
     m_hasPartialRecord = true;
-    // Closing writes or discards the failed stream's buffer; the truncation removes it. The stream is
-    // reopened without creating the file, which may have been deleted.
+    // Closing the failed stream writes or discards its buffer; the truncation removes what was written. The
+    // stream is reopened without creating the file, which may have been deleted.
     m_stream.close();
     const bool truncated = CFile::Truncate(m_path, m_completeSize);
     m_stream.clear();
@@ -68,7 +68,8 @@ bool CMapFileWriter::RemovePartialRecord()
     return !m_hasPartialRecord;
 }
 
-// A last attempt. The flag is cleared in any case: once the file is closed, it may be another program's.
+// A last attempt. The flag is cleared in any case: once the file is closed, the path may lead to another
+// program's file.
 void CMapFileWriter::RemovePartialRecordBeforeClosing()
 {
     if (m_hasPartialRecord) {

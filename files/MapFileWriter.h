@@ -27,8 +27,8 @@ public:
     // Appends the four lines at the top of the file, or one record, and hands them to the system at once, so
     // that they survive the end of the process. False when that fails.
     //
-    // A failed call leaves no partial record. If it cannot be removed, the next call tries again and appends
-    // nothing until that succeeds; otherwise two records would be read as one.
+    // A failed call removes its partial record. If that fails, each later call tries again and appends
+    // nothing until the removal succeeds: otherwise two records would be read as one.
     [[nodiscard]] bool AppendHeader();
     [[nodiscard]] bool Append(const UTtab_entry& record);
 

@@ -10,7 +10,7 @@ constexpr wchar_t kSeparator = L';';
 constexpr wchar_t kLastByItsCode = L'\u00FF';
 constexpr std::size_t kNone = std::wstring_view::npos;
 
-// Only these count as blanks; a name may well end in another kind, such as a no-break space.
+// Only these count as blanks; a name may well end in another white-space character, such as a no-break space.
 std::wstring_view StripBlanks(std::wstring_view text)
 {
     constexpr std::wstring_view kBlanks = L" \t\r\n";
@@ -34,7 +34,8 @@ bool TakeField(std::wstring_view& rest, std::wstring_view& field)
     return true;
 }
 
-// A line break, which a template set from outside may contain, would split the record: it becomes a blank.
+// A line break would split the record, so it becomes a blank. A template edited in the registry may contain
+// one.
 std::string EncodeField(std::wstring_view field, const MapEncoder& encoder)
 {
     std::string bytes = EncodeMapText(field.substr(0, kMapFieldMaxBytes), encoder);
@@ -90,14 +91,14 @@ std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder
 {
     std::wstring decoded;
     decode(line, decoded);
-    // It also refuses the empty lines and comments that the reader skips.
+    // ParseMapLine also refuses the empty lines and comments that the reader skips.
     UTtab_entry entry;
     return ParseMapLine(StripBlanks(decoded), entry) ? std::optional(entry) : std::nullopt;
 }
 
 std::string FormatMapHeader(std::string_view mapPath8)
 {
-    // The second line is German in both languages, so that the file does not depend on who writes it. Its
+    // The second line is German in both editions, so that the file does not depend on who writes it. Its
     // umlauts are the bytes of their codes.
     return "; Datei: " + std::string(mapPath8) +
            "\n; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\n"
@@ -112,7 +113,7 @@ std::optional<int> ReadMapLines(std::istream& in, const MapDecoder& decode,
     // Reused for all lines, so that the strings keep their capacity.
     UTtab_entry entry;
     std::wstring decoded;
-    // A line that does not fit the buffer fails the stream and so ends reading, as the manuals say.
+    // A line that does not fit the buffer fails the stream and so ends reading. The manuals warn of this.
     for (int line = 1; in.getline(buffer.data(), buffer.size()); ++line) {
         // gcount includes the line end, which only the last line can lack.
         const std::size_t length = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);

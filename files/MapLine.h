@@ -43,7 +43,7 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 [[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder);
 
 // Returns what the reader gets back from a record line (without its line end); nullopt when it takes the line
-// for a bad one or a comment. The line is of at most kMapLineMaxBytes.
+// for a bad one or a comment. The line must have at most kMapLineMaxBytes.
 [[nodiscard]] std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder& decode);
 
 // Returns the four lines at the top of the file, each ending in "\n". mapPath8: the file's full path as
@@ -52,11 +52,12 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 
 // Appends the records of a stream in text mode to the entries, decoding each line by `decode` (not empty).
 // Stops at the first bad line and returns its 1-based number. Also stops at a line of more than
-// kMapLineMaxBytes, but returns nothing, as at the end of the file. The entries before that line stay.
+// kMapLineMaxBytes, but then returns nullopt, as at the end of the file. The entries from the lines before
+// stay.
 std::optional<int> ReadMapLines(std::istream& in, const MapDecoder& decode,
                                 CList<UTtab_entry, UTtab_entry&>& entries);
 
 // Returns the message about a bad line: the joined text, path included, formatted like printf with the line
 // number as its only argument. The first "%d" becomes the number and "%%" becomes "%", in the path, too; any
-// other "%" stays. Kept: users know the message so.
+// other "%" stays. Kept: users know the message in this form.
 [[nodiscard]] std::wstring FormatSyntaxError(std::wstring_view joinedFormat, int line);

@@ -17,7 +17,7 @@ struct NameToCheck
 {
     int row = 0;
     NameProblem problem = NameProblem::sameCopy;
-    int otherRow = -1;  // with the same copy
+    int otherRow = -1;  // the other row with the same copy, if that is the problem
 
     bool operator==(const NameToCheck&) const = default;
 };

@@ -9,5 +9,5 @@
 // Reads the text: UTF-8 or UTF-16 (see DecodeUnicode), or else the ANSI code page of the map file.
 [[nodiscard]] std::wstring ReadTableFile(const std::wstring& path);
 
-// Writes the text in UTF-8, with a byte order mark, over an existing file.
+// Writes the text in UTF-8, with a byte order mark. Creates the file or replaces its contents.
 void WriteTableFile(const std::wstring& path, std::wstring_view text);

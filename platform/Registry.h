@@ -65,8 +65,8 @@ private:
 class CRegistry
 {
 public:
-    // hive: a predefined hive, or an open key, of which this object takes ownership: the first access that
-    // opens a sub-key closes it, and every later access fails.
+    // hive: a predefined hive, or an open key, of which this object takes ownership. The first access that
+    // finds or writes a value closes such a key, and every later access fails.
     // view: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit ones see, 0 for the
     // view of this process ("Accessing an Alternate Registry View").
     explicit CRegistry(HKEY hive, REGSAM view = 0);
@@ -92,5 +92,5 @@ private:
 };
 
 // Returns KEY_WOW64_32KEY when a key of the local machine is missing in the 64-bit view: a 32-bit setup
-// program may have written it. Otherwise KEY_WOW64_64KEY, also when the key may not be read.
+// program may have written it. Otherwise KEY_WOW64_64KEY, also when Windows denies access to the key.
 [[nodiscard]] REGSAM ViewOfMachineKey(const std::wstring& subKey);

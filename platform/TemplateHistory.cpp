@@ -7,7 +7,7 @@
 
 namespace {
 
-// The limit of an edit ("EM_SETLIMITTEXT message"): a longer text was written by someone else.
+// The limit of an edit control ("EM_SETLIMITTEXT message"): another program wrote a longer text.
 constexpr std::size_t kLongestTemplate = 30'000;
 
 std::wstring HistoryKey()
@@ -15,7 +15,7 @@ std::wstring HistoryKey()
     return std::wstring(kProductKey) + L"\\Tools\\Talvenor\\Template History";
 }
 
-// Counted from 1, the newest.
+// `place` counts from 1, the newest.
 std::wstring ValueName(int column, std::size_t place)
 {
     return L"Column " + std::to_wstring(column) + L" Template " + std::to_wstring(place);

@@ -18,8 +18,8 @@ namespace {
 
 constexpr int kProgressFull = 100;
 
-// The standard number of the BOM entries starts after a prefix of this length, whatever prefix the name has:
-// BOM names in use were made so.
+// The standard number in BOM entries starts after a prefix of this length, whatever prefix the name has.
+// Kept: BOM names in use were made this way.
 constexpr const wchar_t* kStandardNumberPrefix = L"N_";
 
 constexpr Text kLoadingCad{L"Lade SOLIDWORKS...", L"Loading SOLIDWORKS..."};
@@ -75,7 +75,7 @@ LocalTime Now()
     return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond};
 }
 
-// The error with its status code, or the server's number, unless that is 0 or stands there already.
+// The error followed by the number in hexadecimal, unless the number is 0 or in the text already.
 std::wstring WithNumber(const std::wstring& error, long number)
 {
     std::array<wchar_t, 16> digits{};
@@ -108,7 +108,7 @@ CConversionRun::CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWo
 {
 }
 
-// Leaves no orphaned SOLIDWORKS behind an exception. Failures here are not reported.
+// Leaves no orphaned SOLIDWORKS behind after an exception. Failures here are not reported.
 CConversionRun::~CConversionRun()
 {
     if (m_progress != nullptr) {
@@ -144,7 +144,7 @@ void CConversionRun::BeginRecord()
     m_progress->RecordTo(m_recorder);
 }
 
-// Before the list is reloaded.
+// Call it before the list is reloaded: the rows that were not reached are read from the list.
 void CConversionRun::EndRecord(End end)
 {
     for (int row = static_cast<int>(m_recorder.RowCount()); row < m_table.GetItemCount(); ++row) {
@@ -192,7 +192,7 @@ std::optional<CConversionRun::End> CConversionRun::LoadCad()
     return EndAfter(m_cad.Connect());
 }
 
-// The same after a failed call.
+// Releases SOLIDWORKS after a failed call, and then does the same as LoadCad.
 std::optional<CConversionRun::End> CConversionRun::ReloadCad()
 {
     ReleaseCad();
@@ -269,8 +269,9 @@ void CConversionRun::CloseProgressAndCad()
     ReleaseCad();
 }
 
-// The main window comes back as soon as the message is answered. Until the run has returned, the dialog drops
-// commands, and what was typed while SOLIDWORKS was released is dropped here: an Enter would start a run.
+// The main window is enabled as soon as the user has closed the message. Until the run has returned, the main
+// dialog drops commands. Input that comes while SOLIDWORKS is released is dropped here: an Enter would start
+// the next run.
 void CConversionRun::AbortRun(const std::wstring& message)
 {
     ShowMessage(message);
@@ -317,7 +318,8 @@ std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
     return std::nullopt;
 }
 
-// Copies a pending row's file and records the row. False when the row stays as it is.
+// Copies a pending row's file and records the row. Returns false when either fails; the row then keeps its
+// mark.
 bool CConversionRun::CopyAndRecord(const Row& row)
 {
     if (std::wstring failure = row.pending ? CopyFailure(row) : std::wstring(); !failure.empty()) {
@@ -346,8 +348,8 @@ std::wstring CConversionRun::CopyFailure(const Row& row)
     return failure;
 }
 
-// Returns an empty text, or the message about a name that leads out of its folder, which is shown at most
-// once per run.
+// Returns an empty text, or the message about a name that is not a bare file name. The message is shown at
+// most once per run.
 std::wstring CConversionRun::CheckFileNames(const Row& row)
 {
     for (const std::wstring& name : {row.entry.strOriginal, row.entry.strRenamed}) {
@@ -373,7 +375,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateCopy(const Row& row)
 }
 
 // Has SOLIDWORKS write the copy's BOM names. After a failed call SOLIDWORKS is loaded again, and the cancel
-// button stays disabled until the next part is saved.
+// button stays disabled until the next part has been closed.
 std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& row)
 {
     ShowUpdateProgress(row);
@@ -391,7 +393,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
         // Without a message: SOLIDWORKS gave no text, and it is loaded again below.
         m_recorder.NoteFailure(WithNumber(error.GetErrorMessage(), error.m_sc));
     } catch (const CException& error) {
-        m_recorder.NoteFailure(error.GetErrorMessage());  // the same
+        m_recorder.NoteFailure(error.GetErrorMessage());  // no message either
     }
     const std::optional<End> end = ReloadCad();
     m_recorder.NoteReload(!end);
@@ -456,7 +458,8 @@ void CConversionRun::OpenProgress()
 }
 
 // The main window is enabled while the dialog is destroyed, or the system would activate another program's
-// window ("EnableWindow function"). No message is dispatched in between, so no input reaches it yet.
+// window ("EnableWindow function"). No message is dispatched in between, so no input reaches the main window
+// yet.
 void CConversionRun::CloseProgress()
 {
     m_mainWindow.EnableWindow(true);

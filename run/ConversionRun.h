@@ -36,11 +36,11 @@ public:
     CConversionRun(const CConversionRun&) = delete;
     CConversionRun& operator=(const CConversionRun&) = delete;
 
-    // Closes the progress dialog and ends SOLIDWORKS, if an exception has left them.
+    // After an exception, closes the progress dialog and ends SOLIDWORKS.
     ~CConversionRun();
 
-    // Disables the main window and returns when the run has ended. The window is still disabled then, and the
-    // caller must enable it, unless the run was aborted.
+    // Disables the main window and returns when the run has ended. The caller must then enable the window,
+    // unless the run was aborted: such a run enables it itself.
     void Run();
 
     // What became of every row; to be taken once, after Run.

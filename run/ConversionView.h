@@ -10,16 +10,16 @@ public:
     // The rows stay.
     virtual void ShowViewStatus(bool mapView) = 0;
 
-    // Reloads the list from the map file: empty, after a message, when it cannot be read. Without a map file,
-    // from the standard-parts folder.
+    // Reloads the list from the map file, or from the standard-parts folder when there is no map file. If the
+    // map file cannot be read, shows a message and leaves the list empty.
     virtual void ReloadAfterCancel() = 0;
 
     // Enables a disabled window, drops the input that came meanwhile, brings the window to the top and sets
     // the focus to its list. An enabled window is only brought to the top.
     virtual void TakeInputAgain() = 0;
 
-    // The share of the rows done, in percent, and, in front of the run's last message, whether it was
-    // aborted. For what the user sees of the run while another program is in front.
+    // Report the share of the rows done, in percent, and, before the run's last message, whether the run was
+    // aborted. The main dialog shows both on the taskbar button, for a user who works in another program.
     virtual void ShowProgress(int /*percent*/) {}
     virtual void ShowRunEnd(bool /*failed*/) {}
 

@@ -22,8 +22,8 @@ public:
     void SetSecondText(const std::wstring& text) override { m_strSecond = text; }
     void SetThirdText(const std::wstring& text) override { m_strThird = text; }
 
-    // Passes the notes about parts on; until then they are dropped. The recorder must live as long as the
-    // dialog.
+    // From this call on, notes about parts are passed to the recorder, which must outlive the dialog. Before
+    // it they are dropped.
     void RecordTo(CRunRecorder& recorder) { m_recorder = &recorder; }
 
     // Sets the texts of the controls, and repaints the dialog and its owner unless they were repainted in the

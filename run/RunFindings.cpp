@@ -68,7 +68,7 @@ constexpr Text kMapLineChanged{L"In der Map-Datei steht diese Zeile verändert: 
 constexpr Text kOneNameForAll{L"Die Benennung enthält %2 nicht: Alle %1 Konfigurationen haben dieselbe.",
                               L"The BOM name does not contain %2: all %1 configurations have the same."};
 
-// By CadStep.
+// Indexed by CadStep.
 constexpr std::array kFailedSteps{
     Text{L"Das Öffnen schlug fehl: %1", L"Opening failed: %1"},
     Text{L"Das Lesen der Konfigurationen schlug fehl: %1", L"Reading the configurations failed: %1"},

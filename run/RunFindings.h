@@ -7,7 +7,7 @@
 #include "files/MapLine.h"
 #include "run/RunRecord.h"
 
-// What only the system knows.
+// What depends on the system: the code page and the comparison of file names.
 struct FindingRules
 {
     MapEncoder encoder;  // of the map file's code page

@@ -12,12 +12,12 @@ enum class RunEnd : std::uint8_t
     finished,
     cancelled,
     sessionEnded,  // the Windows session
-    cadNotLoaded,  // when loading SOLIDWORKS at the start or again
+    cadNotLoaded,  // at the start of the run, or again after a failed call
     cadTooOld,     // the same
     mapFileNotOpened
 };
 
-// A point in time by the user's clock.
+// A point in local time.
 struct LocalTime
 {
     int year = 0;

@@ -7,21 +7,22 @@
 
 #include "run/RunRecord.h"
 
-// Writes the record of a run while it goes on, in memory only. Calls in the order of the run: BeginRun; for
-// each row BeginRow, what becomes of it, EndRow; AddNotReached for the rest; EndRun.
+// Builds the record of a run in memory while the run goes on. Call the functions in the order of the run:
+// BeginRun; for each row BeginRow, the notes on what becomes of the row, EndRow; AddNotReached for each
+// remaining row; EndRun.
 class CRunRecorder
 {
 public:
-    // `run` has its folder, version and start.
+    // `run` has its folder, its SOLIDWORKS version or copyOnly, and its start.
     void BeginRun(RunRecord run);
 
     void BeginRow(const UTtab_entry& entry);
-    // `reason`: why it was not copied or recorded.
+    // `reason`: why the row was not copied or recorded.
     void SetOutcome(RowOutcome outcome, std::wstring reason = {});
-    // `givenUpCalls`: of the run so far.
+    // `givenUpCalls`: how many calls the user has given up in the run so far.
     void EndRow(int givenUpCalls);
 
-    // SOLIDWORKS begins with a step of the row's copy.
+    // SOLIDWORKS begins a step on the copy of the current row.
     void NoteStep(CadStep step);
     void NoteOpened(bool opened, long code);
     void NoteConfigurations(long count, const std::vector<std::wstring>& names);
@@ -47,6 +48,6 @@ private:
     RunRecord m_run;
     Clock::time_point m_runBegan;
     Clock::time_point m_rowBegan;
-    RunRow m_row;                                // in hand
-    std::vector<std::wstring> m_configurations;  // of the row in hand
+    RunRow m_row;                                // the current row
+    std::vector<std::wstring> m_configurations;  // of the current row
 };

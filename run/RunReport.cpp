@@ -32,7 +32,7 @@ constexpr Text kSeconds{L"Dauer in s", L"Time in s"};
 constexpr Text kWrittenOf{L"%1 von %2", L"%1 of %2"};
 constexpr Text kSeeNote{L"siehe Hinweis", L"see note"};
 
-// By RowOutcome
+// Indexed by RowOutcome
 constexpr std::array kOutcomes{Text{L"kopiert", L"copied"}, Text{L"nur festgehalten", L"recorded only"},
                                Text{L"nicht kopiert", L"not copied"},
                                Text{L"nicht festgehalten", L"not recorded"},
@@ -51,7 +51,7 @@ constexpr Text kFolder{L"Quellordner", L"Standard part folder"};
 constexpr Text kTarget{L"Zielordner", L"Target folder"};
 constexpr Text kProgram{L"Version von Talvenor", L"Version of Talvenor"};
 
-// By RunEnd
+// Indexed by RunEnd
 constexpr std::array kEnds{
     Text{L"bis zum Schluss gelaufen", L"went on to the end"},
     Text{L"vom Benutzer abgebrochen", L"cancelled by the user"},
@@ -240,7 +240,7 @@ std::wstring DateAndTime(const LocalTime& time)
     return text.data();
 }
 
-// Nothing is loaded, whatever a name looks like.
+// The content security policy keeps the browser from loading anything, whatever a name contains.
 void CPage::Head()
 {
     m_html += "<!DOCTYPE html>\n<html lang=\"";
@@ -427,7 +427,7 @@ void CPage::Cell(std::wstring_view text, const char* tag)
     AppendHtml(m_html, text);
 }
 
-// Right-to-left marks in a name do not reorder the rest of the row.
+// The bdi element keeps right-to-left characters in a name from reordering the rest of the row.
 void CPage::Isolated(std::wstring_view text)
 {
     Cell(text, "<td><bdi>");

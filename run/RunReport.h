@@ -7,7 +7,7 @@
 
 // Returns the report of a run as one HTML page in UTF-8 and in the language of the process: what needs
 // attention, the run as a whole, all rows. The page loads nothing, and can be read without its script, which
-// only sorts. `findings` are the run's. Linear in the number of rows.
+// only sorts. `findings` must be those of the run. The time is linear in the number of rows.
 [[nodiscard]] std::string RunReportPage(const RunRecord& run, const RunFindings& findings,
                                         std::wstring_view programVersion);
 

@@ -6,7 +6,7 @@ namespace {
 
 using Bytes = std::deque<std::uint8_t>;
 
-constexpr unsigned kValueBits = 7;  // of a byte; the other one says that more bytes follow
+constexpr unsigned kValueBits = 7;  // of a byte; the eighth bit says that more bytes follow
 constexpr std::uint64_t kMoreFollows = 1U << kValueBits;
 
 // Appends values to a row. Small numbers and ASCII letters take one byte.
@@ -40,7 +40,7 @@ private:
     Bytes& m_bytes;
 };
 
-// Takes them in the same order.
+// Takes the values out of a row, in the order in which they were added.
 class CUnpacker
 {
 public:

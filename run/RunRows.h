@@ -21,11 +21,11 @@ enum class RowOutcome : std::uint8_t
     notReached    // the run ended before
 };
 
-// What SOLIDWORKS did with one copy. The numbers are the automation interface's.
+// What SOLIDWORKS did with one copy. The numbers come from the automation interface.
 struct CadRecord
 {
-    CadStep step = CadStep::opening;  // the last one that was begun
-    bool opened = false;              // with a document and a code that allow to go on
+    CadStep step = CadStep::opening;  // the step begun last
+    bool opened = false;              // there is a document, and the code allows using it
     long openCode = 0;
     long configurations = 0;                        // as SOLIDWORKS counts them; may be negative
     int written = 0;                                // configurations
@@ -44,14 +44,14 @@ struct RunRow
     bool givenUp = false;                         // the user stopped waiting for a call
     std::optional<CadRecord> cad = std::nullopt;  // none when SOLIDWORKS had nothing to do with the row
     std::vector<std::wstring> unwritten;          // names of the configurations without their BOM name
-    std::wstring reason;  // why it was not copied or recorded, or the failed call's error
+    std::wstring reason;  // why the row was not copied or recorded, or the failed call's error
     std::chrono::milliseconds duration{};
 
     bool operator==(const RunRow&) const = default;
 };
 
-// The rows of a run. They are packed into one sequence of bytes: a library has many thousand rows, and one
-// that turned out well says little besides its names.
+// The rows of a run. They are packed into one sequence of bytes: a library has many thousand rows, and most
+// of them hold little besides their names.
 class CRunRows
 {
 public:
