@@ -93,7 +93,7 @@ TEST(PaintingWait, AnswersSentMessages)
     EXPECT_NE(sent, 0);
 }
 
-// The end of the Windows session comes as a sent message.
+// The end of the Windows session comes as a sent message. Here WM_APP stands for that message.
 TEST(PaintingWait, EndsWithTheSession)
 {
     class CSessionWindow : public CPlainWindow

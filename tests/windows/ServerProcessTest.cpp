@@ -53,7 +53,8 @@ private:
     UniqueHandle m_process;
 };
 
-// A COM class whose server is a copy of waitingprogram.exe. Here the tests start the server, not COM.
+// A COM class whose server is a copy of waitingprogram.exe. The tests start the server themselves;
+// CServerProcess regards it as started by COM.
 class ServerProcessTest : public testing::Test
 {
 protected:

@@ -238,7 +238,8 @@ protected:
 
     void SetPartsFolder(const std::wstring& folder) { EXPECT_TRUE(m_registry.SetPartsFolder(folder)); }
     void AddPart(const std::wstring& name) const { WriteBytes(m_parts + L"\\" + name, "part"); }
-    // Three parts, without a map file: in the list with the new names 1_a.sldprt, 2_b.sldprt and 3_c.sldprt.
+    // Adds three parts. Without a map file, the list gives them the new names 1_a.sldprt, 2_b.sldprt and
+    // 3_c.sldprt.
     void AddThreeParts() const
     {
         for (const wchar_t* const name : {L"N_ISO_1_a.sldprt", L"N_ISO_2_b.sldprt", L"N_ISO_3_c.sldprt"}) {
@@ -524,7 +525,7 @@ TEST_P(TalvenorDlgTest, RowsGetTheirHeightAnewAtEachScaling)
     });
 }
 
-// The messages that give a list view images or a font.
+// Notes the messages that give a list view images or a font.
 LRESULT CALLBACK NoteImagesAndFont(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                                    DWORD_PTR log)
 {

@@ -19,8 +19,8 @@ inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wst
     return copy;
 }
 
-// A process of waitingprogram.exe or another program, started as COM starts a server. The object's end ends
-// the process, too.
+// A process of waitingprogram.exe or another program, which ends with the object. Its parent is this process,
+// so CServerProcess regards it as started by COM.
 class CWaitingProcess
 {
 public:
