@@ -8,8 +8,8 @@
 #include <string_view>
 
 // Splits the bytes of a fuzz input into texts. The bytes are decoded as UTF-8, so that seeds can be written
-// by hand. A byte that does not begin a sequence of up to three bytes becomes the character with its value,
-// so every character fits into the 16 bits that Windows has.
+// by hand. A byte that begins no sequence of two or three bytes becomes the character of the same value. So
+// every character fits into the 16 bits that wchar_t has on Windows.
 class CFuzzInput
 {
 public:
@@ -26,7 +26,7 @@ public:
     std::string_view FieldBytes() { return Take(m_rest.find(kSeparator)); }
     std::string_view RestBytes() { return Take(std::string_view::npos); }
 
-    // A number from 0 to limit - 1, from the next byte; 0 at the end.
+    // A number from 0 to limit - 1, from the next byte; 0 at the end of the input.
     std::size_t Choice(std::size_t limit)
     {
         const std::size_t code = m_rest.empty() ? 0 : static_cast<unsigned char>(m_rest.front());

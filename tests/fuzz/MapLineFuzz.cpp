@@ -3,8 +3,8 @@
 
 namespace {
 
-// The field as the reader gets it back: cut to its maximum length, "?" for characters that do not fit into a
-// byte, blanks for line breaks.
+// The field as the writer puts it into the file: truncated to its maximum length, with "?" for characters
+// that do not fit into a byte and blanks for line breaks.
 std::wstring AsWritten(std::wstring field)
 {
     field.resize(std::min(field.size(), kMapFieldMaxBytes));
@@ -35,7 +35,7 @@ void CheckWriter(const UTtab_entry& entry)
             "a record is written like the plain implementation does");
 }
 
-// Whether the reader must return the record as it was written.
+// Whether the reader must return the record that was written.
 bool MustRoundTrip(const UTtab_entry& entry, const std::string& line)
 {
     const bool separatorInName = (entry.strOriginal + entry.strRenamed).find(L';') != std::wstring::npos;
@@ -63,7 +63,7 @@ void CheckRoundTrip(const UTtab_entry& entry, const std::wstring& mapPath)
             "the reader returns a last record without a line end");
 }
 
-// A made-up code page, which has a byte for every second character.
+// A made-up code page. It has a byte for every second character.
 char ByteOfOdd(wchar_t character)
 {
     return character % 2 != 0 ? static_cast<char>(0x80U | (static_cast<unsigned>(character) & 0x7FU)) : '?';

@@ -63,8 +63,8 @@ MapReading PlainRead(const std::string& file)
     return reading;
 }
 
-// Records that were read can be written and read again, unless the line gets too long or contains a carriage
-// return, which is written as a blank.
+// Writes the records that were read, and reads them again. Leaves out a record whose line gets too long, and
+// a record with a carriage return: it would be written as a blank.
 void CheckWriteAndReadAgain(const MapReading& reading)
 {
     std::string file;

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Fill-ins inside values multiply the text; longer texts cost time and test nothing new.
+// In characters. Fill-ins inside values multiply the text; longer texts cost time and test nothing new.
 constexpr std::size_t kMaxExpansion = 10'000;
 
 using FillIns = std::vector<std::pair<wchar_t, std::wstring>>;
@@ -82,7 +82,7 @@ void CheckExpansions(const std::wstring& text, const PartNameValues& values,
     }
 }
 
-// From a part's file name to the final texts.
+// Checks the final texts that a template makes from a part's file name.
 void CheckFinalTexts(const std::wstring& text, const std::wstring& fileName,
                      const std::wstring& configuration)
 {

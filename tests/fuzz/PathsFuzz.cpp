@@ -75,7 +75,7 @@ void CheckName(const std::wstring& name)
     }
 }
 
-// Builds a buffer like the file dialog does: NUL-terminated fields, and a NUL after the last one.
+// Builds a buffer like the file dialog does: NUL-terminated fields, and one more NUL after the last field.
 void CheckPickedFiles(const std::wstring& folder, CFuzzInput& input)
 {
     std::wstring buffer = folder.substr(0, folder.find(L'\0'));

@@ -51,7 +51,8 @@ Rows Changed(Rows rows, const TableImport& taken)
 {
     for (const RowNames& names : taken.changes) {
         UTtab_entry& row = rows.at(static_cast<std::size_t>(names.row));
-        Require(names.renamed != row.strRenamed || names.bomName != row.strBomName, "a changed row changes");
+        Require(names.renamed != row.strRenamed || names.bomName != row.strBomName,
+                "every change changes its row");
         RequireRules(row, names);
         row.strRenamed = names.renamed;
         row.strBomName = names.bomName;
@@ -73,7 +74,7 @@ void RequireNoCollision(const Rows& before, const Rows& after)
 {
     std::map<std::wstring, int> usesBefore = Uses(before);
     for (const auto& [name, uses] : Uses(after)) {
-        Require(uses == 1 || uses <= usesBefore[name], "no two rows collide that did not before");
+        Require(uses == 1 || uses <= usesBefore[name], "no two rows collide that did not collide before");
     }
 }
 
@@ -87,7 +88,7 @@ std::vector<Cells> Read(std::wstring_view text)
     return rows;
 }
 
-// A row of which no cell has text is skipped when it is read.
+// The reader skips a row without any text.
 void RequireRoundTrip(const Rows& rows, wchar_t separator)
 {
     std::vector<Cells> expected;

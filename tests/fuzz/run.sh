@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs a fuzz target: run.sh RUNS TARGET [ARG ...]. Succeeds only if the target does and reports that it made all RUNS.
+# Runs a fuzz target: run.sh RUNS TARGET [ARG ...]. Succeeds only if the target succeeds and reports all RUNS as done.
 set -euo pipefail
 runs=$1
 shift

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Checks headers, manifest and symbols of the built files: tests/hardening/built_files.py BUILD_FOLDER
 
-Parses the headers of talvenor.exe and the two resource libraries in BUILD_FOLDER/bin, compares the program with its
-unstripped one, and searches the object files of the program's modules. Then tests itself: breaks each property in a copy of
-the file in memory, and reports a finding if the check does not notice. The exit status is 1 if anything is found.
+Parses the headers of talvenor.exe and the two resource libraries in BUILD_FOLDER/bin, compares the program with the
+unstripped program, and searches the object files of the program's modules. Then tests itself: breaks each property in a copy
+of the file in memory, and reports a finding if the check does not notice. The exit status is 1 if anything is found.
 """
 import glob
 import os
@@ -22,15 +22,16 @@ EXECUTE, WRITE = 0x20000000, 0x80000000
 # DLLs). The common controls are not among them, but the manifest binds them to the side-by-side store.
 KNOWN_LIBRARIES = {"advapi32.dll", "comdlg32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
                    "oleaut32.dll", "shell32.dll", "user32.dll"}
-VERSION_OF_WINDOWS = (10, 0)  # of 10 and 11
+VERSION_OF_WINDOWS = (10, 0)  # Windows 10 and 11 share this number
 
 COMMON_CONTROLS = "comctl32.dll"
 COMMON_CONTROLS_MANIFEST = b"Microsoft.Windows.Common-Controls"
 
-# Windows takes the first word that it knows.
+# Windows uses the first value of this list that it knows.
 SCALING_MANIFEST = b"WindowsSettings\">PerMonitorV2, system</dpiAwareness>"
 
-# Its effect shows under Windows only. The name stands nowhere but among the imports.
+# The program must call this function. What the call does shows under Windows only, so the import is checked: the name
+# occurs nowhere else in the program.
 NO_GHOST_WINDOWS = b"\0DisableProcessWindowsGhosting\0"
 
 SYMBOLS_LACK = ["has no symbols in the unstripped program", "has no linker map"]
@@ -142,7 +143,7 @@ def resource_findings(image):
 
 
 def symbol_findings_of(unstripped, linker_map):
-    """Returns what finds out whether the unstripped program and its map can tell the functions of a stripped program."""
+    """Returns a check of the stripped program: whether the unstripped program and its linker map can name its functions."""
     def findings(program):
         if program.number("<I", program.symbol_count_at) != 0:
             yield "is not stripped"

@@ -89,7 +89,7 @@ def stripped(program):
 
 
 def place_of(program, linker_map, function):
-    """The source file that the symbols name for the address that the linker map gives to a function."""
+    """Looks up a function's address in the linker map, and returns the source line that the symbols have for it."""
     address = re.search(rf"^ +0x([0-9a-f]+) +{re.escape(function)}$", linker_map.decode(), re.MULTILINE)
     if not address:
         return "no address"
@@ -143,7 +143,7 @@ def findings(dist, version, stage):
 
 
 def undetected(staged, symbols):
-    """Errors that would not be found."""
+    """Injects errors, and yields those that the checks would not find."""
     mutated = {**staged, "cadserver.exe": b"", "talvenor.exe": b"other"}
     del mutated["Licences.txt"]
     if len(list(content_findings("test", mutated, staged))) != 3:

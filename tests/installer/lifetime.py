@@ -28,8 +28,8 @@ OLDER = "0.9.0"
 FIXED_INFO = struct.pack("<II", 0xFEEF04BD, 0x00010000)  # signature and structure version of VS_FIXEDFILEINFO
 UNINSTALL_KEY = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall"
 WINDOWS_KEY, WINDOWS_BUILD = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentBuildNumber"
-OLDEST_BUILD = "15063"  # that the package accepts
-TOO_OLD_BUILDS = (None, "9600", "15062")  # 9600 is the greatest as a text; None: no such value
+OLDEST_BUILD = "15063"  # the oldest build of Windows that the package accepts
+TOO_OLD_BUILDS = (None, "9600", "15062")  # as a text, "9600" is greater than "15063"; None: no such value
 PROGRAM_FOLDER, OTHER_FOLDER = "C:\\Program Files\\Talvenor\\", "C:\\Another folder\\"
 PARTS = "C:\\Zelmar\\Normteile"
 NO_RESOURCES = sources.texts("kNoResources")
@@ -65,8 +65,9 @@ class LifetimeTest:
         return machine.run_windows("msiexec", switch, machine.windows_path(package), "/qn")
 
     def install_into(self, folder, package):
-        """Installs by a command line as a user types it: passed as an argument, INSTALLDIR=... would be quoted as a whole.
-        Uses a copy of the package, as a batch file would misread letters and percent signs in its path."""
+        """Installs into a folder. A batch file holds the command line as a user types it: from here, INSTALLDIR=... would be
+        passed in quotes as a whole. The package is copied, because a batch file would misread letters and percent signs in
+        its path."""
         batch, copy = self.machine.path("C:\\install.bat"), self.machine.path("C:\\package.msi")
         shutil.copyfile(package, copy)
         with open(batch, "w", encoding="ascii", newline="\r\n") as file:
@@ -144,7 +145,8 @@ class LifetimeTest:
             print(f"   remaining, {reason}: {len(names)}")
 
     def make_package(self, name, version, change):
-        """A German package of the version whose files have been changed by `change`, and the folder of these files."""
+        """Makes a German package of this version, with `change` applied to the bytes of every file. Returns the package and the
+        folder of its files."""
         stage = os.path.realpath(os.path.join(self.prefix, "..", name))
         shutil.copytree(self.stages["german"], stage)
         for file_name in installer.files_below(stage):
@@ -198,7 +200,7 @@ def refused_on_older_windows(test):
         before = test.machine.state()
         test.expect(f"an installation fails (build {build})", test.msiexec("/i", test.packages["german"]) != 0, True)
         test.expect_as_before(before)
-    set_windows_build(OLDEST_BUILD)  # for what follows, too
+    set_windows_build(OLDEST_BUILD)  # the next tests need it, too
 
 
 def install_and_remove(test):

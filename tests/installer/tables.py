@@ -33,25 +33,25 @@ def expected_rows(version, edition):
             ("OwnFolder", "2", "SOFTWARE\\Talvenor\\Setup", "Program", "16"),
             ("WindowsBuild", "2", "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentBuildNumber", "18")}),
         "LaunchCondition": (("Condition", "Description"), {("NOT NEWERFOUND", newer), (WINDOWS_CONDITION, windows)}),
-        # Any language. 2: only detected; 256 and 512: the lowest and the highest version are included.
+        # No language: any language. Attributes 2: only detected; 256 and 512: VersionMin and VersionMax are included.
         "Upgrade": (("UpgradeCode", "VersionMin", "VersionMax", "Language", "Attributes", "ActionProperty"), {
             (UPGRADE_CODE, "0.0.0", version, "", "768", "REPLACED"),
             (UPGRADE_CODE, version, "", "", "2", "NEWERFOUND")}),
-        # 51: sets the property Source to Target
+        # Type 51: sets the property Source to Target
         "CustomAction": (("Action", "Type", "Source", "Target"), {
             ("InstallLocation", "51", "ARPINSTALLLOCATION", "[INSTALLDIR]")}),
         "Directory": (("Directory", "Directory_Parent", "DefaultDir"), FOLDERS),
         "Shortcut": (("Directory_", "Target", "Icon_", "WkDir", "Description"), {
             ("ProgramMenuFolder", "[#talvenor.exe]", "", "INSTALLDIR", SHORTCUTS[edition])}),
         "Icon": (("Name",), {("talvenor.ico",)}),
-        # 7: platform and language; 15 (word count) 2: compressed files with long names
+        # Property 7: platform and language. Property 15, the word count: 2 means compressed files with long names.
         "_SummaryInformation": (("PropertyId", "Value"), {("7", f"x64;{LANGUAGE_IDS[edition]}"), ("15", "2")}),
     }
 
 
 OPEN_TABLES = {"_SummaryInformation"}  # may hold other rows as well
-# The old version is removed within the transaction, which begins with InstallInitialize, and before anything of the new one
-# is installed. The folder is known before it is noted.
+# The old version is removed inside the transaction, which begins with InstallInitialize, and before any part of the new
+# version is installed. The installation folder is known before InstallLocation stores it.
 ORDERS = {"InstallExecuteSequence": [("FindRelatedProducts", "LaunchConditions"), ("AppSearch", "LaunchConditions"),
                                      ("AppSearch", "CostInitialize", "CostFinalize", "InstallLocation", "InstallValidate"),
                                      ("InstallInitialize", "RemoveExistingProducts", "ProcessComponents", "InstallFiles",
@@ -113,7 +113,7 @@ def order_findings(package):
 
 
 def removal_findings(package):
-    """The removal has to follow InstallInitialize directly: nothing may have been written into the script before."""
+    """The removal must follow InstallInitialize directly: no earlier action may write into the installation script."""
     rows = sorted(table(package, "InstallExecuteSequence"), key=lambda row: int(row["Sequence"]))
     actions = [row["Action"] for row in rows]
     if "RemoveExistingProducts" in actions:
@@ -214,7 +214,7 @@ def with_icon(package, folder, content):
 
 
 def mutation_findings(package, version, edition, icon):
-    """Errors that would not be found."""
+    """Injects errors into copies of the package, and yields those that the checks would not find."""
     with tempfile.TemporaryDirectory() as folder:
         before = set(findings(package, version, edition, icon))
         mutations = [(lambda query=query: changed(package, folder, "-q", query), expected) for query, expected in MUTATIONS]

@@ -23,7 +23,7 @@ def numbers_of(data):
 
 
 def text_after(data, name):
-    """The text that the version resource has under the name."""
+    """The text that the version resource holds under this name, or None."""
     at = data.find((name + "\0").encode("utf-16-le"))
     if at < 0:
         return None

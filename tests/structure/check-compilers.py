@@ -16,7 +16,7 @@ SOURCE = re.compile(r"""
     _COM_SMARTPTR_TYPEDEF |
     \#\s*include\s*<(bits/|ext/|sys/|cxxabi\.h|unistd\.h|dirent\.h|strings\.h) |
     _MSC_ | __pragma | __declspec | __forceinline | __try\b | __uuidof | \#\s*pragma\s+(?!once\b)""", re.VERBOSE)
-# An option such as -Wall, /W4 or -municode; not a program's own, which come after a COMMAND.
+# A compiler option such as -Wall, /W4 or -municode. Options of a test program, which follow COMMAND, do not match.
 OPTION = re.compile(r"""target_(?:compile|link)_options\([^)]*?[\s"](-\w|/\w)""")
 
 

@@ -19,7 +19,7 @@ RETRIED = ('<testcase classname="A" name="a" status="run"><properties><property 
 NOT_STARTED = PASSED.replace('status="run"', 'status="run" timestamp="1970-01-01T00:00:00.000"')
 CTEST_PASSED = '<testcase name="unit" status="run"/><testcase name="other" status="run"/>'
 CTEST_FAILED = '<testcase name="unit" status="fail"/><testcase name="other" status="run"/>'
-# By the beginning of a title in CASES: how the count reports the repeated attempt
+# The beginning of a title in CASES, and how the count reports the repeated attempt of that case
 RETRIES = {"a repeated attempt in": "1; win/unit A.a: a press", "a repeated attempt outside": "1; win/unit: a start"}
 
 
@@ -76,8 +76,8 @@ CASES = [
 
 
 def run_count(folder, differences, old_report, parts):
-    """Returns the exit status and output of the count for a run of the parts. `differences`: the files that differ from those
-    of a complete run."""
+    """Returns the exit status and output of the count for a run of the parts. `differences` holds the files that differ from
+    those of a complete run."""
     os.makedirs(f"{folder}/build/results")
     with open(f"{folder}/build/results/begin", "w", encoding="utf-8"):
         pass

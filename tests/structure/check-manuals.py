@@ -15,7 +15,7 @@ import sys
 
 MODULES = ("framework", "platform", "core", "files", "cad", "run", "ui")
 LANGUAGES = ("german", "english")
-# The title of a template dialog for a column that has no template; the program opens no such dialog.
+# The title of the template dialog for a column without a template. The program never opens that dialog.
 NEVER_SHOWN = {"Schablone bearbeiten", "View/Modify template"}
 # Messages of the map file reader, which are German in both editions.
 ALWAYS_GERMAN = {"FEHLER: Datei '%1' kann nicht zum Lesen geöffnet werden!", "Syntax-Fehler in Zeile %d in\n",

@@ -17,7 +17,8 @@ bool g_failAllocation = false;
 
 }  // namespace
 
-// Only blocks of Overaligned elements are allocated here, so the blocks can be counted and made to fail.
+// Only blocks of Overaligned elements are allocated here. So the tests can count the blocks, and make an
+// allocation fail.
 void* operator new[](std::size_t size, std::align_val_t alignment)
 {
     if (g_failAllocation) {
@@ -45,7 +46,8 @@ struct alignas(4 * __STDCPP_DEFAULT_NEW_ALIGNMENT__) Overaligned
     int value = 0;
 };
 
-// Counts the live objects and records the order of their destruction; copying a negative one throws.
+// Counts the live objects and records the order of their destruction. Copying an object with a negative value
+// throws.
 struct Tracked
 {
     static inline int alive = 0;

@@ -6,7 +6,7 @@
 
 namespace {
 
-// ASCII letters only.
+// Ignores the case of ASCII letters only.
 int CompareIgnoringCase(std::wstring_view left, std::wstring_view right)
 {
     const auto lower = [](std::wstring_view text) {
@@ -46,15 +46,15 @@ TEST(FindNamesToCheck, FindsNamesThatDifferInLetterCaseOnly)
     EXPECT_EQ(Find({Row(L"M8.sldprt"), Row(L"x.sldprt"), Row(L"m8.SLDPRT")}),
               (Names{{0, kSame, 2}, {2, kSame, 0}}));
     EXPECT_EQ(Find({Row(L"a"), Row(L"A"), Row(L"a")}), (Names{{0, kSame, 1}, {1, kSame, 0}, {2, kSame, 1}}))
-        << "three of one name";
+        << "three rows with one name";
 }
 
-// " ; " stands between the fields, so 255 bytes have room for names of 249.
+// Two separators " ; " take 6 of the 255 bytes, which leaves 249 for the three names.
 TEST(FindNamesToCheck, FindsRecordsThatTheReaderDoesNotTake)
 {
     const UTtab_entry longest{std::wstring(100, L'o'), std::wstring(100, L'n'), std::wstring(49, L'b')};
     UTtab_entry tooLong = longest;
-    tooLong.strRenamed.back() = L'x';  // another copy
+    tooLong.strRenamed.back() = L'x';  // not the same copy
     tooLong.strBomName += L'b';
     EXPECT_EQ(Find({longest, tooLong}), (Names{{1, kLong, -1}}));
 }

@@ -11,7 +11,7 @@ std::string Narrow(const std::wstring& text)
     return {text.begin(), text.end()};
 }
 
-// Splits the name into new values and into used ones, which must not show through.
+// Splits the name into new values and into used ones. Nothing of the used values may remain.
 PartNameValues Split(std::wstring_view fileName)
 {
     PartNameValues used{L"a", L"b", L"c", L"d", L"e", L"f", L"g"};
@@ -115,7 +115,8 @@ const SplitName kSplitNames[] = {
     {"RemovesABlockBeforeTheSize",
      L"N_ISO_4017__A2__70___M8.sldprt",
      {L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}},
-    // Without the block "N.sldprt" is left, two characters of it are skipped, and no "_" remains.
+    // Without its block the name is "N.sldprt". The prefix has two characters, so two are skipped, and no "_"
+    // remains.
     {"SkipsThePrefixLengthEvenWhenTheBlockBeganInThePrefix",
      L"N__a__b__.sldprt",
      {L"", L"", L"", L"N_", L"sldprt", L"a", L"b"}},
@@ -159,7 +160,7 @@ TEST(SplitPartName, KeepsTheTextAfterTheBlockInTheSize)
 
 TEST(LeadingDigits, SkipsThePrefixLengthOnly)
 {
-    // The prefix given is not the name's: only its length counts.
+    // Only the length of the prefix counts, even if the name does not begin with it.
     EXPECT_EQ(Diverses::LeadingDigits(L"N_ISO_4017_M8.sldprt", L"N_"), L"");
     EXPECT_EQ(Diverses::LeadingDigits(L"xy4017_M8.sldprt", L"N_"), L"4017");
     EXPECT_EQ(Diverses::LeadingDigits(L"N912_M8.sldprt", L"N_"), L"12");

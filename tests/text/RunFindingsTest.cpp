@@ -22,13 +22,13 @@ std::wstring Upper(std::wstring_view name)
     return upper;
 }
 
-// Case-insensitive for what the tests use.
+// Ignores the case of the letters a to z and of the "ü". The tests use no others.
 int Compare(std::wstring_view left, std::wstring_view right)
 {
     return Upper(left).compare(Upper(right));
 }
 
-// A code page that is Latin-1 and has no other character.
+// The code page is Latin-1. It has no byte for any other character.
 const FindingRules kRules{[](wchar_t) { return '?'; },
                           [](std::string_view bytes, std::wstring& text) {
                               text.clear();
@@ -46,7 +46,7 @@ RunRow RowOf(const UTtab_entry& entry, RowOutcome outcome = RowOutcome::copied)
     return row;
 }
 
-// A row without anything to note: one configuration, written and saved.
+// A row without findings: one configuration, written and saved.
 RunRow GoodRow(const UTtab_entry& entry = {L"a.sldprt", L"b.sldprt", L"Norm %2"})
 {
     RunRow row = RowOf(entry);
@@ -176,7 +176,7 @@ TEST_F(RunFindingsTest, AFailedCallHasItsStepAndItsError)
         RunRow row = GoodRow();
         row.reason = L"Disk - full (0x80004005)";
         row.cadReloaded = true;
-        // As the step leaves it.
+        // What the failed step leaves in the record.
         row.cad->step = step;
         row.cad->failed = true;
         row.cad->opened = step > CadStep::opening;
@@ -224,12 +224,13 @@ TEST_F(RunFindingsTest, WarnsOfNamesThatTheMapFileChanges)
 {
     EXPECT_EQ(OfOne(GoodRow({L"a.sldprt", L"Ω.sldprt", L"Größe %2"})),
               Texts{L"The map file holds this row changed: a.sldprt ; ?.sldprt ; Größe %2"});
-    // The first two separators count.
+    // Only the first two semicolons separate fields.
     EXPECT_EQ(OfOne(GoodRow({L"a;b.sldprt", L"c.sldprt", L"N %2"})),
               Texts{L"The map file holds this row changed: a ; b.sldprt ; c.sldprt ; N %2"});
     EXPECT_EQ(OfOne(GoodRow({L";b.sldprt", L"c.sldprt", L"N %2"})),
               Texts{L"The map file cannot reproduce this row."});
-    // A blank is part of a file name, but trimmed off a BOM name anyway.
+    // A leading blank belongs to a file name. From a BOM name it is trimmed anyway, when the name is written
+    // into the part.
     EXPECT_EQ(OfOne(GoodRow({L" b.sldprt", L"c.sldprt", L"N %2"})).size(), 1U);
     EXPECT_EQ(OfOne(GoodRow({L"b.sldprt", L"c.sldprt", L" N; %2 "})), Texts{});
 }

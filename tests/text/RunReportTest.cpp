@@ -219,8 +219,8 @@ TEST_F(RunReportTest, AnEmptyRunHasAPageWithoutRows)
     EXPECT_TRUE(page.ends_with("</body>\n</html>\n"));
 }
 
-// The longest time of a page that doubles the rows must about double; quadratic time would take four times as
-// long.
+// Twice the rows may take about twice the time. Quadratic code would take four times as long, so the limit is
+// three times.
 TEST_F(RunReportTest, TwentyThousandRowsTakeLinearTimeAndSpace)
 {
     const auto measure = [](int count) {

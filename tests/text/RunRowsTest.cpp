@@ -9,7 +9,7 @@
 
 namespace {
 
-// A row with everything that a row can have.
+// A row with a value in every field.
 RunRow FullRow()
 {
     RunRow row;

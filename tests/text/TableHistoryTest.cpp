@@ -34,7 +34,7 @@ Rows Made(Rows rows, const std::vector<RowSplice>& splices)
     return rows;
 }
 
-// A step that sets the only row's BOM name, with a row range and view of its own.
+// A step that changes the BOM name of the only row. The selection and the view change, too.
 TableStep Step(const std::wstring& from, const std::wstring& to)
 {
     TableStep step;
@@ -183,7 +183,7 @@ TEST(TableHistory, DropsTheOldestAtTheLimitOfMemory)
     history.Add(Step(L"4", text));
     history.Add(Step(L"5", text));
     EXPECT_EQ(Undone(history), L"5");
-    EXPECT_EQ(Undone(history), L"4") << "what can no longer be made again takes no memory";
+    EXPECT_EQ(Undone(history), L"4") << "steps that can no longer be made again take no memory";
 }
 
 TEST(TableHistory, KeepsNoStepBeyondTheLimitOfMemory)

@@ -101,7 +101,7 @@ TEST(TableReader, TakesOtherQuotesAsText)
     EXPECT_EQ(Read(L"a;\"b;c\nd;e;f"), (Rows{{L"a", L"\"b", L"c"}, {L"d", L"e", L"f"}}))
         << "no closing quote";
     EXPECT_EQ(Read(L"a\t\"M8\" or \"M10\"\tc"), (Rows{{L"a", L"\"M8\" or \"M10\"", L"c"}}));
-    EXPECT_EQ(Read(L"a; \"b\";c"), (Rows{{L"a", L" \"b\"", L"c"}})) << "a blank before it";
+    EXPECT_EQ(Read(L"a; \"b\";c"), (Rows{{L"a", L" \"b\"", L"c"}})) << "a blank before the quote";
 }
 
 TEST(TableReader, KeepsBlanksAndInvisibleCharacters)

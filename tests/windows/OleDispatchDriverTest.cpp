@@ -351,7 +351,7 @@ private:
     [[nodiscard]] bool GiveUp() override { return false; }
 };
 
-// Whether a message waits that makes COM ask the filter; takes it.
+// Takes the message that makes COM ask the filter. Returns whether there was one.
 bool TakeWakeUp()
 {
     MSG message{};
@@ -360,7 +360,7 @@ bool TakeWakeUp()
     return found;
 }
 
-// Wakes up COM at each call and release that could wait.
+// Counts the releases during which a message waits that makes COM ask the filter.
 class CWakeUpCheck : public CFakeDispatch
 {
 public:
@@ -383,7 +383,7 @@ TEST_F(OleDispatchDriverTest, EachCallOfAGivenUpServerIsCancelled)
         return S_OK;
     });
     m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
-    EXPECT_FALSE(awake) << "not given up";
+    EXPECT_FALSE(awake) << "not given up yet";
     const CGivenUpServer givenUp;
     m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
     EXPECT_TRUE(awake);
@@ -397,7 +397,7 @@ TEST_F(OleDispatchDriverTest, EachReleaseOfAGivenUpServerIsCancelled)
     COleDispatchDriver driver;
     driver.AttachDispatch(object.Reference());
     driver.ReleaseDispatch();
-    EXPECT_EQ(object.m_releasesAwake, 0) << "not given up";
+    EXPECT_EQ(object.m_releasesAwake, 0) << "not given up yet";
     const CGivenUpServer givenUp;
     driver.AttachDispatch(object.Reference());
     driver.ReleaseDispatch();
@@ -415,7 +415,7 @@ TEST_F(OleDispatchDriverTest, EachReleaseOfAGivenUpServerIsCancelled)
 
 TEST(MakeAutomationString, ReportsTheLackOfMemory)
 {
-    // Address space only: the text is too long, so it is not read.
+    // Only address space is reserved, no memory: the call fails before it reads a text of this length.
     for (const std::size_t length : {std::size_t{0x80000000U}, std::size_t{0x100000002U}}) {
         const std::unique_ptr<wchar_t, VirtualFreeDeleter> space(static_cast<wchar_t*>(
             VirtualAlloc(nullptr, length * sizeof(wchar_t), MEM_RESERVE, PAGE_NOACCESS)));

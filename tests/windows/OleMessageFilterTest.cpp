@@ -14,12 +14,12 @@
 
 namespace {
 
-// The filter is asked here as COM asks it on Windows. Wine 8 never asks it about a rejected call, dispatches
-// messages whatever MessagePending returns, and returns from a cancelled call while a thread of its own still
-// uses the call's data.
+// The tests call the filter as COM does on Windows. They cannot go through Wine's COM. Wine 8 never asks the
+// filter about a rejected call, and dispatches messages whatever MessagePending returns. It also returns from
+// a cancelled call while one of Wine's own threads still uses the call's data.
 constexpr DWORD kCancelled = static_cast<DWORD>(-1);
 
-// The filter that COM has for this thread.
+// The filter that is registered for this thread.
 IMessageFilterPtr FilterInPlace()
 {
     IMessageFilterPtr current;
@@ -50,8 +50,9 @@ public:
     }
 };
 
-// A filter with a handler and a delay of a second, a window with an empty queue, and a user who gives one
-// answer. The test plays COM: a call that has been pending for a number of milliseconds.
+// A filter with a handler and a delay of one second, a window with an empty queue, and a user who always
+// gives the same answer. The test plays COM: it tells the filter for how many milliseconds a call has been
+// pending or rejected.
 class StalledCallTest : public testing::Test
 {
 protected:
@@ -79,7 +80,7 @@ protected:
         return m_filter.RetryRejectedCall(nullptr, milliseconds, SERVERCALL_RETRYLATER);
     }
 
-    // The posted messages in the window's queue, which has none afterwards.
+    // Takes the posted messages out of the window's queue.
     std::vector<UINT> TakeQueue() const
     {
         std::vector<UINT> messages;
@@ -90,7 +91,8 @@ protected:
         return messages;
     }
 
-    // Whether a WM_NULL of the thread is in the queue, by which COM asks the filter again.
+    // Takes a message that was posted to the thread. Returns whether it is the WM_NULL that makes COM ask the
+    // filter again.
     static bool TakeWakeUp()
     {
         MSG message{};
@@ -129,7 +131,7 @@ TEST(OleMessageFilter, WithoutAHandlerARejectedCallFailsAfterTheDelay)
     filter.SetBusyDelay(60000);
     EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 59999, SERVERCALL_RETRYLATER)));
     EXPECT_EQ(filter.RetryRejectedCall(nullptr, 60000, SERVERCALL_RETRYLATER), kCancelled);
-    EXPECT_TRUE(user.m_boxes.empty()) << "nobody to name the server";
+    EXPECT_TRUE(user.m_boxes.empty()) << "without a handler there is no question to show";
 }
 
 TEST_F(StalledCallTest, LeavesKeysAndClicksInTheQueue)
@@ -152,7 +154,7 @@ TEST_F(StalledCallTest, PaintsDuringTheCall)
     EXPECT_FALSE(GetUpdateRect(m_window.m_hWnd, nullptr, FALSE));
 }
 
-// A window that does not validate its region gets one WM_PAINT after the other.
+// A window that can leave its region invalid: it then gets one WM_PAINT after another.
 class CNeverPaintedWindow : public CPlainWindow
 {
 public:
@@ -223,7 +225,7 @@ TEST_F(StalledCallTest, AsksOnceAtAPress)
     }
 }
 
-// No box is shown then, and the run has to end.
+// While the session ends, no message box is shown and nobody waits for the call any more.
 TEST_F(StalledCallTest, WhileTheSessionEndsAPressGivesTheServerUpUnasked)
 {
     CWinApp::Get()->SetSessionEnding(true);
@@ -239,7 +241,7 @@ TEST_F(StalledCallTest, APressOnADisabledWindowCounts)
 {
     EXPECT_FALSE(TakeWakeUp());
     m_filter.NotePress();
-    EXPECT_TRUE(TakeWakeUp()) << "the system queued nothing that makes COM ask";
+    EXPECT_TRUE(TakeWakeUp()) << "the system queues no message for such a press, so the filter posts one";
     Pend(kLongAfter);
     EXPECT_EQ(m_user.m_boxes.size(), 1U);
     Pend(kLongAfter);
@@ -261,7 +263,7 @@ TEST_F(StalledCallTest, OnlyInputMadeAfterTheDelayIsTakenOut)
     m_window.PostMessage(WM_KEYDOWN, VK_ESCAPE);
     m_window.PostMessage(WM_LBUTTONUP);
     Sleep(50);
-    Pend(kDelay);  // looks for a later press behind them
+    Pend(kDelay);  // finds no later press, and holds this input
     m_window.PostMessage(WM_RBUTTONDOWN);
     m_window.PostMessage(WM_KEYUP);
     Pend(kDelay + 20);
@@ -302,7 +304,8 @@ TEST_F(StalledCallTest, TheQuestionGetsNoOlderInput)
     Pend(kDelay + 20);
     EXPECT_EQ(queueOfTheBox, std::vector<UINT>{});
     m_filter.SetStalledCallHandler(nullptr);
-    EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN}) << "it comes back when the connection is let go";
+    EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN})
+        << "the older input comes back when the handler is removed";
 }
 
 TEST_F(StalledCallTest, NoWaitsForAnotherDelay)
@@ -386,10 +389,10 @@ TEST_F(StalledCallTest, ARejectedCallIsTriedAgainUntilTheDelayHasPassed)
     EXPECT_TRUE(IsRetryAfterShortWait(Reject(kDelay - 1)));
     EXPECT_TRUE(m_user.m_boxes.empty());
     EXPECT_TRUE(IsRetryAfterShortWait(Reject(kDelay)));
-    ASSERT_EQ(m_user.m_boxes.size(), 1U) << "without a press: the server waits for its user";
+    ASSERT_EQ(m_user.m_boxes.size(), 1U) << "a rejected call needs no press: the server waits for its user";
     EXPECT_EQ(m_user.m_boxes[0].text, L"Noch warten?");
     EXPECT_TRUE(IsRetryAfterShortWait(Reject(kLongAfter)));
-    EXPECT_EQ(m_user.m_boxes.size(), 1U) << "another delay first";
+    EXPECT_EQ(m_user.m_boxes.size(), 1U) << "the next question comes after another delay";
     EXPECT_EQ(m_handler.m_givenUp, 0);
 }
 
@@ -425,7 +428,7 @@ TEST_F(StalledCallTest, DoesNotAskWhileItAsks)
     EXPECT_EQ(pending, DWORD{PENDINGMSG_WAITNOPROCESS});
     EXPECT_TRUE(IsRetryAfterShortWait(rejected));
     EXPECT_EQ(user.m_boxes.size(), 1U);
-    EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN}) << "that is the box's";
+    EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN}) << "input during the question belongs to its box";
 }
 
 TEST(OleMessageFilter, IsInPlaceBetweenRegisterAndRevoke)

@@ -10,7 +10,7 @@
 
 namespace {
 
-// A window that counts its paint messages, and stays invalid if told to.
+// A window that counts its paint messages and pressed keys, and stays invalid if told to.
 class CPaintedWindow : public CPlainWindow
 {
 public:
@@ -78,7 +78,7 @@ TEST(PaintingWait, TakesTheWholeTime)
     EXPECT_GE(GetTickCount64() - start, 180U);
 }
 
-// Another program's broadcast waits for every window's answer.
+// A program that broadcasts a message waits until every window has handled it.
 TEST(PaintingWait, AnswersSentMessages)
 {
     CPaintedWindow window;
@@ -93,7 +93,7 @@ TEST(PaintingWait, AnswersSentMessages)
     EXPECT_NE(sent, 0);
 }
 
-// The end of the Windows session comes as a sent message.
+// The end of the Windows session comes as a sent message. Here WM_APP stands for that message.
 TEST(PaintingWait, EndsWithTheSession)
 {
     class CSessionWindow : public CPlainWindow

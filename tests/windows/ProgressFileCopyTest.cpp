@@ -20,7 +20,7 @@ class ProgressFileCopyTest : public testing::TestWithParam<const wchar_t*>
 protected:
     ProgressFileCopyTest() { m_progress = std::make_unique<CProgressFileCopy>(&m_owner, 0, 100, 0); }
 
-    // Sends the command of the cancel button.
+    // Clicks the cancel button.
     void PressCancel() const
     {
         ::SendMessageW(m_progress->GetDlgItem(IDCANCEL), BM_CLICK, 0, 0);
@@ -60,7 +60,7 @@ TEST_P(ProgressFileCopyTest, TheConstructorShowsTheBars)
     const HWND plain =
         CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(IDD_PROGRESS), nullptr, &IgnoreMessage, 0);
     for (const int id : {IDC_PROGRESS_FILE, IDC_PROGRESS_OVERALL}) {
-        EXPECT_FALSE(IsWindowVisible(GetDlgItem(plain, id))) << "as the template has it";
+        EXPECT_FALSE(IsWindowVisible(GetDlgItem(plain, id))) << "the template hides the bars";
         EXPECT_TRUE(IsWindowVisible(m_progress->GetDlgItem(id)));
     }
     DestroyWindow(plain);
@@ -196,7 +196,7 @@ TEST_P(ProgressFileCopyTest, PumpsOneMessageAtATime)
 {
     CCountingWindow window;
     DrainMessages();
-    m_progress->PumpOneMessage();  // returns though there is none
+    m_progress->PumpOneMessage();  // returns although no message waits
     for (int i = 0; i < 3; ++i) {
         window.PostMessage(WM_APP);
     }
@@ -254,7 +254,7 @@ TEST_P(ProgressFileCopyTest, ThePumpLeavesTheEndOfTheProgramToTheLoopsFurtherOut
     EXPECT_EQ(message.wParam, 4U);
 }
 
-// The width of a text in the font of a line.
+// The width of a text in the font of a line, in pixels.
 int WidthOf(HWND line, const std::wstring& text)
 {
     const HDC dc = GetDC(line);

@@ -20,7 +20,7 @@ protected:
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
     }
 
-    // A new handle of the test's key; CRegistry closes its handle.
+    // A new handle of the test's key. Each CRegistry needs its own, because it closes the handle.
     [[nodiscard]] UniqueKey Open() const
     {
         HKEY key = nullptr;
@@ -165,8 +165,8 @@ TEST_F(RegistryTest, LongTextsRoundTrip)
 TEST_F(RegistryTest, WriteThatTheRegistryRefusesIsFalse)
 {
     EXPECT_FALSE(CRegistry(nullptr).WriteString(L"a", L"name", L"x"));
-    EXPECT_FALSE(Write(std::wstring(300, L'k'), L"name", L"x")) << "a key name takes 255 characters";
-    EXPECT_FALSE(Write(L"a", std::wstring(20000, L'n'), L"x")) << "a value name takes 16383 characters";
+    EXPECT_FALSE(Write(std::wstring(300, L'k'), L"name", L"x")) << "a key name has 255 characters at most";
+    EXPECT_FALSE(Write(L"a", std::wstring(20000, L'n'), L"x")) << "a value name has 16383 characters at most";
 }
 
 TEST_F(RegistryTest, AHiveServesManyAccesses)
@@ -195,7 +195,8 @@ TEST_F(RegistryTest, AnyOtherRootIsClosedByTheFirstAccessThatOpensASubKey)
     EXPECT_FALSE(registry.WriteString(L"a", L"name", L"y"));
 }
 
-// Keys under HKEY_LOCAL_MACHINE\\SOFTWARE, which has a part of its own for 32-bit programs.
+// Uses keys below SOFTWARE in HKEY_LOCAL_MACHINE. Windows keeps them separately for 32-bit and for 64-bit
+// programs.
 class RegistryViewTest : public testing::Test
 {
 protected:

@@ -33,7 +33,7 @@ void PrintTo(const Library& library, std::ostream* stream)
     *stream << (library.language == MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN) ? "German" : "English");
 }
 
-// The numbers are written out here alone: other programs find dialogs and controls by them.
+// Other programs find dialogs and controls by these numbers, so resource.h must not change them.
 static_assert(IDD_ABOUT == 100 && IDD_TALVENOR == 102 && IDD_TEMPLATE == 136 && IDD_PROGRESS == 17766);
 static_assert(IDS_ABOUT == 101 && IDI_TALVENOR == 128 && IDB_STATES == 134);
 
@@ -122,7 +122,7 @@ TEST_P(ResourcesTest, TheMainDialogHasItsControls)
     const HWND list = GetDlgItem(window.get(), IDC_LIST);
     EXPECT_EQ(GetWindowLongW(list, GWL_STYLE) & LVS_TYPEMASK, LVS_REPORT);
     EXPECT_EQ(GetWindowLongW(list, GWL_STYLE) & (LVS_SORTASCENDING | LVS_SORTDESCENDING), 0)
-        << "the program sorts";
+        << "the program sorts the rows itself";
     EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), IDC_STATUS_FRAME), GWL_STYLE) & BS_TYPEMASK,
               BS_GROUPBOX);
     EXPECT_EQ(GetWindowLongW(GetDlgItem(window.get(), IDC_COPY_ONLY), GWL_STYLE) & BS_TYPEMASK,
@@ -234,7 +234,7 @@ public:
 
     [[nodiscard]] DWORD DirectorySize(int directory) const { return Directory(directory).Size; }
 
-    // Whether the list of imported libraries ends before its first entry.
+    // Whether the list of imported libraries is empty.
     [[nodiscard]] bool ImportsNothing() const
     {
         const IMAGE_DATA_DIRECTORY imports = Directory(IMAGE_DIRECTORY_ENTRY_IMPORT);
@@ -287,7 +287,7 @@ TEST_P(ResourcesTest, TheLibraryHoldsNoCodeAndImportsNothing)
     EXPECT_EQ(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT), 0U);
     EXPECT_EQ(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_TLS), 0U);
     EXPECT_NE(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_RESOURCE), 0U);
-    // The linker puts the ends of two empty lists there: bytes 00 and FF.
+    // The linker puts two empty lists there, of constructors and of destructors: bytes 00 and FF.
     EXPECT_EQ(library.ExecutableBytes().find_first_not_of(std::string("\0\xFF", 2)), std::string::npos);
 }
 

@@ -47,7 +47,7 @@ protected:
         return outcomes;
     }
 
-    // Only the first call of a member of the document fails.
+    // Makes the first call of a document's member fail. Later calls get the answer.
     void FailOnce(DISPID member, const CFakeDispatch::Handler& failure, const CFakeDispatch::Handler& answer)
     {
         m_document.On(member, [failed = false, failure, answer](FakeCall& call) mutable {
@@ -55,7 +55,8 @@ protected:
         });
     }
 
-    // The first row's copy is written by a step and then lost; the second is well written.
+    // Expects that a call in this step of the first row failed and SOLIDWORKS was loaded again, and that the
+    // second row was written without a problem.
     void ExpectLostIn(CadStep step)
     {
         EXPECT_EQ(m_record.end, RunEnd::finished);
@@ -154,7 +155,7 @@ TEST_F(RunRecordTest, OfTheValueThatASaveReturns)
     m_document.On(kSave, AnswerLong(17));
     Run(false);
     EXPECT_EQ(Cad(0).saveResult, 17);
-    // Not the number that the interface promises.
+    // An object instead of the number that the interface promises.
     m_document.On(kSave, AnswerObject(&m_configuration));
     Run(false);
     EXPECT_EQ(Cad(0).saveResult, std::nullopt);
@@ -217,7 +218,7 @@ TEST_F(RunRecordTest, OfASolidworksThatDoesNotComeBack)
     EXPECT_EQ(Row(2).entry, (UTtab_entry{L"a3.sldprt", L"b3.sldprt", L"Norm 3 - %2"}));
 }
 
-// The server of this process has no process of its own that could be ended.
+// The server runs in the test's own process, so the program has no server process to end.
 TEST_F(RunRecordTest, OfACallThatTheUserGivesUp)
 {
     AddRows(2);
@@ -264,7 +265,8 @@ TEST_F(RunRecordTest, OfARunThatEndsWithTheSession)
     EXPECT_EQ(AllOutcomes(), (Outcomes{RowOutcome::copied, RowOutcome::notReached}));
 }
 
-// SOLIDWORKS is not loaded again then; that is not what ended the run.
+// While the session ends, SOLIDWORKS is not loaded again. The record still names the end of the session as
+// the run's end, not the missing SOLIDWORKS.
 TEST_F(RunRecordTest, OfACallThatFailsWhileTheSessionEnds)
 {
     AddRows(1);
@@ -307,10 +309,11 @@ TEST_F(RunRecordTest, OfFilesThatCannotBeCopied)
     EXPECT_EQ(L"box " + Row(1).reason, m_log.at(1)) << "what the user was shown";
     EXPECT_NE(Row(1).reason.find(L"b2.sldprt"), std::wstring::npos);
     EXPECT_EQ(Row(2).reason, expected::NoFileName(L"..\\c.sldprt"));
-    EXPECT_EQ(Row(3).reason, expected::NoFileName(L"..\\d.sldprt")) << "not shown a second time";
+    EXPECT_EQ(Row(3).reason, expected::NoFileName(L"..\\d.sldprt"))
+        << "recorded, although such a message is shown once per run only";
 }
 
-// Makes each record fail.
+// Makes every write to the map file fail.
 class CFullMapFile : public CFileInterceptor
 {
 public:

@@ -33,7 +33,8 @@ protected:
         }
     }
 
-    // A run at 2026-11-03 04:05 with rows a1, a2, ..., of which these were not reached.
+    // Takes a run of 2026-11-03 04:05 with the rows a1, a2 and so on. The rows in `notReached` were not
+    // reached, the others were copied.
     void TakeRun(int rows, const std::vector<int>& notReached)
     {
         RunRecord run;
@@ -69,7 +70,7 @@ protected:
         return rows;
     }
 
-    // "Talvenor-Bericht-" or "Talvenor-Report-" and the run's start.
+    // The report's file name without its extension. It holds the start of the run.
     [[nodiscard]] static std::wstring ReportName()
     {
         return Text{L"Talvenor-Bericht-2026-11-03-0405", L"Talvenor-Report-2026-11-03-0405"}.Current();
@@ -167,7 +168,7 @@ TEST_P(RunReportCommandsTest, NamesAReportThatTheSystemCannotShow)
 TEST_P(RunReportCommandsTest, SelectsTheRowsThatNeedAttentionAndNoOthers)
 {
     TakeRun(4, {2, 4});
-    // Another order, and a row that the run did not have.
+    // The table has another order than the run, and a row that the run did not have.
     FillTable({L"a4.sldprt", L"a3.sldprt", L"new.sldprt", L"a2.sldprt"});
     m_table.SetItemState(1, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
     EXPECT_TRUE(m_commands.CanSelectAttention(L"c:\\LIB"));
@@ -177,7 +178,8 @@ TEST_P(RunReportCommandsTest, SelectsTheRowsThatNeedAttentionAndNoOthers)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-// Wine scrolls to a row that gets the focus by itself.
+// Wine's list view scrolls by itself to a row that gets the focus. So under Wine this test does not notice a
+// missing scroll.
 TEST_P(RunReportCommandsTest, ShowsTheFirstOfThem)
 {
     TakeRun(200, {150});
@@ -205,12 +207,13 @@ TEST_P(RunReportCommandsTest, SaysThatNoneOfThemIsInTheList)
 TEST_P(RunReportCommandsTest, ThereIsNothingToSelectElsewhere)
 {
     TakeRun(2, {2});
-    EXPECT_FALSE(m_commands.CanSelectAttention(L"C:\\other")) << "rows may have the same names there";
+    EXPECT_FALSE(m_commands.CanSelectAttention(L"C:\\other"))
+        << "another folder may have rows of the same names";
     TakeRun(2, {});
     EXPECT_FALSE(m_commands.CanSelectAttention(m_parts));
 }
 
-// The system's rules are used: its letter case and the map file's code page.
+// Uses the system's rules: its comparison of file names without letter case, and the map file's code page.
 TEST_P(RunReportCommandsTest, WarnsByTheSystemsRules)
 {
     RunRecord run;

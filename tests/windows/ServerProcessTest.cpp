@@ -16,7 +16,7 @@
 namespace {
 
 constexpr DWORD kNotLong = 300;  // milliseconds
-constexpr DWORD kTick = 50;      // longer than the step of the system's time
+constexpr DWORD kTick = 50;      // milliseconds; longer than a step of the system clock
 
 // The child processes of a process.
 std::vector<DWORD> ChildrenOf(DWORD parent)
@@ -34,7 +34,7 @@ std::vector<DWORD> ChildrenOf(DWORD parent)
     return children;
 }
 
-// A process that a test's process has started; ended at the end of the scope.
+// A process that was started by a process of the test. The scope ends it.
 class CChildScope
 {
 public:
@@ -53,7 +53,8 @@ private:
     UniqueHandle m_process;
 };
 
-// A class served by copies of waitingprogram.exe, which the tests start instead of COM.
+// A COM class whose server is a copy of waitingprogram.exe. The tests start the server themselves;
+// CServerProcess regards it as started by COM.
 class ServerProcessTest : public testing::Test
 {
 protected:
@@ -146,7 +147,7 @@ TEST_F(ServerProcessTest, AnotherProgramsProcessIsNotTheServer)
     EXPECT_FALSE(m_server->IsOurs());
 }
 
-// As when the user starts the CAD system while the program connects.
+// This happens when the user starts the CAD system while the program connects.
 TEST_F(ServerProcessTest, AServerStartedByAnotherProgramIsNotOurs)
 {
     const std::wstring starter = m_folder / L"starter.exe";
@@ -177,7 +178,7 @@ TEST_F(ServerProcessTest, AClassWithoutAProgramHasNoServer)
     EXPECT_FALSE(m_server->WasAlive());
 }
 
-// ---- It ends with this program
+// ---- The server ends with this program
 
 TEST_F(ServerProcessTest, AServerInUseEndsWithTheObject)
 {
@@ -248,7 +249,7 @@ TEST_F(ServerProcessTest, ASplashScreenIsNoMainWindow)
     EXPECT_TRUE(m_server->IsOurs());
 }
 
-// Such as a palette of tools that floats beside the hidden main window.
+// An example is a palette of tools that floats beside the hidden main window.
 TEST_F(ServerProcessTest, AToolWindowIsNoMainWindow)
 {
     const CWaitingProcess process = Connect();
@@ -256,7 +257,7 @@ TEST_F(ServerProcessTest, AToolWindowIsNoMainWindow)
     EXPECT_TRUE(m_server->IsOurs());
 }
 
-// The next connection reaches the server that could not be asked to end.
+// The second connection reaches the server that could not be asked to end.
 TEST_F(ServerProcessTest, AServerOfOursThatIsReachedAgainStaysOurs)
 {
     const CWaitingProcess process = Connect();
@@ -298,7 +299,7 @@ TEST_F(ServerProcessTest, AFailedConnectionKeepsTheServerOfTheLast)
     EXPECT_TRUE(process.Ends(0));
 }
 
-// As when the system gives up an activation that takes too long, and the next attempt reaches the server.
+// This happens when COM gives up an activation that takes too long, and the next attempt reaches the server.
 TEST_F(ServerProcessTest, AServerThatAppearedWithAnEarlierAttemptIsOurs)
 {
     m_server->BeginConnect();
@@ -328,7 +329,7 @@ TEST_F(ServerProcessTest, AnotherClassReleasesTheServer)
     EXPECT_FALSE(process.Ends(kNotLong));
 }
 
-// ---- Waiting for its end
+// ---- Waiting for the server's end
 
 TEST_F(ServerProcessTest, WaitsUntilTheServerHasEnded)
 {
@@ -362,7 +363,7 @@ TEST_F(ServerProcessTest, TerminateEndsTheServer)
     EXPECT_TRUE(m_server->WaitForEnd(0));
 }
 
-// On Windows the call that ends a process fails for one that has ended; under Wine it does not.
+// On Windows, TerminateProcess fails for a process that has already ended. Under Wine it succeeds.
 TEST_F(ServerProcessTest, AServerThatHasEndedByItselfNeedsNoForce)
 {
     const CWaitingProcess process = Connect();
@@ -380,7 +381,7 @@ TEST_F(ServerProcessTest, WaitsOnlyForItsOwnServer)
     EXPECT_TRUE(m_server->WaitForEnd(60'000));
 }
 
-// ---- Alive
+// ---- Whether the server was alive
 
 TEST_F(ServerProcessTest, AReleasedServerIsAliveUntilItHasEnded)
 {
@@ -448,7 +449,8 @@ protected:
         m_classes.AddServer(progId, commandLine);
         return LocalServerImage(progId);
     }
-    // With another value in the key of the command line; without a name it replaces the command line.
+    // The same with one more value in the LocalServer32 key. A value without a name replaces the command
+    // line.
     std::wstring ImageFor(const std::wstring& commandLine, const wchar_t* name, DWORD type,
                           const std::wstring& value)
     {

@@ -13,7 +13,7 @@ namespace {
 
 using namespace automation;
 
-// A test that registers classes until it ends.
+// Registers classes until the end of the test.
 class ClassesTest : public testing::Test
 {
 protected:
@@ -92,7 +92,7 @@ TEST_F(InstalledVersionsTest, ListsVersions20To39AndFindsTheCurrentOne)
     {
         const char* what;
         std::vector<int> registered;
-        const wchar_t* current;  // the class of the version-independent name; null: none
+        const wchar_t* current;  // the ProgID that the version-independent name leads to; null: none
         std::vector<std::wstring> versions;
         int index;
     };

@@ -56,7 +56,7 @@ TEST_F(TableFileTest, WritesUtf8WithAMarkOverAnExistingFile)
     EXPECT_EQ(ReadBytes(m_path), "\xEF\xBB\xBFM\xC3\xBC\r\n");
 }
 
-TEST_F(TableFileTest, ReportsAMissingOrLockedFile)
+TEST_F(TableFileTest, ReportsAMissingFileOrFolder)
 {
     EXPECT_THROW(static_cast<void>(ReadTableFile(m_folder / L"missing.csv")), CFileException);
     EXPECT_THROW(WriteTableFile(m_folder / L"missing\\table.csv", L"x"), CFileException);

@@ -12,7 +12,7 @@
 
 namespace {
 
-// A caption that is set only when a step is taken back or made again.
+// A caption that changes only when the recorder or the test sets it.
 class CFakeCaption : public CTableCaption
 {
 public:
@@ -22,7 +22,7 @@ public:
     ViewStatus m_status{true, false};
 };
 
-// Everything that comes back.
+// Everything that Undo and Redo restore.
 struct Snapshot
 {
     Texts rows;  // with "*" if pending
@@ -56,7 +56,7 @@ protected:
         return now;
     }
 
-    // After a change: takes it back and makes it again.
+    // Takes the last change back and makes it again. `before` is the state before the change.
     void ExpectBothWays(const Snapshot& before)
     {
         const Snapshot after = Now();
@@ -151,7 +151,7 @@ TEST_F(TableRecorderTest, RestoresTheCaptionThatTheChangeGetsLater)
 {
     const Snapshot before = Now();
     m_recorder.EditRows({0}, [this] { m_list.MarkPending(0); });
-    m_caption.m_status = {true, true};  // by WM_LISTCHANGED, which is posted
+    m_caption.m_status = {true, true};  // in the program, the posted WM_LISTCHANGED does this
     ExpectBothWays(before);
 }
 
@@ -219,7 +219,7 @@ TEST(TableRecorderScrollTest, ScrollsToTheFirstChangedRow)
     EXPECT_GT(list.GetTopIndex() + list.GetCountPerPage(), 150);
 }
 
-// Any sequence of changes comes back step by step, and forth again.
+// Takes back a random sequence of changes step by step, and makes the changes again.
 TEST_F(TableRecorderTest, RestoresEveryStepOfManyChanges)
 {
     std::minstd_rand random(1);

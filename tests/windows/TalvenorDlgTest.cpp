@@ -51,7 +51,7 @@ constexpr char kMapHeader[] = "; Datei: x\r\n; y\r\n; z\r\n\r\n";
 // The rectangle that the system suggests to a window whose DPI has changed.
 constexpr RECT kSuggestedRect{10, 10, 900, 700};
 
-// All windows below a window.
+// The child windows of a window, at every depth.
 std::vector<HWND> Descendants(HWND window)
 {
     std::vector<HWND> found;
@@ -79,8 +79,9 @@ bool Shows(HWND window, const std::wstring& text)
     return false;
 }
 
-// Calls `work` for each dialog that opens above the main dialog, repeatedly until it returns true, until the
-// end of the scope. A dialog that stays open is cancelled after a while and fails the test.
+// Operates the dialogs that open above the main dialog, until the end of the scope. Calls `work` for each of
+// them, repeatedly until `work` returns true. A dialog that stays open for some nine seconds fails the test
+// and is cancelled.
 class CDialogUser
 {
 public:
@@ -115,7 +116,8 @@ private:
             m_done = false;
             m_opened += dialog != nullptr ? 1 : 0;
         }
-        // A message that the work sends may run the timer. At the first look the dialog may not be complete.
+        // A message that `work` sends may run this timer again. At the first look the dialog may be
+        // incomplete.
         if (dialog == nullptr || m_looking || ++m_looks == 1) {
             return;
         }
@@ -169,7 +171,8 @@ bool Cancel(HWND dialog)
     return true;
 }
 
-// Types names into the system's file dialog and presses its default button. Cancels it if there are none.
+// Types names into the system's file dialog and presses its default button. Cancels the dialog if there are
+// no names.
 bool PickFiles(HWND dialog, const std::wstring& names)
 {
     for (const HWND child : Descendants(dialog)) {
@@ -199,8 +202,9 @@ std::wstring SelectedFolder(HWND dialog)
     return name.data();
 }
 
-// Selects a folder in the system's folder picker and presses its default button. Cancels it if the folder is
-// empty. Returns false while the picker has not taken the selection: it forgets it while it fills its tree.
+// Selects a folder in the system's folder picker and presses its default button. Cancels the picker if the
+// folder is empty. Returns false until the picker shows the folder as selected: while it fills its tree, it
+// forgets the selection.
 bool PickFolder(HWND dialog, const std::wstring& folder)
 {
     if (folder.empty()) {
@@ -234,7 +238,8 @@ protected:
 
     void SetPartsFolder(const std::wstring& folder) { EXPECT_TRUE(m_registry.SetPartsFolder(folder)); }
     void AddPart(const std::wstring& name) const { WriteBytes(m_parts + L"\\" + name, "part"); }
-    // Three parts, without a map file: in the list with the new names 1_a.sldprt, 2_b.sldprt and 3_c.sldprt.
+    // Adds three parts. Without a map file, the list gives them the new names 1_a.sldprt, 2_b.sldprt and
+    // 3_c.sldprt.
     void AddThreeParts() const
     {
         for (const wchar_t* const name : {L"N_ISO_1_a.sldprt", L"N_ISO_2_b.sldprt", L"N_ISO_3_c.sldprt"}) {
@@ -255,7 +260,7 @@ protected:
         return folder;
     }
 
-    // Runs the dialog, calls the function in it and closes it with its button.
+    // Runs the dialog, calls `work` while it is open, and closes it with its Close button.
     void Run(const std::function<void()>& work)
     {
         CWorked<CTalvenorDlg> dialog;
@@ -278,7 +283,7 @@ protected:
     }
     void Press(int button) const { SendMessageW(Item(button), BM_CLICK, 0, 0); }
 
-    // Sends what a pressed button sends.
+    // Sends the command that a pressed button sends.
     void Command(int id) const
     {
         m_dialog->SendMessage(WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(Item(id)));
@@ -345,7 +350,8 @@ protected:
         return rows;
     }
 
-    // The message boxes since the last call, marked if they are questions or of another type than MB_OK.
+    // The texts of the message boxes since the last call. A suffix marks questions and other types than
+    // MB_OK.
     [[nodiscard]] Texts TakeBoxes()
     {
         Texts boxes;
@@ -423,7 +429,7 @@ TEST_P(TalvenorDlgTest, TheLibraryMayBeRegisteredFor32BitProgramsOnly)
     AddThreeParts();
     m_registry.RemoveLibrary();
     EXPECT_TRUE(m_registry.SetPartsFolder(m_parts, KEY_WOW64_32KEY));
-    const CDialogUser user(&Cancel);  // without a folder the first start of the process asks for files
+    const CDialogUser user(&Cancel);  // a first start that finds no folder asks for files
     Run([this] {
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
         EXPECT_EQ(Rows(), m_threeRows);
@@ -446,7 +452,8 @@ TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
         int columnWidth;
         int imageWidth;
     };
-    // 175 and 12 pixels at 96 dpi; between two bitmaps the smaller one is taken.
+    // At 96 dpi columns begin with 175 pixels and images have 12. Each column width is rounded from the one
+    // before, so the last one is 176. Between the sizes of two bitmaps the smaller bitmap is used.
     constexpr std::array kScalings{Scaling{120, 219, 15}, Scaling{144, 263, 18}, Scaling{168, 307, 18},
                                    Scaling{192, 351, 24}, Scaling{96, 176, 12}};
     Run([&] {
@@ -467,8 +474,8 @@ TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
     });
 }
 
-// The system's part in a change of the scaling, which Wine does not play: it resizes the dialog while the
-// default handling has the message. What it finds then:
+// During the default handling of WM_DPICHANGED, Windows resizes the dialog. Wine does not, so the test does.
+// The state that Windows would find then:
 struct DuringScaling
 {
     MINMAXINFO limits{};
@@ -485,7 +492,7 @@ LRESULT CALLBACK ResizeForScaling(WNDPROC procedure, HWND window, UINT message, 
         g_duringScaling->hasStateImages =
             ListView_GetImageList(GetDlgItem(window, IDC_LIST), LVSIL_STATE) != nullptr;
         SendMessageW(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&g_duringScaling->limits));
-        ListView_SetColumnWidth(GetDlgItem(window, IDC_LIST), 0, 300);  // were it to scale columns
+        ListView_SetColumnWidth(GetDlgItem(window, IDC_LIST), 0, 300);  // as if the system had scaled it
         const RECT& place = *reinterpret_cast<const RECT*>(lParam);
         SetWindowPos(window, nullptr, place.left, place.top, place.right - place.left,
                      place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
@@ -500,7 +507,8 @@ DuringScaling Scale(HWND dialog, WORD dpi)
     return std::exchange(g_duringScaling, std::nullopt).value();
 }
 
-// Wine's list view measures its rows anew by itself; that of Windows does not while it has state images.
+// While the list view of Windows has state images, it keeps the height of its rows. Wine's always measures
+// its rows again.
 TEST_P(TalvenorDlgTest, RowsGetTheirHeightAnewAtEachScaling)
 {
     AddThreeParts();
@@ -517,7 +525,7 @@ TEST_P(TalvenorDlgTest, RowsGetTheirHeightAnewAtEachScaling)
     });
 }
 
-// The messages that give a list view images or a font.
+// Notes the messages that give a list view images or a font.
 LRESULT CALLBACK NoteImagesAndFont(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                                    DWORD_PTR log)
 {
@@ -527,7 +535,8 @@ LRESULT CALLBACK NoteImagesAndFont(HWND window, UINT message, WPARAM wParam, LPA
     return DefSubclassProc(window, message, wParam, lParam);
 }
 
-// At the font the list view of Windows measures its rows anew (from knowledge), Wine's at the images.
+// As far as is known, the list view of Windows measures its rows again when it gets a font. Wine's does when
+// it gets images.
 TEST_P(TalvenorDlgTest, TheListGetsItsFontAgainAfterImagesOfAnotherSize)
 {
     Run([&] {
@@ -536,7 +545,7 @@ TEST_P(TalvenorDlgTest, TheListGetsItsFontAgainAfterImagesOfAnotherSize)
             SetWindowSubclass(Item(IDC_LIST), &NoteImagesAndFont, 2, reinterpret_cast<DWORD_PTR>(&log)));
         Scale(m_dialog->m_hWnd, 192);
         RemoveWindowSubclass(Item(IDC_LIST), &NoteImagesAndFont, 2);
-        // The default handling of Windows may give it a font, too, before the images.
+        // Before the images, the default handling of Windows may set a font as well.
         log.erase(log.begin(), std::ranges::find(log, UINT{LVM_SETIMAGELIST}));
         EXPECT_EQ(log, (std::vector<UINT>{LVM_SETIMAGELIST, WM_SETFONT}));
     });
@@ -554,7 +563,7 @@ TEST_P(TalvenorDlgTest, ColumnsAreScaledOnceEvenIfTheSystemDidIt)
 
 TEST_P(TalvenorDlgTest, EverythingIsReachableOnAScreenThatIsTooSmall)
 {
-    const CWorkAreaScope workArea({0, 0, 910, 472});  // that of 1366 x 768 at 150 %, in pixels at 100 %
+    const CWorkAreaScope workArea({0, 0, 910, 472});  // of 1366 x 768 at 150 %, in pixels at 100 %
     Run([&] {
         const RECT window = RectOf(m_dialog->m_hWnd);
         EXPECT_EQ(window.top, 0);
@@ -577,7 +586,7 @@ TEST_P(TalvenorDlgTest, NothingLimitsTheSizeWhileTheScalingChanges)
         EXPECT_EQ(Scale(m_dialog->m_hWnd, 144).limits.ptMinTrackSize.x, 0);
         MINMAXINFO limits{};
         SendMessageW(m_dialog->m_hWnd, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&limits));
-        EXPECT_GT(limits.ptMinTrackSize.x, 0) << "afterwards as before";
+        EXPECT_GT(limits.ptMinTrackSize.x, 0) << "afterwards the limit holds again";
     });
 }
 
@@ -718,7 +727,7 @@ TEST_P(TalvenorDlgTest, AFolderThatDoesNotExistIsReportedAndCorrectedInPlace)
         const std::wstring typed = m_folder / L"no such folder";
         TypeFolder(typed + L"\\\\..");
         EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
-        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), typed) << "dots and backslashes at the end go";
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), typed) << "dots and backslashes at the end are removed";
         EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
         EXPECT_EQ(SelectionOf(Item(IDC_SOURCE_DIR)),
                   (std::array<DWORD, 2>{0, static_cast<DWORD>(typed.size())}));
@@ -736,10 +745,10 @@ TEST_P(TalvenorDlgTest, NoButtonWorksWhileTheFieldShowsARefusedFolder)
     Run([this] {
         TypeFolder(m_folder / L"no such folder");
         EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
-        Command(IDC_SELECT_ALL);  // the focus is in the field, where the button's letter was pressed
+        Command(IDC_SELECT_ALL);  // by its mnemonic: the focus stays in the field
         EXPECT_EQ(TakeBoxes(), Texts{}) << "the user was told already";
         EXPECT_EQ(SelectedCount(), 0);
-        SetFocus(Item(IDCANCEL));  // reports nothing
+        SetFocus(Item(IDCANCEL));  // no message on the way to the Close button
         Command(IDC_SELECT_ALL);
         EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
         EXPECT_EQ(GetFocus(), Item(IDC_SOURCE_DIR));
@@ -751,7 +760,7 @@ TEST_P(TalvenorDlgTest, NoButtonWorksWhileTheFieldShowsARefusedFolder)
     });
 }
 
-// A program may fill in the field without moving the focus.
+// Another program may fill in the field without moving the focus.
 TEST_P(TalvenorDlgTest, ACorrectedFolderLetsTheNextCommandThrough)
 {
     AddThreeParts();
@@ -777,7 +786,7 @@ TEST_P(TalvenorDlgTest, ACorrectedFolderLetsTheNextCommandThrough)
     });
 }
 
-// The message box takes the button's release that the list waits for; moving the mouse ends that wait.
+// The end of the scrolling must not move the focus to the list again, or the folder is reported twice.
 TEST_P(TalvenorDlgTest, AClickOnTheScrollBarReportsARefusedFolderOnce)
 {
     AddThreeParts();
@@ -793,6 +802,8 @@ TEST_P(TalvenorDlgTest, AClickOnTheScrollBarReportsARefusedFolderOnce)
     });
 }
 
+// The list view waits for the release of the mouse button, but the message box has taken it. A move of the
+// mouse ends that wait.
 TEST_P(TalvenorDlgTest, ARightClickReportsARefusedFolderOnce)
 {
     AddThreeParts();
@@ -922,7 +933,7 @@ TEST_P(TalvenorDlgTest, AShareThatDoesNotExistIsReported)
     });
 }
 
-// Like the root of a share: without the final backslash this is a device, not a folder.
+// Without its final backslash, this root is a device and no folder, like the root of a share.
 TEST_P(TalvenorDlgTest, ARootThatOnlyTheVolumeQueryKnowsIsAcceptedAndNothingIsLoaded)
 {
     const std::wstring root = L"\\\\?\\C:";
@@ -1077,7 +1088,7 @@ TEST_P(FolderPickerTest, ACancelChangesNothing)
 class FileDialogTest : public TalvenorDlgTest
 {
 protected:
-    // Picks files by the add button: names, or none to cancel.
+    // Picks the files with these names by the add button. Cancels the dialog if there are no names.
     void Add(const std::wstring& names) const
     {
         const CDialogUser user([&](HWND dialog) {
@@ -1089,7 +1100,7 @@ protected:
         EXPECT_EQ(user.m_opened, 1);
     }
 
-    // Types the path of a missing file. The system's dialog reports that and stays open.
+    // Types the path of a missing file. The system's dialog reports the file as missing and stays open.
     void ExpectRefused(const std::wstring& path) const
     {
         Texts titles;
@@ -1105,8 +1116,8 @@ protected:
 
 IN_BOTH_LANGUAGES(FileDialogTest);
 
-// The system's part when it refuses the buffer's text as a file name, which Wine does not: it opens no
-// dialog.
+// Windows may refuse the text in the buffer as a file name, and then opens no dialog. Wine never refuses it,
+// so the test plays Windows.
 DWORD g_fileDialogError = 0;
 Texts g_bufferTexts;
 decltype(&::GetOpenFileNameW) g_getOpenFileName = nullptr;
@@ -1141,7 +1152,7 @@ TEST_P(FileDialogTest, IsTriedAgainWithAnEmptyBufferIfItsTextIsRefused)
         g_bufferTexts.clear();
         g_fileDialogError = CDERR_INITIALIZATION;
         Press(IDC_ADD);
-        EXPECT_EQ(g_bufferTexts, Texts{L"*.sldprt;*.sldasm"}) << "only then";
+        EXPECT_EQ(g_bufferTexts, Texts{L"*.sldprt;*.sldasm"}) << "after another error there is no second try";
     });
 }
 
@@ -1159,7 +1170,8 @@ TEST_P(FileDialogTest, FilesOfTheSameFolderAreAddedAsAChange)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-// A working folder cannot be renamed or deleted.
+// The working folder of a running process cannot be renamed or deleted, so the file dialog must not change
+// it.
 TEST_P(FileDialogTest, TheWorkingFolderStays)
 {
     AddThreeParts();
@@ -1250,7 +1262,7 @@ protected:
         SetKeyboardState(before.data());
     }
 
-    // Picks a file for a command, whose dialog has this title.
+    // Picks a file in the file dialog of a command. The dialog has this title.
     void PickTable(int command, const Text& title, const std::wstring& path) const
     {
         const CDialogUser user([&](HWND dialog) {
@@ -1319,7 +1331,8 @@ TEST_P(TableCommandsOfTheDialogTest, EachCommandIsTakenBackAndMadeAgain)
     EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
 }
 
-// The reloaded rows are those before the change, so it could be made again.
+// The reloaded rows equal those before the change. So a Redo would be possible if the program had not
+// forgotten the change.
 TEST_P(TableCommandsOfTheDialogTest, AReloadForgetsTheChanges)
 {
     AddThreeParts();
@@ -1508,7 +1521,7 @@ TEST_P(TalvenorDlgTest, AMapFileThatCannotBeReadIsReportedTwice)
         WriteMapFile("a.sldprt ; 1.sldprt ; one\r\n");
         const UniqueHandle lock = LockFile(m_mapFile);
         Press(IDC_SHOW_MAP);
-        // The reader's language is always German.
+        // The messages of the map file's reader are always German.
         EXPECT_EQ(TakeBoxes(), (Texts{expected::MapNotRead.In(Language::german, m_mapFile),
                                       expected::MapMissing(m_mapFile)}));
         EXPECT_EQ(Rows(), m_threeRows);
@@ -1788,7 +1801,8 @@ TEST_P(TalvenorDlgTest, TheOverwriteQuestionIsNormalisedAsAWhole)
         Press(IDC_START);
         EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
     });
-    // Two backslashes become one unless they begin the sentence, also those of a network path.
+    // The whole question is normalised like a path. Two backslashes become one, also those of a network path:
+    // they would stay only at the start of the question.
     SetPartsFolder(L"\\\\?\\" + m_parts);
     Run([this] {
         EXPECT_EQ(Rows(), Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one"});
@@ -1801,7 +1815,8 @@ TEST_P(TalvenorDlgTest, TheMappedFolderIsMadeBeforeTheAnswerCounts)
 {
     WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
     m_answer = IDNO;
-    // Without the folder there is no map file to ask about, so it goes while the question is open.
+    // The question needs a map file, and so the folder. The test removes the folder while the question is
+    // open.
     m_onBox = [this] { std::filesystem::remove_all(m_parts + L"\\Mapped"); };
     Run([this] { Press(IDC_START); });
     EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
@@ -1908,7 +1923,7 @@ protected:
         AddThreeParts();
     }
 
-    // Whether the name leads to a class that has an entry; one left by a crashed test has none.
+    // Whether the ProgID leads to a registered class. A ProgID left by a crashed test leads to none.
     static bool IsInstalled(const std::wstring& progId)
     {
         CLSID classId{};
@@ -1944,7 +1959,8 @@ protected:
 
     void ExpectNothingHappens()
     {
-        // If the dialog accepted commands, those below would start a run within the run.
+        // If the dialog accepted commands, TryEverything would start a second run, which would call this
+        // function.
         if (std::exchange(m_trying, true)) {
             return;
         }
@@ -1965,7 +1981,7 @@ protected:
     {
         SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
     }
-    // Keyboard input goes to the window that has the focus when it leaves the queue.
+    // Types with real input, which goes to the window that has the focus when the input leaves the queue.
     static void TypeEnter()
     {
         INPUT down{};
@@ -1975,7 +1991,7 @@ protected:
         up.ki.dwFlags = KEYEVENTF_KEYUP;
         Send({down, up});
     }
-    // The same with the mouse.
+    // Clicks with real mouse input.
     static void ClickOn(HWND control)
     {
         const RECT rect = RectOf(control);
@@ -1988,7 +2004,8 @@ protected:
         up.mi.dwFlags = MOUSEEVENTF_LEFTUP;
         Send({down, up});
     }
-    // Enter and a click have an effect: there is a map file, and every question is answered with No.
+    // Expects that Enter and a click take effect. Needs a map file and a user who answers every question with
+    // No.
     void ExpectInputArrives()
     {
         TypeEnter();
@@ -2038,7 +2055,7 @@ TEST_P(BusyDialogTest, NoCommandStartsDuringARun)
         EXPECT_EQ(List().CountPendingRows(), 0);
         EXPECT_EQ(List().GetItemCount(), 3);
         Press(IDC_SELECT_NONE);
-        EXPECT_EQ(SelectedCount(), 0) << "it takes commands again";
+        EXPECT_EQ(SelectedCount(), 0) << "the dialog takes commands again";
     });
     EXPECT_EQ(m_tries, 4);
 }
@@ -2243,7 +2260,7 @@ TEST_P(BusyDialogTest, AClickOnTheDisabledWindowMakesAStalledCallAsk)
 class CancelledRunTest : public BusyDialogTest
 {
 protected:
-    // Cancels a run in its first part. Calls the function while the message about that is open.
+    // Cancels a run at its first part. Calls the function while the message about the cancelled run is open.
     void RunAndCancel(const std::function<void()>& whileToldSo)
     {
         m_application.On(kOpenDocument, [](FakeCall& call) {
@@ -2278,7 +2295,7 @@ TEST_P(CancelledRunTest, ShowsAnEmptyMapFileWhenItCannotBeRead)
     Run([this] {
         UniqueHandle lock;
         RunAndCancel([&] { lock = LockFile(m_mapFile); });
-        // The reader's language is always German.
+        // The messages of the map file's reader are always German.
         EXPECT_EQ(TakeBoxes(), (Texts{Cancelled(), expected::MapNotRead.In(Language::german, m_mapFile)}));
         EXPECT_EQ(Rows(), Texts{});
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView());
@@ -2300,7 +2317,7 @@ TEST_P(CancelledRunTest, ShowsTheFolderWhenTheMapFileIsGone)
 class FirstPaintTest : public TalvenorDlgTest
 {
 protected:
-    // Runs the current test in a new process. Returns true in that process.
+    // Runs the current test in a new process. Returns true in that process and false in this one.
     [[nodiscard]] static bool IsInOwnProcess()
     {
         if (std::getenv(kInOwnProcess) != nullptr) {
@@ -2314,7 +2331,7 @@ protected:
                              std::wstring(name.begin(), name.end()),
                          {}, true);
         SetEnvironmentVariableA(kInOwnProcess, nullptr);
-        EXPECT_EQ(WaitForExit(child, 60'000), 0U) << "see above";
+        EXPECT_EQ(WaitForExit(child, 60'000), 0U) << "the other process has reported its failures above";
         return false;
     }
 };
@@ -2347,7 +2364,7 @@ TEST_P(FirstPaintTest, ReportsAMissingInputFolderAndAsksForFilesOnce)
     }
 }
 
-// The other view may have the values of an earlier installation.
+// The 32-bit view of the registry may still hold the values of an earlier installation.
 TEST_P(FirstPaintTest, AMissingInputFolderIsNotTakenFromTheOtherView)
 {
     if (!IsInOwnProcess()) {
@@ -2387,11 +2404,11 @@ TEST_P(FirstPaintTest, IsSilentWhereTheInputFolderIsSet)
     }
     const CDialogUser user(&Cancel);
     Run([] {});
-    // Only the first paint of the process looks.
+    // Only the first paint of a process checks the folder.
     m_registry.RemovePartsFolder();
     Run([this] { EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"c:\\"); });
     EXPECT_EQ(user.m_opened, 0);
-    EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "asked when the button that closes takes the focus";
+    EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "asked when the Close button takes the focus";
 }
 
 // The status line
@@ -2423,14 +2440,14 @@ protected:
     }
 
     [[nodiscard]] int FocusedRow() const { return List().GetNextItem(-1, LVNI_FOCUSED); }
-    // The selected row, which has the focus as well; -1 if it is not so.
+    // The row that alone is selected and has the focus; -1 if there is none.
     [[nodiscard]] int OnlySelectedRow() const
     {
         const int row = List().GetNextItem(-1, LVNI_SELECTED);
         return SelectedCount() == 1 && row == FocusedRow() ? row : -1;
     }
 
-    // Two copies with one name, an unproblematic row and one that is too long for the map file.
+    // Three rows. The new names of the first and the third differ in letter case only.
     void WriteProblems() const
     {
         WriteMapFile(
@@ -2608,7 +2625,8 @@ TEST_P(FindBarTest, F3WithoutATextOpensTheField)
 class MoreMenuTest : public FindBarTest
 {
 protected:
-    // Opens the menu, notes what is possible and chooses by a mnemonic, or closes it by Escape.
+    // Opens the menu and notes which commands are possible. Then chooses one by its mnemonic, or closes the
+    // menu by VK_ESCAPE.
     void Choose(WPARAM mnemonic)
     {
         int looks = 0;
@@ -2640,7 +2658,7 @@ protected:
         }
     }
 
-    // What other programs have put on the clipboard decides about pasting.
+    // Whether pasting is possible depends on what other programs have put on the clipboard.
     [[nodiscard]] std::vector<UINT> PossibleWithoutPaste() const
     {
         std::vector<UINT> commands = m_possible;
@@ -2774,7 +2792,7 @@ TEST_P(DropTest, AFolderIsLoadedAfterAQuestion)
                                  L"N_ISO_9_y.sldprt > 9_y.sldprt > y-9 *"}));
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), other);
         Drop({other});
-        EXPECT_EQ(TakeBoxes(), Texts{}) << "it is shown already";
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "the folder is shown already";
     });
 }
 

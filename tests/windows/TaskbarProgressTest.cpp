@@ -10,13 +10,13 @@
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// What the shell's taskbar is told. Wine has no taskbar: the look of the button was not seen.
+// The calls on the shell's taskbar. Wine has no taskbar, so nobody has seen the button itself yet.
 
 namespace {
 
 using Calls = std::vector<std::string>;
 
-// Notes the progress calls. Lives until its last reference is released.
+// Notes the calls about progress. Deletes itself with its last reference.
 class CFakeTaskbar final : public ITaskbarList3
 {
 public:

@@ -11,7 +11,7 @@
 #include "tests/support/StartProgram.h"
 #include "tests/support/TestScopes.h"
 
-// Copies waitingprogram.exe: no other process has this image.
+// Copies waitingprogram.exe to a path that no other process runs from. Returns the path.
 inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wstring& name = L"server.exe")
 {
     const std::wstring copy = folder / name;
@@ -19,14 +19,14 @@ inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wst
     return copy;
 }
 
-// A process of waitingprogram.exe or another program, started as COM starts a server. It ends with the
-// object.
+// A process of waitingprogram.exe or another program, which ends with the object. Its parent is this process,
+// so CServerProcess regards it as started by COM.
 class CWaitingProcess
 {
 public:
     explicit CWaitingProcess(const std::wstring& image) : m_program(StartProgram(L"\"" + image + L"\""))
     {
-        // Until it has a message queue to post to.
+        // Waits until the process has a message queue to post to.
         WaitForInputIdle(m_program.process.get(), 10'000);
     }
     CWaitingProcess(CWaitingProcess&&) = default;
@@ -39,7 +39,7 @@ public:
         }
     }
 
-    // Return when the window is visible.
+    // These functions return when the window is visible.
     void ShowMainWindow() const
     {
         Post(WM_APP);

@@ -44,7 +44,7 @@ TEST(WinApp, DropsPendingInputAndNothingElse)
     EXPECT_EQ(window.m_messages, (std::vector<UINT>{WM_SYSCOMMAND, WM_COMMAND, WM_APP}));
 }
 
-// Takes messages and returns those that the window got.
+// Calls PumpPendingMessage `count` times. Returns the messages that reached the window.
 std::vector<UINT> TakesOf(const CNotingWindow& window, std::size_t count)
 {
     for (std::size_t take = 0; take < count; ++take) {
@@ -118,7 +118,7 @@ TEST(WinApp, TakesAndDropsHeldInputLikeAnyOther)
     EXPECT_EQ(window.m_messages.size(), 1U);
 }
 
-// A key that was pressed during a call would close the box unread.
+// A key that was pressed during a call would close the message box unread.
 TEST(WinApp, AMessageBoxDuringARunGetsNoEarlierKey)
 {
     const CHandlerScope connected;
@@ -138,7 +138,7 @@ TEST(WinApp, AMessageBoxDuringARunGetsNoEarlierKey)
     }
     EXPECT_EQ(keysDuringTheBox, 0U);
     CWinApp::PumpPendingMessage();
-    EXPECT_EQ(window.m_messages.size(), 1U) << "it comes back with the next take";
+    EXPECT_EQ(window.m_messages.size(), 1U) << "the key comes back with the next message that is taken";
 }
 
 TEST(WinApp, KeepsTheEndOfTheProgramWhenItDropsInput)
@@ -150,8 +150,8 @@ TEST(WinApp, KeepsTheEndOfTheProgramWhenItDropsInput)
     EXPECT_EQ(message.wParam, 3U);
 }
 
-// So that Windows' error reporting gets it, without a box of the runtime library (which Wine's does not
-// show).
+// A fail-fast end hands the exception to Windows Error Reporting and avoids the message box of the runtime
+// library. Wine's runtime library shows no such box.
 TEST(WinApp, AnUncaughtExceptionEndsTheProgramByFailFast)
 {
     const CWaitingProcess process(OwnFolder() + L"\\throwingprogram.exe");

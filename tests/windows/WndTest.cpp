@@ -20,7 +20,7 @@ constexpr UINT kFail = WM_APP + 2;
 constexpr int kButton = 501;
 constexpr int kOther = 502;
 
-// A window with a small message map, which logs its handlers.
+// A window with a small message map. It logs the handlers that run.
 class CTableWindow : public CWnd
 {
 public:
@@ -279,12 +279,12 @@ TEST(Wnd, ANotificationReachesTheControlBeforeTheParent)
     list.UnsubclassWindow();
     EXPECT_EQ(send(control, LVN_ENDLABELEDITW), 21);
     EXPECT_EQ(send(nullptr, LVN_ENDLABELEDITW), 21);
-    EXPECT_EQ(send(control, NM_DBLCLK), 0) << "nobody's";
+    EXPECT_EQ(send(control, NM_DBLCLK), 0) << "nobody handles it";
     EXPECT_EQ(list.m_answered, 1);
     EXPECT_EQ(window.m_log, (std::vector<std::string>{"click", "label edit", "label edit"}));
 }
 
-// The C++ library takes texts of the system into its exceptions as the system gives them.
+// The C++ library copies the system's texts into its exceptions as they are, in the ANSI code page.
 TEST(Wnd, TheTextOfAnExceptionIsDecodedByTheAnsiCodePage)
 {
     if (GetACP() != 1252) {
@@ -408,7 +408,7 @@ TEST(Wnd, MakesAChildOfAStandardClass)
     EXPECT_EQ(parent.GetDlgItem(kOther), child.m_hWnd);
     EXPECT_EQ(GetParent(child.m_hWnd), parent.m_hWnd);
     EXPECT_EQ(child.GetWindowText(), L"");
-    EXPECT_EQ(child.SendMessage(kAsk, 2, 3), 5) << "the object has the messages";
+    EXPECT_EQ(child.SendMessage(kAsk, 2, 3), 5) << "the object gets the window's messages";
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(child.m_hWnd, GWL_STYLE));
     EXPECT_EQ(style & (WS_CHILD | WS_VISIBLE | ES_RIGHT | ES_CENTER), WS_CHILD | WS_VISIBLE | ES_RIGHT);
     EXPECT_EQ(EdgesOf(RectIn(parent.m_hWnd, child.m_hWnd)), (Edges{10, 20, 110, 45}));

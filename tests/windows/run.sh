@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Runs windows_tests on a display and in a Wine prefix of their own: run.sh PROGRAM [ARG ...]
 #
-# A window manager, or a window that another test has left, may take the focus from a control in the middle of a test.
-# When root starts them, they run without root's power over file permissions, so that read-only files are read-only.
+# There is no window manager on this display: a window manager, or a window left by another test, could take the focus
+# from a control during a test.
+# When root starts the tests, they run without root's power over file permissions: read-only files stay read-only.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/../.." && pwd)
 unset DISPLAY

@@ -4,7 +4,7 @@
 
 #include "framework/WinApp.h"
 
-// A program with an exception that nobody catches.
+// A program that throws an exception which nobody catches.
 
 namespace {
 

@@ -3,7 +3,8 @@
 #include "tests/support/CreateProgram.h"
 #include "tests/support/OwnFolder.h"
 
-// A program that does nothing until a test posts its main thread a message: WM_QUIT ends it.
+// A program that waits for messages which a test posts to its main thread, and does what they say. WM_QUIT
+// ends it.
 
 namespace {
 
@@ -20,7 +21,7 @@ HWND Show(const wchar_t* windowClass, DWORD style = WS_OVERLAPPEDWINDOW, DWORD e
                            40, 200, 100, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
 }
 
-// Starts this program once more, which then has this process as its parent.
+// Starts another process of this program. Its parent is this process.
 void StartAnother()
 {
     StartedProgram another;
