@@ -165,8 +165,8 @@ LONGLONG COleMessageFilter::StallsAt(LONGLONG callBegan) const
     return std::max(callBegan, m_answeredAt) + static_cast<LONGLONG>(m_busyDelay);
 }
 
-// Takes back the user's Yes. Gives the server up if this call was already pending when the user answered, and
-// returns whether it was: a later call proves that the stalled one has returned.
+// Uses up the user's Yes. If this call was already pending when the user answered, gives the server up and
+// returns true. Otherwise ignores the Yes: a later call proves that the stalled one has returned.
 bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
 {
     if (!std::exchange(m_confirmed, false) || callBegan >= m_answeredAt) {
@@ -177,7 +177,7 @@ bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
 }
 
 // Holds all waiting input, or the question would get it. Returns whether a key, a button or a touch was
-// pressed at that time or later; if so, the input from then on is dropped.
+// pressed at the time `since` or later; if so, drops the held input from that time on.
 bool COleMessageFilter::TakePress(LONGLONG since)
 {
     HoldInput();
