@@ -23,7 +23,8 @@ public:
     // Whether the command would do something now; false for other numbers.
     [[nodiscard]] bool IsPossible(int command) const;
 
-    // Performs the command if it is possible. Returns false for numbers that are none of the commands.
+    // Performs the command if it is possible. Returns false if the number is not that of one of these
+    // commands.
     bool Perform(int command);
 
 private:
