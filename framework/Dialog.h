@@ -48,7 +48,7 @@ protected:
     // Ends the modal loop when the current handler returns.
     void EndDialog(INT_PTR result);
 
-    // EndDialog was called; the window is about to be destroyed.
+    // Whether EndDialog was called: the window is about to be destroyed.
     [[nodiscard]] bool IsEnding() const { return m_ending; }
 
 private:

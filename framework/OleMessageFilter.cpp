@@ -132,7 +132,7 @@ DWORD COleMessageFilter::RetryRejectedCall(HTASK /*callee*/, DWORD tickCount, DW
         return kCancelCall;
     }
     if (!m_asking && !GiveUpIfConfirmed(now - tickCount) && now >= stallsAt) {
-        // Without a press: a server that rejects calls usually waits for its user.
+        // Asks even without a press: a server that rejects calls usually waits for its user.
         static_cast<void>(TakePress(stallsAt));
         AskUser();
     }
@@ -146,7 +146,7 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
     }
     if (!m_asking && !m_cancelsCalls) {
         PaintPendingWindows();
-        NoticePresses();  // at the time of the press: an early one must not count later
+        NoticePresses();  // each time, as NotePress takes the present time for that of the press
         const LONGLONG now = Now();
         const LONGLONG stallsAt = StallsAt(now - tickCount);
         // No question without a press: long calls are normal, and the user may be away.
@@ -195,7 +195,7 @@ void COleMessageFilter::AskUser()
 {
     m_asking = true;
     const CScopeExit asked([this] { m_asking = false; });
-    // While the session ends no box is shown, and the run is to end: nobody waits for this call any more.
+    // While the session ends, no box can be shown. The run has to end, so the answer counts as Yes.
     m_confirmed = CWinApp::IsSessionEnding() ||
                   ShowMessage(m_handler->Question(), MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2) == IDYES;
     m_answeredAt = Now();

@@ -61,7 +61,7 @@ private:
         DWORD id;
         DWORD parent;
         ULONGLONG created;    // as FILETIME
-        UniqueHandle handle;  // keeps the number from going to another process
+        UniqueHandle handle;  // keeps the id from going to another process
     };
 
     [[nodiscard]] static std::vector<Process> ProcessesOf(const std::wstring& image);

@@ -19,7 +19,7 @@ public:
     [[nodiscard]] bool HasRun() const { return m_hasRun; }
 
     // Writes the report to a new file in the user's temporary folder and opens it in the user's browser.
-    // Shows a message when either fails. Only after a run.
+    // Shows a message when either fails. Call it only after a run.
     void ShowReport(HWND owner) const;
 
     // Whether rows of the last run need attention and the given folder is that run's standard-parts folder.

@@ -100,7 +100,8 @@ StateImages StateImagesFor(UINT dpi)
     return kSmallest;
 }
 
-// The first paint of the process shows what the start had to report.
+// Whether the first paint of the process is still to come. That paint shows the message of the start, if
+// there is one.
 bool g_firstPaintPending = true;
 
 bool Ask(const Text& question)
@@ -491,7 +492,7 @@ LRESULT CTalvenorDlg::OnNotify(WPARAM wParam, LPARAM lParam)
     return endsEdit ? EndLabelEdit(wParam, lParam) : CDialog::OnNotify(wParam, lParam);
 }
 
-// An edit of the original name sorts the table.
+// Editing an original name sorts the table, so more rows than the edited one may change.
 LRESULT CTalvenorDlg::EndLabelEdit(WPARAM wParam, LPARAM lParam)
 {
     const LVITEMW& item = reinterpret_cast<const NMLVDISPINFOW*>(lParam)->item;
