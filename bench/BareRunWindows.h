@@ -8,9 +8,10 @@
 #include "bench/BareDialog.h"
 #include "core/UTtabEntry.h"
 
-// Displays what a run displays for each row and configuration, without the program: the bare main dialog with
-// its rows, and a progress dialog that no object is bound to. Sets a text only if it has changed. Painting
-// happens when a row or configuration takes its one message, and when the controls paint themselves.
+// Displays what a run displays for each row and configuration, without the program's code: the bare main
+// dialog with its rows, and a progress dialog that no object is bound to. Sets a text only if it has changed.
+// The windows are painted when PumpOneMessage dispatches a paint message, once for each row and
+// configuration, and when controls paint themselves.
 class CBareRunWindows
 {
 public:
@@ -20,23 +21,24 @@ public:
     CBareRunWindows& operator=(const CBareRunWindows&) = delete;
     ~CBareRunWindows();
 
-    // A row begins.
+    // Displays that a row begins.
     void ShowCopy(const std::wstring& source, const std::wstring& target);
 
-    // The copy of the row is made.
+    // Displays that the copy of the row has been made.
     void ShowCurrentFile(const std::wstring& target);
 
-    // A configuration of the copy; index is 0 to count - 1.
+    // Displays a configuration of the copy; index is 0 to count - 1.
     void ShowConfiguration(const std::wstring& name, const std::wstring& bomName, long index, long count);
 
-    // The copy is being saved. Disables the cancel button until the copy is closed.
+    // Displays that the copy is being saved. Disables the cancel button; the caller enables it when the copy
+    // is closed.
     void ShowSaving();
     void EnableCancel(bool enable) const { EnableWindow(m_cancel, enable); }
 
-    // The row is done. Scrolls by whole pages.
+    // Displays that the row is done. Scrolls by whole pages.
     void FinishRow();
 
-    // Throws std::runtime_error unless all rows are shown as done: otherwise the measurement is worthless.
+    // Throws std::runtime_error if not all rows are shown as done: the measurement would be worthless.
     void CheckAllShown() const;
 
     // Dispatches one waiting message, if any.

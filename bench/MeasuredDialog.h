@@ -12,7 +12,7 @@
 
 // The program's main dialog, operated by the commands that its buttons and menus send. Modeless, so that
 // control returns to the benchmark after each command. Message boxes are recorded and answered without being
-// shown. While it lives, the program's registry settings are replaced; a crash leaves them so.
+// shown. While the object exists, the program's registry settings are replaced; after a crash they stay so.
 class CMeasuredDialog
 {
 public:

@@ -1,14 +1,14 @@
-// Times the main dialog's commands on many rows against bare loops of the same messages.
+// Times the main dialog's commands on many rows, compared with bare loops of the same messages.
 //
 //   tablebench COMMAND ROWS PAIRS TABLE.tsv
 //
-// COMMAND is fill, show, apply1, apply2, select, delete, delete-half or mark. TABLE.tsv names standard parts;
-// if ROWS is more, further names are derived from them. Prints a line for each pair of runs: seconds of the
-// program, tab, seconds of the bare loop. apply1 and apply2 also print the seconds of the bare loop when it
-// reads the settings for each row. The pairs of the first two seconds, at least one, warm up memory and
-// caches and are not printed.
+// COMMAND is fill, show, apply1, apply2, select, delete, delete-half or mark. TABLE.tsv lists names of
+// standard parts; if ROWS exceeds their number, further names are derived from them. Prints a line for each
+// pair of runs: seconds of the program, tab, seconds of the bare loop. apply1 and apply2 also print the
+// seconds of a bare loop that reads the settings for each row. First, memory and caches are warmed up by at
+// least one pair, and for at least two seconds; these pairs are not printed.
 //
-// The program's side is the real dialog (MeasuredDialog.h), the bare side has the same controls without
+// The program's side is the real dialog (MeasuredDialog.h); the bare side has the same controls without
 // objects (BareDialog.h). Times include painting. Fails if the lists differ afterwards.
 #include <windows.h>
 

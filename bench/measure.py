@@ -2,7 +2,7 @@
 
 Every ratio compares a run of the program with a run of a baseline in the same round; the program runs first. The table shows
 the median of the rounds and, in brackets, the smallest and the largest ratio. Rounds that warm up short measurements do not
-count. The target applies to the bare baseline; a baseline that also does more of what the program does has no target.
+count. Only comparisons with a bare baseline have a target; baselines that include more of the program's work have none.
 """
 import argparse
 import collections
@@ -105,7 +105,7 @@ def bare_run(*options):
 
 
 def warm_disk_cache(*folders):
-    """Reads all files of the folders, so that both libraries are in the disk cache."""
+    """Reads all files of the folders, so that they are in the disk cache."""
     for folder in folders:
         subprocess.run(f"cat {BENCH}/prefix/drive_c/Zelmar/{folder}/*.* >/dev/null", shell=True, check=True)
 
@@ -238,7 +238,7 @@ def report(introduction, lines, texts):
 
 
 def wait_for_quiet():
-    """Waits up to three minutes, until the build no longer counts in the load average."""
+    """Waits until the load average no longer shows the build, at most three minutes."""
     for _ in range(36):
         if os.getloadavg()[0] < 0.5:
             return

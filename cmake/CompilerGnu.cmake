@@ -1,8 +1,9 @@
-# GCC and clang: for Windows (mingw-w64), and the text rules for the build machine. Everything that only these compilers
-# know stands here and in framework/FirstObject.h; cmake/CompilerMsvc.cmake has the same for Microsoft's.
+# Options of GCC and clang, for Windows (mingw-w64) and for the text rules on the build machine. What only these
+# compilers understand is here and in framework/FirstObject.h; cmake/CompilerMsvc.cmake sets the same for Microsoft's
+# compiler.
 
-# Exploit mitigations, and Windows 10 as the system version: for a program of an older one, Windows keeps old behaviour,
-# such as other frame metrics. tests/hardening checks the built files for both.
+# Exploit mitigations, and Windows 10 as the system version: to a program with an older version, Windows shows old
+# behaviour, such as other frame metrics. tests/hardening checks the built files for both.
 set(TALVENOR_FILE_HEADER -Wl,--dynamicbase,--nxcompat,--high-entropy-va,--no-insert-timestamp
   -Wl,--major-os-version,10,--minor-os-version,0,--major-subsystem-version,10,--minor-subsystem-version,0)
 
@@ -29,11 +30,11 @@ function(talvenor_compiler target)
   endif()
 endfunction()
 
-# talvenor_symbols(NAME): leaves the program's linker map beside it; in a release build also leaves the unstripped program
-# and the map in symbols/NAME/ of the build folder, and strips the program. Only with them can an address from a crash
-# report be traced to a function.
+# talvenor_symbols(NAME): writes the linker map beside the program. A release build also copies the unstripped program
+# and the map to symbols/NAME/ of the build folder, and then strips the program. Only with these copies can an address
+# from a crash report be traced to a function.
 function(talvenor_symbols name)
-  # The map lists what the program holds of the compiler's own libraries; the SBOM is made from it.
+  # The map lists which of the compiler's libraries are linked into the program; the SBOM is made from this list.
   target_link_options(${name} PRIVATE "-Wl,-Map=$<TARGET_FILE_DIR:${name}>/${name}.map")
   if(NOT CMAKE_BUILD_TYPE STREQUAL Release)
     return()
@@ -42,7 +43,7 @@ function(talvenor_symbols name)
   add_custom_command(TARGET ${name} POST_BUILD
     COMMAND "${CMAKE_COMMAND}" -E make_directory "${symbols}"
     COMMAND "${CMAKE_COMMAND}" -E copy "$<TARGET_FILE:${name}>" "$<TARGET_FILE_DIR:${name}>/${name}.map" "${symbols}"
-    # Without SOURCE_DATE_EPOCH, strip writes the time into the header again, which the linker has left out.
+    # Without SOURCE_DATE_EPOCH, strip would write into the header the time that the linker has left out.
     COMMAND "${CMAKE_COMMAND}" -E env SOURCE_DATE_EPOCH=0 "${CMAKE_STRIP}" "$<TARGET_FILE:${name}>"
     VERBATIM)
 endfunction()

@@ -1,24 +1,24 @@
-# Microsoft's compiler, with the same as cmake/CompilerGnu.cmake. Written from its documentation, and not tried yet:
-# nobody of the team has it.
+# Options of Microsoft's compiler, the same as in cmake/CompilerGnu.cmake. Written from the compiler's documentation and
+# not tried yet: nobody on the team has this compiler.
 
-set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")  # the program is one file
-set(CMAKE_POLICY_DEFAULT_CMP0091 NEW)  # GoogleTest, whose project is older, takes the same library
+set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")  # so that the program needs no runtime DLLs
+set(CMAKE_POLICY_DEFAULT_CMP0091 NEW)  # lets GoogleTest, an older CMake project, take the same library
 
 # The linker adds no manifest: the program has its own among its resources. /DYNAMICBASE, /NXCOMPAT and /HIGHENTROPYVA
-# are defaults. The system version in the file header is the subsystem's.
+# are defaults. The linker also writes the subsystem version into the file header as the system version.
 set(TALVENOR_SUBSYSTEM "/SUBSYSTEM:$<IF:$<BOOL:$<TARGET_PROPERTY:WIN32_EXECUTABLE>>,WINDOWS,CONSOLE>$<COMMA>10.00")
 set(TALVENOR_FILE_HEADER /MANIFEST:NO /Brepro)
 
 set(TALVENOR_SMALL_CODE $<$<CONFIG:Release>:/O1>)
 set(TALVENOR_WIDE_ENTRY)  # the linker takes wmain or wWinMain, whichever there is
 set(TALVENOR_RESOURCE_LIBRARY /NOENTRY /SUBSYSTEM:WINDOWS,10.00 ${TALVENOR_FILE_HEADER})
-# The load flag is LOAD_LIBRARY_SEARCH_SYSTEM32, for what the program imports.
+# The load flag 0x800 is LOAD_LIBRARY_SEARCH_SYSTEM32, for the DLLs that the program imports.
 set(TALVENOR_LINK_OPTIONS ${TALVENOR_SUBSYSTEM} /DEPENDENTLOADFLAG:0x800 /GUARD:CF ${TALVENOR_FILE_HEADER})
 
 function(talvenor_compiler target)
   target_compile_options(${target} PRIVATE /W4 /permissive- /utf-8 /EHsc /Zc:__cplusplus /guard:cf /Zi
     $<$<BOOL:${TALVENOR_WARNINGS_ARE_ERRORS}>:/WX>)
-  # Its C library warns about every getenv and fopen.
+  # Without this, Microsoft's C library warns about every getenv and fopen.
   target_compile_definitions(${target} PRIVATE _CRT_SECURE_NO_WARNINGS)
   target_link_options(${target} PUBLIC ${TALVENOR_LINK_OPTIONS})
 endfunction()

@@ -4,13 +4,13 @@ option(TALVENOR_WARNINGS_ARE_ERRORS "End the build at a compiler warning" ON)
 option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
 option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the build machine only)" OFF)
 
-# Each of the two sets
+# Each of the two included files defines
 #   TALVENOR_WIDE_ENTRY        link options of a program that begins in wmain or wWinMain
-#   TALVENOR_SMALL_CODE        compile options of sources that are to be small rather than fast
-#   TALVENOR_RESOURCE_LIBRARY  link options of a library of resources only: no start-up code, no entry point, no imports
+#   TALVENOR_SMALL_CODE        compile options for small rather than fast code
+#   TALVENOR_RESOURCE_LIBRARY  link options of a library with only resources: no start-up code, no entry point, no imports
 #   TALVENOR_FUZZER            link options of a fuzz target; clang only
 #   talvenor_compiler(TARGET)  options of every target
-#   talvenor_symbols(PROGRAM)  what finds the function of an address in the program
+#   talvenor_symbols(PROGRAM)  keeps what is needed to find the function of an address in the program
 if(MSVC)
   include("${CMAKE_CURRENT_LIST_DIR}/CompilerMsvc.cmake")
 else()
@@ -26,8 +26,8 @@ function(talvenor_flags target)
   talvenor_compiler(${target})
 endfunction()
 
-# talvenor_layer(NAME [BELOW ...]): builds the folder NAME as the static library talvenor_NAME, on top of the libraries
-# talvenor_BELOW that it may use. Sources that talvenor_text already holds are left to it.
+# talvenor_layer(NAME [BELOW ...]): builds the folder NAME as the static library talvenor_NAME, which may use the
+# libraries talvenor_BELOW. Leaves out sources that are part of talvenor_text.
 function(talvenor_layer name)
   file(GLOB sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/${name}/*.cpp")
   get_target_property(text_sources talvenor_text SOURCES)
@@ -40,8 +40,8 @@ function(talvenor_layer name)
   endforeach()
 endfunction()
 
-# talvenor_exe_resources(TARGET): adds icon, manifest and version information. Each program compiles them for itself: not
-# every generator links the resources of an object library.
+# talvenor_exe_resources(TARGET): adds icon, manifest and version information. Each program compiles these resources for
+# itself, as not every generator links the resources of an object library.
 function(talvenor_exe_resources target)
   set(resources "${PROJECT_SOURCE_DIR}/resources")
   target_sources(${target} PRIVATE "${resources}/talvenor.rc")
@@ -64,8 +64,8 @@ function(talvenor_program name language)
   add_dependencies(${name} talvresgerx64 talvresusx64)
 endfunction()
 
-# talvenor_time_limit(TEST SECONDS): after that time tools/run-windows ends the test program and everything that it has
-# started. CTest would end the script only, so its own limit is two minutes longer.
+# talvenor_time_limit(TEST SECONDS): tools/run-windows ends the test program, and everything that the program has
+# started, after this time. CTest would end only the script, so CTest's own limit is two minutes longer.
 function(talvenor_time_limit test seconds)
   math(EXPR longer "${seconds} + 120")
   set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT TALVENOR_TIME_LIMIT=${seconds})

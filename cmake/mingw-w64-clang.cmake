@@ -9,7 +9,7 @@ set(headers "${gcc_folder}/include/c++")
 add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-nostdinc++;SHELL:-isystem ${headers};\
 SHELL:-isystem ${headers}/x86_64-w64-mingw32;SHELL:-isystem ${headers}/backward>")
 set(link_flags "-B${gcc_folder} -L${gcc_folder}")
-# GNU ld warns about every COMDAT section whose size differs between the two compilers; LLVM's linker takes one of them.
+# LLVM's linker: GNU ld would warn about every COMDAT section whose size differs between clang and GCC.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags} -pthread -fuse-ld=lld")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${link_flags}")
 

@@ -69,7 +69,7 @@ public:
                 *value = _variant_t(name.c_str()).Detach();
                 *hasValue = TRUE;
             }
-        } catch (...) {  // must not leave through COM
+        } catch (...) {  // no exception may leave through COM
             *hasValue = FALSE;
         }
         return S_OK;

@@ -5,15 +5,17 @@
 #include <functional>
 #include <string>
 
-// The name that screen readers announce for a window without a label ("Dynamic Annotation API"). Clear it
-// before the window is destroyed. COM must be initialised. Without the service, both do nothing.
+// Sets and clears the name that screen readers announce for a window without a label ("Dynamic Annotation
+// API"). Clear the name before the window is destroyed. COM must be initialised. Where the system lacks the
+// annotation service, both functions do nothing.
 void SetAccessibleName(HWND window, const std::wstring& name);
 void ClearAccessibleName(HWND window);
 
-// The names of a list view's rows (from 0), asked for whenever a screen reader reads a row: a name stored for
-// a row's number would be wrong once rows are inserted or deleted. For an empty name, and when the function
-// throws, the list view's own name is used. Clear them before the window is
-// destroyed. COM must be initialised. Without the service, both do nothing.
+// Sets and clears the function that names a list view's rows (numbered from 0). It is called whenever a
+// screen reader reads a row: names stored by row number would be wrong once rows are inserted or deleted.
+// When it returns an empty name or throws, the list view's own name is used. Clear the function before the
+// window is destroyed. COM must be initialised. Where the system lacks the annotation service, both functions
+// do nothing.
 using RowName = std::function<std::wstring(int row)>;
 void SetAccessibleRowNames(HWND list, RowName nameOf);
 void ClearAccessibleRowNames(HWND list);

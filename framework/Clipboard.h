@@ -5,16 +5,16 @@
 #include <optional>
 #include <string>
 
-// The text on the clipboard ("Clipboard" in the documentation). While another program has it open, the
-// functions try again for a short while, as some programs look at every change.
+// The text on the clipboard ("Clipboard" in the documentation). Some programs open the clipboard after every
+// change. While another program has it open, reading and writing are retried for about 0.2 seconds.
 
 // Whether the clipboard holds text.
 [[nodiscard]] bool ClipboardHasText();
 
-// Returns the text; none when there is none or the clipboard stays open elsewhere. `owner` is a window of the
-// program.
+// Returns the text; nullopt when the clipboard holds none or another program keeps it open. `owner` is a
+// window of this program.
 [[nodiscard]] std::optional<std::wstring> ReadClipboard(HWND owner);
 
-// Puts the text on the clipboard; it ends at the first NUL for other programs. Returns false, with the old
-// contents kept or lost, when the clipboard stays open elsewhere or there is no memory.
+// Puts the text on the clipboard. Other programs read it up to its first NUL. Returns false when another
+// program keeps the clipboard open or there is no memory; the old contents may then be lost.
 [[nodiscard]] bool WriteClipboard(HWND owner, const std::wstring& text);

@@ -2,8 +2,9 @@
 
 #include <comdef.h>
 
-// DECLARE_COM_POINTER(ISomething) declares the smart pointer ISomethingPtr. Where the compiler has a built-in
-// __uuidof, comdef.h has declared those of the system's interfaces, and the same declaration may be repeated.
+// DECLARE_COM_POINTER(ISomething) declares the smart pointer ISomethingPtr. With Microsoft's compiler,
+// comdef.h has already declared the pointers of the system's interfaces; repeating the same declaration is
+// allowed.
 #ifdef _MSC_VER
 #define DECLARE_COM_POINTER(Interface) _COM_SMARTPTR_TYPEDEF(Interface, __uuidof(Interface))
 #else

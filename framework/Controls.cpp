@@ -99,8 +99,9 @@ std::wstring CComboBox::GetLBText(int index) const
     return text;
 }
 
-// A themed bar moves gradually to a greater position, and so lags behind, but at once to a smaller one (from
-// knowledge). At the end of its range, where it cannot go further, only the last step is left to move.
+// A themed bar moves gradually to a greater position, and so lags behind; to a smaller position it moves at
+// once (undocumented). So the bar goes one position too far and back again. At the end of its range it cannot
+// go too far: there it goes one position back first, so that only the last step is gradual.
 void CProgressCtrl::SetPos(int position) const
 {
     if (const int before = GetPos(); before < position) {
@@ -227,9 +228,9 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
     SendDirect(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
-// While redraw is off, the control may validate a part of its header that still has to be painted, and a
-// moved header is not repainted: the destructor repairs both (seen; "WM_SETREDRAW message" says nothing of
-// it).
+// While redraw is off, the control may validate a part of its header that has not been painted yet, and it
+// does not repaint a header that has moved. The destructor repairs both (observed; "WM_SETREDRAW message"
+// does not mention it).
 CRedrawPause::CRedrawPause(const CListCtrl& list)
     : m_list(list)
     , m_outermost(list.m_redrawPauses++ == 0)

@@ -142,14 +142,15 @@ public:
     {
         ListView_EnsureVisible(m_hWnd, row, partially ? TRUE : FALSE);
     }
-    // Scrolls the content by pixels, to the right.
+    // Moves the visible part to the right by a number of pixels; to the left if the number is negative.
     void ScrollHorizontally(int pixels) const { ListView_Scroll(m_hWnd, pixels, 0); }
-    // The row across all columns, in client coordinates; empty when there is no such row.
+    // The rectangle of a row across all columns, in client coordinates; empty when there is no such row.
     [[nodiscard]] RECT GetRowRect(int row) const;
     [[nodiscard]] HWND GetHeader() const { return ListView_GetHeader(m_hWnd); }
 
 private:
-    // Calls the control's own procedure, for messages sent row by row: dispatch costs more than the message.
+    // Calls the control's own procedure directly. For messages sent row by row, dispatching costs more than
+    // handling them.
     LRESULT SendDirect(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const
     {
         return DefaultWindowProc(message, wParam, lParam);
@@ -160,8 +161,9 @@ private:
     mutable int m_redrawPauses = 0;
 };
 
-// Suspends the redrawing of a list view (WM_SETREDRAW) and redraws it at the end; its header only if that has
-// moved or had to be redrawn before. A pause inside another does nothing.
+// Suspends the redrawing of a list view (WM_SETREDRAW). The destructor redraws the list view; its header only
+// if the header has moved or already needed redrawing when the pause began. A pause inside another does
+// nothing.
 class CRedrawPause
 {
 public:

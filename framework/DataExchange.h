@@ -9,10 +9,10 @@ class CDataExchange
 public:
     CDataExchange(HWND dialog, bool save) : m_dialog(dialog), m_saving(save) {}
 
-    // From the controls to the members.
+    // Whether the exchange copies from the controls to the members; otherwise the other way.
     [[nodiscard]] bool IsSaving() const { return m_saving; }
 
-    // No control was missing.
+    // Whether the dialog has every control of the exchange.
     [[nodiscard]] bool Succeeded() const { return m_succeeded; }
 
     // The control's window. Null when the dialog has no such control; the exchange then fails.

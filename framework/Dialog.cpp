@@ -8,8 +8,8 @@
 
 namespace {
 
-// The start of an extended dialog template, which no header of the system declares ("DLGTEMPLATEEX
-// structure"). A resource is aligned for it.
+// The start of an extended dialog template ("DLGTEMPLATEEX structure"). No system header declares it.
+// Resources are aligned, so it can be read in place.
 struct DialogTemplateStart
 {
     WORD version;
@@ -72,7 +72,8 @@ bool CDialog::Create()
 }
 
 // The dialog manager moves the default button with the focus only when it moves the focus itself
-// ("IsDialogMessageW function"), not after SetFocus and not on every system after a click.
+// ("IsDialogMessageW function"). After SetFocus, and on some systems after a click, MoveDefaultButton has to
+// do it.
 bool CDialog::PreTranslateMessage(MSG& message)
 {
     if (message.message == WM_KEYDOWN && message.wParam == VK_RETURN) {
@@ -91,8 +92,9 @@ void CDialog::FocusControl(const CWnd& control) const
     SendMessage(WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control.m_hWnd), TRUE);
 }
 
-// Sets the default style, which decides Enter and the button's frame, on the push button with the focus, or
-// on the dialog's own default button (DM_GETDEFID) while the focus is elsewhere.
+// Gives the default style to the push button with the focus or, while no push button has the focus, to the
+// dialog's own default button (DM_GETDEFID). The default style decides which button Enter presses and which
+// one has the frame of the default button.
 void CDialog::MoveDefaultButton() const
 {
     HWND wanted = ::GetFocus();
@@ -120,8 +122,8 @@ const MessageMap* CDialog::GetMessageMap() const
     return &kMap;
 }
 
-// Drops commands of disabled buttons: Escape and the close box send the cancel command even while its button
-// is disabled.
+// Drops commands of disabled buttons: Escape and the close box send the cancel command even while the Cancel
+// button is disabled.
 bool CDialog::OnCommand(WPARAM wParam, LPARAM lParam)
 {
     const HWND control = GetDlgItem(LOWORD(wParam));
@@ -131,7 +133,8 @@ bool CDialog::OnCommand(WPARAM wParam, LPARAM lParam)
     return CWnd::OnCommand(wParam, lParam);
 }
 
-// Sent to top-level windows only; common controls need it, too ("WM_SYSCOLORCHANGE message").
+// Passes the message on to the controls: the system sends it to top-level windows only, but common controls
+// need it, too ("WM_SYSCOLORCHANGE message").
 void CDialog::OnSysColorChange()
 {
     Default();
@@ -202,8 +205,9 @@ void CDialog::RunModalLoop()
     }
 }
 
-// Wakes the loop: a message that another program sends does not end its wait ("GetMessage function"). Under
-// Wine something else ends it soon after, so no test shows it.
+// The posted message wakes the loop. A message that another program sends does not end the loop's wait
+// ("GetMessage function"). Under Wine something else ends the wait soon after, so no test can show the need
+// for the posted message.
 void CDialog::RequestIdle()
 {
     if (!std::exchange(m_idleRequested, true)) {

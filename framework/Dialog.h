@@ -39,16 +39,16 @@ protected:
     // The size of the client area in the dialog template, in dialog units.
     [[nodiscard]] SIZE TemplateSize() const;
 
-    // Has OnIdle called by the modal loop, once, as soon as no message is left in the queue.
+    // Makes the modal loop call OnIdle once, as soon as no message is left in the queue.
     void RequestIdle();
     virtual void OnIdle() {}
-    // Calls OnIdle if that is due.
+    // Calls OnIdle if it was requested and no message is left in the queue.
     void CallIdle();
 
     // Ends the modal loop when the current handler returns.
     void EndDialog(INT_PTR result);
 
-    // EndDialog was called; the window is about to be destroyed.
+    // Whether EndDialog was called: the window is about to be destroyed.
     [[nodiscard]] bool IsEnding() const { return m_ending; }
 
 private:

@@ -39,7 +39,7 @@ SIZE MeasuredCharacter(HWND dialog)
     return {(extent.cx / 26 + 1) / 2, metrics.tmHeight};
 }
 
-// Of the monitor that has the largest part of the window, without taskbar.
+// The work area (without the taskbar) of the monitor that has the largest part of the window.
 RECT WorkAreaOf(HWND window)
 {
     MONITORINFO monitor{};
@@ -156,8 +156,9 @@ void CDialogLayout::FitIntoWorkArea() const
                  SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-// MapDialogRect may keep to the font that the dialog was created with (from knowledge). Where it has not
-// followed a change of the scaling, the dialog's present font decides and, if that is the old one, too, the
+// Returns the size of an average character at the present scaling, in pixels. MapDialogRect may go on using
+// the font that the dialog was created with (undocumented). If its result has not changed with the scaling,
+// the dialog's present font is measured. If that has not changed either, the old size is multiplied by the
 // ratio of the scalings.
 SIZE CDialogLayout::Character() const
 {
@@ -176,7 +177,8 @@ SIZE CDialogLayout::Character() const
     return {scale(mapped.cx), scale(mapped.cy)};
 }
 
-// Exact for what came from a template: a unit is larger than a pixel, so no two become the same.
+// Returns exactly the units of the template: a unit is larger than a pixel, so no two different numbers of
+// units are mapped to the same number of pixels.
 CDialogLayout::Place CDialogLayout::ToUnits(const RECT& pixels) const
 {
     const SIZE character = Character();
@@ -185,7 +187,8 @@ CDialogLayout::Place CDialogLayout::ToUnits(const RECT& pixels) const
     return {x(pixels.left), y(pixels.top), x(pixels.right - pixels.left), y(pixels.bottom - pixels.top)};
 }
 
-// Maps position and size, as the dialog manager does, not the right and bottom edges.
+// Rounds position and size, as the dialog manager does. To round the right and bottom edges instead would
+// give other sizes.
 RECT CDialogLayout::ToPixels(const Place& place) const
 {
     const SIZE character = Character();

@@ -4,14 +4,16 @@
 
 #include <vector>
 
-// Keeps the controls of a resizable dialog at its edges, at every scaling. Without extra room a control is
-// where the dialog template puts it: its dialog units are mapped anew each time, as they follow the font,
-// whose size does not grow in exact proportion to the scaling ("MapDialogRect function"). On a screen that is
-// too small for that, the dialog may be smaller.
+// Keeps the controls of a resizable dialog at its edges, at every scaling. While the dialog has the size of
+// its template, each control is where the template puts it. Places are kept in dialog units and mapped to
+// pixels anew each time: dialog units follow the font, whose size does not grow in exact proportion to the
+// scaling ("MapDialogRect function"). On a screen that is too small for the template, the dialog may be
+// smaller than the template.
 class CDialogLayout
 {
 public:
-    // The dialog's edges that a control keeps its distance from. With two opposite edges it grows.
+    // The edges of the dialog to which a control keeps its distance. A control with two opposite edges grows
+    // with the dialog.
     enum Edges : unsigned
     {
         left = 1,
@@ -21,12 +23,12 @@ public:
     };
 
     // Call it while the controls are where the template puts them. `natural` is the size of the client area
-    // in the template, in dialog units: the window itself may be smaller, as the system creates none much
-    // larger than the screen ("WM_GETMINMAXINFO message"). All controls keep their distance from left and
-    // top.
+    // in the template, in dialog units. The window may be smaller than that, as the system creates no window
+    // much larger than the screen ("WM_GETMINMAXINFO message"). Until Anchor is called for a control, it
+    // keeps its distance to the left and top edges.
     void Begin(HWND dialog, SIZE natural);
 
-    // Does nothing without such a control.
+    // Sets the edges of a control. Does nothing if the dialog has no such control.
     void Anchor(int id, unsigned edges);
 
     // Call on WM_SIZE, and on WM_DPICHANGED after the default processing.
@@ -57,10 +59,11 @@ private:
         HWND control;
         unsigned edges;
         Place place;      // in the template
-        bool isComboBox;  // only moved: its height is that of its font, and setting it sets that of its list
+        bool isComboBox;  // only moved: a new height would become that of its drop-down list
     };
 
-    // What dialog units are multiples of, and what it was measured at.
+    // The size of an average character, of which dialog units are fractions, and the DPI at which it was
+    // measured.
     struct Units
     {
         UINT dpi;
@@ -74,7 +77,7 @@ private:
     [[nodiscard]] SIZE ExtraSize() const;
 
     HWND m_dialog = nullptr;
-    Units m_first{};   // when it began
+    Units m_first{};   // when Begin was called
     Place m_client{};  // the client area in the template
     std::vector<Anchored> m_controls;
 };

@@ -80,7 +80,7 @@ struct CauseText
     Text text;  // %1: the file, %2: the number of the Windows error
 };
 
-// Without full stops: the messages that quote these texts end in their own.
+// Without full stops: the messages that quote these texts add their own.
 constexpr CauseText kCauseTexts[] = {
     {Cause::none, {L"Es liegt kein Fehler vor", L"There is no error"}},
     {Cause::generic,
@@ -255,7 +255,7 @@ bool CFile::GetStatus(const std::wstring& path, CFileStatus& status)
 void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
 {
     // The read-only attribute is cleared first: some network file systems refuse to change the times of a
-    // read-only file (from knowledge; "SetFileTime function" does not say so).
+    // read-only file (undocumented; "SetFileTime function" does not mention it).
     const DWORD present = ::GetFileAttributesW(path.c_str());
     if (present != INVALID_FILE_ATTRIBUTES && (present & FILE_ATTRIBUTE_READONLY) != 0) {
         ::SetFileAttributesW(path.c_str(), present & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));

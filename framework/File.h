@@ -64,7 +64,7 @@ public:
         modeWrite = 0x02,
         modeCreate = 0x04,      // create the file, or truncate an existing one
         shareDenyNone = 0x08,   // others may read, write, rename and delete at the same time
-        shareExclusive = 0x10,  // others may do nothing of that
+        shareExclusive = 0x10,  // others may do none of these
         modeCreateNew = 0x20    // create the file; fail with ERROR_FILE_EXISTS if it exists
     };
 

@@ -14,7 +14,8 @@ bool EqualFileNames(std::wstring_view left, std::wstring_view right)
     return CompareFileNames(left, right) == 0;
 }
 
-// Without NORM_* and LCMAP_LINGUISTIC_CASING the file system's rules apply ("LCMapStringEx function").
+// Without the flags NORM_* and LCMAP_LINGUISTIC_CASING, the function follows the file system's rules
+// ("LCMapStringEx function").
 std::wstring FoldFileName(std::wstring_view name)
 {
     std::wstring folded(name);

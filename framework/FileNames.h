@@ -10,5 +10,6 @@
 // system's uppercase table ("CompareStringOrdinal function").
 [[nodiscard]] bool EqualFileNames(std::wstring_view left, std::wstring_view right);
 
-// The name in capitals, by the same table: equal for names that EqualFileNames finds equal.
+// Returns the name in upper case, by the same table. The results are equal for names that EqualFileNames
+// finds equal.
 [[nodiscard]] std::wstring FoldFileName(std::wstring_view name);

@@ -1,10 +1,11 @@
 #pragma once
 
-// Stands before the definition of an object at namespace scope, once in a program: its constructor runs
-// before those of all other objects of the program. Initialisers of the runtime library itself may run
-// earlier.
+// Put it before the definition of an object at namespace scope, once in a program. The object's constructor
+// then runs before those of all other objects of the program. Initialisers of the runtime library itself may
+// run earlier.
 #ifdef _MSC_VER
-// The warning says what is wanted: the area is that of libraries, whose objects come before a program's.
+// Warning 4073 reports just what is wanted: the object goes into the initialisation area of libraries, whose
+// objects are constructed before the program's.
 #define CONSTRUCTED_FIRST __pragma(warning(disable : 4073)) __pragma(init_seg(lib))
 #else
 #define CONSTRUCTED_FIRST \

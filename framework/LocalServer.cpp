@@ -14,7 +14,8 @@ std::wstring ReadServerValue(const CLSID& classId, const wchar_t* name)
     std::array<wchar_t, 40> classText{};
     StringFromGUID2(classId, classText.data(), static_cast<int>(classText.size()));
     const std::wstring key = std::wstring(L"CLSID\\") + classText.data() + L"\\LocalServer32";
-    // Expanding may take more than the first size says, so the buffer is as large as a path can be.
+    // The size that RegGetValueW reports may be too small for the expanded text, so the buffer has the length
+    // of the longest path.
     std::wstring text(32'768, L'\0');
     auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
     if (RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text.data(), &size) !=
@@ -43,7 +44,8 @@ std::wstring LocalServerImage(const std::wstring& progId)
     if (FAILED(CLSIDFromProgID(progId.c_str(), &classId))) {
         return {};
     }
-    // COM starts this file where it is given, whatever the command line says ("LocalServer32").
+    // If the key has a ServerExecutable, COM starts that file whatever the command line says
+    // ("LocalServer32").
     if (const std::wstring program = ReadServerValue(classId, L"ServerExecutable"); !program.empty()) {
         return FindProgram(program);
     }

@@ -7,10 +7,11 @@
 // missing.
 [[nodiscard]] std::wstring LocalServerImage(const std::wstring& progId);
 
-// Returns a path with every name in its long form: installers may register short ones ("SETUPC~1.EXE"). The
-// path itself when nothing is there.
+// Returns a path with every name in its long form: installers may register short ones ("SETUPC~1.EXE").
+// Returns the path unchanged when nothing is there.
 [[nodiscard]] std::wstring LongPath(const std::wstring& path);
 
-// Returns the full path of the program that a command line starts; empty when there is none. Without quotes,
-// a path may contain blanks: the shortest part that names a file counts, as for CreateProcessW.
+// Returns the full path of the program that a command line starts; empty when there is none. A path without
+// quotes may contain blanks: as in CreateProcessW, the shortest part before a blank that names a file is the
+// program.
 [[nodiscard]] std::wstring ImageOfCommandLine(const std::wstring& commandLine);

@@ -6,7 +6,7 @@ bool g_active = false;
 
 }  // namespace
 
-// The screen may go dark ("SetThreadExecutionState function").
+// Keeps the computer awake, but lets the screen turn off ("SetThreadExecutionState function").
 CLongOperation::CLongOperation(HWND window, const std::wstring& reason) : m_window(window)
 {
     constexpr std::size_t kLongestReason = MAX_STR_BLOCKREASON - 1;

@@ -26,7 +26,7 @@ HWND FindOwner()
     return GetLastActivePopup(app->m_mainWindow->m_hWnd);
 }
 
-// The HTML Help viewer. Its full path, as a bare name would be searched for in the working folder, too.
+// The full path of the HTML Help viewer. The system would search for a bare name in the working folder, too.
 std::wstring HelpViewer()
 {
     std::array<wchar_t, MAX_PATH> folder{};
@@ -60,7 +60,7 @@ int ShowBox(const MessageRequest& request)
 {
     CWinApp* app = CWinApp::Get();
     if (app != nullptr) {
-        app->GetMessageFilter().HoldInput();  // pressed in a call, before there was anything to read
+        app->GetMessageFilter().HoldInput();  // input from before the box can be read
     }
     const std::wstring title = app != nullptr ? app->GetName() : std::wstring();
     MSGBOXPARAMSW parameters{};

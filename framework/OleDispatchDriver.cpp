@@ -48,7 +48,8 @@ COleDispatchException ExceptionFrom(CExceptionInfo& info)
     return exception;
 }
 
-// Calls and releases wait for the server. Once it was given up, the filter cancels them.
+// To be called before each call to the server and each release, as both wait for the server. Once the user
+// has given up the server, the message filter then cancels the wait.
 void PrepareCall()
 {
     if (CWinApp* const app = CWinApp::Get(); app != nullptr) {
@@ -89,8 +90,8 @@ bool COleDispatchDriver::CreateDispatch(const std::wstring& progId, COleExceptio
     CLSID classId{};
     HRESULT status = CLSIDFromProgID(progId.c_str(), &classId);
     if (SUCCEEDED(status)) {
-        // Only servers on this machine: a remote server could not open our files. An in-process handler is no
-        // automation object.
+        // Only servers on this machine: a remote server could not open our files. No in-process handlers,
+        // either: they are no automation objects.
         status = m_dispatch.CreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER);
     }
     if (error != nullptr) {
@@ -107,7 +108,7 @@ void COleDispatchDriver::AttachDispatch(IDispatch* dispatch)
 
 void COleDispatchDriver::ReleaseDispatch()
 {
-    // Detached first: messages may be dispatched during the last Release.
+    // Detached first: during the last Release, messages may be dispatched whose handlers use this object.
     if (IDispatch* const dispatch = m_dispatch.Detach(); dispatch != nullptr) {
         PrepareCall();
         dispatch->Release();
@@ -129,7 +130,7 @@ void COleDispatchDriver::Invoke(DISPID member, WORD kind, VARIANT* reversedArgum
     CExceptionInfo info;
     UINT badArgument = 0;
     PrepareCall();
-    // With the user's locale, so that a server that localises its errors does so for this user.
+    // The user's locale, for servers that localise their error texts.
     const HRESULT status = m_dispatch->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters,
                                               result, &info, &badArgument);
     if (status == DISP_E_EXCEPTION) {

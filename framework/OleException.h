@@ -6,7 +6,7 @@
 
 #include "framework/Exception.h"
 
-// A failed automation call without a report of the server.
+// An automation call that failed without a report from the server.
 class COleException : public CException
 {
 public:
@@ -30,6 +30,6 @@ public:
     DWORD m_helpContext = 0;     // topic within the help file
     SCODE m_sc = S_OK;           // the status code; 0 when m_code is set instead
 
-    // The server's description, or the system's text for the status code when it is empty.
+    // The server's description or, when it is empty, the system's text for the status code.
     [[nodiscard]] std::wstring GetErrorMessage() const override;
 };

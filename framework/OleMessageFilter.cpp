@@ -151,7 +151,7 @@ DWORD COleMessageFilter::RetryRejectedCall(HTASK /*callee*/, DWORD tickCount, DW
         return kCancelCall;
     }
     if (!m_asking && !GiveUpIfConfirmed(now - tickCount) && now >= stallsAt) {
-        // Without a press: a server that rejects calls usually waits for its user.
+        // Asks even without a press: a server that rejects calls usually waits for its user.
         static_cast<void>(TakePress(stallsAt));
         AskUser();
     }
@@ -165,7 +165,7 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
     }
     if (!m_asking && !m_cancelsCalls) {
         PaintPendingWindows();
-        NoticePresses();  // at the time of the press: an early one must not count later
+        NoticePresses();  // each time, as NotePress takes the present time for that of the press
         const LONGLONG now = Now();
         const LONGLONG stallsAt = StallsAt(now - tickCount);
         // No question without a press: long calls are normal, and the user may be away.
@@ -184,8 +184,8 @@ LONGLONG COleMessageFilter::StallsAt(LONGLONG callBegan) const
     return std::max(callBegan, m_answeredAt) + static_cast<LONGLONG>(m_busyDelay);
 }
 
-// Takes back the user's Yes. Gives the server up if this call was already pending when the user answered, and
-// returns whether it was: a later call proves that the stalled one has returned.
+// Uses up the user's Yes. If this call was already pending when the user answered, gives the server up and
+// returns true. Otherwise ignores the Yes: a later call proves that the stalled one has returned.
 bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
 {
     if (!std::exchange(m_confirmed, false) || callBegan >= m_answeredAt) {
@@ -196,7 +196,7 @@ bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
 }
 
 // Holds all waiting input, or the question would get it. Returns whether a key, a button or a touch was
-// pressed at that time or later; if so, the input from then on is dropped.
+// pressed at the time `since` or later; if so, drops the held input from that time on.
 bool COleMessageFilter::TakePress(LONGLONG since)
 {
     HoldInput();
@@ -214,7 +214,7 @@ void COleMessageFilter::AskUser()
 {
     m_asking = true;
     const CScopeExit asked([this] { m_asking = false; });
-    // While the session ends no box is shown, and the run is to end: nobody waits for this call any more.
+    // While the session ends, no box can be shown. The run has to end, so the answer counts as Yes.
     m_confirmed = CWinApp::IsSessionEnding() ||
                   ShowMessage(m_handler->Question(), MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2) == IDYES;
     m_answeredAt = Now();

@@ -8,8 +8,9 @@
 
 #include "framework/ComPointers.h"
 
-// What the message filter asks and does when a call has been rejected for too long, or has been pending for
-// too long and the user presses a key or clicks. The run installs one while it holds a connection.
+// What the message filter asks and does about a stalled call. A call is stalled when the server has rejected
+// it for too long, or when it has been pending for too long and the user presses a key or clicks. The
+// conversion run installs a handler while it holds a connection.
 class CStalledCallHandler
 {
 public:
@@ -18,8 +19,8 @@ public:
     // The text of a Yes/No question; Yes gives the server up.
     [[nodiscard]] virtual std::wstring Question() const = 0;
 
-    // The user no longer waits. Returns true when the server has been ended, so that the call fails by
-    // itself; false when the call has to be cancelled.
+    // Called when the user no longer waits for the server. Returns true if the handler has ended the server,
+    // so that the call fails by itself; false if the filter has to cancel the call.
     [[nodiscard]] virtual bool GiveUp() = 0;
 
 protected:
@@ -50,19 +51,19 @@ public:
 
     // Installs the handler of stalled calls, or removes it (null). While one is installed, keys and clicks
     // are kept during a call, in the queue or held here, and windows are painted. Without one a rejected call
-    // fails after the delay. Either way the filter waits for the server again, and the held input returns to
-    // the queue.
+    // fails after the delay. Installing or removing a handler makes the filter wait for the server again and
+    // returns the held input to the queue.
     void SetStalledCallHandler(CStalledCallHandler* handler);
 
-    // To be called before each call on the server and each release of its objects: once the user has given up
-    // a server that was not ended, each call is cancelled as soon as it waits.
+    // To be called before each call to the server and each release of its objects. Once the user has given up
+    // a server that has not been ended, the filter cancels each call as soon as it waits.
     void PrepareCall() const;
 
     // The user pressed a mouse button on a disabled window; the system queues no message for it.
     void NotePress();
 
-    // Takes keys and clicks out of the queue while a handler is installed, so that they do not reach a
-    // message box that opens now.
+    // Takes keys and clicks out of the queue, so that a message box that opens now does not get them. Does
+    // nothing without a handler.
     void HoldInput();
 
     // Posts the held input again. Of presses on a window's frame only the close button's is left, as its

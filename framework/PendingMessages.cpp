@@ -6,7 +6,8 @@ namespace {
 
 constexpr int kPaintsAtOnce = 100;
 
-// False when there is none, or when the program is to end.
+// Returns false when the range has no message in the queue, or when a WM_QUIT came instead; it is posted
+// again.
 bool TakePendingMessage(MSG& message, const MessageRange& range)
 {
     if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) == FALSE) {

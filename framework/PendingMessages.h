@@ -31,9 +31,10 @@ std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
 // Whether the message is a key or a button that goes down, or a touch that begins.
 [[nodiscard]] bool IsPress(UINT message);
 
-// Makes the system tell of presses on disabled windows. It does so when the queue is looked at, and forgets
-// them then ("WM_SETCURSOR message").
+// Makes the system send WM_SETCURSOR for presses on disabled windows. The system sends it when the queue is
+// examined, and then discards the press ("WM_SETCURSOR message").
 void NoticePresses();
 
-// Paints what waits to be painted. A window that never validates its region does not hold it up.
+// Dispatches the pending WM_PAINT messages, at most 100: a window that never validates its update region
+// would get them forever.
 void PaintPendingWindows();

@@ -49,7 +49,7 @@ ULONGLONG Now()
     return Number(now);
 }
 
-// The process of the service that starts COM's local servers; 0 when it cannot be asked for.
+// The process id of the service that starts COM's local servers; 0 when it cannot be queried.
 DWORD ActivatorId()
 {
     const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
@@ -67,8 +67,9 @@ DWORD ActivatorId()
     return status.dwProcessId;
 }
 
-// Whether a process was started by COM: by Windows's service, or, as Wine does it, in the client. This
-// program starts no server itself, so one that is its child was started by its own activation.
+// Whether COM started the process with this parent. On Windows, a service starts the servers; under Wine, the
+// client's own process does. This program starts no server directly, so a server that is its child was
+// started by COM in this process.
 bool IsStartedByCom(DWORD parent)
 {
     return parent != 0 && (parent == GetCurrentProcessId() || parent == ActivatorId());
@@ -164,7 +165,7 @@ void CServerProcess::EndConnect(bool connected)
     } else {
         Forget();
     }
-    static_cast<void>(IsOurs());  // unties one that was shown while it started
+    static_cast<void>(IsOurs());  // unties a server that showed a main window meanwhile
 }
 
 bool CServerProcess::IsOurs()
@@ -202,12 +203,12 @@ bool CServerProcess::Terminate()
     if (!IsOurs()) {
         return false;
     }
-    // Fails for a process that has ended ("TerminateProcess function").
+    // The result is ignored: the call fails for a process that has ended ("TerminateProcess function").
     TerminateProcess(m_process.get(), 1);
     return WaitForSingleObject(m_process.get(), kEndTime) == WAIT_OBJECT_0;
 }
 
-// The processes of an image that are alive and that this program may ask for their image.
+// The living processes of an image, as far as this program may query them.
 std::vector<CServerProcess::Process> CServerProcess::ProcessesOf(const std::wstring& image)
 {
     std::vector<Process> processes;
@@ -231,7 +232,8 @@ std::vector<CServerProcess::Process> CServerProcess::ProcessesOf(const std::wstr
     return processes;
 }
 
-// The time counts, too: a process that could not be opened before the connection is not a new one.
+// The creation time counts, too: an old process that could not be opened before the connection is missing in
+// m_before, but it is not new.
 std::vector<CServerProcess::Process> CServerProcess::NewOnes(std::vector<Process> processes) const
 {
     std::erase_if(processes, [this](const Process& process) {
@@ -259,7 +261,8 @@ void CServerProcess::Adopt(const Process& process)
     }
 }
 
-// By a job that ends with its last handle, which the system closes with this program ("Job Objects").
+// Puts the server into a job that ends its processes when its last handle is closed. The system closes that
+// handle when this program ends ("Job Objects").
 void CServerProcess::Tie()
 {
     m_job.reset(CreateJobObjectW(nullptr, nullptr));
@@ -271,7 +274,7 @@ void CServerProcess::Tie()
     }
 }
 
-// A process cannot leave its job, so the job loses its limit.
+// A process cannot leave its job, so the limit is taken from the job.
 void CServerProcess::Untie()
 {
     if (m_job != nullptr && SetJobLimits(m_job.get(), JOB_OBJECT_LIMIT_SILENT_BREAKAWAY_OK)) {

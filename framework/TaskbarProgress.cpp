@@ -55,8 +55,8 @@ void CTaskbarProgress::Clear()
     Show(TBPF_NOPROGRESS);
 }
 
-// The value comes first: setting one turns no progress into normal progress, and an error is only seen on a
-// bar that is not empty ("ITaskbarList3::SetProgressState method").
+// The value is set before the state, because setting a value turns "no progress" into normal progress. An
+// error fills the bar, as it could not be seen on an empty one ("ITaskbarList3::SetProgressState method").
 void CTaskbarProgress::Show(TBPFLAG state)
 {
     constexpr int kFull = 100;

@@ -22,12 +22,12 @@ public:
 
     explicit CTaskbarProgress(MakeTaskbar makeTaskbar = &ShellTaskbar);
 
-    // Call it once the window exists: lets the shell's message about the button through to a program that
-    // runs as administrator.
+    // Call it once the window exists. Lets the shell's message about the button through: Windows would
+    // withhold it from a program that runs as administrator.
     void Attach(HWND window);
 
-    // Offer every message of the window. Takes up the taskbar when the shell has made the button, also after
-    // a restart of the shell ("ITaskbarList3 interface").
+    // Call it with every message of the window. Connects to the taskbar when the shell has made the button,
+    // also after a restart of the shell ("ITaskbarList3 interface").
     void NoteMessage(UINT message);
 
     void ShowProgress(int percent);  // normal
@@ -46,6 +46,7 @@ private:
     int m_percent = 0;
 };
 
-// Flashes the window and its taskbar button a few times when another program is in front. Not until the
-// window is activated: a modal box of its own is activated instead.
+// Flashes the window and its taskbar button five times when another program is in front. If the flashing
+// lasted until the window is activated, it would go on after the user has activated a modal box of the window
+// instead.
 void FlashInBackground(HWND window);

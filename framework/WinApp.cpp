@@ -42,7 +42,7 @@ bool IsEscapeNextKey()
 }
 
 // Ends the process by an exception that no handler can catch ("RaiseFailFastException function"). The stack
-// is still that of the throw: a dump shows it.
+// is still that of the throw, so a crash dump shows where it happened.
 [[noreturn]] void FailFast()
 {
     RaiseFailFastException(nullptr, nullptr, 0);
@@ -92,7 +92,7 @@ void CWinApp::PumpPendingMessage()
 {
     constexpr MessageRange kButtons{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK};
     constexpr MessageRange kFrameButtons{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK};
-    // Key releases come late: one is left over from the key that started a run.
+    // Key releases come late: the release of the key that started a run is still in the queue.
     constexpr MessageRange kAllKeys{WM_KEYFIRST, WM_KEYLAST};
     constexpr MessageRange kAnything{0, 0};
     constexpr MessageRange kFrameCommands{WM_SYSCOMMAND, WM_SYSCOMMAND};
@@ -102,7 +102,8 @@ void CWinApp::PumpPendingMessage()
         g_app->GetMessageFilter().ReturnHeldInput();
     }
     MSG message{};
-    // A click is a press and a release: behind a key that repeats, it would take four calls.
+    // Buttons come before keys, or a click would take four calls while a key repeats: two for its press and
+    // release, and one for a key before each.
     for (const MessageRange& range : IsEscapeNextKey() ? kKeysFirst : kButtonsFirst) {
         if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
             DispatchUnlessQuit(message);

@@ -29,9 +29,9 @@ public:
     // outer loops.
     static bool PumpMessage();
 
-    // Returns held input to the queue and dispatches one message that is already there, if any. Keys and
-    // clicks come first, so that cancelling does not wait for other messages: Escape, if it is the next key,
-    // takes effect at the first call, a click on Cancel at the second.
+    // Returns the message filter's held input to the queue and dispatches one waiting message, if any. Keys
+    // and clicks come first, so that cancelling does not wait for other messages: Escape takes effect at the
+    // first call, if it is the next key; a click on Cancel takes effect at the second.
     static void PumpPendingMessage();
 
     // Removes keyboard, mouse and pointer messages for all windows from the thread's queue.

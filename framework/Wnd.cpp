@@ -39,7 +39,7 @@ void SetProcedure(HWND window, WNDPROC procedure)
     SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
 }
 
-// For what() of exceptions: messages of the system stand there in the ANSI code page.
+// For what() of exceptions: the texts of system errors in it are in the ANSI code page.
 std::wstring DecodeAnsi(std::string_view text)
 {
     std::wstring decoded(text.size(), L'\0');  // a byte never decodes to more than one code unit
@@ -74,7 +74,7 @@ bool CWnd::SubclassWindow(HWND window)
         return false;
     }
     const auto [binding, isNew] = Bindings().try_emplace(window, Binding{this, ProcedureOf(window)});
-    binding->second.object = this;  // the entry may be that of an object that was unbound
+    binding->second.object = this;  // an existing entry may be left over from an unbound object
     m_hWnd = window;
     m_previousProcedure = binding->second.previous;
     if (isNew) {

@@ -9,9 +9,10 @@
 
 class CDataExchange;
 
-// A window. An object is bound to a window by subclassing: WindowProc then handles the window's messages, all
-// but WM_NCDESTROY, by the message map and passes the others on to the previous procedure. Members that wrap
-// a function or message of the system have its name. All bound windows must be on one thread.
+// A window. An object is bound to a window by subclassing. WindowProc then gets all messages of the window
+// except WM_NCDESTROY. It calls the handler in the message map or, if there is none, the previous procedure.
+// Members that wrap a function or message of the system have its name. All bound windows must be on one
+// thread.
 class CWnd
 {
 public:
@@ -44,10 +45,10 @@ public:
     // Destroys the window, which unbinds the object. Returns false, and keeps both, on failure.
     virtual bool DestroyWindow();
 
-    // Called before a queued message is dispatched, for its window and each parent up to the top-level
-    // window, until one returns true, having handled it.
+    // Called before a queued message is dispatched: for the message's window and then for each parent up to
+    // the top-level window, until one of them returns true. True means that it has handled the message.
     virtual bool PreTranslateMessage(MSG& message);
-    // Offers the message to its window and each parent in this way.
+    // Calls PreTranslateMessage in this order. Returns whether the message was handled.
     static bool WalkPreTranslateTree(MSG& message);
 
     // Copies the controls into the members (`save`) or the members into the controls, by DoDataExchange.
@@ -97,9 +98,9 @@ protected:
     // Called after WM_NCDESTROY, with the object unbound; an object that owns itself deletes itself here.
     virtual void PostNcDestroy() {}
 
-    // Runs an action and shows its exceptions to the user, or ends the program at an exception of a foreign
-    // type: none may propagate through the system's stack frames, so window and dialog procedures run
-    // handlers in here.
+    // Runs an action and shows its exceptions to the user; an exception of an unknown type ends the program.
+    // No exception may propagate through the system's stack frames, so window and dialog procedures run their
+    // handlers in Guard.
     template <class Action>
     static void Guard(Action&& action)
     {

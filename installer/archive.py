@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Packs a staged folder as a portable archive: installer/archive.py FOLDER NAME ARCHIVE.zip
 
-The files are in a folder NAME, sorted, all with the time in the environment variable SOURCE_DATE_EPOCH.
+In the archive, the files are sorted and in a folder NAME. All have the time in the environment variable SOURCE_DATE_EPOCH.
 """
 import os
 import sys

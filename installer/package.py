@@ -3,8 +3,8 @@
 
 FOLDER holds the files to install, as staged by tools/release. All times in the package are SOURCE_DATE_EPOCH. The same
 folder, version, edition and time give the same bytes: product code and package code are derived from these and the content.
-Windows Installer refuses a package that has the product code of the installed one but another package code (error 1638), so
-the version alone would not do. Needs Debian's wixl and msitools.
+A product code derived from the version alone would not do: Windows Installer refuses a package that has the product code of
+the installed package but another package code (error 1638). Needs Debian's wixl and msitools.
 """
 import hashlib
 import os
@@ -56,9 +56,10 @@ def run(*command, cwd):
 
 
 def queries(version):
-    """Sets what wixl leaves out. Without file versions in the package, Windows Installer would keep installed files: it
-    takes a file without a version for older than any file with one. The package replaces all versions up to its own, which
-    may be the other edition or an earlier build; 0x100 and 0x200 include both limits (documentation: "Upgrade table")."""
+    """The SQL statements that set what wixl leaves out. Without file versions in the package, Windows Installer would keep
+    installed files: it treats a file without a version as older than any file with one. The package replaces all versions up
+    to its own; the replaced one may also be the other edition or an earlier build of the same version. 0x100 and 0x200
+    include both limits (documentation: "Upgrade table")."""
     for name in VERSIONED:
         yield f"UPDATE `File` SET `Version`='{version}.0' WHERE `File`='{name}'"
         yield f"DELETE FROM `MsiFileHash` WHERE `File_`='{name}'"

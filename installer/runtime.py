@@ -9,7 +9,7 @@ import subprocess
 
 Library = collections.namedtuple("Library", "name files package version licences texts")
 
-# Library of each file; everything else from mingw-w64 belongs to its runtime.
+# The library that each file belongs to. Any other file of mingw-w64 belongs to the mingw-w64 runtime.
 LIBRARY_OF_FILE = {"libgcc.a": "libgcc", "libgcc_eh.a": "libgcc", "crtbegin.o": "libgcc", "crtend.o": "libgcc",
                    "libstdc++.a": "libstdc++", "libssp.a": "libssp", "libssp_nonshared.a": "libssp",
                    "libpthread.a": "winpthreads", "libwinpthread.a": "winpthreads"}

@@ -137,8 +137,8 @@ int CConvList::HeaderHeight() const
 
 // ---- Windows messages
 
-// Scrolling ends an open edit. Releasing the scroll bar does not count: it would take the focus from the
-// folder field right after a message about the folder has put it there.
+// Scrolling ends an open edit. SB_ENDSCROLL (the release of the scroll bar) must not move the focus: a
+// message about the typed folder may just have returned it to the folder field.
 LRESULT CConvList::OnScroll(WPARAM wParam, LPARAM)
 {
     if (LOWORD(wParam) != SB_ENDSCROLL) {
@@ -147,7 +147,7 @@ LRESULT CConvList::OnScroll(WPARAM wParam, LPARAM)
     return Default();
 }
 
-// The wheel also scrolls a list without the focus: it takes the focus from a cell editor only.
+// The wheel also scrolls a list that does not have the focus. Only an open cell editor loses the focus.
 void CConvList::OnWheel()
 {
     EndEdit();
@@ -415,9 +415,10 @@ void CConvList::EditTemplate(const Cell& cell)
     dialog.DoModal();
 }
 
-// The list view's default handling clears the selection on a click below the rows; the chosen command still
-// needs it. It also waits for the release of the button ("DragDetect function"), which the menu has
-// swallowed: without a posted one it would wait until the next click.
+// The list view's default handling clears the selection on a click below the rows, but the chosen command
+// still needs the selection. The default handling also waits for the release of the button ("DragDetect
+// function"). The menu has swallowed that release, so one is posted: otherwise the wait would last until the
+// next click.
 LRESULT CConvList::DefaultKeepingSelection(LPARAM position)
 {
     if (!IsDown(VK_RBUTTON)) {
@@ -483,7 +484,7 @@ bool CConvList::OnKey(WPARAM key)
     return true;
 }
 
-// Whether Alt is let go after a digit was pressed with it, or after that digit. The default handling has not
+// Whether the message is the release of Alt after a digit was pressed with it. The default handling has not
 // seen the digit, so it would open the window's menu as after Alt alone ("WM_SYSKEYUP message").
 bool CConvList::IsEndOfAltDigit(const MSG& message)
 {

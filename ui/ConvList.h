@@ -32,14 +32,15 @@ public:
     // What a screen reader says for a row: its part file and its mark. Empty without such a row.
     [[nodiscard]] std::wstring SpokenName(int row) const;
 
-    // Widens the columns by an extra width of the list, in pixels, each in proportion to its own width and up
-    // to the limit. A smaller one than before takes back what was given.
+    // Distributes the extra width of the list, in pixels, among the columns: in proportion to their own
+    // widths, each column up to the limit. When the extra width shrinks, the columns shrink with it.
     void ShareExtraWidth(int extra);
 
     // The widths of the columns, in pixels.
     [[nodiscard]] std::vector<int> ColumnWidths() const;
 
-    // Gives each column its width in `widths`, changed in the ratio of two numbers, such as DPIs.
+    // Sets each column to its width in `widths`, times numerator / denominator, such as the new DPI / the old
+    // DPI.
     void ScaleColumns(const std::vector<int>& widths, int numerator, int denominator);
 
 protected:
@@ -106,7 +107,7 @@ private:
     std::array<CColumnMenu, 2> m_menus;  // of columns 1 and 2
     Cell m_edited;                       // by the editor opened last
     bool m_ctrlAtMenuKey = false;        // when the menu key was pressed
-    bool m_altUsed = false;              // by a digit, since Alt was pressed
+    bool m_altUsed = false;              // a digit was pressed since Alt went down
     int m_extraWidth = 0;                // that the columns share
-    std::vector<int> m_shares;           // of each column in it
+    std::vector<int> m_shares;           // each column's share of it
 };

@@ -126,8 +126,8 @@ void CDlgTemplate::ShowSampleName() const
     ::SendMessageW(GetDlgItem(IDC_TEMPLATE_PREVIEW), EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
 }
 
-// Moves the texts of the rows below up. The controls stay: the dialog manager restores their layout when the
-// DPI changes ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration").
+// Moves up the texts of the rows below. The controls themselves stay: if they were moved, the dialog manager
+// would move them back when the DPI changes ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration").
 void CDlgTemplate::RemoveFromLegend(int fillIn) const
 {
     for (int column = 0; column < kLegendColumns; ++column) {

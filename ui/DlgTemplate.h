@@ -11,7 +11,7 @@
 class CDlgTemplate : public CDialog
 {
 public:
-    // `language`: of the texts that the code sets, non-zero for German. `column`: kColumnRenamed,
+    // `language`: the language of the texts that the code sets; non-zero is German. `column`: kColumnRenamed,
     // kColumnBomName, or any other number for a template that OK does not store. `text`: the initial
     // template.
     CDlgTemplate(int language, int column, std::wstring text, CWnd* parent);

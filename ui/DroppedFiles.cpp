@@ -23,7 +23,7 @@ std::vector<std::wstring> PathsOf(HDROP drop)
     return paths;
 }
 
-// As those that the file dialog offers.
+// By the extensions that the file dialog offers.
 bool IsPartFile(const std::wstring& path)
 {
     constexpr std::array kExtensions{L".sldprt", L".sldasm"};
@@ -35,10 +35,9 @@ bool IsPartFile(const std::wstring& path)
 
 }  // namespace
 
-// User Interface Privilege Isolation keeps the messages of a drag from the desktop away from an elevated
-// window
-// ("ChangeWindowMessageFilterEx function"). The third one has no name in the headers; it carries the names
-// (from knowledge).
+// Without this, User Interface Privilege Isolation would keep the messages of a drop from the desktop away
+// from an elevated window ("ChangeWindowMessageFilterEx function"). The third message has no name in the
+// headers; it carries the file names (undocumented).
 void AcceptDroppedFiles(HWND window)
 {
     constexpr UINT kCopyGlobalData = 0x0049;

@@ -11,6 +11,6 @@
 // Lets a window take files that are dropped onto it (WM_DROPFILES), also from programs with fewer rights.
 void AcceptDroppedFiles(HWND window);
 
-// Reads and frees what was dropped: part files of one folder, or one folder, whose names are empty then. None
-// for anything else.
+// Reads and frees what was dropped. Returns the part files of one folder, or one folder with no names;
+// nullopt for anything else.
 [[nodiscard]] std::optional<PickedFiles> TakeDroppedFiles(HDROP drop);

@@ -21,7 +21,8 @@ bool CEditSourceDir::PreTranslateMessage(MSG& message)
     return keep || CEdit::PreTranslateMessage(message);
 }
 
-// If the edit sees Enter here, it may press the default button itself.
+// Leaves out lParam, which holds the key message: an edit that sees Enter there may press the default button
+// itself.
 LRESULT CEditSourceDir::OnGetDlgCode(WPARAM wParam, LPARAM)
 {
     return DefaultWindowProc(WM_GETDLGCODE, wParam, 0);

@@ -49,7 +49,7 @@ constexpr FileDialog kExportDialog{
 
 struct ShellFree
 {
-    using pointer = PIDLIST_ABSOLUTE;  // to unaligned memory, where the compiler tells
+    using pointer = PIDLIST_ABSOLUTE;  // with Microsoft's compiler, a pointer to unaligned memory
     void operator()(pointer items) const { CoTaskMemFree(items); }
 };
 

@@ -16,7 +16,7 @@ bool IsDown(int key)
     return GetKeyState(key) < 0;
 }
 
-// Letter case aside.
+// Ignores case.
 bool Contains(const std::wstring& text, const std::wstring& part)
 {
     return FindStringOrdinal(FIND_FROMSTART, text.c_str(), static_cast<int>(text.size()), part.c_str(),
@@ -98,7 +98,7 @@ void CFindBar::OnChange()
     }
 }
 
-// Looks at every row once, the first at `start`, which may be one beyond either end.
+// Looks at every row once, beginning at `start`, which may be one beyond either end of the list.
 void CFindBar::Find(int start, bool forward)
 {
     const std::wstring text = GetWindowText();

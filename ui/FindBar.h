@@ -6,10 +6,11 @@
 #include "ui/ConvList.h"
 #include "ui/StatusLine.h"
 
-// The find field beside the status line, hidden until Ctrl+F. Typing goes to the next row that holds the text
-// in any column, letter case aside, from the focused row on and from the other end again. Enter and F3 go to
-// the next one, with Shift to the previous one; Escape closes the field. These keys stay in the field, so
-// that neither presses the default button or closes the dialog.
+// The find field beside the status line, hidden until Ctrl+F. While the user types, it goes to the first row,
+// from the focused row on, that contains the text in any column, ignoring case; after the last row it goes on
+// with the first. Enter and F3 go to the next such row, with Shift to the previous one. Escape closes the
+// field. The field keeps Enter and Escape to itself, or they would press the default button and close the
+// dialog.
 class CFindBar : public CEdit
 {
 public:

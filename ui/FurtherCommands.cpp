@@ -13,7 +13,7 @@ struct MenuCommand
 {
     UINT id;
     Text text;
-    Text key;  // shown only; handled by the windows that have the focus
+    Text key;  // only shown; CTalvenorDlg handles the key
 };
 
 constexpr Text kNoText{L"", L""};

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Pixels that the edit is kept wider than its text.
+// How much wider than its text the edit is kept, in pixels.
 constexpr int kMarginAfterText = 5;
 
 DWORD AlignmentOf(int columnFormat)

@@ -29,7 +29,7 @@ constexpr Text kNotOpened{L"Der Bericht '%1' kann nicht angezeigt werden.",
 constexpr Text kNotInList{L"Keine der Zeilen, die Aufmerksamkeit brauchen, steht in der Liste.",
                           L"None of the rows that need attention is in the list."};
 
-constexpr int kMostReports = 1000;           // of one minute
+constexpr int kMostReports = 1000;           // whose runs began in the same minute
 constexpr INT_PTR kShellExecuteFailed = 32;  // or less ("ShellExecuteW function")
 
 // With a backslash at its end; empty when the system names none.
@@ -39,7 +39,7 @@ std::wstring TemporaryFolder()
     return {path.data(), std::min<std::size_t>(GetTempPathW(MAX_PATH + 1, path.data()), MAX_PATH + 1)};
 }
 
-// Named after the run's start, so that reports of different runs lie in their order.
+// Named after the run's start, so that the names of reports sort in the order of the runs.
 std::wstring ReportPath(const LocalTime& start, int number)
 {
     std::array<wchar_t, 80> time{};
@@ -77,8 +77,8 @@ void WriteAndClose(CFile& file, const std::string& page, const std::wstring& pat
     }
 }
 
-// Selects the rows with these original file names, and no others, and focuses the first. Returns that one, or
-// -1.
+// Selects the rows with these original file names and no others, and focuses the first of them. Returns the
+// number of that row, or -1.
 int SelectRows(const CConversionTable& table, const std::unordered_set<std::wstring>& names)
 {
     const CRedrawPause pause(table);

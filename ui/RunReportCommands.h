@@ -9,7 +9,7 @@
 #include "run/RunFindings.h"
 #include "run/RunRecord.h"
 
-// What the user can do with the record of the last run. It is kept in memory only.
+// What the user can do with the record of the last run. The record is kept in memory only.
 class CRunReportCommands
 {
 public:
@@ -19,14 +19,15 @@ public:
     [[nodiscard]] bool HasRun() const { return m_hasRun; }
 
     // Writes the report to a new file in the user's temporary folder and opens it in the user's browser.
-    // Shows a message when either fails. Only after a run.
+    // Shows a message when either fails. Call it only after a run.
     void ShowReport(HWND owner) const;
 
-    // Whether rows of the last run need attention and the list is of that run's standard-parts folder.
+    // Whether rows of the last run need attention and the given folder is that run's standard-parts folder.
     [[nodiscard]] bool CanSelectAttention(const std::wstring& standardPartsFolder) const;
 
-    // Selects these rows, found by their original file names, and no others. Shows a message when none of
-    // them is in the list any more: a cancelled run leaves the rows that it did not reach out.
+    // Selects these rows and no others; it finds them by their original file names. Shows a message when none
+    // of them is in the list any more: after a cancelled run, the list lacks the rows that the run did not
+    // reach.
     void SelectAttention(const CConversionTable& table) const;
 
 private:

@@ -50,7 +50,7 @@ void CStatusLine::NamesChanged()
     m_requestUpdate();
 }
 
-// Counts first: an update that was requested before would replace the text.
+// Updates first: otherwise an update that was requested earlier would replace the text.
 void CStatusLine::Say(const std::wstring& text)
 {
     Update();
@@ -62,7 +62,7 @@ void CStatusLine::Show(const std::wstring& text) const
     SetDlgItemTextW(m_dialog, IDC_STATUS_TEXT, text.c_str());
 }
 
-// What was said stays as long as the numbers do.
+// A text of Say stays until the numbers change.
 void CStatusLine::Update()
 {
     if (m_namesChanged) {

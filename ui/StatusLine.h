@@ -10,13 +10,13 @@
 #include "core/ConversionTable.h"
 #include "files/NamesToCheck.h"
 
-// The line below the list: the numbers of rows, of pending and of selected rows, and a button that goes to
-// the next name to check, shown while there is one. It is brought up to date when the queue is empty:
+// The line below the list: the numbers of all, pending and selected rows, and a button that goes to the next
+// name to check, shown while there is one. The line is updated only when the message queue is empty, because
 // commands change thousands of rows one by one.
 class CStatusLine
 {
 public:
-    // requestUpdate: has Update called soon, once for any number of requests.
+    // requestUpdate: makes the window call Update soon, once for any number of requests.
     CStatusLine(const CConversionTable& table, std::function<void()> requestUpdate)
         : m_table(table), m_requestUpdate(std::move(requestUpdate))
     {
@@ -25,10 +25,10 @@ public:
     // Call it once, when the dialog has its controls.
     void Begin(HWND dialog);
 
-    // The list has sent a notification.
+    // To be called for each notification of the list.
     void OnNotify(const NMHDR& header);
 
-    // The texts of rows may have changed.
+    // To be called when the texts of rows may have changed.
     void NamesChanged();
 
     // Counts, and shows the numbers if they have changed.
@@ -39,8 +39,8 @@ public:
 
     [[nodiscard]] bool HasNamesToCheck() const { return !m_toCheck.empty(); }
 
-    // Selects the next row with a name to check, after the focused row and from the top again, and says what
-    // is to be checked. Does nothing when there is none.
+    // Selects the next row with a name to check, searching from the row after the focused one and then from
+    // the top, and shows what to check. Does nothing when there is no such row.
     void GoToNextName();
 
 private:

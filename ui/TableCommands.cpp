@@ -155,7 +155,7 @@ void CTableCommands::Export()
     WriteTableFile(*path, text);
 }
 
-// Brings the names of a text into the table and tells what became of them.
+// Takes the names in a text into the table and shows how many were taken and how many were not.
 void CTableCommands::TakeText(const std::wstring& text)
 {
     std::vector<UTtab_entry> rows;

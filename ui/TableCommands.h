@@ -16,14 +16,15 @@ public:
     // Both must outlive the commands.
     CTableCommands(CConvList& list, CTableRecorder& recorder) : m_list(list), m_recorder(recorder) {}
 
-    // The command of a key that is pressed in the list, with the state of Ctrl, Shift and Alt; 0 for other
-    // keys.
+    // The command of a key that is pressed in the list; 0 if the key has none. Checks the state of Ctrl,
+    // Shift and Alt, too.
     [[nodiscard]] static int CommandOfKey(WPARAM key);
 
     // Whether the command would do something now; false for other numbers.
     [[nodiscard]] bool IsPossible(int command) const;
 
-    // Performs the command if it is possible. Returns false for numbers that are none of the commands.
+    // Performs the command if it is possible. Returns false if the number is not that of one of these
+    // commands.
     bool Perform(int command);
 
 private:

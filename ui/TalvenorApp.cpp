@@ -21,7 +21,7 @@ constexpr Text kLibraryMissing{L"Ressource DLL kann nicht geladen werden!\nDatei
                                L"Cannot load Resource DLL!\nFile: %1"};
 
 // Loads a resource library as data, so that no code of a planted file runs. The path is resolved against the
-// working folder first, or the system would search other folders, too.
+// working folder first: with a relative path, the system would search other folders, too.
 UniqueModule LoadResourceLibrary(const std::wstring& path)
 {
     const DWORD length = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);

@@ -10,8 +10,8 @@ public:
     ~CTalvenorApp() override;
 
 protected:
-    // Sets the language, loads its resource library and runs the main dialog until it closes. Returns false:
-    // no message loop is to follow.
+    // Sets the language, loads its resource library and runs the main dialog until it closes. Returns false,
+    // as no message loop follows.
     bool InitInstance() override;
 
 private:

@@ -87,7 +87,7 @@ struct StateImages
     UINT bitmapId;
 };
 
-// The largest image set that fits 12 px at this DPI.
+// The largest images that are no wider than 12 px scaled to this DPI.
 StateImages StateImagesFor(UINT dpi)
 {
     constexpr StateImages kSmallest{12, IDB_STATES};
@@ -101,7 +101,8 @@ StateImages StateImagesFor(UINT dpi)
     return kSmallest;
 }
 
-// The first paint of the process shows what the start had to report.
+// Whether the first paint of the process is still to come. That paint shows the message of the start, if
+// there is one.
 bool g_firstPaintPending = true;
 
 bool Ask(const Text& question)
@@ -208,7 +209,8 @@ void CTalvenorDlg::PrepareList()
     }
     SetAccessibleRowNames(m_wndList.m_hWnd, [this](int row) { return m_wndList.SpokenName(row); });
     m_wndList.ShowWindow(SW_SHOW);
-    // Stores the default templates, even if no file is added later: "Use template" does nothing without one.
+    // Stores the default templates, even if no file is added later: "Use template" does nothing without a
+    // stored template.
     m_wndList.AddFiles({});
 }
 
@@ -311,7 +313,7 @@ void CTalvenorDlg::ShowMapView(const CFileMisc& mapFile)
     ShowViewStatus(true);
 }
 
-// False, with the list unchanged, when there is no map file or it cannot be opened.
+// Returns false and leaves the list unchanged when there is no map file or it cannot be opened.
 bool CTalvenorDlg::ShowMapFileContents()
 {
     CFileMisc mapFile(kGerman);
@@ -340,7 +342,7 @@ void CTalvenorDlg::LoadListForSourceFolder()
     }
 }
 
-// The list is empty then.
+// Leaves the list empty.
 void CTalvenorDlg::SetFolder(const std::wstring& folder)
 {
     m_recorder.Forget();
@@ -459,9 +461,10 @@ bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
            CDialog::OnCommand(wParam, lParam);
 }
 
-// A button pressed by its mnemonic would still act after its folder was refused, and work on the old folder
-// while the field shows another. The focus goes back to the field instead. The field's current text decides,
-// as another program may have corrected it.
+// Whether a command is refused because the typed folder does not exist. A button that is pressed by its
+// mnemonic would otherwise still act after the folder was refused, and would work on the old folder while the
+// field shows another. The focus goes back to the field instead. The current text of the field decides, as
+// another program may have corrected the text.
 bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 {
     const int id = LOWORD(command);
@@ -491,7 +494,7 @@ LRESULT CTalvenorDlg::OnNotify(WPARAM wParam, LPARAM lParam)
     return endsEdit ? EndLabelEdit(wParam, lParam) : CDialog::OnNotify(wParam, lParam);
 }
 
-// An edit of the original name sorts the table.
+// Editing an original name sorts the table, so more rows than the edited one may change.
 LRESULT CTalvenorDlg::EndLabelEdit(WPARAM wParam, LPARAM lParam)
 {
     const LVITEMW& item = reinterpret_cast<const NMLVDISPINFOW*>(lParam)->item;
@@ -506,7 +509,7 @@ LRESULT CTalvenorDlg::EndLabelEdit(WPARAM wParam, LPARAM lParam)
 }
 
 // Delete in the list deletes the selected rows, after the list has handled the key. The keys of the table's
-// commands count there only, as an edit has its own undo and clipboard.
+// commands work in the list only, as an edit has its own undo and clipboard.
 bool CTalvenorDlg::PreTranslateMessage(MSG& message)
 {
     const bool listKey = message.message == WM_KEYDOWN && message.hwnd == m_wndList.m_hWnd;
@@ -563,8 +566,8 @@ void CTalvenorDlg::OnDestroy()
     Default();
 }
 
-// All that comes of a press on a disabled window ("WM_SETCURSOR message"). During a run a stalled call makes
-// the user press somewhere.
+// The system sends no other message for a press on a disabled window ("WM_SETCURSOR message"). During a run
+// the main window is disabled; a user who waits for a stalled call may press there.
 LRESULT CTalvenorDlg::OnSetCursor(WPARAM, LPARAM lParam)
 {
     if (static_cast<short>(LOWORD(lParam)) == HTERROR && IsPress(HIWORD(lParam))) {
@@ -573,15 +576,16 @@ LRESULT CTalvenorDlg::OnSetCursor(WPARAM, LPARAM lParam)
     return Default();
 }
 
-// During a run the session has to wait until the part in hand is finished; not for the answer to the message
-// after it. The message was sent, so no automation call could be made here.
+// During a run, the session has to wait until the current part is finished, but not until the user has
+// answered the run's final message. The run cannot be ended here: COM allows no automation calls while a sent
+// message is handled.
 LRESULT CTalvenorDlg::OnQueryEndSession(WPARAM, LPARAM lParam)
 {
     if (!CLongOperation::IsActive()) {
         return Default();
     }
-    // A setup program that wants to replace a file asks alike, but the session goes on ("WM_QUERYENDSESSION
-    // message").
+    // A setup program that wants to replace a file causes the same message, but the session goes on
+    // ("WM_QUERYENDSESSION message").
     const auto reason = static_cast<DWORD>(lParam);
     if ((reason & ENDSESSION_CLOSEAPP) == 0 || (reason & ENDSESSION_CRITICAL) != 0) {
         CWinApp::Get()->SetSessionEnding(true);
@@ -589,8 +593,8 @@ LRESULT CTalvenorDlg::OnQueryEndSession(WPARAM, LPARAM lParam)
     return FALSE;
 }
 
-// The session may end in spite of the refusal. When it does not, the flag stays: whether the user changed his
-// mind or the refusal holds the session up cannot be told apart.
+// The session may end in spite of the refusal. If it does not, the flag stays set: the program cannot tell
+// whether the user has changed their mind or the system still waits for the program.
 LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM lParam)
 {
     if (wParam != FALSE && CLongOperation::IsActive()) {
@@ -633,8 +637,8 @@ void CTalvenorDlg::Arrange()
 LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
 {
     m_wndList.EndEdit();
-    // The list view keeps the row height of larger images, so they are removed first, and setting the font
-    // again makes it measure the rows (from knowledge).
+    // The list view keeps the row height of larger images, so the images are removed first. Setting the font
+    // again makes it measure the rows (undocumented).
     m_wndList.SendMessage(LVM_SETIMAGELIST, LVSIL_STATE, 0);
     const std::vector<int> widths = m_wndList.ColumnWidths();
     m_bScalingChanges = true;
@@ -650,8 +654,7 @@ LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
     return result;
 }
 
-// A smallest size that contradicts the size suggested for a new scaling makes the window jump (from
-// knowledge).
+// A smallest size that contradicts the size suggested for a new scaling makes the window jump (undocumented).
 void CTalvenorDlg::OnGetMinMaxInfo(MINMAXINFO& limits)
 {
     if (!m_bScalingChanges) {
@@ -715,7 +718,7 @@ void CTalvenorDlg::OnSourceDirKillFocus()
     }
 }
 
-// Asks and loads the folder's list, unless it is the folder that is shown.
+// Changes to another folder and loads its list, if the user agrees.
 void CTalvenorDlg::ChangeFolder(const std::wstring& folder)
 {
     if (SameFolder(folder, m_strSourceDir)) {
@@ -735,8 +738,8 @@ std::wstring CTalvenorDlg::TypedFolder() const
     return StripFolderInput(m_wndSourceDir.GetWindowText());
 }
 
-// Whether the typed folder exists. If not, shows a message and returns the focus to the field, unless it is
-// moving to the button that closes the window.
+// Whether the typed folder exists. If not, shows a message and returns the focus to the field, unless the
+// focus is moving to the button that closes the window.
 bool CTalvenorDlg::CheckTypedFolder(const std::wstring& folder) const
 {
     if (PathOrVolumeExists(folder)) {
@@ -901,7 +904,7 @@ void CTalvenorDlg::OnMore()
     }
 }
 
-// Whether a command of that menu would do something now.
+// Whether a command of the menu of IDC_MORE would do something now.
 bool CTalvenorDlg::IsPossible(UINT command) const
 {
     switch (command) {
@@ -994,7 +997,7 @@ void CTalvenorDlg::OnSelectAttention()
 
 void CTalvenorDlg::OnHelp()
 {
-    // Without a program folder that path would lead to another computer.
+    // With an empty program folder, m_strHelpFile is a network path to a computer "Manuals".
     const bool hasLibrary = !m_strInstallDir.empty() && PathExists(m_strHelpFile);
     const std::wstring document = hasLibrary ? m_strHelpFile : OwnManual();
     ShellExecuteW(m_hWnd, L"open", document.c_str(), nullptr, nullptr, SW_SHOWNORMAL);

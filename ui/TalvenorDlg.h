@@ -124,7 +124,7 @@ private:
     void TakeChosenVersion();
     [[nodiscard]] bool MayOverwriteMapFile() const;
     void RunConversion(bool copyOnly);
-    // Whether OnSelectAttention does anything now.
+    // Whether OnSelectAttention would do something now.
     [[nodiscard]] bool CanSelectAttention() const;
 
     CStatic m_wndStatusFrame;

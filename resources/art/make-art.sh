@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Draws resources/talvenor.ico and the bitmaps resources/states*.bmp from their sources in this folder.
-# Needs Debian's librsvg2-bin, icoutils, imagemagick and optipng. Builds need none of them, as the results are committed.
+# Needs Debian's librsvg2-bin, icoutils, imagemagick and optipng. Builds do not need these packages, as the results are
+# committed.
 set -euo pipefail
 cd "$(dirname "$0")"
 work=$(mktemp -d)
@@ -20,7 +21,8 @@ for size in 16 20 24 32 40 48 64 256; do
 done
 icotool --create --output ../talvenor.ico "${images[@]}"
 
-# The state images, two beside each other: drawn by hand for 100 % scaling, rendered from one drawing for the others.
+# Each bitmap has the two state images side by side: drawn by hand for 100 % scaling, rendered from one drawing for the
+# other scalings.
 convert states.xpm -type TrueColor BMP3:../states.bmp
 for size in 15 18 24 36; do
   rsvg-convert --width $((2 * size)) --height $size --output "$work/states.png" states.svg

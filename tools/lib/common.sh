@@ -14,8 +14,8 @@ project_version() { sed -nE 's/^project\(Talvenor VERSION ([0-9.]+) .*/\1/p' CMa
 step() { printf '\n== %s\n' "$*"; }
 
 # attempt NAME COMMAND [ARG ...]: runs the command, writes its output to build/logs/NAME.log and sets attempt_status to
-# its exit status. When it fails, shows the end of the log. Never call this in a condition (if, &&, ||): bash would
-# ignore "set -e" inside COMMAND, when that is a function.
+# its exit status. When it fails, shows the end of the log. Never call this in a condition (if, &&, ||): bash would then
+# ignore "set -e" inside COMMAND, if it is a function.
 attempt() {
   local name=$1 begin=$SECONDS
   shift

@@ -1,6 +1,6 @@
-"""Works out what a run of the program must produce, and compares it with what there is.
+"""Works out what a run of the program must produce, and compares this with what the run has produced.
 
-Implements the name rules a second time, independently of the program, so that a mistake there is not repeated here.
+Implements the name rules a second time, independently of the program, so that a mistake of the program is not repeated here.
 The parameter library is the path of the standard-parts folder on this machine; the parameter table holds the
 configurations of each part.
 """
@@ -141,7 +141,7 @@ def records(lines):
 
 
 def compare_map(report, library, rows):
-    """Compares every line of the map file. The name after "(c)" in the third may be anything."""
+    """Compares every line of the map file. In the third line, any name may follow "(c)"."""
     found = map_lines(library)
     header = ["; Datei: " + WINDOWS_FOLDER + "\\Mapped\\PartsMap.txt",
               "; Automatisch generierte Datei, manuelle Änderungen können verloren gehen.", "; (c) ", ""]
@@ -191,7 +191,7 @@ def compare_originals(report, library, table):
 
 def read_parts(folder):
     run = subprocess.run(["tools/read-parts", folder], capture_output=True, encoding="utf-8")
-    print(run.stderr, end="")  # the files that it could not read, whose configurations are missing
+    print(run.stderr, end="")  # the files that could not be read; their configurations are missing
     return [line.split("\t") for line in run.stdout.split("\n") if line]
 
 

@@ -26,7 +26,7 @@ def finished_box(screen):
 
 def run_conversion(screen, library, copy_only, pictures, start=Program):
     """Starts the program by calling start(screen), runs the conversion and closes the program. Returns the seconds from the
-    click on the start button to the last message box, less the time that other message boxes were open."""
+    click on the start button to the last message box, minus the time that other message boxes were open."""
     shutil.rmtree(os.path.join(library, "Mapped"), ignore_errors=True)
     rows = len(check.expected_rows(library)[0])
     program = start(screen)

@@ -3,9 +3,9 @@ everything up.
 
   screenshots.py german|english SCALING FOLDER [about]
 
-Without "about", everything but the system menu and the about box; with it, only these two. For them the caller must have
-turned off window management: a window manager would show a menu of its own. "about" comes second: the first call leaves a
-map file, without which the program starts with a message.
+With "about", takes only the system menu and the about box; otherwise everything else. Before a call with "about", the caller
+must turn off window management, as a window manager would show its own menu instead of the system menu. The call without
+"about" must come first: it leaves a map file, and without one the program starts with a message.
 """
 import glob
 import os
@@ -48,8 +48,8 @@ class Gallery:
             pass
 
     def take(self, name, window=None):
-        """Saves a screenshot of one window with its frame or, without `window`, of the smallest area that holds all windows;
-        nothing if there are none."""
+        """Saves a screenshot of one window with its frame or, without `window`, of the smallest area that holds all windows.
+        Saves nothing if there are no windows."""
         time.sleep(0.5)  # until everything is painted
         self.screen.update()
         if window:
@@ -72,7 +72,8 @@ class Gallery:
         return self.program.wait_for("the main window", 30, lambda: self.screen.window_with_control(IDS.IDC_START))
 
     def wait_for_start(self):
-        """In the first call there is no map file, and two parts of the library would get the same name."""
+        """Waits for the main window. Without a map file, as in the first call, a message comes before it: two parts of the
+        library would get the same name."""
         if self._selection == "main":
             box = self.program.wait_for("the message about a taken name", 120, self.screen.message_box)
             self.take("name-taken")

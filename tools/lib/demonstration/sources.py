@@ -1,4 +1,4 @@
-"""What the project's sources state: the numbers of the controls, and the texts of the program."""
+"""Reads the numbers of the controls and the texts of the program from the project's sources."""
 import ast
 import os
 import re

@@ -123,7 +123,7 @@ def resize(title, width, height):
 
 
 class Picture:
-    """A screenshot, taken in the background until wait() is called."""
+    """A screenshot of the whole screen, taken in the background. wait() waits until it is complete."""
 
     def __init__(self, path):
         self._path, self._tool = path, subprocess.Popen(["import", "-window", "root", path])
