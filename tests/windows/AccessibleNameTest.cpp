@@ -90,8 +90,8 @@ TEST_F(AccessibleName, OfARowIsCurrentAfterRowsWereDeleted)
     EXPECT_EQ(AccessibleNameOf(list, kSecondRow), L"N_2.sldprt");
 }
 
-// The system's service in the process of the test. It keeps the names of one list's rows; the identity of an
-// object is its child number. Wine's own service, which takes no names, is not used.
+// Stands in for the system's service, because Wine's own takes no names. Keeps the server that supplies the
+// names of one list's rows. In this service, an object's identity string is just its child number.
 class CFakePropServices final : public IAccPropServices
 {
 public:
@@ -134,7 +134,7 @@ public:
         return S_OK;
     }
 
-    // What the program does not use.
+    // The program calls none of these.
     STDMETHODIMP SetPropValue(const BYTE*, DWORD, MSAAPROPID, VARIANT) override { return E_NOTIMPL; }
     STDMETHODIMP SetPropServer(const BYTE*, DWORD, const MSAAPROPID*, int, IAccPropServer*,
                                AnnoScope) override
@@ -164,7 +164,7 @@ class AccessibleRowNames : public testing::Test
 protected:
     void SetNames(RowName nameOf) const { SetAccessibleRowNames(m_window.m_hWnd, std::move(nameOf)); }
 
-    // What a screen reader is told; "(own)" leaves it the name that the list view gives.
+    // The name that a screen reader is given; "(own)" when it is left to the list view.
     [[nodiscard]] std::wstring NameOf(DWORD child, DWORD identityLength = sizeof(DWORD)) const
     {
         if (m_services.m_server == nullptr) {

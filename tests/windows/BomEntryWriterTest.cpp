@@ -44,7 +44,7 @@ std::wstring SavingScreen()
     return L"screen [][" + expected::kSavingFile.Current() + L"][]";
 }
 
-// Up to the request for the configuration
+// The events up to the request for the configuration object
 EventLog Showing(const std::wstring& name)
 {
     return {Screen(name, L"Norm 4017 - " + name), L"document GetConfiguration method BSTR=" + name};
@@ -106,7 +106,7 @@ protected:
         m_document.On(kGetConfigurationNames, AnswerStrings(names));
     }
 
-    // The configuration of this name, created at its first use; null for the missing one.
+    // The configuration of this name, created when it is first asked for; null for m_missingConfiguration.
     CFakeDispatch* Configuration(const std::wstring& name)
     {
         if (name == m_missingConfiguration) {
@@ -121,7 +121,7 @@ protected:
             .Run();
     }
 
-    // The lines with this beginning.
+    // The log's lines that begin with this text.
     [[nodiscard]] EventLog Lines(const std::wstring& beginning) const
     {
         EventLog lines;
@@ -177,7 +177,7 @@ TEST_F(BomEntryWriterTest, ShowsItsTextsInGerman)
     EXPECT_EQ(Lines(L"screen"), (EventLog{Screen(L"Default", L"Norm 4017 - Default"), SavingScreen()}));
 }
 
-// The type that the visibility and open calls get for a path.
+// The document type that the visibility and open calls get for a path.
 struct TypeOfPath
 {
     const wchar_t* path;
@@ -230,8 +230,8 @@ TEST_F(BomEntryWriterTest, Method17IsCalledWhenTheCodeHasBit128)
         long code;
         bool called;
     };
-    // -1 has every bit, -128 and -100 (…1001'1100 in two's complement) have bit 128, -129 (…0111'1111) has
-    // not.
+    // In two's complement, -1 has every bit set. -128 and -100 (…1001'1100) have bit 128 set, -129
+    // (…0111'1111) does not.
     for (const auto& [code, called] : {Case{0, false}, Case{128, true}, Case{-1, true}, Case{-128, true},
                                        Case{-100, true}, Case{-129, false}}) {
         m_log.clear();
@@ -378,9 +378,10 @@ TEST_F(BomEntryWriterTest, TheFileBarIsComputedInSinglePrecision)
     EXPECT_EQ(Write(), 100);
     const EventLog bars = Lines(L"file bar");
     ASSERT_EQ(bars.size(), 101U);
-    // The float next to 0.29 is 0.28999999, its product with 100 rounds to 29 (in double it stays below).
+    // The float nearest to 0.29 is 0.28999999. Its product with 100 rounds to 29; in double precision it
+    // would stay below 29.
     EXPECT_EQ(bars[29], L"file bar 29");
-    // The float next to 0.53 is 0.52999997; its product with 100 stays below 53.
+    // The float nearest to 0.53 is 0.52999997. Its product with 100 stays below 53.
     EXPECT_EQ(bars[53], L"file bar 52");
     EXPECT_EQ(bars[99], L"file bar 99");
     EXPECT_EQ(bars[100], L"file bar 100");
@@ -390,7 +391,8 @@ TEST_F(BomEntryWriterTest, TheOverallBarIsComputedInSinglePrecision)
 {
     HasConfigurations({L"a", L"b", L"c", L"d"});
     Write(kPath, 100.0F / 3.0F, 1);
-    // 3 × 33.333332 lies half-way below 100 and rounds to it, so a quarter of it is 25 (in double 24.99…).
+    // 3 × 33.333332 lies half-way between 100 and the float below it, and rounds to 100. A quarter of 100 is
+    // 25; in double precision it would be 24.99…
     EXPECT_EQ(Lines(L"overall bar"), (EventLog{L"overall bar 0", L"overall bar 8", L"overall bar 16",
                                                L"overall bar 25", L"overall bar 33"}));
 }
@@ -448,7 +450,7 @@ TEST_F(BomEntryWriterTest, ANullElementIsAnEmptyName)
     EXPECT_EQ(Lines(L"document GetConfiguration "), EventLog{L"document GetConfiguration method BSTR="});
 }
 
-// An array whose variant type may not match its elements.
+// An array in a variant whose type may differ from that of the array's elements.
 CFakeDispatch::Handler AnswerArray(VARTYPE claimed, VARTYPE held, UINT dimensions)
 {
     return [=](FakeCall& call) {
@@ -516,7 +518,7 @@ TEST_F(BomEntryWriterTest, NamesByReferenceAreRead)
         call.result->pparray = &held.parray;
         return S_OK;
     });
-    for (int time = 0; time < 2; ++time) {  // the array stays its owner's
+    for (int time = 0; time < 2; ++time) {  // twice: the array must not be freed
         m_log.clear();
         EXPECT_EQ(Write(), 2);
         EXPECT_EQ(Lines(L"document GetConfiguration "),
@@ -566,7 +568,7 @@ protected:
         };
     }
 
-    int m_firstPress = 1;  // from this message on the cancel button is pressed each time
+    int m_firstPress = 1;  // the user presses Cancel at this message, counted from 1, and at each later one
     int m_messages = 0;
     std::deque<int> m_answers;
     CMessageRecorder m_user{[this] {

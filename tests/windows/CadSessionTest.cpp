@@ -31,7 +31,7 @@ class CScriptedClass : public CFakeClass
 public:
     using CFakeClass::CFakeClass;
 
-    std::function<HRESULT()> m_onCreate;  // called for each object
+    std::function<HRESULT()> m_onCreate;  // called before each object; no object is created if it fails
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID interfaceId, void** object) override
     {
@@ -40,7 +40,8 @@ public:
     }
 };
 
-// The objects are in the process of the test; copies of waitingprogram.exe are the processes of the server.
+// The automation objects live in the test's own process. Processes of a copy of waitingprogram.exe stand in
+// for the server process.
 class CadSessionTest : public testing::Test
 {
 protected:
@@ -79,7 +80,7 @@ protected:
         };
     }
 
-    // A server that the session has started and released. It does not end.
+    // Has the session start a server and release it. Returns that server, which keeps running.
     const CWaitingProcess& LetGoOwnServer()
     {
         StartServers();
@@ -88,7 +89,7 @@ protected:
         return m_servers.back();
     }
 
-    // Makes a connection, which succeeds. Returns whether the server had ended before.
+    // Connects, which must succeed. Returns whether the server had ended before COM created the new object.
     bool WaitsForEndOf(const CWaitingProcess& server, Outcome (CCadSession::*connect)())
     {
         bool ended = false;
@@ -100,7 +101,8 @@ protected:
         return ended;
     }
 
-    // A server that ran before the session connected to it and released it. It does not end.
+    // Starts a server, then has the session connect to it and release it. Returns that server, which keeps
+    // running.
     const CWaitingProcess& LetGoEarlierServer()
     {
         StartEarlierServer();
@@ -114,7 +116,7 @@ protected:
     void StartEarlierServer()
     {
         m_servers.emplace_back(m_image);
-        Sleep(50);  // longer than the step of the system's time
+        Sleep(50);  // longer than a tick of the system time: the server is older than the connection
     }
 
     // Lets this many connections fail; later ones succeed.
@@ -123,13 +125,13 @@ protected:
         m_class.m_onCreate = [count, status]() mutable { return count-- > 0 ? status : S_OK; };
     }
 
-    // What the filter says to COM while a call waits.
+    // What the message filter returns to COM while a call waits.
     static DWORD WhileCallWaits(DWORD tickCount = 0)
     {
         return CWinApp::Get()->GetMessageFilter().MessagePending(nullptr, tickCount, PENDINGTYPE_TOPLEVEL);
     }
 
-    // A call has waited for longer than the limit, and the user presses a key, which brings up the question.
+    // Lets a call wait for longer than the limit, then presses a key, which brings up the question.
     static void StallCall()
     {
         CWinApp::Get()->GetMessageFilter().SetBusyDelay(100);
@@ -139,7 +141,7 @@ protected:
         Sleep(20);
     }
 
-    // The user answers the question with Yes. Returns what the filter says from then on.
+    // Stalls a call and answers the question with Yes. Returns what the message filter then returns to COM.
     static DWORD GiveUpCall(const Text& question)
     {
         CMessageRecorder user([] { return IDYES; });
@@ -158,7 +160,7 @@ protected:
     CFakeDispatch m_application{L"application", m_log};
     CScriptedClass m_class{m_classId, m_application};
     CScratchClasses m_classes;
-    std::deque<CWaitingProcess> m_servers;  // does not move them
+    std::deque<CWaitingProcess> m_servers;  // references to the elements stay valid
     const CadTimeouts m_timeouts{.exit = 400, .connect = 800, .retryInterval = 50};
     CSldWorks m_sldWorks;
     std::optional<CServerProcess> m_process{std::in_place};
@@ -228,7 +230,7 @@ TEST_F(CadSessionTest, AReleaseDoesNotWait)
     EXPECT_FALSE(m_servers[0].Ends(0));
 }
 
-// The run releases its session once more when it is destroyed.
+// Released twice: a run that is destroyed releases its session once more.
 TEST_F(CadSessionTest, AServerThatCouldNotBeAskedToEndEndsWithTheProgram)
 {
     StartServers();
@@ -242,7 +244,7 @@ TEST_F(CadSessionTest, AServerThatCouldNotBeAskedToEndEndsWithTheProgram)
     EXPECT_TRUE(m_servers[0].Ends());
 }
 
-// It may still be saving.
+// A server that breaks the connection during the exit call may still be saving.
 TEST_F(CadSessionTest, AServerThatGoesWithoutAnAnswerIsLeftAlone)
 {
     for (const HRESULT status : {kUnavailable, HRESULT_FROM_WIN32(RPC_S_CALL_FAILED),
@@ -262,7 +264,7 @@ TEST_F(CadSessionTest, AServerThatGoesWithoutAnAnswerIsLeftAlone)
     }
 }
 
-// A window that is covered and uncovered while the program waits.
+// Counts how often it is painted and how many key presses reach it.
 class CPaintedWindow : public CPlainWindow
 {
 public:
@@ -377,7 +379,7 @@ TEST_F(CadSessionTest, StopsTryingWhenTheServerIsGone)
         return kUnavailable;
     };
     EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
-    EXPECT_EQ(m_class.m_created, 4) << "the third began while the server was alive";
+    EXPECT_EQ(m_class.m_created, 4) << "the third try began while the server was alive";
 }
 
 TEST_F(CadSessionTest, StopsTryingAfterTheTimeout)
@@ -428,7 +430,8 @@ TEST_F(CadSessionTest, AServerThatRefusesItsFirstCallIsReplaced)
     EXPECT_FALSE(m_servers[1].Ends(0));
 }
 
-// It has been asked to end, stays longer than a run waits, and its class with it.
+// The old server has been asked to exit, but outlasts the run's wait for it. Until it ends, its class stays
+// registered.
 TEST_F(CadSessionTest, AnOldServerThatRefusesTheNextRunIsEnded)
 {
     LetGoOwnServer();
@@ -481,7 +484,8 @@ TEST_F(CadSessionTest, AYesEndsItsOwnServer)
 {
     StartServers();
     ASSERT_EQ(m_session->Connect(), Outcome::connected);
-    EXPECT_EQ(GiveUpCall(expected::kEndCad), DWORD{PENDINGMSG_WAITNOPROCESS}) << "the call fails by itself";
+    EXPECT_EQ(GiveUpCall(expected::kEndCad), DWORD{PENDINGMSG_WAITNOPROCESS})
+        << "the end of the server makes the call fail";
     EXPECT_TRUE(m_servers[0].Ends());
     m_application.On(kExit, [](FakeCall&) { return kUnavailable; });
     m_session->Release();
@@ -540,14 +544,14 @@ TEST_F(CadSessionTest, AsksInEnglish)
     m_session->Release();
     DrainMessages();
     m_class.m_onCreate = nullptr;
-    ASSERT_EQ(m_session->Reconnect(), Outcome::connected) << "reaches no process";
+    ASSERT_EQ(m_session->Reconnect(), Outcome::connected) << "no process has been started";
     StallCall();
     ASSERT_EQ(user.m_boxes.size(), 2U);
     EXPECT_EQ(user.m_boxes[0].text, expected::kEndCad.english);
     EXPECT_EQ(user.m_boxes[1].text, expected::kStopWaiting.english);
 }
 
-// ---- Its user
+// ---- A server that its user works in
 
 TEST_F(CadSessionTest, AServerThatItsUserWorksInIsLeftAlone)
 {

@@ -15,7 +15,7 @@ namespace {
 constexpr int kControl = 700;
 constexpr COLORREF kMask = RGB(255, 0, 255);
 
-// A control of a class, bound to an object, in a window.
+// A window with one control of a window class, bound to an object.
 template <class Control>
 class CControlWindow
 {
@@ -142,7 +142,8 @@ TEST(Controls, AProgressBarMovesInItsRange)
     EXPECT_EQ(bar.m_control.GetPos(), 150);
 }
 
-// What makes a themed bar of Windows show a position at once; Wine's always does.
+// On Windows, a themed bar moves gradually to a greater position and at once to a smaller one. At the end of
+// the range, only the last step is left to move gradually. Wine's bar always moves at once.
 TEST(Controls, AProgressBarReachesAGreaterPositionFromAboveOrByItsLastStep)
 {
     const CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
@@ -421,12 +422,12 @@ TEST_F(ListCtrlTest, ARedrawPauseKeepsAPendingRedrawOfTheHeader)
     InvalidateRect(header, nullptr, TRUE);
     {
         const CRedrawPause pause(m_list);
-        ValidateRect(header, nullptr);  // the system may do this
+        ValidateRect(header, nullptr);  // as the system may do meanwhile
     }
     EXPECT_TRUE(GetUpdateRect(header, nullptr, FALSE));
 }
 
-// A list view that moves its header without a redraw.
+// Makes a list view move its header, without a redraw, when its redrawing is switched on again.
 LRESULT CALLBACK MoveHeaderOnRedraw(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                                     DWORD_PTR)
 {

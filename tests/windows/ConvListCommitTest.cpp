@@ -14,8 +14,8 @@
 
 namespace {
 
-// What is typed over a cell of row 1, and what becomes of it. One case of each kind: the table's own tests
-// have the others.
+// What is typed over a cell of row 1, and the cell afterwards. One case of each kind: ConversionTableTest.cpp
+// has the others.
 struct Commit
 {
     int column;
@@ -90,7 +90,7 @@ TEST_P(ConvListCommit, AnAssemblysNewNameGetsThePartsExtension)
     EXPECT_EQ(window.m_list.GetItemText(1, 1), L"Frame.sldprt");
 }
 
-// The extension is added even if nothing was typed.
+// ".sldprt" is added even if nothing was typed.
 TEST_P(ConvListCommit, AnAssemblysNewNameGetsItsExtensionEvenUnedited)
 {
     CListWindow window;
@@ -136,8 +136,9 @@ TEST_P(ConvListCommit, TheListDoesNotSetTheLabelItself)
     EXPECT_EQ(window.m_list.GetItemText(2, 2), L"x");
 }
 
-// Two message boxes appear while the focus is moving, as when the user switches to another program during an
-// edit. Closing the first returns the focus to the editor; the second takes it again.
+// The typed name brings up two message boxes: it has a forbidden character, and with that character replaced
+// it is another row's name. During each box the focus returns to the editor and leaves it again, as when the
+// user switches between programs.
 TEST_P(ConvListCommit, TheFocusMayMoveWhileAMessageIsOpen)
 {
     CListWindow window;
@@ -152,7 +153,7 @@ TEST_P(ConvListCommit, TheFocusMayMoveWhileAMessageIsOpen)
         ++boxes;
         SetFocus(editor);
         SetFocus(window.m_list.m_hWnd);
-        EXPECT_TRUE(IsWindow(editor)) << "its end is still being handled";
+        EXPECT_TRUE(IsWindow(editor)) << "the end of the edit is still being handled";
         SetFocus(editor);
         return IDOK;
     });

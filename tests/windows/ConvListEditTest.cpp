@@ -62,7 +62,8 @@ TEST(ConvListEdit, TheOriginalNameIsNeverEdited)
     EXPECT_EQ(window.SelectedRows(), std::vector<int>{1});
 }
 
-// On Windows, default handling may focus the row first; then the first double-click opens the editor.
+// Under Wine, the default handling of the double-click leaves the focus. On Windows it may focus the row;
+// then the first double-click already opens the editor.
 TEST(ConvListEdit, ADoubleClickOnARowWithoutTheFocusSelectsAndFocusesIt)
 {
     for (const int x : {20, 200, 400}) {
@@ -185,7 +186,8 @@ TEST(ConvListEdit, TabInTheListEditsNothing)
     EXPECT_EQ(window.Editor(), nullptr);
 }
 
-// Nothing that filters messages before dispatch, such as a dialog's default button, gets the editor's keys.
+// The editor keeps Enter, Escape, Delete and every key with Ctrl. The parent, which filters messages before
+// dispatch, must not see them: in a dialog, Enter would press the default button.
 TEST(ConvListEdit, TheEditorsKeysAreNotOfferedToTheParent)
 {
     CListWindow window;
@@ -205,7 +207,7 @@ TEST(ConvListEdit, TheEditorsKeysAreNotOfferedToTheParent)
     }
 }
 
-// At the start
+// The editor at the start of an edit
 
 TEST(ConvListEdit, TheTextIsSelectedInTheListsFont)
 {
@@ -227,7 +229,7 @@ TEST(ConvListEdit, TheTextIsSelectedInTheListsFont)
     EXPECT_LT(x, ClientRectOf(editor).right);
 }
 
-// The style of the next window that the thread creates.
+// The style that the thread's newest window was created with.
 DWORD g_madeWith = 0;
 
 LRESULT CALLBACK NoteStyle(int code, WPARAM wParam, LPARAM lParam)
@@ -263,12 +265,12 @@ TEST(ConvListEdit, TheEditorIsAlignedAsItsColumn)
     }
 }
 
-// Where it is
+// The editor's position
 
 class ConvListEditPosition : public testing::Test
 {
 protected:
-    // The editor reaches from left to right and has the height of its row.
+    // Opens the editor of a cell. It must reach from `left` to `right` and be as high as the row.
     static void ExpectEdges(CListWindow& window, int row, int column, LONG left, LONG right)
     {
         window.m_list.EditCell(row, column);
@@ -295,21 +297,21 @@ TEST_F(ConvListEditPosition, IsTheCellsAndScrollsIntoView)
         int scrolledAfter;
     };
     const Case cases[] = {
-        // 175 + 4, 179 - 3 + 175
+        // left: 175 + 4; right: 179 - 3 + 175
         {"column 1", 600, {175, 175, 175}, {0, 1, 2}, 0, 0, 1, 179, 351, 0},
         {"column 2", 600, {175, 175, 175}, {0, 1, 2}, 0, 4, 2, 354, 526, 0},
         {"dragged to the front", 600, {100, 150, 200}, {2, 0, 1}, 0, 1, 2, 4, 201, 0},
-        // 200 + 100 + 4, 304 - 3 + 150
+        // left: 200 + 100 + 4; right: 304 - 3 + 150
         {"dragged to the end", 600, {100, 150, 200}, {2, 0, 1}, 0, 1, 1, 304, 451, 0},
         {"another order", 600, {100, 150, 200}, {1, 2, 0}, 0, 1, 1, 4, 151, 0},
         {"another order", 600, {100, 150, 200}, {1, 2, 0}, 0, 1, 2, 154, 351, 0},
         {"ends at the client's right edge", 525, {175, 175, 175}, {0, 1, 2}, 0, 1, 2, 354, 525, 0},
-        // 325 + 4, 329 - 3 + 175 = 501
+        // left: 350 - 25 + 4; right: 500, as 329 - 3 + 175 = 501 is beyond the list
         {"beyond the right edge", 500, {175, 175, 175}, {0, 1, 2}, 0, 1, 2, 329, 500, 25},
         {"beyond the left edge", 500, {300, 300, 300}, {0, 1, 2}, 400, 1, 1, 4, 301, 300},
-        // 300 - 150 + 4, 154 - 3 + 300
+        // left: 300 - 150 + 4; right: 154 - 3 + 300
         {"in view", 500, {300, 300, 300}, {0, 1, 2}, 150, 1, 1, 154, 451, 150},
-        // not 4 - 3 + 390
+        // right: 300, as 4 - 3 + 390 is beyond the list
         {"wider than the list", 300, {100, 390, 100}, {0, 1, 2}, 0, 1, 1, 4, 300, 100},
     };
     for (const Case& test : cases) {
@@ -337,7 +339,7 @@ TEST_F(ConvListEditPosition, ARowOutOfViewIsScrolledIn)
 TEST_F(ConvListEditPosition, APartlyVisibleRowIsNotScrolled)
 {
     CListWindow window({600, 200}, {{}, {}, {}}, 100);
-    // Half of the lowest row is visible.
+    // Half of row 5 is visible, at the bottom.
     const RECT first = window.m_list.GetRowRect(0);
     const LONG height = first.bottom - first.top;
     SetWindowPos(window.m_list.m_hWnd, nullptr, 0, 0, 600, first.top + 5 * height + height / 2,
@@ -353,7 +355,7 @@ TEST_F(ConvListEditPosition, AColumnOfFewerThanFivePixelsHasNoEditor)
     CListWindow window({600, 300}, {{100}, {4}, {5}});
     window.m_list.EditCell(1, 1);
     EXPECT_EQ(window.Editor(), nullptr);
-    ExpectEdges(window, 1, 2, 108, 110);  // 100 + 4 + 4, 108 - 3 + 5
+    ExpectEdges(window, 1, 2, 108, 110);  // left: 100 + 4 + 4; right: 108 - 3 + 5
 }
 
 TEST_F(ConvListEditPosition, AMissingCellHasNoEditor)
@@ -381,7 +383,7 @@ TEST_F(ConvListEditPosition, AnotherCellsEditorReplacesTheOpenOne)
     EXPECT_EQ(window.m_list.GetItemText(3, 2), L"x");
 }
 
-// Its growth
+// The editor's growth
 
 class ConvListEditGrowth : public testing::Test
 {
@@ -394,7 +396,8 @@ protected:
         m_border = m_start[2] - m_start[0] - ClientRectOf(m_window.Editor()).right;
     }
 
-    // After each character, the editor's right edge is where the text's width puts it.
+    // Types the text. After each character the editor must be as wide as the text needs, but never narrower
+    // than before and never wider than the list.
     void ExpectGrowth(const std::wstring& text)
     {
         LONG right = m_window.EditorEdges()[2];
@@ -439,12 +442,14 @@ TEST_F(ConvListEditGrowth, NeverShrinks)
     EXPECT_EQ(m_window.EditorEdges(), wide);
 }
 
-// The growing edit scrolls back to the beginning, except for one character that its margins may take.
+// As it grows, the editor scrolls back to the beginning of its text. Its margins may still hide one
+// character.
 TEST_F(ConvListEditGrowth, ShowsTheTextFromItsBeginning)
 {
     ExpectGrowth(std::wstring(20, L'm'));
     ASSERT_LT(m_window.EditorEdges()[2], 600);
-    EXPECT_LE(SendMessageW(m_window.Editor(), EM_GETFIRSTVISIBLELINE, 0, 0), 1) << "counts characters here";
+    EXPECT_LE(SendMessageW(m_window.Editor(), EM_GETFIRSTVISIBLELINE, 0, 0), 1)
+        << "the first visible character, in an edit of one line";
     EXPECT_EQ(SelectionOf(m_window.Editor()), (std::array<DWORD, 2>{21, 21})) << "the caret stays";
 }
 

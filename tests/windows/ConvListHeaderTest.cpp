@@ -13,7 +13,7 @@
 
 namespace {
 
-// Drags the first column's divider to the width in steps.
+// Drags the divider at the right of the first column, which takes these widths one after the other.
 void DragFirstColumn(const CListWindow& window, const std::vector<int>& widths)
 {
     const HWND header = window.m_list.GetHeader();
@@ -141,8 +141,8 @@ void ReleaseKey(int key)
     SetKeyboardState(state.data());
 }
 
-// A press on the header ends the open edit. Its text is another row's name, so a message box opens during the
-// press.
+// A press on the header ends the open edit. The typed text is another row's name, so a message box opens
+// during the press.
 TEST(ConvListHeader, ADragDoesNotBeginIfTheButtonWasReleasedInAMessageBox)
 {
     CListWindow window;
@@ -220,7 +220,7 @@ TEST(ConvListHeader, ANewWidthInvalidatesTheAreaBelowTheRows)
 class ConvListLines : public testing::Test
 {
 protected:
-    // After a redraw, exactly these pixels of a row of pixels have the line's colour.
+    // Exactly these pixels at the height y have the lines' colour. The list must have been redrawn.
     static void ExpectLines(const CListWindow& window, const std::vector<int>& expected, LONG y)
     {
         const HDC dc = GetDC(window.m_list.m_hWnd);
@@ -282,7 +282,7 @@ TEST_F(ConvListLines, MoveWhenTheListScrolls)
     const CListWindow window({500, 300});
     const LONG bottom = window.m_list.GetClientRect().bottom;
     Redraw(window);
-    ExpectLines(window, {174, 349}, bottom - 1);  // the third would be 524
+    ExpectLines(window, {174, 349}, bottom - 1);  // the third line would be at 524
     window.m_list.ScrollHorizontally(25);
     ASSERT_EQ(GetScrollPos(window.m_list.m_hWnd, SB_HORZ), 25);
     Redraw(window);
@@ -376,8 +376,8 @@ TEST(ConvListKeys, AltAndTheNumberMovesAColumnToTheRight)
         << "the number is the column's, not that of its position";
 }
 
-// A key message to the list. Returns whether the list handles it, so that the default handling does not see
-// it.
+// Offers a key message to the list. Returns whether the list handles it, which keeps it from the default
+// handling.
 bool IsHandled(const CListWindow& window, UINT message, WPARAM key)
 {
     const LPARAM transition = message == WM_SYSKEYUP || message == WM_KEYUP ? 0xC0000001 : 1;
@@ -386,7 +386,8 @@ bool IsHandled(const CListWindow& window, UINT message, WPARAM key)
     return list->PreTranslateMessage(keyMessage);
 }
 
-// The default handling of Alt's release opens the system menu unless it has seen another key since.
+// When Alt is released, the default handling opens the system menu, unless it has seen another key since Alt
+// was pressed.
 TEST(ConvListKeys, AltAfterADigitDoesNotOpenTheSystemMenu)
 {
     const CListWindow window;
@@ -414,12 +415,12 @@ TEST(ConvListKeys, AltAloneStillOpensTheSystemMenu)
         const CHeldKeys alt{VK_MENU};
         EXPECT_TRUE(IsHandled(window, WM_SYSKEYDOWN, '1'));
     }
-    // Alt was let go in another window.
+    // That Alt is released while another window has the focus, so the list sees no release.
     EXPECT_FALSE(IsHandled(window, WM_SYSKEYDOWN, VK_MENU));
     EXPECT_FALSE(IsHandled(window, WM_SYSKEYUP, VK_MENU));
 }
 
-// With the keyboard's own input, through the queue.
+// With real keyboard input, through the message queue.
 TEST(ConvListKeys, AltAndADigitOpenNoMenuWhicheverIsReleasedFirst)
 {
     const CListWindow window;

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr WPARAM kDismiss = 0;  // instead of a mnemonic
+constexpr WPARAM kDismiss = 0;  // instead of a mnemonic: closes the menu
 
 bool IsMenu(HWND window)
 {
@@ -49,8 +49,9 @@ Texts ItemsOf(HMENU menu)
     return items;
 }
 
-// Records each menu that opens over the list and chooses by a mnemonic; records each template dialog and
-// cancels it. In between it releases the mouse button, as the list may be waiting for that.
+// Plays the user. Records each menu that opens over the list, and chooses a command by its mnemonic. Records
+// each template dialog, and cancels it. While neither is open, releases the mouse button: the list view's
+// handling of a right-click waits for the release.
 class CMenuUser
 {
 public:
@@ -65,7 +66,7 @@ public:
 
 private:
     static constexpr UINT kInterval = 20;  // milliseconds
-    static constexpr int kPatience = 100;  // looks at one menu
+    static constexpr int kPatience = 100;  // looks at a menu before it counts as stuck
 
     void Look()
     {
@@ -236,7 +237,7 @@ TEST_P(ConvListMenu, TheFirstColumnHasNoMenu)
     EXPECT_EQ(m_window.FocusedRow(), 2);
 }
 
-// Below the last row the column's number is the row's, too.
+// A right-click below the last row acts on the row that has the column's number.
 TEST_P(ConvListMenu, BelowTheRowsTheColumnsNumberIsTheRows)
 {
     for (const int column : {0, 1, 2}) {
@@ -358,7 +359,7 @@ TEST_P(ConvListMenu, TheMessageAfterAClickOpensNoOtherMenu)
     EXPECT_TRUE(user.m_menus.empty());
 }
 
-// By the keyboard
+// Opened by the keyboard
 
 class ConvListMenuByKey : public ConvListMenu
 {
@@ -409,7 +410,7 @@ TEST_P(ConvListMenuByKey, EachKeyAsksForItsColumn)
     const Key keys[] = {
         {"Shift+F10", 1, {VK_SHIFT}, [list] { PostMessageW(list, WM_SYSKEYDOWN, VK_F10, 1); }},
         {"Ctrl+Shift+F10", 2, {VK_SHIFT, VK_CONTROL}, [list] { PostMessageW(list, WM_KEYDOWN, VK_F10, 1); }},
-        // Some programs make the position from two halves of -1.
+        // Some programs send the position as two halves of -1: 0xFFFFFFFF, not -1.
         {"a position in two halves",
          1,
          {},
@@ -481,7 +482,8 @@ protected:
         return (column == 1 ? expected::kFileTemplate : expected::kBomTemplate).Current();
     }
 
-    // The template dialogs that the third command opens for a click at this point.
+    // Right-clicks at the point and chooses the command that edits the template. Returns the dialogs that
+    // opened.
     Texts Dialogs(POINT point)
     {
         m_settings.Redirect();
@@ -511,7 +513,7 @@ TEST_P(ConvListTemplate, WithoutAStoredTemplateTheCellsTextIsShown)
     EXPECT_EQ(Dialogs(m_window.At(200, 3)), Texts{Caption(1) + L": M3.sldprt"});
     EXPECT_EQ(Dialogs(m_window.At(400, 2)), Texts{Caption(2) + L": Norm 2"});
     EXPECT_EQ(Dialogs(m_window.BelowRows(400)), Texts{Caption(2) + L": Norm 2"});
-    EXPECT_EQ(m_settings.Template(1), L"(none)") << "looking stores nothing";
+    EXPECT_EQ(m_settings.Template(1), L"(none)") << "opening the dialog stores nothing";
     EXPECT_EQ(m_settings.Template(2), L"(none)");
 }
 

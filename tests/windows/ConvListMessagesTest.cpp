@@ -10,7 +10,6 @@
 
 namespace {
 
-// Joins the lists.
 Texts operator+(Texts first, const Texts& second)
 {
     first.insert(first.end(), second.begin(), second.end());
@@ -41,8 +40,8 @@ protected:
         action();
         return m_trace.Take();
     }
-    // The messages of an action that ends an edit of the cell in row 1, after this text is typed over it, or
-    // without a change.
+    // Opens the editor of a cell in row 1 and types over its text, unless `typed` is empty. Performs the
+    // action, which ends the edit, and returns the action's messages.
     Texts AfterEdit(int column, const std::wstring& typed, const std::function<void()>& action)
     {
         m_window.m_list.EditCell(1, column);
@@ -217,7 +216,7 @@ TEST_F(ConvListMessages, OfAHeaderDragDuringAnEdit)
               kEditorLeft + End(L"column 1 \"M8x20\" length 5") + kEditorGone + kChanged);
 }
 
-// The parent's window is destroyed during an edit, so there is no end to report.
+// The parent's window is destroyed during an edit: nobody is left to be notified of its end.
 TEST_F(ConvListMessages, OfTheListGoingAwayDuringAnEdit)
 {
     m_window.m_list.EditCell(1, 1);

@@ -41,14 +41,14 @@ inline void Type(const std::wstring& text)
 inline void PressKey(WPARAM key)
 {
     const bool alt = ::GetKeyState(VK_MENU) < 0;
-    const bool altGr = alt && ::GetKeyState(VK_CONTROL) < 0;  // no system key ("WM_KEYDOWN message")
+    const bool altGr = alt && ::GetKeyState(VK_CONTROL) < 0;  // makes no system key ("WM_KEYDOWN message")
     const LPARAM context = alt ? 0x20000000 : 0;
     ::PostMessageW(::GetFocus(), alt && !altGr ? WM_SYSKEYDOWN : WM_KEYDOWN, key, context | 1);
     DrainMessages();
 }
 
-// The list's parent, which records the keys that it is offered before dispatch. It counts the requests for
-// the menu that a key opens, and does not open it.
+// The list's parent. Records the keys that it is offered before dispatch. Counts the requests to open the
+// system menu by a key, and opens none.
 class CListParent : public CPlainWindow
 {
 public:
@@ -178,8 +178,8 @@ private:
     std::array<BYTE, 256> m_before{};
 };
 
-// Records the relevant messages to the list, its parent and its cell editor, in the order in which they are
-// sent or leave the queue, until the end of the scope. One at a time.
+// Records the relevant messages to the list, its parent and its cell editor until the end of the scope, in
+// the order in which they are sent or leave the queue. Only one trace may exist at a time.
 class CMessageTrace
 {
 public:
@@ -252,7 +252,8 @@ private:
         }
     }
 
-    // Of WM_COMMAND only a menu's commands, not the editor's notifications.
+    // False for the WM_COMMAND messages that the editor sends as notifications. Those of a menu have a zero
+    // lParam.
     static bool IsNotEditorNotification(UINT message, LPARAM lParam)
     {
         return message != WM_COMMAND || lParam == 0;

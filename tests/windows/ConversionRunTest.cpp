@@ -95,7 +95,7 @@ TEST_F(ConversionRunTest, CopiesRecordsAndUpdatesPartAfterPart)
             L"document GetConfigurationNames method",
             L"document GetConfiguration method BSTR=Default",
             L"configuration UseAlternativeBomName put BOOL=-1",
-            // The standard number comes after "N_": "ISO_4032" begins with no digits.
+            // %1 takes the digits right after "N_": here none, as "ISO_4032_M6" begins with a letter.
             L"configuration AlternativeBomName put BSTR=|4032|M6|%5",
             L"document Save method BOOL=-1",
             L"application CloseDocument method BSTR=lib\\Mapped\\Mutter.sldasm",
@@ -170,7 +170,7 @@ TEST_F(ConversionRunTest, ShowsWhatItDoesInEnglish)
 TEST_F(ConversionRunTest, TheThirdLineIsClearedForEachRow)
 {
     AddRows(2);
-    // Without a configuration object the writer stops and leaves its texts on screen.
+    // Without a configuration object the writer stops, and its texts stay in the dialog.
     m_document.On(kGetConfiguration, AnswerObject(nullptr));
     Run(false);
     EXPECT_EQ(m_screen.m_texts[IDC_PROGRESS_THIRD],
@@ -295,8 +295,8 @@ TEST_F(ConversionRunTest, TheOverallBarShowsTheShareDone)
     EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_FILE], Positions(8, 0));
 }
 
-// 53/100 in single precision is slightly less than 0.53, and 100 times that rounds to 52.999996. 59/100 is
-// similar; the other hundredths are exact.
+// In single precision, 53/100 is slightly less than 0.53, and 100 times that rounds to 52.999996. The same
+// happens to 59/100. All other shares give the exact percentage.
 TEST_F(ConversionRunTest, TheShareIsComputedInSinglePrecisionAndTruncated)
 {
     AddRows(100);
@@ -336,7 +336,8 @@ TEST_F(ConversionRunTest, ARunWithUpdatesCountsThePendingRows)
     m_document.On(kGetConfigurationCount, AnswerLong(2));
     m_document.On(kGetConfigurationNames, AnswerStrings({L"A", L"B"}));
     Run(false);
-    // Row 2: begins at 0, its two configurations share 50, saving shows 50; row 3 likewise from 50.
+    // Row 2 begins at 0, its two configurations begin at 0 and 25, and saving shows 50. Row 3 does the same
+    // from 50.
     EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 0, 0, 25, 50, 50, 50, 75, 100}));
     EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_FILE], (Positions{0, 0, 0, 0, 50, 100, 0, 0, 50, 100}));
 }
@@ -368,7 +369,7 @@ TEST_F(ConversionRunTest, ACopyOnlyRunCannotBeCancelled)
     AddRows(3);
     int presses = 0;
     m_screen.m_onOverallMove = [&] {
-        // The dialog itself makes the first move.
+        // The dialog makes the first move itself, when it is created.
         if (m_screen.m_positions[IDC_PROGRESS_OVERALL].size() > 1) {
             ++presses;
             m_screen.PressCancel();
@@ -427,7 +428,7 @@ TEST_F(ConversionRunTest, ACancelEndsTheRunAfterTheCurrentRow)
     EXPECT_EQ(*(m_log.end() - 3), Cancelled());
     EXPECT_EQ(Count(L"document Save method BOOL=-1"), 5) << "the part in hand is finished";
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b4.sldprt"));
-    EXPECT_FALSE(IsReadOnly(L"lib\\Mapped\\b5.sldprt")) << "the run ends before that";
+    EXPECT_FALSE(IsReadOnly(L"lib\\Mapped\\b5.sldprt")) << "the run ends before the copy is made read-only";
     EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b6.sldprt"));
 }
 
@@ -455,7 +456,7 @@ TEST_F(ConversionRunTest, ARevokedCancelLetsTheRunContinue)
 TEST_F(ConversionRunTest, ACancelOutsideTheConfigurationsNeedsNoConfirmation)
 {
     AddRows(2);
-    // The button is enabled while the part is opened; without configurations there is no question.
+    // The cancel button is enabled while the part is opened. Without configurations no question is asked.
     m_document.On(kGetConfigurationCount, AnswerLong(0));
     m_application.On(kOpenDocument, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_document)));
     Run(false);
@@ -500,7 +501,7 @@ TEST_F(ConversionRunTest, AFailedCopySkipsTheRow)
     EXPECT_EQ(Marks(), "cPc");
     EXPECT_EQ(Count(L"document Save method BOOL=-1"), 2);
     EXPECT_EQ(Boxes(), (Texts{SourceMissing(L"lib\\a2.sldprt"), Finished()}));
-    // Two parts of three: 33 and 66 when saving, and the row that failed does not count.
+    // Saving shows 33 for the first of three parts and 66 for the second. The row that failed does not count.
     EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 0, 33, 33, 33, 33, 66}));
 }
 
@@ -514,7 +515,8 @@ TEST_F(ConversionRunTest, NoCopyReplacesTheMapFile)
     EXPECT_FALSE(IsReadOnly(kMapFile)) << "the next run could not write it";
 }
 
-// Names that lead out of the folder, to a stream of a copy, and to a part outside the folder.
+// New names that lead out of the folder and to a stream of another copy, and an original name outside the
+// folder.
 TEST_F(ConversionRunTest, ARowWithoutTwoFileNamesIsSkippedAndTheFirstIsReported)
 {
     AddRow(L"a.sldprt", L"..\\other.sldprt", L"x");
@@ -575,7 +577,7 @@ TEST_F(ConversionRunTest, WithoutAFolderTheNetworkIsNotAccessed)
     EXPECT_EQ(network.m_paths, Texts{});
 }
 
-// While it is full, the disk takes only half of each record that is written to the map file.
+// While m_isFull is set, each write to the map file appends half a record and fails as on a full disk.
 class CFullDisk : public CFileInterceptor
 {
 public:
@@ -585,7 +587,7 @@ public:
         if (!m_isFull || !isWrite || !operation.path.ends_with(L"PartsMap.txt")) {
             return ERROR_SUCCESS;
         }
-        m_isFull = false;  // for the half record
+        m_isFull = false;  // lets the half record through
         std::ofstream(std::filesystem::path(kMapFile), std::ios::app) << "a2.sldprt ; b2.s";
         m_isFull = true;
         return ERROR_DISK_FULL;
@@ -685,7 +687,7 @@ TEST_F(ConversionRunTest, AReportedErrorIsShownAndTheRunContinuesWithANewConnect
                                            EXPECT_FALSE(m_mainWindow.IsWindowEnabled());
                                        },
                                        AnswerLong(2024100)));
-    // The button stays disabled until the next part has been written.
+    // The cancel button stays disabled until the next part has been written.
     m_document.On(kGetConfigurationCount, Before([&] { EXPECT_FALSE(m_screen.MayCancel()); }, AnswerLong(1)));
     Run(false);
     EXPECT_EQ(Boxes(),
@@ -700,7 +702,7 @@ TEST_F(ConversionRunTest, AReportedErrorIsShownAndTheRunContinuesWithANewConnect
               (Texts{expected::kLoadingCad.Current(), Copying(L"lib\\a1.sldprt"),
                      Editing(L"lib\\Mapped\\b1.sldprt"), expected::kLoadingCad.Current(),
                      Copying(L"lib\\a2.sldprt"), Editing(L"lib\\Mapped\\b2.sldprt")}));
-    // The second row begins at one part of two, even though the first failed.
+    // The second row begins at 50: the first one counts as done, although its part could not be opened.
     EXPECT_EQ(m_screen.m_positions[IDC_PROGRESS_OVERALL], (Positions{0, 0, 50, 50, 100}));
 }
 
@@ -865,14 +867,14 @@ protected:
         RunToTheEnd(false);
     }
 
-    // Loses the connection in the first row, after calling a function.
+    // Calls a function in the first row, then loses the connection.
     void LoseConnection(const std::function<void()>& before)
     {
         FailOpening(1, Before(before, Fail(E_UNEXPECTED)));
         RunToTheEnd(false);
     }
 
-    // The log from the last such event on.
+    // The log from the last occurrence of an event on.
     [[nodiscard]] EventLog From(const std::wstring& event) const
     {
         const auto found = std::ranges::find(m_log.rbegin(), m_log.rend(), event);
@@ -985,7 +987,7 @@ TEST_F(EndOfRunTest, WhenTheSessionEndsWhileTheCadSystemIsLoaded)
     }
 }
 
-// The computer may fall asleep, and the session may end, in front of the last message.
+// While the last message is open, the run no longer keeps the computer awake or the Windows session open.
 TEST_F(EndOfRunTest, AfterTheLongOperation)
 {
     bool duringCall = false;
@@ -1070,8 +1072,9 @@ TEST_F(EndOfRunTest, WhenAnExceptionEndsIt)
     EXPECT_EQ(From(box), EventLog{box} + kDialogGoes + (EventLog{kCadEnds, L"map file closed", L"thrown"}));
 }
 
-// Another window of the thread plays another program: it must not come to the front instead of the main
-// window, which no queued message may reach before it is disabled again.
+// A second window of the thread plays another program's window. It must not become active instead of the main
+// window when the progress dialog closes. No queued message may be dispatched before the main window is
+// disabled again.
 TEST_F(EndOfRunTest, TheMainWindowIsActiveAfterTheProgressDialog)
 {
     const CCountingWindow other;
@@ -1097,7 +1100,7 @@ TEST_F(EndOfRunTest, TheMainWindowIsActiveAfterTheProgressDialog)
     EXPECT_GT(other.m_count, 0);
 }
 
-// What the main window hears of a run: percentages, and whether the run failed, in front of its last message.
+// What a run reports to the main window: percentages and, before its last message, whether it failed.
 class RunProgressTest : public ConversionRunTest
 {
 protected:

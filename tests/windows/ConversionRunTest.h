@@ -20,7 +20,8 @@
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// Runs with automation objects in this process and real files, table and progress dialog.
+// The base of the tests of the conversion run. The automation objects are fakes in this process; the files,
+// the table and the progress dialog are real.
 
 using Texts = std::vector<std::wstring>;
 using Positions = std::vector<int>;
@@ -32,10 +33,10 @@ class CScreenWatcher
 {
 public:
     HWND m_dialog = nullptr;                                 // the progress dialog; it may be gone
-    std::map<int, Texts> m_texts;                            // what each line was set to
-    std::map<int, Positions> m_positions;                    // and each bar
+    std::map<int, Texts> m_texts;                            // the texts that each line was given
+    std::map<int, Positions> m_positions;                    // the positions that each bar was given
     std::function<void()> m_onOverallMove;                   // called when the overall bar is about to move
-    std::function<void(const std::wstring&)> m_onFirstLine;  // and when the first line is about to be set
+    std::function<void(const std::wstring&)> m_onFirstLine;  // called when the first line is about to be set
     std::function<void(HWND, UINT, WPARAM)> m_onMessage;     // called for each message sent to a window
 
     [[nodiscard]] bool IsOpen() const { return m_dialog != nullptr && IsWindow(m_dialog) != FALSE; }
@@ -86,7 +87,8 @@ private:
 class ConversionRunTest : public testing::Test, protected CConversionView
 {
 protected:
-    // The standard-parts folder is "lib" in the working folder, so that the texts on screen fit their lines.
+    // The standard-parts folder is "lib" in the working folder. Its path is that short so that the progress
+    // dialog shows it whole.
     ConversionRunTest()
     {
         std::filesystem::create_directories(L"lib\\Mapped");
@@ -111,7 +113,7 @@ protected:
         }
     }
 
-    // The same after every end of a run.
+    // What holds after every run, however it ended.
     void TearDown() override
     {
         if (IsSkipped()) {
@@ -124,7 +126,7 @@ protected:
         EXPECT_EQ(m_configuration.References(), 0);
     }
 
-    // A row and its part file.
+    // Adds a row and creates its part file.
     void AddRow(const std::wstring& original, const std::wstring& renamed, const std::wstring& bomName,
                 bool pending = true)
     {
@@ -133,7 +135,7 @@ protected:
         m_pending.push_back(pending);
         WriteBytes(L"lib\\" + original, "content of a part");
     }
-    // Pending rows a1, a2, ... with the new names b1, b2, ...
+    // Adds pending rows a1, a2, ... with the new names b1, b2, ...
     void AddRows(int count)
     {
         for (int i = 1; i <= count; ++i) {
@@ -202,7 +204,7 @@ protected:
 
     virtual void Log(const std::wstring& event) { m_log.push_back(event); }
 
-    // Calls a function before a member returns its result.
+    // An answer that calls a function first.
     static CFakeDispatch::Handler Before(std::function<void()> action, CFakeDispatch::Handler answer)
     {
         return [action = std::move(action), answer = std::move(answer)](FakeCall& call) {

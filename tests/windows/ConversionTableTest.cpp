@@ -34,8 +34,8 @@ protected:
         }
     }
 
-    // A row as "ORIGINAL > NEW NAME > BOM NAME", followed by "(converted)", or "(bad mark)" if item data and
-    // state image do not match.
+    // A row as "ORIGINAL > NEW NAME > BOM NAME". A converted row is followed by "(converted)", a row whose
+    // item data and state image do not match by "(bad mark)".
     [[nodiscard]] std::wstring Row(int row) const
     {
         const std::wstring text = m_table.GetItemText(row, 0) + L" > " + m_table.GetItemText(row, 1) +
@@ -129,8 +129,8 @@ protected:
     struct Moment
     {
         Texts rows;
-        bool redraws;  // the list view draws what changes
-        int changes;   // notifications since the moment before
+        bool redraws;  // whether the list view draws changes
+        int changes;   // notifications since the previous moment
 
         bool operator==(const Moment&) const = default;
         friend void PrintTo(const Moment& moment, std::ostream* stream)
@@ -182,11 +182,11 @@ TEST_F(ConversionTableTest, AnAddedFileGetsItsNamesAndIsPending)
     EXPECT_EQ(TakeChanges(), 0);
 }
 
-// Files that are added one list after another, and the rows that they get. Nothing is reported.
+// Lists of files, added one after the other, and the rows of the table afterwards. No message appears.
 struct Addition
 {
     const char* what;
-    std::optional<std::wstring> fileTemplate;  // none stored: the default
+    std::optional<std::wstring> fileTemplate;  // if none is stored, the default is used
     std::vector<Texts> added;
     Texts rows;  // "ORIGINAL > NEW NAME"
 };
@@ -279,7 +279,7 @@ TEST_F(ConversionTableTest, ATemplateThatIsNoTextCountsAsMissing)
     EXPECT_EQ(m_settings.Template(2), L"Norm %1 - %2");
 }
 
-// The two are the same extension for the file system.
+// For the file system, the two are the same extension.
 TEST_F(ConversionTableTest, AnExtensionInAnotherCaseIsNotAddedAgain)
 {
     m_settings.SetTemplate(1, L"%4.TÉILÄЯ");
@@ -405,7 +405,8 @@ TEST_F(ConversionTableTest, AFileThatCollidedMayBeAddedAgain)
     EXPECT_EQ(Column(1), (Texts{L"N_1.sldprt", L"N_1_b.sldprt"}));
 }
 
-// The list view's search does not find a file that got no row.
+// The file that collided got no row, so a later file is no duplicate of it. The list view's own search would
+// not find it either.
 TEST_F(ConversionTableTest, AFileThatCollidedDoesNotBlockAnother)
 {
     m_settings.SetTemplate(1, L"%4.%6");
@@ -537,7 +538,7 @@ private:
 class ConversionTableEffortTest : public ConversionTableTest
 {
 protected:
-    // The number of messages to the list view for an operation on a table of n rows.
+    // The number of messages to the list view for an operation on n files, half of which are in the table.
     int MessagesFor(int n, const std::function<void(const Texts& files)>& operation)
     {
         m_table.DeleteAllItems();
@@ -674,7 +675,7 @@ TEST_F(HandEditTest, ACancelledEditChangesNothing)
     ExpectUnchanged();
 }
 
-// What is typed over a cell of row 1, and what becomes of it.
+// What is typed over a cell of row 1, and the cell afterwards.
 struct HandEdit
 {
     int column;
@@ -697,7 +698,7 @@ constexpr HandEdit kHandEdits[] = {
     {1, L"M8.sldprt", L"M8", L"M8.sldprt"},
     {1, L"M8.sldprt", L"M8.sldprt", L"M8.sldprt"},
     {1, L"M8.sldprt", L"M8..sldprt", L"M8.sldprt"},
-    // Another row's file name is refused; another case is another name.
+    // Another row's file name is refused; a name in another case is a different name.
     {1, L"M8.sldprt", L"M10", L"M8.sldprt", &expected::kNameTaken},
     {1, L"M8.sldprt", L"M6.sldprt", L"M8.sldprt", &expected::kNameTaken},
     {1, L"M8.sldprt", L"m8.sldprt", L"m8.sldprt"},
@@ -732,7 +733,7 @@ TEST_F(HandEditTest, ACellFollowsTheNameRules)
             const bool changed = std::wstring(edit.before) != edit.after;
             EXPECT_EQ(m_table.IsPending(1), changed);
             EXPECT_EQ(m_table.GetItemState(1, 0xF000), changed ? 0x1000U : 0x2000U);
-            EXPECT_EQ(m_table.CountPendingRows(), changed ? 1 : 0) << "another row";
+            EXPECT_EQ(m_table.CountPendingRows(), changed ? 1 : 0) << "another row is pending";
             EXPECT_EQ(TakeChanges(), changed ? 1 : 0);
             EXPECT_EQ(m_messages.TakeTexts(),
                       edit.message != nullptr ? Texts{edit.message->Current()} : Texts{});
@@ -853,8 +854,8 @@ TEST_F(ApplyTemplateTest, ATemplateChangedDuringAMessageAppliesToTheNextRow)
     EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"bb.sldprt", L"cc.sldprt"}));
 }
 
-// A file-name template applied to rows {original name, new name}, and what becomes of the new names. Nothing
-// is reported.
+// A file-name template, the rows {original name, new name} to which it is applied, and the new names
+// afterwards. No message appears.
 struct Application
 {
     const char* what;
@@ -938,7 +939,7 @@ TEST_F(ApplyTemplateTest, ForbiddenCharactersAreReportedOnce)
     const CLanguageScope english(0);
     Apply(1);
     EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kForbiddenInFileName.Current()})
-        << "though the names are the same now";
+        << "reported although no name changes";
 }
 
 TEST_F(ApplyTemplateTest, ATakenNameIsNotUsedAndReportedOnce)

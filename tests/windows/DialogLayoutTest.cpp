@@ -15,7 +15,8 @@ namespace {
 
 constexpr RECT kRect{100, 50, 300, 150};
 
-// Of a CPlainWindow without a frame. A unit is a pixel, as the window is no dialog.
+// The client size of a CPlainWindow without a frame. For this window, which is no dialog, MapDialogRect does
+// nothing: a dialog unit is one pixel.
 constexpr SIZE kNatural{640, 480};
 
 constexpr RECT kLargeWorkArea{0, 0, 4000, 3000};
@@ -197,7 +198,7 @@ TEST(DialogLayoutPaint, EverythingIsPaintedAnew)
     EXPECT_TRUE(GetUpdateRect(resting, nullptr, FALSE));
 }
 
-// The system's part in a change of the scaling, which Wine does not play: dialog units become more pixels.
+// Plays the system's part when the scaling changes, because Wine does not: a dialog unit becomes more pixels.
 
 int g_percent = 100;
 decltype(&::MapDialogRect) g_mapDialogRect = nullptr;
@@ -274,7 +275,7 @@ TEST_F(DialogLayoutScaling, AComboBoxIsOnlyMoved)
 
 // A change of the scaling that MapDialogRect does not follow.
 
-UINT g_dpi = 0;  // 0: that of the window
+UINT g_dpi = 0;  // 0: the window's own DPI
 decltype(&::GetDpiForWindow) g_getDpiForWindow = nullptr;
 
 UINT WINAPI GetDpiChanged(HWND window)
@@ -282,7 +283,7 @@ UINT WINAPI GetDpiChanged(HWND window)
     return g_dpi != 0 ? g_dpi : g_getDpiForWindow(window);
 }
 
-// A dialog of the program with a font of its own, and one that was created with a font of twice the size.
+// A dialog, and a second one that was created with a font of twice the size.
 class DialogLayoutStaleUnits : public testing::Test
 {
 protected:
@@ -308,7 +309,8 @@ protected:
         std::array<wchar_t, 6> m_font{L"Arial"};
     };
 
-    // A dialog without controls, whose font has a size in points. Wine's dialogs take no new one.
+    // A dialog without controls; its font size is given in points. m_newFont plays the font that the system
+    // sets when the scaling changes, because Wine's dialogs take no new font.
     class CFontDialog : public CWnd
     {
     public:
@@ -320,7 +322,7 @@ protected:
         }
         ~CFontDialog() override { DestroyWindow(); }
 
-        // The size of the template's client area, as the system maps it.
+        // The size of the template's client area in pixels, as the system maps it.
         [[nodiscard]] SIZE Mapped() const
         {
             RECT rect{0, 0, kUnits.cx, kUnits.cy};
@@ -348,7 +350,7 @@ protected:
     CFontDialog m_dialog{8};
     CFontDialog m_larger{16};
     CDialogLayout m_layout;
-    UINT m_first = 0;  // the scaling
+    UINT m_first = 0;  // the DPI at the start
 };
 
 TEST_F(DialogLayoutStaleUnits, TheDialogsNewFontDecides)

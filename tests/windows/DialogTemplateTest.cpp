@@ -13,7 +13,7 @@
 #include "tests/support/WindowScopes.h"
 
 // The layout of the dialogs in both languages: nothing is truncated, nothing overlaps, every field has a
-// name. Measured with the dialog's actual font; under Wine it is wider than on Windows.
+// name. Texts are measured in the dialog's actual font, which is wider under Wine than on Windows.
 
 namespace {
 
@@ -31,7 +31,7 @@ std::wstring CaptionOf(HWND control)
     return text;
 }
 
-// Pixels that the control draws beside its caption.
+// The width in pixels that the control needs beside its caption.
 int WidthBesideCaption(HWND control)
 {
     if (ClassNameOf(control) != L"Button") {

@@ -36,8 +36,8 @@ protected:
     }
 };
 
-// The template dialog, which makes one step of a test per message of its queue: messages that a step posts
-// are handled before the next step. It closes after the last step.
+// The template dialog, which performs a test step by step. Each step is a message in the queue, so messages
+// that a step posts are handled before the next step. Closes after the last step.
 class CSteppingDialog : public CDialog
 {
 public:
@@ -48,7 +48,7 @@ public:
     CNotingEdit m_edit;
     std::wstring m_text = L"from the member";
     bool m_endAtStart = false;
-    bool m_halted = false;  // no further steps
+    bool m_halted = false;  // posts no further step
     std::function<void()> m_onInit;
     std::function<void()> m_onDestroy;
     std::function<void()> m_onIdle;
@@ -216,10 +216,11 @@ TEST_F(DialogTest, LeavesADisabledOwnerDisabled)
     EXPECT_FALSE(m_owner.IsWindowEnabled());
 }
 
-// The steps are messages in the queue: it is idle after the last one only.
+// Each step is a message in the queue, so the queue is empty, and the dialog idle, only after the second
+// step. Idle work then posts the third.
 TEST_F(DialogTest, IdleWorkIsDoneOnceAndAfterAllMessages)
 {
-    m_dialog.m_halted = true;  // the steps post themselves
+    m_dialog.m_halted = true;  // the functions below post the next step
     m_dialog.m_onIdle = [&] {
         m_dialog.m_halted = false;
         m_dialog.PostMessage(kNextStep);
@@ -298,7 +299,7 @@ TEST_F(DialogTest, TheEndOfTheProgramEndsTheDialog)
     }};
     EXPECT_EQ(m_dialog.DoModal(), -1);
     EXPECT_TRUE(m_owner.IsWindowEnabled());
-    // Outer message loops must get it, too.
+    // Outer message loops must get WM_QUIT, too.
     MSG message{};
     ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
     EXPECT_EQ(message.wParam, 3U);
@@ -495,7 +496,7 @@ TEST_F(DialogTest, AModelessDialogLeavesItsOwnerEnabled)
         EXPECT_TRUE(m_owner.IsWindowEnabled());
         EXPECT_EQ(GetWindow(window, GW_OWNER), m_owner.m_hWnd);
         EXPECT_EQ(dialog.m_edit.GetWindowText(), L"from the member");
-        EXPECT_FALSE(IsWindowVisible(window)) << "the template does not say so";
+        EXPECT_FALSE(IsWindowVisible(window)) << "the template is without WS_VISIBLE";
     }
     EXPECT_FALSE(IsWindow(window));
 }

@@ -13,7 +13,7 @@
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// The template dialog, run modally in this process in both languages, and used as a person uses it.
+// The template dialog, run modally in this process, in both languages, and operated as by a user.
 
 namespace {
 

@@ -54,7 +54,7 @@ constexpr FILETIME kLongAgo{0, 0x01B00000};  // in 1986
 class CopyPartFileTest : public FileMiscTest
 {
 protected:
-    // Expect the copy to fail with this error about the source or the target, in each language.
+    // The copy must fail in each language, with this error about the source or the target.
     void ExpectSourceNotOpened(const expected::Message& error)
     {
         InBothLanguages([&] {
@@ -88,7 +88,7 @@ BOOL WINAPI HideArchive(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID infor
     return found;
 }
 
-// The attributes that were last set.
+// The file attributes that were set last.
 DWORD g_attributesSet = 0;
 decltype(&SetFileInformationByHandle) g_setInformation = nullptr;
 BOOL WINAPI NoteAttributes(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID information, DWORD size)
@@ -301,7 +301,7 @@ TEST_F(CopyPartFileTest, SourceMayBeOpenElsewhere)
 
 TEST_F(CopyPartFileTest, AMissingSourceIsReportedAndMakesNoTarget)
 {
-    m_source = m_folder / L"100%2.sldprt";  // no placeholder
+    m_source = m_folder / L"100%2.sldprt";  // its %2 is no placeholder
     ExpectSourceNotOpened(expected::FileMissing);
     EXPECT_FALSE(PathExists(m_target));
 }
@@ -469,7 +469,7 @@ TEST_F(ReadOnlyTest, SetReadOnlyAlsoSetsTheArchiveAttributeAndTheTime)
     ASSERT_FALSE(WasJustModified());
     EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
     EXPECT_TRUE(IsReadOnly(m_path));
-    // Under Wine every file has the archive attribute.
+    // Always true under Wine, where every file has the archive attribute.
     EXPECT_NE(Status().attributes & FILE_ATTRIBUTE_ARCHIVE, 0U);
     EXPECT_TRUE(WasJustModified());
     EXPECT_EQ(ReadBytes(m_path), "part");

@@ -40,7 +40,7 @@ Cause ThrownCause(Operation operation)
     return Cause::none;
 }
 
-// The system takes half of what is written, and reports no error.
+// While g_writesHalf is set, the system writes half of the bytes only, and reports no error.
 bool g_writesHalf = false;
 decltype(&WriteFile) g_writeFile = nullptr;
 BOOL WINAPI WriteHalf(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)
@@ -145,7 +145,7 @@ TEST_F(FileTest, ShareDenyNoneLetsOthersRenameAndDelete)
     EXPECT_TRUE(::MoveFileW(m_path.c_str(), renamed.c_str()));
     EXPECT_TRUE(::DeleteFileW(renamed.c_str()));
     std::array<char, 3> bytes{};
-    EXPECT_EQ(file.Read(bytes.data(), 3), 2U) << "still there for who has it open";
+    EXPECT_EQ(file.Read(bytes.data(), 3), 2U) << "the file is still there for the program that has it open";
     file.Close();
     EXPECT_FALSE(PathExists(m_path));
     EXPECT_FALSE(PathExists(renamed));

@@ -4,8 +4,8 @@
 
 namespace {
 
-// Knows how many tests there were when it was constructed: the constructors of the program's objects register
-// them.
+// Notes how many tests were registered when it was constructed. The constructors of global objects register
+// the tests.
 class CTestCount
 {
 public:

@@ -8,7 +8,7 @@
 
 #include "tests/windows/ConvListScopes.h"
 
-// The drop-down list as a cell's editor, which only the tests open.
+// The drop-down list as a cell's editor. The program itself never opens it.
 
 namespace {
 
@@ -28,14 +28,14 @@ protected:
     {
         return SendMessageW(m_window.ListEditor(), message, wParam, 0);
     }
-    // The ends of edits since the last call.
+    // The messages to the parent since the last call.
     [[nodiscard]] Texts TakeEnds()
     {
         Texts lines = m_trace.Take();
         std::erase_if(lines, [](const std::wstring& line) { return !line.starts_with(L"parent "); });
         return lines;
     }
-    // The edit has ended like this and left this text in the cell.
+    // The edit ended with these messages to the parent and left this text in the cell.
     void ExpectEnd(const Texts& ends, const std::wstring& text)
     {
         EXPECT_EQ(TakeEnds(), ends);

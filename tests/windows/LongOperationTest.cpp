@@ -9,7 +9,8 @@
 #include "tests/support/ImportTable.h"
 #include "tests/support/WindowScopes.h"
 
-// The calls are noted on their way to the system: Wine has neither sleep nor reasons to stay.
+// The tests record the calls on their way to the system, because Wine neither puts a computer to sleep nor
+// shows why a program blocks the end of the session.
 
 namespace {
 

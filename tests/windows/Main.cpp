@@ -24,7 +24,7 @@ protected:
             CScratchClassKey::RemoveLeftovers();
         }
         m_nResult = RUN_ALL_TESTS();
-        // A filter that matches no test must not pass, nor a child process that skips its test.
+        // A run whose filter matches no test fails, and so does a child process whose one test did not pass.
         const testing::UnitTest& tests = *testing::UnitTest::GetInstance();
         if (tests.test_to_run_count() == 0 || (child && tests.successful_test_count() != 1)) {
             m_nResult = 1;

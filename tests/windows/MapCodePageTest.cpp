@@ -104,7 +104,8 @@ TEST(EncodeMapCharacter, GivesAQuestionMarkForWhatHasNoByteOrMoreThanOne)
 {
     EXPECT_EQ(EncodeMapCharacter(L'日', 932), '?') << "two bytes, 0x93 0xFA";
     EXPECT_EQ(EncodeMapCharacter(L'Б', 932), '?') << "two bytes, 0x84 0x41";
-    EXPECT_EQ(EncodeMapCharacter(L'・', 932), '?') << "0x81 0x45, and what the system makes of 0x81 alone";
+    EXPECT_EQ(EncodeMapCharacter(L'・', 932), '?')
+        << "two bytes, 0x81 0x45, although 0x81 alone decodes to it";
     EXPECT_EQ(EncodeMapCharacter(L'ā', 65001), '?') << "two bytes, 0xC4 0x81";
     EXPECT_EQ(EncodeMapCharacter(L'ā', 1252), '?') << "no best fit such as \"a\"";
     EXPECT_EQ(EncodeMapCharacter(L'Ａ', 1252), '?') << "no best fit such as \"A\"";

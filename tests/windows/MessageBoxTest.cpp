@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int kTextControl = 0xFFFF;  // of the system's message boxes
+constexpr int kTextControl = 0xFFFF;  // the text in the system's message boxes
 constexpr UINT kLook = 50;            // milliseconds
 
 // The contents of a message box.
