@@ -21,7 +21,7 @@ public:
     // Waits for a menu; throws CNotOnScreen if none opens.
     static CMenuOnScreen WaitForOne(DWORD process);
 
-    // Chooses the item with a caption by its underlined letter.
+    // Chooses the item with this caption by its underlined letter.
     void ChooseByKey(const std::wstring& caption) const;
     // Chooses an item of a column's menu with the mouse.
     void Choose(Item item) const;

@@ -13,8 +13,8 @@
 class CProgramUnderTest
 {
 public:
-    // Starts a program in the tests' folder, by default that in the tests' language, with a working folder
-    // (empty: the program's folder).
+    // Starts a program from the tests' own folder, by default the one in the tests' language, with a working
+    // folder (empty: the program's folder).
     explicit CProgramUnderTest(const std::wstring& workingFolder = {}, const std::wstring& program = {});
     ~CProgramUnderTest();
     CProgramUnderTest(const CProgramUnderTest&) = delete;
@@ -25,7 +25,7 @@ public:
 
     // The main dialog; waits until it is on the screen.
     [[nodiscard]] HWND MainWindow() const;
-    // A control of the main dialog by its number.
+    // A control of the main dialog by its id.
     [[nodiscard]] HWND Control(int id) const;
     [[nodiscard]] std::wstring ControlText(int id) const;
     [[nodiscard]] CListOnScreen List() const;
@@ -59,7 +59,7 @@ public:
     // Waits until the process has ended and returns its exit status.
     [[nodiscard]] DWORD WaitForEnd() const;
 
-    // A dialog of the program that has a control with this number; null if there is none.
+    // A dialog of the program that has a control with this id; null if there is none.
     [[nodiscard]] HWND DialogWith(int controlId) const;
 
 private:
