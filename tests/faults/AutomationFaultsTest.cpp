@@ -15,7 +15,7 @@ namespace {
 
 // Counted by hand for FourRows. A part takes seven calls (visibility off, open, count, names, save, close,
 // visibility on) and one more if opening reports a warning. A configuration takes two (get it, set whether it
-// uses its own name) and one more if a name is written:
+// uses its alternative BOM name) and one more if that name is written:
 //
 //   Schraube  7 + 3 + 3     = 13
 //   Scheibe   7 + 3 + 2 + 3 = 15   the second configuration's name is empty
@@ -254,7 +254,7 @@ TEST_P(CallTest, LeavesTheExpectedState)
     }
 }
 
-// Only tools/faults runs suites named *More*; Main is a part of them that always runs.
+// Only tools/faults runs suites named *More*. Main always runs, with one of their kinds of fault.
 INSTANTIATE_TEST_SUITE_P(Main, CallTest,
                          testing::Values(EveryCall{kExceptionWithTexts, Languages::alternating}), NameOf);
 INSTANTIATE_TEST_SUITE_P(MoreMessages, CallTest,

@@ -230,7 +230,7 @@ public:
 
 private:
     static constexpr const char* kFirstCall =
-        "application GetDateCode";  // gets the release, right after connecting
+        "application GetDateCode";  // gets the version, right after connecting
 
     const CTestLibrary* m_library;
     CZelmarRegistry m_registry;

@@ -9,7 +9,8 @@
 class CMenuOnScreen
 {
 public:
-    // The positions of the items in a column's menu: the title and, between separators, the commands.
+    // The items of a column's menu, in their order. A separator follows the title, another one follows
+    // deleteRows.
     enum class Item
     {
         title,

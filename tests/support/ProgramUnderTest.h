@@ -8,8 +8,8 @@
 #include "tests/support/ListOnScreen.h"
 #include "tests/support/MessageBoxOnScreen.h"
 
-// talvenor.exe, operated from outside. The process ends with the object. Functions that wait for something
-// throw CNotOnScreen if it does not appear.
+// talvenor.exe, operated from outside. The destructor ends the process by force. Functions that wait for
+// something throw CNotOnScreen if it does not appear.
 class CProgramUnderTest
 {
 public:

@@ -29,7 +29,7 @@ public:
     // The documents since the last call.
     [[nodiscard]] std::vector<std::wstring> Take() { return std::exchange(m_opened, {}); }
 
-    INT_PTR m_result = 42;  // above 32 is success
+    INT_PTR m_result = 42;  // of ShellExecuteW; above 32 is success
 
 private:
     static HINSTANCE WINAPI Execute(HWND owner, const wchar_t* verb, const wchar_t* file,
