@@ -81,7 +81,7 @@ public:
     bool m_copyOnly = false;
     std::function<void()> m_afterRun;  // called before the results of a run are compared
 
-    // Lets the runs use this path instead: another path of the same folder, or one that does not exist.
+    // Lets the runs use another path of the same folder.
     void RunIn(const std::wstring& folder);
     // These set what is expected from now on.
     void ExpectNoMapFile();                                          // the map file cannot be opened
