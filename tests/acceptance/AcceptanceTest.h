@@ -21,8 +21,8 @@
 using Rows = std::vector<RowOnScreen>;
 using Selection = std::vector<int>;
 
-// Each test starts with a registered standard-parts folder without files, no templates, and the stand-in CAD
-// server with an empty script. It fails if a server is still running at its end.
+// Each test starts with an empty standard-parts folder that the registry names, no templates, and an empty
+// script for the stand-in CAD server. The test fails if a server process is still running at its end.
 //
 // A suite named *InBothLanguages checks texts, mnemonics or the layout, and also runs with the English
 // program; the others run with the German one only (see CMakeLists.txt).
@@ -38,12 +38,12 @@ protected:
     static void ExpectBox(const CProgramUnderTest& program, const std::wstring& text,
                           const std::vector<int>& buttons, int answer);
 
-    // Types a file into the program's file dialog with this title and presses Enter. Throws CNotOnScreen if
+    // Types a path into the program's file dialog with this title and presses Enter. Throws CNotOnScreen if
     // no such dialog opens.
     static void ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path,
                                const Text& title = expected::kAddParts);
 
-    // Expects `text` in an edit, fully selected.
+    // Expects that an edit contains `text` and that all of it is selected.
     static void ExpectSelectedText(HWND edit, const std::wstring& text);
 
     // Three parts in the folder, and their rows.
@@ -53,7 +53,8 @@ protected:
     void WriteThreeRecords() const;
     static Rows RowsOfThreeRecords();
 
-    // Wait for the contents of the list and the caption of its frame.
+    // Wait until the list has these rows, has this selection, or has this caption in its frame. If not, the
+    // test fails.
     static void WaitForRows(const CProgramUnderTest& program, const Rows& rows);
     static void WaitForSelection(const CProgramUnderTest& program, const Selection& rows);
     static void WaitForCaption(const CProgramUnderTest& program, const std::wstring& caption);

@@ -10,7 +10,8 @@
 #include "tests/support/OwnFolder.h"
 #include "tests/support/TextFile.h"
 
-// Registers documentviewer for documents with an extension such as ".pdf"; it writes their paths to a file.
+// Makes documentviewer the program that opens documents with an extension such as ".pdf". The viewer appends
+// the path of each document that it opens to the note file.
 class CDocumentViewer
 {
 public:
@@ -29,7 +30,8 @@ public:
     CDocumentViewer(const CDocumentViewer&) = delete;
     CDocumentViewer& operator=(const CDocumentViewer&) = delete;
 
-    // On Windows the user's own choice of program takes precedence over any registration.
+    // Whether the user has chosen a program for the extension. On Windows, this choice takes precedence over
+    // any registration.
     static bool IsOverruled(const std::wstring& extension)
     {
         const std::wstring key = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\" +

@@ -1,4 +1,4 @@
-// A CAD server that hangs is left with one click and one answer.
+// One click and one answer are enough to give up a CAD server that hangs.
 #include <algorithm>
 #include <functional>
 
@@ -28,7 +28,7 @@ protected:
         });
     }
 
-    // One press only; ClickOn may repeat one.
+    // Clicks exactly once; ClickOn may repeat a press.
     static void Click(HWND control)
     {
         const POINT middle = MiddleOf(control);
@@ -36,7 +36,7 @@ protected:
         ClickAt(middle);
     }
 
-    // Clicks, and answers the question with Yes.
+    // Clicks the control, and answers Yes to the question whether to end the CAD system.
     static void GiveUp(const CProgramUnderTest& program, HWND control)
     {
         Click(control);
@@ -44,9 +44,11 @@ protected:
         ExpectQuestion(program, expected::kEndCad.Current(), IDYES);
     }
 
-    // While a call waits, Wine's COM wakes for posted messages only, and takes the one by which the program
-    // makes it ask the filter again without asking; so messages that do nothing are posted to the program.
-    // Repeatedly, as a box that is closing takes them, too. Windows needs none (from knowledge).
+    // Waits for a condition, and meanwhile posts messages to the program that do nothing. Only Wine needs
+    // these messages: its COM wakes only for posted messages while a call waits, and it takes the program's
+    // own wake-up message (MakeComAskAgain in framework/OleMessageFilter.cpp) out of the queue without
+    // calling the message filter. One message is not enough, because a message box that is closing takes
+    // messages, too. Windows should not need them; this has not been tried.
     static bool WakeUntil(const CProgramUnderTest& program, const std::function<bool()>& condition,
                           DWORD patience = kPatience)
     {
@@ -64,7 +66,8 @@ protected:
         return CMessageBoxOnScreen::Find(program.ProcessId()).has_value();
     }
 
-    // There no dialog in the middle of the screen covers the middle of the window.
+    // Moves a window to the corner of the screen, so that no dialog in the middle of the screen covers the
+    // middle of the window.
     static void MoveToCorner(HWND window)
     {
         const RECT place = RectOf(window);
@@ -80,8 +83,8 @@ protected:
         Sleep(static_cast<DWORD>(std::max(time, now) - now));
     }
 
-    // Clicks where nothing but the question can come of it, before the program asks: on the disabled window.
-    // That leaves the program in front; a click on the other one would not.
+    // Clicks on the disabled main window before the program may ask; this click must not bring up the
+    // question. It leaves the program in front, which a click on the other program would not.
     static void ClickTooEarly(const CProgramUnderTest& program, ULONGLONG hung)
     {
         constexpr ULONGLONG kEarly = 50'000;  // milliseconds
@@ -97,7 +100,8 @@ protected:
         EXPECT_FALSE(WakeUntil(program, hasBox, kLongEnough));
     }
 
-    // Before that time, counted from the hang, no click brings up the question.
+    // Waits until the call has hung for a minute. Until then no click brings up the question, and afterwards
+    // the early click must not bring it up, either.
     static void WaitUntilStalled(const CProgramUnderTest& program, ULONGLONG hung)
     {
         constexpr DWORD kStallTime = 60'000;  // milliseconds
@@ -106,8 +110,9 @@ protected:
     }
 };
 
-// Two programs, each with a library and a server of its own, so that one minute is enough for both. A server
-// that hangs serves no other client.
+// Two programs, each with a library and a server of its own, hang at the same time, so that the test waits
+// for one minute and not for two. The second program gets its own server because a server that hangs serves
+// no other client.
 TEST_F(HangTest, OneClickAndOneAnswerLeaveAHangInTheRunAndInTheEndCall)
 {
     AddParts(3);

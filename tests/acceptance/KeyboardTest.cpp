@@ -23,7 +23,7 @@ protected:
         AnswerByKeys(program, text, {{VK_RIGHT}, {VK_RETURN}});
     }
 
-    // Edits both names of the first row, whose editor F2 opens.
+    // Opens the editor of the first row by F2, and edits both names.
     static void EditFirstRow(const CProgramUnderTest& program)
     {
         PressKeys({VK_F2});
@@ -36,7 +36,8 @@ protected:
         PressKeys({VK_RETURN});
     }
 
-    // The copies and the map file after a copy-only run with the edited first row and without the second.
+    // Expects the copies and the map file of a copy-only run in which the first row was edited and the second
+    // was removed.
     void ExpectCopies() const
     {
         EXPECT_EQ(ReadBytes(m_library.Part(L"N_ISO_4017_M4.sldprt")),
@@ -86,7 +87,7 @@ TEST_F(KeyboardInBothLanguages, ConvertsFromTheStartToTheEnd)
     WaitForEndOfRun(program);
     ExpectCopies();
     WaitForCaption(program, expected::kMapView.Current());
-    // Enter starts the next run, which asks first.
+    // Enter starts the next run, which first asks whether to overwrite the map file.
     program.WaitForFocus(IDC_LIST);
     PressKeys({VK_RETURN});
     PressSecondButton(program, OverwriteQuestion());

@@ -1,4 +1,4 @@
-// The libraries that can be loaded into the program.
+// Which libraries the program can load, and from which folders.
 #include <array>
 #include <filesystem>
 
@@ -9,8 +9,8 @@ namespace {
 
 const std::wstring kPlanted = L"planted.dll";
 
-// Within the scope, the planted library writes a file at the path when it is loaded, in this process or in
-// those that it starts.
+// Within the scope, the planted library creates the file `trace` when this process, or one that it starts,
+// loads it.
 class CPlantedScope
 {
 public:
@@ -39,7 +39,8 @@ private:
     const std::wstring m_before;
 };
 
-// Whether a process can load a library by name or path; the call runs on a thread in that process.
+// Has a process load a library by its name or path, on a new thread in that process. Returns whether the
+// library was loaded.
 bool LoadsInProcess(DWORD processId, const std::wstring& library)
 {
     const UniqueHandle process(OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
@@ -52,7 +53,7 @@ bool LoadsInProcess(DWORD processId, const std::wstring& library)
         process.get(), nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(load)),
         text, 0, nullptr));
     EXPECT_EQ(WaitForSingleObject(thread.get(), kPatience), WAIT_OBJECT_0);
-    DWORD module = 0;  // the lower half of its address, which is not 0 if it was loaded
+    DWORD module = 0;  // the lower half of the module's address; 0 if it was not loaded
     EXPECT_NE(GetExitCodeThread(thread.get(), &module), FALSE);
     return module != 0;
 }
@@ -70,7 +71,7 @@ TEST_F(LibrarySearchTest, RunsNothingFromItsOwnAndTheWorkingFolder)
     ASSERT_NE(program.MainWindow(), nullptr);
     EXPECT_FALSE(LoadsInProcess(program.ProcessId(), kPlanted));
     EXPECT_FALSE(PathExists(m_trace));
-    // Only the search order kept it from being loaded.
+    // By its full path the library is loaded: only the search order kept it out.
     EXPECT_TRUE(LoadsInProcess(program.ProcessId(), OwnFolder() + L"\\" + kPlanted));
     EXPECT_TRUE(PathExists(m_trace));
 }
@@ -84,7 +85,7 @@ TEST_F(LibrarySearchTest, RunsNothingFromTheFoldersOfPath)
     ASSERT_NE(program.MainWindow(), nullptr);
     EXPECT_FALSE(LoadsInProcess(program.ProcessId(), name));
     EXPECT_FALSE(PathExists(m_trace));
-    // Only the search order kept it from being loaded.
+    // This process has the default search order, and loads the library: only the program's order kept it out.
     const UniqueModule loaded(LoadLibraryW(name.c_str()));
     EXPECT_NE(loaded, nullptr);
     EXPECT_TRUE(PathExists(m_trace));
@@ -103,9 +104,9 @@ TEST_F(LibrarySearchTest, RunsNothingInItsResourceLibrary)
         ASSERT_TRUE(std::filesystem::copy_file(OwnFolder() + L"\\" + kPlanted, m_temp / library));
     }
     const CProgramUnderTest program(m_temp.Path());
-    EXPECT_EQ(0U, program.WaitForEnd()) << "it holds no dialog, so the program ends";
+    EXPECT_EQ(0U, program.WaitForEnd()) << "the library holds no dialog, so the program ends";
     EXPECT_FALSE(PathExists(m_trace));
-    // Only loading it as a data file kept its code from running.
+    // Loaded as a library, it runs its code: only loading it as a data file prevented that in the program.
     const UniqueModule loaded(LoadLibraryW((m_temp / L"talvresgerx64.dll").c_str()));
     EXPECT_TRUE(PathExists(m_trace));
 }

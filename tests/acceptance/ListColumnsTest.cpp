@@ -40,8 +40,9 @@ TEST_F(ListColumnsTest, ChangeWidthAndOrderByKey)
     EXPECT_EQ(RowsOfThreeRecords(), program.List().Rows());
 }
 
-// On Windows, letting Alt go first would open the window's menu, which takes the next key; under Wine it
-// opens none here (see ConvListHeaderTest).
+// On Windows, the default handling of Alt's release would open the window's menu when Alt is released first,
+// and the menu would take the next key. Wine opens no menu here; ConvListHeaderTest tests that the list
+// handles the release.
 TEST_F(ListColumnsTest, ChangeTheirOrderWhicheverKeyIsReleasedFirst)
 {
     const CProgramUnderTest program;

@@ -23,7 +23,7 @@ protected:
     static void ExpectUnchanged(const CProgramUnderTest& program)
     {
         WaitForNoEditor(program);
-        // Keys are handled in order: once this one is, so is the end of the edit.
+        // Keys are handled in order: once Ctrl+A has been handled, the edit has ended.
         program.WaitForFocus(IDC_LIST);
         PressKeys({VK_CONTROL, 'A'});
         WaitForSelection(program, {0, 1, 2});
@@ -62,7 +62,8 @@ TEST_F(ListEditTest, AcceptsInputAfterAMessageThatAButtonBroughtUp)
     ExpectMessage(program, expected::kNameTaken.Current());
     program.WaitForRest();
     EXPECT_EQ(rows, program.List().Rows());
-    // Only Wine's buttons capture the mouse after the message: there the first click releases it.
+    // Under Wine, but not on Windows, the button captures the mouse after the message. The first click
+    // releases it.
     ClickAt(program.List().PositionBelowRows(0));
     ClickAt(program.List().CellPosition(2, 0));
     WaitForSelection(program, {2});
@@ -78,7 +79,7 @@ TEST_F(ListEditTest, TakesTheTextBeforeAButtonPressedByItsLetter)
     program.PressByKey(IDC_SELECT_ALL);
     ExpectChanged(program, Edited(RowsOfThreeRecords(), 1, kRenamed, L"M8.sldprt"));
     WaitForSelection(program, {0, 1, 2});
-    // The row with the new name is deleted.
+    // The row whose editor is open is deleted.
     OpenEditor(program, 1, 2);
     TypeOver(program, L"Mutter");
     program.PressByKey(IDC_DELETE);

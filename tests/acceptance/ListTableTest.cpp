@@ -5,7 +5,7 @@ namespace {
 
 constexpr int kRecords = 200;
 
-// Empty while there is no text or another program has the clipboard open.
+// Returns an empty text if the clipboard has no text or another program has it open.
 std::wstring ClipboardText()
 {
     if (OpenClipboard(nullptr) == FALSE) {
@@ -35,7 +35,7 @@ protected:
         return records;
     }
 
-    // Copies all rows by the keys: to read them from outside takes seconds.
+    // Copies all rows by keyboard, because reading them from outside takes seconds.
     static void ExpectBomNames(const std::wstring& word)
     {
         const std::wstring expected = Records(word, L"\t", L"\r\n");
@@ -45,7 +45,7 @@ protected:
         EXPECT_EQ(expected, ClipboardText());
     }
 
-    // Sends the command that a menu sends, and picks a file for it.
+    // Sends a menu command, and picks a file in the dialog that it opens.
     static void PickFor(const CProgramUnderTest& program, int command, const Text& title,
                         const std::wstring& path)
     {
@@ -53,7 +53,7 @@ protected:
         ChooseInPicker(program, path, title);
     }
 
-    // Replaces a word throughout the exported file, once it is complete.
+    // Waits until the exported file is complete, and replaces a word throughout the file.
     static void ReplaceInFile(const std::wstring& path, const std::string& word, const std::string& by)
     {
         std::string text;

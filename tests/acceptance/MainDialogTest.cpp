@@ -15,7 +15,7 @@ namespace {
 class MainDialogTest : public AcceptanceTest
 {
 protected:
-    // Closes the message about a missing folder; the text of the field is selected then.
+    // Closes the message about a missing folder, and expects the focus in the field with its text selected.
     static void ExpectFolderRefused(const CProgramUnderTest& program, const std::wstring& text)
     {
         ExpectMessage(program, expected::kNoSuchFolder.Current());
@@ -125,7 +125,7 @@ TEST_F(HelpInBothLanguages, OpensTheProgramsOwnManualWhereTheLibraryHasNone)
     ExpectOpened(m_ownManual);
 }
 
-// With the folder of the standard parts in the one view of the registry and the program folder in the other.
+// The standard-parts folder is in the 64-bit view of the registry, the program folder in the 32-bit view.
 TEST_F(HelpInBothLanguages, OpensTheProgramsOwnManualWithoutAProgramFolder)
 {
     Write(m_libraryManual);
@@ -172,7 +172,7 @@ protected:
     {
         SetWindowPos(program.MainWindow(), nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER);
     }
-    // Waits until the start button has moved to the right by so many pixels from where it was.
+    // Waits until the start button is `right` pixels to the right of its place in `before`.
     static void WaitForStartAt(const CProgramUnderTest& program, const std::map<int, RECT>& before,
                                LONG right)
     {

@@ -1,4 +1,4 @@
-// The report of the last run, and what follows from it.
+// The report of the last run, and the commands for the rows that it names.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -63,7 +63,7 @@ std::vector<int> RowNumbers(const std::string& page)
     return numbers;
 }
 
-// The five are found, marked and converted with three commands.
+// Three commands select the five parts, mark them and convert them.
 TEST_F(ReportInBothLanguages, LeadsToThePartsThatWereNotSaved)
 {
     const CProgramUnderTest program;
@@ -79,7 +79,7 @@ TEST_F(ReportInBothLanguages, LeadsToThePartsThatWereNotSaved)
     EXPECT_LT(firstRow, page.find(ToUtf8(saving.Current())));
     EXPECT_LT(firstRow, page.find("<bdi>N_ISO_1_M8.sldprt</bdi>")) << "the five come first";
     EXPECT_NE(std::string::npos, page.find("0x80004005"));
-    EXPECT_NE(std::string::npos, page.find("<bdi>2022</bdi>")) << "version 30 is that of 2022";
+    EXPECT_NE(std::string::npos, page.find("<bdi>2022</bdi>")) << "version 30 is SOLIDWORKS 2022";
 
     PostMessageW(program.MainWindow(), WM_COMMAND, IDM_SELECT_ATTENTION, 0);
     WaitForSelection(program, kTheirRows);

@@ -39,7 +39,7 @@ TEST_F(RunFailureTest, GoesOnWithANewServerWhenOneDies)
     const auto secondStart = std::ranges::find(calls.rbegin(), calls.rend(), "- start version=30").base();
     ASSERT_NE(calls.end(), secondStart);
     EXPECT_EQ("1 application GetDateCode method I4=2019250", *secondStart)
-        << "the new server's release counts too";
+        << "the run asks the new server for its version, too";
 }
 
 TEST_F(RunFailureTest, ShowsWhatTheServerReports)
@@ -55,7 +55,7 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
     ExpectBox(program, std::wstring(L"Nur - ") + expected::kUnknownError, {IDOK, IDHELP}, IDOK);
     CMessageBoxOnScreen::WaitForOne(program.ProcessId());
     EXPECT_EQ(FALSE, IsWindowEnabled(GetDlgItem(program.ProgressDialog(), IDCANCEL)))
-        << "until the next part, a run cannot be cancelled after a reconnection";
+        << "after a reconnection, a run cannot be cancelled before the next part";
     ExpectMessage(program, expected::kFinished.Current());
     WaitForEndOfRun(program);
     EXPECT_EQ(MapUpTo(2), m_library.MapFileBytes());
@@ -66,7 +66,7 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
     EXPECT_EQ((Lines{start, start, start, end, end + "2.sldprt", end}), m_server.Life());
 }
 
-// Three parts. The server takes long over the second configuration of the second part: time to cancel.
+// Three parts. The server takes 4 seconds for the second configuration of the second part: time to cancel.
 class CancelInBothLanguages : public RunFailureTest
 {
 protected:

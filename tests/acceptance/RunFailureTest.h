@@ -12,7 +12,8 @@ using Lines = std::vector<std::string>;
 class RunFailureTest : public AcceptanceTest
 {
 protected:
-    // Parts 'N_ISO_1_M8' to 'N_ISO_<count>_M8', copied to '1.sldprt' and so on, with one configuration 'x'.
+    // Adds the parts 'N_ISO_1_M8' to 'N_ISO_<count>_M8', each with one configuration 'x'. The templates name
+    // their copies '1.sldprt' and so on.
     void AddParts(int count)
     {
         for (int number = 1; number <= count; ++number) {
@@ -44,14 +45,14 @@ protected:
         return "N_ISO_" + text + "_M8.sldprt ; " + text + ".sldprt ; Norm " + text + "\r\n";
     }
 
-    // The BOM name in the copy of a part; empty when none was written.
+    // The BOM name in the copy of a part; empty if none was written.
     [[nodiscard]] std::wstring BomNameOf(int number) const
     {
         const PartContents copy = ReadPart(m_library.Copy(std::to_wstring(number) + L".sldprt"));
         return copy.bomEntries.at(0).useAlternative ? copy.bomEntries.at(0).alternative : L"";
     }
 
-    // The run has ended before it wrote anything.
+    // Expects that the run ends before it has copied, recorded or converted anything.
     void ExpectNothingDone(const CProgramUnderTest& program) const
     {
         WaitForEndOfRun(program);

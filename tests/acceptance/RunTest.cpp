@@ -26,7 +26,7 @@ struct StandardPart
 class RunTest : public AcceptanceTest
 {
 protected:
-    // The copy of a part is read-only and differs from the part only in the BOM entries.
+    // Expects that the copy of a part is read-only and differs from the part only in the BOM entries.
     void ExpectCopy(const StandardPart& part) const
     {
         const PartContents source = ReadPart(m_library.Part(part.Name() + L".sldprt"));
@@ -42,7 +42,8 @@ protected:
         EXPECT_FALSE(IsReadOnly(m_library.Part(part.Name() + L".sldprt")));
     }
 
-    // Appends the calls for one part to the log, whose first line has no number.
+    // Appends the calls for one part to the expected log. The log's first line has no number, so the number
+    // of the next call is the number of lines so far.
     void AppendCalls(const StandardPart& part, Lines& log) const
     {
         const auto add = [&log](const std::string& call) {
@@ -137,7 +138,8 @@ TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
     ASSERT_TRUE(WaitFor([&] { return IsWindowEnabled(window) != FALSE; }, kPatience, 1));
     EXPECT_TRUE(m_server.WasAsked("application Exit method ok"));
     WaitForEndOfRun(program);
-    // Neither the key nor the click had an effect: a question would take the input below.
+    // Neither the key nor the click had an effect. Otherwise a question would now be open and take the input
+    // below.
     program.WaitForFocus(IDC_LIST);
     program.Click(IDC_SELECT_ALL);
     WaitForSelection(program, {0});

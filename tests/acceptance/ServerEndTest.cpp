@@ -24,7 +24,7 @@ protected:
         return std::ranges::count_if(log, [](const std::string& line) { return line.starts_with("- late"); });
     }
 
-    // A server that is there before the program connects: the program reaches it.
+    // Starts a server before the program connects, so that the program first connects to this one.
     static IDispatchPtr StartServer()
     {
         IDispatchPtr application;
@@ -81,7 +81,8 @@ TEST_F(ServerEndTest, WaitsForAServerThatStartsSlowly)
     EXPECT_EQ((Lines{"- start version=30", "- end reason=asked open="}), m_server.Life());
 }
 
-// The process is not known to the program, which tries until a new server serves it.
+// The program does not know the process of a server that it did not start, so it cannot wait for its end. It
+// tries to connect until a new server serves it.
 TEST_F(ServerEndTest, TriesAgainWhileAServerThatItReachedLingers)
 {
     AddParts(3);
@@ -96,7 +97,8 @@ TEST_F(ServerEndTest, TriesAgainWhileAServerThatItReachedLingers)
     EXPECT_GT(CountLate(), 0) << "connections while the server lingered";
 }
 
-// The first call, one in the middle, and the one that ends the server.
+// The program is killed during the first call, during one in the middle, and during the one that ends the
+// server.
 TEST_F(ServerEndTest, AKilledProgramLeavesNoServerThatItStarted)
 {
     AddParts(1);
@@ -117,7 +119,8 @@ TEST_F(ServerEndTest, AKilledProgramLeavesNoServerThatItStarted)
     }
 }
 
-// Its user may work in it. The stand-in shows the window before it is connected.
+// A user may be working in a server with a main window. The stand-in shows the window before the program is
+// connected.
 TEST_F(ServerEndTest, AKilledProgramLeavesAServerWithAMainWindow)
 {
     AddParts(1);

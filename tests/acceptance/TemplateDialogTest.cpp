@@ -23,7 +23,7 @@ protected:
         return edit;
     }
 
-    // Types a template over the one that is selected.
+    // Types a template over the previous one, which must be selected.
     static void TypeTemplate(HWND edit, const std::wstring& text)
     {
         ExpectSelectedText(edit, TextOf(edit));

@@ -50,7 +50,7 @@ Outcome CApplication::Perform(DISPID dispid, const CArguments& arguments)
         case automation::kGetDateCode:
             return {S_OK, _variant_t(Session().DateCode(), VT_I4), {}};
         case automation::kSetDocumentVisibility:
-            return {};  // there are no windows; the call is only logged
+            return {};  // documents have no windows; the call is only logged
         case automation::kOpenDocument:
             return OpenDocument(arguments);
         case automation::kOpenDocumentNames:

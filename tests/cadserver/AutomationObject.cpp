@@ -204,7 +204,7 @@ std::optional<Outcome> CAutomationObject::ActBefore(const FaultAction& action, C
             m_session.Hang();
         case FaultAction::Kind::holdAfter:
         case FaultAction::Kind::endAfter:
-            // Once the call has been served: ActAfter.
+            // Handled by ActAfter, once the call has been served.
         case FaultAction::Kind::busy:
         case FaultAction::Kind::reject:
             break;  // handled by the message filter

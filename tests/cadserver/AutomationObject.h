@@ -70,9 +70,10 @@ private:
     // The name of the operation; the number if there is none.
     [[nodiscard]] static std::wstring NameOf(const Call& call);
     Outcome Serve(Call& call);
-    // What a fault does before its call is served. Returns the outcome of a call that it fails.
+    // Does what the fault does before the call is served. Returns the outcome if the fault makes the call
+    // fail.
     std::optional<Outcome> ActBefore(const FaultAction& action, Call& call, const std::wstring& number);
-    // What a fault does once its call has been served.
+    // Does what the fault does after the call has been served.
     void ActAfter(const FaultAction& action) const;
     Outcome ServeWithFaults(Call& call);
     Outcome Handle(Call& call);

@@ -4,7 +4,7 @@
 #include <vector>
 
 // The server's log of calls. Opens and closes the file for each line: lines survive a crash of the server,
-// and others can read and move the file between two calls.
+// and other programs can read and move the file between two calls.
 class CCallLog
 {
 public:

@@ -15,8 +15,8 @@ public:
     // Reads the counters of faults that count across starts.
     explicit CFaultPlan(std::vector<FaultRule> rules);
 
-    // Counts a call, with the file that it is about or an empty text. Returns the faults that hit it, in the
-    // order of the script, except busy and reject.
+    // Counts a call. `file` is the file that the call is about, or empty. Returns the faults that hit the
+    // call, in the order of the script, except busy and reject.
     std::vector<FaultAction> Count(const std::wstring& call, const std::wstring& file);
 
     // What the message filter returns for the next call: SERVERCALL_ISHANDLED, SERVERCALL_RETRYLATER (busy)

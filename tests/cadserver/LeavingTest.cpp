@@ -49,7 +49,8 @@ protected:
     [[nodiscard]] auto Count(const std::wstring& line) const { return std::ranges::count(LogLines(), line); }
 };
 
-// While it lives, answers the server's prompt. Ends the server by force if none appears in time.
+// Waits on a thread of its own for the server's prompt and answers it. Ends the server by force if no prompt
+// appears in time.
 class CPromptAnswer
 {
 public:
@@ -287,7 +288,7 @@ TEST_F(LeavingTest, EndsWhileItsClientsKeepCalling)
     }
 }
 
-// Ends the server by force when the session stays the same for a long time, until done is set.
+// Until `done` is set, ends the server by force when the session number stays the same for a long time.
 void EndIfStuck(HANDLE server, const std::atomic<int>& session, HANDLE done)
 {
     for (int last = -1; last != session;) {

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr double kMinBodySize = 20'500;  // bytes
-constexpr double kMaxFactor = 19;        // the largest body compared with the smallest
+constexpr double kMaxFactor = 19;        // size of the largest body divided by that of the smallest
 constexpr double kSkew = 2.1;            // skews the distribution: half of the bodies are below 41 KB
 
 std::wstring StreamName(size_t index)
@@ -120,7 +120,7 @@ HRESULT ReplaceStream(IStorage& storage, const std::wstring& name, std::string_v
     return FAILED(result) ? result : WriteAll(*stream, bytes);
 }
 
-// Depends only on the file name, regardless of case and folder.
+// The seed depends only on the file name, regardless of case and folder.
 uint64_t SeedOf(const std::wstring& path)
 {
     uint64_t seed = 0xcbf29ce484222325;

@@ -94,7 +94,7 @@ void RequireWords(const std::vector<std::wstring>& words, size_t min, size_t max
     throw CScriptError("unknown word " + ToUtf8(word));
 }
 
-// Parses "from=S", the first start that a rule applies to.
+// Parses "from=N", the first start that a rule applies to.
 DWORD ToFirstStart(const std::wstring& word)
 {
     const auto [key, value] = SplitOption(word);

@@ -72,15 +72,15 @@ struct OpenResult
     long errorCode = 0;
 };
 
-// How long a server stays reachable before it ends, and the status with which it refuses calls then.
+// How long a server stays reachable before it ends, and the status with which it refuses calls meanwhile.
 struct Lingering
 {
     DWORD milliseconds;
     HRESULT status;
 };
 
-// The rules of a script file, described in README.md. Files are named without folder, in any case; a rule for
-// "*" applies to all files without a rule of their own.
+// The rules of a script file, described in README.md. Files are named without folder, in upper or lower case;
+// a rule for "*" applies to all files without a rule of their own.
 class CScript
 {
 public:
@@ -117,7 +117,7 @@ public:
     }
     // Whether the process outlives its sessions.
     [[nodiscard]] bool Stays() const { return m_stays; }
-    // Whether the end call, or the end after it, waits for the answer to a message box.
+    // Whether Exit, or the end of the process after it, waits for the answer to a message box.
     [[nodiscard]] bool PromptsInEnd() const { return m_promptsInEnd; }
     [[nodiscard]] bool PromptsAtEnd() const { return m_promptsAtEnd; }
     // Whether the process shows a main window.

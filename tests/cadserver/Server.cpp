@@ -148,7 +148,7 @@ void ServeCalls(CSession& session)
 {
     const UINT_PTR idleTimer = SetTimer(nullptr, 0, kFirstClientTimeout, nullptr);
     MSG message;
-    // Not ended by a timer's message: clients that keep calling would hold it up forever.
+    // No timer's message ends the loop: while clients keep calling, that message might never be delivered.
     while (!session.EndIsDue() && GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (IsTimer(message, session.StayTimer())) {
             session.EndNow(L"unused");
@@ -164,7 +164,7 @@ void ServeCalls(CSession& session)
     }
 }
 
-// Serves calls, by refusing them, for this time. The timer of RequestEnd wakes the loop.
+// Refuses the calls that arrive during this time. RequestEnd's timer wakes the loop.
 void Linger(DWORD milliseconds)
 {
     const ULONGLONG end = GetTickCount64() + milliseconds;
@@ -174,8 +174,8 @@ void Linger(DWORD milliseconds)
     }
 }
 
-// Serves calls, by refusing them, until no more arrive. Wine (8.0) may not end a process while COM's threads
-// are at work: it kills them first, with the locks that they hold.
+// Refuses calls until no more arrive. Otherwise Wine (8.0) may fail to end the process: it first kills COM's
+// threads, and a lock that such a thread holds is then never released.
 void WaitForQuiet()
 {
     constexpr DWORD kQuiet = 30;        // milliseconds

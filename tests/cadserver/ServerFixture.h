@@ -55,7 +55,7 @@ inline CallResult Invoke(IDispatch* object, DISPID dispid, std::vector<_variant_
     return result;
 }
 
-// Starts servers with a script, a log and a part of the test's own.
+// Starts servers with the test's own script, log and part.
 class CServerFixture : public testing::Test
 {
 protected:
@@ -91,7 +91,7 @@ protected:
                   RunServerProgram(L"--configure --script " + Quoted(m_script) + L" --log " + Quoted(m_log)));
     }
 
-    // The server refuses a script with this rule.
+    // Expects that configuring the server with this rule fails.
     void ExpectWrong(const std::string& rule) const
     {
         SCOPED_TRACE(rule);
@@ -142,7 +142,8 @@ protected:
         return servers;
     }
 
-    // Waits until every server that logged its start has ended, and ends those by force that do not.
+    // Waits until every server that logged its start has ended. A server that does not end in time fails the
+    // test and is ended by force.
     void WaitForEnds() const
     {
         constexpr DWORD kTimeout = 10'000;  // milliseconds

@@ -559,7 +559,7 @@ TEST_F(ServerTest, TheNextClientAfterExitGetsANewProcess)
     EXPECT_EQ(9U, lines.size());
 }
 
-// A session without "stay" ends the process in TearDown.
+// TearDown ends the process by a session without "stay".
 class StayTest : public ServerTest
 {
 protected:

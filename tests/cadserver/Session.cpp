@@ -251,7 +251,7 @@ void CSession::End(UINT status)
     // Otherwise COM would keep sending clients to the dead process.
     Revoke();
     LogEnd();
-    // Not by CoUninitialize: under Wine (8.0) it may wait forever for a call that is just returning.
+    // No CoUninitialize: under Wine (8.0) it may wait forever for a call that is just returning.
     TerminateProcess(GetCurrentProcess(), status);
     std::abort();
 }

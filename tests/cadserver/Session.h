@@ -77,8 +77,8 @@ public:
     void RemoveObject(unsigned number);
     [[nodiscard]] bool WasUsed() const { return m_used; }
 
-    // Accepts no more clients, unless the server lingers, and has the server end soon, so that the current
-    // call can return. If the process stays, ends only the session.
+    // Has the server end soon, but only after the current call can have returned. Until then, the server
+    // accepts no more clients, unless it lingers. If the process stays, only the session ends.
     void RequestEnd(const std::wstring& reason);
     // Whether the time has come for the server to end.
     [[nodiscard]] bool EndIsDue() const { return m_endTime && GetTickCount64() >= *m_endTime; }

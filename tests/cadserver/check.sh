@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Tests the stand-in CAD server, the library generator and the independent reader from a script client that shares no code
-# with them: tests/cadserver/check.sh FOLDER_OF_THE_PROGRAMS
+# Tests the stand-in CAD server with a script client, and with it the library generator and tools/read-parts:
+# tests/cadserver/check.sh FOLDER_OF_THE_PROGRAMS
+#
+# Client and reader share no code with the server and the generator.
 #
 # The exit status is 0 only if all results are as expected. Needs Debian's python3-olefile.
 set -euo pipefail

@@ -9,13 +9,13 @@
 #include "framework/Language.h"
 #include "tests/faults/FaultTest.h"
 
-// Every automation call of a run fails in turn, in every possible way.
+// Every automation call of a run fails in turn, in every way in which a call can fail.
 
 namespace {
 
 // Counted by hand for FourRows. A part takes seven calls (visibility off, open, count, names, save, close,
 // visibility on) and one more if opening reports a warning. A configuration takes two (get it, set whether it
-// uses its own name) and one more if a name is written:
+// uses its alternative BOM name) and one more if that name is written:
 //
 //   Schraube  7 + 3 + 3     = 13
 //   Scheibe   7 + 3 + 2 + 3 = 15   the second configuration's name is empty
@@ -100,7 +100,7 @@ ScriptFor Lingering(HRESULT status)
     };
 }
 
-// The server raises an exception; both take their time to start.
+// The server raises an exception. This server and the next one start slowly.
 ServerScript StartingSlowly(unsigned call)
 {
     Fault fault = kException;
@@ -155,7 +155,7 @@ const std::vector<FaultKind> kOtherKinds = {
      OneOfKind(Fault::Kind::endAfter), ServerLife::perConnection},
 };
 
-// Only real processes linger, start slowly or hang.
+// Only a process that does not stay can linger, start slowly or hang.
 const std::vector<FaultKind> kServerKinds = {
     {"Lingering", "exception, and the server lingers for 1.2 s, refusing calls (RPC_E_DISCONNECTED)",
      Lingering(RPC_E_DISCONNECTED), ServerLife::perConnection},
@@ -254,7 +254,7 @@ TEST_P(CallTest, LeavesTheExpectedState)
     }
 }
 
-// Only tools/faults runs suites named *More*; Main is a part of them that always runs.
+// Only tools/faults runs suites named *More*. Main always runs, with one of their kinds of fault.
 INSTANTIATE_TEST_SUITE_P(Main, CallTest,
                          testing::Values(EveryCall{kExceptionWithTexts, Languages::alternating}), NameOf);
 INSTANTIATE_TEST_SUITE_P(MoreMessages, CallTest,
@@ -265,7 +265,7 @@ INSTANTIATE_TEST_SUITE_P(MoreServers, CallTest,
 INSTANTIATE_TEST_SUITE_P(More, CallTest, testing::ValuesIn(With(kOtherKinds, {Languages::alternating})),
                          NameOf);
 
-// A run as long as those of the field, whose server lingers for as long as a real one may.
+// A run as long as users' runs, with a server that lingers for as long as a real one may.
 class MoreLongListTest : public FaultTest
 {
 protected:
@@ -285,8 +285,8 @@ protected:
         return rows;
     }
 
-    // A part takes ten calls. The third one of each tenth part fails, which adds the end of the server and
-    // the version of the next.
+    // A part takes ten calls. The third one of each tenth part fails. That adds two calls: the one that ends
+    // the server, and the one that gets the version of the next server.
     static ServerScript EachTenthFails()
     {
         constexpr unsigned kCalls = 10;

@@ -50,7 +50,7 @@ bool IsProgressOpen()
     return FindWindowOfThread(&IsProgressDialog) != nullptr;
 }
 
-// An empty file if there are no configurations.
+// Writes an empty file if there are no configurations.
 void MakePart(const std::wstring& path, const std::vector<PartConfiguration>& configurations)
 {
     if (configurations.empty()) {
@@ -162,7 +162,7 @@ bool IsOpenElsewhere(const std::wstring& path)
     return OpenAsOther(path, GENERIC_READ, 0) == nullptr && GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
-// A server that hangs logs no end.
+// A session whose server hangs logs no end, and counts as ended.
 bool HasEverySessionEnded()
 {
     const std::vector<std::string> lines = CServerEnvironment::Server().Log();
@@ -175,7 +175,7 @@ bool HasEverySessionEnded()
 IDispatchPtr ConnectToServer()
 {
     IDispatchPtr application;
-    // Fails while the server of the run before takes back its class.
+    // Connecting fails while the server of the previous run revokes its class.
     EXPECT_TRUE(WaitFor(
         [&] { return SUCCEEDED(application.CreateInstance(kCadProgId, nullptr, CLSCTX_LOCAL_SERVER)); }));
     return application;
@@ -272,7 +272,7 @@ CFaultBench::~CFaultBench()
     EmptyFolder(Mapped());
 }
 
-// The copies of rows that are already converted.
+// Saves the copies of rows that are already converted.
 void CFaultBench::SaveInitialCopies()
 {
     for (const ModelRow& row : m_startRows) {
@@ -285,7 +285,8 @@ void CFaultBench::SaveInitialCopies()
     }
 }
 
-// Overwrites existing copies: under Wine, creating a file in a large folder takes long.
+// Overwrites existing copies instead of creating them anew: under Wine, creating a file in a large folder
+// takes long.
 void CFaultBench::RestoreInitialCopies() const
 {
     for (const auto& [name, copy] : m_startCopies) {
@@ -402,7 +403,8 @@ std::string CFaultBench::Run(const ServerScript& script)
     m_model->m_copyOnly = m_copyOnly;
     m_model->m_life = m_life;
     const RunOutcome expected = m_model->Run(script);
-    // Lives until the server has ended, as in the program: its destructor ends a server that is still tied.
+    // Lives until the server has ended, as in the program: the destructor ends a server that is still tied to
+    // the program.
     CServerProcess process;
     Convert(script, process);
     if (m_afterRun) {
@@ -422,7 +424,7 @@ void CFaultBench::StartOverServer(const std::string& rules) const
     }
 }
 
-// Script rules for the error codes of the rows.
+// Script rules for the error codes with which the rows' copies open.
 std::string CFaultBench::OpenRules() const
 {
     std::string rules;
@@ -432,7 +434,7 @@ std::string CFaultBench::OpenRules() const
     return rules;
 }
 
-// Makes a run with the other client and the user that it takes.
+// Makes a run. Before that, starts what the run needs: another client of the server, or an impatient user.
 void CFaultBench::Convert(const ServerScript& script, CServerProcess& process)
 {
     DrainMessages();
@@ -452,7 +454,8 @@ void CFaultBench::MakeRun(CServerProcess& process)
 {
     CadTimeouts timeouts;
     if (m_life != ServerLife::reached) {
-        // The first failed connection counts: a server that stays is always there to be tried again.
+        // The first failed attempt to connect counts. With the usual time limit, the run would try again for
+        // two minutes while the server lives, and a server that stays always does.
         timeouts.connect = 0;
     }
     try {
@@ -471,7 +474,8 @@ int CFaultBench::OnBox(const MessageRequest& request)
     const bool stalls = request.type == (MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2);
     m_shown.push_back(DescribeBox(request.text, request.type, request.helpFile, request.helpContext));
     if (m_mainWindow.IsWindowEnabled() || !IsProgressOpen()) {
-        // The server may be busy when the run releases it, after the dialog has closed.
+        // Only the question about a server that does not respond may come after the dialog has closed: the
+        // run releases the server then.
         if (!stalls) {
             AddDifference("shown outside the run: " + ToUtf8(request.text));
         }

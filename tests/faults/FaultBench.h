@@ -28,8 +28,9 @@ public:
 
     static CCadServer& Server();
 
-    // Starts over with a server process that outlives its sessions and was there before the run: the run
-    // would wait for the end of one that it started, and end it.
+    // Starts over with a server process that outlives its sessions. The process starts before the run,
+    // because a run waits for the end of a server that it started itself, and ends it by force if it lives
+    // on.
     static void StartOverStaying(const std::string& rules);
 
     // Ends a server process that outlives its sessions.
@@ -42,9 +43,10 @@ private:
     std::unique_ptr<CCadServer> m_server;
 };
 
-// Presses keys from a thread of its own, once the server hangs, until the calling thread has been asked
-// whether to wait. Under Wine (8.0), a waiting call takes the message by which the program's filter makes COM
-// ask again out of the queue without asking; so the user goes on with messages that do nothing.
+// Plays an impatient user: once the server hangs, posts key presses to the thread that made this object,
+// until the program has asked whether to give up the server. From then on, posts messages that do nothing.
+// Without them the answer would have no effect under Wine (8.0): COM takes the program's own wake-up message
+// (MakeComAskAgain in framework/OleMessageFilter.cpp) out of the queue without calling the message filter.
 class CImpatientUser
 {
 public:
@@ -79,17 +81,17 @@ public:
     bool m_copyOnly = false;
     std::function<void()> m_afterRun;  // called before the results of a run are compared
 
-    // Lets the runs use another path of the folder, or one that does not exist.
+    // Lets the runs use another path of the same folder.
     void RunIn(const std::wstring& folder);
     // These set what is expected from now on.
-    void ExpectNoMapFile();                                          // it cannot be opened
-    void ExpectNoHeader() { m_model->m_headerFails = true; }         // it cannot be written
-    void ExpectLateMapFailure() { m_model->m_mapFailsLate = true; }  // flushing or closing it fails
+    void ExpectNoMapFile();                                          // the map file cannot be opened
+    void ExpectNoHeader() { m_model->m_headerFails = true; }         // the header cannot be written
+    void ExpectLateMapFailure() { m_model->m_mapFailsLate = true; }  // flushing or closing fails
     void ExpectNoFailure();
     // Expects that the disk has space for only this many bytes of the map file, whose records have
     // recordLength bytes each.
     void ExpectFullDisk(std::size_t bytes, std::size_t recordLength);
-    // Expects that the first record for which the disk is full stays partially written.
+    // Expects that the first record that does not fit on the disk stays partially written.
     void ExpectPartialRecord() { m_model->m_partialRecordStays = true; }
 
     // Restores the folder of the copies, the table and the model to their initial state.
@@ -150,7 +152,7 @@ private:
     CListenerScope m_listener{[this](const MessageRequest& request) { return OnBox(request); }};
     std::vector<std::wstring> m_shown;
     CImpatientUser* m_user = nullptr;   // during a run with a server that hangs
-    bool m_waits = true;                // answer to the question about a server that does not respond
+    bool m_waits = true;                // whether the user waits for a server that does not respond
     std::optional<std::string> m_map;   // contents of the map file after the last run
     std::size_t m_mapFileCapacity = 0;  // in bytes, if the disk is full
     std::string m_differences;

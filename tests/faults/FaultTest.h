@@ -37,9 +37,9 @@ class FaultTest : public CountingTest
 protected:
     virtual CFaultBench& Bench() = 0;
 
-    // Makes a run with the faults of the script and those that the test has prepared. undo reverts the latter
-    // before the results are compared. Then a second run, if m_thorough, must complete the work, and a last
-    // run of all rows must succeed.
+    // Makes a run with the faults of the script and those that the test has prepared. `undo` removes the
+    // prepared ones before the results are compared. Then, if m_thorough, a second run must complete the
+    // work. Finally a run of all rows must succeed.
     void RunAndRepeat(const ServerScript& script, const std::function<void()>& undo = nullptr);
 
     bool m_thorough = EveryFault();

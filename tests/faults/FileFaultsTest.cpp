@@ -44,8 +44,8 @@ std::size_t SizeOf(const std::wstring& path)
 class FileFaultTest : public FaultTest
 {
 protected:
-    // Calls breakRow for each pending row in turn, in both languages. It must make the copying of the row's
-    // file fail, and returns how to undo that.
+    // Calls breakRow for each pending row in turn, in each of LanguagesToTry. breakRow must make the copying
+    // of the row's file fail, and returns the function that undoes this.
     using Undo = std::function<void()>;
     void ForEachPendingRow(const std::function<Undo(std::size_t)>& breakRow,
                            std::wstring (*failure)(const CFaultBench&, std::size_t))
@@ -82,8 +82,8 @@ protected:
         end
     };
 
-    // The same with reading or writing that fails from each of these positions on, in the source or its copy.
-    // What is before the position is copied.
+    // Like ForEachPendingRow, with reading or writing that fails from each of these positions on, in the
+    // source or in its copy. The bytes before the position are copied.
     void ForPositionsInEachRow(std::wstring (CFaultBench::*file)(std::size_t) const,
                                FailingOperation operation, DWORD error,
                                std::initializer_list<Position> positions)
@@ -105,7 +105,7 @@ protected:
 
     static std::size_t ByteAt(Position position, std::size_t size)
     {
-        constexpr std::size_t kBlockSize = 4096;  // bytes, as the program reads and writes them
+        constexpr std::size_t kBlockSize = 4096;  // bytes that the program reads or writes at a time
         EXPECT_GT(size, 4 * kBlockSize);
         switch (position) {
             case Position::first:
@@ -359,8 +359,8 @@ TEST_F(FileFaultTest, MappedIsAFile)
 }
 
 // A path of a folder that can be removed during a run although files in the folder are open, like a network
-// share that becomes unavailable. On Windows the path is a drive letter. Under Wine drive letters work
-// differently, but a folder with open files can be renamed.
+// share that becomes unavailable. On Windows the path is a drive letter, whose definition is removed. Under
+// Wine drive letters work differently, but a folder with open files can be renamed.
 class CRemovableFolder
 {
 public:
@@ -402,7 +402,8 @@ private:
     std::wstring m_path;
 };
 
-// Calls a function at a certain moment of each row, with the number of the row, from 0.
+// Calls a function for each row, with the number of the row (from 0), when the first text of the progress
+// dialog begins with `moment`.
 class CRowWatcher
 {
 public:
@@ -504,8 +505,8 @@ bool CanCreate(const std::wstring& path)
 class FileNameTest : public CountingTest
 {
 protected:
-    // Copies files with these characters in their names, inOneName of them in each, in one run. Returns the
-    // characters that the system does not allow, with the others in the same name.
+    // Copies files with these characters in their names in one run, `inOneName` characters in each name.
+    // Returns all characters of the names that the system does not allow.
     std::wstring CopyWith(const std::wstring& characters, std::size_t inOneName)
     {
         const CTempFolder library;
@@ -532,7 +533,7 @@ TEST_F(FileNameTest, ASCIICharacters)
     std::wstring characters;
     std::wstring forbidden = L"\"*/<>?\\|";
     for (wchar_t character = 1; character < 0x80; ++character) {
-        if (character != L':') {  // separates the names of a file and of a stream in it
+        if (character != L':') {  // separates the name of a file from that of a stream in it
             characters += character;
         }
         if (character < L' ') {
@@ -608,7 +609,7 @@ std::size_t Blocks(std::size_t bytes)
     return (bytes + kBlock - 1) / kBlock;
 }
 
-// A folder on a small file system that the test can fill. run.sh mounts it.
+// A folder on a small file system, which run.sh mounts and the test can fill.
 class FullDiskTest : public CountingTest
 {
 protected:
@@ -684,7 +685,7 @@ std::vector<ModelRow> RowsOfLongNames()
     return EmptyParts(names);
 }
 
-// In a run that only copies.
+// The number of bytes of a row's record in a run that only copies.
 std::size_t RecordLength(const ModelRow& row)
 {
     return (row.texts.strOriginal + L" ; " + row.texts.strRenamed + L" ; \r\n").size();
@@ -715,8 +716,9 @@ TEST_F(FullDiskTest, NoSpaceForRecords)
 class PartialRecordTest : public FullDiskTest
 {
 protected:
-    // What is fixed before the run begins the row after the one that cannot be recorded: the disk is freed,
-    // so that records can be written; the file mapping is closed, so that the partial record can be removed.
+    // What is fixed when the run begins the row after the one that cannot be recorded. disk: the disk is
+    // freed, so that records can be written. file: the file mapping is closed, so that the partial record can
+    // be removed.
     struct FixedDuringTheRun
     {
         bool disk;

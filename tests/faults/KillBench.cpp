@@ -23,7 +23,8 @@ struct Part
     std::vector<std::wstring> configurations;
 };
 
-// Standard numbers with small part files, as each block of a file is an operation.
+// Standard numbers whose part files are small: each block of a file is one more operation to kill the program
+// at.
 const std::vector<Part>& Parts()
 {
     static const std::vector<Part> parts = {
@@ -79,7 +80,7 @@ WIN32_FILE_ATTRIBUTE_DATA AttributesOf(const std::wstring& path)
     return data;
 }
 
-// The edit control of the file dialog if it has the focus, otherwise null.
+// The file-name edit of the file dialog if it has the focus, otherwise null.
 HWND NameEditOf(HWND picker)
 {
     const HWND focus = FocusOf(picker);
@@ -282,7 +283,7 @@ void CKillBench::LeaveServer(const KillPlan& plan)
     }
 }
 
-// The program had started it.
+// The killed program had started the server, so the server must end, too.
 void CKillBench::ExpectEndOfServer()
 {
     constexpr DWORD kEndWithProgram = 5'000;  // milliseconds
@@ -293,7 +294,7 @@ void CKillBench::ExpectEndOfServer()
     }
 }
 
-// The server may still be serving a call of the program. A call of the test returns only after those.
+// The server may still be serving a call of the program. The test's own call returns only after that one.
 void CKillBench::WaitForServer()
 {
     IDispatchPtr application;
@@ -448,8 +449,8 @@ CKillBench::FileState CKillBench::StateOf(std::size_t row) const
 }
 
 // Rows before the last record are finished. The last recorded row may have been interrupted: its copy is
-// complete and may have its BOM names. The row after it may have a partial copy, as rows are recorded when
-// their copy is complete. Later rows are unchanged.
+// complete and may have its BOM names. The row after it may have a partial copy, because a row is recorded
+// only after it has been copied. Later rows are unchanged.
 bool CKillBench::IsPossible(MappedBefore before, std::size_t row, const FileState& state) const
 {
     const bool updated = state.contents == Contents::updated;

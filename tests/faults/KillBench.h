@@ -30,7 +30,7 @@ struct KillPlan
     std::string rules = {};                   // of the server's script
     std::function<void()> beforeRun = [] {};  // called before the run starts
     std::optional<std::size_t> records = {};  // expected after the kill, if known
-    bool hangs = false;                       // the program starts the server, which hangs when it is killed
+    bool hangs = false;                       // the program starts the server, and the server hangs
 };
 
 // Runs the real program on a library of four parts and kills it during conversion runs. Checks the state that
@@ -49,15 +49,15 @@ public:
     // The number of automation calls of a run, counted by hand: one for the version, one to end the server,
     // seven for each converted row and three for each of its configurations.
     [[nodiscard]] static unsigned Calls(MappedBefore before);
-    // The number of records in the map file when a run makes this call, from 1.
+    // The number of records in the map file when a run makes its call with this number (from 1).
     [[nodiscard]] static std::size_t RecordsAtCall(MappedBefore before, unsigned call);
 
     // Starts a run and kills it as planned. Returns the differences from the expected state after the kill,
     // after the next start and after the next run; empty if there are none.
     std::string Kill(const KillPlan& plan);
 
-    // For KillPlan::end: closes the final message of the run, after which the program releases the server;
-    // kills the program; waits for its end.
+    // For KillPlan::end. The first closes the final message of the run, after which the program releases the
+    // server. The second kills the program, the third waits for its end.
     void CloseFinalMessage();
     void EndProgram();
     void WaitForEndOfProgram();

@@ -27,7 +27,8 @@ class KillTest : public CountingTest
 {
 };
 
-// Without EveryFault: the first call, one in the middle and the last.
+// The next call at which the program is killed. Without EveryFault: the first call, one in the middle and the
+// last.
 unsigned NextCall(unsigned call, unsigned last)
 {
     return EveryFault() || call == last ? call + 1 : std::min(call + last / 2, last);
@@ -66,7 +67,8 @@ class MoreKillTest : public KillTest
 {
 };
 
-// The server hangs in the call, the program is killed, and the server that it started must end with it.
+// The program starts the server, the server hangs in the call, and the program is killed. The server must end
+// with the program.
 TEST_F(MoreKillTest, AtCallsOfAHangingServer)
 {
     RecordProperty("kind", "program killed at each automation call, in which the server hangs");
@@ -133,7 +135,8 @@ TEST_F(KillTest, AtFileOperations)
     for (const MappedBefore before : kBoth) {
         ASSERT_EQ("", bench.RunUndisturbed(before, [&] { killSwitch.Arm(0); }));
         const LONG operations = killSwitch.Disarm();
-        // Four copies with at least six blocks each, opening them, their attributes; records.
+        // For each of the four copies at least six blocks to write, two files to open, and the attributes to
+        // set. The records come on top.
         ASSERT_GT(operations, 4 * (6 + 2 + 1));
         for (LONG operation = 1; operation <= operations; operation += EveryFault() ? 1 : 45) {
             SCOPED_TRACE("operation " + std::to_string(operation));
@@ -154,7 +157,7 @@ std::uint32_t Seed()
     return fixed != nullptr ? static_cast<std::uint32_t>(std::stoul(fixed)) : std::random_device()();
 }
 
-// Additional kills until one hits the run between its first and its last record.
+// At most this many additional kills are made until one hits the run between its first and its last record.
 constexpr int kMaxAdditionalKills = 20;
 
 TEST_F(KillTest, AtRandomMoments)

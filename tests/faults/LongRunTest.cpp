@@ -203,8 +203,9 @@ public:
         EXPECT_TRUE(WaitFor([&] { return Ask(list, LVM_GETITEMCOUNT) == parts.Count(); }));
     }
 
-    // A run of all rows in the table. Returns the longest response time of the window in milliseconds,
-    // measured after the server is connected: starting a server is a wait within the system.
+    // A run of all rows in the table. Returns the longest response time of the window in milliseconds. The
+    // time is measured only after the server is connected: while a server starts, the program waits within
+    // the system.
     DWORD Run()
     {
         constexpr DWORD kRunTimeout = 600'000;  // milliseconds; six runs share the hour of tools/faults
@@ -229,7 +230,7 @@ public:
 
 private:
     static constexpr const char* kFirstCall =
-        "application GetDateCode";  // gets the release, right after connecting
+        "application GetDateCode";  // gets the version, right after connecting
 
     const CTestLibrary* m_library;
     CZelmarRegistry m_registry;
@@ -251,8 +252,8 @@ constexpr std::size_t kRuns = 5;
 using FiveRuns = std::array<Measured, kRuns>;
 using State = ResourceUse Measured::*;
 
-// The growth per run: the second smallest of the four steps from run to run. What is left behind by every run
-// is in all of them; a new heap block of the system's, 3 MB under Wine, is in one or two.
+// The growth per run: the second smallest of the four steps from run to run. What every run leaves behind is
+// in all four steps; a new heap block of the system, 3 MB under Wine, is in one or two of them.
 std::int64_t Growth(const std::array<std::int64_t, kRuns>& figures)
 {
     std::array<std::int64_t, kRuns - 1> steps{};
@@ -285,8 +286,8 @@ protected:
         }
     }
 
-    // A count may never exceed that of the first run by more than maxExtra, and may not grow from run to run
-    // after a run.
+    // A count may never exceed that of the first run by more than maxExtra. The counts after the runs may not
+    // grow from run to run.
     void CompareCount(const std::string& what, const FiveRuns& runs, Figure<DWORD> count,
                       std::int64_t maxExtra)
     {
@@ -370,7 +371,8 @@ FiveRuns MeasureRuns(const CManyParts& many)
     return runs;
 }
 
-// A leak of one object per row would be a hundred even in the short run; the system's caches vary by fewer.
+// A leak of one object per row would add a hundred objects even in the short test; the system's caches vary
+// by fewer.
 constexpr std::int64_t kMaxExtra = 4;
 
 }  // namespace

@@ -19,9 +19,9 @@
 #include "tests/support/TestLibrary.h"
 #include "tests/support/TextFile.h"
 
-// Every file operation of a run fails in turn, and those that create the folder of the copies. Not included
-// are the operations of the main dialog before a run and after a cancelled one (looking for a map file,
-// scanning the folder).
+// Every file operation of a run fails in turn, and so does every one that creates the folder of the copies.
+// Not included are the operations of the main dialog before a run and after a cancelled one (looking for a
+// map file, scanning the folder).
 
 namespace {
 
@@ -118,7 +118,7 @@ protected:
     }
 
 private:
-    // The operation of a run that fails.
+    // The operation that fails in a run.
     struct FailurePoint
     {
         const std::vector<FileOperation>& run;
@@ -204,7 +204,7 @@ private:
     }
 
     // A line of the map file cannot be written, and a step of removing the partial line fails, too. The
-    // program must then remove it before the next line or before closing the file.
+    // program must then remove the partial line before it writes the next line or closes the file.
     void SweepRemovalOfALine(const std::vector<FileOperation>& run, std::size_t number, DWORD error)
     {
         const FailurePoint failure{run, number, error};
@@ -220,7 +220,8 @@ private:
                 break;
             }
         }
-        // Written again and closed; opened for truncation, its size read, truncated and closed; opened again.
+        // Seven operations: the line is written again and the file closed; the file is opened for truncation,
+        // its size read, truncated and closed; then it is opened again.
         EXPECT_EQ(number + 7, step);
     }
 
@@ -257,7 +258,7 @@ private:
             case FileCall::closeStream:
                 m_bench.ExpectLateMapFailure();
                 return;
-            case FileCall::open:   // for flushing: then it is not flushed, and nothing is lost
+            case FileCall::open:   // for flushing: the file is then not flushed, and nothing is lost
             case FileCall::close:  // after flushing: everything is on disk
                 return;
             default:
@@ -344,7 +345,7 @@ private:
         const FileCall call = failure.Operation().call;
         const std::size_t changes = failure.Before(FileCall::readStatus) + (call == FileCall::readStatus);
         if (changes == 1) {
-            // They are changed twice, by path and by handle; either is enough.
+            // The read-only attribute is cleared twice, by path and by handle; either is enough.
             if (call == FileCall::readStatus && exists && m_bench.Rows()[row].pending) {
                 ExpectNoTarget(row, ERROR_ACCESS_DENIED);
             }
@@ -361,8 +362,8 @@ private:
     {
         const std::wstring folder = m_library / L"new";
         for (const bool exists : {false, true}) {
-            // The program first checks whether the folder exists. If that fails, creating an existing folder
-            // fails.
+            // The program first checks whether the folder exists. If the check fails, the program tries to
+            // create the folder, which fails if the folder exists.
             TryFolder(folder, exists, 0, error, exists);
         }
         TryFolder(folder, false, 1, error, true);

@@ -181,7 +181,7 @@ void CRunModel::ShowRecordFailure()
     }
 }
 
-// A row without a record does not count as converted.
+// Returns false if the row cannot be recorded. Such a row does not count as converted.
 bool CRunModel::AddRecord(const ModelRow& row)
 {
     if (!row.recordFails) {
@@ -284,7 +284,7 @@ bool CRunModel::LoadOrReport()
     return load == Load::done;
 }
 
-// The server is released even if the call fails; that ends it.
+// The server is released even if the Exit call fails; the release ends the server, too.
 void CRunModel::ReleaseCad()
 {
     try {
@@ -383,7 +383,7 @@ void CRunModel::ShowStalled()
         DescribeBox(question.Current(), MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2, {}, 0));
 }
 
-// The run ends a server that it started. Of another one it makes no more calls, and it does not connect
+// The run ends a server that it started. On any other server it makes no more calls, and it does not connect
 // again.
 void CRunModel::GiveUpServer()
 {
@@ -391,9 +391,9 @@ void CRunModel::GiveUpServer()
     m_givenUp = !IsOurs();
 }
 
-// A rejected call is not counted, so the next one is rejected as well. The program's message filter, if
-// called, asks the user, who waits for a server that is busy for some time and gives up on one that is busy
-// forever. Wine does not call the filter: there, no question is asked, and the call fails at once.
+// A rejected call is not counted, so the next call is rejected as well. The program's message filter, if
+// called, asks the user. The user waits for a server that is busy for some time, and gives up one that is
+// busy forever. Wine does not call the filter: there, no question is asked, and the call fails at once.
 bool CRunModel::IsRejected()
 {
     if (m_givenUp) {

@@ -47,7 +47,7 @@ struct Fault
 // Who starts the server's processes, and how long they live.
 enum class ServerLife
 {
-    stays,          // one process for all runs, which only a fault ends; saves its start, a second under Wine
+    stays,          // one process for all runs, which only a fault ends; saves a second per start under Wine
     perConnection,  // one process per connection, started by the run
     reached         // the same, but another client has started the process that a run connects to first
 };
@@ -117,9 +117,9 @@ public:
     [[nodiscard]] const Copies& CopiesNow() const { return m_copies; }
     bool m_copyOnly = false;
     ServerLife m_life = ServerLife::stays;
-    bool m_mapFailsLate = false;        // flushing or closing it fails
-    bool m_headerFails = false;         // no disk space for it
-    bool m_partialRecordStays = false;  // of the first record without disk space
+    bool m_mapFailsLate = false;        // flushing or closing the map file fails
+    bool m_headerFails = false;         // no disk space for the header
+    bool m_partialRecordStays = false;  // of the first record that does not fit on the disk
     std::wstring m_mapFileFailure;      // the message if the map file cannot be opened; empty: it can
 
 private:
@@ -176,7 +176,7 @@ private:
     const ServerScript* m_script = nullptr;
     unsigned m_starts = 0;
     bool m_alive = false;
-    bool m_givenUp = false;      // by the user, and not ended: it is somebody else's
+    bool m_givenUp = false;      // the user gave up a server that the run did not start
     unsigned m_calls = 0;        // of the current session
     unsigned m_callsAcross = 0;  // of all sessions
     std::vector<PartConfiguration> m_document;

@@ -3,8 +3,8 @@
 
 If several reports contain the same test, the last one counts. A test that injects faults records their kind, how many it
 has injected, and how many of them have passed; the table has one line per kind. The test of long runs records its figures
-and their limits. What the table does not show is named below it, and the exit status is 1: reports that are missing, and
-tests that failed although all their faults passed.
+and their limits. Missing reports, and tests that failed although all their faults passed, are named below the table, and
+the exit status is then 1.
 """
 import datetime
 import pathlib
@@ -18,8 +18,8 @@ Made by `tools/faults` at commit {commit}, {date}; do not edit.
 Each fault is injected into a conversion run with real files, the list control, the progress dialog, and the stand-in CAD
 server in a process of its own. It has passed if all of this is true after the run:
 
-- The run has returned, and the progress dialog is closed. The main window is enabled, or, after a run that reached its
-  end, left to the caller to enable.
+- The run has returned, and the progress dialog is closed. The main window is enabled, except after a run that reached its
+  end: the caller of such a run enables the window.
 - The messages are exactly the expected ones, in order.
 - The map file has exactly the records of the rows that were handled, and these rows have the corresponding marks. The
   copies have exactly the configurations and BOM names written so far.
@@ -31,26 +31,28 @@ The expected results come from a simple model of the run, which shares no code w
 
 A run makes 44 automation calls, counted by hand and in the server's log; each kind of fault hits every one of them in
 turn. Server processes really end and start if the fault is the end of a server, if a server lingers, hangs or starts
-slowly, or if there is one process per connection. With the other kinds one process stays for all sessions (`stay` in
-tests/cadserver/README.md). The program cannot tell the difference: calls on objects of an ended session fail, and the log
-shows that there are none.
+slowly, or if there is one process per connection. With the other kinds, one process stays for all sessions (`stay` in
+tests/cadserver/README.md). The program cannot tell the difference: calls on objects of an ended session fail, as they do
+after the end of a process. The log shows that the program makes no such calls.
 
-A server that lingers is still reached after it was asked to end, and refuses every call. It may not be reached again by a
-run that started it. One that hangs is given up by a user who presses a key: the program asks after 0.1 s instead of the
-minute of the real one, and the answer is Yes. Messages that do nothing are posted to the program meanwhile: Wine takes the
-one by which it makes COM ask again. Wine waits on for a call that its client cancels, so only servers that the run started
-hang.
+A lingering server can still be reached after it was asked to end, but refuses every call. A run that started this server
+must not connect to it again. When a server hangs, the test plays a user who presses a key: the program asks after 0.1 s
+instead of a minute, and the answer is Yes, end the server. Meanwhile the test posts messages to the program that do
+nothing: Wine loses the message by which the program makes COM call the message filter again. Only servers that the run
+started hang, because Wine goes on waiting for a call that its client cancels.
 
 Each run copies three files; faults of names, paths and disks use runs that only copy. For read and write errors, and
 attributes that cannot be changed, the test redirects functions that the program imports, and makes them fail for one
-file. In the same way every file operation of a run fails in turn: every opening, reading, writing and closing of a part,
-a copy and the map file, flushing the map file, and every reading and changing of attributes; in runs that only copy and
-in runs with the server, with earlier copies and without; and each step of creating "Mapped". An operation that closes a
-file closes it and then fails. When writing a line of the map file fails, each step of removing the partial line fails as
-well. Not included are queries of the position in the map file and of its type, and what the program does before and after
-a run (looking for a map file, scanning a folder, reading the map file). A failure to change attributes is not reported,
-unless an earlier copy cannot be overwritten because of it. For a partial record that cannot be removed, the test maps the
-map file into memory.
+file.
+
+In the same way, every file operation fails in turn: every opening, reading, writing and closing of a part, a copy and the
+map file, every flush of the map file, every reading and changing of attributes, and each step of creating "Mapped". This
+is done in runs that only copy and in runs with the server, with earlier copies and without. When an operation that closes
+a file fails, the file is closed all the same. When a line of the map file cannot be written, each step of removing the
+partial line fails in turn as well. Not included are queries of the position in the map file and of its type, and what the
+program does before and after a run (looking for a map file, scanning a folder, reading the map file). A failure to change
+attributes is not reported, unless an earlier copy cannot be overwritten because of it. To keep a partial record from
+being removed, the test maps the map file into memory.
 
 Wine does not call a client's message filter when the server rejects a call. So with a server that is busy for some time
 or forever, the call fails at once under Wine, and the run loads the server again. That the program waits for a busy
@@ -66,21 +68,22 @@ KILLS = """
 For kills, the real program runs in its window on a library of four parts with six configurations. Runs begin with an
 empty "Mapped" folder or over the copies and records of an earlier run. The program is killed
 
-- during an automation call: the server holds the call before or after it serves it, and completes it when the program is
-  gone; or the server, which the program started, hangs in the call;
-- before a file operation: an addition to the program redirects its imported functions, counts the calls (opening, writing
-  each block of a copy and each record, attributes, the folder) and terminates the process instead of making one;
+- during an automation call: the server holds the call before or after it serves the call, and completes the call when the
+  program is gone; or the server, which the program started, hangs in the call;
+- before a file operation: an addition to the program redirects its imported functions and counts the operations (opening
+  a file, writing each block of a copy and each record, changing attributes, creating the folder). Instead of making one
+  of them, it terminates the process;
 - at a random moment.
 
 A kill has passed if all of this is true:
 
 - The originals are unchanged, and there are no unexpected files.
-- A server that hangs is gone, too, within 5 s.
+- A server that hangs ends with the program, within 5 s.
 - The map file ends with a complete line and has the rows in order, up to the interrupted row or the one before it.
 - The copies of all rows before the interrupted one are finished, those of rows after it unchanged.
 - The program, started again, shows exactly these records, or the folder if there is no map file.
-- The user adds the other parts, marks the last recorded row again and starts a run. It records each row once, leaves each
-  copy read-only with all BOM names, and ends the server with no open documents.
+- The test, like a user, adds the other parts, marks the last recorded row again and starts a run. This run records each
+  row once, leaves each copy read-only with all BOM names, and ends the server with no open documents.
 """
 
 LONG = """
@@ -88,16 +91,17 @@ LONG = """
 
 One process of the program, in its window, with {rows} rows and {configurations} configurations: a first run of ten rows
 loads everything that a run needs; then, five times, the table is filled from the folder and a run is made. All figures
-are measured from outside. A count may never exceed that of the first run by more than what the system's caches vary.
-Memory may grow by 64 KB per run, and counts not at all: the second smallest of the steps from run to run, measured after the
-run. Before it, while the table is filled, the system's caches vary; the view of the folder also needs less memory than the
-view of the map file after a run. The window is sent a message every 50 ms, from the moment the server is connected. It
-must respond during automation calls, too, however long they take.
+are measured from outside. A count may exceed that of the first run only by as much as the system's caches vary. From run to
+run, memory may grow by 64 KB, and counts not at all. The growth is the second smallest of the four steps between the
+figures after the runs. It is not limited for the figures before a run, with the table filled, as the system's caches vary
+then. The states before and after a run are compared separately: the view of the folder needs less memory than the view of
+the map file after a run. From the moment the server is connected, the test sends the window a message every 50 ms. The
+window must respond during automation calls, too, however long they take.
 
 If GetProcessHandleCount is not available, handles are counted in the system's handle table; if GetGuiResources is not
 available, GDI objects are counted in the table of the process. Windows, visible or not, are counted by enumerating them.
-The server ends with each run: with one that stays, Wine on a busy machine opens further connections to it and keeps them,
-so that the number of handles grew from 39 to 229.
+The server ends with each run. With a server that stayed, the number of handles grew from 39 to 229: on a busy machine, Wine
+opens further connections to such a server and keeps them.
 
 | measured | run 1 | run 2 | run 3 | run 4 | run 5 | growth |
 |---|---:|---:|---:|---:|---:|---:|
@@ -118,7 +122,7 @@ def long_runs(properties):
 
 
 def read_reports(reports):
-    """Returns the test cases and the names of the reports without any: a group that is ended writes none, or half of it."""
+    """Returns the test cases, and the names of reports that are missing or cut off, as when a group was ended by force."""
     cases, missing = {}, []
     for report in reports:
         try:

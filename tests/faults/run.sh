@@ -8,8 +8,8 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 top=$(cd "$here/../.." && pwd)
 export WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix}
-# A wineserver inside the namespace and one outside would use the same prefix, but programs could not connect to the
-# other one. So each ends before the other starts.
+# A wineserver inside the namespace and one outside would use the same prefix, but programs on one side could not connect
+# to the server on the other. So each server ends before the other starts.
 end_wine() {
   wineserver -k || true # may have ended by itself
   timeout 60 wineserver -w || true # the run goes on; mounts are then only detached

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-// The numbers of the CAD system's automation calls, written down apart from the program. The names are those
-// in the logs of the stand-in CAD server and of CFakeDispatch; script clients of the server use them, too.
+// The numbers of the CAD system's automation calls, written down independently of the program. The logs of
+// the stand-in CAD server and of CFakeDispatch show the names, and script clients of the server use them.
 namespace automation {
 
 struct Member
@@ -33,17 +33,17 @@ inline constexpr Member kGetConfiguration{L"document", 66048, L"GetConfiguration
 inline constexpr Member kAlternativeBomName{L"configuration", 5, L"AlternativeBomName"};
 inline constexpr Member kUseAlternativeBomName{L"configuration", 6, L"UseAlternativeBomName"};
 
-// Of the stand-in server alone, for tests: the names of the open documents.
+// Returns the names of the open documents. Only the stand-in server has this call, for tests.
 inline constexpr Member kOpenDocumentNames{L"application", 1001, L"OpenDocumentNames"};
 
-// The members of the CAD system.
+// The members that the CAD system has.
 inline constexpr std::array kMembers{
     kExit,         kCloseDocument,    kGetDateCode,           kSetDocumentVisibility,
     kOpenDocument, kCallMethod17,     kGetConfigurationCount, kGetConfigurationNames,
     kSave,         kGetConfiguration, kAlternativeBomName,    kUseAlternativeBomName};
 
-// The name of a member of an object, such as "document a.sldprt"; the number if the object has no such
-// member.
+// Returns the name of a member of an object such as "document a.sldprt", or the number if the object has no
+// such member.
 inline std::wstring NameOf(std::wstring_view object, long number)
 {
     const auto found = std::ranges::find_if(kMembers, [&](const Member& member) {

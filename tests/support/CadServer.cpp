@@ -102,7 +102,7 @@ std::vector<std::string> CCadServer::Life() const
 {
     std::vector<std::string> lines = Log();
     std::erase_if(lines, [](const std::string& line) { return !line.starts_with("- "); });
-    // Not the range form: the lint of Debian 12 cannot read its result type.
+    // Not std::ranges::stable_partition: Debian 12's clang-tidy cannot read its result type.
     std::stable_partition(lines.begin(), lines.end(),
                           [](const std::string& line) { return line.starts_with("- start"); });
     return lines;

@@ -10,7 +10,8 @@
 // Runs cadserver.exe with these arguments and returns its exit status.
 [[nodiscard]] DWORD RunServerProgram(const std::wstring& arguments);
 
-// A process of the server; null when it has ended, even if its number belongs to another process by now.
+// Opens a process of the server by its id. Returns null if the server has ended, even if another program's
+// process has got the id since then.
 [[nodiscard]] UniqueHandle OpenServer(DWORD id);
 
 // The stand-in CAD server: its script and its call log.
@@ -19,7 +20,7 @@ class CCadServer
 public:
     // `folder` holds the script and the log.
     explicit CCadServer(const std::wstring& folder);
-    // Ends what is left of the server's processes.
+    // Ends by force every server process that is still running.
     ~CCadServer();
     CCadServer(const CCadServer&) = delete;
     CCadServer& operator=(const CCadServer&) = delete;
@@ -31,17 +32,17 @@ public:
 
     // The lines of the log: fields separated by blanks, without process numbers.
     [[nodiscard]] std::vector<std::string> Log() const;
-    // The lines about the server's starts, then those about its ends: the next server may start before the
-    // end is logged.
+    // The log's lines without a call number, the starts first. In the log itself their order varies, as the
+    // next server may start before the end of the last one is logged.
     [[nodiscard]] std::vector<std::string> Life() const;
     // Whether a line of the log contains the text.
     [[nodiscard]] bool WasAsked(const std::string& text) const;
 
-    // Waits until every process of the server that the log tells of has ended, at most for a time in
-    // milliseconds; false when one does not.
+    // Waits at most `patience` milliseconds until every server process in the log has ended. Returns false if
+    // one has not.
     [[nodiscard]] bool WaitForEnd(DWORD patience = 10'000) const;
 
-    // Ends by force what is left of them.
+    // Ends every server process in the log that is still running.
     void EndByForce() const;
 
 private:
@@ -51,8 +52,8 @@ private:
     std::wstring m_log;
 };
 
-// Registers the stand-in server for all tests: versions 25 and 30, of which 30 is current. Both throw
-// std::runtime_error on failure.
+// Registers the stand-in server for all tests: versions 25 and 30, of which 30 is current. Both functions
+// throw std::runtime_error on failure.
 void RegisterCadServer();
 void UnregisterCadServer();
 

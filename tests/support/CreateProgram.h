@@ -13,6 +13,6 @@ struct StartedProgram
     DWORD threadId = 0;  // of its first thread
 };
 
-// Starts a program in a folder (empty: this program's own). Returns the system's error code.
+// Starts a program with a working folder (empty: this process's own). Returns the system's error code.
 [[nodiscard]] DWORD CreateProgram(std::wstring commandLine, StartedProgram& program,
                                   const std::wstring& folder = {}, bool inheritsHandles = false);

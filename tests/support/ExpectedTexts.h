@@ -5,10 +5,11 @@
 #include "framework/Language.h"
 #include "framework/MessageText.h"
 
-// The user texts that tests expect, written down apart from the program.
+// The user texts that tests expect, written down independently of the program.
 namespace expected {
 
-// A text whose places %1 to %9 take the values of the call, in the language of the process or in another one.
+// A text with placeholders %1 to %9. operator() fills in the values and returns the text in the process's
+// language; In does the same in a given language.
 struct Message
 {
     Text text;
@@ -119,7 +120,7 @@ inline constexpr Text kExportTable{L"Tabelle exportieren...", L"Export table..."
 inline constexpr Text kNoResources{L"Ressource DLL kann nicht geladen werden!\nDatei: .\\talvresgerx64.dll",
                                    L"Cannot load Resource DLL!\nFile: .\\talvresusx64.dll"};
 
-// The reader of the map file. The main dialog's is German in both languages.
+// The reader of the map file. The main dialog's reader shows German texts in both languages.
 inline constexpr Message MapNotRead{{L"FEHLER: Datei '%1' kann nicht zum Lesen geöffnet werden!",
                                      L"ERROR: File '%1' cannot be opened for read access!"}};
 // %1: the number of the line, %2: the path.
@@ -200,12 +201,12 @@ inline constexpr Message NoSpace{{L"Für die Datei \"%1\" ist kein Speicherplatz
                                   L"There is no space left for the file \"%1\""}};
 inline constexpr Message DeviceError{{L"Das Laufwerk oder Gerät von \"%1\" meldet einen Fehler",
                                       L"The drive or device of \"%1\" reports an error"}};
-// ERROR_BROKEN_PIPE has no text of its own.
+// The program has no text of its own for ERROR_BROKEN_PIPE.
 inline constexpr Message BrokenPipe{
     {L"Beim Zugriff auf \"%1\" trat ein unbekannter Fehler auf (Windows-Fehler 109)",
      L"An unknown error occurred while accessing \"%1\" (Windows error 109)"}};
 
-// An exception that ends at the window
+// An exception that only the window procedure catches
 inline constexpr Message UnexpectedError{{L"Unerwarteter Fehler: %1", L"Unexpected error: %1"}};
 
 }  // namespace expected

@@ -17,8 +17,8 @@ enum class FailingOperation
     flushing            // flushing the file to disk
 };
 
-// During its lifetime, an operation on a file fails in this process, as with a damaged disk, on a network
-// path or without permission, which tests cannot set up everywhere.
+// While it exists, one kind of operation on one file fails in this process, as on a damaged disk, on a
+// network path or without permission. Tests cannot set these up on every machine.
 class CFailingFile : public CFileInterceptor
 {
 public:

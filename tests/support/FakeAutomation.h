@@ -54,7 +54,7 @@ public:
     // The number of references that others hold.
     [[nodiscard]] int References() const { return m_references; }
 
-    // The object with a reference for the caller.
+    // Adds a reference for the caller and returns the object.
     IDispatch* Reference()
     {
         AddRef();
@@ -200,7 +200,8 @@ inline CFakeDispatch::Handler RaiseException(const wchar_t* source, const wchar_
     };
 }
 
-// A progress dialog that logs its calls; texts when they are refreshed.
+// A progress dialog that logs its calls. It logs its texts when they are refreshed, and keeps what it is told
+// about the part in m_notes.
 class CFakeProgress : public CProgressView
 {
 public:

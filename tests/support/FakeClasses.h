@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-// Classes in the process of the test, and automation classes that COM finds by their ProgID, like those of an
-// installed CAD system.
+// A class factory in the process of the test, and registry keys by which COM finds classes under their
+// ProgID, like those of an installed CAD system.
 
 inline std::wstring TextOfClass(const CLSID& classId)
 {
@@ -27,8 +27,8 @@ inline CLSID NewClassId()
     return classId;
 }
 
-// A key with a default value in the registry's classes, removed with its subkeys at the end of the scope. A
-// mark identifies it for RemoveLeftovers.
+// A key below Software\Classes with a default value. It is removed with its subkeys at the end of the scope.
+// A mark in the key lets RemoveLeftovers find it after a crash.
 class CScratchClassKey
 {
 public:
@@ -44,8 +44,8 @@ public:
     CScratchClassKey& operator=(const CScratchClassKey&) = delete;
     ~CScratchClassKey() { RegDeleteTreeW(m_root, m_top.c_str()); }
 
-    // The hive in which COM finds classes: the user's, or the machine's under Wine and for an elevated
-    // process. None if this process may write to neither.
+    // The hive in which COM finds classes that this process registers: HKEY_CURRENT_USER, or
+    // HKEY_LOCAL_MACHINE under Wine and for an elevated process. None if this process may write to neither.
     static std::optional<HKEY> Root()
     {
         static const std::optional<HKEY> root = []() -> std::optional<HKEY> {

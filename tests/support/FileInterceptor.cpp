@@ -38,7 +38,8 @@ decltype(&_wfopen) g_openStream = nullptr;
 decltype(&_write) g_writeStream = nullptr;
 decltype(&fclose) g_closeStream = nullptr;
 
-// Whether the operation must fail; then also sets the error codes.
+// Returns whether the operation must fail. If so, sets the error codes of the system and of the runtime
+// library.
 bool Fails(const FileOperation& operation)
 {
     const DWORD error = g_interceptor == nullptr ? ERROR_SUCCESS : g_interceptor->ErrorFor(operation);
@@ -62,7 +63,7 @@ bool DeniesWriting(const wchar_t* path, DWORD access)
     return denies;
 }
 
-// Only for files that were opened while an interceptor existed.
+// The same for an open file. Files that were opened while no interceptor existed never fail.
 template <class Key>
 bool FailsOpen(const std::map<Key, OpenFile>& files, Key key, FileCall call, LONGLONG position = 0)
 {

@@ -33,9 +33,9 @@ struct FileOperation
     bool operator==(const FileOperation&) const = default;
 };
 
-// During its lifetime, intercepts the file operations of the code in this executable (not those within system
-// libraries) and can make them fail. It also makes opening a read-only file for writing fail, which Windows
-// does itself, but Wine allows for root. Only one object may exist at a time.
+// While it exists, it intercepts the file operations of the code in this executable (not those within system
+// libraries) and can make them fail. It also makes opening a read-only file for writing fail: Windows does
+// that itself, but Wine allows it for root. Only one object may exist at a time.
 class CFileInterceptor
 {
 public:
@@ -44,8 +44,8 @@ public:
     CFileInterceptor& operator=(const CFileInterceptor&) = delete;
     virtual ~CFileInterceptor();
 
-    // Whether it intercepts openStream, writeStream and closeStream: not where the runtime library is part of
-    // the executable. Its streams are then seen as open, write and close.
+    // Whether openStream, writeStream and closeStream are intercepted. They are not if the runtime library is
+    // part of the executable: then the operations of its streams are seen as open, write and close.
     [[nodiscard]] static bool SeesStreams();
 
     // Returns the error code with which an operation must fail, or ERROR_SUCCESS. A file is closed even if
@@ -53,7 +53,7 @@ public:
     virtual DWORD ErrorFor(const FileOperation& /*operation*/) { return ERROR_SUCCESS; }
 };
 
-// The reason to skip a test that needs it.
+// The reason for skipping a test that needs SeesStreams.
 inline constexpr const char* kSeesNoStreams =
     "skipped: the runtime library is part of this program, so the operations of its streams cannot be "
     "intercepted";

@@ -13,11 +13,11 @@
 
 #include "framework/Handles.h"
 
-// Files and folders for tests, and the ways to make them fail from outside. CFailingFile makes single
-// operations fail.
+// Files and folders for tests. Locks, attributes and mappings make file operations of the program fail from
+// outside; CFailingFile makes single operations fail.
 
-// An empty folder below the user's temporary folder, removed with its contents at the end of the scope. Also
-// removed at the beginning: a crashed process of the same number may have left one.
+// An empty folder below the user's temporary folder, removed with its contents at the end of the scope. A
+// folder left by a crashed process with the same process id is removed first.
 class CTempFolder
 {
 public:
@@ -52,7 +52,7 @@ private:
     std::filesystem::path m_path;
 };
 
-// The working folder until the end of the scope.
+// Changes the working folder until the end of the scope.
 class CWorkingFolderScope
 {
 public:
@@ -84,7 +84,7 @@ inline std::string ReadBytes(const std::wstring& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// The names in a folder, in order; none if there is no folder.
+// The names in a folder, sorted; none if the folder does not exist.
 inline std::vector<std::wstring> NamesIn(const std::wstring& folder)
 {
     std::vector<std::wstring> names;
@@ -115,8 +115,8 @@ inline void MakeReadOnly(const std::wstring& path)
     EXPECT_TRUE(::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY));
 }
 
-// Opens an existing file as another program does. The file is open until the handle is closed; null if it
-// cannot be opened.
+// Opens an existing file as another program does, until the handle is closed. Returns null if it cannot be
+// opened.
 inline UniqueHandle OpenAsOther(const std::wstring& path, DWORD access, DWORD share)
 {
     return UniqueHandle(
@@ -143,7 +143,8 @@ inline bool ReadOnlyFilesDenyWriting()
     return !std::ofstream(std::filesystem::path(path)).is_open();
 }
 
-// Maps the file into memory until the end of the scope, as another program may: it cannot be truncated.
+// Maps the file into memory until the end of the scope, as another program may. Until then the file cannot be
+// truncated.
 class CMappedFile
 {
 public:

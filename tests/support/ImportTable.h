@@ -1,9 +1,9 @@
 #pragma once
 
-// Redirects an imported function of this executable to another function, by changing its import table. Does
-// not affect calls within system libraries. Sets *original to the imported function before the first
-// redirected call; a function that is redirected already is left alone. Returns false when the executable
-// imports no such function, as those of a runtime library that is part of it.
+// Redirects an imported function of this executable to another function, by changing the import table. Calls
+// within system libraries are not affected. Sets *original to the imported function before the first
+// redirected call. Leaves a function alone that is redirected already. Returns false if the executable does
+// not import the function, for example because it contains the runtime library.
 bool RedirectImport(const char* name, void* function, void** original);
 
 template <class Function>

@@ -37,7 +37,7 @@ INPUT MouseInput(POINT position, DWORD action, int wheel = 0)
     return input;
 }
 
-// A button's action at a position, late enough not to be the second half of a double-click.
+// Sends mouse input at a position, late enough not to be the second half of a double-click.
 void SendClick(POINT position, const std::vector<INPUT>& inputs)
 {
     static POINT lastPosition{};
@@ -86,8 +86,8 @@ INPUT CharacterInput(wchar_t character, DWORD flags)
     return input;
 }
 
-// Whether a button has taken a press: it has captured the mouse, or something before that has happened, such
-// as a message about the field that lost the focus.
+// Whether a button has taken a press. Either it has captured the mouse, or the press has brought up something
+// else first, such as a message about the field that lost the focus.
 bool HasTakenPress(HWND button)
 {
     GUITHREADINFO thread{};
@@ -131,8 +131,8 @@ void Drag(POINT from, POINT to)
 
 bool WaitUntilOnTop(HWND control, POINT position)
 {
-    // The system asks the window what is at the point, and a program that waits for a call does not respond,
-    // so do not wait long.
+    // WindowFromPoint asks the window under the point. A program that waits for a call does not respond, so
+    // do not wait long.
     constexpr DWORD kOpening = 300;  // milliseconds
     const HWND window = GetAncestor(control, GA_ROOT);
     return WaitFor([&] { return GetAncestor(WindowFromPoint(position), GA_ROOT) == window; }, kOpening);

@@ -5,8 +5,9 @@
 #include <initializer_list>
 #include <string>
 
-// Mouse and keyboard input. It goes to the window under the mouse or to the one with the focus, and the
-// program handles it later; only ClickOn waits until a button is pressed.
+// Mouse and keyboard input. Mouse input goes to the window under the mouse, keyboard input to the window with
+// the focus. The functions return before the program has handled the input; only PressOn and ClickOn wait
+// until a button has taken the press.
 
 // Clicks the left button once at a position of the screen.
 void ClickAt(POINT position);
@@ -23,8 +24,8 @@ void Drag(POINT from, POINT to);
 // The middle of a control on the screen.
 POINT MiddleOf(HWND control);
 
-// Waits briefly until no other window covers a control at a position of the screen, as a window may open
-// below another one. Returns false if one still does.
+// Waits briefly until no other window covers a control at a position of the screen: a window may open below
+// another one and come to the top later. Returns false if the control is still covered.
 bool WaitUntilOnTop(HWND control, POINT position);
 
 // Presses the left button in the middle of a push button, waits until the button has taken the press, and
@@ -44,7 +45,7 @@ void PressKeysReleasingFirstFirst(std::initializer_list<int> keys);
 // Types a text, whatever the keyboard layout.
 void TypeText(const std::wstring& text);
 
-// The key after the ampersand of a caption; 0 if there is none.
+// The key for the character after the ampersand of a caption; 0 if there is no ampersand.
 int MnemonicIn(const std::wstring& caption);
 
 // The same for a control's text.

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// The state-image numbers and the item data of a row.
+// The mark of a row, which the program keeps both as a state image and as item data.
 enum class Mark
 {
     pending,    // state image 1, item data 1
@@ -47,8 +47,8 @@ public:
     // Selects or deselects a row (-1: all rows) without the mouse.
     void Select(int row, bool selected) const;
 
-    // Where on the screen to click on a cell. This and the next wait until no other window covers the
-    // position.
+    // Where on the screen to click on a cell. Like the next two functions, waits briefly until no other
+    // window covers the position.
     [[nodiscard]] POINT CellPosition(int row, int column) const;
     // Where to drag the right end of a column's header.
     [[nodiscard]] POINT DividerPosition(int column) const;

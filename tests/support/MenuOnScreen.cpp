@@ -36,8 +36,8 @@ void CMenuOnScreen::ChooseByKey(const std::wstring& caption) const
 
 void CMenuOnScreen::Choose(Item item) const
 {
-    // Four texts and two separators of half their height: the middle of an item in tenths of the menu's
-    // height.
+    // The middle of each item, in tenths of the menu's height. The menu has four texts, and two separators of
+    // half a text's height.
     constexpr int kMiddles[] = {1, 4, 7, 9};
     const RECT rect = RectOf(m_window);
     const int middle = kMiddles[static_cast<std::size_t>(item)];

@@ -9,7 +9,8 @@
 class CMenuOnScreen
 {
 public:
-    // The positions of the items in a column's menu: the title and, between separators, the commands.
+    // The items of a column's menu, in their order. A separator follows the title, another one follows
+    // deleteRows.
     enum class Item
     {
         title,
@@ -21,7 +22,7 @@ public:
     // Waits for a menu; throws CNotOnScreen if none opens.
     static CMenuOnScreen WaitForOne(DWORD process);
 
-    // Chooses the item with a caption by its underlined letter.
+    // Chooses the item with this caption by its underlined letter.
     void ChooseByKey(const std::wstring& caption) const;
     // Chooses an item of a column's menu with the mouse.
     void Choose(Item item) const;

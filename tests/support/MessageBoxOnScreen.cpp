@@ -11,7 +11,7 @@
 
 namespace {
 
-// The static control with the text of a message box.
+// The id of the static control with the text of a message box.
 constexpr int kTextId = 0xFFFF;
 
 bool IsMessageText(HWND control)

@@ -17,8 +17,8 @@ public:
     // Waits for a message box; throws CNotOnScreen if none opens.
     static CMessageBoxOnScreen WaitForOne(DWORD process);
 
-    // Waits for one with this text, which need not have the focus; throws CNotOnScreen if none or another
-    // opens.
+    // Waits for a message box, which need not have the focus. Throws CNotOnScreen if none opens or if its
+    // text is not `text`.
     static CMessageBoxOnScreen WaitForText(DWORD process, const std::wstring& text);
 
     [[nodiscard]] std::wstring Text() const;
@@ -27,8 +27,8 @@ public:
     // The ids of the buttons, from left to right.
     [[nodiscard]] std::vector<int> Buttons() const;
 
-    // Clicks the button and waits until the box closes; throws CNotOnScreen if it stays open. Once
-    // (MayRepeat), a covered box may be raised, or a lost press repeated by the keyboard.
+    // Clicks the button and waits until the box closes; throws CNotOnScreen if it stays open. At most one
+    // remedy is tried (MayRepeat): raising a covered box, or repeating a lost press by keyboard.
     void Answer(int button) const;
     // The same without the mouse; the box need not be in front.
     void Press(int button) const;

@@ -5,8 +5,8 @@
 
 #include "tests/support/FileInterceptor.h"
 
-// While it lives, the program's file operations on the network fail without being tried; it records their
-// paths.
+// While it exists, the program's file operations on network paths fail without being tried, and their paths
+// are recorded.
 class CNetworkWatch : public CFileInterceptor
 {
 public:

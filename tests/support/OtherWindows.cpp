@@ -44,7 +44,8 @@ std::wstring RectTextOf(HWND window)
            std::to_wstring(rect.right) + L"," + std::to_wstring(rect.bottom);
 }
 
-// The windows of the window's thread that have keyboard and mouse input, and the mouse position.
+// Describes the foreground window, which windows of this window's thread have the focus and the mouse
+// capture, and the mouse position.
 std::wstring DescribeInput(HWND window)
 {
     GUITHREADINFO info{};
@@ -61,7 +62,7 @@ std::wstring DescribeInput(HWND window)
            name(WindowFromPoint(mouse)) + L"\n";
 }
 
-// Whether the program responds.
+// Whether the program is running, has ended or is gone.
 std::wstring StateOf(DWORD process)
 {
     const UniqueHandle handle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));

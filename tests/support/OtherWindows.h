@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// Something is not on screen; the message lists what is.
+// Thrown when something is not on the screen. The message lists what is there instead.
 class CNotOnScreen : public std::runtime_error
 {
 public:

@@ -12,7 +12,8 @@ inline std::wstring OwnProgram()
     return path;
 }
 
-// Its folder, which also holds the program and the stand-in server; no backslash at its end.
+// The folder of that executable, without a backslash at its end. It also holds the program and the stand-in
+// server.
 inline std::wstring OwnFolder()
 {
     return OwnProgram().substr(0, OwnProgram().rfind(L'\\'));

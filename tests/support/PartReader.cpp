@@ -90,7 +90,7 @@ PartContents ReadPart(const std::wstring& path)
     PartContents contents;
     for (auto& [name, bytes] : ReadStreams(path)) {
         if (name.starts_with(L"Configuration")) {
-            contents.bomEntries.push_back(ParseConfiguration(bytes));  // the map has their numbers in order
+            contents.bomEntries.push_back(ParseConfiguration(bytes));  // the map is sorted by their numbers
         } else {
             contents.otherStreams[name] = std::move(bytes);
         }

@@ -14,7 +14,7 @@ struct BomEntry
     bool operator==(const BomEntry&) const = default;
 };
 
-// The contents of a part file, read without any code of the program that wrote it.
+// The contents of a part file, read without any of the code that wrote it.
 struct PartContents
 {
     std::vector<BomEntry> bomEntries;                  // in the order of the configurations

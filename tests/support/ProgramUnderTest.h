@@ -8,13 +8,13 @@
 #include "tests/support/ListOnScreen.h"
 #include "tests/support/MessageBoxOnScreen.h"
 
-// talvenor.exe, operated from outside. The process ends with the object. Functions that wait for something
-// throw CNotOnScreen if it does not appear.
+// talvenor.exe, operated from outside. The destructor ends the process by force. Functions that wait for
+// something throw CNotOnScreen if it does not appear.
 class CProgramUnderTest
 {
 public:
-    // Starts a program in the tests' folder, by default that in the tests' language, with a working folder
-    // (empty: the program's folder).
+    // Starts a program from the tests' own folder, by default the one in the tests' language, with a working
+    // folder (empty: the program's folder).
     explicit CProgramUnderTest(const std::wstring& workingFolder = {}, const std::wstring& program = {});
     ~CProgramUnderTest();
     CProgramUnderTest(const CProgramUnderTest&) = delete;
@@ -25,7 +25,7 @@ public:
 
     // The main dialog; waits until it is on the screen.
     [[nodiscard]] HWND MainWindow() const;
-    // A control of the main dialog by its number.
+    // A control of the main dialog by its id.
     [[nodiscard]] HWND Control(int id) const;
     [[nodiscard]] std::wstring ControlText(int id) const;
     [[nodiscard]] CListOnScreen List() const;
@@ -59,7 +59,7 @@ public:
     // Waits until the process has ended and returns its exit status.
     [[nodiscard]] DWORD WaitForEnd() const;
 
-    // A dialog of the program that has a control with this number; null if there is none.
+    // A dialog of the program that has a control with this id; null if there is none.
     [[nodiscard]] HWND DialogWith(int controlId) const;
 
 private:

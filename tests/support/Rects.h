@@ -32,7 +32,7 @@ inline POINT MiddleOf(const RECT& rect)
     return {(rect.left + rect.right) / 2, (rect.top + rect.bottom) / 2};
 }
 
-// Left, top, right, bottom: tests compare and print them.
+// Left, top, right and bottom of a rectangle, in a form that tests can compare and print.
 using Edges = std::array<LONG, 4>;
 
 inline Edges EdgesOf(const RECT& rect)

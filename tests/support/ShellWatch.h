@@ -11,8 +11,8 @@
 
 #include "tests/support/ImportTable.h"
 
-// While it lives, documents that the program opens through the shell (ShellExecuteW) are recorded instead.
-// Only one object may exist at a time.
+// While it exists, documents that the program opens through the shell (ShellExecuteW) are only recorded, not
+// opened. Only one object may exist at a time.
 class CShellWatch
 {
 public:

@@ -14,7 +14,7 @@
 #include "framework/MessageBox.h"
 #include "tests/support/Files.h"
 
-// Environment variable of a process that a test starts for itself.
+// Name of the environment variable that a test sets when it starts itself in a second process.
 inline constexpr char kInOwnProcess[] = "TALVENOR_TEST_IN_OWN_PROCESS";
 
 // Sets the language of the process (non-zero: German) until the end of the scope.
@@ -55,7 +55,7 @@ public:
     {
     }
 
-    // The texts since the last call, marked if the type is not MB_OK.
+    // The texts since the last call; "(not plain)" precedes the text of a box whose type is not MB_OK.
     [[nodiscard]] std::vector<std::wstring> TakeTexts()
     {
         std::vector<std::wstring> texts;
@@ -71,7 +71,7 @@ private:
     CListenerScope m_scope;
 };
 
-// The folder for temporary files is this one (environment variable TMP) until the end of the scope.
+// Makes this folder the one for temporary files (environment variable TMP) until the end of the scope.
 class CTemporaryFolderScope
 {
 public:

@@ -20,10 +20,10 @@ std::wstring LowerCase(std::wstring_view text);
 // The part of a path after its last backslash or slash.
 std::wstring FileNameOf(std::wstring_view path);
 
-// The absolute path, relative to the working folder.
+// The absolute path; a relative path starts at the working folder.
 std::wstring FullPath(const std::wstring& path);
 
-// The pieces of a text between separators; one more than it has separators.
+// The pieces of a text between separators: one piece more than there are separators.
 std::vector<std::wstring> Split(const std::wstring& text, wchar_t separator);
 
 // The lines of a UTF-8 file without line ends. Throws std::runtime_error if the file cannot be read.

@@ -57,8 +57,8 @@ private:
     UniqueModule m_module;
 };
 
-// An empty HKEY_CURRENT_USER for the process until the end of the scope. On Windows, closing the predefined
-// handle, as the settings store does, may end the redirection; Redirect restores it.
+// Redirects this process's HKEY_CURRENT_USER to an empty key until the end of the scope. On Windows, closing
+// the predefined handle, as the settings store does, may end the redirection; Redirect restores it.
 class CUserSettingsScope
 {
 public:
@@ -115,7 +115,7 @@ public:
         return text;
     }
 
-    // A used template's value: REG_SZ, or another type with the text as its bytes.
+    // Stores an entry of the history of used templates: as REG_SZ, or with another type and the text's bytes.
     void SetHistory(int column, int place, const std::wstring& text, DWORD type = REG_SZ) const
     {
         const std::wstring name =
@@ -231,8 +231,8 @@ private:
     CWnd* m_before;
 };
 
-// Calls a function repeatedly from the current message loop until the end of the scope. Ends loops that wait
-// for a user, such as that of a message box.
+// Calls a function repeatedly from the current message loop until the end of the scope. Tests use it to end
+// loops that wait for a user, such as the loop of a message box.
 class CTimerScope
 {
 public:
@@ -295,7 +295,7 @@ inline bool IsOfClass(HWND window, const wchar_t* windowClass)
     return ::lstrcmpiW(ClassNameOf(window).c_str(), windowClass) == 0;
 }
 
-// The first top-level window of this thread, from the top, that meets a condition; null if none does.
+// The topmost window of this thread that meets a condition; null if none does.
 inline HWND FindWindowOfThread(const std::function<bool(HWND)>& condition)
 {
     std::pair search{condition, HWND{}};
@@ -311,7 +311,7 @@ inline HWND FindWindowOfThread(const std::function<bool(HWND)>& condition)
 }
 
 // Calls a function with each message that is sent to a window of this thread, before the window gets it,
-// until the end of the scope. One at a time.
+// until the end of the scope. Only one object may exist at a time.
 class CSentMessageHook
 {
 public:

@@ -4,7 +4,8 @@
 
 #include "tests/support/ImportTable.h"
 
-// Gives every monitor another work area, in screen coordinates, until the end of the scope. One at a time.
+// Gives every monitor another work area, in screen coordinates, until the end of the scope. Only one object
+// may exist at a time.
 class CWorkAreaScope
 {
 public:

@@ -7,8 +7,8 @@
 
 #include "framework/Handles.h"
 
-// The values of the standard-part library, in both views of the registry, and of the program's templates:
-// none at first. The earlier values are restored at the end of the scope.
+// The registry values of the standard-part library, in both views of the registry, and of the program's
+// templates. At first there are none. The end of the scope restores the earlier values.
 class CZelmarRegistry
 {
 public:
@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    // Moves a hive's values of the product aside for the length of the scope, in one view of the registry.
+    // Moves the product's key in a hive aside until the end of the scope, in one view of the registry.
     class CAsideScope
     {
     public:
@@ -65,7 +65,7 @@ private:
     private:
         static constexpr const wchar_t* kProduct = L"SOFTWARE\\Zelmar";
 
-        // A scope may stand within another.
+        // A new name each time, as one scope may lie within another.
         static std::wstring NewName()
         {
             static int made = 0;

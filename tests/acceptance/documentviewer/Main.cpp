@@ -8,8 +8,8 @@
 
 #include "tests/support/TextFile.h"
 
-// documentviewer FILE DOCUMENT appends the path of the document to the file: tests register this
-// program for documents. It has no window, and no console either, whose window could take the foreground from
+// documentviewer FILE DOCUMENT appends the path of the document to the file. Tests register it as the program
+// that opens documents. It has neither a window nor a console, whose window could take the foreground from
 // the tested program.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
 {
