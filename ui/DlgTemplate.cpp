@@ -86,7 +86,7 @@ bool CDlgTemplate::OnInitDialog()
 
 void CDlgTemplate::OnOK()
 {
-    m_strText = m_wndText.GetWindowText();
+    const std::wstring before = std::exchange(m_strText, m_wndText.GetWindowText());
     if (IsRefused(m_strText)) {
         ShowMessage(kRefused.In(m_language), MB_OK | MB_ICONINFORMATION);
         m_wndText.FocusAndSelectAll();
@@ -94,6 +94,7 @@ void CDlgTemplate::OnOK()
     }
     if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
         if (WriteTemplate(m_nColumn, m_strText)) {  // a failure is not reported
+            AddToTemplateHistory(m_nColumn, before);
             AddToTemplateHistory(m_nColumn, m_strText);
         }
     }

@@ -581,6 +581,12 @@ TEST_P(DlgTemplateTest, OffersTheColumnsTemplatesThatWereStored)
     Run(1, L"x", [this] { EXPECT_EQ(HistoryEntries(), Texts{L"%3"}); });
 }
 
+TEST_P(DlgTemplateTest, OffersTheTemplateThatTheFirstChangeReplaced)
+{
+    TypeAndPressOk(1, L"%3_%4", L"%4");
+    Run(1, L"x", [this] { EXPECT_EQ(HistoryEntries(), (Texts{L"%4", L"%3_%4"})); });
+}
+
 TEST_P(DlgTemplateTest, ChoosingATemplateFillsTheFieldOnly)
 {
     TypeAndPressOk(2, L"", L"one %4");
