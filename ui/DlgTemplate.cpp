@@ -59,6 +59,7 @@ const MessageMap* CDlgTemplate::GetMessageMap() const
     static constexpr std::array kEntries{
         ::OnCommand<&CDlgTemplate::ShowPreview>(IDC_TEMPLATE_TEXT, EN_CHANGE),
         ::OnCommand<&CDlgTemplate::OnHistoryChosen>(IDC_TEMPLATE_HISTORY, CBN_SELCHANGE),
+        ::OnCommand<&CDlgTemplate::OnHistoryChosen>(IDC_TEMPLATE_HISTORY, CBN_SELENDOK),
     };
     static const MessageMap kMap{CDialog::GetMessageMap(), kEntries};
     return &kMap;
@@ -109,9 +110,19 @@ void CDlgTemplate::FillHistory() const
     }
 }
 
+// The entry that is chosen already changes no selection, but is to replace an edited text, too. The field's own
+// undo gets that text back: the wheel and the arrow keys choose in passing.
 void CDlgTemplate::OnHistoryChosen()
 {
-    m_wndText.SetWindowText(m_wndHistory.GetLBText(m_wndHistory.GetCurSel()));
+    const int chosen = m_wndHistory.GetCurSel();
+    if (chosen == CB_ERR) {
+        return;
+    }
+    const std::wstring text = m_wndHistory.GetLBText(chosen);
+    if (text != m_wndText.GetWindowText()) {
+        m_wndText.SetSel(0, -1);
+        m_wndText.SendMessage(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text.c_str()));
+    }
 }
 
 void CDlgTemplate::ShowSampleName() const
