@@ -13,6 +13,10 @@ DECLARE_COM_POINTER(IAccPropServices);
 
 namespace {
 
+// LiveSetting_Property_GUID and Assertive of uiautomation.h, which not every compiler's headers have.
+constexpr GUID kLiveSetting{0xC12BCD8E, 0x2A8E, 0x4950, {0x8A, 0xE7, 0x36, 0x25, 0x11, 0x1D, 0x58, 0xEB}};
+constexpr long kAssertive = 2;
+
 IAccPropServicesPtr PropertyServices()
 {
     IAccPropServicesPtr services;
@@ -112,4 +116,20 @@ void SetAccessibleRowNames(HWND list, RowName nameOf)
 void ClearAccessibleRowNames(HWND list)
 {
     ClearAccessibleName(list);
+}
+
+void Announce(HWND window)
+{
+    if (const IAccPropServicesPtr services = PropertyServices()) {
+        services->SetHwndProp(window, static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF, kLiveSetting,
+                              _variant_t(kAssertive));
+    }
+    NotifyWinEvent(EVENT_OBJECT_LIVEREGIONCHANGED, window, OBJID_CLIENT, CHILDID_SELF);
+}
+
+void ClearAnnouncement(HWND window)
+{
+    if (const IAccPropServicesPtr services = PropertyServices()) {
+        services->ClearHwndProps(window, static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF, &kLiveSetting, 1);
+    }
 }

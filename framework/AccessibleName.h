@@ -19,3 +19,8 @@ void ClearAccessibleName(HWND window);
 using RowName = std::function<std::wstring(int row)>;
 void SetAccessibleRowNames(HWND list, RowName nameOf);
 void ClearAccessibleRowNames(HWND list);
+
+// Makes screen readers say the window's present text, interrupting what they say ("AutomationLiveSetting
+// enumeration"). Call ClearAnnouncement before the window is destroyed. COM must be initialised.
+void Announce(HWND window);
+void ClearAnnouncement(HWND window);

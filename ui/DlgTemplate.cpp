@@ -110,8 +110,8 @@ void CDlgTemplate::FillHistory() const
     }
 }
 
-// The entry that is chosen already changes no selection, but is to replace an edited text, too. The field's own
-// undo gets that text back: the wheel and the arrow keys choose in passing.
+// The entry that is chosen already changes no selection, but is to replace an edited text, too. The field's
+// own undo gets that text back: the wheel and the arrow keys choose in passing.
 void CDlgTemplate::OnHistoryChosen()
 {
     const int chosen = m_wndHistory.GetCurSel();

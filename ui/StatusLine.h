@@ -34,7 +34,8 @@ public:
     // Counts, and shows the numbers if they have changed.
     void Update();
 
-    // Shows a text in place of the numbers until the selection or a row changes.
+    // Shows a text in place of the numbers until the selection or a row changes. Screen readers say it, as
+    // the focus stays where it is.
     void Say(const std::wstring& text);
 
     [[nodiscard]] bool HasNamesToCheck() const { return !m_toCheck.empty(); }

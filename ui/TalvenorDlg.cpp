@@ -562,6 +562,7 @@ LRESULT CTalvenorDlg::OnSysCommand(WPARAM wParam, LPARAM)
 void CTalvenorDlg::OnDestroy()
 {
     ClearAccessibleRowNames(m_wndList.m_hWnd);
+    ClearAnnouncement(GetDlgItem(IDC_STATUS_TEXT));
     ::WinHelpW(m_hWnd, nullptr, kHelpQuit, 0);
     Default();
 }

@@ -23,6 +23,7 @@
 #include "framework/ScopeExit.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
+#include "tests/support/AnnouncementWatch.h"
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/FakeAutomation.h"
 #include "tests/support/FakeClasses.h"
@@ -2600,7 +2601,10 @@ TEST_P(FindBarTest, SaysWhatIsNotFoundWithoutABox)
     Run([&] {
         OpenByKey();
         Find(L"ISO");
+        const CAnnouncementWatch watch;
         Find(L"x%1x");
+        DrainMessages();
+        EXPECT_EQ(watch.Take(), std::vector<HWND>{Item(IDC_STATUS_TEXT)}) << "screen readers say it";
         constexpr Text kNotFound{L"'x%1x' kommt nicht vor.", L"'x%1x' is not in the list."};
         ExpectStatus(kNotFound.Current());
         EXPECT_EQ(OnlySelectedRow(), 0);
