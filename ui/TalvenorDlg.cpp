@@ -22,6 +22,7 @@
 #include "framework/ScopeExit.h"
 #include "framework/WaitCursor.h"
 #include "framework/WinApp.h"
+#include "platform/FolderLock.h"
 #include "platform/Registry.h"
 #include "resources/resource.h"
 #include "run/ConversionRun.h"
@@ -76,6 +77,8 @@ constexpr Text kDropRefused{
     L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein einziger "
     L"Ordner ablegen.",
     L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped here."};
+constexpr Text kFolderInUse{L"Ein anderes Talvenor auf diesem Rechner setzt gerade denselben Ordner um.",
+                            L"Another Talvenor on this computer is converting the same folder."};
 constexpr Text kOverwrite{
     L"Die Map-Datei '%1' existiert bereits in '%2\\Mapped'.\n\nSoll die Datei überschrieben werden?",
     L"The Map-File '%1' already exists in '%2\\Mapped'.\n\nDo you want to overwrite this file?"};
@@ -942,6 +945,11 @@ void CTalvenorDlg::OnStart()
     TakeChosenVersion();
     const bool mayOverwrite = MayOverwriteMapFile();
     if (CreateFolder(MappedFolder(m_strSourceDir)) != 0 || !mayOverwrite) {
+        return;
+    }
+    const CFolderLock lock(m_strSourceDir);
+    if (lock.IsTaken()) {
+        ShowMessage(kFolderInUse.Current());
         return;
     }
     RunConversion(m_wndCopyOnly.IsChecked());

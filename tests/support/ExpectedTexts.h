@@ -40,6 +40,9 @@ inline constexpr Text kNoPartsFolder{
     L"Norm-Input-Directory not available!\n\n"
     L"Standard part directory and files have to be selected manually."};
 inline constexpr Text kAddParts{L"Normteile hinzufügen...", L"Add standart parts..."};
+inline constexpr Text kFolderInUse{
+    L"Ein anderes Talvenor auf diesem Rechner setzt gerade denselben Ordner um.",
+    L"Another Talvenor on this computer is converting the same folder."};
 inline constexpr Text kPickFolder{L"Quellordner der Normteile auswählen:",
                                   L"Select the standard part folder:"};
 inline constexpr Text kChangeFolder{

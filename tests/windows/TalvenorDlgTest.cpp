@@ -21,6 +21,7 @@
 #include "framework/Handles.h"
 #include "framework/MessageText.h"
 #include "framework/ScopeExit.h"
+#include "platform/FolderLock.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
 #include "tests/support/AnnouncementWatch.h"
@@ -1833,6 +1834,26 @@ TEST_P(TalvenorDlgTest, WithoutTheMappedFolderNoRunStarts)
         EXPECT_EQ(TakeBoxes(), Texts{expected::NoFolderAsFileThere(m_parts + L"\\Mapped")});
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_TRUE(m_dialog->IsWindowEnabled());
+    });
+}
+
+TEST_P(TalvenorDlgTest, AFolderThatIsBeingConvertedElsewhereIsRefused)
+{
+    AddThreeParts();
+    Run([&] {
+        {
+            const CFolderLock other(m_parts);
+            Press(IDC_COPY_ONLY);
+            Press(IDC_START);
+        }
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kFolderInUse.Current()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(NamesIn(m_parts + L"\\Mapped"), Texts{});
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{Finished()});
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), (Texts{OverwriteQuestion(m_parts + L"\\Mapped"), Finished()}))
+            << "the run has freed the folder";
     });
 }
 
