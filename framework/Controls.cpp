@@ -88,6 +88,24 @@ std::wstring CEdit::TextToPaste(std::wstring text) const
     return text;
 }
 
+const MessageMap* CComboBox::GetMessageMap() const
+{
+    static constexpr std::array kEntries{OnMessage<&CComboBox::OnMouseWheel>(WM_MOUSEWHEEL)};
+    static const MessageMap kMap{CWnd::GetMessageMap(), kEntries};
+    return &kMap;
+}
+
+// A closed list would change its selection, which a user who scrolls past may not notice. The wheel goes to
+// the window under the pointer, whatever has the focus ("SystemParametersInfoW function",
+// SPI_SETMOUSEWHEELROUTING).
+LRESULT CComboBox::OnMouseWheel(WPARAM wParam, LPARAM lParam)
+{
+    if (SendMessage(CB_GETDROPPEDSTATE) != FALSE) {
+        return Default();
+    }
+    return ::SendMessageW(GetParent(m_hWnd), WM_MOUSEWHEEL, wParam, lParam);
+}
+
 std::wstring CComboBox::GetLBText(int index) const
 {
     const LRESULT length = SendMessage(CB_GETLBTEXTLEN, static_cast<WPARAM>(index));

@@ -58,6 +58,12 @@ public:
     void SetCurSel(int index) const { SendMessage(CB_SETCURSEL, static_cast<WPARAM>(index)); }
     [[nodiscard]] int GetCurSel() const { return static_cast<int>(SendMessage(CB_GETCURSEL)); }
     [[nodiscard]] std::wstring GetLBText(int index) const;  // empty when there is no such entry
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override;
+
+private:
+    LRESULT OnMouseWheel(WPARAM wParam, LPARAM lParam);
 };
 
 class CProgressCtrl : public CWnd

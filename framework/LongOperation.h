@@ -5,7 +5,8 @@
 #include <string>
 
 // While an object exists, the computer does not go to sleep when idle, and Windows shows the reason to a user
-// who ends the session. Create and destroy it on the window's thread; only one may exist at a time.
+// who ends the session, which it asks this program about before others. Create and destroy it on the window's
+// thread; only one may exist at a time.
 class CLongOperation
 {
 public:

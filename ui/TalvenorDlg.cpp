@@ -2,6 +2,7 @@
 
 #include <shellapi.h>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
@@ -70,6 +71,10 @@ constexpr Text kAddFromOtherFolder{
     L"Do you really want to change the standard part folder?\n\nIf YES, then all previous "
     L"selected standard part entries are removed from list\nand the new selections are "
     L"inserted."};
+constexpr Text kSearchResults{
+    L"Dateien aus Suchergebnissen lassen sich nicht hinzufügen.\nBitte die Dateien in ihrem Ordner "
+    L"auswählen.",
+    L"Files in the results of a search cannot be added.\nPlease choose the files in their folder."};
 constexpr Text kMapFileMissing{L"Map-Datei '%1' nicht vorhanden.", L"Map-File '%1' not available."};
 constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
                           L"Do you really want to remove all list entries?"};
@@ -785,6 +790,11 @@ void CTalvenorDlg::OnAddStandardParts()
         return;
     }
     StripSourceDir();
+    // Search results come with their whole paths (from experience).
+    if (!std::ranges::all_of(picked->names, IsBareFileName)) {
+        ShowMessage(kSearchResults.Current());
+        return;
+    }
     if (!picked->names.empty()) {
         TakePickedFiles(picked->folder, picked->names);
         ShowFolders();

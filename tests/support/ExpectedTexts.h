@@ -40,6 +40,10 @@ inline constexpr Text kNoPartsFolder{
     L"Norm-Input-Directory not available!\n\n"
     L"Standard part directory and files have to be selected manually."};
 inline constexpr Text kAddParts{L"Normteile hinzufügen...", L"Add standart parts..."};
+inline constexpr Text kSearchResults{
+    L"Dateien aus Suchergebnissen lassen sich nicht hinzufügen.\nBitte die Dateien in ihrem Ordner "
+    L"auswählen.",
+    L"Files in the results of a search cannot be added.\nPlease choose the files in their folder."};
 inline constexpr Text kFolderInUse{
     L"Ein anderes Talvenor auf diesem Rechner setzt gerade denselben Ordner um.",
     L"Another Talvenor on this computer is converting the same folder."};

@@ -34,6 +34,7 @@
 #include "tests/support/OwnFolder.h"
 #include "tests/support/ShellWatch.h"
 #include "tests/support/StartProgram.h"
+#include "tests/support/SystemDialogs.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/UnderWine.h"
 #include "tests/support/WindowScopes.h"
@@ -2729,6 +2730,20 @@ TEST_P(MoreMenuTest, PerformsTheChosenCommand)
         Choose(g_nLanguage != 0 ? L'r' : L'u');
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(GetFocus(), List().m_hWnd) << "Ctrl+Y must work next";
+    });
+}
+
+TEST_P(TalvenorDlgTest, FilesOfASearchAreNotAdded)
+{
+    AddThreeParts();
+    Run([&] {
+        CSystemDialogs dialogs;
+        dialogs.m_picked =
+            m_parts + L'\0' + L"N_ISO_1_a.sldprt" + L'\0' + m_parts + L"\\sub\\N_ISO_9_x.sldprt";
+        Command(IDC_ADD);
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kSearchResults.Current()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
     });
 }
 
