@@ -206,7 +206,6 @@ private:
     void AttentionRow(std::size_t row);
     void Row(std::size_t row);
     void CadCells(const RunRow& row);
-    void Names(const RunRow& row);
     void Fact(const Text& name, const std::wstring& value);
     void Count(const Text& name, std::size_t count);
     void Cell(std::wstring_view text, const char* tag = "<td>");
