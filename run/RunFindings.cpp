@@ -12,7 +12,7 @@
 
 namespace {
 
-// What there is to say about one row.
+// The errors or the warnings of one row.
 class CFindings
 {
 public:
@@ -100,56 +100,60 @@ std::wstring OnOneLine(std::wstring_view message)
     return line;
 }
 
-void AddConfigurations(CFindings findings, const RunRow& row, const CadRecord& cad)
+void AddConfigurations(CFindings errors, const RunRow& row, const CadRecord& cad)
 {
     const std::wstring written = std::to_wstring(cad.written);
     const std::wstring all = std::to_wstring(cad.configurations);
     if (!row.unwritten.empty()) {
-        findings.Add(kUnwrittenConfigurations, {written, all, Joined(row.unwritten)});
+        errors.Add(kUnwrittenConfigurations, {written, all, Joined(row.unwritten)});
     } else if (!cad.failed && cad.configurations <= 0) {
-        findings.Add(kNoConfigurations);
+        errors.Add(kNoConfigurations);
     } else if (cad.written < cad.configurations && cad.step >= CadStep::writing) {
-        findings.Add(kUnnamedConfigurations, {written, all});
-    }
-    const std::wstring bomName = Trim(row.entry.strBomName);
-    if (cad.written > 1 && !bomName.empty() && bomName.find(L"%2") == std::wstring::npos) {
-        findings.Add(kOneNameForAll, {all});
+        errors.Add(kUnnamedConfigurations, {written, all});
     }
 }
 
-void AddCad(CFindings findings, const RunRow& row, const CadRecord& cad)
+void AddCad(CFindings errors, const RunRow& row, const CadRecord& cad)
 {
     if (cad.failed) {
         const Text& text = kFailedSteps.at(static_cast<std::size_t>(cad.step));
-        findings.Add(text, {OnOneLine(row.reason)});
+        errors.Add(text, {OnOneLine(row.reason)});
     }
     if (cad.opened) {
-        AddConfigurations(findings, row, cad);
+        AddConfigurations(errors, row, cad);
     } else if (!cad.failed) {
-        findings.Add(kNotOpened, {std::to_wstring(cad.openCode)});
+        errors.Add(kNotOpened, {std::to_wstring(cad.openCode)});
     }
     if (cad.saveResult.value_or(0) != 0) {
-        findings.Add(kSaveReturned, {std::to_wstring(*cad.saveResult)});
+        errors.Add(kSaveReturned, {std::to_wstring(*cad.saveResult)});
     }
 }
 
-void AddOutcome(CFindings findings, const RunRow& row)
+void AddOutcome(CFindings errors, const RunRow& row)
 {
-    findings.AddIf(row.outcome == RowOutcome::notReached, kRowNotReached);
+    errors.AddIf(row.outcome == RowOutcome::notReached, kRowNotReached);
     if (row.outcome == RowOutcome::notCopied || row.outcome == RowOutcome::notRecorded) {
-        findings.AddMessage(OnOneLine(row.reason));
+        errors.AddMessage(OnOneLine(row.reason));
     }
     if (row.cad) {
-        AddCad(findings, row, *row.cad);
+        AddCad(errors, row, *row.cad);
     }
-    findings.AddIf(row.givenUp, kGivenUp);
-    findings.AddIf(row.cadReloaded, kReloaded);
-    findings.AddIf(row.cadLost, kLost);
+    errors.AddIf(row.givenUp, kGivenUp);
+    errors.AddIf(row.cadReloaded, kReloaded);
+    errors.AddIf(row.cadLost, kLost);
 }
 
 bool IsRecorded(const RunRow& row)
 {
     return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
+}
+
+void AddOneNameForAll(CFindings warnings, const RunRow& row)
+{
+    const std::wstring bomName = Trim(row.entry.strBomName);
+    if (row.cad && row.cad->written > 1 && !bomName.empty() && bomName.find(L"%2") == std::wstring::npos) {
+        warnings.Add(kOneNameForAll, {std::to_wstring(row.cad->configurations)});
+    }
 }
 
 // The row as it was recorded.
@@ -158,22 +162,22 @@ UTtab_entry Recorded(const RunRow& row, bool copyOnly)
     return {row.entry.strOriginal, row.entry.strRenamed, copyOnly ? std::wstring() : row.entry.strBomName};
 }
 
-void AddMapLine(CFindings findings, UTtab_entry entry, const FindingRules& rules)
+void AddMapLine(CFindings warnings, UTtab_entry entry, const FindingRules& rules)
 {
     const std::string line = FormatMapRecord(entry, rules.encoder);
     if (line.size() > kMapLineMaxBytes) {
-        findings.Add(kMapLineTooLong, {std::to_wstring(line.size()), std::to_wstring(kMapLineMaxBytes)});
+        warnings.Add(kMapLineTooLong, {std::to_wstring(line.size()), std::to_wstring(kMapLineMaxBytes)});
         return;
     }
     const std::optional<UTtab_entry> read = ReadMapRecord(line, rules.decode);
     if (!read) {
-        findings.Add(kMapLineUnreadable);
+        warnings.Add(kMapLineUnreadable);
         return;
     }
     // Blanks around a BOM name do not count: writing it into the part trims them, too.
     entry.strBomName = Trim(entry.strBomName);
     if (UTtab_entry{read->strOriginal, read->strRenamed, Trim(read->strBomName)} != entry) {
-        findings.Add(kMapLineChanged, {read->strOriginal, read->strRenamed, read->strBomName});
+        warnings.Add(kMapLineChanged, {read->strOriginal, read->strRenamed, read->strBomName});
     }
 }
 
@@ -187,7 +191,7 @@ void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRule
     }
     for (const SameName& same : FindSameNames(std::move(copies), rules.compareNames)) {
         const RunRow other = run.rows.at(same.otherRow);
-        CFindings(findings[same.row]).Add(kSameName, {other.entry.strOriginal});
+        CFindings(findings[same.row].warnings).Add(kSameName, {other.entry.strOriginal});
     }
 }
 
@@ -199,9 +203,11 @@ RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules)
     AddSameNames(findings, run, rules);
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
         const RunRow content = run.rows.at(row);
-        AddOutcome(CFindings(findings[row]), content);
+        AddOutcome(CFindings(findings[row].errors), content);
+        const CFindings warnings(findings[row].warnings);
+        AddOneNameForAll(warnings, content);
         if (IsRecorded(content)) {
-            AddMapLine(CFindings(findings[row]), Recorded(content, run.copyOnly), rules);
+            AddMapLine(warnings, Recorded(content, run.copyOnly), rules);
         }
     }
     return findings;

@@ -130,7 +130,7 @@ std::wstring CRunReportCommands::WriteReport() const
 bool CRunReportCommands::CanSelectAttention(const std::wstring& standardPartsFolder) const
 {
     return SameFolder(standardPartsFolder, m_run.folder) &&
-           std::ranges::any_of(Findings(), [](const auto& each) { return !each.empty(); });
+           std::ranges::any_of(Findings(), &RowFindings::NeedsAttention);
 }
 
 const RunFindings& CRunReportCommands::Findings() const
@@ -145,9 +145,10 @@ const RunFindings& CRunReportCommands::Findings() const
 void CRunReportCommands::SelectAttention(const CConversionTable& table) const
 {
     const RunFindings& findings = Findings();
+    const bool hasFailures = std::ranges::any_of(findings, &RowFindings::HasFailed);
     std::unordered_set<std::wstring> names;
     for (std::size_t row = 0; row < findings.size(); ++row) {
-        if (!findings[row].empty()) {
+        if (hasFailures ? findings[row].HasFailed() : findings[row].NeedsAttention()) {
             names.insert(m_run.rows.at(row).entry.strOriginal);
         }
     }
