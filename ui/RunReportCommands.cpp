@@ -11,6 +11,7 @@
 #include "core/NameTemplate.h"
 #include "files/Folders.h"
 #include "files/MapCodePage.h"
+#include "files/Paths.h"
 #include "framework/File.h"
 #include "framework/FileNames.h"
 #include "framework/Language.h"
@@ -129,7 +130,8 @@ std::wstring CRunReportCommands::WriteReport() const
 
 bool CRunReportCommands::CanSelectAttention(const std::wstring& standardPartsFolder) const
 {
-    return SameFolder(standardPartsFolder, m_run.folder) &&
+    // A folder keeps the backslashes at its end only until files are added from it.
+    return SameFolder(StripBackslashes(standardPartsFolder), StripBackslashes(m_run.folder)) &&
            std::ranges::any_of(Findings(), &RowFindings::NeedsAttention);
 }
 

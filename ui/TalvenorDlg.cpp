@@ -777,9 +777,7 @@ void CTalvenorDlg::OnAddStandardParts()
     if (!picked) {
         return;
     }
-    while (m_strSourceDir.ends_with(L'\\')) {
-        m_strSourceDir.pop_back();
-    }
+    m_strSourceDir = StripBackslashes(m_strSourceDir);
     if (!picked->names.empty()) {
         TakePickedFiles(picked->folder, picked->names);
         ShowFolders();

@@ -243,6 +243,16 @@ TEST_P(RunReportCommandsTest, ThereIsNothingToSelectElsewhere)
     EXPECT_FALSE(m_commands.CanSelectAttention(m_parts));
 }
 
+TEST_P(RunReportCommandsTest, BackslashesAtTheEndOfAFolderDoNotCount)
+{
+    TakeRun(1, {1});
+    EXPECT_TRUE(m_commands.CanSelectAttention(m_parts + L"\\"));
+    RunRecord run = CopiedTo({L"b.sldprt", L"B.sldprt"});
+    run.folder = L"D:\\";
+    m_commands.Take(std::move(run));
+    EXPECT_TRUE(m_commands.CanSelectAttention(L"D:"));
+}
+
 // Uses the system's rules: its comparison of file names without letter case, and the map file's code page.
 TEST_P(RunReportCommandsTest, WarnsByTheSystemsRules)
 {
