@@ -38,6 +38,11 @@ constexpr Text kRowNotReached{L"Die Umsetzung endete vor dieser Zeile.",
                               L"The conversion ended before this row."};
 constexpr Text kNotOpened{L"SOLIDWORKS hat die Kopie nicht geöffnet (Code %1).",
                           L"SOLIDWORKS did not open the copy (code %1)."};
+constexpr Text kNotOpenedBecause{L"SOLIDWORKS hat die Kopie nicht geöffnet: %1 (Code %2).",
+                                 L"SOLIDWORKS did not open the copy: %1 (code %2)."};
+constexpr Text kNotOpenedWithoutReason{
+    L"SOLIDWORKS hat die Kopie nicht geöffnet und keinen Grund genannt (Code 0).",
+    L"SOLIDWORKS did not open the copy and gave no reason (code 0)."};
 constexpr Text kNoConfigurations{L"SOLIDWORKS nennt keine Konfiguration. Die Kopie wurde nicht gespeichert.",
                                  L"SOLIDWORKS names no configuration. The copy was not saved."};
 constexpr Text kUnnamedConfigurations{
@@ -76,6 +81,25 @@ constexpr std::array kFailedSteps{
     Text{L"Das Speichern schlug fehl: %1", L"Saving failed: %1"},
     Text{L"Das Schließen schlug fehl: %1", L"Closing failed: %1"}};
 
+struct OpenError
+{
+    unsigned long bit;
+    Text name;
+};
+
+// The code on opening is a set of bits. These names are all that is known of them ("swFileLoadError_e
+// Enumeration" in the help of the automation interface); they were not tried. Only the report's words depend
+// on them.
+constexpr std::array kOpenErrors{
+    OpenError{1, {L"allgemeiner Fehler", L"general error"}},
+    OpenError{2, {L"Datei nicht gefunden", L"file not found"}},
+    OpenError{1024, {L"falscher Dateityp", L"wrong file type"}},
+    OpenError{8192, {L"von einer neueren Version gespeichert", L"saved by a newer version"}},
+    OpenError{
+        65536,
+        {L"eine Datei mit demselben Titel ist schon offen", L"a file with the same title is open already"}},
+    OpenError{262144, {L"nicht genügend Ressourcen", L"not enough resources"}}};
+
 std::wstring Joined(const std::vector<std::wstring>& names)
 {
     std::wstring text;
@@ -113,6 +137,31 @@ void AddConfigurations(CFindings errors, const RunRow& row, const CadRecord& cad
     }
 }
 
+// The words for the known bits of a code; empty when there are none. A negative code is no set of bits.
+std::wstring OpenErrorsIn(long code)
+{
+    const auto bits = static_cast<unsigned long>(std::max(code, 0L));
+    std::vector<std::wstring> names;
+    for (const OpenError& error : kOpenErrors) {
+        if ((bits & error.bit) != 0) {
+            names.push_back(error.name.Current());
+        }
+    }
+    return Joined(names);
+}
+
+void AddNotOpened(CFindings errors, long code)
+{
+    const std::wstring reasons = OpenErrorsIn(code);
+    if (code == 0) {
+        errors.Add(kNotOpenedWithoutReason);
+    } else if (reasons.empty()) {
+        errors.Add(kNotOpened, {std::to_wstring(code)});
+    } else {
+        errors.Add(kNotOpenedBecause, {reasons, std::to_wstring(code)});
+    }
+}
+
 void AddCad(CFindings errors, const RunRow& row, const CadRecord& cad)
 {
     if (cad.failed) {
@@ -122,7 +171,7 @@ void AddCad(CFindings errors, const RunRow& row, const CadRecord& cad)
     if (cad.opened) {
         AddConfigurations(errors, row, cad);
     } else if (!cad.failed) {
-        errors.Add(kNotOpened, {std::to_wstring(cad.openCode)});
+        AddNotOpened(errors, cad.openCode);
     }
     if (cad.saveResult.value_or(0) != 0) {
         errors.Add(kSaveReturned, {std::to_wstring(*cad.saveResult)});

@@ -121,13 +121,26 @@ TEST_F(RunFindingsTest, SaysThatARowWasNotReached)
               Texts{L"Die Umsetzung endete vor dieser Zeile."});
 }
 
-TEST_F(RunFindingsTest, ACopyThatDidNotOpenHasItsCode)
+TEST_F(RunFindingsTest, TheCodeOfACopyThatDidNotOpenIsPutIntoWords)
 {
-    RunRow row = GoodRow();
-    row.cad = {.step = CadStep::opening, .opened = false, .openCode = 2};
-    EXPECT_EQ(ErrorsOf(row), Texts{L"SOLIDWORKS did not open the copy (code 2)."});
-    row.cad = {.step = CadStep::opening, .opened = false, .openCode = 0};
-    EXPECT_EQ(ErrorsOf(row), Texts{L"SOLIDWORKS did not open the copy (code 0)."});
+    const std::vector<std::pair<long, std::wstring>> expected{
+        {0, L"SOLIDWORKS did not open the copy and gave no reason (code 0)."},
+        {1, L"SOLIDWORKS did not open the copy: general error (code 1)."},
+        {2, L"SOLIDWORKS did not open the copy: file not found (code 2)."},
+        {1024, L"SOLIDWORKS did not open the copy: wrong file type (code 1024)."},
+        {8192, L"SOLIDWORKS did not open the copy: saved by a newer version (code 8192)."},
+        {65536,
+         L"SOLIDWORKS did not open the copy: a file with the same title is open already (code 65536)."},
+        {262144, L"SOLIDWORKS did not open the copy: not enough resources (code 262144)."},
+        {1 + 128 + 8192,
+         L"SOLIDWORKS did not open the copy: general error, saved by a newer version (code 8321)."},
+        {128, L"SOLIDWORKS did not open the copy (code 128)."},
+        {-2147467259, L"SOLIDWORKS did not open the copy (code -2147467259)."}};
+    for (const auto& [code, text] : expected) {
+        RunRow row = GoodRow();
+        row.cad = {.step = CadStep::opening, .opened = false, .openCode = code};
+        EXPECT_EQ(ErrorsOf(row), Texts{text});
+    }
 }
 
 TEST_F(RunFindingsTest, CodesOfACopyThatOpenedAreNothingToAttendTo)
