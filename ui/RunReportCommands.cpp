@@ -27,8 +27,8 @@ constexpr Text kNotWritten{L"Der Bericht kann nicht geschrieben werden.\n%1.",
                            L"The report cannot be written.\n%1."};
 constexpr Text kNotOpened{L"Der Bericht '%1' kann nicht angezeigt werden.",
                           L"The report '%1' cannot be shown."};
-constexpr Text kNotInList{L"Keine der Zeilen, die Aufmerksamkeit brauchen, steht in der Liste.",
-                          L"None of the rows that need attention is in the list."};
+constexpr Text kNotInList{L"Zu markierende Zeilen, die nicht in der Liste sind: %1 von %2",
+                          L"Rows to select that are not in the list: %1 of %2"};
 
 constexpr int kMostReports = 1000;           // whose runs began in the same minute
 constexpr INT_PTR kShellExecuteFailed = 32;  // or less ("ShellExecuteW function")
@@ -78,20 +78,23 @@ void WriteAndClose(CFile& file, const std::string& page, const std::wstring& pat
     }
 }
 
-// Selects the rows with these original file names and no others, and focuses the first of them. Returns the
-// number of that row, or -1.
-int SelectRows(const CConversionTable& table, const std::unordered_set<std::wstring>& names)
+// Selects the rows with these original file names and no others, and focuses the first of them. Returns how
+// many of the names are not in the table.
+std::size_t SelectRows(const CConversionTable& table, const std::unordered_set<std::wstring>& names)
 {
     const CRedrawPause pause(table);
+    std::unordered_set<std::wstring> missing = names;
     table.SetItemState(-1, 0, LVIS_SELECTED | LVIS_FOCUSED);  // -1: every row
     UINT state = LVIS_SELECTED | LVIS_FOCUSED;
     for (int row = 0; row < table.GetItemCount(); ++row) {
-        if (names.contains(table.GetItemText(row, kColumnOriginal))) {
+        const std::wstring name = table.GetItemText(row, kColumnOriginal);
+        if (names.contains(name)) {
             table.SetItemState(row, state, state);
             state = LVIS_SELECTED;
+            missing.erase(name);
         }
     }
-    return table.GetNextItem(-1, LVNI_SELECTED);
+    return missing.size();
 }
 
 }  // namespace
@@ -154,9 +157,12 @@ void CRunReportCommands::SelectAttention(const CConversionTable& table) const
             names.insert(m_run.rows.at(row).entry.strOriginal);
         }
     }
-    if (const int first = SelectRows(table, names); first != -1) {
+    const std::size_t missing = SelectRows(table, names);
+    if (const int first = table.GetNextItem(-1, LVNI_SELECTED); first != -1) {
         table.EnsureVisible(first);
-    } else {
-        ShowMessage(kNotInList.Current());
+    }
+    if (missing != 0) {
+        ShowMessage(FillPlaceholders(kNotInList.Current(),
+                                     {std::to_wstring(missing), std::to_wstring(names.size())}));
     }
 }

@@ -224,14 +224,18 @@ TEST_P(RunReportCommandsTest, ShowsTheFirstOfThem)
     EXPECT_GT(m_table.GetTopIndex() + m_table.GetCountPerPage(), 149);
 }
 
-TEST_P(RunReportCommandsTest, SaysThatNoneOfThemIsInTheList)
+TEST_P(RunReportCommandsTest, SaysHowManyOfThemAreNotInTheList)
 {
-    TakeRun(2, {2});
-    FillTable({L"a1.sldprt"});
+    TakeRun(5, {2, 3, 5});
+    FillTable({L"a1.sldprt", L"a3.sldprt"});
     m_table.SetItemState(0, LVIS_SELECTED, LVIS_SELECTED);
     m_commands.SelectAttention(m_table);
+    EXPECT_EQ(Selection(), std::vector<int>{1});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::NotInList(L"2", L"3")});
+    FillTable({L"a1.sldprt"});
+    m_commands.SelectAttention(m_table);
     EXPECT_EQ(Selection(), std::vector<int>{});
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kNoRowNeedsAttention.Current()});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::NotInList(L"3", L"3")});
 }
 
 TEST_P(RunReportCommandsTest, ThereIsNothingToSelectElsewhere)
