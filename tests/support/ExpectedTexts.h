@@ -84,6 +84,13 @@ inline constexpr Message ReportNotShown{
 inline constexpr Message NotInList{{L"Zu markierende Zeilen, die nicht in der Liste sind: %1 von %2",
                                     L"Rows to select that are not in the list: %1 of %2"}};
 
+// The menu of "Further commands"
+inline constexpr Text kUndo{L"&Rückgängig", L"&Undo"};
+inline constexpr Text kRedo{L"Wieder&herstellen", L"&Redo"};
+inline constexpr Text kImport{L"&Importieren...", L"&Import..."};
+inline constexpr Text kSelectAttention{L"&Auffällige Zeilen der letzten Umsetzung markieren",
+                                       L"&Select what needs attention in the last conversion"};
+
 // About box
 inline constexpr Text kAboutCommand{L"&Über Talvenor...", L"&About Talvenor..."};
 inline constexpr Text kAbout{L"Über Talvenor", L"About Talvenor"};
