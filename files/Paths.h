@@ -34,6 +34,9 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 // checked: opening them fails.
 [[nodiscard]] bool IsBareFileName(std::wstring_view name);
 
+// Strips all backslashes from the end of a path: "D:\" becomes "D:".
+[[nodiscard]] std::wstring StripBackslashes(std::wstring_view path);
+
 // Strips the dots and then the backslashes from the end of a folder that the user typed or picked, once each:
 // "D:\Parts.\" becomes "D:\Parts.", and "D:\" becomes "D:".
 [[nodiscard]] std::wstring StripFolderInput(std::wstring_view folder);

@@ -25,9 +25,9 @@ public:
     // Whether rows of the last run need attention and the given folder is that run's standard-parts folder.
     [[nodiscard]] bool CanSelectAttention(const std::wstring& standardPartsFolder) const;
 
-    // Selects these rows and no others; it finds them by their original file names. Shows a message when none
-    // of them is in the list any more: after a cancelled run, the list lacks the rows that the run did not
-    // reach.
+    // Selects the failed rows or, if there are none, the rows with warnings, and no others; it finds them by
+    // their original file names. Shows a message when some of them are not in the list any more: after a
+    // cancelled run, the list lacks the rows that were not recorded.
     void SelectAttention(const CConversionTable& table) const;
 
 private:

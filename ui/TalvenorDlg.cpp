@@ -693,7 +693,7 @@ void CTalvenorDlg::TakeDrop(const std::optional<PickedFiles>& files)
         ShowMessage(kDropRefused.Current());
         return;
     }
-    StripSourceDir();
+    m_strSourceDir = StripBackslashes(m_strSourceDir);
     if (files->names.empty()) {
         ChangeFolder(StripFolderInput(files->folder));
     } else {
@@ -789,7 +789,7 @@ void CTalvenorDlg::OnAddStandardParts()
     if (!picked) {
         return;
     }
-    StripSourceDir();
+    m_strSourceDir = StripBackslashes(m_strSourceDir);
     // Search results come with their whole paths (from experience).
     if (!std::ranges::all_of(picked->names, IsBareFileName)) {
         ShowMessage(kSearchResults.Current());
@@ -798,14 +798,6 @@ void CTalvenorDlg::OnAddStandardParts()
     if (!picked->names.empty()) {
         TakePickedFiles(picked->folder, picked->names);
         ShowFolders();
-    }
-}
-
-// Picked and dropped folders come without a backslash at their end.
-void CTalvenorDlg::StripSourceDir()
-{
-    while (m_strSourceDir.ends_with(L'\\')) {
-        m_strSourceDir.pop_back();
     }
 }
 

@@ -87,9 +87,16 @@ inline constexpr Message ReportNotWritten{
     {L"Der Bericht kann nicht geschrieben werden.\n%1.", L"The report cannot be written.\n%1."}};
 inline constexpr Message ReportNotShown{
     {L"Der Bericht '%1' kann nicht angezeigt werden.", L"The report '%1' cannot be shown."}};
-inline constexpr Text kNoRowNeedsAttention{
-    L"Keine der Zeilen, die Aufmerksamkeit brauchen, steht in der Liste.",
-    L"None of the rows that need attention is in the list."};
+// %1 and %2: numbers.
+inline constexpr Message NotInList{{L"Zu markierende Zeilen, die nicht in der Liste sind: %1 von %2",
+                                    L"Rows to select that are not in the list: %1 of %2"}};
+
+// The menu of "Further commands"
+inline constexpr Text kUndo{L"&Rückgängig", L"&Undo"};
+inline constexpr Text kRedo{L"Wieder&herstellen", L"&Redo"};
+inline constexpr Text kImport{L"&Importieren...", L"&Import..."};
+inline constexpr Text kSelectAttention{L"&Auffällige Zeilen der letzten Umsetzung markieren",
+                                       L"&Select what needs attention in the last conversion"};
 
 // About box
 inline constexpr Text kAboutCommand{L"&Über Talvenor...", L"&About Talvenor..."};
