@@ -22,14 +22,16 @@ bool IsServerGone(HRESULT status)
            status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE) || status == RPC_E_DISCONNECTED;
 }
 
-// Whether a connection, or its first call, failed because the server is exiting or not ready yet.
+// Whether connecting, or the first call after it, failed because the server has exited, is exiting or is not
+// ready yet.
 bool IsServerMissing(HRESULT status)
 {
     return IsServerGone(status) || status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
 }
 
-// E_FAIL: the class is still registered, but its process cannot create objects any more. Seen under Wine.
-bool IsMakerMissing(HRESULT status)
+// The same for creating the object. E_FAIL: the class is still registered, but its server creates no objects
+// any more. Seen under Wine.
+bool IsCreatorMissing(HRESULT status)
 {
     return IsServerMissing(status) || status == E_FAIL;
 }
@@ -114,7 +116,7 @@ CCadSession::Attempt CCadSession::TryToConnect()
         m_connected = m_sldWorks.Connect(m_progId) != 0;
         m_process.EndConnect(m_connected);
         if (!m_connected) {
-            return {Outcome::notLoaded, IsMakerMissing(m_sldWorks.GetConnectStatus())};
+            return {Outcome::notLoaded, IsCreatorMissing(m_sldWorks.GetConnectStatus())};
         }
         HandleStalledCalls(this);
         return {m_sldWorks.IsVersionSupported() ? Outcome::connected : Outcome::tooOld, false};

@@ -89,7 +89,8 @@ std::wstring WithoutBlock(std::wstring_view fileName, const ExtraBlock& block)
     return text;
 }
 
-// The text between the first underscore behind the prefix and the last dot. `fileName` has no extra block.
+// The text between the first underscore after the prefix and the last dot. The extra block must already have
+// been removed from `fileName`.
 std::wstring_view SizeOf(std::wstring_view fileName, std::size_t prefixLength)
 {
     fileName.remove_prefix(std::min(prefixLength, fileName.size()));

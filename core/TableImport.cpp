@@ -33,7 +33,7 @@ public:
     }
 
     // The rows with this name, or else with this name trimmed. The untrimmed name comes first, as a file name
-    // may begin with a blank. A map file edited by hand may name a file twice.
+    // may begin with a blank. There may be several: a map file edited by hand may name a file twice.
     [[nodiscard]] const std::vector<int>& Find(std::wstring_view name) const
     {
         const std::vector<int>& found = FindAnyCase(name);
@@ -58,7 +58,8 @@ private:
     std::unordered_map<std::wstring, std::vector<int>> m_folded;
 };
 
-// Replaces every control character by a blank: a line break, for one, would end the record in the map file.
+// Replaces every character below U+0020 with a blank: a line break, for one, would end the record in the map
+// file.
 bool ReplaceControlCharacters(std::wstring& text)
 {
     constexpr wchar_t kFirstPrinting = L' ';
@@ -200,11 +201,11 @@ private:
             doubtful.insert(doubtful.end(), proposals.begin(), proposals.end());
         }
         while (!doubtful.empty()) {
-            // Rows whose new names would not be unique all keep their old ones: none has a better claim.
             std::erase_if(doubtful, [this](const Proposal* each) {
                 return each->kept || m_uses[each->names.renamed] == 1;
             });
             std::vector<Proposal*> next;
+            // Of rows whose new names would not be unique, all keep their old ones: none has a better claim.
             for (Proposal* const each : doubtful) {
                 Keep(*each, next);
             }
@@ -261,10 +262,12 @@ private:
     NameCase m_names;
     RowIndex m_index;
     std::vector<Cells> m_cells;  // of the text, for each row of the table
-    std::vector<bool> m_twice;   // the text has different cells for the row
+    std::vector<bool> m_twice;   // the text has the row twice, with different cells
     std::vector<Proposal> m_proposals;
-    std::unordered_map<std::wstring_view, int> m_uses;  // of each file name, as the table will be
-    std::unordered_map<std::wstring_view, std::vector<Proposal*>> m_proposalsOf;  // of each new file name
+    std::unordered_map<std::wstring_view, int>
+        m_uses;  // how many rows will have each file name after the import
+    std::unordered_map<std::wstring_view, std::vector<Proposal*>>
+        m_proposalsOf;  // by new file name: what gives it to a row
     TableImport m_result;
 };
 

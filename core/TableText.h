@@ -11,8 +11,8 @@
 
 inline constexpr wchar_t kTab = L'\t';
 
-// Appends a row, which ends in CR LF. A cell with a quote, a line break or the separator (in CSV, with any
-// of the three separators) is enclosed in quotes, its own quotes doubled.
+// Appends a row, which ends in CR LF. A cell with a quote, a line break or the separator (unless that is a
+// tab: with any of the three separators) is enclosed in quotes, its own quotes doubled.
 void AppendTableRow(std::wstring& text, const std::vector<std::wstring>& cells, wchar_t separator);
 
 // Reads the rows of such a text, which must outlive the reader. The separator (tab, semicolon or comma) is
@@ -24,8 +24,8 @@ class CTableReader
 public:
     explicit CTableReader(std::wstring_view text);
 
-    // Replaces `cells` by the first `limit` cells of the next row that has text in one of them. Returns false
-    // at the end of the text.
+    // Replaces `cells` with the first `limit` cells of the next row, skipping rows in which all of these are
+    // empty. Returns false at the end of the text.
     bool ReadRow(std::vector<std::wstring>& cells, std::size_t limit);
 
 private:
@@ -51,12 +51,13 @@ private:
     wchar_t m_separator = kTab;
     std::wstring m_ends;     // the characters that end a cell
     std::wstring m_ignored;  // takes the text of the cells beyond the limit
-    int m_plainQuotes = 0;   // cells with quotes that enclose nothing; counted for ScoreOf
+    int m_plainQuotes = 0;   // cells whose quotes are plain text; counted for ScoreOf
 };
 
 // Decodes UTF-16 with a byte order mark, and UTF-8 with or without one. Returns nullopt when there is no
-// mark and the bytes are not UTF-8. After a mark, invalid UTF-8 and the odd last byte of UTF-16 become
-// U+FFFD; unpaired surrogates stay. Each UTF-16 code unit is one wchar_t, even where wchar_t has 32 bits.
+// mark and the bytes are not UTF-8. After a mark, invalid UTF-8 and a left-over last byte of UTF-16 become
+// U+FFFD; unpaired surrogates in UTF-16 stay. Each UTF-16 code unit is one wchar_t, even where wchar_t has 32
+// bits.
 [[nodiscard]] std::optional<std::wstring> DecodeUnicode(std::string_view bytes);
 
 // Returns the text in UTF-8 with a byte order mark, without which spreadsheets assume the ANSI code page.

@@ -33,8 +33,9 @@ void CTaskbarProgress::NoteMessage(UINT message)
 
 void CTaskbarProgress::ShowProgress(int percent)
 {
-    m_percent = percent;
-    Show(TBPF_NORMAL);
+    if (std::exchange(m_percent, percent) != percent || m_state != TBPF_NORMAL) {
+        Show(TBPF_NORMAL);
+    }
 }
 
 void CTaskbarProgress::ShowPaused(bool paused)

@@ -22,7 +22,7 @@ void Dispatch(MSG& message)
     }
 }
 
-// A WM_QUIT is left in the queue for the loops further out.
+// A WM_QUIT is posted again, for the outer message loops.
 void DispatchUnlessQuit(MSG& message)
 {
     if (message.message == WM_QUIT) {
@@ -42,7 +42,7 @@ bool IsEscapeNextKey()
 }
 
 // Ends the process by an exception that no handler can catch ("RaiseFailFastException function"). The stack
-// is still that of the throw, so a crash dump shows where it happened.
+// is mostly still that of the throw, so a crash dump shows where it happened.
 [[noreturn]] void FailFast()
 {
     RaiseFailFastException(nullptr, nullptr, 0);
@@ -92,7 +92,8 @@ void CWinApp::PumpPendingMessage()
 {
     constexpr MessageRange kButtons{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK};
     constexpr MessageRange kFrameButtons{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK};
-    // Key releases come late: the release of the key that started a run is still in the queue.
+    // Key releases are taken after presses and clicks: the release of the key that started the long operation
+    // would use up the first call.
     constexpr MessageRange kAllKeys{WM_KEYFIRST, WM_KEYLAST};
     constexpr MessageRange kAnything{0, 0};
     constexpr MessageRange kFrameCommands{WM_SYSCOMMAND, WM_SYSCOMMAND};
@@ -102,8 +103,8 @@ void CWinApp::PumpPendingMessage()
         g_app->GetMessageFilter().ReturnHeldInput();
     }
     MSG message{};
-    // Buttons come before keys, or a click would take four calls while a key repeats: two for its press and
-    // release, and one for a key before each.
+    // Unless Escape is next, buttons come before keys: otherwise a click would wait behind all presses of a
+    // repeating key.
     for (const MessageRange& range : IsEscapeNextKey() ? kKeysFirst : kButtonsFirst) {
         if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
             DispatchUnlessQuit(message);

@@ -403,6 +403,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
 // Marks the row, and processes a pending click on Cancel.
 void CConversionRun::FinishRow(const Row& row)
 {
+    m_view.ShowProgress(OverallPosition(m_done, m_total));
     m_table.MarkConverted(row.index);
     m_table.ScrollIntoView(row.index);
     m_cad.LeaveToUserIfShown();
@@ -453,6 +454,7 @@ void CConversionRun::ReleaseCad()
 
 void CConversionRun::OpenProgress()
 {
+    m_view.ShowProgress(0);
     m_mainWindow.EnableWindow(false);
     m_progress = std::make_unique<CProgressFileCopy>(&m_mainWindow, 0, kProgressFull, 0);
 }
@@ -482,7 +484,6 @@ void CConversionRun::ShowCopyProgress(const Row& row)
     m_progress->SetThirdText({});
     m_progress->SetFilePosition(0);
     m_progress->SetOverallPosition(OverallPosition(m_done, m_total));
-    m_view.ShowProgress(OverallPosition(m_done, m_total));
     m_progress->Refresh();
 }
 

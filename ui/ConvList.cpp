@@ -469,6 +469,7 @@ bool CConvList::OnKey(WPARAM key)
         return false;  // the system sends WM_CONTEXTMENU
     }
     if (key == 'A' && control && !alt) {
+        const CRedrawPause pause(*this);
         SetItemState(-1, LVIS_SELECTED, LVIS_SELECTED);  // -1: every row
         return true;
     }

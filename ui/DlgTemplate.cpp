@@ -59,6 +59,7 @@ const MessageMap* CDlgTemplate::GetMessageMap() const
     static constexpr std::array kEntries{
         ::OnCommand<&CDlgTemplate::ShowPreview>(IDC_TEMPLATE_TEXT, EN_CHANGE),
         ::OnCommand<&CDlgTemplate::OnHistoryChosen>(IDC_TEMPLATE_HISTORY, CBN_SELCHANGE),
+        ::OnCommand<&CDlgTemplate::OnHistoryChosen>(IDC_TEMPLATE_HISTORY, CBN_SELENDOK),
     };
     static const MessageMap kMap{CDialog::GetMessageMap(), kEntries};
     return &kMap;
@@ -86,7 +87,7 @@ bool CDlgTemplate::OnInitDialog()
 
 void CDlgTemplate::OnOK()
 {
-    m_strText = m_wndText.GetWindowText();
+    const std::wstring before = std::exchange(m_strText, m_wndText.GetWindowText());
     if (IsRefused(m_strText)) {
         ShowMessage(kRefused.In(m_language), MB_OK | MB_ICONINFORMATION);
         m_wndText.FocusAndSelectAll();
@@ -94,6 +95,7 @@ void CDlgTemplate::OnOK()
     }
     if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
         if (WriteTemplate(m_nColumn, m_strText)) {  // a failure is not reported
+            AddToTemplateHistory(m_nColumn, before);
             AddToTemplateHistory(m_nColumn, m_strText);
         }
     }
@@ -108,9 +110,19 @@ void CDlgTemplate::FillHistory() const
     }
 }
 
+// The entry that is chosen already changes no selection, but is to replace an edited text, too. The field's own
+// undo gets that text back: the wheel and the arrow keys choose in passing.
 void CDlgTemplate::OnHistoryChosen()
 {
-    m_wndText.SetWindowText(m_wndHistory.GetLBText(m_wndHistory.GetCurSel()));
+    const int chosen = m_wndHistory.GetCurSel();
+    if (chosen == CB_ERR) {
+        return;
+    }
+    const std::wstring text = m_wndHistory.GetLBText(chosen);
+    if (text != m_wndText.GetWindowText()) {
+        m_wndText.SetSel(0, -1);
+        m_wndText.SendMessage(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text.c_str()));
+    }
 }
 
 void CDlgTemplate::ShowSampleName() const

@@ -14,7 +14,7 @@
 // Lets the user choose standard-part files, starting in the folder. None when the user cancelled.
 [[nodiscard]] std::optional<PickedFiles> PickFiles(HWND owner, const std::wstring& folder);
 
-// Let the user choose the file of a table to read, or to write after a question if it exists, starting in the
-// user's folder for documents. None when the user cancelled.
+// Let the user choose a table file to read or to write, starting in the folder for documents. If the file to
+// write exists, the dialog asks before it returns. None when the user cancelled.
 [[nodiscard]] std::optional<std::wstring> PickTableToImport(HWND owner);
 [[nodiscard]] std::optional<std::wstring> PickTableToExport(HWND owner);

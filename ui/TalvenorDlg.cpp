@@ -682,12 +682,15 @@ void CTalvenorDlg::TakeDrop(const std::optional<PickedFiles>& files)
 {
     if (!files) {
         ShowMessage(kDropRefused.Current());
-    } else if (files->names.empty()) {
+        return;
+    }
+    StripSourceDir();
+    if (files->names.empty()) {
         ChangeFolder(StripFolderInput(files->folder));
     } else {
         TakePickedFiles(files->folder, files->names);
-        ShowFolders();
     }
+    ShowFolders();
 }
 
 LRESULT CTalvenorDlg::OnApplyTemplate(WPARAM wParam, LPARAM)
@@ -777,12 +780,18 @@ void CTalvenorDlg::OnAddStandardParts()
     if (!picked) {
         return;
     }
-    while (m_strSourceDir.ends_with(L'\\')) {
-        m_strSourceDir.pop_back();
-    }
+    StripSourceDir();
     if (!picked->names.empty()) {
         TakePickedFiles(picked->folder, picked->names);
         ShowFolders();
+    }
+}
+
+// Picked and dropped folders come without a backslash at their end.
+void CTalvenorDlg::StripSourceDir()
+{
+    while (m_strSourceDir.ends_with(L'\\')) {
+        m_strSourceDir.pop_back();
     }
 }
 
@@ -858,6 +867,7 @@ void CTalvenorDlg::OnSelectNone()
 void CTalvenorDlg::SelectAllRows(bool select)
 {
     FocusControl(m_wndList);
+    const CRedrawPause pause(m_wndList);
     m_wndList.SetItemState(-1, select ? LVIS_SELECTED : 0, LVIS_SELECTED);  // -1: every row
 }
 
@@ -900,6 +910,7 @@ void CTalvenorDlg::OnMore()
     const UINT chosen =
         ShowFurtherCommands(GetDlgItem(IDC_MORE), [this](UINT command) { return IsPossible(command); });
     if (chosen != 0) {
+        FocusControl(m_wndList);  // for Ctrl+Z after the command
         SendMessage(WM_COMMAND, chosen);
     }
 }

@@ -118,6 +118,7 @@ private:
     void RefuseFolder() const;
     void TakeDrop(const std::optional<PickedFiles>& files);
     void ChangeFolder(const std::wstring& folder);
+    void StripSourceDir();
     void TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names);
     void SelectAllRows(bool select);
     void DeleteSelectedRows();

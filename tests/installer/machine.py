@@ -80,7 +80,7 @@ def value(state, key, name):
 
 
 def differences(before, after):
-    """Yields ("new", "gone" or "changed", path or registry value) for every difference, sorted."""
+    """Yields ("new", "gone" or "changed", path of a file, registry key or value) for every difference, sorted."""
     for item in sorted(before.keys() | after.keys(), key=str):
         if before.get(item) != after.get(item):
             change = "new" if item not in before else "gone" if item not in after else "changed"

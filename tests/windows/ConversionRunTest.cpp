@@ -1118,11 +1118,11 @@ protected:
     }
 };
 
-TEST_F(RunProgressTest, IsThePercentageBeforeEachRowAndTheEnd)
+TEST_F(RunProgressTest, IsThePercentageAfterEachRowAndTheEnd)
 {
     AddRows(3);
     Run(true);
-    EXPECT_EQ(Heard(), (Texts{L"0", L"33", L"66", L"ended", Finished()}));
+    EXPECT_EQ(Heard(), (Texts{L"0", L"33", L"66", L"100", L"ended", Finished()}));
 }
 
 TEST_F(RunProgressTest, TellsOfAnAbortedRun)
@@ -1130,7 +1130,7 @@ TEST_F(RunProgressTest, TellsOfAnAbortedRun)
     AddRows(1);
     std::filesystem::create_directory(kMapFile);
     Run(true);
-    EXPECT_EQ(Heard(), (Texts{L"failed", Box(expected::MapNotWritten(kMapFile))}));
+    EXPECT_EQ(Heard(), (Texts{L"0", L"failed", Box(expected::MapNotWritten(kMapFile))}));
 }
 
 }  // namespace

@@ -581,6 +581,12 @@ TEST_P(DlgTemplateTest, OffersTheColumnsTemplatesThatWereStored)
     Run(1, L"x", [this] { EXPECT_EQ(HistoryEntries(), Texts{L"%3"}); });
 }
 
+TEST_P(DlgTemplateTest, OffersTheTemplateThatTheFirstChangeReplaced)
+{
+    TypeAndPressOk(1, L"%3_%4", L"%4");
+    Run(1, L"x", [this] { EXPECT_EQ(HistoryEntries(), (Texts{L"%4", L"%3_%4"})); });
+}
+
 TEST_P(DlgTemplateTest, ChoosingATemplateFillsTheFieldOnly)
 {
     TypeAndPressOk(2, L"", L"one %4");
@@ -596,6 +602,23 @@ TEST_P(DlgTemplateTest, ChoosingATemplateFillsTheFieldOnly)
         EXPECT_EQ(m_settings.Template(2), L"two %4");
     });
     EXPECT_EQ(m_settings.Template(2), L"two %4");
+}
+
+TEST_P(DlgTemplateTest, ChoosingTheSameTemplateAgainReplacesWhatWasTyped)
+{
+    TypeAndPressOk(2, L"", L"one %4");
+    Run(2, L"x", [this] {
+        SetFocus(Item(IDC_TEMPLATE_HISTORY));
+        PressKey(VK_DOWN);
+        ASSERT_EQ(TextOf(IDC_TEMPLATE_TEXT), L"one %4");
+        Type(L"typed");
+        SetFocus(Item(IDC_TEMPLATE_HISTORY));
+        SendMessageW(Item(IDC_TEMPLATE_HISTORY), CB_SHOWDROPDOWN, TRUE, 0);
+        SendMessageW(Item(IDC_TEMPLATE_HISTORY), WM_KEYDOWN, VK_RETURN, 1);
+        EXPECT_EQ(TextOf(IDC_TEMPLATE_TEXT), L"one %4");
+        SendMessageW(Item(IDC_TEMPLATE_TEXT), EM_UNDO, 0, 0);
+        EXPECT_EQ(TextOf(IDC_TEMPLATE_TEXT), L"typed");
+    });
 }
 
 TEST_P(DlgTemplateTest, RemembersNothingThatWasNotStored)

@@ -2478,8 +2478,7 @@ TEST_P(StatusLineTest, OffersNamesToCheckWhileThereAreSome)
     Run([&] {
         EXPECT_TRUE(IsWindowVisible(Item(IDC_CHECK_NAMES)));
         EXPECT_NE(TextOf(IDC_CHECK_NAMES).find(L": 2"), std::wstring::npos);
-        constexpr Text kSame{L"Derselbe neue Name wie bei '%1' (Groß-/Kleinschreibung zählt nicht)",
-                             L"Same new name as for '%1' (letter case does not count)"};
+        constexpr Text kSame{L"Name doppelt (Groß/klein): '%1'", L"Same name (letter case): '%1'"};
         const std::wstring sameAsThird = FillPlaceholders(kSame.Current(), {L"N_ISO_3_c.sldprt"});
         Press(IDC_CHECK_NAMES);
         EXPECT_EQ(OnlySelectedRow(), 0);
@@ -2704,6 +2703,7 @@ TEST_P(MoreMenuTest, PerformsTheChosenCommand)
         EXPECT_EQ(Rows().size(), 2U);
         Choose(g_nLanguage != 0 ? L'r' : L'u');
         EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(GetFocus(), List().m_hWnd) << "Ctrl+Y must work next";
     });
 }
 
@@ -2793,6 +2793,34 @@ TEST_P(DropTest, AFolderIsLoadedAfterAQuestion)
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), other);
         Drop({other});
         EXPECT_EQ(TakeBoxes(), Texts{}) << "the folder is shown already";
+    });
+}
+
+TEST_P(DropTest, ABackslashAtTheEndOfTheFolderDoesNotCount)
+{
+    AddThreeParts();
+    SetPartsFolder(m_parts + L"\\");
+    Run([&] {
+        Drop({m_parts});
+        Drop({m_parts + L"\\N_ISO_3_c.sldprt"});
+        EXPECT_EQ(TakeBoxes(), Texts{});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
+    });
+}
+
+TEST_P(DropTest, AFolderReplacesTheOneThatWasRefused)
+{
+    AddThreeParts();
+    Run([&] {
+        TypeFolder(m_parts + L"\\none");
+        EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
+        Drop({m_parts});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
+        Press(IDC_SELECT_ALL);
+        EXPECT_EQ(List().GetSelectedCount(), 3) << "the buttons work again";
+        EXPECT_EQ(TakeBoxes(), Texts{});
     });
 }
 
