@@ -51,7 +51,7 @@ private:
     wchar_t m_separator = kTab;
     std::wstring m_ends;     // the characters that end a cell
     std::wstring m_ignored;  // takes the text of the cells beyond the limit
-    int m_plainQuotes = 0;   // cells whose quotes are plain text; counted for ScoreOf
+    int m_plainQuotes = 0;   // cells whose quotes are plain text; counted for FitOf
 };
 
 // Decodes UTF-16 with a byte order mark, and UTF-8 with or without one. Returns nullopt when there is no
