@@ -32,3 +32,6 @@ public:
     // last dot. Empty without a dot.
     [[nodiscard]] static std::wstring LeadingDigits(std::wstring_view fileName, std::wstring_view prefix);
 };
+
+// Whether the name, or the path, ends in .sldprt or .sldasm, in any letter case.
+[[nodiscard]] bool HasPartExtension(std::wstring_view fileName);

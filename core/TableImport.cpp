@@ -73,12 +73,6 @@ bool ReplaceControlCharacters(std::wstring& text)
     return replaced;
 }
 
-bool IsHeader(const std::wstring& cell)
-{
-    const Text& header = kColumnHeaders.front();
-    return cell == header.german || cell == header.english;
-}
-
 // Whether the row already has the names in these cells; a missing cell counts as equal.
 bool Has(const UTtab_entry& row, const Cells& cells)
 {
@@ -128,7 +122,7 @@ private:
             const bool known = std::ranges::any_of(
                 found, [&](int row) { return Has(m_rows[static_cast<std::size_t>(row)], cells); });
             m_result.ambiguous += known ? 0 : 1;
-        } else if (!(first && IsHeader(cells.front()))) {
+        } else if (!(first && IsFirstColumnHeader(cells.front()))) {
             ++m_result.unknown;
         }
     }

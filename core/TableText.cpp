@@ -6,11 +6,15 @@
 #include <limits>
 #include <utility>
 
+#include "core/ColumnHeaders.h"
+#include "core/PartName.h"
+#include "core/TextTools.h"
+
 namespace {
 
 constexpr wchar_t kQuote = L'"';
-constexpr std::array kSeparators{kTab, L';', L','};  // ties go to the earlier one
 constexpr int kExaminedRows = 20;
+constexpr int kPerfect = std::numeric_limits<int>::max();  // every examined row has the table's columns
 constexpr std::size_t kColumns = 3;
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
@@ -195,36 +199,49 @@ CTableReader::CTableReader(std::wstring_view text) : m_text(text)
     Restart(FindSeparator());
 }
 
-// A separator that cuts each of the first rows into the table's columns is the right one. Otherwise the
-// separator with the most cells wins: commas are rarer within names than between cells.
+// Names of part files may hold commas and semicolons, so the separator behind the first name is the right
+// one. Where that does not decide, a separator that cuts each of the first rows into the table's columns is
+// the right one. Otherwise the separator with the most cells wins: commas are rarer within names than between
+// cells.
 wchar_t CTableReader::FindSeparator()
 {
     wchar_t best = kTab;
-    int highest = std::numeric_limits<int>::min();
-    for (const wchar_t separator : kSeparators) {
-        const int score = ScoreOf(separator);
-        if (score > highest) {
+    Fit highest = FitOf(kTab);
+    if (highest.score == kPerfect) {
+        return kTab;  // names hold no tabs
+    }
+    for (const wchar_t separator : {L';', L','}) {  // ties go to the earlier one
+        const Fit fit = FitOf(separator);
+        if (fit > highest) {
             best = separator;
-            highest = score;
+            highest = fit;
         }
     }
     return best;
 }
 
 // A quote that encloses nothing counts against the separator, which has probably cut a quoted cell in two.
-int CTableReader::ScoreOf(wchar_t separator)
+CTableReader::Fit CTableReader::FitOf(wchar_t separator)
 {
-    constexpr int kPerfect = std::numeric_limits<int>::max();
     constexpr int kMostCuts = static_cast<int>(kColumns) - 1;
     Restart(separator);
     std::vector<std::wstring> cells;
-    int score = 0;
+    Fit fit;
     int rows = 0;
+    int partRows = 0;
+    int plainQuotes = 0;
     for (; rows < kExaminedRows && ReadRow(cells, kColumns); ++rows) {
-        score += static_cast<int>(cells.size()) - 1;
-        score -= std::exchange(m_plainQuotes, 0) > 0 ? static_cast<int>(kColumns) : 0;
+        const bool cut = cells.size() > 1;
+        fit.header = fit.header || (rows == 0 && cut && IsFirstColumnHeader(cells.front()));
+        partRows += cut && HasPartExtension(TrimView(cells.front())) ? 1 : 0;
+        fit.score += static_cast<int>(cells.size()) - 1;
+        const int quotes = std::exchange(m_plainQuotes, 0);
+        fit.score -= quotes > 0 ? static_cast<int>(kColumns) : 0;
+        plainQuotes += quotes;
     }
-    return score == rows * kMostCuts ? kPerfect : score;
+    fit.parts = plainQuotes == 0 && 2 * partRows > rows;
+    fit.score = fit.score == rows * kMostCuts ? kPerfect : fit.score;
+    return fit;
 }
 
 void CTableReader::Restart(wchar_t separator)

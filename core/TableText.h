@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,8 +29,17 @@ public:
     bool ReadRow(std::vector<std::wstring>& cells, std::size_t limit);
 
 private:
+    // How well a separator fits the first rows. The members are compared in this order.
+    struct Fit
+    {
+        bool header = false;  // the text begins with the header of the table's first column
+        bool parts = false;   // most first cells are names of part files
+        int score = 0;        // the number of cuts between cells
+        auto operator<=>(const Fit&) const = default;
+    };
+
     [[nodiscard]] wchar_t FindSeparator();
-    [[nodiscard]] int ScoreOf(wchar_t separator);
+    [[nodiscard]] Fit FitOf(wchar_t separator);
     void Restart(wchar_t separator);
     void ReadRowCells(std::vector<std::wstring>& cells, std::size_t limit);
     void ReadCell(std::wstring& cell);
@@ -41,7 +51,7 @@ private:
     wchar_t m_separator = kTab;
     std::wstring m_ends;     // the characters that end a cell
     std::wstring m_ignored;  // takes the text of the cells beyond the limit
-    int m_plainQuotes = 0;   // cells whose quotes are plain text; counted for ScoreOf
+    int m_plainQuotes = 0;   // cells whose quotes are plain text; counted for FitOf
 };
 
 // Decodes UTF-16 with a byte order mark, and UTF-8 with or without one. Returns nullopt when there is no

@@ -19,6 +19,43 @@ CFile Open(const std::wstring& path, UINT flags)
     return file;
 }
 
+// Replacing the file would fail, too, but with "access denied" for a file that another program has open.
+void RequireReplaceable(const std::wstring& path)
+{
+    CFile file;
+    CFileException error;
+    if (!file.Open(path, CFile::modeWrite | CFile::shareExclusive, &error) &&
+        error.m_osError != ERROR_FILE_NOT_FOUND) {
+        throw error;
+    }
+}
+
+// Creates a file in the folder of another one. Sets `created` to its path.
+CFile CreateBeside(const std::wstring& path, std::wstring& created)
+{
+    CFile file;
+    CFileException error;
+    for (int number = 1;; ++number) {
+        const std::wstring name = path + L"." + std::to_wstring(number) + L".tmp";
+        if (file.Open(name, CFile::modeWrite | CFile::modeCreateNew | CFile::shareExclusive, &error)) {
+            created = name;
+            return file;
+        }
+        if (error.m_osError != ERROR_FILE_EXISTS) {
+            throw error;
+        }
+    }
+}
+
+// Flushes the bytes: a network drive may report only then that it could not take them.
+void WriteAll(CFile& file, const std::string& bytes)
+{
+    file.Write(bytes.data(), static_cast<UINT>(bytes.size()));
+    if (!file.Flush()) {
+        throw CFileException(GetLastError(), {});
+    }
+}
+
 }  // namespace
 
 std::wstring ReadTableFile(const std::wstring& path)
@@ -43,7 +80,17 @@ std::wstring ReadTableFile(const std::wstring& path)
 void WriteTableFile(const std::wstring& path, std::wstring_view text)
 {
     const std::string bytes = EncodeUtf8WithMark(text);
-    CFile file = Open(path, CFile::modeWrite | CFile::modeCreate | CFile::shareExclusive);
-    file.Write(bytes.data(), static_cast<UINT>(bytes.size()));
-    file.Close();
+    RequireReplaceable(path);
+    std::wstring temporary;
+    try {
+        CFile file = CreateBeside(path, temporary);
+        WriteAll(file, bytes);
+        file.Close();
+        if (!MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+            throw CFileException(GetLastError(), path);
+        }
+    } catch (const CFileException& error) {
+        DeleteFileW(temporary.c_str());
+        throw CFileException(error.m_osError, path);  // the user does not know the temporary file
+    }
 }

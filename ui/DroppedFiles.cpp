@@ -1,12 +1,10 @@
 #include "ui/DroppedFiles.h"
 
-#include <algorithm>
-#include <array>
 #include <string>
 #include <vector>
 
+#include "core/PartName.h"
 #include "files/Folders.h"
-#include "framework/FileNames.h"
 #include "framework/ScopeExit.h"
 
 namespace {
@@ -21,16 +19,6 @@ std::vector<std::wstring> PathsOf(HDROP drop)
         DragQueryFileW(drop, file, path.data(), static_cast<UINT>(path.size()) + 1);
     }
     return paths;
-}
-
-// By the extensions that the file dialog offers.
-bool IsPartFile(const std::wstring& path)
-{
-    constexpr std::array kExtensions{L".sldprt", L".sldasm"};
-    const std::size_t dot = path.rfind(L'.');
-    return dot != std::wstring::npos && !IsFolder(path) &&
-           std::ranges::any_of(kExtensions,
-                               [&](const wchar_t* each) { return EqualFileNames(path.substr(dot), each); });
 }
 
 }  // namespace
@@ -58,7 +46,7 @@ std::optional<PickedFiles> TakeDroppedFiles(HDROP drop)
     for (const std::wstring& path : paths) {
         const std::size_t backslash = path.rfind(L'\\');
         const std::wstring folder = path.substr(0, backslash);
-        if (backslash == std::wstring::npos || !IsPartFile(path) ||
+        if (backslash == std::wstring::npos || !HasPartExtension(path) || IsFolder(path) ||
             (!files.names.empty() && !SameFolder(folder, files.folder))) {
             return std::nullopt;
         }

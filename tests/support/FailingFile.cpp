@@ -33,6 +33,8 @@ bool CFailingFile::MustFail(const FileOperation& operation) const
             return operation.call == FileCall::setAttributes || operation.call == FileCall::change;
         case FailingOperation::flushing:
             return operation.call == FileCall::flush;
+        case FailingOperation::replacing:
+            return operation.call == FileCall::replace;
     }
     return false;
 }

@@ -14,7 +14,8 @@ enum class FailingOperation
     writing,            // from a certain byte on
     openingForChanges,  // opening the file to change its attributes
     changes,            // changing the attributes of the open file
-    flushing            // flushing the file to disk
+    flushing,           // flushing the file to disk
+    replacing           // moving another file to the path
 };
 
 // While it exists, one kind of operation on one file fails in this process, as on a damaged disk, on a

@@ -33,6 +33,7 @@ decltype(&SetFileAttributesW) g_setAttributes = nullptr;
 decltype(&SetFileInformationByHandle) g_setInformation = nullptr;
 decltype(&GetFileSizeEx) g_readSize = nullptr;
 decltype(&FlushFileBuffers) g_flush = nullptr;
+decltype(&MoveFileExW) g_replace = nullptr;
 decltype(&_wmkdir) g_makeFolder = nullptr;
 decltype(&_wfopen) g_openStream = nullptr;
 decltype(&_write) g_writeStream = nullptr;
@@ -147,6 +148,11 @@ BOOL WINAPI Flush(HANDLE file)
     return FailsOpen(g_files, file, FileCall::flush) ? FALSE : g_flush(file);
 }
 
+BOOL WINAPI ReplaceExisting(LPCWSTR from, LPCWSTR to, DWORD flags)
+{
+    return Fails({FileCall::replace, to}) ? FALSE : g_replace(from, to, flags);
+}
+
 int MakeFolder(const wchar_t* path)
 {
     return Fails({FileCall::makeFolder, path}) ? -1 : g_makeFolder(path);
@@ -201,6 +207,7 @@ void RedirectSystem()
     RedirectImport("SetFileInformationByHandle", &Change, &g_setInformation);
     RedirectImport("GetFileSizeEx", &ReadSize, &g_readSize);
     RedirectImport("FlushFileBuffers", &Flush, &g_flush);
+    RedirectImport("MoveFileExW", &ReplaceExisting, &g_replace);
 }
 
 bool RedirectRuntime()

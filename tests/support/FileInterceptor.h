@@ -17,6 +17,7 @@ enum class FileCall
     change,          // SetFileInformationByHandle: attributes and times, or the size
     readSize,        // GetFileSizeEx
     flush,           // FlushFileBuffers
+    replace,         // MoveFileEx; the path is the new one
     makeFolder,
     openStream,  // of the runtime library
     writeStream,

@@ -190,3 +190,14 @@ TEST(LeadingDigits, SearchesTheWholeStemForAnEmptyPrefix)
 {
     EXPECT_EQ(Diverses::LeadingDigits(L"4017.sldprt", L""), L"4017");
 }
+
+TEST(HasPartExtension, KnowsPartsAndAssembliesInAnyLetterCase)
+{
+    for (const wchar_t* const name : {L"a.sldprt", L"A.SLDPRT", L"a.b.SldAsm", L"C:\\parts\\a.sldprt"}) {
+        EXPECT_TRUE(HasPartExtension(name)) << testing::PrintToString(name);
+    }
+    for (const wchar_t* const name :
+         {L"", L"sldprt", L"a.slddrw", L"a.sldprt.", L"a.sldprt ", L"a.sldprt.txt"}) {
+        EXPECT_FALSE(HasPartExtension(name)) << testing::PrintToString(name);
+    }
+}

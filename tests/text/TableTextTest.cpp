@@ -73,6 +73,38 @@ TEST(TableReader, TakesTheSeparatorThatGivesMostColumns)
         << "rows in a quoted cell";
 }
 
+TEST(TableReader, TakesTheSeparatorBehindTheNamesOfPartFiles)
+{
+    EXPECT_EQ(Read(L"N_1_M2,5.sldprt;N_1_M2,5.x.sldprt\nN_1_M3,5.SLDASM;N_1_M3,5.x.sldprt"),
+              (Rows{{L"N_1_M2,5.sldprt", L"N_1_M2,5.x.sldprt"}, {L"N_1_M3,5.SLDASM", L"N_1_M3,5.x.sldprt"}}))
+        << "the comma cuts each row into three cells";
+    EXPECT_EQ(Read(L"a;b.sldprt,c;d.sldprt\n"), (Rows{{L"a;b.sldprt", L"c;d.sldprt"}}));
+    EXPECT_EQ(Read(L" a,b.sldprt ;c,d"), (Rows{{L" a,b.sldprt ", L"c,d"}})) << "blanks around the name";
+    EXPECT_EQ(Read(L"x,y,z\na,b.sldprt;c,d\ne,f.sldprt;g,h"),
+              (Rows{{L"x,y,z"}, {L"a,b.sldprt", L"c,d"}, {L"e,f.sldprt", L"g,h"}}))
+        << "most rows, not all";
+    EXPECT_EQ(Read(L"a,b;c;d\ne,f;g;h\ni,j.sldprt,k"),
+              (Rows{{L"a,b", L"c", L"d"}, {L"e,f", L"g", L"h"}, {L"i,j.sldprt,k"}}))
+        << "one row is not most";
+    EXPECT_EQ(Read(L"a.sldprt,b\tc\td"), (Rows{{L"a.sldprt,b", L"c", L"d"}})) << "names hold no tabs";
+    EXPECT_EQ(Read(L"\"a.sldprt,b\";c;d"), (Rows{{L"a.sldprt,b", L"c", L"d"}})) << "not in quotes";
+    EXPECT_EQ(Read(L"a;\"b\nc.sldprt,d\ne.sldprt,f\ng.sldprt,h\n\";i"),
+              (Rows{{L"a", L"b\nc.sldprt,d\ne.sldprt,f\ng.sldprt,h\n", L"i"}}))
+        << "rows in a quoted cell";
+}
+
+TEST(TableReader, TakesTheSeparatorBehindTheTablesHeader)
+{
+    for (const wchar_t* const header : {L"Original Normteil-Dateien", L"Original Standard-Part-Files"}) {
+        const std::wstring names = L";x\na.sldprt,b;c,d\ne.sldprt,f;g,h\n";
+        EXPECT_EQ(Read(header + names),
+                  (Rows{{header, L"x"}, {L"a.sldprt,b", L"c,d"}, {L"e.sldprt,f", L"g,h"}}));
+    }
+    EXPECT_EQ(Read(L"a,b,c\nOriginal Normteil-Dateien;d"),
+              (Rows{{L"a", L"b", L"c"}, {L"Original Normteil-Dateien;d"}}))
+        << "a header is the first row";
+}
+
 TEST(TableReader, EndsRowsAtEveryKindOfLineEnd)
 {
     EXPECT_EQ(Read(L"a;1\r\nb;2\rc;3\nd;4"), (Rows{{L"a", L"1"}, {L"b", L"2"}, {L"c", L"3"}, {L"d", L"4"}}));

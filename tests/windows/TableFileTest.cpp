@@ -3,13 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "files/MapCodePage.h"
 #include "framework/File.h"
 #include "framework/FileNames.h"
-#include "tests/support/TestScopes.h"
+#include "tests/support/FailingFile.h"
+#include "tests/support/FileInterceptor.h"
+#include "tests/support/Files.h"
 
 namespace {
+
+using Failure = std::pair<DWORD, std::wstring>;
+using Names = std::vector<std::wstring>;
 
 class TableFileTest : public testing::Test
 {
@@ -18,6 +25,26 @@ protected:
     {
         WriteBytes(m_path, bytes);
         return ReadTableFile(m_path);
+    }
+
+    // The error and the file that it names; no error if nothing failed.
+    template <class Operation>
+    static Failure FailureOf(Operation operation)
+    {
+        try {
+            operation();
+        } catch (const CFileException& error) {
+            return {error.m_osError, error.m_fileName};
+        }
+        return {ERROR_SUCCESS, L""};
+    }
+    static Failure ReadFailure(const std::wstring& path)
+    {
+        return FailureOf([&] { static_cast<void>(ReadTableFile(path)); });
+    }
+    static Failure WriteFailure(const std::wstring& path)
+    {
+        return FailureOf([&] { WriteTableFile(path, L"new"); });
     }
 
     CTempFolder m_folder;
@@ -58,8 +85,69 @@ TEST_F(TableFileTest, WritesUtf8WithAMarkOverAnExistingFile)
 
 TEST_F(TableFileTest, ReportsAMissingFileOrFolder)
 {
-    EXPECT_THROW(static_cast<void>(ReadTableFile(m_folder / L"missing.csv")), CFileException);
-    EXPECT_THROW(WriteTableFile(m_folder / L"missing\\table.csv", L"x"), CFileException);
+    EXPECT_EQ(ReadFailure(m_folder / L"missing.csv"),
+              (Failure{ERROR_FILE_NOT_FOUND, m_folder / L"missing.csv"}));
+    const std::wstring path = m_folder / L"missing\\table.csv";
+    EXPECT_EQ(WriteFailure(path), (Failure{ERROR_PATH_NOT_FOUND, path}));
+}
+
+TEST_F(TableFileTest, ReportsAFileThatAnotherProgramHasOpen)
+{
+    WriteBytes(m_path, "old");
+    {
+        const UniqueHandle other = OpenAsOther(m_path, GENERIC_READ, FILE_SHARE_READ);
+        EXPECT_EQ(WriteFailure(m_path), (Failure{ERROR_SHARING_VIOLATION, m_path}));
+        EXPECT_EQ(ReadTableFile(m_path), L"old") << "the other program allows reading";
+    }
+    const UniqueHandle lock = LockFile(m_path);
+    EXPECT_EQ(ReadFailure(m_path), (Failure{ERROR_SHARING_VIOLATION, m_path}));
+    EXPECT_EQ(WriteFailure(m_path), (Failure{ERROR_SHARING_VIOLATION, m_path}));
+}
+
+TEST_F(TableFileTest, KeepsTheOldFileWhenWritingFails)
+{
+    WriteBytes(m_path, "old");
+    const std::wstring temporary = m_path + L".1.tmp";
+    for (const auto& [path, failing] :
+         {std::pair{temporary, FailingOperation::writing}, std::pair{temporary, FailingOperation::flushing},
+          std::pair{m_path, FailingOperation::replacing}}) {
+        {
+            const CFailingFile failure(path, failing, ERROR_DISK_FULL);
+            EXPECT_EQ(WriteFailure(m_path), (Failure{ERROR_DISK_FULL, m_path}));
+            EXPECT_EQ(failure.Count(), 1);
+        }
+        EXPECT_EQ(ReadBytes(m_path), "old");
+        EXPECT_EQ(NamesIn(m_folder.Path()), Names{L"table.csv"});
+    }
+}
+
+TEST_F(TableFileTest, LeavesNoFileWhenWritingANewOneFails)
+{
+    const CFailingFile failure(m_path + L".1.tmp", FailingOperation::writing, ERROR_DISK_FULL);
+    EXPECT_EQ(WriteFailure(m_path), (Failure{ERROR_DISK_FULL, m_path}));
+    EXPECT_EQ(NamesIn(m_folder.Path()), Names{});
+}
+
+TEST_F(TableFileTest, KeepsAReadOnlyFile)
+{
+    WriteBytes(m_path, "old");
+    MakeReadOnly(m_path);
+    {
+        const CFileInterceptor likeWindows;  // Wine lets root write to the file
+        EXPECT_EQ(WriteFailure(m_path), (Failure{ERROR_ACCESS_DENIED, m_path}));
+    }
+    EXPECT_EQ(ReadBytes(m_path), "old");
+    EXPECT_TRUE(IsReadOnly(m_path));
+    EXPECT_EQ(NamesIn(m_folder.Path()), Names{L"table.csv"});
+}
+
+TEST_F(TableFileTest, LeavesOtherFilesAlone)
+{
+    WriteBytes(m_path + L".1.tmp", "of another program");
+    WriteTableFile(m_path, L"x");
+    EXPECT_EQ(ReadBytes(m_path), "\xEF\xBB\xBFx");
+    EXPECT_EQ(ReadBytes(m_path + L".1.tmp"), "of another program");
+    EXPECT_EQ(NamesIn(m_folder.Path()), (Names{L"table.csv", L"table.csv.1.tmp"}));
 }
 
 TEST(FoldFileName, IsEqualForNamesThatAreEqualToTheFileSystem)
