@@ -389,8 +389,18 @@ void CTalvenorDlg::ShowProgress(int percent)
     m_taskbar.ShowProgress(percent);
 }
 
+// The run waits for the user, who may work in another program.
+void CTalvenorDlg::TellOfMessage(bool open)
+{
+    m_taskbar.ShowPaused(open);
+    if (open) {
+        FlashInBackground(m_hWnd);
+    }
+}
+
 void CTalvenorDlg::ShowRunEnd(bool failed)
 {
+    SetMessageObserver({});  // during the last message the button keeps its colour
     if (failed) {
         m_taskbar.ShowError();
     }
@@ -983,9 +993,9 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
 {
     m_bRunning = true;
     m_recorder.Forget();  // the run marks rows
-    QuestionObserver before = SetQuestionObserver([this](bool open) { m_taskbar.ShowPaused(open); });
+    MessageObserver before = SetMessageObserver([this](bool open) { TellOfMessage(open); });
     const CScopeExit ended([this, &before] {
-        SetQuestionObserver(std::move(before));
+        SetMessageObserver(std::move(before));
         m_taskbar.Clear();
         m_bRunning = false;
         m_status.NamesChanged();

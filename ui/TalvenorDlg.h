@@ -61,6 +61,7 @@ private:
     void TakeInputAgain() override;
     void ShowProgress(int percent) override;
     void ShowRunEnd(bool failed) override;
+    void TellOfMessage(bool open);
     void MarkListChanged(bool on);
     [[nodiscard]] ViewStatus GetViewStatus() const override;
     void SetViewStatus(const ViewStatus& status) override;

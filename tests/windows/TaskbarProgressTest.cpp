@@ -162,21 +162,21 @@ TEST(TaskbarProgress, DoesNothingWithoutATaskbar)
     taskbar.Clear();
 }
 
-TEST(QuestionObserver, IsToldOfQuestionsOnly)
+TEST(MessageObserver, IsToldOfEachMessageAndItsAnswer)
 {
     std::string told;
     CMessageRecorder answers([&told] {
         told += "?";
         return IDYES;
     });
-    SetQuestionObserver([&told](bool open) { told += open ? "<" : ">"; });
+    SetMessageObserver([&told](bool open) { told += open ? "<" : ">"; });
     ShowMessage(L"a message");
-    EXPECT_EQ(told, "?");
+    EXPECT_EQ(told, "<?>");
     ShowMessage(L"a question", MB_YESNO | MB_ICONQUESTION);
-    EXPECT_EQ(told, "?<?>");
-    EXPECT_TRUE(SetQuestionObserver({}));
+    EXPECT_EQ(told, "<?><?>");
+    EXPECT_TRUE(SetMessageObserver({}));
     ShowMessage(L"a question", MB_YESNO | MB_ICONQUESTION);
-    EXPECT_EQ(told, "?<?>?");
+    EXPECT_EQ(told, "<?><?>?");
 }
 
 }  // namespace
