@@ -38,8 +38,8 @@ protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override;
     // Ctrl+Backspace deletes the word before the caret.
     LRESULT OnChar(WPARAM wParam, LPARAM lParam);
-    // What is inserted for the text on the clipboard: its first line, with blanks for other control
-    // characters.
+    // Returns what is inserted for the text on the clipboard: its first line, with each control character
+    // replaced with a blank.
     [[nodiscard]] virtual std::wstring TextToPaste(std::wstring text) const;
 
 private:

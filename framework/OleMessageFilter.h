@@ -56,7 +56,7 @@ public:
     void SetStalledCallHandler(CStalledCallHandler* handler);
 
     // To be called before each call to the server and each release of its objects. Once the user has given up
-    // a server that has not been ended, the filter cancels each call as soon as it waits.
+    // a server that has not been ended, the filter cancels each call as soon as the call waits.
     void PrepareCall() const;
 
     // The user pressed a mouse button on a disabled window; the system queues no message for it.
@@ -66,8 +66,8 @@ public:
     // nothing without a handler.
     void HoldInput();
 
-    // Posts the held input again. Of presses on a window's frame only the close button's is left, as its
-    // command.
+    // Posts the held input again. Of input on a window's frame, only a press of the close button is posted,
+    // as its command (SC_CLOSE).
     void ReturnHeldInput();
 
     void DropHeldInput() { m_heldInput.clear(); }
