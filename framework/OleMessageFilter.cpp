@@ -28,8 +28,9 @@ LONGLONG MadeAt(const MSG& message)
 }
 
 // The default handling of a press on a frame follows the mouse until the button is released
-// ("WM_NCLBUTTONDOWN message"). The button of a held press is up by now, so the default handling would wait
-// for the next click. Of held input on a frame, only a press of the close button is kept, as its command.
+// ("WM_NCLBUTTONDOWN message"). The button of a held press is usually up by now; the default handling would
+// then wait for the next click. Of held input on a frame, only a press of the close button is kept, as its
+// command.
 std::optional<MSG> WithoutFramePress(MSG message)
 {
     const bool onFrame = message.message >= WM_NCLBUTTONDOWN && message.message <= WM_NCXBUTTONDBLCLK;

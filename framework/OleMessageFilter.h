@@ -59,7 +59,8 @@ public:
     // a server that has not been ended, the filter cancels each call as soon as the call waits.
     void PrepareCall() const;
 
-    // The user pressed a mouse button on a disabled window; the system queues no message for it.
+    // To be called when the user presses a mouse button on a disabled window: the system queues no message
+    // for such a press.
     void NotePress();
 
     // Takes keys and clicks out of the queue, so that a message box that opens now does not get them. Does

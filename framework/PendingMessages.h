@@ -24,8 +24,8 @@ inline constexpr std::array kAllInput{MessageRange{WM_KEYFIRST, WM_KEYLAST},
                                       MessageRange{WM_NCMOUSEMOVE, WM_NCXBUTTONDBLCLK},
                                       MessageRange{WM_NCPOINTERUPDATE, WM_POINTERROUTEDRELEASED}};
 
-// Takes the messages of the ranges out of the thread's queue, whatever window they are for, and returns them
-// in the order of their times. The system returns WM_QUIT for every range; it is posted again.
+// Takes the messages of the ranges out of the thread's queue, for any window, and returns them in the order
+// of their times. The system returns WM_QUIT for every range; it is posted again.
 std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
 
 // Whether the message is a key or a button that goes down, or a touch that begins.

@@ -74,8 +74,8 @@ private:
     void Forget();
 
     std::wstring m_image;  // of the class; empty when no program serves it
-    // The image's processes before the first attempt to connect, and the time of that attempt; none once
-    // connected.
+    // The image's processes before the first attempt to connect (none once connected), and the time of that
+    // attempt.
     std::optional<std::vector<Process>> m_before;
     ULONGLONG m_connectingSince = 0;
     bool m_wasAlive = false;         // what WasAlive looks for was alive at BeginConnect

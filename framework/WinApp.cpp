@@ -92,8 +92,8 @@ void CWinApp::PumpPendingMessage()
 {
     constexpr MessageRange kButtons{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK};
     constexpr MessageRange kFrameButtons{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK};
-    // Key releases are taken after presses and clicks: the release of the key that started the long operation
-    // would use up the first call.
+    // Other key messages, such as releases, are taken after presses and clicks: the release of the key that
+    // started the long operation would use up the first call.
     constexpr MessageRange kAllKeys{WM_KEYFIRST, WM_KEYLAST};
     constexpr MessageRange kAnything{0, 0};
     constexpr MessageRange kFrameCommands{WM_SYSCOMMAND, WM_SYSCOMMAND};

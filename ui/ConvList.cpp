@@ -208,7 +208,7 @@ LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
     if (!column) {
         return Default();
     }
-    // Below the last row the column's number serves as the row: see docs/decisions.md.
+    // Below the last row, the column's number is used as the row: see docs/decisions.md.
     const Cell cell{RowAt(point).value_or(*column), *column};
     SelectAndFocus(cell.row);
     CColumnMenu::Command command = CColumnMenu::none;
@@ -249,7 +249,7 @@ LRESULT CConvList::OnHeaderBeginDrag(NMHDR&)
     return EndEditInPress() ? TRUE : Default();
 }
 
-// Ends an open edit when the left mouse button is pressed. Returns whether the button is up again: a message
+// Ends an open edit. Returns whether the left mouse button was down before and is up afterwards: a message
 // box about the text has then swallowed the release. No drag may begin then: it would follow the mouse until
 // the next click.
 bool CConvList::EndEditInPress()
@@ -270,7 +270,7 @@ LRESULT CConvList::OnHeaderItemChanging(NMHDR& header)
     return Default();
 }
 
-// A new width moves the column lines below the last row.
+// Redraws the list below the last row: a new width moves the column lines there.
 LRESULT CConvList::OnHeaderItemChanged(NMHDR& header)
 {
     const LRESULT result = Default();

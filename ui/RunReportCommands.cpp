@@ -33,7 +33,7 @@ constexpr Text kNotInList{L"Zu markierende Zeilen, die nicht in der Liste sind: 
 constexpr int kMostReports = 1000;           // of runs that began in the same minute
 constexpr INT_PTR kShellExecuteFailed = 32;  // or less ("ShellExecuteW function")
 
-// With a backslash at its end; empty when the system names none.
+// The folder's path with a backslash at its end; empty when the system returns none.
 std::wstring TemporaryFolder()
 {
     std::array<wchar_t, MAX_PATH + 1> path{};

@@ -350,7 +350,7 @@ void CTalvenorDlg::LoadListForSourceFolder()
     }
 }
 
-// Leaves the list empty.
+// Changes the standard-parts folder and empties the list.
 void CTalvenorDlg::SetFolder(const std::wstring& folder)
 {
     m_recorder.Forget();
@@ -358,8 +358,8 @@ void CTalvenorDlg::SetFolder(const std::wstring& folder)
     m_strSourceDir = folder;
 }
 
-// If the map file exists but cannot be read, the list becomes empty: the old rows would look like the file's
-// contents.
+// If the map file exists but cannot be opened, the list becomes empty: the old rows would look like the
+// file's contents.
 void CTalvenorDlg::ReloadAfterCancel()
 {
     CFileMisc mapFile(kGerman);
