@@ -14,10 +14,10 @@ namespace {
 // Most texts fit, and are read in one message.
 constexpr std::size_t kFirstBufferSize = 260;
 
-// Typed by Ctrl+Backspace. The edit control would insert it (from knowledge).
+// Typed by Ctrl+Backspace. The edit control would insert it as a character (undocumented).
 constexpr wchar_t kDelete = 0x7F;
 
-// In screen coordinates; empty for null.
+// The window's rectangle in screen coordinates; empty for a null window.
 RECT WindowRect(HWND window)
 {
     RECT place{};
@@ -71,7 +71,8 @@ void CEdit::DeleteWordBeforeCaret() const
     SendMessage(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L""));
 }
 
-// Two cells of a spreadsheet come with a tab between them, which no file name can hold.
+// Replaces the default handling because copied spreadsheet cells are separated by tabs, which no file name
+// can contain.
 void CEdit::OnPaste()
 {
     if (std::optional<std::wstring> text = ReadClipboard(m_hWnd)) {
@@ -95,9 +96,9 @@ const MessageMap* CComboBox::GetMessageMap() const
     return &kMap;
 }
 
-// A closed list would change its selection, which a user who scrolls past may not notice. The wheel goes to
-// the window under the pointer, whatever has the focus ("SystemParametersInfoW function",
-// SPI_SETMOUSEWHEELROUTING).
+// While its list is closed, a combo box would change its selection, which a user who scrolls past may not
+// notice: the system may send the wheel to the window under the pointer, even without the focus
+// ("SystemParametersInfoW function", SPI_SETMOUSEWHEELROUTING). So the parent gets the message instead.
 LRESULT CComboBox::OnMouseWheel(WPARAM wParam, LPARAM lParam)
 {
     if (SendMessage(CB_GETDROPPEDSTATE) != FALSE) {
@@ -117,9 +118,10 @@ std::wstring CComboBox::GetLBText(int index) const
     return text;
 }
 
-// A themed bar moves gradually to a greater position, and so lags behind; to a smaller position it moves at
-// once (undocumented). So the bar goes one position too far and back again. At the end of its range it cannot
-// go too far: there it goes one position back first, so that only the last step is gradual.
+// A themed bar moves gradually to a greater position, and so lags behind. It moves at once to a smaller
+// position (undocumented). So the bar is set one position too far and then back. At the end of the range
+// there is no position further on: there the bar is set one position back first, so that only the last step
+// is gradual.
 void CProgressCtrl::SetPos(int position) const
 {
     if (const int before = GetPos(); before < position) {
@@ -200,7 +202,8 @@ std::wstring CListCtrl::GetItemText(int row, int column) const
     if (length + 1 < buffer.size()) {
         return {buffer.data(), length};
     }
-    // The control truncates silently ("LVM_GETITEMTEXT message"): a full buffer may not hold the whole text.
+    // The control truncates silently ("LVM_GETITEMTEXT message"): a full buffer may hold only a part of the
+    // text.
     std::wstring text(buffer.size(), L'\0');
     while (length + 1 >= text.size()) {
         text.resize(text.size() * 2);

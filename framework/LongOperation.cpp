@@ -4,16 +4,16 @@ namespace {
 
 bool g_active = false;
 
-// Levels at the end of the session, from the last process asked to the first: 0x280 is every process's own
+// Shutdown levels: the system asks the processes with the highest level first, and 0x280 is the default
 // ("SetProcessShutdownParameters function").
 constexpr DWORD kOwnLevel = 0x280;
 constexpr DWORD kAskedEarlier = 0x2FF;
 
 }  // namespace
 
-// Keeps the computer awake, but lets the screen turn off ("SetThreadExecutionState function"). A program that
-// was asked earlier and agreed ends even if this one refuses ("WM_QUERYENDSESSION message"); the operation
-// may need it.
+// Keeps the computer awake, but lets the screen turn off ("SetThreadExecutionState function"). Makes the
+// system ask this program before others: a program that was asked earlier and agreed ends even if this one
+// refuses ("WM_QUERYENDSESSION message"), and the operation may need that program.
 CLongOperation::CLongOperation(HWND window, const std::wstring& reason) : m_window(window)
 {
     constexpr std::size_t kLongestReason = MAX_STR_BLOCKREASON - 1;

@@ -60,7 +60,7 @@ int ShowBox(const MessageRequest& request)
 {
     CWinApp* app = CWinApp::Get();
     if (app != nullptr) {
-        app->GetMessageFilter().HoldInput();  // input from before the box can be read
+        app->GetMessageFilter().HoldInput();  // so that earlier input does not answer the box
     }
     const std::wstring title = app != nullptr ? app->GetName() : std::wstring();
     MSGBOXPARAMSW parameters{};

@@ -30,10 +30,10 @@ constexpr Text kNotOpened{L"Der Bericht '%1' kann nicht angezeigt werden.",
 constexpr Text kNotInList{L"Zu markierende Zeilen, die nicht in der Liste sind: %1 von %2",
                           L"Rows to select that are not in the list: %1 of %2"};
 
-constexpr int kMostReports = 1000;           // whose runs began in the same minute
+constexpr int kMostReports = 1000;           // of runs that began in the same minute
 constexpr INT_PTR kShellExecuteFailed = 32;  // or less ("ShellExecuteW function")
 
-// With a backslash at its end; empty when the system names none.
+// The folder's path with a backslash at its end; empty when the system returns none.
 std::wstring TemporaryFolder()
 {
     std::array<wchar_t, MAX_PATH + 1> path{};
@@ -110,7 +110,8 @@ void CRunReportCommands::ShowReport(HWND owner) const
 {
     try {
         const std::wstring path = WriteReport();
-        // The browser would keep the program's working folder in use otherwise.
+        // The browser starts in the temporary folder: otherwise it would keep the program's working folder in
+        // use.
         const std::wstring folder = TemporaryFolder();
         const auto result = reinterpret_cast<INT_PTR>(
             ShellExecuteW(owner, L"open", path.c_str(), nullptr, folder.c_str(), SW_SHOWNORMAL));
@@ -133,7 +134,7 @@ std::wstring CRunReportCommands::WriteReport() const
 
 bool CRunReportCommands::CanSelectAttention(const std::wstring& standardPartsFolder) const
 {
-    // A folder keeps the backslashes at its end only until files are added from it.
+    // Backslashes at the end do not count: the main dialog removes them only when files are added.
     return SameFolder(StripBackslashes(standardPartsFolder), StripBackslashes(m_run.folder)) &&
            std::ranges::any_of(Findings(), &RowFindings::NeedsAttention);
 }

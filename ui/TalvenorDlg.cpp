@@ -295,7 +295,7 @@ void CTalvenorDlg::MarkListChanged(bool on)
     }
 }
 
-// The caption is the only place that holds the status, so it is read from there.
+// Reads the status from the frame's caption, which is the only place that holds it.
 ViewStatus CTalvenorDlg::GetViewStatus() const
 {
     const std::wstring caption = m_wndStatusFrame.GetWindowText();
@@ -344,13 +344,13 @@ void CTalvenorDlg::ShowFolderContents()
 
 void CTalvenorDlg::LoadListForSourceFolder()
 {
-    const CWaitCursor wait;  // a server that cannot be reached takes many seconds
+    const CWaitCursor wait;  // an unreachable file server takes many seconds to fail
     if (!ShowMapFileContents()) {
         ShowFolderContents();
     }
 }
 
-// Leaves the list empty.
+// Changes the standard-parts folder and empties the list.
 void CTalvenorDlg::SetFolder(const std::wstring& folder)
 {
     m_recorder.Forget();
@@ -358,7 +358,8 @@ void CTalvenorDlg::SetFolder(const std::wstring& folder)
     m_strSourceDir = folder;
 }
 
-// A map file that cannot be read leaves the list empty: the old rows would be taken for its contents.
+// If the map file exists but cannot be opened, the list becomes empty: the old rows would look like the
+// file's contents.
 void CTalvenorDlg::ReloadAfterCancel()
 {
     CFileMisc mapFile(kGerman);
@@ -459,14 +460,14 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
     return &kMap;
 }
 
-// The number of the shell's message is known at run time only, so no map can hold it.
+// The number of the taskbar's message is known at run time only, so no message map can contain it.
 LRESULT CTalvenorDlg::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     m_taskbar.NoteMessage(message);
     return CDialog::WindowProc(message, wParam, lParam);
 }
 
-// During a run and under an open message box, commands are ignored whatever sent them: a screen reader can
+// During a run and while a message box is open, commands are ignored whatever sent them: a screen reader can
 // press a button of a disabled window, and automation calls dispatch posted messages.
 bool CTalvenorDlg::IsBusy() const
 {
@@ -651,8 +652,8 @@ void CTalvenorDlg::Arrange()
 }
 
 // The system scales the dialog, its font and its controls ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration"), but
-// not the list's columns and images. The widths are read before that, in case a list view scales them after
-// all.
+// not the list's columns and images. The widths are read before the default processing, in case a list view
+// scales them after all.
 LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
 {
     m_wndList.EndEdit();
@@ -800,7 +801,7 @@ void CTalvenorDlg::OnAddStandardParts()
         return;
     }
     m_strSourceDir = StripBackslashes(m_strSourceDir);
-    // Search results come with their whole paths (from experience).
+    // For search results, the dialog returns full paths (undocumented).
     if (!std::ranges::all_of(picked->names, IsBareFileName)) {
         ShowMessage(kSearchResults.Current());
         return;
@@ -858,7 +859,7 @@ void CTalvenorDlg::DeleteSelectedRows()
     const int selected = m_wndList.GetSelectedCount();
     MarkListChanged(selected > 0);
     if (selected == m_wndList.GetItemCount()) {
-        m_wndList.DeleteAllItems();  // row by row takes quadratic time
+        m_wndList.DeleteAllItems();  // deleting row by row takes quadratic time
         ShowViewStatus(false);
         MarkListChanged(true);
         return;

@@ -146,7 +146,7 @@ private:
     std::wstring m_strProgId;
     CServerProcess m_cadServer;
     CTaskbarProgress m_taskbar;
-    std::wstring m_strHelpFile;  // the library's
+    std::wstring m_strHelpFile;  // the manual in the library's program folder
     UniqueIcon m_icon;
     UniqueIcon m_smallIcon;
 

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-// Stands for a malicious library in a folder that the program may search. If its code runs, it creates the
+// Stands in for a malicious library in a folder that the program may search. If its code runs, it creates the
 // file named by the environment variable TALVENOR_TEST_PLANTED.
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID)
 {

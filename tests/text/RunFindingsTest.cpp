@@ -22,7 +22,7 @@ std::wstring Upper(std::wstring_view name)
     return upper;
 }
 
-// Ignores the case of the letters a to z and of the "ü". The tests use no others.
+// Ignores the case of the letters a to z and of "ü", which is enough for these tests.
 int Compare(std::wstring_view left, std::wstring_view right)
 {
     return Upper(left).compare(Upper(right));
@@ -253,8 +253,8 @@ TEST_F(RunFindingsTest, WarnsOfNamesThatTheMapFileChanges)
               Texts{L"The map file holds this row changed: a ; b.sldprt ; c.sldprt ; N %2"});
     EXPECT_EQ(WarningsOf(GoodRow({L";b.sldprt", L"c.sldprt", L"N %2"})),
               Texts{L"The map file cannot reproduce this row."});
-    // A leading blank belongs to a file name. From a BOM name it is trimmed anyway, when the name is written
-    // into the part.
+    // A leading blank is a part of a file name. A BOM name is trimmed anyway when it is written into the
+    // part.
     EXPECT_EQ(WarningsOf(GoodRow({L" b.sldprt", L"c.sldprt", L"N %2"})).size(), 1U);
     EXPECT_EQ(WarningsOf(GoodRow({L"b.sldprt", L"c.sldprt", L" N; %2 "})), Texts{});
 }

@@ -161,7 +161,7 @@ class Gallery:
         windows.press("Escape")
 
     def take_and_refuse(self, name):
-        """Takes the question that is open or opens, and answers No."""
+        """Takes a screenshot of the question that is open or about to open, and answers No."""
         box = self.wait_for_box()
         self.take(name)
         windows.click(box, IDS.IDNO)
@@ -171,7 +171,7 @@ class Gallery:
         self.take_and_refuse("remove-all-question")
 
     def take_about(self):
-        left, top, _, _ = self.main_window().rect  # the icon of the system menu lies 14, 12 from it at 100 %
+        left, top, _, _ = self.main_window().rect  # at 100 %, the system menu's icon is 14 px right of and 12 px below it
         windows.click_at(left + int(14 * self.scale), top + int(12 * self.scale))
         self.take("system-menu")
         windows.press("Up")  # the last entry
