@@ -87,12 +87,13 @@ bool CDlgTemplate::OnInitDialog()
 
 void CDlgTemplate::OnOK()
 {
-    const std::wstring before = std::exchange(m_strText, m_wndText.GetWindowText());
-    if (IsRefused(m_strText)) {
+    std::wstring text = m_wndText.GetWindowText();
+    if (IsRefused(text)) {
         ShowMessage(kRefused.In(m_language), MB_OK | MB_ICONINFORMATION);
         m_wndText.FocusAndSelectAll();
         return;
     }
+    const std::wstring before = std::exchange(m_strText, std::move(text));
     if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
         if (WriteTemplate(m_nColumn, m_strText)) {  // a failure is not reported
             AddToTemplateHistory(m_nColumn, before);
