@@ -152,7 +152,7 @@ public:
         ReadNames();
     }
 
-    // Keeps a pointer to the name.
+    // Keeps a pointer to the name, which must outlive this object.
     void Add(const std::wstring& original)
     {
         const std::string_view key = SearchKey(original, m_arena);
@@ -195,7 +195,7 @@ private:
         }
     }
 
-    // False when the file gets no row.
+    // Returns false when the file gets no row.
     bool MakeRow(const std::wstring& original)
     {
         Diverses::SplitPartName(original, m_values);
