@@ -23,8 +23,8 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 [[nodiscard]] std::wstring CopyPath(std::wstring_view standardPartsFolder, std::wstring_view name);
 
 // Whether the path is just \\COMPUTER, which is never a folder, or just \\COMPUTER\SHARE, which is never a
-// file. Do not query such a path: Windows would search the network for it. Without a standard-parts folder,
-// the "Mapped" folder and the map file have such paths.
+// file. Without a standard-parts folder, the "Mapped" folder and the map file have such paths. Do not open,
+// create or query them then: Windows would search the network.
 [[nodiscard]] bool IsComputer(std::wstring_view path);
 [[nodiscard]] bool IsShare(std::wstring_view path);
 

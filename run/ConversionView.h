@@ -1,6 +1,6 @@
 #pragma once
 
-// What a conversion run needs of the main dialog.
+// What a conversion run needs from the main dialog.
 class CConversionView
 {
 public:
@@ -18,8 +18,9 @@ public:
     // the focus to its list. An enabled window is only brought to the top.
     virtual void TakeInputAgain() = 0;
 
-    // Report the share of the rows done, in percent, and, before the run's last message, whether the run was
-    // aborted. The main dialog shows both on the taskbar button, for a user who works in another program.
+    // ShowProgress reports the share of the rows done, in percent. ShowRunEnd reports, before the run's last
+    // message, whether the run was aborted. The main dialog shows both on the taskbar button, for a user who
+    // works in another program.
     virtual void ShowProgress(int /*percent*/) {}
     virtual void ShowRunEnd(bool /*failed*/) {}
 

@@ -19,15 +19,14 @@ struct FindingRules
 // user wants it.
 struct RowFindings
 {
-    std::vector<std::wstring> errors;  // the row was not converted, or not completely
-    std::vector<std::wstring>
-        warnings;  // it was converted by the rules, but perhaps not as the user wants it
+    std::vector<std::wstring> errors;    // the row was not converted, or not completely
+    std::vector<std::wstring> warnings;  // the row may not be as the user wants it
 
     [[nodiscard]] bool HasFailed() const { return !errors.empty(); }
     [[nodiscard]] bool IsOnlyWarnedAbout() const { return errors.empty() && !warnings.empty(); }
     [[nodiscard]] bool NeedsAttention() const { return !errors.empty() || !warnings.empty(); }
 };
 
-// Takes n log n time for n rows.
+// One element for each row of the run. FindingsOf takes n log n time for n rows.
 using RunFindings = std::vector<RowFindings>;
 [[nodiscard]] RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules);
