@@ -49,7 +49,7 @@ private:
 
     // Two references to the same document, each released separately.
     CSldWorksDocument m_document;        // for the configurations and saving
-    CSldWorksDocument m_openedDocument;  // for the call after code 128
+    CSldWorksDocument m_openedDocument;  // for CallMethod17
 
     long m_configurationCount = 0;                   // as reported; may differ from the number of names
     std::vector<std::wstring> m_configurationNames;  // in the CAD system's order

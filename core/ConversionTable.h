@@ -62,7 +62,7 @@ public:
     void MarkPending(int row) const;
     void MarkConverted(int row) const;
 
-    // Selects and focuses the row, and no other, and scrolls it into view.
+    // Selects only this row, focuses it and scrolls it into view.
     void SelectOnly(int row) const;
 
     // Scrolls the row into view. A row below the view goes to the top, so that the rows after it are visible,

@@ -13,18 +13,18 @@ using NameComparison = bool (*)(std::wstring_view left, std::wstring_view right)
 // name or the extension is empty.
 bool EnsureExtension(std::wstring& name, std::wstring_view extension, NameComparison equal);
 
-// Replaces the characters | / \ * : " ? < > ; = by "_" and each run of dots by one dot. Returns the number of
-// characters replaced by "_".
+// Replaces the characters | / \ * : " ? < > ; = with "_" and each run of dots with one dot. Returns the
+// number of characters replaced with "_".
 int SanitizeFileName(std::wstring& name);
 
-// Replaces the characters / @ ; = by "_" and returns their number.
+// Replaces the characters / @ ; = with "_" and returns their number.
 int SanitizeFeatureName(std::wstring& name);
 
 // A name to which the rules for edited names have been applied.
 struct EditedName
 {
     std::wstring text;
-    bool cleaned = false;  // characters were replaced by "_"
+    bool cleaned = false;  // characters were replaced with "_"
 };
 
 // Applies the rules for edited file names: extension, then forbidden characters. The extension is "sldprt",

@@ -15,7 +15,7 @@ struct TableRow
     bool operator==(const TableRow&) const = default;
 };
 
-// Consecutive rows that are replaced by others.
+// Consecutive rows and the rows that replace them.
 struct RowSplice
 {
     int at = 0;  // the first row, counted after the step's earlier splices
@@ -76,8 +76,8 @@ struct TableStep
     bool operator==(const TableStep&) const = default;
 };
 
-// Returns the splices that turn one table into the other. If rows were only inserted, as when files are added
-// to a sorted table, each block of consecutive new rows is one splice; otherwise a single splice replaces
+// Returns the splices that turn `before` into `after`. If rows were only inserted, as when files are added to
+// a sorted table, each block of consecutive new rows is one splice; otherwise a single splice replaces
 // everything from the first to the last difference.
 [[nodiscard]] std::vector<RowSplice> CompareTables(std::vector<TableRow> before, std::vector<TableRow> after);
 

@@ -7,7 +7,7 @@
 inline constexpr std::wstring_view kMappedFolderName = L"Mapped";
 inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 
-// Replaces each pair of backslashes by one, in one pass from left to right (three become two, and so do
+// Replaces each pair of backslashes with one, in one pass from left to right (three become two, and so do
 // four). A result that begins with a backslash gets another one, so that a network path keeps its two.
 [[nodiscard]] std::wstring NormalizePath(std::wstring_view path);
 

@@ -369,7 +369,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateCopy(const Row& row)
 {
     if (m_options.copyOnly) {
         ShowUpdateProgress(row);
-        ++m_done;  // for every row, pending or not
+        ++m_done;  // also for rows that are not pending, so the bar may be full early
         return std::nullopt;
     }
     return row.pending ? UpdateBomEntries(row) : std::nullopt;

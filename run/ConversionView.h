@@ -11,7 +11,7 @@ public:
     virtual void ShowViewStatus(bool mapView) = 0;
 
     // Reloads the list from the map file, or from the standard-parts folder when there is no map file. If the
-    // map file cannot be read, shows a message and leaves the list empty.
+    // map file cannot be opened, shows a message and leaves the list empty.
     virtual void ReloadAfterCancel() = 0;
 
     // Enables a disabled window, drops the input that came meanwhile, brings the window to the top and sets
