@@ -19,8 +19,10 @@ struct FindingRules
 // user wants it.
 struct RowFindings
 {
-    std::vector<std::wstring> errors;    // the row was not converted, or not completely
-    std::vector<std::wstring> warnings;  // the row may not be as the user wants it
+    // The row was not converted, or perhaps not completely.
+    std::vector<std::wstring> errors;
+    // It was converted by the rules, but perhaps not as the user wants it.
+    std::vector<std::wstring> warnings;
 
     [[nodiscard]] bool HasFailed() const { return !errors.empty(); }
     [[nodiscard]] bool IsOnlyWarnedAbout() const { return errors.empty() && !warnings.empty(); }
