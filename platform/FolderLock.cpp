@@ -21,8 +21,8 @@ std::wstring FinalPath(const std::wstring& folder)
     return path.empty() ? folder : path;
 }
 
-// The name of an object may have no backslash and no more than MAX_PATH characters, so it holds the path's
-// hash (FNV-1a), which every build of the program computes alike.
+// After "Global\", the name of a mutex must not contain a backslash, and it has at most MAX_PATH characters.
+// So it contains the path's hash (FNV-1a), which every build of the program computes alike.
 std::wstring MutexName(std::wstring path)
 {
     CharUpperBuffW(path.data(), static_cast<DWORD>(path.size()));
@@ -42,7 +42,7 @@ CFolderLock::CFolderLock(const std::wstring& folder)
 {
     const std::wstring name = MutexName(FinalPath(folder));
     m_mutex.reset(CreateMutexW(nullptr, FALSE, name.c_str()));
-    // Another user's mutex exists, but must not be opened ("CreateMutexW function").
+    // If another user's mutex has the name, access may be denied ("CreateMutexW function").
     m_taken = GetLastError() == ERROR_ALREADY_EXISTS ||
               (m_mutex == nullptr && GetLastError() == ERROR_ACCESS_DENIED);
     if (m_taken) {

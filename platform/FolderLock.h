@@ -4,16 +4,16 @@
 
 #include "framework/Handles.h"
 
-// Keeps other instances of the program on this machine, of whatever user, from converting the same folder.
+// Keeps other instances of the program on this machine, whoever runs them, from converting the same folder.
 // The lock ends with the object or with its process.
 class CFolderLock
 {
 public:
-    // The folder exists. However it is written, by a mapped drive or through a junction, it is the same
-    // folder.
+    // `folder` must exist. A path through a mapped drive or a junction locks the same folder as its direct
+    // path.
     explicit CFolderLock(const std::wstring& folder);
 
-    // Whether another lock is on the folder; this one then locks nothing.
+    // Whether the folder was already locked; this object then locks nothing.
     [[nodiscard]] bool IsTaken() const { return m_taken; }
 
 private:

@@ -87,9 +87,9 @@ struct OpenError
     Text name;
 };
 
-// The code on opening is a set of bits. These names are all that is known of them ("swFileLoadError_e
-// Enumeration" in the help of the automation interface); they were not tried. Only the report's words depend
-// on them.
+// The code on opening is a set of bits. Their names come from the help of the automation interface
+// ("swFileLoadError_e Enumeration") and were never checked against SOLIDWORKS. Only the wording of the report
+// depends on them.
 constexpr std::array kOpenErrors{
     OpenError{1, {L"allgemeiner Fehler", L"general error"}},
     OpenError{2, {L"Datei nicht gefunden", L"file not found"}},
@@ -109,7 +109,7 @@ std::wstring Joined(const std::vector<std::wstring>& names)
     return text;
 }
 
-// A message without its line breaks.
+// The message on one line: its line breaks become blanks.
 std::wstring OnOneLine(std::wstring_view message)
 {
     std::wstring line;
@@ -137,7 +137,7 @@ void AddConfigurations(CFindings errors, const RunRow& row, const CadRecord& cad
     }
 }
 
-// The words for the known bits of a code; empty when there are none. A negative code is no set of bits.
+// The words for the known bits of a code; empty when there are none. A negative code is not a set of bits.
 std::wstring OpenErrorsIn(long code)
 {
     const auto bits = static_cast<unsigned long>(std::max(code, 0L));
@@ -205,7 +205,7 @@ void AddOneNameForAll(CFindings warnings, const RunRow& row)
     }
 }
 
-// The row as it was recorded.
+// The row as the map file was given it: without BOM name if files were copied only.
 UTtab_entry Recorded(const RunRow& row, bool copyOnly)
 {
     return {row.entry.strOriginal, row.entry.strRenamed, copyOnly ? std::wstring() : row.entry.strBomName};

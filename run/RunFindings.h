@@ -29,6 +29,6 @@ struct RowFindings
     [[nodiscard]] bool NeedsAttention() const { return !errors.empty() || !warnings.empty(); }
 };
 
-// Takes n log n time for n rows.
+// One element for each row of the run. FindingsOf takes n log n time for n rows.
 using RunFindings = std::vector<RowFindings>;
 [[nodiscard]] RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules);

@@ -23,7 +23,7 @@ constexpr Text kWarnings{L"Warnungen", L"Warnings"};
 constexpr Text kTheRun{L"Der ganze Lauf", L"The whole run"};
 constexpr Text kAllRows{L"Alle Zeilen", L"All rows"};
 
-// Columns besides those of the table
+// Columns besides those of the conversion table
 constexpr Text kNumber{L"Nr.", L"No."};
 constexpr Text kResult{L"Ergebnis", L"Result"};
 constexpr Text kNote{L"Hinweis", L"Note"};
@@ -272,7 +272,7 @@ void CPage::Summary()
     m_html += "</header>\n<main>\n";
 }
 
-// A table of the rows for which `isListed` holds.
+// A table of the rows for which `isListed` holds; no table if there are none.
 void CPage::Attention(const Text& title, bool (RowFindings::*isListed)() const)
 {
     if (std::ranges::none_of(m_findings, isListed)) {
@@ -340,7 +340,7 @@ void CPage::AllRows()
     m_html += "</table>\n";
 }
 
-// `kind`: its classes in the style sheet.
+// `kind`: the table's classes in the style sheet.
 void CPage::BeginTable(const Text& title, const char* kind, std::initializer_list<Text> headers)
 {
     m_html += "<h2>";
