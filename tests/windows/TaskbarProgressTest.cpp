@@ -120,6 +120,15 @@ TEST_F(TaskbarProgressTest, ShowsProgressAndClearsIt)
     EXPECT_EQ(Take(), Calls{"none"});
 }
 
+// A copy-only run counts rows that are not pending, too.
+TEST_F(TaskbarProgressTest, IsNeverMoreThanTheWhole)
+{
+    CreateButton();
+    static_cast<void>(Take());
+    m_taskbar.ShowProgress(150);
+    EXPECT_EQ(Take(), (Calls{"100/100", "normal"}));
+}
+
 TEST_F(TaskbarProgressTest, IsPausedBetweenQuestionAndAnswer)
 {
     CreateButton();
