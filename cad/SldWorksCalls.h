@@ -26,18 +26,21 @@ public:
     // Takes over the caller's reference; null makes a document that is not attached.
     explicit CSldWorksDocument(IDispatch* document = nullptr) { AttachDispatch(document); }
 
-    // Called when the code on opening has bit 128 set. What the method does is not documented.
+    // Called when the code that OpenDocument passed back has the bit 0x80 set. What the method does is not
+    // documented.
     void CallMethod17();
 
     [[nodiscard]] long GetConfigurationCount();
 
-    // An array of strings, by value or by reference; anything else from a server that breaks its interface.
+    // Returns an array of strings, by value or by reference. A server that violates its interface may return
+    // anything else.
     [[nodiscard]] _variant_t GetConfigurationNames();
 
     // The result is not attached when the document has no configuration of that name.
     [[nodiscard]] CSldWorksConfiguration GetConfiguration(const std::wstring& name);
 
-    // Returns the server's result; nullopt when a server that breaks its interface returns no 32-bit number.
+    // Returns the server's result; nullopt when the server violates its interface by returning anything but a
+    // VT_I4.
     std::optional<long> Save(bool silent);
 };
 

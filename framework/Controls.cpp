@@ -96,9 +96,9 @@ const MessageMap* CComboBox::GetMessageMap() const
     return &kMap;
 }
 
-// While its list is closed, a combo box would change its selection, which a user who scrolls past may not
-// notice: the system may send the wheel to the window under the pointer, even without the focus
-// ("SystemParametersInfoW function", SPI_SETMOUSEWHEELROUTING). So the parent gets the message instead.
+// The system may send the wheel's message to the window under the pointer, even without the focus
+// ("SystemParametersInfoW function", SPI_SETMOUSEWHEELROUTING). A closed combo box would then change its
+// selection, unnoticed by a user who scrolls past. So its parent gets the message instead.
 LRESULT CComboBox::OnMouseWheel(WPARAM wParam, LPARAM lParam)
 {
     if (SendMessage(CB_GETDROPPEDSTATE) != FALSE) {
@@ -119,9 +119,9 @@ std::wstring CComboBox::GetLBText(int index) const
 }
 
 // A themed bar moves gradually to a greater position, and so lags behind. It moves at once to a smaller
-// position (undocumented). So the bar is set one position too far and then back. At the end of the range
-// there is no position further on: there the bar is set one position back first, so that only the last step
-// is gradual.
+// position (undocumented). So the bar is set one position too far and then back. At the end of the
+// range, which the bar cannot pass, it is set to the end, one position back and to the end again: only this
+// last step is gradual.
 void CProgressCtrl::SetPos(int position) const
 {
     if (const int before = GetPos(); before < position) {
@@ -250,8 +250,8 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
 }
 
 // While redraw is off, the control may validate a part of its header that has not been painted yet, and it
-// does not repaint a header that has moved. The destructor repairs both (observed; "WM_SETREDRAW message"
-// does not mention it).
+// does not repaint a header that has moved (observed; not mentioned in "WM_SETREDRAW message"). The
+// destructor repairs both.
 CRedrawPause::CRedrawPause(const CListCtrl& list)
     : m_list(list)
     , m_outermost(list.m_redrawPauses++ == 0)
