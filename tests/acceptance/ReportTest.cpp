@@ -20,7 +20,7 @@ protected:
     void SetUp() override
     {
         if (CDocumentViewer::IsOverruled(L".html")) {
-            GTEST_SKIP() << "the user has chosen a program for documents of this kind";
+            GTEST_SKIP() << "skipped: the user has chosen a program for documents of this kind";
         }
         AddParts(kParts);
         std::string script;
