@@ -44,13 +44,20 @@ CMeasuredDialog::CMeasuredDialog(const std::wstring& partsFolder)
     m_dialog.Create();
     m_table = &dynamic_cast<CConversionTable&>(*CWnd::FromHandle(m_dialog.GetDlgItem(IDC_LIST)));
     m_dialog.ShowWindow(SW_SHOW);
-    DrainMessages();
+    Finish();
 }
 
-void CMeasuredDialog::Press(int id) const
+void CMeasuredDialog::Finish()
+{
+    DrainMessages();
+    m_dialog.CallIdle();
+}
+
+void CMeasuredDialog::Press(int id)
 {
     m_dialog.SendMessage(WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
                          reinterpret_cast<LPARAM>(m_dialog.GetDlgItem(id)));
+    Finish();
 }
 
 void CMeasuredDialog::ApplyTemplate(int column) const

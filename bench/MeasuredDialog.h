@@ -22,7 +22,11 @@ public:
     CMeasuredDialog(const CMeasuredDialog&) = delete;
     CMeasuredDialog& operator=(const CMeasuredDialog&) = delete;
 
-    void Press(int id) const;
+    // Presses a button or chooses a menu command, and returns when the messages that follow are handled and
+    // the line below the list is up to date.
+    void Press(int id);
+    // Waits for the same after another change of the list.
+    void Finish();
     // Applies the template of column 1 or 2 to the selected rows and returns when that is done.
     void ApplyTemplate(int column) const;
 
@@ -34,7 +38,12 @@ public:
 
 private:
     CZelmarRegistry m_settings;
-    CTalvenorDlg m_dialog;
+    class CDialogWithIdle : public CTalvenorDlg
+    {
+    public:
+        using CTalvenorDlg::CallIdle;  // which only a modal loop calls
+    };
+    CDialogWithIdle m_dialog;
     CConversionTable* m_table;
 };
 

@@ -2,9 +2,10 @@
 //
 //   tablebench COMMAND ROWS PAIRS TABLE.tsv
 //
-// COMMAND is fill, show, apply1, apply2, select, delete, delete-half or mark. TABLE.tsv lists names of
-// standard parts; if ROWS exceeds their number, further names are derived from them. Prints a line for each
-// pair of runs: seconds of the program, tab, seconds of the bare loop. apply1 and apply2 also print the
+// COMMAND is fill, show, apply1, apply2, select, delete, delete-half, mark, import, paste, undo, redo or
+// status. import to redo change every BOM name; status updates the line below the list. TABLE.tsv lists names
+// of standard parts; if ROWS exceeds their number, further names are derived from them. Prints a line for
+// each pair of runs: seconds of the program, tab, seconds of the bare loop. apply1 and apply2 also print the
 // seconds of a bare loop that reads the settings for each row. First, memory and caches are warmed up by at
 // least one pair, and for at least two seconds; these pairs are not printed.
 //
@@ -13,6 +14,7 @@
 #include <windows.h>
 
 #include <commctrl.h>
+#include <commdlg.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -27,11 +29,15 @@
 #include "bench/MeasuredDialog.h"
 #include "bench/Stopwatch.h"
 #include "core/NameTemplate.h"
+#include "core/TableText.h"
 #include "files/FileMisc.h"
 #include "files/MapCodePage.h"
 #include "files/MapLine.h"
+#include "files/TableFile.h"
+#include "framework/Clipboard.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
+#include "tests/support/ImportTable.h"
 #include "tests/support/TextFile.h"
 
 namespace {
@@ -104,11 +110,28 @@ std::wstring BareTemplate(int column)
     return text;
 }
 
+// The file that the system's dialog for opening files "picks".
+std::wstring g_tableToPick;
+decltype(&::GetOpenFileNameW) g_getOpenFileName = nullptr;
+
+BOOL WINAPI PickTable(OPENFILENAMEW* request)
+{
+    if (g_tableToPick.size() >= request->nMaxFile) {
+        return FALSE;
+    }
+    g_tableToPick.copy(request->lpstrFile, g_tableToPick.size());
+    request->lpstrFile[g_tableToPick.size()] = L'\0';
+    return TRUE;
+}
+
 class CTableBench
 {
 public:
     CTableBench(std::size_t rows, const std::wstring& tablePath) : m_names(MakeNames(tablePath, rows))
     {
+        if (!RedirectImport("GetOpenFileNameW", &PickTable, &g_getOpenFileName)) {
+            throw std::runtime_error("the file dialog cannot be replaced");
+        }
         m_program.Table().AddFiles(m_names);
         m_rows = m_program.Rows();
         if (m_rows.size() != rows || !m_program.m_messages.TakeTexts().empty()) {
@@ -190,7 +213,11 @@ private:
     std::vector<double> Fill()
     {
         Empty();
-        return {Timed(List(), [this] { m_program.Table().AddFiles(m_names); }),
+        return {Timed(List(),
+                      [this] {
+                          m_program.Table().AddFiles(m_names);
+                          m_program.Finish();
+                      }),
                 Timed(BareList(), [this] { m_bare.Fill(m_rows, true); })};
     }
 
@@ -296,12 +323,96 @@ private:
         }
     }
 
+    // ---- The table as text
+
+    [[nodiscard]] std::vector<UTtab_entry> ChangedRows() const
+    {
+        std::vector<UTtab_entry> rows = m_rows;
+        for (UTtab_entry& row : rows) {
+            row.strBomName += L" changed";
+        }
+        return rows;
+    }
+
+    [[nodiscard]] std::wstring ChangedText(wchar_t separator) const
+    {
+        std::wstring text;
+        for (const UTtab_entry& row : ChangedRows()) {
+            AppendTableRow(text, {row.strOriginal, row.strRenamed, row.strBomName}, separator);
+        }
+        return text;
+    }
+
+    // The messages that change these BOM names and marks.
+    double SetBareBomNames(const std::vector<UTtab_entry>& rows, bool pending) const
+    {
+        return Timed(BareList(), [&] {
+            const CBareRedrawPause pause(BareList());
+            for (std::size_t row = 0; row < rows.size(); ++row) {
+                SetBareText(BareList(), static_cast<int>(row), kColumnBomName, rows[row].strBomName);
+                SetBareMark(BareList(), static_cast<int>(row), pending);
+            }
+        });
+    }
+
+    std::vector<double> Import()
+    {
+        FillBoth(false);
+        g_tableToPick = m_folder / L"table.csv";
+        WriteTableFile(g_tableToPick, ChangedText(L';'));
+        return {Timed(List(), [this] { m_program.Press(IDM_IMPORT); }), SetBareBomNames(ChangedRows(), true)};
+    }
+
+    std::vector<double> Paste()
+    {
+        FillBoth(false);
+        if (!WriteClipboard(m_program.Window(), ChangedText(kTab))) {
+            throw std::runtime_error("the clipboard is in use");
+        }
+        return {Timed(List(), [this] { m_program.Press(IDM_PASTE); }), SetBareBomNames(ChangedRows(), true)};
+    }
+
+    std::vector<double> Undo()
+    {
+        Paste();
+        return {Timed(List(), [this] { m_program.Press(IDM_UNDO); }), SetBareBomNames(m_rows, false)};
+    }
+
+    std::vector<double> Redo()
+    {
+        Undo();
+        return {Timed(List(), [this] { m_program.Press(IDM_REDO); }), SetBareBomNames(ChangedRows(), true)};
+    }
+
+    // The bare side reads the texts in which the program looks for names to check.
+    std::vector<double> UpdateStatus()
+    {
+        FillBoth(false);
+        return {Timed(List(),
+                      [this] {
+                          SendMessageW(m_program.Window(), WM_LISTCHANGED, 0, 0);
+                          m_program.Finish();
+                      }),
+                Timed(BareList(), [this] {
+                    for (int row = 0; row < ListView_GetItemCount(BareList()); ++row) {
+                        for (const int column : {kColumnOriginal, kColumnRenamed, kColumnBomName}) {
+                            BareText(BareList(), row, column);
+                        }
+                    }
+                })};
+    }
+
     CTempFolder m_folder;
     CMeasuredDialog m_program{m_folder.Path()};
     CBareDialog m_bare;
     std::vector<std::wstring> m_names;
     std::vector<UTtab_entry> m_rows;  // with generated names
     const std::map<std::wstring, std::function<std::vector<double>()>> m_commands{
+        {L"import", [this] { return Import(); }},
+        {L"paste", [this] { return Paste(); }},
+        {L"undo", [this] { return Undo(); }},
+        {L"redo", [this] { return Redo(); }},
+        {L"status", [this] { return UpdateStatus(); }},
         {L"fill", [this] { return Fill(); }},
         {L"show", [this] { return Show(); }},
         {L"apply1", [this] { return Apply(1); }},

@@ -1,4 +1,4 @@
-// Finding rows by keyboard, and the menu of further commands.
+// Finding rows by keyboard, the menu of further commands, and the status line.
 #include "tests/acceptance/ListTest.h"
 
 namespace {
@@ -51,6 +51,25 @@ TEST_F(FindTest, IsInTheMenuOfFurtherCommands)
     WaitForFocus(program, IDC_FIND);
     TypeText(L"m6");
     WaitForSelection(program, {1});
+}
+
+TEST_F(FindTest, TheStatusLineLeadsToNamesToCheck)
+{
+    m_library.WriteMapFile(
+        "N_1.sldprt ; a.sldprt ; 1\n"
+        "N_2.sldprt ; b.sldprt ; 2\n"
+        "N_3.sldprt ; A.sldprt ; 3\n");
+    const CProgramUnderTest program;
+    program.WaitForText(IDC_STATUS_TEXT, L"Zeilen: 3   Vorgemerkt: 0   Ausgewählt: 0");
+    program.WaitForText(IDC_CHECK_NAMES, L"Namen &prüfen: 2");
+    program.Click(IDC_CHECK_NAMES);
+    WaitForSelection(program, {0});
+    program.WaitForText(IDC_STATUS_TEXT, L"Name doppelt (Groß/klein): 'N_3.sldprt'");
+    program.Click(IDC_CHECK_NAMES);
+    WaitForSelection(program, {2});
+    FocusFirstRow(program);
+    PressKeys({VK_CONTROL, 'A'});
+    program.WaitForText(IDC_STATUS_TEXT, L"Zeilen: 3   Vorgemerkt: 0   Ausgewählt: 3");
 }
 
 }  // namespace

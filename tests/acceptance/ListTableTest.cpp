@@ -45,11 +45,12 @@ protected:
         EXPECT_EQ(expected, ClipboardText());
     }
 
-    // Sends a menu command, and picks a file in the dialog that it opens.
-    static void PickFor(const CProgramUnderTest& program, int command, const Text& title,
+    // Chooses a command of the menu, and picks a file in the dialog that it opens.
+    static void PickFor(const CProgramUnderTest& program, const std::wstring& command, const Text& title,
                         const std::wstring& path)
     {
-        PostMessageW(program.MainWindow(), WM_COMMAND, static_cast<WPARAM>(command), 0);
+        program.PressByKey(IDC_MORE);
+        CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(command);
         ChooseInPicker(program, path, title);
     }
 
@@ -77,10 +78,10 @@ TEST_F(ListTableTest, NamesGoThroughASpreadsheetAndChangesComeBack)
     m_library.WriteMapFile(ToUtf8(Records(L"Norm", L" ; ", L"\n")));
     const std::wstring path = m_temp / L"table.csv";
     const CProgramUnderTest program;
-    PickFor(program, IDM_EXPORT, expected::kExportTable, path);
+    PickFor(program, L"E&xportieren...", expected::kExportTable, path);
     ReplaceInFile(path, "Norm ", "Mutter ");
     program.WaitForRest();
-    PickFor(program, IDM_IMPORT, expected::kImportTable, path);
+    PickFor(program, L"&Importieren...", expected::kImportTable, path);
     ExpectMessage(program, expected::Taken(L"200", L"0", L"0", L"0", L"0"));
     WaitForCaption(program, ChangedMapView());
     FocusFirstRow(program);

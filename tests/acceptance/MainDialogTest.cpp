@@ -75,7 +75,7 @@ protected:
     {
         MainDialogInBothLanguages::SetUp();
         if (CDocumentViewer::IsOverruled(L".pdf")) {
-            GTEST_SKIP() << "the user has chosen a program for documents of this kind";
+            GTEST_SKIP() << "skipped: the user has chosen a program for documents of this kind";
         }
     }
 

@@ -22,7 +22,7 @@ protected:
     void SetUp() override
     {
         if (CDocumentViewer::IsOverruled(L".html")) {
-            GTEST_SKIP() << "the user has chosen a program for documents of this kind";
+            GTEST_SKIP() << "skipped: the user has chosen a program for documents of this kind";
         }
         AddParts(kParts);
         m_library.AddPart(L"N_ISO_1_M8.sldprt", {L"x", L"y"});

@@ -3,13 +3,22 @@
 
 namespace {
 
-class TemplateDialogInBothLanguages : public ListTest
+class TemplateDialogTest : public ListTest
 {
 protected:
-    TemplateDialogInBothLanguages()
+    TemplateDialogTest()
     {
         m_registry.SetTemplate(1, L"%3");
         m_library.WriteMapFile("N_ISO_4017_M4.sldprt ; 4.sldprt ; vier\n");
+    }
+
+    // Opens the template dialog of the file names for the first row.
+    static HWND OpenTemplate(const CProgramUnderTest& program)
+    {
+        program.WaitForFocus(IDC_LIST);
+        PressKeys({VK_APPS});
+        CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(expected::kEditTemplate.Current());
+        return WaitForTemplate(program);
     }
 
     // Waits until the edit of the template dialog has the focus, and returns it.
@@ -36,14 +45,13 @@ protected:
         WaitForTextOf(GetDlgItem(GetParent(edit), IDC_TEMPLATE_PREVIEW), text);
     }
 };
+using TemplateDialogInBothLanguages = TemplateDialogTest;
 
 TEST_F(TemplateDialogInBothLanguages, RefusesAConfigurationNameInFileNames)
 {
     const CProgramUnderTest program;
     FocusFirstRow(program);
-    PressKeys({VK_APPS});
-    CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(expected::kEditTemplate.Current());
-    const HWND edit = WaitForTemplate(program);
+    const HWND edit = OpenTemplate(program);
     EXPECT_EQ(expected::kFileTemplate.Current(), TextOf(GetParent(edit)));
     TypeTemplate(edit, L"%4%2");
     ExpectPreview(edit, expected::kPreviewRefused.Current());
@@ -62,6 +70,28 @@ TEST_F(TemplateDialogInBothLanguages, RefusesAConfigurationNameInFileNames)
     PressKeys({VK_APPS});
     CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(expected::kUseTemplate.Current());
     WaitForRows(program, {{L"N_ISO_4017_M4.sldprt", L"M4 x.sldprt", L"vier", Mark::pending}});
+}
+
+TEST_F(TemplateDialogTest, OffersTheTemplatesUsedBefore)
+{
+    const CProgramUnderTest program;
+    FocusFirstRow(program);
+    for (const wchar_t* const text : {L"%4 first", L"%4 second"}) {
+        TypeTemplate(OpenTemplate(program), text);
+        PressKeys({VK_RETURN});
+        program.WaitForRest();
+    }
+    const HWND edit = OpenTemplate(program);
+    const HWND history = GetDlgItem(GetParent(edit), IDC_TEMPLATE_HISTORY);
+    PressKeys({VK_MENU, 'F'});
+    WaitFor([&] { return FocusOf(history) == history; });
+    PressKeys({VK_F4});
+    WaitFor([&] { return SendMessageW(history, CB_GETDROPPEDSTATE, 0, 0) != FALSE; });
+    PressKeys({VK_DOWN});  // the newest
+    PressKeys({VK_DOWN});
+    PressKeys({VK_RETURN});
+    WaitForTextOf(edit, L"%4 first");
+    EXPECT_EQ(L"%4 second", m_registry.Template(1)) << "choosing only fills the field";
 }
 
 }  // namespace

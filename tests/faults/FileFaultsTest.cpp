@@ -617,7 +617,7 @@ protected:
     {
         const wchar_t* const disk = _wgetenv(L"TALVENOR_SMALL_DISK");
         if (disk == nullptr) {
-            GTEST_SKIP() << "no small file system: mounting one needs the permission to mount";
+            GTEST_SKIP() << "skipped: no small file system: mounting one needs the permission to mount";
         }
         m_folder = std::wstring(disk) + L"\\lib";
         CreateDirectoryW(m_folder.c_str(), nullptr);
@@ -828,7 +828,7 @@ TEST_F(CountingTest, TargetFolderIsReadOnly)
     RecordProperty("kind", "read-only target folder");
     const wchar_t* const folder = _wgetenv(L"TALVENOR_READ_ONLY_MAPPED");
     if (folder == nullptr) {
-        GTEST_SKIP() << "no read-only \"Mapped\" folder: making one needs the permission to mount";
+        GTEST_SKIP() << "skipped: no read-only \"Mapped\" folder: making one needs the permission to mount";
     }
     std::vector<ModelRow> rows = FourRows();
     std::erase_if(rows, [](const ModelRow& row) { return !row.pending; });

@@ -218,6 +218,12 @@ private:
     static constexpr UINT kWork = WM_APP + 1;
 };
 
+// The procedure of a dialog that is only looked at.
+inline INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
+{
+    return FALSE;
+}
+
 // Makes a window the application's main window until the end of the scope.
 class CMainWindowScope
 {

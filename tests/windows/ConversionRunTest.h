@@ -245,7 +245,6 @@ protected:
     CScreenWatcher m_screen;
     int m_answer = IDOK;  // to message boxes
     std::function<void()> m_onBox;
-    bool m_mapFileIsOpen = false;  // expected when a message box is shown
     int m_opened = 0;
     RunRecord m_record;  // of the last run
 

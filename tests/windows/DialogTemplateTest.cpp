@@ -17,11 +17,6 @@
 
 namespace {
 
-INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
-{
-    return FALSE;
-}
-
 using UniqueWindow = UniqueOwner<HWND, ::DestroyWindow>;
 
 std::wstring CaptionOf(HWND control)

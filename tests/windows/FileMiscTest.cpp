@@ -345,7 +345,7 @@ TEST_F(CopyPartFileTest, ADeviceIsRejectedAsTheTarget)
 TEST_F(CopyPartFileTest, AReadOnlyTargetIsReported)
 {
     if (!ReadOnlyFilesDenyWriting()) {
-        GTEST_SKIP() << "this system lets the user write to read-only files, as Wine does for root";
+        GTEST_SKIP() << "skipped: this system lets the user write to read-only files, as Wine does for root";
     }
     WriteBytes(m_source, "source");
     WriteBytes(m_target, "target");
@@ -514,7 +514,8 @@ TEST_F(ReadOnlyTest, OtherAttributesAreKept)
     Prepare(FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
     constexpr DWORD kOthers = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
     if ((Status().attributes & kOthers) != kOthers) {
-        GTEST_SKIP() << "the file system of the temporary folder does not store hidden and system attributes";
+        GTEST_SKIP()
+            << "skipped: the file system of the temporary folder does not store hidden and system attributes";
     }
     EXPECT_EQ(CFileMisc::SetReadOnly(m_path), L"");
     EXPECT_EQ(Status().attributes & kOthers, kOthers);
@@ -540,7 +541,7 @@ TEST_F(ReadOnlyTest, AFileThatCannotBeChangedIsReported)
     const std::wstring path = L"Z:\\proc\\self\\status";
     CFileStatus status;
     if (!CFile::GetStatus(path, status)) {
-        GTEST_SKIP() << "this system has no known file whose attributes nobody may change";
+        GTEST_SKIP() << "skipped: this system has no known file whose attributes nobody may change";
     }
     const CLanguageScope english(0);
     EXPECT_EQ(CFileMisc::ClearReadOnly(path), L"Access to \"" + path + L"\" was denied");
@@ -714,7 +715,7 @@ TEST_F(MapFileTest, PathMayHoldCharactersUpToFF)
 TEST_F(MapFileTest, PathMayHoldCharactersThatTheCodePageHasInOneByte)
 {
     if (MapCodePage() != 1252) {
-        GTEST_SKIP() << "the map file's code page is not 1252";
+        GTEST_SKIP() << "skipped: the map file's code page is not 1252";
     }
     const std::wstring folder = m_folder / L"Normteile – 5 €, Š";
     std::filesystem::create_directory(folder);
@@ -737,7 +738,7 @@ TEST_F(MapFileTest, PathWithACharacterThatHasNoByteCannotBeRead)
 TEST_F(MapFileTest, BytesAreReadThroughTheCodePageOfTheMapFile)
 {
     if (MapCodePage() != 1252) {
-        GTEST_SKIP() << "the map file's code page is not 1252";
+        GTEST_SKIP() << "skipped: the map file's code page is not 1252";
     }
     EXPECT_EQ(Read("\xE4;\x80;\x96\xDF\r\n"), kRead);
     EXPECT_EQ(Entries(), (std::vector<UTtab_entry>{{L"ä", L"€", L"–ß"}}));
@@ -746,7 +747,7 @@ TEST_F(MapFileTest, BytesAreReadThroughTheCodePageOfTheMapFile)
 TEST_F(MapFileTest, RecordsRoundTrip)
 {
     if (MapCodePage() != 1252) {
-        GTEST_SKIP() << "the map file's code page is not 1252";
+        GTEST_SKIP() << "skipped: the map file's code page is not 1252";
     }
     const std::vector<UTtab_entry> entries = {
         {L"N_ISO_4017_M8.sldprt", L"Größe–8 €.sldprt", L"Norm 4017 ; %2"}, {L"b.sldprt", L"c.sldprt", L""}};

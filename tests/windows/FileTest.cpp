@@ -107,7 +107,7 @@ TEST_F(FileTest, ReadOnlyFileDeniesWriting)
 {
     WriteBytes(m_path, "x");
     if (!ReadOnlyFilesDenyWriting()) {
-        GTEST_SKIP() << "this system lets the user write to read-only files, as Wine does for root";
+        GTEST_SKIP() << "skipped: this system lets the user write to read-only files, as Wine does for root";
     }
     MakeReadOnly(m_path);
     EXPECT_EQ(OpenFailure(m_path, CFile::modeWrite | CFile::modeCreate).m_cause, Cause::accessDenied);

@@ -86,7 +86,7 @@ TEST_F(MapFileWriterTest, TheHeaderNamesTheFile)
 TEST_F(MapFileWriterTest, TheHeaderIsInTheCodePageOfTheMapFile)
 {
     if (MapCodePage() != 1252) {
-        GTEST_SKIP() << "the map file's code page is not 1252";
+        GTEST_SKIP() << "skipped: the map file's code page is not 1252";
     }
     const std::wstring path = m_folder / L"Normteile – 5 €.txt";
     CMapFileWriter writer;

@@ -50,11 +50,6 @@ TEST_P(ProgressFileCopyTest, IsModelessAndOwned)
     }
 }
 
-INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
-{
-    return FALSE;
-}
-
 TEST_P(ProgressFileCopyTest, TheConstructorShowsTheBars)
 {
     const HWND plain =

@@ -68,11 +68,6 @@ const std::vector<Control> kProgressControls{
 const std::map<int, int> kStateImageWidths{
     {IDB_STATES, 12}, {IDB_STATES_125, 15}, {IDB_STATES_150, 18}, {IDB_STATES_200, 24}, {IDB_STATES_300, 36}};
 
-INT_PTR CALLBACK IgnoreMessage(HWND, UINT, WPARAM, LPARAM)
-{
-    return FALSE;
-}
-
 using UniqueWindow = UniqueOwner<HWND, ::DestroyWindow>;
 
 class ResourcesTest : public testing::TestWithParam<Library>

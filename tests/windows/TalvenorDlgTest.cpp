@@ -26,8 +26,10 @@
 #include "resources/resource.h"
 #include "tests/support/AnnouncementWatch.h"
 #include "tests/support/ExpectedTexts.h"
+#include "tests/support/FailingFile.h"
 #include "tests/support/FakeAutomation.h"
 #include "tests/support/FakeClasses.h"
+#include "tests/support/FileInterceptor.h"
 #include "tests/support/ImportTable.h"
 #include "tests/support/Languages.h"
 #include "tests/support/NetworkWatch.h"
@@ -41,6 +43,7 @@
 #include "tests/support/WorkAreaScope.h"
 #include "tests/support/ZelmarRegistry.h"
 #include "tests/windows/ConvListScopes.h"
+#include "tests/windows/FakeTaskbar.h"
 
 // The main dialog, run modally in this process in both languages, with the input of a user.
 
@@ -1456,8 +1459,23 @@ TEST_P(TableCommandsOfTheDialogTest, AFileThatCannotBeWrittenIsReported)
         });
         Command(IDM_EXPORT);
     });
-    EXPECT_EQ(m_answers.m_boxes.size(), 1U);
+    EXPECT_EQ(TakeBoxes(), Texts{expected::OpenElsewhere(path) + L" [type 48]"});
     EXPECT_EQ(ReadBytes(path), "x");
+}
+
+TEST_P(TableCommandsOfTheDialogTest, AFileThatCannotBeReadIsReported)
+{
+    AddThreeParts();
+    const std::wstring path = m_folder / L"table.csv";
+    WriteBytes(path, "N_ISO_1_a.sldprt;x.sldprt;y\r\n");
+    Run([&] {
+        const CFailingFile failure(path, FailingOperation::reading, ERROR_CRC, 1);
+        PickTable(IDM_IMPORT, expected::kImportTable, path);
+        EXPECT_EQ(failure.Count(), 1);
+        EXPECT_EQ(Rows(), m_threeRows) << "not even the part that was read is taken";
+        EXPECT_FALSE(m_dialog->GetDlgItemText(IDC_STATUS_FRAME).ends_with(Changed()));
+    });
+    EXPECT_EQ(TakeBoxes(), Texts{expected::DeviceError(path) + L" [type 48]"});
 }
 
 // The end of the window
@@ -2279,6 +2297,81 @@ TEST_P(BusyDialogTest, AClickOnTheDisabledWindowMakesAStalledCallAsk)
     });
 }
 
+// The taskbar button and the flashing window.
+class TaskbarTest : public BusyDialogTest
+{
+protected:
+    using Calls = std::vector<std::string>;
+
+    // Runs the dialog like Run, with a button that the shell has made.
+    void RunWithButton(const std::function<void()>& work)
+    {
+        Run([&] {
+            m_taskbar->m_window = m_dialog->m_hWnd;
+            m_dialog->SendMessage(RegisterWindowMessageW(L"TaskbarButtonCreated"));
+            EXPECT_EQ(TakeCalls(), Calls{"none"});
+            work();
+        });
+    }
+
+    // The calls on the taskbar since the last call, "flash" for a flashing window, and "box" for a message
+    // box.
+    [[nodiscard]] Calls TakeCalls() { return std::exchange(m_calls, {}); }
+
+    void SetUp() override
+    {
+        BusyDialogTest::SetUp();
+        m_onBox = [this] { m_calls.emplace_back("box"); };
+    }
+
+private:
+    Calls m_calls;
+    CFakeTaskbar* const m_taskbar = new CFakeTaskbar(m_calls);
+    const ITaskbarList3Ptr m_owner{m_taskbar, false};
+    const CFakeClass m_taskbarClass{CLSID_TaskbarList, *m_taskbar};
+    const CFlashWatch m_flashes{[this](const FLASHWINFO& flash) {
+        EXPECT_EQ(flash.hwnd, m_dialog->m_hWnd);
+        m_calls.emplace_back("flash");
+    }};
+};
+
+IN_BOTH_LANGUAGES(TaskbarTest);
+
+TEST_P(TaskbarTest, ShowsTheProgressOfARunAndItsQuestions)
+{
+    m_application.On(kOpenDocument, [this, asked = false](FakeCall& call) mutable {
+        if (!std::exchange(asked, true)) {
+            ShowMessage(L"a question during the call", MB_YESNO | MB_ICONQUESTION);
+        }
+        return AnswerObject(nullptr)(call);
+    });
+    RunWithButton([this] {
+        Press(IDC_START);
+        EXPECT_EQ(TakeCalls(),
+                  (Calls{"0/100", "normal", "0/100", "paused", "box", "0/100", "normal", "33/100", "normal",
+                         "66/100", "normal", "100/100", "normal", "flash", "box", "none"}));
+        ShowMessage(L"a question after the run", MB_YESNO | MB_ICONQUESTION);
+        EXPECT_EQ(TakeCalls(), Calls{"box"});
+    });
+}
+
+TEST_P(TaskbarTest, ShowsThatARunWasAborted)
+{
+    WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
+    m_answer = IDYES;
+    RunWithButton([this] {
+        Press(IDC_SELECT_ALL);
+        Press(IDC_MARK);
+        Press(IDC_COPY_ONLY);
+        MakeReadOnly(m_mapFile);
+        const CFileInterceptor likeWindows;  // Wine lets root write to the file
+        Press(IDC_START);
+        EXPECT_EQ(TakeCalls(), (Calls{"box", "0/100", "normal", "100/100", "error", "flash", "box", "none"}))
+            << "the first box asks whether to overwrite the map file";
+    });
+    EXPECT_EQ(TakeBoxes().size(), 2U);
+}
+
 // The view after a cancelled run.
 class CancelledRunTest : public BusyDialogTest
 {
@@ -2747,7 +2840,8 @@ TEST_P(TalvenorDlgTest, FilesOfASearchAreNotAdded)
     });
 }
 
-// Files that are dropped
+// Files that are dropped. No acceptance test drops any: the message names memory of the window's own process,
+// and a message that another process posts is not translated under Wine.
 
 class DropTest : public TalvenorDlgTest
 {
@@ -2847,6 +2941,21 @@ TEST_P(DropTest, ABackslashAtTheEndOfTheFolderDoesNotCount)
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
+    });
+}
+
+// A root keeps no backslash either, so every path below it has just one.
+TEST_P(DropTest, TheRootOfADriveIsAFolder)
+{
+    AddThreeParts();
+    m_answer = IDYES;
+    Run([&] {
+        Drop({L"C:\\"});
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()});
+        EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"C:");
+        EXPECT_EQ(TextOf(IDC_MAPPED_DIR), L"C:\\Mapped");
+        Drop({L"C:\\"});
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "the root is shown already";
     });
 }
 

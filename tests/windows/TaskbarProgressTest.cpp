@@ -9,82 +9,11 @@
 #include "framework/MessageBox.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
-
-// The calls on the shell's taskbar. Wine has no taskbar, so nobody has seen the button itself yet.
+#include "tests/windows/FakeTaskbar.h"
 
 namespace {
 
 using Calls = std::vector<std::string>;
-
-// Notes the calls about progress. Deletes itself with its last reference.
-class CFakeTaskbar final : public ITaskbarList3
-{
-public:
-    explicit CFakeTaskbar(Calls& calls) : m_calls(calls) {}
-
-    STDMETHODIMP QueryInterface(REFIID, void** object) override
-    {
-        *object = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG left = --m_references;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-    STDMETHODIMP HrInit() override { return S_OK; }
-    STDMETHODIMP AddTab(HWND) override { return E_NOTIMPL; }
-    STDMETHODIMP DeleteTab(HWND) override { return E_NOTIMPL; }
-    STDMETHODIMP ActivateTab(HWND) override { return E_NOTIMPL; }
-    STDMETHODIMP SetActiveAlt(HWND) override { return E_NOTIMPL; }
-    STDMETHODIMP MarkFullscreenWindow(HWND, BOOL) override { return E_NOTIMPL; }
-    STDMETHODIMP SetProgressValue(HWND, ULONGLONG done, ULONGLONG total) override
-    {
-        m_calls.push_back(std::to_string(done) + "/" + std::to_string(total));
-        return S_OK;
-    }
-    STDMETHODIMP SetProgressState(HWND, TBPFLAG state) override
-    {
-        m_calls.push_back(NameOf(state));
-        return S_OK;
-    }
-    STDMETHODIMP RegisterTab(HWND, HWND) override { return E_NOTIMPL; }
-    STDMETHODIMP UnregisterTab(HWND) override { return E_NOTIMPL; }
-    STDMETHODIMP SetTabOrder(HWND, HWND) override { return E_NOTIMPL; }
-    STDMETHODIMP SetTabActive(HWND, HWND, DWORD) override { return E_NOTIMPL; }
-    STDMETHODIMP ThumbBarAddButtons(HWND, UINT, LPTHUMBBUTTON) override { return E_NOTIMPL; }
-    STDMETHODIMP ThumbBarUpdateButtons(HWND, UINT, LPTHUMBBUTTON) override { return E_NOTIMPL; }
-    STDMETHODIMP ThumbBarSetImageList(HWND, HIMAGELIST) override { return E_NOTIMPL; }
-    STDMETHODIMP SetOverlayIcon(HWND, HICON, LPCWSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP SetThumbnailTooltip(HWND, LPCWSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP SetThumbnailClip(HWND, RECT*) override { return E_NOTIMPL; }
-
-private:
-    ~CFakeTaskbar() = default;
-
-    static std::string NameOf(TBPFLAG state)
-    {
-        switch (state) {
-            case TBPF_NOPROGRESS:
-                return "none";
-            case TBPF_NORMAL:
-                return "normal";
-            case TBPF_PAUSED:
-                return "paused";
-            case TBPF_ERROR:
-                return "error";
-            default:
-                return "?";
-        }
-    }
-
-    ULONG m_references = 1;
-    Calls& m_calls;
-};
 
 class TaskbarProgressTest : public testing::Test
 {
@@ -96,7 +25,11 @@ protected:
 
     CPlainWindow m_window;
     Calls m_calls;
-    CTaskbarProgress m_taskbar{[this] { return ITaskbarList3Ptr(new CFakeTaskbar(m_calls), false); }};
+    CTaskbarProgress m_taskbar{[this] {
+        auto* const made = new CFakeTaskbar(m_calls);
+        made->m_window = m_window.m_hWnd;
+        return ITaskbarList3Ptr(made, false);
+    }};
 };
 
 TEST_F(TaskbarProgressTest, SaysNothingBeforeTheButtonExists)
@@ -169,6 +102,23 @@ TEST(TaskbarProgress, DoesNothingWithoutATaskbar)
     taskbar.ShowProgress(10);
     taskbar.ShowError();
     taskbar.Clear();
+}
+
+TEST(FlashInBackground, FlashesFiveTimesWhenAnotherProgramIsInFront)
+{
+    const CPlainWindow window;
+    std::vector<FLASHWINFO> flashes;
+    CFlashWatch watch([&](const FLASHWINFO& flash) { flashes.push_back(flash); });
+    FlashInBackground(window.m_hWnd);
+    ASSERT_EQ(flashes.size(), 1U);
+    EXPECT_EQ(flashes[0].hwnd, window.m_hWnd);
+    EXPECT_EQ(flashes[0].dwFlags, DWORD{FLASHW_ALL});
+    EXPECT_EQ(flashes[0].uCount, 5U);
+    EXPECT_EQ(flashes[0].dwTimeout, 0U) << "the rate of the cursor";
+    const CPlainWindow box;
+    watch.m_inFront = box.m_hWnd;
+    FlashInBackground(window.m_hWnd);
+    EXPECT_EQ(flashes.size(), 1U) << "another window of this program is in front";
 }
 
 TEST(MessageObserver, IsToldOfEachMessageAndItsAnswer)

@@ -288,7 +288,7 @@ TEST(Wnd, ANotificationReachesTheControlBeforeTheParent)
 TEST(Wnd, TheTextOfAnExceptionIsDecodedFromTheAnsiCodePage)
 {
     if (GetACP() != 1252) {
-        GTEST_SKIP() << "the bytes of the text are those of code page 1252";
+        GTEST_SKIP() << "skipped: the bytes of the text are those of code page 1252";
     }
     std::vector<std::wstring> shown;
     const auto before = SetMessageListener([&shown](const MessageRequest& request) {
