@@ -14,3 +14,7 @@
 // Returns the name in upper case, by the same table. The results are equal for names that EqualFileNames
 // finds equal.
 [[nodiscard]] std::wstring FoldFileName(std::wstring_view name);
+
+// Returns the path of an existing file or folder without mapped drives, junctions and short names; the path
+// as it is when nothing is there or the system cannot tell.
+[[nodiscard]] std::wstring FinalPath(const std::wstring& path);

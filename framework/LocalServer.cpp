@@ -6,6 +6,8 @@
 
 #include <array>
 
+#include "framework/FileNames.h"
+
 namespace {
 
 // A value of a class's LocalServer32 key, with environment variables expanded; empty when it is missing.
@@ -33,7 +35,7 @@ std::wstring FindProgram(const std::wstring& name)
         SearchPathW(nullptr, name.c_str(), L".exe", static_cast<DWORD>(path.size()), path.data(), nullptr));
     const DWORD attributes = path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
     const bool isFile = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-    return isFile ? LongPath(path) : std::wstring();
+    return isFile ? FinalPath(path) : std::wstring();
 }
 
 }  // namespace
@@ -50,13 +52,6 @@ std::wstring LocalServerImage(const std::wstring& progId)
         return FindProgram(program);
     }
     return ImageOfCommandLine(ReadServerValue(classId, nullptr));
-}
-
-std::wstring LongPath(const std::wstring& path)
-{
-    std::wstring text(32'768, L'\0');
-    text.resize(GetLongPathNameW(path.c_str(), text.data(), static_cast<DWORD>(text.size())));
-    return text.empty() ? path : text;
 }
 
 std::wstring ImageOfCommandLine(const std::wstring& commandLine)

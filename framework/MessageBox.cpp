@@ -17,10 +17,13 @@ MessageObserver g_observer;
 // The request of the open box, for the help callback, which has no user data ("MSGBOXPARAMSW structure").
 const MessageRequest* g_shown = nullptr;
 
+// A box of an owner that is not visible yet, at the start, would have no button on the taskbar ("Taskbar
+// Extensions"): once covered, nobody would find it.
 HWND FindOwner()
 {
     const CWinApp* app = CWinApp::Get();
-    if (app == nullptr || app->m_mainWindow == nullptr || app->m_mainWindow->m_hWnd == nullptr) {
+    if (app == nullptr || app->m_mainWindow == nullptr ||
+        IsWindowVisible(app->m_mainWindow->m_hWnd) == FALSE) {
         return nullptr;
     }
     return GetLastActivePopup(app->m_mainWindow->m_hWnd);

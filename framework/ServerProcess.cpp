@@ -24,7 +24,7 @@ std::wstring ImageOf(HANDLE process)
         return {};
     }
     path.resize(length);
-    return LongPath(path);
+    return FinalPath(path);
 }
 
 ULONGLONG Number(const FILETIME& time)

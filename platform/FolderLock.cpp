@@ -4,22 +4,9 @@
 #include <cstdint>
 #include <cwchar>
 
-namespace {
+#include "framework/FileNames.h"
 
-// The folder's path without mapped drives and junctions; the path as it is when the system cannot tell.
-std::wstring FinalPath(const std::wstring& folder)
-{
-    const UniqueHandle handle(
-        ValidHandle(CreateFileW(folder.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)));
-    if (handle == nullptr) {
-        return folder;
-    }
-    std::wstring path(GetFinalPathNameByHandleW(handle.get(), nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
-    path.resize(GetFinalPathNameByHandleW(handle.get(), path.data(), static_cast<DWORD>(path.size()),
-                                          FILE_NAME_NORMALIZED));
-    return path.empty() ? folder : path;
-}
+namespace {
 
 // After "Global\", the name of a mutex must not contain a backslash, and it has at most MAX_PATH characters.
 // So it contains the path's hash (FNV-1a), which every build of the program computes alike.

@@ -50,6 +50,7 @@ CDlgTemplate::CDlgTemplate(int language, int column, std::wstring text, CWnd* pa
     : CDialog(IDD_TEMPLATE, parent)
     , m_language(LanguageOf(language))
     , m_strText(std::move(text))
+    , m_strBefore(m_strText)
     , m_nColumn(column)
 {
 }
@@ -87,16 +88,15 @@ bool CDlgTemplate::OnInitDialog()
 
 void CDlgTemplate::OnOK()
 {
-    std::wstring text = m_wndText.GetWindowText();
-    if (IsRefused(text)) {
+    m_strText = m_wndText.GetWindowText();
+    if (IsRefused(m_strText)) {
         ShowMessage(kRefused.In(m_language), MB_OK | MB_ICONINFORMATION);
         m_wndText.FocusAndSelectAll();
         return;
     }
-    const std::wstring before = std::exchange(m_strText, std::move(text));
     if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
         if (WriteTemplate(m_nColumn, m_strText)) {  // a failure is not reported
-            AddToTemplateHistory(m_nColumn, before);
+            AddToTemplateHistory(m_nColumn, m_strBefore);
             AddToTemplateHistory(m_nColumn, m_strText);
         }
     }

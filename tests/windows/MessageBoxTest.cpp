@@ -167,6 +167,17 @@ TEST(MessageBox, TheOwnerIsTheWindowTheUserWorksIn)
     EXPECT_TRUE(popup.IsWindowEnabled());
 }
 
+// The taskbar shows no button for it otherwise.
+TEST(MessageBox, BeforeTheMainWindowIsShownItHasNoOwner)
+{
+    CPlainWindow window(nullptr, WS_OVERLAPPEDWINDOW);
+    const CMainWindowScope mainWindow(&window);
+    const CPresser presser(IDOK);
+    EXPECT_EQ(ShowMessage(L"text"), IDOK);
+    EXPECT_EQ(presser.m_seen.text, L"text");
+    EXPECT_EQ(presser.m_seen.owner, nullptr);
+}
+
 TEST(MessageBox, WithoutAMainWindowItHasNoOwner)
 {
     const CMainWindowScope mainWindow(nullptr);

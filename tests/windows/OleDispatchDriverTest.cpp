@@ -379,6 +379,7 @@ public:
 
 TEST_F(OleDispatchDriverTest, EachCallOfAGivenUpServerIsCancelled)
 {
+    DrainMessages();  // any message wakes COM
     bool awake = true;
     m_object.On(kMember, [&awake](FakeCall&) {
         awake = TakeWakeUp();
@@ -395,6 +396,7 @@ TEST_F(OleDispatchDriverTest, EachCallOfAGivenUpServerIsCancelled)
 
 TEST_F(OleDispatchDriverTest, EachReleaseOfAGivenUpServerIsCancelled)
 {
+    DrainMessages();
     CWakeUpCheck object(L"object", m_log);
     COleDispatchDriver driver;
     driver.AttachDispatch(object.Reference());

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "framework/LocalServer.h"
+#include "framework/ScopeExit.h"
 #include "tests/support/FakeClasses.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
@@ -496,6 +497,20 @@ TEST_F(LocalServerTest, IsFoundByItsShortPath)
         GTEST_SKIP() << "skipped: the volume has no short names";
     }
     EXPECT_EQ(ImageFor(shortPath), image);
+}
+
+// Administrators also move programs behind junctions, which resolve alike.
+TEST_F(LocalServerTest, IsFoundOnASubstitutedDrive)
+{
+    constexpr const wchar_t* kDrive = L"Q:";
+    DefineDosDeviceW(0, kDrive, m_folder.Path().c_str());
+    const CScopeExit remove([&] {
+        DefineDosDeviceW(DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE, kDrive, m_folder.Path().c_str());
+    });
+    if (GetFileAttributesW(L"Q:\\server.exe") == INVALID_FILE_ATTRIBUTES) {
+        GTEST_SKIP() << "skipped: this system substitutes no drive for a folder, as Wine does not";
+    }
+    EXPECT_EQ(ImageFor(L"Q:\\server.exe /automation"), m_image);
 }
 
 // Wine always names a process by its long path, Windows by the path that started it.
