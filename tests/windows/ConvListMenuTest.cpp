@@ -484,7 +484,6 @@ protected:
     // The template dialogs that the third command opens for a click at this point.
     Texts Dialogs(POINT point)
     {
-        m_settings.Redirect();
         const CMenuUser user(m_window, Edit());
         RightClick(m_window, point);
         return user.m_dialogs;

@@ -5,6 +5,7 @@
 
 #include "framework/WinApp.h"
 #include "tests/support/FakeClasses.h"
+#include "tests/support/OwnRegistry.h"
 #include "tests/support/TestScopes.h"
 
 namespace {
@@ -22,6 +23,7 @@ protected:
         const bool child = std::getenv(kInOwnProcess) != nullptr;
         if (!child) {
             CScratchClassKey::RemoveLeftovers();
+            COwnRegistry::RemoveLeftovers();
         }
         m_nResult = RUN_ALL_TESTS();
         // A filter that matches no test must not pass, nor a child process that skips its test.
