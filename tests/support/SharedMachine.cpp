@@ -10,8 +10,8 @@
 #include "tests/cadserver/ClassFamily.h"
 #include "tests/support/DocumentViewer.h"
 #include "tests/support/FakeClasses.h"
+#include "tests/support/KeysAside.h"
 #include "tests/support/TextFile.h"
-#include "tests/support/ZelmarKeysAside.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ void RequireNoCadSystem()
 void RequireNoLibrary()
 {
     for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
-        if (CZelmarKeysAside::HasRealKeys(HKEY_LOCAL_MACHINE, view)) {
+        if (CKeysAside::HasRealKeys(HKEY_LOCAL_MACHINE, view)) {
             throw std::runtime_error("a library is registered on this machine (HKLM\\SOFTWARE\\Zelmar)");
         }
     }
@@ -40,9 +40,11 @@ CSharedMachine::CSharedMachine() : m_only(CreateMutexW(nullptr, TRUE, L"Talvenor
     }
     CScratchClassKey::RemoveLeftovers();
     CDocumentViewer::RestoreLeftovers();
-    CZelmarKeysAside::RestoreLeftovers();
+    CKeysAside::RestoreLeftovers();
+    CKeysAside::RestoreLeftovers(kFileDialogsKey);
     RequireNoCadSystem();
     RequireNoLibrary();
+    m_fileDialogs.emplace(HKEY_CURRENT_USER, 0, kFileDialogsKey);
 }
 
 int RunTestsOnSharedMachine()

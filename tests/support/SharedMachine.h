@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
+
 #include "framework/Handles.h"
+#include "tests/support/KeysAside.h"
 
 // For test programs that register the stand-in server, the library or a viewer of documents, which every
 // program of the machine sees. Only one of them runs at a time.
@@ -14,6 +17,7 @@ public:
 
 private:
     UniqueHandle m_only;
+    std::optional<CKeysAside> m_fileDialogs;
 };
 
 // Runs all tests with such a machine. Returns the process's exit status; 3 and the reason on standard error

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "framework/Handles.h"
+#include "tests/support/KeysAside.h"
 #include "tests/support/OwnRegistry.h"
-#include "tests/support/ZelmarKeysAside.h"
 
 // Sets and reads the values of the standard-part library, in both views of the registry, and the program's
 // templates.
@@ -106,11 +106,11 @@ class CZelmarRegistry : public COwnRegistry, public CZelmarValues
 };
 
 // For programs that the test starts: none of the values at first, in the machine's own registry. The earlier
-// ones are put aside until the end of the scope; see CZelmarKeysAside.
+// ones are put aside until the end of the scope; see CKeysAside.
 class CSharedZelmarRegistry : public CZelmarValues
 {
 private:
-    CZelmarKeysAside m_machine{HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY};
-    CZelmarKeysAside m_machine32{HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY};
-    CZelmarKeysAside m_user{HKEY_CURRENT_USER};
+    CKeysAside m_machine{HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY};
+    CKeysAside m_machine32{HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY};
+    CKeysAside m_user{HKEY_CURRENT_USER};
 };

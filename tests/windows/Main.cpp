@@ -2,9 +2,11 @@
 #include <ole2.h>
 
 #include <cstdlib>
+#include <optional>
 
 #include "framework/WinApp.h"
 #include "tests/support/FakeClasses.h"
+#include "tests/support/KeysAside.h"
 #include "tests/support/OwnRegistry.h"
 #include "tests/support/TestScopes.h"
 
@@ -24,6 +26,11 @@ protected:
         if (!child) {
             CScratchClassKey::RemoveLeftovers();
             COwnRegistry::RemoveLeftovers();
+        }
+        std::optional<CKeysAside> fileDialogs;
+        if (!child) {
+            CKeysAside::RestoreLeftovers(kFileDialogsKey);
+            fileDialogs.emplace(HKEY_CURRENT_USER, 0, kFileDialogsKey);
         }
         m_nResult = RUN_ALL_TESTS();
         // A filter that matches no test must not pass, nor a child process that skips its test.

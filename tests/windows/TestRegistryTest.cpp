@@ -148,9 +148,9 @@ protected:
     [[nodiscard]] std::wstring Setting() const { return Read(m_product + L"\\Tools", L"Setting"); }
     [[nodiscard]] bool HasRealKeys() const
     {
-        return CZelmarKeysAside::HasRealKeys(HKEY_CURRENT_USER, 0, m_product);
+        return CKeysAside::HasRealKeys(HKEY_CURRENT_USER, 0, m_product);
     }
-    void Restore() const { CZelmarKeysAside::RestoreLeftovers(m_product); }
+    void Restore() const { CKeysAside::RestoreLeftovers(m_product); }
     void ExpectAsBefore() const
     {
         EXPECT_EQ(Setting(), L"real");
@@ -176,8 +176,8 @@ protected:
     // Puts the keys aside and never back, as a killed test.
     void PutAsideForGood() const
     {
-        static std::vector<CZelmarKeysAside*> never;
-        never.push_back(new CZelmarKeysAside(HKEY_CURRENT_USER, 0, m_product));
+        static std::vector<CKeysAside*> never;
+        never.push_back(new CKeysAside(HKEY_CURRENT_USER, 0, m_product));
     }
 
     const std::wstring m_product = L"SOFTWARE\\TalvenorAsideTest" + std::to_wstring(GetCurrentProcessId());
@@ -186,7 +186,7 @@ protected:
 TEST_F(KeysAsideTest, AreGoneWithinTheScopeAndAsBeforeAfterIt)
 {
     {
-        const CZelmarKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
+        const CKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
         EXPECT_EQ(Setting(), L"(none)");
         EXPECT_FALSE(HasRealKeys());
         Write(m_product + L"\\Tools", L"Setting", L"of the test");
@@ -199,10 +199,10 @@ TEST_F(KeysAsideTest, AreGoneWithinTheScopeAndAsBeforeAfterIt)
 TEST_F(KeysAsideTest, AScopeWithinAnotherPutsTheOuterTestsKeysBack)
 {
     {
-        const CZelmarKeysAside outer(HKEY_CURRENT_USER, 0, m_product);
+        const CKeysAside outer(HKEY_CURRENT_USER, 0, m_product);
         Write(m_product + L"\\Tools", L"Setting", L"outer");
         {
-            const CZelmarKeysAside inner(HKEY_CURRENT_USER, 0, m_product);
+            const CKeysAside inner(HKEY_CURRENT_USER, 0, m_product);
             EXPECT_EQ(Setting(), L"(none)");
         }
         EXPECT_EQ(Setting(), L"outer");
@@ -215,7 +215,7 @@ TEST_F(KeysAsideTest, WhereNoneWereNoneRemain)
 {
     RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
     {
-        const CZelmarKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
+        const CKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
         Write(m_product + L"\\Tools", L"Setting", L"of the test");
     }
     HKEY key = nullptr;

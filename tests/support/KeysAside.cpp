@@ -1,4 +1,4 @@
-#include "tests/support/ZelmarKeysAside.h"
+#include "tests/support/KeysAside.h"
 
 #include <array>
 #include <stdexcept>
@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr wchar_t kSoftware[] = L"SOFTWARE";
 constexpr wchar_t kAside[] = L", put aside by test ";  // behind the name of the product's key
 constexpr wchar_t kKeys[] = L"Keys";                   // in a key that is put aside: the product's
 constexpr wchar_t kComplete[] = L"Complete";           // value of the same key
@@ -59,10 +58,11 @@ public:
     [[nodiscard]] std::vector<std::wstring> PutAside(const std::wstring& product) const
     {
         std::vector<std::wstring> found;
-        const UniqueKey software = Open(kSoftware, KEY_READ);
+        const std::wstring parent = product.substr(0, product.rfind(L'\\'));
+        const UniqueKey software = Open(parent, KEY_READ);
         std::array<wchar_t, 256> name{};
         for (DWORD at = 0; RegEnumKeyW(software.get(), at, name.data(), 256) == ERROR_SUCCESS; ++at) {
-            const std::wstring path = kSoftware + (L"\\" + std::wstring(name.data()));
+            const std::wstring path = parent + L"\\" + name.data();
             if (path.starts_with(product + kAside)) {
                 found.push_back(path);
             }
@@ -121,7 +121,7 @@ void RestoreAside(const CBranch& branch, const std::wstring& product, const std:
 
 }  // namespace
 
-CZelmarKeysAside::CZelmarKeysAside(HKEY hive, REGSAM view, std::wstring product)
+CKeysAside::CKeysAside(HKEY hive, REGSAM view, std::wstring product)
     : m_hive(hive)
     , m_view(view)
     , m_product(std::move(product))
@@ -134,7 +134,7 @@ CZelmarKeysAside::CZelmarKeysAside(HKEY hive, REGSAM view, std::wstring product)
     CBranch(m_hive, m_view).Mark(m_product, kTestMark);
 }
 
-void CZelmarKeysAside::PutAside() const
+void CKeysAside::PutAside() const
 {
     const CBranch branch(m_hive, m_view);
     if (!branch.Copy(m_product, m_aside + L"\\" + kKeys) || !branch.Mark(m_aside, kComplete)) {
@@ -145,7 +145,7 @@ void CZelmarKeysAside::PutAside() const
     branch.Delete(m_product);
 }
 
-CZelmarKeysAside::~CZelmarKeysAside()
+CKeysAside::~CKeysAside()
 {
     const CBranch branch(m_hive, m_view);
     if (m_moved) {
@@ -155,7 +155,7 @@ CZelmarKeysAside::~CZelmarKeysAside()
     }
 }
 
-void CZelmarKeysAside::RestoreLeftovers(const std::wstring& product)
+void CKeysAside::RestoreLeftovers(const std::wstring& product)
 {
     for (const CBranch& branch :
          {CBranch(HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY), CBranch(HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY),
@@ -169,7 +169,7 @@ void CZelmarKeysAside::RestoreLeftovers(const std::wstring& product)
     }
 }
 
-bool CZelmarKeysAside::HasRealKeys(HKEY hive, REGSAM view, const std::wstring& product)
+bool CKeysAside::HasRealKeys(HKEY hive, REGSAM view, const std::wstring& product)
 {
     const CBranch branch(hive, view);
     return branch.Has(product) && !branch.IsMarked(product, kTestMark);
