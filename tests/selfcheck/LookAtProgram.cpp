@@ -262,8 +262,8 @@ Finding LookAtWorkArea()
 Finding LookAtGround()
 {
     return OfWindow([](const Seen& seen) {
-        if (seen.ground == CLR_INVALID) {
-            return NotTried("the ground of the window cannot be read");
+        if (!seen.ground) {
+            return NotTried("the system gives no picture of the window");
         }
         return YesIf(*seen.ground == seen.systemGround, "colour " + std::to_string(*seen.ground) +
                                                             ", of the system " +

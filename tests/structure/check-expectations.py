@@ -19,7 +19,7 @@ NONE = "–"  # no stage looks
 PROOF = re.compile(r'\{"([\w-]+)",\s*(kInProcess|kWhole|kServer),\s*"([^"]+)"\}')
 LOOK = re.compile(r'\{"([\w-]+)",\s*&Look')
 QUESTION = re.compile(r'\{"([\w-]+)",\s*"')
-STEP = re.compile(r'AddFinding\(\s*"([\w-]+)"')
+STEP = re.compile(r'(?:AddFinding|LogFinding|Step)\(\s*"([\w-]+)"')
 PROGRAM_STAGE = {"kInProcess": "1", "kWhole": "2", "kServer": "2"}
 TEST = re.compile(r"^TEST(_F|_P)?\((\w+),\s*(\w+)\)", re.MULTILINE)
 
@@ -37,16 +37,16 @@ def rows_of(document):
 
 
 def sources(top, name):
-    return "".join(read(path) for path in sorted(glob.glob(os.path.join(top, "tests/selfcheck", name))))
+    return "".join(read(path) for path in sorted(glob.glob(os.path.join(top, "tests", name))))
 
 
 def looks_of(top):
     """{id: the stage that looks}"""
-    table = sources(top, "Expectations.cpp")
+    table = sources(top, "selfcheck/Expectations.cpp")
     looks = {look: "0" for look in LOOK.findall(table)}
     looks |= {look: PROGRAM_STAGE[program] for look, program, _ in PROOF.findall(table)}
     looks |= {look: "4" for look in QUESTION.findall(PROOF.sub("", table))}
-    for name, stage in (("StagePackage.cpp", "3"), ("Guided*.cpp", "4")):
+    for name, stage in (("selfcheck/StagePackage.cpp", "3"), ("selfcheck/Guided*.cpp", "4"), ("cadprobe/*.cpp", "4")):
         looks |= {look: stage for look in STEP.findall(sources(top, name))}
     return looks
 
@@ -76,7 +76,7 @@ def row_findings(rows, looks):
 
 def case_findings(top):
     cases = list(cases_of(top))
-    for look, _, pattern in PROOF.findall(sources(top, "Expectations.cpp")):
+    for look, _, pattern in PROOF.findall(sources(top, "selfcheck/Expectations.cpp")):
         if not fnmatch.filter(cases, pattern):
             yield f"tests/selfcheck: no test case matches {pattern} of {look}"
 
