@@ -57,6 +57,6 @@ const char* Usage()
            "  --only STAGE       this stage, may be repeated\n"
            "  --leave-out STAGE  all but this stage, may be repeated\n"
            "  --yes              ask nothing before a stage; leaves out stage 4\n"
-           "  --quick            of the tests, only those that prove an expectation\n"
+           "  --quick            of the tests, only those that prove an expectation and are not slow\n"
            "Exit status: 0 as expected, 1 not as expected, 2 wrong options.\n";
 }

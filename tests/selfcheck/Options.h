@@ -8,7 +8,7 @@ struct Options
 {
     std::set<int> stages;
     bool yes = false;    // ask nothing before a stage
-    bool quick = false;  // of the tests, only those that prove an expectation
+    bool quick = false;  // of the tests, only those that prove an expectation and are not slow
     bool help = false;
 };
 

@@ -87,6 +87,9 @@ public:
             return;
         }
         FailToUpgrade();
+        if (InstalledFolder().empty()) {
+            Installer(L"/i", L"older");  // it was not rolled back
+        }
         UpgradeWhileItRuns();
         RefuseOlder();
         ReplaceByRebuilt();
