@@ -42,7 +42,7 @@ Layout LayoutOf(const CProgramUnderTest& program)
         layout.names.push_back(ToUtf8(ClassOf(control)) + " " + std::to_string(GetDlgCtrlID(control)));
         layout.rects.push_back(rect);
     }
-    for (const WPARAM column : {0, 1, 2}) {
+    for (const WPARAM column : {0U, 1U, 2U}) {
         layout.columns.push_back(
             static_cast<int>(Ask(program.Control(IDC_LIST), LVM_GETCOLUMNWIDTH, column)));
     }

@@ -195,7 +195,7 @@ MachineState TakeMachineState()
     MachineState state;
     const std::vector<std::wstring> ours{L"Zelmar", L"Talvenor"};
     const std::vector<std::wstring> classes{L"SldWorks.Application", L"Talvenor"};
-    for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
+    for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
         TakeKeysNamed(HKEY_LOCAL_MACHINE, L"SOFTWARE", ours, view, state);
     }
     TakeKeysNamed(HKEY_CURRENT_USER, L"SOFTWARE", ours, 0, state);

@@ -40,8 +40,10 @@ bool CPicture::IsBlank() const
 
 COLORREF CPicture::At(int x, int y) const
 {
+    const LONG row = m_header.biHeight - 1 - y;
     const DWORD pixel =
-        m_pixels.at(static_cast<std::size_t>((m_header.biHeight - 1 - y) * m_header.biWidth + x));
+        m_pixels.at(static_cast<std::size_t>(row) * static_cast<std::size_t>(m_header.biWidth) +
+                    static_cast<std::size_t>(x));
     return RGB((pixel >> 16) & 0xFF, (pixel >> 8) & 0xFF, pixel & 0xFF);
 }
 

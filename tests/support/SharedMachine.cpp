@@ -24,7 +24,7 @@ void RequireNoCadSystem()
 
 void RequireNoLibrary()
 {
-    for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
+    for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
         if (CKeysAside::HasRealKeys(HKEY_LOCAL_MACHINE, view)) {
             throw std::runtime_error("a library is registered on this machine (HKLM\\SOFTWARE\\Zelmar)");
         }

@@ -15,41 +15,41 @@ class CZelmarValues
 {
 public:
     // Return false if this process may not write there. view: KEY_WOW64_64KEY or KEY_WOW64_32KEY.
-    static bool SetPartsFolder(const std::wstring& folder, REGSAM view = KEY_WOW64_64KEY)
+    bool SetPartsFolder(const std::wstring& folder, REGSAM view = KEY_WOW64_64KEY) const
     {
         return SetFolder(L"parts", folder, view);
     }
-    static bool SetProgramFolder(const std::wstring& folder, REGSAM view = KEY_WOW64_64KEY)
+    bool SetProgramFolder(const std::wstring& folder, REGSAM view = KEY_WOW64_64KEY) const
     {
         return SetFolder(L"prg", folder, view);
     }
     // In the 64-bit view
-    static void RemovePartsFolder()
+    void RemovePartsFolder() const
     {
         RegDeleteValueW(Open(HKEY_LOCAL_MACHINE, kLibrary, KEY_WOW64_64KEY).get(), L"parts");
     }
-    static void RemoveLibrary()
+    void RemoveLibrary() const
     {
         RegDeleteKeyExW(Open(HKEY_LOCAL_MACHINE, kProduct, KEY_WOW64_64KEY).get(), L"input", KEY_WOW64_64KEY,
                         0);
     }
 
     // The template of column 1 or 2.
-    static void SetTemplate(int column, const std::wstring& text, DWORD type = REG_SZ)
+    void SetTemplate(int column, const std::wstring& text, DWORD type = REG_SZ) const
     {
         Write(HKEY_CURRENT_USER, kTemplates, ValueOf(column), text, 0, type);
     }
-    static void SetTemplateNumber(int column, DWORD number)
+    void SetTemplateNumber(int column, DWORD number) const
     {
         RegSetValueExW(Create(HKEY_CURRENT_USER, kTemplates).get(), ValueOf(column).c_str(), 0, REG_DWORD,
                        reinterpret_cast<const BYTE*>(&number), sizeof number);
     }
-    static void RemoveTemplate(int column)
+    void RemoveTemplate(int column) const
     {
         RegDeleteValueW(Open(HKEY_CURRENT_USER, kTemplates).get(), ValueOf(column).c_str());
     }
     // None if there is none of type REG_SZ.
-    [[nodiscard]] static std::optional<std::wstring> Template(int column)
+    [[nodiscard]] std::optional<std::wstring> Template(int column) const
     {
         std::wstring text(2048, L'\0');
         auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
@@ -61,7 +61,7 @@ public:
     }
 
     // A used template's value: REG_SZ, or another type with the text as its bytes.
-    static void SetHistory(int column, int place, const std::wstring& text, DWORD type = REG_SZ)
+    void SetHistory(int column, int place, const std::wstring& text, DWORD type = REG_SZ) const
     {
         Write(HKEY_CURRENT_USER, std::wstring(kTemplates) + L"\\Template History",
               L"Column " + std::to_wstring(column) + L" Template " + std::to_wstring(place), text, 0, type);

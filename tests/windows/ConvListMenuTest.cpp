@@ -489,7 +489,7 @@ protected:
         return user.m_dialogs;
     }
 
-    const CUserSettingsScope m_settings;
+    CUserSettingsScope m_settings;
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, ConvListTemplate, testing::Values(1, 0),

@@ -19,7 +19,7 @@ protected:
     [[nodiscard]] Texts Read(int column) const { return ReadTemplateHistory(column); }
     void Add(int column, const std::wstring& text) const { AddToTemplateHistory(column, text); }
 
-    const CUserSettingsScope m_settings;
+    CUserSettingsScope m_settings;
 };
 
 TEST_F(TemplateHistoryTest, IsEmptyAtFirst)
