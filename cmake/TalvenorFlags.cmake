@@ -52,6 +52,15 @@ function(talvenor_exe_resources target)
 ${PROJECT_BINARY_DIR}/resources/version.h")
 endfunction()
 
+# talvenor_manifest(TARGET): gives a test program the manifest of the program. Without it, Windows would tell it scaled
+# coordinates and another system version, and would refuse it long paths.
+function(talvenor_manifest target)
+  set(manifest "${PROJECT_SOURCE_DIR}/tests/support/Manifest.rc")
+  target_sources(${target} PRIVATE "${manifest}")
+  set_source_files_properties("${manifest}" PROPERTIES OBJECT_DEPENDS
+    "${PROJECT_SOURCE_DIR}/resources/talvenor.manifest")
+endfunction()
+
 # talvenor_program(NAME LANGUAGE): the program, with german or english as its language at start.
 function(talvenor_program name language)
   add_executable(${name} WIN32 "${PROJECT_SOURCE_DIR}/ui/Main.cpp" "${PROJECT_SOURCE_DIR}/ui/TalvenorApp.cpp")

@@ -68,7 +68,7 @@ protected:
     [[nodiscard]] std::wstring OverwriteQuestion() const;
 
     CTempFolder m_temp;
-    CZelmarRegistry m_registry;
+    CSharedZelmarRegistry m_registry;
     CTestLibrary m_library;
     CCadServer m_server;
 };

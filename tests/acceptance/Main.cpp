@@ -8,6 +8,7 @@
 
 #include "framework/Language.h"
 #include "tests/support/CadServer.h"
+#include "tests/support/SharedMachine.h"
 
 namespace {
 
@@ -29,8 +30,7 @@ int main(int argc, char** argv)
     g_nLanguage = language != nullptr && std::string_view(language) == "english" ? 0 : 1;
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     testing::AddGlobalTestEnvironment(new CCadServerEnvironment);  // the framework deletes it
-    const int result = RUN_ALL_TESTS();
+    const int result = RunTestsOnSharedMachine();
     CoUninitialize();
-    // If the filter matched nothing, nothing was tested.
-    return testing::UnitTest::GetInstance()->test_to_run_count() == 0 ? 1 : result;
+    return result;
 }

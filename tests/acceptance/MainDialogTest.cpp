@@ -6,7 +6,7 @@
 #include <set>
 
 #include "tests/acceptance/AcceptanceTest.h"
-#include "tests/acceptance/DocumentViewer.h"
+#include "tests/support/DocumentViewer.h"
 #include "tests/support/OwnFolder.h"
 #include "tests/support/Rects.h"
 

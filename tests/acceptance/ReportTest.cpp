@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/acceptance/DocumentViewer.h"
 #include "tests/acceptance/RunFailureTest.h"
+#include "tests/support/DocumentViewer.h"
 #include "tests/support/MenuOnScreen.h"
 #include "tests/support/TestScopes.h"
 

@@ -42,7 +42,7 @@ TEST_F(StartInBothLanguages, ShowsTheFolderOfTheFilesChosenWhenTheRegistryNamesN
 {
     m_library.AddPart(L"N_ISO_4017_M4.sldprt", {L"Standard"});
     m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"Standard"});
-    const CZelmarRegistry empty;
+    const CSharedZelmarRegistry empty;
     const CProgramUnderTest program;
     ExpectMessage(program, expected::kNoPartsFolder.Current());
     ChooseInPicker(program, m_library.Part(L"N_ISO_4017_M8.sldprt"));

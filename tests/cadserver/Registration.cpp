@@ -9,11 +9,6 @@
 
 namespace {
 
-constexpr const wchar_t* kCommonProgId = L"SldWorks.Application";
-
-// The last byte of a class identifier is the version.
-constexpr CLSID kClassFamily = {0x7e3b5a10, 0x94c6, 0x4d2f, {0x8b, 0x61, 0x0a, 0x57, 0xc9, 0xd0, 0xe0, 0x00}};
-
 std::wstring ProgIdOf(int version)
 {
     return kCommonProgId + (L"." + std::to_wstring(version));
@@ -38,24 +33,6 @@ std::wstring ReadClassOf(const std::wstring& progId)
     RegGetValueW(HKEY_LOCAL_MACHINE, ClassesKey(progId + L"\\CLSID").c_str(), nullptr, RRF_RT_REG_SZ, nullptr,
                  text, &bytes);
     return text;
-}
-
-bool IsOurs(const std::wstring& classText)
-{
-    CLSID identifier{};
-    if (FAILED(CLSIDFromString(classText.c_str(), &identifier))) {
-        return false;
-    }
-    identifier.Data4[7] = kClassFamily.Data4[7];
-    return IsEqualGUID(identifier, kClassFamily);
-}
-
-void CheckFree(const std::wstring& progId)
-{
-    const std::wstring owner = ReadClassOf(progId);
-    if (!owner.empty() && !IsOurs(owner)) {
-        throw std::runtime_error(ToUtf8(progId) + " belongs to another program");
-    }
 }
 
 void WriteDefault(const std::wstring& key, const std::wstring& text)
@@ -99,25 +76,17 @@ void RegisterCurrent(int version)
 
 void RemoveProgId(const std::wstring& progId)
 {
-    if (IsOurs(ReadClassOf(progId))) {
+    if (IsOurClass(ReadClassOf(progId))) {
         RegDeleteTreeW(HKEY_LOCAL_MACHINE, ClassesKey(progId).c_str());
     }
 }
 
 }  // namespace
 
-CLSID ClassOf(int version)
-{
-    CLSID identifier = kClassFamily;
-    identifier.Data4[7] = static_cast<unsigned char>(version);
-    return identifier;
-}
-
 void RegisterVersions(const std::vector<int>& versions, std::optional<int> current)
 {
-    CheckFree(kCommonProgId);
-    for (const int version : versions) {
-        CheckFree(ProgIdOf(version));
+    if (const std::optional<std::wstring> other = OtherCadSystem()) {
+        throw std::runtime_error(ToUtf8(*other) + " belongs to another program");
     }
     UnregisterVersions();
     for (const int version : versions) {

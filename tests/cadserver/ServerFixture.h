@@ -10,13 +10,14 @@
 #include <vector>
 
 #include "framework/Handles.h"
+#include "tests/cadserver/AutomationClient.h"
 #include "tests/cadserver/ComPointers.h"
 #include "tests/cadserver/PartFile.h"
 #include "tests/support/CadServer.h"
 #include "tests/support/Files.h"
 #include "tests/support/TextFile.h"
 
-// A minimal automation client, and what the tests of the stand-in CAD server share.
+// What the tests of the stand-in CAD server share.
 
 constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
 constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
@@ -24,35 +25,6 @@ constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
 inline std::wstring Quoted(const std::wstring& path)
 {
     return L"\"" + path + L"\"";
-}
-
-struct CallResult
-{
-    HRESULT status = S_OK;
-    _variant_t value;
-    EXCEPINFO exception{};
-    UINT wrongArgument = ~0U;
-
-    [[nodiscard]] IDispatchPtr Object() const
-    {
-        return {value.vt == VT_DISPATCH ? value.pdispVal : nullptr, true};
-    }
-};
-
-inline CallResult Invoke(IDispatch* object, DISPID dispid, std::vector<_variant_t> arguments = {},
-                         WORD kind = DISPATCH_METHOD)
-{
-    std::reverse(arguments.begin(), arguments.end());
-    DISPID put = DISPID_PROPERTYPUT;
-    DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
-    if (kind == DISPATCH_PROPERTYPUT) {
-        parameters.rgdispidNamedArgs = &put;
-        parameters.cNamedArgs = 1;
-    }
-    CallResult result;
-    result.status = object->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters, &result.value,
-                                   &result.exception, &result.wrongArgument);
-    return result;
 }
 
 // Starts servers with the test's own script, log and part.

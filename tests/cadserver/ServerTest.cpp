@@ -14,6 +14,7 @@
 #include "tests/cadserver/PartFile.h"
 #include "tests/cadserver/ServerFixture.h"
 #include "tests/support/AutomationNumbers.h"
+#include "tests/support/FakeClasses.h"
 #include "tests/support/Files.h"
 #include "tests/support/PartReader.h"
 #include "tests/support/TextFile.h"
@@ -632,18 +633,23 @@ TEST_F(ServerTest, RefusesAWrongScriptWhenConfigured)
     EXPECT_EQ(2U, RunServerProgram(L"--what"));
 }
 
-TEST_F(ServerTest, LeavesProgIdsOfOtherProgramsUnchanged)
+// Any version of the CAD system counts: users would get the stand-in server in its place otherwise.
+TEST_F(ServerTest, RegistersNothingBesideARealCadSystemAndLeavesItUnchanged)
 {
     const wchar_t* key = L"Software\\Classes\\SldWorks.Application.31\\CLSID";
-    const wchar_t other[] = L"{00000000-1111-2222-3333-444444444444}";
-    ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, nullptr, REG_SZ, other, sizeof other));
-    EXPECT_EQ(1U, RunServerProgram(L"--register 30 31"));
+    const std::wstring other = L"{00000000-1111-2222-3333-444444444444}";
     EXPECT_EQ(0U, RunServerProgram(L"--unregister"));
-    wchar_t text[64] = L"";
-    DWORD bytes = sizeof text;
-    RegGetValueW(HKEY_LOCAL_MACHINE, key, nullptr, RRF_RT_REG_SZ, nullptr, text, &bytes);
-    EXPECT_STREQ(other, text);
-    RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\SldWorks.Application.31");
+    {
+        const CScratchClassKey real(HKEY_LOCAL_MACHINE, L"SldWorks.Application.31",
+                                    L"SldWorks.Application.31\\CLSID", other);
+        EXPECT_EQ(1U, RunServerProgram(L"--register 30 31"));
+        EXPECT_EQ(1U, RunServerProgram(L"--register 30"));
+        EXPECT_EQ(0U, RunServerProgram(L"--unregister"));
+        wchar_t text[64] = L"";
+        DWORD bytes = sizeof text;
+        RegGetValueW(HKEY_LOCAL_MACHINE, key, nullptr, RRF_RT_REG_SZ, nullptr, text, &bytes);
+        EXPECT_EQ(other, text);
+    }
     CLSID identifier{};
     EXPECT_TRUE(FAILED(CLSIDFromProgID(L"SldWorks.Application.30", &identifier)));
     EXPECT_EQ(0U, RunServerProgram(L"--register 25 30 --current none"));

@@ -122,7 +122,7 @@ private:
     [[nodiscard]] static std::string Describe(const FileState& state);
 
     const std::wstring m_programFile;
-    CZelmarRegistry m_registry;
+    CSharedZelmarRegistry m_registry;
     CTestLibrary m_library;
     std::map<std::wstring, Original> m_originals;
     std::optional<CProgramUnderTest> m_program;

@@ -233,7 +233,7 @@ private:
         "application GetDateCode";  // gets the version, right after connecting
 
     const CTestLibrary* m_library;
-    CZelmarRegistry m_registry;
+    CSharedZelmarRegistry m_registry;
     std::optional<CProgramUnderTest> m_program;
 };
 

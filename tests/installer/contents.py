@@ -3,7 +3,7 @@
 
 STAGE holds the staged folders: german, english and symbols. In both editions, the installer package and the portable archive
 hold exactly the files in FILES, identical to the staged ones; the tables of the package and the SBOM are correct. The
-symbols belong to the delivered programs. The checksums cover all files and are correct. The exit status is 1 if anything is
+symbols belong to the delivered programs, and the self-check holds these programs and what it needs. The checksums cover all files and are correct. The exit status is 1 if anything is
 found.
 """
 import hashlib
@@ -22,6 +22,7 @@ STRIP, ADDRESS_TO_LINE = "x86_64-w64-mingw32-strip", "x86_64-w64-mingw32-addr2li
 ICON = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../resources/talvenor.ico")
 FILES = {"Licences.txt", "Manuals/ger/Zelmar_Talvenor_Hilfe.pdf", "Manuals/us/Zelmar_Talvenor_Hilfe.pdf", "talvenor.exe",
          "talvresgerx64.dll", "talvresusx64.dll"}
+CHECK_PACKAGES = ("older", "current", "rebuilt", "failing")
 RUNTIME = {"libgcc", "libssp", "libstdc++", "mingw-w64 runtime", "winpthreads"}
 
 
@@ -75,6 +76,19 @@ def sbom_findings(sbom, staged):
     for relationship in sbom["relationships"]:
         if {relationship["spdxElementId"], relationship["relatedSpdxElement"]} - known:
             yield f"SBOM: an unknown element in {relationship}"
+
+
+def check_findings(found, delivered):
+    """found: the files of the self-check; delivered: the programs that users get, by edition."""
+    for edition, program in delivered.items():
+        if found.get(f"talvenor_{edition}.exe") != program:
+            yield f"self-check: talvenor_{edition}.exe is not the delivered program"
+    sums = dict(reversed(line.split(maxsplit=1)) for line in found.get("SHA256SUMS", b"").decode().splitlines())
+    if sums != {name: hashlib.sha256(data).hexdigest() for name, data in found.items() if name != "SHA256SUMS"}:
+        yield "self-check: SHA256SUMS does not cover its files"
+    for name in ("selfcheck.exe", "check.cmd", *(f"packages/{kind}.msi" for kind in CHECK_PACKAGES)):
+        if name not in found:
+            yield f"self-check: {name} is missing"
 
 
 def stripped(program):
@@ -137,6 +151,9 @@ def findings(dist, version, stage):
             yield f"{code}: {finding}"
     yield from code_findings([tables.product_code(os.path.join(dist, f"Talvenor-{version}-{code}-x64.msi"))
                               for code in EDITIONS.values()])
+    yield from check_findings(in_archive(os.path.join(dist, f"Talvenor-{version}-windows-check.zip"),
+                                         f"Talvenor-{version}-windows-check"),
+                              {edition: files["talvenor.exe"] for edition, files in staged.items()})
     symbols = in_archive(os.path.join(dist, f"Talvenor-{version}-symbols.zip"), f"Talvenor-{version}-symbols")
     yield from symbol_findings(symbols, {EDITIONS[edition]: files["talvenor.exe"] for edition, files in staged.items()})
     yield from sum_findings(dist)

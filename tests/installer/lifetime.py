@@ -10,8 +10,6 @@ import functools
 import os
 import re
 import shutil
-import struct
-import subprocess
 import sys
 
 import check
@@ -21,11 +19,10 @@ import machine
 import package as installer
 import shell_link
 import sources
+import variants
 import windows
 from program import Program, Stuck
 
-OLDER = "0.9.0"
-FIXED_INFO = struct.pack("<II", 0xFEEF04BD, 0x00010000)  # signature and structure version of VS_FIXEDFILEINFO
 UNINSTALL_KEY = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall"
 WINDOWS_KEY, WINDOWS_BUILD = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentBuildNumber"
 OLDEST_BUILD = "15063"  # the oldest build of Windows that the package accepts
@@ -148,42 +145,18 @@ class LifetimeTest:
         """Makes a German package of this version, with `change` applied to the bytes of every file. Returns the package and the
         folder of its files."""
         stage = os.path.realpath(os.path.join(self.prefix, "..", name))
-        shutil.copytree(self.stages["german"], stage)
-        for file_name in installer.files_below(stage):
-            path = os.path.join(stage, file_name)
-            with open(path, "rb") as file:
-                data = file.read()
-            with open(path, "wb") as file:
-                file.write(change(data))
-        package = f"{stage}.msi"
-        subprocess.run(["installer/package.py", stage, version, "german", package], check=True,
-                       env={**os.environ, "SOURCE_DATE_EPOCH": "1600000000"})
-        return package, stage
+        return variants.make_package(self.stages["german"], stage, version, change), stage
 
     @functools.cached_property
     def older(self):
         """A package of an older version. The program's files have the older number in their version resource; the manuals
         have other contents."""
-        return self.make_package("older", OLDER, lambda data: older_bytes(data, self.version))
+        return self.make_package("older", variants.OLDER, lambda data: variants.older_bytes(data, self.version))
 
     @functools.cached_property
     def rebuilt(self):
         """A package of the same version with other contents. The program's files have the same version resource."""
-        return self.make_package("rebuilt", self.version, lambda data: data + b"\n")
-
-
-def older_bytes(data, version):
-    """The file with the older number in its version resource. A manual is replaced, any other file unchanged."""
-    def numbers(text):
-        major, minor, patch = map(int, text.split("."))
-        return FIXED_INFO + struct.pack("<4H", minor, major, 0, patch) * 2  # file version, product version
-    if data.startswith(b"%PDF"):
-        return b"an older manual"
-    if not data.startswith(b"MZ"):
-        return data
-    if data.count(numbers(version)) != 1:
-        raise ValueError(f"no version resource with version {version}")
-    return data.replace(numbers(version), numbers(OLDER))
+        return self.make_package("rebuilt", self.version, variants.rebuilt_bytes)
 
 
 def set_windows_build(build):
@@ -240,15 +213,15 @@ def replaced_by_rebuilt_package(test):
 
 
 def upgrade_by_double_click(test):
-    print(f"\n== Version {OLDER} and upgrade installed by double-click; upgrade refused before; not downgraded; removed",
-          flush=True)
+    print(f"\n== Version {variants.OLDER} and upgrade installed by double-click; upgrade refused before; not downgraded; "
+          "removed", flush=True)
     package, stage = test.older
     before = test.machine.state()
-    test.expect(f"status of the installation of {OLDER}", test.double_click(package), 0)
+    test.expect(f"status of the installation of {variants.OLDER}", test.double_click(package), 0)
     set_windows_build("15062")
     test.expect("an upgrade that the package refuses fails", test.msiexec("/i", test.packages["german"]) != 0, True)
     set_windows_build(OLDEST_BUILD)
-    test.expect_installed(before, OLDER, stage, PROGRAM_FOLDER)
+    test.expect_installed(before, variants.OLDER, stage, PROGRAM_FOLDER)
     test.expect("status of the upgrade", test.double_click(test.packages["german"]), 0)
     test.expect_installed(before, test.version, test.stages["german"], PROGRAM_FOLDER)
     test.expect("a downgrade fails", test.msiexec("/i", package) != 0, True)
@@ -258,11 +231,11 @@ def upgrade_by_double_click(test):
 
 
 def upgrade_in_other_folder(test):
-    print(f"\n== Version {OLDER} installed into another folder; upgraded to the English edition; removed", flush=True)
+    print(f"\n== Version {variants.OLDER} installed into another folder; upgraded to the English edition; removed", flush=True)
     package, stage = test.older
     before = test.machine.state()
-    test.expect(f"status of the installation of {OLDER}", test.install_into(OTHER_FOLDER, package), 0)
-    test.expect_installed(before, OLDER, stage, OTHER_FOLDER)
+    test.expect(f"status of the installation of {variants.OLDER}", test.install_into(OTHER_FOLDER, package), 0)
+    test.expect_installed(before, variants.OLDER, stage, OTHER_FOLDER)
     # An upgrade stays in the folder of the older version, even if INSTALLDIR says otherwise.
     test.expect("status of the upgrade", test.install_into(PROGRAM_FOLDER, test.packages["english"]), 0)
     test.expect_installed(before, test.version, test.stages["english"], OTHER_FOLDER)

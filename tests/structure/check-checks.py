@@ -27,6 +27,15 @@ def changelog(text, version="1.2.0"):
     return {"CMakeLists.txt": f"project(Talvenor VERSION {version} LANGUAGES CXX)\n", "CHANGELOG.md": text}
 
 
+# Two assumptions, one that a look finds and one that a test proves
+ROWS = "| `a` | text | page | – | – | 0 |\n| `b` | text | knowledge | – | – | 1 |\n"
+
+
+def expectations(rows=ROWS, test="TEST(Suite, Case)\n", more=""):
+    return {"docs/windows.md": rows, "tests/windows/ATest.cpp": test, "tests/selfcheck/StagePackage.cpp": more,
+            "tests/selfcheck/Expectations.cpp": '{"a", &LookAtA},\n{"b", kInProcess, "Suite.Case"},\n'}
+
+
 # Title, check, files of a small made-up project, part of the only finding (None: no finding)
 CASES = [
     ("include from a lower layer", "layers", {"ui/A.cpp": '#include "core/B.h"\n', "core/B.h": ""}, None),
@@ -117,6 +126,18 @@ CASES = [
     ("version without a date", "changelog", changelog("## [1.2.0]\n"), "version 1.2.0 has no date"),
     ("version missing in CMakeLists.txt", "changelog", {"CMakeLists.txt": "", "CHANGELOG.md": ""},
      "no section for version unknown"),
+    ("expectations that are looked at", "expectations", expectations(), None),
+    ("assumption that nothing looks at", "expectations", expectations(rows=ROWS + "| `c` | text | page | – | – | 3 |\n"),
+     "c names stage 3, and the code looks in stage –"),
+    ("assumption that is looked at in another stage", "expectations", expectations(rows=ROWS.replace("| 0 |", "| 4 |")),
+     "a names stage 4, and the code looks in stage 0"),
+    ("look without an assumption", "expectations", expectations(more='report.AddFinding("c", Yes(""));'),
+     "c is not in docs/windows.md"),
+    ("assumption without evidence", "expectations", expectations(rows=ROWS.replace("page", "")), "a has no evidence"),
+    ("assumption that stands there twice", "expectations", expectations(rows=ROWS + ROWS.splitlines(True)[0]),
+     "a stands there twice"),
+    ("proof by a test that is not there", "expectations", expectations(test="TEST(Other, Case)\n"),
+     "no test case matches Suite.Case of b"),
     ("missing manual", "manuals", {**PROGRAM, "manual/german.md": GERMAN}, "nothing was checked"),
 ]
 

@@ -10,6 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "framework/Handles.h"
+#include "tests/cadserver/ClassFamily.h"
+#include "tests/support/TestMark.h"
+#include "tests/support/TextFile.h"
+
 // A class factory in the process of the test, and registry keys by which COM finds classes under their
 // ProgID, like those of an installed CAD system.
 
@@ -27,8 +32,9 @@ inline CLSID NewClassId()
     return classId;
 }
 
-// A key below Software\Classes with a default value. It is removed with its subkeys at the end of the scope.
-// A mark in the key lets RemoveLeftovers find it after a crash.
+// A key with a default value in the registry's classes, removed with its subkeys at the end of the scope. A
+// mark identifies it for RemoveLeftovers. A key without the mark belongs to another program; it is left
+// alone, and the test fails.
 class CScratchClassKey
 {
 public:
@@ -36,13 +42,23 @@ public:
     CScratchClassKey(HKEY root, const std::wstring& top, const std::wstring& path, const std::wstring& value)
         : m_root(root), m_top(kClasses + top)
     {
+        if (IsOfOtherProgram(m_top)) {
+            m_top.clear();
+            ADD_FAILURE() << "a key of another program: " << ToUtf8(top);
+            return;
+        }
         const auto size = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
-        RegSetKeyValueW(root, m_top.c_str(), kMark, REG_SZ, L"", sizeof(wchar_t));
+        RegSetKeyValueW(root, m_top.c_str(), kTestMark, REG_SZ, L"", sizeof(wchar_t));
         RegSetKeyValueW(root, (kClasses + path).c_str(), nullptr, REG_SZ, value.c_str(), size);
     }
     CScratchClassKey(const CScratchClassKey&) = delete;
     CScratchClassKey& operator=(const CScratchClassKey&) = delete;
-    ~CScratchClassKey() { RegDeleteTreeW(m_root, m_top.c_str()); }
+    ~CScratchClassKey()
+    {
+        if (!m_top.empty()) {
+            RegDeleteTreeW(m_root, m_top.c_str());
+        }
+    }
 
     // The hive in which COM finds classes that this process registers: HKEY_CURRENT_USER, or
     // HKEY_LOCAL_MACHINE under Wine and for an elevated process. None if this process may write to neither.
@@ -74,7 +90,19 @@ public:
 
 private:
     inline static const std::wstring kClasses = L"Software\\Classes\\";
-    static constexpr const wchar_t* kMark = L"TalvenorTest";
+
+    // A user's key would hide the machine's, so that both count.
+    static bool IsOfOtherProgram(const std::wstring& key)
+    {
+        const auto isThere = [&](HKEY root) {
+            HKEY found = nullptr;
+            const LSTATUS status = RegOpenKeyExW(root, key.c_str(), 0, KEY_READ, &found);
+            const UniqueKey owner(found);
+            return status == ERROR_SUCCESS &&
+                   RegQueryValueExW(found, kTestMark, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS;
+        };
+        return isThere(HKEY_CURRENT_USER) || isThere(HKEY_LOCAL_MACHINE);
+    }
 
     static void RemoveMarked(HKEY root, const std::wstring& below)
     {
@@ -85,7 +113,7 @@ private:
         std::vector<std::wstring> marked;
         std::array<wchar_t, MAX_PATH> name{};
         for (DWORD at = 0; RegEnumKeyW(classes, at, name.data(), MAX_PATH) == ERROR_SUCCESS; ++at) {
-            if (RegGetValueW(classes, name.data(), kMark, RRF_RT_ANY, nullptr, nullptr, nullptr) ==
+            if (RegGetValueW(classes, name.data(), kTestMark, RRF_RT_ANY, nullptr, nullptr, nullptr) ==
                 ERROR_SUCCESS) {
                 marked.emplace_back(name.data());
             }
@@ -109,6 +137,14 @@ public:
     {
         if (!CScratchClassKey::Root()) {
             GTEST_SKIP() << "skipped: this process may not register classes where COM looks for them";
+        }
+    }
+
+    // Skips the test if the machine has a CAD system, whose names it would register.
+    static void RequireNoCadSystem()
+    {
+        if (OtherCadSystem()) {
+            GTEST_SKIP() << "skipped: a CAD system is registered on this machine";
         }
     }
 

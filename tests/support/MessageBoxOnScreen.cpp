@@ -1,6 +1,7 @@
 #include "tests/support/MessageBoxOnScreen.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "tests/support/Input.h"
 #include "tests/support/OtherWindows.h"
@@ -87,20 +88,39 @@ std::wstring CMessageBoxOnScreen::Title() const
     return TextOf(m_window);
 }
 
-std::vector<int> CMessageBoxOnScreen::Buttons() const
+std::vector<HWND> CMessageBoxOnScreen::ButtonWindows() const
 {
     std::vector<HWND> buttons = ControlsOf(m_window);
     std::erase_if(buttons, [](HWND control) { return !IsMessageButton(control); });
     const auto left = [](HWND control) { return RectOf(control).left; };
     std::ranges::sort(buttons, {}, left);
-    std::vector<int> numbers(buttons.size());
-    std::ranges::transform(buttons, numbers.begin(), &GetDlgCtrlID);
+    return buttons;
+}
+
+// OK is the only button that a box may have without another, other than Help. Windows gives it the number of
+// Cancel then, so that Escape presses it (from knowledge); Wine keeps its own.
+std::vector<int> CMessageBoxOnScreen::Buttons() const
+{
+    std::vector<int> numbers;
+    std::ranges::transform(ButtonWindows(), std::back_inserter(numbers), &GetDlgCtrlID);
+    const auto isAnswer = [](int number) { return number != IDHELP; };
+    if (std::ranges::count_if(numbers, isAnswer) == 1) {
+        *std::ranges::find_if(numbers, isAnswer) = IDOK;
+    }
     return numbers;
+}
+
+HWND CMessageBoxOnScreen::Button(int button) const
+{
+    const std::vector<int> answers = Buttons();
+    const auto found = std::ranges::find(answers, button);
+    return found == answers.end() ? nullptr
+                                  : ButtonWindows().at(static_cast<std::size_t>(found - answers.begin()));
 }
 
 void CMessageBoxOnScreen::Answer(int button) const
 {
-    const HWND item = GetDlgItem(m_window, button);
+    const HWND item = Button(button);
     const bool raised = BringToFront(item);
     if (!PressOn(item)) {
         if (raised || !MayRepeat("a press in the message box: " + ToUtf8(Text()))) {
@@ -136,10 +156,16 @@ void CMessageBoxOnScreen::AnswerByKey(HWND item) const
     PressKeys({VK_SPACE});
 }
 
+void CMessageBoxOnScreen::PostPress(int button) const
+{
+    const HWND item = Button(button);
+    PostMessageW(m_window, WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(item), BN_CLICKED),
+                 reinterpret_cast<LPARAM>(item));
+}
+
 void CMessageBoxOnScreen::Press(int button) const
 {
-    PostMessageW(m_window, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED),
-                 reinterpret_cast<LPARAM>(GetDlgItem(m_window, button)));
+    PostPress(button);
     WaitForEnd();
 }
 

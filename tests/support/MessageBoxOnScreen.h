@@ -24,7 +24,7 @@ public:
     [[nodiscard]] std::wstring Text() const;
     // The box's title.
     [[nodiscard]] std::wstring Title() const;
-    // The ids of the buttons, from left to right.
+    // The answers that the buttons give, from left to right.
     [[nodiscard]] std::vector<int> Buttons() const;
 
     // Clicks the button and waits until the box closes; throws CNotOnScreen if it stays open. At most one
@@ -32,10 +32,14 @@ public:
     void Answer(int button) const;
     // The same without the mouse; the box need not be in front.
     void Press(int button) const;
+    // The same without waiting for the end, for a box of this thread.
+    void PostPress(int button) const;
     // Waits until the box closes; throws CNotOnScreen if it stays open.
     void WaitForEnd() const;
 
 private:
+    [[nodiscard]] std::vector<HWND> ButtonWindows() const;
+    [[nodiscard]] HWND Button(int button) const;
     [[nodiscard]] bool BringToFront(HWND item) const;
     void AnswerByKey(HWND item) const;
 

@@ -17,6 +17,7 @@
 #include "framework/WinApp.h"
 #include "framework/Wnd.h"
 #include "tests/support/Rects.h"
+#include "tests/support/ZelmarRegistry.h"
 
 // Windows, resources and settings until the end of a scope.
 
@@ -57,82 +58,15 @@ private:
     UniqueModule m_module;
 };
 
-// Redirects this process's HKEY_CURRENT_USER to an empty key until the end of the scope. On Windows, closing
-// the predefined handle, as the settings store does, may end the redirection; Redirect restores it.
-class CUserSettingsScope
+// The program's settings until the end of the scope: none at first, and never those of the user.
+class CUserSettingsScope : public CZelmarRegistry
 {
 public:
-    CUserSettingsScope()
-    {
-        HKEY key = nullptr;
-        EXPECT_EQ(::RegCreateKeyExW(HKEY_CURRENT_USER, m_path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                    &key, nullptr),
-                  ERROR_SUCCESS);
-        m_key.reset(key);
-        Redirect();
-    }
-    ~CUserSettingsScope()
-    {
-        ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-        m_key.reset();
-        ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
-    }
-    CUserSettingsScope(const CUserSettingsScope&) = delete;
-    CUserSettingsScope& operator=(const CUserSettingsScope&) = delete;
-
-    void Redirect() const
-    {
-        EXPECT_EQ(::RegOverridePredefKey(HKEY_CURRENT_USER, m_key.get()), ERROR_SUCCESS);
-    }
-
-    void SetTemplate(int column, const std::wstring& text, DWORD type = REG_SZ) const
-    {
-        const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-        EXPECT_EQ(::RegSetKeyValueW(m_key.get(), kKey, ValueName(column).c_str(), type, text.c_str(), size),
-                  ERROR_SUCCESS);
-    }
-    void SetTemplateNumber(int column, DWORD number) const
-    {
-        EXPECT_EQ(::RegSetKeyValueW(m_key.get(), kKey, ValueName(column).c_str(), REG_DWORD, &number,
-                                    sizeof number),
-                  ERROR_SUCCESS);
-    }
-    void RemoveTemplate(int column) const
-    {
-        EXPECT_EQ(::RegDeleteKeyValueW(m_key.get(), kKey, ValueName(column).c_str()), ERROR_SUCCESS);
-    }
-
     // The stored template; "(none)" if there is none of type REG_SZ.
     [[nodiscard]] std::wstring Template(int column) const
     {
-        std::wstring text(256, L'\0');
-        auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
-        if (::RegGetValueW(m_key.get(), kKey, ValueName(column).c_str(), RRF_RT_REG_SZ, nullptr, text.data(),
-                           &size) != ERROR_SUCCESS) {
-            return L"(none)";
-        }
-        text.resize(size / sizeof(wchar_t) - 1);
-        return text;
+        return CZelmarRegistry::Template(column).value_or(L"(none)");
     }
-
-    // Stores an entry of the history of used templates: as REG_SZ, or with another type and the text's bytes.
-    void SetHistory(int column, int place, const std::wstring& text, DWORD type = REG_SZ) const
-    {
-        const std::wstring name =
-            L"Column " + std::to_wstring(column) + L" Template " + std::to_wstring(place);
-        const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-        EXPECT_EQ(::RegSetKeyValueW(m_key.get(), L"SOFTWARE\\Zelmar\\Tools\\Talvenor\\Template History",
-                                    name.c_str(), type, text.c_str(), size),
-                  ERROR_SUCCESS);
-    }
-
-private:
-    static constexpr wchar_t kKey[] = L"SOFTWARE\\Zelmar\\Tools\\Talvenor";
-
-    static std::wstring ValueName(int column) { return L"Template Text Column " + std::to_wstring(column); }
-
-    const std::wstring m_path = L"SOFTWARE\\TalvenorSettingsTest" + std::to_wstring(::GetCurrentProcessId());
-    UniqueKey m_key;
 };
 
 // A window with default handling only, destroyed with the object.

@@ -486,13 +486,12 @@ protected:
     // opened.
     Texts Dialogs(POINT point)
     {
-        m_settings.Redirect();
         const CMenuUser user(m_window, Edit());
         RightClick(m_window, point);
         return user.m_dialogs;
     }
 
-    const CUserSettingsScope m_settings;
+    CUserSettingsScope m_settings;
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, ConvListTemplate, testing::Values(1, 0),

@@ -64,16 +64,8 @@ protected:
         return texts;
     }
 
-    void Add(const Texts& names)
-    {
-        m_settings.Redirect();
-        m_table.AddFiles(names);
-    }
-    void Apply(int column)
-    {
-        m_settings.Redirect();
-        m_table.ApplyTemplate(column);
-    }
+    void Add(const Texts& names) { m_table.AddFiles(names); }
+    void Apply(int column) { m_table.ApplyTemplate(column); }
     void Select(const std::vector<int>& rows) const
     {
         m_table.SetItemState(-1, 0, LVIS_SELECTED);
@@ -831,7 +823,6 @@ TEST_F(ApplyTemplateTest, ATemplateRemovedDuringAMessageKeepsTheRowsDone)
 {
     m_settings.SetTemplate(1, L"%3?%4");
     Select({0, 1, 2});
-    m_settings.Redirect();
     const CMessageRecorder meanwhile([this] {
         m_settings.RemoveTemplate(1);
         return IDOK;

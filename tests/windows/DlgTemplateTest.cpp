@@ -48,14 +48,9 @@ protected:
 
     [[nodiscard]] HWND Item(int id) const { return m_dialog->GetDlgItem(id); }
     [[nodiscard]] std::wstring TextOf(int id) const { return m_dialog->GetDlgItemText(id); }
-    void Press(int button) const
-    {
-        m_settings.Redirect();
-        SendMessageW(Item(button), BM_CLICK, 0, 0);
-    }
+    void Press(int button) const { SendMessageW(Item(button), BM_CLICK, 0, 0); }
     void PressKey(WPARAM key) const
     {
-        m_settings.Redirect();
         PostMessageW(GetFocus(), WM_KEYDOWN, key, 1);
         PostMessageW(GetFocus(), WM_KEYUP, key, 0xC0000001);
         DrainMessages();
@@ -144,7 +139,7 @@ protected:
                expected::kFillInRefused.In(LanguageOf(GetParam()));
     }
 
-    const CUserSettingsScope m_settings;
+    CUserSettingsScope m_settings;
     CMessageRecorder m_user;
     CPlainWindow m_owner;
     std::wstring m_sample = kBolt;
@@ -279,9 +274,7 @@ TEST_P(DlgTemplateTest, AFailedWriteIsNotReported)
 {
     const INT_PTR result = Run(1, L"%3", [&] {
         Type(L"%4");
-        m_settings.Redirect();
-        // A key that is marked for deletion takes no sub-keys.
-        ASSERT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, L""), ERROR_SUCCESS);
+        m_settings.RefuseWriting();
         Press(IDOK);
     });
     EXPECT_EQ(m_settings.Template(1), kNone);
@@ -593,7 +586,6 @@ TEST_P(DlgTemplateTest, ChoosingATemplateFillsTheFieldOnly)
     TypeAndPressOk(2, L"", L"two %4");
     m_sample = kBolt;
     Run(2, L"x", [this] {
-        m_settings.Redirect();
         SetFocus(Item(IDC_TEMPLATE_HISTORY));
         PressKey(VK_DOWN);
         PressKey(VK_DOWN);

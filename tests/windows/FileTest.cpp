@@ -8,6 +8,7 @@
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/ImportTable.h"
 #include "tests/support/TestScopes.h"
+#include "tests/support/UnderWine.h"
 
 namespace {
 
@@ -96,6 +97,30 @@ TEST_F(FileTest, NameOfADeviceIsABadPath)
     }
     CFileStatus status;
     EXPECT_FALSE(CFile::GetStatus(path, status));
+}
+
+// Wine has no limit, and no setting for one.
+bool AllowsLongPaths()
+{
+    DWORD enabled = UnderWine() ? 1 : 0;
+    DWORD bytes = sizeof enabled;
+    RegGetValueW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\FileSystem", L"LongPathsEnabled",
+                 RRF_RT_REG_DWORD, nullptr, &enabled, &bytes);
+    return UnderWine() || enabled != 0;
+}
+
+TEST_F(FileTest, LongPathsWorkWhereTheSystemAllowsThem)
+{
+    // This prefix lifts the limit for any system.
+    const std::wstring folder = m_folder / std::wstring(200, L'a');
+    const std::wstring path = folder + L"\\" + std::wstring(200, L'b');
+    ASSERT_TRUE(CreateDirectoryW((L"\\\\?\\" + folder).c_str(), nullptr));
+    CFile file;
+    CFileException error;
+    EXPECT_EQ(file.Open(path, CFile::modeWrite | CFile::modeCreate, &error), AllowsLongPaths());
+    file.Close();
+    DeleteFileW((L"\\\\?\\" + path).c_str());
+    EXPECT_TRUE(RemoveDirectoryW((L"\\\\?\\" + folder).c_str()));
 }
 
 TEST_F(FileTest, FolderDeniesAccess)

@@ -2,9 +2,12 @@
 #include <ole2.h>
 
 #include <cstdlib>
+#include <optional>
 
 #include "framework/WinApp.h"
 #include "tests/support/FakeClasses.h"
+#include "tests/support/KeysAside.h"
+#include "tests/support/OwnRegistry.h"
 #include "tests/support/TestScopes.h"
 
 namespace {
@@ -22,6 +25,12 @@ protected:
         const bool child = std::getenv(kInOwnProcess) != nullptr;
         if (!child) {
             CScratchClassKey::RemoveLeftovers();
+            COwnRegistry::RemoveLeftovers();
+        }
+        std::optional<CKeysAside> fileDialogs;
+        if (!child) {
+            CKeysAside::RestoreLeftovers(kFileDialogsKey);
+            fileDialogs.emplace(HKEY_CURRENT_USER, 0, kFileDialogsKey);
         }
         m_nResult = RUN_ALL_TESTS();
         // A run whose filter matches no test fails, and so does a child process whose one test did not pass.

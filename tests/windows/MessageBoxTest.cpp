@@ -9,6 +9,7 @@
 
 #include "framework/ScopeExit.h"
 #include "framework/WinApp.h"
+#include "tests/support/MessageBoxOnScreen.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
@@ -57,13 +58,10 @@ private:
         }
         m_seen = {TextOf(box), TextOf(GetDlgItem(box, kTextControl)), GetWindow(box, GW_OWNER), true, {}};
         m_seen.ownerEnabled = m_seen.owner != nullptr && IsWindowEnabled(m_seen.owner) != FALSE;
-        for (const int id : {IDOK, IDCANCEL, IDYES, IDNO, IDHELP}) {
-            if (GetDlgItem(box, id) != nullptr) {
-                m_seen.buttons.push_back(id);
-            }
+        if (const auto onScreen = CMessageBoxOnScreen::Find(GetCurrentProcessId())) {
+            m_seen.buttons = onScreen->Buttons();
+            onScreen->PostPress(button);
         }
-        PostMessageW(box, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED),
-                     reinterpret_cast<LPARAM>(GetDlgItem(box, button)));
     }
 
     CTimerScope m_timer;
@@ -185,6 +183,54 @@ TEST(MessageBox, WithoutAMainWindowItHasNoOwner)
     EXPECT_EQ(ShowMessage(L"Beim Start"), IDOK);
     EXPECT_EQ(presser.m_seen.text, L"Beim Start");
     EXPECT_EQ(presser.m_seen.owner, nullptr);
+}
+
+// A box as Windows makes it for OK alone.
+class CBoxOfWindows
+{
+public:
+    explicit CBoxOfWindows(const std::vector<int>& buttons)
+        : m_window(CreateWindowW(L"#32770", L"Talvenor", WS_POPUP | WS_VISIBLE, 0, 0, 300, 100, nullptr,
+                                 nullptr, nullptr, nullptr))
+    {
+        Add(L"Static", kTextControl, 0);
+        int left = 10;
+        for (const int button : buttons) {
+            Add(L"Button", button, left += 60);
+        }
+    }
+
+    HWND Add(const wchar_t* windowClass, int id, int left) const
+    {
+        return CreateWindowW(windowClass, L"OK", WS_CHILD | WS_VISIBLE, left, 0, 50, 20, m_window.get(),
+                             reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
+    }
+
+    const UniqueOwner<HWND, ::DestroyWindow> m_window;
+};
+
+TEST(MessageBoxOnScreen, OKAloneIsRecognisedWhateverItsNumber)
+{
+    struct Case
+    {
+        std::vector<int> numbers;
+        std::vector<int> answers;
+    };
+    const std::vector<Case> cases{{{IDCANCEL}, {IDOK}},
+                                  {{IDOK}, {IDOK}},
+                                  {{IDCANCEL, IDHELP}, {IDOK, IDHELP}},
+                                  {{IDOK, IDCANCEL}, {IDOK, IDCANCEL}},
+                                  {{IDYES, IDNO}, {IDYES, IDNO}}};
+    for (const Case& each : cases) {
+        const CBoxOfWindows box(each.numbers);
+        const auto found = CMessageBoxOnScreen::Find(GetCurrentProcessId());
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->Buttons(), each.answers);
+        found->PostPress(each.answers.front());
+        MSG message{};
+        ASSERT_TRUE(PeekMessageW(&message, box.m_window.get(), WM_COMMAND, WM_COMMAND, PM_REMOVE));
+        EXPECT_EQ(LOWORD(message.wParam), each.numbers.front());
+    }
 }
 
 TEST(MessageBox, AHelpButtonIsThereOnlyWithAHelpFile)

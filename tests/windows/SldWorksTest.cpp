@@ -50,19 +50,7 @@ protected:
         if (IsSkipped()) {
             return;
         }
-        for (int number = 19; number <= 40; ++number) {
-            SkipIfRegistered(L"SldWorks.Application." + std::to_wstring(number));
-        }
-        SkipIfRegistered(L"SldWorks.Application");
-    }
-
-    static void SkipIfRegistered(const std::wstring& progId)
-    {
-        HKEY key = nullptr;
-        if (RegOpenKeyExW(HKEY_CLASSES_ROOT, progId.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS) {
-            RegCloseKey(key);
-            GTEST_SKIP() << "skipped: a CAD system is registered on this machine";
-        }
+        CScratchClasses::RequireNoCadSystem();
     }
 
     void AddVersion(int number)

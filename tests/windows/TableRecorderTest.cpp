@@ -137,7 +137,6 @@ TEST_F(TableRecorderTest, RestoresAnEmptiedTable)
 TEST_F(TableRecorderTest, RestoresAddedAndSortedRows)
 {
     const CUserSettingsScope settings;
-    settings.Redirect();
     m_list.SetItemText(0, kColumnOriginal, L"Z.sldprt");  // sorting moves it
     m_window.Focus(0);
     const Snapshot before = Now();

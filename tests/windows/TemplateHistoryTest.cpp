@@ -16,18 +16,10 @@ using Texts = std::vector<std::wstring>;
 class TemplateHistoryTest : public testing::Test
 {
 protected:
-    [[nodiscard]] Texts Read(int column) const
-    {
-        m_settings.Redirect();
-        return ReadTemplateHistory(column);
-    }
-    void Add(int column, const std::wstring& text) const
-    {
-        m_settings.Redirect();
-        AddToTemplateHistory(column, text);
-    }
+    [[nodiscard]] Texts Read(int column) const { return ReadTemplateHistory(column); }
+    void Add(int column, const std::wstring& text) const { AddToTemplateHistory(column, text); }
 
-    const CUserSettingsScope m_settings;
+    CUserSettingsScope m_settings;
 };
 
 TEST_F(TemplateHistoryTest, IsEmptyAtFirst)

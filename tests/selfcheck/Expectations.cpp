@@ -1,0 +1,142 @@
+#include "tests/selfcheck/Expectations.h"
+
+#include "tests/selfcheck/Looks.h"
+
+namespace {
+
+constexpr Look kLooks[] = {
+    {"checksums", &LookAtChecksums},
+    {"starts", &LookAtStart},
+    {"resource-folder", &LookAtResourceFolder},
+    {"dpi-aware", &LookAtDpiAwareness},
+    {"frame-metrics", &LookAtFrame},
+    {"work-area", &LookAtWorkArea},
+    {"dark-mode", &LookAtGround},
+    {"common-controls", &LookAtCommonControls},
+    {"system-libraries", &LookAtLibraries},
+    {"mitigations", &LookAtMitigations},
+    {"old-windows", &LookAtOldWindows},
+    {"dialog-font", &LookAtDialogFont},
+    {"key-layout", &LookAtKeyLayout},
+    {"file-case", &LookAtFileCase},
+    {"map-code-page", &LookAtCodePage},
+    {"working-folder", &LookAtWorkingFolder},
+    {"library-view", &LookAtLibraryView},
+    {"user-view", &LookAtUserView},
+    {"cad-registered", &LookAtCadVersions},
+};
+
+constexpr const char* kInProcess = "windows_tests";
+constexpr const char* kWhole = "acceptance_tests";
+constexpr const char* kServer = "cadserver_tests";
+
+constexpr Proof kProofs[] = {
+    {"dpi-units", kInProcess, "DialogLayoutScaling.*"},
+    {"focus-disabled", kInProcess, "*ProgressFileCopyTest.TheButtonGetsTheKeyboardBackWhenItIsEnabled*"},
+    {"default-button", kInProcess, "*TalvenorDlgTest.EnterPressesTheClickedButtonOrElseTheDefaultOne/*"},
+    {"box-owner", kInProcess, "MessageBox*.TheOwnerIsTheWindowTheUserWorksIn"},
+    {"accessible-names", kInProcess, "AccessibleName.*"},
+    {"keep-awake", kInProcess, "LongOperationTest.KeepsTheComputerAwakeAndTheSessionOpenWhileItLives"},
+    {"close-app", kInProcess, "*BusyDialogTest.ASetupProgramThatWantsItClosedDoesNotEndTheRun/*"},
+    {"file-read-only", kInProcess, "FileTest.ReadOnlyFileDeniesWriting"},
+    {"file-share", kInProcess, "FileTest.FileThatAnotherHoldsExclusivelyIsASharingViolation"},
+    {"file-delete-open", kInProcess, "CopyPartFileTest.CopiesASourceThatIsOpenElsewhereForDeletion"},
+    {"file-device", kInProcess, "FileTest.NameOfADeviceIsABadPath"},
+    {"file-status", kInProcess, "FileTest.SetStatusSetsAttributesAndTimeOfReadOnlyFilesToo"},
+    {"file-mapped", kInProcess, "FailingRecordTest.AppendsNothingAfterAPartialRecordThatStays"},
+    {"file-flush", kInProcess, "FileTest.FlushesOnlyWithWriteAccess"},
+    {"scan-short-name", kInProcess, "FileMiscTest.ScanAppendsAPartFileFoundByItsShortName"},
+    {"long-path", kInProcess, "FileTest.LongPathsWorkWhereTheSystemAllowsThem"},
+    {"map-utf8", kInProcess, "MapCodePage.IsThatOfTheSystemsLocaleWhereTheProcessHasUtf8"},
+    {"share-gone", kInProcess, "*TalvenorDlgTest.AShareThatDoesNotExistIsReported/*"},
+    {"temp-folder", kInProcess, "*RunReportCommandsTest.WritesAndOpensAReport*"},
+    {"open-dialog-folder", kInProcess, "*FileDialogTest.TheWorkingFolderStays/*"},
+    {"folder-picker-field", kInProcess, "*FolderPickerTest.HasAFieldToTypeInto/*"},
+    {"fail-fast", kInProcess, "WinApp.AnUncaughtExceptionEndsTheProgramByFailFast"},
+    {"views-apart", kInProcess, "RegistryViewTest.ReadsAndWritesInItsOwnView"},
+    {"predefined-reopen", kInProcess, "RegistryTest.AHiveServesManyAccesses"},
+    {"user-classes", kInProcess, "LocalServerTest.IsReadFromTheCommandLine"},
+    {"kill-focus-box", kWhole, "ListEditTest.AcceptsInputAfterAMessageThatAButtonBroughtUp"},
+    {"drag-loop", kWhole, "ListColumnsTest.DoNotFollowTheMouseAfterAMessageAboutTheOpenEdit"},
+    {"call-cancelled", kWhole, "HangTest.*"},
+    {"filter-woken", kWhole, "HangTest.*"},
+    {"call-rejected", kServer, "ServerTest.AFaultRejectsCallsForAWhile"},
+    {"call-retry-later", kServer, "ServerTest.AFaultAsksToRetryLater"},
+    {"reentrant", kWhole, "RunTest.DropsInputUntilTheCadSystemHasEnded"},
+    {"data-library", kWhole, "LibrarySearchTest.RunsNothingInItsResourceLibrary"},
+    {"cad-started-by-com", kWhole, "ServerEndTest.AKilledProgramLeavesNoServerThatItStarted"},
+    {"nested-jobs", kWhole, "ServerEndTest.AKilledProgramLeavesNoServerThatItStarted"},
+};
+
+constexpr Question kQuestions[] = {
+    {"dpi-row-height", "Look at the list of the program that went through the change of the scaling.",
+     "Are its rows as high as those of the newly started one?"},
+    {"contrast-theme", "Turn on a contrast theme (Alt+Shift+PrintScreen), look at the window, turn it off.",
+     "Were the list, its grid lines and marks readable?"},
+    {"text-size", "Set Accessibility > Text size to 200 %, start the program, look at it, set it back.",
+     "Was no text of the window cut off?"},
+    {"enter-after-browse", "Press Browse, close the folder picker with Cancel, press Enter.",
+     "Did the folder picker open again, and no conversion start?"},
+    {"ok-alone", "Type a folder that does not exist into the folder field, press Tab, then Escape.",
+     "Did Escape close the message?"},
+    {"ghost-window", "Start a run while SOLIDWORKS is slow to start, and click the window several times.",
+     "Did the window keep its title, without \"(not responding)\"?"},
+    {"screen-reader", "Turn on a screen reader other than Narrator (NVDA or JAWS), go through the rows.",
+     "Does it say the part file and the mark of each row?"},
+    {"uia-bridge", "Turn on Narrator (Ctrl+Win+Enter) and go through the rows.",
+     "Does it say the part file and the mark of each row?"},
+    {"alt-digit", "Put the focus into the list, press Alt+2, let Alt go first, then once more 2 first.",
+     "Did a column move each time, and no menu open?"},
+    {"taskbar", "Start a run with many parts and look at the taskbar button.", "Does it show the progress?"},
+    {"foreground", "Drop a part file of another folder from the Explorer onto the window.",
+     "Does the question open in front of the Explorer?"},
+    {"session-end", "Start a run with many parts and sign out; cancel the sign-out when Windows asks.",
+     "Did Windows show the program's reason?"},
+    {"share-root", "Type the root of a share (\\\\server\\share) into the folder field and press Tab.",
+     "Was it taken without a message?"},
+    {"open-dialog-buffer", "Press Add and choose several thousand files with long names at once.",
+     "Did all of them arrive, or did a message say that they are too many?"},
+    {"open-document", "Press Help.", "Did the manual open in your PDF viewer?"},
+    {"start-folder",
+     "Start talvenor_english.exe as administrator from the context menu, and once by the Task Scheduler.",
+     "Did it start, or did its message say where it looked for its resource library?"},
+    {"start-explorer", "Double-click talvenor_english.exe in the Explorer.", "Did its window open?"},
+    {"smart-screen", "Download the package with a browser and open it.",
+     "Was there a warning that can be passed as the README says?"},
+    {"clipboard", "Copy rows of the list into a spreadsheet, change a name there, copy and paste them back.",
+     "Did each column keep its place both ways?"},
+    {"cad-no-window", "Look at the screen and the taskbar while a run drives SOLIDWORKS.",
+     "Was there no main window of SOLIDWORKS?"},
+    {"cad-calls", "Convert three parts, and open the copies in SOLIDWORKS.",
+     "Does each configuration have the BOM name of the list?"},
+    {"cad-save", "Compare such a copy with its original in SOLIDWORKS.",
+     "Do they differ in the BOM names alone?"},
+};
+
+}  // namespace
+
+std::span<const Look> Looks()
+{
+    return kLooks;
+}
+
+std::span<const Proof> Proofs()
+{
+    return kProofs;
+}
+
+std::span<const Question> Questions()
+{
+    return kQuestions;
+}
+
+std::string FilterOf(const std::string& program)
+{
+    std::string filter;
+    for (const Proof& proof : kProofs) {
+        if (program == proof.program) {
+            filter += (filter.empty() ? "" : ":") + std::string(proof.cases);
+        }
+    }
+    return filter;
+}

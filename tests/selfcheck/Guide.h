@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+// What a person is asked to do or to tell. All texts are UTF-8.
+
+enum class Answer
+{
+    yes,
+    no,
+    leaveOut
+};
+
+// Prints the texts and waits for y, n or anything else, which leaves it out.
+[[nodiscard]] Answer Ask(const std::string& doThis, const std::string& question);
+
+// Waits for a line; empty to leave it out.
+[[nodiscard]] std::string AskForText(const std::string& doThis);

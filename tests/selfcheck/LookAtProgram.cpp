@@ -1,0 +1,311 @@
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <array>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "framework/Handles.h"
+#include "resources/resource.h"
+#include "tests/selfcheck/Looks.h"
+#include "tests/selfcheck/Picture.h"
+#include "tests/support/MessageBoxOnScreen.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/support/ProgramUnderTest.h"
+#include "tests/support/Rects.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/WaitFor.h"
+
+namespace {
+
+constexpr wchar_t kProgram[] = L"talvenor_english.exe";
+
+// What the program showed while it ran.
+struct Seen
+{
+    std::string error;  // why there is no window
+    bool isAware = false;
+    RECT window{};
+    RECT client{};
+    RECT byMetrics{};  // the window that the metrics give for the client area
+    RECT workArea{};
+    std::optional<COLORREF> ground;
+    COLORREF systemGround = 0;
+    std::vector<std::wstring> libraries;
+};
+
+// The program's resource is not there on Windows before 10 version 1607 (a null function pointer).
+template <class Function>
+Function UserFunction(const char* name)
+{
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"user32.dll"), name)));
+}
+
+bool IsPerMonitorAware(HWND window)
+{
+    const auto contextOf =
+        UserFunction<decltype(&GetWindowDpiAwarenessContext)>("GetWindowDpiAwarenessContext");
+    const auto areEqual =
+        UserFunction<decltype(&AreDpiAwarenessContextsEqual)>("AreDpiAwarenessContextsEqual");
+    return contextOf != nullptr && areEqual != nullptr &&
+           areEqual(contextOf(window), DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2) != FALSE;
+}
+
+RECT WindowByMetrics(HWND window, RECT client)
+{
+    const auto adjust = UserFunction<decltype(&AdjustWindowRectExForDpi)>("AdjustWindowRectExForDpi");
+    const auto dpi = UserFunction<decltype(&GetDpiForWindow)>("GetDpiForWindow");
+    if (adjust != nullptr && dpi != nullptr) {
+        adjust(&client, static_cast<DWORD>(GetWindowLongW(window, GWL_STYLE)), FALSE,
+               static_cast<DWORD>(GetWindowLongW(window, GWL_EXSTYLE)), dpi(window));
+    }
+    return client;
+}
+
+RECT WorkAreaOf(HWND window)
+{
+    MONITORINFO info{};
+    info.cbSize = sizeof info;
+    GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &info);
+    return info.rcWork;
+}
+
+std::vector<std::wstring> LibrariesOf(HANDLE process)
+{
+    std::array<HMODULE, 512> modules{};
+    DWORD bytes = 0;
+    EnumProcessModulesEx(process, modules.data(), sizeof modules, &bytes, LIST_MODULES_64BIT);
+    std::vector<std::wstring> libraries;
+    for (std::size_t at = 0; at < bytes / sizeof(HMODULE) && at < modules.size(); ++at) {
+        std::wstring path(32'768, L'\0');
+        path.resize(
+            GetModuleFileNameExW(process, modules.at(at), path.data(), static_cast<DWORD>(path.size())));
+        libraries.push_back(LowerCase(path));
+    }
+    return libraries;
+}
+
+// The ground in the upper left corner of the client area; none if there is no picture.
+std::optional<COLORREF> GroundIn(const CPicture& picture, HWND window)
+{
+    POINT corner{1, 1};
+    ClientToScreen(window, &corner);
+    const RECT rect = RectOf(window);
+    if (picture.IsBlank()) {
+        return std::nullopt;
+    }
+    return picture.At(corner.x - rect.left, corner.y - rect.top);
+}
+
+// The program stores its two default templates at its start where the user has none. What was not there is
+// removed again.
+class CTemplatesAsBefore
+{
+public:
+    CTemplatesAsBefore()
+    {
+        for (const wchar_t* const key : kKeys) {
+            m_hadKeys.push_back(Exists(key));
+        }
+        for (const wchar_t* const value : kValues) {
+            m_hadValues.push_back(RegGetValueW(HKEY_CURRENT_USER, kKeys.front(), value, RRF_RT_ANY, nullptr,
+                                               nullptr, nullptr) == ERROR_SUCCESS);
+        }
+    }
+    ~CTemplatesAsBefore()
+    {
+        for (std::size_t at = 0; at < kValues.size(); ++at) {
+            if (!m_hadValues[at]) {
+                RegDeleteKeyValueW(HKEY_CURRENT_USER, kKeys.front(), kValues.at(at));
+            }
+        }
+        for (std::size_t at = 0; at < kKeys.size() && !m_hadKeys[at]; ++at) {
+            RegDeleteKeyW(HKEY_CURRENT_USER, kKeys.at(at));
+        }
+    }
+    CTemplatesAsBefore(const CTemplatesAsBefore&) = delete;
+    CTemplatesAsBefore& operator=(const CTemplatesAsBefore&) = delete;
+
+private:
+    static bool Exists(const wchar_t* path)
+    {
+        HKEY key = nullptr;
+        const LSTATUS status = RegOpenKeyExW(HKEY_CURRENT_USER, path, 0, KEY_READ, &key);
+        const UniqueKey owner(key);
+        return status == ERROR_SUCCESS;
+    }
+
+    // From the inside out
+    static constexpr std::array<const wchar_t*, 3> kKeys{L"SOFTWARE\\Zelmar\\Tools\\Talvenor",
+                                                         L"SOFTWARE\\Zelmar\\Tools", L"SOFTWARE\\Zelmar"};
+    static constexpr std::array<const wchar_t*, 2> kValues{L"Template Text Column 1",
+                                                           L"Template Text Column 2"};
+
+    std::vector<bool> m_hadKeys;
+    std::vector<bool> m_hadValues;
+};
+
+// The program in a working folder (empty: its own), ended by force.
+struct StartedForLook
+{
+    CTemplatesAsBefore templates;
+    CProgramUnderTest program;
+
+    explicit StartedForLook(const std::wstring& folder = {}) : program(folder, kProgram) {}
+};
+
+Seen LookAt(const CProgramUnderTest& program)
+{
+    Seen seen;
+    const HWND window = program.MainWindow();
+    WaitFor([&] { return IsWindowVisible(window) != FALSE; });
+    seen.isAware = IsPerMonitorAware(window);
+    GetWindowRect(window, &seen.window);
+    GetClientRect(window, &seen.client);
+    seen.byMetrics = WindowByMetrics(window, seen.client);
+    seen.workArea = WorkAreaOf(window);
+    seen.libraries = LibrariesOf(program.Process());
+    const CPicture picture(window);
+    picture.Write(OwnFolder() + L"\\report\\window.bmp");
+    seen.ground = GroundIn(picture, window);
+    seen.systemGround = GetSysColor(COLOR_3DFACE);
+    return seen;
+}
+
+// Once for all looks. The program is ended by force, so that it stores nothing.
+const Seen& Program()
+{
+    static const Seen seen = [] {
+        try {
+            return LookAt(StartedForLook().program);
+        } catch (const std::runtime_error& error) {
+            Seen none;
+            none.error = error.what();
+            return none;
+        }
+    }();
+    return seen;
+}
+
+// The finding, or not tried without a window.
+template <class Function>
+Finding OfWindow(const Function& look)
+{
+    return Program().error.empty() ? look(Program()) : NotTried("the program has shown no window");
+}
+
+std::string TextOf(const RECT& rect)
+{
+    return std::to_string(rect.right - rect.left) + "x" + std::to_string(rect.bottom - rect.top);
+}
+
+std::wstring SystemFolder()
+{
+    std::wstring folder(MAX_PATH, L'\0');
+    folder.resize(GetWindowsDirectoryW(folder.data(), MAX_PATH));
+    return LowerCase(folder) + L"\\";
+}
+
+}  // namespace
+
+Finding LookAtStart()
+{
+    return YesIf(Program().error.empty(),
+                 Program().error.empty() ? "window " + TextOf(Program().window) : Program().error);
+}
+
+Finding LookAtResourceFolder()
+{
+    std::wstring windows(MAX_PATH, L'\0');
+    windows.resize(GetWindowsDirectoryW(windows.data(), MAX_PATH));
+    if (!Program().error.empty()) {
+        return No("no window in its own folder");
+    }
+    const StartedForLook started(windows);
+    const CProgramUnderTest& elsewhere = started.program;
+    const bool says = WaitFor([&] { return CMessageBoxOnScreen::Find(elsewhere.ProcessId()).has_value(); });
+    const bool starts = elsewhere.DialogWith(IDC_LIST) != nullptr;
+    return YesIf(says && !starts, says ? "found in its folder; a message elsewhere" : "no message elsewhere");
+}
+
+Finding LookAtDpiAwareness()
+{
+    return OfWindow([](const Seen& seen) {
+        return YesIf(seen.isAware, seen.isAware ? "per monitor, version 2" : "another kind of awareness");
+    });
+}
+
+Finding LookAtFrame()
+{
+    return OfWindow([](const Seen& seen) {
+        return YesIf(TextOf(seen.window) == TextOf(seen.byMetrics),
+                     TextOf(seen.window) + ", by the metrics " + TextOf(seen.byMetrics));
+    });
+}
+
+Finding LookAtWorkArea()
+{
+    return OfWindow([](const Seen& seen) {
+        RECT both{};
+        UnionRect(&both, &seen.window, &seen.workArea);
+        return YesIf(EqualRect(&both, &seen.workArea) != FALSE,
+                     "window " + TextOf(seen.window) + ", work area " + TextOf(seen.workArea));
+    });
+}
+
+Finding LookAtGround()
+{
+    return OfWindow([](const Seen& seen) {
+        if (!seen.ground) {
+            return NotTried("the system gives no picture of the window");
+        }
+        return YesIf(*seen.ground == seen.systemGround, "colour " + std::to_string(*seen.ground) +
+                                                            ", of the system " +
+                                                            std::to_string(seen.systemGround));
+    });
+}
+
+Finding LookAtCommonControls()
+{
+    return OfWindow([](const Seen& seen) {
+        for (const std::wstring& library : seen.libraries) {
+            if (FileNameOf(library) == L"comctl32.dll") {
+                return YesIf(library.find(L"common-controls_6595b64144ccf1df_6.") != std::wstring::npos,
+                             ToUtf8(library));
+            }
+        }
+        return No("comctl32.dll is not loaded");
+    });
+}
+
+Finding LookAtLibraries()
+{
+    return OfWindow([](const Seen& seen) {
+        for (const std::wstring& library : seen.libraries) {
+            const bool own = library == LowerCase(OwnFolder() + L"\\" + kProgram);
+            if (!own && !library.starts_with(SystemFolder())) {
+                return No(ToUtf8(library));
+            }
+        }
+        return YesIf(seen.libraries.size() > 1, std::to_string(seen.libraries.size()) + " libraries");
+    });
+}
+
+Finding LookAtWorkingFolder()
+{
+    if (!Program().error.empty()) {
+        return NotTried("the program has shown no window");
+    }
+    const StartedForLook started;
+    static_cast<void>(started.program.MainWindow());
+    // Asks for the right to rename it, and renames nothing.
+    const UniqueHandle folder(ValidHandle(CreateFileW(OwnFolder().c_str(), DELETE, FILE_SHARE_READ, nullptr,
+                                                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)));
+    return YesIf(folder == nullptr, folder == nullptr ? "it is in use" : "it could be renamed");
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "tests/selfcheck/Finding.h"
+
+// The looks of stage 0. None of them changes anything on the machine.
+
+// LookAtFiles.cpp
+Finding LookAtChecksums();
+Finding LookAtMitigations();
+
+// LookAtProgram.cpp: at the program, which is started once and ended.
+Finding LookAtStart();
+Finding LookAtResourceFolder();
+Finding LookAtDpiAwareness();
+Finding LookAtFrame();
+Finding LookAtWorkArea();
+Finding LookAtGround();
+Finding LookAtCommonControls();
+Finding LookAtLibraries();
+Finding LookAtWorkingFolder();
+
+// LookAtSystem.cpp
+Finding LookAtOldWindows();
+Finding LookAtDialogFont();
+Finding LookAtKeyLayout();
+Finding LookAtFileCase();
+Finding LookAtCodePage();
+
+// LookAtRegistry.cpp
+Finding LookAtLibraryView();
+Finding LookAtUserView();
+Finding LookAtCadVersions();

@@ -1,0 +1,226 @@
+#include "tests/selfcheck/Machine.h"
+
+#include <array>
+#include <filesystem>
+#include <vector>
+
+#include "framework/Handles.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/UnderWine.h"
+
+namespace {
+
+constexpr wchar_t kVersionKey[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
+
+std::wstring TextValue(HKEY hive, const wchar_t* key, const wchar_t* name)
+{
+    wchar_t text[256] = L"";
+    DWORD bytes = sizeof text;
+    RegGetValueW(hive, key, name, RRF_RT_REG_SZ, nullptr, text, &bytes);
+    return text;
+}
+
+DWORD NumberValue(HKEY hive, const wchar_t* key, const wchar_t* name, DWORD missing)
+{
+    DWORD number = missing;
+    DWORD bytes = sizeof number;
+    RegGetValueW(hive, key, name, RRF_RT_REG_DWORD, nullptr, &number, &bytes);
+    return number;
+}
+
+std::string LocaleName(LANGID language)
+{
+    wchar_t name[LOCALE_NAME_MAX_LENGTH] = L"";
+    LCIDToLocaleName(MAKELCID(language, SORT_DEFAULT), name, LOCALE_NAME_MAX_LENGTH, 0);
+    return ToUtf8(name);
+}
+
+// shcore.dll is not there on Windows before 8.1.
+UINT DpiOf(HMONITOR monitor)
+{
+    using GetDpi = HRESULT(WINAPI*)(HMONITOR, int, UINT*, UINT*);
+    static const HMODULE library = LoadLibraryExW(L"shcore.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const auto getDpi =
+        reinterpret_cast<GetDpi>(reinterpret_cast<void*>(GetProcAddress(library, "GetDpiForMonitor")));
+    UINT x = 0;
+    UINT y = 0;
+    return getDpi != nullptr && SUCCEEDED(getDpi(monitor, 0, &x, &y)) ? x : 0;
+}
+
+BOOL CALLBACK DescribeMonitor(HMONITOR monitor, HDC /*device*/, RECT* rect, LPARAM report)
+{
+    reinterpret_cast<CReport*>(report)->AddFact(
+        "monitor", std::to_string(rect->right - rect->left) + "x" + std::to_string(rect->bottom - rect->top) +
+                       " at " + std::to_string(rect->left) + "," + std::to_string(rect->top) + ", scaling " +
+                       std::to_string(DpiOf(monitor) * 100 / USER_DEFAULT_SCREEN_DPI) + " %");
+    return TRUE;
+}
+
+std::string Theme()
+{
+    HIGHCONTRASTW contrast{};
+    contrast.cbSize = sizeof contrast;
+    SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof contrast, &contrast, 0);
+    const DWORD light =
+        NumberValue(HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize",
+                    L"AppsUseLightTheme", 1);
+    return std::string(light != 0 ? "light" : "dark") +
+           ((contrast.dwFlags & HCF_HIGHCONTRASTON) != 0 ? ", contrast theme" : "");
+}
+
+bool HasShortNames()
+{
+    std::wstring path(32'768, L'\0');
+    path.resize(GetShortPathNameW(OwnFolder().c_str(), path.data(), static_cast<DWORD>(path.size())));
+    return path.find(L'~') != std::wstring::npos;
+}
+
+std::string YesOrNo(bool condition)
+{
+    return condition ? "yes" : "no";
+}
+
+// Adds the values of a key and of all keys below it.
+void TakeKeys(HKEY hive, const std::wstring& path, REGSAM view, MachineState& state)
+{
+    HKEY opened = nullptr;
+    if (RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ | view, &opened) != ERROR_SUCCESS) {
+        return;
+    }
+    const UniqueKey key(opened);
+    const std::wstring title = (hive == HKEY_LOCAL_MACHINE ? L"HKLM\\" : L"HKCU\\") + path +
+                               (view == KEY_WOW64_32KEY ? L" (32)" : L"");
+    state[title] = L"key";
+    std::array<wchar_t, 512> name{};
+    std::array<BYTE, 4096> data{};
+    for (DWORD at = 0;; ++at) {
+        auto length = static_cast<DWORD>(name.size());
+        auto size = static_cast<DWORD>(data.size());
+        if (RegEnumValueW(opened, at, name.data(), &length, nullptr, nullptr, data.data(), &size) !=
+            ERROR_SUCCESS) {
+            break;
+        }
+        state[title + L"\\\\" + name.data()] = std::wstring(data.begin(), data.begin() + size);
+    }
+    for (DWORD at = 0; RegEnumKeyW(opened, at, name.data(), static_cast<DWORD>(name.size())) == ERROR_SUCCESS;
+         ++at) {
+        TakeKeys(hive, path + L"\\" + name.data(), view, state);
+    }
+}
+
+// Adds the sub-keys whose names begin with one of the texts.
+void TakeKeysNamed(HKEY hive, const std::wstring& parent, const std::vector<std::wstring>& leads, REGSAM view,
+                   MachineState& state)
+{
+    HKEY opened = nullptr;
+    if (RegOpenKeyExW(hive, parent.c_str(), 0, KEY_READ | view, &opened) != ERROR_SUCCESS) {
+        return;
+    }
+    const UniqueKey key(opened);
+    std::array<wchar_t, 512> name{};
+    for (DWORD at = 0; RegEnumKeyW(opened, at, name.data(), static_cast<DWORD>(name.size())) == ERROR_SUCCESS;
+         ++at) {
+        for (const std::wstring& lead : leads) {
+            if (LowerCase(name.data()).starts_with(LowerCase(lead))) {
+                TakeKeys(hive, parent + L"\\" + name.data(), view, state);
+            }
+        }
+    }
+}
+
+// The report's folder is the self-check's own.
+void TakeFiles(const std::filesystem::path& folder, const std::wstring& lead, MachineState& state)
+{
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
+        const std::wstring name = entry.path().filename().wstring();
+        if (name.starts_with(lead) && name != L"report") {
+            state[entry.path().wstring()] =
+                entry.is_directory(ignored)
+                    ? L"folder"
+                    : std::to_wstring(entry.file_size(ignored)) + L" bytes, " +
+                          std::to_wstring(entry.last_write_time(ignored).time_since_epoch().count());
+        }
+    }
+}
+
+}  // namespace
+
+DWORD WindowsBuild()
+{
+    return wcstoul(TextValue(HKEY_LOCAL_MACHINE, kVersionKey, L"CurrentBuildNumber").c_str(), nullptr, 10);
+}
+
+bool LongPathsEnabled()
+{
+    return NumberValue(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\FileSystem",
+                       L"LongPathsEnabled", 0) != 0;
+}
+
+bool IsElevated()
+{
+    HANDLE opened = nullptr;
+    OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened);
+    const UniqueHandle token(opened);
+    TOKEN_ELEVATION elevation{};
+    DWORD size = 0;
+    return GetTokenInformation(opened, TokenElevation, &elevation, sizeof elevation, &size) != FALSE &&
+           elevation.TokenIsElevated != 0;
+}
+
+void DescribeMachine(CReport& report)
+{
+    report.AddFact("Windows", ToUtf8(TextValue(HKEY_LOCAL_MACHINE, kVersionKey, L"ProductName")) + " " +
+                                  ToUtf8(TextValue(HKEY_LOCAL_MACHINE, kVersionKey, L"DisplayVersion")) +
+                                  ", build " + std::to_string(WindowsBuild()) + "." +
+                                  std::to_string(NumberValue(HKEY_LOCAL_MACHINE, kVersionKey, L"UBR", 0)) +
+                                  (UnderWine() ? " (Wine)" : ""));
+    report.AddFact("elevated", YesOrNo(IsElevated()));
+    report.AddFact("code pages",
+                   std::to_string(GetACP()) + " (ANSI), " + std::to_string(GetOEMCP()) + " (OEM)");
+    report.AddFact("languages", LocaleName(GetUserDefaultUILanguage()) + " (texts), " +
+                                    LocaleName(GetUserDefaultLangID()) + " (formats), " +
+                                    LocaleName(GetSystemDefaultUILanguage()) + " (system)");
+    EnumDisplayMonitors(nullptr, nullptr, &DescribeMonitor, reinterpret_cast<LPARAM>(&report));
+    report.AddFact("theme", Theme());
+    report.AddFact("remote session", YesOrNo(GetSystemMetrics(SM_REMOTESESSION) != 0));
+    report.AddFact("long paths", YesOrNo(LongPathsEnabled()));
+    report.AddFact("short names", YesOrNo(HasShortNames()));
+    report.AddFact("folder", ToUtf8(OwnFolder()));
+}
+
+MachineState TakeMachineState()
+{
+    MachineState state;
+    const std::vector<std::wstring> ours{L"Zelmar", L"Talvenor"};
+    const std::vector<std::wstring> classes{L"SldWorks.Application", L"Talvenor"};
+    for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
+        TakeKeysNamed(HKEY_LOCAL_MACHINE, L"SOFTWARE", ours, view, state);
+    }
+    TakeKeysNamed(HKEY_CURRENT_USER, L"SOFTWARE", ours, 0, state);
+    for (const HKEY hive : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
+        TakeKeysNamed(hive, L"SOFTWARE\\Classes", classes, 0, state);
+        TakeKeysNamed(hive, L"SOFTWARE\\Classes", {L".pdf", L".html"}, 0, state);
+    }
+    TakeFiles(OwnFolder(), L"", state);
+    TakeFiles(std::filesystem::temp_directory_path(), L"talvenor-", state);
+    return state;
+}
+
+void CompareMachine(const MachineState& before, const std::string& stage, CReport& report)
+{
+    const MachineState after = TakeMachineState();
+    for (const auto& [name, value] : after) {
+        const auto found = before.find(name);
+        if (found == before.end() || found->second != value) {
+            report.AddFailure(stage + " has left " + (found == before.end() ? "" : "changed ") +
+                              ToUtf8(name));
+        }
+    }
+    for (const auto& [name, value] : before) {
+        if (!after.contains(name)) {
+            report.AddFailure(stage + " has removed " + ToUtf8(name));
+        }
+    }
+}

@@ -1,0 +1,80 @@
+#include "tests/selfcheck/ProcessRunner.h"
+
+#include <tlhelp32.h>
+
+#include <stdexcept>
+
+#include "framework/Handles.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/support/TextFile.h"
+
+namespace {
+
+UniqueHandle OutputFile(const std::wstring& path)
+{
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    UniqueHandle file(ValidHandle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited,
+                                              CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)));
+    if (file == nullptr) {
+        throw std::runtime_error("cannot write " + ToUtf8(path));
+    }
+    return file;
+}
+
+UniqueHandle Start(std::wstring commandLine, HANDLE output)
+{
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output;
+    startup.hStdError = output;
+    PROCESS_INFORMATION process{};
+    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, OwnFolder().c_str(),
+                       &startup, &process) == FALSE) {
+        throw std::runtime_error("cannot start " + ToUtf8(commandLine) + ": error " +
+                                 std::to_string(GetLastError()));
+    }
+    CloseHandle(process.hThread);
+    return UniqueHandle(process.hProcess);
+}
+
+bool LiesInThisFolder(HANDLE process)
+{
+    std::wstring image(32'768, L'\0');
+    auto length = static_cast<DWORD>(image.size());
+    return QueryFullProcessImageNameW(process, 0, image.data(), &length) != FALSE &&
+           LowerCase(image.substr(0, length)).starts_with(LowerCase(OwnFolder()) + L"\\");
+}
+
+}  // namespace
+
+std::optional<DWORD> RunProgram(const std::wstring& commandLine, const std::wstring& outputPath,
+                                DWORD minutes)
+{
+    const UniqueHandle output = OutputFile(outputPath);
+    const UniqueHandle process = Start(commandLine, output.get());
+    if (WaitForSingleObject(process.get(), minutes * 60'000) != WAIT_OBJECT_0) {
+        TerminateProcess(process.get(), 1);
+        EndProgramsOfThisFolder();
+        return std::nullopt;
+    }
+    DWORD status = 1;
+    GetExitCodeProcess(process.get(), &status);
+    return status;
+}
+
+void EndProgramsOfThisFolder()
+{
+    const UniqueHandle all(ValidHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0)));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(all.get(), &entry); more != FALSE;
+         more = Process32NextW(all.get(), &entry)) {
+        const UniqueHandle process(
+            OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+        if (entry.th32ProcessID != GetCurrentProcessId() && process != nullptr &&
+            LiesInThisFolder(process.get())) {
+            TerminateProcess(process.get(), 1);
+        }
+    }
+}

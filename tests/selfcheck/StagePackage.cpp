@@ -1,0 +1,208 @@
+// Stage 3: the package, installed and removed as an administrator does it, without questions.
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "framework/Handles.h"
+#include "tests/selfcheck/Machine.h"
+#include "tests/selfcheck/ProcessRunner.h"
+#include "tests/selfcheck/Stages.h"
+#include "tests/support/CreateProgram.h"
+#include "tests/support/OtherWindows.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/support/TextFile.h"
+#include "tests/support/UnderWine.h"
+#include "tests/support/WaitFor.h"
+
+namespace {
+
+constexpr wchar_t kSetupKey[] = L"SOFTWARE\\Talvenor\\Setup";
+constexpr wchar_t kUninstallKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
+constexpr DWORD kMinutes = 10;
+
+std::string Contents(const std::wstring& path)
+{
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::wstring TextValue(const std::wstring& key, const wchar_t* name)
+{
+    wchar_t text[MAX_PATH] = L"";
+    DWORD bytes = sizeof text;
+    RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), name, RRF_RT_REG_SZ | RRF_SUBKEY_WOW6464KEY, nullptr, text,
+                 &bytes);
+    return text;
+}
+
+// Without a backslash at its end; empty if the program is not installed.
+std::wstring InstalledFolder()
+{
+    std::wstring folder = TextValue(kSetupKey, L"Program");
+    while (folder.ends_with(L'\\')) {
+        folder.pop_back();
+    }
+    return folder;
+}
+
+// How many installed programs are named Talvenor.
+int CountEntries()
+{
+    HKEY opened = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kUninstallKey, 0, KEY_READ | KEY_WOW64_64KEY, &opened);
+    const UniqueKey key(opened);
+    wchar_t name[256] = L"";
+    int count = 0;
+    for (DWORD at = 0; RegEnumKeyW(opened, at, name, 256) == ERROR_SUCCESS; ++at) {
+        count +=
+            TextValue(kUninstallKey + (L"\\" + std::wstring(name)), L"DisplayName") == L"Talvenor" ? 1 : 0;
+    }
+    return count;
+}
+
+// The steps, each by a call of msiexec, whose log is in the report's folder.
+class CPackageSteps
+{
+public:
+    explicit CPackageSteps(CReport& report) : m_report(report) {}
+    // Whatever happened in between
+    ~CPackageSteps()
+    {
+        for (const wchar_t* const package : {L"rebuilt", L"current", L"failing", L"older"}) {
+            if (!InstalledFolder().empty()) {
+                Installer(L"/x", package);
+            }
+        }
+    }
+    CPackageSteps(const CPackageSteps&) = delete;
+    CPackageSteps& operator=(const CPackageSteps&) = delete;
+
+    void Run()
+    {
+        InstallOlder();
+        if (InstalledFolder().empty()) {
+            return;
+        }
+        FailToUpgrade();
+        if (InstalledFolder().empty()) {
+            Installer(L"/i", L"older");  // it was not rolled back
+        }
+        UpgradeWhileItRuns();
+        RefuseOlder();
+        ReplaceByRebuilt();
+        Remove();
+    }
+
+private:
+    // Returns the exit status of msiexec.
+    DWORD Installer(const wchar_t* verb, const std::wstring& package, const std::wstring& more = {})
+    {
+        const std::wstring log = OwnFolder() + L"\\report\\msi-" + std::to_wstring(++m_calls) + L".log";
+        const std::wstring command = L"msiexec.exe " + std::wstring(verb) + L" \"" + OwnFolder() +
+                                     L"\\packages\\" + package + L".msi\" /qn /norestart /l*v \"" + log +
+                                     L"\"" + more;
+        return RunProgram(command, OwnFolder() + L"\\report\\msiexec.txt", kMinutes).value_or(ERROR_TIMEOUT);
+    }
+    void Step(const char* id, bool asExpected, DWORD status, const std::string& detail)
+    {
+        m_report.AddFinding(id, YesIf(asExpected, "status " + std::to_string(status) + ", " + detail));
+    }
+    [[nodiscard]] static std::string Program() { return Contents(InstalledFolder() + L"\\talvenor.exe"); }
+    [[nodiscard]] static std::string Current() { return Contents(OwnFolder() + L"\\talvenor_german.exe"); }
+
+    // Starts the installed program and waits for its window.
+    static StartedProgram Start()
+    {
+        StartedProgram program;
+        const std::wstring folder = InstalledFolder();
+        static_cast<void>(CreateProgram(L"\"" + folder + L"\\talvenor.exe\"", program, folder));
+        return program;
+    }
+    static bool ShowsWindow(const StartedProgram& program)
+    {
+        return WaitFor([&] { return !TopWindowsOf(program.id).empty(); });
+    }
+
+    void InstallOlder()
+    {
+        const std::wstring folder =
+            TextValue(L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion", L"ProgramFilesDir") +
+            L"\\Talvenor self-check";
+        const DWORD status = Installer(L"/i", L"older", L" INSTALLDIR=\"" + folder + L"\"");
+        const StartedProgram program = InstalledFolder().empty() ? StartedProgram{} : Start();
+        Step("install", status == ERROR_SUCCESS && program.process != nullptr && ShowsWindow(program), status,
+             "folder " + ToUtf8(InstalledFolder()));
+        TerminateProcess(program.process.get(), 1);
+        Step("install-build", status == ERROR_SUCCESS, status, "build " + std::to_string(WindowsBuild()));
+        Step("install-folder", LowerCase(InstalledFolder()) == LowerCase(folder), status,
+             "asked for " + ToUtf8(folder));
+    }
+    void FailToUpgrade()
+    {
+        const std::string before = Program();
+        const DWORD status = Installer(L"/i", L"failing");
+        Step("rollback",
+             status != ERROR_SUCCESS && !before.empty() && Program() == before && CountEntries() == 1, status,
+             std::to_string(CountEntries()) + " entries");
+    }
+    void UpgradeWhileItRuns()
+    {
+        const StartedProgram program = Start();
+        ShowsWindow(program);
+        const DWORD status = Installer(L"/i", L"current");
+        const bool closed = WaitForSingleObject(program.process.get(), 0) == WAIT_OBJECT_0;
+        TerminateProcess(program.process.get(), 1);
+        Step("update-closes", closed && status == ERROR_SUCCESS, status,
+             closed ? "the program had ended" : "the program was still running");
+        Step("upgrade", Program() == Current() && CountEntries() == 1, status,
+             std::to_string(CountEntries()) + " entries");
+    }
+    void RefuseOlder()
+    {
+        const DWORD status = Installer(L"/i", L"older");
+        Step("downgrade", status != ERROR_SUCCESS && Program() == Current(), status,
+             "the newer one is there");
+    }
+    void ReplaceByRebuilt()
+    {
+        const DWORD status = Installer(L"/i", L"rebuilt");
+        Step("upgrade-files", status == ERROR_SUCCESS && Program() == Current() + "\n", status,
+             std::to_string(Program().size()) + " bytes");
+    }
+    void Remove()
+    {
+        const std::wstring folder = InstalledFolder();
+        const DWORD status = Installer(L"/x", L"rebuilt");
+        std::error_code ignored;
+        const bool gone = !std::filesystem::exists(std::filesystem::path(folder), ignored);
+        Step("remove", status == ERROR_SUCCESS && gone && CountEntries() == 0 && InstalledFolder().empty(),
+             status, gone ? "the folder is gone" : "the folder is still there");
+    }
+
+    CReport& m_report;
+    int m_calls = 0;
+};
+
+}  // namespace
+
+std::string RunStagePackage(CReport& report)
+{
+    if (UnderWine()) {
+        return "skipped: Wine's installer does not roll back";
+    }
+    if (!IsElevated()) {
+        return "skipped: this needs an administrator";
+    }
+    std::error_code ignored;
+    if (!std::filesystem::exists(std::filesystem::path(OwnFolder() + L"\\packages"), ignored)) {
+        return "skipped: there are no packages here";
+    }
+    if (!InstalledFolder().empty() || CountEntries() != 0) {
+        return "refused: Talvenor is installed on this machine";
+    }
+    CPackageSteps(report).Run();
+    return "done";
+}

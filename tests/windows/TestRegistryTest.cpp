@@ -1,0 +1,292 @@
+// What keeps the tests away from the keys of the machine on which they run.
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/Registry.h"
+#include "platform/TemplateStore.h"
+#include "tests/support/FakeClasses.h"
+#include "tests/support/TestMark.h"
+#include "tests/support/ZelmarRegistry.h"
+
+namespace {
+
+constexpr wchar_t kProduct[] = L"SOFTWARE\\Zelmar";
+constexpr wchar_t kLibrary[] = L"SOFTWARE\\Zelmar\\input";
+
+std::wstring PartsFolder(REGSAM view)
+{
+    std::wstring text = L"(none)";
+    static_cast<void>(CRegistry(HKEY_LOCAL_MACHINE, view).ReadString(kLibrary, L"parts", text));
+    return text;
+}
+
+TEST(OwnRegistryTest, TheProgramFindsTheTestsValuesInBothViews)
+{
+    const CZelmarRegistry registry;
+    EXPECT_EQ(PartsFolder(KEY_WOW64_64KEY), L"(none)");
+    EXPECT_TRUE(registry.SetPartsFolder(L"C:\\64", KEY_WOW64_64KEY));
+    EXPECT_EQ(PartsFolder(KEY_WOW64_32KEY), L"(none)");
+    EXPECT_TRUE(registry.SetPartsFolder(L"C:\\32", KEY_WOW64_32KEY));
+    EXPECT_EQ(PartsFolder(KEY_WOW64_64KEY), L"C:\\64");
+    EXPECT_EQ(PartsFolder(KEY_WOW64_32KEY), L"C:\\32");
+}
+
+// Windows opens a predefined key again after it was closed, without a redirection by RegOverridePredefKey.
+TEST(OwnRegistryTest, OutlastsTheClosingOfThePredefinedKeys)
+{
+    const CZelmarRegistry registry;
+    EXPECT_TRUE(WriteTemplate(1, L"%4 of the test"));
+    for (const HKEY hive : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+        RegCloseKey(hive);
+        RegOverridePredefKey(hive, nullptr);
+    }
+    EXPECT_EQ(ReadTemplate(1), L"%4 of the test");
+    EXPECT_TRUE(WriteTemplate(2, L"%3 of the test"));
+    EXPECT_EQ(registry.Template(2), L"%3 of the test");
+}
+
+TEST(OwnRegistryTest, IsRemovedAtTheEndOfTheScope)
+{
+    std::wstring place;
+    HKEY key = nullptr;
+    {
+        const CZelmarRegistry registry;
+        registry.SetTemplate(1, L"%4");
+        place = registry.PlaceOf(HKEY_CURRENT_USER, kProduct, 0);
+        EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, place.c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
+        RegCloseKey(key);
+    }
+    EXPECT_NE(RegOpenKeyExW(HKEY_CURRENT_USER, place.c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
+}
+
+TEST(OwnRegistryTest, AScopeWithinAnotherIsEmptyAndTheOuterReturns)
+{
+    const CZelmarRegistry outer;
+    outer.SetTemplate(1, L"outer");
+    {
+        const CZelmarRegistry inner;
+        EXPECT_EQ(inner.Template(1), std::nullopt);
+        inner.SetTemplate(1, L"inner");
+    }
+    EXPECT_EQ(ReadTemplate(1), L"outer");
+}
+
+TEST(OwnRegistryTest, OtherKeysAreThoseOfTheMachine)
+{
+    const CZelmarRegistry registry;
+    for (const wchar_t* const path : {L"SOFTWARE\\Zelmarine", L"SOFTWARE", L"SOFTWARE\\Other\\Zelmar"}) {
+        EXPECT_EQ(registry.PlaceOf(HKEY_CURRENT_USER, path, 0), L"") << path;
+    }
+    EXPECT_NE(registry.PlaceOf(HKEY_CURRENT_USER, L"software\\zelmar\\tools", 0), L"");
+    EXPECT_EQ(registry.PlaceOf(HKEY_CLASSES_ROOT, kProduct, 0), L"");
+}
+
+TEST(OwnRegistryTest, WritingCanBeRefused)
+{
+    CZelmarRegistry registry;
+    registry.RefuseWriting();
+    EXPECT_FALSE(WriteTemplate(1, L"%4"));
+    EXPECT_EQ(registry.Template(1), std::nullopt);
+}
+
+TEST(OwnRegistryTest, ARegisteredCadSystemIsHiddenUnlessATestHasMadeIt)
+{
+    CScratchClasses::RequireAccess();
+    if (testing::Test::IsSkipped()) {
+        return;
+    }
+    CScratchClasses::RequireNoCadSystem();
+    if (testing::Test::IsSkipped()) {
+        return;
+    }
+    const std::wstring progId = L"SldWorks.Application.30";
+    CScratchClasses classes;
+    classes.AddProgId(progId, NewClassId());
+    const CZelmarRegistry registry;
+    std::wstring classId;
+    EXPECT_TRUE(CRegistry(HKEY_CLASSES_ROOT).ReadString(progId + L"\\CLSID", L"", classId));
+    RegDeleteKeyValueW(*CScratchClassKey::Root(), (L"Software\\Classes\\" + progId).c_str(), kTestMark);
+    EXPECT_FALSE(CRegistry(HKEY_CLASSES_ROOT).ReadString(progId + L"\\CLSID", L"", classId));
+}
+
+// A key of the test's own in place of the product's, with values as those of a real library.
+class KeysAsideTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Write(m_product + L"\\Tools", L"Setting", L"real");
+        Write(m_product, L"", L"default");
+    }
+    ~KeysAsideTest() override
+    {
+        for (const std::wstring& key : Asides()) {
+            RegDeleteTreeW(HKEY_CURRENT_USER, (L"SOFTWARE\\" + key).c_str());
+        }
+        RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
+    }
+
+    static void Write(const std::wstring& key, const wchar_t* name, const std::wstring& text)
+    {
+        EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_SZ, text.c_str(),
+                                  static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
+                  ERROR_SUCCESS);
+    }
+    static std::wstring Read(const std::wstring& key, const wchar_t* name)
+    {
+        wchar_t text[64] = L"";
+        DWORD bytes = sizeof text;
+        const LSTATUS status =
+            RegGetValueW(HKEY_CURRENT_USER, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &bytes);
+        return status == ERROR_SUCCESS ? text : L"(none)";
+    }
+    [[nodiscard]] std::wstring Setting() const { return Read(m_product + L"\\Tools", L"Setting"); }
+    [[nodiscard]] bool HasRealKeys() const
+    {
+        return CKeysAside::HasRealKeys(HKEY_CURRENT_USER, 0, m_product);
+    }
+    void Restore() const { CKeysAside::RestoreLeftovers(m_product); }
+    void ExpectAsBefore() const
+    {
+        EXPECT_EQ(Setting(), L"real");
+        EXPECT_EQ(Read(m_product, L""), L"default");
+        EXPECT_TRUE(HasRealKeys());
+        EXPECT_EQ(Asides(), std::vector<std::wstring>{});
+    }
+    // The names of the keys that are put aside.
+    [[nodiscard]] std::vector<std::wstring> Asides() const
+    {
+        HKEY software = nullptr;
+        RegOpenKeyExW(HKEY_CURRENT_USER, L"SOFTWARE", 0, KEY_READ, &software);
+        const UniqueKey owner(software);
+        std::vector<std::wstring> found;
+        wchar_t name[256] = L"";
+        for (DWORD at = 0; RegEnumKeyW(software, at, name, 256) == ERROR_SUCCESS; ++at) {
+            if ((L"SOFTWARE\\" + std::wstring(name)).starts_with(m_product + L",")) {
+                found.emplace_back(name);
+            }
+        }
+        return found;
+    }
+    // Puts the keys aside and never back, as a killed test.
+    void PutAsideForGood() const
+    {
+        static std::vector<CKeysAside*> never;
+        never.push_back(new CKeysAside(HKEY_CURRENT_USER, 0, m_product));
+    }
+
+    const std::wstring m_product = L"SOFTWARE\\TalvenorAsideTest" + std::to_wstring(GetCurrentProcessId());
+};
+
+TEST_F(KeysAsideTest, AreGoneWithinTheScopeAndAsBeforeAfterIt)
+{
+    {
+        const CKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
+        EXPECT_EQ(Setting(), L"(none)");
+        EXPECT_FALSE(HasRealKeys());
+        Write(m_product + L"\\Tools", L"Setting", L"of the test");
+        Write(m_product + L"\\input", L"parts", L"of the test");
+    }
+    ExpectAsBefore();
+    EXPECT_EQ(Read(m_product + L"\\input", L"parts"), L"(none)");
+}
+
+TEST_F(KeysAsideTest, AScopeWithinAnotherPutsTheOuterTestsKeysBack)
+{
+    {
+        const CKeysAside outer(HKEY_CURRENT_USER, 0, m_product);
+        Write(m_product + L"\\Tools", L"Setting", L"outer");
+        {
+            const CKeysAside inner(HKEY_CURRENT_USER, 0, m_product);
+            EXPECT_EQ(Setting(), L"(none)");
+        }
+        EXPECT_EQ(Setting(), L"outer");
+        EXPECT_FALSE(HasRealKeys());
+    }
+    ExpectAsBefore();
+}
+
+TEST_F(KeysAsideTest, WhereNoneWereNoneRemain)
+{
+    RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
+    {
+        const CKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
+        Write(m_product + L"\\Tools", L"Setting", L"of the test");
+    }
+    HKEY key = nullptr;
+    EXPECT_NE(RegOpenKeyExW(HKEY_CURRENT_USER, m_product.c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
+}
+
+TEST_F(KeysAsideTest, TheNextProgramPutsBackWhatAKilledTestLeft)
+{
+    PutAsideForGood();
+    Write(m_product + L"\\Tools", L"Setting", L"of the test");
+    EXPECT_EQ(Asides().size(), 1U);
+    Restore();
+    ExpectAsBefore();
+}
+
+TEST_F(KeysAsideTest, ATestKilledInAScopeWithinAnotherLosesNothing)
+{
+    PutAsideForGood();
+    Write(m_product + L"\\Tools", L"Setting", L"outer");
+    PutAsideForGood();
+    Write(m_product + L"\\Tools", L"Setting", L"inner");
+    Restore();
+    ExpectAsBefore();
+}
+
+TEST_F(KeysAsideTest, ACopyThatWasNotCompletedIsRemoved)
+{
+    Write(m_product + L", put aside by test 1-1\\Keys\\Tools", L"Setting", L"half");
+    Restore();
+    ExpectAsBefore();
+}
+
+TEST_F(KeysAsideTest, WhatAKilledTestMadeWhereNothingWasIsRemoved)
+{
+    RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
+    PutAsideForGood();
+    Write(m_product + L"\\Tools", L"Setting", L"of the test");
+    Restore();
+    EXPECT_EQ(Setting(), L"(none)");
+}
+
+TEST_F(KeysAsideTest, KeysThatAppearedSinceAreNotOverwritten)
+{
+    PutAsideForGood();
+    RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
+    Write(m_product + L"\\Tools", L"Setting", L"installed since");
+    EXPECT_THROW(Restore(), std::runtime_error);
+    EXPECT_EQ(Setting(), L"installed since");
+    EXPECT_EQ(Asides().size(), 1U) << "the others are still there";
+}
+
+TEST(ScratchClassKeyTest, AKeyOfAnotherProgramIsLeftAlone)
+{
+    CScratchClasses::RequireAccess();
+    if (testing::Test::IsSkipped()) {
+        return;
+    }
+    const HKEY root = *CScratchClassKey::Root();
+    const std::wstring name = L"Talvenor.Test.Foreign";
+    const std::wstring key = L"Software\\Classes\\" + name;
+    RegSetKeyValueW(root, key.c_str(), L"mine", REG_SZ, L"x", 4);
+    EXPECT_NONFATAL_FAILURE(CScratchClassKey(*CScratchClassKey::Root(), L"Talvenor.Test.Foreign",
+                                             L"Talvenor.Test.Foreign", L"test"),
+                            "a key of another program");
+    const auto has = [&](const wchar_t* value) {
+        return RegGetValueW(root, key.c_str(), value, RRF_RT_REG_SZ, nullptr, nullptr, nullptr) ==
+               ERROR_SUCCESS;
+    };
+    EXPECT_TRUE(has(L"mine"));
+    EXPECT_FALSE(has(nullptr));
+    RegDeleteTreeW(root, key.c_str());
+}
+
+}  // namespace
