@@ -84,8 +84,8 @@ void CEdit::OnPaste()
 std::wstring CEdit::TextToPaste(std::wstring text) const
 {
     text.resize(std::min(text.size(), text.find_first_of(L"\r\n")));
-    std::ranges::replace_if(
-        text, [](wchar_t character) { return std::iswcntrl(character) != 0; }, L' ');
+    const auto isControl = [](wchar_t character) { return std::iswcntrl(character) != 0; };
+    std::ranges::replace_if(text, isControl, L' ');
     return text;
 }
 

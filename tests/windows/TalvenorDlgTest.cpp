@@ -2320,19 +2320,19 @@ private:
 
 IN_BOTH_LANGUAGES(TaskbarTest);
 
-TEST_P(TaskbarTest, ShowsTheProgressOfARunAndItsQuestions)
+TEST_P(TaskbarTest, ShowsTheProgressOfARunAndItsMessages)
 {
     m_application.On(kOpenDocument, [this, asked = false](FakeCall& call) mutable {
         if (!std::exchange(asked, true)) {
-            ShowMessage(L"a question during the call", MB_YESNO | MB_ICONQUESTION);
+            ShowMessage(L"a message during the call");
         }
         return AnswerObject(nullptr)(call);
     });
     RunWithButton([this] {
         Press(IDC_START);
         EXPECT_EQ(TakeCalls(),
-                  (Calls{"0/100", "normal", "0/100", "paused", "box", "0/100", "normal", "33/100", "normal",
-                         "66/100", "normal", "100/100", "normal", "flash", "box", "none"}));
+                  (Calls{"0/100", "normal", "0/100", "paused", "flash", "box", "0/100", "normal", "33/100",
+                         "normal", "66/100", "normal", "100/100", "normal", "flash", "box", "none"}));
         ShowMessage(L"a question after the run", MB_YESNO | MB_ICONQUESTION);
         EXPECT_EQ(TakeCalls(), Calls{"box"});
     });
