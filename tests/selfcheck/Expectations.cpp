@@ -46,6 +46,7 @@ constexpr Proof kProofs[] = {
     {"file-mapped", kInProcess, "FailingRecordTest.AppendsNothingAfterAPartialRecordThatStays"},
     {"file-flush", kInProcess, "FileTest.FlushesOnlyWithWriteAccess"},
     {"scan-short-name", kInProcess, "FileMiscTest.ScanAppendsAPartFileFoundByItsShortName"},
+    {"cad-image", kInProcess, "LocalServerTest.IsFoundOnASubstitutedDrive"},
     {"long-path", kInProcess, "FileTest.LongPathsWorkWhereTheSystemAllowsThem"},
     {"map-utf8", kInProcess, "MapCodePage.IsThatOfTheSystemsLocaleWhereTheProcessHasUtf8"},
     {"share-gone", kInProcess, "*TalvenorDlgTest.AShareThatDoesNotExistIsReported/*"},
