@@ -254,7 +254,8 @@ void CTableReader::Restart(wchar_t separator)
 
 bool CTableReader::ReadRow(std::vector<std::wstring>& cells, std::size_t limit)
 {
-    while (m_at < m_text.size()) {
+    // Skips empty rows, and the LF behind the CR of a row.
+    while ((m_at = m_text.find_first_not_of(L"\r\n", m_at)) != std::wstring_view::npos) {
         ReadRowCells(cells, limit);
         if (HasText(cells)) {
             return true;
@@ -275,7 +276,6 @@ void CTableReader::ReadRowCells(std::vector<std::wstring>& cells, std::size_t li
         }
         ++m_at;
     }
-    m_at = std::min(m_at + 1, m_text.size());  // after CR, its LF ends an empty row, which ReadRow skips
 }
 
 void CTableReader::ReadCell(std::wstring& cell)

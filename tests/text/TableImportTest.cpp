@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "core/TableText.h"
 #include "core/TextTools.h"
 
 void PrintTo(const TableImport& result, std::ostream* out)
@@ -205,4 +208,90 @@ TEST(TableImport, LeavesNamesThatWereEqualBefore)
               (TableImport{Changes{{0, L"X", L"10"}, {1, L"Y.sldprt", L"2"}}}));
     EXPECT_EQ(Import(L"c.sldprt;X;3\nb.sldprt;X;20", rows),
               (TableImport{Changes{{1, L"X", L"20"}, {2, L"X.sldprt", L"3"}}}));
+}
+
+// Tables of 10 MB that are decoded, parsed and imported. If the time grew with the square of the length, a
+// test would take hours and run into the time limit.
+
+namespace {
+
+constexpr std::size_t kLarge = 10'000'000;  // bytes
+
+std::string Repeated(std::string_view part)
+{
+    std::string text;
+    text.reserve(kLarge + part.size());
+    while (text.size() < kLarge) {
+        text += part;
+    }
+    return text;
+}
+
+TableImport ImportBytes(const std::string& bytes)
+{
+    const std::optional<std::wstring> text = DecodeUnicode(bytes);
+    EXPECT_TRUE(text);
+    return Import(text.value_or(L""));
+}
+
+// What a text that ends in this row changes.
+const std::string kLastRow = "\nb.sldprt;B.sldprt;new\n";
+TableImport ChangedByLastRow(int unknown)
+{
+    return {Changes{{1, L"B.sldprt", L"new"}}, unknown};
+}
+
+}  // namespace
+
+TEST(LargeTableImport, OfQuotesThatEncloseNothing)
+{
+    EXPECT_EQ(ImportBytes(Repeated("\"x;") + kLastRow), ChangedByLastRow(1));
+}
+
+TEST(LargeTableImport, OfDoubledQuotesWithoutAnEnd)
+{
+    EXPECT_EQ(ImportBytes("\"" + Repeated("\"\"") + kLastRow), ChangedByLastRow(1));
+}
+
+TEST(LargeTableImport, OfOneQuotedCell)
+{
+    EXPECT_EQ(ImportBytes("\"" + Repeated("\"\";,\n") + "\"" + kLastRow), ChangedByLastRow(1));
+}
+
+TEST(LargeTableImport, WithOneUnclosedQuoteAtTheStart)
+{
+    EXPECT_EQ(ImportBytes("\"x" + Repeated(kLastRow)), ChangedByLastRow(1));
+}
+
+TEST(LargeTableImport, OfSeparators)
+{
+    EXPECT_EQ(ImportBytes(Repeated(";") + kLastRow), ChangedByLastRow(0));
+}
+
+TEST(LargeTableImport, OfLineEnds)
+{
+    EXPECT_EQ(ImportBytes(Repeated("\r\n") + kLastRow), ChangedByLastRow(0));
+}
+
+TEST(LargeTableImport, OfNuls)
+{
+    EXPECT_EQ(ImportBytes(Repeated(std::string_view("\0", 1)) + kLastRow), ChangedByLastRow(1));
+}
+
+TEST(LargeTableImport, OfRightToLeftMarks)
+{
+    const std::string mark = "\xE2\x80\x8F";
+    EXPECT_EQ(ImportBytes(Repeated(mark) + kLastRow), ChangedByLastRow(1));
+    EXPECT_EQ(ImportBytes(Repeated(mark + "b.sldprt;x\n") + kLastRow).changes, ChangedByLastRow(0).changes)
+        << "the mark belongs to the name, as in a file name";
+}
+
+TEST(LargeTableImport, OfNamesThatAreCleaned)
+{
+    const TableImport taken =
+        ImportBytes("a.sldprt;" + Repeated("|..") + ";" + Repeated("/") + "\nb.sldprt;B.sldprt;2\n");
+    ASSERT_EQ(taken.changes.size(), 1U);
+    EXPECT_EQ(taken.changes[0].renamed.substr(0, 6), L"_._._.");
+    EXPECT_TRUE(taken.changes[0].bomName == std::wstring(kLarge, L'_'));
+    EXPECT_EQ(taken.cleaned, 2);
 }
