@@ -57,8 +57,8 @@ SAFEARRAY* ArrayOf(const VARIANT& result)
     }
 }
 
-// The first strings of an array, at most `maximum`. None if the array has several dimensions or other
-// elements.
+// The first strings of an array, at most `maximum`. None if the array has several dimensions or elements of
+// another type.
 std::vector<std::wstring> StringsOf(SAFEARRAY* array, long maximum)
 {
     std::vector<std::wstring> strings;
@@ -101,8 +101,8 @@ int CBomEntryWriter::Run()
 {
     m_progress.NoteStep(CadStep::opening);
     m_application.SetDocumentVisibility(false, m_documentType);
-    // Both early returns leave the visibility off and may leave the document open: after such a failure
-    // nothing more is asked of SOLIDWORKS for this file.
+    // Both early returns leave the visibility off and may leave the document open: after such a failure the
+    // program makes no more calls for this file.
     if (!OpenDocument()) {
         return 0;
     }
@@ -129,7 +129,7 @@ bool CBomEntryWriter::OpenDocument()
         return false;
     }
     m_openedDocument = m_document;
-    // A bit test, no comparison: negative codes may have this bit set as well.
+    // A bit test, not a comparison: negative codes may have this bit set as well.
     if ((errorCode & kUsableErrorCode) != 0) {
         m_openedDocument.CallMethod17();
     }
@@ -195,8 +195,8 @@ void CBomEntryWriter::PutBomName(CSldWorksConfiguration& configuration, const st
     }
 }
 
-// If the user confirms, the rest of this file is still written; the flag stays set and ends the run
-// afterwards.
+// If the user confirms, the rest of this file is still written. The cancel flag stays set and ends the run
+// after this file.
 void CBomEntryWriter::HandleCancel()
 {
     if (!m_progress.IsCancelled() || m_cancelConfirmed || m_progress.IsSessionEnding()) {

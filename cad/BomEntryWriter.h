@@ -13,17 +13,17 @@
 class CBomEntryWriter
 {
 public:
-    // `application` is connected. `filePath` is a full path. `fields` fill "%1" (strNumDigits), "%3"
+    // `application` must be connected. `filePath` is a full path. `fields` fill "%1" (strNumDigits), "%3"
     // (strNumber), "%4" (strSize), "%7" and "%8" (strExtra1, strExtra2) of `bomNameTemplate`. `fileShare` is
-    // one file's share of the overall bar in percent, `fileNumber` counts the files from 1. References must
+    // one file's share of the overall bar in percent. `fileNumber` counts the files from 1. References must
     // stay valid until Run returns.
     CBomEntryWriter(CSldWorksApplication& application, CProgressView& progress, const std::wstring& filePath,
                     const PartNameValues& fields, const std::wstring& bomNameTemplate, float fileShare,
                     int fileNumber);
 
-    // Does the whole sequence once. Returns the number of configurations that the CAD system reported; 0 when
-    // the document or one of its configurations was not available. Throws when a call fails; the references
-    // to the document are released anyway.
+    // Writes the entries; call it once. Returns the number of configurations that the CAD system reported; 0
+    // when the document or one of its configurations was not available. Throws when a call fails; the
+    // references to the document are released anyway.
     [[nodiscard]] int Run();
 
 private:
@@ -49,11 +49,11 @@ private:
 
     // Two references to the same document, each released separately.
     CSldWorksDocument m_document;        // for the configurations and saving
-    CSldWorksDocument m_openedDocument;  // for the call after code 128
+    CSldWorksDocument m_openedDocument;  // for CallMethod17
 
     long m_configurationCount = 0;                   // as reported; may differ from the number of names
     std::vector<std::wstring> m_configurationNames;  // in the CAD system's order
     int m_handled = 0;                               // configurations begun so far
-    float m_overallStart = 0;                        // the overall bar's position at the beginning
+    float m_overallStart = 0;                        // the overall bar's position when writing begins
     bool m_cancelConfirmed = false;
 };

@@ -29,8 +29,8 @@ bool IsServerMissing(HRESULT status)
     return IsServerGone(status) || status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
 }
 
-// The same for creating the object. E_FAIL: the class is still registered, but its server creates no objects
-// any more. Seen under Wine.
+// Whether creating the object failed for one of these reasons. E_FAIL: the class is still registered, but its
+// server no longer creates objects. Seen under Wine.
 bool IsCreatorMissing(HRESULT status)
 {
     return IsServerMissing(status) || status == E_FAIL;

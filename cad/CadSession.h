@@ -29,8 +29,8 @@ public:
         tooOld
     };
 
-    // References must stay valid as long as the object. `process` serves all sessions: it remembers the
-    // server of the run before.
+    // References must stay valid as long as the object. `process` must be the same object for all sessions:
+    // it remembers the server of the run before.
     CCadSession(CSldWorks& sldWorks, CServerProcess& process, std::wstring progId, CadTimeouts timeouts);
     CCadSession(const CCadSession&) = delete;
     CCadSession& operator=(const CCadSession&) = delete;
@@ -40,19 +40,19 @@ public:
     // client can still connect to an exiting server, but every call then fails.
     [[nodiscard]] Outcome Connect();
 
-    // The same after a failed call and Release. Terminates the old server if this program started it, it
-    // shows no main window, and it does not exit in time. Fails at once when the user gave up on a server
-    // that could not be terminated.
+    // Does the same as Connect, after a failed call and Release. Terminates the old server if this program
+    // started it, it shows no main window, and it does not exit in time. Fails at once if a call was given up
+    // and its server could not be terminated.
     [[nodiscard]] Outcome Reconnect();
 
     // If the server shows a main window now, lets it outlive this program: a user may be working in it. Call
     // it often: if this program is killed first, the server ends, too.
     void LeaveToUserIfShown();
 
-    // How often the user has stopped waiting for a call.
+    // How many stalled calls were given up, by the user or because the Windows session was ending.
     [[nodiscard]] int GivenUpCalls() const { return m_givenUpCalls; }
 
-    // Asks SOLIDWORKS to exit and releases it, even if that call fails. Does nothing when not connected.
+    // Asks SOLIDWORKS to exit, and releases it even if this call fails. Does nothing when not connected.
     void Release();
 
 private:
@@ -75,5 +75,5 @@ private:
     const CadTimeouts m_timeouts;
     bool m_connected = false;
     int m_givenUpCalls = 0;
-    bool m_givenUp = false;  // by the user, on a server that could not be terminated
+    bool m_givenUp = false;  // a call, and its server could not be terminated
 };

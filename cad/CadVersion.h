@@ -3,10 +3,11 @@
 #include <optional>
 #include <string>
 
-// The ProgID of the current version, whichever that is.
+// The version-independent ProgID, which leads to the current version.
 inline constexpr const wchar_t* kCurrentCadProgId = L"SldWorks.Application";
 
-// A SOLIDWORKS release. ProgIDs contain its major version number, users know its year: version 20 is 2012.
+// A SOLIDWORKS release. Its ProgID contains the major version number; users know it by its year: version 20
+// is 2012.
 class CCadVersion
 {
 public:

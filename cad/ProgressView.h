@@ -15,7 +15,7 @@ enum class CadStep : std::uint8_t
     closing
 };
 
-// The part of the progress dialog that the BOM entry writer uses. Bars range from 0 to 100.
+// The part of the progress dialog that the BOM entry writer uses. Both bars range from 0 to 100.
 class CProgressView
 {
 public:
@@ -31,12 +31,12 @@ public:
     virtual void SetOverallPosition(int position) = 0;
     [[nodiscard]] virtual int GetOverallPosition() const = 0;
 
-    // The user has pressed Cancel.
+    // Whether the user has pressed Cancel.
     [[nodiscard]] virtual bool IsCancelled() const = 0;
     virtual void ClearCancelled() = 0;
     virtual void EnableCancel(bool enable) = 0;
 
-    // The Windows session is ending: the run stops after the current part and asks nothing.
+    // Whether the Windows session is ending. If so, the run stops after the current part and asks nothing.
     [[nodiscard]] virtual bool IsSessionEnding() const = 0;
 
     // Translates and dispatches one pending message of the thread, if there is one.

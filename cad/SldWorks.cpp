@@ -46,7 +46,7 @@ bool IsInstalled(const CCadVersion& version)
 
 }  // namespace
 
-// The program can do without the connect error: lack of memory for it does not throw.
+// Does not throw when memory is short: the program can do without the connect error.
 CSldWorks::CSldWorks() : m_connectError(new (std::nothrow) COleException) {}
 
 CSldWorks::~CSldWorks() = default;
@@ -71,8 +71,8 @@ int CSldWorks::Connect(const std::wstring& progId)
     }
     const CWaitCursor wait;
     const _bstr_t automationText = MakeAutomationString(progId);
-    // Unused: the driver looks the class up itself. This call makes the ProgID readable in a trace of COM
-    // calls.
+    // The result is not used: CreateDispatch looks the class up itself. The call makes the ProgID readable in
+    // a trace of COM calls.
     CLSID classId{};
     CLSIDFromProgID(automationText, &classId);
     if (m_application.CreateDispatch(progId, m_connectError.get())) {
@@ -94,8 +94,8 @@ bool CSldWorks::IsVersionSupported()
 int CSldWorks::Disconnect()
 {
     if (m_connected != 0) {
-        // The connection is given up before the call, which throws when the server is gone. The copy keeps
-        // the application alive for the call.
+        // The connection is released before the call, because the call throws when the server is gone. The
+        // copy keeps a reference for the call.
         CSldWorksApplication application = m_application;
         m_application.ReleaseDispatch();
         m_connected = 0;

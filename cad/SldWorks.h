@@ -19,8 +19,8 @@ public:
     // Releases the application without ending it.
     virtual ~CSldWorks();
 
-    // Fills `versions` with the installed major version numbers from 20 to 39, in decimal and rising order.
-    // Returns the index of the current one; 0 when there is none or it is not listed.
+    // Fills `versions` with the installed major version numbers from 20 to 39, in decimal, in ascending
+    // order. Returns the index of the current one; 0 when there is none or it is not listed.
     [[nodiscard]] static int GetInstalledVersions(std::vector<std::wstring>& versions);
 
     // Connects to a running server of the ProgID or starts one, and shows the wait cursor meanwhile. Returns
@@ -28,14 +28,14 @@ public:
     // COleException with E_OUTOFMEMORY when there is no memory for the ProgID.
     [[nodiscard]] int Connect(const std::wstring& progId);
 
-    // The status code of the last Connect that returned 0.
+    // The status code of the last Connect that returned 0; E_OUTOFMEMORY if there was no memory to keep it.
     [[nodiscard]] HRESULT GetConnectStatus() const;
 
     // Whether the connected server is release 99/250 or later. Throws when the call fails.
     [[nodiscard]] bool IsVersionSupported();
 
     // Ends the application and releases it; does nothing when not connected. Returns 0. Throws when the call
-    // that ends it fails; the application has been released anyway.
+    // that ends the application fails; the application is released anyway.
     int Disconnect();
 
     // Opens a part or assembly, writes the BOM entry of each of its configurations, saves and closes it; see
@@ -49,5 +49,5 @@ public:
 private:
     CSldWorksApplication m_application;
     int m_connected = 0;                            // 0 or 1
-    std::unique_ptr<COleException> m_connectError;  // of the last connection attempt; null without memory
+    std::unique_ptr<COleException> m_connectError;  // of the last attempt to connect; null if out of memory
 };

@@ -26,18 +26,21 @@ public:
     // Takes over the caller's reference; null makes a document that is not attached.
     explicit CSldWorksDocument(IDispatch* document = nullptr) { AttachDispatch(document); }
 
-    // Called when opening reported code 128. What the method does is not documented.
+    // Called when the code that OpenDocument passed back has the bit 0x80 set. What the method does is not
+    // documented.
     void CallMethod17();
 
     [[nodiscard]] long GetConfigurationCount();
 
-    // An array of strings, by value or by reference; anything else from a server that breaks its interface.
+    // Returns an array of strings, by value or by reference. A server that violates its interface may return
+    // anything else.
     [[nodiscard]] _variant_t GetConfigurationNames();
 
-    // Not attached when the document has no configuration of that name.
+    // The result is not attached when the document has no configuration of that name.
     [[nodiscard]] CSldWorksConfiguration GetConfiguration(const std::wstring& name);
 
-    // Returns the result; nullopt when a server that breaks its interface returns another type.
+    // Returns the server's result; nullopt when the server violates its interface by returning anything but a
+    // VT_I4.
     std::optional<long> Save(bool silent);
 };
 
@@ -56,10 +59,10 @@ public:
     // Release year and build as one number: 1999250 is build 250 of 1999.
     [[nodiscard]] long GetDateCode();
 
-    // Whether documents of a type (kPart, kAssembly) open in a window.
+    // Sets whether documents of a type (kPart or kAssembly) open in a window.
     void SetDocumentVisibility(bool visible, long type);
 
-    // Not attached when nothing was opened. `errorCode` is set by the server.
+    // The result is not attached when nothing was opened. The server sets `errorCode`.
     [[nodiscard]] CSldWorksDocument OpenDocument(const std::wstring& path, long type, bool readOnly,
                                                  bool viewOnly, bool silent, long& errorCode);
 };

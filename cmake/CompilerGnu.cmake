@@ -1,6 +1,6 @@
 # Options of GCC and clang, for Windows (mingw-w64) and for the text rules on the build machine. What only these
-# compilers understand is here and in framework/FirstObject.h; cmake/CompilerMsvc.cmake sets the same for Microsoft's
-# compiler.
+# compilers understand is here, in framework/FirstObject.h and in framework/ComPointers.h. cmake/CompilerMsvc.cmake
+# holds the counterpart for Microsoft's compiler.
 
 # Exploit mitigations, and Windows 10 as the system version: to a program with an older version, Windows shows old
 # behaviour, such as other frame metrics. tests/hardening checks the built files for both.

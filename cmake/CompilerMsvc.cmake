@@ -1,8 +1,8 @@
-# Options of Microsoft's compiler, the same as in cmake/CompilerGnu.cmake. Written from the compiler's documentation and
-# not tried yet: nobody on the team has this compiler.
+# Options of Microsoft's compiler, for the same purposes as those in cmake/CompilerGnu.cmake. Written from the
+# compiler's documentation and not tried yet: nobody on the team has this compiler.
 
 set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")  # so that the program needs no runtime DLLs
-set(CMAKE_POLICY_DEFAULT_CMP0091 NEW)  # lets GoogleTest, an older CMake project, take the same library
+set(CMAKE_POLICY_DEFAULT_CMP0091 NEW)  # lets GoogleTest, an older CMake project, use the same library
 
 # The linker adds no manifest: the program has its own among its resources. /DYNAMICBASE, /NXCOMPAT and /HIGHENTROPYVA
 # are defaults. The linker also writes the subsystem version into the file header as the system version.

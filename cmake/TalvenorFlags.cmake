@@ -27,7 +27,7 @@ function(talvenor_flags target)
 endfunction()
 
 # talvenor_layer(NAME [BELOW ...]): builds the folder NAME as the static library talvenor_NAME, which may use the
-# libraries talvenor_BELOW. Leaves out sources that are part of talvenor_text.
+# libraries talvenor_BELOW. Leaves out sources that are part of talvenor_text or of the program itself.
 function(talvenor_layer name)
   file(GLOB sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/${name}/*.cpp")
   get_target_property(text_sources talvenor_text SOURCES)

@@ -81,9 +81,9 @@ std::basic_string_view<Char> CopyToArena(std::basic_string_view<Char> text, std:
     return {copy, text.size()};
 }
 
-// Two names have the same key exactly when the list view's own text search (LVM_FINDITEM) finds one for the
-// other. That search compares linguistically, case-insensitively, in the thread's locale. The key is in the
-// arena.
+// Returns a key, stored in the arena. Two names have the same key exactly when the list view's own text
+// search (LVM_FINDITEM) finds one for the other: it compares linguistically, case-insensitively, in the
+// thread's locale.
 std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& arena)
 {
     constexpr std::size_t kStackSize = 1024;
@@ -152,7 +152,7 @@ public:
         ReadNames();
     }
 
-    // Keeps a pointer to the name.
+    // Keeps a pointer to the name, which must outlive this object.
     void Add(const std::wstring& original)
     {
         const std::string_view key = SearchKey(original, m_arena);
@@ -195,7 +195,7 @@ private:
         }
     }
 
-    // False when the file gets no row.
+    // Returns false when the file gets no row.
     bool MakeRow(const std::wstring& original)
     {
         Diverses::SplitPartName(original, m_values);
@@ -410,7 +410,7 @@ void CConversionTable::SortTextItems(int column, bool ascending, int low, int hi
         return;
     }
     std::ranges::stable_sort(order, before);
-    // Usually few rows move; the others are neither read nor written.
+    // Usually few rows move; only these are read completely and written.
     std::vector<std::pair<int, Row>> moved;
     for (int place = low; const auto& [text, row] : order) {
         if (row != place) {

@@ -16,21 +16,21 @@ inline constexpr UINT WM_DELETESELECTED = WM_USER + 6;  // delete the selected r
 inline constexpr UINT WM_APPLYTEMPLATE = WM_USER + 7;   // wParam: the column whose template to apply
 
 // The conversion table: a row for each standard-part file. The list view is both view and store. A row has
-// three texts (kColumnOriginal, kColumnRenamed, kColumnBomName) and a mark, pending or converted, which is
+// three texts (kColumnOriginal, kColumnRenamed, kColumnBomName) and a mark, pending or converted. The mark is
 // held in the item data (1 or 0) and in the state image (1 or 2).
 class CConversionTable : public CListCtrl
 {
 public:
     // Adds a pending row with generated names for each file name (without folder) that is not in column 0
-    // yet, whatever its case, then sorts the table. Names that the rules reject are skipped. The messages
-    // about forbidden characters and taken names are shown at most once each. While one is open, the table
-    // already shows the rows made so far, unsorted, after the others.
+    // yet, whatever its case, then sorts the table. A file whose generated name is unusable or taken is
+    // skipped. The messages about forbidden characters and taken names are shown at most once each. While one
+    // is open, the table already shows the rows made so far, unsorted, after the others.
     void AddFiles(const std::vector<std::wstring>& fileNames);
 
-    // Replaces all rows by the entries, marked converted, in the entries' order.
+    // Replaces all rows with the entries in their order, marked converted.
     void FillConverted(const CList<UTtab_entry, UTtab_entry&>& entries);
 
-    // Whether column 1 of any row equals the name, case-sensitively.
+    // Whether any row has this name in column 1; case-sensitive.
     [[nodiscard]] bool IsNewNameTaken(const std::wstring& fileName) const;
 
     [[nodiscard]] int CountPendingRows() const;
@@ -48,10 +48,11 @@ public:
     // the list view does not set the text itself (LVN_ENDLABELEDIT).
     LRESULT OnEndLabelEdit(int row, int column, const wchar_t* newText);
 
-    // Sets the generated names of rows. Rows whose names change become pending, and the parent is notified.
+    // Sets the new file names and BOM names of rows. Rows whose names change become pending, and the parent
+    // is notified.
     void SetNames(const std::vector<RowNames>& names) const;
 
-    // Replaces rows and their marks. The table must hold the rows `splice.removed` at that place.
+    // Replaces rows and their marks. The rows from `splice.at` on must be `splice.removed`.
     void Splice(const RowSplice& splice) const;
 
     [[nodiscard]] UTtab_entry GetRow(int row) const;
@@ -61,10 +62,11 @@ public:
     void MarkPending(int row) const;
     void MarkConverted(int row) const;
 
-    // Selects and focuses the row, and no other, and scrolls it into view.
+    // Selects only this row, focuses it and scrolls it into view.
     void SelectOnly(int row) const;
 
-    // If the row is out of view, scrolls a page, so that the following rows are visible, too.
+    // Scrolls the row into view. A row below the view goes to the top, so that the rows after it are visible,
+    // too.
     void ScrollIntoView(int row) const;
 
 private:

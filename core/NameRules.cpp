@@ -11,7 +11,7 @@ namespace {
 // The length of "sldprt", "sldasm" and "slddrw". The dot is not compared: "ABCsldprt" gets nothing appended.
 constexpr std::size_t kComparedCharacters = 6;
 
-// Appended to every edited file name, even of an assembly. Kept: names in use were made this way.
+// The extension of every edited file name, even of an assembly. Kept: names in use were made this way.
 constexpr std::wstring_view kEditedExtension = L"sldprt";
 
 std::wstring_view LastCharacters(std::wstring_view name)

@@ -38,8 +38,8 @@ void FillInOnePass(std::wstring& filled, std::wstring_view text, FillIns fillIns
     filled.append(text, done);
 }
 
-// Replaces the fill-ins in this order in the whole text, inserted values included. Kept: users' templates
-// rely on it. If no new fill-ins can arise, one pass gives the same result.
+// Replaces the fill-ins one after the other, each in the whole text, inserted values included. Kept: users'
+// templates rely on this order. If no new fill-ins can arise, one pass gives the same result.
 void Fill(std::wstring& filled, std::wstring_view text, FillIns fillIns)
 {
     std::size_t usualSize = text.size();  // with each fill-in once

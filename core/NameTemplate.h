@@ -16,8 +16,8 @@ inline constexpr int kColumnBomName = 2;   // name in the bill of materials
 [[nodiscard]] const wchar_t* DefaultTemplate(int column);
 
 // Fills %1 and %3 to %8 of a template with the pieces of a part's file name. The fill-ins are replaced one
-// after the other in the whole text, so a later fill-in inside a value is filled, too. %2, the configuration
-// name, is left as it is, and so is a % before any other character.
+// after the other in the whole text, so a fill-in with a higher number inside a value is filled, too. %2, the
+// configuration name, is left as it is, and so is a % before any other character.
 [[nodiscard]] std::wstring ExpandTemplate(std::wstring_view templateText, const PartNameValues& values);
 
 // The same, into a text that is reused to save allocations.
@@ -29,7 +29,7 @@ void ExpandTemplate(std::wstring& expanded, std::wstring_view templateText, cons
                                                    std::wstring_view configurationName);
 
 // The file name that a template generates for a part: expanded, with the part's extension, and sanitised.
-// None when the expanded template or the part's extension is empty. `equal`: as for EnsureExtension.
+// Returns nullopt when the trimmed name or the part's extension is empty. `equal`: as for EnsureExtension.
 [[nodiscard]] std::optional<std::wstring> NewFileName(std::wstring_view templateText,
                                                       std::wstring_view fileName, NameComparison equal);
 

@@ -89,8 +89,8 @@ std::wstring WithoutBlock(std::wstring_view fileName, const ExtraBlock& block)
     return text;
 }
 
-// The text between the first underscore after the prefix and the last dot. The extra block must already have
-// been removed from `fileName`.
+// The text between the first underscore after the prefix and the last dot. `fileName` must not contain the
+// extra block.
 std::wstring_view SizeOf(std::wstring_view fileName, std::size_t prefixLength)
 {
     fileName.remove_prefix(std::min(prefixLength, fileName.size()));

@@ -35,7 +35,7 @@ std::size_t BytesOf(const TableStep& step)
 }
 
 // Returns the splice for changes at this row: the last splice if it ends right before the row, otherwise a
-// new one. `end`: the row behind the last splice.
+// new one. `end`: the row after the last splice.
 RowSplice& SpliceAt(std::vector<RowSplice>& splices, int row, int end)
 {
     if (splices.empty() || end != row) {

@@ -15,10 +15,10 @@ struct TableRow
     bool operator==(const TableRow&) const = default;
 };
 
-// Consecutive rows that are replaced by others.
+// Consecutive rows and the rows that replace them.
 struct RowSplice
 {
-    int at = 0;  // the first row, after the earlier splices of the step
+    int at = 0;  // the first row, counted after the step's earlier splices
     std::vector<TableRow> removed;
     std::vector<TableRow> inserted;
 
@@ -31,7 +31,7 @@ struct RowSplice
     return static_cast<int>(splice.inserted.size()) - static_cast<int>(splice.removed.size());
 }
 
-// Selected rows, as ranges with both ends included, and the row with the focus; -1 for none.
+// Selected rows, as ranges with both ends included, and the focused row (-1: none).
 struct TableSelection
 {
     struct Range
@@ -76,9 +76,9 @@ struct TableStep
     bool operator==(const TableStep&) const = default;
 };
 
-// Returns the splices that turn one table into the other. If rows were only inserted, as when files are added
-// to a sorted table, each run of them is a splice; otherwise a single splice replaces everything from the
-// first to the last difference.
+// Returns the splices that turn `before` into `after`. If rows were only inserted, as when files are added to
+// a sorted table, each block of consecutive new rows is one splice; otherwise a single splice replaces
+// everything from the first to the last difference.
 [[nodiscard]] std::vector<RowSplice> CompareTables(std::vector<TableRow> before, std::vector<TableRow> after);
 
 // Returns the splices for rows that were replaced in place; `rows` is in ascending order. Unchanged rows are
@@ -110,13 +110,13 @@ public:
     [[nodiscard]] bool CanUndo() const { return !m_undo.empty(); }
     [[nodiscard]] bool CanRedo() const { return !m_redo.empty(); }
 
-    // Return the step that undoes the last change and the step that redoes the change undone last. Call them
-    // only if CanUndo() or CanRedo() is true.
+    // Return the step that undoes the last change and the step that redoes the change undone last. UndoStep
+    // requires CanUndo(), RedoStep requires CanRedo().
     [[nodiscard]] const TableStep& UndoStep() const { return m_undo.back().step; }
     [[nodiscard]] const TableStep& RedoStep() const { return m_redo.back().step; }
 
-    // Call them after the step has been made. `viewBefore`: the view status before it, which the inverse step
-    // restores.
+    // Call one of these after its step has been made. `viewBefore`: the view status before the step; the
+    // inverse step restores it.
     void NoteUndone(const ViewStatus& viewBefore) { Move(m_undo, m_redo, viewBefore); }
     void NoteRedone(const ViewStatus& viewBefore) { Move(m_redo, m_undo, viewBefore); }
 

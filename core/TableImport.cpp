@@ -32,8 +32,9 @@ public:
         }
     }
 
-    // The rows with this name, or else with this name trimmed. The untrimmed name comes first, as a file name
-    // may begin with a blank. There may be several: a map file edited by hand may name a file twice.
+    // The rows with this name, or else with this name trimmed. The untrimmed name is tried first, because a
+    // file name may begin with a blank. There may be several rows: a map file edited by hand may name a file
+    // twice.
     [[nodiscard]] const std::vector<int>& Find(std::wstring_view name) const
     {
         const std::vector<int>& found = FindAnyCase(name);
@@ -58,8 +59,8 @@ private:
     std::unordered_map<std::wstring, std::vector<int>> m_folded;
 };
 
-// Replaces every character below U+0020 with a blank: a line break, for one, would end the record in the map
-// file.
+// Replaces every character below U+0020 with a blank: the map file cannot hold a line break, and a NUL would
+// end the text in the list. Returns whether any was replaced.
 bool ReplaceControlCharacters(std::wstring& text)
 {
     constexpr wchar_t kFirstPrinting = L' ';
@@ -103,12 +104,12 @@ public:
     }
 
 private:
-    // The names proposed for a row; for a name that does not change, the present one.
+    // The names proposed for a row; an unchanged name is the present one.
     struct Proposal
     {
         RowNames names;
         int cleaned = 0;
-        bool kept = false;  // the row keeps its names, as the new file name is not unique
+        bool kept = false;  // the row keeps its names because the new file name is not unique
     };
 
     // ---- Reading
@@ -267,7 +268,7 @@ private:
     std::unordered_map<std::wstring_view, int>
         m_uses;  // how many rows will have each file name after the import
     std::unordered_map<std::wstring_view, std::vector<Proposal*>>
-        m_proposalsOf;  // by new file name: what gives it to a row
+        m_proposalsOf;  // the proposals that give a row this file name
     TableImport m_result;
 };
 

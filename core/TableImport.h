@@ -7,8 +7,8 @@
 #include "core/NameRules.h"
 #include "core/UTtabEntry.h"
 
-// Returns a form of a file name that is the same for names that differ in case only. The caller passes it in:
-// case is a matter of the file system.
+// Returns a form of a file name that is the same for names that differ in case only. The caller supplies the
+// function: which letters are equal depends on the file system.
 using NameFolding = std::wstring (*)(std::wstring_view name);
 
 struct NameCase
@@ -17,7 +17,7 @@ struct NameCase
     NameFolding fold;  // maps equal names to equal texts
 };
 
-// The generated names of a row.
+// The new file name and the BOM name of a row.
 struct RowNames
 {
     int row = 0;
@@ -32,16 +32,16 @@ struct TableImport
 {
     std::vector<RowNames> changes;  // the rows that change, from the top, with their new names
     int unknown = 0;                // rows of the text that are not in the table
-    int notUnique = 0;              // rows that keep their names, as another row would have the same new name
-    int ambiguous = 0;              // rows not changed, as their original name comes more than once
+    int notUnique = 0;              // rows that keep their names because the new file name is not unique
+    int ambiguous = 0;              // rows not changed because their original name occurs more than once
     int cleaned = 0;                // cells in which characters were replaced
 
     bool operator==(const TableImport&) const = default;
 };
 
-// Compares a text (see CTableReader) with the rows of the table. The first column finds the row: by its exact
-// name, or else by the file system's comparison. The second and third columns are taken like edits of the
-// row's two names; further columns are ignored, and a missing cell changes nothing. A first row with the
-// table's header is skipped.
+// Compares a text (see CTableReader) with the rows of the table. The first column identifies the row by its
+// original name: exact, or else as the file system compares names. If no row has the name, it is trimmed and
+// looked up again. The second and third columns are treated like edits of the row's two names. Further
+// columns are ignored, and a missing cell changes nothing. A first row with the table's header is skipped.
 [[nodiscard]] TableImport ImportTable(const std::vector<UTtab_entry>& rows, std::wstring_view text,
                                       const NameCase& names);

@@ -128,9 +128,9 @@ void CTableRecorder::Redo()
     }
 }
 
-// Makes a step and scrolls to the first changed row; if the step does not fit the table, forgets the history
-// instead. The view status to return to is read only here: WM_LISTCHANGED is posted, so the caption changed
-// after the previous step had been recorded.
+// Makes a step and scrolls to the first changed row. If the step does not fit the table, forgets the history
+// instead. The view status before the step is read here, not when the change was recorded: WM_LISTCHANGED is
+// posted, so the caption changes only after the recording.
 void CTableRecorder::Make(const TableStep& step, void (CTableHistory::*note)(const ViewStatus&))
 {
     if (!Fits(step)) {

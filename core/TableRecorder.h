@@ -42,7 +42,7 @@ public:
     [[nodiscard]] bool CanRedo() const { return m_history.CanRedo(); }
 
     // Undo the last change, or redo the change undone last; do nothing when there is none. If another program
-    // has changed the rows in between, they stay as they are and the history is forgotten.
+    // has changed the rows in between, the rows stay as they are and the history is forgotten.
     void Undo();
     void Redo();
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr wchar_t kQuote = L'"';
 constexpr int kExaminedRows = 20;
-constexpr int kPerfect = std::numeric_limits<int>::max();  // every examined row has the table's columns
+constexpr int kPerfect = std::numeric_limits<int>::max();  // the score if every row has three columns
 constexpr std::size_t kColumns = 3;
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
@@ -28,8 +28,8 @@ constexpr std::uint32_t kLastSurrogate = 0xDFFF;
 constexpr std::uint32_t kFirstSupplementary = 0x10000;
 constexpr std::uint32_t kLastCharacter = 0x10FFFF;
 
-// In CSV, a cell with one of the other separators is quoted, too, so that a reader infers the right one. With
-// tabs it is not: programs other than spreadsheets show the quotes.
+// In CSV, a cell with one of the other separators is quoted, too, so that a reader infers the right one. In
+// text separated by tabs such a cell is not quoted, because programs other than spreadsheets show the quotes.
 bool NeedsQuotes(std::wstring_view cell, wchar_t separator)
 {
     return cell.find_first_of(separator == kTab ? L"\t\"\r\n" : L"\t;,\"\r\n") != std::wstring_view::npos;
@@ -199,10 +199,10 @@ CTableReader::CTableReader(std::wstring_view text) : m_text(text)
     Restart(FindSeparator());
 }
 
-// Names of part files may hold commas and semicolons, so the separator behind the first name is the right
-// one. Where that does not decide, a separator that cuts each of the first rows into the table's columns is
-// the right one. Otherwise the separator with the most cells wins: commas are rarer within names than between
-// cells.
+// Chooses the separator that fits best (see Fit). Names may contain commas and semicolons, but only the right
+// separator leaves the header or whole part file names in the first column. Where that does not decide, a
+// separator that cuts each examined row into the table's columns wins, or else the one with the most cuts:
+// commas are rarer within names than between cells.
 wchar_t CTableReader::FindSeparator()
 {
     wchar_t best = kTab;
@@ -220,7 +220,7 @@ wchar_t CTableReader::FindSeparator()
     return best;
 }
 
-// A quote that encloses nothing counts against the separator, which has probably cut a quoted cell in two.
+// A plain-text quote counts against the separator: it has probably cut a quoted cell in two.
 CTableReader::Fit CTableReader::FitOf(wchar_t separator)
 {
     constexpr int kMostCuts = static_cast<int>(kColumns) - 1;

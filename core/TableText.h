@@ -11,30 +11,31 @@
 
 inline constexpr wchar_t kTab = L'\t';
 
-// Appends a row, which ends in CR LF. A cell with a quote, a line break or the separator (unless that is a
-// tab: with any of the three separators) is enclosed in quotes, its own quotes doubled.
+// Appends a row, which ends in CR LF. A cell that contains a quote, a line break or a separator is enclosed
+// in quotes, and its own quotes are doubled. If `separator` is a tab, only tabs count as separators,
+// otherwise tabs, semicolons and commas.
 void AppendTableRow(std::wstring& text, const std::vector<std::wstring>& cells, wchar_t separator);
 
-// Reads the rows of such a text, which must outlive the reader. The separator (tab, semicolon or comma) is
-// inferred from the first rows. Rows end in CR LF, CR or LF. Quotes enclose a cell only as its first and last
-// character, with every quote between them doubled; otherwise they are text. The time is linear in the length
-// of the text.
+// Reads the rows of a table from its text, which must outlive the reader. The separator (tab, semicolon or
+// comma) is inferred from the first rows. Rows end in CR LF, CR or LF. Quotes enclose a cell only as its
+// first and last character, with every quote between them doubled; otherwise they are text. The time is
+// linear in the length of the text.
 class CTableReader
 {
 public:
     explicit CTableReader(std::wstring_view text);
 
-    // Replaces `cells` with the first `limit` cells of the next row, skipping rows in which all of these are
-    // empty. Returns false at the end of the text.
+    // Replaces `cells` with the first `limit` cells of the next row. Rows in which these cells are all empty
+    // are skipped. Returns false at the end of the text.
     bool ReadRow(std::vector<std::wstring>& cells, std::size_t limit);
 
 private:
     // How well a separator fits the first rows. The members are compared in this order.
     struct Fit
     {
-        bool header = false;  // the text begins with the header of the table's first column
-        bool parts = false;   // most first cells are names of part files
-        int score = 0;        // the number of cuts between cells
+        bool header = false;  // the first of several cells is the header of the table's first column
+        bool parts = false;   // most first cells are names of part files, and no cell has a plain-text quote
+        int score = 0;        // cuts between cells, fewer for plain-text quotes; or kPerfect
         auto operator<=>(const Fit&) const = default;
     };
 
@@ -50,7 +51,7 @@ private:
     std::size_t m_at = 0;
     wchar_t m_separator = kTab;
     std::wstring m_ends;     // the characters that end a cell
-    std::wstring m_ignored;  // takes the text of the cells beyond the limit
+    std::wstring m_ignored;  // receives the text of the cells beyond the limit
     int m_plainQuotes = 0;   // cells whose quotes are plain text; counted for FitOf
 };
 

@@ -12,7 +12,7 @@
 // and by Turkish casing rules the "i" of "iso" would not match the "I" of "ISO".
 [[nodiscard]] bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right);
 
-// Replaces every occurrence of `what` by `by` in one pass from the left, case-sensitively. An empty `what`
+// Replaces every occurrence of `what` with `by` in one pass from the left, case-sensitively. An empty `what`
 // replaces nothing. Returns the number of replacements. The time is linear in the lengths of the old and the
 // new text.
 int ReplaceAll(std::wstring& text, std::wstring_view what, std::wstring_view by);

@@ -40,13 +40,13 @@ public:
     CList<UTtab_entry, UTtab_entry&> m_lstEntries;
     int m_nLanguage;
 
-    // Creates a folder whose parent exists. Returns 0 when it was created or existed already, otherwise 1
+    // Creates a folder; its parent must exist. Returns 0 when it was created or existed already, otherwise 1
     // after a message.
     static int CreateFolder(const std::wstring& path);
 
     // Copies the bytes of source, without its times and attributes, into target, which is created or
-    // overwritten. Returns 0, or 1 after a message, whose text *message (unless null) receives. A partly
-    // written target stays.
+    // overwritten. Returns 0. On failure shows a message, stores its text in *message (unless null) and
+    // returns 1; a partly written target stays.
     static int CopyPartFile(const std::wstring& source, const std::wstring& target,
                             std::wstring* message = nullptr);
 
@@ -56,8 +56,8 @@ public:
     // that no part is missing from the list; the user deletes the rows of other files.
     static void ScanPartFiles(const std::wstring& folder, std::vector<std::wstring>& names);
 
-    // Sets or clears a file's read-only attribute. A change also sets the archive attribute and the time of
-    // last modification to now. Returns an empty text, or what went wrong.
+    // Sets or clears a file's read-only attribute. A change also sets the archive attribute and updates the
+    // time of last modification. Returns an empty text, or what went wrong.
     [[nodiscard]] static std::wstring SetReadOnly(const std::wstring& path);
     [[nodiscard]] static std::wstring ClearReadOnly(const std::wstring& path);
 
@@ -68,7 +68,8 @@ public:
                                                      const std::wstring& path, int width);
 
     // Reads the parts map file at the path into m_lstEntries, which is emptied first. Reading ends at a bad
-    // line, after a message; the records before it stay.
+    // line, after a message, or at a line that is too long (see ReadMapLines), without one. The records
+    // before it stay.
     MapFileState ReadMapFile(const std::wstring& path);
 
     // Returns a path in the 8-bit form that OpenInputFile and OpenOutputFile take: characters up to U+00FF by

@@ -5,7 +5,7 @@ namespace {
 constexpr UINT kWesternEurope = 1252;
 
 // Returns 0 if the system's locale has no ANSI code page (Hindi, for example). Queried by the locale's name,
-// as Wine 8 does not know LOCALE_NAME_SYSTEM_DEFAULT.
+// because Wine 8 does not know LOCALE_NAME_SYSTEM_DEFAULT.
 UINT AnsiCodePageOfLocale()
 {
     wchar_t name[LOCALE_NAME_MAX_LENGTH] = L"";

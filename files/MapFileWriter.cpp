@@ -24,7 +24,7 @@ bool CMapFileWriter::Open(const std::wstring& path)
     }
     m_path = path;
     // A second handle for the flush in Close, opened now: the file may have been renamed or deleted by then.
-    // If another program's sharing mode denies it, Close cannot flush.
+    // If another program's sharing mode denies the handle, Close does not flush to disk.
     static_cast<void>(m_flushHandle.Open(path, CFile::modeWrite | CFile::shareDenyNone, nullptr));
     return true;
 }
@@ -54,7 +54,7 @@ bool CMapFileWriter::AppendText(const std::string& text)
 }
 
 // Truncates the file to its last whole record. Returns false while the system refuses, for example because
-// another program has the file mapped, and always once the file is shorter than m_completeSize.
+// another program has the file mapped into memory, and always once the file is shorter than m_completeSize.
 bool CMapFileWriter::RemovePartialRecord()
 {
     m_hasPartialRecord = true;

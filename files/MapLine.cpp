@@ -10,7 +10,8 @@ constexpr wchar_t kSeparator = L';';
 constexpr wchar_t kLastByItsCode = L'\u00FF';
 constexpr std::size_t kNone = std::wstring_view::npos;
 
-// Only these count as blanks; a name may well end in another white-space character, such as a no-break space.
+// Strips only blanks, tabs and line ends: a name may end in another white-space character, such as a no-break
+// space.
 std::wstring_view StripBlanks(std::wstring_view text)
 {
     constexpr std::wstring_view kBlanks = L" \t\r\n";
@@ -99,7 +100,7 @@ std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder
 std::string FormatMapHeader(std::string_view mapPath8)
 {
     // The second line is German in both editions, so that the file does not depend on who writes it. Its
-    // umlauts are the bytes of their codes.
+    // umlauts are single bytes with the values of their codes.
     return "; Datei: " + std::string(mapPath8) +
            "\n; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\n"
            "; (c) Talvenor\n"
@@ -113,7 +114,8 @@ std::optional<int> ReadMapLines(std::istream& in, const MapDecoder& decode,
     // Reused for all lines, so that the strings keep their capacity.
     UTtab_entry entry;
     std::wstring decoded;
-    // A line that does not fit the buffer fails the stream and so ends reading. The manuals warn of this.
+    // A line that does not fit the buffer sets the stream's failbit, which ends reading. The manuals warn of
+    // this.
     for (int line = 1; in.getline(buffer.data(), buffer.size()); ++line) {
         // gcount includes the line end, which only the last line can lack.
         const std::size_t length = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);

@@ -13,15 +13,15 @@
 // The parts map file is 8-bit text: comment lines that begin with ";", empty lines, and one record per line,
 // its three fields in the order of UTtab_entry, separated by ";".
 
-// The reader takes lines of at most this many bytes.
+// The reader accepts lines of at most this many bytes.
 inline constexpr std::size_t kMapLineMaxBytes = 255;
 
 // The writer truncates each field of a record to this many bytes.
 inline constexpr std::size_t kMapFieldMaxBytes = 259;
 
 // Splits one record at its first two semicolons and strips the blanks around the three fields; the third may
-// be empty and may contain further semicolons. The line must be stripped and neither empty nor a comment.
-// Returns false, with the entry unchanged, when a semicolon is missing or has nothing before it.
+// be empty and may contain further semicolons. The line must be stripped. Returns false, with the entry
+// unchanged, when a semicolon is missing or has nothing before it, as in an empty line or a comment.
 bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry);
 
 // Returns the byte of a character above U+00FF (EncodeMapCharacter).
@@ -30,8 +30,8 @@ using MapEncoder = std::function<char(wchar_t)>;
 // Decodes the bytes of a line into a text.
 using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text)>;
 
-// Returns the text as bytes: characters up to U+00FF by their codes, whatever the code page, others by
-// encoder (not empty).
+// Returns the text as bytes: characters up to U+00FF by their codes, whatever the code page, others as
+// `encoder` (not empty) returns them.
 [[nodiscard]] std::string EncodeMapText(std::wstring_view text, const MapEncoder& encoder);
 
 // Whether each character of the text has a byte, so that none becomes '?'.
@@ -39,18 +39,18 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 
 // Returns one record line without its line end. Each field is truncated to kMapFieldMaxBytes, and line breaks
 // in it become blanks. With an empty BOM name the line ends in "; ", as in existing map files. The line may
-// be longer than the reader takes.
+// be longer than the reader accepts.
 [[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder);
 
-// Returns what the reader gets back from a record line (without its line end); nullopt when it takes the line
-// for a bad one or a comment. The line must have at most kMapLineMaxBytes.
+// Returns what the reader gets back from a record line (without its line end); nullopt for a line that the
+// reader rejects or skips. The line must have at most kMapLineMaxBytes.
 [[nodiscard]] std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder& decode);
 
 // Returns the four lines at the top of the file, each ending in "\n". mapPath8: the file's full path as
 // bytes.
 [[nodiscard]] std::string FormatMapHeader(std::string_view mapPath8);
 
-// Appends the records of a stream in text mode to the entries, decoding each line by `decode` (not empty).
+// Appends the records of a stream in text mode to the entries, decoding each line with `decode` (not empty).
 // Stops at the first bad line and returns its 1-based number. Also stops at a line of more than
 // kMapLineMaxBytes, but then returns nullopt, as at the end of the file. The entries from the lines before
 // stay.

@@ -10,7 +10,7 @@
 enum class NameProblem
 {
     sameCopy,   // another row's copy has the same name, letter case aside: the later one replaces the earlier
-    longRecord  // the reader of the map file stops at such a record
+    longRecord  // the record is so long that the map file's reader stops at it
 };
 
 struct NameToCheck
@@ -22,6 +22,7 @@ struct NameToCheck
     bool operator==(const NameToCheck&) const = default;
 };
 
-// Returns the rows to check, from the top, each once. Takes n log n time.
+// Returns the rows to check, from the top, each once: with sameCopy if it has both problems. Takes n log n
+// time.
 [[nodiscard]] std::vector<NameToCheck> FindNamesToCheck(const std::vector<UTtab_entry>& rows,
                                                         const MapEncoder& encoder, NameOrder compare);

@@ -81,7 +81,12 @@ bool IsBareFileName(std::wstring_view name)
            name.back() != L'.' && name.back() != L' ';
 }
 
+std::wstring StripBackslashes(std::wstring_view path)
+{
+    return std::wstring(WithoutTrailing(path, kBackslash));
+}
+
 std::wstring StripFolderInput(std::wstring_view folder)
 {
-    return std::wstring(WithoutTrailing(WithoutTrailing(folder, L'.'), kBackslash));
+    return StripBackslashes(WithoutTrailing(folder, L'.'));
 }

@@ -7,7 +7,7 @@
 inline constexpr std::wstring_view kMappedFolderName = L"Mapped";
 inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 
-// Replaces each pair of backslashes by one, in one pass from left to right (three become two, and so do
+// Replaces each pair of backslashes with one, in one pass from left to right (three become two, and so do
 // four). A result that begins with a backslash gets another one, so that a network path keeps its two.
 [[nodiscard]] std::wstring NormalizePath(std::wstring_view path);
 
@@ -23,8 +23,8 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 [[nodiscard]] std::wstring CopyPath(std::wstring_view standardPartsFolder, std::wstring_view name);
 
 // Whether the path is just \\COMPUTER, which is never a folder, or just \\COMPUTER\SHARE, which is never a
-// file. Do not query such a path: Windows would search the network for it. Without a standard-parts folder,
-// the "Mapped" folder and the map file have such paths.
+// file. Without a standard-parts folder, the "Mapped" folder and the map file have such paths. Do not open,
+// create or query them then: Windows would search the network.
 [[nodiscard]] bool IsComputer(std::wstring_view path);
 [[nodiscard]] bool IsShare(std::wstring_view path);
 
@@ -33,6 +33,9 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 // and Namespaces"). ";" and "=" are allowed, as existing files may contain them. Device names are not
 // checked: opening them fails.
 [[nodiscard]] bool IsBareFileName(std::wstring_view name);
+
+// Strips all backslashes from the end of a path: "D:\" becomes "D:".
+[[nodiscard]] std::wstring StripBackslashes(std::wstring_view path);
 
 // Strips the dots and then the backslashes from the end of a folder that the user typed or picked, once each:
 // "D:\Parts.\" becomes "D:\Parts.", and "D:\" becomes "D:".

@@ -1,6 +1,6 @@
 #include "files/PickedFiles.h"
 
-#include <utility>
+#include "files/Paths.h"
 
 PickedFiles SplitPickedFiles(const wchar_t* buffer)
 {
@@ -16,9 +16,6 @@ PickedFiles SplitPickedFiles(const wchar_t* buffer)
         picked.names.push_back(first.substr(name));
         first.resize(name);
     }
-    while (first.ends_with(L'\\')) {
-        first.pop_back();
-    }
-    picked.folder = std::move(first);
+    picked.folder = StripBackslashes(first);
     return picked;
 }

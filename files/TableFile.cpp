@@ -19,7 +19,8 @@ CFile Open(const std::wstring& path, UINT flags)
     return file;
 }
 
-// Replacing the file would fail, too, but with "access denied" for a file that another program has open.
+// Throws if the file exists but cannot be replaced. MoveFileExW would fail, too, but with "access denied" for
+// a file that another program has open.
 void RequireReplaceable(const std::wstring& path)
 {
     CFile file;
@@ -30,7 +31,7 @@ void RequireReplaceable(const std::wstring& path)
     }
 }
 
-// Creates a file in the folder of another one. Sets `created` to its path.
+// Creates a temporary file in the folder of `path`. Sets `created` to its path.
 CFile CreateBeside(const std::wstring& path, std::wstring& created)
 {
     CFile file;
@@ -47,7 +48,7 @@ CFile CreateBeside(const std::wstring& path, std::wstring& created)
     }
 }
 
-// Flushes the bytes: a network drive may report only then that it could not take them.
+// Flushes the file to disk: a network drive may report only then that it could not store the bytes.
 void WriteAll(CFile& file, const std::string& bytes)
 {
     file.Write(bytes.data(), static_cast<UINT>(bytes.size()));

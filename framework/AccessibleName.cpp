@@ -13,6 +13,10 @@ DECLARE_COM_POINTER(IAccPropServices);
 
 namespace {
 
+// LiveSetting_Property_GUID and Assertive from uiautomation.h: not every compiler's headers declare them.
+constexpr GUID kLiveSetting{0xC12BCD8E, 0x2A8E, 0x4950, {0x8A, 0xE7, 0x36, 0x25, 0x11, 0x1D, 0x58, 0xEB}};
+constexpr long kAssertive = 2;
+
 IAccPropServicesPtr PropertyServices()
 {
     IAccPropServicesPtr services;
@@ -20,7 +24,8 @@ IAccPropServicesPtr PropertyServices()
     return services;
 }
 
-// Names the rows of one list view ("IAccPropServer interface"). Deletes itself with its last reference.
+// Names the rows of one list view ("IAccPropServer interface"). Deletes itself when its last reference is
+// released.
 class CRowNames final : public IAccPropServer
 {
 public:
@@ -69,7 +74,7 @@ public:
                 *value = _variant_t(name.c_str()).Detach();
                 *hasValue = TRUE;
             }
-        } catch (...) {  // no exception may leave through COM
+        } catch (...) {  // no exception may propagate into COM
             *hasValue = FALSE;
         }
         return S_OK;
@@ -112,4 +117,20 @@ void SetAccessibleRowNames(HWND list, RowName nameOf)
 void ClearAccessibleRowNames(HWND list)
 {
     ClearAccessibleName(list);
+}
+
+void Announce(HWND window)
+{
+    if (const IAccPropServicesPtr services = PropertyServices()) {
+        services->SetHwndProp(window, static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF, kLiveSetting,
+                              _variant_t(kAssertive));
+    }
+    NotifyWinEvent(EVENT_OBJECT_LIVEREGIONCHANGED, window, OBJID_CLIENT, CHILDID_SELF);
+}
+
+void ClearAnnouncement(HWND window)
+{
+    if (const IAccPropServicesPtr services = PropertyServices()) {
+        services->ClearHwndProps(window, static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF, &kLiveSetting, 1);
+    }
 }

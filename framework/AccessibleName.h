@@ -19,3 +19,9 @@ void ClearAccessibleName(HWND window);
 using RowName = std::function<std::wstring(int row)>;
 void SetAccessibleRowNames(HWND list, RowName nameOf);
 void ClearAccessibleRowNames(HWND list);
+
+// Makes screen readers announce the window's present text at once, interrupting what they are saying
+// ("AutomationLiveSetting enumeration"). Call ClearAnnouncement before the window is destroyed. COM must be
+// initialised.
+void Announce(HWND window);
+void ClearAnnouncement(HWND window);

@@ -14,10 +14,10 @@ namespace {
 // Most texts fit, and are read in one message.
 constexpr std::size_t kFirstBufferSize = 260;
 
-// Typed by Ctrl+Backspace. The edit control would insert it (from knowledge).
+// Typed by Ctrl+Backspace. The edit control would insert it as a character (undocumented).
 constexpr wchar_t kDelete = 0x7F;
 
-// In screen coordinates; empty for null.
+// The window's rectangle in screen coordinates; empty for a null window.
 RECT WindowRect(HWND window)
 {
     RECT place{};
@@ -71,7 +71,8 @@ void CEdit::DeleteWordBeforeCaret() const
     SendMessage(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L""));
 }
 
-// Two cells of a spreadsheet come with a tab between them, which no file name can hold.
+// Replaces the default handling because copied spreadsheet cells are separated by tabs, which no file name
+// can contain.
 void CEdit::OnPaste()
 {
     if (std::optional<std::wstring> text = ReadClipboard(m_hWnd)) {
@@ -88,6 +89,24 @@ std::wstring CEdit::TextToPaste(std::wstring text) const
     return text;
 }
 
+const MessageMap* CComboBox::GetMessageMap() const
+{
+    static constexpr std::array kEntries{OnMessage<&CComboBox::OnMouseWheel>(WM_MOUSEWHEEL)};
+    static const MessageMap kMap{CWnd::GetMessageMap(), kEntries};
+    return &kMap;
+}
+
+// The system may send the wheel's message to the window under the pointer, even without the focus
+// ("SystemParametersInfoW function", SPI_SETMOUSEWHEELROUTING). A closed combo box would then change its
+// selection, unnoticed by a user who scrolls past. So its parent gets the message instead.
+LRESULT CComboBox::OnMouseWheel(WPARAM wParam, LPARAM lParam)
+{
+    if (SendMessage(CB_GETDROPPEDSTATE) != FALSE) {
+        return Default();
+    }
+    return ::SendMessageW(GetParent(m_hWnd), WM_MOUSEWHEEL, wParam, lParam);
+}
+
 std::wstring CComboBox::GetLBText(int index) const
 {
     const LRESULT length = SendMessage(CB_GETLBTEXTLEN, static_cast<WPARAM>(index));
@@ -99,9 +118,10 @@ std::wstring CComboBox::GetLBText(int index) const
     return text;
 }
 
-// A themed bar moves gradually to a greater position, and so lags behind; to a smaller position it moves at
-// once (undocumented). So the bar goes one position too far and back again. At the end of its range it cannot
-// go too far: there it goes one position back first, so that only the last step is gradual.
+// A themed bar moves gradually to a greater position, and so lags behind. It moves at once to a smaller
+// position (undocumented). So the bar is set one position too far and then back. At the end of the
+// range, which the bar cannot pass, it is set to the end, one position back and to the end again: only this
+// last step is gradual.
 void CProgressCtrl::SetPos(int position) const
 {
     if (const int before = GetPos(); before < position) {
@@ -182,7 +202,8 @@ std::wstring CListCtrl::GetItemText(int row, int column) const
     if (length + 1 < buffer.size()) {
         return {buffer.data(), length};
     }
-    // The control truncates silently ("LVM_GETITEMTEXT message"): a full buffer may not hold the whole text.
+    // The control truncates silently ("LVM_GETITEMTEXT message"): a full buffer may hold only a part of the
+    // text.
     std::wstring text(buffer.size(), L'\0');
     while (length + 1 >= text.size()) {
         text.resize(text.size() * 2);
@@ -229,8 +250,8 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
 }
 
 // While redraw is off, the control may validate a part of its header that has not been painted yet, and it
-// does not repaint a header that has moved. The destructor repairs both (observed; "WM_SETREDRAW message"
-// does not mention it).
+// does not repaint a header that has moved (observed; not mentioned in "WM_SETREDRAW message"). The
+// destructor repairs both.
 CRedrawPause::CRedrawPause(const CListCtrl& list)
     : m_list(list)
     , m_outermost(list.m_redrawPauses++ == 0)

@@ -10,7 +10,8 @@
 #include "framework/Handles.h"
 #include "framework/Wnd.h"
 
-// Thin wrappers of the common controls: a member sends the message, or calls the macro, of the same name.
+// Thin wrappers around the common controls. Most members send the message, or call the macro, of the same
+// name.
 
 class CStatic : public CWnd
 {
@@ -38,8 +39,8 @@ protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override;
     // Ctrl+Backspace deletes the word before the caret.
     LRESULT OnChar(WPARAM wParam, LPARAM lParam);
-    // What is inserted for the text on the clipboard: its first line, with blanks for other control
-    // characters.
+    // Returns what is inserted for the text on the clipboard: its first line, with each control character
+    // replaced with a blank.
     [[nodiscard]] virtual std::wstring TextToPaste(std::wstring text) const;
 
 private:
@@ -58,6 +59,12 @@ public:
     void SetCurSel(int index) const { SendMessage(CB_SETCURSEL, static_cast<WPARAM>(index)); }
     [[nodiscard]] int GetCurSel() const { return static_cast<int>(SendMessage(CB_GETCURSEL)); }
     [[nodiscard]] std::wstring GetLBText(int index) const;  // empty when there is no such entry
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override;
+
+private:
+    LRESULT OnMouseWheel(WPARAM wParam, LPARAM lParam);
 };
 
 class CProgressCtrl : public CWnd
@@ -161,9 +168,9 @@ private:
     mutable int m_redrawPauses = 0;
 };
 
-// Suspends the redrawing of a list view (WM_SETREDRAW). The destructor redraws the list view; its header only
-// if the header has moved or already needed redrawing when the pause began. A pause inside another does
-// nothing.
+// Suspends the redrawing of a list view (WM_SETREDRAW). The destructor redraws the list view. It redraws the
+// header only if the header has moved or already needed redrawing when the pause began. A pause inside
+// another does nothing.
 class CRedrawPause
 {
 public:

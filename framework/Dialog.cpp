@@ -73,7 +73,7 @@ bool CDialog::Create()
 
 // The dialog manager moves the default button with the focus only when it moves the focus itself
 // ("IsDialogMessageW function"). After SetFocus, and on some systems after a click, MoveDefaultButton has to
-// do it.
+// move the default button.
 bool CDialog::PreTranslateMessage(MSG& message)
 {
     if (message.message == WM_KEYDOWN && message.wParam == VK_RETURN) {
@@ -205,9 +205,9 @@ void CDialog::RunModalLoop()
     }
 }
 
-// The posted message wakes the loop. A message that another program sends does not end the loop's wait
-// ("GetMessage function"). Under Wine something else ends the wait soon after, so no test can show the need
-// for the posted message.
+// The posted WM_NULL wakes the loop. The handler of a message that another program sent may request the idle
+// call; GetMessage then goes on waiting after the handler returns ("GetMessage function"). Under Wine
+// something else ends the wait soon after, so no test can show the need for WM_NULL.
 void CDialog::RequestIdle()
 {
     if (!std::exchange(m_idleRequested, true)) {

@@ -14,7 +14,7 @@ public:
     // dialog could not be created.
     INT_PTR DoModal();
 
-    // Creates the dialog modeless. Returns false on failure.
+    // Creates the dialog as a modeless dialog. Returns false on failure.
     bool Create();
 
     // Passes messages to the dialog manager (IsDialogMessage). Enter presses the push button with the focus,

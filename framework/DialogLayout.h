@@ -37,8 +37,8 @@ public:
     // The width of the client area beyond that of the template, in pixels; at least 0.
     [[nodiscard]] int ExtraWidth() const;
 
-    // Handles WM_GETMINMAXINFO: the smallest size is that of the template, or that of the monitor's work area
-    // where the template's is larger.
+    // Handles WM_GETMINMAXINFO: the smallest size is that of the template, but neither wider nor higher than
+    // the monitor's work area.
     void LimitSize(MINMAXINFO& limits) const;
 
     // Makes the window no larger than its monitor's work area, and puts it inside.
@@ -68,7 +68,7 @@ private:
     {
         UINT dpi;
         SIZE mapped;    // an average character, in pixels, by MapDialogRect
-        SIZE measured;  // the same by the dialog's font
+        SIZE measured;  // the same, measured in the dialog's font
     };
 
     [[nodiscard]] SIZE Character() const;

@@ -83,8 +83,8 @@ public:
     // nevertheless. The destructor does not report errors.
     void Close();
 
-    // Flushes cached writes to disk, including those made through other handles (FlushFileBuffers). The file
-    // must be open for writing; does nothing when it is closed. Returns false on failure; true on file
+    // Flushes cached writes to disk, including those made through other handles (FlushFileBuffers). Returns
+    // false on failure, also for a file opened without modeWrite; true when the file is closed, and on file
     // systems without this operation, such as some network drives.
     [[nodiscard]] bool Flush();
 

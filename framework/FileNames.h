@@ -3,7 +3,8 @@
 #include <string>
 #include <string_view>
 
-// Compares two names, or two paths, as EqualFileNames does: negative, 0 or positive.
+// Compares two names, or two paths, as EqualFileNames does. Returns a negative number, 0 or a positive
+// number.
 [[nodiscard]] int CompareFileNames(std::wstring_view left, std::wstring_view right);
 
 // Whether two names, or two paths, are the same to the file system: compares case-insensitively by the

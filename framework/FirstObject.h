@@ -1,8 +1,8 @@
 #pragma once
 
-// Put it before the definition of an object at namespace scope, once in a program. The object's constructor
-// then runs before those of all other objects of the program. Initialisers of the runtime library itself may
-// run earlier.
+// Put CONSTRUCTED_FIRST before the definition of an object at namespace scope, once in a program. The
+// object's constructor then runs before those of all other objects of the program. Initialisers of the
+// runtime library itself may run earlier.
 #ifdef _MSC_VER
 // Warning 4073 reports just what is wanted: the object goes into the initialisation area of libraries, whose
 // objects are constructed before the program's.

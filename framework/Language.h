@@ -9,7 +9,7 @@ enum class Language
 };
 
 // The language flag of the process: non-zero is German, zero is English. The application object sets it once
-// at start; a user text is chosen when it is shown.
+// at start; the language of a user text is chosen when the text is shown.
 inline int g_nLanguage = 1;
 
 [[nodiscard]] constexpr Language LanguageOf(int flag)

@@ -8,7 +8,7 @@
 
 namespace {
 
-// A value of a class's LocalServer32 key, with environment references expanded; empty when it is missing.
+// A value of a class's LocalServer32 key, with environment variables expanded; empty when it is missing.
 std::wstring ReadServerValue(const CLSID& classId, const wchar_t* name)
 {
     std::array<wchar_t, 40> classText{};

@@ -12,6 +12,6 @@
 [[nodiscard]] std::wstring LongPath(const std::wstring& path);
 
 // Returns the full path of the program that a command line starts; empty when there is none. A path without
-// quotes may contain blanks: as in CreateProcessW, the shortest part before a blank that names a file is the
-// program.
+// quotes may contain blanks: as in CreateProcessW, the program is the shortest part of the line, up to a
+// blank or the end, that names a file.
 [[nodiscard]] std::wstring ImageOfCommandLine(const std::wstring& commandLine);

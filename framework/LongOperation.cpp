@@ -4,13 +4,21 @@ namespace {
 
 bool g_active = false;
 
+// Shutdown levels: the system asks the processes with the highest level first, and 0x280 is the default
+// ("SetProcessShutdownParameters function").
+constexpr DWORD kOwnLevel = 0x280;
+constexpr DWORD kAskedEarlier = 0x2FF;
+
 }  // namespace
 
-// Keeps the computer awake, but lets the screen turn off ("SetThreadExecutionState function").
+// Keeps the computer awake, but lets the screen turn off ("SetThreadExecutionState function"). Makes the
+// system ask this program before others: a program that was asked earlier and agreed ends even if this one
+// refuses ("WM_QUERYENDSESSION message"), and the operation may need that program.
 CLongOperation::CLongOperation(HWND window, const std::wstring& reason) : m_window(window)
 {
     constexpr std::size_t kLongestReason = MAX_STR_BLOCKREASON - 1;
     g_active = true;
+    SetProcessShutdownParameters(kAskedEarlier, 0);
     SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
     ShutdownBlockReasonCreate(m_window, reason.substr(0, kLongestReason).c_str());
 }
@@ -19,6 +27,7 @@ CLongOperation::~CLongOperation()
 {
     ShutdownBlockReasonDestroy(m_window);
     SetThreadExecutionState(ES_CONTINUOUS);
+    SetProcessShutdownParameters(kOwnLevel, 0);
     g_active = false;
 }
 

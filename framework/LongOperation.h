@@ -4,8 +4,9 @@
 
 #include <string>
 
-// While an object exists, the computer does not go to sleep when idle, and Windows shows the reason to a user
-// who ends the session. Create and destroy it on the window's thread; only one may exist at a time.
+// While an object exists, the computer does not go to sleep when idle. When the user ends the session,
+// Windows asks this program before others and shows the user the reason to wait. Create and destroy it on the
+// window's thread; only one may exist at a time.
 class CLongOperation
 {
 public:

@@ -12,7 +12,7 @@
 namespace {
 
 MessageListener g_listener;
-QuestionObserver g_questionObserver;
+MessageObserver g_observer;
 
 // The request of the open box, for the help callback, which has no user data ("MSGBOXPARAMSW structure").
 const MessageRequest* g_shown = nullptr;
@@ -49,10 +49,10 @@ bool IsQuestion(const MessageRequest& request)
     return (request.type & MB_TYPEMASK) == MB_YESNO;
 }
 
-void TellOfQuestion(const MessageRequest& request, bool open)
+void TellObserver(bool open)
 {
-    if (IsQuestion(request) && g_questionObserver) {
-        g_questionObserver(open);
+    if (g_observer) {
+        g_observer(open);
     }
 }
 
@@ -60,7 +60,7 @@ int ShowBox(const MessageRequest& request)
 {
     CWinApp* app = CWinApp::Get();
     if (app != nullptr) {
-        app->GetMessageFilter().HoldInput();  // input from before the box can be read
+        app->GetMessageFilter().HoldInput();  // so that earlier input does not answer the box
     }
     const std::wstring title = app != nullptr ? app->GetName() : std::wstring();
     MSGBOXPARAMSW parameters{};
@@ -93,8 +93,8 @@ int ShowMessage(const MessageRequest& request)
     if (CWinApp::IsSessionEnding()) {
         return IsQuestion(request) ? IDNO : IDOK;
     }
-    TellOfQuestion(request, true);
-    const CScopeExit answered([&request] { TellOfQuestion(request, false); });
+    TellObserver(true);
+    const CScopeExit answered([] { TellObserver(false); });
     if (g_listener) {
         if (const std::optional<int> button = g_listener(request)) {
             return *button;
@@ -108,7 +108,7 @@ MessageListener SetMessageListener(MessageListener listener)
     return std::exchange(g_listener, std::move(listener));
 }
 
-QuestionObserver SetQuestionObserver(QuestionObserver observer)
+MessageObserver SetMessageObserver(MessageObserver observer)
 {
-    return std::exchange(g_questionObserver, std::move(observer));
+    return std::exchange(g_observer, std::move(observer));
 }

@@ -27,8 +27,8 @@ int ShowMessage(const MessageRequest& request);
 using MessageListener = std::function<std::optional<int>(const MessageRequest&)>;
 MessageListener SetMessageListener(MessageListener listener);
 
-// Sets an observer that is called when a question (MB_YESNO) comes up and when it has been answered, so that
-// the taskbar button can show that the program waits. An empty function removes the observer. Returns the
-// previous observer.
-using QuestionObserver = std::function<void(bool open)>;
-QuestionObserver SetQuestionObserver(QuestionObserver observer);
+// Sets an observer that is called when a message comes up and when it has been answered, so that the taskbar
+// button can show that the program waits. An empty function removes the observer. Returns the previous
+// observer.
+using MessageObserver = std::function<void(bool open)>;
+MessageObserver SetMessageObserver(MessageObserver observer);

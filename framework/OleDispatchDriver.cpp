@@ -90,8 +90,8 @@ bool COleDispatchDriver::CreateDispatch(const std::wstring& progId, COleExceptio
     CLSID classId{};
     HRESULT status = CLSIDFromProgID(progId.c_str(), &classId);
     if (SUCCEEDED(status)) {
-        // Only servers on this machine: a remote server could not open our files. No in-process handlers,
-        // either: they are no automation objects.
+        // Only servers on this machine: a remote server could not open our files. In-process handlers
+        // (CLSCTX_INPROC_HANDLER) are left out, as they are no automation objects.
         status = m_dispatch.CreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER);
     }
     if (error != nullptr) {

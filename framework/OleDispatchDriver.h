@@ -13,8 +13,8 @@
 [[nodiscard]] _bstr_t MakeAutomationString(std::wstring_view text);
 
 // Holds a reference to an automation object and makes late-bound calls on it. A copy adds a reference. Throws
-// COleDispatchException when the server reports an exception, COleException for every other failure,
-// including a call without an attached object (E_POINTER), and nothing else.
+// COleDispatchException when the server reports an exception, and COleException for every other failure, such
+// as a call without an attached object (E_POINTER). It throws nothing else.
 class COleDispatchDriver
 {
 public:

@@ -11,8 +11,8 @@
 
 namespace {
 
-// Results of RetryRejectedCall. One of 100 or more is the delay in milliseconds before COM retries the call
-// ("IMessageFilter::RetryRejectedCall method").
+// Results of RetryRejectedCall. A result of 100 or more is the delay in milliseconds before COM retries the
+// call ("IMessageFilter::RetryRejectedCall method").
 constexpr DWORD kCancelCall = static_cast<DWORD>(-1);
 constexpr DWORD kTryAgainAfter = 250;
 
@@ -28,7 +28,9 @@ LONGLONG MadeAt(const MSG& message)
 }
 
 // The default handling of a press on a frame follows the mouse until the button is released
-// ("WM_NCLBUTTONDOWN message"). The release of a held press is past: it would wait for the next click.
+// ("WM_NCLBUTTONDOWN message"). The button of a held press is usually up by now; the default handling would
+// then wait for the next click. Of held input on a frame, only a press of the close button is kept, as its
+// command.
 std::optional<MSG> WithoutFramePress(MSG message)
 {
     const bool onFrame = message.message >= WM_NCLBUTTONDOWN && message.message <= WM_NCXBUTTONDBLCLK;
@@ -165,7 +167,7 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
     }
     if (!m_asking && !m_cancelsCalls) {
         PaintPendingWindows();
-        NoticePresses();  // each time, as NotePress takes the present time for that of the press
+        NoticePresses();  // each time: NotePress takes the present time as that of the press
         const LONGLONG now = Now();
         const LONGLONG stallsAt = StallsAt(now - tickCount);
         // No question without a press: long calls are normal, and the user may be away.

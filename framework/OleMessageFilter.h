@@ -56,18 +56,19 @@ public:
     void SetStalledCallHandler(CStalledCallHandler* handler);
 
     // To be called before each call to the server and each release of its objects. Once the user has given up
-    // a server that has not been ended, the filter cancels each call as soon as it waits.
+    // a server that has not been ended, the filter cancels each call as soon as the call waits.
     void PrepareCall() const;
 
-    // The user pressed a mouse button on a disabled window; the system queues no message for it.
+    // To be called when the user presses a mouse button on a disabled window: the system queues no message
+    // for such a press.
     void NotePress();
 
     // Takes keys and clicks out of the queue, so that a message box that opens now does not get them. Does
     // nothing without a handler.
     void HoldInput();
 
-    // Posts the held input again. Of presses on a window's frame only the close button's is left, as its
-    // command.
+    // Posts the held input again. Of input on a window's frame, only a press of the close button is posted,
+    // as its command (SC_CLOSE).
     void ReturnHeldInput();
 
     void DropHeldInput() { m_heldInput.clear(); }

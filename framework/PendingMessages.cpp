@@ -6,8 +6,8 @@ namespace {
 
 constexpr int kPaintsAtOnce = 100;
 
-// Returns false when the range has no message in the queue, or when a WM_QUIT came instead; it is posted
-// again.
+// Takes the next message of the range from the queue. Returns false when there is none, or when the system
+// returned WM_QUIT instead, which is posted again.
 bool TakePendingMessage(MSG& message, const MessageRange& range)
 {
     if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) == FALSE) {

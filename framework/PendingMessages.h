@@ -13,7 +13,7 @@ struct MessageRange
     UINT last;
 };
 
-// Keys, mouse buttons, wheels and touches, without the moves in between.
+// Keys, mouse buttons, wheels and touches, without the moves of mouse and pointer.
 inline constexpr std::array kPressesAndReleases{
     MessageRange{WM_KEYFIRST, WM_KEYLAST}, MessageRange{WM_LBUTTONDOWN, WM_MOUSELAST},
     MessageRange{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK}, MessageRange{WM_NCPOINTERDOWN, WM_NCPOINTERUP},
@@ -24,8 +24,8 @@ inline constexpr std::array kAllInput{MessageRange{WM_KEYFIRST, WM_KEYLAST},
                                       MessageRange{WM_NCMOUSEMOVE, WM_NCXBUTTONDBLCLK},
                                       MessageRange{WM_NCPOINTERUPDATE, WM_POINTERROUTEDRELEASED}};
 
-// Takes the messages of the ranges out of the thread's queue, whatever window they are for, and returns them
-// in the order in which they were made. A WM_QUIT comes through every range; it is posted again.
+// Takes the messages of the ranges out of the thread's queue, for any window, and returns them in the order
+// of their times. The system returns WM_QUIT for every range; it is posted again.
 std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
 
 // Whether the message is a key or a button that goes down, or a touch that begins.

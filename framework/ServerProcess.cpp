@@ -208,7 +208,7 @@ bool CServerProcess::Terminate()
     return WaitForSingleObject(m_process.get(), kEndTime) == WAIT_OBJECT_0;
 }
 
-// The living processes of an image, as far as this program may query them.
+// The running processes of an image, as far as this program may query them.
 std::vector<CServerProcess::Process> CServerProcess::ProcessesOf(const std::wstring& image)
 {
     std::vector<Process> processes;
@@ -274,7 +274,7 @@ void CServerProcess::Tie()
     }
 }
 
-// A process cannot leave its job, so the limit is taken from the job.
+// A process cannot leave its job, so the limit is removed from the job.
 void CServerProcess::Untie()
 {
     if (m_job != nullptr && SetJobLimits(m_job.get(), JOB_OBJECT_LIMIT_SILENT_BREAKAWAY_OK)) {

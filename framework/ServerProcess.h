@@ -9,8 +9,9 @@
 #include "framework/Handles.h"
 
 // The server process behind the connections to an automation class (LocalServer32). The object distinguishes
-// a server that this program started from one that was there before. It ends a server of the first kind
-// together with this program, and waits for its end. It never ends a server that others may use.
+// a server that this program started from one that was there before. A server that this program started ends
+// with this program; the object can also wait for its end or terminate it. The object never ends a server
+// that others may use.
 class CServerProcess
 {
 public:
@@ -38,7 +39,7 @@ public:
     // the server then no longer counts as started by this program, is not tied and is never ended.
     [[nodiscard]] bool IsOurs();
 
-    // To be called when the connection is released. From then on WasAlive asks for the server of this
+    // To be called when the connection is released. From then on WasAlive looks for the server of this
     // connection. isEnding: the server was asked to end; it is then no longer tied.
     void LetGo(bool isEnding);
 
@@ -47,12 +48,12 @@ public:
     // BeginRun count instead.
     [[nodiscard]] bool WasAlive() const;
 
-    // Waits for the end of a server that this program started, at most for a time in milliseconds, painting
-    // meanwhile. Returns whether it has ended; true at once for any other server.
+    // Waits until a server that this program started has ended, at most for `milliseconds`. Windows are
+    // painted meanwhile. Returns whether the server has ended; true at once for any other server.
     [[nodiscard]] bool WaitForEnd(DWORD milliseconds);
 
     // Ends a server that this program started, and waits at most five seconds until it is gone. Returns true
-    // if it has been ended or had ended by itself. Any other server lives on; the result is then false.
+    // if it is gone, even if it had ended by itself. Does nothing to any other server and returns false.
     bool Terminate();
 
 private:
@@ -61,7 +62,7 @@ private:
         DWORD id;
         DWORD parent;
         ULONGLONG created;    // as FILETIME
-        UniqueHandle handle;  // keeps the id from going to another process
+        UniqueHandle handle;  // keeps the system from reusing the id
     };
 
     [[nodiscard]] static std::vector<Process> ProcessesOf(const std::wstring& image);
@@ -73,8 +74,8 @@ private:
     void Forget();
 
     std::wstring m_image;  // of the class; empty when no program serves it
-    // The image's processes before the first attempt to connect, and the time of that attempt; none once
-    // connected.
+    // The image's processes before the first attempt to connect (none once connected), and the time of that
+    // attempt.
     std::optional<std::vector<Process>> m_before;
     ULONGLONG m_connectingSince = 0;
     bool m_wasAlive = false;         // what WasAlive looks for was alive at BeginConnect

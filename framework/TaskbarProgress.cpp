@@ -1,6 +1,13 @@
 #include "framework/TaskbarProgress.h"
 
+#include <algorithm>
 #include <utility>
+
+namespace {
+
+constexpr int kFull = 100;  // percent
+
+}  // namespace
 
 ITaskbarList3Ptr CTaskbarProgress::ShellTaskbar()
 {
@@ -33,6 +40,7 @@ void CTaskbarProgress::NoteMessage(UINT message)
 
 void CTaskbarProgress::ShowProgress(int percent)
 {
+    percent = std::min(percent, kFull);
     if (std::exchange(m_percent, percent) != percent || m_state != TBPF_NORMAL) {
         Show(TBPF_NORMAL);
     }
@@ -60,7 +68,6 @@ void CTaskbarProgress::Clear()
 // error fills the bar, as it could not be seen on an empty one ("ITaskbarList3::SetProgressState method").
 void CTaskbarProgress::Show(TBPFLAG state)
 {
-    constexpr int kFull = 100;
     m_state = state;
     if (!m_taskbar) {
         return;

@@ -10,7 +10,7 @@
 
 DECLARE_COM_POINTER(ITaskbarList3);
 
-// The progress of a long operation on the taskbar button of a window. Without a taskbar everything does
+// The progress of a long operation on the taskbar button of a window. Without a taskbar, all functions do
 // nothing. COM must be initialised.
 class CTaskbarProgress
 {
@@ -46,7 +46,7 @@ private:
     int m_percent = 0;
 };
 
-// Flashes the window and its taskbar button five times when another program is in front. If the flashing
-// lasted until the window is activated, it would go on after the user has activated a modal box of the window
+// Flashes the window and its taskbar button when another program is in front. It flashes only five times:
+// flashing until the window is activated would go on after the user has activated a modal box of the window
 // instead.
 void FlashInBackground(HWND window);

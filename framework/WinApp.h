@@ -31,7 +31,8 @@ public:
 
     // Returns the message filter's held input to the queue and dispatches one waiting message, if any. Keys
     // and clicks come first, so that cancelling does not wait for other messages: Escape takes effect at the
-    // first call, if it is the next key; a click on Cancel takes effect at the second.
+    // first call, if it is the next key; a click on Cancel takes effect at the second, as its press and its
+    // release are two messages.
     static void PumpPendingMessage();
 
     // Removes keyboard, mouse and pointer messages for all windows from the thread's queue.

@@ -42,7 +42,7 @@ public:
     // and binds this object, which must be unbound, to it. Returns false on failure.
     bool CreateChild(const wchar_t* windowClass, DWORD style, const RECT& place, const CWnd& parent, int id);
 
-    // Destroys the window, which unbinds the object. Returns false, and keeps both, on failure.
+    // Destroys the window, which unbinds the object. On failure returns false and changes nothing.
     virtual bool DestroyWindow();
 
     // Called before a queued message is dispatched: for the message's window and then for each parent up to

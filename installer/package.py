@@ -2,9 +2,9 @@
 """Makes the Windows Installer package of an edition: installer/package.py FOLDER VERSION german|english PACKAGE.msi
 
 FOLDER holds the files to install, as staged by tools/release. All times in the package are SOURCE_DATE_EPOCH. The same
-folder, version, edition and time give the same bytes: product code and package code are derived from these and the content.
-A product code derived from the version alone would not do: Windows Installer refuses a package that has the product code of
-the installed package but another package code (error 1638). Needs Debian's wixl and msitools.
+files, version, edition and time give the same bytes: product code and package code are derived from these. A product code
+derived from the version alone would not do: Windows Installer refuses a package that has the product code of the installed
+package but another package code (error 1638). Needs Debian's wixl and msitools.
 """
 import hashlib
 import os

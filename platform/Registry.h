@@ -12,7 +12,7 @@
 // The product's key; settings append their own path ("\\input", ...).
 inline constexpr wchar_t kProductKey[] = L"SOFTWARE\\Zelmar";
 
-// The data of a registry value in a private heap, with its size in bytes and its type. The operations that
+// The data of a registry value in a private heap, with its size in bytes and its type. The functions that
 // fill it return false and leave it empty when memory is short or the data is larger than a value can be.
 class CRegistryValue
 {
@@ -26,7 +26,7 @@ public:
     void Clear();
 
     // Reads a value of an open key into a buffer of `size` bytes. Also returns false when the value cannot be
-    // read or is larger.
+    // read or is larger than the buffer.
     [[nodiscard]] bool Read(HKEY key, const std::wstring& valueName, DWORD size);
 
     // A NUL-terminated text: REG_SZ, or REG_EXPAND_SZ when expandable.
@@ -44,7 +44,7 @@ public:
     // The text up to its NUL, or all whole characters when there is none.
     [[nodiscard]] std::wstring GetText() const;
 
-    // The type is REG_SZ, REG_EXPAND_SZ or REG_LINK.
+    // Whether the type is REG_SZ, REG_EXPAND_SZ or REG_LINK.
     [[nodiscard]] bool IsText() const;
 
     [[nodiscard]] const BYTE* Data() const { return m_data; }
@@ -65,10 +65,10 @@ private:
 class CRegistry
 {
 public:
-    // hive: a predefined hive, or an open key, of which this object takes ownership. The first access that
-    // finds or writes a value closes such a key, and every later access fails.
-    // view: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit ones see, 0 for the
-    // view of this process ("Accessing an Alternate Registry View").
+    // hive: a predefined hive or an open key. An open key is closed by the first access that finds a value or
+    // opens a sub-key for writing; every later access then fails.
+    // view: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit programs see, 0 for
+    // the view of this process ("Accessing an Alternate Registry View").
     explicit CRegistry(HKEY hive, REGSAM view = 0);
     virtual ~CRegistry() = default;
     CRegistry(const CRegistry&) = delete;

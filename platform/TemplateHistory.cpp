@@ -7,7 +7,8 @@
 
 namespace {
 
-// The limit of an edit control ("EM_SETLIMITTEXT message"): another program wrote a longer text.
+// What a user can type into an edit control ("EM_SETLIMITTEXT message"). Another program must have written a
+// longer text.
 constexpr std::size_t kLongestTemplate = 30'000;
 
 std::wstring HistoryKey()

@@ -9,11 +9,10 @@
 
 inline constexpr std::size_t kTemplateHistorySize = 10;
 
-// Returns these templates, the newest first: at most kTemplateHistorySize, all different. Values that are
-// missing, not a text, empty, or hold a control character or more characters than a template field takes are
-// left out.
+// Returns these templates, the newest first: at most kTemplateHistorySize, all different. Leaves out values
+// that are missing, empty, not a text, longer than a template field allows, or contain a control character.
 [[nodiscard]] std::vector<std::wstring> ReadTemplateHistory(int column);
 
 // Puts a template in front of the others, or moves it there. A text that ReadTemplateHistory would leave out
-// is not kept. What the registry refuses is lost without a message.
+// is not kept. A value that the registry refuses is lost without a message.
 void AddToTemplateHistory(int column, const std::wstring& text);

@@ -38,7 +38,7 @@ constexpr Text kMapFileNotWritten{
     L"FEHLER: Datei %1 kann nicht geschrieben werden!\nDie betroffenen Normteile fehlen in dieser Datei.",
     L"ERROR: File %1 cannot be written!\nThe standard parts concerned are missing from this file."};
 
-// A generated or edited name is always a file name; one from the map file may be anything.
+// A generated or edited name is always a file name; a name from the map file may be anything.
 constexpr Text kNoFileName{L"FEHLER: '%1' ist kein Dateiname!\nDas betroffene Normteil wird übergangen.",
                            L"ERROR: '%1' is not a file name!\nThe standard part concerned is skipped."};
 
@@ -192,7 +192,8 @@ std::optional<CConversionRun::End> CConversionRun::LoadCad()
     return EndAfter(m_cad.Connect());
 }
 
-// Releases SOLIDWORKS after a failed call, and then does the same as LoadCad.
+// Releases SOLIDWORKS after a failed call and connects again. Like LoadCad, checks the version and leaves the
+// cancel button disabled.
 std::optional<CConversionRun::End> CConversionRun::ReloadCad()
 {
     ReleaseCad();
@@ -270,8 +271,8 @@ void CConversionRun::CloseProgressAndCad()
 }
 
 // The main window is enabled as soon as the user has closed the message. Until the run has returned, the main
-// dialog drops commands. Input that comes while SOLIDWORKS is released is dropped here: an Enter would start
-// the next run.
+// dialog drops commands. Input that comes while SOLIDWORKS is being released is dropped here: an Enter would
+// start the next run.
 void CConversionRun::AbortRun(const std::wstring& message)
 {
     ShowMessage(message);
@@ -290,7 +291,7 @@ CConversionRun::Row CConversionRun::ReadRow(int index) const
     const std::wstring& folder = m_options.standardPartsFolder;
     std::wstring source = JoinPath(folder, entry.strOriginal);
     std::wstring target = CopyPath(folder, entry.strRenamed);
-    // Any other name could point to an arbitrary file; the map file is open during the run.
+    // A name that is not a bare file name could lead to any file; the map file itself is open during the run.
     const bool targetIsSafe =
         IsBareFileName(entry.strRenamed) && !EqualIgnoringCase(entry.strRenamed, kMapFileName);
     return {index,       std::move(entry), m_table.IsPending(index), std::move(source), std::move(target),
@@ -368,7 +369,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateCopy(const Row& row)
 {
     if (m_options.copyOnly) {
         ShowUpdateProgress(row);
-        ++m_done;  // for every row, pending or not
+        ++m_done;  // also for rows that are not pending, so the bar may be full early
         return std::nullopt;
     }
     return row.pending ? UpdateBomEntries(row) : std::nullopt;
@@ -400,7 +401,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
     return end;
 }
 
-// Marks the row, and processes a pending click on Cancel.
+// Marks the row and dispatches one pending message, a click on Cancel before others.
 void CConversionRun::FinishRow(const Row& row)
 {
     m_view.ShowProgress(OverallPosition(m_done, m_total));

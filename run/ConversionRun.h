@@ -28,8 +28,8 @@ struct ConversionOptions
 class CConversionRun
 {
 public:
-    // References must stay valid as long as the run. `server` is the same for all runs: a run waits for the
-    // server of the run before.
+    // References must stay valid as long as the run. `server` must be the same object for all runs: a run
+    // waits for the server of the run before.
     CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWorks& sldWorks, CServerProcess& server,
                    CConversionView& view, ConversionOptions options);
 
@@ -43,7 +43,7 @@ public:
     // unless the run was aborted: such a run enables it itself.
     void Run();
 
-    // What became of every row; to be taken once, after Run.
+    // Returns what became of every row. Call it once, after Run.
     [[nodiscard]] RunRecord TakeRecord() { return std::move(m_record); }
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a conversion run needs of the main dialog.
+// What a conversion run needs from the main dialog.
 class CConversionView
 {
 public:
@@ -11,15 +11,16 @@ public:
     virtual void ShowViewStatus(bool mapView) = 0;
 
     // Reloads the list from the map file, or from the standard-parts folder when there is no map file. If the
-    // map file cannot be read, shows a message and leaves the list empty.
+    // map file cannot be opened, shows a message and leaves the list empty.
     virtual void ReloadAfterCancel() = 0;
 
     // Enables a disabled window, drops the input that came meanwhile, brings the window to the top and sets
     // the focus to its list. An enabled window is only brought to the top.
     virtual void TakeInputAgain() = 0;
 
-    // Report the share of the rows done, in percent, and, before the run's last message, whether the run was
-    // aborted. The main dialog shows both on the taskbar button, for a user who works in another program.
+    // ShowProgress reports the share of the rows done, in percent. ShowRunEnd reports, before the run's last
+    // message, whether the run was aborted. The main dialog shows both on the taskbar button, for a user who
+    // works in another program.
     virtual void ShowProgress(int /*percent*/) {}
     virtual void ShowRunEnd(bool /*failed*/) {}
 

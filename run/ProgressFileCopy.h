@@ -15,15 +15,15 @@
 class CProgressFileCopy : public CDialog, public CProgressView
 {
 public:
-    // Creates and shows the dialog, with both bars from `lower` to `upper` and at `start`.
+    // Creates and shows the dialog. Both bars range from `lower` to `upper` and begin at `start`.
     CProgressFileCopy(CWnd* owner, int lower, int upper, int start);
 
     void SetFirstText(const std::wstring& text) override { m_strFirst = text; }
     void SetSecondText(const std::wstring& text) override { m_strSecond = text; }
     void SetThirdText(const std::wstring& text) override { m_strThird = text; }
 
-    // From this call on, notes about parts are passed to the recorder, which must outlive the dialog. Before
-    // it they are dropped.
+    // From this call on, passes notes about parts to the recorder, which must outlive the dialog. Earlier
+    // notes are dropped.
     void RecordTo(CRunRecorder& recorder) { m_recorder = &recorder; }
 
     // Sets the texts of the controls, and repaints the dialog and its owner unless they were repainted in the
@@ -39,8 +39,8 @@ public:
     [[nodiscard]] bool IsCancelled() const override { return m_nCancelled != 0; }
     void ClearCancelled() override { m_nCancelled = 0; }
 
-    // Enabling the button in the active dialog also sets the focus to it: a disabled button with the focus
-    // gets no keys, and Escape would stay without effect.
+    // In the active dialog, enabling the button also sets the focus to it. Otherwise keys would go nowhere
+    // after the focused button was disabled, and Escape would have no effect.
     void EnableCancel(bool enable) override;
 
     [[nodiscard]] bool IsSessionEnding() const override;

@@ -12,7 +12,7 @@
 
 namespace {
 
-// What there is to say about one row.
+// The errors or the warnings of one row.
 class CFindings
 {
 public:
@@ -38,6 +38,11 @@ constexpr Text kRowNotReached{L"Die Umsetzung endete vor dieser Zeile.",
                               L"The conversion ended before this row."};
 constexpr Text kNotOpened{L"SOLIDWORKS hat die Kopie nicht geöffnet (Code %1).",
                           L"SOLIDWORKS did not open the copy (code %1)."};
+constexpr Text kNotOpenedBecause{L"SOLIDWORKS hat die Kopie nicht geöffnet: %1 (Code %2).",
+                                 L"SOLIDWORKS did not open the copy: %1 (code %2)."};
+constexpr Text kNotOpenedWithoutReason{
+    L"SOLIDWORKS hat die Kopie nicht geöffnet und keinen Grund genannt (Code 0).",
+    L"SOLIDWORKS did not open the copy and gave no reason (code 0)."};
 constexpr Text kNoConfigurations{L"SOLIDWORKS nennt keine Konfiguration. Die Kopie wurde nicht gespeichert.",
                                  L"SOLIDWORKS names no configuration. The copy was not saved."};
 constexpr Text kUnnamedConfigurations{
@@ -76,6 +81,25 @@ constexpr std::array kFailedSteps{
     Text{L"Das Speichern schlug fehl: %1", L"Saving failed: %1"},
     Text{L"Das Schließen schlug fehl: %1", L"Closing failed: %1"}};
 
+struct OpenError
+{
+    unsigned long bit;
+    Text name;
+};
+
+// The code on opening is a set of bits. Their names come from the help of the automation interface
+// ("swFileLoadError_e Enumeration") and were never checked against SOLIDWORKS. Only the wording of the report
+// depends on them.
+constexpr std::array kOpenErrors{
+    OpenError{1, {L"allgemeiner Fehler", L"general error"}},
+    OpenError{2, {L"Datei nicht gefunden", L"file not found"}},
+    OpenError{1024, {L"falscher Dateityp", L"wrong file type"}},
+    OpenError{8192, {L"von einer neueren Version gespeichert", L"saved by a newer version"}},
+    OpenError{
+        65536,
+        {L"eine Datei mit demselben Titel ist schon offen", L"a file with the same title is open already"}},
+    OpenError{262144, {L"nicht genügend Ressourcen", L"not enough resources"}}};
+
 std::wstring Joined(const std::vector<std::wstring>& names)
 {
     std::wstring text;
@@ -85,7 +109,7 @@ std::wstring Joined(const std::vector<std::wstring>& names)
     return text;
 }
 
-// A message without its line breaks.
+// The message on one line: its line breaks become blanks.
 std::wstring OnOneLine(std::wstring_view message)
 {
     std::wstring line;
@@ -100,51 +124,72 @@ std::wstring OnOneLine(std::wstring_view message)
     return line;
 }
 
-void AddConfigurations(CFindings findings, const RunRow& row, const CadRecord& cad)
+void AddConfigurations(CFindings errors, const RunRow& row, const CadRecord& cad)
 {
     const std::wstring written = std::to_wstring(cad.written);
     const std::wstring all = std::to_wstring(cad.configurations);
     if (!row.unwritten.empty()) {
-        findings.Add(kUnwrittenConfigurations, {written, all, Joined(row.unwritten)});
+        errors.Add(kUnwrittenConfigurations, {written, all, Joined(row.unwritten)});
     } else if (!cad.failed && cad.configurations <= 0) {
-        findings.Add(kNoConfigurations);
+        errors.Add(kNoConfigurations);
     } else if (cad.written < cad.configurations && cad.step >= CadStep::writing) {
-        findings.Add(kUnnamedConfigurations, {written, all});
-    }
-    const std::wstring bomName = Trim(row.entry.strBomName);
-    if (cad.written > 1 && !bomName.empty() && bomName.find(L"%2") == std::wstring::npos) {
-        findings.Add(kOneNameForAll, {all});
+        errors.Add(kUnnamedConfigurations, {written, all});
     }
 }
 
-void AddCad(CFindings findings, const RunRow& row, const CadRecord& cad)
+// The words for the known bits of a code; empty when there are none. A negative code is not a set of bits.
+std::wstring OpenErrorsIn(long code)
+{
+    const auto bits = static_cast<unsigned long>(std::max(code, 0L));
+    std::vector<std::wstring> names;
+    for (const OpenError& error : kOpenErrors) {
+        if ((bits & error.bit) != 0) {
+            names.push_back(error.name.Current());
+        }
+    }
+    return Joined(names);
+}
+
+void AddNotOpened(CFindings errors, long code)
+{
+    const std::wstring reasons = OpenErrorsIn(code);
+    if (code == 0) {
+        errors.Add(kNotOpenedWithoutReason);
+    } else if (reasons.empty()) {
+        errors.Add(kNotOpened, {std::to_wstring(code)});
+    } else {
+        errors.Add(kNotOpenedBecause, {reasons, std::to_wstring(code)});
+    }
+}
+
+void AddCad(CFindings errors, const RunRow& row, const CadRecord& cad)
 {
     if (cad.failed) {
         const Text& text = kFailedSteps.at(static_cast<std::size_t>(cad.step));
-        findings.Add(text, {OnOneLine(row.reason)});
+        errors.Add(text, {OnOneLine(row.reason)});
     }
     if (cad.opened) {
-        AddConfigurations(findings, row, cad);
+        AddConfigurations(errors, row, cad);
     } else if (!cad.failed) {
-        findings.Add(kNotOpened, {std::to_wstring(cad.openCode)});
+        AddNotOpened(errors, cad.openCode);
     }
     if (cad.saveResult.value_or(0) != 0) {
-        findings.Add(kSaveReturned, {std::to_wstring(*cad.saveResult)});
+        errors.Add(kSaveReturned, {std::to_wstring(*cad.saveResult)});
     }
 }
 
-void AddOutcome(CFindings findings, const RunRow& row)
+void AddOutcome(CFindings errors, const RunRow& row)
 {
-    findings.AddIf(row.outcome == RowOutcome::notReached, kRowNotReached);
+    errors.AddIf(row.outcome == RowOutcome::notReached, kRowNotReached);
     if (row.outcome == RowOutcome::notCopied || row.outcome == RowOutcome::notRecorded) {
-        findings.AddMessage(OnOneLine(row.reason));
+        errors.AddMessage(OnOneLine(row.reason));
     }
     if (row.cad) {
-        AddCad(findings, row, *row.cad);
+        AddCad(errors, row, *row.cad);
     }
-    findings.AddIf(row.givenUp, kGivenUp);
-    findings.AddIf(row.cadReloaded, kReloaded);
-    findings.AddIf(row.cadLost, kLost);
+    errors.AddIf(row.givenUp, kGivenUp);
+    errors.AddIf(row.cadReloaded, kReloaded);
+    errors.AddIf(row.cadLost, kLost);
 }
 
 bool IsRecorded(const RunRow& row)
@@ -152,28 +197,36 @@ bool IsRecorded(const RunRow& row)
     return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
 }
 
-// The row as it was recorded.
+void AddOneNameForAll(CFindings warnings, const RunRow& row)
+{
+    const std::wstring bomName = Trim(row.entry.strBomName);
+    if (row.cad && row.cad->written > 1 && !bomName.empty() && bomName.find(L"%2") == std::wstring::npos) {
+        warnings.Add(kOneNameForAll, {std::to_wstring(row.cad->configurations)});
+    }
+}
+
+// The row as the map file was given it: without BOM name if files were copied only.
 UTtab_entry Recorded(const RunRow& row, bool copyOnly)
 {
     return {row.entry.strOriginal, row.entry.strRenamed, copyOnly ? std::wstring() : row.entry.strBomName};
 }
 
-void AddMapLine(CFindings findings, UTtab_entry entry, const FindingRules& rules)
+void AddMapLine(CFindings warnings, UTtab_entry entry, const FindingRules& rules)
 {
     const std::string line = FormatMapRecord(entry, rules.encoder);
     if (line.size() > kMapLineMaxBytes) {
-        findings.Add(kMapLineTooLong, {std::to_wstring(line.size()), std::to_wstring(kMapLineMaxBytes)});
+        warnings.Add(kMapLineTooLong, {std::to_wstring(line.size()), std::to_wstring(kMapLineMaxBytes)});
         return;
     }
     const std::optional<UTtab_entry> read = ReadMapRecord(line, rules.decode);
     if (!read) {
-        findings.Add(kMapLineUnreadable);
+        warnings.Add(kMapLineUnreadable);
         return;
     }
     // Blanks around a BOM name do not count: writing it into the part trims them, too.
     entry.strBomName = Trim(entry.strBomName);
     if (UTtab_entry{read->strOriginal, read->strRenamed, Trim(read->strBomName)} != entry) {
-        findings.Add(kMapLineChanged, {read->strOriginal, read->strRenamed, read->strBomName});
+        warnings.Add(kMapLineChanged, {read->strOriginal, read->strRenamed, read->strBomName});
     }
 }
 
@@ -187,7 +240,7 @@ void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRule
     }
     for (const SameName& same : FindSameNames(std::move(copies), rules.compareNames)) {
         const RunRow other = run.rows.at(same.otherRow);
-        CFindings(findings[same.row]).Add(kSameName, {other.entry.strOriginal});
+        CFindings(findings[same.row].warnings).Add(kSameName, {other.entry.strOriginal});
     }
 }
 
@@ -199,9 +252,11 @@ RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules)
     AddSameNames(findings, run, rules);
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
         const RunRow content = run.rows.at(row);
-        AddOutcome(CFindings(findings[row]), content);
+        AddOutcome(CFindings(findings[row].errors), content);
+        const CFindings warnings(findings[row].warnings);
+        AddOneNameForAll(warnings, content);
         if (IsRecorded(content)) {
-            AddMapLine(CFindings(findings[row]), Recorded(content, run.copyOnly), rules);
+            AddMapLine(warnings, Recorded(content, run.copyOnly), rules);
         }
     }
     return findings;

@@ -15,7 +15,20 @@ struct FindingRules
     NameOrder compareNames;
 };
 
-// Why each row of a run needs attention, as sentences in the language of the process; none for a row that
-// turned out as the user wants it. Takes n log n time for n rows.
-using RunFindings = std::vector<std::vector<std::wstring>>;
+// Why a row needs attention, as sentences in the language of the process; none when the row turned out as the
+// user wants it.
+struct RowFindings
+{
+    // The row was not converted, or perhaps not completely.
+    std::vector<std::wstring> errors;
+    // It was converted by the rules, but perhaps not as the user wants it.
+    std::vector<std::wstring> warnings;
+
+    [[nodiscard]] bool HasFailed() const { return !errors.empty(); }
+    [[nodiscard]] bool IsOnlyWarnedAbout() const { return errors.empty() && !warnings.empty(); }
+    [[nodiscard]] bool NeedsAttention() const { return !errors.empty() || !warnings.empty(); }
+};
+
+// One element for each row of the run. FindingsOf takes n log n time for n rows.
+using RunFindings = std::vector<RowFindings>;
 [[nodiscard]] RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules);

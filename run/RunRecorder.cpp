@@ -100,7 +100,7 @@ CadRecord& CRunRecorder::Cad()
     return cad ? *cad : cad.emplace();
 }
 
-// Only the unwritten names are kept: a library has many thousand configurations.
+// Only the unwritten names are kept: a library has many thousands of configurations.
 void CRunRecorder::KeepUnwrittenNames()
 {
     const std::size_t written = m_row.cad ? static_cast<std::size_t>(m_row.cad->written) : 0;

@@ -13,13 +13,13 @@
 class CRunRecorder
 {
 public:
-    // `run` has its folder, its SOLIDWORKS version or copyOnly, and its start.
+    // `run` must have its folder, its start, and either copyOnly or the year of SOLIDWORKS.
     void BeginRun(RunRecord run);
 
     void BeginRow(const UTtab_entry& entry);
     // `reason`: why the row was not copied or recorded.
     void SetOutcome(RowOutcome outcome, std::wstring reason = {});
-    // `givenUpCalls`: how many calls the user has given up in the run so far.
+    // `givenUpCalls`: how many stalled calls were given up in the run so far.
     void EndRow(int givenUpCalls);
 
     // SOLIDWORKS begins a step on the copy of the current row.

@@ -15,13 +15,15 @@ namespace {
 
 constexpr Text kLanguageCode{L"de", L"en"};
 constexpr Text kTitle{L"Bericht der Umsetzung", L"Conversion report"};
-constexpr Text kSomeRows{L"%1 von %2 Zeilen brauchen Aufmerksamkeit.", L"%1 of %2 rows need attention."};
+constexpr Text kSomeRows{L"Zeilen: %1, mit Fehlern: %2, nur mit Warnungen: %3.",
+                         L"Rows: %1, with errors: %2, with warnings only: %3."};
 constexpr Text kNoRows{L"Keine Zeile braucht Aufmerksamkeit.", L"No row needs attention."};
-constexpr Text kAttention{L"Was Aufmerksamkeit braucht", L"What needs attention"};
+constexpr Text kErrors{L"Fehler", L"Errors"};
+constexpr Text kWarnings{L"Warnungen", L"Warnings"};
 constexpr Text kTheRun{L"Der ganze Lauf", L"The whole run"};
 constexpr Text kAllRows{L"Alle Zeilen", L"All rows"};
 
-// Columns besides those of the table
+// Columns besides those of the conversion table
 constexpr Text kNumber{L"Nr.", L"No."};
 constexpr Text kResult{L"Ergebnis", L"Result"};
 constexpr Text kNote{L"Hinweis", L"Note"};
@@ -197,7 +199,7 @@ public:
 private:
     void Head();
     void Summary();
-    void Attention();
+    void Attention(const Text& title, bool (RowFindings::*isListed)() const);
     void WholeRun(std::wstring_view programVersion);
     void Results();
     void AllRows();
@@ -206,13 +208,12 @@ private:
     void AttentionRow(std::size_t row);
     void Row(std::size_t row);
     void CadCells(const RunRow& row);
-    void Names(const RunRow& row);
     void Fact(const Text& name, const std::wstring& value);
     void Count(const Text& name, std::size_t count);
     void Cell(std::wstring_view text, const char* tag = "<td>");
+    void Items(const std::vector<std::wstring>& texts);
     void Isolated(std::wstring_view text);
     void Words(const Text& text) { AppendHtml(m_html, text.Current()); }
-    [[nodiscard]] bool NeedsAttention(std::size_t row) const { return !m_findings[row].empty(); }
 
     const RunRecord& m_run;
     const RunFindings& m_findings;
@@ -223,7 +224,8 @@ std::string CPage::Build(std::wstring_view programVersion)
 {
     Head();
     Summary();
-    Attention();
+    Attention(kErrors, &RowFindings::HasFailed);
+    Attention(kWarnings, &RowFindings::IsOnlyWarnedAbout);
     WholeRun(programVersion);
     AllRows();
     m_html += "</main>\n<script>";
@@ -260,22 +262,25 @@ void CPage::Summary()
     Words(kTitle);
     m_html += "</h1>\n<p>";
     AppendHtml(m_html, DateAndTime(m_run.start) + L" – ");
-    const std::size_t rows = m_findings.size();
-    const auto count = std::ranges::count_if(m_findings, [](const auto& each) { return !each.empty(); });
-    AppendHtml(m_html, count == 0 ? kNoRows.Current()
-                                  : FillPlaceholders(kSomeRows.Current(),
-                                                     {std::to_wstring(count), std::to_wstring(rows)}));
+    const auto failed = std::ranges::count_if(m_findings, &RowFindings::HasFailed);
+    const auto warned = std::ranges::count_if(m_findings, &RowFindings::IsOnlyWarnedAbout);
+    AppendHtml(m_html, failed + warned == 0
+                           ? kNoRows.Current()
+                           : FillPlaceholders(kSomeRows.Current(),
+                                              {std::to_wstring(m_findings.size()), std::to_wstring(failed),
+                                               std::to_wstring(warned)}));
     m_html += "</header>\n<main>\n";
 }
 
-void CPage::Attention()
+// A table of the rows for which `isListed` holds; no table if there are none.
+void CPage::Attention(const Text& title, bool (RowFindings::*isListed)() const)
 {
-    if (std::ranges::all_of(m_findings, [](const auto& each) { return each.empty(); })) {
+    if (std::ranges::none_of(m_findings, isListed)) {
         return;
     }
-    BeginTable(kAttention, "wide", {kNumber, kColumnHeaders[0], kColumnHeaders[1], kResult, kNote});
+    BeginTable(title, "wide", {kNumber, kColumnHeaders[0], kColumnHeaders[1], kResult, kNote});
     for (std::size_t row = 0; row < m_findings.size(); ++row) {
-        if (NeedsAttention(row)) {
+        if ((m_findings[row].*isListed)()) {
             AttentionRow(row);
         }
     }
@@ -335,7 +340,7 @@ void CPage::AllRows()
     m_html += "</table>\n";
 }
 
-// `kind`: its classes in the style sheet.
+// `kind`: the table's classes in the style sheet.
 void CPage::BeginTable(const Text& title, const char* kind, std::initializer_list<Text> headers)
 {
     m_html += "<h2>";
@@ -359,9 +364,8 @@ void CPage::AttentionRow(std::size_t row)
     Isolated(content.entry.strRenamed);
     Cell(kOutcomes.at(static_cast<std::size_t>(content.outcome)).Current());
     m_html += "<td><ul>";
-    for (const std::wstring& finding : m_findings[row]) {
-        Cell(finding, "<li>");
-    }
+    Items(m_findings[row].errors);
+    Items(m_findings[row].warnings);
     m_html += "</ul>\n";
 }
 
@@ -386,7 +390,7 @@ void CPage::Row(std::size_t row)
     CadCells(content);
     Cell(Seconds(content.duration));
     m_html += "<td>";
-    if (NeedsAttention(row)) {
+    if (m_findings[row].NeedsAttention()) {
         m_html += "<a href=\"#row" + number + "\">";
         Words(kSeeNote);
         m_html += "</a>";
@@ -425,6 +429,13 @@ void CPage::Cell(std::wstring_view text, const char* tag)
 {
     m_html += tag;
     AppendHtml(m_html, text);
+}
+
+void CPage::Items(const std::vector<std::wstring>& texts)
+{
+    for (const std::wstring& text : texts) {
+        Cell(text, "<li>");
+    }
 }
 
 // The bdi element keeps right-to-left characters in a name from reordering the rest of the row.

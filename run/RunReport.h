@@ -5,12 +5,13 @@
 
 #include "run/RunFindings.h"
 
-// Returns the report of a run as one HTML page in UTF-8 and in the language of the process: what needs
-// attention, the run as a whole, all rows. The page loads nothing, and can be read without its script, which
-// only sorts. `findings` must be those of the run. The time is linear in the number of rows.
+// Returns the report of a run as one HTML page in UTF-8 and in the language of the process: the rows with
+// errors, the rows with warnings only, the run as a whole, all rows. The page loads nothing, and can be read
+// without its script, which only sorts. `findings` must be those of the run. The time is linear in the number
+// of rows.
 [[nodiscard]] std::string RunReportPage(const RunRecord& run, const RunFindings& findings,
                                         std::wstring_view programVersion);
 
-// Appends a text to HTML in UTF-8, for an element or a quoted attribute. Control characters and halves of
-// surrogate pairs, which HTML cannot hold, are replaced by visible signs.
+// Appends a text to HTML in UTF-8, for an element or a quoted attribute. Control characters and unpaired
+// surrogates, which HTML cannot hold, are replaced with visible signs.
 void AppendHtml(std::string& html, std::wstring_view text);

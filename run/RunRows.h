@@ -18,7 +18,7 @@ enum class RowOutcome : std::uint8_t
     recordedOnly,  // was not pending
     notCopied,
     notRecorded,  // the map file could not be written; a pending row's file has been copied
-    notReached    // the run ended before
+    notReached    // the run ended before this row
 };
 
 // What SOLIDWORKS did with one copy. The numbers come from the automation interface.
@@ -30,7 +30,7 @@ struct CadRecord
     long configurations = 0;                        // as SOLIDWORKS counts them; may be negative
     int written = 0;                                // configurations
     std::optional<long> saveResult = std::nullopt;  // none when it was not saved, or Save returned no number
-    bool failed = false;                            // a call of this step failed
+    bool failed = false;                            // a call of `step` failed
 
     bool operator==(const CadRecord&) const = default;
 };
@@ -39,9 +39,9 @@ struct RunRow
 {
     UTtab_entry entry;  // as the table had it
     RowOutcome outcome = RowOutcome::notReached;
-    bool cadReloaded = false;                     // after a failed call
-    bool cadLost = false;                         // it could not be loaded again
-    bool givenUp = false;                         // the user stopped waiting for a call
+    bool cadReloaded = false;                     // SOLIDWORKS was loaded again after a failed call
+    bool cadLost = false;                         // SOLIDWORKS could not be loaded again
+    bool givenUp = false;                         // a stalled call was given up
     std::optional<CadRecord> cad = std::nullopt;  // none when SOLIDWORKS had nothing to do with the row
     std::vector<std::wstring> unwritten;          // names of the configurations without their BOM name
     std::wstring reason;  // why the row was not copied or recorded, or the failed call's error
@@ -50,8 +50,8 @@ struct RunRow
     bool operator==(const RunRow&) const = default;
 };
 
-// The rows of a run. They are packed into one sequence of bytes: a library has many thousand rows, and most
-// of them hold little besides their names.
+// The rows of a run, packed into one sequence of bytes: a library has many thousands of rows, and most of
+// them hold little besides their names.
 class CRunRows
 {
 public:

@@ -5,7 +5,7 @@
 #include "framework/Handles.h"
 #include "framework/Language.h"
 
-// The context menu of one generated column, in the language that is current when it is made.
+// The context menu of one generated column, in the language that is current when the menu is made.
 class CColumnMenu
 {
 public:

@@ -138,7 +138,7 @@ int CConvList::HeaderHeight() const
 // ---- Windows messages
 
 // Scrolling ends an open edit. SB_ENDSCROLL (the release of the scroll bar) must not move the focus: a
-// message about the typed folder may just have returned it to the folder field.
+// message about the typed folder may just have returned the focus to the folder field.
 LRESULT CConvList::OnScroll(WPARAM wParam, LPARAM)
 {
     if (LOWORD(wParam) != SB_ENDSCROLL) {
@@ -202,13 +202,13 @@ LRESULT CConvList::OnLButtonDblClk(WPARAM, LPARAM lParam)
 
 LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
 {
-    EndEdit();  // before the menu comes
+    EndEdit();  // before the menu opens
     POINT point{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
     const std::optional<int> column = ColumnAt(point.x);
     if (!column) {
         return Default();
     }
-    // Below the last row the column's number serves as the row: see docs/decisions.md.
+    // Below the last row, the column's number is used as the row: see docs/decisions.md.
     const Cell cell{RowAt(point).value_or(*column), *column};
     SelectAndFocus(cell.row);
     CColumnMenu::Command command = CColumnMenu::none;
@@ -217,7 +217,7 @@ LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
         command = MenuOf(cell.column).Show(m_hWnd, point);
     }
     // The default handling tells a click from a drag and dispatches posted messages meanwhile ("DragDetect
-    // function"), so the command, which acts on the selection, comes last.
+    // function"), so the command, which acts on the selection, is performed afterwards.
     const LRESULT result = DefaultKeepingSelection(lParam);
     Perform(command, cell);
     return result;
@@ -235,7 +235,7 @@ LRESULT CConvList::OnContextMenu(WPARAM, LPARAM lParam)
     return 0;
 }
 
-// When the list closed because the focus moved elsewhere, the focus stays there.
+// When the drop-down list closed because the focus moved elsewhere, the focus stays there.
 void CConvList::OnInPlaceListClosed()
 {
     if (::GetFocus() == GetDlgItem(IDC_IN_PLACE_LIST)) {
@@ -249,9 +249,9 @@ LRESULT CConvList::OnHeaderBeginDrag(NMHDR&)
     return EndEditInPress() ? TRUE : Default();
 }
 
-// Ends an open edit while the mouse button is held. Returns whether it is so no longer: a message box about
-// the text has swallowed the release. A drag must not begin then; it would follow the mouse until the next
-// click.
+// Ends an open edit. Returns whether the left mouse button was down before and is up afterwards: a message
+// box about the text has then swallowed the release. No drag may begin then: it would follow the mouse until
+// the next click.
 bool CConvList::EndEditInPress()
 {
     const bool wasHeld = IsDown(VK_LBUTTON);
@@ -270,7 +270,7 @@ LRESULT CConvList::OnHeaderItemChanging(NMHDR& header)
     return Default();
 }
 
-// A new width moves the column lines below the last row.
+// Redraws the list below the last row: a new width moves the column lines there.
 LRESULT CConvList::OnHeaderItemChanged(NMHDR& header)
 {
     const LRESULT result = Default();
@@ -335,8 +335,8 @@ std::optional<RECT> CConvList::RevealCell(int row, int column) const
     return place;
 }
 
-// Scrolls an existing column into view and returns its place. Shows the left end of one that is wider than
-// the list.
+// Scrolls an existing column into view and returns its place. If the column is wider than the list, shows its
+// left end.
 CConvList::ColumnPlace CConvList::RevealColumn(int column) const
 {
     const int width = GetClientRect().right;
@@ -369,8 +369,9 @@ const CColumnMenu& CConvList::MenuOf(int column) const
     return m_menus[column == kColumnRenamed ? 0 : 1];
 }
 
-// Opens the menu at the focused row's cell. Shift is taken by Shift+F10, so Ctrl selects the second menu.
-// Without a focused row the menu opens below the header; its template commands need no row.
+// Opens the menu of a generated column at its cell in the focused row. Ctrl selects the menu of the BOM
+// names, as Shift is already part of Shift+F10. Without a focused row the menu opens below the header; its
+// template commands need no row.
 void CConvList::ShowMenuByKeyboard(bool bomNames)
 {
     const int column = bomNames ? kColumnBomName : kColumnRenamed;
@@ -404,7 +405,7 @@ void CConvList::Perform(CColumnMenu::Command command, const Cell& cell)
     }
 }
 
-// Lets the user change the column's template, or the cell's text if none is stored.
+// Lets the user change the column's template. If none is stored, the dialog starts with the cell's text.
 void CConvList::EditTemplate(const Cell& cell)
 {
     CDlgTemplate dialog(g_nLanguage, cell.column,

@@ -87,12 +87,13 @@ bool CDlgTemplate::OnInitDialog()
 
 void CDlgTemplate::OnOK()
 {
-    const std::wstring before = std::exchange(m_strText, m_wndText.GetWindowText());
-    if (IsRefused(m_strText)) {
+    std::wstring text = m_wndText.GetWindowText();
+    if (IsRefused(text)) {
         ShowMessage(kRefused.In(m_language), MB_OK | MB_ICONINFORMATION);
         m_wndText.FocusAndSelectAll();
         return;
     }
+    const std::wstring before = std::exchange(m_strText, std::move(text));
     if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
         if (WriteTemplate(m_nColumn, m_strText)) {  // a failure is not reported
             AddToTemplateHistory(m_nColumn, before);
@@ -110,8 +111,9 @@ void CDlgTemplate::FillHistory() const
     }
 }
 
-// The entry that is chosen already changes no selection, but is to replace an edited text, too. The field's own
-// undo gets that text back: the wheel and the arrow keys choose in passing.
+// CBN_SELENDOK also comes when the user chooses the entry that is already selected, which must replace an
+// edited text, too. The replaced text can be restored with the field's own undo: the wheel and the arrow keys
+// choose entries in passing.
 void CDlgTemplate::OnHistoryChosen()
 {
     const int chosen = m_wndHistory.GetCurSel();
@@ -138,8 +140,8 @@ void CDlgTemplate::ShowSampleName() const
     ::SendMessageW(GetDlgItem(IDC_TEMPLATE_PREVIEW), EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
 }
 
-// Moves up the texts of the rows below. The controls themselves stay: if they were moved, the dialog manager
-// would move them back when the DPI changes ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration").
+// Moves the texts of the rows below up by one row and hides the last row. The controls are not moved: the
+// dialog manager would move them back when the DPI changes ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration").
 void CDlgTemplate::RemoveFromLegend(int fillIn) const
 {
     for (int column = 0; column < kLegendColumns; ++column) {

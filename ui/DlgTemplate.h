@@ -7,7 +7,7 @@
 #include "framework/Language.h"
 
 // The dialog in which the user views and changes the name template of a generated column, with a legend of
-// the fill-ins and a preview. OK stores the template; existing names stay.
+// the fill-ins and a preview. OK stores the template; existing names do not change.
 class CDlgTemplate : public CDialog
 {
 public:

@@ -8,7 +8,7 @@
 
 #include "files/PickedFiles.h"
 
-// Lets a window take files that are dropped onto it (WM_DROPFILES), also from programs with fewer rights.
+// Lets a window accept files that are dropped onto it (WM_DROPFILES), also from programs with fewer rights.
 void AcceptDroppedFiles(HWND window);
 
 // Reads and frees what was dropped. Returns the part files of one folder, or one folder with no names;

@@ -28,7 +28,7 @@ LRESULT CEditSourceDir::OnGetDlgCode(WPARAM wParam, LPARAM)
     return DefaultWindowProc(WM_GETDLGCODE, wParam, 0);
 }
 
-// "Copy as path" of the Explorer puts the path in quotes, which no path can hold.
+// Explorer's "Copy as path" puts the path in quotes; no path can contain quotes.
 std::wstring CEditSourceDir::TextToPaste(std::wstring text) const
 {
     text = CEdit::TextToPaste(std::move(text));

@@ -53,9 +53,8 @@ struct ShellFree
     void operator()(pointer items) const { CoTaskMemFree(items); }
 };
 
-// Keeps the folder picker open for a mistyped folder. Without this, the folder selected in its tree would
-// count
-// ("BFFCALLBACK callback function").
+// Keeps the folder picker open for a mistyped folder. Without this, the picker would return the folder
+// selected in its tree ("BFFCALLBACK callback function").
 int CALLBACK OnPickerEvent(HWND /*picker*/, UINT event, LPARAM /*parameter*/, LPARAM /*data*/)
 {
     if (event != BFFM_VALIDATEFAILEDW) {
@@ -73,8 +72,8 @@ bool ShowFileDialog(OPENFILENAMEW& request, FileDialogFunction& show)
     if (show(&request) != FALSE) {
         return true;
     }
-    // The pattern in the buffer is no file name, so the dialog may not open ("CommDlgExtendedError
-    // function").
+    // The buffer's initial pattern is no file name, so the dialog may have refused to open
+    // ("CommDlgExtendedError function").
     if (CommDlgExtendedError() != FNERR_INVALIDFILENAME) {
         return false;
     }
@@ -82,8 +81,8 @@ bool ShowFileDialog(OPENFILENAMEW& request, FileDialogFunction& show)
     return show(&request) != FALSE;
 }
 
-// The user's folder for documents; empty when it cannot be told. Without a folder the dialog may open in the
-// working folder, which is the program's own ("OPENFILENAMEW structure").
+// The user's folder for documents; empty when the system does not return it. Without a folder the dialog may
+// open in the working folder, which is the program's own ("OPENFILENAMEW structure").
 std::wstring DocumentsFolder()
 {
     wchar_t* path = nullptr;
@@ -99,8 +98,8 @@ std::wstring WorkingFolder()
     return folder;
 }
 
-// Shows a file dialog, starting in the folder; the system chooses when that is empty. Returns the buffer that
-// the dialog has filled; none when the user cancelled.
+// Shows a file dialog, starting in the folder; the system chooses a folder when `folder` is empty. Returns
+// the buffer that the dialog has filled; none when the user cancelled.
 std::optional<std::wstring> Pick(HWND owner, const std::wstring& folder, const FileDialog& dialog,
                                  FileDialogFunction& show)
 {

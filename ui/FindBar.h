@@ -6,11 +6,11 @@
 #include "ui/ConvList.h"
 #include "ui/StatusLine.h"
 
-// The find field beside the status line, hidden until Ctrl+F. While the user types, it goes to the first row,
-// from the focused row on, that contains the text in any column, ignoring case; after the last row it goes on
-// with the first. Enter and F3 go to the next such row, with Shift to the previous one. Escape closes the
-// field. The field keeps Enter and Escape to itself, or they would press the default button and close the
-// dialog.
+// The find field beside the status line, hidden until Ctrl+F. While the user types, the list selects the
+// first row that contains the text in any column, ignoring case. The search starts at the focused row and
+// wraps around at the end of the list. Enter and F3 go to the next such row, with Shift to the previous one.
+// Escape closes the field. The field keeps Enter and Escape to itself, or they would press the default button
+// and close the dialog.
 class CFindBar : public CEdit
 {
 public:

@@ -124,7 +124,7 @@ void CInPlaceEdit::GrowToText() const
     ShowAsMuchAsPossible();
 }
 
-// While the edit was too narrow, its text scrolled; scrolls back to the start.
+// While the edit was too narrow, its text scrolled. Scrolls it back as far as the caret stays visible.
 void CInPlaceEdit::ShowAsMuchAsPossible() const
 {
     DWORD start = 0;

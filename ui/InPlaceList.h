@@ -13,7 +13,7 @@ class CInPlaceList : public CComboBox
 public:
     // Opens an editor for the cell at a place in the list's client area, with the cell's text chosen if it is
     // among the choices. Does nothing when the window cannot be created. On CBN_CLOSEUP of IDC_IN_PLACE_LIST
-    // the list must take the focus.
+    // the list view must take the focus.
     static void Open(const CListCtrl& list, int row, int column, const RECT& place,
                      const std::vector<std::wstring>& choices);
 

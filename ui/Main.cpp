@@ -6,9 +6,9 @@
 namespace {
 
 // Restricts the DLL search to the system folder ("SetDefaultDllDirectories function"): a DLL planted in the
-// program's, the working or a PATH folder is never loaded. DLLs loaded by full path, such as shell
-// extensions, are not affected. This constructor must be the first of the process, because later ones already
-// load DLLs: the stack protector loads one for its random number.
+// program's folder, the working folder or a folder of PATH is never loaded. DLLs loaded by full path, such as
+// shell extensions, are not affected. This constructor must be the first of the process, because later ones
+// already load DLLs: the stack protector loads one for its random number.
 class CSystemFolderOnly
 {
 public:

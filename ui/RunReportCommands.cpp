@@ -11,6 +11,7 @@
 #include "core/NameTemplate.h"
 #include "files/Folders.h"
 #include "files/MapCodePage.h"
+#include "files/Paths.h"
 #include "framework/File.h"
 #include "framework/FileNames.h"
 #include "framework/Language.h"
@@ -26,13 +27,13 @@ constexpr Text kNotWritten{L"Der Bericht kann nicht geschrieben werden.\n%1.",
                            L"The report cannot be written.\n%1."};
 constexpr Text kNotOpened{L"Der Bericht '%1' kann nicht angezeigt werden.",
                           L"The report '%1' cannot be shown."};
-constexpr Text kNotInList{L"Keine der Zeilen, die Aufmerksamkeit brauchen, steht in der Liste.",
-                          L"None of the rows that need attention is in the list."};
+constexpr Text kNotInList{L"Zu markierende Zeilen, die nicht in der Liste sind: %1 von %2",
+                          L"Rows to select that are not in the list: %1 of %2"};
 
-constexpr int kMostReports = 1000;           // whose runs began in the same minute
+constexpr int kMostReports = 1000;           // of runs that began in the same minute
 constexpr INT_PTR kShellExecuteFailed = 32;  // or less ("ShellExecuteW function")
 
-// With a backslash at its end; empty when the system names none.
+// The folder's path with a backslash at its end; empty when the system returns none.
 std::wstring TemporaryFolder()
 {
     std::array<wchar_t, MAX_PATH + 1> path{};
@@ -77,20 +78,23 @@ void WriteAndClose(CFile& file, const std::string& page, const std::wstring& pat
     }
 }
 
-// Selects the rows with these original file names and no others, and focuses the first of them. Returns the
-// number of that row, or -1.
-int SelectRows(const CConversionTable& table, const std::unordered_set<std::wstring>& names)
+// Selects the rows with these original file names and no others, and focuses the first of them. Returns how
+// many of the names are not in the table.
+std::size_t SelectRows(const CConversionTable& table, const std::unordered_set<std::wstring>& names)
 {
     const CRedrawPause pause(table);
+    std::unordered_set<std::wstring> missing = names;
     table.SetItemState(-1, 0, LVIS_SELECTED | LVIS_FOCUSED);  // -1: every row
     UINT state = LVIS_SELECTED | LVIS_FOCUSED;
     for (int row = 0; row < table.GetItemCount(); ++row) {
-        if (names.contains(table.GetItemText(row, kColumnOriginal))) {
+        const std::wstring name = table.GetItemText(row, kColumnOriginal);
+        if (names.contains(name)) {
             table.SetItemState(row, state, state);
             state = LVIS_SELECTED;
+            missing.erase(name);
         }
     }
-    return table.GetNextItem(-1, LVNI_SELECTED);
+    return missing.size();
 }
 
 }  // namespace
@@ -106,7 +110,8 @@ void CRunReportCommands::ShowReport(HWND owner) const
 {
     try {
         const std::wstring path = WriteReport();
-        // The browser would keep the program's working folder in use otherwise.
+        // The browser starts in the temporary folder: otherwise it would keep the program's working folder in
+        // use.
         const std::wstring folder = TemporaryFolder();
         const auto result = reinterpret_cast<INT_PTR>(
             ShellExecuteW(owner, L"open", path.c_str(), nullptr, folder.c_str(), SW_SHOWNORMAL));
@@ -129,8 +134,9 @@ std::wstring CRunReportCommands::WriteReport() const
 
 bool CRunReportCommands::CanSelectAttention(const std::wstring& standardPartsFolder) const
 {
-    return SameFolder(standardPartsFolder, m_run.folder) &&
-           std::ranges::any_of(Findings(), [](const auto& each) { return !each.empty(); });
+    // Backslashes at the end do not count: the main dialog removes them only when files are added.
+    return SameFolder(StripBackslashes(standardPartsFolder), StripBackslashes(m_run.folder)) &&
+           std::ranges::any_of(Findings(), &RowFindings::NeedsAttention);
 }
 
 const RunFindings& CRunReportCommands::Findings() const
@@ -145,15 +151,19 @@ const RunFindings& CRunReportCommands::Findings() const
 void CRunReportCommands::SelectAttention(const CConversionTable& table) const
 {
     const RunFindings& findings = Findings();
+    const bool hasFailures = std::ranges::any_of(findings, &RowFindings::HasFailed);
     std::unordered_set<std::wstring> names;
     for (std::size_t row = 0; row < findings.size(); ++row) {
-        if (!findings[row].empty()) {
+        if (hasFailures ? findings[row].HasFailed() : findings[row].NeedsAttention()) {
             names.insert(m_run.rows.at(row).entry.strOriginal);
         }
     }
-    if (const int first = SelectRows(table, names); first != -1) {
+    const std::size_t missing = SelectRows(table, names);
+    if (const int first = table.GetNextItem(-1, LVNI_SELECTED); first != -1) {
         table.EnsureVisible(first);
-    } else {
-        ShowMessage(kNotInList.Current());
+    }
+    if (missing != 0) {
+        ShowMessage(FillPlaceholders(kNotInList.Current(),
+                                     {std::to_wstring(missing), std::to_wstring(names.size())}));
     }
 }

@@ -13,7 +13,7 @@
 class CRunReportCommands
 {
 public:
-    // Replaces the record of the run before.
+    // Replaces the record of the previous run.
     void Take(RunRecord run);
 
     [[nodiscard]] bool HasRun() const { return m_hasRun; }
@@ -25,9 +25,9 @@ public:
     // Whether rows of the last run need attention and the given folder is that run's standard-parts folder.
     [[nodiscard]] bool CanSelectAttention(const std::wstring& standardPartsFolder) const;
 
-    // Selects these rows and no others; it finds them by their original file names. Shows a message when none
-    // of them is in the list any more: after a cancelled run, the list lacks the rows that the run did not
-    // reach.
+    // Selects the failed rows or, if there are none, the rows with warnings, and no others. Finds them by
+    // their original file names. Shows a message when some of them are not in the list any more: after a
+    // cancelled run, the list lacks the rows without a record in the map file.
     void SelectAttention(const CConversionTable& table) const;
 
 private:

@@ -4,6 +4,7 @@
 
 #include "core/NameTemplate.h"
 #include "files/MapCodePage.h"
+#include "framework/AccessibleName.h"
 #include "framework/FileNames.h"
 #include "framework/Language.h"
 #include "framework/MessageText.h"
@@ -55,6 +56,7 @@ void CStatusLine::Say(const std::wstring& text)
 {
     Update();
     Show(text);
+    Announce(GetDlgItem(m_dialog, IDC_STATUS_TEXT));
 }
 
 void CStatusLine::Show(const std::wstring& text) const

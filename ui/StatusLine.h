@@ -31,10 +31,12 @@ public:
     // To be called when the texts of rows may have changed.
     void NamesChanged();
 
-    // Counts, and shows the numbers if they have changed.
+    // Counts the rows and shows the numbers if they have changed; updates the button if names may have
+    // changed.
     void Update();
 
-    // Shows a text in place of the numbers until the selection or a row changes.
+    // Shows a text in place of the numbers until a number changes. Screen readers announce the text; the
+    // focus does not move.
     void Say(const std::wstring& text);
 
     [[nodiscard]] bool HasNamesToCheck() const { return !m_toCheck.empty(); }

@@ -20,11 +20,10 @@ public:
     // Shift and Alt, too.
     [[nodiscard]] static int CommandOfKey(WPARAM key);
 
-    // Whether the command would do something now; false for other numbers.
+    // Whether the command would do something now; false if `command` is none of these commands.
     [[nodiscard]] bool IsPossible(int command) const;
 
-    // Performs the command if it is possible. Returns false if the number is not that of one of these
-    // commands.
+    // Performs the command if it is possible. Returns false if `command` is none of these commands.
     bool Perform(int command);
 
 private:

@@ -31,7 +31,7 @@ UniqueModule LoadResourceLibrary(const std::wstring& path)
         LoadLibraryExW(fullPath.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
 }
 
-// Both empty until the library is loaded.
+// Both empty until InitInstance loads the library.
 UniqueModule g_resourceLibrary;
 HINSTANCE g_savedResourceHandle = nullptr;
 

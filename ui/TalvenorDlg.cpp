@@ -2,6 +2,7 @@
 
 #include <shellapi.h>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
@@ -22,6 +23,7 @@
 #include "framework/ScopeExit.h"
 #include "framework/WaitCursor.h"
 #include "framework/WinApp.h"
+#include "platform/FolderLock.h"
 #include "platform/Registry.h"
 #include "resources/resource.h"
 #include "run/ConversionRun.h"
@@ -69,6 +71,10 @@ constexpr Text kAddFromOtherFolder{
     L"Do you really want to change the standard part folder?\n\nIf YES, then all previous "
     L"selected standard part entries are removed from list\nand the new selections are "
     L"inserted."};
+constexpr Text kSearchResults{
+    L"Dateien aus Suchergebnissen lassen sich nicht hinzufügen.\nBitte die Dateien in ihrem Ordner "
+    L"auswählen.",
+    L"Files in the results of a search cannot be added.\nPlease choose the files in their folder."};
 constexpr Text kMapFileMissing{L"Map-Datei '%1' nicht vorhanden.", L"Map-File '%1' not available."};
 constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
                           L"Do you really want to remove all list entries?"};
@@ -76,6 +82,8 @@ constexpr Text kDropRefused{
     L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein einziger "
     L"Ordner ablegen.",
     L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped here."};
+constexpr Text kFolderInUse{L"Ein anderes Talvenor auf diesem Rechner setzt gerade denselben Ordner um.",
+                            L"Another Talvenor on this computer is converting the same folder."};
 constexpr Text kOverwrite{
     L"Die Map-Datei '%1' existiert bereits in '%2\\Mapped'.\n\nSoll die Datei überschrieben werden?",
     L"The Map-File '%1' already exists in '%2\\Mapped'.\n\nDo you want to overwrite this file?"};
@@ -287,7 +295,7 @@ void CTalvenorDlg::MarkListChanged(bool on)
     }
 }
 
-// The caption is the only place that holds the status, so it is read from there.
+// Reads the status from the frame's caption, which is the only place that holds it.
 ViewStatus CTalvenorDlg::GetViewStatus() const
 {
     const std::wstring caption = m_wndStatusFrame.GetWindowText();
@@ -336,13 +344,13 @@ void CTalvenorDlg::ShowFolderContents()
 
 void CTalvenorDlg::LoadListForSourceFolder()
 {
-    const CWaitCursor wait;  // a server that cannot be reached takes many seconds
+    const CWaitCursor wait;  // an unreachable file server takes many seconds to fail
     if (!ShowMapFileContents()) {
         ShowFolderContents();
     }
 }
 
-// Leaves the list empty.
+// Changes the standard-parts folder and empties the list.
 void CTalvenorDlg::SetFolder(const std::wstring& folder)
 {
     m_recorder.Forget();
@@ -350,7 +358,8 @@ void CTalvenorDlg::SetFolder(const std::wstring& folder)
     m_strSourceDir = folder;
 }
 
-// A map file that cannot be read leaves the list empty: the old rows would be taken for its contents.
+// If the map file exists but cannot be opened, the list becomes empty: the old rows would look like the
+// file's contents.
 void CTalvenorDlg::ReloadAfterCancel()
 {
     CFileMisc mapFile(kGerman);
@@ -381,8 +390,18 @@ void CTalvenorDlg::ShowProgress(int percent)
     m_taskbar.ShowProgress(percent);
 }
 
+// The run waits for the user, who may work in another program.
+void CTalvenorDlg::TellOfMessage(bool open)
+{
+    m_taskbar.ShowPaused(open);
+    if (open) {
+        FlashInBackground(m_hWnd);
+    }
+}
+
 void CTalvenorDlg::ShowRunEnd(bool failed)
 {
+    SetMessageObserver({});  // during the last message the button keeps its colour
     if (failed) {
         m_taskbar.ShowError();
     }
@@ -441,14 +460,14 @@ const MessageMap* CTalvenorDlg::GetMessageMap() const
     return &kMap;
 }
 
-// The number of the shell's message is known at run time only, so no map can hold it.
+// The number of the taskbar's message is known at run time only, so no message map can contain it.
 LRESULT CTalvenorDlg::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     m_taskbar.NoteMessage(message);
     return CDialog::WindowProc(message, wParam, lParam);
 }
 
-// During a run and under an open message box, commands are ignored whatever sent them: a screen reader can
+// During a run and while a message box is open, commands are ignored whatever sent them: a screen reader can
 // press a button of a disabled window, and automation calls dispatch posted messages.
 bool CTalvenorDlg::IsBusy() const
 {
@@ -562,6 +581,7 @@ LRESULT CTalvenorDlg::OnSysCommand(WPARAM wParam, LPARAM)
 void CTalvenorDlg::OnDestroy()
 {
     ClearAccessibleRowNames(m_wndList.m_hWnd);
+    ClearAnnouncement(GetDlgItem(IDC_STATUS_TEXT));
     ::WinHelpW(m_hWnd, nullptr, kHelpQuit, 0);
     Default();
 }
@@ -632,8 +652,8 @@ void CTalvenorDlg::Arrange()
 }
 
 // The system scales the dialog, its font and its controls ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration"), but
-// not the list's columns and images. The widths are read before that, in case a list view scales them after
-// all.
+// not the list's columns and images. The widths are read before the default processing, in case a list view
+// scales them after all.
 LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
 {
     m_wndList.EndEdit();
@@ -684,7 +704,7 @@ void CTalvenorDlg::TakeDrop(const std::optional<PickedFiles>& files)
         ShowMessage(kDropRefused.Current());
         return;
     }
-    StripSourceDir();
+    m_strSourceDir = StripBackslashes(m_strSourceDir);
     if (files->names.empty()) {
         ChangeFolder(StripFolderInput(files->folder));
     } else {
@@ -780,18 +800,15 @@ void CTalvenorDlg::OnAddStandardParts()
     if (!picked) {
         return;
     }
-    StripSourceDir();
+    m_strSourceDir = StripBackslashes(m_strSourceDir);
+    // For search results, the dialog returns full paths (undocumented).
+    if (!std::ranges::all_of(picked->names, IsBareFileName)) {
+        ShowMessage(kSearchResults.Current());
+        return;
+    }
     if (!picked->names.empty()) {
         TakePickedFiles(picked->folder, picked->names);
         ShowFolders();
-    }
-}
-
-// Picked and dropped folders come without a backslash at their end.
-void CTalvenorDlg::StripSourceDir()
-{
-    while (m_strSourceDir.ends_with(L'\\')) {
-        m_strSourceDir.pop_back();
     }
 }
 
@@ -842,7 +859,7 @@ void CTalvenorDlg::DeleteSelectedRows()
     const int selected = m_wndList.GetSelectedCount();
     MarkListChanged(selected > 0);
     if (selected == m_wndList.GetItemCount()) {
-        m_wndList.DeleteAllItems();  // row by row takes quadratic time
+        m_wndList.DeleteAllItems();  // deleting row by row takes quadratic time
         ShowViewStatus(false);
         MarkListChanged(true);
         return;
@@ -943,6 +960,11 @@ void CTalvenorDlg::OnStart()
     if (CreateFolder(MappedFolder(m_strSourceDir)) != 0 || !mayOverwrite) {
         return;
     }
+    const CFolderLock lock(m_strSourceDir);
+    if (lock.IsTaken()) {
+        ShowMessage(kFolderInUse.Current());
+        return;
+    }
     RunConversion(m_wndCopyOnly.IsChecked());
 }
 
@@ -972,9 +994,9 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
 {
     m_bRunning = true;
     m_recorder.Forget();  // the run marks rows
-    QuestionObserver before = SetQuestionObserver([this](bool open) { m_taskbar.ShowPaused(open); });
+    MessageObserver before = SetMessageObserver([this](bool open) { TellOfMessage(open); });
     const CScopeExit ended([this, &before] {
-        SetQuestionObserver(std::move(before));
+        SetMessageObserver(std::move(before));
         m_taskbar.Clear();
         m_bRunning = false;
         m_status.NamesChanged();

@@ -61,6 +61,7 @@ private:
     void TakeInputAgain() override;
     void ShowProgress(int percent) override;
     void ShowRunEnd(bool failed) override;
+    void TellOfMessage(bool open);
     void MarkListChanged(bool on);
     [[nodiscard]] ViewStatus GetViewStatus() const override;
     void SetViewStatus(const ViewStatus& status) override;
@@ -118,7 +119,6 @@ private:
     void RefuseFolder() const;
     void TakeDrop(const std::optional<PickedFiles>& files);
     void ChangeFolder(const std::wstring& folder);
-    void StripSourceDir();
     void TakePickedFiles(const std::wstring& folder, const std::vector<std::wstring>& names);
     void SelectAllRows(bool select);
     void DeleteSelectedRows();
@@ -146,7 +146,7 @@ private:
     std::wstring m_strProgId;
     CServerProcess m_cadServer;
     CTaskbarProgress m_taskbar;
-    std::wstring m_strHelpFile;  // the library's
+    std::wstring m_strHelpFile;  // the manual in the library's program folder
     UniqueIcon m_icon;
     UniqueIcon m_smallIcon;
 

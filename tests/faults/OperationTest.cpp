@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -25,9 +26,10 @@
 
 namespace {
 
-constexpr const char* kCallNames[] = {
-    "open",   "read",     "write", "close",      "readStatus", "readAttributes", "setAttributes",
-    "change", "readSize", "flush", "makeFolder", "openStream", "writeStream",    "closeStream"};
+constexpr std::array kCallNames{
+    "open",     "read",  "write",   "close",      "readStatus", "readAttributes", "setAttributes", "change",
+    "readSize", "flush", "replace", "makeFolder", "openStream", "writeStream",    "closeStream"};
+static_assert(kCallNames.size() == static_cast<std::size_t>(FileCall::closeStream) + 1);
 
 std::string Describe(const FileOperation& operation)
 {

@@ -30,7 +30,7 @@ COMMON_CONTROLS_MANIFEST = b"Microsoft.Windows.Common-Controls"
 # Windows uses the first value of this list that it knows.
 SCALING_MANIFEST = b"WindowsSettings\">PerMonitorV2, system</dpiAwareness>"
 
-# The program must call this function. What the call does shows under Windows only, so the import is checked: the name
+# The program must call this function. The effect of the call shows on Windows only, so the import is checked: the name
 # occurs nowhere else in the program.
 NO_GHOST_WINDOWS = b"\0DisableProcessWindowsGhosting\0"
 

@@ -3,7 +3,7 @@ tests/installer/run.
 
   lifetime.py DIST VERSION STAGE PREFIX WINDOW_LOG
 
-Not tried: that a failed upgrade leaves the old version. Wine's installer does not bring back what RemoveExistingProducts has
+Not tested: that a failed upgrade keeps the old version. Wine's installer does not restore what RemoveExistingProducts has
 removed; tables.py checks that the removal is part of the transaction.
 """
 import functools
@@ -66,8 +66,8 @@ class LifetimeTest:
 
     def install_into(self, folder, package):
         """Installs into a folder. A batch file holds the command line as a user types it: from here, INSTALLDIR=... would be
-        passed in quotes as a whole. The package is copied, because a batch file would misread letters and percent signs in
-        its path."""
+        passed in quotes as a whole. The package is copied, because a batch file would misread non-ASCII letters and percent
+        signs in its path."""
         batch, copy = self.machine.path("C:\\install.bat"), self.machine.path("C:\\package.msi")
         shutil.copyfile(package, copy)
         with open(batch, "w", encoding="ascii", newline="\r\n") as file:

@@ -2,7 +2,7 @@
 """Compares the manuals with the program's sources: tests/structure/check-manuals.py [FOLDER].
 
 - Each manual holds every text that the program and the installer package show in its language, dialog captions included.
-- Messages that the program shows in German in both editions stand in German in the English manual, too.
+- Messages that the program shows in German in both editions are in German in the English manual, too.
 - A block marked as a message holds only text that the program can show, with ‹brackets› around the variable parts.
 - The table of fill-ins has the wording of the legend in the template dialog.
 - Both manuals have the same chapters, pictures and number of messages, and no dead links.
@@ -28,7 +28,7 @@ ESCAPES = {"n": "\n", "t": "    ", '"': '"', "\\": "\\"}
 VARIABLES = re.compile(r"(%[sd1-9])")  # a format specifier, or a numbered place or fill-in
 FILL_IN = re.compile(r"%[1-9]")
 BRACKETS = re.compile(r"‹[^›]+›")
-FILE_NAME = re.compile(r"[.\\\w]+\.(?:dll|txt)")  # of a file of the program's own
+FILE_NAME = re.compile(r"[.\\\w]+\.(?:dll|txt)")  # names of the program's own files
 PACKAGE_TEXTS = re.compile(r"<\?if[^?]*german \?>(.*?)<\?else\?>(.*?)<\?endif\?>", re.DOTALL)  # German, English
 PACKAGE_MESSAGE = re.compile(r'<\?define \w+Message = "([^"]+)" \?>')
 MESSAGE = re.compile(r"^```message\n(.*?)\n```$", re.MULTILINE | re.DOTALL)
@@ -89,8 +89,8 @@ def legend(resource):
 
 def holds(manual, text, names=()):
     """Whether the manual holds the text, with brackets or one of the names in the place of each variable. A fill-in of
-    the name templates may stand as it is. The manual may wrap a text of one line; a text of several lines keeps its own
-    line breaks."""
+    the name templates may appear unchanged. The manual may wrap a text of one line; a text of several lines keeps its
+    own line breaks."""
     pattern = ""
     for part in VARIABLES.split(text.strip(" ")):
         if FILL_IN.fullmatch(part):

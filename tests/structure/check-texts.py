@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks every text file of the project but the seeds of the fuzz tests: tests/structure/check-texts.py [FOLDER].
+"""Checks every text file of the project except the seeds of the fuzz tests: tests/structure/check-texts.py [FOLDER].
 
 Files are UTF-8 without a byte-order mark, and lines end in LF. C++ and resource files have no trailing blanks and no tabs
 as indentation. Nothing is unfinished, no test is disabled, and none is skipped without a reason. The program shows

@@ -40,6 +40,13 @@ inline constexpr Text kNoPartsFolder{
     L"Norm-Input-Directory not available!\n\n"
     L"Standard part directory and files have to be selected manually."};
 inline constexpr Text kAddParts{L"Normteile hinzufügen...", L"Add standart parts..."};
+inline constexpr Text kSearchResults{
+    L"Dateien aus Suchergebnissen lassen sich nicht hinzufügen.\nBitte die Dateien in ihrem Ordner "
+    L"auswählen.",
+    L"Files in the results of a search cannot be added.\nPlease choose the files in their folder."};
+inline constexpr Text kFolderInUse{
+    L"Ein anderes Talvenor auf diesem Rechner setzt gerade denselben Ordner um.",
+    L"Another Talvenor on this computer is converting the same folder."};
 inline constexpr Text kPickFolder{L"Quellordner der Normteile auswählen:",
                                   L"Select the standard part folder:"};
 inline constexpr Text kChangeFolder{
@@ -80,9 +87,16 @@ inline constexpr Message ReportNotWritten{
     {L"Der Bericht kann nicht geschrieben werden.\n%1.", L"The report cannot be written.\n%1."}};
 inline constexpr Message ReportNotShown{
     {L"Der Bericht '%1' kann nicht angezeigt werden.", L"The report '%1' cannot be shown."}};
-inline constexpr Text kNoRowNeedsAttention{
-    L"Keine der Zeilen, die Aufmerksamkeit brauchen, steht in der Liste.",
-    L"None of the rows that need attention is in the list."};
+// %1 and %2: numbers.
+inline constexpr Message NotInList{{L"Zu markierende Zeilen, die nicht in der Liste sind: %1 von %2",
+                                    L"Rows to select that are not in the list: %1 of %2"}};
+
+// The menu of "Further commands"
+inline constexpr Text kUndo{L"&Rückgängig", L"&Undo"};
+inline constexpr Text kRedo{L"Wieder&herstellen", L"&Redo"};
+inline constexpr Text kImport{L"&Importieren...", L"&Import..."};
+inline constexpr Text kSelectAttention{L"&Auffällige Zeilen der letzten Umsetzung markieren",
+                                       L"&Select what needs attention in the last conversion"};
 
 // About box
 inline constexpr Text kAboutCommand{L"&Über Talvenor...", L"&About Talvenor..."};

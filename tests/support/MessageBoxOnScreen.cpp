@@ -111,7 +111,8 @@ void CMessageBoxOnScreen::Answer(int button) const
     WaitForEnd();
 }
 
-// Under Wine a box may be below its owner, where no click reaches it. Returns true if it had to be raised.
+// Under Wine a box may be below its owner, where no click reaches it. Returns true if this function raised
+// it.
 bool CMessageBoxOnScreen::BringToFront(HWND item) const
 {
     if (WaitUntilOnTop(item, MiddleOf(item)) ||
@@ -122,7 +123,8 @@ bool CMessageBoxOnScreen::BringToFront(HWND item) const
     return true;
 }
 
-// Under Wine a box may never get mouse input if it is clicked while the window manager takes it over.
+// Under Wine, a box that is clicked just as the window manager starts to manage it may get no more mouse
+// input.
 void CMessageBoxOnScreen::AnswerByKey(HWND item) const
 {
     constexpr int kMostButtons = 4;

@@ -44,8 +44,8 @@ std::wstring RectTextOf(HWND window)
            std::to_wstring(rect.right) + L"," + std::to_wstring(rect.bottom);
 }
 
-// Describes the foreground window, which windows of this window's thread have the focus and the mouse
-// capture, and the mouse position.
+// Describes the foreground window; the active, the focused and the capturing window of the given window's
+// thread; the mouse position and the window there.
 std::wstring DescribeInput(HWND window)
 {
     GUITHREADINFO info{};
@@ -62,7 +62,7 @@ std::wstring DescribeInput(HWND window)
            name(WindowFromPoint(mouse)) + L"\n";
 }
 
-// Whether the program is running, has ended or is gone.
+// Whether the process is running, has ended (and with which status) or can no longer be opened.
 std::wstring StateOf(DWORD process)
 {
     const UniqueHandle handle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));
@@ -70,7 +70,7 @@ std::wstring StateOf(DWORD process)
     if (!handle || GetExitCodeProcess(handle.get(), &status) == FALSE) {
         return L"the program is gone\n";
     }
-    return status == STILL_ACTIVE ? L"the program goes on\n"
+    return status == STILL_ACTIVE ? L"the program is running\n"
                                   : L"the program ended with status " + std::to_wstring(status) + L"\n";
 }
 

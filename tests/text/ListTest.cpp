@@ -17,7 +17,7 @@ bool g_failAllocation = false;
 
 }  // namespace
 
-// Only blocks of Overaligned elements are allocated here. So the tests can count the blocks, and make an
+// Only blocks of Overaligned elements are allocated here, so the tests can count the blocks and make an
 // allocation fail.
 void* operator new[](std::size_t size, std::align_val_t alignment)
 {

@@ -294,8 +294,8 @@ TEST(ReadMapLines, ReadsWhatFormatMapRecordWrites)
 
 TEST(ReadMapLines, ReadsEveryCharacterThatANameCanHave)
 {
-    // Left out are the separator and what no name consists of: Trim removes blanks, U+0085 and U+00A0, and
-    // Windows allows no control character up to U+001F in a file name.
+    // Leaves out the separator, the white space that Trim removes (blank, U+0085, U+00A0) and the control
+    // characters up to U+001F, which Windows allows in no file name.
     for (int code = 0x21; code <= 0xFF; ++code) {
         if (code == L';' || code == 0x85 || code == 0xA0) {
             continue;

@@ -54,7 +54,7 @@ TEST(FindNamesToCheck, FindsRecordsThatTheReaderDoesNotTake)
 {
     const UTtab_entry longest{std::wstring(100, L'o'), std::wstring(100, L'n'), std::wstring(49, L'b')};
     UTtab_entry tooLong = longest;
-    tooLong.strRenamed.back() = L'x';  // not the same copy
+    tooLong.strRenamed.back() = L'x';  // a new name of its own
     tooLong.strBomName += L'b';
     EXPECT_EQ(Find({longest, tooLong}), (Names{{1, kLong, -1}}));
 }

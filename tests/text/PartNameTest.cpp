@@ -22,7 +22,7 @@ PartNameValues Split(std::wstring_view fileName)
 
 }  // namespace
 
-// GoogleTest uses it to report differences.
+// GoogleTest calls this to report differences.
 static void PrintTo(const PartNameValues& values, std::ostream* out)
 {
     *out << "%1 '" << Narrow(values.strNumDigits) << "' %3 '" << Narrow(values.strNumber) << "' %4 '"

@@ -91,6 +91,14 @@ TEST(MapFilePath, IsInTheMappedFolder)
     EXPECT_EQ(MapFilePath(L"\\\\server\\parts\\"), L"\\\\server\\parts\\Mapped\\PartsMap.txt");
 }
 
+TEST(StripBackslashes, RemovesThemAllFromTheEndOnly)
+{
+    EXPECT_EQ(StripBackslashes(L"\\\\server\\Parts.\\\\"), L"\\\\server\\Parts.");
+    EXPECT_EQ(StripBackslashes(L"D:\\"), L"D:");
+    EXPECT_EQ(StripBackslashes(L"\\\\"), L"");
+    EXPECT_EQ(StripBackslashes(L""), L"");
+}
+
 TEST(StripFolderInput, RemovesTrailingBackslashesAndTheDotsAfterThem)
 {
     EXPECT_EQ(StripFolderInput(L"D:\\Parts\\."), L"D:\\Parts");

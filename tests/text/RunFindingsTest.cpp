@@ -22,7 +22,7 @@ std::wstring Upper(std::wstring_view name)
     return upper;
 }
 
-// Ignores the case of the letters a to z and of the "ü". The tests use no others.
+// Ignores the case of the letters a to z and of "ü", which is enough for these tests.
 int Compare(std::wstring_view left, std::wstring_view right)
 {
     return Upper(left).compare(Upper(right));
@@ -70,9 +70,20 @@ RunFindings Of(const std::vector<RunRow>& rows, bool copyOnly = false)
     return FindingsOf(run, kRules);
 }
 
-Texts OfOne(const RunRow& row)
+// The errors of a row without warnings.
+Texts ErrorsOf(const RunRow& row)
 {
-    return Of({row}).at(0);
+    const RowFindings found = Of({row}).at(0);
+    EXPECT_EQ(found.warnings, Texts{});
+    return found.errors;
+}
+
+// The warnings of a row without errors.
+Texts WarningsOf(const RunRow& row)
+{
+    const RowFindings found = Of({row}).at(0);
+    EXPECT_EQ(found.errors, Texts{});
+    return found.warnings;
 }
 
 class RunFindingsTest : public testing::Test
@@ -87,36 +98,49 @@ private:
 
 TEST_F(RunFindingsTest, ThereIsNothingToSayAboutARowThatTurnedOutWell)
 {
-    EXPECT_EQ(OfOne(GoodRow()), Texts{});
-    EXPECT_EQ(OfOne(RowOf({L"a.sldprt", L"b.sldprt", L"Norm"}, RowOutcome::recordedOnly)), Texts{});
-    EXPECT_EQ(Of({}), RunFindings{});
+    EXPECT_EQ(ErrorsOf(GoodRow()), Texts{});
+    EXPECT_EQ(ErrorsOf(RowOf({L"a.sldprt", L"b.sldprt", L"Norm"}, RowOutcome::recordedOnly)), Texts{});
+    EXPECT_TRUE(Of({}).empty());
 }
 
 TEST_F(RunFindingsTest, ARowThatWasNotCopiedSaysWhyOnOneLine)
 {
     RunRow row = RowOf({L"a", L"b", L"c"}, RowOutcome::notCopied);
     row.reason = L"Filecopy failed!\n\nThe file\r\nis missing.\n";
-    EXPECT_EQ(OfOne(row), Texts{L"Filecopy failed! The file is missing. "});
+    EXPECT_EQ(ErrorsOf(row), Texts{L"Filecopy failed! The file is missing. "});
     row.outcome = RowOutcome::notRecorded;
-    EXPECT_EQ(OfOne(row), Texts{L"Filecopy failed! The file is missing. "});
+    EXPECT_EQ(ErrorsOf(row), Texts{L"Filecopy failed! The file is missing. "});
 }
 
 TEST_F(RunFindingsTest, SaysThatARowWasNotReached)
 {
-    EXPECT_EQ(OfOne(RowOf({L"a", L"b", L"c"}, RowOutcome::notReached)),
+    EXPECT_EQ(ErrorsOf(RowOf({L"a", L"b", L"c"}, RowOutcome::notReached)),
               Texts{L"The conversion ended before this row."});
     g_nLanguage = 1;
-    EXPECT_EQ(OfOne(RowOf({L"a", L"b", L"c"}, RowOutcome::notReached)),
+    EXPECT_EQ(ErrorsOf(RowOf({L"a", L"b", L"c"}, RowOutcome::notReached)),
               Texts{L"Die Umsetzung endete vor dieser Zeile."});
 }
 
-TEST_F(RunFindingsTest, ACopyThatDidNotOpenHasItsCode)
+TEST_F(RunFindingsTest, TheCodeOfACopyThatDidNotOpenIsPutIntoWords)
 {
-    RunRow row = GoodRow();
-    row.cad = {.step = CadStep::opening, .opened = false, .openCode = 2};
-    EXPECT_EQ(OfOne(row), Texts{L"SOLIDWORKS did not open the copy (code 2)."});
-    row.cad = {.step = CadStep::opening, .opened = false, .openCode = 0};
-    EXPECT_EQ(OfOne(row), Texts{L"SOLIDWORKS did not open the copy (code 0)."});
+    const std::vector<std::pair<long, std::wstring>> expected{
+        {0, L"SOLIDWORKS did not open the copy and gave no reason (code 0)."},
+        {1, L"SOLIDWORKS did not open the copy: general error (code 1)."},
+        {2, L"SOLIDWORKS did not open the copy: file not found (code 2)."},
+        {1024, L"SOLIDWORKS did not open the copy: wrong file type (code 1024)."},
+        {8192, L"SOLIDWORKS did not open the copy: saved by a newer version (code 8192)."},
+        {65536,
+         L"SOLIDWORKS did not open the copy: a file with the same title is open already (code 65536)."},
+        {262144, L"SOLIDWORKS did not open the copy: not enough resources (code 262144)."},
+        {1 + 128 + 8192,
+         L"SOLIDWORKS did not open the copy: general error, saved by a newer version (code 8321)."},
+        {128, L"SOLIDWORKS did not open the copy (code 128)."},
+        {-2147467259, L"SOLIDWORKS did not open the copy (code -2147467259)."}};
+    for (const auto& [code, text] : expected) {
+        RunRow row = GoodRow();
+        row.cad = {.step = CadStep::opening, .opened = false, .openCode = code};
+        EXPECT_EQ(ErrorsOf(row), Texts{text});
+    }
 }
 
 TEST_F(RunFindingsTest, CodesOfACopyThatOpenedAreNothingToAttendTo)
@@ -124,7 +148,7 @@ TEST_F(RunFindingsTest, CodesOfACopyThatOpenedAreNothingToAttendTo)
     RunRow row = GoodRow();
     for (const long code : {128L, -1L}) {
         row.cad->openCode = code;
-        EXPECT_EQ(OfOne(row), Texts{});
+        EXPECT_EQ(ErrorsOf(row), Texts{});
     }
 }
 
@@ -133,7 +157,7 @@ TEST_F(RunFindingsTest, NamesTheConfigurationsThatAreMissing)
     RunRow row = GoodRow();
     row.cad = {.step = CadStep::writing, .opened = true, .openCode = 0, .configurations = 4, .written = 1};
     row.unwritten = {L"M8", L"M10", L"<M12>"};
-    EXPECT_EQ(OfOne(row),
+    EXPECT_EQ(ErrorsOf(row),
               Texts{L"1 of 4 configurations written. The copy was not saved. Missing: M8, M10, <M12>"});
 }
 
@@ -141,7 +165,7 @@ TEST_F(RunFindingsTest, SaysThatThereWereFewerNamesThanConfigurations)
 {
     RunRow row = GoodRow();
     row.cad->configurations = 3;
-    EXPECT_EQ(OfOne(row), Texts{L"1 of 3 configurations written. SOLIDWORKS does not name the others."});
+    EXPECT_EQ(ErrorsOf(row), Texts{L"1 of 3 configurations written. SOLIDWORKS does not name the others."});
 }
 
 TEST_F(RunFindingsTest, SaysThatThereIsNoConfiguration)
@@ -149,7 +173,7 @@ TEST_F(RunFindingsTest, SaysThatThereIsNoConfiguration)
     RunRow row = GoodRow();
     for (const long count : {0L, -3L}) {
         row.cad = {.step = CadStep::closing, .opened = true, .openCode = 0, .configurations = count};
-        EXPECT_EQ(OfOne(row), Texts{L"SOLIDWORKS names no configuration. The copy was not saved."});
+        EXPECT_EQ(ErrorsOf(row), Texts{L"SOLIDWORKS names no configuration. The copy was not saved."});
     }
 }
 
@@ -157,11 +181,11 @@ TEST_F(RunFindingsTest, TheValueOfASaveIsANumberWithoutAVerdict)
 {
     RunRow row = GoodRow();
     row.cad->saveResult = 1;
-    EXPECT_EQ(OfOne(row), Texts{L"Saving returned the value 1."});
+    EXPECT_EQ(ErrorsOf(row), Texts{L"Saving returned the value 1."});
     row.cad->saveResult = -2;
-    EXPECT_EQ(OfOne(row), Texts{L"Saving returned the value -2."});
+    EXPECT_EQ(ErrorsOf(row), Texts{L"Saving returned the value -2."});
     row.cad->saveResult.reset();
-    EXPECT_EQ(OfOne(row), Texts{});
+    EXPECT_EQ(ErrorsOf(row), Texts{});
 }
 
 TEST_F(RunFindingsTest, AFailedCallHasItsStepAndItsError)
@@ -182,7 +206,7 @@ TEST_F(RunFindingsTest, AFailedCallHasItsStepAndItsError)
         row.cad->opened = step > CadStep::opening;
         row.cad->configurations = step > CadStep::reading ? 1 : 0;
         row.cad->written = step > CadStep::reading ? 1 : 0;
-        EXPECT_EQ(OfOne(row), (Texts{text, L"Afterwards SOLIDWORKS was loaded again."}));
+        EXPECT_EQ(ErrorsOf(row), (Texts{text, L"Afterwards SOLIDWORKS was loaded again."}));
     }
 }
 
@@ -191,8 +215,8 @@ TEST_F(RunFindingsTest, SaysThatSolidworksWasLostOrGivenUp)
     RunRow row = GoodRow();
     row.givenUp = true;
     row.cadLost = true;
-    EXPECT_EQ(OfOne(row), (Texts{L"SOLIDWORKS was no longer waited for.",
-                                 L"Afterwards SOLIDWORKS could not be loaded again."}));
+    EXPECT_EQ(ErrorsOf(row), (Texts{L"SOLIDWORKS was no longer waited for.",
+                                    L"Afterwards SOLIDWORKS could not be loaded again."}));
 }
 
 TEST_F(RunFindingsTest, WarnsOfNamesThatDifferOnlyInCase)
@@ -200,11 +224,11 @@ TEST_F(RunFindingsTest, WarnsOfNamesThatDifferOnlyInCase)
     const auto findings =
         Of({GoodRow({L"1.sldprt", L"Über.sldprt", L"N"}), GoodRow({L"2.sldprt", L"other.sldprt", L"N"}),
             GoodRow({L"3.sldprt", L"über.SLDPRT", L"N"})});
-    EXPECT_EQ(findings.at(0),
+    EXPECT_EQ(findings.at(0).warnings,
               Texts{L"Row '3.sldprt' has the same new name; letter case does not count. There is only one "
                     L"copy: the one written last."});
-    EXPECT_EQ(findings.at(1), Texts{});
-    EXPECT_EQ(findings.at(2),
+    EXPECT_EQ(findings.at(1).warnings, Texts{});
+    EXPECT_EQ(findings.at(2).warnings,
               Texts{L"Row '1.sldprt' has the same new name; letter case does not count. There is only one "
                     L"copy: the one written last."});
 }
@@ -213,55 +237,81 @@ TEST_F(RunFindingsTest, ARowThatWasNotCopiedReplacesNoCopy)
 {
     auto findings = Of({GoodRow({L"1.sldprt", L"b.sldprt", L"N"}),
                         RowOf({L"2.sldprt", L"B.sldprt", L"N"}, RowOutcome::notReached)});
-    EXPECT_EQ(findings.at(0), Texts{});
+    EXPECT_EQ(findings.at(0).warnings, Texts{});
     findings = Of({GoodRow({L"1.sldprt", L"b.sldprt", L"N"}),
                    RowOf({L"2.sldprt", L"B.sldprt", L"N"}, RowOutcome::recordedOnly)});
-    EXPECT_EQ(findings.at(0).size(), 1U);
-    EXPECT_EQ(findings.at(1).size(), 1U);
+    EXPECT_EQ(findings.at(0).warnings.size(), 1U);
+    EXPECT_EQ(findings.at(1).warnings.size(), 1U);
 }
 
 TEST_F(RunFindingsTest, WarnsOfNamesThatTheMapFileChanges)
 {
-    EXPECT_EQ(OfOne(GoodRow({L"a.sldprt", L"Ω.sldprt", L"Größe %2"})),
+    EXPECT_EQ(WarningsOf(GoodRow({L"a.sldprt", L"Ω.sldprt", L"Größe %2"})),
               Texts{L"The map file holds this row changed: a.sldprt ; ?.sldprt ; Größe %2"});
     // Only the first two semicolons separate fields.
-    EXPECT_EQ(OfOne(GoodRow({L"a;b.sldprt", L"c.sldprt", L"N %2"})),
+    EXPECT_EQ(WarningsOf(GoodRow({L"a;b.sldprt", L"c.sldprt", L"N %2"})),
               Texts{L"The map file holds this row changed: a ; b.sldprt ; c.sldprt ; N %2"});
-    EXPECT_EQ(OfOne(GoodRow({L";b.sldprt", L"c.sldprt", L"N %2"})),
+    EXPECT_EQ(WarningsOf(GoodRow({L";b.sldprt", L"c.sldprt", L"N %2"})),
               Texts{L"The map file cannot reproduce this row."});
-    // A leading blank belongs to a file name. From a BOM name it is trimmed anyway, when the name is written
-    // into the part.
-    EXPECT_EQ(OfOne(GoodRow({L" b.sldprt", L"c.sldprt", L"N %2"})).size(), 1U);
-    EXPECT_EQ(OfOne(GoodRow({L"b.sldprt", L"c.sldprt", L" N; %2 "})), Texts{});
+    // A leading blank is a part of a file name. A BOM name is trimmed anyway when it is written into the
+    // part.
+    EXPECT_EQ(WarningsOf(GoodRow({L" b.sldprt", L"c.sldprt", L"N %2"})).size(), 1U);
+    EXPECT_EQ(WarningsOf(GoodRow({L"b.sldprt", L"c.sldprt", L" N; %2 "})), Texts{});
 }
 
 TEST_F(RunFindingsTest, WarnsOfALineThatIsTooLongForTheReader)
 {
     // Two names and two separators: 9 + 3 + 9 + 3 bytes; 231 more make 255.
     const UTtab_entry longest{L"aa.sldprt", L"bb.sldprt", std::wstring(231, L'n')};
-    EXPECT_EQ(OfOne(GoodRow(longest)), Texts{});
+    EXPECT_EQ(WarningsOf(GoodRow(longest)), Texts{});
     UTtab_entry tooLong = longest;
     tooLong.strBomName += L'n';
-    EXPECT_EQ(OfOne(GoodRow(tooLong)), Texts{L"In the map file this row has 256 bytes, more than 255. On "
-                                             L"reading, it and all that follow are lost."});
+    EXPECT_EQ(WarningsOf(GoodRow(tooLong)),
+              Texts{L"In the map file this row has 256 bytes, more than 255. On "
+                    L"reading, it and all that follow are lost."});
     // A run that only copies records no BOM name; a row that was not recorded has no line.
-    EXPECT_EQ(Of({RowOf(tooLong)}, true).at(0), Texts{});
+    EXPECT_EQ(Of({RowOf(tooLong)}, true).at(0).warnings, Texts{});
     RunRow notRecorded = RowOf(tooLong, RowOutcome::notRecorded);
     notRecorded.reason = L"why";
-    EXPECT_EQ(OfOne(notRecorded), Texts{L"why"});
+    EXPECT_EQ(ErrorsOf(notRecorded), Texts{L"why"});
 }
 
 TEST_F(RunFindingsTest, WarnsThatSeveralConfigurationsHaveOneName)
 {
     RunRow row = GoodRow({L"a.sldprt", L"b.sldprt", L"Norm %1"});
-    EXPECT_EQ(OfOne(row), Texts{}) << "one configuration";
+    EXPECT_EQ(WarningsOf(row), Texts{}) << "one configuration";
     row.cad->configurations = 3;
     row.cad->written = 3;
-    EXPECT_EQ(OfOne(row), Texts{L"The BOM name does not contain %2: all 3 configurations have the same."});
+    EXPECT_EQ(WarningsOf(row),
+              Texts{L"The BOM name does not contain %2: all 3 configurations have the same."});
     row.entry.strBomName = L" ";
-    EXPECT_EQ(OfOne(row), Texts{}) << "SOLIDWORKS shows its own names";
+    EXPECT_EQ(WarningsOf(row), Texts{}) << "SOLIDWORKS shows its own names";
     row.entry.strBomName = L"Norm %2";
-    EXPECT_EQ(OfOne(row), Texts{});
+    EXPECT_EQ(WarningsOf(row), Texts{});
+}
+
+TEST_F(RunFindingsTest, ErrorsAndWarningsOfARowStayApart)
+{
+    RunRow failed = GoodRow({L"1.sldprt", L"b.sldprt", L"Norm %1"});
+    failed.cad->configurations = 2;
+    failed.cad->written = 2;
+    failed.cad->saveResult = 7;
+    const RunFindings findings = Of(
+        {failed, GoodRow({L"2.sldprt", L"B.sldprt", L"N %2"}), GoodRow({L"3.sldprt", L"c.sldprt", L"N %2"})});
+    EXPECT_EQ(findings.at(0).errors, Texts{L"Saving returned the value 7."});
+    EXPECT_EQ(findings.at(0).warnings,
+              (Texts{L"Row '2.sldprt' has the same new name; letter case does not count. There is only one "
+                     L"copy: the one written last.",
+                     L"The BOM name does not contain %2: all 2 configurations have the same."}));
+    EXPECT_TRUE(findings.at(0).HasFailed());
+    EXPECT_TRUE(findings.at(0).NeedsAttention());
+    EXPECT_FALSE(findings.at(0).IsOnlyWarnedAbout());
+    EXPECT_FALSE(findings.at(1).HasFailed());
+    EXPECT_TRUE(findings.at(1).NeedsAttention());
+    EXPECT_TRUE(findings.at(1).IsOnlyWarnedAbout());
+    EXPECT_FALSE(findings.at(2).HasFailed());
+    EXPECT_FALSE(findings.at(2).NeedsAttention());
+    EXPECT_FALSE(findings.at(2).IsOnlyWarnedAbout());
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ RunRow RowOf(UTtab_entry entry, RowOutcome outcome)
     return row;
 }
 
-// Three rows, of which the second needs attention.
+// Three rows, of which the second failed.
 RunRecord ThreeRows()
 {
     RunRecord run;
@@ -58,7 +58,7 @@ RunRecord ThreeRows()
     run.rows.push_back(RowOf({L"a3.sldprt", L"b3.sldprt", L"Norm 3"}, RowOutcome::recordedOnly));
     return run;
 }
-const RunFindings kSecondNeedsAttention{{}, {L"\"x\" is missing", L"second"}, {}};
+const RunFindings kSecondFailed{{}, {.errors = {L"\"x\" is missing", L"second"}, .warnings = {}}, {}};
 
 class RunReportTest : public testing::Test
 {
@@ -66,7 +66,7 @@ protected:
     ~RunReportTest() override { g_nLanguage = m_before; }
 
     static std::string Page(int language, const RunRecord& run = ThreeRows(),
-                            const RunFindings& findings = kSecondNeedsAttention)
+                            const RunFindings& findings = kSecondFailed)
     {
         g_nLanguage = language;
         return RunReportPage(run, findings, L"1.2.3");
@@ -116,12 +116,12 @@ TEST_F(RunReportTest, IsAPageInTheLanguageOfTheProcess)
     const std::string german = Page(1);
     EXPECT_TRUE(german.starts_with("<!DOCTYPE html>\n<html lang=\"de\">"));
     EXPECT_NE(german.find("<title>Bericht der Umsetzung 2026-11-03 04:05:06</title>"), std::string::npos);
-    EXPECT_NE(german.find("1 von 3 Zeilen brauchen Aufmerksamkeit."), std::string::npos);
-    EXPECT_EQ(german.find("attention"), std::string::npos);
+    EXPECT_NE(german.find("Zeilen: 3, mit Fehlern: 1, nur mit Warnungen: 0."), std::string::npos);
+    EXPECT_EQ(german.find("errors"), std::string::npos);
     const std::string english = Page(0);
     EXPECT_TRUE(english.starts_with("<!DOCTYPE html>\n<html lang=\"en\">"));
     EXPECT_NE(english.find("<title>Conversion report 2026-11-03 04:05:06</title>"), std::string::npos);
-    EXPECT_NE(english.find("1 of 3 rows need attention."), std::string::npos);
+    EXPECT_NE(english.find("Rows: 3, with errors: 1, with warnings only: 0."), std::string::npos);
     EXPECT_EQ(english.find("Zeilen"), std::string::npos);
 }
 
@@ -137,10 +137,10 @@ TEST_F(RunReportTest, LoadsNothing)
     }
 }
 
-TEST_F(RunReportTest, WhatNeedsAttentionComesFirst)
+TEST_F(RunReportTest, ErrorsComeFirst)
 {
     const std::string page = Page(0);
-    const std::size_t attention = page.find("<h2>What needs attention</h2>");
+    const std::size_t attention = page.find("<h2>Errors</h2>");
     const std::size_t finding = page.find("<td><bdi>&lt;a2&gt;.sldprt</bdi>");
     const std::size_t allRows = page.find("<h2>All rows</h2>");
     ASSERT_NE(allRows, std::string::npos);
@@ -149,6 +149,32 @@ TEST_F(RunReportTest, WhatNeedsAttentionComesFirst)
     EXPECT_LT(finding, page.find("<h2>The whole run</h2>"));
     EXPECT_LT(page.find("<li>second"), allRows);
     EXPECT_EQ(page.substr(attention, allRows - attention).find("a1.sldprt"), std::string::npos);
+}
+
+TEST_F(RunReportTest, WarningsFollowTheErrors)
+{
+    const std::string page =
+        Page(0, ThreeRows(),
+             {{.errors = {}, .warnings = {L"odd"}}, {}, {.errors = {L"broken"}, .warnings = {L"strange"}}});
+    EXPECT_NE(page.find("Rows: 3, with errors: 1, with warnings only: 1."), std::string::npos);
+    const std::size_t errors = page.find("<h2>Errors</h2>");
+    const std::size_t warnings = page.find("<h2>Warnings</h2>");
+    ASSERT_NE(warnings, std::string::npos);
+    EXPECT_LT(errors, page.find("<tr id=\"row3\">"));
+    EXPECT_LT(page.find("<li>broken<li>strange</ul>"), warnings);
+    EXPECT_LT(warnings, page.find("<tr id=\"row1\">"));
+    EXPECT_LT(page.find("<li>odd</ul>"), page.find("<h2>The whole run</h2>"));
+    EXPECT_EQ(CountOf(page, "<li>"), 3U);
+    EXPECT_EQ(CountOf(page, ">see note</a>"), 2U);
+}
+
+TEST_F(RunReportTest, HasNoTableWithoutRowsToAttendTo)
+{
+    EXPECT_EQ(Page(1).find("<h2>Warnungen</h2>"), std::string::npos);
+    const std::string onlyWarned = Page(1, ThreeRows(), {{}, {.errors = {}, .warnings = {L"odd"}}, {}});
+    EXPECT_EQ(onlyWarned.find("<h2>Fehler</h2>"), std::string::npos);
+    EXPECT_NE(onlyWarned.find("<h2>Warnungen</h2>"), std::string::npos);
+    EXPECT_NE(onlyWarned.find("Zeilen: 3, mit Fehlern: 0, nur mit Warnungen: 1."), std::string::npos);
 }
 
 TEST_F(RunReportTest, AllRowsFollowInTheirOrder)
@@ -214,7 +240,8 @@ TEST_F(RunReportTest, AnEmptyRunHasAPageWithoutRows)
 {
     const std::string page = Page(0, {}, {});
     EXPECT_NE(page.find("No row needs attention."), std::string::npos);
-    EXPECT_EQ(page.find("What needs attention"), std::string::npos);
+    EXPECT_EQ(page.find("<h2>Errors</h2>"), std::string::npos);
+    EXPECT_EQ(page.find("<h2>Warnings</h2>"), std::string::npos);
     EXPECT_NE(page.find("<h2>All rows</h2>"), std::string::npos);
     EXPECT_TRUE(page.ends_with("</body>\n</html>\n"));
 }

@@ -62,7 +62,7 @@ TEST(TableReader, TakesTheSeparatorThatGivesMostColumns)
               (Rows{{L"a", L"b", L"Nut; hex"}, {L"c", L"d", L"Bolt; hex"}}));
     EXPECT_EQ(Read(L"a\tb, c, d\te; f; g"), (Rows{{L"a", L"b, c, d", L"e; f; g"}})) << "in doubt, a tab";
     EXPECT_EQ(Read(L"a, b;c\nd;e"), (Rows{{L"a, b", L"c"}, {L"d", L"e"}})) << "two columns";
-    EXPECT_EQ(Read(L"\"a,b,c\";d"), (Rows{{L"a,b,c", L"d"}})) << "not in quotes";
+    EXPECT_EQ(Read(L"\"a,b,c\";d"), (Rows{{L"a,b,c", L"d"}})) << "separators in quotes do not count";
     EXPECT_EQ(Read(L"a\nb"), (Rows{{L"a"}, {L"b"}})) << "one column";
     EXPECT_EQ(Read(L"\"a;b;c\"\nd"), (Rows{{L"a;b;c"}, {L"d"}})) << "one column in quotes";
     EXPECT_EQ(Read(L"a,b,\"c;d;e\"\nf,g,h"), (Rows{{L"a", L"b", L"c;d;e"}, {L"f", L"g", L"h"}}));
@@ -85,9 +85,10 @@ TEST(TableReader, TakesTheSeparatorBehindTheNamesOfPartFiles)
         << "most rows, not all";
     EXPECT_EQ(Read(L"a,b;c;d\ne,f;g;h\ni,j.sldprt,k"),
               (Rows{{L"a,b", L"c", L"d"}, {L"e,f", L"g", L"h"}, {L"i,j.sldprt,k"}}))
-        << "one row is not most";
+        << "one row of three is not most";
     EXPECT_EQ(Read(L"a.sldprt,b\tc\td"), (Rows{{L"a.sldprt,b", L"c", L"d"}})) << "names hold no tabs";
-    EXPECT_EQ(Read(L"\"a.sldprt,b\";c;d"), (Rows{{L"a.sldprt,b", L"c", L"d"}})) << "not in quotes";
+    EXPECT_EQ(Read(L"\"a.sldprt,b\";c;d"), (Rows{{L"a.sldprt,b", L"c", L"d"}}))
+        << "separators in quotes do not count";
     EXPECT_EQ(Read(L"a;\"b\nc.sldprt,d\ne.sldprt,f\ng.sldprt,h\n\";i"),
               (Rows{{L"a", L"b\nc.sldprt,d\ne.sldprt,f\ng.sldprt,h\n", L"i"}}))
         << "rows in a quoted cell";
@@ -102,7 +103,7 @@ TEST(TableReader, TakesTheSeparatorBehindTheTablesHeader)
     }
     EXPECT_EQ(Read(L"a,b,c\nOriginal Normteil-Dateien;d"),
               (Rows{{L"a", L"b", L"c"}, {L"Original Normteil-Dateien;d"}}))
-        << "a header is the first row";
+        << "a header must be the first row";
 }
 
 TEST(TableReader, EndsRowsAtEveryKindOfLineEnd)

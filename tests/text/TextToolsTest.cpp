@@ -31,7 +31,7 @@ TEST(Trim, KnowsEveryWhiteSpaceCharacterBeyondAscii)
     }
 }
 
-TEST(Trim, KeepsLookalikesOfWhiteSpace)
+TEST(Trim, KeepsCharactersThatAreNoWhiteSpace)
 {
     constexpr wchar_t kOthers[] = {0x0000, 0x0008, 0x000E, 0x001F, 0x0084, 0x0086,
                                    0x00A1, 0x180E, 0x200B, 0x2060, 0xFEFF};
@@ -56,7 +56,7 @@ TEST(EqualIgnoringCase, DistinguishesTextsOfDifferentLengths)
     EXPECT_FALSE(EqualIgnoringCase(L"", L"a"));
 }
 
-TEST(EqualIgnoringCase, DistinguishesCaseBeyondAscii)
+TEST(EqualIgnoringCase, IgnoresTheCaseOfAsciiLettersOnly)
 {
     EXPECT_FALSE(EqualIgnoringCase(L"ä", L"Ä"));
     EXPECT_FALSE(EqualIgnoringCase(L"I", L"ı"));
@@ -85,7 +85,7 @@ const Replacement kReplacements[] = {
     {"ReplacesEveryOccurrenceAndCounts", L"a%1b%1%1", L"%1", L"4017", 3, L"a4017b40174017"},
     {"SearchesLeftToRightWithoutOverlap", L"aaaaa", L"aa", L"b", 2, L"bba"},
     {"DoesNotSearchReplacements", L"a.a", L"a", L"aa", 2, L"aa.aa"},
-    {"FindsNoTextAcrossAReplacement", L"abb", L"ab", L"a", 1, L"ab"},
+    {"DoesNotMatchAcrossTheEndOfAReplacement", L"abb", L"ab", L"a", 1, L"ab"},
     {"DeletesWithAnEmptyReplacement", L"x%7y%7", L"%7", L"", 2, L"xy"},
     {"IsCaseSensitive", L"Aa", L"a", L"b", 1, L"Ab"},
     {"DoesNothingForAnEmptySearchText", L"abc", L"", L"x", 0, L"abc"},

@@ -11,8 +11,10 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "framework/ComPointers.h"
+#include "tests/support/AnnouncementWatch.h"
 #include "tests/support/FakeClasses.h"
 #include "tests/windows/ConvListScopes.h"
 
@@ -100,6 +102,7 @@ public:
     CFakePropServices& operator=(const CFakePropServices&) = delete;
 
     IAccPropServerPtr m_server;
+    long m_liveSetting = 0;
 
     STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override
     {
@@ -121,6 +124,16 @@ public:
     STDMETHODIMP ClearHwndProps(HWND, DWORD, DWORD, const MSAAPROPID*, int) override
     {
         m_server = nullptr;
+        m_liveSetting = 0;
+        return S_OK;
+    }
+    STDMETHODIMP SetHwndProp(HWND, DWORD object, DWORD child, MSAAPROPID property, VARIANT value) override
+    {
+        // The id of a text's live setting in the documentation ("Control Pattern and Property Identifiers").
+        constexpr GUID kLive{0xC12BCD8E, 0x2A8E, 0x4950, {0x8A, 0xE7, 0x36, 0x25, 0x11, 0x1D, 0x58, 0xEB}};
+        const bool isLive = object == static_cast<DWORD>(OBJID_CLIENT) && child == CHILDID_SELF &&
+                            property == kLive && value.vt == VT_I4;
+        m_liveSetting = isLive ? value.lVal : 0;
         return S_OK;
     }
     STDMETHODIMP DecomposeHwndIdentityString(const BYTE* identity, DWORD length, HWND*, DWORD* object,
@@ -142,7 +155,6 @@ public:
         return E_NOTIMPL;
     }
     STDMETHODIMP ClearProps(const BYTE*, DWORD, const MSAAPROPID*, int) override { return E_NOTIMPL; }
-    STDMETHODIMP SetHwndProp(HWND, DWORD, DWORD, MSAAPROPID, VARIANT) override { return E_NOTIMPL; }
     STDMETHODIMP SetHwndPropStr(HWND, DWORD, DWORD, MSAAPROPID, LPCWSTR) override { return E_NOTIMPL; }
     STDMETHODIMP ComposeHwndIdentityString(HWND, DWORD, DWORD, BYTE**, DWORD*) override { return E_NOTIMPL; }
     STDMETHODIMP SetHmenuProp(HMENU, DWORD, MSAAPROPID, VARIANT) override { return E_NOTIMPL; }
@@ -218,6 +230,22 @@ TEST_F(AccessibleRowNames, AreFreedOnceCleared)
     ClearAccessibleRowNames(m_window.m_hWnd);
     EXPECT_EQ(NameOf(1), L"(no server)");
     EXPECT_EQ(name.use_count(), 1);
+}
+
+class Announcement : public AccessibleRowNames
+{
+};
+
+TEST_F(Announcement, InterruptsAndTellsOfTheChange)
+{
+    constexpr long kAssertive = 2;
+    const CAnnouncementWatch watch;
+    Announce(m_window.m_hWnd);
+    DrainMessages();
+    EXPECT_EQ(m_services.m_liveSetting, kAssertive);
+    EXPECT_EQ(watch.Take(), std::vector<HWND>{m_window.m_hWnd});
+    ClearAnnouncement(m_window.m_hWnd);
+    EXPECT_EQ(m_services.m_liveSetting, 0);
 }
 
 TEST(ConvListSpokenName, IsThePartFileAndItsMark)

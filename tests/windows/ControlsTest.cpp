@@ -112,6 +112,22 @@ TEST(Controls, CtrlBackspaceDeletesTheWordBeforeTheCaret)
     EXPECT_EQ(edit.m_control.GetWindowText(), L"N  x");
 }
 
+TEST(Controls, TheWheelChangesNoClosedComboBox)
+{
+    const CControlWindow<CComboBox> box(L"COMBOBOX", CBS_DROPDOWNLIST);
+    for (const wchar_t* year : {L"2022", L"2023", L"2024"}) {
+        box.m_control.AddString(year);
+    }
+    box.m_control.SetCurSel(1);
+    const auto turn = [&] { box.m_control.SendMessage(WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA)); };
+    turn();
+    EXPECT_EQ(box.m_control.GetCurSel(), 1);
+    box.m_control.SendMessage(CB_SHOWDROPDOWN, TRUE);
+    turn();
+    EXPECT_EQ(box.m_control.SendMessage(CB_GETDROPPEDSTATE), TRUE) << "an open list scrolls";
+    box.m_control.SendMessage(CB_SHOWDROPDOWN, FALSE);
+}
+
 TEST(Controls, AComboBoxHoldsEntries)
 {
     const CControlWindow<CComboBox> box(L"COMBOBOX", CBS_DROPDOWNLIST);

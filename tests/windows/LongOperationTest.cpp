@@ -74,6 +74,23 @@ TEST_F(LongOperationTest, KeepsTheComputerAwakeAndTheSessionOpenWhileItLives)
     EXPECT_EQ(m_calls, (std::vector<std::wstring>{L"no reason", L"state 2147483648"}));
 }
 
+// A program that agrees to the end of the session ends, whoever refuses after it.
+TEST_F(LongOperationTest, IsAskedAboutTheEndOfTheSessionBeforeOtherPrograms)
+{
+    const auto level = [] {
+        DWORD value = 0;
+        DWORD flags = 0;
+        EXPECT_TRUE(GetProcessShutdownParameters(&value, &flags));
+        return value;
+    };
+    constexpr DWORD kOfEveryProcess = 0x280;
+    {
+        const CLongOperation operation(m_window.m_hWnd, L"x");
+        EXPECT_GT(level(), kOfEveryProcess);
+    }
+    EXPECT_EQ(level(), kOfEveryProcess);
+}
+
 TEST_F(LongOperationTest, CutsAReasonThatIsTooLongForTheSystem)
 {
     const CLongOperation operation(m_window.m_hWnd, std::wstring(300, L'x'));

@@ -51,6 +51,20 @@ protected:
         m_commands.Take(std::move(run));
     }
 
+    // A run with the rows a1, a2 and so on, copied under these names.
+    [[nodiscard]] RunRecord CopiedTo(const Texts& names) const
+    {
+        RunRecord run;
+        run.folder = m_parts;
+        for (const std::wstring& name : names) {
+            RunRow row;
+            row.entry = {L"a" + std::to_wstring(run.rows.size() + 1), name, L""};
+            row.outcome = RowOutcome::copied;
+            run.rows.push_back(row);
+        }
+        return run;
+    }
+
     void FillTable(const Texts& originals)
     {
         CList<UTtab_entry, UTtab_entry&> entries;
@@ -165,7 +179,7 @@ TEST_P(RunReportCommandsTest, NamesAReportThatTheSystemCannotShow)
     EXPECT_TRUE(PathExists(path));
 }
 
-TEST_P(RunReportCommandsTest, SelectsTheRowsThatNeedAttentionAndNoOthers)
+TEST_P(RunReportCommandsTest, SelectsTheFailedRowsAndNoOthers)
 {
     TakeRun(4, {2, 4});
     // The table has another order than the run, and a row that the run did not have.
@@ -176,6 +190,22 @@ TEST_P(RunReportCommandsTest, SelectsTheRowsThatNeedAttentionAndNoOthers)
     EXPECT_EQ(Selection(), (std::vector<int>{0, 3}));
     EXPECT_EQ(m_table.GetNextItem(-1, LVNI_FOCUSED), 0);
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+TEST_P(RunReportCommandsTest, SelectsRowsWithWarningsOnlyIfNoneFailed)
+{
+    FillTable({L"a1", L"a2", L"a3"});
+    RunRecord run = CopiedTo({L"b.sldprt", L"B.sldprt"});
+    m_commands.Take(run);
+    m_commands.SelectAttention(m_table);
+    EXPECT_EQ(Selection(), (std::vector<int>{0, 1}));
+    RunRow failed;
+    failed.entry = {L"a3", L"c.sldprt", L""};
+    failed.outcome = RowOutcome::notReached;
+    run.rows.push_back(failed);
+    m_commands.Take(std::move(run));
+    m_commands.SelectAttention(m_table);
+    EXPECT_EQ(Selection(), std::vector<int>{2});
 }
 
 // Wine's list view scrolls by itself to a row that gets the focus. So under Wine this test does not notice a
@@ -194,14 +224,18 @@ TEST_P(RunReportCommandsTest, ShowsTheFirstOfThem)
     EXPECT_GT(m_table.GetTopIndex() + m_table.GetCountPerPage(), 149);
 }
 
-TEST_P(RunReportCommandsTest, SaysThatNoneOfThemIsInTheList)
+TEST_P(RunReportCommandsTest, SaysHowManyOfThemAreNotInTheList)
 {
-    TakeRun(2, {2});
-    FillTable({L"a1.sldprt"});
+    TakeRun(5, {2, 3, 5});
+    FillTable({L"a1.sldprt", L"a3.sldprt"});
     m_table.SetItemState(0, LVIS_SELECTED, LVIS_SELECTED);
     m_commands.SelectAttention(m_table);
+    EXPECT_EQ(Selection(), std::vector<int>{1});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::NotInList(L"2", L"3")});
+    FillTable({L"a1.sldprt"});
+    m_commands.SelectAttention(m_table);
     EXPECT_EQ(Selection(), std::vector<int>{});
-    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kNoRowNeedsAttention.Current()});
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::NotInList(L"3", L"3")});
 }
 
 TEST_P(RunReportCommandsTest, ThereIsNothingToSelectElsewhere)
@@ -213,18 +247,20 @@ TEST_P(RunReportCommandsTest, ThereIsNothingToSelectElsewhere)
     EXPECT_FALSE(m_commands.CanSelectAttention(m_parts));
 }
 
+TEST_P(RunReportCommandsTest, BackslashesAtTheEndOfAFolderDoNotCount)
+{
+    TakeRun(1, {1});
+    EXPECT_TRUE(m_commands.CanSelectAttention(m_parts + L"\\"));
+    RunRecord run = CopiedTo({L"b.sldprt", L"B.sldprt"});
+    run.folder = L"D:\\";
+    m_commands.Take(std::move(run));
+    EXPECT_TRUE(m_commands.CanSelectAttention(L"D:"));
+}
+
 // Uses the system's rules: its comparison of file names without letter case, and the map file's code page.
 TEST_P(RunReportCommandsTest, WarnsByTheSystemsRules)
 {
-    RunRecord run;
-    run.folder = m_parts;
-    for (const wchar_t* name : {L"Ängstrøm.sldprt", L"ÄNGSTRØM.sldprt", L"日.sldprt", L"€.sldprt"}) {
-        RunRow row;
-        row.entry = {L"a" + std::to_wstring(run.rows.size() + 1), name, L""};
-        row.outcome = RowOutcome::copied;
-        run.rows.push_back(row);
-    }
-    m_commands.Take(std::move(run));
+    m_commands.Take(CopiedTo({L"Ängstrøm.sldprt", L"ÄNGSTRØM.sldprt", L"日.sldprt", L"€.sldprt"}));
     FillTable({L"a1", L"a2", L"a3", L"a4"});
     m_commands.SelectAttention(m_table);
     if (GetACP() != 1252) {

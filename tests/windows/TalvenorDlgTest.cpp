@@ -21,8 +21,10 @@
 #include "framework/Handles.h"
 #include "framework/MessageText.h"
 #include "framework/ScopeExit.h"
+#include "platform/FolderLock.h"
 #include "platform/TemplateStore.h"
 #include "resources/resource.h"
+#include "tests/support/AnnouncementWatch.h"
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/FailingFile.h"
 #include "tests/support/FakeAutomation.h"
@@ -34,6 +36,7 @@
 #include "tests/support/OwnFolder.h"
 #include "tests/support/ShellWatch.h"
 #include "tests/support/StartProgram.h"
+#include "tests/support/SystemDialogs.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/UnderWine.h"
 #include "tests/support/WindowScopes.h"
@@ -1853,6 +1856,26 @@ TEST_P(TalvenorDlgTest, WithoutTheMappedFolderNoRunStarts)
     });
 }
 
+TEST_P(TalvenorDlgTest, AFolderThatIsBeingConvertedElsewhereIsRefused)
+{
+    AddThreeParts();
+    Run([&] {
+        {
+            const CFolderLock other(m_parts);
+            Press(IDC_COPY_ONLY);
+            Press(IDC_START);
+        }
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kFolderInUse.Current()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(NamesIn(m_parts + L"\\Mapped"), Texts{});
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{Finished()});
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), (Texts{OverwriteQuestion(m_parts + L"\\Mapped"), Finished()}))
+            << "the run has freed the folder";
+    });
+}
+
 // The report of the last run
 
 TEST_P(TalvenorDlgTest, TheReportNeedsARun)
@@ -2314,7 +2337,7 @@ private:
 
 IN_BOTH_LANGUAGES(TaskbarTest);
 
-TEST_P(TaskbarTest, ShowsTheProgressOfARunAndItsQuestions)
+TEST_P(TaskbarTest, ShowsTheProgressOfARunAndItsMessages)
 {
     m_application.On(kOpenDocument, [this, asked = false](FakeCall& call) mutable {
         if (!std::exchange(asked, true)) {
@@ -2325,8 +2348,8 @@ TEST_P(TaskbarTest, ShowsTheProgressOfARunAndItsQuestions)
     RunWithButton([this] {
         Press(IDC_START);
         EXPECT_EQ(TakeCalls(),
-                  (Calls{"0/100", "normal", "0/100", "paused", "box", "0/100", "normal", "33/100", "normal",
-                         "66/100", "normal", "100/100", "normal", "flash", "box", "none"}));
+                  (Calls{"0/100", "normal", "0/100", "paused", "flash", "box", "0/100", "normal", "33/100",
+                         "normal", "66/100", "normal", "100/100", "normal", "flash", "box", "none"}));
         ShowMessage(L"a question after the run", MB_YESNO | MB_ICONQUESTION);
         EXPECT_EQ(TakeCalls(), Calls{"box"});
     });
@@ -2693,7 +2716,10 @@ TEST_P(FindBarTest, SaysWhatIsNotFoundWithoutABox)
     Run([&] {
         OpenByKey();
         Find(L"ISO");
+        const CAnnouncementWatch watch;
         Find(L"x%1x");
+        DrainMessages();
+        EXPECT_EQ(watch.Take(), std::vector<HWND>{Item(IDC_STATUS_TEXT)}) << "screen readers say it";
         constexpr Text kNotFound{L"'x%1x' kommt nicht vor.", L"'x%1x' is not in the list."};
         ExpectStatus(kNotFound.Current());
         EXPECT_EQ(OnlySelectedRow(), 0);
@@ -2797,6 +2823,20 @@ TEST_P(MoreMenuTest, PerformsTheChosenCommand)
         Choose(g_nLanguage != 0 ? L'r' : L'u');
         EXPECT_EQ(Rows(), m_threeRows);
         EXPECT_EQ(GetFocus(), List().m_hWnd) << "Ctrl+Y must work next";
+    });
+}
+
+TEST_P(TalvenorDlgTest, FilesOfASearchAreNotAdded)
+{
+    AddThreeParts();
+    Run([&] {
+        CSystemDialogs dialogs;
+        dialogs.m_picked =
+            m_parts + L'\0' + L"N_ISO_1_a.sldprt" + L'\0' + m_parts + L"\\sub\\N_ISO_9_x.sldprt";
+        Command(IDC_ADD);
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kSearchResults.Current()});
+        EXPECT_EQ(Rows(), m_threeRows);
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView());
     });
 }
 

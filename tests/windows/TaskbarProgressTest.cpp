@@ -53,6 +53,15 @@ TEST_F(TaskbarProgressTest, ShowsProgressAndClearsIt)
     EXPECT_EQ(Take(), Calls{"none"});
 }
 
+// A copy-only run counts rows that are not pending, too.
+TEST_F(TaskbarProgressTest, IsNeverMoreThanTheWhole)
+{
+    CreateButton();
+    static_cast<void>(Take());
+    m_taskbar.ShowProgress(150);
+    EXPECT_EQ(Take(), (Calls{"100/100", "normal"}));
+}
+
 TEST_F(TaskbarProgressTest, IsPausedBetweenQuestionAndAnswer)
 {
     CreateButton();
@@ -112,21 +121,21 @@ TEST(FlashInBackground, FlashesFiveTimesWhenAnotherProgramIsInFront)
     EXPECT_EQ(flashes.size(), 1U) << "another window of this program is in front";
 }
 
-TEST(QuestionObserver, IsToldOfQuestionsOnly)
+TEST(MessageObserver, IsToldOfEachMessageAndItsAnswer)
 {
     std::string told;
     CMessageRecorder answers([&told] {
         told += "?";
         return IDYES;
     });
-    SetQuestionObserver([&told](bool open) { told += open ? "<" : ">"; });
+    SetMessageObserver([&told](bool open) { told += open ? "<" : ">"; });
     ShowMessage(L"a message");
-    EXPECT_EQ(told, "?");
+    EXPECT_EQ(told, "<?>");
     ShowMessage(L"a question", MB_YESNO | MB_ICONQUESTION);
-    EXPECT_EQ(told, "?<?>");
-    EXPECT_TRUE(SetQuestionObserver({}));
+    EXPECT_EQ(told, "<?><?>");
+    EXPECT_TRUE(SetMessageObserver({}));
     ShowMessage(L"a question", MB_YESNO | MB_ICONQUESTION);
-    EXPECT_EQ(told, "?<?>?");
+    EXPECT_EQ(told, "<?><?>?");
 }
 
 }  // namespace

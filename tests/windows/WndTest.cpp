@@ -74,7 +74,7 @@ private:
     void OnKillFocus() { m_log.push_back("kill focus"); }
 };
 
-// The same with a top-level window.
+// Bound to a top-level window.
 class CTopTableWindow : public CTableWindow
 {
 public:
@@ -195,7 +195,7 @@ TEST(Wnd, AnObjectMayDeleteItselfInAHandler)
     }
 }
 
-TEST(Wnd, UnmappedMessagesReachTheWindowsClass)
+TEST(Wnd, UnmappedMessagesReachThePreviousProcedure)
 {
     const CPlainWindow plain;
     CTableWindow window;
@@ -221,7 +221,7 @@ TEST(Wnd, DefaultHandlesTheCurrentMessageAfterNestedOnes)
     EXPECT_EQ(window.GetWindowText(), L"after a nested failure");
 }
 
-TEST(Wnd, CommandsAreFoundByNumberAndNotification)
+TEST(Wnd, CommandHandlersAreFoundByIdAndNotification)
 {
     CTopTableWindow window;
     const auto send = [&window](int id, int code) {
@@ -285,7 +285,7 @@ TEST(Wnd, ANotificationReachesTheControlBeforeTheParent)
 }
 
 // The C++ library copies the system's texts into its exceptions as they are, in the ANSI code page.
-TEST(Wnd, TheTextOfAnExceptionIsDecodedByTheAnsiCodePage)
+TEST(Wnd, TheTextOfAnExceptionIsDecodedFromTheAnsiCodePage)
 {
     if (GetACP() != 1252) {
         GTEST_SKIP() << "skipped: the bytes of the text are those of code page 1252";
@@ -309,7 +309,7 @@ TEST(Wnd, TheTextOfAnExceptionIsDecodedByTheAnsiCodePage)
                                                 expected::UnexpectedError(L"")}));
 }
 
-TEST(Wnd, ExceptionsEndAtTheWindowWithAMessage)
+TEST(Wnd, ExceptionsOfHandlersAreCaughtAndShownInAMessageBox)
 {
     const CMessageRecorder messages;
     CTopTableWindow window;
@@ -346,7 +346,7 @@ private:
     std::vector<std::string>& m_log;
 };
 
-TEST(Wnd, AMessageIsOfferedFromItsWindowUpToTheTopLevelWindow)
+TEST(Wnd, AMessageIsOfferedToItsWindowAndEachParentUpToTheTopLevelWindow)
 {
     std::vector<std::string> log;
     CPlainWindow ownerWindow;
@@ -416,7 +416,7 @@ TEST(Wnd, MakesAChildOfAStandardClass)
     EXPECT_EQ(child.m_log, (std::vector<std::string>{"ask", "gone"}));
 }
 
-TEST(Wnd, AChildThatTheSystemRefusesIsNone)
+TEST(Wnd, AChildThatTheSystemRefusesLeavesTheObjectUnbound)
 {
     const CPlainWindow parent;
     CTableWindow child;

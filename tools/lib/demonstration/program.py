@@ -12,7 +12,7 @@ class Program:
 
     def __init__(self, screen, name="talvenor.exe", folder="build/windows/bin"):
         self.screen = screen
-        self.seconds_in_boxes = 0.0  # seconds that message boxes were open in wait_dismissing_boxes
+        self.seconds_in_boxes = 0.0  # the time that the dismissed message boxes were open
         self._process = subprocess.Popen([os.path.abspath("tools/run-windows"), name], cwd=folder,
                                          env={**os.environ, "TALVENOR_TIME_LIMIT": "0"})
 
@@ -30,7 +30,7 @@ class Program:
             time.sleep(0.05)
 
     def wait_dismissing_boxes(self, what, seconds, condition):
-        """Like wait_for, but presses Return in every message box that appears meanwhile."""
+        """Like wait_for, but presses Return in any open message box until the condition holds."""
         end = time.monotonic() + seconds
         while True:
             found = self.wait_for(what, end - time.monotonic(), lambda: condition() or self.screen.message_box())

@@ -1,5 +1,5 @@
-"""Takes screenshots of the program's windows, menus and typical questions. Called by tools/screenshots, which sets
-everything up.
+"""Takes screenshots of the program's windows, menus and typical questions, and saves a report. Called by tools/screenshots,
+which sets everything up.
 
   screenshots.py german|english SCALING FOLDER [about]
 
@@ -143,6 +143,16 @@ class Gallery:
         self.take("find")
         windows.press("Escape")
 
+    def take_names_to_check(self):
+        """Gives the row that the search found a new name that differs from another row's only in letter case."""
+        windows.press("F2")
+        windows.type_text("n126_m10.changed.sldprt")
+        windows.press("Return")
+        time.sleep(0.5)  # until the button for names to check is there
+        self.click(IDS.IDC_CHECK_NAMES)
+        self.take("names-to-check")
+        windows.press("ctrl+z")
+
     def take_further_commands(self):
         before = len(self.screen.windows)
         self.click(IDS.IDC_MORE)
@@ -151,7 +161,7 @@ class Gallery:
         windows.press("Escape")
 
     def take_and_refuse(self, name):
-        """Takes the question that is open or opens, and answers No."""
+        """Takes a screenshot of the question that is open or about to open, and answers No."""
         box = self.wait_for_box()
         self.take(name)
         windows.click(box, IDS.IDNO)
@@ -161,7 +171,7 @@ class Gallery:
         self.take_and_refuse("remove-all-question")
 
     def take_about(self):
-        left, top, _, _ = self.main_window().rect  # the icon of the system menu lies 14, 12 from it at 100 %
+        left, top, _, _ = self.main_window().rect  # at 100 %, the system menu's icon is 14 px right of and 12 px below it
         windows.click_at(left + int(14 * self.scale), top + int(12 * self.scale))
         self.take("system-menu")
         windows.press("Up")  # the last entry
@@ -183,6 +193,11 @@ class Gallery:
         finished = self.wait_for_box()
         self.take("finished")
         self.close(finished, "Return")
+
+    def save_report(self):
+        """Opens the report. tools/screenshots has registered a command that copies it to the folder of the pictures."""
+        self.click(IDS.IDC_REPORT)
+        self.program.wait_for("the report", 30, lambda: os.path.exists(f"{self._folder}/report.html"))
 
     def take_map_view(self):
         self.click(IDS.IDC_SHOW_MAP)
@@ -210,9 +225,11 @@ class Gallery:
         self.take_refusal(self.take_menu_and_template(1, "Menu"))
         self.close(self.take_menu_and_template(2, "ctrl+Menu"))
         self.take_finding()
+        self.take_names_to_check()
         self.take_further_commands()
         self.take_remove_all_question()
         self.take_run()
+        self.save_report()
         self.take_map_view()
         self.take_large()
 

@@ -12,7 +12,7 @@ def read(name):
         return file.read()
 
 
-# By their names in resources/resource.h, and two buttons that Windows numbers.
+# The ids by their names in resources/resource.h, and the ids that Windows defines for two buttons.
 IDS = types.SimpleNamespace(
     IDCANCEL=2, IDNO=7,
     **{name: int(number) for name, number in re.findall(r"^#define (ID\w+) (\d+)$", read("resources/resource.h"), re.M)})

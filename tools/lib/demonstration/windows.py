@@ -9,7 +9,7 @@ from sources import IDS
 TOOL_TIMEOUT = 20  # seconds, for one call of a command-line tool
 
 Control = collections.namedtuple("Control", "rect enabled text")
-DIALOG_CONTROLS = {number for name, number in vars(IDS).items() if name.startswith("IDC_")}  # in no message box
+DIALOG_CONTROLS = {number for name, number in vars(IDS).items() if name.startswith("IDC_")}  # never in a message box
 
 
 class Stuck(Exception):

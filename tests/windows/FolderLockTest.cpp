@@ -1,0 +1,84 @@
+#include "platform/FolderLock.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "tests/support/ImportTable.h"
+#include "tests/support/TestScopes.h"
+
+namespace {
+
+class FolderLock : public testing::Test
+{
+protected:
+    static bool IsTaken(const std::wstring& folder) { return CFolderLock(folder).IsTaken(); }
+
+    const CTempFolder m_folder;
+};
+
+TEST_F(FolderLock, RefusesASecondOneUntilItEnds)
+{
+    std::optional<CFolderLock> first(m_folder.Path());
+    EXPECT_FALSE(first->IsTaken());
+    EXPECT_TRUE(IsTaken(m_folder.Path()));
+    EXPECT_TRUE(IsTaken(m_folder.Path())) << "the refused one has locked nothing, and freed nothing";
+    first.reset();
+    EXPECT_FALSE(IsTaken(m_folder.Path()));
+}
+
+TEST_F(FolderLock, IsOnTheFolderHoweverItIsWritten)
+{
+    const std::wstring folder = m_folder / L"Größe";
+    std::filesystem::create_directory(folder);
+    const CFolderLock first(folder);
+    EXPECT_TRUE(IsTaken(m_folder / L"GRÖßE\\"));
+    EXPECT_TRUE(IsTaken(folder + L"\\."));
+    EXPECT_TRUE(IsTaken(L"\\\\?\\" + folder));
+    EXPECT_FALSE(IsTaken(m_folder.Path()));
+    EXPECT_FALSE(IsTaken(m_folder / L"none"));
+}
+
+// While it lives, a mutex cannot be made.
+class CFailingMutex
+{
+public:
+    explicit CFailingMutex(DWORD error)
+    {
+        static const bool redirected = RedirectImport("CreateMutexW", &CFailingMutex::Create, &s_original);
+        EXPECT_TRUE(redirected);
+        s_error = error;
+    }
+    ~CFailingMutex() { s_error = ERROR_SUCCESS; }
+    CFailingMutex(const CFailingMutex&) = delete;
+    CFailingMutex& operator=(const CFailingMutex&) = delete;
+
+private:
+    static HANDLE WINAPI Create(SECURITY_ATTRIBUTES* security, BOOL owned, const wchar_t* name)
+    {
+        if (s_error == ERROR_SUCCESS) {
+            return s_original(security, owned, name);
+        }
+        SetLastError(s_error);
+        return nullptr;
+    }
+
+    static inline decltype(&::CreateMutexW) s_original = nullptr;
+    static inline DWORD s_error = ERROR_SUCCESS;
+};
+
+TEST_F(FolderLock, OfAnotherUserCountsToo)
+{
+    const CFailingMutex denied(ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(IsTaken(m_folder.Path()));
+}
+
+TEST_F(FolderLock, KeepsNobodyFromWorkingWhenTheSystemHasNoMutexes)
+{
+    const CFailingMutex none(ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_FALSE(IsTaken(m_folder.Path()));
+}
+
+}  // namespace
