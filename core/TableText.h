@@ -1,9 +1,9 @@
 #pragma once
 
-#include <compare>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 // Tables as the text that spreadsheets exchange. Cells are separated by tabs on the clipboard, and by
@@ -36,7 +36,11 @@ private:
         bool header = false;  // the first of several cells is the header of the table's first column
         bool parts = false;   // most first cells are names of part files, and no cell has a plain-text quote
         int score = 0;        // cuts between cells, fewer for plain-text quotes; or kPerfect
-        auto operator<=>(const Fit&) const = default;
+
+        bool operator>(const Fit& other) const
+        {
+            return std::tie(header, parts, score) > std::tie(other.header, other.parts, other.score);
+        }
     };
 
     [[nodiscard]] wchar_t FindSeparator();

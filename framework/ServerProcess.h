@@ -11,7 +11,7 @@
 // The server process behind the connections to an automation class (LocalServer32). The object distinguishes
 // a server that this program started from one that was there before. A server that this program started ends
 // with this program; the object can also wait for its end or terminate it. The object never ends a server
-// that others may use.
+// that this program did not start, or whose main window it has seen.
 class CServerProcess
 {
 public:
@@ -21,8 +21,8 @@ public:
     // Ends a server that is still tied to this program.
     ~CServerProcess();
 
-    // Sets the class that a run connects to. If the class has changed, the object forgets the server of the
-    // old one; that server lives on.
+    // Sets the class that a run connects to. If its program file is another one than before, the object
+    // forgets the old server; that server lives on.
     void BeginRun(const std::wstring& progId);
 
     // Call it before each attempt to connect.
@@ -35,8 +35,8 @@ public:
     // are not tied.
     void EndConnect(bool connected);
 
-    // Whether this program started the server. Once the server shows a main window, a user may work in it:
-    // the server then no longer counts as started by this program, is not tied and is never ended.
+    // Whether this program started the server. If the server shows a main window, a user may work in it: from
+    // this call on, the server does not count as started by this program, is not tied and is never ended.
     [[nodiscard]] bool IsOurs();
 
     // To be called when the connection is released. From then on WasAlive looks for the server of this
@@ -78,10 +78,11 @@ private:
     // attempt.
     std::optional<std::vector<Process>> m_before;
     ULONGLONG m_connectingSince = 0;
-    bool m_wasAlive = false;         // what WasAlive looks for was alive at BeginConnect
-    ULONGLONG m_connectedSince = 0;  // start of the connected server, or of its oldest candidate; else 0
-    ULONGLONG m_letGoSince = 0;      // the same of the server let go last; 0 if none was
-    ULONGLONG m_runSince = 0;        // time of BeginRun
+    bool m_wasAlive = false;  // what WasAlive looks for was alive at BeginConnect
+    ULONGLONG m_connectedSince =
+        0;                       // start of the connected server, if known, or of the oldest process; else 0
+    ULONGLONG m_letGoSince = 0;  // the same of the server let go last; 0 if none was
+    ULONGLONG m_runSince = 0;    // time of BeginRun
     DWORD m_id = 0;
     UniqueHandle m_process;  // of the server that this program started
     UniqueHandle m_job;      // ties that server to this program

@@ -109,8 +109,8 @@ StateImages StateImagesFor(UINT dpi)
     return kSmallest;
 }
 
-// Whether the first paint of the process is still to come. That paint shows the message of the start, if
-// there is one.
+// Whether the first paint of the process is still to come. That paint reports a missing input folder
+// (OnFirstPaint).
 bool g_firstPaintPending = true;
 
 bool Ask(const Text& question)
@@ -401,7 +401,7 @@ void CTalvenorDlg::TellOfMessage(bool open)
 
 void CTalvenorDlg::ShowRunEnd(bool failed)
 {
-    SetMessageObserver({});  // during the last message the button keeps its colour
+    SetMessageObserver({});  // so that the taskbar button is not "paused" during the last message
     if (failed) {
         m_taskbar.ShowError();
     }
@@ -527,8 +527,8 @@ LRESULT CTalvenorDlg::EndLabelEdit(WPARAM wParam, LPARAM lParam)
     return result;
 }
 
-// Delete in the list deletes the selected rows, after the list has handled the key. The keys of the table's
-// commands work in the list only, as an edit has its own undo and clipboard.
+// The Delete key, pressed in the list, deletes the selected rows, after the list has handled the key. The
+// keys of the table's commands work in the list only, as an edit has its own undo and clipboard.
 bool CTalvenorDlg::PreTranslateMessage(MSG& message)
 {
     const bool listKey = message.message == WM_KEYDOWN && message.hwnd == m_wndList.m_hWnd;
@@ -626,8 +626,8 @@ LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM lParam)
     return Default();
 }
 
-// The dialog manager restores the focus of an inactive window ("DefDlgProcW function"). A cell editor closes
-// when it loses the focus, so the list takes the focus first.
+// When the window is activated again, the dialog manager restores the focus that it had ("DefDlgProcW
+// function"). That must not be a cell editor, which closes when it loses the focus.
 LRESULT CTalvenorDlg::OnActivate(WPARAM wParam, LPARAM)
 {
     if (LOWORD(wParam) == WA_INACTIVE) {

@@ -84,7 +84,7 @@ protected:
     }
 
     // Clicks on the disabled main window before the program may ask; this click must not bring up the
-    // question. It leaves the program in front, which a click on the other program would not.
+    // question. A click on the other program's window would bring that program to the front.
     static void ClickTooEarly(const CProgramUnderTest& program, ULONGLONG hung)
     {
         constexpr ULONGLONG kEarly = 50'000;  // milliseconds
@@ -113,7 +113,7 @@ protected:
 // Two programs, each with a library and a server of its own, hang at the same time, so that the test waits
 // for one minute and not for two. The second program gets its own server because a server that hangs serves
 // no other client.
-TEST_F(HangTest, OneClickAndOneAnswerLeaveAHangInTheRunAndInTheEndCall)
+TEST_F(HangTest, OneClickAndOneAnswerEndAHangInTheRunAndInTheEndCall)
 {
     AddParts(3);
     m_server.SetScript("fault file=2.sldprt call=GetConfiguration hang\n");

@@ -31,7 +31,7 @@ TEST(FileDialogs, OfPartsStartInTheirFolder)
     EXPECT_EQ(dialogs.m_startFolder, L"D:\\Parts");
 }
 
-// Wine's picker has no field; so the system's side is played here.
+// Wine's folder picker has no field to type into, so the test itself calls the callback as the system would.
 TEST(FileDialogs, TheFolderPickerStaysOpenForAMistypedFolder)
 {
     const CSystemDialogs dialogs;

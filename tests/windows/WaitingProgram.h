@@ -19,8 +19,8 @@ inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wst
     return copy;
 }
 
-// A process of waitingprogram.exe or another program, which ends with the object. Its parent is this process,
-// so CServerProcess regards it as started by COM.
+// Runs waitingprogram.exe or another program; the destructor terminates the process. Its parent is this
+// process, so CServerProcess regards it as started by COM.
 class CWaitingProcess
 {
 public:
