@@ -23,7 +23,7 @@ std::wstring_view StripBlanks(std::wstring_view text)
 }
 
 // Moves the stripped text before the first separator from `rest` to `field` and drops the separator. Returns
-// false when there is no separator or nothing, not even a blank, before it.
+// false when there is no separator, or when it is the first character.
 bool TakeField(std::wstring_view& rest, std::wstring_view& field)
 {
     const std::size_t separator = rest.find(kSeparator);
