@@ -2322,7 +2322,7 @@ IN_BOTH_LANGUAGES(TaskbarTest);
 
 TEST_P(TaskbarTest, ShowsTheProgressOfARunAndItsMessages)
 {
-    m_application.On(kOpenDocument, [this, asked = false](FakeCall& call) mutable {
+    m_application.On(kOpenDocument, [asked = false](FakeCall& call) mutable {
         if (!std::exchange(asked, true)) {
             ShowMessage(L"a message during the call");
         }
