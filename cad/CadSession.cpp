@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "cad/ServerStatus.h"
 #include "framework/Language.h"
 #include "framework/PaintingWait.h"
 #include "framework/WinApp.h"
@@ -12,29 +13,6 @@ constexpr Text kEndServer{L"SOLIDWORKS antwortet nicht.\n\nSoll SOLIDWORKS beend
                           L"SOLIDWORKS is not responding.\n\nDo you want to end SOLIDWORKS?"};
 constexpr Text kStopWaiting{L"SOLIDWORKS antwortet nicht.\n\nSoll nicht länger gewartet werden?",
                             L"SOLIDWORKS is not responding.\n\nDo you want to stop waiting?"};
-
-// Whether a call failed because its server has exited or is exiting. RPC_S_CALL_FAILED_DNE: the client
-// connected just as the server revoked its class object.
-bool IsServerGone(HRESULT status)
-{
-    return status == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE) ||
-           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED) ||
-           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE) || status == RPC_E_DISCONNECTED;
-}
-
-// Whether connecting, or the first call after it, failed because the server has exited, is exiting or is not
-// ready yet.
-bool IsServerMissing(HRESULT status)
-{
-    return IsServerGone(status) || status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
-}
-
-// Whether creating the object failed for one of these reasons. E_FAIL: the class is still registered, but its
-// server no longer creates objects. Seen under Wine.
-bool IsCreatorMissing(HRESULT status)
-{
-    return IsServerMissing(status) || status == E_FAIL;
-}
 
 void HandleStalledCalls(CStalledCallHandler* handler)
 {

@@ -54,12 +54,13 @@ protected:
         ChooseInPicker(program, path, title);
     }
 
-    // Waits until the exported file is complete, and replaces a word throughout the file.
+    // Waits until the exported file is complete, and replaces a word throughout the file. The file cannot be
+    // opened while it gets its name.
     static void ReplaceInFile(const std::wstring& path, const std::string& word, const std::string& by)
     {
         std::string text;
         WaitFor([&] {
-            text = PathExists(path) ? ReadBytes(path) : "";
+            text = BytesOf(path);
             return text.ends_with(word + "299\r\n");
         });
         std::size_t count = 0;

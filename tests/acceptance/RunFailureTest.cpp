@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "tests/acceptance/RunFailureTest.h"
+#include "tests/support/UnderWine.h"
 
 namespace {
 
@@ -64,6 +65,35 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
     const std::string start = "- start version=30";
     const std::string end = "- end reason=asked open=";
     EXPECT_EQ((Lines{start, start, start, end, end + "2.sldprt", end}), m_server.Life());
+}
+
+class BusyServerTest : public RunFailureTest
+{
+protected:
+    // Runs while the server rejects the fifth call for a second: `action` in the script, `word` in the log.
+    void ExpectConvertedDespite(const std::string& action, const std::string& word)
+    {
+        if (UnderWine()) {
+            GTEST_SKIP() << "skipped: Wine does not ask a client's message filter about a rejected call";
+        }
+        AddParts(1);
+        m_server.SetScript("fault nth=5 " + action + " 1000\n");
+        const CProgramUnderTest program;
+        ConvertToTheEnd(program);
+        EXPECT_EQ(L"Norm 1", BomNameOf(1));
+        const Lines log = m_server.Log();
+        EXPECT_NE(log.end(), std::ranges::find(log, "- " + word)) << "the server has rejected no call";
+    }
+};
+
+TEST_F(BusyServerTest, IsAskedAgainWhenItRejectsACall)
+{
+    ExpectConvertedDespite("reject", "rejected");
+}
+
+TEST_F(BusyServerTest, IsAskedAgainWhenItSaysRetryLater)
+{
+    ExpectConvertedDespite("busy", "busy");
 }
 
 // Three parts. The server takes 4 seconds for the second configuration of the second part: time to cancel.

@@ -10,3 +10,8 @@ void LogFinding(const std::string& id, const char* found, const std::string& det
 {
     std::printf("finding\t%s\t%s\t%s\n", id.c_str(), found, detail.c_str());
 }
+
+void LogFailure(const std::string& what)
+{
+    std::printf("failure\t%s\n", what.c_str());
+}

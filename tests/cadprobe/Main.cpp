@@ -1,21 +1,24 @@
 // cadprobe PROGID PART: drives the CAD system as the program does, with one copy of a part, and prints each
-// result code and time. The part is opened and closed, and not saved.
+// result code and time. The part is opened and closed, but not saved. The exit status is 3 if the probe may
+// not start the CAD system: none is registered, or one is running.
 //
-// Connects, asks the date code, opens the part, counts its configurations, ends the CAD system and connects
-// again every second until that works; clicks a window of its own during the opening.
+// Connects, asks for the date code, opens the part, counts its configurations, ends the CAD system; then
+// starts and ends it once more and connects again every second until a new one responds. During the opening
+// it clicks a window of its own.
 #include <windows.h>
 
 #include <objbase.h>
 
 #include <cstdio>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "cad/ServerStatus.h"
 #include "framework/OleMessageFilter.h"
 #include "framework/WinApp.h"
 #include "tests/cadprobe/ClickDuringCall.h"
 #include "tests/cadprobe/Log.h"
+#include "tests/cadprobe/ProbedServer.h"
 #include "tests/cadserver/AutomationClient.h"
 #include "tests/support/AutomationNumbers.h"
 #include "tests/support/TextFile.h"
@@ -23,9 +26,10 @@
 namespace {
 
 constexpr long kFirstSupported = 1999250;
-constexpr DWORD kLongestEnd = 60'000;       // milliseconds
-constexpr DWORD kLongestConnect = 120'000;  // milliseconds
+constexpr DWORD kLongestEnd = 30'000;       // milliseconds; the program waits as long
+constexpr DWORD kLongestConnect = 120'000;  // milliseconds; the same
 constexpr DWORD kClickDelay = 150;          // milliseconds
+constexpr int kMayNotStart = 3;
 
 const char* WordFor(bool found)
 {
@@ -50,19 +54,32 @@ CallResult TimedCall(const char* name, IDispatch* object, DISPID member,
     return result;
 }
 
-HRESULT Connect(const std::wstring& progId, IDispatchPtr& application)
+HRESULT TimedConnect(CProbedServer& server)
 {
     const ULONGLONG began = GetTickCount64();
-    const HRESULT status = application.CreateInstance(progId.c_str(), nullptr, CLSCTX_LOCAL_SERVER);
+    const HRESULT status = server.Connect();
     LogCall("connect", status, began);
     return status;
 }
 
-bool ProbeConnect(const std::wstring& progId, IDispatchPtr& application)
+HRESULT TimedEnd(CProbedServer& server)
 {
     const ULONGLONG began = GetTickCount64();
-    const HRESULT status = Connect(progId, application);
+    const HRESULT status = server.End();
+    LogCall("end", status, began);
+    return status;
+}
+
+bool ProbeConnect(CProbedServer& server)
+{
+    const ULONGLONG began = GetTickCount64();
+    const HRESULT status = TimedConnect(server);
     const ULONGLONG took = GetTickCount64() - began;
+    if (status == E_ACCESSDENIED) {
+        LogFinding("cad-connect", "not tried",
+                   "it shows a window, or the probe did not start it: left alone");
+        return false;
+    }
     LogFinding("cad-connect", WordFor(SUCCEEDED(status) && took < kLongestConnect),
                "after " + std::to_string(took) + " ms");
     return SUCCEEDED(status);
@@ -80,8 +97,8 @@ void LogClick(CClickDuringCall& click, bool inTime)
 {
     const bool kept = click.WasKept();
     if (!inTime) {
-        LogFinding("click-kept", "not tried", "the call returned before the click");
-        LogFinding("filter-asked", "not tried", "the call returned before the click");
+        LogFinding("click-kept", "not tried", "the call returned before the click, or a window covers it");
+        LogFinding("filter-asked", "not tried", "the same");
         return;
     }
     LogFinding("click-kept", WordFor(kept), kept ? "it arrived after the call" : "it did not arrive");
@@ -102,55 +119,71 @@ void ProbeDocument(IDispatch* application, const std::wstring& part)
     LogClick(click, inTime);
     if (const IDispatchPtr document = opened.Object()) {
         TimedCall("count", document, automation::kGetConfigurationCount);
+        TimedCall("close", application, automation::kCloseDocument, {part.c_str()});
     } else {
-        std::printf("note\tno document, error code %ld\n", error);
+        LogFailure("the part was not opened, error code " + std::to_string(error));
     }
-    TimedCall("close", application, automation::kCloseDocument, {part.c_str()});
 }
 
-// Whether the program takes this for a server that is ending: cad/CadSession.
-bool IsEndingCode(HRESULT status)
+void ProbeEnd(CProbedServer& server)
 {
-    return status == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE) ||
-           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED) ||
-           status == HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE) || status == RPC_E_DISCONNECTED ||
-           status == CO_E_SERVER_EXEC_FAILURE;
-}
-
-// Connects every second until a new server answers.
-void ProbeReconnects(const std::wstring& progId)
-{
+    const HRESULT status = TimedEnd(server);
     const ULONGLONG began = GetTickCount64();
-    HRESULT status = E_FAIL;
-    bool known = true;
-    while (FAILED(status) && GetTickCount64() - began < kLongestEnd) {
-        Sleep(1'000);
-        IDispatchPtr application;
-        status = Connect(progId, application);
-        if (SUCCEEDED(status)) {
-            status = TimedCall("date code", application, automation::kGetDateCode).status;
-        }
-        known = known && (SUCCEEDED(status) || IsEndingCode(status));
-        if (SUCCEEDED(status)) {
-            TimedCall("end", application, automation::kExit);
-        }
-    }
-    LogFinding("cad-end", WordFor(SUCCEEDED(status)),
-               "a new one answered after " + std::to_string(GetTickCount64() - began) + " ms");
-    LogFinding("cad-ending-codes", WordFor(known), known ? "only known codes" : "a code that is not known");
+    const bool ended = SUCCEEDED(status) && server.WaitForEnd(kLongestEnd);
+    LogFinding("cad-end", WordFor(ended),
+               "its process " + std::string(ended ? "ended" : "was there") + " after " +
+                   std::to_string(GetTickCount64() - began) + " ms");
 }
 
-void Probe(const std::wstring& progId, const std::wstring& part)
+// Whether the program expects these codes of a server that is ending.
+bool AreKnown(HRESULT connected, HRESULT called)
 {
-    IDispatchPtr application;
-    if (!ProbeConnect(progId, application)) {
+    return (SUCCEEDED(connected) || IsCreatorMissing(connected)) &&
+           (SUCCEEDED(called) || IsServerMissing(called));
+}
+
+// Ends a server, then connects every second until a new one responds.
+void ProbeReconnects(CProbedServer& server)
+{
+    if (FAILED(TimedConnect(server)) || FAILED(TimedEnd(server))) {
+        LogFinding("cad-ending-codes", "not tried", "it was not started and ended a second time");
         return;
     }
-    ProbeDateCode(application);
-    ProbeDocument(application, part);
-    TimedCall("end", application, automation::kExit);
-    application = nullptr;
-    ProbeReconnects(progId);
+    const ULONGLONG began = GetTickCount64();
+    HRESULT connected = E_FAIL;
+    HRESULT called = S_OK;
+    do {
+        Sleep(1'000);
+        connected = TimedConnect(server);
+        if (SUCCEEDED(connected)) {
+            called = TimedCall("date code", server.Application(), automation::kGetDateCode).status;
+            TimedEnd(server);
+        }
+    } while (AreKnown(connected, called) && (FAILED(connected) || FAILED(called)) &&
+             GetTickCount64() - began < kLongestConnect);
+    const bool known = AreKnown(connected, called);
+    LogFinding("cad-ending-codes", WordFor(known), known ? "only known codes" : "a code that is not known");
+    static_cast<void>(server.WaitForEnd(kLongestEnd));
+}
+
+// Returns the exit status.
+int Probe(const std::wstring& progId, const std::wstring& part)
+{
+    CProbedServer server(progId);
+    if (server.Image().empty() || server.CountProcesses() != 0) {
+        LogFailure(server.Image().empty() ? "no CAD system is registered" : "the CAD system is running");
+        return kMayNotStart;
+    }
+    if (ProbeConnect(server)) {
+        ProbeDateCode(server.Application());
+        ProbeDocument(server.Application(), part);
+        ProbeEnd(server);
+        ProbeReconnects(server);
+    }
+    if (const int left = server.CountProcesses(); left != 0) {
+        LogFailure("still running: " + std::to_string(left) + " of " + ToUtf8(server.Image()));
+    }
+    return 0;
 }
 
 // The application object, which holds the program's message filter.
@@ -162,13 +195,15 @@ public:
     {
     }
 
+    int m_status = 0;
+
 protected:
     bool InitInstance() override
     {
         CPatientHandler handler;
         InitializeOle();
         GetMessageFilter().SetStalledCallHandler(&handler);
-        Probe(m_progId, m_part);
+        m_status = Probe(m_progId, m_part);
         GetMessageFilter().SetStalledCallHandler(nullptr);
         return false;
     }
@@ -187,6 +222,7 @@ int wmain(int count, wchar_t** arguments)
         return 2;
     }
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    CProbeApp(arguments[1], FullPath(arguments[2])).Run();
-    return 0;
+    CProbeApp probe(arguments[1], FullPath(arguments[2]));
+    probe.Run();
+    return probe.m_status;
 }

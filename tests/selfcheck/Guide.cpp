@@ -1,21 +1,40 @@
 #include "tests/selfcheck/Guide.h"
 
+#include <windows.h>
+
 #include <array>
 #include <cstdio>
 
-std::string AskForText(const std::string& doThis)
+#include "tests/support/TextFile.h"
+
+namespace {
+
+// A console returns UTF-16, whatever its code page. Anything else, such as a pipe, is read as UTF-8.
+std::wstring ReadLine()
+{
+    std::array<wchar_t, 1024> text{};
+    DWORD length = 0;
+    if (ReadConsoleW(GetStdHandle(STD_INPUT_HANDLE), text.data(), static_cast<DWORD>(text.size()), &length,
+                     nullptr) != FALSE) {
+        return {text.data(), length};
+    }
+    std::array<char, 1024> bytes{};
+    return std::fgets(bytes.data(), static_cast<int>(bytes.size()), stdin) == nullptr
+               ? std::wstring()
+               : FromUtf8(bytes.data());
+}
+
+}  // namespace
+
+std::wstring AskForText(const std::string& doThis)
 {
     std::printf("\n%s > ", doThis.c_str());
-    std::array<char, 1024> line{};
-    if (std::fgets(line.data(), static_cast<int>(line.size()), stdin) == nullptr) {
-        return {};
-    }
-    const std::string text = line.data();
-    return text.substr(0, text.find_first_of("\r\n"));
+    const std::wstring line = ReadLine();
+    return line.substr(0, line.find_first_of(L"\r\n"));
 }
 
 Answer Ask(const std::string& doThis, const std::string& question)
 {
-    const std::string answer = AskForText(doThis + "\n" + question + " y, n, or Enter to leave it out");
-    return answer == "y" ? Answer::yes : answer == "n" ? Answer::no : Answer::leaveOut;
+    const std::wstring answer = AskForText(doThis + "\n" + question + " y, n, or Enter to leave it out");
+    return answer == L"y" ? Answer::yes : answer == L"n" ? Answer::no : Answer::leaveOut;
 }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-// What a person is asked to do or to tell. All texts are UTF-8.
+// What a person is asked to do or to tell. The texts shown are UTF-8.
 
 enum class Answer
 {
@@ -15,4 +15,4 @@ enum class Answer
 [[nodiscard]] Answer Ask(const std::string& doThis, const std::string& question);
 
 // Waits for a line; empty to leave it out.
-[[nodiscard]] std::string AskForText(const std::string& doThis);
+[[nodiscard]] std::wstring AskForText(const std::string& doThis);

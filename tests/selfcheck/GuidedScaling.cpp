@@ -11,6 +11,7 @@
 
 #include "resources/resource.h"
 #include "tests/selfcheck/Guide.h"
+#include "tests/selfcheck/Windows10.h"
 #include "tests/support/OtherWindows.h"
 #include "tests/support/ProgramUnderTest.h"
 #include "tests/support/Rects.h"
@@ -26,7 +27,17 @@ struct Layout
     std::vector<std::string> names;
     std::vector<RECT> rects;  // the window's size, then its controls in the client area
     std::vector<int> columns;
+    int rowHeight = 0;
+    UINT dpi = 0;
 };
+
+// By the height that the list would need for one more row.
+int RowHeight(HWND list)
+{
+    const LPARAM anySize = MAKELPARAM(-1, -1);
+    return HIWORD(Ask(list, LVM_APPROXIMATEVIEWRECT, 2, anySize)) -
+           HIWORD(Ask(list, LVM_APPROXIMATEVIEWRECT, 1, anySize));
+}
 
 Layout LayoutOf(const CProgramUnderTest& program)
 {
@@ -46,6 +57,8 @@ Layout LayoutOf(const CProgramUnderTest& program)
         layout.columns.push_back(
             static_cast<int>(Ask(program.Control(IDC_LIST), LVM_GETCOLUMNWIDTH, column)));
     }
+    layout.rowHeight = RowHeight(program.Control(IDC_LIST));
+    layout.dpi = DpiOf(window);
     return layout;
 }
 
@@ -96,25 +109,48 @@ Finding ComparedColumns(const Layout& left, const Layout& right)
     return YesIf(same, widths);
 }
 
+Finding ComparedRows(const Layout& left, const Layout& right)
+{
+    return YesIf(left.rowHeight > 0 && left.rowHeight == right.rowHeight,
+                 std::to_string(left.rowHeight) + " pixels for " + std::to_string(right.rowHeight));
+}
+
+// A window whose scaling has not changed would only be compared with itself.
+bool HasScaling(const Layout& layout, UINT percent)
+{
+    return layout.dpi == USER_DEFAULT_SCREEN_DPI * percent / 100;
+}
+
+void CompareWithNewlyStarted(const Layout& scaled, CReport& report)
+{
+    const CProgramUnderTest fresh({}, kProgram);
+    const Layout expected = LayoutOf(fresh);
+    report.AddFinding("dpi-relayout", Compared(scaled, expected));
+    report.AddFinding("dpi-columns", ComparedColumns(scaled, expected));
+    report.AddFinding("dpi-row-height", ComparedRows(scaled, expected));
+}
+
 }  // namespace
 
 void CheckScaling(CReport& report)
 {
     const CProgramUnderTest program({}, kProgram);
     const Layout before = LayoutOf(program);
-    if (Ask("Two windows of Talvenor will open; do not touch them. Set the scaling of this screen to 150 % "
+    if (HasScaling(before, 150) ||
+        Ask("Two windows of Talvenor will open; do not touch them. Set the scaling of this screen to 150 % "
             "(Settings, Display).",
             "Is it 150 % now?") != Answer::yes) {
+        report.AddFact("scaling", "left out: it was 150 % before, or the person left it out");
         return;
     }
     const Layout scaled = LayoutOf(program);
-    {
-        const CProgramUnderTest fresh({}, kProgram);
-        const Layout expected = LayoutOf(fresh);
-        report.AddFinding("dpi-relayout", Compared(scaled, expected));
-        report.AddFinding("dpi-columns", ComparedColumns(scaled, expected));
+    if (!HasScaling(scaled, 150)) {
+        report.AddFailure("the scaling of the program's window is " + std::to_string(scaled.dpi) + " dpi");
+        return;
     }
-    if (Ask("Set the scaling back to what it was.", "Is it as before?") == Answer::yes) {
+    CompareWithNewlyStarted(scaled, report);
+    if (Ask("Set the scaling back to what it was.", "Is it as before?") == Answer::yes &&
+        LayoutOf(program).dpi == before.dpi) {
         report.AddFinding("dpi-back", Compared(LayoutOf(program), before));
     }
 }

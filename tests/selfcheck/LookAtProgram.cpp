@@ -2,17 +2,24 @@
 
 #include <psapi.h>
 
+#include <algorithm>
 #include <array>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "framework/Handles.h"
 #include "resources/resource.h"
 #include "tests/selfcheck/Looks.h"
+#include "tests/selfcheck/Machine.h"
 #include "tests/selfcheck/Picture.h"
+#include "tests/selfcheck/TemplatesAsBefore.h"
+#include "tests/selfcheck/Windows10.h"
+#include "tests/support/Files.h"
 #include "tests/support/MessageBoxOnScreen.h"
 #include "tests/support/OtherWindows.h"
 #include "tests/support/OwnFolder.h"
@@ -36,16 +43,8 @@ struct Seen
     RECT workArea{};
     std::optional<COLORREF> ground;
     COLORREF systemGround = 0;
-    std::vector<std::wstring> libraries;
+    std::vector<std::wstring> libraries;  // their paths in lower case
 };
-
-// The program's resource is not there on Windows before 10 version 1607 (a null function pointer).
-template <class Function>
-Function UserFunction(const char* name)
-{
-    return reinterpret_cast<Function>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"user32.dll"), name)));
-}
 
 bool IsPerMonitorAware(HWND window)
 {
@@ -60,10 +59,9 @@ bool IsPerMonitorAware(HWND window)
 RECT WindowByMetrics(HWND window, RECT client)
 {
     const auto adjust = UserFunction<decltype(&AdjustWindowRectExForDpi)>("AdjustWindowRectExForDpi");
-    const auto dpi = UserFunction<decltype(&GetDpiForWindow)>("GetDpiForWindow");
-    if (adjust != nullptr && dpi != nullptr) {
+    if (const UINT dpi = DpiOf(window); adjust != nullptr && dpi != 0) {
         adjust(&client, static_cast<DWORD>(GetWindowLongW(window, GWL_STYLE)), FALSE,
-               static_cast<DWORD>(GetWindowLongW(window, GWL_EXSTYLE)), dpi(window));
+               static_cast<DWORD>(GetWindowLongW(window, GWL_EXSTYLE)), dpi);
     }
     return client;
 }
@@ -103,54 +101,6 @@ std::optional<COLORREF> GroundIn(const CPicture& picture, HWND window)
     return picture.At(corner.x - rect.left, corner.y - rect.top);
 }
 
-// The program stores its two default templates at its start where the user has none. What was not there is
-// removed again.
-class CTemplatesAsBefore
-{
-public:
-    CTemplatesAsBefore()
-    {
-        for (const wchar_t* const key : kKeys) {
-            m_hadKeys.push_back(Exists(key));
-        }
-        for (const wchar_t* const value : kValues) {
-            m_hadValues.push_back(RegGetValueW(HKEY_CURRENT_USER, kKeys.front(), value, RRF_RT_ANY, nullptr,
-                                               nullptr, nullptr) == ERROR_SUCCESS);
-        }
-    }
-    ~CTemplatesAsBefore()
-    {
-        for (std::size_t at = 0; at < kValues.size(); ++at) {
-            if (!m_hadValues[at]) {
-                RegDeleteKeyValueW(HKEY_CURRENT_USER, kKeys.front(), kValues.at(at));
-            }
-        }
-        for (std::size_t at = 0; at < kKeys.size() && !m_hadKeys[at]; ++at) {
-            RegDeleteKeyW(HKEY_CURRENT_USER, kKeys.at(at));
-        }
-    }
-    CTemplatesAsBefore(const CTemplatesAsBefore&) = delete;
-    CTemplatesAsBefore& operator=(const CTemplatesAsBefore&) = delete;
-
-private:
-    static bool Exists(const wchar_t* path)
-    {
-        HKEY key = nullptr;
-        const LSTATUS status = RegOpenKeyExW(HKEY_CURRENT_USER, path, 0, KEY_READ, &key);
-        const UniqueKey owner(key);
-        return status == ERROR_SUCCESS;
-    }
-
-    // From the inside out
-    static constexpr std::array<const wchar_t*, 3> kKeys{L"SOFTWARE\\Zelmar\\Tools\\Talvenor",
-                                                         L"SOFTWARE\\Zelmar\\Tools", L"SOFTWARE\\Zelmar"};
-    static constexpr std::array<const wchar_t*, 2> kValues{L"Template Text Column 1",
-                                                           L"Template Text Column 2"};
-
-    std::vector<bool> m_hadKeys;
-    std::vector<bool> m_hadValues;
-};
-
 // The program in a working folder (empty: its own), ended by force.
 struct StartedForLook
 {
@@ -158,6 +108,11 @@ struct StartedForLook
     CProgramUnderTest program;
 
     explicit StartedForLook(const std::wstring& folder = {}) : program(folder, kProgram) {}
+    // Without its resource library the program shows a message and waits.
+    [[nodiscard]] bool ShowsMessage() const
+    {
+        return WaitFor([&] { return CMessageBoxOnScreen::Find(program.ProcessId()).has_value(); });
+    }
 };
 
 Seen LookAt(const CProgramUnderTest& program)
@@ -176,6 +131,21 @@ Seen LookAt(const CProgramUnderTest& program)
     seen.ground = GroundIn(picture, window);
     seen.systemGround = GetSysColor(COLOR_3DFACE);
     return seen;
+}
+
+// Libraries that the system loads into a program late, and would take from the program's folder.
+constexpr std::array<std::wstring_view, 5> kPlantable{L"uxtheme.dll", L"dwmapi.dll", L"propsys.dll",
+                                                      L"textshaping.dll", L"windows.storage.dll"};
+
+// Copies the program, and a library of the tests under the names above.
+void PlantLibraries(const CTempFolder& folder)
+{
+    for (const wchar_t* const name : {kProgram, L"talvresusx64.dll"}) {
+        std::filesystem::copy_file(OwnFolder() + L"\\" + name, folder / name);
+    }
+    for (const std::wstring_view name : kPlantable) {
+        std::filesystem::copy_file(OwnFolder() + L"\\planted.dll", folder / std::wstring(name));
+    }
 }
 
 // Once for all looks. The program is ended by force, so that it stores nothing.
@@ -227,10 +197,9 @@ Finding LookAtResourceFolder()
     if (!Program().error.empty()) {
         return No("no window in its own folder");
     }
-    const StartedForLook started(windows);
-    const CProgramUnderTest& elsewhere = started.program;
-    const bool says = WaitFor([&] { return CMessageBoxOnScreen::Find(elsewhere.ProcessId()).has_value(); });
-    const bool starts = elsewhere.DialogWith(IDC_LIST) != nullptr;
+    const StartedForLook elsewhere(windows);
+    const bool says = elsewhere.ShowsMessage();
+    const bool starts = elsewhere.program.DialogWith(IDC_LIST) != nullptr;
     return YesIf(says && !starts, says ? "found in its folder; a message elsewhere" : "no message elsewhere");
 }
 
@@ -262,6 +231,9 @@ Finding LookAtWorkArea()
 Finding LookAtGround()
 {
     return OfWindow([](const Seen& seen) {
+        if (!IsDarkTheme()) {
+            return NotTried("the theme is light");
+        }
         if (!seen.ground) {
             return NotTried("the system gives no picture of the window");
         }
@@ -286,26 +258,39 @@ Finding LookAtCommonControls()
 
 Finding LookAtLibraries()
 {
-    return OfWindow([](const Seen& seen) {
-        for (const std::wstring& library : seen.libraries) {
-            const bool own = library == LowerCase(OwnFolder() + L"\\" + kProgram);
-            if (!own && !library.starts_with(SystemFolder())) {
-                return No(ToUtf8(library));
-            }
+    const CTempFolder folder;
+    PlantLibraries(folder);
+    const CTemplatesAsBefore templates;
+    const CProgramUnderTest program(folder.Path(), folder / kProgram);
+    static_cast<void>(program.MainWindow());
+    const std::wstring own = LowerCase(folder / kProgram);
+    std::string loaded;
+    for (const std::wstring& library : LibrariesOf(program.Process())) {
+        if (library != own && !library.starts_with(SystemFolder())) {
+            return No(ToUtf8(library));
         }
-        return YesIf(seen.libraries.size() > 1, std::to_string(seen.libraries.size()) + " libraries");
-    });
+        loaded += std::ranges::find(kPlantable, FileNameOf(library)) == kPlantable.end()
+                      ? ""
+                      : " " + ToUtf8(FileNameOf(library));
+    }
+    return loaded.empty() ? NotTried("it loads none of the libraries that were planted")
+                          : Yes("none of its folder although planted there:" + loaded);
 }
 
 Finding LookAtWorkingFolder()
 {
-    if (!Program().error.empty()) {
-        return NotTried("the program has shown no window");
+    // Asks for the right to rename the folder, and renames nothing.
+    const auto isFree = [](const CTempFolder& folder) {
+        return UniqueHandle(ValidHandle(CreateFileW(folder.Path().c_str(), DELETE, FILE_SHARE_READ, nullptr,
+                                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr))) !=
+               nullptr;
+    };
+    const CTempFolder folder;
+    const bool before = isFree(folder);
+    const StartedForLook started(folder.Path());
+    if (!before || !started.ShowsMessage()) {
+        return NotTried("the program has shown no message about its resource library");
     }
-    const StartedForLook started;
-    static_cast<void>(started.program.MainWindow());
-    // Asks for the right to rename it, and renames nothing.
-    const UniqueHandle folder(ValidHandle(CreateFileW(OwnFolder().c_str(), DELETE, FILE_SHARE_READ, nullptr,
-                                                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)));
-    return YesIf(folder == nullptr, folder == nullptr ? "it is in use" : "it could be renamed");
+    const bool during = isFree(folder);
+    return YesIf(!during, during ? "it could be renamed" : "it is in use");
 }

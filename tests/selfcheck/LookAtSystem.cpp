@@ -1,12 +1,16 @@
 #include <windows.h>
 
+#include <powrprof.h>
+
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 
 #include "framework/Handles.h"
 #include "tests/selfcheck/Looks.h"
 #include "tests/selfcheck/Machine.h"
+#include "tests/support/CreateProgram.h"
 #include "tests/support/OwnFolder.h"
 #include "tests/support/TextFile.h"
 
@@ -52,6 +56,43 @@ Finding LookAtOldWindows()
         return NotTried("this is build " + std::to_string(build) + ", not 15063");
     }
     return LookAtStart();
+}
+
+Finding LookAtKeepAwake()
+{
+    const auto isRequired = []() -> std::optional<bool> {
+        ULONG state = 0;
+        if (CallNtPowerInformation(SystemExecutionState, nullptr, 0, &state, sizeof state) != 0) {
+            return std::nullopt;
+        }
+        return (state & ES_SYSTEM_REQUIRED) != 0;
+    };
+    const std::optional<bool> before = isRequired();
+    SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
+    const std::optional<bool> during = isRequired();
+    SetThreadExecutionState(ES_CONTINUOUS);
+    if (!before || !during || *before) {
+        return NotTried(before ? "another program keeps the computer awake"
+                               : "the system does not tell its execution state");
+    }
+    return YesIf(*during, *during ? "the system is required" : "the system is not required");
+}
+
+// Puts a process into two jobs, as the program does with a CAD system that is in one already.
+Finding LookAtNestedJobs()
+{
+    const std::wstring program = L"\"" + OwnFolder() + L"\\waitingprogram.exe\"";
+    StartedProgram started;
+    if (CreateProgram(program, started, OwnFolder()) != ERROR_SUCCESS) {
+        return NotTried("waitingprogram.exe does not start");
+    }
+    const UniqueHandle outer(CreateJobObjectW(nullptr, nullptr));
+    const UniqueHandle inner(CreateJobObjectW(nullptr, nullptr));
+    const bool first = AssignProcessToJobObject(outer.get(), started.process.get()) != FALSE;
+    const bool second = AssignProcessToJobObject(inner.get(), started.process.get()) != FALSE;
+    const std::string detail = second ? "a second job took it" : "error " + std::to_string(GetLastError());
+    TerminateProcess(started.process.get(), 1);
+    return first ? YesIf(second, detail) : NotTried("the first job did not take it");
 }
 
 Finding LookAtDialogFont()

@@ -21,6 +21,8 @@ Finding LookAtWorkingFolder();
 
 // LookAtSystem.cpp
 Finding LookAtOldWindows();
+Finding LookAtKeepAwake();
+Finding LookAtNestedJobs();
 Finding LookAtDialogFont();
 Finding LookAtKeyLayout();
 Finding LookAtFileCase();

@@ -1,10 +1,14 @@
 #include "tests/selfcheck/Machine.h"
 
+#include <shlobj.h>
+
 #include <array>
 #include <filesystem>
 #include <vector>
 
 #include "framework/Handles.h"
+#include "tests/support/KeysAside.h"
+#include "tests/support/Leftovers.h"
 #include "tests/support/OwnFolder.h"
 #include "tests/support/TextFile.h"
 #include "tests/support/UnderWine.h"
@@ -62,10 +66,7 @@ std::string Theme()
     HIGHCONTRASTW contrast{};
     contrast.cbSize = sizeof contrast;
     SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof contrast, &contrast, 0);
-    const DWORD light =
-        NumberValue(HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize",
-                    L"AppsUseLightTheme", 1);
-    return std::string(light != 0 ? "light" : "dark") +
+    return std::string(IsDarkTheme() ? "dark" : "light") +
            ((contrast.dwFlags & HCF_HIGHCONTRASTON) != 0 ? ", contrast theme" : "");
 }
 
@@ -81,6 +82,28 @@ std::string YesOrNo(bool condition)
     return condition ? "yes" : "no";
 }
 
+// Adds the values of an open key. `title`: of the key in the state.
+void TakeValues(HKEY key, const std::wstring& title, MachineState& state)
+{
+    DWORD longestName = 0;
+    DWORD largest = 0;  // value, in bytes
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &longestName,
+                     &largest, nullptr, nullptr);
+    std::wstring name(longestName + 1, L'\0');
+    std::vector<BYTE> data(largest);
+    for (DWORD at = 0;; ++at) {
+        auto length = static_cast<DWORD>(name.size());
+        auto size = static_cast<DWORD>(data.size());
+        DWORD type = 0;
+        if (RegEnumValueW(key, at, name.data(), &length, nullptr, &type, data.data(), &size) !=
+            ERROR_SUCCESS) {
+            return;
+        }
+        state[title + L"\\\\" + name.substr(0, length)] =
+            std::to_wstring(type) + L":" + std::wstring(data.begin(), data.begin() + size);
+    }
+}
+
 // Adds the values of a key and of all keys below it.
 void TakeKeys(HKEY hive, const std::wstring& path, REGSAM view, MachineState& state)
 {
@@ -92,20 +115,26 @@ void TakeKeys(HKEY hive, const std::wstring& path, REGSAM view, MachineState& st
     const std::wstring title = (hive == HKEY_LOCAL_MACHINE ? L"HKLM\\" : L"HKCU\\") + path +
                                (view == KEY_WOW64_32KEY ? L" (32)" : L"");
     state[title] = L"key";
+    TakeValues(opened, title, state);
     std::array<wchar_t, 512> name{};
-    std::array<BYTE, 4096> data{};
-    for (DWORD at = 0;; ++at) {
-        auto length = static_cast<DWORD>(name.size());
-        auto size = static_cast<DWORD>(data.size());
-        if (RegEnumValueW(opened, at, name.data(), &length, nullptr, nullptr, data.data(), &size) !=
-            ERROR_SUCCESS) {
-            break;
-        }
-        state[title + L"\\\\" + name.data()] = std::wstring(data.begin(), data.begin() + size);
-    }
     for (DWORD at = 0; RegEnumKeyW(opened, at, name.data(), static_cast<DWORD>(name.size())) == ERROR_SUCCESS;
          ++at) {
         TakeKeys(hive, path + L"\\" + name.data(), view, state);
+    }
+}
+
+// Adds the names of the sub-keys.
+void TakeNames(HKEY hive, const std::wstring& path, MachineState& state)
+{
+    HKEY opened = nullptr;
+    if (RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, &opened) != ERROR_SUCCESS) {
+        return;
+    }
+    const UniqueKey key(opened);
+    std::array<wchar_t, 512> name{};
+    for (DWORD at = 0; RegEnumKeyW(opened, at, name.data(), static_cast<DWORD>(name.size())) == ERROR_SUCCESS;
+         ++at) {
+        state[path + L"\\" + name.data()] = L"key";
     }
 }
 
@@ -129,20 +158,40 @@ void TakeKeysNamed(HKEY hive, const std::wstring& parent, const std::vector<std:
     }
 }
 
-// The report's folder is the self-check's own.
+std::wstring StateOf(const std::filesystem::directory_entry& entry)
+{
+    std::error_code ignored;
+    return entry.is_directory(ignored)
+               ? L"folder"
+               : std::to_wstring(entry.file_size(ignored)) + L" bytes, " +
+                     std::to_wstring(entry.last_write_time(ignored).time_since_epoch().count());
+}
+
+// Adds the files of a folder whose names begin with the text, with all that folders among them hold. The
+// report's folder is the self-check's own.
 void TakeFiles(const std::filesystem::path& folder, const std::wstring& lead, MachineState& state)
 {
     std::error_code ignored;
     for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
         const std::wstring name = entry.path().filename().wstring();
         if (name.starts_with(lead) && name != L"report") {
-            state[entry.path().wstring()] =
-                entry.is_directory(ignored)
-                    ? L"folder"
-                    : std::to_wstring(entry.file_size(ignored)) + L" bytes, " +
-                          std::to_wstring(entry.last_write_time(ignored).time_since_epoch().count());
+            state[entry.path().wstring()] = StateOf(entry);
+            TakeFiles(entry.path(), L"", state);
         }
     }
+}
+
+// Where the program is installed, and where setup programs put their entries.
+void TakePrograms(MachineState& state)
+{
+    for (const KNOWNFOLDERID& id : {FOLDERID_ProgramFiles, FOLDERID_CommonPrograms, FOLDERID_Programs}) {
+        wchar_t* path = nullptr;
+        if (SUCCEEDED(SHGetKnownFolderPath(id, 0, nullptr, &path))) {
+            TakeFiles(path, L"Talvenor", state);
+        }
+        CoTaskMemFree(path);
+    }
+    TakeNames(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall", state);
 }
 
 }  // namespace
@@ -158,8 +207,11 @@ bool LongPathsEnabled()
                        L"LongPathsEnabled", 0) != 0;
 }
 
-bool IsElevated()
+bool MayChangeMachine()
 {
+    if (UnderWine()) {
+        return true;
+    }
     HANDLE opened = nullptr;
     OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened);
     const UniqueHandle token(opened);
@@ -169,6 +221,13 @@ bool IsElevated()
            elevation.TokenIsElevated != 0;
 }
 
+bool IsDarkTheme()
+{
+    return NumberValue(HKEY_CURRENT_USER,
+                       L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize",
+                       L"AppsUseLightTheme", 1) == 0;
+}
+
 void DescribeMachine(CReport& report)
 {
     report.AddFact("Windows", ToUtf8(TextValue(HKEY_LOCAL_MACHINE, kVersionKey, L"ProductName")) + " " +
@@ -176,7 +235,7 @@ void DescribeMachine(CReport& report)
                                   ", build " + std::to_string(WindowsBuild()) + "." +
                                   std::to_string(NumberValue(HKEY_LOCAL_MACHINE, kVersionKey, L"UBR", 0)) +
                                   (UnderWine() ? " (Wine)" : ""));
-    report.AddFact("elevated", YesOrNo(IsElevated()));
+    report.AddFact("administrator", YesOrNo(MayChangeMachine()));
     report.AddFact("code pages",
                    std::to_string(GetACP()) + " (ANSI), " + std::to_string(GetOEMCP()) + " (OEM)");
     report.AddFact("languages", LocaleName(GetUserDefaultUILanguage()) + " (texts), " +
@@ -194,18 +253,28 @@ MachineState TakeMachineState()
 {
     MachineState state;
     const std::vector<std::wstring> ours{L"Zelmar", L"Talvenor"};
-    const std::vector<std::wstring> classes{L"SldWorks.Application", L"Talvenor"};
     for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
         TakeKeysNamed(HKEY_LOCAL_MACHINE, L"SOFTWARE", ours, view, state);
     }
     TakeKeysNamed(HKEY_CURRENT_USER, L"SOFTWARE", ours, 0, state);
+    TakeKeys(HKEY_CURRENT_USER, kFileDialogsKey, 0, state);
     for (const HKEY hive : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
-        TakeKeysNamed(hive, L"SOFTWARE\\Classes", classes, 0, state);
-        TakeKeysNamed(hive, L"SOFTWARE\\Classes", {L".pdf", L".html"}, 0, state);
+        TakeKeysNamed(hive, L"SOFTWARE\\Classes", {L"SldWorks.Application", L"Talvenor", L".pdf", L".html"},
+                      0, state);
+        TakeNames(hive, L"SOFTWARE\\Classes\\CLSID", state);
     }
+    TakePrograms(state);
     TakeFiles(OwnFolder(), L"", state);
     TakeFiles(std::filesystem::temp_directory_path(), L"talvenor-", state);
+    state[L"drives"] = std::to_wstring(GetLogicalDrives());
     return state;
+}
+
+void RestoreMachine(CReport& report)
+{
+    for (const std::string& problem : RestoreLeftovers()) {
+        report.AddFailure("left by tests: " + problem);
+    }
 }
 
 void CompareMachine(const MachineState& before, const std::string& stage, CReport& report)

@@ -11,15 +11,23 @@
 
 [[nodiscard]] DWORD WindowsBuild();
 [[nodiscard]] bool LongPathsEnabled();
-[[nodiscard]] bool IsElevated();
+// Whether this process may write for all users. Wine says no of elevated processes, too, and lets every
+// process write.
+[[nodiscard]] bool MayChangeMachine();
+// Whether programs that follow the theme are dark.
+[[nodiscard]] bool IsDarkTheme();
 
 // Version, languages, monitors and what else explains a result.
 void DescribeMachine(CReport& report);
 
-// What the stages must leave as it was: the keys of the library, of the program and of CAD systems with their
-// values, and the files in this folder and in the temporary folder that belong to the project.
+// What the stages must leave as it was: the keys of the library, of the program, of CAD systems and of the
+// file dialogs with their values, the registered classes and installed programs, the drives, and the
+// project's files in this folder, the temporary folder, the program folder and the Start menu.
 using MachineState = std::map<std::wstring, std::wstring>;
 [[nodiscard]] MachineState TakeMachineState();
+
+// Undoes what killed tests have left. What could not be undone counts as failures. No test may be running.
+void RestoreMachine(CReport& report);
 
 // Reports every difference as a failure.
 void CompareMachine(const MachineState& before, const std::string& stage, CReport& report);

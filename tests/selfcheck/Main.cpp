@@ -3,55 +3,51 @@
 
 #include <objbase.h>
 
+#include <array>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "tests/selfcheck/Guide.h"
 #include "tests/selfcheck/Machine.h"
 #include "tests/selfcheck/Options.h"
+#include "tests/selfcheck/ProcessRunner.h"
 #include "tests/selfcheck/Report.h"
 #include "tests/selfcheck/Stages.h"
+#include "tests/support/Leftovers.h"
 #include "tests/support/OwnFolder.h"
 
 namespace {
 
-// What a stage changes, for the person who decides.
-const char* WarningOf(int stage)
-{
-    switch (stage) {
-        case 0:
-            return "Stage 0 looks at the machine, and starts and ends the program. It changes nothing: "
-                   "the templates that the program stores where the user has none are removed again.";
-        case 1:
-            return "Stage 1 runs tests for some minutes. It opens windows, overwrites the clipboard and "
-                   "writes "
-                   "to the temporary folder. Leave mouse and keyboard alone.";
-        case 2:
-            return "Stage 2 registers a stand-in for the CAD system and a small library, and removes both "
-                   "again. "
-                   "It moves the mouse and types. Leave both alone for a quarter of an hour.";
-        case 3:
-            return "Stage 3 installs, upgrades and removes Talvenor. It refuses if Talvenor is installed.";
-        default:
-            return "Stage 4 asks you to change settings and to operate the program, and says when to change "
-                   "them "
-                   "back. You may leave out each question.";
-    }
-}
+// What a stage changes, for the person who decides. Index: the stage.
+constexpr std::array<const char*, kLastStage + 1> kWarnings{
+    "Stage 0 looks at the machine, and starts and ends the program four times. It writes to the folder "
+    "report and "
+    "to the temporary folder. The templates that the program stores where the user has none are removed "
+    "again.",
+    "Stage 1 runs tests for some minutes. They open windows, overwrite the clipboard, write to the temporary "
+    "folder, and for a while register classes, substitute a drive letter, and put aside what the file "
+    "dialogs "
+    "remember. Leave mouse and keyboard alone.",
+    "Stage 2 registers a stand-in for the CAD system, a small library and a viewer for .pdf and .html for "
+    "all "
+    "users, and puts aside what the file dialogs remember; all that is undone. It moves the mouse, types, "
+    "and "
+    "overwrites the clipboard. Leave mouse and keyboard alone for a quarter of an hour.",
+    "Stage 3 installs, upgrades and removes Talvenor in a program folder of its own, with an entry in the "
+    "Start "
+    "menu. It refuses if Talvenor is installed.",
+    "Stage 4 asks you to change settings and to operate the program, and says when to change them back. It "
+    "may "
+    "start and end SOLIDWORKS. You may leave out each question."};
 
 bool IsWanted(int stage, const Options& options)
 {
-    std::printf("\n%s\n", WarningOf(stage));
-    if (options.yes) {
-        return true;
-    }
-    std::printf("Go on? y: yes, anything else: leave it out > ");
-    char line[16] = "";
-    return std::fgets(line, sizeof line, stdin) != nullptr && line[0] == 'y';
+    std::printf("\n%s\n", kWarnings.at(static_cast<std::size_t>(stage)));
+    return options.yes || AskForText("Go on? y: yes, anything else: leave it out") == L"y";
 }
 
 std::string RunStage(int stage, const Options& options, CReport& report)
@@ -82,18 +78,41 @@ void RunAndCompare(int stage, const Options& options, CReport& report)
         report.AddFailure(title + ": " + error.what());
     }
     std::printf("  %s\n", outcome.c_str());
-    report.AddStage(stage, outcome);
+    report.AddStage(stage, outcome, outcome == kDone);
     CompareMachine(before, title, report);
+}
+
+// Ctrl+C and closing the console end the self-check in the middle of a test.
+BOOL WINAPI UndoBeforeEnd(DWORD /*event*/)
+{
+    EndProgramsOfThisFolder();
+    for (const std::string& problem : RestoreLeftovers()) {
+        std::fprintf(stderr, "%s\n", problem.c_str());
+    }
+    return FALSE;  // the default handler ends the process
+}
+
+// Returns the exit status.
+int Restore()
+{
+    RemoveInstallationOfCheck();
+    const std::vector<std::string> problems = RestoreLeftovers();
+    for (const std::string& problem : problems) {
+        std::printf("%s\n", problem.c_str());
+    }
+    std::printf(problems.empty() ? "Nothing is left on the machine.\n" : "This is left on the machine.\n");
+    return problems.empty() ? 0 : 1;
 }
 
 int Check(const Options& options)
 {
     CReport report;
+    RestoreMachine(report);
     const std::wstring folder = OwnFolder() + L"\\report";
     std::filesystem::create_directory(std::filesystem::path(folder));
     for (int stage = 0; stage <= kLastStage; ++stage) {
         if (!options.stages.contains(stage) || !IsWanted(stage, options)) {
-            report.AddStage(stage, "left out");
+            report.AddStage(stage, "left out", false);
             continue;
         }
         RunAndCompare(stage, options, report);
@@ -101,7 +120,7 @@ int Check(const Options& options)
     }
     report.Write(folder + L"\\report.txt");
     std::printf("\n%s\nThe report is report\\report.txt.\n", report.Verdict().c_str());
-    return report.IsAsExpected() ? 0 : 1;
+    return !report.IsAsExpected() ? 1 : report.IsWhole() ? 0 : 3;
 }
 
 }  // namespace
@@ -116,7 +135,8 @@ int wmain(int count, wchar_t** arguments)
             std::fputs(Usage(), stdout);
             return 0;
         }
-        return Check(options);
+        SetConsoleCtrlHandler(&UndoBeforeEnd, TRUE);
+        return options.restore ? Restore() : Check(options);
     } catch (const std::invalid_argument& error) {
         std::fprintf(stderr, "%s\n%s", error.what(), Usage());
         return 2;

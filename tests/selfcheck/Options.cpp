@@ -30,6 +30,8 @@ Options ParseOptions(const std::vector<std::wstring>& words)
             options.yes = true;
         } else if (word == L"--quick") {
             options.quick = true;
+        } else if (word == L"--restore") {
+            options.restore = true;
         } else if (word == L"--help" || word == L"/?") {
             options.help = true;
         } else {
@@ -58,5 +60,8 @@ const char* Usage()
            "  --leave-out STAGE  all but this stage, may be repeated\n"
            "  --yes              ask nothing before a stage; leaves out stage 4\n"
            "  --quick            of the tests, only those that prove an expectation and are not slow\n"
-           "Exit status: 0 as expected, 1 not as expected, 2 wrong options.\n";
+           "  --restore          only undoes what a self-check that was killed has left on the machine\n"
+           "Exit status: 0 all five stages are complete and as expected, 1 not as expected, 2 wrong "
+           "options,\n"
+           "3 as expected as far as it was looked at.\n";
 }

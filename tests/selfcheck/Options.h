@@ -7,8 +7,9 @@
 struct Options
 {
     std::set<int> stages;
-    bool yes = false;    // ask nothing before a stage
-    bool quick = false;  // of the tests, only those that prove an expectation and are not slow
+    bool yes = false;      // ask nothing before a stage
+    bool quick = false;    // of the tests, only those that prove an expectation and are not slow
+    bool restore = false;  // only undo what a killed self-check has left
     bool help = false;
 };
 

@@ -1,11 +1,10 @@
 #include "tests/selfcheck/ProcessRunner.h"
 
-#include <tlhelp32.h>
-
 #include <stdexcept>
 
 #include "framework/Handles.h"
 #include "tests/support/OwnFolder.h"
+#include "tests/support/RunningPrograms.h"
 #include "tests/support/TextFile.h"
 
 namespace {
@@ -38,14 +37,6 @@ UniqueHandle Start(std::wstring commandLine, HANDLE output)
     return UniqueHandle(process.hProcess);
 }
 
-bool LiesInThisFolder(HANDLE process)
-{
-    std::wstring image(32'768, L'\0');
-    auto length = static_cast<DWORD>(image.size());
-    return QueryFullProcessImageNameW(process, 0, image.data(), &length) != FALSE &&
-           LowerCase(image.substr(0, length)).starts_with(LowerCase(OwnFolder()) + L"\\");
-}
-
 }  // namespace
 
 std::optional<DWORD> RunProgram(const std::wstring& commandLine, const std::wstring& outputPath,
@@ -65,16 +56,10 @@ std::optional<DWORD> RunProgram(const std::wstring& commandLine, const std::wstr
 
 void EndProgramsOfThisFolder()
 {
-    const UniqueHandle all(ValidHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0)));
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Process32FirstW(all.get(), &entry); more != FALSE;
-         more = Process32NextW(all.get(), &entry)) {
-        const UniqueHandle process(
-            OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
-        if (entry.th32ProcessID != GetCurrentProcessId() && process != nullptr &&
-            LiesInThisFolder(process.get())) {
-            TerminateProcess(process.get(), 1);
+    const std::wstring folder = LowerCase(OwnFolder()) + L"\\";
+    for (const RunningProgram& program : RunningPrograms(PROCESS_TERMINATE)) {
+        if (program.id != GetCurrentProcessId() && LowerCase(program.image).starts_with(folder)) {
+            TerminateProcess(program.process.get(), 1);
         }
     }
 }

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "tests/selfcheck/Assumptions.h"
+#include "tests/selfcheck/Options.h"
 
 namespace {
 
@@ -39,9 +40,12 @@ void CReport::AddFact(const std::string& name, const std::string& value)
     m_facts.push_back(name + ": " + value);
 }
 
-void CReport::AddStage(int stage, const std::string& outcome)
+void CReport::AddStage(int stage, const std::string& outcome, bool isWhole)
 {
     m_stages.push_back(std::to_string(stage) + ": " + outcome);
+    if (isWhole) {
+        m_wholeStages.insert(stage);
+    }
 }
 
 void CReport::AddResult(const ProgramResult& result)
@@ -95,16 +99,31 @@ bool CReport::IsAsExpected() const
     return FailedCases() == 0 && Count(Found::no) == 0 && Count(Found::yes) != 0;
 }
 
+bool CReport::IsWhole() const
+{
+    return static_cast<int>(m_wholeStages.size()) == kLastStage + 1;
+}
+
+std::string CReport::WholeStages() const
+{
+    std::string stages;
+    for (const int stage : m_wholeStages) {
+        stages += (stages.empty() ? "stages " : ", ") + std::to_string(stage);
+    }
+    return stages.empty() ? "no stage is complete"
+                          : stages + (IsWhole() ? " are complete" : " alone are complete");
+}
+
 std::string CReport::Verdict() const
 {
-    const std::string open = std::to_string(Count(Found::notTried)) + " not tried";
+    const std::string scope = std::to_string(Count(Found::notTried)) + " not tried; " + WholeStages();
     if (IsAsExpected()) {
         return "VERDICT: everything that was looked at is as expected (" + std::to_string(Count(Found::yes)) +
-               " expectations; " + open + ").";
+               " expectations; " + scope + ").";
     }
     return "VERDICT: not as expected: " + std::to_string(FailedCases()) + " failures, " +
            std::to_string(Count(Found::no)) + " expectations not met (" + std::to_string(Count(Found::yes)) +
-           " met; " + open + ").";
+           " met; " + scope + ").";
 }
 
 std::string CReport::Facts() const

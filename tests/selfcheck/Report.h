@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,8 @@ class CReport
 public:
     // A line about the machine.
     void AddFact(const std::string& name, const std::string& value);
-    void AddStage(int stage, const std::string& outcome);
+    // isWhole: whether the stage has looked at everything.
+    void AddStage(int stage, const std::string& outcome, bool isWhole);
     void AddResult(const ProgramResult& result);
     // Something that failed and belongs to no expectation.
     void AddFailure(const std::string& what);
@@ -30,8 +32,10 @@ public:
 
     // One sentence.
     [[nodiscard]] std::string Verdict() const;
-    // Whether nothing failed and no expectation was found wrong.
+    // Whether nothing failed and no expectation was found wrong, in what was looked at.
     [[nodiscard]] bool IsAsExpected() const;
+    // Whether all stages have looked at everything.
+    [[nodiscard]] bool IsWhole() const;
 
     // Throws std::runtime_error if the file cannot be written.
     void Write(const std::wstring& path) const;
@@ -43,9 +47,11 @@ private:
     [[nodiscard]] Finding FindingOf(const std::string& id, int stage) const;
     [[nodiscard]] int Count(Found found) const;
     [[nodiscard]] int FailedCases() const;
+    [[nodiscard]] std::string WholeStages() const;
 
     std::vector<std::string> m_facts;
     std::vector<std::string> m_stages;
+    std::set<int> m_wholeStages;
     std::vector<ProgramResult> m_results;
     std::vector<std::string> m_failures;
     std::map<std::string, Finding> m_findings;

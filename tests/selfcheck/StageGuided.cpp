@@ -3,6 +3,7 @@
 #include "tests/selfcheck/GuidedCad.h"
 #include "tests/selfcheck/GuidedScaling.h"
 #include "tests/selfcheck/Stages.h"
+#include "tests/selfcheck/TemplatesAsBefore.h"
 #include "tests/support/UnderWine.h"
 
 namespace {
@@ -24,10 +25,11 @@ std::string RunStageGuided(const Options& options, CReport& report)
     if (UnderWine()) {
         return "skipped: Wine has neither the settings nor the CAD system";
     }
+    const CTemplatesAsBefore templates;
     CheckScaling(report);
     CheckCadSystem(report);
     for (const Question& each : Questions()) {
         report.AddFinding(each.id, FindingOf(Ask(each.doThis, each.question)));
     }
-    return "done";
+    return kDone;
 }

@@ -11,5 +11,5 @@ std::string RunStageLook(CReport& report)
         std::printf("  %s\n", look.id);
         report.AddFinding(look.id, look.look());
     }
-    return "done";
+    return kDone;
 }

@@ -1,15 +1,16 @@
 // Stage 3: the package, installed and removed as an administrator does it, without questions.
 #include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "framework/Handles.h"
+#include "resources/resource.h"
 #include "tests/selfcheck/Machine.h"
 #include "tests/selfcheck/ProcessRunner.h"
 #include "tests/selfcheck/Stages.h"
+#include "tests/selfcheck/TemplatesAsBefore.h"
 #include "tests/support/CreateProgram.h"
 #include "tests/support/OtherWindows.h"
 #include "tests/support/OwnFolder.h"
@@ -22,12 +23,6 @@ namespace {
 constexpr wchar_t kSetupKey[] = L"SOFTWARE\\Talvenor\\Setup";
 constexpr wchar_t kUninstallKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
 constexpr DWORD kMinutes = 10;
-
-std::string Contents(const std::wstring& path)
-{
-    std::ifstream file(std::filesystem::path(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::wstring TextValue(const std::wstring& key, const wchar_t* name)
 {
@@ -63,20 +58,39 @@ int CountEntries()
     return count;
 }
 
-// The steps, each by a call of msiexec, whose log is in the report's folder.
+// Where this stage installs the program.
+std::wstring FolderOfCheck()
+{
+    return TextValue(L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion", L"ProgramFilesDir") +
+           L"\\Talvenor self-check";
+}
+
+// Returns the exit status of msiexec, whose log is in the report's folder.
+DWORD Installer(const wchar_t* verb, const std::wstring& package, const std::wstring& more = {})
+{
+    static int calls = 0;
+    const std::wstring log = OwnFolder() + L"\\report\\msi-" + std::to_wstring(++calls) + L".log";
+    const std::wstring command = L"msiexec.exe " + std::wstring(verb) + L" \"" + OwnFolder() +
+                                 L"\\packages\\" + package + L".msi\" /qn /norestart /l*v \"" + log + L"\"" +
+                                 more;
+    return RunProgram(command, OwnFolder() + L"\\report\\msiexec.txt", kMinutes).value_or(ERROR_TIMEOUT);
+}
+
+void RemoveInstalled()
+{
+    for (const wchar_t* const package : {L"rebuilt", L"current", L"failing", L"older"}) {
+        if (!InstalledFolder().empty()) {
+            Installer(L"/x", package);
+        }
+    }
+}
+
+// The steps, each by a call of msiexec. Nothing is installed before them.
 class CPackageSteps
 {
 public:
     explicit CPackageSteps(CReport& report) : m_report(report) {}
-    // Whatever happened in between
-    ~CPackageSteps()
-    {
-        for (const wchar_t* const package : {L"rebuilt", L"current", L"failing", L"older"}) {
-            if (!InstalledFolder().empty()) {
-                Installer(L"/x", package);
-            }
-        }
-    }
+    ~CPackageSteps() { RemoveInstalled(); }  // whatever happened in between
     CPackageSteps(const CPackageSteps&) = delete;
     CPackageSteps& operator=(const CPackageSteps&) = delete;
 
@@ -97,21 +111,12 @@ public:
     }
 
 private:
-    // Returns the exit status of msiexec.
-    DWORD Installer(const wchar_t* verb, const std::wstring& package, const std::wstring& more = {})
-    {
-        const std::wstring log = OwnFolder() + L"\\report\\msi-" + std::to_wstring(++m_calls) + L".log";
-        const std::wstring command = L"msiexec.exe " + std::wstring(verb) + L" \"" + OwnFolder() +
-                                     L"\\packages\\" + package + L".msi\" /qn /norestart /l*v \"" + log +
-                                     L"\"" + more;
-        return RunProgram(command, OwnFolder() + L"\\report\\msiexec.txt", kMinutes).value_or(ERROR_TIMEOUT);
-    }
     void Step(const char* id, bool asExpected, DWORD status, const std::string& detail)
     {
         m_report.AddFinding(id, YesIf(asExpected, "status " + std::to_string(status) + ", " + detail));
     }
-    [[nodiscard]] static std::string Program() { return Contents(InstalledFolder() + L"\\talvenor.exe"); }
-    [[nodiscard]] static std::string Current() { return Contents(OwnFolder() + L"\\talvenor_german.exe"); }
+    [[nodiscard]] static std::string Program() { return BytesOf(InstalledFolder() + L"\\talvenor.exe"); }
+    [[nodiscard]] static std::string Current() { return BytesOf(OwnFolder() + L"\\talvenor_german.exe"); }
 
     // Starts the installed program and waits for its window.
     static StartedProgram Start()
@@ -121,22 +126,23 @@ private:
         static_cast<void>(CreateProgram(L"\"" + folder + L"\\talvenor.exe\"", program, folder));
         return program;
     }
-    static bool ShowsWindow(const StartedProgram& program)
+    // A message is a window, too, so the list of the main window counts.
+    static bool ShowsMainWindow(const StartedProgram& program)
     {
-        return WaitFor([&] { return !TopWindowsOf(program.id).empty(); });
+        return WaitFor([&] {
+            return std::ranges::any_of(TopWindowsOf(program.id),
+                                       [](HWND window) { return GetDlgItem(window, IDC_LIST) != nullptr; });
+        });
     }
 
     void InstallOlder()
     {
-        const std::wstring folder =
-            TextValue(L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion", L"ProgramFilesDir") +
-            L"\\Talvenor self-check";
+        const std::wstring folder = FolderOfCheck();
         const DWORD status = Installer(L"/i", L"older", L" INSTALLDIR=\"" + folder + L"\"");
         const StartedProgram program = InstalledFolder().empty() ? StartedProgram{} : Start();
-        Step("install", status == ERROR_SUCCESS && program.process != nullptr && ShowsWindow(program), status,
-             "folder " + ToUtf8(InstalledFolder()));
+        Step("install", status == ERROR_SUCCESS && program.process != nullptr && ShowsMainWindow(program),
+             status, "folder " + ToUtf8(InstalledFolder()));
         TerminateProcess(program.process.get(), 1);
-        Step("install-build", status == ERROR_SUCCESS, status, "build " + std::to_string(WindowsBuild()));
         Step("install-folder", LowerCase(InstalledFolder()) == LowerCase(folder), status,
              "asked for " + ToUtf8(folder));
     }
@@ -151,7 +157,7 @@ private:
     void UpgradeWhileItRuns()
     {
         const StartedProgram program = Start();
-        ShowsWindow(program);
+        ShowsMainWindow(program);
         const DWORD status = Installer(L"/i", L"current");
         const bool closed = WaitForSingleObject(program.process.get(), 0) == WAIT_OBJECT_0;
         TerminateProcess(program.process.get(), 1);
@@ -183,26 +189,35 @@ private:
     }
 
     CReport& m_report;
-    int m_calls = 0;
 };
 
 }  // namespace
+
+void RemoveInstallationOfCheck()
+{
+    const std::wstring installed = InstalledFolder();
+    if (!installed.empty() && LowerCase(installed) == LowerCase(FolderOfCheck())) {
+        RemoveInstalled();
+    }
+}
 
 std::string RunStagePackage(CReport& report)
 {
     if (UnderWine()) {
         return "skipped: Wine's installer does not roll back";
     }
-    if (!IsElevated()) {
+    if (!MayChangeMachine()) {
         return "skipped: this needs an administrator";
     }
     std::error_code ignored;
     if (!std::filesystem::exists(std::filesystem::path(OwnFolder() + L"\\packages"), ignored)) {
         return "skipped: there are no packages here";
     }
+    RemoveInstallationOfCheck();  // an earlier one may have been killed
     if (!InstalledFolder().empty() || CountEntries() != 0) {
         return "refused: Talvenor is installed on this machine";
     }
+    const CTemplatesAsBefore templates;
     CPackageSteps(report).Run();
-    return "done";
+    return kDone;
 }

@@ -3,10 +3,15 @@
 #include "tests/selfcheck/Options.h"
 #include "tests/selfcheck/Report.h"
 
-// The stages. Each returns what became of it, such as "done" or "skipped: why", and puts what it finds into
+// What a stage returns that has looked at everything.
+inline constexpr const char* kDone = "done";
+
+// The stages. Each returns what became of it, kDone or such as "skipped: why", and puts what it finds into
 // the report.
 std::string RunStageLook(CReport& report);
 std::string RunStageTests(const Options& options, CReport& report);
 std::string RunStageWhole(const Options& options, CReport& report);
 std::string RunStagePackage(CReport& report);
+// Removes what a killed stage 3 has installed, and nothing else.
+void RemoveInstallationOfCheck();
 std::string RunStageGuided(const Options& options, CReport& report);

@@ -16,11 +16,11 @@ import sys
 ROW = re.compile(r"^\| `([\w-]+)` \|(.*)\|$", re.MULTILINE)
 STAGES = {"0", "1", "2", "3", "4"}
 NONE = "–"  # no stage looks
-PROOF = re.compile(r'\{"([\w-]+)",\s*(kInProcess|kWhole|kServer),\s*"([^"]+)"\}')
+PROOF = re.compile(r'\{"([\w-]+)",\s*(kInProcess|kWhole),\s*"([^"]+)"\}')
 LOOK = re.compile(r'\{"([\w-]+)",\s*&Look')
 QUESTION = re.compile(r'\{"([\w-]+)",\s*"')
 STEP = re.compile(r'(?:AddFinding|LogFinding|Step)\(\s*"([\w-]+)"')
-PROGRAM_STAGE = {"kInProcess": "1", "kWhole": "2", "kServer": "2"}
+PROGRAM_STAGE = {"kInProcess": "1", "kWhole": "2"}
 TEST = re.compile(r"^TEST(_F|_P)?\((\w+),\s*(\w+)\)", re.MULTILINE)
 
 

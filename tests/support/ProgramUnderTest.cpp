@@ -1,5 +1,6 @@
 #include "tests/support/ProgramUnderTest.h"
 
+#include <filesystem>
 #include <utility>
 
 #include "framework/Language.h"
@@ -15,9 +16,10 @@ CProgramUnderTest::CProgramUnderTest(const std::wstring& workingFolder, const st
 {
     const std::wstring folder = OwnFolder();
     const Text inLanguage{L"talvenor_german.exe", L"talvenor_english.exe"};
-    const std::wstring file = folder + L"\\" + (program.empty() ? inLanguage.Current() : program);
+    const std::filesystem::path file =
+        std::filesystem::path(folder) / (program.empty() ? inLanguage.Current() : program);
     StartedProgram started =
-        StartProgram(L"\"" + file + L"\"", workingFolder.empty() ? folder : workingFolder);
+        StartProgram(L"\"" + file.wstring() + L"\"", workingFolder.empty() ? folder : workingFolder);
     m_process = std::move(started.process);
     m_processId = started.id;
 }

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 std::string ToUtf8(std::wstring_view text)
@@ -71,6 +72,12 @@ std::vector<std::wstring> Split(const std::wstring& text, wchar_t separator)
         }
     }
     return pieces;
+}
+
+std::string BytesOf(const std::wstring& path)
+{
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::vector<std::wstring> ReadLines(const std::wstring& path)

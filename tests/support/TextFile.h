@@ -26,6 +26,9 @@ std::wstring FullPath(const std::wstring& path);
 // The pieces of a text between separators: one piece more than there are separators.
 std::vector<std::wstring> Split(const std::wstring& text, wchar_t separator);
 
+// The bytes of a file; none if it cannot be opened.
+std::string BytesOf(const std::wstring& path);
+
 // The lines of a UTF-8 file without line ends. Throws std::runtime_error if the file cannot be read.
 std::vector<std::wstring> ReadLines(const std::wstring& path);
 
