@@ -29,8 +29,8 @@ bool IsServerMissing(HRESULT status)
     return IsServerGone(status) || status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
 }
 
-// Whether creating the object failed for one of these reasons. E_FAIL: the class is still registered, but its
-// server no longer creates objects. Seen under Wine.
+// Whether creating the object failed because the server is missing. E_FAIL (seen under Wine): the class is
+// still registered, but its server no longer creates objects.
 bool IsCreatorMissing(HRESULT status)
 {
     return IsServerMissing(status) || status == E_FAIL;
@@ -92,8 +92,8 @@ void CCadSession::Release()
     m_process.LetGo(isEnding);
 }
 
-// A class may be registered before its server is ready, and stay registered while the server exits. Calls
-// fail meanwhile.
+// Retries, because a class may be registered before its server is ready, and may stay registered while the
+// server exits. Calls fail at these times.
 CCadSession::Outcome CCadSession::ConnectWithRetries()
 {
     const ULONGLONG end = GetTickCount64() + m_timeouts.connect;

@@ -125,7 +125,7 @@ public:
 private:
     struct Entry
     {
-        TableStep step;  // the one to be made next
+        TableStep step;  // undoes or redoes the change
         std::size_t bytes;
     };
 

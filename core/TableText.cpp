@@ -254,7 +254,7 @@ void CTableReader::Restart(wchar_t separator)
 
 bool CTableReader::ReadRow(std::vector<std::wstring>& cells, std::size_t limit)
 {
-    // Skips empty rows, and the LF behind the CR of a row.
+    // Skips empty rows, and the LF after the CR of the previous row.
     while ((m_at = m_text.find_first_not_of(L"\r\n", m_at)) != std::wstring_view::npos) {
         ReadRowCells(cells, limit);
         if (HasText(cells)) {

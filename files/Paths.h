@@ -11,8 +11,8 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 // four). A result that begins with a backslash gets another one, so that a network path keeps its two.
 [[nodiscard]] std::wstring NormalizePath(std::wstring_view path);
 
-// Returns the path of a name, or of several joined by backslashes, below a folder, which may end in a
-// backslash. If `folder` is an empty text, the result is \\NAME, which names a computer: see IsComputer.
+// Returns the path of `name` below `folder`. `name` may be several names joined by backslashes, and `folder`
+// may end in a backslash. If `folder` is empty, the result is \\NAME, which names a computer: see IsComputer.
 [[nodiscard]] std::wstring JoinPath(std::wstring_view folder, std::wstring_view name);
 
 // Returns the "Mapped" folder of a standard-parts folder, without a backslash at its end.

@@ -13,7 +13,8 @@
 inline constexpr wchar_t kProductKey[] = L"SOFTWARE\\Zelmar";
 
 // The data of a registry value in a private heap, with its size in bytes and its type. The functions that
-// fill it return false and leave it empty when memory is short or the data is larger than a value can be.
+// fill the object return false and leave the object empty when memory is short or the data is larger than a
+// registry value can be.
 class CRegistryValue
 {
 public:
