@@ -36,5 +36,5 @@ private:
 
     bool m_hasRun = false;
     RunRecord m_run;
-    mutable std::optional<RunFindings> m_findings;  // of the run, once they are needed
+    mutable std::optional<RunFindings> m_findings;  // of m_run; made when first needed
 };

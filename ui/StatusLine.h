@@ -41,8 +41,8 @@ public:
 
     [[nodiscard]] bool HasNamesToCheck() const { return !m_toCheck.empty(); }
 
-    // Selects the next row with a name to check, searching from the row after the focused one and then from
-    // the top, and shows what to check. Does nothing when there is no such row.
+    // Selects the next row with a name to check and shows the problem. Searches from the row after the
+    // focused row, then from the top. Does nothing when there is no such row.
     void GoToNextName();
 
 private:
