@@ -7,6 +7,8 @@
 #include "core/NameRules.h"
 #include "core/PartName.h"
 
+// Generates file names and BOM names from templates with the fill-ins %1 to %8.
+
 // The columns of the conversion table.
 inline constexpr int kColumnOriginal = 0;  // file name of the standard part
 inline constexpr int kColumnRenamed = 1;   // file name of its copy

@@ -6,6 +6,8 @@
 
 #include "core/UTtabEntry.h"
 
+// The undo history of the conversion table. A change is recorded as the rows before and after it.
+
 // A row of the conversion table and its mark: pending or converted.
 struct TableRow
 {

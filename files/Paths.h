@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+// Builds and tests paths as texts, without querying the file system.
+
 // The sub-folder of the standard-parts folder for the copies and the parts map file.
 inline constexpr std::wstring_view kMappedFolderName = L"Mapped";
 inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";

@@ -23,8 +23,8 @@ public:
     };
 
     // Call it while the controls are where the template puts them. `natural` is the size of the client area
-    // in the template, in dialog units. The window may be smaller than that, as the system creates no window
-    // much larger than the screen ("WM_GETMINMAXINFO message"). Until Anchor is called for a control, it
+    // in the template, in dialog units. The window may be smaller, as the system creates no window much
+    // larger than the screen ("WM_GETMINMAXINFO message"). Until Anchor is called for a control, the control
     // keeps its distance to the left and top edges.
     void Begin(HWND dialog, SIZE natural);
 
@@ -59,7 +59,7 @@ private:
         HWND control;
         unsigned edges;
         Place place;      // in the template
-        bool isComboBox;  // only moved: a new height would become that of its drop-down list
+        bool isComboBox;  // only moved: a new height would become the height of the drop-down list
     };
 
     // The size of an average character, of which dialog units are fractions, and the DPI at which it was
