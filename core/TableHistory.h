@@ -79,7 +79,7 @@ struct TableStep
 };
 
 // Returns the splices that turn `before` into `after`. If rows were only inserted, as when files are added to
-// a sorted table, each block of consecutive new rows is one splice; otherwise a single splice replaces
+// a sorted table, each block of consecutive new rows is one splice. Otherwise a single splice replaces
 // everything from the first to the last difference.
 [[nodiscard]] std::vector<RowSplice> CompareTables(std::vector<TableRow> before, std::vector<TableRow> after);
 

@@ -10,8 +10,8 @@
 #include "core/UTtabEntry.h"
 #include "framework/List.h"
 
-// The parts map file is 8-bit text: comment lines that begin with ";", empty lines, and one record per line,
-// its three fields in the order of UTtab_entry, separated by ";".
+// The parts map file is 8-bit text: comment lines that begin with ";", empty lines, and one record per line.
+// A record has three fields in the order of UTtab_entry, separated by ";".
 
 // The reader accepts lines of at most this many bytes.
 inline constexpr std::size_t kMapLineMaxBytes = 255;
@@ -21,8 +21,8 @@ inline constexpr std::size_t kMapFieldMaxBytes = 259;
 
 // Splits one record at its first two semicolons and strips the blanks around the three fields. The third
 // field may be empty and may contain further semicolons. The line must be stripped. Returns false, with the
-// entry unchanged, when one of the two semicolons is missing or is the first character of its field, as in an
-// empty line or a comment.
+// entry unchanged, when one of the two semicolons is missing or is the first character of its field. So
+// empty lines and comments return false.
 bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry);
 
 // Returns the byte of a character above U+00FF (EncodeMapCharacter).

@@ -30,10 +30,10 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 [[nodiscard]] bool IsComputer(std::wstring_view path);
 [[nodiscard]] bool IsShare(std::wstring_view path);
 
-// Whether the text is a file name that stays in the folder it is appended to: not empty, without separators
-// and wildcards, and without a dot or blank at its end, which the system would drop ("Naming Files, Paths,
-// and Namespaces"). ";" and "=" are allowed, as existing files may contain them. Device names are not
-// checked: opening them fails.
+// Whether the text is a file name that stays in the folder it is appended to: not empty and without
+// separators and wildcards. A dot or blank at the end is refused, too: the system would drop it ("Naming
+// Files, Paths, and Namespaces"). ";" and "=" are allowed, as names of existing files may contain them.
+// Device names are not checked: opening them fails.
 [[nodiscard]] bool IsBareFileName(std::wstring_view name);
 
 // Strips all backslashes from the end of a path: "D:\" becomes "D:".

@@ -6,9 +6,9 @@
 
 // Keeps the controls of a resizable dialog at its edges, at every scaling. While the dialog has the size of
 // its template, each control is where the template puts it. Places are kept in dialog units and mapped to
-// pixels anew each time: dialog units follow the font, whose size does not grow in exact proportion to the
-// scaling ("MapDialogRect function"). On a screen that is too small for the template, the dialog may be
-// smaller than the template.
+// pixels anew each time. Dialog units follow the font, and the font's size does not grow in exact proportion
+// to the scaling ("MapDialogRect function"). On a screen that is too small for the template, the dialog may
+// be smaller than the template.
 class CDialogLayout
 {
 public:

@@ -8,8 +8,8 @@
 
 #include "framework/ComPointers.h"
 
-// What the message filter asks and does about a stalled call. A call is stalled when the server has rejected
-// it for too long, or when it has been pending for too long and the user presses a key or clicks. The
+// What the message filter asks and does about a stalled call. A call that the server rejects is stalled after
+// the busy delay. A pending call is stalled when the user presses a key or clicks after the busy delay. The
 // conversion run installs a handler while it holds a connection.
 class CStalledCallHandler
 {

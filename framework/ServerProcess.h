@@ -29,14 +29,15 @@ public:
     void BeginConnect();
 
     // Finds the server if the attempt has succeeded. The server counts as started by this program in two
-    // cases: exactly one process of the image has appeared since the first attempt, and COM started it; or
-    // the only process of the image is the server that this program started before. The server is then tied
-    // to this program: it ends when this program ends, however that happens. Processes that the server starts
-    // are not tied.
+    // cases. (1) Exactly one process of the image has appeared since the first attempt, and COM started that
+    // process. (2) The only process of the image is the server that this program started before. In both
+    // cases the server is tied to this program: the server ends when this program ends, however that happens.
+    // Processes that the server starts are not tied.
     void EndConnect(bool connected);
 
-    // Whether this program started the server. If the server shows a main window, a user may work in it: from
-    // this call on, the server does not count as started by this program, is not tied and is never ended.
+    // Whether this program started the server. If the server shows a main window now, a user may be working
+    // in it. From this call on, that server no longer counts as started by this program, is not tied and is
+    // never ended.
     [[nodiscard]] bool IsOurs();
 
     // Call it when the connection is released. From then on WasAlive looks for the server of this connection.

@@ -66,10 +66,10 @@ private:
 class CRegistry
 {
 public:
-    // hive: a predefined hive or an open key. An open key is closed by the first access that finds a value or
-    // opens a sub-key for writing; every later access then fails.
-    // view: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit programs see, 0 for
-    // the view of this process ("Accessing an Alternate Registry View").
+    // `hive`: a predefined hive or an open key. The first access that finds a value or opens a sub-key for
+    // writing closes an open key; every later access fails.
+    // `view`: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit programs see, 0
+    // for the view of this process ("Accessing an Alternate Registry View").
     explicit CRegistry(HKEY hive, REGSAM view = 0);
     virtual ~CRegistry() = default;
     CRegistry(const CRegistry&) = delete;

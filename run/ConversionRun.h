@@ -22,9 +22,10 @@ struct ConversionOptions
     CadTimeouts cadTimeouts{};
 };
 
-// One conversion run: copies the pending rows' files under their new names into the "Mapped" folder, records
-// every row in the map file, has SOLIDWORKS write the BOM names, and marks the rows converted. Runs on the
-// user-interface thread. Reports failures itself, in message boxes or in the record of the run.
+// One conversion run. Copies the files of pending rows under their new names into the "Mapped" folder and
+// records all rows in the map file. Has SOLIDWORKS write the BOM names unless files are only copied. Marks
+// the rows converted. A row that cannot be copied or recorded keeps its mark. Runs on the user-interface
+// thread. Reports failures itself, in message boxes or in the record of the run.
 class CConversionRun
 {
 public:

@@ -452,8 +452,8 @@ bool CConvList::PreTranslateMessage(MSG& message)
 }
 
 // F2 and Shift+F2 edit the focused row's generated names, Shift+F10 opens a menu, Ctrl+A selects all rows.
-// With a column's number, counted from 1: Ctrl widens the column, Ctrl+Shift narrows it, Alt moves it one
-// place to the right, or from the last place to the first. Returns false for other keys.
+// With a column's number, counted from 1, Ctrl widens the column, Ctrl+Shift narrows it, and Alt moves it one
+// place to the right. Alt moves a column in the last place to the first place. Returns false for other keys.
 bool CConvList::OnKey(WPARAM key)
 {
     const bool control = IsDown(VK_CONTROL);

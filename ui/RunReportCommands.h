@@ -25,8 +25,8 @@ public:
     // Whether rows of the last run need attention and the given folder is that run's standard-parts folder.
     [[nodiscard]] bool CanSelectAttention(const std::wstring& standardPartsFolder) const;
 
-    // Selects the failed rows or, if there are none, the rows with warnings, and no others. Finds them by
-    // their original file names. Shows a message when some of them are not in the list any more: after a
+    // Selects the failed rows or, if there are none, the rows with warnings, and no others. Finds the rows by
+    // their original file names. Shows a message when some of these rows are not in the list: after a
     // cancelled run, the list lacks the rows without a record in the map file.
     void SelectAttention(const CConversionTable& table) const;
 

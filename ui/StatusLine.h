@@ -11,8 +11,8 @@
 #include "files/NamesToCheck.h"
 
 // The line below the list: the numbers of all, pending and selected rows, and a button that goes to the next
-// name to check, shown while there is one. The line is updated only when the message queue is empty, because
-// commands change thousands of rows one by one.
+// name to check. The button is hidden while no name needs checking. The line is updated only when the message
+// queue is empty, because commands change thousands of rows one by one.
 class CStatusLine
 {
 public:

@@ -467,8 +467,8 @@ LRESULT CTalvenorDlg::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
     return CDialog::WindowProc(message, wParam, lParam);
 }
 
-// During a run and while a message box is open, commands are ignored whatever sent them: a screen reader can
-// press a button of a disabled window, and automation calls dispatch posted messages.
+// Commands are ignored during a run and while a message box is open, whatever sent them. A screen reader can
+// press a button of a disabled window, and posted messages may be dispatched during an automation call.
 bool CTalvenorDlg::IsBusy() const
 {
     return m_bRunning || !IsWindowEnabled();
