@@ -34,10 +34,10 @@ public:
     // Call on WM_SIZE, and on WM_DPICHANGED after the default processing.
     void Arrange() const;
 
-    // The width of the client area beyond that of the template, in pixels; at least 0.
+    // How much wider the client area is than in the template, in pixels; at least 0.
     [[nodiscard]] int ExtraWidth() const;
 
-    // Handles WM_GETMINMAXINFO: the smallest size is that of the template, but neither wider nor higher than
+    // Handles WM_GETMINMAXINFO: the smallest size is the template's size, but neither wider nor higher than
     // the monitor's work area.
     void LimitSize(MINMAXINFO& limits) const;
 

@@ -8,8 +8,8 @@
 
 class CWnd;
 
-// The application object, one per process. From its construction on, even after its destruction, an uncaught
-// exception ends the process by fail-fast: Windows Error Reporting gets the failure, and the runtime library
+// The application object, one per process. From its construction until the process ends, an uncaught
+// exception ends the process by fail-fast. Windows Error Reporting gets the failure, and the runtime library
 // shows no box.
 class CWinApp
 {

@@ -26,8 +26,8 @@ public:
     [[nodiscard]] bool CanSelectAttention(const std::wstring& standardPartsFolder) const;
 
     // Selects the failed rows or, if there are none, the rows with warnings, and no others. Finds the rows by
-    // their original file names. Shows a message when some of these rows are not in the list: after a
-    // cancelled run, the list lacks the rows without a record in the map file.
+    // their original file names. Shows a message when some of these rows are not in the list. After a
+    // cancelled run, for example, the list lacks the rows without a record in the map file.
     void SelectAttention(const CConversionTable& table) const;
 
 private:

@@ -25,10 +25,10 @@ public:
     // Call it once, when the dialog has its controls.
     void Begin(HWND dialog);
 
-    // To be called for each notification of the list.
+    // Call it for each notification of the list.
     void OnNotify(const NMHDR& header);
 
-    // To be called when the texts of rows may have changed.
+    // Call it when the texts of rows may have changed.
     void NamesChanged();
 
     // Counts the rows and shows the numbers if they have changed; updates the button if names may have
