@@ -986,7 +986,8 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
         return true;
     }
     const std::wstring question = FillPlaceholders(kOverwrite.Current(), {kMapFileName, m_strSourceDir});
-    // Only the path has backslashes. A network path loses one of its two at the start.
+    // Removes the second backslash of a path such as "c:\\Mapped". A network path within the question loses
+    // one of its two leading backslashes.
     return ShowMessage(NormalizePath(question), MB_YESNO | MB_ICONQUESTION) != IDNO;
 }
 
