@@ -25,7 +25,7 @@ constexpr Text kReallyCancel{
 constexpr int kBarEnd = 100;
 constexpr long kUsableErrorCode = 128;  // the only positive code that comes with a usable document
 
-// An assembly if the text after the last dot begins with "sldasm", in upper or lower case; otherwise a part.
+// Returns kAssembly if the text after the last dot begins with "sldasm", in any letter case; otherwise kPart.
 long DocumentType(std::wstring_view path)
 {
     constexpr std::wstring_view kAssemblyExtension = L"sldasm";
@@ -57,8 +57,7 @@ SAFEARRAY* ArrayOf(const VARIANT& result)
     }
 }
 
-// The first strings of an array, at most `maximum`. None if the array has several dimensions or elements of
-// another type.
+// Returns the first strings of a one-dimensional array of BSTR, at most `maximum`; none for any other array.
 std::vector<std::wstring> StringsOf(SAFEARRAY* array, long maximum)
 {
     std::vector<std::wstring> strings;
@@ -101,8 +100,8 @@ int CBomEntryWriter::Run()
 {
     m_progress.NoteStep(CadStep::opening);
     m_application.SetDocumentVisibility(false, m_documentType);
-    // Both early returns leave the visibility off and may leave the document open: after such a failure the
-    // program makes no more calls for this file.
+    // After an early return the visibility stays off, and the document may stay open: after such a failure
+    // the program makes no more calls for this file.
     if (!OpenDocument()) {
         return 0;
     }
@@ -195,8 +194,8 @@ void CBomEntryWriter::PutBomName(CSldWorksConfiguration& configuration, const st
     }
 }
 
-// If the user confirms, the rest of this file is still written. The cancel flag stays set and ends the run
-// after this file.
+// If the user confirms, the rest of this file is still written. The cancel flag then stays set and ends the
+// run after this file.
 void CBomEntryWriter::HandleCancel()
 {
     if (!m_progress.IsCancelled() || m_cancelConfirmed || m_progress.IsSessionEnding()) {
@@ -211,7 +210,8 @@ void CBomEntryWriter::HandleCancel()
 
 void CBomEntryWriter::SaveDocument()
 {
-    // The count decides, not the names: a document is saved even when its names could not be read.
+    // The count decides, not the names: a document is saved even when the names of its configurations could
+    // not be read.
     if (m_configurationCount <= 0) {
         return;
     }

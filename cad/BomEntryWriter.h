@@ -7,23 +7,23 @@
 #include "cad/SldWorksCalls.h"
 #include "core/PartName.h"
 
-// Writes the bill-of-materials entries of one file: opens it in the CAD system, sets the alternative BOM name
-// of each of its configurations, saves and closes it. Shows its progress, and asks for confirmation when the
-// user cancels.
+// Writes the bill-of-materials entries of one file. Opens the file in the CAD system, sets or turns off the
+// alternative BOM name of each configuration, then saves and closes the file. Shows the progress. Asks for
+// confirmation when the user cancels.
 class CBomEntryWriter
 {
 public:
-    // `application` must be connected. `filePath` is a full path. `fields` fill "%1" (strNumDigits), "%3"
-    // (strNumber), "%4" (strSize), "%7" and "%8" (strExtra1, strExtra2) of `bomNameTemplate`. `fileShare` is
-    // one file's share of the overall bar in percent. `fileNumber` counts the files from 1. References must
-    // stay valid until Run returns.
+    // `application` must be connected. `filePath` is a full path. `fields` and the configuration's name fill
+    // `bomNameTemplate` (see ExpandConfigurationName). `fileShare` is one file's share of the overall bar in
+    // percent. `fileNumber` is 1 for the first file of the run. All references must stay valid until Run
+    // returns.
     CBomEntryWriter(CSldWorksApplication& application, CProgressView& progress, const std::wstring& filePath,
                     const PartNameValues& fields, const std::wstring& bomNameTemplate, float fileShare,
                     int fileNumber);
 
-    // Writes the entries; call it once. Returns the number of configurations that the CAD system reported; 0
-    // when the document or one of its configurations was not available. Throws when a call fails; the
-    // references to the document are released anyway.
+    // Writes the entries; call it once. Returns the number of configurations that the CAD system reported, or
+    // 0 when the document or one of its configurations was not available. Throws when a call fails; the
+    // destructor then releases the document.
     [[nodiscard]] int Run();
 
 private:

@@ -70,8 +70,8 @@ void CCadSession::Release()
     m_process.LetGo(isEnding);
 }
 
-// A class may be registered before its server is ready, and stay registered while the server exits. Calls
-// fail meanwhile.
+// Retries, because a class may be registered before its server is ready, and may stay registered while the
+// server exits. Calls fail at these times.
 CCadSession::Outcome CCadSession::ConnectWithRetries()
 {
     const ULONGLONG end = GetTickCount64() + m_timeouts.connect;

@@ -16,9 +16,9 @@ struct CadTimeouts
     DWORD retryInterval = 500;
 };
 
-// A run's connection to SOLIDWORKS. Waits for a server that is slow to start or exit, and asks the user when
-// a call does not return. Windows are painted meanwhile. Once Windows ends the user's session, nothing waits
-// or connects any more.
+// A run's connection to SOLIDWORKS. Waits for a server that is slow to start or exit, and paints the
+// program's windows meanwhile. Asks the user when a call does not return. Once the Windows session is ending,
+// neither waits nor connects.
 class CCadSession final : private CStalledCallHandler
 {
 public:
@@ -29,30 +29,30 @@ public:
         tooOld
     };
 
-    // References must stay valid as long as the object. `process` must be the same object for all sessions:
-    // it remembers the server of the run before.
+    // `sldWorks` and `process` must outlive the object. All sessions must share one `process`, which
+    // remembers the server of the previous run.
     CCadSession(CSldWorks& sldWorks, CServerProcess& process, std::wstring progId, CadTimeouts timeouts);
     CCadSession(const CCadSession&) = delete;
     CCadSession& operator=(const CCadSession&) = delete;
     ~CCadSession() override;
 
-    // Connects and checks the version. First waits for a server that this program started and released: a
-    // client can still connect to an exiting server, but every call then fails.
+    // Connects and checks the version. First gives a server that this program started and released time to
+    // exit: a client can still connect to an exiting server, but every call then fails.
     [[nodiscard]] Outcome Connect();
 
-    // Does the same as Connect, after a failed call and Release. Terminates the old server if this program
-    // started it, it shows no main window, and it does not exit in time. Fails at once if a call was given up
-    // and its server could not be terminated.
+    // Connects again after a failed call; call Release first. Terminates the old server if this program
+    // started it, it shows no main window, and it does not exit in time. Returns notLoaded at once if a call
+    // was given up and its server could not be terminated.
     [[nodiscard]] Outcome Reconnect();
 
-    // If the server shows a main window now, lets it outlive this program: a user may be working in it. Call
-    // it often: if this program is killed first, the server ends, too.
+    // If the server shows a main window now, lets the server outlive this program: a user may be working in
+    // the window. Call this function often: if this program is killed before the call, the server ends, too.
     void LeaveToUserIfShown();
 
     // How many stalled calls were given up, by the user or because the Windows session was ending.
     [[nodiscard]] int GivenUpCalls() const { return m_givenUpCalls; }
 
-    // Asks SOLIDWORKS to exit, and releases it even if this call fails. Does nothing when not connected.
+    // Asks SOLIDWORKS to exit, and releases it even if the exit call fails. Does nothing when not connected.
     void Release();
 
 private:
@@ -75,5 +75,5 @@ private:
     const CadTimeouts m_timeouts;
     bool m_connected = false;
     int m_givenUpCalls = 0;
-    bool m_givenUp = false;  // a call, and its server could not be terminated
+    bool m_givenUp = false;  // a call was given up, and its server could not be terminated
 };

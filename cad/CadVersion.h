@@ -6,8 +6,8 @@
 // The version-independent ProgID, which leads to the current version.
 inline constexpr const wchar_t* kCurrentCadProgId = L"SldWorks.Application";
 
-// A SOLIDWORKS release. Its ProgID contains the major version number; users know it by its year: version 20
-// is 2012.
+// A SOLIDWORKS release. Its ProgID contains the major version number. Users know the release by its year:
+// version 20 is 2012.
 class CCadVersion
 {
 public:

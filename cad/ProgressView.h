@@ -42,15 +42,15 @@ public:
     // Translates and dispatches one pending message of the thread, if there is one.
     virtual void PumpOneMessage() = 0;
 
-    // Notes for the record of the run: what becomes of the current part, including failures without a
-    // message. A call that throws belongs to the step noted last.
+    // The Note functions record what becomes of the current part, including failures without a message. A
+    // call that throws belongs to the step noted last.
     virtual void NoteStep(CadStep step) = 0;
     // `opened`: there is a document, and `code` allows using it.
     virtual void NoteOpened(bool opened, long code) = 0;
     // `count` is what the CAD system reports; there may be fewer names.
     virtual void NoteConfigurations(long count, const std::vector<std::wstring>& names) = 0;
     virtual void NoteConfigurationWritten() = 0;
-    // `result`: what Save returned, if that was a number.
+    // `result`: what Save returned; nullopt if that was not a number.
     virtual void NoteSaved(std::optional<long> result) = 0;
 
 protected:

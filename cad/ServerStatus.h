@@ -20,8 +20,8 @@ inline bool IsServerMissing(HRESULT status)
     return IsServerGone(status) || status == CO_E_SERVER_EXEC_FAILURE || status == CO_E_SERVER_STOPPING;
 }
 
-// Whether creating the object failed for one of these reasons. E_FAIL: the class is still registered, but its
-// server no longer creates objects. Seen under Wine.
+// Whether creating the object failed because the server is missing. E_FAIL (seen under Wine): the class is
+// still registered, but its server no longer creates objects.
 inline bool IsCreatorMissing(HRESULT status)
 {
     return IsServerMissing(status) || status == E_FAIL;

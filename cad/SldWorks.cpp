@@ -20,7 +20,7 @@ struct CoTaskMemDeleter
     void operator()(wchar_t* text) const { CoTaskMemFree(text); }
 };
 
-// The registered major version number of the current installation; empty without one.
+// Returns the major version number that the registry gives as the current one; empty if there is none.
 std::wstring CurrentVersion()
 {
     CLSID classId{};

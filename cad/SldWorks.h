@@ -8,7 +8,7 @@
 #include "cad/SldWorksCalls.h"
 #include "core/PartName.h"
 
-// The program's one automation connection to SOLIDWORKS. It serves one thread.
+// The program's one automation connection to SOLIDWORKS, for use on one thread only.
 class CSldWorks : public Diverses
 {
 public:
@@ -20,7 +20,7 @@ public:
     virtual ~CSldWorks();
 
     // Fills `versions` with the installed major version numbers from 20 to 39, in decimal, in ascending
-    // order. Returns the index of the current one; 0 when there is none or it is not listed.
+    // order. Returns the index of the current version; 0 when it is unknown or not in the list.
     [[nodiscard]] static int GetInstalledVersions(std::vector<std::wstring>& versions);
 
     // Connects to a running server of the ProgID or starts one, and shows the wait cursor meanwhile. Returns
@@ -38,12 +38,11 @@ public:
     // that ends the application fails; the application is released anyway.
     int Disconnect();
 
-    // Opens a part or assembly, writes the BOM entry of each of its configurations, saves and closes it; see
-    // CBomEntryWriter. Call it only while connected.
+    // Runs a CBomEntryWriter for one part or assembly. Call it only while connected.
     int WriteBomEntries(CProgressView& progress, const std::wstring& filePath, const PartNameValues& fields,
                         const std::wstring& bomNameTemplate, float fileShare, int fileNumber);
 
-    // Replaces the characters that a feature name must not contain, in place. Returns how many.
+    // Calls the SanitizeFeatureName of core/NameRules.h.
     static int SanitizeFeatureName(std::wstring& name);
 
 private:

@@ -81,8 +81,8 @@ std::basic_string_view<Char> CopyToArena(std::basic_string_view<Char> text, std:
     return {copy, text.size()};
 }
 
-// Returns a key, stored in the arena. Two names have the same key exactly when the list view's own text
-// search (LVM_FINDITEM) finds one for the other: it compares linguistically, case-insensitively, in the
+// Returns a key, stored in the arena. Two names have the same key exactly when the list view's text search
+// (LVM_FINDITEM) takes them as equal. The search compares linguistically and case-insensitively, in the
 // thread's locale.
 std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& arena)
 {
@@ -139,7 +139,7 @@ struct CConversionTable::Row
 class CConversionTable::NewFiles
 {
 public:
-    // `expected`: an upper bound of the number of files to add.
+    // `expected`: an upper bound on the number of files to add.
     NewFiles(CConversionTable& table, std::size_t expected)
         : m_table(table)
         , m_fileTemplate(ReadOrCreateTemplate(kColumnRenamed))
@@ -152,7 +152,7 @@ public:
         ReadNames();
     }
 
-    // Keeps a pointer to the name, which must outlive this object.
+    // Keeps a pointer to `original`: the string must outlive this object.
     void Add(const std::wstring& original)
     {
         const std::string_view key = SearchKey(original, m_arena);
@@ -166,7 +166,7 @@ public:
     {
         const bool sortFirst = m_table.GetItemCount() == 0;
         if (sortFirst && !std::ranges::is_sorted(m_rows, IsOriginalLess)) {
-            std::ranges::sort(m_rows, IsOriginalLess);  // original names are unique
+            std::ranges::sort(m_rows, IsOriginalLess);  // need not be stable: original names are unique
         }
         InsertRows();
         if (!sortFirst) {
@@ -245,7 +245,7 @@ private:
     CConversionTable& m_table;
     std::wstring m_fileTemplate;
     std::wstring m_bomTemplate;
-    // Reused for every row, so that they are allocated once.
+    // Reused for every row to save allocations.
     PartNameValues m_values;
     std::wstring m_newName;
     std::wstring m_bomName;
@@ -275,7 +275,7 @@ public:
     // Returns false to end the operation; the row is unchanged then.
     bool Apply(int row)
     {
-        // Read for each row: a template changed during a message applies from the next row on.
+        // Read for each row: a template that changes while a message is open applies from the next row on.
         const std::optional<std::wstring> columnTemplate = ReadTemplate(m_column);
         if (!columnTemplate) {
             return false;

@@ -23,11 +23,11 @@ class CConversionTable : public CListCtrl
 public:
     // Adds a pending row with generated names for each file name (without folder) that is not in column 0
     // yet, whatever its case, then sorts the table. A file whose generated name is unusable or taken is
-    // skipped. The messages about forbidden characters and taken names are shown at most once each. While one
-    // is open, the table already shows the rows made so far, unsorted, after the others.
+    // skipped. The messages about forbidden characters and taken names are shown at most once each. While a
+    // message is open, the table already shows the rows made so far, unsorted, after the old rows.
     void AddFiles(const std::vector<std::wstring>& fileNames);
 
-    // Replaces all rows with the entries in their order, marked converted.
+    // Replaces all rows with the entries, in the same order and marked converted.
     void FillConverted(const CList<UTtab_entry, UTtab_entry&>& entries);
 
     // Whether any row has this name in column 1; case-sensitive.

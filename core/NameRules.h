@@ -4,8 +4,10 @@
 #include <string>
 #include <string_view>
 
-// Compares names case-insensitively. The caller supplies the comparison: it depends on the file system, which
-// the text rules do not know.
+// The rules for file names and feature names: extension and forbidden characters.
+
+// Compares names case-insensitively. The caller supplies the comparison, because it depends on the file
+// system, which the text rules do not know.
 using NameComparison = bool (*)(std::wstring_view left, std::wstring_view right);
 
 // Trims the name and appends "." and the extension (given without dot), unless the last six characters of the

@@ -7,6 +7,8 @@
 #include "core/NameRules.h"
 #include "core/PartName.h"
 
+// Generates file names and BOM names from templates with the fill-ins %1 to %8.
+
 // The columns of the conversion table.
 inline constexpr int kColumnOriginal = 0;  // file name of the standard part
 inline constexpr int kColumnRenamed = 1;   // file name of its copy
@@ -16,8 +18,9 @@ inline constexpr int kColumnBomName = 2;   // name in the bill of materials
 [[nodiscard]] const wchar_t* DefaultTemplate(int column);
 
 // Fills %1 and %3 to %8 of a template with the pieces of a part's file name. The fill-ins are replaced one
-// after the other in the whole text, so a fill-in with a higher number inside a value is filled, too. %2, the
-// configuration name, is left as it is, and so is a % before any other character.
+// after the other, each in the whole text. If an inserted value contains a fill-in with a higher number, that
+// fill-in is replaced, too. The fill-in %2 (the configuration name) and a % before any other character are
+// left as they are.
 [[nodiscard]] std::wstring ExpandTemplate(std::wstring_view templateText, const PartNameValues& values);
 
 // The same, into a text that is reused to save allocations.

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-// What the templates' fill-ins stand for, taken from a standard-part file name. %2, the configuration name,
-// is not in the file name. Without a known prefix %1, %3 and %5 are empty.
+// The values of the templates' fill-ins, taken from a standard-part file name. %2, the configuration name, is
+// not in the file name. Without a known prefix %1, %3 and %5 are empty; without a dot %1, %3, %4 and %6.
 struct PartNameValues
 {
     std::wstring strNumDigits;  // %1: the digits at the start of strNumber

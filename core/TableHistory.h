@@ -6,6 +6,8 @@
 
 #include "core/UTtabEntry.h"
 
+// The undo history of the conversion table. A change is recorded as the rows before and after it.
+
 // A row of the conversion table and its mark: pending or converted.
 struct TableRow
 {
@@ -77,7 +79,7 @@ struct TableStep
 };
 
 // Returns the splices that turn `before` into `after`. If rows were only inserted, as when files are added to
-// a sorted table, each block of consecutive new rows is one splice; otherwise a single splice replaces
+// a sorted table, each block of consecutive new rows is one splice. Otherwise a single splice replaces
 // everything from the first to the last difference.
 [[nodiscard]] std::vector<RowSplice> CompareTables(std::vector<TableRow> before, std::vector<TableRow> after);
 
@@ -125,7 +127,7 @@ public:
 private:
     struct Entry
     {
-        TableStep step;  // the one to be made next
+        TableStep step;  // undoes or redoes the change
         std::size_t bytes;
     };
 

@@ -128,8 +128,8 @@ private:
         }
     }
 
-    // If the text gives a row two different sets of names, there is no telling which is right, so the row
-    // keeps its own.
+    // If the text gives a row two different sets of names, neither is known to be right, and the row keeps
+    // its names.
     void TakeFor(std::size_t row, Cells cells)
     {
         cells.front().clear();  // not compared: may differ in case, or in white space around it
@@ -206,7 +206,7 @@ private:
                 return each->kept || m_uses[each->names.renamed] == 1;
             });
             std::vector<Proposal*> next;
-            // Of rows whose new names would not be unique, all keep their old ones: none has a better claim.
+            // Rows whose new names would not be unique all keep their old names: no row has a better claim.
             for (Proposal* const each : doubtful) {
                 Keep(*each, next);
             }
@@ -263,7 +263,7 @@ private:
     NameCase m_names;
     RowIndex m_index;
     std::vector<Cells> m_cells;  // of the text, for each row of the table
-    std::vector<bool> m_twice;   // the text has the row twice, with different cells
+    std::vector<bool> m_twice;   // the text names the row twice, with different cells
     std::vector<Proposal> m_proposals;
     std::unordered_map<std::wstring_view, int>
         m_uses;  // how many rows will have each file name after the import

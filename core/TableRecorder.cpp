@@ -99,8 +99,8 @@ std::vector<TableRow> CTableRecorder::ReadAll() const
     return Read(rows);
 }
 
-// Forgets the history if the row count does not fit the change: another program may have added or deleted
-// rows while a message box of the change was open.
+// Forgets the history if the row count does not fit the change: while a message box was open, another program
+// may have added or deleted rows.
 void CTableRecorder::Add(std::vector<RowSplice> splices, TableStep::Situation before)
 {
     int rows = before.rows;

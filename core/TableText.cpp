@@ -200,9 +200,9 @@ CTableReader::CTableReader(std::wstring_view text) : m_text(text)
 }
 
 // Chooses the separator that fits best (see Fit). Names may contain commas and semicolons, but only the right
-// separator leaves the header or whole part file names in the first column. Where that does not decide, a
-// separator that cuts each examined row into the table's columns wins, or else the one with the most cuts:
-// commas are rarer within names than between cells.
+// separator leaves the header or whole part file names in the first column. Where the first column does not
+// decide, a separator that cuts each examined row into the table's columns wins. Otherwise the separator with
+// the most cuts wins: commas are rarer within names than between cells.
 wchar_t CTableReader::FindSeparator()
 {
     wchar_t best = kTab;
@@ -254,7 +254,7 @@ void CTableReader::Restart(wchar_t separator)
 
 bool CTableReader::ReadRow(std::vector<std::wstring>& cells, std::size_t limit)
 {
-    // Skips empty rows, and the LF behind the CR of a row.
+    // Skips empty rows, and the LF after the CR of the previous row.
     while ((m_at = m_text.find_first_not_of(L"\r\n", m_at)) != std::wstring_view::npos) {
         ReadRowCells(cells, limit);
         if (HasText(cells)) {

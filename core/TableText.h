@@ -33,9 +33,13 @@ private:
     // How well a separator fits the first rows. The members are compared in this order.
     struct Fit
     {
-        bool header = false;  // the first of several cells is the header of the table's first column
-        bool parts = false;   // most first cells are names of part files, and no cell has a plain-text quote
-        int score = 0;        // cuts between cells, fewer for plain-text quotes; or kPerfect
+        // The first row has several cells, and the first of them is the header of the table's first column.
+        bool header = false;
+        // Most rows have several cells and begin with the name of a part file, and no cell has a plain-text
+        // quote.
+        bool parts = false;
+        // The number of cuts between cells, less kColumns for each row with a plain-text quote; or kPerfect.
+        int score = 0;
 
         bool operator>(const Fit& other) const
         {

@@ -8,8 +8,8 @@
 // The same, as a view into the text.
 [[nodiscard]] std::wstring_view TrimView(std::wstring_view text);
 
-// Compares without regard to the case of a to z, whatever the locale: the prefixes of part names are ASCII,
-// and by Turkish casing rules the "i" of "iso" would not match the "I" of "ISO".
+// Compares without regard to the case of a to z, whatever the locale. The prefixes and extensions of part
+// names are ASCII. By Turkish casing rules, the "i" of "iso" would not match the "I" of "ISO".
 [[nodiscard]] bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right);
 
 // Replaces every occurrence of `what` with `by` in one pass from the left, case-sensitively. An empty `what`

@@ -19,7 +19,7 @@
 namespace {
 
 constexpr UINT kCopyBlockSize = 4096;
-constexpr std::size_t kReadBufferSize = 65536;  // the stream's own is far smaller
+constexpr std::size_t kReadBufferSize = 65536;  // the stream's own buffer is far smaller
 
 constexpr Text kFolderNotCreated{L"Verzeichnis '%1' kann nicht angelegt werden.",
                                  L"Cannot create directory '%1'."};
@@ -49,7 +49,7 @@ constexpr Text kTargetNotOpened{
     L"Error: %3.\n"
     L"Maybe the file is already in use."};
 
-// Without a full stop at the end, unlike the two above. Kept: users look messages up by their text.
+// Without a full stop at the end, unlike the two texts above. Kept: users look messages up by their text.
 constexpr Text kCopyFailed{
     L"Kopieren der Normteil-Dateien fehlgeschlagen!\n\n"
     L"Schreib-/Lesefehler beim Kopieren von\n"

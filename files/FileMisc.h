@@ -10,8 +10,8 @@
 #include "core/UTtabEntry.h"
 #include "framework/List.h"
 
-// A path in 8 bits, made by CFileMisc::PathToBytes. It keeps the path as well: two characters may share a
-// byte, so the bytes do not identify the file.
+// A path in 8 bits together with the path itself, made by CFileMisc::PathToBytes. The bytes alone do not
+// identify the file: two characters may share a byte.
 struct Path8
 {
     std::string bytes;  // as in the map file's text, '?' for a character without a byte
@@ -40,8 +40,8 @@ public:
     CList<UTtab_entry, UTtab_entry&> m_lstEntries;
     int m_nLanguage;
 
-    // Creates a folder; its parent must exist. Returns 0 when it was created or existed already, otherwise 1
-    // after a message.
+    // Creates a folder; its parent must exist. Returns 0 when the folder was created or existed already,
+    // otherwise 1 after a message.
     static int CreateFolder(const std::wstring& path);
 
     // Copies the bytes of source, without its times and attributes, into target, which is created or
@@ -51,13 +51,13 @@ public:
                             std::wstring* message = nullptr);
 
     // Appends the names (without folder) of "*.sldprt" and then "*.prt" in the folder, in the file system's
-    // order, sub-folders with such names included. "*.prt" also finds a file whose short name matches, as
-    // that of "a.prtx" does on a volume with short names ("FindFirstFileW function"). All names are kept, so
-    // that no part is missing from the list; the user deletes the rows of other files.
+    // order, sub-folders with such names included. On a volume with short names, "*.prt" also finds a file
+    // whose short name matches, such as "a.prtx" ("FindFirstFileW function"). All names are kept, so that no
+    // part is missing from the list; the user deletes the rows of other files.
     static void ScanPartFiles(const std::wstring& folder, std::vector<std::wstring>& names);
 
     // Sets or clears a file's read-only attribute. A change also sets the archive attribute and updates the
-    // time of last modification. Returns an empty text, or what went wrong.
+    // time of last modification. Returns an empty text, or the error.
     [[nodiscard]] static std::wstring SetReadOnly(const std::wstring& path);
     [[nodiscard]] static std::wstring ClearReadOnly(const std::wstring& path);
 
@@ -67,9 +67,9 @@ public:
     [[nodiscard]] static std::wstring FitPathToWidth(HDC dc, const std::wstring& prefix,
                                                      const std::wstring& path, int width);
 
-    // Reads the parts map file at the path into m_lstEntries, which is emptied first. Reading ends at a bad
-    // line, after a message, or at a line that is too long (see ReadMapLines), without one. The records
-    // before it stay.
+    // Reads the parts map file at the path into m_lstEntries, which is emptied first. A bad line ends reading
+    // with a message. A line that is too long (see ReadMapLines) ends reading without a message. The records
+    // before that line stay.
     MapFileState ReadMapFile(const std::wstring& path);
 
     // Returns a path in the 8-bit form that OpenInputFile and OpenOutputFile take: characters up to U+00FF by

@@ -2,7 +2,7 @@
 
 #include <string>
 
-// Questions about folders; all but SameFolder ask the file system.
+// Tests of paths. All but SameFolder query the file system.
 
 // Whether a file or folder is at the path.
 [[nodiscard]] bool PathExists(const std::wstring& path);

@@ -46,7 +46,7 @@ char EncodeMapCharacter(wchar_t character, UINT codePage)
 
 void DecodeMapText(std::string_view bytes, UINT codePage, std::wstring& text)
 {
-    // A byte sequence of any code page gives at most as many UTF-16 units as it has bytes.
+    // In every code page, n bytes decode to at most n UTF-16 units.
     const int size = static_cast<int>(bytes.size());
     text.resize(bytes.size());
     const int length = ::MultiByteToWideChar(codePage, 0, bytes.data(), size, text.data(), size);

@@ -13,13 +13,13 @@
 // Returns what ChooseMapCodePage chooses for this process and system.
 [[nodiscard]] UINT MapCodePage();
 
-// Returns the ANSI code page of the process (GetACP) unless that is UTF-8, which takes more than one byte for
-// an umlaut. Otherwise returns the ANSI code page of the system's locale or, where that is UTF-8 as well or
-// missing (0), Windows-1252.
+// Chooses between the ANSI code page of the process (GetACP) and that of the system's locale (0: none). UTF-8
+// is ruled out, because an umlaut takes two bytes in it. Returns the first of the two that is a code page
+// other than UTF-8, or else Windows-1252.
 [[nodiscard]] UINT ChooseMapCodePage(UINT ansiOfProcess, UINT ansiOfLocale);
 
-// Returns the one byte that the code page decodes to exactly this character, which is above U+00FF; '?' if
-// there is none.
+// Returns the one byte that the code page decodes to exactly this character; '?' if there is none. The
+// character must be above U+00FF.
 [[nodiscard]] char EncodeMapCharacter(wchar_t character, UINT codePage);
 
 // Decodes the bytes into text. Bytes that are invalid in the code page become the system's default character.

@@ -53,8 +53,9 @@ bool CMapFileWriter::AppendText(const std::string& text)
     return false;
 }
 
-// Truncates the file to its last whole record. Returns false while the system refuses, for example because
-// another program has the file mapped into memory, and always once the file is shorter than m_completeSize.
+// Truncates the file to its last whole record and reopens the stream. Returns false when one of these fails,
+// for example while another program has the file mapped into memory. The truncation always fails once the
+// file is shorter than m_completeSize.
 bool CMapFileWriter::RemovePartialRecord()
 {
     m_hasPartialRecord = true;
@@ -68,8 +69,8 @@ bool CMapFileWriter::RemovePartialRecord()
     return !m_hasPartialRecord;
 }
 
-// A last attempt. The flag is cleared in any case: once the file is closed, the path may lead to another
-// program's file.
+// A last attempt. The flag is cleared in any case, so that no later call truncates the path: once the file is
+// closed, another program's file may be there.
 void CMapFileWriter::RemovePartialRecordBeforeClosing()
 {
     if (m_hasPartialRecord) {

@@ -10,8 +10,8 @@
 #include "core/UTtabEntry.h"
 #include "framework/List.h"
 
-// The parts map file is 8-bit text: comment lines that begin with ";", empty lines, and one record per line,
-// its three fields in the order of UTtab_entry, separated by ";".
+// The parts map file is 8-bit text: comment lines that begin with ";", empty lines, and one record per line.
+// A record has three fields in the order of UTtab_entry, separated by ";".
 
 // The reader accepts lines of at most this many bytes.
 inline constexpr std::size_t kMapLineMaxBytes = 255;
@@ -19,9 +19,10 @@ inline constexpr std::size_t kMapLineMaxBytes = 255;
 // The writer truncates each field of a record to this many bytes.
 inline constexpr std::size_t kMapFieldMaxBytes = 259;
 
-// Splits one record at its first two semicolons and strips the blanks around the three fields; the third may
-// be empty and may contain further semicolons. The line must be stripped. Returns false, with the entry
-// unchanged, when a semicolon is missing or has nothing before it, as in an empty line or a comment.
+// Splits one record at its first two semicolons and strips the blanks around the three fields. The third
+// field may be empty and may contain further semicolons. The line must be stripped. Returns false, with the
+// entry unchanged, when one of the two semicolons is missing or is the first character of its field. So
+// empty lines and comments return false.
 bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry);
 
 // Returns the byte of a character above U+00FF (EncodeMapCharacter).
@@ -52,8 +53,7 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 
 // Appends the records of a stream in text mode to the entries, decoding each line with `decode` (not empty).
 // Stops at the first bad line and returns its 1-based number. Also stops at a line of more than
-// kMapLineMaxBytes, but then returns nullopt, as at the end of the file. The entries from the lines before
-// stay.
+// kMapLineMaxBytes, but then returns nullopt, as at the end of the file. The entries from earlier lines stay.
 std::optional<int> ReadMapLines(std::istream& in, const MapDecoder& decode,
                                 CList<UTtab_entry, UTtab_entry&>& entries);
 

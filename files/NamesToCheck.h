@@ -9,7 +9,7 @@
 // Why the names of a row need the user's attention, although the rules allow them.
 enum class NameProblem
 {
-    sameCopy,   // another row's copy has the same name, letter case aside: the later one replaces the earlier
+    sameCopy,  // another row's copy has the same name, letter case aside: the later copy replaces the earlier
     longRecord  // the record is so long that the map file's reader stops at it
 };
 
@@ -22,7 +22,7 @@ struct NameToCheck
     bool operator==(const NameToCheck&) const = default;
 };
 
-// Returns the rows to check, from the top, each once: with sameCopy if it has both problems. Takes n log n
-// time.
+// Returns the rows to check, from the top. A row with both problems is returned once, with sameCopy. Takes
+// n log n time.
 [[nodiscard]] std::vector<NameToCheck> FindNamesToCheck(const std::vector<UTtab_entry>& rows,
                                                         const MapEncoder& encoder, NameOrder compare);

@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+// Builds and tests paths as texts, without querying the file system.
+
 // The sub-folder of the standard-parts folder for the copies and the parts map file.
 inline constexpr std::wstring_view kMappedFolderName = L"Mapped";
 inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
@@ -11,8 +13,8 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 // four). A result that begins with a backslash gets another one, so that a network path keeps its two.
 [[nodiscard]] std::wstring NormalizePath(std::wstring_view path);
 
-// Returns the path of a name, or of several joined by backslashes, below a folder, which may end in a
-// backslash. If `folder` is an empty text, the result is \\NAME, which names a computer: see IsComputer.
+// Returns the path of `name` below `folder`. `name` may be several names joined by backslashes, and `folder`
+// may end in a backslash. If `folder` is empty, the result is \\NAME, which names a computer: see IsComputer.
 [[nodiscard]] std::wstring JoinPath(std::wstring_view folder, std::wstring_view name);
 
 // Returns the "Mapped" folder of a standard-parts folder, without a backslash at its end.
@@ -28,10 +30,10 @@ inline constexpr std::wstring_view kMapFileName = L"PartsMap.txt";
 [[nodiscard]] bool IsComputer(std::wstring_view path);
 [[nodiscard]] bool IsShare(std::wstring_view path);
 
-// Whether the text is a file name that stays in the folder it is appended to: not empty, without separators
-// and wildcards, and without a dot or blank at its end, which the system would drop ("Naming Files, Paths,
-// and Namespaces"). ";" and "=" are allowed, as existing files may contain them. Device names are not
-// checked: opening them fails.
+// Whether the text is a file name that stays in the folder it is appended to: not empty and without
+// separators and wildcards. A dot or blank at the end is refused, too: the system would drop it ("Naming
+// Files, Paths, and Namespaces"). ";" and "=" are allowed, as names of existing files may contain them.
+// Device names are not checked: opening them fails.
 [[nodiscard]] bool IsBareFileName(std::wstring_view name);
 
 // Strips all backslashes from the end of a path: "D:\" becomes "D:".

@@ -13,7 +13,7 @@ DECLARE_COM_POINTER(IAccPropServices);
 
 namespace {
 
-// LiveSetting_Property_GUID and Assertive from uiautomation.h: not every compiler's headers declare them.
+// LiveSetting_Property_GUID and Assertive of uiautomation.h, which not every compiler's headers declare.
 constexpr GUID kLiveSetting{0xC12BCD8E, 0x2A8E, 0x4950, {0x8A, 0xE7, 0x36, 0x25, 0x11, 0x1D, 0x58, 0xEB}};
 constexpr long kAssertive = 2;
 

@@ -52,7 +52,7 @@ std::optional<std::wstring> ReadClipboard(HWND owner)
     if (text == nullptr) {
         return std::nullopt;
     }
-    // The program that put the text there may have left out the NUL.
+    // The program that put the text on the clipboard may have left out the NUL.
     const wchar_t* const last = text + GlobalSize(data) / sizeof(wchar_t);
     std::wstring result(text, std::find(text, last, L'\0'));
     GlobalUnlock(data);

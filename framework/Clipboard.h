@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-// The text on the clipboard ("Clipboard" in the documentation). Some programs open the clipboard after every
-// change. While another program has it open, reading and writing are retried for about 0.2 seconds.
+// The text on the clipboard ("Clipboard" in the documentation). While another program has the clipboard open,
+// as some programs do after every change, reading and writing are retried for about 0.2 seconds.
 
 // Whether the clipboard holds text.
 [[nodiscard]] bool ClipboardHasText();

@@ -14,7 +14,7 @@ namespace {
 // Most texts fit, and are read in one message.
 constexpr std::size_t kFirstBufferSize = 260;
 
-// Typed by Ctrl+Backspace. The edit control would insert it as a character (undocumented).
+// The character that Ctrl+Backspace types. The edit control would insert the character (undocumented).
 constexpr wchar_t kDelete = 0x7F;
 
 // The window's rectangle in screen coordinates; empty for a null window.
@@ -98,7 +98,7 @@ const MessageMap* CComboBox::GetMessageMap() const
 
 // The system may send the wheel's message to the window under the pointer, even without the focus
 // ("SystemParametersInfoW function", SPI_SETMOUSEWHEELROUTING). A closed combo box would then change its
-// selection, unnoticed by a user who scrolls past. So its parent gets the message instead.
+// selection, unnoticed by a user who scrolls past. So the combo box's parent gets the message instead.
 LRESULT CComboBox::OnMouseWheel(WPARAM wParam, LPARAM lParam)
 {
     if (SendMessage(CB_GETDROPPEDSTATE) != FALSE) {
@@ -118,10 +118,10 @@ std::wstring CComboBox::GetLBText(int index) const
     return text;
 }
 
-// A themed bar moves gradually to a greater position, and so lags behind. It moves at once to a smaller
-// position (undocumented). So the bar is set one position too far and then back. At the end of the
-// range, which the bar cannot pass, it is set to the end, one position back and to the end again: only this
-// last step is gradual.
+// A themed bar moves gradually to a greater position and lags behind, but moves at once to a smaller position
+// (undocumented). So the bar is set one position too far and then back. The bar cannot be set beyond the end
+// of the range. There it is set to the end, one position back and to the end again: only the last step is
+// gradual.
 void CProgressCtrl::SetPos(int position) const
 {
     if (const int before = GetPos(); before < position) {
@@ -249,9 +249,9 @@ void CListCtrl::SetItemState(int row, UINT state, UINT mask) const
     SendDirect(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
-// While redraw is off, the control may validate a part of its header that has not been painted yet, and it
-// does not repaint a header that has moved (observed; not mentioned in "WM_SETREDRAW message"). The
-// destructor repairs both.
+// While redraw is off, the list view may validate a part of its header that has not been painted yet. The
+// list view also leaves a header that has moved unpainted (both observed; not mentioned in "WM_SETREDRAW
+// message"). The destructor repairs both.
 CRedrawPause::CRedrawPause(const CListCtrl& list)
     : m_list(list)
     , m_outermost(list.m_redrawPauses++ == 0)

@@ -37,9 +37,9 @@ public:
 
 protected:
     [[nodiscard]] const MessageMap* GetMessageMap() const override;
-    // Ctrl+Backspace deletes the word before the caret.
+    // Ctrl+Backspace deletes the selection or, without one, the word before the caret.
     LRESULT OnChar(WPARAM wParam, LPARAM lParam);
-    // Returns what is inserted for the text on the clipboard: its first line, with each control character
+    // Returns the text to insert for the clipboard's text: the first line, with each control character
     // replaced with a blank.
     [[nodiscard]] virtual std::wstring TextToPaste(std::wstring text) const;
 
@@ -168,9 +168,9 @@ private:
     mutable int m_redrawPauses = 0;
 };
 
-// Suspends the redrawing of a list view (WM_SETREDRAW). The destructor redraws the list view. It redraws the
-// header only if the header has moved or already needed redrawing when the pause began. A pause inside
-// another does nothing.
+// Suspends the redrawing of a list view (WM_SETREDRAW). The destructor redraws the list view. The destructor
+// redraws the header only if the header has moved or already needed redrawing when the pause began. A pause
+// inside another pause does nothing.
 class CRedrawPause
 {
 public:
@@ -182,7 +182,7 @@ public:
 private:
     const CListCtrl& m_list;
     bool m_outermost;
-    HWND m_header;  // null in a list view without one
+    HWND m_header;  // null in a list view without a header
     bool m_headerNeededRedraw;
     RECT m_headerPlace;
 };

@@ -9,7 +9,7 @@ class CDataExchange
 public:
     CDataExchange(HWND dialog, bool save) : m_dialog(dialog), m_saving(save) {}
 
-    // Whether the exchange copies from the controls to the members; otherwise the other way.
+    // Whether the exchange copies from the controls to the members, not from the members to the controls.
     [[nodiscard]] bool IsSaving() const { return m_saving; }
 
     // Whether the dialog has every control of the exchange.

@@ -8,8 +8,8 @@
 
 namespace {
 
-// The start of an extended dialog template ("DLGTEMPLATEEX structure"). No system header declares it.
-// Resources are aligned, so it can be read in place.
+// The start of an extended dialog template ("DLGTEMPLATEEX structure"), which no system header declares. It
+// can be read in place, because resources are aligned.
 struct DialogTemplateStart
 {
     WORD version;
@@ -72,8 +72,8 @@ bool CDialog::Create()
 }
 
 // The dialog manager moves the default button with the focus only when it moves the focus itself
-// ("IsDialogMessageW function"). After SetFocus, and on some systems after a click, MoveDefaultButton has to
-// move the default button.
+// ("IsDialogMessageW function"). After SetFocus, and on some systems after a click, MoveDefaultButton moves
+// the default button.
 bool CDialog::PreTranslateMessage(MSG& message)
 {
     if (message.message == WM_KEYDOWN && message.wParam == VK_RETURN) {
@@ -93,8 +93,8 @@ void CDialog::FocusControl(const CWnd& control) const
 }
 
 // Gives the default style to the push button with the focus or, while no push button has the focus, to the
-// dialog's own default button (DM_GETDEFID). The default style decides which button Enter presses and which
-// one has the frame of the default button.
+// dialog's own default button (DM_GETDEFID). Enter presses the button with the default style, and only that
+// button has the frame of the default button.
 void CDialog::MoveDefaultButton() const
 {
     HWND wanted = ::GetFocus();
@@ -205,9 +205,9 @@ void CDialog::RunModalLoop()
     }
 }
 
-// The posted WM_NULL wakes the loop. The handler of a message that another program sent may request the idle
-// call; GetMessage then goes on waiting after the handler returns ("GetMessage function"). Under Wine
-// something else ends the wait soon after, so no test can show the need for WM_NULL.
+// The posted WM_NULL wakes the modal loop: if a sent message's handler makes the request, GetMessage goes on
+// waiting after the handler returns ("GetMessage function"). Under Wine something else ends the wait soon
+// after, so no test can show the need for WM_NULL.
 void CDialog::RequestIdle()
 {
     if (!std::exchange(m_idleRequested, true)) {

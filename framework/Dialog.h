@@ -32,7 +32,7 @@ protected:
     // focus to the first control.
     virtual bool OnInitDialog();
 
-    // IDOK, and IDCANCEL (also Escape and the close box). Both end a modal dialog.
+    // Handle IDOK, and IDCANCEL (also Escape and the close box). Both functions end a modal dialog.
     virtual void OnOK() { EndDialog(IDOK); }
     virtual void OnCancel() { EndDialog(IDCANCEL); }
 

@@ -156,10 +156,10 @@ void CDialogLayout::FitIntoWorkArea() const
                  SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-// Returns the size of an average character at the present scaling, in pixels. MapDialogRect may go on using
-// the font that the dialog was created with (undocumented). If its result has not changed with the scaling,
-// the dialog's present font is measured. If that has not changed either, the old size is multiplied by the
-// ratio of the scalings.
+// Returns the size of an average character at the current scaling, in pixels. MapDialogRect may go on using
+// the font that the dialog was created with (undocumented). If MapDialogRect's result has not changed with
+// the scaling, the dialog's current font is measured. If the measured size has not changed either, the old
+// size is multiplied by the ratio of the scalings.
 SIZE CDialogLayout::Character() const
 {
     const SIZE mapped = MappedCharacter(m_dialog);
@@ -177,8 +177,8 @@ SIZE CDialogLayout::Character() const
     return {scale(mapped.cx), scale(mapped.cy)};
 }
 
-// Returns exactly the units of the template: a unit is larger than a pixel, so no two different numbers of
-// units are mapped to the same number of pixels.
+// Returns exactly the units of the template: a unit is larger than a pixel, so different numbers of units are
+// mapped to different numbers of pixels.
 CDialogLayout::Place CDialogLayout::ToUnits(const RECT& pixels) const
 {
     const SIZE character = Character();
@@ -187,8 +187,8 @@ CDialogLayout::Place CDialogLayout::ToUnits(const RECT& pixels) const
     return {x(pixels.left), y(pixels.top), x(pixels.right - pixels.left), y(pixels.bottom - pixels.top)};
 }
 
-// Rounds position and size, as the dialog manager does. To round the right and bottom edges instead would
-// give other sizes.
+// Rounds position and size, as the dialog manager does. Rounding the right and bottom edges would give other
+// sizes.
 RECT CDialogLayout::ToPixels(const Place& place) const
 {
     const SIZE character = Character();

@@ -6,9 +6,9 @@
 
 // Keeps the controls of a resizable dialog at its edges, at every scaling. While the dialog has the size of
 // its template, each control is where the template puts it. Places are kept in dialog units and mapped to
-// pixels anew each time: dialog units follow the font, whose size does not grow in exact proportion to the
-// scaling ("MapDialogRect function"). On a screen that is too small for the template, the dialog may be
-// smaller than the template.
+// pixels anew each time. Dialog units follow the font, and the font's size does not grow in exact proportion
+// to the scaling ("MapDialogRect function"). On a screen that is too small for the template, the dialog may
+// be smaller than the template.
 class CDialogLayout
 {
 public:
@@ -23,8 +23,8 @@ public:
     };
 
     // Call it while the controls are where the template puts them. `natural` is the size of the client area
-    // in the template, in dialog units. The window may be smaller than that, as the system creates no window
-    // much larger than the screen ("WM_GETMINMAXINFO message"). Until Anchor is called for a control, it
+    // in the template, in dialog units. The window may be smaller, as the system creates no window much
+    // larger than the screen ("WM_GETMINMAXINFO message"). Until Anchor is called for a control, the control
     // keeps its distance to the left and top edges.
     void Begin(HWND dialog, SIZE natural);
 
@@ -34,10 +34,10 @@ public:
     // Call on WM_SIZE, and on WM_DPICHANGED after the default processing.
     void Arrange() const;
 
-    // The width of the client area beyond that of the template, in pixels; at least 0.
+    // How much wider the client area is than in the template, in pixels; at least 0.
     [[nodiscard]] int ExtraWidth() const;
 
-    // Handles WM_GETMINMAXINFO: the smallest size is that of the template, but neither wider nor higher than
+    // Handles WM_GETMINMAXINFO: the smallest size is the template's size, but neither wider nor higher than
     // the monitor's work area.
     void LimitSize(MINMAXINFO& limits) const;
 
@@ -59,7 +59,7 @@ private:
         HWND control;
         unsigned edges;
         Place place;      // in the template
-        bool isComboBox;  // only moved: a new height would become that of its drop-down list
+        bool isComboBox;  // only moved: a new height would become the height of the drop-down list
     };
 
     // The size of an average character, of which dialog units are fractions, and the DPI at which it was

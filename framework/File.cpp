@@ -131,7 +131,7 @@ const Text& TextFor(Cause cause)
 }
 
 // Before Windows 11, a name such as NUL.txt is a device in every folder ("Naming Files, Paths, and
-// Namespaces"), and what is written to NUL is lost without an error.
+// Namespaces"). Data written to NUL is lost without an error.
 bool BecomesDevice(const std::wstring& path)
 {
     constexpr std::wstring_view kDevice = L"\\\\.\\";

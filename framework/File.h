@@ -39,8 +39,8 @@ public:
     // Cause::generic for unknown codes.
     [[nodiscard]] static Cause CauseOf(DWORD osError);
 
-    // A sentence about the cause and, where that helps, the file, truncated to 1024 characters. For
-    // Cause::generic it ends in the number of the Windows error.
+    // A sentence about the cause, truncated to 1024 characters. Most causes also name the file;
+    // Cause::generic names the number of the Windows error.
     [[nodiscard]] std::wstring GetErrorMessage() const override;
 
     Cause m_cause = Cause::none;
@@ -79,13 +79,13 @@ public:
     // Writes count bytes (WriteFile). Throws CFileException; Cause::diskFull when not all were written.
     void Write(const void* buffer, UINT count);
 
-    // Closes the file, if open. Throws CFileException when the system reports an error; the file is closed
-    // nevertheless. The destructor does not report errors.
+    // Closes the file, if open. Throws CFileException when the system reports an error; the object then
+    // counts as closed. The destructor does not report errors.
     void Close();
 
-    // Flushes cached writes to disk, including those made through other handles (FlushFileBuffers). Returns
-    // false on failure, also for a file opened without modeWrite; true when the file is closed, and on file
-    // systems without this operation, such as some network drives.
+    // Flushes the file's cached writes to disk, including writes through other handles (FlushFileBuffers).
+    // Returns false on failure, also for a file opened without modeWrite. Returns true when the file is
+    // closed, and on file systems without this operation, such as some network drives.
     [[nodiscard]] bool Flush();
 
     // Reads the status of a file or folder. Returns false when the path does not exist or is a device.

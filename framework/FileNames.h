@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-// Compares two names, or two paths, as EqualFileNames does. Returns a negative number, 0 or a positive
-// number.
+// Compares two names, or two paths, as EqualFileNames does. Returns a negative number, 0 or a positive number
+// when `left` is less than, equal to or greater than `right`.
 [[nodiscard]] int CompareFileNames(std::wstring_view left, std::wstring_view right);
 
 // Whether two names, or two paths, are the same to the file system: compares case-insensitively by the
@@ -15,6 +15,6 @@
 // finds equal.
 [[nodiscard]] std::wstring FoldFileName(std::wstring_view name);
 
-// Returns the path of an existing file or folder without mapped drives, junctions and short names; the path
-// as it is when nothing is there or the system cannot tell.
+// Returns the path of an existing file or folder without mapped drives, junctions and short names. Returns
+// the path unchanged when nothing is there or the system cannot resolve the path.
 [[nodiscard]] std::wstring FinalPath(const std::wstring& path);

@@ -10,7 +10,7 @@
 // allocated in blocks; elements never move.
 //
 // TYPE      what is stored
-// ARG_TYPE  how AddTail takes an element; it is always copied
+// ARG_TYPE  the type of AddTail's parameter; AddTail always copies the element
 template <class TYPE, class ARG_TYPE = const TYPE&>
 class CList
 {

@@ -27,7 +27,8 @@ std::wstring ReadServerValue(const CLSID& classId, const wchar_t* name)
     return text.c_str();
 }
 
-// The full path of a program's file; empty when there is none.
+// The final path of a program's file, with ".exe" appended to a name without extension; empty when no file
+// is found.
 std::wstring FindProgram(const std::wstring& name)
 {
     std::wstring path(32'768, L'\0');

@@ -2,12 +2,12 @@
 
 #include <string>
 
-// Returns the final path (FinalPath) of the program that COM starts for the class of a ProgID: installers may
-// register short names, and administrators move programs behind junctions. Empty when the ProgID is not
-// registered, its class is not served by a program (in-process server, service), or the program is missing.
+// Returns the final path (FinalPath) of the program that COM starts for the class of a ProgID. The registered
+// path may contain short names or junctions. Empty when the ProgID is not registered, its class is not served
+// by a program (in-process server, service), or the program is missing.
 [[nodiscard]] std::wstring LocalServerImage(const std::wstring& progId);
 
 // Returns the final path of the program that a command line starts; empty when there is none. A path without
-// quotes may contain blanks: as in CreateProcessW, the program is the shortest part of the line, up to a
-// blank or the end, that names a file.
+// quotes may contain blanks: as in CreateProcessW, the program is the shortest start of the line that names a
+// file and ends before a blank or at the end.
 [[nodiscard]] std::wstring ImageOfCommandLine(const std::wstring& commandLine);

@@ -12,8 +12,8 @@ constexpr DWORD kAskedEarlier = 0x2FF;
 }  // namespace
 
 // Keeps the computer awake, but lets the screen turn off ("SetThreadExecutionState function"). Makes the
-// system ask this program before others: a program that was asked earlier and agreed ends even if this one
-// refuses ("WM_QUERYENDSESSION message"), and the operation may need that program.
+// system ask this program before other programs. A program that agreed earlier ends even if this program
+// refuses ("WM_QUERYENDSESSION message"), and the operation may need the other program.
 CLongOperation::CLongOperation(HWND window, const std::wstring& reason) : m_window(window)
 {
     constexpr std::size_t kLongestReason = MAX_STR_BLOCKREASON - 1;

@@ -5,8 +5,8 @@
 #include <string>
 
 // While an object exists, the computer does not go to sleep when idle. When the user ends the session,
-// Windows asks this program before others and shows the user the reason to wait. Create and destroy it on the
-// window's thread; only one may exist at a time.
+// Windows asks this program before others and shows the user the reason to wait. Create and destroy the
+// object on the window's thread; only one object may exist at a time.
 class CLongOperation
 {
 public:

@@ -17,8 +17,8 @@ MessageObserver g_observer;
 // The request of the open box, for the help callback, which has no user data ("MSGBOXPARAMSW structure").
 const MessageRequest* g_shown = nullptr;
 
-// A box of an owner that is not visible yet, at the start, would have no button on the taskbar ("Taskbar
-// Extensions"): once covered, nobody would find it.
+// Returns the owner of a message box; null while the main window is not visible. With an invisible owner the
+// box would have no button on the taskbar ("Taskbar Extensions"), and a covered box could not be found.
 HWND FindOwner()
 {
     const CWinApp* app = CWinApp::Get();

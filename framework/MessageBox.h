@@ -16,8 +16,8 @@ struct MessageRequest
 
 // Shows a modal message box with the application's title, owned by the last active popup of the main window.
 // Returns the button pressed (IDOK, IDYES, ...). Every message box of the program is shown by this function.
-// While the Windows session ends, no box is shown, as it would wait for an answer; the result is then IDNO
-// for a question (MB_YESNO), otherwise IDOK.
+// While the Windows session ends, no box is shown, as a box would wait for an answer. The function then
+// returns IDNO for a question (MB_YESNO), otherwise IDOK.
 int ShowMessage(const std::wstring& text, UINT type = MB_OK);
 int ShowMessage(const MessageRequest& request);
 
@@ -27,8 +27,8 @@ int ShowMessage(const MessageRequest& request);
 using MessageListener = std::function<std::optional<int>(const MessageRequest&)>;
 MessageListener SetMessageListener(MessageListener listener);
 
-// Sets an observer that is called when a message comes up and when it has been answered, so that the taskbar
-// button can show that the program waits. An empty function removes the observer. Returns the previous
-// observer.
+// Sets an observer that is called when a message opens and when the message has been answered. The main
+// dialog shows on the taskbar button that the program waits. An empty function removes the observer. Returns
+// the previous observer.
 using MessageObserver = std::function<void(bool open)>;
 MessageObserver SetMessageObserver(MessageObserver observer);

@@ -7,6 +7,8 @@
 
 class CWnd;
 
+// Message maps: the tables of the window classes' message handlers.
+
 // A row of a window class's message map: a message and its handler. OnMessage, OnCommand, OnNotify and
 // OnReflectedNotify below make rows and check the handler's signature.
 struct MessageEntry

@@ -48,8 +48,8 @@ COleDispatchException ExceptionFrom(CExceptionInfo& info)
     return exception;
 }
 
-// To be called before each call to the server and each release, as both wait for the server. Once the user
-// has given up the server, the message filter then cancels the wait.
+// Call it before each call to the server and each release, as both wait for the server. See
+// COleMessageFilter::PrepareCall.
 void PrepareCall()
 {
     if (CWinApp* const app = CWinApp::Get(); app != nullptr) {

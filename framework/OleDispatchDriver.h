@@ -12,9 +12,9 @@
 // Throws COleException with E_OUTOFMEMORY when the string cannot be allocated.
 [[nodiscard]] _bstr_t MakeAutomationString(std::wstring_view text);
 
-// Holds a reference to an automation object and makes late-bound calls on it. A copy adds a reference. Throws
-// COleDispatchException when the server reports an exception, and COleException for every other failure, such
-// as a call without an attached object (E_POINTER). It throws nothing else.
+// Holds a reference to an automation object and makes late-bound calls on the object. A copy adds a
+// reference. Calls throw COleDispatchException when the server reports an exception, and COleException for
+// every other failure, such as a call without an attached object (E_POINTER).
 class COleDispatchDriver
 {
 public:

@@ -27,10 +27,10 @@ LONGLONG MadeAt(const MSG& message)
     return Now() - static_cast<LONG>(GetTickCount() - message.time);
 }
 
-// The default handling of a press on a frame follows the mouse until the button is released
-// ("WM_NCLBUTTONDOWN message"). The button of a held press is usually up by now; the default handling would
-// then wait for the next click. Of held input on a frame, only a press of the close button is kept, as its
-// command.
+// Drops held input on a window's frame, except a press of the close button, which becomes the command
+// SC_CLOSE. The default handling of a press on a frame follows the mouse until the button is released
+// ("WM_NCLBUTTONDOWN message"). The button of a held press is usually up by now, and the default handling
+// would wait for the next click.
 std::optional<MSG> WithoutFramePress(MSG message)
 {
     const bool onFrame = message.message >= WM_NCLBUTTONDOWN && message.message <= WM_NCXBUTTONDBLCLK;
@@ -167,7 +167,7 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
     }
     if (!m_asking && !m_cancelsCalls) {
         PaintPendingWindows();
-        NoticePresses();  // each time: NotePress takes the present time as that of the press
+        NoticePresses();  // each time: NotePress takes the current time as the time of the press
         const LONGLONG now = Now();
         const LONGLONG stallsAt = StallsAt(now - tickCount);
         // No question without a press: long calls are normal, and the user may be away.
@@ -187,7 +187,7 @@ LONGLONG COleMessageFilter::StallsAt(LONGLONG callBegan) const
 }
 
 // Uses up the user's Yes. If this call was already pending when the user answered, gives the server up and
-// returns true. Otherwise ignores the Yes: a later call proves that the stalled one has returned.
+// returns true. Otherwise ignores the Yes: a later call proves that the stalled call has returned.
 bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
 {
     if (!std::exchange(m_confirmed, false) || callBegan >= m_answeredAt) {
@@ -197,8 +197,8 @@ bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
     return true;
 }
 
-// Holds all waiting input, or the question would get it. Returns whether a key, a button or a touch was
-// pressed at the time `since` or later; if so, drops the held input from that time on.
+// Holds all waiting input, which the question would otherwise get. Returns whether the user pressed a key or
+// a button, or began a touch, at the time `since` or later. If so, drops the held input from that time on.
 bool COleMessageFilter::TakePress(LONGLONG since)
 {
     HoldInput();

@@ -8,8 +8,8 @@
 
 #include "framework/ComPointers.h"
 
-// What the message filter asks and does about a stalled call. A call is stalled when the server has rejected
-// it for too long, or when it has been pending for too long and the user presses a key or clicks. The
+// What the message filter asks and does about a stalled call. A call that the server rejects is stalled after
+// the busy delay. A pending call is stalled when the user presses a key or clicks after the busy delay. The
 // conversion run installs a handler while it holds a connection.
 class CStalledCallHandler
 {
@@ -29,8 +29,8 @@ protected:
     CStalledCallHandler& operator=(const CStalledCallHandler&) = default;
 };
 
-// Waits for automation servers, and asks the user when that takes long. One object lives as long as the
-// application; it is not freed by reference counting. It serves the thread that registered it.
+// Waits for automation servers, and asks the user when a call is stalled. The object lives as long as the
+// application and is not freed by reference counting. It serves the thread that registered it.
 class COleMessageFilter final : public IMessageFilter
 {
 public:
@@ -40,7 +40,7 @@ public:
     ~COleMessageFilter() { Revoke(); }
 
     // Registers the filter for the calling thread, which must have entered COM as a single-threaded
-    // apartment. Returns false when COM refuses it.
+    // apartment. Returns false when COM refuses the filter.
     bool Register();
 
     // Restores the filter that was registered before; does nothing when not registered.
@@ -49,18 +49,18 @@ public:
     // How long a call may be pending or rejected before the user is asked, in milliseconds.
     void SetBusyDelay(DWORD milliseconds) { m_busyDelay = milliseconds; }
 
-    // Installs the handler of stalled calls, or removes it (null). While one is installed, keys and clicks
-    // are kept during a call, in the queue or held here, and windows are painted. Without one a rejected call
-    // fails after the delay. Installing or removing a handler makes the filter wait for the server again and
-    // returns the held input to the queue.
+    // Installs the handler of stalled calls, or removes the handler (null). With a handler, keys and clicks
+    // are kept during a call, in the queue or held here, and windows are painted. Without a handler, a
+    // rejected call fails after the delay. Installing or removing a handler makes the filter wait for the
+    // server again and returns the held input to the queue.
     void SetStalledCallHandler(CStalledCallHandler* handler);
 
-    // To be called before each call to the server and each release of its objects. Once the user has given up
-    // a server that has not been ended, the filter cancels each call as soon as the call waits.
+    // Call it before each call to the server and each release of its objects. If a server was given up but
+    // could not be ended, the filter then cancels the call as soon as the call waits.
     void PrepareCall() const;
 
-    // To be called when the user presses a mouse button on a disabled window: the system queues no message
-    // for such a press.
+    // Call it when the user presses a mouse button on a disabled window: the system queues no message for
+    // that press.
     void NotePress();
 
     // Takes keys and clicks out of the queue, so that a message box that opens now does not get them. Does
@@ -98,9 +98,9 @@ private:
     CStalledCallHandler* m_handler = nullptr;
     LONGLONG m_answeredAt = kNever;  // when the user last answered
     bool m_confirmed = false;        // the answer was Yes, and has not taken effect yet
-    bool m_cancelsCalls = false;     // of a server that was given up and lives on
+    bool m_cancelsCalls = false;     // a server was given up and could not be ended
     bool m_asking = false;
-    LONGLONG m_pressedAt = kNever;  // on a disabled window
+    LONGLONG m_pressedAt = kNever;  // the last press on a disabled window
     std::vector<MSG> m_heldInput;   // in the order of the input
     bool m_registered = false;
     IMessageFilterPtr m_previous;

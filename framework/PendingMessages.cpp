@@ -6,8 +6,8 @@ namespace {
 
 constexpr int kPaintsAtOnce = 100;
 
-// Takes the next message of the range from the queue. Returns false when there is none, or when the system
-// returned WM_QUIT instead, which is posted again.
+// Takes the next message of the range from the queue. Returns false when the queue has none. If the system
+// returns WM_QUIT instead, posts WM_QUIT again and returns false.
 bool TakePendingMessage(MSG& message, const MessageRange& range)
 {
     if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) == FALSE) {

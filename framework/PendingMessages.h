@@ -6,6 +6,8 @@
 #include <span>
 #include <vector>
 
+// Takes, examines and dispatches messages that wait in the thread's queue.
+
 // Both ends belong to the range.
 struct MessageRange
 {
@@ -31,10 +33,10 @@ std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
 // Whether the message is a key or a button that goes down, or a touch that begins.
 [[nodiscard]] bool IsPress(UINT message);
 
-// Makes the system send WM_SETCURSOR for presses on disabled windows. The system sends it when the queue is
-// examined, and then discards the press ("WM_SETCURSOR message").
+// Makes the system send WM_SETCURSOR for presses on disabled windows: the system sends the message when the
+// queue is examined, and then discards the press ("WM_SETCURSOR message").
 void NoticePresses();
 
 // Dispatches the pending WM_PAINT messages, at most 100: a window that never validates its update region
-// would get them forever.
+// would get WM_PAINT forever.
 void PaintPendingWindows();

@@ -4,7 +4,7 @@
 
 #include <string>
 
-// The module of the resources: the executable until another one is set.
+// The module of the resources: the executable until SetResourceHandle sets another module.
 [[nodiscard]] HINSTANCE GetResourceHandle();
 void SetResourceHandle(HINSTANCE module);
 

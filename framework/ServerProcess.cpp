@@ -68,14 +68,14 @@ DWORD ActivatorId()
 }
 
 // Whether COM started the process with this parent. On Windows, a service starts the servers; under Wine, the
-// client's own process does. This program starts no server directly, so a server that is its child was
-// started by COM in this process.
+// client's own process does. This program starts no server except through COM, so COM has started every
+// server that is a child of this process.
 bool IsStartedByCom(DWORD parent)
 {
     return parent != 0 && (parent == GetCurrentProcessId() || parent == ActivatorId());
 }
 
-// Whether a window is a program's main window: one that a user works in, and no prompt or splash screen.
+// Whether a window is a program's main window, which a user works in, and no prompt or splash screen.
 bool IsMainWindow(HWND window)
 {
     constexpr int kDialogClass = 32'770;
@@ -121,7 +121,7 @@ bool SetJobLimits(HANDLE job, DWORD limits)
 
 CServerProcess::~CServerProcess()
 {
-    static_cast<void>(IsOurs());  // unties a server that its user works in
+    static_cast<void>(IsOurs());  // unties a server that shows a main window
 }
 
 void CServerProcess::BeginRun(const std::wstring& progId)
@@ -232,8 +232,8 @@ std::vector<CServerProcess::Process> CServerProcess::ProcessesOf(const std::wstr
     return processes;
 }
 
-// The creation time counts, too: an old process that could not be opened before the connection is missing in
-// m_before, but it is not new.
+// Compares the creation time, too: an old process that could not be opened before the connection is missing
+// from m_before.
 std::vector<CServerProcess::Process> CServerProcess::NewOnes(std::vector<Process> processes) const
 {
     std::erase_if(processes, [this](const Process& process) {
@@ -261,8 +261,8 @@ void CServerProcess::Adopt(const Process& process)
     }
 }
 
-// Puts the server into a job that ends its processes when its last handle is closed. The system closes that
-// handle when this program ends ("Job Objects").
+// Puts the server into a job that ends the server when the job's last handle is closed. The system closes
+// that handle when this program ends ("Job Objects").
 void CServerProcess::Tie()
 {
     m_job.reset(CreateJobObjectW(nullptr, nullptr));

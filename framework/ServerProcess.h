@@ -9,9 +9,9 @@
 #include "framework/Handles.h"
 
 // The server process behind the connections to an automation class (LocalServer32). The object distinguishes
-// a server that this program started from one that was there before. A server that this program started ends
-// with this program; the object can also wait for its end or terminate it. The object never ends a server
-// that this program did not start, or whose main window it has seen.
+// a server that this program started from a server that was running before. A server that this program
+// started ends with this program; the object can also wait for the server's end or terminate the server. The
+// object never ends a server that this program did not start, or a server whose main window it has seen.
 class CServerProcess
 {
 public:
@@ -21,26 +21,27 @@ public:
     // Ends a server that is still tied to this program.
     ~CServerProcess();
 
-    // Sets the class that a run connects to. If its program file is another one than before, the object
-    // forgets the old server; that server lives on.
+    // Sets the class that a run connects to. If the class has another program file than before, the object
+    // forgets the old server, which lives on.
     void BeginRun(const std::wstring& progId);
 
     // Call it before each attempt to connect.
     void BeginConnect();
 
     // Finds the server if the attempt has succeeded. The server counts as started by this program in two
-    // cases: exactly one process of the image has appeared since the first attempt, and COM started it; or
-    // the only process of the image is the server that this program started before. The server is then tied
-    // to this program: it ends when this program ends, however that happens. Processes that the server starts
-    // are not tied.
+    // cases. (1) Exactly one process of the image has appeared since the first attempt, and COM started that
+    // process. (2) The only process of the image is the server that this program started before. In both
+    // cases the server is tied to this program: the server ends when this program ends, however that happens.
+    // Processes that the server starts are not tied.
     void EndConnect(bool connected);
 
-    // Whether this program started the server. If the server shows a main window, a user may work in it: from
-    // this call on, the server does not count as started by this program, is not tied and is never ended.
+    // Whether this program started the server. If the server shows a main window now, a user may be working
+    // in it. From this call on, that server no longer counts as started by this program, is not tied and is
+    // never ended.
     [[nodiscard]] bool IsOurs();
 
-    // To be called when the connection is released. From then on WasAlive looks for the server of this
-    // connection. isEnding: the server was asked to end; it is then no longer tied.
+    // Call it when the connection is released. From then on WasAlive looks for the server of this connection.
+    // `isEnding`: the server was asked to end; the server is then no longer tied.
     void LetGo(bool isEnding);
 
     // Whether the server that was let go last, or a newer process of the image, was alive at the last
@@ -48,12 +49,13 @@ public:
     // BeginRun count instead.
     [[nodiscard]] bool WasAlive() const;
 
-    // Waits until a server that this program started has ended, at most for `milliseconds`. Windows are
-    // painted meanwhile. Returns whether the server has ended; true at once for any other server.
+    // Waits until a server that this program started has ended, at most for `milliseconds`, and paints the
+    // program's windows meanwhile. Returns whether the server has ended; true at once for any other server.
     [[nodiscard]] bool WaitForEnd(DWORD milliseconds);
 
-    // Ends a server that this program started, and waits at most five seconds until it is gone. Returns true
-    // if it is gone, even if it had ended by itself. Does nothing to any other server and returns false.
+    // Ends a server that this program started, and waits at most five seconds until the server is gone.
+    // Returns whether the server is gone, even if it had ended by itself. For any other server, does nothing
+    // and returns false.
     bool Terminate();
 
 private:
@@ -79,9 +81,10 @@ private:
     std::optional<std::vector<Process>> m_before;
     ULONGLONG m_connectingSince = 0;
     bool m_wasAlive = false;  // what WasAlive looks for was alive at BeginConnect
-    ULONGLONG m_connectedSince =
-        0;                       // start of the connected server, if known, or of the oldest process; else 0
-    ULONGLONG m_letGoSince = 0;  // the same of the server let go last; 0 if none was
+    // Creation time of the connected server or, if the server is unknown, of the image's oldest process; 0
+    // when there is none.
+    ULONGLONG m_connectedSince = 0;
+    ULONGLONG m_letGoSince = 0;  // the value of m_connectedSince at the last LetGo; 0 if there is none
     ULONGLONG m_runSince = 0;    // time of BeginRun
     DWORD m_id = 0;
     UniqueHandle m_process;  // of the server that this program started

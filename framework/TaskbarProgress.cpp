@@ -65,7 +65,7 @@ void CTaskbarProgress::Clear()
 }
 
 // The value is set before the state, because setting a value turns "no progress" into normal progress. An
-// error fills the bar, as it could not be seen on an empty one ("ITaskbarList3::SetProgressState method").
+// error fills the bar, as an empty bar would not show the error ("ITaskbarList3::SetProgressState method").
 void CTaskbarProgress::Show(TBPFLAG state)
 {
     m_state = state;

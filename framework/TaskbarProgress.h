@@ -22,8 +22,8 @@ public:
 
     explicit CTaskbarProgress(MakeTaskbar makeTaskbar = &ShellTaskbar);
 
-    // Call it once the window exists. Lets the shell's message about the button through: Windows would
-    // withhold it from a program that runs as administrator.
+    // Call it once the window exists. Allows the shell's message about the button, which Windows would
+    // withhold from a program that runs as administrator.
     void Attach(HWND window);
 
     // Call it with every message of the window. Connects to the taskbar when the shell has made the button,
@@ -46,7 +46,6 @@ private:
     int m_percent = 0;
 };
 
-// Flashes the window and its taskbar button when another program is in front. It flashes only five times:
-// flashing until the window is activated would go on after the user has activated a modal box of the window
-// instead.
+// If another program is in front, flashes the window and its taskbar button five times. Flashing until the
+// window is activated would go on after the user has activated a modal box of the window.
 void FlashInBackground(HWND window);

@@ -22,7 +22,7 @@ void Dispatch(MSG& message)
     }
 }
 
-// A WM_QUIT is posted again, for the outer message loops.
+// Posts a WM_QUIT again, for the outer message loops.
 void DispatchUnlessQuit(MSG& message)
 {
     if (message.message == WM_QUIT) {
@@ -42,7 +42,7 @@ bool IsEscapeNextKey()
 }
 
 // Ends the process by an exception that no handler can catch ("RaiseFailFastException function"). The stack
-// is usually still that of the throw, so a crash dump shows where the exception was thrown.
+// is usually still the stack of the throw, so a crash dump shows where the exception was thrown.
 [[noreturn]] void FailFast()
 {
     RaiseFailFastException(nullptr, nullptr, 0);
@@ -92,8 +92,8 @@ void CWinApp::PumpPendingMessage()
 {
     constexpr MessageRange kButtons{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK};
     constexpr MessageRange kFrameButtons{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK};
-    // Other key messages, such as releases, are taken after presses and clicks: the release of the key that
-    // started the long operation would use up the first call.
+    // Presses and clicks come before other key messages. Otherwise the release of the key that started the
+    // long operation would use up the first call.
     constexpr MessageRange kAllKeys{WM_KEYFIRST, WM_KEYLAST};
     constexpr MessageRange kAnything{0, 0};
     constexpr MessageRange kFrameCommands{WM_SYSCOMMAND, WM_SYSCOMMAND};
@@ -103,8 +103,8 @@ void CWinApp::PumpPendingMessage()
         g_app->GetMessageFilter().ReturnHeldInput();
     }
     MSG message{};
-    // Unless Escape is the next key, buttons come before keys: otherwise a click would wait behind all
-    // presses of a repeating key.
+    // Unless Escape is the next key, buttons come before keys: otherwise a click would wait for all presses
+    // of a repeating key.
     for (const MessageRange& range : IsEscapeNextKey() ? kKeysFirst : kButtonsFirst) {
         if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
             DispatchUnlessQuit(message);

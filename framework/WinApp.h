@@ -8,9 +8,9 @@
 
 class CWnd;
 
-// The application object, one per process. From its construction on, even after its destruction, an uncaught
-// exception ends the process by fail-fast: Windows Error Reporting gets it, and the runtime library shows no
-// box.
+// The application object, one per process. From its construction until the process ends, an uncaught
+// exception ends the process by fail-fast. Windows Error Reporting gets the failure, and the runtime library
+// shows no box.
 class CWinApp
 {
 public:
@@ -25,17 +25,18 @@ public:
     // Runs InitInstance and uninitialises OLE. Returns the exit code of the process.
     int Run();
 
-    // Waits for the next message and dispatches it. Returns false on WM_QUIT, which is posted again for the
-    // outer loops.
+    // Waits for the next message and dispatches it. On WM_QUIT, posts WM_QUIT again for the outer message
+    // loops and returns false.
     static bool PumpMessage();
 
     // Returns the message filter's held input to the queue and dispatches one waiting message, if any. Keys
-    // and clicks come first, so that cancelling does not wait for other messages: Escape takes effect at the
-    // first call, if it is the next key; a click on Cancel takes effect at the second, as its press and its
+    // and clicks come first, so that cancelling does not wait for other messages. Escape takes effect at the
+    // first call, if Escape is the next key. A click on Cancel takes effect at the second call, as press and
     // release are two messages.
     static void PumpPendingMessage();
 
-    // Removes keyboard, mouse and pointer messages for all windows from the thread's queue.
+    // Removes keyboard, mouse and pointer messages for all windows from the thread's queue, and drops the
+    // message filter's held input.
     static void DropPendingInput();
 
     // The message filter, which waits for automation servers to answer.

@@ -39,7 +39,7 @@ void SetProcedure(HWND window, WNDPROC procedure)
     SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
 }
 
-// For what() of exceptions: the texts of system errors in it are in the ANSI code page.
+// Decodes what() of an exception: what() may contain the text of a system error in the ANSI code page.
 std::wstring DecodeAnsi(std::string_view text)
 {
     std::wstring decoded(text.size(), L'\0');  // a byte never decodes to more than one code unit

@@ -46,9 +46,9 @@ public:
     virtual bool DestroyWindow();
 
     // Called before a queued message is dispatched: for the message's window and then for each parent up to
-    // the top-level window, until one of them returns true. True means that it has handled the message.
+    // the top-level window, until a call returns true. Returns whether the object has handled the message.
     virtual bool PreTranslateMessage(MSG& message);
-    // Calls PreTranslateMessage in this order. Returns whether the message was handled.
+    // Calls PreTranslateMessage in that order. Returns whether the message was handled.
     static bool WalkPreTranslateTree(MSG& message);
 
     // Copies the controls into the members (`save`) or the members into the controls, by DoDataExchange.
@@ -90,7 +90,8 @@ protected:
     // WM_COMMAND. Returns true when it was handled.
     virtual bool OnCommand(WPARAM wParam, LPARAM lParam);
 
-    // WM_NOTIFY: calls the handler of the sender, or else of this window, or else Default.
+    // WM_NOTIFY: calls the sender's handler of its own notification, or else this window's handler, or else
+    // Default.
     virtual LRESULT OnNotify(WPARAM wParam, LPARAM lParam);
 
     virtual void DoDataExchange(CDataExchange& exchange);

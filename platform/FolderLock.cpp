@@ -8,8 +8,8 @@
 
 namespace {
 
-// After "Global\", the name of a mutex must not contain a backslash, and it has at most MAX_PATH characters.
-// So it contains the path's hash (FNV-1a), which every build of the program computes alike.
+// A mutex's name has at most MAX_PATH characters and no backslash after "Global\", so it cannot contain the
+// path. It contains the path's hash (FNV-1a), which every build of the program computes alike.
 std::wstring MutexName(std::wstring path)
 {
     CharUpperBuffW(path.data(), static_cast<DWORD>(path.size()));

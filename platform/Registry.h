@@ -13,7 +13,8 @@
 inline constexpr wchar_t kProductKey[] = L"SOFTWARE\\Zelmar";
 
 // The data of a registry value in a private heap, with its size in bytes and its type. The functions that
-// fill it return false and leave it empty when memory is short or the data is larger than a value can be.
+// fill the object return false and leave the object empty when memory is short or the data is larger than a
+// registry value can be.
 class CRegistryValue
 {
 public:
@@ -65,10 +66,10 @@ private:
 class CRegistry
 {
 public:
-    // hive: a predefined hive or an open key. An open key is closed by the first access that finds a value or
-    // opens a sub-key for writing; every later access then fails.
-    // view: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit programs see, 0 for
-    // the view of this process ("Accessing an Alternate Registry View").
+    // `hive`: a predefined hive or an open key. The first access that finds a value or opens a sub-key for
+    // writing closes an open key; every later access fails.
+    // `view`: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit programs see, 0
+    // for the view of this process ("Accessing an Alternate Registry View").
     explicit CRegistry(HKEY hive, REGSAM view = 0);
     virtual ~CRegistry() = default;
     CRegistry(const CRegistry&) = delete;

@@ -7,8 +7,8 @@
 
 namespace {
 
-// What a user can type into an edit control ("EM_SETLIMITTEXT message"). Another program must have written a
-// longer text.
+// The number of characters that a user can type into an edit control ("EM_SETLIMITTEXT message"). Only
+// another program can have written a longer text.
 constexpr std::size_t kLongestTemplate = 30'000;
 
 std::wstring HistoryKey()

@@ -1,7 +1,7 @@
 #pragma once
 
-// The resource ids that the resource libraries and the code share. The resource compiler reads this file too,
-// so it contains defines only.
+// The resource ids that the resource libraries and the code share. The file contains defines only, because
+// the resource compiler reads it, too.
 
 // Dialogs
 #define IDD_ABOUT 100

@@ -75,7 +75,7 @@ LocalTime Now()
     return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond};
 }
 
-// The error followed by the number in hexadecimal, unless the number is 0 or in the text already.
+// The error, followed by the number in hexadecimal unless the number is 0 or already in the text.
 std::wstring WithNumber(const std::wstring& error, long number)
 {
     std::array<wchar_t, 16> digits{};
@@ -376,7 +376,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateCopy(const Row& row)
 }
 
 // Has SOLIDWORKS write the copy's BOM names. After a failed call SOLIDWORKS is loaded again, and the cancel
-// button stays disabled until the next part has been closed.
+// button stays disabled until SOLIDWORKS has closed a part again.
 std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& row)
 {
     ShowUpdateProgress(row);

@@ -22,14 +22,15 @@ struct ConversionOptions
     CadTimeouts cadTimeouts{};
 };
 
-// One conversion run: copies the pending rows' files under their new names into the "Mapped" folder, records
-// every row in the map file, has SOLIDWORKS write the BOM names, and marks the rows converted. Runs on the
-// user-interface thread. All failures are reported to the user here.
+// One conversion run. Copies the files of pending rows under their new names into the "Mapped" folder and
+// records all rows in the map file. Has SOLIDWORKS write the BOM names unless files are only copied. Marks
+// the rows converted. A row that cannot be copied or recorded keeps its mark. Runs on the user-interface
+// thread. Reports failures itself, in message boxes or in the record of the run.
 class CConversionRun
 {
 public:
-    // References must stay valid as long as the run. `server` must be the same object for all runs: a run
-    // waits for the server of the run before.
+    // All references must outlive the run. All runs must share one `server`: a run waits for the server of
+    // the previous run.
     CConversionRun(CWnd& mainWindow, CConversionTable& table, CSldWorks& sldWorks, CServerProcess& server,
                    CConversionView& view, ConversionOptions options);
 
@@ -40,7 +41,7 @@ public:
     ~CConversionRun();
 
     // Disables the main window and returns when the run has ended. The caller must then enable the window,
-    // unless the run was aborted: such a run enables it itself.
+    // unless the run was aborted: an aborted run has enabled the window itself.
     void Run();
 
     // Returns what became of every row. Call it once, after Run.
@@ -50,7 +51,7 @@ private:
     using End = RunEnd;
     struct Row;
 
-    // Each step returns how the run ended, or nullopt to continue.
+    // The steps return how the run ended, or nullopt to continue.
     End Convert();
     std::optional<End> PrepareCad();
     std::optional<End> LoadCad();

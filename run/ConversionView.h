@@ -14,8 +14,8 @@ public:
     // map file cannot be opened, shows a message and leaves the list empty.
     virtual void ReloadAfterCancel() = 0;
 
-    // Enables a disabled window, drops the input that came meanwhile, brings the window to the top and sets
-    // the focus to its list. An enabled window is only brought to the top.
+    // Brings the main window to the top. If the window is disabled, also enables the window, drops the input
+    // that came meanwhile and sets the focus to the list.
     virtual void TakeInputAgain() = 0;
 
     // ShowProgress reports the share of the rows done, in percent. ShowRunEnd reports, before the run's last

@@ -10,8 +10,8 @@
 #include "run/RunRecorder.h"
 
 // The modeless progress dialog of a conversion run: three text lines, a bar for the current part, a bar for
-// all parts, and a cancel button that only sets a flag. The run sets texts and bars, polls the flag and
-// destroys the window.
+// all parts, and a cancel button. The button only sets a flag. The run sets texts and bars, polls the flag
+// and destroys the window.
 class CProgressFileCopy : public CDialog, public CProgressView
 {
 public:

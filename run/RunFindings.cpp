@@ -87,9 +87,9 @@ struct OpenError
     Text name;
 };
 
-// The code on opening is a set of bits. Their names come from the help of the automation interface
+// The code on opening is a set of bits. The bits' names come from the help of the automation interface
 // ("swFileLoadError_e Enumeration") and were never checked against SOLIDWORKS. Only the wording of the report
-// depends on them.
+// depends on the names.
 constexpr std::array kOpenErrors{
     OpenError{1, {L"allgemeiner Fehler", L"general error"}},
     OpenError{2, {L"Datei nicht gefunden", L"file not found"}},
@@ -205,7 +205,7 @@ void AddOneNameForAll(CFindings warnings, const RunRow& row)
     }
 }
 
-// The row as the map file was given it: without BOM name if files were copied only.
+// The row as written to the map file: without its BOM name if files were copied only.
 UTtab_entry Recorded(const RunRow& row, bool copyOnly)
 {
     return {row.entry.strOriginal, row.entry.strRenamed, copyOnly ? std::wstring() : row.entry.strBomName};
@@ -223,7 +223,7 @@ void AddMapLine(CFindings warnings, UTtab_entry entry, const FindingRules& rules
         warnings.Add(kMapLineUnreadable);
         return;
     }
-    // Blanks around a BOM name do not count: writing it into the part trims them, too.
+    // Blanks around a BOM name do not count: they are also trimmed before the name is written into the part.
     entry.strBomName = Trim(entry.strBomName);
     if (UTtab_entry{read->strOriginal, read->strRenamed, Trim(read->strBomName)} != entry) {
         warnings.Add(kMapLineChanged, {read->strOriginal, read->strRenamed, read->strBomName});

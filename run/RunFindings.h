@@ -15,13 +15,12 @@ struct FindingRules
     NameOrder compareNames;
 };
 
-// Why a row needs attention, as sentences in the language of the process; none when the row turned out as the
-// user wants it.
+// Why a row needs attention, as sentences in the language of the process.
 struct RowFindings
 {
     // The row was not converted, or perhaps not completely.
     std::vector<std::wstring> errors;
-    // It was converted by the rules, but perhaps not as the user wants it.
+    // The row was converted, but perhaps not as the user wants it.
     std::vector<std::wstring> warnings;
 
     [[nodiscard]] bool HasFailed() const { return !errors.empty(); }

@@ -12,7 +12,7 @@ enum class RunEnd : std::uint8_t
     finished,
     cancelled,
     sessionEnded,  // the Windows session
-    cadNotLoaded,  // at the start of the run, or again after a failed call
+    cadNotLoaded,  // at the start of the run, or after a failed call
     cadTooOld,     // the same
     mapFileNotOpened
 };

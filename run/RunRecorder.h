@@ -7,9 +7,9 @@
 
 #include "run/RunRecord.h"
 
-// Builds the record of a run in memory while the run goes on. Call the functions in the order of the run:
-// BeginRun; for each row BeginRow, the notes on what becomes of the row, EndRow; AddNotReached for each
-// remaining row; EndRun.
+// Builds the record of a run in memory while the run goes on. Call BeginRun first. For each row, call
+// BeginRow, then SetOutcome and the Note functions, then EndRow. Call AddNotReached for each remaining row,
+// and EndRun last.
 class CRunRecorder
 {
 public:

@@ -188,7 +188,7 @@ void AppendCharacter(std::string& html, char32_t character)
     }
 }
 
-// Builds the page. End tags that HTML makes optional are left out: a library has many rows.
+// Builds the page. Leaves out optional end tags to keep the page small: a library has many rows.
 class CPage
 {
 public:
@@ -354,7 +354,7 @@ void CPage::BeginTable(const Text& title, const char* kind, std::initializer_lis
     m_html += "</thead>\n<tbody>\n";
 }
 
-// The row that "see note" leads to.
+// "see note" links to this row.
 void CPage::AttentionRow(std::size_t row)
 {
     const RunRow content = m_run.rows.at(row);

@@ -5,10 +5,10 @@
 
 #include "run/RunFindings.h"
 
-// Returns the report of a run as one HTML page in UTF-8 and in the language of the process: the rows with
-// errors, the rows with warnings only, the run as a whole, all rows. The page loads nothing, and can be read
-// without its script, which only sorts. `findings` must be those of the run. The time is linear in the number
-// of rows.
+// Returns the report of a run as one HTML page in UTF-8, in the language of the process. The page shows the
+// rows with errors, the rows with warnings only, the run as a whole, and all rows. The page loads nothing,
+// and its script only sorts the tables: without the script the page is complete, too. `findings` must be the
+// findings of the run. The time is linear in the number of rows.
 [[nodiscard]] std::string RunReportPage(const RunRecord& run, const RunFindings& findings,
                                         std::wstring_view programVersion);
 

@@ -43,7 +43,7 @@ struct RunRow
     bool cadLost = false;                         // SOLIDWORKS could not be loaded again
     bool givenUp = false;                         // a stalled call was given up
     std::optional<CadRecord> cad = std::nullopt;  // none when SOLIDWORKS had nothing to do with the row
-    std::vector<std::wstring> unwritten;          // names of the configurations without their BOM name
+    std::vector<std::wstring> unwritten;          // names of the configurations whose BOM name is not written
     std::wstring reason;  // why the row was not copied or recorded, or the failed call's error
     std::chrono::milliseconds duration{};
 

@@ -21,9 +21,9 @@ public:
     // Makes End discard the text.
     void Cancel() { m_cancelled = true; }
 
-    // Sends LVN_ENDLABELEDIT to the parent of the editor's list, with the editor's text or, after Cancel,
-    // without one, and destroys the editor. Later calls do nothing: a message box during the first one may
-    // move the focus to the editor and away again.
+    // Sends LVN_ENDLABELEDIT to the parent of the list, with the editor's text, or without a text after
+    // Cancel. Then destroys the editor. Calls during the first call do nothing: a message box may move the
+    // focus to the editor and away again.
     void End(const CWnd& editor);
 
     // Whether the message is a key that the editor handles before the dialog and the list: Enter, Escape,

@@ -147,7 +147,7 @@ LRESULT CConvList::OnScroll(WPARAM wParam, LPARAM)
     return Default();
 }
 
-// The wheel also scrolls a list that does not have the focus. Only an open cell editor loses the focus.
+// Takes the focus from an open cell editor only: the wheel also scrolls a list that does not have the focus.
 void CConvList::OnWheel()
 {
     EndEdit();
@@ -216,8 +216,9 @@ LRESULT CConvList::OnRButtonDown(WPARAM, LPARAM lParam)
         ClientToScreen(m_hWnd, &point);
         command = MenuOf(cell.column).Show(m_hWnd, point);
     }
-    // The default handling tells a click from a drag and dispatches posted messages meanwhile ("DragDetect
-    // function"), so the command, which acts on the selection, is performed afterwards.
+    // The default handling waits to tell a click from a drag, and dispatches posted messages meanwhile
+    // ("DragDetect function"). Commands post messages that act on the selection, so the chosen command is
+    // performed only after the selection is restored.
     const LRESULT result = DefaultKeepingSelection(lParam);
     Perform(command, cell);
     return result;
@@ -235,7 +236,7 @@ LRESULT CConvList::OnContextMenu(WPARAM, LPARAM lParam)
     return 0;
 }
 
-// When the drop-down list closed because the focus moved elsewhere, the focus stays there.
+// Returns the focus to the list, unless the drop-down list closed because another window took the focus.
 void CConvList::OnInPlaceListClosed()
 {
     if (::GetFocus() == GetDlgItem(IDC_IN_PLACE_LIST)) {
@@ -249,9 +250,9 @@ LRESULT CConvList::OnHeaderBeginDrag(NMHDR&)
     return EndEditInPress() ? TRUE : Default();
 }
 
-// Ends an open edit. Returns whether the left mouse button was down before and is up afterwards: a message
-// box about the text has then swallowed the release. No drag may begin then: it would follow the mouse until
-// the next click.
+// Ends an open edit. Returns whether the left mouse button was down before and is up afterwards. If so, a
+// message box about the text has swallowed the release, and no drag may begin: the drag would follow the
+// mouse until the next click.
 bool CConvList::EndEditInPress()
 {
     const bool wasHeld = IsDown(VK_LBUTTON);
@@ -318,7 +319,8 @@ void CConvList::EditCellFromList(int row, int column, const std::vector<std::wst
     }
 }
 
-// Scrolls a cell into view and returns its editor's place; none without such a cell or when it is too narrow.
+// Scrolls a cell into view and returns the place of its editor; nullopt when there is no such cell or its
+// column is too narrow.
 std::optional<RECT> CConvList::RevealCell(int row, int column) const
 {
     if (row < 0 || row >= GetItemCount()) {
@@ -418,8 +420,8 @@ void CConvList::EditTemplate(const Cell& cell)
 
 // The list view's default handling clears the selection on a click below the rows, but the chosen command
 // still needs the selection. The default handling also waits for the release of the button ("DragDetect
-// function"). The menu has swallowed that release, so one is posted: otherwise the wait would last until the
-// next click.
+// function"). If the button is up already, the menu has swallowed the release, and another release is posted:
+// otherwise the wait would last until the next click.
 LRESULT CConvList::DefaultKeepingSelection(LPARAM position)
 {
     if (!IsDown(VK_RBUTTON)) {
@@ -450,8 +452,8 @@ bool CConvList::PreTranslateMessage(MSG& message)
 }
 
 // F2 and Shift+F2 edit the focused row's generated names, Shift+F10 opens a menu, Ctrl+A selects all rows.
-// With a column's number, counted from 1: Ctrl widens the column, Ctrl+Shift narrows it, Alt moves it one
-// place to the right, or from the last place to the first. Returns false for other keys.
+// With a column's number, counted from 1, Ctrl widens the column, Ctrl+Shift narrows it, and Alt moves it one
+// place to the right. Alt moves a column in the last place to the first place. Returns false for other keys.
 bool CConvList::OnKey(WPARAM key)
 {
     const bool control = IsDown(VK_CONTROL);

@@ -19,11 +19,11 @@ public:
 
     bool PreTranslateMessage(MSG& message) override;
 
-    // Ends an open edit, scrolls a cell into view and opens its editor. Does nothing without such a cell or
-    // when its column is too narrow.
+    // Ends an open edit, scrolls a cell into view and opens its editor. Opens no editor when there is no such
+    // cell or its column is too narrow.
     void EditCell(int row, int column);
 
-    // The same with a drop-down list of texts.
+    // Like EditCell, but the editor is a drop-down list of the choices.
     void EditCellFromList(int row, int column, const std::vector<std::wstring>& choices);
 
     // Ends an open edit with its text and returns the focus to the list.
@@ -33,7 +33,7 @@ public:
     [[nodiscard]] std::wstring SpokenName(int row) const;
 
     // Distributes the extra width of the list, in pixels, among the columns: in proportion to their own
-    // widths, each column up to the limit. When the extra width shrinks, the columns shrink with it.
+    // widths, each column up to the maximum width. When the extra width shrinks, the columns shrink, too.
     void ShareExtraWidth(int extra);
 
     // The widths of the columns, in pixels.
@@ -105,9 +105,9 @@ private:
     bool IsEndOfAltDigit(const MSG& message);
 
     std::array<CColumnMenu, 2> m_menus;  // of columns 1 and 2
-    Cell m_edited;                       // by the editor opened last
-    bool m_ctrlAtMenuKey = false;        // when the menu key was pressed
+    Cell m_edited;                       // the cell of the editor opened last
+    bool m_ctrlAtMenuKey = false;        // Ctrl was down when the menu key was pressed
     bool m_altUsed = false;              // a digit was pressed since Alt went down
-    int m_extraWidth = 0;                // that the columns share
-    std::vector<int> m_shares;           // each column's share of it
+    int m_extraWidth = 0;                // see ShareExtraWidth
+    std::vector<int> m_shares;           // each column's share of the extra width
 };

@@ -26,7 +26,7 @@ constexpr Text kPreviewNoName{L"(ergibt keinen Dateinamen)", L"(gives no file na
 constexpr Text kPreviewEmpty{L"(leer)", L"(empty)"};
 
 constexpr const wchar_t* kConfigurationFillIn = L"%2";
-constexpr int kConfiguration = 2;  // its row in the legend
+constexpr int kConfiguration = 2;  // the row of %2 in the legend
 
 // The legend has a row for each fill-in, each with three controls.
 constexpr int kLegendRows = 8;
@@ -111,9 +111,9 @@ void CDlgTemplate::FillHistory() const
     }
 }
 
-// CBN_SELENDOK also comes when the user chooses the entry that is already selected, which must replace an
-// edited text, too. The replaced text can be restored with the field's own undo: the wheel and the arrow keys
-// choose entries in passing.
+// Handles CBN_SELENDOK, too, which also comes when the user chooses the entry that is already selected: the
+// entry must replace an edited text. The field's own undo can restore the replaced text: the wheel and the
+// arrow keys choose entries in passing.
 void CDlgTemplate::OnHistoryChosen()
 {
     const int chosen = m_wndHistory.GetCurSel();
@@ -140,8 +140,8 @@ void CDlgTemplate::ShowSampleName() const
     ::SendMessageW(GetDlgItem(IDC_TEMPLATE_PREVIEW), EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
 }
 
-// Moves the texts of the rows below up by one row and hides the last row. The controls are not moved: the
-// dialog manager would move them back when the DPI changes ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration").
+// Moves the texts below the fill-in's row up by one row and hides the last row. The controls are not moved:
+// the dialog manager would move them back when the DPI changes ("DIALOG_DPI_CHANGE_BEHAVIORS enumeration").
 void CDlgTemplate::RemoveFromLegend(int fillIn) const
 {
     for (int column = 0; column < kLegendColumns; ++column) {

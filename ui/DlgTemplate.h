@@ -19,7 +19,7 @@ public:
     // Sets the original file name of the part to preview; call it before DoModal. No preview when empty.
     void SetSample(const std::wstring& fileName) { m_strSample = fileName; }
 
-    // The template; after OK, the user's.
+    // The initial template or, after OK, the user's template.
     [[nodiscard]] const std::wstring& Text() const { return m_strText; }
 
 protected:

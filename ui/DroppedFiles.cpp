@@ -23,9 +23,9 @@ std::vector<std::wstring> PathsOf(HDROP drop)
 
 }  // namespace
 
-// Without this, User Interface Privilege Isolation would keep the messages of a drop from the desktop away
-// from an elevated window ("ChangeWindowMessageFilterEx function"). The third message has no name in the
-// headers; it carries the file names (undocumented).
+// By default, User Interface Privilege Isolation keeps the messages of a drop from reaching an elevated
+// window when the other program is not elevated ("ChangeWindowMessageFilterEx function"). The third message
+// has no name in the headers; it carries the file names (undocumented).
 void AcceptDroppedFiles(HWND window)
 {
     constexpr UINT kCopyGlobalData = 0x0049;

@@ -22,7 +22,7 @@ struct FileDialog
     Text filter;
     const wchar_t* pattern;
     Text initialName;
-    const wchar_t* extension;  // appended to a name without one; null for none
+    const wchar_t* extension;  // appended to a name that has no extension; null: nothing is appended
     DWORD flags;
 };
 
@@ -53,8 +53,8 @@ struct ShellFree
     void operator()(pointer items) const { CoTaskMemFree(items); }
 };
 
-// Keeps the folder picker open for a mistyped folder. Without this, the picker would return the folder
-// selected in its tree ("BFFCALLBACK callback function").
+// Keeps the folder picker open for a mistyped folder. Otherwise the picker would return the folder selected
+// in its tree ("BFFCALLBACK callback function").
 int CALLBACK OnPickerEvent(HWND /*picker*/, UINT event, LPARAM /*parameter*/, LPARAM /*data*/)
 {
     if (event != BFFM_VALIDATEFAILEDW) {
@@ -81,8 +81,8 @@ bool ShowFileDialog(OPENFILENAMEW& request, FileDialogFunction& show)
     return show(&request) != FALSE;
 }
 
-// The user's folder for documents; empty when the system does not return it. Without a folder the dialog may
-// open in the working folder, which is the program's own ("OPENFILENAMEW structure").
+// The user's folder for documents; empty when the system returns none. Without an initial folder, the dialog
+// may open in the working folder, usually the program's folder ("OPENFILENAMEW structure").
 std::wstring DocumentsFolder()
 {
     wchar_t* path = nullptr;
@@ -119,8 +119,8 @@ std::optional<std::wstring> Pick(HWND owner, const std::wstring& folder, const F
     request.lpstrTitle = title.c_str();
     request.lpstrDefExt = dialog.extension;
     request.Flags = OFN_HIDEREADONLY | OFN_PATHMUSTEXIST | OFN_EXPLORER | dialog.flags;
-    // The dialog makes the picked folder the working folder, which nobody could rename or delete then.
-    // OFN_NOCHANGEDIR does not prevent it ("OPENFILENAMEW structure").
+    // The dialog makes the picked folder the working folder, and nobody can rename or delete the working
+    // folder of a running program. OFN_NOCHANGEDIR does not prevent the change ("OPENFILENAMEW structure").
     const CScopeExit restore(
         [workingFolder = WorkingFolder()] { SetCurrentDirectoryW(workingFolder.c_str()); });
     return ShowFileDialog(request, show) ? std::optional(std::move(buffer)) : std::nullopt;

@@ -98,7 +98,7 @@ void CFindBar::OnChange()
     }
 }
 
-// Looks at every row once, beginning at `start`, which may be one beyond either end of the list.
+// Looks at each row at most once, beginning at `start`, which may be one beyond either end of the list.
 void CFindBar::Find(int start, bool forward)
 {
     const std::wstring text = GetWindowText();

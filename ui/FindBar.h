@@ -24,10 +24,10 @@ public:
     // Shows the field, with its text selected, and gives it the focus.
     void Open();
 
-    // Goes to the next or the previous row; opens the field when it has no text.
+    // Selects the next or the previous row that contains the text; opens the field when it has no text.
     void FindNext(bool forward);
 
-    // The text of the field has changed.
+    // Call it when the text of the field has changed.
     void OnChange();
 
 private:

@@ -124,7 +124,7 @@ void CInPlaceEdit::GrowToText() const
     ShowAsMuchAsPossible();
 }
 
-// While the edit was too narrow, its text scrolled. Scrolls it back as far as the caret stays visible.
+// Scrolls the text back as far as the caret stays visible: the text scrolled while the edit was too narrow.
 void CInPlaceEdit::ShowAsMuchAsPossible() const
 {
     DWORD start = 0;

@@ -3,8 +3,8 @@
 #include "framework/Controls.h"
 #include "ui/CellEdit.h"
 
-// The edit for a cell of a list. Enter and loss of the focus end it with the text, Escape without one. The
-// object is owned by its window.
+// The edit for a cell of a list. Enter and loss of the focus pass the text to the list; Escape discards the
+// text. The object is owned by its window.
 class CInPlaceEdit : public CEdit
 {
 public:

@@ -75,7 +75,7 @@ LRESULT CInPlaceList::OnKeyDown(WPARAM wParam, LPARAM)
     return 0;
 }
 
-// With nothing chosen there is no text to set.
+// If nothing is chosen, the cell keeps its text.
 void CInPlaceList::OnKillFocus()
 {
     Default();

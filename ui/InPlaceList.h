@@ -6,8 +6,8 @@
 #include "framework/Controls.h"
 #include "ui/CellEdit.h"
 
-// The drop-down list for a cell of a list. Enter, loss of the focus and closing the drop-down end it with the
-// chosen text, Escape without one. The object is owned by its window.
+// The drop-down list for a cell of a list. Enter, loss of the focus and closing the drop-down pass the chosen
+// text to the list; Escape discards the choice. The object is owned by its window.
 class CInPlaceList : public CComboBox
 {
 public:

@@ -7,8 +7,8 @@ namespace {
 
 // Restricts the DLL search to the system folder ("SetDefaultDllDirectories function"): a DLL planted in the
 // program's folder, the working folder or a folder of PATH is never loaded. DLLs loaded by full path, such as
-// shell extensions, are not affected. This constructor must be the first of the process, because later ones
-// already load DLLs: the stack protector loads one for its random number.
+// shell extensions, are not affected. This constructor must be the first of the process, because other
+// constructors load DLLs: the stack protector's constructor loads a DLL for its random number.
 class CSystemFolderOnly
 {
 public:

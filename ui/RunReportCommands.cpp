@@ -30,7 +30,7 @@ constexpr Text kNotOpened{L"Der Bericht '%1' kann nicht angezeigt werden.",
 constexpr Text kNotInList{L"Zu markierende Zeilen, die nicht in der Liste sind: %1 von %2",
                           L"Rows to select that are not in the list: %1 of %2"};
 
-constexpr int kMostReports = 1000;           // of runs that began in the same minute
+constexpr int kMostReports = 1000;           // on runs that began in the same minute
 constexpr INT_PTR kShellExecuteFailed = 32;  // or less ("ShellExecuteW function")
 
 // The folder's path with a backslash at its end; empty when the system returns none.
@@ -40,7 +40,8 @@ std::wstring TemporaryFolder()
     return {path.data(), std::min<std::size_t>(GetTempPathW(MAX_PATH + 1, path.data()), MAX_PATH + 1)};
 }
 
-// Named after the run's start, so that the names of reports sort in the order of the runs.
+// Named after the minute in which the run began, so that reports sort by that minute. Further reports of the
+// same minute get a number.
 std::wstring ReportPath(const LocalTime& start, int number)
 {
     std::array<wchar_t, 80> time{};
@@ -134,7 +135,7 @@ std::wstring CRunReportCommands::WriteReport() const
 
 bool CRunReportCommands::CanSelectAttention(const std::wstring& standardPartsFolder) const
 {
-    // Backslashes at the end do not count: the main dialog removes them only when files are added.
+    // Backslashes at the end do not count: the main dialog may have removed them since the run.
     return SameFolder(StripBackslashes(standardPartsFolder), StripBackslashes(m_run.folder)) &&
            std::ranges::any_of(Findings(), &RowFindings::NeedsAttention);
 }

@@ -25,9 +25,9 @@ public:
     // Whether rows of the last run need attention and the given folder is that run's standard-parts folder.
     [[nodiscard]] bool CanSelectAttention(const std::wstring& standardPartsFolder) const;
 
-    // Selects the failed rows or, if there are none, the rows with warnings, and no others. Finds them by
-    // their original file names. Shows a message when some of them are not in the list any more: after a
-    // cancelled run, the list lacks the rows without a record in the map file.
+    // Selects the failed rows or, if there are none, the rows with warnings, and no others. Finds the rows by
+    // their original file names. Shows a message when some of these rows are not in the list. After a
+    // cancelled run, for example, the list lacks the rows without a record in the map file.
     void SelectAttention(const CConversionTable& table) const;
 
 private:
@@ -36,5 +36,5 @@ private:
 
     bool m_hasRun = false;
     RunRecord m_run;
-    mutable std::optional<RunFindings> m_findings;  // of the run, once they are needed
+    mutable std::optional<RunFindings> m_findings;  // of m_run; made when first needed
 };

@@ -64,7 +64,6 @@ void CStatusLine::Show(const std::wstring& text) const
     SetDlgItemTextW(m_dialog, IDC_STATUS_TEXT, text.c_str());
 }
 
-// A text of Say stays until the numbers change.
 void CStatusLine::Update()
 {
     if (m_namesChanged) {

@@ -11,8 +11,8 @@
 #include "files/NamesToCheck.h"
 
 // The line below the list: the numbers of all, pending and selected rows, and a button that goes to the next
-// name to check, shown while there is one. The line is updated only when the message queue is empty, because
-// commands change thousands of rows one by one.
+// name to check. The button is hidden while no name needs checking. The line is updated only when the message
+// queue is empty, because commands change thousands of rows one by one.
 class CStatusLine
 {
 public:
@@ -25,10 +25,10 @@ public:
     // Call it once, when the dialog has its controls.
     void Begin(HWND dialog);
 
-    // To be called for each notification of the list.
+    // Call it for each notification of the list.
     void OnNotify(const NMHDR& header);
 
-    // To be called when the texts of rows may have changed.
+    // Call it when the texts of rows may have changed.
     void NamesChanged();
 
     // Counts the rows and shows the numbers if they have changed; updates the button if names may have
@@ -41,8 +41,8 @@ public:
 
     [[nodiscard]] bool HasNamesToCheck() const { return !m_toCheck.empty(); }
 
-    // Selects the next row with a name to check, searching from the row after the focused one and then from
-    // the top, and shows what to check. Does nothing when there is no such row.
+    // Selects the next row with a name to check and shows the problem. Searches from the row after the
+    // focused row, then from the top. Does nothing when there is no such row.
     void GoToNextName();
 
 private:

@@ -37,7 +37,8 @@ constexpr Text kTaken{
     L"Named more than once, differently: %4\n"
     L"Cells with replaced characters: %5"};
 
-// The separator that the user's spreadsheet expects in CSV files.
+// The user's list separator, which spreadsheets expect in CSV files; a semicolon if CTableReader does not
+// support the user's separator.
 wchar_t ListSeparator()
 {
     constexpr std::wstring_view kUsual = L";,\t";

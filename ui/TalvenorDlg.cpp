@@ -141,7 +141,7 @@ bool CTalvenorDlg::OnInitDialog()
     SetDialogIcon();
     AnchorControls();
     PrepareList();
-    m_layout.FitIntoWorkArea();  // at 150 % the template is higher than a screen of 1366 x 768
+    m_layout.FitIntoWorkArea();  // at 150 % the dialog is higher than a screen of 1366 x 768
     ReadFolders();
     m_strHelpFile = JoinPath(m_strInstallDir, kHelpDocument.Current());
     FillVersions();
@@ -295,7 +295,7 @@ void CTalvenorDlg::MarkListChanged(bool on)
     }
 }
 
-// Reads the status from the frame's caption, which is the only place that holds it.
+// The frame's caption is the only record of the view status.
 ViewStatus CTalvenorDlg::GetViewStatus() const
 {
     const std::wstring caption = m_wndStatusFrame.GetWindowText();
@@ -371,7 +371,7 @@ void CTalvenorDlg::ReloadAfterCancel()
     }
 }
 
-// Input typed while the window was disabled is dropped: an Enter would start the next run.
+// Drops the input that came while the window was disabled: an Enter would start the next run.
 void CTalvenorDlg::TakeInputAgain()
 {
     const bool wasDisabled = !IsWindowEnabled();
@@ -467,8 +467,8 @@ LRESULT CTalvenorDlg::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
     return CDialog::WindowProc(message, wParam, lParam);
 }
 
-// During a run and while a message box is open, commands are ignored whatever sent them: a screen reader can
-// press a button of a disabled window, and automation calls dispatch posted messages.
+// Commands are ignored during a run and while a message box is open, whatever sent them. A screen reader can
+// press a button of a disabled window, and posted messages may be dispatched during an automation call.
 bool CTalvenorDlg::IsBusy() const
 {
     return m_bRunning || !IsWindowEnabled();
@@ -480,10 +480,9 @@ bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
            CDialog::OnCommand(wParam, lParam);
 }
 
-// Whether a command is refused because the typed folder does not exist. A button that is pressed by its
-// mnemonic would otherwise still act after the folder was refused, and would work on the old folder while the
-// field shows another. The focus goes back to the field instead. The current text of the field decides, as
-// another program may have corrected the text.
+// Whether a command is refused because the typed folder does not exist. Otherwise a button pressed by its
+// mnemonic would work on the old folder while the field shows another folder. Returns the focus to the field.
+// The field's current text decides: another program may have corrected the text.
 bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 {
     const int id = LOWORD(command);
@@ -626,8 +625,9 @@ LRESULT CTalvenorDlg::OnEndSession(WPARAM wParam, LPARAM lParam)
     return Default();
 }
 
-// When the window is activated again, the dialog manager restores the focus that it had ("DefDlgProcW
-// function"). That must not be a cell editor, which closes when it loses the focus.
+// When the window is activated again, the dialog manager returns the focus to the control that last had it
+// ("DefDlgProcW function"). That control must not be a cell editor: the editor is destroyed when it loses the
+// focus.
 LRESULT CTalvenorDlg::OnActivate(WPARAM wParam, LPARAM)
 {
     if (LOWORD(wParam) == WA_INACTIVE) {
@@ -658,7 +658,7 @@ LRESULT CTalvenorDlg::OnDpiChanged(WPARAM wParam, LPARAM)
 {
     m_wndList.EndEdit();
     // The list view keeps the row height of larger images, so the images are removed first. Setting the font
-    // again makes it measure the rows (undocumented).
+    // again makes the list view measure the rows (undocumented).
     m_wndList.SendMessage(LVM_SETIMAGELIST, LVSIL_STATE, 0);
     const std::vector<int> widths = m_wndList.ColumnWidths();
     m_bScalingChanges = true;
@@ -691,7 +691,7 @@ LRESULT CTalvenorDlg::OnDropFiles(WPARAM wParam, LPARAM)
 {
     const std::optional<PickedFiles> files = TakeDroppedFiles(reinterpret_cast<HDROP>(wParam));
     if (!IsBusy()) {
-        SetForegroundWindow(m_hWnd);  // a drop leaves the other program in front, and a question behind it
+        SetForegroundWindow(m_hWnd);  // after a drop, the other program's window could hide a question
         m_wndList.EndEdit();
         TakeDrop(files);
     }
@@ -789,7 +789,7 @@ void CTalvenorDlg::OnBrowseSourceFolder()
     if (!SameFolder(folder, m_strSourceDir) && Ask(kChangeFolder)) {
         SetFolder(folder);
     }
-    // After a "No", the old folder's list is reloaded.
+    // If the folder has not changed, its list is reloaded.
     ShowFolders();
     LoadListForSourceFolder();
 }
@@ -986,7 +986,8 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
         return true;
     }
     const std::wstring question = FillPlaceholders(kOverwrite.Current(), {kMapFileName, m_strSourceDir});
-    // Normalizes the path within the sentence, which has no other backslash.
+    // Removes the second backslash of a path such as "c:\\Mapped". A network path within the question loses
+    // one of its two leading backslashes.
     return ShowMessage(NormalizePath(question), MB_YESNO | MB_ICONQUESTION) != IDNO;
 }
 

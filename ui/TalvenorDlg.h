@@ -21,7 +21,7 @@
 #include "ui/StatusLine.h"
 #include "ui/TableCommands.h"
 
-// The main window: shows the conversion table, lets the user choose the standard-parts folder, add and delete
+// The main window. Shows the conversion table. Lets the user choose the standard-parts folder, add and delete
 // files, view the map file, choose the SOLIDWORKS version and start the conversion run.
 class CTalvenorDlg : public CDialog,
                      private CFileMisc,
