@@ -89,7 +89,7 @@ TEST(RunRecorder, KeepsTheNamesOfUnwrittenConfigurations)
     recorder.BeginRow(kFirst);
     Write(recorder, {L"x", L"y", L"z"}, 1);
     recorder.EndRow(0);
-    // SOLIDWORKS does nothing for the next row, so that row has none of these names.
+    // The next row makes no call to SOLIDWORKS. The names of the first row must not reappear there.
     recorder.BeginRow(kSecond);
     recorder.EndRow(0);
     const RunRecord record = recorder.EndRun(RunEnd::finished);
