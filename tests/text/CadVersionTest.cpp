@@ -19,7 +19,7 @@ TEST(CadVersion, AYearIsTheFirstFourCharacters)
     }
 }
 
-TEST(CadVersion, WithoutANumberAboveZeroThereIsNone)
+TEST(CadVersion, NeedsANumberAboveZero)
 {
     for (const wchar_t* text : {L"", L"SP 5", L"0", L"-12"}) {
         EXPECT_FALSE(CCadVersion::FromNumber(text)) << text;

@@ -17,8 +17,8 @@ bool g_failAllocation = false;
 
 }  // namespace
 
-// Only blocks of Overaligned elements are allocated here, so the tests can count the blocks and make an
-// allocation fail.
+// Only blocks of Overaligned elements use these operators. The tests count the blocks and make an allocation
+// fail.
 void* operator new[](std::size_t size, std::align_val_t alignment)
 {
     if (g_failAllocation) {
@@ -46,8 +46,6 @@ struct alignas(4 * __STDCPP_DEFAULT_NEW_ALIGNMENT__) Overaligned
     int value = 0;
 };
 
-// Counts the live objects and records the order of their destruction. Copying an object with a negative value
-// throws.
 struct Tracked
 {
     static inline int alive = 0;

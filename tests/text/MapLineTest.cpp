@@ -52,7 +52,6 @@ UTtab_entry Parsed(std::wstring_view line)
     return entry;
 }
 
-// A record of `size` bytes; the BOM name is padded with "x".
 std::string RecordOfSize(std::size_t size)
 {
     const std::string start = "a ; b ; ";
@@ -117,19 +116,19 @@ TEST(EncodeMapText, EncodesCodesUpToFFAsTheSameByte)
     }
 }
 
-TEST(EncodeMapText, EncodesHigherCodesByTheRule)
+TEST(EncodeMapText, EncodesHigherCodesWithTheEncoder)
 {
     const auto lowByte = [](wchar_t character) { return static_cast<char>(character & 0x7F); };
     EXPECT_EQ(EncodeMapText(L"\u0141\u0142x", lowByte), "ABx");
     EXPECT_EQ(EncodeMapText(L"\u0100\u20AC\uFFFF", QuestionMark), "???");
 }
 
-TEST(HasMapBytes, IsTrueIfTheRuleHasAByteForEachHigherCode)
+TEST(HasMapBytes, IsTrueIfTheEncoderHasAByteForEachHigherCode)
 {
     const auto onlyEuro = [](wchar_t character) { return character == L'\u20AC' ? '\x80' : '?'; };
     EXPECT_TRUE(HasMapBytes(L"", onlyEuro));
     EXPECT_TRUE(HasMapBytes(L"\\\\?\\D:\\\u0080\u00FF \u20AC", onlyEuro))
-        << "a question mark has a byte itself";
+        << "the text itself contains a question mark";
     EXPECT_FALSE(HasMapBytes(L"\u20AC\u0100", onlyEuro));
     EXPECT_FALSE(HasMapBytes(L"\u0100\u20AC", onlyEuro));
 }
@@ -294,8 +293,8 @@ TEST(ReadMapLines, ReadsWhatFormatMapRecordWrites)
 
 TEST(ReadMapLines, ReadsEveryCharacterThatANameCanHave)
 {
-    // Leaves out the separator, the white space that Trim removes (blank, U+0085, U+00A0) and the control
-    // characters up to U+001F, which Windows allows in no file name.
+    // The loop leaves out the separator, the white space that Trim removes (blank, U+0085, U+00A0) and the
+    // characters up to U+001F. Windows allows none of the characters up to U+001F in a file name.
     for (int code = 0x21; code <= 0xFF; ++code) {
         if (code == L';' || code == 0x85 || code == 0xA0) {
             continue;

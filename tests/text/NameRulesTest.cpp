@@ -87,7 +87,7 @@ TEST(EnsureExtension, ComparesSixCharactersWithAShorterExtension)
 {
     EXPECT_EQ(WithExtension(L"x.prt", L"prt"), (Named{true, L"x.prt.prt"}));
     EXPECT_EQ(WithExtension(L"longname.prt", L"prt"), (Named{true, L"longname.prt.prt"}));
-    // The last six characters of "prt" are the whole name, and so equal to the extension.
+    // "prt" has fewer than six characters, so the whole name is compared with the extension.
     EXPECT_EQ(WithExtension(L"prt", L"prt"), (Named{true, L"prt"}));
 }
 

@@ -112,7 +112,7 @@ TEST(ExpandTemplate, FillsAFillInThatAReplacementCompleted)
 
 TEST(ExpandTemplate, ReplacesTheFillInsInAscendingOrder)
 {
-    // Each value names the next fill-in, so only the ascending order reaches the last value.
+    // Each value is the next fill-in, so only the ascending order leads to "end".
     const PartNameValues chain{.strNumDigits = L"%3",
                                .strNumber = L"%4",
                                .strSize = L"%5",

@@ -6,7 +6,6 @@
 
 namespace {
 
-// Ignores the case of ASCII letters only.
 int CompareIgnoringCase(std::wstring_view left, std::wstring_view right)
 {
     const auto lower = [](std::wstring_view text) {
@@ -50,16 +49,16 @@ TEST(FindNamesToCheck, FindsNamesThatDifferInLetterCaseOnly)
 }
 
 // Two separators " ; " take 6 of the 255 bytes, which leaves 249 for the three names.
-TEST(FindNamesToCheck, FindsRecordsThatTheReaderDoesNotTake)
+TEST(FindNamesToCheck, FindsRecordsTooLongForTheReader)
 {
     const UTtab_entry longest{std::wstring(100, L'o'), std::wstring(100, L'n'), std::wstring(49, L'b')};
     UTtab_entry tooLong = longest;
-    tooLong.strRenamed.back() = L'x';  // a new name of its own
+    tooLong.strRenamed.back() = L'x';  // differs from the other row's new name
     tooLong.strBomName += L'b';
     EXPECT_EQ(Find({longest, tooLong}), (Names{{1, kLong, -1}}));
 }
 
-TEST(FindNamesToCheck, NamesEachRowOnceAndFromTheTop)
+TEST(FindNamesToCheck, ReturnsEachRowOnceFromTheTop)
 {
     const UTtab_entry tooLong{L"o", L"A", std::wstring(255, L'b')};
     EXPECT_EQ(Find({tooLong, Row(L"c"), Row(L"a"), {L"p", L"d", std::wstring(255, L'b')}}),

@@ -11,7 +11,7 @@ std::string Narrow(const std::wstring& text)
     return {text.begin(), text.end()};
 }
 
-// Splits the name into new values and into used ones. Nothing of the used values may remain.
+// Splits the name into new values and into values that hold other texts. None of these texts may remain.
 PartNameValues Split(std::wstring_view fileName)
 {
     PartNameValues used{L"a", L"b", L"c", L"d", L"e", L"f", L"g"};
@@ -22,7 +22,7 @@ PartNameValues Split(std::wstring_view fileName)
 
 }  // namespace
 
-// GoogleTest calls this to report differences.
+// For failure messages.
 static void PrintTo(const PartNameValues& values, std::ostream* out)
 {
     *out << "%1 '" << Narrow(values.strNumDigits) << "' %3 '" << Narrow(values.strNumber) << "' %4 '"
@@ -89,16 +89,16 @@ const SplitName kSplitNames[] = {
     {"FindsThePrefixAtTheStartOnly",
      L"XN_ISO_4017_M8.sldprt",
      {L"", L"", L"ISO_4017_M8", L"", L"sldprt", L"", L""}},
-    {"KeepsTheBlockOfTwoFences",
+    {"LeavesTwoFencesInTheSize",
      L"N_ISO_4017_M8__A2__70.sldprt",
      {L"4017", L"4017", L"M8__A2__70", L"N_ISO_", L"sldprt", L"", L""}},
-    {"KeepsTheBlockOfFourFences",
+    {"LeavesFourFencesInTheSize",
      L"N_ISO_4017_M8__A2__70__x__.sldprt",
      {L"4017", L"4017", L"M8__A2__70__x__", L"N_ISO_", L"sldprt", L"", L""}},
     {"LeavesAnEmptyFirstExtraFieldEmpty",
      L"N_ISO_4017_M8____70__.sldprt",
      {L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"", L"70"}},
-    // Two fences are no block.
+    // A block has exactly three fences.
     {"CountsFourUnderscoresAsTwoFences",
      L"N_ISO_4017_M8____.sldprt",
      {L"4017", L"4017", L"M8____", L"N_ISO_", L"sldprt", L"", L""}},
@@ -115,8 +115,8 @@ const SplitName kSplitNames[] = {
     {"RemovesABlockBeforeTheSize",
      L"N_ISO_4017__A2__70___M8.sldprt",
      {L"4017", L"4017", L"M8", L"N_ISO_", L"sldprt", L"A2", L"70"}},
-    // Without its block the name is "N.sldprt". The prefix has two characters, so two are skipped, and no "_"
-    // remains.
+    // Without its block the name is "N.sldprt". The search for the size skips two characters, the length of
+    // "N_", and finds no "_" after them.
     {"SkipsThePrefixLengthEvenWhenTheBlockBeganInThePrefix",
      L"N__a__b__.sldprt",
      {L"", L"", L"", L"N_", L"sldprt", L"a", L"b"}},
@@ -160,7 +160,7 @@ TEST(SplitPartName, KeepsTheTextAfterTheBlockInTheSize)
 
 TEST(LeadingDigits, SkipsThePrefixLengthOnly)
 {
-    // Only the length of the prefix counts, even if the name does not begin with it.
+    // Only the length of the prefix counts. The name need not begin with the prefix.
     EXPECT_EQ(Diverses::LeadingDigits(L"N_ISO_4017_M8.sldprt", L"N_"), L"");
     EXPECT_EQ(Diverses::LeadingDigits(L"xy4017_M8.sldprt", L"N_"), L"4017");
     EXPECT_EQ(Diverses::LeadingDigits(L"N912_M8.sldprt", L"N_"), L"12");

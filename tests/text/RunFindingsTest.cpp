@@ -22,13 +22,12 @@ std::wstring Upper(std::wstring_view name)
     return upper;
 }
 
-// Ignores the case of the letters a to z and of "ü", which is enough for these tests.
 int Compare(std::wstring_view left, std::wstring_view right)
 {
     return Upper(left).compare(Upper(right));
 }
 
-// The code page is Latin-1. It has no byte for any other character.
+// The code page is Latin-1. All other characters become "?".
 const FindingRules kRules{[](wchar_t) { return '?'; },
                           [](std::string_view bytes, std::wstring& text) {
                               text.clear();
@@ -70,7 +69,7 @@ RunFindings Of(const std::vector<RunRow>& rows, bool copyOnly = false)
     return FindingsOf(run, kRules);
 }
 
-// The errors of a row without warnings.
+// The errors of a row. The row must have no warnings.
 Texts ErrorsOf(const RunRow& row)
 {
     const RowFindings found = Of({row}).at(0);
@@ -78,7 +77,7 @@ Texts ErrorsOf(const RunRow& row)
     return found.errors;
 }
 
-// The warnings of a row without errors.
+// The warnings of a row. The row must have no errors.
 Texts WarningsOf(const RunRow& row)
 {
     const RowFindings found = Of({row}).at(0);
@@ -200,7 +199,6 @@ TEST_F(RunFindingsTest, AFailedCallHasItsStepAndItsError)
         RunRow row = GoodRow();
         row.reason = L"Disk - full (0x80004005)";
         row.cadReloaded = true;
-        // What the failed step leaves in the record.
         row.cad->step = step;
         row.cad->failed = true;
         row.cad->opened = step > CadStep::opening;
@@ -253,8 +251,7 @@ TEST_F(RunFindingsTest, WarnsOfNamesThatTheMapFileChanges)
               Texts{L"The map file holds this row changed: a ; b.sldprt ; c.sldprt ; N %2"});
     EXPECT_EQ(WarningsOf(GoodRow({L";b.sldprt", L"c.sldprt", L"N %2"})),
               Texts{L"The map file cannot reproduce this row."});
-    // A leading blank is a part of a file name. A BOM name is trimmed anyway when it is written into the
-    // part.
+    // A leading blank belongs to a file name. A BOM name is trimmed anyway before SOLIDWORKS gets the name.
     EXPECT_EQ(WarningsOf(GoodRow({L" b.sldprt", L"c.sldprt", L"N %2"})).size(), 1U);
     EXPECT_EQ(WarningsOf(GoodRow({L"b.sldprt", L"c.sldprt", L" N; %2 "})), Texts{});
 }
@@ -269,7 +266,7 @@ TEST_F(RunFindingsTest, WarnsOfALineThatIsTooLongForTheReader)
     EXPECT_EQ(WarningsOf(GoodRow(tooLong)),
               Texts{L"In the map file this row has 256 bytes, more than 255. On "
                     L"reading, it and all that follow are lost."});
-    // A run that only copies records no BOM name; a row that was not recorded has no line.
+    // A run that only copies records no BOM name. A row that was not recorded has no line in the map file.
     EXPECT_EQ(Of({RowOf(tooLong)}, true).at(0).warnings, Texts{});
     RunRow notRecorded = RowOf(tooLong, RowOutcome::notRecorded);
     notRecorded.reason = L"why";

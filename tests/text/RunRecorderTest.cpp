@@ -13,7 +13,7 @@ using Names = std::vector<std::wstring>;
 const UTtab_entry kFirst{L"a1.sldprt", L"b1.sldprt", L"Norm 1"};
 const UTtab_entry kSecond{L"a2.sldprt", L"b2.sldprt", L"Norm 2"};
 
-// Notes a part with these configurations, and the first `written` of them as written.
+// Notes a part with these configurations. Notes the first `written` configurations as written.
 void Write(CRunRecorder& recorder, const Names& names, int written)
 {
     recorder.NoteStep(CadStep::opening);
@@ -89,7 +89,7 @@ TEST(RunRecorder, KeepsTheNamesOfUnwrittenConfigurations)
     recorder.BeginRow(kFirst);
     Write(recorder, {L"x", L"y", L"z"}, 1);
     recorder.EndRow(0);
-    // SOLIDWORKS does nothing for the next row, so that row has none of these names.
+    // The next row makes no call to SOLIDWORKS. The names of the first row must not reappear there.
     recorder.BeginRow(kSecond);
     recorder.EndRow(0);
     const RunRecord record = recorder.EndRun(RunEnd::finished);

@@ -9,7 +9,6 @@
 
 namespace {
 
-// A row with a value in every field.
 RunRow FullRow()
 {
     RunRow row;

@@ -86,7 +86,7 @@ TEST(ReplacedRows, JoinsNeighboursAndLeavesEqualRowsOut)
 
 TEST(RemovedRows, JoinsNeighbours)
 {
-    // Rows 0, 2, 3 and 5 of abcdef; each removal moves the rows below it up.
+    // The removed rows are 0, 2, 3 and 5 of abcdef. Each removal moves the later rows up.
     EXPECT_EQ(RemovedRows({0, 2, 3, 5}, Named(L"acdf")),
               (std::vector<RowSplice>{{0, Named(L"a"), {}}, {1, Named(L"cd"), {}}, {2, Named(L"f"), {}}}));
     EXPECT_EQ(RemovedRows({0, 1}, Named(L"ab")), (std::vector<RowSplice>{{0, Named(L"ab"), {}}}));
@@ -183,7 +183,7 @@ TEST(TableHistory, DropsTheOldestAtTheLimitOfMemory)
     history.Add(Step(L"4", text));
     history.Add(Step(L"5", text));
     EXPECT_EQ(Undone(history), L"5");
-    EXPECT_EQ(Undone(history), L"4") << "steps that can no longer be made again take no memory";
+    EXPECT_EQ(Undone(history), L"4") << "a new change frees the steps that could be redone";
 }
 
 TEST(TableHistory, KeepsNoStepBeyondTheLimitOfMemory)

@@ -59,7 +59,7 @@ TEST(TableImport, ChangesNothingForTheTableItself)
               TableImport{});
 }
 
-TEST(TableImport, LeavesAnUnchangedCellAloneWhateverTheRulesSay)
+TEST(TableImport, LeavesAnUnchangedCellThatAnEditWouldClean)
 {
     const Rows rows{{L"a.sldasm", L" x=y..z", L"1/2"}};
     EXPECT_EQ(Import(L"a.sldasm\t x=y..z\t1/2", rows), TableImport{});
@@ -84,7 +84,7 @@ TEST(TableImport, CountsCleanedCellsThatEndAsTheyWere)
     EXPECT_EQ(Import(L"a.sldprt\tx/y\tp/q", rows), (TableImport{{}, 0, 0, 0, 2}));
 }
 
-TEST(TableImport, TakesAnEmptyBomNameButNoEmptyFileName)
+TEST(TableImport, AcceptsAnEmptyBomNameButNoEmptyFileName)
 {
     EXPECT_EQ(Import(L"a.sldprt;;\n"), (TableImport{Changes{{0, L"A.sldprt", L""}}}));
 }
@@ -99,7 +99,7 @@ TEST(TableImport, IgnoresFurtherColumns)
     EXPECT_EQ(Import(L"a.sldprt;A.sldprt;10;note;more\n"), (TableImport{Changes{{0, L"A.sldprt", L"10"}}}));
 }
 
-TEST(TableImport, PutsABlankForAControlCharacter)
+TEST(TableImport, ReplacesAControlCharacterWithABlank)
 {
     EXPECT_EQ(Import(std::wstring(L"a.sldprt;\"x\ny\";\"Nut\r\nM8\0\"", 25)),
               (TableImport{Changes{{0, L"x y.sldprt", L"Nut  M8 "}}, 0, 0, 0, 2}));
@@ -124,7 +124,7 @@ TEST(TableImport, SkipsTheHeaderInBothLanguages)
     EXPECT_EQ(Import(L"Original Standard-Part-Files,Renamed to...,BOM names\na.sldprt,A.sldprt,10"),
               (TableImport{Changes{{0, L"A.sldprt", L"10"}}}));
     EXPECT_EQ(Import(L"a.sldprt;A.sldprt;1\nOriginal Normteil-Dateien;x;y"), (TableImport{{}, 1}))
-        << "only at the top";
+        << "a header must be the first row";
 }
 
 TEST(TableImport, FindsARowByItsExactNameOrElseWithoutRegardToCase)
@@ -135,7 +135,7 @@ TEST(TableImport, FindsARowByItsExactNameOrElseWithoutRegardToCase)
     EXPECT_EQ(Import(L"A.SLDPRT;B.sldprt;20", rows), (TableImport{{}, 0, 0, 1}));
 }
 
-TEST(TableImport, FindsANameWithABlankBeforeOneWithout)
+TEST(TableImport, LooksUpANameWithItsBlanksFirst)
 {
     const Rows rows{{L"a.sldprt", L"A.sldprt", L"1"}, {L" a.sldprt", L"B.sldprt", L"2"}};
     EXPECT_EQ(Import(L" a.sldprt;B.sldprt;20\n", rows), (TableImport{Changes{{1, L"B.sldprt", L"20"}}}));
@@ -191,7 +191,7 @@ TEST(TableImport, KeepsTheNamesOfRowsThatWouldTakeAKeptName)
     // a and b exchange their names, but d wants A, too.
     EXPECT_EQ(Import(L"a.sldprt;B.sldprt;1\nb.sldprt;A.sldprt;2\nd.sldprt;A.sldprt;4"),
               (TableImport{{}, 0, 3}));
-    // a and b both want X, so B stays taken for c.
+    // a and b both want X and keep A and B. So c must keep C, and d must keep D.
     EXPECT_EQ(Import(L"a.sldprt;X;1\nb.sldprt;X;2\nc.sldprt;B.sldprt;3\nd.sldprt;C.sldprt;4"),
               (TableImport{{}, 0, 4}));
 }
@@ -210,8 +210,8 @@ TEST(TableImport, LeavesNamesThatWereEqualBefore)
               (TableImport{Changes{{1, L"X", L"20"}, {2, L"X.sldprt", L"3"}}}));
 }
 
-// Tables of 10 MB that are decoded, parsed and imported. If the time grew with the square of the length, a
-// test would take hours and run into the time limit.
+// These tests decode, parse and import tables of 10 MB. If the time grew with the square of the length, they
+// would take hours and exceed their time limit.
 
 namespace {
 
@@ -234,7 +234,7 @@ TableImport ImportBytes(const std::string& bytes)
     return Import(text.value_or(L""));
 }
 
-// What a text that ends in this row changes.
+// The last row of the text, and the result if only that row changes the table.
 const std::string kLastRow = "\nb.sldprt;B.sldprt;new\n";
 TableImport ChangedByLastRow(int unknown)
 {
@@ -243,7 +243,7 @@ TableImport ChangedByLastRow(int unknown)
 
 }  // namespace
 
-TEST(LargeTableImport, OfQuotesThatEncloseNothing)
+TEST(LargeTableImport, OfPlainTextQuotes)
 {
     EXPECT_EQ(ImportBytes(Repeated("\"x;") + kLastRow), ChangedByLastRow(1));
 }
@@ -283,7 +283,7 @@ TEST(LargeTableImport, OfRightToLeftMarks)
     const std::string mark = "\xE2\x80\x8F";
     EXPECT_EQ(ImportBytes(Repeated(mark) + kLastRow), ChangedByLastRow(1));
     EXPECT_EQ(ImportBytes(Repeated(mark + "b.sldprt;x\n") + kLastRow).changes, ChangedByLastRow(0).changes)
-        << "the mark belongs to the name, as in a file name";
+        << "a mark is part of a file name";
 }
 
 TEST(LargeTableImport, OfNamesThatAreCleaned)

@@ -43,7 +43,7 @@ TEST(AppendTableRow, QuotesCellsWithSeparatorsQuotesOrLineBreaks)
     EXPECT_EQ(Written({{L"a;b", L"c,d", L"e\tf"}}, L';'), L"\"a;b\";\"c,d\";\"e\tf\"\r\n");
     EXPECT_EQ(Written({{L"1/4\" pipe", L"a\rb", L"a\nb"}}, L','), L"\"1/4\"\" pipe\",\"a\rb\",\"a\nb\"\r\n");
     EXPECT_EQ(Written({{L"a;b", L"c,d", L"e\tf"}}, L'\t'), L"a;b\tc,d\t\"e\tf\"\r\n")
-        << "with tabs, semicolons and commas need no quotes";
+        << "between tabs, a semicolon or comma needs no quotes";
 }
 
 TEST(TableReader, FindsTheSeparator)
@@ -60,7 +60,7 @@ TEST(TableReader, TakesTheSeparatorThatGivesMostColumns)
               (Rows{{L"a", L"b", L"Nut, hex"}, {L"c", L"d", L"Bolt, hex"}}));
     EXPECT_EQ(Read(L"a,b,Nut; hex\nc,d,Bolt; hex"),
               (Rows{{L"a", L"b", L"Nut; hex"}, {L"c", L"d", L"Bolt; hex"}}));
-    EXPECT_EQ(Read(L"a\tb, c, d\te; f; g"), (Rows{{L"a", L"b, c, d", L"e; f; g"}})) << "in doubt, a tab";
+    EXPECT_EQ(Read(L"a\tb, c, d\te; f; g"), (Rows{{L"a", L"b, c, d", L"e; f; g"}})) << "a tab wins a tie";
     EXPECT_EQ(Read(L"a, b;c\nd;e"), (Rows{{L"a, b", L"c"}, {L"d", L"e"}})) << "two columns";
     EXPECT_EQ(Read(L"\"a,b,c\";d"), (Rows{{L"a,b,c", L"d"}})) << "separators in quotes do not count";
     EXPECT_EQ(Read(L"a\nb"), (Rows{{L"a"}, {L"b"}})) << "one column";
@@ -73,7 +73,7 @@ TEST(TableReader, TakesTheSeparatorThatGivesMostColumns)
         << "rows in a quoted cell";
 }
 
-TEST(TableReader, TakesTheSeparatorBehindTheNamesOfPartFiles)
+TEST(TableReader, TakesTheSeparatorAfterTheNamesOfPartFiles)
 {
     EXPECT_EQ(Read(L"N_1_M2,5.sldprt;N_1_M2,5.x.sldprt\nN_1_M3,5.SLDASM;N_1_M3,5.x.sldprt"),
               (Rows{{L"N_1_M2,5.sldprt", L"N_1_M2,5.x.sldprt"}, {L"N_1_M3,5.SLDASM", L"N_1_M3,5.x.sldprt"}}))
@@ -82,11 +82,11 @@ TEST(TableReader, TakesTheSeparatorBehindTheNamesOfPartFiles)
     EXPECT_EQ(Read(L" a,b.sldprt ;c,d"), (Rows{{L" a,b.sldprt ", L"c,d"}})) << "blanks around the name";
     EXPECT_EQ(Read(L"x,y,z\na,b.sldprt;c,d\ne,f.sldprt;g,h"),
               (Rows{{L"x,y,z"}, {L"a,b.sldprt", L"c,d"}, {L"e,f.sldprt", L"g,h"}}))
-        << "most rows, not all";
+        << "two rows of three are most";
     EXPECT_EQ(Read(L"a,b;c;d\ne,f;g;h\ni,j.sldprt,k"),
               (Rows{{L"a,b", L"c", L"d"}, {L"e,f", L"g", L"h"}, {L"i,j.sldprt,k"}}))
         << "one row of three is not most";
-    EXPECT_EQ(Read(L"a.sldprt,b\tc\td"), (Rows{{L"a.sldprt,b", L"c", L"d"}})) << "names hold no tabs";
+    EXPECT_EQ(Read(L"a.sldprt,b\tc\td"), (Rows{{L"a.sldprt,b", L"c", L"d"}})) << "names contain no tabs";
     EXPECT_EQ(Read(L"\"a.sldprt,b\";c;d"), (Rows{{L"a.sldprt,b", L"c", L"d"}}))
         << "separators in quotes do not count";
     EXPECT_EQ(Read(L"a;\"b\nc.sldprt,d\ne.sldprt,f\ng.sldprt,h\n\";i"),
@@ -94,7 +94,7 @@ TEST(TableReader, TakesTheSeparatorBehindTheNamesOfPartFiles)
         << "rows in a quoted cell";
 }
 
-TEST(TableReader, TakesTheSeparatorBehindTheTablesHeader)
+TEST(TableReader, TakesTheSeparatorAfterTheTablesHeader)
 {
     for (const wchar_t* const header : {L"Original Normteil-Dateien", L"Original Standard-Part-Files"}) {
         const std::wstring names = L";x\na.sldprt,b;c,d\ne.sldprt,f;g,h\n";

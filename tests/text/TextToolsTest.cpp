@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(Texts, ReplaceAllTest, testing::ValuesIn(kReplacements)
 
 TEST(ReplaceAll, HandlesAMillionOccurrences)
 {
-    // A replacement that shifted the rest of the text each time would take minutes here.
+    // If each replacement shifted the rest of the text, the test would take minutes.
     constexpr std::size_t kCount = 1'000'000;
     std::wstring text(2 * kCount, L'\\');
     EXPECT_EQ(ReplaceAll(text, L"\\\\", L"\\"), static_cast<int>(kCount));

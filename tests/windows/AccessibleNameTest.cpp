@@ -92,8 +92,8 @@ TEST_F(AccessibleName, OfARowIsCurrentAfterRowsWereDeleted)
     EXPECT_EQ(AccessibleNameOf(list, kSecondRow), L"N_2.sldprt");
 }
 
-// Stands in for the system's service, because Wine's own takes no names. Keeps the server that supplies the
-// names of one list's rows. In this service, an object's identity string is just its child number.
+// Replaces the system's service, because Wine's service ignores names. Keeps the server that supplies the
+// names of a list's rows. The identity string of an object is its child number alone.
 class CFakePropServices final : public IAccPropServices
 {
 public:
@@ -129,7 +129,7 @@ public:
     }
     STDMETHODIMP SetHwndProp(HWND, DWORD object, DWORD child, MSAAPROPID property, VARIANT value) override
     {
-        // The id of a text's live setting in the documentation ("Control Pattern and Property Identifiers").
+        // The live setting of a text ("Control Pattern and Property Identifiers").
         constexpr GUID kLive{0xC12BCD8E, 0x2A8E, 0x4950, {0x8A, 0xE7, 0x36, 0x25, 0x11, 0x1D, 0x58, 0xEB}};
         const bool isLive = object == static_cast<DWORD>(OBJID_CLIENT) && child == CHILDID_SELF &&
                             property == kLive && value.vt == VT_I4;
@@ -176,7 +176,7 @@ class AccessibleRowNames : public testing::Test
 protected:
     void SetNames(RowName nameOf) const { SetAccessibleRowNames(m_window.m_hWnd, std::move(nameOf)); }
 
-    // The name that a screen reader is given; "(own)" when it is left to the list view.
+    // The name that the server supplies; "(own)" if the server leaves the name to the list view.
     [[nodiscard]] std::wstring NameOf(DWORD child, DWORD identityLength = sizeof(DWORD)) const
     {
         if (m_services.m_server == nullptr) {
@@ -196,7 +196,7 @@ protected:
     CPlainWindow m_window;
 };
 
-TEST_F(AccessibleRowNames, AreAskedForByRowsFrom0)
+TEST_F(AccessibleRowNames, AreRequestedByRowNumbersFrom0)
 {
     SetNames([](int row) { return L"row " + std::to_wstring(row); });
     EXPECT_EQ(NameOf(1), L"row 0");

@@ -106,7 +106,7 @@ protected:
         m_document.On(kGetConfigurationNames, AnswerStrings(names));
     }
 
-    // The configuration of this name, created when it is first asked for; null for m_missingConfiguration.
+    // Creates the configuration of this name at the first call. Returns null for m_missingConfiguration.
     CFakeDispatch* Configuration(const std::wstring& name)
     {
         if (name == m_missingConfiguration) {
@@ -121,7 +121,6 @@ protected:
             .Run();
     }
 
-    // The log's lines that begin with this text.
     [[nodiscard]] EventLog Lines(const std::wstring& beginning) const
     {
         EventLog lines;
@@ -177,7 +176,7 @@ TEST_F(BomEntryWriterTest, ShowsItsTextsInGerman)
     EXPECT_EQ(Lines(L"screen"), (EventLog{Screen(L"Default", L"Norm 4017 - Default"), SavingScreen()}));
 }
 
-// The document type that the visibility and open calls get for a path.
+// A path, and the document type that the calls for visibility and opening must get.
 struct TypeOfPath
 {
     const wchar_t* path;
@@ -304,7 +303,8 @@ TEST_F(BomEntryWriterTest, NotesWhatEndsIt)
     m_progress.m_notes.clear();
     OpenAnswers(&m_document, 129);
     Write();
-    EXPECT_EQ(m_progress.m_notes, (EventLog{L"step 0", L"not opened 129"})) << "with a document";
+    EXPECT_EQ(m_progress.m_notes, (EventLog{L"step 0", L"not opened 129"}))
+        << "although the call returned a document";
     m_progress.m_notes.clear();
     OpenAnswers(&m_document, 0);
     HasConfigurations({L"a", L"b"});
@@ -378,8 +378,8 @@ TEST_F(BomEntryWriterTest, TheFileBarIsComputedInSinglePrecision)
     EXPECT_EQ(Write(), 100);
     const EventLog bars = Lines(L"file bar");
     ASSERT_EQ(bars.size(), 101U);
-    // The float nearest to 0.29 is 0.28999999. Its product with 100 rounds to 29; in double precision it
-    // would stay below 29.
+    // The float nearest to 0.29 is 0.28999999. Its product with 100 rounds to 29. In double precision, the
+    // product would stay below 29.
     EXPECT_EQ(bars[29], L"file bar 29");
     // The float nearest to 0.53 is 0.52999997. Its product with 100 stays below 53.
     EXPECT_EQ(bars[53], L"file bar 52");
@@ -391,8 +391,8 @@ TEST_F(BomEntryWriterTest, TheOverallBarIsComputedInSinglePrecision)
 {
     HasConfigurations({L"a", L"b", L"c", L"d"});
     Write(kPath, 100.0F / 3.0F, 1);
-    // 3 × 33.333332 lies half-way between 100 and the float below it, and rounds to 100. A quarter of 100 is
-    // 25; in double precision it would be 24.99…
+    // 3 × 33.333332 lies half-way between 100 and the float below 100, and rounds to 100. A quarter of 100 is
+    // 25. In double precision, the result would be 24.99…
     EXPECT_EQ(Lines(L"overall bar"), (EventLog{L"overall bar 0", L"overall bar 8", L"overall bar 16",
                                                L"overall bar 25", L"overall bar 33"}));
 }
@@ -450,7 +450,7 @@ TEST_F(BomEntryWriterTest, ANullElementIsAnEmptyName)
     EXPECT_EQ(Lines(L"document GetConfiguration "), EventLog{L"document GetConfiguration method BSTR="});
 }
 
-// An array in a variant whose type may differ from that of the array's elements.
+// Returns an array of `held` elements in a variant that claims to hold `claimed` elements.
 CFakeDispatch::Handler AnswerArray(VARTYPE claimed, VARTYPE held, UINT dimensions)
 {
     return [=](FakeCall& call) {
@@ -518,7 +518,7 @@ TEST_F(BomEntryWriterTest, NamesByReferenceAreRead)
         call.result->pparray = &held.parray;
         return S_OK;
     });
-    for (int time = 0; time < 2; ++time) {  // twice: the array must not be freed
+    for (int time = 0; time < 2; ++time) {  // the first pass must not free the array
         m_log.clear();
         EXPECT_EQ(Write(), 2);
         EXPECT_EQ(Lines(L"document GetConfiguration "),
@@ -568,7 +568,7 @@ protected:
         };
     }
 
-    int m_firstPress = 1;  // the user presses Cancel at this message, counted from 1, and at each later one
+    int m_firstPress = 1;  // the user presses Cancel at this message (from 1) and at each later message
     int m_messages = 0;
     std::deque<int> m_answers;
     CMessageRecorder m_user{[this] {

@@ -25,13 +25,13 @@ constexpr DWORD kNotLong = 300;  // milliseconds
 
 using Outcome = CCadSession::Outcome;
 
-// A class that calls a function of the test before it creates an object.
+// A COM class that calls a function of the test before it creates an object.
 class CScriptedClass : public CFakeClass
 {
 public:
     using CFakeClass::CFakeClass;
 
-    std::function<HRESULT()> m_onCreate;  // called before each object; no object is created if it fails
+    std::function<HRESULT()> m_onCreate;  // if this function fails, no object is created
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID interfaceId, void** object) override
     {
@@ -80,7 +80,7 @@ protected:
         };
     }
 
-    // Has the session start a server and release it. Returns that server, which keeps running.
+    // Makes the session start and release a server. Returns the server, which is still running.
     const CWaitingProcess& LetGoOwnServer()
     {
         StartServers();
@@ -101,8 +101,8 @@ protected:
         return ended;
     }
 
-    // Starts a server, then has the session connect to it and release it. Returns that server, which keeps
-    // running.
+    // Starts a server, then makes the session connect to the server and release it. Returns the server, which
+    // is still running.
     const CWaitingProcess& LetGoEarlierServer()
     {
         StartEarlierServer();
@@ -119,7 +119,7 @@ protected:
         Sleep(50);  // longer than a tick of the system time: the server is older than the connection
     }
 
-    // Lets this many connections fail; later ones succeed.
+    // Makes the next `count` connections fail. Later connections succeed.
     void FailConnections(int count, HRESULT status)
     {
         m_class.m_onCreate = [count, status]() mutable { return count-- > 0 ? status : S_OK; };
@@ -131,7 +131,7 @@ protected:
         return CWinApp::Get()->GetMessageFilter().MessagePending(nullptr, tickCount, PENDINGTYPE_TOPLEVEL);
     }
 
-    // Lets a call wait for longer than the limit, then presses a key, which brings up the question.
+    // Lets a call wait longer than the limit. Then presses a key, so that the question appears.
     static void StallCall()
     {
         CWinApp::Get()->GetMessageFilter().SetBusyDelay(100);
@@ -230,7 +230,7 @@ TEST_F(CadSessionTest, AReleaseDoesNotWait)
     EXPECT_FALSE(m_servers[0].Ends(0));
 }
 
-// Released twice: a run that is destroyed releases its session once more.
+// The session is released twice, because the destructor of a run releases the session once more.
 TEST_F(CadSessionTest, AServerThatCouldNotBeAskedToEndEndsWithTheProgram)
 {
     StartServers();
@@ -264,7 +264,6 @@ TEST_F(CadSessionTest, AServerThatGoesWithoutAnAnswerIsLeftAlone)
     }
 }
 
-// Counts how often it is painted and how many key presses reach it.
 class CPaintedWindow : public CPlainWindow
 {
 public:
@@ -379,7 +378,8 @@ TEST_F(CadSessionTest, StopsTryingWhenTheServerIsGone)
         return kUnavailable;
     };
     EXPECT_EQ(m_session->Reconnect(), Outcome::notLoaded);
-    EXPECT_EQ(m_class.m_created, 4) << "the third try began while the server was alive";
+    EXPECT_EQ(m_class.m_created, 4)
+        << "the server was alive at the start of the third try, so a fourth follows";
 }
 
 TEST_F(CadSessionTest, StopsTryingAfterTheTimeout)
@@ -430,8 +430,8 @@ TEST_F(CadSessionTest, AServerThatRefusesItsFirstCallIsReplaced)
     EXPECT_FALSE(m_servers[1].Ends(0));
 }
 
-// The old server has been asked to exit, but outlasts the run's wait for it. Until it ends, its class stays
-// registered.
+// The old server was asked to exit, but outlasts the run's wait. COM starts no other server until the old
+// server has ended.
 TEST_F(CadSessionTest, AnOldServerThatRefusesTheNextRunIsEnded)
 {
     LetGoOwnServer();
@@ -544,7 +544,7 @@ TEST_F(CadSessionTest, AsksInEnglish)
     m_session->Release();
     DrainMessages();
     m_class.m_onCreate = nullptr;
-    ASSERT_EQ(m_session->Reconnect(), Outcome::connected) << "no process has been started";
+    ASSERT_EQ(m_session->Reconnect(), Outcome::connected) << "this connection starts no process";
     StallCall();
     ASSERT_EQ(user.m_boxes.size(), 2U);
     EXPECT_EQ(user.m_boxes[0].text, expected::kEndCad.english);

@@ -15,7 +15,6 @@ namespace {
 constexpr int kControl = 700;
 constexpr COLORREF kMask = RGB(255, 0, 255);
 
-// A window with one control of a window class, bound to an object.
 template <class Control>
 class CControlWindow
 {
@@ -51,7 +50,7 @@ TEST(Controls, AnEditGetsTheFocusAndSelectsItsText)
     EXPECT_EQ(edit.m_control.SendMessage(EM_GETSEL), MAKELRESULT(2, 4));
 }
 
-// Pastes a text in place of "old" in "an old name".
+// Pastes a text over "old" in "an old name". Undoes the paste and returns the text before the undo.
 template <class Edit>
 std::wstring PasteInto(const std::wstring& text)
 {
@@ -159,7 +158,7 @@ TEST(Controls, AProgressBarMovesInItsRange)
 }
 
 // On Windows, a themed bar moves gradually to a greater position and at once to a smaller one. At the end of
-// the range, only the last step is left to move gradually. Wine's bar always moves at once.
+// the range, only the last step is gradual. Wine's bar always moves at once.
 TEST(Controls, AProgressBarReachesAGreaterPositionFromAboveOrByItsLastStep)
 {
     const CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
@@ -438,12 +437,12 @@ TEST_F(ListCtrlTest, ARedrawPauseKeepsAPendingRedrawOfTheHeader)
     InvalidateRect(header, nullptr, TRUE);
     {
         const CRedrawPause pause(m_list);
-        ValidateRect(header, nullptr);  // as the system may do meanwhile
+        ValidateRect(header, nullptr);  // as the system may do during the pause
     }
     EXPECT_TRUE(GetUpdateRect(header, nullptr, FALSE));
 }
 
-// Makes a list view move its header, without a redraw, when its redrawing is switched on again.
+// Moves the list view's header, without a redraw, when a redraw pause ends.
 LRESULT CALLBACK MoveHeaderOnRedraw(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                                     DWORD_PTR)
 {

@@ -10,7 +10,7 @@
 #include "tests/support/Languages.h"
 #include "tests/windows/ConvListScopes.h"
 
-// The end of an edit in a cell's editor.
+// What the end of an edit does to the cell, and which messages appear.
 
 namespace {
 
@@ -55,7 +55,7 @@ protected:
         EXPECT_EQ(window.m_list.GetItemText(1, 0), L"N_1.sldprt");
         EXPECT_EQ(window.m_list.GetItemData(1), commit.changed ? 1 : 0);
         EXPECT_EQ(window.m_list.GetItemState(1, LVIS_STATEIMAGEMASK), commit.changed ? 0x1000U : 0x2000U);
-        EXPECT_EQ(window.m_list.CountPendingRows(), commit.changed ? 1 : 0) << "no other row";
+        EXPECT_EQ(window.m_list.CountPendingRows(), commit.changed ? 1 : 0) << "another row is pending";
         EXPECT_EQ(window.Editor(), nullptr);
         EXPECT_EQ(ChangesIn(trace.Take()), commit.changed ? 1 : 0);
     }
@@ -90,8 +90,7 @@ TEST_P(ConvListCommit, AnAssemblysNewNameGetsThePartsExtension)
     EXPECT_EQ(window.m_list.GetItemText(1, 1), L"Frame.sldprt");
 }
 
-// ".sldprt" is added even if nothing was typed.
-TEST_P(ConvListCommit, AnAssemblysNewNameGetsItsExtensionEvenUnedited)
+TEST_P(ConvListCommit, AnAssemblysUneditedNewNameGetsThePartsExtensionToo)
 {
     CListWindow window;
     window.m_list.SetItemText(1, 1, L"M1.sldasm");
@@ -136,9 +135,9 @@ TEST_P(ConvListCommit, TheListDoesNotSetTheLabelItself)
     EXPECT_EQ(window.m_list.GetItemText(2, 2), L"x");
 }
 
-// The typed name brings up two message boxes: it has a forbidden character, and with that character replaced
-// it is another row's name. During each box the focus returns to the editor and leaves it again, as when the
-// user switches between programs.
+// Two message boxes appear: "a/b" has a forbidden character, and row 2 has the cleaned name "a_b.sldprt".
+// During each box, the focus returns to the editor and leaves the editor again, as when the user switches
+// between programs.
 TEST_P(ConvListCommit, TheFocusMayMoveWhileAMessageIsOpen)
 {
     CListWindow window;

@@ -9,7 +9,7 @@
 #include "framework/Handles.h"
 #include "tests/windows/ConvListScopes.h"
 
-// A cell's editor: what opens it, where it is, its look and its growth.
+// The editor of a cell: what opens the editor, how it looks, where it is and how it grows.
 
 namespace {
 
@@ -62,8 +62,8 @@ TEST(ConvListEdit, TheOriginalNameIsNeverEdited)
     EXPECT_EQ(window.SelectedRows(), std::vector<int>{1});
 }
 
-// Under Wine, the default handling of the double-click leaves the focus. On Windows it may focus the row;
-// then the first double-click already opens the editor.
+// Under Wine, the default handling of a double-click does not move the focus. On Windows, the default
+// handling may focus the row. Then the first double-click opens the editor.
 TEST(ConvListEdit, ADoubleClickOnARowWithoutTheFocusSelectsAndFocusesIt)
 {
     for (const int x : {20, 200, 400}) {
@@ -74,7 +74,7 @@ TEST(ConvListEdit, ADoubleClickOnARowWithoutTheFocusSelectsAndFocusesIt)
         EXPECT_EQ(window.FocusedRow(), 3) << x;
         EXPECT_NE(window.m_list.GetItemState(3, LVIS_SELECTED), 0U) << x;
         window.DoubleClick(window.At(x, 3));
-        EXPECT_EQ(window.Editor() != nullptr, x != 20) << "now that it has the focus";
+        EXPECT_EQ(window.Editor() != nullptr, x != 20) << "the row has the focus now";
     }
 }
 
@@ -240,7 +240,8 @@ LRESULT CALLBACK NoteStyle(int code, WPARAM wParam, LPARAM lParam)
     return CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
-// Checked at creation: Wine's edits remove the border style afterwards and draw the border themselves.
+// The style is checked at creation: later, Wine's edits remove the border style and draw the border
+// themselves.
 TEST(ConvListEdit, TheEditorIsABorderedChildEditThatScrolls)
 {
     CListWindow window;
@@ -270,7 +271,7 @@ TEST(ConvListEdit, TheEditorIsAlignedAsItsColumn)
 class ConvListEditPosition : public testing::Test
 {
 protected:
-    // Opens the editor of a cell. It must reach from `left` to `right` and be as high as the row.
+    // Opens the editor of a cell. The editor must reach from `left` to `right` and be as high as the row.
     static void ExpectEdges(CListWindow& window, int row, int column, LONG left, LONG right)
     {
         window.m_list.EditCell(row, column);
@@ -396,8 +397,8 @@ protected:
         m_border = m_start[2] - m_start[0] - ClientRectOf(m_window.Editor()).right;
     }
 
-    // Types the text. After each character the editor must be as wide as the text needs, but never narrower
-    // than before and never wider than the list.
+    // Types "x" over the old text, then `text`. After each character of `text`, the editor must be as wide as
+    // the text needs, but never narrower than before or wider than the list.
     void ExpectGrowth(const std::wstring& text)
     {
         LONG right = m_window.EditorEdges()[2];
@@ -442,14 +443,14 @@ TEST_F(ConvListEditGrowth, NeverShrinks)
     EXPECT_EQ(m_window.EditorEdges(), wide);
 }
 
-// As it grows, the editor scrolls back to the beginning of its text. Its margins may still hide one
-// character.
+// As it grows, the editor scrolls back to the beginning of its text. The margins of the editor may still hide
+// one character.
 TEST_F(ConvListEditGrowth, ShowsTheTextFromItsBeginning)
 {
     ExpectGrowth(std::wstring(20, L'm'));
     ASSERT_LT(m_window.EditorEdges()[2], 600);
     EXPECT_LE(SendMessageW(m_window.Editor(), EM_GETFIRSTVISIBLELINE, 0, 0), 1)
-        << "the first visible character, in an edit of one line";
+        << "the first visible character of a single-line edit";
     EXPECT_EQ(SelectionOf(m_window.Editor()), (std::array<DWORD, 2>{21, 21})) << "the caret stays";
 }
 

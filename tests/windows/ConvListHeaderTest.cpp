@@ -9,11 +9,11 @@
 #include "tests/support/WaitFor.h"
 #include "tests/windows/ConvListScopes.h"
 
-// The columns' widths, their order, and their lines below the rows.
+// The widths and order of the columns, the column lines below the rows, and the keys of the list.
 
 namespace {
 
-// Drags the divider at the right of the first column, which takes these widths one after the other.
+// Drags the right divider of the first column to these widths, one after the other.
 void DragFirstColumn(const CListWindow& window, const std::vector<int>& widths)
 {
     const HWND header = window.m_list.GetHeader();
@@ -98,7 +98,7 @@ TEST(ConvListHeader, ADragKeepsTheLastWidthWithinTheLimits)
 {
     const CListWindow window;
     DragFirstColumn(window, {150, 100, 60, 40});
-    EXPECT_EQ(window.m_list.GetColumnWidth(0), 100) << "the last width that was not refused";
+    EXPECT_EQ(window.m_list.GetColumnWidth(0), 100) << "the last accepted width";
 }
 
 TEST(ConvListHeader, TheLimitsHoldForEveryColumn)
@@ -206,7 +206,7 @@ TEST(ConvListHeader, ANewWidthInvalidatesTheAreaBelowTheRows)
         UpdateWindow(window.m_list.m_hWnd);
         ValidateRect(window.m_list.m_hWnd, nullptr);
         window.m_list.SetColumnWidth(1, 401);
-        EXPECT_FALSE(IsInvalidated(window, 0, 299)) << "refused";
+        EXPECT_FALSE(IsInvalidated(window, 0, 299)) << "the width was refused";
         window.m_list.SetColumnWidth(1, 200);
         for (const int x : {0, 100, 300, 599}) {
             EXPECT_TRUE(IsInvalidated(window, x, top)) << rows << " " << x;
@@ -220,7 +220,7 @@ TEST(ConvListHeader, ANewWidthInvalidatesTheAreaBelowTheRows)
 class ConvListLines : public testing::Test
 {
 protected:
-    // Exactly these pixels at the height y have the lines' colour. The list must have been redrawn.
+    // At the height y, exactly these pixels must have the colour of the lines. Redraw the list first.
     static void ExpectLines(const CListWindow& window, const std::vector<int>& expected, LONG y)
     {
         const HDC dc = GetDC(window.m_list.m_hWnd);
@@ -373,11 +373,11 @@ TEST(ConvListKeys, AltAndTheNumberMovesAColumnToTheRight)
     EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{2, 0, 1}));
     PressKey('2');
     EXPECT_EQ(window.m_list.GetColumnOrder(), (std::vector<int>{1, 2, 0}))
-        << "the number is the column's, not that of its position";
+        << "the key names the column, not the position";
 }
 
-// Offers a key message to the list. Returns whether the list handles it, which keeps it from the default
-// handling.
+// Offers a key message to the list. Returns whether the list handles the message and so keeps it from the
+// default handling.
 bool IsHandled(const CListWindow& window, UINT message, WPARAM key)
 {
     const LPARAM transition = message == WM_SYSKEYUP || message == WM_KEYUP ? 0xC0000001 : 1;
@@ -386,8 +386,8 @@ bool IsHandled(const CListWindow& window, UINT message, WPARAM key)
     return list->PreTranslateMessage(keyMessage);
 }
 
-// When Alt is released, the default handling opens the system menu, unless it has seen another key since Alt
-// was pressed.
+// The release of Alt opens the system menu, unless the default handling has seen another key since Alt was
+// pressed.
 TEST(ConvListKeys, AltAfterADigitDoesNotOpenTheSystemMenu)
 {
     const CListWindow window;
@@ -398,12 +398,12 @@ TEST(ConvListKeys, AltAfterADigitDoesNotOpenTheSystemMenu)
     };
     press('1');
     EXPECT_FALSE(IsHandled(window, WM_SYSKEYUP, '1'));
-    EXPECT_TRUE(IsHandled(window, WM_SYSKEYUP, VK_MENU)) << "the digit first";
+    EXPECT_TRUE(IsHandled(window, WM_SYSKEYUP, VK_MENU)) << "the digit is released first";
     press('2');
-    EXPECT_TRUE(IsHandled(window, WM_SYSKEYUP, VK_MENU)) << "Alt first";
+    EXPECT_TRUE(IsHandled(window, WM_SYSKEYUP, VK_MENU)) << "Alt is released first";
     EXPECT_FALSE(IsHandled(window, WM_KEYUP, '2'));
     press('1');
-    EXPECT_TRUE(IsHandled(window, WM_KEYUP, VK_MENU)) << "after Ctrl was held in between";
+    EXPECT_TRUE(IsHandled(window, WM_KEYUP, VK_MENU)) << "Ctrl was held in between";
 }
 
 TEST(ConvListKeys, AltAloneStillOpensTheSystemMenu)
@@ -415,12 +415,12 @@ TEST(ConvListKeys, AltAloneStillOpensTheSystemMenu)
         const CHeldKeys alt{VK_MENU};
         EXPECT_TRUE(IsHandled(window, WM_SYSKEYDOWN, '1'));
     }
-    // That Alt is released while another window has the focus, so the list sees no release.
+    // The user releases this Alt in another window, so the list sees no release.
     EXPECT_FALSE(IsHandled(window, WM_SYSKEYDOWN, VK_MENU));
     EXPECT_FALSE(IsHandled(window, WM_SYSKEYUP, VK_MENU));
 }
 
-// With real keyboard input, through the message queue.
+// Uses real keyboard input through the message queue.
 TEST(ConvListKeys, AltAndADigitOpenNoMenuWhicheverIsReleasedFirst)
 {
     const CListWindow window;

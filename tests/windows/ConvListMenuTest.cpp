@@ -49,9 +49,9 @@ Texts ItemsOf(HMENU menu)
     return items;
 }
 
-// Plays the user. Records each menu that opens over the list, and chooses a command by its mnemonic. Records
-// each template dialog, and cancels it. While neither is open, releases the mouse button: the list view's
-// handling of a right-click waits for the release.
+// Plays the user. Records each menu that opens over the list, and presses the mnemonic of a command. Records
+// each template dialog, and cancels the dialog. While neither is open, releases the mouse button: the list
+// view's handling of a right-click waits for the release.
 class CMenuUser
 {
 public:
@@ -192,8 +192,8 @@ TEST_P(ConvListMenu, PostsItsCommandsToTheParent)
             EXPECT_EQ(user.m_dialogs, Texts{});
         }
     }
-    EXPECT_EQ(m_window.m_list.GetItemCount(), 5) << "the parent deletes";
-    EXPECT_EQ(m_window.m_list.CountPendingRows(), 0) << "the parent applies";
+    EXPECT_EQ(m_window.m_list.GetItemCount(), 5) << "the parent deletes, not the list";
+    EXPECT_EQ(m_window.m_list.CountPendingRows(), 0) << "the parent applies the template, not the list";
 }
 
 TEST_P(ConvListMenu, TheTitleIsNoCommand)
@@ -237,8 +237,7 @@ TEST_P(ConvListMenu, TheFirstColumnHasNoMenu)
     EXPECT_EQ(m_window.FocusedRow(), 2);
 }
 
-// A right-click below the last row acts on the row that has the column's number.
-TEST_P(ConvListMenu, BelowTheRowsTheColumnsNumberIsTheRows)
+TEST_P(ConvListMenu, AClickBelowTheRowsActsOnTheRowWithTheColumnsNumber)
 {
     for (const int column : {0, 1, 2}) {
         const CListWindow window;
@@ -410,7 +409,7 @@ TEST_P(ConvListMenuByKey, EachKeyAsksForItsColumn)
     const Key keys[] = {
         {"Shift+F10", 1, {VK_SHIFT}, [list] { PostMessageW(list, WM_SYSKEYDOWN, VK_F10, 1); }},
         {"Ctrl+Shift+F10", 2, {VK_SHIFT, VK_CONTROL}, [list] { PostMessageW(list, WM_KEYDOWN, VK_F10, 1); }},
-        // Some programs send the position as two halves of -1: 0xFFFFFFFF, not -1.
+        // Some programs send the position as two 16-bit halves: 0xFFFFFFFF instead of -1.
         {"a position in two halves",
          1,
          {},

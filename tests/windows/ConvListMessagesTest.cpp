@@ -6,7 +6,7 @@
 
 #include "tests/windows/ConvListScopes.h"
 
-// The exact messages to the list, its editor and its parent for each action.
+// The messages that each action sends to the list, its editor and its parent, in their order.
 
 namespace {
 
@@ -33,7 +33,6 @@ class ConvListMessages : public testing::Test
 protected:
     ConvListMessages() { m_window.Focus(1); }
 
-    // The messages of an action.
     Texts From(const std::function<void()>& action)
     {
         static_cast<void>(m_trace.Take());
@@ -216,7 +215,7 @@ TEST_F(ConvListMessages, OfAHeaderDragDuringAnEdit)
               kEditorLeft + End(L"column 1 \"M8x20\" length 5") + kEditorGone + kChanged);
 }
 
-// The parent's window is destroyed during an edit: nobody is left to be notified of its end.
+// The parent's window is destroyed during an edit, so nobody is left to notify of the end of the edit.
 TEST_F(ConvListMessages, OfTheListGoingAwayDuringAnEdit)
 {
     m_window.m_list.EditCell(1, 1);

@@ -18,7 +18,7 @@
 #include "tests/support/WindowScopes.h"
 #include "ui/ConvList.h"
 
-// The conversion list in a window, the user's input to it, and the messages that result.
+// For tests of the conversion list: the list in a window, the user's input, and a record of the messages.
 
 using Texts = std::vector<std::wstring>;
 
@@ -47,8 +47,8 @@ inline void PressKey(WPARAM key)
     DrainMessages();
 }
 
-// The list's parent. Records the keys that it is offered before dispatch. Counts the requests to open the
-// system menu by a key, and opens none.
+// The list's parent. Records the keys that are offered to the parent before dispatch. Counts the requests of
+// keys for the system menu, and opens no menu.
 class CListParent : public CPlainWindow
 {
 public:
@@ -143,7 +143,7 @@ public:
         DrainMessages();
     }
 
-    // Replaces the whole text of the open editor by typing.
+    // Types over the whole text of the open editor.
     void Retype(const std::wstring& text) const
     {
         ::SendMessageW(Editor(), EM_SETSEL, 0, -1);
@@ -178,8 +178,8 @@ private:
     std::array<BYTE, 256> m_before{};
 };
 
-// Records the relevant messages to the list, its parent and its cell editor until the end of the scope, in
-// the order in which they are sent or leave the queue. Only one trace may exist at a time.
+// Until the end of the scope, records the relevant messages to the list, its parent and its editor, in their
+// order. A posted message is recorded when it leaves the queue. Only one trace may exist at a time.
 class CMessageTrace
 {
 public:
@@ -252,8 +252,7 @@ private:
         }
     }
 
-    // False for the WM_COMMAND messages that the editor sends as notifications. Those of a menu have a zero
-    // lParam.
+    // WM_COMMAND from a menu has the lParam 0.
     static bool IsNotEditorNotification(UINT message, LPARAM lParam)
     {
         return message != WM_COMMAND || lParam == 0;

@@ -95,7 +95,7 @@ TEST_F(ConversionRunTest, CopiesRecordsAndUpdatesPartAfterPart)
             L"document GetConfigurationNames method",
             L"document GetConfiguration method BSTR=Default",
             L"configuration UseAlternativeBomName put BOOL=-1",
-            // %1 takes the digits right after "N_": here none, as "ISO_4032_M6" begins with a letter.
+            // %1 is the digits right after "N_". Here an "I" follows, so there are none.
             L"configuration AlternativeBomName put BSTR=|4032|M6|%5",
             L"document Save method BOOL=-1",
             L"application CloseDocument method BSTR=lib\\Mapped\\Mutter.sldasm",
@@ -114,7 +114,7 @@ TEST_F(ConversionRunTest, CopiesRecordsAndUpdatesPartAfterPart)
     EXPECT_FALSE(IsReadOnly(L"lib\\N_4017_M8.sldprt"));
 }
 
-TEST_F(ConversionRunTest, TheStandardNumberIsItsLeadingDigits)
+TEST_F(ConversionRunTest, TheBomNameContainsThePiecesOfTheFileName)
 {
     AddRow(L"N_4017A_M8__x__y__.sldprt", L"b.sldprt", L"%1|%3|%4|%7|%8|%2");
     Run(false);
@@ -426,7 +426,7 @@ TEST_F(ConversionRunTest, ACancelEndsTheRunAfterTheCurrentRow)
     EXPECT_EQ(m_log.back(), kCadEnds);
     EXPECT_EQ(*(m_log.end() - 2), L"view reload");
     EXPECT_EQ(*(m_log.end() - 3), Cancelled());
-    EXPECT_EQ(Count(L"document Save method BOOL=-1"), 5) << "the part in hand is finished";
+    EXPECT_EQ(Count(L"document Save method BOOL=-1"), 5) << "the current part is finished";
     EXPECT_TRUE(IsReadOnly(L"lib\\Mapped\\b4.sldprt"));
     EXPECT_FALSE(IsReadOnly(L"lib\\Mapped\\b5.sldprt")) << "the run ends before the copy is made read-only";
     EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b6.sldprt"));
@@ -515,8 +515,8 @@ TEST_F(ConversionRunTest, NoCopyReplacesTheMapFile)
     EXPECT_FALSE(IsReadOnly(kMapFile)) << "the next run could not write it";
 }
 
-// New names that lead out of the folder and to a stream of another copy, and an original name outside the
-// folder.
+// The first new name leads out of the folder, the second to a stream of another copy. The third original name
+// leads out of the folder.
 TEST_F(ConversionRunTest, ARowWithoutTwoFileNamesIsSkippedAndTheFirstIsReported)
 {
     AddRow(L"a.sldprt", L"..\\other.sldprt", L"x");
@@ -623,7 +623,7 @@ protected:
         EXPECT_EQ(Records(),
                   (std::vector<std::string>{"a1.sldprt ; b1.sldprt ; one", "a5.sldprt ; b5.sldprt ; five"}));
         EXPECT_EQ(Marks(), "cPPcc");
-        EXPECT_EQ(Count(L"document Save method BOOL=-1"), 2) << "only parts on record are updated";
+        EXPECT_EQ(Count(L"document Save method BOOL=-1"), 2) << "only recorded parts are updated";
         EXPECT_TRUE(MentionsView());
     }
 
@@ -791,7 +791,7 @@ TEST_F(ConversionRunTest, AFailedReconnectionEndsTheRun)
     EXPECT_EQ(Marks(), "cPP");
     EXPECT_EQ(Count(kCadEnds), 1);
     EXPECT_FALSE(std::filesystem::exists(L"lib\\Mapped\\b3.sldprt"));
-    EXPECT_TRUE(std::filesystem::remove(kMapFile)) << "it is closed";
+    EXPECT_TRUE(std::filesystem::remove(kMapFile)) << "the map file is still open";
 }
 
 TEST_F(ConversionRunTest, AnOldCadSystemAtTheReconnectionEndsTheRun)
@@ -874,7 +874,7 @@ protected:
         RunToTheEnd(false);
     }
 
-    // The log from the last occurrence of an event on.
+    // The log from the last occurrence of an event on; the whole log if the event is missing.
     [[nodiscard]] EventLog From(const std::wstring& event) const
     {
         const auto found = std::ranges::find(m_log.rbegin(), m_log.rend(), event);
@@ -1072,8 +1072,8 @@ TEST_F(EndOfRunTest, WhenAnExceptionEndsIt)
     EXPECT_EQ(From(box), EventLog{box} + kDialogGoes + (EventLog{kCadEnds, L"map file closed", L"thrown"}));
 }
 
-// A second window of the thread plays another program's window. It must not become active instead of the main
-// window when the progress dialog closes. No queued message may be dispatched before the main window is
+// A second window of the thread plays another program's window. When the progress dialog closes, the main
+// window must become active, not that window. No queued message may be dispatched before the main window is
 // disabled again.
 TEST_F(EndOfRunTest, TheMainWindowIsActiveAfterTheProgressDialog)
 {
@@ -1100,7 +1100,7 @@ TEST_F(EndOfRunTest, TheMainWindowIsActiveAfterTheProgressDialog)
     EXPECT_GT(other.m_count, 0);
 }
 
-// What a run reports to the main window: percentages and, before its last message, whether it failed.
+// What a run reports to the main window: percentages and, before the last message, whether the run failed.
 class RunProgressTest : public ConversionRunTest
 {
 protected:

@@ -87,8 +87,8 @@ private:
 class ConversionRunTest : public testing::Test, protected CConversionView
 {
 protected:
-    // The standard-parts folder is "lib" in the working folder. Its path is that short so that the progress
-    // dialog shows it whole.
+    // The standard-parts folder is "lib" in the working folder. With this short path, the progress dialog
+    // shows the paths of the files whole.
     ConversionRunTest()
     {
         std::filesystem::create_directories(L"lib\\Mapped");
@@ -159,7 +159,7 @@ protected:
         m_record = run.TakeRecord();
     }
 
-    // The record lines of the map file, each ended by CR LF.
+    // The record lines of the map file. Each line must end in CR LF.
     static std::vector<std::string> Records()
     {
         std::istringstream file(ReadBytes(kMapFile));
@@ -173,7 +173,7 @@ protected:
         return lines;
     }
 
-    // The marks of the rows: P pending, c converted.
+    // The marks of the rows: P pending, c converted, ? contradictory.
     [[nodiscard]] std::string Marks() const
     {
         std::string marks;

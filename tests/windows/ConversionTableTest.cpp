@@ -19,7 +19,7 @@ namespace {
 
 using Texts = std::vector<std::wstring>;
 
-// The table in a list view, whose parent counts the notifications of changes.
+// The table in a list view with a parent window.
 class ConversionTableTest : public testing::Test
 {
 protected:
@@ -34,8 +34,8 @@ protected:
         }
     }
 
-    // A row as "ORIGINAL > NEW NAME > BOM NAME". A converted row is followed by "(converted)", a row whose
-    // item data and state image do not match by "(bad mark)".
+    // A row as "ORIGINAL > NEW NAME > BOM NAME". A converted row ends in "(converted)". If the item
+    // data and the state image do not match, the row ends in "(bad mark)".
     [[nodiscard]] std::wstring Row(int row) const
     {
         const std::wstring text = m_table.GetItemText(row, 0) + L" > " + m_table.GetItemText(row, 1) +
@@ -84,7 +84,7 @@ protected:
         m_table.FillConverted(list);
     }
 
-    // The number of notifications of a change since the last call.
+    // How many notifications of a change the parent got since the last call.
     int TakeChanges() const
     {
         int count = 0;
@@ -178,7 +178,7 @@ TEST_F(ConversionTableTest, AnAddedFileGetsItsNamesAndIsPending)
 struct Addition
 {
     const char* what;
-    std::optional<std::wstring> fileTemplate;  // if none is stored, the default is used
+    std::optional<std::wstring> fileTemplate;  // nullopt: none is stored, and the default is used
     std::vector<Texts> added;
     Texts rows;  // "ORIGINAL > NEW NAME"
 };
@@ -271,7 +271,7 @@ TEST_F(ConversionTableTest, ATemplateThatIsNoTextCountsAsMissing)
     EXPECT_EQ(m_settings.Template(2), L"Norm %1 - %2");
 }
 
-// For the file system, the two are the same extension.
+// For the file system, .TÉILÄЯ and .téiläя are the same extension.
 TEST_F(ConversionTableTest, AnExtensionInAnotherCaseIsNotAddedAgain)
 {
     m_settings.SetTemplate(1, L"%4.TÉILÄЯ");
@@ -290,7 +290,8 @@ TEST_F(ConversionTableTest, ForbiddenCharactersAreReplacedAndReportedOnce)
     const Texts files{L"N_1_M8.sldprt", L"N_2_M8.sldprt", L"N_3_M8.sldprt"};
     Add(files);
     EXPECT_EQ(Column(1), (Texts{L"a_b_c_M8_1_x.sldprt", L"a_b_c_M8_2_x.sldprt", L"a_b_c_M8_3_x.sldprt"}));
-    EXPECT_EQ(Column(2), (Texts{L"1/@;=M8", L"2/@;=M8", L"3/@;=M8"})) << "generated BOM names stay";
+    EXPECT_EQ(Column(2), (Texts{L"1/@;=M8", L"2/@;=M8", L"3/@;=M8"}))
+        << "generated BOM names are not cleaned";
     EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::kForbiddenInFileName.Current()});
     const CLanguageScope english(0);
     m_table.DeleteAllItems();
@@ -397,8 +398,7 @@ TEST_F(ConversionTableTest, AFileThatCollidedMayBeAddedAgain)
     EXPECT_EQ(Column(1), (Texts{L"N_1.sldprt", L"N_1_b.sldprt"}));
 }
 
-// The file that collided got no row, so a later file is no duplicate of it. The list view's own search would
-// not find it either.
+// The file that collided has no row, so a later file is no duplicate of that file.
 TEST_F(ConversionTableTest, AFileThatCollidedDoesNotBlockAnother)
 {
     m_settings.SetTemplate(1, L"%4.%6");
@@ -462,8 +462,7 @@ TEST_F(ConversionTableTest, MarksAndSelectionStayWithTheirRowsWhenFilesAreAdded)
     EXPECT_EQ(m_table.CountPendingRows(), 2);
 }
 
-// Duplicates are exactly the names that the list view's search finds.
-TEST_F(ConversionTableTest, DuplicatesAreWhatTheListViewFinds)
+TEST_F(ConversionTableTest, DuplicatesAreExactlyTheNamesThatTheListViewFinds)
 {
     const Texts pieces{L"a",      L"A",    L"ä",        L"Ä",        L"a\u0308", L"ß",       L"ss", L"SS",
                        L"\u1E9E", L"i",    L"I",        L"ı",        L"İ",       L"ﬁ",       L"fi", L"æ",
@@ -667,7 +666,7 @@ TEST_F(HandEditTest, ACancelledEditChangesNothing)
     ExpectUnchanged();
 }
 
-// What is typed over a cell of row 1, and the cell afterwards.
+// A cell of row 1, what is typed over the cell, and the cell afterwards.
 struct HandEdit
 {
     int column;
@@ -684,13 +683,13 @@ constexpr HandEdit kHandEdits[] = {
     {1, L"M8.sldprt", L"Frame.SLDPRT", L"Frame.SLDPRT"},
     {1, L"M8.sldprt", L"Frame.sldasm", L"Frame.sldasm.sldprt"},
     {1, L"M8.sldprt", L"part...sldprt", L"part.sldprt"},
-    // An empty or the same file name changes nothing.
+    // An empty file name or the same file name changes nothing.
     {1, L"M8.sldprt", L"", L"M8.sldprt"},
     {1, L"M8.sldprt", L" \t ", L"M8.sldprt"},
     {1, L"M8.sldprt", L"M8", L"M8.sldprt"},
     {1, L"M8.sldprt", L"M8.sldprt", L"M8.sldprt"},
     {1, L"M8.sldprt", L"M8..sldprt", L"M8.sldprt"},
-    // Another row's file name is refused; a name in another case is a different name.
+    // Another row's file name is refused. A name in another case is a different name.
     {1, L"M8.sldprt", L"M10", L"M8.sldprt", &expected::kNameTaken},
     {1, L"M8.sldprt", L"M6.sldprt", L"M8.sldprt", &expected::kNameTaken},
     {1, L"M8.sldprt", L"m8.sldprt", L"m8.sldprt"},
@@ -702,7 +701,7 @@ constexpr HandEdit kHandEdits[] = {
     {1, L"a_b.sldprt", L"a:b", L"a_b.sldprt", &expected::kForbiddenInFileName},
     {2, L"Norm 2", L"x/y@z;=", L"x_y_z__", &expected::kForbiddenInBomName},
     {2, L"a_b", L"a;b", L"a_b", &expected::kForbiddenInBomName},
-    // Other BOM names are taken as typed.
+    // Other BOM names are accepted as typed.
     {2, L"Norm 2", L"Norm 2", L"Norm 2"},
     {2, L"Norm 2", L"a:b", L"a:b"},
     {2, L"Norm 2", L" blanks stay ", L" blanks stay "},
@@ -845,8 +844,8 @@ TEST_F(ApplyTemplateTest, ATemplateChangedDuringAMessageAppliesToTheNextRow)
     EXPECT_EQ(Column(1), (Texts{L"1_a.sldprt", L"bb.sldprt", L"cc.sldprt"}));
 }
 
-// A file-name template, the rows {original name, new name} to which it is applied, and the new names
-// afterwards. No message appears.
+// A file-name template, rows {original name, new name}, the rows that are selected, and the new names after
+// the template is applied. No message appears.
 struct Application
 {
     const char* what;

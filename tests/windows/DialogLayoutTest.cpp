@@ -15,7 +15,7 @@ namespace {
 
 constexpr RECT kRect{100, 50, 300, 150};
 
-// The client size of a CPlainWindow without a frame. For this window, which is no dialog, MapDialogRect does
+// The client size of a CPlainWindow without a frame. This window is no dialog, so MapDialogRect changes
 // nothing: a dialog unit is one pixel.
 constexpr SIZE kNatural{640, 480};
 
@@ -25,7 +25,7 @@ struct Anchoring
 {
     unsigned edges;
     RECT larger;   // the control when the client area is 60 wider and 40 higher
-    RECT smaller;  // and when it is 10 narrower and 20 lower
+    RECT smaller;  // the control when the client area is 10 narrower and 20 lower
 };
 
 void PrintTo(const Anchoring& anchoring, std::ostream* stream)
@@ -198,7 +198,7 @@ TEST(DialogLayoutPaint, EverythingIsPaintedAnew)
     EXPECT_TRUE(GetUpdateRect(resting, nullptr, FALSE));
 }
 
-// Plays the system's part when the scaling changes, because Wine does not: a dialog unit becomes more pixels.
+// Wine does not change the scaling. In these tests, the results of MapDialogRect are scaled instead.
 
 int g_percent = 100;
 decltype(&::MapDialogRect) g_mapDialogRect = nullptr;
@@ -283,7 +283,7 @@ UINT WINAPI GetDpiChanged(HWND window)
     return g_dpi != 0 ? g_dpi : g_getDpiForWindow(window);
 }
 
-// A dialog, and a second one that was created with a font of twice the size.
+// A dialog, and a second dialog that was created with a font of twice the size.
 class DialogLayoutStaleUnits : public testing::Test
 {
 protected:
@@ -309,8 +309,8 @@ protected:
         std::array<wchar_t, 6> m_font{L"Arial"};
     };
 
-    // A dialog without controls; its font size is given in points. m_newFont plays the font that the system
-    // sets when the scaling changes, because Wine's dialogs take no new font.
+    // A dialog without controls. Wine's dialogs accept no new font, so m_newFont replaces the font that the
+    // system sets when the scaling changes.
     class CFontDialog : public CWnd
     {
     public:

@@ -104,7 +104,7 @@ TEST_P(DialogTemplate, EveryCaptionIsSeenWhole)
     EXPECT_GT(measured, 0);
 }
 
-// A group box may contain other controls, but not intersect them.
+// A group box may contain a whole control, but not a part of a control.
 TEST_P(DialogTemplate, NoTwoControlsOverlap)
 {
     for (std::size_t i = 0; i < m_controls.size(); ++i) {

@@ -59,7 +59,6 @@ public:
     using CDialog::RequestIdle;
     using CDialog::TemplateSize;
 
-    // Skips the steps that are left.
     void DropSteps() { m_step = m_steps.size(); }
 
 protected:
@@ -216,8 +215,8 @@ TEST_F(DialogTest, LeavesADisabledOwnerDisabled)
     EXPECT_FALSE(m_owner.IsWindowEnabled());
 }
 
-// Each step is a message in the queue, so the queue is empty, and the dialog idle, only after the second
-// step. Idle work then posts the third.
+// The first step posts the second step, so the queue is empty only after the second step. Then idle work
+// posts the third step.
 TEST_F(DialogTest, IdleWorkIsDoneOnceAndAfterAllMessages)
 {
     m_dialog.m_halted = true;  // the functions below post the next step
@@ -457,7 +456,6 @@ TEST_F(DialogTest, AnExceptionAtTheStartIsShownAndTheDialogContinues)
                                     }));
 }
 
-// Throws for each key.
 class CKeyFailer : public CWnd
 {
 public:
@@ -496,7 +494,7 @@ TEST_F(DialogTest, AModelessDialogLeavesItsOwnerEnabled)
         EXPECT_TRUE(m_owner.IsWindowEnabled());
         EXPECT_EQ(GetWindow(window, GW_OWNER), m_owner.m_hWnd);
         EXPECT_EQ(dialog.m_edit.GetWindowText(), L"from the member");
-        EXPECT_FALSE(IsWindowVisible(window)) << "the template is without WS_VISIBLE";
+        EXPECT_FALSE(IsWindowVisible(window)) << "the template has no WS_VISIBLE";
     }
     EXPECT_FALSE(IsWindow(window));
 }

@@ -26,8 +26,8 @@ constexpr wchar_t kBolt[] = L"N_ISO_4017_M10x50.sldprt";
 class DlgTemplateTest : public LanguageTest
 {
 protected:
-    // Runs the dialog for a template and does the work in it. Returns the result of DoModal. Closes the
-    // dialog if the work leaves it open.
+    // Runs the dialog for a template and calls `work` in the dialog. Returns the result of DoModal. Closes
+    // the dialog if `work` leaves it open.
     INT_PTR Run(int column, const std::wstring& text, const std::function<void()>& work)
     {
         CWorked<CDlgTemplate> dialog(GetParam(), column, text, &m_owner);
@@ -67,7 +67,7 @@ protected:
         }
         return entries;
     }
-    // Replaces the template by typing.
+    // Types over the template.
     void Type(const std::wstring& text) const
     {
         SetFocus(Item(IDC_TEMPLATE_TEXT));
@@ -78,7 +78,7 @@ protected:
         }
         DrainMessages();
     }
-    // Runs the dialog, types over the template and presses OK, which closes it.
+    // Runs the dialog, types over the template and presses OK. OK must close the dialog.
     void TypeAndPressOk(int column, const std::wstring& before, const std::wstring& text)
     {
         EXPECT_EQ(Run(column, before,
@@ -124,7 +124,7 @@ protected:
         EXPECT_LT(x, client.right);
     }
 
-    // The message boxes since the last call, preceded by their type.
+    // The message boxes since the last call, as "TYPE: TEXT".
     [[nodiscard]] Texts TakeBoxes()
     {
         Texts boxes;
@@ -166,7 +166,6 @@ TEST_P(DlgTemplateTest, TheCaptionNamesTheTemplate)
     }
 }
 
-// The dialog's language is its own, not that of the process.
 TEST_P(DlgTemplateTest, TheLanguageIsTheDialogsOwn)
 {
     const CLanguageScope theOther{GetParam() != 0 ? 0 : 1};
@@ -428,7 +427,7 @@ TEST_P(DlgTemplateTest, TheFileNamePreviewFollowsTheNameRules)
         EXPECT_EQ(PreviewOf(L"%4sldprt"), L"M10x50sldprt");
         EXPECT_EQ(PreviewOf(L"%0%9"), L"%0%9.sldprt");
     });
-    EXPECT_EQ(TakeBoxes(), Texts{}) << "a preview asks and tells nothing";
+    EXPECT_EQ(TakeBoxes(), Texts{}) << "a preview shows no message";
     EXPECT_EQ(m_settings.Template(1), kNone);
 }
 
@@ -538,7 +537,7 @@ TEST_P(DlgTemplateTest, TabFollowsTheReadingOrder)
     });
 }
 
-// Screen readers name an edit after the static control before it.
+// Screen readers name a field after the label before it.
 TEST_P(DlgTemplateTest, EachEditFollowsItsLabel)
 {
     Run(1, L"%3", [&] {

@@ -12,8 +12,8 @@
 
 #include "tests/support/ImportTable.h"
 
-// A taskbar of the test's own, and a watch on windows that flash. Wine has no taskbar, so nobody has seen the
-// button itself yet.
+// A fake taskbar, and a watch on windows that flash. Wine has no taskbar, so no test has shown the real
+// button yet.
 
 // Notes the calls about progress. Deletes itself with its last reference.
 class CFakeTaskbar final : public ITaskbarList3
@@ -21,7 +21,7 @@ class CFakeTaskbar final : public ITaskbarList3
 public:
     explicit CFakeTaskbar(std::vector<std::string>& calls) : m_calls(calls) {}
 
-    HWND m_window = nullptr;  // whose button it is
+    HWND m_window = nullptr;  // the window that the calls must name
 
     STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override
     {
@@ -92,8 +92,8 @@ private:
     std::vector<std::string>& m_calls;
 };
 
-// While it exists, windows of this process do not flash, and the function is called instead. The program sees
-// m_inFront as the window in front.
+// While the watch exists, FlashWindowEx calls the function of the test instead of flashing a window, and
+// GetForegroundWindow returns m_inFront.
 class CFlashWatch
 {
 public:

@@ -75,7 +75,8 @@ protected:
     std::wstring m_target = m_folder / L"target.sldprt";
 };
 
-// Wine shows the archive attribute on every file. While g_hidesArchive is set, no file seems to have it.
+// Under Wine, every file has the archive attribute. While g_hidesArchive is set, GetFileAttributesExW does
+// not report this attribute.
 bool g_hidesArchive = false;
 decltype(&GetFileAttributesExW) g_getAttributes = nullptr;
 BOOL WINAPI HideArchive(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID information)
@@ -161,7 +162,7 @@ protected:
 class MapFileTest : public FileMiscTest
 {
 protected:
-    // Writes the bytes as the map file and reads it.
+    // Writes the bytes to the map file and reads the file.
     CFileMisc::MapFileState Read(const std::string& bytes)
     {
         WriteBytes(m_path, bytes);
@@ -439,7 +440,7 @@ TEST_F(FileMiscTest, ScanAppendsBothKindsOfPartFiles)
     EXPECT_EQ(Sorted({names.begin() + 4, names.end()}), (Texts{L"D.PRT", L"c.prt"}));
 }
 
-// The system compares a pattern with short names, too, on a volume that has them.
+// On a volume with short names, the system compares a pattern with the short names, too.
 TEST_F(FileMiscTest, ScanAppendsAPartFileFoundByItsShortName)
 {
     const std::wstring path = m_folder / L"longer name.prtx";
@@ -764,7 +765,8 @@ TEST_F(MapFileTest, RecordsRoundTrip)
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
 }
 
-// Without a standard-parts folder, these paths begin with two backslashes and so name a computer.
+// Without a standard-parts folder, the "Mapped" folder and the map file have these paths. The first path
+// names a computer, the second a share.
 TEST_F(FileMiscTest, NoNetworkComputerIsAskedForAFolderOrAMapFile)
 {
     const CNetworkWatch network;
@@ -883,7 +885,7 @@ TEST_F(FileMiscTest, PathIsRepresentableWhenTheCodePageHasOneByteForEachCharacte
 
 TEST_F(FileMiscTest, StreamsOpenTheGivenPath)
 {
-    // Both become 0xF5: õ by its code, ő by code page 1250.
+    // õ and ő both become the byte 0xF5: õ by its code, ő by code page 1250.
     const std::wstring byItsCode = m_folder / L"õ.txt";
     const std::wstring byTheCodePage = m_folder / L"ő.txt";
     const Path8 first = CFileMisc::PathToBytes(byItsCode, 1250);
