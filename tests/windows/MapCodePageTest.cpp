@@ -114,7 +114,7 @@ TEST(EncodeMapCharacter, GivesAQuestionMarkForWhatHasNoByteOrMoreThanOne)
     }
 }
 
-TEST(EncodeMapCharacter, ReturnsTheCodeOfCharactersUpToFFForEachCodePage)
+TEST(EncodeMapText, GivesTheCodeOfCharactersUpToFFInEachCodePage)
 {
     for (const UINT codePage : kCodePages) {
         for (wchar_t code = 0; code <= 0xFF; ++code) {
