@@ -41,7 +41,7 @@ Cause ThrownCause(Operation operation)
     return Cause::none;
 }
 
-// While g_writesHalf is set, the system writes half of the bytes only, and reports no error.
+// While g_writesHalf is true, WriteFile writes only half of the bytes and still reports success.
 bool g_writesHalf = false;
 decltype(&WriteFile) g_writeFile = nullptr;
 BOOL WINAPI WriteHalf(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)
@@ -90,7 +90,7 @@ TEST_F(FileTest, NameOfADeviceIsABadPath)
 {
     const std::wstring path = m_folder / L"NUL.sldprt";
     if (::GetFileType(OpenAsOther(path, GENERIC_READ, 0).get()) != FILE_TYPE_CHAR) {
-        GTEST_SKIP() << "skipped: no longer a device on this system, as from Windows 11 on";
+        GTEST_SKIP() << "skipped: NUL.sldprt is no device on this system, as on Windows 11 and later";
     }
     for (const UINT flags : {UINT{CFile::modeRead}, CFile::modeWrite | CFile::modeCreate}) {
         EXPECT_EQ(OpenFailure(path, flags).m_cause, Cause::badPath);
@@ -99,7 +99,7 @@ TEST_F(FileTest, NameOfADeviceIsABadPath)
     EXPECT_FALSE(CFile::GetStatus(path, status));
 }
 
-// Wine has no limit, and no setting for one.
+// Whether a path may exceed MAX_PATH. Wine has neither the limit nor the setting.
 bool AllowsLongPaths()
 {
     DWORD enabled = UnderWine() ? 1 : 0;
@@ -111,7 +111,7 @@ bool AllowsLongPaths()
 
 TEST_F(FileTest, LongPathsWorkWhereTheSystemAllowsThem)
 {
-    // This prefix lifts the limit for any system.
+    // With the prefix \\?\ a path may exceed MAX_PATH on every system.
     const std::wstring folder = m_folder / std::wstring(200, L'a');
     const std::wstring path = folder + L"\\" + std::wstring(200, L'b');
     ASSERT_TRUE(CreateDirectoryW((L"\\\\?\\" + folder).c_str(), nullptr));
@@ -170,7 +170,7 @@ TEST_F(FileTest, ShareDenyNoneLetsOthersRenameAndDelete)
     EXPECT_TRUE(::MoveFileW(m_path.c_str(), renamed.c_str()));
     EXPECT_TRUE(::DeleteFileW(renamed.c_str()));
     std::array<char, 3> bytes{};
-    EXPECT_EQ(file.Read(bytes.data(), 3), 2U) << "the file is still there for the program that has it open";
+    EXPECT_EQ(file.Read(bytes.data(), 3), 2U) << "the open handle still reads the deleted file";
     file.Close();
     EXPECT_FALSE(PathExists(m_path));
     EXPECT_FALSE(PathExists(renamed));
@@ -252,7 +252,7 @@ TEST_F(FileTest, ReadAndWriteThrowWhatFailed)
     ASSERT_TRUE(file.Open(m_path, CFile::modeRead, nullptr));
     try {
         file.Write("x", 1);
-        FAIL() << "a file that is open for reading took a byte";
+        FAIL() << "a file open for reading accepted a byte";
     } catch (const CFileException& error) {
         EXPECT_EQ(error.m_cause, Cause::accessDenied);
         EXPECT_EQ(error.m_osError, static_cast<DWORD>(ERROR_ACCESS_DENIED));
@@ -350,7 +350,7 @@ TEST_F(FileTest, DoesNotTruncateWithoutWriteAccess)
 TEST_F(FileTest, FlushesOnlyWithWriteAccess)
 {
     CFile file;
-    EXPECT_TRUE(file.Flush()) << "nothing is open";
+    EXPECT_TRUE(file.Flush()) << "no file is open";
     WriteBytes(m_path, "x");
     ASSERT_TRUE(file.Open(m_path, CFile::modeWrite | CFile::shareDenyNone, nullptr));
     EXPECT_TRUE(file.Flush());

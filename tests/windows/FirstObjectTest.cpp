@@ -4,7 +4,7 @@
 
 namespace {
 
-// Notes how many tests were registered when it was constructed. The constructors of global objects register
+// Counts the tests registered before its own construction. The constructors of other global objects register
 // the tests.
 class CTestCount
 {

@@ -24,7 +24,7 @@ TEST_F(FolderLock, RefusesASecondOneUntilItEnds)
     std::optional<CFolderLock> first(m_folder.Path());
     EXPECT_FALSE(first->IsTaken());
     EXPECT_TRUE(IsTaken(m_folder.Path()));
-    EXPECT_TRUE(IsTaken(m_folder.Path())) << "the refused one has locked nothing, and freed nothing";
+    EXPECT_TRUE(IsTaken(m_folder.Path())) << "the refused lock has neither locked nor freed the folder";
     first.reset();
     EXPECT_FALSE(IsTaken(m_folder.Path()));
 }
@@ -41,7 +41,7 @@ TEST_F(FolderLock, IsOnTheFolderHoweverItIsWritten)
     EXPECT_FALSE(IsTaken(m_folder / L"none"));
 }
 
-// While it lives, a mutex cannot be made.
+// While the object lives, CreateMutexW fails with its error.
 class CFailingMutex
 {
 public:

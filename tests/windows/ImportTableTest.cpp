@@ -19,7 +19,7 @@ TEST(ImportTable, TellsWhetherTheFunctionIsImported)
     EXPECT_EQ(g_original, nullptr);
     ASSERT_TRUE(RedirectImport("GetTickCount", &FiveMore, &g_original));
     ASSERT_TRUE(RedirectImport("GetTickCount", &FiveMore, &g_original));
-    ASSERT_NE(g_original, &FiveMore) << "would call itself without end";
+    ASSERT_NE(g_original, &FiveMore) << "FiveMore would call itself without end";
     const DWORD before = g_original();
     EXPECT_GE(GetTickCount() - before, 5U);
     decltype(&GetTickCount) redirected = nullptr;

@@ -8,7 +8,8 @@
 
 #include "tests/windows/ConvListScopes.h"
 
-// The drop-down list as a cell's editor. The program itself never opens it.
+// Tests of the drop-down list that edits a cell of the conversion list. The program itself never opens this
+// editor.
 
 namespace {
 
@@ -35,7 +36,7 @@ protected:
         std::erase_if(lines, [](const std::wstring& line) { return !line.starts_with(L"parent "); });
         return lines;
     }
-    // The edit ended with these messages to the parent and left this text in the cell.
+    // Expects that the edit has ended with these messages to the parent and has left this text in the cell.
     void ExpectEnd(const Texts& ends, const std::wstring& text)
     {
         EXPECT_EQ(TakeEnds(), ends);

@@ -9,8 +9,8 @@
 #include "tests/support/ImportTable.h"
 #include "tests/support/WindowScopes.h"
 
-// The tests record the calls on their way to the system, because Wine neither puts a computer to sleep nor
-// shows why a program blocks the end of the session.
+// The tests record the calls to the system and pass them on. Wine does not show their effect: it neither puts
+// the computer to sleep nor displays the reason that blocks the end of the session.
 
 namespace {
 
@@ -74,7 +74,7 @@ TEST_F(LongOperationTest, KeepsTheComputerAwakeAndTheSessionOpenWhileItLives)
     EXPECT_EQ(m_calls, (std::vector<std::wstring>{L"no reason", L"state 2147483648"}));
 }
 
-// A program that agrees to the end of the session ends, whoever refuses after it.
+// Windows ends a program that agrees to the end of the session, even if another program refuses later.
 TEST_F(LongOperationTest, IsAskedAboutTheEndOfTheSessionBeforeOtherPrograms)
 {
     const auto level = [] {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr UINT kCodePages[] = {1252, 1250, 1251, 932, 65001};
 
-// The record that is read from a line.
+// Returns the record that the reader finds in a line of the map file.
 UTtab_entry ReadBack(const std::string& line, UINT codePage)
 {
     std::istringstream in(line + "\n");
@@ -60,7 +60,6 @@ TEST(MapCodePage, AsksTheSystem)
     }
 }
 
-// With UTF-8 as the ANSI code page: written, read and written again.
 TEST(MapCodePage, KeepsUmlautsWhereTheProcessHasUtf8)
 {
     const UINT codePage = ChooseMapCodePage(CP_UTF8, 1252);
@@ -74,7 +73,7 @@ TEST(MapCodePage, KeepsUmlautsWhereTheProcessHasUtf8)
     EXPECT_EQ(FormatMapRecord(read, MapEncoderOf(codePage)), line);
 }
 
-// The bytes are those of the tables that Microsoft and the Unicode Consortium publish.
+// The expected bytes are from the code page tables of Microsoft and the Unicode Consortium.
 TEST(EncodeMapCharacter, GivesTheOneByteOfTheCodePage)
 {
     struct Case
@@ -105,7 +104,7 @@ TEST(EncodeMapCharacter, GivesAQuestionMarkForWhatHasNoByteOrMoreThanOne)
     EXPECT_EQ(EncodeMapCharacter(L'日', 932), '?') << "two bytes, 0x93 0xFA";
     EXPECT_EQ(EncodeMapCharacter(L'Б', 932), '?') << "two bytes, 0x84 0x41";
     EXPECT_EQ(EncodeMapCharacter(L'・', 932), '?')
-        << "two bytes, 0x81 0x45, although 0x81 alone decodes to it";
+        << "two bytes, 0x81 0x45, although byte 0x81 alone decodes to this character";
     EXPECT_EQ(EncodeMapCharacter(L'ā', 65001), '?') << "two bytes, 0xC4 0x81";
     EXPECT_EQ(EncodeMapCharacter(L'ā', 1252), '?') << "no best fit such as \"a\"";
     EXPECT_EQ(EncodeMapCharacter(L'Ａ', 1252), '?') << "no best fit such as \"A\"";
@@ -115,7 +114,7 @@ TEST(EncodeMapCharacter, GivesAQuestionMarkForWhatHasNoByteOrMoreThanOne)
     }
 }
 
-TEST(EncodeMapCharacter, ReturnsTheCodeOfCharactersUpToFFForEachCodePage)
+TEST(EncodeMapText, GivesTheCodeOfCharactersUpToFFInEachCodePage)
 {
     for (const UINT codePage : kCodePages) {
         for (wchar_t code = 0; code <= 0xFF; ++code) {
@@ -136,7 +135,6 @@ TEST(DecodeMapText, ReadsTheBytesInTheCodePage)
     EXPECT_EQ(Decoded("a;\xC3\xA4", 65001), L"a;ä");
 }
 
-// Written, read and written again.
 TEST(MapCodePage, ARecordIsReadBackAsItsBytesDecode)
 {
     struct Case

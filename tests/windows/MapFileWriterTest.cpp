@@ -12,7 +12,8 @@
 
 namespace {
 
-// Lets operations of one kind fail for a while, as on a full disk.
+// Makes all file operations of the kind m_failing fail with ERROR_DISK_FULL, and counts the failures in
+// m_count.
 class CFailures : public CFileInterceptor
 {
 public:
@@ -30,7 +31,7 @@ public:
 class MapFileWriterTest : public testing::Test
 {
 protected:
-    // The text after the header.
+    // The text of the map file after its header.
     [[nodiscard]] std::string Records() const
     {
         const std::string text = ReadBytes(m_path);
@@ -62,7 +63,7 @@ protected:
 
 TEST_F(MapFileWriterTest, HandsEachRecordToTheSystemAtOnce)
 {
-    WriteBytes(m_path, "a longer text of an earlier run than what this one will write, which must go");
+    WriteBytes(m_path, "the text of an earlier run, which must go");
     CMapFileWriter writer;
     ASSERT_TRUE(writer.Open(m_path));
     EXPECT_TRUE(writer.AppendHeader());
@@ -100,8 +101,9 @@ TEST_F(MapFileWriterTest, DoesNotOpenWhereNoFileCanBe)
     CMapFileWriter writer;
     EXPECT_FALSE(writer.Open(m_folder.Path()));
     EXPECT_FALSE(writer.Open(m_folder / L"missing\\PartsMap.txt"));
-    EXPECT_FALSE(writer.Open(m_folder / L"日本.txt")) << "no bytes for this name";
-    EXPECT_TRUE(writer.Close()) << "nothing was open";
+    EXPECT_FALSE(writer.Open(m_folder / L"日本.txt"))
+        << "the map file's code page has no bytes for this name";
+    EXPECT_TRUE(writer.Close()) << "no file was open";
 }
 
 TEST_F(FailingRecordTest, AFailedRecordLeavesNothingBehind)
@@ -123,7 +125,7 @@ TEST_F(FailingRecordTest, AppendsNothingAfterAPartialRecordThatStays)
     ASSERT_TRUE(writer.Open(m_path) && writer.AppendHeader() && writer.Append(m_first));
     {
         std::ofstream(std::filesystem::path(m_path), std::ios::binary | std::ios::app) << "c.sldprt ; d.sl";
-        const CMappedFile mapped(m_path);  // cannot be truncated
+        const CMappedFile mapped(m_path);  // a mapped file cannot be truncated
         m_failures.m_failing = FileCall::writeStream;
         EXPECT_FALSE(writer.Append(m_second));
         m_failures.m_failing.reset();
@@ -141,7 +143,7 @@ TEST_F(MapFileWriterTest, TellsWhenTheFileDoesNotReachTheDisk)
     m_failures.m_failing = FileCall::flush;
     EXPECT_FALSE(writer.Close());
     EXPECT_EQ(m_failures.m_count, 1);
-    EXPECT_TRUE(writer.Close()) << "it is closed anyway";
+    EXPECT_TRUE(writer.Close()) << "the first call has closed the file anyway";
 }
 
 }  // namespace

@@ -15,8 +15,8 @@
 
 namespace {
 
-constexpr int kTextControl = 0xFFFF;  // the text in the system's message boxes
-constexpr UINT kLook = 50;            // milliseconds
+constexpr int kTextControl = 0xFFFF;  // id of the text in the system's message boxes
+constexpr UINT kLook = 50;            // milliseconds between two looks for the box
 
 // The contents of a message box.
 struct Seen
@@ -165,7 +165,7 @@ TEST(MessageBox, TheOwnerIsTheWindowTheUserWorksIn)
     EXPECT_TRUE(popup.IsWindowEnabled());
 }
 
-// The taskbar shows no button for it otherwise.
+// A message box with an invisible owner gets no button on the taskbar.
 TEST(MessageBox, BeforeTheMainWindowIsShownItHasNoOwner)
 {
     CPlainWindow window(nullptr, WS_OVERLAPPEDWINDOW);
@@ -185,7 +185,7 @@ TEST(MessageBox, WithoutAMainWindowItHasNoOwner)
     EXPECT_EQ(presser.m_seen.owner, nullptr);
 }
 
-// A box as Windows makes it for OK alone.
+// A window with the class and the controls of a system message box. The buttons have the given ids.
 class CBoxOfWindows
 {
 public:

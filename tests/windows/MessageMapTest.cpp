@@ -13,7 +13,7 @@ namespace {
 
 using Kind = MessageEntry::Kind;
 
-// Records which handler was called with which arguments.
+// A window with handlers of different signatures. Some handlers record their call in m_called.
 class CHandlers : public CWnd
 {
 public:

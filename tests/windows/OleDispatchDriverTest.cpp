@@ -21,7 +21,7 @@ class OleDispatchDriverTest : public testing::Test
 protected:
     OleDispatchDriverTest() { m_driver.AttachDispatch(m_object.Reference()); }
 
-    // The object's member returns a variant that the test fills.
+    // Makes the object's member return a variant that `fill` sets.
     void Answer(std::function<void(VARIANT&)> fill)
     {
         m_object.On(kMember, [fill = std::move(fill)](FakeCall& call) {
@@ -30,7 +30,8 @@ protected:
         });
     }
 
-    // The status of the exception that a call with this result throws; S_OK if there is none.
+    // Calls the member with this type of result. Returns the status of the exception; S_OK if the call throws
+    // none.
     template <class Result>
     HRESULT StatusOfCall()
     {
@@ -322,7 +323,8 @@ struct VirtualFreeDeleter
     void operator()(wchar_t* memory) const { VirtualFree(memory, 0, MEM_RELEASE); }
 };
 
-// Gives the server up without ending it, as the run does with a server that it did not start.
+// Makes the message filter give up the server, which lives on. The run does the same with a server that it
+// did not start.
 class CGivenUpServer : public CStalledCallHandler
 {
 public:
@@ -332,7 +334,7 @@ public:
         Filter().SetBusyDelay(0);
         const CMessageRecorder user([] { return IDYES; });
         PostThreadMessageW(GetCurrentThreadId(), WM_KEYDOWN, VK_SPACE, 0);
-        // The call began long before the press, however slow the machine is.
+        // However slow the machine is, the call began long before the press.
         constexpr DWORD kLongAgo = 10'000;
         Filter().MessagePending(nullptr, kLongAgo, PENDINGTYPE_TOPLEVEL);
         EXPECT_EQ(Filter().MessagePending(nullptr, kLongAgo, PENDINGTYPE_TOPLEVEL),
@@ -353,7 +355,7 @@ private:
     [[nodiscard]] bool GiveUp() override { return false; }
 };
 
-// Takes the message that makes COM ask the filter. Returns whether there was one.
+// Takes all messages of this thread. Returns whether there was one: any message makes COM ask the filter.
 bool TakeWakeUp()
 {
     MSG message{};
@@ -362,7 +364,7 @@ bool TakeWakeUp()
     return found;
 }
 
-// Counts the releases during which a message waits that makes COM ask the filter.
+// Counts the releases with a message in the queue: COM would ask the filter during the release.
 class CWakeUpCheck : public CFakeDispatch
 {
 public:
@@ -379,14 +381,14 @@ public:
 
 TEST_F(OleDispatchDriverTest, EachCallOfAGivenUpServerIsCancelled)
 {
-    DrainMessages();  // any message wakes COM
+    DrainMessages();  // any message makes COM ask the filter
     bool awake = true;
     m_object.On(kMember, [&awake](FakeCall&) {
         awake = TakeWakeUp();
         return S_OK;
     });
     m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
-    EXPECT_FALSE(awake) << "not given up yet";
+    EXPECT_FALSE(awake) << "the server is not given up yet";
     const CGivenUpServer givenUp;
     m_driver.InvokeHelper(kMember, DISPATCH_METHOD);
     EXPECT_TRUE(awake);
@@ -401,25 +403,25 @@ TEST_F(OleDispatchDriverTest, EachReleaseOfAGivenUpServerIsCancelled)
     COleDispatchDriver driver;
     driver.AttachDispatch(object.Reference());
     driver.ReleaseDispatch();
-    EXPECT_EQ(object.m_releasesAwake, 0) << "not given up yet";
+    EXPECT_EQ(object.m_releasesAwake, 0) << "the server is not given up yet";
     const CGivenUpServer givenUp;
     driver.AttachDispatch(object.Reference());
     driver.ReleaseDispatch();
     EXPECT_EQ(object.m_releasesAwake, 1);
     driver.AttachDispatch(object.Reference());
     driver = COleDispatchDriver();
-    EXPECT_EQ(object.m_releasesAwake, 2) << "by an assignment";
+    EXPECT_EQ(object.m_releasesAwake, 2) << "an assignment releases the object";
     {
         COleDispatchDriver other;
         other.AttachDispatch(object.Reference());
     }
-    EXPECT_EQ(object.m_releasesAwake, 3) << "by the end of a driver";
+    EXPECT_EQ(object.m_releasesAwake, 3) << "the destructor releases the object";
     EXPECT_EQ(object.References(), 0);
 }
 
 TEST(MakeAutomationString, ReportsTheLackOfMemory)
 {
-    // Only address space is reserved, no memory: the call fails before it reads a text of this length.
+    // The text is reserved address space without memory: the call must fail before it reads the text.
     for (const std::size_t length : {std::size_t{0x80000000U}, std::size_t{0x100000002U}}) {
         const std::unique_ptr<wchar_t, VirtualFreeDeleter> space(static_cast<wchar_t*>(
             VirtualAlloc(nullptr, length * sizeof(wchar_t), MEM_RESERVE, PAGE_NOACCESS)));
@@ -428,7 +430,7 @@ TEST(MakeAutomationString, ReportsTheLackOfMemory)
         }
         try {
             static_cast<void>(MakeAutomationString({space.get(), length}));
-            ADD_FAILURE() << "a string of " << length << " characters";
+            ADD_FAILURE() << "no exception for a text of " << length << " characters";
         } catch (const COleException& error) {
             EXPECT_EQ(error.m_sc, E_OUTOFMEMORY);
         }

@@ -14,9 +14,9 @@
 
 namespace {
 
-// The tests call the filter as COM does on Windows. They cannot go through Wine's COM. Wine 8 never asks the
-// filter about a rejected call, and dispatches messages whatever MessagePending returns. It also returns from
-// a cancelled call while one of Wine's own threads still uses the call's data.
+// The tests call the filter as COM does on Windows. Calls through Wine's COM would not test it: Wine 8 never
+// asks the filter about a rejected call, and dispatches messages whatever MessagePending returns. Wine 8 also
+// returns from a cancelled call while one of its threads still uses the call's data.
 constexpr DWORD kCancelled = static_cast<DWORD>(-1);
 
 // The filter that is registered for this thread.
@@ -29,13 +29,13 @@ IMessageFilterPtr FilterInPlace()
     return current;
 }
 
-// A result that makes COM retry after a short wait.
+// Whether a result of RetryRejectedCall makes COM retry the call after 100 to 1000 milliseconds.
 bool IsRetryAfterShortWait(DWORD answer)
 {
     return answer >= 100 && answer <= 1000;
 }
 
-// A handler that counts how often the server was given up.
+// A handler that counts how often the filter gives the server up.
 class CFakeHandler : public CStalledCallHandler
 {
 public:
@@ -50,9 +50,9 @@ public:
     }
 };
 
-// A filter with a handler and a delay of one second, a window with an empty queue, and a user who always
-// gives the same answer. The test plays COM: it tells the filter for how many milliseconds a call has been
-// pending or rejected.
+// A filter with a handler and a delay of one second, and a window with an empty queue. The user answers every
+// question with m_answer. The test plays COM: Pend and Reject tell the filter for how many milliseconds a
+// call has been pending or rejected.
 class StalledCallTest : public testing::Test
 {
 protected:
@@ -131,7 +131,7 @@ TEST(OleMessageFilter, WithoutAHandlerARejectedCallFailsAfterTheDelay)
     filter.SetBusyDelay(60000);
     EXPECT_TRUE(IsRetryAfterShortWait(filter.RetryRejectedCall(nullptr, 59999, SERVERCALL_RETRYLATER)));
     EXPECT_EQ(filter.RetryRejectedCall(nullptr, 60000, SERVERCALL_RETRYLATER), kCancelled);
-    EXPECT_TRUE(user.m_boxes.empty()) << "without a handler there is no question to show";
+    EXPECT_TRUE(user.m_boxes.empty()) << "without a handler there is no question";
 }
 
 TEST_F(StalledCallTest, LeavesKeysAndClicksInTheQueue)
@@ -154,7 +154,7 @@ TEST_F(StalledCallTest, PaintsDuringTheCall)
     EXPECT_FALSE(GetUpdateRect(m_window.m_hWnd, nullptr, FALSE));
 }
 
-// A window that can leave its region invalid: it then gets one WM_PAINT after another.
+// While m_validates is false, the window leaves its region invalid and gets one WM_PAINT after another.
 class CNeverPaintedWindow : public CPlainWindow
 {
 public:
@@ -225,7 +225,8 @@ TEST_F(StalledCallTest, AsksOnceAtAPress)
     }
 }
 
-// While the session ends, no message box is shown and nobody waits for the call any more.
+// While the session ends, the program shows no message box. The conversion run must end, so the filter does
+// not wait for the server.
 TEST_F(StalledCallTest, WhileTheSessionEndsAPressGivesTheServerUpUnasked)
 {
     CWinApp::Get()->SetSessionEnding(true);
@@ -241,7 +242,8 @@ TEST_F(StalledCallTest, APressOnADisabledWindowCounts)
 {
     EXPECT_FALSE(TakeWakeUp());
     m_filter.NotePress();
-    EXPECT_TRUE(TakeWakeUp()) << "the system queues no message for such a press, so the filter posts one";
+    EXPECT_TRUE(TakeWakeUp())
+        << "the system queues no message for a press on a disabled window, so the filter posts one";
     Pend(kLongAfter);
     EXPECT_EQ(m_user.m_boxes.size(), 1U);
     Pend(kLongAfter);
@@ -263,7 +265,7 @@ TEST_F(StalledCallTest, OnlyInputMadeAfterTheDelayIsTakenOut)
     m_window.PostMessage(WM_KEYDOWN, VK_ESCAPE);
     m_window.PostMessage(WM_LBUTTONUP);
     Sleep(50);
-    Pend(kDelay);  // finds no later press, and holds this input
+    Pend(kDelay);  // finds no press after the delay, and holds the input
     m_window.PostMessage(WM_RBUTTONDOWN);
     m_window.PostMessage(WM_KEYUP);
     Pend(kDelay + 20);
@@ -274,7 +276,8 @@ TEST_F(StalledCallTest, OnlyInputMadeAfterTheDelayIsTakenOut)
     EXPECT_EQ(queue, (std::vector<UINT>{WM_KEYDOWN, WM_LBUTTONDOWN, WM_LBUTTONUP}));
 }
 
-// The default handling of a press on the frame would wait for a release, which is past.
+// The default handling of a press on the frame waits for the release. The release of a held press may be over
+// already.
 TEST_F(StalledCallTest, OfHeldPressesOnTheFrameOnlyTheCloseButtonsComesBack)
 {
     for (const WPARAM place : {WPARAM{HTCAPTION}, WPARAM{HTCLOSE}, WPARAM{HTBOTTOMRIGHT}}) {
@@ -305,7 +308,7 @@ TEST_F(StalledCallTest, TheQuestionGetsNoOlderInput)
     EXPECT_EQ(queueOfTheBox, std::vector<UINT>{});
     m_filter.SetStalledCallHandler(nullptr);
     EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN})
-        << "the older input comes back when the handler is removed";
+        << "the removal of the handler posts the older input again";
 }
 
 TEST_F(StalledCallTest, NoWaitsForAnotherDelay)
@@ -319,7 +322,7 @@ TEST_F(StalledCallTest, NoWaitsForAnotherDelay)
     EXPECT_EQ(m_user.m_boxes.size(), 1U);
     Sleep(350);
     Pend(5350);
-    EXPECT_EQ(m_user.m_boxes.size(), 1U) << "pressed too early, and nothing since";
+    EXPECT_EQ(m_user.m_boxes.size(), 1U) << "the only press came before the new delay had passed";
     m_window.PostMessage(WM_KEYDOWN);
     Pend(5350);
     EXPECT_EQ(m_user.m_boxes.size(), 2U);
@@ -428,7 +431,8 @@ TEST_F(StalledCallTest, DoesNotAskWhileItAsks)
     EXPECT_EQ(pending, DWORD{PENDINGMSG_WAITNOPROCESS});
     EXPECT_TRUE(IsRetryAfterShortWait(rejected));
     EXPECT_EQ(user.m_boxes.size(), 1U);
-    EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN}) << "input during the question belongs to its box";
+    EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN})
+        << "input during the question belongs to the message box";
 }
 
 TEST(OleMessageFilter, IsInPlaceBetweenRegisterAndRevoke)

@@ -10,7 +10,8 @@
 
 namespace {
 
-// A window that counts its paint messages and pressed keys, and stays invalid if told to.
+// A window that counts its paint messages and pressed keys. While m_staysInvalid is true, the window leaves
+// its region invalid.
 class CPaintedWindow : public CPlainWindow
 {
 public:
@@ -93,7 +94,7 @@ TEST(PaintingWait, AnswersSentMessages)
     EXPECT_NE(sent, 0);
 }
 
-// The end of the Windows session comes as a sent message. Here WM_APP stands for that message.
+// Windows announces the end of the session by a sent message. Here WM_APP takes the place of that message.
 TEST(PaintingWait, EndsWithTheSession)
 {
     class CSessionWindow : public CPlainWindow

@@ -20,7 +20,6 @@ class ProgressFileCopyTest : public testing::TestWithParam<const wchar_t*>
 protected:
     ProgressFileCopyTest() { m_progress = std::make_unique<CProgressFileCopy>(&m_owner, 0, 100, 0); }
 
-    // Clicks the cancel button.
     void PressCancel() const
     {
         ::SendMessageW(m_progress->GetDlgItem(IDCANCEL), BM_CLICK, 0, 0);
@@ -55,7 +54,7 @@ TEST_P(ProgressFileCopyTest, TheConstructorShowsTheBars)
     const HWND plain =
         CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(IDD_PROGRESS), nullptr, &IgnoreMessage, 0);
     for (const int id : {IDC_PROGRESS_FILE, IDC_PROGRESS_OVERALL}) {
-        EXPECT_FALSE(IsWindowVisible(GetDlgItem(plain, id))) << "the template hides the bars";
+        EXPECT_FALSE(IsWindowVisible(GetDlgItem(plain, id))) << "the dialog template hides the bars";
         EXPECT_TRUE(IsWindowVisible(m_progress->GetDlgItem(id)));
     }
     DestroyWindow(plain);
@@ -249,7 +248,7 @@ TEST_P(ProgressFileCopyTest, ThePumpLeavesTheEndOfTheProgramToTheLoopsFurtherOut
     EXPECT_EQ(message.wParam, 4U);
 }
 
-// The width of a text in the font of a line, in pixels.
+// The width of a text in the font of `line`, in pixels.
 int WidthOf(HWND line, const std::wstring& text)
 {
     const HDC dc = GetDC(line);
@@ -284,7 +283,7 @@ TEST_P(ProgressFileCopyTest, ALongPathIsFittedAndEndsWithTheFilesName)
         const HWND line = m_progress->GetDlgItem(id);
         const RECT client = ClientRectOf(line);
         EXPECT_LE(WidthOf(line, text), client.right);
-        EXPECT_GT(WidthOf(line, text), client.right / 2) << "more of the path would fit";
+        EXPECT_GT(WidthOf(line, text), client.right / 2) << "a longer part of the path would fit";
     }
 }
 

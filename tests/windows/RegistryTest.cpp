@@ -9,7 +9,7 @@
 
 namespace {
 
-// Each test has a key under HKEY_CURRENT_USER, which is removed at its end.
+// Each test has its own key under HKEY_CURRENT_USER. The destructor removes the key.
 class RegistryTest : public testing::Test
 {
 protected:
@@ -20,7 +20,8 @@ protected:
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
     }
 
-    // A new handle of the test's key. Each CRegistry needs its own, because it closes the handle.
+    // Returns a new handle of the test's key. Each CRegistry needs a handle of its own, because a successful
+    // access closes the handle.
     [[nodiscard]] UniqueKey Open() const
     {
         HKEY key = nullptr;
@@ -195,8 +196,8 @@ TEST_F(RegistryTest, AnyOtherRootIsClosedByTheFirstAccessThatOpensASubKey)
     EXPECT_FALSE(registry.WriteString(L"a", L"name", L"y"));
 }
 
-// Uses keys below SOFTWARE in HKEY_LOCAL_MACHINE. Windows keeps them separately for 32-bit and for 64-bit
-// programs.
+// Uses keys below SOFTWARE in HKEY_LOCAL_MACHINE. Windows keeps separate copies of these keys for 32-bit and
+// 64-bit programs.
 class RegistryViewTest : public testing::Test
 {
 protected:

@@ -18,7 +18,8 @@
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// The two resource libraries.
+// Tests of the two resource libraries, German and English: their dialogs, texts and images, and the format of
+// their files.
 
 namespace {
 
@@ -200,7 +201,8 @@ TEST_P(ResourcesTest, TheIconHasTheSizesOfTheShell)
     }
 }
 
-// A structure at an offset of the file's bytes.
+// Reads a structure at an offset in the file's bytes. Fails the test if the structure does not lie within the
+// bytes.
 template <class Structure>
 Structure At(const std::string& bytes, std::size_t offset)
 {
@@ -212,7 +214,7 @@ Structure At(const std::string& bytes, std::size_t offset)
     return structure;
 }
 
-// The file of a library.
+// The headers and sections of a library's file.
 class CPortableExecutable
 {
 public:
@@ -229,7 +231,7 @@ public:
 
     [[nodiscard]] DWORD DirectorySize(int directory) const { return Directory(directory).Size; }
 
-    // Whether the list of imported libraries is empty.
+    // Whether the library has no import table or an empty one.
     [[nodiscard]] bool ImportsNothing() const
     {
         const IMAGE_DATA_DIRECTORY imports = Directory(IMAGE_DIRECTORY_ENTRY_IMPORT);
@@ -245,7 +247,7 @@ public:
         return false;
     }
 
-    // The bytes of the sections that may be executed.
+    // The bytes of all sections that hold code or may be executed.
     [[nodiscard]] std::string ExecutableBytes() const
     {
         std::string code;
@@ -282,7 +284,8 @@ TEST_P(ResourcesTest, TheLibraryHoldsNoCodeAndImportsNothing)
     EXPECT_EQ(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT), 0U);
     EXPECT_EQ(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_TLS), 0U);
     EXPECT_NE(library.DirectorySize(IMAGE_DIRECTORY_ENTRY_RESOURCE), 0U);
-    // The linker puts two empty lists there, of constructors and of destructors: bytes 00 and FF.
+    // The linker puts an empty list of constructors and an empty list of destructors into such a section.
+    // Their bytes are 00 and FF.
     EXPECT_EQ(library.ExecutableBytes().find_first_not_of(std::string("\0\xFF", 2)), std::string::npos);
 }
 

@@ -14,7 +14,7 @@
 #include "tests/support/FailingFile.h"
 #include "tests/windows/ConversionRunTest.h"
 
-// What a run remembers of each row.
+// Tests of the record that a conversion run keeps about its rows and its end.
 
 namespace {
 
@@ -47,7 +47,7 @@ protected:
         return outcomes;
     }
 
-    // Makes the first call of a document's member fail. Later calls get the answer.
+    // Makes the first call of a member of the document run `failure`. Later calls run `answer`.
     void FailOnce(DISPID member, const CFakeDispatch::Handler& failure, const CFakeDispatch::Handler& answer)
     {
         m_document.On(member, [failed = false, failure, answer](FakeCall& call) mutable {
@@ -55,8 +55,8 @@ protected:
         });
     }
 
-    // Expects that a call in this step of the first row failed and SOLIDWORKS was loaded again, and that the
-    // second row was written without a problem.
+    // Expects that a call failed in this step of the first row, and that SOLIDWORKS was loaded again. Also
+    // expects that the second row was written without a problem.
     void ExpectLostIn(CadStep step)
     {
         EXPECT_EQ(m_record.end, RunEnd::finished);
@@ -155,7 +155,7 @@ TEST_F(RunRecordTest, OfTheValueThatASaveReturns)
     m_document.On(kSave, AnswerLong(17));
     Run(false);
     EXPECT_EQ(Cad(0).saveResult, 17);
-    // An object instead of the number that the interface promises.
+    // The server returns an object instead of the number that the interface promises.
     m_document.On(kSave, AnswerObject(&m_configuration));
     Run(false);
     EXPECT_EQ(Cad(0).saveResult, std::nullopt);
@@ -265,8 +265,8 @@ TEST_F(RunRecordTest, OfARunThatEndsWithTheSession)
     EXPECT_EQ(AllOutcomes(), (Outcomes{RowOutcome::copied, RowOutcome::notReached}));
 }
 
-// While the session ends, SOLIDWORKS is not loaded again. The record still names the end of the session as
-// the run's end, not the missing SOLIDWORKS.
+// While the session ends, SOLIDWORKS is not loaded again. The record gives the end of the session, not the
+// missing SOLIDWORKS, as the end of the run.
 TEST_F(RunRecordTest, OfACallThatFailsWhileTheSessionEnds)
 {
     AddRows(1);
@@ -306,11 +306,11 @@ TEST_F(RunRecordTest, OfFilesThatCannotBeCopied)
     EXPECT_EQ(AllOutcomes(), Outcomes(4, RowOutcome::notCopied));
     EXPECT_EQ(Row(0).reason,
               expected::SourceNotOpened(L"lib\\a1.sldprt", expected::FileMissing(L"lib\\a1.sldprt")));
-    EXPECT_EQ(L"box " + Row(1).reason, m_log.at(1)) << "what the user was shown";
+    EXPECT_EQ(L"box " + Row(1).reason, m_log.at(1)) << "the record holds the text that the user saw";
     EXPECT_NE(Row(1).reason.find(L"b2.sldprt"), std::wstring::npos);
     EXPECT_EQ(Row(2).reason, expected::NoFileName(L"..\\c.sldprt"));
     EXPECT_EQ(Row(3).reason, expected::NoFileName(L"..\\d.sldprt"))
-        << "recorded, although such a message is shown once per run only";
+        << "recorded, although this kind of message is shown only once per run";
 }
 
 // Makes every write to the map file fail.

@@ -33,8 +33,8 @@ protected:
         }
     }
 
-    // Takes a run of 2026-11-03 04:05 with the rows a1, a2 and so on. The rows in `notReached` were not
-    // reached, the others were copied.
+    // Hands over a run that began on 2026-11-03 at 04:05. Its rows are a1, a2 and so on. The rows with the
+    // numbers in `notReached` were not reached; the others were copied.
     void TakeRun(int rows, const std::vector<int>& notReached)
     {
         RunRecord run;
@@ -51,7 +51,7 @@ protected:
         m_commands.Take(std::move(run));
     }
 
-    // A run with the rows a1, a2 and so on, copied under these names.
+    // A run with the rows a1, a2 and so on, whose files were copied under these new names.
     [[nodiscard]] RunRecord CopiedTo(const Texts& names) const
     {
         RunRecord run;
@@ -84,7 +84,7 @@ protected:
         return rows;
     }
 
-    // The report's file name without its extension. It holds the start of the run.
+    // The report's file name without its extension. The name holds the date and time at which the run began.
     [[nodiscard]] static std::wstring ReportName()
     {
         return Text{L"Talvenor-Bericht-2026-11-03-0405", L"Talvenor-Report-2026-11-03-0405"}.Current();
@@ -113,7 +113,7 @@ TEST_P(RunReportCommandsTest, WithoutARunNothingIsPossible)
     EXPECT_FALSE(m_commands.CanSelectAttention(L""));
     TakeRun(0, {});
     EXPECT_TRUE(m_commands.HasRun());
-    EXPECT_EQ(NamesIn(m_temporary.Path()), Texts{}) << "nothing is written unasked";
+    EXPECT_EQ(NamesIn(m_temporary.Path()), Texts{}) << "no report is written before the user asks for it";
 }
 
 TEST_P(RunReportCommandsTest, WritesAndOpensAReport)
@@ -122,7 +122,8 @@ TEST_P(RunReportCommandsTest, WritesAndOpensAReport)
     m_commands.ShowReport(m_window.m_hWnd);
     const std::wstring path = InTemporaryFolder(ReportName() + L".html");
     EXPECT_EQ(m_shell.Take(), Texts{path});
-    EXPECT_EQ(m_shell.m_folder, InTemporaryFolder(L"")) << "the program's folder would stay in use";
+    EXPECT_EQ(m_shell.m_folder, InTemporaryFolder(L""))
+        << "a viewer that starts in the program's folder keeps that folder in use";
     const std::string page = ReadBytes(path);
     EXPECT_TRUE(page.starts_with("<!DOCTYPE html>"));
     EXPECT_TRUE(page.ends_with("</html>\n"));
@@ -182,7 +183,8 @@ TEST_P(RunReportCommandsTest, NamesAReportThatTheSystemCannotShow)
 TEST_P(RunReportCommandsTest, SelectsTheFailedRowsAndNoOthers)
 {
     TakeRun(4, {2, 4});
-    // The table has another order than the run, and a row that the run did not have.
+    // The rows of the table are in another order than those of the run. The row new.sldprt was not in the
+    // run.
     FillTable({L"a4.sldprt", L"a3.sldprt", L"new.sldprt", L"a2.sldprt"});
     m_table.SetItemState(1, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
     EXPECT_TRUE(m_commands.CanSelectAttention(L"c:\\LIB"));
@@ -210,7 +212,7 @@ TEST_P(RunReportCommandsTest, SelectsRowsWithWarningsOnlyIfNoneFailed)
 
 // Wine's list view scrolls by itself to a row that gets the focus. So under Wine this test does not notice a
 // missing scroll.
-TEST_P(RunReportCommandsTest, ShowsTheFirstOfThem)
+TEST_P(RunReportCommandsTest, ScrollsToTheFirstSelectedRow)
 {
     TakeRun(200, {150});
     Texts originals;
@@ -224,7 +226,7 @@ TEST_P(RunReportCommandsTest, ShowsTheFirstOfThem)
     EXPECT_GT(m_table.GetTopIndex() + m_table.GetCountPerPage(), 149);
 }
 
-TEST_P(RunReportCommandsTest, SaysHowManyOfThemAreNotInTheList)
+TEST_P(RunReportCommandsTest, SaysHowManyFailedRowsAreNotInTheList)
 {
     TakeRun(5, {2, 3, 5});
     FillTable({L"a1.sldprt", L"a3.sldprt"});
@@ -257,7 +259,8 @@ TEST_P(RunReportCommandsTest, BackslashesAtTheEndOfAFolderDoNotCount)
     EXPECT_TRUE(m_commands.CanSelectAttention(L"D:"));
 }
 
-// Uses the system's rules: its comparison of file names without letter case, and the map file's code page.
+// The warnings depend on two rules of the system: how it ignores letter case in file names, and the code page
+// of the map file.
 TEST_P(RunReportCommandsTest, WarnsByTheSystemsRules)
 {
     m_commands.Take(CopiedTo({L"Ängstrøm.sldprt", L"ÄNGSTRØM.sldprt", L"日.sldprt", L"€.sldprt"}));

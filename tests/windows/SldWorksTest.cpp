@@ -58,7 +58,7 @@ protected:
         m_classes.AddProgId(L"SldWorks.Application." + std::to_wstring(number), NewClassId());
     }
 
-    // Makes the version-independent name lead to a class with this ProgID.
+    // Registers a class with this ProgID as the class of the version-independent ProgID.
     void SetCurrent(const std::wstring& progId)
     {
         const CLSID classId = NewClassId();
@@ -80,7 +80,7 @@ TEST_F(InstalledVersionsTest, ListsVersions20To39AndFindsTheCurrentOne)
     {
         const char* what;
         std::vector<int> registered;
-        const wchar_t* current;  // the ProgID that the version-independent name leads to; null: none
+        const wchar_t* current;  // ProgID of the class of the version-independent ProgID; null: none
         std::vector<std::wstring> versions;
         int index;
     };

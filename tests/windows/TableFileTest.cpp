@@ -27,7 +27,8 @@ protected:
         return ReadTableFile(m_path);
     }
 
-    // The error and the file that it names; no error if nothing failed.
+    // The error code and the file name of the exception that the operation throws; ERROR_SUCCESS if there is
+    // none.
     template <class Operation>
     static Failure FailureOf(Operation operation)
     {
@@ -64,7 +65,7 @@ TEST_F(TableFileTest, ReadsUnicode)
 TEST_F(TableFileTest, ReadsTheAnsiCodePage)
 {
     constexpr int kBytes = 4;
-    const std::string bytes = "M\xFC;\x80";  // no UTF-8
+    const std::string bytes = "M\xFC;\x80";  // invalid as UTF-8
     std::wstring expected(kBytes, L'\0');
     EXPECT_EQ(MultiByteToWideChar(MapCodePage(), 0, bytes.c_str(), kBytes, expected.data(), kBytes), kBytes);
     EXPECT_EQ(Read(bytes), expected);

@@ -56,7 +56,7 @@ protected:
         return now;
     }
 
-    // Takes the last change back and makes it again. `before` is the state before the change.
+    // Undoes and redoes the only recorded change. `before` is the state before the change.
     void ExpectBothWays(const Snapshot& before)
     {
         const Snapshot after = Now();
@@ -137,7 +137,7 @@ TEST_F(TableRecorderTest, RestoresAnEmptiedTable)
 TEST_F(TableRecorderTest, RestoresAddedAndSortedRows)
 {
     const CUserSettingsScope settings;
-    m_list.SetItemText(0, kColumnOriginal, L"Z.sldprt");  // sorting moves it
+    m_list.SetItemText(0, kColumnOriginal, L"Z.sldprt");  // sorting moves the row to the end
     m_window.Focus(0);
     const Snapshot before = Now();
     m_recorder.ChangeRows([this] { m_list.AddFiles({L"a.sldprt", L"N_11.sldprt"}); });
@@ -218,7 +218,7 @@ TEST(TableRecorderScrollTest, ScrollsToTheFirstChangedRow)
     EXPECT_GT(list.GetTopIndex() + list.GetCountPerPage(), 150);
 }
 
-// Takes back a random sequence of changes step by step, and makes the changes again.
+// Undoes a random sequence of changes step by step, then redoes the changes.
 TEST_F(TableRecorderTest, RestoresEveryStepOfManyChanges)
 {
     std::minstd_rand random(1);

@@ -45,7 +45,8 @@
 #include "tests/windows/ConvListScopes.h"
 #include "tests/windows/FakeTaskbar.h"
 
-// The main dialog, run modally in this process in both languages, with the input of a user.
+// Tests of the main dialog. The dialog runs modally in this process, in both languages. The tests send the
+// input of a user.
 
 namespace {
 
@@ -57,7 +58,6 @@ constexpr char kMapHeader[] = "; Datei: x\r\n; y\r\n; z\r\n\r\n";
 // The rectangle that the system suggests to a window whose DPI has changed.
 constexpr RECT kSuggestedRect{10, 10, 900, 700};
 
-// The child windows of a window, at every depth.
 std::vector<HWND> Descendants(HWND window)
 {
     std::vector<HWND> found;
@@ -85,9 +85,9 @@ bool Shows(HWND window, const std::wstring& text)
     return false;
 }
 
-// Operates the dialogs that open above the main dialog, until the end of the scope. Calls `work` for each of
-// them, repeatedly until `work` returns true. A dialog that stays open for some nine seconds fails the test
-// and is cancelled.
+// Operates the dialogs that open above the main dialog, until the end of the scope. Calls `work` for each
+// dialog until `work` returns true. If a dialog stays open for about nine seconds, the test fails and the
+// dialog is cancelled.
 class CDialogUser
 {
 public:
@@ -101,7 +101,7 @@ public:
 
 private:
     static constexpr UINT kInterval = 30;  // milliseconds
-    static constexpr int kPatience = 300;  // looks at one dialog
+    static constexpr int kPatience = 300;  // looks at one dialog, at most
 
     // The topmost dialog other than the main and the progress dialog; null if there is none.
     static HWND Find()
@@ -153,7 +153,6 @@ bool ShowsA(HWND window, const wchar_t* windowClass)
     });
 }
 
-// Whether a top-level window is above another one.
 bool IsAbove(HWND window, HWND other)
 {
     for (HWND above = GetWindow(other, GW_HWNDPREV); above != nullptr;
@@ -209,8 +208,8 @@ std::wstring SelectedFolder(HWND dialog)
 }
 
 // Selects a folder in the system's folder picker and presses its default button. Cancels the picker if the
-// folder is empty. Returns false until the picker shows the folder as selected: while it fills its tree, it
-// forgets the selection.
+// folder is empty. Returns false until the picker shows the folder as selected, because the picker forgets a
+// selection while it fills its tree.
 bool PickFolder(HWND dialog, const std::wstring& folder)
 {
     if (folder.empty()) {
@@ -293,7 +292,6 @@ protected:
         m_dialog->SendMessage(WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(Item(id)));
     }
 
-    // Clicks a control with the mouse.
     void Click(int id) const
     {
         PostMessageW(Item(id), WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(3, 3));
@@ -320,7 +318,7 @@ protected:
         return count == 1 ? found : 0;
     }
 
-    // Types a folder and goes on to another control.
+    // Types a folder into the source folder field and moves the focus to another control.
     void TypeFolder(const std::wstring& folder, int nextControl = IDC_LIST) const
     {
         SetFocus(Item(IDC_SOURCE_DIR));
@@ -354,7 +352,7 @@ protected:
         return rows;
     }
 
-    // The texts of the message boxes since the last call. A suffix marks questions and other types than
+    // The texts of the message boxes since the last call. A suffix gives the type of a box unless the type is
     // MB_OK.
     [[nodiscard]] Texts TakeBoxes()
     {
@@ -433,7 +431,7 @@ TEST_P(TalvenorDlgTest, TheLibraryMayBeRegisteredFor32BitProgramsOnly)
     AddThreeParts();
     m_registry.RemoveLibrary();
     EXPECT_TRUE(m_registry.SetPartsFolder(m_parts, KEY_WOW64_32KEY));
-    const CDialogUser user(&Cancel);  // a first start that finds no folder asks for files
+    const CDialogUser user(&Cancel);  // without a folder, the first paint would ask for files
     Run([this] {
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts);
         EXPECT_EQ(Rows(), m_threeRows);
@@ -447,7 +445,7 @@ TEST_P(TalvenorDlgTest, ALibraryThatIsRegisteredFor64BitProgramsTakesPrecedence)
     Run([this] { EXPECT_EQ(TextOf(IDC_SOURCE_DIR), m_parts); });
 }
 
-// Tests what the program itself scales: Wine does not scale the dialog.
+// Tests only what the program itself scales, because Wine does not scale the dialog.
 TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
 {
     struct Scaling
@@ -456,8 +454,9 @@ TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
         int columnWidth;
         int imageWidth;
     };
-    // At 96 dpi columns begin with 175 pixels and images have 12. Each column width is rounded from the one
-    // before, so the last one is 176. Between the sizes of two bitmaps the smaller bitmap is used.
+    // At 96 dpi, columns start with a width of 175 pixels, and images are 12 pixels wide. Each new column
+    // width is the previous width scaled and rounded, so the last width is 176. Between the sizes of two
+    // bitmaps, the program uses the smaller bitmap.
     constexpr std::array kScalings{Scaling{120, 219, 15}, Scaling{144, 263, 18}, Scaling{168, 307, 18},
                                    Scaling{192, 351, 24}, Scaling{96, 176, 12}};
     Run([&] {
@@ -478,8 +477,8 @@ TEST_P(TalvenorDlgTest, ColumnsAndStateImagesFollowTheScaling)
     });
 }
 
-// During the default handling of WM_DPICHANGED, Windows resizes the dialog. Wine does not, so the test does.
-// The state that Windows would find then:
+// During the default handling of WM_DPICHANGED, Windows resizes the dialog. Wine does not, so the test
+// resizes the dialog. This is the state of the dialog before that resize:
 struct DuringScaling
 {
     MINMAXINFO limits{};
@@ -511,7 +510,7 @@ DuringScaling Scale(HWND dialog, WORD dpi)
     return std::exchange(g_duringScaling, std::nullopt).value();
 }
 
-// While the list view of Windows has state images, it keeps the height of its rows. Wine's always measures
+// The list view of Windows keeps its row height while it has state images. Wine's list view always measures
 // its rows again.
 TEST_P(TalvenorDlgTest, RowsGetTheirHeightAnewAtEachScaling)
 {
@@ -539,8 +538,8 @@ LRESULT CALLBACK NoteImagesAndFont(HWND window, UINT message, WPARAM wParam, LPA
     return DefSubclassProc(window, message, wParam, lParam);
 }
 
-// As far as is known, the list view of Windows measures its rows again when it gets a font. Wine's does when
-// it gets images.
+// As far as is known, the list view of Windows measures its rows again when it gets a font. Wine's list view
+// measures them again when it gets images.
 TEST_P(TalvenorDlgTest, TheListGetsItsFontAgainAfterImagesOfAnotherSize)
 {
     Run([&] {
@@ -567,7 +566,8 @@ TEST_P(TalvenorDlgTest, ColumnsAreScaledOnceEvenIfTheSystemDidIt)
 
 TEST_P(TalvenorDlgTest, EverythingIsReachableOnAScreenThatIsTooSmall)
 {
-    const CWorkAreaScope workArea({0, 0, 910, 472});  // of 1366 x 768 at 150 %, in pixels at 100 %
+    // The work area of a screen of 1366 x 768 pixels at 150 %, in pixels at 100 %.
+    const CWorkAreaScope workArea({0, 0, 910, 472});
     Run([&] {
         const RECT window = RectOf(m_dialog->m_hWnd);
         EXPECT_EQ(window.top, 0);
@@ -714,7 +714,7 @@ TEST_P(TalvenorDlgTest, TheSystemMenuLeadsToTheAboutBox)
             EXPECT_FALSE(m_dialog->IsWindowEnabled());
             return Cancel(dialog);
         });
-        // The low four bits belong to the system.
+        // Windows uses the low four bits of the command.
         m_dialog->SendMessage(WM_SYSCOMMAND, IDM_ABOUT + 3);
         EXPECT_EQ(title, expected::kAbout.Current());
         EXPECT_EQ(user.m_opened, 1);
@@ -749,7 +749,7 @@ TEST_P(TalvenorDlgTest, NoButtonWorksWhileTheFieldShowsARefusedFolder)
     Run([this] {
         TypeFolder(m_folder / L"no such folder");
         EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
-        Command(IDC_SELECT_ALL);  // by its mnemonic: the focus stays in the field
+        Command(IDC_SELECT_ALL);  // as by its mnemonic: the focus stays in the field
         EXPECT_EQ(TakeBoxes(), Texts{}) << "the user was told already";
         EXPECT_EQ(SelectedCount(), 0);
         SetFocus(Item(IDCANCEL));  // no message on the way to the Close button
@@ -790,7 +790,7 @@ TEST_P(TalvenorDlgTest, ACorrectedFolderLetsTheNextCommandThrough)
     });
 }
 
-// The end of the scrolling must not move the focus to the list again, or the folder is reported twice.
+// SB_ENDSCROLL must not move the focus to the list again: the program would report the folder twice.
 TEST_P(TalvenorDlgTest, AClickOnTheScrollBarReportsARefusedFolderOnce)
 {
     AddThreeParts();
@@ -806,8 +806,8 @@ TEST_P(TalvenorDlgTest, AClickOnTheScrollBarReportsARefusedFolderOnce)
     });
 }
 
-// The list view waits for the release of the mouse button, but the message box has taken it. A move of the
-// mouse ends that wait.
+// The list view waits for the release of the mouse button, but the message box has taken the release. A mouse
+// move ends the list view's wait.
 TEST_P(TalvenorDlgTest, ARightClickReportsARefusedFolderOnce)
 {
     AddThreeParts();
@@ -937,7 +937,7 @@ TEST_P(TalvenorDlgTest, AShareThatDoesNotExistIsReported)
     });
 }
 
-// Without its final backslash, this root is a device and no folder, like the root of a share.
+// Without its final backslash, this root is a device, not a folder. The root of a share is no folder either.
 TEST_P(TalvenorDlgTest, ARootThatOnlyTheVolumeQueryKnowsIsAcceptedAndNothingIsLoaded)
 {
     const std::wstring root = L"\\\\?\\C:";
@@ -967,7 +967,7 @@ TEST_P(TalvenorDlgTest, AFileIsAcceptedAsTheFolderAndNothingIsLoaded)
         EXPECT_EQ(TextOf(IDC_SOURCE_DIR), file);
         EXPECT_EQ(TextOf(IDC_MAPPED_DIR), file + L"\\Mapped");
         EXPECT_EQ(Rows(), Texts{});
-        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView()) << "no other view was shown";
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView()) << "the caption of the last view stays";
     });
 }
 
@@ -976,7 +976,7 @@ TEST_P(TalvenorDlgTest, AFileIsAcceptedAsTheFolderAndNothingIsLoaded)
 class FolderPickerTest : public TalvenorDlgTest
 {
 protected:
-    // Picks a folder by the browse button.
+    // Presses the browse button and picks the folder. Cancels the picker if the folder is empty.
     void Browse(const std::wstring& folder) const
     {
         const CDialogUser user([&](HWND dialog) {
@@ -1092,7 +1092,7 @@ TEST_P(FolderPickerTest, ACancelChangesNothing)
 class FileDialogTest : public TalvenorDlgTest
 {
 protected:
-    // Picks the files with these names by the add button. Cancels the dialog if there are no names.
+    // Presses the add button and picks the files with these names. Cancels the dialog if there are no names.
     void Add(const std::wstring& names) const
     {
         const CDialogUser user([&](HWND dialog) {
@@ -1104,7 +1104,8 @@ protected:
         EXPECT_EQ(user.m_opened, 1);
     }
 
-    // Types the path of a missing file. The system's dialog reports the file as missing and stays open.
+    // Types the path of a missing file. Expects that the system's dialog reports the file as missing and
+    // stays open.
     void ExpectRefused(const std::wstring& path) const
     {
         Texts titles;
@@ -1120,8 +1121,8 @@ protected:
 
 IN_BOTH_LANGUAGES(FileDialogTest);
 
-// Windows may refuse the text in the buffer as a file name, and then opens no dialog. Wine never refuses it,
-// so the test plays Windows.
+// If Windows refuses the text in the buffer as a file name, Windows opens no dialog. Wine never refuses the
+// text, so the functions below act as Windows does.
 DWORD g_fileDialogError = 0;
 Texts g_bufferTexts;
 decltype(&::GetOpenFileNameW) g_getOpenFileName = nullptr;
@@ -1174,8 +1175,8 @@ TEST_P(FileDialogTest, FilesOfTheSameFolderAreAddedAsAChange)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-// The working folder of a running process cannot be renamed or deleted, so the file dialog must not change
-// it.
+// The working folder of a running process cannot be renamed or deleted. So the file dialog must not make a
+// folder of the user the working folder.
 TEST_P(FileDialogTest, TheWorkingFolderStays)
 {
     AddThreeParts();
@@ -1266,7 +1267,7 @@ protected:
         SetKeyboardState(before.data());
     }
 
-    // Picks a file in the file dialog of a command. The dialog has this title.
+    // Performs a command that opens a file dialog, expects the dialog's title, and picks a file.
     void PickTable(int command, const Text& title, const std::wstring& path) const
     {
         const CDialogUser user([&](HWND dialog) {
@@ -1324,7 +1325,7 @@ TEST_P(TableCommandsOfTheDialogTest, EachCommandIsTakenBackAndMadeAgain)
             now.push_back(TextOf(IDC_STATUS_FRAME));
             EXPECT_EQ(now, *state);
         }
-        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView()) << "nothing is changed any more";
+        EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView()) << "no change is left to mark";
         for (auto state = states.begin() + 1; state != states.end(); ++state) {
             PressWithCtrl('Y');
             Texts now = Rows();
@@ -1335,8 +1336,8 @@ TEST_P(TableCommandsOfTheDialogTest, EachCommandIsTakenBackAndMadeAgain)
     EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
 }
 
-// The reloaded rows equal those before the change. So a Redo would be possible if the program had not
-// forgotten the change.
+// The reloaded rows equal the rows before the change. So Redo would be possible if the program remembered the
+// change.
 TEST_P(TableCommandsOfTheDialogTest, AReloadForgetsTheChanges)
 {
     AddThreeParts();
@@ -1365,8 +1366,8 @@ TEST_P(TableCommandsOfTheDialogTest, AReloadForgetsTheChanges)
     });
 }
 
-// The run leaves nothing of the deleted row, so an Undo would be possible if the program had not forgotten
-// the change.
+// The run cannot change a row that is deleted. So Undo would be possible if the program remembered the
+// deletion.
 TEST_P(TableCommandsOfTheDialogTest, ARunForgetsTheChanges)
 {
     AddThreeParts();
@@ -1415,7 +1416,8 @@ TEST_P(TableCommandsOfTheDialogTest, NamesGoToAFileAndBack)
     Run([&] {
         PickTable(IDM_EXPORT, expected::kExportTable, path);
         std::string bytes = ReadBytes(path);
-        const bool semicolons = bytes.find(';') != std::string::npos;  // as the regional settings say
+        // The regional settings choose the separator.
+        const bool semicolons = bytes.find(';') != std::string::npos;
         std::ranges::replace(bytes, ';', ',');
         EXPECT_EQ(bytes, "\xEF\xBB\xBF" + headers +
                              "\r\nN_ISO_1_a.sldprt,1_a.sldprt,a-1\r\nN_ISO_2_b.sldprt,2_b.sldprt,b-2\r\n"
@@ -1478,7 +1480,7 @@ TEST_P(TableCommandsOfTheDialogTest, AFileThatCannotBeReadIsReported)
 
 // The end of the window
 
-// The window to which the system sends requests for the viewer of old help files.
+// Takes the place of the viewer of old help files: the system sends its requests to a window of this class.
 class CHelpViewer : public CPlainWindow
 {
 public:
@@ -1503,7 +1505,7 @@ protected:
 TEST_P(TalvenorDlgTest, TheHelpViewerGetsARequestToQuit)
 {
     if (!UnderWine()) {
-        GTEST_SKIP() << "skipped: how this system tells its help viewer is known of Wine only";
+        GTEST_SKIP() << "skipped: only Wine's way to notify the help viewer is known";
     }
     const CHelpViewer viewer;
     HWND window = nullptr;
@@ -1585,7 +1587,7 @@ TEST_P(TalvenorDlgTest, AllRowsAreRemovedAfterAYes)
         EXPECT_EQ(List().GetItemCount(), 0);
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), FolderView() + Changed());
         Press(IDC_REMOVE_ALL);
-        EXPECT_EQ(TakeBoxes(), Texts{}) << "nothing to ask about";
+        EXPECT_EQ(TakeBoxes(), Texts{}) << "an empty list needs no question";
     });
 }
 
@@ -1699,7 +1701,7 @@ TEST_P(TalvenorDlgTest, EnterPressesTheClickedButtonOrElseTheDefaultOne)
         DrainMessages();
         EXPECT_EQ(GetFocus(), Item(IDC_ADD));
         EXPECT_EQ(DefaultButton(), IDC_ADD);
-        List().PostMessage(WM_VSCROLL, SB_LINEDOWN);  // scrolling takes the focus to the list
+        List().PostMessage(WM_VSCROLL, SB_LINEDOWN);  // scrolling moves the focus to the list
         DrainMessages();
         EXPECT_EQ(GetFocus(), Item(IDC_LIST));
         EXPECT_EQ(DefaultButton(), IDC_START);
@@ -1816,12 +1818,13 @@ TEST_P(TalvenorDlgTest, TheOverwriteQuestionIsNormalisedAsAWhole)
     SetPartsFolder(m_parts + L"\\");
     Run([this] {
         SetFocus(Item(IDC_LIST));
-        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "without its backslash the folder is another one";
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()})
+            << "without its backslash, the folder counts as another";
         Press(IDC_START);
         EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
     });
-    // The whole question is normalised like a path. Two backslashes become one, also those of a network path:
-    // they would stay only at the start of the question.
+    // The whole question is normalised like a path: each double backslash becomes a single backslash. Only at
+    // the start of the question would the double backslash of a network path stay.
     SetPartsFolder(L"\\\\?\\" + m_parts);
     Run([this] {
         EXPECT_EQ(Rows(), Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one"});
@@ -1834,8 +1837,8 @@ TEST_P(TalvenorDlgTest, TheMappedFolderIsMadeBeforeTheAnswerCounts)
 {
     WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
     m_answer = IDNO;
-    // The question needs a map file, and so the folder. The test removes the folder while the question is
-    // open.
+    // The program asks only if there is a map file, so the folder exists at first. The test removes the
+    // folder while the question is open.
     m_onBox = [this] { std::filesystem::remove_all(m_parts + L"\\Mapped"); };
     Run([this] { Press(IDC_START); });
     EXPECT_EQ(TakeBoxes(), Texts{OverwriteQuestion(m_parts + L"\\Mapped")});
@@ -1870,7 +1873,7 @@ TEST_P(TalvenorDlgTest, AFolderThatIsBeingConvertedElsewhereIsRefused)
         EXPECT_EQ(TakeBoxes(), Texts{Finished()});
         Press(IDC_START);
         EXPECT_EQ(TakeBoxes(), (Texts{OverwriteQuestion(m_parts + L"\\Mapped"), Finished()}))
-            << "the run has freed the folder";
+            << "the run has unlocked the folder";
     });
 }
 
@@ -1889,7 +1892,8 @@ TEST_P(TalvenorDlgTest, TheReportNeedsARun)
         Press(IDC_START);
         EXPECT_TRUE(IsWindowEnabled(Item(IDC_REPORT)));
         EXPECT_EQ(TakeBoxes(), Texts{Finished()});
-        EXPECT_EQ(NamesIn(m_folder.Path()), Texts{L"parts"}) << "nothing is written unasked";
+        EXPECT_EQ(NamesIn(m_folder.Path()), Texts{L"parts"})
+            << "no report is written before the user asks for it";
         Press(IDC_REPORT);
         const Texts opened = shell.Take();
         ASSERT_EQ(opened.size(), 1U);
@@ -1919,12 +1923,12 @@ TEST_P(TalvenorDlgTest, TheReportCanBeReadWhileTheFolderIsRefused)
     });
 }
 
-TEST_P(TalvenorDlgTest, TheRowsThatNeedAttentionAreSelectedAndMarked)
+TEST_P(TalvenorDlgTest, TheRowsThatNeedAttentionAreSelected)
 {
     AddThreeParts();
     Run([this] {
         Command(IDM_SELECT_ATTENTION);
-        EXPECT_EQ(SelectedCount(), 0) << "there was no run";
+        EXPECT_EQ(SelectedCount(), 0) << "no run has taken place yet";
         std::filesystem::remove(m_parts + L"\\N_ISO_2_b.sldprt");
         Press(IDC_COPY_ONLY);
         Press(IDC_START);
@@ -1961,7 +1965,7 @@ protected:
         AddThreeParts();
     }
 
-    // Sends everything that a user or another program can send to the dialog.
+    // Sends the dialog commands and messages of all kinds, as a user or another program may.
     void TryEverything()
     {
         m_dialog->SetDlgItemText(IDC_SOURCE_DIR, L"Q:\\no such folder");
@@ -2005,7 +2009,8 @@ protected:
     {
         SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
     }
-    // Types with real input, which goes to the window that has the focus when the input leaves the queue.
+    // Presses Enter by real input. The input goes to the window that has the focus when the input leaves the
+    // queue.
     static void TypeEnter()
     {
         INPUT down{};
@@ -2028,8 +2033,7 @@ protected:
         up.mi.dwFlags = MOUSEEVENTF_LEFTUP;
         Send({down, up});
     }
-    // Expects that Enter and a click take effect. Needs a map file and a user who answers every question with
-    // No.
+    // Expects that Enter and a click take effect. Needs a map file, and No as the answer to every question.
     void ExpectInputArrives()
     {
         TypeEnter();
@@ -2184,7 +2188,7 @@ TEST_P(BusyDialogTest, TheEndOfTheSessionLetsTheCurrentRowFinishAndShowsNoMessag
         EXPECT_EQ(List().CountPendingRows(), 2);
         EXPECT_TRUE(m_dialog->IsWindowEnabled());
         EXPECT_EQ(m_dialog->SendMessage(WM_QUERYENDSESSION), TRUE) << "the run has ended";
-        EXPECT_FALSE(CWinApp::IsSessionEnding()) << "the next run goes to its end if the session stays";
+        EXPECT_FALSE(CWinApp::IsSessionEnding()) << "if the session stays open, the next run is not stopped";
     });
     EXPECT_EQ(m_log.back(), L"application Exit method");
 }
@@ -2208,7 +2212,7 @@ TEST_P(BusyDialogTest, ClosesForASetupProgramWhenNothingRuns)
     Run([&] {
         EXPECT_EQ(m_dialog->SendMessage(WM_QUERYENDSESSION, 0, ENDSESSION_CLOSEAPP), TRUE);
         m_dialog->SendMessage(WM_ENDSESSION, FALSE, ENDSESSION_CLOSEAPP);
-        EXPECT_FALSE(m_dialog->IsEnding()) << "another program has refused";
+        EXPECT_FALSE(m_dialog->IsEnding()) << "another program has refused to close";
         m_dialog->SendMessage(WM_ENDSESSION, TRUE, ENDSESSION_CLOSEAPP);
         EXPECT_TRUE(m_dialog->IsEnding());
     });
@@ -2241,7 +2245,7 @@ TEST_P(BusyDialogTest, AnEndOfTheSessionDespiteTheRefusalEndsTheRunToo)
     });
 }
 
-// A handler that counts its questions.
+// A handler that counts how often the filter asks its question.
 class CCountingHandler : public CStalledCallHandler
 {
 public:
@@ -2255,7 +2259,8 @@ public:
     [[nodiscard]] bool GiveUp() override { return false; }
 };
 
-// A real click: the system discards it and sends WM_SETCURSOR.
+// When the user clicks on a disabled window, the system discards the click and sends WM_SETCURSOR. So the
+// test clicks with real input.
 TEST_P(BusyDialogTest, AClickOnTheDisabledWindowMakesAStalledCallAsk)
 {
     COleMessageFilter& filter = CWinApp::Get()->GetMessageFilter();
@@ -2280,13 +2285,13 @@ TEST_P(BusyDialogTest, AClickOnTheDisabledWindowMakesAStalledCallAsk)
     });
 }
 
-// The taskbar button and the flashing window.
+// Tests of the taskbar button and of the flashing window.
 class TaskbarTest : public BusyDialogTest
 {
 protected:
     using Calls = std::vector<std::string>;
 
-    // Runs the dialog like Run, with a button that the shell has made.
+    // Runs the dialog like Run, with a taskbar button that the shell has made.
     void RunWithButton(const std::function<void()>& work)
     {
         Run([&] {
@@ -2297,8 +2302,8 @@ protected:
         });
     }
 
-    // The calls on the taskbar since the last call, "flash" for a flashing window, and "box" for a message
-    // box.
+    // The calls on the taskbar object since the last TakeCalls. "flash" stands for a flash of the window,
+    // "box" for a message box.
     [[nodiscard]] Calls TakeCalls() { return std::exchange(m_calls, {}); }
 
     void SetUp() override
@@ -2355,11 +2360,12 @@ TEST_P(TaskbarTest, ShowsThatARunWasAborted)
     EXPECT_EQ(TakeBoxes().size(), 2U);
 }
 
-// The view after a cancelled run.
+// Tests of the view after a cancelled run.
 class CancelledRunTest : public BusyDialogTest
 {
 protected:
-    // Cancels a run at its first part. Calls the function while the message about the cancelled run is open.
+    // Starts a run and cancels it at its first part. Calls `whileToldSo` while the message about the
+    // cancelled run is open.
     void RunAndCancel(const std::function<void()>& whileToldSo)
     {
         m_application.On(kOpenDocument, [](FakeCall& call) {
@@ -2411,12 +2417,13 @@ TEST_P(CancelledRunTest, ShowsTheFolderWhenTheMapFileIsGone)
     });
 }
 
-// The first paint happens once per process, so each of these tests starts a process.
+// Only the first paint in a process reports a missing input folder, so each of these tests runs in a process
+// of its own.
 
 class FirstPaintTest : public TalvenorDlgTest
 {
 protected:
-    // Runs the current test in a new process. Returns true in that process and false in this one.
+    // Returns true in the new process. Otherwise runs the current test in a new process and returns false.
     [[nodiscard]] static bool IsInOwnProcess()
     {
         if (std::getenv(kInOwnProcess) != nullptr) {
@@ -2459,7 +2466,8 @@ TEST_P(FirstPaintTest, ReportsAMissingInputFolderAndAsksForFilesOnce)
     };
     for (int i = 0; i < 2; ++i) {
         Run(expectFallback);
-        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "without its backslash the folder is another one";
+        EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()})
+            << "without its backslash, the folder counts as another";
     }
 }
 
@@ -2503,11 +2511,13 @@ TEST_P(FirstPaintTest, IsSilentWhereTheInputFolderIsSet)
     }
     const CDialogUser user(&Cancel);
     Run([] {});
-    // Only the first paint of a process checks the folder.
+    // Only the first paint in a process reports a missing input folder. The dialog above has used up that
+    // paint.
     m_registry.RemovePartsFolder();
     Run([this] { EXPECT_EQ(TextOf(IDC_SOURCE_DIR), L"c:\\"); });
     EXPECT_EQ(user.m_opened, 0);
-    EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()}) << "asked when the Close button takes the focus";
+    EXPECT_EQ(TakeBoxes(), Texts{ChangeQuestion()})
+        << "the question comes when the Close button takes the focus";
 }
 
 // The status line
@@ -2523,7 +2533,7 @@ protected:
                                 {std::to_wstring(rows), std::to_wstring(pending), std::to_wstring(selected)});
     }
 
-    // Expects the text as soon as the queue is empty.
+    // Expects the text in the status line once the messages in the queue and the idle work are done.
     void ExpectStatus(const std::wstring& text) const
     {
         DrainMessages();
@@ -2539,14 +2549,15 @@ protected:
     }
 
     [[nodiscard]] int FocusedRow() const { return List().GetNextItem(-1, LVNI_FOCUSED); }
-    // The row that alone is selected and has the focus; -1 if there is none.
+    // The row that has the focus and is the only selected row; -1 if there is none.
     [[nodiscard]] int OnlySelectedRow() const
     {
         const int row = List().GetNextItem(-1, LVNI_SELECTED);
         return SelectedCount() == 1 && row == FocusedRow() ? row : -1;
     }
 
-    // Three rows. The new names of the first and the third differ in letter case only.
+    // Writes a map file with three rows. The new names of the first and the third row differ only in letter
+    // case.
     void WriteProblems() const
     {
         WriteMapFile(
@@ -2656,11 +2667,11 @@ TEST_P(FindBarTest, GoesToTheNextRowThatHoldsTheTextInAnyColumn)
     Run([&] {
         OpenByKey();
         Find(L"_B.SLD");
-        EXPECT_EQ(OnlySelectedRow(), 1) << "original name, letter case aside";
+        EXPECT_EQ(OnlySelectedRow(), 1) << "original name; letter case is ignored";
         Find(L"3_c.s");
         EXPECT_EQ(OnlySelectedRow(), 2) << "new name";
         Find(L"a-1");
-        EXPECT_EQ(OnlySelectedRow(), 0) << "BOM name, from the top again";
+        EXPECT_EQ(OnlySelectedRow(), 0) << "BOM name; the search starts again at the top";
         Find(L"ISO");
         EXPECT_EQ(OnlySelectedRow(), 0) << "the focused row first";
         EXPECT_EQ(GetFocus(), Item(IDC_FIND));
@@ -2687,7 +2698,7 @@ TEST_P(FindBarTest, EnterAndF3GoOnAndWithShiftBack)
         }
         PressKeyIn(IDC_FIND, VK_ESCAPE);
         PressKeyIn(IDC_LIST, VK_F3);
-        EXPECT_EQ(OnlySelectedRow(), 2) << "with the text that was looked for";
+        EXPECT_EQ(OnlySelectedRow(), 2) << "F3 uses the last text of the field";
         EXPECT_FALSE(IsOpen());
         EXPECT_EQ(FindProgress(), nullptr) << "no conversion was started";
         EXPECT_EQ(TakeBoxes(), Texts{});
@@ -2702,7 +2713,8 @@ TEST_P(FindBarTest, SaysWhatIsNotFoundWithoutABox)
         const CAnnouncementWatch watch;
         Find(L"x%1x");
         DrainMessages();
-        EXPECT_EQ(watch.Take(), std::vector<HWND>{Item(IDC_STATUS_TEXT)}) << "screen readers say it";
+        EXPECT_EQ(watch.Take(), std::vector<HWND>{Item(IDC_STATUS_TEXT)})
+            << "screen readers announce the text";
         constexpr Text kNotFound{L"'x%1x' kommt nicht vor.", L"'x%1x' is not in the list."};
         ExpectStatus(kNotFound.Current());
         EXPECT_EQ(OnlySelectedRow(), 0);
@@ -2726,8 +2738,8 @@ TEST_P(FindBarTest, F3WithoutATextOpensTheField)
 class MoreMenuTest : public FindBarTest
 {
 protected:
-    // Opens the menu and notes which commands are possible. Then chooses one by its mnemonic, or closes the
-    // menu by VK_ESCAPE.
+    // Opens the menu and notes in m_possible which commands are possible. Then chooses the command with this
+    // mnemonic; VK_ESCAPE closes the menu.
     void Choose(WPARAM mnemonic)
     {
         int looks = 0;
@@ -2805,7 +2817,7 @@ TEST_P(MoreMenuTest, PerformsTheChosenCommand)
         EXPECT_EQ(Rows().size(), 2U);
         Choose(g_nLanguage != 0 ? L'r' : L'u');
         EXPECT_EQ(Rows(), m_threeRows);
-        EXPECT_EQ(GetFocus(), List().m_hWnd) << "Ctrl+Y must work next";
+        EXPECT_EQ(GetFocus(), List().m_hWnd) << "Ctrl+Y works only while the list has the focus";
     });
 }
 
@@ -2823,8 +2835,8 @@ TEST_P(TalvenorDlgTest, FilesOfASearchAreNotAdded)
     });
 }
 
-// Files that are dropped. No acceptance test drops any: the message names memory of the window's own process,
-// and a message that another process posts is not translated under Wine.
+// Dropped files. No acceptance test drops files: WM_DROPFILES names memory of the window's own process. Wine
+// does not translate the message when another process posts it.
 
 class DropTest : public TalvenorDlgTest
 {
@@ -2927,7 +2939,8 @@ TEST_P(DropTest, ABackslashAtTheEndOfTheFolderDoesNotCount)
     });
 }
 
-// A root keeps no backslash either, so every path below it has just one.
+// The program removes the backslash of a root, too. So each path below the root has a single backslash after
+// the drive.
 TEST_P(DropTest, TheRootOfADriveIsAFolder)
 {
     AddThreeParts();

@@ -53,7 +53,8 @@ TEST_F(TaskbarProgressTest, ShowsProgressAndClearsIt)
     EXPECT_EQ(Take(), Calls{"none"});
 }
 
-// A copy-only run counts rows that are not pending, too.
+// A copy-only run also counts finished rows that are not pending, but its total is the number of pending
+// rows.
 TEST_F(TaskbarProgressTest, IsNeverMoreThanTheWhole)
 {
     CreateButton();
@@ -114,7 +115,7 @@ TEST(FlashInBackground, FlashesFiveTimesWhenAnotherProgramIsInFront)
     EXPECT_EQ(flashes[0].hwnd, window.m_hWnd);
     EXPECT_EQ(flashes[0].dwFlags, DWORD{FLASHW_ALL});
     EXPECT_EQ(flashes[0].uCount, 5U);
-    EXPECT_EQ(flashes[0].dwTimeout, 0U) << "the rate of the cursor";
+    EXPECT_EQ(flashes[0].dwTimeout, 0U) << "0 stands for the blink rate of the cursor";
     const CPlainWindow box;
     watch.m_inFront = box.m_hWnd;
     FlashInBackground(window.m_hWnd);

@@ -1,4 +1,4 @@
-// What keeps the tests away from the keys of the machine on which they run.
+// Tests of the test support that protects the machine's own registry keys.
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ TEST(OwnRegistryTest, TheProgramFindsTheTestsValuesInBothViews)
     EXPECT_EQ(PartsFolder(KEY_WOW64_32KEY), L"C:\\32");
 }
 
-// Windows opens a predefined key again after it was closed, without a redirection by RegOverridePredefKey.
+// Once a predefined key is closed, Windows reopens the key without its redirection by RegOverridePredefKey.
 TEST(OwnRegistryTest, OutlastsTheClosingOfThePredefinedKeys)
 {
     const CZelmarRegistry registry;
@@ -114,7 +114,8 @@ TEST(OwnRegistryTest, ARegisteredCadSystemIsHiddenUnlessATestHasMadeIt)
     EXPECT_FALSE(CRegistry(HKEY_CLASSES_ROOT).ReadString(progId + L"\\CLSID", L"", classId));
 }
 
-// A key of the test's own in place of the product's, with values as those of a real library.
+// The test's own key takes the place of the product's key and holds values like those of an installed
+// library.
 class KeysAsideTest : public testing::Test
 {
 protected:
@@ -158,7 +159,7 @@ protected:
         EXPECT_TRUE(HasRealKeys());
         EXPECT_EQ(Asides(), std::vector<std::wstring>{});
     }
-    // The names of the keys that are put aside.
+    // The names of the keys that hold the values put aside.
     [[nodiscard]] std::vector<std::wstring> Asides() const
     {
         HKEY software = nullptr;
@@ -173,7 +174,7 @@ protected:
         }
         return found;
     }
-    // Puts the keys aside and never back, as a killed test.
+    // Puts the keys aside and never restores them, like a killed test.
     void PutAsideForGood() const
     {
         static std::vector<CKeysAside*> never;
@@ -264,7 +265,7 @@ TEST_F(KeysAsideTest, KeysThatAppearedSinceAreNotOverwritten)
     Write(m_product + L"\\Tools", L"Setting", L"installed since");
     EXPECT_THROW(Restore(), std::runtime_error);
     EXPECT_EQ(Setting(), L"installed since");
-    EXPECT_EQ(Asides().size(), 1U) << "the others are still there";
+    EXPECT_EQ(Asides().size(), 1U) << "the values put aside are still there";
 }
 
 TEST(ScratchClassKeyTest, AKeyOfAnotherProgramIsLeftAlone)

@@ -11,7 +11,8 @@
 #include "tests/support/StartProgram.h"
 #include "tests/support/TestScopes.h"
 
-// Copies waitingprogram.exe to a path that no other process runs from. Returns the path.
+// Copies waitingprogram.exe into a folder of the test. Returns the path of the copy. No process of another
+// test runs from that path.
 inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wstring& name = L"server.exe")
 {
     const std::wstring copy = folder / name;
@@ -19,14 +20,14 @@ inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wst
     return copy;
 }
 
-// Runs waitingprogram.exe or another program; the destructor terminates the process. Its parent is this
-// process, so CServerProcess regards it as started by COM.
+// Runs waitingprogram.exe or another program; the destructor terminates the process. CServerProcess treats a
+// child of this process as started by COM.
 class CWaitingProcess
 {
 public:
     explicit CWaitingProcess(const std::wstring& image) : m_program(StartProgram(L"\"" + image + L"\""))
     {
-        // Waits until the process has a message queue to post to.
+        // Waits until the process has a message queue to post to, at most 10 seconds.
         WaitForInputIdle(m_program.process.get(), 10'000);
     }
     CWaitingProcess(CWaitingProcess&&) = default;

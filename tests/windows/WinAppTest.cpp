@@ -11,7 +11,7 @@
 
 namespace {
 
-// Records which posted messages reach the window.
+// Records in m_messages which of the messages in m_wanted reach the window.
 class CNotingWindow : public CPlainWindow
 {
 public:
@@ -44,7 +44,7 @@ TEST(WinApp, DropsPendingInputAndNothingElse)
     EXPECT_EQ(window.m_messages, (std::vector<UINT>{WM_SYSCOMMAND, WM_COMMAND, WM_APP}));
 }
 
-// Calls PumpPendingMessage `count` times. Returns the messages that reached the window.
+// Calls PumpPendingMessage `count` times. Returns the wanted messages that have reached the window.
 std::vector<UINT> TakesOf(const CNotingWindow& window, std::size_t count)
 {
     for (std::size_t take = 0; take < count; ++take) {
@@ -61,12 +61,12 @@ TEST(WinApp, TakesAnEscapeFirstAndAClickNext)
     for (const UINT message : window.m_wanted) {
         window.PostMessage(message, VK_ESCAPE);
     }
-    const std::size_t takes = window.m_wanted.size() + 1;  // the key makes a WM_CHAR
+    const std::size_t takes = window.m_wanted.size() + 1;  // WM_KEYDOWN is translated to an extra WM_CHAR
     EXPECT_EQ(TakesOf(window, takes),
               (std::vector<UINT>{WM_KEYDOWN, WM_LBUTTONDOWN, WM_LBUTTONUP, WM_KEYUP, WM_APP, WM_MOUSEMOVE}));
 }
 
-TEST(WinApp, AClickCountsAtTheSecondTakeAlsoBehindKeys)
+TEST(WinApp, AClickIsCompleteAtTheSecondTakeDespiteEarlierKeys)
 {
     CNotingWindow window;
     DrainMessages();
@@ -79,7 +79,7 @@ TEST(WinApp, AClickCountsAtTheSecondTakeAlsoBehindKeys)
     EXPECT_EQ(TakesOf(window, 4), (std::vector<UINT>{WM_LBUTTONDOWN, WM_LBUTTONUP, WM_KEYDOWN, WM_KEYDOWN}));
 }
 
-// A handler that is never asked.
+// A handler that the tests install but never call.
 class CSilentHandler : public CStalledCallHandler
 {
 public:
@@ -87,7 +87,7 @@ public:
     [[nodiscard]] bool GiveUp() override { return false; }
 };
 
-// The handler of stalled calls until the end of the scope.
+// Installs a handler of stalled calls until the end of the scope.
 class CHandlerScope
 {
 public:
@@ -138,7 +138,7 @@ TEST(WinApp, AMessageBoxDuringARunGetsNoEarlierKey)
     }
     EXPECT_EQ(keysDuringTheBox, 0U);
     CWinApp::PumpPendingMessage();
-    EXPECT_EQ(window.m_messages.size(), 1U) << "the key comes back with the next message that is taken";
+    EXPECT_EQ(window.m_messages.size(), 1U) << "PumpPendingMessage posts the held key again";
 }
 
 TEST(WinApp, KeepsTheEndOfTheProgramWhenItDropsInput)

@@ -20,7 +20,7 @@ constexpr UINT kFail = WM_APP + 2;
 constexpr int kButton = 501;
 constexpr int kOther = 502;
 
-// A window with a small message map. It logs the handlers that run.
+// A window with a small message map. All handlers but OnSetText log their calls in m_log.
 class CTableWindow : public CWnd
 {
 public:
@@ -74,7 +74,7 @@ private:
     void OnKillFocus() { m_log.push_back("kill focus"); }
 };
 
-// Bound to a top-level window.
+// A CTableWindow that is bound to a top-level window.
 class CTopTableWindow : public CTableWindow
 {
 public:
@@ -157,7 +157,7 @@ TEST(Wnd, AWindowDestroyedWithItsParentIsUnbound)
     EXPECT_EQ(window.m_log, std::vector<std::string>{"gone"});
 }
 
-// Owns itself, as a cell editor does.
+// Deletes itself when its window is destroyed, as a cell editor does.
 class CSelfOwned : public CWnd
 {
 public:
@@ -185,7 +185,7 @@ TEST(Wnd, AnObjectMayDeleteItselfInAHandler)
     int alive = 0;
     for (int round = 0; round < 3; ++round) {
         const HWND control = plain.AddControl(L"EDIT", kButton);
-        auto* const window = new CSelfOwned(alive);  // deletes itself with its window
+        auto* const window = new CSelfOwned(alive);  // the window deletes the object
         ASSERT_TRUE(window->SubclassWindow(control));
         EXPECT_EQ(alive, 1);
         EXPECT_EQ(SendMessageW(control, kAsk, 0, 0), 33);
@@ -235,7 +235,7 @@ TEST(Wnd, CommandHandlersAreFoundByIdAndNotification)
     EXPECT_EQ(window.m_log, (std::vector<std::string>{"button", "kill focus"}));
 }
 
-// A control that handles one of its notifications.
+// A control that itself handles one of its notifications.
 class CReflecting : public CListCtrl
 {
 public:
@@ -274,21 +274,22 @@ TEST(Wnd, ANotificationReachesTheControlBeforeTheParent)
     EXPECT_EQ(send(control, LVN_ENDLABELEDITW), 12);
     EXPECT_EQ(list.m_answered, 1);
     EXPECT_TRUE(window.m_log.empty());
-    // The parent handles other notifications, and those of windows without an object.
+    // The parent handles the control's other notifications. The parent also handles those of windows without
+    // an object.
     EXPECT_EQ(send(control, NM_CLICK), 21);
     list.UnsubclassWindow();
     EXPECT_EQ(send(control, LVN_ENDLABELEDITW), 21);
     EXPECT_EQ(send(nullptr, LVN_ENDLABELEDITW), 21);
-    EXPECT_EQ(send(control, NM_DBLCLK), 0) << "nobody handles it";
+    EXPECT_EQ(send(control, NM_DBLCLK), 0) << "no object handles NM_DBLCLK";
     EXPECT_EQ(list.m_answered, 1);
     EXPECT_EQ(window.m_log, (std::vector<std::string>{"click", "label edit", "label edit"}));
 }
 
-// The C++ library copies the system's texts into its exceptions as they are, in the ANSI code page.
+// The C++ library puts the system's error texts into its exceptions, in the ANSI code page.
 TEST(Wnd, TheTextOfAnExceptionIsDecodedFromTheAnsiCodePage)
 {
     if (GetACP() != 1252) {
-        GTEST_SKIP() << "skipped: the bytes of the text are those of code page 1252";
+        GTEST_SKIP() << "skipped: the ANSI code page is not 1252";
     }
     std::vector<std::wstring> shown;
     const auto before = SetMessageListener([&shown](const MessageRequest& request) {
@@ -327,7 +328,7 @@ TEST(Wnd, ExceptionsOfHandlersAreCaughtAndShownInAMessageBox)
     EXPECT_EQ(window.m_log, (std::vector<std::string>{"fail", "fail", "ask"}));
 }
 
-// Records to which windows a message is offered.
+// Records that a message is offered to this window, and takes the message if m_takes is true.
 class COffered : public CWnd
 {
 public:

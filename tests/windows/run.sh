@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Runs windows_tests on a display and in a Wine prefix of their own: run.sh PROGRAM [ARG ...]
+# Runs windows_tests on its own display and in its own Wine prefix: run.sh PROGRAM [ARG ...]
 #
 # There is no window manager on this display: a window manager, or a window left by another test, could take the focus
 # from a control during a test.
-# When root starts the tests, they run without root's power over file permissions: read-only files stay read-only.
+# When root starts the tests, the tests run without root's power over file permissions. So they cannot write to
+# read-only files.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/../.." && pwd)
 unset DISPLAY

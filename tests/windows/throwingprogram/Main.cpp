@@ -4,7 +4,7 @@
 
 #include "framework/WinApp.h"
 
-// A program that throws an exception which nobody catches.
+// A program that throws an exception and does not catch it.
 
 namespace {
 

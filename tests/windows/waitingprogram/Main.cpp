@@ -3,8 +3,8 @@
 #include "tests/support/CreateProgram.h"
 #include "tests/support/OwnFolder.h"
 
-// A program that waits for messages which a test posts to its main thread, and does what they say. WM_QUIT
-// ends it.
+// A program for tests. A test posts the messages below to its main thread, and the program carries them out.
+// WM_QUIT ends the program.
 
 namespace {
 
@@ -21,7 +21,7 @@ HWND Show(const wchar_t* windowClass, DWORD style = WS_OVERLAPPEDWINDOW, DWORD e
                            40, 200, 100, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
 }
 
-// Starts another process of this program. Its parent is this process.
+// Starts another process of this program, as a child of this process.
 void StartAnother()
 {
     StartedProgram another;
