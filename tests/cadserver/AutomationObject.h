@@ -14,7 +14,6 @@
 #include "tests/cadserver/Session.h"
 #include "tests/support/AutomationNumbers.h"
 
-// One operation of an automation object.
 struct Operation
 {
     automation::Member member;
@@ -23,7 +22,6 @@ struct Operation
     bool forTests = false;  // not part of the CAD system's interface: not counted, no faults
 };
 
-// The outcome of a call.
 struct Outcome
 {
     HRESULT status = S_OK;
@@ -70,10 +68,10 @@ private:
     // The name of the operation; the number if there is none.
     [[nodiscard]] static std::wstring NameOf(const Call& call);
     Outcome Serve(Call& call);
-    // Does what the fault does before the call is served. Returns the outcome if the fault makes the call
-    // fail.
+    // Does the part of the fault that precedes serving the call. Returns the outcome if the fault makes the
+    // call fail.
     std::optional<Outcome> ActBefore(const FaultAction& action, Call& call, const std::wstring& number);
-    // Does what the fault does after the call has been served.
+    // Does the part of the fault that follows serving the call.
     void ActAfter(const FaultAction& action) const;
     Outcome ServeWithFaults(Call& call);
     Outcome Handle(Call& call);
