@@ -45,7 +45,7 @@ private:
     HWND m_list;
 };
 
-// Turns redraw off for its lifetime, then invalidates the window.
+// Turns redraw off during its lifetime. The destructor turns redraw on and invalidates the window.
 class CBareRedrawPause
 {
 public:

@@ -38,7 +38,7 @@ def digest_of(folder):
 
 
 def copy_inputs(folder, source, when):
-    """Copies the folder and the other inputs of the package, and sets the times of the copies. The cabinet keeps the times."""
+    """Copies the folder and the other inputs of the package. Sets the times of the copies, which the cabinet keeps."""
     shutil.copytree(folder, source)
     for other in ("installer/talvenor.wxs", "resources/talvenor.ico"):
         shutil.copy(os.path.join(HERE, "..", other), source)

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Checks that includes never go up a layer: tests/structure/check-layers.py [FOLDER].
 
-A file includes files of its own module (folder) or of a lower layer. Within layer 1, platform may include framework, but
-not the other way round. Within layer 3, files and cad may not include each other. Includes form no cycle. The exit status is 1 if
-anything is found; each finding is one line.
+A file includes only files of its own module (folder) or of a lower layer. Within layer 1, platform may include
+framework, but not the other way round. Within layer 3, files and cad may not include each other. Includes form no
+cycle. The exit status is 1 if anything is found; each finding is one line.
 """
 import os
 import re
