@@ -15,16 +15,14 @@
 class CBareRunWindows
 {
 public:
-    // Shows both windows, with all rows pending.
+    // Shows both windows. All rows are pending.
     explicit CBareRunWindows(const std::vector<UTtab_entry>& rows);
     CBareRunWindows(const CBareRunWindows&) = delete;
     CBareRunWindows& operator=(const CBareRunWindows&) = delete;
     ~CBareRunWindows();
 
-    // Displays that a row begins.
     void ShowCopy(const std::wstring& source, const std::wstring& target);
 
-    // Displays that the copy of the row has been made.
     void ShowCurrentFile(const std::wstring& target);
 
     // Displays a configuration of the copy; index is 0 to count - 1.

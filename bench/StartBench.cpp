@@ -36,7 +36,6 @@ bool WaitUntilIdle(HANDLE process)
     return waited == 0;
 }
 
-// The thread's window that contains the list.
 HWND FindWindowWithList(DWORD threadId)
 {
     HWND found = nullptr;

@@ -179,7 +179,7 @@ private:
         DrainMessages();
     }
 
-    // Fills both lists with all rows as converted, selected or not.
+    // Fills both lists with all rows, marked as converted.
     void FillBoth(bool selected) const
     {
         Empty();

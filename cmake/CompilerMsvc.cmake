@@ -1,7 +1,7 @@
 # Options of Microsoft's compiler, for the same purposes as those in cmake/CompilerGnu.cmake. Written from the
 # compiler's documentation and not tried yet: nobody on the team has this compiler.
 
-set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")  # the program needs no runtime DLLs
+set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")  # the program then needs no runtime DLLs
 set(CMAKE_POLICY_DEFAULT_CMP0091 NEW)  # lets GoogleTest, an older CMake project, use the same library
 
 # The linker adds no manifest: the program has its own among its resources. /DYNAMICBASE, /NXCOMPAT and /HIGHENTROPYVA

@@ -47,10 +47,8 @@ protected:
     // Expects that an edit contains `text`, and that the whole text is selected.
     static void ExpectSelectedText(HWND edit, const std::wstring& text);
 
-    // Adds three parts to the standard-parts folder.
     void AddThreeParts() const;
     static Rows RowsOfThreeParts();
-    // Writes a map file with three records.
     void WriteThreeRecords() const;
     static Rows RowsOfThreeRecords();
 

@@ -116,7 +116,6 @@ TEST_F(CancelInBothLanguages, EndsAfterTheCurrentPart)
     EXPECT_EQ(MapUpTo(2), m_library.MapFileBytes());
     ExpectSecondPartWhole();
     EXPECT_FALSE(PathExists(m_library.Copy(L"3.sldprt")));
-    // The list shows the map file now.
     EXPECT_EQ((Rows{RowOf(1, Mark::converted), RowOf(2, Mark::converted)}), program.List().Rows());
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
     EXPECT_EQ((Lines{"- start version=30", "- end reason=asked open="}), m_server.Life());

@@ -52,7 +52,6 @@ protected:
 
     [[nodiscard]] CSession& Session() const { return m_session; }
 
-    // All operations of the object.
     [[nodiscard]] virtual std::span<const Operation> Operations() const = 0;
     // The object's name in the call log.
     [[nodiscard]] virtual std::wstring Label() const = 0;
@@ -65,7 +64,7 @@ private:
     struct Call;
 
     [[nodiscard]] const Operation* Find(DISPID dispid, WORD flags) const;
-    // The name of the operation; the number if there is none.
+    // The name of the called operation; the number of the call if the object has no such operation.
     [[nodiscard]] static std::wstring NameOf(const Call& call);
     Outcome Serve(Call& call);
     // Does the part of the fault that precedes serving the call. Returns the outcome if the fault makes the

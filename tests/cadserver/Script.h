@@ -65,7 +65,6 @@ enum class NamesKind
     fromOne    // array of automation strings whose first index is 1
 };
 
-// The result of opening a file.
 struct OpenResult
 {
     bool withDocument = true;
@@ -85,7 +84,6 @@ struct Lingering
 class CScript
 {
 public:
-    // A script without rules.
     CScript() = default;
 
     // Reads a script file. Throws CScriptError on a syntax error, and std::runtime_error if the file cannot
@@ -121,7 +119,6 @@ public:
     // Whether Exit waits for the answer to a message box, and whether the end of the process does.
     [[nodiscard]] bool PromptsInEnd() const { return m_promptsInEnd; }
     [[nodiscard]] bool PromptsAtEnd() const { return m_promptsAtEnd; }
-    // Whether the process shows a main window.
     [[nodiscard]] bool ShowsWindow() const { return m_showsWindow; }
     [[nodiscard]] const std::vector<FaultRule>& Faults() const { return m_faults; }
 

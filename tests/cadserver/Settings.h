@@ -24,7 +24,6 @@ inline constexpr const wchar_t* kMainWindowTitle = L"TalvenorCadServer";
 // Stores both paths (empty: none) and resets all counters to 0.
 void ConfigureServer(const std::wstring& script, const std::wstring& log);
 
-// Removes all settings.
 void RemoveSettings();
 
 // A stored path; empty if there is none.

@@ -103,7 +103,7 @@ public:
     {
     }
 
-    // Logs what has changed since the last call.
+    // Logs all changes since the last call.
     void Update()
     {
         m_now.clear();
