@@ -3,11 +3,11 @@
 //
 //   bareclient FOLDER ROWS.tsv [shown]
 //
-// With "shown" it also displays what a run displays, in windows without the program behind them
-// (BareRunWindows.h). ROWS.tsv (UTF-8) holds one part per line: file name in FOLDER, tab, name of its copy in
-// FOLDER\Mapped, tab, BOM name in which only "%2", the configuration name, is not yet filled in. Prints the
-// number of files and configurations, and the seconds for all, including the start of the server but not the
-// creation of the windows.
+// With "shown", bareclient also displays what a run displays, in bare windows (BareRunWindows.h). ROWS.tsv
+// (UTF-8) holds one part per line: file name in FOLDER, tab, name of its copy in FOLDER\Mapped, tab, BOM name
+// in which only "%2", the configuration name, is not yet filled in. Prints the number of files, the number of
+// configurations and the seconds. The seconds include the start of the server, but not the creation of the
+// windows.
 #include <windows.h>
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include <string>
 
-// The file operations of a run on one part, by direct system calls.
+// The file operations that a run performs on one part, by direct system calls.
 
 // Copies the file in blocks of the size that a run uses. Throws std::runtime_error on failure.
 void CopyInBlocks(const std::wstring& source, const std::wstring& target);

@@ -18,7 +18,6 @@
 // Appends the rows to an empty list, as pending or converted, with redraw off.
 void FillBare(HWND list, const std::vector<UTtab_entry>& rows, bool pending);
 
-// Sets a cell or the mark of a row with one message.
 void SetBareText(HWND list, int row, int column, const std::wstring& text);
 void SetBareMark(HWND list, int row, bool pending);
 
@@ -45,7 +44,7 @@ private:
     HWND m_list;
 };
 
-// Turns redraw off for its lifetime, then invalidates the window.
+// Turns redraw off during its lifetime. The destructor turns redraw on and invalidates the window.
 class CBareRedrawPause
 {
 public:

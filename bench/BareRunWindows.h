@@ -15,30 +15,29 @@
 class CBareRunWindows
 {
 public:
-    // Shows both windows, with all rows pending.
+    // Shows both windows. All rows are pending.
     explicit CBareRunWindows(const std::vector<UTtab_entry>& rows);
     CBareRunWindows(const CBareRunWindows&) = delete;
     CBareRunWindows& operator=(const CBareRunWindows&) = delete;
     ~CBareRunWindows();
 
-    // Displays that a row begins.
     void ShowCopy(const std::wstring& source, const std::wstring& target);
 
-    // Displays that the copy of the row has been made.
     void ShowCurrentFile(const std::wstring& target);
 
     // Displays a configuration of the copy; index is 0 to count - 1.
     void ShowConfiguration(const std::wstring& name, const std::wstring& bomName, long index, long count);
 
-    // Displays that the copy is being saved. Disables the cancel button; the caller enables it when the copy
-    // is closed.
+    // Displays that the copy is being saved. Disables the cancel button; the caller enables the button when
+    // the copy is closed.
     void ShowSaving();
     void EnableCancel(bool enable) const { EnableWindow(m_cancel, enable); }
 
     // Displays that the row is done. Scrolls by whole pages.
     void FinishRow();
 
-    // Throws std::runtime_error if not all rows are shown as done: the measurement would be worthless.
+    // Throws std::runtime_error unless all rows are shown as done. Otherwise the measurement would be
+    // worthless.
     void CheckAllShown() const;
 
     // Dispatches one waiting message, if any.

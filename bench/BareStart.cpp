@@ -2,8 +2,8 @@
 //
 //   barestart ROWS.tsv
 //
-// ROWS.tsv holds the three texts of one row per line; other lines are skipped. Runs until the bench ends it
-// or its window gets SC_CLOSE.
+// ROWS.tsv holds the three texts of one row per line; other lines are skipped. Runs until the bench ends the
+// process or the window gets SC_CLOSE.
 #include <windows.h>
 
 #include <string>

@@ -38,7 +38,8 @@ private:
 CMeasuredDialog::CMeasuredDialog(const std::wstring& partsFolder)
 {
     m_settings.SetPartsFolder(partsFolder);
-    // Unlike the default template, this one has %7 and %8: some parts differ only in these fields.
+    // Unlike the default template, this template has %7 and %8, because some parts differ only in these
+    // fields.
     m_settings.SetTemplate(kColumnRenamed, L"%5%3_%4.%7%8.changed.%6");
     m_settings.SetTemplate(kColumnBomName, L"Norm %1 - %2");
     m_dialog.Create();
@@ -78,8 +79,8 @@ int RunInApplication(const std::function<void()>& work)
 {
     CBenchmarkApp app(work);
     app.Run();
-    // The test scopes report failures with EXPECT, here outside any test: GoogleTest records them as an "ad
-    // hoc" result.
+    // The test scopes report failures with EXPECT. Outside any test, GoogleTest records such failures as an
+    // "ad hoc" result.
     const bool failed = testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed();
     return failed ? 1 : app.m_exitStatus;
 }

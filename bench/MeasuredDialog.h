@@ -12,12 +12,13 @@
 
 // The program's main dialog, operated by the commands that its buttons and menus send. Modeless, so that
 // control returns to the benchmark after each command. Message boxes are recorded and answered without being
-// shown. While the object exists, the program's registry settings are replaced; after a crash they stay so.
+// shown. While the object exists, the program's registry settings are replaced. After a crash, they stay
+// replaced.
 class CMeasuredDialog
 {
 public:
-    // The list starts with the folder's map file or, without one, its parts; empty if there is no such
-    // folder.
+    // The list starts with the folder's map file or, if there is none, with its parts. The list is empty if
+    // the folder does not exist.
     explicit CMeasuredDialog(const std::wstring& partsFolder);
     CMeasuredDialog(const CMeasuredDialog&) = delete;
     CMeasuredDialog& operator=(const CMeasuredDialog&) = delete;
@@ -25,9 +26,9 @@ public:
     // Presses a button or chooses a menu command, and returns when the messages that follow are handled and
     // the line below the list is up to date.
     void Press(int id);
-    // Waits for the same after another change of the list.
+    // Waits in the same way after any other change of the list.
     void Finish();
-    // Applies the template of column 1 or 2 to the selected rows and returns when that is done.
+    // Applies the template of column 1 or 2 to the selected rows. Returns when all rows have their new texts.
     void ApplyTemplate(int column) const;
 
     [[nodiscard]] HWND Window() const { return m_dialog.m_hWnd; }

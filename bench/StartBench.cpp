@@ -1,5 +1,6 @@
-// Times the start of a program that has the main dialog's list: from the creation of the process until it
-// waits for input and everything is painted. Then reads its peak memory and ends it.
+// Times the start of a program that has the main dialog's list: from the creation of the process until the
+// program waits for input and everything is painted. Then reads the program's peak memory and ends the
+// program.
 //
 //   startbench ROWS PROGRAM [ARG ...]
 //
@@ -22,7 +23,8 @@ namespace {
 
 constexpr DWORD kTimeout = 120'000;  // milliseconds
 
-// Just after the creation of the process, WaitForInputIdle may fail because there is no message queue yet.
+// Just after the creation of the process, WaitForInputIdle may fail because the process has no message queue
+// yet.
 bool WaitUntilIdle(HANDLE process)
 {
     const CStopwatch watch;
@@ -34,7 +36,6 @@ bool WaitUntilIdle(HANDLE process)
     return waited == 0;
 }
 
-// The thread's window that contains the list.
 HWND FindWindowWithList(DWORD threadId)
 {
     HWND found = nullptr;

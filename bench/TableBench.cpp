@@ -44,7 +44,7 @@ namespace {
 
 constexpr double kWarmUpSeconds = 2;
 
-// Different names like those in the table, in the order in which the system lists a folder.
+// Returns `count` different names of standard parts, in the order in which the system lists a folder.
 std::vector<std::wstring> MakeNames(const std::wstring& tablePath, std::size_t count)
 {
     const std::vector<std::vector<std::wstring>> table = ReadTable(tablePath);
@@ -179,7 +179,7 @@ private:
         DrainMessages();
     }
 
-    // Fills both lists with all rows as converted, selected or not.
+    // Fills both lists with all rows, marked as converted.
     void FillBoth(bool selected) const
     {
         Empty();
@@ -265,7 +265,7 @@ private:
                 Timed(BareList(), [this] { DeleteBareRows(); })};
     }
 
-    // From the end, so that no rows have to move up.
+    // Deletes from the end, so no rows have to move up.
     void DeleteBareRows() const
     {
         const CBareRedrawPause pause(BareList());
@@ -307,7 +307,8 @@ private:
         return {program, bare, reading};
     }
 
-    // For each row, reads the two texts that the new one is made from, then sets the new text and the mark.
+    // For each row, reads the two texts from which the program makes the new text, then sets the new text and
+    // the mark.
     void ApplyBare(int column, const std::vector<UTtab_entry>& made,
                    const std::function<void()>& before) const
     {
@@ -343,7 +344,7 @@ private:
         return text;
     }
 
-    // The messages that change these BOM names and marks.
+    // Sends only the messages that set these BOM names and marks. Returns the seconds.
     double SetBareBomNames(const std::vector<UTtab_entry>& rows, bool pending) const
     {
         return Timed(BareList(), [&] {
@@ -384,7 +385,7 @@ private:
         return {Timed(List(), [this] { m_program.Press(IDM_REDO); }), SetBareBomNames(ChangedRows(), true)};
     }
 
-    // The bare side reads the texts in which the program looks for names to check.
+    // The bare side only reads the texts in which the program looks for names to check.
     std::vector<double> UpdateStatus()
     {
         FillBoth(false);

@@ -1,8 +1,9 @@
-"""Measures, prints the table, writes bench/RESULTS.md and bench/growth.svg. Called by tools/bench, which sets everything up.
+"""Measures the speed, prints the table, and writes bench/RESULTS.md and bench/growth.svg. Called by tools/bench, which
+sets everything up.
 
 Every ratio compares a run of the program with a run of a baseline in the same round; the program runs first. The table shows
 the median of the rounds and, in brackets, the smallest and the largest ratio. Rounds that warm up short measurements do not
-count. Only comparisons with a bare baseline have a target; baselines that include more of the program's work have none.
+count. Comparisons with a bare baseline have a target. Baselines that include more of the program's work have no target.
 """
 import argparse
 import collections
@@ -90,7 +91,7 @@ def command_lines():
 
 
 def import_lines():
-    """The table as text. What counts is the time beyond that of the control."""
+    """The table as text. The target limits the program's time minus the baseline's time."""
     lines = []
     texts = "setting these texts and marks"
     for command, title, baseline in (("import", "import 20,000 changed BOM names", texts),
@@ -121,7 +122,7 @@ def bare_run(*options):
 
 
 def warm_disk_cache(*folders):
-    """Reads all files of the folders, so that they are in the disk cache."""
+    """Reads all files of the folders into the disk cache."""
     for folder in folders:
         subprocess.run(f"cat {BENCH}/prefix/drive_c/Zelmar/{folder}/*.* >/dev/null", shell=True, check=True)
 

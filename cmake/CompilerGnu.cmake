@@ -1,9 +1,9 @@
-# Options of GCC and clang, for Windows (mingw-w64) and for the text rules on the build machine. What only these
-# compilers understand is here, in framework/FirstObject.h and in framework/ComPointers.h. cmake/CompilerMsvc.cmake
-# holds the counterpart for Microsoft's compiler.
+# Options of GCC and clang, for Windows (mingw-w64) and for the text rules on the build machine. Code that only these
+# compilers understand is in this file, in framework/FirstObject.h and in framework/ComPointers.h.
+# cmake/CompilerMsvc.cmake holds the counterpart for Microsoft's compiler.
 
-# Exploit mitigations, and Windows 10 as the system version: to a program with an older version, Windows shows old
-# behaviour, such as other frame metrics. tests/hardening checks the built files for both.
+# Exploit mitigations, and Windows 10 as the system version. For a program with an older system version, Windows keeps
+# old behaviour, such as other frame metrics. tests/hardening checks both in the built files.
 set(TALVENOR_FILE_HEADER -Wl,--dynamicbase,--nxcompat,--high-entropy-va,--no-insert-timestamp
   -Wl,--major-os-version,10,--minor-os-version,0,--major-subsystem-version,10,--minor-subsystem-version,0)
 

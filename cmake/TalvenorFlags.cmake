@@ -41,7 +41,7 @@ function(talvenor_layer name)
 endfunction()
 
 # talvenor_exe_resources(TARGET): adds icon, manifest and version information. Each program compiles these resources for
-# itself, as not every generator links the resources of an object library.
+# itself, because not every generator links the resources of an object library.
 function(talvenor_exe_resources target)
   set(resources "${PROJECT_SOURCE_DIR}/resources")
   target_sources(${target} PRIVATE "${resources}/talvenor.rc")
@@ -52,8 +52,8 @@ function(talvenor_exe_resources target)
 ${PROJECT_BINARY_DIR}/resources/version.h")
 endfunction()
 
-# talvenor_manifest(TARGET): gives a test program the manifest of the program. Without it, Windows would tell it scaled
-# coordinates and another system version, and would refuse it long paths.
+# talvenor_manifest(TARGET): gives a test program the manifest of the program. Without the manifest, Windows would give
+# the test program scaled coordinates and another system version, and would refuse long paths.
 function(talvenor_manifest target)
   set(manifest "${PROJECT_SOURCE_DIR}/tests/support/Manifest.rc")
   target_sources(${target} PRIVATE "${manifest}")

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Packs a staged folder as a portable archive: installer/archive.py FOLDER NAME ARCHIVE.zip
 
-In the archive, the files are sorted and in a folder NAME. All have the time in the environment variable SOURCE_DATE_EPOCH.
+The archive holds the files, sorted, in a folder NAME. All files have the time in the environment variable
+SOURCE_DATE_EPOCH.
 """
 import os
 import sys

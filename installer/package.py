@@ -2,9 +2,9 @@
 """Makes the Windows Installer package of an edition: installer/package.py FOLDER VERSION german|english PACKAGE.msi
 
 FOLDER holds the files to install, as staged by tools/release. All times in the package are SOURCE_DATE_EPOCH. The same
-files, version, edition and time give the same bytes: product code and package code are derived from these. A product code
-derived from the version alone would not do: Windows Installer refuses a package that has the product code of the installed
-package but another package code (error 1638). Needs Debian's wixl and msitools.
+files, version, edition and time give the same bytes, because product code and package code are derived from them. The
+version alone is not enough for the product code: Windows Installer refuses a package that has the product code of the
+installed package but another package code (error 1638). Needs Debian's wixl and msitools.
 """
 import hashlib
 import os
@@ -38,7 +38,7 @@ def digest_of(folder):
 
 
 def copy_inputs(folder, source, when):
-    """Copies the folder and the other inputs of the package, and sets their times, which the cabinet keeps."""
+    """Copies the folder and the other inputs of the package. Sets the times of the copies, which the cabinet keeps."""
     shutil.copytree(folder, source)
     for other in ("installer/talvenor.wxs", "resources/talvenor.ico"):
         shutil.copy(os.path.join(HERE, "..", other), source)
@@ -47,7 +47,8 @@ def copy_inputs(folder, source, when):
 
 
 def run(*command, cwd):
-    """Runs a tool and treats any output as an error, except wixl's "unimplemented", which concerns nothing used here."""
+    """Runs a tool and treats any output as an error. Ignores wixl's "unimplemented" lines, which concern nothing used
+    here."""
     done = subprocess.run(command, cwd=cwd, capture_output=True, encoding="utf-8", env={**os.environ, "TZ": "UTC"})
     errors = [line for line in (done.stdout + done.stderr).splitlines()
                   if line.strip() and not line.endswith(": unimplemented")]
@@ -57,9 +58,9 @@ def run(*command, cwd):
 
 def queries(version):
     """The SQL statements that set what wixl leaves out. Without file versions in the package, Windows Installer would keep
-    installed files: it treats a file without a version as older than any file with one. The package replaces all versions up
-    to its own; the replaced one may also be the other edition or an earlier build of the same version. 0x100 and 0x200
-    include both limits (documentation: "Upgrade table")."""
+    installed files: it treats a file without a version as older than any file with a version. The package replaces all
+    versions up to its own, in both editions, and earlier builds of its own version. 0x100 and 0x200 include both limits
+    (documentation: "Upgrade table")."""
     for name in VERSIONED:
         yield f"UPDATE `File` SET `Version`='{version}.0' WHERE `File`='{name}'"
         yield f"DELETE FROM `MsiFileHash` WHERE `File_`='{name}'"
@@ -69,7 +70,7 @@ def queries(version):
 
 
 def summary(package, code, language, when, cwd):
-    """The summary information as wixl wrote it, but with our package code, language and times."""
+    """The summary information that wixl wrote, but with our package code, platform, language and times."""
     text = subprocess.run(["msiinfo", "export", package, "_SummaryInformation"], cwd=cwd, check=True,
                           capture_output=True, encoding="cp1252").stdout
     stamp = time.strftime("%Y/%m/%d %H:%M:%S", time.gmtime(when))

@@ -1,6 +1,6 @@
 """The compiler's libraries that are linked into the program, and their licences.
 
-Found in the linker map and in the copyright files of the Debian packages.
+The linker map names the libraries; the copyright files of the Debian packages name the licences.
 """
 import collections
 import os
@@ -20,7 +20,7 @@ GCC_TERMS = ("The following runtime libraries are licensed under the terms of th
              "with version 3.1 of the GCC Runtime Library Exception")
 GCC_NAMES = {"libgcc": "libgcc", "libstdc++": "libstdc++-v3", "libssp": "libssp"}
 GCC_LICENCE = "GPL-3.0-or-later WITH GCC-exception-3.1"
-# Debian's short licence names and their SPDX identifiers. Any other licence is included with its text.
+# Debian's short licence names and their SPDX identifiers. The SBOM includes the text of any other licence.
 SPDX_NAMES = {"expat": "MIT", "BSD-3-clause": "BSD-3-Clause", "ISC": "ISC", "ZPL-2.1": "ZPL-2.1",
               "LGPL-2.1+": "LGPL-2.1-or-later", "LGPL-2+": "LGPL-2.0-or-later", "GPL-2+": "GPL-2.0-or-later"}
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes an edition's SBOM, SPDX 2.3 as JSON: installer/sbom.py FOLDER VERSION german|english TALVENOR.MAP SBOM.spdx.json
 
-Lists the files of the staged folder with their checksums, and the libraries that the compiler has linked into the program.
+Lists the files of the staged folder with their checksums, and the libraries that are linked into the program.
 The environment variable SOURCE_DATE_EPOCH sets the creation time.
 """
 import hashlib

@@ -4,7 +4,7 @@ namespace {
 
 constexpr DWORD kUpdateTimeout = 5'000;  // milliseconds
 
-// The file-name edit of a file dialog, or null if it does not have the focus.
+// The file-name edit of a file dialog, or null while the edit does not have the focus.
 HWND NameEditOf(HWND picker)
 {
     const HWND focus = FocusOf(picker);
@@ -64,7 +64,7 @@ void AcceptanceTest::ChooseInPicker(const CProgramUnderTest& program, const std:
     if (name == nullptr) {
         throw CNotOnScreen(L"the file-name edit with the focus", program.ProcessId());
     }
-    TypeText(path);  // over the file name, which is selected
+    TypeText(path);  // replaces the selected file name
     WaitFor([&] { return TextOf(name) == path; });
     ASSERT_EQ(path, TextOf(name));
     PressKeys({VK_RETURN});

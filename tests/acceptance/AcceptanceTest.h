@@ -21,11 +21,12 @@
 using Rows = std::vector<RowOnScreen>;
 using Selection = std::vector<int>;
 
-// Each test starts with an empty standard-parts folder that the registry names, no templates, and an empty
-// script for the stand-in CAD server. The test fails if a server process is still running at its end.
+// Base class of all acceptance tests. At the start of a test, the registry names an empty standard-parts
+// folder and holds no templates, and the script of the stand-in CAD server is empty. After each test,
+// TearDown waits for the server processes to end. A process that does not end in time fails the test.
 //
-// A suite named *InBothLanguages checks texts, mnemonics or the layout, and also runs with the English
-// program; the others run with the German one only (see CMakeLists.txt).
+// Suites named *InBothLanguages check texts, mnemonics or the layout. They run with the German program and
+// with the English program. All other suites run with the German program only (see CMakeLists.txt).
 class AcceptanceTest : public testing::Test
 {
 protected:
@@ -43,28 +44,26 @@ protected:
     static void ChooseInPicker(const CProgramUnderTest& program, const std::wstring& path,
                                const Text& title = expected::kAddParts);
 
-    // Expects that an edit contains `text` and that all of it is selected.
+    // Expects that an edit contains `text`, and that the whole text is selected.
     static void ExpectSelectedText(HWND edit, const std::wstring& text);
 
-    // Three parts in the folder, and their rows.
     void AddThreeParts() const;
     static Rows RowsOfThreeParts();
-    // A map file with three records, and its rows.
     void WriteThreeRecords() const;
     static Rows RowsOfThreeRecords();
 
-    // Wait until the list has these rows, has this selection, or has this caption in its frame. If not, the
-    // test fails.
+    // Wait for the list's rows, its selection, or the caption of its frame. A timeout fails the test.
     static void WaitForRows(const CProgramUnderTest& program, const Rows& rows);
     static void WaitForSelection(const CProgramUnderTest& program, const Selection& rows);
     static void WaitForCaption(const CProgramUnderTest& program, const std::wstring& caption);
 
-    // Clicks Start and waits for the end of a run without messages in between.
+    // Clicks Start, expects the message that the run has finished as the only message, and waits for the end
+    // of the run.
     void ConvertToTheEnd(const CProgramUnderTest& program) const;
     // Waits until only the main dialog is left and the server has ended.
     void WaitForEndOfRun(const CProgramUnderTest& program) const;
 
-    // The program's question before it overwrites the library's map file.
+    // The program's question whether to overwrite the library's map file.
     [[nodiscard]] std::wstring OverwriteQuestion() const;
 
     CTempFolder m_temp;
@@ -75,7 +74,7 @@ protected:
 
 using Cell = std::wstring RowOnScreen::*;
 
-// The rows after an edit of one cell, which marks its row for conversion.
+// The rows after an edit of one cell. The edit marks the cell's row for conversion.
 Rows Edited(Rows rows, std::size_t row, Cell cell, const std::wstring& text);
 
 // The row of a standard part 'N_ISO_<number>_<size>.sldprt' with the names that the default templates give.

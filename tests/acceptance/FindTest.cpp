@@ -1,4 +1,4 @@
-// Finding rows by keyboard, the menu of further commands, and the status line.
+// Finding rows: by keyboard, by the menu of further commands, and by the status line.
 #include "tests/acceptance/ListTest.h"
 
 namespace {

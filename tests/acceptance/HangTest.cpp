@@ -44,11 +44,11 @@ protected:
         ExpectQuestion(program, expected::kEndCad.Current(), IDYES);
     }
 
-    // Waits for a condition, and meanwhile posts messages to the program that do nothing. Only Wine needs
-    // these messages: its COM wakes only for posted messages while a call waits, and it takes the program's
-    // own wake-up message (MakeComAskAgain in framework/OleMessageFilter.cpp) out of the queue without
-    // calling the message filter. One message is not enough, because a message box that is closing takes
-    // messages, too. Windows should not need them; this has not been tried.
+    // Waits for a condition. Meanwhile posts messages without effect (WM_NULL) to the program. Only Wine
+    // needs these messages: while a call waits, Wine's COM wakes only for posted messages. COM also removes
+    // the program's own wake-up message (MakeComAskAgain in framework/OleMessageFilter.cpp) from the queue
+    // without calling the message filter. One message is not enough, because a message box that is closing
+    // also removes messages. Windows should not need these messages; this has not been tried.
     static bool WakeUntil(const CProgramUnderTest& program, const std::function<bool()>& condition,
                           DWORD patience = kPatience)
     {
@@ -66,8 +66,8 @@ protected:
         return CMessageBoxOnScreen::Find(program.ProcessId()).has_value();
     }
 
-    // Moves a window to the corner of the screen, so that no dialog in the middle of the screen covers the
-    // middle of the window.
+    // Moves a window to the lower right corner of the screen. There, no dialog in the middle of the screen
+    // covers the window's middle.
     static void MoveToCorner(HWND window)
     {
         const RECT place = RectOf(window);
@@ -76,15 +76,16 @@ protected:
         SetWindowPos(window, nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
     }
 
-    // Points in time are milliseconds by GetTickCount64.
+    // `time`, like `hung` below, is in milliseconds of GetTickCount64.
     static void SleepUntil(ULONGLONG time)
     {
         const ULONGLONG now = GetTickCount64();
         Sleep(static_cast<DWORD>(std::max(time, now) - now));
     }
 
-    // Clicks on the disabled main window before the program may ask; this click must not bring up the
-    // question. A click on the other program's window would bring that program to the front.
+    // Clicks the disabled main window 50 seconds after the start of the hang. This is too early: the click
+    // must not bring up the question. The test clicks no window of the other program, because the click would
+    // bring that program to the front.
     static void ClickTooEarly(const CProgramUnderTest& program, ULONGLONG hung)
     {
         constexpr ULONGLONG kEarly = 50'000;  // milliseconds
@@ -100,8 +101,8 @@ protected:
         EXPECT_FALSE(WakeUntil(program, hasBox, kLongEnough));
     }
 
-    // Waits until the call has hung for a minute. Until then no click brings up the question, and afterwards
-    // the early click must not bring it up, either.
+    // Waits until the call has hung for more than a minute. From then on, a click brings up the question. The
+    // early click must not bring up the question late.
     static void WaitUntilStalled(const CProgramUnderTest& program, ULONGLONG hung)
     {
         constexpr DWORD kStallTime = 60'000;  // milliseconds
@@ -110,9 +111,8 @@ protected:
     }
 };
 
-// Two programs, each with a library and a server of its own, hang at the same time, so that the test waits
-// for one minute and not for two. The second program gets its own server because a server that hangs serves
-// no other client.
+// Two programs hang at the same time, so the test waits for one minute instead of two. Each program has its
+// own library and its own server, because a hanging server serves no other client.
 TEST_F(HangTest, OneClickAndOneAnswerEndAHangInTheRunAndInTheEndCall)
 {
     AddParts(3);

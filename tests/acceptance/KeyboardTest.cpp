@@ -17,7 +17,7 @@ protected:
     {
         AnswerByKeys(program, text, {{VK_RETURN}});
     }
-    // The same with the button to the right of the default one.
+    // Presses the button to the right of the default button instead.
     static void PressSecondButton(const CProgramUnderTest& program, const std::wstring& text)
     {
         AnswerByKeys(program, text, {{VK_RIGHT}, {VK_RETURN}});

@@ -10,8 +10,8 @@ namespace {
 
 const std::wstring kPlanted = L"planted.dll";
 
-// Within the scope, the planted library creates the file `trace` when this process, or one that it starts,
-// loads it.
+// During the lifetime of this object, the planted library creates the file `trace` when a process loads the
+// library. This applies to the test process and to the processes that it starts.
 class CPlantedScope
 {
 public:
@@ -24,7 +24,7 @@ public:
     ~CPlantedScope() { SetEnvironmentVariableW(L"TALVENOR_TEST_PLANTED", nullptr); }
 };
 
-// Prepends a folder to PATH, in this process and those that it starts.
+// Prepends a folder to PATH, for this process and for the processes that it starts.
 class CPathScope
 {
 public:
@@ -40,8 +40,8 @@ private:
     const std::wstring m_before;
 };
 
-// A virus scanner may take a thread in another process for an attack, and a workstation's owner has not asked
-// for one: only the project's own runs do.
+// A virus scanner may take a thread injected into another process for an attack. So these tests run only
+// where TALVENOR_TEST_INJECT is set; the project's own test runs set the variable.
 void RequireInjection()
 {
     if (std::getenv("TALVENOR_TEST_INJECT") == nullptr) {
@@ -49,7 +49,7 @@ void RequireInjection()
     }
 }
 
-// Has a process load a library by its name or path, on a new thread in that process. Returns whether the
+// Makes a process load a library, given by name or path, on a new thread of that process. Returns whether the
 // library was loaded.
 bool LoadsInProcess(DWORD processId, const std::wstring& library)
 {
@@ -63,7 +63,7 @@ bool LoadsInProcess(DWORD processId, const std::wstring& library)
         process.get(), nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(load)),
         text, 0, nullptr));
     EXPECT_EQ(WaitForSingleObject(thread.get(), kPatience), WAIT_OBJECT_0);
-    DWORD module = 0;  // the lower half of the module's address; 0 if it was not loaded
+    DWORD module = 0;  // the lower half of the module's address; 0 if the library was not loaded
     EXPECT_NE(GetExitCodeThread(thread.get(), &module), FALSE);
     return module != 0;
 }
@@ -87,7 +87,7 @@ TEST_F(InjectingTest, RunsNothingFromItsOwnAndTheWorkingFolder)
     ASSERT_NE(program.MainWindow(), nullptr);
     EXPECT_FALSE(LoadsInProcess(program.ProcessId(), kPlanted));
     EXPECT_FALSE(PathExists(m_trace));
-    // By its full path the library is loaded: only the search order kept it out.
+    // The full path loads the library. So only the search order kept the library out before.
     EXPECT_TRUE(LoadsInProcess(program.ProcessId(), OwnFolder() + L"\\" + kPlanted));
     EXPECT_TRUE(PathExists(m_trace));
 }
@@ -101,7 +101,8 @@ TEST_F(InjectingTest, RunsNothingFromTheFoldersOfPath)
     ASSERT_NE(program.MainWindow(), nullptr);
     EXPECT_FALSE(LoadsInProcess(program.ProcessId(), name));
     EXPECT_FALSE(PathExists(m_trace));
-    // This process has the default search order, and loads the library: only the program's order kept it out.
+    // The test process has the default search order and loads the library by its name. So only the program's
+    // search order kept the library out.
     const UniqueModule loaded(LoadLibraryW(name.c_str()));
     EXPECT_NE(loaded, nullptr);
     EXPECT_TRUE(PathExists(m_trace));
@@ -122,7 +123,7 @@ TEST_F(LibrarySearchTest, RunsNothingInItsResourceLibrary)
     const CProgramUnderTest program(m_temp.Path());
     EXPECT_EQ(0U, program.WaitForEnd()) << "the library holds no dialog, so the program ends";
     EXPECT_FALSE(PathExists(m_trace));
-    // Loaded as a library, it runs its code: only loading it as a data file prevented that in the program.
+    // Loaded as a library, the file runs its code. The program ran no code because it loads the file as data.
     const UniqueModule loaded(LoadLibraryW((m_temp / L"talvresgerx64.dll").c_str()));
     EXPECT_TRUE(PathExists(m_trace));
 }

@@ -11,7 +11,7 @@ class ListEditTest : public ListTest
 protected:
     ListEditTest() { WriteThreeRecords(); }
 
-    // Waits until the list holds the rows and the frame shows that it was changed.
+    // Waits until the list holds the rows and its frame shows that the list was changed.
     static void ExpectChanged(const CProgramUnderTest& program, const Rows& rows)
     {
         WaitForRows(program, rows);
@@ -19,7 +19,7 @@ protected:
         EXPECT_EQ(nullptr, program.List().Editor());
     }
 
-    // Waits until the editor has closed; the list must match the map file then.
+    // Waits until the editor has closed, and expects that the list still matches the map file.
     static void ExpectUnchanged(const CProgramUnderTest& program)
     {
         WaitForNoEditor(program);
@@ -63,7 +63,7 @@ TEST_F(ListEditTest, AcceptsInputAfterAMessageThatAButtonBroughtUp)
     program.WaitForRest();
     EXPECT_EQ(rows, program.List().Rows());
     // Under Wine, but not on Windows, the button captures the mouse after the message. The first click
-    // releases it.
+    // releases the mouse.
     ClickAt(program.List().PositionBelowRows(0));
     ClickAt(program.List().CellPosition(2, 0));
     WaitForSelection(program, {2});

@@ -1,11 +1,11 @@
-// The table as text, undo and redo, with real keys.
+// Export, import, copy and paste of the list's rows, with undo and redo, by keyboard.
 #include "tests/acceptance/ListTest.h"
 
 namespace {
 
 constexpr int kRecords = 200;
 
-// Returns an empty text if the clipboard has no text or another program has it open.
+// Returns an empty text if the clipboard has no text or another program has the clipboard open.
 std::wstring ClipboardText()
 {
     if (OpenClipboard(nullptr) == FALSE) {
@@ -22,7 +22,7 @@ std::wstring ClipboardText()
 class ListTableTest : public ListTest
 {
 protected:
-    // The records N_100 to N_299 with BOM names that begin with a word.
+    // The records N_100 to N_299 with BOM names that begin with `word`.
     static std::wstring Records(const std::wstring& word, const std::wstring& separator,
                                 const std::wstring& lineEnd)
     {
@@ -35,7 +35,7 @@ protected:
         return records;
     }
 
-    // Copies all rows by keyboard, because reading them from outside takes seconds.
+    // Copies all rows to the clipboard, because reading the list from outside takes seconds.
     static void ExpectBomNames(const std::wstring& word)
     {
         const std::wstring expected = Records(word, L"\t", L"\r\n");
@@ -45,7 +45,7 @@ protected:
         EXPECT_EQ(expected, ClipboardText());
     }
 
-    // Chooses a command of the menu, and picks a file in the dialog that it opens.
+    // Chooses a command of the menu of further commands, and picks a file in its file dialog.
     static void PickFor(const CProgramUnderTest& program, const std::wstring& command, const Text& title,
                         const std::wstring& path)
     {

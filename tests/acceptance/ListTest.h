@@ -3,7 +3,7 @@
 #include "tests/acceptance/AcceptanceTest.h"
 #include "tests/support/MenuOnScreen.h"
 
-// Shared by the tests of the list.
+// Base class of the tests of the list: steps with cell editors, menus and rows.
 class ListTest : public AcceptanceTest
 {
 protected:

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Registers the stand-in server while the tests run.
+// Registers the stand-in CAD server while the tests run.
 class CCadServerEnvironment : public testing::Environment
 {
 public:
@@ -29,7 +29,7 @@ int main(int argc, char** argv)
     const char* language = std::getenv("TALVENOR_TEST_LANGUAGE");
     g_nLanguage = language != nullptr && std::string_view(language) == "english" ? 0 : 1;
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    testing::AddGlobalTestEnvironment(new CCadServerEnvironment);  // the framework deletes it
+    testing::AddGlobalTestEnvironment(new CCadServerEnvironment);  // GoogleTest deletes it
     const int result = RunTestsOnSharedMachine();
     CoUninitialize();
     return result;

@@ -1,4 +1,4 @@
-// The commands of the main dialog, except the conversion run.
+// The main dialog: its commands except the conversion run, its help, and its size.
 #include <windows.h>
 
 #include <filesystem>
@@ -15,7 +15,8 @@ namespace {
 class MainDialogTest : public AcceptanceTest
 {
 protected:
-    // Closes the message about a missing folder, and expects the focus in the field with its text selected.
+    // Closes the message about a missing folder. Expects that the folder field has the focus and that its
+    // text is selected.
     static void ExpectFolderRefused(const CProgramUnderTest& program, const std::wstring& text)
     {
         ExpectMessage(program, expected::kNoSuchFolder.Current());
@@ -37,7 +38,7 @@ TEST_F(MainDialogInBothLanguages, StartsNoRunWhileTheFieldShowsAMissingFolder)
     ExpectFolderRefused(program, missing);
     TypeText(m_library.Path());
     program.WaitForText(IDC_SOURCE_DIR, m_library.Path());
-    // Leaving the field brings up no other message now.
+    // The folder now exists, so leaving the field brings up no message before the button's own.
     program.Click(IDC_SHOW_MAP);
     ExpectMessage(program, expected::MapMissing(m_library.MapPath()));
     program.WaitForRest();
@@ -91,7 +92,7 @@ protected:
         WriteBytes(document, "help");
     }
 
-    // Presses the button and then F1, and expects each to open the document.
+    // Presses the help button and then F1, and expects that each opens the document.
     void ExpectOpened(const std::wstring& document) const
     {
         const CDocumentViewer viewer(L".pdf", m_temp / L"opened.txt");
@@ -125,7 +126,8 @@ TEST_F(HelpInBothLanguages, OpensTheProgramsOwnManualWhereTheLibraryHasNone)
     ExpectOpened(m_ownManual);
 }
 
-// The standard-parts folder is in the 64-bit view of the registry, the program folder in the 32-bit view.
+// The library's key exists in the 64-bit view of the registry, so the program does not look in the 32-bit
+// view. Only the 32-bit view holds the program folder.
 TEST_F(HelpInBothLanguages, OpensTheProgramsOwnManualWithoutAProgramFolder)
 {
     Write(m_libraryManual);
@@ -143,7 +145,7 @@ Edges Moved(const RECT& before, const RECT& after)
             after.bottom - before.bottom};
 }
 
-// The number of colours on the screen along the horizontal middle of a rectangle.
+// The number of colours on the screen along the horizontal centre line of a rectangle.
 std::size_t ColoursOn(const RECT& rect)
 {
     const HDC screen = GetDC(nullptr);
@@ -158,7 +160,7 @@ std::size_t ColoursOn(const RECT& rect)
 class WindowSizeInBothLanguages : public AcceptanceTest
 {
 protected:
-    // The controls' rectangles in the main dialog.
+    // The rectangles of some controls, in client coordinates of the main dialog.
     static std::map<int, RECT> Rects(const CProgramUnderTest& program)
     {
         std::map<int, RECT> rects;

@@ -1,4 +1,4 @@
-// The report of the last run, and the commands for the rows that it names.
+// The report of the last run, and the commands for the rows that the report names.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -14,7 +14,7 @@ constexpr int kParts = 8;
 const std::vector<int> kNotSaved{2, 3, 5, 7, 8};
 const Selection kTheirRows{1, 2, 4, 6, 7};
 
-// Eight parts. The save call fails for five of them; another one has two configurations, which get one BOM
+// Eight parts. The save call fails for five parts. Another part has two configurations that get the same BOM
 // name.
 class ReportTest : public RunFailureTest
 {
@@ -40,7 +40,7 @@ protected:
         CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(command.Current());
     }
 
-    // The rows of the parts with BOM names that begin with a word.
+    // The rows of the parts with BOM names that begin with `word`.
     static Rows RowsWith(const std::wstring& word)
     {
         Rows rows;
@@ -51,7 +51,7 @@ protected:
         return rows;
     }
 
-    // Imports a CSV file with those BOM names.
+    // Imports a CSV file with BOM names that begin with `word`.
     void ImportBomNames(const CProgramUnderTest& program, const std::wstring& word) const
     {
         std::wstring text;
@@ -72,7 +72,7 @@ protected:
         WaitForEndOfRun(program);
     }
 
-    // Presses the button and returns the page that opens.
+    // Presses the report button and returns the contents of the page that opens.
     std::string ReadReport(const CProgramUnderTest& program) const
     {
         const std::size_t before = m_viewer.Opened().size();
@@ -96,7 +96,7 @@ protected:
     const CDocumentViewer m_viewer{L".html", m_temp / L"opened.txt"};
 };
 
-// The numbers of the rows with errors and of those with warnings, in the page's order.
+// The numbers of the rows with errors or warnings, in the order of the page.
 std::vector<int> RowNumbers(const std::string& page)
 {
     const std::string begin = "<tr id=\"row";
@@ -107,7 +107,8 @@ std::vector<int> RowNumbers(const std::string& page)
     return numbers;
 }
 
-// From imported BOM names to parts that are all converted.
+// Imports BOM names, runs into five errors, finds the five parts by the report, and converts them in a second
+// run.
 TEST_F(ReportTest, LeadsToThePartsThatWereNotSaved)
 {
     const CProgramUnderTest program;
@@ -121,7 +122,8 @@ TEST_F(ReportTest, LeadsToThePartsThatWereNotSaved)
     ExpectBomNames(L"Mutter", kNotSaved);
 
     const std::string page = ReadReport(program);
-    EXPECT_EQ((std::vector<int>{2, 3, 5, 7, 8, 1}), RowNumbers(page)) << "the five come first";
+    EXPECT_EQ((std::vector<int>{2, 3, 5, 7, 8, 1}), RowNumbers(page))
+        << "the five parts that were not saved come first";
     EXPECT_NE(std::string::npos, page.find("<li>Das Speichern schlug fehl: "));
     EXPECT_NE(std::string::npos, page.find("0x80004005"));
     EXPECT_NE(std::string::npos, page.find("<bdi>2022</bdi>")) << "version 30 is SOLIDWORKS 2022";

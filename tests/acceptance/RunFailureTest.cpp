@@ -1,4 +1,4 @@
-// Conversion runs in which something goes wrong: the CAD system, the map file, the copies.
+// Conversion runs that the CAD system disturbs or the user cancels.
 #include <algorithm>
 
 #include "tests/acceptance/RunFailureTest.h"
@@ -52,7 +52,7 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
     const CProgramUnderTest program;
     program.Click(IDC_START);
     ExpectMessage(program, L"CAD system - Größe fehlt.");
-    // A help file brings a help button.
+    // The help file in the exception adds a help button to the message.
     ExpectBox(program, std::wstring(L"Nur - ") + expected::kUnknownError, {IDOK, IDHELP}, IDOK);
     CMessageBoxOnScreen::WaitForOne(program.ProcessId());
     EXPECT_EQ(FALSE, IsWindowEnabled(GetDlgItem(program.ProgressDialog(), IDCANCEL)))
@@ -61,7 +61,7 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
     WaitForEndOfRun(program);
     EXPECT_EQ(MapUpTo(2), m_library.MapFileBytes());
     EXPECT_EQ((Rows{RowOf(1, Mark::converted), RowOf(2, Mark::converted)}), program.List().Rows());
-    // After each exception the server is ended and a new one started.
+    // After each exception the program ends the server and starts a new server.
     const std::string start = "- start version=30";
     const std::string end = "- end reason=asked open=";
     EXPECT_EQ((Lines{start, start, start, end, end + "2.sldprt", end}), m_server.Life());
@@ -96,7 +96,8 @@ TEST_F(BusyServerTest, IsAskedAgainWhenItSaysRetryLater)
     ExpectConvertedDespite("busy", "busy");
 }
 
-// Three parts. The server takes 4 seconds for the second configuration of the second part: time to cancel.
+// Three parts. The server takes 4 seconds for the second configuration of the second part, which leaves time
+// to cancel.
 class CancelInBothLanguages : public RunFailureTest
 {
 protected:
@@ -145,7 +146,6 @@ TEST_F(CancelInBothLanguages, EndsAfterTheCurrentPart)
     EXPECT_EQ(MapUpTo(2), m_library.MapFileBytes());
     ExpectSecondPartWhole();
     EXPECT_FALSE(PathExists(m_library.Copy(L"3.sldprt")));
-    // The list shows the map file now.
     EXPECT_EQ((Rows{RowOf(1, Mark::converted), RowOf(2, Mark::converted)}), program.List().Rows());
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
     EXPECT_EQ((Lines{"- start version=30", "- end reason=asked open="}), m_server.Life());

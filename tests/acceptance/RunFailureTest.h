@@ -8,12 +8,12 @@
 
 using Lines = std::vector<std::string>;
 
-// Runs in which something goes wrong.
+// Base class of the tests of runs in which something goes wrong: numbered parts and what becomes of them.
 class RunFailureTest : public AcceptanceTest
 {
 protected:
     // Adds the parts 'N_ISO_1_M8' to 'N_ISO_<count>_M8', each with one configuration 'x'. The templates name
-    // their copies '1.sldprt' and so on.
+    // the copies '1.sldprt', '2.sldprt' and so on.
     void AddParts(int count)
     {
         for (int number = 1; number <= count; ++number) {

@@ -16,7 +16,7 @@ struct StandardPart
     std::vector<std::wstring> configurations;
 
     [[nodiscard]] std::wstring Name() const { return L"N_ISO_" + number + L"_" + size; }
-    // What the default template gives.
+    // The BOM name that the default template gives.
     [[nodiscard]] std::wstring BomName(const std::wstring& configuration) const
     {
         return L"Norm " + number + L" - " + configuration;
@@ -42,7 +42,7 @@ protected:
         EXPECT_FALSE(IsReadOnly(m_library.Part(part.Name() + L".sldprt")));
     }
 
-    // Appends the calls for one part to the expected log. The log's first line has no number, so the number
+    // Appends the calls for one part to the expected log. The log's first line is not a call, so the number
     // of the next call is the number of lines so far.
     void AppendCalls(const StandardPart& part, Lines& log) const
     {
@@ -74,7 +74,7 @@ protected:
 };
 using RunInBothLanguages = RunTest;
 
-// With one, several and many configurations.
+// Parts with one, three and 40 configurations.
 std::vector<StandardPart> ThreeParts()
 {
     std::vector<std::wstring> many;
@@ -129,7 +129,7 @@ TEST_F(RunTest, DropsInputUntilTheCadSystemHasEnded)
     program.Click(IDC_START);
     ExpectMessage(program, expected::kFinished.Current());
     ASSERT_TRUE(WaitFor([&] { return program.ProgressDialog() == nullptr; }));
-    Ask(window, WM_NULL);  // handled while the program waits in the call
+    Ask(window, WM_NULL);  // the program handles the message while it waits in the call
     EXPECT_EQ(FALSE, IsWindowEnabled(window));
     EXPECT_EQ(window, GetForegroundWindow());
     PressKeys({VK_RETURN});

@@ -1,4 +1,4 @@
-// A CAD server that takes its time to start or to end, or does not end.
+// CAD servers that start or end slowly, and servers whose program is killed.
 #include <algorithm>
 
 #include "framework/ComPointers.h"
@@ -24,7 +24,7 @@ protected:
         return std::ranges::count_if(log, [](const std::string& line) { return line.starts_with("- late"); });
     }
 
-    // Starts a server before the program connects, so that the program first connects to this one.
+    // Starts a server before the program connects. The program then first connects to this server.
     static IDispatchPtr StartServer()
     {
         IDispatchPtr application;
@@ -81,8 +81,8 @@ TEST_F(ServerEndTest, WaitsForAServerThatStartsSlowly)
     EXPECT_EQ((Lines{"- start version=30", "- end reason=asked open="}), m_server.Life());
 }
 
-// The program does not know the process of a server that it did not start, so it cannot wait for its end. It
-// tries to connect until a new server serves it.
+// The program does not know the process of a server that it did not start, so it cannot wait for the end of
+// that process. Instead the program tries to connect until a new server serves it.
 TEST_F(ServerEndTest, TriesAgainWhileAServerThatItReachedLingers)
 {
     AddParts(3);
@@ -97,8 +97,8 @@ TEST_F(ServerEndTest, TriesAgainWhileAServerThatItReachedLingers)
     EXPECT_GT(CountLate(), 0) << "connections while the server lingered";
 }
 
-// The program is killed during the first call, during one in the middle, and during the one that ends the
-// server.
+// The test kills the program during the first call, during a call in the middle, and during the call that
+// ends the server.
 TEST_F(ServerEndTest, AKilledProgramLeavesNoServerThatItStarted)
 {
     AddParts(1);
@@ -119,8 +119,8 @@ TEST_F(ServerEndTest, AKilledProgramLeavesNoServerThatItStarted)
     }
 }
 
-// A user may be working in a server with a main window. The stand-in shows the window before the program is
-// connected.
+// A user may be working in a server with a main window. The stand-in shows the window before the program
+// connects.
 TEST_F(ServerEndTest, AKilledProgramLeavesAServerWithAMainWindow)
 {
     AddParts(1);

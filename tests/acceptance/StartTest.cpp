@@ -1,4 +1,4 @@
-// What the program shows when it starts, and how it ends.
+// What the program shows when it starts.
 #include "tests/acceptance/AcceptanceTest.h"
 
 namespace {
@@ -24,8 +24,8 @@ TEST_F(StartInBothLanguages, ShowsTheFolderWithGeneratedNames)
     }
     EXPECT_EQ(headers, program.List().Headers());
     EXPECT_EQ(175, program.List().ColumnWidth(0));
-    // ".prt" is appended again: the program compares the last six characters of the name with the extension,
-    // and "prt" has only three.
+    // The program compares the last six characters of a name with the extension. "prt" has three characters,
+    // so the program appends ".prt" a second time.
     EXPECT_EQ((Rows{{L"N912_M8.sldprt", L"N912_M8.changed.sldprt", L"Norm 912 - %2", Mark::pending},
                     IsoRow(L"4017", L"M10x50", Mark::pending),
                     {L"N_ISO_4017_M8__A2__70__.sldprt", L"N_ISO_4017_M8.changed.sldprt", L"Norm 4017 - %2",

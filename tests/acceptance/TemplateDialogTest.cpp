@@ -1,4 +1,4 @@
-// The template dialog, from the list's menus to the names that a new template generates.
+// The template dialog, opened from the list's menus, and the names that a new template generates.
 #include "tests/acceptance/ListTest.h"
 
 namespace {
@@ -12,7 +12,7 @@ protected:
         m_library.WriteMapFile("N_ISO_4017_M4.sldprt ; 4.sldprt ; vier\n");
     }
 
-    // Opens the template dialog of the file names for the first row.
+    // Opens the template dialog for file names by the menu of the focused row.
     static HWND OpenTemplate(const CProgramUnderTest& program)
     {
         program.WaitForFocus(IDC_LIST);
@@ -21,7 +21,7 @@ protected:
         return WaitForTemplate(program);
     }
 
-    // Waits until the edit of the template dialog has the focus, and returns it.
+    // Waits until the edit of the template dialog has the focus. Returns the edit.
     static HWND WaitForTemplate(const CProgramUnderTest& program)
     {
         const HWND dialog = WaitFor([&] { return program.DialogWith(IDC_TEMPLATE_TEXT); });
@@ -87,11 +87,11 @@ TEST_F(TemplateDialogTest, OffersTheTemplatesUsedBefore)
     WaitFor([&] { return FocusOf(history) == history; });
     PressKeys({VK_F4});
     WaitFor([&] { return SendMessageW(history, CB_GETDROPPEDSTATE, 0, 0) != FALSE; });
-    PressKeys({VK_DOWN});  // the newest
+    PressKeys({VK_DOWN});  // to the newest template
     PressKeys({VK_DOWN});
     PressKeys({VK_RETURN});
     WaitForTextOf(edit, L"%4 first");
-    EXPECT_EQ(L"%4 second", m_registry.Template(1)) << "choosing only fills the field";
+    EXPECT_EQ(L"%4 second", m_registry.Template(1)) << "choosing a template only fills the field";
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ public:
     explicit CArguments(const DISPPARAMS& parameters) : m_parameters(parameters) {}
 
     // Returns S_OK if the arguments match the declaration, otherwise the automation error. For a wrong type,
-    // sets wrongArgument to the index in DISPPARAMS::rgvarg.
+    // sets wrongArgument to the argument's index in DISPPARAMS::rgvarg.
     HRESULT Check(std::span<const Parameter> declared, UINT& wrongArgument) const;
 
     // The values. Call only after a successful Check.

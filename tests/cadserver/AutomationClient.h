@@ -7,7 +7,7 @@
 
 #include "tests/cadserver/ComPointers.h"
 
-// A minimal automation client.
+// A minimal automation client, which calls objects through IDispatch::Invoke only.
 
 struct CallResult
 {

@@ -69,7 +69,8 @@ HRESULT ReportException(const FaultAction& action, EXCEPINFO* exception)
     return DISP_E_EXCEPTION;
 }
 
-// Holds a call until the test that has created the two events lets it continue.
+// Holds a call until a test lets the call continue, at most kMaxHold. Returns at once if no test has created
+// the two events.
 void HoldCall()
 {
     constexpr DWORD kMaxHold = 60'000;  // milliseconds
@@ -143,7 +144,7 @@ STDMETHODIMP CAutomationObject::GetTypeInfo(UINT /*index*/, LCID /*locale*/, ITy
 STDMETHODIMP CAutomationObject::GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* names, UINT count,
                                               LCID /*locale*/, DISPID* ids)
 {
-    // Names after the first are parameter names, which no operation has.
+    // The names after the first are parameter names. No operation has named parameters.
     std::fill(ids, ids + count, DISPID_UNKNOWN);
     for (const Operation& operation : Operations()) {
         if (count == 1 && LowerCase(operation.member.name) == LowerCase(names[0])) {
@@ -157,7 +158,7 @@ STDMETHODIMP CAutomationObject::GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* nam
 const Operation* CAutomationObject::Find(DISPID dispid, WORD flags) const
 {
     for (const Operation& operation : Operations()) {
-        // Script languages request a method or a property get, and set both flags.
+        // Script languages set both flags, for a method and for a property get.
         if (operation.member == dispid && (operation.kind & flags) != 0) {
             return &operation;
         }

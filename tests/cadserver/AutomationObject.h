@@ -14,7 +14,6 @@
 #include "tests/cadserver/Session.h"
 #include "tests/support/AutomationNumbers.h"
 
-// One operation of an automation object.
 struct Operation
 {
     automation::Member member;
@@ -23,7 +22,6 @@ struct Operation
     bool forTests = false;  // not part of the CAD system's interface: not counted, no faults
 };
 
-// The outcome of a call.
 struct Outcome
 {
     HRESULT status = S_OK;
@@ -54,7 +52,6 @@ protected:
 
     [[nodiscard]] CSession& Session() const { return m_session; }
 
-    // All operations of the object.
     [[nodiscard]] virtual std::span<const Operation> Operations() const = 0;
     // The object's name in the call log.
     [[nodiscard]] virtual std::wstring Label() const = 0;
@@ -67,13 +64,13 @@ private:
     struct Call;
 
     [[nodiscard]] const Operation* Find(DISPID dispid, WORD flags) const;
-    // The name of the operation; the number if there is none.
+    // The name of the called operation; the number of the call if the object has no such operation.
     [[nodiscard]] static std::wstring NameOf(const Call& call);
     Outcome Serve(Call& call);
-    // Does what the fault does before the call is served. Returns the outcome if the fault makes the call
-    // fail.
+    // Does the part of the fault that precedes serving the call. Returns the outcome if the fault makes the
+    // call fail.
     std::optional<Outcome> ActBefore(const FaultAction& action, Call& call, const std::wstring& number);
-    // Does what the fault does after the call has been served.
+    // Does the part of the fault that follows serving the call.
     void ActAfter(const FaultAction& action) const;
     Outcome ServeWithFaults(Call& call);
     Outcome Handle(Call& call);

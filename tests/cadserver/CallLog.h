@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// The server's log of calls. Opens and closes the file for each line: lines survive a crash of the server,
+// The server's log of calls. Opens and closes the file for each line. So lines survive a crash of the server,
 // and other programs can read and move the file between two calls.
 class CCallLog
 {

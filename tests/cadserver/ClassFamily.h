@@ -12,9 +12,9 @@ inline constexpr const wchar_t* kCommonProgId = L"SldWorks.Application";
 // The class identifier of the stand-in server's major version.
 CLSID ClassOf(int version);
 
-// Whether a class identifier in text form is one of the stand-in server's.
+// Whether a class identifier in text form belongs to the stand-in server.
 bool IsOurClass(const std::wstring& classText);
 
-// A ProgID of the CAD system that belongs to another program than the stand-in server, for all users or for
-// this one; none if there is no such. Any version counts, also one that the stand-in does not know.
+// A ProgID of the CAD system that belongs to a program other than the stand-in server; nothing if there is
+// none. Covers the registrations for all users and for the current user, and every version of the CAD system.
 std::optional<std::wstring> OtherCadSystem();

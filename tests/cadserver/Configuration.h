@@ -2,7 +2,7 @@
 
 #include "tests/cadserver/AutomationObject.h"
 
-// A configuration of an open document, whose BOM name can be set.
+// A configuration of an open document. Clients can set its BOM name.
 class CConfiguration : public CAutomationObject
 {
 public:

@@ -20,8 +20,8 @@ constexpr Operation kOperations[] = {
     {automation::kGetConfiguration, DISPATCH_METHOD, kByNameParameters},
 };
 
-// A one-dimensional array whose lower bound is first. fill(index, element) sets each element; index starts at
-// 0.
+// A one-dimensional array with the lower bound `first`. fill(index, element) sets each element; index starts
+// at 0.
 template <class Element, class Fill>
 _variant_t MakeArray(VARTYPE type, LONG first, size_t count, Fill fill)
 {

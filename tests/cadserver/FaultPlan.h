@@ -8,15 +8,15 @@
 
 #include "tests/cadserver/Script.h"
 
-// Counts the calls and returns the faults of the script that hit them.
+// Counts the calls, and decides which of the script's faults hit a call.
 class CFaultPlan
 {
 public:
     // Reads the counters of faults that count across starts.
     explicit CFaultPlan(std::vector<FaultRule> rules);
 
-    // Counts a call. `file` is the file that the call is about, or empty. Returns the faults that hit the
-    // call, in the order of the script, except busy and reject.
+    // Counts a call. `file` is the file that the call is about; empty if none. Returns the faults that hit
+    // the call, except busy and reject, in the order of the script.
     std::vector<FaultAction> Count(const std::wstring& call, const std::wstring& file);
 
     // What the message filter returns for the next call: SERVERCALL_ISHANDLED, SERVERCALL_RETRYLATER (busy)

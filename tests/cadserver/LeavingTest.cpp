@@ -20,8 +20,8 @@ namespace {
 
 using namespace automation;
 
-constexpr DWORD kLongTime = 10'000;      // milliseconds; longer than anything here takes
-constexpr DWORD kRemainingTime = 1'000;  // milliseconds in which a server that ends would have ended
+constexpr DWORD kLongTime = 10'000;      // milliseconds; longer than any step of these tests takes
+constexpr DWORD kRemainingTime = 1'000;  // milliseconds; a server that is ending needs less
 
 bool HasEnded(const UniqueHandle& process, DWORD timeout)
 {
@@ -49,8 +49,8 @@ protected:
     [[nodiscard]] auto Count(const std::wstring& line) const { return std::ranges::count(LogLines(), line); }
 };
 
-// Waits on a thread of its own for the server's prompt and answers it. Ends the server by force if no prompt
-// appears in time.
+// Waits on its own thread for the server's prompt, and answers the prompt. Ends the server by force if no
+// prompt appears in time.
 class CPromptAnswer
 {
 public:
@@ -84,7 +84,8 @@ private:
     std::thread m_thread;
 };
 
-// Ends the server by force if it does not end in time, so that calls to it return.
+// Fails the test and ends the server by force if the server does not end in time. Calls to the server then
+// return.
 class CEndWatch
 {
 public:
@@ -111,7 +112,7 @@ TEST_F(LeavingTest, LingersAfterExit)
     const UniqueHandle server = StartWith("linger 4000\n");
     EXPECT_EQ(S_OK, Call(kGetDateCode));
     EXPECT_EQ(S_OK, Call(kExit));
-    EXPECT_EQ(RPC_E_DISCONNECTED, Call(kGetDateCode)) << "the object that was there before";
+    EXPECT_EQ(RPC_E_DISCONNECTED, Call(kGetDateCode)) << "the object from before Exit";
     ASSERT_EQ(S_OK, Start());
     EXPECT_EQ(RPC_E_DISCONNECTED, Call(kGetDateCode));
     EXPECT_EQ(RPC_E_DISCONNECTED, Call(kExit));
@@ -250,7 +251,7 @@ TEST_F(LeavingTest, ReportsWrongRules)
     }
 }
 
-// Calls the current version's server in an apartment of its own until a call fails.
+// Calls the current version's server until a call fails. Runs on a thread with its own apartment.
 void CallUntilItFails(std::atomic<int>& ready)
 {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
@@ -288,7 +289,7 @@ TEST_F(LeavingTest, EndsWhileItsClientsKeepCalling)
     }
 }
 
-// Until `done` is set, ends the server by force when the session number stays the same for a long time.
+// Ends the server by force when the session number has not changed for kLongTime. Returns when `done` is set.
 void EndIfStuck(HANDLE server, const std::atomic<int>& session, HANDLE done)
 {
     for (int last = -1; last != session;) {
@@ -300,8 +301,9 @@ void EndIfStuck(HANDLE server, const std::atomic<int>& session, HANDLE done)
     TerminateProcess(server, 1);
 }
 
-// Each session releases the last automation object, right after a call. Without the stubs that the server
-// keeps, that release failed to return about once in a thousand sessions under Wine (8.0); see README.md.
+// Each session releases the last automation object right after a call. The server keeps a stub of each
+// interface. Without these stubs, about one release in a thousand sessions did not return under Wine (8.0);
+// see README.md.
 TEST_F(LeavingTest, OutlivesManySessions)
 {
     constexpr int kSessions = 100;

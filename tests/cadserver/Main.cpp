@@ -64,7 +64,7 @@ int ToVersion(const std::wstring& text)
 void Configure(const CommandLine& line)
 {
     if (!line.script.empty()) {
-        const CScript checked(line.script);  // reports a wrong script now, not when COM starts the server
+        const CScript checked(line.script);  // reports a wrong script before COM starts the server
     }
     ConfigureServer(line.script, line.log);
 }

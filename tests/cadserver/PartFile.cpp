@@ -217,7 +217,7 @@ HRESULT SaveConfigurations(const std::wstring& path, const std::vector<PartConfi
 
 HRESULT CreatePartFile(const std::wstring& path, const std::vector<std::wstring>& configurationNames)
 {
-    // Built in memory and written at once: a storage on disk would write block by block.
+    // The file is built in memory and written in one piece. A storage on disk would write block by block.
     ILockBytesPtr memory;
     IStoragePtr storage;
     HRESULT result = CreateILockBytesOnHGlobal(nullptr, TRUE, &memory);

@@ -25,7 +25,8 @@ struct PartConfiguration
 // STG_E_DOCFILECORRUPT for a damaged configuration stream.
 HRESULT ReadConfigurations(const std::wstring& path, std::vector<PartConfiguration>& configurations);
 
-// Writes the configurations to an existing part file with the same number of them. Leaves the rest unchanged.
+// Writes the configurations to an existing part file, which must have the same number of configurations.
+// Leaves the rest of the file unchanged.
 HRESULT SaveConfigurations(const std::wstring& path, const std::vector<PartConfiguration>& configurations);
 
 // Creates or overwrites a part file with these configurations, which use no alternative BOM name.

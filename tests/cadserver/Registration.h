@@ -9,8 +9,8 @@
 
 // Registers this executable as the automation server of the versions, and the current version (if any) under
 // the version-independent ProgID. Removes earlier registrations first. Throws std::runtime_error if any
-// ProgID of the CAD system belongs to another program (nothing is changed then) or the registry cannot be
-// written.
+// ProgID of the CAD system belongs to another program, before it changes anything, or if the registry cannot
+// be written.
 void RegisterVersions(const std::vector<int>& versions, std::optional<int> current);
 
 // Removes every registration that RegisterVersions made, and nothing else.

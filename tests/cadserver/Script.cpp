@@ -5,7 +5,7 @@
 
 namespace {
 
-// Splits a line into words. A quoted part of a word may contain blanks, also after "key=".
+// Splits a line into words. Blanks inside quotes do not end a word, also in key="a b".
 std::vector<std::wstring> SplitWords(const std::wstring& line)
 {
     std::vector<std::wstring> words;
@@ -193,7 +193,7 @@ FaultAction ParseAction(const std::vector<std::wstring>& words, size_t at)
     return action;
 }
 
-// Parses a word that says which calls a fault hits. Returns false if it is another word.
+// Parses a word that says which calls a fault hits. Returns false for any other word.
 bool SetCondition(FaultRule& rule, const std::wstring& word)
 {
     const auto [key, value] = SplitOption(word);

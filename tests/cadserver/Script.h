@@ -44,11 +44,11 @@ struct FaultAction
     DWORD milliseconds = 0;  // of busy, reject and slow; may be INFINITE
 };
 
-// A fault hits the nth call that matches both filters; a lasting fault also hits all later ones.
+// A fault hits the nth call that matches both filters. A lasting fault also hits all later matching calls.
 struct FaultRule
 {
     DWORD nth = 1;
-    std::wstring call;  // its name; empty: any
+    std::wstring call;  // name of the call; empty: any
     std::wstring file;  // in lower case; empty: any
     bool lasting = false;
     bool across = false;  // counts across all starts of the server
@@ -65,14 +65,14 @@ enum class NamesKind
     fromOne    // array of automation strings whose first index is 1
 };
 
-// The result of opening a file.
 struct OpenResult
 {
     bool withDocument = true;
     long errorCode = 0;
 };
 
-// How long a server stays reachable before it ends, and the status with which it refuses calls meanwhile.
+// How long a server stays reachable before it ends, and the status with which the server refuses calls
+// meanwhile.
 struct Lingering
 {
     DWORD milliseconds;
@@ -84,7 +84,6 @@ struct Lingering
 class CScript
 {
 public:
-    // A script without rules.
     CScript() = default;
 
     // Reads a script file. Throws CScriptError on a syntax error, and std::runtime_error if the file cannot
@@ -110,17 +109,16 @@ public:
     {
         return std::prev(m_startDelays.upper_bound(start))->second;
     }
-    // How the process of the start with this number (from 1) lingers; nothing if it does not.
+    // How the process of the start with this number (from 1) lingers; nothing if the process does not linger.
     [[nodiscard]] std::optional<Lingering> LingeringOf(DWORD start) const
     {
         return std::prev(m_lingerings.upper_bound(start))->second;
     }
     // Whether the process outlives its sessions.
     [[nodiscard]] bool Stays() const { return m_stays; }
-    // Whether Exit, or the end of the process after it, waits for the answer to a message box.
+    // Whether Exit waits for the answer to a message box, and whether the end of the process does.
     [[nodiscard]] bool PromptsInEnd() const { return m_promptsInEnd; }
     [[nodiscard]] bool PromptsAtEnd() const { return m_promptsAtEnd; }
-    // Whether the process shows a main window.
     [[nodiscard]] bool ShowsWindow() const { return m_showsWindow; }
     [[nodiscard]] const std::vector<FaultRule>& Faults() const { return m_faults; }
 

@@ -126,9 +126,9 @@ public:
     }
 };
 
-// Keeps the object reachable from outside until the process ends. When the last stub of an interface goes,
-// Wine (8.0) waits for the calls that are still returning to other processes, and may miss that they have
-// returned: the release would then never return.
+// Keeps a stub of the object until the process ends. When the last stub of an interface is released, Wine
+// (8.0) waits for the calls that are still returning to other processes. Wine may miss the return of a call;
+// the release would then never return.
 void KeepStub(IUnknown& object, REFIID identifier)
 {
     IStreamPtr stream;
@@ -137,18 +137,18 @@ void KeepStub(IUnknown& object, REFIID identifier)
     }
 }
 
-// Whether a timer of the thread has expired.
+// Whether the message says that the thread's timer has expired.
 bool IsTimer(const MSG& message, UINT_PTR timer)
 {
     return message.message == WM_TIMER && message.hwnd == nullptr && message.wParam == timer;
 }
 
-// Serves calls until the server is about to end.
+// Serves calls until the server is due to end.
 void ServeCalls(CSession& session)
 {
     const UINT_PTR idleTimer = SetTimer(nullptr, 0, kFirstClientTimeout, nullptr);
     MSG message;
-    // No timer's message ends the loop: while clients keep calling, that message might never be delivered.
+    // The end does not wait for a timer's message, which might never arrive while clients keep calling.
     while (!session.EndIsDue() && GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (IsTimer(message, session.StayTimer())) {
             session.EndNow(L"unused");
@@ -164,7 +164,8 @@ void ServeCalls(CSession& session)
     }
 }
 
-// Refuses the calls that arrive during this time. RequestEnd's timer wakes the loop.
+// Serves messages for this time; every call is refused meanwhile. The timer that RequestEnd set keeps waking
+// the loop.
 void Linger(DWORD milliseconds)
 {
     const ULONGLONG end = GetTickCount64() + milliseconds;
@@ -174,8 +175,8 @@ void Linger(DWORD milliseconds)
     }
 }
 
-// Refuses calls until no more arrive. Otherwise Wine (8.0) may fail to end the process: it first kills COM's
-// threads, and a lock that such a thread holds is then never released.
+// Refuses calls until none has arrived for kQuiet, at most for kMost. Otherwise Wine (8.0) may fail to end
+// the process: Wine first kills COM's threads, and a lock that such a thread holds is then never released.
 void WaitForQuiet()
 {
     constexpr DWORD kQuiet = 30;        // milliseconds

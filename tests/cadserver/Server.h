@@ -1,5 +1,5 @@
 #pragma once
 
-// Serves the given major version until the last client has released its objects or the server is told to end.
-// Called in the process that COM starts. Returns the exit status of the process: 0, or 1 if the start failed.
+// Serves a major version of the CAD system in the process that COM starts. Returns 1, the exit status of the
+// process, if the start fails. Otherwise does not return: the process ends as README.md describes.
 int Serve(int version);

@@ -17,8 +17,6 @@
 #include "tests/support/Files.h"
 #include "tests/support/TextFile.h"
 
-// What the tests of the stand-in CAD server share.
-
 constexpr HRESULT kServerDied = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);  // 0x800706BE
 constexpr HRESULT kServerGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
 
@@ -27,7 +25,8 @@ inline std::wstring Quoted(const std::wstring& path)
     return L"\"" + path + L"\"";
 }
 
-// Starts servers with the test's own script, log and part.
+// Base class of the tests of the stand-in CAD server: starts servers with the test's own script, log and
+// part.
 class CServerFixture : public testing::Test
 {
 protected:

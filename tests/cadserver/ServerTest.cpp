@@ -1,5 +1,5 @@
-// Tests the stand-in CAD server with a minimal automation client. The versions 25 and 30 are registered once
-// for all tests; each test configures its own script, log and part files.
+// Tests the stand-in CAD server with a minimal automation client. Versions 25 and 30 are registered once for
+// all tests. Each test configures its own script, log and part files.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -245,7 +245,7 @@ TEST_F(ServerTest, RejectsWrongArguments)
     one.boolVal = 1;
     const CallResult raw = Invoke(Application(), kSetDocumentVisibility, {one, Number(1)});
     EXPECT_EQ(DISP_E_TYPEMISMATCH, raw.status);
-    EXPECT_EQ(1U, raw.wrongArgument);  // the array of a call holds the arguments in reverse order
+    EXPECT_EQ(1U, raw.wrongArgument);  // DISPPARAMS::rgvarg holds the arguments in reverse order
     EXPECT_TRUE(LogLines().back().ends_with(L"\tBOOL=1\tI4=1\t0x80020005"));
     EXPECT_EQ(DISP_E_TYPEMISMATCH,
               Invoke(Application(), kSetDocumentVisibility, {Flag(true), _variant_t(short{1})}).status);
@@ -560,7 +560,7 @@ TEST_F(ServerTest, TheNextClientAfterExitGetsANewProcess)
     EXPECT_EQ(9U, lines.size());
 }
 
-// TearDown ends the process by a session without "stay".
+// TearDown starts a session whose script has no "stay", so the process ends with that session.
 class StayTest : public ServerTest
 {
 protected:
@@ -633,7 +633,8 @@ TEST_F(ServerTest, RefusesAWrongScriptWhenConfigured)
     EXPECT_EQ(2U, RunServerProgram(L"--what"));
 }
 
-// Any version of the CAD system counts: users would get the stand-in server in its place otherwise.
+// Every version of the CAD system counts. Otherwise users could get the stand-in server instead of their CAD
+// system.
 TEST_F(ServerTest, RegistersNothingBesideARealCadSystemAndLeavesItUnchanged)
 {
     const wchar_t* key = L"Software\\Classes\\SldWorks.Application.31\\CLSID";

@@ -12,8 +12,8 @@
 
 namespace {
 
-constexpr UINT kEndDelay = 100;        // milliseconds for the last call to return to its client
-constexpr UINT kStayTimeout = 60'000;  // milliseconds for a session, and for the time between two sessions
+constexpr UINT kEndDelay = 100;        // milliseconds in which the last call returns to its client
+constexpr UINT kStayTimeout = 60'000;  // milliseconds, both for a session and between two sessions
 constexpr long kNotAPartFile = 1;
 constexpr long kNoSuchFile = 2;
 constexpr long kReadOnly = 3;
@@ -81,7 +81,7 @@ CSession::CSession(int version, StartSettings settings)
     , m_log(std::move(settings.log))
 {
     if (m_script.Stays() || LingeringAtEnd()) {
-        CoAddRefServerProcess();  // never released: clients can connect even when there are no objects
+        CoAddRefServerProcess();  // never released, so clients can connect even when no object exists
     }
     RestartStayTimer();
 }
@@ -258,7 +258,7 @@ void CSession::End(UINT status)
 
 void CSession::Hang()
 {
-    // Wine would keep sending clients to the process even after its end.
+    // Otherwise Wine would keep sending clients to this process, even after its end.
     Revoke();
     for (;;) {
         Sleep(INFINITE);

@@ -31,12 +31,14 @@ struct StartSettings
     CCallLog log;
 };
 
-// Counts a start of the server, reads its settings and logs the start, followed by the remark. Returns
-// nothing if the script refuses this start or cannot be read; that is logged instead.
+// Counts a start of the server, reads the settings, and logs the start, followed by the remark. If the script
+// refuses the start or cannot be read, logs the refusal or the error instead and returns nothing. A start
+// whose script cannot be read is not counted.
 std::optional<StartSettings> PrepareStart(int version, const std::wstring& remark = {});
 
 // The state of one start of the server: script, log, open documents, and the decision to end. With "stay" in
-// the script, a process has one session after the other. Used only on the thread that serves the calls.
+// the script, a process has several sessions, one after the other. Used only on the thread that serves the
+// calls.
 class CSession
 {
 public:
@@ -50,53 +52,54 @@ public:
     // The number of the next call, from 1.
     std::wstring NextCallNumber() { return std::to_wstring(++m_calls); }
 
-    // Opens the part at the path, or finds it if it is open already. On failure, returns null and sets the
-    // error code of the open call: 1 not a part file, 2 not found, 3 read-only.
+    // Returns the part at the path, and opens the part if it is not open yet. On failure, returns null and
+    // sets the error code of the open call: 1 not a part file, 2 not found, 3 read-only.
     OpenPartPointer OpenPartAt(const std::wstring& path, long& errorCode);
-    // Closes the part at the path without saving it. Returns whether it was open.
+    // Closes the part at the path without saving it. Returns whether the part was open.
     bool ClosePartAt(const std::wstring& path);
     // The names of the open parts, separated by "|".
     [[nodiscard]] std::wstring OpenNames() const;
 
-    // Registers the class object until the session ends.
+    // Registers the class object. The registration lasts until the process ends, lingering included, or
+    // hangs.
     HRESULT RegisterClassObject(IUnknown& factory);
 
-    // The status with which every call fails while the server lingers or is disconnected; nothing at other
-    // times.
+    // The status with which every call fails while the server lingers or is disconnected, otherwise nothing.
     [[nodiscard]] std::optional<HRESULT> Refusal() const;
 
     // The number of the session in this process.
     [[nodiscard]] unsigned Number() const { return m_number; }
-    // If the session has ended and the process stays, begins a new session like a new process would. Returns
-    // whether there is a session to serve a new client.
+    // If the session has ended and the process stays, begins a new session in the way a new process would.
+    // Returns false if the start of the new session fails.
     bool EnsureSession();
 
-    // Called by every automation object when it is created and destroyed, with the number of the session in
-    // which it was created. The session ends with its last object.
+    // Every automation object calls AddObject in its constructor and RemoveObject in its destructor. `number`
+    // is the session in which the object was created. The session ends with its last object.
     void AddObject();
     void RemoveObject(unsigned number);
     [[nodiscard]] bool WasUsed() const { return m_used; }
 
-    // Has the server end soon, but only after the current call can have returned. Until then, the server
-    // accepts no more clients, unless it lingers. If the process stays, only the session ends.
+    // Ends the server after a delay in which the current call returns. Meanwhile the server accepts no more
+    // clients, unless it lingers. If the process stays, only the session ends.
     void RequestEnd(const std::wstring& reason);
-    // Whether the time has come for the server to end.
+    // Whether the delay of RequestEnd is over.
     [[nodiscard]] bool EndIsDue() const { return m_endTime && GetTickCount64() >= *m_endTime; }
-    // How the process lingers before it ends; nothing if it does not.
+    // How the process lingers before it ends; nothing if the process does not linger.
     [[nodiscard]] std::optional<Lingering> LingeringAtEnd() const { return m_script.LingeringOf(m_start); }
-    // Accepts no more clients and refuses every call.
+    // From now on, the server accepts no clients and refuses every call.
     void Disconnect();
-    // Ends the process after its last call.
+    // Ends the process. Called outside any call.
     [[noreturn]] void Leave();
     // Ends the process immediately, within a call.
     [[noreturn]] void EndNow(const std::wstring& reason);
     // Never returns. Only ending the process from outside ends the call.
     [[noreturn]] void Hang();
-    // The timer of a process that stays. It expires if no session begins or ends for a minute.
+    // The timer of a process that stays; 0 otherwise. The timer expires if no session begins or ends for a
+    // minute.
     [[nodiscard]] UINT_PTR StayTimer() const { return m_stayTimer; }
 
 private:
-    // Logs the end with its reason, unless it is logged already.
+    // Logs the end with its reason, unless the end is logged already.
     void LogEnd();
     void Revoke();
     [[noreturn]] void End(UINT status);

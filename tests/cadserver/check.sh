@@ -2,7 +2,7 @@
 # Tests the stand-in CAD server with a script client, and with it the library generator and tools/read-parts:
 # tests/cadserver/check.sh FOLDER_OF_THE_PROGRAMS
 #
-# Client and reader share no code with the server and the generator.
+# The script client and tools/read-parts share no code with the server and the library generator.
 #
 # The exit status is 0 only if all results are as expected. Needs Debian's python3-olefile.
 set -euo pipefail

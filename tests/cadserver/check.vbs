@@ -1,7 +1,7 @@
 ' Uses the stand-in CAD server from a script: cscript //nologo check.vbs PART PREFIX
 '
-' Sets the BOM name of every configuration but the last to PREFIX + its own name. Prints the results in ASCII only, as the
-' console may change other characters.
+' Sets the BOM name of every configuration but the last to PREFIX followed by the configuration's name. Prints ASCII
+' characters only, because the console may change others.
 Option Explicit
 Dim app, doc, conf, names, code, index
 Set app = CreateObject("SldWorks.Application.30")

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-// Splits the bytes of a fuzz input into texts. The bytes are decoded as UTF-8, so that seeds can be written
-// by hand. A byte that begins no sequence of two or three bytes becomes the character of the same value. So
-// every character fits into the 16 bits that wchar_t has on Windows.
+// Splits the bytes of a fuzz input into texts. The bytes are decoded as UTF-8, so seeds can be written by
+// hand. A byte that is not part of a sequence of two or three bytes becomes the character of the same value.
+// So every character fits into the 16 bits that wchar_t has on Windows.
 class CFuzzInput
 {
 public:
@@ -22,7 +22,7 @@ public:
 
     std::wstring Rest() { return Decode(RestBytes()); }
 
-    // The same without decoding.
+    // The same texts without decoding.
     std::string_view FieldBytes() { return Take(m_rest.find(kSeparator)); }
     std::string_view RestBytes() { return Take(std::string_view::npos); }
 

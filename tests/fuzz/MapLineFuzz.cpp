@@ -63,7 +63,7 @@ void CheckRoundTrip(const UTtab_entry& entry, const std::wstring& mapPath)
             "the reader returns a last record without a line end");
 }
 
-// A made-up code page. It has a byte for every second character.
+// A made-up code page, with a byte for every second character above U+00FF.
 char ByteOfOdd(wchar_t character)
 {
     return character % 2 != 0 ? static_cast<char>(0x80U | (static_cast<unsigned>(character) & 0x7FU)) : '?';

@@ -63,8 +63,8 @@ MapReading PlainRead(const std::string& file)
     return reading;
 }
 
-// Writes the records that were read, and reads them again. Leaves out a record whose line gets too long, and
-// a record with a carriage return: it would be written as a blank.
+// Writes the records that were read, and reads them again. Leaves out a record whose line gets too long. Also
+// leaves out a record with a carriage return, which would be written as a blank.
 void CheckWriteAndReadAgain(const MapReading& reading)
 {
     std::string file;

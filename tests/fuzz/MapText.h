@@ -9,8 +9,7 @@
 
 #include "files/MapLine.h"
 
-// Shared by the targets of the parts map file. Characters up to U+00FF are converted to bytes and back as
-// Latin-1.
+// Shared by the two targets of the map file: reading with Latin-1 as the code page.
 
 inline char QuestionMark(wchar_t)
 {

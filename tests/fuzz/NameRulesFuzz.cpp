@@ -86,8 +86,8 @@ void CheckExtension(const std::wstring& name, const std::wstring& extension)
     Require(usable == PlainEnsureExtension(plain, extension),
             "the plain implementation accepts the same names");
     Require(ensured == plain, "a name gets its extension like the plain implementation does");
-    // EnsureExtension compares the last six characters of the name, so it finds only an extension of six
-    // characters again. It also trims the name, so the extension must not end in a blank.
+    // EnsureExtension compares the last six characters of the name, so it recognises only an extension of six
+    // characters. EnsureExtension also trims the name, so the extension must not end in a blank.
     if (usable && extension.size() == 6 && Trim(extension).ends_with(extension.back())) {
         std::wstring again = ensured;
         Require(EnsureExtension(again, extension, EqualIgnoringCase) && again == ensured,

@@ -10,7 +10,7 @@
 
 namespace {
 
-// In characters. Fill-ins inside values multiply the text; longer texts cost time and test nothing new.
+// In characters. Fill-ins inside values multiply the text. Longer texts cost time and test nothing new.
 constexpr std::size_t kMaxExpansion = 10'000;
 
 using FillIns = std::vector<std::pair<wchar_t, std::wstring>>;

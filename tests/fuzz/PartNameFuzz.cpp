@@ -106,7 +106,8 @@ std::wstring Without(std::wstring text, std::wstring_view characters)
 }
 
 // Pieces of a valid name. Underscores and the last dot separate the pieces: no piece but the prefix has an
-// underscore, and the extension has no dot. Number and size are never empty, or two underscores would meet.
+// underscore, and the extension has no dot. Number and size are never empty; otherwise two underscores would
+// meet.
 PartNameValues TakePieces(CFuzzInput& input)
 {
     constexpr std::array kPrefixes{L"N", L"N_", L"N_ISO_", L"N_ENISO_", L"N_EN_"};

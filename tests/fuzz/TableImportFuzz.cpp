@@ -109,7 +109,7 @@ bool IsSurrogate(wchar_t character, unsigned first)
     return static_cast<unsigned>(character) / 0x400U == first / 0x400U;
 }
 
-// A plain version of what encoding does to a text.
+// A plain version of encoding and decoding a text.
 std::wstring WithoutUnpairedSurrogates(std::wstring text)
 {
     for (std::size_t at = 0; at < text.size(); ++at) {

@@ -1,7 +1,7 @@
 #include <windows.h>
 
-// Stands in for a malicious library, put into a folder from which the program must not load libraries. If its
-// code runs, it creates the file named by the environment variable TALVENOR_TEST_PLANTED.
+// Stands in for a malicious library in a folder from which the program must not load libraries. When its code
+// runs, the library creates the file that the environment variable TALVENOR_TEST_PLANTED names.
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID)
 {
     wchar_t path[MAX_PATH] = {};

@@ -2,8 +2,8 @@
 """Checks headers, manifest and symbols of the built files: tests/hardening/built_files.py BUILD_FOLDER
 
 Parses the headers of talvenor.exe and the two resource libraries in BUILD_FOLDER/bin, compares the program with the
-unstripped program, and searches the object files of the program's modules. Then tests itself: breaks each property in a copy
-of the file in memory, and reports a finding if the check does not notice. The exit status is 1 if anything is found.
+unstripped program, and searches the object files of the program's modules. Then tests itself: breaks each property in a
+copy of the file in memory, and reports a finding if the check misses the break. The exit status is 1 if anything is found.
 """
 import glob
 import os
@@ -19,7 +19,7 @@ IMPORTS, RELOCATIONS, TLS, DELAYED_IMPORTS = 1, 5, 9, 13
 EXECUTE, WRITE = 0x20000000, 0x80000000
 
 # Libraries that Windows always loads from its system folder (documentation: "Dynamic-link library search order", known
-# DLLs). The common controls are not among them, but the manifest binds them to the side-by-side store.
+# DLLs). The common controls are not among these libraries, but the manifest binds them to the side-by-side store.
 KNOWN_LIBRARIES = {"advapi32.dll", "comdlg32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
                    "oleaut32.dll", "shell32.dll", "user32.dll"}
 VERSION_OF_WINDOWS = (10, 0)  # Windows 10 and 11 share this number
@@ -30,8 +30,8 @@ COMMON_CONTROLS_MANIFEST = b"Microsoft.Windows.Common-Controls"
 # Windows uses the first value of this list that it knows.
 SCALING_MANIFEST = b"WindowsSettings\">PerMonitorV2, system</dpiAwareness>"
 
-# The program must call this function. The effect of the call shows on Windows only, so the import is checked: the name
-# occurs nowhere else in the program.
+# The program must call this function. The effect of the call shows on Windows only, so the check looks for the import:
+# the name occurs nowhere else in the program.
 NO_GHOST_WINDOWS = b"\0DisableProcessWindowsGhosting\0"
 
 SYMBOLS_LACK = ["has no symbols in the unstripped program", "has no linker map"]
@@ -239,7 +239,7 @@ SYMBOL_MUTATIONS = {"is not stripped": count_a_symbol, "has other code than the 
 
 
 def check_file(path, findings_of, mutations):
-    """The findings about a file, and about checks that do not notice a mutation."""
+    """The findings about a file, and a finding for each mutation that the check does not notice."""
     data = read(path)
     name = os.path.basename(path)
     for finding in findings_of(Image(data)):

@@ -1,10 +1,15 @@
 #!/usr/bin/env python3
 """Checks the contents of a release: tests/installer/contents.py DIST VERSION STAGE
 
-STAGE holds the staged folders: german, english and symbols. In both editions, the installer package and the portable archive
-hold exactly the files in FILES, identical to the staged ones; the tables of the package and the SBOM are correct. The
-symbols belong to the delivered programs, and the self-check holds these programs and what it needs. The checksums cover all files and are correct. The exit status is 1 if anything is
-found.
+STAGE holds the staged folders: german, english and symbols. The script checks:
+
+- In both editions, the installer package and the portable archive hold exactly the files in FILES, identical to the
+  staged files. The tables of the package and the SBOM are correct.
+- The symbols belong to the delivered programs.
+- The self-check holds the delivered programs, its other programs and its packages.
+- The checksums cover all files and are correct.
+
+The exit status is 1 if anything is found.
 """
 import hashlib
 import json
@@ -85,7 +90,7 @@ def check_findings(found, delivered):
             yield f"self-check: talvenor_{edition}.exe is not the delivered program"
     sums = dict(reversed(line.split(maxsplit=1)) for line in found.get("SHA256SUMS", b"").decode().splitlines())
     if sums != {name: hashlib.sha256(data).hexdigest() for name, data in found.items() if name != "SHA256SUMS"}:
-        yield "self-check: SHA256SUMS does not cover its files"
+        yield "self-check: SHA256SUMS does not match the files of the self-check"
     for name in ("selfcheck.exe", "check.cmd", *(f"packages/{kind}.msi" for kind in CHECK_PACKAGES)):
         if name not in found:
             yield f"self-check: {name} is missing"
@@ -139,7 +144,7 @@ def edition_findings(dist, version, edition, staged):
 
 
 def code_findings(codes):
-    """Editions with the same product code could not replace each other."""
+    """Checks that the product codes differ. Editions with the same product code could not replace each other."""
     if len(set(codes)) != len(EDITIONS):
         yield f"the product codes are {codes}"
 
@@ -160,7 +165,7 @@ def findings(dist, version, stage):
 
 
 def undetected(staged, symbols):
-    """Injects errors, and yields those that the checks would not find."""
+    """Injects errors, and yields the errors that the checks would not find."""
     mutated = {**staged, "cadserver.exe": b"", "talvenor.exe": b"other"}
     del mutated["Licences.txt"]
     if len(list(content_findings("test", mutated, staged))) != 3:

@@ -1,10 +1,10 @@
-"""Installs, uses, upgrades and removes both editions. Afterwards the machine must be as before. Called by
-tests/installer/run.
+"""Installs, uses, upgrades and removes both editions under Wine. Afterwards the machine must be as before, except for
+MAY_REMAIN. Called by tests/installer/run.
 
   lifetime.py DIST VERSION STAGE PREFIX WINDOW_LOG
 
 Not tested: that a failed upgrade keeps the old version. Wine's installer does not restore what RemoveExistingProducts has
-removed; tables.py checks that the removal is part of the transaction.
+removed. tables.py checks that the removal is part of the transaction.
 """
 import functools
 import os
@@ -62,9 +62,9 @@ class LifetimeTest:
         return machine.run_windows("msiexec", switch, machine.windows_path(package), "/qn")
 
     def install_into(self, folder, package):
-        """Installs into a folder. A batch file holds the command line as a user types it: from here, INSTALLDIR=... would be
-        passed in quotes as a whole. The package is copied, because a batch file would misread non-ASCII letters and percent
-        signs in its path."""
+        """Installs into a folder. A batch file holds the command line as a user types it; a direct call would put quotes
+        around the whole of INSTALLDIR=... The package is copied, because a batch file would misread non-ASCII letters and
+        percent signs in the package's path."""
         batch, copy = self.machine.path("C:\\install.bat"), self.machine.path("C:\\package.msi")
         shutil.copyfile(package, copy)
         with open(batch, "w", encoding="ascii", newline="\r\n") as file:
@@ -75,7 +75,7 @@ class LifetimeTest:
         return status
 
     def double_click(self, package):
-        """Starts the package like a double-click, with the UI sequence first. The package shows no windows."""
+        """Opens the package as a double-click does: the UI sequence runs first. The package shows no windows."""
         return machine.run_windows("msiexec", "/i", machine.windows_path(package))
 
     def entries(self, state):
@@ -123,8 +123,8 @@ class LifetimeTest:
         drive.report_boxes(self.report, self.screen.box_texts[boxes:], check.expected_boxes(library))
 
     def start_in_other_folder(self, target, edition):
-        """Started in another working folder, the program reports that the resource library of its language is missing, and
-        ends."""
+        """Starts the program in another working folder. The program must report that the resource library of its language is
+        missing, and end."""
         program = Program(self.screen, target, self.machine.path("C:\\windows"))
         box = program.wait_for("the message", 30, self.screen.message_box)
         self.expect("message of a start in another folder", box.text(), NO_RESOURCES[edition])
@@ -142,14 +142,14 @@ class LifetimeTest:
             print(f"   remaining, {reason}: {len(names)}")
 
     def make_package(self, name, version, change):
-        """Makes a German package of this version, with `change` applied to the bytes of every file. Returns the package and the
-        folder of its files."""
+        """Makes a German package of this version, with `change` applied to the bytes of every file. Returns the package, and
+        the folder of the changed files."""
         stage = os.path.realpath(os.path.join(self.prefix, "..", name))
         return variants.make_package(self.stages["german"], stage, version, change), stage
 
     @functools.cached_property
     def older(self):
-        """A package of an older version. The program's files have the older number in their version resource; the manuals
+        """A package of an older version. The program's files have the older number in their version resource. The manuals
         have other contents."""
         return self.make_package("older", variants.OLDER, lambda data: variants.older_bytes(data, self.version))
 
@@ -173,7 +173,7 @@ def refused_on_older_windows(test):
         before = test.machine.state()
         test.expect(f"an installation fails (build {build})", test.msiexec("/i", test.packages["german"]) != 0, True)
         test.expect_as_before(before)
-    set_windows_build(OLDEST_BUILD)  # the next tests need it, too
+    set_windows_build(OLDEST_BUILD)  # the next tests need this build, too
 
 
 def install_and_remove(test):

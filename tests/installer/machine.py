@@ -1,4 +1,4 @@
-"""Snapshots of the files and the registry of a Wine prefix, and their differences."""
+"""Snapshots of the files and the registry of a Wine prefix, and the differences between two snapshots."""
 import hashlib
 import os
 import re

@@ -20,7 +20,7 @@ def target_of(info):
 
 
 def read(path):
-    """Returns target and working folder; None for one that the shortcut lacks."""
+    """Returns target and working folder. Each is None if the shortcut lacks it."""
     with open(path, "rb") as file:
         data = file.read()
     size, flags = struct.unpack_from("<I", data, 0)[0], struct.unpack_from("<I", data, 20)[0]

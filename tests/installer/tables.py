@@ -1,4 +1,4 @@
-"""Checks the tables of the installer package, and that errors in them would be found."""
+"""Checks the tables of the installer package. Then checks itself: errors injected into the tables must be found."""
 import os
 import shutil
 import subprocess
@@ -7,7 +7,7 @@ import tempfile
 UPGRADE_CODE = "{D68003F5-A04E-4B17-9156-DE64D5E4DF2A}"  # of all versions and editions
 PROPERTIES = {"ALLUSERS": "1", "ARPPRODUCTICON": "talvenor.ico", "ProductName": "Talvenor", "Manufacturer": "Talvenor",
               "REINSTALLMODE": "amus", "UpgradeCode": UPGRADE_CODE}
-# Windows Installer passes only these to its elevated side (documentation: "SecureCustomProperties property").
+# Windows Installer passes only these properties to its elevated side (documentation: "SecureCustomProperties property").
 SECURE = {"INSTALLDIR", "NEWERFOUND", "REPLACED", "WINDOWSBUILD"}
 WINDOWS_CONDITION = "Installed OR (VersionNT64 AND WINDOWSBUILD >= 15063)"
 LANGUAGE_IDS = {"german": "1031", "english": "1033"}
@@ -50,8 +50,8 @@ def expected_rows(version, edition):
 
 
 OPEN_TABLES = {"_SummaryInformation"}  # may hold other rows as well
-# The old version is removed inside the transaction, which begins with InstallInitialize, and before any part of the new
-# version is installed. The installation folder is known before InstallLocation stores it.
+# The old version is removed after InstallInitialize, which begins the transaction, and before any part of the new version
+# is installed. The installation folder is known before InstallLocation stores the folder.
 ORDERS = {"InstallExecuteSequence": [("FindRelatedProducts", "LaunchConditions"), ("AppSearch", "LaunchConditions"),
                                      ("AppSearch", "CostInitialize", "CostFinalize", "InstallLocation", "InstallValidate"),
                                      ("InstallInitialize", "RemoveExistingProducts", "ProcessComponents", "InstallFiles",
@@ -113,7 +113,7 @@ def order_findings(package):
 
 
 def removal_findings(package):
-    """The removal must follow InstallInitialize directly: no earlier action may write into the installation script."""
+    """The removal must follow InstallInitialize directly: no action in between may write to the installation script."""
     rows = sorted(table(package, "InstallExecuteSequence"), key=lambda row: int(row["Sequence"]))
     actions = [row["Action"] for row in rows]
     if "RemoveExistingProducts" in actions:
@@ -214,7 +214,7 @@ def with_icon(package, folder, content):
 
 
 def mutation_findings(package, version, edition, icon):
-    """Injects errors into copies of the package, and yields those that the checks would not find."""
+    """Injects errors into copies of the package, and yields the errors that the checks would not find."""
     with tempfile.TemporaryDirectory() as folder:
         before = set(findings(package, version, edition, icon))
         mutations = [(lambda query=query: changed(package, folder, "-q", query), expected) for query, expected in MUTATIONS]

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Packages that differ from the released ones: tests/installer/variants.py STAGE VERSION FOLDER
+"""Makes packages that differ from the released packages: tests/installer/variants.py STAGE VERSION FOLDER
 
 STAGE holds the staged files of the German edition. Writes to FOLDER, for the self-check: older.msi (an older version),
 rebuilt.msi (the same version with other contents) and failing.msi (a newer version whose installation fails at its end).
@@ -25,7 +25,8 @@ FAILING_ACTION = ("INSERT INTO `CustomAction` (`Action`, `Type`, `Source`, `Targ
 
 
 def older_bytes(data, version):
-    """The file with the older number in its version resource. A manual is replaced, any other file unchanged."""
+    """The bytes of a file of the older version. A program file gets the older number in its version resource, a manual gets
+    other contents, and any other file stays unchanged."""
     def numbers(text):
         major, minor, patch = map(int, text.split("."))
         return FIXED_INFO + struct.pack("<4H", minor, major, 0, patch) * 2  # file version, product version
@@ -43,8 +44,8 @@ def rebuilt_bytes(data):
 
 
 def make_package(german, stage, version, change):
-    """A German package of the version, STAGE.msi, whose files have been changed by `change`; they are then in the folder
-    `stage`."""
+    """Makes a German package of the version, with `change` applied to the bytes of every file. Returns the package, which is
+    STAGE.msi; the changed files are in the folder `stage`."""
     shutil.copytree(german, stage)
     for place, _, names in os.walk(stage):
         for name in names:

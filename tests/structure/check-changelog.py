@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks that CHANGELOG.md has the current version: tests/structure/check-changelog.py [FOLDER].
 
-The version of CMakeLists.txt has a section with a date, and only "Unreleased" is above it. The exit status is 1 if
-anything is found; each finding is one line.
+The version in CMakeLists.txt must have a section with a date. Only the section "Unreleased" may precede that section.
+The exit status is 1 if anything is found; each finding is one line.
 """
 import os
 import re

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Tests the structure checks: each must report the mistake that it looks for, and nothing else."""
+"""Tests the structure checks: each check must report the mistake that it looks for, and nothing else."""
 import os
 import subprocess
 import sys

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks that code for only one compiler is in the places for it: tests/structure/check-compilers.py [FOLDER].
 
-These places are cmake/ and the headers in ALLOWED. Everything else is standard C++, and CMake commands without options
-of a compiler. The exit status is 1 if anything is found; each finding is one line.
+These places are cmake/ and the headers in ALLOWED. All other code must be standard C++, and CMake commands without
+compiler options. The exit status is 1 if anything is found; each finding is one line.
 """
 import os
 import re

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Tests tools/lib/count-results: an incomplete test run must never count as a success."""
+"""Tests tools/lib/count-results: the results of made-up test runs. An incomplete test run must never count as a success."""
 import os
 import subprocess
 import sys

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Compares docs/windows.md with the self-check: tests/structure/check-expectations.py [FOLDER].
 
-- Each row that names a stage has code of that stage that looks (tests/selfcheck), and no other row has.
-- An id stands in one row only, and every row has evidence.
+- Each row that names a stage has code of that stage that checks the assumption (tests/selfcheck). No other row has code.
+- Each id is in one row only, and every row has evidence.
 - A pattern of test cases matches a case in tests/.
 
 The exit status is 1 if anything is found; each finding is one line.

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Checks that includes never go up a layer: tests/structure/check-layers.py [FOLDER].
 
-A file includes files of its own module (folder) or of a lower layer. Within layer 1, platform may use framework, but not
-the other way round; within layer 3, files and cad may not use each other. Includes form no cycle. The exit status is 1 if
-anything is found; each finding is one line.
+A file includes only files of its own module (folder) or of a lower layer. Within layer 1, platform may include
+framework, but not the other way round. Within layer 3, files and cad may not include each other. Includes form no
+cycle. The exit status is 1 if anything is found; each finding is one line.
 """
 import os
 import re
@@ -12,7 +12,7 @@ import sys
 LAYER = {"framework": 1, "platform": 1, "core": 2, "files": 3, "cad": 3, "run": 4, "ui": 5}
 SIDEWAYS = {("platform", "framework")}
 SHARED = "resources/"  # defines numbers only, so every layer may use it
-# The text rules include no Windows header, so that they can be built for the build machine.
+# The text rules include no Windows header, so they can be built for the build machine.
 PORTABLE = ["core/PartName", "core/NameRules", "core/NameTemplate", "core/TextTools", "core/ColumnHeaders",
             "core/TableHistory", "core/TableImport", "core/TableText", "files/MapLine",
             "files/NamesToCheck", "files/Paths", "files/PickedFiles", "cad/CadVersion", "run/RunRecord", "run/RunRecorder",

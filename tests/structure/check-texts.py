@@ -2,8 +2,8 @@
 """Checks every text file of the project except the seeds of the fuzz tests: tests/structure/check-texts.py [FOLDER].
 
 Files are UTF-8 without a byte-order mark, and lines end in LF. C++ and resource files have no trailing blanks and no tabs
-as indentation. Nothing is unfinished, no test is disabled, and none is skipped without a reason. The program shows
-message boxes through ShowMessage only. The exit status is 1 if anything is found.
+as indentation. No file has a marker of unfinished work. No test is disabled, and no test is skipped without a reason.
+The program shows message boxes through ShowMessage only. The exit status is 1 if anything is found.
 """
 import os
 import re

@@ -38,8 +38,8 @@ logged() {
   [ $attempt_status = 0 ] || exit "$attempt_status"
 }
 
-# wait_until SECONDS WHAT COMMAND [ARG ...]: runs the command until it succeeds. After SECONDS, prints WHAT it waited
-# for and ends the script.
+# wait_until SECONDS WHAT COMMAND [ARG ...]: repeats the command until it succeeds. After SECONDS, prints WHAT the
+# script waited for and ends the script.
 wait_until() {
   local end=$((SECONDS + $1)) what=$2
   shift 2
@@ -114,7 +114,7 @@ register_library() {
     /d "$(python3 -c "import sys; sys.path.insert(0, 'tools/lib/demonstration'); import check; print(check.FILE_TEMPLATE)")" /f
 }
 
-# end_display: ends wineserver first, as its windows are on the display; then the window manager and the display.
+# end_display: ends wineserver, whose windows are on the display; then the window manager and the display.
 end_display() {
   [ -n "${xvfb:-}" ] || return 0
   WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix} wineserver -k 2>/dev/null || true

@@ -8,9 +8,9 @@
 
 #include "tests/support/TextFile.h"
 
-// documentviewer FILE DOCUMENT appends the path of the document to the file. Tests register it as the program
-// that opens documents. It has neither a window nor a console, whose window could take the foreground from
-// the tested program.
+// documentviewer FILE DOCUMENT appends the path of the document to the file. Tests register documentviewer as
+// the program that opens documents. A window or a console could take the foreground from the tested program,
+// so documentviewer has neither.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int)
 {
     int count = 0;

@@ -182,7 +182,7 @@ def compare_bom_names(report, library, table, rows):
 
 
 def compare_originals(report, library, table):
-    """Checks that the configurations of the originals neither have nor use a BOM name."""
+    """Checks that no configuration of the originals has or uses a BOM name."""
     lines = read_parts(library)
     touched = [" ".join(line) for line in lines if line[2] != "0" or line[3]]
     known = sum(len(table.get(name, [])) for name in os.listdir(library))

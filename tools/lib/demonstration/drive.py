@@ -32,7 +32,7 @@ def run_conversion(screen, library, copy_only, pictures, start=Program):
     program = start(screen)
     try:
         main = program.wait_dismissing_boxes("the main window", 120, lambda: screen.window_with_control(IDS.IDC_START))
-        time.sleep(1)  # until the window manager has placed it
+        time.sleep(1)  # until the window manager has placed the window
         screen.update()
         main = screen.window_with_control(IDS.IDC_START)
         if pictures:
@@ -46,7 +46,7 @@ def run_conversion(screen, library, copy_only, pictures, start=Program):
         if pictures:
             program.wait_dismissing_boxes("half of the copies", 60 + rows,
                                           lambda: len(check.mapped_names(library)) > rows // 2 or finished_box(screen))
-            during = windows.Picture(f"{PICTURES}/2-during.png")  # in the background, so that the run is not delayed
+            during = windows.Picture(f"{PICTURES}/2-during.png")  # in the background, to avoid delaying the run
         box = program.wait_dismissing_boxes("the end of the run", 60 + rows, lambda: finished_box(screen))
         seconds = box.appeared - begin - (program.seconds_in_boxes - in_boxes_before)
         time.sleep(0.5)

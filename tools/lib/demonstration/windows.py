@@ -64,7 +64,7 @@ class Screen:
         rect, enabled, text = tuple(map(int, fields[3].split(","))), fields[4] == "enabled", fields[6]
         text = re.sub(r"\\(.)", lambda escaped: {"n": "\n", "t": "\t"}.get(escaped.group(1), escaped.group(1)), text)
         if what == "control":
-            # Several labels share the id -1; of a message box only the one with the text matters.
+            # Several labels share the id -1. In a message box, the label with the longest text matters.
             number = int(fields[7])
             if number not in self._last.controls or len(text) >= len(self._last.controls[number].text):
                 self._last.controls[number] = Control(rect, enabled, text)
@@ -106,7 +106,7 @@ def click(window, number):
 
 
 def smallest_window(title):
-    """The X window with the title. When a message box has the same title as its owner, the box is the smaller one."""
+    """The smallest X window with the title. A message box has the same title as its owner and is the smaller window."""
     found = run_tool("xdotool", "search", "--onlyvisible", "--name", f"^{title}$").split()
 
     def size(window):

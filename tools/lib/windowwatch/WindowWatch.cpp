@@ -103,7 +103,7 @@ public:
     {
     }
 
-    // Logs what has changed since the last call.
+    // Logs all changes since the last call.
     void Update()
     {
         m_now.clear();
@@ -162,7 +162,7 @@ int wmain(int count, wchar_t* arguments[])
         std::fputs("windowwatch LOG PROGRAM.exe\n", stderr);
         return 2;
     }
-    // To get physical pixels: a program that is not DPI-aware gets scaled rectangles.
+    // Gets rectangles in physical pixels: a program that is not DPI-aware gets scaled rectangles.
     SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
     const std::filesystem::path log = arguments[1];
     const std::filesystem::path stop = log.wstring() + L".stop";
