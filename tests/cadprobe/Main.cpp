@@ -130,7 +130,7 @@ void ProbeEnd(CProbedServer& server)
     const HRESULT status = TimedEnd(server);
     const ULONGLONG began = GetTickCount64();
     const bool ended = SUCCEEDED(status) && server.WaitForEnd(kLongestEnd);
-    LogFinding("cad-end", WordFor(ended),
+    LogFinding("cad-gone", WordFor(ended),
                "its process " + std::string(ended ? "ended" : "was there") + " after " +
                    std::to_string(GetTickCount64() - began) + " ms");
 }
@@ -146,7 +146,8 @@ bool AreKnown(HRESULT connected, HRESULT called)
 void ProbeReconnects(CProbedServer& server)
 {
     if (FAILED(TimedConnect(server)) || FAILED(TimedEnd(server))) {
-        LogFinding("cad-ending-codes", "not tried", "it was not started and ended a second time");
+        LogFinding("cad-end", "not tried", "it was not started and ended a second time");
+        LogFinding("cad-ending-codes", "not tried", "the same");
         return;
     }
     const ULONGLONG began = GetTickCount64();
@@ -161,6 +162,10 @@ void ProbeReconnects(CProbedServer& server)
         }
     } while (AreKnown(connected, called) && (FAILED(connected) || FAILED(called)) &&
              GetTickCount64() - began < kLongestConnect);
+    const bool responds = SUCCEEDED(connected) && SUCCEEDED(called);
+    LogFinding("cad-end", WordFor(responds),
+               std::string(responds ? "a new one responded" : "none responded") + " after " +
+                   std::to_string(GetTickCount64() - began) + " ms");
     const bool known = AreKnown(connected, called);
     LogFinding("cad-ending-codes", WordFor(known), known ? "only known codes" : "a code that is not known");
     static_cast<void>(server.WaitForEnd(kLongestEnd));
