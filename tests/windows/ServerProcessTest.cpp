@@ -459,9 +459,8 @@ protected:
     {
         const std::wstring progId = L"Talvenor.Test.Image.0";
         const std::wstring key = m_classes.AddServer(progId, commandLine);
-        EXPECT_EQ(RegSetKeyValueW(*CScratchClassKey::Root(), key.c_str(), name, type, value.c_str(),
-                                  static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t))),
-                  ERROR_SUCCESS);
+        EXPECT_TRUE(CScratchClassKey::Write(*CScratchClassKey::Root(), key, key + L"\\LocalServer32", name,
+                                            type, value));
         return LocalServerImage(progId);
     }
 
