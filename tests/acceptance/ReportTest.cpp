@@ -1,5 +1,6 @@
 // The report of the last run, and the commands for the rows that the report names.
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,7 @@ protected:
         if (CDocumentViewer::IsOverruled(L".html")) {
             GTEST_SKIP() << "skipped: the user has chosen a program for documents of this kind";
         }
+        m_viewer.emplace(L".html", m_temp / L"opened.txt");
         AddParts(kParts);
         m_library.AddPart(L"N_ISO_1_M8.sldprt", {L"x", L"y"});
         std::string script;
@@ -75,11 +77,11 @@ protected:
     // Presses the report button and returns the contents of the page that opens.
     std::string ReadReport(const CProgramUnderTest& program) const
     {
-        const std::size_t before = m_viewer.Opened().size();
+        const std::size_t before = m_viewer->Opened().size();
         program.WaitForKeyboard();
         program.PressByKey(IDC_REPORT);
-        WaitFor([&] { return m_viewer.Opened().size() > before; });
-        const std::vector<std::wstring> opened = m_viewer.Opened();
+        WaitFor([&] { return m_viewer->Opened().size() > before; });
+        const std::vector<std::wstring> opened = m_viewer->Opened();
         EXPECT_EQ(before + 1, opened.size());
         return opened.empty() ? std::string() : ReadBytes(opened.back());
     }
@@ -93,7 +95,7 @@ protected:
     }
 
     const CTemporaryFolderScope m_temporaryFolder{m_temp.Path()};
-    const CDocumentViewer m_viewer{L".html", m_temp / L"opened.txt"};
+    std::optional<CDocumentViewer> m_viewer;
 };
 
 // The numbers of the rows with errors or warnings, in the order of the page.

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 inline constexpr wchar_t kZelmarKey[] = L"SOFTWARE\\Zelmar";
 // Where the system's file dialogs remember folders and files.
@@ -12,6 +13,10 @@ inline constexpr wchar_t kFileDialogsKey[] =
 // Puts the product's keys, or others, in one hive and view of the registry aside, so that programs that a
 // test starts find none, and puts them back at the end of the scope. They are copied before they are deleted,
 // and stay marked as complete until they are back: the next test program restores what a killed one has left.
+//
+// Keys that neither a test nor a program under test has written, such as those of an installer that ran
+// meanwhile, are left where they are, and the keys aside stay aside: ReportProblem, and a person has to
+// decide which ones count.
 class CKeysAside
 {
 public:
@@ -22,10 +27,10 @@ public:
     CKeysAside(const CKeysAside&) = delete;
     CKeysAside& operator=(const CKeysAside&) = delete;
 
-    // Puts back what killed tests have put aside, and removes the keys that they made. Throws
-    // std::runtime_error if the product's keys are there again although others are put aside: a person has to
-    // decide which ones count.
-    static void RestoreLeftovers(const std::wstring& product = kZelmarKey);
+    // Puts back what killed tests have put aside, and removes the keys that they made. Returns what could
+    // not be undone, one line each. Values that the program under test writes, but also the user's own since
+    // the test was killed, are kept beside the key under another name; a line says so.
+    static std::vector<std::string> RestoreLeftovers(const std::wstring& product = kZelmarKey);
 
     // Whether the hive has keys of the product that no test has made.
     [[nodiscard]] static bool HasRealKeys(HKEY hive, REGSAM view = 0,
@@ -33,6 +38,7 @@ public:
 
 private:
     void PutAside() const;
+    void End() const;
 
     const HKEY m_hive;
     const REGSAM m_view;

@@ -6,6 +6,7 @@
 #include "tests/cadserver/ClassFamily.h"
 #include "tests/support/ImportTable.h"
 #include "tests/support/TestMark.h"
+#include "tests/support/TextFile.h"
 
 namespace {
 
@@ -106,7 +107,16 @@ std::wstring COwnRegistry::PlaceOf(HKEY hive, const wchar_t* path, REGSAM access
     return m_root + L"\\" + BranchOf(hive, access) + L"\\" + path;
 }
 
-void COwnRegistry::RemoveLeftovers()
+bool COwnRegistry::IsInForce()
 {
-    RegDeleteTreeW(HKEY_CURRENT_USER, kRoots);
+    return g_registry != nullptr;
+}
+
+std::vector<std::string> COwnRegistry::RestoreLeftovers()
+{
+    const LSTATUS status = RegDeleteTreeW(HKEY_CURRENT_USER, kRoots);
+    if (status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND) {
+        return {};
+    }
+    return {"the registry key HKCU\\" + ToUtf8(kRoots) + " of killed tests cannot be removed"};
 }

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 #include "framework/Handles.h"
 
@@ -29,8 +30,12 @@ public:
     // Where a key lies, as a path below HKEY_CURRENT_USER; empty for a key that is not of the product.
     [[nodiscard]] std::wstring PlaceOf(HKEY hive, const wchar_t* path, REGSAM access) const;
 
-    // Removes the roots of killed tests.
-    static void RemoveLeftovers();
+    // Whether such a registry is in force, so that no key of the product that this executable opens is a real
+    // one.
+    [[nodiscard]] static bool IsInForce();
+
+    // Removes the roots of killed tests. Returns one line if that is not possible.
+    static std::vector<std::string> RestoreLeftovers();
 
 private:
     const std::wstring m_root;

@@ -6,11 +6,12 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "tests/cadserver/ClassFamily.h"
-#include "tests/support/DocumentViewer.h"
-#include "tests/support/FakeClasses.h"
-#include "tests/support/KeysAside.h"
+#include "tests/support/Leftovers.h"
+#include "tests/support/OwnRegistry.h"
+#include "tests/support/Problem.h"
 #include "tests/support/TextFile.h"
 
 namespace {
@@ -31,17 +32,52 @@ void RequireNoLibrary()
     }
 }
 
+class CMachineOfProcess
+{
+    const CTestMachine m_machine;
+    const CKeysAside m_fileDialogs{HKEY_CURRENT_USER, 0, kFileDialogsKey};
+    const COwnRegistry m_registry;
+};
+
+void FailTest(const std::string& problem)
+{
+    ADD_FAILURE() << problem;
+}
+
+// After the last test, GoogleTest counts a failure as one of the whole run, whose exit status is made before.
+template <class Machine>
+int RunTestsOn()
+{
+    std::optional<Machine> machine;
+    try {
+        machine.emplace();
+    } catch (const std::runtime_error& error) {
+        std::fprintf(stderr, "refused: %s\n", error.what());
+        return kRefused;
+    }
+    SetProblemHandler(&FailTest);
+    const int result = RUN_ALL_TESTS();
+    machine.reset();
+    const testing::UnitTest& tests = *testing::UnitTest::GetInstance();
+    // If the filter matched nothing, nothing was tested.
+    return tests.test_to_run_count() == 0 || tests.Failed() ? 1 : result;
+}
+
 }  // namespace
 
-CSharedMachine::CSharedMachine() : m_only(CreateMutexW(nullptr, TRUE, L"TalvenorTestsOnSharedMachine"))
+CTestMachine::CTestMachine()
 {
-    if (m_only == nullptr || GetLastError() == ERROR_ALREADY_EXISTS) {
-        throw std::runtime_error("another test program is running");
+    std::string all;
+    for (const std::string& problem : RestoreLeftovers()) {
+        all += (all.empty() ? "" : "\n") + problem;
     }
-    CScratchClassKey::RemoveLeftovers();
-    CDocumentViewer::RestoreLeftovers();
-    CKeysAside::RestoreLeftovers();
-    CKeysAside::RestoreLeftovers(kFileDialogsKey);
+    if (!all.empty()) {
+        throw std::runtime_error(all);
+    }
+}
+
+CSharedMachine::CSharedMachine()
+{
     RequireNoCadSystem();
     RequireNoLibrary();
     m_fileDialogs.emplace(HKEY_CURRENT_USER, 0, kFileDialogsKey);
@@ -49,14 +85,19 @@ CSharedMachine::CSharedMachine() : m_only(CreateMutexW(nullptr, TRUE, L"Talvenor
 
 int RunTestsOnSharedMachine()
 {
-    std::optional<CSharedMachine> machine;
-    try {
-        machine.emplace();
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "refused: %s\n", error.what());
-        return kRefused;
-    }
+    return RunTestsOn<CSharedMachine>();
+}
+
+int RunTestsInOneProcess()
+{
+    return RunTestsOn<CMachineOfProcess>();
+}
+
+int RunTestInOwnProcess()
+{
+    const COwnRegistry registry;
+    SetProblemHandler(&FailTest);
     const int result = RUN_ALL_TESTS();
-    // If the filter matched nothing, nothing was tested.
-    return testing::UnitTest::GetInstance()->test_to_run_count() == 0 ? 1 : result;
+    // It must have passed, not been skipped.
+    return testing::UnitTest::GetInstance()->successful_test_count() == 1 ? result : 1;
 }

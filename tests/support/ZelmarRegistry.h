@@ -8,6 +8,7 @@
 #include "framework/Handles.h"
 #include "tests/support/KeysAside.h"
 #include "tests/support/OwnRegistry.h"
+#include "tests/support/TestMark.h"
 
 // Sets and reads the values of the standard-part library, in both views of the registry, and the program's
 // templates.
@@ -41,8 +42,7 @@ public:
     }
     void SetTemplateNumber(int column, DWORD number) const
     {
-        RegSetValueExW(Create(HKEY_CURRENT_USER, kTemplates).get(), ValueOf(column).c_str(), 0, REG_DWORD,
-                       reinterpret_cast<const BYTE*>(&number), sizeof number);
+        WriteData(HKEY_CURRENT_USER, kTemplates, ValueOf(column), REG_DWORD, &number, sizeof number, 0);
     }
     void RemoveTemplate(int column) const
     {
@@ -89,10 +89,20 @@ private:
     static bool Write(HKEY hive, const std::wstring& name, const std::wstring& value,
                       const std::wstring& text, REGSAM view = 0, DWORD type = REG_SZ)
     {
+        return WriteData(hive, name, value, type, text.c_str(),
+                         static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)), view);
+    }
+    // In the machine's own registry the product's key has the mark of the test, which lists the value.
+    static bool WriteData(HKEY hive, const std::wstring& name, const std::wstring& value, DWORD type,
+                          const void* data, DWORD size, REGSAM view)
+    {
+        const std::wstring below = name.substr(std::wstring(kProduct).size() + 1);
+        if (!NoteTestValue(Open(hive, kProduct, view).get(), below, value, type, data, size)) {
+            return false;
+        }
         const UniqueKey key = Create(hive, name, view);
-        const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-        return key && RegSetValueExW(key.get(), value.c_str(), 0, type,
-                                     reinterpret_cast<const BYTE*>(text.c_str()), size) == ERROR_SUCCESS;
+        return key && RegSetValueExW(key.get(), value.c_str(), 0, type, static_cast<const BYTE*>(data),
+                                     size) == ERROR_SUCCESS;
     }
     static bool SetFolder(const wchar_t* name, const std::wstring& folder, REGSAM view)
     {

@@ -19,6 +19,8 @@ namespace {
 constexpr DWORD kNotLong = 300;  // milliseconds
 constexpr DWORD kTick = 50;      // milliseconds; longer than a step of the system clock
 
+constexpr char kNoSubstitution[] = "skipped: this system substitutes no drive for a folder, as Wine does not";
+
 // The child processes of a process.
 std::vector<DWORD> ChildrenOf(DWORD parent)
 {
@@ -457,9 +459,8 @@ protected:
     {
         const std::wstring progId = L"Talvenor.Test.Image.0";
         const std::wstring key = m_classes.AddServer(progId, commandLine);
-        EXPECT_EQ(RegSetKeyValueW(*CScratchClassKey::Root(), key.c_str(), name, type, value.c_str(),
-                                  static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t))),
-                  ERROR_SUCCESS);
+        EXPECT_TRUE(CScratchClassKey::Write(*CScratchClassKey::Root(), key, key + L"\\LocalServer32", name,
+                                            type, value));
         return LocalServerImage(progId);
     }
 
@@ -499,18 +500,48 @@ TEST_F(LocalServerTest, IsFoundByItsShortPath)
     EXPECT_EQ(ImageFor(shortPath), image);
 }
 
+// A letter such as "T:" that no drive has, nor a device of this session; empty if there is none.
+std::wstring FreeDrive()
+{
+    const DWORD drives = GetLogicalDrives();
+    for (wchar_t letter = L'Z'; letter >= L'D'; --letter) {
+        const std::wstring drive{letter, L':'};
+        wchar_t target[MAX_PATH] = L"";
+        if ((drives >> (letter - L'A') & 1) == 0 && QueryDosDeviceW(drive.c_str(), target, MAX_PATH) == 0 &&
+            GetLastError() == ERROR_FILE_NOT_FOUND) {
+            return drive;
+        }
+    }
+    return L"";
+}
+
+TEST(FreeDriveTest, IsNoDriveOfTheMachine)
+{
+    const std::wstring drive = FreeDrive();
+    if (drive.empty()) {
+        GTEST_SKIP() << "skipped: every drive letter is in use";
+    }
+    EXPECT_EQ(GetDriveTypeW((drive + L"\\").c_str()), static_cast<UINT>(DRIVE_NO_ROOT_DIR));
+}
+
 // Administrators also move programs behind junctions, which resolve alike.
 TEST_F(LocalServerTest, IsFoundOnASubstitutedDrive)
 {
-    constexpr const wchar_t* kDrive = L"Q:";
-    DefineDosDeviceW(0, kDrive, m_folder.Path().c_str());
-    const CScopeExit remove([&] {
-        DefineDosDeviceW(DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE, kDrive, m_folder.Path().c_str());
-    });
-    if (GetFileAttributesW(L"Q:\\server.exe") == INVALID_FILE_ATTRIBUTES) {
-        GTEST_SKIP() << "skipped: this system substitutes no drive for a folder, as Wine does not";
+    const std::wstring drive = FreeDrive();
+    if (drive.empty()) {
+        GTEST_SKIP() << "skipped: every drive letter is in use";
     }
-    EXPECT_EQ(ImageFor(L"Q:\\server.exe /automation"), m_image);
+    if (DefineDosDeviceW(0, drive.c_str(), m_folder.Path().c_str()) == FALSE) {
+        GTEST_SKIP() << kNoSubstitution;
+    }
+    const CScopeExit remove([&] {
+        DefineDosDeviceW(DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE, drive.c_str(),
+                         m_folder.Path().c_str());
+    });
+    if (GetFileAttributesW((drive + L"\\server.exe").c_str()) == INVALID_FILE_ATTRIBUTES) {
+        GTEST_SKIP() << kNoSubstitution;
+    }
+    EXPECT_EQ(ImageFor(drive + L"\\server.exe /automation"), m_image);
 }
 
 // Wine always names a process by its long path, Windows by the path that started it.

@@ -31,7 +31,7 @@ TEST_F(ClassesTest, OnlyLeftoversOfACrashedTestAreRemoved)
     m_classes.AddProgId(L"Talvenor.Test.Left", NewClassId());
     const CLSID left = NewClassId();
     m_classes.AddClass(left, L"Talvenor.Test.Left");
-    CScratchClassKey::RemoveLeftovers();
+    EXPECT_EQ(CScratchClassKey::RestoreLeftovers(), std::vector<std::string>{});
     const auto isThere = [&](const std::wstring& key) {
         return RegGetValueW(root, (classes + key).c_str(), nullptr, RRF_RT_ANY, nullptr, nullptr, nullptr) ==
                ERROR_SUCCESS;
@@ -39,6 +39,7 @@ TEST_F(ClassesTest, OnlyLeftoversOfACrashedTestAreRemoved)
     EXPECT_FALSE(isThere(L"Talvenor.Test.Left\\CLSID"));
     EXPECT_FALSE(isThere(L"CLSID\\" + TextOfClass(left) + L"\\ProgID"));
     EXPECT_TRUE(isThere(L"Talvenor.Test.Other\\CLSID"));
+    RegDeleteTreeW(root, (classes + L"Talvenor.Test.Other").c_str());
 }
 
 class InstalledVersionsTest : public ClassesTest

@@ -2,8 +2,8 @@
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -86,6 +86,24 @@ TEST(OwnRegistryTest, OtherKeysAreThoseOfTheMachine)
     EXPECT_EQ(registry.PlaceOf(HKEY_CLASSES_ROOT, kProduct, 0), L"");
 }
 
+// The first condition keeps a broken test program from writing to the real key.
+TEST(OwnRegistryTest, ATestWithoutOneReachesNoRealKey)
+{
+    ASSERT_TRUE(COwnRegistry::IsInForce());
+    const auto real = [] {
+        wchar_t text[2048] = L"(none)";
+        DWORD bytes = sizeof text;
+        RegGetValueW(HKEY_CURRENT_USER, L"SOFTWARE\\Zelmar\\Tools\\Talvenor", L"Template Text Column 1",
+                     RRF_RT_REG_SZ, nullptr, text, &bytes);
+        return std::wstring(text);
+    };
+    const std::wstring before = real();
+    ASSERT_TRUE(WriteTemplate(1, L"%4 of the test"));
+    EXPECT_EQ(ReadTemplate(1), L"%4 of the test");
+    EXPECT_EQ(real(), before);
+    CZelmarValues().RemoveTemplate(1);
+}
+
 TEST(OwnRegistryTest, WritingCanBeRefused)
 {
     CZelmarRegistry registry;
@@ -112,7 +130,11 @@ TEST(OwnRegistryTest, ARegisteredCadSystemIsHiddenUnlessATestHasMadeIt)
     EXPECT_TRUE(CRegistry(HKEY_CLASSES_ROOT).ReadString(progId + L"\\CLSID", L"", classId));
     RegDeleteKeyValueW(*CScratchClassKey::Root(), (L"Software\\Classes\\" + progId).c_str(), kTestMark);
     EXPECT_FALSE(CRegistry(HKEY_CLASSES_ROOT).ReadString(progId + L"\\CLSID", L"", classId));
+    RegDeleteTreeW(*CScratchClassKey::Root(), (L"Software\\Classes\\" + progId).c_str());
 }
+
+using Keys = std::vector<std::wstring>;
+using Lines = std::vector<std::string>;
 
 // The test's own key takes the place of the product's key and holds values like those of an installed
 // library.
@@ -126,17 +148,32 @@ protected:
     }
     ~KeysAsideTest() override
     {
-        for (const std::wstring& key : Asides()) {
-            RegDeleteTreeW(HKEY_CURRENT_USER, (L"SOFTWARE\\" + key).c_str());
+        for (const wchar_t* const kind : {L", put aside", L", kept"}) {
+            for (const std::wstring& key : Beside(kind)) {
+                RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
+            }
         }
         RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
     }
 
+    // As another program
     static void Write(const std::wstring& key, const wchar_t* name, const std::wstring& text)
     {
-        EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_SZ, text.c_str(),
-                                  static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
+        EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_SZ, text.c_str(), SizeOf(text)),
                   ERROR_SUCCESS);
+    }
+    // As a test. The key is below the product's.
+    void WriteAsTest(const std::wstring& key, const wchar_t* name, const std::wstring& text) const
+    {
+        HKEY product = nullptr;
+        RegOpenKeyExW(HKEY_CURRENT_USER, m_product.c_str(), 0, KEY_ALL_ACCESS, &product);
+        const UniqueKey owner(product);
+        EXPECT_TRUE(NoteTestValue(product, key, name, REG_SZ, text.c_str(), SizeOf(text)));
+        Write(m_product + L"\\" + key, name, text);
+    }
+    static DWORD SizeOf(const std::wstring& text)
+    {
+        return static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
     }
     static std::wstring Read(const std::wstring& key, const wchar_t* name)
     {
@@ -151,29 +188,31 @@ protected:
     {
         return CKeysAside::HasRealKeys(HKEY_CURRENT_USER, 0, m_product);
     }
-    void Restore() const { CKeysAside::RestoreLeftovers(m_product); }
+    [[nodiscard]] Lines Restore() const { return CKeysAside::RestoreLeftovers(m_product); }
     void ExpectAsBefore() const
     {
         EXPECT_EQ(Setting(), L"real");
         EXPECT_EQ(Read(m_product, L""), L"default");
         EXPECT_TRUE(HasRealKeys());
-        EXPECT_EQ(Asides(), std::vector<std::wstring>{});
+        EXPECT_EQ(Asides(), Keys{});
     }
-    // The names of the keys that hold the values put aside.
-    [[nodiscard]] std::vector<std::wstring> Asides() const
+    // The paths of the keys whose names begin with the product's and this text.
+    [[nodiscard]] Keys Beside(const std::wstring& kind) const
     {
         HKEY software = nullptr;
         RegOpenKeyExW(HKEY_CURRENT_USER, L"SOFTWARE", 0, KEY_READ, &software);
         const UniqueKey owner(software);
-        std::vector<std::wstring> found;
+        Keys found;
         wchar_t name[256] = L"";
         for (DWORD at = 0; RegEnumKeyW(software, at, name, 256) == ERROR_SUCCESS; ++at) {
-            if ((L"SOFTWARE\\" + std::wstring(name)).starts_with(m_product + L",")) {
-                found.emplace_back(name);
+            const std::wstring path = L"SOFTWARE\\" + std::wstring(name);
+            if (path.starts_with(m_product + kind)) {
+                found.push_back(path);
             }
         }
         return found;
     }
+    [[nodiscard]] Keys Asides() const { return Beside(L", put aside"); }
     // Puts the keys aside and never restores them, like a killed test.
     void PutAsideForGood() const
     {
@@ -182,6 +221,7 @@ protected:
     }
 
     const std::wstring m_product = L"SOFTWARE\\TalvenorAsideTest" + std::to_wstring(GetCurrentProcessId());
+    const std::wstring m_settings = m_product + L"\\Tools\\Talvenor";
 };
 
 TEST_F(KeysAsideTest, AreGoneWithinTheScopeAndAsBeforeAfterIt)
@@ -190,8 +230,8 @@ TEST_F(KeysAsideTest, AreGoneWithinTheScopeAndAsBeforeAfterIt)
         const CKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
         EXPECT_EQ(Setting(), L"(none)");
         EXPECT_FALSE(HasRealKeys());
-        Write(m_product + L"\\Tools", L"Setting", L"of the test");
-        Write(m_product + L"\\input", L"parts", L"of the test");
+        WriteAsTest(L"Tools", L"Setting", L"of the test");
+        WriteAsTest(L"input", L"parts", L"of the test");
     }
     ExpectAsBefore();
     EXPECT_EQ(Read(m_product + L"\\input", L"parts"), L"(none)");
@@ -201,7 +241,7 @@ TEST_F(KeysAsideTest, AScopeWithinAnotherPutsTheOuterTestsKeysBack)
 {
     {
         const CKeysAside outer(HKEY_CURRENT_USER, 0, m_product);
-        Write(m_product + L"\\Tools", L"Setting", L"outer");
+        WriteAsTest(L"Tools", L"Setting", L"outer");
         {
             const CKeysAside inner(HKEY_CURRENT_USER, 0, m_product);
             EXPECT_EQ(Setting(), L"(none)");
@@ -217,35 +257,74 @@ TEST_F(KeysAsideTest, WhereNoneWereNoneRemain)
     RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
     {
         const CKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
-        Write(m_product + L"\\Tools", L"Setting", L"of the test");
+        WriteAsTest(L"Tools", L"Setting", L"of the test");
     }
     HKEY key = nullptr;
     EXPECT_NE(RegOpenKeyExW(HKEY_CURRENT_USER, m_product.c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
 }
 
+TEST_F(KeysAsideTest, WhatTheProgramUnderTestStoresGoesWithTheScope)
+{
+    {
+        const CKeysAside aside(HKEY_CURRENT_USER, 0, m_product);
+        Write(m_settings, L"Template Text Column 1", L"%4");
+        Write(m_settings + L"\\Template History", L"Column 1 Template 1", L"%4");
+    }
+    ExpectAsBefore();
+    EXPECT_EQ(Read(m_settings, L"Template Text Column 1"), L"(none)");
+}
+
+TEST_F(KeysAsideTest, AnInstallationWithinTheScopeOutlivesIt)
+{
+    auto aside = std::make_unique<CKeysAside>(HKEY_CURRENT_USER, 0, m_product);
+    Write(m_product + L"\\input", L"parts", L"installed");
+    EXPECT_NONFATAL_FAILURE(aside.reset(), "values that no test has written");
+    EXPECT_EQ(Read(m_product + L"\\input", L"parts"), L"installed");
+    EXPECT_EQ(Asides().size(), 1U) << "the earlier keys";
+}
+
 TEST_F(KeysAsideTest, TheNextProgramPutsBackWhatAKilledTestLeft)
 {
     PutAsideForGood();
-    Write(m_product + L"\\Tools", L"Setting", L"of the test");
+    WriteAsTest(L"Tools", L"Setting", L"of the test");
     EXPECT_EQ(Asides().size(), 1U);
-    Restore();
+    EXPECT_EQ(Restore(), Lines{});
     ExpectAsBefore();
 }
 
 TEST_F(KeysAsideTest, ATestKilledInAScopeWithinAnotherLosesNothing)
 {
     PutAsideForGood();
-    Write(m_product + L"\\Tools", L"Setting", L"outer");
+    WriteAsTest(L"Tools", L"Setting", L"outer");
     PutAsideForGood();
-    Write(m_product + L"\\Tools", L"Setting", L"inner");
-    Restore();
+    WriteAsTest(L"Tools", L"Setting", L"inner");
+    EXPECT_EQ(Restore(), Lines{});
+    ExpectAsBefore();
+}
+
+// The keys are copied, but not yet deleted.
+TEST_F(KeysAsideTest, ATestKilledWhileItPutsAsideLosesNothing)
+{
+    PutAsideForGood();
+    SetUp();
+    EXPECT_EQ(Restore(), Lines{});
+    ExpectAsBefore();
+}
+
+// The keys are back, but still aside.
+TEST_F(KeysAsideTest, ATestKilledWhileItPutsBackLosesNothing)
+{
+    PutAsideForGood();
+    RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
+    SetUp();
+    EXPECT_EQ(Restore(), Lines{});
     ExpectAsBefore();
 }
 
 TEST_F(KeysAsideTest, ACopyThatWasNotCompletedIsRemoved)
 {
     Write(m_product + L", put aside by test 1-1\\Keys\\Tools", L"Setting", L"half");
-    Restore();
+    EXPECT_EQ(Restore(), Lines{});
     ExpectAsBefore();
 }
 
@@ -253,8 +332,8 @@ TEST_F(KeysAsideTest, WhatAKilledTestMadeWhereNothingWasIsRemoved)
 {
     RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
     PutAsideForGood();
-    Write(m_product + L"\\Tools", L"Setting", L"of the test");
-    Restore();
+    WriteAsTest(L"Tools", L"Setting", L"of the test");
+    EXPECT_EQ(Restore(), Lines{});
     EXPECT_EQ(Setting(), L"(none)");
 }
 
@@ -263,9 +342,76 @@ TEST_F(KeysAsideTest, KeysThatAppearedSinceAreNotOverwritten)
     PutAsideForGood();
     RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
     Write(m_product + L"\\Tools", L"Setting", L"installed since");
-    EXPECT_THROW(Restore(), std::runtime_error);
+    EXPECT_EQ(Restore().size(), 1U);
     EXPECT_EQ(Setting(), L"installed since");
     EXPECT_EQ(Asides().size(), 1U) << "the values put aside are still there";
+}
+
+// An installer does not know that the key is a test's.
+TEST_F(KeysAsideTest, AnInstallationIntoTheKeyOfAKilledTestSurvives)
+{
+    RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
+    PutAsideForGood();
+    WriteAsTest(L"Tools", L"Setting", L"of the test");
+    Write(m_product + L"\\input", L"parts", L"installed");
+    EXPECT_EQ(Restore().size(), 1U);
+    EXPECT_EQ(Read(m_product + L"\\input", L"parts"), L"installed");
+}
+
+TEST_F(KeysAsideTest, AnInstallationOverTheValuesOfAKilledTestSurvives)
+{
+    PutAsideForGood();
+    WriteAsTest(L"input", L"parts", L"of the test");
+    Write(m_product + L"\\input", L"parts", L"installed");
+    EXPECT_EQ(Restore().size(), 1U);
+    EXPECT_EQ(Read(m_product + L"\\input", L"parts"), L"installed");
+    EXPECT_EQ(Asides().size(), 1U) << "the earlier keys";
+}
+
+TEST_F(KeysAsideTest, AnInstallersEmptyKeySurvives)
+{
+    RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
+    PutAsideForGood();
+    HKEY key = nullptr;
+    RegCreateKeyW(HKEY_CURRENT_USER, (m_product + L"\\Licences").c_str(), &key);
+    RegCloseKey(key);
+    EXPECT_EQ(Restore().size(), 1U);
+    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, (m_product + L"\\Licences").c_str(), 0, KEY_READ, &key),
+              ERROR_SUCCESS);
+    RegCloseKey(key);
+}
+
+// The program under test may have stored it, but also the user, since the test was killed.
+TEST_F(KeysAsideTest, SettingsStoredSinceAreKeptBesideTheEarlierOnes)
+{
+    PutAsideForGood();
+    Write(m_settings, L"Template Text Column 1", L"mine");
+    EXPECT_EQ(Restore().size(), 1U);
+    ExpectAsBefore();
+    const Keys kept = Beside(L", kept");
+    ASSERT_EQ(kept.size(), 1U);
+    EXPECT_EQ(Read(kept[0] + L"\\Tools\\Talvenor", L"Template Text Column 1"), L"mine");
+    EXPECT_EQ(Restore(), Lines{}) << "it has been said";
+}
+
+TEST_F(KeysAsideTest, KeysAsideThatCannotBeReadReplaceNothing)
+{
+    PutAsideForGood();
+    WriteAsTest(L"Tools", L"Setting", L"of the test");
+    ASSERT_EQ(Asides().size(), 1U);
+    RegDeleteTreeW(HKEY_CURRENT_USER, (Asides()[0] + L"\\Keys").c_str());
+    EXPECT_EQ(Restore().size(), 1U);
+    EXPECT_EQ(Setting(), L"of the test");
+}
+
+TEST_F(KeysAsideTest, AScopeThatCannotPutBackFailsTheTest)
+{
+    auto aside = std::make_unique<CKeysAside>(HKEY_CURRENT_USER, 0, m_product);
+    WriteAsTest(L"Tools", L"Setting", L"of the test");
+    ASSERT_EQ(Asides().size(), 1U);
+    RegDeleteTreeW(HKEY_CURRENT_USER, (Asides()[0] + L"\\Keys").c_str());
+    EXPECT_NONFATAL_FAILURE(aside.reset(), "cannot be read");
+    EXPECT_EQ(Setting(), L"of the test");
 }
 
 TEST(ScratchClassKeyTest, AKeyOfAnotherProgramIsLeftAlone)
