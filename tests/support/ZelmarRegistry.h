@@ -67,6 +67,13 @@ public:
               L"Column " + std::to_wstring(column) + L" Template " + std::to_wstring(place), text, 0, type);
     }
 
+protected:
+    // Lists the text in the mark of the test, as if the test had stored it.
+    static void NoteTemplate(int column, const std::wstring& text)
+    {
+        NoteData(HKEY_CURRENT_USER, kTemplates, ValueOf(column), REG_SZ, text.c_str(), SizeOf(text), 0);
+    }
+
 private:
     static constexpr const wchar_t* kProduct = L"SOFTWARE\\Zelmar";
     static constexpr const wchar_t* kLibrary = L"SOFTWARE\\Zelmar\\input";
@@ -89,15 +96,23 @@ private:
     static bool Write(HKEY hive, const std::wstring& name, const std::wstring& value,
                       const std::wstring& text, REGSAM view = 0, DWORD type = REG_SZ)
     {
-        return WriteData(hive, name, value, type, text.c_str(),
-                         static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)), view);
+        return WriteData(hive, name, value, type, text.c_str(), SizeOf(text), view);
+    }
+    static DWORD SizeOf(const std::wstring& text)
+    {
+        return static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
     }
     // In the machine's own registry the product's key has the mark of the test, which lists the value.
+    static bool NoteData(HKEY hive, const std::wstring& name, const std::wstring& value, DWORD type,
+                         const void* data, DWORD size, REGSAM view)
+    {
+        const std::wstring below = name.substr(std::wstring(kProduct).size() + 1);
+        return NoteTestValue(Open(hive, kProduct, view).get(), below, value, type, data, size);
+    }
     static bool WriteData(HKEY hive, const std::wstring& name, const std::wstring& value, DWORD type,
                           const void* data, DWORD size, REGSAM view)
     {
-        const std::wstring below = name.substr(std::wstring(kProduct).size() + 1);
-        if (!NoteTestValue(Open(hive, kProduct, view).get(), below, value, type, data, size)) {
+        if (!NoteData(hive, name, value, type, data, size, view)) {
             return false;
         }
         const UniqueKey key = Create(hive, name, view);
@@ -119,6 +134,14 @@ class CZelmarRegistry : public COwnRegistry, public CZelmarValues
 // ones are put aside until the end of the scope; see CKeysAside.
 class CSharedZelmarRegistry : public CZelmarValues
 {
+public:
+    // The program stores the default templates unasked: what a killed test left of them need not be kept.
+    CSharedZelmarRegistry()
+    {
+        NoteTemplate(1, L"%5%3_%4.changed.%6");
+        NoteTemplate(2, L"Norm %1 - %2");
+    }
+
 private:
     CKeysAside m_machine{HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY};
     CKeysAside m_machine32{HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY};
