@@ -42,8 +42,8 @@ public:
     // Translates and dispatches one pending message of the thread, if there is one.
     virtual void PumpOneMessage() = 0;
 
-    // The Note functions record what becomes of the current part, including failures without a message. A
-    // call that throws belongs to the step noted last.
+    // The Note functions record what becomes of the current part, including failures without a message. If a
+    // call to SOLIDWORKS throws, the failure belongs to the step noted last.
     virtual void NoteStep(CadStep step) = 0;
     // `opened`: there is a document, and `code` allows using it.
     virtual void NoteOpened(bool opened, long code) = 0;

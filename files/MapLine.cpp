@@ -99,8 +99,8 @@ std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder
 
 std::string FormatMapHeader(std::string_view mapPath8)
 {
-    // The second line is German in both editions, so that the file does not depend on who writes it. Its
-    // umlauts are single bytes with the values of their codes.
+    // The header is German in both editions, so that the file does not depend on the edition. The umlauts are
+    // single bytes with the values of their codes.
     return "; Datei: " + std::string(mapPath8) +
            "\n; Automatisch generierte Datei, manuelle \xC4nderungen k\xF6nnen verloren gehen.\n"
            "; (c) Talvenor\n"

@@ -120,8 +120,8 @@ std::wstring CComboBox::GetLBText(int index) const
 
 // A themed bar moves gradually to a greater position and lags behind, but moves at once to a smaller position
 // (undocumented). So the bar is set one position too far and then back. The bar cannot be set beyond the end
-// of the range. There it is set to the end, one position back and to the end again: only the last step is
-// gradual.
+// of the range. There it is set to the end, one position back, which shows at once, and to the end again:
+// only that last position shows gradually.
 void CProgressCtrl::SetPos(int position) const
 {
     if (const int before = GetPos(); before < position) {

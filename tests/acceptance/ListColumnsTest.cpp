@@ -40,8 +40,8 @@ TEST_F(ListColumnsTest, ChangeWidthAndOrderByKey)
     EXPECT_EQ(RowsOfThreeRecords(), program.List().Rows());
 }
 
-// On Windows, the default handling of Alt's release would open the window's menu when Alt is released first,
-// and the menu would take the next key. Wine opens no menu here; ConvListHeaderTest tests that the list
+// On Windows, if Alt is released before the digit, the default handling would open the window's menu, and the
+// menu would take the next key. Wine opens no menu here; ConvListHeaderTest tests that the list
 // handles the release.
 TEST_F(ListColumnsTest, ChangeTheirOrderWhicheverKeyIsReleasedFirst)
 {

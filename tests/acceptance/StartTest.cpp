@@ -24,8 +24,8 @@ TEST_F(StartInBothLanguages, ShowsTheFolderWithGeneratedNames)
     }
     EXPECT_EQ(headers, program.List().Headers());
     EXPECT_EQ(175, program.List().ColumnWidth(0));
-    // The program compares the last six characters of a name with the extension. "prt" has three characters,
-    // so the program appends ".prt" a second time.
+    // The program appends the extension unless the last six characters of the name equal it. "prt" has only
+    // three, so ".prt" is appended a second time.
     EXPECT_EQ((Rows{{L"N912_M8.sldprt", L"N912_M8.changed.sldprt", L"Norm 912 - %2", Mark::pending},
                     IsoRow(L"4017", L"M10x50", Mark::pending),
                     {L"N_ISO_4017_M8__A2__70__.sldprt", L"N_ISO_4017_M8.changed.sldprt", L"Norm 4017 - %2",
@@ -38,7 +38,7 @@ TEST_F(StartInBothLanguages, ShowsTheFolderWithGeneratedNames)
     EXPECT_EQ(L"Norm %1 - %2", m_registry.Template(2));
 }
 
-TEST_F(StartInBothLanguages, ShowsTheFolderOfTheFilesChosenWhenTheRegistryNamesNone)
+TEST_F(StartInBothLanguages, AsksForFilesAndShowsTheirFolderWhenTheRegistryHasNoFolder)
 {
     m_library.AddPart(L"N_ISO_4017_M4.sldprt", {L"Standard"});
     m_library.AddPart(L"N_ISO_4017_M8.sldprt", {L"Standard"});

@@ -76,7 +76,7 @@ void EmptyFolder(const std::wstring& folder, const Copies& except = {})
     }
 }
 
-std::optional<std::string> BytesOf(const std::wstring& path)
+std::optional<std::string> FileBytes(const std::wstring& path)
 {
     if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
         return std::nullopt;
@@ -522,7 +522,7 @@ void CFaultBench::CompareWith(const RunOutcome& expected)
 // A run that does not write the map file leaves it unchanged.
 void CFaultBench::CompareMapFile(const RunOutcome& expected)
 {
-    const std::optional<std::string> before = std::exchange(m_map, BytesOf(Mapped() + L"\\PartsMap.txt"));
+    const std::optional<std::string> before = std::exchange(m_map, FileBytes(Mapped() + L"\\PartsMap.txt"));
     if (m_map != (expected.mapFileWritten ? MapFileOf(expected) : before)) {
         AddDifference("map file: " + m_map.value_or("(none)"));
     }

@@ -4,9 +4,11 @@
 
 #include <array>
 #include <filesystem>
+#include <stdexcept>
 #include <vector>
 
 #include "framework/Handles.h"
+#include "tests/selfcheck/ProcessRunner.h"
 #include "tests/support/KeysAside.h"
 #include "tests/support/Leftovers.h"
 #include "tests/support/OwnFolder.h"
@@ -270,9 +272,24 @@ MachineState TakeMachineState()
     return state;
 }
 
+std::vector<std::string> UndoTests()
+{
+    std::vector<std::string> problems;
+    try {
+        // The stand-in server removes its own classes only.
+        static_cast<void>(RunProgram(L"\"" + OwnFolder() + L"\\cadserver.exe\" --unregister",
+                                     OwnFolder() + L"\\report\\unregister.txt", 1));
+    } catch (const std::runtime_error& error) {
+        problems.emplace_back(error.what());
+    }
+    const std::vector<std::string> more = RestoreLeftovers();
+    problems.insert(problems.end(), more.begin(), more.end());
+    return problems;
+}
+
 void RestoreMachine(CReport& report)
 {
-    for (const std::string& problem : RestoreLeftovers()) {
+    for (const std::string& problem : UndoTests()) {
         report.AddFailure("left by tests: " + problem);
     }
 }

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "tests/selfcheck/Report.h"
 
@@ -26,7 +27,10 @@ void DescribeMachine(CReport& report);
 using MachineState = std::map<std::wstring, std::wstring>;
 [[nodiscard]] MachineState TakeMachineState();
 
-// Undoes what killed tests have left. What could not be undone counts as failures. No test may be running.
+// Undoes what killed tests have left. Returns what could not be undone, a line of UTF-8 each. No test may be
+// running.
+[[nodiscard]] std::vector<std::string> UndoTests();
+// The same; what could not be undone counts as failures.
 void RestoreMachine(CReport& report);
 
 // Reports every difference as a failure.

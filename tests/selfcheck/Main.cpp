@@ -17,7 +17,6 @@
 #include "tests/selfcheck/ProcessRunner.h"
 #include "tests/selfcheck/Report.h"
 #include "tests/selfcheck/Stages.h"
-#include "tests/support/Leftovers.h"
 #include "tests/support/OwnFolder.h"
 
 namespace {
@@ -86,7 +85,7 @@ void RunAndCompare(int stage, const Options& options, CReport& report)
 BOOL WINAPI UndoBeforeEnd(DWORD /*event*/)
 {
     EndProgramsOfThisFolder();
-    for (const std::string& problem : RestoreLeftovers()) {
+    for (const std::string& problem : UndoTests()) {
         std::fprintf(stderr, "%s\n", problem.c_str());
     }
     return FALSE;  // the default handler ends the process
@@ -96,7 +95,7 @@ BOOL WINAPI UndoBeforeEnd(DWORD /*event*/)
 int Restore()
 {
     RemoveInstallationOfCheck();
-    const std::vector<std::string> problems = RestoreLeftovers();
+    const std::vector<std::string> problems = UndoTests();
     for (const std::string& problem : problems) {
         std::printf("%s\n", problem.c_str());
     }
@@ -109,7 +108,6 @@ int Check(const Options& options)
     CReport report;
     RestoreMachine(report);
     const std::wstring folder = OwnFolder() + L"\\report";
-    std::filesystem::create_directory(std::filesystem::path(folder));
     for (int stage = 0; stage <= kLastStage; ++stage) {
         if (!options.stages.contains(stage) || !IsWanted(stage, options)) {
             report.AddStage(stage, "left out", false);
@@ -135,6 +133,7 @@ int wmain(int count, wchar_t** arguments)
             std::fputs(Usage(), stdout);
             return 0;
         }
+        std::filesystem::create_directory(std::filesystem::path(OwnFolder() + L"\\report"));
         SetConsoleCtrlHandler(&UndoBeforeEnd, TRUE);
         return options.restore ? Restore() : Check(options);
     } catch (const std::invalid_argument& error) {

@@ -8,7 +8,6 @@ import subprocess
 import machine
 
 STAND_IN = "SldWorks.Application"
-CODE_PAGES = "HKLM\\System\\CurrentControlSet\\Control\\Nls\\CodePage"
 
 
 def change(path, old, new):
@@ -61,11 +60,11 @@ def break_files(folder):
     clear_header_flags(os.path.join(folder, "talvenor_german.exe"))
 
 
-def break_desktop():
-    """A screen smaller than the window, a Greek keyboard, and a code page with two bytes for a character."""
-    registry("add", CODE_PAGES, "/v", "ACP", "/d", "932", "/f")
-    subprocess.run(["wineserver", "-k"], env=os.environ | {"WINEPREFIX": os.environ["TALVENOR_PREFIX"]})
-    os.environ["DISPLAY"] = os.environ["TALVENOR_SMALL_DISPLAY"]
+def break_system():
+    """A Greek keyboard, and a setting that forbids the long paths which Wine allows."""
+    registry("add", "HKLM\\System\\CurrentControlSet\\Control\\FileSystem", "/v", "LongPathsEnabled", "/t", "REG_DWORD",
+             "/d", "0", "/f")
+    subprocess.run(["wineserver", "-k"], env=os.environ | {"WINEPREFIX": os.environ["TALVENOR_PREFIX"]}, check=False)
     subprocess.run(["setxkbmap", "gr"], check=True)
 
 
@@ -98,9 +97,9 @@ def check(folder, run, finding):
     if "2: refused: a CAD system is registered" not in report:
         found.append("stage 2 has not refused a machine with a CAD system")
     mend_machine(prefix)
-    break_desktop()
-    report = run(folder, "--only", "0")[1]
-    found += problems("desktop", {"work-area", "key-layout", "map-code-page"}, report, finding)
+    break_system()
+    report = run(folder, "--quick", "--only", "0", "--only", "1")[1]
+    found += problems("system", {"key-layout", "long-path"}, report, finding)
     break_start(folder)
     report = run(folder, "--only", "0")[1]
     return found + list(problems("start", {"starts", "old-windows"}, report, finding))

@@ -1,6 +1,6 @@
 """Runs the self-check under Wine and compares what it finds and leaves. Called by tests/selfcheck/run.
 
-  under_wine.py PREFIX FOLDER [--quick | --break]
+  under_wine.py PREFIX FOLDER [--quick | --break | --kill]
 """
 import os
 import re
@@ -19,6 +19,7 @@ SLOW = {"call-cancelled", "filter-woken"}  # that --quick leaves out
 MAY_CHANGE = re.compile(r"HKEY_USERS\\[^\\]+\\(Software\\Wine\\Temporary System Parameters|Volatile Environment|"
                         r"Control Panel\\Desktop\\WindowMetrics|"
                         r"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Advanced)(\\.*)?|C:\\windows\\temp(\\.*)?"
+                        r"|HKEY_USERS\\[^\\]+\\Software\\Classes"  # this key alone: Windows makes it for each user
                         r"|HKEY_LOCAL_MACHINE\\(Hardware|System\\(CurrentControlSet|ControlSet001))(\\.*)?")
 
 
@@ -79,6 +80,9 @@ def main():
     if options == ["--break"]:
         import breaking
         found = breaking.check(folder, run, FINDING)
+    elif options == ["--kill"]:
+        import killing
+        found = list(killing.check(prefix, machine.windows_path(os.path.join(folder, "selfcheck.exe")), MAY_CHANGE))
     else:
         found = check(prefix, folder, options)
     for problem in found:

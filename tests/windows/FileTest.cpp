@@ -99,14 +99,14 @@ TEST_F(FileTest, NameOfADeviceIsABadPath)
     EXPECT_FALSE(CFile::GetStatus(path, status));
 }
 
-// Whether a path may exceed MAX_PATH. Wine has neither the limit nor the setting.
+// Whether a path may exceed MAX_PATH. Wine has no limit, and no setting of its own.
 bool AllowsLongPaths()
 {
     DWORD enabled = UnderWine() ? 1 : 0;
     DWORD bytes = sizeof enabled;
     RegGetValueW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\FileSystem", L"LongPathsEnabled",
                  RRF_RT_REG_DWORD, nullptr, &enabled, &bytes);
-    return UnderWine() || enabled != 0;
+    return enabled != 0;
 }
 
 TEST_F(FileTest, LongPathsWorkWhereTheSystemAllowsThem)
