@@ -8,7 +8,7 @@ import machine
 LIBRARY = "HKLM\\SOFTWARE\\Zelmar\\input"
 PATIENCE = 120  # seconds
 PROGRAMS = ("selfcheck", "acceptance_tests", "talvenor_german", "cadserver")
-TEMPORARY = re.compile(r"C:\\users\\[^\\]+\\Temp\\talvenor-.*")
+TEMPORARY = re.compile(r"C:\\users\\.*\\Temp\\talvenor-.*")
 
 
 def wait_for_library(process):
