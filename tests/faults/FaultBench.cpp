@@ -413,6 +413,12 @@ void CFaultBench::ExpectFullDisk(std::size_t bytes, std::size_t recordLength)
     }
 }
 
+void CFaultBench::ExpectMapFileCutAt(std::size_t bytes)
+{
+    m_mapFileCapacity = bytes;
+    ExpectPartialRecord();
+}
+
 void CFaultBench::FillTable()
 {
     CList<UTtab_entry, UTtab_entry&> entries;

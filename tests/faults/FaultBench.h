@@ -118,6 +118,9 @@ public:
     void ExpectFullDisk(std::size_t bytes, std::size_t recordLength);
     // Expects that the first record that does not fit on the disk stays partially written.
     void ExpectPartialRecord() { m_model->m_partialRecordStays = true; }
+    // Expects that the first record that cannot be written stays partially written, so that the map file has
+    // this many bytes.
+    void ExpectMapFileCutAt(std::size_t bytes);
 
     // Restores the folder of the copies, the table and the model to their initial state.
     void Reset();

@@ -18,6 +18,8 @@ bool IsWrite(const FileOperation& operation)
     return operation.call == FileCall::write || operation.call == FileCall::writeStream;
 }
 
+constexpr WrittenPart kHalf = [](DWORD count) { return count / 2; };
+
 class LastingFaultTest : public OperationFaultTest
 {
 protected:
@@ -70,6 +72,32 @@ protected:
             ExpectMissingLine(lines);
             m_bench.Rows()[lines - 1].staysWritable = true;
             ExpectNoShareFrom(lines, first.error);
+        }
+    }
+
+    // The share disappears when half a record is written, which therefore stays in the map file.
+    void SweepRecords(DWORD error)
+    {
+        m_bench.Reset();
+        const std::vector<FileOperation> run = OperationsOfRun();
+        const std::string map = ReadBytes(m_bench.MapPath());
+        const std::vector<std::size_t> lines = NumbersOf(
+            run, [](const FileOperation& operation) { return operation.call == FileCall::writeStream; });
+        ASSERT_EQ(1 + m_bench.Rows().size(), lines.size()) << "the header and the records";
+        std::size_t begin = map.find("\r\n\r\n") + 4;  // of the record
+        for (std::size_t line = 1; line < lines.size(); ++line) {
+            SCOPED_TRACE("line " + std::to_string(line));
+            m_bench.Reset();
+            const FailurePoint first{run, lines[line], error};
+            ExpectNoShare(first, false);
+            const std::size_t end = map.find('\r', begin);
+            m_bench.ExpectMapFileCutAt(begin + kHalf(static_cast<DWORD>(end + 1 - begin)));
+            OperationFaults faults =
+                From(first.number, {error, [](const FileOperation&) { return true; }, {}});
+            faults.partial = first.number;
+            faults.part = kHalf;
+            Inject(first, faults);
+            begin = end + 2;
         }
     }
 
@@ -173,6 +201,15 @@ TEST_F(LastingFaultTest, ShareGone)
         .hits = [](const FileOperation&) { return true; },
         .expect = [this](const FailurePoint& first, bool before) { ExpectNoShare(first, before); }};
     Sweep(lasting, EveryFault() ? 1 : 29);
+}
+
+TEST_F(LastingFaultTest, ShareGoneWithinARecord)
+{
+    RecordProperty("kind", "all file operations of a run from half a record on: share gone");
+    for (const bool copyOnly : {true, false}) {
+        m_bench.m_copyOnly = copyOnly;
+        SweepRecords(ERROR_NETNAME_DELETED);
+    }
 }
 
 TEST_F(LastingFaultTest, DiskFull)
