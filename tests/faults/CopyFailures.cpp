@@ -21,11 +21,11 @@ std::wstring CopyingFailure(const CFaultBench& bench, std::size_t row)
     return expected::NotCopied(bench.Part(row), bench.Copy(row), L"*");
 }
 
-std::size_t RemovePartialCopy(const std::wstring& source, const std::wstring& copy)
+std::size_t RemovePartialCopy(const std::wstring& source, const std::wstring& copy, bool readOnly)
 {
     const std::string bytes = ReadBytes(copy);
     EXPECT_TRUE(ReadBytes(source).starts_with(bytes));
-    EXPECT_TRUE(IsReadOnly(copy));
+    EXPECT_EQ(readOnly, IsReadOnly(copy));
     SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
     EXPECT_NE(FALSE, DeleteFileW(copy.c_str()));
     return bytes.size();

@@ -4,6 +4,7 @@
 #include <tlhelp32.h>
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <filesystem>
 #include <utility>
@@ -45,9 +46,26 @@ bool IsProgressDialog(HWND window)
     return GetDlgItem(window, IDC_PROGRESS_FILE) != nullptr;
 }
 
+// The progress dialog of a thread; null if it is not open.
+HWND ProgressOf(DWORD thread)
+{
+    HWND found = nullptr;
+    EnumThreadWindows(
+        thread,
+        [](HWND window, LPARAM data) -> BOOL {
+            if (!IsProgressDialog(window)) {
+                return TRUE;
+            }
+            *reinterpret_cast<HWND*>(data) = window;
+            return FALSE;
+        },
+        reinterpret_cast<LPARAM>(&found));
+    return found;
+}
+
 bool IsProgressOpen()
 {
-    return FindWindowOfThread(&IsProgressDialog) != nullptr;
+    return ProgressOf(GetCurrentThreadId()) != nullptr;
 }
 
 // Writes an empty file if there are no configurations.
@@ -186,6 +204,26 @@ bool HasFault(const ServerScript& script, Fault::Kind kind)
     return std::ranges::find(script.faults, kind, &Fault::kind) != script.faults.end();
 }
 
+std::string EndText(RunEnd end)
+{
+    constexpr std::array kTexts{"finished",   "cancelled", "session ended",
+                                "not loaded", "too old",   "no map file"};
+    static_assert(kTexts.size() == static_cast<std::size_t>(RunEnd::mapFileNotOpened) + 1);
+    return kTexts.at(static_cast<std::size_t>(end));
+}
+
+// What the report tells about a row.
+std::wstring RowText(const RunRow& row)
+{
+    constexpr std::array kTexts{L"copied", L"recorded only", L"not copied: ", L"not recorded: ",
+                                L"not reached"};
+    static_assert(kTexts.size() == static_cast<std::size_t>(RowOutcome::notReached) + 1);
+    const bool hasReason = row.outcome == RowOutcome::notCopied || row.outcome == RowOutcome::notRecorded;
+    return kTexts.at(static_cast<std::size_t>(row.outcome)) + (hasReason ? row.reason : std::wstring()) +
+           (row.cad && row.cad->failed ? L", failed" : L"") + (row.cadReloaded ? L", loaded again" : L"") +
+           (row.cadLost ? L", lost" : L"");
+}
+
 }  // namespace
 
 void CServerEnvironment::SetUp()
@@ -248,6 +286,26 @@ void CImpatientUser::Press(DWORD reader) const
             PostThreadMessageW(reader, m_asked ? WM_NULL : WM_KEYDOWN, m_asked ? 0 : VK_SPACE, 0);
         }
         Sleep(kPause);
+    }
+}
+
+CCancellingUser::~CCancellingUser()
+{
+    m_stop = true;
+    m_thread.join();
+}
+
+void CCancellingUser::Press(DWORD runner)
+{
+    constexpr DWORD kPause = 20;  // milliseconds
+    while (!m_stop) {
+        if (m_hold.WaitUntilHeld(kPause)) {
+            if (const HWND dialog = ProgressOf(runner); dialog != nullptr) {
+                PostMessageW(dialog, WM_KEYDOWN, VK_ESCAPE, 1);
+            }
+            m_pressed = true;
+            m_hold.LetGo();
+        }
     }
 }
 
@@ -355,6 +413,12 @@ void CFaultBench::ExpectFullDisk(std::size_t bytes, std::size_t recordLength)
     }
 }
 
+void CFaultBench::ExpectMapFileCutAt(std::size_t bytes)
+{
+    m_mapFileCapacity = bytes;
+    ExpectPartialRecord();
+}
+
 void CFaultBench::FillTable()
 {
     CList<UTtab_entry, UTtab_entry&> entries;
@@ -400,6 +464,7 @@ std::string CFaultBench::Run(const ServerScript& script)
     m_shown.clear();
     StartOverServer(OpenRules() + script.Rules());
     m_waits = !HasFault(script, Fault::Kind::rejectForever) && !HasFault(script, Fault::Kind::hang);
+    m_confirms = script.confirms;
     m_model->m_copyOnly = m_copyOnly;
     m_model->m_life = m_life;
     const RunOutcome expected = m_model->Run(script);
@@ -409,6 +474,9 @@ std::string CFaultBench::Run(const ServerScript& script)
     Convert(script, process);
     if (m_afterRun) {
         m_afterRun();
+    }
+    if (m_cancelled != (script.cancelAt != 0 && script.cancelAt <= expected.calls.size())) {
+        AddDifference(m_cancelled ? "an unexpected call was held" : "the call to cancel at was not held");
     }
     CompareWith(expected);
     return m_differences;
@@ -446,8 +514,13 @@ void CFaultBench::Convert(const ServerScript& script, CServerProcess& process)
     if (HasFault(script, Fault::Kind::hang)) {
         m_user = &user.emplace();
     }
+    std::optional<CCancellingUser> cancelling;
+    if (script.cancelAt != 0) {
+        cancelling.emplace();
+    }
     MakeRun(process);
     m_user = nullptr;
+    m_cancelled = cancelling && cancelling->HasPressed();
 }
 
 void CFaultBench::MakeRun(CServerProcess& process)
@@ -459,9 +532,10 @@ void CFaultBench::MakeRun(CServerProcess& process)
         timeouts.connect = 0;
     }
     try {
-        CConversionRun(m_mainWindow, m_table, m_sldWorks, process, *this,
-                       {m_runFolder, kCadProgId, m_copyOnly, timeouts})
-            .Run();
+        CConversionRun run(m_mainWindow, m_table, m_sldWorks, process, *this,
+                           {m_runFolder, kCadProgId, m_copyOnly, timeouts});
+        run.Run();
+        m_record = run.TakeRecord();
     } catch (const CException& exception) {
         AddDifference("the run threw: " + ToUtf8(exception.GetErrorMessage()));
     } catch (const std::exception& exception) {
@@ -483,7 +557,19 @@ int CFaultBench::OnBox(const MessageRequest& request)
     if (m_user != nullptr && stalls) {
         m_user->NoteQuestion();
     }
-    return !stalls ? IDOK : m_waits ? IDNO : IDYES;
+    return AnswerTo(request);
+}
+
+int CFaultBench::AnswerTo(const MessageRequest& request) const
+{
+    switch (request.type) {
+        case MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2:  // about a server that does not respond
+            return m_waits ? IDNO : IDYES;
+        case MB_YESNO | MB_ICONQUESTION:  // whether to cancel
+            return m_confirms ? IDYES : IDNO;
+        default:
+            return IDOK;
+    }
 }
 
 void CFaultBench::ShowViewStatus(bool mapView)
@@ -510,6 +596,7 @@ void CFaultBench::CompareWith(const RunOutcome& expected)
 {
     CompareWindows(expected.shown);
     CompareShown(expected.shown);
+    CompareReport(expected);
     CompareMapFile(expected);
     if (const std::string marks = Marks(); marks != expected.marks) {
         AddDifference("marks " + marks + " instead of " + expected.marks);
@@ -546,6 +633,20 @@ void CFaultBench::CompareShown(const std::vector<std::wstring>& expected)
 {
     if (m_shown.size() != expected.size() || !std::ranges::equal(m_shown, expected, Matches)) {
         AddDifference("shown:" + Listed(m_shown) + "\n   instead of:" + Listed(expected));
+    }
+}
+
+void CFaultBench::CompareReport(const RunOutcome& expected)
+{
+    if (const std::string end = EndText(m_record.end); end != expected.end) {
+        AddDifference("report: " + end + " instead of " + expected.end);
+    }
+    std::vector<std::wstring> rows;
+    for (std::size_t row = 0; row < m_record.rows.size(); ++row) {
+        rows.push_back(RowText(m_record.rows.at(row)));
+    }
+    if (rows.size() != expected.rows.size() || !std::ranges::equal(rows, expected.rows, Matches)) {
+        AddDifference("report:" + Listed(rows) + "\n   instead of:" + Listed(expected.rows));
     }
 }
 

@@ -10,6 +10,7 @@
 
 #include "core/ConversionTable.h"
 #include "run/ConversionRun.h"
+#include "tests/cadserver/CallHold.h"
 #include "tests/faults/RunModel.h"
 #include "tests/support/CadServer.h"
 #include "tests/support/TestScopes.h"
@@ -18,6 +19,8 @@
 // The ProgID of the CAD system in all runs.
 inline constexpr const wchar_t* kCadProgId = L"SldWorks.Application.30";
 inline constexpr DWORD kServerEndTimeout = 10'000;  // milliseconds
+// After this time the program asks about a server that does not respond, in milliseconds.
+inline constexpr DWORD kBusyDelay = 100;
 
 // Registers the stand-in server for all tests.
 class CServerEnvironment : public testing::Environment
@@ -65,6 +68,28 @@ private:
     std::thread m_thread;
 };
 
+// Plays a user who cancels: presses Escape in the progress dialog of the thread that made this object while
+// the server holds a call. Does nothing if the dialog is already closed. Lets each held call continue.
+class CCancellingUser
+{
+public:
+    CCancellingUser() : m_thread([this, runner = GetCurrentThreadId()] { Press(runner); }) {}
+    CCancellingUser(const CCancellingUser&) = delete;
+    CCancellingUser& operator=(const CCancellingUser&) = delete;
+    ~CCancellingUser();
+
+    // Whether a call has been held.
+    [[nodiscard]] bool HasPressed() const { return m_pressed; }
+
+private:
+    void Press(DWORD runner);
+
+    const CCallHold m_hold;
+    std::atomic<bool> m_stop = false;
+    std::atomic<bool> m_pressed = false;
+    std::thread m_thread;
+};
+
 // Makes conversion runs and compares each with the model. Everything but the main window is real: a folder of
 // part files, the table in a list control, the progress dialog, and the stand-in CAD server in its own
 // process, reached through COM.
@@ -93,6 +118,9 @@ public:
     void ExpectFullDisk(std::size_t bytes, std::size_t recordLength);
     // Expects that the first record that does not fit on the disk stays partially written.
     void ExpectPartialRecord() { m_model->m_partialRecordStays = true; }
+    // Expects that the first record that cannot be written stays partially written, so that the map file has
+    // this many bytes.
+    void ExpectMapFileCutAt(std::size_t bytes);
 
     // Restores the folder of the copies, the table and the model to their initial state.
     void Reset();
@@ -114,6 +142,7 @@ public:
 
 private:
     int OnBox(const MessageRequest& request);
+    [[nodiscard]] int AnswerTo(const MessageRequest& request) const;
     void ShowViewStatus(bool mapView) override;
     void ReloadAfterCancel() override;
     void TakeInputAgain() override;
@@ -129,6 +158,7 @@ private:
     void CompareWith(const RunOutcome& expected);
     void CompareMapFile(const RunOutcome& expected);
     void CompareShown(const std::vector<std::wstring>& expected);
+    void CompareReport(const RunOutcome& expected);
     void CompareOpenFiles();
     void CompareCopies();
     void CompareCopy(const std::wstring& name, const CopyState& expected);
@@ -153,6 +183,9 @@ private:
     std::vector<std::wstring> m_shown;
     CImpatientUser* m_user = nullptr;   // during a run with a server that hangs
     bool m_waits = true;                // whether the user waits for a server that does not respond
+    bool m_confirms = true;             // whether the user confirms a cancel
+    bool m_cancelled = false;           // a call of the last run was held for a user who cancels
+    RunRecord m_record;                 // of the last run
     std::optional<std::string> m_map;   // contents of the map file after the last run
     std::size_t m_mapFileCapacity = 0;  // in bytes, if the disk is full
     std::string m_differences;

@@ -19,7 +19,7 @@ protected:
     bool InitInstance() override
     {
         InitializeOle();
-        GetMessageFilter().SetBusyDelay(100);  // ask soon when the server does not respond
+        GetMessageFilter().SetBusyDelay(kBusyDelay);
         m_nResult = RunTestsOnSharedMachine();
         return false;
     }

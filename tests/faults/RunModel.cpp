@@ -92,6 +92,10 @@ std::string ServerScript::Rules() const
     if (oldFrom != 0) {
         rules += "datecode " + std::to_string(kTooOld) + " from=" + std::to_string(oldFrom) + "\n";
     }
+    if (cancelAt != 0) {
+        // Before the faults: one that fails the call ends its handling.
+        rules.insert(0, "fault nth=" + std::to_string(cancelAt) + " across hold-before\n");
+    }
     if (startDelay != 0) {
         rules += "start-slow " + std::to_string(startDelay) + "\n";
     }
@@ -117,13 +121,17 @@ RunOutcome CRunModel::Run(const ServerScript& script)
     m_callsAcross = 0;
     m_givenUp = false;
     m_recordFailureShown = false;
+    m_keyPending = false;
+    m_cancelled = false;
     if (m_copyOnly || LoadOrReport()) {
+        m_cancelEnabled = !m_copyOnly;
         WriteMapFile();
     }
     ReleaseCad();
     for (const ModelRow& row : m_rows) {
         m_outcome.marks += row.pending ? 'P' : 'c';
     }
+    m_outcome.rows.resize(m_rows.size(), L"not reached");
     return std::move(m_outcome);
 }
 
@@ -131,6 +139,7 @@ void CRunModel::WriteMapFile()
 {
     if (!m_mapFileFailure.empty()) {
         m_outcome.shown.push_back(L"box " + m_mapFileFailure);
+        m_outcome.end = "no map file";
         return;
     }
     m_outcome.mapFileWritten = true;
@@ -143,8 +152,13 @@ void CRunModel::WriteMapFile()
         ShowRecordFailure();
     }
     if (finished) {
+        m_outcome.end = "finished";
         m_outcome.shown.emplace_back(L"view map file");
         m_outcome.shown.push_back(DescribeBox(expected::kFinished.Current(), MB_ICONINFORMATION, {}, 0));
+    } else if (m_outcome.end.empty()) {
+        m_outcome.end = "cancelled";
+        m_outcome.shown.push_back(L"box " + std::wstring(expected::kCancelled.Current()));
+        m_outcome.shown.emplace_back(L"view reload");
     }
 }
 
@@ -154,16 +168,9 @@ bool CRunModel::HandleRow(ModelRow& row)
     const std::wstring& name = row.texts.strRenamed;
     if (row.pending && !row.copyFailure.empty()) {
         m_outcome.shown.push_back(L"box " + row.copyFailure);
-        return true;
-    }
-    if (row.pending) {
-        m_copies[name] = {row.source, false};
-    }
-    if (AddRecord(row)) {
-        if (!m_copyOnly && row.pending && !Update(row)) {
-            return false;
-        }
-        row.pending = false;
+        m_outcome.rows.push_back(L"not copied: " + row.copyFailure);
+    } else if (!CopyAndRecord(row)) {
+        return false;
     }
     if (row.copyVanishes) {
         m_copies.erase(name);
@@ -171,6 +178,26 @@ bool CRunModel::HandleRow(ModelRow& row)
         m_copies[name].readOnly = !row.staysWritable;
     }
     return true;
+}
+
+// Returns false if the run ends with this row. The copy then stays writable.
+bool CRunModel::CopyAndRecord(ModelRow& row)
+{
+    const std::wstring& name = row.texts.strRenamed;
+    if (row.pending || m_copies.contains(name)) {
+        m_copies[name] = {row.pending ? row.source : m_copies[name].configurations, false};
+    }
+    if (!AddRecord(row)) {
+        m_outcome.rows.push_back(L"not recorded: " + expected::RecordsMissing(MapPath()));
+        return true;
+    }
+    m_outcome.rows.emplace_back(row.pending ? L"copied" : L"recorded only");
+    if (!m_copyOnly && row.pending && !Update(row)) {
+        return false;
+    }
+    row.pending = false;
+    TakeKey();
+    return !m_cancelled;
 }
 
 // Failures to write the map file are reported once per run.
@@ -207,6 +234,7 @@ UTtab_entry CRunModel::RecordOf(const ModelRow& row) const
 // Returns false if there is no server to continue with.
 bool CRunModel::Update(const ModelRow& row)
 {
+    m_cancelConfirmed = false;
     try {
         WriteBomNames(row);
         return true;
@@ -216,7 +244,10 @@ bool CRunModel::Update(const ModelRow& row)
         }
     }
     ReleaseCad();
-    return LoadOrReport();
+    m_cancelEnabled = false;  // until the next document has been closed
+    const bool loaded = LoadOrReport();
+    m_outcome.rows.back() += loaded ? L", failed, loaded again" : L", failed, lost";
+    return loaded;
 }
 
 void CRunModel::WriteBomNames(const ModelRow& row)
@@ -237,9 +268,11 @@ void CRunModel::WriteBomNames(const ModelRow& row)
     for (std::size_t index = 0; index < row.source.size(); ++index) {
         WriteConfiguration(row, index);
     }
+    m_cancelEnabled = false;
     Call(document + " Save method BOOL=-1", "I4=0",
          [&] { m_copies[row.texts.strRenamed].configurations = m_document; });
     Call("application CloseDocument method BSTR=" + PathText(row), "ok");
+    m_cancelEnabled = true;
     Call("application SetDocumentVisibility method BOOL=-1" + type, "ok");
 }
 
@@ -255,6 +288,27 @@ void CRunModel::WriteConfiguration(const ModelRow& row, std::size_t index)
     if (written.useAlternative) {
         Call(configuration + " AlternativeBomName put BSTR=" + ToUtf8(written.alternative), "ok",
              [&] { m_document.at(index).alternative = written.alternative; });
+    }
+    TakeKey();
+    AskWhetherToCancel();
+}
+
+// Escape has no effect if the program takes it while the cancel button is disabled.
+void CRunModel::TakeKey()
+{
+    if (std::exchange(m_keyPending, false) && m_cancelEnabled) {
+        m_cancelled = true;
+    }
+}
+
+// A confirmed cancel ends the run after the current row.
+void CRunModel::AskWhetherToCancel()
+{
+    if (m_cancelled && !m_cancelConfirmed) {
+        m_outcome.shown.push_back(
+            DescribeBox(expected::kReallyCancel.Current(), MB_YESNO | MB_ICONQUESTION, {}, 0));
+        m_cancelConfirmed = m_script->confirms;
+        m_cancelled = m_script->confirms;
     }
 }
 
@@ -278,6 +332,7 @@ bool CRunModel::LoadOrReport()
 {
     const Load load = LoadCad();
     if (load != Load::done) {
+        m_outcome.end = load == Load::tooOld ? "too old" : "not loaded";
         const Text& message = load == Load::tooOld ? expected::kCadTooOld : expected::kCadNotLoaded;
         m_outcome.shown.push_back(L"box " + message.Current());
     }
@@ -420,6 +475,7 @@ const Fault* CRunModel::Count()
 {
     ++m_calls;
     ++m_callsAcross;
+    m_keyPending = m_keyPending || m_callsAcross == m_script->cancelAt;
     for (const Fault& fault : m_script->faults) {
         if (!fault.IsRejection() && Hits(fault, CallNumber(fault))) {
             return &fault;

@@ -55,12 +55,14 @@ enum class ServerLife
 // The behaviour of the server in a run.
 struct ServerScript
 {
-    std::vector<Fault> faults;
+    std::vector<Fault> faults = {};
     unsigned refuseFrom = 0;  // the first start that fails; 0: none
     unsigned oldFrom = 0;     // the first start with a version that is too old; 0: none
     DWORD startDelay = 0;     // of each start, in milliseconds
     DWORD lingerTime = 0;  // milliseconds from the end of a session to that of its process; 0: ends at once
     HRESULT lingerStatus = RPC_E_DISCONNECTED;  // of all calls meanwhile
+    unsigned cancelAt = 0;  // the call, counted across all sessions, during which the user cancels; 0: none
+    bool confirms = true;   // the user's answer if the program asks whether to cancel
 
     // The rules of the script.
     [[nodiscard]] std::string Rules() const;
@@ -100,6 +102,8 @@ struct RunOutcome
     std::vector<UTtab_entry> records;
     std::optional<UTtab_entry> partialRecord;  // its beginning follows the records
     std::string marks;                         // of the rows: P pending, c converted
+    std::string end;                           // in the run's report: how it ended
+    std::vector<std::wstring> rows;            // in the report: what became of each row
     std::vector<std::string> calls;  // lines of the server's log, beginning with the number of the call
 };
 
@@ -137,6 +141,7 @@ private:
 
     void WriteMapFile();
     bool HandleRow(ModelRow& row);
+    bool CopyAndRecord(ModelRow& row);
     bool AddRecord(const ModelRow& row);
     [[nodiscard]] UTtab_entry RecordOf(const ModelRow& row) const;
     void ShowRecordFailure();
@@ -147,6 +152,10 @@ private:
     Load LoadCad();
     bool LoadOrReport();
     void ReleaseCad();
+
+    // The user who cancels
+    void TakeKey();
+    void AskWhetherToCancel();
 
     // The server
     bool Connect();
@@ -179,6 +188,10 @@ private:
     bool m_givenUp = false;      // the user gave up a server that the run did not start
     unsigned m_calls = 0;        // of the current session
     unsigned m_callsAcross = 0;  // of all sessions
+    bool m_cancelEnabled = false;
+    bool m_keyPending = false;  // Escape, until the program takes it
+    bool m_cancelled = false;
+    bool m_cancelConfirmed = false;  // for the current row
     std::vector<PartConfiguration> m_document;
 };
 

@@ -19,8 +19,9 @@ Each fault is injected into a conversion run with real files, the list control, 
 server in a process of its own. It has passed if all of this is true after the run:
 
 - The run has returned, and the progress dialog is closed. The main window is enabled, except after a run that reached its
-  end: the caller of such a run enables the window.
+  end or was cancelled: the caller of such a run enables the window.
 - The messages are exactly the expected ones, in order.
+- The report tells how the run ended and what became of each row.
 - The map file has exactly the records of the rows that were handled, and these rows have the corresponding marks. The
   copies have exactly the configurations and BOM names written so far.
 - The server got exactly the expected calls. No server process is left, no document is open, and no part, copy or map
@@ -53,6 +54,18 @@ partial line fails in turn as well. Not included are queries of the position in 
 program does before and after a run (looking for a map file, scanning a folder, reading the map file). A failure to change
 attributes is not reported, unless an earlier copy cannot be overwritten because of it. To keep a partial record from
 being removed, the test maps the map file into memory.
+
+Faults may also last: from each file operation of the program on, all later ones fail, or, if the disk is full, all that
+write. The CAD server, a process of its own, still reaches its files. A write may also write only a part of its bytes, and
+then fail or report success. After such a success, the runtime library writes the rest of a line of the map file; the
+program reports a copy as failed.
+
+For a loss of power, the map file of a run is cut after each of its bytes, or zeros replace the bytes from there on. The
+reader must find every whole record. In the line that is cut, the BOM name may be cut as well, but a record with a cut
+file name must not be read. During the run the file may only grow, and it must be flushed before it is closed.
+
+The user who cancels presses Escape while the server holds a call. Escape has no effect if the program takes it while the
+cancel button is disabled: after a failed call, until the next part has been closed.
 
 Wine does not call a client's message filter when the server rejects a call. So with a server that is busy for some time
 or forever, the call fails at once under Wine, and the run loads the server again. That the program waits for a busy

@@ -215,10 +215,13 @@ inline constexpr Message NoSpace{{L"Für die Datei \"%1\" ist kein Speicherplatz
                                   L"There is no space left for the file \"%1\""}};
 inline constexpr Message DeviceError{{L"Das Laufwerk oder Gerät von \"%1\" meldet einen Fehler",
                                       L"The drive or device of \"%1\" reports an error"}};
-// The program has no text of its own for ERROR_BROKEN_PIPE.
-inline constexpr Message BrokenPipe{
-    {L"Beim Zugriff auf \"%1\" trat ein unbekannter Fehler auf (Windows-Fehler 109)",
-     L"An unknown error occurred while accessing \"%1\" (Windows error 109)"}};
+inline constexpr Message LockedElsewhere{
+    {L"Ein Bereich der Datei \"%1\" ist von einem anderen Programm gesperrt",
+     L"A region of the file \"%1\" is locked by another program"}};
+// For Windows errors without a text of their own; %2: the number.
+inline constexpr Message UnknownFileError{
+    {L"Beim Zugriff auf \"%1\" trat ein unbekannter Fehler auf (Windows-Fehler %2)",
+     L"An unknown error occurred while accessing \"%1\" (Windows error %2)"}};
 
 // An exception that only the window procedure catches
 inline constexpr Message UnexpectedError{{L"Unerwarteter Fehler: %1", L"Unexpected error: %1"}};

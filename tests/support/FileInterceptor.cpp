@@ -48,7 +48,8 @@ bool Fails(const FileOperation& operation)
         return false;
     }
     SetLastError(error);
-    errno = error == ERROR_ACCESS_DENIED ? EACCES : EINVAL;  // like the runtime library
+    // Like the runtime library.
+    errno = error == ERROR_ACCESS_DENIED ? EACCES : error == ERROR_DISK_FULL ? ENOSPC : EINVAL;
     return true;
 }
 
@@ -100,11 +101,26 @@ BOOL WINAPI Read(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done, LPOVERLA
                : g_readFile(file, buffer, count, done, overlapped);
 }
 
+// How many of the bytes an operation writes, if not all.
+template <class Key>
+std::optional<DWORD> WrittenOf(const std::map<Key, OpenFile>& files, Key key, FileCall call, DWORD count,
+                               LONGLONG position = 0)
+{
+    const auto found = files.find(key);
+    return found == files.end() || g_interceptor == nullptr
+               ? std::nullopt
+               : g_interceptor->WrittenOf({call, found->second.path, found->second.access, position}, count);
+}
+
 BOOL WINAPI Write(HANDLE file, LPCVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)
 {
-    return FailsOpen(g_files, file, FileCall::write, PositionIn(file))
-               ? FALSE
-               : g_writeFile(file, buffer, count, done, overlapped);
+    const LONGLONG position = PositionIn(file);
+    const std::optional<DWORD> part = WrittenOf(g_files, file, FileCall::write, count, position);
+    const BOOL written = part ? g_writeFile(file, buffer, *part, done, overlapped) : TRUE;
+    if (FailsOpen(g_files, file, FileCall::write, position)) {
+        return FALSE;
+    }
+    return part ? written : g_writeFile(file, buffer, count, done, overlapped);
 }
 
 BOOL WINAPI Close(HANDLE file)
@@ -181,7 +197,12 @@ FILE* OpenStream(const wchar_t* path, const wchar_t* mode)
 
 int WriteStream(int stream, const void* bytes, unsigned count)
 {
-    return FailsOpen(g_streams, stream, FileCall::writeStream) ? -1 : g_writeStream(stream, bytes, count);
+    const std::optional<DWORD> part = WrittenOf(g_streams, stream, FileCall::writeStream, count);
+    const int written = part ? g_writeStream(stream, bytes, *part) : 0;
+    if (FailsOpen(g_streams, stream, FileCall::writeStream)) {
+        return -1;
+    }
+    return part ? written : g_writeStream(stream, bytes, count);
 }
 
 int CloseStream(FILE* stream)

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 // File operations of the program, each a function of the system or the runtime library.
@@ -52,6 +53,14 @@ public:
     // Returns the error code with which an operation must fail, or ERROR_SUCCESS. A file is closed even if
     // the operation that closes it must fail.
     virtual DWORD ErrorFor(const FileOperation& /*operation*/) { return ERROR_SUCCESS; }
+
+    // Called before ErrorFor for an operation that writes `count` bytes (of a stream in text mode: before the
+    // line ends are converted). Returns how many of them are written if not all, whether the operation then
+    // fails or not. nullopt: all, or none if it fails.
+    virtual std::optional<DWORD> WrittenOf(const FileOperation& /*operation*/, DWORD /*count*/)
+    {
+        return std::nullopt;
+    }
 };
 
 // The reason for skipping a test that needs SeesStreams.

@@ -400,8 +400,9 @@ TEST_F(CopyPartFileTest, AReadErrorIsReportedAndKeepsTheBytesAlreadyCopied)
         // Unblocks the server thread if the copy never connected.
         OpenAsOther(m_source, GENERIC_READ, 0).reset();
         server.join();
-        EXPECT_EQ(m_messages.TakeTexts(),
-                  Texts{expected::NotCopied(m_source, m_target, expected::BrokenPipe(m_source))});
+        EXPECT_EQ(
+            m_messages.TakeTexts(),
+            Texts{expected::NotCopied(m_source, m_target, expected::UnknownFileError(m_source, L"109"))});
         EXPECT_EQ(ReadBytes(m_target), bytes);
     }
 }

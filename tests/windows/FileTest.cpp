@@ -403,7 +403,7 @@ TEST(FileException, IsInTheLanguageOfTheProcess)
     for (const int language : {1, 0}) {
         const CLanguageScope scope(language);
         EXPECT_EQ(denied.GetErrorMessage(), expected::AccessDenied(L"C:\\a\\b.sldprt"));
-        EXPECT_EQ(unknown.GetErrorMessage(), expected::BrokenPipe(L"C:\\a"));
+        EXPECT_EQ(unknown.GetErrorMessage(), expected::UnknownFileError(L"C:\\a", L"109"));
     }
 }
 

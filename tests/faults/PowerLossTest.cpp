@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "files/FileMisc.h"
+#include "tests/faults/FaultTest.h"
+#include "tests/support/ExpectedTexts.h"
+#include "tests/support/FileInterceptor.h"
+
+// The computer loses power during a run. Of what the run has written to the map file since the last flush,
+// the disk may hold any beginning.
+
+namespace {
+
+// Notes the contents of a file before each operation on it.
+class CContentsRecorder : public CFileInterceptor
+{
+public:
+    struct Step
+    {
+        FileCall call;
+        std::string before;
+    };
+
+    explicit CContentsRecorder(std::wstring path) : m_path(std::move(path)) {}
+
+    [[nodiscard]] const std::vector<Step>& Steps() const { return m_steps; }
+
+    DWORD ErrorFor(const FileOperation& operation) override
+    {
+        if (operation.path == m_path && !std::exchange(m_reading, true)) {
+            m_steps.push_back({operation.call, PathExists(m_path) ? ReadBytes(m_path) : ""});
+            m_reading = false;
+        }
+        return ERROR_SUCCESS;
+    }
+
+private:
+    const std::wstring m_path;
+    bool m_reading = false;  // the recorder itself reads the file
+    std::vector<Step> m_steps;
+};
+
+// What the reader finds in a map file.
+struct Found
+{
+    std::vector<UTtab_entry> records;
+    std::vector<std::wstring> messages;
+};
+
+class PowerLossTest : public CountingTest
+{
+protected:
+    static constexpr std::size_t kHeaderLines = 4;
+
+    // The steps of a run that writes the map file anew.
+    std::vector<CContentsRecorder::Step> StepsOfRun()
+    {
+        std::optional<CContentsRecorder> recorder;
+        recorder.emplace(m_bench.MapPath());
+        std::vector<CContentsRecorder::Step> steps;
+        m_bench.m_afterRun = [&] {
+            steps = recorder->Steps();
+            recorder.reset();
+        };
+        EXPECT_EQ("", m_bench.Run({}));
+        return steps;
+    }
+
+    Found Read(const std::string& bytes)
+    {
+        WriteBytes(m_cut, bytes);
+        CMessageRecorder messages;
+        CFileMisc reader(1);
+        EXPECT_EQ((CFileMisc::MapFileState{true, false}), reader.ReadMapFile(m_cut));
+        return {{reader.m_lstEntries.begin(), reader.m_lstEntries.end()}, messages.TakeTexts()};
+    }
+
+    // What the reader must find in the first `length` bytes of the map file: each whole line, and the last
+    // line as far as it goes. Names and separators are read only if they are complete; of the BOM name, the
+    // beginning is read.
+    [[nodiscard]] Found ExpectedIn(std::size_t length) const
+    {
+        Found found;
+        std::size_t begin = m_headerLength;
+        for (std::size_t row = 0; row < m_rows.size() && begin < length; ++row) {
+            const UTtab_entry& texts = m_rows[row].texts;
+            const std::size_t names = (texts.strOriginal + L" ; " + texts.strRenamed + L" ;").size();
+            if (length - begin < names) {
+                found.messages.push_back(expected::SyntaxError.In(
+                    Language::german, std::to_wstring(kHeaderLines + row + 1), m_cut));
+                break;
+            }
+            const std::size_t bomName = length - begin - std::min(length - begin, names + 1);
+            found.records.push_back(
+                {texts.strOriginal, texts.strRenamed, Unblanked(texts.strBomName.substr(0, bomName))});
+            begin += names + 1 + texts.strBomName.size() + 2;
+        }
+        return found;
+    }
+
+    // Without a blank at which the BOM name has been cut off, and without half a line end.
+    static std::wstring Unblanked(std::wstring text)
+    {
+        text.resize(text.find_last_not_of(L" \r") + 1);
+        return text;
+    }
+
+    // Zeros may follow the beginning: the file has its length, but not all of its data. They do not belong to
+    // a record; a last line that is too long with them is not read.
+    static bool IsPossibleWithZeros(const Found& found, const Found& expected, std::size_t wholeLines)
+    {
+        std::vector<UTtab_entry> records = found.records;
+        if (records.size() < wholeLines || records.size() > expected.records.size()) {
+            return false;
+        }
+        for (UTtab_entry& record : records) {
+            record.strBomName = Unblanked(record.strBomName.substr(0, record.strBomName.find(L'\0')));
+        }
+        return std::equal(records.begin(), records.end(), expected.records.begin());
+    }
+
+    // Makes a run, and calls difference with each length up to that of its map file.
+    void ForEveryBeginning(
+        const std::function<std::string(const std::string& map, std::size_t length)>& difference)
+    {
+        EXPECT_EQ("", m_bench.Run({}));
+        const std::string map = ReadBytes(m_bench.MapPath());
+        m_headerLength = map.find("\r\n\r\n") + 4;
+        ASSERT_LT(m_headerLength, map.size());
+        for (std::size_t length = 0; length <= map.size(); ++length) {
+            const std::string found = difference(map, length);
+            Count(1, found.empty() ? "" : "  after " + std::to_string(length) + " bytes: " + found);
+        }
+    }
+
+    CTempFolder m_library;
+    const std::wstring m_cut = m_library / L"cut.txt";
+    const std::vector<ModelRow> m_rows = FourRows();
+    CFaultBench m_bench{m_library.Path(), m_rows};
+    std::size_t m_headerLength = 0;
+};
+
+TEST_F(PowerLossTest, EveryBeginningOfTheMapFileIsRead)
+{
+    RecordProperty("kind", "power lost: every beginning of the map file");
+    ForEveryBeginning([this](const std::string& map, std::size_t length) -> std::string {
+        const Found found = Read(map.substr(0, length));
+        const Found expected = ExpectedIn(length);
+        return found.records == expected.records && found.messages == expected.messages
+                   ? ""
+                   : "other records or messages\n";
+    });
+}
+
+TEST_F(PowerLossTest, WholeRecordsBeforeZerosAreRead)
+{
+    RecordProperty("kind", "power lost: every beginning of the map file, followed by zeros");
+    ForEveryBeginning([this](const std::string& map, std::size_t length) -> std::string {
+        const std::string beginning = map.substr(0, length);
+        const auto lines = static_cast<std::size_t>(std::ranges::count(beginning, '\n'));
+        const std::size_t records = std::max(lines, kHeaderLines) - kHeaderLines;
+        const Found found = Read(beginning + std::string(map.size() - length, '\0'));
+        return IsPossibleWithZeros(found, ExpectedIn(length), records) ? "" : "other records\n";
+    });
+}
+
+// Each line is appended, none is changed later, and all lines are flushed to disk.
+TEST_F(PowerLossTest, TheMapFileOnlyGrowsUntilItIsFlushed)
+{
+    if (!CFileInterceptor::SeesStreams()) {
+        GTEST_SKIP() << kSeesNoStreams;
+    }
+    const std::vector<CContentsRecorder::Step> steps = StepsOfRun();
+    const std::string map = ReadBytes(m_bench.MapPath());
+    std::string before;
+    std::vector<FileCall> calls;
+    for (const CContentsRecorder::Step& step : steps) {
+        EXPECT_TRUE(step.before.starts_with(before));
+        EXPECT_TRUE(map.starts_with(step.before));
+        EXPECT_TRUE(step.before.empty() || step.before.ends_with('\n')) << step.before;
+        EXPECT_TRUE(step.call != FileCall::flush || step.before == map) << step.before;
+        before = step.before;
+        calls.push_back(step.call);
+    }
+    std::vector<FileCall> expectedCalls = {FileCall::openStream, FileCall::open};
+    expectedCalls.insert(expectedCalls.end(), 1 + m_rows.size(), FileCall::writeStream);
+    expectedCalls.insert(expectedCalls.end(), {FileCall::flush, FileCall::close, FileCall::closeStream});
+    EXPECT_EQ(expectedCalls, calls);
+}
+
+}  // namespace
