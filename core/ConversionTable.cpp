@@ -108,7 +108,9 @@ std::wstring ReadOrCreateTemplate(int column)
     if (std::optional<std::wstring> text = ReadTemplate(column)) {
         return *std::move(text);
     }
-    WriteTemplate(column, DefaultTemplate(column));
+    if (!HasTemplate(column)) {  // the user's own must not be lost because memory was short
+        WriteTemplate(column, DefaultTemplate(column));
+    }
     return DefaultTemplate(column);
 }
 

@@ -59,14 +59,18 @@ private:
     std::unordered_map<std::wstring, std::vector<int>> m_folded;
 };
 
-// Replaces every character below U+0020 with a blank: the map file cannot hold a line break, and a NUL would
-// end the text in the list. Returns whether any was replaced.
+bool IsControlCharacter(wchar_t character)
+{
+    return character < L' ' || (character >= L'\u007F' && character <= L'\u009F');
+}
+
+// Replaces every control character with a blank: the map file cannot hold a line break, and a NUL would end
+// the text in the list. Returns whether any was replaced.
 bool ReplaceControlCharacters(std::wstring& text)
 {
-    constexpr wchar_t kFirstPrinting = L' ';
     bool replaced = false;
     for (wchar_t& character : text) {
-        if (character < kFirstPrinting) {
+        if (IsControlCharacter(character)) {
             character = L' ';
             replaced = true;
         }

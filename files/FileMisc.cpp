@@ -213,8 +213,9 @@ std::wstring CFileMisc::FitPathToWidth(HDC dc, const std::wstring& prefix, const
         }
     }
     for (std::size_t i = 1; i < path.size(); ++i) {
-        if (path[i] == L'\\') {
-            continue;  // tried above
+        // A backslash was tried above. Half of a character would be shown as a box.
+        if (path[i] == L'\\' || IS_SURROGATE_PAIR(path[i - 1], path[i])) {
+            continue;
         }
         const std::wstring text = lead + path.substr(i);
         if (Fits(dc, text, width)) {

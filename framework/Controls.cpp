@@ -27,6 +27,14 @@ RECT WindowRect(HWND window)
 
 }  // namespace
 
+CEdit::Selection CEdit::GetSel() const
+{
+    Selection selection{};
+    SendMessage(EM_GETSEL, reinterpret_cast<WPARAM>(&selection.start),
+                reinterpret_cast<LPARAM>(&selection.end));
+    return selection;
+}
+
 void CEdit::FocusAndSelectAll() const
 {
     SetFocus();
@@ -55,9 +63,7 @@ LRESULT CEdit::OnChar(WPARAM wParam, LPARAM)
 
 void CEdit::DeleteWordBeforeCaret() const
 {
-    DWORD start = 0;
-    DWORD end = 0;
-    SendMessage(EM_GETSEL, reinterpret_cast<WPARAM>(&start), reinterpret_cast<LPARAM>(&end));
+    auto [start, end] = GetSel();
     if (start == end) {
         const std::wstring text = GetWindowText();
         while (start > 0 && text[start - 1] == L' ') {
@@ -76,7 +82,7 @@ void CEdit::DeleteWordBeforeCaret() const
 void CEdit::OnPaste()
 {
     if (std::optional<std::wstring> text = ReadClipboard(m_hWnd)) {
-        const std::wstring inserted = TextToPaste(std::move(*text));
+        const std::wstring inserted = CutToLimit(TextToPaste(std::move(*text)));
         SendMessage(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(inserted.c_str()));
     }
 }
@@ -87,6 +93,20 @@ std::wstring CEdit::TextToPaste(std::wstring text) const
     const auto isControl = [](wchar_t character) { return std::iswcntrl(character) != 0; };
     std::ranges::replace_if(text, isControl, L' ');
     return text;
+}
+
+// The control itself cuts off what exceeds its limit, even within a character of two units.
+std::wstring CEdit::CutToLimit(std::wstring inserted) const
+{
+    const auto limit = static_cast<std::size_t>(SendMessage(EM_GETLIMITTEXT));
+    const auto [start, end] = GetSel();
+    const std::size_t kept = GetWindowText().size() - (end - start);
+    std::size_t room = std::max(limit, kept) - kept;
+    if (room < inserted.size()) {
+        room -= room > 0 && IS_SURROGATE_PAIR(inserted[room - 1], inserted[room]) ? 1 : 0;
+        inserted.resize(room);
+    }
+    return inserted;
 }
 
 const MessageMap* CComboBox::GetMessageMap() const

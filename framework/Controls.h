@@ -31,6 +31,12 @@ public:
         SendMessage(EM_SETSEL, static_cast<WPARAM>(start), static_cast<LPARAM>(end));
     }
     void ScrollCaret() const { SendMessage(EM_SCROLLCARET); }
+    struct Selection
+    {
+        DWORD start;
+        DWORD end;
+    };
+    [[nodiscard]] Selection GetSel() const;
 
     // Takes the focus, selects the whole text and scrolls the caret into view.
     void FocusAndSelectAll() const;
@@ -45,6 +51,7 @@ protected:
 
 private:
     void OnPaste();
+    [[nodiscard]] std::wstring CutToLimit(std::wstring inserted) const;
     void DeleteWordBeforeCaret() const;
 };
 

@@ -174,16 +174,23 @@ INT_PTR CALLBACK CDialog::DialogProc(HWND window, UINT message, WPARAM, LPARAM l
         return FALSE;
     }
     auto* self = reinterpret_cast<CDialog*>(lParam);
-    self->SubclassWindow(window);
     bool defaultFocus = true;
-    Guard([&] { defaultFocus = self->OnInitDialog(); });
+    Guard([&] {
+        self->SubclassWindow(window);
+        defaultFocus = self->OnInitDialog();
+    });
     return defaultFocus ? TRUE : FALSE;
 }
 
+// Without memory for the binding, the window would never end the modal loop.
 bool CDialog::CreateFromTemplate(HWND owner)
 {
-    return CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(m_templateId), owner, &DialogProc,
-                              reinterpret_cast<LPARAM>(this)) != nullptr;
+    const HWND window = CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(m_templateId), owner,
+                                           &DialogProc, reinterpret_cast<LPARAM>(this));
+    if (window != nullptr && m_hWnd == nullptr) {
+        ::DestroyWindow(window);
+    }
+    return m_hWnd != nullptr;
 }
 
 HWND CDialog::FindOwner() const

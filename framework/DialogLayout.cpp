@@ -168,7 +168,8 @@ SIZE CDialogLayout::Character() const
         return mapped;
     }
     const SIZE measured = MeasuredCharacter(m_dialog);
-    if (!IsSame(measured, m_first.measured)) {
+    const bool isMeasured = measured.cx != 0;  // without a device context it is not
+    if (isMeasured && !IsSame(measured, m_first.measured)) {
         return measured;
     }
     const auto scale = [&](LONG length) {

@@ -17,10 +17,11 @@ constexpr DWORD kAskedEarlier = 0x2FF;
 CLongOperation::CLongOperation(HWND window, const std::wstring& reason) : m_window(window)
 {
     constexpr std::size_t kLongestReason = MAX_STR_BLOCKREASON - 1;
+    const std::wstring shortReason = reason.substr(0, kLongestReason);  // first, as it may throw
     g_active = true;
     SetProcessShutdownParameters(kAskedEarlier, 0);
     SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
-    ShutdownBlockReasonCreate(m_window, reason.substr(0, kLongestReason).c_str());
+    ShutdownBlockReasonCreate(m_window, shortReason.c_str());
 }
 
 CLongOperation::~CLongOperation()

@@ -1,6 +1,7 @@
 #include "framework/OleMessageFilter.h"
 
 #include <algorithm>
+#include <exception>
 #include <optional>
 #include <utility>
 
@@ -50,6 +51,17 @@ std::optional<MSG> WithoutFramePress(MSG message)
 void MakeComAskAgain()
 {
     PostThreadMessageW(GetCurrentThreadId(), WM_NULL, 0, 0);
+}
+
+// No exception may propagate into COM. If memory is short, the user is asked later.
+template <class Action>
+void WithoutExceptions(Action&& action)
+{
+    try {
+        std::forward<Action>(action)();
+    } catch (const std::exception&) {
+        return;
+    }
 }
 
 }  // namespace
@@ -154,8 +166,10 @@ DWORD COleMessageFilter::RetryRejectedCall(HTASK /*callee*/, DWORD tickCount, DW
     }
     if (!m_asking && !GiveUpIfConfirmed(now - tickCount) && now >= stallsAt) {
         // Asks even without a press: a server that rejects calls usually waits for its user.
-        static_cast<void>(TakePress(stallsAt));
-        AskUser();
+        WithoutExceptions([&] {
+            static_cast<void>(TakePress(stallsAt));
+            AskUser();
+        });
     }
     return m_cancelsCalls ? kCancelCall : kTryAgainAfter;
 }
@@ -171,8 +185,12 @@ DWORD COleMessageFilter::MessagePending(HTASK /*callee*/, DWORD tickCount, DWORD
         const LONGLONG now = Now();
         const LONGLONG stallsAt = StallsAt(now - tickCount);
         // No question without a press: long calls are normal, and the user may be away.
-        if (!GiveUpIfConfirmed(now - tickCount) && now >= stallsAt && TakePress(stallsAt)) {
-            AskUser();
+        if (!GiveUpIfConfirmed(now - tickCount) && now >= stallsAt) {
+            WithoutExceptions([&] {
+                if (TakePress(stallsAt)) {
+                    AskUser();
+                }
+            });
         }
     }
     // PENDINGMSG_WAITDEFPROCESS would discard keys and clicks, a press of Cancel among them ("PENDINGMSG

@@ -36,6 +36,15 @@ std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges)
     return messages;
 }
 
+void DropPendingMessages(std::span<const MessageRange> ranges)
+{
+    MSG message{};
+    for (const MessageRange& range : ranges) {
+        while (TakePendingMessage(message, range)) {
+        }
+    }
+}
+
 bool IsPress(UINT message)
 {
     switch (message) {

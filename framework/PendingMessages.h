@@ -30,6 +30,9 @@ inline constexpr std::array kAllInput{MessageRange{WM_KEYFIRST, WM_KEYLAST},
 // of their times. The system returns WM_QUIT for every range; it is posted again.
 std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
 
+// Takes them out of the queue without returning them. Does not throw.
+void DropPendingMessages(std::span<const MessageRange> ranges);
+
 // Whether the message is a key or a button that goes down, or a touch that begins.
 [[nodiscard]] bool IsPress(UINT message);
 

@@ -118,7 +118,7 @@ void CWinApp::DropPendingInput()
     if (g_app != nullptr) {
         g_app->GetMessageFilter().DropHeldInput();
     }
-    static_cast<void>(TakePendingMessages(kAllInput));
+    DropPendingMessages(kAllInput);
 }
 
 bool CWinApp::IsSessionEnding()

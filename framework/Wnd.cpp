@@ -11,6 +11,7 @@
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
+#include "framework/ScopeExit.h"
 
 namespace {
 
@@ -101,10 +102,16 @@ HWND CWnd::UnsubclassWindow()
 
 bool CWnd::CreateChild(const wchar_t* windowClass, DWORD style, const RECT& place, const CWnd& parent, int id)
 {
-    return SubclassWindow(CreateWindowExW(0, windowClass, L"", WS_CHILD | style, place.left, place.top,
-                                          place.right - place.left, place.bottom - place.top, parent.m_hWnd,
-                                          reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
-                                          GetModuleHandleW(nullptr), nullptr));
+    const HWND window = CreateWindowExW(0, windowClass, L"", WS_CHILD | style, place.left, place.top,
+                                        place.right - place.left, place.bottom - place.top, parent.m_hWnd,
+                                        reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
+                                        GetModuleHandleW(nullptr), nullptr);
+    const CScopeExit destroyUnbound([this, window] {
+        if (window != nullptr && m_hWnd == nullptr) {
+            ::DestroyWindow(window);
+        }
+    });
+    return SubclassWindow(window);
 }
 
 bool CWnd::DestroyWindow()

@@ -12,6 +12,11 @@ bool IsPredefined(HKEY key)
     return (reinterpret_cast<ULONG_PTR>(key) & kFirstPredefined) != 0;
 }
 
+bool IsTextType(DWORD type)
+{
+    return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_LINK;
+}
+
 UniqueKey OpenForReading(HKEY root, const std::wstring& subKey, REGSAM view)
 {
     HKEY key = nullptr;
@@ -123,7 +128,7 @@ std::wstring CRegistryValue::GetText() const
 
 bool CRegistryValue::IsText() const
 {
-    return m_type == REG_SZ || m_type == REG_EXPAND_SZ || m_type == REG_LINK;
+    return IsTextType(m_type);
 }
 
 CRegistry::CRegistry(HKEY hive, REGSAM view) : m_rootKey(hive), m_view(view) {}
@@ -146,6 +151,16 @@ bool CRegistry::ReadString(const std::wstring& subKey, const std::wstring& value
     }
     text = value.GetText();
     return true;
+}
+
+bool CRegistry::HasString(const std::wstring& subKey, const std::wstring& valueName) const
+{
+    const UniqueKey key = OpenForReading(m_rootKey, subKey, m_view);
+    DWORD type = REG_NONE;
+    return key &&
+           ::RegQueryValueExW(key.get(), valueName.c_str(), nullptr, &type, nullptr, nullptr) ==
+               ERROR_SUCCESS &&
+           IsTextType(type);
 }
 
 bool CRegistry::WriteString(const std::wstring& subKey, const std::wstring& valueName,

@@ -81,6 +81,9 @@ public:
     [[nodiscard]] bool ReadString(const std::wstring& subKey, const std::wstring& valueName,
                                   std::wstring& text);
 
+    // Whether the value is a text, even if there is no memory to read it.
+    [[nodiscard]] bool HasString(const std::wstring& subKey, const std::wstring& valueName) const;
+
     // Writes a value as REG_SZ and creates a missing sub-key. Returns false on failure.
     [[nodiscard]] bool WriteString(const std::wstring& subKey, const std::wstring& valueName,
                                    const std::wstring& text);

@@ -25,6 +25,11 @@ std::optional<std::wstring> ReadTemplate(int column)
     return text;
 }
 
+bool HasTemplate(int column)
+{
+    return CRegistry(HKEY_CURRENT_USER).HasString(TemplateKey(), TemplateValueName(column));
+}
+
 bool WriteTemplate(int column, const std::wstring& text)
 {
     return CRegistry(HKEY_CURRENT_USER).WriteString(TemplateKey(), TemplateValueName(column), text);

@@ -9,5 +9,8 @@
 // The stored template, which may be empty; nullopt when the value is missing or not a text.
 [[nodiscard]] std::optional<std::wstring> ReadTemplate(int column);
 
+// Whether a template is stored, even if there is no memory to read it.
+[[nodiscard]] bool HasTemplate(int column);
+
 // Stores the template. Returns false when the registry refuses it.
 bool WriteTemplate(int column, const std::wstring& text);

@@ -2,28 +2,30 @@
 
 #include <commctrl.h>
 
-#include <utility>
-
 #include "framework/AccessibleName.h"
 
-CCellEdit::CCellEdit(int row, int column, std::wstring text)
-    : m_row(row), m_column(column), m_text(std::move(text))
+CCellEdit::CCellEdit(const CListCtrl& list, int row, int column)
+    : m_row(row)
+    , m_column(column)
+    , m_text(list.GetItemText(row, column))
+    , m_accessibleName(list.GetColumnText(column) + L" " + list.GetItemText(row, 0))
 {
 }
 
 void CCellEdit::Begin(const CWnd& editor, const CListCtrl& list) const
 {
     editor.SendMessage(WM_SETFONT, static_cast<WPARAM>(list.SendMessage(WM_GETFONT)));
-    SetAccessibleName(editor.m_hWnd, list.GetColumnText(m_column) + L" " + list.GetItemText(m_row, 0));
+    SetAccessibleName(editor.m_hWnd, m_accessibleName);
 }
 
 void CCellEdit::End(const CWnd& editor)
 {
-    if (std::exchange(m_ended, true)) {
+    if (m_ended) {
         return;
     }
     const HWND window = editor.m_hWnd;
-    std::wstring text = editor.GetWindowText();
+    std::wstring text = editor.GetWindowText();  // may throw; the editor then stays open with its text
+    m_ended = true;
     const HWND list = GetParent(window);
     NMLVDISPINFOW end{};
     end.hdr.hwndFrom = list;

@@ -10,8 +10,9 @@
 class CCellEdit
 {
 public:
-    // The cell and its text before the edit.
-    CCellEdit(int row, int column, std::wstring text);
+    // Reads all texts that Begin needs, so that Begin cannot throw: an editor that stayed open without its
+    // text would later empty the cell.
+    CCellEdit(const CListCtrl& list, int row, int column);
 
     [[nodiscard]] const std::wstring& InitialText() const { return m_text; }
 
@@ -33,7 +34,8 @@ public:
 private:
     int m_row;
     int m_column;
-    std::wstring m_text;
+    std::wstring m_text;  // before the edit
+    std::wstring m_accessibleName;
     bool m_cancelled = false;
     bool m_ended = false;
 };

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <utility>
 
 #include "framework/WindowFontDC.h"
 #include "resources/resource.h"
@@ -27,11 +26,11 @@ DWORD AlignmentOf(int columnFormat)
 
 }  // namespace
 
-CInPlaceEdit::CInPlaceEdit(int row, int column, std::wstring text) : m_cell(row, column, std::move(text)) {}
+CInPlaceEdit::CInPlaceEdit(const CListCtrl& list, int row, int column) : m_cell(list, row, column) {}
 
 void CInPlaceEdit::Open(const CListCtrl& list, int row, int column, const RECT& place)
 {
-    std::unique_ptr<CInPlaceEdit> editor(new CInPlaceEdit(row, column, list.GetItemText(row, column)));
+    std::unique_ptr<CInPlaceEdit> editor(new CInPlaceEdit(list, row, column));
     const DWORD style = WS_VISIBLE | WS_BORDER | ES_AUTOHSCROLL | AlignmentOf(list.GetColumnFormat(column));
     if (editor->CreateChild(WC_EDITW, style, place, list, IDC_IN_PLACE_EDIT)) {
         editor.release()->Begin(list);  // PostNcDestroy deletes it
@@ -127,9 +126,7 @@ void CInPlaceEdit::GrowToText() const
 // Scrolls the text back as far as the caret stays visible: the text scrolled while the edit was too narrow.
 void CInPlaceEdit::ShowAsMuchAsPossible() const
 {
-    DWORD start = 0;
-    DWORD end = 0;
-    SendMessage(EM_GETSEL, reinterpret_cast<WPARAM>(&start), reinterpret_cast<LPARAM>(&end));
+    const auto [start, end] = GetSel();
     SetSel(0, 0);
     ScrollCaret();
     SetSel(static_cast<int>(start), static_cast<int>(end));

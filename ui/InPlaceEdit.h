@@ -19,7 +19,7 @@ protected:
     void PostNcDestroy() override;
 
 private:
-    CInPlaceEdit(int row, int column, std::wstring text);
+    CInPlaceEdit(const CListCtrl& list, int row, int column);
     void Begin(const CListCtrl& list) const;
     LRESULT OnChar(WPARAM wParam, LPARAM lParam);
     LRESULT OnMouseWheel(WPARAM wParam, LPARAM lParam);

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <memory>
-#include <utility>
 
 #include "resources/resource.h"
 
@@ -13,12 +12,12 @@ constexpr int kDroppedCells = 8;
 
 }  // namespace
 
-CInPlaceList::CInPlaceList(int row, int column, std::wstring text) : m_cell(row, column, std::move(text)) {}
+CInPlaceList::CInPlaceList(const CListCtrl& list, int row, int column) : m_cell(list, row, column) {}
 
 void CInPlaceList::Open(const CListCtrl& list, int row, int column, const RECT& place,
                         const std::vector<std::wstring>& choices)
 {
-    std::unique_ptr<CInPlaceList> editor(new CInPlaceList(row, column, list.GetItemText(row, column)));
+    std::unique_ptr<CInPlaceList> editor(new CInPlaceList(list, row, column));
     RECT dropped = place;
     dropped.bottom += kDroppedCells * (place.bottom - place.top);
     if (editor->CreateChild(WC_COMBOBOXW, WS_VISIBLE | WS_VSCROLL | CBS_DROPDOWNLIST, dropped, list,

@@ -24,7 +24,7 @@ protected:
     void PostNcDestroy() override;
 
 private:
-    CInPlaceList(int row, int column, std::wstring text);
+    CInPlaceList(const CListCtrl& list, int row, int column);
     void Begin(const CListCtrl& list, const std::vector<std::wstring>& choices) const;
     LRESULT OnKeyDown(WPARAM wParam, LPARAM lParam);
     void OnKillFocus();

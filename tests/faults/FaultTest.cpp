@@ -1,6 +1,5 @@
 #include "tests/faults/FaultTest.h"
 
-#include <cstdlib>
 #include <string>
 
 namespace {
@@ -20,11 +19,6 @@ std::string Labelled(const char* run, const std::string& differences)
 }
 
 }  // namespace
-
-bool EveryFault()
-{
-    return _wgetenv(L"TALVENOR_EVERY_FAULT") != nullptr;
-}
 
 std::vector<int> LanguagesToTry()
 {

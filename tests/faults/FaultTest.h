@@ -7,9 +7,7 @@
 #include <vector>
 
 #include "tests/faults/FaultBench.h"
-
-// Whether to inject every fault, as tools/faults does, or only the main ones of each kind.
-bool EveryFault();
+#include "tests/support/EveryFault.h"
 
 // The languages to inject faults in: both with EveryFault, otherwise German.
 std::vector<int> LanguagesToTry();

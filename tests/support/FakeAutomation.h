@@ -12,6 +12,7 @@
 
 #include "cad/ProgressView.h"
 #include "tests/support/AutomationNumbers.h"
+#include "tests/support/RefusedCalls.h"
 
 // Automation objects and a progress dialog in the process of the test. They share one log, a line per event.
 using EventLog = std::vector<std::wstring>;
@@ -88,6 +89,7 @@ public:
                                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                                      UINT*) override
     {
+        const CUncountedCalls uncounted;
         if (!IsEqualIID(interfaceId, IID_NULL)) {
             return DISP_E_UNKNOWNINTERFACE;
         }

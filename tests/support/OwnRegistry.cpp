@@ -5,6 +5,7 @@
 
 #include "tests/cadserver/ClassFamily.h"
 #include "tests/support/ImportTable.h"
+#include "tests/support/RefusedCalls.h"
 #include "tests/support/TestMark.h"
 #include "tests/support/TextFile.h"
 
@@ -33,6 +34,7 @@ bool IsRealCadSystem(HKEY hive, const wchar_t* path)
 
 LSTATUS WINAPI OpenInOwn(HKEY hive, const wchar_t* path, DWORD options, REGSAM access, HKEY* key)
 {
+    const CUncountedCalls uncounted;
     if (g_registry != nullptr && IsRealCadSystem(hive, path)) {
         return ERROR_FILE_NOT_FOUND;
     }
@@ -44,6 +46,7 @@ LSTATUS WINAPI OpenInOwn(HKEY hive, const wchar_t* path, DWORD options, REGSAM a
 LSTATUS WINAPI CreateInOwn(HKEY hive, const wchar_t* path, DWORD reserved, wchar_t* keyClass, DWORD options,
                            REGSAM access, SECURITY_ATTRIBUTES* security, HKEY* key, DWORD* disposition)
 {
+    const CUncountedCalls uncounted;
     const std::wstring place = PlaceOf(hive, path, access);
     if (place.empty()) {
         return g_create(hive, path, reserved, keyClass, options, access, security, key, disposition);

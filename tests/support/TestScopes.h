@@ -13,6 +13,7 @@
 #include "framework/Language.h"
 #include "framework/MessageBox.h"
 #include "tests/support/Files.h"
+#include "tests/support/RefusedCalls.h"
 
 // Name of the environment variable that a test sets when it starts itself in a second process.
 inline constexpr char kInOwnProcess[] = "TALVENOR_TEST_IN_OWN_PROCESS";
@@ -49,6 +50,7 @@ class CMessageRecorder
 public:
     explicit CMessageRecorder(const std::function<int()>& answer = [] { return IDOK; })
         : m_scope([this, answer](const MessageRequest& request) {
+            const CUncountedCalls uncounted;
             m_boxes.push_back(request);
             return answer();
         })

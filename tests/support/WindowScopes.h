@@ -14,6 +14,7 @@
 
 #include "framework/Handles.h"
 #include "framework/ResourceHandle.h"
+#include "framework/ScopeExit.h"
 #include "framework/WinApp.h"
 #include "framework/Wnd.h"
 #include "tests/support/Rects.h"
@@ -135,9 +136,8 @@ public:
 protected:
     bool OnInitDialog() override
     {
-        const bool focus = Dialog::OnInitDialog();
-        this->PostMessage(kWork);
-        return focus;
+        const CScopeExit post([this] { this->PostMessage(kWork); });  // even after an exception
+        return Dialog::OnInitDialog();
     }
     LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
     {

@@ -105,6 +105,20 @@ TEST(TableImport, ReplacesAControlCharacterWithABlank)
               (TableImport{Changes{{0, L"x y.sldprt", L"Nut  M8 "}}, 0, 0, 0, 2}));
 }
 
+TEST(TableImport, PutsABlankForEveryKindOfControlCharacter)
+{
+    EXPECT_EQ(Import(L"a.sldprt;x\x0By\x7Fz;1\u00802\u00853\u009F4\u00A0"),
+              (TableImport{Changes{{0, L"x y z.sldprt", L"1 2 3 4\u00A0"}}, 0, 0, 0, 2}));
+}
+
+TEST(TableImport, KeepsSurrogatesWithAndWithoutAPartner)
+{
+    const std::wstring pair{static_cast<wchar_t>(0xD83D), static_cast<wchar_t>(0xDD29)};
+    const std::wstring halves{static_cast<wchar_t>(0xDD29), L'x', static_cast<wchar_t>(0xD83D)};
+    EXPECT_EQ(Import(L"a.sldprt;" + pair + L";" + halves + L"\nb.sldprt;" + halves + L".sldprt;" + pair),
+              (TableImport{Changes{{0, pair + L".sldprt", halves}, {1, halves + L".sldprt", pair}}}));
+}
+
 TEST(TableImport, KeepsMarksOfTheWritingDirection)
 {
     EXPECT_EQ(Import(L"a.sldprt;\u200Fx\u202E.sldprt;\u200E1\u200F"),

@@ -74,6 +74,33 @@ TEST(Controls, AnEditPastesOneLineWithoutTabs)
     EXPECT_EQ(PasteInto<CEdit>(L"\"M8\""), L"an \"M8\" name");
 }
 
+// The file system allows surrogates without a partner.
+TEST(Controls, AnEditPastesSurrogatesAsTheyAre)
+{
+    EXPECT_EQ(PasteInto<CEdit>(L"\U0001F529\U0001F9F0"), L"an \U0001F529\U0001F9F0 name");
+    EXPECT_EQ(PasteInto<CEdit>(L"\xD83Dx\xDD29"), L"an \xD83Dx\xDD29 name");
+    EXPECT_EQ(PasteInto<CEdit>(L"\U0001F529\n\U0001F9F0"), L"an \U0001F529 name");
+}
+
+TEST(Controls, AnEditPastesNoHalfOfACharacterAtItsLimit)
+{
+    const auto pasteUpTo = [](WPARAM limit) {
+        const CControlWindow<CEdit> edit(L"EDIT", ES_AUTOHSCROLL);
+        edit.m_control.SetWindowText(L"an old name");
+        edit.m_control.SetSel(3, 6);
+        edit.m_control.SendMessage(EM_SETLIMITTEXT, limit);
+        EXPECT_TRUE(WriteClipboard(edit.m_window.m_hWnd, L"M8 \U0001F529\U0001F9F0"));
+        edit.m_control.SendMessage(WM_PASTE);
+        return edit.m_control.GetWindowText();
+    };
+    EXPECT_EQ(pasteUpTo(15), L"an M8 \U0001F529\U0001F9F0 name");
+    EXPECT_EQ(pasteUpTo(14), L"an M8 \U0001F529 name");
+    EXPECT_EQ(pasteUpTo(13), L"an M8 \U0001F529 name");
+    EXPECT_EQ(pasteUpTo(12), L"an M8  name");
+    EXPECT_EQ(pasteUpTo(11), L"an M8  name");
+    EXPECT_EQ(pasteUpTo(5), L"an  name") << "the text was longer than the limit before";
+}
+
 TEST(Controls, TheFolderFieldPastesAPathWithoutItsQuotes)
 {
     EXPECT_EQ(PasteInto<CEditSourceDir>(L"\"D:\\ISO 4014\"\r\n"), L"an D:\\ISO 4014 name");
@@ -109,6 +136,11 @@ TEST(Controls, CtrlBackspaceDeletesTheWordBeforeTheCaret)
     EXPECT_EQ(edit.m_control.GetWindowText(), L"  x") << "at the start nothing is left to delete";
     edit.m_control.SendMessage(WM_CHAR, L'N');
     EXPECT_EQ(edit.m_control.GetWindowText(), L"N  x");
+    edit.m_control.SetWindowText(L"M8 \U0001F529\U0001F529");
+    edit.m_control.SetSel(5, 5);
+    press();
+    EXPECT_EQ(edit.m_control.GetWindowText(), L"M8 \U0001F529")
+        << "a character of two units is deleted whole";
 }
 
 TEST(Controls, TheWheelChangesNoClosedComboBox)

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/Clipboard.h"
 #include "framework/MessageBox.h"
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/Languages.h"
@@ -117,6 +118,40 @@ TEST_P(ConvListCommit, ALongTextIsKeptWhole)
     CWnd::FromHandle(window.Editor())->SetWindowText(text);
     PressKey(VK_RETURN);
     EXPECT_EQ(window.m_list.GetItemText(1, 2), text);
+}
+
+// Pastes over the text of a cell of row 1 and returns the cell after Enter.
+std::wstring PasteIntoCell(int column, const std::wstring& text)
+{
+    CListWindow window;
+    window.m_list.EditCell(1, column);
+    EXPECT_TRUE(WriteClipboard(window.m_list.m_hWnd, text));
+    SendMessageW(window.Editor(), WM_PASTE, 0, 0);
+    PressKey(VK_RETURN);
+    return window.m_list.GetItemText(1, column);
+}
+
+TEST_P(ConvListCommit, APastedTextBecomesOneLineOfWholeCharacters)
+{
+    EXPECT_EQ(PasteIntoCell(1, L"M8\r\nM10"), L"M8.sldprt");
+    EXPECT_EQ(PasteIntoCell(1, L"M8\u2028\x0B\x7F\u0085\U0001F529"), L"M8\u2028   \U0001F529.sldprt");
+    EXPECT_EQ(PasteIntoCell(2, L"\tNut \U0001F529\nM8"), L" Nut \U0001F529");
+    EXPECT_EQ(PasteIntoCell(2, L"\xD83D"), L"\xD83D") << "the file system allows half a pair, too";
+    EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+// A character of two units is typed as two messages.
+TEST_P(ConvListCommit, ATypedTextKeepsItsCharactersWhole)
+{
+    CListWindow window;
+    window.m_list.EditCell(1, 1);
+    std::wstring name;
+    for (int i = 0; i < 40; ++i) {
+        name += L"\U0001F529";
+    }
+    window.Retype(name);
+    PressKey(VK_RETURN);
+    EXPECT_EQ(window.m_list.GetItemText(1, 1), name + L".sldprt");
 }
 
 TEST_P(ConvListCommit, TheListDoesNotSetTheLabelItself)

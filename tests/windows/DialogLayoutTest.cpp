@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "tests/support/ImportTable.h"
+#include "tests/support/RefusedCalls.h"
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 #include "tests/support/WorkAreaScope.h"
@@ -368,6 +369,17 @@ TEST_F(DialogLayoutStaleUnits, WithoutANewFontTheRatioOfTheScalingsDecides)
     ExpectSmallest({2 * first.cx, 2 * first.cy});
     g_dpi = m_first;
     ExpectSmallest(first);
+}
+
+TEST_F(DialogLayoutStaleUnits, WithoutADeviceContextTheRatioOfTheScalingsDecidesToo)
+{
+    const SIZE first = m_dialog.Mapped();
+    g_dpi = 2 * m_first;
+    const CRefusedCall noContext(CallKind::handles, 1);
+    const POINT smallest = SmallestSize(m_layout);
+    EXPECT_EQ(CRefusedCall::Count(), 1);
+    EXPECT_EQ(smallest.x, 2 * first.cx);
+    EXPECT_EQ(smallest.y, 2 * first.cy);
 }
 
 TEST(DialogLayoutSize, LimitsNothingBeforeItHasBegun)

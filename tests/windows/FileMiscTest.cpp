@@ -584,6 +584,24 @@ TEST_F(FitPathTest, TailOfALongFileName)
     EXPECT_EQ(Fit(L"to: ", path, WidthOf(L"to: ...t")), L"to: ...t");
 }
 
+TEST_F(FitPathTest, TheTailBeginsWithAWholeCharacter)
+{
+    std::wstring path = L"C:\\";
+    for (int i = 0; i < 20; ++i) {
+        path += L"\U0001F529";
+    }
+    int tails = 0;
+    for (int width = WidthOf(L"to: ..."); width < WidthOf(L"to: " + path); ++width) {
+        const std::wstring tail = Fit(L"to: ", path, width).substr(7);
+        EXPECT_TRUE(path.ends_with(tail));
+        EXPECT_FALSE(!tail.empty() && IS_LOW_SURROGATE(tail.front())) << width;
+        tails += tail.empty() ? 0 : 1;
+    }
+    EXPECT_GT(tails, 0);
+    const std::wstring half = L"...\xDD29x";
+    EXPECT_EQ(Fit(L"", L"mmmmmm\xDD29x", WidthOf(half)), half) << "half a pair is a character of its own";
+}
+
 TEST_F(FitPathTest, PathWithoutABackslash)
 {
     EXPECT_EQ(Fit(L"", L"mmmmmmmmmmxyz", WidthOf(L"...xyz")), L"...xyz");

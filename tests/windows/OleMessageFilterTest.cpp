@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <new>
 #include <vector>
 
 #include "framework/ScopeExit.h"
@@ -433,6 +434,25 @@ TEST_F(StalledCallTest, DoesNotAskWhileItAsks)
     EXPECT_EQ(user.m_boxes.size(), 1U);
     EXPECT_EQ(TakeQueue(), std::vector<UINT>{WM_KEYDOWN})
         << "input during the question belongs to the message box";
+}
+
+// COM cannot cope with an exception of C++.
+TEST_F(StalledCallTest, WaitsOnWhenMemoryForTheQuestionIsShort)
+{
+    class CThrowingHandler : public CFakeHandler
+    {
+    public:
+        [[nodiscard]] std::wstring Question() const override { throw std::bad_alloc(); }
+    };
+    CThrowingHandler handler;
+    m_filter.SetStalledCallHandler(&handler);
+    EXPECT_NO_THROW(EXPECT_TRUE(IsRetryAfterShortWait(Reject(kLongAfter))));
+    m_window.PostMessage(WM_KEYDOWN, VK_SPACE);
+    EXPECT_NO_THROW(EXPECT_EQ(Pend(kLongAfter), DWORD{PENDINGMSG_WAITNOPROCESS}));
+    EXPECT_EQ(handler.m_givenUp, 0);
+    m_filter.SetStalledCallHandler(&m_handler);
+    Reject(kLongAfter);
+    EXPECT_EQ(m_user.TakeTexts().size(), 1U) << "it asks again";
 }
 
 TEST(OleMessageFilter, IsInPlaceBetweenRegisterAndRevoke)

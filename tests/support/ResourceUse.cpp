@@ -1,4 +1,4 @@
-#include "tests/faults/ResourceUse.h"
+#include "tests/support/ResourceUse.h"
 
 #include <psapi.h>
 #include <winternl.h>
@@ -40,6 +40,14 @@ DWORD WindowsOf(HANDLE process)
     return count.windows;
 }
 
+// A function of ntdll.dll. Linking to that library would bring in its copies of C functions as well.
+template <class Function>
+Function NtFunction(const char* name)
+{
+    const FARPROC found = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name);
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(found));
+}
+
 // An entry of the GDI handle table, which is mapped into each process.
 struct GdiEntry
 {
@@ -57,11 +65,11 @@ DWORD CountGdiTable(HANDLE process)
 {
     constexpr std::size_t kTableOffset = 0xF8;  // in the process environment block (PEB)
     constexpr std::size_t kEntries = 0x4000;
+    static const auto query = NtFunction<decltype(&::NtQueryInformationProcess)>("NtQueryInformationProcess");
     PROCESS_BASIC_INFORMATION information{};
     const BYTE* table = nullptr;
     std::vector<GdiEntry> entries(kEntries);
-    if (NtQueryInformationProcess(process, ProcessBasicInformation, &information, sizeof information,
-                                  nullptr) != 0 ||
+    if (query(process, ProcessBasicInformation, &information, sizeof information, nullptr) != 0 ||
         !ReadProcessMemory(process, reinterpret_cast<const BYTE*>(information.PebBaseAddress) + kTableOffset,
                            &table, sizeof table, nullptr) ||
         !ReadProcessMemory(process, table, entries.data(), kEntries * sizeof(GdiEntry), nullptr)) {
@@ -97,9 +105,10 @@ DWORD CountInHandleTable(DWORD process)
         void* object;
         ULONG access;
     };
+    static const auto query = NtFunction<decltype(&::NtQuerySystemInformation)>("NtQuerySystemInformation");
     std::vector<BYTE> table(1U << 16);
-    while (NtQuerySystemInformation(kHandleInformation, table.data(), static_cast<ULONG>(table.size()),
-                                    nullptr) == kInfoLengthMismatch) {
+    while (query(kHandleInformation, table.data(), static_cast<ULONG>(table.size()), nullptr) ==
+           kInfoLengthMismatch) {
         table.resize(table.size() * 2);
     }
     ULONG count = 0;

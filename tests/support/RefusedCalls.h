@@ -1,0 +1,45 @@
+#pragma once
+
+// Calls to the system that fail as if it had run out of memory or handles. Calls within system libraries are
+// not affected.
+
+enum class CallKind
+{
+    memory,  // malloc, on which the C++ allocation functions are built; automation strings, heaps, global
+             // memory
+    handles  // windows, device contexts, menus, images, cursors, files, mutexes
+};
+
+// Until the end of the scope, counts the calls of one kind and lets one of them fail. Only one object may
+// exist at a time.
+class CRefusedCall
+{
+public:
+    // `refused`: the call that fails, counted from 1; 0 for none.
+    CRefusedCall(CallKind kind, int refused);
+    ~CRefusedCall();
+    CRefusedCall(const CRefusedCall&) = delete;
+    CRefusedCall& operator=(const CRefusedCall&) = delete;
+
+    // The number of calls so far.
+    [[nodiscard]] static int Count();
+
+    // Whether the executable imports all functions of this kind. It does not import malloc if it contains the
+    // runtime library.
+    [[nodiscard]] static bool Sees(CallKind kind);
+};
+
+// The calls in this scope neither count nor fail: those of test code that the program calls.
+class CUncountedCalls
+{
+public:
+    CUncountedCalls() { ++s_scopes; }
+    ~CUncountedCalls() { --s_scopes; }
+    CUncountedCalls(const CUncountedCalls&) = delete;
+    CUncountedCalls& operator=(const CUncountedCalls&) = delete;
+
+    [[nodiscard]] static bool AreActive() { return s_scopes > 0; }
+
+private:
+    static inline int s_scopes = 0;
+};
