@@ -58,9 +58,15 @@ void CCadSession::Release()
     if (!std::exchange(m_connected, false)) {
         return;
     }
-    bool isEnding = true;
+    bool isEnding = !m_givenUp;
     try {
-        m_sldWorks.Disconnect();
+        if (m_givenUp) {
+            // A server that hangs gets the calls that are cancelled here once it responds again. It would
+            // then end, with the user's work in it.
+            m_sldWorks.Leave();
+        } else {
+            m_sldWorks.Disconnect();
+        }
     } catch (const COleException& error) {
         isEnding = IsServerGone(error.m_sc);
     } catch (const CException&) {

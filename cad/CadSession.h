@@ -52,7 +52,8 @@ public:
     // How many stalled calls were given up, by the user or because the Windows session was ending.
     [[nodiscard]] int GivenUpCalls() const { return m_givenUpCalls; }
 
-    // Asks SOLIDWORKS to exit, and releases it even if the exit call fails. Does nothing when not connected.
+    // Asks SOLIDWORKS to exit, and releases it even if the exit call fails. Only releases a server that hangs
+    // and was left to its user. Does nothing when not connected.
     void Release();
 
 private:

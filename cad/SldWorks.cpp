@@ -97,11 +97,16 @@ int CSldWorks::Disconnect()
         // The connection is released before the call, because the call throws when the server is gone. The
         // copy keeps a reference for the call.
         CSldWorksApplication application = m_application;
-        m_application.ReleaseDispatch();
-        m_connected = 0;
+        Leave();
         application.Exit();
     }
     return 0;
+}
+
+void CSldWorks::Leave()
+{
+    m_application.ReleaseDispatch();
+    m_connected = 0;
 }
 
 int CSldWorks::WriteBomEntries(CProgressView& progress, const std::wstring& filePath,

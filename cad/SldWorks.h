@@ -38,6 +38,9 @@ public:
     // that ends the application fails; the application is released anyway.
     int Disconnect();
 
+    // Releases the application without ending it; does nothing when not connected.
+    void Leave();
+
     // Runs a CBomEntryWriter for one part or assembly. Call it only while connected.
     int WriteBomEntries(CProgressView& progress, const std::wstring& filePath, const PartNameValues& fields,
                         const std::wstring& bomNameTemplate, float fileShare, int fileNumber);

@@ -4,6 +4,7 @@
 
 #include "tests/acceptance/RunFailureTest.h"
 #include "tests/support/Rects.h"
+#include "tests/support/UnderWine.h"
 
 namespace {
 
@@ -44,18 +45,20 @@ protected:
         ExpectQuestion(program, expected::kEndCad.Current(), IDYES);
     }
 
-    // Waits for a condition. Meanwhile posts messages without effect (WM_NULL) to the program. Only Wine
-    // needs these messages: while a call waits, Wine's COM wakes only for posted messages. COM also removes
-    // the program's own wake-up message (MakeComAskAgain in framework/OleMessageFilter.cpp) from the queue
-    // without calling the message filter. One message is not enough, because a message box that is closing
-    // also removes messages. Windows should not need these messages; this has not been tried.
+    // Waits for a condition. Under Wine it meanwhile posts messages without effect (WM_NULL) to the program.
+    // Wine needs these messages: while a call waits, Wine's COM wakes only for posted messages. COM also
+    // removes the program's own wake-up message (MakeComAskAgain in framework/OleMessageFilter.cpp) from the
+    // queue without calling the message filter. One message is not enough, because a message box that is
+    // closing also removes messages. On Windows the program's own message must do.
     static bool WakeUntil(const CProgramUnderTest& program, const std::function<bool()>& condition,
                           DWORD patience = kPatience)
     {
         constexpr DWORD kPause = 200;  // milliseconds
         const DWORD thread = GetWindowThreadProcessId(program.MainWindow(), nullptr);
         const auto wakeAndLook = [&] {
-            PostThreadMessageW(thread, WM_NULL, 0, 0);
+            if (UnderWine()) {
+                PostThreadMessageW(thread, WM_NULL, 0, 0);
+            }
             return condition();
         };
         return WaitFor(wakeAndLook, patience, kPause);

@@ -70,15 +70,28 @@ TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
 class HelpInBothLanguages : public MainDialogInBothLanguages
 {
 protected:
-    ~HelpInBothLanguages() override { std::filesystem::remove_all(OwnFolder() + L"\\Manuals"); }
+    // A portable copy of the program in this folder keeps its manuals.
+    ~HelpInBothLanguages() override
+    {
+        if (!m_hadManuals) {
+            std::filesystem::remove_all(Manuals());
+        }
+    }
 
     void SetUp() override
     {
         MainDialogInBothLanguages::SetUp();
+        if (m_hadManuals) {
+            GTEST_SKIP() << "skipped: this folder has manuals that are not the test's";
+        }
         if (CDocumentViewer::IsOverruled(L".pdf")) {
             GTEST_SKIP() << "skipped: the user has chosen a program for documents of this kind";
         }
     }
+
+    static std::wstring Manuals() { return OwnFolder() + L"\\Manuals"; }
+
+    const bool m_hadManuals = PathExists(Manuals());
 
     static std::filesystem::path DocumentBelow(const std::filesystem::path& folder)
     {

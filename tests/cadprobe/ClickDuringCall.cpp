@@ -11,16 +11,21 @@ constexpr int kButton = 1;
 constexpr int kWidth = 300;
 constexpr int kHeight = 150;
 
-void Click(HWND window)
+// Returns false, without a click, if another window lies over this one.
+bool Click(HWND window)
 {
     RECT rect{};
     GetWindowRect(window, &rect);
-    SetCursorPos((rect.left + rect.right) / 2, (rect.top + rect.bottom) / 2);
+    const POINT middle{(rect.left + rect.right) / 2, (rect.top + rect.bottom) / 2};
+    if (GetAncestor(WindowFromPoint(middle), GA_ROOT) != window) {
+        return false;
+    }
+    SetCursorPos(middle.x, middle.y);
     std::array<INPUT, 2> inputs{};
     inputs[0].type = inputs[1].type = INPUT_MOUSE;
     inputs[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
     inputs[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-    SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
+    return SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT)) == inputs.size();
 }
 
 }  // namespace
@@ -53,8 +58,7 @@ void CClickDuringCall::ClickAfter(DWORD delay) const
 {
     Sleep(delay);
     InvalidateRect(m_window, nullptr, TRUE);
-    Click(m_window);
-    m_clicked = true;
+    m_clicked = Click(m_window);
 }
 
 bool CClickDuringCall::EndCall()

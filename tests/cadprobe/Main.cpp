@@ -142,32 +142,50 @@ bool AreKnown(HRESULT connected, HRESULT called)
            (SUCCEEDED(called) || IsServerMissing(called));
 }
 
-// Ends a server, then connects every second until a new one responds.
+struct Reconnection
+{
+    HRESULT connected = E_FAIL;
+    HRESULT called = S_OK;
+    bool metEndingServer = false;  // the old process was there when an attempt began
+
+    [[nodiscard]] bool Responds() const { return SUCCEEDED(connected) && SUCCEEDED(called); }
+};
+
+// Connects every second until a server responds, a code is not known or the time is over.
+Reconnection Reconnect(CProbedServer& server)
+{
+    const ULONGLONG began = GetTickCount64();
+    Reconnection result;
+    do {
+        Sleep(1'000);
+        result.metEndingServer = result.metEndingServer || server.CountProcesses() != 0;
+        result.connected = TimedConnect(server);
+        if (SUCCEEDED(result.connected)) {
+            result.called = TimedCall("date code", server.Application(), automation::kGetDateCode).status;
+            TimedEnd(server);
+        }
+    } while (AreKnown(result.connected, result.called) && !result.Responds() &&
+             GetTickCount64() - began < kLongestConnect);
+    return result;
+}
+
+// Ends a server and connects again.
 void ProbeReconnects(CProbedServer& server)
 {
-    if (FAILED(TimedConnect(server)) || FAILED(TimedEnd(server))) {
+    const bool started = SUCCEEDED(TimedConnect(server)) && SUCCEEDED(TimedEnd(server));
+    const Reconnection result = started ? Reconnect(server) : Reconnection();
+    if (!started || result.connected == E_ACCESSDENIED) {
         LogFinding("cad-end", "not tried", "it was not started and ended a second time");
         LogFinding("cad-ending-codes", "not tried", "the same");
         return;
     }
-    const ULONGLONG began = GetTickCount64();
-    HRESULT connected = E_FAIL;
-    HRESULT called = S_OK;
-    do {
-        Sleep(1'000);
-        connected = TimedConnect(server);
-        if (SUCCEEDED(connected)) {
-            called = TimedCall("date code", server.Application(), automation::kGetDateCode).status;
-            TimedEnd(server);
-        }
-    } while (AreKnown(connected, called) && (FAILED(connected) || FAILED(called)) &&
-             GetTickCount64() - began < kLongestConnect);
-    const bool responds = SUCCEEDED(connected) && SUCCEEDED(called);
-    LogFinding("cad-end", WordFor(responds),
-               std::string(responds ? "a new one responded" : "none responded") + " after " +
-                   std::to_string(GetTickCount64() - began) + " ms");
-    const bool known = AreKnown(connected, called);
-    LogFinding("cad-ending-codes", WordFor(known), known ? "only known codes" : "a code that is not known");
+    LogFinding("cad-end", WordFor(result.Responds()),
+               result.Responds() ? "a new one responded" : "none responded");
+    const bool known = AreKnown(result.connected, result.called);
+    LogFinding("cad-ending-codes", known && !result.metEndingServer ? "not tried" : WordFor(known),
+               !known                   ? "a code that is not known"
+               : result.metEndingServer ? "only known codes"
+                                        : "it had ended before the first attempt");
     static_cast<void>(server.WaitForEnd(kLongestEnd));
 }
 

@@ -49,7 +49,8 @@ HRESULT CProbedServer::End()
 
 bool CProbedServer::WaitForEnd(DWORD milliseconds)
 {
-    return m_process.WaitForEnd(milliseconds);
+    // True at once for a server that is not ours any more
+    return m_process.WaitForEnd(milliseconds) && CountProcesses() == 0;
 }
 
 void CProbedServer::Release(bool isEnding)

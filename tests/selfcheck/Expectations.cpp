@@ -121,8 +121,6 @@ constexpr Question kQuestions[] = {
      "Did the run go on by itself?"},
     {"locked-screen", "Start a run with many parts, press Win+L, and come back after a minute.",
      "Had the run gone on meanwhile?"},
-    {"session-end", "Start a run with many parts and sign out; cancel the sign-out when Windows asks.",
-     "Did Windows show the program's reason?"},
     {"server-sharing",
      "On another computer, open PartsMap.txt of a share in Excel, and start a run in that folder here.",
      "Did a message say that the file cannot be opened for write access?"},
@@ -170,6 +168,9 @@ constexpr Question kQuestions[] = {
      "Was there no main window of SOLIDWORKS?"},
     {"cad-user-session", "Start SOLIDWORKS by hand, without a document, then convert one part.",
      "Was there no second SLDWORKS.exe in the Task Manager, and did the first one end with the run?"},
+    {"cad-end-unsaved",
+     "Start SOLIDWORKS by hand, change a new part without saving it, and convert one part with Talvenor.",
+     "Did SOLIDWORKS ask about the unsaved part, or keep it?"},
     {"cad-serves", "Open the Task Manager, and start a run with SOLIDWORKS closed before.",
      "Was there one SLDWORKS.exe, which stayed until the end of the run?"},
     {"cad-killed",
@@ -180,6 +181,8 @@ constexpr Question kQuestions[] = {
      "Does each configuration have the BOM name of the list?"},
     {"cad-save", "Compare such a copy with its original in SOLIDWORKS.",
      "Do they differ in the BOM names alone?"},
+    {"session-end", "Start a run with many parts and sign out; cancel the sign-out when Windows asks.",
+     "Did Windows show the program's reason?"},
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 
+#include "tests/selfcheck/ProcessRunner.h"
 #include "tests/support/TextFile.h"
 
 namespace {
@@ -16,6 +17,7 @@ std::wstring ReadLine()
     DWORD length = 0;
     if (ReadConsoleW(GetStdHandle(STD_INPUT_HANDLE), text.data(), static_cast<DWORD>(text.size()), &length,
                      nullptr) != FALSE) {
+        StopIfEnding();  // Ctrl+C returns, too
         return {text.data(), length};
     }
     std::array<char, 1024> bytes{};
@@ -35,6 +37,14 @@ std::wstring AskForText(const std::string& doThis)
 
 Answer Ask(const std::string& doThis, const std::string& question)
 {
-    const std::wstring answer = AskForText(doThis + "\n" + question + " y, n, or Enter to leave it out");
-    return answer == L"y" ? Answer::yes : answer == L"n" ? Answer::no : Answer::leaveOut;
+    while (true) {
+        const std::wstring answer =
+            LowerCase(AskForText(doThis + "\n" + question + " y, n, or Enter to leave it out"));
+        if (answer.empty()) {
+            return Answer::leaveOut;
+        }
+        if (answer == L"y" || answer == L"n") {
+            return answer == L"y" ? Answer::yes : Answer::no;
+        }
+    }
 }

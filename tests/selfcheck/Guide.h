@@ -11,7 +11,7 @@ enum class Answer
     leaveOut
 };
 
-// Prints the texts and waits for y, n or anything else, which leaves it out.
+// Prints the texts and waits for y, n, or Enter, which leaves it out. Asks again after anything else.
 [[nodiscard]] Answer Ask(const std::string& doThis, const std::string& question);
 
 // Waits for a line; empty to leave it out.

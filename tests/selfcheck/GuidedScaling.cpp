@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -121,13 +122,18 @@ bool HasScaling(const Layout& layout, UINT percent)
     return layout.dpi == USER_DEFAULT_SCREEN_DPI * percent / 100;
 }
 
+// A failure here must not keep the person from setting the scaling back.
 void CompareWithNewlyStarted(const Layout& scaled, CReport& report)
 {
-    const CProgramUnderTest fresh({}, kProgram);
-    const Layout expected = LayoutOf(fresh);
-    report.AddFinding("dpi-relayout", Compared(scaled, expected));
-    report.AddFinding("dpi-columns", ComparedColumns(scaled, expected));
-    report.AddFinding("dpi-row-height", ComparedRows(scaled, expected));
+    try {
+        const CProgramUnderTest fresh({}, kProgram);
+        const Layout expected = LayoutOf(fresh);
+        report.AddFinding("dpi-relayout", Compared(scaled, expected));
+        report.AddFinding("dpi-columns", ComparedColumns(scaled, expected));
+        report.AddFinding("dpi-row-height", ComparedRows(scaled, expected));
+    } catch (const std::runtime_error& error) {
+        report.AddFailure(std::string("scaling: ") + error.what());
+    }
 }
 
 }  // namespace
@@ -144,13 +150,13 @@ void CheckScaling(CReport& report)
         return;
     }
     const Layout scaled = LayoutOf(program);
-    if (!HasScaling(scaled, 150)) {
+    if (HasScaling(scaled, 150)) {
+        CompareWithNewlyStarted(scaled, report);
+    } else {
         report.AddFailure("the scaling of the program's window is " + std::to_string(scaled.dpi) + " dpi");
-        return;
     }
-    CompareWithNewlyStarted(scaled, report);
     if (Ask("Set the scaling back to what it was.", "Is it as before?") == Answer::yes &&
-        LayoutOf(program).dpi == before.dpi) {
+        LayoutOf(program).dpi == before.dpi && HasScaling(scaled, 150)) {
         report.AddFinding("dpi-back", Compared(LayoutOf(program), before));
     }
 }

@@ -4,11 +4,11 @@
 
 #include <array>
 #include <filesystem>
-#include <stdexcept>
 #include <vector>
 
 #include "framework/Handles.h"
-#include "tests/selfcheck/ProcessRunner.h"
+#include "tests/cadserver/ClassFamily.h"
+#include "tests/support/CreateProgram.h"
 #include "tests/support/KeysAside.h"
 #include "tests/support/Leftovers.h"
 #include "tests/support/OwnFolder.h"
@@ -17,6 +17,7 @@
 
 namespace {
 
+constexpr DWORD kUnregisterTime = 60'000;  // milliseconds
 constexpr wchar_t kVersionKey[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
 
 std::wstring TextValue(HKEY hive, const wchar_t* key, const wchar_t* name)
@@ -77,6 +78,13 @@ bool HasShortNames()
     std::wstring path(32'768, L'\0');
     path.resize(GetShortPathNameW(OwnFolder().c_str(), path.data(), static_cast<DWORD>(path.size())));
     return path.find(L'~') != std::wstring::npos;
+}
+
+std::wstring TextOf(const CLSID& classId)
+{
+    std::array<wchar_t, 40> text{};
+    StringFromGUID2(classId, text.data(), static_cast<int>(text.size()));
+    return text.data();
 }
 
 std::string YesOrNo(bool condition)
@@ -274,16 +282,16 @@ MachineState TakeMachineState()
 
 std::vector<std::string> UndoTests()
 {
-    std::vector<std::string> problems;
-    try {
-        // The stand-in server removes its own classes only.
-        static_cast<void>(RunProgram(L"\"" + OwnFolder() + L"\\cadserver.exe\" --unregister",
-                                     OwnFolder() + L"\\report\\unregister.txt", 1));
-    } catch (const std::runtime_error& error) {
-        problems.emplace_back(error.what());
+    // Removes the stand-in server's own classes only.
+    StartedProgram unregister;
+    if (CreateProgram(L"\"" + OwnFolder() + L"\\cadserver.exe\" --unregister", unregister) == ERROR_SUCCESS) {
+        WaitForSingleObject(unregister.process.get(), kUnregisterTime);
     }
-    const std::vector<std::string> more = RestoreLeftovers();
-    problems.insert(problems.end(), more.begin(), more.end());
+    std::vector<std::string> problems = RestoreLeftovers();
+    if (CLSID classId{}; SUCCEEDED(CLSIDFromProgID(kCommonProgId, &classId)) && IsOurClass(TextOf(classId))) {
+        problems.emplace_back(
+            "the stand-in for the CAD system is still registered (run this as administrator)");
+    }
     return problems;
 }
 
@@ -294,19 +302,20 @@ void RestoreMachine(CReport& report)
     }
 }
 
-void CompareMachine(const MachineState& before, const std::string& stage, CReport& report)
+std::vector<std::string> ChangesSince(const MachineState& before)
 {
+    std::vector<std::string> changes;
     const MachineState after = TakeMachineState();
     for (const auto& [name, value] : after) {
         const auto found = before.find(name);
         if (found == before.end() || found->second != value) {
-            report.AddFailure(stage + " has left " + (found == before.end() ? "" : "changed ") +
-                              ToUtf8(name));
+            changes.push_back((found == before.end() ? "left " : "changed ") + ToUtf8(name));
         }
     }
     for (const auto& [name, value] : before) {
         if (!after.contains(name)) {
-            report.AddFailure(stage + " has removed " + ToUtf8(name));
+            changes.push_back("removed " + ToUtf8(name));
         }
     }
+    return changes;
 }

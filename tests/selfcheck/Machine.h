@@ -33,5 +33,5 @@ using MachineState = std::map<std::wstring, std::wstring>;
 // The same; what could not be undone counts as failures.
 void RestoreMachine(CReport& report);
 
-// Reports every difference as a failure.
-void CompareMachine(const MachineState& before, const std::string& stage, CReport& report);
+// What differs now, one line of UTF-8 each.
+[[nodiscard]] std::vector<std::string> ChangesSince(const MachineState& before);

@@ -41,12 +41,14 @@ constexpr std::array<const char*, kLastStage + 1> kWarnings{
     "menu. It refuses if Talvenor is installed.",
     "Stage 4 asks you to change settings and to operate the program, and says when to change them back. It "
     "may "
-    "start and end SOLIDWORKS. You may leave out each question."};
+    "start and end SOLIDWORKS. At its end your two name templates are what they were at its beginning. You "
+    "may leave "
+    "out each question."};
 
 bool IsWanted(int stage, const Options& options)
 {
     std::printf("\n%s\n", kWarnings.at(static_cast<std::size_t>(stage)));
-    return options.yes || AskForText("Go on? y: yes, anything else: leave it out") == L"y";
+    return options.yes || Ask("", "Go on?") == Answer::yes;
 }
 
 std::string RunStage(int stage, const Options& options, CReport& report)
@@ -78,16 +80,25 @@ void RunAndCompare(int stage, const Options& options, CReport& report)
     }
     std::printf("  %s\n", outcome.c_str());
     report.AddStage(stage, outcome, outcome == kDone);
-    CompareMachine(before, title, report);
+    for (const std::string& change : ChangesSince(before)) {
+        // What a person does in stage 4 changes the machine.
+        if (stage == kLastStage) {
+            report.AddFact(title, "somebody has " + change);
+        } else {
+            report.AddFailure(title + " has " + change);
+        }
+    }
 }
 
 // Ctrl+C and closing the console end the self-check in the middle of a test.
 BOOL WINAPI UndoBeforeEnd(DWORD /*event*/)
 {
+    BeginEnding();
     EndProgramsOfThisFolder();
     for (const std::string& problem : UndoTests()) {
         std::fprintf(stderr, "%s\n", problem.c_str());
     }
+    std::fputs("Ended. After stage 3, call selfcheck --restore to remove what it has installed.\n", stderr);
     return FALSE;  // the default handler ends the process
 }
 
@@ -95,11 +106,16 @@ BOOL WINAPI UndoBeforeEnd(DWORD /*event*/)
 int Restore()
 {
     RemoveInstallationOfCheck();
-    const std::vector<std::string> problems = UndoTests();
+    std::vector<std::string> problems = UndoTests();
+    if (HasInstallationOfCheck()) {
+        problems.emplace_back("Talvenor is still installed by stage 3 (run this as administrator)");
+    }
     for (const std::string& problem : problems) {
         std::printf("%s\n", problem.c_str());
     }
-    std::printf(problems.empty() ? "Nothing is left on the machine.\n" : "This is left on the machine.\n");
+    std::printf(problems.empty()
+                    ? "Nothing is left but temporary files, and a drive letter until you sign out.\n"
+                    : "This is left on the machine.\n");
     return problems.empty() ? 0 : 1;
 }
 
@@ -107,16 +123,15 @@ int Check(const Options& options)
 {
     CReport report;
     RestoreMachine(report);
-    const std::wstring folder = OwnFolder() + L"\\report";
     for (int stage = 0; stage <= kLastStage; ++stage) {
         if (!options.stages.contains(stage) || !IsWanted(stage, options)) {
             report.AddStage(stage, "left out", false);
             continue;
         }
         RunAndCompare(stage, options, report);
-        report.Write(folder + L"\\report.txt");  // what was found so far, should a stage never end
+        report.Write(ReportPath());  // what was found so far, should a stage never end
     }
-    report.Write(folder + L"\\report.txt");
+    report.Write(ReportPath());
     std::printf("\n%s\nThe report is report\\report.txt.\n", report.Verdict().c_str());
     return !report.IsAsExpected() ? 1 : report.IsWhole() ? 0 : 3;
 }
@@ -135,7 +150,9 @@ int wmain(int count, wchar_t** arguments)
         }
         std::filesystem::create_directory(std::filesystem::path(OwnFolder() + L"\\report"));
         SetConsoleCtrlHandler(&UndoBeforeEnd, TRUE);
-        return options.restore ? Restore() : Check(options);
+        const int status = options.restore ? Restore() : Check(options);
+        StopIfEnding();
+        return status;
     } catch (const std::invalid_argument& error) {
         std::fprintf(stderr, "%s\n%s", error.what(), Usage());
         return 2;

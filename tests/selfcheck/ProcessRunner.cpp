@@ -1,13 +1,17 @@
 #include "tests/selfcheck/ProcessRunner.h"
 
+#include <atomic>
 #include <stdexcept>
 
+#include "framework/FileNames.h"
 #include "framework/Handles.h"
 #include "tests/support/OwnFolder.h"
 #include "tests/support/RunningPrograms.h"
 #include "tests/support/TextFile.h"
 
 namespace {
+
+std::atomic<bool> g_isEnding = false;
 
 UniqueHandle OutputFile(const std::wstring& path)
 {
@@ -39,12 +43,27 @@ UniqueHandle Start(std::wstring commandLine, HANDLE output)
 
 }  // namespace
 
+void BeginEnding()
+{
+    g_isEnding = true;
+}
+
+void StopIfEnding()
+{
+    if (g_isEnding) {
+        Sleep(INFINITE);
+    }
+}
+
 std::optional<DWORD> RunProgram(const std::wstring& commandLine, const std::wstring& outputPath,
                                 DWORD minutes)
 {
+    StopIfEnding();
     const UniqueHandle output = OutputFile(outputPath);
     const UniqueHandle process = Start(commandLine, output.get());
-    if (WaitForSingleObject(process.get(), minutes * 60'000) != WAIT_OBJECT_0) {
+    const DWORD waited = WaitForSingleObject(process.get(), minutes * 60'000);
+    StopIfEnding();
+    if (waited != WAIT_OBJECT_0) {
         TerminateProcess(process.get(), 1);
         EndProgramsOfThisFolder();
         return std::nullopt;
@@ -56,10 +75,14 @@ std::optional<DWORD> RunProgram(const std::wstring& commandLine, const std::wstr
 
 void EndProgramsOfThisFolder()
 {
-    const std::wstring folder = LowerCase(OwnFolder()) + L"\\";
-    for (const RunningProgram& program : RunningPrograms(PROCESS_TERMINATE)) {
-        if (program.id != GetCurrentProcessId() && LowerCase(program.image).starts_with(folder)) {
+    constexpr DWORD kEndTime = 5'000;  // milliseconds
+    const std::wstring folder = FinalPath(OwnFolder());
+    for (const RunningProgram& program : RunningPrograms(PROCESS_TERMINATE | SYNCHRONIZE)) {
+        const std::wstring image = FinalPath(program.image);
+        if (program.id != GetCurrentProcessId() &&
+            EqualFileNames(image.substr(0, image.rfind(L'\\')), folder)) {
             TerminateProcess(program.process.get(), 1);
+            WaitForSingleObject(program.process.get(), kEndTime);
         }
     }
 }

@@ -11,5 +11,10 @@
 [[nodiscard]] std::optional<DWORD> RunProgram(const std::wstring& commandLine, const std::wstring& outputPath,
                                               DWORD minutes);
 
-// Ends every process whose program lies in this folder, except this one.
+// Ends every process whose program is a file of this folder, except this one, and waits for their ends.
 void EndProgramsOfThisFolder();
+
+// From now on no thread gets past StopIfEnding, and RunProgram neither starts a program nor returns: another
+// thread undoes what the tests have changed and then ends this process.
+void BeginEnding();
+void StopIfEnding();

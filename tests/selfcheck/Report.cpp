@@ -6,6 +6,7 @@
 
 #include "tests/selfcheck/Assumptions.h"
 #include "tests/selfcheck/Options.h"
+#include "tests/support/OwnFolder.h"
 
 namespace {
 
@@ -35,6 +36,11 @@ std::string WithLineEnds(const std::string& text)
 
 }  // namespace
 
+std::wstring ReportPath()
+{
+    return OwnFolder() + L"\\report\\report.txt";
+}
+
 void CReport::AddFact(const std::string& name, const std::string& value)
 {
     m_facts.push_back(name + ": " + value);
@@ -60,8 +66,9 @@ void CReport::AddFailure(const std::string& what)
 
 void CReport::AddFinding(const std::string& id, const Finding& finding)
 {
-    if (finding.found != Found::notTried || !m_findings.contains(id)) {
-        m_findings[id] = finding;
+    const auto [entry, isNew] = m_findings.try_emplace(id, finding);
+    if (!isNew && entry->second.found != Found::no && finding.found != Found::notTried) {
+        entry->second = finding;
     }
 }
 

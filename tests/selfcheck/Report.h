@@ -7,6 +7,9 @@
 
 #include "tests/selfcheck/Finding.h"
 
+// The file report.txt, in the folder "report" beside this program.
+[[nodiscard]] std::wstring ReportPath();
+
 // The results of a test program.
 struct ProgramResult
 {
@@ -27,7 +30,7 @@ public:
     void AddResult(const ProgramResult& result);
     // Something that failed and belongs to no expectation.
     void AddFailure(const std::string& what);
-    // A later finding of the same expectation counts, unless it was not tried.
+    // Of several findings of an expectation a "no" counts, else the last one that was tried.
     void AddFinding(const std::string& id, const Finding& finding);
 
     // One sentence.

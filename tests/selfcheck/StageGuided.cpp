@@ -6,6 +6,9 @@
 #include "tests/selfcheck/TemplatesAsBefore.h"
 #include "tests/support/UnderWine.h"
 
+#include <exception>
+#include <string>
+
 namespace {
 
 Finding FindingOf(Answer answer)
@@ -13,6 +16,16 @@ Finding FindingOf(Answer answer)
     return answer == Answer::yes  ? Yes("a person saw it")
            : answer == Answer::no ? No("a person saw something else")
                                   : NotTried("left out by the person");
+}
+
+void Try(void (*step)(CReport& report), CReport& report)
+{
+    try {
+        step(report);
+    } catch (const std::exception& error) {
+        report.AddFailure(error.what());
+    }
+    report.Write(ReportPath());
 }
 
 }  // namespace
@@ -26,10 +39,14 @@ std::string RunStageGuided(const Options& options, CReport& report)
         return "skipped: Wine has neither the settings nor the CAD system";
     }
     const CTemplatesAsBefore templates;
-    CheckScaling(report);
-    CheckCadSystem(report);
+    Try(&CheckScaling, report);
+    Try(&CheckCadSystem, report);
+    int leftOut = 0;
     for (const Question& each : Questions()) {
-        report.AddFinding(each.id, FindingOf(Ask(each.doThis, each.question)));
+        const Answer answer = Ask(each.doThis, each.question);
+        leftOut += answer == Answer::leaveOut ? 1 : 0;
+        report.AddFinding(each.id, FindingOf(answer));
+        report.Write(ReportPath());  // the next question may end the session
     }
-    return kDone;
+    return leftOut == 0 ? kDone : "done in part: " + std::to_string(leftOut) + " questions were left out";
 }

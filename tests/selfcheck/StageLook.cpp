@@ -7,12 +7,13 @@
 
 namespace {
 
-Finding Taken(const Look& look)
+void Take(const Look& look, CReport& report)
 {
     try {
-        return look.look();
+        report.AddFinding(look.id, look.look());
     } catch (const std::exception& error) {
-        return NotTried(std::string("failed: ") + error.what());
+        report.AddFinding(look.id, NotTried("it failed"));
+        report.AddFailure(std::string(look.id) + ": " + error.what());
     }
 }
 
@@ -23,7 +24,7 @@ std::string RunStageLook(CReport& report)
     DescribeMachine(report);
     for (const Look& look : Looks()) {
         std::printf("  %s\n", look.id);
-        report.AddFinding(look.id, Taken(look));
+        Take(look, report);
     }
     return kDone;
 }

@@ -1,6 +1,8 @@
 // Stage 3: the package, installed and removed as an administrator does it, without questions.
 #include <windows.h>
 
+#include <shlobj.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <string>
@@ -74,6 +76,15 @@ DWORD Installer(const wchar_t* verb, const std::wstring& package, const std::wst
                                  L"\\packages\\" + package + L".msi\" /qn /norestart /l*v \"" + log + L"\"" +
                                  more;
     return RunProgram(command, OwnFolder() + L"\\report\\msiexec.txt", kMinutes).value_or(ERROR_TIMEOUT);
+}
+
+bool HasShortcut()
+{
+    wchar_t* path = nullptr;
+    const bool known = SUCCEEDED(SHGetKnownFolderPath(FOLDERID_CommonPrograms, 0, nullptr, &path));
+    const std::wstring shortcut = std::wstring(known ? path : L"") + L"\\Talvenor.lnk";
+    CoTaskMemFree(path);
+    return GetFileAttributesW(shortcut.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 void RemoveInstalled()
@@ -151,17 +162,17 @@ private:
         const std::string before = Program();
         const DWORD status = Installer(L"/i", L"failing");
         Step("rollback",
-             status != ERROR_SUCCESS && !before.empty() && Program() == before && CountEntries() == 1, status,
-             std::to_string(CountEntries()) + " entries");
+             status == ERROR_INSTALL_FAILURE && !before.empty() && Program() == before && CountEntries() == 1,
+             status, std::to_string(CountEntries()) + " entries");
     }
     void UpgradeWhileItRuns()
     {
         const StartedProgram program = Start();
-        ShowsMainWindow(program);
+        const bool started = ShowsMainWindow(program);
         const DWORD status = Installer(L"/i", L"current");
         const bool closed = WaitForSingleObject(program.process.get(), 0) == WAIT_OBJECT_0;
         TerminateProcess(program.process.get(), 1);
-        Step("update-closes", closed && status == ERROR_SUCCESS, status,
+        Step("update-closes", started && closed && status == ERROR_SUCCESS, status,
              closed ? "the program had ended" : "the program was still running");
         Step("upgrade", Program() == Current() && CountEntries() == 1, status,
              std::to_string(CountEntries()) + " entries");
@@ -169,7 +180,7 @@ private:
     void RefuseOlder()
     {
         const DWORD status = Installer(L"/i", L"older");
-        Step("downgrade", status != ERROR_SUCCESS && Program() == Current(), status,
+        Step("downgrade", status == ERROR_INSTALL_FAILURE && Program() == Current(), status,
              "the newer one is there");
     }
     void ReplaceByRebuilt()
@@ -193,10 +204,15 @@ private:
 
 }  // namespace
 
-void RemoveInstallationOfCheck()
+bool HasInstallationOfCheck()
 {
     const std::wstring installed = InstalledFolder();
-    if (!installed.empty() && LowerCase(installed) == LowerCase(FolderOfCheck())) {
+    return !installed.empty() && LowerCase(installed) == LowerCase(FolderOfCheck());
+}
+
+void RemoveInstallationOfCheck()
+{
+    if (HasInstallationOfCheck()) {
         RemoveInstalled();
     }
 }
@@ -214,6 +230,9 @@ std::string RunStagePackage(CReport& report)
         return "skipped: there are no packages here";
     }
     RemoveInstallationOfCheck();  // an earlier one may have been killed
+    if (HasShortcut()) {
+        return "refused: the Start menu of all users has a Talvenor, which a removal would take away";
+    }
     if (!InstalledFolder().empty() || CountEntries() != 0) {
         return "refused: Talvenor is installed on this machine";
     }

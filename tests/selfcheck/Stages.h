@@ -14,4 +14,5 @@ std::string RunStageWhole(const Options& options, CReport& report);
 std::string RunStagePackage(CReport& report);
 // Removes what a killed stage 3 has installed, and nothing else.
 void RemoveInstallationOfCheck();
+[[nodiscard]] bool HasInstallationOfCheck();
 std::string RunStageGuided(const Options& options, CReport& report);

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <windows.h>
+
 #include <array>
-#include <optional>
+#include <map>
 #include <string>
+#include <vector>
 
 // The program stores its two default templates at its start where the user has none, and a person may change
-// them while the self-check asks for something. The end of the scope puts the user's settings back.
+// them while the self-check asks for something. The end of the scope puts back every value of the program's
+// key as it was. A self-check that is killed meanwhile leaves them as they are then.
 class CTemplatesAsBefore
 {
 public:
@@ -15,12 +19,18 @@ public:
     CTemplatesAsBefore& operator=(const CTemplatesAsBefore&) = delete;
 
 private:
+    struct Value
+    {
+        DWORD type = REG_NONE;
+        std::vector<BYTE> data;
+    };
+
+    [[nodiscard]] static std::map<std::wstring, Value> Values();
+
     // From the inside out
     static constexpr std::array<const wchar_t*, 3> kKeys{L"SOFTWARE\\Zelmar\\Tools\\Talvenor",
                                                          L"SOFTWARE\\Zelmar\\Tools", L"SOFTWARE\\Zelmar"};
-    static constexpr std::array<const wchar_t*, 2> kValues{L"Template Text Column 1",
-                                                           L"Template Text Column 2"};
 
     std::array<bool, kKeys.size()> m_hadKey{};
-    std::array<std::optional<std::wstring>, kValues.size()> m_texts;
+    std::map<std::wstring, Value> m_values;
 };

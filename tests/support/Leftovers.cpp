@@ -1,8 +1,12 @@
 #include "tests/support/Leftovers.h"
 
+#include <windows.h>
+
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 
+#include "framework/Handles.h"
 #include "tests/support/ClassKey.h"
 #include "tests/support/DocumentClass.h"
 #include "tests/support/KeysAside.h"
@@ -14,6 +18,24 @@ namespace {
 void Append(std::vector<std::string>& problems, const std::vector<std::string>& more)
 {
     problems.insert(problems.end(), more.begin(), more.end());
+}
+
+// The tests of the registry views make them; nothing else has such a name.
+void DeleteRegistryTestKeys(REGSAM view)
+{
+    HKEY opened = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ | view, &opened);
+    const UniqueKey software(opened);
+    std::vector<std::wstring> found;
+    wchar_t name[256] = L"";
+    for (DWORD at = 0; RegEnumKeyW(opened, at, name, 256) == ERROR_SUCCESS; ++at) {
+        if (std::wstring_view(name).starts_with(L"TalvenorRegistryTest")) {
+            found.emplace_back(name);
+        }
+    }
+    for (const std::wstring& key : found) {
+        RegDeleteKeyExW(HKEY_LOCAL_MACHINE, (L"SOFTWARE\\" + key).c_str(), view, 0);
+    }
 }
 
 }  // namespace
@@ -31,5 +53,7 @@ std::vector<std::string> RestoreLeftovers()
     Append(problems, CKeysAside::RestoreLeftovers());
     Append(problems, CKeysAside::RestoreLeftovers(kFileDialogsKey));
     Append(problems, COwnRegistry::RestoreLeftovers());
+    DeleteRegistryTestKeys(KEY_WOW64_64KEY);
+    DeleteRegistryTestKeys(KEY_WOW64_32KEY);
     return problems;
 }
