@@ -272,7 +272,10 @@ private:
 
     std::vector<Step> SelectRows()
     {
-        return Steps(Filled(), Pressing(IDC_SELECT_ALL), [this] { SelectAll(BareList()); });
+        return Steps(Filled(), Pressing(IDC_SELECT_ALL), [this] {
+            const CBareRedrawPause pause(BareList());
+            SelectAll(BareList());
+        });
     }
 
     std::vector<Step> DeleteRows()
