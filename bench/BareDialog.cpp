@@ -65,21 +65,30 @@ CBareDialog::~CBareDialog()
     DestroyWindow(m_window);
 }
 
+void AnnounceBareRows(HWND list, std::size_t count)
+{
+    SendMessageW(list, LVM_SETITEMCOUNT, count, 0);
+}
+
+void AppendBareRow(HWND list, int row, const UTtab_entry& entry, bool pending)
+{
+    LVITEMW item{};
+    item.mask = LVIF_TEXT;
+    item.iItem = row;
+    item.pszText = const_cast<wchar_t*>(entry.strOriginal.c_str());
+    SetMarkFields(item, pending);
+    SendMessageW(list, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    SetBareText(list, row, 1, entry.strRenamed);
+    SetBareText(list, row, 2, entry.strBomName);
+}
+
 void FillBare(HWND list, const std::vector<UTtab_entry>& rows, bool pending)
 {
     const CBareRedrawPause pause(list);
-    SendMessageW(list, LVM_SETITEMCOUNT, rows.size(), 0);
+    AnnounceBareRows(list, rows.size());
     int row = 0;
     for (const UTtab_entry& entry : rows) {
-        LVITEMW item{};
-        item.mask = LVIF_TEXT;
-        item.iItem = row;
-        item.pszText = const_cast<wchar_t*>(entry.strOriginal.c_str());
-        SetMarkFields(item, pending);
-        SendMessageW(list, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
-        SetBareText(list, row, 1, entry.strRenamed);
-        SetBareText(list, row, 2, entry.strBomName);
-        ++row;
+        AppendBareRow(list, row++, entry, pending);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,13 @@
 // Creates a modeless dialog that no object is bound to.
 [[nodiscard]] HWND MakeBareDialog(UINT id, HWND owner);
 
-// Appends the rows to an empty list, as pending or converted, with redraw off.
+// Announces the number of rows to an empty list.
+void AnnounceBareRows(HWND list, std::size_t count);
+
+// Appends a row, as pending or converted. `row` is its number.
+void AppendBareRow(HWND list, int row, const UTtab_entry& entry, bool pending);
+
+// Appends the rows to an empty list, with redraw off.
 void FillBare(HWND list, const std::vector<UTtab_entry>& rows, bool pending);
 
 void SetBareText(HWND list, int row, int column, const std::wstring& text);

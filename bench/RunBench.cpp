@@ -5,8 +5,8 @@
 //   runbench copies FOLDER ROUNDS
 //     Runs that only copy. Prints for each round the seconds of the run and of three loops over the same
 //     files: the system's copy call; a copy in blocks of the run's size, between clearing and setting the
-//     read-only attribute; the same while bare windows display what a run displays (BareRunWindows.h). A
-//     round that is not printed comes first, to warm up.
+//     read-only attribute; the same while bare windows display what a run displays (BareRunWindows.h). The
+//     order within rounds alternates (Rounds.h). A round that is not printed comes first, to warm up.
 //   runbench records FOLDER ROWS
 //     A run with ROWS rows that are converted already: each is shown and recorded, but nothing is copied.
 //     Prints the seconds.
@@ -14,7 +14,6 @@
 //     One full run with the CAD system. Prints the seconds.
 #include <windows.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
@@ -24,6 +23,7 @@
 #include "bench/BareCopy.h"
 #include "bench/BareRunWindows.h"
 #include "bench/MeasuredDialog.h"
+#include "bench/Rounds.h"
 #include "bench/Stopwatch.h"
 #include "files/FileMisc.h"
 #include "files/MapCodePage.h"
@@ -42,16 +42,14 @@ void RemoveFolder(const std::wstring& folder)
     std::filesystem::remove_all(folder, ignored);
 }
 
-double TimeRun(const std::wstring& folder, bool copyOnly, std::vector<UTtab_entry>& rows)
+double TimeRun(CMeasuredDialog& dialog, bool copyOnly)
 {
-    CMeasuredDialog dialog(folder);
-    rows = dialog.Rows();
     CheckDlgButton(dialog.Window(), IDC_COPY_ONLY, copyOnly ? BST_CHECKED : BST_UNCHECKED);
     static_cast<void>(dialog.m_messages.TakeTexts());
     const CStopwatch watch;
     dialog.Press(IDC_START);
     const double seconds = watch.Seconds();
-    if (rows.empty() || dialog.Table().CountPendingRows() != 0 ||
+    if (dialog.Table().GetItemCount() == 0 || dialog.Table().CountPendingRows() != 0 ||
         dialog.m_messages.TakeTexts().back() != L"(not plain) " + expected::kFinished.Current()) {
         throw std::runtime_error("the run did not convert all rows");
     }
@@ -109,18 +107,27 @@ double TimeShownCopies(const std::wstring& folder, const std::vector<UTtab_entry
     return seconds;
 }
 
+// A run with every row pending.
+double TimeWholeRun(const std::wstring& folder, bool copyOnly)
+{
+    RemoveFolder(folder + L"\\Mapped");
+    CMeasuredDialog dialog(folder);
+    return TimeRun(dialog, copyOnly);
+}
+
 void MeasureCopies(const std::wstring& folder, int rounds)
 {
-    for (int round = 0; round <= rounds; ++round) {
-        std::vector<UTtab_entry> rows;
-        RemoveFolder(folder + L"\\Mapped");  // so that every row is pending
-        const double run = TimeRun(folder, true, rows);
-        const double bySystem = TimeCopies(folder, rows, &CopyBySystem);
-        const double likeRun = TimeCopies(folder, rows, &CopyLikeRun);
-        const double shown = TimeShownCopies(folder, rows);
-        if (round > 0) {
-            std::printf("%.6f\t%.6f\t%.6f\t%.6f\n", run, bySystem, likeRun, shown);
-        }
+    RemoveFolder(folder + L"\\Mapped");
+    const std::vector<UTtab_entry> rows = CMeasuredDialog(folder).Rows();
+    const std::vector<Step> steps{
+        [&] { return TimeWholeRun(folder, true); },
+        [&] { return TimeCopies(folder, rows, &CopyBySystem); },
+        [&] { return TimeCopies(folder, rows, &CopyLikeRun); },
+        [&] { return TimeShownCopies(folder, rows); },
+    };
+    static_cast<void>(RunRound(0, steps));
+    for (int round = 0; round < rounds; ++round) {
+        PrintRound(RunRound(round, steps));
     }
 }
 
@@ -136,12 +143,11 @@ void MeasureRecords(const std::wstring& folder, int rowCount)
     }
     std::filesystem::create_directories(folder + L"\\Mapped");
     WriteBytes(folder + L"\\Mapped\\PartsMap.txt", map);
-    std::vector<UTtab_entry> rows;
-    const double seconds = TimeRun(folder, true, rows);
-    if (rows.size() != static_cast<std::size_t>(rowCount)) {
+    CMeasuredDialog dialog(folder);
+    if (dialog.Table().GetItemCount() != rowCount) {
         throw std::runtime_error("not all records were shown");
     }
-    std::printf("%.6f\n", seconds);
+    PrintRound({TimeRun(dialog, true)});
 }
 
 void Measure(int count, wchar_t** arguments)
@@ -152,9 +158,7 @@ void Measure(int count, wchar_t** arguments)
     } else if (kind == L"records" && count == 4) {
         MeasureRecords(arguments[2], std::stoi(arguments[3]));
     } else if (kind == L"full" && count == 3) {
-        std::vector<UTtab_entry> rows;
-        RemoveFolder(std::wstring(arguments[2]) + L"\\Mapped");
-        std::printf("%.6f\n", TimeRun(arguments[2], false, rows));
+        PrintRound({TimeWholeRun(arguments[2], false)});
     } else {
         throw std::runtime_error("usage: runbench copies FOLDER ROUNDS | records FOLDER ROWS | full FOLDER");
     }

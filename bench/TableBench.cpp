@@ -1,16 +1,17 @@
 // Times the main dialog's commands on many rows, compared with bare loops of the same messages.
 //
-//   tablebench COMMAND ROWS PAIRS TABLE.tsv
+//   tablebench COMMAND ROWS ROUNDS TABLE.tsv
 //
 // COMMAND is fill, show, apply1, apply2, select, delete, delete-half, mark, import, paste, undo, redo or
 // status. import to redo change every BOM name; status updates the line below the list. TABLE.tsv lists names
 // of standard parts; if ROWS exceeds their number, further names are derived from them. Prints a line for
-// each pair of runs: seconds of the program, tab, seconds of the bare loop. apply1 and apply2 also print the
-// seconds of a bare loop that reads the settings for each row. First, memory and caches are warmed up by at
-// least one pair, and for at least two seconds; these pairs are not printed.
+// each round: seconds of the program, tab, seconds of the bare loop. apply1 and apply2 also print the seconds
+// of a bare loop that reads the settings for each row. The order within rounds alternates (Rounds.h). First,
+// memory and caches are warmed up by at least one round, and for at least two seconds; these rounds are not
+// printed.
 //
 // The program's side is the real dialog (MeasuredDialog.h); the bare side has the same controls without
-// objects (BareDialog.h). Times include painting. Fails if the lists differ afterwards.
+// objects (BareDialog.h). Times include painting. Fails if the lists differ after a round.
 #include <windows.h>
 
 #include <commctrl.h>
@@ -21,12 +22,14 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "bench/BareDialog.h"
 #include "bench/MeasuredDialog.h"
+#include "bench/Rounds.h"
 #include "bench/Stopwatch.h"
 #include "core/NameTemplate.h"
 #include "core/TableText.h"
@@ -65,17 +68,38 @@ std::vector<std::wstring> MakeNames(const std::wstring& tablePath, std::size_t c
     return names;
 }
 
-double Timed(HWND list, const std::function<void()>& work)
+using Work = std::function<void()>;
+using Preparation = std::function<void(HWND list)>;
+
+// A step that prepares the list and times the work with it, including painting.
+Step MakeStep(HWND list, const Preparation& prepare, const Work& work)
 {
-    const CStopwatch watch;
-    work();
-    UpdateWindow(list);
-    return watch.Seconds();
+    return [=] {
+        prepare(list);
+        UpdateWindow(list);
+        DrainMessages();
+        const CStopwatch watch;
+        work();
+        UpdateWindow(list);
+        return watch.Seconds();
+    };
+}
+
+void Empty(HWND list)
+{
+    ListView_DeleteAllItems(list);
 }
 
 void SelectAll(HWND list)
 {
     ListView_SetItemState(list, -1, LVIS_SELECTED, LVIS_SELECTED);
+}
+
+void SelectEverySecond(HWND list)
+{
+    for (int row = 0; row < ListView_GetItemCount(list); row += 2) {
+        ListView_SetItemState(list, row, LVIS_SELECTED, LVIS_SELECTED);
+    }
 }
 
 std::wstring BareText(HWND list, int row, int column)
@@ -134,6 +158,7 @@ public:
         }
         m_program.Table().AddFiles(m_names);
         m_rows = m_program.Rows();
+        m_changedRows = ChangedRows();
         if (m_rows.size() != rows || !m_program.m_messages.TakeTexts().empty()) {
             throw std::runtime_error("the table did not accept all names");
         }
@@ -141,21 +166,20 @@ public:
         DrainMessages();
     }
 
-    void Measure(const std::wstring& command, int pairs)
+    void Measure(const std::wstring& command, int rounds)
     {
         const auto found = m_commands.find(command);
         if (found == m_commands.end()) {
             throw std::runtime_error("unknown command");
         }
+        const std::vector<Step> steps = found->second();
         const CStopwatch sinceBegin;
+        int warmUpRounds = 0;
         do {
-            MeasurePair(found->second);
+            static_cast<void>(MeasureRound(warmUpRounds++, steps));
         } while (sinceBegin.Seconds() < kWarmUpSeconds);
-        for (int pair = 0; pair < pairs; ++pair) {
-            const std::vector<double> times = MeasurePair(found->second);
-            for (std::size_t i = 0; i < times.size(); ++i) {
-                std::printf("%.6f%c", times[i], i + 1 < times.size() ? '\t' : '\n');
-            }
+        for (int round = 0; round < rounds; ++round) {
+            PrintRound(MeasureRound(round, steps));
         }
     }
 
@@ -163,34 +187,43 @@ private:
     [[nodiscard]] HWND List() const { return m_program.Table().m_hWnd; }
     [[nodiscard]] HWND BareList() const { return m_bare.List(); }
 
-    std::vector<double> MeasurePair(const std::function<std::vector<double>()>& work) const
+    [[nodiscard]] std::vector<double> MeasureRound(int round, const std::vector<Step>& steps) const
     {
-        std::vector<double> times = work();
+        std::vector<double> seconds = RunRound(round, steps);
         CompareLists();
-        return times;
+        return seconds;
     }
 
-    void Empty() const
+    // The steps of a command for which both lists are prepared in the same way.
+    [[nodiscard]] std::vector<Step> Steps(const Preparation& prepare, const Work& program,
+                                          const Work& bare) const
     {
-        for (const HWND list : {List(), BareList()}) {
-            ListView_DeleteAllItems(list);
-            UpdateWindow(list);
-        }
-        DrainMessages();
+        return {MakeStep(List(), prepare, program), MakeStep(BareList(), prepare, bare)};
     }
 
-    // Fills both lists with all rows, marked as converted.
-    void FillBoth(bool selected) const
+    [[nodiscard]] Work Pressing(int id)
     {
-        Empty();
-        for (const HWND list : {List(), BareList()}) {
-            FillBare(list, m_rows, false);
-            if (selected) {
-                SelectAll(list);
-            }
-            UpdateWindow(list);
-        }
-        DrainMessages();
+        return [this, id] { m_program.Press(id); };
+    }
+
+    // Fills the list with all rows, marked as converted.
+    void FillAll(HWND list) const
+    {
+        Empty(list);
+        FillBare(list, m_rows, false);
+    }
+
+    [[nodiscard]] Preparation Filled() const
+    {
+        return [this](HWND list) { FillAll(list); };
+    }
+
+    [[nodiscard]] Preparation FilledAndSelected() const
+    {
+        return [this](HWND list) {
+            FillAll(list);
+            SelectAll(list);
+        };
     }
 
     void CompareLists() const
@@ -210,23 +243,21 @@ private:
         }
     }
 
-    std::vector<double> Fill()
+    std::vector<Step> Fill()
     {
-        Empty();
-        return {Timed(List(),
-                      [this] {
-                          m_program.Table().AddFiles(m_names);
-                          m_program.Finish();
-                      }),
-                Timed(BareList(), [this] { m_bare.Fill(m_rows, true); })};
+        return Steps(
+            &Empty,
+            [this] {
+                m_program.Table().AddFiles(m_names);
+                m_program.Finish();
+            },
+            [this] { m_bare.Fill(m_rows, true); });
     }
 
-    std::vector<double> Show()
+    std::vector<Step> Show()
     {
-        Empty();
         WriteMapFile();
-        return {Timed(List(), [this] { m_program.Press(IDC_SHOW_MAP); }),
-                Timed(BareList(), [this] { m_bare.Fill(m_rows, false); })};
+        return Steps(&Empty, Pressing(IDC_SHOW_MAP), [this] { m_bare.Fill(m_rows, false); });
     }
 
     void WriteMapFile() const
@@ -239,30 +270,27 @@ private:
         WriteBytes(m_folder / L"Mapped\\PartsMap.txt", text);
     }
 
-    std::vector<double> SelectRows()
+    std::vector<Step> SelectRows()
     {
-        FillBoth(false);
-        return {Timed(List(), [this] { m_program.Press(IDC_SELECT_ALL); }),
-                Timed(BareList(), [this] { SelectAll(BareList()); })};
+        return Steps(Filled(), Pressing(IDC_SELECT_ALL), [this] {
+            const CBareRedrawPause pause(BareList());
+            SelectAll(BareList());
+        });
     }
 
-    std::vector<double> DeleteRows()
+    std::vector<Step> DeleteRows()
     {
-        FillBoth(true);
-        return {Timed(List(), [this] { m_program.Press(IDC_DELETE); }),
-                Timed(BareList(), [this] { ListView_DeleteAllItems(BareList()); })};
+        return Steps(FilledAndSelected(), Pressing(IDC_DELETE),
+                     [this] { ListView_DeleteAllItems(BareList()); });
     }
 
-    std::vector<double> DeleteHalfTheRows()
+    std::vector<Step> DeleteHalfTheRows()
     {
-        FillBoth(false);
-        for (int row = 0; row < ListView_GetItemCount(BareList()); row += 2) {
-            for (const HWND list : {List(), BareList()}) {
-                ListView_SetItemState(list, row, LVIS_SELECTED, LVIS_SELECTED);
-            }
-        }
-        return {Timed(List(), [this] { m_program.Press(IDC_DELETE); }),
-                Timed(BareList(), [this] { DeleteBareRows(); })};
+        const Preparation prepare = [this](HWND list) {
+            FillAll(list);
+            SelectEverySecond(list);
+        };
+        return Steps(prepare, Pressing(IDC_DELETE), [this] { DeleteBareRows(); });
     }
 
     // Deletes from the end, so no rows have to move up.
@@ -276,15 +304,14 @@ private:
         }
     }
 
-    std::vector<double> MarkRows()
+    std::vector<Step> MarkRows()
     {
-        FillBoth(true);
-        return {Timed(List(), [this] { m_program.Press(IDC_MARK); }), Timed(BareList(), [this] {
-                    const CBareRedrawPause pause(BareList());
-                    for (int row = -1; (row = NextSelected(row)) != -1;) {
-                        SetBareMark(BareList(), row, true);
-                    }
-                })};
+        return Steps(FilledAndSelected(), Pressing(IDC_MARK), [this] {
+            const CBareRedrawPause pause(BareList());
+            for (int row = -1; (row = NextSelected(row)) != -1;) {
+                SetBareMark(BareList(), row, true);
+            }
+        });
     }
 
     [[nodiscard]] int NextSelected(int row) const
@@ -292,25 +319,30 @@ private:
         return ListView_GetNextItem(BareList(), row, LVNI_SELECTED);
     }
 
-    std::vector<double> Apply(int column)
+    std::vector<Step> Apply(int column)
     {
-        FillBoth(true);
         static_cast<void>(WriteTemplate(column, L"%5%3_%4_%7%8.new.%6"));  // changes every text
-        const double program = Timed(List(), [this, column] { m_program.ApplyTemplate(column); });
-        const std::vector<UTtab_entry> made = m_program.Rows();
-        const double bare = Timed(BareList(), [&] { ApplyBare(column, made, [] {}); });
-        FillBoth(true);
-        const double reading =
-            Timed(BareList(), [&] { ApplyBare(column, made, [column] { BareTemplate(column); }); });
-        SelectAll(List());
+        const auto made = std::make_shared<const std::vector<UTtab_entry>>(RowsAfterApplying(column));
+        std::vector<Step> steps = Steps(
+            FilledAndSelected(), [this, column] { m_program.ApplyTemplate(column); },
+            [this, column, made] { ApplyBare(column, *made, [] {}); });
+        steps.push_back(MakeStep(BareList(), FilledAndSelected(), [this, column, made] {
+            ApplyBare(column, *made, [column] { BareTemplate(column); });
+        }));
+        return steps;
+    }
+
+    // The rows that the program makes from the template. The baselines set the texts of these rows.
+    [[nodiscard]] std::vector<UTtab_entry> RowsAfterApplying(int column) const
+    {
+        FilledAndSelected()(List());
         m_program.ApplyTemplate(column);
-        return {program, bare, reading};
+        return m_program.Rows();
     }
 
     // For each row, reads the two texts from which the program makes the new text, then sets the new text and
     // the mark.
-    void ApplyBare(int column, const std::vector<UTtab_entry>& made,
-                   const std::function<void()>& before) const
+    void ApplyBare(int column, const std::vector<UTtab_entry>& made, const Work& before) const
     {
         const CBareRedrawPause pause(BareList());
         for (int row = -1; (row = NextSelected(row)) != -1;) {
@@ -338,77 +370,99 @@ private:
     [[nodiscard]] std::wstring ChangedText(wchar_t separator) const
     {
         std::wstring text;
-        for (const UTtab_entry& row : ChangedRows()) {
+        for (const UTtab_entry& row : m_changedRows) {
             AppendTableRow(text, {row.strOriginal, row.strRenamed, row.strBomName}, separator);
         }
         return text;
     }
 
-    // Sends only the messages that set these BOM names and marks. Returns the seconds.
-    double SetBareBomNames(const std::vector<UTtab_entry>& rows, bool pending) const
+    // Sends only the messages that set these BOM names and marks.
+    void SetBareBomNames(const std::vector<UTtab_entry>& rows, bool pending) const
     {
-        return Timed(BareList(), [&] {
-            const CBareRedrawPause pause(BareList());
-            for (std::size_t row = 0; row < rows.size(); ++row) {
-                SetBareText(BareList(), static_cast<int>(row), kColumnBomName, rows[row].strBomName);
-                SetBareMark(BareList(), static_cast<int>(row), pending);
-            }
-        });
+        const CBareRedrawPause pause(BareList());
+        for (std::size_t row = 0; row < rows.size(); ++row) {
+            SetBareText(BareList(), static_cast<int>(row), kColumnBomName, rows[row].strBomName);
+            SetBareMark(BareList(), static_cast<int>(row), pending);
+        }
     }
 
-    std::vector<double> Import()
+    [[nodiscard]] Work ChangingBareRows() const
     {
-        FillBoth(false);
+        return [this] { SetBareBomNames(m_changedRows, true); };
+    }
+
+    std::vector<Step> Import()
+    {
         g_tableToPick = m_folder / L"table.csv";
         WriteTableFile(g_tableToPick, ChangedText(L';'));
-        return {Timed(List(), [this] { m_program.Press(IDM_IMPORT); }), SetBareBomNames(ChangedRows(), true)};
+        return Steps(Filled(), Pressing(IDM_IMPORT), ChangingBareRows());
     }
 
-    std::vector<double> Paste()
+    void CopyChangedText() const
     {
-        FillBoth(false);
         if (!WriteClipboard(m_program.Window(), ChangedText(kTab))) {
             throw std::runtime_error("the clipboard is in use");
         }
-        return {Timed(List(), [this] { m_program.Press(IDM_PASTE); }), SetBareBomNames(ChangedRows(), true)};
     }
 
-    std::vector<double> Undo()
+    std::vector<Step> Paste()
     {
-        Paste();
-        return {Timed(List(), [this] { m_program.Press(IDM_UNDO); }), SetBareBomNames(m_rows, false)};
+        CopyChangedText();
+        return Steps(Filled(), Pressing(IDM_PASTE), ChangingBareRows());
     }
 
-    std::vector<double> Redo()
+    std::vector<Step> Undo()
     {
-        Undo();
-        return {Timed(List(), [this] { m_program.Press(IDM_REDO); }), SetBareBomNames(ChangedRows(), true)};
+        CopyChangedText();
+        const Preparation pasted = [this](HWND list) {
+            FillAll(list);
+            m_program.Press(IDM_PASTE);
+        };
+        const Preparation changed = [this](HWND list) {
+            Empty(list);
+            FillBare(list, m_changedRows, true);
+        };
+        return {MakeStep(List(), pasted, Pressing(IDM_UNDO)),
+                MakeStep(BareList(), changed, [this] { SetBareBomNames(m_rows, false); })};
+    }
+
+    std::vector<Step> Redo()
+    {
+        CopyChangedText();
+        const Preparation undone = [this](HWND list) {
+            FillAll(list);
+            m_program.Press(IDM_PASTE);
+            m_program.Press(IDM_UNDO);
+        };
+        return {MakeStep(List(), undone, Pressing(IDM_REDO)),
+                MakeStep(BareList(), Filled(), ChangingBareRows())};
     }
 
     // The bare side only reads the texts in which the program looks for names to check.
-    std::vector<double> UpdateStatus()
+    std::vector<Step> UpdateStatus()
     {
-        FillBoth(false);
-        return {Timed(List(),
-                      [this] {
-                          SendMessageW(m_program.Window(), WM_LISTCHANGED, 0, 0);
-                          m_program.Finish();
-                      }),
-                Timed(BareList(), [this] {
-                    for (int row = 0; row < ListView_GetItemCount(BareList()); ++row) {
-                        for (const int column : {kColumnOriginal, kColumnRenamed, kColumnBomName}) {
-                            BareText(BareList(), row, column);
-                        }
+        return Steps(
+            Filled(),
+            [this] {
+                SendMessageW(m_program.Window(), WM_LISTCHANGED, 0, 0);
+                m_program.Finish();
+            },
+            [this] {
+                for (int row = 0; row < ListView_GetItemCount(BareList()); ++row) {
+                    for (const int column : {kColumnOriginal, kColumnRenamed, kColumnBomName}) {
+                        BareText(BareList(), row, column);
                     }
-                })};
+                }
+            });
     }
 
     CTempFolder m_folder;
     CMeasuredDialog m_program{m_folder.Path()};
     CBareDialog m_bare;
     std::vector<std::wstring> m_names;
-    std::vector<UTtab_entry> m_rows;  // with generated names
-    const std::map<std::wstring, std::function<std::vector<double>()>> m_commands{
+    std::vector<UTtab_entry> m_rows;         // with generated names
+    std::vector<UTtab_entry> m_changedRows;  // with changed BOM names
+    const std::map<std::wstring, std::function<std::vector<Step>()>> m_commands{
         {L"import", [this] { return Import(); }},
         {L"paste", [this] { return Paste(); }},
         {L"undo", [this] { return Undo(); }},
@@ -430,7 +484,7 @@ private:
 int wmain(int count, wchar_t** arguments)
 {
     if (count != 5) {
-        std::fprintf(stderr, "usage: tablebench COMMAND ROWS PAIRS TABLE.tsv\n");
+        std::fprintf(stderr, "usage: tablebench COMMAND ROWS ROUNDS TABLE.tsv\n");
         return 2;
     }
     return RunInApplication([arguments] {
