@@ -85,10 +85,10 @@ private:
 void CheckCadSystem(CReport& report)
 {
     const std::wstring part = WithoutQuotes(AskForText(
-        "Save your work and close SOLIDWORKS; while it runs, the probe refuses to start. The probe starts it "
-        "three times, opens a copy of one part, clicks a window of its own, and ends it. Leave the mouse "
-        "alone. "
-        "The full path of a part file, or Enter to leave it out"));
+        R"(Save your work and close SOLIDWORKS; while it runs, the probe refuses to start. The
+probe starts it three times, opens a copy of one part, clicks a window of its own,
+and ends it. Leave the mouse alone.
+The full path of a part file, or Enter to leave it out)"));
     if (part.empty()) {
         return;
     }

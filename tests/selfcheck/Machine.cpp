@@ -4,6 +4,7 @@
 
 #include <array>
 #include <filesystem>
+#include <mutex>
 #include <vector>
 
 #include "framework/Handles.h"
@@ -282,6 +283,8 @@ MachineState TakeMachineState()
 
 std::vector<std::string> UndoTests()
 {
+    static std::mutex only;  // also called when the console closes, on another thread
+    const std::scoped_lock lock(only);
     // Removes the stand-in server's own classes only.
     StartedProgram unregister;
     if (CreateProgram(L"\"" + OwnFolder() + L"\\cadserver.exe\" --unregister", unregister) == ERROR_SUCCESS) {

@@ -23,27 +23,23 @@ namespace {
 
 // What a stage changes, for the person who decides. Index: the stage.
 constexpr std::array<const char*, kLastStage + 1> kWarnings{
-    "Stage 0 looks at the machine, and starts and ends the program four times. It writes to the folder "
-    "report and "
-    "to the temporary folder. The templates that the program stores where the user has none are removed "
-    "again.",
-    "Stage 1 runs tests for some minutes. They open windows, overwrite the clipboard, write to the temporary "
-    "folder, and for a while register classes, substitute a drive letter, and put aside what the file "
-    "dialogs "
-    "remember. Leave mouse and keyboard alone.",
-    "Stage 2 registers a stand-in for the CAD system, a small library and a viewer for .pdf and .html for "
-    "all "
-    "users, and puts aside what the file dialogs remember; all that is undone. It moves the mouse, types, "
-    "and "
-    "overwrites the clipboard. Leave mouse and keyboard alone for a quarter of an hour.",
-    "Stage 3 installs, upgrades and removes Talvenor in a program folder of its own, with an entry in the "
-    "Start "
-    "menu. It refuses if Talvenor is installed.",
-    "Stage 4 asks you to change settings and to operate the program, and says when to change them back. It "
-    "may "
-    "start and end SOLIDWORKS. At its end your two name templates are what they were at its beginning. You "
-    "may leave "
-    "out each question."};
+    R"(Stage 0 looks at the machine, and starts and ends the program four times, once in
+the temporary folder beside libraries that it must not load: virus protection may
+object to those. The templates that the program stores where the user has none are
+removed again.)",
+    R"(Stage 1 runs tests for some minutes. They open windows, overwrite the clipboard,
+write to the temporary folder, and for a while register classes, substitute a
+drive letter, and put aside what the file dialogs remember; for an administrator
+some of that is for all users. Leave mouse and keyboard alone.)",
+    R"(Stage 2 registers a stand-in for the CAD system, a small library and a viewer for
+.pdf and .html for all users, and puts aside what the file dialogs remember; all
+that is undone. It moves the mouse, types, and overwrites the clipboard. Leave
+mouse and keyboard alone for a quarter of an hour.)",
+    R"(Stage 3 installs, upgrades and removes Talvenor in a program folder of its own,
+with an entry in the Start menu. It refuses if Talvenor is installed.)",
+    R"(Stage 4 asks you to change settings and to operate the program, and says when to
+change them back. It may start and end SOLIDWORKS. At its end your two name
+templates are what they were at its beginning. You may leave out each question.)"};
 
 bool IsWanted(int stage, const Options& options)
 {
