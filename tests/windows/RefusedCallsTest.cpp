@@ -70,6 +70,8 @@ protected:
         });
     }
 
+    static void DoNothing() {}
+
     // Performs an action with each of its calls refused in turn, or with about `sample` of them unless every
     // fault is wanted. Calls `prepare` before and `check` after each time. The number of calls is found out
     // by performing the action undisturbed.
@@ -182,8 +184,10 @@ protected:
     void RefuseEachOfARun(CallKind kind, int sample)
     {
         Run([&] {
-            RefuseEach(
-                kind, sample, [this] { PrepareRun(); }, [this] { Press(IDC_START); }, [this] { CheckRun(); });
+            const auto prepare = [this] { PrepareRun(); };
+            const auto start = [this] { Press(IDC_START); };
+            const auto check = [this] { CheckRun(); };
+            RefuseEach(kind, sample, prepare, start, check);
             EXPECT_EQ(Records(), kRecords) << "the last run was undisturbed";
             EXPECT_EQ(List().CountPendingRows(), 0);
         });
@@ -226,8 +230,8 @@ protected:
             EXPECT_EQ(m_registry.Template(2), L"%4-%3");
             static_cast<void>(TakeBoxes());
         };
-        RefuseEach(
-            kind, sample, prepare, [this] { Open(); }, check);
+        const auto open = [this] { Open(); };
+        RefuseEach(kind, sample, prepare, open, check);
         EXPECT_EQ(m_opened, 3) << "the last start was undisturbed";
     }
 
@@ -251,8 +255,8 @@ protected:
                 }
                 EXPECT_TRUE(m_dialog->IsWindowEnabled());
             };
-            RefuseEach(
-                kind, 100, [] {}, [this] { Press(IDC_REPORT); }, check);
+            const auto report = [this] { Press(IDC_REPORT); };
+            RefuseEach(kind, 100, &DoNothing, report, check);
         });
     }
 
@@ -317,8 +321,7 @@ TEST_P(RefusedCallsTest, AnEditOpensWithItsTextOrNotAtAll)
         };
         List().SelectOnly(0);
         for (const CallKind kind : {CallKind::memory, CallKind::handles}) {
-            RefuseEach(
-                kind, 100, [] {}, open, check);
+            RefuseEach(kind, 100, &DoNothing, open, check);
         }
     });
 }
@@ -341,8 +344,8 @@ TEST_P(RefusedCallsTest, ATypedNameIsTakenOrStaysInItsEditor)
             const bool told = !TakeBoxes().empty();
             EXPECT_TRUE(told || List().GetItemText(0, 1) == L"M8x20 DIN 933.sldprt");
         };
-        RefuseEach(
-            CallKind::memory, 100, prepare, [this] { SetFocus(Item(IDC_LIST)); }, check);
+        const auto leave = [this] { SetFocus(Item(IDC_LIST)); };
+        RefuseEach(CallKind::memory, 100, prepare, leave, check);
     });
 }
 
@@ -367,8 +370,8 @@ TEST_P(RefusedCallsTest, HandlesDuringANewScaling)
             EXPECT_NE(ListView_GetImageList(Item(IDC_LIST), LVSIL_STATE), nullptr) << "the marks are back";
             EXPECT_EQ(TakeBoxes(), Texts{});
         };
-        RefuseEach(
-            CallKind::handles, 100, [] {}, [&] { scale(192); }, check);
+        const auto scaleUp = [&] { scale(192); };
+        RefuseEach(CallKind::handles, 100, &DoNothing, scaleUp, check);
     });
 }
 
