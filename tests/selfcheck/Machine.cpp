@@ -115,37 +115,52 @@ void TakeValues(HKEY key, const std::wstring& title, MachineState& state)
     }
 }
 
+UniqueKey Open(HKEY hive, const std::wstring& path, REGSAM view)
+{
+    HKEY key = nullptr;
+    const LSTATUS status = RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ | view, &key);
+    return UniqueKey(status == ERROR_SUCCESS ? key : nullptr);
+}
+
+// The names of the sub-keys; none without a key.
+std::vector<std::wstring> SubKeysOf(const UniqueKey& key)
+{
+    std::vector<std::wstring> names;
+    std::array<wchar_t, 512> name{};
+    for (DWORD at = 0;
+         RegEnumKeyW(key.get(), at, name.data(), static_cast<DWORD>(name.size())) == ERROR_SUCCESS; ++at) {
+        names.emplace_back(name.data());
+    }
+    return names;
+}
+
+// The name of a key in the state.
+std::wstring TitleOf(HKEY hive, const std::wstring& path, REGSAM view)
+{
+    return (hive == HKEY_LOCAL_MACHINE ? L"HKLM\\" : L"HKCU\\") + path +
+           (view == KEY_WOW64_32KEY ? L" (32)" : L"");
+}
+
 // Adds the values of a key and of all keys below it.
 void TakeKeys(HKEY hive, const std::wstring& path, REGSAM view, MachineState& state)
 {
-    HKEY opened = nullptr;
-    if (RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ | view, &opened) != ERROR_SUCCESS) {
+    const UniqueKey key = Open(hive, path, view);
+    if (!key) {
         return;
     }
-    const UniqueKey key(opened);
-    const std::wstring title = (hive == HKEY_LOCAL_MACHINE ? L"HKLM\\" : L"HKCU\\") + path +
-                               (view == KEY_WOW64_32KEY ? L" (32)" : L"");
+    const std::wstring title = TitleOf(hive, path, view);
     state[title] = L"key";
-    TakeValues(opened, title, state);
-    std::array<wchar_t, 512> name{};
-    for (DWORD at = 0; RegEnumKeyW(opened, at, name.data(), static_cast<DWORD>(name.size())) == ERROR_SUCCESS;
-         ++at) {
-        TakeKeys(hive, path + L"\\" + name.data(), view, state);
+    TakeValues(key.get(), title, state);
+    for (const std::wstring& name : SubKeysOf(key)) {
+        TakeKeys(hive, path + L"\\" + name, view, state);
     }
 }
 
 // Adds the names of the sub-keys.
 void TakeNames(HKEY hive, const std::wstring& path, MachineState& state)
 {
-    HKEY opened = nullptr;
-    if (RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, &opened) != ERROR_SUCCESS) {
-        return;
-    }
-    const UniqueKey key(opened);
-    std::array<wchar_t, 512> name{};
-    for (DWORD at = 0; RegEnumKeyW(opened, at, name.data(), static_cast<DWORD>(name.size())) == ERROR_SUCCESS;
-         ++at) {
-        state[path + L"\\" + name.data()] = L"key";
+    for (const std::wstring& name : SubKeysOf(Open(hive, path, KEY_WOW64_64KEY))) {
+        state[TitleOf(hive, path, KEY_WOW64_64KEY) + L"\\" + name] = L"key";
     }
 }
 
@@ -153,17 +168,10 @@ void TakeNames(HKEY hive, const std::wstring& path, MachineState& state)
 void TakeKeysNamed(HKEY hive, const std::wstring& parent, const std::vector<std::wstring>& leads, REGSAM view,
                    MachineState& state)
 {
-    HKEY opened = nullptr;
-    if (RegOpenKeyExW(hive, parent.c_str(), 0, KEY_READ | view, &opened) != ERROR_SUCCESS) {
-        return;
-    }
-    const UniqueKey key(opened);
-    std::array<wchar_t, 512> name{};
-    for (DWORD at = 0; RegEnumKeyW(opened, at, name.data(), static_cast<DWORD>(name.size())) == ERROR_SUCCESS;
-         ++at) {
+    for (const std::wstring& name : SubKeysOf(Open(hive, parent, view))) {
         for (const std::wstring& lead : leads) {
-            if (LowerCase(name.data()).starts_with(LowerCase(lead))) {
-                TakeKeys(hive, parent + L"\\" + name.data(), view, state);
+            if (LowerCase(name).starts_with(LowerCase(lead))) {
+                TakeKeys(hive, parent + L"\\" + name, view, state);
             }
         }
     }
