@@ -114,6 +114,14 @@ std::wstring ReadOrCreateTemplate(int column)
     return DefaultTemplate(column);
 }
 
+// Like the list view, takes each text up to its NUL.
+void SetTexts(UTtab_entry& entry, const wchar_t* original, const wchar_t* renamed, const wchar_t* bomName)
+{
+    entry.strOriginal = original;
+    entry.strRenamed = renamed;
+    entry.strBomName = bomName;
+}
+
 // A row that is not in the table yet. Its generated texts are in the arena, NUL-terminated.
 struct NewRow
 {
@@ -171,7 +179,9 @@ public:
             std::ranges::sort(m_rows, IsOriginalLess);  // need not be stable: original names are unique
         }
         InsertRows();
-        if (!sortFirst) {
+        if (sortFirst) {
+            TellObserver();
+        } else {
             m_table.SortTextItems(kColumnOriginal, true, 0, -1);
         }
     }
@@ -225,11 +235,12 @@ private:
     void InsertRowsAndShow(const std::wstring& message)
     {
         InsertRows();
+        m_rows.clear();
         ShowMessage(message);
         ReadNames();
     }
 
-    // Appends the rows made since the last call.
+    // Appends the rows in m_rows.
     void InsertRows()
     {
         if (m_rows.empty()) {
@@ -241,7 +252,15 @@ private:
         for (const NewRow& each : m_rows) {
             m_table.InsertRow(row++, each.original->c_str(), each.renamed.data(), each.bomName.data(), true);
         }
-        m_rows.clear();
+    }
+
+    void TellObserver() const
+    {
+        const auto read = [this](std::size_t row, UTtab_entry& entry) {
+            SetTexts(entry, m_rows[row].original->c_str(), m_rows[row].renamed.data(),
+                     m_rows[row].bomName.data());
+        };
+        m_table.m_fillObserver({m_rows.size(), true, read});
     }
 
     CConversionTable& m_table;
@@ -372,11 +391,18 @@ void CConversionTable::FillConverted(const CList<UTtab_entry, UTtab_entry&>& ent
     const CRedrawPause pause(*this);
     DeleteAllItems();
     SetItemCount(static_cast<int>(entries.GetCount()));
-    int row = 0;
+    std::vector<const UTtab_entry*> rows;
+    rows.reserve(static_cast<std::size_t>(entries.GetCount()));
     for (const UTtab_entry& entry : entries) {
-        InsertRow(row++, entry.strOriginal.c_str(), entry.strRenamed.c_str(), entry.strBomName.c_str(),
-                  false);
+        InsertRow(static_cast<int>(rows.size()), entry.strOriginal.c_str(), entry.strRenamed.c_str(),
+                  entry.strBomName.c_str(), false);
+        rows.push_back(&entry);
     }
+    const auto read = [&rows](std::size_t row, UTtab_entry& entry) {
+        SetTexts(entry, rows[row]->strOriginal.c_str(), rows[row]->strRenamed.c_str(),
+                 rows[row]->strBomName.c_str());
+    };
+    m_fillObserver({rows.size(), false, read});
 }
 
 bool CConversionTable::IsNewNameTaken(const std::wstring& fileName) const

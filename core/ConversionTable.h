@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/TableHistory.h"
@@ -21,6 +24,21 @@ inline constexpr UINT WM_APPLYTEMPLATE = WM_USER + 7;   // wParam: the column wh
 class CConversionTable : public CListCtrl
 {
 public:
+    // The rows that an empty table was filled with, as the list view has them. Reading these takes far less
+    // time than reading the list view.
+    struct FilledRows
+    {
+        std::size_t count = 0;
+        bool pending = false;
+        RowReader read;
+    };
+
+    // Calls the observer when an empty table has been filled and no message interrupted that.
+    void SetFillObserver(std::function<void(const FilledRows&)> observer)
+    {
+        m_fillObserver = std::move(observer);
+    }
+
     // Adds a pending row with generated names for each file name (without folder) that is not in column 0
     // yet, whatever its case, then sorts the table. A file whose generated name is unusable or taken is
     // skipped. The messages about forbidden characters and taken names are shown at most once each. While a
@@ -85,4 +103,6 @@ private:
     [[nodiscard]] Row ReadRow(int row) const;
     void WriteRow(int row, const Row& content) const;
     [[nodiscard]] bool AcceptEditedFileName(std::wstring& text, const std::wstring& oldText) const;
+
+    std::function<void(const FilledRows&)> m_fillObserver = [](const FilledRows&) {};
 };

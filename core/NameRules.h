@@ -10,6 +10,9 @@
 // system, which the text rules do not know.
 using NameComparison = bool (*)(std::wstring_view left, std::wstring_view right);
 
+// Returns a form of a name that is the same for names that differ in case only. Supplied by the caller, too.
+using NameFolding = std::wstring (*)(std::wstring_view name);
+
 // Trims the name and appends "." and the extension (given without dot), unless the last six characters of the
 // name equal the extension; `equal` (not null) compares them. Returns false, and only trims, when the trimmed
 // name or the extension is empty.

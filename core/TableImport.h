@@ -9,10 +9,6 @@
 
 // Finds what a text with new names changes in the conversion table.
 
-// Returns a form of a file name that is the same for names that differ in case only. The caller supplies the
-// function: which letters are equal depends on the file system.
-using NameFolding = std::wstring (*)(std::wstring_view name);
-
 struct NameCase
 {
     NameComparison equal;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 
 // A row of the conversion table, as the parts map file holds it.
@@ -11,3 +13,6 @@ struct UTtab_entry
 
     bool operator==(const UTtab_entry&) const = default;
 };
+
+// Reads the content of a row into an entry, which callers reuse for many rows to save allocations.
+using RowReader = std::function<void(std::size_t row, UTtab_entry& entry)>;

@@ -7,6 +7,7 @@
 namespace {
 
 constexpr wchar_t kSeparator = L';';
+constexpr std::string_view kFieldSeparator = " ; ";
 constexpr wchar_t kLastByItsCode = L'\u00FF';
 constexpr std::size_t kNone = std::wstring_view::npos;
 
@@ -84,8 +85,19 @@ bool HasMapBytes(std::wstring_view text, const MapEncoder& encoder)
 
 std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder)
 {
-    return EncodeField(entry.strOriginal, encoder) + " ; " + EncodeField(entry.strRenamed, encoder) + " ; " +
-           EncodeField(entry.strBomName, encoder);
+    std::string record = EncodeField(entry.strOriginal, encoder);
+    record += kFieldSeparator;
+    record += EncodeField(entry.strRenamed, encoder);
+    record += kFieldSeparator;
+    record += EncodeField(entry.strBomName, encoder);
+    return record;
+}
+
+std::size_t MapRecordLength(const UTtab_entry& entry)
+{
+    const auto length = [](const std::wstring& field) { return std::min(field.size(), kMapFieldMaxBytes); };
+    return length(entry.strOriginal) + kFieldSeparator.size() + length(entry.strRenamed) +
+           kFieldSeparator.size() + length(entry.strBomName);
 }
 
 std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder& decode)

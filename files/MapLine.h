@@ -43,6 +43,9 @@ using MapDecoder = std::function<void(std::string_view bytes, std::wstring& text
 // be longer than the reader accepts.
 [[nodiscard]] std::string FormatMapRecord(const UTtab_entry& entry, const MapEncoder& encoder);
 
+// Returns the length of FormatMapRecord's result in bytes: every character becomes one byte.
+[[nodiscard]] std::size_t MapRecordLength(const UTtab_entry& entry);
+
 // Returns what the reader gets back from a record line (without its line end); nullopt for a line that the
 // reader rejects or skips. The line must have at most kMapLineMaxBytes.
 [[nodiscard]] std::optional<UTtab_entry> ReadMapRecord(std::string_view line, const MapDecoder& decode);

@@ -3,33 +3,31 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
+#include "core/SameNames.h"
+#include "files/MapLine.h"
 
-void AddSameCopies(std::vector<NameToCheck>& found, const std::vector<UTtab_entry>& rows, NameOrder compare)
-{
-    std::vector<NamedRow> names;
-    names.reserve(rows.size());
-    for (const UTtab_entry& row : rows) {
-        names.push_back({row.strRenamed, names.size()});
-    }
-    for (const SameName& same : FindSameNames(std::move(names), compare)) {
-        found.push_back({static_cast<int>(same.row), NameProblem::sameCopy, static_cast<int>(same.otherRow)});
-    }
-}
-
-}  // namespace
-
-std::vector<NameToCheck> FindNamesToCheck(const std::vector<UTtab_entry>& rows, const MapEncoder& encoder,
-                                          NameOrder compare)
+std::vector<NameToCheck> FindNamesToCheck(std::size_t rows, const RowReader& read, NameFolding fold)
 {
     std::vector<NameToCheck> found;
-    AddSameCopies(found, rows, compare);
-    for (std::size_t row = 0; row < rows.size(); ++row) {
-        if (FormatMapRecord(rows[row], encoder).size() > kMapLineMaxBytes) {
+    CSameNames names(fold, rows);
+    UTtab_entry content;
+    for (std::size_t row = 0; row < rows; ++row) {
+        read(row, content);
+        names.Add(row, content.strRenamed);
+        if (MapRecordLength(content) > kMapLineMaxBytes) {
             found.push_back({static_cast<int>(row), NameProblem::longRecord, -1});
         }
     }
-    std::ranges::stable_sort(found, {}, &NameToCheck::row);
+    const auto nameOf = [&](std::size_t row) {
+        read(row, content);
+        return content.strRenamed;
+    };
+    for (const SameName& same : names.Find(nameOf)) {
+        found.push_back({static_cast<int>(same.row), NameProblem::sameCopy, static_cast<int>(same.otherRow)});
+    }
+    std::ranges::sort(found, [](const NameToCheck& left, const NameToCheck& right) {
+        return std::pair(left.row, left.problem) < std::pair(right.row, right.problem);
+    });
     const auto sameRow = [](const NameToCheck& left, const NameToCheck& right) {
         return left.row == right.row;
     };

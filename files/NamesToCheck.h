@@ -1,10 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
-#include "core/SameNames.h"
+#include "core/NameRules.h"
 #include "core/UTtabEntry.h"
-#include "files/MapLine.h"
 
 // Why the names of a row need the user's attention, although the rules allow them.
 enum class NameProblem
@@ -24,5 +24,5 @@ struct NameToCheck
 
 // Returns the rows to check, from the top. A row with both problems is returned once, with sameCopy. Takes
 // n log n time.
-[[nodiscard]] std::vector<NameToCheck> FindNamesToCheck(const std::vector<UTtab_entry>& rows,
-                                                        const MapEncoder& encoder, NameOrder compare);
+[[nodiscard]] std::vector<NameToCheck> FindNamesToCheck(std::size_t rows, const RowReader& read,
+                                                        NameFolding fold);

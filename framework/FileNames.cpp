@@ -4,16 +4,10 @@
 
 #include "framework/Handles.h"
 
-int CompareFileNames(std::wstring_view left, std::wstring_view right)
-{
-    return CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
-                                static_cast<int>(right.size()), TRUE) -
-           CSTR_EQUAL;
-}
-
 bool EqualFileNames(std::wstring_view left, std::wstring_view right)
 {
-    return CompareFileNames(left, right) == 0;
+    return CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
 // Without the flags NORM_* and LCMAP_LINGUISTIC_CASING, the function follows the file system's rules

@@ -3,10 +3,6 @@
 #include <string>
 #include <string_view>
 
-// Compares two names, or two paths, as EqualFileNames does. Returns a negative number, 0 or a positive number
-// when `left` is less than, equal to or greater than `right`.
-[[nodiscard]] int CompareFileNames(std::wstring_view left, std::wstring_view right);
-
 // Whether two names, or two paths, are the same to the file system: compares case-insensitively by the
 // system's uppercase table ("CompareStringOrdinal function").
 [[nodiscard]] bool EqualFileNames(std::wstring_view left, std::wstring_view right);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "core/SameNames.h"
 #include "core/TextTools.h"
 #include "framework/Language.h"
 #include "framework/MessageText.h"
@@ -232,13 +233,14 @@ void AddMapLine(CFindings warnings, UTtab_entry entry, const FindingRules& rules
 
 void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRules& rules)
 {
-    std::vector<NamedRow> copies;
+    CSameNames copies(rules.foldName, run.rows.size());
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
-        if (RunRow content = run.rows.at(row); IsRecorded(content)) {
-            copies.push_back({std::move(content.entry.strRenamed), row});
+        if (const RunRow content = run.rows.at(row); IsRecorded(content)) {
+            copies.Add(row, content.entry.strRenamed);
         }
     }
-    for (const SameName& same : FindSameNames(std::move(copies), rules.compareNames)) {
+    const auto nameOf = [&run](std::size_t row) { return run.rows.at(row).entry.strRenamed; };
+    for (const SameName& same : copies.Find(nameOf)) {
         const RunRow other = run.rows.at(same.otherRow);
         CFindings(findings[same.row].warnings).Add(kSameName, {other.entry.strOriginal});
     }

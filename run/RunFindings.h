@@ -3,16 +3,16 @@
 #include <string>
 #include <vector>
 
-#include "core/SameNames.h"
+#include "core/NameRules.h"
 #include "files/MapLine.h"
 #include "run/RunRecord.h"
 
-// What depends on the system: the code page and the comparison of file names.
+// What depends on the system: the code page and which file names are equal.
 struct FindingRules
 {
     MapEncoder encoder;  // of the map file's code page
     MapDecoder decode;   // the same
-    NameOrder compareNames;
+    NameFolding foldName;
 };
 
 // Why a row needs attention, as sentences in the language of the process.

@@ -144,7 +144,7 @@ const RunFindings& CRunReportCommands::Findings() const
 {
     if (!m_findings) {
         const UINT codePage = MapCodePage();
-        m_findings = FindingsOf(m_run, {MapEncoderOf(codePage), MapDecoderOf(codePage), CompareFileNames});
+        m_findings = FindingsOf(m_run, {MapEncoderOf(codePage), MapDecoderOf(codePage), &FoldFileName});
     }
     return *m_findings;
 }

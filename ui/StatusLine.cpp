@@ -1,9 +1,10 @@
 #include "ui/StatusLine.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/NameTemplate.h"
-#include "files/MapCodePage.h"
+#include "files/MapLine.h"
 #include "framework/AccessibleName.h"
 #include "framework/FileNames.h"
 #include "framework/Language.h"
@@ -20,34 +21,51 @@ constexpr Text kSameCopy{L"Name doppelt (Groß/klein): '%1'", L"Same name (lette
 constexpr Text kLongRecord{L"Zu lang für die Map-Datei (mehr als %1 Bytes)",
                            L"Too long for the map file (more than %1 bytes)"};
 
+// Moving the selection changes other states only.
+bool MayChangeMark(const NMLISTVIEW& change)
+{
+    return change.uChanged != LVIF_STATE ||
+           ((change.uOldState ^ change.uNewState) & LVIS_STATEIMAGEMASK) != 0;
+}
+
 }  // namespace
 
 void CStatusLine::Begin(HWND dialog)
 {
     m_dialog = dialog;
-    m_namesChanged = true;
-    Update();
+    RowsChanged();
+}
+
+void CStatusLine::ListFilled(const CConversionTable::FilledRows& rows)
+{
+    FindNames(rows.count, rows.read);
+    m_pending = rows.pending ? static_cast<int>(rows.count) : 0;
+    m_namesChanged = false;
+    m_marksChanged = false;
+    m_requestUpdate();
 }
 
 void CStatusLine::OnNotify(const NMHDR& header)
 {
     switch (header.code) {
         case LVN_ITEMCHANGED:
+            m_marksChanged = m_marksChanged || MayChangeMark(reinterpret_cast<const NMLISTVIEW&>(header));
             m_requestUpdate();
             break;
         case LVN_INSERTITEM:
         case LVN_DELETEITEM:
         case LVN_DELETEALLITEMS:
-            NamesChanged();
+            RowsChanged();
             break;
         default:
             break;
     }
 }
 
-void CStatusLine::NamesChanged()
+void CStatusLine::RowsChanged()
 {
     m_namesChanged = true;
+    m_marksChanged = true;
     m_requestUpdate();
 }
 
@@ -66,28 +84,27 @@ void CStatusLine::Show(const std::wstring& text) const
 
 void CStatusLine::Update()
 {
-    if (m_namesChanged) {
-        m_namesChanged = false;
-        FindNames();
+    if (std::exchange(m_namesChanged, false)) {
+        const auto read = [this](std::size_t row, UTtab_entry& entry) {
+            entry = m_table.GetRow(static_cast<int>(row));
+        };
+        FindNames(static_cast<std::size_t>(m_table.GetItemCount()), read);
     }
-    const std::wstring numbers =
-        FillPlaceholders(kNumbers.Current(), {std::to_wstring(m_table.GetItemCount()),
-                                              std::to_wstring(m_table.CountPendingRows()),
-                                              std::to_wstring(m_table.GetSelectedCount())});
+    if (std::exchange(m_marksChanged, false)) {
+        m_pending = m_table.CountPendingRows();
+    }
+    const std::wstring numbers = FillPlaceholders(
+        kNumbers.Current(), {std::to_wstring(m_table.GetItemCount()), std::to_wstring(m_pending),
+                             std::to_wstring(m_table.GetSelectedCount())});
     if (numbers != m_numbers) {
         m_numbers = numbers;
         Show(numbers);
     }
 }
 
-void CStatusLine::FindNames()
+void CStatusLine::FindNames(std::size_t rows, const RowReader& read)
 {
-    std::vector<UTtab_entry> rows;
-    rows.reserve(static_cast<std::size_t>(m_table.GetItemCount()));
-    for (int row = 0; row < m_table.GetItemCount(); ++row) {
-        rows.push_back(m_table.GetRow(row));
-    }
-    m_toCheck = FindNamesToCheck(rows, MapEncoderOf(MapCodePage()), &CompareFileNames);
+    m_toCheck = FindNamesToCheck(rows, read, &FoldFileName);
     const HWND button = GetDlgItem(m_dialog, IDC_CHECK_NAMES);
     // A hidden button must not keep the focus: no key would reach the dialog.
     if (m_toCheck.empty() && GetFocus() == button) {
@@ -100,9 +117,7 @@ void CStatusLine::FindNames()
 
 void CStatusLine::GoToNextName()
 {
-    if (m_namesChanged) {
-        Update();
-    }
+    Update();
     if (m_toCheck.empty()) {
         return;
     }

@@ -22,17 +22,21 @@ public:
     {
     }
 
-    // Call it once, when the dialog has its controls.
+    // Call it once, when the dialog has its controls, and before the list is filled.
     void Begin(HWND dialog);
+
+    // Call it when the list has been filled and its notifications of that have arrived: the rows are then
+    // not read from the list.
+    void ListFilled(const CConversionTable::FilledRows& rows);
 
     // Call it for each notification of the list.
     void OnNotify(const NMHDR& header);
 
-    // Call it when the texts of rows may have changed.
-    void NamesChanged();
+    // Call it when the texts or marks of rows may have changed.
+    void RowsChanged();
 
-    // Counts the rows and shows the numbers if they have changed; updates the button if names may have
-    // changed.
+    // Shows the numbers and updates the button. Reads only what may have changed: each message to the list
+    // takes its time, and there are several for each row.
     void Update();
 
     // Shows a text in place of the numbers until a number changes. Screen readers announce the text; the
@@ -47,7 +51,7 @@ public:
 
 private:
     void Show(const std::wstring& text) const;
-    void FindNames();
+    void FindNames(std::size_t rows, const RowReader& read);
     [[nodiscard]] std::wstring Problem(const NameToCheck& name) const;
 
     const CConversionTable& m_table;
@@ -55,5 +59,7 @@ private:
     HWND m_dialog = nullptr;
     std::vector<NameToCheck> m_toCheck;
     std::wstring m_numbers;
-    bool m_namesChanged = false;
+    int m_pending = 0;
+    bool m_namesChanged = true;
+    bool m_marksChanged = true;
 };

@@ -141,11 +141,12 @@ bool CTalvenorDlg::OnInitDialog()
     SetDialogIcon();
     AnchorControls();
     PrepareList();
+    m_status.Begin(m_hWnd);
     m_layout.FitIntoWorkArea();  // at 150 % the dialog is higher than a screen of 1366 x 768
     ReadFolders();
     m_strHelpFile = JoinPath(m_strInstallDir, kHelpDocument.Current());
     FillVersions();
-    m_status.Begin(m_hWnd);
+    m_status.Update();  // before the first paint
     m_taskbar.Attach(m_hWnd);
     AcceptDroppedFiles(m_hWnd);
     return true;
@@ -215,6 +216,7 @@ void CTalvenorDlg::PrepareList()
         m_wndList.InsertColumn(static_cast<int>(column), kColumnHeaders[column].Current(),
                                Scaled(kColumnWidth));
     }
+    m_wndList.SetFillObserver([this](const auto& rows) { m_status.ListFilled(rows); });
     SetAccessibleRowNames(m_wndList.m_hWnd, [this](int row) { return m_wndList.SpokenName(row); });
     m_wndList.ShowWindow(SW_SHOW);
     // Stores the default templates, even if no file is added later: "Use template" does nothing without a
@@ -279,7 +281,6 @@ void CTalvenorDlg::OnFirstPaint()
 
 void CTalvenorDlg::ShowViewStatus(bool mapView)
 {
-    m_status.NamesChanged();
     m_wndStatusFrame.SetWindowText(mapView ? kMapView.Current() : kFolderView.Current());
 }
 
@@ -288,7 +289,7 @@ void CTalvenorDlg::MarkListChanged(bool on)
     if (!on) {
         return;
     }
-    m_status.NamesChanged();
+    m_status.RowsChanged();
     const std::wstring caption = m_wndStatusFrame.GetWindowText();
     if (caption.find(kListChanged.Current()) == std::wstring::npos) {
         m_wndStatusFrame.SetWindowText(caption + kListChanged.Current());
@@ -306,6 +307,7 @@ void CTalvenorDlg::SetViewStatus(const ViewStatus& status)
 {
     ShowViewStatus(status.mapView);
     MarkListChanged(status.changed);
+    m_status.RowsChanged();
 }
 
 void CTalvenorDlg::FillListFromTable(const CFileMisc& mapFile)
@@ -1000,7 +1002,7 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
         SetMessageObserver(std::move(before));
         m_taskbar.Clear();
         m_bRunning = false;
-        m_status.NamesChanged();
+        m_status.RowsChanged();
         CWinApp::Get()->SetSessionEnding(false);
     });
     CConversionRun run(*this, m_wndList, *this, m_cadServer, *this, {m_strSourceDir, m_strProgId, copyOnly});

@@ -60,7 +60,10 @@ std::string RecordOfSize(std::size_t size)
 
 std::string Record(std::wstring original, std::wstring renamed, std::wstring bomName)
 {
-    return FormatMapRecord({std::move(original), std::move(renamed), std::move(bomName)}, QuestionMark);
+    const UTtab_entry entry{std::move(original), std::move(renamed), std::move(bomName)};
+    std::string record = FormatMapRecord(entry, QuestionMark);
+    EXPECT_EQ(MapRecordLength(entry), record.size());
+    return record;
 }
 
 }  // namespace

@@ -2,27 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "tests/text/SmallLetters.h"
 
 namespace {
 
-int CompareIgnoringCase(std::wstring_view left, std::wstring_view right)
-{
-    const auto lower = [](std::wstring_view text) {
-        std::wstring result(text);
-        std::ranges::transform(result, result.begin(), [](wchar_t character) {
-            return character >= L'A' && character <= L'Z' ? static_cast<wchar_t>(character - L'A' + L'a')
-                                                          : character;
-        });
-        return result;
-    };
-    return lower(left).compare(lower(right));
-}
-
 std::vector<NameToCheck> Find(const std::vector<UTtab_entry>& rows)
 {
-    const auto encode = [](wchar_t) { return '?'; };
-    return FindNamesToCheck(rows, encode, &CompareIgnoringCase);
+    const auto read = [&rows](std::size_t row, UTtab_entry& entry) { entry = rows.at(row); };
+    return FindNamesToCheck(rows.size(), read, &SmallLetters);
 }
 
 UTtab_entry Row(const std::wstring& renamed)
@@ -56,6 +47,16 @@ TEST(FindNamesToCheck, FindsRecordsTooLongForTheReader)
     tooLong.strRenamed.back() = L'x';  // differs from the other row's new name
     tooLong.strBomName += L'b';
     EXPECT_EQ(Find({longest, tooLong}), (Names{{1, kLong, -1}}));
+}
+
+// So many names that the hashes of some are equal.
+TEST(FindNamesToCheck, TellsManyNamesApart)
+{
+    constexpr std::size_t kRows = 300'000;
+    const auto read = [](std::size_t row, UTtab_entry& entry) {
+        entry = Row(std::to_wstring(row) + L".sldprt");
+    };
+    EXPECT_EQ(FindNamesToCheck(kRows, read, &SmallLetters), Names{});
 }
 
 TEST(FindNamesToCheck, ReturnsEachRowOnceFromTheTop)

@@ -7,25 +7,11 @@
 #include <vector>
 
 #include "framework/Language.h"
+#include "tests/text/SmallLetters.h"
 
 namespace {
 
 using Texts = std::vector<std::wstring>;
-
-std::wstring Upper(std::wstring_view name)
-{
-    std::wstring upper(name);
-    for (wchar_t& character : upper) {
-        const bool hasUpper = (character >= L'a' && character <= L'z') || character == L'ü';
-        character = hasUpper ? static_cast<wchar_t>(character - 0x20) : character;
-    }
-    return upper;
-}
-
-int Compare(std::wstring_view left, std::wstring_view right)
-{
-    return Upper(left).compare(Upper(right));
-}
 
 // The code page is Latin-1. All other characters become "?".
 const FindingRules kRules{[](wchar_t) { return '?'; },
@@ -35,7 +21,7 @@ const FindingRules kRules{[](wchar_t) { return '?'; },
                                   text += static_cast<wchar_t>(static_cast<unsigned char>(byte));
                               }
                           },
-                          Compare};
+                          &SmallLetters};
 
 RunRow RowOf(const UTtab_entry& entry, RowOutcome outcome = RowOutcome::copied)
 {

@@ -10,6 +10,7 @@
 
 #include "core/TableText.h"
 #include "core/TextTools.h"
+#include "tests/text/SmallLetters.h"
 
 void PrintTo(const TableImport& result, std::ostream* out)
 {
@@ -25,15 +26,6 @@ namespace {
 
 using Rows = std::vector<UTtab_entry>;
 using Changes = std::vector<RowNames>;
-
-std::wstring SmallLetters(std::wstring_view name)
-{
-    std::wstring folded(name);
-    for (wchar_t& character : folded) {
-        character = character >= L'A' && character <= L'Z' ? static_cast<wchar_t>(character + 32) : character;
-    }
-    return folded;
-}
 
 const Rows kRows{{L"a.sldprt", L"A.sldprt", L"1"},
                  {L"b.sldprt", L"B.sldprt", L"2"},

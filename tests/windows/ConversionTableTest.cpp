@@ -98,6 +98,22 @@ protected:
         return count;
     }
 
+    // Counts the calls of the fill observer, which must get the rows that the table has.
+    void CountFills(int& fills)
+    {
+        m_table.SetFillObserver([this, &fills](const CConversionTable::FilledRows& filled) {
+            Texts rows;
+            UTtab_entry entry;
+            for (std::size_t row = 0; row < filled.count; ++row) {
+                filled.read(row, entry);
+                rows.push_back(entry.strOriginal + L" > " + entry.strRenamed + L" > " + entry.strBomName +
+                               (filled.pending ? L"" : L" (converted)"));
+            }
+            EXPECT_EQ(rows, Rows());
+            ++fills;
+        });
+    }
+
     CUserSettingsScope m_settings;
     CLanguageScope m_language{1};
     CMessageRecorder m_messages;
@@ -172,6 +188,33 @@ TEST_F(ConversionTableTest, AnAddedFileGetsItsNamesAndIsPending)
     EXPECT_EQ(m_table.CountPendingRows(), 1);
     EXPECT_TRUE(m_messages.TakeTexts().empty());
     EXPECT_EQ(TakeChanges(), 0);
+}
+
+TEST_F(ConversionTableTest, ObservesFillsFromAMapFile)
+{
+    int fills = 0;
+    CountFills(fills);
+    Fill({{L"b", L"new b", L"BOM b"}, {L"a", std::wstring(L"new\0a", 5), L""}});
+    EXPECT_EQ(fills, 1);
+    Fill({{L"c", L"new c", L"BOM c"}});
+    EXPECT_EQ(fills, 2);
+}
+
+TEST_F(ConversionTableTest, ObservesFilesAddedToAnEmptyTableOnly)
+{
+    int fills = 0;
+    CountFills(fills);
+    Add({L"N_2_b.sldprt", L"N_1_a.sldprt"});
+    EXPECT_EQ(fills, 1);
+    Add({L"N_3_c.sldprt"});
+    EXPECT_EQ(fills, 1);
+    m_table.DeleteAllItems();
+    // The second file's name is taken, so the first is in the table already when the message opens.
+    m_settings.SetTemplate(1, L"%5%3.%6");
+    Add({L"N_1_a.sldprt", L"N_1_b.sldprt", L"N_2_c.sldprt"});
+    EXPECT_EQ(Column(1), (Texts{L"N_1.sldprt", L"N_2.sldprt"}));
+    EXPECT_EQ(m_messages.TakeTexts().size(), 1U);
+    EXPECT_EQ(fills, 1);
 }
 
 // Lists of files, added one after the other, and the rows of the table afterwards. No message appears.
