@@ -45,6 +45,11 @@ void DropPendingMessages(std::span<const MessageRange> ranges)
     }
 }
 
+bool MayHavePendingInput()
+{
+    return HIWORD(GetQueueStatus(QS_INPUT | QS_POSTMESSAGE | QS_HOTKEY)) != 0;
+}
+
 bool IsPress(UINT message)
 {
     switch (message) {
@@ -76,6 +81,9 @@ bool IsPress(UINT message)
 
 void NoticePresses()
 {
+    if (!MayHavePendingInput()) {
+        return;
+    }
     MSG message{};
     for (const MessageRange& range : kPressesAndReleases) {
         PeekMessageW(&message, nullptr, range.first, range.last, PM_NOREMOVE);

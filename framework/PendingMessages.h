@@ -33,6 +33,10 @@ std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
 // Takes them out of the queue without returning them. Does not throw.
 void DropPendingMessages(std::span<const MessageRange> ranges);
 
+// Whether the queue holds input or posted messages, which may be input that was posted again. One call of the
+// system, where looking for each kind of input takes one call for each.
+[[nodiscard]] bool MayHavePendingInput();
+
 // Whether the message is a key or a button that goes down, or a touch that begins.
 [[nodiscard]] bool IsPress(UINT message);
 

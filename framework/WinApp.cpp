@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdlib>
 #include <exception>
+#include <span>
 #include <utility>
 
 #include "framework/PendingMessages.h"
@@ -34,11 +35,34 @@ void DispatchUnlessQuit(MSG& message)
 
 constexpr MessageRange kKeys{WM_KEYDOWN, WM_KEYDOWN};
 
+constexpr MessageRange kButtons{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK};
+constexpr MessageRange kFrameButtons{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK};
+constexpr MessageRange kFrameCommands{WM_SYSCOMMAND, WM_SYSCOMMAND};
+constexpr MessageRange kAllKeys{WM_KEYFIRST, WM_KEYLAST};
+constexpr MessageRange kAnything{0, 0};
+
 bool IsEscapeNextKey()
 {
     MSG message{};
     return PeekMessageW(&message, nullptr, kKeys.first, kKeys.last, PM_NOREMOVE) != FALSE &&
            message.wParam == VK_ESCAPE;
+}
+
+// The order in which PumpPendingMessage looks for messages. Presses and clicks come before other key
+// messages. Otherwise the release of the key that started the long operation would use up the first call.
+// Unless Escape is the next key, buttons come before keys: otherwise a click would wait for all presses of a
+// repeating key.
+std::span<const MessageRange> PumpOrder()
+{
+    static constexpr std::array kKeysFirst{kKeys,          kButtons, kFrameButtons,
+                                           kFrameCommands, kAllKeys, kAnything};
+    static constexpr std::array kButtonsFirst{kButtons, kFrameButtons, kFrameCommands,
+                                              kKeys,    kAllKeys,      kAnything};
+    static constexpr std::array kNoInput{kAnything};
+    if (!MayHavePendingInput()) {
+        return kNoInput;
+    }
+    return IsEscapeNextKey() ? std::span<const MessageRange>(kKeysFirst) : kButtonsFirst;
 }
 
 // Ends the process by an exception that no handler can catch ("RaiseFailFastException function"). The stack
@@ -90,22 +114,11 @@ bool CWinApp::PumpMessage()
 
 void CWinApp::PumpPendingMessage()
 {
-    constexpr MessageRange kButtons{WM_LBUTTONDOWN, WM_XBUTTONDBLCLK};
-    constexpr MessageRange kFrameButtons{WM_NCLBUTTONDOWN, WM_NCXBUTTONDBLCLK};
-    // Presses and clicks come before other key messages. Otherwise the release of the key that started the
-    // long operation would use up the first call.
-    constexpr MessageRange kAllKeys{WM_KEYFIRST, WM_KEYLAST};
-    constexpr MessageRange kAnything{0, 0};
-    constexpr MessageRange kFrameCommands{WM_SYSCOMMAND, WM_SYSCOMMAND};
-    constexpr std::array kKeysFirst{kKeys, kButtons, kFrameButtons, kFrameCommands, kAllKeys, kAnything};
-    constexpr std::array kButtonsFirst{kButtons, kFrameButtons, kFrameCommands, kKeys, kAllKeys, kAnything};
     if (g_app != nullptr) {
         g_app->GetMessageFilter().ReturnHeldInput();
     }
     MSG message{};
-    // Unless Escape is the next key, buttons come before keys: otherwise a click would wait for all presses
-    // of a repeating key.
-    for (const MessageRange& range : IsEscapeNextKey() ? kKeysFirst : kButtonsFirst) {
+    for (const MessageRange& range : PumpOrder()) {
         if (PeekMessageW(&message, nullptr, range.first, range.last, PM_REMOVE) != FALSE) {
             DispatchUnlessQuit(message);
             return;
