@@ -142,15 +142,33 @@ std::wstring CComboBox::GetLBText(int index) const
 // (undocumented). So the bar is set one position too far and then back. The bar cannot be set beyond the end
 // of the range. There it is set to the end, one position back, which shows at once, and to the end again:
 // only that last position shows gradually.
-void CProgressCtrl::SetPos(int position) const
+void CProgressCtrl::SetPos(int position)
 {
+    m_onTheWay = true;
     if (const int before = GetPos(); before < position) {
         SendMessage(PBM_DELTAPOS, static_cast<WPARAM>(position + 1 - before));
         if (GetPos() == position) {
             SendMessage(PBM_DELTAPOS, static_cast<WPARAM>(-1));
         }
     }
+    m_onTheWay = false;
     SendMessage(PBM_SETPOS, static_cast<WPARAM>(position));
+}
+
+const MessageMap* CProgressCtrl::GetMessageMap() const
+{
+    static constexpr std::array kEntries{OnMessage<&CProgressCtrl::OnPaint>(WM_PAINT)};
+    static const MessageMap kMap{CWnd::GetMessageMap(), kEntries};
+    return &kMap;
+}
+
+// On the way, leaves the bar invalid: the control may update itself at each position, and the last one paints
+// what all of them have invalidated.
+void CProgressCtrl::OnPaint()
+{
+    if (!m_onTheWay) {
+        Default();
+    }
 }
 
 bool CImageList::Create(UINT bitmapId, int width, int growBy, COLORREF mask)

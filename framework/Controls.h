@@ -79,8 +79,16 @@ class CProgressCtrl : public CWnd
 public:
     void SetRange(int lower, int upper) const { SendMessage(PBM_SETRANGE, 0, MAKELPARAM(lower, upper)); }
     // Sets the position and shows it without the gradual movement of a themed bar.
-    void SetPos(int position) const;
+    void SetPos(int position);
     [[nodiscard]] int GetPos() const { return static_cast<int>(SendMessage(PBM_GETPOS)); }
+
+protected:
+    [[nodiscard]] const MessageMap* GetMessageMap() const override;
+
+private:
+    void OnPaint();
+
+    bool m_onTheWay = false;  // to its position, over others that must not be painted
 };
 
 // A list of images of one size.

@@ -17,7 +17,7 @@ CProgressFileCopy::CProgressFileCopy(CWnd* owner, int lower, int upper, int star
     : CDialog(IDD_PROGRESS, owner), m_nLower(lower), m_nUpper(upper), m_nStart(start)
 {
     Create();
-    for (const CProgressCtrl* bar : {&m_wndFileBar, &m_wndOverallBar}) {
+    for (CProgressCtrl* bar : {&m_wndFileBar, &m_wndOverallBar}) {
         bar->SetRange(m_nLower, m_nUpper);
         bar->SetPos(m_nStart);
         bar->ShowWindow(SW_SHOW);
@@ -48,8 +48,8 @@ void CProgressFileCopy::RefreshAtOnce()
 void CProgressFileCopy::EnableCancel(bool enable)
 {
     m_wndCancel.EnableWindow(enable);
-    if (enable && GetActiveWindow() == m_hWnd) {
-        FocusControl(m_wndCancel);
+    if (enable && GetActiveWindow() == m_hWnd && ::GetFocus() != m_wndCancel.m_hWnd) {
+        m_wndCancel.SetFocus();  // not FocusControl: no other button could have the default style
     }
 }
 

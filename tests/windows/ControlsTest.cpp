@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -179,7 +180,7 @@ TEST(Controls, AComboBoxHoldsEntries)
 
 TEST(Controls, AProgressBarMovesInItsRange)
 {
-    const CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
+    CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
     bar.m_control.SetRange(10, 200);
     PBRANGE range{};
     bar.m_control.SendMessage(PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
@@ -193,7 +194,7 @@ TEST(Controls, AProgressBarMovesInItsRange)
 // the range, only the last step is gradual. Wine's bar always moves at once.
 TEST(Controls, AProgressBarReachesAGreaterPositionFromAboveOrByItsLastStep)
 {
-    const CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
+    CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
     bar.m_control.SetRange(0, 100);
     std::vector<int> positions;
     const CSentMessageHook hook([&](const CWPSTRUCT& sent) {
@@ -214,6 +215,28 @@ TEST(Controls, AProgressBarReachesAGreaterPositionFromAboveOrByItsLastStep)
     EXPECT_EQ(sentFor(50), (Positions{50}));
     EXPECT_EQ(sentFor(100), (Positions{101, 99, 100}));
     EXPECT_EQ(sentFor(0), (Positions{0}));
+}
+
+TEST(Controls, AProgressBarPaintsOnlyThePositionThatItReaches)
+{
+    CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);
+    bar.m_control.SetRange(0, 100);
+    bar.m_control.ShowWindow(SW_SHOW);
+    ShowWindow(GetParent(bar.m_control.m_hWnd), SW_SHOW);
+    UpdateWindow(bar.m_control.m_hWnd);
+    std::vector<int> painted;
+    const CSentMessageHook hook([&](const CWPSTRUCT& sent) {
+        if (sent.message == WM_ERASEBKGND && sent.hwnd == bar.m_control.m_hWnd) {
+            painted.push_back(bar.m_control.GetPos());
+        }
+    });
+    bar.m_control.SetPos(50);
+    bar.m_control.SetPos(100);
+    UpdateWindow(bar.m_control.m_hWnd);
+    EXPECT_TRUE(std::ranges::all_of(painted, [](int position) { return position == 50 || position == 100; }))
+        << testing::PrintToString(painted);
+    EXPECT_FALSE(GetUpdateRect(bar.m_control.m_hWnd, nullptr, FALSE));
+    EXPECT_FALSE(painted.empty());
 }
 
 class ListCtrlTest : public testing::Test
