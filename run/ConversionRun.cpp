@@ -12,11 +12,16 @@
 #include "framework/LongOperation.h"
 #include "framework/MessageBox.h"
 #include "framework/MessageText.h"
+#include "framework/ScopeExit.h"
 #include "framework/WinApp.h"
 
 namespace {
 
 constexpr int kProgressFull = 100;
+
+// A run that only copies scrolls the list at most once in this many milliseconds: a page that is replaced
+// faster cannot be read, and painting it may take longer than copying its parts.
+constexpr ULONGLONG kScrollInterval = 100;
 
 // The standard number in BOM entries starts after a prefix of this length, whatever prefix the name has.
 // Kept: BOM names in use were made this way.
@@ -119,6 +124,14 @@ CConversionRun::~CConversionRun()
 
 void CConversionRun::Run()
 {
+    MessageObserver outer = SetMessageObserver({});
+    SetMessageObserver([this, &outer](bool open) {
+        ScrollToRowDone();  // the user sees the list while a message is open
+        if (outer) {
+            outer(open);
+        }
+    });
+    const CScopeExit ended([&outer] { SetMessageObserver(std::move(outer)); });
     m_total = m_table.CountPendingRows();
     m_mapPath = MapFilePath(m_options.standardPartsFolder);
     OpenProgress();
@@ -406,9 +419,30 @@ void CConversionRun::FinishRow(const Row& row)
 {
     m_view.ShowProgress(OverallPosition(m_done, m_total));
     m_table.MarkConverted(row.index);
-    m_table.ScrollIntoView(row.index);
+    FollowRow(row.index);
     m_cad.LeaveToUserIfShown();
     m_progress->PumpOneMessage();
+}
+
+// Scrolls to the row now or, in a run that only copies, when the last page has been shown long enough. In
+// other runs a call to SOLIDWORKS may follow, which can take long.
+void CConversionRun::FollowRow(int row)
+{
+    m_rowToScrollTo = row;
+    if (!m_options.copyOnly || GetTickCount64() - m_scrolledAt >= kScrollInterval) {
+        ScrollToRowDone();
+    }
+}
+
+void CConversionRun::ScrollToRowDone()
+{
+    if (const std::optional<int> row = std::exchange(m_rowToScrollTo, std::nullopt)) {
+        const int top = m_table.GetTopIndex();
+        m_table.ScrollIntoView(*row);
+        if (m_table.GetTopIndex() != top) {
+            m_scrolledAt = GetTickCount64();
+        }
+    }
 }
 
 // ---- The map file

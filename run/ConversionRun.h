@@ -72,6 +72,8 @@ private:
     std::optional<End> UpdateCopy(const Row& row);
     std::optional<End> UpdateBomEntries(const Row& row);
     void FinishRow(const Row& row);
+    void FollowRow(int row);
+    void ScrollToRowDone();
 
     [[nodiscard]] std::wstring WriteFailure() const;
     bool ReportWriteFailure(bool written);
@@ -101,4 +103,6 @@ private:
     bool m_badNameShown = false;
     int m_total = 0;  // rows to convert
     int m_done = 0;
+    std::optional<int> m_rowToScrollTo;  // done, but perhaps not in view yet
+    ULONGLONG m_scrolledAt = 0;
 };

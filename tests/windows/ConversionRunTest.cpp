@@ -406,6 +406,61 @@ TEST_F(ConversionRunTest, ScrollsTheRowDoneIntoView)
     EXPECT_EQ(ListView_GetTopIndex(m_table.m_hWnd) + ListView_GetCountPerPage(m_table.m_hWnd), 40);
 }
 
+// The pages of the list that a run has shown. Scrolling by a page moves the row that is on top.
+class CPageWatcher
+{
+public:
+    explicit CPageWatcher(const CConversionTable& table) : m_table(table) {}
+
+    int m_pages = 0;
+
+    void Look()
+    {
+        const int top = m_table.GetTopIndex();
+        m_pages += top != m_top ? 1 : 0;
+        m_top = top;
+    }
+
+private:
+    const CConversionTable& m_table;
+    int m_top = 0;
+};
+
+// A run with converted rows is fast: nothing is copied.
+TEST_F(ConversionRunTest, ACopyOnlyRunShowsAtMostTenPagesPerSecond)
+{
+    AddConvertedRows(400);
+    CPageWatcher pages(m_table);
+    m_screen.m_onFirstLine = [&](const std::wstring&) { pages.Look(); };
+    const ULONGLONG start = GetTickCount64();
+    Run(true);
+    // The clock ticks each 16 ms.
+    EXPECT_LE(static_cast<ULONGLONG>(pages.m_pages), 1 + (GetTickCount64() - start) / 84);
+}
+
+TEST_F(ConversionRunTest, TheRowDoneIsInViewWhileAMessageIsOpen)
+{
+    AddConvertedRows(40);
+    AddRows(1);
+    std::filesystem::remove(L"lib\\a1.sldprt");
+    std::vector<bool> inView;
+    m_onBox = [&] { inView.push_back(m_table.GetTopIndex() + m_table.GetCountPerPage() >= 40); };
+    Run(true);
+    EXPECT_EQ(inView, (std::vector<bool>{true, true})) << "at the failed copy and at the end";
+}
+
+TEST_F(ConversionRunTest, TheRowDoneIsInViewWhenTheCadSystemIsCalled)
+{
+    AddConvertedRows(40);
+    AddRows(1);
+    int visible = 0;
+    m_application.On(kOpenDocument,
+                     Before([&] { visible = m_table.GetTopIndex() + m_table.GetCountPerPage(); },
+                            AnswerObject(&m_document)));
+    Run(false);
+    EXPECT_GE(visible, 40);
+}
+
 // Cancelling
 
 TEST_F(ConversionRunTest, ACancelEndsTheRunAfterTheCurrentRow)

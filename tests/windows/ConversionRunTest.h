@@ -144,6 +144,13 @@ protected:
         }
     }
 
+    void AddConvertedRows(int count)
+    {
+        for (int row = 0; row < count; ++row) {
+            AddRow(L"a.sldprt", L"b.sldprt", L"", false);
+        }
+    }
+
     void Run(bool copyOnly, const std::wstring& folder = L"lib")
     {
         m_table.FillConverted(m_entries);
