@@ -78,6 +78,7 @@ void CFindBar::Close()
     m_list.SetFocus();
     ::ShowWindow(::GetDlgItem(GetParent(m_hWnd), IDC_FIND_LABEL), SW_HIDE);
     ShowWindow(SW_HIDE);
+    m_status.ShowNumbers();
 }
 
 void CFindBar::FindNext(bool forward)

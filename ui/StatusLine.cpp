@@ -42,7 +42,7 @@ void CStatusLine::ListFilled(const CConversionTable::FilledRows& rows)
     m_pending = rows.pending ? static_cast<int>(rows.count) : 0;
     m_namesChanged = false;
     m_marksChanged = false;
-    m_requestUpdate();
+    RequestUpdate();
 }
 
 void CStatusLine::OnNotify(const NMHDR& header)
@@ -50,7 +50,7 @@ void CStatusLine::OnNotify(const NMHDR& header)
     switch (header.code) {
         case LVN_ITEMCHANGED:
             m_marksChanged = m_marksChanged || MayChangeMark(reinterpret_cast<const NMLISTVIEW&>(header));
-            m_requestUpdate();
+            RequestUpdate();
             break;
         case LVN_INSERTITEM:
         case LVN_DELETEITEM:
@@ -66,10 +66,16 @@ void CStatusLine::RowsChanged()
 {
     m_namesChanged = true;
     m_marksChanged = true;
+    RequestUpdate();
+}
+
+void CStatusLine::RequestUpdate()
+{
+    m_listChanged = true;
     m_requestUpdate();
 }
 
-// Updates first: otherwise an update that was requested earlier would replace the text.
+// Updates first: an update that was requested earlier would replace the text.
 void CStatusLine::Say(const std::wstring& text)
 {
     Update();
@@ -77,9 +83,17 @@ void CStatusLine::Say(const std::wstring& text)
     Announce(GetDlgItem(m_dialog, IDC_STATUS_TEXT));
 }
 
-void CStatusLine::Show(const std::wstring& text) const
+void CStatusLine::ShowNumbers()
 {
-    SetDlgItemTextW(m_dialog, IDC_STATUS_TEXT, text.c_str());
+    RequestUpdate();
+}
+
+void CStatusLine::Show(const std::wstring& text)
+{
+    if (text != m_shown) {
+        m_shown = text;
+        SetDlgItemTextW(m_dialog, IDC_STATUS_TEXT, text.c_str());
+    }
 }
 
 void CStatusLine::Update()
@@ -93,12 +107,10 @@ void CStatusLine::Update()
     if (std::exchange(m_marksChanged, false)) {
         m_pending = m_table.CountPendingRows();
     }
-    const std::wstring numbers = FillPlaceholders(
-        kNumbers.Current(), {std::to_wstring(m_table.GetItemCount()), std::to_wstring(m_pending),
-                             std::to_wstring(m_table.GetSelectedCount())});
-    if (numbers != m_numbers) {
-        m_numbers = numbers;
-        Show(numbers);
+    if (std::exchange(m_listChanged, false)) {
+        Show(FillPlaceholders(kNumbers.Current(),
+                              {std::to_wstring(m_table.GetItemCount()), std::to_wstring(m_pending),
+                               std::to_wstring(m_table.GetSelectedCount())}));
     }
 }
 

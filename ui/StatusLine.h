@@ -39,9 +39,12 @@ public:
     // takes its time, and there are several for each row.
     void Update();
 
-    // Shows a text in place of the numbers until a number changes. Screen readers announce the text; the
-    // focus does not move.
+    // Shows a text in place of the numbers until the list changes next, or its selection or focus does.
+    // Screen readers announce the text; the focus does not move.
     void Say(const std::wstring& text);
+
+    // Shows the numbers again after Say.
+    void ShowNumbers();
 
     [[nodiscard]] bool HasNamesToCheck() const { return !m_toCheck.empty(); }
 
@@ -50,7 +53,8 @@ public:
     void GoToNextName();
 
 private:
-    void Show(const std::wstring& text) const;
+    void RequestUpdate();
+    void Show(const std::wstring& text);
     void FindNames(std::size_t rows, const RowReader& read);
     [[nodiscard]] std::wstring Problem(const NameToCheck& name) const;
 
@@ -58,8 +62,9 @@ private:
     std::function<void()> m_requestUpdate;
     HWND m_dialog = nullptr;
     std::vector<NameToCheck> m_toCheck;
-    std::wstring m_numbers;
+    std::wstring m_shown;
     int m_pending = 0;
+    bool m_listChanged = true;  // since the last update
     bool m_namesChanged = true;
     bool m_marksChanged = true;
 };
