@@ -50,7 +50,6 @@ CDlgTemplate::CDlgTemplate(int language, int column, std::wstring text, CWnd* pa
     : CDialog(IDD_TEMPLATE, parent)
     , m_language(LanguageOf(language))
     , m_strText(std::move(text))
-    , m_strBefore(m_strText)
     , m_nColumn(column)
 {
 }
@@ -95,8 +94,9 @@ void CDlgTemplate::OnOK()
         return;
     }
     if (m_nColumn == kColumnRenamed || m_nColumn == kColumnBomName) {
+        const std::optional<std::wstring> before = ReadTemplate(m_nColumn);
         if (WriteTemplate(m_nColumn, m_strText)) {  // a failure is not reported
-            AddToTemplateHistory(m_nColumn, m_strBefore);
+            AddToTemplateHistory(m_nColumn, before.value_or(m_strText));
             AddToTemplateHistory(m_nColumn, m_strText);
         }
     }

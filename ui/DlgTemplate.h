@@ -43,7 +43,6 @@ private:
     CComboBox m_wndHistory;
     Language m_language;
     std::wstring m_strText;
-    const std::wstring m_strBefore;
     int m_nColumn;
     std::wstring m_strSample;
 };

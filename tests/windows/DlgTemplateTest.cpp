@@ -575,8 +575,16 @@ TEST_P(DlgTemplateTest, OffersTheColumnsTemplatesThatWereStored)
 
 TEST_P(DlgTemplateTest, OffersTheTemplateThatTheFirstChangeReplaced)
 {
+    m_settings.SetTemplate(1, L"%3_%4");
     TypeAndPressOk(1, L"%3_%4", L"%4");
     Run(1, L"x", [this] { EXPECT_EQ(HistoryEntries(), (Texts{L"%4", L"%3_%4"})); });
+}
+
+// Without a stored template, the dialog begins with the text of a cell.
+TEST_P(DlgTemplateTest, OffersNoCellsTextAsATemplate)
+{
+    TypeAndPressOk(1, L"1_a.sldprt", L"%4");
+    Run(1, L"x", [this] { EXPECT_EQ(HistoryEntries(), Texts{L"%4"}); });
 }
 
 TEST_P(DlgTemplateTest, ChoosingATemplateFillsTheFieldOnly)
