@@ -138,7 +138,7 @@ std::wstring Diverses::LeadingDigits(std::wstring_view fileName, std::wstring_vi
 
 bool HasPartExtension(std::wstring_view fileName)
 {
-    constexpr std::array<std::wstring_view, 2> kExtensions{L".sldprt", L".sldasm"};
+    constexpr std::array<std::wstring_view, 3> kExtensions{L".sldprt", L".prt", L".sldasm"};
     const std::size_t dot = fileName.rfind(L'.');
     return dot != std::wstring_view::npos &&
            std::ranges::any_of(kExtensions, [extension = fileName.substr(dot)](std::wstring_view each) {

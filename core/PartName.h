@@ -33,5 +33,5 @@ public:
     [[nodiscard]] static std::wstring LeadingDigits(std::wstring_view fileName, std::wstring_view prefix);
 };
 
-// Whether the name, or the path, ends in .sldprt or .sldasm, in any letter case.
+// Whether the name, or the path, ends in .sldprt, .prt or .sldasm, in any letter case.
 [[nodiscard]] bool HasPartExtension(std::wstring_view fileName);

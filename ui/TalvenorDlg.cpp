@@ -79,9 +79,11 @@ constexpr Text kMapFileMissing{L"Map-Datei '%1' nicht vorhanden.", L"Map-File '%
 constexpr Text kRemoveAll{L"Wirklich alle Einträge löschen?",
                           L"Do you really want to remove all list entries?"};
 constexpr Text kDropRefused{
-    L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein einziger "
+    L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.prt, *.sldasm) aus einem einzigen Ordner oder ein "
+    L"einziger "
     L"Ordner ablegen.",
-    L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped here."};
+    L"Only standard-part files (*.sldprt, *.prt, *.sldasm) of one folder, or one folder, can be dropped "
+    L"here."};
 constexpr Text kFolderInUse{L"Ein anderes Talvenor auf diesem Rechner setzt gerade denselben Ordner um.",
                             L"Another Talvenor on this computer is converting the same folder."};
 constexpr Text kOverwrite{

@@ -193,11 +193,12 @@ TEST(LeadingDigits, SearchesTheWholeStemForAnEmptyPrefix)
 
 TEST(HasPartExtension, KnowsPartsAndAssembliesInAnyLetterCase)
 {
-    for (const wchar_t* const name : {L"a.sldprt", L"A.SLDPRT", L"a.b.SldAsm", L"C:\\parts\\a.sldprt"}) {
+    for (const wchar_t* const name :
+         {L"a.sldprt", L"A.SLDPRT", L"a.Prt", L"a.b.SldAsm", L"C:\\parts\\a.sldprt"}) {
         EXPECT_TRUE(HasPartExtension(name)) << testing::PrintToString(name);
     }
     for (const wchar_t* const name :
-         {L"", L"sldprt", L"a.slddrw", L"a.sldprt.", L"a.sldprt ", L"a.sldprt.txt"}) {
+         {L"", L"sldprt", L"a.slddrw", L"a.xprt", L"a.sldprt.", L"a.sldprt ", L"a.sldprt.txt"}) {
         EXPECT_FALSE(HasPartExtension(name)) << testing::PrintToString(name);
     }
 }
