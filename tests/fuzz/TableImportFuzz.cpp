@@ -1,5 +1,6 @@
 #include "core/TableImport.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -28,7 +29,9 @@ Rows ReadRows(CFuzzInput& input)
 
 bool HasControlCharacter(const std::wstring& text)
 {
-    return text.find_first_of(std::wstring_view(L"\0\t\r\n", 4)) != std::wstring::npos;
+    return std::ranges::any_of(text, [](wchar_t character) {
+        return character < L' ' || (character >= L'\x7F' && character <= L'\x9F');
+    });
 }
 
 void RequireRules(const UTtab_entry& before, const RowNames& after)

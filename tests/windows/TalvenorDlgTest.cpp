@@ -1747,10 +1747,11 @@ protected:
         m_dialog->SendMessage(WM_COMMAND, MAKEWPARAM(IDC_SOURCE_DIR, EN_KILLFOCUS),
                               reinterpret_cast<LPARAM>(Item(IDC_SOURCE_DIR)));
         for (const int id : {IDC_BROWSE, IDC_ADD, IDC_DELETE, IDC_REMOVE_ALL, IDC_SELECT_NONE, IDC_SHOW_MAP,
-                             IDC_MARK, IDC_START, IDCANCEL}) {
+                             IDC_MARK, IDC_START, IDC_MORE, IDC_REPORT, IDC_CHECK_NAMES, IDCANCEL}) {
             Command(id);
         }
-        for (const int id : {IDM_UNDO, IDM_REDO, IDM_COPY, IDM_PASTE, IDM_IMPORT, IDM_EXPORT}) {
+        for (const int id : {IDM_UNDO, IDM_REDO, IDM_COPY, IDM_PASTE, IDM_FIND, IDM_FIND_NEXT, IDM_IMPORT,
+                             IDM_EXPORT, IDM_SELECT_ATTENTION}) {
             Command(id);
         }
         List().PostMessage(WM_KEYDOWN, VK_DELETE, 1);
@@ -2362,6 +2363,8 @@ TEST_P(StatusLineTest, OffersNamesToCheckWhileThereAreSome)
         Press(IDC_CHECK_NAMES);
         EXPECT_EQ(OnlySelectedRow(), 0);
         ExpectStatus(sameAsThird);
+        List().SelectOnly(1);
+        ExpectStatus(Numbers(3, 0, 1));
         Press(IDC_CHECK_NAMES);
         EXPECT_EQ(OnlySelectedRow(), 2);
         Press(IDC_CHECK_NAMES);
@@ -2490,6 +2493,20 @@ TEST_P(FindBarTest, SaysWhatIsNotFoundWithoutABox)
         Press(IDC_REMOVE_ALL);
         PressKeyIn(IDC_FIND, VK_RETURN);
         EXPECT_EQ(TakeBoxes(), Texts{RemoveAllQuestion()});
+    });
+}
+
+TEST_P(FindBarTest, ShowsTheNumbersAgainOnceTheTextIsFound)
+{
+    Run([&] {
+        OpenByKey();
+        Find(L"ISO_1");
+        Find(L"ISO_1x");
+        Find(L"ISO_1");
+        ExpectStatus(Numbers(3, 3, 1));
+        Find(L"ISO_1x");
+        PressKeyIn(IDC_FIND, VK_ESCAPE);
+        ExpectStatus(Numbers(3, 3, 1));
     });
 }
 
@@ -2628,9 +2645,11 @@ protected:
     static std::wstring Refused()
     {
         constexpr Text kRefused{
-            L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.sldasm) aus einem einzigen Ordner oder ein "
+            L"Hier lassen sich nur Normteil-Dateien (*.sldprt, *.prt, *.sldasm) aus einem einzigen Ordner "
+            L"oder ein "
             L"einziger Ordner ablegen.",
-            L"Only standard-part files (*.sldprt, *.sldasm) of one folder, or one folder, can be dropped "
+            L"Only standard-part files (*.sldprt, *.prt, *.sldasm) of one folder, or one folder, can be "
+            L"dropped "
             L"here."};
         return kRefused.Current();
     }
@@ -2648,10 +2667,11 @@ TEST_P(DropTest, FilesOfTheSameFolderAreAddedAsAChange)
     AddThreeParts();
     WriteMapFile("N_ISO_1_a.sldprt ; 1.sldprt ; one\r\n");
     Run([&] {
-        Drop({m_parts + L"\\N_ISO_3_c.sldprt", m_parts + L"\\N_ISO_2_b.SLDPRT"});
+        Drop(
+            {m_parts + L"\\N_ISO_3_c.sldprt", m_parts + L"\\N_ISO_2_b.SLDPRT", m_parts + L"\\N_ISO_4_d.prt"});
         EXPECT_EQ(Rows(),
                   (Texts{L"N_ISO_1_a.sldprt > 1.sldprt > one", L"N_ISO_2_b.SLDPRT > 2_b.SLDPRT > b-2 *",
-                         L"N_ISO_3_c.sldprt > 3_c.sldprt > c-3 *"}));
+                         L"N_ISO_3_c.sldprt > 3_c.sldprt > c-3 *", L"N_ISO_4_d.prt > 4_d.prt > d-4 *"}));
         EXPECT_EQ(TextOf(IDC_STATUS_FRAME), MapView() + Changed());
         EXPECT_EQ(TakeBoxes(), Texts{});
     });
