@@ -9,6 +9,7 @@ option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the 
 # Each of the two included files defines
 #   TALVENOR_WIDE_ENTRY        link options of a program that begins in wmain or wWinMain
 #   TALVENOR_SMALL_CODE        compile options for small rather than fast code
+#   TALVENOR_MANY_SECTIONS     compile options for sources with very many functions, without optimization
 #   TALVENOR_RESOURCE_LIBRARY  link options of a library with only resources: no start-up code, no entry point, no imports
 #   TALVENOR_FUZZER            link options of a fuzz target; clang only
 #   talvenor_compiler(TARGET)  options of every target
