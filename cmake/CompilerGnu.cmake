@@ -8,6 +8,7 @@ set(TALVENOR_FILE_HEADER -Wl,--dynamicbase,--nxcompat,--high-entropy-va,--no-ins
   -Wl,--major-os-version,10,--minor-os-version,0,--major-subsystem-version,10,--minor-subsystem-version,0)
 
 set(TALVENOR_WIDE_ENTRY -municode)
+set(TALVENOR_MANY_SECTIONS $<$<CONFIG:Debug>:-Wa,-mbig-obj>)
 set(TALVENOR_SMALL_CODE $<$<CONFIG:Release>:-Os>)
 set(TALVENOR_FUZZER -fsanitize=fuzzer)
 set(TALVENOR_RESOURCE_LIBRARY -nostdlib -Wl,--entry=0 ${TALVENOR_FILE_HEADER})

@@ -2,11 +2,14 @@
 
 option(TALVENOR_WARNINGS_ARE_ERRORS "End the build at a compiler warning" ON)
 option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
+option(TALVENOR_PRECOMPILE "Precompile the headers that most sources for Windows read (GCC only)" OFF)
+option(TALVENOR_COVERAGE "Count the executed lines of the program's own code (GCC only)" OFF)
 option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the build machine only)" OFF)
 
 # Each of the two included files defines
 #   TALVENOR_WIDE_ENTRY        link options of a program that begins in wmain or wWinMain
 #   TALVENOR_SMALL_CODE        compile options for small rather than fast code
+#   TALVENOR_MANY_SECTIONS     compile options for sources with very many functions, without optimization
 #   TALVENOR_RESOURCE_LIBRARY  link options of a library with only resources: no start-up code, no entry point, no imports
 #   TALVENOR_FUZZER            link options of a fuzz target; clang only
 #   talvenor_compiler(TARGET)  options of every target
@@ -26,6 +29,31 @@ function(talvenor_flags target)
   talvenor_compiler(${target})
 endfunction()
 
+# talvenor_counted(TARGET): counts how often each line of the target is executed, if this build measures the coverage.
+function(talvenor_counted target)
+  if(TALVENOR_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    target_link_options(${target} PUBLIC --coverage)
+  endif()
+endfunction()
+
+# talvenor_precompiled(TARGET OWNER [HEADER]): compiles TARGET with a precompiled header, which OWNER (maybe TARGET itself)
+# makes of HEADER. GCC forgets the pragmas in a precompiled header by which its library turns off warnings about its own
+# code, so these warnings are off for the target. The release and the text rules on the build machine are compiled without
+# precompiled headers, and tools/lint leaves them out: these find a missing include and see every warning. A compiler cache
+# (CMAKE_CXX_COMPILER_LAUNCHER) may refuse to store what was compiled with a precompiled header, and gains more.
+function(talvenor_precompiled target owner)
+  if(NOT TALVENOR_PRECOMPILE OR NOT CMAKE_CXX_COMPILER_ID STREQUAL GNU OR CMAKE_CXX_COMPILER_LAUNCHER)
+    return()
+  endif()
+  target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
+  if(target STREQUAL owner)
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  else()
+    target_precompile_headers(${target} REUSE_FROM ${owner})
+  endif()
+endfunction()
+
 # talvenor_layer(NAME [BELOW ...]): builds the folder NAME as the static library talvenor_NAME, which may use the
 # libraries talvenor_BELOW. Leaves out sources that are part of talvenor_text or of the program itself.
 function(talvenor_layer name)
@@ -34,7 +62,9 @@ function(talvenor_layer name)
   list(REMOVE_ITEM sources ${text_sources} ui/Main.cpp ui/TalvenorApp.cpp)
   add_library(talvenor_${name} STATIC ${sources})
   talvenor_flags(talvenor_${name})
+  talvenor_counted(talvenor_${name})
   target_link_libraries(talvenor_${name} PUBLIC talvenor_text)
+  talvenor_precompiled(talvenor_${name} talvenor_framework "${PROJECT_SOURCE_DIR}/cmake/Precompiled.h")
   foreach(below IN LISTS ARGN)
     target_link_libraries(talvenor_${name} PUBLIC talvenor_${below})
   endforeach()
@@ -65,6 +95,10 @@ endfunction()
 function(talvenor_program name language)
   add_executable(${name} WIN32 "${PROJECT_SOURCE_DIR}/ui/Main.cpp" "${PROJECT_SOURCE_DIR}/ui/TalvenorApp.cpp")
   talvenor_flags(${name})
+  talvenor_counted(${name})
+  if(TALVENOR_COVERAGE)
+    target_link_libraries(${name} PRIVATE write_counts)
+  endif()
   target_compile_definitions(${name} PRIVATE TALVENOR_START_LANGUAGE=$<IF:$<STREQUAL:${language},english>,0,1>)
   target_link_libraries(${name} PRIVATE talvenor_ui)
   talvenor_exe_resources(${name})

@@ -44,7 +44,7 @@ protected:
                   ReadBytes(m_library.Copy(L"Schraube M4.sldprt")));
         EXPECT_EQ(ReadBytes(m_library.Part(L"N_ISO_4017_M8.sldprt")),
                   ReadBytes(m_library.Copy(L"N_ISO_4017_M8.changed.sldprt")));
-        EXPECT_FALSE(PathExists(m_library.Copy(L"N_ISO_4017_M6.changed.sldprt")));
+        EXPECT_FALSE(FileExists(m_library.Copy(L"N_ISO_4017_M6.changed.sldprt")));
         EXPECT_EQ(m_library.MapHeader() +
                       "N_ISO_4017_M4.sldprt ; Schraube M4.sldprt ; \r\n"
                       "N_ISO_4017_M8.sldprt ; N_ISO_4017_M8.changed.sldprt ; \r\n",
@@ -138,7 +138,7 @@ TEST_F(KeyboardInBothLanguages, SelectsAndRemovesRows)
     PressDefaultButton(program, expected::kRemoveAll.Current());
     WaitForRows(program, {});
     for (const RowOnScreen& row : RowsOfThreeParts()) {
-        EXPECT_TRUE(PathExists(m_library.Part(row.original))) << "only rows are removed, no files";
+        EXPECT_TRUE(FileExists(m_library.Part(row.original))) << "only rows are removed, no files";
     }
 }
 

@@ -86,10 +86,10 @@ TEST_F(InjectingTest, RunsNothingFromItsOwnAndTheWorkingFolder)
     const CProgramUnderTest program;
     ASSERT_NE(program.MainWindow(), nullptr);
     EXPECT_FALSE(LoadsInProcess(program.ProcessId(), kPlanted));
-    EXPECT_FALSE(PathExists(m_trace));
+    EXPECT_FALSE(FileExists(m_trace));
     // The full path loads the library. So only the search order kept the library out before.
     EXPECT_TRUE(LoadsInProcess(program.ProcessId(), OwnFolder() + L"\\" + kPlanted));
-    EXPECT_TRUE(PathExists(m_trace));
+    EXPECT_TRUE(FileExists(m_trace));
 }
 
 TEST_F(InjectingTest, RunsNothingFromTheFoldersOfPath)
@@ -100,12 +100,12 @@ TEST_F(InjectingTest, RunsNothingFromTheFoldersOfPath)
     const CProgramUnderTest program;
     ASSERT_NE(program.MainWindow(), nullptr);
     EXPECT_FALSE(LoadsInProcess(program.ProcessId(), name));
-    EXPECT_FALSE(PathExists(m_trace));
+    EXPECT_FALSE(FileExists(m_trace));
     // The test process has the default search order and loads the library by its name. So only the program's
     // search order kept the library out.
     const UniqueModule loaded(LoadLibraryW(name.c_str()));
     EXPECT_NE(loaded, nullptr);
-    EXPECT_TRUE(PathExists(m_trace));
+    EXPECT_TRUE(FileExists(m_trace));
 }
 
 TEST_F(InjectingTest, FindsTheSystemsLibraries)
@@ -122,10 +122,10 @@ TEST_F(LibrarySearchTest, RunsNothingInItsResourceLibrary)
     }
     const CProgramUnderTest program(m_temp.Path());
     EXPECT_EQ(0U, program.WaitForEnd()) << "the library holds no dialog, so the program ends";
-    EXPECT_FALSE(PathExists(m_trace));
+    EXPECT_FALSE(FileExists(m_trace));
     // Loaded as a library, the file runs its code. The program ran no code because it loads the file as data.
     const UniqueModule loaded(LoadLibraryW((m_temp / L"talvresgerx64.dll").c_str()));
-    EXPECT_TRUE(PathExists(m_trace));
+    EXPECT_TRUE(FileExists(m_trace));
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ TEST_F(MainDialogInBothLanguages, StartsNoRunWhileTheFieldShowsAMissingFolder)
     program.Click(IDC_SHOW_MAP);
     ExpectMessage(program, expected::MapMissing(m_library.MapPath()));
     program.WaitForRest();
-    EXPECT_FALSE(PathExists(m_library.MappedPath()));
+    EXPECT_FALSE(FileExists(m_library.MappedPath()));
 }
 
 TEST_F(MainDialogTest, ClosesWithoutAMessageAboutAMissingFolder)
@@ -64,7 +64,7 @@ TEST_F(MainDialogTest, KeepsEnterAndEscapeInTheFolderEdit)
     TypeText(L"x");
     program.WaitForText(IDC_SOURCE_DIR, m_library.Path() + L"x");
     EXPECT_TRUE(program.IsAtRest());
-    EXPECT_FALSE(PathExists(m_library.MappedPath()));
+    EXPECT_FALSE(FileExists(m_library.MappedPath()));
 }
 
 class HelpInBothLanguages : public MainDialogInBothLanguages
@@ -91,7 +91,7 @@ protected:
 
     static std::wstring Manuals() { return OwnFolder() + L"\\Manuals"; }
 
-    const bool m_hadManuals = PathExists(Manuals());
+    const bool m_hadManuals = FileExists(Manuals());
 
     static std::filesystem::path DocumentBelow(const std::filesystem::path& folder)
     {

@@ -145,7 +145,7 @@ TEST_F(CancelInBothLanguages, EndsAfterTheCurrentPart)
     WaitForEndOfRun(program);
     EXPECT_EQ(MapUpTo(2), m_library.MapFileBytes());
     ExpectSecondPartWhole();
-    EXPECT_FALSE(PathExists(m_library.Copy(L"3.sldprt")));
+    EXPECT_FALSE(FileExists(m_library.Copy(L"3.sldprt")));
     EXPECT_EQ((Rows{RowOf(1, Mark::converted), RowOf(2, Mark::converted)}), program.List().Rows());
     EXPECT_EQ(expected::kMapView.Current(), program.ControlText(IDC_STATUS_FRAME));
     EXPECT_EQ((Lines{"- start version=30", "- end reason=asked open="}), m_server.Life());

@@ -52,7 +52,7 @@ TEST_F(StartInBothLanguages, AsksForFilesAndShowsTheirFolderWhenTheRegistryHasNo
     EXPECT_EQ(m_library.Path(), program.ControlText(IDC_SOURCE_DIR));
     EXPECT_EQ(m_library.MappedPath(), program.ControlText(IDC_MAPPED_DIR));
     EXPECT_EQ(expected::kFolderView.Current(), program.ControlText(IDC_STATUS_FRAME));
-    EXPECT_TRUE(PathExists(m_library.MappedPath()));
+    EXPECT_TRUE(FileExists(m_library.MappedPath()));
 }
 
 TEST_F(StartInBothLanguages, NeedsItsResourceLibraryInTheWorkingFolder)

@@ -132,7 +132,7 @@ protected:
 
     [[nodiscard]] std::vector<std::wstring> RawLogLines() const
     {
-        return PathExists(m_log) ? ReadLines(m_log) : std::vector<std::wstring>();
+        return FileExists(m_log) ? ReadLines(m_log) : std::vector<std::wstring>();
     }
 
 private:

@@ -210,7 +210,7 @@ std::string CKillBench::RunUndisturbed(MappedBefore before, const std::function<
 // The table already has all rows. Marks those that the run must convert.
 void CKillBench::Prepare(MappedBefore before)
 {
-    if (before == MappedBefore::anEarlierRun && !PathExists(m_library.MapPath())) {
+    if (before == MappedBefore::anEarlierRun && !FileExists(m_library.MapPath())) {
         m_differences += RunUndisturbed(MappedBefore::nothing);
     }
     if (before == MappedBefore::nothing) {
@@ -245,7 +245,7 @@ void CKillBench::MarkRows(const std::vector<int>& rows)
 
 void CKillBench::StartRun()
 {
-    const bool mapExists = PathExists(m_library.MapPath());
+    const bool mapExists = FileExists(m_library.MapPath());
     m_program->Press(IDC_START);
     if (mapExists) {
         CMessageBoxOnScreen::WaitForText(m_program->ProcessId(), m_library.OverwriteQuestion()).Press(IDYES);
@@ -355,7 +355,7 @@ void CKillBench::CompareDisk(MappedBefore before, std::optional<std::size_t> rec
 {
     CompareFolders();
     CompareOriginals();
-    m_mapExists = PathExists(m_library.MapPath());
+    m_mapExists = FileExists(m_library.MapPath());
     const std::string map = m_mapExists ? m_library.MapFileBytes() : "";
     m_records = 0;
     while (m_records < Parts().size() && map.size() > MapFileWith(m_records).size()) {
@@ -427,7 +427,7 @@ std::string CKillBench::MapFileWith(std::size_t records) const
 CKillBench::FileState CKillBench::StateOf(std::size_t row) const
 {
     const std::wstring path = m_library.Copy(RenamedOf(row));
-    if (!PathExists(path)) {
+    if (!FileExists(path)) {
         return {};
     }
     FileState state{Contents::other, IsReadOnly(path)};

@@ -135,7 +135,7 @@ void OperationFaultTest::Prepare(bool copiesBefore)
         m_bench.Reset();
         return;
     }
-    if (!PathExists(m_bench.Copy(0))) {
+    if (!FileExists(m_bench.Copy(0))) {
         EXPECT_EQ("", m_bench.Run({}));
     }
     m_bench.MarkAll();
@@ -273,7 +273,7 @@ void OperationFaultTest::ExpectPartialCopy(const PartialCopy& partial)
     const std::wstring copy = m_bench.Copy(partial.row);
     m_bench.Rows()[partial.row].copyFailure =
         WithErrorText(CopyingFailure(m_bench, partial.row), ErrorText(partial.error, partial.failing));
-    const bool existedBefore = PathExists(copy);
+    const bool existedBefore = FileExists(copy);
     const std::string before = existedBefore ? ReadBytes(copy) : "";
     m_undo.emplace_back([=] {
         EXPECT_EQ(partial.length, RemovePartialCopy(part, copy, partial.readOnly));

@@ -117,7 +117,7 @@ private:
         if (failed != fails || operations != 2 || recorder.TakeTexts() != expectedTexts) {
             differences += "  a missing or unexpected message\n";
         }
-        if (CFileMisc::CreateFolder(folder) != 0 || !PathExists(folder)) {
+        if (CFileMisc::CreateFolder(folder) != 0 || !FileExists(folder)) {
             differences += "  not created the next time\n";
         }
         Count(1, differences);

@@ -36,7 +36,7 @@ public:
     DWORD ErrorFor(const FileOperation& operation) override
     {
         if (operation.path == m_path && !std::exchange(m_reading, true)) {
-            m_steps.push_back({operation.call, PathExists(m_path) ? ReadBytes(m_path) : ""});
+            m_steps.push_back({operation.call, FileExists(m_path) ? ReadBytes(m_path) : ""});
             m_reading = false;
         }
         return ERROR_SUCCESS;

@@ -37,6 +37,15 @@ COMPLETE_RUN = {
 }
 GREEN = "4 passed, 0 failed, 0 skipped"
 
+# What differs when the program win/unit is not repeated: CTest does not know it, and its report is a stored one.
+REMEMBERED_UNIT = "win/unit\tMonday\tbuild/remembered/win-unit.xml\n"
+REMEMBERED = {
+    "build/results/remembered.tsv": REMEMBERED_UNIT,
+    "build/results/win.xml": '<testsuite><testcase name="other" status="run"/></testsuite>',
+    "build/remembered/win-unit.xml": report(PASSED),
+    "build/win/reports/unit.xml": None,
+}
+
 # Title, files that differ from a complete run (None: missing), the expected last line
 CASES = [
     ("a complete run", {}, GREEN),
@@ -72,6 +81,25 @@ CASES = [
     ("a repeated attempt inside a case", {"build/win/reports/unit.xml": report(RETRIED)}, GREEN),
     ("a repeated attempt outside the cases",
      {"build/win/reports/unit.xml": report(PASSED).replace("<testsuites", '<testsuites retry1="a start"')}, GREEN),
+    ("a remembered program", {**REMEMBERED}, f"{GREEN}; 2 of these are remembered from earlier runs"),
+    ("a remembered program with a skip", {**REMEMBERED, "build/remembered/win-unit.xml": report(SKIPPED)},
+     "3 passed, 0 failed, 1 skipped; 2 of these are remembered from earlier runs"),
+    ("a repeated attempt in the report of a remembered program", {**REMEMBERED, "build/remembered/win-unit.xml": report(RETRIED)},
+     f"{GREEN}; 2 of these are remembered from earlier runs"),
+    ("a remembered program whose skip is no longer allowed",
+     {**REMEMBERED, "build/remembered/win-unit.xml": report(SKIPPED_WITH_OTHER_REASON)}, "3 passed, 1 failed, 0 skipped"),
+    ("a remembered program with a failure", {**REMEMBERED, "build/remembered/win-unit.xml": report(FAILED)},
+     "4 passed, 1 failed, 0 skipped"),
+    ("a remembered program without its report", {**REMEMBERED, "build/remembered/win-unit.xml": None},
+     "2 passed, 1 failed, 0 skipped"),
+    ("a remembered program with too few cases", {**REMEMBERED, "tests/expected-results.txt": "checks/format\nwin/unit 3\nwin/other\n"},
+     "4 passed, 1 failed, 0 skipped"),
+    ("everything remembered", {**REMEMBERED, "build/results/remembered.tsv": f"{REMEMBERED_UNIT}win/other\tMonday\t\n",
+                               "build/results/win.xml": None, "build/results/ctest.tsv": None},
+     f"{GREEN}; 3 of these are remembered from earlier runs"),
+    ("a failure beside a remembered program", {**REMEMBERED, "build/results/ctest.tsv": "win\t8\n",
+                                               "build/results/win.xml": '<testsuite><testcase name="other" status="fail"/></testsuite>'},
+     "3 passed, 1 failed, 0 skipped; 2 of these are remembered from earlier runs"),
 ]
 
 

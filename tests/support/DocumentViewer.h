@@ -39,7 +39,7 @@ public:
     // The documents opened so far.
     [[nodiscard]] std::vector<std::wstring> Opened() const
     {
-        return PathExists(m_noteFile) ? ReadLines(m_noteFile) : std::vector<std::wstring>();
+        return FileExists(m_noteFile) ? ReadLines(m_noteFile) : std::vector<std::wstring>();
     }
 
 private:

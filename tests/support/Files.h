@@ -97,7 +97,7 @@ inline std::vector<std::wstring> NamesIn(const std::wstring& folder)
 }
 
 // Whether a file or folder is at the path.
-inline bool PathExists(const std::wstring& path)
+inline bool FileExists(const std::wstring& path)
 {
     return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }

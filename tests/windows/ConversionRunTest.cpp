@@ -905,12 +905,12 @@ protected:
 
     void ExpectNothingCopied() const
     {
-        EXPECT_FALSE(PathExists(L"lib\\Mapped\\b1.sldprt"));
+        EXPECT_FALSE(FileExists(L"lib\\Mapped\\b1.sldprt"));
         EXPECT_EQ(Marks(), "PP");
     }
     void ExpectNothingWritten() const
     {
-        EXPECT_FALSE(PathExists(kMapFile));
+        EXPECT_FALSE(FileExists(kMapFile));
         ExpectNothingCopied();
     }
 
@@ -1024,7 +1024,7 @@ TEST_F(EndOfRunTest, WhenTheSessionEndsWhileACopyFails)
     CWinApp::Get()->SetSessionEnding(false);
     EXPECT_EQ(Boxes(), Texts{});
     EXPECT_EQ(Marks(), "PP");
-    EXPECT_FALSE(PathExists(L"lib\\Mapped\\b2.sldprt"));
+    EXPECT_FALSE(FileExists(L"lib\\Mapped\\b2.sldprt"));
 }
 
 TEST_F(EndOfRunTest, WhenTheSessionEndsWhileTheCadSystemIsLoaded)

@@ -230,7 +230,7 @@ TEST_F(FileMiscTest, CreateFolderReportsAMissingParent)
         EXPECT_EQ(CFileMisc::CreateFolder(path), 1);
         EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::NoFolder(path)});
     });
-    EXPECT_FALSE(PathExists(m_folder / L"no"));
+    EXPECT_FALSE(FileExists(m_folder / L"no"));
 }
 
 TEST_F(FileMiscTest, CreateFolderReportsAFileInItsPlace)
@@ -304,7 +304,7 @@ TEST_F(CopyPartFileTest, AMissingSourceIsReportedAndMakesNoTarget)
 {
     m_source = m_folder / L"100%2.sldprt";  // its %2 is no placeholder
     ExpectSourceNotOpened(expected::FileMissing);
-    EXPECT_FALSE(PathExists(m_target));
+    EXPECT_FALSE(FileExists(m_target));
 }
 
 TEST_F(CopyPartFileTest, ALockedSourceIsReportedAndLeavesTheTargetAlone)

@@ -172,8 +172,8 @@ TEST_F(FileTest, ShareDenyNoneLetsOthersRenameAndDelete)
     std::array<char, 3> bytes{};
     EXPECT_EQ(file.Read(bytes.data(), 3), 2U) << "the open handle still reads the deleted file";
     file.Close();
-    EXPECT_FALSE(PathExists(m_path));
-    EXPECT_FALSE(PathExists(renamed));
+    EXPECT_FALSE(FileExists(m_path));
+    EXPECT_FALSE(FileExists(renamed));
 }
 
 TEST_F(FileTest, OpensAFileThatAnotherIsAboutToDelete)

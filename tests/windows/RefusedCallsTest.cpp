@@ -134,7 +134,7 @@ protected:
     // The records in the map file, which must be a part of kRecords; none without a map file.
     [[nodiscard]] Lines Records() const
     {
-        if (!PathExists(m_mapFile)) {
+        if (!FileExists(m_mapFile)) {
             return {};
         }
         const Lines header{"; Datei: " + ByCode(m_mapFile),
@@ -175,7 +175,7 @@ protected:
         EXPECT_EQ(m_application.References(), 0) << "the CAD system is released";
         EXPECT_EQ(m_document.References(), 0);
         EXPECT_EQ(m_configuration.References(), 0);
-        EXPECT_TRUE(!PathExists(m_mapFile) || OpenAsOther(m_mapFile, GENERIC_READ | GENERIC_WRITE, 0));
+        EXPECT_TRUE(!FileExists(m_mapFile) || OpenAsOther(m_mapFile, GENERIC_READ | GENERIC_WRITE, 0));
         Press(IDC_SELECT_ALL);
         EXPECT_EQ(SelectedCount(), 3);
         Press(IDC_SELECT_NONE);

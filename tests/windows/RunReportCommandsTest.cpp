@@ -177,7 +177,7 @@ TEST_P(RunReportCommandsTest, NamesAReportThatTheSystemCannotShow)
     m_commands.ShowReport(m_window.m_hWnd);
     const std::wstring path = InTemporaryFolder(ReportName() + L".html");
     EXPECT_EQ(m_messages.TakeTexts(), Texts{expected::ReportNotShown(path)});
-    EXPECT_TRUE(PathExists(path));
+    EXPECT_TRUE(FileExists(path));
 }
 
 TEST_P(RunReportCommandsTest, SelectsTheFailedRowsAndNoOthers)

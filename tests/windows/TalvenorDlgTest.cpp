@@ -735,7 +735,7 @@ TEST_P(TalvenorDlgTest, AShareThatDoesNotExistIsReported)
 TEST_P(TalvenorDlgTest, ARootThatOnlyTheVolumeQueryKnowsIsAcceptedAndNothingIsLoaded)
 {
     const std::wstring root = L"\\\\?\\C:";
-    if (PathExists(root) || GetVolumeInformationW((root + L"\\").c_str(), nullptr, 0, nullptr, nullptr,
+    if (FileExists(root) || GetVolumeInformationW((root + L"\\").c_str(), nullptr, 0, nullptr, nullptr,
                                                   nullptr, nullptr, 0) == FALSE) {
         GTEST_SKIP() << "skipped: this machine has no root that only the volume query knows";
     }
