@@ -71,6 +71,8 @@ constexpr Text kMapLineUnreadable{L"Die Map-Datei kann diese Zeile nicht wiederg
                                   L"The map file cannot reproduce this row."};
 constexpr Text kMapLineChanged{L"In der Map-Datei steht diese Zeile verändert: %1 ; %2 ; %3",
                                L"The map file holds this row changed: %1 ; %2 ; %3"};
+constexpr Text kNotInMapFile{L"Die Zeile fehlt in der Map-Datei. Erneutes Umsetzen nimmt sie wieder auf.",
+                             L"The row is missing from the map file. Converting again records it."};
 constexpr Text kOneNameForAll{L"Die Benennung enthält %2 nicht: Alle %1 Konfigurationen haben dieselbe.",
                               L"The BOM name does not contain %2: all %1 configurations have the same."};
 
@@ -181,7 +183,7 @@ void AddCad(CFindings errors, const RunRow& row, const CadRecord& cad)
 
 void AddOutcome(CFindings errors, const RunRow& row)
 {
-    errors.AddIf(row.outcome == RowOutcome::notReached, kRowNotReached);
+    errors.AddIf(row.outcome == RowOutcome::notReached && row.pending, kRowNotReached);
     if (row.outcome == RowOutcome::notCopied || row.outcome == RowOutcome::notRecorded) {
         errors.AddMessage(OnOneLine(row.reason));
     }
@@ -196,6 +198,12 @@ void AddOutcome(CFindings errors, const RunRow& row)
 bool IsRecorded(const RunRow& row)
 {
     return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
+}
+
+// A converted row whose record of an earlier run went with the old map file.
+bool IsDropped(const RunRow& row, const RunRecord& run)
+{
+    return row.outcome == RowOutcome::notReached && !row.pending && run.mapFileReplaced;
 }
 
 void AddOneNameForAll(CFindings warnings, const RunRow& row)
@@ -255,7 +263,8 @@ RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules)
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
         const RunRow content = run.rows.at(row);
         AddOutcome(CFindings(findings[row].errors), content);
-        const CFindings warnings(findings[row].warnings);
+        CFindings warnings(findings[row].warnings);
+        warnings.AddIf(IsDropped(content, run), kNotInMapFile);
         AddOneNameForAll(warnings, content);
         if (IsRecorded(content)) {
             AddMapLine(warnings, Recorded(content, run.copyOnly), rules);

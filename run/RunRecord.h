@@ -37,6 +37,7 @@ struct RunRecord
     LocalTime start;
     std::chrono::milliseconds duration{};  // up to the final message
     RunEnd end = RunEnd::finished;
+    bool mapFileReplaced = false;  // the map file holds the rows of this run only
     int givenUpCalls = 0;
     CRunRows rows;
 };

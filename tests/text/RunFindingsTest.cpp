@@ -106,6 +106,27 @@ TEST_F(RunFindingsTest, SaysThatARowWasNotReached)
               Texts{L"Die Umsetzung endete vor dieser Zeile."});
 }
 
+TEST_F(RunFindingsTest, AnUnreachedRowThatIsNotPendingIsNoError)
+{
+    RunRow row = RowOf({L"a", L"b", L"c"}, RowOutcome::notReached);
+    row.pending = false;
+    EXPECT_FALSE(Of({row}).at(0).NeedsAttention()) << "the map file of an earlier run holds the row";
+    RunRecord run;
+    run.mapFileReplaced = true;
+    run.rows.push_back(row);
+    run.rows.push_back(RowOf({L"d", L"e", L"f"}, RowOutcome::notReached));
+    const Texts missing{L"The row is missing from the map file. Converting again records it."};
+    const Texts notReached{L"The conversion ended before this row."};
+    const RunFindings findings = FindingsOf(run, kRules);
+    EXPECT_EQ(findings.at(0).errors, Texts{});
+    EXPECT_EQ(findings.at(0).warnings, missing);
+    EXPECT_EQ(findings.at(1).errors, notReached);
+    EXPECT_EQ(findings.at(1).warnings, Texts{});
+    g_nLanguage = 1;
+    EXPECT_EQ(FindingsOf(run, kRules).at(0).warnings,
+              Texts{L"Die Zeile fehlt in der Map-Datei. Erneutes Umsetzen nimmt sie wieder auf."});
+}
+
 TEST_F(RunFindingsTest, TheCodeOfACopyThatDidNotOpenIsPutIntoWords)
 {
     const std::vector<std::pair<long, std::wstring>> expected{

@@ -47,6 +47,23 @@ protected:
         return outcomes;
     }
 
+    // Adds four rows, converted and pending by turns.
+    void AddMixedRows()
+    {
+        for (const int number : {1, 2, 3, 4}) {
+            const std::wstring name = std::to_wstring(number) + L".sldprt";
+            AddRow(L"a" + name, L"b" + name, L"Norm %2", number % 2 == 0);
+        }
+    }
+
+    // Expects that the rows of AddMixedRows kept their marks in the record.
+    void ExpectMarks() const
+    {
+        for (const std::size_t row : {0, 1, 2, 3}) {
+            EXPECT_EQ(Row(row).pending, row % 2 == 1) << row;
+        }
+    }
+
     // Makes the first call of a member of the document run `failure`. Later calls run `answer`.
     void FailOnce(DISPID member, const CFakeDispatch::Handler& failure, const CFakeDispatch::Handler& answer)
     {
@@ -293,6 +310,66 @@ TEST_F(RunRecordTest, OfARunThatCannotBegin)
     Run(true);
     EXPECT_EQ(m_record.end, RunEnd::mapFileNotOpened);
     EXPECT_EQ(AllOutcomes(), Outcomes{RowOutcome::notReached});
+}
+
+TEST_F(RunRecordTest, KeepsTheMarksWhenTheRunCannotBegin)
+{
+    AddMixedRows();
+    m_class.m_status = REGDB_E_CLASSNOTREG;
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cadNotLoaded);
+    ExpectMarks();
+    EXPECT_FALSE(m_record.mapFileReplaced);
+    m_class.m_status = S_OK;
+    m_application.On(kGetDateCode, AnswerLong(1999249));
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cadTooOld);
+    ExpectMarks();
+    EXPECT_FALSE(m_record.mapFileReplaced);
+    std::filesystem::create_directory(kMapFile);
+    Run(true);
+    EXPECT_EQ(m_record.end, RunEnd::mapFileNotOpened);
+    ExpectMarks();
+    EXPECT_FALSE(m_record.mapFileReplaced);
+}
+
+TEST_F(RunRecordTest, KeepsTheMarksWhenTheSessionEndsBeforeTheFirstRow)
+{
+    AddMixedRows();
+    m_application.On(kGetDateCode,
+                     Before([] { CWinApp::Get()->SetSessionEnding(true); }, AnswerLong(2024100)));
+    Run(false);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(m_record.end, RunEnd::sessionEnded);
+    ExpectMarks();
+    EXPECT_FALSE(m_record.mapFileReplaced);
+}
+
+TEST_F(RunRecordTest, KeepsTheMarksWhenTheRunEndsBetweenTwoRows)
+{
+    AddMixedRows();
+    FailOpening(1, Before([&] { m_class.m_status = CO_E_SERVER_EXEC_FAILURE; }, Fail(E_UNEXPECTED)));
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cadNotLoaded);
+    EXPECT_EQ(AllOutcomes(), (Outcomes{RowOutcome::recordedOnly, RowOutcome::copied, RowOutcome::notReached,
+                                       RowOutcome::notReached}));
+    ExpectMarks();
+    EXPECT_TRUE(m_record.mapFileReplaced);
+    m_class.m_status = S_OK;
+    m_document.On(kGetConfiguration, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_configuration)));
+    m_answer = IDYES;
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cancelled);
+    ExpectMarks();
+    EXPECT_TRUE(m_record.mapFileReplaced);
+    m_document.On(kGetConfiguration,
+                  Before([] { CWinApp::Get()->SetSessionEnding(true); }, AnswerObject(&m_configuration)));
+    Run(false);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(m_record.end, RunEnd::sessionEnded);
+    EXPECT_EQ(Row(3).outcome, RowOutcome::notReached);
+    ExpectMarks();
+    EXPECT_TRUE(m_record.mapFileReplaced);
 }
 
 TEST_F(RunRecordTest, OfFilesThatCannotBeCopied)
