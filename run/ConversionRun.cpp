@@ -140,6 +140,7 @@ void CConversionRun::Run()
     const End end = m_progress->IsSessionEnding() ? End::sessionEnded : converted;
     EndRecord(end);
     FinishWith(end);
+    m_record.givenUpCalls = m_cad.GivenUpCalls();  // also before the first row and after the last
 }
 
 // ---- The run as a whole

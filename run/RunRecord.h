@@ -38,6 +38,6 @@ struct RunRecord
     std::chrono::milliseconds duration{};  // up to the final message
     RunEnd end = RunEnd::finished;
     bool mapFileReplaced = false;  // the map file holds the rows of this run only
-    int givenUpCalls = 0;
+    int givenUpCalls = 0;          // stalled calls, from connecting to releasing SOLIDWORKS
     CRunRows rows;
 };

@@ -235,21 +235,25 @@ TEST_F(RunRecordTest, OfASolidworksThatDoesNotComeBack)
     EXPECT_EQ(Row(2).entry, (UTtab_entry{L"a3.sldprt", L"b3.sldprt", L"Norm 3 - %2"}));
 }
 
-// The server runs in the test's own process, so the program has no server process to end.
+// An answer that stalls the call until the user gives it up. The server runs in the test's own process, so
+// the program has no server process to end.
+HRESULT StallUntilGivenUp(FakeCall& /*call*/)
+{
+    const CMessageRecorder user([] { return IDYES; });
+    COleMessageFilter& filter = CWinApp::Get()->GetMessageFilter();
+    filter.SetBusyDelay(100);
+    Sleep(150);
+    PostThreadMessageW(GetCurrentThreadId(), WM_KEYDOWN, VK_SPACE, 0);
+    filter.MessagePending(nullptr, 150, PENDINGTYPE_TOPLEVEL);
+    Sleep(20);
+    EXPECT_EQ(filter.MessagePending(nullptr, 170, PENDINGTYPE_TOPLEVEL), DWORD{PENDINGMSG_CANCELCALL});
+    return RPC_E_CALL_CANCELED;
+}
+
 TEST_F(RunRecordTest, OfACallThatTheUserGivesUp)
 {
     AddRows(2);
-    m_answer = IDYES;
-    m_document.On(kSave, [](FakeCall&) {
-        COleMessageFilter& filter = CWinApp::Get()->GetMessageFilter();
-        filter.SetBusyDelay(100);
-        Sleep(150);
-        PostThreadMessageW(GetCurrentThreadId(), WM_KEYDOWN, VK_SPACE, 0);
-        filter.MessagePending(nullptr, 150, PENDINGTYPE_TOPLEVEL);
-        Sleep(20);
-        EXPECT_EQ(filter.MessagePending(nullptr, 170, PENDINGTYPE_TOPLEVEL), DWORD{PENDINGMSG_CANCELCALL});
-        return RPC_E_CALL_CANCELED;
-    });
+    m_document.On(kSave, &StallUntilGivenUp);
     Run(false);
     EXPECT_EQ(m_record.givenUpCalls, 1);
     EXPECT_TRUE(Row(0).givenUp);
@@ -257,6 +261,26 @@ TEST_F(RunRecordTest, OfACallThatTheUserGivesUp)
     EXPECT_TRUE(Row(0).cadLost);
     EXPECT_FALSE(Row(1).givenUp);
     EXPECT_EQ(Row(1).outcome, RowOutcome::notReached);
+}
+
+TEST_F(RunRecordTest, OfAVersionQueryThatTheUserGivesUp)
+{
+    AddRows(1);
+    m_application.On(kGetDateCode, &StallUntilGivenUp);
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cadNotLoaded);
+    EXPECT_EQ(m_record.givenUpCalls, 1);
+    EXPECT_FALSE(Row(0).givenUp);
+}
+
+TEST_F(RunRecordTest, OfASolidworksThatHangsWhenItIsEnded)
+{
+    AddRows(1);
+    m_application.On(kExit, &StallUntilGivenUp);
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::finished);
+    EXPECT_EQ(m_record.givenUpCalls, 1);
+    EXPECT_FALSE(Row(0).givenUp);
 }
 
 TEST_F(RunRecordTest, OfACancelledRun)
