@@ -195,6 +195,12 @@ void AddOutcome(CFindings errors, const RunRow& row)
     errors.AddIf(row.cadLost, kLost);
 }
 
+// Whether a copy with the row's new name was there when the run had dealt with the row.
+bool HasCopy(const RunRow& row)
+{
+    return row.outcome != RowOutcome::notCopied && row.outcome != RowOutcome::notReached;
+}
+
 bool IsRecorded(const RunRow& row)
 {
     return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
@@ -243,7 +249,7 @@ void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRule
 {
     CSameNames copies(rules.foldName, run.rows.size());
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
-        if (const RunRow content = run.rows.at(row); IsRecorded(content)) {
+        if (const RunRow content = run.rows.at(row); HasCopy(content)) {
             copies.Add(row, content.entry.strRenamed);
         }
     }

@@ -249,6 +249,14 @@ TEST_F(RunFindingsTest, ARowThatWasNotCopiedReplacesNoCopy)
     EXPECT_EQ(findings.at(1).warnings.size(), 1U);
 }
 
+TEST_F(RunFindingsTest, ARowThatWasCopiedButNotRecordedHasReplacedACopy)
+{
+    const auto findings = Of({GoodRow({L"1.sldprt", L"b.sldprt", L"N"}),
+                              RowOf({L"2.sldprt", L"B.sldprt", L"N"}, RowOutcome::notRecorded)});
+    EXPECT_EQ(findings.at(0).warnings.size(), 1U);
+    EXPECT_EQ(findings.at(1).warnings.size(), 1U);
+}
+
 TEST_F(RunFindingsTest, WarnsOfNamesThatTheMapFileChanges)
 {
     EXPECT_EQ(WarningsOf(GoodRow({L"a.sldprt", L"Ω.sldprt", L"Größe %2"})),
