@@ -96,12 +96,18 @@ struct OpenError
 constexpr std::array kOpenErrors{
     OpenError{1, {L"allgemeiner Fehler", L"general error"}},
     OpenError{2, {L"Datei nicht gefunden", L"file not found"}},
+    OpenError{8, {L"schreibgeschützt", L"read-only"}},
+    OpenError{16, {L"von einem anderen Programm geöffnet", L"opened by another program"}},
+    OpenError{512, {L"die Datei ist schon offen", L"the file is open already"}},
     OpenError{1024, {L"falscher Dateityp", L"wrong file type"}},
     OpenError{8192, {L"von einer neueren Version gespeichert", L"saved by a newer version"}},
     OpenError{
         65536,
         {L"eine Datei mit demselben Titel ist schon offen", L"a file with the same title is open already"}},
-    OpenError{262144, {L"nicht genügend Ressourcen", L"not enough resources"}}};
+    OpenError{262144, {L"nicht genügend Ressourcen", L"not enough resources"}},
+    OpenError{2097152, {L"die Datei muss repariert werden", L"the file needs repair"}},
+    OpenError{4194304, {L"wichtige Daten müssen repariert werden", L"critical data need repair"}},
+    OpenError{8388608, {L"SOLIDWORKS ist beschäftigt", L"SOLIDWORKS is busy"}}};
 
 std::wstring Joined(const std::vector<std::wstring>& names)
 {
