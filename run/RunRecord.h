@@ -32,7 +32,7 @@ struct LocalTime
 struct RunRecord
 {
     std::wstring folder;   // the standard-parts folder
-    std::wstring cadYear;  // of the SOLIDWORKS version; empty when files were copied only
+    std::wstring cadYear;  // empty when files were copied only, or when no SOLIDWORKS version is registered
     bool copyOnly = false;
     LocalTime start;
     std::chrono::milliseconds duration{};  // up to the final message

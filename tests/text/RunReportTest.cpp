@@ -218,6 +218,10 @@ TEST_F(RunReportTest, TellsOfTheWholeRun)
     copied.copyOnly = true;
     copied.cadYear.clear();
     EXPECT_NE(Page(0, copied).find("SOLIDWORKS version<td><bdi>none, copied only"), std::string::npos);
+    RunRecord withoutCad = ThreeRows();
+    withoutCad.cadYear.clear();
+    EXPECT_NE(Page(0, withoutCad).find("SOLIDWORKS version<td><bdi>none found</bdi>"), std::string::npos);
+    EXPECT_NE(Page(1, withoutCad).find("SOLIDWORKS-Version<td><bdi>keine gefunden</bdi>"), std::string::npos);
 }
 
 TEST_F(RunReportTest, EveryEndHasItsWords)
