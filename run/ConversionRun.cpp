@@ -140,6 +140,7 @@ void CConversionRun::Run()
     const End end = m_progress->IsSessionEnding() ? End::sessionEnded : converted;
     EndRecord(end);
     FinishWith(end);
+    m_record.givenUpCalls = m_cad.GivenUpCalls();  // also before the first row and after the last
 }
 
 // ---- The run as a whole
@@ -161,7 +162,7 @@ void CConversionRun::BeginRecord()
 void CConversionRun::EndRecord(End end)
 {
     for (int row = static_cast<int>(m_recorder.RowCount()); row < m_table.GetItemCount(); ++row) {
-        m_recorder.AddNotReached(m_table.GetRow(row));
+        m_recorder.AddNotReached(m_table.GetRow(row), m_table.IsPending(row));
     }
     m_record = m_recorder.EndRun(end);
 }
@@ -178,6 +179,7 @@ CConversionRun::End CConversionRun::Convert()
     if (!m_mapFile.Open(m_mapPath)) {
         return End::mapFileNotOpened;
     }
+    m_recorder.NoteMapFileReplaced();
     ReportWriteFailure(m_mapFile.AppendHeader());
     return ConvertRows();
 }
@@ -231,7 +233,7 @@ CConversionRun::End CConversionRun::ConvertRows()
 {
     for (int row = m_table.GetNextItem(-1, LVNI_ALL); row != -1; row = m_table.GetNextItem(row, LVNI_ALL)) {
         const Row content = ReadRow(row);
-        m_recorder.BeginRow(content.entry);
+        m_recorder.BeginRow(content.entry, content.pending);
         const std::optional<End> end = ConvertRow(content);
         m_recorder.EndRow(m_cad.GivenUpCalls());
         if (end) {

@@ -71,6 +71,8 @@ constexpr Text kMapLineUnreadable{L"Die Map-Datei kann diese Zeile nicht wiederg
                                   L"The map file cannot reproduce this row."};
 constexpr Text kMapLineChanged{L"In der Map-Datei steht diese Zeile verändert: %1 ; %2 ; %3",
                                L"The map file holds this row changed: %1 ; %2 ; %3"};
+constexpr Text kNotInMapFile{L"Die Zeile fehlt in der Map-Datei. Erneutes Umsetzen nimmt sie wieder auf.",
+                             L"The row is missing from the map file. Converting again records it."};
 constexpr Text kOneNameForAll{L"Die Benennung enthält %2 nicht: Alle %1 Konfigurationen haben dieselbe.",
                               L"The BOM name does not contain %2: all %1 configurations have the same."};
 
@@ -94,12 +96,18 @@ struct OpenError
 constexpr std::array kOpenErrors{
     OpenError{1, {L"allgemeiner Fehler", L"general error"}},
     OpenError{2, {L"Datei nicht gefunden", L"file not found"}},
+    OpenError{8, {L"schreibgeschützt", L"read-only"}},
+    OpenError{16, {L"von einem anderen Programm geöffnet", L"opened by another program"}},
+    OpenError{512, {L"die Datei ist schon offen", L"the file is open already"}},
     OpenError{1024, {L"falscher Dateityp", L"wrong file type"}},
     OpenError{8192, {L"von einer neueren Version gespeichert", L"saved by a newer version"}},
     OpenError{
         65536,
         {L"eine Datei mit demselben Titel ist schon offen", L"a file with the same title is open already"}},
-    OpenError{262144, {L"nicht genügend Ressourcen", L"not enough resources"}}};
+    OpenError{262144, {L"nicht genügend Ressourcen", L"not enough resources"}},
+    OpenError{2097152, {L"die Datei muss repariert werden", L"the file needs repair"}},
+    OpenError{4194304, {L"wichtige Daten müssen repariert werden", L"critical data need repair"}},
+    OpenError{8388608, {L"SOLIDWORKS ist beschäftigt", L"SOLIDWORKS is busy"}}};
 
 std::wstring Joined(const std::vector<std::wstring>& names)
 {
@@ -181,7 +189,7 @@ void AddCad(CFindings errors, const RunRow& row, const CadRecord& cad)
 
 void AddOutcome(CFindings errors, const RunRow& row)
 {
-    errors.AddIf(row.outcome == RowOutcome::notReached, kRowNotReached);
+    errors.AddIf(row.outcome == RowOutcome::notReached && row.pending, kRowNotReached);
     if (row.outcome == RowOutcome::notCopied || row.outcome == RowOutcome::notRecorded) {
         errors.AddMessage(OnOneLine(row.reason));
     }
@@ -193,9 +201,21 @@ void AddOutcome(CFindings errors, const RunRow& row)
     errors.AddIf(row.cadLost, kLost);
 }
 
+// Whether a copy with the row's new name was there when the run had dealt with the row.
+bool HasCopy(const RunRow& row)
+{
+    return row.outcome != RowOutcome::notCopied && row.outcome != RowOutcome::notReached;
+}
+
 bool IsRecorded(const RunRow& row)
 {
     return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
+}
+
+// A converted row whose record of an earlier run went with the old map file.
+bool IsDropped(const RunRow& row, const RunRecord& run)
+{
+    return row.outcome == RowOutcome::notReached && !row.pending && run.mapFileReplaced;
 }
 
 void AddOneNameForAll(CFindings warnings, const RunRow& row)
@@ -235,7 +255,7 @@ void AddSameNames(RunFindings& findings, const RunRecord& run, const FindingRule
 {
     CSameNames copies(rules.foldName, run.rows.size());
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
-        if (const RunRow content = run.rows.at(row); IsRecorded(content)) {
+        if (const RunRow content = run.rows.at(row); HasCopy(content)) {
             copies.Add(row, content.entry.strRenamed);
         }
     }
@@ -255,7 +275,8 @@ RunFindings FindingsOf(const RunRecord& run, const FindingRules& rules)
     for (std::size_t row = 0; row < run.rows.size(); ++row) {
         const RunRow content = run.rows.at(row);
         AddOutcome(CFindings(findings[row].errors), content);
-        const CFindings warnings(findings[row].warnings);
+        CFindings warnings(findings[row].warnings);
+        warnings.AddIf(IsDropped(content, run), kNotInMapFile);
         AddOneNameForAll(warnings, content);
         if (IsRecorded(content)) {
             AddMapLine(warnings, Recorded(content, run.copyOnly), rules);

@@ -32,11 +32,12 @@ struct LocalTime
 struct RunRecord
 {
     std::wstring folder;   // the standard-parts folder
-    std::wstring cadYear;  // of the SOLIDWORKS version; empty when files were copied only
+    std::wstring cadYear;  // empty when files were copied only, or when no SOLIDWORKS version is registered
     bool copyOnly = false;
     LocalTime start;
     std::chrono::milliseconds duration{};  // up to the final message
     RunEnd end = RunEnd::finished;
-    int givenUpCalls = 0;
+    bool mapFileReplaced = false;  // the map file holds the rows of this run only
+    int givenUpCalls = 0;          // stalled calls, from connecting to releasing SOLIDWORKS
     CRunRows rows;
 };

@@ -18,10 +18,11 @@ void CRunRecorder::BeginRun(RunRecord run)
     m_runBegan = Clock::now();
 }
 
-void CRunRecorder::BeginRow(const UTtab_entry& entry)
+void CRunRecorder::BeginRow(const UTtab_entry& entry, bool pending)
 {
     m_row = {};
     m_row.entry = entry;
+    m_row.pending = pending;
     m_configurations.clear();
     m_rowBegan = Clock::now();
 }
@@ -80,10 +81,11 @@ void CRunRecorder::NoteReload(bool loaded)
     m_row.cadLost = !loaded;
 }
 
-void CRunRecorder::AddNotReached(const UTtab_entry& entry)
+void CRunRecorder::AddNotReached(const UTtab_entry& entry, bool pending)
 {
     RunRow row;
     row.entry = entry;
+    row.pending = pending;
     m_run.rows.push_back(row);
 }
 

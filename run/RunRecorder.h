@@ -16,7 +16,8 @@ public:
     // `run` must have its folder, its start, and either copyOnly or the year of SOLIDWORKS.
     void BeginRun(RunRecord run);
 
-    void BeginRow(const UTtab_entry& entry);
+    // `pending`: as opposed to converted.
+    void BeginRow(const UTtab_entry& entry, bool pending);
     // `reason`: why the row was not copied or recorded.
     void SetOutcome(RowOutcome outcome, std::wstring reason = {});
     // `givenUpCalls`: how many stalled calls were given up in the run so far.
@@ -34,7 +35,9 @@ public:
     void NoteReload(bool loaded);
 
     [[nodiscard]] std::size_t RowCount() const { return m_run.rows.size(); }
-    void AddNotReached(const UTtab_entry& entry);
+    // The map file was created anew for this run.
+    void NoteMapFileReplaced() { m_run.mapFileReplaced = true; }
+    void AddNotReached(const UTtab_entry& entry, bool pending);
 
     // Returns the record; BeginRun begins the next one.
     [[nodiscard]] RunRecord EndRun(RunEnd end);

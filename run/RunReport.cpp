@@ -49,6 +49,7 @@ constexpr Text kReloads{L"SOLIDWORKS neu geladen", L"SOLIDWORKS loaded again"};
 constexpr Text kGivenUpCalls{L"Nicht länger gewartet", L"No longer waited"};
 constexpr Text kVersion{L"SOLIDWORKS-Version", L"SOLIDWORKS version"};
 constexpr Text kNoCad{L"keine, nur kopiert", L"none, copied only"};
+constexpr Text kNoVersion{L"keine gefunden", L"none found"};
 constexpr Text kFolder{L"Quellordner", L"Standard part folder"};
 constexpr Text kTarget{L"Zielordner", L"Target folder"};
 constexpr Text kProgram{L"Version von Talvenor", L"Version of Talvenor"};
@@ -201,6 +202,7 @@ private:
     void Summary();
     void Attention(const Text& title, bool (RowFindings::*isListed)() const);
     void WholeRun(std::wstring_view programVersion);
+    [[nodiscard]] std::wstring CadVersion() const;
     void Results();
     void AllRows();
 
@@ -307,11 +309,19 @@ void CPage::WholeRun(std::wstring_view programVersion)
     Count(kRows, m_run.rows.size());
     Results();
     Count(kGivenUpCalls, static_cast<std::size_t>(m_run.givenUpCalls));
-    Fact(kVersion, m_run.copyOnly ? kNoCad.Current() : m_run.cadYear);
+    Fact(kVersion, CadVersion());
     Fact(kFolder, m_run.folder);
     Fact(kTarget, MappedFolder(m_run.folder));
     Fact(kProgram, std::wstring(programVersion));
     m_html += "</table>\n";
+}
+
+std::wstring CPage::CadVersion() const
+{
+    if (m_run.copyOnly) {
+        return kNoCad.Current();
+    }
+    return m_run.cadYear.empty() ? kNoVersion.Current() : m_run.cadYear;
 }
 
 void CPage::Results()

@@ -113,6 +113,7 @@ void CRunRows::push_back(const RunRow& row)
          {&row.entry.strOriginal, &row.entry.strRenamed, &row.entry.strBomName, &row.reason}) {
         packer.AddText(*text);
     }
+    packer.Add(row.pending);
     packer.Add(static_cast<std::uint64_t>(row.outcome));
     packer.Add(row.cadReloaded);
     packer.Add(row.cadLost);
@@ -136,6 +137,7 @@ RunRow CRunRows::at(std::size_t row) const
                                &unpacked.entry.strBomName, &unpacked.reason}) {
         *text = unpacker.TakeText();
     }
+    unpacked.pending = unpacker.TakeFlag();
     unpacked.outcome = static_cast<RowOutcome>(unpacker.Take());
     unpacked.cadReloaded = unpacker.TakeFlag();
     unpacked.cadLost = unpacker.TakeFlag();

@@ -37,7 +37,8 @@ struct CadRecord
 
 struct RunRow
 {
-    UTtab_entry entry;  // as the table had it
+    UTtab_entry entry;    // as the table had it
+    bool pending = true;  // the same
     RowOutcome outcome = RowOutcome::notReached;
     bool cadReloaded = false;                     // SOLIDWORKS was loaded again after a failed call
     bool cadLost = false;                         // SOLIDWORKS could not be loaded again

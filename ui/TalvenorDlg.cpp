@@ -999,6 +999,8 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
 {
     m_bRunning = true;
     m_recorder.Forget();  // the run marks rows
+    m_report = {};        // an exception must not leave the report of the run before
+    m_wndReport.EnableWindow(false);
     MessageObserver before = SetMessageObserver([this](bool open) { TellOfMessage(open); });
     const CScopeExit ended([this, &before] {
         SetMessageObserver(std::move(before));

@@ -15,8 +15,8 @@ constexpr int kParts = 8;
 const std::vector<int> kNotSaved{2, 3, 5, 7, 8};
 const Selection kTheirRows{1, 2, 4, 6, 7};
 
-// Eight parts. The save call fails for five parts. Another part has two configurations that get the same BOM
-// name.
+// Eight parts. Five are not saved: for three of them the save call fails, for two it returns a value other
+// than 0. Another part has two configurations that get the same BOM name.
 class ReportTest : public RunFailureTest
 {
 protected:
@@ -28,11 +28,12 @@ protected:
         m_viewer.emplace(L".html", m_temp / L"opened.txt");
         AddParts(kParts);
         m_library.AddPart(L"N_ISO_1_M8.sldprt", {L"x", L"y"});
-        std::string script;
-        for (const int number : kNotSaved) {
-            script += "fault file=" + std::to_string(number) + ".sldprt call=Save fail 0x80004005\n";
-        }
-        m_server.SetScript(script);
+        m_server.SetScript(
+            "fault file=2.sldprt call=Save fail 0x80004005\n"
+            "save 3.sldprt value=17\n"
+            "fault file=5.sldprt call=Save fail 0x80004005\n"
+            "fault file=7.sldprt call=Save fail 0x80004005\n"
+            "save 8.sldprt value=1\n");
     }
 
     static void ChooseFurther(const CProgramUnderTest& program, const Text& command)
@@ -128,6 +129,8 @@ TEST_F(ReportTest, LeadsToThePartsThatWereNotSaved)
         << "the five parts that were not saved come first";
     EXPECT_NE(std::string::npos, page.find("<li>Das Speichern schlug fehl: "));
     EXPECT_NE(std::string::npos, page.find("0x80004005"));
+    EXPECT_NE(std::string::npos, page.find("<li>Das Speichern lieferte den Wert 17.</ul>"));
+    EXPECT_NE(std::string::npos, page.find("<li>Das Speichern lieferte den Wert 1.</ul>"));
     EXPECT_NE(std::string::npos, page.find("<bdi>2022</bdi>")) << "version 30 is SOLIDWORKS 2022";
 
     ChooseFurther(program, expected::kSelectAttention);

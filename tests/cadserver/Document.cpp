@@ -1,5 +1,6 @@
 #include "tests/cadserver/Document.h"
 
+#include <optional>
 #include <utility>
 
 #include "tests/cadserver/Configuration.h"
@@ -150,6 +151,9 @@ Outcome CDocument::ConfigurationByName(const std::wstring& name)
 
 Outcome CDocument::Save()
 {
+    if (const std::optional<long> value = Session().Script().SaveValue(m_part->file)) {
+        return {S_OK, _variant_t(*value, VT_I4), {}};
+    }
     const HRESULT result = SaveConfigurations(m_part->path, m_part->configurations);
     return {S_OK, _variant_t(SUCCEEDED(result) ? kSaved : kNotSaved, VT_I4), {}};
 }

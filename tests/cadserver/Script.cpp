@@ -249,7 +249,7 @@ void CScript::AddRule(const Words& words)
         {L"count", &CScript::AddCount},           {L"names", &CScript::AddNames},
         {L"missing", &CScript::AddMissing},       {L"start-refuse", &CScript::AddRefusal},
         {L"start-slow", &CScript::AddStartDelay}, {L"linger", &CScript::AddLingering},
-        {L"fault", &CScript::AddFault},
+        {L"save", &CScript::AddSaveValue},        {L"fault", &CScript::AddFault},
     };
     if (const auto flag = flags.find(words[0]); flag != flags.end()) {
         RequireWords(words, 1, 1);
@@ -313,6 +313,16 @@ void CScript::AddMissing(const Words& words)
 {
     RequireWords(words, 3, 3);
     m_missing.emplace(LowerCase(words[1]), words[2]);
+}
+
+void CScript::AddSaveValue(const Words& words)
+{
+    RequireWords(words, 3, 3);
+    const auto [key, value] = SplitOption(words[2]);
+    if (key != L"value") {
+        RefuseWord(words[2]);
+    }
+    m_saveValues[LowerCase(words[1])] = ToNumber(value);
 }
 
 void CScript::AddRefusal(const Words& words)
@@ -382,6 +392,12 @@ std::optional<size_t> CScript::NamesLimit(const std::wstring& file) const
 {
     const size_t* limit = FindFor(m_namesLimits, file);
     return limit != nullptr ? std::optional(*limit) : std::nullopt;
+}
+
+std::optional<long> CScript::SaveValue(const std::wstring& file) const
+{
+    const long* value = FindFor(m_saveValues, file);
+    return value != nullptr ? std::optional(*value) : std::nullopt;
 }
 
 bool CScript::IsMissing(const std::wstring& file, const std::wstring& configuration) const

@@ -102,6 +102,8 @@ public:
     // The maximum number of names that the document returns, if the script sets it.
     [[nodiscard]] std::optional<size_t> NamesLimit(const std::wstring& file) const;
     [[nodiscard]] bool IsMissing(const std::wstring& file, const std::wstring& configuration) const;
+    // The value that Save returns without writing anything, if the script sets it.
+    [[nodiscard]] std::optional<long> SaveValue(const std::wstring& file) const;
     // Whether the start with this number (from 1) fails.
     [[nodiscard]] bool RefusesStart(DWORD start) const { return m_refuseFrom && start >= *m_refuseFrom; }
     // The milliseconds that the start with this number (from 1) takes until the class is registered.
@@ -131,6 +133,7 @@ private:
     void AddCount(const Words& words);
     void AddNames(const Words& words);
     void AddMissing(const Words& words);
+    void AddSaveValue(const Words& words);
     void AddRefusal(const Words& words);
     void AddStartDelay(const Words& words);
     void AddLingering(const Words& words);
@@ -141,6 +144,7 @@ private:
     std::map<DWORD, std::optional<Lingering>> m_lingerings = {{0, std::nullopt}};  // key: the first start
     std::map<std::wstring, OpenResult> m_open;
     std::map<std::wstring, long> m_counts;
+    std::map<std::wstring, long> m_saveValues;
     std::map<std::wstring, NamesKind> m_names;
     std::map<std::wstring, size_t> m_namesLimits;
     std::set<std::pair<std::wstring, std::wstring>> m_missing;

@@ -361,6 +361,25 @@ TEST_F(ServerTest, TheScriptSetsTheCountAndHidesAConfiguration)
     EXPECT_TRUE(Invoke(document, kGetConfiguration, {L"M8x10"}).Object() != nullptr);
 }
 
+TEST_F(ServerTest, TheScriptSetsTheValueOfASaveThatWritesNothing)
+{
+    for (const char* rule : {"save N_iso_4017_m8.sldprt value=17\n", "save * value=17\n"}) {
+        IDispatchPtr document = StartAndOpen(rule);
+        IDispatchPtr configuration = Invoke(document, kGetConfiguration, {L"M8x10"}).Object();
+        Invoke(configuration, kUseAlternativeBomName, {Flag(true)}, DISPATCH_PROPERTYPUT);
+        const CallResult saved = Invoke(document, kSave, {Flag(true)});
+        EXPECT_EQ(S_OK, saved.status);
+        EXPECT_EQ(VT_I4, saved.value.vt);
+        EXPECT_EQ(17, saved.value.lVal);
+        EXPECT_TRUE(LogLines().back().ends_with(L"\tSave\tmethod\tBOOL=-1\tI4=17"));
+        EXPECT_FALSE(ConfigurationsOnDisk()[0].useAlternative);
+        configuration = nullptr;
+        document = nullptr;
+        Release();
+        WaitForEnds();
+    }
+}
+
 TEST_F(ServerTest, AFaultRaisesAnException)
 {
     Script(
@@ -624,9 +643,10 @@ TEST_F(StayTest, RefusesASessionAndServesTheNextOne)
 
 TEST_F(ServerTest, RefusesAWrongScriptWhenConfigured)
 {
-    for (const char* rule : {"nonsense", "open x", "names * what", "fault nth=0 fail 1",
-                             "fault file=x busy 5", "fault call=save fail 1", "datecode 12a",
-                             "datecode 1 to=2", "fault description=\"x fail 1", "fault slow"}) {
+    for (const char* rule :
+         {"nonsense", "open x", "names * what", "fault nth=0 fail 1", "fault file=x busy 5",
+          "fault call=save fail 1", "datecode 12a", "datecode 1 to=2", "save x", "save x 2", "save x value=y",
+          "fault description=\"x fail 1", "fault slow"}) {
         ExpectWrong(rule);
     }
     EXPECT_EQ(1U, RunServerProgram(L"--register 19"));

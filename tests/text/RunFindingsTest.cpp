@@ -106,17 +106,44 @@ TEST_F(RunFindingsTest, SaysThatARowWasNotReached)
               Texts{L"Die Umsetzung endete vor dieser Zeile."});
 }
 
+TEST_F(RunFindingsTest, AnUnreachedRowThatIsNotPendingIsNoError)
+{
+    RunRow row = RowOf({L"a", L"b", L"c"}, RowOutcome::notReached);
+    row.pending = false;
+    EXPECT_FALSE(Of({row}).at(0).NeedsAttention()) << "the map file of an earlier run holds the row";
+    RunRecord run;
+    run.mapFileReplaced = true;
+    run.rows.push_back(row);
+    run.rows.push_back(RowOf({L"d", L"e", L"f"}, RowOutcome::notReached));
+    const Texts missing{L"The row is missing from the map file. Converting again records it."};
+    const Texts notReached{L"The conversion ended before this row."};
+    const RunFindings findings = FindingsOf(run, kRules);
+    EXPECT_EQ(findings.at(0).errors, Texts{});
+    EXPECT_EQ(findings.at(0).warnings, missing);
+    EXPECT_EQ(findings.at(1).errors, notReached);
+    EXPECT_EQ(findings.at(1).warnings, Texts{});
+    g_nLanguage = 1;
+    EXPECT_EQ(FindingsOf(run, kRules).at(0).warnings,
+              Texts{L"Die Zeile fehlt in der Map-Datei. Erneutes Umsetzen nimmt sie wieder auf."});
+}
+
 TEST_F(RunFindingsTest, TheCodeOfACopyThatDidNotOpenIsPutIntoWords)
 {
     const std::vector<std::pair<long, std::wstring>> expected{
         {0, L"SOLIDWORKS did not open the copy and gave no reason (code 0)."},
         {1, L"SOLIDWORKS did not open the copy: general error (code 1)."},
         {2, L"SOLIDWORKS did not open the copy: file not found (code 2)."},
+        {8, L"SOLIDWORKS did not open the copy: read-only (code 8)."},
+        {16, L"SOLIDWORKS did not open the copy: opened by another program (code 16)."},
+        {512, L"SOLIDWORKS did not open the copy: the file is open already (code 512)."},
         {1024, L"SOLIDWORKS did not open the copy: wrong file type (code 1024)."},
         {8192, L"SOLIDWORKS did not open the copy: saved by a newer version (code 8192)."},
         {65536,
          L"SOLIDWORKS did not open the copy: a file with the same title is open already (code 65536)."},
         {262144, L"SOLIDWORKS did not open the copy: not enough resources (code 262144)."},
+        {2097152, L"SOLIDWORKS did not open the copy: the file needs repair (code 2097152)."},
+        {4194304, L"SOLIDWORKS did not open the copy: critical data need repair (code 4194304)."},
+        {8388608, L"SOLIDWORKS did not open the copy: SOLIDWORKS is busy (code 8388608)."},
         {1 + 128 + 8192,
          L"SOLIDWORKS did not open the copy: general error, saved by a newer version (code 8321)."},
         {128, L"SOLIDWORKS did not open the copy (code 128)."},
@@ -224,6 +251,14 @@ TEST_F(RunFindingsTest, ARowThatWasNotCopiedReplacesNoCopy)
     EXPECT_EQ(findings.at(0).warnings, Texts{});
     findings = Of({GoodRow({L"1.sldprt", L"b.sldprt", L"N"}),
                    RowOf({L"2.sldprt", L"B.sldprt", L"N"}, RowOutcome::recordedOnly)});
+    EXPECT_EQ(findings.at(0).warnings.size(), 1U);
+    EXPECT_EQ(findings.at(1).warnings.size(), 1U);
+}
+
+TEST_F(RunFindingsTest, ARowThatWasCopiedButNotRecordedHasReplacedACopy)
+{
+    const auto findings = Of({GoodRow({L"1.sldprt", L"b.sldprt", L"N"}),
+                              RowOf({L"2.sldprt", L"B.sldprt", L"N"}, RowOutcome::notRecorded)});
     EXPECT_EQ(findings.at(0).warnings.size(), 1U);
     EXPECT_EQ(findings.at(1).warnings.size(), 1U);
 }

@@ -46,13 +46,17 @@ TEST(RunRecorder, KeepsEachRowInItsPlace)
 {
     CRunRecorder recorder;
     recorder.BeginRun({});
-    recorder.BeginRow(kFirst);
+    recorder.BeginRow(kFirst, true);
     recorder.SetOutcome(RowOutcome::notCopied, L"no such file");
     recorder.EndRow(0);
     EXPECT_EQ(recorder.RowCount(), 1U);
-    recorder.AddNotReached(kSecond);
+    recorder.AddNotReached(kSecond, false);
+    recorder.AddNotReached(kFirst, true);
     const RunRecord record = recorder.EndRun(RunEnd::finished);
-    ASSERT_EQ(record.rows.size(), 2U);
+    ASSERT_EQ(record.rows.size(), 3U);
+    EXPECT_TRUE(record.rows.at(0).pending);
+    EXPECT_FALSE(record.rows.at(1).pending);
+    EXPECT_TRUE(record.rows.at(2).pending);
     EXPECT_EQ(record.rows.at(0).entry, kFirst);
     EXPECT_EQ(record.rows.at(0).outcome, RowOutcome::notCopied);
     EXPECT_EQ(record.rows.at(0).reason, L"no such file");
@@ -61,11 +65,24 @@ TEST(RunRecorder, KeepsEachRowInItsPlace)
     EXPECT_EQ(record.rows.at(1).outcome, RowOutcome::notReached);
 }
 
+TEST(RunRecorder, KeepsTheMarkOfEachRow)
+{
+    CRunRecorder recorder;
+    recorder.BeginRun({});
+    for (const bool pending : {true, false}) {
+        recorder.BeginRow(kFirst, pending);
+        recorder.EndRow(0);
+    }
+    const RunRecord record = recorder.EndRun(RunEnd::finished);
+    EXPECT_TRUE(record.rows.at(0).pending);
+    EXPECT_FALSE(record.rows.at(1).pending);
+}
+
 TEST(RunRecorder, CountsConfigurationsAndKeepsNoNameOfAWrittenOne)
 {
     CRunRecorder recorder;
     recorder.BeginRun({});
-    recorder.BeginRow(kFirst);
+    recorder.BeginRow(kFirst, true);
     Write(recorder, {L"x", L"y", L"z"}, 3);
     recorder.NoteStep(CadStep::saving);
     recorder.NoteSaved(7);
@@ -86,11 +103,11 @@ TEST(RunRecorder, KeepsTheNamesOfUnwrittenConfigurations)
 {
     CRunRecorder recorder;
     recorder.BeginRun({});
-    recorder.BeginRow(kFirst);
+    recorder.BeginRow(kFirst, true);
     Write(recorder, {L"x", L"y", L"z"}, 1);
     recorder.EndRow(0);
     // The next row makes no call to SOLIDWORKS. The names of the first row must not reappear there.
-    recorder.BeginRow(kSecond);
+    recorder.BeginRow(kSecond, true);
     recorder.EndRow(0);
     const RunRecord record = recorder.EndRun(RunEnd::finished);
     EXPECT_EQ(record.rows.at(0).unwritten, (Names{L"y", L"z"}));
@@ -102,14 +119,14 @@ TEST(RunRecorder, AFailedCallBelongsToTheStepBegunLast)
 {
     CRunRecorder recorder;
     recorder.BeginRun({});
-    recorder.BeginRow(kFirst);
+    recorder.BeginRow(kFirst, true);
     recorder.NoteStep(CadStep::opening);
     recorder.NoteOpened(true, 128);
     recorder.NoteStep(CadStep::reading);
     recorder.NoteFailure(L"gone");
     recorder.NoteReload(true);
     recorder.EndRow(0);
-    recorder.BeginRow(kSecond);
+    recorder.BeginRow(kSecond, true);
     recorder.NoteFailure(L"gone again");
     recorder.NoteReload(false);
     recorder.EndRow(0);
@@ -135,7 +152,7 @@ TEST(RunRecorder, AGivenUpCallBelongsToItsRow)
     CRunRecorder recorder;
     recorder.BeginRun({});
     for (const int soFar : {0, 2, 2}) {
-        recorder.BeginRow(kFirst);
+        recorder.BeginRow(kFirst, true);
         recorder.EndRow(soFar);
     }
     const RunRecord record = recorder.EndRun(RunEnd::finished);
@@ -149,7 +166,7 @@ TEST(RunRecorder, BeginsTheNextRunEmpty)
 {
     CRunRecorder recorder;
     recorder.BeginRun({});
-    recorder.BeginRow(kFirst);
+    recorder.BeginRow(kFirst, true);
     recorder.EndRow(3);
     EXPECT_EQ(recorder.EndRun(RunEnd::finished).rows.size(), 1U);
     recorder.BeginRun({});

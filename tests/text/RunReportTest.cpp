@@ -27,6 +27,15 @@ std::size_t CountOf(const std::string& text, const std::string& what)
     return count;
 }
 
+// The text between two others; empty if one of them is missing.
+std::string Between(const std::string& text, const std::string& begin, const std::string& end)
+{
+    const std::size_t found = text.find(begin);
+    const std::size_t from = found + begin.size();
+    const std::size_t to = found == std::string::npos ? found : text.find(end, from);
+    return to == std::string::npos ? std::string() : text.substr(from, to - from);
+}
+
 RunRow RowOf(UTtab_entry entry, RowOutcome outcome)
 {
     RunRow row;
@@ -203,6 +212,37 @@ TEST_F(RunReportTest, HeadersNameTheirColumnsAndRows)
     EXPECT_NE(page.find("<tr><th scope=\"row\">Duration<td><bdi>1:02:03</bdi>"), std::string::npos);
 }
 
+// No browser runs here: the test compares the names that script and style sheet use with those of the tables.
+TEST_F(RunReportTest, TheScriptSortsTheTablesOfRows)
+{
+    const std::string page = Page(0);
+    const std::string script = Between(page, "<script>", "</script>");
+    for (const char* part : {"querySelectorAll(\"table.wide\")", "table.tHead.rows[0].cells",
+                             "table.tBodies[0]", "createElement(\"button\")", "button.onclick = ",
+                             "head.setAttribute(\"aria-sort\"", "rows.sort(", "body.append(row)"}) {
+        EXPECT_EQ(CountOf(script, part), 1U) << part;
+    }
+    EXPECT_EQ(CountOf(page, "<table class=\"wide\">\n<thead><tr><th "), 1U);
+    EXPECT_EQ(CountOf(page, "<table class=\"wide all\">\n<thead><tr><th "), 1U);
+    EXPECT_EQ(CountOf(page, "</thead>\n<tbody>\n<tr"), 2U);
+    EXPECT_EQ(CountOf(page, "<table>"), 1U) << "the facts of the run keep their order";
+}
+
+TEST_F(RunReportTest, TheStyleSheetFitsTheTables)
+{
+    const std::string page = Page(0);
+    const std::string style = Between(page, "<style>", "</style>");
+    const std::string print = Between(style, "@media print {", "\n}\n");
+    for (const char* rule : {"body {", ".wide td:nth-child(2), .wide td:nth-child(3) {",
+                             "th button { display: contents; }", "tr, thead { break-inside: avoid; }"}) {
+        EXPECT_EQ(CountOf(print, rule), 1U) << rule;
+    }
+    for (const char* rule : {"\n.wide {", "\n.all td:nth-child(6) {", "th[aria-sort=ascending] button::after",
+                             "th[aria-sort=descending] button::after", "@media screen {"}) {
+        EXPECT_EQ(CountOf(style, rule), 1U) << rule;
+    }
+}
+
 TEST_F(RunReportTest, TellsOfTheWholeRun)
 {
     const std::string page = Page(0);
@@ -218,6 +258,10 @@ TEST_F(RunReportTest, TellsOfTheWholeRun)
     copied.copyOnly = true;
     copied.cadYear.clear();
     EXPECT_NE(Page(0, copied).find("SOLIDWORKS version<td><bdi>none, copied only"), std::string::npos);
+    RunRecord withoutCad = ThreeRows();
+    withoutCad.cadYear.clear();
+    EXPECT_NE(Page(0, withoutCad).find("SOLIDWORKS version<td><bdi>none found</bdi>"), std::string::npos);
+    EXPECT_NE(Page(1, withoutCad).find("SOLIDWORKS-Version<td><bdi>keine gefunden</bdi>"), std::string::npos);
 }
 
 TEST_F(RunReportTest, EveryEndHasItsWords)

@@ -13,6 +13,7 @@ RunRow FullRow()
 {
     RunRow row;
     row.entry = {L"N_1_M8.sldprt", L"Größe\u20AC.sldprt", std::wstring(1, L'\xD83D') + L"\uFFFF %2"};
+    row.pending = false;
     row.outcome = RowOutcome::notRecorded;
     row.cadReloaded = true;
     row.cadLost = true;

@@ -47,6 +47,23 @@ protected:
         return outcomes;
     }
 
+    // Adds four rows, converted and pending by turns.
+    void AddMixedRows()
+    {
+        for (const int number : {1, 2, 3, 4}) {
+            const std::wstring name = std::to_wstring(number) + L".sldprt";
+            AddRow(L"a" + name, L"b" + name, L"Norm %2", number % 2 == 0);
+        }
+    }
+
+    // Expects that the rows of AddMixedRows kept their marks in the record.
+    void ExpectMarks() const
+    {
+        for (const std::size_t row : {0, 1, 2, 3}) {
+            EXPECT_EQ(Row(row).pending, row % 2 == 1) << row;
+        }
+    }
+
     // Makes the first call of a member of the document run `failure`. Later calls run `answer`.
     void FailOnce(DISPID member, const CFakeDispatch::Handler& failure, const CFakeDispatch::Handler& answer)
     {
@@ -218,21 +235,25 @@ TEST_F(RunRecordTest, OfASolidworksThatDoesNotComeBack)
     EXPECT_EQ(Row(2).entry, (UTtab_entry{L"a3.sldprt", L"b3.sldprt", L"Norm 3 - %2"}));
 }
 
-// The server runs in the test's own process, so the program has no server process to end.
+// An answer that stalls the call until the user gives it up. The server runs in the test's own process, so
+// the program has no server process to end.
+HRESULT StallUntilGivenUp(FakeCall& /*call*/)
+{
+    const CMessageRecorder user([] { return IDYES; });
+    COleMessageFilter& filter = CWinApp::Get()->GetMessageFilter();
+    filter.SetBusyDelay(100);
+    Sleep(150);
+    PostThreadMessageW(GetCurrentThreadId(), WM_KEYDOWN, VK_SPACE, 0);
+    filter.MessagePending(nullptr, 150, PENDINGTYPE_TOPLEVEL);
+    Sleep(20);
+    EXPECT_EQ(filter.MessagePending(nullptr, 170, PENDINGTYPE_TOPLEVEL), DWORD{PENDINGMSG_CANCELCALL});
+    return RPC_E_CALL_CANCELED;
+}
+
 TEST_F(RunRecordTest, OfACallThatTheUserGivesUp)
 {
     AddRows(2);
-    m_answer = IDYES;
-    m_document.On(kSave, [](FakeCall&) {
-        COleMessageFilter& filter = CWinApp::Get()->GetMessageFilter();
-        filter.SetBusyDelay(100);
-        Sleep(150);
-        PostThreadMessageW(GetCurrentThreadId(), WM_KEYDOWN, VK_SPACE, 0);
-        filter.MessagePending(nullptr, 150, PENDINGTYPE_TOPLEVEL);
-        Sleep(20);
-        EXPECT_EQ(filter.MessagePending(nullptr, 170, PENDINGTYPE_TOPLEVEL), DWORD{PENDINGMSG_CANCELCALL});
-        return RPC_E_CALL_CANCELED;
-    });
+    m_document.On(kSave, &StallUntilGivenUp);
     Run(false);
     EXPECT_EQ(m_record.givenUpCalls, 1);
     EXPECT_TRUE(Row(0).givenUp);
@@ -240,6 +261,26 @@ TEST_F(RunRecordTest, OfACallThatTheUserGivesUp)
     EXPECT_TRUE(Row(0).cadLost);
     EXPECT_FALSE(Row(1).givenUp);
     EXPECT_EQ(Row(1).outcome, RowOutcome::notReached);
+}
+
+TEST_F(RunRecordTest, OfAVersionQueryThatTheUserGivesUp)
+{
+    AddRows(1);
+    m_application.On(kGetDateCode, &StallUntilGivenUp);
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cadNotLoaded);
+    EXPECT_EQ(m_record.givenUpCalls, 1);
+    EXPECT_FALSE(Row(0).givenUp);
+}
+
+TEST_F(RunRecordTest, OfASolidworksThatHangsWhenItIsEnded)
+{
+    AddRows(1);
+    m_application.On(kExit, &StallUntilGivenUp);
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::finished);
+    EXPECT_EQ(m_record.givenUpCalls, 1);
+    EXPECT_FALSE(Row(0).givenUp);
 }
 
 TEST_F(RunRecordTest, OfACancelledRun)
@@ -293,6 +334,66 @@ TEST_F(RunRecordTest, OfARunThatCannotBegin)
     Run(true);
     EXPECT_EQ(m_record.end, RunEnd::mapFileNotOpened);
     EXPECT_EQ(AllOutcomes(), Outcomes{RowOutcome::notReached});
+}
+
+TEST_F(RunRecordTest, KeepsTheMarksWhenTheRunCannotBegin)
+{
+    AddMixedRows();
+    m_class.m_status = REGDB_E_CLASSNOTREG;
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cadNotLoaded);
+    ExpectMarks();
+    EXPECT_FALSE(m_record.mapFileReplaced);
+    m_class.m_status = S_OK;
+    m_application.On(kGetDateCode, AnswerLong(1999249));
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cadTooOld);
+    ExpectMarks();
+    EXPECT_FALSE(m_record.mapFileReplaced);
+    std::filesystem::create_directory(kMapFile);
+    Run(true);
+    EXPECT_EQ(m_record.end, RunEnd::mapFileNotOpened);
+    ExpectMarks();
+    EXPECT_FALSE(m_record.mapFileReplaced);
+}
+
+TEST_F(RunRecordTest, KeepsTheMarksWhenTheSessionEndsBeforeTheFirstRow)
+{
+    AddMixedRows();
+    m_application.On(kGetDateCode,
+                     Before([] { CWinApp::Get()->SetSessionEnding(true); }, AnswerLong(2024100)));
+    Run(false);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(m_record.end, RunEnd::sessionEnded);
+    ExpectMarks();
+    EXPECT_FALSE(m_record.mapFileReplaced);
+}
+
+TEST_F(RunRecordTest, KeepsTheMarksWhenTheRunEndsBetweenTwoRows)
+{
+    AddMixedRows();
+    FailOpening(1, Before([&] { m_class.m_status = CO_E_SERVER_EXEC_FAILURE; }, Fail(E_UNEXPECTED)));
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cadNotLoaded);
+    EXPECT_EQ(AllOutcomes(), (Outcomes{RowOutcome::recordedOnly, RowOutcome::copied, RowOutcome::notReached,
+                                       RowOutcome::notReached}));
+    ExpectMarks();
+    EXPECT_TRUE(m_record.mapFileReplaced);
+    m_class.m_status = S_OK;
+    m_document.On(kGetConfiguration, Before([&] { m_screen.PressCancel(); }, AnswerObject(&m_configuration)));
+    m_answer = IDYES;
+    Run(false);
+    EXPECT_EQ(m_record.end, RunEnd::cancelled);
+    ExpectMarks();
+    EXPECT_TRUE(m_record.mapFileReplaced);
+    m_document.On(kGetConfiguration,
+                  Before([] { CWinApp::Get()->SetSessionEnding(true); }, AnswerObject(&m_configuration)));
+    Run(false);
+    CWinApp::Get()->SetSessionEnding(false);
+    EXPECT_EQ(m_record.end, RunEnd::sessionEnded);
+    EXPECT_EQ(Row(3).outcome, RowOutcome::notReached);
+    ExpectMarks();
+    EXPECT_TRUE(m_record.mapFileReplaced);
 }
 
 TEST_F(RunRecordTest, OfFilesThatCannotBeCopied)

@@ -210,6 +210,26 @@ TEST_P(RunReportCommandsTest, SelectsRowsWithWarningsOnlyIfNoneFailed)
     EXPECT_EQ(Selection(), std::vector<int>{2});
 }
 
+// A run that ended early: the first row is converted, the second is pending, and neither was reached.
+TEST_P(RunReportCommandsTest, ConvertedRowsThatWereNotReachedAreNotConvertedAgain)
+{
+    FillTable({L"a1", L"a2"});
+    RunRecord run;
+    run.folder = m_parts;
+    for (const bool pending : {false, true}) {
+        RunRow row;
+        row.entry = {L"a" + std::to_wstring(run.rows.size() + 1), L"b", L""};
+        row.pending = pending;
+        run.rows.push_back(row);
+    }
+    for (const bool replaced : {false, true}) {
+        run.mapFileReplaced = replaced;
+        m_commands.Take(run);
+        m_commands.SelectAttention(m_table);
+        EXPECT_EQ(Selection(), std::vector<int>{1});
+    }
+}
+
 // Wine's list view scrolls by itself to a row that gets the focus. So under Wine this test does not notice a
 // missing scroll.
 TEST_P(RunReportCommandsTest, ScrollsToTheFirstSelectedRow)

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -1696,6 +1697,32 @@ TEST_P(TalvenorDlgTest, TheReportNeedsARun)
             EXPECT_NE(page.find(part), std::string::npos) << part;
         }
         EXPECT_EQ(TakeBoxes(), Texts{});
+    });
+}
+
+TEST_P(TalvenorDlgTest, ARunThatAnExceptionEndsLeavesNoReport)
+{
+    AddThreeParts();
+    Run([&] {
+        std::filesystem::remove(m_parts + L"\\N_ISO_2_b.sldprt");
+        Press(IDC_COPY_ONLY);
+        Press(IDC_START);
+        EXPECT_TRUE(IsWindowEnabled(Item(IDC_REPORT)));
+        {
+            // The message about the file that cannot be copied
+            const CListenerScope noMemory([thrown = false](const MessageRequest& box) mutable {
+                if (box.type == MB_OK && !std::exchange(thrown, true)) {
+                    throw std::bad_alloc();
+                }
+                return IDYES;
+            });
+            Press(IDC_START);
+        }
+        EXPECT_FALSE(IsWindowEnabled(Item(IDC_REPORT))) << "it would show the run before";
+        Command(IDM_SELECT_ATTENTION);
+        EXPECT_EQ(SelectedCount(), 0);
+        Press(IDC_START);
+        EXPECT_TRUE(IsWindowEnabled(Item(IDC_REPORT)));
     });
 }
 
