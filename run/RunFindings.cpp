@@ -201,7 +201,8 @@ void AddOutcome(CFindings errors, const RunRow& row)
     errors.AddIf(row.cadLost, kLost);
 }
 
-// Whether a copy with the row's new name was there when the run had dealt with the row.
+// Whether the row has a copy: of this run or, if the row was not pending, of an earlier one. A row that was
+// not reached has replaced no copy.
 bool HasCopy(const RunRow& row)
 {
     return row.outcome != RowOutcome::notCopied && row.outcome != RowOutcome::notReached;
@@ -212,7 +213,7 @@ bool IsRecorded(const RunRow& row)
     return row.outcome == RowOutcome::copied || row.outcome == RowOutcome::recordedOnly;
 }
 
-// A converted row whose record of an earlier run went with the old map file.
+// Whether the row was converted earlier, and its record was lost with the old map file.
 bool IsDropped(const RunRow& row, const RunRecord& run)
 {
     return row.outcome == RowOutcome::notReached && !row.pending && run.mapFileReplaced;

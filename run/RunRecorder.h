@@ -16,7 +16,7 @@ public:
     // `run` must have its folder, its start, and either copyOnly or the year of SOLIDWORKS.
     void BeginRun(RunRecord run);
 
-    // `pending`: as opposed to converted.
+    // `pending`: the row's mark.
     void BeginRow(const UTtab_entry& entry, bool pending);
     // `reason`: why the row was not copied or recorded.
     void SetOutcome(RowOutcome outcome, std::wstring reason = {});

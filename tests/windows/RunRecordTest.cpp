@@ -59,7 +59,7 @@ protected:
     // Expects that the rows of AddMixedRows kept their marks in the record.
     void ExpectMarks() const
     {
-        for (const std::size_t row : {0, 1, 2, 3}) {
+        for (std::size_t row = 0; row < 4; ++row) {
             EXPECT_EQ(Row(row).pending, row % 2 == 1) << row;
         }
     }
