@@ -120,6 +120,12 @@ bool Ask(const Text& question)
     return ShowMessage(question.Current(), MB_YESNO | MB_ICONQUESTION) == IDYES;
 }
 
+// Whether another thread has sent the message in hand and waits for the answer ("InSendMessageEx function").
+bool IsSenderWaiting()
+{
+    return (InSendMessageEx(nullptr) & (ISMEX_SEND | ISMEX_REPLIED)) == ISMEX_SEND;
+}
+
 // The manual that is installed with the program.
 std::wstring OwnManual()
 {
@@ -952,8 +958,15 @@ bool CTalvenorDlg::IsPossible(UINT command) const
     }
 }
 
+// A run cannot take place inside a message that another thread has sent: until the sender has its answer, COM
+// allows no calls to other processes. The command is posted, so that OnCommand checks it once more.
 void CTalvenorDlg::OnStart()
 {
+    if (IsSenderWaiting()) {
+        PostMessage(WM_COMMAND, MAKEWPARAM(IDC_START, BN_CLICKED),
+                    reinterpret_cast<LPARAM>(GetDlgItem(IDC_START)));
+        return;
+    }
     const CScopeExit inputAgain([this] { TakeInputAgain(); });
     FocusControl(m_wndList);
     if (m_wndList.GetItemCount() == 0) {

@@ -37,12 +37,12 @@ protected:
         ClickAt(middle);
     }
 
-    // Clicks the control, and answers Yes to the question whether to end the CAD system.
-    static void GiveUp(const CProgramUnderTest& program, HWND control)
+    // Clicks the control, and answers Yes to the question that this brings up.
+    static void GiveUp(const CProgramUnderTest& program, HWND control, const Text& question)
     {
         Click(control);
         EXPECT_TRUE(WakeUntil(program, [&] { return HasBox(program); }));
-        ExpectQuestion(program, expected::kEndCad.Current(), IDYES);
+        ExpectQuestion(program, question.Current(), IDYES);
     }
 
     // Waits for a condition. Under Wine it meanwhile posts messages without effect (WM_NULL) to the program.
@@ -137,14 +137,14 @@ TEST_F(HangTest, OneClickAndOneAnswerEndAHangInTheRunAndInTheEndCall)
         WaitUntilStalled(atTheEnd, hungAtTheEnd);
         EXPECT_EQ(nullptr, atTheEnd.ProgressDialog());
         EXPECT_FALSE(IsWindowEnabled(atTheEnd.MainWindow()));
-        GiveUp(atTheEnd, atTheEnd.MainWindow());
+        GiveUp(atTheEnd, atTheEnd.MainWindow(), expected::kEndCad);
         EXPECT_TRUE(WakeUntil(atTheEnd, [&] { return IsWindowEnabled(atTheEnd.MainWindow()) != FALSE; }));
         atTheEnd.WaitForRest();
         EXPECT_EQ(library.MapHeader() + RecordOf(1), library.MapFileBytes());
         EXPECT_EQ((Rows{RowOf(1, Mark::converted)}), atTheEnd.List().Rows());
     }
 
-    GiveUp(inTheRun, GetDlgItem(inTheRun.ProgressDialog(), IDCANCEL));
+    GiveUp(inTheRun, GetDlgItem(inTheRun.ProgressDialog(), IDCANCEL), expected::kEndCad);
     EXPECT_TRUE(WakeUntil(inTheRun, [&] { return HasBox(inTheRun); }));
     ExpectMessage(inTheRun, expected::kFinished.Current());
     WaitForEndOfRun(inTheRun);
@@ -157,6 +157,27 @@ TEST_F(HangTest, OneClickAndOneAnswerEndAHangInTheRunAndInTheEndCall)
     const std::string start = "- start version=30";
     EXPECT_EQ((Lines{start, start, start, "- end reason=asked open="}), m_server.Life())
         << "the hanging servers were ended by force";
+}
+
+// The program does not end a server that it did not start, so it cancels the call.
+TEST_F(HangTest, OneClickAndOneAnswerStopWaitingForAServerThatItReached)
+{
+    if (UnderWine()) {
+        GTEST_SKIP() << "skipped: Wine goes on waiting for a call that the message filter cancels";
+    }
+    AddParts(2);
+    m_server.SetScript("fault file=1.sldprt call=GetConfiguration hang\n");
+    const IDispatchPtr client = StartServer();
+    const CProgramUnderTest program;
+    RunIntoHang(program, "GetConfiguration");
+    WaitUntilStalled(program, GetTickCount64());
+    GiveUp(program, GetDlgItem(program.ProgressDialog(), IDCANCEL), expected::kStopWaiting);
+    EXPECT_TRUE(WakeUntil(program, [&] { return HasBox(program); }));
+    ExpectMessage(program, expected::kCadNotLoaded.Current());
+    EXPECT_TRUE(WaitFor([&] { return IsWindowEnabled(program.MainWindow()) != FALSE; }));
+    EXPECT_FALSE(m_server.WaitForEnd(2'000)) << "somebody else's server was ended";
+    EXPECT_EQ(MapUpTo(1), m_library.MapFileBytes());
+    m_server.EndByForce();
 }
 
 }  // namespace

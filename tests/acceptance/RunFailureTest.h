@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/ComPointers.h"
 #include "tests/acceptance/AcceptanceTest.h"
 
 using Lines = std::vector<std::string>;
@@ -43,6 +44,14 @@ protected:
     {
         const std::string text = std::to_string(number);
         return "N_ISO_" + text + "_M8.sldprt ; " + text + ".sldprt ; Norm " + text + "\r\n";
+    }
+
+    // Starts a server before the program connects. The program then first connects to this server.
+    static IDispatchPtr StartServer()
+    {
+        IDispatchPtr application;
+        EXPECT_EQ(S_OK, application.CreateInstance(L"SldWorks.Application.30", nullptr, CLSCTX_LOCAL_SERVER));
+        return application;
     }
 
     // The BOM name in the copy of a part; empty if none was written.

@@ -1,7 +1,6 @@
 // CAD servers that start or end slowly, and servers whose program is killed.
 #include <algorithm>
 
-#include "framework/ComPointers.h"
 #include "tests/acceptance/RunFailureTest.h"
 
 namespace {
@@ -22,14 +21,6 @@ protected:
     {
         const Lines log = m_server.Log();
         return std::ranges::count_if(log, [](const std::string& line) { return line.starts_with("- late"); });
-    }
-
-    // Starts a server before the program connects. The program then first connects to this server.
-    static IDispatchPtr StartServer()
-    {
-        IDispatchPtr application;
-        EXPECT_EQ(S_OK, application.CreateInstance(L"SldWorks.Application.30", nullptr, CLSCTX_LOCAL_SERVER));
-        return application;
     }
 };
 

@@ -26,6 +26,7 @@ constexpr Look kLooks[] = {
     {"library-view", &LookAtLibraryView},
     {"user-view", &LookAtUserView},
     {"cad-registered", &LookAtCadVersions},
+    {"cad-current", &LookAtCurrentCad},
 };
 
 constexpr const char* kInProcess = "windows_tests";
@@ -36,6 +37,7 @@ constexpr Proof kProofs[] = {
     {"default-button", kInProcess, "*TalvenorDlgTest.EnterPressesTheClickedButtonOrElseTheDefaultOne/*"},
     {"box-owner", kInProcess, "MessageBox*.TheOwnerIsTheWindowTheUserWorksIn"},
     {"accessible-names", kInProcess, "AccessibleName.*"},
+    {"start-posted", kInProcess, "*SentStartTest.GetsItsAnswerBeforeTheRun/*"},
     {"file-read-only", kInProcess, "FileTest.ReadOnlyFileDeniesWriting"},
     {"file-share", kInProcess, "FileTest.FileThatAnotherHoldsExclusivelyIsASharingViolation"},
     {"file-delete-open", kInProcess, "CopyPartFileTest.CopiesASourceThatIsOpenElsewhereForDeletion"},
@@ -56,8 +58,9 @@ constexpr Proof kProofs[] = {
     {"user-classes", kInProcess, "ScratchClasses.OfTheUserAreFoundByCom"},
     {"kill-focus-box", kWhole, "ListEditTest.AcceptsInputAfterAMessageThatAButtonBroughtUp"},
     {"drag-loop", kWhole, "ListColumnsTest.DoNotFollowTheMouseAfterAMessageAboutTheOpenEdit"},
-    {"call-cancelled", kWhole, "HangTest.*"},
-    {"filter-woken", kWhole, "HangTest.*"},
+    {"call-cancelled", kWhole, "HangTest.OneClickAndOneAnswerStopWaitingForAServerThatItReached"},
+    {"call-server-killed", kWhole, "HangTest.OneClickAndOneAnswerEndAHangInTheRunAndInTheEndCall"},
+    {"filter-woken", kWhole, "HangTest.OneClickAndOneAnswerEndAHangInTheRunAndInTheEndCall"},
     {"call-rejected", kWhole, "BusyServerTest.IsAskedAgainWhenItRejectsACall"},
     {"call-retry-later", kWhole, "BusyServerTest.IsAskedAgainWhenItSaysRetryLater"},
     {"reentrant", kWhole, "RunTest.DropsInputUntilTheCadSystemHasEnded"},
@@ -135,6 +138,14 @@ constexpr Question kQuestions[] = {
      "Was it taken without a message?"},
     {"network-loss", "Start a run in a folder of a file server; pull the network cable for ten seconds.",
      "Do messages and the report name every part that was not copied, and were the later ones copied?"},
+    {"start-share",
+     "Start talvenor_english.exe from a share, start a run, and pull the network cable for ten seconds.",
+     "Did Talvenor go on, without a crash?"},
+    {"vault-files",
+     "In the local view of your document-management system, choose a folder of parts with \"Browse\", one "
+     "that "
+     "was not fetched before, and convert one part.",
+     "Did the list have every part file that the Explorer shows, and is the copy in the folder Mapped?"},
     {"open-dialog-buffer", "Press Add and choose several thousand files with long names at once.",
      "Did the list stay as it was?"},
     {"open-document", "Press Help.", "Did the manual open in your PDF viewer?"},
@@ -181,8 +192,14 @@ constexpr Question kQuestions[] = {
      "Does each configuration have the BOM name of the list?"},
     {"cad-save", "Compare such a copy with its original in SOLIDWORKS.",
      "Do they differ in the BOM names alone?"},
-    {"session-end", "Start a run with many parts and sign out; cancel the sign-out when Windows asks.",
-     "Did Windows show the program's reason?"},
+    {"session-end",
+     "Start a run with many parts and sign out; cancel the sign-out when Windows asks. Open the copy of the "
+     "last row with a green check mark in SOLIDWORKS.",
+     "Did Windows show the program's reason, and has each configuration of the copy its BOM name?"},
+    {"session-goes-on",
+     "This ends the self-check, too: keep a copy of its report, and answer after you have signed in and "
+     "started it anew (selfcheck --only 4). Start a run with many parts, sign out, and press nothing.",
+     "Were you signed out as soon as the row was finished?"},
 };
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include <windows.h>
 
+#include <objbase.h>
+
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -80,4 +83,21 @@ Finding LookAtCadVersions()
         }
     }
     return YesIf(found, "versions:" + versions + (found ? "" : "; none has the class of the current one"));
+}
+
+Finding LookAtCurrentCad()
+{
+    CLSID classId{};
+    if (FAILED(CLSIDFromProgID(kCommonProgId, &classId))) {
+        return NotTried("no SOLIDWORKS is registered");
+    }
+    LPOLESTR raw = nullptr;
+    const HRESULT status = ProgIDFromCLSID(classId, &raw);
+    const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> text(raw, &CoTaskMemFree);
+    if (FAILED(status)) {
+        return No("the class has no name: status " + std::to_string(status));
+    }
+    const std::wstring name = text.get();
+    const bool hasVersion = name.starts_with(kCommonProgId + std::wstring(L"."));
+    return YesIf(hasVersion && TextOf(HKEY_CLASSES_ROOT, name + L"\\CLSID", nullptr, 0), ToUtf8(name));
 }

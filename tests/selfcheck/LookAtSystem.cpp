@@ -48,6 +48,7 @@ bool IsGerman()
 
 }  // namespace
 
+// Windows starts no program that imports a function which it lacks.
 Finding LookAtOldWindows()
 {
     constexpr DWORD kOldest = 15063;

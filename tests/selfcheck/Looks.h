@@ -32,3 +32,4 @@ Finding LookAtCodePage();
 Finding LookAtLibraryView();
 Finding LookAtUserView();
 Finding LookAtCadVersions();
+Finding LookAtCurrentCad();

@@ -93,7 +93,7 @@ def check(folder, run, finding):
     break_files(folder)
     report = run(folder, "--only", "0", "--only", "2")[1]
     found = list(problems("machine and files", {"checksums", "mitigations", "common-controls", "resource-folder",
-                                                "library-view", "cad-registered"}, report, finding))
+                                                "library-view", "cad-registered", "cad-current"}, report, finding))
     if "2: refused: a CAD system is registered" not in report:
         found.append("stage 2 has not refused a machine with a CAD system")
     mend_machine(prefix)

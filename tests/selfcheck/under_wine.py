@@ -13,7 +13,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 FINDING = re.compile(r"^  (yes|NO|not tried) +([\w-]+): ", re.MULTILINE)
 VERDICT = re.compile(r"^VERDICT: .+\.\r?$", re.MULTILINE)
 TIMEOUT = 3600  # seconds
-SLOW = {"call-cancelled", "filter-woken"}  # that --quick leaves out
+SLOW = {"call-cancelled", "call-server-killed", "filter-woken"}  # that --quick leaves out
 
 # What Wine itself changes while programs run.
 MAY_CHANGE = re.compile(r"HKEY_USERS\\[^\\]+\\(Software\\Wine\\Temporary System Parameters|Volatile Environment|"

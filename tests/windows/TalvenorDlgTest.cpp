@@ -16,11 +16,13 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "framework/Handles.h"
 #include "framework/MessageText.h"
+#include "framework/PaintingWait.h"
 #include "framework/ScopeExit.h"
 #include "platform/FolderLock.h"
 #include "platform/TemplateStore.h"
@@ -1669,6 +1671,51 @@ TEST_P(TalvenorDlgTest, AFolderThatIsBeingConvertedElsewhereIsRefused)
         Press(IDC_START);
         EXPECT_EQ(TakeBoxes(), (Texts{OverwriteQuestion(m_parts + L"\\Mapped"), Finished()}))
             << "the run has unlocked the folder";
+    });
+}
+
+// Screen readers and scripts send BM_CLICK, or the command itself, and wait for the answer.
+class SentStartTest : public TalvenorDlgTest
+{
+protected:
+    // Sends a message from another thread while this one dispatches messages. Returns the number of boxes
+    // that opened after the sender had got its answer; a negative number if a box opened before.
+    int BoxesAfterTheAnswer(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+    {
+        constexpr DWORD kPatience = 2'000;  // milliseconds
+        const UniqueHandle answered(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        int late = 0;
+        m_onBox = [&] {
+            const bool isAnswered = WaitForSingleObject(answered.get(), kPatience) == WAIT_OBJECT_0;
+            late = isAnswered && late >= 0 ? late + 1 : -1;
+        };
+        std::thread sender([&] {
+            SendMessageW(window, message, wParam, lParam);
+            SetEvent(answered.get());
+        });
+        EXPECT_TRUE(WaitPainting(answered.get(), 10 * kPatience));
+        sender.join();
+        DrainMessages();
+        m_onBox = nullptr;
+        return late;
+    }
+};
+
+IN_BOTH_LANGUAGES(SentStartTest);
+
+TEST_P(SentStartTest, GetsItsAnswerBeforeTheRun)
+{
+    AddThreeParts();
+    Run([this] {
+        Press(IDC_COPY_ONLY);
+        const HWND button = Item(IDC_START);
+        EXPECT_EQ(BoxesAfterTheAnswer(button, BM_CLICK, 0, 0), 1);
+        EXPECT_EQ(TakeBoxes(), Texts{Finished()});
+        EXPECT_TRUE(std::filesystem::exists(m_parts + L"\\Mapped\\3_c.sldprt"));
+        EXPECT_EQ(BoxesAfterTheAnswer(m_dialog->m_hWnd, WM_COMMAND, MAKEWPARAM(IDC_START, BN_CLICKED),
+                                      reinterpret_cast<LPARAM>(button)),
+                  2);
+        EXPECT_EQ(TakeBoxes(), (Texts{OverwriteQuestion(m_parts + L"\\Mapped"), Finished()}));
     });
 }
 
