@@ -26,36 +26,32 @@ void UseOwnFolder()
     _putenv_s("GCOV_PREFIX", own.c_str());
 }
 
-// Only one thread may write: this one, or, once the program ends, the one that ends it.
-class CWriter
+SRWLOCK g_writing = SRWLOCK_INIT;
+
+// Never releases the lock, so that only the thread that ends the program writes the last counts.
+void StopWriting()
 {
-public:
-    CWriter()
-    {
-        UseOwnFolder();
-        CloseHandle(CreateThread(nullptr, 0, &Run, this, 0, nullptr));
+    AcquireSRWLockExclusive(&g_writing);
+}
+
+DWORD WINAPI WriteCounts(LPVOID /*unused*/)
+{
+    Sleep(kInterval);
+    // Registered by now is the run-time library's own last write. What is registered after it comes before
+    // it.
+    std::atexit(&StopWriting);
+    for (;; Sleep(kInterval)) {
+        AcquireSRWLockExclusive(&g_writing);
+        __gcov_dump();   // adds the counts to those in the files ...
+        __gcov_reset();  // ... and begins anew, as a further call would write nothing
+        ReleaseSRWLockExclusive(&g_writing);
     }
-    CWriter(const CWriter&) = delete;
-    CWriter& operator=(const CWriter&) = delete;
-    // Keeps the lock, so that the thread no longer writes when the run-time library writes the last counts.
-    ~CWriter() { AcquireSRWLockExclusive(&m_lock); }
+}
 
-private:
-    static DWORD WINAPI Run(LPVOID writer)
-    {
-        for (;;) {
-            Sleep(kInterval);
-            SRWLOCK& lock = static_cast<CWriter*>(writer)->m_lock;
-            AcquireSRWLockExclusive(&lock);
-            __gcov_dump();   // adds the counts to those in the files ...
-            __gcov_reset();  // ... and begins anew, as a further call would write nothing
-            ReleaseSRWLockExclusive(&lock);
-        }
-    }
-
-    SRWLOCK m_lock = SRWLOCK_INIT;
-};
-
-const CWriter g_writer;
+const bool g_started = [] {
+    UseOwnFolder();
+    CloseHandle(CreateThread(nullptr, 0, &WriteCounts, nullptr, 0, nullptr));
+    return true;
+}();
 
 }  // namespace
