@@ -177,7 +177,7 @@ TEST_F(RunReportTest, WarningsFollowTheErrors)
     EXPECT_EQ(CountOf(page, ">see note</a>"), 2U);
 }
 
-TEST_F(RunReportTest, HasNoTableWithoutRowsToAttendTo)
+TEST_F(RunReportTest, LeavesOutAnEmptyTableOfErrorsOrWarnings)
 {
     EXPECT_EQ(Page(1).find("<h2>Warnungen</h2>"), std::string::npos);
     const std::string onlyWarned = Page(1, ThreeRows(), {{}, {.errors = {}, .warnings = {L"odd"}}, {}});
@@ -212,7 +212,7 @@ TEST_F(RunReportTest, HeadersNameTheirColumnsAndRows)
     EXPECT_NE(page.find("<tr><th scope=\"row\">Duration<td><bdi>1:02:03</bdi>"), std::string::npos);
 }
 
-// No browser runs here: the test compares the names that script and style sheet use with those of the tables.
+// No browser runs here: this test and the next only look for what script, tables and styles must contain.
 TEST_F(RunReportTest, TheScriptSortsTheTablesOfRows)
 {
     const std::string page = Page(0);
@@ -228,7 +228,7 @@ TEST_F(RunReportTest, TheScriptSortsTheTablesOfRows)
     EXPECT_EQ(CountOf(page, "<table>"), 1U) << "the facts of the run keep their order";
 }
 
-TEST_F(RunReportTest, TheStyleSheetFitsTheTables)
+TEST_F(RunReportTest, TheStyleSheetHasRulesForTablesAndPrint)
 {
     const std::string page = Page(0);
     const std::string style = Between(page, "<style>", "</style>");
