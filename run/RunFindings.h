@@ -20,7 +20,7 @@ struct RowFindings
 {
     // The row was not converted, or perhaps not completely.
     std::vector<std::wstring> errors;
-    // The row was converted, but perhaps not as the user wants it.
+    // The row's copy or its record may not be as the user wants it. A row may have errors, too.
     std::vector<std::wstring> warnings;
 
     [[nodiscard]] bool HasFailed() const { return !errors.empty(); }

@@ -71,7 +71,7 @@ void CheckWriteAndReadAgain(const MapReading& reading)
     MapReading expected;
     for (const UTtab_entry& entry : reading.entries) {
         const std::string line = FormatMapRecord(entry, QuestionMark);
-        Require(MapRecordLength(entry) == line.size(), "the length of a record is wrong");
+        Require(MapRecordLength(entry) == line.size(), "the computed length of a record is that of its line");
         const std::wstring texts = entry.strOriginal + entry.strRenamed + entry.strBomName;
         if (line.size() <= kMaxLineBytes && texts.find(L'\r') == std::wstring::npos) {
             file += line + "\n";

@@ -17,8 +17,8 @@ std::string_view Document()
 
 std::string Trimmed(std::string_view text)
 {
-    const std::size_t first = text.find_first_not_of(" `\r");
-    const std::size_t last = text.find_last_not_of(" `\r");
+    const std::size_t first = text.find_first_not_of(" \r");
+    const std::size_t last = text.find_last_not_of(" \r");
     return first == std::string_view::npos ? std::string()
                                            : std::string(text.substr(first, last - first + 1));
 }
@@ -56,7 +56,8 @@ std::vector<Assumption> ReadAssumptions()
         const std::string_view line = rest.substr(0, end);
         if (IsRow(line)) {
             const std::vector<std::string> cells = CellsOf(line);
-            assumptions.push_back({cells.front(), cells.at(1), StageOf(cells.back())});
+            const std::string& id = cells.front();
+            assumptions.push_back({id.substr(1, id.size() - 2), cells.at(1), StageOf(cells.back())});
         }
         rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
     }

@@ -2,8 +2,9 @@
 
 #include <string>
 
-// Reports what a test cannot undo on this machine: on standard error, and to the handler. The handler lets
-// the test or the whole run fail. Called by destructors, which cannot throw.
+// Reports something on this machine that a test cannot undo or must not touch: on standard error, and to the
+// handler. The handler makes the current test fail or, after the last test, the whole run. Destructors may
+// call it: it does not throw.
 void ReportProblem(const std::string& text);
 
 // At first there is no handler.

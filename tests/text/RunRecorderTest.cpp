@@ -115,7 +115,7 @@ TEST(RunRecorder, KeepsTheNamesOfUnwrittenConfigurations)
     EXPECT_EQ(record.rows.at(1).cad, std::nullopt);
 }
 
-TEST(RunRecorder, AFailedCallBelongsToTheStepBegunLast)
+TEST(RunRecorder, AFailedCallBelongsToTheStepThatItsRowBeganLast)
 {
     CRunRecorder recorder;
     recorder.BeginRun({});
@@ -124,11 +124,9 @@ TEST(RunRecorder, AFailedCallBelongsToTheStepBegunLast)
     recorder.NoteOpened(true, 128);
     recorder.NoteStep(CadStep::reading);
     recorder.NoteFailure(L"gone");
-    recorder.NoteReload(true);
     recorder.EndRow(0);
     recorder.BeginRow(kSecond, true);
     recorder.NoteFailure(L"gone again");
-    recorder.NoteReload(false);
     recorder.EndRow(0);
     const RunRecord record = recorder.EndRun(RunEnd::cadNotLoaded);
     const RunRow first = record.rows.at(0);
@@ -137,14 +135,27 @@ TEST(RunRecorder, AFailedCallBelongsToTheStepBegunLast)
     EXPECT_EQ(first.cad->openCode, 128);
     EXPECT_TRUE(first.cad->failed);
     EXPECT_EQ(first.reason, L"gone");
-    EXPECT_TRUE(first.cadReloaded);
-    EXPECT_FALSE(first.cadLost);
     const RunRow second = record.rows.at(1);
     ASSERT_TRUE(second.cad);
-    EXPECT_EQ(second.cad->step, CadStep::opening);
+    EXPECT_EQ(second.cad->step, CadStep::opening) << "the row began no step";
     EXPECT_TRUE(second.cad->failed);
-    EXPECT_FALSE(second.cadReloaded);
-    EXPECT_TRUE(second.cadLost);
+}
+
+TEST(RunRecorder, KeepsWhetherSolidworksWasLoadedAgain)
+{
+    CRunRecorder recorder;
+    recorder.BeginRun({});
+    recorder.BeginRow(kFirst, true);
+    recorder.NoteReload(true);
+    recorder.EndRow(0);
+    recorder.BeginRow(kSecond, true);
+    recorder.NoteReload(false);
+    recorder.EndRow(0);
+    const RunRecord record = recorder.EndRun(RunEnd::cadNotLoaded);
+    EXPECT_TRUE(record.rows.at(0).cadReloaded);
+    EXPECT_FALSE(record.rows.at(0).cadLost);
+    EXPECT_FALSE(record.rows.at(1).cadReloaded);
+    EXPECT_TRUE(record.rows.at(1).cadLost);
 }
 
 TEST(RunRecorder, AGivenUpCallBelongsToItsRow)
