@@ -1010,10 +1010,10 @@ bool CTalvenorDlg::MayOverwriteMapFile() const
 
 void CTalvenorDlg::RunConversion(bool copyOnly)
 {
-    m_bRunning = true;
     m_recorder.Forget();  // the run marks rows
     m_report = {};        // an exception must not leave the report of the run before
     m_wndReport.EnableWindow(false);
+    m_bRunning = true;  // after what may throw: only `ended` resets it
     MessageObserver before = SetMessageObserver([this](bool open) { TellOfMessage(open); });
     const CScopeExit ended([this, &before] {
         SetMessageObserver(std::move(before));
