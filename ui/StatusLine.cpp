@@ -42,7 +42,7 @@ void CStatusLine::ListFilled(const CConversionTable::FilledRows& rows)
     m_pending = rows.pending ? static_cast<int>(rows.count) : 0;
     m_namesChanged = false;
     m_marksChanged = false;
-    RequestUpdate();
+    ShowNumbers();
 }
 
 void CStatusLine::OnNotify(const NMHDR& header)
@@ -50,7 +50,7 @@ void CStatusLine::OnNotify(const NMHDR& header)
     switch (header.code) {
         case LVN_ITEMCHANGED:
             m_marksChanged = m_marksChanged || MayChangeMark(reinterpret_cast<const NMLISTVIEW&>(header));
-            RequestUpdate();
+            ShowNumbers();
             break;
         case LVN_INSERTITEM:
         case LVN_DELETEITEM:
@@ -66,10 +66,10 @@ void CStatusLine::RowsChanged()
 {
     m_namesChanged = true;
     m_marksChanged = true;
-    RequestUpdate();
+    ShowNumbers();
 }
 
-void CStatusLine::RequestUpdate()
+void CStatusLine::ShowNumbers()
 {
     m_listChanged = true;
     m_requestUpdate();
@@ -81,11 +81,6 @@ void CStatusLine::Say(const std::wstring& text)
     Update();
     Show(text);
     Announce(GetDlgItem(m_dialog, IDC_STATUS_TEXT));
-}
-
-void CStatusLine::ShowNumbers()
-{
-    RequestUpdate();
 }
 
 void CStatusLine::Show(const std::wstring& text)

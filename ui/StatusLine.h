@@ -43,7 +43,7 @@ public:
     // Screen readers announce the text; the focus does not move.
     void Say(const std::wstring& text);
 
-    // Shows the numbers again after Say.
+    // Shows the numbers soon, also in place of a text of Say.
     void ShowNumbers();
 
     [[nodiscard]] bool HasNamesToCheck() const { return !m_toCheck.empty(); }
@@ -53,7 +53,6 @@ public:
     void GoToNextName();
 
 private:
-    void RequestUpdate();
     void Show(const std::wstring& text);
     void FindNames(std::size_t rows, const RowReader& read);
     [[nodiscard]] std::wstring Problem(const NameToCheck& name) const;
