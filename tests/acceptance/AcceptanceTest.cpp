@@ -1,6 +1,24 @@
 #include "tests/acceptance/AcceptanceTest.h"
 
+#include "tests/support/MenuOnScreen.h"
+
 namespace {
+
+std::size_t CountOf(const std::string& word, const std::string& text)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + word.size())) {
+        ++count;
+    }
+    return count;
+}
+
+void ReplaceAll(std::string& text, const std::string& word, const std::string& by)
+{
+    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + by.size())) {
+        text.replace(at, word.size(), by);
+    }
+}
 
 constexpr DWORD kUpdateTimeout = 5'000;  // milliseconds
 
@@ -68,6 +86,30 @@ void AcceptanceTest::ChooseInPicker(const CProgramUnderTest& program, const std:
     WaitFor([&] { return TextOf(name) == path; });
     ASSERT_EQ(path, TextOf(name));
     PressKeys({VK_RETURN});
+}
+
+void AcceptanceTest::ChooseFurther(const CProgramUnderTest& program, const Text& command)
+{
+    program.WaitForKeyboard();
+    program.PressByKey(IDC_MORE);
+    CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(command.Current());
+}
+
+void AcceptanceTest::ReplaceInSpreadsheet(const CProgramUnderTest& program, const std::wstring& path,
+                                          const std::string& word, const std::string& by, std::size_t rows)
+{
+    ChooseFurther(program, expected::kExport);
+    ChooseInPicker(program, path, expected::kExportTable);
+    // The file cannot be opened while it gets its name.
+    WaitFor([&] { return CountOf(word, BytesOf(path)) == rows; });
+    std::string table = BytesOf(path);
+    ASSERT_EQ(rows, CountOf(word, table));
+    ReplaceAll(table, word, by);
+    WriteBytes(path, table);
+    program.WaitForRest();
+    ChooseFurther(program, expected::kImport);
+    ChooseInPicker(program, path, expected::kImportTable);
+    ExpectMessage(program, expected::Taken(std::to_wstring(rows), L"0", L"0", L"0", L"0"));
 }
 
 void AcceptanceTest::ExpectSelectedText(HWND edit, const std::wstring& text)

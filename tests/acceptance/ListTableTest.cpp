@@ -44,46 +44,13 @@ protected:
         WaitFor([&] { return ClipboardText() == expected; });
         EXPECT_EQ(expected, ClipboardText());
     }
-
-    // Chooses a command of the menu of further commands, and picks a file in its file dialog.
-    static void PickFor(const CProgramUnderTest& program, const std::wstring& command, const Text& title,
-                        const std::wstring& path)
-    {
-        program.PressByKey(IDC_MORE);
-        CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(command);
-        ChooseInPicker(program, path, title);
-    }
-
-    // Waits until the exported file is complete, and replaces a word throughout the file. The file cannot be
-    // opened while it gets its name.
-    static void ReplaceInFile(const std::wstring& path, const std::string& word, const std::string& by)
-    {
-        std::string text;
-        WaitFor([&] {
-            text = BytesOf(path);
-            return text.ends_with(word + "299\r\n");
-        });
-        std::size_t count = 0;
-        for (std::size_t at = text.find(word); at != std::string::npos;
-             at = text.find(word, at + by.size())) {
-            text.replace(at, word.size(), by);
-            ++count;
-        }
-        ASSERT_EQ(static_cast<std::size_t>(kRecords), count);
-        WriteBytes(path, text);
-    }
 };
 
 TEST_F(ListTableTest, NamesGoThroughASpreadsheetAndChangesComeBack)
 {
     m_library.WriteMapFile(ToUtf8(Records(L"Norm", L" ; ", L"\n")));
-    const std::wstring path = m_temp / L"table.csv";
     const CProgramUnderTest program;
-    PickFor(program, L"E&xportieren...", expected::kExportTable, path);
-    ReplaceInFile(path, "Norm ", "Mutter ");
-    program.WaitForRest();
-    PickFor(program, L"&Importieren...", expected::kImportTable, path);
-    ExpectMessage(program, expected::Taken(L"200", L"0", L"0", L"0", L"0"));
+    ReplaceInSpreadsheet(program, m_temp / L"table.csv", "Norm ", "Mutter ", kRecords);
     WaitForCaption(program, ChangedMapView());
     FocusFirstRow(program);
     ExpectBomNames(L"Mutter");

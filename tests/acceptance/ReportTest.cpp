@@ -6,17 +6,18 @@
 
 #include "tests/acceptance/RunFailureTest.h"
 #include "tests/support/DocumentViewer.h"
-#include "tests/support/MenuOnScreen.h"
 #include "tests/support/TestScopes.h"
 
 namespace {
 
-constexpr int kParts = 8;
-const std::vector<int> kNotSaved{2, 3, 5, 7, 8};
-const Selection kTheirRows{1, 2, 4, 6, 7};
+// The numbers of the parts have three digits, so the parts stand in the list in this order.
+constexpr int kFirst = 101;
+constexpr int kLast = 300;
+const std::vector<int> kNotSaved{102, 150, 151, 299, 300};
+const Selection kTheirRows{1, 49, 50, 198, 199};
 
-// Eight parts. Five are not saved: for three of them the save call fails, for two it returns a value other
-// than 0. Another part has two configurations that get the same BOM name.
+// Two hundred parts. Five are not saved: for three of them the save call fails, for two it returns a value
+// other than 0. Another part has two configurations that get the same BOM name.
 class ReportTest : public RunFailureTest
 {
 protected:
@@ -26,45 +27,25 @@ protected:
             GTEST_SKIP() << "skipped: the user has chosen a program for documents of this kind";
         }
         m_viewer.emplace(L".html", m_temp / L"opened.txt");
-        AddParts(kParts);
-        m_library.AddPart(L"N_ISO_1_M8.sldprt", {L"x", L"y"});
+        AddParts(kFirst, kLast);
+        m_library.AddPart(L"N_ISO_101_M8.sldprt", {L"x", L"y"});
         m_server.SetScript(
-            "fault file=2.sldprt call=Save fail 0x80004005\n"
-            "save 3.sldprt value=17\n"
-            "fault file=5.sldprt call=Save fail 0x80004005\n"
-            "fault file=7.sldprt call=Save fail 0x80004005\n"
-            "save 8.sldprt value=1\n");
-    }
-
-    static void ChooseFurther(const CProgramUnderTest& program, const Text& command)
-    {
-        program.WaitForKeyboard();
-        program.PressByKey(IDC_MORE);
-        CMenuOnScreen::WaitForOne(program.ProcessId()).ChooseByKey(command.Current());
+            "fault file=102.sldprt call=Save fail 0x80004005\n"
+            "save 150.sldprt value=17\n"
+            "fault file=151.sldprt call=Save fail 0x80004005\n"
+            "fault file=299.sldprt call=Save fail 0x80004005\n"
+            "save 300.sldprt value=1\n");
     }
 
     // The rows of the parts with BOM names that begin with `word`.
     static Rows RowsWith(const std::wstring& word)
     {
         Rows rows;
-        for (int number = 1; number <= kParts; ++number) {
+        for (int number = kFirst; number <= kLast; ++number) {
             rows.push_back(RowOf(number, Mark::pending));
             rows.back().bomName = word + L" " + std::to_wstring(number);
         }
         return rows;
-    }
-
-    // Imports a CSV file with BOM names that begin with `word`.
-    void ImportBomNames(const CProgramUnderTest& program, const std::wstring& word) const
-    {
-        std::wstring text;
-        for (const RowOnScreen& row : RowsWith(word)) {
-            text += row.original + L";" + row.renamed + L";" + row.bomName + L"\r\n";
-        }
-        WriteBytes(m_temp / L"names.csv", ToUtf8(text));
-        ChooseFurther(program, expected::kImport);
-        ChooseInPicker(program, m_temp / L"names.csv", expected::kImportTable);
-        ExpectMessage(program, expected::Taken(std::to_wstring(kParts), L"0", L"0", L"0", L"0"));
     }
 
     void ConvertAgain(const CProgramUnderTest& program) const
@@ -89,7 +70,7 @@ protected:
 
     void ExpectBomNames(const std::wstring& word, const std::vector<int>& missing) const
     {
-        for (int number = 1; number <= kParts; ++number) {
+        for (int number = kFirst; number <= kLast; ++number) {
             const bool isMissing = std::ranges::find(missing, number) != missing.end();
             EXPECT_EQ(isMissing ? L"" : word + L" " + std::to_wstring(number), BomNameOf(number));
         }
@@ -110,13 +91,13 @@ std::vector<int> RowNumbers(const std::string& page)
     return numbers;
 }
 
-// Imports BOM names, runs into five errors, finds the five parts by the report, and converts them in a second
-// run.
+// Changes 200 BOM names in a spreadsheet, runs into five errors, finds the five parts by the report, and
+// converts them in a second run.
 TEST_F(ReportTest, LeadsToThePartsThatWereNotSaved)
 {
     const CProgramUnderTest program;
     EXPECT_EQ(FALSE, IsWindowEnabled(program.Control(IDC_REPORT)));
-    ImportBomNames(program, L"Mutter");
+    ReplaceInSpreadsheet(program, m_temp / L"names.csv", "Norm ", "Mutter ", kLast - kFirst + 1);
     ChooseFurther(program, expected::kUndo);
     WaitForRows(program, RowsWith(L"Norm"));
     ChooseFurther(program, expected::kRedo);
@@ -125,7 +106,7 @@ TEST_F(ReportTest, LeadsToThePartsThatWereNotSaved)
     ExpectBomNames(L"Mutter", kNotSaved);
 
     const std::string page = ReadReport(program);
-    EXPECT_EQ((std::vector<int>{2, 3, 5, 7, 8, 1}), RowNumbers(page))
+    EXPECT_EQ((std::vector<int>{2, 50, 51, 199, 200, 1}), RowNumbers(page))
         << "the five parts that were not saved come first";
     EXPECT_NE(std::string::npos, page.find("<li>Das Speichern schlug fehl: "));
     EXPECT_NE(std::string::npos, page.find("0x80004005"));

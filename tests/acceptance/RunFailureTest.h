@@ -13,11 +13,13 @@ using Lines = std::vector<std::string>;
 class RunFailureTest : public AcceptanceTest
 {
 protected:
-    // Adds the parts 'N_ISO_1_M8' to 'N_ISO_<count>_M8', each with one configuration 'x'. The templates name
+    // Adds the parts 'N_ISO_1_M8' to 'N_ISO_<last>_M8', each with one configuration 'x'. The templates name
     // the copies '1.sldprt', '2.sldprt' and so on.
-    void AddParts(int count)
+    void AddParts(int last) { AddParts(1, last); }
+
+    void AddParts(int first, int last)
     {
-        for (int number = 1; number <= count; ++number) {
+        for (int number = first; number <= last; ++number) {
             m_library.AddPart(L"N_ISO_" + std::to_wstring(number) + L"_M8.sldprt", {L"x"});
         }
         m_registry.SetTemplate(1, L"%3");

@@ -95,6 +95,7 @@ inline constexpr Message NotInList{{L"Zu markierende Zeilen, die nicht in der Li
 inline constexpr Text kUndo{L"&Rückgängig", L"&Undo"};
 inline constexpr Text kRedo{L"Wieder&herstellen", L"&Redo"};
 inline constexpr Text kImport{L"&Importieren...", L"&Import..."};
+inline constexpr Text kExport{L"E&xportieren...", L"E&xport..."};
 inline constexpr Text kSelectAttention{L"&Auffällige Zeilen der letzten Umsetzung markieren",
                                        L"&Select what needs attention in the last conversion"};
 
