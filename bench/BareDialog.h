@@ -28,9 +28,9 @@ void FillBare(HWND list, const std::vector<UTtab_entry>& rows, bool pending);
 void SetBareText(HWND list, int row, int column, const std::wstring& text);
 void SetBareMark(HWND list, int row, bool pending);
 
-// The main dialog without the program's code: created from the same template, with the same styles, columns
-// and state images, and filled with plain messages. No object is bound to the window or its controls. The
-// dialog is modeless; the caller runs the message loop. The destructor destroys the dialog.
+// A bare copy of the main dialog: created from the same template, with the same styles, columns and state
+// images, and filled with plain messages. No object is bound to the window or its controls. The dialog is
+// modeless; the caller runs the message loop. The destructor destroys the dialog.
 class CBareDialog
 {
 public:

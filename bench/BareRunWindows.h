@@ -8,10 +8,10 @@
 #include "bench/BareDialog.h"
 #include "core/UTtabEntry.h"
 
-// Displays what a run displays for each row and configuration, without the program's code: the bare main
-// dialog with its rows, and a progress dialog that no object is bound to. Sets a text only if it has changed.
-// The windows are painted when PumpOneMessage dispatches a paint message, once for each row and
-// configuration, and when controls paint themselves.
+// Displays what a run displays for each row and configuration, without the program's window objects: in the
+// bare main dialog with its rows, and in a progress dialog that no object is bound to. Sets a text only if it
+// has changed. PumpOneMessage is called once for each row and configuration. The windows are painted when it
+// dispatches a paint message, and when controls paint themselves.
 class CBareRunWindows
 {
 public:

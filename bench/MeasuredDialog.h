@@ -42,7 +42,7 @@ private:
     class CDialogWithIdle : public CTalvenorDlg
     {
     public:
-        using CTalvenorDlg::CallIdle;  // which only a modal loop calls
+        using CTalvenorDlg::CallIdle;  // only a modal loop would call it, and this dialog is modeless
     };
     CDialogWithIdle m_dialog;
     CConversionTable* m_table;

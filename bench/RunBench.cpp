@@ -1,6 +1,6 @@
 // Times conversion runs of the real dialog, from the command of the start button until the command returns.
 // Message boxes are answered without being shown. FOLDER is the standard-parts folder. Its folders "Mapped"
-// and "Bare" are deleted.
+// and "Bare" are deleted or overwritten.
 //
 //   runbench copies FOLDER ROUNDS
 //     Runs that only copy. Prints for each round the seconds of the run and of three loops over the same

@@ -64,9 +64,8 @@ void RequireFinished(DWORD threadId, int rows)
 
 void Measure(int rows, const std::wstring& command)
 {
-    // Under Wine, the first window starts the desktop's process, unless the desktop is in use already.
-    // Otherwise the measured program would start it, and WaitForInputIdle would return while the program
-    // waits for it.
+    // Under Wine, the first use of the desktop starts the desktop's process. Without this call, the measured
+    // program would start that process, and WaitForInputIdle would return while the program waits for it.
     GetDesktopWindow();
     const CStopwatch watch;
     StartedProgram program;

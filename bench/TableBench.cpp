@@ -3,12 +3,11 @@
 //   tablebench COMMAND ROWS ROUNDS TABLE.tsv
 //
 // COMMAND is fill, show, apply1, apply2, select, delete, delete-half, mark, import, paste, undo, redo or
-// status. import to redo change every BOM name; status updates the line below the list. TABLE.tsv lists names
-// of standard parts; if ROWS exceeds their number, further names are derived from them. Prints a line for
-// each round: seconds of the program, tab, seconds of the bare loop. apply1 and apply2 also print the seconds
-// of a bare loop that reads the settings for each row. The order within rounds alternates (Rounds.h). First,
-// memory and caches are warmed up by at least one round, and for at least two seconds; these rounds are not
-// printed.
+// status. import, paste, undo and redo change every BOM name; status updates the line below the list.
+// TABLE.tsv lists names of standard parts; if ROWS exceeds their number, further names are derived from them.
+// Prints a line for each round: seconds of the program, tab, seconds of the bare loop. apply1 and apply2 also
+// print the seconds of a bare loop that reads the template for each row. The order within rounds alternates
+// (Rounds.h). To warm up memory and caches, rounds that are not printed come first, for at least two seconds.
 //
 // The program's side is the real dialog (MeasuredDialog.h); the bare side has the same controls without
 // objects (BareDialog.h). Times include painting. Fails if the lists differ after a round.
@@ -114,7 +113,7 @@ std::wstring BareText(HWND list, int row, int column)
     return text;
 }
 
-// The registry calls with which the settings store reads a template.
+// Reads a template with the system calls that platform/TemplateStore makes.
 std::wstring BareTemplate(int column)
 {
     const std::wstring name = L"Template Text Column " + std::to_wstring(column);
@@ -293,7 +292,7 @@ private:
         return Steps(prepare, Pressing(IDC_DELETE), [this] { DeleteBareRows(); });
     }
 
-    // Deletes from the end, so no rows have to move up.
+    // Deletes from the end, so that fewer rows have to move up.
     void DeleteBareRows() const
     {
         const CBareRedrawPause pause(BareList());
@@ -340,8 +339,7 @@ private:
         return m_program.Rows();
     }
 
-    // For each row, reads the two texts from which the program makes the new text, then sets the new text and
-    // the mark.
+    // For each row, reads the two texts that the program reads, then sets the new text and the mark.
     void ApplyBare(int column, const std::vector<UTtab_entry>& made, const Work& before) const
     {
         const CBareRedrawPause pause(BareList());

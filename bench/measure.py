@@ -3,8 +3,8 @@ sets everything up.
 
 Every ratio compares a run of the program with a run of a baseline in the same round. The program runs first in one round and
 last in the next. The table shows the median of the rounds and, in brackets, the smallest and the largest ratio. Rounds that
-warm up short measurements do not count. Comparisons with a bare baseline have a target. Baselines that include more of the
-program's work have no target.
+warm up short measurements do not count. Comparisons with a bare baseline, except that of memory, have a
+target. Baselines that include more of the program's work have no target.
 """
 import argparse
 import collections
@@ -21,7 +21,7 @@ import growth
 
 BENCH, BIN, TABLE = "build/bench", "build/windows/bin", "data/standard-parts.tsv"
 LIBRARY, BARE_LIBRARY = "C:\\Zelmar\\Normteile", "C:\\Zelmar\\Bare"
-ROUNDS = 6  # all numbers of rounds are even, so each order occurs equally often
+ROUNDS = 6  # this number and the next two are even, so each order occurs equally often
 SHORT_ROUNDS = 16  # for measurements of a fraction of a second
 LONG_ROUNDS = 2  # for measurements of nearly a minute
 GROWTH = [1000, 10000, 20000, 100000]
@@ -78,8 +78,9 @@ def table_times(command, rows, rounds):
 
 
 def growth_line(title, times, more_times):
-    """How much longer 100,000 rows take than 20,000. If time is proportional to the number of rows, the factor is 5. The range
-    is from the shortest long time over the longest short time to the longest long time over the shortest short time."""
+    """How much longer 100,000 rows take than 20,000. If time is proportional to the number of rows, the
+    factor is 5. The range begins at the shortest time for 100,000 rows divided by the longest for 20,000, and
+    ends at the longest for 100,000 divided by the shortest for 20,000."""
     (program, bare), (more_program, more_bare) = (list(zip(*rounds))[:2] for rounds in (times, more_times))
     grown, bare_grown = (statistics.median(more) / statistics.median(few)
                          for more, few in ((more_program, program), (more_bare, bare)))
@@ -120,7 +121,8 @@ def command_lines():
 
 
 def import_lines():
-    """The table as text. The target limits the program's time minus the baseline's time."""
+    """The table as text, and the line below the list. The target limits the program's time minus the
+    baseline's time."""
     lines = []
     texts = "setting these texts and marks"
     for command, title, baseline in (("import", "import 20,000 changed BOM names", texts),

@@ -61,8 +61,8 @@ void CCadSession::Release()
     bool isEnding = !m_givenUp;
     try {
         if (m_givenUp) {
-            // A server that hangs gets the calls that are cancelled here once it responds again. It would
-            // then end, with the user's work in it.
+            // A hanging server still carries out cancelled calls once it responds again. The call that ends
+            // the server would then end it with the user's work in it.
             m_sldWorks.Leave();
         } else {
             m_sldWorks.Disconnect();

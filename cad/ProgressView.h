@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// The steps that write the BOM names of one part.
+// The steps of writing the BOM names of one part.
 enum class CadStep : std::uint8_t
 {
     opening,

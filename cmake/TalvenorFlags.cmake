@@ -1,4 +1,5 @@
-# Compiler settings of the program's own code, and functions that add its layers, the program and test time limits.
+# Compiler settings of the program's own code, and functions that add its layers, the program itself and the
+# time limits of tests.
 
 option(TALVENOR_WARNINGS_ARE_ERRORS "End the build at a compiler warning" ON)
 option(TALVENOR_SANITIZE "Build with address and undefined-behaviour sanitizers (build machine only)" OFF)
@@ -6,14 +7,14 @@ option(TALVENOR_PRECOMPILE "Precompile the headers that most sources for Windows
 option(TALVENOR_COVERAGE "Count the executed lines of the program's own code (GCC only)" OFF)
 option(TALVENOR_FUZZ "Build the text rules and their fuzz targets (clang on the build machine only)" OFF)
 
-# Each of the two included files defines
+# Each of the two files below, of which one is included, defines
 #   TALVENOR_WIDE_ENTRY        link options of a program that begins in wmain or wWinMain
 #   TALVENOR_SMALL_CODE        compile options for small rather than fast code
 #   TALVENOR_MANY_SECTIONS     compile options for sources with very many functions, without optimization
 #   TALVENOR_RESOURCE_LIBRARY  link options of a library with only resources: no start-up code, no entry point, no imports
 #   TALVENOR_FUZZER            link options of a fuzz target; clang only
 #   talvenor_compiler(TARGET)  options of every target
-#   talvenor_symbols(PROGRAM)  keeps what is needed to find the function of an address in the program
+#   talvenor_symbols(PROGRAM)  keeps what is needed to trace an address in the program to its function
 if(MSVC)
   include("${CMAKE_CURRENT_LIST_DIR}/CompilerMsvc.cmake")
 else()
@@ -37,11 +38,12 @@ function(talvenor_counted target)
   endif()
 endfunction()
 
-# talvenor_precompiled(TARGET OWNER [HEADER]): compiles TARGET with a precompiled header, which OWNER (maybe TARGET itself)
-# makes of HEADER. GCC forgets the pragmas in a precompiled header by which its library turns off warnings about its own
-# code, so these warnings are off for the target. The release and the text rules on the build machine are compiled without
-# precompiled headers, and tools/lint leaves them out: these find a missing include and see every warning. A compiler cache
-# (CMAKE_CXX_COMPILER_LAUNCHER) may refuse to store what was compiled with a precompiled header, and gains more.
+# talvenor_precompiled(TARGET OWNER [HEADER]): compiles TARGET with a precompiled header, which OWNER (maybe
+# TARGET itself) makes from HEADER. In a precompiled header, GCC forgets the pragmas with which its library
+# turns off warnings about its own code, so these warnings are off for the target. The release, the text rules
+# on the build machine and tools/lint use no precompiled header, so they find missing includes and see every
+# warning. With a compiler cache (CMAKE_CXX_COMPILER_LAUNCHER), the function does nothing: the cache saves
+# more time, and may refuse to store what was compiled with a precompiled header.
 function(talvenor_precompiled target owner)
   if(NOT TALVENOR_PRECOMPILE OR NOT CMAKE_CXX_COMPILER_ID STREQUAL GNU OR CMAKE_CXX_COMPILER_LAUNCHER)
     return()

@@ -82,7 +82,7 @@ std::basic_string_view<Char> CopyToArena(std::basic_string_view<Char> text, std:
 }
 
 // Returns a key, stored in the arena. Two names have the same key exactly when the list view's text search
-// (LVM_FINDITEM) takes them as equal. The search compares linguistically and case-insensitively, in the
+// (LVM_FINDITEM) treats them as equal. The search compares linguistically and case-insensitively, in the
 // thread's locale.
 std::string_view SearchKey(const std::wstring& name, std::pmr::memory_resource& arena)
 {
@@ -108,7 +108,7 @@ std::wstring ReadOrCreateTemplate(int column)
     if (std::optional<std::wstring> text = ReadTemplate(column)) {
         return *std::move(text);
     }
-    if (!HasTemplate(column)) {  // the user's own must not be lost because memory was short
+    if (!HasTemplate(column)) {  // do not replace the user's template because memory was short
         WriteTemplate(column, DefaultTemplate(column));
     }
     return DefaultTemplate(column);

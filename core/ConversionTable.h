@@ -33,7 +33,8 @@ public:
         RowReader read;
     };
 
-    // Calls the observer when an empty table has been filled and no message interrupted that.
+    // Sets the function that is called when all rows of an empty or emptied table have been inserted at once.
+    // It is not called if rows were inserted earlier, to be visible behind a message.
     void SetFillObserver(std::function<void(const FilledRows&)> observer)
     {
         m_fillObserver = std::move(observer);

@@ -31,7 +31,7 @@ struct TableImport
     std::vector<RowNames> changes;  // the rows that change, from the top, with their new names
     int unknown = 0;                // rows of the text that are not in the table
     int notUnique = 0;              // rows that keep their names because the new file name is not unique
-    int ambiguous = 0;              // rows not changed because their original name occurs more than once
+    int ambiguous = 0;              // rows not changed: name twice in the table, or with two sets in the text
     int cleaned = 0;                // cells in which characters were replaced
 
     bool operator==(const TableImport&) const = default;

@@ -290,8 +290,8 @@ void CTableReader::ReadCell(std::wstring& cell)
     m_at = end;
 }
 
-// Returns false, with the position unchanged, when the quotes do not enclose the whole cell, as in "M8"
-// steel: spreadsheets copy such a text as it is.
+// Returns false, with the position unchanged, when the quotes do not enclose the whole cell: it may begin
+// with "M8" and continue without quotes. Spreadsheets copy such a text as it is.
 bool CTableReader::ReadQuoted(std::wstring& cell)
 {
     std::size_t from = m_at + 1;

@@ -19,8 +19,8 @@ struct Path8
     bool representable;  // each character has a byte
 };
 
-// The program's file operations, and the records of the parts map file that was read last. Failures are
-// reported here in message boxes; the caller gets a plain result.
+// The program's file operations, and the records of the parts map file that was read last. CreateFolder,
+// CopyPartFile and ReadMapFile report failures in message boxes; the other functions show none.
 class CFileMisc
 {
 public:

@@ -21,8 +21,8 @@ inline constexpr std::size_t kMapFieldMaxBytes = 259;
 
 // Splits one record at its first two semicolons and strips the blanks around the three fields. The third
 // field may be empty and may contain further semicolons. The line must be stripped. Returns false, with the
-// entry unchanged, when one of the two semicolons is missing or is the first character of its field. So
-// empty lines and comments return false.
+// entry unchanged, when one of the two semicolons is missing or is the first character of its field. This
+// includes empty lines and comments.
 bool ParseMapLine(std::wstring_view strippedLine, UTtab_entry& entry);
 
 // Returns the byte of a character above U+00FF (EncodeMapCharacter).

@@ -88,7 +88,7 @@ protected:
 private:
     void OnPaint();
 
-    bool m_onTheWay = false;  // to its position, over others that must not be painted
+    bool m_onTheWay = false;  // SetPos is at an intermediate position, which must not be painted
 };
 
 // A list of images of one size.

@@ -182,7 +182,8 @@ INT_PTR CALLBACK CDialog::DialogProc(HWND window, UINT message, WPARAM, LPARAM l
     return defaultFocus ? TRUE : FALSE;
 }
 
-// Without memory for the binding, the window would never end the modal loop.
+// Destroys a window that SubclassWindow could not bind for lack of memory: its messages would reach no
+// handler, so nothing would ever end the modal loop.
 bool CDialog::CreateFromTemplate(HWND owner)
 {
     const HWND window = CreateDialogParamW(GetResourceHandle(), MAKEINTRESOURCEW(m_templateId), owner,

@@ -168,7 +168,7 @@ SIZE CDialogLayout::Character() const
         return mapped;
     }
     const SIZE measured = MeasuredCharacter(m_dialog);
-    const bool isMeasured = measured.cx != 0;  // without a device context it is not
+    const bool isMeasured = measured.cx != 0;  // 0 without a device context
     if (isMeasured && !IsSame(measured, m_first.measured)) {
         return measured;
     }

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-// Keeps the controls of a resizable dialog at its edges, at every scaling. While the dialog has the size of
+// Anchors the controls of a resizable dialog to its edges, at every scaling. While the dialog has the size of
 // its template, each control is where the template puts it. Places are kept in dialog units and mapped to
 // pixels anew each time. Dialog units follow the font, and the font's size does not grow in exact proportion
 // to the scaling ("MapDialogRect function"). On a screen that is too small for the template, the dialog may
@@ -12,8 +12,8 @@
 class CDialogLayout
 {
 public:
-    // The edges of the dialog to which a control keeps its distance. A control with two opposite edges grows
-    // with the dialog.
+    // The edges of the dialog from which a control keeps its distance. A control with two opposite edges
+    // grows with the dialog.
     enum Edges : unsigned
     {
         left = 1,
@@ -25,7 +25,7 @@ public:
     // Call it while the controls are where the template puts them. `natural` is the size of the client area
     // in the template, in dialog units. The window may be smaller, as the system creates no window much
     // larger than the screen ("WM_GETMINMAXINFO message"). Until Anchor is called for a control, the control
-    // keeps its distance to the left and top edges.
+    // keeps its distance from the left and top edges.
     void Begin(HWND dialog, SIZE natural);
 
     // Sets the edges of a control. Does nothing if the dialog has no such control.

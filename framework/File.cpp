@@ -266,7 +266,7 @@ void CFile::SetStatus(const std::wstring& path, const CFileStatus& status)
     if (!file) {
         ThrowLastError(path);
     }
-    FILE_BASIC_INFO info = {};  // times of 0 are not changed ("FILE_BASIC_INFORMATION structure")
+    FILE_BASIC_INFO info = {};  // a 0 leaves the time as it is ("FILE_BASIC_INFORMATION structure")
     info.LastWriteTime.LowPart = status.lastWriteTime.dwLowDateTime;
     info.LastWriteTime.HighPart = static_cast<LONG>(status.lastWriteTime.dwHighDateTime);
     info.FileAttributes = status.attributes != 0 ? status.attributes : FILE_ATTRIBUTE_NORMAL;

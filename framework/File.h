@@ -39,8 +39,8 @@ public:
     // Cause::generic for unknown codes.
     [[nodiscard]] static Cause CauseOf(DWORD osError);
 
-    // A sentence about the cause, truncated to 1024 characters. Most causes also name the file;
-    // Cause::generic names the number of the Windows error.
+    // A sentence about the cause, truncated to 1024 characters. For most causes, the sentence names the file;
+    // for Cause::generic, it also gives the number of the Windows error.
     [[nodiscard]] std::wstring GetErrorMessage() const override;
 
     Cause m_cause = Cause::none;
@@ -76,7 +76,8 @@ public:
     // CFileException.
     [[nodiscard]] UINT Read(void* buffer, UINT count);
 
-    // Writes count bytes (WriteFile). Throws CFileException; Cause::diskFull when not all were written.
+    // Writes count bytes (WriteFile). Throws CFileException on failure, with Cause::diskFull when not all
+    // bytes were written.
     void Write(const void* buffer, UINT count);
 
     // Closes the file, if open. Throws CFileException when the system reports an error; the object then

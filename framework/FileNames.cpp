@@ -10,7 +10,7 @@ bool EqualFileNames(std::wstring_view left, std::wstring_view right)
                                 static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
-// Without the flags NORM_* and LCMAP_LINGUISTIC_CASING, the function follows the file system's rules
+// Passes neither NORM_* nor LCMAP_LINGUISTIC_CASING, so that LCMapStringEx follows the file system's rules
 // ("LCMapStringEx function").
 std::wstring FoldFileName(std::wstring_view name)
 {

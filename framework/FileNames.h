@@ -11,6 +11,6 @@
 // finds equal.
 [[nodiscard]] std::wstring FoldFileName(std::wstring_view name);
 
-// Returns the path of an existing file or folder without mapped drives, junctions and short names. Returns
-// the path unchanged when nothing is there or the system cannot resolve the path.
+// Returns the path of an existing file or folder, with mapped drives, junctions and short names resolved.
+// Returns the path unchanged when nothing is there or the system cannot resolve the path.
 [[nodiscard]] std::wstring FinalPath(const std::wstring& path);

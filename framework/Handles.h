@@ -14,7 +14,8 @@ struct HandleCloser
     void operator()(HandleType handle) const noexcept { closeFunction(handle); }
 };
 
-// Owns a Windows handle; null is empty. Pass results that may be INVALID_HANDLE_VALUE through ValidHandle.
+// Owns a Windows handle; null means that it owns none. Pass results that may be INVALID_HANDLE_VALUE through
+// ValidHandle.
 template <class HandleType, auto closeFunction>
 using UniqueOwner =
     std::unique_ptr<std::remove_pointer_t<HandleType>, HandleCloser<HandleType, closeFunction>>;

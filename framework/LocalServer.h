@@ -8,6 +8,6 @@
 [[nodiscard]] std::wstring LocalServerImage(const std::wstring& progId);
 
 // Returns the final path of the program that a command line starts; empty when there is none. A path without
-// quotes may contain blanks: as in CreateProcessW, the program is the shortest start of the line that names a
-// file and ends before a blank or at the end.
+// quotes may contain blanks: as in CreateProcessW, the program is the shortest prefix of the line that names
+// a file and ends before a blank or at the end of the line.
 [[nodiscard]] std::wstring ImageOfCommandLine(const std::wstring& commandLine);

@@ -4,20 +4,20 @@ namespace {
 
 bool g_active = false;
 
-// Shutdown levels: the system asks the processes with the highest level first, and 0x280 is the default
-// ("SetProcessShutdownParameters function").
+// Shutdown levels: the system first asks the processes with the highest level whether the session may end.
+// The default is 0x280 ("SetProcessShutdownParameters function").
 constexpr DWORD kOwnLevel = 0x280;
 constexpr DWORD kAskedEarlier = 0x2FF;
 
 }  // namespace
 
 // Keeps the computer awake, but lets the screen turn off ("SetThreadExecutionState function"). Makes the
-// system ask this program before other programs. A program that agreed earlier ends even if this program
-// refuses ("WM_QUERYENDSESSION message"), and the operation may need the other program.
+// system ask this program before other programs whether the session may end. A program that has agreed ends
+// even if this program then refuses ("WM_QUERYENDSESSION message"), and the operation may need that program.
 CLongOperation::CLongOperation(HWND window, const std::wstring& reason) : m_window(window)
 {
     constexpr std::size_t kLongestReason = MAX_STR_BLOCKREASON - 1;
-    const std::wstring shortReason = reason.substr(0, kLongestReason);  // first, as it may throw
+    const std::wstring shortReason = reason.substr(0, kLongestReason);  // may throw: before any change
     g_active = true;
     SetProcessShutdownParameters(kAskedEarlier, 0);
     SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);

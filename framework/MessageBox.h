@@ -28,7 +28,7 @@ using MessageListener = std::function<std::optional<int>(const MessageRequest&)>
 MessageListener SetMessageListener(MessageListener listener);
 
 // Sets an observer that is called when a message opens and when the message has been answered. The main
-// dialog shows on the taskbar button that the program waits. An empty function removes the observer. Returns
-// the previous observer.
+// dialog uses the observer to show on the taskbar button that the program is waiting. An empty function
+// removes the observer. Returns the previous observer.
 using MessageObserver = std::function<void(bool open)>;
 MessageObserver SetMessageObserver(MessageObserver observer);

@@ -91,7 +91,7 @@ bool COleDispatchDriver::CreateDispatch(const std::wstring& progId, COleExceptio
     HRESULT status = CLSIDFromProgID(progId.c_str(), &classId);
     if (SUCCEEDED(status)) {
         // Only servers on this machine: a remote server could not open our files. In-process handlers
-        // (CLSCTX_INPROC_HANDLER) are left out, as they are no automation objects.
+        // (CLSCTX_INPROC_HANDLER) are left out, because they are not automation objects.
         status = m_dispatch.CreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER);
     }
     if (error != nullptr) {

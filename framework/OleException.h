@@ -30,6 +30,7 @@ public:
     DWORD m_helpContext = 0;     // topic within the help file
     SCODE m_sc = S_OK;           // the status code; 0 when m_code is set instead
 
-    // The server's description or, when it is empty, the system's text for the status code.
+    // The server's description or, when it is empty, the text that COleException gives for m_sc, or for
+    // DISP_E_EXCEPTION when m_sc is 0.
     [[nodiscard]] std::wstring GetErrorMessage() const override;
 };

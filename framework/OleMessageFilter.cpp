@@ -204,8 +204,8 @@ LONGLONG COleMessageFilter::StallsAt(LONGLONG callBegan) const
     return std::max(callBegan, m_answeredAt) + static_cast<LONGLONG>(m_busyDelay);
 }
 
-// Uses up the user's Yes. If this call was already pending when the user answered, gives the server up and
-// returns true. Otherwise ignores the Yes: a later call proves that the stalled call has returned.
+// Uses up the user's Yes. If this call was already pending when the user answered, gives up on the server
+// and returns true. Otherwise ignores the Yes: a later call proves that the stalled call has returned.
 bool COleMessageFilter::GiveUpIfConfirmed(LONGLONG callBegan)
 {
     if (!std::exchange(m_confirmed, false) || callBegan >= m_answeredAt) {

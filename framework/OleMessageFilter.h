@@ -16,11 +16,11 @@ class CStalledCallHandler
 public:
     virtual ~CStalledCallHandler() = default;
 
-    // The text of a Yes/No question; Yes gives the server up.
+    // The text of a Yes/No question; Yes gives up on the server.
     [[nodiscard]] virtual std::wstring Question() const = 0;
 
-    // Called when the user no longer waits for the server. Returns true if the handler has ended the server,
-    // so that the call fails by itself; false if the filter has to cancel the call.
+    // Called after the answer Yes if the stalled call still has not returned. Returns true if the handler has
+    // ended the server, so that the call fails by itself; false if the filter has to cancel the call.
     [[nodiscard]] virtual bool GiveUp() = 0;
 
 protected:
@@ -55,8 +55,8 @@ public:
     // server again and returns the held input to the queue.
     void SetStalledCallHandler(CStalledCallHandler* handler);
 
-    // Call it before each call to the server and each release of its objects. If a server was given up but
-    // could not be ended, the filter then cancels the call as soon as the call waits.
+    // Call it before each call to the server and each release of its objects. If the filter has given up on a
+    // server that could not be ended, it then cancels the call as soon as the call waits.
     void PrepareCall() const;
 
     // Call it when the user presses a mouse button on a disabled window: the system queues no message for
@@ -98,7 +98,7 @@ private:
     CStalledCallHandler* m_handler = nullptr;
     LONGLONG m_answeredAt = kNever;  // when the user last answered
     bool m_confirmed = false;        // the answer was Yes, and has not taken effect yet
-    bool m_cancelsCalls = false;     // a server was given up and could not be ended
+    bool m_cancelsCalls = false;     // has given up on a server that could not be ended
     bool m_asking = false;
     LONGLONG m_pressedAt = kNever;  // the last press on a disabled window
     std::vector<MSG> m_heldInput;   // in the order of the input

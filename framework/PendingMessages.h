@@ -30,11 +30,11 @@ inline constexpr std::array kAllInput{MessageRange{WM_KEYFIRST, WM_KEYLAST},
 // of their times. The system returns WM_QUIT for every range; it is posted again.
 std::vector<MSG> TakePendingMessages(std::span<const MessageRange> ranges);
 
-// Takes them out of the queue without returning them. Does not throw.
+// Takes the messages of the ranges out of the thread's queue and discards them. Does not throw.
 void DropPendingMessages(std::span<const MessageRange> ranges);
 
-// Whether the queue holds input or posted messages, which may be input that was posted again. One call of the
-// system, where looking for each kind of input takes one call for each.
+// Whether the queue holds input or posted messages, which may be input that was posted again. Makes a single
+// system call; looking for each kind of input would take one call for each kind.
 [[nodiscard]] bool MayHavePendingInput();
 
 // Whether the message is a key or a button that goes down, or a touch that begins.

@@ -75,7 +75,7 @@ bool IsStartedByCom(DWORD parent)
     return parent != 0 && (parent == GetCurrentProcessId() || parent == ActivatorId());
 }
 
-// Whether a window is a program's main window, which a user works in, and no prompt or splash screen.
+// Whether a window is a program's main window, which a user works in, and not a prompt or splash screen.
 bool IsMainWindow(HWND window)
 {
     constexpr int kDialogClass = 32'770;
@@ -232,8 +232,8 @@ std::vector<CServerProcess::Process> CServerProcess::ProcessesOf(const std::wstr
     return processes;
 }
 
-// Compares the creation time, too: an old process that could not be opened before the connection is missing
-// from m_before.
+// Compares the creation time, too: m_before lacks an old process that could not be opened when m_before was
+// made.
 std::vector<CServerProcess::Process> CServerProcess::NewOnes(std::vector<Process> processes) const
 {
     std::erase_if(processes, [this](const Process& process) {

@@ -21,7 +21,7 @@ public:
     // Ends a server that is still tied to this program.
     ~CServerProcess();
 
-    // Sets the class that a run connects to. If the class has another program file than before, the object
+    // Sets the class that a run connects to. If the class now has a different program file, the object
     // forgets the old server, which lives on.
     void BeginRun(const std::wstring& progId);
 

@@ -30,7 +30,7 @@ public:
     // also after a restart of the shell ("ITaskbarList3 interface").
     void NoteMessage(UINT message);
 
-    void ShowProgress(int percent);  // normal
+    void ShowProgress(int percent);  // also ends the paused or error state
     void ShowPaused(bool paused);    // false: normal again, if paused
     void ShowError();
     void Clear();

@@ -7,7 +7,7 @@ import runtime
 
 INTRODUCTION = """\
 talvenor.exe enthält Teile dieser freien Programmbibliotheken; es folgen deren Bedingungen.
-talvenor.exe contains parts of these free program libraries; their terms follow.
+talvenor.exe contains parts of these free software libraries; their terms follow.
 
 """
 

@@ -9,7 +9,7 @@
 
 #include "framework/Handles.h"
 
-// The product's key; settings append their own path ("\\input", ...).
+// The product's key. Callers append the rest of a key's path ("\\input", ...).
 inline constexpr wchar_t kProductKey[] = L"SOFTWARE\\Zelmar";
 
 // The data of a registry value in a private heap, with its size in bytes and its type. The functions that
@@ -66,8 +66,8 @@ private:
 class CRegistry
 {
 public:
-    // `hive`: a predefined hive or an open key. The first access that finds a value or opens a sub-key for
-    // writing closes an open key; every later access fails.
+    // `hive`: a predefined hive or an open key. An open key is closed by the first ReadString that finds a
+    // value or the first WriteString that opens its sub-key; every later access fails.
     // `view`: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit programs see, 0
     // for the view of this process ("Accessing an Alternate Registry View").
     explicit CRegistry(HKEY hive, REGSAM view = 0);

@@ -18,7 +18,7 @@
 #define IDB_STATES_200 1343
 #define IDB_STATES_300 1344
 
-// Commands of the system menu; Windows uses the low four bits
+// Commands of the system menu. The low four bits of each id must be 0, because Windows uses them.
 #define IDM_ABOUT 16
 
 // Main dialog

@@ -23,8 +23,8 @@ constexpr int kProgressFull = 100;
 // faster cannot be read, and painting it may take longer than copying its parts.
 constexpr ULONGLONG kScrollInterval = 100;
 
-// The standard number in BOM entries starts after a prefix of this length, whatever prefix the name has.
-// Kept: BOM names in use were made this way.
+// The standard number in BOM entries starts after a prefix of this length, whatever prefix the name has. This
+// must not change, because the BOM names in use were made this way.
 constexpr const wchar_t* kStandardNumberPrefix = L"N_";
 
 constexpr Text kLoadingCad{L"Lade SOLIDWORKS...", L"Loading SOLIDWORKS..."};
@@ -36,7 +36,8 @@ constexpr Text kCadNotLoaded{
 constexpr Text kCadTooOld{L"SOLIDWORKS 99/250 muss mindestens installiert sein.",
                           L"SOLIDWORKS 99/250 is required."};
 
-// Without quotes around the path, unlike the reader's message. Kept: users look messages up by their text.
+// Without quotes around the path, unlike the message about reading the map file. The text must not change,
+// because users look messages up by their text.
 constexpr Text kMapFileNotOpened{L"FEHLER: Datei %1 kann nicht zum Schreiben geöffnet werden!",
                                  L"ERROR: File %1 cannot be opened for write access!"};
 constexpr Text kMapFileNotWritten{
@@ -140,7 +141,7 @@ void CConversionRun::Run()
     const End end = m_progress->IsSessionEnding() ? End::sessionEnded : converted;
     EndRecord(end);
     FinishWith(end);
-    m_record.givenUpCalls = m_cad.GivenUpCalls();  // also before the first row and after the last
+    m_record.givenUpCalls = m_cad.GivenUpCalls();  // includes those before the first and after the last row
 }
 
 // ---- The run as a whole
@@ -334,8 +335,8 @@ std::optional<CConversionRun::End> CConversionRun::ConvertRow(const Row& row)
     return std::nullopt;
 }
 
-// Copies a pending row's file and records the row. Returns false when either fails; the row then keeps its
-// mark.
+// Copies the row's file if the row is pending, and records the row. Returns false when either fails; the row
+// is then not marked as converted.
 bool CConversionRun::CopyAndRecord(const Row& row)
 {
     if (std::wstring failure = row.pending ? CopyFailure(row) : std::wstring(); !failure.empty()) {
@@ -391,7 +392,7 @@ std::optional<CConversionRun::End> CConversionRun::UpdateCopy(const Row& row)
 }
 
 // Has SOLIDWORKS write the copy's BOM names. After a failed call SOLIDWORKS is loaded again, and the cancel
-// button stays disabled until SOLIDWORKS has closed a part again.
+// button stays disabled until SOLIDWORKS has closed a later part.
 std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& row)
 {
     ShowUpdateProgress(row);
@@ -416,7 +417,8 @@ std::optional<CConversionRun::End> CConversionRun::UpdateBomEntries(const Row& r
     return end;
 }
 
-// Marks the row and dispatches one pending message, a click on Cancel before others.
+// Marks the row as converted, shows the progress, and dispatches one pending message: keys and clicks come
+// before others.
 void CConversionRun::FinishRow(const Row& row)
 {
     m_view.ShowProgress(OverallPosition(m_done, m_total));

@@ -24,7 +24,7 @@ struct ConversionOptions
 
 // One conversion run. Copies the files of pending rows under their new names into the "Mapped" folder and
 // records all rows in the map file. Has SOLIDWORKS write the BOM names unless files are only copied. Marks
-// the rows converted. A row that cannot be copied or recorded keeps its mark. Runs on the user-interface
+// the rows as converted, except those that could not be copied or recorded. Runs on the user-interface
 // thread. Reports failures itself, in message boxes or in the record of the run.
 class CConversionRun
 {
@@ -37,7 +37,7 @@ public:
     CConversionRun(const CConversionRun&) = delete;
     CConversionRun& operator=(const CConversionRun&) = delete;
 
-    // After an exception, closes the progress dialog and ends SOLIDWORKS.
+    // After an exception, closes the progress dialog and asks SOLIDWORKS to exit.
     ~CConversionRun();
 
     // Disables the main window and returns when the run has ended. The caller must then enable the window,

@@ -11,7 +11,7 @@
 struct FindingRules
 {
     MapEncoder encoder;  // of the map file's code page
-    MapDecoder decode;   // the same
+    MapDecoder decode;   // of the same code page
     NameFolding foldName;
 };
 

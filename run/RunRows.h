@@ -29,7 +29,7 @@ struct CadRecord
     long openCode = 0;
     long configurations = 0;                        // as SOLIDWORKS counts them; may be negative
     int written = 0;                                // configurations
-    std::optional<long> saveResult = std::nullopt;  // none when it was not saved, or Save returned no number
+    std::optional<long> saveResult = std::nullopt;  // none if not saved, or if Save returned no number
     bool failed = false;                            // a call of `step` failed
 
     bool operator==(const CadRecord&) const = default;
@@ -38,7 +38,7 @@ struct CadRecord
 struct RunRow
 {
     UTtab_entry entry;    // as the table had it
-    bool pending = true;  // the same
+    bool pending = true;  // as the table had it, too
     RowOutcome outcome = RowOutcome::notReached;
     bool cadReloaded = false;                     // SOLIDWORKS was loaded again after a failed call
     bool cadLost = false;                         // SOLIDWORKS could not be loaded again

@@ -29,7 +29,7 @@ public:
     // Ends an open edit with its text and returns the focus to the list.
     void EndEdit() const;
 
-    // What a screen reader says for a row: its part file and its mark. Empty without such a row.
+    // What a screen reader says for a row: its part file and its mark. Empty if there is no such row.
     [[nodiscard]] std::wstring SpokenName(int row) const;
 
     // Distributes the extra width of the list, in pixels, among the columns: in proportion to their own

@@ -111,9 +111,9 @@ void CDlgTemplate::FillHistory() const
     }
 }
 
-// Handles CBN_SELENDOK, too, which also comes when the user chooses the entry that is already selected: the
-// entry must replace an edited text. The field's own undo can restore the replaced text: the wheel and the
-// arrow keys choose entries in passing.
+// Handles CBN_SELENDOK, too, which also comes when the user chooses the entry that is already selected: if
+// the text has been edited since, the entry must replace it. EM_REPLACESEL lets the field's own undo restore
+// the replaced text, because the wheel and the arrow keys choose entries in passing.
 void CDlgTemplate::OnHistoryChosen()
 {
     const int chosen = m_wndHistory.GetCurSel();

@@ -24,8 +24,8 @@ std::vector<std::wstring> PathsOf(HDROP drop)
 }  // namespace
 
 // By default, User Interface Privilege Isolation keeps the messages of a drop from reaching an elevated
-// window when the other program is not elevated ("ChangeWindowMessageFilterEx function"). The third message
-// has no name in the headers; it carries the file names (undocumented).
+// window when the files come from a program that is not elevated ("ChangeWindowMessageFilterEx function").
+// The third message has no name in the headers; it carries the file names (undocumented).
 void AcceptDroppedFiles(HWND window)
 {
     constexpr UINT kCopyGlobalData = 0x0049;

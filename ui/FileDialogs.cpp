@@ -120,7 +120,8 @@ std::optional<std::wstring> Pick(HWND owner, const std::wstring& folder, const F
     request.lpstrDefExt = dialog.extension;
     request.Flags = OFN_HIDEREADONLY | OFN_PATHMUSTEXIST | OFN_EXPLORER | dialog.flags;
     // The dialog makes the picked folder the working folder, and nobody can rename or delete the working
-    // folder of a running program. OFN_NOCHANGEDIR does not prevent the change ("OPENFILENAMEW structure").
+    // folder of a running program. OFN_NOCHANGEDIR does not prevent the change in GetOpenFileNameW
+    // ("OPENFILENAMEW structure").
     const CScopeExit restore(
         [workingFolder = WorkingFolder()] { SetCurrentDirectoryW(workingFolder.c_str()); });
     return ShowFileDialog(request, show) ? std::optional(std::move(buffer)) : std::nullopt;

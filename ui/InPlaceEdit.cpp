@@ -123,7 +123,8 @@ void CInPlaceEdit::GrowToText() const
     ShowAsMuchAsPossible();
 }
 
-// Scrolls the text back as far as the caret stays visible: the text scrolled while the edit was too narrow.
+// Scrolls the text back as far as possible with the caret still visible: while the edit was too narrow, the
+// text has scrolled.
 void CInPlaceEdit::ShowAsMuchAsPossible() const
 {
     const auto [start, end] = GetSel();

@@ -16,7 +16,7 @@ namespace {
 constexpr Text kNumbers{L"Zeilen: %1   Vorgemerkt: %2   Ausgewählt: %3",
                         L"Rows: %1   Marked: %2   Selected: %3"};
 constexpr Text kCheckNames{L"Namen &prüfen: %1", L"Chec&k names: %1"};
-// Short, and the reason first: in a window of the smallest size the rest is cut off.
+// Short, with the reason first: in a window of the smallest size, the end of the text is cut off.
 constexpr Text kSameCopy{L"Name doppelt (Groß/klein): '%1'", L"Same name (letter case): '%1'"};
 constexpr Text kLongRecord{L"Zu lang für die Map-Datei (mehr als %1 Bytes)",
                            L"Too long for the map file (more than %1 bytes)"};

@@ -25,8 +25,8 @@ public:
     // Call it once, when the dialog has its controls, and before the list is filled.
     void Begin(HWND dialog);
 
-    // Call it when the list has been filled and its notifications of that have arrived: the rows are then
-    // not read from the list.
+    // Call it when the list has been filled and has sent its notifications. Reads the new rows from `rows`,
+    // which is faster than reading them from the list.
     void ListFilled(const CConversionTable::FilledRows& rows);
 
     // Call it for each notification of the list.
@@ -36,10 +36,10 @@ public:
     void RowsChanged();
 
     // Shows the numbers and updates the button. Reads only what may have changed: each message to the list
-    // takes its time, and there are several for each row.
+    // costs time, and reading a row takes several.
     void Update();
 
-    // Shows a text in place of the numbers until the list changes next, or its selection or focus does.
+    // Shows a text in place of the numbers until the list, its selection or its focused row changes.
     // Screen readers announce the text; the focus does not move.
     void Say(const std::wstring& text);
 

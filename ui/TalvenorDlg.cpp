@@ -490,9 +490,9 @@ bool CTalvenorDlg::OnCommand(WPARAM wParam, LPARAM lParam)
            CDialog::OnCommand(wParam, lParam);
 }
 
-// Whether a command is refused because the typed folder does not exist. Otherwise a button pressed by its
-// mnemonic would work on the old folder while the field shows another folder. Returns the focus to the field.
-// The field's current text decides: another program may have corrected the text.
+// Whether a command is refused because the typed folder does not exist. If so, the field gets the focus. If
+// the command were not refused, a button pressed by its mnemonic would work on the old folder while the field
+// shows another one. The field's current text decides: another program may have corrected the text.
 bool CTalvenorDlg::NeedsOtherFolder(WPARAM command) const
 {
     const int id = LOWORD(command);
@@ -1013,7 +1013,7 @@ void CTalvenorDlg::RunConversion(bool copyOnly)
     m_recorder.Forget();  // the run marks rows
     m_report = {};        // an exception must not leave the report of the run before
     m_wndReport.EnableWindow(false);
-    m_bRunning = true;  // after what may throw: only `ended` resets it
+    m_bRunning = true;  // from here on nothing may throw before `ended`, which resets it
     MessageObserver before = SetMessageObserver([this](bool open) { TellOfMessage(open); });
     const CScopeExit ended([this, &before] {
         SetMessageObserver(std::move(before));

@@ -100,7 +100,7 @@ void AcceptanceTest::ReplaceInSpreadsheet(const CProgramUnderTest& program, cons
 {
     ChooseFurther(program, expected::kExport);
     ChooseInPicker(program, path, expected::kExportTable);
-    // The file cannot be opened while it gets its name.
+    // The program renames the finished file. The file cannot be opened during the renaming.
     WaitFor([&] { return CountOf(word, BytesOf(path)) == rows; });
     std::string table = BytesOf(path);
     ASSERT_EQ(rows, CountOf(word, table));

@@ -46,8 +46,8 @@ protected:
 
     // Chooses a command of the menu of further commands by keyboard.
     static void ChooseFurther(const CProgramUnderTest& program, const Text& command);
-    // Exports the list to a CSV file, replaces a word throughout the file as in a spreadsheet, and imports it.
-    // Expects the word in `rows` rows, and a message that these rows have changed.
+    // Exports the list to a CSV file, replaces a word throughout the file as in a spreadsheet, and imports
+    // the file. Expects the word in `rows` rows, and a message that these rows have changed.
     static void ReplaceInSpreadsheet(const CProgramUnderTest& program, const std::wstring& path,
                                      const std::string& word, const std::string& by, std::size_t rows);
 

@@ -1,4 +1,4 @@
-// One click and one answer are enough to give up a CAD server that hangs.
+// One click and one answer are enough to give up on a CAD server that hangs.
 #include <algorithm>
 #include <functional>
 
@@ -49,7 +49,7 @@ protected:
     // Wine needs these messages: while a call waits, Wine's COM wakes only for posted messages. COM also
     // removes the program's own wake-up message (MakeComAskAgain in framework/OleMessageFilter.cpp) from the
     // queue without calling the message filter. One message is not enough, because a message box that is
-    // closing also removes messages. On Windows the program's own message must do.
+    // closing also removes messages. On Windows the program's own message has to be enough.
     static bool WakeUntil(const CProgramUnderTest& program, const std::function<bool()>& condition,
                           DWORD patience = kPatience)
     {
@@ -114,8 +114,8 @@ protected:
     }
 };
 
-// Two programs hang at the same time, so the test waits for one minute instead of two. Each program has its
-// own library and its own server, because a hanging server serves no other client.
+// The servers of two programs hang at the same time, so the test waits for one minute instead of two. Each
+// program has its own library and its own server, because a hanging server serves no other client.
 TEST_F(HangTest, OneClickAndOneAnswerEndAHangInTheRunAndInTheEndCall)
 {
     AddParts(3);

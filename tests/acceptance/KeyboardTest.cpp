@@ -23,7 +23,7 @@ protected:
         AnswerByKeys(program, text, {{VK_RIGHT}, {VK_RETURN}});
     }
 
-    // Opens the editor of the first row by F2, and edits both names.
+    // Opens the editor of the first row with F2, and edits both names.
     static void EditFirstRow(const CProgramUnderTest& program)
     {
         PressKeys({VK_F2});

@@ -11,7 +11,7 @@ protected:
     static HWND WaitForEditor(const CProgramUnderTest& program);
     // Waits until no editor is open; throws CNotOnScreen if an editor stays open.
     static void WaitForNoEditor(const CProgramUnderTest& program);
-    // Opens the editor of a cell by a double-click, which may be repeated once (MayRepeat).
+    // Opens the editor of a cell with a double-click, which may be repeated once (MayRepeat).
     static HWND OpenEditor(const CProgramUnderTest& program, int row, int column);
     // Replaces the selected text of the open editor by typing, and waits for the new text.
     static void TypeOver(const CProgramUnderTest& program, const std::wstring& text);
@@ -21,7 +21,7 @@ protected:
     // Waits until the control's text equals `text`, or fails the test.
     static void WaitForTextOf(HWND control, const std::wstring& text);
 
-    // Opens the menu of a column by a right-click on a cell.
+    // Opens the menu of a column with a right-click on a cell.
     static CMenuOnScreen OpenMenu(const CProgramUnderTest& program, int row, int column);
 
     // Moves the keyboard focus to the first row of the list and selects that row.

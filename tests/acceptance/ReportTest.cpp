@@ -10,7 +10,7 @@
 
 namespace {
 
-// The numbers of the parts have three digits, so the parts stand in the list in this order.
+// All part numbers have three digits, so the list shows the parts in the order of their numbers.
 constexpr int kFirst = 101;
 constexpr int kLast = 300;
 const std::vector<int> kNotSaved{102, 150, 151, 299, 300};
@@ -91,7 +91,7 @@ std::vector<int> RowNumbers(const std::string& page)
     return numbers;
 }
 
-// Changes 200 BOM names in a spreadsheet, runs into five errors, finds the five parts by the report, and
+// Changes 200 BOM names in a spreadsheet, runs into five errors, finds the five parts in the report, and
 // converts them in a second run.
 TEST_F(ReportTest, LeadsToThePartsThatWereNotSaved)
 {

@@ -70,7 +70,8 @@ TEST_F(RunFailureTest, ShowsWhatTheServerReports)
 class BusyServerTest : public RunFailureTest
 {
 protected:
-    // Runs while the server rejects the fifth call for a second: `action` in the script, `word` in the log.
+    // Converts a part while the server rejects the fifth call for a second. `action` is the name of the
+    // rejection in the script, `word` its name in the log.
     void ExpectConvertedDespite(const std::string& action, const std::string& word)
     {
         if (UnderWine()) {

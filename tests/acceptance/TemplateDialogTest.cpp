@@ -12,7 +12,7 @@ protected:
         m_library.WriteMapFile("N_ISO_4017_M4.sldprt ; 4.sldprt ; vier\n");
     }
 
-    // Opens the template dialog for file names by the menu of the focused row.
+    // Opens the template dialog for file names from the menu of the focused row.
     static HWND OpenTemplate(const CProgramUnderTest& program)
     {
         program.WaitForFocus(IDC_LIST);

@@ -5,20 +5,22 @@
 #include <atomic>
 #include <thread>
 
-// A window with a button that is clicked while a call waits. Construct it before the call, and ask it after
-// it.
+// A window with a button that is clicked while a call waits. Construct the object before the call, and query
+// it afterwards.
 class CClickDuringCall
 {
 public:
-    // Clicks with the mouse after some milliseconds, and posts a message that must be seen during the call.
+    // After `delay` milliseconds, invalidates the window, which must then be painted during the call, and
+    // clicks the button with the mouse.
     explicit CClickDuringCall(DWORD delay);
     ~CClickDuringCall();
     CClickDuringCall(const CClickDuringCall&) = delete;
     CClickDuringCall& operator=(const CClickDuringCall&) = delete;
 
-    // The call has returned. Whether the click came before that.
+    // Call it when the call has returned. Returns whether the click came before that.
     [[nodiscard]] bool EndCall();
-    // Dispatches what is in the queue. Whether the button has been pressed.
+    // Dispatches messages until the button has been pressed, at most for two seconds. Returns whether the
+    // button was pressed.
     [[nodiscard]] bool WasKept();
     // Whether the window was painted during the call.
     [[nodiscard]] bool WasPainted() const { return m_painted; }

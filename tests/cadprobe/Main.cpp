@@ -2,9 +2,9 @@
 // result code and time. The part is opened and closed, but not saved. The exit status is 3 if the probe may
 // not start the CAD system: none is registered, or one is running.
 //
-// Connects, asks for the date code, opens the part, counts its configurations, ends the CAD system; then
-// starts and ends it once more and connects again every second until a new one responds. During the opening
-// it clicks a window of its own.
+// Connects, asks for the date code, opens the part, counts its configurations, closes the part and ends the
+// CAD system. Then starts and ends the CAD system once more, and connects every second until a new one
+// responds. While the part is being opened, cadprobe clicks a button in a window of its own.
 #include <windows.h>
 
 #include <objbase.h>
@@ -36,7 +36,7 @@ const char* WordFor(bool found)
     return found ? "yes" : "no";
 }
 
-// Never gives up: the probe waits as long as the person does.
+// Never ends the server: when the person answers Yes, the filter only cancels the call.
 class CPatientHandler : public CStalledCallHandler
 {
 public:
@@ -135,7 +135,7 @@ void ProbeEnd(CProbedServer& server)
                    std::to_string(GetTickCount64() - began) + " ms");
 }
 
-// Whether the program expects these codes of a server that is ending.
+// Whether the program expects these codes from a server that is ending.
 bool AreKnown(HRESULT connected, HRESULT called)
 {
     return (SUCCEEDED(connected) || IsCreatorMissing(connected)) &&
@@ -151,7 +151,7 @@ struct Reconnection
     [[nodiscard]] bool Responds() const { return SUCCEEDED(connected) && SUCCEEDED(called); }
 };
 
-// Connects every second until a server responds, a code is not known or the time is over.
+// Connects every second until a server responds, an unknown code occurs or the time is up.
 Reconnection Reconnect(CProbedServer& server)
 {
     const ULONGLONG began = GetTickCount64();

@@ -49,7 +49,8 @@ HRESULT CProbedServer::End()
 
 bool CProbedServer::WaitForEnd(DWORD milliseconds)
 {
-    // True at once for a server that is not ours any more
+    // CServerProcess::WaitForEnd returns true at once for a server that is no longer ours, so the processes
+    // are counted, too.
     return m_process.WaitForEnd(milliseconds) && CountProcesses() == 0;
 }
 

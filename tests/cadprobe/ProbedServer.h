@@ -19,13 +19,14 @@ public:
     // How many processes of that program are running.
     [[nodiscard]] int CountProcesses() const;
 
-    // Makes one attempt. If it connects to a server that is not ours, releases it and returns E_ACCESSDENIED.
+    // Makes one attempt to connect. Releases a server that this program did not start or that shows a main
+    // window, and returns E_ACCESSDENIED.
     HRESULT Connect();
     // Null if not connected.
     [[nodiscard]] IDispatch* Application() const { return m_application; }
 
-    // Asks the server to exit and releases it. Only releases a server that is not ours any more, and returns
-    // E_ACCESSDENIED.
+    // Asks the server to exit and releases it. A server that is no longer ours is only released, and the
+    // result is E_ACCESSDENIED.
     HRESULT End();
     // Whether the server has ended after End. Waits up to `milliseconds`.
     [[nodiscard]] bool WaitForEnd(DWORD milliseconds);

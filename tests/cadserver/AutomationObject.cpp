@@ -158,7 +158,7 @@ STDMETHODIMP CAutomationObject::GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* nam
 const Operation* CAutomationObject::Find(DISPID dispid, WORD flags) const
 {
     for (const Operation& operation : Operations()) {
-        // Script languages set both flags, for a method and for a property get.
+        // Script languages set DISPATCH_METHOD and DISPATCH_PROPERTYGET together.
         if (operation.member == dispid && (operation.kind & flags) != 0) {
             return &operation;
         }
@@ -248,7 +248,7 @@ Outcome CAutomationObject::Handle(Call& call)
         return {*refusal, {}, {}};
     }
     if (m_sessionNumber != m_session.Number()) {
-        // For the client, the server of this object has ended.
+        // To the client, it must look as if the server of this object had ended.
         LogCall(call, L"-", L"gone");
         return {HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE), {}, {}};
     }

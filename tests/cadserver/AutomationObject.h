@@ -26,7 +26,7 @@ struct Outcome
 {
     HRESULT status = S_OK;
     _variant_t value;
-    std::wstring text;  // for the call log, if DescribeValue does not fit the value
+    std::wstring text;  // for the call log; empty: DescribeValue(value), or "ok" without a value
 };
 
 // Base class of the automation objects: reference counting, names, argument checks, faults and the call log.
@@ -64,7 +64,7 @@ private:
     struct Call;
 
     [[nodiscard]] const Operation* Find(DISPID dispid, WORD flags) const;
-    // The name of the called operation; the number of the call if the object has no such operation.
+    // The name of the called operation; its DISPID as text if the object has no such operation.
     [[nodiscard]] static std::wstring NameOf(const Call& call);
     Outcome Serve(Call& call);
     // Does the part of the fault that precedes serving the call. Returns the outcome if the fault makes the

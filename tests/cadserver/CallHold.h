@@ -5,7 +5,7 @@
 #include "framework/Handles.h"
 #include "tests/cadserver/Settings.h"
 
-// Lets a test hold calls of the server (hold-before and hold-after in the script), one at a time. The server
+// Lets a test hold calls to the server (hold-before and hold-after in the script), one at a time. The server
 // holds calls only during the lifetime of a CCallHold.
 class CCallHold
 {

@@ -9,7 +9,7 @@ inline constexpr int kFirstVersion = 20;
 inline constexpr int kLastVersion = 45;
 inline constexpr const wchar_t* kCommonProgId = L"SldWorks.Application";
 
-// The class identifier of the stand-in server's major version.
+// The class identifier of the stand-in server for this major version.
 CLSID ClassOf(int version);
 
 // Whether a class identifier in text form belongs to the stand-in server.

@@ -8,9 +8,9 @@
 #include "tests/cadserver/ClassFamily.h"
 
 // Registers this executable as the automation server of the versions, and the current version (if any) under
-// the version-independent ProgID. Removes earlier registrations first. Throws std::runtime_error if any
-// ProgID of the CAD system belongs to another program, before it changes anything, or if the registry cannot
-// be written.
+// the version-independent ProgID. Removes earlier registrations first. Throws std::runtime_error if the
+// registry cannot be written, and, before it changes anything, if any ProgID of the CAD system belongs to
+// another program.
 void RegisterVersions(const std::vector<int>& versions, std::optional<int> current);
 
 // Removes every registration that RegisterVersions made, and nothing else.

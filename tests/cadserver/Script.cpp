@@ -5,7 +5,7 @@
 
 namespace {
 
-// Splits a line into words. Blanks inside quotes do not end a word, also in key="a b".
+// Splits a line into words. Blanks inside quotes do not end a word, not even in key="a b".
 std::vector<std::wstring> SplitWords(const std::wstring& line)
 {
     std::vector<std::wstring> words;

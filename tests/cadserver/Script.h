@@ -35,7 +35,7 @@ struct FaultAction
         slow         // the call is served after a delay
     };
     Kind kind = Kind::fail;
-    HRESULT status = E_FAIL;  // or the scode of the exception; 0 if it has a code instead
+    HRESULT status = E_FAIL;  // of fail; of an exception, the scode, or 0 if it has a code instead
     WORD code = 0;            // of the exception
     std::optional<std::wstring> source;
     std::optional<std::wstring> description;
@@ -79,8 +79,9 @@ struct Lingering
     HRESULT status;
 };
 
-// The rules of a script file, described in README.md. Files are named without folder, in upper or lower case;
-// a rule for "*" applies to all files without a rule of their own.
+// The rules of a script file, described in README.md. Files are named without folder, in upper or lower case.
+// A rule for "*" applies to all files without such a rule of their own; a "missing" rule for "*" applies to
+// all files.
 class CScript
 {
 public:

@@ -102,7 +102,7 @@ private:
     CSession& m_session;
 };
 
-// An automation object that no client gets.
+// An automation object that no client gets. It exists only so that KeepStub can keep a stub of IDispatch.
 class CUnusedObject : public CUncountedObject<IDispatch>
 {
 public:

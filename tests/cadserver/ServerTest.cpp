@@ -653,8 +653,8 @@ TEST_F(ServerTest, RefusesAWrongScriptWhenConfigured)
     EXPECT_EQ(2U, RunServerProgram(L"--what"));
 }
 
-// Every version of the CAD system counts. Otherwise users could get the stand-in server instead of their CAD
-// system.
+// A CAD system of any version prevents the registration. Otherwise users could get the stand-in server
+// instead of their CAD system.
 TEST_F(ServerTest, RegistersNothingBesideARealCadSystemAndLeavesItUnchanged)
 {
     const wchar_t* key = L"Software\\Classes\\SldWorks.Application.31\\CLSID";

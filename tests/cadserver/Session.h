@@ -36,9 +36,9 @@ struct StartSettings
 // whose script cannot be read is not counted.
 std::optional<StartSettings> PrepareStart(int version, const std::wstring& remark = {});
 
-// The state of one start of the server: script, log, open documents, and the decision to end. With "stay" in
-// the script, a process has several sessions, one after the other. Used only on the thread that serves the
-// calls.
+// The state of the server: script, log, open documents, and the decision to end. With "stay" in the script, a
+// process has several sessions, one after the other, and this is the state of the current one. Used only on
+// the thread that serves the calls.
 class CSession
 {
 public:
@@ -60,8 +60,8 @@ public:
     // The names of the open parts, separated by "|".
     [[nodiscard]] std::wstring OpenNames() const;
 
-    // Registers the class object. The registration lasts until the process ends, lingering included, or
-    // hangs.
+    // Registers the class object. RequestEnd revokes the registration; if the process stays or lingers, the
+    // registration lasts until the process ends. It is also revoked when the process hangs.
     HRESULT RegisterClassObject(IUnknown& factory);
 
     // The status with which every call fails while the server lingers or is disconnected, otherwise nothing.
@@ -90,7 +90,7 @@ public:
     void Disconnect();
     // Ends the process. Called outside any call.
     [[noreturn]] void Leave();
-    // Ends the process immediately, within a call.
+    // Ends the process immediately, even within a call.
     [[noreturn]] void EndNow(const std::wstring& reason);
     // Never returns. Only ending the process from outside ends the call.
     [[noreturn]] void Hang();

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tests the stand-in CAD server with a script client, and with it the library generator and tools/read-parts:
+# Tests the stand-in CAD server with a script client, and also the library generator and tools/read-parts:
 # tests/cadserver/check.sh FOLDER_OF_THE_PROGRAMS
 #
 # The script client and tools/read-parts share no code with the server and the library generator.

@@ -14,8 +14,8 @@ namespace {
 // What a killed program did after its last write is lost.
 constexpr DWORD kInterval = 200;  // milliseconds
 
-// GCOV_PREFIX is the folder of the counts. Each process has a folder of its own there: one that is killed
-// while it writes leaves a damaged file, to which nothing could be added.
+// GCOV_PREFIX is the folder of the counts. Each process has a folder of its own there: a process that is
+// killed while it writes leaves a damaged file, to which nothing could be added.
 void UseOwnFolder()
 {
     const char* const all = std::getenv("GCOV_PREFIX");
@@ -37,13 +37,13 @@ void StopWriting()
 DWORD WINAPI WriteCounts(LPVOID /*unused*/)
 {
     Sleep(kInterval);
-    // Registered by now is the run-time library's own last write. What is registered after it comes before
-    // it.
+    // By now the run-time library has registered its own last write. What is registered later runs earlier,
+    // so StopWriting runs before that write.
     std::atexit(&StopWriting);
     for (;; Sleep(kInterval)) {
         AcquireSRWLockExclusive(&g_writing);
-        __gcov_dump();   // adds the counts to those in the files ...
-        __gcov_reset();  // ... and begins anew, as a further call would write nothing
+        __gcov_dump();   // adds the counts to those in the files
+        __gcov_reset();  // sets them to 0; without this, the next dump would write nothing
         ReleaseSRWLockExclusive(&g_writing);
     }
 }

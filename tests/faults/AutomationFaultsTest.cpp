@@ -270,7 +270,7 @@ class MoreLongListTest : public FaultTest
 {
 protected:
     static constexpr int kParts = 40;
-    static constexpr int kFailing = 10;  // each tenth part fails
+    static constexpr int kFailing = 10;  // every tenth part fails
 
     static std::vector<ModelRow> ManyRows()
     {
@@ -285,8 +285,8 @@ protected:
         return rows;
     }
 
-    // A part takes ten calls. The third one of each tenth part fails. That adds two calls: the one that ends
-    // the server, and the one that gets the version of the next server.
+    // A part takes ten calls. In every tenth part, the third call fails. That adds two calls: the one that
+    // ends the server, and the one that gets the version of the next server.
     static ServerScript EachTenthFails()
     {
         constexpr unsigned kCalls = 10;

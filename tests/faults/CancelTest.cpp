@@ -6,7 +6,7 @@
 #include "framework/WinApp.h"
 #include "tests/faults/FaultTest.h"
 
-// The user cancels during every automation call of a run, alone and with a fault in the same run.
+// The user cancels during every automation call of a run, with and without a fault in the same run.
 
 namespace {
 
@@ -46,8 +46,8 @@ protected:
         }
     }
 
-    // The user cancels, and a call raises an exception or returns a failure code. After each third exception
-    // no new server starts.
+    // The user cancels, and a call raises an exception or returns a failure code. After about every second
+    // exception no new server starts.
     static ServerScript WithFault(unsigned cancelAt, unsigned faultAt)
     {
         const Fault exception{.kind = Fault::Kind::exception,

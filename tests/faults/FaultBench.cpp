@@ -189,7 +189,8 @@ bool HasEverySessionEnded()
     return CountPrefix(lines, "- start ") == CountPrefix(lines, "- end ") + hung;
 }
 
-// Begins a session of the server, which starts if it does not run. The session ends with the last reference.
+// Begins a session of the server, which starts if it is not running. The session ends with the last
+// reference.
 IDispatchPtr ConnectToServer()
 {
     IDispatchPtr application;
@@ -212,7 +213,7 @@ std::string EndText(RunEnd end)
     return kTexts.at(static_cast<std::size_t>(end));
 }
 
-// What the report tells about a row.
+// What the report says about a row.
 std::wstring RowText(const RunRow& row)
 {
     constexpr std::array kTexts{L"copied", L"recorded only", L"not copied: ", L"not recorded: ",
@@ -229,7 +230,7 @@ std::wstring RowText(const RunRow& row)
 void CServerEnvironment::SetUp()
 {
     s_current = this;
-    // A server that killed tests left running ends by itself.
+    // A server left running by tests that were killed ends by itself.
     EXPECT_TRUE(WaitFor([] { return CountServers() == 0; }, kAbandonedServerTimeout));
     RegisterCadServer();
     m_folder = std::make_unique<CTempFolder>();
@@ -344,7 +345,7 @@ void CFaultBench::SaveInitialCopies()
 }
 
 // Overwrites existing copies instead of creating them anew: under Wine, creating a file in a large folder
-// takes long.
+// takes a long time.
 void CFaultBench::RestoreInitialCopies() const
 {
     for (const auto& [name, copy] : m_startCopies) {
@@ -502,7 +503,8 @@ std::string CFaultBench::OpenRules() const
     return rules;
 }
 
-// Makes a run. Before that, starts what the run needs: another client of the server, or an impatient user.
+// Makes a run. Before that, starts what the run needs: another client of the server, an impatient user, or a
+// user who cancels.
 void CFaultBench::Convert(const ServerScript& script, CServerProcess& process)
 {
     DrainMessages();
@@ -527,8 +529,8 @@ void CFaultBench::MakeRun(CServerProcess& process)
 {
     CadTimeouts timeouts;
     if (m_life != ServerLife::reached) {
-        // The first failed attempt to connect counts. With the usual time limit, the run would try again for
-        // two minutes while the server lives, and a server that stays always does.
+        // The run gives up after the first failed attempt to connect. With the usual time limit, it would
+        // keep trying for two minutes while the server lives, and a server that stays always lives.
         timeouts.connect = 0;
     }
     try {
@@ -615,7 +617,7 @@ void CFaultBench::CompareMapFile(const RunOutcome& expected)
     }
 }
 
-// A run that reaches its end leaves it to the caller to enable the main window.
+// A run that finishes or is cancelled leaves it to the caller to enable the main window.
 void CFaultBench::CompareWindows(const std::vector<std::wstring>& shown)
 {
     const bool endedEarly =

@@ -19,7 +19,7 @@
 // The ProgID of the CAD system in all runs.
 inline constexpr const wchar_t* kCadProgId = L"SldWorks.Application.30";
 inline constexpr DWORD kServerEndTimeout = 10'000;  // milliseconds
-// After this time the program asks about a server that does not respond, in milliseconds.
+// The time in milliseconds after which the program asks about a server that does not respond.
 inline constexpr DWORD kBusyDelay = 100;
 
 // Registers the stand-in server for all tests.

@@ -847,8 +847,8 @@ std::wstring NameOfMany(int number)
     return L"N_" + std::to_wstring(number) + L"_M8.sldprt";
 }
 
-// A folder with this many part files. run.sh provides one with copies: Wine searches the whole folder for
-// each file that it creates, which would take long.
+// A folder with this many part files. run.sh provides one that has the copies, too: Wine searches the whole
+// folder for each file that it creates, so making them here would take a long time.
 std::wstring FolderOfMany(const CTempFolder& own, int count)
 {
     if (const wchar_t* const folder = _wgetenv(L"TALVENOR_MANY_FILES"); folder != nullptr) {

@@ -1,5 +1,5 @@
 // Lets a test kill the program before any of its file operations. The program's own code is unchanged: this
-// addition redirects its imported functions. The process is terminated as from outside, so that no
+// addition redirects its imported functions. The process is terminated as if from outside, so that no
 // destructors and no handlers run.
 #include <windows.h>
 
@@ -56,7 +56,7 @@ MakeFolderFunction g_makeFolder = nullptr;
 OpenStreamFunction g_openStream = nullptr;
 WriteFunction g_write = nullptr;
 
-// 64-bit Windows has only one calling convention.
+// 64-bit Windows has only one calling convention, so functions without WINAPI match as well.
 template <auto original, class Result, class... Arguments>
 void* ReplacementFor(Result(WINAPI** /*original*/)(Arguments...))
 {

@@ -26,7 +26,7 @@ class CKillBench;
 struct KillPlan
 {
     MappedBefore before = MappedBefore::nothing;
-    std::function<void(CKillBench&)> end;     // kills the program, at the start of the run or during it
+    std::function<void(CKillBench&)> end;     // called after the run has started; kills the program
     std::string rules = {};                   // of the server's script
     std::function<void()> beforeRun = [] {};  // called before the run starts
     std::optional<std::size_t> records = {};  // expected after the kill, if known

@@ -8,7 +8,7 @@ struct KillSwitch
 {
     LONG counting;  // 0: off
     LONG operations;
-    LONG killAt;  // the first operation, from 1, that is no longer made; 0: none
+    LONG killAt;  // the number (from 1) of the first operation that is not made; 0: none
 };
 
 inline constexpr const wchar_t* kKillSwitchName = L"Local\\TalvenorKillSwitch";

@@ -135,8 +135,8 @@ TEST_F(KillTest, AtFileOperations)
     for (const MappedBefore before : kBoth) {
         ASSERT_EQ("", bench.RunUndisturbed(before, [&] { killSwitch.Arm(0); }));
         const LONG operations = killSwitch.Disarm();
-        // For each of the four copies at least six blocks to write, two files to open, and the attributes to
-        // set. The records come on top.
+        // A lower limit: four copies, each with six blocks to write, two files to open, and the attributes to
+        // set.
         ASSERT_GT(operations, 4 * (6 + 2 + 1));
         for (LONG operation = 1; operation <= operations; operation += EveryFault() ? 1 : 45) {
             SCOPED_TRACE("operation " + std::to_string(operation));

@@ -23,7 +23,8 @@ constexpr WrittenPart kHalf = [](DWORD count) { return count / 2; };
 class LastingFaultTest : public OperationFaultTest
 {
 protected:
-    // Which operations fail, and what is then expected if the first of them is this one.
+    // The error, the operations that it hits, and a function that sets what is expected, given the first
+    // operation that fails.
     struct Lasting
     {
         DWORD error;
@@ -75,7 +76,8 @@ protected:
         }
     }
 
-    // The share disappears when half a record is written, which therefore stays in the map file.
+    // The share disappears after half of a record has been written. That half therefore stays in the map
+    // file.
     void SweepRecords(DWORD error)
     {
         m_bench.Reset();

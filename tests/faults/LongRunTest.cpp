@@ -28,7 +28,7 @@
 #include "tests/support/WaitFor.h"
 #include "tests/support/ZelmarRegistry.h"
 
-// Long runs: the program has no leaks, and its window always responds.
+// Long runs: the program has no leaks, and its window responds as long as the server is connected.
 
 namespace {
 
@@ -204,8 +204,8 @@ public:
     }
 
     // A run of all rows in the table. Returns the longest response time of the window in milliseconds. The
-    // time is measured only after the server is connected: while a server starts, the program waits within
-    // the system.
+    // time is measured only after the server is connected: while a server starts, the program waits inside
+    // COM.
     DWORD Run()
     {
         constexpr DWORD kRunTimeout = 600'000;  // milliseconds; six runs share the hour of tools/faults
@@ -266,8 +266,8 @@ std::int64_t Growth(const std::array<std::int64_t, kRuns>& figures)
 
 // Compares the runs and reports a line for each figure in FAULTS.md: the value in each run and its limit. The
 // states before and after a run are compared separately, as the view of the folder and that of the map file
-// need different memory. Growth is limited after the runs only: while the table is filled, the system's
-// caches vary.
+// need different amounts of memory. Growth is limited only for the figures after the runs: before a run, with
+// the table filled, the system's caches vary.
 class LongRunTest : public testing::Test
 {
 protected:
@@ -286,8 +286,8 @@ protected:
         }
     }
 
-    // A count may never exceed that of the first run by more than maxExtra. The counts after the runs may not
-    // grow from run to run.
+    // No count may exceed the one before the first run by more than maxExtra. The counts after the runs may
+    // not grow from run to run.
     void CompareCount(const std::string& what, const FiveRuns& runs, Figure<DWORD> count,
                       std::int64_t maxExtra)
     {

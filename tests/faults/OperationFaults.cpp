@@ -290,7 +290,7 @@ std::size_t OperationFaultTest::ChangeAt(const FailurePoint& failure)
            (failure.Operation().call == FileCall::readStatus ? 1U : 0U);
 }
 
-// Failures to change attributes are not reported.
+// A failure to change attributes is reported only if it keeps an earlier copy from being overwritten.
 void OperationFaultTest::ExpectAttributeFailure(const FailurePoint& failure, std::size_t row,
                                                 bool copiesBefore)
 {

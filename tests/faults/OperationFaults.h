@@ -19,7 +19,7 @@ std::string Describe(const FileOperation& operation);
 // The description of an error in a message about the file.
 std::wstring ErrorText(DWORD error, const std::wstring& path);
 
-// How many bytes are written of `count`; fewer than that.
+// How many of `count` bytes are written: fewer than all.
 using WrittenPart = DWORD (*)(DWORD count);
 
 // What happens to the file operations of a run. They are numbered from 0.
@@ -28,7 +28,7 @@ struct OperationFaults
     // The error code with which an operation fails, or ERROR_SUCCESS.
     std::function<DWORD(std::size_t number, const FileOperation& operation)> error =
         [](std::size_t, const FileOperation&) { return ERROR_SUCCESS; };
-    // The operation that writes only a part of its bytes, and fails or not.
+    // The operation that writes only a part of its bytes, whether it then fails or not.
     std::optional<std::size_t> partial = {};
     WrittenPart part = nullptr;
 };
@@ -36,7 +36,8 @@ struct OperationFaults
 // These operations fail.
 OperationFaults Failing(std::vector<std::size_t> numbers, DWORD error);
 
-// The first of these operations, which writes, writes a part first (null: nothing).
+// The same, but the first of these operations is a write and first writes a part of its bytes (null:
+// nothing).
 OperationFaults FailingAfter(WrittenPart part, std::vector<std::size_t> numbers, DWORD error);
 
 // Records the operations on files below a folder, and injects faults.
@@ -75,7 +76,8 @@ protected:
 
     void SetUp() override;
 
-    // Calls sweep for runs that only copy and for runs with the server, each with earlier copies and without.
+    // Calls `sweep` for runs that only copy and for runs with the server, each with earlier copies and
+    // without.
     void ForEveryKindOfRun(const std::function<void(bool copiesBefore)>& sweep);
 
     void Prepare(bool copiesBefore);
@@ -106,8 +108,8 @@ protected:
     [[nodiscard]] std::size_t CopiedBefore(const FailurePoint& failure, std::size_t row) const;
     // The row to whose part or copy the operation belongs; none for the map file.
     [[nodiscard]] std::optional<std::size_t> RowOf(const FileOperation& operation) const;
-    // Attributes are read and changed twice: 1 before copying, to clear the read-only attribute of an
-    // existing copy, and 2 after it, to set the attribute.
+    // To which change of attributes the operation belongs: 1 before copying, to clear the read-only attribute
+    // of an existing copy; 2 after copying, to set the attribute.
     [[nodiscard]] static std::size_t ChangeAt(const FailurePoint& failure);
 
     CFaultBench& Bench() override { return m_bench; }

@@ -25,7 +25,7 @@ protected:
         SweepFolder(error);
     }
 
-    // part: of the line, which is written before the writing fails; null: nothing.
+    // part: how much of the line is written before writing it fails; null: nothing.
     void ForEveryStepOfRemovingALine(DWORD error, WrittenPart part = nullptr)
     {
         m_bench.m_copyOnly = true;
@@ -79,8 +79,8 @@ private:
                 break;
             }
         }
-        // Seven operations: the line is written again and the file closed; the file is opened for truncation,
-        // its size read, truncated and closed; then it is opened again.
+        // Seven operations: the line is written again, and the file is closed. The file is opened for
+        // truncation, its size is read, and it is truncated and closed. Then it is opened again.
         EXPECT_EQ(number + 7, step);
     }
 

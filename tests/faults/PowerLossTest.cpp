@@ -106,7 +106,8 @@ protected:
         return found;
     }
 
-    // Without a blank at which the BOM name has been cut off, and without half a line end.
+    // The text without blanks and carriage returns at its end: the BOM name may be cut off after a blank, and
+    // a line end after its first half.
     static std::wstring Unblanked(std::wstring text)
     {
         text.resize(text.find_last_not_of(L" \r") + 1);
@@ -127,7 +128,7 @@ protected:
         return std::equal(records.begin(), records.end(), expected.records.begin());
     }
 
-    // Makes a run, and calls difference with each length up to that of its map file.
+    // Makes a run, and calls `difference` with each length up to that of its map file.
     void ForEveryBeginning(
         const std::function<std::string(const std::string& map, std::size_t length)>& difference)
     {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kException = "0x80020009";  // DISP_E_EXCEPTION in the log
 constexpr const char* kRejectTime = "20000";      // milliseconds; longer than the rest of the session
-// So that one question is asked: the second try, after 250 ms, is rejected, too, and the third is served.
+// Long enough for one question: the second try, after 250 ms, is rejected, too, and the third is served.
 constexpr const char* kShortRejectTime = "400";
 
 // Date codes of the server: just below the oldest supported release, and the default.
@@ -93,7 +93,7 @@ std::string ServerScript::Rules() const
         rules += "datecode " + std::to_string(kTooOld) + " from=" + std::to_string(oldFrom) + "\n";
     }
     if (cancelAt != 0) {
-        // Before the faults: one that fails the call ends its handling.
+        // Comes before the faults: after a fault that makes the call fail, no other fault acts on the call.
         rules.insert(0, "fault nth=" + std::to_string(cancelAt) + " across hold-before\n");
     }
     if (startDelay != 0) {

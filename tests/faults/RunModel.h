@@ -78,7 +78,7 @@ struct ModelRow
     std::vector<PartConfiguration> written = {};  // those of its copy after a successful conversion
     bool pending = true;
     std::wstring copyFailure = {};  // expected message; "*" for the system's error text; empty: no failure
-    bool recordFails = false;       // no disk space for the record
+    bool recordFails = false;       // the record cannot be written
     bool staysWritable = false;     // the copy's read-only attribute cannot be set
     bool copyVanishes = false;      // before the attribute can be set
 };
@@ -97,7 +97,7 @@ using Copies = std::map<std::wstring, CopyState>;  // key: file name
 struct RunOutcome
 {
     std::vector<std::wstring> shown;  // message boxes and changes of the view, in order
-    bool mapFileWritten = false;      // may be empty, if the disk is full
+    bool mapFileWritten = false;      // the file may still be empty, if the disk is full
     bool headerWritten = false;
     std::vector<UTtab_entry> records;
     std::optional<UTtab_entry> partialRecord;  // its beginning follows the records
@@ -122,8 +122,8 @@ public:
     bool m_copyOnly = false;
     ServerLife m_life = ServerLife::stays;
     bool m_mapFailsLate = false;        // flushing or closing the map file fails
-    bool m_headerFails = false;         // no disk space for the header
-    bool m_partialRecordStays = false;  // of the first record that does not fit on the disk
+    bool m_headerFails = false;         // the header cannot be written
+    bool m_partialRecordStays = false;  // of the first record that cannot be written
     std::wstring m_mapFileFailure;      // the message if the map file cannot be opened; empty: it can
 
 private:

@@ -14,7 +14,7 @@
 #include "tests/faults/OperationFaults.h"
 #include "tests/support/Files.h"
 
-// Writes of which only a part reaches the file, and errors that OperationTest does not inject.
+// Writes of which only a part reaches the file, and more error codes than OperationTest injects.
 
 namespace {
 
@@ -93,14 +93,15 @@ TEST_F(ErrorCodeTest, AtEachKindOfOperation)
 
 constexpr DWORD kBlockSize = 4096;  // bytes that the program writes at a time
 
-// A record has more than two bytes.
+// One byte, half of the bytes, all but one. A block or record has more than two bytes, so none of these
+// is all of it.
 constexpr WrittenPart kParts[] = {[](DWORD) { return DWORD{1}; }, [](DWORD count) { return count / 2; },
                                   [](DWORD count) { return count - 1; }};
 
 class ShortWriteTest : public OperationFaultTest
 {
 protected:
-    // Calls act for each operation of this kind in a run that only copies, and for each part of its bytes.
+    // Calls `act` for each operation of this kind in a run that only copies, and for each part of its bytes.
     using Act = std::function<void(const FailurePoint&, WrittenPart)>;
     void ForEachWrite(FileCall call, DWORD error, const Act& act)
     {
@@ -123,8 +124,8 @@ protected:
         }
     }
 
-    // error: of an operation that writes a part; ERROR_SUCCESS: it reports success. expectedError: in the
-    // message.
+    // error: what the operation reports after it has written a part; may be ERROR_SUCCESS. expectedError: the
+    // error in the message.
     void TestCopies(DWORD error, DWORD expectedError)
     {
         ForEachWrite(FileCall::write, expectedError, [&](const FailurePoint& failure, WrittenPart part) {

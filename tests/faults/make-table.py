@@ -78,8 +78,8 @@ KINDS = """| kind of fault | injected | passed |
 """
 
 KILLS = """
-For kills, the real program runs in its window on a library of four parts with six configurations. Runs begin with an
-empty "Mapped" folder or over the copies and records of an earlier run. The program is killed
+For kills, the real program runs in its window on a library of four parts with six configurations in all. Runs
+begin without a "Mapped" folder or over the copies and records of an earlier run. The program is killed
 
 - during an automation call: the server holds the call before or after it serves the call, and completes the call when the
   program is gone; or the server, which the program started, hangs in the call;
@@ -102,10 +102,11 @@ A kill has passed if all of this is true:
 LONG = """
 ## Long runs
 
-One process of the program, in its window, with {rows} rows and {configurations} configurations: a first run of ten rows
-loads everything that a run needs; then, five times, the table is filled from the folder and a run is made. All figures
-are measured from outside. A count may exceed that of the first run only by as much as the system's caches vary. From run to
-run, memory may grow by 64 KB, and counts not at all. The growth is the second smallest of the four steps between the
+The program runs in its window, in one process. A first run of ten rows loads everything that a run needs.
+Then, five times, the table is filled from a folder with {rows} parts and {configurations} configurations, and
+a run is made. All figures are measured from outside. A count may exceed the one before the first of the five
+runs only by as much as the system's caches vary. From run to run, memory may grow by 64 KB, and counts not at
+all. The growth is the second smallest of the four steps between the
 figures after the runs. It is not limited for the figures before a run, with the table filled, as the system's caches vary
 then. The states before and after a run are compared separately: the view of the folder needs less memory than the view of
 the map file after a run. From the moment the server is connected, the test sends the window a message every 50 ms. The
@@ -181,7 +182,7 @@ def main():
     for name in failed:
         print(f"\n**{name} failed.**")
     if skipped:
-        print("\nNot injected, as the machine lacks what they need:\n")
+        print("\nNot tested, as the machine lacks what is needed:\n")
         print("\n".join(skipped))
     print(long, end="")
     sys.exit(1 if missing or failed else 0)

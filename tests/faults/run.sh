@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Runs fault_tests with file systems that they cannot make under Wine: run.sh PROGRAM [ARG ...]
 #
-# It provides a small file system that can be filled, a read-only "Mapped" folder, and a folder of 50,000 part files and
-# their copies, which would take Wine long to create. A user who may not mount file systems gets a user namespace of
-# their own. If the machine does not allow that either, the tests that need these file systems are skipped.
+# It provides a small file system that can be filled, a read-only "Mapped" folder, and a folder of 50,000
+# part files and their copies, which Wine would take a long time to create. A user who may not mount file
+# systems gets a user namespace of their own. If the machine does not allow that either, the tests that need
+# these file systems are skipped.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 top=$(cd "$here/../.." && pwd)
@@ -12,7 +13,7 @@ export WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix}
 # to the server on the other. So each server ends before the other starts.
 end_wine() {
   wineserver -k || true # may have ended by itself
-  timeout 60 wineserver -w || true # the run goes on; mounts are then only detached
+  timeout 60 wineserver -w || true # if it does not end, go on; finish then only detaches the mounts
 }
 if ! unshare --mount true 2>/dev/null && unshare --user --map-root-user --mount true 2>/dev/null; then
   end_wine

@@ -32,7 +32,7 @@ void CheckWriter(const UTtab_entry& entry)
     const std::string plain = PlainBytes(AsWritten(entry.strOriginal) + L" ; " + AsWritten(entry.strRenamed) +
                                          L" ; " + AsWritten(entry.strBomName));
     Require(FormatMapRecord(entry, QuestionMark) == plain,
-            "a record is written like the plain implementation does");
+            "a record is written as the plain implementation writes it");
 }
 
 // Whether the reader must return the record that was written.
@@ -78,7 +78,8 @@ void CheckBytes(const std::wstring& text)
         plain += byItsCode ? PlainBytes({character}) : std::string(1, ByteOfOdd(character));
         lost = lost || (!byItsCode && character % 2 == 0);
     }
-    Require(EncodeMapText(text, ByteOfOdd) == plain, "a text is encoded like the plain implementation does");
+    Require(EncodeMapText(text, ByteOfOdd) == plain,
+            "a text is encoded as the plain implementation encodes it");
     Require(HasMapBytes(text, ByteOfOdd) == !lost, "a character without a byte is detected");
 }
 

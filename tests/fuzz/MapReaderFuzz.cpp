@@ -88,7 +88,7 @@ void CheckParse(const std::wstring& line)
     UTtab_entry plain = untouched;
     const bool valid = ParseMapLine(line, entry);
     Require(valid == PlainParse(line, plain), "the plain implementation accepts the same lines");
-    Require(entry == plain, "a line is parsed like the plain implementation does");
+    Require(entry == plain, "a line is parsed as the plain implementation parses it");
 }
 
 std::wstring PlainSyntaxError(const std::wstring& format, int line)
@@ -117,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const std::string file(reinterpret_cast<const char*>(data), size);
     const MapReading reading = ReadMap(file);
-    Require(reading == PlainRead(file), "a file is read like the plain implementation does");
+    Require(reading == PlainRead(file), "a file is read as the plain implementation reads it");
     CheckWriteAndReadAgain(reading);
     const std::wstring text = CFuzzInput(data, size).Rest();
     CheckParse(text);

@@ -9,7 +9,7 @@
 
 #include "files/MapLine.h"
 
-// Shared by the two targets of the map file: reading with Latin-1 as the code page.
+// Shared by the two fuzz targets for the map file. They read it with Latin-1 as the code page.
 
 inline char QuestionMark(wchar_t)
 {

@@ -58,7 +58,7 @@ void CheckFileName(const std::wstring& name)
     std::wstring plain = name;
     const int count = SanitizeFileName(sanitized);
     Require(count == PlainSanitizeFileName(plain), "every replaced character of a file name is counted");
-    Require(sanitized == plain, "a file name is sanitised like the plain implementation does");
+    Require(sanitized == plain, "a file name is sanitised as the plain implementation sanitises it");
     RequireSanitized(sanitized);
     std::wstring again = sanitized;
     Require(SanitizeFileName(again) == 0 && again == sanitized,
@@ -72,7 +72,7 @@ void CheckFeatureName(const std::wstring& name)
     const int count = SanitizeFeatureName(sanitized);
     Require(count == PlainUnderscores(plain, kNotInFeatureNames),
             "every replaced character of a feature name is counted");
-    Require(sanitized == plain, "a feature name is sanitised like the plain implementation does");
+    Require(sanitized == plain, "a feature name is sanitised as the plain implementation sanitises it");
     std::wstring again = sanitized;
     Require(SanitizeFeatureName(again) == 0 && again == sanitized,
             "sanitising a feature name again changes nothing");
@@ -85,7 +85,7 @@ void CheckExtension(const std::wstring& name, const std::wstring& extension)
     const bool usable = EnsureExtension(ensured, extension, EqualIgnoringCase);
     Require(usable == PlainEnsureExtension(plain, extension),
             "the plain implementation accepts the same names");
-    Require(ensured == plain, "a name gets its extension like the plain implementation does");
+    Require(ensured == plain, "a name gets the same extension from the plain implementation");
     // EnsureExtension compares the last six characters of the name, so it recognises only an extension of six
     // characters. EnsureExtension also trims the name, so the extension must not end in a blank.
     if (usable && extension.size() == 6 && Trim(extension).ends_with(extension.back())) {
@@ -105,7 +105,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckFileName(name);
     CheckFeatureName(name);
     CheckExtension(name, extension);
-    // A template without fill-ins is the new name itself; the extension comes from the part's name.
+    // The name serves as a template here: without fill-ins, a template is the new name itself. The
+    // extension comes from the part's name.
     if (const std::optional<std::wstring> made = NewFileName(name, L"Part." + extension, EqualIgnoringCase)) {
         RequireSanitized(*made);
     }

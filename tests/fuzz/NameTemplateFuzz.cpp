@@ -74,11 +74,11 @@ void CheckExpansions(const std::wstring& text, const PartNameValues& values,
 {
     if (const std::optional<std::wstring> plain = PlainTemplate(text, values)) {
         Require(ExpandTemplate(text, values) == *plain,
-                "a template is expanded like the plain implementation does");
+                "a template is expanded as by the plain implementation");
     }
     if (const std::optional<std::wstring> plain = PlainConfiguration(text, values, configuration)) {
         Require(ExpandConfigurationName(text, values, configuration) == *plain,
-                "a configuration name is filled in like the plain implementation does");
+                "a configuration name is filled in as by the plain implementation");
     }
 }
 

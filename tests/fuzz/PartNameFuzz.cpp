@@ -93,7 +93,7 @@ PartNameValues PlainSplit(const std::wstring& name)
 void CheckSplit(const std::wstring& name, const std::wstring& prefix)
 {
     Require(Diverses::SplitPartName(name) == PlainSplit(name),
-            "a name is split like the plain implementation does");
+            "a name is split as by the plain implementation");
     const std::wstring digits = Diverses::LeadingDigits(name, prefix);
     Require(digits == PlainDigits(PlainCore(name, prefix.size())),
             "the leading digits are those after as many characters as the prefix has");

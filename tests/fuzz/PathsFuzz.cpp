@@ -41,7 +41,7 @@ std::wstring PlainStripFolder(std::wstring folder)
 void CheckPaths(const std::wstring& folder)
 {
     const std::wstring normalized = NormalizePath(folder);
-    Require(normalized == PlainNormalize(folder), "a path is normalised like the plain implementation does");
+    Require(normalized == PlainNormalize(folder), "a path is normalised as by the plain implementation");
     Require(!normalized.starts_with(L'\\') || normalized.starts_with(L"\\\\"),
             "a normalised path begins with two backslashes or none");
     Require(MappedFolder(folder) == PlainBelow(folder, L"\\Mapped"),

@@ -41,12 +41,12 @@ void RequireRules(const UTtab_entry& before, const RowNames& after)
         Require(SanitizeFileName(name) == 0 && name == after.renamed, "an imported file name is sanitised");
         Require(EqualIgnoringCase(name.substr(name.size() < 6 ? 0 : name.size() - 6), L"sldprt"),
                 "an imported file name has its extension");
-        Require(!HasControlCharacter(name), "an imported file name fits into a row");
+        Require(!HasControlCharacter(name), "an imported file name has no control characters");
     }
     if (after.bomName != before.strBomName) {
         std::wstring name = after.bomName;
         Require(SanitizeFeatureName(name) == 0, "an imported BOM name is sanitised");
-        Require(!HasControlCharacter(name), "an imported BOM name fits into a row");
+        Require(!HasControlCharacter(name), "an imported BOM name has no control characters");
     }
 }
 
@@ -112,7 +112,7 @@ bool IsSurrogate(wchar_t character, unsigned first)
     return static_cast<unsigned>(character) / 0x400U == first / 0x400U;
 }
 
-// A plain version of encoding and decoding a text.
+// What becomes of a text that is encoded and decoded again.
 std::wstring WithoutUnpairedSurrogates(std::wstring text)
 {
     for (std::size_t at = 0; at < text.size(); ++at) {

@@ -2,8 +2,9 @@
 """Checks headers, manifest and symbols of the built files: tests/hardening/built_files.py BUILD_FOLDER
 
 Parses the headers of talvenor.exe and the two resource libraries in BUILD_FOLDER/bin, compares the program with the
-unstripped program, and searches the object files of the program's modules. Then tests itself: breaks each property in a
-copy of the file in memory, and reports a finding if the check misses the break. The exit status is 1 if anything is found.
+unstripped program, and searches the object files of the program's modules. Then tests itself: breaks most of
+these properties in copies of the files in memory, and reports a finding if the check misses the break. The
+exit status is 1 if anything is found.
 """
 import glob
 import os

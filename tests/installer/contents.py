@@ -6,7 +6,8 @@ STAGE holds the staged folders: german, english and symbols. The script checks:
 - In both editions, the installer package and the portable archive hold exactly the files in FILES, identical to the
   staged files. The tables of the package and the SBOM are correct.
 - The symbols belong to the delivered programs.
-- The self-check holds the delivered programs, its other programs and its packages.
+- The self-check holds the delivered programs, selfcheck.exe, check.cmd and its packages. Its own checksums
+  match its files.
 - The checksums cover all files and are correct.
 
 The exit status is 1 if anything is found.

@@ -213,8 +213,8 @@ def replaced_by_rebuilt_package(test):
 
 
 def upgrade_by_double_click(test):
-    print(f"\n== Version {variants.OLDER} and upgrade installed by double-click; upgrade refused before; not downgraded; "
-          "removed", flush=True)
+    print(f"\n== Version {variants.OLDER} installed by double-click; upgrade refused on an older Windows; "
+          "upgraded by double-click; not downgraded; removed", flush=True)
     package, stage = test.older
     before = test.machine.state()
     test.expect(f"status of the installation of {variants.OLDER}", test.double_click(package), 0)

@@ -7,7 +7,8 @@ import tempfile
 UPGRADE_CODE = "{D68003F5-A04E-4B17-9156-DE64D5E4DF2A}"  # of all versions and editions
 PROPERTIES = {"ALLUSERS": "1", "ARPPRODUCTICON": "talvenor.ico", "ProductName": "Talvenor", "Manufacturer": "Talvenor",
               "REINSTALLMODE": "amus", "UpgradeCode": UPGRADE_CODE}
-# Windows Installer passes only these properties to its elevated side (documentation: "SecureCustomProperties property").
+# Of the package's own properties, Windows Installer passes only these to its elevated part (documentation:
+# "SecureCustomProperties property").
 SECURE = {"INSTALLDIR", "NEWERFOUND", "REPLACED", "WINDOWSBUILD"}
 WINDOWS_CONDITION = "Installed OR (VersionNT64 AND WINDOWSBUILD >= 15063)"
 LANGUAGE_IDS = {"german": "1031", "english": "1033"}

@@ -44,8 +44,8 @@ def rebuilt_bytes(data):
 
 
 def make_package(german, stage, version, change):
-    """Makes a German package of the version, with `change` applied to the bytes of every file. Returns the package, which is
-    STAGE.msi; the changed files are in the folder `stage`."""
+    """Makes a German package of the version, with `change` applied to the bytes of every file. Returns
+    the package's path, which is `stage` with .msi appended. The folder `stage` holds the changed files."""
     shutil.copytree(german, stage)
     for place, _, names in os.walk(stage):
         for name in names:

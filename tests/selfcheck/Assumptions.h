@@ -10,7 +10,7 @@ struct Assumption
     std::string text;
     int stage = kNoStage;  // the stage that proves it
 
-    static constexpr int kNoStage = -1;  // nothing of the self-check
+    static constexpr int kNoStage = -1;  // no stage proves it
 };
 
 // In the order of the document.

@@ -6,7 +6,7 @@
 #include "tests/selfcheck/Finding.h"
 #include "tests/selfcheck/TestResults.h"
 
-// What looks at the expectations, by stage. Each id is that of a row of docs/windows.md with this stage;
+// The checks of the expectations, by stage. Each id is that of a row of docs/windows.md that names the stage;
 // tests/structure/check-expectations.py compares them.
 
 // Stage 0: a look at the machine or at the program, which changes nothing.
@@ -24,7 +24,7 @@ struct Proof
     const char* cases;
 };
 
-// Stage 4: what a person does, and a question whose answer is "y" if it is as expected.
+// Stage 4: what a person does, and a question whose answer is "y" if the expectation is met.
 struct Question
 {
     const char* id;

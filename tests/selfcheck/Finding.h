@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// What a look at the system found of an expectation. All texts are UTF-8.
+// Whether a look at the system found an expectation to be met. All texts are UTF-8.
 enum class Found
 {
     yes,
@@ -15,7 +15,7 @@ enum class Found
 struct Finding
 {
     Found found = Found::notTried;
-    std::string detail;  // what was seen; why not tried
+    std::string detail;  // what was seen, or why it was not tried
 };
 
 inline Finding Yes(std::string detail)

@@ -17,7 +17,7 @@ std::wstring ReadLine()
     DWORD length = 0;
     if (ReadConsoleW(GetStdHandle(STD_INPUT_HANDLE), text.data(), static_cast<DWORD>(text.size()), &length,
                      nullptr) != FALSE) {
-        StopIfEnding();  // Ctrl+C returns, too
+        StopIfEnding();  // Ctrl+C, too, makes ReadConsoleW return
         return {text.data(), length};
     }
     std::array<char, 1024> bytes{};

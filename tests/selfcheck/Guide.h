@@ -2,7 +2,7 @@
 
 #include <string>
 
-// What a person is asked to do or to tell. The texts shown are UTF-8.
+// Asks a person to do something or to answer. The texts shown are UTF-8.
 
 enum class Answer
 {
@@ -11,8 +11,9 @@ enum class Answer
     leaveOut
 };
 
-// Prints the texts and waits for y, n, or Enter, which leaves it out. Asks again after anything else.
+// Prints the texts and waits for y, n, or Enter, which leaves the question out. Asks again after anything
+// else.
 [[nodiscard]] Answer Ask(const std::string& doThis, const std::string& question);
 
-// Waits for a line; empty to leave it out.
+// Prints the text and waits for a line. The line is empty if the person leaves the question out.
 [[nodiscard]] std::wstring AskForText(const std::string& doThis);

@@ -54,7 +54,7 @@ std::wstring WithoutQuotes(std::wstring path)
     return path;
 }
 
-// A copy of a file in the report's folder, which goes with the object.
+// A copy of a file in the report's folder, deleted with the object.
 class CPartCopy
 {
 public:

@@ -2,5 +2,5 @@
 
 #include "tests/selfcheck/Report.h"
 
-// Runs cadprobe on a copy of a part that a person names, and takes its findings over.
+// Runs cadprobe on a copy of a part that a person names, and adds its findings to the report.
 void CheckCadSystem(CReport& report);

@@ -21,7 +21,7 @@
 namespace {
 
 constexpr wchar_t kProgram[] = L"talvenor_english.exe";
-constexpr int kTolerance = 1;  // pixels, by rounding
+constexpr int kTolerance = 1;  // pixels, because of rounding
 
 struct Layout
 {
@@ -116,7 +116,7 @@ Finding ComparedRows(const Layout& left, const Layout& right)
                  std::to_string(left.rowHeight) + " pixels for " + std::to_string(right.rowHeight));
 }
 
-// A window whose scaling has not changed would only be compared with itself.
+// Whether the window had this scaling. Unless the scaling has changed, the comparisons prove nothing.
 bool HasScaling(const Layout& layout, UINT percent)
 {
     return layout.dpi == USER_DEFAULT_SCREEN_DPI * percent / 100;

@@ -89,7 +89,7 @@ std::vector<std::wstring> LibrariesOf(HANDLE process)
     return libraries;
 }
 
-// The ground in the upper left corner of the client area; none if there is no picture.
+// The background colour in the upper left corner of the client area; none if there is no picture.
 std::optional<COLORREF> GroundIn(const CPicture& picture, HWND window)
 {
     POINT corner{1, 1};
@@ -101,7 +101,7 @@ std::optional<COLORREF> GroundIn(const CPicture& picture, HWND window)
     return picture.At(corner.x - rect.left, corner.y - rect.top);
 }
 
-// The program in a working folder (empty: its own), ended by force.
+// Starts the program in a working folder (empty: its own). The destructor ends the program by force.
 struct StartedForLook
 {
     CTemplatesAsBefore templates;
@@ -133,7 +133,8 @@ Seen LookAt(const CProgramUnderTest& program)
     return seen;
 }
 
-// Libraries that the system loads into a program late, and would take from the program's folder.
+// Libraries that the system loads into a running program, and would take from the program's folder if the
+// program did not prevent it.
 constexpr std::array<std::wstring_view, 5> kPlantable{L"uxtheme.dll", L"dwmapi.dll", L"propsys.dll",
                                                       L"textshaping.dll", L"windows.storage.dll"};
 
@@ -168,7 +169,7 @@ const Seen& Program()
     return seen;
 }
 
-// The finding, or not tried without a window.
+// Returns the function's finding, or "not tried" if the program has shown no window.
 template <class Function>
 Finding OfWindow(const Function& look)
 {

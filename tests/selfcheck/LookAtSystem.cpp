@@ -115,12 +115,12 @@ Finding LookAtKeyLayout()
 
 Finding LookAtFileCase()
 {
-    // This program's own file by another case.
-    const std::wstring upper = LowerCase(OwnProgram());
-    if (upper == OwnProgram()) {
+    // Looks for this program's own file by its path in lower case.
+    const std::wstring lower = LowerCase(OwnProgram());
+    if (lower == OwnProgram()) {
         return NotTried("the path of this program has no capital letter");
     }
-    const bool found = GetFileAttributesW(upper.c_str()) != INVALID_FILE_ATTRIBUTES;
+    const bool found = GetFileAttributesW(lower.c_str()) != INVALID_FILE_ATTRIBUTES;
     const bool turkish = CompareStringOrdinal(L"i", 1, L"I", 1, TRUE) == CSTR_EQUAL &&
                          CompareStringOrdinal(L"\u0131", 1, L"I", 1, TRUE) != CSTR_EQUAL;
     return YesIf(found && turkish, found ? "this program is found by a path in lower case" : "not found");

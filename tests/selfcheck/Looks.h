@@ -8,7 +8,7 @@
 Finding LookAtChecksums();
 Finding LookAtMitigations();
 
-// LookAtProgram.cpp: at the program, which is started once and ended.
+// LookAtProgram.cpp: at the program. Most of these looks share one start of it; the others start it anew.
 Finding LookAtStart();
 Finding LookAtResourceFolder();
 Finding LookAtDpiAwareness();

@@ -93,7 +93,7 @@ std::string YesOrNo(bool condition)
     return condition ? "yes" : "no";
 }
 
-// Adds the values of an open key. `title`: of the key in the state.
+// Adds the values of an open key. `title`: the name of the key in the state.
 void TakeValues(HKEY key, const std::wstring& title, MachineState& state)
 {
     DWORD longestName = 0;
@@ -186,8 +186,8 @@ std::wstring StateOf(const std::filesystem::directory_entry& entry)
                      std::to_wstring(entry.last_write_time(ignored).time_since_epoch().count());
 }
 
-// Adds the files of a folder whose names begin with the text, with all that folders among them hold. The
-// report's folder is the self-check's own.
+// Adds the files and subfolders of a folder whose names begin with the text, and all that is in these
+// subfolders. Leaves out the folder "report", into which the self-check itself writes.
 void TakeFiles(const std::filesystem::path& folder, const std::wstring& lead, MachineState& state)
 {
     std::error_code ignored;
@@ -200,7 +200,7 @@ void TakeFiles(const std::filesystem::path& folder, const std::wstring& lead, Ma
     }
 }
 
-// Where the program is installed, and where setup programs put their entries.
+// Adds the program's installed files and shortcuts, and the names of the keys of all installed programs.
 void TakePrograms(MachineState& state)
 {
     for (const KNOWNFOLDERID& id : {FOLDERID_ProgramFiles, FOLDERID_CommonPrograms, FOLDERID_Programs}) {

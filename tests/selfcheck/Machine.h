@@ -12,13 +12,13 @@
 
 [[nodiscard]] DWORD WindowsBuild();
 [[nodiscard]] bool LongPathsEnabled();
-// Whether this process may write for all users. Wine says no of elevated processes, too, and lets every
-// process write.
+// Whether this process may write for all users. Always true under Wine, which lets every process write but
+// never reports a process as elevated.
 [[nodiscard]] bool MayChangeMachine();
 // Whether programs that follow the theme are dark.
 [[nodiscard]] bool IsDarkTheme();
 
-// Version, languages, monitors and what else explains a result.
+// Adds the version of Windows, the languages, the monitors, and other facts that may explain a result.
 void DescribeMachine(CReport& report);
 
 // What the stages must leave as it was: the keys of the library, of the program, of CAD systems and of the

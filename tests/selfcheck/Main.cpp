@@ -39,7 +39,7 @@ mouse and keyboard alone for a quarter of an hour.)",
 with an entry in the Start menu. It refuses if Talvenor is installed.)",
     R"(Stage 4 asks you to change settings and to operate the program, and says when to
 change them back. It may start and end SOLIDWORKS. At its end your two name
-templates are what they were at its beginning. You may leave out each question.)"};
+templates are what they were at its beginning. You may leave out any question.)"};
 
 bool IsWanted(int stage, const Options& options)
 {

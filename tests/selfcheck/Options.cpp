@@ -48,8 +48,8 @@ Options ParseOptions(const std::vector<std::wstring>& words)
 
 const char* Usage()
 {
-    return "Checks whether this Windows is as Talvenor expects, and writes report\\report.txt beside "
-           "itself.\n"
+    return "Checks whether this Windows is as Talvenor expects, and writes report\\report.txt in its "
+           "folder.\n"
            "selfcheck [--only STAGE ...] [--leave-out STAGE ...] [--yes] [--quick]\n"
            "  0  looks at the machine, starts the program and takes a picture; changes nothing\n"
            "  1  text and in-process tests: opens windows, uses the clipboard\n"
@@ -63,5 +63,5 @@ const char* Usage()
            "  --restore          only undoes what a self-check that was killed has left on the machine\n"
            "Exit status: 0 all five stages are complete and as expected, 1 not as expected, 2 wrong "
            "options,\n"
-           "3 as expected as far as it was looked at.\n";
+           "3 all that was looked at is as expected, but not every stage is complete.\n";
 }

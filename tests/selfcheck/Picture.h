@@ -11,7 +11,8 @@ class CPicture
 public:
     explicit CPicture(HWND window);
 
-    // Whether every pixel has the same colour: the system gives no picture, as Wine of other processes.
+    // Whether every pixel has the same colour. If so, the system gives no picture: Wine gives none of the
+    // windows of other processes.
     [[nodiscard]] bool IsBlank() const;
     [[nodiscard]] COLORREF At(int x, int y) const;
 

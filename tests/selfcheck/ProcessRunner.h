@@ -14,7 +14,7 @@
 // Ends every process whose program is a file of this folder, except this one, and waits for their ends.
 void EndProgramsOfThisFolder();
 
-// From now on no thread gets past StopIfEnding, and RunProgram neither starts a program nor returns: another
-// thread undoes what the tests have changed and then ends this process.
+// After BeginEnding, no thread gets past StopIfEnding, and RunProgram neither starts a program nor returns.
+// The thread that called BeginEnding undoes what the tests have changed before the process ends.
 void BeginEnding();
 void StopIfEnding();

@@ -24,7 +24,7 @@ std::string Lines(const std::string& title, const std::vector<std::string>& line
     return text;
 }
 
-// Editors of every Windows show the lines of CR LF.
+// Every editor on Windows shows lines that end in CR LF as lines; some do not for LF alone.
 std::string WithLineEnds(const std::string& text)
 {
     std::string ended;

@@ -15,7 +15,7 @@ struct ProgramResult
 {
     std::string program;
     int passed = 0;
-    std::vector<std::string> failed;   // the case, and what it said
+    std::vector<std::string> failed;   // the case and its message
     std::vector<std::string> skipped;  // the case and the reason
 };
 
@@ -30,12 +30,13 @@ public:
     void AddResult(const ProgramResult& result);
     // Something that failed and belongs to no expectation.
     void AddFailure(const std::string& what);
-    // Of several findings of an expectation a "no" counts, else the last one that was tried.
+    // Of several findings for one expectation, a "no" counts; if there is none, the last one other than "not
+    // tried".
     void AddFinding(const std::string& id, const Finding& finding);
 
     // One sentence.
     [[nodiscard]] std::string Verdict() const;
-    // Whether nothing failed and no expectation was found wrong, in what was looked at.
+    // Whether nothing failed, no expectation was found wrong, and at least one was found right.
     [[nodiscard]] bool IsAsExpected() const;
     // Whether all stages have looked at everything.
     [[nodiscard]] bool IsWhole() const;

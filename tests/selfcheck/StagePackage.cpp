@@ -129,7 +129,7 @@ private:
     [[nodiscard]] static std::string Program() { return BytesOf(InstalledFolder() + L"\\talvenor.exe"); }
     [[nodiscard]] static std::string Current() { return BytesOf(OwnFolder() + L"\\talvenor_german.exe"); }
 
-    // Starts the installed program and waits for its window.
+    // Starts the installed program.
     static StartedProgram Start()
     {
         StartedProgram program;
@@ -137,7 +137,7 @@ private:
         static_cast<void>(CreateProgram(L"\"" + folder + L"\\talvenor.exe\"", program, folder));
         return program;
     }
-    // A message is a window, too, so the list of the main window counts.
+    // Waits for the list of the main window, because a message is a window, too.
     static bool ShowsMainWindow(const StartedProgram& program)
     {
         return WaitFor([&] {
@@ -229,7 +229,7 @@ std::string RunStagePackage(CReport& report)
     if (!std::filesystem::exists(std::filesystem::path(OwnFolder() + L"\\packages"), ignored)) {
         return "skipped: there are no packages here";
     }
-    RemoveInstallationOfCheck();  // an earlier one may have been killed
+    RemoveInstallationOfCheck();  // a killed self-check may have left it
     if (HasShortcut()) {
         return "refused: the Start menu of all users has a Talvenor, which a removal would take away";
     }

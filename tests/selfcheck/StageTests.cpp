@@ -18,7 +18,7 @@ namespace {
 
 struct TestRun
 {
-    std::string program;  // of which the expectations speak
+    std::string program;  // as in Proof::program
     std::string title;    // of the results, and the name of their files
     std::string filter;
     DWORD minutes;
@@ -75,7 +75,7 @@ void Run(const TestRun& run, CReport& report)
     RestoreMachine(report);
 }
 
-// They wait for the minute after which the program asks.
+// In these, a call hangs for the minute after which the program asks whether to go on waiting.
 constexpr const char* kSlowCases = "-HangTest.*";
 
 constexpr const char* kQuick = "done in part: --quick";

@@ -6,8 +6,8 @@
 // What a stage returns that has looked at everything.
 inline constexpr const char* kDone = "done";
 
-// The stages. Each returns what became of it, kDone or such as "skipped: why", and puts what it finds into
-// the report.
+// The stages. Each returns its outcome, which is kDone or a text such as "skipped: why", and adds what it
+// finds to the report.
 std::string RunStageLook(CReport& report);
 std::string RunStageTests(const Options& options, CReport& report);
 std::string RunStageWhole(const Options& options, CReport& report);

@@ -10,7 +10,7 @@
 struct CaseResult
 {
     Found found = Found::notTried;  // yes: passed; no: failed
-    std::string detail;             // the first failure; the reason of a skip
+    std::string detail;             // the first failure; the reason for a skip
 };
 
 // By the full name, such as "FileTest.MissingFileIsNotFound".

@@ -1,4 +1,5 @@
-"""Runs the self-check under Wine and compares what it finds and leaves. Called by tests/selfcheck/run.
+"""Runs the self-check under Wine, and compares its findings with the expected ones and the machine with its
+earlier state. Called by tests/selfcheck/run.
 
   under_wine.py PREFIX FOLDER [--quick | --break | --kill]
 """
@@ -24,7 +25,7 @@ MAY_CHANGE = re.compile(r"HKEY_USERS\\[^\\]+\\(Software\\Wine\\Temporary System 
 
 
 def expected_findings():
-    """{id: finding}: yes, for the stages 0 to 2; what Wine does otherwise, by wine.txt."""
+    """{id: finding}: "yes" for the stages 0 to 2, otherwise "not tried"; wine.txt lists the exceptions."""
     with open(os.path.join(HERE, "../../docs/windows.md"), encoding="utf-8") as file:
         rows = re.findall(r"^\| `([\w-]+)` .* ([0-4–]) \|$", file.read(), re.MULTILINE)
     with open(os.path.join(HERE, "wine.txt"), encoding="utf-8") as file:

@@ -3,7 +3,7 @@
 
 - Each row that names a stage has code of that stage that checks the assumption (tests/selfcheck). No other row has code.
 - Each id is in one row only, and every row has evidence.
-- A pattern of test cases matches a case in tests/.
+- Each pattern of test cases matches at least one case in tests/.
 
 The exit status is 1 if anything is found; each finding is one line.
 """
@@ -52,7 +52,8 @@ def looks_of(top):
 
 
 def cases_of(top):
-    """The names of all test cases, as GoogleTest prints them; a parametrised one with "/" and any parameter."""
+    """The names of all test cases, as GoogleTest prints them. Each parametrised one gets the prefix
+    "Languages/" and the parameter "German"."""
     for path in glob.glob(os.path.join(top, "tests/**/*Test.cpp"), recursive=True):
         for kind, suite, case in TEST.findall(read(path)):
             yield f"Languages/{suite}.{case}/German" if kind == "_P" else f"{suite}.{case}"
@@ -62,7 +63,7 @@ def row_findings(rows, looks):
     proofs = {}
     for row, evidence, proof in rows:
         if row in proofs:
-            yield f"docs/windows.md: {row} stands there twice"
+            yield f"docs/windows.md: {row} is listed twice"
         if not evidence:
             yield f"docs/windows.md: {row} has no evidence"
         if proof not in STAGES | {NONE}:

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-// While it lives, notes for which windows of this process screen readers are told to say the text. Pump
-// messages before asking. Only one object may exist at a time.
+// While an object exists, it notes the windows of this process whose text screen readers are told to
+// announce. Pump messages before calling Take. Only one object may exist at a time.
 class CAnnouncementWatch
 {
 public:

@@ -32,7 +32,7 @@ bool HasOthersValues(HKEY key)
     return !IsMarked(key) || !foreign || !foreign->empty();
 }
 
-// A user's key would hide the machine's, so that both count.
+// Both count, because a user's key would hide the machine's.
 bool IsOfOtherProgram(const std::wstring& path)
 {
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {

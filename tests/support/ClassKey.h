@@ -8,7 +8,7 @@
 
 // A key with a default value in the registry's classes, removed with its subkeys at the end of the scope. A
 // mark identifies it for RestoreLeftovers. A key without the mark, or with values that no test has written,
-// belongs to another program; it is left alone, and ReportProblem.
+// belongs to another program; it is left alone and reported by ReportProblem.
 class CScratchClassKey
 {
 public:

@@ -25,7 +25,7 @@ public:
         }
     }
 
-    // Skips the test if the machine has a CAD system, whose names it would register.
+    // Skips the test if the machine has a CAD system, whose names the test would register.
     static void RequireNoCadSystem()
     {
         if (OtherCadSystem()) {

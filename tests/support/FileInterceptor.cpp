@@ -65,7 +65,7 @@ bool DeniesWriting(const wchar_t* path, DWORD access)
     return denies;
 }
 
-// The same for an open file. Files that were opened while no interceptor existed never fail.
+// Like Fails, for an open file. Files that were opened while no interceptor existed never fail.
 template <class Key>
 bool FailsOpen(const std::map<Key, OpenFile>& files, Key key, FileCall call, LONGLONG position = 0)
 {

@@ -14,11 +14,13 @@
 
 namespace {
 
-// Behind the name of the product's key
+// Appended to the name of the product's key
 constexpr wchar_t kAside[] = L", put aside by test ";
 constexpr wchar_t kKept[] = L", kept by test ";
-constexpr wchar_t kKeys[] = L"Keys";          // in a key that is put aside: the product's
-constexpr wchar_t kComplete[] = L"Complete";  // value of the same key
+
+// In a key named with kAside
+constexpr wchar_t kKeys[] = L"Keys";          // subkey with the copy of the product's key
+constexpr wchar_t kComplete[] = L"Complete";  // value: the copy is complete
 
 constexpr char kNotOurs[] =
     "of a test has values that no test has written, and is left as it is: delete it, or its value "
@@ -52,7 +54,7 @@ public:
         return status != ERROR_FILE_NOT_FOUND;
     }
     [[nodiscard]] bool Delete(const std::wstring& name) const { return DeleteKey(m_hive, name, m_view); }
-    // False also if the copy is not equal to the original, without their marks.
+    // False also if the copy differs from the original in more than the mark.
     [[nodiscard]] bool Copy(const std::wstring& from, const std::wstring& to) const
     {
         const UniqueKey source = Open(from);
@@ -96,7 +98,7 @@ public:
         }
         return found;
     }
-    // A key that is not there yet. A scope may stand within another.
+    // The name of a key that does not exist yet. Scopes may be nested, so the process id is not enough.
     [[nodiscard]] std::wstring NewName(const std::wstring& product, const wchar_t* kind) const
     {
         static int made = 0;
@@ -122,7 +124,7 @@ private:
     throw std::runtime_error("the registry key " + branch.Title(name) + " " + why);
 }
 
-// Who has written the keys that stand at the product's place.
+// Who has written the keys that are in the product's place.
 enum class Writer
 {
     tests,
@@ -169,14 +171,14 @@ std::string Keep(const CBranch& branch, const std::wstring& product, const std::
            " is kept in " + branch.Title(kept);
 }
 
-// The keys aside. None if they are not complete or not readable: nothing may be deleted for them.
+// The keys aside. None if they are incomplete or unreadable: nothing may be deleted to put them back then.
 std::optional<KeyContents> ContentsAside(const CBranch& branch, const std::wstring& aside)
 {
     return branch.IsComplete(aside) ? ContentsOf(branch.Open(aside + L"\\" + kKeys).get()) : std::nullopt;
 }
 
-// The value Complete goes before the rest: without it, the aside is a remainder to delete, and the keys are
-// back.
+// Deletes the value Complete before the rest of the keys aside: without that value, they are only a
+// remainder, which RestoreLeftovers deletes.
 void PutBack(const CBranch& branch, const std::wstring& product, const std::wstring& aside)
 {
     const std::wstring keys = aside + L"\\" + kKeys;
@@ -214,7 +216,7 @@ std::optional<std::string> ReplaceBy(const CBranch& branch, const std::wstring& 
                                      const std::wstring& aside, const KeyContents& contents)
 {
     if (!branch.IsMarked(product) && ContentsOf(branch.Open(product).get()) == contents) {
-        Remove(branch, aside);  // they are back
+        Remove(branch, aside);  // the keys are back already
         return std::nullopt;
     }
     if (WriterOf(branch, product, product, contents) == Writer::another) {
@@ -225,7 +227,7 @@ std::optional<std::string> ReplaceBy(const CBranch& branch, const std::wstring& 
     return kept;
 }
 
-// Keys aside that have the mark are those of a scope in which another stood.
+// Keys aside that have the mark are a test's: a scope nested in another one has put them aside.
 std::optional<std::string> RestoreAside(const CBranch& branch, const std::wstring& product,
                                         const std::wstring& aside)
 {
@@ -272,7 +274,7 @@ CKeysAside::CKeysAside(HKEY hive, REGSAM view, std::wstring product)
     if (m_moved) {
         PutAside();
     }
-    static_cast<void>(CBranch(m_hive, m_view).Mark(m_product));  // without access nothing is there to end
+    static_cast<void>(CBranch(m_hive, m_view).Mark(m_product));  // without access, nothing needs undoing
 }
 
 void CKeysAside::PutAside() const

@@ -20,7 +20,7 @@ void Append(std::vector<std::string>& problems, const std::vector<std::string>& 
     problems.insert(problems.end(), more.begin(), more.end());
 }
 
-// The tests of the registry views make them; nothing else has such a name.
+// The tests of the registry views make these keys; nothing else has such names.
 void DeleteRegistryTestKeys(REGSAM view)
 {
     HKEY opened = nullptr;

@@ -97,8 +97,8 @@ std::vector<HWND> CMessageBoxOnScreen::ButtonWindows() const
     return buttons;
 }
 
-// OK is the only button that a box may have without another, other than Help. Windows gives it the number of
-// Cancel then, so that Escape presses it (from knowledge); Wine keeps its own.
+// If a box has only one button apart from Help, the button is OK. Windows then gives it the number of Cancel,
+// so that Escape presses it; Wine keeps its own number.
 std::vector<int> CMessageBoxOnScreen::Buttons() const
 {
     std::vector<int> numbers;

@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-// An open message box of another process. Under Wine its icon cannot be read from outside; the in-process
-// tests check it.
+// An open message box of another process, or of this one. Under Wine its icon cannot be read from outside;
+// the in-process tests check it.
 class CMessageBoxOnScreen
 {
 public:
     // The topmost message box of the process, if any.
     static std::optional<CMessageBoxOnScreen> Find(DWORD process);
 
-    // Waits for a message box; throws CNotOnScreen if none opens.
+    // Waits for a message box that has the focus; throws CNotOnScreen if there is none in time.
     static CMessageBoxOnScreen WaitForOne(DWORD process);
 
     // Waits for a message box, which need not have the focus. Throws CNotOnScreen if none opens or if its
@@ -22,7 +22,6 @@ public:
     static CMessageBoxOnScreen WaitForText(DWORD process, const std::wstring& text);
 
     [[nodiscard]] std::wstring Text() const;
-    // The box's title.
     [[nodiscard]] std::wstring Title() const;
     // The answers that the buttons give, from left to right.
     [[nodiscard]] std::vector<int> Buttons() const;
@@ -32,7 +31,7 @@ public:
     void Answer(int button) const;
     // The same without the mouse; the box need not be in front.
     void Press(int button) const;
-    // The same without waiting for the end, for a box of this thread.
+    // The same, but does not wait: waiting would block a box of this thread.
     void PostPress(int button) const;
     // Waits until the box closes; throws CNotOnScreen if it stays open.
     void WaitForEnd() const;

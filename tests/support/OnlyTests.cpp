@@ -9,8 +9,8 @@ namespace {
 
 constexpr const wchar_t* kName = L"TalvenorTestsOnSharedMachine";
 
-// A mutex that other users may wait for, too. The right to wait is all that is asked for: an elevated
-// process gives no more to others. ("Mandatory Integrity Control")
+// A mutex that other users may wait for, too. Asks for no more than the right to wait: an elevated
+// process's mutex refuses more to processes that are not elevated ("Mandatory Integrity Control").
 UniqueHandle MakeMutex(const std::wstring& name)
 {
     SECURITY_DESCRIPTOR everyone{};
@@ -20,7 +20,8 @@ UniqueHandle MakeMutex(const std::wstring& name)
     return UniqueHandle(CreateMutexExW(&attributes, name.c_str(), 0, SYNCHRONIZE));
 }
 
-// A sandbox may refuse names for all sessions. Without a handle, the mutex is somebody else's.
+// The mutex for all sessions or, where a sandbox refuses such names, for this session. Returns no handle if
+// there is a mutex for all sessions that this process may not use: it is somebody else's.
 UniqueHandle OpenMutexOfMachine()
 {
     const std::wstring ofMachine = std::wstring(L"Global\\") + kName;

@@ -2,8 +2,9 @@
 
 #include "framework/Handles.h"
 
-// Of the programs that change what other programs of the machine see, only one runs at a time, whatever the
-// session: two would undo each other's changes. A thread that has one such object may make another.
+// Only one program that has such an object runs at a time, whatever the session: test programs change what
+// other programs on the machine see, and two would undo each other's changes. A thread that has one object
+// may make another.
 class COnlyTests
 {
 public:

@@ -32,5 +32,6 @@ LRESULT Ask(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
 // The control that has the focus in the thread of the window.
 HWND FocusOf(HWND window);
 
-// All windows of a process with their controls and texts, for failure messages.
+// For failure messages: whether a process is running, where the focus and the mouse are, and the process's
+// visible windows with their controls and texts.
 std::wstring DescribeScreen(DWORD process);

@@ -7,13 +7,13 @@
 
 #include "framework/Handles.h"
 
-// The keys of the library and of the program, HKLM\SOFTWARE\Zelmar in both views and HKCU\SOFTWARE\Zelmar,
-// lie in a root of the test's own until the end of the scope: empty at first, and nothing reaches the real
-// ones. A registered CAD system is hidden, so that no dialog of the test offers to start it; those of tests
-// are not. Holds for this executable's calls of RegOpenKeyExW and RegCreateKeyExW, not for other processes.
-// Does not depend on the predefined handles, which the program closes after use: on Windows that would end a
-// redirection by RegOverridePredefKey. The root is volatile, so that not even a killed test leaves it beyond
-// the user's session.
+// Until the end of the scope, the keys of the library and of the program (HKLM\SOFTWARE\Zelmar in both views
+// and HKCU\SOFTWARE\Zelmar) lie below a root of the test's own. The root is empty at first; the real keys are
+// neither read nor changed. A registered CAD system is hidden, so that no dialog of the test offers to start
+// it, unless a test has registered it. All this affects this executable's calls of RegOpenKeyExW and
+// RegCreateKeyExW, but no other process. RegOverridePredefKey would not do: the program closes the predefined
+// handles after use, which on Windows ends such a redirection. The root is volatile: even that of a killed
+// test does not outlast the user's session.
 class COwnRegistry
 {
 public:
@@ -27,14 +27,14 @@ public:
     void RefuseWriting() { m_writable = false; }
     [[nodiscard]] bool IsWritable() const { return m_writable; }
 
-    // Where a key lies, as a path below HKEY_CURRENT_USER; empty for a key that is not of the product.
+    // Where a key lies, as a path below HKEY_CURRENT_USER; empty for a key that is not one of the product's.
     [[nodiscard]] std::wstring PlaceOf(HKEY hive, const wchar_t* path, REGSAM access) const;
 
     // Whether such a registry is in force, so that no key of the product that this executable opens is a real
     // one.
     [[nodiscard]] static bool IsInForce();
 
-    // Removes the roots of killed tests. Returns one line if that is not possible.
+    // Removes the roots of killed tests. Returns a message if that is not possible, otherwise nothing.
     static std::vector<std::string> RestoreLeftovers();
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
-// The headers that most tests for Windows read and that never change. CMake precompiles this file; nothing
-// includes it.
+// The headers that most tests for Windows include and that never change. CMake precompiles this file; no
+// source includes it.
 
 #include <gtest/gtest.h>
 

@@ -13,8 +13,8 @@
 class CProgramUnderTest
 {
 public:
-    // Starts a program, by default the one in the tests' language, with a working folder (empty: the tests'
-    // own). `program` is a full path or a file in the tests' own folder.
+    // Starts a program, by default the one in the tests' language. `program` is a full path or a file in the
+    // tests' own folder (OwnFolder). That is also the working folder if `workingFolder` is empty.
     explicit CProgramUnderTest(const std::wstring& workingFolder = {}, const std::wstring& program = {});
     ~CProgramUnderTest();
     CProgramUnderTest(const CProgramUnderTest&) = delete;

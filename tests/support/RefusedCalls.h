@@ -5,13 +5,13 @@
 
 enum class CallKind
 {
-    memory,  // malloc, on which the C++ allocation functions are built; automation strings, heaps, global
-             // memory
-    handles  // windows, device contexts, menus, images, cursors, files, mutexes
+    memory,  // malloc, on which the C++ allocation functions are built; automation strings, heap blocks,
+             // global memory
+    handles  // windows, device contexts, menus, images, cursors, files, mutexes, heaps
 };
 
-// Until the end of the scope, counts the calls of one kind and lets one of them fail. Only one object may
-// exist at a time.
+// Until the end of the scope, counts this thread's calls of one kind and makes one of them fail. Only one
+// object may exist at a time.
 class CRefusedCall
 {
 public:
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] static bool Sees(CallKind kind);
 };
 
-// The calls in this scope neither count nor fail: those of test code that the program calls.
+// The calls in this scope are neither counted nor made to fail. For test code that the program calls.
 class CUncountedCalls
 {
 public:

@@ -16,7 +16,7 @@ struct RunningProgram
     std::wstring image;  // the path of its program file
 };
 
-// The running processes that this one may open with the rights.
+// The running processes that this one may open with these rights.
 [[nodiscard]] inline std::vector<RunningProgram> RunningPrograms(DWORD rights)
 {
     std::vector<RunningProgram> programs;

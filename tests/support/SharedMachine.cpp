@@ -44,7 +44,8 @@ void FailTest(const std::string& problem)
     ADD_FAILURE() << problem;
 }
 
-// After the last test, GoogleTest counts a failure as one of the whole run, whose exit status is made before.
+// The end of the machine may report a failure. By then the exit status of the tests is known, so GoogleTest
+// is asked again: it counts such a failure against the whole run.
 template <class Machine>
 int RunTestsOn()
 {

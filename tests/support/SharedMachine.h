@@ -22,8 +22,8 @@ private:
 class CSharedMachine
 {
 public:
-    // Throws std::runtime_error also if a CAD system or a library is registered that is not the tests' own.
-    // What the file dialogs remember is put aside then.
+    // Also throws std::runtime_error if a CAD system or a library is registered that is not the tests' own.
+    // Otherwise puts aside what the file dialogs remember.
     CSharedMachine();
 
 private:
@@ -31,8 +31,9 @@ private:
     std::optional<CKeysAside> m_fileDialogs;
 };
 
-// Runs all tests with such a machine. Returns the process's exit status; 3 and the reason on standard error
-// if this machine must be left alone. The run also fails if something cannot be undone at its end.
+// Runs all tests with a CSharedMachine. Returns the process's exit status. If this machine must be left
+// alone, returns kRefused and writes the reason to standard error. The run also fails if something cannot be
+// undone at its end.
 int RunTestsOnSharedMachine();
 
 // The same for tests in one process, which may run beside a CAD system and a library: no test reaches the

@@ -3,8 +3,8 @@
 #include "tests/support/CreateProgram.h"
 #include "tests/support/WaitFor.h"
 
-// Like CreateProgram, but throws std::runtime_error with the system's error code. Wine sometimes loses a
-// starting process; the start may then be repeated once (MayRepeat).
+// Like CreateProgram, but returns the program. On failure, throws std::runtime_error with the system's error
+// code. Wine sometimes loses a starting process; the start may then be repeated once (MayRepeat).
 [[nodiscard]] StartedProgram StartProgram(const std::wstring& commandLine, const std::wstring& folder = {},
                                           bool inheritsHandles = false);
 

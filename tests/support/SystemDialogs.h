@@ -11,8 +11,8 @@
 
 #include "tests/support/ImportTable.h"
 
-// While it lives, the system's dialogs are not shown and return at once. Only one object may exist at
-// a time.
+// While it exists, the system's file dialogs and folder picker are not shown and return at once. Only one
+// object may exist at a time.
 class CSystemDialogs
 {
 public:

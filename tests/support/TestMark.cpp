@@ -65,7 +65,7 @@ bool AddContents(HKEY key, const std::wstring& path, KeyContents& contents)
     return status == ERROR_NO_MORE_ITEMS && AddValues(key, path, contents);
 }
 
-// An empty list without a mark.
+// The list in the key's mark; empty if the key has no mark.
 KeyContents NotesOf(HKEY key)
 {
     DWORD bytes = 0;

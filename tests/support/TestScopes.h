@@ -31,7 +31,7 @@ private:
     int m_before;
 };
 
-// Has the function answer message boxes until the end of the scope.
+// Has a function answer the message boxes until the end of the scope.
 class CListenerScope
 {
 public:

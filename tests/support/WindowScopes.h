@@ -20,7 +20,7 @@
 #include "tests/support/Rects.h"
 #include "tests/support/ZelmarRegistry.h"
 
-// Windows, resources and settings until the end of a scope.
+// Windows, resources and settings that a test has until the end of a scope.
 
 inline constexpr wchar_t kGermanLibrary[] = L"talvresgerx64.dll";
 inline constexpr wchar_t kEnglishLibrary[] = L"talvresusx64.dll";
@@ -38,7 +38,7 @@ inline UniqueModule LoadAsData(const std::wstring& name)
         ::LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
 }
 
-// Loads the program's resources from a library of the working folder until the end of the scope.
+// Until the end of the scope, the program takes its resources from a library in the working folder.
 class CResourceScope
 {
 public:
@@ -59,7 +59,7 @@ private:
     UniqueModule m_module;
 };
 
-// The program's settings until the end of the scope: none at first, and never those of the user.
+// Until the end of the scope, the program's settings are the test's own: none at first, and never the user's.
 class CUserSettingsScope : public CZelmarRegistry
 {
 public:
@@ -205,7 +205,7 @@ private:
     UINT_PTR m_id;
 };
 
-// Dispatches all messages in the thread's queue.
+// Dispatches all messages in the thread's queue, but leaves a WM_QUIT there.
 inline void DrainMessages()
 {
     MSG message{};

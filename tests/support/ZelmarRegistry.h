@@ -24,7 +24,7 @@ public:
     {
         return SetFolder(L"prg", folder, view);
     }
-    // In the 64-bit view
+    // These two act on the 64-bit view.
     void RemovePartsFolder() const
     {
         RegDeleteValueW(Open(HKEY_LOCAL_MACHINE, kLibrary, KEY_WOW64_64KEY).get(), L"parts");
@@ -60,7 +60,7 @@ public:
         return text.substr(0, size / sizeof(wchar_t) - 1);
     }
 
-    // A used template's value: REG_SZ, or another type with the text as its bytes.
+    // Stores a template in the history: as REG_SZ, or as another type with the text as its bytes.
     void SetHistory(int column, int place, const std::wstring& text, DWORD type = REG_SZ) const
     {
         Write(HKEY_CURRENT_USER, std::wstring(kTemplates) + L"\\Template History",
@@ -102,7 +102,8 @@ private:
     {
         return static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
     }
-    // In the machine's own registry the product's key has the mark of the test, which lists the value.
+    // Adds the value to the list in the mark of the product's key. The key has a mark only in the machine's
+    // own registry; without one, nothing happens.
     static bool NoteData(HKEY hive, const std::wstring& name, const std::wstring& value, DWORD type,
                          const void* data, DWORD size, REGSAM view)
     {
@@ -125,17 +126,18 @@ private:
     }
 };
 
-// For code in the process of the test: none of the values at first, in a registry of the test's own.
+// For code in the test's process: a registry of the test's own, which has none of the values at first.
 class CZelmarRegistry : public COwnRegistry, public CZelmarValues
 {
 };
 
-// For programs that the test starts: none of the values at first, in the machine's own registry. The earlier
-// ones are put aside until the end of the scope; see CKeysAside.
+// For programs that the test starts: the machine's own registry, which has none of the values at first. The
+// values that it had before are put aside until the end of the scope; see CKeysAside.
 class CSharedZelmarRegistry : public CZelmarValues
 {
 public:
-    // The program stores the default templates unasked: what a killed test left of them need not be kept.
+    // The program stores the default templates without being asked. They are noted as the test's own, because
+    // what a killed test has left of them need not be kept.
     CSharedZelmarRegistry()
     {
         NoteTemplate(1, L"%5%3_%4.changed.%6");

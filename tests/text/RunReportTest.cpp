@@ -291,7 +291,7 @@ TEST_F(RunReportTest, AnEmptyRunHasAPageWithoutRows)
 }
 
 // Twice the rows take twice the time in linear code and four times the time in quadratic code. The limit is
-// three times the time and 50 ms.
+// three times the time plus 50 ms.
 TEST_F(RunReportTest, TwentyThousandRowsTakeLinearTimeAndSpace)
 {
     const auto measure = [](int count) {

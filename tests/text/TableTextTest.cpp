@@ -82,10 +82,10 @@ TEST(TableReader, TakesTheSeparatorAfterTheNamesOfPartFiles)
     EXPECT_EQ(Read(L" a,b.sldprt ;c,d"), (Rows{{L" a,b.sldprt ", L"c,d"}})) << "blanks around the name";
     EXPECT_EQ(Read(L"x,y,z\na,b.sldprt;c,d\ne,f.sldprt;g,h"),
               (Rows{{L"x,y,z"}, {L"a,b.sldprt", L"c,d"}, {L"e,f.sldprt", L"g,h"}}))
-        << "two rows of three are most";
+        << "two rows of three are a majority";
     EXPECT_EQ(Read(L"a,b;c;d\ne,f;g;h\ni,j.sldprt,k"),
               (Rows{{L"a,b", L"c", L"d"}, {L"e,f", L"g", L"h"}, {L"i,j.sldprt,k"}}))
-        << "one row of three is not most";
+        << "one row of three is no majority";
     EXPECT_EQ(Read(L"a.sldprt,b\tc\td"), (Rows{{L"a.sldprt,b", L"c", L"d"}})) << "names contain no tabs";
     EXPECT_EQ(Read(L"\"a.sldprt,b\";c;d"), (Rows{{L"a.sldprt,b", L"c", L"d"}}))
         << "separators in quotes do not count";

@@ -190,8 +190,9 @@ TEST(Controls, AProgressBarMovesInItsRange)
     EXPECT_EQ(bar.m_control.GetPos(), 150);
 }
 
-// On Windows, a themed bar moves gradually to a greater position and at once to a smaller one. At the end of
-// the range, only the last step is gradual. Wine's bar always moves at once.
+// On Windows, a themed bar moves gradually to a greater position and at once to a smaller one. So SetPos goes
+// one position too far and back. It cannot go beyond the end of the range: there it goes one position back,
+// and only the last step is gradual. Wine's bar always moves at once.
 TEST(Controls, AProgressBarReachesAGreaterPositionFromAboveOrByItsLastStep)
 {
     CControlWindow<CProgressCtrl> bar(PROGRESS_CLASSW);

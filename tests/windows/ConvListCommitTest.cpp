@@ -171,8 +171,8 @@ TEST_P(ConvListCommit, TheListDoesNotSetTheLabelItself)
 }
 
 // Two message boxes appear: "a/b" has a forbidden character, and row 2 has the cleaned name "a_b.sldprt".
-// During each box, the focus returns to the editor and leaves the editor again, as when the user switches
-// between programs.
+// While each box is open, the focus goes to the editor, to the list and back to the editor, as when the user
+// switches between programs.
 TEST_P(ConvListCommit, TheFocusMayMoveWhileAMessageIsOpen)
 {
     CListWindow window;

@@ -62,8 +62,8 @@ TEST(ConvListEdit, TheOriginalNameIsNeverEdited)
     EXPECT_EQ(window.SelectedRows(), std::vector<int>{1});
 }
 
-// Under Wine, the default handling of a double-click does not move the focus. On Windows, the default
-// handling may focus the row. Then the first double-click opens the editor.
+// The double-click comes without a first click. Under Wine, its default handling does not move the focus. If
+// the default handling of Windows does, the first double-click opens the editor and this test fails there.
 TEST(ConvListEdit, ADoubleClickOnARowWithoutTheFocusSelectsAndFocusesIt)
 {
     for (const int x : {20, 200, 400}) {

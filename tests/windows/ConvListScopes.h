@@ -47,8 +47,8 @@ inline void PressKey(WPARAM key)
     DrainMessages();
 }
 
-// The list's parent. Records the keys that are offered to the parent before dispatch. Counts the requests of
-// keys for the system menu, and opens no menu.
+// The list's parent. Records the keys that are offered to the parent before dispatch. Counts how often a key
+// asks for the system menu, but does not open it.
 class CListParent : public CPlainWindow
 {
 public:

@@ -406,7 +406,7 @@ TEST_F(ConversionRunTest, ScrollsTheRowDoneIntoView)
     EXPECT_EQ(ListView_GetTopIndex(m_table.m_hWnd) + ListView_GetCountPerPage(m_table.m_hWnd), 40);
 }
 
-// The pages of the list that a run has shown. Scrolling by a page moves the row that is on top.
+// Counts the pages of the list that a run shows. A page is new if another row is at the top.
 class CPageWatcher
 {
 public:
@@ -434,7 +434,7 @@ TEST_F(ConversionRunTest, ACopyOnlyRunShowsAtMostTenPagesPerSecond)
     m_screen.m_onFirstLine = [&](const std::wstring&) { pages.Look(); };
     const ULONGLONG start = GetTickCount64();
     Run(true);
-    // The clock ticks each 16 ms.
+    // The list scrolls at most every 100 ms, less one tick of the clock (16 ms).
     EXPECT_LE(static_cast<ULONGLONG>(pages.m_pages), 1 + (GetTickCount64() - start) / 84);
 }
 

@@ -233,7 +233,8 @@ protected:
     }};
 };
 
-// With a CAD system, of release 2022, whose automation object is a fake in this process.
+// The base of the tests that need a CAD system. Registers release 2022, with a fake automation object in this
+// process.
 class CadDialogTest : public TalvenorDlgTest
 {
 protected:

@@ -36,7 +36,8 @@ TEST(OwnRegistryTest, TheProgramFindsTheTestsValuesInBothViews)
     EXPECT_EQ(PartsFolder(KEY_WOW64_32KEY), L"C:\\32");
 }
 
-// Once a predefined key is closed, Windows reopens the key without its redirection by RegOverridePredefKey.
+// The loop in this test would end a redirection by RegOverridePredefKey. On Windows the program itself would
+// end it, by closing the predefined keys after use.
 TEST(OwnRegistryTest, OutlastsTheClosingOfThePredefinedKeys)
 {
     const CZelmarRegistry registry;
@@ -136,8 +137,7 @@ TEST(OwnRegistryTest, ARegisteredCadSystemIsHiddenUnlessATestHasMadeIt)
 using Keys = std::vector<std::wstring>;
 using Lines = std::vector<std::string>;
 
-// The test's own key takes the place of the product's key and holds values like those of an installed
-// library.
+// The test's own key takes the place of the product's key. Its values stand for those of an installation.
 class KeysAsideTest : public testing::Test
 {
 protected:
@@ -156,13 +156,13 @@ protected:
         RegDeleteTreeW(HKEY_CURRENT_USER, m_product.c_str());
     }
 
-    // As another program
+    // Writes a value as another program does, without noting it as a test's.
     static void Write(const std::wstring& key, const wchar_t* name, const std::wstring& text)
     {
         EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_SZ, text.c_str(), SizeOf(text)),
                   ERROR_SUCCESS);
     }
-    // As a test. The key is below the product's.
+    // Notes a value as a test's, then writes it. `key` is relative to the product's key.
     void WriteAsTest(const std::wstring& key, const wchar_t* name, const std::wstring& text) const
     {
         HKEY product = nullptr;
@@ -196,7 +196,7 @@ protected:
         EXPECT_TRUE(HasRealKeys());
         EXPECT_EQ(Asides(), Keys{});
     }
-    // The paths of the keys whose names begin with the product's and this text.
+    // The paths of the keys that begin with the path of the product's key, followed by `kind`.
     [[nodiscard]] Keys Beside(const std::wstring& kind) const
     {
         HKEY software = nullptr;
@@ -311,7 +311,7 @@ TEST_F(KeysAsideTest, ATestKilledWhileItPutsAsideLosesNothing)
     ExpectAsBefore();
 }
 
-// The keys are back, but still aside.
+// The keys are back, but the copies put aside are not yet deleted.
 TEST_F(KeysAsideTest, ATestKilledWhileItPutsBackLosesNothing)
 {
     PutAsideForGood();
@@ -381,7 +381,7 @@ TEST_F(KeysAsideTest, AnInstallersEmptyKeySurvives)
     RegCloseKey(key);
 }
 
-// The program under test may have stored it, but also the user, since the test was killed.
+// Either the program under test stored the value, or the user has stored it since the test was killed.
 TEST_F(KeysAsideTest, SettingsStoredSinceAreKeptBesideTheEarlierOnes)
 {
     PutAsideForGood();
@@ -391,7 +391,7 @@ TEST_F(KeysAsideTest, SettingsStoredSinceAreKeptBesideTheEarlierOnes)
     const Keys kept = Beside(L", kept");
     ASSERT_EQ(kept.size(), 1U);
     EXPECT_EQ(Read(kept[0] + L"\\Tools\\Talvenor", L"Template Text Column 1"), L"mine");
-    EXPECT_EQ(Restore(), Lines{}) << "it has been said";
+    EXPECT_EQ(Restore(), Lines{}) << "the kept settings are reported only once";
 }
 
 TEST_F(KeysAsideTest, KeysAsideThatCannotBeReadReplaceNothing)

@@ -20,8 +20,8 @@ inline std::wstring CopyWaitingProgram(const CTempFolder& folder, const std::wst
     return copy;
 }
 
-// Runs waitingprogram.exe or another program; the destructor terminates the process. CServerProcess treats a
-// child of this process as started by COM.
+// Runs waitingprogram.exe or another program; the destructor terminates it. The program is a child of the
+// test's process, so CServerProcess takes it for a server that COM has started.
 class CWaitingProcess
 {
 public:

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Runs windows_tests on its own display and in its own Wine prefix: run.sh PROGRAM [ARG ...]
 #
-# There is no window manager on this display: a window manager, or a window left by another test, could take the focus
-# from a control during a test.
-# When root starts the tests, the tests run without root's power over file permissions. So they cannot write to
-# read-only files.
+# The display is not shared and has no window manager: a window left by another test, or a window manager,
+# could take the focus from a control during a test.
+# When root starts the tests, they run without root's power over file permissions: some tests need files that
+# they cannot write to.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/../.." && pwd)
 unset DISPLAY

@@ -114,7 +114,8 @@ register_library() {
     /d "$(python3 -c "import sys; sys.path.insert(0, 'tools/lib/demonstration'); import check; print(check.FILE_TEMPLATE)")" /f
 }
 
-# end_display: ends wineserver, whose windows are on the display; then the window manager and the display.
+# end_display: ends wineserver, and with it the Windows programs, whose windows are on the display; then ends
+# the window manager and the display.
 end_display() {
   [ -n "${xvfb:-}" ] || return 0
   WINEPREFIX=${TALVENOR_PREFIX:-$top/build/prefix} wineserver -k 2>/dev/null || true

@@ -3,8 +3,8 @@
 #include "tests/support/CreateProgram.h"
 #include "tests/support/OwnFolder.h"
 
-// A program for tests. A test posts the messages below to its main thread, and the program carries them out.
-// WM_QUIT ends the program.
+// A program for tests. A test posts the messages below to the main thread of this program, which carries them
+// out. WM_QUIT ends the program.
 
 namespace {
 

@@ -144,7 +144,7 @@ class Gallery:
         windows.press("Escape")
 
     def take_names_to_check(self):
-        """Gives the row that the search found a new name that differs from another row's only in letter case."""
+        """Edits the new name of the row that the search found: it then differs from another only in case."""
         windows.press("F2")
         windows.type_text("n126_m10.changed.sldprt")
         windows.press("Return")
@@ -171,7 +171,7 @@ class Gallery:
         self.take_and_refuse("remove-all-question")
 
     def take_about(self):
-        left, top, _, _ = self.main_window().rect  # at 100 %, the system menu's icon is 14 px right of and 12 px below it
+        left, top, _, _ = self.main_window().rect  # at 100 %, the system menu's icon is 14 px right of this corner and 12 px below
         windows.click_at(left + int(14 * self.scale), top + int(12 * self.scale))
         self.take("system-menu")
         windows.press("Up")  # the last entry

@@ -118,7 +118,7 @@ def smallest_window(title):
 
 
 def resize(title, width, height):
-    """Asks the window manager to resize the window, which may limit its size."""
+    """Asks the window manager to resize the window. The window manager may choose another size."""
     run_tool("xdotool", "search", "--onlyvisible", "--name", f"^{title}$", "windowsize", str(width), str(height))
 
 
