@@ -88,7 +88,7 @@ class ConversionRunTest : public testing::Test, protected CConversionView
 {
 protected:
     // The standard-parts folder is "lib" in the working folder. With this short path, the progress dialog
-    // shows the paths of the files whole.
+    // shows the files' paths in full.
     ConversionRunTest()
     {
         std::filesystem::create_directories(L"lib\\Mapped");

@@ -209,7 +209,8 @@ TEST_F(ConversionTableTest, ObservesFilesAddedToAnEmptyTableOnly)
     Add({L"N_3_c.sldprt"});
     EXPECT_EQ(fills, 1);
     m_table.DeleteAllItems();
-    // The second file's name is taken, so the first is in the table already when the message opens.
+    // The second file's new name is taken. The message about it interrupts the filling, which is then not
+    // observed.
     m_settings.SetTemplate(1, L"%5%3.%6");
     Add({L"N_1_a.sldprt", L"N_1_b.sldprt", L"N_2_c.sldprt"});
     EXPECT_EQ(Column(1), (Texts{L"N_1.sldprt", L"N_2.sldprt"}));
@@ -720,7 +721,7 @@ struct HandEdit
 };
 
 constexpr HandEdit kHandEdits[] = {
-    // A file name is trimmed and gets the part's extension.
+    // A file name is trimmed and gets the extension sldprt unless it ends in these letters.
     {1, L"M8.sldprt", L" \t Frame  ", L"Frame.sldprt"},
     {1, L"M8.sldprt", L"ABCsldprt", L"ABCsldprt"},
     {1, L"M8.sldprt", L"Frame.SLDPRT", L"Frame.SLDPRT"},

@@ -25,8 +25,8 @@ constexpr RECT kLargeWorkArea{0, 0, 4000, 3000};
 struct Anchoring
 {
     unsigned edges;
-    RECT larger;   // the control when the client area is 60 wider and 40 higher
-    RECT smaller;  // the control when the client area is 10 narrower and 20 lower
+    RECT larger;   // the control when the client area is 60 pixels wider and 40 taller
+    RECT smaller;  // the control when the client area is 10 pixels narrower and 20 shorter
 };
 
 void PrintTo(const Anchoring& anchoring, std::ostream* stream)
@@ -298,7 +298,7 @@ protected:
 
     static constexpr SIZE kUnits{200, 100};
 
-    struct alignas(DWORD) Template  // "CreateDialogIndirectParamW function"
+    struct alignas(DWORD) Template  // must start at a DWORD ("CreateDialogIndirectParamW function")
     {
         explicit Template(WORD points) : m_points(points) {}
 
@@ -310,8 +310,8 @@ protected:
         std::array<wchar_t, 6> m_font{L"Arial"};
     };
 
-    // A dialog without controls. Wine's dialogs accept no new font, so m_newFont replaces the font that the
-    // system sets when the scaling changes.
+    // A dialog without controls. Wine's dialogs accept no new font, so m_newFont stands in for the font that
+    // Windows sets when the scaling changes.
     class CFontDialog : public CWnd
     {
     public:

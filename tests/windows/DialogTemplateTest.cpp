@@ -26,7 +26,7 @@ std::wstring CaptionOf(HWND control)
     return text;
 }
 
-// The width in pixels that the control needs beside its caption.
+// The width in pixels that the control needs in addition to its caption.
 int WidthBesideCaption(HWND control)
 {
     if (ClassNameOf(control) != L"Button") {

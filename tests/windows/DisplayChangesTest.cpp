@@ -11,7 +11,7 @@
 #include "tests/support/ResourceUse.h"
 #include "tests/windows/TalvenorDlgTest.h"
 
-// The main dialog while the user changes theme, colours, settings, screens or scaling: what it shows stays.
+// Tests that changes of theme, colours, settings, screens or scaling do not alter what the main dialog shows.
 
 namespace {
 
@@ -95,7 +95,7 @@ TEST_P(DisplayChangesTest, ChangeNothingThatTheWindowShows)
     });
 }
 
-// A new scaling ends the edit, as it moves the cell: see
+// This test does not change the scaling: a new scaling moves the cell and so ends the edit, see
 // TalvenorDlgTest.AnEditEndsWhenTheWindowIsResizedOrLeft.
 TEST_P(DisplayChangesTest, LeaveAnEditOpen)
 {
@@ -139,7 +139,7 @@ TEST_P(DisplayChangesTest, DoNotDisturbARun)
     EXPECT_EQ(changes, 3);
 }
 
-// Wine does not count icons and other USER objects apart from windows.
+// Under Wine, the number of USER objects is always 0; only the windows among them are compared.
 TEST_P(DisplayChangesTest, LeaveNoResourcesBehind)
 {
     constexpr int kRepetitions = 200;

@@ -13,7 +13,8 @@
 #include "tests/support/TestScopes.h"
 #include "tests/support/WindowScopes.h"
 
-// The template dialog, run modally in this process, in both languages, and operated as by a user.
+// Tests of the template dialog. It runs modally in this process, in both languages, and gets the input that a
+// user would give.
 
 namespace {
 
@@ -309,7 +310,7 @@ TEST_P(DlgTemplateTest, ARefusedTemplateCanBeCorrected)
         PressKey(VK_RETURN);
         EXPECT_EQ(TakeBoxes(), (Texts{Refusal(), Refusal()}));
         ExpectAllSelected();
-        for (const wchar_t character : {L'%', L'4'}) {  // over the selection
+        for (const wchar_t character : {L'%', L'4'}) {  // typed over the selection
             PostMessageW(GetFocus(), WM_CHAR, static_cast<WPARAM>(character), 1);
         }
         DrainMessages();

@@ -12,8 +12,8 @@
 
 #include "tests/support/ImportTable.h"
 
-// A fake taskbar, and a watch on windows that flash. Wine has no taskbar, so no test has shown the real
-// button yet.
+// A fake taskbar, and a watch on windows that flash. Wine has no taskbar, so no test has been run with a real
+// taskbar button yet.
 
 // Notes the calls about progress. Deletes itself with its last reference.
 class CFakeTaskbar final : public ITaskbarList3

@@ -99,7 +99,8 @@ TEST_F(FileTest, NameOfADeviceIsABadPath)
     EXPECT_FALSE(CFile::GetStatus(path, status));
 }
 
-// Whether a path may exceed MAX_PATH. Wine has no limit, and no setting of its own.
+// Whether a path may exceed MAX_PATH. Where the registry has no value for this, Wine allows it and Windows
+// does not.
 bool AllowsLongPaths()
 {
     DWORD enabled = UnderWine() ? 1 : 0;

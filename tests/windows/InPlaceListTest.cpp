@@ -69,8 +69,8 @@ TEST_F(InPlaceList, LiesInItsCell)
 {
     Open();
     const RECT rect = RectIn(m_window.m_list.m_hWnd, m_window.ListEditor());
-    EXPECT_EQ(rect.left, 354);   // 350 + 4
-    EXPECT_EQ(rect.right, 526);  // 354 - 3 + 175
+    EXPECT_EQ(rect.left, 354);   // 350, where the column begins, and the indent of 4
+    EXPECT_EQ(rect.right, 526);  // 354 and the column's width of 175, less the gap of 3
     EXPECT_EQ(rect.top, m_window.m_list.GetRowRect(1).top);
 }
 

@@ -53,7 +53,7 @@ protected:
     const std::wstring m_key = kClasses + m_top;
 };
 
-// An installer does not know that the key is a test's.
+// An installer cannot tell that a test made the key, and may write into it.
 TEST_F(ClassLeftoversTest, AnInstallationIntoTheKeyOfAKilledTestSurvives)
 {
     static const auto* const never =
@@ -84,9 +84,9 @@ TEST_F(ClassLeftoversTest, WhatTestsWriteBelowTheirKeyGoesWithIt)
     EXPECT_EQ(Read(HKEY_CURRENT_USER, m_key + L"\\CLSID", nullptr), L"(none)");
 }
 
-// ---- The programs of documents
+// ---- The programs that open documents
 
-// An extension that no program has.
+// Uses a file-name extension that no program is registered for.
 class DocumentClassTest : public testing::Test
 {
 protected:
@@ -150,7 +150,7 @@ LSTATUS WINAPI RefuseToDelete(HKEY key, const wchar_t* path)
     return g_refusing ? ERROR_ACCESS_DENIED : g_delete(key, path);
 }
 
-// Until the end of the scope, the registry refuses to delete keys.
+// Until the end of the scope, RegDeleteTreeW refuses to delete keys.
 class CRefusedDeletion
 {
 public:

@@ -63,7 +63,7 @@ protected:
 
 TEST_F(MapFileWriterTest, HandsEachRecordToTheSystemAtOnce)
 {
-    WriteBytes(m_path, std::string(1000, 'x'));  // of an earlier run; longer than the new text
+    WriteBytes(m_path, std::string(1000, 'x'));  // an earlier run's file, longer than the new text
     CMapFileWriter writer;
     ASSERT_TRUE(writer.Open(m_path));
     EXPECT_TRUE(writer.AppendHeader());

@@ -16,7 +16,7 @@
 namespace {
 
 constexpr int kTextControl = 0xFFFF;  // id of the text in the system's message boxes
-constexpr UINT kLook = 50;            // milliseconds between two looks for the box
+constexpr UINT kLook = 50;            // milliseconds between two searches for the box
 
 // The contents of a message box.
 struct Seen

@@ -323,8 +323,8 @@ struct VirtualFreeDeleter
     void operator()(wchar_t* memory) const { VirtualFree(memory, 0, MEM_RELEASE); }
 };
 
-// Makes the message filter give up the server, which lives on. The run does the same with a server that it
-// did not start.
+// Makes the message filter give up on the server, which lives on. A run gives up in the same way on a server
+// that it did not start.
 class CGivenUpServer : public CStalledCallHandler
 {
 public:
@@ -364,7 +364,8 @@ bool TakeWakeUp()
     return found;
 }
 
-// Counts the releases with a message in the queue: COM would ask the filter during the release.
+// Counts the releases that happen while a message is in the queue. Such a message would make COM ask the
+// filter during the release.
 class CWakeUpCheck : public CFakeDispatch
 {
 public:

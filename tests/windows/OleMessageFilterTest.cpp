@@ -36,7 +36,7 @@ bool IsRetryAfterShortWait(DWORD answer)
     return answer >= 100 && answer <= 1000;
 }
 
-// A handler that counts how often the filter gives the server up.
+// A handler that counts how often the filter gives up on the server.
 class CFakeHandler : public CStalledCallHandler
 {
 public:
@@ -52,8 +52,8 @@ public:
 };
 
 // A filter with a handler and a delay of one second, and a window with an empty queue. The user answers every
-// question with m_answer. The test plays COM: Pend and Reject tell the filter for how many milliseconds a
-// call has been pending or rejected.
+// question with m_answer. The test takes the part of COM: Pend and Reject tell the filter for how many
+// milliseconds a call has been pending or rejected.
 class StalledCallTest : public testing::Test
 {
 protected:
@@ -277,8 +277,8 @@ TEST_F(StalledCallTest, OnlyInputMadeAfterTheDelayIsTakenOut)
     EXPECT_EQ(queue, (std::vector<UINT>{WM_KEYDOWN, WM_LBUTTONDOWN, WM_LBUTTONUP}));
 }
 
-// The default handling of a press on the frame waits for the release. The release of a held press may be over
-// already.
+// The default handling of a press on the frame waits for the release of the button. By the time a held press
+// comes back, the button may have been released already.
 TEST_F(StalledCallTest, OfHeldPressesOnTheFrameOnlyTheCloseButtonsComesBack)
 {
     for (const WPARAM place : {WPARAM{HTCAPTION}, WPARAM{HTCLOSE}, WPARAM{HTBOTTOMRIGHT}}) {
@@ -436,7 +436,7 @@ TEST_F(StalledCallTest, DoesNotAskWhileItAsks)
         << "input during the question belongs to the message box";
 }
 
-// COM cannot cope with an exception of C++.
+// COM cannot cope with a C++ exception.
 TEST_F(StalledCallTest, WaitsOnWhenMemoryForTheQuestionIsShort)
 {
     class CThrowingHandler : public CFakeHandler

@@ -11,7 +11,7 @@ namespace {
 using namespace std::string_view_literals;
 using Names = std::vector<std::wstring>;
 
-// Puts a text after the two zeros that end the buffer. SplitPickedFiles must not read this text.
+// Puts a text after the two NULs that end the buffer. SplitPickedFiles must not read this text.
 PickedFiles Split(std::wstring_view buffer)
 {
     return SplitPickedFiles((std::wstring(buffer) + L'\0' + L'\0' + L"left over").c_str());

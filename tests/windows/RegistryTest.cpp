@@ -20,7 +20,7 @@ protected:
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
     }
 
-    // Returns a new handle of the test's key. Each CRegistry needs a handle of its own, because a successful
+    // Returns a new handle to the test's key. Each CRegistry needs a handle of its own, because a successful
     // access closes the handle.
     [[nodiscard]] UniqueKey Open() const
     {

@@ -47,7 +47,7 @@ protected:
         return outcomes;
     }
 
-    // Adds four rows, converted and pending by turns.
+    // Adds four rows, alternately converted and pending.
     void AddMixedRows()
     {
         for (const int number : {1, 2, 3, 4}) {
@@ -64,7 +64,7 @@ protected:
         }
     }
 
-    // Makes the first call of a member of the document run `failure`. Later calls run `answer`.
+    // The first call of this member of the document runs `failure`; later calls run `answer`.
     void FailOnce(DISPID member, const CFakeDispatch::Handler& failure, const CFakeDispatch::Handler& answer)
     {
         m_document.On(member, [failed = false, failure, answer](FakeCall& call) mutable {
@@ -235,7 +235,7 @@ TEST_F(RunRecordTest, OfASolidworksThatDoesNotComeBack)
     EXPECT_EQ(Row(2).entry, (UTtab_entry{L"a3.sldprt", L"b3.sldprt", L"Norm 3 - %2"}));
 }
 
-// An answer that stalls the call until the user gives it up. The server runs in the test's own process, so
+// An answer that stalls the call until the user gives up on it. The server runs in the test's own process, so
 // the program has no server process to end.
 HRESULT StallUntilGivenUp(FakeCall& /*call*/)
 {
@@ -306,8 +306,8 @@ TEST_F(RunRecordTest, OfARunThatEndsWithTheSession)
     EXPECT_EQ(AllOutcomes(), (Outcomes{RowOutcome::copied, RowOutcome::notReached}));
 }
 
-// While the session ends, SOLIDWORKS is not loaded again. The record gives the end of the session, not the
-// missing SOLIDWORKS, as the end of the run.
+// While the session ends, SOLIDWORKS is not loaded again. The record says that the end of the session stopped
+// the run, not that SOLIDWORKS could not be loaded.
 TEST_F(RunRecordTest, OfACallThatFailsWhileTheSessionEnds)
 {
     AddRows(1);

@@ -302,7 +302,7 @@ TEST_F(ServerProcessTest, AFailedConnectionKeepsTheServerOfTheLast)
     EXPECT_TRUE(process.Ends(0));
 }
 
-// This happens when COM gives up an activation that takes too long, and the next attempt reaches the server.
+// This happens when COM abandons an activation that takes too long, and the next attempt reaches the server.
 TEST_F(ServerProcessTest, AServerThatAppearedWithAnEarlierAttemptIsOurs)
 {
     m_server->BeginConnect();
@@ -500,7 +500,7 @@ TEST_F(LocalServerTest, IsFoundByItsShortPath)
     EXPECT_EQ(ImageFor(shortPath), image);
 }
 
-// A letter such as "T:" that no drive has, nor a device of this session; empty if there is none.
+// A drive name such as "T:" that neither a drive nor a device of this session uses; empty if there is none.
 std::wstring FreeDrive()
 {
     const DWORD drives = GetLogicalDrives();
@@ -524,7 +524,7 @@ TEST(FreeDriveTest, IsNoDriveOfTheMachine)
     EXPECT_EQ(GetDriveTypeW((drive + L"\\").c_str()), static_cast<UINT>(DRIVE_NO_ROOT_DIR));
 }
 
-// Administrators also move programs behind junctions, which resolve alike.
+// A junction in the registered path is resolved in the same way.
 TEST_F(LocalServerTest, IsFoundOnASubstitutedDrive)
 {
     const std::wstring drive = FreeDrive();
