@@ -2,7 +2,22 @@
 
 #include <windows.h>
 
+#include <array>
+#include <cwchar>
+
 #include "framework/Handles.h"
+
+namespace {
+
+// Opens a file or folder only to ask about it; null if that fails.
+UniqueHandle OpenToAsk(const std::wstring& path)
+{
+    return UniqueHandle(
+        ValidHandle(CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)));
+}
+
+}  // namespace
 
 bool EqualFileNames(std::wstring_view left, std::wstring_view right)
 {
@@ -27,9 +42,7 @@ std::wstring FinalPath(const std::wstring& path)
 {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     constexpr std::wstring_view kNetworkPrefix = L"\\\\?\\UNC";
-    const UniqueHandle handle(
-        ValidHandle(CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)));
+    const UniqueHandle handle = OpenToAsk(path);
     if (handle == nullptr) {
         return path;
     }
@@ -40,4 +53,18 @@ std::wstring FinalPath(const std::wstring& path)
         return L"\\" + text.substr(kNetworkPrefix.size());
     }
     return text.empty() ? path : text.substr(text.starts_with(kPrefix) ? kPrefix.size() : 0);
+}
+
+std::wstring FileNumber(const std::wstring& path)
+{
+    const UniqueHandle handle = OpenToAsk(path);
+    BY_HANDLE_FILE_INFORMATION file{};
+    if (handle == nullptr || GetFileInformationByHandle(handle.get(), &file) == FALSE ||
+        (file.nFileIndexHigh == 0 && file.nFileIndexLow == 0)) {
+        return {};
+    }
+    std::array<wchar_t, 30> number{};
+    std::swprintf(number.data(), number.size(), L"%08lx-%08lx%08lx", file.dwVolumeSerialNumber,
+                  file.nFileIndexHigh, file.nFileIndexLow);
+    return number.data();
 }

@@ -14,3 +14,8 @@
 // Returns the path of an existing file or folder, with mapped drives, junctions and short names resolved.
 // Returns the path unchanged when nothing is there or the system cannot resolve the path.
 [[nodiscard]] std::wstring FinalPath(const std::wstring& path);
+
+// Returns a text that is the same for all paths of an existing file or folder, also for a local path and one
+// through a share: the serial number of its volume and its number on that volume. Empty when nothing is there
+// or the file system does not number its files.
+[[nodiscard]] std::wstring FileNumber(const std::wstring& path);

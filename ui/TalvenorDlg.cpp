@@ -973,13 +973,13 @@ void CTalvenorDlg::OnStart()
         return;
     }
     TakeChosenVersion();
-    const bool mayOverwrite = MayOverwriteMapFile();
-    if (CreateFolder(MappedFolder(m_strSourceDir)) != 0 || !mayOverwrite) {
-        return;
-    }
     const CFolderLock lock(m_strSourceDir);
     if (lock.IsTaken()) {
         ShowMessage(kFolderInUse.Current());
+        return;
+    }
+    const bool mayOverwrite = MayOverwriteMapFile();
+    if (CreateFolder(MappedFolder(m_strSourceDir)) != 0 || !mayOverwrite) {
         return;
     }
     RunConversion(m_wndCopyOnly.IsChecked());

@@ -19,6 +19,31 @@ protected:
     const CTempFolder m_folder;
 };
 
+// While the object lives, GetFinalPathNameByHandleW fails.
+class CUnresolvedPaths
+{
+public:
+    CUnresolvedPaths()
+    {
+        static const bool redirected =
+            RedirectImport("GetFinalPathNameByHandleW", &CUnresolvedPaths::Resolve, &s_original);
+        EXPECT_TRUE(redirected);
+        s_fails = true;
+    }
+    ~CUnresolvedPaths() { s_fails = false; }
+    CUnresolvedPaths(const CUnresolvedPaths&) = delete;
+    CUnresolvedPaths& operator=(const CUnresolvedPaths&) = delete;
+
+private:
+    static DWORD WINAPI Resolve(HANDLE file, wchar_t* path, DWORD size, DWORD flags)
+    {
+        return s_fails ? 0 : s_original(file, path, size, flags);
+    }
+
+    static inline decltype(&::GetFinalPathNameByHandleW) s_original = nullptr;
+    static inline bool s_fails = false;
+};
+
 TEST_F(FolderLock, RefusesASecondOneUntilItEnds)
 {
     std::optional<CFolderLock> first(m_folder.Path());
@@ -41,7 +66,18 @@ TEST_F(FolderLock, IsOnTheFolderHoweverItIsWritten)
     EXPECT_FALSE(IsTaken(m_folder / L"none"));
 }
 
-// While the object lives, CreateMutexW fails with its error.
+// The system does not resolve the path of a share of this machine to the local path.
+TEST_F(FolderLock, IsOnTheFolderThroughAnUnresolvedPath)
+{
+    const std::wstring folder = m_folder / L"x";
+    std::filesystem::create_directory(folder);
+    const CUnresolvedPaths unresolved;
+    const CFolderLock first(folder);
+    EXPECT_TRUE(IsTaken(folder + L"\\."));
+    EXPECT_FALSE(IsTaken(m_folder.Path()));
+}
+
+// While the object lives, CreateMutexW fails with the error given to the constructor.
 class CFailingMutex
 {
 public:

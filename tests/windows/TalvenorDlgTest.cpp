@@ -48,8 +48,8 @@
 #include "tests/windows/ConvListScopes.h"
 #include "tests/windows/FakeTaskbar.h"
 
-// Tests of the main dialog. The dialog runs modally in this process, in both languages. The tests send the
-// input of a user.
+// Tests of the main dialog. The dialog runs modally in this process, in both languages. The tests send it the
+// input that a user would give.
 
 namespace {
 
@@ -85,7 +85,7 @@ public:
 
 private:
     static constexpr UINT kInterval = 30;  // milliseconds
-    static constexpr int kPatience = 300;  // looks at one dialog, at most
+    static constexpr int kPatience = 300;  // the largest number of looks at one dialog
 
     // The topmost dialog other than the main and the progress dialog; null if there is none.
     static HWND Find()
@@ -185,9 +185,9 @@ std::wstring SelectedFolder(HWND dialog)
     return name.data();
 }
 
-// Selects a folder in the system's folder picker and presses its default button. Cancels the picker if the
-// folder is empty. Returns false until the picker shows the folder as selected, because the picker forgets a
-// selection while it fills its tree.
+// Selects a folder in the system's folder picker and presses its default button. Cancels the picker if
+// `folder` is an empty text. Returns false until the picker shows the folder as selected, because the picker
+// forgets a selection while it fills its tree.
 bool PickFolder(HWND dialog, const std::wstring& folder)
 {
     if (folder.empty()) {
@@ -335,8 +335,8 @@ LRESULT CALLBACK NoteImagesAndFont(HWND window, UINT message, WPARAM wParam, LPA
     return DefSubclassProc(window, message, wParam, lParam);
 }
 
-// As far as is known, the list view of Windows measures its rows again when it gets a font. Wine's list view
-// measures them again when it gets images.
+// The list view of Windows is reported to measure its rows again when it gets a font (`dpi-row-height` in
+// docs/windows.md). Wine's list view measures them again when it gets images.
 TEST_P(TalvenorDlgTest, TheListGetsItsFontAgainAfterImagesOfAnotherSize)
 {
     Run([&] {
@@ -546,7 +546,7 @@ TEST_P(TalvenorDlgTest, NoButtonWorksWhileTheFieldShowsARefusedFolder)
     Run([this] {
         TypeFolder(m_folder / L"no such folder");
         EXPECT_EQ(TakeBoxes(), Texts{NoSuchFolder()});
-        Command(IDC_SELECT_ALL);  // as by its mnemonic: the focus stays in the field
+        Command(IDC_SELECT_ALL);  // as its mnemonic does: the focus stays in the field
         EXPECT_EQ(TakeBoxes(), Texts{}) << "the user was told already";
         EXPECT_EQ(SelectedCount(), 0);
         SetFocus(Item(IDCANCEL));  // no message on the way to the Close button
@@ -734,7 +734,7 @@ TEST_P(TalvenorDlgTest, AShareThatDoesNotExistIsReported)
     });
 }
 
-// Without its final backslash, this root is a device, not a folder. The root of a share is no folder either.
+// Without its final backslash, \\?\C: is a device, not a folder. The root of a share is no folder either.
 TEST_P(TalvenorDlgTest, ARootThatOnlyTheVolumeQueryKnowsIsAcceptedAndNothingIsLoaded)
 {
     const std::wstring root = L"\\\\?\\C:";
@@ -773,7 +773,7 @@ TEST_P(TalvenorDlgTest, AFileIsAcceptedAsTheFolderAndNothingIsLoaded)
 class FolderPickerTest : public TalvenorDlgTest
 {
 protected:
-    // Presses the browse button and picks the folder. Cancels the picker if the folder is empty.
+    // Presses the browse button and picks the folder. Cancels the picker if `folder` is an empty text.
     void Browse(const std::wstring& folder) const
     {
         const CDialogUser user([&](HWND dialog) {
@@ -972,8 +972,8 @@ TEST_P(FileDialogTest, FilesOfTheSameFolderAreAddedAsAChange)
     EXPECT_EQ(TakeBoxes(), Texts{});
 }
 
-// The working folder of a running process cannot be renamed or deleted. So the file dialog must not make a
-// folder of the user the working folder.
+// The working folder of a running process cannot be renamed or deleted. So the file dialog must not make one
+// of the user's folders the working folder.
 TEST_P(FileDialogTest, TheWorkingFolderStays)
 {
     AddThreeParts();
@@ -1213,7 +1213,7 @@ TEST_P(TableCommandsOfTheDialogTest, NamesGoToAFileAndBack)
     Run([&] {
         PickTable(IDM_EXPORT, expected::kExportTable, path);
         std::string bytes = ReadBytes(path);
-        // The regional settings choose the separator.
+        // The regional settings determine the separator.
         const bool semicolons = bytes.find(';') != std::string::npos;
         std::ranges::replace(bytes, ';', ',');
         EXPECT_EQ(bytes, "\xEF\xBB\xBF" + headers +
@@ -1275,9 +1275,9 @@ TEST_P(TableCommandsOfTheDialogTest, AFileThatCannotBeReadIsReported)
     EXPECT_EQ(TakeBoxes(), Texts{expected::DeviceError(path) + L" [type 48]"});
 }
 
-// The end of the window
+// Closing the window
 
-// Takes the place of the viewer of old help files: the system sends its requests to a window of this class.
+// Stands in for the viewer of old help files: the system sends help requests to a window of class MS_WINHELP.
 class CHelpViewer : public CPlainWindow
 {
 public:
@@ -1665,12 +1665,15 @@ TEST_P(TalvenorDlgTest, AFolderThatIsBeingConvertedElsewhereIsRefused)
         }
         EXPECT_EQ(TakeBoxes(), Texts{expected::kFolderInUse.Current()});
         EXPECT_EQ(Rows(), m_threeRows);
-        EXPECT_EQ(NamesIn(m_parts + L"\\Mapped"), Texts{});
+        EXPECT_FALSE(std::filesystem::exists(m_parts + L"\\Mapped"));
         Press(IDC_START);
         EXPECT_EQ(TakeBoxes(), Texts{Finished()});
         Press(IDC_START);
         EXPECT_EQ(TakeBoxes(), (Texts{OverwriteQuestion(m_parts + L"\\Mapped"), Finished()}))
             << "the run has unlocked the folder";
+        const CFolderLock other(m_parts);
+        Press(IDC_START);
+        EXPECT_EQ(TakeBoxes(), Texts{expected::kFolderInUse.Current()}) << "no question comes first";
     });
 }
 
@@ -1756,7 +1759,7 @@ TEST_P(TalvenorDlgTest, ARunThatAnExceptionEndsLeavesNoReport)
         Press(IDC_START);
         EXPECT_TRUE(IsWindowEnabled(Item(IDC_REPORT)));
         {
-            // The message about the file that cannot be copied
+            // Throws at the first message with only an OK button: that the file cannot be copied.
             const CListenerScope noMemory([thrown = false](const MessageRequest& box) mutable {
                 if (box.type == MB_OK && !std::exchange(thrown, true)) {
                     throw std::bad_alloc();
@@ -1810,7 +1813,8 @@ TEST_P(TalvenorDlgTest, TheRowsThatNeedAttentionAreSelected)
     });
 }
 
-// A run with a stand-in CAD system of version 30, the release of 2022.
+// Tests of how the dialog treats commands, input and system messages around a run. The CAD system is the fake
+// of CadDialogTest.
 class BusyDialogTest : public CadDialogTest
 {
 protected:
