@@ -45,9 +45,11 @@ void DropPendingMessages(std::span<const MessageRange> ranges)
     }
 }
 
+// Looking for one kind of message clears QS_POSTMESSAGE, although others may be left; QS_ALLPOSTMESSAGE stays
+// ("MsgWaitForMultipleObjectsEx function").
 bool MayHavePendingInput()
 {
-    return HIWORD(GetQueueStatus(QS_INPUT | QS_POSTMESSAGE | QS_HOTKEY)) != 0;
+    return HIWORD(GetQueueStatus(QS_INPUT | QS_POSTMESSAGE | QS_ALLPOSTMESSAGE | QS_HOTKEY)) != 0;
 }
 
 bool IsPress(UINT message)

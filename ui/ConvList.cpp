@@ -429,8 +429,11 @@ LRESULT CConvList::DefaultKeepingSelection(LPARAM position)
     }
     const std::vector<int> selected = SelectedRows();
     const LRESULT result = Default();
-    for (const int row : selected) {
-        SetItemState(row, LVIS_SELECTED, LVIS_SELECTED);
+    if (SelectedRows() != selected) {
+        const CRedrawPause pause(*this);
+        for (const int row : selected) {
+            SetItemState(row, LVIS_SELECTED, LVIS_SELECTED);
+        }
     }
     return result;
 }
