@@ -34,7 +34,7 @@ HWND MakeProgressDialog(const CBareDialog& main, const std::vector<UTtab_entry>&
 
 }  // namespace
 
-CBareRunWindows::CBareRunWindows(const std::vector<UTtab_entry>& rows)
+CBareRunWindows::CBareRunWindows(const std::vector<UTtab_entry>& rows, ULONGLONG scrollInterval)
     : m_window(MakeProgressDialog(m_main, rows))
     , m_first{GetDlgItem(m_window, IDC_PROGRESS_FIRST), {}}
     , m_second{GetDlgItem(m_window, IDC_PROGRESS_SECOND), {}}
@@ -42,6 +42,7 @@ CBareRunWindows::CBareRunWindows(const std::vector<UTtab_entry>& rows)
     , m_fileBar(GetDlgItem(m_window, IDC_PROGRESS_FILE))
     , m_overallBar(GetDlgItem(m_window, IDC_PROGRESS_OVERALL))
     , m_cancel(GetDlgItem(m_window, IDCANCEL))
+    , m_scrollInterval(scrollInterval)
     , m_rows(static_cast<int>(rows.size()))
 {
     for (const HWND bar : {m_fileBar, m_overallBar}) {
@@ -93,8 +94,11 @@ void CBareRunWindows::ShowSaving()
 void CBareRunWindows::FinishRow()
 {
     SetBareMark(m_main.List(), m_done, false);
-    if (m_done >= ListView_GetTopIndex(m_main.List()) + m_page) {
+    const bool isLast = m_done + 1 == m_rows;
+    if (m_done >= ListView_GetTopIndex(m_main.List()) + m_page &&
+        (isLast || GetTickCount64() - m_scrolledAt >= m_scrollInterval)) {
         ListView_EnsureVisible(m_main.List(), std::min(m_done + m_page, m_rows) - 1, FALSE);
+        m_scrolledAt = GetTickCount64();
     }
     PumpOneMessage();
     ++m_done;

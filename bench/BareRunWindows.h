@@ -15,8 +15,8 @@
 class CBareRunWindows
 {
 public:
-    // Shows both windows. All rows are pending.
-    explicit CBareRunWindows(const std::vector<UTtab_entry>& rows);
+    // Shows both windows. All rows are pending. Scrolls at most once in `scrollInterval` milliseconds.
+    explicit CBareRunWindows(const std::vector<UTtab_entry>& rows, ULONGLONG scrollInterval = 0);
     CBareRunWindows(const CBareRunWindows&) = delete;
     CBareRunWindows& operator=(const CBareRunWindows&) = delete;
     ~CBareRunWindows();
@@ -63,6 +63,8 @@ private:
     HWND m_fileBar;
     HWND m_overallBar;
     HWND m_cancel;
+    ULONGLONG m_scrollInterval;
+    ULONGLONG m_scrolledAt = 0;
     int m_rows;
     int m_page;
     int m_done = 0;

@@ -98,7 +98,8 @@ double TimeCopies(const std::wstring& folder, const std::vector<UTtab_entry>& ro
 
 double TimeShownCopies(const std::wstring& folder, const std::vector<UTtab_entry>& rows)
 {
-    CBareRunWindows windows(rows);
+    constexpr ULONGLONG kScrollInterval = 100;  // milliseconds, as the program in runs that only copy
+    CBareRunWindows windows(rows, kScrollInterval);
     const auto copy = [&windows](const std::wstring& source, const std::wstring& target) {
         CopyAndShow(windows, source, target);
     };

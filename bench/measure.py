@@ -112,7 +112,8 @@ def command_lines():
         times = {rows: table_times(command, rows, LONG_ROUNDS if applies and rows == 100000 else ROUNDS)
                  for rows in (20000, 100000)}
         for rows in times:
-            lines.append(line(f"{title}, {rows:,}", baseline, [t[:2] for t in times[rows]], 1.5))
+            target = None if baseline.startswith(OWN_TIME) else 1.5  # the same messages on both sides prove nothing
+            lines.append(line(f"{title}, {rows:,}", baseline, [t[:2] for t in times[rows]], target))
             if applies:
                 lines.append(line(f"{title}, {rows:,}", "the same, and reading the template for each row",
                                   [(t[0], t[2]) for t in times[rows]]))
