@@ -178,8 +178,8 @@ SIZE CDialogLayout::Character() const
     return {scale(mapped.cx), scale(mapped.cy)};
 }
 
-// Returns exactly the units of the template: a unit is larger than a pixel, so different numbers of units are
-// mapped to different numbers of pixels.
+// The inverse of mapping units to pixels. No unit is lost in the rounding: a unit is larger than a pixel, so
+// each number of pixels comes from at most one number of units.
 CDialogLayout::Place CDialogLayout::ToUnits(const RECT& pixels) const
 {
     const SIZE character = Character();

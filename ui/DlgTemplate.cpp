@@ -112,8 +112,8 @@ void CDlgTemplate::FillHistory() const
 }
 
 // Handles CBN_SELENDOK, too, which also comes when the user chooses the entry that is already selected: if
-// the text has been edited since, the entry must replace it. EM_REPLACESEL lets the field's own undo restore
-// the replaced text, because the wheel and the arrow keys choose entries in passing.
+// the text has been edited since, the entry must replace it. The wheel and the arrow keys
+// also choose entries in passing, so EM_REPLACESEL is used: the field's own undo can then restore the text.
 void CDlgTemplate::OnHistoryChosen()
 {
     const int chosen = m_wndHistory.GetCurSel();

@@ -1,4 +1,5 @@
-// What killed tests leave behind, and what becomes of it on a machine that people work on.
+// Tests that were killed leave keys and values behind. The next test program removes them, but nothing that a
+// user or another program has written since.
 #include "tests/support/Leftovers.h"
 
 #include <gtest/gtest-spi.h>
@@ -123,7 +124,7 @@ TEST_F(DocumentClassTest, AProgramChosenSinceStays)
     EXPECT_EQ(Registered(), L"Newer.Document");
 }
 
-TEST_F(DocumentClassTest, WhereNoneWasOnlyTheTestsValueGoes)
+TEST_F(DocumentClassTest, AValueThatTheTestAddedIsRemoved)
 {
     RegisterDocumentClass(m_extension, L"viewer");
     Write(HKEY_LOCAL_MACHINE, m_key, L"Content Type", L"text/plain");
@@ -132,7 +133,7 @@ TEST_F(DocumentClassTest, WhereNoneWasOnlyTheTestsValueGoes)
     EXPECT_EQ(Read(HKEY_LOCAL_MACHINE, m_key, L"Content Type"), L"text/plain");
 }
 
-TEST_F(DocumentClassTest, WhereNoKeyWasNoneRemains)
+TEST_F(DocumentClassTest, AKeyThatTheTestAddedIsRemoved)
 {
     RegisterDocumentClass(m_extension, L"viewer");
     EXPECT_EQ(RestoreDocumentClasses(), Lines{});
