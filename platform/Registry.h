@@ -66,8 +66,8 @@ private:
 class CRegistry
 {
 public:
-    // `hive`: a predefined hive or an open key. An open key is closed by the first ReadString that finds a
-    // value or the first WriteString that opens its sub-key; every later access fails.
+    // `hive`: a predefined hive, or an open key, which serves for one access only: the first ReadString that
+    // finds a value, or the first WriteString that opens its sub-key, closes the key. Later accesses fail.
     // `view`: KEY_WOW64_32KEY for what 32-bit programs see, KEY_WOW64_64KEY for what 64-bit programs see, 0
     // for the view of this process ("Accessing an Alternate Registry View").
     explicit CRegistry(HKEY hive, REGSAM view = 0);

@@ -46,7 +46,7 @@ constexpr Text kStart{L"Beginn", L"Start"};
 constexpr Text kDuration{L"Dauer", L"Duration"};
 constexpr Text kRows{L"Zeilen", L"Rows"};
 constexpr Text kReloads{L"SOLIDWORKS neu geladen", L"SOLIDWORKS loaded again"};
-constexpr Text kGivenUpCalls{L"Nicht länger gewartet", L"No longer waited"};
+constexpr Text kGivenUpCalls{L"Nicht abgewartete Befehle", L"Commands given up"};
 constexpr Text kVersion{L"SOLIDWORKS-Version", L"SOLIDWORKS version"};
 constexpr Text kNoCad{L"keine, nur kopiert", L"none, copied only"};
 constexpr Text kNoVersion{L"keine gefunden", L"none found"};

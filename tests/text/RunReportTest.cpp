@@ -249,7 +249,7 @@ TEST_F(RunReportTest, TellsOfTheWholeRun)
     for (const char* fact :
          {"End<td><bdi>cancelled by the user", "Start<td><bdi>2026-11-03 04:05:06", "Rows<td><bdi>3",
           ">copied<td><bdi>1", "recorded only<td><bdi>1", "not copied<td><bdi>1", "not recorded<td><bdi>0",
-          "not reached<td><bdi>0", "SOLIDWORKS loaded again<td><bdi>0", "No longer waited<td><bdi>4",
+          "not reached<td><bdi>0", "SOLIDWORKS loaded again<td><bdi>0", "Commands given up<td><bdi>4",
           "SOLIDWORKS version<td><bdi>2024", "Standard part folder<td><bdi>C:\\Normteile &amp; mehr",
           "Target folder<td><bdi>C:\\Normteile &amp; mehr\\Mapped", "Version of Talvenor<td><bdi>1.2.3"}) {
         EXPECT_EQ(CountOf(page, fact + std::string("</bdi>")), 1U) << fact;

@@ -49,7 +49,7 @@ TEST_F(FolderLock, RefusesASecondOneUntilItEnds)
     std::optional<CFolderLock> first(m_folder.Path());
     EXPECT_FALSE(first->IsTaken());
     EXPECT_TRUE(IsTaken(m_folder.Path()));
-    EXPECT_TRUE(IsTaken(m_folder.Path())) << "the refused lock has neither locked nor freed the folder";
+    EXPECT_TRUE(IsTaken(m_folder.Path())) << "the refused lock has not freed the folder";
     first.reset();
     EXPECT_FALSE(IsTaken(m_folder.Path()));
 }
@@ -66,7 +66,8 @@ TEST_F(FolderLock, IsOnTheFolderHoweverItIsWritten)
     EXPECT_FALSE(IsTaken(m_folder / L"none"));
 }
 
-// The system does not resolve the path of a share of this machine to the local path.
+// Stands for a folder that is reached once by its local path and once through a share of this machine, which
+// the system does not resolve to the local path.
 TEST_F(FolderLock, IsOnTheFolderThroughAnUnresolvedPath)
 {
     const std::wstring folder = m_folder / L"x";
