@@ -45,11 +45,12 @@ private:
         Prepare(copiesBefore);
         const std::vector<FileOperation> run = OperationsOfRun();
         // Each copied file has at least five blocks, which are read and written; source and copy are opened
-        // and closed; setting the attributes of the copy takes five steps. The map file has the header and a
-        // line per row; it is opened, flushed in three steps and closed.
+        // and closed; setting the attributes of the copy takes five steps. In the map file, four rows are
+        // written, and six operations more: the header, opening, three steps of flushing, and closing.
         const std::size_t copied = copiesBefore ? 4 : 3;
         ASSERT_GT(run.size(), copied * (2 * 5 + 2 * 2 + 5) + 4 + 6);
-        const std::size_t step = EveryFault() ? 1 : 23;  // includes the last operation, closing the map file
+        const std::size_t step = EveryFault() ? 1 : 23;
+        // Begins so that the last operation, closing the map file, is included.
         for (std::size_t number = (run.size() - 1) % step; number < run.size(); number += step) {
             SCOPED_TRACE("operation " + std::to_string(number) + ": " + Describe(run[number]));
             const CLanguageScope language(static_cast<int>(number % 2));
@@ -79,8 +80,8 @@ private:
                 break;
             }
         }
-        // Seven operations: the line is written again, and the file is closed. The file is opened for
-        // truncation, its size is read, and it is truncated and closed. Then it is opened again.
+        // Seven operations: closing the stream writes the line left in its buffer and closes the file. The file
+        // is opened for truncation, its size is read, and it is truncated and closed. Then it is opened again.
         EXPECT_EQ(number + 7, step);
     }
 
