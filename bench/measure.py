@@ -304,6 +304,7 @@ def introduction(full_rounds):
 def write_results(text, times):
     with open("bench/RESULTS.md", "w", encoding="utf-8") as file:
         file.write(text)
+    subprocess.run(["tools/lib/seal", "bench/RESULTS.md"], check=True)
     with open("bench/growth.svg", "w", encoding="utf-8") as file:
         file.write(growth.plot({key: statistics.median(t[0] for t in rounds) for key, rounds in times.items()}))
 
