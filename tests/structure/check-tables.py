@@ -8,8 +8,8 @@ import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 TOOLS = os.path.join(HERE, "../../tools/lib")
-FAULTS, RESULTS, WINDOW = "tests/FAULTS.md", "bench/RESULTS.md", "docs/window.png"
-MAKERS = {FAULTS: "tools/faults", RESULTS: "tools/bench", WINDOW: "tools/screenshots"}
+FAULTS, RESULTS, COVERAGE, WINDOW = "tests/FAULTS.md", "bench/RESULTS.md", "tests/COVERAGE.md", "docs/window.png"
+MAKERS = {FAULTS: "tools/faults", RESULTS: "tools/bench", COVERAGE: "tools/coverage", WINDOW: "tools/screenshots"}
 ROW = "| file is gone | 1,200 | 1,200 |\n"
 PROJECT = {
     "core/Names.cpp": "int x;  // counts\n",
@@ -17,6 +17,7 @@ PROJECT = {
     "tests/cadserver/Server.cpp": "int y;\n",
     "tests/windows/RefusedCallsTest.cpp": "int z;\n",
     "tests/windows/OtherTest.cpp": "int z;\n",
+    "tests/coverage/reasons.tsv": "core/Names.cpp\tnever\n",
     "bench/measure.py": '"""Measures."""\nROUNDS = 6  # even\n',
     "tools/faults": "#!/usr/bin/env bash\n# Runs them.\nrun\n",
     "tools/bench": "#!/usr/bin/env bash\nrun\n",
@@ -132,8 +133,11 @@ CASES = [
     ("the number of the version", edit("CMakeLists.txt", "1.0.0", "1.1.0"), set()),
     ("what starts the fault tests", edit("tools/faults", "run\n", "run more\n"), {FAULTS}),
     ("a comment of what starts the fault tests", edit("tools/faults", "them", "all"), set()),
-    ("tests of refused calls", write("tests/windows/RefusedCallsTest.cpp", "int a;\n"), {FAULTS}),
-    ("other tests in process", write("tests/windows/OtherTest.cpp", "int a;\n"), set()),
+    ("tests of refused calls", write("tests/windows/RefusedCallsTest.cpp", "int a;\n"), {FAULTS, COVERAGE}),
+    ("other tests in process", write("tests/windows/OtherTest.cpp", "int a;\n"), {COVERAGE}),
+    ("a reason for lines that are not executed", write("tests/coverage/reasons.tsv", ""), set()),
+    ("lines without a reason", make(COVERAGE, ROW + "\n**core/A.cpp has lines that are not executed, and no reason.**\n"),
+     {COVERAGE}),
     ("what measures", edit("bench/measure.py", "6", "8"), {RESULTS}),
     ("a comment of what measures", edit("bench/measure.py", "even", "an even number"), set()),
     ("a figure is edited", edit(FAULTS, "1,200 | 1,200", "1,300 | 1,300"), {FAULTS}),
