@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Tests tools/lib/remember in made-up projects: a test is recalled only if it passed within a day and nothing has changed
 since."""
+import concurrent.futures
 import json
 import os
 import shutil
@@ -164,16 +165,25 @@ def after(change):
     return sequence
 
 
+ALL = [(title, after(change), expected) for title, change, expected in CASES] + SEQUENCES
+
+
+def outcome(number):
+    """What is recalled in a project for the case of that number."""
+    _, sequence, _ = ALL[number]
+    with tempfile.TemporaryDirectory() as folder:
+        return sequence(Project(folder))
+
+
 def main():
     failed = 0
-    cases = [(title, after(change), expected) for title, change, expected in CASES] + SEQUENCES
-    for title, sequence, expected in cases:
-        with tempfile.TemporaryDirectory() as folder:
-            recalled = sequence(Project(folder))
+    with concurrent.futures.ProcessPoolExecutor(os.cpu_count()) as pool:
+        outcomes = list(pool.map(outcome, range(len(ALL))))
+    for (title, _, expected), recalled in zip(ALL, outcomes):
         if recalled != expected:
             failed += 1
             print(f"   {title}: recalled {recalled}, not {expected}")
-    print(f"{len(cases)} cases, {failed} failed")
+    print(f"{len(ALL)} cases, {failed} failed")
     return 1 if failed else 0
 
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Tests tools/lib/check-tables in made-up projects: a table, or the picture of the README, that does not hold is refused."""
+import concurrent.futures
 import os
 import shutil
 import subprocess
@@ -156,14 +157,21 @@ CASES = [
 ]
 
 
+def outcome(number):
+    """What is refused in a project for the case of that number, and the output."""
+    _, change, _ = CASES[number]
+    with tempfile.TemporaryDirectory() as folder:
+        project = Project(folder)
+        change(project)
+        project.commit()
+        return project.refused()
+
+
 def main():
     failed = 0
-    for title, change, expected in CASES:
-        with tempfile.TemporaryDirectory() as folder:
-            project = Project(folder)
-            change(project)
-            project.commit()
-            refused, output = project.refused()
+    with concurrent.futures.ProcessPoolExecutor(os.cpu_count()) as pool:
+        outcomes = list(pool.map(outcome, range(len(CASES))))
+    for (title, _, expected), (refused, output) in zip(CASES, outcomes):
         if refused != expected:
             failed += 1
             print(f"   {title}: refused {sorted(refused)}, not {sorted(expected)}\n{output}")
