@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Tests what makes the tables of faults and of speed, with made-up reports: what went wrong must show in the exit status
-and, as a line in bold, in the table, because tools/lib/check-tables refuses such a table."""
+and, as a line in bold, in the table, because tools/lib/check-tables refuses such a table. Tests the name of the commit, too.
+"""
 import contextlib
 import io
 import os
@@ -111,12 +112,40 @@ def findings_of_speed():
                 if ("never got quiet" in heading(load)) != busy)
 
 
+# Title, a file that is written after the commit, and whether it counts as a difference
+DIFFERENCES = [("nothing", None, False), ("a source", "core/A.cpp", True),
+               ("a source that Git does not know", "core/B.cpp", True), ("a built file", "build/a", False), ("the table itself", "tests/FAULTS.md", False)]
+
+
+def findings_of_commit():
+    """Findings in tools/lib/commit-name, which names what is measured."""
+    author = {f"GIT_{role}_{what}": "a@b" for role in ("AUTHOR", "COMMITTER") for what in ("NAME", "EMAIL")}
+    for title, path, differs in DIFFERENCES:
+        with tempfile.TemporaryDirectory() as folder:
+            def run(*command):
+                return subprocess.run(command, cwd=folder, env={**os.environ, **author}, check=True, capture_output=True,
+                                      encoding="utf-8").stdout
+            os.makedirs(f"{folder}/tools/lib")
+            shutil.copy(f"{TOP}/tools/lib/commit-name", f"{folder}/tools/lib")
+            for name, text in ((".gitignore", "/build/"), ("core/A.cpp", "int a;"), ("tests/FAULTS.md", "a")):
+                write(f"{folder}/{name}", text)
+            run("git", "init", "--quiet")
+            run("git", "add", "--all")
+            run("git", "commit", "--quiet", "--message", "a")
+            if path:
+                write(f"{folder}/{path}", "changed")
+            name = run("tools/lib/commit-name", "tests/FAULTS.md").strip()
+            expected = run("git", "rev-parse", "--short=12", "HEAD").strip() + differs * " with uncommitted changes"
+        if name != expected:
+            yield f"{title}: {name}"
+
+
 def main():
     found = [f"{title}: {finding}" for title, *rest in CASES for finding in findings_of_faults(*rest)]
-    found += findings_of_speed()
+    found += [*findings_of_speed(), *findings_of_commit()]
     for finding in found:
         print(f"   {finding}")
-    print(f"{len(CASES) + 7} cases, {len(found)} findings")
+    print(f"{len(CASES) + 7 + len(DIFFERENCES)} cases, {len(found)} findings")
     return 1 if found else 0
 
 
