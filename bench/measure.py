@@ -25,6 +25,7 @@ ROUNDS = 6  # this number and the next two are even, so each order occurs equall
 SHORT_ROUNDS = 16  # for measurements of a fraction of a second
 LONG_ROUNDS = 2  # for measurements of nearly a minute
 GROWTH = [1000, 10000, 20000, 100000]
+QUIET = 0.5  # load average
 OWN_TIME = "the control's own time"
 Line = collections.namedtuple("Line", "work program bare baseline ratio target verdict")
 
@@ -260,11 +261,11 @@ def commit():
     return subprocess.run(command, capture_output=True, text=True, check=True).stdout.strip()
 
 
-def machine():
+def machine(quiet):
     release = platform.freedesktop_os_release()
     wine = subprocess.run(["wine", "--version"], capture_output=True, text=True).stdout.split()[0]
-    load = os.getloadavg()[0]
-    return f"{os.cpu_count()} cores, {release['PRETTY_NAME']}, {wine}; load before measuring {load:.1f}"
+    busy = "" if quiet else f" (the machine never got quiet: not below {QUIET} within three minutes)"
+    return f"{os.cpu_count()} cores, {release['PRETTY_NAME']}, {wine}; load before measuring {os.getloadavg()[0]:.1f}{busy}"
 
 
 def report(introduction, lines, texts):
@@ -284,15 +285,16 @@ def report(introduction, lines, texts):
 
 
 def wait_for_quiet():
-    """Waits until the load average no longer shows the build, at most three minutes."""
+    """Waits until the load average no longer shows the build, at most three minutes. Returns whether that happened."""
     for _ in range(36):
-        if os.getloadavg()[0] < 0.5:
-            return
+        if os.getloadavg()[0] < QUIET:
+            return True
         time.sleep(5)
+    return False
 
 
-def introduction(full_rounds):
-    return [f"Made by `tools/bench` at commit {commit()}, {datetime.date.today()}.", f"Machine: {machine()}.",
+def introduction(full_rounds, quiet):
+    return [f"Made by `tools/bench` at commit {commit()}, {datetime.date.today()}.", f"Machine: {machine(quiet)}.",
             f"There are {ROUNDS} rounds ({SHORT_ROUNDS} of starting, of filling and showing a map file of up to 20,000 rows,",
             f"and of the table as text; {full_rounds} of the full run; {LONG_ROUNDS} of applying a template to 100,000 rows;",
             "1 of runs in the plot). The program runs first in one round, the baseline in the next.", "",
@@ -305,17 +307,28 @@ def introduction(full_rounds):
 def write_results(text, times):
     with open("bench/RESULTS.md", "w", encoding="utf-8") as file:
         file.write(text)
+    subprocess.run(["tools/lib/seal", "bench/RESULTS.md"], check=True)
     with open("bench/growth.svg", "w", encoding="utf-8") as file:
         file.write(growth.plot({key: statistics.median(t[0] for t in rounds) for key, rounds in times.items()}))
 
 
-def main():
+def even_number(text):
+    """An argument that lets the program be first as often as its baseline."""
+    if int(text) <= 0 or int(text) % 2 != 0:
+        raise argparse.ArgumentTypeError(f"{text} is not an even number of rounds")
+    return int(text)
+
+
+def read_arguments(arguments):
     parser = argparse.ArgumentParser()
     parser.add_argument("--rows-of-a-run", type=int, default=100000)
-    parser.add_argument("--full-runs", type=int, default=ROUNDS)
-    arguments = parser.parse_args()
-    wait_for_quiet()
-    opening = introduction(arguments.full_runs)
+    parser.add_argument("--full-runs", type=even_number, default=ROUNDS)
+    return parser.parse_args(arguments)
+
+
+def main():
+    arguments = read_arguments(sys.argv[1:])
+    opening = introduction(arguments.full_runs, wait_for_quiet())
     lines, times, texts = [], {}, text_rows()
     stages = (lambda: table_lines(times), copy_lines, start_lines, memory_lines, size_lines,
               lambda: full_run_lines(arguments.full_runs), lambda: run_growth(arguments.rows_of_a_run, times), command_lines,

@@ -3,13 +3,21 @@
 
 If several reports contain the same test, the last one counts. A test that injects faults records their kind, how many it
 has injected, and how many of them have passed; the table has one line per kind. The test of long runs records its figures
-and their limits. Missing reports, and tests that failed although all their faults passed, are named below the table, and
-the exit status is then 1.
+and their limits. Missing or empty reports, tests that failed although all their faults passed, and skips that
+tests/allowed-skips.txt does not allow are named below the table. The exit status is 0 only if nothing is missing and
+everything passed.
 """
 import datetime
+import os
 import pathlib
 import sys
 import xml.etree.ElementTree as ElementTree
+
+TOP = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../..")
+sys.path.insert(0, f"{TOP}/tools/lib")
+from allowed_skips import AllowedSkips, last_line  # noqa: E402, found by the line before
+
+PROGRAMS = ("windows/faults", "windows/windows")  # whose tests tools/faults runs
 
 INTRODUCTION = """# Faults
 
@@ -136,57 +144,81 @@ def long_runs(properties):
 
 
 def read_reports(reports):
-    """Returns the test cases, and the names of reports that are missing or cut off, as when a group was ended by force."""
+    """Returns the test cases, and the names of reports that are missing, empty or cut off, as when a group was ended by
+    force."""
     cases, missing = {}, []
     for report in reports:
         try:
-            found = ElementTree.parse(report)
+            found = list(ElementTree.parse(report).iter("testcase"))
         except (FileNotFoundError, ElementTree.ParseError):
+            found = []
+        if not found:
             missing.append(pathlib.Path(report).stem)
-            continue
-        for case in found.iter("testcase"):
+        for case in found:
             cases[case.get("classname"), case.get("name")] = case
     return cases.values(), missing
 
 
+class Table:
+    def __init__(self):
+        self.kinds, self.skipped, self.warnings, self.long = {}, [], [], ""
+        self._allowed = AllowedSkips(f"{TOP}/tests/allowed-skips.txt")
+
+    def add(self, case):
+        properties = properties_of(case)
+        name = f"{properties['classname']}.{properties['name']}"
+        failed = case.find("failure") is not None
+        if case.find("skipped") is not None:
+            self._add_skip(name, properties, last_line(case.find("skipped").get("message")))
+        elif "kind" in properties:
+            self._add_faults(name, properties, failed)
+        elif "long_rows" in properties:
+            self.long = long_runs(properties)
+            if failed:
+                self.warnings.append("The test of long runs failed: a figure exceeds its limit.")
+        elif failed:
+            self.warnings.append(f"{name} failed.")
+
+    def _add_skip(self, name, properties, reason):
+        self.skipped.append(f"- {properties.get('kind') or properties['name']}: {reason or 'skipped'}")
+        if not any(self._allowed.allows(program, name, reason) for program in PROGRAMS):
+            self.warnings.append(f"{name} may not be skipped.")
+
+    def _add_faults(self, name, properties, failed):
+        injected, passed = (int(properties.get(count, 0)) for count in ("injected", "passed"))
+        if failed and injected == passed:
+            self.warnings.append(f"{name} failed.")
+        counts = self.kinds.setdefault(properties["kind"], [0, 0])
+        counts[0] += injected
+        counts[1] += passed
+
+    def rows(self):
+        total = [sum(counts[i] for counts in self.kinds.values()) for i in (0, 1)]
+        return [f"| {kind} | {injected:,} | {passed:,} |" for kind, (injected, passed) in self.kinds.items()] + [
+            f"| **all** | **{total[0]:,}** | **{total[1]:,}** |"]
+
+    def is_good(self):
+        return not self.warnings and all(0 < injected == passed for injected, passed in self.kinds.values())
+
+
 def main():
-    kinds, skipped, failed, long = {}, [], [], ""
     commit, *reports = sys.argv[1:]
     cases, missing = read_reports(reports)
+    table = Table()
+    table.warnings += [f"The group {name} has no report: its faults are missing." for name in missing]
     for case in cases:
-        properties = properties_of(case)
-        kind, skip = properties.get("kind"), case.find("skipped")
-        if skip is not None:
-            lines = [line.strip() for line in (skip.get("message") or "").splitlines() if line.strip()]
-            skipped.append(f"- {kind or properties['name']}: {lines[-1] if lines else 'skipped'}")
-        elif kind:
-            if case.find("failure") is not None and properties.get("injected") == properties.get("passed"):
-                failed.append(f"{properties['classname']}.{properties['name']}")
-            counts = kinds.setdefault(kind, [0, 0])
-            counts[0] += int(properties.get("injected", 0))
-            counts[1] += int(properties.get("passed", 0))
-        elif "long_rows" in properties:
-            long = long_runs(properties)
-            if case.find("failure") is not None:
-                long += "\n**The test of long runs failed: a figure exceeds its limit.**\n"
-        elif case.find("failure") is not None:
-            failed.append(f"{properties['classname']}.{properties['name']}")
-    total = [sum(counts[i] for counts in kinds.values()) for i in (0, 1)]
+        table.add(case)
     introduction = INTRODUCTION.format(commit=commit, date=datetime.date.today())
     print(introduction.rstrip("\n") + "\n" + KILLS + "\n" + KINDS, end="")
-    for kind, (injected, passed) in kinds.items():
-        print(f"| {kind} | {injected:,} | {passed:,} |")
-    print(f"| **all** | **{total[0]:,}** | **{total[1]:,}** |")
-    for name in missing:
-        print(f"\n**The group {name} has no report: its faults are missing.**")
-    for name in failed:
-        print(f"\n**{name} failed.**")
-    if skipped:
+    print("\n".join(table.rows()))
+    for warning in table.warnings:
+        print(f"\n**{warning}**")
+    if table.skipped:
         print("\nNot tested, as the machine lacks what is needed:\n")
-        print("\n".join(skipped))
-    print(long, end="")
-    sys.exit(1 if missing or failed else 0)
+        print("\n".join(table.skipped))
+    print(table.long, end="")
+    return 0 if table.is_good() else 1
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(main())

@@ -59,10 +59,12 @@ build_preset() {
 }
 
 # pictures_stamp: prints checksums of everything that the screenshots depend on: the programs of both languages, the
-# part library that they show, the tools that make it, and the tools that operate the programs and take the pictures.
+# part library that they show, the tools that make it, and the tools that operate the programs and take the pictures; and
+# the versions of Wine, its fonts and the window manager.
 pictures_stamp() {
   local sources
-  sources=$(find tools/lib/windowwatch tests/cadserver tests/support/TextFile.* -type f | LC_ALL=C sort)
+  dpkg-query --show '*wine*' 'fonts-*' openbox
+  sources=$(find tools/lib/windowwatch tests/cadserver tests/support -type f | LC_ALL=C sort)
   mapfile -t sources <<<"$sources"
   sha256sum build/windows/bin/{talvenor_german.exe,talvenor_english.exe,talvresgerx64.dll,talvresusx64.dll} \
     data/demo-parts.txt data/standard-parts.tsv tools/screenshots tools/lib/demonstration/*.py \
