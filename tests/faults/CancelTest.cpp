@@ -152,9 +152,11 @@ TEST_P(MoreCancelTest, AndALaterCallFails)
             ++injected;
         }
     }
-    // A cancel that is not confirmed, at every fourth sum, does not shorten the run. After one that is, at
-    // least one call follows, the one that ends the server.
-    const unsigned unconfirmed = (cancelAt + kExpectedCalls) / 4 - 2 * cancelAt / 4;
+    // A cancel that is not confirmed, at every fourth sum, does not shorten the run. But the last three calls
+    // of a part come after the question: the run then ends with the part. After a cancel at least one call
+    // follows, the one that ends the server.
+    const bool isAsked = (cancelAt < 12 || cancelAt > 14) && (cancelAt < 27 || cancelAt > 29);
+    const unsigned unconfirmed = isAsked ? (cancelAt + kExpectedCalls) / 4 - 2 * cancelAt / 4 : 0;
     EXPECT_GE(injected, unconfirmed + (cancelAt < kExpectedCalls ? 1U : 0U));
 }
 

@@ -532,11 +532,12 @@ protected:
     // ---- The CAD system's process
 
     // Whatever is not known about the processes: one that was there before is never taken for the program's
-    // own and ended.
-    void RefuseWhileConnecting()
+    // own and ended. `starts`: whether connecting starts another one.
+    void RefuseWhileConnecting(bool starts)
     {
         const std::wstring progId = L"Talvenor.Test.Process.1";
-        const std::wstring image = CopyWaitingProgram(m_folder);
+        const CTempFolder folder;
+        const std::wstring image = CopyWaitingProgram(folder);
         CScratchClasses classes;
         classes.AddServer(progId, image);
         const CWaitingProcess earlier(image);
@@ -546,17 +547,16 @@ protected:
         const auto prepare = [&] { server.emplace().BeginRun(progId); };
         const auto connect = [&] {
             server->BeginConnect();
-            {
+            if (starts) {
                 const CUncountedCalls uncounted;
                 started.emplace(image);
             }
             server->EndConnect(true);
         };
         const auto check = [&] {
-            ours = server->IsOurs();
-            EXPECT_EQ(server->Terminate(), ours);
+            ours = server->Terminate();
             server.reset();
-            EXPECT_EQ(started->Ends(0), ours);
+            EXPECT_EQ(started && started->Ends(0), ours);
             EXPECT_FALSE(earlier.Ends(0));
             started.reset();
         };
@@ -565,7 +565,7 @@ protected:
         constexpr int kVariation = 2;
         RefuseEach({CallKind::handles, "the process of the CAD system is looked for", kVariation}, prepare,
                    connect, check);
-        EXPECT_TRUE(ours) << "the last connection was undisturbed";
+        EXPECT_EQ(ours, starts) << "the last connection was undisturbed";
     }
 
     const std::wstring m_mapped = m_parts + L"\\Mapped";
@@ -667,7 +667,12 @@ TEST_P(RefusedCallsTest, HandlesWhileStoringATemplate)
 
 TEST_P(RefusedCallsTest, HandlesWhileConnecting)
 {
-    RefuseWhileConnecting();
+    RefuseWhileConnecting(true);
+}
+
+TEST_P(RefusedCallsTest, HandlesWhileConnectingToAnEarlierServer)
+{
+    RefuseWhileConnecting(false);
 }
 
 // A function that is not imported, or that no action calls, would never be refused.
@@ -688,7 +693,7 @@ TEST_P(RefusedCallsTest, EveryFunctionIsCalledBySomeAction)
             RefuseWhilePaintingMinimized();
             RefuseWhileStoringATemplate(kind);
             RefuseWhenFurtherCommandsOpen(kind);
-            RefuseWhileConnecting();
+            RefuseWhileConnecting(true);
         }
         Lines listed = CRefusedCall::Functions(kind);
         std::ranges::sort(listed);
