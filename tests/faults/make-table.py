@@ -15,8 +15,8 @@ INTRODUCTION = """# Faults
 
 Made by `tools/faults` at commit {commit}, {date}; do not edit.
 
-Each fault is injected into a conversion run with real files, the list control, the progress dialog, and the stand-in CAD
-server in a process of its own. It has passed if all of this is true after the run:
+Each fault, except refused memory and handles, is injected into a conversion run with real files, the list control, the
+progress dialog, and the stand-in CAD server in a process of its own. It has passed if all of this is true after the run:
 
 - The run has returned, and the progress dialog is closed. The main window is enabled, except after a run that reached its
   end or was cancelled: the caller of such a run enables the window.
@@ -78,11 +78,12 @@ are not combined with cancels.
 
 Memory and handles are refused in the process of the tests, with the main dialog and an automation object of the test
 instead of the server. The test counts the calls that the program's own code makes during an action and repeats the
-action once for each of them, with this call failing; calls within system libraries do not fail. Functions for memory are
-malloc, GlobalAlloc, HeapAlloc and those for automation strings; functions for handles create or open windows, menus,
-images, cursors, drawing contexts, files, searches for files, registry keys, mutexes, heaps, processes and jobs. One test
-asserts that each function is called by some action. After each refused call, what the map file, the copies and the window
-say must be true, and nothing may be left open. These tests do not make the next run of the list above.
+action once for each of them, with this call failing; calls within system libraries do not fail. Functions for memory
+are malloc, GlobalAlloc, HeapAlloc and those for automation strings; functions for handles create or open windows,
+menus, images, cursors, drawing contexts, files, searches for files, registry keys, mutexes, heaps, processes,
+snapshots of them, and jobs. One test asserts that each function is called by some action. After each refused call,
+what the map file, the copies and the window say must be true, and nothing may be left open; the checks listed above
+are not made.
 
 Wine does not call a client's message filter when the server rejects a call. So with a server that is busy for some time
 or forever, the call fails at once under Wine, and the run loads the server again. That the program waits for a busy

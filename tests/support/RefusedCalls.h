@@ -11,7 +11,7 @@ enum class CallKind
     memory,  // malloc, on which the C++ allocation functions are built; automation strings, heap blocks,
              // global memory
     handles  // windows, device contexts, menus, images, cursors, files, searches, registry keys, mutexes,
-             // heaps, processes, jobs
+             // heaps, processes and their snapshots, jobs
 };
 
 // Until the end of the scope, counts this thread's calls of one kind and makes one of them fail. Only one
