@@ -100,16 +100,22 @@ std::wstring TryToCopy(CFile& input, CFile& output, const std::wstring& source, 
     return {};
 }
 
-void AppendMatches(const std::wstring& pattern, std::vector<std::wstring>& names)
+// Returns the error of a search that does not find all names. A folder that is not there has none.
+DWORD AppendMatches(const std::wstring& pattern, std::vector<std::wstring>& names)
 {
+    using Cause = CFileException::Cause;
     WIN32_FIND_DATAW found = {};
     const UniqueFindHandle search(ValidHandle(::FindFirstFileW(pattern.c_str(), &found)));
     if (!search) {
-        return;
+        const DWORD error = ::GetLastError();
+        const Cause cause = CFileException::CauseOf(error);
+        return cause == Cause::fileNotFound || cause == Cause::badPath ? ERROR_SUCCESS : error;
     }
     do {
         names.emplace_back(found.cFileName);
     } while (::FindNextFileW(search.get(), &found));
+    const DWORD error = ::GetLastError();
+    return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
 }
 
 std::wstring ChangeReadOnly(const std::wstring& path, bool readOnly)
@@ -184,8 +190,13 @@ int CFileMisc::CopyPartFile(const std::wstring& source, const std::wstring& targ
 
 void CFileMisc::ScanPartFiles(const std::wstring& folder, std::vector<std::wstring>& names)
 {
-    AppendMatches(folder + L"\\*.sldprt", names);
-    AppendMatches(folder + L"\\*.prt", names);
+    DWORD error = AppendMatches(folder + L"\\*.sldprt", names);
+    if (error == ERROR_SUCCESS) {
+        error = AppendMatches(folder + L"\\*.prt", names);
+    }
+    if (error != ERROR_SUCCESS) {
+        ShowMessage(CFileException(error, folder).GetErrorMessage());
+    }
 }
 
 std::wstring CFileMisc::SetReadOnly(const std::wstring& path)

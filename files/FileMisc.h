@@ -53,7 +53,8 @@ public:
     // Appends the names (without folder) of "*.sldprt" and then "*.prt" in the folder, in the file system's
     // order, sub-folders with such names included. On a volume with short names, "*.prt" also finds a file
     // whose short name matches, such as "a.prtx" ("FindFirstFileW function"). All names are kept, so that no
-    // part is missing from the list; the user deletes the rows of other files.
+    // part is missing from the list; the user deletes the rows of other files. Shows a message if the folder
+    // is there but its names cannot all be read.
     static void ScanPartFiles(const std::wstring& folder, std::vector<std::wstring>& names);
 
     // Sets or clears a file's read-only attribute. A change also sets the archive attribute and updates the

@@ -82,11 +82,16 @@ bool CDlgTemplate::OnInitDialog()
     FillHistory();
     m_wndText.SetWindowText(m_strText);
     ShowPreview();
+    m_isSetUp = true;
     return true;
 }
 
 void CDlgTemplate::OnOK()
 {
+    if (!m_isSetUp) {
+        OnCancel();
+        return;
+    }
     m_strText = m_wndText.GetWindowText();
     if (IsRefused(m_strText)) {
         ShowMessage(kRefused.In(m_language), MB_OK | MB_ICONINFORMATION);

@@ -27,7 +27,8 @@ protected:
     void DoDataExchange(CDataExchange& exchange) override;
     bool OnInitDialog() override;
 
-    // Stores the template and ends the dialog, unless the template is refused.
+    // Stores the template and ends the dialog, unless the template is refused. Cancels a dialog that could
+    // not be set up: its text is not the user's.
     void OnOK() override;
 
 private:
@@ -45,4 +46,5 @@ private:
     std::wstring m_strText;
     int m_nColumn;
     std::wstring m_strSample;
+    bool m_isSetUp = false;
 };

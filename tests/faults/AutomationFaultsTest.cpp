@@ -13,18 +13,6 @@
 
 namespace {
 
-// Counted by hand for FourRows. A part takes seven calls (visibility off, open, count, names, save, close,
-// visibility on) and one more if opening reports a warning. A configuration takes two (get it, set whether it
-// uses its alternative BOM name) and one more if that name is written:
-//
-//   Schraube  7 + 3 + 3     = 13
-//   Scheibe   7 + 3 + 2 + 3 = 15   the second configuration's name is empty
-//   früher    0                    needs no conversion
-//   Gruppe    7 + 1 + 3 + 3 = 14   opened with code 128
-//
-// The run takes one to get the version and one to end the server.
-constexpr unsigned kExpectedCalls = 1 + 13 + 15 + 0 + 14 + 1;
-
 using ScriptFor = std::function<ServerScript(unsigned call)>;
 
 // A kind of fault.

@@ -78,7 +78,7 @@ public:
     CCancellingUser& operator=(const CCancellingUser&) = delete;
     ~CCancellingUser();
 
-    // Whether a call has been held.
+    [[nodiscard]] bool HasHeldACall() const { return m_held; }
     [[nodiscard]] bool HasPressed() const { return m_pressed; }
 
 private:
@@ -86,6 +86,7 @@ private:
 
     const CCallHold m_hold;
     std::atomic<bool> m_stop = false;
+    std::atomic<bool> m_held = false;
     std::atomic<bool> m_pressed = false;
     std::thread m_thread;
 };
@@ -137,6 +138,10 @@ public:
     [[nodiscard]] std::wstring Part(std::size_t row) const;
     [[nodiscard]] std::wstring Copy(std::size_t row) const;
     [[nodiscard]] std::wstring MapPath() const { return m_runFolder + L"\\Mapped\\PartsMap.txt"; }
+    // The number of automation calls that the model makes in a run with the script, which would be next.
+    [[nodiscard]] unsigned ModelCalls(const ServerScript& script) const;
+    // Whether the user pressed Escape in the progress dialog of the last run.
+    [[nodiscard]] bool HasCancelled() const { return m_cancelled; }
     // The automation calls of the last run in the server's log.
     [[nodiscard]] static std::vector<std::string> Calls();
 
@@ -184,7 +189,8 @@ private:
     CImpatientUser* m_user = nullptr;   // during a run with a server that hangs
     bool m_waits = true;                // whether the user waits for a server that does not respond
     bool m_confirms = true;             // whether the user confirms a cancel
-    bool m_cancelled = false;           // a call of the last run was held for a user who cancels
+    bool m_held = false;                // a call of the last run was held for a user who cancels
+    bool m_cancelled = false;           // that user pressed Escape in the progress dialog
     RunRecord m_record;                 // of the last run
     std::optional<std::string> m_map;   // contents of the map file after the last run
     std::size_t m_mapFileCapacity = 0;  // in bytes, if the disk is full

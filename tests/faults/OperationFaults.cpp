@@ -99,6 +99,7 @@ std::optional<DWORD> COperationRecorder::WrittenOf(const FileOperation& operatio
     }
     const DWORD written = m_faults.part(count);
     EXPECT_LT(written, count);
+    ++m_partialWrites;
     return written;
 }
 
@@ -160,6 +161,7 @@ void OperationFaultTest::Inject(const FailurePoint& failure, const OperationFaul
     recorder.emplace(m_library.Path(), faults);
     RunAndRepeat({}, [&] {
         const std::vector<FileOperation> operations = recorder->Operations();
+        EXPECT_EQ(recorder->PartialWrites(), faults.partial ? 1 : 0);
         recorder.reset();
         ASSERT_GT(operations.size(), failure.number);
         EXPECT_EQ(Describe(failure.Operation()), Describe(operations[failure.number]));

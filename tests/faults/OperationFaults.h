@@ -47,6 +47,8 @@ public:
     explicit COperationRecorder(std::wstring folder, OperationFaults faults = {});
 
     [[nodiscard]] const std::vector<FileOperation>& Operations() const { return m_operations; }
+    // The number of writes of which only a part was written.
+    [[nodiscard]] int PartialWrites() const { return m_partialWrites; }
 
     DWORD ErrorFor(const FileOperation& operation) override;
     std::optional<DWORD> WrittenOf(const FileOperation& operation, DWORD count) override;
@@ -55,6 +57,7 @@ private:
     const std::wstring m_folder;
     const OperationFaults m_faults;
     std::vector<FileOperation> m_operations;
+    int m_partialWrites = 0;
 };
 
 // Tests in which file operations of runs fail. The operations of a run without faults are counted first; each

@@ -60,7 +60,7 @@ class PowerLossTest : public CountingTest
 protected:
     static constexpr std::size_t kHeaderLines = 4;
 
-    // The steps of a run that writes the map file anew.
+    // The operations of a run on the map file.
     std::vector<CContentsRecorder::Step> StepsOfRun()
     {
         std::optional<CContentsRecorder> recorder;
@@ -72,6 +72,44 @@ protected:
         };
         EXPECT_EQ("", m_bench.Run({}));
         return steps;
+    }
+
+    // Makes a run, and compares what its map file holds before each operation. `earlier`: what it holds
+    // before the run.
+    void LoseBeforeEachStep(const std::string& earlier)
+    {
+        const std::vector<CContentsRecorder::Step> steps = StepsOfRun();
+        const std::string map = ReadBytes(m_bench.MapPath());
+        m_headerLength = map.find("\r\n\r\n") + 4;
+        std::vector<FileCall> calls;
+        std::size_t length = 0;
+        for (const CContentsRecorder::Step& step : steps) {
+            const bool opened = !calls.empty();
+            Count(1, opened                   ? DifferenceIn(step, map, length)
+                     : step.before == earlier ? ""
+                                              : "  changed early\n");
+            length = opened ? step.before.size() : 0;
+            calls.push_back(step.call);
+        }
+        std::vector<FileCall> expectedCalls = {FileCall::openStream, FileCall::open};
+        expectedCalls.insert(expectedCalls.end(), 1 + m_rows.size(), FileCall::writeStream);
+        expectedCalls.insert(expectedCalls.end(), {FileCall::flush, FileCall::close, FileCall::closeStream});
+        EXPECT_EQ(expectedCalls, calls);
+    }
+
+    // The file holds whole lines of the new map, and not fewer than before; when it is flushed, it holds all.
+    std::string DifferenceIn(const CContentsRecorder::Step& step, const std::string& map, std::size_t length)
+    {
+        const std::string& found = step.before;
+        const bool wholeLines = map.starts_with(found) && (found.empty() || found.ends_with('\n'));
+        if (!wholeLines || found.size() < length || (step.call == FileCall::flush && found != map)) {
+            return "  the file holds:\n" + found + "\n";
+        }
+        const Found expected = ExpectedIn(found.size());
+        const Found read = Read(found);
+        return read.records == expected.records && read.messages == expected.messages
+                   ? ""
+                   : "  other records or messages\n";
     }
 
     Found Read(const std::string& bytes)
@@ -179,22 +217,24 @@ TEST_F(PowerLossTest, TheMapFileOnlyGrowsUntilItIsFlushed)
     if (!CFileInterceptor::SeesStreams()) {
         GTEST_SKIP() << kSeesNoStreams;
     }
-    const std::vector<CContentsRecorder::Step> steps = StepsOfRun();
-    const std::string map = ReadBytes(m_bench.MapPath());
-    std::string before;
-    std::vector<FileCall> calls;
-    for (const CContentsRecorder::Step& step : steps) {
-        EXPECT_TRUE(step.before.starts_with(before));
-        EXPECT_TRUE(map.starts_with(step.before));
-        EXPECT_TRUE(step.before.empty() || step.before.ends_with('\n')) << step.before;
-        EXPECT_TRUE(step.call != FileCall::flush || step.before == map) << step.before;
-        before = step.before;
-        calls.push_back(step.call);
+    RecordProperty("kind", "power lost before each operation on a new map file");
+    LoseBeforeEachStep("");
+}
+
+// Opening the file removes the records of the earlier run, however many they are.
+TEST_F(PowerLossTest, NothingRemainsOfALongerMapFile)
+{
+    if (!CFileInterceptor::SeesStreams()) {
+        GTEST_SKIP() << kSeesNoStreams;
     }
-    std::vector<FileCall> expectedCalls = {FileCall::openStream, FileCall::open};
-    expectedCalls.insert(expectedCalls.end(), 1 + m_rows.size(), FileCall::writeStream);
-    expectedCalls.insert(expectedCalls.end(), {FileCall::flush, FileCall::close, FileCall::closeStream});
-    EXPECT_EQ(expectedCalls, calls);
+    RecordProperty("kind", "power lost before each operation on a map file that was longer before");
+    std::string earlier = "; an earlier file\r\n;\r\n;\r\n\r\n";
+    for (int record = 0; record < 50; ++record) {
+        earlier += "N_1_old.sldprt ; an earlier name.sldprt ; an earlier text\r\n";
+    }
+    m_bench.WriteMapFile(earlier);
+    LoseBeforeEachStep(earlier);
+    EXPECT_LT(ReadBytes(m_bench.MapPath()).size(), earlier.size());
 }
 
 }  // namespace

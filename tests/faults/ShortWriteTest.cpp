@@ -65,8 +65,8 @@ protected:
 
 TEST_F(ErrorCodeTest, AtEachKindOfOperation)
 {
-    RecordProperty("kind", "each kind of file operation: " + std::to_string(std::size(kErrors)) +
-                               " other errors of the system");
+    RecordProperty("kind", "each kind of file operation of a run that only copies, over earlier copies: " +
+                               std::to_string(std::size(kErrors)) + " other errors of the system");
     constexpr std::size_t kRow = 1;
     m_bench.m_copyOnly = true;
     Prepare(true);
@@ -102,17 +102,19 @@ class ShortWriteTest : public OperationFaultTest
 {
 protected:
     // Calls `act` for each operation of this kind in a run that only copies, and for each part of its bytes.
+    // `writes`: the number of these operations.
     using Act = std::function<void(const FailurePoint&, WrittenPart)>;
-    void ForEachWrite(FileCall call, DWORD error, const Act& act)
+    void ForEachWrite(FileCall call, std::size_t writes, DWORD error, const Act& act)
     {
         m_bench.m_copyOnly = true;
         Prepare(false);
         const std::vector<FileOperation> run = OperationsOfRun();
+        ASSERT_EQ(static_cast<std::size_t>(std::ranges::count(run, call, &FileOperation::call)), writes);
         std::size_t fault = 0;
         for (std::size_t number = 0; number < run.size(); ++number) {
             for (const WrittenPart part : kParts) {
                 constexpr std::size_t kStep = 11;
-                if (run[number].call != call || (!EveryFault() && fault++ % kStep != 0)) {
+                if (run[number].call != call || (fault++ % kStep != 0 && !EveryFault())) {
                     continue;
                 }
                 SCOPED_TRACE("operation " + std::to_string(number) + " writes " +
@@ -124,18 +126,33 @@ protected:
         }
     }
 
+    // The header and the record of each of the four rows.
+    static constexpr std::size_t kLines = 1 + 4;
+
+    // The blocks of the copies of the three pending rows.
+    [[nodiscard]] std::size_t CountBlocks() const
+    {
+        std::size_t blocks = 0;
+        for (const std::size_t row : {0U, 1U, 3U}) {
+            blocks += (ReadBytes(m_bench.Part(row)).size() + kBlockSize - 1) / kBlockSize;
+        }
+        EXPECT_GE(blocks, 3U * 5U) << "each part has at least five blocks";
+        return blocks;
+    }
+
     // error: what the operation reports after it has written a part; may be ERROR_SUCCESS. expectedError: the
     // error in the message.
     void TestCopies(DWORD error, DWORD expectedError)
     {
-        ForEachWrite(FileCall::write, expectedError, [&](const FailurePoint& failure, WrittenPart part) {
+        const auto act = [&](const FailurePoint& failure, WrittenPart part) {
             const std::size_t row = RowOf(failure.Operation()).value();
             const std::size_t before = CopiedBefore(failure, row);
             const std::size_t left = ReadBytes(m_bench.Part(row)).size() - before;
             const DWORD block = std::min(kBlockSize, static_cast<DWORD>(left));
             ExpectPartialCopy({row, before + part(block), failure.Operation().path, expectedError});
             Inject(failure, FailingAfter(part, {failure.number}, error));
-        });
+        };
+        ForEachWrite(FileCall::write, CountBlocks(), expectedError, act);
     }
 };
 
@@ -155,19 +172,21 @@ TEST_F(ShortWriteTest, OfACopySucceed)
 TEST_F(ShortWriteTest, OfTheMapFileFail)
 {
     RecordProperty("kind", "writing a line of the map file fails after a part of it");
-    ForEachWrite(FileCall::writeStream, ERROR_DISK_FULL, [&](const FailurePoint& failure, WrittenPart part) {
+    const auto act = [&](const FailurePoint& failure, WrittenPart part) {
         Expect(failure, false);
         Inject(failure, FailingAfter(part, {failure.number}, failure.error));
-    });
+    };
+    ForEachWrite(FileCall::writeStream, kLines, ERROR_DISK_FULL, act);
 }
 
 // The runtime library writes the rest.
 TEST_F(ShortWriteTest, OfTheMapFileSucceed)
 {
     RecordProperty("kind", "a part of a line of the map file is written, and the system reports success");
-    ForEachWrite(FileCall::writeStream, ERROR_SUCCESS, [&](const FailurePoint& failure, WrittenPart part) {
+    const auto act = [&](const FailurePoint& failure, WrittenPart part) {
         Inject(failure, FailingAfter(part, {failure.number}, ERROR_SUCCESS));
-    });
+    };
+    ForEachWrite(FileCall::writeStream, kLines, ERROR_SUCCESS, act);
 }
 
 }  // namespace

@@ -23,8 +23,8 @@ INTRODUCTION = """# Faults
 
 Made by `tools/faults` at commit {commit}, {date}; do not edit.
 
-Each fault is injected into a conversion run with real files, the list control, the progress dialog, and the stand-in CAD
-server in a process of its own. It has passed if all of this is true after the run:
+Each fault, except refused memory and handles, is injected into a conversion run with real files, the list control, the
+progress dialog, and the stand-in CAD server in a process of its own. It has passed if all of this is true after the run:
 
 - The run has returned, and the progress dialog is closed. The main window is enabled, except after a run that reached its
   end or was cancelled: the caller of such a run enables the window.
@@ -70,10 +70,28 @@ program reports a copy as failed.
 
 For a loss of power, the map file of a run is cut after each of its bytes, or zeros replace the bytes from there on. The
 reader must find every whole record. In the line that is cut, the BOM name may be cut as well, but a record with a cut
-file name must not be read. During the run the file may only grow, and it must be flushed before it is closed.
+file name must not be read. During the run the file may only grow, and it must be flushed before it is closed. That is
+checked before each operation on the map file, also if the run writes over a longer file of an earlier run: once the file
+has been opened, nothing of the earlier one is left.
 
 The user who cancels presses Escape while the server holds a call. Escape has no effect if the program takes it while the
-cancel button is disabled: after a failed call, until the next part has been closed.
+cancel button is disabled: after a failed call, until the next part has been closed. A cancel counts only if the call was
+held and the progress dialog got the key; the dialog is closed when the last call of a run ends the server.
+
+Faults in runs that are cancelled are of five kinds: a failure code, an exception, an exception after which no new server
+starts, and a server that ends before or after it serves the call. If the call fails during which the user cancels, each
+call has each of these kinds; a pair of different calls has one of them, and three of four cancels are confirmed. A fault
+shortens the run; pairs with calls that the run then no longer makes are not counted. Servers that hang or reject calls
+are not combined with cancels.
+
+Memory and handles are refused in the process of the tests, with the main dialog and an automation object of the test
+instead of the server. The test counts the calls that the program's own code makes during an action and repeats the
+action once for each of them, with this call failing; calls within system libraries do not fail. Functions for memory
+are malloc, GlobalAlloc, HeapAlloc and those for automation strings; functions for handles create or open windows,
+menus, images, cursors, drawing contexts, files, searches for files, registry keys, mutexes, heaps, processes,
+snapshots of them, and jobs. One test asserts that each function is called by some action. After each refused call,
+what the map file, the copies and the window say must be true, and nothing may be left open; the checks listed above
+are not made.
 
 Wine does not call a client's message filter when the server rejects a call. So with a server that is busy for some time
 or forever, the call fails at once under Wine, and the run loads the server again. That the program waits for a busy

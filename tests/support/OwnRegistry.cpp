@@ -20,11 +20,13 @@ decltype(&::RegCreateKeyExW) g_create = nullptr;
 
 std::wstring PlaceOf(HKEY hive, const wchar_t* path, REGSAM access)
 {
+    const CUncountedCalls uncounted;
     return g_registry == nullptr ? std::wstring() : g_registry->PlaceOf(hive, path, access);
 }
 
 bool IsRealCadSystem(HKEY hive, const wchar_t* path)
 {
+    const CUncountedCalls uncounted;
     const std::wstring text = path == nullptr ? L"" : path;
     const std::wstring progId = text.substr(0, text.find(L'\\'));
     return hive == HKEY_CLASSES_ROOT && progId.starts_with(kCommonProgId) &&
@@ -34,11 +36,10 @@ bool IsRealCadSystem(HKEY hive, const wchar_t* path)
 
 LSTATUS WINAPI OpenInOwn(HKEY hive, const wchar_t* path, DWORD options, REGSAM access, HKEY* key)
 {
-    const CUncountedCalls uncounted;
+    const std::wstring place = PlaceOf(hive, path, access);
     if (g_registry != nullptr && IsRealCadSystem(hive, path)) {
         return ERROR_FILE_NOT_FOUND;
     }
-    const std::wstring place = PlaceOf(hive, path, access);
     return place.empty() ? g_open(hive, path, options, access, key)
                          : g_open(HKEY_CURRENT_USER, place.c_str(), options, access, key);
 }
@@ -46,7 +47,6 @@ LSTATUS WINAPI OpenInOwn(HKEY hive, const wchar_t* path, DWORD options, REGSAM a
 LSTATUS WINAPI CreateInOwn(HKEY hive, const wchar_t* path, DWORD reserved, wchar_t* keyClass, DWORD options,
                            REGSAM access, SECURITY_ATTRIBUTES* security, HKEY* key, DWORD* disposition)
 {
-    const CUncountedCalls uncounted;
     const std::wstring place = PlaceOf(hive, path, access);
     if (place.empty()) {
         return g_create(hive, path, reserved, keyClass, options, access, security, key, disposition);

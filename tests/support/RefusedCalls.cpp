@@ -4,12 +4,14 @@
 
 #include <commctrl.h>
 #include <oleauto.h>
+#include <tlhelp32.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "tests/support/ImportTable.h"
 
@@ -25,15 +27,24 @@ struct Refusal
 
 std::optional<Refusal> g_refusal;
 
-// Must not allocate: malloc calls it.
-bool Refuses(CallKind kind)
+// Notes in `called` that a function of this kind is called. Must not allocate: malloc calls it.
+bool Refuses(CallKind kind, bool& called)
 {
     if (!g_refusal || g_refusal->kind != kind || CUncountedCalls::AreActive() ||
         g_refusal->thread != GetCurrentThreadId()) {
         return false;
     }
+    called = true;
     return ++g_refusal->count == g_refusal->refused;
 }
+
+// A function whose calls can be refused.
+struct Function
+{
+    const char* name;
+    bool imported;
+    bool* called;  // while a CRefusedCall exists
+};
 
 // A function's name as a template argument.
 template <std::size_t size>
@@ -43,7 +54,7 @@ struct Name
     char text[size]{};
 };
 
-// The results of functions that fail: null, or INVALID_HANDLE_VALUE.
+// The results of functions that fail: null, INVALID_HANDLE_VALUE, or an error code.
 struct Null
 {
     template <class Result>
@@ -61,7 +72,16 @@ struct InvalidHandle
     }
 };
 
-template <CallKind kind, Name name, class Function, class Failure = Null>
+struct ErrorCode
+{
+    template <class Result>
+    static Result As()
+    {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+};
+
+template <CallKind kind, Name name, class Type, class Failure = Null>
 struct Refusable;
 
 // Distinct functions of one type need distinct variables, hence the name.
@@ -70,56 +90,88 @@ struct Refusable<kind, name, Result(WINAPI*)(Args...), Failure>
 {
     static Result WINAPI Call(Args... args)
     {
-        if (!Refuses(kind)) {
+        if (!Refuses(kind, s_called)) {
             return s_original(args...);
         }
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return Failure::template As<Result>();
     }
-    static bool Redirect() { return RedirectImport(name.text, &Call, &s_original); }
+    static Function Redirect()
+    {
+        return {kName.text, RedirectImport(name.text, &Call, &s_original), &s_called};
+    }
 
+    static constexpr Name kName = name;  // outlives the call of Redirect
     static inline Result(WINAPI* s_original)(Args...) = nullptr;
+    static inline bool s_called = false;
 };
 
 #define REFUSABLE(kind, function) Refusable<CallKind::kind, #function, decltype(&::function)>::Redirect()
+#define REFUSABLE_BY(failure, function) \
+    Refusable<CallKind::handles, #function, decltype(&::function), failure>::Redirect()
 
-bool RedirectMemory()
+std::vector<Function> RedirectMemory()
 {
     // The type is written out because the attributes of malloc cannot be part of a template argument.
-    const bool allocation = Refusable<CallKind::memory, "malloc", void* (*)(std::size_t)>::Redirect();
-    const std::array redirected{allocation, REFUSABLE(memory, SysAllocString),
-                                REFUSABLE(memory, SysAllocStringLen), REFUSABLE(memory, GlobalAlloc),
-                                REFUSABLE(memory, HeapAlloc)};
-    return std::ranges::find(redirected, false) == redirected.end();
+    return {Refusable<CallKind::memory, "malloc", void* (*)(std::size_t)>::Redirect(),
+            REFUSABLE(memory, SysAllocStringLen), REFUSABLE(memory, GlobalAlloc),
+            REFUSABLE(memory, HeapAlloc)};
 }
 
-bool RedirectHandles()
+std::vector<Function> RedirectHandles()
 {
-    const std::array redirected{
-        REFUSABLE(handles, CreateWindowExW),
-        REFUSABLE(handles, CreateDialogParamW),
-        REFUSABLE(handles, GetDC),
-        REFUSABLE(handles, BeginPaint),
-        REFUSABLE(handles, BeginDeferWindowPos),
-        REFUSABLE(handles, DeferWindowPos),
-        REFUSABLE(handles, CreatePopupMenu),
-        REFUSABLE(handles, GetSystemMenu),
-        REFUSABLE(handles, LoadImageW),
-        REFUSABLE(handles, LoadCursorW),
-        REFUSABLE(handles, ImageList_LoadImageW),
-        REFUSABLE(handles, CreateMutexW),
-        REFUSABLE(handles, HeapCreate),
-        Refusable<CallKind::handles, "CreateFileW", decltype(&::CreateFileW), InvalidHandle>::Redirect()};
-    return std::ranges::find(redirected, false) == redirected.end();
+    return {REFUSABLE(handles, CreateWindowExW),
+            REFUSABLE(handles, CreateDialogParamW),
+            REFUSABLE(handles, GetDC),
+            REFUSABLE(handles, BeginPaint),
+            REFUSABLE(handles, BeginDeferWindowPos),
+            REFUSABLE(handles, DeferWindowPos),
+            REFUSABLE(handles, CreatePopupMenu),
+            REFUSABLE(handles, GetSystemMenu),
+            REFUSABLE(handles, LoadImageW),
+            REFUSABLE(handles, LoadCursorW),
+            REFUSABLE(handles, ImageList_LoadImageW),
+            REFUSABLE(handles, CreateMutexW),
+            REFUSABLE(handles, HeapCreate),
+            REFUSABLE(handles, OpenProcess),
+            REFUSABLE(handles, CreateJobObjectW),
+            REFUSABLE_BY(InvalidHandle, CreateFileW),
+            REFUSABLE_BY(InvalidHandle, FindFirstFileW),
+            REFUSABLE_BY(InvalidHandle, CreateToolhelp32Snapshot),
+            REFUSABLE_BY(ErrorCode, RegOpenKeyExW),
+            REFUSABLE_BY(ErrorCode, RegCreateKeyExW)};
 }
 
 #undef REFUSABLE
+#undef REFUSABLE_BY
+
+// The functions of a kind, which are redirected from the first call on.
+const std::vector<Function>& FunctionsOf(CallKind kind)
+{
+    static const std::vector<Function> memory = RedirectMemory();
+    static const std::vector<Function> handles = RedirectHandles();
+    return kind == CallKind::memory ? memory : handles;
+}
+
+template <class Condition>
+std::vector<std::string> NamesOf(CallKind kind, Condition condition)
+{
+    std::vector<std::string> names;
+    for (const Function& function : FunctionsOf(kind)) {
+        if (condition(function)) {
+            names.emplace_back(function.name);
+        }
+    }
+    return names;
+}
 
 }  // namespace
 
 CRefusedCall::CRefusedCall(CallKind kind, int refused)
 {
-    static_cast<void>(Sees(kind));
+    for (const Function& function : FunctionsOf(kind)) {
+        *function.called = false;
+    }
     g_refusal = Refusal{kind, GetCurrentThreadId(), refused};
 }
 
@@ -133,9 +185,19 @@ int CRefusedCall::Count()
     return g_refusal ? g_refusal->count : 0;
 }
 
-bool CRefusedCall::Sees(CallKind kind)
+std::vector<std::string> CRefusedCall::Called()
 {
-    static const bool memory = RedirectMemory();
-    static const bool handles = RedirectHandles();
-    return kind == CallKind::memory ? memory : handles;
+    const CUncountedCalls uncounted;
+    return g_refusal ? NamesOf(g_refusal->kind, [](const Function& function) { return *function.called; })
+                     : std::vector<std::string>();
+}
+
+std::vector<std::string> CRefusedCall::Functions(CallKind kind)
+{
+    return NamesOf(kind, [](const Function&) { return true; });
+}
+
+std::vector<std::string> CRefusedCall::NotImported(CallKind kind)
+{
+    return NamesOf(kind, [](const Function& function) { return !function.imported; });
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 // Calls to the system that fail as if it had run out of memory or handles. Calls within system libraries are
 // not affected.
 
@@ -7,7 +10,8 @@ enum class CallKind
 {
     memory,  // malloc, on which the C++ allocation functions are built; automation strings, heap blocks,
              // global memory
-    handles  // windows, device contexts, menus, images, cursors, files, mutexes, heaps
+    handles  // windows, device contexts, menus, images, cursors, files, searches, registry keys, mutexes,
+             // heaps, processes and their snapshots, jobs
 };
 
 // Until the end of the scope, counts this thread's calls of one kind and makes one of them fail. Only one
@@ -23,10 +27,14 @@ public:
 
     // The number of calls so far.
     [[nodiscard]] static int Count();
+    // The functions that were called so far.
+    [[nodiscard]] static std::vector<std::string> Called();
 
-    // Whether the executable imports all functions of this kind. It does not import malloc if it contains the
-    // runtime library.
-    [[nodiscard]] static bool Sees(CallKind kind);
+    // All functions of this kind.
+    [[nodiscard]] static std::vector<std::string> Functions(CallKind kind);
+    // Those that the executable does not import, so that their calls are not seen. It does not import malloc
+    // if it contains the runtime library.
+    [[nodiscard]] static std::vector<std::string> NotImported(CallKind kind);
 };
 
 // The calls in this scope are neither counted nor made to fail. For test code that the program calls.

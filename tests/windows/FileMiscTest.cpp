@@ -19,6 +19,7 @@
 #include "tests/support/ExpectedTexts.h"
 #include "tests/support/ImportTable.h"
 #include "tests/support/NetworkWatch.h"
+#include "tests/support/RefusedCalls.h"
 #include "tests/support/TestScopes.h"
 
 namespace {
@@ -463,6 +464,23 @@ TEST_F(FileMiscTest, ScanOfAnEmptyOrMissingFolderAddsNothing)
     CFileMisc::ScanPartFiles(m_folder / L"no", names);
     EXPECT_EQ(names, Texts{});
     EXPECT_EQ(m_messages.TakeTexts(), Texts{});
+}
+
+// Without a message, a folder whose files cannot be listed would look like an empty one.
+TEST_F(FileMiscTest, ScanReportsAFailureOnce)
+{
+    WriteBytes(m_folder / L"a.sldprt", "");
+    WriteBytes(m_folder / L"b.prt", "");
+    const Texts message{expected::UnknownFileError(m_folder.Path(), L"8")};  // not enough memory
+    for (const int refused : {1, 2}) {
+        Texts names;
+        {
+            const CRefusedCall refusal(CallKind::handles, refused);
+            CFileMisc::ScanPartFiles(m_folder.Path(), names);
+        }
+        EXPECT_EQ(names, refused == 1 ? Texts{} : Texts{L"a.sldprt"});
+        EXPECT_EQ(m_messages.TakeTexts(), message);
+    }
 }
 
 TEST_F(ReadOnlyTest, SetReadOnlyAlsoSetsTheArchiveAttributeAndTheTime)
