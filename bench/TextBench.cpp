@@ -4,10 +4,10 @@
 //   textbench --names=TABLE.tsv --passes=RULE,N   only makes N passes, for a tool that counts instructions
 //
 // Each pass applies a rule to every name in the table. The rule "copy" is the baseline: it copies the name
-// into a text with enough capacity. The measured functions reuse their texts, as the program does when it fills its list.
-// Functions that return a new text would also have to allocate the text. Allocations per name are counted,
-// too. The counts apply to this machine's library. Its short-string buffer holds fewer characters than the
-// buffer of the library for Windows.
+// into a text with enough capacity. The measured functions reuse their texts, as the program does when it
+// fills its list. Functions that return a new text would also have to allocate the text. Allocations per name
+// are counted, too. The counts apply to this machine's library. Its short-string buffer holds fewer
+// characters than the buffer of the library for Windows.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

@@ -80,8 +80,9 @@ private:
                 break;
             }
         }
-        // Seven operations: closing the stream writes the line left in its buffer and closes the file. The file
-        // is opened for truncation, its size is read, and it is truncated and closed. Then it is opened again.
+        // Seven operations: closing the stream writes the line left in its buffer and closes the file. The
+        // file is opened for truncation, its size is read, and it is truncated and closed. Then it is opened
+        // again.
         EXPECT_EQ(number + 7, step);
     }
 

@@ -32,8 +32,8 @@ public:
 
     // The lines of the log: fields separated by blanks, without process numbers.
     [[nodiscard]] std::vector<std::string> Log() const;
-    // Those lines of the log that record something other than a call, the starts first. In the log itself their
-    // order varies, as the next server may start before the end of the last one is logged.
+    // Those lines of the log that record something other than a call, the starts first. In the log itself
+    // their order varies, as the next server may start before the end of the last one is logged.
     [[nodiscard]] std::vector<std::string> Life() const;
     // Whether a line of the log contains the text.
     [[nodiscard]] bool WasAsked(const std::string& text) const;
