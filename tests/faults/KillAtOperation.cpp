@@ -56,6 +56,16 @@ MakeFolderFunction g_makeFolder = nullptr;
 OpenStreamFunction g_openStream = nullptr;
 WriteFunction g_write = nullptr;
 
+// Opening a file only to ask about it leaves nothing to find after a kill, so it does not count.
+HANDLE WINAPI OpenAndCount(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                           DWORD disposition, DWORD flags, HANDLE model)
+{
+    if (access != 0) {
+        Count();
+    }
+    return g_createFile(path, access, share, security, disposition, flags, model);
+}
+
 // 64-bit Windows has only one calling convention, so functions without WINAPI match as well.
 template <auto original, class Result, class... Arguments>
 void* ReplacementFor(Result(WINAPI** /*original*/)(Arguments...))
@@ -78,8 +88,9 @@ Redirection Redirect(const char* name)
 
 const bool g_redirected = [] {
     for (const Redirection& redirection :
-         {Redirect<&g_createFile>("CreateFileW"), Redirect<&g_writeFile>("WriteFile"),
-          Redirect<&g_setAttributes>("SetFileAttributesW"),
+         {Redirection{"CreateFileW", reinterpret_cast<void*>(&OpenAndCount),
+                      reinterpret_cast<void**>(&g_createFile)},
+          Redirect<&g_writeFile>("WriteFile"), Redirect<&g_setAttributes>("SetFileAttributesW"),
           Redirect<&g_setInformation>("SetFileInformationByHandle"), Redirect<&g_makeFolder>("_wmkdir"),
           Redirect<&g_openStream>("_wfopen"), Redirect<&g_write>("_write")}) {
         RedirectImport(redirection.name, redirection.function, redirection.original);
